@@ -1,0 +1,132 @@
+#include "base/SerialQueue.h"
+
+#include "base/Mutex.h"
+
+#include <cassert>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#if defined(__linux__)
+#include <pthread.h>
+#endif
+
+namespace velmora {
+
+namespace {
+
+void nameThisThread(const std::string& label)
+{
+#if defined(__linux__)
+    // The kernel keeps 15 characters; the last component of the label is the telling one.
+    const auto dot = label.rfind('.');
+    const std::string name = label.substr(dot == std::string::npos ? 0 : dot + 1).substr(0, 15);
+    pthread_setname_np(pthread_self(), name.c_str());
+#else
+    static_cast<void>(label);
+#endif
+}
+
+}  // namespace
+
+struct SerialQueue::State {
+    std::string label;
+    QualityOfService qualityOfService;
+
+    Mutex mutex;
+    ConditionVariable wakeUp;
+    std::vector<UniqueFunction<void()>> pending GUARDED_BY(mutex);
+    bool ending GUARDED_BY(mutex) = false;
+    std::thread thread GUARDED_BY(mutex);
+
+    void run()
+    {
+        nameThisThread(label);
+        // The two vectors change places, so that a queue in its stride allocates nothing.
+        std::vector<UniqueFunction<void()>> batch;
+        for (;;) {
+            {
+                MutexLock lock(mutex);
+                while (pending.empty() && !ending)
+                    wakeUp.wait(mutex);
+                if (pending.empty())
+                    return;
+                batch.swap(pending);
+            }
+            for (auto& work : batch) {
+                work();
+                work.reset();
+            }
+            batch.clear();
+        }
+    }
+};
+
+SerialQueue::SerialQueue(std::string label, QualityOfService qualityOfService) : state_(std::make_shared<State>())
+{
+    state_->label = std::move(label);
+    state_->qualityOfService = qualityOfService;
+}
+
+SerialQueue::~SerialQueue()
+{
+    std::thread thread;
+    {
+        MutexLock lock(state_->mutex);
+        state_->ending = true;
+        thread = std::move(state_->thread);
+    }
+    state_->wakeUp.notifyAll();
+    if (!thread.joinable())
+        return;
+    if (thread.get_id() == std::this_thread::get_id())
+        thread.detach();
+    else
+        thread.join();
+}
+
+void SerialQueue::async(UniqueFunction<void()> work)
+{
+    {
+        MutexLock lock(state_->mutex);
+        state_->pending.push_back(std::move(work));
+        if (!state_->thread.joinable())
+            state_->thread = std::thread([state = state_] { state->run(); });
+    }
+    state_->wakeUp.notifyOne();
+}
+
+void SerialQueue::sync(UniqueFunction<void()> work)
+{
+    assert(!isCurrent());
+    Mutex mutex;
+    ConditionVariable finished;
+    bool done = false;
+    async([&] {
+        work();
+        MutexLock lock(mutex);
+        done = true;
+        finished.notifyAll();
+    });
+    MutexLock lock(mutex);
+    while (!done)
+        finished.wait(mutex);
+}
+
+bool SerialQueue::isCurrent() const
+{
+    MutexLock lock(state_->mutex);
+    return state_->thread.get_id() == std::this_thread::get_id();
+}
+
+const std::string& SerialQueue::label() const
+{
+    return state_->label;
+}
+
+SerialQueue::QualityOfService SerialQueue::qualityOfService() const
+{
+    return state_->qualityOfService;
+}
+
+}  // namespace velmora

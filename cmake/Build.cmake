@@ -1,0 +1,48 @@
+# How everything is compiled: one standard, warnings as errors, sanitizers by preset.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# The program and the module it loads on first use lie side by side; the module is found through the run path.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
+option(VELMORA_TESTS "Build the tests" ON)
+option(VELMORA_BENCHMARKS "Build the benchmarks" ON)
+option(VELMORA_WERROR "Treat warnings as errors" ON)
+set(VELMORA_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize takes them")
+
+add_library(velmora_options INTERFACE)
+target_include_directories(velmora_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(velmora_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align
+    -Wundef -Wimplicit-fallthrough -Wdouble-promotion
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wno-gnu-zero-variadic-macro-arguments>
+    $<$<BOOL:${VELMORA_WERROR}>:-Werror>)
+if(VELMORA_SANITIZE)
+    target_compile_options(velmora_options INTERFACE -fsanitize=${VELMORA_SANITIZE} -fno-omit-frame-pointer)
+    target_link_options(velmora_options INTERFACE -fsanitize=${VELMORA_SANITIZE})
+endif()
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+endif()
+
+# velmora_library(NAME SOURCES … [LINK …] [LINK_PRIVATE …]): one folder's static library.
+function(velmora_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK;LINK_PRIVATE")
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_link_libraries(${name} PUBLIC velmora_options ${arg_LINK} PRIVATE ${arg_LINK_PRIVATE})
+endfunction()
+
+# velmora_interface(NAME [LINK …]): a folder of headers.
+function(velmora_interface name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+    add_library(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE velmora_options ${arg_LINK})
+endfunction()

@@ -1,0 +1,30 @@
+# What comes from the distribution. Every package is named in scripts/packages too, which installs them.
+
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+find_package(tl-expected REQUIRED)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core)
+
+pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
+    xcb xcb-composite xcb-damage xcb-shm xcb-xfixes xcb-randr xcb-res)
+pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
+pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse)
+pkg_check_modules(LIBAV REQUIRED IMPORTED_TARGET libavcodec libavutil libswscale)
+
+if(VELMORA_TESTS)
+    find_package(GTest REQUIRED)
+    pkg_check_modules(LIBAVFORMAT REQUIRED IMPORTED_TARGET libavformat)
+endif()
+if(VELMORA_BENCHMARKS)
+    find_package(benchmark REQUIRED)
+endif()
+
+# The headers of these libraries are not held to our warnings.
+foreach(target PkgConfig::XCB PkgConfig::PIPEWIRE PkgConfig::PULSE PkgConfig::LIBAV PkgConfig::LIBAVFORMAT)
+    if(TARGET ${target})
+        get_target_property(directories ${target} INTERFACE_INCLUDE_DIRECTORIES)
+        if(directories)
+            set_target_properties(${target} PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${directories}")
+        endif()
+    endif()
+endforeach()

@@ -1,0 +1,83 @@
+// Seam: a file of media being written.
+#pragma once
+
+#include "base/Result.h"
+#include "base/UniqueFunction.h"
+#include "media/SampleBuffer.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+namespace velmora::platform {
+
+enum class AssetFileType { mpeg4 };
+
+/// What raw sound is encoded to.
+struct AudioOutputSettings {
+    FourCharacterCode format{"aac "};
+    std::int64_t channelCount = 2;
+    std::int64_t sampleRate = 48000;
+    std::int64_t bitRate = 192000;  ///< bits per second
+
+    friend bool operator==(const AudioOutputSettings&, const AudioOutputSettings&) = default;
+};
+
+/// One track of the file. Used on one queue, with its writer.
+class AssetWriterInput {
+public:
+    virtual ~AssetWriterInput() = default;
+
+    virtual void setExpectsMediaDataInRealTime(bool realTime) = 0;
+    [[nodiscard]] virtual bool isReadyForMoreMediaData() const = 0;
+
+    /// False when the sample could not be taken; the writer's error says why.
+    virtual bool append(const SampleBufferRef& sample) = 0;
+    virtual void markAsFinished() = 0;
+};
+
+/// Writes one file. All calls on one queue; nothing blocks on the disk.
+///
+/// unknown -> startWriting -> writing -> finishWriting -> completed or failed; or cancelled. A writer that is finished without having
+/// been started removes its file and fails without an error. A writer that failed in mid-file (a full disk) leaves what was written
+/// as a playable file.
+class AssetWriter {
+public:
+    enum class Status { unknown, writing, completed, failed, cancelled };
+
+    /// A writer that is destroyed without finish or cancel leaves its file as a crash would: playable, unfinished.
+    virtual ~AssetWriter() = default;
+
+    /// Pass-through when `settings` is none: samples of the format of `sourceFormatHint` are written as they are.
+    virtual std::shared_ptr<AssetWriterInput> makeInput(MediaType mediaType, std::optional<AudioOutputSettings> settings,
+                                                        FormatDescriptionRef sourceFormatHint) = 0;
+
+    [[nodiscard]] virtual bool canAdd(const AssetWriterInput& input) const = 0;
+    virtual void add(std::shared_ptr<AssetWriterInput> input) = 0;
+
+    virtual bool startWriting() = 0;
+
+    /// `time` on the samples' time line becomes the beginning of the file.
+    virtual void startSession(MediaTime time) = 0;
+
+    /// `completion` is called exactly once, on any thread, when the file is whole or has failed.
+    virtual void finishWriting(UniqueFunction<void()> completion) = 0;
+
+    /// Abandons the file; what was written of it is removed.
+    virtual void cancelWriting() = 0;
+
+    /// Safe on any thread once a completion has been called; else on the writer's queue.
+    [[nodiscard]] virtual Status status() const = 0;
+    [[nodiscard]] virtual std::optional<Error> error() const = 0;
+};
+
+class AssetWriterFactory {
+public:
+    virtual ~AssetWriterFactory() = default;
+
+    /// Creates the file; fails with the system's error when that is not possible or when something is there already.
+    virtual Result<std::shared_ptr<AssetWriter>> makeAssetWriter(const std::filesystem::path& outputURL, AssetFileType fileType) = 0;
+};
+
+}  // namespace velmora::platform

@@ -1,0 +1,66 @@
+// Seam: a running capture.
+#pragma once
+
+#include "base/Result.h"
+#include "base/SerialQueue.h"
+#include "base/UniqueFunction.h"
+#include "media/SampleBuffer.h"
+#include "platform/ContentFilter.h"
+#include "platform/StreamConfiguration.h"
+
+#include <memory>
+
+namespace velmora::platform {
+
+class CaptureStream;
+
+enum class StreamOutputType { screen, audio, microphone };
+
+class StreamOutput {
+public:
+    virtual ~StreamOutput() = default;
+
+    /// A picture ("BGRA") or a block of sound ("lpcm"), on the queue that was given for its type.
+    virtual void streamDidOutputSampleBuffer(const CaptureStream& stream, const SampleBufferRef& sample, StreamOutputType type) = 0;
+};
+
+class StreamDelegate {
+public:
+    virtual ~StreamDelegate() = default;
+
+    /// The running stream ended by itself: its window is gone, say. At most once, on any thread; nothing is delivered after it.
+    virtual void streamDidStopWithError(const CaptureStream& stream, const Error& error) = 0;
+};
+
+/// Delivers pictures and sound of one filter until it is stopped or stops with an error.
+///
+/// Pictures come when something changed, never closer than the configuration's minimum frame interval, all of the configuration's
+/// size, and at least every 0.5 s (the last picture again, with a new time stamp). Sound comes in blocks of at least 1024 frames
+/// of interleaved 32-bit float, without a gap while the sound server lives. Time stamps of both count CLOCK_MONOTONIC.
+/// After a stop was asked for nothing but its completion arrives. Outputs and delegate are held weakly.
+class CaptureStream {
+public:
+    using Completion = UniqueFunction<void(Result<void>)>;
+
+    virtual ~CaptureStream() = default;
+
+    /// Before the start only. Fails when the type cannot be delivered.
+    virtual Result<void> addStreamOutput(std::weak_ptr<StreamOutput> output, StreamOutputType type, std::shared_ptr<Executor> queue) = 0;
+
+    /// Once. `completion` is called exactly once, on any thread.
+    virtual void startCapture(Completion completion) = 0;
+
+    /// `completion` is called exactly once, on any thread, after the last sample was handed to its queue.
+    virtual void stopCapture(Completion completion) = 0;
+};
+
+class CaptureStreamFactory {
+public:
+    virtual ~CaptureStreamFactory() = default;
+
+    /// Never fails: what cannot be captured is told by the start.
+    virtual std::shared_ptr<CaptureStream> makeStream(const ContentFilter& filter, const StreamConfiguration& configuration,
+                                                      std::weak_ptr<StreamDelegate> delegate) = 0;
+};
+
+}  // namespace velmora::platform

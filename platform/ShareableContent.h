@@ -1,0 +1,58 @@
+// Seam: what the desktop offers for capture.
+#pragma once
+
+#include "base/Geometry.h"
+#include "base/Result.h"
+#include "base/UniqueFunction.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmora::platform {
+
+struct RunningApplication {
+    std::string bundleIdentifier;  ///< may be empty
+    std::string applicationName;   ///< may be empty
+    std::int32_t processID = 0;    ///< 0 when the desktop does not tell
+
+    friend bool operator==(const RunningApplication&, const RunningApplication&) = default;
+};
+
+struct ShareableWindow {
+    std::uint32_t windowID = 0;
+    std::optional<std::string> title;
+    Rect frame;  ///< points, in the space of all displays
+    std::int64_t windowLayer = 0;  ///< 0 is the layer of ordinary windows
+    bool isOnScreen = false;
+    std::optional<RunningApplication> owningApplication;
+
+    friend bool operator==(const ShareableWindow&, const ShareableWindow&) = default;
+};
+
+struct ShareableDisplay {
+    std::uint32_t displayID = 0;
+    Rect frame;  ///< points
+
+    friend bool operator==(const ShareableDisplay&, const ShareableDisplay&) = default;
+};
+
+/// Windows are ordered topmost first.
+struct ShareableContent {
+    std::vector<ShareableWindow> windows;
+    std::vector<ShareableDisplay> displays;
+    std::vector<RunningApplication> applications;
+};
+
+class ShareableContentProvider {
+public:
+    using Completion = UniqueFunction<void(Result<ShareableContent>)>;
+
+    virtual ~ShareableContentProvider() = default;
+
+    /// Queries the desktop afresh. `completion` is called exactly once, on any thread, perhaps before this call returns.
+    virtual void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly, Completion completion) = 0;
+};
+
+}  // namespace velmora::platform
