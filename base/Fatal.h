@@ -1,0 +1,11 @@
+// The end for states that no program can go on from.
+#pragma once
+
+#include <string_view>
+
+namespace velmora {
+
+/// Writes `reason` to standard error and aborts, in every build.
+[[noreturn]] void fatalError(std::string_view reason);
+
+}  // namespace velmora

@@ -1,0 +1,337 @@
+#include "capture/ScreenCaptureKitService.h"
+
+#include "base/Fatal.h"
+#include "system/Log.h"
+#include "windows/WindowCatalogue.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <utility>
+
+namespace velmora {
+
+using platform::ContentFilter;
+using platform::ShareableContent;
+using platform::ShareableDisplay;
+using platform::ShareableWindow;
+using platform::StreamConfiguration;
+using platform::StreamOutputType;
+
+namespace {
+
+constexpr std::int64_t minimumPixels = 2;
+constexpr float backingScaleWithoutScreen = 2.0F;
+
+tl::unexpected<Error> serviceError(ScreenCaptureKitService::ErrorCode code)
+{
+    const char* message = "";
+    switch (code) {
+    case ScreenCaptureKitService::windowUnavailable:
+        message = "Selected window is no longer on screen or available.";
+        break;
+    case ScreenCaptureKitService::noCaptureSession:
+        message = "Cannot start recording: No active window capture session.";
+        break;
+    case ScreenCaptureKitService::noRecordingSession:
+        message = "No active manual recording session.";
+        break;
+    }
+    return fail(std::string{ScreenCaptureKitService::errorDomain}, code, message);
+}
+
+const ShareableDisplay* displayFor(const ShareableContent& content, const Rect& windowFrame)
+{
+    const auto& displays = content.displays;
+    const auto hit = std::find_if(displays.begin(), displays.end(), [&](const auto& display) { return display.frame.intersects(windowFrame); });
+    if (hit != displays.end())
+        return &*hit;
+    return displays.empty() ? nullptr : &displays.front();
+}
+
+const platform::RunningApplication* applicationFor(const ShareableContent& content, const std::string& bundleID)
+{
+    const auto& applications = content.applications;
+    const auto hit = std::find_if(applications.begin(), applications.end(), [&](const auto& a) { return a.bundleIdentifier == bundleID; });
+    return hit == applications.end() ? nullptr : &*hit;
+}
+
+ContentFilter filterFor(const ShareableContent& content, const ShareableDisplay* display, const ShareableWindow& live,
+                        const CapturedWindowInfo& chosen)
+{
+    const auto* application = display ? applicationFor(content, chosen.bundleID) : nullptr;
+    if (application) {
+        Log::capture().info(log_line::usingDisplayFilter, chosen.displayName(), display->displayID);
+        return ContentFilter::displayIncludingApplications(*display, {*application}, {}, live);
+    }
+    Log::capture().info(log_line::usingWindowFilter, chosen.displayName());
+    return ContentFilter::desktopIndependentWindow(live);
+}
+
+std::int64_t pixels(double points, double scale)
+{
+    const double size = points * scale;
+    // 2^63 is the first double that no longer fits.
+    if (!std::isfinite(size) || std::abs(size) >= 0x1p63)
+        fatalError("a window's size does not fit a 64-bit integer");
+    return std::max(minimumPixels, static_cast<std::int64_t>(size));
+}
+
+StreamConfiguration configurationFor(const ShareableDisplay* display, const ShareableWindow& live, double scale)
+{
+    StreamConfiguration configuration{
+        .width = pixels(live.frame.width, scale),
+        .height = pixels(live.frame.height, scale),
+        .pixelFormat = FourCharacterCode{"BGRA"},
+        .capturesAudio = true,
+        .sampleRate = 48000,
+        .channelCount = 2,
+        .excludesCurrentProcessAudio = true,
+        .ignoreShadowsSingleWindow = true,
+        .ignoreShadowsDisplay = true,
+        .showsCursor = true,
+        .minimumFrameInterval = MediaTime{1, 60},
+        .sourceRect = std::nullopt,
+    };
+    if (display)
+        configuration.sourceRect = Rect{std::max(0.0, live.frame.x - display->frame.x), std::max(0.0, live.frame.y - display->frame.y),
+                                        live.frame.width, live.frame.height};
+    return configuration;
+}
+
+}  // namespace
+
+// One start on its way: it is passed from step to step, and whichever step ends it calls the completion.
+struct ScreenCaptureKitService::Start {
+    std::uint64_t generation = 0;
+    CapturedWindowInfo window;
+    StartCompletion completion;
+    ShareableWindow live;
+    StreamConfiguration configuration;
+    std::shared_ptr<platform::CaptureStream> stream;
+};
+
+std::shared_ptr<ScreenCaptureKitService> ScreenCaptureKitService::create(Services services)
+{
+    auto service = std::make_shared<ScreenCaptureKitService>(Private{}, std::move(services));
+    service->encoder_.setOnEncodedSample([weak = service->weak_from_this()](const SampleBufferRef& sample) {
+        const auto self = weak.lock();
+        if (!self)
+            return;
+        MutexLock lock(self->manualWriterLock_);
+        if (const auto writer = self->activeManualWriter_.load())
+            writer->appendVideoSample(sample);
+    });
+    return service;
+}
+
+ScreenCaptureKitService::ScreenCaptureKitService(Private, Services services)
+    : services_(std::move(services))
+    , encoder_(services_.compressionSessions)
+    , sampleQueue_(std::make_shared<SerialQueue>("com.velmora.capture.sampleQueue", SerialQueue::QualityOfService::userInteractive))
+    , audioQueue_(std::make_shared<SerialQueue>("com.velmora.capture.audioQueue", SerialQueue::QualityOfService::userInteractive))
+{
+}
+
+ScreenCaptureKitService::~ScreenCaptureKitService()
+{
+    stopCapture();
+}
+
+void ScreenCaptureKitService::startCapture(const CapturedWindowInfo& window, StartCompletion completion)
+{
+    stopCapture();
+    auto start = std::make_shared<Start>();
+    start->generation = startGeneration_;
+    start->window = window;
+    start->completion = std::move(completion);
+
+    window_catalogue::findWindow(
+        *services_.shareableContent, *services_.mainExecutor, window.id,
+        [self = shared_from_this(), start](Result<std::optional<ShareableWindow>> found) {
+            if (self->endIfSuperseded(*start))
+                return;
+            if (!found)
+                return start->completion(fail(std::move(found.error())));
+            if (!*found)
+                return start->completion(serviceError(windowUnavailable));
+            start->live = std::move(**found);
+            self->services_.shareableContent->getShareableContent(false, false, [self, start](Result<ShareableContent> content) {
+                self->services_.mainExecutor->async([self, start, content = std::move(content)]() mutable {
+                    self->continueWithContent(start, std::move(content));
+                });
+            });
+        });
+}
+
+void ScreenCaptureKitService::continueWithContent(std::shared_ptr<Start> start, Result<ShareableContent> content)
+{
+    if (endIfSuperseded(*start))
+        return;
+    if (!content)
+        return start->completion(fail(std::move(content.error())));
+    startStream(std::move(start), *content);
+}
+
+void ScreenCaptureKitService::startStream(std::shared_ptr<Start> start, const ShareableContent& content)
+{
+    const auto* display = displayFor(content, start->live.frame);
+    const auto filter = filterFor(content, display, start->live, start->window);
+    const double scale = static_cast<double>(services_.screens->mainScreenBackingScaleFactor().value_or(backingScaleWithoutScreen));
+    start->configuration = configurationFor(display, start->live, scale);
+    start->stream = services_.captureStreams->makeStream(filter, start->configuration, weak_from_this());
+
+    const std::pair<StreamOutputType, std::shared_ptr<SerialQueue>> outputs[]
+        = {{StreamOutputType::screen, sampleQueue_}, {StreamOutputType::audio, audioQueue_}};
+    for (const auto& [type, queue] : outputs) {
+        if (auto added = start->stream->addStreamOutput(weak_from_this(), type, queue); !added)
+            return start->completion(fail(std::move(added.error())));
+    }
+    auto& stream = *start->stream;
+    stream.startCapture([self = shared_from_this(), start = std::move(start)](Result<void> result) mutable {
+        auto& mainExecutor = *self->services_.mainExecutor;
+        mainExecutor.async([self = std::move(self), start = std::move(start), result = std::move(result)]() mutable {
+            self->streamDidStart(start, std::move(result));
+        });
+    });
+}
+
+void ScreenCaptureKitService::streamDidStart(const std::shared_ptr<Start>& start, Result<void> result)
+{
+    if (!result) {
+        if (!endIfSuperseded(*start))
+            start->completion(fail(std::move(result.error())));
+        return;
+    }
+    if (endIfSuperseded(*start)) {
+        start->stream->stopCapture([stream = start->stream](Result<void>) {});
+        return;
+    }
+    stream_ = start->stream;
+    liveStream_ = stream_.get();
+    activeWindow_ = start->window;
+    isCapturing_ = true;
+    Log::capture().info(log_line::startedWindowCapture, start->window.displayName(), start->configuration.width,
+                        start->configuration.height);
+    start->completion(StartOutcome::started);
+}
+
+bool ScreenCaptureKitService::endIfSuperseded(Start& start)
+{
+    if (start.generation == startGeneration_)
+        return false;
+    start.completion(StartOutcome::superseded);
+    return true;
+}
+
+void ScreenCaptureKitService::stopCapture()
+{
+    ++startGeneration_;
+    if (!isCapturing_ && !stream_)
+        return;
+    isCapturing_ = false;
+    liveStream_ = nullptr;
+    if (const auto writer = activeManualWriter_.load()) {
+        writer->cancel();
+        activeManualWriter_.store(nullptr);
+        retire(writer);
+    }
+    if (auto stream = std::exchange(stream_, nullptr)) {
+        auto& stopping = *stream;
+        stopping.stopCapture([stream = std::move(stream)](Result<void> result) {
+            if (!result)
+                Log::capture().error(log_line::errorStoppingStream, result.error().localizedDescription);
+        });
+    }
+    encoder_.invalidate();
+    activeWindow_.reset();
+    Log::capture().info(log_line::stoppedWindowCapture);
+}
+
+Result<void> ScreenCaptureKitService::startManualRecording(const std::filesystem::path& url)
+{
+    MutexLock lock(manualWriterLock_);
+    if (!isCapturing_)
+        return serviceError(noCaptureSession);
+    auto writer = ManualRecordingWriter::create(url, *services_.assetWriters, services_.fileManager);
+    if (!writer)
+        return fail(std::move(writer.error()));
+    activeManualWriter_.store(std::move(*writer));
+    Log::capture().info(log_line::manualRecordingSessionStarted, url.native());
+    return {};
+}
+
+void ScreenCaptureKitService::stopManualRecording(StopRecordingCompletion completion)
+{
+    std::shared_ptr<ManualRecordingWriter> writer;
+    {
+        MutexLock lock(manualWriterLock_);
+        writer = activeManualWriter_.exchange(nullptr);
+    }
+    auto finish = [mainExecutor = services_.mainExecutor, completion = std::move(completion)](Result<std::filesystem::path> result) mutable {
+        mainExecutor->async([completion = std::move(completion), result = std::move(result)]() mutable { completion(std::move(result)); });
+    };
+    if (!writer) {
+        finish(serviceError(noRecordingSession));
+        return;
+    }
+    retire(writer);
+    writer->finish(std::move(finish));
+}
+
+bool ScreenCaptureKitService::isRecordingManualClip() const
+{
+    MutexLock lock(manualWriterLock_);
+    return activeManualWriter_.load() != nullptr;
+}
+
+void ScreenCaptureKitService::retire(const std::shared_ptr<ManualRecordingWriter>& writer)
+{
+    std::erase_if(retiredWriters_, [](const auto& retired) { return retired.expired(); });
+    retiredWriters_.push_back(writer);
+}
+
+void ScreenCaptureKitService::drain()
+{
+    for (const auto& retired : std::exchange(retiredWriters_, {})) {
+        if (const auto writer = retired.lock())
+            writer->drain();
+    }
+}
+
+void ScreenCaptureKitService::streamDidOutputSampleBuffer(const platform::CaptureStream& stream, const SampleBufferRef& sample,
+                                                          StreamOutputType type)
+{
+    if (!isCapturing_ || &stream != liveStream_)
+        return;
+    switch (type) {
+    case StreamOutputType::audio: {
+        MutexLock lock(manualWriterLock_);
+        if (const auto writer = activeManualWriter_.load())
+            writer->appendAudioSample(sample);
+        break;
+    }
+    case StreamOutputType::screen:
+        if (sample->imageBuffer)
+            encoder_.encode(sample->imageBuffer, sample->presentationTimeStamp, sample->duration);
+        break;
+    case StreamOutputType::microphone:
+        break;
+    }
+}
+
+void ScreenCaptureKitService::streamDidStopWithError(const platform::CaptureStream& stream, const Error& error)
+{
+    Log::capture().error(log_line::streamDidStop, error.localizedDescription);
+    services_.mainExecutor->async([weak = weak_from_this(), stopped = &stream, reason = error.localizedDescription] {
+        const auto self = weak.lock();
+        // The stream may have been stopped or replaced while this was on its way.
+        if (!self || self->stream_.get() != stopped)
+            return;
+        self->stopCapture();
+        if (const auto delegate = self->delegate_.lock())
+            delegate->captureServiceDidStopUnexpectedly(*self, reason);
+    });
+}
+
+}  // namespace velmora

@@ -1,0 +1,63 @@
+// Compresses the frames of the captured window as they come.
+#pragma once
+
+#include "base/SerialQueue.h"
+#include "base/SharedCell.h"
+#include "platform/CompressionSession.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace velmora {
+
+/// H.264 High, 8 Mbit/s, a key frame at least every 30 frames, no frame reordering. A session exists from the first frame on and is made
+/// anew only when the frame size changes or after invalidate(). Failures are logged and cost the frame; nothing is reported.
+class VideoHardwareEncoder {
+public:
+    using EncodedSampleCallback = std::function<void(const SampleBufferRef&)>;
+
+    static constexpr std::int64_t maxKeyFrameInterval = 30;   ///< frames
+    static constexpr std::int64_t averageBitRate = 8'000'000;  ///< bits per second
+
+    explicit VideoHardwareEncoder(std::shared_ptr<platform::CompressionSessionFactory> sessions);
+    ~VideoHardwareEncoder();
+    VideoHardwareEncoder(const VideoHardwareEncoder&) = delete;
+    VideoHardwareEncoder& operator=(const VideoHardwareEncoder&) = delete;
+
+    /// Where compressed samples go: one at a time, in the session's order, on the queue "com.velmora.encoder.output". Any thread.
+    void setOnEncodedSample(EncodedSampleCallback callback);
+
+    /// On the capture service's sample queue. Returns without waiting for the compression.
+    void encode(const PixelBufferRef& pixelBuffer, MediaTime presentationTimeStamp, MediaTime duration);
+
+    /// Delivers what is pending and drops the session. Any thread.
+    void invalidate();
+
+    /// The size that the session was made for, or that its creation failed for; 0 when none.
+    [[nodiscard]] std::int64_t currentWidth() const { return currentWidth_; }
+    [[nodiscard]] std::int64_t currentHeight() const { return currentHeight_; }
+
+    [[nodiscard]] const SerialQueue& outputQueue() const { return output_->queue; }
+
+    /// True unless the first attachment dictionary says that the sample is no sync sample or depends on others.
+    static bool isKeyFrame(const SampleBuffer& sample);
+
+private:
+    /// What a session's callback needs; the session does not keep the encoder alive.
+    struct Output {
+        SerialQueue queue{"com.velmora.encoder.output", SerialQueue::QualityOfService::userInteractive};
+        SharedCell<const EncodedSampleCallback> onEncodedSample;
+    };
+
+    void setUpSession(std::int32_t width, std::int32_t height);
+
+    std::shared_ptr<platform::CompressionSessionFactory> sessions_;
+    SharedCell<platform::CompressionSession> session_;
+    std::atomic<std::int64_t> currentWidth_ = 0;
+    std::atomic<std::int64_t> currentHeight_ = 0;
+    std::shared_ptr<Output> output_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,91 @@
+#include "windows/WindowCatalogue.h"
+
+#include <QCollator>
+#include <QLocale>
+#include <QString>
+
+#include <algorithm>
+#include <utility>
+
+namespace velmora::window_catalogue {
+
+namespace {
+
+constexpr double minimumSide = 100;  // points
+
+std::string trimmed(const std::string& text)
+{
+    return QString::fromStdString(text).trimmed().toStdString();
+}
+
+// The C locale compares by code point; its users read English.
+QCollator displayCollator()
+{
+    const QLocale locale;
+    QCollator collator{locale.language() == QLocale::C ? QLocale{QLocale::English} : locale};
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    return collator;
+}
+
+}  // namespace
+
+std::optional<CapturedWindowInfo> entry(const platform::ShareableWindow& window, std::int32_t ownProcessID)
+{
+    const auto& application = window.owningApplication;
+    if (!application || application->processID == ownProcessID || window.windowLayer != 0)
+        return std::nullopt;
+    if (!(window.frame.width >= minimumSide && window.frame.height >= minimumSide))
+        return std::nullopt;
+    return CapturedWindowInfo{
+        .id = window.windowID,
+        .title = trimmed(window.title.value_or(std::string{})),
+        .appName = application->applicationName.empty() ? "Application" : application->applicationName,
+        .bundleID = application->bundleIdentifier,
+        .frame = window.frame,
+        .isOnScreen = window.isOnScreen,
+    };
+}
+
+std::vector<CapturedWindowInfo> entries(const std::vector<platform::ShareableWindow>& windows, std::int32_t ownProcessID)
+{
+    struct Keyed {
+        bool untitled;
+        QCollatorSortKey name;
+        CapturedWindowInfo info;
+    };
+    const QCollator collator = displayCollator();
+    std::vector<Keyed> keyed;
+    for (const auto& window : windows) {
+        if (auto info = entry(window, ownProcessID))
+            keyed.push_back({info->title.empty(), collator.sortKey(QString::fromStdString(info->appName)), std::move(*info)});
+    }
+    std::stable_sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) {
+        return a.untitled != b.untitled ? b.untitled : a.name < b.name;
+    });
+
+    std::vector<CapturedWindowInfo> result;
+    result.reserve(keyed.size());
+    for (auto& item : keyed)
+        result.push_back(std::move(item.info));
+    return result;
+}
+
+void findWindow(platform::ShareableContentProvider& content, Executor& mainExecutor, std::uint32_t id, FindCompletion completion)
+{
+    content.getShareableContent(
+        true, true,
+        [&mainExecutor, id, completion = std::move(completion)](Result<platform::ShareableContent> result) mutable {
+            Result<std::optional<platform::ShareableWindow>> found = std::nullopt;
+            if (!result) {
+                found = fail(std::move(result.error()));
+            } else {
+                const auto& windows = result->windows;
+                const auto match = std::find_if(windows.begin(), windows.end(), [id](const auto& w) { return w.windowID == id; });
+                if (match != windows.end())
+                    found = *match;
+            }
+            mainExecutor.async([completion = std::move(completion), found = std::move(found)]() mutable { completion(std::move(found)); });
+        });
+}
+
+}  // namespace velmora::window_catalogue

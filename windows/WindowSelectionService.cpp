@@ -1,0 +1,78 @@
+#include "windows/WindowSelectionService.h"
+
+#include "system/Log.h"
+
+#include <QCoreApplication>
+
+#include <utility>
+
+namespace velmora {
+
+WindowSelectionService::WindowSelectionService(std::shared_ptr<platform::ShareableContentProvider> content,
+                                               std::shared_ptr<Executor> mainExecutor, QObject* parent)
+    : QObject(parent), content_(std::move(content)), mainExecutor_(std::move(mainExecutor))
+{
+}
+
+WindowSelectionService::~WindowSelectionService() = default;
+
+void WindowSelectionService::refreshWindows(UniqueFunction<void()> completion)
+{
+    setIsLoading(true);
+    setLastError(std::nullopt);
+    content_->getShareableContent(
+        true, false,
+        [weak = std::weak_ptr(self_), mainExecutor = mainExecutor_,
+         completion = std::move(completion)](Result<platform::ShareableContent> result) mutable {
+            mainExecutor->async([weak, completion = std::move(completion), result = std::move(result)]() mutable {
+                const auto self = weak.lock();
+                if (!self)
+                    return;
+                (*self)->publish(std::move(result));
+                completion();
+            });
+        });
+}
+
+void WindowSelectionService::publish(Result<platform::ShareableContent> result)
+{
+    if (result) {
+        setAvailableWindows(
+            window_catalogue::entries(result->windows, static_cast<std::int32_t>(QCoreApplication::applicationPid())));
+    } else {
+        const auto& description = result.error().localizedDescription;
+        Log::capture().error(log_line::failedToQueryContent, description);
+        setLastError(description);
+        setAvailableWindows({});
+    }
+    setIsLoading(false);
+}
+
+void WindowSelectionService::findSCWindow(platform::ShareableContentProvider& content, Executor& mainExecutor, std::uint32_t id,
+                                          window_catalogue::FindCompletion completion)
+{
+    window_catalogue::findWindow(content, mainExecutor, id, std::move(completion));
+}
+
+void WindowSelectionService::setAvailableWindows(std::vector<CapturedWindowInfo> windows)
+{
+    emit objectWillChange();
+    availableWindows_ = std::move(windows);
+    emit availableWindowsChanged();
+}
+
+void WindowSelectionService::setIsLoading(bool isLoading)
+{
+    emit objectWillChange();
+    isLoading_ = isLoading;
+    emit isLoadingChanged();
+}
+
+void WindowSelectionService::setLastError(std::optional<std::string> error)
+{
+    emit objectWillChange();
+    lastError_ = std::move(error);
+    emit lastErrorChanged();
+}
+
+}  // namespace velmora

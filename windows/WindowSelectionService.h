@@ -1,0 +1,68 @@
+// The list of windows that the picker shows.
+#pragma once
+
+#include "base/SerialQueue.h"
+#include "platform/ShareableContent.h"
+#include "windows/CapturedWindowInfo.h"
+#include "windows/WindowCatalogue.h"
+
+#include <QObject>
+#include <QString>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace velmora {
+
+/// Main thread only. Every change of a property is announced by objectWillChange() before it takes effect and by the property's own
+/// signal after.
+class WindowSelectionService : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
+
+public:
+    WindowSelectionService(std::shared_ptr<platform::ShareableContentProvider> content, std::shared_ptr<Executor> mainExecutor,
+                           QObject* parent = nullptr);
+    ~WindowSelectionService() override;
+
+    /// The eligible windows of the last successful query, in display order.
+    [[nodiscard]] const std::vector<CapturedWindowInfo>& availableWindows() const { return availableWindows_; }
+
+    /// True while a query is outstanding.
+    [[nodiscard]] bool isLoading() const { return isLoading_; }
+
+    /// Why the last query failed; none once a new one has begun.
+    [[nodiscard]] const std::optional<std::string>& lastError() const { return lastError_; }
+
+    /// Queries the desktop afresh and replaces availableWindows(). `completion` is called once, on the main thread, when the result or
+    /// the failure has been published; never when the service is gone first. Calls may overlap: the later completion wins.
+    void refreshWindows(UniqueFunction<void()> completion = [] {});
+
+    /// See window_catalogue::findWindow.
+    static void findSCWindow(platform::ShareableContentProvider& content, Executor& mainExecutor, std::uint32_t id,
+                             window_catalogue::FindCompletion completion);
+
+signals:
+    void objectWillChange();
+    void availableWindowsChanged();
+    void isLoadingChanged();
+    void lastErrorChanged();
+
+private:
+    void publish(Result<platform::ShareableContent> result);
+    void setAvailableWindows(std::vector<CapturedWindowInfo> windows);
+    void setIsLoading(bool isLoading);
+    void setLastError(std::optional<std::string> error);
+
+    std::shared_ptr<platform::ShareableContentProvider> content_;
+    std::shared_ptr<Executor> mainExecutor_;
+    std::vector<CapturedWindowInfo> availableWindows_;
+    bool isLoading_ = false;
+    std::optional<std::string> lastError_;
+
+    // Gone with the service, so that a late result finds nobody.
+    std::shared_ptr<WindowSelectionService*> self_ = std::make_shared<WindowSelectionService*>(this);
+};
+
+}  // namespace velmora
