@@ -85,25 +85,35 @@ SerialQueue::~SerialQueue()
         thread.join();
 }
 
-void SerialQueue::async(UniqueFunction<void()> work)
+void SerialQueue::submit(const std::shared_ptr<State>& state, UniqueFunction<void()> work)
 {
     {
-        MutexLock lock(state_->mutex);
-        state_->pending.push_back(std::move(work));
-        if (!state_->thread.joinable())
-            state_->thread = std::thread([state = state_] { state->run(); });
+        MutexLock lock(state->mutex);
+        state->pending.push_back(std::move(work));
+        if (!state->thread.joinable())
+            state->thread = std::thread([state] { state->run(); });
     }
-    state_->wakeUp.notifyOne();
+    state->wakeUp.notifyOne();
+}
+
+void SerialQueue::async(UniqueFunction<void()> work)
+{
+    submit(state_, std::move(work));
 }
 
 void SerialQueue::sync(UniqueFunction<void()> work)
+{
+    async(std::move(work));
+    drain();
+}
+
+void SerialQueue::drain() const
 {
     assert(!isCurrent());
     Mutex mutex;
     ConditionVariable finished;
     bool done = false;
-    async([&] {
-        work();
+    submit(state_, [&] {
         MutexLock lock(mutex);
         done = true;
         finished.notifyAll();

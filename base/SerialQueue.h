@@ -38,6 +38,9 @@ public:
     /// Runs `work` on the queue and returns when it, and so everything queued before it, has run. Never from the queue itself.
     void sync(UniqueFunction<void()> work);
 
+    /// Returns when everything queued so far has run. Never from the queue itself.
+    void drain() const;
+
     /// True on the queue's own thread.
     [[nodiscard]] bool isCurrent() const;
 
@@ -46,6 +49,8 @@ public:
 
 private:
     struct State;
+    static void submit(const std::shared_ptr<State>& state, UniqueFunction<void()> work);
+
     std::shared_ptr<State> state_;
 };
 

@@ -15,7 +15,7 @@ template <typename T>
 class SharedCell {
 public:
     SharedCell() = default;
-    explicit SharedCell(std::shared_ptr<T> value) : value_(std::move(value)) {}
+    explicit SharedCell(std::shared_ptr<T> value) : value_(std::move(value)) { }
 
     [[nodiscard]] std::shared_ptr<T> load() const
     {

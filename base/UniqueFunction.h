@@ -20,11 +20,11 @@ public:
     static constexpr std::size_t inlineSize = 64;
 
     UniqueFunction() noexcept = default;
-    UniqueFunction(std::nullptr_t) noexcept {}
+    UniqueFunction(std::nullptr_t) noexcept { }
 
     template <typename F>
-        requires(!std::is_same_v<std::decay_t<F>, UniqueFunction> && std::is_invocable_r_v<R, std::decay_t<F>&, Args...>)
-    UniqueFunction(F&& callable)
+    requires(!std::is_same_v<std::decay_t<F>, UniqueFunction> && std::is_invocable_r_v<R, std::decay_t<F>&, Args...>)
+        UniqueFunction(F&& callable)
     {
         using Callable = std::decay_t<F>;
         if constexpr (storedInline<Callable>) {

@@ -57,7 +57,7 @@ std::string ClipExporterError::errorDescription() const
 Error ClipExporterError::asError() const
 {
     return {std::string{domain}, static_cast<int>(case_), errorDescription(),
-            underlying_ ? std::make_shared<const Error>(*underlying_) : nullptr};
+        underlying_ ? std::make_shared<const Error>(*underlying_) : nullptr};
 }
 
 std::optional<ClipExporterError> ClipExporterError::from(const Error& error)

@@ -50,7 +50,8 @@ public:
 
 private:
     explicit ClipExporterError(Case errorCase, std::optional<Error> underlying = std::nullopt)
-        : case_(errorCase), underlying_(std::move(underlying))
+        : case_(errorCase)
+        , underlying_(std::move(underlying))
     {
     }
 

@@ -13,9 +13,8 @@ constexpr platform::AudioOutputSettings audioOutputSettings{
 
 }  // namespace
 
-Result<std::shared_ptr<ManualRecordingWriter>> ManualRecordingWriter::create(std::filesystem::path outputURL,
-                                                                             platform::AssetWriterFactory& writers,
-                                                                             std::shared_ptr<platform::FileManager> fileManager)
+Result<std::shared_ptr<ManualRecordingWriter>> ManualRecordingWriter::create(
+    std::filesystem::path outputURL, platform::AssetWriterFactory& writers, std::shared_ptr<platform::FileManager> fileManager)
 {
     auto recording = std::make_shared<ManualRecordingWriter>(Private{}, std::move(outputURL), std::move(fileManager));
     static_cast<void>(recording->fileManager_->removeFile(recording->outputURL_));  // whether anything was there does not matter
@@ -35,7 +34,8 @@ Result<std::shared_ptr<ManualRecordingWriter>> ManualRecordingWriter::create(std
 }
 
 ManualRecordingWriter::ManualRecordingWriter(Private, std::filesystem::path outputURL, std::shared_ptr<platform::FileManager> fileManager)
-    : outputURL_(std::move(outputURL)), fileManager_(std::move(fileManager))
+    : outputURL_(std::move(outputURL))
+    , fileManager_(std::move(fileManager))
 {
 }
 
@@ -142,7 +142,7 @@ void ManualRecordingWriter::cancel()
 
 void ManualRecordingWriter::drain()
 {
-    writeQueue_.sync([] {});
+    writeQueue_.drain();
 }
 
 std::string ManualRecordingWriter::errorText(const char* fallback) const

@@ -15,15 +15,15 @@ namespace velmora {
 /// frame; everything before it is dropped. Appending never blocks: all work runs on the queue "com.velmora.manualWriter", in the order
 /// of submission. The caller appends from any thread, stops appending, then calls exactly one of finish() and cancel().
 class ManualRecordingWriter : public std::enable_shared_from_this<ManualRecordingWriter> {
-    struct Private {};
+    struct Private { };
 
 public:
     using FinishCompletion = UniqueFunction<void(Result<std::filesystem::path>)>;
 
     /// Replaces a file at `outputURL`. Fails with the platform's error, unchanged, when the file cannot be created; a sound input that
     /// cannot be attached makes the recording video-only.
-    static Result<std::shared_ptr<ManualRecordingWriter>> create(std::filesystem::path outputURL, platform::AssetWriterFactory& writers,
-                                                                 std::shared_ptr<platform::FileManager> fileManager);
+    static Result<std::shared_ptr<ManualRecordingWriter>> create(
+        std::filesystem::path outputURL, platform::AssetWriterFactory& writers, std::shared_ptr<platform::FileManager> fileManager);
 
     ManualRecordingWriter(Private, std::filesystem::path outputURL, std::shared_ptr<platform::FileManager> fileManager);
     ~ManualRecordingWriter();

@@ -43,7 +43,8 @@ tl::unexpected<Error> serviceError(ScreenCaptureKitService::ErrorCode code)
 const ShareableDisplay* displayFor(const ShareableContent& content, const Rect& windowFrame)
 {
     const auto& displays = content.displays;
-    const auto hit = std::find_if(displays.begin(), displays.end(), [&](const auto& display) { return display.frame.intersects(windowFrame); });
+    const auto hit =
+        std::find_if(displays.begin(), displays.end(), [&](const auto& display) { return display.frame.intersects(windowFrame); });
     if (hit != displays.end())
         return &*hit;
     return displays.empty() ? nullptr : &displays.front();
@@ -56,8 +57,8 @@ const platform::RunningApplication* applicationFor(const ShareableContent& conte
     return hit == applications.end() ? nullptr : &*hit;
 }
 
-ContentFilter filterFor(const ShareableContent& content, const ShareableDisplay* display, const ShareableWindow& live,
-                        const CapturedWindowInfo& chosen)
+ContentFilter filterFor(
+    const ShareableContent& content, const ShareableDisplay* display, const ShareableWindow& live, const CapturedWindowInfo& chosen)
 {
     const auto* application = display ? applicationFor(content, chosen.bundleID) : nullptr;
     if (application) {
@@ -95,7 +96,7 @@ StreamConfiguration configurationFor(const ShareableDisplay* display, const Shar
     };
     if (display)
         configuration.sourceRect = Rect{std::max(0.0, live.frame.x - display->frame.x), std::max(0.0, live.frame.y - display->frame.y),
-                                        live.frame.width, live.frame.height};
+            live.frame.width, live.frame.height};
     return configuration;
 }
 
@@ -146,8 +147,7 @@ void ScreenCaptureKitService::startCapture(const CapturedWindowInfo& window, Sta
     start->window = window;
     start->completion = std::move(completion);
 
-    window_catalogue::findWindow(
-        *services_.shareableContent, *services_.mainExecutor, window.id,
+    window_catalogue::findWindow(*services_.shareableContent, *services_.mainExecutor, window.id,
         [self = shared_from_this(), start](Result<std::optional<ShareableWindow>> found) {
             if (self->endIfSuperseded(*start))
                 return;
@@ -157,9 +157,8 @@ void ScreenCaptureKitService::startCapture(const CapturedWindowInfo& window, Sta
                 return start->completion(serviceError(windowUnavailable));
             start->live = std::move(**found);
             self->services_.shareableContent->getShareableContent(false, false, [self, start](Result<ShareableContent> content) {
-                self->services_.mainExecutor->async([self, start, content = std::move(content)]() mutable {
-                    self->continueWithContent(start, std::move(content));
-                });
+                self->services_.mainExecutor->async(
+                    [self, start, content = std::move(content)]() mutable { self->continueWithContent(start, std::move(content)); });
             });
         });
 }
@@ -181,8 +180,8 @@ void ScreenCaptureKitService::startStream(std::shared_ptr<Start> start, const Sh
     start->configuration = configurationFor(display, start->live, scale);
     start->stream = services_.captureStreams->makeStream(filter, start->configuration, weak_from_this());
 
-    const std::pair<StreamOutputType, std::shared_ptr<SerialQueue>> outputs[]
-        = {{StreamOutputType::screen, sampleQueue_}, {StreamOutputType::audio, audioQueue_}};
+    const std::pair<StreamOutputType, std::shared_ptr<SerialQueue>> outputs[] = {
+        {StreamOutputType::screen, sampleQueue_}, {StreamOutputType::audio, audioQueue_}};
     for (const auto& [type, queue] : outputs) {
         if (auto added = start->stream->addStreamOutput(weak_from_this(), type, queue); !added)
             return start->completion(fail(std::move(added.error())));
@@ -204,15 +203,15 @@ void ScreenCaptureKitService::streamDidStart(const std::shared_ptr<Start>& start
         return;
     }
     if (endIfSuperseded(*start)) {
-        start->stream->stopCapture([stream = start->stream](Result<void>) {});
+        stop(std::exchange(start->stream, nullptr));
         return;
     }
     stream_ = start->stream;
     liveStream_ = stream_.get();
     activeWindow_ = start->window;
     isCapturing_ = true;
-    Log::capture().info(log_line::startedWindowCapture, start->window.displayName(), start->configuration.width,
-                        start->configuration.height);
+    Log::capture().info(
+        log_line::startedWindowCapture, start->window.displayName(), start->configuration.width, start->configuration.height);
     start->completion(StartOutcome::started);
 }
 
@@ -236,16 +235,23 @@ void ScreenCaptureKitService::stopCapture()
         activeManualWriter_.store(nullptr);
         retire(writer);
     }
-    if (auto stream = std::exchange(stream_, nullptr)) {
-        auto& stopping = *stream;
-        stopping.stopCapture([stream = std::move(stream)](Result<void> result) {
-            if (!result)
-                Log::capture().error(log_line::errorStoppingStream, result.error().localizedDescription);
-        });
-    }
+    if (auto stream = std::exchange(stream_, nullptr))
+        stop(std::move(stream));
     encoder_.invalidate();
     activeWindow_.reset();
     Log::capture().info(log_line::stoppedWindowCapture);
+}
+
+void ScreenCaptureKitService::stop(std::shared_ptr<platform::CaptureStream> stream)
+{
+    stoppingStreams_->enter();
+    auto& stopping = *stream;
+    stopping.stopCapture([stream = std::move(stream), group = stoppingStreams_](Result<void> result) mutable {
+        if (!result)
+            Log::capture().error(log_line::errorStoppingStream, result.error().localizedDescription);
+        stream.reset();
+        group->leave();
+    });
 }
 
 Result<void> ScreenCaptureKitService::startManualRecording(const std::filesystem::path& url)
@@ -268,7 +274,8 @@ void ScreenCaptureKitService::stopManualRecording(StopRecordingCompletion comple
         MutexLock lock(manualWriterLock_);
         writer = activeManualWriter_.exchange(nullptr);
     }
-    auto finish = [mainExecutor = services_.mainExecutor, completion = std::move(completion)](Result<std::filesystem::path> result) mutable {
+    auto finish = [mainExecutor = services_.mainExecutor, completion = std::move(completion)](
+                      Result<std::filesystem::path> result) mutable {
         mainExecutor->async([completion = std::move(completion), result = std::move(result)]() mutable { completion(std::move(result)); });
     };
     if (!writer) {
@@ -293,14 +300,15 @@ void ScreenCaptureKitService::retire(const std::shared_ptr<ManualRecordingWriter
 
 void ScreenCaptureKitService::drain()
 {
+    stoppingStreams_->wait();
     for (const auto& retired : std::exchange(retiredWriters_, {})) {
         if (const auto writer = retired.lock())
             writer->drain();
     }
 }
 
-void ScreenCaptureKitService::streamDidOutputSampleBuffer(const platform::CaptureStream& stream, const SampleBufferRef& sample,
-                                                          StreamOutputType type)
+void ScreenCaptureKitService::streamDidOutputSampleBuffer(
+    const platform::CaptureStream& stream, const SampleBufferRef& sample, StreamOutputType type)
 {
     if (!isCapturing_ || &stream != liveStream_)
         return;

@@ -5,6 +5,7 @@
 #include "base/Result.h"
 #include "base/SerialQueue.h"
 #include "base/SharedCell.h"
+#include "base/WaitGroup.h"
 #include "capture/ManualRecordingWriter.h"
 #include "capture/VideoHardwareEncoder.h"
 #include "platform/CaptureStream.h"
@@ -39,7 +40,7 @@ public:
 class ScreenCaptureKitService final : public platform::StreamOutput,
                                       public platform::StreamDelegate,
                                       public std::enable_shared_from_this<ScreenCaptureKitService> {
-    struct Private {};
+    struct Private { };
 
 public:
     static constexpr std::string_view errorDomain = "Velmora.ScreenCaptureKitService";
@@ -82,7 +83,8 @@ public:
     /// Ends the recording and saves it. `completion` is called exactly once, on the main thread.
     void stopManualRecording(StopRecordingCompletion completion);
 
-    /// Returns when every writer that was cancelled or finished has done its work. Before the program ends.
+    /// Returns when every stream that was asked to stop has stopped, and every writer that was cancelled or finished has done its work.
+    /// Before the program ends.
     void drain();
 
     [[nodiscard]] bool isRecordingManualClip() const;
@@ -92,8 +94,8 @@ public:
     [[nodiscard]] const SerialQueue& sampleQueue() const { return *sampleQueue_; }
     [[nodiscard]] const SerialQueue& audioQueue() const { return *audioQueue_; }
 
-    void streamDidOutputSampleBuffer(const platform::CaptureStream& stream, const SampleBufferRef& sample,
-                                     platform::StreamOutputType type) override;
+    void streamDidOutputSampleBuffer(
+        const platform::CaptureStream& stream, const SampleBufferRef& sample, platform::StreamOutputType type) override;
     void streamDidStopWithError(const platform::CaptureStream& stream, const Error& error) override;
 
 private:
@@ -104,6 +106,7 @@ private:
     void streamDidStart(const std::shared_ptr<Start>& start, Result<void> result);
     [[nodiscard]] bool endIfSuperseded(Start& start);
     void retire(const std::shared_ptr<ManualRecordingWriter>& writer);
+    void stop(std::shared_ptr<platform::CaptureStream> stream);
 
     const Services services_;
     std::weak_ptr<ScreenCaptureKitServiceDelegate> delegate_;
@@ -124,6 +127,7 @@ private:
 
     std::uint64_t startGeneration_ = 0;
     std::vector<std::weak_ptr<ManualRecordingWriter>> retiredWriters_;
+    const std::shared_ptr<WaitGroup> stoppingStreams_ = std::make_shared<WaitGroup>();
 };
 
 }  // namespace velmora

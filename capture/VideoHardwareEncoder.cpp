@@ -8,7 +8,8 @@ using platform::CompressionProperty;
 using platform::CompressionStatus;
 
 VideoHardwareEncoder::VideoHardwareEncoder(std::shared_ptr<platform::CompressionSessionFactory> sessions)
-    : sessions_(std::move(sessions)), output_(std::make_shared<Output>())
+    : sessions_(std::move(sessions))
+    , output_(std::make_shared<Output>())
 {
 }
 

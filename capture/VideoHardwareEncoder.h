@@ -18,7 +18,7 @@ class VideoHardwareEncoder {
 public:
     using EncodedSampleCallback = std::function<void(const SampleBufferRef&)>;
 
-    static constexpr std::int64_t maxKeyFrameInterval = 30;   ///< frames
+    static constexpr std::int64_t maxKeyFrameInterval = 30;  ///< frames
     static constexpr std::int64_t averageBitRate = 8'000'000;  ///< bits per second
 
     explicit VideoHardwareEncoder(std::shared_ptr<platform::CompressionSessionFactory> sessions);

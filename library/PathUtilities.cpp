@@ -37,7 +37,7 @@ std::string PathUtilities::formattedTimestamp(Date date, const QTimeZone& timeZo
 }
 
 std::filesystem::path PathUtilities::generateUniqueFileURL(const std::filesystem::path& directory, std::string_view prefix,
-                                                           const platform::FileManager& fileManager, std::string_view extension, Date date)
+    const platform::FileManager& fileManager, std::string_view extension, Date date)
 {
     const std::string stem = std::string{prefix} + "-" + formattedTimestamp(date);
     const std::string suffix = "." + std::string{extension};

@@ -33,14 +33,14 @@ public:
     static bool ensureDirectoryExists(const std::filesystem::path& directory, platform::FileManager& fileManager);
 
     /// "yyyy-MM-dd-HH-mm-ss" in ASCII digits, the Gregorian calendar and 24 hours, whatever the user's settings are.
-    static std::string formattedTimestamp(Date date = std::chrono::system_clock::now(), const QTimeZone& timeZone = QTimeZone::systemTimeZone());
+    static std::string formattedTimestamp(
+        Date date = std::chrono::system_clock::now(), const QTimeZone& timeZone = QTimeZone::systemTimeZone());
 
     /// The first free name in `directory`: prefix-timestamp.extension, then prefix-timestamp-1.extension, -2 and so on. Only chooses:
     /// nothing is created or reserved.
     static std::filesystem::path generateUniqueFileURL(const std::filesystem::path& directory, std::string_view prefix,
-                                                       const platform::FileManager& fileManager,
-                                                       std::string_view extension = defaultExtension,
-                                                       Date date = std::chrono::system_clock::now());
+        const platform::FileManager& fileManager, std::string_view extension = defaultExtension,
+        Date date = std::chrono::system_clock::now());
 };
 
 }  // namespace velmora

@@ -29,7 +29,7 @@ struct ColourDescription {
 
 struct VideoFormat {
     FourCharacterCode codec;  ///< "avc1" for H.264, "BGRA" for pictures
-    std::int32_t width = 0;   ///< pixels as shown (after cropping)
+    std::int32_t width = 0;  ///< pixels as shown (after cropping)
     std::int32_t height = 0;
     ColourDescription colour;
     /// AVCDecoderConfigurationRecord for "avc1" (ISO 14496-15 5.3.3.1), whose samples then have 4-byte length prefixes; else empty.
@@ -51,8 +51,8 @@ struct AudioFormat {
 /// Immutable; shared by every sample of a stream, so that "same format" is usually one pointer comparison.
 class FormatDescription {
 public:
-    explicit FormatDescription(VideoFormat format) : format_(std::move(format)) {}
-    explicit FormatDescription(AudioFormat format) : format_(std::move(format)) {}
+    explicit FormatDescription(VideoFormat format) : format_(std::move(format)) { }
+    explicit FormatDescription(AudioFormat format) : format_(std::move(format)) { }
 
     [[nodiscard]] MediaType mediaType() const { return video() ? MediaType::video : MediaType::audio; }
     [[nodiscard]] const VideoFormat* video() const { return std::get_if<VideoFormat>(&format_); }

@@ -10,10 +10,10 @@ struct FourCharacterCode {
     std::uint32_t value = 0;
 
     constexpr FourCharacterCode() = default;
-    explicit constexpr FourCharacterCode(std::uint32_t v) : value(v) {}
+    explicit constexpr FourCharacterCode(std::uint32_t v) : value(v) { }
     constexpr FourCharacterCode(const char (&text)[5])
         : value((std::uint32_t{static_cast<unsigned char>(text[0])} << 24) | (std::uint32_t{static_cast<unsigned char>(text[1])} << 16)
-                | (std::uint32_t{static_cast<unsigned char>(text[2])} << 8) | std::uint32_t{static_cast<unsigned char>(text[3])})
+            | (std::uint32_t{static_cast<unsigned char>(text[2])} << 8) | std::uint32_t{static_cast<unsigned char>(text[3])})
     {
     }
 

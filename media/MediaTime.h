@@ -16,7 +16,7 @@ struct MediaTime {
     std::int32_t timescale = 0;
 
     constexpr MediaTime() = default;
-    constexpr MediaTime(std::int64_t v, std::int32_t scale) : value(v), timescale(scale) {}
+    constexpr MediaTime(std::int64_t v, std::int32_t scale) : value(v), timescale(scale) { }
 
     static constexpr MediaTime invalid() { return {}; }
     static constexpr MediaTime zero() { return {0, 1}; }

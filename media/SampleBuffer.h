@@ -51,7 +51,7 @@ private:
 using AttachmentsArray = std::vector<AttachmentDictionary>;
 
 namespace attachment_key {
-inline constexpr std::string_view notSync = "NotSync";                  ///< Boolean: the sample is no sync sample
+inline constexpr std::string_view notSync = "NotSync";  ///< Boolean: the sample is no sync sample
 inline constexpr std::string_view dependsOnOthers = "DependsOnOthers";  ///< Boolean: decoding needs other samples
 }  // namespace attachment_key
 

@@ -50,8 +50,8 @@ public:
     virtual ~AssetWriter() = default;
 
     /// Pass-through when `settings` is none: samples of the format of `sourceFormatHint` are written as they are.
-    virtual std::shared_ptr<AssetWriterInput> makeInput(MediaType mediaType, std::optional<AudioOutputSettings> settings,
-                                                        FormatDescriptionRef sourceFormatHint) = 0;
+    virtual std::shared_ptr<AssetWriterInput> makeInput(
+        MediaType mediaType, std::optional<AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) = 0;
 
     [[nodiscard]] virtual bool canAdd(const AssetWriterInput& input) const = 0;
     virtual void add(std::shared_ptr<AssetWriterInput> input) = 0;

@@ -59,8 +59,8 @@ public:
     virtual ~CaptureStreamFactory() = default;
 
     /// Never fails: what cannot be captured is told by the start.
-    virtual std::shared_ptr<CaptureStream> makeStream(const ContentFilter& filter, const StreamConfiguration& configuration,
-                                                      std::weak_ptr<StreamDelegate> delegate) = 0;
+    virtual std::shared_ptr<CaptureStream> makeStream(
+        const ContentFilter& filter, const StreamConfiguration& configuration, std::weak_ptr<StreamDelegate> delegate) = 0;
 };
 
 }  // namespace velmora::platform

@@ -50,9 +50,8 @@ public:
     virtual ~CompressionSessionFactory() = default;
 
     /// `codec` is "avc1". Width and height are those of the pictures to come, in pixels.
-    virtual tl::expected<std::shared_ptr<CompressionSession>, CompressionStatus> makeSession(std::int32_t width, std::int32_t height,
-                                                                                             FourCharacterCode codec,
-                                                                                             CompressionSession::OutputCallback output) = 0;
+    virtual tl::expected<std::shared_ptr<CompressionSession>, CompressionStatus> makeSession(
+        std::int32_t width, std::int32_t height, FourCharacterCode codec, CompressionSession::OutputCallback output) = 0;
 };
 
 }  // namespace velmora::platform

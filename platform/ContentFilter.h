@@ -14,7 +14,7 @@ public:
     enum class Kind { displayIncludingApplications, desktopIndependentWindow };
 
     static ContentFilter displayIncludingApplications(ShareableDisplay display, std::vector<RunningApplication> applications,
-                                                      std::vector<ShareableWindow> exceptingWindows, ShareableWindow window)
+        std::vector<ShareableWindow> exceptingWindows, ShareableWindow window)
     {
         ContentFilter filter{Kind::displayIncludingApplications, std::move(window)};
         filter.display_ = std::move(display);
@@ -35,7 +35,7 @@ public:
     [[nodiscard]] const std::vector<ShareableWindow>& exceptingWindows() const { return exceptingWindows_; }
 
 private:
-    ContentFilter(Kind kind, ShareableWindow window) : kind_(kind), window_(std::move(window)) {}
+    ContentFilter(Kind kind, ShareableWindow window) : kind_(kind), window_(std::move(window)) { }
 
     Kind kind_;
     ShareableWindow window_;

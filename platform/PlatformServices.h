@@ -1,6 +1,7 @@
 // Seam: all platform services of this process, and the one function that makes them.
 #pragma once
 
+#include "platform/AssetRepairer.h"
 #include "platform/AssetWriter.h"
 #include "platform/CaptureStream.h"
 #include "platform/CompressionSession.h"
@@ -22,6 +23,7 @@ struct PlatformServices {
     std::shared_ptr<CaptureStreamFactory> captureStreams;
     std::shared_ptr<CompressionSessionFactory> compressionSessions;
     std::shared_ptr<AssetWriterFactory> assetWriters;
+    std::shared_ptr<AssetRepairer> assetRepairer;
 };
 
 /// Chooses the back end for the desktop that this process runs on. Once, on the main thread, at program start; connects to nothing

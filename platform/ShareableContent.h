@@ -14,8 +14,8 @@ namespace velmora::platform {
 
 struct RunningApplication {
     std::string bundleIdentifier;  ///< may be empty
-    std::string applicationName;   ///< may be empty
-    std::int32_t processID = 0;    ///< 0 when the desktop does not tell
+    std::string applicationName;  ///< may be empty
+    std::int32_t processID = 0;  ///< 0 when the desktop does not tell
 
     friend bool operator==(const RunningApplication&, const RunningApplication&) = default;
 };

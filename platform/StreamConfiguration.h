@@ -11,7 +11,7 @@
 namespace velmora::platform {
 
 struct StreamConfiguration {
-    std::int64_t width = 0;   ///< pixels of every delivered picture
+    std::int64_t width = 0;  ///< pixels of every delivered picture
     std::int64_t height = 0;
     FourCharacterCode pixelFormat{"BGRA"};
     bool capturesAudio = false;

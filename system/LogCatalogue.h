@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <tuple>
 
 namespace velmora {
 
@@ -93,6 +94,15 @@ inline constexpr HotkeyInfo<> saveClipTriggered{"Save clip shortcut triggered bu
 inline constexpr PermissionsError<Text> notificationPermissionError{"Notification permission error: %s"};
 
 inline constexpr LibraryError<Text, Text> failedLoadingClips{"Failed loading clips from %s: %s"};
+
+/// Every line above, for whoever wants to go through them.
+inline constexpr auto all = std::make_tuple(failedToCreateDirectory, systemWillSleep, systemWoke, displayConfigurationChanged,
+    captureStarted, failedToStartCapture, startedManualRecording, failedStartingManualRecording, finishedManualRecording,
+    failedStoppingManualRecording, captureStoppedUnexpectedly, startedWindowCapture, usingDisplayFilter, usingWindowFilter,
+    stoppedWindowCapture, errorStoppingStream, manualRecordingSessionStarted, streamDidStop, startWritingFailed, cannotAddVideoInput,
+    failedToAppendVideo, failedToAppendAudio, initializedEncoder, sessionCreateFailed, encodeFrameFailed, failedToQueryContent,
+    exporterWithoutAudio, exporterFailedVideo, exporterFailedAudio, shortcutRegistered, failedToInstallHandler, failedToRegisterShortcut,
+    toggleTriggered, saveClipTriggered, notificationPermissionError, failedLoadingClips);
 
 }  // namespace log_line
 }  // namespace velmora

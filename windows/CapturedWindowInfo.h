@@ -13,10 +13,10 @@ namespace velmora {
 /// Immutable once made. `id` is the identity; equality compares every field.
 struct CapturedWindowInfo {
     std::uint32_t id = 0;
-    std::string title;     ///< trimmed; may be empty
-    std::string appName;   ///< never empty when it comes from the catalogue
+    std::string title;  ///< trimmed; may be empty
+    std::string appName;  ///< never empty when it comes from the catalogue
     std::string bundleID;  ///< may be empty
-    Rect frame;            ///< points
+    Rect frame;  ///< points
     bool isOnScreen = false;
 
     /// What the user reads wherever this window is named: "Safari — Big Buck Bunny", or "VLC (Window #4127)" without a title.

@@ -59,9 +59,8 @@ std::vector<CapturedWindowInfo> entries(const std::vector<platform::ShareableWin
         if (auto info = entry(window, ownProcessID))
             keyed.push_back({info->title.empty(), collator.sortKey(QString::fromStdString(info->appName)), std::move(*info)});
     }
-    std::stable_sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) {
-        return a.untitled != b.untitled ? b.untitled : a.name < b.name;
-    });
+    std::stable_sort(
+        keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) { return a.untitled != b.untitled ? b.untitled : a.name < b.name; });
 
     std::vector<CapturedWindowInfo> result;
     result.reserve(keyed.size());
@@ -73,8 +72,7 @@ std::vector<CapturedWindowInfo> entries(const std::vector<platform::ShareableWin
 void findWindow(platform::ShareableContentProvider& content, Executor& mainExecutor, std::uint32_t id, FindCompletion completion)
 {
     content.getShareableContent(
-        true, true,
-        [&mainExecutor, id, completion = std::move(completion)](Result<platform::ShareableContent> result) mutable {
+        true, true, [&mainExecutor, id, completion = std::move(completion)](Result<platform::ShareableContent> result) mutable {
             Result<std::optional<platform::ShareableWindow>> found = std::nullopt;
             if (!result) {
                 found = fail(std::move(result.error()));

@@ -8,9 +8,11 @@
 
 namespace velmora {
 
-WindowSelectionService::WindowSelectionService(std::shared_ptr<platform::ShareableContentProvider> content,
-                                               std::shared_ptr<Executor> mainExecutor, QObject* parent)
-    : QObject(parent), content_(std::move(content)), mainExecutor_(std::move(mainExecutor))
+WindowSelectionService::WindowSelectionService(
+    std::shared_ptr<platform::ShareableContentProvider> content, std::shared_ptr<Executor> mainExecutor, QObject* parent)
+    : QObject(parent)
+    , content_(std::move(content))
+    , mainExecutor_(std::move(mainExecutor))
 {
 }
 
@@ -20,10 +22,9 @@ void WindowSelectionService::refreshWindows(UniqueFunction<void()> completion)
 {
     setIsLoading(true);
     setLastError(std::nullopt);
-    content_->getShareableContent(
-        true, false,
-        [weak = std::weak_ptr(self_), mainExecutor = mainExecutor_,
-         completion = std::move(completion)](Result<platform::ShareableContent> result) mutable {
+    content_->getShareableContent(true, false,
+        [weak = std::weak_ptr(self_), mainExecutor = mainExecutor_, completion = std::move(completion)](
+            Result<platform::ShareableContent> result) mutable {
             mainExecutor->async([weak, completion = std::move(completion), result = std::move(result)]() mutable {
                 const auto self = weak.lock();
                 if (!self)
@@ -37,8 +38,7 @@ void WindowSelectionService::refreshWindows(UniqueFunction<void()> completion)
 void WindowSelectionService::publish(Result<platform::ShareableContent> result)
 {
     if (result) {
-        setAvailableWindows(
-            window_catalogue::entries(result->windows, static_cast<std::int32_t>(QCoreApplication::applicationPid())));
+        setAvailableWindows(window_catalogue::entries(result->windows, static_cast<std::int32_t>(QCoreApplication::applicationPid())));
     } else {
         const auto& description = result.error().localizedDescription;
         Log::capture().error(log_line::failedToQueryContent, description);
@@ -48,8 +48,8 @@ void WindowSelectionService::publish(Result<platform::ShareableContent> result)
     setIsLoading(false);
 }
 
-void WindowSelectionService::findSCWindow(platform::ShareableContentProvider& content, Executor& mainExecutor, std::uint32_t id,
-                                          window_catalogue::FindCompletion completion)
+void WindowSelectionService::findSCWindow(
+    platform::ShareableContentProvider& content, Executor& mainExecutor, std::uint32_t id, window_catalogue::FindCompletion completion)
 {
     window_catalogue::findWindow(content, mainExecutor, id, std::move(completion));
 }

@@ -22,8 +22,8 @@ class WindowSelectionService : public QObject {
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
 
 public:
-    WindowSelectionService(std::shared_ptr<platform::ShareableContentProvider> content, std::shared_ptr<Executor> mainExecutor,
-                           QObject* parent = nullptr);
+    WindowSelectionService(
+        std::shared_ptr<platform::ShareableContentProvider> content, std::shared_ptr<Executor> mainExecutor, QObject* parent = nullptr);
     ~WindowSelectionService() override;
 
     /// The eligible windows of the last successful query, in display order.
@@ -40,8 +40,8 @@ public:
     void refreshWindows(UniqueFunction<void()> completion = [] {});
 
     /// See window_catalogue::findWindow.
-    static void findSCWindow(platform::ShareableContentProvider& content, Executor& mainExecutor, std::uint32_t id,
-                             window_catalogue::FindCompletion completion);
+    static void findSCWindow(
+        platform::ShareableContentProvider& content, Executor& mainExecutor, std::uint32_t id, window_catalogue::FindCompletion completion);
 
 signals:
     void objectWillChange();

@@ -42,7 +42,7 @@ public:
     virtual ~PictureScaler() = default;
 
     virtual Result<void> scale(const std::byte* source, PixelRect sourceSize, std::size_t sourceBytesPerRow, std::byte* destination,
-                               PixelRect destinationSize, std::size_t destinationBytesPerRow) = 0;
+        PixelRect destinationSize, std::size_t destinationBytesPerRow) = 0;
 };
 
 class CodecModule {

@@ -1,0 +1,146 @@
+// An asset writer that keeps what it is given, and fails where a test says.
+#pragma once
+
+#include "platform/AssetWriter.h"
+
+#include <algorithm>
+#include <fstream>
+#include <utility>
+#include <vector>
+
+namespace velmora::fake {
+
+class FakeAssetWriter;
+
+class FakeAssetWriterInput final : public platform::AssetWriterInput {
+public:
+    FakeAssetWriterInput(FakeAssetWriter& owner, MediaType type, std::optional<platform::AudioOutputSettings> s, FormatDescriptionRef hint)
+        : mediaType(type)
+        , settings(std::move(s))
+        , sourceFormatHint(std::move(hint))
+        , writer(owner)
+    {
+    }
+
+    void setExpectsMediaDataInRealTime(bool value) override { realTime = value; }
+    [[nodiscard]] bool isReadyForMoreMediaData() const override { return ready; }
+    bool append(const SampleBufferRef& sample) override;
+    void markAsFinished() override { finished = true; }
+
+    const MediaType mediaType;
+    const std::optional<platform::AudioOutputSettings> settings;
+    const FormatDescriptionRef sourceFormatHint;
+    FakeAssetWriter& writer;
+    bool realTime = false;
+    bool ready = true;
+    bool finished = false;
+    bool appendFails = false;
+    std::vector<SampleBufferRef> samples;
+};
+
+/// Look at it only after the recording's queue has been drained.
+class FakeAssetWriter final : public platform::AssetWriter {
+public:
+    explicit FakeAssetWriter(std::filesystem::path url) : outputURL(std::move(url)) { }
+
+    std::shared_ptr<platform::AssetWriterInput> makeInput(
+        MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override
+    {
+        return std::make_shared<FakeAssetWriterInput>(*this, mediaType, settings, std::move(sourceFormatHint));
+    }
+
+    [[nodiscard]] bool canAdd(const platform::AssetWriterInput& input) const override
+    {
+        return std::find(refused.begin(), refused.end(), static_cast<const FakeAssetWriterInput&>(input).mediaType) == refused.end();
+    }
+
+    void add(std::shared_ptr<platform::AssetWriterInput> input) override
+    {
+        inputs.push_back(std::static_pointer_cast<FakeAssetWriterInput>(std::move(input)));
+    }
+
+    bool startWriting() override
+    {
+        ++startCount;
+        if (startFails)
+            return false;
+        currentStatus = Status::writing;
+        return true;
+    }
+
+    void startSession(MediaTime time) override { sessionTime = time; }
+
+    void finishWriting(UniqueFunction<void()> completion) override
+    {
+        ++finishCount;
+        currentStatus = finishStatus;
+        if (removesFileAtFinish)
+            std::filesystem::remove(outputURL);
+        completion();
+    }
+
+    void cancelWriting() override
+    {
+        ++cancelCount;
+        currentStatus = Status::cancelled;
+    }
+
+    [[nodiscard]] Status status() const override { return currentStatus; }
+    [[nodiscard]] std::optional<Error> error() const override { return currentError; }
+
+    [[nodiscard]] std::shared_ptr<FakeAssetWriterInput> input(MediaType mediaType) const
+    {
+        for (const auto& candidate : inputs) {
+            if (candidate->mediaType == mediaType)
+                return candidate;
+        }
+        return nullptr;
+    }
+
+    const std::filesystem::path outputURL;
+    std::vector<std::shared_ptr<FakeAssetWriterInput>> inputs;
+    std::vector<MediaType> refused;
+    bool startFails = false;
+    bool removesFileAtFinish = false;
+    Status finishStatus = Status::completed;
+    Status currentStatus = Status::unknown;
+    std::optional<Error> currentError;
+    MediaTime sessionTime;
+    int startCount = 0;
+    int finishCount = 0;
+    int cancelCount = 0;
+};
+
+inline bool FakeAssetWriterInput::append(const SampleBufferRef& sample)
+{
+    if (appendFails)
+        return false;
+    samples.push_back(sample);
+    return true;
+}
+
+/// Creates a real, empty file for each writer, so that the features' own handling of files is seen.
+class FakeAssetWriters final : public platform::AssetWriterFactory {
+public:
+    Result<std::shared_ptr<platform::AssetWriter>> makeAssetWriter(
+        const std::filesystem::path& outputURL, platform::AssetFileType type) override
+    {
+        fileType = type;
+        foundFileAtCreation = std::filesystem::exists(outputURL);
+        if (createError)
+            return fail(*createError);
+        std::ofstream{outputURL} << "fake";
+        auto writer = std::make_shared<FakeAssetWriter>(outputURL);
+        writer->refused = refused;
+        writers.push_back(writer);
+        return std::shared_ptr<platform::AssetWriter>{writer};
+    }
+
+    std::optional<Error> createError;
+    std::vector<MediaType> refused;
+    std::optional<platform::AssetFileType> fileType;
+    bool foundFileAtCreation = false;
+    std::vector<std::shared_ptr<FakeAssetWriter>> writers;
+};
+
+}  // namespace velmora::fake

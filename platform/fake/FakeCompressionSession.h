@@ -1,0 +1,122 @@
+// An encoder that a test steps by hand.
+#pragma once
+
+#include "base/Mutex.h"
+#include "platform/CompressionSession.h"
+
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace velmora::fake {
+
+/// What a test sees of the sessions, shared because the encoder under test owns them.
+struct CompressionSessionRecord {
+    struct Frame {
+        PixelBufferRef pixelBuffer;
+        MediaTime presentationTimeStamp;
+        MediaTime duration;
+    };
+
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    FourCharacterCode codec;
+    std::vector<std::pair<platform::CompressionProperty, platform::CompressionPropertyValue>> properties;
+    bool prepared = false;
+    std::vector<Frame> frames;
+    bool completed = false;
+    bool invalidated = false;
+    platform::CompressionStatus encodeStatus = 0;
+    bool encodesAtOnce = true;  ///< else frames wait until completeFrames
+};
+
+class FakeCompressionSession final : public platform::CompressionSession {
+public:
+    FakeCompressionSession(std::shared_ptr<CompressionSessionRecord> record, OutputCallback output)
+        : record_(std::move(record))
+        , output_(std::move(output))
+    {
+    }
+
+    platform::CompressionStatus setProperty(platform::CompressionProperty property, platform::CompressionPropertyValue value) override
+    {
+        record_->properties.emplace_back(property, value);
+        return -1;  // the callers are not to mind
+    }
+
+    platform::CompressionStatus prepareToEncodeFrames() override
+    {
+        record_->prepared = true;
+        return -1;
+    }
+
+    platform::CompressionStatus encodeFrame(const PixelBufferRef& pixelBuffer, MediaTime presentationTimeStamp, MediaTime duration) override
+    {
+        if (record_->encodeStatus != 0)
+            return record_->encodeStatus;
+        record_->frames.push_back({pixelBuffer, presentationTimeStamp, duration});
+        if (record_->encodesAtOnce)
+            output_(0, encoded(record_->frames.back(), delivered_++ == 0));
+        return 0;
+    }
+
+    platform::CompressionStatus completeFrames() override
+    {
+        record_->completed = true;
+        while (delivered_ < record_->frames.size()) {
+            output_(0, encoded(record_->frames[delivered_], delivered_ == 0));
+            ++delivered_;
+        }
+        return 0;
+    }
+
+    void invalidate() override { record_->invalidated = true; }
+
+    /// Calls the encoder's callback with anything a test likes.
+    void emitOutput(platform::CompressionStatus status, SampleBufferRef sample) { output_(status, std::move(sample)); }
+
+private:
+    static SampleBufferRef encoded(const CompressionSessionRecord::Frame& frame, bool keyFrame)
+    {
+        static const auto format = std::make_shared<const FormatDescription>(VideoFormat{FourCharacterCode{"avc1"}, 640, 480, {}, {}});
+        auto sample = std::make_shared<SampleBuffer>();
+        sample->format = format;
+        sample->presentationTimeStamp = frame.presentationTimeStamp;
+        sample->duration = frame.duration;
+        sample->data = DataBlock::owning(std::vector<std::byte>(16));
+        sample->attachments = keyFrame ? SampleBuffer::syncAttachments() : SampleBuffer::notSyncAttachments();
+        return sample;
+    }
+
+    std::shared_ptr<CompressionSessionRecord> record_;
+    OutputCallback output_;
+    std::size_t delivered_ = 0;
+};
+
+class FakeCompressionSessions final : public platform::CompressionSessionFactory {
+public:
+    tl::expected<std::shared_ptr<platform::CompressionSession>, platform::CompressionStatus> makeSession(
+        std::int32_t width, std::int32_t height, FourCharacterCode codec, platform::CompressionSession::OutputCallback output) override
+    {
+        ++attempts;
+        if (createStatus != 0)
+            return tl::unexpected(createStatus);
+        auto record = std::make_shared<CompressionSessionRecord>();
+        record->width = width;
+        record->height = height;
+        record->codec = codec;
+        record->encodesAtOnce = encodesAtOnce;
+        auto session = std::make_shared<FakeCompressionSession>(record, std::move(output));
+        records.push_back(record);
+        sessions.push_back(session);
+        return session;
+    }
+
+    platform::CompressionStatus createStatus = 0;
+    bool encodesAtOnce = true;
+    int attempts = 0;
+    std::vector<std::shared_ptr<CompressionSessionRecord>> records;
+    std::vector<std::shared_ptr<FakeCompressionSession>> sessions;
+};
+
+}  // namespace velmora::fake

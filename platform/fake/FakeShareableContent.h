@@ -1,0 +1,64 @@
+// A desktop that a test lays out by hand.
+#pragma once
+
+#include "platform/ShareableContent.h"
+
+#include <utility>
+#include <vector>
+
+namespace velmora::fake {
+
+/// Answers at once with `content` (or `error`), or keeps the queries until answerNext() when `holdsAnswers` is set.
+class FakeShareableContent final : public platform::ShareableContentProvider {
+public:
+    struct Query {
+        bool excludingDesktopWindows;
+        bool onScreenWindowsOnly;
+
+        friend bool operator==(const Query&, const Query&) = default;
+    };
+
+    void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly, Completion completion) override
+    {
+        queries.push_back({excludingDesktopWindows, onScreenWindowsOnly});
+        if (holdsAnswers)
+            held_.push_back({queries.back(), std::move(completion)});
+        else
+            completion(answer(queries.back()));
+    }
+
+    void answerNext()
+    {
+        auto [query, completion] = std::move(held_.front());
+        held_.erase(held_.begin());
+        completion(answer(query));
+    }
+
+    /// Answers the newest held query first, so that answers overtake each other.
+    void answerLast()
+    {
+        auto [query, completion] = std::move(held_.back());
+        held_.pop_back();
+        completion(answer(query));
+    }
+
+    platform::ShareableContent content;
+    std::optional<Error> error;
+    bool holdsAnswers = false;
+    std::vector<Query> queries;
+
+private:
+    [[nodiscard]] Result<platform::ShareableContent> answer(const Query& query) const
+    {
+        if (error)
+            return fail(*error);
+        auto result = content;
+        if (query.onScreenWindowsOnly)
+            std::erase_if(result.windows, [](const auto& window) { return !window.isOnScreen; });
+        return result;
+    }
+
+    std::vector<std::pair<Query, Completion>> held_;
+};
+
+}  // namespace velmora::fake
