@@ -1,0 +1,47 @@
+// What the user typed.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <tl/expected.hpp>
+#include <variant>
+
+namespace velmora::command_line {
+
+/// Exit statuses of the program.
+enum ExitStatus { succeeded = 0, failed = 1, wrongUse = 2 };
+
+struct Windows {
+    bool json = false;
+};
+
+struct Record {
+    std::uint32_t windowID = 0;
+    std::optional<std::chrono::nanoseconds> duration;  ///< none: until a signal
+    std::optional<std::filesystem::path> output;  ///< absolute; none: the default folder and name
+};
+
+struct Repair {
+    std::filesystem::path file;
+};
+
+/// Text for standard output, after which the program ends.
+struct Print {
+    QString text;
+};
+
+using Command = std::variant<Windows, Record, Repair, Print>;
+
+/// The command in `arguments` (the program's name first), or what is wrong with them in one line.
+tl::expected<Command, QString> parse(const QStringList& arguments);
+
+/// How the program is used, in full.
+QString helpText();
+
+}  // namespace velmora::command_line

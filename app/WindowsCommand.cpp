@@ -1,0 +1,83 @@
+#include "app/WindowsCommand.h"
+
+#include "windows/WindowSelectionService.h"
+
+#include <QCoreApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cstdio>
+
+namespace velmora {
+
+namespace {
+
+QString text(const std::string& value)
+{
+    return QString::fromStdString(value);
+}
+
+QString withoutControlCharacters(const std::string& value)
+{
+    QString result = text(value);
+    for (auto& character : result) {
+        if (character.category() == QChar::Other_Control || character.category() == QChar::Other_Format)
+            character = QChar::ReplacementCharacter;
+    }
+    return result;
+}
+
+}  // namespace
+
+int runWindowsCommand(
+    const command_line::Windows& command, const platform::PlatformServices& services, std::shared_ptr<Executor> mainExecutor)
+{
+    WindowSelectionService service{services.shareableContent, std::move(mainExecutor)};
+    service.refreshWindows([] { QCoreApplication::quit(); });
+    QCoreApplication::exec();
+    if (const auto& error = service.lastError()) {
+        std::fprintf(stderr, "%s\n", error->c_str());
+        return command_line::failed;
+    }
+    const auto output = command.json ? windowsAsJson(service.availableWindows()) : windowsAsTable(service.availableWindows());
+    std::fputs(output.c_str(), stdout);
+    return command_line::succeeded;
+}
+
+std::string windowsAsJson(const std::vector<CapturedWindowInfo>& windows)
+{
+    QJsonArray array;
+    for (const auto& window : windows) {
+        array.append(QJsonObject{
+            {QStringLiteral("id"), static_cast<qint64>(window.id)},
+            {QStringLiteral("title"), text(window.title)},
+            {QStringLiteral("appName"), text(window.appName)},
+            {QStringLiteral("bundleID"), text(window.bundleID)},
+            {QStringLiteral("frame"),
+                QJsonObject{{QStringLiteral("x"), window.frame.x}, {QStringLiteral("y"), window.frame.y},
+                    {QStringLiteral("width"), window.frame.width}, {QStringLiteral("height"), window.frame.height}}},
+            {QStringLiteral("isOnScreen"), window.isOnScreen},
+            {QStringLiteral("displayName"), text(window.displayName())},
+        });
+    }
+    return QJsonDocument{array}.toJson(QJsonDocument::Indented).toStdString();
+}
+
+std::string windowsAsTable(const std::vector<CapturedWindowInfo>& windows)
+{
+    if (windows.empty())
+        return "No window can be recorded.\n";
+    QString table;
+    for (const auto& window : windows) {
+        const auto size = QStringLiteral("%1x%2").arg(window.frame.width, 0, 'f', 0).arg(window.frame.height, 0, 'f', 0);
+        table += QStringLiteral("%1  %2  %3  %4\n")
+                     .arg(window.id, 10)
+                     .arg(size, -11)
+                     .arg(window.isOnScreen ? QStringLiteral("on screen") : QStringLiteral("hidden"), -9)
+                     .arg(withoutControlCharacters(window.displayName()));
+    }
+    return table.toStdString();
+}
+
+}  // namespace velmora

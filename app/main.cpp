@@ -1,0 +1,53 @@
+// The program.
+
+#include "app/CommandLine.h"
+#include "app/MainThreadExecutor.h"
+#include "app/RecordCommand.h"
+#include "app/RepairCommand.h"
+#include "app/TerminationSignals.h"
+#include "app/WindowsCommand.h"
+#include "platform/PlatformServices.h"
+#include "system/Log.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <variant>
+
+namespace {
+
+using namespace velmora;
+
+int run(const command_line::Command& command)
+{
+    if (const auto* print = std::get_if<command_line::Print>(&command)) {
+        std::fputs(qUtf8Printable(print->text), stdout);
+        return command_line::succeeded;
+    }
+    const auto services = platform::makePlatformServices();
+    Log::setSink(services.logSink);
+    if (const auto* repair = std::get_if<command_line::Repair>(&command))
+        return runRepairCommand(*repair, *services.assetRepairer);
+
+    const auto mainExecutor = std::make_shared<MainThreadExecutor>();
+    if (const auto* windows = std::get_if<command_line::Windows>(&command))
+        return runWindowsCommand(*windows, services, mainExecutor);
+    return runRecordCommand(std::get<command_line::Record>(command), services, mainExecutor);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    TerminationSignals::block();
+    QCoreApplication application{argc, argv};
+    QCoreApplication::setApplicationName(QStringLiteral("Velmora"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(VELMORA_VERSION));
+
+    const auto command = command_line::parse(QCoreApplication::arguments());
+    if (!command) {
+        std::fprintf(stderr, "%s\n", qUtf8Printable(command.error()));
+        return command_line::wrongUse;
+    }
+    return run(*command);
+}

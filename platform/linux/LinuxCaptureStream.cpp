@@ -1,0 +1,186 @@
+#include "platform/linux/LinuxCaptureStream.h"
+
+#include <algorithm>
+#include <atomic>
+#include <utility>
+#include <vector>
+
+namespace velmora::linux_backend {
+
+namespace {
+
+using platform::CaptureStream;
+using platform::ContentFilter;
+using platform::StreamConfiguration;
+using platform::StreamOutputType;
+
+// What the sources' threads use. It does not keep the stream alive, so that a stream never ends on a thread that it would have to join.
+struct Delivery {
+    struct Output {
+        std::weak_ptr<platform::StreamOutput> output;
+        StreamOutputType type;
+        std::shared_ptr<Executor> queue;
+    };
+
+    std::vector<Output> outputs;  // complete before the sources start
+    std::weak_ptr<const CaptureStream> stream;
+    std::weak_ptr<platform::StreamDelegate> delegate;
+    std::shared_ptr<SerialQueue> control = std::make_shared<SerialQueue>("com.velmora.capture.control");
+    std::atomic<bool> stopping = false;
+};
+
+void deliver(const std::shared_ptr<Delivery>& delivery, const SampleBufferRef& sample, StreamOutputType type)
+{
+    for (std::size_t index = 0; index < delivery->outputs.size(); ++index) {
+        const auto& output = delivery->outputs[index];
+        if (output.type != type)
+            continue;
+        output.queue->async([delivery, sample, index] {
+            const auto& target = delivery->outputs[index];
+            const auto stream = delivery->stream.lock();
+            const auto receiver = target.output.lock();
+            if (stream && receiver && !delivery->stopping)
+                receiver->streamDidOutputSampleBuffer(*stream, sample, target.type);
+        });
+    }
+}
+
+void reportStop(const std::shared_ptr<Delivery>& delivery, const Error& error)
+{
+    // Behind a start that is still on its way, so that the start's completion comes first.
+    delivery->control->async([delivery, error] {
+        const auto stream = delivery->stream.lock();
+        if (!stream || delivery->stopping.exchange(true))
+            return;
+        if (const auto delegate = delivery->delegate.lock())
+            delegate->streamDidStopWithError(*stream, error);
+    });
+}
+
+class LinuxCaptureStream final : public CaptureStream, public std::enable_shared_from_this<LinuxCaptureStream> {
+public:
+    LinuxCaptureStream(std::unique_ptr<VideoSource> video, std::unique_ptr<AudioSource> audio, AudioTarget audioTarget,
+        const StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate)
+        : video_(std::move(video))
+        , audio_(std::move(audio))
+        , audioTarget_(std::move(audioTarget))
+        , configuration_(configuration)
+    {
+        delivery_->delegate = std::move(delegate);
+    }
+
+    ~LinuxCaptureStream() override { stopSources(); }
+
+    Result<void> addStreamOutput(
+        std::weak_ptr<platform::StreamOutput> output, StreamOutputType type, std::shared_ptr<Executor> queue) override
+    {
+        if (type == StreamOutputType::microphone)
+            return fail("Velmora.CaptureStream", 1, "A capture stream has no microphone.");
+        delivery_->outputs.push_back({std::move(output), type, std::move(queue)});
+        return {};
+    }
+
+    void startCapture(Completion completion) override
+    {
+        delivery_->stream = weak_from_this();
+        delivery_->control->async(
+            [self = shared_from_this(), completion = std::move(completion)]() mutable { completion(self->startSources()); });
+    }
+
+    void stopCapture(Completion completion) override
+    {
+        delivery_->stopping = true;
+        delivery_->control->async([self = shared_from_this(), completion = std::move(completion)]() mutable {
+            self->stopSources();
+            completion({});
+        });
+    }
+
+private:
+    Result<void> startSources()
+    {
+        auto started = video_->start({
+            .picture = [delivery = delivery_](SampleBufferRef picture) { deliver(delivery, picture, StreamOutputType::screen); },
+            .stopped = [delivery = delivery_](const Error& error) { reportStop(delivery, error); },
+        });
+        if (!started)
+            return started;
+        if (audio_ && configuration_.capturesAudio) {
+            const AudioSourceFormat format{
+                static_cast<std::int32_t>(configuration_.sampleRate), static_cast<std::int32_t>(configuration_.channelCount)};
+            const auto heard = audio_->start(
+                audioTarget_, format, [delivery = delivery_](SampleBufferRef block) { deliver(delivery, block, StreamOutputType::audio); });
+            if (!heard)
+                audio_.reset();
+        }
+        return {};
+    }
+
+    void stopSources()
+    {
+        video_->stop();
+        if (audio_)
+            audio_->stop();
+    }
+
+    const std::unique_ptr<VideoSource> video_;
+    std::unique_ptr<AudioSource> audio_;
+    const AudioTarget audioTarget_;
+    const StreamConfiguration configuration_;
+    const std::shared_ptr<Delivery> delivery_ = std::make_shared<Delivery>();
+};
+
+// True for a process that owns a window of an application other than `bundleIdentifier`: a program started from a terminal is the
+// terminal's child, but its sound is its own.
+bool ownsWindowOfAnother(platform::ShareableContentProvider& content, const std::string& bundleIdentifier, std::int32_t processID)
+{
+    bool owns = false;
+    content.getShareableContent(true, false, [&](Result<platform::ShareableContent> result) {
+        if (!result)
+            return;
+        owns = std::any_of(result->windows.begin(), result->windows.end(), [&](const platform::ShareableWindow& window) {
+            const auto& application = window.owningApplication;
+            return application && application->processID == processID && application->bundleIdentifier != bundleIdentifier;
+        });
+    });
+    return owns;
+}
+
+class LinuxCaptureStreams final : public platform::CaptureStreamFactory {
+public:
+    explicit LinuxCaptureStreams(CaptureStreamParts parts) : parts_(std::move(parts)) { }
+
+    std::shared_ptr<CaptureStream> makeStream(
+        const ContentFilter& filter, const StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate) override
+    {
+        return std::make_shared<LinuxCaptureStream>(parts_.makeVideoSource(filter, configuration), parts_.makeAudioSource(),
+            audioTarget(filter, configuration), configuration, std::move(delegate));
+    }
+
+private:
+    [[nodiscard]] AudioTarget audioTarget(const ContentFilter& filter, const StreamConfiguration& configuration) const
+    {
+        const auto application = filter.window().owningApplication.value_or(platform::RunningApplication{});
+        return {
+            .processID = application.processID,
+            .applicationName = application.applicationName,
+            .bundleIdentifier = application.bundleIdentifier,
+            .portalApplicationID = {},
+            .excludesCurrentProcess = configuration.excludesCurrentProcessAudio,
+            .ownsWindowsOfAnotherApplication =
+                [content = parts_.shareableContent, bundleIdentifier = application.bundleIdentifier](
+                    std::int32_t processID) { return ownsWindowOfAnother(*content, bundleIdentifier, processID); },
+        };
+    }
+
+    CaptureStreamParts parts_;
+};
+
+}  // namespace
+
+std::shared_ptr<platform::CaptureStreamFactory> makeCaptureStreams(CaptureStreamParts parts)
+{
+    return std::make_shared<LinuxCaptureStreams>(std::move(parts));
+}
+
+}  // namespace velmora::linux_backend

@@ -1,0 +1,26 @@
+// A capture stream put together from a source of pictures and a source of sound.
+#pragma once
+
+#include "platform/CaptureStream.h"
+#include "platform/ShareableContent.h"
+#include "platform/linux/AudioSource.h"
+#include "platform/linux/VideoSource.h"
+
+#include <functional>
+#include <memory>
+
+namespace velmora::linux_backend {
+
+/// The parts of a stream, made when one is.
+struct CaptureStreamParts {
+    std::function<std::unique_ptr<VideoSource>(const platform::ContentFilter&, const platform::StreamConfiguration&)> makeVideoSource;
+    /// May return none: then streams are without sound.
+    std::function<std::unique_ptr<AudioSource>()> makeAudioSource;
+    /// Asked for the processes that own other applications' windows. Must answer before its call returns.
+    std::shared_ptr<platform::ShareableContentProvider> shareableContent;
+};
+
+/// Streams whose sound, where it cannot be had, is left out: only a source of pictures that fails makes a start fail.
+std::shared_ptr<platform::CaptureStreamFactory> makeCaptureStreams(CaptureStreamParts parts);
+
+}  // namespace velmora::linux_backend
