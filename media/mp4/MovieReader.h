@@ -1,0 +1,53 @@
+// Reads what a file's index says, without touching its media. Files of any origin, damaged and hostile ones included.
+#pragma once
+
+#include "media/mp4/File.h"
+#include "media/mp4/Movie.h"
+#include "media/mp4/RecordingLayout.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <limits>
+#include <optional>
+#include <vector>
+
+namespace velmora::mp4 {
+
+/// How far a file of our own writer has come.
+struct RecordingState {
+    bool isFinished = false;
+    std::uint32_t reserveSize = 0;  ///< of an unfinished one
+};
+
+struct MovieFile {
+    /// Tracks of pictures and sound only; other tracks are not read. A fragmented file's samples are those of all whole fragments,
+    /// on the time line that Track::edits describes.
+    Movie movie;
+    std::optional<RecordingState> recording;  ///< set for files of our own writer
+    std::uint64_t fileSize = 0;
+    std::uint64_t lastFragment = 0;  ///< offset of the last whole fragment; 0 without fragments
+    std::uint64_t wholeEnd = 0;  ///< where the last whole fragment ends, or where the first would begin; of an unfinished recording
+};
+
+/// Reads the index of `file`, progressive or fragmented, from the bytes before `end`. Errors: the system's; ErrorCode::notAMovie,
+/// damaged, tooLarge; nothingInside for a recording of our own that ended before its index was written.
+Result<MovieFile> readMovie(File& file, std::uint64_t end = std::numeric_limits<std::uint64_t>::max());
+
+struct TrackSummary {
+    FormatDescriptionRef format;  ///< codec, size, colour, sample rate, channel count
+    MediaTime duration;
+    std::size_t sampleCount = 0;
+    std::size_t syncSampleCount = 0;
+};
+
+struct MovieSummary {
+    MediaTime duration;
+    std::vector<TrackSummary> tracks;
+    bool isFragmented = false;
+    std::optional<RecordingState> recording;
+};
+
+/// What a list of clips shows. Any thread; reads the index only.
+Result<MovieSummary> readMovieSummary(const std::filesystem::path& path);
+
+}  // namespace velmora::mp4

@@ -1,0 +1,197 @@
+#include "media/mp4/PosixFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <limits>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace velmora::mp4 {
+
+namespace {
+
+// One call moves less than this; the kernel's own limit is just under 2 GiB.
+constexpr std::size_t largestTransfer = std::size_t{1} << 30;
+
+Result<off_t> fileOffset(std::uint64_t offset)
+{
+    if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()))
+        return fail(posixError(EFBIG, ""));
+    return static_cast<off_t>(offset);
+}
+
+Error pathError(int errnoValue, const std::filesystem::path& path)
+{
+    return posixError(errnoValue, path.filename().string());
+}
+
+}  // namespace
+
+Result<std::unique_ptr<File>> PosixFile::create(const std::filesystem::path& path)
+{
+    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+    if (descriptor < 0)
+        return fail(pathError(errno, path));
+    return std::unique_ptr<File>{new PosixFile{descriptor, path}};
+}
+
+Result<std::unique_ptr<File>> PosixFile::openForReading(const std::filesystem::path& path)
+{
+    return open(path, O_RDONLY);
+}
+
+Result<std::unique_ptr<File>> PosixFile::openForUpdating(const std::filesystem::path& path)
+{
+    return open(path, O_RDWR | O_NOFOLLOW);
+}
+
+Result<std::unique_ptr<File>> PosixFile::open(const std::filesystem::path& path, int flags)
+{
+    // Looked at before it is opened, because opening a device can have effects; and again afterwards, because the name may have
+    // changed hands in between. O_NONBLOCK keeps a FIFO from hanging us in that moment.
+    struct stat status { };
+    if ((flags & O_NOFOLLOW ? ::lstat(path.c_str(), &status) : ::stat(path.c_str(), &status)) != 0)
+        return fail(pathError(errno, path));
+    if (S_ISLNK(status.st_mode))
+        return fail(pathError(ELOOP, path));
+    if (!S_ISREG(status.st_mode))
+        return fail(pathError(EINVAL, path));
+    const int descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0)
+        return fail(pathError(errno, path));
+    std::unique_ptr<File> file{new PosixFile{descriptor, path}};
+    if (::fstat(descriptor, &status) != 0)
+        return fail(pathError(errno, path));
+    if (!S_ISREG(status.st_mode))
+        return fail(pathError(EINVAL, path));
+    return file;
+}
+
+PosixFile::~PosixFile()
+{
+    ::close(descriptor_);
+}
+
+Error PosixFile::error(int errnoValue) const
+{
+    return pathError(errnoValue, path_);
+}
+
+Result<std::size_t> PosixFile::writeSomeAt(std::uint64_t offset, std::span<const std::byte> bytes)
+{
+    const auto position = fileOffset(offset);
+    if (!position)
+        return fail(error(EFBIG));
+    for (;;) {
+        const auto written = ::pwrite(descriptor_, bytes.data(), std::min(bytes.size(), largestTransfer), *position);
+        if (written > 0)
+            return static_cast<std::size_t>(written);
+        if (written == 0)
+            return fail(error(ENOSPC));
+        if (errno != EINTR)
+            return fail(error(errno));
+    }
+}
+
+Result<std::size_t> PosixFile::readSomeAt(std::uint64_t offset, std::span<std::byte> bytes)
+{
+    const auto position = fileOffset(offset);
+    if (!position)
+        return std::size_t{0};
+    for (;;) {
+        const auto read = ::pread(descriptor_, bytes.data(), std::min(bytes.size(), largestTransfer), *position);
+        if (read >= 0)
+            return static_cast<std::size_t>(read);
+        if (errno != EINTR)
+            return fail(error(errno));
+    }
+}
+
+Result<std::uint64_t> PosixFile::size()
+{
+    struct stat status { };
+    if (::fstat(descriptor_, &status) != 0)
+        return fail(error(errno));
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+Result<void> PosixFile::truncate(std::uint64_t size)
+{
+    const auto length = fileOffset(size);
+    if (!length)
+        return fail(error(EFBIG));
+    int result = 0;
+    do
+        result = ::ftruncate(descriptor_, *length);
+    while (result != 0 && errno == EINTR);
+    if (result != 0)
+        return fail(error(errno));
+    return {};
+}
+
+Result<void> PosixFile::allocate(std::uint64_t size)
+{
+    const auto length = fileOffset(size);
+    if (!length)
+        return fail(error(EFBIG));
+    int result = 0;
+    do
+        result = ::posix_fallocate(descriptor_, 0, *length);
+    while (result == EINTR);
+    if (result != 0)
+        return fail(error(result));
+    return {};
+}
+
+Result<void> PosixFile::sync()
+{
+    // EINVAL: a file system that has nothing to be asked for.
+    if (::fdatasync(descriptor_) != 0 && errno != EINVAL)
+        return fail(error(errno));
+    return {};
+}
+
+Result<void> PosixFile::syncFolder()
+{
+    const auto folder = path_.has_parent_path() ? path_.parent_path() : std::filesystem::path{"."};
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return fail(error(errno));
+    const int result = ::fsync(descriptor);
+    const int errnoValue = errno;
+    ::close(descriptor);
+    if (result != 0)
+        return fail(error(errnoValue));
+    return {};
+}
+
+Result<bool> PosixFile::tryLock()
+{
+    // flock belongs to the open file, not to the process: closing another descriptor of the same file does not drop it.
+    if (::flock(descriptor_, LOCK_EX | LOCK_NB) == 0)
+        return true;
+    if (errno == EWOULDBLOCK)
+        return false;
+    return fail(error(errno));
+}
+
+bool PosixFile::isStillInFolder()
+{
+    struct stat named { };
+    struct stat ours { };
+    return ::lstat(path_.c_str(), &named) == 0 && ::fstat(descriptor_, &ours) == 0 && named.st_dev == ours.st_dev
+        && named.st_ino == ours.st_ino;
+}
+
+Result<void> PosixFile::removeFromFolder()
+{
+    if (!isStillInFolder())
+        return {};
+    if (::unlink(path_.c_str()) != 0 && errno != ENOENT)
+        return fail(error(errno));
+    return {};
+}
+
+}  // namespace velmora::mp4

@@ -1,0 +1,49 @@
+// A file of the operating system.
+#pragma once
+
+#include "media/mp4/File.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace velmora::mp4 {
+
+class PosixFile final : public File {
+public:
+    /// Creates the file for reading and writing; fails when anything has that name already, a dangling link included.
+    static Result<std::unique_ptr<File>> create(const std::filesystem::path& path);
+
+    /// Opens a regular file for reading, through links too. Anything else (a FIFO, a device, a folder) is refused without being
+    /// opened: EINVAL.
+    static Result<std::unique_ptr<File>> openForReading(const std::filesystem::path& path);
+
+    /// Opens a regular file for reading and writing. A link is refused (ELOOP), everything else that is no regular file with EINVAL.
+    static Result<std::unique_ptr<File>> openForUpdating(const std::filesystem::path& path);
+
+    ~PosixFile() override;
+    PosixFile(const PosixFile&) = delete;
+    PosixFile& operator=(const PosixFile&) = delete;
+
+    Result<std::size_t> writeSomeAt(std::uint64_t offset, std::span<const std::byte> bytes) override;
+    Result<std::size_t> readSomeAt(std::uint64_t offset, std::span<std::byte> bytes) override;
+    Result<std::uint64_t> size() override;
+    Result<void> truncate(std::uint64_t size) override;
+    Result<void> allocate(std::uint64_t size) override;
+    Result<void> sync() override;
+    Result<void> syncFolder() override;
+    Result<bool> tryLock() override;
+    bool isStillInFolder() override;
+    Result<void> removeFromFolder() override;
+
+private:
+    PosixFile(int descriptor, std::filesystem::path path) : descriptor_(descriptor), path_(std::move(path)) { }
+
+    static Result<std::unique_ptr<File>> open(const std::filesystem::path& path, int flags);
+
+    [[nodiscard]] Error error(int errnoValue) const;
+
+    const int descriptor_;
+    const std::filesystem::path path_;
+};
+
+}  // namespace velmora::mp4

@@ -1,0 +1,75 @@
+// Writes a live recording without ever letting the caller wait for the disk.
+#pragma once
+
+#include "base/UniqueFunction.h"
+#include "media/mp4/RecordingFile.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace velmora::mp4 {
+
+/// Gathers samples into fragments and hands each to a thread of its own. Used on one thread, except error() and bytesInFlight(),
+/// which are safe on any. May be destroyed at any time, also in a completion; without finish() or cancel() the file then stays as a
+/// crash would leave it, without the last, incomplete fragment.
+class RecordingWriter {
+public:
+    /// True when the file is whole; false when nothing was recorded and the file is removed.
+    using Completion = UniqueFunction<void(Result<bool>)>;
+
+    /// Writes the head of the layout into a file just created; the only call that touches the disk on the caller's thread.
+    static Result<std::unique_ptr<RecordingWriter>> create(std::shared_ptr<File> file, RecordingOptions options = {});
+
+    ~RecordingWriter();
+    RecordingWriter(const RecordingWriter&) = delete;
+    RecordingWriter& operator=(const RecordingWriter&) = delete;
+
+    /// Once, before the first sample.
+    void start(std::vector<RecordedTrack> tracks);
+
+    /// `track` is an index into the tracks of start(). A duration of 0 means until the track's next sample; one that is not 0 counts
+    /// where no sample follows. Decode times within a track rise.
+    void append(std::size_t track, RecordedSample sample);
+
+    /// Ends the recording; nothing may be called afterwards. `completion` runs exactly once, on the writer's thread, with the file
+    /// closed. `ends` belongs to the tracks by index. Without start() the file is removed.
+    void finish(std::vector<TrackEnd> ends, Completion completion);
+
+    /// Removes the file, at once; what is still queued is dropped. Nothing may be called afterwards.
+    void cancel();
+
+    /// Bytes of media that were appended and have not reached the disk.
+    [[nodiscard]] std::uint64_t bytesInFlight() const;
+
+    /// What ended the recording early: a full disk, most of the time.
+    [[nodiscard]] std::optional<Error> error() const;
+
+private:
+    struct State;
+
+    struct TrackState {
+        RecordedTrack configuration;
+        std::vector<RecordedSample> pending;
+        std::int64_t lastDecodeTime = 0;
+        std::int64_t lastDuration = 0;  ///< between the last two samples; 0 before there are two
+        bool hasSamples = false;
+    };
+
+    RecordingWriter(std::shared_ptr<State> state, const RecordingOptions& options);
+
+    /// Sends what is pending on its way. `now` is as late as anything is known to be.
+    void flush(std::optional<MediaTime> now);
+    static bool isSound(const TrackState& track);
+    static std::uint32_t durationOfLast(const TrackState& track, std::optional<MediaTime> now);
+
+    std::shared_ptr<State> state_;
+    const MediaTime longestFragment_;
+    const std::uint64_t largestFragment_;
+    std::vector<TrackState> tracks_;
+    std::optional<MediaTime> fragmentStart_;
+    std::uint64_t pendingBytes_ = 0;
+};
+
+}  // namespace velmora::mp4

@@ -1,0 +1,26 @@
+// Makes a recording whole that a crash or a loss of power left unfinished.
+#pragma once
+
+#include "media/mp4/File.h"
+
+#include "media/MediaTime.h"
+
+#include <cstdint>
+#include <filesystem>
+
+namespace velmora::mp4 {
+
+struct RepairReport {
+    bool wasFinished = false;  ///< there was nothing to do and nothing was done
+    MediaTime duration;
+    std::uint64_t droppedBytes = 0;  ///< an incomplete fragment at the end
+};
+
+/// Finishes the file as the recorder would have, in place. Waits for the disk; any thread. Errors, all of which leave the file as it
+/// was: ErrorCode::foreign (not ours, damaged or not), inUse (being recorded), nothingInside, damaged, notAMovie; the system's.
+Result<RepairReport> repair(const std::filesystem::path& path);
+
+/// The same for a file that is open for reading and writing.
+Result<RepairReport> repair(File& file);
+
+}  // namespace velmora::mp4

@@ -1,0 +1,74 @@
+// Inside the Linux back end: the asset writer, over this system's own MP4 writer.
+#pragma once
+
+#include "media/mp4/RecordingWriter.h"
+#include "platform/AssetWriter.h"
+#include "platform/linux/ffmpeg/CodecModule.h"
+
+#include <functional>
+#include <memory>
+
+namespace velmora::linux_backend {
+
+/// Makes the encoder of an audio input; fails where there is none.
+using AudioEncoderFactory = std::function<Result<std::unique_ptr<AudioEncoder>>(const platform::AudioOutputSettings&)>;
+
+/// One video input that passes H.264 samples through, one audio input that encodes interleaved float sound to AAC.
+///
+/// Pictures are placed by their time stamps, relative to the session's start; one that lies before it, or not after its predecessor,
+/// follows its predecessor by one tick. Sound is placed by the time stamp of its first block, and from then on by counting: a gap of
+/// more than 5 ms becomes silence, an overlap of more than 5 ms is dropped, what lies before the session's start is cut off to the
+/// frame. A gap of more than ten minutes is an error of the time stamps, and the block is refused.
+///
+/// After the file has failed (a full disk) one more sample is asked for and refused, so that the caller hears of it once; from then
+/// on no input is ready.
+class AssetWriter final : public platform::AssetWriter {
+public:
+    /// Writes into `file`, which was just created. `encoders` is called on the writer's queue by makeInput, never later, so that no
+    /// sample waits for a codec to be loaded; an input whose encoder could not be made cannot be added.
+    static Result<std::shared_ptr<AssetWriter>> create(
+        std::shared_ptr<mp4::File> file, AudioEncoderFactory encoders, mp4::RecordingOptions options = {});
+
+    ~AssetWriter() override;
+    AssetWriter(const AssetWriter&) = delete;
+    AssetWriter& operator=(const AssetWriter&) = delete;
+
+    std::shared_ptr<platform::AssetWriterInput> makeInput(
+        MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override;
+    [[nodiscard]] bool canAdd(const platform::AssetWriterInput& input) const override;
+    void add(std::shared_ptr<platform::AssetWriterInput> input) override;
+    bool startWriting() override;
+    void startSession(MediaTime time) override;
+    void finishWriting(UniqueFunction<void()> completion) override;
+    void cancelWriting() override;
+    [[nodiscard]] Status status() const override;
+    [[nodiscard]] std::optional<Error> error() const override;
+
+private:
+    struct Session;
+    class Input;
+    class VideoInput;
+    class AudioInput;
+
+    explicit AssetWriter(std::shared_ptr<Session> session) : session_(std::move(session)) { }
+
+    std::shared_ptr<Session> session_;
+    std::shared_ptr<VideoInput> video_;
+    std::shared_ptr<AudioInput> audio_;
+};
+
+class AssetWriterFactory final : public platform::AssetWriterFactory {
+public:
+    explicit AssetWriterFactory(AudioEncoderFactory encoders) : encoders_(std::move(encoders)) { }
+
+    Result<std::shared_ptr<platform::AssetWriter>> makeAssetWriter(
+        const std::filesystem::path& outputURL, platform::AssetFileType fileType) override;
+
+private:
+    AudioEncoderFactory encoders_;
+};
+
+/// The factory whose writers encode sound by the codec module.
+std::shared_ptr<platform::AssetWriterFactory> makeAssetWriterFactory();
+
+}  // namespace velmora::linux_backend
