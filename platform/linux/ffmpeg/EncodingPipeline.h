@@ -1,0 +1,58 @@
+// What happens to a picture on the encoding thread.
+#pragma once
+
+#include "platform/CompressionSession.h"
+#include "platform/linux/ffmpeg/OutputOrder.h"
+#include "platform/linux/ffmpeg/PictureConverter.h"
+#include "platform/linux/ffmpeg/PictureQueue.h"
+#include "platform/linux/ffmpeg/VideoEncoder.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace velmora::linux_backend {
+
+/// Conversion, encoding, time stamps and the order of the outcomes. Used on one thread; knows no lock.
+class EncodingPipeline {
+public:
+    using OpenEncoder = UniqueFunction<tl::expected<std::unique_ptr<VideoEncoder>, AvError>(const VideoEncoderSettings&)>;
+
+    struct Outcome {
+        platform::CompressionStatus status = 0;
+        SampleBufferRef sample;
+    };
+
+    EncodingPipeline(std::int32_t width, std::int32_t height, OpenEncoder open);
+
+    /// Opens the encoder unless it is open. 0 or an AVERROR.
+    int prepare(const VideoEncoderSettings& settings);
+
+    void encode(PendingPicture picture, const VideoEncoderSettings& settings);
+
+    /// Gets out of the encoder what it holds back. One that holds nothing is left as it is; any other is opened anew for the next picture.
+    void drain();
+
+    /// The outcome of the next picture, in the order of the pictures; none while it is not known.
+    std::optional<Outcome> nextOutcome() { return order_.pop(); }
+
+private:
+    [[nodiscard]] std::int64_t encoderTimeOf(MediaTime presentationTimeStamp);
+    [[nodiscard]] bool needsKeyFrame(MediaTime presentationTimeStamp) const;
+    void finish(VideoEncoder::Packet packet);
+
+    const std::int32_t width_;
+    const std::int32_t height_;
+    OpenEncoder open_;
+    std::unique_ptr<VideoEncoder> encoder_;
+    std::optional<PictureConverter> converter_;
+    OutputOrder<Outcome> order_;
+    std::vector<VideoEncoder::Packet> packets_;
+    FormatDescriptionRef format_;
+    MediaTime firstTime_;
+    MediaTime lastKeyFrameTime_;
+    std::int64_t lastEncoderTime_ = -1;
+};
+
+}  // namespace velmora::linux_backend

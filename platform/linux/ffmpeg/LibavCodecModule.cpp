@@ -1,0 +1,34 @@
+#include "platform/linux/ffmpeg/LibavCodecModule.h"
+
+#include "platform/linux/ffmpeg/LibavAudioEncoder.h"
+#include "platform/linux/ffmpeg/LibavCompressionSession.h"
+#include "platform/linux/ffmpeg/LibswscalePictureScaler.h"
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+namespace velmora::linux_backend {
+
+LibavCodecModule::LibavCodecModule() : compressionSessions_(std::make_shared<LibavCompressionSessionFactory>())
+{
+    // Looking for hardware that is not there is no news for the terminal; what fails comes back as a status.
+    av_log_set_level(AV_LOG_QUIET);
+}
+
+std::shared_ptr<platform::CompressionSessionFactory> LibavCodecModule::compressionSessions()
+{
+    return compressionSessions_;
+}
+
+Result<std::unique_ptr<AudioEncoder>> LibavCodecModule::makeAudioEncoder(const platform::AudioOutputSettings& settings)
+{
+    return LibavAudioEncoder::create(settings);
+}
+
+std::unique_ptr<PictureScaler> LibavCodecModule::makePictureScaler()
+{
+    return std::make_unique<LibswscalePictureScaler>();
+}
+
+}  // namespace velmora::linux_backend

@@ -1,0 +1,267 @@
+#include "platform/linux/ffmpeg/VideoEncoder.h"
+
+#include "platform/linux/ffmpeg/AvcFormat.h"
+
+#include <algorithm>
+#include <string>
+#include <thread>
+#include <utility>
+
+extern "C" {
+#include <libavutil/hwcontext.h>
+}
+
+namespace velmora::linux_backend {
+
+namespace {
+
+using Layout = Yuv420View::Layout;
+
+// What software encoders get beyond the settings that every encoder has. Uneven frame times need force-cfr=0: with it the rate control
+// counts time, without it frames. qpmin keeps still pictures from hoarding bits for a burst.
+constexpr const char* x264Parameters = "cabac=1:8x8dct=1:bframes=0:force-cfr=0:annexb=0:qpmin=12";
+
+/// The rate that levels and rate control are planned for; frames may come slower and unevenly.
+constexpr AVRational plannedFrameRate{60, 1};
+
+AVPixelFormat pixelFormat(Layout layout)
+{
+    return layout == Layout::i420 ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_NV12;
+}
+
+std::span<const std::byte> bytes(const std::uint8_t* data, int size)
+{
+    return {reinterpret_cast<const std::byte*>(data), static_cast<std::size_t>(std::max(size, 0))};
+}
+
+FormatDescriptionRef makeFormat(const VideoEncoderSettings& settings, std::vector<std::byte> decoderConfiguration)
+{
+    VideoFormat format;
+    format.codec = FourCharacterCode{"avc1"};
+    format.width = settings.width;
+    format.height = settings.height;
+    format.colour = ColourDescription::bt709();
+    format.decoderConfiguration = std::move(decoderConfiguration);
+    return std::make_shared<const FormatDescription>(std::move(format));
+}
+
+class LibavVideoEncoder final : public VideoEncoder {
+public:
+    static tl::expected<std::unique_ptr<VideoEncoder>, AvError> open(
+        const VideoEncoderCandidate& candidate, const VideoEncoderSettings& settings)
+    {
+        const AVCodec* codec = avcodec_find_encoder_by_name(candidate.name);
+        if (!codec)
+            return tl::unexpected(AVERROR_ENCODER_NOT_FOUND);
+        std::unique_ptr<LibavVideoEncoder> encoder{
+            new LibavVideoEncoder(settings, candidate.layout, AvCodecContext{avcodec_alloc_context3(codec)})};
+        if (!encoder->context_ || !encoder->received_)
+            return tl::unexpected(AVERROR(ENOMEM));
+        encoder->configure();
+        if (const int error = encoder->openDevice(candidate.device))
+            return tl::unexpected(error);
+        if (const int error = encoder->openCodec(candidate, *codec))
+            return tl::unexpected(error);
+        return encoder;
+    }
+
+    [[nodiscard]] Layout layout() const override { return layout_; }
+
+    int encode(AVFrame& picture, std::int64_t presentationTime, bool asKeyFrame, std::vector<Packet>& packets) override
+    {
+        AVFrame* input = &picture;
+        AvFrame uploaded;
+        if (hardwareFrames_) {
+            uploaded.reset(av_frame_alloc());
+            if (!uploaded)
+                return AVERROR(ENOMEM);
+            if (const int error = av_hwframe_get_buffer(hardwareFrames_.get(), uploaded.get(), 0))
+                return error;
+            if (const int error = av_hwframe_transfer_data(uploaded.get(), &picture, 0))
+                return error;
+            input = uploaded.get();
+        }
+        input->pts = presentationTime;
+        input->pict_type = asKeyFrame ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
+        input->color_range = context_->color_range;
+        input->color_primaries = context_->color_primaries;
+        input->color_trc = context_->color_trc;
+        input->colorspace = context_->colorspace;
+        input->chroma_location = context_->chroma_sample_location;
+
+        int error = avcodec_send_frame(context_.get(), input);
+        if (error == AVERROR(EAGAIN)) {
+            if (const int receiveError = receive(packets))
+                return receiveError;
+            error = avcodec_send_frame(context_.get(), input);
+        }
+        return error ? error : receive(packets);
+    }
+
+    int drain(std::vector<Packet>& packets) override
+    {
+        if (const int error = avcodec_send_frame(context_.get(), nullptr))
+            return error;
+        return receive(packets);
+    }
+
+    [[nodiscard]] FormatDescriptionRef format() const override { return format_; }
+
+private:
+    LibavVideoEncoder(const VideoEncoderSettings& settings, Layout layout, AvCodecContext context)
+        : settings_(settings)
+        , layout_(layout)
+        , context_(std::move(context))
+        , received_(av_packet_alloc())
+    {
+    }
+
+    void configure()
+    {
+        AVCodecContext& c = *context_;
+        c.width = settings_.width;
+        c.height = settings_.height;
+        c.pix_fmt = pixelFormat(layout_);
+        c.time_base = {1, timescale};
+        c.framerate = plannedFrameRate;
+        c.sample_aspect_ratio = {1, 1};
+        c.bit_rate = settings_.bitRate;
+        c.rc_max_rate = settings_.bitRate * 3 / 2;
+        c.rc_buffer_size = static_cast<int>(std::min<std::int64_t>(settings_.bitRate * 3 / 4, INT32_MAX));
+        c.gop_size = settings_.maxKeyFrameInterval;
+        c.max_b_frames = 0;
+        c.profile = FF_PROFILE_H264_HIGH;
+        c.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+        c.color_range = AVCOL_RANGE_MPEG;
+        c.color_primaries = AVCOL_PRI_BT709;
+        c.color_trc = AVCOL_TRC_BT709;
+        c.colorspace = AVCOL_SPC_BT709;
+        c.chroma_sample_location = AVCHROMA_LOC_CENTER;
+        // Slices, because frame threads hold frames back. Two, because the captured program needs the other cores.
+        c.thread_type = FF_THREAD_SLICE;
+        c.thread_count = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 2U));
+    }
+
+    int openDevice(AVHWDeviceType type)
+    {
+        if (type == AV_HWDEVICE_TYPE_NONE)
+            return 0;
+        AVBufferRef* device = nullptr;
+        if (const int error = av_hwdevice_ctx_create(&device, type, nullptr, nullptr, 0))
+            return error;
+        const AvBuffer ownedDevice{device};
+        hardwareFrames_.reset(av_hwframe_ctx_alloc(device));
+        if (!hardwareFrames_)
+            return AVERROR(ENOMEM);
+        auto& frames = *reinterpret_cast<AVHWFramesContext*>(hardwareFrames_->data);
+        frames.format = hardwarePixelFormat(type);
+        frames.sw_format = pixelFormat(layout_);
+        frames.width = settings_.width;
+        frames.height = settings_.height;
+        frames.initial_pool_size = 8;  // references and what is on its way; surfaces of a fixed pool
+        if (const int error = av_hwframe_ctx_init(hardwareFrames_.get()))
+            return error;
+        context_->pix_fmt = frames.format;
+        context_->hw_frames_ctx = av_buffer_ref(hardwareFrames_.get());
+        return context_->hw_frames_ctx ? 0 : AVERROR(ENOMEM);
+    }
+
+    static AVPixelFormat hardwarePixelFormat(AVHWDeviceType type)
+    {
+        return type == AV_HWDEVICE_TYPE_VAAPI ? AV_PIX_FMT_VAAPI : AV_PIX_FMT_NONE;
+    }
+
+    int openCodec(const VideoEncoderCandidate& candidate, const AVCodec& codec)
+    {
+        AvDictionary options;
+        if (candidate.isSoftware)
+            options.set("preset", settings_.effort == EncodingEffort::low ? "ultrafast" : "superfast");
+        for (const auto& option : candidate.options)
+            options.set(option.name, option.value);
+        if (const int error = avcodec_open2(context_.get(), &codec, options.get()))
+            return error;
+        if (auto configuration = avcDecoderConfiguration(bytes(context_->extradata, context_->extradata_size)))
+            format_ = makeFormat(settings_, std::move(*configuration));
+        return 0;
+    }
+
+    int receive(std::vector<Packet>& packets)
+    {
+        for (;;) {
+            const int error = avcodec_receive_packet(context_.get(), received_.get());
+            if (error == AVERROR(EAGAIN) || error == AVERROR_EOF)
+                return 0;
+            if (error)
+                return error;
+            if (const int takeError = take(packets))
+                return takeError;
+        }
+    }
+
+    int take(std::vector<Packet>& packets)
+    {
+        AvPacket packet{av_packet_alloc()};
+        if (!packet)
+            return AVERROR(ENOMEM);
+        av_packet_move_ref(packet.get(), received_.get());
+        const auto data = bytes(packet->data, packet->size);
+        if (data.empty())
+            return AVERROR_EXTERNAL;
+
+        if (!framing_)
+            framing_ = framingOf(data);
+        if (!format_) {
+            auto configuration = avcDecoderConfiguration(data);
+            if (!configuration)
+                return AVERROR_INVALIDDATA;
+            format_ = makeFormat(settings_, std::move(*configuration));
+        }
+
+        Packet& out = packets.emplace_back();
+        out.presentationTime = packet->pts;
+        out.isKeyFrame = (packet->flags & AV_PKT_FLAG_KEY) != 0;
+        if (*framing_ == NalFraming::lengthPrefixed)
+            out.data = {data, std::shared_ptr<const AVPacket>(std::move(packet))};
+        else
+            out.data = DataBlock::owning(withLengthPrefixes(data));
+        return 0;
+    }
+
+    const VideoEncoderSettings settings_;
+    const Layout layout_;
+    AvBuffer hardwareFrames_;
+    AvCodecContext context_;
+    AvPacket received_;
+    std::optional<NalFraming> framing_;
+    FormatDescriptionRef format_;
+};
+
+}  // namespace
+
+const std::vector<VideoEncoderCandidate>& videoEncoderCandidates()
+{
+    // Each is told to hold no frame back and to make an IDR frame of every key frame that is asked for.
+    static const std::vector<VideoEncoderCandidate> candidates{
+        {"h264_nvenc", AV_HWDEVICE_TYPE_NONE, Layout::nv12,
+            {{"preset", "p4"}, {"tune", "ll"}, {"profile", "high"}, {"rc", "vbr"}, {"zerolatency", "1"}, {"delay", "0"},
+                {"rc-lookahead", "0"}, {"forced-idr", "1"}},
+            false},
+        {"h264_vaapi", AV_HWDEVICE_TYPE_VAAPI, Layout::nv12, {{"rc_mode", "VBR"}, {"async_depth", "1"}}, false},
+        // Newer Intel graphics encode in their low-power unit only.
+        {"h264_vaapi", AV_HWDEVICE_TYPE_VAAPI, Layout::nv12, {{"rc_mode", "VBR"}, {"async_depth", "1"}, {"low_power", "1"}}, false},
+        {"h264_qsv", AV_HWDEVICE_TYPE_NONE, Layout::nv12,
+            {{"preset", "faster"}, {"profile", "high"}, {"async_depth", "1"}, {"look_ahead", "0"}, {"forced_idr", "1"}}, false},
+        {"h264_v4l2m2m", AV_HWDEVICE_TYPE_NONE, Layout::nv12, {}, false},
+        {"libx264", AV_HWDEVICE_TYPE_NONE, Layout::i420,
+            {{"tune", "zerolatency"}, {"profile", "high"}, {"forced-idr", "1"}, {"x264-params", x264Parameters}}, true},
+    };
+    return candidates;
+}
+
+tl::expected<std::unique_ptr<VideoEncoder>, AvError> openVideoEncoder(
+    const VideoEncoderCandidate& candidate, const VideoEncoderSettings& settings)
+{
+    return LibavVideoEncoder::open(candidate, settings);
+}
+
+}  // namespace velmora::linux_backend

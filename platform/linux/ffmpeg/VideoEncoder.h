@@ -1,0 +1,80 @@
+// One open H.264 encoder.
+#pragma once
+
+#include "media/FormatDescription.h"
+#include "media/SampleBuffer.h"
+#include "platform/linux/ffmpeg/AvHandles.h"
+#include "platform/linux/ffmpeg/ColourConversion.h"
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <tl/expected.hpp>
+#include <vector>
+
+namespace velmora::linux_backend {
+
+/// An AVERROR; never 0.
+using AvError = int;
+
+/// How hard a software encoder tries.
+enum class EncodingEffort { low, normal };
+
+struct VideoEncoderSettings {
+    std::int32_t width = 0;  ///< even
+    std::int32_t height = 0;  ///< even
+    std::int64_t bitRate = 8'000'000;  ///< bits per second, on average
+    int maxKeyFrameInterval = 30;  ///< frames
+    EncodingEffort effort = EncodingEffort::normal;
+};
+
+/// Takes pictures in 4:2:0, puts out access units with four-byte lengths. No frame is reordered. Used on one thread.
+class VideoEncoder {
+public:
+    /// Ticks per second of the time stamps below.
+    static constexpr std::int32_t timescale = 1'000'000;
+
+    struct Packet {
+        std::int64_t presentationTime = 0;  ///< that of the picture
+        bool isKeyFrame = false;
+        DataBlock data;
+    };
+
+    virtual ~VideoEncoder() = default;
+
+    /// In which layout pictures are wanted.
+    [[nodiscard]] virtual Yuv420View::Layout layout() const = 0;
+
+    /// `picture` is only referred to: the encoder may keep a reference of its own. Times increase strictly. Finished packets, of this
+    /// picture or of earlier ones, are appended to `packets`. 0 or an AVERROR.
+    virtual int encode(AVFrame& picture, std::int64_t presentationTime, bool asKeyFrame, std::vector<Packet>& packets) = 0;
+
+    /// Appends what is still inside. The encoder is used up afterwards.
+    virtual int drain(std::vector<Packet>& packets) = 0;
+
+    /// "avc1" with its configuration record. Null only before the first packet of an encoder that tells its parameter sets there.
+    [[nodiscard]] virtual FormatDescriptionRef format() const = 0;
+};
+
+/// One way to encode, as libavcodec names it.
+struct VideoEncoderCandidate {
+    struct Option {
+        const char* name;
+        const char* value;
+    };
+
+    const char* name;
+    AVHWDeviceType device;  ///< whose memory the encoder reads; AV_HWDEVICE_TYPE_NONE: ours
+    Yuv420View::Layout layout;
+    std::vector<Option> options;
+    bool isSoftware;
+};
+
+/// All candidates, the preferred one first.
+[[nodiscard]] const std::vector<VideoEncoderCandidate>& videoEncoderCandidates();
+
+/// Opens `candidate`. Fails with the AVERROR of the first step that is not possible on this machine.
+tl::expected<std::unique_ptr<VideoEncoder>, AvError> openVideoEncoder(
+    const VideoEncoderCandidate& candidate, const VideoEncoderSettings& settings);
+
+}  // namespace velmora::linux_backend

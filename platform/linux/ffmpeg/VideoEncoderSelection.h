@@ -1,0 +1,53 @@
+// Which encoder this machine really has.
+#pragma once
+
+#include "base/Mutex.h"
+#include "platform/linux/ffmpeg/VideoEncoder.h"
+
+#include <cstddef>
+#include <map>
+#include <span>
+#include <utility>
+
+namespace velmora::linux_backend {
+
+/// Set to the name of a candidate ("libx264"), this environment variable rules out all others.
+inline constexpr const char* videoEncoderVariable = "VELMORA_VIDEO_ENCODER";
+
+/// Encodes one picture of colour fields and ramps with `candidate` and decodes it again. 0 when that gave a key frame of High profile
+/// that shows the picture; an AVERROR otherwise.
+[[nodiscard]] AvError tryVideoEncoder(const VideoEncoderCandidate& candidate, const VideoEncoderSettings& settings);
+
+/// The effort that a software encoder can keep up at 60 pictures a second while the captured program runs beside it. From what the
+/// encoder costs on a plain core of 2.5 GHz: 7 ms at 1280x720 with normal effort, 12 ms at 1920x1080, two slices side by side.
+[[nodiscard]] EncodingEffort effortFor(std::int32_t width, std::int32_t height, unsigned coreCount);
+
+/// Opens the first candidate that stood its trial. The trial of a size is made once; its outcome is kept. Thread-safe.
+class VideoEncoderSelection {
+public:
+    /// `onlyName`: the one candidate to consider; empty for all.
+    VideoEncoderSelection(std::span<const VideoEncoderCandidate> candidates, std::string_view onlyName);
+
+    /// The selection of this process: all candidates, or the one that the environment names.
+    static VideoEncoderSelection& shared();
+
+    /// 0 when there is an encoder for pictures of this size, else the AVERROR of the last candidate.
+    [[nodiscard]] int check(const VideoEncoderSettings& settings);
+
+    /// A candidate that stood its trial and cannot be opened now (a graphics card has few encoders) gives way to the next.
+    tl::expected<std::unique_ptr<VideoEncoder>, AvError> open(const VideoEncoderSettings& settings);
+
+private:
+    using Size = std::pair<std::int32_t, std::int32_t>;
+
+    /// Index of the first candidate at or after `from` that stands its trial; the number of candidates when none does.
+    std::size_t firstThatWorks(std::size_t from, const VideoEncoderSettings& settings);
+
+    const std::span<const VideoEncoderCandidate> candidates_;
+    const std::string_view onlyName_;
+    Mutex mutex_;
+    std::map<std::pair<std::size_t, Size>, int> outcomes_ GUARDED_BY(mutex_);
+    int lastError_ GUARDED_BY(mutex_) = AVERROR_ENCODER_NOT_FOUND;
+};
+
+}  // namespace velmora::linux_backend

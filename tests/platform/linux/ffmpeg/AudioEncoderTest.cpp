@@ -1,0 +1,218 @@
+#include "platform/linux/ffmpeg/LibavAudioEncoder.h"
+#include "tests/platform/linux/ffmpeg/Decoding.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <numbers>
+
+namespace velmora::linux_backend {
+namespace {
+
+using Packets = std::vector<AudioEncoder::Packet>;
+
+std::unique_ptr<AudioEncoder> makeEncoder(platform::AudioOutputSettings settings = {})
+{
+    auto encoder = LibavAudioEncoder::create(settings);
+    EXPECT_TRUE(encoder) << encoder.error().localizedDescription;
+    return std::move(*encoder);
+}
+
+/// What the packets decode to, channel by channel, priming included.
+std::vector<std::vector<float>> decode(const AudioEncoder& encoder, const Packets& packets)
+{
+    const AudioFormat& format = *encoder.format()->audio();
+    testing::Decoder decoder{AV_CODEC_ID_AAC, format.decoderConfiguration, format.sampleRate, format.channelCount};
+    std::int64_t time = 0;
+    for (const auto& packet : packets) {
+        decoder.send(packet.data.bytes, time);
+        time += packet.frames;
+    }
+    EXPECT_EQ(decoder.context().sample_rate, format.sampleRate);
+    EXPECT_EQ(decoder.context().profile, FF_PROFILE_AAC_LOW);
+    std::vector<std::vector<float>> channels(static_cast<std::size_t>(format.channelCount));
+    for (const auto& frame : decoder.finish()) {
+        EXPECT_EQ(frame->ch_layout.nb_channels, format.channelCount);
+        EXPECT_EQ(frame->format, AV_SAMPLE_FMT_FLTP);
+        for (std::size_t channel = 0; channel < channels.size(); ++channel) {
+            const auto* samples = reinterpret_cast<const float*>(frame->extended_data[channel]);
+            channels[channel].insert(channels[channel].end(), samples, samples + frame->nb_samples);
+        }
+    }
+    return channels;
+}
+
+/// The amplitude of `frequency` in `samples`, which are a whole number of its periods.
+double amplitudeAt(std::span<const float> samples, double frequency)
+{
+    double cosine = 0;
+    double sine = 0;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const double phase = 2 * std::numbers::pi * frequency * static_cast<double>(i) / 48000;
+        cosine += static_cast<double>(samples[i]) * std::cos(phase);
+        sine += static_cast<double>(samples[i]) * std::sin(phase);
+    }
+    return 2 * std::hypot(cosine, sine) / static_cast<double>(samples.size());
+}
+
+std::vector<float> tones(std::size_t frames, double left, double right)
+{
+    std::vector<float> samples;
+    samples.reserve(2 * frames);
+    for (std::size_t i = 0; i < frames; ++i) {
+        const double time = static_cast<double>(i) / 48000;
+        samples.push_back(static_cast<float>(0.5 * std::sin(2 * std::numbers::pi * left * time)));
+        samples.push_back(static_cast<float>(0.25 * std::sin(2 * std::numbers::pi * right * time)));
+    }
+    return samples;
+}
+
+TEST(AudioEncoder, DescribesItselfAsStereoAacLcAt48Kilohertz)
+{
+    const auto encoder = makeEncoder();
+    const AudioFormat* format = encoder->format()->audio();
+    ASSERT_TRUE(format);
+    EXPECT_EQ(format->codec, FourCharacterCode{"mp4a"});
+    EXPECT_EQ(format->sampleRate, 48000);
+    EXPECT_EQ(format->channelCount, 2);
+    // ISO 14496-3 1.6.2.1: object type 2 (LC), frequency index 3 (48 kHz), channel configuration 2.
+    ASSERT_GE(format->decoderConfiguration.size(), 2U);
+    EXPECT_EQ(format->decoderConfiguration[0], std::byte{0x11});
+    EXPECT_EQ(format->decoderConfiguration[1], std::byte{0x90});
+}
+
+TEST(AudioEncoder, ATonePutIntoEachChannelComesOutOfIt)
+{
+    const auto encoder = makeEncoder();
+    Packets packets;
+    ASSERT_TRUE(encoder->encode(tones(48000, 1000, 3000), packets));
+    ASSERT_TRUE(encoder->flush(packets));
+    const auto decoded = decode(*encoder, packets);
+    const auto middle = [&](std::size_t channel) { return std::span{decoded[channel]}.subspan(10000, 24000); };
+    EXPECT_NEAR(amplitudeAt(middle(0), 1000), 0.5, 0.02);
+    EXPECT_NEAR(amplitudeAt(middle(1), 3000), 0.25, 0.02);
+    EXPECT_LT(amplitudeAt(middle(0), 3000), 0.01);
+    EXPECT_LT(amplitudeAt(middle(1), 1000), 0.01);
+}
+
+TEST(AudioEncoder, AnImpulseComesOutAsMuchLaterAsThePrimingSays)
+{
+    for (const std::size_t position : {5000U, 0U, 1023U, 20000U}) {
+        const auto encoder = makeEncoder();
+        std::vector<float> samples(2 * 24000, 0.0F);
+        samples[2 * position] = samples[2 * position + 1] = 0.9F;
+        Packets packets;
+        ASSERT_TRUE(encoder->encode(samples, packets));
+        ASSERT_TRUE(encoder->flush(packets));
+        const auto decoded = decode(*encoder, packets);
+        const auto isQuieter = [](float a, float b) { return std::abs(a) < std::abs(b); };
+        const auto peak = std::max_element(decoded[0].begin(), decoded[0].end(), isQuieter) - decoded[0].begin();
+        EXPECT_EQ(peak, static_cast<std::ptrdiff_t>(position) + encoder->primingFrames());
+    }
+}
+
+TEST(AudioEncoder, PacketsCoverPrimingAndSoundPaddedToAWholePacket)
+{
+    for (const std::size_t frames : {1U, 1023U, 1024U, 1025U, 4800U, 48000U}) {
+        const auto encoder = makeEncoder();
+        EXPECT_EQ(encoder->primingFrames(), 1024);
+        Packets packets;
+        ASSERT_TRUE(encoder->encode(tones(frames, 500, 500), packets));
+        ASSERT_TRUE(encoder->flush(packets));
+        EXPECT_EQ(packets.size(), (frames + 1023) / 1024 + 1) << frames;
+        for (const auto& packet : packets)
+            EXPECT_EQ(packet.frames, 1024);
+        EXPECT_EQ(decode(*encoder, packets)[0].size(), packets.size() * 1024);
+    }
+}
+
+TEST(AudioEncoder, HowTheSoundIsCutIntoCallsMakesNoDifference)
+{
+    const auto samples = tones(20000, 700, 900);
+    std::vector<std::vector<std::byte>> streams[2];
+    for (int run = 0; run < 2; ++run) {
+        const auto encoder = makeEncoder();
+        Packets packets;
+        std::size_t size = 1;
+        for (std::span<const float> rest{samples}; !rest.empty();) {
+            const std::size_t count = run == 0 ? rest.size() : std::min(rest.size(), 2 * (size = size * 7 % 3001));
+            ASSERT_TRUE(encoder->encode(rest.first(count), packets));
+            rest = rest.subspan(count);
+        }
+        ASSERT_TRUE(encoder->encode({}, packets));
+        ASSERT_TRUE(encoder->flush(packets));
+        for (const auto& packet : packets)
+            streams[run].emplace_back(packet.data.bytes.begin(), packet.data.bytes.end());
+    }
+    EXPECT_EQ(streams[0], streams[1]);
+}
+
+TEST(AudioEncoder, WithoutAnySoundThereIsNoPacket)
+{
+    const auto encoder = makeEncoder();
+    Packets packets;
+    ASSERT_TRUE(encoder->flush(packets));
+    ASSERT_TRUE(encoder->flush(packets));
+    EXPECT_TRUE(packets.empty());
+}
+
+TEST(AudioEncoder, AHissTakesTheBitRateThatWasAskedFor)
+{
+    const auto encoder = makeEncoder();
+    std::vector<float> samples(2 * 48000 * 4);
+    std::uint32_t state = 1;
+    for (auto& sample : samples) {
+        state = state * 1664525U + 1013904223U;
+        sample = static_cast<float>(state >> 8) / 16777216.0F - 0.5F;
+    }
+    Packets packets;
+    ASSERT_TRUE(encoder->encode(samples, packets));
+    ASSERT_TRUE(encoder->flush(packets));
+    double bits = 0;
+    for (const auto& packet : packets)
+        bits += 8.0 * static_cast<double>(packet.data.bytes.size());
+    EXPECT_NEAR(bits / 4, 192000, 20000);
+}
+
+TEST(AudioEncoder, ValuesThatAreNoNumbersAreSilenceAndDoNotEndTheSound)
+{
+    const auto encoder = makeEncoder();
+    auto samples = tones(48000, 1000, 1000);
+    samples[1000] = std::numeric_limits<float>::quiet_NaN();
+    samples[1002] = std::numeric_limits<float>::infinity();
+    samples[1004] = -std::numeric_limits<float>::max();
+    Packets packets;
+    ASSERT_TRUE(encoder->encode(samples, packets));
+    ASSERT_TRUE(encoder->flush(packets));
+    const auto decoded = decode(*encoder, packets);
+    EXPECT_NEAR(amplitudeAt(std::span{decoded[0]}.subspan(10000, 24000), 1000), 0.5, 0.02);
+}
+
+TEST(AudioEncoder, OneChannelIsEncodedToo)
+{
+    platform::AudioOutputSettings settings;
+    settings.channelCount = 1;
+    settings.bitRate = 96000;
+    const auto encoder = makeEncoder(settings);
+    Packets packets;
+    ASSERT_TRUE(encoder->encode(std::vector<float>(4096, 0.25F), packets));
+    ASSERT_TRUE(encoder->flush(packets));
+    EXPECT_EQ(decode(*encoder, packets).size(), 1U);
+}
+
+TEST(AudioEncoder, ImpossibleSettingsAreRefusedWithAReason)
+{
+    const auto refuses = [](auto change) {
+        platform::AudioOutputSettings settings;
+        change(settings);
+        const auto encoder = LibavAudioEncoder::create(settings);
+        return !encoder && !encoder.error().localizedDescription.empty();
+    };
+    EXPECT_TRUE(refuses([](auto& settings) { settings.format = FourCharacterCode{"opus"}; }));
+    EXPECT_TRUE(refuses([](auto& settings) { settings.channelCount = 0; }));
+    EXPECT_TRUE(refuses([](auto& settings) { settings.sampleRate = 12345; }));
+    EXPECT_TRUE(refuses([](auto& settings) { settings.bitRate = -1; }));
+}
+
+}  // namespace
+}  // namespace velmora::linux_backend

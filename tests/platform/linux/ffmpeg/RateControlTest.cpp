@@ -1,0 +1,147 @@
+// How many bits the software encoder spends, and when.
+
+#include "platform/linux/ffmpeg/LibavCompressionSession.h"
+#include "platform/linux/ffmpeg/VideoEncoderSelection.h"
+#include "tests/platform/linux/ffmpeg/Decoding.h"
+#include "tests/platform/linux/ffmpeg/SessionOutput.h"
+#include "tests/platform/linux/ffmpeg/TestPictures.h"
+
+#include <gtest/gtest.h>
+
+namespace velmora::linux_backend {
+namespace {
+
+using testing::Canvas;
+using testing::SessionOutput;
+
+constexpr std::int64_t second = MediaTime::nanosecondScale;
+constexpr std::int32_t width = 480;
+constexpr std::int32_t height = 270;
+
+constexpr double averageRate = 8e6;
+constexpr double greatestRate = 12e6;
+constexpr double greatestBurst = 6e6;
+
+/// One recording of scenes that are made as they are needed.
+class Recording {
+public:
+    explicit Recording(EncodingEffort effort = EncodingEffort::normal)
+        : session_(width, height, effort, SessionOutput::callback(output_),
+            [](const VideoEncoderSettings& settings) { return openVideoEncoder(videoEncoderCandidates().back(), settings); })
+    {
+    }
+
+    void addMotion(std::int64_t duration, std::int64_t framesPerSecond)
+    {
+        for (std::int64_t i = 0; i < duration * framesPerSecond / second; ++i) {
+            testing::paintMovingScene(canvas_, ++scene_, 96);
+            encode(second / framesPerSecond);
+        }
+    }
+
+    /// The last picture again and again.
+    void addStillness(std::int64_t duration, std::int64_t framesPerSecond)
+    {
+        for (std::int64_t i = 0; i < duration * framesPerSecond / second; ++i)
+            encode(second / framesPerSecond);
+    }
+
+    [[nodiscard]] std::int64_t now() const { return time_; }
+
+    [[nodiscard]] double bitsBetween(std::int64_t begin, std::int64_t end)
+    {
+        double bits = 0;
+        for (const auto& sample : output_->samples()) {
+            const auto time = sample->presentationTimeStamp.value;
+            if (time >= begin && time < end)
+                bits += 8.0 * static_cast<double>(sample->data.bytes.size());
+        }
+        return bits;
+    }
+
+    /// The most bits that any span of this length has, begun at any frame.
+    [[nodiscard]] double mostBitsWithin(std::int64_t span)
+    {
+        double most = 0;
+        for (const auto& sample : output_->samples())
+            most = std::max(most, bitsBetween(sample->presentationTimeStamp.value, sample->presentationTimeStamp.value + span));
+        return most;
+    }
+
+    void expectToDecode() { EXPECT_EQ(testing::decodeVideo(output_->samples()).size(), frameCount_); }
+
+private:
+    void encode(std::int64_t duration)
+    {
+        ASSERT_EQ(session_.encodeFrame(canvas_.picture(), MediaTime::nanoseconds(time_), MediaTime::nanoseconds(duration)), 0);
+        ASSERT_EQ(session_.completeFrames(), 0);
+        time_ += duration;
+        ++frameCount_;
+    }
+
+    std::shared_ptr<SessionOutput> output_ = std::make_shared<SessionOutput>();
+    LibavCompressionSession session_;
+    Canvas canvas_{width, height};
+    std::int64_t time_ = 0;
+    std::size_t frameCount_ = 0;
+    int scene_ = 0;
+};
+
+TEST(RateControl, MotionTakesTheAverageRateAt60And30And15FramesASecond)
+{
+    for (const std::int64_t framesPerSecond : {60, 30, 15}) {
+        Recording recording;
+        recording.addMotion(6 * second, framesPerSecond);
+        // The first second is where the rate control finds its way.
+        const double rate = recording.bitsBetween(second, recording.now()) / 5;
+        EXPECT_NEAR(rate, averageRate, 0.2 * averageRate) << framesPerSecond;
+        EXPECT_LE(recording.mostBitsWithin(second), greatestRate + greatestBurst) << framesPerSecond;
+    }
+}
+
+TEST(RateControl, LowEffortKeepsTheSameRate)
+{
+    Recording recording{EncodingEffort::low};
+    recording.addMotion(5 * second, 30);
+    EXPECT_NEAR(recording.bitsBetween(second, recording.now()) / 4, averageRate, 0.2 * averageRate);
+    EXPECT_LE(recording.mostBitsWithin(second), greatestRate + greatestBurst);
+    recording.expectToDecode();
+}
+
+TEST(RateControl, UnevenFrameTimesTakeTheAverageRate)
+{
+    Recording recording;
+    for (int i = 0; i < 12; ++i) {
+        recording.addMotion(second / 4, 60);
+        recording.addMotion(second / 4, 12);
+    }
+    EXPECT_NEAR(recording.bitsBetween(second, recording.now()) / 5, averageRate, 0.25 * averageRate);
+}
+
+TEST(RateControl, MotionAfterAStillStretchIsNoBurst)
+{
+    Recording recording;
+    recording.addMotion(second, 60);
+    recording.addStillness(10 * second, 2);
+    const std::int64_t motion = recording.now();
+    recording.addMotion(2 * second, 60);
+    EXPECT_LE(recording.bitsBetween(motion, motion + second), greatestRate + greatestBurst);
+    EXPECT_LE(recording.mostBitsWithin(second), greatestRate + greatestBurst);
+    EXPECT_GT(recording.bitsBetween(motion, motion + second), averageRate / 2);
+    recording.expectToDecode();
+}
+
+TEST(RateControl, MotionAfterAnUnevenGapIsNoBurst)
+{
+    Recording recording;
+    recording.addStillness(2 * second, 2);
+    recording.addMotion(second, 60);
+    recording.addStillness(10 * second, 60);
+    const std::int64_t motion = recording.now();
+    recording.addMotion(2 * second, 60);
+    EXPECT_LE(recording.mostBitsWithin(second), greatestRate + greatestBurst);
+    EXPECT_GT(recording.bitsBetween(motion, motion + second), averageRate / 2);
+}
+
+}  // namespace
+}  // namespace velmora::linux_backend
