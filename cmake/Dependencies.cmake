@@ -6,13 +6,14 @@ find_package(tl-expected REQUIRED)
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core)
 
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
-    xcb xcb-composite xcb-damage xcb-shm xcb-xfixes xcb-randr xcb-res)
+    xcb xcb-composite xcb-damage xcb-shm xcb-xfixes xcb-randr xcb-res xcb-xinput)
 pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
 pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse)
 pkg_check_modules(LIBAV REQUIRED IMPORTED_TARGET libavcodec libavutil libswscale)
 
 if(VELMORA_TESTS)
     find_package(GTest REQUIRED)
+    pkg_check_modules(XCB_XTEST REQUIRED IMPORTED_TARGET xcb-xtest)
     pkg_check_modules(LIBAVFORMAT REQUIRED IMPORTED_TARGET libavformat)
 endif()
 if(VELMORA_BENCHMARKS)
@@ -20,7 +21,7 @@ if(VELMORA_BENCHMARKS)
 endif()
 
 # The headers of these libraries are not held to our warnings.
-foreach(target PkgConfig::XCB PkgConfig::PIPEWIRE PkgConfig::PULSE PkgConfig::LIBAV PkgConfig::LIBAVFORMAT)
+foreach(target PkgConfig::XCB PkgConfig::XCB_XTEST PkgConfig::PIPEWIRE PkgConfig::PULSE PkgConfig::LIBAV PkgConfig::LIBAVFORMAT)
     if(TARGET ${target})
         get_target_property(directories ${target} INTERFACE_INCLUDE_DIRECTORIES)
         if(directories)

@@ -1,0 +1,37 @@
+// The windows, displays and applications of an X server.
+#pragma once
+
+#include "base/SerialQueue.h"
+#include "platform/ShareableContent.h"
+#include "platform/linux/x11/DesktopEntries.h"
+
+#include <memory>
+#include <string>
+
+namespace velmora::linux_backend {
+
+/// Lists the windows that the window manager manages (EWMH _NET_CLIENT_LIST_STACKING, else _NET_CLIENT_LIST; else those with
+/// WM_STATE, and without a window manager the mapped top-level windows), topmost first.
+///
+/// A window's frame is its client area in the root's pixels without shadows that its program draws. Layer 0 is a window of type
+/// normal, dialog, utility or none. On screen is one that is viewable, not minimised and on the current workspace. Its application
+/// is named by its desktop entry, else by its class; the bundle identifier is the class, else the executable's name; the process is 0
+/// when it is unknown or of another machine.
+///
+/// Each query makes a connection of its own on a queue of this object, where its completion runs too; a list of 100 windows takes a
+/// handful of round trips. Callable from any thread.
+class X11ShareableContent final : public platform::ShareableContentProvider {
+public:
+    /// `displayName` as in DISPLAY; empty: that variable.
+    explicit X11ShareableContent(std::string displayName = "", DesktopEntries entries = DesktopEntries::fromEnvironment());
+
+    void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly, Completion completion) override;
+
+private:
+    struct State;
+
+    std::shared_ptr<State> state_;  // used on the queue, kept by its work
+    SerialQueue queue_;
+};
+
+}  // namespace velmora::linux_backend

@@ -1,0 +1,57 @@
+// Pictures of one X11 window.
+#pragma once
+
+#include "platform/StreamConfiguration.h"
+#include "platform/linux/VideoSource.h"
+#include "platform/linux/ffmpeg/CodecModule.h"
+#include "platform/linux/x11/ServerMemory.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace velmora::linux_backend {
+
+/// Captures the client area of one window: whole, however it is covered or moved off the screen, with its child windows, without its
+/// frame and without shadows that its program draws. Other windows of the program are not in the picture.
+///
+/// A picture is taken when something is drawn or the pointer moves over the window, at most one a minimum frame interval on
+/// average (one that is late may be followed by one up to a quarter of the interval early), and its time stamp is the moment it
+/// was taken. The last picture comes again, same memory and nothing dirty, when 0.5 s pass without a new one. Each picture is one
+/// moment of the window: it is fetched in one request, and only the bound of what changed. While all of a small pool of pictures are
+/// held by consumers, none is taken.
+///
+/// A window of another size than the configuration's, from the start or after a resize, is fitted in: aspect kept, centred, black
+/// around. One that is minimised or on another workspace is a still picture until it comes back. One that is destroyed or withdrawn
+/// ends the stream ("Velmora.X11", windowUnavailable), as does a lost connection.
+class X11VideoSource final : public VideoSource {
+public:
+    /// Called on the capture's thread, when the first picture has to be scaled.
+    using PictureScalerFactory = UniqueFunction<Result<std::unique_ptr<PictureScaler>>()>;
+
+    struct Options {
+        std::string displayName;  ///< as in DISPLAY; empty: that variable
+        ImageTransport transport = ImageTransport::fileDescriptor;  ///< the best that may be used
+    };
+
+    X11VideoSource(std::uint32_t windowID, const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler,
+        Options options = {"", ImageTransport::fileDescriptor});
+    ~X11VideoSource() override;
+
+    /// Whether the server of this session offers all that a capture needs; an error says what is missing.
+    static Result<void> checkAvailable(const std::string& displayName = "");
+
+    Result<void> start(Callbacks callbacks) override;
+    void stop() override;
+
+private:
+    class Capture;
+
+    std::uint32_t windowID_;
+    platform::StreamConfiguration configuration_;
+    PictureScalerFactory makeScaler_;
+    Options options_;
+    std::unique_ptr<Capture> capture_;
+};
+
+}  // namespace velmora::linux_backend
