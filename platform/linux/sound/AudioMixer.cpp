@@ -8,17 +8,14 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr std::int64_t second = 1'000'000'000;
-
 // How far ahead of the clock sound may be: the delay of a wireless loudspeaker with room to spare.
 constexpr std::int64_t secondsKept = 3;
 
 }  // namespace
 
 AudioMixer::AudioMixer(std::int32_t sampleRate, std::int32_t channelCount, std::int64_t origin)
-    : sampleRate_(sampleRate)
+    : clock_{origin, sampleRate}
     , channelCount_(static_cast<std::size_t>(channelCount))
-    , origin_(origin)
     , capacity_(secondsKept * sampleRate)
     , ring_(static_cast<std::size_t>(capacity_) * channelCount_)
 {
@@ -27,7 +24,7 @@ AudioMixer::AudioMixer(std::int32_t sampleRate, std::int32_t channelCount, std::
 
 int AudioMixer::addInput(std::int64_t tolerance)
 {
-    const auto frames = std::max<std::int64_t>(1, tolerance * sampleRate_ / second);
+    const auto frames = std::max<std::int64_t>(1, tolerance * clock_.sampleRate / FrameClock::second);
     inputs_.emplace(++lastInput_, Input{InputTimeline{static_cast<std::int32_t>(frames)}});
     return lastInput_;
 }
@@ -35,19 +32,6 @@ int AudioMixer::addInput(std::int64_t tolerance)
 void AudioMixer::removeInput(int input)
 {
     inputs_.erase(input);
-}
-
-std::int64_t AudioMixer::frameAt(std::int64_t time) const
-{
-    // In two parts: nanoseconds times the sample rate overflow after two days.
-    const auto elapsed = time - origin_;
-    const auto rest = elapsed % second * sampleRate_;
-    return elapsed / second * sampleRate_ + (rest + (rest < 0 ? -second / 2 : second / 2)) / second;
-}
-
-std::int64_t AudioMixer::timeOf(std::int64_t frame) const
-{
-    return origin_ + frame / sampleRate_ * second + (frame % sampleRate_ * second + sampleRate_ / 2) / sampleRate_;
 }
 
 void AudioMixer::write(int input, std::int64_t stamp, std::span<const float> samples, std::int64_t now)
@@ -60,7 +44,7 @@ void AudioMixer::write(int input, std::int64_t stamp, std::span<const float> sam
     source.lastWritten = now;
 
     const auto frames = static_cast<std::int32_t>(samples.size() / channelCount_);
-    const auto placement = source.timeline.place(frameAt(stamp), frames);
+    const auto placement = source.timeline.place(clock_.frameAt(stamp), frames);
     auto rest = samples.subspan(static_cast<std::size_t>(placement.skipped) * channelCount_);
     if (placement.stretch != 0)
         rest = stretched(rest, frames - placement.skipped + placement.stretch);
@@ -113,13 +97,13 @@ std::int64_t AudioMixer::readableFrames(std::int64_t now) const
         anySpeaks = true;
     }
     if (!anySpeaks)
-        horizon = frameAt(now - silenceDelay);
+        horizon = clock_.frameAt(now - silenceDelay);
     return std::clamp<std::int64_t>(horizon - next_, 0, capacity_);
 }
 
 std::int64_t AudioMixer::read(std::span<float> samples)
 {
-    const auto stamp = timeOf(next_);
+    const auto stamp = clock_.timeOf(next_);
     const auto frames = static_cast<std::int64_t>(samples.size() / channelCount_);
     auto* target = samples.data();
     for (std::int64_t i = 0; i < frames; ++i, ++next_) {

@@ -1,6 +1,7 @@
 // Several sources of sound become one track without a gap.
 #pragma once
 
+#include "platform/linux/sound/FrameClock.h"
 #include "platform/linux/sound/InputTimeline.h"
 
 #include <cstdint>
@@ -41,14 +42,11 @@ private:
         std::int64_t lastWritten = 0;
     };
 
-    [[nodiscard]] std::int64_t frameAt(std::int64_t time) const;
-    [[nodiscard]] std::int64_t timeOf(std::int64_t frame) const;
     void add(std::int64_t position, std::span<const float> samples);
     std::span<const float> stretched(std::span<const float> samples, std::int32_t frames);
 
-    std::int32_t sampleRate_;
+    FrameClock clock_;
     std::size_t channelCount_;
-    std::int64_t origin_;
     std::int64_t capacity_;  ///< frames
     std::int64_t next_ = 0;  ///< the next frame to be given out
     int lastInput_ = 0;

@@ -105,17 +105,27 @@ public:
         });
     }
 
-    /// A second from now on: the level of each frequency.
-    std::vector<double> nextSecond(const std::vector<double>& frequencies, std::size_t channel = 0)
+    /// Waits for a second from now on that holds `tone` at half of full scale, whole, and gives how loud `other` is in it, in dB against
+    /// the tone. A second in which the player itself stumbled (a loaded machine) is passed over: a break in a tone is heard at every
+    /// frequency. None within a minute gives 0.
+    double cleanestSecond(double tone, double other, std::size_t channel = 0)
     {
         constexpr std::size_t window = 48000;
-        const auto begin = position();
-        std::vector<double> levels;
-        if (!waitFor(begin, window))
-            return std::vector<double>(frequencies.size(), -999);
-        for (const auto frequency : frequencies)
-            levels.push_back(level(begin, window, frequency, channel));
-        return levels;
+        constexpr double half = -6.02;
+        auto begin = position();
+        double result = 0;
+        waitUntil([&] {
+            if (position() < begin + window)
+                return false;
+            const auto loudness = level(begin, window, tone, channel);
+            const auto relative = level(begin, window, other, channel) - loudness;
+            begin += window;
+            if (std::abs(loudness - half) > 0.2)
+                return false;
+            result = relative;
+            return result < -60;
+        });
+        return result;
     }
 
     /// The largest difference, in nanoseconds, between a block's time and the end of the one before.
