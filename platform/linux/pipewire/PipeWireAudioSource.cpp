@@ -1,0 +1,188 @@
+#include "platform/linux/pipewire/PipeWireAudioSource.h"
+
+#include "platform/linux/pipewire/CaptureNode.h"
+#include "platform/linux/pipewire/PipeWireHandles.h"
+#include "platform/linux/pipewire/ServerConnection.h"
+#include "platform/linux/sound/BlockDelivery.h"
+
+#include <cerrno>
+#include <ctime>
+#include <utility>
+
+namespace velmora::linux_backend {
+
+namespace {
+
+// How often silence is handed on, and lost servers are looked for.
+constexpr timespec tickInterval{0, 50'000'000};
+constexpr std::int64_t reconnectInterval = 1'000'000'000;
+
+// How long a server may take to answer the first question.
+constexpr std::int64_t answerTimeout = 2'000'000'000;
+
+// Stamps are the graph's own clock: exact, but for the blocks that InputTimeline exists for.
+constexpr std::int64_t stampTolerance = 1'000'000;
+
+void initializeLibrary()
+{
+    // Never undone: the library may serve other parts of the program, too.
+    static const bool done = [] {
+        pw_init(nullptr, nullptr);
+        return true;
+    }();
+    static_cast<void>(done);
+}
+
+}  // namespace
+
+/// Everything between start and stop. Its objects belong to the loop's thread; start touches them under the loop's lock, the
+/// destructor after the thread has ended.
+class PipeWireAudioSource::Session {
+public:
+    Session(const AudioTarget& target, AudioSourceFormat format, BlockCallback block)
+        : format_(format)
+        , matcher_(target)
+        , delivery_(format, std::move(block), monotonicNow())
+        , input_(delivery_.mixer().addInput(stampTolerance))
+    {
+    }
+
+    ~Session()
+    {
+        if (loop_)
+            pw_thread_loop_stop(loop_.get());
+        disconnect();
+        timer_.reset();
+        arrived_.reset();
+        context_.reset();
+    }
+
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    Result<void> start();
+
+private:
+    Result<void> connect();
+    void disconnect();
+    void tick();
+    void drain();
+
+    const AudioSourceFormat format_;
+    const StreamMatcher matcher_;
+    BlockDelivery delivery_;
+    const int input_;
+    std::vector<float> samples_;
+    std::int64_t lastAttempt_ = 0;
+
+    ThreadLoopHandle loop_;
+    ContextHandle context_;
+    LoopSource timer_;
+    LoopSource arrived_;
+    std::unique_ptr<ServerConnection> connection_;
+};
+
+Result<void> PipeWireAudioSource::Session::start()
+{
+    loop_.reset(pw_thread_loop_new("velmora-sound", nullptr));
+    if (!loop_)
+        return fail(posixError(errno, "PipeWire gave no event loop"));
+    auto* loop = pw_thread_loop_get_loop(loop_.get());
+    // The configuration for clients that process in real time: it raises the priority of the thread that copies.
+    context_.reset(pw_context_new(loop, pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0));
+    if (!context_)
+        return fail(posixError(errno, "PipeWire gave no context"));
+    arrived_ = LoopSource{loop,
+        pw_loop_add_event(
+            loop, [](void* self, std::uint64_t) { static_cast<Session*>(self)->drain(); }, this)};
+    timer_ = LoopSource{loop,
+        pw_loop_add_timer(
+            loop, [](void* self, std::uint64_t) { static_cast<Session*>(self)->tick(); }, this)};
+    if (!arrived_.get() || !timer_.get())
+        return fail(posixError(errno, "PipeWire gave no event source"));
+
+    if (const int result = pw_thread_loop_start(loop_.get()); result < 0)
+        return fail(posixError(-result, "The sound thread did not start"));
+    ThreadLoopLock lock{loop_.get()};
+    if (auto connected = connect(); !connected)
+        return connected;
+
+    // A server that accepts a connection and then says nothing would keep the caller for ever.
+    timespec deadline{};
+    pw_thread_loop_get_time(loop_.get(), &deadline, answerTimeout);
+    while (!connection_->hasAnswered() && !connection_->isBroken()) {
+        if (pw_thread_loop_timed_wait_full(loop_.get(), &deadline) < 0)
+            return fail(posixError(ETIMEDOUT, "The PipeWire server did not answer"));
+    }
+    if (connection_->isBroken())
+        return fail(posixError(ECONNRESET, "The PipeWire server closed the connection"));
+
+    timespec first = tickInterval;
+    timespec interval = tickInterval;
+    pw_loop_update_timer(loop, timer_.get(), &first, &interval, false);
+    return {};
+}
+
+Result<void> PipeWireAudioSource::Session::connect()
+{
+    lastAttempt_ = monotonicNow();
+    auto* loop = loop_.get();
+    auto connection = ServerConnection::create(context_.get(), pw_thread_loop_get_loop(loop), arrived_.get(), format_.sampleRate, matcher_,
+        [loop] { pw_thread_loop_signal(loop, false); });
+    if (!connection)
+        return fail(std::move(connection.error()));
+    connection_ = std::move(*connection);
+    return {};
+}
+
+void PipeWireAudioSource::Session::disconnect()
+{
+    connection_.reset();
+}
+
+void PipeWireAudioSource::Session::drain()
+{
+    const auto now = monotonicNow();
+    if (connection_) {
+        std::int64_t stamp = 0;
+        while (connection_->captureNode().take(stamp, samples_))
+            delivery_.mixer().write(input_, stamp, samples_, now);
+    }
+    delivery_.deliver(now);
+}
+
+void PipeWireAudioSource::Session::tick()
+{
+    drain();
+    if (connection_ && connection_->isBroken())
+        disconnect();
+    // Without a server there is nobody to report to: the track goes on in silence until one answers again.
+    if (!connection_ && monotonicNow() - lastAttempt_ >= reconnectInterval)
+        static_cast<void>(connect());
+}
+
+PipeWireAudioSource::PipeWireAudioSource() = default;
+
+PipeWireAudioSource::~PipeWireAudioSource()
+{
+    stop();
+}
+
+Result<void> PipeWireAudioSource::start(const AudioTarget& target, AudioSourceFormat format, BlockCallback block)
+{
+    if (auto supported = checkFormat(format); !supported)
+        return supported;
+    initializeLibrary();
+    auto session = std::make_unique<Session>(target, format, std::move(block));
+    if (auto started = session->start(); !started)
+        return started;
+    session_ = std::move(session);
+    return {};
+}
+
+void PipeWireAudioSource::stop()
+{
+    session_.reset();
+}
+
+}  // namespace velmora::linux_backend

@@ -1,0 +1,43 @@
+// Whose sound a stream of the sound server is.
+#pragma once
+
+#include "platform/linux/AudioSource.h"
+#include "platform/linux/ProcessTree.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace velmora::linux_backend {
+
+/// What a sound server tells of the program behind a stream of sound. Empty and 0 mean "unknown".
+struct StreamIdentity {
+    std::int32_t processID = 0;
+    /// True when the kernel vouches for the process id (the credentials of the connection), false when the program said it itself:
+    /// inside a pid namespace it then means nothing.
+    bool processIDIsCertain = false;
+    std::string applicationName;
+    std::string binary;
+    std::string portalApplicationID;
+};
+
+/// How a stream was recognised.
+enum class StreamMatch { none, processTree, portalApplication, name };
+
+/// Decides by the process tree, then the portal's application id, then the name or the binary; the last only where the process of one
+/// of the two is unknown, because two instances of one program have the same name.
+class StreamMatcher {
+public:
+    explicit StreamMatcher(const AudioTarget& target, ProcessTree::Reader reader = readProcessRecord);
+
+    [[nodiscard]] StreamMatch match(const StreamIdentity& stream) const;
+
+private:
+    [[nodiscard]] std::int32_t knownProcess(const StreamIdentity& stream) const;
+
+    AudioTarget target_;
+    ProcessTree::Reader reader_;
+    ProcessTree tree_;
+};
+
+}  // namespace velmora::linux_backend

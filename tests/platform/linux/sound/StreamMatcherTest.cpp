@@ -1,0 +1,105 @@
+#include "platform/linux/sound/StreamMatcher.h"
+
+#include <gtest/gtest.h>
+#include <map>
+#include <unistd.h>
+
+namespace velmora::linux_backend {
+namespace {
+
+constexpr std::int32_t application = 100;
+constexpr std::int32_t childOfApplication = 110;
+constexpr std::int32_t secondInstance = 200;
+
+std::optional<ProcessRecord> readInvented(std::int32_t process)
+{
+    const std::map<std::int32_t, ProcessRecord> records{{1, {0, 0}}, {2, {0, 0}}, {application, {1, 10}}, {childOfApplication, {application, 20}},
+                                                        {secondInstance, {1, 30}}, {::getpid(), {application, 40}}};
+    const auto found = records.find(process);
+    return found == records.end() ? std::nullopt : std::optional{found->second};
+}
+
+struct Case {
+    const char* name;
+    AudioTarget target;
+    StreamIdentity stream;
+    StreamMatch expected;
+};
+
+AudioTarget target(std::int32_t process, std::string name = "Player", std::string bundle = "player-bin", std::string portal = {})
+{
+    AudioTarget wanted;
+    wanted.processID = process;
+    wanted.applicationName = std::move(name);
+    wanted.bundleIdentifier = std::move(bundle);
+    wanted.portalApplicationID = std::move(portal);
+    return wanted;
+}
+
+StreamIdentity native(std::int32_t process, std::string name = "Player", std::string portal = {})
+{
+    return {process, true, std::move(name), "player-bin", std::move(portal)};
+}
+
+StreamIdentity claimed(std::int32_t process, std::string name = "Player", std::string portal = {})
+{
+    return {process, false, std::move(name), "player-bin", std::move(portal)};
+}
+
+class StreamMatcherTable : public ::testing::TestWithParam<Case> { };
+
+TEST_P(StreamMatcherTable, Decides)
+{
+    EXPECT_EQ(StreamMatcher(GetParam().target, readInvented).match(GetParam().stream), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rules, StreamMatcherTable,
+    ::testing::Values(
+        Case{"TheProcessItself", target(application), native(application), StreamMatch::processTree},
+        Case{"AChildWithAnotherName", target(application), native(childOfApplication, "Helper"), StreamMatch::processTree},
+        Case{"AClaimedProcess", target(application), claimed(childOfApplication), StreamMatch::processTree},
+        Case{"ASecondInstanceOfTheSameName", target(application), native(secondInstance), StreamMatch::none},
+        Case{"AClaimedSecondInstanceOfTheSameName", target(application), claimed(secondInstance), StreamMatch::none},
+        Case{"TheParentOfTheTarget", target(childOfApplication), native(application), StreamMatch::none},
+        Case{"AnUnknownProcessByName", target(application), claimed(0), StreamMatch::name},
+        Case{"AnUnknownProcessOfAnotherName", target(application), StreamIdentity{0, false, "Other", "other-bin", ""}, StreamMatch::none},
+        Case{"AnUnknownTargetByName", target(0), native(secondInstance), StreamMatch::name},
+        Case{"AnUnknownTargetByBinary", target(0, "Other"), native(secondInstance, "Nobody"), StreamMatch::name},
+        Case{"NamesInAnotherCase", target(0, "PLAYER", ""), native(secondInstance), StreamMatch::name},
+        Case{"NoNamesAtAll", target(0, "", ""), StreamIdentity{}, StreamMatch::none},
+        Case{"AProcessNumberOfANamespace", target(application), claimed(1), StreamMatch::name},
+        Case{"AnotherProcessNumberOfANamespace", target(application), claimed(2), StreamMatch::name},
+        Case{"AClaimedProcessThatDoesNotExist", target(application), claimed(4711), StreamMatch::name},
+        Case{"ThePortalApplication", target(application, "", "", "org.example.Player"), native(secondInstance, "", "org.example.Player"),
+             StreamMatch::portalApplication},
+        Case{"ThePortalApplicationWithAProcessNumberOfANamespace", target(application, "", "", "org.example.Player"),
+             claimed(secondInstance, "", "org.example.Player"), StreamMatch::portalApplication},
+        Case{"AnotherPortalApplicationOfTheSameName", target(0, "Player", "player-bin", "org.example.Player"),
+             claimed(0, "Player", "org.example.Other"), StreamMatch::none},
+        Case{"AProcessNumberOfAPortalApplicationSaysNothing", target(secondInstance, "Nobody", "nothing"),
+             claimed(secondInstance, "Player", "org.example.Player"), StreamMatch::none}),
+    [](const auto& tested) { return std::string{tested.param.name}; });
+
+TEST(StreamMatcher, OurOwnProcessIsLeftOutEvenInsideTheTree)
+{
+    EXPECT_EQ(StreamMatcher(target(application), readInvented).match(native(::getpid())), StreamMatch::none);
+    EXPECT_EQ(StreamMatcher(target(0), readInvented).match(native(::getpid())), StreamMatch::none);
+}
+
+TEST(StreamMatcher, OurOwnProcessIsHeardWhenItIsNotExcluded)
+{
+    auto wanted = target(application);
+    wanted.excludesCurrentProcess = false;
+    EXPECT_EQ(StreamMatcher(wanted, readInvented).match(native(::getpid())), StreamMatch::processTree);
+}
+
+TEST(StreamMatcher, AChildThatOwnsWindowsOfAnotherApplicationIsOutsideEvenWithTheSameName)
+{
+    auto wanted = target(application);
+    wanted.ownsWindowsOfAnotherApplication = [](std::int32_t process) { return process == childOfApplication; };
+    EXPECT_EQ(StreamMatcher(wanted, readInvented).match(native(childOfApplication)), StreamMatch::none);
+}
+
+}  // namespace
+}  // namespace velmora::linux_backend

@@ -1,0 +1,125 @@
+#include "tests/support/sound/ChildProcess.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <poll.h>
+#include <stdexcept>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace velmora::test {
+
+ChildProcess::ChildProcess(std::vector<std::string> arguments, std::map<std::string, std::string> environment)
+{
+    std::array<int, 2> in{};
+    std::array<int, 2> out{};
+    if (::pipe2(in.data(), O_CLOEXEC) != 0 || ::pipe2(out.data(), O_CLOEXEC) != 0)
+        throw std::runtime_error("no pipe");
+
+    // Everything is made ready before the fork: after it, with threads about, nothing may allocate.
+    for (char** variable = environ; *variable; ++variable) {
+        const std::string text{*variable};
+        environment.emplace(text.substr(0, text.find('=')), text.substr(text.find('=') + 1));
+    }
+    std::vector<std::string> settings;
+    for (const auto& [name, value] : environment)
+        settings.push_back(name + "=" + value);
+    std::vector<char*> argumentPointers;
+    for (auto& argument : arguments)
+        argumentPointers.push_back(argument.data());
+    argumentPointers.push_back(nullptr);
+    std::vector<char*> environmentPointers;
+    for (auto& setting : settings)
+        environmentPointers.push_back(setting.data());
+    environmentPointers.push_back(nullptr);
+
+    const bool quiet = ::getenv("VELMORA_TEST_VERBOSE") == nullptr;
+    processID_ = ::fork();
+    if (processID_ < 0)
+        throw std::runtime_error("no fork");
+    if (processID_ == 0) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        ::dup2(in[0], STDIN_FILENO);
+        ::dup2(out[1], STDOUT_FILENO);
+        if (quiet)
+            ::dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO);
+        ::execvpe(argumentPointers[0], argumentPointers.data(), environmentPointers.data());
+        ::_exit(127);
+    }
+    ::close(in[0]);
+    ::close(out[1]);
+    input_ = in[1];
+    output_ = out[0];
+}
+
+ChildProcess::~ChildProcess()
+{
+    kill();
+    ::close(input_);
+    ::close(output_);
+}
+
+void ChildProcess::send(const std::string& line)
+{
+    const auto text = line + "\n";
+    if (::write(input_, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+        throw std::runtime_error("the child does not listen");
+}
+
+std::optional<std::string> ChildProcess::readLine(std::chrono::seconds timeout)
+{
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    for (;;) {
+        if (const auto end = buffered_.find('\n'); end != std::string::npos) {
+            auto line = buffered_.substr(0, end);
+            buffered_.erase(0, end + 1);
+            return line;
+        }
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        pollfd waiting{output_, POLLIN, 0};
+        if (left.count() <= 0 || ::poll(&waiting, 1, static_cast<int>(left.count())) <= 0)
+            return std::nullopt;
+        std::array<char, 4096> bytes{};
+        const auto count = ::read(output_, bytes.data(), bytes.size());
+        if (count <= 0)
+            return std::nullopt;
+        buffered_.append(bytes.data(), static_cast<std::size_t>(count));
+    }
+}
+
+void ChildProcess::terminate()
+{
+    if (processID_ <= 0)
+        return;
+    ::kill(processID_, SIGTERM);
+    const int handle = static_cast<int>(::syscall(SYS_pidfd_open, processID_, 0));
+    pollfd waiting{handle, POLLIN, 0};
+    ::poll(&waiting, 1, 5000);
+    ::close(handle);
+    kill();
+}
+
+void ChildProcess::kill()
+{
+    if (processID_ <= 0)
+        return;
+    ::kill(processID_, SIGKILL);
+    wait();
+}
+
+std::optional<int> ChildProcess::wait()
+{
+    if (processID_ <= 0)
+        return std::nullopt;
+    int status = 0;
+    while (::waitpid(processID_, &status, 0) < 0 && errno == EINTR) { }
+    processID_ = -1;
+    return WIFEXITED(status) ? std::optional{WEXITSTATUS(status)} : std::nullopt;
+}
+
+}  // namespace velmora::test

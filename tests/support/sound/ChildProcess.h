@@ -1,0 +1,44 @@
+// A program that a test runs beside itself.
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace velmora::test {
+
+/// Started by the constructor, killed by the destructor and with the test. Its standard input and output are ours.
+class ChildProcess {
+public:
+    /// `arguments[0]` is looked for along PATH. `environment` is added to ours.
+    explicit ChildProcess(std::vector<std::string> arguments, std::map<std::string, std::string> environment = {});
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    [[nodiscard]] pid_t processID() const { return processID_; }
+
+    /// One line to its standard input.
+    void send(const std::string& line);
+
+    /// The next line of its standard output; none when it ends or the time is up.
+    std::optional<std::string> readLine(std::chrono::seconds timeout = std::chrono::seconds{20});
+
+    /// Asks it to end and waits; kills it when it does not within five seconds.
+    void terminate();
+    void kill();
+
+    /// Waits for its own end; the exit status, none when it was ended by a signal.
+    std::optional<int> wait();
+
+private:
+    pid_t processID_ = -1;
+    int input_ = -1;
+    int output_ = -1;
+    std::string buffered_;
+};
+
+}  // namespace velmora::test
