@@ -68,7 +68,4 @@ private:
     AudioEncoderFactory encoders_;
 };
 
-/// The factory whose writers encode sound by the codec module.
-std::shared_ptr<platform::AssetWriterFactory> makeAssetWriterFactory();
-
 }  // namespace velmora::linux_backend

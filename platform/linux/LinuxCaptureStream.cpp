@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <future>
 #include <utility>
 #include <vector>
 
@@ -131,19 +132,19 @@ private:
 };
 
 // True for a process that owns a window of an application other than `bundleIdentifier`: a program started from a terminal is the
-// terminal's child, but its sound is its own.
+// terminal's child, but its sound is its own. Waits for the answer of the window system; on the sound's thread.
 bool ownsWindowOfAnother(platform::ShareableContentProvider& content, const std::string& bundleIdentifier, std::int32_t processID)
 {
-    bool owns = false;
-    content.getShareableContent(true, false, [&](Result<platform::ShareableContent> result) {
-        if (!result)
-            return;
-        owns = std::any_of(result->windows.begin(), result->windows.end(), [&](const platform::ShareableWindow& window) {
+    auto answer = std::make_shared<std::promise<bool>>();
+    auto owns = answer->get_future();
+    content.getShareableContent(true, false, [answer, bundleIdentifier, processID](Result<platform::ShareableContent> result) {
+        const auto ofAnother = [&](const platform::ShareableWindow& window) {
             const auto& application = window.owningApplication;
             return application && application->processID == processID && application->bundleIdentifier != bundleIdentifier;
-        });
+        };
+        answer->set_value(result && std::any_of(result->windows.begin(), result->windows.end(), ofAnother));
     });
-    return owns;
+    return owns.get();
 }
 
 class LinuxCaptureStreams final : public platform::CaptureStreamFactory {

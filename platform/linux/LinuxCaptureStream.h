@@ -16,7 +16,7 @@ struct CaptureStreamParts {
     std::function<std::unique_ptr<VideoSource>(const platform::ContentFilter&, const platform::StreamConfiguration&)> makeVideoSource;
     /// May return none: then streams are without sound.
     std::function<std::unique_ptr<AudioSource>()> makeAudioSource;
-    /// Asked for the processes that own other applications' windows. Must answer before its call returns.
+    /// Asked for the processes that own other applications' windows.
     std::shared_ptr<platform::ShareableContentProvider> shareableContent;
 };
 

@@ -1,0 +1,27 @@
+#include "platform/linux/AssetRepairer.h"
+
+#include "media/mp4/Repair.h"
+
+namespace velmora::linux_backend {
+
+namespace {
+
+class AssetRepairer final : public platform::AssetRepairer {
+public:
+    Result<Outcome> repair(const std::filesystem::path& file) override
+    {
+        const auto report = mp4::repair(file);
+        if (!report)
+            return fail(report.error());
+        return report->wasFinished ? Outcome::nothingToDo : Outcome::repaired;
+    }
+};
+
+}  // namespace
+
+std::shared_ptr<platform::AssetRepairer> makeAssetRepairer()
+{
+    return std::make_shared<AssetRepairer>();
+}
+
+}  // namespace velmora::linux_backend

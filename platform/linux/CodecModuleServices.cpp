@@ -1,0 +1,50 @@
+#include "platform/linux/CodecModuleServices.h"
+
+#include "platform/linux/AssetWriter.h"
+
+namespace velmora::linux_backend {
+
+namespace {
+
+class CompressionSessions final : public platform::CompressionSessionFactory {
+public:
+    tl::expected<std::shared_ptr<platform::CompressionSession>, platform::CompressionStatus>
+    makeSession(std::int32_t width, std::int32_t height, FourCharacterCode codec, platform::CompressionSession::OutputCallback output) override
+    {
+        constexpr platform::CompressionStatus moduleMissing = -1;
+        const auto module = codecModule();
+        if (!module)
+            return tl::unexpected(moduleMissing);
+        return (*module)->compressionSessions()->makeSession(width, height, codec, std::move(output));
+    }
+};
+
+Result<std::unique_ptr<AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings)
+{
+    const auto module = codecModule();
+    if (!module)
+        return fail(module.error());
+    return (*module)->makeAudioEncoder(settings);
+}
+
+}  // namespace
+
+std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions()
+{
+    return std::make_shared<CompressionSessions>();
+}
+
+std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters()
+{
+    return std::make_shared<AssetWriterFactory>(makeAudioEncoder);
+}
+
+Result<std::unique_ptr<PictureScaler>> makePictureScaler()
+{
+    const auto module = codecModule();
+    if (!module)
+        return fail(module.error());
+    return (*module)->makePictureScaler();
+}
+
+}  // namespace velmora::linux_backend

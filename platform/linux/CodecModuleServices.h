@@ -1,0 +1,21 @@
+// The services that need the codec module, made without loading it: it is loaded when the first of them is used.
+#pragma once
+
+#include "platform/AssetWriter.h"
+#include "platform/CompressionSession.h"
+#include "platform/linux/ffmpeg/CodecModule.h"
+
+#include <memory>
+
+namespace velmora::linux_backend {
+
+/// Sessions of the module; where it cannot be loaded, creation fails with status -1.
+std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions();
+
+/// Writers that encode sound by the module; where it cannot be loaded, a sound input cannot be added.
+std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters();
+
+/// A scaler of the module.
+Result<std::unique_ptr<PictureScaler>> makePictureScaler();
+
+}  // namespace velmora::linux_backend

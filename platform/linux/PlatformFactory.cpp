@@ -1,0 +1,78 @@
+// The one place that asks which desktop this is.
+
+#include "platform/PlatformServices.h"
+#include "platform/linux/ApplicationAudio.h"
+#include "platform/linux/AssetRepairer.h"
+#include "platform/linux/CodecModuleServices.h"
+#include "platform/linux/JournalSink.h"
+#include "platform/linux/LinuxCaptureStream.h"
+#include "platform/linux/LinuxFileManager.h"
+#include "platform/linux/x11/X11ShareableContent.h"
+#include "platform/linux/x11/X11VideoSource.h"
+#include "platform/null/NullServices.h"
+
+#include <cstdlib>
+#include <string_view>
+
+namespace velmora::platform {
+
+namespace {
+
+// On X11 a point is a pixel.
+class PixelScreens final : public Screens {
+public:
+    [[nodiscard]] std::optional<float> mainScreenBackingScaleFactor() const override { return 1.0F; }
+};
+
+std::string_view environment(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+void useX11(PlatformServices& services)
+{
+    using namespace linux_backend;
+    services.shareableContent = std::make_shared<X11ShareableContent>();
+    services.captureStreams = makeCaptureStreams({
+        .makeVideoSource =
+            [](const ContentFilter& filter, const StreamConfiguration& configuration) {
+                return std::make_unique<X11VideoSource>(filter.window().windowID, configuration, makePictureScaler);
+            },
+        .makeAudioSource = makeApplicationAudioSource,
+        .shareableContent = services.shareableContent,
+    });
+}
+
+void useNothing(PlatformServices& services, const char* reason)
+{
+    services.shareableContent = null_backend::makeShareableContent(reason);
+    services.captureStreams = null_backend::makeCaptureStreams(reason);
+}
+
+}  // namespace
+
+PlatformServices makePlatformServices()
+{
+    using namespace linux_backend;
+    PlatformServices services{
+        .logSink = makeLogSink(),
+        .fileManager = makeFileManager(),
+        .screens = std::make_shared<PixelScreens>(),
+        .shareableContent = nullptr,
+        .captureStreams = nullptr,
+        .compressionSessions = makeCompressionSessions(),
+        .assetWriters = makeAssetWriters(),
+        .assetRepairer = makeAssetRepairer(),
+    };
+    // Xwayland would answer too, but shows only some of the windows, and those not whole.
+    if (!environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland")
+        useNothing(services, "Windows of a Wayland session cannot be captured yet; log in to an X11 session.");
+    else if (!environment("DISPLAY").empty())
+        useX11(services);
+    else
+        useNothing(services, "There is no display: neither DISPLAY nor WAYLAND_DISPLAY is set.");
+    return services;
+}
+
+}  // namespace velmora::platform
