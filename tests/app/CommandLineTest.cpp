@@ -1,0 +1,95 @@
+#include "app/CommandLine.h"
+
+#include <gtest/gtest.h>
+
+namespace velmora::command_line {
+namespace {
+
+using namespace std::chrono_literals;
+
+tl::expected<Command, QString> parsed(QStringList arguments)
+{
+    arguments.prepend(QStringLiteral("velmora"));
+    return parse(arguments);
+}
+
+template <typename Expected>
+Expected commandOf(const QStringList& arguments)
+{
+    const auto command = parsed(arguments);
+    EXPECT_TRUE(command.has_value()) << (command ? "" : command.error().toStdString());
+    return command ? std::get<Expected>(*command) : Expected{};
+}
+
+std::string complaint(const QStringList& arguments)
+{
+    const auto command = parsed(arguments);
+    EXPECT_FALSE(command.has_value());
+    return command ? std::string{} : command.error().toStdString();
+}
+
+TEST(CommandLine, ListsWindowsForPeopleOrForPrograms)
+{
+    EXPECT_FALSE(commandOf<Windows>({"windows"}).json);
+    EXPECT_TRUE(commandOf<Windows>({"windows", "--json"}).json);
+}
+
+TEST(CommandLine, RecordsAWindowUntilASignalUnderTheDefaultName)
+{
+    const auto record = commandOf<Record>({"record", "--window", "4294967295"});
+    EXPECT_EQ(record.windowID, 4'294'967'295U);
+    EXPECT_FALSE(record.duration);
+    EXPECT_FALSE(record.output);
+}
+
+TEST(CommandLine, TakesAWindowsNumberInHexadecimalAsWindowToolsPrintIt)
+{
+    EXPECT_EQ(commandOf<Record>({"record", "--window=0x1a00003"}).windowID, 0x1a00003U);
+}
+
+TEST(CommandLine, TakesADurationInSecondsAndAnOutputRelativeToTheWorkingFolder)
+{
+    const auto record = commandOf<Record>({"record", "--window", "7", "--duration", "2.5", "--output", "a/../clip.mp4"});
+    EXPECT_EQ(record.duration, 2500ms);
+    EXPECT_EQ(record.output, std::filesystem::current_path() / "clip.mp4");
+}
+
+TEST(CommandLine, RefusesADurationThatIsNoNumberAboveZero)
+{
+    for (const auto* text : {"0", "-1", "soon", "inf", "nan", "1e300", ""})
+        EXPECT_NE(complaint({"record", "--window", "7", "--duration", text}).find("number of seconds"), std::string::npos) << text;
+}
+
+TEST(CommandLine, RefusesAWindowThatIsNoNumber)
+{
+    for (const auto* text : {"film", "-1", "4294967296", "1.5", ""})
+        EXPECT_NE(complaint({"record", "--window", text}).find("window"), std::string::npos) << text;
+    EXPECT_NE(complaint({"record"}).find("--window"), std::string::npos);
+}
+
+TEST(CommandLine, RefusesWhatItDoesNotKnow)
+{
+    EXPECT_NE(complaint({}).find("--help"), std::string::npos);
+    EXPECT_NE(complaint({"film"}).find("'film'"), std::string::npos);
+    EXPECT_NE(complaint({"windows", "--xml"}).find("xml"), std::string::npos);
+    EXPECT_NE(complaint({"windows", "now"}).find("'now'"), std::string::npos);
+    EXPECT_NE(complaint({"record", "--window", "7", "clip.mp4"}).find("'clip.mp4'"), std::string::npos);
+    EXPECT_NE(complaint({"record", "--window", "7", "--output", ""}).find("--output"), std::string::npos);
+    EXPECT_NE(complaint({"repair"}).find("one file"), std::string::npos);
+    EXPECT_NE(complaint({"repair", "a", "b"}).find("one file"), std::string::npos);
+}
+
+TEST(CommandLine, RepairsOneFile)
+{
+    EXPECT_EQ(commandOf<Repair>({"repair", "/tmp/clip.mp4"}).file, "/tmp/clip.mp4");
+}
+
+TEST(CommandLine, HelpsAtEveryPlaceItIsAskedFor)
+{
+    for (const QStringList& arguments : {QStringList{"--help"}, {"-h"}, {"windows", "--help"}, {"record", "-h"}, {"repair", "--help"}})
+        EXPECT_EQ(commandOf<Print>(arguments).text, helpText());
+    EXPECT_TRUE(commandOf<Print>({"--version"}).text.startsWith(QLatin1String("velmora ")));
+}
+
+}  // namespace
+}  // namespace velmora::command_line

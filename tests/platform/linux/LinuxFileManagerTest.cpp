@@ -1,0 +1,128 @@
+#include "platform/linux/LinuxFileManager.h"
+
+#include "tests/support/TemporaryDirectory.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <optional>
+
+namespace velmora::linux_backend {
+namespace {
+
+TEST(VideosDirectory, IsTheEntryOfTheUserDirectories)
+{
+    EXPECT_EQ(videosDirectory("# comment\nXDG_DESKTOP_DIR=\"$HOME/Desktop\"\nXDG_VIDEOS_DIR=\"$HOME/Videos\"\n", "/home/someone"),
+        "/home/someone/Videos");
+    EXPECT_EQ(videosDirectory("  XDG_VIDEOS_DIR=\"/media/big disk/Films\"", "/home/someone"), "/media/big disk/Films");
+}
+
+TEST(VideosDirectory, KeepsEscapedCharacters)
+{
+    EXPECT_EQ(videosDirectory("XDG_VIDEOS_DIR=\"$HOME/a\\\"b\\$c\"\n", "/h"), "/h/a\"b$c");
+}
+
+TEST(VideosDirectory, TheLastEntryHolds)
+{
+    EXPECT_EQ(videosDirectory("XDG_VIDEOS_DIR=\"/one\"\nXDG_VIDEOS_DIR=\"/two/\"\n", "/h"), "/two");
+}
+
+TEST(VideosDirectory, IsNoneWhenTheEntryIsMissingMalformedOrTheHomeFolder)
+{
+    EXPECT_TRUE(videosDirectory("", "/h").empty());
+    EXPECT_TRUE(videosDirectory("#XDG_VIDEOS_DIR=\"/one\"\n", "/h").empty());
+    EXPECT_TRUE(videosDirectory("XDG_VIDEOS_DIR=/one\n", "/h").empty());
+    EXPECT_TRUE(videosDirectory("XDG_VIDEOS_DIR=\"/one\n", "/h").empty());
+    EXPECT_TRUE(videosDirectory("XDG_VIDEOS_DIR=\"relative\"\n", "/h").empty());
+    EXPECT_TRUE(videosDirectory("XDG_VIDEOS_DIR=\"$HOMEWARD/x\"\n", "/h").empty());
+    EXPECT_TRUE(videosDirectory("XDG_VIDEOS_DIR=\"$HOME\"\n", "/h").empty());
+    EXPECT_TRUE(videosDirectory("XDG_VIDEOS_DIR=\"$HOME/\"\n", "/h").empty());
+}
+
+class Environment {
+public:
+    Environment(const char* name, const std::string& value) : name_(name)
+    {
+        if (const char* before = std::getenv(name))
+            before_ = before;
+        ::setenv(name, value.c_str(), 1);
+    }
+    ~Environment()
+    {
+        if (before_)
+            ::setenv(name_, before_->c_str(), 1);
+        else
+            ::unsetenv(name_);
+    }
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+
+private:
+    const char* name_;
+    std::optional<std::string> before_;
+};
+
+class LinuxFileManagerTest : public testing::Test {
+protected:
+    test::TemporaryDirectory folder;
+    std::shared_ptr<platform::FileManager> fileManager = makeFileManager();
+};
+
+TEST_F(LinuxFileManagerTest, ReadsTheUserDirectoriesOfTheConfigurationFolder)
+{
+    const Environment home{"HOME", folder.path() / "home"};
+    const Environment configuration{"XDG_CONFIG_HOME", folder.path()};
+    EXPECT_TRUE(fileManager->moviesDirectories().empty());
+    std::ofstream{folder.path() / "user-dirs.dirs"} << "XDG_VIDEOS_DIR=\"$HOME/Videos\"\n";
+    EXPECT_EQ(fileManager->moviesDirectories(), std::vector<std::filesystem::path>{folder.path() / "home" / "Videos"});
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "home")) << "nothing is created by asking";
+}
+
+TEST_F(LinuxFileManagerTest, TheConfigurationFolderIsBelowTheHomeFolderUnlessAnAbsolutePathIsGiven)
+{
+    const Environment home{"HOME", folder.path()};
+    const Environment configuration{"XDG_CONFIG_HOME", "relative"};
+    std::filesystem::create_directory(folder.path() / ".config");
+    std::ofstream{folder.path() / ".config" / "user-dirs.dirs"} << "XDG_VIDEOS_DIR=\"/films\"\n";
+    EXPECT_EQ(fileManager->moviesDirectories(), std::vector<std::filesystem::path>{"/films"});
+}
+
+TEST_F(LinuxFileManagerTest, TellsFilesFromFolders)
+{
+    std::ofstream{folder.path() / "file"} << "x";
+    bool isDirectory = true;
+    EXPECT_TRUE(fileManager->fileExists(folder.path() / "file", &isDirectory));
+    EXPECT_FALSE(isDirectory);
+    EXPECT_TRUE(fileManager->fileExists(folder.path(), &isDirectory));
+    EXPECT_TRUE(isDirectory);
+    EXPECT_FALSE(fileManager->fileExists(folder.path() / "missing", &isDirectory));
+    EXPECT_FALSE(isDirectory);
+}
+
+TEST_F(LinuxFileManagerTest, RemovesAFileOrALinkButNeverAFolder)
+{
+    std::ofstream{folder.path() / "file"} << "x";
+    std::filesystem::create_symlink(folder.path() / "file", folder.path() / "link");
+    std::filesystem::create_directory(folder.path() / "folder");
+    EXPECT_TRUE(fileManager->removeFile(folder.path() / "link"));
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "file"));
+    EXPECT_TRUE(fileManager->removeFile(folder.path() / "file"));
+    EXPECT_FALSE(fileManager->removeFile(folder.path() / "folder"));
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "folder"));
+    EXPECT_EQ(fileManager->removeFile(folder.path() / "file").error().code, ENOENT);
+}
+
+TEST_F(LinuxFileManagerTest, CreatesFoldersAndSaysWhyItCannot)
+{
+    EXPECT_TRUE(fileManager->createDirectory(folder.path() / "a" / "b"));
+    EXPECT_TRUE(std::filesystem::is_directory(folder.path() / "a" / "b"));
+    std::ofstream{folder.path() / "file"} << "x";
+    const auto failed = fileManager->createDirectory(folder.path() / "file" / "below");
+    ASSERT_FALSE(failed.has_value());
+    EXPECT_EQ(failed.error().code, ENOTDIR);
+    EXPECT_NE(failed.error().localizedDescription.find("Not a directory"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace velmora::linux_backend
