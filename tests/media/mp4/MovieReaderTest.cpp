@@ -60,7 +60,10 @@ TEST(MovieReader, ReadsTheSameSamplesFromFragmentsAndFromTheIndex)
     ASSERT_TRUE(fragmented && progressive);
     for (std::size_t i = 0; i < 2; ++i) {
         const auto& track = progressive->movie.tracks[i];
-        EXPECT_EQ(fragmented->movie.tracks[i].samples.expanded(), track.samples.expanded());
+        auto expected = fragmented->movie.tracks[i].samples.expanded();
+        if (i == 1)
+            expected.back().duration = 144000 + 1024 - 141 * 1024;  // the padding is cut when the file is finished
+        EXPECT_EQ(expected, track.samples.expanded());
         EXPECT_EQ(fragmented->movie.tracks[i].format->mediaType(), track.format->mediaType());
     }
     EXPECT_EQ(progressive->movie.tracks[1].edits, (std::vector<Edit>{{144000, 1024}}));

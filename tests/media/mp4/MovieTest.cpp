@@ -115,10 +115,11 @@ TEST(CloseRecordedMovie, CutsPrimingAndPaddingOfTheSoundAndKeepsALateStart)
     auto sound = soundTrack();
     fill(sound, packets(777, 5), 1024);
     auto movie = recorded(std::move(video), std::move(sound));
-    closeRecordedMovie(movie, {{}, {3000}});
+    closeRecordedMovie(movie, {{}, {3500}});
     EXPECT_THAT(movie.tracks[0].edits, IsEmpty());
-    EXPECT_THAT(movie.tracks[1].edits, ElementsAre(Edit{777, -1}, Edit{3000, 1024}));
+    EXPECT_THAT(movie.tracks[1].edits, ElementsAre(Edit{777, -1}, Edit{3500, 1024}));
     EXPECT_EQ(movie.tracks[1].samples.firstDecodeTime(), 0);
+    EXPECT_EQ(movie.tracks[1].samples.duration(), 3500U + 1024);
     EXPECT_FALSE(movie.isFragmented);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <fstream>
 
 namespace velmora::test {
@@ -34,7 +35,7 @@ Result<std::size_t> MemoryFile::writeSomeAt(std::uint64_t offset, std::span<cons
         const auto length = std::min(pageSize - inPage, count - done);
         const auto part = bytes.subspan(done, length);
         auto known = pages_.find(page);
-        const bool zeros = std::all_of(part.begin(), part.end(), [](std::byte b) { return b == std::byte{0}; });
+        const bool zeros = part[0] == std::byte{0} && std::memcmp(part.data(), part.data() + 1, length - 1) == 0;
         if (known == pages_.end() && !zeros)
             known = pages_.emplace(page, std::vector<std::byte>(pageSize)).first;
         if (known != pages_.end())
