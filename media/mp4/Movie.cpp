@@ -122,6 +122,11 @@ void closeRecordedMovie(Movie& movie, const std::vector<TrackEnd>& ends)
             shown = static_cast<std::int64_t>(track.samples.duration());
         } else {
             shown = soundFrames(track, i < ends.size() ? ends[i] : TrackEnd{});
+            // Readers that take the media's duration for the track's are told the truth too.
+            const auto end = track.samples.firstDecodeTime() + mediaStart(track) + shown;
+            const std::int64_t last = track.samples.lastDuration();
+            track.samples.setLastDuration(static_cast<std::uint32_t>(
+                std::clamp<std::int64_t>(end - track.samples.lastDecodeTime(), std::min<std::int64_t>(1, last), last)));
         }
         const auto first = std::max<std::int64_t>(0, track.samples.firstDecodeTime());
         const auto start = mediaStart(track);

@@ -50,6 +50,22 @@ std::vector<std::byte> decoderSpecificInfo(std::span<const std::byte> payload)
     return reader.failed() ? std::vector<std::byte>{} : copied(info);
 }
 
+// The channel configuration of an AudioSpecificConfig (ISO 14496-3 1.6.2.1): what is true, where the entry's number is a habit. 0 when it
+// says nothing.
+std::int32_t channelCount(std::span<const std::byte> configuration)
+{
+    if (configuration.size() < 2)
+        return 0;
+    const auto first = static_cast<unsigned>(configuration[0]);
+    const auto second = static_cast<unsigned>(configuration[1]);
+    const auto objectType = first >> 3;
+    const auto frequencyIndex = (first & 7) << 1 | second >> 7;
+    if (objectType == 31 || frequencyIndex == 15)
+        return 0;
+    const auto channels = static_cast<std::int32_t>((second >> 3) & 0xF);
+    return channels == 7 ? 8 : channels < 7 ? channels : 0;
+}
+
 ColourDescription readColour(std::span<const std::byte> payload)
 {
     ByteReader reader{payload};
@@ -101,8 +117,12 @@ Result<FormatDescriptionRef> parseSampleEntry(std::span<const std::byte> entry, 
         reader.skip(16);
     if (reader.failed())
         return fail(makeError(ErrorCode::damaged, "A sound description is damaged."));
-    if (const auto descriptor = findBox(reader.rest(), "esds"))
+    // QuickTime wraps it.
+    const auto wrapper = findBox(reader.rest(), "wave");
+    if (const auto descriptor = findBox(wrapper ? wrapper->payload : reader.rest(), "esds"))
         format.decoderConfiguration = decoderSpecificInfo(descriptor->payload);
+    if (const auto channels = channelCount(format.decoderConfiguration); channels > 0)
+        format.channelCount = channels;
     return std::make_shared<const FormatDescription>(std::move(format));
 }
 

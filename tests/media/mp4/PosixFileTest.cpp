@@ -1,0 +1,124 @@
+#include "media/mp4/PosixFile.h"
+
+#include "tests/support/media/TemporaryFolder.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace velmora::mp4 {
+namespace {
+
+using velmora::test::TemporaryFolder;
+
+std::vector<std::byte> bytes(std::string_view text)
+{
+    const auto span = std::as_bytes(std::span{text.data(), text.size()});
+    return {span.begin(), span.end()};
+}
+
+TEST(PosixFile, ReadsBackWhatWasWrittenAtAnOffset)
+{
+    const TemporaryFolder folder;
+    const auto file = PosixFile::create(folder / "a");
+    ASSERT_TRUE(file);
+    ASSERT_TRUE((*file)->writeAt(100, bytes("hello")));
+    EXPECT_EQ(*(*file)->size(), 105U);
+    std::vector<std::byte> read(5);
+    EXPECT_TRUE(*(*file)->readAt(100, read));
+    EXPECT_EQ(read, bytes("hello"));
+    EXPECT_FALSE(*(*file)->readAt(103, read));
+    EXPECT_TRUE((*file)->sync());
+    EXPECT_TRUE((*file)->syncFolder());
+    ASSERT_TRUE((*file)->truncate(50));
+    EXPECT_EQ(*(*file)->size(), 50U);
+}
+
+TEST(PosixFile, IsNotCreatedWhereSomethingIsAlready)
+{
+    const TemporaryFolder folder;
+    std::ofstream{folder / "a"} << "precious";
+    EXPECT_EQ(PosixFile::create(folder / "a").error().code, EEXIST);
+    std::filesystem::create_symlink(folder / "nowhere", folder / "link");
+    EXPECT_EQ(PosixFile::create(folder / "link").error().code, EEXIST);
+    EXPECT_FALSE(std::filesystem::exists(folder / "nowhere"));
+    EXPECT_EQ(PosixFile::create(folder.path() / "missing" / "a").error().code, ENOENT);
+}
+
+TEST(PosixFile, AllocatesBlocksThatAreReallyThere)
+{
+    const TemporaryFolder folder;
+    const auto file = PosixFile::create(folder / "a");
+    ASSERT_TRUE(file);
+    ASSERT_TRUE((*file)->allocate(300'000));
+    struct stat status { };
+    ASSERT_EQ(::stat((folder / "a").c_str(), &status), 0);
+    EXPECT_EQ(status.st_size, 300'000);
+    EXPECT_GE(status.st_blocks * 512, 300'000);
+}
+
+TEST(PosixFile, IsClosedInPrograms)
+{
+    const TemporaryFolder folder;
+    const auto file = PosixFile::create(folder / "a");
+    ASSERT_TRUE(file);
+    int found = 0;
+    for (const auto& entry : std::filesystem::directory_iterator{"/proc/self/fd"}) {
+        std::error_code error;
+        if (std::filesystem::read_symlink(entry.path(), error) != folder / "a")
+            continue;
+        ++found;
+        EXPECT_NE(::fcntl(std::stoi(entry.path().filename()), F_GETFD) & FD_CLOEXEC, 0);
+    }
+    EXPECT_EQ(found, 1);
+}
+
+TEST(PosixFile, OnlyOneCanHoldTheLock)
+{
+    const TemporaryFolder folder;
+    auto first = PosixFile::create(folder / "a");
+    ASSERT_TRUE(first);
+    EXPECT_TRUE(*(*first)->tryLock());
+    const auto second = PosixFile::openForUpdating(folder / "a");
+    ASSERT_TRUE(second);
+    EXPECT_FALSE(*(*second)->tryLock());
+    first->reset();
+    EXPECT_TRUE(*(*second)->tryLock());
+}
+
+TEST(PosixFile, KnowsWhetherItsNameStillLeadsToIt)
+{
+    const TemporaryFolder folder;
+    const auto file = PosixFile::create(folder / "a");
+    ASSERT_TRUE(file);
+    EXPECT_TRUE((*file)->isStillInFolder());
+    std::filesystem::rename(folder / "a", folder / "b");
+    EXPECT_FALSE((*file)->isStillInFolder());
+    std::ofstream{folder / "a"} << "another";
+    EXPECT_FALSE((*file)->isStillInFolder());
+    EXPECT_TRUE((*file)->removeFromFolder());
+    EXPECT_TRUE(std::filesystem::exists(folder / "a"));
+    std::filesystem::rename(folder / "b", folder / "a");
+    EXPECT_TRUE((*file)->removeFromFolder());
+    EXPECT_FALSE(std::filesystem::exists(folder / "a"));
+}
+
+TEST(PosixFile, DoesNotUpdateThroughALink)
+{
+    const TemporaryFolder folder;
+    std::ofstream{folder / "a"} << "content";
+    std::filesystem::create_symlink(folder / "a", folder / "link");
+    EXPECT_EQ(PosixFile::openForUpdating(folder / "link").error().code, ELOOP);
+    EXPECT_TRUE(PosixFile::openForReading(folder / "link"));
+}
+
+TEST(PosixFile, DoesNotOpenADevice)
+{
+    EXPECT_EQ(PosixFile::openForUpdating("/dev/full").error().code, EINVAL);
+    EXPECT_EQ(PosixFile::openForReading("/dev/zero").error().code, EINVAL);
+}
+
+}  // namespace
+}  // namespace velmora::mp4

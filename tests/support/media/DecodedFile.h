@@ -1,0 +1,43 @@
+// What a player would show and sound of a file: everything decoded by libavformat and libavcodec, edit lists honoured.
+#pragma once
+
+#include "media/FormatDescription.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace velmora::test {
+
+struct DecodedPicture {
+    double time = 0;  ///< seconds
+    int number = 0;  ///< painted into it by encodeClip
+};
+
+struct DecodedFile {
+    bool opened = false;
+    std::vector<std::string> complaints;  ///< what the libraries logged as errors
+    double duration = 0;  ///< of the container, seconds
+
+    bool hasVideo = false;
+    std::vector<DecodedPicture> pictures;
+    double videoDuration = 0;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    ColourDescription colour;
+
+    bool hasAudio = false;
+    std::int32_t sampleRate = 0;
+    std::int32_t channelCount = 0;
+    std::int64_t firstFrame = 0;  ///< time of the first decoded frame of sound, in frames
+    std::vector<float> sound;  ///< first channel, from firstFrame on; gaps are silent
+
+    /// Frames (on the file's time line) at which the sound peaks above `level`, loudest of each neighbourhood of 512.
+    [[nodiscard]] std::vector<std::int64_t> peaks(float level = 0.3F) const;
+    [[nodiscard]] std::int64_t endFrame() const { return firstFrame + static_cast<std::int64_t>(sound.size()); }
+};
+
+DecodedFile decodeFile(const std::filesystem::path& path);
+
+}  // namespace velmora::test
