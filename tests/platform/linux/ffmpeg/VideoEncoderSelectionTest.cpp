@@ -28,6 +28,7 @@ const VideoEncoderCandidate& softwareEncoder()
 VideoEncoderCandidate brokenEncoder(std::vector<VideoEncoderCandidate::Option> more)
 {
     VideoEncoderCandidate candidate = softwareEncoder();
+    candidate.headerOption.reset();
     candidate.options.insert(candidate.options.end(), more.begin(), more.end());
     return candidate;
 }
@@ -104,9 +105,7 @@ TEST(VideoEncoderTrial, AnEncoderWithStartCodesIsBroughtIntoForm)
 
 TEST(VideoEncoderTrial, AnEncoderThatHoldsItsFirstFrameBackStandsIt)
 {
-    EXPECT_EQ(tryVideoEncoder(
-                  brokenEncoder({{"x264-params", "8x8dct=1:annexb=0:rc-lookahead=5:sync-lookahead=3:mbtree=1"}}), settingsFor(320, 240)),
-        0);
+    EXPECT_EQ(tryVideoEncoder(brokenEncoder({{"x264-params", "8x8dct=1:cabac=1:annexb=0:force-cfr=0"}}), settingsFor(320, 240)), 0);
 }
 
 TEST(VideoEncoderSelection, TakesTheFirstThatStandsItsTrial)
