@@ -16,8 +16,8 @@ namespace velmora::linux_backend {
 /// - A picture 0.5 s or more after the last key frame becomes a key frame, so that a recording can begin soon at any frame rate.
 /// - H.264 in 4:2:0 has even sizes only (cropping counts in twos: ITU-R H.264 7.4.2.1.1): of an odd size the last column or row is coded
 ///   and shown twice, and the samples' format tells the even size.
-/// - Properties can be set until the encoder is made ready. The average bit rate is a mean over seconds; the rate never exceeds 1.5
-///   times that, beyond a burst of 0.75 s.
+/// - Properties can be set until the encoder is made ready. The software encoder's bit rate is an average that busy pictures reach and
+///   simple ones stay below; beyond it, only what was not used before is spent, at most 0.75 s worth of it.
 /// - Statuses are AVERROR codes; after invalidate, AVERROR_EOF. From the output callback itself completeFrames fails with
 ///   AVERROR(EDEADLK); invalidate there, and destruction, end the session with the callback that runs.
 class LibavCompressionSession final : public platform::CompressionSession {

@@ -3,6 +3,7 @@
 #include "platform/linux/ffmpeg/AvcFormat.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -17,12 +18,22 @@ namespace {
 
 using Layout = Yuv420View::Layout;
 
-// What software encoders get beyond the settings that every encoder has. Uneven frame times need force-cfr=0: with it the rate control
-// counts time, without it frames. qpmin keeps still pictures from hoarding bits for a burst.
-constexpr const char* x264Parameters = "cabac=1:8x8dct=1:bframes=0:force-cfr=0:annexb=0:qpmin=12";
+// x264 can count real time (force-cfr=0), but then it holds every frame back until the next one tells how long it lasts: half a second
+// in a still window. So it counts frames at the planned rate, and its buffer is filled before each frame by what the time since the
+// frame before is worth (see budgetFor). Its average rate cannot be changed on the way, its buffer can: the buffer is what keeps the
+// rate, and the constant quality is what pictures get that do not need all of it.
+constexpr const char* x264Quality = "14";
+constexpr const char* x264Parameters = "cabac=1:8x8dct=1:bframes=0:annexb=0:qpmin=12";
+
+// But it must not tell decoders that its frames come at a fixed rate (ITU-T H.264 E.2.1, fixed_frame_rate_flag).
+constexpr const char* x264HeaderParameters = "cabac=1:8x8dct=1:bframes=0:annexb=0:qpmin=12:force-cfr=0";
 
 /// The rate that levels and rate control are planned for; frames may come slower and unevenly.
-constexpr AVRational plannedFrameRate{60, 1};
+constexpr int plannedFrameRate = 60;
+
+/// The time whose bits the rate control's buffer holds, as a part of a second: a key frame of a busy picture fits.
+constexpr std::int64_t bufferNumerator = 3;
+constexpr std::int64_t bufferDenominator = 4;
 
 AVPixelFormat pixelFormat(Layout layout)
 {
@@ -54,7 +65,7 @@ public:
         if (!codec)
             return tl::unexpected(AVERROR_ENCODER_NOT_FOUND);
         std::unique_ptr<LibavVideoEncoder> encoder{
-            new LibavVideoEncoder(settings, candidate.layout, AvCodecContext{avcodec_alloc_context3(codec)})};
+            new LibavVideoEncoder(settings, candidate, AvCodecContext{avcodec_alloc_context3(codec)})};
         if (!encoder->context_ || !encoder->received_)
             return tl::unexpected(AVERROR(ENOMEM));
         encoder->configure();
@@ -62,6 +73,14 @@ public:
             return tl::unexpected(error);
         if (const int error = encoder->openCodec(candidate, *codec))
             return tl::unexpected(error);
+        if (candidate.headerOption) {
+            VideoEncoderCandidate twin = candidate;
+            twin.options.push_back(*std::exchange(twin.headerOption, std::nullopt));
+            auto opened = open(twin, settings);
+            if (!opened)
+                return opened;
+            encoder->format_ = (*opened)->format();
+        }
         return encoder;
     }
 
@@ -89,6 +108,9 @@ public:
         input->colorspace = context_->colorspace;
         input->chroma_location = context_->chroma_sample_location;
 
+        if (isSoftware_)
+            context_->rc_max_rate = budgetFor(presentationTime);
+
         int error = avcodec_send_frame(context_.get(), input);
         if (error == AVERROR(EAGAIN)) {
             if (const int receiveError = receive(packets))
@@ -108,12 +130,24 @@ public:
     [[nodiscard]] FormatDescriptionRef format() const override { return format_; }
 
 private:
-    LibavVideoEncoder(const VideoEncoderSettings& settings, Layout layout, AvCodecContext context)
+    LibavVideoEncoder(const VideoEncoderSettings& settings, const VideoEncoderCandidate& candidate, AvCodecContext context)
         : settings_(settings)
-        , layout_(layout)
+        , layout_(candidate.layout)
+        , isSoftware_(candidate.isSoftware)
         , context_(std::move(context))
         , received_(av_packet_alloc())
     {
+    }
+
+    /// The rate at which a frame of the planned duration gets the bits that the time since the last frame is worth.
+    std::int64_t budgetFor(std::int64_t presentationTime)
+    {
+        constexpr std::int64_t shortest = timescale / 1000;
+        constexpr std::int64_t longest = timescale / 2;
+        const std::int64_t elapsed =
+            lastTime_ ? std::clamp(presentationTime - *lastTime_, shortest, longest) : std::int64_t{timescale / plannedFrameRate};
+        lastTime_ = presentationTime;
+        return settings_.bitRate * elapsed / timescale * plannedFrameRate;
     }
 
     void configure()
@@ -123,11 +157,11 @@ private:
         c.height = settings_.height;
         c.pix_fmt = pixelFormat(layout_);
         c.time_base = {1, timescale};
-        c.framerate = plannedFrameRate;
+        c.framerate = {plannedFrameRate, 1};
         c.sample_aspect_ratio = {1, 1};
-        c.bit_rate = settings_.bitRate;
-        c.rc_max_rate = settings_.bitRate * 3 / 2;
-        c.rc_buffer_size = static_cast<int>(std::min<std::int64_t>(settings_.bitRate * 3 / 4, INT32_MAX));
+        c.bit_rate = isSoftware_ ? 0 : settings_.bitRate;
+        c.rc_max_rate = isSoftware_ ? settings_.bitRate : settings_.bitRate * 3 / 2;
+        c.rc_buffer_size = static_cast<int>(std::min<std::int64_t>(settings_.bitRate * bufferNumerator / bufferDenominator, INT32_MAX));
         c.gop_size = settings_.maxKeyFrameInterval;
         c.max_b_frames = 0;
         c.profile = FF_PROFILE_H264_HIGH;
@@ -229,6 +263,8 @@ private:
 
     const VideoEncoderSettings settings_;
     const Layout layout_;
+    const bool isSoftware_;
+    std::optional<std::int64_t> lastTime_;
     AvBuffer hardwareFrames_;
     AvCodecContext context_;
     AvPacket received_;
@@ -242,18 +278,29 @@ const std::vector<VideoEncoderCandidate>& videoEncoderCandidates()
 {
     // Each is told to hold no frame back and to make an IDR frame of every key frame that is asked for.
     static const std::vector<VideoEncoderCandidate> candidates{
-        {"h264_nvenc", AV_HWDEVICE_TYPE_NONE, Layout::nv12,
-            {{"preset", "p4"}, {"tune", "ll"}, {"profile", "high"}, {"rc", "vbr"}, {"zerolatency", "1"}, {"delay", "0"},
-                {"rc-lookahead", "0"}, {"forced-idr", "1"}},
-            false},
-        {"h264_vaapi", AV_HWDEVICE_TYPE_VAAPI, Layout::nv12, {{"rc_mode", "VBR"}, {"async_depth", "1"}}, false},
+        {.name = "h264_nvenc",
+            .layout = Layout::nv12,
+            .options = {{"preset", "p4"}, {"tune", "ll"}, {"profile", "high"}, {"rc", "vbr"}, {"zerolatency", "1"}, {"delay", "0"},
+                {"rc-lookahead", "0"}, {"forced-idr", "1"}}},
+        {.name = "h264_vaapi",
+            .device = AV_HWDEVICE_TYPE_VAAPI,
+            .layout = Layout::nv12,
+            .options = {{"rc_mode", "VBR"}, {"async_depth", "1"}}},
         // Newer Intel graphics encode in their low-power unit only.
-        {"h264_vaapi", AV_HWDEVICE_TYPE_VAAPI, Layout::nv12, {{"rc_mode", "VBR"}, {"async_depth", "1"}, {"low_power", "1"}}, false},
-        {"h264_qsv", AV_HWDEVICE_TYPE_NONE, Layout::nv12,
-            {{"preset", "faster"}, {"profile", "high"}, {"async_depth", "1"}, {"look_ahead", "0"}, {"forced_idr", "1"}}, false},
-        {"h264_v4l2m2m", AV_HWDEVICE_TYPE_NONE, Layout::nv12, {}, false},
-        {"libx264", AV_HWDEVICE_TYPE_NONE, Layout::i420,
-            {{"tune", "zerolatency"}, {"profile", "high"}, {"forced-idr", "1"}, {"x264-params", x264Parameters}}, true},
+        {.name = "h264_vaapi",
+            .device = AV_HWDEVICE_TYPE_VAAPI,
+            .layout = Layout::nv12,
+            .options = {{"rc_mode", "VBR"}, {"async_depth", "1"}, {"low_power", "1"}}},
+        {.name = "h264_qsv",
+            .layout = Layout::nv12,
+            .options = {{"preset", "faster"}, {"profile", "high"}, {"async_depth", "1"}, {"look_ahead", "0"}, {"forced_idr", "1"}}},
+        {.name = "h264_v4l2m2m", .layout = Layout::nv12},
+        {.name = "libx264",
+            .layout = Layout::i420,
+            .options = {{"tune", "zerolatency"}, {"profile", "high"}, {"crf", x264Quality}, {"forced-idr", "1"},
+                {"x264-params", x264Parameters}},
+            .isSoftware = true,
+            .headerOption = VideoEncoderCandidate::Option{"x264-params", x264HeaderParameters}},
     };
     return candidates;
 }

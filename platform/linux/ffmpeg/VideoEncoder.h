@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <tl/expected.hpp>
 #include <vector>
@@ -23,12 +24,12 @@ enum class EncodingEffort { low, normal };
 struct VideoEncoderSettings {
     std::int32_t width = 0;  ///< even
     std::int32_t height = 0;  ///< even
-    std::int64_t bitRate = 8'000'000;  ///< bits per second, on average
+    std::int64_t bitRate = 8'000'000;  ///< bits per second
     int maxKeyFrameInterval = 30;  ///< frames
     EncodingEffort effort = EncodingEffort::normal;
 };
 
-/// Takes pictures in 4:2:0, puts out access units with four-byte lengths. No frame is reordered. Used on one thread.
+/// Takes pictures in 4:2:0 at uneven times, puts out access units with four-byte lengths. No frame is reordered. Used on one thread.
 class VideoEncoder {
 public:
     /// Ticks per second of the time stamps below.
@@ -63,11 +64,14 @@ struct VideoEncoderCandidate {
         const char* value;
     };
 
-    const char* name;
-    AVHWDeviceType device;  ///< whose memory the encoder reads; AV_HWDEVICE_TYPE_NONE: ours
-    Yuv420View::Layout layout;
-    std::vector<Option> options;
-    bool isSoftware;
+    const char* name = nullptr;
+    AVHWDeviceType device = AV_HWDEVICE_TYPE_NONE;  ///< whose memory the encoder reads; AV_HWDEVICE_TYPE_NONE: ours
+    Yuv420View::Layout layout = Yuv420View::Layout::nv12;
+    std::vector<Option> options = {};
+    bool isSoftware = false;
+    /// With this option in addition the encoder would encode the same, but describe it as it is wanted: the parameter sets are taken
+    /// from an encoder that is opened with it and closed again.
+    std::optional<Option> headerOption = std::nullopt;
 };
 
 /// All candidates, the preferred one first.

@@ -104,28 +104,31 @@ AvFrame decode(const VideoFormat& format, std::span<const std::byte> accessUnit)
 
 }  // namespace
 
-AvError tryVideoEncoder(const VideoEncoderCandidate& candidate, const VideoEncoderSettings& settings)
+int tryVideoEncoder(VideoEncoder& encoder, const VideoEncoderSettings& settings)
 {
-    auto encoder = openVideoEncoder(candidate, settings);
-    if (!encoder)
-        return encoder.error();
-    const AvFrame picture = makeTrialPicture(candidate.layout, settings.width, settings.height);
+    const AvFrame picture = makeTrialPicture(encoder.layout(), settings.width, settings.height);
     if (!picture)
         return AVERROR(ENOMEM);
     std::vector<VideoEncoder::Packet> packets;
-    if (const int error = (*encoder)->encode(*picture, 0, true, packets))
+    if (const int error = encoder.encode(*picture, 0, true, packets))
         return error;
     if (packets.empty()) {
-        if (const int error = (*encoder)->drain(packets))
+        if (const int error = encoder.drain(packets))
             return error;
     }
-    const FormatDescriptionRef format = (*encoder)->format();
+    const FormatDescriptionRef format = encoder.format();
     if (packets.empty() || !packets.front().isKeyFrame || packets.front().presentationTime != 0 || !format)
         return AVERROR_INVALIDDATA;
     if (avcProfile(format->video()->decoderConfiguration) != FF_PROFILE_H264_HIGH)
         return AVERROR(ENOTSUP);
     const AvFrame decoded = decode(*format->video(), packets.front().data.bytes);
     return decoded && showsTrialPicture(*decoded, settings.width, settings.height) ? 0 : AVERROR_INVALIDDATA;
+}
+
+int tryVideoEncoder(const VideoEncoderCandidate& candidate, const VideoEncoderSettings& settings)
+{
+    auto encoder = openVideoEncoder(candidate, settings);
+    return encoder ? tryVideoEncoder(**encoder, settings) : encoder.error();
 }
 
 EncodingEffort effortFor(std::int32_t width, std::int32_t height, unsigned coreCount)

@@ -14,9 +14,12 @@ namespace velmora::linux_backend {
 /// Set to the name of a candidate ("libx264"), this environment variable rules out all others.
 inline constexpr const char* videoEncoderVariable = "VELMORA_VIDEO_ENCODER";
 
-/// Encodes one picture of colour fields and ramps with `candidate` and decodes it again. 0 when that gave a key frame of High profile
-/// that shows the picture; an AVERROR otherwise.
-[[nodiscard]] AvError tryVideoEncoder(const VideoEncoderCandidate& candidate, const VideoEncoderSettings& settings);
+/// Encodes one picture of colour fields and ramps and decodes it again. 0 when that gave a key frame of High profile that shows the
+/// picture; an AVERROR otherwise. The encoder is used up.
+[[nodiscard]] int tryVideoEncoder(VideoEncoder& encoder, const VideoEncoderSettings& settings);
+
+/// The same for a candidate that is opened for it.
+[[nodiscard]] int tryVideoEncoder(const VideoEncoderCandidate& candidate, const VideoEncoderSettings& settings);
 
 /// The effort that a software encoder can keep up at 60 pictures a second while the captured program runs beside it. From what the
 /// encoder costs on a plain core of 2.5 GHz: 7 ms at 1280x720 with normal effort, 12 ms at 1920x1080, two slices side by side.

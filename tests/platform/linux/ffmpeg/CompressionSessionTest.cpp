@@ -206,6 +206,27 @@ TEST_F(CompressionSessionTest, TheStreamIsHighProfileWithoutReorderingAndAKeyFra
     }
 }
 
+TEST_F(CompressionSessionTest, TheStreamDoesNotClaimAFixedFrameRate)
+{
+    const auto session = makeSession(64, 64);
+    session->encodeFrame(Canvas{64, 64}.picture(), at(0), at(second));
+    session->completeFrames();
+    const auto& configuration = output_->samples().at(0)->format->video()->decoderConfiguration;
+    const std::string headers = testing::traceH264Headers(configuration);
+    EXPECT_THAT(headers, ::testing::ContainsRegex("timing_info_present_flag +1 = 1"));
+    EXPECT_THAT(headers, ::testing::ContainsRegex("fixed_frame_rate_flag +0 = 0"));
+}
+
+TEST_F(CompressionSessionTest, ASampleComesOutWithoutWaitingForTheNextPicture)
+{
+    const auto session = makeSession(64, 64);
+    for (std::size_t frame = 0; frame < 4; ++frame) {
+        session->encodeFrame(Canvas{64, 64}.picture(), at(static_cast<std::int64_t>(frame) * second / 60), at(second / 60));
+        output_->waitForCalls(frame + 1);
+    }
+    EXPECT_EQ(output_->samples().size(), 4U);
+}
+
 TEST_F(CompressionSessionTest, TimesComeOutExactlyAsTheyWentIn)
 {
     // Uneven to the nanosecond, two within one microsecond, far from zero, and in another time scale.

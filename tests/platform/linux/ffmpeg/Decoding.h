@@ -4,11 +4,19 @@
 #include "media/SampleBuffer.h"
 #include "platform/linux/ffmpeg/AvHandles.h"
 
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <optional>
+#include <memory>
 #include <span>
+#include <string>
 #include <vector>
+
+extern "C" {
+#include <libavcodec/bsf.h>
+#include <libavutil/log.h>
+}
 
 namespace velmora::linux_backend::testing {
 
@@ -77,6 +85,28 @@ inline std::vector<AvFrame> decodeVideo(std::span<const SampleBufferRef> samples
     for (const auto& sample : samples)
         decoder.send(sample->data.bytes, sample->presentationTimeStamp.value);
     return decoder.finish();
+}
+
+/// The fields of the parameter sets in `configuration`, a line each: position, name, bits, value.
+inline std::string traceH264Headers(std::span<const std::byte> configuration)
+{
+    static std::string lines;
+    lines.clear();
+    AVBSFContext* allocated = nullptr;
+    EXPECT_EQ(av_bsf_alloc(av_bsf_get_by_name("trace_headers"), &allocated), 0);
+    const std::unique_ptr<AVBSFContext, AvFree<AVBSFContext, av_bsf_free>> filter{allocated};
+    filter->par_in->codec_id = AV_CODEC_ID_H264;
+    filter->par_in->extradata = static_cast<std::uint8_t*>(av_mallocz(configuration.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    std::memcpy(filter->par_in->extradata, configuration.data(), configuration.size());
+    filter->par_in->extradata_size = static_cast<int>(configuration.size());
+    av_log_set_callback([](void*, int, const char* format, va_list arguments) {
+        char line[256];
+        std::vsnprintf(line, sizeof line, format, arguments);
+        lines += line;
+    });
+    EXPECT_EQ(av_bsf_init(filter.get()), 0);
+    av_log_set_callback(av_log_default_callback);
+    return lines;
 }
 
 inline bool isKeyFrame(const SampleBuffer& sample)

@@ -19,8 +19,9 @@ constexpr std::int32_t width = 480;
 constexpr std::int32_t height = 270;
 
 constexpr double averageRate = 8e6;
-constexpr double greatestRate = 12e6;
-constexpr double greatestBurst = 6e6;
+
+/// The average and a buffer of 6 Mbit, which the encoder overdraws by a few per cent of a picture that it guessed wrong.
+constexpr double mostInOneSecond = 1.05 * (8e6 + 6e6);
 
 /// One recording of scenes that are made as they are needed.
 class Recording {
@@ -91,11 +92,11 @@ TEST(RateControl, MotionTakesTheAverageRateAt60And30And15FramesASecond)
 {
     for (const std::int64_t framesPerSecond : {60, 30, 15}) {
         Recording recording;
-        recording.addMotion(6 * second, framesPerSecond);
+        recording.addMotion(5 * second, framesPerSecond);
         // The first second is where the rate control finds its way.
-        const double rate = recording.bitsBetween(second, recording.now()) / 5;
+        const double rate = recording.bitsBetween(second, recording.now()) / 4;
         EXPECT_NEAR(rate, averageRate, 0.2 * averageRate) << framesPerSecond;
-        EXPECT_LE(recording.mostBitsWithin(second), greatestRate + greatestBurst) << framesPerSecond;
+        EXPECT_LE(recording.mostBitsWithin(second), mostInOneSecond) << framesPerSecond;
     }
 }
 
@@ -104,7 +105,7 @@ TEST(RateControl, LowEffortKeepsTheSameRate)
     Recording recording{EncodingEffort::low};
     recording.addMotion(5 * second, 30);
     EXPECT_NEAR(recording.bitsBetween(second, recording.now()) / 4, averageRate, 0.2 * averageRate);
-    EXPECT_LE(recording.mostBitsWithin(second), greatestRate + greatestBurst);
+    EXPECT_LE(recording.mostBitsWithin(second), mostInOneSecond);
     recording.expectToDecode();
 }
 
@@ -125,8 +126,8 @@ TEST(RateControl, MotionAfterAStillStretchIsNoBurst)
     recording.addStillness(10 * second, 2);
     const std::int64_t motion = recording.now();
     recording.addMotion(2 * second, 60);
-    EXPECT_LE(recording.bitsBetween(motion, motion + second), greatestRate + greatestBurst);
-    EXPECT_LE(recording.mostBitsWithin(second), greatestRate + greatestBurst);
+    EXPECT_LE(recording.bitsBetween(motion, motion + second), mostInOneSecond);
+    EXPECT_LE(recording.mostBitsWithin(second), mostInOneSecond);
     EXPECT_GT(recording.bitsBetween(motion, motion + second), averageRate / 2);
     recording.expectToDecode();
 }
@@ -139,7 +140,7 @@ TEST(RateControl, MotionAfterAnUnevenGapIsNoBurst)
     recording.addStillness(10 * second, 60);
     const std::int64_t motion = recording.now();
     recording.addMotion(2 * second, 60);
-    EXPECT_LE(recording.mostBitsWithin(second), greatestRate + greatestBurst);
+    EXPECT_LE(recording.mostBitsWithin(second), mostInOneSecond);
     EXPECT_GT(recording.bitsBetween(motion, motion + second), averageRate / 2);
 }
 

@@ -1,0 +1,131 @@
+// What a picture costs on its way into the encoder, and in it.
+
+#include "platform/linux/ffmpeg/ColourConversion.h"
+#include "platform/linux/ffmpeg/VideoEncoder.h"
+#include "tests/platform/linux/ffmpeg/TestPictures.h"
+
+#include <benchmark/benchmark.h>
+#include <vector>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+namespace velmora::linux_backend {
+namespace {
+
+using testing::Canvas;
+
+struct I420 {
+    I420(std::int32_t width, std::int32_t height) : frame(av_frame_alloc())
+    {
+        frame->width = width;
+        frame->height = height;
+        frame->format = AV_PIX_FMT_YUV420P;
+        av_frame_get_buffer(frame.get(), 0);
+    }
+
+    [[nodiscard]] Yuv420View view() const
+    {
+        return {Yuv420View::Layout::i420, frame->data[0], static_cast<std::size_t>(frame->linesize[0]), frame->data[1], frame->data[2],
+            static_cast<std::size_t>(frame->linesize[1])};
+    }
+
+    AvFrame frame;
+};
+
+BgraView view(const Canvas& canvas)
+{
+    return {canvas.data(), canvas.bytesPerRow(), canvas.width(), canvas.height()};
+}
+
+void convertOnPath(benchmark::State& state, ConversionPath path)
+{
+    const auto width = static_cast<std::int32_t>(state.range(0));
+    const auto height = static_cast<std::int32_t>(state.range(1));
+    // A quarter of the picture: half its width, half its height, at an odd place.
+    const PixelRect area =
+        state.range(2) == 4 ? PixelRect{width / 4 + 1, height / 4 + 1, width / 2, height / 2} : PixelRect{0, 0, width, height};
+    Canvas canvas{width, height};
+    testing::paintMovingScene(canvas, 1);
+    const I420 planes{width, height};
+    for (auto _ : state) {
+        convertToYuv420(view(canvas), area, planes.view(), path);
+        benchmark::ClobberMemory();
+    }
+}
+
+void convertWithAvx2(benchmark::State& state)
+{
+    if (fastestConversionPath() != ConversionPath::avx2)
+        state.SkipWithError("no AVX2 here");
+    else
+        convertOnPath(state, ConversionPath::avx2);
+}
+
+void convertPortably(benchmark::State& state)
+{
+    convertOnPath(state, ConversionPath::portable);
+}
+
+void convertWithSwscale(benchmark::State& state)
+{
+    const auto width = static_cast<std::int32_t>(state.range(0));
+    const auto height = static_cast<std::int32_t>(state.range(1));
+    Canvas canvas{width, height};
+    testing::paintMovingScene(canvas, 1);
+    const I420 planes{width, height};
+    const AvScaler scaler{
+        sws_getContext(width, height, AV_PIX_FMT_BGRA, width, height, AV_PIX_FMT_YUV420P, SWS_BILINEAR, nullptr, nullptr, nullptr)};
+    const std::uint8_t* source[] = {reinterpret_cast<const std::uint8_t*>(canvas.data())};
+    const int stride[] = {static_cast<int>(canvas.bytesPerRow())};
+    for (auto _ : state) {
+        sws_scale(scaler.get(), source, stride, 0, height, planes.frame->data, planes.frame->linesize);
+        benchmark::ClobberMemory();
+    }
+}
+
+/// One moving picture, `superfast` (1) or `ultrafast` (0). Time is real time: two slices are encoded side by side.
+void encode(benchmark::State& state)
+{
+    av_log_set_level(AV_LOG_QUIET);
+    VideoEncoderSettings settings;
+    settings.width = static_cast<std::int32_t>(state.range(0));
+    settings.height = static_cast<std::int32_t>(state.range(1));
+    settings.effort = state.range(2) == 1 ? EncodingEffort::normal : EncodingEffort::low;
+    auto encoder = openVideoEncoder(videoEncoderCandidates().back(), settings);
+    if (!encoder) {
+        state.SkipWithError("no software encoder");
+        return;
+    }
+    std::vector<I420> pictures;
+    Canvas canvas{settings.width, settings.height};
+    for (int scene = 0; scene < 16; ++scene) {
+        testing::paintMovingScene(canvas, scene);
+        pictures.emplace_back(settings.width, settings.height);
+        convertToYuv420(view(canvas), {0, 0, settings.width, settings.height}, pictures.back().view());
+    }
+    std::vector<VideoEncoder::Packet> packets;
+    std::int64_t time = 0;
+    std::size_t scene = 0;
+    for (auto _ : state) {
+        (*encoder)->encode(*pictures[scene++ % pictures.size()].frame, time, false, packets);
+        packets.clear();
+        time += VideoEncoder::timescale / 60;
+    }
+}
+
+BENCHMARK(convertWithAvx2)->ArgsProduct({{1280}, {720}, {1, 4}})->ArgsProduct({{1920}, {1080}, {1, 4}})->Unit(benchmark::kMicrosecond);
+BENCHMARK(convertPortably)->ArgsProduct({{1280}, {720}, {1, 4}})->ArgsProduct({{1920}, {1080}, {1, 4}})->Unit(benchmark::kMicrosecond);
+BENCHMARK(convertWithSwscale)->Args({1280, 720})->Args({1920, 1080})->Unit(benchmark::kMicrosecond);
+BENCHMARK(encode)
+    ->ArgsProduct({{1280}, {720}, {0, 1}})
+    ->ArgsProduct({{1920}, {1080}, {0, 1}})
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+
+}  // namespace
+}  // namespace velmora::linux_backend
+
+BENCHMARK_MAIN();
