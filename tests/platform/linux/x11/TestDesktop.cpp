@@ -47,6 +47,13 @@ TestDesktop::TestDesktop(const std::string& displayName)
     // To be woken by the window manager's changes of its lists.
     const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(xcb(), root(), XCB_CW_EVENT_MASK, &events);
+    // A window manager that has only just started announces itself first and sets its lists when it is ready for windows.
+    const auto hasList = [this] {
+        const auto list = connection_->reply(
+            xcb_get_property_reply, xcb_get_property(xcb(), 0, root(), atom("_NET_CLIENT_LIST"), XCB_GET_PROPERTY_TYPE_ANY, 0, 0));
+        return list && list->type != XCB_ATOM_NONE;
+    };
+    waitUntil("the window manager is ready", [&] { return values(root(), "_NET_SUPPORTING_WM_CHECK").empty() || hasList(); });
 }
 
 TestDesktop::~TestDesktop()
@@ -60,7 +67,7 @@ TestDesktop::~TestDesktop()
     waitUntil("the window manager has forgotten the windows", [&] {
         const auto list = values(root(), "_NET_CLIENT_LIST");
         return std::none_of(windows_.begin(), windows_.end(),
-                            [&](xcb_window_t window) { return std::find(list.begin(), list.end(), window) != list.end(); });
+            [&](xcb_window_t window) { return std::find(list.begin(), list.end(), window) != list.end(); });
     });
 }
 
