@@ -101,6 +101,33 @@ TEST(X11VideoSourceWindow, ManyPartialChangesLeaveEveryPictureOfThePoolRight)
     EXPECT_EQ(captured.recorder.lastColours(), captured.desktop.grab(captured.window, {0, 0, captured.width, captured.height}));
 }
 
+TEST(X11VideoSourceWindow, WhatIsDrawnWhileAPictureIsFetchedIsMissedByNone)
+{
+    CapturedWindow captured;
+    std::mt19937 random{13};
+    const auto number = [&](int limit) { return static_cast<std::int32_t>(random() % static_cast<unsigned>(limit)); };
+    for (int round = 0; round < 8; ++round) {
+        std::vector<SampleBufferRef> held;
+        for (int count = 0; count < 1500; ++count) {
+            captured.fill({number(390), number(290), 1 + number(10), 1 + number(10)}, random() & 0xffffff);
+            if (count % 50 == 0) {
+                held.push_back(captured.recorder.lastSample());
+                if (held.size() > 4)
+                    held.erase(held.begin() + number(5));
+            }
+        }
+        captured.waitUntilRight("all that was drawn");
+        // Now every picture of the pool in turn: with the others held, a small change must make it right as well.
+        held.clear();
+        for (int picture = 0; picture < 5; ++picture) {
+            held.push_back(captured.recorder.lastSample());
+            captured.fill({picture, 0, 1, 1}, random() & 0xffffff);
+            captured.waitUntilRight("picture " + std::to_string(picture) + " of round " + std::to_string(round));
+        }
+    }
+    EXPECT_EQ(captured.recorder.complaints(), "");
+}
+
 TEST(X11VideoSourceWindow, AStillWindowIsRepeatedTwiceASecond)
 {
     CapturedWindow captured;
