@@ -128,6 +128,7 @@ private:
     void readEvents();
     bool readQueuedEvents();
     void noteDamage();
+    void account(PixelRect damaged);
     Result<void> takePicture();
     bool fetchChanged(PooledPicture& picture);
     Result<bool> fetchScaled(PooledPicture& picture);
@@ -293,16 +294,22 @@ bool X11VideoSource::Capture::readQueuedEvents()
     return any;
 }
 
-/// Moves the window's damage to where it is accounted for. A scaled picture is always fetched whole.
+/// Moves the window's damage to where it is accounted for.
 void X11VideoSource::Capture::noteDamage()
 {
     for (const auto& damage : window_->damage()) {
-        const auto rectangle = isScaled() ? PixelRect{0, 0, width_, height_} : damage.rectangle;
-        pool_->addDamage(rectangle);
-        changed_.add(rectangle);
+        account(damage.rectangle);
         subtractPending_ = true;
     }
     window_->damage().clear();
+}
+
+/// A part of the content has changed: every picture lacks it. A scaled picture is made anew as a whole.
+void X11VideoSource::Capture::account(PixelRect damaged)
+{
+    const auto rectangle = isScaled() ? PixelRect{0, 0, width_, height_} : damaged;
+    pool_->addDamage(rectangle);
+    changed_.add(rectangle);
 }
 
 void X11VideoSource::Capture::invalidate()
@@ -422,9 +429,9 @@ Result<void> X11VideoSource::Capture::reserveScratch(std::size_t size)
 }
 
 /// Fetches `box` of the content so that what was fetched and what was there before make one moment of the window: when something was
-/// drawn outside of `box` before the fetch, all is fetched instead. What was drawn before the fetch is added to what changed. What
-/// was drawn after the subtraction stays in the window's damage, because the server may not report those parts again when they
-/// are drawn once more after the fetch.
+/// drawn outside of `box` before the fetch, all is fetched instead. What was drawn before the fetch is accounted for here: it is in
+/// this picture, and the others lack it. What was drawn after the subtraction stays in the window's damage as well, because the
+/// server may not report those parts again when they are drawn once more after the fetch.
 bool X11VideoSource::Capture::fetchOneMoment(PooledPicture* picture, ServerMemory& memory, PixelRect box)
 {
     const PixelRect whole{0, 0, window_->content().width, window_->content().height};
@@ -445,7 +452,7 @@ bool X11VideoSource::Capture::fetchOneMoment(PooledPicture* picture, ServerMemor
         if (box == whole || std::none_of(meanwhile.begin(), meanwhile.end(), isTorn)) {
             for (const auto& damage : meanwhile) {
                 if (isBefore(damage.sequence, request))
-                    changed_.add(damage.rectangle);
+                    account(damage.rectangle);
             }
             if (subtraction)
                 std::erase_if(meanwhile, [&](const TrackedWindow::Damage& damage) { return isBefore(damage.sequence, *subtraction); });
