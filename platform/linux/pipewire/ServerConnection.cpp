@@ -43,7 +43,7 @@ SoundGraph::ID idValue(const spa_dict* dictionary, const char* key)
 double typicalLatency(const spa_latency_info& latency)
 {
     constexpr double quantum = 1024.0 / 48000;
-    return double{latency.max_quantum} * quantum + latency.max_rate / 48000.0 + static_cast<double>(latency.max_ns) * 1e-9;
+    return static_cast<double>(latency.max_quantum) * quantum + latency.max_rate / 48000.0 + static_cast<double>(latency.max_ns) * 1e-9;
 }
 
 }  // namespace
@@ -98,11 +98,11 @@ const pw_port_events ServerConnection::Device::events = [] {
     table.version = PW_VERSION_PORT_EVENTS;
     table.param = [](void* data, int, std::uint32_t id, std::uint32_t, std::uint32_t, const spa_pod* parameter) {
         auto& self = *static_cast<Device*>(data);
-        spa_latency_info latency{};
+        spa_latency_info told{};
         // A port has one for each direction; that of inputs is the way to the loudspeaker.
-        if (id != SPA_PARAM_Latency || !parameter || spa_latency_parse(parameter, &latency) < 0 || latency.direction != SPA_DIRECTION_INPUT)
+        if (id != SPA_PARAM_Latency || !parameter || spa_latency_parse(parameter, &told) < 0 || told.direction != SPA_DIRECTION_INPUT)
             return;
-        self.latency = latency;
+        self.latency = told;
         self.connection.update();
     };
     return table;

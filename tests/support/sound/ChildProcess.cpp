@@ -44,6 +44,7 @@ ChildProcess::ChildProcess(std::vector<std::string> arguments, std::map<std::str
         throw std::runtime_error("no fork");
     if (processID_ == 0) {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        ::setpgid(0, 0);
         ::dup2(in[0], STDIN_FILENO);
         ::dup2(out[1], STDOUT_FILENO);
         if (quiet)
@@ -51,6 +52,7 @@ ChildProcess::ChildProcess(std::vector<std::string> arguments, std::map<std::str
         ::execvpe(argumentPointers[0], argumentPointers.data(), environmentPointers.data());
         ::_exit(127);
     }
+    ::setpgid(processID_, processID_);  // here too, so that it has its group whichever of the two runs first
     ::close(in[0]);
     ::close(out[1]);
     input_ = in[1];
@@ -108,6 +110,8 @@ void ChildProcess::kill()
 {
     if (processID_ <= 0)
         return;
+    // The group: what it started goes with it.
+    ::kill(-processID_, SIGKILL);
     ::kill(processID_, SIGKILL);
     wait();
 }

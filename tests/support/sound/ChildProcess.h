@@ -10,7 +10,8 @@
 
 namespace velmora::test {
 
-/// Started by the constructor, killed by the destructor and with the test. Its standard input and output are ours.
+/// Started by the constructor, in a process group of its own; killed with its group by the destructor, and alone when the test dies.
+/// Its standard input and output are ours.
 class ChildProcess {
 public:
     /// `arguments[0]` is looked for along PATH. `environment` is added to ours.

@@ -46,9 +46,11 @@ PrivateSession::PrivateSession()
         throw std::runtime_error("no temporary directory");
     directory_ = name;
     std::filesystem::create_directory(directory_ / "run");
+    std::filesystem::create_directory(directory_ / "tmp");
     std::filesystem::permissions(directory_ / "run", std::filesystem::perms::owner_all);
     const std::map<std::string, std::optional<std::string>> settings{
         {"HOME", name},
+        {"TMPDIR", name + "/tmp"},
         {"XDG_RUNTIME_DIR", name + "/run"},
         {"XDG_CONFIG_HOME", name + "/config"},
         {"XDG_STATE_HOME", name + "/state"},

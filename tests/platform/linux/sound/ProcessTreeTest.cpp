@@ -14,8 +14,8 @@ using test::ChildProcess;
 
 TEST(ProcessStat, ParentAndStartTimeAreTakenFromTheirFields)
 {
-    const auto record
-        = parseProcessStat("812 (player) S 400 812 812 0 -1 4194560 1 0 0 0 3 1 0 0 20 0 1 0 98765 1000 200 18446744073709551615 1\n");
+    const auto record =
+        parseProcessStat("812 (player) S 400 812 812 0 -1 4194560 1 0 0 0 3 1 0 0 20 0 1 0 98765 1000 200 18446744073709551615 1\n");
     ASSERT_TRUE(record);
     EXPECT_EQ(record->parent, 400);
     EXPECT_EQ(record->startTime, 98765U);

@@ -71,7 +71,8 @@ TEST_F(PulseAudioSourceTest, IsSilentAndContinuousFromTheStartWhileNothingMatche
 
 TEST_F(PulseAudioSourceTest, FollowsAStreamThatStartsLaterMovesEndsAndStartsAgain)
 {
-    ChildProcess application{{"sh", "-c", "read x; paplay " + tone440_.string() + " & player=$!; read x; kill $player; read x; paplay " + tone440_.string()}};
+    ChildProcess application{
+        {"sh", "-c", "read x; paplay " + tone440_.string() + " & player=$!; read x; kill $player; read x; paplay " + tone440_.string()}};
     capture(application.processID());
     ASSERT_TRUE(recorder_.waitFor(0, 24000));
     application.send("play");

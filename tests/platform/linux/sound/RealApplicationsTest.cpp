@@ -47,7 +47,7 @@ protected:
         std::ofstream{page} << "<audio src=\"" << sound.filename().string() << "\" autoplay loop></audio>";
         return std::make_unique<ChildProcess>(std::vector<std::string>{"chromium", "--headless=new", "--no-sandbox", "--disable-gpu",
             "--disable-quic", "--no-first-run", "--disable-background-networking", "--disable-component-update", "--disable-sync",
-            "--autoplay-policy=no-user-gesture-required", "--user-data-dir=" + (session_.directory() / profile).string(), "--mute-audio=false",
+            "--autoplay-policy=no-user-gesture-required", "--user-data-dir=" + (session_.directory() / profile).string(),
             "file://" + page.string()});
     }
 

@@ -50,10 +50,7 @@ protected:
         graph_.addPort(captureRight, {captureNode, false, false, "FR"});
     }
 
-    [[nodiscard]] std::set<std::pair<SoundGraph::ID, SoundGraph::ID>> links() const
-    {
-        return graph_.wantedLinks(graph_.selectedStreams());
-    }
+    [[nodiscard]] std::set<std::pair<SoundGraph::ID, SoundGraph::ID>> links() const { return graph_.wantedLinks(graph_.selectedStreams()); }
 
     SoundGraph graph_ = makeGraph();
 };
@@ -149,8 +146,9 @@ TEST_F(SoundGraphTest, ASurroundStreamIsFoldedIntoTwoChannelsWithoutItsBass)
     graph_.addPort(24, {20, true, false, "LFE"});
     graph_.addPort(25, {20, true, false, "RL"});
     graph_.addPort(26, {20, true, false, "RR"});
-    EXPECT_THAT(links(), ElementsAre(Pair(21U, captureLeft), Pair(22U, captureRight), Pair(23U, captureLeft), Pair(23U, captureRight),
-                                     Pair(25U, captureLeft), Pair(26U, captureRight)));
+    EXPECT_THAT(links(),
+        ElementsAre(Pair(21U, captureLeft), Pair(22U, captureRight), Pair(23U, captureLeft), Pair(23U, captureRight),
+            Pair(25U, captureLeft), Pair(26U, captureRight)));
 }
 
 TEST_F(SoundGraphTest, ChannelsWithoutAPlaceAreTakenInTheirOrder)

@@ -13,8 +13,8 @@ constexpr std::int32_t secondInstance = 200;
 
 std::optional<ProcessRecord> readInvented(std::int32_t process)
 {
-    const std::map<std::int32_t, ProcessRecord> records{{1, {0, 0}}, {2, {0, 0}}, {application, {1, 10}}, {childOfApplication, {application, 20}},
-                                                        {secondInstance, {1, 30}}, {::getpid(), {application, 40}}};
+    const std::map<std::int32_t, ProcessRecord> records{{1, {0, 0}}, {2, {0, 0}}, {application, {1, 10}},
+        {childOfApplication, {application, 20}}, {secondInstance, {1, 30}}, {::getpid(), {application, 40}}};
     const auto found = records.find(process);
     return found == records.end() ? std::nullopt : std::optional{found->second};
 }
@@ -53,10 +53,8 @@ TEST_P(StreamMatcherTable, Decides)
     EXPECT_EQ(StreamMatcher(GetParam().target, readInvented).match(GetParam().stream), GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Rules, StreamMatcherTable,
-    ::testing::Values(
-        Case{"TheProcessItself", target(application), native(application), StreamMatch::processTree},
+INSTANTIATE_TEST_SUITE_P(Rules, StreamMatcherTable,
+    ::testing::Values(Case{"TheProcessItself", target(application), native(application), StreamMatch::processTree},
         Case{"AChildWithAnotherName", target(application), native(childOfApplication, "Helper"), StreamMatch::processTree},
         Case{"AClaimedProcess", target(application), claimed(childOfApplication), StreamMatch::processTree},
         Case{"ASecondInstanceOfTheSameName", target(application), native(secondInstance), StreamMatch::none},
@@ -72,13 +70,13 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"AnotherProcessNumberOfANamespace", target(application), claimed(2), StreamMatch::name},
         Case{"AClaimedProcessThatDoesNotExist", target(application), claimed(4711), StreamMatch::name},
         Case{"ThePortalApplication", target(application, "", "", "org.example.Player"), native(secondInstance, "", "org.example.Player"),
-             StreamMatch::portalApplication},
+            StreamMatch::portalApplication},
         Case{"ThePortalApplicationWithAProcessNumberOfANamespace", target(application, "", "", "org.example.Player"),
-             claimed(secondInstance, "", "org.example.Player"), StreamMatch::portalApplication},
+            claimed(secondInstance, "", "org.example.Player"), StreamMatch::portalApplication},
         Case{"AnotherPortalApplicationOfTheSameName", target(0, "Player", "player-bin", "org.example.Player"),
-             claimed(0, "Player", "org.example.Other"), StreamMatch::none},
+            claimed(0, "Player", "org.example.Other"), StreamMatch::none},
         Case{"AProcessNumberOfAPortalApplicationSaysNothing", target(secondInstance, "Nobody", "nothing"),
-             claimed(secondInstance, "Player", "org.example.Player"), StreamMatch::none}),
+            claimed(secondInstance, "Player", "org.example.Player"), StreamMatch::none}),
     [](const auto& tested) { return std::string{tested.param.name}; });
 
 TEST(StreamMatcher, OurOwnProcessIsLeftOutEvenInsideTheTree)
