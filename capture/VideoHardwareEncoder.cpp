@@ -89,10 +89,7 @@ void VideoHardwareEncoder::invalidate()
 
 bool VideoHardwareEncoder::isKeyFrame(const SampleBuffer& sample)
 {
-    if (!sample.attachments || sample.attachments->empty())
-        return true;
-    const auto& first = sample.attachments->front();
-    return !first.boolean(attachment_key::notSync) && !first.boolean(attachment_key::dependsOnOthers);
+    return sample.isSync();
 }
 
 }  // namespace velmora

@@ -39,6 +39,14 @@ void AttachmentDictionary::set(std::string_view key, Value value)
         entry->second = std::move(value);
 }
 
+bool SampleBuffer::isSync() const
+{
+    if (!attachments || attachments->empty())
+        return true;
+    const auto& first = attachments->front();
+    return !first.boolean(attachment_key::notSync) && !first.boolean(attachment_key::dependsOnOthers);
+}
+
 const std::shared_ptr<const AttachmentsArray>& SampleBuffer::syncAttachments()
 {
     static const auto shared = std::make_shared<const AttachmentsArray>(AttachmentsArray{{{attachment_key::dependsOnOthers, false}}});

@@ -66,6 +66,9 @@ struct SampleBuffer {
     /// One dictionary for each sample, or none at all. Shared, because nearly every frame has one of two values.
     std::shared_ptr<const AttachmentsArray> attachments;
 
+    /// True unless the first attachment dictionary says that the sample is no sync sample or depends on others.
+    [[nodiscard]] bool isSync() const;
+
     /// The attachments of a key frame and of a frame that needs others, as compression sessions attach them.
     static const std::shared_ptr<const AttachmentsArray>& syncAttachments();
     static const std::shared_ptr<const AttachmentsArray>& notSyncAttachments();

@@ -20,14 +20,6 @@ constexpr MediaTime jitter{5, 1000};
 
 constexpr MediaTime longestGap{600, 1};
 
-bool isSync(const SampleBuffer& sample)
-{
-    if (!sample.attachments || sample.attachments->empty())
-        return true;
-    const auto& first = sample.attachments->front();
-    return !first.boolean(attachment_key::notSync) && !first.boolean(attachment_key::dependsOnOthers);
-}
-
 }  // namespace
 
 // What the writer and its inputs share; an input may outlive its writer.
@@ -145,7 +137,7 @@ private:
         if (sample.duration > MediaTime::zero())
             duration = static_cast<std::uint32_t>(std::clamp<std::int64_t>(
                 sample.duration.converted(mp4::videoTimescale).value, 1, std::numeric_limits<std::int32_t>::max()));
-        session().recording->append(trackIndex(), {sample.data, lastTime_, duration, isSync(sample)});
+        session().recording->append(trackIndex(), {sample.data, lastTime_, duration, sample.isSync()});
         return true;
     }
 

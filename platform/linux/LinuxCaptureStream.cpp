@@ -100,21 +100,27 @@ public:
 private:
     Result<void> startSources()
     {
+        // Sound first: it takes longer to come, and the first picture may be the first of a recording.
+        startSound();
         auto started = video_->start({
             .picture = [delivery = delivery_](SampleBufferRef picture) { deliver(delivery, picture, StreamOutputType::screen); },
             .stopped = [delivery = delivery_](const Error& error) { reportStop(delivery, error); },
         });
-        if (!started)
-            return started;
-        if (audio_ && configuration_.capturesAudio) {
-            const AudioSourceFormat format{
-                static_cast<std::int32_t>(configuration_.sampleRate), static_cast<std::int32_t>(configuration_.channelCount)};
-            const auto heard = audio_->start(
-                audioTarget_, format, [delivery = delivery_](SampleBufferRef block) { deliver(delivery, block, StreamOutputType::audio); });
-            if (!heard)
-                audio_.reset();
-        }
-        return {};
+        if (!started && audio_)
+            audio_->stop();
+        return started;
+    }
+
+    void startSound()
+    {
+        if (!audio_ || !configuration_.capturesAudio)
+            return;
+        const AudioSourceFormat format{
+            static_cast<std::int32_t>(configuration_.sampleRate), static_cast<std::int32_t>(configuration_.channelCount)};
+        const auto heard = audio_->start(audioTarget_, format,
+            [delivery = delivery_](SampleBufferRef block) { deliver(delivery, block, StreamOutputType::audio); });
+        if (!heard)
+            audio_.reset();
     }
 
     void stopSources()

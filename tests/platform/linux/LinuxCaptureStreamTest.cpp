@@ -200,7 +200,7 @@ TEST_F(LinuxCaptureStreamTest, AWindowThatCannotBeCapturedFailsTheStartWithItsEr
     const auto result = start();
     ASSERT_FALSE(result.has_value());
     EXPECT_EQ(result.error(), *video->startError);
-    EXPECT_FALSE(audio->started);
+    EXPECT_EQ(audio->stopCount, 1);
 }
 
 TEST_F(LinuxCaptureStreamTest, RefusesAMicrophoneOutput)
