@@ -1,6 +1,8 @@
 #include "system/Log.h"
 #include "tests/support/CapturedLog.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <thread>
 #include <tuple>
@@ -155,6 +157,20 @@ TEST(Log, KeepsAPercentSignInAPrivateValueOutOfTheFormat)
     const test::CapturedLog log;
     Log::app().error(log_line::failedToCreateDirectory, "/100%s/%d", "%ld");
     EXPECT_EQ(log->messages(), (std::vector<std::string>{"Failed to create directory at <private>: <private>"}));
+}
+
+TEST(Log, ShowsPrivateValuesToADeveloperWhoAsksForThem)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a process of its own: the variable is read once
+    const auto writeRevealed = [](const char* value) {
+        ::setenv(Log::revealVariable, value, 1);
+        const test::CapturedLog log;
+        Log::capture().error(log_line::failedToStartCapture, "the secret");
+        std::fprintf(stderr, "%s\n", log->messages().at(0).c_str());
+        std::exit(0);
+    };
+    EXPECT_EXIT(writeRevealed("1"), testing::ExitedWithCode(0), "Failed to start capture: the secret");
+    EXPECT_EXIT(writeRevealed("0"), testing::ExitedWithCode(0), "Failed to start capture: <private>");
 }
 
 TEST(Log, YieldsTheSameLoggerEveryTime)
