@@ -1,7 +1,7 @@
 #include "media/mp4/MovieReader.h"
 
 #include "tests/media/mp4/Recordings.h"
-#include "tests/support/media/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>
@@ -34,17 +34,17 @@ void expectSummary(const MovieSummary& summary)
 
 TEST(MovieSummary, IsTheSameBeforeAndAfterFinishing)
 {
-    const TemporaryFolder folder;
-    unfinishedFile(makeRecording())->saveTo(folder / "unfinished.mp4");
-    const auto unfinished = readMovieSummary(folder / "unfinished.mp4");
+    const TemporaryDirectory folder;
+    unfinishedFile(makeRecording())->saveTo(folder.path() / "unfinished.mp4");
+    const auto unfinished = readMovieSummary(folder.path() / "unfinished.mp4");
     ASSERT_TRUE(unfinished);
     expectSummary(*unfinished);
     EXPECT_TRUE(unfinished->isFragmented);
     ASSERT_TRUE(unfinished->recording);
     EXPECT_FALSE(unfinished->recording->isFinished);
 
-    finishedFile(makeRecording())->saveTo(folder / "finished.mp4");
-    const auto finished = readMovieSummary(folder / "finished.mp4");
+    finishedFile(makeRecording())->saveTo(folder.path() / "finished.mp4");
+    const auto finished = readMovieSummary(folder.path() / "finished.mp4");
     ASSERT_TRUE(finished);
     expectSummary(*finished);
     EXPECT_EQ(finished->duration, (MediaTime{3, 1}));
@@ -99,8 +99,8 @@ class OtherMuxer : public ::testing::TestWithParam<const char*> { };
 
 TEST_P(OtherMuxer, IsReadWithItsCompositionOffsetsAndKeyFrames)
 {
-    const TemporaryFolder folder;
-    const auto path = folder / "other.mp4";
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "other.mp4";
     const std::string command = "ffmpeg -nostdin -v error -f lavfi -i testsrc=s=160x120:r=25:d=4 -f lavfi -i sine=r=44100:d=4 -c:v libx264 "
                                 "-preset veryfast -bf 2 -g 20 -keyint_min 20 -sc_threshold 0 -threads 1 -c:a aac -ac 1 "
         + std::string{GetParam()} + " " + path.string();
@@ -125,22 +125,22 @@ INSTANTIATE_TEST_SUITE_P(MovieReader, OtherMuxer,
 
 TEST(MovieSummary, AFileThatIsNoMovieIsRefused)
 {
-    const TemporaryFolder folder;
+    const TemporaryDirectory folder;
     MemoryFile empty;
-    empty.saveTo(folder / "empty.mp4");
-    EXPECT_EQ(readMovieSummary(folder / "empty.mp4").error().code, static_cast<int>(ErrorCode::notAMovie));
+    empty.saveTo(folder.path() / "empty.mp4");
+    EXPECT_EQ(readMovieSummary(folder.path() / "empty.mp4").error().code, static_cast<int>(ErrorCode::notAMovie));
     MemoryFile text{std::vector<std::byte>(1000, std::byte{'x'})};
-    text.saveTo(folder / "text.mp4");
-    EXPECT_EQ(readMovieSummary(folder / "text.mp4").error().code, static_cast<int>(ErrorCode::notAMovie));
+    text.saveTo(folder.path() / "text.mp4");
+    EXPECT_EQ(readMovieSummary(folder.path() / "text.mp4").error().code, static_cast<int>(ErrorCode::notAMovie));
 }
 
 TEST(MovieSummary, AFifoIsRefusedWithoutBeingOpened)
 {
-    const TemporaryFolder folder;
-    ASSERT_EQ(::mkfifo((folder / "fifo.mp4").c_str(), 0600), 0);
-    EXPECT_EQ(readMovieSummary(folder / "fifo.mp4").error().code, EINVAL);
+    const TemporaryDirectory folder;
+    ASSERT_EQ(::mkfifo((folder.path() / "fifo.mp4").c_str(), 0600), 0);
+    EXPECT_EQ(readMovieSummary(folder.path() / "fifo.mp4").error().code, EINVAL);
     EXPECT_EQ(readMovieSummary(folder.path()).error().code, EINVAL);
-    EXPECT_EQ(readMovieSummary(folder / "missing.mp4").error().code, ENOENT);
+    EXPECT_EQ(readMovieSummary(folder.path() / "missing.mp4").error().code, ENOENT);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "media/mp4/PosixFile.h"
 
-#include "tests/support/media/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -11,7 +11,7 @@
 namespace velmora::mp4 {
 namespace {
 
-using velmora::test::TemporaryFolder;
+using velmora::test::TemporaryDirectory;
 
 std::vector<std::byte> bytes(std::string_view text)
 {
@@ -21,8 +21,8 @@ std::vector<std::byte> bytes(std::string_view text)
 
 TEST(PosixFile, ReadsBackWhatWasWrittenAtAnOffset)
 {
-    const TemporaryFolder folder;
-    const auto file = PosixFile::create(folder / "a");
+    const TemporaryDirectory folder;
+    const auto file = PosixFile::create(folder.path() / "a");
     ASSERT_TRUE(file);
     ASSERT_TRUE((*file)->writeAt(100, bytes("hello")));
     EXPECT_EQ(*(*file)->size(), 105U);
@@ -38,36 +38,36 @@ TEST(PosixFile, ReadsBackWhatWasWrittenAtAnOffset)
 
 TEST(PosixFile, IsNotCreatedWhereSomethingIsAlready)
 {
-    const TemporaryFolder folder;
-    std::ofstream{folder / "a"} << "precious";
-    EXPECT_EQ(PosixFile::create(folder / "a").error().code, EEXIST);
-    std::filesystem::create_symlink(folder / "nowhere", folder / "link");
-    EXPECT_EQ(PosixFile::create(folder / "link").error().code, EEXIST);
-    EXPECT_FALSE(std::filesystem::exists(folder / "nowhere"));
+    const TemporaryDirectory folder;
+    std::ofstream{folder.path() / "a"} << "precious";
+    EXPECT_EQ(PosixFile::create(folder.path() / "a").error().code, EEXIST);
+    std::filesystem::create_symlink(folder.path() / "nowhere", folder.path() / "link");
+    EXPECT_EQ(PosixFile::create(folder.path() / "link").error().code, EEXIST);
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "nowhere"));
     EXPECT_EQ(PosixFile::create(folder.path() / "missing" / "a").error().code, ENOENT);
 }
 
 TEST(PosixFile, AllocatesBlocksThatAreReallyThere)
 {
-    const TemporaryFolder folder;
-    const auto file = PosixFile::create(folder / "a");
+    const TemporaryDirectory folder;
+    const auto file = PosixFile::create(folder.path() / "a");
     ASSERT_TRUE(file);
     ASSERT_TRUE((*file)->allocate(300'000));
     struct stat status { };
-    ASSERT_EQ(::stat((folder / "a").c_str(), &status), 0);
+    ASSERT_EQ(::stat((folder.path() / "a").c_str(), &status), 0);
     EXPECT_EQ(status.st_size, 300'000);
     EXPECT_GE(status.st_blocks * 512, 300'000);
 }
 
 TEST(PosixFile, IsClosedInPrograms)
 {
-    const TemporaryFolder folder;
-    const auto file = PosixFile::create(folder / "a");
+    const TemporaryDirectory folder;
+    const auto file = PosixFile::create(folder.path() / "a");
     ASSERT_TRUE(file);
     int found = 0;
     for (const auto& entry : std::filesystem::directory_iterator{"/proc/self/fd"}) {
         std::error_code error;
-        if (std::filesystem::read_symlink(entry.path(), error) != folder / "a")
+        if (std::filesystem::read_symlink(entry.path(), error) != folder.path() / "a")
             continue;
         ++found;
         EXPECT_NE(::fcntl(std::stoi(entry.path().filename()), F_GETFD) & FD_CLOEXEC, 0);
@@ -77,11 +77,11 @@ TEST(PosixFile, IsClosedInPrograms)
 
 TEST(PosixFile, OnlyOneCanHoldTheLock)
 {
-    const TemporaryFolder folder;
-    auto first = PosixFile::create(folder / "a");
+    const TemporaryDirectory folder;
+    auto first = PosixFile::create(folder.path() / "a");
     ASSERT_TRUE(first);
     EXPECT_TRUE(*(*first)->tryLock());
-    const auto second = PosixFile::openForUpdating(folder / "a");
+    const auto second = PosixFile::openForUpdating(folder.path() / "a");
     ASSERT_TRUE(second);
     EXPECT_FALSE(*(*second)->tryLock());
     first->reset();
@@ -90,28 +90,28 @@ TEST(PosixFile, OnlyOneCanHoldTheLock)
 
 TEST(PosixFile, KnowsWhetherItsNameStillLeadsToIt)
 {
-    const TemporaryFolder folder;
-    const auto file = PosixFile::create(folder / "a");
+    const TemporaryDirectory folder;
+    const auto file = PosixFile::create(folder.path() / "a");
     ASSERT_TRUE(file);
     EXPECT_TRUE((*file)->isStillInFolder());
-    std::filesystem::rename(folder / "a", folder / "b");
+    std::filesystem::rename(folder.path() / "a", folder.path() / "b");
     EXPECT_FALSE((*file)->isStillInFolder());
-    std::ofstream{folder / "a"} << "another";
+    std::ofstream{folder.path() / "a"} << "another";
     EXPECT_FALSE((*file)->isStillInFolder());
     EXPECT_TRUE((*file)->removeFromFolder());
-    EXPECT_TRUE(std::filesystem::exists(folder / "a"));
-    std::filesystem::rename(folder / "b", folder / "a");
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "a"));
+    std::filesystem::rename(folder.path() / "b", folder.path() / "a");
     EXPECT_TRUE((*file)->removeFromFolder());
-    EXPECT_FALSE(std::filesystem::exists(folder / "a"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "a"));
 }
 
 TEST(PosixFile, DoesNotUpdateThroughALink)
 {
-    const TemporaryFolder folder;
-    std::ofstream{folder / "a"} << "content";
-    std::filesystem::create_symlink(folder / "a", folder / "link");
-    EXPECT_EQ(PosixFile::openForUpdating(folder / "link").error().code, ELOOP);
-    EXPECT_TRUE(PosixFile::openForReading(folder / "link"));
+    const TemporaryDirectory folder;
+    std::ofstream{folder.path() / "a"} << "content";
+    std::filesystem::create_symlink(folder.path() / "a", folder.path() / "link");
+    EXPECT_EQ(PosixFile::openForUpdating(folder.path() / "link").error().code, ELOOP);
+    EXPECT_TRUE(PosixFile::openForReading(folder.path() / "link"));
 }
 
 TEST(PosixFile, DoesNotOpenADevice)

@@ -3,7 +3,7 @@
 #include "media/mp4/PosixFile.h"
 #include "media/mp4/Repair.h"
 #include "tests/media/mp4/Recordings.h"
-#include "tests/support/media/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <cerrno>
 #include <fstream>

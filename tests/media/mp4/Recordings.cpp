@@ -1,8 +1,8 @@
 #include "tests/media/mp4/Recordings.h"
 
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/media/AacEncoder.h"
 #include "tests/support/media/EncodedClip.h"
-#include "tests/support/media/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -116,9 +116,9 @@ DecodedFile expectPlays(const std::filesystem::path& path, int rate)
 
 DecodedFile expectPlays(MemoryFile& file, int rate)
 {
-    const TemporaryFolder folder;
-    file.saveTo(folder / "clip.mp4");
-    return expectPlays(folder / "clip.mp4", rate);
+    const TemporaryDirectory folder;
+    file.saveTo(folder.path() / "clip.mp4");
+    return expectPlays(folder.path() / "clip.mp4", rate);
 }
 
 }  // namespace velmora::test

@@ -3,7 +3,7 @@
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/PosixFile.h"
 #include "tests/media/mp4/Recordings.h"
-#include "tests/support/media/TemporaryFolder.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <fstream>
 #include <gmock/gmock.h>
@@ -33,8 +33,8 @@ int codeOf(const Result<RepairReport>& report)
 TEST(Repair, FinishesAnUnfinishedRecordingInPlace)
 {
     const auto& recording = makeRecording();
-    const TemporaryFolder folder;
-    const auto path = folder / "clip.mp4";
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "clip.mp4";
     unfinishedFile(recording)->saveTo(path);
     const auto report = repair(path);
     ASSERT_TRUE(report) << report.error().localizedDescription;
@@ -117,8 +117,8 @@ TEST(Repair, DropsALastFragmentWhoseBytesNeverArrived)
 
 TEST(Repair, LeavesAFinishedFileUntouchedEvenAReadOnlyOne)
 {
-    const TemporaryFolder folder;
-    const auto path = folder / "clip.mp4";
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "clip.mp4";
     finishedFile(makeRecording())->saveTo(path);
     std::filesystem::permissions(path, std::filesystem::perms::owner_read);
     const auto before = contentOf(path);
@@ -146,8 +146,8 @@ TEST(Repair, KnowsAFileThatWasFinishedByAppending)
 TEST(Repair, DoesNotTouchWhatIsBeingRecorded)
 {
     const auto& recording = makeRecording();
-    const TemporaryFolder folder;
-    const auto path = folder / "clip.mp4";
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "clip.mp4";
     auto created = PosixFile::create(path);
     ASSERT_TRUE(created);
     auto writer = writeUnfinished(std::move(*created), recording, 3);
@@ -161,8 +161,8 @@ TEST(Repair, DoesNotTouchWhatIsBeingRecorded)
 TEST(Repair, TheLockOfAKilledRecorderIsGone)
 {
     const auto& recording = makeRecording();
-    const TemporaryFolder folder;
-    const auto path = folder / "clip.mp4";
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "clip.mp4";
     const auto child = ::fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
@@ -180,8 +180,8 @@ TEST(Repair, TheLockOfAKilledRecorderIsGone)
 
 TEST(Repair, RefusesFilesOfOthers)
 {
-    const TemporaryFolder folder;
-    const auto path = folder / "clip.mp4";
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "clip.mp4";
     auto bytes = unfinishedFile(makeRecording())->content();
     bytes[40] ^= std::byte{1};  // in our mark
     MemoryFile{bytes}.saveTo(path);
@@ -189,8 +189,8 @@ TEST(Repair, RefusesFilesOfOthers)
     EXPECT_EQ(codeOf(repair(path)), static_cast<int>(ErrorCode::foreign));
     EXPECT_EQ(contentOf(path), before);
 
-    std::ofstream{folder / "text.mp4"} << "no movie at all";
-    EXPECT_EQ(codeOf(repair(folder / "text.mp4")), static_cast<int>(ErrorCode::notAMovie));
+    std::ofstream{folder.path() / "text.mp4"} << "no movie at all";
+    EXPECT_EQ(codeOf(repair(folder.path() / "text.mp4")), static_cast<int>(ErrorCode::notAMovie));
 }
 
 TEST(Repair, RefusesARecordingWithoutAnything)

@@ -2,11 +2,11 @@
 
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/PosixFile.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/media/AacEncoder.h"
 #include "tests/support/media/DecodedFile.h"
 #include "tests/support/media/EncodedClip.h"
 #include "tests/support/media/MemoryFile.h"
-#include "tests/support/media/TemporaryFolder.h"
 
 #include <cerrno>
 #include <fstream>
@@ -107,8 +107,8 @@ DecodedFile decodeClean(const std::filesystem::path& path)
 
 TEST(AssetWriter, WritesPicturesAndSoundAtTheirTimes)
 {
-    const TemporaryFolder folder;
-    const auto path = folder / "clip.mp4";
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "clip.mp4";
     auto writing = begin(makeWriter(path));
     EXPECT_EQ(writing.writer->status(), Status::writing);
     const auto sound = clicks(96000, {480, 50'000, 95'000});
@@ -138,77 +138,77 @@ TEST(AssetWriter, WritesPicturesAndSoundAtTheirTimes)
 
 TEST(AssetWriter, SoundThatBeginsBeforeTheSessionIsCutToTheFrame)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
     EXPECT_TRUE(appendSound(writing, clicks(1024, {10}), -2000));  // all of it before the session
     ASSERT_TRUE(appendSound(writing, clicks(4096, {700, 3000}), -700));
     ASSERT_TRUE(appendSound(writing, clicks(40'000, {30'000}), 4096 - 700));
     appendPictures(writing);
     finish(*writing.writer);
-    const auto decoded = decodeClean(folder / "clip.mp4");
+    const auto decoded = decodeClean(folder.path() / "clip.mp4");
     EXPECT_EQ(decoded.firstFrame, 0);
     EXPECT_THAT(decoded.peaks(), ElementsAre(0, 2300, 33'396));
 }
 
 TEST(AssetWriter, SoundThatBeginsLateKeepsItsOffset)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
     ASSERT_TRUE(appendSound(writing, clicks(48'000, {100, 40'000}), 12'345));
     appendPictures(writing);
     finish(*writing.writer);
-    const auto decoded = decodeClean(folder / "clip.mp4");
+    const auto decoded = decodeClean(folder.path() / "clip.mp4");
     EXPECT_EQ(decoded.firstFrame, 12'345);
     EXPECT_THAT(decoded.peaks(), ElementsAre(12'445, 52'345));
 }
 
 TEST(AssetWriter, AGapInTheSoundBecomesSilence)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
     ASSERT_TRUE(appendSound(writing, clicks(10'000, {5000}), 0));
     ASSERT_TRUE(appendSound(writing, clicks(10'000, {2000}), 30'000));
     ASSERT_TRUE(appendSound(writing, clicks(10'000, {2000}), 40'241));  // 241 frames: more than 5 ms
     appendPictures(writing);
     finish(*writing.writer);
-    EXPECT_THAT(decodeClean(folder / "clip.mp4").peaks(), ElementsAre(5000, 32'000, 42'241));
+    EXPECT_THAT(decodeClean(folder.path() / "clip.mp4").peaks(), ElementsAre(5000, 32'000, 42'241));
 }
 
 TEST(AssetWriter, AnOverlapInTheSoundIsDropped)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
     ASSERT_TRUE(appendSound(writing, clicks(20'000, {5000}), 0));
     ASSERT_TRUE(appendSound(writing, clicks(10'000, {500, 8000}), 15'000));
     EXPECT_TRUE(appendSound(writing, clicks(1000, {500}), 3000));  // nothing of it is new
     ASSERT_TRUE(appendSound(writing, clicks(20'000, {10'000}), 25'000));
     appendPictures(writing);
     finish(*writing.writer);
-    EXPECT_THAT(decodeClean(folder / "clip.mp4").peaks(), ElementsAre(5000, 23'000, 35'000));
+    EXPECT_THAT(decodeClean(folder.path() / "clip.mp4").peaks(), ElementsAre(5000, 23'000, 35'000));
 }
 
 TEST(AssetWriter, ShakyTimeStampsOfSoundChangeNothing)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
     const std::vector<std::int64_t> shake{0, 200, -150, 240, -240, 33};
     for (std::int64_t block = 0; block < 60; ++block)
         ASSERT_TRUE(appendSound(writing, clicks(1024, block % 20 == 10 ? std::vector<std::int64_t>{512} : std::vector<std::int64_t>{}),
             block * 1024 + shake[static_cast<std::size_t>(block) % shake.size()]));
     appendPictures(writing);
     finish(*writing.writer);
-    EXPECT_THAT(decodeClean(folder / "clip.mp4").peaks(), ElementsAre(10'752, 31'232, 51'712));
+    EXPECT_THAT(decodeClean(folder.path() / "clip.mp4").peaks(), ElementsAre(10'752, 31'232, 51'712));
 }
 
 TEST(AssetWriter, TheLastPictureLastsUntilTheSoundEndsButNotLongerThanHalfASecond)
 {
-    const TemporaryFolder folder;
+    const TemporaryDirectory folder;
     const auto durationWith = [&](std::int64_t soundFrames, const char* name) {
-        auto writing = begin(makeWriter(folder / name));
+        auto writing = begin(makeWriter(folder.path() / name));
         appendPictures(writing, 0, 30);  // the last one at 29/30 s
         EXPECT_TRUE(appendSound(writing, clicks(soundFrames, {}), 0));
         finish(*writing.writer);
-        return mp4::readMovieSummary(folder / name)->tracks[0].duration.seconds();
+        return mp4::readMovieSummary(folder.path() / name)->tracks[0].duration.seconds();
     };
     EXPECT_NEAR(durationWith(48'000 + 9600, "short.mp4"), 1.2, 1e-4);
     EXPECT_NEAR(durationWith(48'000 * 3, "long.mp4"), 29.0 / 30 + 0.5, 1e-4);
@@ -216,20 +216,20 @@ TEST(AssetWriter, TheLastPictureLastsUntilTheSoundEndsButNotLongerThanHalfASecon
 
 TEST(AssetWriter, AnAudioInputThatGotNoSoundLeavesNoTrack)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
     appendPictures(writing);
     finish(*writing.writer);
     EXPECT_EQ(writing.writer->status(), Status::completed);
-    const auto decoded = decodeClean(folder / "clip.mp4");
+    const auto decoded = decodeClean(folder.path() / "clip.mp4");
     EXPECT_FALSE(decoded.hasAudio);
     EXPECT_EQ(decoded.pictures.size(), 60U);
 }
 
 TEST(AssetWriter, WithoutACodecTheAudioInputCannotBeAddedAndTheFileIsVideoOnly)
 {
-    const TemporaryFolder folder;
-    const auto writer = makeWriter(folder / "clip.mp4", noEncoders);
+    const TemporaryDirectory folder;
+    const auto writer = makeWriter(folder.path() / "clip.mp4", noEncoders);
     const auto audio = writer->makeInput(MediaType::audio, AudioOutputSettings{}, nullptr);
     EXPECT_FALSE(writer->canAdd(*audio));
     auto writing = begin(writer);
@@ -238,14 +238,14 @@ TEST(AssetWriter, WithoutACodecTheAudioInputCannotBeAddedAndTheFileIsVideoOnly)
     appendPictures(writing);
     finish(*writer);
     EXPECT_EQ(writer->status(), Status::completed);
-    EXPECT_EQ(decodeClean(folder / "clip.mp4").pictures.size(), 60U);
+    EXPECT_EQ(decodeClean(folder.path() / "clip.mp4").pictures.size(), 60U);
 }
 
 TEST(AssetWriter, TakesOneInputOfEachKindBeforeWritingStarts)
 {
-    const TemporaryFolder folder;
-    const auto writer = makeWriter(folder / "clip.mp4");
-    const auto other = makeWriter(folder / "other.mp4");
+    const TemporaryDirectory folder;
+    const auto writer = makeWriter(folder.path() / "clip.mp4");
+    const auto other = makeWriter(folder.path() / "other.mp4");
     const auto video = writer->makeInput(MediaType::video, std::nullopt, clip().format);
     const auto second = writer->makeInput(MediaType::video, std::nullopt, clip().format);
     const auto audio = writer->makeInput(MediaType::audio, AudioOutputSettings{}, nullptr);
@@ -265,8 +265,8 @@ TEST(AssetWriter, TakesOneInputOfEachKindBeforeWritingStarts)
 
 TEST(AssetWriter, AVideoInputNeedsTheFormatOfCompressedPictures)
 {
-    const TemporaryFolder folder;
-    const auto writer = makeWriter(folder / "clip.mp4");
+    const TemporaryDirectory folder;
+    const auto writer = makeWriter(folder.path() / "clip.mp4");
     const auto raw = std::make_shared<const FormatDescription>(VideoFormat{"BGRA", 640, 480, {}, {}});
     EXPECT_FALSE(writer->canAdd(*writer->makeInput(MediaType::video, std::nullopt, nullptr)));
     EXPECT_FALSE(writer->canAdd(*writer->makeInput(MediaType::video, std::nullopt, raw)));
@@ -278,8 +278,8 @@ TEST(AssetWriter, AVideoInputNeedsTheFormatOfCompressedPictures)
 
 TEST(AssetWriter, TakesNothingBeforeTheSessionOrAfterTheEnd)
 {
-    const TemporaryFolder folder;
-    const auto writer = makeWriter(folder / "clip.mp4");
+    const TemporaryDirectory folder;
+    const auto writer = makeWriter(folder.path() / "clip.mp4");
     const auto video = writer->makeInput(MediaType::video, std::nullopt, clip().format);
     EXPECT_FALSE(video->append(clip().samples[0]));
     writer->add(video);
@@ -293,13 +293,13 @@ TEST(AssetWriter, TakesNothingBeforeTheSessionOrAfterTheEnd)
     EXPECT_FALSE(video->append(clip().samples[1]));
     finish(*writer);
     EXPECT_FALSE(video->append(clip().samples[1]));
-    EXPECT_EQ(decodeClean(folder / "clip.mp4").pictures.size(), 1U);
+    EXPECT_EQ(decodeClean(folder.path() / "clip.mp4").pictures.size(), 1U);
 }
 
 TEST(AssetWriter, ASampleOfAnotherFormatIsRefused)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
     static const auto other = encodeClip(steadyTimes(1, 30, sessionStart), {.width = 160, .height = 120});
     EXPECT_FALSE(writing.video->append(other.samples[0]));
     const auto mono = std::make_shared<const FormatDescription>(AudioFormat{"lpcm", 48000, 1, {}});
@@ -314,8 +314,8 @@ TEST(AssetWriter, ASampleOfAnotherFormatIsRefused)
 
 TEST(AssetWriter, PicturesWithEqualOrFallingTimesStayInOrder)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
     for (std::size_t i = 0; i < 10; ++i) {
         auto sample = *clip().samples[i];
         if (i == 5)
@@ -325,7 +325,7 @@ TEST(AssetWriter, PicturesWithEqualOrFallingTimesStayInOrder)
         EXPECT_TRUE(writing.video->append(std::make_shared<const SampleBuffer>(sample)));
     }
     finish(*writing.writer);
-    const auto decoded = decodeClean(folder / "clip.mp4");
+    const auto decoded = decodeClean(folder.path() / "clip.mp4");
     ASSERT_EQ(decoded.pictures.size(), 10U);
     for (std::size_t i = 0; i < 10; ++i)
         EXPECT_EQ(decoded.pictures[i].number, static_cast<int>(i));
@@ -334,61 +334,61 @@ TEST(AssetWriter, PicturesWithEqualOrFallingTimesStayInOrder)
 
 TEST(AssetWriter, IsNotMadeWhereAFileIsAlready)
 {
-    const TemporaryFolder folder;
-    std::ofstream{folder / "clip.mp4"} << "precious";
+    const TemporaryDirectory folder;
+    std::ofstream{folder.path() / "clip.mp4"} << "precious";
     AssetWriterFactory factory{aacEncoders};
-    const auto writer = factory.makeAssetWriter(folder / "clip.mp4", platform::AssetFileType::mpeg4);
+    const auto writer = factory.makeAssetWriter(folder.path() / "clip.mp4", platform::AssetFileType::mpeg4);
     ASSERT_FALSE(writer);
     EXPECT_EQ(writer.error().code, EEXIST);
-    EXPECT_EQ(std::filesystem::file_size(folder / "clip.mp4"), 8U);
+    EXPECT_EQ(std::filesystem::file_size(folder.path() / "clip.mp4"), 8U);
     EXPECT_EQ(factory.makeAssetWriter(folder.path() / "missing" / "clip.mp4", platform::AssetFileType::mpeg4).error().code, ENOENT);
 }
 
 TEST(AssetWriter, OpensItsFileWhenItIsMade)
 {
-    const TemporaryFolder folder;
-    const auto writer = makeWriter(folder / "clip.mp4");
-    EXPECT_TRUE(std::filesystem::exists(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    const auto writer = makeWriter(folder.path() / "clip.mp4");
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "clip.mp4"));
     EXPECT_EQ(writer->status(), Status::unknown);
     writer->cancelWriting();
     EXPECT_EQ(writer->status(), Status::cancelled);
-    EXPECT_FALSE(std::filesystem::exists(folder / "clip.mp4"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "clip.mp4"));
 }
 
 TEST(AssetWriter, FinishingWithoutHavingStartedRemovesTheFileAndFailsWithoutAnError)
 {
-    const TemporaryFolder folder;
-    const auto writer = makeWriter(folder / "clip.mp4");
+    const TemporaryDirectory folder;
+    const auto writer = makeWriter(folder.path() / "clip.mp4");
     finish(*writer);
     EXPECT_EQ(writer->status(), Status::failed);
     EXPECT_FALSE(writer->error());
-    EXPECT_FALSE(std::filesystem::exists(folder / "clip.mp4"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "clip.mp4"));
 }
 
 TEST(AssetWriter, CancellingRemovesTheFileButNotAnotherOneOfItsName)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
     appendPictures(writing);
     writing.writer->cancelWriting();
-    EXPECT_FALSE(std::filesystem::exists(folder / "clip.mp4"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "clip.mp4"));
     EXPECT_FALSE(writing.video->append(clip().samples[0]));
 
-    auto second = begin(makeWriter(folder / "clip.mp4"));
+    auto second = begin(makeWriter(folder.path() / "clip.mp4"));
     appendPictures(second);
-    std::filesystem::remove(folder / "clip.mp4");
-    std::filesystem::create_directory(folder / "clip.mp4");
-    std::ofstream{folder / "clip.mp4" / "inside"} << "precious";
+    std::filesystem::remove(folder.path() / "clip.mp4");
+    std::filesystem::create_directory(folder.path() / "clip.mp4");
+    std::ofstream{folder.path() / "clip.mp4" / "inside"} << "precious";
     second.writer->cancelWriting();
-    EXPECT_TRUE(std::filesystem::exists(folder / "clip.mp4" / "inside"));
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "clip.mp4" / "inside"));
 }
 
 TEST(AssetWriter, AFileThatWasRemovedMeanwhileFails)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
     appendPictures(writing);
-    std::filesystem::remove(folder / "clip.mp4");
+    std::filesystem::remove(folder.path() / "clip.mp4");
     finish(*writing.writer);
     EXPECT_EQ(writing.writer->status(), Status::failed);
     ASSERT_TRUE(writing.writer->error());
@@ -397,8 +397,8 @@ TEST(AssetWriter, AFileThatWasRemovedMeanwhileFails)
 
 TEST(AssetWriter, DestroyedWithoutFinishingLeavesAFileThatPlays)
 {
-    const TemporaryFolder folder;
-    const auto path = folder / "clip.mp4";
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "clip.mp4";
     {
         auto writing = begin(makeWriter(path));
         ASSERT_TRUE(appendSound(writing, clicks(96'000, {1000, 20'000}), 0));
@@ -420,8 +420,8 @@ TEST(AssetWriter, DestroyedWithoutFinishingLeavesAFileThatPlays)
 
 TEST(AssetWriter, MayBeReleasedByItsCompletion)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
     appendPictures(writing);
     std::promise<Status> done;
     auto* writer = writing.writer.get();
@@ -433,7 +433,7 @@ TEST(AssetWriter, MayBeReleasedByItsCompletion)
         done.set_value(status);
     });
     EXPECT_EQ(done.get_future().get(), Status::completed);
-    EXPECT_EQ(decodeClean(folder / "clip.mp4").pictures.size(), 60U);
+    EXPECT_EQ(decodeClean(folder.path() / "clip.mp4").pictures.size(), 60U);
 }
 
 struct OnAFullDisk {
@@ -466,11 +466,11 @@ TEST(AssetWriter, AFullDiskRefusesOneMoreSampleAndIsSilentThen)
     finish(*writing.writer);
     EXPECT_EQ(writing.writer->status(), Status::failed);
     EXPECT_EQ(writing.writer->error()->code, ENOSPC);
-    const TemporaryFolder folder;
-    disk.file->saveTo(folder / "clip.mp4");
-    const auto decoded = decodeClean(folder / "clip.mp4");
+    const TemporaryDirectory folder;
+    disk.file->saveTo(folder.path() / "clip.mp4");
+    const auto decoded = decodeClean(folder.path() / "clip.mp4");
     EXPECT_GT(decoded.pictures.size(), 10U);
-    EXPECT_FALSE(mp4::readMovieSummary(folder / "clip.mp4")->isFragmented);
+    EXPECT_FALSE(mp4::readMovieSummary(folder.path() / "clip.mp4")->isFragmented);
 }
 
 TEST(AssetWriter, CancellingAfterAFailureRemovesTheFile)
@@ -517,8 +517,8 @@ private:
 
 TEST(AssetWriter, AnEncoderThatFailsEndsTheFileInAPlayableState)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4",
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4",
         [](const AudioOutputSettings&) -> Result<std::unique_ptr<AudioEncoder>> { return std::make_unique<FailingEncoder>(); }));
     appendPictures(writing, 0, 40);
     EXPECT_FALSE(appendSound(writing, clicks(1024, {}), 0));
@@ -527,20 +527,20 @@ TEST(AssetWriter, AnEncoderThatFailsEndsTheFileInAPlayableState)
     finish(*writing.writer);
     EXPECT_EQ(writing.writer->status(), Status::failed);
     EXPECT_EQ(writing.writer->error()->localizedDescription, "The codec broke.");
-    EXPECT_EQ(decodeClean(folder / "clip.mp4").pictures.size(), 40U);
+    EXPECT_EQ(decodeClean(folder.path() / "clip.mp4").pictures.size(), 40U);
 }
 
 TEST(AssetWriter, ABlockOfSoundFarInTheFutureIsRefused)
 {
-    const TemporaryFolder folder;
-    auto writing = begin(makeWriter(folder / "clip.mp4"));
+    const TemporaryDirectory folder;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
     ASSERT_TRUE(appendSound(writing, clicks(1024, {}), 0));
     EXPECT_FALSE(appendSound(writing, clicks(1024, {}), std::int64_t{48000} * 3600));
     EXPECT_TRUE(appendSound(writing, clicks(1024, {}), 1024));
     appendPictures(writing);
     finish(*writing.writer);
     EXPECT_EQ(writing.writer->status(), Status::completed);
-    EXPECT_NEAR(mp4::readMovieSummary(folder / "clip.mp4")->duration.seconds(), 2.0, 0.01);
+    EXPECT_NEAR(mp4::readMovieSummary(folder.path() / "clip.mp4")->duration.seconds(), 2.0, 0.01);
 }
 
 }  // namespace

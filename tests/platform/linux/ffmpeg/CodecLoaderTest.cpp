@@ -13,16 +13,16 @@
 namespace velmora::linux_backend {
 namespace {
 
-class TemporaryFolder {
+class TemporaryDirectory {
 public:
-    TemporaryFolder()
+    TemporaryDirectory()
     {
         std::string pattern = (std::filesystem::temp_directory_path() / "velmora-test-XXXXXX").string();
         path_ = mkdtemp(pattern.data());
     }
-    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    ~TemporaryDirectory() { std::filesystem::remove_all(path_); }
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
 private:
@@ -93,7 +93,7 @@ TEST(CodecLoader, ErrorsOfTheModuleComeOutAsTheyAre)
 
 TEST(CodecLoader, AMissingModuleIsAnErrorThatSaysWhereItWasLookedFor)
 {
-    const TemporaryFolder folder;
+    const TemporaryDirectory folder;
     const std::filesystem::path folders[] = {folder.path(), folder.path() / "lib"};
     const auto module = loadCodecModule(folders);
     ASSERT_FALSE(module);
@@ -103,7 +103,7 @@ TEST(CodecLoader, AMissingModuleIsAnErrorThatSaysWhereItWasLookedFor)
 
 TEST(CodecLoader, AFileThatIsNoModuleIsAnErrorAndNotSkipped)
 {
-    const TemporaryFolder folder;
+    const TemporaryDirectory folder;
     std::ofstream(folder.path() / "velmora_codecs.so") << "no library";
     const std::filesystem::path folders[] = {folder.path()};
     const auto module = loadCodecModule(folders);
