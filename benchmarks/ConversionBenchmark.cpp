@@ -2,7 +2,6 @@
 
 #include "platform/linux/ffmpeg/ColourConversion.h"
 #include "platform/linux/ffmpeg/VideoEncoder.h"
-#include "tests/platform/linux/ffmpeg/TestPictures.h"
 
 #include <benchmark/benchmark.h>
 #include <vector>
@@ -14,7 +13,34 @@ extern "C" {
 namespace velmora::linux_backend {
 namespace {
 
-using testing::Canvas;
+/// A moving pattern of fields under a little grain.
+class Scene {
+public:
+    Scene(std::int32_t width, std::int32_t height, int frame)
+        : width_(width)
+        , height_(height)
+        , pixels_(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4)
+    {
+        std::uint32_t random = static_cast<std::uint32_t>(frame) + 1;
+        std::size_t byte = 0;
+        for (std::int32_t y = 0; y < height; ++y) {
+            for (std::int32_t x = 0; x < width; ++x) {
+                random = random * 1664525U + 1013904223U;
+                const std::uint32_t grain = random >> 28;
+                const auto field = static_cast<std::uint32_t>((x + 7 * frame) / 24 + (y + 3 * frame) / 24) % 5 * 40 + 20;
+                for (const std::uint32_t value : {180 - field / 2 + grain, field / 2 + grain + 40, field + grain, 0U})
+                    pixels_[byte++] = static_cast<std::byte>(value);
+            }
+        }
+    }
+
+    [[nodiscard]] BgraView view() const { return {pixels_.data(), static_cast<std::size_t>(width_) * 4, width_, height_}; }
+
+private:
+    std::int32_t width_;
+    std::int32_t height_;
+    std::vector<std::byte> pixels_;
+};
 
 struct I420 {
     I420(std::int32_t width, std::int32_t height) : frame(av_frame_alloc())
@@ -34,11 +60,6 @@ struct I420 {
     AvFrame frame;
 };
 
-BgraView view(const Canvas& canvas)
-{
-    return {canvas.data(), canvas.bytesPerRow(), canvas.width(), canvas.height()};
-}
-
 void convertOnPath(benchmark::State& state, ConversionPath path)
 {
     const auto width = static_cast<std::int32_t>(state.range(0));
@@ -46,11 +67,10 @@ void convertOnPath(benchmark::State& state, ConversionPath path)
     // A quarter of the picture: half its width, half its height, at an odd place.
     const PixelRect area =
         state.range(2) == 4 ? PixelRect{width / 4 + 1, height / 4 + 1, width / 2, height / 2} : PixelRect{0, 0, width, height};
-    Canvas canvas{width, height};
-    testing::paintMovingScene(canvas, 1);
+    const Scene scene{width, height, 1};
     const I420 planes{width, height};
     for (auto _ : state) {
-        convertToYuv420(view(canvas), area, planes.view(), path);
+        convertToYuv420(scene.view(), area, planes.view(), path);
         benchmark::ClobberMemory();
     }
 }
@@ -72,13 +92,12 @@ void convertWithSwscale(benchmark::State& state)
 {
     const auto width = static_cast<std::int32_t>(state.range(0));
     const auto height = static_cast<std::int32_t>(state.range(1));
-    Canvas canvas{width, height};
-    testing::paintMovingScene(canvas, 1);
+    const Scene scene{width, height, 1};
     const I420 planes{width, height};
     const AvScaler scaler{
         sws_getContext(width, height, AV_PIX_FMT_BGRA, width, height, AV_PIX_FMT_YUV420P, SWS_BILINEAR, nullptr, nullptr, nullptr)};
-    const std::uint8_t* source[] = {reinterpret_cast<const std::uint8_t*>(canvas.data())};
-    const int stride[] = {static_cast<int>(canvas.bytesPerRow())};
+    const std::uint8_t* source[] = {reinterpret_cast<const std::uint8_t*>(scene.view().pixels)};
+    const int stride[] = {4 * width};
     for (auto _ : state) {
         sws_scale(scaler.get(), source, stride, 0, height, planes.frame->data, planes.frame->linesize);
         benchmark::ClobberMemory();
@@ -99,17 +118,16 @@ void encode(benchmark::State& state)
         return;
     }
     std::vector<I420> pictures;
-    Canvas canvas{settings.width, settings.height};
-    for (int scene = 0; scene < 16; ++scene) {
-        testing::paintMovingScene(canvas, scene);
+    for (int frame = 0; frame < 16; ++frame) {
+        const Scene scene{settings.width, settings.height, frame};
         pictures.emplace_back(settings.width, settings.height);
-        convertToYuv420(view(canvas), {0, 0, settings.width, settings.height}, pictures.back().view());
+        convertToYuv420(scene.view(), {0, 0, settings.width, settings.height}, pictures.back().view());
     }
     std::vector<VideoEncoder::Packet> packets;
     std::int64_t time = 0;
-    std::size_t scene = 0;
+    std::size_t frame = 0;
     for (auto _ : state) {
-        (*encoder)->encode(*pictures[scene++ % pictures.size()].frame, time, false, packets);
+        (*encoder)->encode(*pictures[frame++ % pictures.size()].frame, time, false, packets);
         packets.clear();
         time += VideoEncoder::timescale / 60;
     }

@@ -570,15 +570,19 @@ TEST_F(CompressionSessionTest, SamplesKeepTheirBytesAfterTheSessionIsGone)
 TEST_F(CompressionSessionTest, ThePictureIsReleasedBeforeItsSampleIsCalledBack)
 {
     std::weak_ptr<const PixelBuffer> watched;
+    std::promise<void> submitted;
     bool wasReleased = false;
     LibavCompressionSessionFactory factory;
-    const auto session = factory.makeSession(
-        64, 64, FourCharacterCode{"avc1"}, [&](platform::CompressionStatus, const SampleBufferRef&) { wasReleased = watched.expired(); });
+    const auto session = factory.makeSession(64, 64, FourCharacterCode{"avc1"}, [&](platform::CompressionStatus, const SampleBufferRef&) {
+        submitted.get_future().wait();
+        wasReleased = watched.expired();
+    });
     ASSERT_TRUE(session);
-    ASSERT_EQ((*session)->prepareToEncodeFrames(), 0);
     auto picture = Canvas{64, 64}.picture();
     watched = picture;
-    (*session)->encodeFrame(std::exchange(picture, nullptr), at(0), at(1));
+    (*session)->encodeFrame(picture, at(0), at(1));
+    picture.reset();
+    submitted.set_value();
     (*session)->completeFrames();
     EXPECT_TRUE(wasReleased);
 }
