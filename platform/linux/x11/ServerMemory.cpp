@@ -1,5 +1,7 @@
 #include "platform/linux/x11/ServerMemory.h"
 
+#include "platform/linux/FileDescriptor.h"
+
 #include <cassert>
 #include <cerrno>
 #include <cstring>
@@ -12,24 +14,6 @@
 namespace velmora::linux_backend {
 
 namespace {
-
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) { }
-    ~FileDescriptor()
-    {
-        if (descriptor_ >= 0)
-            close(descriptor_);
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-    [[nodiscard]] int get() const { return descriptor_; }
-    [[nodiscard]] int release() { return std::exchange(descriptor_, -1); }
-
-private:
-    int descriptor_;
-};
 
 class MappedBlock final : public MemoryBlock {
 public:
@@ -87,7 +71,7 @@ Result<std::unique_ptr<ServerMemory>> ServerMemory::allocate(const Connection& c
 
     if (shared && best == ImageTransport::fileDescriptor && passesDescriptors(connection)) {
         FileDescriptor file{memfd_create("velmora-pictures", MFD_CLOEXEC)};
-        if (file.get() >= 0 && ftruncate(file.get(), static_cast<off_t>(size)) == 0) {
+        if (file && ftruncate(file.get(), static_cast<off_t>(size)) == 0) {
             if (auto block = MappedBlock::map(file.get(), size)) {
                 const auto segment = connection.newId();
                 // xcb closes the descriptor once it is sent.

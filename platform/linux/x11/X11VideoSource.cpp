@@ -1,5 +1,6 @@
 #include "platform/linux/x11/X11VideoSource.h"
 
+#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/Cursor.h"
 #include "platform/linux/x11/DamageRegion.h"
@@ -21,7 +22,6 @@
 #include <pthread.h>
 #include <sys/eventfd.h>
 #include <thread>
-#include <unistd.h>
 #include <utility>
 #include <xcb/composite.h>
 #include <xcb/damage.h>
@@ -52,21 +52,12 @@ std::uint64_t nextStreamNumber()
 /// Wakes a poll from another thread.
 class WakeUp {
 public:
-    WakeUp() : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) { }
-    ~WakeUp()
-    {
-        if (descriptor_ >= 0)
-            close(descriptor_);
-    }
-    WakeUp(const WakeUp&) = delete;
-    WakeUp& operator=(const WakeUp&) = delete;
-
-    [[nodiscard]] bool isValid() const { return descriptor_ >= 0; }
-    [[nodiscard]] int descriptor() const { return descriptor_; }
-    void signal() { eventfd_write(descriptor_, 1); }
+    [[nodiscard]] bool isValid() const { return static_cast<bool>(descriptor_); }
+    [[nodiscard]] int descriptor() const { return descriptor_.get(); }
+    void signal() { eventfd_write(descriptor_.get(), 1); }
 
 private:
-    int descriptor_;
+    FileDescriptor descriptor_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
 };
 
 /// The extensions in the versions that captures use. Their version requests are part of their protocols' handshake.

@@ -14,6 +14,7 @@ namespace velmora::linux_backend {
 
 /// Captures the client area of one window: whole, however it is covered or moved off the screen, with its child windows, without its
 /// frame and without shadows that its program draws. Other windows of the program are not in the picture.
+/// What was covered or off the screen at the start is there once the program has drawn it again, which the server asks it to do.
 ///
 /// A picture is taken when something is drawn or the pointer moves over the window, at most one a minimum frame interval on
 /// average (one that is late may be followed by one up to a quarter of the interval early), and its time stamp is the moment it
