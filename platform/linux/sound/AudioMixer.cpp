@@ -96,7 +96,9 @@ std::int64_t AudioMixer::readableFrames(std::int64_t now) const
         horizon = anySpeaks ? std::min(horizon, *end) : *end;
         anySpeaks = true;
     }
-    if (!anySpeaks)
+    if (anySpeaks)
+        horizon = std::min(horizon, clock_.frameAt(now + greatestLead));
+    else
         horizon = clock_.frameAt(now - silenceDelay);
     return std::clamp<std::int64_t>(horizon - next_, 0, capacity_);
 }

@@ -14,12 +14,15 @@ namespace velmora::linux_backend {
 /// Adds interleaved 32-bit float blocks at the places that their time stamps say, and gives the sum out as one track that counts
 /// CLOCK_MONOTONIC from its origin, digital silence where nobody spoke. Times are nanoseconds. Used by one thread.
 ///
-/// While sources speak, the track follows them: it is given out as far as all of them have come. When none has spoken for
-/// `silenceAfter`, it follows the clock at a distance of `silenceDelay`. What comes too late for its place is left out.
+/// While sources speak, the track follows them: it is given out as far as all of them have come, yet never further ahead of the clock
+/// than `greatestLead`, because what a slow device plays in two seconds is known now and another source may still add to it. When
+/// none has spoken for `silenceAfter`, it follows the clock at a distance of `silenceDelay`. What comes too late for its place is
+/// left out.
 class AudioMixer {
 public:
     static constexpr std::int64_t silenceAfter = 250'000'000;
     static constexpr std::int64_t silenceDelay = 100'000'000;
+    static constexpr std::int64_t greatestLead = 50'000'000;
 
     AudioMixer(std::int32_t sampleRate, std::int32_t channelCount, std::int64_t origin);
 

@@ -78,6 +78,19 @@ TEST(AudioMixer, AddsSourcesAndWaitsForTheSlowerOne)
     EXPECT_EQ(readFrames(mixer, 480), std::vector<float>(960, 0.75F));
 }
 
+TEST(AudioMixer, ASourceFarAheadOfTheClockIsWaitedForSoThatOthersCanStillAddToIt)
+{
+    AudioMixer mixer{rate, 2, origin};
+    const int wireless = mixer.addInput(millisecond);
+    mixer.write(wireless, origin + 300 * millisecond, tenMilliseconds(0.25F), origin);
+    EXPECT_EQ(mixer.readableFrames(origin), 50 * 48);
+    const int wired = mixer.addInput(millisecond);
+    mixer.write(wired, origin + 60 * millisecond, tenMilliseconds(0.5F), origin + 60 * millisecond);
+    EXPECT_EQ(mixer.readableFrames(origin + 60 * millisecond), 70 * 48);
+    const auto samples = readFrames(mixer, 70 * 48);
+    EXPECT_EQ(samples[69 * 48 * 2], 0.5F);
+}
+
 TEST(AudioMixer, ASourceThatFellSilentHoldsNobodyUp)
 {
     AudioMixer mixer{rate, 2, origin};
