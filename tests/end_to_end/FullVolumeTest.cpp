@@ -53,7 +53,8 @@ TEST(FullVolume, KeepsWhatWasRecordedAndSaysThatNoSpaceIsLeft)
     auto grown = std::chrono::steady_clock::now();
     ASSERT_TRUE(waitUntil([&] {
         const auto now = std::chrono::steady_clock::now();
-        if (std::exchange(size, std::filesystem::file_size(file)) != size)
+        const auto before = std::exchange(size, std::filesystem::file_size(file));
+        if (size != before)
             grown = now;
         return size > 1'500'000 && now - grown > std::chrono::seconds{4};
     }));
