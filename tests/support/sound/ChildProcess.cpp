@@ -14,7 +14,8 @@
 
 namespace velmora::test {
 
-ChildProcess::ChildProcess(std::vector<std::string> arguments, std::map<std::string, std::string> environment)
+ChildProcess::ChildProcess(
+    std::vector<std::string> arguments, std::map<std::string, std::string> environment, const std::filesystem::path& errorFile)
 {
     std::array<int, 2> in{};
     std::array<int, 2> out{};
@@ -47,7 +48,9 @@ ChildProcess::ChildProcess(std::vector<std::string> arguments, std::map<std::str
         ::setpgid(0, 0);
         ::dup2(in[0], STDIN_FILENO);
         ::dup2(out[1], STDOUT_FILENO);
-        if (quiet)
+        if (!errorFile.empty())
+            ::dup2(::open(errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), STDERR_FILENO);
+        else if (quiet)
             ::dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO);
         ::execvpe(argumentPointers[0], argumentPointers.data(), environmentPointers.data());
         ::_exit(127);
@@ -99,11 +102,25 @@ void ChildProcess::terminate()
     if (processID_ <= 0)
         return;
     ::kill(processID_, SIGTERM);
+    static_cast<void>(endsWithin(std::chrono::seconds{5}));
+    kill();
+}
+
+void ChildProcess::signal(int number)
+{
+    if (processID_ > 0)
+        ::kill(processID_, number);
+}
+
+bool ChildProcess::endsWithin(std::chrono::seconds timeout) const
+{
+    if (processID_ <= 0)
+        return true;
     const int handle = static_cast<int>(::syscall(SYS_pidfd_open, processID_, 0));
     pollfd waiting{handle, POLLIN, 0};
-    ::poll(&waiting, 1, 5000);
+    const int ready = ::poll(&waiting, 1, static_cast<int>(std::chrono::milliseconds{timeout}.count()));
     ::close(handle);
-    kill();
+    return ready > 0;
 }
 
 void ChildProcess::kill()

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
@@ -14,8 +15,10 @@ namespace velmora::test {
 /// Its standard input and output are ours.
 class ChildProcess {
 public:
-    /// `arguments[0]` is looked for along PATH. `environment` is added to ours.
-    explicit ChildProcess(std::vector<std::string> arguments, std::map<std::string, std::string> environment = {});
+    /// `arguments[0]` is looked for along PATH. `environment` is added to ours. Standard error goes to `errorFile`, "/dev/stdout" for
+    /// the lines of readLine(); without one it is discarded, unless VELMORA_TEST_VERBOSE is set.
+    explicit ChildProcess(std::vector<std::string> arguments, std::map<std::string, std::string> environment = {},
+        const std::filesystem::path& errorFile = {});
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
@@ -31,6 +34,11 @@ public:
     /// Asks it to end and waits; kills it when it does not within five seconds.
     void terminate();
     void kill();
+
+    void signal(int number);
+
+    /// Whether it has ended, once it has or the time is up.
+    [[nodiscard]] bool endsWithin(std::chrono::seconds timeout) const;
 
     /// Waits for its own end; the exit status, none when it was ended by a signal.
     std::optional<int> wait();

@@ -1,0 +1,289 @@
+// What the commands take, say and leave behind.
+
+#include "tests/support/recording/RecordedClip.h"
+#include "tests/support/recording/Subjects.h"
+#include "tests/support/recording/Velmora.h"
+
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <iterator>
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace velmora::test {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+class CommandTest : public ::testing::Test {
+protected:
+    [[nodiscard]] std::filesystem::path path(const std::string& name) const { return directory_.path() / name; }
+
+    static void expectAClip(const std::filesystem::path& file)
+    {
+        const auto clip = readClip(file);
+        ASSERT_TRUE(clip.opened && clip.video) << file;
+        EXPECT_THAT(clip.complaints, IsEmpty());
+        EXPECT_THAT(topLevelBoxes(file), ::testing::Not(::testing::Contains("moof")));
+    }
+
+    [[nodiscard]] bool isEmptyFolder() const { return std::filesystem::is_empty(directory_.path()); }
+
+    TemporaryDirectory directory_;
+};
+
+class WhileRecordingTest : public CommandTest, public ::testing::WithParamInterface<int> { };
+
+TEST_P(WhileRecordingTest, ASignalEndsAndSavesTheRecording)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    RecordingProcess recording{window.id(), path("clip.mp4")};
+    ASSERT_TRUE(recording.hasFragment());
+    recording.signal(GetParam());
+    const auto outcome = recording.finish();
+    EXPECT_EQ(outcome.status, 0) << outcome.messages;
+    EXPECT_EQ(outcome.output, path("clip.mp4").string() + "\n");
+    EXPECT_EQ(outcome.messages, "");
+    expectAClip(path("clip.mp4"));
+}
+
+INSTANTIATE_TEST_SUITE_P(InterruptAndTerminate, WhileRecordingTest, ::testing::Values(SIGINT, SIGTERM));
+
+TEST_F(CommandTest, TheDurationCountsFromTheFirstPicture)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    const auto outcome = record(window.id(), path("clip.mp4"), 2);
+    ASSERT_EQ(outcome.status, 0) << outcome.messages;
+    const auto clip = readClip(path("clip.mp4"));
+    ASSERT_TRUE(clip.video);
+    EXPECT_NEAR(clip.video->duration, 2, 0.6);
+}
+
+TEST_F(CommandTest, AFileThatIsThereIsNotOverwritten)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    std::ofstream{path("clip.mp4")} << "mine";
+    const auto outcome = record(window.id(), path("clip.mp4"), 1);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_THAT(outcome.messages, HasSubstr(path("clip.mp4").string() + " is there already"));
+    std::ifstream file{path("clip.mp4")};
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>{file}, {}), "mine");
+}
+
+TEST_F(CommandTest, ALinkThatLeadsNowhereIsNotFollowed)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    std::filesystem::create_symlink(path("nowhere"), path("clip.mp4"));
+    const auto outcome = record(window.id(), path("clip.mp4"), 1);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.messages, HasSubstr("is there already"));
+    EXPECT_TRUE(std::filesystem::is_symlink(path("clip.mp4")));
+    EXPECT_FALSE(std::filesystem::exists(path("nowhere")));
+}
+
+TEST_F(CommandTest, AMissingFolderIsMade)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    const auto file = path("a") / "b" / "clip.mp4";
+    const auto outcome = record(window.id(), file, 1);
+    ASSERT_EQ(outcome.status, 0) << outcome.messages;
+    expectAClip(file);
+}
+
+TEST_F(CommandTest, AFolderThatIsAFileFailsTheStart)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    std::ofstream{path("folder")} << "a file";
+    const auto outcome = record(window.id(), path("folder") / "clip.mp4", 1);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_THAT(outcome.messages, StartsWith("Failed to start recording: "));
+    EXPECT_THAT(outcome.messages, HasSubstr("Not a directory"));
+    EXPECT_TRUE(std::filesystem::is_regular_file(path("folder")));
+}
+
+TEST_F(CommandTest, AFolderThatTakesNoFilesFailsTheStart)
+{
+    // Not even for root.
+    const NumberedWindow window{{"--size", "320x240"}};
+    for (const std::filesystem::path file : {"/proc/nowhere/clip.mp4", "/proc/clip.mp4", "/sys/clip.mp4"}) {
+        const auto outcome = record(window.id(), file, 1);
+        EXPECT_EQ(outcome.status, 1) << file;
+        EXPECT_EQ(outcome.output, "");
+        EXPECT_THAT(outcome.messages, StartsWith("Failed to start recording: "));
+        EXPECT_FALSE(std::filesystem::exists(file));
+    }
+}
+
+TEST_F(CommandTest, AWindowThatDoesNotExistCannotBeRecorded)
+{
+    const auto outcome = record(4'000'000'000, path("clip.mp4"), 1);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.messages, "Failed to capture window: Selected window is no longer on screen or available.\n");
+    EXPECT_TRUE(isEmptyFolder());
+}
+
+TEST_F(CommandTest, AWindowThatIsClosedEndsTheRecordingAndLeavesNoFile)
+{
+    NumberedWindow window{{"--size", "320x240"}};
+    RecordingProcess recording{window.id(), path("clip.mp4")};
+    ASSERT_TRUE(recording.hasFragment());
+    window.close();
+    const auto outcome = recording.finish();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.messages, "Selected window was closed or is no longer available. Please select a window.\n");
+    EXPECT_TRUE(isEmptyFolder());
+}
+
+TEST_F(CommandTest, WrongUseIsToldApartFromFailure)
+{
+    const std::vector<std::vector<std::string>> wrong{{}, {"play"}, {"windows", "extra"}, {"windows", "--fast"}, {"record"},
+        {"record", "--window"}, {"record", "--window", "first"}, {"record", "--window", "-1"},
+        {"record", "--window", "1", "--duration", "0"}, {"record", "--window", "1", "--duration", "soon"},
+        {"record", "--window", "1", "--output", ""}, {"repair"}, {"repair", "a", "b"}};
+    for (const auto& arguments : wrong) {
+        const auto outcome = runVelmora(arguments);
+        EXPECT_EQ(outcome.status, 2) << ::testing::PrintToString(arguments);
+        EXPECT_EQ(outcome.output, "") << ::testing::PrintToString(arguments);
+        EXPECT_NE(outcome.messages, "") << ::testing::PrintToString(arguments);
+    }
+}
+
+TEST_F(CommandTest, HelpNamesEveryCommand)
+{
+    const auto outcome = runVelmora({"--help"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.messages, "");
+    for (const auto* command : {"velmora windows", "velmora record", "velmora repair"})
+        EXPECT_THAT(outcome.output, HasSubstr(command));
+}
+
+TEST_F(CommandTest, WithoutADisplayItSaysSo)
+{
+    const Environment noDisplay{{"DISPLAY", ""}};
+    const auto list = runVelmora({"windows"}, noDisplay);
+    EXPECT_EQ(list.status, 1);
+    EXPECT_EQ(list.output, "");
+    EXPECT_THAT(list.messages, HasSubstr("There is no display"));
+    const auto recording = record(1, path("clip.mp4"), 1, noDisplay);
+    EXPECT_EQ(recording.status, 1);
+    EXPECT_THAT(recording.messages, StartsWith("Failed to capture window: There is no display"));
+    EXPECT_TRUE(isEmptyFolder());
+}
+
+TEST_F(CommandTest, WithADisplayThatDoesNotAnswerItSaysSo)
+{
+    const auto outcome = record(1, path("clip.mp4"), 1, {{"DISPLAY", ":987654"}});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.messages, "Failed to capture window: The X display cannot be reached.\n");
+    EXPECT_TRUE(isEmptyFolder());
+}
+
+TEST_F(CommandTest, InAWaylandSessionItSaysThatItCannotCapture)
+{
+    const Environment wayland{{"WAYLAND_DISPLAY", "wayland-0"}};
+    const auto list = runVelmora({"windows"}, wayland);
+    EXPECT_EQ(list.status, 1);
+    EXPECT_THAT(list.messages, HasSubstr("Wayland"));
+    const auto recording = record(1, path("clip.mp4"), 1, wayland);
+    EXPECT_EQ(recording.status, 1);
+    EXPECT_THAT(recording.messages, StartsWith("Failed to capture window: "));
+    EXPECT_THAT(recording.messages, HasSubstr("Wayland"));
+    EXPECT_TRUE(isEmptyFolder());
+}
+
+TEST_F(CommandTest, WithoutASoundServerTheClipHasPicturesOnly)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    const auto outcome = record(window.id(), path("clip.mp4"), 1.5,
+        {{"PIPEWIRE_RUNTIME_DIR", path("nowhere").string()}, {"XDG_RUNTIME_DIR", path("nowhere").string()},
+            {"PULSE_SERVER", "unix:" + path("nowhere").string()}});
+    ASSERT_EQ(outcome.status, 0) << outcome.messages;
+    const auto clip = readClip(path("clip.mp4"));
+    ASSERT_TRUE(clip.opened && clip.video);
+    EXPECT_FALSE(clip.audio);
+    EXPECT_THAT(clip.complaints, IsEmpty());
+    EXPECT_NEAR(clip.video->duration, 1.5, 0.6);
+}
+
+TEST_F(CommandTest, ClipsGoToTheVideosFolderUnderTheTimeOfDay)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    const std::regex name{R"(Velmora-Recording-\d{4}-\d\d-\d\d-\d\d-\d\d-\d\d\.mp4)"};
+    const auto recordedFile = [&](const std::filesystem::path& home) {
+        const auto outcome = runVelmora({"record", "--window", std::to_string(window.id()), "--duration", "1"},
+            {{"HOME", home.string()}, {"XDG_CONFIG_HOME", (home / "config").string()}});
+        EXPECT_EQ(outcome.status, 0) << outcome.messages;
+        return std::filesystem::path{outcome.lastLine()};
+    };
+    std::filesystem::create_directories(path("chosen") / "config");
+    std::ofstream{path("chosen") / "config" / "user-dirs.dirs"} << "XDG_VIDEOS_DIR=\"$HOME/My films\"\n";
+    const auto chosen = recordedFile(path("chosen"));
+    EXPECT_EQ(chosen.parent_path(), path("chosen") / "My films" / "Velmora");
+    EXPECT_TRUE(std::regex_match(chosen.filename().string(), name)) << chosen;
+    expectAClip(chosen);
+
+    std::filesystem::create_directory(path("plain"));
+    const auto plain = recordedFile(path("plain"));
+    EXPECT_EQ(plain.parent_path(), path("plain") / "Movies" / "Velmora");
+    EXPECT_TRUE(std::regex_match(plain.filename().string(), name)) << plain;
+    expectAClip(plain);
+}
+
+/// Inodes of the sockets that a process has open.
+std::set<std::string> socketsOf(pid_t process)
+{
+    std::set<std::string> inodes;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator{"/proc/" + std::to_string(process) + "/fd", ignored}) {
+        const auto target = std::filesystem::read_symlink(entry.path(), ignored).string();
+        if (target.starts_with("socket:["))
+            inodes.insert(target.substr(8, target.size() - 9));
+    }
+    return inodes;
+}
+
+/// Inodes in a table of /proc/net; the first line names the columns, "inode" among them in those of the internet protocols.
+std::set<std::string> inodesIn(const std::string& table)
+{
+    std::set<std::string> inodes;
+    std::ifstream file{"/proc/self/net/" + table};
+    std::string line;
+    std::getline(file, line);
+    while (std::getline(file, line)) {
+        std::istringstream fields{line};
+        std::vector<std::string> words{std::istream_iterator<std::string>{fields}, {}};
+        const std::size_t column = table == "unix" ? 6 : 9;
+        if (words.size() > column)
+            inodes.insert(words[column]);
+    }
+    return inodes;
+}
+
+TEST_F(CommandTest, ARecordingOpensNoConnectionToTheNetwork)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    RecordingProcess recording{window.id(), path("clip.mp4")};
+    ASSERT_TRUE(recording.hasFragment());
+    const auto sockets = socketsOf(recording.processID());
+    // The display's and the sound server's are there, so looking works.
+    const auto local = inodesIn("unix");
+    EXPECT_TRUE(std::any_of(sockets.begin(), sockets.end(), [&](const auto& inode) { return local.contains(inode); }));
+    for (const auto* table : {"tcp", "tcp6", "udp", "udp6", "udplite", "udplite6", "raw", "raw6"}) {
+        for (const auto& inode : inodesIn(table))
+            EXPECT_FALSE(sockets.contains(inode)) << table << " " << inode;
+    }
+    recording.signal(SIGINT);
+    EXPECT_EQ(recording.finish().status, 0);
+}
+
+}  // namespace
+}  // namespace velmora::test

@@ -1,0 +1,81 @@
+// A recording that fills its volume.
+
+#include "tests/support/recording/RecordedClip.h"
+#include "tests/support/recording/Subjects.h"
+#include "tests/support/recording/Velmora.h"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <gmock/gmock.h>
+#include <sys/mount.h>
+#include <utility>
+
+namespace velmora::test {
+namespace {
+
+/// A small file system in memory, where this process may mount one.
+class SmallVolume {
+public:
+    explicit SmallVolume(const char* size)
+    {
+        const auto options = std::string{"size="} + size;
+        error_ = ::mount("tmpfs", directory_.path().c_str(), "tmpfs", 0, options.c_str()) == 0 ? 0 : errno;
+    }
+    ~SmallVolume()
+    {
+        if (error_ == 0)
+            ::umount2(directory_.path().c_str(), MNT_DETACH);
+    }
+    SmallVolume(const SmallVolume&) = delete;
+    SmallVolume& operator=(const SmallVolume&) = delete;
+
+    [[nodiscard]] int error() const { return error_; }
+    [[nodiscard]] const std::filesystem::path& path() const { return directory_.path(); }
+
+private:
+    TemporaryDirectory directory_;
+    int error_ = 0;
+};
+
+TEST(FullVolume, KeepsWhatWasRecordedAndSaysThatNoSpaceIsLeft)
+{
+    const SmallVolume volume{"3m"};
+    if (volume.error() != 0)
+        GTEST_SKIP() << "no file system can be mounted here: " << std::strerror(volume.error());
+    const NumberedWindow window{{"--size", "1280x720", "--motion", "60"}};
+    const auto file = volume.path() / "clip.mp4";
+    RecordingProcess recording{window.id(), file};
+    ASSERT_TRUE(recording.hasFragment());
+    // Fragments come at least once a second.
+    std::uintmax_t size = 0;
+    auto grown = std::chrono::steady_clock::now();
+    ASSERT_TRUE(waitUntil([&] {
+        const auto now = std::chrono::steady_clock::now();
+        const auto before = std::exchange(size, std::filesystem::file_size(file));
+        if (size != before)
+            grown = now;
+        return size > 1'500'000 && now - grown > std::chrono::seconds{4};
+    }));
+    recording.signal(SIGINT);
+    const auto outcome = recording.finish();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_THAT(outcome.messages, ::testing::StartsWith("Failed saving recording: "));
+    EXPECT_THAT(outcome.messages, ::testing::HasSubstr("No space left on device"));
+
+    const auto clip = readClip(file);
+    ASSERT_TRUE(clip.opened && clip.video);
+    EXPECT_THAT(clip.complaints, ::testing::IsEmpty());
+    ASSERT_GT(clip.video->pictures.size(), 5U);
+    const auto shown = window.shown();
+    for (const auto& picture : clip.video->pictures) {
+        ASSERT_TRUE(picture.reading.number()) << picture.time;
+        EXPECT_TRUE(shown.contains(*picture.reading.number()));
+    }
+    EXPECT_THAT(topLevelBoxes(file), ::testing::Not(::testing::Contains("moof")));
+}
+
+}  // namespace
+}  // namespace velmora::test
