@@ -34,7 +34,7 @@ public:
 
 /// Delivers pictures and sound of one filter until it is stopped or stops with an error.
 ///
-/// Pictures come when something changed, never closer than the configuration's minimum frame interval, all of the configuration's
+/// Pictures come when something changed, on average not closer than the configuration's minimum frame interval, all of the configuration's
 /// size, and at least every 0.5 s (the last picture again, with a new time stamp). Sound comes in blocks of at least 1024 frames
 /// of interleaved 32-bit float, without a gap while the sound server lives. Time stamps of both count CLOCK_MONOTONIC.
 /// After a stop was asked for nothing but its completion arrives. Outputs and delegate are held weakly.

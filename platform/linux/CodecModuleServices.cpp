@@ -8,8 +8,8 @@ namespace {
 
 class CompressionSessions final : public platform::CompressionSessionFactory {
 public:
-    tl::expected<std::shared_ptr<platform::CompressionSession>, platform::CompressionStatus>
-    makeSession(std::int32_t width, std::int32_t height, FourCharacterCode codec, platform::CompressionSession::OutputCallback output) override
+    tl::expected<std::shared_ptr<platform::CompressionSession>, platform::CompressionStatus> makeSession(
+        std::int32_t width, std::int32_t height, FourCharacterCode codec, platform::CompressionSession::OutputCallback output) override
     {
         constexpr platform::CompressionStatus moduleMissing = -1;
         const auto module = codecModule();

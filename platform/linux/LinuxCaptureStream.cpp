@@ -117,8 +117,8 @@ private:
             return;
         const AudioSourceFormat format{
             static_cast<std::int32_t>(configuration_.sampleRate), static_cast<std::int32_t>(configuration_.channelCount)};
-        const auto heard = audio_->start(audioTarget_, format,
-            [delivery = delivery_](SampleBufferRef block) { deliver(delivery, block, StreamOutputType::audio); });
+        const auto heard = audio_->start(
+            audioTarget_, format, [delivery = delivery_](SampleBufferRef block) { deliver(delivery, block, StreamOutputType::audio); });
         if (!heard)
             audio_.reset();
     }

@@ -116,14 +116,14 @@ TEST_F(PathUtilitiesTest, ChoosingANameCreatesNothing)
 TEST_F(PathUtilitiesTest, TheDefaultFolderIsVelmoraInTheFirstMoviesFolder)
 {
     fileManager.movies = {"/videos", "/other"};
-    fileManager.home = "/home/someone";
+    fileManager.home = "/users/someone";
     EXPECT_EQ(PathUtilities::defaultOutputDirectory(fileManager), "/videos/Velmora/");
 }
 
 TEST_F(PathUtilitiesTest, AnAccountWithoutAMoviesFolderGetsOneBelowItsHome)
 {
-    fileManager.home = "/home/someone";
-    EXPECT_EQ(PathUtilities::defaultOutputDirectory(fileManager), "/home/someone/Movies/Velmora/");
+    fileManager.home = "/users/someone";
+    EXPECT_EQ(PathUtilities::defaultOutputDirectory(fileManager), "/users/someone/Movies/Velmora/");
 }
 
 TEST_F(PathUtilitiesTest, AnExistingFolderIsLeftAsItIs)

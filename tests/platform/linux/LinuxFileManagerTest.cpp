@@ -13,9 +13,9 @@ namespace {
 
 TEST(VideosDirectory, IsTheEntryOfTheUserDirectories)
 {
-    EXPECT_EQ(videosDirectory("# comment\nXDG_DESKTOP_DIR=\"$HOME/Desktop\"\nXDG_VIDEOS_DIR=\"$HOME/Videos\"\n", "/home/someone"),
-        "/home/someone/Videos");
-    EXPECT_EQ(videosDirectory("  XDG_VIDEOS_DIR=\"/media/big disk/Films\"", "/home/someone"), "/media/big disk/Films");
+    EXPECT_EQ(videosDirectory("# comment\nXDG_DESKTOP_DIR=\"$HOME/Desktop\"\nXDG_VIDEOS_DIR=\"$HOME/Videos\"\n", "/users/someone"),
+        "/users/someone/Videos");
+    EXPECT_EQ(videosDirectory("  XDG_VIDEOS_DIR=\"/media/big disk/Films\"", "/users/someone"), "/media/big disk/Films");
 }
 
 TEST(VideosDirectory, KeepsEscapedCharacters)
