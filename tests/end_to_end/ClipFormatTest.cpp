@@ -13,9 +13,10 @@
 namespace velmora::test {
 namespace {
 
-using ::testing::ElementsAre;
+using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 /// One clip for all tests: a window that moves, with noise for its sound.
 class ClipFormatTest : public ::testing::Test {
@@ -122,11 +123,11 @@ TEST_F(ClipFormatTest, TheSoundIsStereoAacAt48kHzWithAbout192KilobitsASecond)
 TEST_F(ClipFormatTest, SoundAndPictureCoverTheSameTime)
 {
     // Sound comes when the sound server has been asked, and a loaded machine is still encoding pictures at the end.
-    constexpr double patience = 2;
+    constexpr double tolerance = 2;
     const double soundEnd = audio().secondsOf(audio().frames());
     EXPECT_GE(audio().start, 0);
-    EXPECT_LT(audio().start, patience);
-    EXPECT_NEAR(soundEnd, video().duration, patience);
+    EXPECT_LT(audio().start, tolerance);
+    EXPECT_NEAR(soundEnd, video().duration, tolerance);
     EXPECT_NEAR(clip().duration, std::max(soundEnd, video().duration), 0.03);
 }
 
@@ -140,8 +141,8 @@ TEST_F(ClipFormatTest, TheIndexStandsBeforeThePicturesAndNoFragmentIsLeft)
     EXPECT_NE(index, boxes.end());
     EXPECT_NE(media, boxes.end());
     EXPECT_LT(index - boxes.begin(), media - boxes.begin());
-    EXPECT_THAT(boxes, ::testing::Not(::testing::Contains("moof")));
-    EXPECT_THAT(boxes, ::testing::Not(::testing::Contains("?")));
+    EXPECT_THAT(boxes, Not(Contains("moof")));
+    EXPECT_THAT(boxes, Not(Contains("?")));
 }
 
 TEST_F(ClipFormatTest, LibavDecodesEverythingWithoutAComplaint)
@@ -168,8 +169,8 @@ TEST_F(ClipFormatTest, GStreamerDecodesBothTracks)
         runProgram({"gst-launch-1.0", "-q", "filesrc", "location=" + file().string(), "!", "decodebin", "name=d", "d.", "!", "queue", "!",
             "video/x-raw", "!", "fakesink", "sync=false", "d.", "!", "queue", "!", "audio/x-raw", "!", "fakesink", "sync=false"});
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.output + outcome.messages, ::testing::Not(HasSubstr("ERROR")));
-    EXPECT_THAT(outcome.output + outcome.messages, ::testing::Not(HasSubstr("WARN")));
+    EXPECT_THAT(outcome.output + outcome.messages, Not(HasSubstr("ERROR")));
+    EXPECT_THAT(outcome.output + outcome.messages, Not(HasSubstr("WARN")));
 }
 
 TEST_F(ClipFormatTest, ChromiumShowsEveryPartOfIt)

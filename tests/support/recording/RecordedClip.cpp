@@ -148,6 +148,10 @@ ClipPicture describe(const AVFrame& frame, AVRational base, const std::vector<Pi
 
 void append(ClipAudio& audio, const AVFrame& frame, AVRational base)
 {
+    if (frame.format != AV_SAMPLE_FMT_FLTP) {
+        av_log(nullptr, AV_LOG_ERROR, "sound in a format that this reader does not know\n");
+        return;
+    }
     if (audio.samples.empty())
         audio.start = seconds(frame.pts, base);
     for (int i = 0; i < frame.nb_samples; ++i) {
