@@ -5,7 +5,6 @@
 #include "tests/support/recording/Velmora.h"
 
 #include <algorithm>
-#include <cmath>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <memory>

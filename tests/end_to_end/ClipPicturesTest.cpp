@@ -5,8 +5,6 @@
 #include "tests/support/recording/Velmora.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdio>
 #include <gmock/gmock.h>
 #include <set>
 
