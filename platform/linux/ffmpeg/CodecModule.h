@@ -36,7 +36,8 @@ public:
     virtual Result<void> flush(std::vector<Packet>& packets) = 0;
 };
 
-/// Scales one BGRA picture into a part of another, bilinearly. Used on one thread; keeps its tables between calls of the same sizes.
+/// Scales a part of one BGRA picture into a part of another, bilinearly. The rectangles are the parts, in pixels from the first one of
+/// their picture. Used on one thread; keeps its tables between calls of the same sizes.
 class PictureScaler {
 public:
     virtual ~PictureScaler() = default;
