@@ -20,7 +20,7 @@ TEST(WindowsCommand, WritesEachWindowAsAnObjectInTheCataloguesOrder)
     ASSERT_TRUE(document.isArray());
     ASSERT_EQ(document.array().size(), 2);
     const QJsonObject expected{
-        {"id", 4'000'000'000},
+        {"id", qint64{4'000'000'000}},
         {"title", "Big Buck Bunny"},
         {"appName", "Firefox"},
         {"bundleID", "firefox"},
