@@ -160,7 +160,9 @@ void RecordingWriter::flush(std::optional<MediaTime> now)
 void RecordingWriter::finish(std::vector<TrackEnd> ends, Completion completion)
 {
     flush(std::nullopt);
-    state_->queue.async([state = state_, ends = std::move(ends), completion = std::move(completion)]() mutable {
+    // The completion may release this writer before the call that queues it has returned: `keepAlive` outlives that call.
+    const auto keepAlive = state_;
+    keepAlive->queue.async([state = state_, ends = std::move(ends), completion = std::move(completion)]() mutable {
         auto result = state->recording->finish(ends);
         if (!result)
             state->note(result.error());

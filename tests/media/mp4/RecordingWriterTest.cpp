@@ -35,7 +35,13 @@ std::vector<TimedSample> samplesOf(const Recording& recording)
     return samples;
 }
 
-std::unique_ptr<RecordingWriter> record(const std::shared_ptr<MemoryFile>& file, const Recording& recording, bool withDurations = false)
+// `file` as a writer sees it; `released` is set when the writer has let go of it.
+std::shared_ptr<File> watched(const std::shared_ptr<MemoryFile>& file, std::promise<void>& released)
+{
+    return {file.get(), [file, &released](File*) { released.set_value(); }};
+}
+
+std::unique_ptr<RecordingWriter> record(const std::shared_ptr<File>& file, const Recording& recording, bool withDurations = false)
 {
     auto writer = RecordingWriter::create(file, testOptions());
     EXPECT_TRUE(writer);
@@ -115,11 +121,9 @@ TEST(RecordingWriter, UnevenTimesAreKeptExactlyWhetherFinishedOrNot)
             EXPECT_EQ(samples[i].decodeTime, times[i]);
     };
     const auto unfinished = std::make_shared<MemoryFile>();
-    // The writer's own thread lets go of the file when everything has been written.
-    std::weak_ptr<MemoryFile> watch = unfinished;
-    record(unfinished, recording).reset();
-    while (watch.use_count() > 1)
-        std::this_thread::yield();
+    std::promise<void> released;
+    record(watched(unfinished, released), recording).reset();
+    released.get_future().wait();
     read(*unfinished);
     const auto finished = std::make_shared<MemoryFile>();
     ASSERT_TRUE(finish(*record(finished, recording), recording));
@@ -153,7 +157,8 @@ TEST(RecordingWriter, CancellingRemovesTheFileAtOnceAndDropsWhatIsQueued)
 {
     const auto& recording = makeRecording();
     const auto file = std::make_shared<MemoryFile>();
-    auto writer = RecordingWriter::create(file, testOptions());
+    std::promise<void> released;
+    auto writer = RecordingWriter::create(watched(file, released), testOptions());
     ASSERT_TRUE(writer);
     std::promise<void> gate;
     file->beforeWrite = [opened = gate.get_future().share()] { opened.wait(); };
@@ -164,8 +169,7 @@ TEST(RecordingWriter, CancellingRemovesTheFileAtOnceAndDropsWhatIsQueued)
     EXPECT_FALSE(file->isInFolder);
     gate.set_value();
     writer->reset();
-    while (file.use_count() > 1)
-        std::this_thread::yield();
+    released.get_future().wait();
     EXPECT_LE(file->writeCount, 2U);
 }
 
@@ -187,7 +191,8 @@ TEST(RecordingWriter, MayBeReleasedByItsOwnCompletion)
     const auto& recording = makeRecording();
     for (int i = 0; i < 20; ++i) {
         const auto file = std::make_shared<MemoryFile>();
-        auto writer = record(file, recording);
+        std::promise<void> released;
+        auto writer = record(watched(file, released), recording);
         std::promise<void> done;
         auto* raw = writer.get();
         raw->finish(recording.ends, [&done, owner = std::move(writer)](const Result<bool>& result) mutable {
@@ -196,8 +201,7 @@ TEST(RecordingWriter, MayBeReleasedByItsOwnCompletion)
             done.set_value();
         });
         done.get_future().wait();
-        while (file.use_count() > 1)
-            std::this_thread::yield();
+        released.get_future().wait();
         EXPECT_TRUE(readMovie(*file));
     }
 }

@@ -4,6 +4,7 @@
 #include "base/Mutex.h"
 #include "media/mp4/File.h"
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -62,7 +63,7 @@ public:
 
     Faults faults;
     bool lockedByAnother = false;
-    bool isInFolder = true;
+    std::atomic<bool> isInFolder = true;  ///< removal is safe on any thread
     std::size_t writeCount = 0;
     std::size_t syncCount = 0;
     /// Called before every write; a test may wait in it.
