@@ -116,6 +116,8 @@ private:
             url = PathUtilities::generateUniqueFileURL(folder, PathUtilities::prefixRecording, *fileManager_);
         }
         meter_->onFirstSample = [this](MediaTime time) { mainExecutor_->async([this, time] { firstSampleIsWritten(time); }); };
+        // What was written is saved at once; waiting longer would only lose more.
+        meter_->onWriterFailed = [this] { mainExecutor_->async([this] { endRecording(); }); };
         if (const auto started = service_->startManualRecording(url); !started)
             return fail(std::string{capture_message::failedToStartRecording} + started.error().localizedDescription);
         url_ = std::move(url);

@@ -15,10 +15,12 @@ bool isSilent(const SampleBuffer& block)
 
 class MeteredInput final : public platform::AssetWriterInput {
 public:
-    MeteredInput(std::shared_ptr<platform::AssetWriterInput> inner, MediaType mediaType, std::shared_ptr<RecordingMeter> meter)
+    MeteredInput(std::shared_ptr<platform::AssetWriterInput> inner, MediaType mediaType, std::shared_ptr<RecordingMeter> meter,
+        std::weak_ptr<platform::AssetWriter> writer)
         : inner_(std::move(inner))
         , mediaType_(mediaType)
         , meter_(std::move(meter))
+        , writer_(std::move(writer))
     {
     }
 
@@ -35,6 +37,8 @@ public:
     bool append(const SampleBufferRef& sample) override
     {
         const bool appended = inner_->append(sample);
+        if (!appended)
+            reportFailure();
         if (mediaType_ == MediaType::video)
             countFrame(*sample, appended);
         else if (appended && !isSilent(*sample))
@@ -48,6 +52,13 @@ public:
     [[nodiscard]] MediaType mediaType() const { return mediaType_; }
 
 private:
+    void reportFailure()
+    {
+        const auto writer = writer_.lock();
+        if (writer && writer->status() == platform::AssetWriter::Status::failed && meter_->onWriterFailed)
+            std::exchange(meter_->onWriterFailed, nullptr)();
+    }
+
     void countFrame(const SampleBuffer& sample, bool appended)
     {
         if (!appended)
@@ -59,6 +70,7 @@ private:
     std::shared_ptr<platform::AssetWriterInput> inner_;
     MediaType mediaType_;
     std::shared_ptr<RecordingMeter> meter_;
+    std::weak_ptr<platform::AssetWriter> writer_;
 };
 
 class MeteredWriter final : public platform::AssetWriter {
@@ -72,7 +84,7 @@ public:
     std::shared_ptr<platform::AssetWriterInput> makeInput(
         MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override
     {
-        return std::make_shared<MeteredInput>(inner_->makeInput(mediaType, settings, std::move(sourceFormatHint)), mediaType, meter_);
+        return std::make_shared<MeteredInput>(inner_->makeInput(mediaType, settings, std::move(sourceFormatHint)), mediaType, meter_, inner_);
     }
 
     [[nodiscard]] bool canAdd(const platform::AssetWriterInput& input) const override

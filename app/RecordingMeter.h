@@ -22,6 +22,10 @@ public:
 
     /// Called once, on the writer's queue, when the first sample is in the file. Set before the recording starts.
     std::function<void(MediaTime firstSampleTime)> onFirstSample;
+
+    /// Called once, on the writer's queue, when the writer has failed and refuses a sample: a full disk, say. Set before the recording
+    /// starts.
+    std::function<void()> onWriterFailed;
 };
 
 /// `writers` with every writer's samples counted by `meter`.

@@ -52,6 +52,19 @@ TEST_F(RecordingMeterTest, CountsWhatTheFileDidNotTakeAsDropped)
     EXPECT_EQ(meter->writtenFrames, 0U);
 }
 
+TEST_F(RecordingMeterTest, TellsOnceOfAWriterThatHasFailedButNotOfASampleThatWasRefused)
+{
+    int failures = 0;
+    meter->onWriterFailed = [&] { ++failures; };
+    fake().input(MediaType::video)->appendFails = true;
+    video->append(test::videoSample(100, true));
+    EXPECT_EQ(failures, 0);
+    fake().currentStatus = platform::AssetWriter::Status::failed;
+    video->append(test::videoSample(200, true));
+    video->append(test::videoSample(300, true));
+    EXPECT_EQ(failures, 1);
+}
+
 TEST_F(RecordingMeterTest, TellsSoundFromSilence)
 {
     EXPECT_FALSE(meter->writesSound);

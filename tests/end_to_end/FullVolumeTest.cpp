@@ -5,12 +5,9 @@
 #include "tests/support/recording/Velmora.h"
 
 #include <cerrno>
-#include <chrono>
-#include <csignal>
 #include <cstring>
 #include <gmock/gmock.h>
 #include <sys/mount.h>
-#include <utility>
 
 namespace velmora::test {
 namespace {
@@ -39,7 +36,7 @@ private:
     int error_ = 0;
 };
 
-TEST(FullVolume, KeepsWhatWasRecordedAndSaysThatNoSpaceIsLeft)
+TEST(FullVolume, EndsTheRecordingKeepsWhatWasRecordedAndSaysThatNoSpaceIsLeft)
 {
     const SmallVolume volume{"3m"};
     if (volume.error() != 0)
@@ -48,17 +45,7 @@ TEST(FullVolume, KeepsWhatWasRecordedAndSaysThatNoSpaceIsLeft)
     const auto file = volume.path() / "clip.mp4";
     RecordingProcess recording{window.id(), file};
     ASSERT_TRUE(recording.hasFragment());
-    // Fragments come at least once a second.
-    std::uintmax_t size = 0;
-    auto grown = std::chrono::steady_clock::now();
-    ASSERT_TRUE(waitUntil([&] {
-        const auto now = std::chrono::steady_clock::now();
-        const auto before = std::exchange(size, std::filesystem::file_size(file));
-        if (size != before)
-            grown = now;
-        return size > 1'500'000 && now - grown > std::chrono::seconds{4};
-    }));
-    recording.signal(SIGINT);
+    // Nobody asks it to stop: there is no use in going on.
     const auto outcome = recording.finish();
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "");
