@@ -98,7 +98,9 @@ void SerialQueue::submit(const std::shared_ptr<State>& state, UniqueFunction<voi
 
 void SerialQueue::async(UniqueFunction<void()> work)
 {
-    submit(state_, std::move(work));
+    // The work may release the queue before this returns.
+    const auto state = state_;
+    submit(state, std::move(work));
 }
 
 void SerialQueue::sync(UniqueFunction<void()> work)
