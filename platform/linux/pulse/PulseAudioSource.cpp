@@ -277,10 +277,10 @@ void PulseAudioSource::Session::onSink(const pa_sink_info& info)
 
 void PulseAudioSource::Session::record(std::uint32_t sinkInput, std::uint32_t monitorSource)
 {
-    const pa_sample_spec specification{
+    const pa_sample_spec sampleFormat{
         PA_SAMPLE_FLOAT32NE, static_cast<std::uint32_t>(format_.sampleRate), static_cast<std::uint8_t>(format_.channelCount)};
     auto recording = std::make_unique<Recording>(Recording{*this, sinkInput, 0, nullptr});
-    recording->stream.reset(pa_stream_new(context_.get(), "Velmora", &specification, nullptr));
+    recording->stream.reset(pa_stream_new(context_.get(), "Velmora", &sampleFormat, nullptr));
     auto* stream = recording->stream.get();
     if (!stream || pa_stream_set_monitor_stream(stream, sinkInput) < 0)
         return;
@@ -300,7 +300,7 @@ void PulseAudioSource::Session::record(std::uint32_t sinkInput, std::uint32_t mo
         recording.get());
     pa_buffer_attr attributes{};
     std::memset(&attributes, 0xff, sizeof attributes);  // the server's choice
-    attributes.fragsize = framesPerFragment * static_cast<std::uint32_t>(pa_frame_size(&specification));
+    attributes.fragsize = framesPerFragment * static_cast<std::uint32_t>(pa_frame_size(&sampleFormat));
     // It must never move: when the stream that it listens to ends, the server would put it on the default source, a microphone.
     const auto flags = static_cast<pa_stream_flags_t>(
         PA_STREAM_DONT_MOVE | PA_STREAM_INTERPOLATE_TIMING | PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_ADJUST_LATENCY);

@@ -1,4 +1,4 @@
-// The names under which applications are installed (Desktop Entry Specification 1.5).
+// The names under which applications are installed (freedesktop.org desktop entries, version 1.5).
 #pragma once
 
 #include <cstdint>
