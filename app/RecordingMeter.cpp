@@ -84,7 +84,8 @@ public:
     std::shared_ptr<platform::AssetWriterInput> makeInput(
         MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override
     {
-        return std::make_shared<MeteredInput>(inner_->makeInput(mediaType, settings, std::move(sourceFormatHint)), mediaType, meter_, inner_);
+        return std::make_shared<MeteredInput>(
+            inner_->makeInput(mediaType, settings, std::move(sourceFormatHint)), mediaType, meter_, inner_);
     }
 
     [[nodiscard]] bool canAdd(const platform::AssetWriterInput& input) const override
