@@ -22,11 +22,13 @@ using Layout = Yuv420View::Layout;
 // in a still window. So it counts frames at the planned rate, and its buffer is filled before each frame by what the time since the
 // frame before is worth (see budgetFor). Its average rate cannot be changed on the way, its buffer can: the buffer is what keeps the
 // rate, and the constant quality is what pictures get that do not need all of it.
+// Above the standard's greatest quantizer x264 leaves parts of a frame out rather than overdraw the buffer: after a burst of frames the
+// bottom of a picture would show the frame before.
 constexpr const char* x264Quality = "14";
-constexpr const char* x264Parameters = "cabac=1:8x8dct=1:bframes=0:annexb=0:qpmin=12";
+constexpr const char* x264Parameters = "cabac=1:8x8dct=1:bframes=0:annexb=0:qpmin=12:qpmax=51";
 
 // But it must not tell decoders that its frames come at a fixed rate (ITU-T H.264 E.2.1, fixed_frame_rate_flag).
-constexpr const char* x264HeaderParameters = "cabac=1:8x8dct=1:bframes=0:annexb=0:qpmin=12:force-cfr=0";
+constexpr const char* x264HeaderParameters = "cabac=1:8x8dct=1:bframes=0:annexb=0:qpmin=12:qpmax=51:force-cfr=0";
 
 /// The rate that levels and rate control are planned for; frames may come slower and unevenly.
 constexpr int plannedFrameRate = 60;

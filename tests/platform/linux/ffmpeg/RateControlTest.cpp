@@ -5,8 +5,10 @@
 #include "tests/platform/linux/ffmpeg/Decoding.h"
 #include "tests/platform/linux/ffmpeg/SessionOutput.h"
 #include "tests/platform/linux/ffmpeg/TestPictures.h"
+#include "tests/support/FrameNumber.h"
 
 #include <gtest/gtest.h>
+#include <random>
 
 namespace velmora::linux_backend {
 namespace {
@@ -23,6 +25,22 @@ constexpr double averageRate = 8e6;
 /// The average and a buffer of 6 Mbit, which the encoder overdraws by a few per cent of a picture that it guessed wrong.
 constexpr double mostInOneSecond = 1.05 * (8e6 + 6e6);
 
+/// The frame's number in a strip at the top and one at the bottom, noise between.
+void paintNumberedNoise(Canvas& canvas, std::uint32_t number)
+{
+    using test::FrameNumberStrip;
+    std::mt19937 random{number};
+    canvas.fillWithNoise(random);
+    const int strip = FrameNumberStrip::height(height);
+    for (int block = 0; block < FrameNumberStrip::blockCount; ++block) {
+        const int start = FrameNumberStrip::blockStart(block, width);
+        const int end = FrameNumberStrip::blockStart(block + 1, width);
+        const auto level = static_cast<std::uint8_t>(FrameNumberStrip::isWhite(block, number) ? 255 : 0);
+        for (const int y : {0, height - strip})
+            canvas.fill({start, y, end - start, strip}, {level, level, level});
+    }
+}
+
 /// One recording of scenes that are made as they are needed.
 class Recording {
 public:
@@ -37,6 +55,14 @@ public:
         for (std::int64_t i = 0; i < duration * framesPerSecond / second; ++i) {
             testing::paintMovingScene(canvas_, ++scene_, 96);
             encode(second / framesPerSecond);
+        }
+    }
+
+    void addNumberedNoise(int frames, std::int64_t interval)
+    {
+        for (int i = 0; i < frames; ++i) {
+            paintNumberedNoise(canvas_, static_cast<std::uint32_t>(frameCount_));
+            encode(interval);
         }
     }
 
@@ -67,6 +93,19 @@ public:
         for (const auto& sample : output_->samples())
             most = std::max(most, bitsBetween(sample->presentationTimeStamp.value, sample->presentationTimeStamp.value + span));
         return most;
+    }
+
+    void expectEveryNumberWhole()
+    {
+        const auto frames = testing::decodeVideo(output_->samples());
+        ASSERT_EQ(frames.size(), frameCount_);
+        for (std::size_t i = 0; i < frames.size(); ++i) {
+            const auto& frame = *frames[i];
+            const auto reading = test::readFrameNumber({reinterpret_cast<const std::byte*>(frame.data[0]),
+                static_cast<std::size_t>(frame.linesize[0]), frame.width, frame.height, 1});
+            EXPECT_EQ(reading.top, i) << "top of frame " << i;
+            EXPECT_EQ(reading.bottom, i) << "bottom of frame " << i;
+        }
     }
 
     void expectToDecode() { EXPECT_EQ(testing::decodeVideo(output_->samples()).size(), frameCount_); }
@@ -142,6 +181,19 @@ TEST(RateControl, MotionAfterAnUnevenGapIsNoBurst)
     recording.addMotion(2 * second, 60);
     EXPECT_LE(recording.mostBitsWithin(second), mostInOneSecond);
     EXPECT_GT(recording.bitsBetween(motion, motion + second), averageRate / 2);
+}
+
+TEST(RateControl, AFrameAfterABurstOfFramesShowsNothingOfTheFrameBefore)
+{
+    for (const auto effort : {EncodingEffort::normal, EncodingEffort::low}) {
+        Recording recording{effort};
+        for (int i = 0; i < 8; ++i) {
+            recording.addNumberedNoise(20, second / 60);
+            recording.addNumberedNoise(10, second / 1000);
+            recording.addNumberedNoise(1, second / 4);
+        }
+        recording.expectEveryNumberWhole();
+    }
 }
 
 }  // namespace
