@@ -6,7 +6,7 @@
 #include "app/RepairCommand.h"
 #include "app/TerminationSignals.h"
 #include "app/WindowsCommand.h"
-#include "platform/PlatformServices.h"
+#include "platform/PlatformFactory.h"
 #include "system/Log.h"
 
 #include <QCoreApplication>
@@ -24,12 +24,12 @@ int run(const command_line::Command& command)
         std::fputs(qUtf8Printable(print->text), stdout);
         return command_line::succeeded;
     }
-    const auto services = platform::makePlatformServices();
+    const auto mainExecutor = std::make_shared<MainThreadExecutor>();
+    const auto services = platform::makePlatformServices(mainExecutor);
     Log::setSink(services.logSink);
     if (const auto* repair = std::get_if<command_line::Repair>(&command))
         return runRepairCommand(*repair, *services.assetRepairer);
 
-    const auto mainExecutor = std::make_shared<MainThreadExecutor>();
     if (const auto* windows = std::get_if<command_line::Windows>(&command))
         return runWindowsCommand(*windows, services, mainExecutor);
     return runRecordCommand(std::get<command_line::Record>(command), services, mainExecutor);

@@ -3,10 +3,19 @@
 
 #include "base/Result.h"
 
+#include <chrono>
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 namespace velmora::platform {
+
+struct FileAttributes {
+    std::optional<std::chrono::system_clock::time_point> creationDate;
+    std::optional<std::int64_t> size;  ///< bytes
+    bool isRegularFile = false;
+};
 
 /// Thread-safe. Paths are absolute.
 class FileManager {
@@ -19,6 +28,13 @@ public:
 
     /// Whether anything is there, and whether it is a directory. A link counts as what it points to.
     [[nodiscard]] virtual bool fileExists(const std::filesystem::path& path, bool* isDirectory = nullptr) const = 0;
+
+    /// What lies immediately in `directory`, in the order of the file system; without names that begin with a dot if `skipsHiddenFiles`.
+    [[nodiscard]] virtual Result<std::vector<std::filesystem::path>> contentsOfDirectory(
+        const std::filesystem::path& directory, bool skipsHiddenFiles) const = 0;
+
+    /// Of what a link points to. Opens nothing.
+    [[nodiscard]] virtual Result<FileAttributes> attributesOfItem(const std::filesystem::path& path) const = 0;
 
     /// Creates `path` and what is missing above it.
     virtual Result<void> createDirectory(const std::filesystem::path& path) = 0;

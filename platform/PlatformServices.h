@@ -1,14 +1,21 @@
-// Seam: all platform services of this process, and the one function that makes them.
+// Seam: all platform services of this process.
 #pragma once
 
+#include "platform/Asset.h"
 #include "platform/AssetRepairer.h"
 #include "platform/AssetWriter.h"
 #include "platform/CaptureStream.h"
 #include "platform/CompressionSession.h"
 #include "platform/FileManager.h"
+#include "platform/HotKeyCenter.h"
 #include "platform/LogSink.h"
+#include "platform/ScreenCaptureAccess.h"
 #include "platform/Screens.h"
 #include "platform/ShareableContent.h"
+#include "platform/SharingServices.h"
+#include "platform/UserDefaults.h"
+#include "platform/UserNotificationCenter.h"
+#include "platform/Workspace.h"
 
 #include <memory>
 
@@ -24,10 +31,13 @@ struct PlatformServices {
     std::shared_ptr<CompressionSessionFactory> compressionSessions;
     std::shared_ptr<AssetWriterFactory> assetWriters;
     std::shared_ptr<AssetRepairer> assetRepairer;
+    std::shared_ptr<AssetReader> assetReader;
+    std::shared_ptr<HotKeyCenter> hotKeyCenter;
+    std::shared_ptr<ScreenCaptureAccess> screenCaptureAccess;
+    std::shared_ptr<UserNotificationCenter> userNotificationCenter;
+    std::shared_ptr<Workspace> workspace;
+    std::shared_ptr<UserDefaults> userDefaults;
+    std::shared_ptr<SharingServices> sharingServices;
 };
-
-/// Chooses the back end for the desktop that this process runs on. Once, on the main thread, at program start; connects to nothing
-/// until a service is used.
-PlatformServices makePlatformServices();
 
 }  // namespace velmora::platform

@@ -1,8 +1,10 @@
-// The real file system below folders that a test chooses, with faults on demand.
+// The real file system below folders that a test chooses, with faults and dates on demand.
 #pragma once
 
 #include "platform/FileManager.h"
 
+#include <algorithm>
+#include <map>
 #include <optional>
 #include <utility>
 
@@ -20,6 +22,35 @@ public:
         if (isDirectory)
             *isDirectory = std::filesystem::is_directory(status);
         return std::filesystem::exists(status);
+    }
+
+    [[nodiscard]] Result<std::vector<std::filesystem::path>> contentsOfDirectory(
+        const std::filesystem::path& directory, bool skipsHiddenFiles) const override
+    {
+        std::error_code error;
+        std::vector<std::filesystem::path> contents;
+        for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
+            if (!skipsHiddenFiles || !entry.path().filename().native().starts_with('.'))
+                contents.push_back(entry.path());
+        }
+        if (error)
+            return fail("POSIX", error.value(), error.message());
+        std::sort(contents.begin(), contents.end());
+        return contents;
+    }
+
+    [[nodiscard]] Result<platform::FileAttributes> attributesOfItem(const std::filesystem::path& path) const override
+    {
+        if (attributesError)
+            return fail(*attributesError);
+        platform::FileAttributes attributes;
+        if (const auto date = creationDates.find(path); date != creationDates.end())
+            attributes.creationDate = date->second;
+        std::error_code error;
+        attributes.isRegularFile = std::filesystem::is_regular_file(path, error);
+        if (const auto size = std::filesystem::file_size(path, error); !error)
+            attributes.size = static_cast<std::int64_t>(size);
+        return attributes;
     }
 
     Result<void> createDirectory(const std::filesystem::path& path) override
@@ -44,6 +75,8 @@ public:
     std::vector<std::filesystem::path> movies;
     std::filesystem::path home;
     std::optional<Error> createError;
+    std::optional<Error> attributesError;
+    std::map<std::filesystem::path, std::chrono::system_clock::time_point> creationDates;  ///< a file that is not here has none
 };
 
 }  // namespace velmora::fake

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <iterator>
 #include <pwd.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -29,6 +32,12 @@ std::filesystem::path configurationDirectory(const std::filesystem::path& home)
 Error fileError(const std::error_code& error, const std::filesystem::path& path)
 {
     return posixError(error.value(), path.native());
+}
+
+std::chrono::system_clock::time_point timePoint(const struct statx_timestamp& time)
+{
+    const auto sinceEpoch = std::chrono::seconds{time.tv_sec} + std::chrono::nanoseconds{time.tv_nsec};
+    return std::chrono::system_clock::time_point{std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch)};
 }
 
 class LinuxFileManager final : public platform::FileManager {
@@ -59,6 +68,37 @@ public:
         if (isDirectory)
             *isDirectory = std::filesystem::is_directory(status);
         return std::filesystem::exists(status);
+    }
+
+    [[nodiscard]] Result<std::vector<std::filesystem::path>> contentsOfDirectory(
+        const std::filesystem::path& directory, bool skipsHiddenFiles) const override
+    {
+        std::error_code error;
+        std::vector<std::filesystem::path> contents;
+        for (auto entry = std::filesystem::directory_iterator{directory, error}; !error && entry != std::filesystem::directory_iterator{};
+             entry.increment(error)) {
+            if (!skipsHiddenFiles || !entry->path().filename().native().starts_with('.'))
+                contents.push_back(entry->path());
+        }
+        if (error)
+            return fail(fileError(error, directory));
+        return contents;
+    }
+
+    [[nodiscard]] Result<platform::FileAttributes> attributesOfItem(const std::filesystem::path& path) const override
+    {
+        struct statx found { };
+        if (::statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME, &found) != 0)
+            return fail(posixError(errno, path.native()));
+        platform::FileAttributes attributes;
+        attributes.isRegularFile = S_ISREG(found.stx_mode);
+        attributes.size = static_cast<std::int64_t>(found.stx_size);
+        // Not every file system keeps a time of birth.
+        if ((found.stx_mask & STATX_BTIME) != 0)
+            attributes.creationDate = timePoint(found.stx_btime);
+        else if ((found.stx_mask & STATX_MTIME) != 0)
+            attributes.creationDate = timePoint(found.stx_mtime);
+        return attributes;
     }
 
     Result<void> createDirectory(const std::filesystem::path& path) override

@@ -1,6 +1,7 @@
 // The one place that asks which desktop this is.
 
-#include "platform/PlatformServices.h"
+#include "platform/PlatformFactory.h"
+
 #include "platform/linux/ApplicationAudio.h"
 #include "platform/linux/AssetRepairer.h"
 #include "platform/linux/CodecModuleServices.h"
@@ -48,23 +49,22 @@ void useNothing(PlatformServices& services, const char* reason)
 {
     services.shareableContent = null_backend::makeShareableContent(reason);
     services.captureStreams = null_backend::makeCaptureStreams(reason);
+    services.hotKeyCenter = null_backend::makeHotKeyCenter();
+    services.screenCaptureAccess = null_backend::makeScreenCaptureAccess(reason);
 }
 
 }  // namespace
 
-PlatformServices makePlatformServices()
+PlatformServices makePlatformServices([[maybe_unused]] std::shared_ptr<Executor> mainExecutor)
 {
     using namespace linux_backend;
-    PlatformServices services{
-        .logSink = makeLogSink(),
-        .fileManager = makeFileManager(),
-        .screens = std::make_shared<PixelScreens>(),
-        .shareableContent = nullptr,
-        .captureStreams = nullptr,
-        .compressionSessions = makeCompressionSessions(),
-        .assetWriters = makeAssetWriters(),
-        .assetRepairer = makeAssetRepairer(),
-    };
+    PlatformServices services;
+    services.logSink = makeLogSink();
+    services.fileManager = makeFileManager();
+    services.screens = std::make_shared<PixelScreens>();
+    services.compressionSessions = makeCompressionSessions();
+    services.assetWriters = makeAssetWriters();
+    services.assetRepairer = makeAssetRepairer();
     // Xwayland would answer too, but shows only some of the windows, and those not whole.
     if (!environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland")
         useNothing(services, "Windows of a Wayland session cannot be captured yet; log in to an X11 session.");

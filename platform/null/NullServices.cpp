@@ -49,6 +49,29 @@ private:
     std::string reason_;
 };
 
+class NullHotKeyCenter final : public platform::HotKeyCenter {
+public:
+    tl::expected<EventHandlerReference, platform::HotKeyStatus> installEventHandler(EventHandler) override { return 1; }
+    void removeEventHandler(EventHandlerReference) override { }
+    tl::expected<HotKeyReference, platform::HotKeyStatus> registerEventHotKey(std::uint32_t, std::uint32_t, platform::HotKeyID) override
+    {
+        return tl::unexpected(hotKeysUnavailable);
+    }
+    void unregisterEventHotKey(HotKeyReference) override { }
+};
+
+class NullScreenCaptureAccess final : public platform::ScreenCaptureAccess {
+public:
+    explicit NullScreenCaptureAccess(std::string reason) : reason_(std::move(reason)) { }
+
+    [[nodiscard]] bool preflightScreenCaptureAccess() override { return false; }
+    bool requestScreenCaptureAccess() override { return false; }
+    [[nodiscard]] std::string explanation() const override { return reason_; }
+
+private:
+    std::string reason_;
+};
+
 }  // namespace
 
 std::shared_ptr<platform::ShareableContentProvider> makeShareableContent(std::string reason)
@@ -59,6 +82,16 @@ std::shared_ptr<platform::ShareableContentProvider> makeShareableContent(std::st
 std::shared_ptr<platform::CaptureStreamFactory> makeCaptureStreams(std::string reason)
 {
     return std::make_shared<NullCaptureStreams>(std::move(reason));
+}
+
+std::shared_ptr<platform::HotKeyCenter> makeHotKeyCenter()
+{
+    return std::make_shared<NullHotKeyCenter>();
+}
+
+std::shared_ptr<platform::ScreenCaptureAccess> makeScreenCaptureAccess(std::string reason)
+{
+    return std::make_shared<NullScreenCaptureAccess>(std::move(reason));
 }
 
 }  // namespace velmora::null_backend

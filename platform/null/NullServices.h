@@ -2,6 +2,8 @@
 #pragma once
 
 #include "platform/CaptureStream.h"
+#include "platform/HotKeyCenter.h"
+#include "platform/ScreenCaptureAccess.h"
 #include "platform/ShareableContent.h"
 
 #include <memory>
@@ -14,5 +16,12 @@ std::shared_ptr<platform::ShareableContentProvider> makeShareableContent(std::st
 
 /// Streams that fail to start with `reason`.
 std::shared_ptr<platform::CaptureStreamFactory> makeCaptureStreams(std::string reason);
+
+/// No hot key can be registered: every registration fails with this status.
+inline constexpr platform::HotKeyStatus hotKeysUnavailable = -1;
+std::shared_ptr<platform::HotKeyCenter> makeHotKeyCenter();
+
+/// Never granted; `reason` is the explanation.
+std::shared_ptr<platform::ScreenCaptureAccess> makeScreenCaptureAccess(std::string reason);
 
 }  // namespace velmora::null_backend

@@ -1,0 +1,27 @@
+// Seam: what is in a file of media.
+#pragma once
+
+#include "base/Result.h"
+#include "base/UniqueFunction.h"
+#include "media/MediaTime.h"
+#include "media/PixelBuffer.h"
+
+#include <cstdint>
+#include <filesystem>
+
+namespace velmora::platform {
+
+/// Main thread or any other; completions come on any thread, exactly once. Files are read on a thread of their own, never written.
+class AssetReader {
+public:
+    virtual ~AssetReader() = default;
+
+    /// The duration in the file's own time scale. Fails for what is no readable movie, and for what is no regular file, unopened.
+    virtual void loadDuration(const std::filesystem::path& file, UniqueFunction<void(Result<MediaTime>)> completion) = 0;
+
+    /// The picture shown at `time`, upright, in pixels, scaled down to fit into `maximumWidth` x `maximumHeight` with its shape kept.
+    virtual void generateImage(const std::filesystem::path& file, MediaTime time, std::int32_t maximumWidth, std::int32_t maximumHeight,
+        UniqueFunction<void(Result<PixelBufferRef>)> completion) = 0;
+};
+
+}  // namespace velmora::platform

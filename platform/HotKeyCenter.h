@@ -1,0 +1,53 @@
+// Seam: key combinations that reach the program whatever program has the focus.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <tl/expected.hpp>
+
+namespace velmora::platform {
+
+/// 0 is success; every other value is the platform's own code.
+using HotKeyStatus = std::int32_t;
+
+/// Who registered a hot key, and which of theirs it is.
+struct HotKeyID {
+    std::uint32_t signature = 0;  ///< a four-character code
+    std::uint32_t id = 0;
+
+    friend bool operator==(const HotKeyID&, const HotKeyID&) = default;
+};
+
+/// One press. Holding the keys down is one press.
+struct HotKeyEvent {
+    std::optional<HotKeyID> hotKeyID;  ///< none when the event does not tell
+};
+
+/// Main thread only.
+class HotKeyCenter {
+public:
+    /// 0 is no reference.
+    using EventHandlerReference = std::uint64_t;
+    using HotKeyReference = std::uint64_t;
+
+    /// Called on the main thread with every press of a registered hot key of this process.
+    using EventHandler = std::function<HotKeyStatus(const HotKeyEvent&)>;
+
+    static constexpr std::uint32_t commandModifier = 0x100;
+    static constexpr std::uint32_t shiftModifier = 0x200;
+    static constexpr std::uint32_t optionModifier = 0x800;
+    static constexpr std::uint32_t controlModifier = 0x1000;
+
+    virtual ~HotKeyCenter() = default;
+
+    virtual tl::expected<EventHandlerReference, HotKeyStatus> installEventHandler(EventHandler handler) = 0;
+    virtual void removeEventHandler(EventHandlerReference reference) = 0;
+
+    /// `keyCode` is the position of a key on the ANSI layout (8: the key right of X), not a character; `modifiers` are the bits above.
+    virtual tl::expected<HotKeyReference, HotKeyStatus> registerEventHotKey(
+        std::uint32_t keyCode, std::uint32_t modifiers, HotKeyID hotKeyID) = 0;
+    virtual void unregisterEventHotKey(HotKeyReference reference) = 0;
+};
+
+}  // namespace velmora::platform

@@ -1,0 +1,41 @@
+// Seam: the desktop around the program: opening things, and what happens to the machine.
+#pragma once
+
+#include "base/UniqueFunction.h"
+
+#include <filesystem>
+#include <functional>
+#include <string_view>
+#include <vector>
+
+namespace velmora::platform {
+
+/// Called on the main thread.
+struct WorkspaceObserver {
+    /// The machine is about to sleep. It waits, as long as the system lets it, until the argument is called or released.
+    std::function<void(UniqueFunction<void()> readyToSleep)> willSleep;
+    std::function<void()> didWake;
+
+    /// A display was added, removed, moved or changed its mode.
+    std::function<void()> screenParametersDidChange;
+};
+
+/// Main thread only. Nothing here waits for another program; what cannot be done is left undone.
+class Workspace {
+public:
+    virtual ~Workspace() = default;
+
+    /// For the rest of the process. Observing begins with the first observer.
+    virtual void addObserver(WorkspaceObserver observer) = 0;
+
+    /// Opens a file or folder with the user's program for it.
+    virtual void open(const std::filesystem::path& path) = 0;
+
+    /// Opens a link. The settings links of other desktops are mapped to this desktop's own page.
+    virtual void openURL(std::string_view url) = 0;
+
+    /// Shows the files selected in the file browser.
+    virtual void activateFileViewerSelecting(const std::vector<std::filesystem::path>& files) = 0;
+};
+
+}  // namespace velmora::platform

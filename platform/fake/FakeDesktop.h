@@ -1,0 +1,84 @@
+// What the desktop around the program does and is asked for, under a test's control.
+#pragma once
+
+#include "platform/ScreenCaptureAccess.h"
+#include "platform/SharingServices.h"
+#include "platform/UserDefaults.h"
+#include "platform/Workspace.h"
+
+#include <map>
+#include <string>
+#include <utility>
+
+namespace velmora::fake {
+
+class FakeScreenCaptureAccess final : public platform::ScreenCaptureAccess {
+public:
+    [[nodiscard]] bool preflightScreenCaptureAccess() override { return isGranted; }
+
+    bool requestScreenCaptureAccess() override
+    {
+        ++requestCount;
+        return answer;
+    }
+
+    [[nodiscard]] std::string explanation() const override { return reason; }
+
+    bool isGranted = true;
+    bool answer = true;  ///< to the next request
+    int requestCount = 0;
+    std::string reason;
+};
+
+class FakeWorkspace final : public platform::Workspace {
+public:
+    void addObserver(platform::WorkspaceObserver observer) override { observers.push_back(std::move(observer)); }
+    void open(const std::filesystem::path& path) override { opened.push_back(path); }
+    void openURL(std::string_view url) override { openedURLs.emplace_back(url); }
+    void activateFileViewerSelecting(const std::vector<std::filesystem::path>& files) override { revealed.push_back(files); }
+
+    void sleep()
+    {
+        for (auto& observer : observers)
+            observer.willSleep([this] { ++readyCount; });
+    }
+    void wake()
+    {
+        for (auto& observer : observers)
+            observer.didWake();
+    }
+    void changeScreens()
+    {
+        for (auto& observer : observers)
+            observer.screenParametersDidChange();
+    }
+
+    std::vector<platform::WorkspaceObserver> observers;
+    std::vector<std::filesystem::path> opened;
+    std::vector<std::string> openedURLs;
+    std::vector<std::vector<std::filesystem::path>> revealed;
+    int readyCount = 0;  ///< observers that let the machine sleep
+};
+
+class FakeUserDefaults final : public platform::UserDefaults {
+public:
+    [[nodiscard]] bool boolean(std::string_view key) const override
+    {
+        const auto found = values.find(key);
+        return found != values.end() && found->second;
+    }
+    void setBoolean(std::string_view key, bool value) override { values.insert_or_assign(std::string{key}, value); }
+
+    std::map<std::string, bool, std::less<>> values;
+};
+
+class FakeSharingServices final : public platform::SharingServices {
+public:
+    [[nodiscard]] std::vector<platform::SharingService> services() const override { return offered; }
+    void perform(const std::string& identifier, const std::filesystem::path& file) override { performed.emplace_back(identifier, file); }
+
+    std::vector<platform::SharingService> offered{{"copy-file", "Copy File"}, {"copy-path", "Copy Path"}};
+    std::vector<std::pair<std::string, std::filesystem::path>> performed;
+};
+
+}  // namespace velmora::fake

@@ -1,0 +1,62 @@
+// Hot keys that a test presses.
+#pragma once
+
+#include "platform/HotKeyCenter.h"
+
+#include <map>
+#include <optional>
+#include <utility>
+
+namespace velmora::fake {
+
+class FakeHotKeyCenter final : public platform::HotKeyCenter {
+public:
+    struct Registration {
+        std::uint32_t keyCode = 0;
+        std::uint32_t modifiers = 0;
+        platform::HotKeyID hotKeyID;
+
+        friend bool operator==(const Registration&, const Registration&) = default;
+    };
+
+    tl::expected<EventHandlerReference, platform::HotKeyStatus> installEventHandler(EventHandler handler) override
+    {
+        if (installStatus != 0)
+            return tl::unexpected(installStatus);
+        handlers[++lastReference_] = std::move(handler);
+        return lastReference_;
+    }
+
+    void removeEventHandler(EventHandlerReference reference) override { handlers.erase(reference); }
+
+    tl::expected<HotKeyReference, platform::HotKeyStatus> registerEventHotKey(
+        std::uint32_t keyCode, std::uint32_t modifiers, platform::HotKeyID hotKeyID) override
+    {
+        if (registerStatus != 0)
+            return tl::unexpected(registerStatus);
+        registrations[++lastReference_] = {keyCode, modifiers, hotKeyID};
+        return lastReference_;
+    }
+
+    void unregisterEventHotKey(HotKeyReference reference) override { registrations.erase(reference); }
+
+    /// What the handler answers; none without a handler.
+    std::optional<platform::HotKeyStatus> press(std::optional<platform::HotKeyID> hotKeyID)
+    {
+        std::optional<platform::HotKeyStatus> status;
+        const auto current = handlers;
+        for (const auto& [reference, handler] : current)
+            status = handler({hotKeyID});
+        return status;
+    }
+
+    platform::HotKeyStatus installStatus = 0;
+    platform::HotKeyStatus registerStatus = 0;
+    std::map<EventHandlerReference, EventHandler> handlers;
+    std::map<HotKeyReference, Registration> registrations;
+
+private:
+    std::uint64_t lastReference_ = 0;
+};
+
+}  // namespace velmora::fake
