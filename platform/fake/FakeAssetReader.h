@@ -16,9 +16,9 @@ public:
         asked.push_back(file);
         const auto found = durations.find(file);
         auto answer = [completion = std::move(completion),
-                          result = found == durations.end() ? fail("Velmora.Fake", 1, "no such asset") : Result<MediaTime>{found->second}]() mutable {
-            completion(std::move(result));
-        };
+                          result = found == durations.end()
+                              ? fail("Velmora.Fake", 1, "no such asset")
+                              : Result<MediaTime>{found->second}]() mutable { completion(std::move(result)); };
         if (answersAtOnce)
             answer();
         else

@@ -25,7 +25,8 @@ public:
     {
         const auto end = elapsed_ + duration;
         for (;;) {
-            const auto next = std::min_element(entries_.begin(), entries_.end(), [](const auto& a, const auto& b) { return a->due < b->due; });
+            const auto next =
+                std::min_element(entries_.begin(), entries_.end(), [](const auto& a, const auto& b) { return a->due < b->due; });
             if (next == entries_.end() || (*next)->due > end)
                 break;
             const auto entry = *next;

@@ -10,7 +10,10 @@
 #include <functional>
 #include <numbers>
 #include <stdexcept>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace velmora::test {
@@ -27,6 +30,20 @@ void waitUntil(const std::function<bool()>& condition, const char* what)
             throw std::runtime_error(std::string{"not ready: "} + what);
         std::this_thread::sleep_for(std::chrono::milliseconds{20});
     }
+}
+
+/// A socket is there before it listens, and a client that comes between is refused and ends.
+bool listens(const std::filesystem::path& socket)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (socket.native().size() >= sizeof address.sun_path)
+        throw std::runtime_error("the socket's path is too long");
+    std::memcpy(address.sun_path, socket.c_str(), socket.native().size() + 1);
+    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool isConnected = ::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    ::close(descriptor);
+    return isConnected;
 }
 
 void setVariable(const std::string& name, const std::optional<std::string>& value)
@@ -94,7 +111,7 @@ PipeWireServer::PipeWireServer(const PrivateSession& session)
                                                           "]\n";
     bus_ = std::make_unique<ChildProcess>(std::vector<std::string>{
         "dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=unix:path=" + (session.directory() / "run" / "bus").string()});
-    waitUntil([&] { return std::filesystem::exists(session.directory() / "run" / "bus"); }, "dbus-daemon");
+    waitUntil([&] { return listens(session.directory() / "run" / "bus"); }, "dbus-daemon");
     startPrograms();
 }
 
@@ -102,7 +119,7 @@ void PipeWireServer::startPrograms()
 {
     pipeWire_ = std::make_unique<ChildProcess>(std::vector<std::string>{"pipewire"});
     const std::filesystem::path runtime{::getenv("XDG_RUNTIME_DIR")};
-    waitUntil([&] { return std::filesystem::exists(runtime / "pipewire-0"); }, "pipewire");
+    waitUntil([&] { return listens(runtime / "pipewire-0"); }, "pipewire");
     wirePlumber_ = std::make_unique<ChildProcess>(std::vector<std::string>{"wireplumber"});
     pulse_ = std::make_unique<ChildProcess>(std::vector<std::string>{"pipewire-pulse"});
     waitUntil([] { return outputOf({"pactl", "get-default-sink"}) == std::string{sinkName} + "\n"; }, "the sink");
