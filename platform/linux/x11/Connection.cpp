@@ -50,6 +50,12 @@ bool Connection::succeeded(xcb_void_cookie_t checkedCookie) const
     return !error && !isBroken();
 }
 
+std::uint8_t Connection::errorCode(xcb_void_cookie_t checkedCookie) const
+{
+    const XcbOwned<xcb_generic_error_t> error{xcb_request_check(connection_, checkedCookie)};
+    return error ? error->error_code : std::uint8_t{0};
+}
+
 std::vector<std::uint32_t> values32(const xcb_get_property_reply_t* property)
 {
     if (!property || property->format != 32)

@@ -64,6 +64,9 @@ public:
     /// True when the server carried out a checked request.
     [[nodiscard]] bool succeeded(xcb_void_cookie_t checkedCookie) const;
 
+    /// The code of the error that the server answered a checked request with; 0 when there was none, or the connection broke.
+    [[nodiscard]] std::uint8_t errorCode(xcb_void_cookie_t checkedCookie) const;
+
     /// The next event, if one has arrived.
     [[nodiscard]] Event poll() const { return Event{xcb_poll_for_event(connection_)}; }
 

@@ -1,6 +1,6 @@
 #include "platform/linux/x11/X11VideoSource.h"
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/WakeUp.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/Cursor.h"
 #include "platform/linux/x11/DamageRegion.h"
@@ -20,7 +20,6 @@
 #include <optional>
 #include <poll.h>
 #include <pthread.h>
-#include <sys/eventfd.h>
 #include <thread>
 #include <utility>
 #include <xcb/composite.h>
@@ -48,17 +47,6 @@ std::uint64_t nextStreamNumber()
     static std::atomic<std::uint64_t> last{0};
     return ++last;
 }
-
-/// Wakes a poll from another thread.
-class WakeUp {
-public:
-    [[nodiscard]] bool isValid() const { return static_cast<bool>(descriptor_); }
-    [[nodiscard]] int descriptor() const { return descriptor_.get(); }
-    void signal() { eventfd_write(descriptor_.get(), 1); }
-
-private:
-    FileDescriptor descriptor_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
-};
 
 /// The extensions in the versions that captures use. Their version requests are part of their protocols' handshake.
 Result<void> requireExtensions(const Connection& connection)
