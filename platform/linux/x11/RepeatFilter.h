@@ -7,9 +7,9 @@
 
 namespace velmora::linux_backend {
 
-/// A server puts a release of the same moment before each repetition that it makes up (unless a client asks it not to), and nobody
-/// releases and presses a key within one millisecond. So nothing has to be remembered of what is held, and a release that
-/// never came spoils nothing.
+/// A server puts a release of the same moment before each repetition that it makes up (unless a client asks it not to), and no hand
+/// releases and presses a key within one tick of the server's clock, a few milliseconds. So nothing has to be remembered of what is
+/// held, and a release that never came spoils nothing.
 class RepeatFilter {
 public:
     void release(xcb_keycode_t key, xcb_timestamp_t time) { released_ = {key, time}; }
