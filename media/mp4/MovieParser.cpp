@@ -200,11 +200,13 @@ private:
     std::uint32_t next_ = 0;
 };
 
-Result<void> readSamples(std::span<const std::byte> stbl, std::uint64_t fileSize, Track& track)
+Result<void> readSamples(std::span<const std::byte> stbl, std::uint64_t fileSize, std::size_t budget, Track& track)
 {
     auto sizes = readSampleSizes(stbl);
     if (!sizes)
         return fail(sizes.error());
+    if (sizes->count > budget)
+        return tooLarge();
     if (sizes->count == 0)
         return {};
     auto runs = readChunkRuns(stbl);
@@ -307,7 +309,7 @@ Result<std::int32_t> readTimescale(std::span<const std::byte> payload, std::uint
 }
 
 // None for a track that is neither pictures nor sound.
-Result<std::optional<Track>> readTrack(std::span<const std::byte> trak, const Movie& movie, std::uint64_t fileSize)
+Result<std::optional<Track>> readTrack(std::span<const std::byte> trak, const Movie& movie, std::uint64_t fileSize, std::size_t budget)
 {
     const auto mdia = findBox(trak, "mdia");
     const auto mdhd = mdia ? findBox(mdia->payload, "mdhd") : std::nullopt;
@@ -347,7 +349,7 @@ Result<std::optional<Track>> readTrack(std::span<const std::byte> trak, const Mo
     if (!format)
         return fail(format.error());
     track.format = std::move(*format);
-    if (const auto result = readSamples(stbl->payload, fileSize, track); !result)
+    if (const auto result = readSamples(stbl->payload, fileSize, budget, track); !result)
         return fail(result.error());
     return track;
 }
@@ -387,17 +389,20 @@ Result<ParsedMovie> parseMovie(std::span<const std::byte> payload, std::uint64_t
         parsed.movie.isFragmented = true;
         readDefaults(mvex->payload, parsed);
     }
+    // All tracks together: a few bytes of a file can claim as many samples as one may have.
+    std::size_t budget = SampleTable::largestCount;
     ByteReader boxes{payload};
     while (const auto box = nextBox(boxes)) {
         if (box->type != FourCharacterCode{"trak"})
             continue;
-        auto track = readTrack(box->payload, parsed.movie, fileSize);
+        auto track = readTrack(box->payload, parsed.movie, fileSize, budget);
         if (!track)
             return fail(track.error());
         if (!*track)
             continue;
         if (parsed.movie.tracks.size() == largestTrackCount)
             return damaged("too many tracks");
+        budget -= (*track)->samples.count();
         parsed.movie.tracks.push_back(std::move(**track));
     }
     if (boxes.failed())

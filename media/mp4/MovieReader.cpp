@@ -12,7 +12,7 @@ namespace velmora::mp4 {
 namespace {
 
 // Ten hours of recording need 12 MB and 45 000 fragments.
-constexpr std::uint64_t largestIndex = std::uint64_t{128} << 20;
+constexpr std::uint64_t largestIndex = std::uint64_t{128} << 20;  // of all fragments together, too
 constexpr std::uint64_t largestFragmentIndex = std::uint64_t{16} << 20;
 constexpr std::size_t largestBoxCount = 1'000'000;
 
@@ -228,9 +228,10 @@ private:
 
     Result<bool> takeFragment(const FileBox& box)
     {
-        const auto bytes = scanner_.payload(box, largestFragmentIndex);
+        const auto bytes = scanner_.payload(box, std::min(largestFragmentIndex, largestIndex - fragmentIndexSize_));
         if (!bytes)
             return fail(bytes.error());
+        fragmentIndexSize_ += bytes->size();
         const auto count = sampleCount(parsed_->movie);
         auto runs = parseFragment(*bytes, box.offset, *parsed_, SampleTable::largestCount - std::min(SampleTable::largestCount, count));
         if (!runs)
@@ -269,6 +270,7 @@ private:
     std::uint64_t end_;
     std::optional<ParsedMovie> parsed_;
     std::optional<PendingFragment> pending_;
+    std::uint64_t fragmentIndexSize_ = 0;
     MovieFile result_;
 };
 

@@ -1,6 +1,7 @@
 #include "platform/linux/CodecModuleServices.h"
 
 #include "platform/linux/AssetWriter.h"
+#include "platform/linux/LinuxAssetReader.h"
 
 namespace velmora::linux_backend {
 
@@ -27,6 +28,14 @@ Result<std::unique_ptr<AudioEncoder>> makeAudioEncoder(const platform::AudioOutp
     return (*module)->makeAudioEncoder(settings);
 }
 
+Result<std::unique_ptr<PictureDecoder>> makePictureDecoder(const VideoFormat& format, const PictureRequest& request)
+{
+    const auto module = codecModule();
+    if (!module)
+        return fail(module.error());
+    return (*module)->makePictureDecoder(format, request);
+}
+
 }  // namespace
 
 std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions()
@@ -37,6 +46,11 @@ std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions()
 std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters()
 {
     return std::make_shared<AssetWriterFactory>(makeAudioEncoder);
+}
+
+std::shared_ptr<platform::AssetReader> makeAssetReader()
+{
+    return std::make_shared<LinuxAssetReader>(makePictureDecoder);
 }
 
 Result<std::unique_ptr<PictureScaler>> makePictureScaler()

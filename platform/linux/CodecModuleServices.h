@@ -1,6 +1,7 @@
 // The services that need the codec module, made without loading it: it is loaded when the first of them is used.
 #pragma once
 
+#include "platform/Asset.h"
 #include "platform/AssetWriter.h"
 #include "platform/CompressionSession.h"
 #include "platform/linux/ffmpeg/CodecModule.h"
@@ -14,6 +15,9 @@ std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions();
 
 /// Writers that encode sound by the module; where it cannot be loaded, a sound input cannot be added.
 std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters();
+
+/// A reader whose pictures are decoded by the module; where it cannot be loaded, there are no pictures.
+std::shared_ptr<platform::AssetReader> makeAssetReader();
 
 /// A scaler of the module.
 Result<std::unique_ptr<PictureScaler>> makePictureScaler();

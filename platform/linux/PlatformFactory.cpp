@@ -8,12 +8,16 @@
 #include "platform/linux/JournalSink.h"
 #include "platform/linux/LinuxCaptureStream.h"
 #include "platform/linux/LinuxFileManager.h"
+#include "platform/linux/x11/X11EventThread.h"
+#include "platform/linux/x11/X11HotKeyCenter.h"
+#include "platform/linux/x11/X11ScreenCaptureAccess.h"
 #include "platform/linux/x11/X11ShareableContent.h"
 #include "platform/linux/x11/X11VideoSource.h"
 #include "platform/null/NullServices.h"
 
 #include <cstdlib>
 #include <string_view>
+#include <utility>
 
 namespace velmora::platform {
 
@@ -31,9 +35,12 @@ std::string_view environment(const char* name)
     return value ? value : "";
 }
 
-void useX11(PlatformServices& services)
+void useX11(PlatformServices& services, std::shared_ptr<Executor> mainExecutor)
 {
     using namespace linux_backend;
+    const auto events = std::make_shared<X11EventThread>();
+    services.hotKeyCenter = std::make_shared<X11HotKeyCenter>(events, std::move(mainExecutor));
+    services.screenCaptureAccess = std::make_shared<X11ScreenCaptureAccess>();
     services.shareableContent = std::make_shared<X11ShareableContent>();
     services.captureStreams = makeCaptureStreams({
         .makeVideoSource =
@@ -55,7 +62,7 @@ void useNothing(PlatformServices& services, const char* reason)
 
 }  // namespace
 
-PlatformServices makePlatformServices([[maybe_unused]] std::shared_ptr<Executor> mainExecutor)
+PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor)
 {
     using namespace linux_backend;
     PlatformServices services;
@@ -65,11 +72,12 @@ PlatformServices makePlatformServices([[maybe_unused]] std::shared_ptr<Executor>
     services.compressionSessions = makeCompressionSessions();
     services.assetWriters = makeAssetWriters();
     services.assetRepairer = makeAssetRepairer();
+    services.assetReader = makeAssetReader();
     // Xwayland would answer too, but shows only some of the windows, and those not whole.
     if (!environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland")
         useNothing(services, "Windows of a Wayland session cannot be captured yet; log in to an X11 session.");
     else if (!environment("DISPLAY").empty())
-        useX11(services);
+        useX11(services, std::move(mainExecutor));
     else
         useNothing(services, "There is no display: neither DISPLAY nor WAYLAND_DISPLAY is set.");
     return services;

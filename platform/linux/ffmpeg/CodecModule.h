@@ -46,6 +46,26 @@ public:
         PixelRect destinationSize, std::size_t destinationBytesPerRow) = 0;
 };
 
+/// One picture of a track, and how large it may become.
+struct PictureRequest {
+    std::int64_t time = 0;  ///< as it is given with its sample
+    std::int32_t maximumWidth = 0;  ///< pixels, at least 1
+    std::int32_t maximumHeight = 0;
+};
+
+/// Decodes samples of a track in decode order until the requested picture comes out. Used on one thread. Samples may be of any
+/// origin: what claims too large a picture, or cannot be decoded without damage, is an error.
+class PictureDecoder {
+public:
+    virtual ~PictureDecoder() = default;
+
+    /// The picture, scaled down to fit with its shape kept (square pixels), never up; null: it needs more samples.
+    virtual Result<PixelBufferRef> decode(std::span<const std::byte> sample, std::int64_t time) = 0;
+
+    /// No sample follows. An error where the picture was not among them.
+    virtual Result<PixelBufferRef> finish() = 0;
+};
+
 class CodecModule {
 public:
     virtual ~CodecModule() = default;
@@ -53,6 +73,10 @@ public:
     virtual std::shared_ptr<platform::CompressionSessionFactory> compressionSessions() = 0;
     virtual Result<std::unique_ptr<AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings) = 0;
     virtual std::unique_ptr<PictureScaler> makePictureScaler() = 0;
+
+    /// For "avc1", "avc3", "hvc1", "hev1", "vp09" and "av01". `format.decoderConfiguration` is the payload of the codec's box in a
+    /// sample entry ("avcC", "hvcC", "av1C"); its colour counts where the stream tells none.
+    virtual Result<std::unique_ptr<PictureDecoder>> makePictureDecoder(const VideoFormat& format, const PictureRequest& request) = 0;
 };
 
 /// Loads the module on the first call, on whatever thread that is; every later call returns the same one or the same error.

@@ -2,6 +2,7 @@
 
 #include "platform/linux/ffmpeg/LibavAudioEncoder.h"
 #include "platform/linux/ffmpeg/LibavCompressionSession.h"
+#include "platform/linux/ffmpeg/LibavPictureDecoder.h"
 #include "platform/linux/ffmpeg/LibswscalePictureScaler.h"
 
 extern "C" {
@@ -29,6 +30,11 @@ Result<std::unique_ptr<AudioEncoder>> LibavCodecModule::makeAudioEncoder(const p
 std::unique_ptr<PictureScaler> LibavCodecModule::makePictureScaler()
 {
     return std::make_unique<LibswscalePictureScaler>();
+}
+
+Result<std::unique_ptr<PictureDecoder>> LibavCodecModule::makePictureDecoder(const VideoFormat& format, const PictureRequest& request)
+{
+    return LibavPictureDecoder::create(format, request);
 }
 
 }  // namespace velmora::linux_backend

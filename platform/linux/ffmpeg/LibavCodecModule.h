@@ -12,6 +12,7 @@ public:
     std::shared_ptr<platform::CompressionSessionFactory> compressionSessions() override;
     Result<std::unique_ptr<AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings) override;
     std::unique_ptr<PictureScaler> makePictureScaler() override;
+    Result<std::unique_ptr<PictureDecoder>> makePictureDecoder(const VideoFormat& format, const PictureRequest& request) override;
 
 private:
     const std::shared_ptr<platform::CompressionSessionFactory> compressionSessions_;

@@ -1,5 +1,7 @@
 #include "tests/support/media/EncodedClip.h"
 
+#include "tests/support/media/NumberedPicture.h"
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavutil/opt.h>
@@ -12,9 +14,6 @@ extern "C" {
 namespace velmora::test {
 
 namespace {
-
-constexpr int barCount = 16;
-constexpr int bitCount = 12;
 
 struct FreeContext {
     void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
@@ -30,22 +29,6 @@ void require(bool condition, const char* what)
 {
     if (!condition)
         throw std::runtime_error(what);
-}
-
-void paint(AVFrame& frame, int number)
-{
-    const int bar = frame.width / barCount;
-    for (int y = 0; y < frame.height; ++y) {
-        auto* line = frame.data[0] + y * frame.linesize[0];
-        for (int x = 0; x < frame.width; ++x) {
-            const int bit = x / bar;
-            const bool isBar = y < frame.height / 2 && bit < bitCount;
-            const bool white = isBar && ((number >> bit) & 1) != 0;
-            line[x] = static_cast<std::uint8_t>(isBar ? (white ? 220 : 30) : (x * 3 + y * 5 + number * 7) % 200 + 20);
-        }
-    }
-    for (int plane = 1; plane < 3; ++plane)
-        std::memset(frame.data[plane], 110 + plane * 10, static_cast<std::size_t>(frame.linesize[plane] * frame.height / 2));
 }
 
 std::span<const std::byte> bytesOf(const AVPacket& packet)
@@ -149,7 +132,7 @@ EncodedClip encodeClip(const std::vector<MediaTime>& times, const ClipOptions& o
     };
     for (std::size_t i = 0; i < times.size(); ++i) {
         require(av_frame_make_writable(frame.get()) == 0, "no memory");
-        paint(*frame, static_cast<int>(i));
+        paintNumber(*frame, static_cast<int>(i));
         frame->pts = (times[i] - times[0]).converted(90000).value;
         require(avcodec_send_frame(context.get(), frame.get()) == 0, "a frame is not taken");
         receive();
@@ -158,17 +141,6 @@ EncodedClip encodeClip(const std::vector<MediaTime>& times, const ClipOptions& o
     receive();
     require(clip.samples.size() == times.size(), "frames are missing");
     return clip;
-}
-
-int numberInPicture(const std::uint8_t* luma, int lineSize, int width, int height)
-{
-    const int bar = width / barCount;
-    int number = 0;
-    for (int bit = 0; bit < bitCount; ++bit) {
-        if (luma[height / 4 * lineSize + bit * bar + bar / 2] > 125)
-            number |= 1 << bit;
-    }
-    return number;
 }
 
 std::vector<float> clicks(std::int64_t frames, const std::vector<std::int64_t>& clicks)

@@ -1,0 +1,24 @@
+// Which samples have to be decoded to see the picture of a given time.
+#pragma once
+
+#include "media/MediaTime.h"
+#include "media/mp4/Movie.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace velmora::mp4 {
+
+struct ShownSamples {
+    std::size_t first = 0;  ///< a sync sample, or the track's first where there is none before
+    std::size_t last = 0;  ///< the sample of the picture itself; it needs none that follow it in decode order
+    std::int64_t presentationTime = 0;  ///< of the picture, in the track's time scale, before edits
+};
+
+/// The picture that the track shows at `time` of the movie, edits (at normal speed) heeded: the one that begins last at or before `time`,
+/// to the track's nearest tick. Before the first picture that is the first, from the end on the last. None when the track has no
+/// samples. Precondition: `time` is valid.
+[[nodiscard]] std::optional<ShownSamples> samplesShownAt(const Movie& movie, const Track& track, MediaTime time);
+
+}  // namespace velmora::mp4

@@ -1,0 +1,42 @@
+// One picture of a track, by libavcodec.
+#pragma once
+
+#include "platform/linux/ffmpeg/AvHandles.h"
+#include "platform/linux/ffmpeg/CodecModule.h"
+
+#include <memory>
+
+namespace velmora::linux_backend {
+
+/// What fits into `maximumWidth` x `maximumHeight` with the shape of `width` x `height`, not larger than that, at least 1 x 1. All above 0.
+struct PictureSize {
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+
+    friend bool operator==(const PictureSize&, const PictureSize&) = default;
+};
+[[nodiscard]] PictureSize fittedSize(std::int64_t width, std::int64_t height, std::int32_t maximumWidth, std::int32_t maximumHeight);
+
+class LibavPictureDecoder final : public PictureDecoder {
+public:
+    static Result<std::unique_ptr<PictureDecoder>> create(const VideoFormat& format, const PictureRequest& request);
+
+    Result<PixelBufferRef> decode(std::span<const std::byte> sample, std::int64_t time) override;
+    Result<PixelBufferRef> finish() override;
+
+private:
+    LibavPictureDecoder(AvCodecContext context, const VideoFormat& format, const PictureRequest& request);
+
+    Result<PixelBufferRef> send(const AVPacket* packet);
+    Result<PixelBufferRef> receive(bool& isDrained);
+    [[nodiscard]] Result<PixelBufferRef> convert(const AVFrame& frame) const;
+
+    const AvCodecContext context_;
+    const ColourDescription colour_;
+    const PictureRequest request_;
+    const AvPacket packet_{av_packet_alloc()};
+    const AvFrame frame_{av_frame_alloc()};
+    std::int64_t decodedPixels_ = 0;
+};
+
+}  // namespace velmora::linux_backend

@@ -1,0 +1,140 @@
+// Files that are made to make a reader work: small themselves, large in what they claim.
+
+#include "media/mp4/BoxWriter.h"
+#include "media/mp4/MovieReader.h"
+#include "media/mp4/RecordingLayout.h"
+#include "tests/support/media/MemoryFile.h"
+
+#include <gtest/gtest.h>
+
+namespace velmora::mp4 {
+namespace {
+
+using namespace velmora::test;
+
+/// Samples of one byte, one after the other from the beginning of the file: a few hundred bytes, however many they are.
+void writeTrack(BoxWriter& writer, std::uint32_t id, std::uint32_t sampleCount)
+{
+    const auto trak = writer.box("trak");
+    {
+        const auto tkhd = writer.fullBox("tkhd", 0, 7);
+        writer.zeros(8);
+        writer.u32(id);
+        writer.zeros(68);
+    }
+    const auto mdia = writer.box("mdia");
+    {
+        const auto mdhd = writer.fullBox("mdhd", 0, 0);
+        writer.zeros(8);
+        writer.u32(1000);
+        writer.zeros(8);
+    }
+    {
+        const auto hdlr = writer.fullBox("hdlr", 0, 0);
+        writer.u32(0);
+        writer.text("soun");
+        writer.zeros(13);
+    }
+    const auto minf = writer.box("minf");
+    const auto stbl = writer.box("stbl");
+    {
+        const auto stsd = writer.fullBox("stsd", 0, 0);
+        writer.u32(1);
+        const auto entry = writer.box("mp4a");
+        writer.zeros(28);
+    }
+    {
+        const auto stts = writer.fullBox("stts", 0, 0);
+        writer.u32(1);
+        writer.u32(sampleCount);
+        writer.u32(1);
+    }
+    {
+        const auto stsc = writer.fullBox("stsc", 0, 0);
+        writer.u32(1);
+        writer.u32(1);
+        writer.u32(sampleCount);
+        writer.u32(1);
+    }
+    {
+        const auto stsz = writer.fullBox("stsz", 0, 0);
+        writer.u32(1);
+        writer.u32(sampleCount);
+    }
+    const auto stco = writer.fullBox("stco", 0, 0);
+    writer.u32(1);
+    writer.u32(0);
+}
+
+/// `extra` is told of the "moov" that is open.
+template <typename Extra>
+std::vector<std::byte> movieWith(Extra extra)
+{
+    BoxWriter writer;
+    {
+        const auto ftyp = writer.box("ftyp");
+        writer.text("isom");
+        writer.u32(0);
+    }
+    {
+        const auto moov = writer.box("moov");
+        {
+            const auto mvhd = writer.fullBox("mvhd", 0, 0);
+            writer.zeros(8);
+            writer.u32(1000);
+            writer.zeros(84);
+        }
+        extra(writer);
+    }
+    return writer.take();
+}
+
+TEST(HostileFile, TracksMayNotHaveMoreSamplesTogetherThanOneMayHaveAlone)
+{
+    constexpr std::uint32_t half = SampleTable::largestCount / 2;
+    for (const std::uint32_t second : {half, half + 1}) {
+        MemoryFile file{movieWith([second](BoxWriter& writer) {
+            writeTrack(writer, 1, half);
+            writeTrack(writer, 2, second);
+        })};
+        ASSERT_TRUE(file.truncate(SampleTable::largestCount));
+        const auto movie = readMovie(file);
+        if (second == half) {
+            ASSERT_TRUE(movie) << movie.error().localizedDescription;
+            EXPECT_EQ(movie->movie.tracks[1].samples.count(), half);
+        } else {
+            ASSERT_FALSE(movie);
+            EXPECT_EQ(movie.error().code, static_cast<int>(ErrorCode::tooLarge));
+        }
+    }
+}
+
+TEST(HostileFile, TheFragmentsIndexesTogetherMayNotBeLargerThanOneIndexMayBeAlone)
+{
+    constexpr std::uint32_t fragmentSize = std::uint32_t{15} << 20;
+    constexpr std::uint32_t allowedCount = 8;  // 120 of 128 MiB
+    for (const auto count : {allowedCount, allowedCount + 1}) {
+        MemoryFile file{movieWith([](BoxWriter& writer) {
+            writeTrack(writer, 1, 0);
+            const auto mvex = writer.box("mvex");
+        })};
+        auto offset = *file.size();
+        for (std::uint32_t i = 0; i < count; ++i, offset += fragmentSize) {
+            BoxWriter writer;
+            writer.u32(fragmentSize);
+            writer.text("moof");
+            writer.u32(fragmentSize - 8);
+            writer.text("free");
+            ASSERT_TRUE(file.writeAt(offset, writer.view()));
+        }
+        ASSERT_TRUE(file.truncate(offset));
+        const auto movie = readMovie(file);
+        EXPECT_EQ(movie.has_value(), count == allowedCount);
+        if (!movie) {
+            EXPECT_EQ(movie.error().code, static_cast<int>(ErrorCode::tooLarge));
+        }
+    }
+}
+
+}  // namespace
+}  // namespace velmora::mp4

@@ -1,0 +1,27 @@
+// MP4 files as other programs write them: by libavformat, with any of its encoders.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace velmora::test {
+
+struct ForeignClip {
+    std::string encoder = "libx264";
+    std::string encoderOptions = {};  ///< "key=value:key=value", as FFmpeg takes them
+    std::string muxerOptions = {};  ///< the same; "movflags=…"
+    std::int32_t width = 320;
+    std::int32_t height = 240;
+    int pictureCount = 60;
+    int rate = 30;
+    int keyFrameInterval = 30;
+    int bFrames = 2;
+    int quarterTurns = 0;  ///< clockwise, how the picture has to be turned to stand upright
+    std::int32_t pixelShape = 1;  ///< how many times as wide as high a pixel is
+};
+
+/// Writes pictures with the numbers 0, 1, 2, … (numberInPicture()) to `path`. Throws std::runtime_error where FFmpeg refuses.
+void writeForeignClip(const std::filesystem::path& path, const ForeignClip& clip = {});
+
+}  // namespace velmora::test
