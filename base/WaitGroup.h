@@ -2,6 +2,10 @@
 #pragma once
 
 #include "base/Mutex.h"
+#include "base/UniqueFunction.h"
+
+#include <utility>
+#include <vector>
 
 namespace velmora {
 
@@ -16,9 +20,15 @@ public:
 
     void leave()
     {
-        MutexLock lock(mutex_);
-        --count_;
-        changed_.notifyAll();
+        std::vector<UniqueFunction<void()>> work;
+        {
+            MutexLock lock(mutex_);
+            if (--count_ == 0)
+                work = std::exchange(waiting_, {});
+            changed_.notifyAll();
+        }
+        for (auto& piece : work)
+            piece();
     }
 
     /// Returns when everything that entered has left.
@@ -29,10 +39,24 @@ public:
             changed_.wait(mutex_);
     }
 
+    /// Runs `work` once when everything that entered has left: now, or on the thread of the last that leaves.
+    void notify(UniqueFunction<void()> work)
+    {
+        {
+            MutexLock lock(mutex_);
+            if (count_ > 0) {
+                waiting_.push_back(std::move(work));
+                return;
+            }
+        }
+        work();
+    }
+
 private:
     Mutex mutex_;
     ConditionVariable changed_;
     int count_ GUARDED_BY(mutex_) = 0;
+    std::vector<UniqueFunction<void()>> waiting_ GUARDED_BY(mutex_);
 };
 
 }  // namespace velmora

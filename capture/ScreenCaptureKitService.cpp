@@ -307,6 +307,13 @@ void ScreenCaptureKitService::drain()
     }
 }
 
+void ScreenCaptureKitService::notifyWhenStopped(UniqueFunction<void()> completion)
+{
+    stoppingStreams_->notify([mainExecutor = services_.mainExecutor, completion = std::move(completion)]() mutable {
+        mainExecutor->async(std::move(completion));
+    });
+}
+
 void ScreenCaptureKitService::streamDidOutputSampleBuffer(
     const platform::CaptureStream& stream, const SampleBufferRef& sample, StreamOutputType type)
 {

@@ -87,6 +87,9 @@ public:
     /// Before the program ends.
     void drain();
 
+    /// Calls `completion` once, on the main thread, when every stream that was asked to stop has stopped.
+    void notifyWhenStopped(UniqueFunction<void()> completion);
+
     [[nodiscard]] bool isRecordingManualClip() const;
     [[nodiscard]] bool isCapturing() const { return isCapturing_; }
     [[nodiscard]] const std::optional<CapturedWindowInfo>& activeWindow() const { return activeWindow_; }

@@ -1,0 +1,79 @@
+#include "library/ClipItem.h"
+
+#include <QLocale>
+
+#include <array>
+#include <cmath>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+constexpr std::int32_t thumbnailWidth = 320;
+constexpr std::int32_t thumbnailHeight = 180;
+
+double finiteSeconds(const Result<MediaTime>& duration)
+{
+    const double seconds = duration && duration->isValid() ? duration->seconds() : 0;
+    return std::isfinite(seconds) ? seconds : 0;
+}
+
+}  // namespace
+
+std::string ClipItem::formattedDuration() const
+{
+    const auto seconds = static_cast<std::int64_t>(std::round(duration));
+    const auto rest = seconds % 60;
+    return std::to_string(seconds / 60) + (rest < 10 ? ":0" : ":") + std::to_string(rest);
+}
+
+std::string ClipItem::formattedFileSize() const
+{
+    if (fileSize == 0)
+        return "Zero KB";
+    if (fileSize == 1)
+        return "1 byte";
+    const QLocale locale;
+    if (fileSize < 1000)
+        return locale.toString(static_cast<qlonglong>(fileSize)).toStdString() + " bytes";
+    // The unit is chosen by the rounded number: 999,950 bytes are 1 MB, not 1,000 KB.
+    const double kilobytes = std::round(static_cast<double>(fileSize) / 1e3);
+    if (kilobytes < 1000)
+        return locale.toString(kilobytes, 'f', 0).toStdString() + " KB";
+    const double megabytes = std::round(static_cast<double>(fileSize) / 1e5) / 10;
+    const bool isWhole = megabytes == std::floor(megabytes);
+    return locale.toString(megabytes, 'f', isWhole ? 0 : 1).toStdString() + " MB";
+}
+
+void ClipItem::load(
+    const std::filesystem::path& url, const ClipServices& services, UniqueFunction<void(std::optional<ClipItem>)> completion)
+{
+    auto deliver = [mainExecutor = services.mainExecutor, completion = std::move(completion)](std::optional<ClipItem> item) mutable {
+        mainExecutor->async([completion = std::move(completion), item = std::move(item)]() mutable { completion(std::move(item)); });
+    };
+    if (!services.fileManager->fileExists(url))
+        return deliver(std::nullopt);
+    const auto attributes = services.fileManager->attributesOfItem(url).value_or(platform::FileAttributes{});
+    ClipItem item;
+    item.url = url;
+    item.createdAt = attributes.creationDate.value_or(services.clock->now());
+    item.fileSize = attributes.size.value_or(0);
+    services.assetReader->loadDuration(
+        url, [item = std::move(item), deliver = std::move(deliver)](const Result<MediaTime>& duration) mutable {
+            item.duration = finiteSeconds(duration);
+            deliver(std::move(item));
+        });
+}
+
+void ClipItem::generateThumbnail(const ClipServices& services, UniqueFunction<void(PixelBufferRef)> completion, MediaTime time) const
+{
+    services.assetReader->generateImage(url, time, thumbnailWidth, thumbnailHeight,
+        [mainExecutor = services.mainExecutor, completion = std::move(completion)](Result<PixelBufferRef> image) mutable {
+            mainExecutor->async([completion = std::move(completion), picture = std::move(image).value_or(nullptr)]() mutable {
+                completion(std::move(picture));
+            });
+        });
+}
+
+}  // namespace velmora

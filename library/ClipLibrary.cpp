@@ -1,0 +1,143 @@
+#include "library/ClipLibrary.h"
+
+#include "library/PathUtilities.h"
+#include "system/Log.h"
+#include "system/SharedServices.h"
+
+#include <QString>
+
+#include <algorithm>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+bool isMovie(const std::filesystem::path& file)
+{
+    return QString::fromStdString(file.extension().string()).toLower() == QLatin1String(".mp4");
+}
+
+}  // namespace
+
+// One pass over a folder: files are described one after another, and the list is published at the end.
+struct ClipLibrary::Scan {
+    std::filesystem::path directory;
+    std::vector<std::filesystem::path> files;
+    std::size_t next = 0;
+    std::vector<ClipItem> clips;
+};
+
+std::shared_ptr<ClipLibrary> ClipLibrary::shared()
+{
+    static const auto& instance = *new std::shared_ptr<ClipLibrary>([] {
+        const auto& shared = SharedServices::current();
+        return std::make_shared<ClipLibrary>(Services{
+            .clips = {shared.platform.fileManager, shared.platform.assetReader, shared.clock, shared.mainExecutor},
+            .workspace = shared.platform.workspace,
+        });
+    }());
+    return instance;
+}
+
+ClipLibrary::ClipLibrary(Services services) : services_(std::move(services))
+{
+    reloadClips();
+}
+
+ClipLibrary::~ClipLibrary() = default;
+
+std::filesystem::path ClipLibrary::effectiveOutputDirectory() const
+{
+    return customOutputDirectory_ ? *customOutputDirectory_ : PathUtilities::defaultOutputDirectory(*services_.clips.fileManager);
+}
+
+void ClipLibrary::reloadClips()
+{
+    const auto directory = effectiveOutputDirectory();
+    PathUtilities::ensureDirectoryExists(directory, *services_.clips.fileManager);
+    services_.clips.mainExecutor->async([weak = std::weak_ptr(self_), directory] {
+        if (const auto self = weak.lock())
+            (*self)->scan(directory);
+    });
+}
+
+void ClipLibrary::scan(const std::filesystem::path& directory)
+{
+    auto contents = services_.clips.fileManager->contentsOfDirectory(directory, true);
+    if (!contents) {
+        Log::library().error(log_line::failedLoadingClips, directory.native(), contents.error().localizedDescription);
+        return;
+    }
+    auto scan = std::make_shared<Scan>();
+    scan->directory = directory;
+    scan->files = std::move(*contents);
+    std::erase_if(scan->files, [](const auto& file) { return !isMovie(file); });
+    continueScan(std::move(scan));
+}
+
+void ClipLibrary::continueScan(std::shared_ptr<Scan> scan)
+{
+    if (scan->directory != effectiveOutputDirectory())
+        return;
+    if (scan->next == scan->files.size()) {
+        std::stable_sort(scan->clips.begin(), scan->clips.end(), [](const auto& a, const auto& b) { return a.createdAt > b.createdAt; });
+        setRecentClips(std::move(scan->clips));
+        return;
+    }
+    const auto& file = scan->files[scan->next++];
+    ClipItem::load(file, services_.clips, [weak = std::weak_ptr(self_), scan = std::move(scan)](std::optional<ClipItem> item) mutable {
+        const auto self = weak.lock();
+        if (!self)
+            return;
+        if (item)
+            scan->clips.push_back(std::move(*item));
+        (*self)->continueScan(std::move(scan));
+    });
+}
+
+void ClipLibrary::setOutputDirectory(const std::filesystem::path& directory)
+{
+    emit objectWillChange();
+    customOutputDirectory_ = directory;
+    emit customOutputDirectoryChanged();
+    PathUtilities::ensureDirectoryExists(directory, *services_.clips.fileManager);
+    reloadClips();
+}
+
+void ClipLibrary::addClip(const std::filesystem::path& url, UniqueFunction<void()> completion)
+{
+    ClipItem::load(
+        url, services_.clips, [weak = std::weak_ptr(self_), completion = std::move(completion)](std::optional<ClipItem> item) mutable {
+            if (const auto self = weak.lock(); self && item) {
+                auto clips = (*self)->recentClips_;
+                std::erase_if(clips, [&](const ClipItem& clip) { return clip.url == item->url; });
+                clips.insert(clips.begin(), std::move(*item));
+                (*self)->setRecentClips(std::move(clips));
+            }
+            completion();
+        });
+}
+
+void ClipLibrary::deleteClip(const ClipItem& clip)
+{
+    // A file that cannot be removed is not listed any more either.
+    static_cast<void>(services_.clips.fileManager->removeFile(clip.url));
+    auto clips = recentClips_;
+    std::erase_if(clips, [id = clip.id](const ClipItem& listed) { return listed.id == id; });
+    setRecentClips(std::move(clips));
+}
+
+void ClipLibrary::revealInFinder(const ClipItem& clip)
+{
+    services_.workspace->activateFileViewerSelecting({clip.url});
+}
+
+void ClipLibrary::setRecentClips(std::vector<ClipItem> clips)
+{
+    emit objectWillChange();
+    recentClips_ = std::move(clips);
+    emit recentClipsChanged();
+}
+
+}  // namespace velmora

@@ -1,0 +1,76 @@
+// The clips in the output folder, and the choice of that folder.
+#pragma once
+
+#include "library/ClipItem.h"
+#include "platform/Workspace.h"
+
+#include <QObject>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace velmora {
+
+/// Main thread only. Every change of a property is announced by objectWillChange() before it takes effect and by the property's own
+/// signal after.
+class ClipLibrary final : public QObject {
+    Q_OBJECT
+
+public:
+    struct Services {
+        ClipServices clips;
+        std::shared_ptr<platform::Workspace> workspace;
+    };
+
+    /// Scans the default folder.
+    explicit ClipLibrary(Services services);
+    ~ClipLibrary() override;
+
+    /// The one library of the process.
+    static std::shared_ptr<ClipLibrary> shared();
+
+    /// The clips of the effective folder, newest first.
+    [[nodiscard]] const std::vector<ClipItem>& recentClips() const { return recentClips_; }
+
+    /// The folder that the user chose; none: the default one. Kept for this run of the program only.
+    [[nodiscard]] const std::optional<std::filesystem::path>& customOutputDirectory() const { return customOutputDirectory_; }
+
+    [[nodiscard]] std::filesystem::path effectiveOutputDirectory() const;
+
+    /// Scans the effective folder, creating it if need be, and returns at once. The list is replaced when the scan is through; one of a
+    /// folder that is no longer the effective one publishes nothing.
+    void reloadClips();
+
+    void setOutputDirectory(const std::filesystem::path& directory);
+
+    /// Puts the file at the front, once. `completion` is called exactly once, on the main thread.
+    void addClip(const std::filesystem::path& url, UniqueFunction<void()> completion);
+
+    /// Deletes the file, as far as that is possible, and removes the clip from the list in any case.
+    void deleteClip(const ClipItem& clip);
+
+    void revealInFinder(const ClipItem& clip);
+
+signals:
+    void objectWillChange();
+    void recentClipsChanged();
+    void customOutputDirectoryChanged();
+
+private:
+    struct Scan;
+
+    void scan(const std::filesystem::path& directory);
+    void continueScan(std::shared_ptr<Scan> scan);
+    void setRecentClips(std::vector<ClipItem> clips);
+
+    const Services services_;
+    std::vector<ClipItem> recentClips_;
+    std::optional<std::filesystem::path> customOutputDirectory_;
+
+    // Gone with the library, so that a late result finds nobody.
+    std::shared_ptr<ClipLibrary*> self_ = std::make_shared<ClipLibrary*>(this);
+};
+
+}  // namespace velmora

@@ -1,0 +1,125 @@
+#include "system/KeyboardShortcutManager.h"
+
+#include "system/Log.h"
+#include "system/SharedServices.h"
+
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+constexpr platform::HotKeyStatus noError = 0;
+
+}  // namespace
+
+std::shared_ptr<KeyboardShortcutManager> KeyboardShortcutManager::shared()
+{
+    static const auto& instance = *new std::shared_ptr<KeyboardShortcutManager>([] {
+        const auto& shared = SharedServices::current();
+        return std::make_shared<KeyboardShortcutManager>(Services{shared.platform.hotKeyCenter, shared.clock, shared.mainExecutor});
+    }());
+    return instance;
+}
+
+KeyboardShortcutManager::KeyboardShortcutManager(Services services) : services_(std::move(services))
+{
+    installEventHandler();
+    registerAll();
+}
+
+KeyboardShortcutManager::~KeyboardShortcutManager()
+{
+    unregisterHotKey();
+    setIsRegistered(false);
+    if (eventHandler_)
+        services_.hotKeyCenter->removeEventHandler(*eventHandler_);
+}
+
+void KeyboardShortcutManager::installEventHandler()
+{
+    const auto installed = services_.hotKeyCenter->installEventHandler([this](const auto& event) { return handleHotKeyEvent(event); });
+    if (installed)
+        eventHandler_ = *installed;
+    else
+        Log::hotkey().error(log_line::failedToInstallHandler, installed.error());
+}
+
+platform::HotKeyStatus KeyboardShortcutManager::handleHotKeyEvent(const platform::HotKeyEvent& event)
+{
+    if (event.hotKeyID && event.hotKeyID->signature == hotKeySignature)
+        handleHotKeyTrigger(event.hotKeyID->id);
+    return noError;
+}
+
+void KeyboardShortcutManager::handleHotKeyTrigger(std::uint32_t id)
+{
+    services_.mainExecutor->async([weak = std::weak_ptr(self_), id] {
+        const auto self = weak.lock();
+        if (!self || id != toggleRecordingHotKeyID)
+            return;
+        auto& manager = **self;
+        const auto now = manager.services_.clock->now();
+        if (manager.lastRecordingTriggerTime_ && now - *manager.lastRecordingTriggerTime_ <= debounceInterval)
+            return;
+        manager.lastRecordingTriggerTime_ = now;
+        Log::hotkey().info(log_line::toggleTriggered);
+        if (const auto delegate = manager.delegate_.lock())
+            delegate->shortcutManagerDidTriggerToggleRecording();
+    });
+}
+
+void KeyboardShortcutManager::registerAll()
+{
+    unregisterHotKey();
+    setIsRegistered(false);
+    setRegistrationErrorMessage(std::nullopt);
+    const auto registered = services_.hotKeyCenter->registerEventHotKey(
+        toggleRecordingShortcut_.keyCode, toggleRecordingShortcut_.modifiers, {hotKeySignature, toggleRecordingHotKeyID});
+    if (registered) {
+        toggleRecordingHotKey_ = *registered;
+        setIsRegistered(true);
+        Log::hotkey().info(log_line::shortcutRegistered);
+        return;
+    }
+    setIsRegistered(false);
+    setRegistrationErrorMessage(
+        "Failed to register " + toggleRecordingShortcut_.displayString + " (Status: " + std::to_string(registered.error()) + ")");
+    Log::hotkey().error(log_line::failedToRegisterShortcut, registered.error());
+}
+
+void KeyboardShortcutManager::unregisterAll()
+{
+    unregisterHotKey();
+    setIsRegistered(false);
+}
+
+void KeyboardShortcutManager::updateToggleRecordingShortcut(const ShortcutDefinition& shortcut)
+{
+    emit objectWillChange();
+    toggleRecordingShortcut_ = shortcut;
+    emit toggleRecordingShortcutChanged();
+    registerAll();
+}
+
+void KeyboardShortcutManager::unregisterHotKey()
+{
+    if (const auto hotKey = std::exchange(toggleRecordingHotKey_, std::nullopt))
+        services_.hotKeyCenter->unregisterEventHotKey(*hotKey);
+}
+
+void KeyboardShortcutManager::setIsRegistered(bool isRegistered)
+{
+    emit objectWillChange();
+    isRegistered_ = isRegistered;
+    emit isRegisteredChanged();
+}
+
+void KeyboardShortcutManager::setRegistrationErrorMessage(std::optional<std::string> message)
+{
+    emit objectWillChange();
+    registrationErrorMessage_ = std::move(message);
+    emit registrationErrorMessageChanged();
+}
+
+}  // namespace velmora

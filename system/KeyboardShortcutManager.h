@@ -1,0 +1,96 @@
+// The global shortcut that starts and stops a recording.
+#pragma once
+
+#include "base/SerialQueue.h"
+#include "platform/Clock.h"
+#include "platform/HotKeyCenter.h"
+#include "system/ShortcutDefinition.h"
+
+#include <QObject>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace velmora {
+
+/// Called on the main thread.
+class KeyboardShortcutManagerDelegate {
+public:
+    virtual ~KeyboardShortcutManagerDelegate() = default;
+
+    /// No hot key leads here.
+    virtual void shortcutManagerDidTriggerSaveClip() = 0;
+    virtual void shortcutManagerDidTriggerToggleRecording() = 0;
+};
+
+/// Main thread only. Registers the shortcut when it is made. Every change of a property is announced by objectWillChange() before it takes
+/// effect and by the property's own signal after.
+class KeyboardShortcutManager final : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool isRegistered READ isRegistered NOTIFY isRegisteredChanged)
+
+public:
+    static constexpr std::uint32_t hotKeySignature = 0x434C4950;  // "CLIP"
+    static constexpr std::uint32_t toggleRecordingHotKeyID = 2;
+
+    /// A press is accepted when more than this has passed since the last that was.
+    static constexpr std::chrono::milliseconds debounceInterval{500};
+
+    struct Services {
+        std::shared_ptr<platform::HotKeyCenter> hotKeyCenter;
+        std::shared_ptr<platform::Clock> clock;
+        std::shared_ptr<Executor> mainExecutor;
+    };
+
+    explicit KeyboardShortcutManager(Services services);
+    ~KeyboardShortcutManager() override;
+
+    /// The one manager of the process.
+    static std::shared_ptr<KeyboardShortcutManager> shared();
+
+    void setDelegate(std::weak_ptr<KeyboardShortcutManagerDelegate> delegate) { delegate_ = std::move(delegate); }
+
+    [[nodiscard]] const ShortcutDefinition& toggleRecordingShortcut() const { return toggleRecordingShortcut_; }
+    [[nodiscard]] bool isRegistered() const { return isRegistered_; }
+
+    /// Why the last registration failed, for the user; none when it did not.
+    [[nodiscard]] const std::optional<std::string>& registrationErrorMessage() const { return registrationErrorMessage_; }
+
+    /// Registers the shortcut anew.
+    void registerAll();
+
+    /// The handler stays installed, and the message of a failed registration stays.
+    void unregisterAll();
+
+    void updateToggleRecordingShortcut(const ShortcutDefinition& shortcut);
+
+signals:
+    void objectWillChange();
+    void toggleRecordingShortcutChanged();
+    void isRegisteredChanged();
+    void registrationErrorMessageChanged();
+
+private:
+    void installEventHandler();
+    platform::HotKeyStatus handleHotKeyEvent(const platform::HotKeyEvent& event);
+    void handleHotKeyTrigger(std::uint32_t id);
+    void unregisterHotKey();
+    void setIsRegistered(bool isRegistered);
+    void setRegistrationErrorMessage(std::optional<std::string> message);
+
+    const Services services_;
+    std::weak_ptr<KeyboardShortcutManagerDelegate> delegate_;
+    ShortcutDefinition toggleRecordingShortcut_ = ShortcutDefinition::defaultToggleRecording();
+    bool isRegistered_ = false;
+    std::optional<std::string> registrationErrorMessage_;
+    std::optional<platform::HotKeyCenter::EventHandlerReference> eventHandler_;
+    std::optional<platform::HotKeyCenter::HotKeyReference> toggleRecordingHotKey_;
+    std::optional<std::chrono::system_clock::time_point> lastRecordingTriggerTime_;  // none: the distant past
+
+    // Gone with the manager, so that a late press finds nobody.
+    std::shared_ptr<KeyboardShortcutManager*> self_ = std::make_shared<KeyboardShortcutManager*>(this);
+};
+
+}  // namespace velmora

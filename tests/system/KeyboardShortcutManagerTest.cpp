@@ -1,0 +1,218 @@
+#include "system/KeyboardShortcutManager.h"
+
+#include "platform/fake/FakeClock.h"
+#include "platform/fake/FakeHotKeyCenter.h"
+#include "platform/fake/ManualExecutor.h"
+#include "tests/support/CapturedLog.h"
+
+#include <QJsonArray>
+#include <QStringList>
+
+#include <gmock/gmock.h>
+
+namespace velmora {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::IsEmpty;
+
+class CountingDelegate final : public KeyboardShortcutManagerDelegate {
+public:
+    void shortcutManagerDidTriggerSaveClip() override { ++saves; }
+    void shortcutManagerDidTriggerToggleRecording() override { ++toggles; }
+
+    int saves = 0;
+    int toggles = 0;
+};
+
+class KeyboardShortcutManagerTest : public testing::Test {
+protected:
+    KeyboardShortcutManager& manager()
+    {
+        if (!manager_) {
+            manager_ = std::make_unique<KeyboardShortcutManager>(KeyboardShortcutManager::Services{centre, clock, executor});
+            manager_->setDelegate(delegate);
+        }
+        return *manager_;
+    }
+
+    void press(std::optional<platform::HotKeyID> id = platform::HotKeyID{0x434C4950, 2})
+    {
+        EXPECT_EQ(centre->press(id), 0);
+        executor->runAll();
+    }
+
+    test::CapturedLog log;
+    std::shared_ptr<fake::FakeHotKeyCenter> centre = std::make_shared<fake::FakeHotKeyCenter>();
+    std::shared_ptr<fake::FakeClock> clock = std::make_shared<fake::FakeClock>();
+    std::shared_ptr<fake::ManualExecutor> executor = std::make_shared<fake::ManualExecutor>();
+    std::shared_ptr<CountingDelegate> delegate = std::make_shared<CountingDelegate>();
+    std::unique_ptr<KeyboardShortcutManager> manager_;
+};
+
+TEST_F(KeyboardShortcutManagerTest, RegistersOptionCommandCWhenItIsMade)
+{
+    EXPECT_TRUE(manager().isRegistered());
+    EXPECT_FALSE(manager().registrationErrorMessage());
+    ASSERT_EQ(centre->registrations.size(), 1U);
+    EXPECT_EQ(centre->registrations.begin()->second, (fake::FakeHotKeyCenter::Registration{8, 0x900, {0x434C4950, 2}}));
+    EXPECT_EQ(log->messages().back(), "Global shortcut ⌥⌘C registered successfully.");
+}
+
+TEST_F(KeyboardShortcutManagerTest, APressReachesTheDelegateWhenTheMainThreadIsFree)
+{
+    manager();
+    EXPECT_EQ(centre->press(platform::HotKeyID{0x434C4950, 2}), 0);
+    EXPECT_EQ(delegate->toggles, 0);
+    executor->runAll();
+    EXPECT_EQ(delegate->toggles, 1);
+    EXPECT_EQ(delegate->saves, 0);
+    EXPECT_EQ(log->messages().back(), "Toggle recording hotkey triggered (⌥⌘C)");
+}
+
+TEST_F(KeyboardShortcutManagerTest, ADroppedPressDoesNotResetTheClock)
+{
+    manager();
+    press();
+    clock->advance(300ms);
+    press();
+    EXPECT_EQ(delegate->toggles, 1);
+    clock->advance(400ms);
+    press();
+    EXPECT_EQ(delegate->toggles, 2);
+}
+
+TEST_F(KeyboardShortcutManagerTest, OfTwoPressesExactlyHalfASecondApartTheSecondIsDropped)
+{
+    manager();
+    press();
+    clock->advance(500ms);
+    press();
+    EXPECT_EQ(delegate->toggles, 1);
+    clock->advance(1us);
+    press();
+    EXPECT_EQ(delegate->toggles, 2);
+}
+
+TEST_F(KeyboardShortcutManagerTest, OtherSignaturesAndNumbersAndUnreadableEventsAreIgnored)
+{
+    manager();
+    press(platform::HotKeyID{0x434C4951, 2});
+    press(platform::HotKeyID{0x434C4950, 1});
+    press(std::nullopt);
+    EXPECT_EQ(delegate->toggles, 0);
+    press();
+    EXPECT_EQ(delegate->toggles, 1) << "the clock was not touched";
+}
+
+TEST_F(KeyboardShortcutManagerTest, AShortcutThatAnotherProgramOwnsIsReportedWithItsStatus)
+{
+    centre->registerStatus = -9878;
+    EXPECT_FALSE(manager().isRegistered());
+    EXPECT_EQ(manager().registrationErrorMessage(), "Failed to register ⌥⌘C (Status: -9878)");
+    EXPECT_EQ(log->messages().back(), "Failed to register recording shortcut: -9878");
+    centre->registerStatus = 0;
+    manager().registerAll();
+    EXPECT_TRUE(manager().isRegistered());
+    EXPECT_FALSE(manager().registrationErrorMessage());
+}
+
+TEST_F(KeyboardShortcutManagerTest, RegisteringTwiceLeavesOneRegistration)
+{
+    manager().registerAll();
+    manager().registerAll();
+    EXPECT_EQ(centre->registrations.size(), 1U);
+}
+
+TEST_F(KeyboardShortcutManagerTest, AHandlerThatCannotBeInstalledIsLoggedAndRegistrationGoesOn)
+{
+    centre->installStatus = -50;
+    EXPECT_TRUE(manager().isRegistered());
+    EXPECT_EQ(log->count("Failed to install Carbon event handler: -50"), 1U);
+}
+
+TEST_F(KeyboardShortcutManagerTest, UnregisteringKeepsTheHandlerAndTheMessage)
+{
+    centre->registerStatus = 10;
+    manager();
+    manager().unregisterAll();
+    EXPECT_FALSE(manager().isRegistered());
+    EXPECT_EQ(manager().registrationErrorMessage(), "Failed to register ⌥⌘C (Status: 10)");
+    EXPECT_EQ(centre->handlers.size(), 1U);
+    centre->registerStatus = 0;
+    manager().registerAll();
+    manager().unregisterAll();
+    EXPECT_THAT(centre->registrations, IsEmpty());
+}
+
+TEST_F(KeyboardShortcutManagerTest, AnotherShortcutReplacesTheRegisteredOne)
+{
+    int changes = 0;
+    QObject::connect(&manager(), &KeyboardShortcutManager::toggleRecordingShortcutChanged, &manager(), [&] { ++changes; });
+    manager().updateToggleRecordingShortcut({9, 0x100, "⌘V"});
+    EXPECT_EQ(changes, 1);
+    ASSERT_EQ(centre->registrations.size(), 1U);
+    EXPECT_EQ(centre->registrations.begin()->second.keyCode, 9U);
+    EXPECT_EQ(log->messages().back(), "Global shortcut ⌥⌘C registered successfully.");
+    centre->registerStatus = 10;
+    manager().registerAll();
+    EXPECT_EQ(manager().registrationErrorMessage(), "Failed to register ⌘V (Status: 10)");
+}
+
+TEST_F(KeyboardShortcutManagerTest, ItsEndReleasesEverything)
+{
+    manager();
+    centre->press(platform::HotKeyID{0x434C4950, 2});
+    manager_.reset();
+    EXPECT_THAT(centre->registrations, IsEmpty());
+    EXPECT_THAT(centre->handlers, IsEmpty());
+    executor->runAll();
+    EXPECT_EQ(delegate->toggles, 0);
+}
+
+TEST_F(KeyboardShortcutManagerTest, ADelegateThatIsGoneIsNotCalled)
+{
+    manager();
+    delegate.reset();
+    press();
+}
+
+TEST(ShortcutDefinitionTest, ComesBackFromItsKeys)
+{
+    const auto& shortcut = ShortcutDefinition::defaultToggleRecording();
+    const auto encoded = shortcut.encoded();
+    EXPECT_EQ(encoded.keys(), (QStringList{QStringLiteral("displayString"), QStringLiteral("keyCode"), QStringLiteral("modifiers")}));
+    EXPECT_EQ(encoded.value(QStringLiteral("keyCode")).toInt(), 8);
+    EXPECT_EQ(encoded.value(QStringLiteral("modifiers")).toInt(), 0x900);
+    EXPECT_EQ(ShortcutDefinition::decoded(encoded), shortcut);
+    const ShortcutDefinition extreme{0xFFFFFFFF, 0xFFFFFFFF, "x"};
+    EXPECT_EQ(ShortcutDefinition::decoded(extreme.encoded()), extreme);
+}
+
+TEST(ShortcutDefinitionTest, NeedsAllThreeKeysOfTheirKinds)
+{
+    for (const auto* key : {"keyCode", "modifiers", "displayString"}) {
+        auto object = ShortcutDefinition::defaultToggleRecording().encoded();
+        object.remove(QLatin1String{key});
+        EXPECT_FALSE(ShortcutDefinition::decoded(object)) << key;
+        object.insert(QLatin1String{key}, QJsonArray{});
+        EXPECT_FALSE(ShortcutDefinition::decoded(object)) << key;
+    }
+    auto object = ShortcutDefinition::defaultToggleRecording().encoded();
+    for (const double wrong : {-1.0, 0.5, 4294967296.0}) {
+        object.insert(QStringLiteral("keyCode"), wrong);
+        EXPECT_FALSE(ShortcutDefinition::decoded(object)) << wrong;
+    }
+}
+
+TEST(ShortcutDefinitionTest, EqualMeansAllThreeFields)
+{
+    const ShortcutDefinition shortcut{8, 0x900, "⌥⌘C"};
+    EXPECT_EQ(shortcut, ShortcutDefinition::defaultToggleRecording());
+    EXPECT_NE(shortcut, (ShortcutDefinition{9, 0x900, "⌥⌘C"}));
+    EXPECT_NE(shortcut, (ShortcutDefinition{8, 0x100, "⌥⌘C"}));
+    EXPECT_NE(shortcut, (ShortcutDefinition{8, 0x900, "C"}));
+}
+
+}  // namespace
+}  // namespace velmora
