@@ -3,7 +3,7 @@
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 find_package(tl-expected REQUIRED)
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Qml Quick Svg Widgets)
 
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
     xcb xcb-composite xcb-damage xcb-shm xcb-xfixes xcb-randr xcb-res xcb-xinput)

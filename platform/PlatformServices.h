@@ -15,6 +15,7 @@
 #include "platform/SharingServices.h"
 #include "platform/UserDefaults.h"
 #include "platform/UserNotificationCenter.h"
+#include "platform/WindowActivation.h"
 #include "platform/Workspace.h"
 
 #include <memory>
@@ -38,6 +39,7 @@ struct PlatformServices {
     std::shared_ptr<Workspace> workspace;
     std::shared_ptr<UserDefaults> userDefaults;
     std::shared_ptr<SharingServices> sharingServices;
+    std::shared_ptr<WindowActivation> windowActivation;
 };
 
 }  // namespace velmora::platform

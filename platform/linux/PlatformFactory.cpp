@@ -8,11 +8,17 @@
 #include "platform/linux/JournalSink.h"
 #include "platform/linux/LinuxCaptureStream.h"
 #include "platform/linux/LinuxFileManager.h"
+#include "platform/linux/desktop/LinuxSharingServices.h"
+#include "platform/linux/desktop/LinuxUserDefaults.h"
+#include "platform/linux/desktop/LinuxUserNotificationCenter.h"
+#include "platform/linux/desktop/LinuxWorkspace.h"
+#include "platform/linux/x11/X11DisplayChanges.h"
 #include "platform/linux/x11/X11EventThread.h"
 #include "platform/linux/x11/X11HotKeyCenter.h"
 #include "platform/linux/x11/X11ScreenCaptureAccess.h"
 #include "platform/linux/x11/X11ShareableContent.h"
 #include "platform/linux/x11/X11VideoSource.h"
+#include "platform/linux/x11/X11WindowActivation.h"
 #include "platform/null/NullServices.h"
 
 #include <cstdlib>
@@ -35,11 +41,11 @@ std::string_view environment(const char* name)
     return value ? value : "";
 }
 
-void useX11(PlatformServices& services, std::shared_ptr<Executor> mainExecutor)
+void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExecutor)
 {
     using namespace linux_backend;
     const auto events = std::make_shared<X11EventThread>();
-    services.hotKeyCenter = std::make_shared<X11HotKeyCenter>(events, std::move(mainExecutor));
+    services.hotKeyCenter = std::make_shared<X11HotKeyCenter>(events, mainExecutor);
     services.screenCaptureAccess = std::make_shared<X11ScreenCaptureAccess>();
     services.shareableContent = std::make_shared<X11ShareableContent>();
     services.captureStreams = makeCaptureStreams({
@@ -50,6 +56,17 @@ void useX11(PlatformServices& services, std::shared_ptr<Executor> mainExecutor)
         .makeAudioSource = makeApplicationAudioSource,
         .shareableContent = services.shareableContent,
     });
+    services.windowActivation = std::make_shared<X11WindowActivation>();
+    services.workspace = makeWorkspace({.observeDisplays =
+                                            [events, mainExecutor](std::function<void()> changed) {
+                                                // For the rest of the process, as the workspace itself.
+                                                static std::unique_ptr<X11DisplayChanges> displays;
+                                                if (auto observed = X11DisplayChanges::observe(events, mainExecutor, std::move(changed)))
+                                                    displays = std::move(*observed);
+                                            },
+        .sessionBusAddress = {},
+        .systemBusAddress = {},
+        .startDetached = {}});
 }
 
 void useNothing(PlatformServices& services, const char* reason)
@@ -58,6 +75,8 @@ void useNothing(PlatformServices& services, const char* reason)
     services.captureStreams = null_backend::makeCaptureStreams(reason);
     services.hotKeyCenter = null_backend::makeHotKeyCenter();
     services.screenCaptureAccess = null_backend::makeScreenCaptureAccess(reason);
+    services.windowActivation = null_backend::makeWindowActivation();
+    services.workspace = linux_backend::makeWorkspace({});
 }
 
 }  // namespace
@@ -73,11 +92,14 @@ PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor)
     services.assetWriters = makeAssetWriters();
     services.assetRepairer = makeAssetRepairer();
     services.assetReader = makeAssetReader();
+    services.userNotificationCenter = makeUserNotificationCenter();
+    services.userDefaults = makeUserDefaults();
+    services.sharingServices = makeSharingServices();
     // Xwayland would answer too, but shows only some of the windows, and those not whole.
     if (!environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland")
         useNothing(services, "Windows of a Wayland session cannot be captured yet; log in to an X11 session.");
     else if (!environment("DISPLAY").empty())
-        useX11(services, std::move(mainExecutor));
+        useX11(services, mainExecutor);
     else
         useNothing(services, "There is no display: neither DISPLAY nor WAYLAND_DISPLAY is set.");
     return services;

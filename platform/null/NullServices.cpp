@@ -72,6 +72,11 @@ private:
     std::string reason_;
 };
 
+class NullWindowActivation final : public platform::WindowActivation {
+public:
+    void activate(std::uint64_t) override { }
+};
+
 }  // namespace
 
 std::shared_ptr<platform::ShareableContentProvider> makeShareableContent(std::string reason)
@@ -92,6 +97,11 @@ std::shared_ptr<platform::HotKeyCenter> makeHotKeyCenter()
 std::shared_ptr<platform::ScreenCaptureAccess> makeScreenCaptureAccess(std::string reason)
 {
     return std::make_shared<NullScreenCaptureAccess>(std::move(reason));
+}
+
+std::shared_ptr<platform::WindowActivation> makeWindowActivation()
+{
+    return std::make_shared<NullWindowActivation>();
 }
 
 }  // namespace velmora::null_backend

@@ -5,6 +5,7 @@
 #include "platform/HotKeyCenter.h"
 #include "platform/ScreenCaptureAccess.h"
 #include "platform/ShareableContent.h"
+#include "platform/WindowActivation.h"
 
 #include <memory>
 #include <string>
@@ -23,5 +24,8 @@ std::shared_ptr<platform::HotKeyCenter> makeHotKeyCenter();
 
 /// Never granted; `reason` is the explanation.
 std::shared_ptr<platform::ScreenCaptureAccess> makeScreenCaptureAccess(std::string reason);
+
+/// Leaves windows where they are.
+std::shared_ptr<platform::WindowActivation> makeWindowActivation();
 
 }  // namespace velmora::null_backend

@@ -1,0 +1,193 @@
+#include "platform/linux/desktop/LinuxUserNotificationCenter.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QObject>
+#include <QStringList>
+#include <QUrl>
+#include <QVariantMap>
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+namespace velmora::linux_backend {
+
+using platform::AuthorizationStatus;
+using platform::NotificationContent;
+using platform::NotificationRequest;
+using platform::NotificationResponse;
+
+namespace {
+
+constexpr const char* service = "org.freedesktop.Notifications";
+constexpr const char* path = "/org/freedesktop/Notifications";
+constexpr const char* interface = "org.freedesktop.Notifications";
+constexpr uint closedByUser = 2;
+constexpr uchar normalUrgency = 1;
+constexpr int usualTimeout = -1;
+
+QString text(const std::string& utf8)
+{
+    return QString::fromStdString(utf8);
+}
+
+QDBusMessage methodCall(const char* method)
+{
+    return QDBusMessage::createMethodCall(QLatin1String{service}, QLatin1String{path}, QLatin1String{interface}, QLatin1String{method});
+}
+
+class LinuxUserNotificationCenter final : public QObject, public platform::UserNotificationCenter {
+    Q_OBJECT
+
+public:
+    explicit LinuxUserNotificationCenter(UserNotificationCenterOptions options)
+        : options_(std::move(options))
+        , bus_(options_.busAddress.empty()
+                  ? QDBusConnection::sessionBus()
+                  : QDBusConnection::connectToBus(text(options_.busAddress), QStringLiteral("velmora-notifications")))
+    {
+        if (!bus_.isConnected())
+            return;
+        bus_.connect(QString{}, QLatin1String{path}, QLatin1String{interface}, QStringLiteral("ActionInvoked"), this,
+            SLOT(actionInvoked(uint, QString)));
+        bus_.connect(QString{}, QLatin1String{path}, QLatin1String{interface}, QStringLiteral("NotificationClosed"), this,
+            SLOT(notificationClosed(uint, uint)));
+        // Another service begins to count anew: its numbers do not mean what the last one's did.
+        watcher_.setConnection(bus_);
+        watcher_.addWatchedService(QLatin1String{service});
+        connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { shown_.clear(); });
+    }
+
+    void setDelegate(std::weak_ptr<platform::UserNotificationCenterDelegate> delegate) override { delegate_ = std::move(delegate); }
+
+    void setNotificationCategories(std::vector<platform::NotificationCategory> categories) override { categories_ = std::move(categories); }
+
+    void getAuthorizationStatus(UniqueFunction<void(AuthorizationStatus)> completion) override
+    {
+        withCapabilities([completion = std::move(completion)](const QStringList& capabilities) mutable {
+            completion(canShowActions(capabilities) ? AuthorizationStatus::authorized : AuthorizationStatus::denied);
+        });
+    }
+
+    void requestAuthorization(unsigned, UniqueFunction<void(Result<bool>)> completion) override
+    {
+        if (!bus_.isConnected())
+            return completion(fail("Velmora.UserNotificationCenter", 1, "There is no session bus, so there are no notifications."));
+        withCapabilities(
+            [completion = std::move(completion)](const QStringList& capabilities) mutable { completion(canShowActions(capabilities)); });
+    }
+
+    void add(const NotificationRequest& request) override
+    {
+        withCapabilities([this, content = request.content](const QStringList& capabilities) { show(content, capabilities); });
+    }
+
+private slots:
+    void actionInvoked(uint id, const QString& action)
+    {
+        if (const auto found = shown_.find(id); found != shown_.end())
+            respond(action.toStdString(), found->second);
+    }
+
+    void notificationClosed(uint id, uint reason)
+    {
+        const auto found = shown_.find(id);
+        if (found == shown_.end())
+            return;
+        const NotificationContent content = std::move(found->second);
+        shown_.erase(found);
+        if (reason == closedByUser)
+            respond(std::string{NotificationResponse::dismissActionIdentifier}, content);
+    }
+
+private:
+    static bool canShowActions(const QStringList& capabilities) { return capabilities.contains(QLatin1String("actions")); }
+
+    /// `work` gets nothing when no service answers.
+    void withCapabilities(UniqueFunction<void(const QStringList&)> work)
+    {
+        if (!bus_.isConnected())
+            return work({});
+        auto* call = new QDBusPendingCallWatcher{bus_.asyncCall(methodCall("GetCapabilities")), this};
+        auto shared = std::make_shared<UniqueFunction<void(const QStringList&)>>(std::move(work));
+        connect(call, &QDBusPendingCallWatcher::finished, this, [call, shared] {
+            const QDBusPendingReply<QStringList> reply = *call;
+            (*shared)(reply.isValid() ? reply.value() : QStringList{});
+            call->deleteLater();
+        });
+    }
+
+    void show(const NotificationContent& content, const QStringList& capabilities)
+    {
+        if (capabilities.isEmpty())
+            return;
+        auto call = methodCall("Notify");
+        const QString body = text(content.body);
+        call.setArguments({QStringLiteral("Velmora"), uint{0}, QString{}, text(content.title),
+            capabilities.contains(QLatin1String("body-markup")) ? body.toHtmlEscaped() : body, actions(content, capabilities),
+            hints(content, capabilities), usualTimeout});
+        auto* sent = new QDBusPendingCallWatcher{bus_.asyncCall(call), this};
+        connect(sent, &QDBusPendingCallWatcher::finished, this, [this, sent, content] {
+            const QDBusPendingReply<uint> reply = *sent;
+            if (reply.isValid())
+                shown_.insert_or_assign(reply.value(), content);
+            sent->deleteLater();
+        });
+    }
+
+    /// Pairs of an identifier and a label. A click on the notification itself is the action "default".
+    [[nodiscard]] QStringList actions(const NotificationContent& content, const QStringList& capabilities) const
+    {
+        QStringList pairs;
+        const auto category = std::find_if(categories_.begin(), categories_.end(),
+            [&](const auto& candidate) { return candidate.identifier == content.categoryIdentifier; });
+        if (category == categories_.end() || !canShowActions(capabilities))
+            return pairs;
+        pairs << QStringLiteral("default") << QString{};
+        for (const auto& action : category->actions)
+            pairs << text(action.identifier) << text(action.title);
+        return pairs;
+    }
+
+    [[nodiscard]] QVariantMap hints(const NotificationContent& content, const QStringList& capabilities) const
+    {
+        QVariantMap hints{
+            {QStringLiteral("urgency"), QVariant::fromValue(normalUrgency)},
+            {QStringLiteral("category"), QStringLiteral("transfer.complete")},
+            {QStringLiteral("desktop-entry"), QStringLiteral("com.velmora.Velmora")},
+        };
+        if (content.playsDefaultSound && capabilities.contains(QLatin1String("sound")))
+            hints.insert(QStringLiteral("sound-name"), QStringLiteral("message-new-instant"));
+        if (!options_.icon.empty())
+            hints.insert(QStringLiteral("image-path"), QUrl::fromLocalFile(text(options_.icon.string())).toString());
+        return hints;
+    }
+
+    void respond(std::string action, const NotificationContent& content)
+    {
+        if (const auto delegate = delegate_.lock())
+            delegate->didReceive({std::move(action), content}, [] {});
+    }
+
+    const UserNotificationCenterOptions options_;
+    QDBusConnection bus_;
+    QDBusServiceWatcher watcher_;
+    std::weak_ptr<platform::UserNotificationCenterDelegate> delegate_;
+    std::vector<platform::NotificationCategory> categories_;
+    std::map<uint, NotificationContent> shown_;  // by the service's number
+};
+
+}  // namespace
+
+std::shared_ptr<platform::UserNotificationCenter> makeUserNotificationCenter(UserNotificationCenterOptions options)
+{
+    return std::make_shared<LinuxUserNotificationCenter>(std::move(options));
+}
+
+}  // namespace velmora::linux_backend
+
+#include "LinuxUserNotificationCenter.moc"

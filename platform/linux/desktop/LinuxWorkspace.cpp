@@ -1,0 +1,173 @@
+#include "platform/linux/desktop/LinuxWorkspace.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusUnixFileDescriptor>
+#include <QObject>
+#include <QPointer>
+#include <QProcess>
+#include <QUrl>
+
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+namespace velmora::linux_backend {
+
+namespace {
+
+constexpr std::string_view screenRecordingSettings = "x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture";
+constexpr const char* logindService = "org.freedesktop.login1";
+constexpr const char* logindPath = "/org/freedesktop/login1";
+constexpr const char* logindManager = "org.freedesktop.login1.Manager";
+
+QDBusConnection busAt(const std::string& address, const QString& name, QDBusConnection usual)
+{
+    return address.empty() ? std::move(usual) : QDBusConnection::connectToBus(QString::fromStdString(address), name);
+}
+
+void startDetached(const std::string& program, const std::vector<std::string>& arguments)
+{
+    QStringList list;
+    for (const auto& argument : arguments)
+        list.append(QString::fromStdString(argument));
+    QProcess::startDetached(QString::fromStdString(program), list);
+}
+
+/// The program that shows this desktop's own page of privacy settings.
+std::vector<std::string> privacySettings()
+{
+    const char* value = std::getenv("XDG_CURRENT_DESKTOP");
+    const auto desktop = QString::fromLocal8Bit(value ? value : "").toUpper();
+    if (desktop.contains(QLatin1String("GNOME")))
+        return {"gnome-control-center", "privacy"};
+    if (desktop.contains(QLatin1String("KDE")))
+        return {"systemsettings"};
+    if (desktop.contains(QLatin1String("XFCE")))
+        return {"xfce4-settings-manager"};
+    return {};
+}
+
+/// What the machine waits for before it sleeps: gone when the last owner is.
+using Inhibitor = std::shared_ptr<QDBusUnixFileDescriptor>;
+
+class LinuxWorkspace final : public QObject, public platform::Workspace {
+    Q_OBJECT
+
+public:
+    explicit LinuxWorkspace(LinuxWorkspaceOptions options)
+        : options_(std::move(options))
+        , session_(busAt(options_.sessionBusAddress, QStringLiteral("velmora-workspace-session"), QDBusConnection::sessionBus()))
+    {
+        if (!options_.startDetached)
+            options_.startDetached = startDetached;
+    }
+
+    void addObserver(platform::WorkspaceObserver observer) override
+    {
+        observers_.push_back(std::move(observer));
+        if (observers_.size() > 1)
+            return;
+        auto system = busAt(options_.systemBusAddress, QStringLiteral("velmora-workspace-system"), QDBusConnection::systemBus());
+        if (system.isConnected()) {
+            system_ = std::move(system);
+            system_->connect(QLatin1String{logindService}, QLatin1String{logindPath}, QLatin1String{logindManager},
+                QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep(bool)));
+            delaySleep();
+        }
+        if (options_.observeDisplays) {
+            options_.observeDisplays([self = QPointer{this}] {
+                if (self)
+                    self->screensChanged();
+            });
+        }
+    }
+
+    void open(const std::filesystem::path& path) override { options_.startDetached("xdg-open", {path.string()}); }
+
+    void openURL(std::string_view url) override
+    {
+        if (url != screenRecordingSettings)
+            return options_.startDetached("xdg-open", {std::string{url}});
+        auto command = privacySettings();
+        if (command.empty())
+            return;
+        const auto program = command.front();
+        command.erase(command.begin());
+        options_.startDetached(program, command);
+    }
+
+    void activateFileViewerSelecting(const std::vector<std::filesystem::path>& files) override
+    {
+        if (files.empty())
+            return;
+        QStringList uris;
+        for (const auto& file : files)
+            uris.append(QString::fromLatin1(QUrl::fromLocalFile(QString::fromStdString(file.string())).toEncoded()));
+        auto call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.FileManager1"),
+            QStringLiteral("/org/freedesktop/FileManager1"), QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+        call.setArguments({uris, QString{}});
+        // Not every desktop has a file browser with this interface; a folder can be opened anywhere.
+        auto* watcher = new QDBusPendingCallWatcher{session_.asyncCall(call), this};
+        connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, folder = files.front().parent_path()] {
+            if (watcher->isError())
+                open(folder);
+            watcher->deleteLater();
+        });
+    }
+
+private slots:
+    void prepareForSleep(bool begins)
+    {
+        if (!begins) {
+            delaySleep();
+            for (const auto& observer : observers_)
+                observer.didWake();
+            return;
+        }
+        auto inhibitor = std::exchange(inhibitor_, nullptr);
+        for (const auto& observer : observers_)
+            observer.willSleep([held = inhibitor]() mutable { held.reset(); });
+    }
+
+private:
+    void delaySleep()
+    {
+        auto call = QDBusMessage::createMethodCall(
+            QLatin1String{logindService}, QLatin1String{logindPath}, QLatin1String{logindManager}, QStringLiteral("Inhibit"));
+        call.setArguments(
+            {QStringLiteral("sleep"), QStringLiteral("Velmora"), QStringLiteral("Stopping a capture safely"), QStringLiteral("delay")});
+        auto* watcher = new QDBusPendingCallWatcher{system_->asyncCall(call), this};
+        connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+            const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *watcher;
+            if (reply.isValid())
+                inhibitor_ = std::make_shared<QDBusUnixFileDescriptor>(reply.value());
+            watcher->deleteLater();
+        });
+    }
+
+    void screensChanged()
+    {
+        for (const auto& observer : observers_)
+            observer.screenParametersDidChange();
+    }
+
+    LinuxWorkspaceOptions options_;
+    QDBusConnection session_;
+    std::optional<QDBusConnection> system_;
+    std::vector<platform::WorkspaceObserver> observers_;
+    Inhibitor inhibitor_;
+};
+
+}  // namespace
+
+std::shared_ptr<platform::Workspace> makeWorkspace(LinuxWorkspaceOptions options)
+{
+    return std::make_shared<LinuxWorkspace>(std::move(options));
+}
+
+}  // namespace velmora::linux_backend
+
+#include "LinuxWorkspace.moc"
