@@ -2,8 +2,11 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QHash>
 
 #include <cmath>
+#include <initializer_list>
+#include <utility>
 
 namespace velmora::command_line {
 
@@ -18,28 +21,55 @@ tl::unexpected<QString> wrong(const QString& what)
 
 const QCommandLineOption helpOption{{QStringLiteral("h"), QStringLiteral("help")}, QString{}};
 
-// Parses what follows the command's name. None when help is asked for.
-tl::expected<bool, QString> parseOptions(QCommandLineParser& parser, const QStringList& arguments)
-{
-    parser.addOption(helpOption);
-    if (!parser.parse(arguments))
-        return tl::unexpected<QString>(parser.errorText());
-    return !parser.isSet(helpOption);
-}
+// What stands after a command's name: its options are understood, and it has as many other arguments as it takes.
+class Arguments {
+public:
+    explicit Arguments(std::initializer_list<QCommandLineOption> options)
+    {
+        parser_.addOption(helpOption);
+        parser_.addOptions(options);
+    }
+
+    /// What the user gets instead of the command: help, or what is wrong. None when the command can be carried out.
+    std::optional<Parsed> parse(const QStringList& arguments, qsizetype positionalCount, const QString& usage = {})
+    {
+        if (!parser_.parse(arguments))
+            return wrong(parser_.errorText());
+        if (parser_.isSet(helpOption))
+            return Print{helpText()};
+        const auto& positional = parser_.positionalArguments();
+        if (positional.size() == positionalCount)
+            return std::nullopt;
+        return wrong(positionalCount == 0 ? QStringLiteral("Unexpected argument '%1'.").arg(positional.constFirst()) : usage);
+    }
+
+    [[nodiscard]] bool isSet(const QCommandLineOption& option) const { return parser_.isSet(option); }
+    [[nodiscard]] QString value(const QCommandLineOption& option) const { return parser_.value(option); }
+    [[nodiscard]] QString positional() const { return parser_.positionalArguments().constFirst(); }
+
+private:
+    QCommandLineParser parser_;
+};
 
 Parsed parseWindows(const QStringList& arguments)
 {
     const QCommandLineOption json{QStringLiteral("json")};
-    QCommandLineParser parser;
-    parser.addOption(json);
-    const auto goOn = parseOptions(parser, arguments);
-    if (!goOn)
-        return wrong(goOn.error());
-    if (!*goOn)
-        return Print{helpText()};
-    if (!parser.positionalArguments().isEmpty())
-        return wrong(QStringLiteral("Unexpected argument '%1'.").arg(parser.positionalArguments().constFirst()));
-    return Windows{.json = parser.isSet(json)};
+    Arguments given{json};
+    if (auto instead = given.parse(arguments, 0))
+        return std::move(*instead);
+    return Windows{.json = given.isSet(json)};
+}
+
+std::optional<std::uint32_t> parseWindowID(const QString& text)
+{
+    bool isNumber = false;
+    const auto number = text.toUInt(&isNumber, 0);
+    return isNumber ? std::optional{number} : std::nullopt;
+}
+
+tl::unexpected<QString> notAWindow(const QString& text)
+{
+    return wrong(QStringLiteral("'%1' is not a window's number.").arg(text));
 }
 
 std::optional<std::chrono::nanoseconds> parseSeconds(const QString& text)
@@ -63,47 +93,92 @@ Parsed parseRecord(const QStringList& arguments)
     const QCommandLineOption window{QStringLiteral("window"), QString{}, QStringLiteral("ID")};
     const QCommandLineOption duration{QStringLiteral("duration"), QString{}, QStringLiteral("SECONDS")};
     const QCommandLineOption output{QStringLiteral("output"), QString{}, QStringLiteral("FILE")};
-    QCommandLineParser parser;
-    parser.addOptions({window, duration, output});
-    const auto goOn = parseOptions(parser, arguments);
-    if (!goOn)
-        return wrong(goOn.error());
-    if (!*goOn)
-        return Print{helpText()};
-    if (!parser.positionalArguments().isEmpty())
-        return wrong(QStringLiteral("Unexpected argument '%1'.").arg(parser.positionalArguments().constFirst()));
-    if (!parser.isSet(window))
+    Arguments given{window, duration, output};
+    if (auto instead = given.parse(arguments, 0))
+        return std::move(*instead);
+    if (!given.isSet(window))
         return wrong(QStringLiteral("Which window? 'velmora windows' lists them; give one with --window ID."));
 
     Record record;
-    bool isNumber = false;
-    record.windowID = parser.value(window).toUInt(&isNumber, 0);
-    if (!isNumber)
-        return wrong(QStringLiteral("'%1' is not a window's number.").arg(parser.value(window)));
-    if (parser.isSet(duration)) {
-        record.duration = parseSeconds(parser.value(duration));
+    const auto windowID = parseWindowID(given.value(window));
+    if (!windowID)
+        return notAWindow(given.value(window));
+    record.windowID = *windowID;
+    if (given.isSet(duration)) {
+        record.duration = parseSeconds(given.value(duration));
         if (!record.duration)
-            return wrong(QStringLiteral("'%1' is not a number of seconds above zero.").arg(parser.value(duration)));
+            return wrong(QStringLiteral("'%1' is not a number of seconds above zero.").arg(given.value(duration)));
     }
-    if (parser.isSet(output)) {
-        if (parser.value(output).isEmpty())
+    if (given.isSet(output)) {
+        if (given.value(output).isEmpty())
             return wrong(QStringLiteral("--output needs a file's name."));
-        record.output = absolutePath(parser.value(output));
+        record.output = absolutePath(given.value(output));
     }
     return record;
 }
 
 Parsed parseRepair(const QStringList& arguments)
 {
-    QCommandLineParser parser;
-    const auto goOn = parseOptions(parser, arguments);
-    if (!goOn)
-        return wrong(goOn.error());
-    if (!*goOn)
-        return Print{helpText()};
-    if (parser.positionalArguments().size() != 1)
-        return wrong(QStringLiteral("'velmora repair' takes one file."));
-    return Repair{.file = absolutePath(parser.positionalArguments().constFirst())};
+    Arguments given{};
+    if (auto instead = given.parse(arguments, 1, QStringLiteral("'velmora repair' takes one file.")))
+        return std::move(*instead);
+    return Repair{.file = absolutePath(given.positional())};
+}
+
+Parsed parseSelect(const QStringList& arguments)
+{
+    Arguments given{};
+    if (auto instead =
+            given.parse(arguments, 1, QStringLiteral("'velmora select' takes one window's number; 'velmora windows' lists them.")))
+        return std::move(*instead);
+    const auto windowID = parseWindowID(given.positional());
+    if (!windowID)
+        return notAWindow(given.positional());
+    return Control{.action = Control::Action::select, .windowID = *windowID, .json = false, .file = {}};
+}
+
+Parsed parsePreview(const QStringList& arguments)
+{
+    Arguments given{};
+    if (auto instead = given.parse(arguments, 1, QStringLiteral("'velmora preview' takes one file.")))
+        return std::move(*instead);
+    return Control{.action = Control::Action::preview, .windowID = 0, .json = false, .file = absolutePath(given.positional())};
+}
+
+Parsed parseStatus(const QStringList& arguments)
+{
+    const QCommandLineOption json{QStringLiteral("json")};
+    Arguments given{json};
+    if (auto instead = given.parse(arguments, 0))
+        return std::move(*instead);
+    return Control{.action = Control::Action::status, .windowID = 0, .json = given.isSet(json), .file = {}};
+}
+
+template <Control::Action action>
+Parsed parsePlainControl(const QStringList& arguments)
+{
+    Arguments given{};
+    if (auto instead = given.parse(arguments, 0))
+        return std::move(*instead);
+    return Control{.action = action, .windowID = 0, .json = false, .file = {}};
+}
+
+using Parser = Parsed (*)(const QStringList&);
+
+Parser parserOf(const QString& command)
+{
+    static const QHash<QString, Parser> parsers{
+        {QStringLiteral("windows"), parseWindows},
+        {QStringLiteral("record"), parseRecord},
+        {QStringLiteral("repair"), parseRepair},
+        {QStringLiteral("toggle"), parsePlainControl<Control::Action::toggle>},
+        {QStringLiteral("select"), parseSelect},
+        {QStringLiteral("stop"), parsePlainControl<Control::Action::stop>},
+        {QStringLiteral("status"), parseStatus},
+        {QStringLiteral("preview"), parsePreview},
+        {QStringLiteral("quit"), parsePlainControl<Control::Action::quit>},
+    };
+    return parsers.value(command, nullptr);
 }
 
 }  // namespace
@@ -111,15 +186,10 @@ Parsed parseRepair(const QStringList& arguments)
 tl::expected<Command, QString> parse(const QStringList& arguments)
 {
     if (arguments.size() < 2)
-        return wrong(QStringLiteral("What is to be done? See 'velmora --help'."));
-    const QString command = arguments.at(1);
-    const QStringList rest = arguments.mid(1);  // the command stands for the program's name
-    if (command == QLatin1String("windows"))
-        return parseWindows(rest);
-    if (command == QLatin1String("record"))
-        return parseRecord(rest);
-    if (command == QLatin1String("repair"))
-        return parseRepair(rest);
+        return Run{};
+    const QString& command = arguments.at(1);
+    if (const auto parser = parserOf(command))
+        return parser(arguments.mid(1));  // the command stands for the program's name
     if (command == QLatin1String("--help") || command == QLatin1String("-h"))
         return Print{helpText()};
     if (command == QLatin1String("--version"))
@@ -130,6 +200,22 @@ tl::expected<Command, QString> parse(const QStringList& arguments)
 QString helpText()
 {
     return QStringLiteral("Velmora records one window, with its application's sound, as an MP4 clip.\n"
+                          "\n"
+                          "  velmora\n"
+                          "      Starts the program in the tray; when it runs already, brings it up.\n"
+                          "\n"
+                          "  velmora toggle\n"
+                          "      Starts a recording; ends the one that runs and prints the clip's path when it is safe.\n"
+                          "  velmora select ID\n"
+                          "      Chooses the window to record.\n"
+                          "  velmora stop\n"
+                          "      Saves a recording that runs, then stops capturing the window.\n"
+                          "  velmora status [--json]\n"
+                          "      Says what the program is doing.\n"
+                          "  velmora preview FILE\n"
+                          "      Opens a clip.\n"
+                          "  velmora quit\n"
+                          "      Ends the program, and with it a recording that runs.\n"
                           "\n"
                           "  velmora windows [--json]\n"
                           "      Lists the windows that can be recorded.\n"

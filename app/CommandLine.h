@@ -31,12 +31,25 @@ struct Repair {
     std::filesystem::path file;
 };
 
+/// The program itself, in the tray.
+struct Run { };
+
+/// Something for the program that runs already.
+struct Control {
+    enum class Action { toggle, select, stop, status, preview, quit };
+
+    Action action = Action::status;
+    std::uint32_t windowID = 0;  ///< select
+    bool json = false;  ///< status
+    std::filesystem::path file;  ///< preview; absolute
+};
+
 /// Text for standard output, after which the program ends.
 struct Print {
     QString text;
 };
 
-using Command = std::variant<Windows, Record, Repair, Print>;
+using Command = std::variant<Run, Control, Windows, Record, Repair, Print>;
 
 /// The command in `arguments` (the program's name first), or what is wrong with them in one line.
 tl::expected<Command, QString> parse(const QStringList& arguments);

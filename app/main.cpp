@@ -5,7 +5,9 @@
 #include "app/RecordCommand.h"
 #include "app/RepairCommand.h"
 #include "app/TerminationSignals.h"
+#include "app/VelmoraApp.h"
 #include "app/WindowsCommand.h"
+#include "app/control/ControlCommands.h"
 #include "platform/PlatformFactory.h"
 #include "system/Log.h"
 
@@ -24,6 +26,8 @@ int run(const command_line::Command& command)
         std::fputs(qUtf8Printable(print->text), stdout);
         return command_line::succeeded;
     }
+    if (const auto* control = std::get_if<command_line::Control>(&command))
+        return runControlCommand(*control);
     const auto mainExecutor = std::make_shared<MainThreadExecutor>();
     const auto services = platform::makePlatformServices(mainExecutor);
     Log::setSink(services.logSink);
@@ -40,6 +44,8 @@ int run(const command_line::Command& command)
 int main(int argc, char** argv)
 {
     TerminationSignals::block();
+    if (argc < 2)
+        return runVelmoraApp(argc, argv);
     QCoreApplication application{argc, argv};
     QCoreApplication::setApplicationName(QStringLiteral("Velmora"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELMORA_VERSION));

@@ -69,7 +69,6 @@ TEST(CommandLine, RefusesAWindowThatIsNoNumber)
 
 TEST(CommandLine, RefusesWhatItDoesNotKnow)
 {
-    EXPECT_NE(complaint({}).find("--help"), std::string::npos);
     EXPECT_NE(complaint({"film"}).find("'film'"), std::string::npos);
     EXPECT_NE(complaint({"windows", "--xml"}).find("xml"), std::string::npos);
     EXPECT_NE(complaint({"windows", "now"}).find("'now'"), std::string::npos);
@@ -84,9 +83,40 @@ TEST(CommandLine, RepairsOneFile)
     EXPECT_EQ(commandOf<Repair>({"repair", "/tmp/clip.mp4"}).file, "/tmp/clip.mp4");
 }
 
+TEST(CommandLine, StartsTheProgramWhenNothingIsSaid)
+{
+    const auto command = parsed({});
+    ASSERT_TRUE(command.has_value());
+    EXPECT_TRUE(std::holds_alternative<command_line::Run>(*command));
+}
+
+TEST(CommandLine, SpeaksToTheProgramThatRuns)
+{
+    using Action = Control::Action;
+    EXPECT_EQ(commandOf<Control>({"toggle"}).action, Action::toggle);
+    EXPECT_EQ(commandOf<Control>({"stop"}).action, Action::stop);
+    EXPECT_EQ(commandOf<Control>({"quit"}).action, Action::quit);
+    EXPECT_EQ(commandOf<Control>({"status"}).action, Action::status);
+    EXPECT_FALSE(commandOf<Control>({"status"}).json);
+    EXPECT_TRUE(commandOf<Control>({"status", "--json"}).json);
+    EXPECT_EQ(commandOf<Control>({"select", "0x1a00003"}).windowID, 0x1a00003U);
+    EXPECT_EQ(commandOf<Control>({"preview", "clip.mp4"}).file, std::filesystem::current_path() / "clip.mp4");
+}
+
+TEST(CommandLine, RefusesTooLittleAndTooMuchForTheProgramThatRuns)
+{
+    EXPECT_NE(complaint({"toggle", "now"}).find("'now'"), std::string::npos);
+    EXPECT_NE(complaint({"select"}).find("velmora windows"), std::string::npos);
+    EXPECT_NE(complaint({"select", "film"}).find("'film'"), std::string::npos);
+    EXPECT_NE(complaint({"preview"}).find("one file"), std::string::npos);
+    EXPECT_NE(complaint({"preview", "a", "b"}).find("one file"), std::string::npos);
+    EXPECT_NE(complaint({"stop", "--json"}).find("json"), std::string::npos);
+}
+
 TEST(CommandLine, HelpsAtEveryPlaceItIsAskedFor)
 {
-    for (const QStringList& arguments : {QStringList{"--help"}, {"-h"}, {"windows", "--help"}, {"record", "-h"}, {"repair", "--help"}})
+    for (const QStringList& arguments : {QStringList{"--help"}, {"-h"}, {"windows", "--help"}, {"record", "-h"}, {"repair", "--help"},
+             {"toggle", "--help"}, {"select", "-h"}})
         EXPECT_EQ(commandOf<Print>(arguments).text, helpText());
     EXPECT_TRUE(commandOf<Print>({"--version"}).text.startsWith(QLatin1String("velmora ")));
 }

@@ -1,0 +1,56 @@
+// The program as commands from outside reach it.
+#pragma once
+
+#include "app/WindowPresenting.h"
+#include "app/control/InstanceControl.h"
+#include "app/menu/StatusItem.h"
+#include "capture/CaptureCoordinator.h"
+#include "library/ClipLibrary.h"
+#include "system/KeyboardShortcutManager.h"
+#include "system/PermissionManager.h"
+#include "windows/WindowSelectionService.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace velmora {
+
+/// Main thread only. A command that saves a recording completes when the coordinator says that the file is safe, or why it is not.
+class AppControl final : public QObject, public InstanceControl {
+    Q_OBJECT
+
+public:
+    struct Services {
+        std::shared_ptr<CaptureCoordinator> coordinator;
+        std::shared_ptr<PermissionManager> permissionManager;
+        std::shared_ptr<KeyboardShortcutManager> shortcutManager;
+        std::shared_ptr<WindowSelectionService> windowService;
+        std::shared_ptr<WindowPresenting> windows;
+        std::function<void()> showMenu;
+        std::function<void()> quit;
+    };
+
+    explicit AppControl(Services services);
+
+    void activate() override;
+    void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion) override;
+    void selectWindow(std::uint32_t windowID, UniqueFunction<void(Result<void>)> completion) override;
+    void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion) override;
+    [[nodiscard]] QJsonObject status() const override;
+    Result<void> presentClipPreview(const std::filesystem::path& file) override;
+    void quit() override { services_.quit(); }
+
+private:
+    using SaveCompletion = UniqueFunction<void(Result<SavedClip>)>;
+
+    void saveRecording(SaveCompletion completion);
+    void finishSaves(const Result<SavedClip>& result);
+
+    const Services services_;
+    std::vector<SaveCompletion> saves_;  // those who wait for the recording that is being saved
+};
+
+}  // namespace velmora

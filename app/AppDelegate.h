@@ -1,0 +1,75 @@
+// What the program does at launch and at its end, and the windows that it presents.
+#pragma once
+
+#include "app/ApplicationWindows.h"
+#include "app/ClipSavedNotificationController.h"
+#include "app/WindowPresenting.h"
+#include "app/menu/MenuBarController.h"
+#include "capture/CaptureCoordinator.h"
+#include "platform/UserDefaults.h"
+#include "system/PermissionManager.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string_view>
+
+namespace velmora {
+
+/// The preference that is set when the walkthrough has been finished.
+inline constexpr std::string_view hasCompletedWalkthroughKey = "hasCompletedWalkthrough";
+
+/// Main thread only. Lives for the whole process.
+class AppDelegate final : public std::enable_shared_from_this<AppDelegate>, public WindowPresenting {
+    struct Private { };
+
+public:
+    struct Services {
+        std::shared_ptr<CaptureCoordinator> coordinator;
+        std::shared_ptr<PermissionManager> permissionManager;
+        std::shared_ptr<platform::UserDefaults> userDefaults;
+        std::shared_ptr<ApplicationWindowFactory> windows;
+        std::shared_ptr<AlertPresenter> alerts;
+        std::shared_ptr<ClipSavedNotificationController> notificationController;
+        std::shared_ptr<Executor> mainExecutor;
+
+        /// Makes the controller of the item in the menu bar. Called once, at launch.
+        std::function<std::unique_ptr<MenuBarController>(std::weak_ptr<WindowPresenting>)> makeMenuBarController;
+    };
+
+    /// Stores the new delegate as the shared one.
+    static std::shared_ptr<AppDelegate> create(Services services);
+
+    /// None before the delegate exists and after it is gone.
+    static std::shared_ptr<AppDelegate> shared();
+
+    AppDelegate(Private, Services services);
+
+    void applicationDidFinishLaunching();
+
+    /// Closing every window leaves the program in the menu bar.
+    [[nodiscard]] static constexpr bool applicationShouldTerminateAfterLastWindowClosed() { return false; }
+
+    void applicationWillTerminate();
+
+    void presentOnboarding() override;
+    void presentWindowPicker() override;
+    void presentClipPreview(const std::filesystem::path& clip) override;
+    void presentSettings() override;
+
+    [[nodiscard]] MenuBarController* menuBarController() const { return menuBarController_.get(); }
+
+private:
+    void present(std::shared_ptr<ApplicationWindow>& window, const WindowDescription& description);
+    void clipWasSaved(const std::filesystem::path& clip, double duration, bool isFullDuration);
+    void captureFailed(const std::string& message);
+
+    const Services services_;
+    std::unique_ptr<MenuBarController> menuBarController_;
+    std::shared_ptr<ApplicationWindow> onboardingWindow_;
+    std::shared_ptr<ApplicationWindow> windowPickerWindow_;
+    std::shared_ptr<ApplicationWindow> previewWindow_;
+    std::shared_ptr<ApplicationWindow> settingsWindow_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,84 @@
+// Tells the user that a clip was saved: a notification, and a panel for a few seconds.
+#pragma once
+
+#include "app/WindowPresenting.h"
+#include "base/SerialQueue.h"
+#include "platform/Clock.h"
+#include "platform/UserNotificationCenter.h"
+#include "platform/Workspace.h"
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace velmora {
+
+/// The floating panel. It never takes the focus.
+class HudPanel {
+public:
+    struct Content {
+        std::filesystem::path clip;
+        std::string title;  ///< plain text
+        std::function<void()> onDismiss;
+    };
+
+    virtual ~HudPanel() = default;
+
+    virtual void setContent(Content content) = 0;
+
+    /// To the top right corner of the main screen's free area, if there is a screen.
+    virtual void place() = 0;
+
+    /// Shows it, transparent, above everything, and fades it in.
+    virtual void orderFrontAndFadeIn() = 0;
+
+    /// Fades it out over `duration`, hides it and then calls `completion`; never when it is shown again before.
+    virtual void fadeOutAndOrderOut(std::chrono::milliseconds duration) = 0;
+};
+
+/// Main thread, except where said.
+class ClipSavedNotificationController final : public platform::UserNotificationCenterDelegate,
+                                              public std::enable_shared_from_this<ClipSavedNotificationController> {
+    struct Private { };
+
+public:
+    static constexpr const char* categoryIdentifier = "CLIP_SAVED_CATEGORY";
+    static constexpr const char* previewAction = "PREVIEW_ACTION";
+    static constexpr const char* revealAction = "REVEAL_ACTION";
+    static constexpr const char* clipURLKey = "clipURL";
+    static constexpr std::chrono::milliseconds timeOnScreen{7000};
+    static constexpr std::chrono::milliseconds fadeOut{250};
+
+    struct Services {
+        std::shared_ptr<platform::UserNotificationCenter> notificationCenter;
+        std::shared_ptr<platform::Workspace> workspace;
+        std::shared_ptr<platform::Clock> clock;
+        std::shared_ptr<Executor> mainExecutor;
+        std::function<std::shared_ptr<WindowPresenting>()> windows;  ///< none when there is no delegate
+        std::function<std::unique_ptr<HudPanel>()> makePanel;  ///< called for the first panel only
+    };
+
+    /// Becomes the centre's delegate and registers the one category.
+    static std::shared_ptr<ClipSavedNotificationController> create(Services services);
+
+    ClipSavedNotificationController(Private, Services services);
+
+    /// Any thread. `duration` in seconds; zero and less mean that it is not known.
+    void showClipSaved(const std::filesystem::path& clip, double duration, bool isFullDuration);
+
+    void presentHUD(const std::filesystem::path& clip, const std::string& title);
+    void dismissHUD();
+
+    /// Any thread.
+    void willPresent(const platform::NotificationContent& content, UniqueFunction<void(unsigned)> completion) override;
+    void didReceive(const platform::NotificationResponse& response, UniqueFunction<void()> completion) override;
+
+private:
+    const Services services_;
+    std::unique_ptr<HudPanel> hudWindow_;
+    std::unique_ptr<platform::Timer> dismissTimer_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,201 @@
+#include "app/VelmoraApp.h"
+
+#include "app/AppControl.h"
+#include "app/AppDelegate.h"
+#include "app/CommandLine.h"
+#include "app/MainThreadClock.h"
+#include "app/MainThreadExecutor.h"
+#include "app/TerminationSignals.h"
+#include "app/control/ControlCommands.h"
+#include "app/control/InstanceBus.h"
+#include "app/menu/ShareMenu.h"
+#include "app/menu/TrayStatusItem.h"
+#include "app/views/AlertWindows.h"
+#include "app/views/HudPanelWindow.h"
+#include "app/views/PlainContent.h"
+#include "app/views/QuickWindows.h"
+#include "app/views/StatusWindow.h"
+#include "platform/PlatformFactory.h"
+#include "system/Log.h"
+#include "system/SharedServices.h"
+#include "windows/views/WindowPickerModel.h"
+
+#include <QApplication>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+namespace velmora {
+
+namespace {
+
+bool hasDisplay()
+{
+    for (const char* variable : {"DISPLAY", "WAYLAND_DISPLAY"}) {
+        if (const char* value = std::getenv(variable); value && *value)
+            return true;
+    }
+    return false;
+}
+
+QuickContent makeContent(const WindowDescription& description, const SharedServices& services)
+{
+    switch (description.content) {
+    case WindowContent::windowPicker: {
+        auto windowService = std::make_shared<WindowSelectionService>(services.platform.shareableContent, services.mainExecutor);
+        auto model = std::make_shared<WindowPickerModel>(std::move(windowService), CaptureCoordinator::shared());
+        auto* picker = model.get();
+        return {
+            .view = QUrl{QStringLiteral("qrc:/Velmora/Windows/WindowPickerView.qml")},
+            .model = std::move(model),
+            .willAppear = [picker] { picker->viewWillAppear(); },
+            .onDismiss =
+                [picker](
+                    std::function<void()> close) { QObject::connect(picker, &WindowPickerModel::dismissed, picker, std::move(close)); },
+        };
+    }
+    case WindowContent::onboarding:
+    case WindowContent::clipPreview:
+    case WindowContent::settings:
+        break;
+    }
+    return makePlainContent(description, services);
+}
+
+/// Everything that lives as long as the program runs, from the ground up.
+class VelmoraApp {
+public:
+    explicit VelmoraApp(QApplication& application) : mainExecutor_(std::make_shared<MainThreadExecutor>())
+    {
+        SharedServices::install({platform::makePlatformServices(mainExecutor_), mainExecutor_, std::make_shared<MainThreadClock>()});
+        const auto& services = SharedServices::current();
+        Log::setSink(services.platform.logSink);
+
+        const auto alerts = makeAlertWindows(services.platform.windowActivation);
+        const auto windows = std::make_shared<QuickWindowFactory>(services.platform.windowActivation,
+            [](const WindowDescription& description) { return makeContent(description, SharedServices::current()); });
+        appDelegate_ = AppDelegate::create({
+            .coordinator = CaptureCoordinator::shared(),
+            .permissionManager = PermissionManager::shared(),
+            .userDefaults = services.platform.userDefaults,
+            .windows = windows,
+            .alerts = alerts,
+            .notificationController = makeNotificationController(services),
+            .mainExecutor = mainExecutor_,
+            .makeMenuBarController =
+                [alerts](std::weak_ptr<WindowPresenting> presenting) {
+                    return std::make_unique<MenuBarController>(
+                        MenuBarController::Services{
+                            .coordinator = CaptureCoordinator::shared(),
+                            .library = ClipLibrary::shared(),
+                            .workspace = SharedServices::current().platform.workspace,
+                            .alerts = alerts,
+                            .windows = std::move(presenting),
+                            .terminate = [] { QCoreApplication::quit(); },
+                        },
+                        makeTrayStatusItem());
+                },
+        });
+        QObject::connect(&application, &QCoreApplication::aboutToQuit, &application, [this] { appDelegate_->applicationWillTerminate(); });
+        QObject::connect(&signals_, &TerminationSignals::received, &application, &QCoreApplication::quit);
+    }
+
+    void launch(InstanceBus& bus)
+    {
+        appDelegate_->applicationDidFinishLaunching();
+        auto* menuBar = appDelegate_->menuBarController();
+        control_ = std::make_unique<AppControl>(AppControl::Services{
+            .coordinator = CaptureCoordinator::shared(),
+            .permissionManager = PermissionManager::shared(),
+            .shortcutManager = KeyboardShortcutManager::shared(),
+            .windowService = std::make_shared<WindowSelectionService>(
+                SharedServices::current().platform.shareableContent, SharedServices::current().mainExecutor),
+            .windows = appDelegate_,
+            .showMenu = [this, menuBar] { showMenu(*menuBar); },
+            .quit =
+                [menuBar] {
+                    MenuItem quit;
+                    quit.action = MenuAction::quit;
+                    menuBar->handle(quit);
+                },
+        });
+        bus.serve(*control_);
+        if (!hasTray())
+            showMenu(*menuBar);
+    }
+
+private:
+    static std::shared_ptr<ClipSavedNotificationController> makeNotificationController(const SharedServices& services)
+    {
+        const auto workspace = services.platform.workspace;
+        const auto sharing = services.platform.sharingServices;
+        return ClipSavedNotificationController::create({
+            .notificationCenter = services.platform.userNotificationCenter,
+            .workspace = workspace,
+            .clock = services.clock,
+            .mainExecutor = services.mainExecutor,
+            .windows = [] { return AppDelegate::shared(); },
+            .makePanel =
+                [workspace, sharing] {
+                    return makeHudPanelWindow({
+                        .preview =
+                            [](const std::filesystem::path& clip) {
+                                if (const auto delegate = AppDelegate::shared())
+                                    delegate->presentClipPreview(clip);
+                            },
+                        .share = [sharing](const std::filesystem::path& clip,
+                                     const QPoint& position) { popUpShareMenu(sharing, clip, position); },
+                        .reveal = [workspace](const std::filesystem::path& clip) { workspace->activateFileViewerSelecting({clip}); },
+                    });
+                },
+        });
+    }
+
+    // Without a tray the menu lies open in a window of its own.
+    void showMenu(MenuBarController& menuBar)
+    {
+        if (hasTray())
+            return menuBar.statusItem().popUpMenu();
+        if (!statusWindow_)
+            statusWindow_ = makeStatusWindow(menuBar, *CaptureCoordinator::shared(), SharedServices::current().platform.windowActivation);
+        statusWindow_->makeKeyAndOrderFront(false);
+    }
+
+    const std::shared_ptr<MainThreadExecutor> mainExecutor_;
+    TerminationSignals signals_;
+    std::shared_ptr<AppDelegate> appDelegate_;
+    std::unique_ptr<AppControl> control_;
+    std::shared_ptr<ApplicationWindow> statusWindow_;
+};
+
+}  // namespace
+
+int runVelmoraApp(int& argc, char** argv)
+{
+    if (!hasDisplay()) {
+        std::fputs("Velmora needs a desktop: neither DISPLAY nor WAYLAND_DISPLAY is set.\n", stderr);
+        return command_line::failed;
+    }
+    QApplication application{argc, argv};
+    QApplication::setQuitOnLastWindowClosed(AppDelegate::applicationShouldTerminateAfterLastWindowClosed());
+    QGuiApplication::setDesktopFileName(QString::fromLatin1(instance_bus::serviceName));
+
+    InstanceBus bus;
+    switch (bus.claim()) {
+    case InstanceBus::Role::second:
+        return activateRunningInstance();
+    case InstanceBus::Role::alone:
+        std::fputs("There is no session bus: commands such as 'velmora toggle' will not reach this program.\n", stderr);
+        break;
+    case InstanceBus::Role::first:
+        break;
+    }
+    VelmoraApp app{application};
+    app.launch(bus);
+    const int status = QApplication::exec();
+    CaptureCoordinator::shared()->drain();
+    return status;
+}
+
+}  // namespace velmora

@@ -1,0 +1,111 @@
+#include "app/control/ControlCommands.h"
+
+#include "app/control/InstanceBus.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QVariantMap>
+
+#include <cstdio>
+#include <limits>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+using namespace instance_bus;
+using command_line::Control;
+
+int fail(const QString& message)
+{
+    std::fprintf(stderr, "%s\n", qUtf8Printable(message));
+    return command_line::failed;
+}
+
+QDBusMessage methodCall(const char* interface, const char* method, const QVariantList& arguments)
+{
+    auto call = QDBusMessage::createMethodCall(
+        QLatin1String{serviceName}, QLatin1String{objectPath}, QLatin1String{interface}, QLatin1String{method});
+    call.setArguments(arguments);
+    // Whoever stops or asks does not want a program that was not there before.
+    call.setAutoStartService(false);
+    return call;
+}
+
+tl::expected<QVariantList, QString> send(const QDBusConnection& connection, const QDBusMessage& call)
+{
+    if (!connection.isConnected())
+        return tl::unexpected(QStringLiteral("Velmora cannot be reached: there is no session bus."));
+    const auto reply = connection.call(call, QDBus::Block, std::numeric_limits<int>::max());
+    if (reply.type() == QDBusMessage::ReplyMessage)
+        return reply.arguments();
+    const QDBusError error{reply};
+    if (error.name() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner") || error.type() == QDBusError::ServiceUnknown)
+        return tl::unexpected(QStringLiteral("Velmora is not running. Start it with 'velmora'."));
+    if (error.type() == QDBusError::NoReply || error.type() == QDBusError::Disconnected)
+        return tl::unexpected(QStringLiteral("Velmora ended before it answered."));
+    return tl::unexpected(reply.errorMessage());
+}
+
+QDBusMessage methodCall(const Control& command)
+{
+    switch (command.action) {
+    case Control::Action::toggle:
+        return methodCall(controlInterface, "Toggle", {});
+    case Control::Action::select:
+        return methodCall(controlInterface, "Select", {command.windowID});
+    case Control::Action::stop:
+        return methodCall(controlInterface, "Stop", {});
+    case Control::Action::status:
+        return methodCall(controlInterface, "Status", {});
+    case Control::Action::preview:
+        return methodCall(controlInterface, "Preview", {QString::fromStdString(command.file.string())});
+    case Control::Action::quit:
+        break;
+    }
+    return methodCall(controlInterface, "Quit", {});
+}
+
+void printLine(const QString& line)
+{
+    std::printf("%s\n", qUtf8Printable(line));
+}
+
+void printStatus(const QString& answer, bool json)
+{
+    if (json)
+        return printLine(answer);
+    const auto status = QJsonDocument::fromJson(answer.toUtf8()).object();
+    printLine(status.value(QLatin1String("description")).toString());
+    for (const auto& warning : {status.value(QLatin1String("shortcutError")), status.value(QLatin1String("permissionExplanation"))}) {
+        if (!warning.toString().isEmpty())
+            printLine(warning.toString());
+    }
+}
+
+}  // namespace
+
+int runControlCommand(const Control& command, QDBusConnection connection)
+{
+    const auto answer = send(connection, methodCall(command));
+    if (!answer)
+        return fail(answer.error());
+    const QString first = answer->isEmpty() ? QString{} : answer->constFirst().toString();
+    if (command.action == Control::Action::status)
+        printStatus(first, command.json);
+    else if (!first.isEmpty())
+        printLine(first);
+    return command_line::succeeded;
+}
+
+int activateRunningInstance(QDBusConnection connection)
+{
+    const auto answer = send(connection, methodCall(applicationInterface, "Activate", {QVariantMap{}}));
+    return answer ? command_line::succeeded : fail(answer.error());
+}
+
+}  // namespace velmora

@@ -1,0 +1,17 @@
+// The commands that speak to the program that runs already.
+#pragma once
+
+#include "app/CommandLine.h"
+
+#include <QDBusConnection>
+
+namespace velmora {
+
+/// Sends the command to the running instance, waits for its answer however long that takes, and prints it. Returns the exit status:
+/// failed, with a message on standard error, also when no instance runs.
+int runControlCommand(const command_line::Control& command, QDBusConnection connection = QDBusConnection::sessionBus());
+
+/// Asks the running instance to show itself: what a second start does.
+int activateRunningInstance(QDBusConnection connection = QDBusConnection::sessionBus());
+
+}  // namespace velmora

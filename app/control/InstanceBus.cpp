@@ -1,0 +1,179 @@
+#include "app/control/InstanceBus.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QJsonDocument>
+#include <QUrl>
+#include <QVariantMap>
+
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+using namespace instance_bus;
+
+QString text(const std::string& utf8)
+{
+    return QString::fromStdString(utf8);
+}
+
+/// A call whose answer comes later. Answered exactly once; a call that is dropped unanswered answers with an error.
+class PendingCall {
+public:
+    PendingCall(QDBusConnection connection, const QDBusMessage& call) : connection_(std::move(connection)), call_(call)
+    {
+        call_.setDelayedReply(true);
+    }
+    PendingCall(PendingCall&& other) noexcept : connection_(other.connection_), call_(std::exchange(other.call_, {})) { }
+    PendingCall& operator=(PendingCall&&) = delete;
+    ~PendingCall()
+    {
+        if (call_.type() == QDBusMessage::MethodCallMessage)
+            fail(QStringLiteral("Velmora is ending."));
+    }
+
+    void succeed(const QVariantList& values = {}) { connection_.send(std::exchange(call_, {}).createReply(values)); }
+    void fail(const QString& message) { connection_.send(std::exchange(call_, {}).createErrorReply(QLatin1String{failedError}, message)); }
+
+    void finish(const Result<InstanceControl::SavedClip>& result)
+    {
+        if (result)
+            succeed({*result ? text(**result) : QString{}});
+        else
+            fail(text(result.error().localizedDescription));
+    }
+
+private:
+    QDBusConnection connection_;
+    QDBusMessage call_;
+};
+
+class ApplicationAdaptor final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    ApplicationAdaptor(QObject* parent, InstanceControl& control) : QDBusAbstractAdaptor(parent), control_(control) { }
+
+public slots:
+    void Activate(const QVariantMap&) { control_.activate(); }
+
+    void Open(const QStringList& uris, const QVariantMap&)
+    {
+        for (const auto& uri : uris) {
+            if (const QUrl url{uri}; url.isLocalFile())
+                static_cast<void>(control_.presentClipPreview(url.toLocalFile().toStdString()));
+        }
+    }
+
+    void ActivateAction(const QString& name, const QVariantList&, const QVariantMap&)
+    {
+        if (name == QLatin1String("toggle"))
+            control_.toggleRecording([](const auto&) {});
+        else if (name == QLatin1String("choose-window"))
+            control_.activate();
+    }
+
+private:
+    InstanceControl& control_;
+};
+
+class ControlAdaptor final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "com.velmora.Velmora.Control")
+
+public:
+    ControlAdaptor(QObject* parent, QDBusConnection connection, InstanceControl& control)
+        : QDBusAbstractAdaptor(parent)
+        , connection_(std::move(connection))
+        , control_(control)
+    {
+    }
+
+public slots:
+    /// The path of the clip that was saved; empty when a recording was started.
+    QString Toggle(const QDBusMessage& call)
+    {
+        control_.toggleRecording([pending = PendingCall{connection_, call}](const auto& result) mutable { pending.finish(result); });
+        return {};
+    }
+
+    void Select(uint windowID, const QDBusMessage& call)
+    {
+        control_.selectWindow(windowID, [pending = PendingCall{connection_, call}](const Result<void>& result) mutable {
+            if (result)
+                pending.succeed();
+            else
+                pending.fail(text(result.error().localizedDescription));
+        });
+    }
+
+    /// The path of the clip that was saved, if any.
+    QString Stop(const QDBusMessage& call)
+    {
+        control_.stopCapture([pending = PendingCall{connection_, call}](const auto& result) mutable { pending.finish(result); });
+        return {};
+    }
+
+    /// A JSON object.
+    QString Status() { return QString::fromUtf8(QJsonDocument{control_.status()}.toJson(QJsonDocument::Compact)); }
+
+    void Preview(const QString& path, const QDBusMessage& call)
+    {
+        PendingCall pending{connection_, call};
+        if (const auto shown = control_.presentClipPreview(path.toStdString()))
+            pending.succeed();
+        else
+            pending.fail(text(shown.error().localizedDescription));
+    }
+
+    void Quit(const QDBusMessage& call)
+    {
+        // Answered first: after quitting there is nobody to answer.
+        PendingCall{connection_, call}.succeed();
+        control_.quit();
+    }
+
+private:
+    QDBusConnection connection_;
+    InstanceControl& control_;
+};
+
+}  // namespace
+
+InstanceBus::InstanceBus(QDBusConnection connection) : connection_(std::move(connection)) { }
+
+InstanceBus::~InstanceBus()
+{
+    if (ownsName_) {
+        connection_.unregisterObject(QLatin1String{objectPath});
+        connection_.unregisterService(QLatin1String{serviceName});
+    }
+}
+
+InstanceBus::Role InstanceBus::claim()
+{
+    if (!connection_.isConnected())
+        return Role::alone;
+    const auto reply = connection_.interface()->registerService(
+        QLatin1String{serviceName}, QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::DontAllowReplacement);
+    ownsName_ = reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered;
+    return ownsName_ ? Role::first : Role::second;
+}
+
+void InstanceBus::serve(InstanceControl& control)
+{
+    if (!ownsName_)
+        return;
+    new ApplicationAdaptor{this, control};
+    new ControlAdaptor{this, connection_, control};
+    connection_.registerObject(QLatin1String{objectPath}, this, QDBusConnection::ExportAdaptors);
+}
+
+}  // namespace velmora
+
+#include "InstanceBus.moc"

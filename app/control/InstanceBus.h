@@ -1,0 +1,48 @@
+// One instance of the program a session, and how it is reached.
+#pragma once
+
+#include "app/control/InstanceControl.h"
+
+#include <QDBusConnection>
+#include <QObject>
+
+#include <memory>
+
+namespace velmora {
+
+namespace instance_bus {
+
+inline constexpr const char* serviceName = "com.velmora.Velmora";
+inline constexpr const char* objectPath = "/com/velmora/Velmora";
+inline constexpr const char* applicationInterface = "org.freedesktop.Application";  // Desktop Entry Specification, "D-Bus Activation"
+inline constexpr const char* controlInterface = "com.velmora.Velmora.Control";
+inline constexpr const char* failedError = "com.velmora.Velmora.Error.Failed";
+
+}  // namespace instance_bus
+
+/// Owns the program's name on the session bus and hands what comes in over it to an InstanceControl. Main thread only.
+class InstanceBus final : public QObject {
+    Q_OBJECT
+
+public:
+    enum class Role {
+        first,  ///< the name is ours
+        second,  ///< another instance has it
+        alone,  ///< there is no session bus: nobody can reach us, nor we another
+    };
+
+    explicit InstanceBus(QDBusConnection connection = QDBusConnection::sessionBus());
+    ~InstanceBus() override;
+
+    /// Takes the name if it is free. What is asked for before `serve` waits for it.
+    Role claim();
+
+    /// Answers from now on. `control` outlives this.
+    void serve(InstanceControl& control);
+
+private:
+    QDBusConnection connection_;
+    bool ownsName_ = false;
+};
+
+}  // namespace velmora

@@ -1,0 +1,43 @@
+// What a running program can be told from outside.
+#pragma once
+
+#include "base/Result.h"
+#include "base/UniqueFunction.h"
+
+#include <QJsonObject>
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+
+namespace velmora {
+
+/// Main thread only. Every completion is called exactly once, on the main thread.
+class InstanceControl {
+public:
+    /// The clip that was saved by the call; none when it saved none.
+    using SavedClip = std::optional<std::filesystem::path>;
+
+    virtual ~InstanceControl() = default;
+
+    /// What a second start asks for: something of the program on the screen.
+    virtual void activate() = 0;
+
+    /// Starts a recording, or ends the one that runs; completes then when the file is safe.
+    virtual void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion) = 0;
+
+    /// Chooses the window with this identifier and captures it.
+    virtual void selectWindow(std::uint32_t windowID, UniqueFunction<void(Result<void>)> completion) = 0;
+
+    /// Saves a recording that runs, then stops capturing.
+    virtual void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion) = 0;
+
+    [[nodiscard]] virtual QJsonObject status() const = 0;
+
+    virtual Result<void> presentClipPreview(const std::filesystem::path& file) = 0;
+
+    /// As the menu's Quit.
+    virtual void quit() = 0;
+};
+
+}  // namespace velmora

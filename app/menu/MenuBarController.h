@@ -1,0 +1,63 @@
+// The item in the menu bar and what its menu does.
+#pragma once
+
+#include "app/ApplicationWindows.h"
+#include "app/WindowPresenting.h"
+#include "app/menu/MenuDescription.h"
+#include "app/menu/StatusItem.h"
+#include "capture/CaptureCoordinator.h"
+#include "library/ClipLibrary.h"
+#include "platform/Workspace.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace velmora {
+
+/// Main thread only. Keeps no subscription: the menu is read when it opens, and the image is refreshed when it is asked for.
+class MenuBarController final : public QObject {
+    Q_OBJECT
+
+public:
+    struct Services {
+        std::shared_ptr<CaptureCoordinator> coordinator;
+        std::shared_ptr<ClipLibrary> library;
+        std::shared_ptr<platform::Workspace> workspace;
+        std::shared_ptr<AlertPresenter> alerts;
+        std::weak_ptr<WindowPresenting> windows;
+        std::function<void()> terminate;
+    };
+
+    MenuBarController(Services services, std::unique_ptr<StatusItem> statusItem);
+    ~MenuBarController() override;
+
+    /// Sets the item's image to that of the coordinator's state.
+    void updateStatusItemIcon();
+
+    /// What stands in the menu now.
+    [[nodiscard]] std::vector<MenuItem> menuNeedsUpdate() const;
+
+    /// Carries out an item of the menu.
+    void handle(const MenuItem& item);
+
+    [[nodiscard]] StatusItem& statusItem() const { return *statusItem_; }
+
+private:
+    void setupStatusItem();
+    void handleToggleRecording();
+    void handleSelectWindow();
+    void handleStopCapture();
+    void handleOpenRecentClip(const std::filesystem::path& clip);
+    void handleOpenFolder();
+    void handleOpenGuide();
+    void handleOpenSettings();
+    void handleQuit();
+
+    const Services services_;
+    const std::unique_ptr<StatusItem> statusItem_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,53 @@
+// The menu as data: what stands in it in every state, whoever draws it.
+#pragma once
+
+#include "capture/CaptureState.h"
+#include "library/ClipItem.h"
+#include "windows/CapturedWindowInfo.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmora {
+
+enum class MenuAction { none, toggleRecording, selectWindow, stopCapture, openRecentClip, openFolder, openGuide, openSettings, quit };
+
+/// A key with the modifiers that are held with it.
+struct KeyEquivalent {
+    char key = 0;  ///< in lower case
+    bool withCommand = false;
+    bool withOption = false;
+
+    friend bool operator==(const KeyEquivalent&, const KeyEquivalent&) = default;
+};
+
+struct MenuItem {
+    enum class Kind { separator, header, entry };
+
+    Kind kind = Kind::entry;
+    std::string title;  ///< plain text
+    MenuAction action = MenuAction::none;
+    bool isEnabled = true;
+    std::optional<KeyEquivalent> keyEquivalent;
+    std::filesystem::path representedFile;  ///< openRecentClip: the clip
+    std::vector<MenuItem> submenu;  ///< not empty: the item opens it and has no action of its own
+    std::string submenuTitle;
+
+    friend bool operator==(const MenuItem&, const MenuItem&) = default;
+};
+
+/// What the menu is made from.
+struct MenuContent {
+    const CaptureState& state;
+    const std::optional<CapturedWindowInfo>& selectedWindow;
+    const std::vector<ClipItem>& recentClips;  ///< newest first
+};
+
+/// How many clips the submenu lists at most.
+inline constexpr std::size_t recentClipCount = 5;
+
+[[nodiscard]] std::vector<MenuItem> describeMenu(const MenuContent& content);
+
+}  // namespace velmora

@@ -1,0 +1,122 @@
+#include "app/menu/MenuRenderer.h"
+
+#include "brand/BrandAssets.h"
+#include "brand/BrandColors.h"
+
+#include <QAction>
+#include <QFont>
+#include <QIcon>
+#include <QPixmap>
+
+#include <QStringList>
+
+namespace velmora {
+
+namespace {
+
+constexpr int headerFontSize = 13;
+constexpr int headerImageSize = 16;
+
+QFont menuFont(bool isBold)
+{
+    QFont font;
+    // Without the second family some of the symbols come out in one colour.
+    font.setFamilies({QStringLiteral("Inter"), QStringLiteral("Noto Color Emoji")});
+    font.setPixelSize(headerFontSize);
+    font.setBold(isBold);
+    return font;
+}
+
+void render(QAction& action, const MenuItem& item)
+{
+    QIcon icon;
+    for (const int scale : {1, 2}) {
+        auto pixmap = QPixmap::fromImage(BrandAssets::symbolImage(headerImageSize, BrandColors::coral, true, scale));
+        // The header is no command, so it cannot be selected; its mark is not greyed for that.
+        icon.addPixmap(pixmap, QIcon::Normal);
+        icon.addPixmap(pixmap, QIcon::Disabled);
+    }
+    if (item.kind == MenuItem::Kind::header) {
+        action.setIcon(icon);
+        action.setFont(menuFont(true));
+        action.setEnabled(false);
+    }
+}
+
+void addItem(QMenu& menu, const MenuItem& item, LabelSyntax syntax, const std::function<void(const MenuItem&)>& triggered)
+{
+    if (item.kind == MenuItem::Kind::separator) {
+        menu.addSeparator();
+        return;
+    }
+    QString label = escapedLabel(item.title, syntax);
+    if (!item.submenu.empty()) {
+        auto* submenu = menu.addMenu(label);
+        submenu->setFont(menuFont(false));
+        submenu->setTitle(label);
+        renderMenu(*submenu, item.submenu, syntax, triggered);
+        return;
+    }
+    if (item.keyEquivalent && syntax == LabelSyntax::widget)
+        label += QLatin1Char('\t') + keyEquivalentText(*item.keyEquivalent);
+    auto* action = menu.addAction(label);
+    action->setEnabled(item.isEnabled);
+    if (item.kind == MenuItem::Kind::header)
+        render(*action, item);
+    if (item.action != MenuAction::none)
+        QObject::connect(action, &QAction::triggered, action, [triggered, item] { triggered(item); });
+}
+
+}  // namespace
+
+QString escapedLabel(const std::string& title, LabelSyntax syntax)
+{
+    QString label = QString::fromStdString(title);
+    // A tab would begin the column of the shortcuts, a line break another line.
+    for (auto& character : label) {
+        if (character.category() == QChar::Other_Control)
+            character = QLatin1Char(' ');
+    }
+    if (syntax == LabelSyntax::widget)
+        return label.replace(QLatin1Char('&'), QLatin1String("&&"));
+    label.replace(QLatin1Char('_'), QLatin1String("__"));
+    // On the way to the bus Qt turns the first "&" into "_" and leaves the others: "_&" reads as "&".
+    if (const auto first = label.indexOf(QLatin1Char('&')); first >= 0)
+        label.insert(first, QLatin1Char('&'));
+    return label;
+}
+
+QString keyEquivalentText(const KeyEquivalent& keyEquivalent)
+{
+    QStringList keys;
+    if (keyEquivalent.withOption)
+        keys.append(QStringLiteral("Alt"));
+    if (keyEquivalent.withCommand)
+        keys.append(QStringLiteral("Super"));
+    keys.append(QString{QLatin1Char(keyEquivalent.key)}.toUpper());
+    return keys.join(QLatin1Char('+'));
+}
+
+bool matches(const KeyEquivalent& keyEquivalent, int key, Qt::KeyboardModifiers modifiers)
+{
+    Qt::KeyboardModifiers wanted = Qt::NoModifier;
+    wanted.setFlag(Qt::AltModifier, keyEquivalent.withOption);
+    wanted.setFlag(Qt::MetaModifier, keyEquivalent.withCommand);
+    constexpr auto relevant = Qt::AltModifier | Qt::MetaModifier | Qt::ControlModifier | Qt::ShiftModifier;
+    return key == QChar{QLatin1Char(keyEquivalent.key)}.toUpper().unicode() && (modifiers & relevant) == wanted;
+}
+
+void renderMenu(QMenu& menu, const std::vector<MenuItem>& items, LabelSyntax syntax, const std::function<void(const MenuItem&)>& triggered)
+{
+    // Their menus are children of this one, and would outlive their items.
+    for (auto* action : menu.actions()) {
+        if (auto* submenu = action->menu())
+            submenu->deleteLater();
+    }
+    menu.clear();
+    menu.setFont(menuFont(false));
+    for (const auto& item : items)
+        addItem(menu, item, syntax, triggered);
+}
+
+}  // namespace velmora

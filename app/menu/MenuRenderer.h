@@ -1,0 +1,30 @@
+// Puts the described menu into a QMenu.
+#pragma once
+
+#include "app/menu/MenuDescription.h"
+
+#include <QKeySequence>
+#include <QMenu>
+#include <QString>
+
+#include <functional>
+#include <vector>
+
+namespace velmora {
+
+/// Who draws the menu's labels: a widget of ours, or a panel that is told them over the bus (com.canonical.dbusmenu).
+enum class LabelSyntax { widget, dbusmenu };
+
+/// A title that reads as it is where "&" (widget) or "_" (dbusmenu) marks a key.
+[[nodiscard]] QString escapedLabel(const std::string& title, LabelSyntax syntax);
+
+/// "Alt+Super+C": what this desktop calls the keys.
+[[nodiscard]] QString keyEquivalentText(const KeyEquivalent& keyEquivalent);
+
+/// Whether this press, made while the menu is open, is that key equivalent.
+[[nodiscard]] bool matches(const KeyEquivalent& keyEquivalent, int key, Qt::KeyboardModifiers modifiers);
+
+/// Replaces what is in `menu`. `triggered` is called with a copy of the item that the user chose.
+void renderMenu(QMenu& menu, const std::vector<MenuItem>& items, LabelSyntax syntax, const std::function<void(const MenuItem&)>& triggered);
+
+}  // namespace velmora

@@ -1,0 +1,114 @@
+#include "app/views/AlertWindows.h"
+
+#include "app/views/QuickEngine.h"
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QScreen>
+
+#include <algorithm>
+#include <deque>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+class AlertView final : public QQuickView {
+public:
+    AlertView(const Alert& alert, UniqueFunction<void(std::size_t)> completion)
+        : QQuickView(&quickEngine(), nullptr)
+        , model_(alert)
+        , completion_(std::move(completion))
+    {
+        setFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint | Qt::WindowStaysOnTopHint);
+        setModality(Qt::ApplicationModal);
+        setTitle(QString::fromStdString(alert.messageText));
+        setColor(QColor{0x0F, 0x17, 0x2A});
+        setResizeMode(QQuickView::SizeViewToRootObject);
+        setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
+        setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/AlertView.qml")});
+        QObject::connect(&model_, &AlertModel::pressed, this, [this](int button) {
+            pressed_ = static_cast<std::size_t>(std::max(button, 0));
+            close();
+        });
+        QObject::connect(this, &QWindow::visibleChanged, this, [this](bool isVisible) {
+            if (isVisible)
+                return;
+            deleteLater();
+            if (auto tell = std::exchange(completion_, {}))
+                tell(pressed_.value_or(static_cast<std::size_t>(model_.buttons().size()) - 1));
+        });
+        if (const auto* screen = QGuiApplication::primaryScreen()) {
+            QRect frame{{}, size()};
+            frame.moveCenter(screen->availableGeometry().center());
+            setPosition(frame.topLeft());
+        }
+    }
+
+    // The view's items go before the model that they are bound to.
+    ~AlertView() override { setSource({}); }
+
+private:
+    AlertModel model_;
+    UniqueFunction<void(std::size_t)> completion_;
+    std::optional<std::size_t> pressed_;  // none: closed, which is the last button
+};
+
+class AlertWindows final : public AlertPresenter, public std::enable_shared_from_this<AlertWindows> {
+public:
+    explicit AlertWindows(std::shared_ptr<platform::WindowActivation> activation) : activation_(std::move(activation)) { }
+
+    void present(Alert alert, UniqueFunction<void(std::size_t)> completion) override
+    {
+        waiting_.push_back({std::move(alert), std::move(completion)});
+        presentNext();
+    }
+
+private:
+    struct Waiting {
+        Alert alert;
+        UniqueFunction<void(std::size_t)> completion;
+    };
+
+    void presentNext()
+    {
+        if (isPresenting_ || waiting_.empty())
+            return;
+        isPresenting_ = true;
+        Waiting next = std::move(waiting_.front());
+        waiting_.pop_front();
+        auto* view =
+            new AlertView{next.alert, [self = shared_from_this(), completion = std::move(next.completion)](std::size_t button) mutable {
+                              self->isPresenting_ = false;
+                              completion(button);
+                              self->presentNext();
+                          }};
+        view->show();
+        activation_->activate(view->winId());
+    }
+
+    const std::shared_ptr<platform::WindowActivation> activation_;
+    std::deque<Waiting> waiting_;
+    bool isPresenting_ = false;
+};
+
+}  // namespace
+
+AlertModel::AlertModel(const Alert& alert)
+    : messageText_(QString::fromStdString(alert.messageText))
+    , informativeText_(QString::fromStdString(alert.informativeText))
+    , isWarning_(alert.style == Alert::Style::warning)
+{
+    for (const auto& button : alert.buttons)
+        buttons_.append(QString::fromStdString(button));
+}
+
+std::shared_ptr<AlertPresenter> makeAlertWindows(std::shared_ptr<platform::WindowActivation> activation)
+{
+    return std::make_shared<AlertWindows>(std::move(activation));
+}
+
+}  // namespace velmora

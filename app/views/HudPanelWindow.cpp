@@ -1,0 +1,124 @@
+#include "app/views/HudPanelWindow.h"
+
+#include "app/views/QuickEngine.h"
+
+#include <QEasingCurve>
+#include <QGuiApplication>
+#include <QPainterPath>
+#include <QQuickView>
+#include <QRegion>
+#include <QScreen>
+#include <QVariantAnimation>
+
+#include <utility>
+#include <xcb/xcb.h>
+
+namespace velmora {
+
+namespace {
+
+constexpr QSize panelSize{340, 110};
+constexpr int fromRightEdge = 360;
+constexpr int fromTopEdge = 10;
+constexpr int cornerRadius = 14;
+constexpr std::chrono::milliseconds fadeIn{250};
+
+// Opacity is a property of the window, which waits in the connection's buffer until something else is drawn.
+void flush()
+{
+    if (const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>())
+        xcb_flush(x11->connection());
+}
+
+QRegion roundedShape()
+{
+    QPainterPath outline;
+    outline.addRoundedRect(QRect{{}, panelSize}, cornerRadius, cornerRadius);
+    return QRegion{outline.toFillPolygon().toPolygon()};
+}
+
+class HudPanelWindow final : public HudPanel {
+public:
+    explicit HudPanelWindow(ClipSavedHUDModel::Actions actions) : model_(std::move(actions)), view_(&quickEngine(), nullptr)
+    {
+        view_.setFlags(Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
+        view_.setTitle(QStringLiteral("Velmora"));
+        view_.setColor(QColor{0x0F, 0x17, 0x2A});
+        view_.setResizeMode(QQuickView::SizeRootObjectToView);
+        view_.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
+        view_.setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/ClipSavedHUDView.qml")});
+        view_.resize(panelSize);
+        view_.setMask(roundedShape());
+        fade_.setEasingCurve(QEasingCurve::InOutQuad);
+        QObject::connect(&fade_, &QVariantAnimation::valueChanged, &view_, [this](const QVariant& value) {
+            view_.setOpacity(value.toDouble());
+            flush();
+        });
+        QObject::connect(&fade_, &QVariantAnimation::finished, &view_, [this] {
+            if (view_.opacity() <= 0.0)
+                view_.hide();
+        });
+    }
+
+    void setContent(Content content) override { model_.setContent(std::move(content)); }
+
+    void place() override
+    {
+        const auto* focused = QGuiApplication::focusWindow();
+        const auto* screen = focused && focused->screen() ? focused->screen() : QGuiApplication::primaryScreen();
+        if (!screen)
+            return;
+        const auto free = screen->availableGeometry();
+        view_.setPosition(free.x() + free.width() - fromRightEdge, free.y() + fromTopEdge);
+    }
+
+    void orderFrontAndFadeIn() override
+    {
+        fade_.stop();
+        view_.setOpacity(0);
+        view_.show();
+        view_.raise();
+        fadeTo(1, fadeIn);
+    }
+
+    void fadeOutAndOrderOut(std::chrono::milliseconds duration) override
+    {
+        fade_.stop();
+        fadeTo(0, duration);
+    }
+
+private:
+    void fadeTo(double opacity, std::chrono::milliseconds duration)
+    {
+        fade_.setStartValue(view_.opacity());
+        fade_.setEndValue(opacity);
+        fade_.setDuration(static_cast<int>(duration.count()));
+        fade_.start();
+    }
+
+    ClipSavedHUDModel model_;
+    QQuickView view_;
+    QVariantAnimation fade_;
+};
+
+}  // namespace
+
+ClipSavedHUDModel::ClipSavedHUDModel(Actions actions) : actions_(std::move(actions)) { }
+
+void ClipSavedHUDModel::setContent(HudPanel::Content content)
+{
+    content_ = std::move(content);
+    emit contentChanged();
+}
+
+void ClipSavedHUDModel::share(double x, double y)
+{
+    actions_.share(content_.clip, QPoint{qRound(x), qRound(y)});
+}
+
+std::unique_ptr<HudPanel> makeHudPanelWindow(ClipSavedHUDModel::Actions actions)
+{
+    return std::make_unique<HudPanelWindow>(std::move(actions));
+}
+
+}  // namespace velmora

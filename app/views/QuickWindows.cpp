@@ -1,0 +1,102 @@
+#include "app/views/QuickWindows.h"
+
+#include "app/views/QuickEngine.h"
+
+#include <QGuiApplication>
+#include <QQuickView>
+#include <QScreen>
+#include <QTimer>
+#include <QVariantMap>
+
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+QScreen* mainScreen()
+{
+    const auto* focused = QGuiApplication::focusWindow();
+    return focused && focused->screen() ? focused->screen() : QGuiApplication::primaryScreen();
+}
+
+Qt::WindowFlags flagsFor(const WindowDescription& description)
+{
+    Qt::WindowFlags flags =
+        Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint;
+    flags.setFlag(Qt::WindowMinimizeButtonHint, description.isMiniaturizable);
+    flags.setFlag(Qt::WindowMaximizeButtonHint, description.isResizable);
+    return flags;
+}
+
+class QuickWindow final : public ApplicationWindow, public std::enable_shared_from_this<QuickWindow> {
+public:
+    QuickWindow(const WindowDescription& description, QuickContent content, std::shared_ptr<platform::WindowActivation> activation)
+        : content_(std::move(content))
+        , activation_(std::move(activation))
+        , view_(&quickEngine(), nullptr)
+    {
+        const QSize size{description.width, description.height};
+        view_.setFlags(flagsFor(description));
+        view_.setTitle(QString::fromStdString(description.title));
+        view_.setColor(QColor{0x0F, 0x17, 0x2A});
+        view_.setResizeMode(QQuickView::SizeRootObjectToView);
+        view_.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(content_.model.get())}});
+        view_.setSource(content_.view);
+        view_.resize(size);
+        view_.setMinimumSize(size);
+        if (!description.isResizable)
+            view_.setMaximumSize(size);
+        if (const auto* screen = mainScreen()) {
+            QRect frame{{}, size};
+            frame.moveCenter(screen->availableGeometry().center());
+            view_.setPosition(frame.topLeft());
+        }
+        if (content_.onDismiss)
+            content_.onDismiss([this] { view_.close(); });
+        QObject::connect(&view_, &QWindow::visibleChanged, &view_, [this](bool isVisible) { visibilityChanged(isVisible); });
+    }
+
+    void makeKeyAndOrderFront([[maybe_unused]] bool regardless) override
+    {
+        if (!view_.isVisible() && content_.willAppear)
+            content_.willAppear();
+        view_.setWindowStates(view_.windowStates() & ~Qt::WindowMinimized);
+        view_.show();
+        view_.raise();
+        view_.requestActivate();
+        // Asked for by the user, so above other programs' windows in any case, `regardless` or not.
+        activation_->activate(view_.winId());
+    }
+
+private:
+    void visibilityChanged(bool isVisible)
+    {
+        if (isVisible)
+            whileVisible_ = shared_from_this();
+        else
+            QTimer::singleShot(0, [last = std::exchange(whileVisible_, nullptr)] {});
+    }
+
+    const QuickContent content_;
+    const std::shared_ptr<platform::WindowActivation> activation_;
+    QQuickView view_;
+
+    // A window that nobody refers to any more lives until it is closed.
+    std::shared_ptr<QuickWindow> whileVisible_;
+};
+
+}  // namespace
+
+QuickWindowFactory::QuickWindowFactory(std::shared_ptr<platform::WindowActivation> activation, MakeContent makeContent)
+    : activation_(std::move(activation))
+    , makeContent_(std::move(makeContent))
+{
+}
+
+std::shared_ptr<ApplicationWindow> QuickWindowFactory::makeWindow(const WindowDescription& description)
+{
+    return std::make_shared<QuickWindow>(description, makeContent_(description), activation_);
+}
+
+}  // namespace velmora

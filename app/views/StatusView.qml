@@ -1,0 +1,90 @@
+// The menu of a desktop without a tray: it lies open in a window.
+import QtQuick
+import QtQuick.Layouts
+import Velmora.App
+import Velmora.Brand
+
+Rectangle {
+    id: root
+
+    required property StatusModel model
+
+    implicitWidth: 360
+    implicitHeight: content.implicitHeight + 32
+    color: Theme.obsidian
+
+    ColumnLayout {
+        id: content
+
+        anchors.fill: parent
+        anchors.margins: 16
+        spacing: 2
+
+        Repeater {
+            model: root.model
+
+            Item {
+                id: entry
+
+                required property int index
+                required property string title
+                required property string shortcut
+                required property bool isSeparator
+                required property bool isHeader
+                required property bool isActionable
+
+                Layout.fillWidth: true
+                implicitHeight: isSeparator ? 13 : isHeader ? 44 : 32
+
+                Rectangle {
+                    visible: entry.isSeparator
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: parent.width
+                    height: 1
+                    color: Theme.border
+                }
+                BrandHorizontalLockupView {
+                    visible: entry.isHeader
+                    height: 24
+                    anchors.verticalCenter: parent.verticalCenter
+                }
+                ListRow {
+                    anchors.fill: parent
+                    visible: entry.isActionable
+                    Accessible.name: entry.title
+                    onClicked: root.model.trigger(entry.index)
+
+                    contentItem: RowLayout {
+                        Text {
+                            Layout.fillWidth: true
+                            text: entry.title
+                            color: Theme.primaryText
+                            font: Theme.bodyFont
+                            textFormat: Text.PlainText
+                            elide: Text.ElideRight
+                        }
+                        Text {
+                            text: entry.shortcut
+                            color: Theme.tertiaryText
+                            font: Theme.captionFont
+                            textFormat: Text.PlainText
+                        }
+                    }
+                }
+                Text {
+                    visible: !entry.isActionable && !entry.isSeparator && !entry.isHeader
+                    anchors.fill: parent
+                    anchors.leftMargin: 12
+                    verticalAlignment: Text.AlignVCenter
+                    text: entry.title
+                    color: Theme.secondaryText
+                    font: Theme.bodyFont
+                    textFormat: Text.PlainText
+                    elide: Text.ElideRight
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,253 @@
+#include "app/control/InstanceBus.h"
+#include "app/control/ControlCommands.h"
+#include "tests/support/sound/ChildProcess.h"
+
+#include <QCoreApplication>
+#include <QDBusMessage>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace velmora {
+namespace {
+
+using command_line::Control;
+using Role = InstanceBus::Role;
+
+class ScriptedControl final : public InstanceControl {
+public:
+    void activate() override { calls.append(QStringLiteral("activate")); }
+    void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion) override
+    {
+        calls.append(QStringLiteral("toggle"));
+        if (holdsToggle)
+            heldToggle = std::move(completion);
+        else
+            completion(clip);
+    }
+    void selectWindow(std::uint32_t windowID, UniqueFunction<void(Result<void>)> completion) override
+    {
+        calls.append(QStringLiteral("select %1").arg(windowID));
+        completion(selected);
+    }
+    void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion) override
+    {
+        calls.append(QStringLiteral("stop"));
+        completion(clip);
+    }
+    [[nodiscard]] QJsonObject status() const override { return {{QStringLiteral("description"), QStringLiteral("Not configured")}}; }
+    Result<void> presentClipPreview(const std::filesystem::path& file) override
+    {
+        calls.append(QStringLiteral("preview ") + QString::fromStdString(file.string()));
+        return selected;
+    }
+    void quit() override { calls.append(QStringLiteral("quit")); }
+
+    QStringList calls;
+    Result<SavedClip> clip = SavedClip{};
+    Result<void> selected;
+    bool holdsToggle = false;
+    UniqueFunction<void(Result<SavedClip>)> heldToggle;
+};
+
+struct Answer {
+    int status = -1;
+    std::string output;
+    std::string errors;
+};
+
+/// With a session bus of its own.
+class InstanceBusTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        const auto line = daemon_.readLine();
+        ASSERT_TRUE(line) << "dbus-daemon did not start";
+        address_ = QString::fromStdString(*line);
+    }
+
+    void TearDown() override
+    {
+        for (const auto& name : names_)
+            QDBusConnection::disconnectFromBus(name);
+    }
+
+    QDBusConnection connect(const char* name)
+    {
+        names_.append(QString::fromLatin1(name));
+        return QDBusConnection::connectToBus(address_, names_.constLast());
+    }
+
+    /// What a command prints that another process would run; the instance answers meanwhile.
+    template <typename Command>
+    Answer run(const Command& command)
+    {
+        Answer answer;
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        auto connection = connect("client");
+        QEventLoop loop;
+        std::thread client([&] {
+            answer.status = command(connection);
+            QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
+        });
+        loop.exec();
+        client.join();
+        answer.output = testing::internal::GetCapturedStdout();
+        answer.errors = testing::internal::GetCapturedStderr();
+        QDBusConnection::disconnectFromBus(QStringLiteral("client"));
+        return answer;
+    }
+
+    Answer run(Control command)
+    {
+        return run([&](const QDBusConnection& connection) { return runControlCommand(command, connection); });
+    }
+
+    static Control control(Control::Action action)
+    {
+        Control command;
+        command.action = action;
+        return command;
+    }
+
+    int argc_ = 1;
+    char name_[5] = "test";
+    char* argv_[2] = {name_, nullptr};
+    QCoreApplication application_{argc_, argv_};
+    test::ChildProcess daemon_{{"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address"}};
+    QString address_;
+    QStringList names_;
+    ScriptedControl control_;
+};
+
+TEST_F(InstanceBusTest, OnlyOneInstanceGetsTheName)
+{
+    InstanceBus first{connect("first")};
+    InstanceBus second{connect("second")};
+    EXPECT_EQ(first.claim(), Role::first);
+    EXPECT_EQ(second.claim(), Role::second);
+}
+
+TEST_F(InstanceBusTest, TheNameIsFreeAgainWhenTheInstanceEnds)
+{
+    {
+        InstanceBus first{connect("first")};
+        EXPECT_EQ(first.claim(), Role::first);
+    }
+    InstanceBus second{connect("second")};
+    EXPECT_EQ(second.claim(), Role::first);
+}
+
+TEST_F(InstanceBusTest, WithoutASessionBusTheProgramRunsAlone)
+{
+    InstanceBus bus{QDBusConnection{QStringLiteral("there is no such connection")}};
+    EXPECT_EQ(bus.claim(), Role::alone);
+    bus.serve(control_);
+    const auto answer =
+        run([](const QDBusConnection&) { return runControlCommand({}, QDBusConnection{QStringLiteral("there is no such connection")}); });
+    EXPECT_EQ(answer.status, command_line::failed);
+    EXPECT_NE(answer.errors.find("no session bus"), std::string::npos) << answer.errors;
+}
+
+TEST_F(InstanceBusTest, ASecondStartBringsUpTheFirst)
+{
+    InstanceBus bus{connect("first")};
+    ASSERT_EQ(bus.claim(), Role::first);
+    bus.serve(control_);
+    const auto answer = run([](const QDBusConnection& connection) { return activateRunningInstance(connection); });
+    EXPECT_EQ(answer.status, command_line::succeeded);
+    EXPECT_EQ(control_.calls, QStringList{QStringLiteral("activate")});
+}
+
+TEST_F(InstanceBusTest, EachCommandSaysClearlyThatNothingRuns)
+{
+    using Action = Control::Action;
+    for (const auto action : {Action::toggle, Action::select, Action::stop, Action::status, Action::preview, Action::quit}) {
+        const auto answer = run(control(action));
+        EXPECT_EQ(answer.status, command_line::failed);
+        EXPECT_EQ(answer.errors, "Velmora is not running. Start it with 'velmora'.\n");
+        EXPECT_EQ(answer.output, "");
+    }
+}
+
+TEST_F(InstanceBusTest, AToggleThatEndsARecordingPrintsThePathWhenTheFileIsSafe)
+{
+    InstanceBus bus{connect("first")};
+    ASSERT_EQ(bus.claim(), Role::first);
+    bus.serve(control_);
+    control_.holdsToggle = true;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &poll, [&] {
+        if (control_.heldToggle)
+            std::exchange(control_.heldToggle, {})(InstanceControl::SavedClip{"/clips/a b & \"c\" é.mp4"});
+    });
+    poll.start(1);
+    const auto answer = run(control(Control::Action::toggle));
+    EXPECT_EQ(answer.status, command_line::succeeded);
+    EXPECT_EQ(answer.output, "/clips/a b & \"c\" é.mp4\n");
+}
+
+TEST_F(InstanceBusTest, AToggleThatStartsARecordingPrintsNothing)
+{
+    InstanceBus bus{connect("first")};
+    ASSERT_EQ(bus.claim(), Role::first);
+    bus.serve(control_);
+    const auto answer = run(control(Control::Action::toggle));
+    EXPECT_EQ(answer.status, command_line::succeeded);
+    EXPECT_EQ(answer.output, "");
+}
+
+TEST_F(InstanceBusTest, AFailureIsPrintedAsItIs)
+{
+    InstanceBus bus{connect("first")};
+    ASSERT_EQ(bus.claim(), Role::first);
+    bus.serve(control_);
+    control_.clip = fail("Velmora.Test", 1, "Cannot record: Please select a video window first.");
+    control_.selected = fail("Velmora.Test", 2, "No such window.");
+    EXPECT_EQ(run(control(Control::Action::toggle)).errors, "Cannot record: Please select a video window first.\n");
+    EXPECT_EQ(run(control(Control::Action::stop)).status, command_line::failed);
+    EXPECT_EQ(run(control(Control::Action::select)).errors, "No such window.\n");
+    EXPECT_EQ(run(control(Control::Action::preview)).errors, "No such window.\n");
+}
+
+TEST_F(InstanceBusTest, EveryCommandReachesTheProgramWithWhatItCarries)
+{
+    InstanceBus bus{connect("first")};
+    ASSERT_EQ(bus.claim(), Role::first);
+    bus.serve(control_);
+    auto select = control(Control::Action::select);
+    select.windowID = 4'294'967'295U;
+    auto preview = control(Control::Action::preview);
+    preview.file = "/clips/naïve.mp4";
+    auto json = control(Control::Action::status);
+    json.json = true;
+    run(select);
+    run(preview);
+    run(control(Control::Action::stop));
+    EXPECT_EQ(run(json).output, "{\"description\":\"Not configured\"}\n");
+    EXPECT_EQ(run(control(Control::Action::status)).output, "Not configured\n");
+    EXPECT_EQ(run(control(Control::Action::quit)).status, command_line::succeeded);
+    EXPECT_EQ(control_.calls,
+        (QStringList{QStringLiteral("select 4294967295"), QStringLiteral("preview /clips/naïve.mp4"), QStringLiteral("stop"),
+            QStringLiteral("quit")}));
+}
+
+TEST_F(InstanceBusTest, ACallThatIsDroppedUnansweredIsAnsweredWithAnError)
+{
+    InstanceBus bus{connect("first")};
+    ASSERT_EQ(bus.claim(), Role::first);
+    bus.serve(control_);
+    control_.holdsToggle = true;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &poll, [&] { control_.heldToggle.reset(); });
+    poll.start(1);
+    const auto answer = run(control(Control::Action::toggle));
+    EXPECT_EQ(answer.status, command_line::failed);
+    EXPECT_EQ(answer.errors, "Velmora is ending.\n");
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,218 @@
+#include "windows/views/WindowPickerModel.h"
+
+#include "tests/support/CoordinatorFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace velmora {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+CapturedWindowInfo window(std::uint32_t id, const char* appName, const char* title)
+{
+    return {.id = id, .title = title, .appName = appName, .bundleID = appName, .frame = {0, 0, 1280, 720}, .isOnScreen = true};
+}
+
+class WindowPickerModelTest : public testing::Test, protected test::CoordinatorFixture {
+protected:
+    WindowPickerModelTest()
+    {
+        QObject::connect(&model, &WindowPickerModel::dismissed, &model, [this] { ++dismissals; });
+    }
+
+    void list(const std::vector<CapturedWindowInfo>& windows)
+    {
+        for (const auto& one : windows)
+            addLiveWindow(one);
+    }
+
+    void appear()
+    {
+        model.viewWillAppear();
+        executor->runAll();
+    }
+
+    [[nodiscard]] std::vector<std::uint32_t> shown() const
+    {
+        std::vector<std::uint32_t> ids;
+        for (const auto& one : model.filteredWindows())
+            ids.push_back(one.id);
+        return ids;
+    }
+
+    [[nodiscard]] QVariant cell(int row, WindowPickerModel::Role role) const { return model.data(model.index(row), role); }
+
+    WindowPickerModel model{std::make_shared<WindowSelectionService>(content, executor), coordinator};
+    int dismissals = 0;
+};
+
+TEST_F(WindowPickerModelTest, QueriesWhenItAppearsAndSelectsTheFirstWindow)
+{
+    list({window(1, "Alpha", "a"), window(2, "Beta", "b")});
+    model.viewWillAppear();
+    EXPECT_TRUE(model.isLoading());
+    EXPECT_FALSE(model.isEmpty() || model.hasRows());
+    executor->runAll();
+    EXPECT_TRUE(model.hasRows());
+    EXPECT_THAT(shown(), ElementsAre(1U, 2U));
+    EXPECT_EQ(model.selectedRow(), 0);
+}
+
+TEST_F(WindowPickerModelTest, WithNothingListedAndNothingSelectedItCannotStart)
+{
+    appear();
+    EXPECT_TRUE(model.isEmpty());
+    EXPECT_FALSE(model.canStart());
+    model.start();
+    executor->runAll();
+    EXPECT_EQ(dismissals, 0);
+}
+
+TEST_F(WindowPickerModelTest, AFailedQueryShowsTheEmptyList)
+{
+    content->error = Error{"Velmora.Test", 1, "no", nullptr};
+    appear();
+    EXPECT_TRUE(model.isEmpty());
+}
+
+TEST_F(WindowPickerModelTest, SearchFindsNamesAndTitlesInAnyCase)
+{
+    list({window(1, "Google-chrome", "mail"), window(2, "Firefox", "All about chromium"), window(3, "VLC", "film")});
+    appear();
+    model.setSearchText(QStringLiteral("CHR"));
+    EXPECT_THAT(shown(), ElementsAre(2U, 1U));
+    model.setSearchText(QStringLiteral(" chr"));
+    EXPECT_THAT(shown(), ElementsAre(2U)) << "the search is used as typed";
+    model.setSearchText({});
+    EXPECT_EQ(shown().size(), 3U);
+}
+
+TEST_F(WindowPickerModelTest, TheBundleIdentifierIsNotSearched)
+{
+    auto player = window(1, "Player", "film");
+    player.bundleID = "org.example.secret";
+    list({player});
+    appear();
+    model.setSearchText(QStringLiteral("secret"));
+    EXPECT_THAT(shown(), IsEmpty());
+    EXPECT_TRUE(model.isEmpty());
+}
+
+TEST_F(WindowPickerModelTest, ASelectionThatTheSearchHidesStaysAndCanBeStarted)
+{
+    list({window(1, "Alpha", "a"), window(2, "Beta", "b")});
+    appear();
+    model.select(1);
+    model.setSearchText(QStringLiteral("Alpha"));
+    EXPECT_EQ(model.selectedRow(), -1);
+    EXPECT_TRUE(model.canStart());
+    model.start();
+    EXPECT_EQ(dismissals, 0) << "it stays open until the window has been accepted";
+    executor->runAll();
+    ASSERT_TRUE(coordinator->selectedWindow());
+    EXPECT_EQ(coordinator->selectedWindow()->id, 2U);
+    EXPECT_EQ(dismissals, 1);
+}
+
+TEST_F(WindowPickerModelTest, TheWindowThatIsCapturedIsSelectedAndMarked)
+{
+    list({window(1, "Alpha", "a"), window(2, "Beta", "b")});
+    coordinator->selectWindowAndStartCapture(window(2, "Beta", "b"));
+    executor->runAll();
+    appear();
+    EXPECT_EQ(model.selectedRow(), 1);
+    EXPECT_FALSE(cell(0, WindowPickerModel::IsActive).toBool());
+    EXPECT_TRUE(cell(1, WindowPickerModel::IsActive).toBool());
+}
+
+TEST_F(WindowPickerModelTest, ACapturedWindowThatIsNotListedStaysSelectedButCannotBeFound)
+{
+    list({window(2, "Beta", "b")});
+    coordinator->selectWindowAndStartCapture(window(2, "Beta", "b"));
+    executor->runAll();
+    content->content.windows.clear();
+    appear();
+    EXPECT_EQ(model.selectedID(), 2U);
+    EXPECT_TRUE(model.canStart());
+    model.start();
+    executor->runAll();
+    EXPECT_EQ(dismissals, 0);
+}
+
+TEST_F(WindowPickerModelTest, EachOpeningBeginsWithAnEmptySearch)
+{
+    list({window(1, "Alpha", "a"), window(2, "Beta", "b")});
+    appear();
+    model.setSearchText(QStringLiteral("Beta"));
+    model.select(0);
+    appear();
+    EXPECT_EQ(model.searchText(), QString{});
+    EXPECT_EQ(model.selectedID(), 1U);
+}
+
+TEST_F(WindowPickerModelTest, RefreshingKeepsTheSelection)
+{
+    list({window(1, "Alpha", "a"), window(2, "Beta", "b")});
+    appear();
+    model.select(1);
+    model.refreshWindows();
+    executor->runAll();
+    EXPECT_EQ(model.selectedID(), 2U);
+}
+
+TEST_F(WindowPickerModelTest, ArrowsMoveTheSelectionToTheEndsAndNotBeyond)
+{
+    list({window(1, "Alpha", "a"), window(2, "Beta", "b")});
+    appear();
+    model.moveSelection(-1);
+    EXPECT_EQ(model.selectedRow(), 0);
+    model.moveSelection(1);
+    model.moveSelection(1);
+    EXPECT_EQ(model.selectedRow(), 1);
+    model.setSearchText(QStringLiteral("Alpha"));
+    model.moveSelection(1);
+    EXPECT_EQ(model.selectedID(), 1U) << "the first row when the selected one is hidden";
+}
+
+TEST_F(WindowPickerModelTest, ARefusedWindowClosesThePickerToo)
+{
+    list({window(1, "Alpha", "a")});
+    appear();
+    content->content.windows.clear();
+    std::string message;
+    coordinator->onCaptureError = [&](const std::string& text) { message = text; };
+    model.start();
+    executor->runAll();
+    EXPECT_EQ(dismissals, 1);
+    EXPECT_THAT(message, ::testing::StartsWith("Failed to capture window: "));
+}
+
+TEST_F(WindowPickerModelTest, RowsShowNameTitleSizeAndSymbol)
+{
+    list({window(1, "VLC", "<b>film</b> & more")});
+    appear();
+    EXPECT_EQ(cell(0, WindowPickerModel::AppName), QStringLiteral("VLC"));
+    EXPECT_EQ(cell(0, WindowPickerModel::Title), QStringLiteral("<b>film</b> & more"));
+    EXPECT_EQ(cell(0, WindowPickerModel::SizeText), QStringLiteral("1280 × 720 pt"));
+    EXPECT_EQ(cell(0, WindowPickerModel::Symbol), QStringLiteral("play.rectangle.fill"));
+}
+
+TEST(WindowPickerSymbols, BrowsersGetTheGlobePlayersAPlaySignOthersAWindow)
+{
+    for (const auto* name : {"Safari", "Google Chrome", "FIREFOX", "Microsoft Edge", "Brave Browser", "Edge VLC"})
+        EXPECT_EQ(WindowPickerModel::symbolName(QString::fromLatin1(name)), QStringLiteral("globe")) << name;
+    for (const auto* name : {"QuickTime Player", "vlc", "IINA"})
+        EXPECT_EQ(WindowPickerModel::symbolName(QString::fromLatin1(name)), QStringLiteral("play.rectangle.fill")) << name;
+    for (const auto* name : {"Finder", "mpv", ""})
+        EXPECT_EQ(WindowPickerModel::symbolName(QString::fromLatin1(name)), QStringLiteral("macwindow")) << name;
+}
+
+TEST(WindowPickerSize, FractionsAreDropped)
+{
+    EXPECT_EQ(WindowPickerModel::sizeText({0, 0, 1279.6, 720.9}), QStringLiteral("1279 × 720 pt"));
+}
+
+}  // namespace
+}  // namespace velmora

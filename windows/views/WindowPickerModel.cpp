@@ -1,0 +1,178 @@
+#include "windows/views/WindowPickerModel.h"
+
+#include <QPointer>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <iterator>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+QString text(const std::string& utf8)
+{
+    return QString::fromStdString(utf8);
+}
+
+template <std::size_t count>
+bool containsAny(const QString& name, const std::array<QLatin1String, count>& parts)
+{
+    return std::any_of(parts.begin(), parts.end(), [&](QLatin1String part) { return name.contains(part); });
+}
+
+}  // namespace
+
+WindowPickerModel::WindowPickerModel(
+    std::shared_ptr<WindowSelectionService> windowService, std::shared_ptr<CaptureCoordinator> coordinator, QObject* parent)
+    : QAbstractListModel(parent)
+    , windowService_(std::move(windowService))
+    , coordinator_(std::move(coordinator))
+{
+    connect(windowService_.get(), &WindowSelectionService::availableWindowsChanged, this, &WindowPickerModel::filter);
+    connect(windowService_.get(), &WindowSelectionService::isLoadingChanged, this, &WindowPickerModel::contentChanged);
+    connect(coordinator_.get(), &CaptureCoordinator::selectedWindowChanged, this, [this] {
+        if (!filteredWindows_.empty())
+            emit dataChanged(index(0), index(rowCount() - 1), {IsActive});
+    });
+    filter();
+}
+
+void WindowPickerModel::setSearchText(const QString& text)
+{
+    if (searchText_ == text)
+        return;
+    searchText_ = text;
+    emit searchTextChanged();
+    filter();
+}
+
+int WindowPickerModel::selectedRow() const
+{
+    const auto row =
+        std::find_if(filteredWindows_.begin(), filteredWindows_.end(), [this](const auto& window) { return window.id == selectedID_; });
+    return row == filteredWindows_.end() ? -1 : static_cast<int>(std::distance(filteredWindows_.begin(), row));
+}
+
+void WindowPickerModel::viewWillAppear()
+{
+    setSearchText({});
+    setSelectedID(std::nullopt);
+    emit appeared();
+    windowService_->refreshWindows([self = QPointer{this}] {
+        if (!self)
+            return;
+        const auto& chosen = self->coordinator_->selectedWindow();
+        const auto& available = self->windowService_->availableWindows();
+        if (chosen)
+            self->setSelectedID(chosen->id);
+        else if (!available.empty())
+            self->setSelectedID(available.front().id);
+    });
+}
+
+void WindowPickerModel::refreshWindows()
+{
+    windowService_->refreshWindows();
+}
+
+void WindowPickerModel::select(int row)
+{
+    if (row >= 0 && row < rowCount())
+        setSelectedID(filteredWindows_[static_cast<std::size_t>(row)].id);
+}
+
+void WindowPickerModel::moveSelection(int step)
+{
+    if (filteredWindows_.empty())
+        return;
+    const int last = rowCount() - 1;
+    const int current = selectedRow();
+    select(current < 0 ? (step > 0 ? 0 : last) : std::clamp(current + step, 0, last));
+}
+
+void WindowPickerModel::start()
+{
+    const auto& available = windowService_->availableWindows();
+    const auto chosen = std::find_if(available.begin(), available.end(), [this](const auto& window) { return window.id == selectedID_; });
+    if (chosen == available.end())
+        return;
+    coordinator_->selectWindowAndStartCapture(*chosen, [self = QPointer{this}] {
+        if (self)
+            emit self->dismissed();
+    });
+}
+
+int WindowPickerModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(filteredWindows_.size());
+}
+
+QVariant WindowPickerModel::data(const QModelIndex& index, int role) const
+{
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+        return {};
+    const auto& window = filteredWindows_[static_cast<std::size_t>(index.row())];
+    switch (role) {
+    case AppName:
+    case Qt::DisplayRole:
+        return text(window.appName);
+    case Title:
+        return text(window.title);
+    case SizeText:
+        return sizeText(window.frame);
+    case Symbol:
+        return symbolName(text(window.appName));
+    case IsActive:
+        return coordinator_->selectedWindow() && coordinator_->selectedWindow()->id == window.id;
+    default:
+        return {};
+    }
+}
+
+QHash<int, QByteArray> WindowPickerModel::roleNames() const
+{
+    return {{AppName, "appName"}, {Title, "title"}, {SizeText, "sizeText"}, {Symbol, "symbol"}, {IsActive, "isActive"}};
+}
+
+QString WindowPickerModel::symbolName(const QString& appName)
+{
+    static constexpr std::array browsers{
+        QLatin1String("safari"), QLatin1String("chrome"), QLatin1String("firefox"), QLatin1String("edge"), QLatin1String("brave")};
+    static constexpr std::array players{QLatin1String("quicktime"), QLatin1String("vlc"), QLatin1String("iina")};
+    const QString name = appName.toLower();
+    if (containsAny(name, browsers))
+        return QStringLiteral("globe");
+    return containsAny(name, players) ? QStringLiteral("play.rectangle.fill") : QStringLiteral("macwindow");
+}
+
+QString WindowPickerModel::sizeText(const Rect& frame)
+{
+    return QStringLiteral("%1 × %2 pt").arg(static_cast<qint64>(frame.width)).arg(static_cast<qint64>(frame.height));
+}
+
+void WindowPickerModel::setSelectedID(std::optional<std::uint32_t> id)
+{
+    if (selectedID_ == id)
+        return;
+    selectedID_ = id;
+    emit selectionChanged();
+}
+
+void WindowPickerModel::filter()
+{
+    const auto& available = windowService_->availableWindows();
+    beginResetModel();
+    filteredWindows_.clear();
+    std::copy_if(available.begin(), available.end(), std::back_inserter(filteredWindows_), [this](const CapturedWindowInfo& window) {
+        return searchText_.isEmpty() || text(window.appName).contains(searchText_, Qt::CaseInsensitive)
+            || text(window.title).contains(searchText_, Qt::CaseInsensitive);
+    });
+    endResetModel();
+    emit contentChanged();
+    emit selectionChanged();
+}
+
+}  // namespace velmora

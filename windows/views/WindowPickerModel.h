@@ -1,0 +1,100 @@
+// What the window picker shows and does.
+#pragma once
+
+#include "capture/CaptureCoordinator.h"
+#include "windows/WindowSelectionService.h"
+
+#include <QAbstractListModel>
+#include <QString>
+#include <QtQmlIntegration>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace velmora {
+
+/// The windows that match the search, a row each, and the picker's state beside them. Main thread only.
+class WindowPickerModel final : public QAbstractListModel {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the program")
+    Q_PROPERTY(bool isLoading READ isLoading NOTIFY contentChanged)
+    Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY contentChanged)
+    Q_PROPERTY(bool hasRows READ hasRows NOTIFY contentChanged)
+    Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
+    Q_PROPERTY(int selectedRow READ selectedRow NOTIFY selectionChanged)
+    Q_PROPERTY(bool canStart READ canStart NOTIFY selectionChanged)
+
+public:
+    enum Role { AppName = Qt::UserRole, Title, SizeText, Symbol, IsActive };
+
+    WindowPickerModel(
+        std::shared_ptr<WindowSelectionService> windowService, std::shared_ptr<CaptureCoordinator> coordinator, QObject* parent = nullptr);
+
+    /// Exactly one of these three is true, and says what stands in the middle of the picker.
+    [[nodiscard]] bool isLoading() const { return windowService_->isLoading(); }
+    [[nodiscard]] bool isEmpty() const { return !isLoading() && filteredWindows_.empty(); }
+    [[nodiscard]] bool hasRows() const { return !isLoading() && !filteredWindows_.empty(); }
+
+    [[nodiscard]] const QString& searchText() const { return searchText_; }
+    void setSearchText(const QString& text);
+
+    /// The row of the selected window; -1 when nothing is selected or the search hides it.
+    [[nodiscard]] int selectedRow() const;
+    [[nodiscard]] std::optional<std::uint32_t> selectedID() const { return selectedID_; }
+    [[nodiscard]] bool canStart() const { return selectedID_.has_value(); }
+
+    [[nodiscard]] const std::vector<CapturedWindowInfo>& filteredWindows() const { return filteredWindows_; }
+
+    /// Each time that the picker is shown: an empty search, a fresh query, and a selection.
+    Q_INVOKABLE void viewWillAppear();
+
+    /// "Refresh List".
+    Q_INVOKABLE void refreshWindows();
+
+    Q_INVOKABLE void select(int row);
+
+    /// Selects the next row above (-1) or below (1); the nearest end when nothing visible is selected.
+    Q_INVOKABLE void moveSelection(int step);
+
+    /// "Start Clipping This Window".
+    Q_INVOKABLE void start();
+
+    /// "Cancel".
+    Q_INVOKABLE void cancel() { emit dismissed(); }
+
+    [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
+    [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
+
+    /// The symbol for an application of this name.
+    [[nodiscard]] static QString symbolName(const QString& appName);
+
+    /// "1280 × 720 pt"; fractions are dropped.
+    [[nodiscard]] static QString sizeText(const Rect& frame);
+
+signals:
+    void contentChanged();
+    void searchTextChanged();
+    void selectionChanged();
+
+    /// The picker is on the screen again.
+    void appeared();
+
+    /// The picker is to be closed.
+    void dismissed();
+
+private:
+    void setSelectedID(std::optional<std::uint32_t> id);
+    void filter();
+
+    std::shared_ptr<WindowSelectionService> windowService_;
+    std::shared_ptr<CaptureCoordinator> coordinator_;
+    QString searchText_;
+    std::optional<std::uint32_t> selectedID_;
+    std::vector<CapturedWindowInfo> filteredWindows_;
+};
+
+}  // namespace velmora
