@@ -45,7 +45,10 @@ public:
 
     ProgramOutcome run(const std::vector<std::string>& arguments) { return runVelmora(arguments, environment_); }
 
-    [[nodiscard]] QJsonObject status() { return QJsonDocument::fromJson(QByteArray::fromStdString(run({"status", "--json"}).output)).object(); }
+    [[nodiscard]] QJsonObject status()
+    {
+        return QJsonDocument::fromJson(QByteArray::fromStdString(run({"status", "--json"}).output)).object();
+    }
 
     [[nodiscard]] bool hasState(const char* state)
     {

@@ -1,0 +1,204 @@
+#include "platform/linux/desktop/LinuxWorkspace.h"
+
+#include "tests/platform/linux/desktop/PrivateBus.h"
+
+#include <QDBusUnixFileDescriptor>
+#include <QStringList>
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace velmora::linux_backend {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/// logind, played by the test: it sees when the last copy of an inhibitor is closed.
+class ScriptedLogind final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
+
+public:
+    explicit ScriptedLogind(QDBusConnection connection) : connection_(std::move(connection))
+    {
+        connection_.registerObject(QStringLiteral("/org/freedesktop/login1"), this, QDBusConnection::ExportAllContents);
+        connection_.registerService(QStringLiteral("org.freedesktop.login1"));
+    }
+    ~ScriptedLogind() override
+    {
+        if (watched_ >= 0)
+            ::close(watched_);
+    }
+
+    /// Whether somebody still holds the inhibitor that was given out last.
+    [[nodiscard]] bool isInhibited() const
+    {
+        pollfd watched{watched_, 0, 0};
+        return watched_ >= 0 && ::poll(&watched, 1, 0) == 0;
+    }
+
+    QStringList asked;
+
+public slots:
+    QDBusUnixFileDescriptor Inhibit(const QString& what, const QString&, const QString&, const QString& mode)
+    {
+        asked.append(what + QLatin1Char(' ') + mode);
+        if (watched_ >= 0)
+            ::close(watched_);
+        int ends[2] = {-1, -1};
+        if (::pipe2(ends, O_CLOEXEC) != 0)
+            return {};
+        // The write end is theirs: our read end hears when the last copy of it is closed.
+        watched_ = ends[0];
+        const QDBusUnixFileDescriptor theirs{ends[1]};
+        ::close(ends[1]);
+        return theirs;
+    }
+
+signals:
+    void PrepareForSleep(bool begins);
+
+private:
+    QDBusConnection connection_;
+    int watched_ = -1;
+};
+
+class FileBrowser final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
+
+public:
+    explicit FileBrowser(QDBusConnection connection) : connection_(std::move(connection))
+    {
+        connection_.registerObject(QStringLiteral("/org/freedesktop/FileManager1"), this, QDBusConnection::ExportAllContents);
+        connection_.registerService(QStringLiteral("org.freedesktop.FileManager1"));
+    }
+
+    QStringList shown;
+
+public slots:
+    void ShowItems(const QStringList& uris, const QString&) { shown = uris; }
+
+private:
+    QDBusConnection connection_;
+};
+
+class WorkspaceTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        workspace = makeWorkspace({
+            .observeDisplays = [this](std::function<void()> changed) { displaysChanged = std::move(changed); },
+            .sessionBusAddress = bus.address(),
+            .systemBusAddress = bus.address(),
+            .startDetached =
+                [this](const std::string& program, const std::vector<std::string>& arguments) {
+                    started.push_back(program);
+                    started.insert(started.end(), arguments.begin(), arguments.end());
+                },
+        });
+    }
+
+    void TearDown() override
+    {
+        workspace.reset();
+        for (const auto* name : {"velmora-workspace-session", "velmora-workspace-system", "logind", "browser"})
+            QDBusConnection::disconnectFromBus(QString::fromLatin1(name));
+    }
+
+    void observe()
+    {
+        workspace->addObserver({
+            .willSleep =
+                [this](UniqueFunction<void()> ready) {
+                    events.emplace_back("sleep");
+                    readyToSleep = std::move(ready);
+                },
+            .didWake = [this] { events.emplace_back("wake"); },
+            .screenParametersDidChange = [this] { events.emplace_back("screens"); },
+        });
+    }
+
+    test::PrivateBus bus;
+    std::shared_ptr<platform::Workspace> workspace;
+    std::vector<std::string> started;
+    std::vector<std::string> events;
+    std::function<void()> displaysChanged;
+    UniqueFunction<void()> readyToSleep;
+};
+
+TEST_F(WorkspaceTest, FilesAndLinksOpenWithTheDesktopsHandler)
+{
+    workspace->open("/clips/a b;$(c).mp4");
+    workspace->openURL("https://example.org/?a=b&c");
+    EXPECT_THAT(started, ElementsAre("xdg-open", "/clips/a b;$(c).mp4", "xdg-open", "https://example.org/?a=b&c"));
+}
+
+TEST_F(WorkspaceTest, TheSettingsLinkOpensTheDesktopsOwnPage)
+{
+    constexpr const char* link = "x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture";
+    ::setenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME", 1);
+    workspace->openURL(link);
+    ::setenv("XDG_CURRENT_DESKTOP", "KDE", 1);
+    workspace->openURL(link);
+    ::setenv("XDG_CURRENT_DESKTOP", "XFCE", 1);
+    workspace->openURL(link);
+    ::unsetenv("XDG_CURRENT_DESKTOP");
+    workspace->openURL(link);
+    EXPECT_THAT(started, ElementsAre("gnome-control-center", "privacy", "systemsettings", "xfce4-settings-manager"));
+}
+
+TEST_F(WorkspaceTest, AFileIsShownSelectedInTheFileBrowser)
+{
+    FileBrowser browser{bus.connect("browser")};
+    workspace->activateFileViewerSelecting({"/clips/ü & 100%.mp4"});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !browser.shown.isEmpty(); }));
+    EXPECT_EQ(browser.shown, QStringList{QStringLiteral("file:///clips/%C3%BC%20&%20100%25.mp4")});
+    EXPECT_THAT(started, IsEmpty());
+}
+
+TEST_F(WorkspaceTest, WithoutAFileBrowserThatCanSelectTheFolderIsOpened)
+{
+    workspace->activateFileViewerSelecting({"/clips/a.mp4"});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !started.empty(); }));
+    EXPECT_THAT(started, ElementsAre("xdg-open", "/clips"));
+}
+
+TEST_F(WorkspaceTest, TheMachineSleepsWhenTheObserverIsReadyAndIsHeldAgainAfterWaking)
+{
+    ScriptedLogind logind{bus.connect("logind")};
+    observe();
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return logind.isInhibited(); }));
+    emit logind.PrepareForSleep(true);
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
+    EXPECT_TRUE(logind.isInhibited());
+    readyToSleep();
+    EXPECT_TRUE(test::PrivateBus::runUntil([&] { return !logind.isInhibited(); }));
+    emit logind.PrepareForSleep(false);
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return logind.isInhibited(); }));
+    EXPECT_THAT(events, ElementsAre("sleep", "wake"));
+    EXPECT_EQ(logind.asked, (QStringList{QStringLiteral("sleep delay"), QStringLiteral("sleep delay")}));
+}
+
+TEST_F(WorkspaceTest, WithoutLogindNothingIsWaitedFor)
+{
+    observe();
+    test::PrivateBus::runUntil([] { return true; });
+    EXPECT_THAT(events, IsEmpty());
+}
+
+TEST_F(WorkspaceTest, ChangesOfTheDisplaysArePassedOn)
+{
+    observe();
+    displaysChanged();
+    EXPECT_THAT(events, ElementsAre("screens"));
+}
+
+}  // namespace
+}  // namespace velmora::linux_backend
+
+#include "WorkspaceTest.moc"
