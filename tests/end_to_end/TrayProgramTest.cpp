@@ -189,11 +189,15 @@ TEST(TrayProgramTest, StopSavesARecordingAndThenStopsCapturing)
 
 TEST(TrayProgramTest, AWindowThatClosesInMidRecordingLeavesAMessageAndNoFile)
 {
+    // With a tray, so that the alert is the only window of that name.
+    const Program tray{{"trayer"}};
+    ASSERT_TRUE(isShown("^panel$"));
     NumberedWindow window{{"--size", "320x240"}};
     TrayProgram program;
     ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
     ASSERT_EQ(program.run({"toggle"}).status, 0);
     ASSERT_TRUE(waitUntil([&] { return !program.clips().empty(); }));
+    EXPECT_TRUE(isHidden("^Velmora$"));
     window.close();
     ASSERT_TRUE(program.hasState("waitingForWindowSelection"));
     EXPECT_TRUE(isShown("^Velmora$"));
