@@ -32,25 +32,15 @@ Rectangle {
             Layout.fillWidth: true
             spacing: 8
 
-            Text {
+            Label {
                 Layout.fillWidth: true
                 text: root.model.messageText
-                color: Theme.primaryText
                 font: Theme.headlineFont
-                textFormat: Text.PlainText
-                wrapMode: Text.Wrap
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
             }
-            Text {
+            Label {
                 Layout.fillWidth: true
                 text: root.model.informativeText
                 color: Theme.secondaryText
-                font: Theme.bodyFont
-                textFormat: Text.PlainText
-                wrapMode: Text.Wrap
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
             }
             RowLayout {
                 Layout.topMargin: 8

@@ -14,7 +14,7 @@ Rectangle {
     radius: 14
     color: Theme.obsidian
     border.width: 1
-    border.color: Theme.border
+    border.color: Theme.borderSlate
     Accessible.role: Accessible.Notification
     Accessible.name: model.title
 
@@ -32,13 +32,12 @@ Rectangle {
             Layout.fillWidth: true
             spacing: 10
 
-            Text {
+            Label {
                 Layout.fillWidth: true
                 text: root.model.title
-                color: Theme.primaryText
-                font: Theme.hudTitleFont
-                textFormat: Text.PlainText
+                font: Theme.panelTitleFont
                 elide: Text.ElideRight
+                wrapMode: Text.NoWrap
             }
             RowLayout {
                 spacing: 6

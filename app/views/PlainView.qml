@@ -19,31 +19,24 @@ Rectangle {
         BrandHorizontalLockupView {
             height: 28
         }
-        Text {
+        Label {
             Layout.fillWidth: true
             text: root.model.heading
-            color: Theme.primaryText
             font: Theme.titleFont
-            textFormat: Text.PlainText
             elide: Text.ElideMiddle
+            wrapMode: Text.NoWrap
             Accessible.role: Accessible.Heading
             Accessible.name: text
         }
         Repeater {
             model: root.model.paragraphs
 
-            Text {
+            Label {
                 required property string modelData
 
                 Layout.fillWidth: true
                 text: modelData
                 color: Theme.secondaryText
-                font: Theme.bodyFont
-                lineHeight: 1.3
-                textFormat: Text.PlainText
-                wrapMode: Text.Wrap
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
             }
         }
         Item {

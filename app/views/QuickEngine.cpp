@@ -1,16 +1,14 @@
 #include "app/views/QuickEngine.h"
 
-#include "brand/SymbolImageProvider.h"
+#include "brand/BrandModule.h"
 
 #include <QCoreApplication>
-#include <QQmlExtensionPlugin>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
 
-// The modules are part of the program; nothing else refers to them.
-Q_IMPORT_QML_PLUGIN(Velmora_BrandPlugin)
-Q_IMPORT_QML_PLUGIN(Velmora_WindowsPlugin)
-Q_IMPORT_QML_PLUGIN(Velmora_AppPlugin)
+// Generated. Referring to them brings the modules into the program, where they register their types before main.
+extern void qml_register_types_Velmora_Windows();
+extern void qml_register_types_Velmora_App();
 
 namespace velmora {
 
@@ -20,8 +18,8 @@ QQmlEngine& quickEngine()
         // Our windows are small and change rarely: drawing them in software takes a third of the memory that a graphics driver does.
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         auto* made = new QQmlEngine{QCoreApplication::instance()};
-        made->addImportPath(QStringLiteral("qrc:/"));
-        made->addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
+        [[maybe_unused]] static void (*volatile const types[])() = {&qml_register_types_Velmora_Windows, &qml_register_types_Velmora_App};
+        installBrandModule(*made);
         return made;
     }();
     return engine;

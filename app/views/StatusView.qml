@@ -41,7 +41,7 @@ Rectangle {
                     anchors.verticalCenter: parent.verticalCenter
                     width: parent.width
                     height: 1
-                    color: Theme.border
+                    color: Theme.borderSlate
                 }
                 BrandHorizontalLockupView {
                     visible: entry.isHeader
@@ -51,38 +51,32 @@ Rectangle {
                 ListRow {
                     anchors.fill: parent
                     visible: entry.isActionable
-                    Accessible.name: entry.title
+                    text: entry.title
                     onClicked: root.model.trigger(entry.index)
 
                     contentItem: RowLayout {
-                        Text {
+                        Label {
                             Layout.fillWidth: true
                             text: entry.title
-                            color: Theme.primaryText
-                            font: Theme.bodyFont
-                            textFormat: Text.PlainText
                             elide: Text.ElideRight
+                            wrapMode: Text.NoWrap
                         }
-                        Text {
+                        Label {
                             text: entry.shortcut
                             color: Theme.tertiaryText
                             font: Theme.captionFont
-                            textFormat: Text.PlainText
                         }
                     }
                 }
-                Text {
+                Label {
                     visible: !entry.isActionable && !entry.isSeparator && !entry.isHeader
                     anchors.fill: parent
                     anchors.leftMargin: 12
                     verticalAlignment: Text.AlignVCenter
                     text: entry.title
                     color: Theme.secondaryText
-                    font: Theme.bodyFont
-                    textFormat: Text.PlainText
                     elide: Text.ElideRight
-                    Accessible.role: Accessible.StaticText
-                    Accessible.name: text
+                    wrapMode: Text.NoWrap
                 }
             }
         }

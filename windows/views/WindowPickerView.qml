@@ -15,28 +15,23 @@ Rectangle {
     ColumnLayout {
         anchors.fill: parent
         anchors.margins: Theme.windowMargin
-        spacing: Theme.spacing
+        spacing: Theme.largeGap
 
         ColumnLayout {
             spacing: 4
 
-            Text {
+            Label {
                 text: "Choose Video Window"
-                color: Theme.primaryText
                 font: Theme.titleFont
-                textFormat: Text.PlainText
                 Accessible.role: Accessible.Heading
                 Accessible.name: text
             }
-            Text {
+            Label {
                 Layout.fillWidth: true
                 text: "Select what you are watching (Safari, Chrome, YouTube, QuickTime, VLC, etc.)"
                 color: Theme.secondaryText
-                font: Theme.bodyFont
-                textFormat: Text.PlainText
                 elide: Text.ElideRight
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
+                wrapMode: Text.NoWrap
             }
         }
 
@@ -46,9 +41,7 @@ Rectangle {
             Layout.fillWidth: true
             focus: true
             placeholderText: "Search by app name or window title..."
-            text: root.model.searchText
-            onTextEdited: root.model.searchText = text
-            onCleared: root.model.searchText = ""
+            onTextChanged: root.model.searchText = text
             Keys.onUpPressed: root.model.moveSelection(-1)
             Keys.onDownPressed: root.model.moveSelection(1)
         }
@@ -56,23 +49,21 @@ Rectangle {
         Card {
             Layout.fillWidth: true
             Layout.fillHeight: true
+            padding: 0
+            color: Theme.withOpacity(Theme.cardSlate, 0.45)
 
             ColumnLayout {
                 anchors.centerIn: parent
-                spacing: Theme.spacing
+                spacing: Theme.largeGap
                 visible: root.model.isLoading
 
                 BusyIndicator {
                     Layout.alignment: Qt.AlignHCenter
                     running: root.model.isLoading
                 }
-                Text {
+                Label {
                     text: "Searching for active windows..."
                     color: Theme.secondaryText
-                    font: Theme.bodyFont
-                    textFormat: Text.PlainText
-                    Accessible.role: Accessible.StaticText
-                    Accessible.name: text
                 }
             }
 
@@ -82,31 +73,23 @@ Rectangle {
                 spacing: 8
                 visible: root.model.isEmpty
 
-                Image {
+                Symbol {
                     Layout.alignment: Qt.AlignHCenter
-                    source: "image://symbol/macwindow.on.rectangle/64748B"
-                    sourceSize: Qt.size(40, 40)
+                    name: "macwindow.on.rectangle"
+                    color: Theme.tertiaryText
+                    size: 40
                 }
-                Text {
+                Label {
                     Layout.fillWidth: true
                     text: "No eligible video windows found."
-                    color: Theme.primaryText
                     font: Theme.headlineFont
-                    textFormat: Text.PlainText
                     horizontalAlignment: Text.AlignHCenter
-                    Accessible.role: Accessible.StaticText
-                    Accessible.name: text
                 }
-                Text {
+                Label {
                     Layout.fillWidth: true
                     text: "Make sure the browser or video player window is open and visible on screen."
                     color: Theme.secondaryText
-                    font: Theme.bodyFont
-                    textFormat: Text.PlainText
-                    wrapMode: Text.Wrap
                     horizontalAlignment: Text.AlignHCenter
-                    Accessible.role: Accessible.StaticText
-                    Accessible.name: text
                 }
             }
 
@@ -114,7 +97,8 @@ Rectangle {
                 id: list
 
                 anchors.fill: parent
-                anchors.margins: 6
+                anchors.topMargin: 6
+                anchors.bottomMargin: 6
                 visible: root.model.hasRows
                 activeFocusOnTab: true
                 clip: true
@@ -142,49 +126,51 @@ Rectangle {
                     required property bool isActive
 
                     width: ListView.view.width
-                    selected: ListView.isCurrentItem
-                    Accessible.name: [appName, title, sizeText, isActive ? "Active" : ""].filter(part => part !== "").join(", ")
+                    highlighted: ListView.isCurrentItem
+                    showsFocus: highlighted && ListView.view.activeFocus
+                    text: [appName, title, sizeText, isActive ? "Active" : ""].filter(part => part !== "").join(", ")
                     onClicked: root.model.select(index)
                     onDoubleClicked: root.model.start()
 
                     contentItem: RowLayout {
                         spacing: 12
 
-                        Image {
+                        Item {
                             Layout.preferredWidth: 28
                             Layout.preferredHeight: 20
-                            fillMode: Image.PreserveAspectFit
-                            source: "image://symbol/" + row.symbol + "/FF3B30"
-                            sourceSize: Qt.size(20, 20)
+
+                            Symbol {
+                                anchors.centerIn: parent
+                                name: row.symbol
+                                color: Theme.coral
+                                size: 20
+                            }
                         }
                         ColumnLayout {
                             Layout.fillWidth: true
                             spacing: 3
 
-                            Text {
+                            Label {
                                 Layout.fillWidth: true
                                 text: row.appName
-                                color: Theme.primaryText
                                 font: Theme.emphasisFont
-                                textFormat: Text.PlainText
                                 elide: Text.ElideRight
+                                wrapMode: Text.NoWrap
                             }
-                            Text {
+                            Label {
                                 Layout.fillWidth: true
                                 visible: text !== ""
                                 text: row.title
                                 color: Theme.secondaryText
-                                font: Theme.bodyFont
-                                textFormat: Text.PlainText
                                 elide: Text.ElideRight
+                                wrapMode: Text.NoWrap
                                 maximumLineCount: 1
                             }
-                            Text {
+                            Label {
                                 text: row.sizeText
                                 color: Theme.secondaryText
                                 opacity: 0.8
                                 font: Theme.captionFont
-                                textFormat: Text.PlainText
                             }
                         }
                         Badge {
@@ -200,19 +186,16 @@ Rectangle {
         RowLayout {
             spacing: 8
 
-            Image {
-                source: "image://symbol/lightbulb.fill/FBBF24"
-                sourceSize: Qt.size(16, 16)
+            Symbol {
+                name: "lightbulb.fill"
+                color: Theme.tip
+                size: 16
             }
-            Text {
+            Label {
                 Layout.fillWidth: true
                 text: "Tip: Make sure the browser or video player window is open on your screen (not minimized into the Dock)."
                 color: Theme.secondaryText
                 font: Theme.captionFont
-                textFormat: Text.PlainText
-                wrapMode: Text.Wrap
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
             }
         }
 
@@ -252,6 +235,7 @@ Rectangle {
         target: root.model
 
         function onAppeared() {
+            search.clear();
             search.forceActiveFocus();
         }
     }

@@ -1,0 +1,32 @@
+// The icons that a desktop keeps of the program, as files.
+#pragma once
+
+#include "brand/BrandAssets.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <vector>
+
+namespace velmora {
+
+class BrandIcons {
+public:
+    struct File {
+        QString path;  ///< within an icon theme's folder, as "48x48/apps/velmora.png"
+        QByteArray content;
+    };
+
+    /// The application icon as SVG 1.1, as it is drawn at 256 pixels.
+    [[nodiscard]] static QByteArray appIconSvg();
+
+    /// What the program's item shows. A template's colour is the theme's: by GTK's rule any fill is replaced, by KDE's that of the class
+    /// ColorScheme-Text.
+    [[nodiscard]] static QByteArray menuBarSvg(const MenuBarImage& image);
+
+    /// By the freedesktop.org icon theme specification: the application icon "velmora" from 16 to 512 pixels and scalable, and
+    /// "velmora-symbolic", "velmora-capturing-symbolic" and "velmora-recording" for the program's item.
+    [[nodiscard]] static std::vector<File> files();
+};
+
+}  // namespace velmora

@@ -1,0 +1,11 @@
+// The QML module Velmora.Brand.
+#pragma once
+
+class QQmlEngine;
+
+namespace velmora {
+
+/// Lets the engine's views `import Velmora.Brand`, which lies at qrc:/Velmora/Brand, and show `image://symbol/…`. Main thread.
+void installBrandModule(QQmlEngine& engine);
+
+}  // namespace velmora

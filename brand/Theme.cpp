@@ -1,0 +1,92 @@
+#include "brand/Theme.h"
+
+#include <QFontDatabase>
+
+namespace velmora {
+
+namespace {
+
+QStringList families()
+{
+    const QString inter = QStringLiteral("Inter");
+    const QString emoji = QStringLiteral("Noto Color Emoji");
+    const QString system = QFontDatabase::systemFont(QFontDatabase::GeneralFont).family();
+    // The emoji font has digits, so it comes after one for text; and before the system's, many of which have emoji in one colour.
+    return QFontDatabase::hasFamily(inter) ? QStringList{inter, emoji, system} : QStringList{system, emoji};
+}
+
+QFont font(int pixels, QFont::Weight weight)
+{
+    QFont made;
+    made.setFamilies(families());
+    made.setPixelSize(pixels);
+    made.setWeight(weight);
+    return made;
+}
+
+QColor over(const QColor& surface, const QColor& film)
+{
+    const float covered = film.alphaF() + surface.alphaF() * (1 - film.alphaF());
+    if (covered <= 0)
+        return surface;
+    const auto mixed = [&](float below, float above) {
+        return (above * film.alphaF() + below * surface.alphaF() * (1 - film.alphaF())) / covered;
+    };
+    return QColor::fromRgbF(
+        mixed(surface.redF(), film.redF()), mixed(surface.greenF(), film.greenF()), mixed(surface.blueF(), film.blueF()), covered);
+}
+
+}  // namespace
+
+Theme::Theme()
+    : titleFont(font(22, QFont::DemiBold))
+    , headlineFont(font(15, QFont::DemiBold))
+    , panelTitleFont(font(14, QFont::DemiBold))
+    , bodyFont(font(13, QFont::Normal))
+    , emphasisFont(font(13, QFont::DemiBold))
+    , captionFont(font(11, QFont::Normal))
+    , captionEmphasisFont(font(11, QFont::DemiBold))
+{
+}
+
+QColor Theme::hovered(const QColor& surface)
+{
+    return over(surface, QColor{255, 255, 255, 15});
+}
+
+QColor Theme::pressed(const QColor& surface)
+{
+    // Darker than nothing cannot be seen on our ground.
+    return surface.alpha() == 0 ? QColor{0, 0, 0, 77} : over(surface, QColor{0, 0, 0, 15});
+}
+
+QColor Theme::withOpacity(const QColor& color, double opacity)
+{
+    QColor made = color;
+    made.setAlphaF(static_cast<float>(opacity));
+    return made;
+}
+
+QUrl Theme::symbolSource(const QString& name, const QColor& color)
+{
+    if (name.isEmpty())
+        return {};
+    return QUrl{QStringLiteral("image://symbol/%1/%2").arg(name, color.name().mid(1).toUpper())};
+}
+
+QFont Theme::lockupFont(double height, bool isStrong)
+{
+    QFont made = font(qRound(height * 0.6), isStrong ? QFont::Bold : QFont::Light);
+    made.setLetterSpacing(QFont::AbsoluteSpacing, height * 0.1);
+    return made;
+}
+
+void Theme::setReducesMotion(bool reducesMotion)
+{
+    if (reducesMotion == reducesMotion_)
+        return;
+    reducesMotion_ = reducesMotion;
+    emit motionChanged();
+}
+
+}  // namespace velmora

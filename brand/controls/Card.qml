@@ -1,0 +1,21 @@
+import QtQuick
+import QtQuick.Templates as T
+import Velmora.Brand
+
+T.Pane {
+    id: card
+
+    property color color: Theme.cardSlate
+
+    implicitWidth: Math.max(implicitBackgroundWidth, implicitContentWidth + leftPadding + rightPadding)
+    implicitHeight: Math.max(implicitBackgroundHeight, implicitContentHeight + topPadding + bottomPadding)
+    padding: Theme.largeGap
+    opacity: enabled ? 1 : Theme.disabledOpacity
+
+    background: Rectangle {
+        radius: Theme.cardRadius
+        color: card.color
+        border.width: 1
+        border.color: Theme.borderSlate
+    }
+}

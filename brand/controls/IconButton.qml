@@ -1,0 +1,48 @@
+import QtQuick
+import QtQuick.Templates as T
+import Velmora.Brand
+
+// A button that shows a symbol only; `text` is what assistive technology says.
+T.Button {
+    id: button
+
+    property string symbol
+    property real symbolSize: 18
+    property color symbolColor: Theme.text
+    property bool bordered: true
+
+    readonly property color surfaceColor: bordered ? Theme.cardSlate : "transparent"
+
+    implicitWidth: bordered ? Theme.controlHeight : symbolSize + 8
+    implicitHeight: implicitWidth
+    opacity: enabled ? 1 : Theme.disabledOpacity
+    focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
+
+    Accessible.role: Accessible.Button
+    Accessible.name: text
+    Accessible.onPressAction: button.enabled && button.clicked()
+    Keys.onReturnPressed: event => event.isAutoRepeat || button.clicked()
+    Keys.onEnterPressed: event => event.isAutoRepeat || button.clicked()
+
+    contentItem: Item {
+        Symbol {
+            anchors.centerIn: parent
+            name: button.symbol
+            color: button.symbolColor
+            size: button.symbolSize
+        }
+    }
+
+    background: Rectangle {
+        radius: button.bordered ? Theme.controlRadius : width / 2
+        color: button.down ? Theme.pressed(button.surfaceColor) : button.hovered ? Theme.hovered(button.surfaceColor) : button.surfaceColor
+        border.width: button.bordered ? 1 : 0
+        border.color: Theme.borderSlate
+
+        FocusRing {
+            visible: button.visualFocus
+            targetRadius: parent.radius
+        }
+    }
+}

@@ -1,0 +1,46 @@
+import QtQuick
+import QtQuick.Templates as T
+import Velmora.Brand
+
+// A row of a list: `highlighted` when it is the selected one, `text` what assistive technology says. The view gives the content.
+T.ItemDelegate {
+    id: row
+
+    // The row of a list that has the keyboard shows it, whichever way the focus came.
+    property bool showsFocus: visualFocus
+
+    implicitWidth: Math.max(implicitBackgroundWidth + leftInset + rightInset, implicitContentWidth + leftPadding + rightPadding)
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
+    leftInset: 6
+    rightInset: 6
+    leftPadding: 20
+    rightPadding: 20
+    topPadding: 10
+    bottomPadding: 10
+    opacity: enabled ? 1 : Theme.disabledOpacity
+    hoverEnabled: true
+
+    Accessible.role: Accessible.ListItem
+    Accessible.name: text
+    Accessible.selectable: true
+    Accessible.selected: highlighted
+    Accessible.onPressAction: row.enabled && row.clicked()
+
+    background: Rectangle {
+        readonly property color surfaceColor: row.highlighted ? Theme.selection : "transparent"
+
+        radius: Theme.controlRadius
+        color: row.down ? Theme.pressed(surfaceColor) : row.hovered ? Theme.hovered(surfaceColor) : surfaceColor
+        border.width: row.highlighted ? 1 : 0
+        border.color: Theme.selectionBorder
+
+        Rectangle {
+            anchors.fill: parent
+            visible: row.showsFocus
+            radius: parent.radius
+            color: "transparent"
+            border.width: 2
+            border.color: Theme.focusRing
+        }
+    }
+}

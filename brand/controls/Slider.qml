@@ -1,0 +1,73 @@
+import QtQuick
+import QtQuick.Templates as T
+import Velmora.Brand
+
+T.Slider {
+    id: slider
+
+    property color tint: Theme.coral
+    // What assistive technology says.
+    property string text
+
+    implicitWidth: 200
+    implicitHeight: 24
+    opacity: enabled ? 1 : Theme.disabledOpacity
+    focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
+
+    Accessible.role: Accessible.Slider
+    Accessible.name: text
+    Accessible.onIncreaseAction: slider.increase()
+    Accessible.onDecreaseAction: slider.decrease()
+
+    background: Rectangle {
+        x: slider.leftPadding
+        y: slider.topPadding + (slider.availableHeight - height) / 2
+        width: slider.availableWidth
+        height: 4
+        radius: 2
+        color: Theme.borderSlate
+
+        Rectangle {
+            width: slider.handle.x - slider.leftPadding + slider.handle.width / 2
+            height: parent.height
+            radius: parent.radius
+            color: slider.tint
+        }
+    }
+
+    handle: Item {
+        x: slider.leftPadding + slider.visualPosition * (slider.availableWidth - width)
+        y: slider.topPadding + (slider.availableHeight - height) / 2
+        width: 16
+        height: 16
+
+        Rectangle {
+            anchors.centerIn: parent
+            visible: slider.hovered && slider.enabled
+            width: 24
+            height: 24
+            radius: 12
+            color: Theme.withOpacity(Theme.studioWhite, 0.12)
+        }
+
+        Rectangle {
+            y: 1
+            width: parent.width
+            height: parent.height
+            radius: width / 2
+            color: "#59000000"
+        }
+
+        Rectangle {
+            anchors.fill: parent
+            radius: width / 2
+            color: slider.pressed ? Theme.pressed(Theme.studioWhite) : Theme.studioWhite
+        }
+
+        FocusRing {
+            visible: slider.visualFocus
+            targetRadius: parent.width / 2
+        }
+    }
+}

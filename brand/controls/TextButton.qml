@@ -1,0 +1,71 @@
+import QtQuick
+import QtQuick.Templates as T
+import Velmora.Brand
+
+T.Button {
+    id: button
+
+    // The one action that a window is about.
+    property bool prominent: false
+    // Without a surface, for what is rather not done.
+    property bool plain: false
+    property bool compact: false
+    property string symbol
+
+    readonly property color surfaceColor: prominent ? Theme.coral : plain ? "transparent" : Theme.cardSlate
+    readonly property color foreground: prominent ? Theme.studioWhite : plain && !hovered ? Theme.secondaryText : Theme.text
+
+    implicitWidth: Math.ceil(implicitContentWidth + leftPadding + rightPadding)
+    implicitHeight: compact ? Theme.compactHeight : Theme.controlHeight
+    leftPadding: compact ? 11 : 16
+    rightPadding: leftPadding
+    spacing: Theme.gap
+    opacity: enabled ? 1 : Theme.disabledOpacity
+    focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
+
+    Accessible.role: Accessible.Button
+    Accessible.name: text
+    Accessible.onPressAction: button.enabled && button.clicked()
+    Keys.onReturnPressed: event => event.isAutoRepeat || button.clicked()
+    Keys.onEnterPressed: event => event.isAutoRepeat || button.clicked()
+
+    contentItem: Item {
+        implicitWidth: row.implicitWidth
+        implicitHeight: row.implicitHeight
+
+        Row {
+            id: row
+            anchors.centerIn: parent
+            spacing: button.spacing
+
+            Symbol {
+                anchors.verticalCenter: parent.verticalCenter
+                visible: button.symbol !== ""
+                name: button.symbol
+                color: button.foreground
+                size: button.compact ? 14 : 16
+            }
+
+            Text {
+                anchors.verticalCenter: parent.verticalCenter
+                text: button.text
+                textFormat: Text.PlainText
+                color: button.foreground
+                font: button.compact ? Theme.captionEmphasisFont : Theme.emphasisFont
+            }
+        }
+    }
+
+    background: Rectangle {
+        radius: button.compact ? Theme.compactRadius : Theme.controlRadius
+        color: button.down ? Theme.pressed(button.surfaceColor) : button.hovered ? Theme.hovered(button.surfaceColor) : button.surfaceColor
+        border.width: button.prominent || button.plain ? 0 : 1
+        border.color: Theme.borderSlate
+
+        FocusRing {
+            visible: button.visualFocus
+            targetRadius: parent.radius
+        }
+    }
+}

@@ -1,0 +1,25 @@
+import QtQuick
+import QtQuick.Templates as T
+import Velmora.Brand
+
+T.ScrollBar {
+    id: bar
+
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
+    padding: 2
+    minimumSize: 0.08
+    visible: size < 1 && policy !== T.ScrollBar.AlwaysOff
+    hoverEnabled: true
+    opacity: enabled ? 1 : Theme.disabledOpacity
+
+    Accessible.role: Accessible.ScrollBar
+    Accessible.name: qsTr("Scroll bar")
+
+    contentItem: Rectangle {
+        implicitWidth: 6
+        implicitHeight: 6
+        radius: 3
+        color: bar.pressed ? Theme.secondaryText : bar.hovered ? Theme.tertiaryText : Theme.borderSlate
+    }
+}

@@ -1,0 +1,299 @@
+#include "tests/brand/QuickTestWindow.h"
+
+#include "brand/BrandColors.h"
+#include "brand/Theme.h"
+
+namespace velmora {
+namespace {
+
+using test::QuickTestWindow;
+
+TEST(BrandModule, EveryTypeCanBeCreatedAndDrawnWithoutAWarning)
+{
+    for (const auto* type : {"Badge { text: 'Active' }", "BrandAppIconView { }", "BrandHorizontalLockupView { }", "BrandLogoMark { }",
+             "BusyIndicator { }", "Card { Label { text: 'x' } }", "IconButton { symbol: 'globe'; text: 'Web' }", "KeyCap { glyph: 'C' }",
+             "Label { text: 'Text' }", "ListRow { text: 'Row'; contentItem: Label { text: 'Row' } }",
+             "SearchField { placeholderText: 'Search' }", "Slider { text: 'Start' }", "Symbol { name: 'globe' }",
+             "TextButton { text: 'OK' }", "ThinScrollBar { size: 0.5; orientation: Qt.Vertical; height: 100 }",
+             "TimeLabel { text: '00:07' }"}) {
+        SCOPED_TRACE(type);
+        QuickTestWindow window{QLatin1String(type)};
+        const auto image = window.grab();
+        ASSERT_FALSE(image.isNull());
+        QImage empty(image.size(), image.format());
+        empty.fill(BrandColors::obsidian);
+        EXPECT_NE(image, empty);
+    }
+}
+
+// What a person sees of a colour on our ground.
+QColor onGround(const QColor& color)
+{
+    const auto mixed = [&](int above, int below) { return qRound(above * color.alpha() / 255.0 + below * (255 - color.alpha()) / 255.0); };
+    return {mixed(color.red(), 15), mixed(color.green(), 23), mixed(color.blue(), 42)};
+}
+
+void expectNear(const QColor& seen, const QColor& expected, int tolerance = 3)
+{
+    EXPECT_NEAR(seen.red(), expected.red(), tolerance);
+    EXPECT_NEAR(seen.green(), expected.green(), tolerance);
+    EXPECT_NEAR(seen.blue(), expected.blue(), tolerance);
+}
+
+// At the left end of the control, half way up, clear of what stands in it.
+QColor surfaceOf(const QuickTestWindow& window, const QQuickItem& item)
+{
+    return window.grab(item).pixelColor(4, qRound(item.height() / 2));
+}
+
+QColor withOpacity(QColor color, double opacity)
+{
+    color.setAlphaF(static_cast<float>(opacity));
+    return color;
+}
+
+constexpr auto buttonQml = R"(
+    property int presses: 0
+    id: root
+    TextButton { objectName: 'plain'; x: 20; y: 20; text: 'Cancel'; onClicked: root.presses += 1 }
+    TextButton { objectName: 'prominent'; x: 140; y: 20; text: 'Start'; prominent: true; onClicked: root.presses += 10 })";
+
+TEST(TextButton, IsSlateOrWhenProminentCoral)
+{
+    const QuickTestWindow window{QLatin1String(buttonQml)};
+    expectNear(surfaceOf(window, *window.item("plain")), BrandColors::cardSlate);
+    expectNear(surfaceOf(window, *window.item("prominent")), BrandColors::coral);
+}
+
+TEST(TextButton, IsLighterUnderThePointerAndDarkerWhileHeldDown)
+{
+    QuickTestWindow window{QLatin1String(buttonQml)};
+    for (const auto* name : {"plain", "prominent"}) {
+        const auto& button = *window.item(name);
+        window.movePointer({1, 1});
+        const auto rest = surfaceOf(window, button);
+        window.movePointer(button);
+        const auto hovered = surfaceOf(window, button);
+        window.press(button);
+        const auto pressed = surfaceOf(window, button);
+        window.release(button);
+        expectNear(hovered,
+            {qRound(rest.red() + (255 - rest.red()) * 0.06), qRound(rest.green() + (255 - rest.green()) * 0.06),
+                qRound(rest.blue() + (255 - rest.blue()) * 0.06)});
+        expectNear(pressed, {qRound(rest.red() * 0.94), qRound(rest.green() * 0.94), qRound(rest.blue() * 0.94)});
+    }
+}
+
+TEST(TextButton, ShowsARingOfTwoPointsTwoPointsOutsideForKeyboardFocusOnly)
+{
+    QuickTestWindow window{QLatin1String(buttonQml)};
+    auto& button = *window.item("plain");
+    const auto besideIt = [&](int points) {
+        const auto image = window.grab(button, 6);
+        return image.pixelColor(6 - points, image.height() / 2);
+    };
+    window.click(button);
+    EXPECT_TRUE(button.hasActiveFocus());
+    expectNear(besideIt(3), BrandColors::obsidian);
+
+    window.item("prominent")->forceActiveFocus(Qt::TabFocusReason);
+    button.forceActiveFocus(Qt::TabFocusReason);
+    expectNear(besideIt(1), BrandColors::obsidian);
+    expectNear(besideIt(2), BrandColors::obsidian);
+    expectNear(besideIt(3), onGround(withOpacity(BrandColors::coral, 0.7)));
+    expectNear(besideIt(4), onGround(withOpacity(BrandColors::coral, 0.7)));
+    expectNear(besideIt(5), BrandColors::obsidian);
+}
+
+TEST(TextButton, IsDrawnAt45PercentWhenDisabledAndTakesNoPress)
+{
+    QuickTestWindow window{QLatin1String(buttonQml)};
+    auto& button = *window.item("prominent");
+    button.setEnabled(false);
+    expectNear(surfaceOf(window, button), onGround(withOpacity(BrandColors::coral, 0.45)));
+    window.click(button);
+    EXPECT_EQ(window.root()->property("presses").toInt(), 0);
+}
+
+TEST(TextButton, IsPressedByClickSpaceReturnAndEnter)
+{
+    QuickTestWindow window{QLatin1String(buttonQml)};
+    window.click(*window.item("plain"));
+    EXPECT_EQ(window.root()->property("presses").toInt(), 1);
+    window.item("prominent")->forceActiveFocus(Qt::TabFocusReason);
+    window.type(Qt::Key_Space, QStringLiteral(" "));
+    EXPECT_EQ(window.root()->property("presses").toInt(), 11);
+    window.type(Qt::Key_Return);
+    EXPECT_EQ(window.root()->property("presses").toInt(), 21);
+    window.type(Qt::Key_Enter);
+    EXPECT_EQ(window.root()->property("presses").toInt(), 31);
+}
+
+TEST(Controls, AreReachedOneAfterTheOtherWithTheTabKey)
+{
+    QuickTestWindow window{QLatin1String(R"(
+        Column {
+            SearchField { objectName: 'search'; text: 'fire' }
+            TextButton { objectName: 'text'; text: 'OK' }
+            IconButton { objectName: 'icon'; text: 'Share'; symbol: 'globe' }
+            Slider { objectName: 'slider'; text: 'Start' }
+        })")};
+    window.item("search")->forceActiveFocus(Qt::TabFocusReason);
+    window.type(Qt::Key_Tab);
+    window.type(Qt::Key_Tab);  // past the button that clears the field
+    EXPECT_TRUE(window.item("text")->hasActiveFocus());
+    window.type(Qt::Key_Tab);
+    EXPECT_TRUE(window.item("icon")->hasActiveFocus());
+    window.type(Qt::Key_Tab);
+    EXPECT_TRUE(window.item("slider")->hasActiveFocus());
+}
+
+struct Exposed {
+    const char* qml;
+    QAccessible::Role role;
+    const char* name;
+};
+
+TEST(Controls, TellAssistiveTechnologyTheirRoleAndName)
+{
+    for (const auto& [qml, role, name] : {
+             Exposed{"TextButton { objectName: 'it'; text: 'Cancel' }", QAccessible::Button, "Cancel"},
+             Exposed{"IconButton { objectName: 'it'; text: 'Share'; symbol: 'globe' }", QAccessible::Button, "Share"},
+             Exposed{"SearchField { objectName: 'it'; placeholderText: 'Search by name' }", QAccessible::EditableText, "Search by name"},
+             Exposed{"Slider { objectName: 'it'; text: 'Start' }", QAccessible::Slider, "Start"},
+             Exposed{"ListRow { objectName: 'it'; text: 'Firefox' }", QAccessible::ListItem, "Firefox"},
+             Exposed{"Label { objectName: 'it'; text: 'Selected: 00:13' }", QAccessible::StaticText, "Selected: 00:13"},
+             Exposed{"TimeLabel { objectName: 'it'; text: '00:13' }", QAccessible::StaticText, "00:13"},
+             Exposed{"Badge { objectName: 'it'; text: 'Active' }", QAccessible::StaticText, "Active"},
+             Exposed{"KeyCap { objectName: 'it'; glyph: 'x'; name: 'Alt' }", QAccessible::StaticText, "Alt"},
+             Exposed{"BusyIndicator { objectName: 'it'; text: 'Loading' }", QAccessible::Indicator, "Loading"},
+             Exposed{"BrandHorizontalLockupView { objectName: 'it' }", QAccessible::Graphic, "Velmora"},
+         }) {
+        const QuickTestWindow window{QLatin1String(qml)};
+        auto* accessible = QAccessible::queryAccessibleInterface(window.item("it"));
+        ASSERT_TRUE(accessible) << qml;
+        EXPECT_EQ(accessible->role(), role) << qml;
+        EXPECT_EQ(accessible->text(QAccessible::Name), QLatin1String(name)) << qml;
+    }
+}
+
+TEST(TextButton, IsPressedOnceByAssistiveTechnology)
+{
+    test::application();
+    QAccessible::setActive(true);
+    const QuickTestWindow window{QLatin1String(buttonQml)};
+    auto* accessible = QAccessible::queryAccessibleInterface(window.item("plain"));
+    ASSERT_TRUE(accessible && accessible->actionInterface());
+    accessible->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(window.root()->property("presses").toInt(), 1);
+    window.item("plain")->setEnabled(false);
+    accessible->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(window.root()->property("presses").toInt(), 1);
+    QAccessible::setActive(false);
+}
+
+constexpr auto searchQml = "SearchField { objectName: 'search'; x: 20; y: 20; width: 240; placeholderText: 'Search' }";
+
+TEST(SearchField, TakesTheKeyboardWhenItIsClickedAndShowsTheRing)
+{
+    QuickTestWindow window{QLatin1String(searchQml)};
+    auto& field = *window.item("search");
+    window.click(field);
+    EXPECT_TRUE(field.hasActiveFocus());
+    window.type(Qt::Key_F, QStringLiteral("f"));
+    EXPECT_EQ(field.property("text"), QStringLiteral("f"));
+    const auto image = window.grab(field, 6);
+    expectNear(image.pixelColor(3, image.height() / 2), onGround(withOpacity(BrandColors::coral, 0.7)));
+}
+
+TEST(SearchField, HasAButtonThatClearsItWhileThereIsTextOnly)
+{
+    QuickTestWindow window{QLatin1String(searchQml)};
+    auto& field = *window.item("search");
+    auto& clear = *window.item("clear");
+    EXPECT_FALSE(clear.isVisible());
+    field.setProperty("text", QStringLiteral("fire"));
+    EXPECT_TRUE(clear.isVisible());
+    window.click(clear);
+    EXPECT_EQ(field.property("text"), QString{});
+    EXPECT_TRUE(field.hasActiveFocus());
+    EXPECT_FALSE(clear.isVisible());
+}
+
+TEST(ListRow, IsTintedAndBorderedCoralWhenItIsTheSelectedOne)
+{
+    const QuickTestWindow window{QLatin1String(
+        "ListRow { objectName: 'row'; x: 20; y: 20; width: 240; height: 60; highlighted: true; text: 'Firefox'; contentItem: Item { } }")};
+    const auto image = window.grab(*window.item("row"));
+    expectNear(image.pixelColor(120, 30), onGround(withOpacity(BrandColors::coral, 0.14)));
+    EXPECT_GT(image.pixelColor(120, 0).red(), 140);
+    expectNear(image.pixelColor(2, 30), BrandColors::obsidian);
+    EXPECT_TRUE(QAccessible::queryAccessibleInterface(window.item("row"))->state().selected);
+}
+
+TEST(Slider, MovesWithTheArrowKeysAndIsFilledUpToItsHandle)
+{
+    QuickTestWindow window{
+        QLatin1String("Slider { objectName: 'slider'; x: 20; y: 20; width: 216; from: 0; to: 10; stepSize: 1; value: 5; text: 'Start' }")};
+    auto& slider = *window.item("slider");
+    slider.forceActiveFocus(Qt::TabFocusReason);
+    window.type(Qt::Key_Right);
+    EXPECT_EQ(slider.property("value"), 6);
+    const auto image = window.grab(slider);
+    const int middle = image.height() / 2;
+    expectNear(image.pixelColor(60, middle), BrandColors::coral);
+    expectNear(image.pixelColor(8 + 120, middle), Qt::white);
+    expectNear(image.pixelColor(190, middle), BrandColors::borderSlate);
+}
+
+TEST(Card, IsSlateWithABorderOfOnePointAndRoundCorners)
+{
+    const QuickTestWindow window{QLatin1String("Card { objectName: 'card'; x: 20; y: 20; width: 120; height: 80 }")};
+    const auto image = window.grab(*window.item("card"));
+    expectNear(image.pixelColor(60, 40), BrandColors::cardSlate);
+    expectNear(image.pixelColor(60, 0), BrandColors::borderSlate);
+    expectNear(image.pixelColor(60, 1), BrandColors::cardSlate);
+    expectNear(image.pixelColor(1, 1), BrandColors::obsidian);
+}
+
+TEST(TimeLabel, KeepsItsWidthWhenItsDigitsChange)
+{
+    const QuickTestWindow window{QLatin1String("TimeLabel { objectName: 'time'; text: '00:11' }")};
+    const auto* label = window.item("time");
+    const double width = label->width();
+    window.item("time")->setProperty("text", QStringLiteral("08:47"));
+    static_cast<void>(window.grab());  // lays out
+    EXPECT_EQ(label->width(), width);
+}
+
+TEST(ThinScrollBar, IsThereOnlyWhenNotAllFits)
+{
+    const QuickTestWindow window{QLatin1String("ThinScrollBar { objectName: 'bar'; height: 100; orientation: Qt.Vertical; size: 1 }")};
+    auto* bar = window.item("bar");
+    EXPECT_FALSE(bar->isVisible());
+    bar->setProperty("size", 0.5);
+    EXPECT_TRUE(bar->isVisible());
+}
+
+TEST(BusyIndicator, ShowsNothingWhenItDoesNotRun)
+{
+    const QuickTestWindow window{QLatin1String("BusyIndicator { objectName: 'busy'; x: 20; y: 20 }")};
+    const auto running = window.grab(*window.item("busy"));
+    window.item("busy")->setProperty("running", false);
+    const auto still = window.grab(*window.item("busy"));
+    EXPECT_NE(running, still);
+    for (int x = 0; x < still.width(); ++x)
+        expectNear(still.pixelColor(x, still.height() / 2), BrandColors::obsidian);
+}
+
+TEST(Theme, TakesMotionAwayWhenTheDesktopAsksForLess)
+{
+    test::application();
+    Theme theme;
+    EXPECT_EQ(theme.motionDuration(), 200);
+    theme.setReducesMotion(true);
+    EXPECT_EQ(theme.motionDuration(), 0);
+}
+
+}  // namespace
+}  // namespace velmora

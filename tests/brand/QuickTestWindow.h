@@ -1,0 +1,121 @@
+// A window of our controls on no screen: drawn in software, driven with events.
+#pragma once
+
+#include "brand/BrandModule.h"
+
+#include <QAccessible>
+#include <QGuiApplication>
+#include <QImage>
+#include <QMouseEvent>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QQuickWindow>
+#include <QSGRendererInterface>
+#include <QVariantMap>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace velmora::test {
+
+/// The one application of the process.
+inline QGuiApplication& application()
+{
+    static QGuiApplication& one = []() -> QGuiApplication& {
+        static int count = 1;
+        static std::string name = "brand_tests";
+        static char* arguments[] = {name.data(), nullptr};
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+        return *new QGuiApplication(count, arguments);
+    }();
+    return one;
+}
+
+/// `qml` is what stands inside an Item of the window's size, given `properties`. Warnings of QML fail the test.
+class QuickTestWindow {
+public:
+    explicit QuickTestWindow(const QString& qml, const QSize& size = {400, 200}, const QVariantMap& properties = {})
+    {
+        installBrandModule(engine_);
+        QObject::connect(&engine_, &QQmlEngine::warnings, &engine_, [](const QList<QQmlError>& warnings) {
+            for (const auto& warning : warnings)
+                ADD_FAILURE() << warning.toString().toStdString();
+        });
+        view_ = std::make_unique<QQuickView>(&engine_, nullptr);
+        view_->setColor(QColor{15, 23, 42});
+        view_->resize(size);
+        QQmlComponent component(&engine_);
+        component.setData(QStringLiteral("import QtQuick\nimport Velmora.Brand\nItem { %1 }").arg(qml).toUtf8(), {});
+        for (const auto& error : component.errors())
+            ADD_FAILURE() << error.toString().toStdString();
+        root_ = qobject_cast<QQuickItem*>(component.createWithInitialProperties(properties));
+        if (!root_)
+            return;
+        root_->setSize(size);
+        view_->setContent({}, &component, root_);
+        view_->show();
+        view_->requestActivate();
+        application_.processEvents();
+    }
+
+    [[nodiscard]] QQuickItem* root() const { return root_; }
+    [[nodiscard]] QQuickItem* item(const char* objectName) const
+    {
+        auto* found = root_->findChild<QQuickItem*>(QLatin1String(objectName));
+        EXPECT_TRUE(found) << objectName;
+        return found;
+    }
+
+    [[nodiscard]] QImage grab() const
+    {
+        application_.processEvents();
+        return view_->grabWindow();
+    }
+
+    /// Beyond the control's rectangle on every side by `margin`.
+    [[nodiscard]] QImage grab(const QQuickItem& item, int margin = 0) const
+    {
+        const auto inWindow = item.mapRectToScene({0, 0, item.width(), item.height()}).toAlignedRect();
+        return grab().copy(inWindow.adjusted(-margin, -margin, margin, margin));
+    }
+
+    void movePointer(const QPointF& to) { mouse(QEvent::MouseMove, to, Qt::NoButton, Qt::NoButton); }
+    void movePointer(const QQuickItem& to) { movePointer(middle(to)); }
+    void press(const QQuickItem& item) { mouse(QEvent::MouseButtonPress, middle(item), Qt::LeftButton, Qt::LeftButton); }
+    void release(const QQuickItem& item) { mouse(QEvent::MouseButtonRelease, middle(item), Qt::LeftButton, Qt::NoButton); }
+    void click(const QQuickItem& item)
+    {
+        movePointer(item);
+        press(item);
+        release(item);
+    }
+
+    void type(Qt::Key key, const QString& text = {})
+    {
+        for (const auto kind : {QEvent::KeyPress, QEvent::KeyRelease}) {
+            QKeyEvent event(kind, key, Qt::NoModifier, text);
+            application_.sendEvent(view_.get(), &event);
+        }
+    }
+
+private:
+    static QPointF middle(const QQuickItem& item) { return item.mapToScene({item.width() / 2, item.height() / 2}); }
+
+    void mouse(QEvent::Type kind, const QPointF& at, Qt::MouseButton button, Qt::MouseButtons buttons)
+    {
+        QMouseEvent event(kind, at, view_->mapToGlobal(at), button, buttons, Qt::NoModifier);
+        application_.sendEvent(view_.get(), &event);
+        application_.processEvents();
+    }
+
+    QGuiApplication& application_ = application();
+    QQmlEngine engine_;
+    std::unique_ptr<QQuickView> view_;
+    QQuickItem* root_ = nullptr;
+};
+
+}  // namespace velmora::test
