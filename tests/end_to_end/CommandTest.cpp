@@ -145,7 +145,7 @@ TEST_F(CommandTest, AWindowThatIsClosedEndsTheRecordingAndLeavesNoFile)
 
 TEST_F(CommandTest, WrongUseIsToldApartFromFailure)
 {
-    const std::vector<std::vector<std::string>> wrong{{}, {"play"}, {"windows", "extra"}, {"windows", "--fast"}, {"record"},
+    const std::vector<std::vector<std::string>> wrong{{"play"}, {"windows", "extra"}, {"windows", "--fast"}, {"record"},
         {"record", "--window"}, {"record", "--window", "first"}, {"record", "--window", "-1"},
         {"record", "--window", "1", "--duration", "0"}, {"record", "--window", "1", "--duration", "soon"},
         {"record", "--window", "1", "--output", ""}, {"repair"}, {"repair", "a", "b"}};
