@@ -81,8 +81,12 @@ std::int64_t shownWidth(const AVFrame& frame)
     return std::max<std::int64_t>(1, (std::int64_t{frame.width} * shape.num + shape.den / 2) / shape.den);
 }
 
-}  // namespace
+struct PictureSize {
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+};
 
+/// What fits into `maximumWidth` x `maximumHeight` with the shape of `width` x `height`, not larger than that, at least 1 x 1. All above 0.
 PictureSize fittedSize(std::int64_t width, std::int64_t height, std::int32_t maximumWidth, std::int32_t maximumHeight)
 {
     if (width <= maximumWidth && height <= maximumHeight)
@@ -94,6 +98,8 @@ PictureSize fittedSize(std::int64_t width, std::int64_t height, std::int32_t max
         return {maximumWidth, std::min(maximumHeight, scaled(height, maximumWidth, width))};
     return {std::min(maximumWidth, scaled(width, maximumHeight, height)), maximumHeight};
 }
+
+}  // namespace
 
 Result<std::unique_ptr<PictureDecoder>> LibavPictureDecoder::create(const VideoFormat& format, const PictureRequest& request)
 {

@@ -8,15 +8,6 @@
 
 namespace velmora::linux_backend {
 
-/// What fits into `maximumWidth` x `maximumHeight` with the shape of `width` x `height`, not larger than that, at least 1 x 1. All above 0.
-struct PictureSize {
-    std::int32_t width = 0;
-    std::int32_t height = 0;
-
-    friend bool operator==(const PictureSize&, const PictureSize&) = default;
-};
-[[nodiscard]] PictureSize fittedSize(std::int64_t width, std::int64_t height, std::int32_t maximumWidth, std::int32_t maximumHeight);
-
 class LibavPictureDecoder final : public PictureDecoder {
 public:
     static Result<std::unique_ptr<PictureDecoder>> create(const VideoFormat& format, const PictureRequest& request);

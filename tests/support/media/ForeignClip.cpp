@@ -2,8 +2,10 @@
 
 #include "tests/support/media/NumberedPicture.h"
 
+#include <cstring>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -65,6 +67,8 @@ void writeForeignClip(const std::filesystem::path& path, const ForeignClip& clip
     context->time_base = {1, clip.rate};
     context->framerate = {clip.rate, 1};
     context->sample_aspect_ratio = {clip.pixelShape, 1};
+    context->colorspace = static_cast<AVColorSpace>(clip.matrix);
+    context->color_range = clip.fullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_UNSPECIFIED;
     context->thread_count = 1;
     context->gop_size = clip.keyFrameInterval;
     context->max_b_frames = clip.bFrames;
@@ -102,13 +106,15 @@ void writeForeignClip(const std::filesystem::path& path, const ForeignClip& clip
     for (int i = 0; i < clip.pictureCount; ++i) {
         require(av_frame_make_writable(frame.get()) == 0, "no memory");
         paintNumber(*frame, i);
+        for (const auto& [plane, value] : {std::pair{1, clip.cb}, {2, clip.cr}})
+            std::memset(frame->data[plane], value, static_cast<std::size_t>(frame->linesize[plane] * frame->height / 2));
         frame->pts = i;
         require(avcodec_send_frame(context.get(), frame.get()) == 0, "a frame is not taken");
         write();
     }
     avcodec_send_frame(context.get(), nullptr);
     write();
-    require(av_write_trailer(file.get()) == 0, "the file is not finished");
+    require(av_write_trailer(file.get()) >= 0, "the file is not finished");
 }
 
 }  // namespace velmora::test

@@ -19,6 +19,10 @@ struct ForeignClip {
     int bFrames = 2;
     int quarterTurns = 0;  ///< clockwise, how the picture has to be turned to stand upright
     std::int32_t pixelShape = 1;  ///< how many times as wide as high a pixel is
+    int matrix = 2;  ///< of the colour, by its number in ISO 23091-2; 2: the stream says nothing
+    bool fullRange = false;
+    std::uint8_t cb = 120;  ///< the chroma of all pictures, everywhere
+    std::uint8_t cr = 130;
 };
 
 /// Writes pictures with the numbers 0, 1, 2, … (numberInPicture()) to `path`. Throws std::runtime_error where FFmpeg refuses.
