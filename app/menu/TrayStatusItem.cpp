@@ -5,10 +5,14 @@
 #include "brand/BrandColors.h"
 
 #include <QCursor>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusReply>
 #include <QIcon>
 #include <QPainter>
 #include <QPixmap>
 #include <QSystemTrayIcon>
+#include <QVariant>
 
 #include <utility>
 
@@ -35,6 +39,17 @@ QImage withEdge(const MenuBarImage& image, int pixels)
     painter.setOpacity(1);
     painter.drawImage(0, 0, mark);
     return result;
+}
+
+/// Whether the item is one of StatusNotifierItem, whose host draws the menu itself from what the bus says. Qt asks the same, once.
+bool hostDrawsTheMenu()
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.kde.StatusNotifierWatcher"),
+        QStringLiteral("/StatusNotifierWatcher"), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    call.setArguments({QStringLiteral("org.kde.StatusNotifierWatcher"), QStringLiteral("IsStatusNotifierHostRegistered")});
+    call.setAutoStartService(false);
+    const QDBusReply<QVariant> reply = QDBusConnection::sessionBus().call(call);
+    return reply.isValid() && reply.value().toBool();
 }
 
 class TrayStatusItem final : public StatusItem {
@@ -64,8 +79,9 @@ public:
         tray_.setIcon(icon);
         if (std::exchange(isShown_, true))
             return;
-        // With a menu set, a host of XEmbed icons would get that one and not ours.
-        tray_.setContextMenu(&busMenu_);
+        // An XEmbed icon would show this menu to a right click in place of ours.
+        if (hostDrawsTheMenu())
+            tray_.setContextMenu(&busMenu_);
         tray_.show();
     }
 

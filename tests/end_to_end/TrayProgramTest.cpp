@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <regex>
 
 namespace velmora::test {
 namespace {
@@ -245,6 +246,35 @@ TEST(TrayProgramTest, TheIconAppearsWhenATrayComesLater)
     // The icon's window has the program's class and, unlike its other windows, the program's own name for a title.
     constexpr const char* iconWindow = R"("velmora": ("velmora" "velmora"))";
     EXPECT_TRUE(waitUntil([] { return runProgram({"xwininfo", "-root", "-tree"}).output.find(iconWindow) != std::string::npos; }));
+}
+
+/// Whether the program has a window on the screen that is as large as its menu, and not as an icon is.
+bool aMenuIsOpen()
+{
+    const auto windows = runProgram({"xdotool", "search", "--onlyvisible", "--class", "velmora", "getwindowgeometry", "%@"}).output;
+    static const std::regex menu{R"(Geometry: [2-6]\d\dx[2-4]\d\d)"};
+    return std::regex_search(windows, menu);
+}
+
+TEST(TrayProgramTest, EitherMouseButtonOnTheIconOpensTheMenu)
+{
+    const Program tray{{"trayer"}};
+    ASSERT_TRUE(isShown("^panel$"));
+    TrayProgram program;
+    static const std::regex icon{R"re((0x[0-9a-f]+) "velmora": \("velmora" "velmora"\))re"};
+    std::smatch found;
+    std::string tree;
+    ASSERT_TRUE(waitUntil([&] {
+        tree = runProgram({"xwininfo", "-root", "-tree"}).output;
+        return std::regex_search(tree, found, icon);
+    }));
+    for (const auto* button : {"1", "3"}) {
+        EXPECT_FALSE(aMenuIsOpen());
+        ASSERT_EQ(runProgram({"xdotool", "mousemove", "--window", found[1], "8", "8", "click", button}).status, 0);
+        EXPECT_TRUE(waitUntil(aMenuIsOpen)) << "button " << button;
+        ASSERT_EQ(runProgram({"xdotool", "key", "Escape"}).status, 0);
+        EXPECT_TRUE(waitUntil([] { return !aMenuIsOpen(); })) << "button " << button;
+    }
 }
 
 TEST(TrayProgramTest, NoSocketLeavesTheMachine)
