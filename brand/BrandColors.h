@@ -14,6 +14,12 @@ public:
     static inline const QColor studioWhite{255, 255, 255};
     static inline const QColor cardSlate{30, 41, 59};
     static inline const QColor borderSlate{51, 65, 85};
+
+    // Beside the palette proper, for text of less weight and for states.
+    static inline const QColor secondarySlate{0x94, 0xA3, 0xB8};
+    static inline const QColor tertiarySlate{0x64, 0x74, 0x8B};
+    static inline const QColor green{0x30, 0xD1, 0x58};
+    static inline const QColor amber{0xFB, 0xBF, 0x24};
 };
 
 }  // namespace velmora

@@ -1,19 +1,31 @@
 #include "brand/BrandModule.h"
 
 #include "brand/SymbolImageProvider.h"
+#include "brand/Theme.h"
 
 #include <QQmlEngine>
 
-// Generated. Referring to it brings it into the program, where it registers the module's types before main.
+#include <cassert>
+
+// Generated; registers the module's types before main in a program that it has been linked into.
 extern void qml_register_types_Velmora_Brand();
 
 namespace velmora {
 
 void installBrandModule(QQmlEngine& engine)
 {
-    [[maybe_unused]] static void (*volatile const types)() = &qml_register_types_Velmora_Brand;
+    // Reading it is what links it: a pointer that is never read is left out.
+    static void (*volatile types)() = &qml_register_types_Velmora_Brand;
+    [[maybe_unused]] const auto linked = types;
     engine.addImportPath(QStringLiteral("qrc:/"));
     engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
+}
+
+void setReducesMotion(QQmlEngine& engine, bool reducesMotion)
+{
+    auto* theme = engine.singletonInstance<Theme*>(qmlTypeId("Velmora.Brand", 1, 0, "Theme"));
+    assert(theme && "the module is installed");
+    theme->setReducesMotion(reducesMotion);
 }
 
 }  // namespace velmora

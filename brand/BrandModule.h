@@ -8,4 +8,7 @@ namespace velmora {
 /// Lets the engine's views `import Velmora.Brand`, which lies at qrc:/Velmora/Brand, and show `image://symbol/…`. Main thread.
 void installBrandModule(QQmlEngine& engine);
 
+/// What the desktop asks for, for Theme.reducesMotion; false until told. After installBrandModule. Main thread.
+void setReducesMotion(QQmlEngine& engine, bool reducesMotion);
+
 }  // namespace velmora

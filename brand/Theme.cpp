@@ -39,13 +39,13 @@ QColor over(const QColor& surface, const QColor& film)
 }  // namespace
 
 Theme::Theme()
-    : titleFont(font(22, QFont::DemiBold))
-    , headlineFont(font(15, QFont::DemiBold))
-    , panelTitleFont(font(14, QFont::DemiBold))
-    , bodyFont(font(13, QFont::Normal))
-    , emphasisFont(font(13, QFont::DemiBold))
-    , captionFont(font(11, QFont::Normal))
-    , captionEmphasisFont(font(11, QFont::DemiBold))
+    : titleFont_(font(22, QFont::DemiBold))
+    , headlineFont_(font(15, QFont::DemiBold))
+    , panelTitleFont_(font(14, QFont::DemiBold))
+    , bodyFont_(font(13, QFont::Normal))
+    , emphasisFont_(font(13, QFont::DemiBold))
+    , captionFont_(font(11, QFont::Normal))
+    , captionEmphasisFont_(font(11, QFont::DemiBold))
 {
 }
 

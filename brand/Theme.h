@@ -17,41 +17,41 @@ class Theme final : public QObject {
     QML_ELEMENT
     QML_SINGLETON
 
-    Q_PROPERTY(QColor coral MEMBER coral CONSTANT)
-    Q_PROPERTY(QColor obsidian MEMBER obsidian CONSTANT)
-    Q_PROPERTY(QColor snowSlate MEMBER snowSlate CONSTANT)
-    Q_PROPERTY(QColor studioWhite MEMBER studioWhite CONSTANT)
-    Q_PROPERTY(QColor cardSlate MEMBER cardSlate CONSTANT)
-    Q_PROPERTY(QColor borderSlate MEMBER borderSlate CONSTANT)
-    Q_PROPERTY(QColor text MEMBER text CONSTANT)
-    Q_PROPERTY(QColor secondaryText MEMBER secondaryText CONSTANT)
-    Q_PROPERTY(QColor tertiaryText MEMBER tertiaryText CONSTANT)
-    Q_PROPERTY(QColor granted MEMBER granted CONSTANT)
-    Q_PROPERTY(QColor tip MEMBER tip CONSTANT)
-    Q_PROPERTY(QColor selection MEMBER selection CONSTANT)
-    Q_PROPERTY(QColor selectionBorder MEMBER selectionBorder CONSTANT)
-    Q_PROPERTY(QColor focusRing MEMBER focusRing CONSTANT)
+    Q_PROPERTY(QColor coral MEMBER coral_ CONSTANT)
+    Q_PROPERTY(QColor obsidian MEMBER obsidian_ CONSTANT)
+    Q_PROPERTY(QColor snowSlate MEMBER snowSlate_ CONSTANT)
+    Q_PROPERTY(QColor studioWhite MEMBER studioWhite_ CONSTANT)
+    Q_PROPERTY(QColor cardSlate MEMBER cardSlate_ CONSTANT)
+    Q_PROPERTY(QColor borderSlate MEMBER borderSlate_ CONSTANT)
+    Q_PROPERTY(QColor text MEMBER text_ CONSTANT)
+    Q_PROPERTY(QColor secondaryText MEMBER secondaryText_ CONSTANT)
+    Q_PROPERTY(QColor tertiaryText MEMBER tertiaryText_ CONSTANT)
+    Q_PROPERTY(QColor granted MEMBER granted_ CONSTANT)
+    Q_PROPERTY(QColor tip MEMBER tip_ CONSTANT)
+    Q_PROPERTY(QColor selection MEMBER selection_ CONSTANT)
+    Q_PROPERTY(QColor selectionBorder MEMBER selectionBorder_ CONSTANT)
+    Q_PROPERTY(QColor focusRing MEMBER focusRing_ CONSTANT)
 
-    Q_PROPERTY(int windowMargin MEMBER windowMargin CONSTANT)
-    Q_PROPERTY(int smallGap MEMBER smallGap CONSTANT)
-    Q_PROPERTY(int gap MEMBER gap CONSTANT)
-    Q_PROPERTY(int largeGap MEMBER largeGap CONSTANT)
-    Q_PROPERTY(int cardRadius MEMBER cardRadius CONSTANT)
-    Q_PROPERTY(int controlRadius MEMBER controlRadius CONSTANT)
-    Q_PROPERTY(int controlHeight MEMBER controlHeight CONSTANT)
-    Q_PROPERTY(int compactRadius MEMBER compactRadius CONSTANT)
-    Q_PROPERTY(int compactHeight MEMBER compactHeight CONSTANT)
-    Q_PROPERTY(double disabledOpacity MEMBER disabledOpacity CONSTANT)
+    Q_PROPERTY(int windowMargin MEMBER windowMargin_ CONSTANT)
+    Q_PROPERTY(int smallGap MEMBER smallGap_ CONSTANT)
+    Q_PROPERTY(int gap MEMBER gap_ CONSTANT)
+    Q_PROPERTY(int largeGap MEMBER largeGap_ CONSTANT)
+    Q_PROPERTY(int cardRadius MEMBER cardRadius_ CONSTANT)
+    Q_PROPERTY(int controlRadius MEMBER controlRadius_ CONSTANT)
+    Q_PROPERTY(int controlHeight MEMBER controlHeight_ CONSTANT)
+    Q_PROPERTY(int compactRadius MEMBER compactRadius_ CONSTANT)
+    Q_PROPERTY(int compactHeight MEMBER compactHeight_ CONSTANT)
+    Q_PROPERTY(double disabledOpacity MEMBER disabledOpacity_ CONSTANT)
     Q_PROPERTY(bool reducesMotion READ reducesMotion NOTIFY motionChanged)
     Q_PROPERTY(int motionDuration READ motionDuration NOTIFY motionChanged)
 
-    Q_PROPERTY(QFont titleFont MEMBER titleFont CONSTANT)
-    Q_PROPERTY(QFont headlineFont MEMBER headlineFont CONSTANT)
-    Q_PROPERTY(QFont panelTitleFont MEMBER panelTitleFont CONSTANT)
-    Q_PROPERTY(QFont bodyFont MEMBER bodyFont CONSTANT)
-    Q_PROPERTY(QFont emphasisFont MEMBER emphasisFont CONSTANT)
-    Q_PROPERTY(QFont captionFont MEMBER captionFont CONSTANT)
-    Q_PROPERTY(QFont captionEmphasisFont MEMBER captionEmphasisFont CONSTANT)
+    Q_PROPERTY(QFont titleFont MEMBER titleFont_ CONSTANT)
+    Q_PROPERTY(QFont headlineFont MEMBER headlineFont_ CONSTANT)
+    Q_PROPERTY(QFont panelTitleFont MEMBER panelTitleFont_ CONSTANT)
+    Q_PROPERTY(QFont bodyFont MEMBER bodyFont_ CONSTANT)
+    Q_PROPERTY(QFont emphasisFont MEMBER emphasisFont_ CONSTANT)
+    Q_PROPERTY(QFont captionFont MEMBER captionFont_ CONSTANT)
+    Q_PROPERTY(QFont captionEmphasisFont MEMBER captionEmphasisFont_ CONSTANT)
 
 public:
     Theme();
@@ -80,39 +80,39 @@ signals:
     void motionChanged();
 
 private:
-    const QColor coral = BrandColors::coral;
-    const QColor obsidian = BrandColors::obsidian;
-    const QColor snowSlate = BrandColors::snowSlate;
-    const QColor studioWhite = BrandColors::studioWhite;
-    const QColor cardSlate = BrandColors::cardSlate;
-    const QColor borderSlate = BrandColors::borderSlate;
-    const QColor text = BrandColors::snowSlate;
-    const QColor secondaryText{0x94, 0xA3, 0xB8};
-    const QColor tertiaryText{0x64, 0x74, 0x8B};
-    const QColor granted{0x30, 0xD1, 0x58};
-    const QColor tip{0xFB, 0xBF, 0x24};
-    const QColor selection = withOpacity(BrandColors::coral, 0.14);
-    const QColor selectionBorder = withOpacity(BrandColors::coral, 0.55);
-    const QColor focusRing = withOpacity(BrandColors::coral, 0.70);
+    const QColor coral_ = BrandColors::coral;
+    const QColor obsidian_ = BrandColors::obsidian;
+    const QColor snowSlate_ = BrandColors::snowSlate;
+    const QColor studioWhite_ = BrandColors::studioWhite;
+    const QColor cardSlate_ = BrandColors::cardSlate;
+    const QColor borderSlate_ = BrandColors::borderSlate;
+    const QColor text_ = BrandColors::snowSlate;
+    const QColor secondaryText_ = BrandColors::secondarySlate;
+    const QColor tertiaryText_ = BrandColors::tertiarySlate;
+    const QColor granted_ = BrandColors::green;
+    const QColor tip_ = BrandColors::amber;
+    const QColor selection_ = withOpacity(BrandColors::coral, 0.14);
+    const QColor selectionBorder_ = withOpacity(BrandColors::coral, 0.55);
+    const QColor focusRing_ = withOpacity(BrandColors::coral, 0.70);
 
-    const int windowMargin = 24;
-    const int smallGap = 4;
-    const int gap = 8;
-    const int largeGap = 16;
-    const int cardRadius = 12;
-    const int controlRadius = 9;
-    const int controlHeight = 36;
-    const int compactRadius = 7;
-    const int compactHeight = 28;
-    const double disabledOpacity = 0.45;
+    const int windowMargin_ = 24;
+    const int smallGap_ = 4;
+    const int gap_ = 8;
+    const int largeGap_ = 16;
+    const int cardRadius_ = 12;
+    const int controlRadius_ = 9;
+    const int controlHeight_ = 36;
+    const int compactRadius_ = 7;
+    const int compactHeight_ = 28;
+    const double disabledOpacity_ = 0.45;
 
-    const QFont titleFont;
-    const QFont headlineFont;
-    const QFont panelTitleFont;
-    const QFont bodyFont;
-    const QFont emphasisFont;
-    const QFont captionFont;
-    const QFont captionEmphasisFont;
+    const QFont titleFont_;
+    const QFont headlineFont_;
+    const QFont panelTitleFont_;
+    const QFont bodyFont_;
+    const QFont emphasisFont_;
+    const QFont captionFont_;
+    const QFont captionEmphasisFont_;
 
     bool reducesMotion_ = false;
 };

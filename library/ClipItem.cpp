@@ -60,8 +60,8 @@ void ClipItem::load(
     item.createdAt = attributes.creationDate.value_or(services.clock->now());
     item.fileSize = attributes.size.value_or(0);
     services.assetReader->loadDuration(
-        url, [item = std::move(item), deliver = std::move(deliver)](const Result<MediaTime>& duration) mutable {
-            item.duration = finiteSeconds(duration);
+        url, [item = std::move(item), deliver = std::move(deliver)](const Result<MediaTime>& loaded) mutable {
+            item.duration = finiteSeconds(loaded);
             deliver(std::move(item));
         });
 }

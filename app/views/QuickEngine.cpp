@@ -18,7 +18,8 @@ QQmlEngine& quickEngine()
         // Our windows are small and change rarely: drawing them in software takes a third of the memory that a graphics driver does.
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         auto* made = new QQmlEngine{QCoreApplication::instance()};
-        [[maybe_unused]] static void (*volatile const types[])() = {&qml_register_types_Velmora_Windows, &qml_register_types_Velmora_App};
+        for (void (*volatile types)() : {&qml_register_types_Velmora_Windows, &qml_register_types_Velmora_App})
+            [[maybe_unused]] const auto linked = types;
         installBrandModule(*made);
         return made;
     }();

@@ -1,7 +1,7 @@
 import QtQuick
 import Velmora.Brand
 
-Rectangle {
+RoundedRectangle {
     id: badge
 
     property string text

@@ -12,10 +12,10 @@ T.Pane {
     padding: Theme.largeGap
     opacity: enabled ? 1 : Theme.disabledOpacity
 
-    background: Rectangle {
+    background: RoundedRectangle {
         radius: Theme.cardRadius
         color: card.color
-        border.width: 1
-        border.color: Theme.borderSlate
+        borderWidth: 1
+        borderColor: Theme.borderSlate
     }
 }

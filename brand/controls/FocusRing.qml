@@ -2,7 +2,7 @@ import QtQuick
 import Velmora.Brand
 
 // Lies around `target`, which is its parent or a sibling.
-Rectangle {
+RoundedRectangle {
     property Item target: parent
     property real targetRadius: Theme.controlRadius
 
@@ -10,6 +10,6 @@ Rectangle {
     anchors.margins: -4
     radius: targetRadius + 4
     color: "transparent"
-    border.width: 2
-    border.color: Theme.focusRing
+    borderWidth: 2
+    borderColor: Theme.focusRing
 }

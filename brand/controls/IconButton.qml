@@ -34,11 +34,11 @@ T.Button {
         }
     }
 
-    background: Rectangle {
+    background: RoundedRectangle {
         radius: button.bordered ? Theme.controlRadius : width / 2
         color: button.down ? Theme.pressed(button.surfaceColor) : button.hovered ? Theme.hovered(button.surfaceColor) : button.surfaceColor
-        border.width: button.bordered ? 1 : 0
-        border.color: Theme.borderSlate
+        borderWidth: button.bordered ? 1 : 0
+        borderColor: Theme.borderSlate
 
         FocusRing {
             visible: button.visualFocus

@@ -17,13 +17,13 @@ Item {
     Accessible.role: Accessible.StaticText
     Accessible.name: name === "" ? glyph : name
 
-    Rectangle {
+    RoundedRectangle {
         anchors.fill: parent
         radius: 8
         color: key.edge
     }
 
-    Rectangle {
+    RoundedRectangle {
         anchors.fill: parent
         anchors.margins: 1
         anchors.bottomMargin: 3

@@ -26,21 +26,21 @@ T.ItemDelegate {
     Accessible.selected: highlighted
     Accessible.onPressAction: row.enabled && row.clicked()
 
-    background: Rectangle {
+    background: RoundedRectangle {
         readonly property color surfaceColor: row.highlighted ? Theme.selection : "transparent"
 
         radius: Theme.controlRadius
         color: row.down ? Theme.pressed(surfaceColor) : row.hovered ? Theme.hovered(surfaceColor) : surfaceColor
-        border.width: row.highlighted ? 1 : 0
-        border.color: Theme.selectionBorder
+        borderWidth: row.highlighted ? 1 : 0
+        borderColor: Theme.selectionBorder
 
-        Rectangle {
+        RoundedRectangle {
             anchors.fill: parent
             visible: row.showsFocus
             radius: parent.radius
             color: "transparent"
-            border.width: 2
-            border.color: Theme.focusRing
+            borderWidth: 2
+            borderColor: Theme.focusRing
         }
     }
 }

@@ -23,11 +23,11 @@ T.TextField {
     Accessible.name: placeholderText
     Accessible.searchEdit: true
 
-    background: Rectangle {
+    background: RoundedRectangle {
         radius: Theme.controlRadius
         color: field.hovered && !field.activeFocus ? Theme.hovered(Theme.cardSlate) : Theme.cardSlate
-        border.width: 1
-        border.color: Theme.borderSlate
+        borderWidth: 1
+        borderColor: Theme.borderSlate
 
         FocusRing {
             visible: field.activeFocus

@@ -20,7 +20,7 @@ T.Slider {
     Accessible.onIncreaseAction: slider.increase()
     Accessible.onDecreaseAction: slider.decrease()
 
-    background: Rectangle {
+    background: RoundedRectangle {
         x: slider.leftPadding
         y: slider.topPadding + (slider.availableHeight - height) / 2
         width: slider.availableWidth
@@ -28,7 +28,7 @@ T.Slider {
         radius: 2
         color: Theme.borderSlate
 
-        Rectangle {
+        RoundedRectangle {
             width: slider.handle.x - slider.leftPadding + slider.handle.width / 2
             height: parent.height
             radius: parent.radius
@@ -42,7 +42,7 @@ T.Slider {
         width: 16
         height: 16
 
-        Rectangle {
+        RoundedRectangle {
             anchors.centerIn: parent
             visible: slider.hovered && slider.enabled
             width: 24
@@ -51,7 +51,7 @@ T.Slider {
             color: Theme.withOpacity(Theme.studioWhite, 0.12)
         }
 
-        Rectangle {
+        RoundedRectangle {
             y: 1
             width: parent.width
             height: parent.height
@@ -59,7 +59,7 @@ T.Slider {
             color: "#59000000"
         }
 
-        Rectangle {
+        RoundedRectangle {
             anchors.fill: parent
             radius: width / 2
             color: slider.pressed ? Theme.pressed(Theme.studioWhite) : Theme.studioWhite

@@ -2,7 +2,7 @@ import QtQuick
 import Velmora.Brand
 
 // `status` is a CaptureStatus: what the capture is doing.
-Rectangle {
+RoundedRectangle {
     id: badge
 
     required property var status
@@ -20,7 +20,7 @@ Rectangle {
         anchors.centerIn: parent
         spacing: 6
 
-        Rectangle {
+        RoundedRectangle {
             anchors.verticalCenter: parent.verticalCenter
             width: 7
             height: 7

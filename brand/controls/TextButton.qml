@@ -57,11 +57,11 @@ T.Button {
         }
     }
 
-    background: Rectangle {
+    background: RoundedRectangle {
         radius: button.compact ? Theme.compactRadius : Theme.controlRadius
         color: button.down ? Theme.pressed(button.surfaceColor) : button.hovered ? Theme.hovered(button.surfaceColor) : button.surfaceColor
-        border.width: button.prominent || button.plain ? 0 : 1
-        border.color: Theme.borderSlate
+        borderWidth: button.prominent || button.plain ? 0 : 1
+        borderColor: Theme.borderSlate
 
         FocusRing {
             visible: button.visualFocus

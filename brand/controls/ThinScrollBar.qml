@@ -16,7 +16,7 @@ T.ScrollBar {
     Accessible.role: Accessible.ScrollBar
     Accessible.name: qsTr("Scroll bar")
 
-    contentItem: Rectangle {
+    contentItem: RoundedRectangle {
         implicitWidth: 6
         implicitHeight: 6
         radius: 3

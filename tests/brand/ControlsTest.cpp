@@ -1,7 +1,10 @@
 #include "tests/brand/QuickTestWindow.h"
 
 #include "brand/BrandColors.h"
-#include "brand/Theme.h"
+#include "brand/CaptureStatus.h"
+
+#include <algorithm>
+#include <cstdlib>
 
 namespace velmora {
 namespace {
@@ -14,8 +17,8 @@ TEST(BrandModule, EveryTypeCanBeCreatedAndDrawnWithoutAWarning)
              "BusyIndicator { }", "Card { Label { text: 'x' } }", "IconButton { symbol: 'globe'; text: 'Web' }", "KeyCap { glyph: 'C' }",
              "Label { text: 'Text' }", "ListRow { text: 'Row'; contentItem: Label { text: 'Row' } }",
              "SearchField { placeholderText: 'Search' }", "Slider { text: 'Start' }", "Symbol { name: 'globe' }",
-             "TextButton { text: 'OK' }", "ThinScrollBar { size: 0.5; orientation: Qt.Vertical; height: 100 }",
-             "TimeLabel { text: '00:07' }"}) {
+             "TextButton { text: 'OK' }", "RoundedRectangle { width: 40; height: 20; color: Theme.coral }",
+             "ThinScrollBar { size: 0.5; orientation: Qt.Vertical; height: 100 }", "TimeLabel { text: '00:07' }"}) {
         SCOPED_TRACE(type);
         QuickTestWindow window{QLatin1String(type)};
         const auto image = window.grab();
@@ -286,13 +289,87 @@ TEST(BusyIndicator, ShowsNothingWhenItDoesNotRun)
         expectNear(still.pixelColor(x, still.height() / 2), BrandColors::obsidian);
 }
 
+int largestDifference(const QImage& one, const QImage& other)
+{
+    int largest = 0;
+    for (int row = 0; row < one.height(); ++row) {
+        for (int column = 0; column < one.width(); ++column) {
+            const QColor left = one.pixelColor(column, row);
+            const QColor right = other.pixelColor(column, row);
+            largest = std::max({largest, std::abs(left.red() - right.red()), std::abs(left.green() - right.green()),
+                std::abs(left.blue() - right.blue())});
+        }
+    }
+    return largest;
+}
+
+TEST(RoundedRectangle, LooksTheSameFromAllSides)
+{
+    for (const auto* shape : {"width: 41; height: 23; radius: 9", "width: 40; height: 24; radius: 12", "width: 7; height: 7; radius: 3.5",
+             "width: 30; height: 30", "width: 90; height: 4; radius: 2"}) {
+        const QuickTestWindow window{QStringLiteral("RoundedRectangle { objectName: 'it'; x: 10; y: 10; %1; color: Theme.cardSlate; "
+                                                    "borderWidth: 1; borderColor: Theme.coral }")
+                                         .arg(QLatin1String(shape))};
+        const auto image = window.grab(*window.item("it"), 2);
+        // The rasterizer's own corners differ a little.
+        EXPECT_LE(largestDifference(image, image.mirrored(true, false)), 40) << shape;
+        EXPECT_LE(largestDifference(image, image.mirrored(false, true)), 40) << shape;
+        expectNear(image.pixelColor(image.width() / 2, 1), BrandColors::obsidian);
+        EXPECT_GT(image.pixelColor(image.width() / 2, 2).red(), 180) << shape;
+    }
+}
+
+TEST(RoundedRectangle, FollowsItsSizeAndColour)
+{
+    const QuickTestWindow window{
+        QLatin1String("RoundedRectangle { objectName: 'it'; width: 30; height: 20; radius: 6; color: Theme.coral }")};
+    auto* rectangle = window.item("it");
+    expectNear(window.grab().pixelColor(60, 10), BrandColors::obsidian);
+    rectangle->setWidth(100);
+    expectNear(window.grab().pixelColor(60, 10), BrandColors::coral);
+    rectangle->setProperty("color", BrandColors::cardSlate);
+    expectNear(window.grab().pixelColor(60, 10), BrandColors::cardSlate);
+    rectangle->setProperty("color", QColor{Qt::transparent});
+    expectNear(window.grab().pixelColor(60, 10), BrandColors::obsidian);
+}
+
+TEST(BrandLogoMark, ChoosesItsCutBySizeUnlessItIsGiven)
+{
+    const auto drawn = [](const char* mark) { return QuickTestWindow{QLatin1String(mark)}.grab(); };
+    EXPECT_EQ(drawn("BrandLogoMark { size: 24 }"), drawn("BrandLogoMark { size: 24; opticalCut: BrandLogoMark.Small }"));
+    EXPECT_EQ(drawn("BrandLogoMark { size: 25 }"), drawn("BrandLogoMark { size: 25; opticalCut: BrandLogoMark.Master }"));
+    EXPECT_NE(drawn("BrandLogoMark { size: 25 }"), drawn("BrandLogoMark { size: 25; opticalCut: BrandLogoMark.Small }"));
+    EXPECT_NE(drawn("BrandLogoMark { size: 25 }"), drawn("BrandLogoMark { size: 25; color: Theme.snowSlate }"));
+    EXPECT_NE(drawn("BrandLogoMark { size: 25 }"), drawn("BrandLogoMark { size: 25; showGlow: true }"));
+}
+
+TEST(StatusBadge, ShowsEachStateWithAColourAndALabelOfItsOwn)
+{
+    const auto expectLook = [](const CaptureState::Case& state, const char* label, const char* color) {
+        const CaptureStatus status{CaptureState{state}};
+        EXPECT_EQ(status.label(), QLatin1String(label));
+        EXPECT_EQ(status.color().name(), QLatin1String(color));
+        const QuickTestWindow window{
+            QLatin1String("id: root; property var given; StatusBadge { objectName: 'badge'; x: 10; y: 10; status: root.given }"),
+            {400, 200}, {{QStringLiteral("given"), QVariant::fromValue(status)}}};
+        const auto image = window.grab(*window.item("badge"));
+        expectNear(image.pixelColor(13, image.height() / 2), status.color(), 8);
+        expectNear(image.pixelColor(4, image.height() / 2), onGround(withOpacity(status.color(), 0.15)));
+    };
+    expectLook(CaptureState::Capturing{}, "Ready", "#30d158");
+    expectLook(CaptureState::RecordingClip{}, "Recording", "#ff3b30");
+    expectLook(CaptureState::SavingClip{}, "Saving", "#f8fafc");
+    expectLook(CaptureState::CaptureUnavailable{}, "Unavailable", "#fbbf24");
+    expectLook(CaptureState::NotConfigured{}, "Not Configured", "#fbbf24");
+    expectLook(CaptureState::WaitingForWindowSelection{}, "No Window", "#94a3b8");
+}
+
 TEST(Theme, TakesMotionAwayWhenTheDesktopAsksForLess)
 {
-    test::application();
-    Theme theme;
-    EXPECT_EQ(theme.motionDuration(), 200);
-    theme.setReducesMotion(true);
-    EXPECT_EQ(theme.motionDuration(), 0);
+    QuickTestWindow window{QLatin1String("property int duration: Theme.motionDuration")};
+    EXPECT_EQ(window.root()->property("duration").toInt(), 200);
+    setReducesMotion(window.engine(), true);
+    EXPECT_EQ(window.root()->property("duration").toInt(), 0);
 }
 
 }  // namespace

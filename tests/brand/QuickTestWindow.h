@@ -62,6 +62,7 @@ public:
         application_.processEvents();
     }
 
+    [[nodiscard]] QQmlEngine& engine() { return engine_; }
     [[nodiscard]] QQuickItem* root() const { return root_; }
     [[nodiscard]] QQuickItem* item(const char* objectName) const
     {

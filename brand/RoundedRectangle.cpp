@@ -1,0 +1,112 @@
+#include "brand/RoundedRectangle.h"
+
+#include <QImage>
+#include <QPainter>
+#include <QQuickWindow>
+#include <QSGImageNode>
+#include <QSGTexture>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+namespace velmora {
+
+namespace {
+
+// Pixels along one axis: where they lie in the picture and where on the screen.
+struct Slice {
+    int from;
+    int fromLength;
+    int to;
+    int toLength;
+};
+
+// Between two corners all pixels are the same, so the picture has one of them.
+std::vector<Slice> slices(int length, int corner)
+{
+    if (length <= 2 * corner + 1)
+        return {{0, length, 0, length}};
+    return {{0, corner, 0, corner}, {corner, 1, corner, length - 2 * corner}, {corner + 1, corner, length - corner, corner}};
+}
+
+int pictureLength(const std::vector<Slice>& slices)
+{
+    return slices.back().from + slices.back().fromLength;
+}
+
+class SlicesNode final : public QSGNode {
+public:
+    explicit SlicesNode(QSGTexture* texture) : texture_(texture) { }
+
+    [[nodiscard]] QSGTexture* texture() const { return texture_.get(); }
+
+private:
+    const std::unique_ptr<QSGTexture> texture_;
+};
+
+}  // namespace
+
+RoundedRectangle::RoundedRectangle()
+{
+    setFlag(ItemHasContents);
+    connect(this, &RoundedRectangle::lookChanged, this, &QQuickItem::update);
+}
+
+QSGNode* RoundedRectangle::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*data*/)
+{
+    delete old;
+    const double scale = window()->effectiveDevicePixelRatio();
+    const int pixelWidth = qRound(width() * scale);
+    const int pixelHeight = qRound(height() * scale);
+    const bool hasBorder = borderWidth_ > 0 && borderColor_.alpha() > 0;
+    if (pixelWidth <= 0 || pixelHeight <= 0 || (color_.alpha() == 0 && !hasBorder))
+        return nullptr;
+
+    const double radius = std::min(radius_ * scale, std::min(pixelWidth, pixelHeight) / 2.0);
+    const double border = hasBorder ? std::max(1.0, std::floor(borderWidth_ * scale)) : 0;
+    const int corner = static_cast<int>(std::ceil(std::max(radius, border)));
+    const auto columns = slices(pixelWidth, corner);
+    const auto rows = slices(pixelHeight, corner);
+
+    QImage picture(pictureLength(columns), pictureLength(rows), QImage::Format_ARGB32_Premultiplied);
+    picture.fill(Qt::transparent);
+    {
+        QPainter painter(&picture);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(hasBorder ? QPen{borderColor_, border} : QPen{Qt::NoPen});
+        painter.setBrush(color_);
+        const QRectF middleOfBorder = QRectF{picture.rect()}.adjusted(border / 2, border / 2, -border / 2, -border / 2);
+        painter.drawRoundedRect(middleOfBorder, radius - border / 2, radius - border / 2);
+    }
+
+    auto node = std::make_unique<SlicesNode>(window()->createTextureFromImage(picture));
+    for (const auto& row : rows) {
+        for (const auto& column : columns) {
+            auto* slice = window()->createImageNode();
+            slice->setTexture(node->texture());
+            slice->setFiltering(QSGTexture::Nearest);
+            slice->setSourceRect(column.from, row.from, column.fromLength, row.fromLength);
+            slice->setRect(column.to / scale, row.to / scale, column.toLength / scale, row.toLength / scale);
+            node->appendChildNode(slice);
+        }
+    }
+    return node.release();
+}
+
+void RoundedRectangle::itemChange(ItemChange change, const ItemChangeData& data)
+{
+    if (change == ItemDevicePixelRatioHasChanged || change == ItemSceneChange)
+        update();
+    QQuickItem::itemChange(change, data);
+}
+
+void RoundedRectangle::geometryChange(const QRectF& geometry, const QRectF& oldGeometry)
+{
+    if (geometry.size() != oldGeometry.size())
+        update();
+    QQuickItem::geometryChange(geometry, oldGeometry);
+}
+
+}  // namespace velmora

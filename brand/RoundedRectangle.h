@@ -1,0 +1,38 @@
+// Surfaces with round corners, for QML.
+#pragma once
+
+#include <QColor>
+#include <QQuickItem>
+#include <QtQml/qqmlregistration.h>
+
+namespace velmora {
+
+/// As Qt's Rectangle, whose corners are drawn apart from its edges when the screen's scale is not whole. Corners are as round as the item has
+/// room for; a border lies inside and is at least one of the screen's pixels wide.
+class RoundedRectangle : public QQuickItem {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(QColor color MEMBER color_ NOTIFY lookChanged)
+    Q_PROPERTY(double radius MEMBER radius_ NOTIFY lookChanged)
+    Q_PROPERTY(double borderWidth MEMBER borderWidth_ NOTIFY lookChanged)
+    Q_PROPERTY(QColor borderColor MEMBER borderColor_ NOTIFY lookChanged)
+
+public:
+    RoundedRectangle();
+
+signals:
+    void lookChanged();
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
+    void itemChange(ItemChange change, const ItemChangeData& data) override;
+    void geometryChange(const QRectF& geometry, const QRectF& oldGeometry) override;
+
+private:
+    QColor color_ = Qt::transparent;
+    double radius_ = 0;
+    double borderWidth_ = 0;
+    QColor borderColor_ = Qt::transparent;
+};
+
+}  // namespace velmora
