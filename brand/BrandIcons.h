@@ -24,7 +24,7 @@ public:
     /// ColorScheme-Text.
     [[nodiscard]] static QByteArray menuBarSvg(const MenuBarImage& image);
 
-    /// By the freedesktop.org icon theme specification: the application icon "velmora" from 16 to 512 pixels and scalable, and
+    /// As freedesktop.org lays out icon themes: the application icon "velmora" from 16 to 512 pixels and scalable, and
     /// "velmora-symbolic", "velmora-capturing-symbolic" and "velmora-recording" for the program's item.
     [[nodiscard]] static std::vector<File> files();
 };

@@ -14,7 +14,7 @@ namespace instance_bus {
 
 inline constexpr const char* serviceName = "com.velmora.Velmora";
 inline constexpr const char* objectPath = "/com/velmora/Velmora";
-inline constexpr const char* applicationInterface = "org.freedesktop.Application";  // Desktop Entry Specification, "D-Bus Activation"
+inline constexpr const char* applicationInterface = "org.freedesktop.Application";  // freedesktop.org, Desktop Entry, "D-Bus Activation"
 inline constexpr const char* controlInterface = "com.velmora.Velmora.Control";
 inline constexpr const char* failedError = "com.velmora.Velmora.Error.Failed";
 

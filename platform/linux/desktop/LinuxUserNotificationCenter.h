@@ -14,7 +14,7 @@ struct UserNotificationCenterOptions {
     std::string busAddress;  ///< of another bus than the session's, as tests have
 };
 
-/// By the Desktop Notifications Specification 1.2. Authorised exactly when a service that can show actions answers. A service that comes,
+/// By freedesktop.org Desktop Notifications 1.2. Authorised exactly when a service that can show actions answers. A service that comes,
 /// goes or restarts is no error; what an earlier one showed is forgotten with it.
 std::shared_ptr<platform::UserNotificationCenter> makeUserNotificationCenter(UserNotificationCenterOptions options = {});
 
