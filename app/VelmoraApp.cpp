@@ -15,6 +15,7 @@
 #include "app/views/PlainContent.h"
 #include "app/views/QuickWindows.h"
 #include "app/views/StatusWindow.h"
+#include "brand/BrandPainting.h"
 #include "platform/PlatformFactory.h"
 #include "system/Log.h"
 #include "system/SharedServices.h"
@@ -37,6 +38,13 @@ bool hasDisplay()
             return true;
     }
     return false;
+}
+
+platform::ApplicationIcon applicationIcon()
+{
+    constexpr int side = 64;
+    const auto image = appIconImage(side, 0, false, 1).convertToFormat(QImage::Format_RGBA8888);
+    return {side, {image.constBits(), image.constBits() + image.sizeInBytes()}};
 }
 
 QuickContent makeContent(const WindowDescription& description, const SharedServices& services)
@@ -68,7 +76,8 @@ class VelmoraApp {
 public:
     explicit VelmoraApp(QApplication& application) : mainExecutor_(std::make_shared<MainThreadExecutor>())
     {
-        SharedServices::install({platform::makePlatformServices(mainExecutor_), mainExecutor_, std::make_shared<MainThreadClock>()});
+        SharedServices::install(
+            {platform::makePlatformServices(mainExecutor_, applicationIcon), mainExecutor_, std::make_shared<MainThreadClock>()});
         const auto& services = SharedServices::current();
         Log::setSink(services.platform.logSink);
 
@@ -94,7 +103,7 @@ public:
                             .windows = std::move(presenting),
                             .terminate = [] { QCoreApplication::quit(); },
                         },
-                        makeTrayStatusItem());
+                        makeTrayStatusItem(SharedServices::current().platform.trayAppearance));
                 },
         });
         QObject::connect(&application, &QCoreApplication::aboutToQuit, &application, [this] { appDelegate_->applicationWillTerminate(); });

@@ -29,7 +29,7 @@ int run(const command_line::Command& command)
     if (const auto* control = std::get_if<command_line::Control>(&command))
         return runControlCommand(*control);
     const auto mainExecutor = std::make_shared<MainThreadExecutor>();
-    const auto services = platform::makePlatformServices(mainExecutor);
+    const auto services = platform::makePlatformServices(mainExecutor, {});
     Log::setSink(services.logSink);
     if (const auto* repair = std::get_if<command_line::Repair>(&command))
         return runRepairCommand(*repair, *services.assetRepairer);

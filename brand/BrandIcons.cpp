@@ -120,16 +120,23 @@ QByteArray BrandIcons::menuBarSvg(const MenuBarImage& image)
 
 std::vector<BrandIcons::File> BrandIcons::files()
 {
-    const auto itemSvg = [](const CaptureState::Case& state) { return menuBarSvg(BrandAssets::menuBarImage(CaptureState{state})); };
-    std::vector<File> files{
-        {QStringLiteral("scalable/apps/velmora.svg"), appIconSvg()},
-        {QStringLiteral("scalable/apps/velmora-recording.svg"), itemSvg(CaptureState::RecordingClip{})},
-        {QStringLiteral("symbolic/apps/velmora-symbolic.svg"), itemSvg(CaptureState::WaitingForWindowSelection{})},
-        {QStringLiteral("symbolic/apps/velmora-capturing-symbolic.svg"), itemSvg(CaptureState::Capturing{})},
-    };
+    std::vector<File> files{{QStringLiteral("scalable/apps/velmora.svg"), appIconSvg()}};
+    for (const CaptureState::Case& state : {CaptureState::Case{CaptureState::RecordingClip{}},
+             CaptureState::Case{CaptureState::WaitingForWindowSelection{}}, CaptureState::Case{CaptureState::Capturing{}}}) {
+        const auto image = BrandAssets::menuBarImage(CaptureState{state});
+        const auto folder = image.isTemplate ? QStringLiteral("symbolic") : QStringLiteral("scalable");
+        files.push_back({QStringLiteral("%1/apps/%2.svg").arg(folder, menuBarIconName(image)), menuBarSvg(image)});
+    }
     for (const int side : {16, 22, 24, 32, 48, 64, 128, 256, 512})
         files.push_back({QStringLiteral("%1x%1/apps/velmora.png").arg(side), encodedPng(appIconImage(side, 0, false, 1))});
     return files;
+}
+
+QString BrandIcons::menuBarIconName(const MenuBarImage& image)
+{
+    if (!image.isTemplate)
+        return QStringLiteral("velmora-recording");
+    return image.dot ? QStringLiteral("velmora-capturing-symbolic") : QStringLiteral("velmora-symbolic");
 }
 
 }  // namespace velmora

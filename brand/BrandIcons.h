@@ -27,6 +27,9 @@ public:
     /// As freedesktop.org lays out icon themes: the application icon "velmora" from 16 to 512 pixels and scalable, and
     /// "velmora-symbolic", "velmora-capturing-symbolic" and "velmora-recording" for the program's item.
     [[nodiscard]] static std::vector<File> files();
+
+    /// The name of the one of them that shows this.
+    [[nodiscard]] static QString menuBarIconName(const MenuBarImage& image);
 };
 
 }  // namespace velmora

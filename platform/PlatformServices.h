@@ -13,6 +13,7 @@
 #include "platform/Screens.h"
 #include "platform/ShareableContent.h"
 #include "platform/SharingServices.h"
+#include "platform/TrayAppearance.h"
 #include "platform/UserDefaults.h"
 #include "platform/UserNotificationCenter.h"
 #include "platform/WindowActivation.h"
@@ -40,6 +41,7 @@ struct PlatformServices {
     std::shared_ptr<UserDefaults> userDefaults;
     std::shared_ptr<SharingServices> sharingServices;
     std::shared_ptr<WindowActivation> windowActivation;
+    std::shared_ptr<TrayAppearance> trayAppearance;
 };
 
 }  // namespace velmora::platform

@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QFont>
 #include <QIcon>
+#include <QKeySequence>
 #include <QPixmap>
 
 #include <QStringList>
@@ -43,6 +44,17 @@ void render(QAction& action, const MenuItem& item)
     }
 }
 
+/// The host shows the keys beside the item; nothing listens for them here, because no window of ours holds the action.
+void showOnTheBus(QAction& action, const KeyEquivalent& keyEquivalent)
+{
+    auto modifiers = QFlags<Qt::KeyboardModifier>{};
+    modifiers.setFlag(Qt::AltModifier, keyEquivalent.withOption);
+    modifiers.setFlag(Qt::MetaModifier, keyEquivalent.withCommand);
+    action.setShortcut(
+        QKeySequence{QKeyCombination{modifiers, static_cast<Qt::Key>(QChar::toUpper(uint{static_cast<uchar>(keyEquivalent.key)}))}});
+    action.setShortcutContext(Qt::WidgetShortcut);
+}
+
 void addItem(QMenu& menu, const MenuItem& item, LabelSyntax syntax, const std::function<void(const MenuItem&)>& triggered)
 {
     if (item.kind == MenuItem::Kind::separator) {
@@ -60,6 +72,8 @@ void addItem(QMenu& menu, const MenuItem& item, LabelSyntax syntax, const std::f
     if (item.keyEquivalent && syntax == LabelSyntax::widget)
         label += QLatin1Char('\t') + keyEquivalentText(*item.keyEquivalent);
     auto* action = menu.addAction(label);
+    if (item.keyEquivalent && syntax == LabelSyntax::dbusmenu)
+        showOnTheBus(*action, *item.keyEquivalent);
     action->setEnabled(item.isEnabled);
     if (item.kind == MenuItem::Kind::header)
         render(*action, item);

@@ -3,6 +3,7 @@
 #include "app/menu/MenuRenderer.h"
 #include "app/menu/PopupMenu.h"
 #include "brand/BrandColors.h"
+#include "brand/BrandIcons.h"
 
 #include <QCursor>
 #include <QDBusConnection>
@@ -22,18 +23,16 @@ namespace {
 
 // The sizes that trays ask for.
 constexpr int iconSizes[] = {16, 22, 24, 32, 44, 48};
+constexpr double edgeOpacity = 0.7;
 
-/// A tray does not tell whether its ground is light or dark: a light mark with a dark edge can be seen on both.
 QImage withEdge(const MenuBarImage& image, int pixels)
 {
     const auto mark = image.rendered(pixels, BrandColors::snowSlate);
-    if (!image.isTemplate)
-        return mark;
     const auto shadow = image.rendered(pixels, BrandColors::obsidian);
     QImage result{mark.size(), QImage::Format_ARGB32_Premultiplied};
     result.fill(Qt::transparent);
     QPainter painter{&result};
-    painter.setOpacity(0.45);
+    painter.setOpacity(edgeOpacity);
     for (const QPoint offset : {QPoint{-1, 0}, QPoint{1, 0}, QPoint{0, -1}, QPoint{0, 1}})
         painter.drawImage(offset, shadow);
     painter.setOpacity(1);
@@ -54,7 +53,9 @@ bool hostDrawsTheMenu()
 
 class TrayStatusItem final : public StatusItem {
 public:
-    TrayStatusItem() : popup_([this](const MenuItem& item) { trigger(item); })
+    explicit TrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance)
+        : appearance_(std::move(appearance))
+        , popup_([this](const MenuItem& item) { trigger(item); })
     {
         QObject::connect(&busMenu_, &QMenu::aboutToShow, &busMenu_, [this] { fillBusMenu(); });
         QObject::connect(&tray_, &QSystemTrayIcon::activated, &tray_, [this](QSystemTrayIcon::ActivationReason reason) {
@@ -73,15 +74,13 @@ public:
 
     void setImage(const MenuBarImage& image) override
     {
-        QIcon icon;
-        for (const int size : iconSizes)
-            icon.addPixmap(QPixmap::fromImage(withEdge(image, size)));
-        tray_.setIcon(icon);
         if (std::exchange(isShown_, true))
-            return;
+            return tray_.setIcon(icon(image));
         // An XEmbed icon would show this menu to a right click in place of ours.
-        if (hostDrawsTheMenu())
+        isOnTheBus_ = hostDrawsTheMenu();
+        if (isOnTheBus_)
             tray_.setContextMenu(&busMenu_);
+        tray_.setIcon(icon(image));
         tray_.show();
     }
 
@@ -92,6 +91,22 @@ public:
     }
 
 private:
+    [[nodiscard]] QIcon icon(const MenuBarImage& image) const
+    {
+        const auto color = image.isTemplate ? appearance_->itemColor() : std::nullopt;
+        const auto name = BrandIcons::menuBarIconName(image);
+        if (!color && isOnTheBus_ && QIcon::hasThemeIcon(name))
+            return QIcon::fromTheme(name);
+        QIcon icon;
+        for (const int size : iconSizes) {
+            if (color)
+                icon.addPixmap(QPixmap::fromImage(image.rendered(size, QColor{color->red, color->green, color->blue})));
+            else
+                icon.addPixmap(QPixmap::fromImage(image.isTemplate ? withEdge(image, size) : image.rendered(size)));
+        }
+        return icon;
+    }
+
     void fillBusMenu()
     {
         if (delegate_.menuNeedsUpdate)
@@ -104,18 +119,20 @@ private:
             delegate_.menuItemTriggered(item);
     }
 
+    const std::shared_ptr<platform::TrayAppearance> appearance_;
     MenuDelegate delegate_;
     PopupMenu popup_;
     QMenu busMenu_;
     QSystemTrayIcon tray_;
     bool isShown_ = false;
+    bool isOnTheBus_ = false;
 };
 
 }  // namespace
 
-std::unique_ptr<StatusItem> makeTrayStatusItem()
+std::unique_ptr<StatusItem> makeTrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance)
 {
-    return std::make_unique<TrayStatusItem>();
+    return std::make_unique<TrayStatusItem>(std::move(appearance));
 }
 
 bool hasTray()

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/menu/StatusItem.h"
+#include "platform/TrayAppearance.h"
 
 #include <memory>
 
@@ -9,7 +10,9 @@ namespace velmora {
 
 /// By StatusNotifierItem where the desktop has a host for it, else by XEmbed. Where there is neither, the item waits for one: it appears
 /// with it. A click opens our own menu at the pointer; a host that draws the menu itself gets it over the bus.
-std::unique_ptr<StatusItem> makeTrayStatusItem();
+/// The image is in the colour that the tray tells; where it tells none, a host that knows our icons by name gets the name and colours them
+/// itself, and any other a light mark with a dark edge, which shows on every ground.
+std::unique_ptr<StatusItem> makeTrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance);
 
 /// Whether the desktop has a place for the item now.
 [[nodiscard]] bool hasTray();

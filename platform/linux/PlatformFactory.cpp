@@ -17,6 +17,7 @@
 #include "platform/linux/x11/X11HotKeyCenter.h"
 #include "platform/linux/x11/X11ScreenCaptureAccess.h"
 #include "platform/linux/x11/X11ShareableContent.h"
+#include "platform/linux/x11/X11TrayAppearance.h"
 #include "platform/linux/x11/X11VideoSource.h"
 #include "platform/linux/x11/X11WindowActivation.h"
 #include "platform/null/NullServices.h"
@@ -57,6 +58,7 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
         .shareableContent = services.shareableContent,
     });
     services.windowActivation = std::make_shared<X11WindowActivation>();
+    services.trayAppearance = std::make_shared<X11TrayAppearance>();
     services.workspace = makeWorkspace({.observeDisplays =
                                             [events, mainExecutor](std::function<void()> changed) {
                                                 // For the rest of the process, as the workspace itself.
@@ -76,12 +78,13 @@ void useNothing(PlatformServices& services, const char* reason)
     services.hotKeyCenter = null_backend::makeHotKeyCenter();
     services.screenCaptureAccess = null_backend::makeScreenCaptureAccess(reason);
     services.windowActivation = null_backend::makeWindowActivation();
+    services.trayAppearance = null_backend::makeTrayAppearance();
     services.workspace = linux_backend::makeWorkspace({});
 }
 
 }  // namespace
 
-PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor)
+PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor, MakeApplicationIcon makeIcon)
 {
     using namespace linux_backend;
     PlatformServices services;
@@ -92,7 +95,7 @@ PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor)
     services.assetWriters = makeAssetWriters();
     services.assetRepairer = makeAssetRepairer();
     services.assetReader = makeAssetReader();
-    services.userNotificationCenter = makeUserNotificationCenter();
+    services.userNotificationCenter = makeUserNotificationCenter({.makeIcon = std::move(makeIcon), .busAddress = {}});
     services.userDefaults = makeUserDefaults();
     services.sharingServices = makeSharingServices();
     // Xwayland would answer too, but shows only some of the windows, and those not whole.

@@ -77,6 +77,11 @@ public:
     void activate(std::uint64_t) override { }
 };
 
+class NullTrayAppearance final : public platform::TrayAppearance {
+public:
+    [[nodiscard]] std::optional<platform::ItemColor> itemColor() override { return {}; }
+};
+
 }  // namespace
 
 std::shared_ptr<platform::ShareableContentProvider> makeShareableContent(std::string reason)
@@ -102,6 +107,11 @@ std::shared_ptr<platform::ScreenCaptureAccess> makeScreenCaptureAccess(std::stri
 std::shared_ptr<platform::WindowActivation> makeWindowActivation()
 {
     return std::make_shared<NullWindowActivation>();
+}
+
+std::shared_ptr<platform::TrayAppearance> makeTrayAppearance()
+{
+    return std::make_shared<NullTrayAppearance>();
 }
 
 }  // namespace velmora::null_backend

@@ -5,6 +5,7 @@
 #include "platform/HotKeyCenter.h"
 #include "platform/ScreenCaptureAccess.h"
 #include "platform/ShareableContent.h"
+#include "platform/TrayAppearance.h"
 #include "platform/WindowActivation.h"
 
 #include <memory>
@@ -27,5 +28,8 @@ std::shared_ptr<platform::ScreenCaptureAccess> makeScreenCaptureAccess(std::stri
 
 /// Leaves windows where they are.
 std::shared_ptr<platform::WindowActivation> makeWindowActivation();
+
+/// Tells no colour.
+std::shared_ptr<platform::TrayAppearance> makeTrayAppearance();
 
 }  // namespace velmora::null_backend

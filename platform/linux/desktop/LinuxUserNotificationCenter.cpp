@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/LinuxUserNotificationCenter.h"
 
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -7,7 +8,7 @@
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QStringList>
-#include <QUrl>
+#include <QVariant>
 #include <QVariantMap>
 
 #include <algorithm>
@@ -162,9 +163,27 @@ private:
         };
         if (content.playsDefaultSound && capabilities.contains(QLatin1String("sound")))
             hints.insert(QStringLiteral("sound-name"), QStringLiteral("message-new-instant"));
-        if (!options_.icon.empty())
-            hints.insert(QStringLiteral("image-path"), QUrl::fromLocalFile(text(options_.icon.string())).toString());
+        if (const auto& image = imageData(); image.isValid())
+            hints.insert(QStringLiteral("image-data"), image);
         return hints;
+    }
+
+    /// Width, height, bytes in a row, whether there is alpha, bits in a sample, channels, samples. A picture that travels with its notification
+    /// needs no file that the service can read.
+    const QVariant& imageData() const
+    {
+        if (imageData_.isValid() || !options_.makeIcon)
+            return imageData_;
+        constexpr int bitsInSample = 8;
+        constexpr int channels = 4;
+        const auto icon = options_.makeIcon();
+        QDBusArgument image;
+        image.beginStructure();
+        image << icon.side << icon.side << icon.side * channels << true << bitsInSample << channels
+              << QByteArray{reinterpret_cast<const char*>(icon.rgba.data()), static_cast<qsizetype>(icon.rgba.size())};
+        image.endStructure();
+        imageData_ = QVariant::fromValue(image);
+        return imageData_;
     }
 
     void respond(std::string action, const NotificationContent& content)
@@ -179,6 +198,7 @@ private:
     std::weak_ptr<platform::UserNotificationCenterDelegate> delegate_;
     std::vector<platform::NotificationCategory> categories_;
     std::map<uint, NotificationContent> shown_;  // by the service's number
+    mutable QVariant imageData_;
 };
 
 }  // namespace

@@ -1,16 +1,16 @@
 // Notifications through the desktop's notification service.
 #pragma once
 
+#include "platform/ApplicationIcon.h"
 #include "platform/UserNotificationCenter.h"
 
-#include <filesystem>
 #include <memory>
 #include <string>
 
 namespace velmora::linux_backend {
 
 struct UserNotificationCenterOptions {
-    std::filesystem::path icon;  ///< an image file to show; may be empty
+    platform::MakeApplicationIcon makeIcon;  ///< what notifications show beside their texts; may be empty
     std::string busAddress;  ///< of another bus than the session's, as tests have
 };
 

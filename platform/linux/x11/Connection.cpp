@@ -44,6 +44,12 @@ std::uint8_t Connection::firstEvent(xcb_extension_t& extension) const
     return data ? data->first_event : std::uint8_t{0};
 }
 
+xcb_atom_t Connection::atom(std::string_view name) const
+{
+    const auto asked = reply(xcb_intern_atom_reply, xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data()));
+    return asked ? asked->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
 bool Connection::succeeded(xcb_void_cookie_t checkedCookie) const
 {
     const XcbOwned<xcb_generic_error_t> error{xcb_request_check(connection_, checkedCookie)};

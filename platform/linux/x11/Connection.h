@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 #include <xcb/xcb.h>
 #include <xcb/xcbext.h>
@@ -48,6 +49,9 @@ public:
 
     /// Number of the extension's first event; it must be offered.
     [[nodiscard]] std::uint8_t firstEvent(xcb_extension_t& extension) const;
+
+    /// The atom of that name; XCB_ATOM_NONE when the server is gone.
+    [[nodiscard]] xcb_atom_t atom(std::string_view name) const;
 
     [[nodiscard]] std::uint32_t newId() const { return xcb_generate_id(connection_); }
 

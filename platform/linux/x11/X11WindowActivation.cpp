@@ -1,7 +1,6 @@
 #include "platform/linux/x11/X11WindowActivation.h"
 
 #include <array>
-#include <string_view>
 
 namespace velmora::linux_backend {
 
@@ -9,13 +8,6 @@ namespace {
 
 // EWMH, "Source indication in requests": the user asked for this directly, as with a pager.
 constexpr std::uint32_t directUserAction = 2;
-
-xcb_atom_t atom(const Connection& connection, std::string_view name)
-{
-    const auto asked = xcb_intern_atom(connection.xcb(), 0, static_cast<std::uint16_t>(name.size()), name.data());
-    const auto reply = connection.reply(xcb_intern_atom_reply, asked);
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-}
 
 void sendToRoot(const Connection& connection, xcb_window_t window, xcb_atom_t type, const std::array<std::uint32_t, 5>& data)
 {
@@ -41,20 +33,20 @@ void X11WindowActivation::activate(std::uint64_t nativeWindow)
         connection_ = std::move(*connection);
     }
     const auto window = static_cast<xcb_window_t>(nativeWindow);
-    const auto currentDesktop = atom(*connection_, "_NET_CURRENT_DESKTOP");
+    const auto currentDesktop = connection_->atom("_NET_CURRENT_DESKTOP");
     const auto asked = xcb_get_property(connection_->xcb(), 0, connection_->root(), currentDesktop, XCB_ATOM_CARDINAL, 0, 1);
     const auto desktop = values32(connection_->reply(xcb_get_property_reply, asked).get());
     if (!desktop.empty())
-        sendToRoot(*connection_, window, atom(*connection_, "_NET_WM_DESKTOP"), {desktop.front(), directUserAction, 0, 0, 0});
+        sendToRoot(*connection_, window, connection_->atom("_NET_WM_DESKTOP"), {desktop.front(), directUserAction, 0, 0, 0});
     const auto time = serverTime(window);
-    sendToRoot(*connection_, window, atom(*connection_, "_NET_ACTIVE_WINDOW"), {directUserAction, time, 0, 0, 0});
+    sendToRoot(*connection_, window, connection_->atom("_NET_ACTIVE_WINDOW"), {directUserAction, time, 0, 0, 0});
     connection_->flush();
 }
 
 /// The server's time now, which a window manager takes for a fresh act of the user's: that of a property that changes for it.
 xcb_timestamp_t X11WindowActivation::serverTime(xcb_window_t window) const
 {
-    const auto property = atom(*connection_, "_VELMORA_TIME");
+    const auto property = connection_->atom("_VELMORA_TIME");
     const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(connection_->xcb(), window, XCB_CW_EVENT_MASK, &events);
     xcb_change_property(connection_->xcb(), XCB_PROP_MODE_APPEND, window, property, XCB_ATOM_STRING, 8, 0, nullptr);

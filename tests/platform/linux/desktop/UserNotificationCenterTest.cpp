@@ -79,7 +79,11 @@ class UserNotificationCenterTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        centre = makeUserNotificationCenter({.icon = {}, .busAddress = bus.address()});
+        centre = makeUserNotificationCenter({.makeIcon =
+                                                 [] {
+                                                     return platform::ApplicationIcon{1, {255, 59, 48, 128}};
+                                                 },
+            .busAddress = bus.address()});
         centre->setDelegate(delegate);
         centre->setNotificationCategories({{"SAVED", {{"OPEN", "Open", true}, {"SHOW", "Show in Folder", false}}}});
     }
@@ -151,6 +155,25 @@ TEST_F(UserNotificationCenterTest, ShowsTitleBodyAndTheActionsOfTheCategory)
     EXPECT_EQ(shown.hints.value(QStringLiteral("urgency")).toInt(), 1);
     EXPECT_EQ(shown.hints.value(QStringLiteral("desktop-entry")), QStringLiteral("com.velmora.Velmora"));
     EXPECT_TRUE(shown.hints.contains(QStringLiteral("sound-name")));
+}
+
+TEST_F(UserNotificationCenterTest, TheIconTravelsWithTheNotification)
+{
+    startService();
+    show("Saved");
+    const auto image = service->shown.at(0).hints.value(QStringLiteral("image-data")).value<QDBusArgument>();
+    int width = 0;
+    int height = 0;
+    int rowBytes = 0;
+    bool hasAlpha = false;
+    int bitsInSample = 0;
+    int channels = 0;
+    QByteArray samples;
+    image.beginStructure();
+    image >> width >> height >> rowBytes >> hasAlpha >> bitsInSample >> channels >> samples;
+    image.endStructure();
+    EXPECT_THAT((std::vector<int>{width, height, rowBytes, hasAlpha, bitsInSample, channels}), ElementsAre(1, 1, 4, 1, 8, 4));
+    EXPECT_EQ(samples, QByteArray::fromHex("ff3b3080"));
 }
 
 TEST_F(UserNotificationCenterTest, AServiceWithoutMarkupGetsTheTextAsItIs)
