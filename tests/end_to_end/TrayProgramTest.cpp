@@ -1,15 +1,12 @@
 // The program in the tray, as a person uses it: real keys, real windows, a real tray and a real notification service.
 
+#include "tests/support/desktop/TrayProgram.h"
+#include "tests/support/desktop/Controls.h"
+#include "tests/support/desktop/Screen.h"
 #include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Subjects.h"
-#include "tests/support/recording/Velmora.h"
-
-#include <QByteArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <regex>
@@ -17,83 +14,9 @@
 namespace velmora::test {
 namespace {
 
+using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-
-/// The program itself, running until the test ends, with a home of its own.
-class TrayProgram {
-public:
-    explicit TrayProgram(bool hasSeenTheWalkthrough = true)
-        : environment_{{"HOME", home_.path().string()}, {"XDG_CONFIG_HOME", (home_.path() / "config").string()}}
-    {
-        const auto configuration = home_.path() / "config" / "velmora";
-        std::filesystem::create_directories(configuration);
-        if (hasSeenTheWalkthrough)
-            std::ofstream{configuration / "velmora.conf"} << "[General]\nhasCompletedWalkthrough=true\n";
-        program_.emplace(velmora({}), environment_);
-        if (!waitUntil([this] { return run({"status"}).status == 0; }))
-            throw std::runtime_error("the program does not answer");
-    }
-
-    ~TrayProgram()
-    {
-        if (program_->isRunning())
-            run({"quit"});
-        const auto outcome = program_->finish();
-        EXPECT_EQ(outcome.status, 0) << outcome.messages;
-        EXPECT_EQ(outcome.messages, "");
-    }
-
-    ProgramOutcome run(const std::vector<std::string>& arguments) { return runVelmora(arguments, environment_); }
-
-    [[nodiscard]] QJsonObject status()
-    {
-        return QJsonDocument::fromJson(QByteArray::fromStdString(run({"status", "--json"}).output)).object();
-    }
-
-    [[nodiscard]] bool hasState(const char* state)
-    {
-        return waitUntil([&] { return status().value(QStringLiteral("state")).toString() == QLatin1String{state}; });
-    }
-
-    [[nodiscard]] std::string lastSavedClip() { return status().value(QStringLiteral("lastSavedClip")).toString().toStdString(); }
-
-    [[nodiscard]] std::vector<std::filesystem::path> clips() const
-    {
-        std::vector<std::filesystem::path> files;
-        const auto folder = home_.path() / "Movies" / "Velmora";
-        if (std::filesystem::exists(folder)) {
-            for (const auto& entry : std::filesystem::directory_iterator{folder})
-                files.push_back(entry.path());
-        }
-        return files;
-    }
-
-    [[nodiscard]] pid_t processID() const { return program_->processID(); }
-    void signal(int number) { program_->signal(number); }
-    [[nodiscard]] bool isRunning() const { return program_->isRunning(); }
-
-private:
-    TemporaryDirectory home_;
-    Environment environment_;
-    std::optional<Program> program_;
-};
-
-void pressShortcut()
-{
-    ASSERT_EQ(runProgram({"xdotool", "key", "alt+super+c"}).status, 0);
-}
-
-/// Whether a window of ours with this title is on the screen.
-bool isShown(const std::string& title)
-{
-    return waitUntil([&] { return runProgram({"xdotool", "search", "--onlyvisible", "--name", title}).status == 0; });
-}
-
-bool isHidden(const std::string& title)
-{
-    return waitUntil([&] { return runProgram({"xdotool", "search", "--onlyvisible", "--name", title}).status != 0; });
-}
 
 void expectAClip(const std::filesystem::path& file)
 {
@@ -109,12 +32,9 @@ TEST(TrayProgramTest, TheShortcutStartsARecordingAndTheNextOneSavesIt)
     TrayProgram program;
     EXPECT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
     ASSERT_TRUE(program.hasState("capturing"));
-    pressShortcut();
-    ASSERT_TRUE(program.hasState("recordingClip"));
-    const auto begin = monotonicNow();
-    ASSERT_TRUE(waitUntil([&] { return monotonicNow() - begin > 1'500'000'000; }));
-    pressShortcut();
-    ASSERT_TRUE(program.hasState("capturing"));
+    ASSERT_TRUE(program.startByShortcut());
+    record(1500ms);
+    ASSERT_TRUE(program.saveByShortcut());
     const auto clip = program.lastSavedClip();
     ASSERT_THAT(clip, HasSubstr("Velmora-Recording-"));
     expectAClip(clip);
@@ -127,8 +47,7 @@ TEST(TrayProgramTest, HoldingTheKeysIsOnePress)
     ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
     ASSERT_EQ(runProgram({"xdotool", "keydown", "alt", "keydown", "super", "keydown", "c"}).status, 0);
     ASSERT_TRUE(program.hasState("recordingClip"));
-    const auto begin = monotonicNow();
-    ASSERT_TRUE(waitUntil([&] { return monotonicNow() - begin > 2'000'000'000; }));
+    record(2000ms);
     EXPECT_TRUE(program.status().value(QStringLiteral("isRecording")).toBool());
     ASSERT_EQ(runProgram({"xdotool", "keyup", "c", "keyup", "super", "keyup", "alt"}).status, 0);
 }
@@ -149,6 +68,25 @@ TEST(TrayProgramTest, ThePickerIsUsableByKeyboardAlone)
     EXPECT_TRUE(isHidden("Select Video Window"));
 }
 
+TEST(TrayProgramTest, ThePickerIsUsableByMouseAlone)
+{
+    const std::string markup = R"(<img src="http://127.0.0.1/pixel.png"> &amp; <b>_A&B</b>)";
+    const NumberedWindow first{{"--size", "320x240", "--class", "Alpha"}};
+    const NumberedWindow second{{"--size", "320x240", "--class", "Omega"}};
+    ASSERT_EQ(runProgram({"xdotool", "set_window", "--name", markup, std::to_string(second.id())}).status, 0);
+    const AssistiveTechnology assistiveTechnology;
+    TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = {}}};
+    ASSERT_EQ(program.run({}).status, 0);
+    ASSERT_TRUE(isShown("Select Video Window"));
+    ASSERT_TRUE(AssistiveTechnology::find("label", markup)) << "titles are shown as they are";
+    ASSERT_TRUE(AssistiveTechnology::clickOn("list item", "Omega"));
+    ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Start Clipping This Window"));
+    ASSERT_TRUE(program.hasState("capturing"));
+    EXPECT_EQ(program.status().value(QStringLiteral("window")).toObject().value(QStringLiteral("id")).toDouble(), second.id());
+    EXPECT_TRUE(isHidden("Select Video Window"));
+    EXPECT_TRUE(AssistiveTechnology::find("label", "📺 Target: Omega — " + markup)) << "and so they are in the menu";
+}
+
 TEST(TrayProgramTest, EscapeClosesThePickerAndChoosesNothing)
 {
     const NumberedWindow window{{"--size", "320x240"}};
@@ -167,8 +105,7 @@ TEST(TrayProgramTest, AToggleThatEndsARecordingPrintsThePathOfASafeFile)
     TrayProgram program;
     ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
     EXPECT_EQ(program.run({"toggle"}).output, "");
-    const auto begin = monotonicNow();
-    ASSERT_TRUE(waitUntil([&] { return monotonicNow() - begin > 1'500'000'000; }));
+    record(1500ms);
     const auto stopped = program.run({"toggle"});
     ASSERT_EQ(stopped.status, 0) << stopped.messages;
     expectAClip(stopped.lastLine());
@@ -180,8 +117,7 @@ TEST(TrayProgramTest, StopSavesARecordingAndThenStopsCapturing)
     TrayProgram program;
     ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
     ASSERT_EQ(program.run({"toggle"}).status, 0);
-    const auto begin = monotonicNow();
-    ASSERT_TRUE(waitUntil([&] { return monotonicNow() - begin > 1'500'000'000; }));
+    record(1500ms);
     const auto stopped = program.run({"stop"});
     ASSERT_EQ(stopped.status, 0) << stopped.messages;
     expectAClip(stopped.lastLine());
@@ -193,15 +129,17 @@ TEST(TrayProgramTest, AWindowThatClosesInMidRecordingLeavesAMessageAndNoFile)
     // With a tray, so that the alert is the only window of that name.
     const Program tray{{"trayer"}};
     ASSERT_TRUE(isShown("^panel$"));
+    const AssistiveTechnology assistiveTechnology;
     NumberedWindow window{{"--size", "320x240"}};
-    TrayProgram program;
+    TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = {}}};
     ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
     ASSERT_EQ(program.run({"toggle"}).status, 0);
     ASSERT_TRUE(waitUntil([&] { return !program.clips().empty(); }));
     EXPECT_TRUE(isHidden("^Velmora$"));
     window.close();
     ASSERT_TRUE(program.hasState("waitingForWindowSelection"));
-    EXPECT_TRUE(isShown("^Velmora$"));
+    EXPECT_TRUE(AssistiveTechnology::clickOn("push button", "OK"));
+    EXPECT_TRUE(isHidden("^Velmora$"));
     EXPECT_TRUE(waitUntil([&] { return program.clips().empty(); }));
     EXPECT_EQ(program.lastSavedClip(), "");
 }
@@ -229,7 +167,7 @@ TEST(TrayProgramTest, CommandsSayThatNoProgramRuns)
 
 TEST(TrayProgramTest, TheFirstStartShowsTheWalkthrough)
 {
-    TrayProgram program{false};
+    TrayProgram program{{.hasSeenTheWalkthrough = false, .environment = {}, .prepareHome = {}}};
     EXPECT_TRUE(isShown("Welcome to Velmora — Quick Walkthrough"));
 }
 

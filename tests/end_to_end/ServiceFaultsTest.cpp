@@ -1,0 +1,190 @@
+// The program goes on when what it relies on goes away.
+
+#include "tests/support/desktop/Controls.h"
+#include "tests/support/desktop/DesktopServices.h"
+#include "tests/support/desktop/Screen.h"
+#include "tests/support/desktop/TrayProgram.h"
+#include "tests/support/recording/RecordedClip.h"
+#include "tests/support/recording/Subjects.h"
+
+#include <csignal>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <iterator>
+#include <numeric>
+
+namespace velmora::test {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::IsEmpty;
+
+void expectAClip(const std::filesystem::path& file)
+{
+    const auto clip = readClip(file);
+    ASSERT_TRUE(clip.opened && clip.video) << file;
+    EXPECT_THAT(clip.complaints, IsEmpty());
+    EXPECT_GT(clip.video->pictures.size(), 3U);
+}
+
+/// How often the threads of a process have gone to sleep so far.
+std::map<std::string, long> sleeps(pid_t process)
+{
+    std::map<std::string, long> counts;
+    for (const auto& task : std::filesystem::directory_iterator{"/proc/" + std::to_string(process) + "/task"}) {
+        std::ifstream status{task.path() / "status"};
+        std::string name;
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with("Name:"))
+                name = line.substr(6) + " " + task.path().filename().string();
+            else if (line.starts_with("voluntary_ctxt_switches:"))
+                counts[name] = std::atol(line.c_str() + line.find(':') + 1);
+        }
+    }
+    return counts;
+}
+
+/// Processes of that name in the desktop of this test.
+std::vector<pid_t> processesOfThisDesktop(const std::string& name)
+{
+    const auto mark = std::string{"XDG_RUNTIME_DIR="} + std::getenv("XDG_RUNTIME_DIR") + '\0';
+    std::vector<pid_t> processes;
+    for (const auto& entry : std::filesystem::directory_iterator{"/proc"}) {
+        std::ifstream nameFile{entry.path() / "comm"};
+        std::string found;
+        if (!std::getline(nameFile, found) || found != name)
+            continue;
+        std::ifstream environmentFile{entry.path() / "environ", std::ios::binary};
+        const std::string environment{std::istreambuf_iterator<char>{environmentFile}, {}};
+        if (environment.find(mark) != std::string::npos)
+            processes.push_back(std::atoi(entry.path().filename().c_str()));
+    }
+    return processes;
+}
+
+TEST(ServiceFaults, WithNoWindowChosenAndNoneOpenTheProgramSleeps)
+{
+    const Panel panel;
+    TrayProgram program;
+    // What its start leaves to be done is done.
+    auto before = sleeps(program.processID());
+    ASSERT_TRUE(waitUntil([&] {
+        record(500ms);
+        return std::exchange(before, sleeps(program.processID())) == before;
+    }));
+    record(4s);
+    EXPECT_EQ(sleeps(program.processID()), before);
+}
+
+TEST(ServiceFaults, AfterTheNotificationServiceIsKilledClipsAreSavedAndTheNextServiceShowsThem)
+{
+    const Panel panel;
+    const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
+    std::optional<Notifier> notifier{std::in_place};
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    notifier->kill();
+    ASSERT_TRUE(program.startByShortcut());
+    record(1200ms);
+    ASSERT_TRUE(program.saveByShortcut());
+    expectAClip(program.lastSavedClip());
+    EXPECT_TRUE(isShown("^Velmora$")) << "the panel in the corner";
+
+    notifier.emplace();
+    ASSERT_TRUE(program.startByShortcut());
+    record(1200ms);
+    ASSERT_TRUE(program.saveByShortcut());
+    EXPECT_TRUE(waitUntil([&] { return notifier->displayedCount() == 1; }));
+}
+
+TEST(ServiceFaults, AfterThePanelIsKilledInMidRecordingTheShortcutSavesTheClip)
+{
+    std::optional<Panel> panel{std::in_place};
+    const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.startByShortcut());
+    panel->kill();
+    record(1200ms);
+    ASSERT_TRUE(program.saveByShortcut());
+    expectAClip(program.lastSavedClip());
+}
+
+TEST(ServiceFaults, AClipsFolderThatWasDeletedIsMadeAnew)
+{
+    const Panel panel;
+    const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    std::filesystem::remove_all(program.clipsFolder());
+    ASSERT_TRUE(program.startByShortcut());
+    record(1200ms);
+    ASSERT_TRUE(program.saveByShortcut());
+    expectAClip(program.lastSavedClip());
+}
+
+TEST(ServiceFaults, AFolderDeletedInMidRecordingIsToldAndTheNextRecordingIsSaved)
+{
+    const AssistiveTechnology assistiveTechnology;
+    const Panel panel;
+    const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
+    TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = {}}};
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.startByShortcut());
+    ASSERT_TRUE(waitUntil([&] { return !program.clips().empty(); }));
+    std::filesystem::remove_all(program.clipsFolder());
+    record(1200ms);
+    pressKeys({"alt+super+c"});
+    ASSERT_TRUE(isShown("^Velmora$")) << "the alert";
+    ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "OK"));
+    ASSERT_TRUE(program.startByShortcut());
+    record(1200ms);
+    ASSERT_TRUE(program.saveByShortcut());
+    expectAClip(program.lastSavedClip());
+}
+
+TEST(ServiceFaults, DamagedClipsAreListedAndOpenWithoutHarm)
+{
+    const auto makeFiles = [](const std::filesystem::path& home) {
+        const auto folder = home / "Movies" / "Velmora";
+        std::filesystem::create_directories(folder);
+        makeClip(folder / "cut.mp4", "testsrc=size=64x64:rate=10", "sine", 2);
+        std::filesystem::resize_file(folder / "cut.mp4", std::filesystem::file_size(folder / "cut.mp4") / 2);
+        std::ofstream{folder / "empty.mp4"};
+        std::ofstream{folder / "noise.mp4"} << std::string(5000, '\x9d') << "moov";
+    };
+    const AssistiveTechnology assistiveTechnology;
+    TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = makeFiles}};
+    // Without a tray the menu lies open.
+    for (const auto* name : {"cut.mp4", "empty.mp4", "noise.mp4"}) {
+        EXPECT_TRUE(AssistiveTechnology::find("list item", std::string{name} + " (0:00)"));
+        EXPECT_EQ(program.run({"preview", (program.clipsFolder() / name).string()}).status, 0);
+        EXPECT_TRUE(isShown(std::string{"Preview & Trim — "} + name));
+    }
+}
+
+// The last: the desktop has no sound afterwards.
+TEST(ServiceFaults, WhenTheSoundServerIsKilledTheRecordingGoesOn)
+{
+    const Panel panel;
+    const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.startByShortcut());
+    record(600ms);
+    const auto servers = processesOfThisDesktop("pipewire");
+    ASSERT_FALSE(servers.empty());
+    for (const auto server : servers)
+        ::kill(server, SIGKILL);
+    ASSERT_TRUE(waitUntil([] { return processesOfThisDesktop("pipewire").empty(); }));
+    record(1200ms);
+    ASSERT_TRUE(program.saveByShortcut());
+    expectAClip(program.lastSavedClip());
+    ASSERT_TRUE(program.startByShortcut());
+    record(1200ms);
+    ASSERT_TRUE(program.saveByShortcut());
+    expectAClip(program.lastSavedClip());
+}
+
+}  // namespace
+}  // namespace velmora::test

@@ -1,0 +1,83 @@
+#include "tests/support/desktop/Controls.h"
+
+#include "tests/support/desktop/DesktopServices.h"
+#include "tests/support/desktop/Screen.h"
+
+#include <sstream>
+#include <stdexcept>
+
+namespace velmora::test {
+
+namespace {
+
+/// A line of accessible_controls.
+Control parsed(const std::string& line)
+{
+    std::vector<std::string> fields;
+    std::istringstream columns{line};
+    for (std::string field; std::getline(columns, field, '\t');)
+        fields.push_back(field);
+    fields.resize(5);
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+    std::istringstream{fields[2]} >> x >> y >> width >> height;
+    return {fields[0], fields[1], {x, y, width, height}, fields[3], fields[4]};
+}
+
+}  // namespace
+
+AssistiveTechnology::AssistiveTechnology() : bus_({"/usr/libexec/at-spi-bus-launcher", "--launch-immediately"})
+{
+    if (!waitUntil([] { return isOnTheBus("org.a11y.Bus"); }))
+        throw std::runtime_error("there is no bus for assistive technology");
+}
+
+std::vector<Control> AssistiveTechnology::controls(const std::string& program)
+{
+    std::vector<Control> controls;
+    std::istringstream lines{runProgram({VELMORA_ACCESSIBLE_CONTROLS, program}).output};
+    for (std::string line; std::getline(lines, line);)
+        controls.push_back(parsed(line));
+    return controls;
+}
+
+std::optional<Control> AssistiveTechnology::find(const std::string& role, const std::string& name, const std::string& program)
+{
+    std::optional<Control> found;
+    waitUntil([&] {
+        for (auto& control : controls(program)) {
+            if (control.role == role && control.name.starts_with(name)) {
+                found = std::move(control);
+                return true;
+            }
+        }
+        return false;
+    });
+    return found;
+}
+
+bool AssistiveTechnology::clickOn(const std::string& role, const std::string& name, const std::string& program)
+{
+    const auto control = find(role, name, program);
+    if (control)
+        click(control->place.center());
+    return control.has_value();
+}
+
+NextMenu::NextMenu(const std::string& program) : listener_({VELMORA_ACCESSIBLE_CONTROLS, program, "--next-menu"})
+{
+    if (!listener_.readLine(patience))
+        throw std::runtime_error("nobody listens for menus");
+}
+
+std::vector<Control> NextMenu::controls()
+{
+    std::vector<Control> controls;
+    while (const auto line = listener_.readLine(patience))
+        controls.push_back(parsed(*line));
+    return controls;
+}
+
+}  // namespace velmora::test

@@ -1,0 +1,57 @@
+// What programs show, as assistive technology is told it.
+#pragma once
+
+#include "tests/support/recording/Velmora.h"
+
+#include <QRect>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmora::test {
+
+struct Control {
+    std::string role;  ///< as AT-SPI names it: "push button", "list item", "menu item"
+    std::string states;  ///< of "focused", "checked", "disabled" those that hold
+    QRect place;  ///< on the screen
+    std::string name;
+    std::string value;
+
+    [[nodiscard]] bool has(const std::string& state) const { return states.find(state) != std::string::npos; }
+};
+
+/// The bus of assistive technology, running. A program tells what it shows when it is started while there is one, with `environment()`.
+class AssistiveTechnology {
+public:
+    AssistiveTechnology();
+
+    [[nodiscard]] static Environment environment() { return {{"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"}}; }
+
+    /// All that is on the screen of a program.
+    [[nodiscard]] static std::vector<Control> controls(const std::string& program = "velmora");
+
+    /// The control of that role whose name begins so; waits for it.
+    [[nodiscard]] static std::optional<Control> find(
+        const std::string& role, const std::string& name, const std::string& program = "velmora");
+
+    /// Clicks in its middle; false when it never appears.
+    [[nodiscard]] static bool clickOn(const std::string& role, const std::string& name, const std::string& program = "velmora");
+
+private:
+    Program bus_;
+};
+
+/// Hears of the next menu that a program opens: an open menu belongs to no window. Listens from its construction on.
+class NextMenu {
+public:
+    explicit NextMenu(const std::string& program = "velmora");
+
+    /// What stands in it; waits for it.
+    [[nodiscard]] std::vector<Control> controls();
+
+private:
+    ChildProcess listener_;
+};
+
+}  // namespace velmora::test

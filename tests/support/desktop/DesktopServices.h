@@ -1,0 +1,56 @@
+// Services of a desktop that a person meets: the panel, the notification service.
+#pragma once
+
+#include "tests/support/recording/Velmora.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace velmora::test {
+
+/// Whether somebody has that name on the session bus.
+[[nodiscard]] bool isOnTheBus(const std::string& name);
+
+/// xfce4-panel with a system tray at the top of the screen: a host of StatusNotifierItem, and of XEmbed.
+class Panel {
+public:
+    static constexpr int height = 32;
+
+    /// Waits until it takes items.
+    explicit Panel(const Environment& environment = {});
+
+    /// As when it crashed: nobody is told.
+    void kill();
+
+private:
+    TemporaryDirectory home_;
+    Environment environment_;
+    Program settings_;
+    Program panel_;
+};
+
+/// dunst.
+class Notifier {
+public:
+    Notifier();
+
+    /// Shows its menu and chooses the action of that label of the newest notification.
+    [[nodiscard]] bool choose(const std::string& label);
+
+    /// As a click on the newest notification.
+    [[nodiscard]] bool clickNotification();
+
+    [[nodiscard]] int displayedCount() const;
+
+    /// Closes what is shown; all notifications so far, as JSON.
+    [[nodiscard]] std::string closeAndTell() const;
+
+    void kill();
+
+private:
+    TemporaryDirectory home_;
+    Program dunst_;
+};
+
+}  // namespace velmora::test

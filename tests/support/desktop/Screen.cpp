@@ -1,0 +1,108 @@
+#include "tests/support/desktop/Screen.h"
+
+#include <QByteArray>
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace velmora::test {
+
+namespace {
+
+// A toolkit looks at what is under the pointer when the pointer comes, not when the button goes down.
+constexpr const char* settling = "0.15";
+
+void xdotool(std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), "xdotool");
+    const auto outcome = runProgram(std::move(arguments));
+    EXPECT_EQ(outcome.status, 0) << outcome.messages;
+}
+
+}  // namespace
+
+void pressKeys(const std::vector<std::string>& keys)
+{
+    for (const auto& key : keys)
+        xdotool({"key", key});
+}
+
+void typeText(const std::string& text)
+{
+    xdotool({"type", text});
+}
+
+void click(const QPoint& position, int button)
+{
+    xdotool({"mousemove", std::to_string(position.x()), std::to_string(position.y()), "sleep", settling, "click", std::to_string(button)});
+}
+
+void movePointer(const QPoint& position)
+{
+    xdotool({"mousemove", std::to_string(position.x()), std::to_string(position.y())});
+}
+
+QImage screenPicture(const QRect& rectangle)
+{
+    const auto crop = std::to_string(rectangle.width()) + "x" + std::to_string(rectangle.height()) + "+" + std::to_string(rectangle.x())
+        + "+" + std::to_string(rectangle.y());
+    const TemporaryDirectory directory;
+    const auto file = directory.path() / "screen.png";
+    const auto outcome = runProgram({"import", "-silent", "-window", "root", "-crop", crop, "+repage", file.string()});
+    EXPECT_EQ(outcome.status, 0) << outcome.messages;
+    return QImage{QString::fromStdString(file.string())}.convertToFormat(QImage::Format_RGB32);
+}
+
+int countPixels(const QImage& picture, const QColor& color, int tolerance)
+{
+    int count = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const QColor pixel = picture.pixelColor(x, y);
+            if (std::abs(pixel.red() - color.red()) <= tolerance && std::abs(pixel.green() - color.green()) <= tolerance
+                && std::abs(pixel.blue() - color.blue()) <= tolerance)
+                ++count;
+        }
+    }
+    return count;
+}
+
+std::vector<QRect> visibleWindows(const std::string& title)
+{
+    std::vector<QRect> windows;
+    std::istringstream identifiers{runProgram({"xdotool", "search", "--onlyvisible", "--name", title}).output};
+    for (std::string identifier; std::getline(identifiers, identifier);) {
+        std::istringstream geometry{runProgram({"xdotool", "getwindowgeometry", "--shell", identifier}).output};
+        int x = 0;
+        int y = 0;
+        int width = 0;
+        int height = 0;
+        for (std::string line; std::getline(geometry, line);) {
+            if (line.starts_with("X="))
+                x = std::atoi(line.c_str() + 2);
+            else if (line.starts_with("Y="))
+                y = std::atoi(line.c_str() + 2);
+            else if (line.starts_with("WIDTH="))
+                width = std::atoi(line.c_str() + 6);
+            else if (line.starts_with("HEIGHT="))
+                height = std::atoi(line.c_str() + 7);
+        }
+        // A window that vanished in between has no size.
+        if (width > 0 && height > 0)
+            windows.emplace_back(x, y, width, height);
+    }
+    return windows;
+}
+
+bool isShown(const std::string& title)
+{
+    return waitUntil([&] { return !visibleWindows(title).empty(); });
+}
+
+bool isHidden(const std::string& title)
+{
+    return waitUntil([&] { return visibleWindows(title).empty(); });
+}
+
+}  // namespace velmora::test

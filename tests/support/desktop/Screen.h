@@ -1,0 +1,37 @@
+// The screen, the pointer and the keys of the desktop that the tests run in.
+#pragma once
+
+#include "tests/support/recording/Velmora.h"
+
+#include <QColor>
+#include <QImage>
+#include <QPoint>
+#include <QRect>
+
+#include <string>
+#include <vector>
+
+namespace velmora::test {
+
+/// Presses and releases each, with its modifiers, as xdotool names them.
+void pressKeys(const std::vector<std::string>& keys);
+void typeText(const std::string& text);
+
+/// Moves the pointer and, once what lies there has noticed, presses and releases the button (1 left, 3 right).
+void click(const QPoint& position, int button = 1);
+void movePointer(const QPoint& position);
+
+/// What the screen shows there.
+[[nodiscard]] QImage screenPicture(const QRect& rectangle);
+
+/// How many pixels of a picture have a colour, give or take `tolerance` a channel.
+[[nodiscard]] int countPixels(const QImage& picture, const QColor& color, int tolerance = 24);
+
+/// The windows on the screen whose titles match a regular expression.
+[[nodiscard]] std::vector<QRect> visibleWindows(const std::string& title);
+
+/// Whether there is such a window; waits for it. Whether there is none; waits until it has gone.
+[[nodiscard]] bool isShown(const std::string& title);
+[[nodiscard]] bool isHidden(const std::string& title);
+
+}  // namespace velmora::test

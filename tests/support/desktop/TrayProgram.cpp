@@ -1,0 +1,86 @@
+#include "tests/support/desktop/TrayProgram.h"
+
+#include "tests/support/desktop/Screen.h"
+
+#include <QByteArray>
+#include <QJsonDocument>
+#include <QString>
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace velmora::test {
+
+using namespace std::chrono_literals;
+
+TrayProgram::TrayProgram(const Options& options) : environment_(options.environment)
+{
+    environment_.insert({{"HOME", home().string()}, {"XDG_CONFIG_HOME", (home() / "config").string()}});
+    const auto configuration = home() / "config" / "velmora";
+    std::filesystem::create_directories(configuration);
+    if (options.hasSeenTheWalkthrough)
+        std::ofstream{configuration / "velmora.conf"} << "[General]\nhasCompletedWalkthrough=true\n";
+    if (options.prepareHome)
+        options.prepareHome(home());
+    program_.emplace(velmora({}), environment_);
+    if (!waitUntil([this] { return run({"status"}).status == 0; }))
+        throw std::runtime_error("the program does not answer");
+}
+
+TrayProgram::~TrayProgram()
+{
+    if (program_->isRunning())
+        run({"quit"});
+    const auto outcome = program_->finish();
+    EXPECT_EQ(outcome.status, 0) << outcome.messages;
+    EXPECT_EQ(outcome.messages, "");
+}
+
+QJsonObject TrayProgram::status()
+{
+    return QJsonDocument::fromJson(QByteArray::fromStdString(run({"status", "--json"}).output)).object();
+}
+
+bool TrayProgram::hasState(const char* state)
+{
+    return waitUntil([&] { return status().value(QStringLiteral("state")).toString() == QLatin1String{state}; });
+}
+
+std::string TrayProgram::lastSavedClip()
+{
+    return status().value(QStringLiteral("lastSavedClip")).toString().toStdString();
+}
+
+bool TrayProgram::startByShortcut()
+{
+    // Two presses within half a second count as one.
+    record(600ms);
+    pressKeys({"alt+super+c"});
+    return hasState("recordingClip");
+}
+
+bool TrayProgram::saveByShortcut()
+{
+    const auto before = lastSavedClip();
+    pressKeys({"alt+super+c"});
+    return waitUntil([&] { return lastSavedClip() != before; });
+}
+
+std::vector<std::filesystem::path> TrayProgram::clips() const
+{
+    std::vector<std::filesystem::path> files;
+    if (std::filesystem::exists(clipsFolder())) {
+        for (const auto& entry : std::filesystem::directory_iterator{clipsFolder()})
+            files.push_back(entry.path());
+    }
+    return files;
+}
+
+void record(std::chrono::milliseconds duration)
+{
+    const auto end = monotonicNow() + std::chrono::nanoseconds{duration}.count();
+    waitUntil([&] { return monotonicNow() >= end; });
+}
+
+}  // namespace velmora::test

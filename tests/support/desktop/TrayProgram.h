@@ -1,0 +1,62 @@
+// The program itself, running in its desktop until the test ends, with a home of its own.
+#pragma once
+
+#include "tests/support/recording/Velmora.h"
+
+#include <QJsonObject>
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmora::test {
+
+class TrayProgram {
+public:
+    struct Options {
+        bool hasSeenTheWalkthrough = true;
+        Environment environment = {};
+        std::function<void(const std::filesystem::path& home)> prepareHome = {};  ///< before the start
+    };
+
+    TrayProgram() : TrayProgram(Options{}) { }
+
+    /// Waits until it answers commands.
+    explicit TrayProgram(const Options& options);
+
+    /// Quits it, and expects that it ends well and without a complaint.
+    ~TrayProgram();
+    TrayProgram(const TrayProgram&) = delete;
+    TrayProgram& operator=(const TrayProgram&) = delete;
+
+    /// Runs it once more with a command, as from a terminal.
+    ProgramOutcome run(const std::vector<std::string>& arguments) { return runVelmora(arguments, environment_); }
+
+    [[nodiscard]] QJsonObject status();
+    [[nodiscard]] bool hasState(const char* state);
+    [[nodiscard]] std::string lastSavedClip();
+
+    /// Starts a recording of the window that is chosen, or ends the one that runs, by the real keys, and waits for the state.
+    [[nodiscard]] bool startByShortcut();
+    [[nodiscard]] bool saveByShortcut();
+
+    [[nodiscard]] std::filesystem::path home() const { return home_.path(); }
+    [[nodiscard]] std::filesystem::path clipsFolder() const { return home_.path() / "Movies" / "Velmora"; }
+    [[nodiscard]] std::vector<std::filesystem::path> clips() const;
+
+    [[nodiscard]] pid_t processID() const { return program_->processID(); }
+    void signal(int number) { program_->signal(number); }
+    [[nodiscard]] bool isRunning() const { return program_->isRunning(); }
+
+private:
+    TemporaryDirectory home_;
+    Environment environment_;
+    std::optional<Program> program_;
+};
+
+/// Lets that much of the desktop's time go by: for what is recorded.
+void record(std::chrono::milliseconds duration);
+
+}  // namespace velmora::test
