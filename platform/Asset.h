@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <vector>
 
 namespace velmora::platform {
 
@@ -18,6 +19,9 @@ public:
 
     /// The duration in the file's own time scale. Fails for what is no readable movie, and for what is no regular file, unopened.
     virtual void loadDuration(const std::filesystem::path& file, UniqueFunction<void(Result<MediaTime>)> completion) = 0;
+
+    /// When each picture begins to be shown, ascending. Fails where the file has none.
+    virtual void loadPictureTimes(const std::filesystem::path& file, UniqueFunction<void(Result<std::vector<MediaTime>>)> completion) = 0;
 
     /// The picture shown at `time`, upright, in pixels, scaled down to fit into `maximumWidth` x `maximumHeight` with its shape kept.
     virtual void generateImage(const std::filesystem::path& file, MediaTime time, std::int32_t maximumWidth, std::int32_t maximumHeight,

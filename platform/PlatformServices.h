@@ -9,6 +9,7 @@
 #include "platform/FileManager.h"
 #include "platform/HotKeyCenter.h"
 #include "platform/LogSink.h"
+#include "platform/Player.h"
 #include "platform/ScreenCaptureAccess.h"
 #include "platform/Screens.h"
 #include "platform/ShareableContent.h"
@@ -34,6 +35,7 @@ struct PlatformServices {
     std::shared_ptr<AssetWriterFactory> assetWriters;
     std::shared_ptr<AssetRepairer> assetRepairer;
     std::shared_ptr<AssetReader> assetReader;
+    std::shared_ptr<PlayerFactory> players;
     std::shared_ptr<HotKeyCenter> hotKeyCenter;
     std::shared_ptr<ScreenCaptureAccess> screenCaptureAccess;
     std::shared_ptr<UserNotificationCenter> userNotificationCenter;

@@ -86,4 +86,40 @@ std::optional<ShownSamples> samplesShownAt(const Movie& movie, const Track& trac
     return ShownSamples{*sync, shown.index, shown.time};
 }
 
+std::vector<MediaTime> pictureTimes(const Movie& movie, const Track& track)
+{
+    std::vector<std::int64_t> presented;
+    presented.reserve(track.samples.count());
+    SampleTable::Cursor cursor{track.samples};
+    for (Sample sample; cursor.next(sample);)
+        presented.push_back(sample.decodeTime + sample.compositionOffset);
+    std::sort(presented.begin(), presented.end());
+
+    std::vector<MediaTime> times;
+    const auto add = [&](std::int64_t ticks) {
+        if (const MediaTime time{ticks, track.timescale}; times.empty() || times.back() < time)
+            times.push_back(time);
+    };
+    if (track.edits.empty()) {
+        for (const auto time : presented)
+            add(time);
+        return times;
+    }
+    std::int64_t begin = 0;
+    for (const auto& edit : track.edits) {
+        const auto length = ticks(edit.duration, movie.timescale, track.timescale);
+        const bool lastsToTheEnd = edit.duration == 0;
+        if (edit.mediaTime >= 0 && !presented.empty()) {
+            // An edit begins with the picture that is shown there, however long that has been so.
+            auto picture = std::upper_bound(presented.begin(), presented.end(), edit.mediaTime);
+            if (picture != presented.begin())
+                --picture;
+            for (; picture != presented.end() && (lastsToTheEnd || *picture < edit.mediaTime + length); ++picture)
+                add(begin + std::max<std::int64_t>(0, *picture - edit.mediaTime));
+        }
+        begin = std::min(begin + length, largestSeconds * track.timescale);
+    }
+    return times;
+}
+
 }  // namespace velmora::mp4

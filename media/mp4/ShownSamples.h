@@ -1,4 +1,4 @@
-// Which samples have to be decoded to see the picture of a given time.
+// When a track shows which picture, and which samples have to be decoded to see it.
 #pragma once
 
 #include "media/MediaTime.h"
@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace velmora::mp4 {
 
@@ -20,5 +21,9 @@ struct ShownSamples {
 /// to the track's nearest tick. Before the first picture that is the first, from the end on the last. None when the track has no
 /// samples. Precondition: `time` is valid.
 [[nodiscard]] std::optional<ShownSamples> samplesShownAt(const Movie& movie, const Track& track, MediaTime time);
+
+/// The times of the movie at which the track's pictures begin to be shown, ascending, each once, in the track's time scale, edits (at normal
+/// speed) heeded.
+[[nodiscard]] std::vector<MediaTime> pictureTimes(const Movie& movie, const Track& track);
 
 }  // namespace velmora::mp4

@@ -25,6 +25,15 @@ public:
             pending_.emplace_back(std::move(answer));
     }
 
+    void loadPictureTimes(const std::filesystem::path&, UniqueFunction<void(Result<std::vector<MediaTime>>)> completion) override
+    {
+        auto answer = [completion = std::move(completion), result = pictureTimes]() mutable { completion(std::move(result)); };
+        if (answersAtOnce)
+            answer();
+        else
+            pending_.emplace_back(std::move(answer));
+    }
+
     void generateImage(const std::filesystem::path&, MediaTime time, std::int32_t maximumWidth, std::int32_t maximumHeight,
         UniqueFunction<void(Result<PixelBufferRef>)> completion) override
     {
@@ -44,6 +53,7 @@ public:
     std::map<std::filesystem::path, MediaTime> durations;  ///< a file that is not here fails
     bool answersAtOnce = true;
     std::vector<std::filesystem::path> asked;
+    Result<std::vector<MediaTime>> pictureTimes = fail("Velmora.Fake", 1, "no pictures");
     Result<PixelBufferRef> image = fail("Velmora.Fake", 1, "no picture");
     MediaTime imageTime;
     std::int32_t imageWidth = 0;

@@ -35,6 +35,30 @@ Result<MediaTime> readDuration(const std::filesystem::path& path)
     return summary->duration;
 }
 
+/// The track that is played, of the pictures.
+Result<const mp4::Track*> pictureTrack(const mp4::Movie& movie)
+{
+    const auto track = std::find_if(movie.tracks.begin(), movie.tracks.end(),
+        [](const mp4::Track& candidate) { return candidate.isVideo() && !candidate.samples.isEmpty(); });
+    if (track == movie.tracks.end())
+        return failure(AssetReaderErrorCode::nothingInside, "The file has no pictures.");
+    return &*track;
+}
+
+Result<std::vector<MediaTime>> readPictureTimes(const std::filesystem::path& path)
+{
+    const auto file = mp4::PosixFile::openForReading(path);
+    if (!file)
+        return fail(file.error());
+    const auto movie = mp4::readMovie(**file);
+    if (!movie)
+        return fail(movie.error());
+    const auto track = pictureTrack(movie->movie);
+    if (!track)
+        return fail(track.error());
+    return mp4::pictureTimes(movie->movie, **track);
+}
+
 /// The format with its codec's configuration, which the model keeps for H.264 only.
 VideoFormat decodableFormat(const mp4::Track& track)
 {
@@ -141,10 +165,10 @@ Result<PixelBufferRef> readPicture(const std::filesystem::path& path, MediaTime 
     if (!movieFile)
         return fail(movieFile.error());
     const auto& movie = movieFile->movie;
-    const auto track = std::find_if(movie.tracks.begin(), movie.tracks.end(),
-        [](const mp4::Track& candidate) { return candidate.isVideo() && !candidate.samples.isEmpty(); });
-    if (track == movie.tracks.end())
-        return failure(AssetReaderErrorCode::nothingInside, "The file has no pictures.");
+    const auto found = pictureTrack(movie);
+    if (!found)
+        return fail(found.error());
+    const auto* track = *found;
     const auto shown = mp4::samplesShownAt(movie, *track, time);
     if (shown->last - shown->first >= mostSamples)
         return failure(AssetReaderErrorCode::tooLarge, "The picture is too far from a key frame.");
@@ -168,6 +192,11 @@ LinuxAssetReader::LinuxAssetReader(PictureDecoderFactory makeDecoder) : makeDeco
 void LinuxAssetReader::loadDuration(const std::filesystem::path& file, UniqueFunction<void(Result<MediaTime>)> completion)
 {
     durations_.async([file, completion = std::move(completion)]() mutable { completion(readDuration(file)); });
+}
+
+void LinuxAssetReader::loadPictureTimes(const std::filesystem::path& file, UniqueFunction<void(Result<std::vector<MediaTime>>)> completion)
+{
+    durations_.async([file, completion = std::move(completion)]() mutable { completion(readPictureTimes(file)); });
 }
 
 void LinuxAssetReader::generateImage(const std::filesystem::path& file, MediaTime time, std::int32_t maximumWidth,

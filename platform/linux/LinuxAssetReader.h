@@ -30,6 +30,7 @@ public:
     explicit LinuxAssetReader(PictureDecoderFactory makeDecoder);
 
     void loadDuration(const std::filesystem::path& file, UniqueFunction<void(Result<MediaTime>)> completion) override;
+    void loadPictureTimes(const std::filesystem::path& file, UniqueFunction<void(Result<std::vector<MediaTime>>)> completion) override;
     void generateImage(const std::filesystem::path& file, MediaTime time, std::int32_t maximumWidth, std::int32_t maximumHeight,
         UniqueFunction<void(Result<PixelBufferRef>)> completion) override;
 

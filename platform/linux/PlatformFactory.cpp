@@ -12,6 +12,7 @@
 #include "platform/linux/desktop/LinuxUserDefaults.h"
 #include "platform/linux/desktop/LinuxUserNotificationCenter.h"
 #include "platform/linux/desktop/LinuxWorkspace.h"
+#include "platform/linux/mpv/LinuxPlayers.h"
 #include "platform/linux/x11/X11DisplayChanges.h"
 #include "platform/linux/x11/X11EventThread.h"
 #include "platform/linux/x11/X11HotKeyCenter.h"
@@ -95,6 +96,7 @@ PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor, Ma
     services.assetWriters = makeAssetWriters();
     services.assetRepairer = makeAssetRepairer();
     services.assetReader = makeAssetReader();
+    services.players = makePlayers(services.assetReader, mainExecutor);
     services.userNotificationCenter = makeUserNotificationCenter({.makeIcon = std::move(makeIcon), .busAddress = {}});
     services.userDefaults = makeUserDefaults();
     services.sharingServices = makeSharingServices();

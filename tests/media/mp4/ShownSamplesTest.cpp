@@ -1,10 +1,14 @@
 #include "media/mp4/ShownSamples.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <vector>
 
 namespace velmora::mp4 {
 namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 constexpr std::int32_t scale = 600;
 constexpr std::int64_t tick = 20;  // of a picture, 30 a second
@@ -154,6 +158,34 @@ TEST(SamplesShownAt, ATrackWithoutSamplesShowsNothing)
     Movie movie;
     movie.timescale = 1000;
     EXPECT_FALSE(samplesShownAt(movie, trackOf({}), {0, 1}));
+}
+
+/// The ticks at which pictures begin.
+std::vector<std::int64_t> begins(const Track& track)
+{
+    Movie movie;
+    movie.timescale = 1000;
+    std::vector<std::int64_t> ticks;
+    for (const auto time : pictureTimes(movie, track)) {
+        EXPECT_EQ(time.timescale, scale);
+        ticks.push_back(time.value);
+    }
+    return ticks;
+}
+
+TEST(PictureTimes, AreThoseOfTheSamplesInTheOrderInWhichTheyAreShown)
+{
+    EXPECT_THAT(begins(trackOf({{0}, {2}, {1}, {3}})), ElementsAre(0, 20, 40, 60));
+    EXPECT_THAT(begins(trackOf({})), IsEmpty());
+}
+
+TEST(PictureTimes, AnEditBeginsWithThePictureThatIsShownThere)
+{
+    auto track = trackOf(inOrder(10, 5));
+    track.edits = {{100, 70}};  // 0.1 s, that is 60 ticks, from the middle of the fourth picture on
+    EXPECT_THAT(begins(track), ElementsAre(0, 10, 30, 50));
+    track.edits = {{500, -1}, {0, 40}};
+    EXPECT_THAT(begins(track).front(), 300);
 }
 
 }  // namespace

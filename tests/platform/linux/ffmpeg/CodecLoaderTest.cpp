@@ -1,6 +1,7 @@
 // The real module, loaded as the program does it. This executable itself links nothing of FFmpeg.
 
 #include "platform/linux/ffmpeg/CodecLoader.h"
+#include "platform/linux/modules/ModuleLoader.h"
 
 #include <array>
 #include <cstdlib>
@@ -97,7 +98,7 @@ TEST(CodecLoader, AMissingModuleIsAnErrorThatSaysWhereItWasLookedFor)
     const std::filesystem::path folders[] = {folder.path(), folder.path() / "lib"};
     const auto module = loadCodecModule(folders);
     ASSERT_FALSE(module);
-    EXPECT_EQ(module.error().domain, codecLoaderErrorDomain);
+    EXPECT_EQ(module.error().domain, moduleErrorDomain);
     EXPECT_THAT(module.error().localizedDescription, ::testing::HasSubstr("velmora_codecs.so was not found in " + folder.path().string()));
 }
 
@@ -113,7 +114,7 @@ TEST(CodecLoader, AFileThatIsNoModuleIsAnErrorAndNotSkipped)
 
 TEST(CodecLoader, LooksBesideTheProgramThenWhereAnInstallationHasItThenWhereABuildTreeHasIt)
 {
-    EXPECT_THAT(codecModuleDirectories("/usr/bin/velmora"),
+    EXPECT_THAT(moduleDirectories("/usr/bin/velmora"),
         ::testing::ElementsAre(
             std::filesystem::path{"/usr/bin"}, std::filesystem::path{"/usr/lib/velmora"}, std::filesystem::path{"/usr"}));
 }

@@ -1,0 +1,66 @@
+// Seam: playing a file of media.
+#pragma once
+
+#include "base/Result.h"
+#include "media/MediaTime.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace velmora::platform {
+
+/// Where a picture is drawn: memory of the caller's, `height` rows of `width` pixels, "BGRA", top row first.
+struct PictureTarget {
+    std::byte* pixels = nullptr;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    std::size_t bytesPerRow = 0;
+};
+
+/// One file. Main thread only; what it observes for others is called on that thread, never within a call to it, and never after its
+/// destruction. It begins paused, at its first picture.
+class Player {
+public:
+    using TimeObserverToken = std::uint64_t;
+    using TimeObserver = std::function<void(MediaTime)>;
+
+    virtual ~Player() = default;
+
+    virtual void play() = 0;
+    virtual void pause() = 0;
+
+    /// Shows exactly the picture that the file shows at `time`; from the end on the last. Of seeks that follow each other quickly the last
+    /// one counts.
+    virtual void seek(MediaTime time) = 0;
+
+    /// Playing pauses by itself at this time, without a picture that begins later. Playing from there or from behind pauses at once. None:
+    /// the end of the file.
+    virtual void setForwardPlaybackEndTime(std::optional<MediaTime> time) = 0;
+
+    /// `observer` is called with the time that is played, no more often than each `interval`, and when playing pauses by itself.
+    virtual TimeObserverToken addPeriodicTimeObserver(MediaTime interval, TimeObserver observer) = 0;
+    virtual void removeTimeObserver(TimeObserverToken token) = 0;
+
+    /// `changed`: there is another picture to draw.
+    virtual void setPictureObserver(std::function<void()> changed) = 0;
+
+    /// Draws the picture of now, its shape kept, in the middle of the target, black around it. False when there is none yet.
+    virtual bool drawPicture(const PictureTarget& target) = 0;
+
+    /// Called once when the file cannot be played.
+    virtual void setFailureObserver(std::function<void(const Error&)> failed) = 0;
+};
+
+class PlayerFactory {
+public:
+    virtual ~PlayerFactory() = default;
+
+    /// Fails where this machine has no player. A file that cannot be played is told of later.
+    virtual Result<std::unique_ptr<Player>> makePlayer(const std::filesystem::path& file) = 0;
+};
+
+}  // namespace velmora::platform

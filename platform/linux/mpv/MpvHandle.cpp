@@ -1,0 +1,122 @@
+#include "platform/linux/mpv/MpvHandle.h"
+
+#include "platform/linux/mpv/MpvPlayer.h"
+
+#include <array>
+#include <utility>
+#include <vector>
+
+namespace velmora::linux_backend {
+
+namespace {
+
+constexpr std::array<std::pair<const char*, const char*>, 26> options{{
+    // Nothing of the user's, nothing from elsewhere, nothing kept.
+    {"config", "no"},
+    {"load-scripts", "no"},
+    {"ytdl", "no"},
+    {"terminal", "no"},
+    {"input-default-bindings", "no"},
+    {"input-vo-keyboard", "no"},
+    {"osc", "no"},
+    {"osd-level", "0"},
+    {"sub-auto", "no"},
+    {"audio-file-auto", "no"},
+    {"cover-art-auto", "no"},
+    {"audio-display", "no"},
+    {"access-references", "no"},
+    {"load-unsafe-playlists", "no"},
+    {"demuxer-lavf-o", "protocol_whitelist=file"},
+    {"save-position-on-quit", "no"},
+    {"resume-playback", "no"},
+    // The file stays open behind its end, paused, and begins so.
+    {"keep-open", "yes"},
+    {"pause", "yes"},
+    {"hr-seek", "yes"},
+    // Times are the file's own.
+    {"rebase-start-time", "no"},
+    {"hwdec", "no"},
+    {"vo", "libmpv"},
+    {"cache", "no"},
+    // Without a sound server pictures play all the same.
+    {"audio-fallback-to-null", "yes"},
+    {"audio-client-name", "Velmora"},
+}};
+
+}  // namespace
+
+Error mpvError(int code)
+{
+    return {std::string{mpvErrorDomain}, code, mpv_error_string(code), {}};
+}
+
+Result<std::unique_ptr<MpvHandle>> MpvHandle::create(std::function<void()> wakeUp, std::function<void()> pictureChanged)
+{
+    std::unique_ptr<MpvHandle> handle{new MpvHandle{std::move(wakeUp), std::move(pictureChanged)}};
+    if (const auto initialized = handle->initialize(); !initialized)
+        return fail(initialized.error());
+    return handle;
+}
+
+MpvHandle::MpvHandle(std::function<void()> wakeUp, std::function<void()> pictureChanged)
+    : wakeUp_(std::move(wakeUp))
+    , pictureChanged_(std::move(pictureChanged))
+{
+}
+
+Result<void> MpvHandle::initialize()
+{
+    core_ = mpv_create();
+    if (!core_)
+        return fail(mpvError(MPV_ERROR_NOMEM));
+    for (const auto& [name, value] : options) {
+        if (const int status = mpv_set_option_string(core_, name, value); status < 0)
+            return fail(mpvError(status));
+    }
+    if (const int status = mpv_initialize(core_); status < 0)
+        return fail(mpvError(status));
+    mpv_set_wakeup_callback(
+        core_, [](void* self) { static_cast<MpvHandle*>(self)->wakeUp_(); }, this);
+
+    std::array<mpv_render_param, 2> parameters{{
+        {MPV_RENDER_PARAM_API_TYPE, const_cast<char*>(MPV_RENDER_API_TYPE_SW)},
+        {MPV_RENDER_PARAM_INVALID, nullptr},
+    }};
+    if (const int status = mpv_render_context_create(&renderer_, core_, parameters.data()); status < 0)
+        return fail(mpvError(status));
+    mpv_render_context_set_update_callback(
+        renderer_, [](void* self) { static_cast<MpvHandle*>(self)->pictureChanged_(); }, this);
+    return {};
+}
+
+MpvHandle::~MpvHandle()
+{
+    if (renderer_) {
+        mpv_render_context_set_update_callback(renderer_, nullptr, nullptr);
+        mpv_render_context_free(renderer_);
+    }
+    if (core_) {
+        mpv_set_wakeup_callback(core_, nullptr, nullptr);
+        mpv_terminate_destroy(core_);
+    }
+}
+
+void MpvHandle::command(std::initializer_list<const char*> arguments)
+{
+    std::vector<const char*> terminated{arguments};
+    terminated.push_back(nullptr);
+    mpv_command_async(core_, 0, terminated.data());
+}
+
+void MpvHandle::set(const char* property, const std::string& value)
+{
+    mpv_set_property_string(core_, property, value.c_str());
+}
+
+void MpvHandle::set(const char* property, bool value)
+{
+    int flag = value ? 1 : 0;
+    mpv_set_property(core_, property, MPV_FORMAT_FLAG, &flag);
+}
+
+}  // namespace velmora::linux_backend

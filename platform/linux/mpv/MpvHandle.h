@@ -1,0 +1,47 @@
+// The owners of what libmpv hands out.
+#pragma once
+
+#include "base/Result.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mpv/client.h>
+#include <mpv/render.h>
+#include <string>
+
+namespace velmora::linux_backend {
+
+/// A core that plays files, and the context that draws its pictures. Used on one thread.
+class MpvHandle {
+public:
+    /// `wakeUp`: there are events; `pictureChanged`: there is another picture. Both are called on threads of libmpv's, and must not call it.
+    static Result<std::unique_ptr<MpvHandle>> create(std::function<void()> wakeUp, std::function<void()> pictureChanged);
+
+    ~MpvHandle();
+    MpvHandle(const MpvHandle&) = delete;
+    MpvHandle& operator=(const MpvHandle&) = delete;
+
+    [[nodiscard]] mpv_handle* core() const { return core_; }
+    [[nodiscard]] mpv_render_context* renderer() const { return renderer_; }
+
+    /// Carried out later; how it went comes as an event.
+    void command(std::initializer_list<const char*> arguments);
+
+    void set(const char* property, const std::string& value);
+    void set(const char* property, bool value);
+
+private:
+    MpvHandle(std::function<void()> wakeUp, std::function<void()> pictureChanged);
+    Result<void> initialize();
+
+    const std::function<void()> wakeUp_;
+    const std::function<void()> pictureChanged_;
+    mpv_handle* core_ = nullptr;
+    mpv_render_context* renderer_ = nullptr;
+};
+
+/// libmpv's own words for a code of its.
+Error mpvError(int code);
+
+}  // namespace velmora::linux_backend

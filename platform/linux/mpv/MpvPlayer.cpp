@@ -1,0 +1,344 @@
+#include "platform/linux/mpv/MpvPlayer.h"
+
+#include "platform/linux/mpv/MpvHandle.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <string_view>
+#include <utility>
+
+namespace velmora::linux_backend {
+
+namespace {
+
+using platform::PictureTarget;
+using platform::Player;
+
+/// libmpv's notation, to the microsecond.
+std::string secondsText(MediaTime time)
+{
+    char text[48];
+    std::snprintf(text, sizeof text, "%.6f", time.seconds());
+    return text;
+}
+
+MediaTime fromSeconds(double seconds)
+{
+    constexpr std::int32_t microseconds = 1'000'000;
+    return MediaTime::fromSeconds(seconds, microseconds);
+}
+
+class MpvPlayer final : public Player, public std::enable_shared_from_this<MpvPlayer> {
+public:
+    explicit MpvPlayer(std::shared_ptr<Executor> mainExecutor) : mainExecutor_(std::move(mainExecutor)) { }
+
+    Result<void> open(const std::filesystem::path& file, LoadPictureTimes loadPictureTimes)
+    {
+        // The callbacks of libmpv own nothing: they only ask the main thread to look.
+        const auto weak = weak_from_this();
+        auto handle = MpvHandle::create([this, weak] { lookLater(eventsAreDue_, weak, &MpvPlayer::takeEvents); },
+            [this, weak] { lookLater(pictureIsDue_, weak, &MpvPlayer::takePicture); });
+        if (!handle)
+            return fail(handle.error());
+        mpv_ = std::move(*handle);
+        mpv_observe_property(mpv_->core(), 0, "time-pos", MPV_FORMAT_DOUBLE);
+        mpv_observe_property(mpv_->core(), 0, "eof-reached", MPV_FORMAT_FLAG);
+        mpv_->command({"loadfile", file.c_str()});
+        loadPictureTimes([weak, executor = mainExecutor_](std::vector<MediaTime> times) {
+            executor->async([weak, times = std::move(times)]() mutable {
+                if (const auto self = weak.lock())
+                    self->setPictureTimes(std::move(times));
+            });
+        });
+        return {};
+    }
+
+    void play() override
+    {
+        if (std::exchange(isPlaying_, true))
+            return;
+        mpv_->set("end", endTime_ ? secondsText(*endTime_) : "none");
+        if ((endTime_ && *endTime_ <= time_) || isAtEndOfFile_) {
+            const auto weak = weak_from_this();
+            mainExecutor_->async([weak] {
+                if (const auto self = weak.lock(); self && self->isPlaying_)
+                    self->endOfPlaying();
+            });
+            return;
+        }
+        mpv_->set("pause", false);
+    }
+
+    void pause() override
+    {
+        isPlaying_ = false;
+        mpv_->set("pause", true);
+        // A picture behind the end can be looked at.
+        mpv_->set("end", "none");
+    }
+
+    void seek(MediaTime time) override
+    {
+        time_ = time;
+        wantedSeek_ = time;
+        seekWhenPossible();
+    }
+
+    void setForwardPlaybackEndTime(std::optional<MediaTime> time) override
+    {
+        endTime_ = time;
+        if (isPlaying_)
+            mpv_->set("end", endTime_ ? secondsText(*endTime_) : "none");
+    }
+
+    TimeObserverToken addPeriodicTimeObserver(MediaTime interval, TimeObserver observer) override
+    {
+        observers_.emplace(++lastToken_, Observer{interval, MediaTime::invalid(), std::move(observer)});
+        return lastToken_;
+    }
+
+    void removeTimeObserver(TimeObserverToken token) override { observers_.erase(token); }
+    void setPictureObserver(std::function<void()> changed) override { pictureChanged_ = std::move(changed); }
+    void setFailureObserver(std::function<void(const Error&)> failed) override { failed_ = std::move(failed); }
+
+    bool drawPicture(const PictureTarget& target) override
+    {
+        if (!hasPicture_)
+            return false;
+        int size[] = {target.width, target.height};
+        std::size_t stride = target.bytesPerRow;
+        int doesNotWait = 0;
+        mpv_render_param parameters[] = {
+            {MPV_RENDER_PARAM_SW_SIZE, size},
+            {MPV_RENDER_PARAM_SW_FORMAT, const_cast<char*>("bgr0")},
+            {MPV_RENDER_PARAM_SW_STRIDE, &stride},
+            {MPV_RENDER_PARAM_SW_POINTER, target.pixels},
+            {MPV_RENDER_PARAM_BLOCK_FOR_TARGET_TIME, &doesNotWait},
+            {MPV_RENDER_PARAM_INVALID, nullptr},
+        };
+        if (mpv_render_context_render(mpv_->renderer(), parameters) < 0)
+            return false;
+        makeOpaque(target);
+        return true;
+    }
+
+private:
+    struct Observer {
+        MediaTime interval;
+        MediaTime told;
+        TimeObserver observer;
+    };
+
+    /// libmpv leaves the fourth byte as it likes.
+    static void makeOpaque(const PictureTarget& target)
+    {
+        for (std::int32_t y = 0; y < target.height; ++y) {
+            auto* pixel = target.pixels + static_cast<std::size_t>(y) * target.bytesPerRow;
+            for (std::int32_t x = 0; x < target.width; ++x, pixel += 4)
+                pixel[3] = std::byte{0xff};
+        }
+    }
+
+    void lookLater(std::atomic<bool>& isDue, const std::weak_ptr<MpvPlayer>& weak, void (MpvPlayer::*look)())
+    {
+        if (isDue.exchange(true))
+            return;
+        mainExecutor_->async([weak, look] {
+            if (const auto self = weak.lock())
+                (*self.*look)();
+        });
+    }
+
+    void takePicture()
+    {
+        pictureIsDue_ = false;
+        if ((mpv_render_context_update(mpv_->renderer()) & MPV_RENDER_UPDATE_FRAME) != 0 && hasPicture_ && pictureChanged_)
+            pictureChanged_();
+    }
+
+    void takeEvents()
+    {
+        eventsAreDue_ = false;
+        // An observer may release this player.
+        const auto self = shared_from_this();
+        while (true) {
+            const auto* event = mpv_wait_event(mpv_->core(), 0);
+            switch (event->event_id) {
+            case MPV_EVENT_NONE:
+                return;
+            case MPV_EVENT_FILE_LOADED:
+                isLoaded_ = true;
+                seekWhenPossible();
+                break;
+            case MPV_EVENT_PLAYBACK_RESTART:
+                pictureIsThere();
+                break;
+            case MPV_EVENT_END_FILE:
+                ended(*static_cast<const mpv_event_end_file*>(event->data));
+                break;
+            case MPV_EVENT_PROPERTY_CHANGE:
+                changed(*static_cast<const mpv_event_property*>(event->data));
+                break;
+            default:
+                break;
+            }
+        }
+    }
+
+    /// After loading, and after each seek.
+    void pictureIsThere()
+    {
+        hasPicture_ = true;
+        isSeeking_ = false;
+        if (pictureChanged_)
+            pictureChanged_();
+        seekWhenPossible();
+    }
+
+    void ended(const mpv_event_end_file& end)
+    {
+        if (end.reason == MPV_END_FILE_REASON_ERROR && failed_)
+            failed_(mpvError(end.error));
+    }
+
+    void changed(const mpv_event_property& property)
+    {
+        const std::string_view name{property.name};
+        if (name == "time-pos" && property.format == MPV_FORMAT_DOUBLE)
+            timePassed(fromSeconds(*static_cast<const double*>(property.data)));
+        else if (name == "eof-reached" && property.format == MPV_FORMAT_FLAG)
+            setAtEndOfFile(*static_cast<const int*>(property.data) != 0);
+    }
+
+    void timePassed(MediaTime time)
+    {
+        if (!isPlaying_ || isSeeking_ || wantedSeek_)
+            return;
+        time_ = time;
+        tell(false);
+    }
+
+    void setAtEndOfFile(bool isThere)
+    {
+        isAtEndOfFile_ = isThere;
+        if (isThere && isPlaying_ && !isSeeking_)
+            endOfPlaying();
+    }
+
+    /// Behind the end that was set, or that of the file.
+    void endOfPlaying()
+    {
+        pause();
+        if (endTime_)
+            seek(std::max(*endTime_, time_));
+        tell(true);
+    }
+
+    void tell(bool isAtTheEnd)
+    {
+        auto observers = observers_;
+        for (auto& [token, observer] : observers) {
+            const auto known = observers_.find(token);
+            if (known == observers_.end())
+                continue;
+            const auto& told = known->second.told;
+            if (!isAtTheEnd && told.isValid() && told <= time_ && time_ < told + observer.interval)
+                continue;
+            known->second.told = time_;
+            observer.observer(time_);
+        }
+    }
+
+    void setPictureTimes(std::vector<MediaTime> times)
+    {
+        pictureTimes_ = std::move(times);
+        seekWhenPossible();
+    }
+
+    /// One seek after the other: the next begins when the picture of the last is there, and only the newest is kept.
+    void seekWhenPossible()
+    {
+        if (!wantedSeek_ || !isLoaded_ || isSeeking_ || !pictureTimes_)
+            return;
+        isSeeking_ = true;
+        const auto target = secondsText(beginOfPicture(*std::exchange(wantedSeek_, {})));
+        mpv_->command({"seek", target.c_str(), "absolute+exact"});
+    }
+
+    /// libmpv goes to the first picture that begins at or behind a time.
+    [[nodiscard]] MediaTime beginOfPicture(MediaTime time) const
+    {
+        const auto next = std::upper_bound(
+            pictureTimes_->begin(), pictureTimes_->end(), time, [](MediaTime value, MediaTime begin) { return value < begin; });
+        if (next != pictureTimes_->begin())
+            return *std::prev(next);
+        return pictureTimes_->empty() ? time : pictureTimes_->front();
+    }
+
+    const std::shared_ptr<Executor> mainExecutor_;
+    std::atomic<bool> eventsAreDue_{false};
+    std::atomic<bool> pictureIsDue_{false};
+    std::optional<std::vector<MediaTime>> pictureTimes_;
+    std::map<TimeObserverToken, Observer> observers_;
+    TimeObserverToken lastToken_ = 0;
+    std::function<void()> pictureChanged_;
+    std::function<void(const Error&)> failed_;
+    MediaTime time_ = MediaTime::zero();
+    std::optional<MediaTime> endTime_;
+    std::optional<MediaTime> wantedSeek_;
+    bool isPlaying_ = false;
+    bool isLoaded_ = false;
+    bool isSeeking_ = false;
+    bool hasPicture_ = false;
+    bool isAtEndOfFile_ = false;
+
+    // Destroyed first: its callbacks use the rest.
+    std::unique_ptr<MpvHandle> mpv_;
+};
+
+/// What the caller owns: the player itself may outlive it by the event that it is in.
+class OwnedMpvPlayer final : public Player {
+public:
+    explicit OwnedMpvPlayer(std::shared_ptr<MpvPlayer> player) : player_(std::move(player)) { }
+    ~OwnedMpvPlayer() override
+    {
+        player_->setPictureObserver({});
+        player_->setFailureObserver({});
+        for (const auto token : tokens_)
+            player_->removeTimeObserver(token);
+    }
+
+    void play() override { player_->play(); }
+    void pause() override { player_->pause(); }
+    void seek(MediaTime time) override { player_->seek(time); }
+    void setForwardPlaybackEndTime(std::optional<MediaTime> time) override { player_->setForwardPlaybackEndTime(time); }
+    TimeObserverToken addPeriodicTimeObserver(MediaTime interval, TimeObserver observer) override
+    {
+        tokens_.push_back(player_->addPeriodicTimeObserver(interval, std::move(observer)));
+        return tokens_.back();
+    }
+    void removeTimeObserver(TimeObserverToken token) override { player_->removeTimeObserver(token); }
+    void setPictureObserver(std::function<void()> changed) override { player_->setPictureObserver(std::move(changed)); }
+    bool drawPicture(const PictureTarget& target) override { return player_->drawPicture(target); }
+    void setFailureObserver(std::function<void(const Error&)> failed) override { player_->setFailureObserver(std::move(failed)); }
+
+private:
+    const std::shared_ptr<MpvPlayer> player_;
+    std::vector<TimeObserverToken> tokens_;
+};
+
+}  // namespace
+
+Result<std::unique_ptr<Player>> makeMpvPlayer(
+    const std::filesystem::path& file, LoadPictureTimes loadPictureTimes, std::shared_ptr<Executor> mainExecutor)
+{
+    auto player = std::make_shared<MpvPlayer>(std::move(mainExecutor));
+    if (const auto opened = player->open(file, std::move(loadPictureTimes)); !opened)
+        return fail(opened.error());
+    return std::make_unique<OwnedMpvPlayer>(std::move(player));
+}
+
+}  // namespace velmora::linux_backend
