@@ -6,6 +6,7 @@
 #include "platform/AssetWriter.h"
 #include "platform/CaptureStream.h"
 #include "platform/CompressionSession.h"
+#include "platform/ExportSession.h"
 #include "platform/FileManager.h"
 #include "platform/HotKeyCenter.h"
 #include "platform/LogSink.h"
@@ -33,6 +34,7 @@ struct PlatformServices {
     std::shared_ptr<AssetWriterFactory> assetWriters;
     std::shared_ptr<AssetRepairer> assetRepairer;
     std::shared_ptr<AssetReader> assetReader;
+    std::shared_ptr<ExportSessionFactory> exportSessions;
     std::shared_ptr<HotKeyCenter> hotKeyCenter;
     std::shared_ptr<ScreenCaptureAccess> screenCaptureAccess;
     std::shared_ptr<UserNotificationCenter> userNotificationCenter;

@@ -392,10 +392,9 @@ Result<std::optional<PlannedTrack>> planSound(const Track& source, const ShownMe
             return tooLarge();
     }
     // Readers that take the media's duration for the track's are told the truth too.
-    planned.track.samples.setLastDuration(kept.isWhole
-            ? last->duration
-            : static_cast<std::uint32_t>(
-                std::clamp<std::int64_t>(end - last->decodeTime, std::min<std::uint32_t>(1, last->duration), last->duration)));
+    planned.track.samples.setLastDuration(kept.isWhole ? last->duration
+                                                       : static_cast<std::uint32_t>(std::clamp<std::int64_t>(end - last->decodeTime,
+                                                           std::min<std::uint32_t>(1, last->duration), last->duration)));
     if (shown.begin > range.start)
         planned.begin = shown.begin - range.start;
     return planned;

@@ -33,7 +33,6 @@ Result<TrimOutcome> trim(
 Result<Movie> readAndPlanTrim(File& source, const TimeRange& range);
 
 /// The second half. Precondition: `plan` is of this `source`.
-Result<TrimOutcome> writeTrim(
-    File& source, Movie plan, File& target, const TrimProgress& progress = {}, const TrimOptions& options = {});
+Result<TrimOutcome> writeTrim(File& source, Movie plan, File& target, const TrimProgress& progress = {}, const TrimOptions& options = {});
 
 }  // namespace velmora::mp4

@@ -7,6 +7,7 @@
 #include "platform/linux/CodecModuleServices.h"
 #include "platform/linux/JournalSink.h"
 #include "platform/linux/LinuxCaptureStream.h"
+#include "platform/linux/LinuxExportSession.h"
 #include "platform/linux/LinuxFileManager.h"
 #include "platform/linux/desktop/LinuxSharingServices.h"
 #include "platform/linux/desktop/LinuxUserDefaults.h"
@@ -92,6 +93,7 @@ PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor)
     services.assetWriters = makeAssetWriters();
     services.assetRepairer = makeAssetRepairer();
     services.assetReader = makeAssetReader();
+    services.exportSessions = makeExportSessions();
     services.userNotificationCenter = makeUserNotificationCenter();
     services.userDefaults = makeUserDefaults();
     services.sharingServices = makeSharingServices();
