@@ -14,7 +14,11 @@ namespace velmora::mp4 {
 namespace {
 
 /// Between the last picture that is not shown and the first that is.
-constexpr MediaTime leadInGap{34, 1000};
+constexpr MediaTime shortestLeadInGap{34, 1000};
+constexpr MediaTime longestLeadInGap{1, 1};
+
+/// Between the end of what is shown and pictures behind it. More than any rounding.
+constexpr MediaTime leadOutGap{1, 1000};
 
 /// A time scale from which a tick is nothing to be seen.
 constexpr std::int32_t fineTimescale = 10000;
@@ -252,32 +256,48 @@ private:
     /// New times for the chosen samples, presentation first.
     bool place()
     {
-        const auto gap = ticks(leadInGap);
-        std::vector<std::size_t> hidden;
+        std::vector<std::size_t> before;
+        std::vector<std::size_t> after;
         for (auto i = first_; i <= last_; ++i) {
             if (isBeforeFirstShown(i))
-                hidden.push_back(i);
+                before.push_back(i);
+            else if (i != firstShown_ && presented(i) >= visibleEnd_)
+                after.push_back(i);
         }
-        std::stable_sort(hidden.begin(), hidden.end(), [this](std::size_t a, std::size_t b) { return presented(a) < presented(b); });
-        std::vector<std::int64_t> presentation(last_ - first_ + 1);
-        for (std::size_t i = 0; i < hidden.size(); ++i)
-            presentation[hidden[i] - first_] = static_cast<std::int64_t>(i);
-        edit_ = hidden.empty() ? 0 : static_cast<std::int64_t>(hidden.size()) - 1 + gap;
+        const auto count = last_ - first_ + 1;
+        edit_ = before.empty() ? 0 : static_cast<std::int64_t>(before.size()) - 1 + leadInGap(before.size(), count);
         end_ = edit_ + spanEnd_ - spanBegin_;
-        auto mediaEnd = end_;
-        for (auto i = first_; i <= last_; ++i) {
-            if (isBeforeFirstShown(i))
-                continue;
-            auto& time = presentation[i - first_];
-            if (i == firstShown_)
-                time = edit_;
-            else if (presented(i) < visibleEnd_)
-                time = edit_ + presented(i) - spanBegin_;
-            else  // Decoded for others, shown after the end: as far from what is shown as the lead-in is.
-                time = end_ + gap + presented(i) - visibleEnd_;
-            mediaEnd = std::max(mediaEnd, time + 1);
-        }
+
+        std::vector<std::int64_t> presentation(count);
+        for (auto i = first_; i <= last_; ++i)
+            presentation[i - first_] = edit_ + std::max<std::int64_t>(0, presented(i) - spanBegin_);
+        presentation[firstShown_ - first_] = edit_;
+        line(before, 0, presentation);
+        // Decoded for others that are shown.
+        line(after, end_ + ticks(leadOutGap), presentation);
+        const auto mediaEnd = after.empty() ? end_ : end_ + ticks(leadOutGap) + static_cast<std::int64_t>(after.size());
         return append(presentation, decodeTimes(presentation), mediaEnd - presentation.back());
+    }
+
+    /// Presents samples in their order, a tick each.
+    void line(std::vector<std::size_t>& samples, std::int64_t begin, std::vector<std::int64_t>& presentation) const
+    {
+        std::stable_sort(samples.begin(), samples.end(), [this](std::size_t a, std::size_t b) { return presented(a) < presented(b); });
+        for (const auto index : samples)
+            presentation[index - first_] = begin++;
+    }
+
+    /// Some decoders (GStreamer's) take every picture to last as long as all do on average, from the second on, and show those that would
+    /// reach into the edit.
+    [[nodiscard]] std::int64_t leadInGap(std::size_t before, std::size_t count) const
+    {
+        const auto pictures = static_cast<double>(count - 1);
+        const auto shown = static_cast<double>(spanEnd_ - spanBegin_) + static_cast<double>(before);
+        // They round the average to a usual number of pictures a second.
+        constexpr double leeway = 1.015;
+        // With more than one picture before, the gap itself counts.
+        const double average = leeway * shown / (before == 1 ? pictures : std::max(pictures - leeway, 0.5));
+        return std::clamp(static_cast<std::int64_t>(std::min(average, 1e15)) + 1, ticks(shortestLeadInGap), ticks(longestLeadInGap));
     }
 
     /// Each is decoded as late as it may be, but from where the range begins not later than its own time had it.
@@ -468,6 +488,8 @@ Result<Movie> planTrim(const Movie& source, const TimeRange& range)
     Movie movie;
     // One scale on which the edges of the sound are exact.
     movie.timescale = soundTimescale > 0 ? soundTimescale : pictureTimescale;
+    if (kept->isWhole && !source.isFragmented)
+        movie.timescale = source.timescale;
     movie.creationTime = source.creationTime;
     for (auto& track : planned) {
         setEdits(track, movie.timescale);

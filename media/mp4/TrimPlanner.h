@@ -11,10 +11,12 @@ namespace velmora::mp4 {
 /// still those in the file of `source`.
 ///
 /// Pictures begin at a key frame. Those that are only there to be decoded lie before the edit (ISO 14496-12 8.6.6), one tick each and
-/// the last of them 34 ms: players that honour edits to the frame only need some distance there, and those that honour none show little
-/// that was not asked for. The first shown picture begins with the edit, the last one ends at the range's end. Sound begins one packet
-/// early, because an AAC decoder needs the packet before, and the edit cuts it to the sample. A track that begins late keeps its
-/// distance; sound that is not heard in the range is left out; a last picture that the movie shows no longer is held.
+/// the last of them 34 ms, or the average distance of pictures where that is longer, up to a second: players that honour edits to the
+/// frame only need some distance there, and those that honour none show little that was not asked for. The first shown picture begins
+/// with the edit, the last one ends at the range's end; what is decoded for pictures out of order and shown later lies close behind.
+/// Sound begins one packet early, because an AAC decoder needs the packet before, and the edit cuts it to the sample. A track that
+/// begins late keeps its distance; sound that is not heard in the range is left out; a last picture that the movie shows no longer is
+/// held.
 ///
 /// `range` may have any time scale. It is cut to what the movie lasts; an end that is the movie's end as nearly as its time scale can
 /// tell means that end. The whole movie keeps every sample and its time.

@@ -166,6 +166,27 @@ TEST(TrimPlanner, LeadInPicturesLastATickEachAndTheLastOfThem34Milliseconds)
     EXPECT_THAT(shown(movie, track), ElementsAre(std::pair{36U, 0}, std::pair{37U, 3000}, std::pair{38U, 6000}));
 }
 
+TEST(TrimPlanner, PicturesThatAreFarApartKeepTheLeadInAsFarFromTheFirstShown)
+{
+    // Two pictures a second.
+    const auto movie = planned(movieOf({pictureTrack(20, 10, videoTimescale, 45000)}), seconds(2, 4.5));
+    const auto& track = movie.tracks.at(0);
+    ASSERT_EQ(taken(track).size(), 9U);
+    const auto distance = track.edits.at(0).mediaTime - 3;
+    // What a player takes for the length of a picture when it knows their number and the length of the track.
+    const auto samples = track.samples.expanded();
+    const auto average = static_cast<std::int64_t>(track.samples.duration() - samples.front().duration) / 8;
+    EXPECT_GT(distance, average);
+    EXPECT_LT(distance, 45000);
+    EXPECT_EQ(samples[3].duration, distance);
+}
+
+TEST(TrimPlanner, TheLeadInIsNeverMoreThanASecondFromTheFirstShown)
+{
+    const auto movie = planned(movieOf({pictureTrack(3, 10, videoTimescale, 900'000)}), seconds(10, 20));
+    EXPECT_THAT(movie.tracks.at(0).edits, ElementsAre(Edit{900'000, 90'000}));
+}
+
 TEST(TrimPlanner, OneLeadInPictureIs34MillisecondsBeforeTheFirstShown)
 {
     const auto movie = planned(movieOf({pictureTrack(90, 30)}), {{31, 30}, {32, 30}});
@@ -371,11 +392,11 @@ TEST(TrimPlanner, PicturesOutOfOrderAreShownInTheirOrder)
     const auto movie = planned(source, {{2, 30}, {6, 30}});
     EXPECT_THAT(
         shown(movie, movie.tracks.at(0)), ElementsAre(std::pair{2U, 0}, std::pair{3U, 3000}, std::pair{4U, 6000}, std::pair{5U, 9000}));
-    // Picture 6 is decoded for 4 and 5; it lies a gap behind the end.
+    // Picture 6 is decoded for 4 and 5; it lies a millisecond behind the end.
     EXPECT_THAT(taken(movie.tracks[0]), ElementsAre(0, 3, 1, 2, 6, 4, 5));
     for (const auto& sample : movie.tracks[0].samples.expanded()) {
         if (sample.offset == 600) {
-            EXPECT_EQ(sample.decodeTime + sample.compositionOffset, movie.tracks[0].edits.at(0).mediaTime + 4 * pictureTicks + gap);
+            EXPECT_EQ(sample.decodeTime + sample.compositionOffset, movie.tracks[0].edits.at(0).mediaTime + 4 * pictureTicks + 90);
         }
     }
 }
