@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QHash>
 
+#include <algorithm>
 #include <cmath>
 #include <initializer_list>
 #include <utility>
@@ -88,6 +89,16 @@ std::filesystem::path absolutePath(const QString& text)
     return std::filesystem::absolute(text.toStdString()).lexically_normal();
 }
 
+/// None: the user leaves the name to us.
+tl::expected<std::optional<std::filesystem::path>, QString> parseOutput(const Arguments& given, const QCommandLineOption& output)
+{
+    if (!given.isSet(output))
+        return std::nullopt;
+    if (given.value(output).isEmpty())
+        return wrong(QStringLiteral("--output needs a file's name."));
+    return absolutePath(given.value(output));
+}
+
 Parsed parseRecord(const QStringList& arguments)
 {
     const QCommandLineOption window{QStringLiteral("window"), QString{}, QStringLiteral("ID")};
@@ -109,11 +120,10 @@ Parsed parseRecord(const QStringList& arguments)
         if (!record.duration)
             return wrong(QStringLiteral("'%1' is not a number of seconds above zero.").arg(given.value(duration)));
     }
-    if (given.isSet(output)) {
-        if (given.value(output).isEmpty())
-            return wrong(QStringLiteral("--output needs a file's name."));
-        record.output = absolutePath(given.value(output));
-    }
+    const auto chosen = parseOutput(given, output);
+    if (!chosen)
+        return wrong(chosen.error());
+    record.output = *chosen;
     return record;
 }
 
@@ -123,6 +133,66 @@ Parsed parseRepair(const QStringList& arguments)
     if (auto instead = given.parse(arguments, 1, QStringLiteral("'velmora repair' takes one file.")))
         return std::move(*instead);
     return Repair{.file = absolutePath(given.positional())};
+}
+
+/// Digits, and decimals where they may be; nothing that only a programmer takes for a number.
+std::optional<double> parsePlainNumber(const QString& text, bool withDecimals)
+{
+    const auto parts = text.split(QLatin1Char('.'));
+    const auto isPlain = [](const QString& part) {
+        return !part.isEmpty() && part.size() <= 9
+            && std::all_of(part.begin(), part.end(), [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); });
+    };
+    if (parts.size() > (withDecimals ? 2 : 1) || !std::all_of(parts.begin(), parts.end(), isPlain))
+        return std::nullopt;
+    return text.toDouble();
+}
+
+/// Seconds, "M:SS" or "H:MM:SS", with decimals.
+std::optional<MediaTime> parseTime(const QString& text)
+{
+    // Whole ticks for milliseconds and for 24, 25, 30, 50 and 60 pictures a second.
+    constexpr std::int32_t timescale = 90000;
+    const auto parts = text.split(QLatin1Char(':'));
+    if (parts.size() > 3)
+        return std::nullopt;
+    double sum = 0;
+    for (qsizetype i = 0; i < parts.size(); ++i) {
+        const auto value = parsePlainNumber(parts[i], i + 1 == parts.size());
+        // Behind a colon stand two digits, below 60.
+        if (!value || (i > 0 && (*value >= 60 || parts[i].split(QLatin1Char('.')).constFirst().size() != 2)))
+            return std::nullopt;
+        sum = sum * 60 + *value;
+    }
+    return MediaTime::fromSeconds(sum, timescale);
+}
+
+Parsed parseTrim(const QStringList& arguments)
+{
+    const QCommandLineOption start{QStringLiteral("start"), QString{}, QStringLiteral("TIME")};
+    const QCommandLineOption end{QStringLiteral("end"), QString{}, QStringLiteral("TIME")};
+    const QCommandLineOption output{QStringLiteral("output"), QString{}, QStringLiteral("FILE")};
+    Arguments given{start, end, output};
+    if (auto instead = given.parse(arguments, 1, QStringLiteral("'velmora trim' takes one file.")))
+        return std::move(*instead);
+    if (!given.isSet(start) || !given.isSet(end))
+        return wrong(QStringLiteral("Which part? Give it with --start TIME and --end TIME."));
+
+    Trim trim;
+    trim.file = absolutePath(given.positional());
+    for (const auto& [option, time] : {std::pair{&start, &trim.range.start}, {&end, &trim.range.end}}) {
+        const auto parsed = parseTime(given.value(*option));
+        if (!parsed)
+            return wrong(QStringLiteral("'%1' is not a time in seconds, as 83.5 or 1:23.5.").arg(given.value(*option)));
+        *time = *parsed;
+    }
+    if (trim.range.end <= trim.range.start)
+        return wrong(QStringLiteral("The end has to lie after the start."));
+    const auto chosen = parseOutput(given, output);
+    if (!chosen)
+        return wrong(chosen.error());
+    trim.output = *chosen;
+    return trim;
 }
 
 Parsed parseSelect(const QStringList& arguments)
@@ -171,6 +241,7 @@ Parser parserOf(const QString& command)
         {QStringLiteral("windows"), parseWindows},
         {QStringLiteral("record"), parseRecord},
         {QStringLiteral("repair"), parseRepair},
+        {QStringLiteral("trim"), parseTrim},
         {QStringLiteral("toggle"), parsePlainControl<Control::Action::toggle>},
         {QStringLiteral("select"), parseSelect},
         {QStringLiteral("stop"), parsePlainControl<Control::Action::stop>},
@@ -228,6 +299,12 @@ QString helpText()
                           "\n"
                           "  velmora repair FILE\n"
                           "      Makes an ordinary MP4 of a recording that was cut off.\n"
+                          "\n"
+                          "  velmora trim FILE --start TIME --end TIME [--output FILE]\n"
+                          "      Writes that part of a clip to a file of its own, exact to the frame and the sample of\n"
+                          "      sound, without encoding anything, and prints the file's path. TIME is seconds (83.5)\n"
+                          "      or minutes and seconds (1:23.5). Without --output the part lies beside the clip.\n"
+                          "      The clip is not changed, and a file that is there already is never overwritten.\n"
                           "\n"
                           "  velmora --help | --version\n"
                           "\n"

@@ -1,6 +1,8 @@
 // What the user typed.
 #pragma once
 
+#include "media/TimeRange.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -31,6 +33,12 @@ struct Repair {
     std::filesystem::path file;
 };
 
+struct Trim {
+    std::filesystem::path file;  ///< absolute
+    TimeRange range;
+    std::optional<std::filesystem::path> output;  ///< absolute; none: beside the file
+};
+
 /// The program itself, in the tray.
 struct Run { };
 
@@ -49,7 +57,7 @@ struct Print {
     QString text;
 };
 
-using Command = std::variant<Run, Control, Windows, Record, Repair, Print>;
+using Command = std::variant<Run, Control, Windows, Record, Repair, Trim, Print>;
 
 /// The command in `arguments` (the program's name first), or what is wrong with them in one line.
 tl::expected<Command, QString> parse(const QStringList& arguments);

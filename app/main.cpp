@@ -5,6 +5,7 @@
 #include "app/RecordCommand.h"
 #include "app/RepairCommand.h"
 #include "app/TerminationSignals.h"
+#include "app/TrimCommand.h"
 #include "app/VelmoraApp.h"
 #include "app/WindowsCommand.h"
 #include "app/control/ControlCommands.h"
@@ -33,6 +34,8 @@ int run(const command_line::Command& command)
     Log::setSink(services.logSink);
     if (const auto* repair = std::get_if<command_line::Repair>(&command))
         return runRepairCommand(*repair, *services.assetRepairer);
+    if (const auto* trim = std::get_if<command_line::Trim>(&command))
+        return runTrimCommand(*trim, {services.exportSessions, services.fileManager, mainExecutor});
 
     if (const auto* windows = std::get_if<command_line::Windows>(&command))
         return runWindowsCommand(*windows, services, mainExecutor);

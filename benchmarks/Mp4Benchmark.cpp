@@ -33,6 +33,7 @@ public:
     Result<bool> tryLock() override { return true; }
     bool isStillInFolder() override { return true; }
     Result<void> removeFromFolder() override { return {}; }
+    Result<void> moveTo(const std::filesystem::path&) override { return {}; }
 
 private:
     std::uint64_t size_ = 0;

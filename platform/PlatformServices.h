@@ -6,6 +6,7 @@
 #include "platform/AssetWriter.h"
 #include "platform/CaptureStream.h"
 #include "platform/CompressionSession.h"
+#include "platform/ExportSession.h"
 #include "platform/FileManager.h"
 #include "platform/HotKeyCenter.h"
 #include "platform/LogSink.h"
@@ -35,7 +36,11 @@ struct PlatformServices {
     std::shared_ptr<AssetWriterFactory> assetWriters;
     std::shared_ptr<AssetRepairer> assetRepairer;
     std::shared_ptr<AssetReader> assetReader;
+<<<<<<< HEAD
     std::shared_ptr<PlayerFactory> players;
+=======
+    std::shared_ptr<ExportSessionFactory> exportSessions;
+>>>>>>> trim
     std::shared_ptr<HotKeyCenter> hotKeyCenter;
     std::shared_ptr<ScreenCaptureAccess> screenCaptureAccess;
     std::shared_ptr<UserNotificationCenter> userNotificationCenter;

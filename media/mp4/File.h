@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <span>
 
 namespace velmora::mp4 {
@@ -45,11 +46,23 @@ public:
     /// Removes the file's entry if isStillInFolder().
     virtual Result<void> removeFromFolder() = 0;
 
+    /// Gives the file another name on the same volume, in one step that leaves alone whatever has that name already: EEXIST then, and
+    /// also where that is a link that leads nowhere. Afterwards this object knows the file by no name: isStillInFolder() is false.
+    virtual Result<void> moveTo(const std::filesystem::path& path) = 0;
+
+    /// Copies some of the `count` bytes at `from` in `source` to `to`, at least one unless `source` ends there; how many is the result.
+    /// `buffer` is at hand for bytes that have to pass through memory.
+    virtual Result<std::size_t> copySomeFrom(
+        File& source, std::uint64_t from, std::uint64_t to, std::size_t count, std::span<std::byte> buffer);
+
     /// Writes all of `bytes`. After a failure any part of them may have been written.
     Result<void> writeAt(std::uint64_t offset, std::span<const std::byte> bytes);
 
     /// Fills `bytes`; false when the file ends before they are full.
     Result<bool> readAt(std::uint64_t offset, std::span<std::byte> bytes);
+
+    /// Copies all of the bytes; false when `source` ends before. After a failure any part of them may have been written.
+    Result<bool> copyFrom(File& source, std::uint64_t from, std::uint64_t to, std::uint64_t count, std::span<std::byte> buffer);
 };
 
 }  // namespace velmora::mp4

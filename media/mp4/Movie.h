@@ -22,10 +22,11 @@ inline constexpr MediaTime longestLastPicture{1, 2};
 /// No time of a file that is believed lies further from its beginning (34 years): sums and conversions of such times never overflow.
 inline constexpr std::int64_t largestSeconds = std::int64_t{1} << 30;
 
-/// One entry of an edit list (ISO 14496-12 8.6.6), at normal speed.
+/// One entry of an edit list (ISO 14496-12 8.6.6).
 struct Edit {
     std::uint64_t duration = 0;  ///< in the movie's time scale; 0 in a fragmented file: until the end
     std::int64_t mediaTime = 0;  ///< in the track's time scale; -1 shows nothing
+    bool isAtNormalSpeed = true;  ///< always, in what this system writes
 
     friend bool operator==(const Edit&, const Edit&) = default;
 };
@@ -41,6 +42,9 @@ struct Track {
     std::vector<Edit> edits;
     SampleTable samples;
     std::array<std::int32_t, 9> matrix = identityMatrix;
+    /// Size as shown, 16.16 (ISO 14496-12 8.3.2), where a reader found one: not the format's for pixels that are no squares.
+    std::uint32_t shownWidth = 0;
+    std::uint32_t shownHeight = 0;
 
     /// The sample entry as a file holds it, box header included; empty: written from `format`. A reader keeps it so that tracks of
     /// any codec can be copied.

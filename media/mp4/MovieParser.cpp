@@ -268,7 +268,7 @@ Result<void> readEdits(std::span<const std::byte> trak, const Movie& movie, Trac
         Edit edit;
         edit.duration = table->reader.sized(version);
         edit.mediaTime = version == 1 ? table->reader.i64() : table->reader.i32();
-        table->reader.u32();
+        edit.isAtNormalSpeed = table->reader.u32() == 0x10000;
         if (edit.mediaTime < -1 || edit.mediaTime > largestSeconds * track.timescale)
             return damaged("an edit begins nowhere");
         edit.duration = std::min(edit.duration, static_cast<std::uint64_t>(largestSeconds * movie.timescale));
@@ -289,6 +289,8 @@ Result<void> readTrackHeader(std::span<const std::byte> trak, Track& track)
     reader.skip(4 + (version == 1 ? 8 : 4) + 16);
     for (auto& value : track.matrix)
         value = reader.i32();
+    track.shownWidth = reader.u32();
+    track.shownHeight = reader.u32();
     if (reader.failed() || track.id == 0)
         return damaged("a track's header ends early");
     return {};

@@ -72,8 +72,9 @@ void writeTrackHeader(BoxWriter& writer, const Movie& movie, const Track& track)
     writer.u16(0);
     writeMatrix(writer, track.matrix);
     const auto* video = track.format->video();
-    writer.u32(video ? static_cast<std::uint32_t>(video->width) << 16 : 0);
-    writer.u32(video ? static_cast<std::uint32_t>(video->height) << 16 : 0);
+    const bool isKnown = !video || (track.shownWidth > 0 && track.shownHeight > 0);
+    writer.u32(isKnown ? track.shownWidth : static_cast<std::uint32_t>(video->width) << 16);
+    writer.u32(isKnown ? track.shownHeight : static_cast<std::uint32_t>(video->height) << 16);
 }
 
 void writeEditList(BoxWriter& writer, const Track& track)

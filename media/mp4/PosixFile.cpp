@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <limits>
 #include <sys/file.h>
@@ -192,6 +193,40 @@ Result<void> PosixFile::removeFromFolder()
     if (::unlink(path_.c_str()) != 0 && errno != ENOENT)
         return fail(error(errno));
     return {};
+}
+
+Result<void> PosixFile::moveTo(const std::filesystem::path& path)
+{
+    if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0)
+        return {};
+    if (errno != EINVAL && errno != ENOSYS)
+        return fail(pathError(errno, path));
+    // A file system that can only rename by replacing; a second name never replaces.
+    if (::link(path_.c_str(), path.c_str()) != 0)
+        return fail(pathError(errno, path));
+    if (::unlink(path_.c_str()) == 0)
+        return {};
+    const int errnoValue = errno;
+    ::unlink(path.c_str());
+    return fail(error(errnoValue));
+}
+
+Result<std::size_t> PosixFile::copySomeFrom(
+    File& source, std::uint64_t from, std::uint64_t to, std::size_t count, std::span<std::byte> buffer)
+{
+    const auto* other = dynamic_cast<PosixFile*>(&source);
+    const auto sourceOffset = fileOffset(from);
+    const auto targetOffset = fileOffset(to);
+    if (other && sourceOffset && targetOffset) {
+        auto in = *sourceOffset;
+        auto out = *targetOffset;
+        const auto copied = ::copy_file_range(other->descriptor_, &in, descriptor_, &out, std::min(count, largestTransfer), 0);
+        if (copied > 0)
+            return static_cast<std::size_t>(copied);
+        // Anything else, an end that it claims too, is for reading and writing to find out: some file systems say so of files that have
+        // more, and two file systems may not know each other.
+    }
+    return File::copySomeFrom(source, from, to, count, buffer);
 }
 
 }  // namespace velmora::mp4

@@ -34,6 +34,11 @@ public:
     Result<bool> tryLock() override;
     bool isStillInFolder() override;
     Result<void> removeFromFolder() override;
+    Result<void> moveTo(const std::filesystem::path& path) override;
+
+    /// By the kernel where the file system lets it.
+    Result<std::size_t> copySomeFrom(
+        File& source, std::uint64_t from, std::uint64_t to, std::size_t count, std::span<std::byte> buffer) override;
 
 private:
     PosixFile(int descriptor, std::filesystem::path path) : descriptor_(descriptor), path_(std::move(path)) { }

@@ -21,6 +21,25 @@ void writeMediaDataHeader(BoxWriter& writer, std::uint64_t boxSize)
     writer.u64(boxSize);
 }
 
+// What files of this writer begin with.
+void writeMark(BoxWriter& writer)
+{
+    {
+        const auto box = writer.box("ftyp");
+        writer.text("isom");
+        writer.u32(0x200);
+        // "iso6" for the decode times of fragments; the others are what every reader knows.
+        writer.text("isomiso6avc1mp41");
+    }
+    {
+        const auto box = writer.box("uuid");
+        writer.bytes(std::as_bytes(std::span{writerMark}));
+        writer.u32(1);  // version of this layout
+        writer.u32(0);
+    }
+    assert(writer.position() == reserveOffset);
+}
+
 Result<void> finishInReserve(File& file, const std::vector<std::byte>& index, std::uint64_t fileSize)
 {
     const auto indexOffset = reserveOffset + emptyBoxSize;
@@ -66,22 +85,21 @@ std::vector<std::byte> serializeRecordingHeader(std::uint32_t reserveSize)
 {
     assert(reserveSize >= 16);
     BoxWriter writer;
-    {
-        const auto box = writer.box("ftyp");
-        writer.text("isom");
-        writer.u32(0x200);
-        // "iso6" for the decode times of fragments; the others are what every reader knows.
-        writer.text("isomiso6avc1mp41");
-    }
-    {
-        const auto box = writer.box("uuid");
-        writer.bytes(std::as_bytes(std::span{writerMark}));
-        writer.u32(1);  // version of this layout
-        writer.u32(0);
-    }
-    assert(writer.position() == reserveOffset);
+    writeMark(writer);
     writer.u32(reserveSize);
     writer.u32(FourCharacterCode{"free"}.value);
+    return writer.take();
+}
+
+std::vector<std::byte> serializeWholeHead(const Movie& movie, std::uint64_t mediaSize)
+{
+    BoxWriter writer;
+    writeMark(writer);
+    {
+        const auto reserve = writer.box("free");
+    }
+    writer.bytes(serializeMovie(movie));
+    writeMediaDataHeader(writer, largeHeaderSize + mediaSize);
     return writer.take();
 }
 

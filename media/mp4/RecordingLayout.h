@@ -32,6 +32,8 @@ enum class ErrorCode : int {
     inUse = 4,  ///< somebody is writing it
     nothingInside = 5,  ///< no sample was recorded
     tooLarge = 6,  ///< more samples or bytes than this system handles
+    invalidRange = 7,  ///< a part of a movie that it does not have
+    unsupported = 8,  ///< a kind of movie that this system reads but does not change
 };
 
 [[nodiscard]] Error makeError(ErrorCode code, std::string description);
@@ -48,6 +50,9 @@ inline constexpr std::array<std::uint8_t, 16> writerMark{
 
 /// "ftyp", "uuid" and the 8 bytes of the header of a "free" box of `reserveSize` bytes, header included.
 [[nodiscard]] std::vector<std::byte> serializeRecordingHeader(std::uint32_t reserveSize);
+
+/// All that stands before the media of a whole file: as above, up to the header of an "mdat" of `mediaSize` bytes.
+[[nodiscard]] std::vector<std::byte> serializeWholeHead(const Movie& movie, std::uint64_t mediaSize);
 
 /// Makes the recording in `file` whole: `movie` is the final index, `reserveSize` the size of the "free" box at reserveOffset, the end
 /// of the file the end of its media. After a failure the file is what it was before, a fragmented MP4 that plays.

@@ -1,7 +1,6 @@
 #include "media/mp4/Repair.h"
 
 #include "media/mp4/BoxReader.h"
-#include "media/mp4/MovieReader.h"
 #include "media/mp4/PosixFile.h"
 
 #include <array>
@@ -61,6 +60,8 @@ bool hasSamples(const Movie& movie)
     return false;
 }
 
+}  // namespace
+
 Result<MovieFile> readWholeFragments(File& file)
 {
     auto movieFile = readMovie(file);
@@ -76,8 +77,6 @@ Result<MovieFile> readWholeFragments(File& file)
     }
     return movieFile;
 }
-
-}  // namespace
 
 Result<RepairReport> repair(const std::filesystem::path& path)
 {

@@ -1,14 +1,17 @@
 // Makes a recording whole that a crash or a loss of power left unfinished.
 #pragma once
 
-#include "media/mp4/File.h"
-
 #include "media/MediaTime.h"
+#include "media/mp4/File.h"
+#include "media/mp4/MovieReader.h"
 
 #include <cstdint>
 #include <filesystem>
 
 namespace velmora::mp4 {
+
+/// What readMovie() reads, without fragments at the end whose pictures never reached the disk.
+Result<MovieFile> readWholeFragments(File& file);
 
 struct RepairReport {
     bool wasFinished = false;  ///< there was nothing to do and nothing was done

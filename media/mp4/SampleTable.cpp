@@ -1,5 +1,7 @@
 #include "media/mp4/SampleTable.h"
 
+#include <cassert>
+
 namespace velmora::mp4 {
 
 void SampleTable::extend(std::vector<Run>& runs, std::int64_t value)
@@ -44,6 +46,18 @@ void SampleTable::setFirstDecodeTime(std::int64_t time)
 {
     lastDecodeTime_ = lastDecodeTime_ - firstDecodeTime_ + time;
     firstDecodeTime_ = time;
+}
+
+void SampleTable::setChunkOffsets(const std::vector<std::uint64_t>& offsets)
+{
+    assert(offsets.size() == chunks_.size());
+    auto size = sizes_.begin();
+    for (std::size_t i = 0; i < chunks_.size(); ++i) {
+        chunks_[i].offset = offsets[i];
+        nextOffset_ = offsets[i];
+        for (std::uint32_t inChunk = 0; inChunk < chunks_[i].sampleCount; ++inChunk)
+            nextOffset_ += *size++;
+    }
 }
 
 std::uint64_t SampleTable::duration() const

@@ -55,6 +55,9 @@ public:
     /// Shifts all decode times so that the first is `time`.
     void setFirstDecodeTime(std::int64_t time);
 
+    /// Moves the chunks, each as it is. Precondition: an offset for each of chunks().
+    void setChunkOffsets(const std::vector<std::uint64_t>& offsets);
+
     [[nodiscard]] bool isEmpty() const { return sizes_.empty(); }
     [[nodiscard]] std::size_t count() const { return sizes_.size(); }
     [[nodiscard]] std::int64_t firstDecodeTime() const { return firstDecodeTime_; }

@@ -7,6 +7,7 @@
 #include "platform/linux/CodecModuleServices.h"
 #include "platform/linux/JournalSink.h"
 #include "platform/linux/LinuxCaptureStream.h"
+#include "platform/linux/LinuxExportSession.h"
 #include "platform/linux/LinuxFileManager.h"
 #include "platform/linux/desktop/LinuxSharingServices.h"
 #include "platform/linux/desktop/LinuxUserDefaults.h"
@@ -96,8 +97,13 @@ PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor, Ma
     services.assetWriters = makeAssetWriters();
     services.assetRepairer = makeAssetRepairer();
     services.assetReader = makeAssetReader();
+<<<<<<< HEAD
     services.players = makePlayers(services.assetReader, mainExecutor);
     services.userNotificationCenter = makeUserNotificationCenter({.makeIcon = std::move(makeIcon), .busAddress = {}});
+=======
+    services.exportSessions = makeExportSessions();
+    services.userNotificationCenter = makeUserNotificationCenter();
+>>>>>>> trim
     services.userDefaults = makeUserDefaults();
     services.sharingServices = makeSharingServices();
     // Xwayland would answer too, but shows only some of the windows, and those not whole.

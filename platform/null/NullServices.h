@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/CaptureStream.h"
+#include "platform/ExportSession.h"
 #include "platform/HotKeyCenter.h"
 #include "platform/ScreenCaptureAccess.h"
 #include "platform/ShareableContent.h"
@@ -18,6 +19,9 @@ std::shared_ptr<platform::ShareableContentProvider> makeShareableContent(std::st
 
 /// Streams that fail to start with `reason`.
 std::shared_ptr<platform::CaptureStreamFactory> makeCaptureStreams(std::string reason);
+
+/// No export session can be made; `reason` is the error's description.
+std::shared_ptr<platform::ExportSessionFactory> makeExportSessions(std::string reason);
 
 /// No hot key can be registered: every registration fails with this status.
 inline constexpr platform::HotKeyStatus hotKeysUnavailable = -1;

@@ -83,6 +83,48 @@ TEST(CommandLine, RepairsOneFile)
     EXPECT_EQ(commandOf<Repair>({"repair", "/tmp/clip.mp4"}).file, "/tmp/clip.mp4");
 }
 
+TEST(CommandLine, TrimsOneFileToTheRange)
+{
+    const auto trim = commandOf<Trim>({"trim", "clip.mp4", "--start", "1.5", "--end", "83.25"});
+    EXPECT_EQ(trim.file, std::filesystem::current_path() / "clip.mp4");
+    EXPECT_EQ(trim.range.start, (MediaTime{3, 2}));
+    EXPECT_EQ(trim.range.end, (MediaTime{333, 4}));
+    EXPECT_FALSE(trim.output);
+    EXPECT_EQ(commandOf<Trim>({"trim", "a.mp4", "--start", "0", "--end", "1", "--output", "b/part.mp4"}).output,
+        std::filesystem::current_path() / "b/part.mp4");
+}
+
+TEST(CommandLine, TakesTimesAsSecondsOrWithColons)
+{
+    const auto start = [](const char* text) {
+        return commandOf<Trim>({"trim", "clip.mp4", "--end", "99:59", "--start", text}).range.start;
+    };
+    EXPECT_EQ(start("0"), MediaTime::zero());
+    EXPECT_EQ(start("0.001"), (MediaTime{1, 1000}));
+    EXPECT_EQ(start("1:23.456"), (MediaTime{83'456, 1000}));
+    EXPECT_EQ(start("01:05"), (MediaTime{65, 1}));
+    EXPECT_EQ(start("75:00"), (MediaTime{4500, 1}));
+    EXPECT_EQ(start("1:02:03.5"), (MediaTime{37'235, 10}));
+}
+
+TEST(CommandLine, RefusesWhatIsNoTime)
+{
+    for (const auto* text : {"", "-1", "+1", "soon", "inf", "nan", "1e3", "0x10", "1.", ".5", "1.2.3", "1:5", "1:60", "1:75.5", ":30",
+             "1:", "1:2:3", "1:02:03:04", "1.5:00", "12345678901", " 1"})
+        EXPECT_NE(complaint({"trim", "clip.mp4", "--start", text, "--end", "99:59"}).find("is not a time"), std::string::npos) << text;
+}
+
+TEST(CommandLine, RefusesAPartThatIsNone)
+{
+    EXPECT_NE(complaint({"trim"}).find("one file"), std::string::npos);
+    EXPECT_NE(complaint({"trim", "a", "b", "--start", "0", "--end", "1"}).find("one file"), std::string::npos);
+    EXPECT_NE(complaint({"trim", "a", "--start", "0"}).find("--end"), std::string::npos);
+    EXPECT_NE(complaint({"trim", "a", "--end", "1"}).find("--start"), std::string::npos);
+    EXPECT_NE(complaint({"trim", "a", "--start", "2", "--end", "2"}).find("after the start"), std::string::npos);
+    EXPECT_NE(complaint({"trim", "a", "--start", "2", "--end", "1"}).find("after the start"), std::string::npos);
+    EXPECT_NE(complaint({"trim", "a", "--start", "0", "--end", "1", "--output", ""}).find("--output"), std::string::npos);
+}
+
 TEST(CommandLine, StartsTheProgramWhenNothingIsSaid)
 {
     const auto command = parsed({});
@@ -116,7 +158,7 @@ TEST(CommandLine, RefusesTooLittleAndTooMuchForTheProgramThatRuns)
 TEST(CommandLine, HelpsAtEveryPlaceItIsAskedFor)
 {
     for (const QStringList& arguments : {QStringList{"--help"}, {"-h"}, {"windows", "--help"}, {"record", "-h"}, {"repair", "--help"},
-             {"toggle", "--help"}, {"select", "-h"}})
+             {"trim", "-h"}, {"toggle", "--help"}, {"select", "-h"}})
         EXPECT_EQ(commandOf<Print>(arguments).text, helpText());
     EXPECT_TRUE(commandOf<Print>({"--version"}).text.startsWith(QLatin1String("velmora ")));
 }

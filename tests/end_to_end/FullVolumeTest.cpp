@@ -1,5 +1,6 @@
-// A recording that fills its volume.
+// A recording, and a part of a clip, that fill their volume.
 
+#include "tests/support/media/WrittenClip.h"
 #include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Subjects.h"
 #include "tests/support/recording/Velmora.h"
@@ -62,6 +63,24 @@ TEST(FullVolume, EndsTheRecordingKeepsWhatWasRecordedAndSaysThatNoSpaceIsLeft)
         EXPECT_TRUE(shown.contains(*picture.reading.number()));
     }
     EXPECT_THAT(topLevelBoxes(file), ::testing::Not(::testing::Contains("moof")));
+}
+
+TEST(FullVolume, TakesNoPartOfAClipAndIsEmptyAfterwards)
+{
+    const SmallVolume volume{"256k"};
+    if (volume.error() != 0)
+        GTEST_SKIP() << "no file system can be mounted here: " << std::strerror(volume.error());
+    const TemporaryDirectory directory;
+    const auto clip = directory.path() / "clip.mp4";
+    writeClip(clip, unevenClip(1));
+    ASSERT_GT(std::filesystem::file_size(clip), 600'000U);
+    const auto outcome =
+        runVelmora({"trim", clip.string(), "--start", "0.5", "--end", "9", "--output", (volume.path() / "part.mp4").string()});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_THAT(outcome.messages, ::testing::StartsWith("Cannot trim "));
+    EXPECT_THAT(outcome.messages, ::testing::HasSubstr("No space left on device"));
+    EXPECT_TRUE(std::filesystem::is_empty(volume.path()));
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 #include "media/mp4/PosixFile.h"
 
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/media/MemoryFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <fstream>
@@ -118,6 +120,51 @@ TEST(PosixFile, DoesNotOpenADevice)
 {
     EXPECT_EQ(PosixFile::openForUpdating("/dev/full").error().code, EINVAL);
     EXPECT_EQ(PosixFile::openForReading("/dev/zero").error().code, EINVAL);
+}
+
+TEST(PosixFile, CopiesFromAnotherFileAtAnyOffset)
+{
+    const TemporaryDirectory folder;
+    const auto source = PosixFile::create(folder.path() / "source");
+    const auto target = PosixFile::create(folder.path() / "target");
+    ASSERT_TRUE(source && target);
+    std::vector<std::byte> content(3'000'000);
+    for (std::size_t i = 0; i < content.size(); ++i)
+        content[i] = static_cast<std::byte>(i * 2'654'435'761U >> 16);
+    ASSERT_TRUE((*source)->writeAt(0, content));
+    std::vector<std::byte> buffer(100'000);
+    EXPECT_EQ((*target)->copyFrom(**source, 1234, 77, 2'500'001, buffer), true);
+    EXPECT_EQ(*(*target)->size(), 2'500'078U);
+    std::vector<std::byte> copied(2'500'001);
+    EXPECT_TRUE(*(*target)->readAt(77, copied));
+    EXPECT_TRUE(std::equal(copied.begin(), copied.end(), content.begin() + 1234));
+    EXPECT_EQ((*target)->copyFrom(**source, 2'999'990, 0, 11, buffer), false) << "one byte past the end";
+}
+
+TEST(PosixFile, CopiesFromAFileThatIsNoneOfTheSystems)
+{
+    const TemporaryDirectory folder;
+    test::MemoryFile source{bytes("a file in memory")};
+    const auto target = PosixFile::create(folder.path() / "target");
+    ASSERT_TRUE(target);
+    std::vector<std::byte> buffer(3);
+    EXPECT_EQ((*target)->copyFrom(source, 2, 5, 4, buffer), true);
+    std::vector<std::byte> copied(4);
+    EXPECT_TRUE(*(*target)->readAt(5, copied));
+    EXPECT_EQ(copied, bytes("file"));
+}
+
+TEST(PosixFile, ACopyThatTheDiskDoesNotTakeIsTheSystemsError)
+{
+    const TemporaryDirectory folder;
+    const auto source = PosixFile::create(folder.path() / "source");
+    ASSERT_TRUE(source);
+    ASSERT_TRUE((*source)->writeAt(0, bytes("content")));
+    // Open for reading only.
+    const auto target = PosixFile::openForReading(folder.path() / "source");
+    ASSERT_TRUE(target);
+    std::vector<std::byte> buffer(3);
+    EXPECT_EQ((*target)->copyFrom(**source, 0, 0, 4, buffer).error().code, EBADF);
 }
 
 }  // namespace

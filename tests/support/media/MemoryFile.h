@@ -56,6 +56,11 @@ public:
         isInFolder = false;
         return {};
     }
+    Result<void> moveTo(const std::filesystem::path&) override
+    {
+        isInFolder = false;
+        return {};
+    }
 
     [[nodiscard]] std::vector<std::byte> content();
     /// Writes the content as a sparse file.

@@ -1,0 +1,133 @@
+#include "app/TrimCommand.h"
+
+#include "app/TerminationSignals.h"
+#include "library/PathUtilities.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <unistd.h>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto progressInterval = 100ms;
+
+class TrimCommand final {
+public:
+    TrimCommand(const command_line::Trim& command, const TrimServices& services) : command_(command), services_(services) { }
+
+    int run()
+    {
+        if (command_.output && isTaken(*command_.output))
+            return fail(alreadyThere(*command_.output));
+        auto session = services_.exportSessions->makeExportSession(command_.file, platform::ExportPreset::passthrough);
+        if (!session)
+            return fail(cannotTrim(session.error()));
+        session_ = std::move(*session);
+        session_->setOutputFileType(platform::AssetFileType::mpeg4);
+        session_->setTimeRange(command_.range);
+        chooseOutput();
+
+        QObject::connect(&signals_, &TerminationSignals::received, &signals_, [this] { session_->cancelExport(); });
+        if (isatty(STDERR_FILENO)) {
+            QObject::connect(&progress_, &QTimer::timeout, &progress_, [this] { printProgress(); });
+            progress_.start(progressInterval);
+        }
+        // Nothing here is let go of before end() has run.
+        session_->exportAsynchronously([this, executor = services_.mainExecutor] { executor->async([this] { end(); }); });
+        const int status = QCoreApplication::exec();
+        session_.reset();
+        return status;
+    }
+
+private:
+    // A link counts too, even one that leads nowhere: what is there is not ours to replace.
+    static bool isTaken(const std::filesystem::path& path) { return std::filesystem::exists(std::filesystem::symlink_status(path)); }
+
+    static std::string alreadyThere(const std::filesystem::path& path) { return path.native() + " is there already; choose another name."; }
+
+    [[nodiscard]] std::string cannotTrim(const Error& error) const
+    {
+        return "Cannot trim " + command_.file.native() + ": " + error.localizedDescription;
+    }
+
+    void chooseOutput()
+    {
+        if (command_.output) {
+            PathUtilities::ensureDirectoryExists(command_.output->parent_path(), *services_.fileManager);
+            session_->setOutputURL(*command_.output);
+            return;
+        }
+        // All names of one export tell the same time.
+        const auto nextName = [folder = command_.file.parent_path(), date = std::chrono::system_clock::now(),
+                                  files = services_.fileManager] {
+            return PathUtilities::generateUniqueFileURL(
+                folder, PathUtilities::prefixTrimmed, *files, PathUtilities::defaultExtension, date);
+        };
+        session_->setOutputURL(nextName());
+        session_->setNextOutputURL(nextName);
+    }
+
+    void end()
+    {
+        progress_.stop();
+        int status = command_line::failed;
+        if (session_->status() == platform::ExportSession::Status::completed) {
+            if (progressIsShown_)
+                printProgress();
+            clearProgress();
+            std::printf("%s\n", session_->outputURL().c_str());
+            std::fflush(stdout);
+            status = command_line::succeeded;
+        } else if (const auto error = session_->error()) {
+            const bool isTakenNow = command_.output && error->domain == posixErrorDomain && error->code == EEXIST;
+            fail(isTakenNow ? alreadyThere(*command_.output) : cannotTrim(*error));
+        } else {
+            fail("Cancelled.");
+        }
+        QCoreApplication::exit(status);
+    }
+
+    int fail(const std::string& message)
+    {
+        clearProgress();
+        std::fprintf(stderr, "%s\n", message.c_str());
+        return command_line::failed;
+    }
+
+    void printProgress()
+    {
+        std::fprintf(stderr, "\r\033[K%3.0f %%", session_->progress() * 100);
+        progressIsShown_ = true;
+    }
+
+    void clearProgress()
+    {
+        if (std::exchange(progressIsShown_, false))
+            std::fputs("\n", stderr);
+    }
+
+    const command_line::Trim command_;
+    const TrimServices services_;
+    std::shared_ptr<platform::ExportSession> session_;
+    TerminationSignals signals_;
+    QTimer progress_;
+    bool progressIsShown_ = false;
+};
+
+}  // namespace
+
+int runTrimCommand(const command_line::Trim& command, const TrimServices& services)
+{
+    return TrimCommand{command, services}.run();
+}
+
+}  // namespace velmora

@@ -1,0 +1,16 @@
+// A stretch of time in media.
+#pragma once
+
+#include "media/MediaTime.h"
+
+namespace velmora {
+
+/// From `start` up to, and without, `end`.
+struct TimeRange {
+    MediaTime start;
+    MediaTime end;
+
+    friend bool operator==(const TimeRange&, const TimeRange&) = default;
+};
+
+}  // namespace velmora

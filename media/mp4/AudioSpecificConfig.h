@@ -1,0 +1,13 @@
+// What kind of AAC a track holds.
+#pragma once
+
+#include <cstddef>
+#include <span>
+
+namespace velmora::mp4 {
+
+/// Whether an AudioSpecificConfig (ISO 14496-3 1.6.2.1) tells of AAC-LC and nothing on top of it. Only there does a packet need no more
+/// than the one before it: the other kinds carry state over many (long-term prediction, spectral band replication).
+[[nodiscard]] bool isPlainAacLc(std::span<const std::byte> configuration);
+
+}  // namespace velmora::mp4

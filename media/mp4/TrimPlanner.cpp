@@ -1,0 +1,501 @@
+#include "media/mp4/TrimPlanner.h"
+
+#include "media/mp4/AudioSpecificConfig.h"
+#include "media/mp4/RecordingLayout.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace velmora::mp4 {
+
+namespace {
+
+/// Between the last picture that is not shown and the first that is.
+constexpr MediaTime shortestLeadInGap{34, 1000};
+constexpr MediaTime longestLeadInGap{1, 1};
+
+/// Between the end of what is shown and pictures behind it. More than any rounding.
+constexpr MediaTime leadOutGap{1, 1000};
+
+/// A time scale from which a tick is nothing to be seen.
+constexpr std::int32_t fineTimescale = 10000;
+
+tl::unexpected<Error> unsupported(const std::string& why)
+{
+    return fail(makeError(ErrorCode::unsupported, "The file cannot be trimmed exactly: " + why + "."));
+}
+
+tl::unexpected<Error> invalidRange(const char* why)
+{
+    return fail(makeError(ErrorCode::invalidRange, why));
+}
+
+tl::unexpected<Error> tooLarge()
+{
+    return fail(makeError(ErrorCode::tooLarge, "The clip is too long for one file."));
+}
+
+Result<void> checkTrack(const Track& track)
+{
+    if (track.sampleEntryCount != 1)
+        return unsupported("a track changes its format");
+    if (const auto* video = track.format->video()) {
+        if (video->codec != FourCharacterCode{"avc1"} && video->codec != FourCharacterCode{"avc3"})
+            return unsupported("its pictures are no H.264");
+        return {};
+    }
+    const auto& audio = *track.format->audio();
+    if (audio.codec != FourCharacterCode{"mp4a"} || audio.decoderConfiguration.empty())
+        return unsupported("its sound is no AAC");
+    if (!isPlainAacLc(audio.decoderConfiguration))
+        return unsupported("its sound is a kind of AAC that cannot be cut at a packet");
+    if (track.samples.hasCompositionOffsets())
+        return unsupported("its sound is stored out of order");
+    return {};
+}
+
+/// What of a track's media is shown, and when that begins.
+struct ShownMedia {
+    MediaTime begin;  ///< on the movie's time line
+    std::int64_t mediaBegin = 0;  ///< on the track's scale, as the next one
+    std::int64_t mediaEnd = 0;
+};
+
+struct PresentedSpan {
+    std::int64_t begin = std::numeric_limits<std::int64_t>::max();
+    std::int64_t end = 0;
+};
+
+PresentedSpan presentedSpan(const SampleTable& samples)
+{
+    PresentedSpan span;
+    SampleTable::Cursor cursor{samples};
+    Sample sample;
+    while (cursor.next(sample)) {
+        const auto presented = sample.decodeTime + sample.compositionOffset;
+        span.begin = std::min(span.begin, presented);
+        span.end = std::max(span.end, presented + sample.duration);
+    }
+    return span;
+}
+
+Result<ShownMedia> shownMedia(const Movie& movie, const Track& track)
+{
+    const auto span = presentedSpan(track.samples);
+    ShownMedia shown{{0, movie.timescale}, 0, span.end};
+    bool found = false;
+    for (const auto& edit : track.edits) {
+        if (edit.mediaTime < 0) {
+            if (!found)
+                shown.begin.value += static_cast<std::int64_t>(edit.duration);
+            continue;
+        }
+        if (found)
+            return unsupported("it is put together from several parts");
+        if (!edit.isAtNormalSpeed)
+            return unsupported("it is not shown at the speed at which it was taken");
+        found = true;
+        shown.mediaBegin = edit.mediaTime;
+        if (edit.duration == 0)
+            continue;
+        const auto end = edit.mediaTime + static_cast<std::int64_t>(rescaled(edit.duration, movie.timescale, track.timescale));
+        // The movie's scale may not be able to tell the end of the media.
+        const MediaTime missing = MediaTime{span.end, track.timescale} - MediaTime{end, track.timescale};
+        if (missing >= MediaTime{1, movie.timescale})
+            shown.mediaEnd = end;
+    }
+    if (!track.edits.empty() && !found)
+        shown.mediaEnd = shown.mediaBegin;
+    if (span.begin > shown.mediaBegin) {
+        shown.begin = shown.begin + MediaTime{span.begin - shown.mediaBegin, track.timescale};
+        shown.mediaBegin = span.begin;
+    }
+    shown.mediaEnd = std::max(shown.mediaEnd, shown.mediaBegin);
+    return shown;
+}
+
+MediaTime endOf(const ShownMedia& shown, const Track& track)
+{
+    return shown.begin + MediaTime{shown.mediaEnd - shown.mediaBegin, track.timescale};
+}
+
+/// The part of the movie that is kept.
+struct Kept {
+    TimeRange range;
+    bool isWhole = false;  ///< the range is all there is
+};
+
+Result<Kept> keptRange(const TimeRange& range, MediaTime duration)
+{
+    if (!range.start.isValid() || !range.end.isValid())
+        return invalidRange("There is no such range.");
+    Kept kept{range, false};
+    kept.range.start = std::max(range.start, MediaTime::zero());
+    if (!(kept.range.start < range.end))
+        return invalidRange("The range ends before it begins.");
+    if (range.end >= duration.converted(range.end.timescale))
+        kept.range.end = duration;
+    if (!(kept.range.start < duration))
+        return invalidRange("The range begins after the end of the clip.");
+    kept.isWhole = kept.range.start == MediaTime::zero() && kept.range.end >= duration;
+    return kept;
+}
+
+/// A track's part, before it is known on what scale the movie tells its edits.
+struct PlannedTrack {
+    Track track;
+    MediaTime begin;  ///< of what is shown, from the range's beginning
+    std::int64_t mediaTime = 0;  ///< where that is in the new media
+    std::int64_t shown = 0;  ///< how long, on the track's scale
+};
+
+Track emptyCopy(const Track& source)
+{
+    Track track = source;
+    track.samples = SampleTable{};
+    track.edits.clear();
+    return track;
+}
+
+/// The pictures of a track on a scale that is fine enough to be cut on.
+class PicturePlanner {
+public:
+    PicturePlanner(const Track& source, const ShownMedia& shown, const Kept& kept)
+        : source_(source)
+        , kept_(kept)
+        , factor_(source.timescale >= fineTimescale ? 1 : (videoTimescale + source.timescale - 1) / source.timescale)
+        , timescale_(source.timescale * factor_)
+        , begin_(shown.begin)
+        , mediaBegin_(shown.mediaBegin * factor_)
+        , mediaEnd_(shown.mediaEnd * factor_)
+        , samples_(source.samples.expanded())
+    {
+        for (auto& sample : samples_)
+            sample.decodeTime *= factor_;
+    }
+
+    Result<PlannedTrack> plan()
+    {
+        if (kept_.range.end <= begin_)
+            return fail(makeError(ErrorCode::nothingInside, "There is no picture in that range."));
+        chooseSpan();
+        chooseSamples();
+        if (!(kept_.isWhole ? placeWhole() : place()))
+            return tooLarge();
+        return result();
+    }
+
+private:
+    [[nodiscard]] std::int64_t presented(std::size_t index) const
+    {
+        return samples_[index].decodeTime + std::int64_t{samples_[index].compositionOffset} * factor_;
+    }
+
+    [[nodiscard]] std::int64_t ticks(MediaTime time) const { return time.converted(timescale_).value; }
+
+    void chooseSpan()
+    {
+        const auto& range = kept_.range;
+        spanBegin_ = mediaBegin_ + (range.start > begin_ ? ticks(range.start - begin_) : 0);
+        // What the movie shows no longer is held; nothing else is to be seen there.
+        spanEnd_ = spanBegin_ < mediaEnd_ ? std::min(mediaEnd_, mediaBegin_ + ticks(range.end - begin_))
+                                          : spanBegin_ + ticks(range.end - range.start);
+        spanEnd_ = std::max(spanEnd_, spanBegin_ + 1);
+        visibleEnd_ = std::min(spanEnd_, mediaEnd_);
+    }
+
+    void chooseSamples()
+    {
+        // The picture that is presented last at or before the beginning; the first one where the edit begins before it.
+        std::optional<std::size_t> shown;
+        const auto latest = std::min(spanBegin_, mediaEnd_ - 1);
+        for (std::size_t i = 0; i < samples_.size(); ++i) {
+            if (presented(i) <= latest && (!shown || presented(i) >= presented(*shown)))
+                shown = i;
+        }
+        firstShown_ = shown.value_or(0);
+        first_ = kept_.isWhole ? 0 : closedSyncSample();
+        last_ = firstShown_;
+        for (std::size_t i = firstShown_; i < samples_.size(); ++i) {
+            if (kept_.isWhole || presented(i) < visibleEnd_)
+                last_ = i;
+        }
+    }
+
+    /// The sync sample, last before the first shown picture, that divides the track: nothing on one side is presented beyond it. What
+    /// follows another kind may need pictures from before it.
+    [[nodiscard]] std::size_t closedSyncSample() const
+    {
+        std::vector<std::size_t> candidates;
+        auto latest = std::numeric_limits<std::int64_t>::min();
+        for (std::size_t i = 0; i <= firstShown_; ++i) {
+            if (samples_[i].isSync && presented(i) >= latest)
+                candidates.push_back(i);
+            latest = std::max(latest, presented(i));
+        }
+        auto earliest = std::numeric_limits<std::int64_t>::max();
+        for (std::size_t i = samples_.size(); i-- > 0 && !candidates.empty();) {
+            if (i == candidates.back()) {
+                if (presented(i) <= earliest)
+                    return i;
+                candidates.pop_back();
+            }
+            earliest = std::min(earliest, presented(i));
+        }
+        return 0;
+    }
+
+    [[nodiscard]] bool isBeforeFirstShown(std::size_t index) const
+    {
+        return std::pair{presented(index), index} < std::pair{presented(firstShown_), firstShown_};
+    }
+
+    /// New times for the chosen samples, presentation first.
+    bool place()
+    {
+        std::vector<std::size_t> before;
+        std::vector<std::size_t> after;
+        for (auto i = first_; i <= last_; ++i) {
+            if (isBeforeFirstShown(i))
+                before.push_back(i);
+            else if (i != firstShown_ && presented(i) >= visibleEnd_)
+                after.push_back(i);
+        }
+        const auto count = last_ - first_ + 1;
+        edit_ = before.empty() ? 0 : static_cast<std::int64_t>(before.size()) - 1 + leadInGap(before.size(), count);
+        end_ = edit_ + spanEnd_ - spanBegin_;
+
+        std::vector<std::int64_t> presentation(count);
+        for (auto i = first_; i <= last_; ++i)
+            presentation[i - first_] = edit_ + std::max<std::int64_t>(0, presented(i) - spanBegin_);
+        presentation[firstShown_ - first_] = edit_;
+        line(before, 0, presentation);
+        // Decoded for others that are shown.
+        line(after, end_ + ticks(leadOutGap), presentation);
+        const auto mediaEnd = after.empty() ? end_ : end_ + ticks(leadOutGap) + static_cast<std::int64_t>(after.size());
+        return append(presentation, decodeTimes(presentation), mediaEnd - presentation.back());
+    }
+
+    /// Presents samples in their order, a tick each.
+    void line(std::vector<std::size_t>& samples, std::int64_t begin, std::vector<std::int64_t>& presentation) const
+    {
+        std::stable_sort(samples.begin(), samples.end(), [this](std::size_t a, std::size_t b) { return presented(a) < presented(b); });
+        for (const auto index : samples)
+            presentation[index - first_] = begin++;
+    }
+
+    /// Some decoders (GStreamer's) take every picture to last as long as all do on average, from the second on, and show those that would
+    /// reach into the edit.
+    [[nodiscard]] std::int64_t leadInGap(std::size_t before, std::size_t count) const
+    {
+        const auto pictures = static_cast<double>(count - 1);
+        const auto shown = static_cast<double>(spanEnd_ - spanBegin_) + static_cast<double>(before);
+        // They round the average to a usual number of pictures a second.
+        constexpr double leeway = 1.015;
+        // With more than one picture before, the gap itself counts.
+        const double average = leeway * shown / (before == 1 ? pictures : std::max(pictures - leeway, 0.5));
+        return std::clamp(static_cast<std::int64_t>(std::min(average, 1e15)) + 1, ticks(shortestLeadInGap), ticks(longestLeadInGap));
+    }
+
+    /// Each is decoded as late as it may be, but from where the range begins not later than its own time had it.
+    [[nodiscard]] std::vector<std::int64_t> decodeTimes(const std::vector<std::int64_t>& presentation) const
+    {
+        std::vector<std::int64_t> times(presentation.size());
+        auto latest = std::numeric_limits<std::int64_t>::max();
+        for (std::size_t i = presentation.size(); i-- > 0;) {
+            const auto own = samples_[first_ + i].decodeTime;
+            times[i] = std::min(presentation[i], latest);
+            if (own >= spanBegin_)
+                times[i] = std::min(times[i], edit_ + own - spanBegin_);
+            latest = times[i];
+            if (i > 0 && samples_[first_ + i - 1].decodeTime < own)
+                --latest;
+        }
+        return times;
+    }
+
+    /// The times of the source as they are.
+    bool placeWhole()
+    {
+        std::vector<std::int64_t> presentation;
+        std::vector<std::int64_t> decode;
+        for (std::size_t i = 0; i < samples_.size(); ++i) {
+            presentation.push_back(presented(i));
+            decode.push_back(samples_[i].decodeTime);
+        }
+        edit_ = spanBegin_;
+        end_ = spanEnd_;
+        return append(presentation, decode, std::int64_t{samples_.back().duration} * factor_);
+    }
+
+    bool append(const std::vector<std::int64_t>& presentation, const std::vector<std::int64_t>& decode, std::int64_t lastDuration)
+    {
+        for (std::size_t i = 0; i < decode.size(); ++i) {
+            const auto& sample = samples_[first_ + i];
+            const auto offset = presentation[i] - decode[i];
+            if (offset > std::numeric_limits<std::int32_t>::max() || offset < std::numeric_limits<std::int32_t>::min())
+                return false;
+            if (!planned_.append(
+                    {sample.offset, sample.size, decode[i] - decode.front(), static_cast<std::int32_t>(offset), sample.isSync}))
+                return false;
+        }
+        if (lastDuration > std::numeric_limits<std::uint32_t>::max())
+            return false;
+        planned_.setLastDuration(static_cast<std::uint32_t>(lastDuration));
+        edit_ -= decode.front();
+        end_ -= decode.front();
+        return true;
+    }
+
+    PlannedTrack result()
+    {
+        PlannedTrack planned{emptyCopy(source_), MediaTime::zero(), edit_, end_ - edit_};
+        planned.track.timescale = timescale_;
+        planned.track.samples = std::move(planned_);
+        if (begin_ > kept_.range.start)
+            planned.begin = begin_ - kept_.range.start;
+        return planned;
+    }
+
+    const Track& source_;
+    const Kept& kept_;
+    const std::int32_t factor_;
+    const std::int32_t timescale_;
+    const MediaTime begin_;
+    const std::int64_t mediaBegin_;
+    const std::int64_t mediaEnd_;
+    std::vector<Sample> samples_;  ///< decode times on the new scale
+
+    // On the source's time line, the new scale.
+    std::int64_t spanBegin_ = 0;
+    std::int64_t spanEnd_ = 0;
+    std::int64_t visibleEnd_ = 0;  ///< what is presented from there on is not shown
+    std::size_t firstShown_ = 0;
+    std::size_t first_ = 0;
+    std::size_t last_ = 0;
+
+    SampleTable planned_;
+    // On the new media's time line.
+    std::int64_t edit_ = 0;
+    std::int64_t end_ = 0;
+};
+
+/// None when nothing of it is heard in the range.
+Result<std::optional<PlannedTrack>> planSound(const Track& source, const ShownMedia& shown, const Kept& kept)
+{
+    const auto& range = kept.range;
+    if (range.end <= shown.begin)
+        return std::nullopt;
+    const auto at = [&](MediaTime time) { return shown.mediaBegin + (time - shown.begin).converted(source.timescale).value; };
+    const auto begin = range.start > shown.begin ? at(range.start) : shown.mediaBegin;
+    const auto end = std::min(shown.mediaEnd, at(range.end));
+    if (begin >= end)
+        return std::nullopt;
+
+    const auto samples = source.samples.expanded();
+    const auto startsAfter = [](std::int64_t time, const Sample& sample) { return time < sample.decodeTime; };
+    const auto next = std::upper_bound(samples.begin(), samples.end(), begin, startsAfter);
+    // The packet that holds the beginning, and the one before it.
+    auto first = next - std::min<std::ptrdiff_t>(next - samples.begin(), 2);
+    auto last = std::upper_bound(samples.begin(), samples.end(), end - 1, startsAfter) - 1;
+    if (kept.isWhole) {
+        first = samples.begin();
+        last = samples.end() - 1;
+    }
+
+    PlannedTrack planned{emptyCopy(source), MediaTime::zero(), begin - first->decodeTime, end - begin};
+    for (auto sample = first; sample <= last; ++sample) {
+        if (!planned.track.samples.append({sample->offset, sample->size, sample->decodeTime - first->decodeTime, 0, sample->isSync}))
+            return tooLarge();
+    }
+    // Readers that take the media's duration for the track's are told the truth too.
+    planned.track.samples.setLastDuration(kept.isWhole ? last->duration
+                                                       : static_cast<std::uint32_t>(std::clamp<std::int64_t>(end - last->decodeTime,
+                                                           std::min<std::uint32_t>(1, last->duration), last->duration)));
+    if (shown.begin > range.start)
+        planned.begin = shown.begin - range.start;
+    return planned;
+}
+
+void setEdits(PlannedTrack& planned, std::int32_t movieTimescale)
+{
+    const auto begin = planned.begin.converted(movieTimescale).value;
+    // The end is rounded, not the length: tracks that end together end together.
+    const auto end = (planned.begin + MediaTime{planned.shown, planned.track.timescale}).converted(movieTimescale).value;
+    auto& track = planned.track;
+    if (begin > 0)
+        track.edits.push_back({static_cast<std::uint64_t>(begin), -1});
+    if (begin > 0 || planned.mediaTime > 0 || static_cast<std::uint64_t>(planned.shown) != track.samples.duration())
+        track.edits.push_back({static_cast<std::uint64_t>(std::max<std::int64_t>(1, end - begin)), planned.mediaTime});
+}
+
+}  // namespace
+
+Result<Movie> planTrim(const Movie& source, const TimeRange& range)
+{
+    struct Candidate {
+        const Track* track;
+        ShownMedia shown;
+    };
+    std::vector<Candidate> candidates;
+    std::size_t pictureTracks = 0;
+    MediaTime duration{0, source.timescale};
+    for (const auto& track : source.tracks) {
+        if (track.samples.isEmpty())
+            continue;
+        if (const auto result = checkTrack(track); !result)
+            return fail(result.error());
+        const auto shown = shownMedia(source, track);
+        if (!shown)
+            return fail(shown.error());
+        duration = std::max(duration, endOf(*shown, track));
+        pictureTracks += track.isVideo() ? 1U : 0U;
+        candidates.push_back({&track, *shown});
+    }
+    if (pictureTracks == 0)
+        return fail(makeError(ErrorCode::nothingInside, "The file has no pictures."));
+    if (pictureTracks > 1)
+        return unsupported("it has more than one track of pictures");
+    const auto kept = keptRange(range, duration);
+    if (!kept)
+        return fail(kept.error());
+
+    std::vector<PlannedTrack> planned;
+    std::int32_t soundTimescale = 0;
+    std::int32_t pictureTimescale = 0;
+    for (const auto& [track, shown] : candidates) {
+        if (track->isVideo()) {
+            auto pictures = PicturePlanner{*track, shown, *kept}.plan();
+            if (!pictures)
+                return fail(pictures.error());
+            pictureTimescale = pictures->track.timescale;
+            planned.push_back(std::move(*pictures));
+            continue;
+        }
+        auto sound = planSound(*track, shown, *kept);
+        if (!sound)
+            return fail(sound.error());
+        if (!*sound)
+            continue;
+        if (soundTimescale == 0)
+            soundTimescale = track->timescale;
+        planned.push_back(std::move(**sound));
+    }
+
+    Movie movie;
+    // One scale on which the edges of the sound are exact.
+    movie.timescale = soundTimescale > 0 ? soundTimescale : pictureTimescale;
+    if (kept->isWhole && !source.isFragmented)
+        movie.timescale = source.timescale;
+    movie.creationTime = source.creationTime;
+    for (auto& track : planned) {
+        setEdits(track, movie.timescale);
+        movie.tracks.push_back(std::move(track.track));
+    }
+    return movie;
+}
+
+}  // namespace velmora::mp4

@@ -1,0 +1,154 @@
+#include "media/mp4/Trimmer.h"
+
+#include "media/mp4/MovieReader.h"
+#include "media/mp4/RecordingLayout.h"
+#include "media/mp4/Repair.h"
+#include "media/mp4/TrimPlanner.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace velmora::mp4 {
+
+namespace {
+
+constexpr std::size_t bufferSize = std::size_t{1} << 20;
+
+/// Bytes that follow one another in the source and in the target.
+struct Extent {
+    std::uint64_t from = 0;
+    std::uint64_t size = 0;
+};
+
+/// The media of a plan in the order of the source, without gaps.
+class MediaLayout {
+public:
+    explicit MediaLayout(const Movie& plan)
+    {
+        for (std::size_t track = 0; track < plan.tracks.size(); ++track)
+            addChunks(track, plan.tracks[track].samples);
+        std::stable_sort(chunks_.begin(), chunks_.end(), [](const Chunk& a, const Chunk& b) { return a.from < b.from; });
+        for (auto& chunk : chunks_) {
+            chunk.to = size_;
+            size_ += chunk.size;
+            if (!extents_.empty() && extents_.back().from + extents_.back().size == chunk.from)
+                extents_.back().size += chunk.size;
+            else
+                extents_.push_back({chunk.from, chunk.size});
+        }
+    }
+
+    [[nodiscard]] std::uint64_t size() const { return size_; }
+    [[nodiscard]] const std::vector<Extent>& extents() const { return extents_; }
+
+    /// Has the samples of `plan` lie where this layout puts them when the media begins at `begin`.
+    void apply(Movie& plan, std::uint64_t begin) const
+    {
+        std::vector<std::vector<std::uint64_t>> offsets;
+        for (const auto& track : plan.tracks)
+            offsets.emplace_back(track.samples.chunks().size());
+        for (const auto& chunk : chunks_)
+            offsets[chunk.track][chunk.index] = begin + chunk.to;
+        for (std::size_t track = 0; track < plan.tracks.size(); ++track)
+            plan.tracks[track].samples.setChunkOffsets(offsets[track]);
+    }
+
+private:
+    struct Chunk {
+        std::size_t track = 0;
+        std::size_t index = 0;
+        std::uint64_t from = 0;
+        std::uint64_t to = 0;
+        std::uint64_t size = 0;
+    };
+
+    void addChunks(std::size_t track, const SampleTable& samples)
+    {
+        auto size = samples.sizes().begin();
+        for (std::size_t index = 0; index < samples.chunks().size(); ++index) {
+            Chunk chunk{track, index, samples.chunks()[index].offset, 0, 0};
+            for (std::uint32_t i = 0; i < samples.chunks()[index].sampleCount; ++i)
+                chunk.size += *size++;
+            chunks_.push_back(chunk);
+        }
+    }
+
+    std::vector<Chunk> chunks_;
+    std::vector<Extent> extents_;
+    std::uint64_t size_ = 0;
+};
+
+/// The bytes before the media; they and the plan agree on where the media begins.
+std::vector<std::byte> headOf(Movie& plan, const MediaLayout& layout)
+{
+    // Offsets beyond 4 GiB make the index larger, which moves them further: never back.
+    std::uint64_t begin = 0;
+    for (;;) {
+        layout.apply(plan, begin);
+        auto head = serializeWholeHead(plan, layout.size());
+        if (head.size() == begin)
+            return head;
+        begin = head.size();
+    }
+}
+
+}  // namespace
+
+Result<Movie> readAndPlanTrim(File& source, const TimeRange& range)
+{
+    auto read = readMovie(source);
+    if (read && read->recording && !read->recording->isFinished) {
+        read = readWholeFragments(source);
+        // It may have been finished in between.
+        if (read && read->movie.isFragmented)
+            closeRecordedMovie(read->movie, {});
+    }
+    if (!read)
+        return fail(read.error());
+    return planTrim(read->movie, range);
+}
+
+Result<TrimOutcome> writeTrim(File& source, Movie plan, File& target, const TrimProgress& progress, const TrimOptions& options)
+{
+    plan.creationTime = options.creationTime;
+    const MediaLayout layout{plan};
+    const auto sourceSize = source.size();
+    if (!sourceSize)
+        return fail(sourceSize.error());
+    // A few bytes of a file can be claimed by as many samples as one may have.
+    if (layout.size() > *sourceSize)
+        return fail(makeError(ErrorCode::damaged, "The file is damaged: its samples share their bytes."));
+    const auto head = headOf(plan, layout);
+    if (const auto result = target.writeAt(0, head); !result)
+        return fail(result.error());
+
+    std::vector<std::byte> buffer(std::min(bufferSize, options.largestBlock));
+    std::uint64_t done = 0;
+    for (auto extent : layout.extents()) {
+        while (extent.size > 0) {
+            if (progress && !progress(static_cast<double>(done) / static_cast<double>(layout.size())))
+                return TrimOutcome::cancelled;
+            const auto block = std::min<std::uint64_t>(extent.size, options.largestBlock);
+            const auto complete = target.copyFrom(source, extent.from, head.size() + done, block, buffer);
+            if (!complete)
+                return fail(complete.error());
+            if (!*complete)
+                return fail(makeError(ErrorCode::damaged, "The file became shorter while it was trimmed."));
+            extent.from += block;
+            extent.size -= block;
+            done += block;
+        }
+    }
+    return progress && !progress(1) ? TrimOutcome::cancelled : TrimOutcome::written;
+}
+
+Result<TrimOutcome> trim(File& source, const TimeRange& range, File& target, const TrimProgress& progress, const TrimOptions& options)
+{
+    auto plan = readAndPlanTrim(source, range);
+    if (!plan)
+        return fail(plan.error());
+    return writeTrim(source, std::move(*plan), target, progress, options);
+}
+
+}  // namespace velmora::mp4

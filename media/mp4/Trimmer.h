@@ -1,0 +1,38 @@
+// Writes a part of a movie to a file of its own, without encoding anything.
+#pragma once
+
+#include "media/TimeRange.h"
+#include "media/mp4/File.h"
+#include "media/mp4/Movie.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+namespace velmora::mp4 {
+
+struct TrimOptions {
+    std::uint64_t creationTime = currentFileTime();
+    std::size_t largestBlock = std::size_t{8} << 20;  ///< bytes that are copied from one call of the progress to the next
+};
+
+enum class TrimOutcome { written, cancelled };
+
+/// Told from 0 to 1; false cancels.
+using TrimProgress = std::function<bool(double)>;
+
+/// Writes the part of `source` that planTrim() plans for `range` into `target`, which is empty: an ordinary MP4 of this writer, its
+/// index in front and nothing in it that the part does not need. An unfinished recording of ours is trimmed as far as its whole fragments
+/// go. `source` is only read. Waits for the disks, but does not make sure that the bytes have reached them. What is wrong with the range
+/// or the source is found before anything is written; after another failure or a cancel `target` is good for nothing. Errors: those of
+/// readMovie() and planTrim(), the system's.
+Result<TrimOutcome> trim(
+    File& source, const TimeRange& range, File& target, const TrimProgress& progress = {}, const TrimOptions& options = {});
+
+/// The first half of it: reads and plans only.
+Result<Movie> readAndPlanTrim(File& source, const TimeRange& range);
+
+/// The second half. Precondition: `plan` is of this `source`.
+Result<TrimOutcome> writeTrim(File& source, Movie plan, File& target, const TrimProgress& progress = {}, const TrimOptions& options = {});
+
+}  // namespace velmora::mp4

@@ -1,0 +1,128 @@
+#include "media/mp4/PendingFile.h"
+
+#include "tests/media/mp4/RenameFault.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <cerrno>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace velmora::mp4 {
+namespace {
+
+using velmora::test::renameError;
+using velmora::test::TemporaryDirectory;
+
+class PendingFileTest : public ::testing::Test {
+protected:
+    ~PendingFileTest() override { renameError = 0; }
+
+    std::unique_ptr<PendingFile> create()
+    {
+        auto pending = PendingFile::create(folder.path());
+        EXPECT_TRUE(pending);
+        const std::string text = "whole";
+        EXPECT_TRUE((*pending)->file().writeAt(0, std::as_bytes(std::span{text})));
+        return std::move(*pending);
+    }
+
+    [[nodiscard]] std::vector<std::string> names() const
+    {
+        std::vector<std::string> found;
+        for (const auto& entry : std::filesystem::directory_iterator{folder.path()})
+            found.push_back(entry.path().filename());
+        return found;
+    }
+
+    [[nodiscard]] std::string contentOf(const std::string& name) const
+    {
+        std::ifstream stream{folder.path() / name};
+        return {std::istreambuf_iterator<char>{stream}, {}};
+    }
+
+    const TemporaryDirectory folder;
+};
+
+TEST_F(PendingFileTest, LiesUnderAHiddenNameThatIsNoClips)
+{
+    const auto pending = create();
+    ASSERT_EQ(names().size(), 1U);
+    EXPECT_TRUE(names()[0].starts_with('.'));
+    EXPECT_FALSE(names()[0].ends_with(".mp4"));
+}
+
+TEST_F(PendingFileTest, GetsItsNameWhenItIsPublishedAndKeepsIt)
+{
+    auto pending = create();
+    EXPECT_TRUE(pending->sync());
+    ASSERT_TRUE(pending->publish(folder.path() / "clip.mp4"));
+    pending->discard();
+    pending.reset();
+    EXPECT_EQ(names(), std::vector<std::string>{"clip.mp4"});
+    EXPECT_EQ(contentOf("clip.mp4"), "whole");
+}
+
+TEST_F(PendingFileTest, IsGoneWhenItIsNotPublished)
+{
+    create().reset();
+    EXPECT_TRUE(names().empty());
+}
+
+TEST_F(PendingFileTest, IsGoneAtOnceWhenItIsDiscardedAndCannotBePublishedAfterwards)
+{
+    const auto pending = create();
+    pending->discard();
+    EXPECT_TRUE(names().empty());
+    EXPECT_EQ(pending->publish(folder.path() / "clip.mp4").error().code, ENOENT);
+    EXPECT_TRUE(names().empty());
+}
+
+TEST_F(PendingFileTest, ReplacesNothingAndMayTryAnotherName)
+{
+    for (const int error : {0, EINVAL, ENOSYS}) {
+        SCOPED_TRACE(error);
+        renameError = error;
+        std::ofstream{folder.path() / "clip.mp4"} << "mine";
+        std::filesystem::create_symlink(folder.path() / "nowhere", folder.path() / "link.mp4");
+        std::filesystem::create_directory(folder.path() / "folder.mp4");
+        const auto pending = create();
+        for (const char* name : {"clip.mp4", "link.mp4", "folder.mp4"})
+            EXPECT_EQ(pending->publish(folder.path() / name).error().code, EEXIST) << name;
+        ASSERT_TRUE(pending->publish(folder.path() / "clip-1.mp4"));
+        EXPECT_EQ(contentOf("clip.mp4"), "mine");
+        EXPECT_EQ(contentOf("clip-1.mp4"), "whole");
+        EXPECT_EQ(names().size(), 4U);
+        for (const auto& name : names())
+            std::filesystem::remove(folder.path() / name);
+    }
+}
+
+TEST_F(PendingFileTest, AFileSystemThatRefusesForAnotherReasonIsBelieved)
+{
+    renameError = EROFS;
+    const auto pending = create();
+    EXPECT_EQ(pending->publish(folder.path() / "clip.mp4").error().code, EROFS);
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "clip.mp4"));
+}
+
+TEST_F(PendingFileTest, AFolderThatTakesNoFileIsAnErrorThatNamesIt)
+{
+    const auto missing = PendingFile::create(folder.path() / "missing");
+    ASSERT_FALSE(missing);
+    EXPECT_EQ(missing.error().code, ENOENT);
+    EXPECT_NE(missing.error().localizedDescription.find("missing"), std::string::npos);
+    EXPECT_EQ(missing.error().localizedDescription.find(".part"), std::string::npos);
+}
+
+TEST_F(PendingFileTest, TwoInOneFolderDoNotMeet)
+{
+    const auto first = create();
+    const auto second = create();
+    EXPECT_EQ(names().size(), 2U);
+}
+
+}  // namespace
+}  // namespace velmora::mp4

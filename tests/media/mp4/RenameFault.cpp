@@ -1,0 +1,23 @@
+#include "tests/media/mp4/RenameFault.h"
+
+#include <cerrno>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace velmora::test {
+
+std::atomic<int> renameError{0};
+
+}  // namespace velmora::test
+
+// Stands before the C library's.
+extern "C" int renameat2(int oldFolder, const char* oldPath, int newFolder, const char* newPath, unsigned int flags) noexcept;
+
+int renameat2(int oldFolder, const char* oldPath, int newFolder, const char* newPath, unsigned int flags) noexcept
+{
+    if (const int error = velmora::test::renameError; error > 0) {
+        errno = error;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_renameat2, oldFolder, oldPath, newFolder, newPath, flags));
+}
