@@ -1,0 +1,324 @@
+#include "library/views/ClipPreviewModel.h"
+
+#include "library/PathUtilities.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+/// A slider of no length is none.
+constexpr double shortestRange = 0.1;
+constexpr std::int32_t preferredTimescale = 600;
+constexpr MediaTime observationInterval{1, 10};
+constexpr int thumbnailWidth = 192;
+constexpr int thumbnailHeight = 108;
+
+MediaTime mediaTime(double seconds)
+{
+    return MediaTime::fromSeconds(seconds, preferredTimescale);
+}
+
+/// The first time of the preferred scale at which that picture is shown.
+double secondsOfPicture(MediaTime begin)
+{
+    auto time = begin.converted(preferredTimescale);
+    if (time < begin)
+        time.value += 1;
+    return time.seconds();
+}
+
+QImage image(const PixelBufferRef& picture)
+{
+    auto* owner = new PixelBufferRef{picture};
+    return {reinterpret_cast<const uchar*>(picture->baseAddress), picture->width, picture->height,
+        static_cast<qsizetype>(picture->bytesPerRow), QImage::Format_RGB32,
+        [](void* buffer) { delete static_cast<PixelBufferRef*>(buffer); }, owner};
+}
+
+}  // namespace
+
+ClipPreviewModel::ClipPreviewModel(std::filesystem::path clipURL, Services services, QObject* parent)
+    : QObject(parent), clipURL_(std::move(clipURL)), services_(std::move(services))
+{
+}
+
+ClipPreviewModel::~ClipPreviewModel()
+{
+    self_.reset();
+    tearDown();
+}
+
+void ClipPreviewModel::setupPlayer()
+{
+    if (player_)
+        return;
+    problem_.clear();
+    auto player = services_.players->makePlayer(clipURL_);
+    if (!player)
+        return fail(QString::fromStdString(player.error().localizedDescription));
+    player_ = std::move(*player);
+    player_->setPictureObserver([this] { emit pictureChanged(); });
+    player_->setFailureObserver([this](const Error& error) { fail(QString::fromStdString(error.localizedDescription)); });
+    timeObserverToken_ = player_->addPeriodicTimeObserver(observationInterval, [this](MediaTime time) { timePassed(time); });
+    emit playerChanged();
+
+    services_.assetReader->loadDuration(
+        clipURL_, [later = std::weak_ptr(self_), executor = services_.mainExecutor](Result<MediaTime> duration) {
+            executor->async([later, duration = std::move(duration)] {
+                if (const auto self = later.lock(); self && duration)
+                    (*self)->setDuration(duration->seconds());
+            });
+        });
+    services_.assetReader->loadPictureTimes(
+        clipURL_, [later = std::weak_ptr(self_), executor = services_.mainExecutor](Result<std::vector<MediaTime>> times) {
+            executor->async([later, times = std::move(times)]() mutable {
+                if (const auto self = later.lock(); self && times)
+                    (*self)->pictureTimes_ = std::move(*times);
+            });
+        });
+}
+
+void ClipPreviewModel::tearDown()
+{
+    if (!player_)
+        return;
+    player_->pause();
+    if (timeObserverToken_)
+        player_->removeTimeObserver(*std::exchange(timeObserverToken_, {}));
+    player_.reset();
+    setPlaying(false);
+    emit playerChanged();
+}
+
+QString ClipPreviewModel::playSymbol() const
+{
+    return isPlaying_ ? QStringLiteral("pause.circle.fill") : QStringLiteral("play.circle.fill");
+}
+
+QString ClipPreviewModel::playAction() const
+{
+    return isPlaying_ ? QStringLiteral("Pause") : QStringLiteral("Play");
+}
+
+double ClipPreviewModel::scrubMaximum() const
+{
+    return std::max(totalDuration_, shortestRange);
+}
+
+double ClipPreviewModel::startMaximum() const
+{
+    return std::max(trimEndTime_, shortestRange);
+}
+
+QString ClipPreviewModel::formatTime(double seconds)
+{
+    if (!std::isfinite(seconds))
+        return QStringLiteral("00:00");
+    const auto whole = static_cast<qint64>(std::llround(seconds));
+    return QStringLiteral("%1:%2").arg(whole / 60, 2, 10, QLatin1Char('0')).arg(whole % 60, 2, 10, QLatin1Char('0'));
+}
+
+bool ClipPreviewModel::drawPicture(const platform::PictureTarget& target) const
+{
+    return player_ && player_->drawPicture(target);
+}
+
+void ClipPreviewModel::togglePlaying()
+{
+    if (!player_)
+        return;
+    setPlaying(!isPlaying_);
+    if (isPlaying_)
+        player_->play();
+    else
+        player_->pause();
+}
+
+void ClipPreviewModel::timePassed(MediaTime time)
+{
+    currentTime_ = time.seconds();
+    emit currentTimeChanged();
+    // Both on the player's scale: a rounded end has to be reached too.
+    if (isPlaying_ && (trimEndTime_ <= currentTime_ || mediaTime(trimEndTime_) <= time)) {
+        player_->pause();
+        setPlaying(false);
+    }
+}
+
+void ClipPreviewModel::setPlaying(bool isPlaying)
+{
+    if (std::exchange(isPlaying_, isPlaying) != isPlaying)
+        emit isPlayingChanged();
+}
+
+void ClipPreviewModel::setDuration(double seconds)
+{
+    totalDuration_ = seconds;
+    setTrim(trimStartTime_, totalDuration_);
+    if (thumbnails_.empty())
+        loadThumbnail(0);
+}
+
+void ClipPreviewModel::setTrim(double start, double end)
+{
+    trimStartTime_ = start;
+    trimEndTime_ = end;
+    if (player_)
+        player_->setForwardPlaybackEndTime(mediaTime(trimEndTime_));
+    emit boundsChanged();
+    emit trimChanged();
+}
+
+void ClipPreviewModel::seek(double seconds)
+{
+    currentTime_ = seconds;
+    if (player_)
+        player_->seek(mediaTime(seconds));
+    emit currentTimeChanged();
+}
+
+void ClipPreviewModel::scrub(double seconds)
+{
+    seek(seconds);
+}
+
+void ClipPreviewModel::moveTrimStart(double seconds)
+{
+    setTrim(seconds, trimEndTime_);
+    seek(seconds);
+}
+
+void ClipPreviewModel::moveTrimEnd(double seconds)
+{
+    setTrim(trimStartTime_, seconds);
+    seek(seconds);
+}
+
+double ClipPreviewModel::steppedTime(double seconds, int pictures) const
+{
+    if (pictureTimes_.empty())
+        return seconds;
+    const auto time = mediaTime(seconds);
+    const auto next =
+        std::upper_bound(pictureTimes_.begin(), pictureTimes_.end(), time, [](MediaTime value, MediaTime begin) { return value < begin; });
+    const auto shown = std::max<std::ptrdiff_t>(0, next - pictureTimes_.begin() - 1);
+    const auto last = static_cast<std::ptrdiff_t>(pictureTimes_.size()) - 1;
+    const auto wanted = shown + pictures;
+    // Behind the last picture there is the clip's end.
+    if (wanted > last)
+        return std::max(totalDuration_, seconds);
+    return secondsOfPicture(pictureTimes_[static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, wanted))]);
+}
+
+void ClipPreviewModel::stepCurrentTime(int pictures)
+{
+    seek(std::min(steppedTime(currentTime_, pictures), scrubMaximum()));
+}
+
+void ClipPreviewModel::stepTrimStart(int pictures)
+{
+    moveTrimStart(std::clamp(steppedTime(trimStartTime_, pictures), 0.0, startMaximum()));
+}
+
+void ClipPreviewModel::stepTrimEnd(int pictures)
+{
+    moveTrimEnd(std::clamp(steppedTime(trimEndTime_, pictures), endMinimum(), scrubMaximum()));
+}
+
+void ClipPreviewModel::setTrimStartHere()
+{
+    setTrim(std::min(currentTime_, trimEndTime_), trimEndTime_);
+}
+
+void ClipPreviewModel::setTrimEndHere()
+{
+    setTrim(trimStartTime_, std::max(currentTime_, trimStartTime_));
+}
+
+void ClipPreviewModel::fail(const QString& problem)
+{
+    problem_ = problem;
+    emit playerChanged();
+}
+
+void ClipPreviewModel::loadThumbnail(int number)
+{
+    if (number == thumbnailCount)
+        return;
+    const auto time = MediaTime::fromSeconds(totalDuration_ * (number + 0.5) / thumbnailCount, preferredTimescale);
+    services_.assetReader->generateImage(clipURL_, time, thumbnailWidth, thumbnailHeight,
+        [number, later = std::weak_ptr(self_), executor = services_.mainExecutor](Result<PixelBufferRef> picture) {
+            executor->async([number, later, picture = std::move(picture)] {
+                const auto self = later.lock();
+                if (!self || !picture)
+                    return;
+                (*self)->thumbnails_.push_back(image(*picture));
+                emit(*self)->thumbnailsChanged();
+                (*self)->loadThumbnail(number + 1);
+            });
+        });
+}
+
+void ClipPreviewModel::exportTrimmed(bool replaceOriginal)
+{
+    if (isExportingTrim_)
+        return;
+    setExport(true, QStringLiteral("Exporting trimmed clip..."));
+    auto made = services_.exportSessions->makeExportSession(clipURL_, platform::ExportPreset::passthrough);
+    if (!made)
+        return setExport(false, QStringLiteral("Failed creating export session"));
+    const auto session = std::move(*made);
+    const auto name = [folder = clipURL_.parent_path(), fileManager = services_.fileManager, date = std::chrono::system_clock::now()] {
+        return PathUtilities::generateUniqueFileURL(
+            folder, PathUtilities::prefixTrimmed, *fileManager, PathUtilities::defaultExtension, date);
+    };
+    session->setOutputURL(name());
+    session->setNextOutputURL(name);
+    session->setOutputFileType(platform::AssetFileType::mpeg4);
+    session->setTimeRange({mediaTime(trimStartTime_), mediaTime(trimEndTime_)});
+
+    // The clip is added also when this window has been closed meanwhile.
+    services_.runningExports->start(
+        session, [weak = std::weak_ptr(self_), session, services = services_, clip = clipURL_, replaceOriginal] {
+            services.mainExecutor->async([weak, session, services, clip, replaceOriginal] {
+                if (session->status() == platform::ExportSession::Status::completed) {
+                    if (replaceOriginal) {
+                        static_cast<void>(services.fileManager->removeItem(clip));
+                        services.library->reloadClips();
+                    } else {
+                        services.library->addClip(session->outputURL(), [] {});
+                    }
+                }
+                if (const auto self = weak.lock())
+                    (*self)->finishExport(*session);
+            });
+        });
+}
+
+void ClipPreviewModel::finishExport(const platform::ExportSession& session)
+{
+    if (session.status() == platform::ExportSession::Status::completed)
+        return setExport(
+            false, QStringLiteral("Trimmed clip saved as ") + QString::fromStdString(session.outputURL().filename().string()));
+    const auto error = session.error();
+    setExport(false,
+        QStringLiteral("Trim error: ") + (error ? QString::fromStdString(error->localizedDescription) : QStringLiteral("unknown")));
+}
+
+void ClipPreviewModel::setExport(bool isRunning, const QString& message)
+{
+    isExportingTrim_ = isRunning;
+    trimStatusMessage_ = message;
+    emit exportChanged();
+}
+
+void ClipPreviewModel::share(double x, double y)
+{
+    services_.share(QPoint{qRound(x), qRound(y)});
+}
+
+}  // namespace velmora

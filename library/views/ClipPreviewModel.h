@@ -1,0 +1,166 @@
+// What the preview of a clip shows and does.
+#pragma once
+
+#include "library/ClipLibrary.h"
+#include "library/views/RunningExports.h"
+#include "platform/Asset.h"
+#include "platform/FileManager.h"
+#include "platform/Player.h"
+
+#include <QImage>
+#include <QObject>
+#include <QPoint>
+#include <QString>
+#include <QtQmlIntegration>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace velmora {
+
+/// Plays one clip and cuts it down. Times are seconds from the clip's beginning. Main thread only.
+class ClipPreviewModel final : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the program")
+    Q_PROPERTY(bool isLoading READ isLoading NOTIFY playerChanged)
+    Q_PROPERTY(QString problem READ problem NOTIFY playerChanged)
+    Q_PROPERTY(bool isPlaying READ isPlaying NOTIFY isPlayingChanged)
+    Q_PROPERTY(QString playSymbol READ playSymbol NOTIFY isPlayingChanged)
+    Q_PROPERTY(QString playAction READ playAction NOTIFY isPlayingChanged)
+    // The bounds of a slider are announced before its value, which it holds within them.
+    Q_PROPERTY(double scrubMaximum READ scrubMaximum NOTIFY boundsChanged)
+    Q_PROPERTY(double startMaximum READ startMaximum NOTIFY boundsChanged)
+    Q_PROPERTY(double endMinimum READ endMinimum NOTIFY boundsChanged)
+    Q_PROPERTY(double endMaximum READ scrubMaximum NOTIFY boundsChanged)
+    Q_PROPERTY(QString totalDurationText READ totalDurationText NOTIFY boundsChanged)
+    Q_PROPERTY(double currentTime READ currentTime NOTIFY currentTimeChanged)
+    Q_PROPERTY(QString currentTimeText READ currentTimeText NOTIFY currentTimeChanged)
+    Q_PROPERTY(double trimStartTime READ trimStartTime NOTIFY trimChanged)
+    Q_PROPERTY(double trimEndTime READ trimEndTime NOTIFY trimChanged)
+    Q_PROPERTY(QString startText READ startText NOTIFY trimChanged)
+    Q_PROPERTY(QString endText READ endText NOTIFY trimChanged)
+    Q_PROPERTY(QString selectedText READ selectedText NOTIFY trimChanged)
+    Q_PROPERTY(bool isExportingTrim READ isExportingTrim NOTIFY exportChanged)
+    Q_PROPERTY(QString trimStatusMessage READ trimStatusMessage NOTIFY exportChanged)
+
+public:
+    struct Services {
+        std::shared_ptr<platform::PlayerFactory> players;
+        std::shared_ptr<platform::AssetReader> assetReader;
+        std::shared_ptr<platform::ExportSessionFactory> exportSessions;
+        std::shared_ptr<platform::FileManager> fileManager;
+        std::shared_ptr<ClipLibrary> library;
+        std::shared_ptr<Executor> mainExecutor;
+        std::shared_ptr<RunningExports> runningExports;
+        std::function<void(const QPoint&)> share;  ///< opens the share menu there, in points of the screen
+        std::function<void()> reveal;
+    };
+
+    /// Thumbnails in the filmstrip, once all are there.
+    static constexpr int thumbnailCount = 12;
+
+    ClipPreviewModel(std::filesystem::path clipURL, Services services, QObject* parent = nullptr);
+    ~ClipPreviewModel() override;
+
+    /// The view is shown: makes the player and loads what the file tells of itself.
+    void setupPlayer();
+
+    /// The view has gone: nothing plays any more.
+    void tearDown();
+
+    [[nodiscard]] const std::filesystem::path& clipURL() const { return clipURL_; }
+    [[nodiscard]] bool isLoading() const { return !player_ && problem_.isEmpty(); }
+    [[nodiscard]] const QString& problem() const { return problem_; }
+    [[nodiscard]] bool isPlaying() const { return isPlaying_; }
+    [[nodiscard]] QString playSymbol() const;
+    [[nodiscard]] QString playAction() const;
+    [[nodiscard]] double totalDuration() const { return totalDuration_; }
+    [[nodiscard]] double scrubMaximum() const;
+    [[nodiscard]] double startMaximum() const;
+    [[nodiscard]] double endMinimum() const { return trimStartTime_; }
+    [[nodiscard]] double currentTime() const { return currentTime_; }
+    [[nodiscard]] double trimStartTime() const { return trimStartTime_; }
+    [[nodiscard]] double trimEndTime() const { return trimEndTime_; }
+    [[nodiscard]] QString totalDurationText() const { return formatTime(totalDuration_); }
+    [[nodiscard]] QString currentTimeText() const { return formatTime(currentTime_); }
+    [[nodiscard]] QString startText() const { return QStringLiteral("Start: ") + formatTime(trimStartTime_); }
+    [[nodiscard]] QString endText() const { return QStringLiteral("End: ") + formatTime(trimEndTime_); }
+    [[nodiscard]] QString selectedText() const { return QStringLiteral("Selected: ") + formatTime(trimEndTime_ - trimStartTime_); }
+    [[nodiscard]] bool isExportingTrim() const { return isExportingTrim_; }
+    [[nodiscard]] const QString& trimStatusMessage() const { return trimStatusMessage_; }
+    [[nodiscard]] const std::vector<QImage>& thumbnails() const { return thumbnails_; }
+
+    /// Draws what the player shows now; false when there is nothing yet.
+    [[nodiscard]] bool drawPicture(const platform::PictureTarget& target) const;
+
+    Q_INVOKABLE void togglePlaying();
+    Q_INVOKABLE void scrub(double seconds);
+    Q_INVOKABLE void moveTrimStart(double seconds);
+    Q_INVOKABLE void moveTrimEnd(double seconds);
+
+    /// By so many pictures, forwards or back.
+    Q_INVOKABLE void stepCurrentTime(int pictures);
+    Q_INVOKABLE void stepTrimStart(int pictures);
+    Q_INVOKABLE void stepTrimEnd(int pictures);
+
+    /// The selection begins, or ends, with what is shown now, as far as the other end lets it.
+    Q_INVOKABLE void setTrimStartHere();
+    Q_INVOKABLE void setTrimEndHere();
+
+    /// "Save Trimmed Clip".
+    Q_INVOKABLE void saveTrimmedClip() { exportTrimmed(false); }
+    void exportTrimmed(bool replaceOriginal);
+
+    Q_INVOKABLE void share(double x, double y);
+    Q_INVOKABLE void reveal() { services_.reveal(); }
+    Q_INVOKABLE void dismiss() { emit dismissed(); }
+
+    /// "%02d:%02d" of minutes and seconds; hours stay minutes.
+    [[nodiscard]] static QString formatTime(double seconds);
+
+signals:
+    void playerChanged();
+    void pictureChanged();
+    void isPlayingChanged();
+    void boundsChanged();
+    void currentTimeChanged();
+    void trimChanged();
+    void thumbnailsChanged();
+    void exportChanged();
+    void dismissed();
+
+private:
+    void timePassed(MediaTime time);
+    void setPlaying(bool isPlaying);
+    void setDuration(double seconds);
+    void setTrim(double start, double end);
+    void seek(double seconds);
+    void fail(const QString& problem);
+    void loadThumbnail(int number);
+    void finishExport(const platform::ExportSession& session);
+    void setExport(bool isRunning, const QString& message);
+    [[nodiscard]] double steppedTime(double seconds, int pictures) const;
+
+    const std::filesystem::path clipURL_;
+    const Services services_;
+    std::unique_ptr<platform::Player> player_;
+    std::optional<platform::Player::TimeObserverToken> timeObserverToken_;
+    QString problem_;
+    bool isPlaying_ = false;
+    double currentTime_ = 0;
+    double totalDuration_ = 0;
+    double trimStartTime_ = 0;
+    double trimEndTime_ = 0;
+    bool isExportingTrim_ = false;
+    QString trimStatusMessage_;
+    std::vector<MediaTime> pictureTimes_;
+    std::vector<QImage> thumbnails_;
+
+    // Gone with the model, so that a late result finds nobody.
+    std::shared_ptr<ClipPreviewModel*> self_ = std::make_shared<ClipPreviewModel*>(this);
+};
+
+}  // namespace velmora

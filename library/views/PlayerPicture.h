@@ -1,0 +1,35 @@
+// The picture that a preview plays.
+#pragma once
+
+#include "library/views/ClipPreviewModel.h"
+
+#include <QImage>
+#include <QPointer>
+#include <QQuickItem>
+
+namespace velmora {
+
+/// Draws what the model's player shows, at the resolution of the screen, black around it.
+class PlayerPicture final : public QQuickItem {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(velmora::ClipPreviewModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)
+
+public:
+    explicit PlayerPicture(QQuickItem* parent = nullptr);
+
+    [[nodiscard]] ClipPreviewModel* model() const { return model_; }
+    void setModel(ClipPreviewModel* model);
+
+signals:
+    void modelChanged();
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* node, UpdatePaintNodeData* data) override;
+    void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
+
+private:
+    QPointer<ClipPreviewModel> model_;
+};
+
+}  // namespace velmora
