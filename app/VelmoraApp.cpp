@@ -11,6 +11,7 @@
 #include "app/menu/ShareMenu.h"
 #include "app/menu/TrayStatusItem.h"
 #include "app/views/AlertWindows.h"
+#include "app/views/GuideContent.h"
 #include "app/views/HudPanelWindow.h"
 #include "app/views/PlainContent.h"
 #include "app/views/QuickWindows.h"
@@ -64,11 +65,13 @@ QuickContent makeContent(const WindowDescription& description, const SharedServi
         };
     }
     case WindowContent::onboarding:
-    case WindowContent::clipPreview:
+        return makeOnboardingContent(services);
     case WindowContent::settings:
+        return makeSettingsContent(services);
+    case WindowContent::clipPreview:
         break;
     }
-    return makePlainContent(description, services);
+    return makePlainContent(description.clip, services);
 }
 
 /// Everything that lives as long as the program runs, from the ground up.

@@ -7,6 +7,7 @@
 #include "platform/CaptureStream.h"
 #include "platform/CompressionSession.h"
 #include "platform/FileManager.h"
+#include "platform/FolderChooser.h"
 #include "platform/HotKeyCenter.h"
 #include "platform/LogSink.h"
 #include "platform/ScreenCaptureAccess.h"
@@ -42,6 +43,7 @@ struct PlatformServices {
     std::shared_ptr<SharingServices> sharingServices;
     std::shared_ptr<WindowActivation> windowActivation;
     std::shared_ptr<TrayAppearance> trayAppearance;
+    std::shared_ptr<FolderChooser> folderChooser;
 };
 
 }  // namespace velmora::platform

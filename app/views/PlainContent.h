@@ -1,4 +1,4 @@
-// The walkthrough, the settings and the preview in a first, plain form: what they say, and what can be done from them.
+// The preview of a clip in a first, plain form: what it says, and what can be done from it.
 #pragma once
 
 #include "app/views/QuickWindows.h"
@@ -9,6 +9,7 @@
 #include <QStringList>
 #include <QtQmlIntegration>
 
+#include <filesystem>
 #include <functional>
 #include <utility>
 #include <vector>
@@ -51,6 +52,6 @@ private:
     const std::vector<Button> buttons_;
 };
 
-QuickContent makePlainContent(const WindowDescription& description, const SharedServices& services);
+QuickContent makePlainContent(const std::filesystem::path& clip, const SharedServices& services);
 
 }  // namespace velmora

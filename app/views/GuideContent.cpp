@@ -1,0 +1,82 @@
+#include "app/views/GuideContent.h"
+
+#include "app/AppDelegate.h"
+#include "app/FocusedFolderChooser.h"
+#include "app/menu/TrayStatusItem.h"
+#include "app/views/FolderChooserWindow.h"
+#include "onboarding/OnboardingModel.h"
+#include "settings/SettingsModel.h"
+
+#include <QGuiApplication>
+#include <QWindow>
+
+namespace velmora {
+
+namespace {
+
+template <typename Model>
+QuickContent contentOf(const char* view, std::shared_ptr<Model> model)
+{
+    auto* shown = model.get();
+    return {
+        .view = QUrl{QLatin1String{view}},
+        .model = std::move(model),
+        .willAppear = [shown] { shown->viewWillAppear(); },
+        .onDismiss = [shown](std::function<void()> close) { QObject::connect(shown, &Model::dismissed, shown, std::move(close)); },
+    };
+}
+
+std::uint64_t focusedX11Window()
+{
+    const auto* focused = QGuiApplication::focusWindow();
+    return focused && qGuiApp->nativeInterface<QNativeInterface::QX11Application>() ? focused->winId() : 0;
+}
+
+QString placeCaption()
+{
+    if (hasTray())
+        return QStringLiteral("On this desktop the menu bar is your panel's tray, and the Dock is its task bar or launcher.");
+    return QStringLiteral(
+        "This desktop has no tray: Velmora's menu lies open in a small window of its own. Start Velmora again to bring it "
+        "back. The icon appears as soon as there is a tray.");
+}
+
+}  // namespace
+
+QuickContent makeSettingsContent(const SharedServices& services)
+{
+    const auto& platform = services.platform;
+    return contentOf("qrc:/Velmora/Settings/SettingsView.qml",
+        std::make_shared<SettingsModel>(SettingsModel::Services{
+            .library = ClipLibrary::shared(),
+            .permissionManager = PermissionManager::shared(),
+            .shortcutManager = KeyboardShortcutManager::shared(),
+            .workspace = platform.workspace,
+            .fileManager = platform.fileManager,
+            .folderChooser = std::make_shared<FocusedFolderChooser>(
+                platform.folderChooser, makeFolderChooserWindow(platform.fileManager, platform.windowActivation), focusedX11Window),
+            .presentOnboarding =
+                [] {
+                    if (const auto delegate = AppDelegate::shared())
+                        delegate->presentOnboarding();
+                },
+        }));
+}
+
+QuickContent makeOnboardingContent(const SharedServices& services)
+{
+    return contentOf("qrc:/Velmora/Onboarding/OnboardingView.qml",
+        std::make_shared<OnboardingModel>(OnboardingModel::Services{
+            .coordinator = CaptureCoordinator::shared(),
+            .permissionManager = PermissionManager::shared(),
+            .userDefaults = services.platform.userDefaults,
+            .presentWindowPicker =
+                [] {
+                    if (const auto delegate = AppDelegate::shared())
+                        delegate->presentWindowPicker();
+                },
+            .placeCaption = placeCaption,
+        }));
+}
+
+}  // namespace velmora
