@@ -36,7 +36,7 @@ Card {
             Layout.fillWidth: true
             spacing: 2
 
-            RowLayout {
+            Row {
                 spacing: Theme.gap
 
                 Label {
@@ -45,7 +45,6 @@ Card {
                     font: Theme.emphasisFont
                 }
                 Label {
-                    Layout.fillWidth: true
                     text: card.title
                     font: Theme.emphasisFont
                 }

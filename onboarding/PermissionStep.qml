@@ -21,6 +21,8 @@ StepPage {
     }
     Card {
         Layout.fillWidth: true
+        topPadding: 12
+        bottomPadding: 12
 
         contentItem: ColumnLayout {
             spacing: 12
@@ -99,6 +101,8 @@ StepPage {
     }
     Card {
         Layout.fillWidth: true
+        topPadding: 12
+        bottomPadding: 12
 
         contentItem: RowLayout {
             spacing: Theme.largeGap
@@ -109,42 +113,43 @@ StepPage {
                 color: Theme.granted
                 size: 20
             }
-            ColumnLayout {
+            Column {
                 Layout.fillWidth: true
                 spacing: 4
 
                 Label {
-                    Layout.fillWidth: true
+                    width: parent.width
                     text: "Your Privacy is 100% Guaranteed"
                     font: Theme.emphasisFont
                 }
                 Repeater {
                     model: page.privacyLines
 
-                    RowLayout {
+                    Item {
                         id: line
 
                         required property var modelData
 
-                        spacing: Theme.gap
+                        width: parent.width
+                        height: words.height
 
-                        Label {
-                            Layout.alignment: Qt.AlignTop
+                        Caption {
                             text: "•"
-                            color: Theme.secondaryText
                             Accessible.ignored: true
                         }
-                        Label {
-                            Layout.fillWidth: true
+                        Caption {
+                            id: words
+
+                            x: 12
+                            width: parent.width - x
                             text: line.modelData.styled
                             textFormat: Text.StyledText
-                            color: Theme.secondaryText
                             Accessible.name: line.modelData.plain
                         }
                     }
                 }
                 Caption {
-                    Layout.fillWidth: true
+                    width: parent.width
                     text: "“Your Mac” is this computer."
                     color: Theme.tertiaryText
                 }

@@ -11,6 +11,7 @@ Rectangle {
     required property FolderBrowserModel model
 
     color: Theme.obsidian
+    Window.onWindowChanged: list.forceActiveFocus(Qt.OtherFocusReason)
 
     ColumnLayout {
         anchors.fill: parent
@@ -56,7 +57,6 @@ Rectangle {
                 anchors.topMargin: 6
                 anchors.bottomMargin: 6
                 activeFocusOnTab: true
-                focus: true
                 clip: true
                 model: root.model
                 currentIndex: root.model.selectedRow

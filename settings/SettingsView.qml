@@ -120,15 +120,16 @@ Rectangle {
                     Layout.fillWidth: true
                     text: "Need a refresher on how Velmora works or where to find it?"
                 }
-                ColumnLayout {
+                Column {
+                    Layout.fillWidth: true
                     spacing: 4
 
                     Caption {
-                        Layout.fillWidth: true
+                        width: parent.width
                         text: "Revisit the 5-step first-time walkthrough anytime to learn about the menu bar icon, keyboard shortcuts, and clipping tips."
                     }
                     Caption {
-                        Layout.fillWidth: true
+                        width: parent.width
                         text: "On this desktop the menu bar icon is in your panel's tray."
                         color: Theme.tertiaryText
                     }
@@ -171,31 +172,33 @@ Rectangle {
                     symbol: "checkmark.circle.fill"
                     text: "Shortcut active and listening system-wide"
                 }
-                ColumnLayout {
+                Column {
+                    Layout.fillWidth: true
                     visible: !root.model.isShortcutRegistered
                     spacing: 4
 
                     StatusLine {
-                        Layout.fillWidth: true
+                        width: parent.width
                         symbol: "exclamationmark.triangle.fill"
                         tint: Theme.tip
                         text: root.model.shortcutErrorMessage
                     }
                     Caption {
-                        Layout.fillWidth: true
-                        Layout.leftMargin: 24
+                        x: 24
+                        width: parent.width - x
                         text: "Another program uses these keys, or the desktop keeps them. Bind keys of your own to the command 'velmora toggle' instead."
                     }
                 }
-                ColumnLayout {
+                Column {
+                    Layout.fillWidth: true
                     spacing: 4
 
                     Caption {
-                        Layout.fillWidth: true
+                        width: parent.width
                         text: "💡 Prefer using your mouse? You can trigger recording directly by clicking the Orbelle icon in your top menu bar."
                     }
                     Caption {
-                        Layout.fillWidth: true
+                        width: parent.width
                         text: "On this desktop: in your panel's tray."
                         color: Theme.tertiaryText
                     }
@@ -205,15 +208,16 @@ Rectangle {
             SettingsSection {
                 title: "Privacy & Permissions"
 
-                ColumnLayout {
+                Column {
+                    Layout.fillWidth: true
                     spacing: 4
 
                     Label {
-                        Layout.fillWidth: true
+                        width: parent.width
                         text: "All capture and encoding is strictly 100% local on your Mac. No network calls, telemetry, or external analytics."
                     }
                     Caption {
-                        Layout.fillWidth: true
+                        width: parent.width
                         text: "“Your Mac” is this computer."
                         color: Theme.tertiaryText
                     }
@@ -229,6 +233,7 @@ Rectangle {
                         text: "Screen Recording Permission:"
                     }
                     StatusLine {
+                        Layout.fillWidth: false
                         visible: root.model.hasScreenRecordingPermission
                         symbol: "checkmark.circle.fill"
                         text: "Granted"

@@ -200,8 +200,8 @@ TEST_F(OnboardingModelTest, TheConfigurationFolderHoldsNothingButTheFlagAfterwar
     std::sort(files.begin(), files.end());
     EXPECT_THAT(files, ElementsAre("velmora", "velmora/velmora.conf"));
     std::ifstream file{configuration / "velmora" / "velmora.conf"};
-    const std::string content{std::istreambuf_iterator<char>{file}, {}};
-    EXPECT_EQ(content, "[General]\nhasCompletedWalkthrough=true\n");
+    const std::string written{std::istreambuf_iterator<char>{file}, {}};
+    EXPECT_EQ(written, "[General]\nhasCompletedWalkthrough=true\n");
 }
 
 }  // namespace

@@ -9,8 +9,6 @@ namespace {
 
 using test::ViewTestWindow;
 
-const QRectF body{24, 53, 592, 408};
-
 class OnboardingViewTest : public testing::Test, protected test::OnboardingFixture {
 protected:
     OnboardingViewTest()
@@ -36,6 +34,7 @@ protected:
             EXPECT_LE(item.property("contentHeight").toDouble(), item.height()) << "step " << step + 1 << " needs no scrolling";
         });
         window.expectNothingIsCutOff({24, 0, 592, 530});
+        window.expectNoTextsOverlap();
     }
 
     ViewTestWindow window{view, model, size};
@@ -125,7 +124,6 @@ TEST_F(OnboardingViewTest, TheFourthStepWithoutPermissionSaysHowToGiveIt)
 
 TEST_F(OnboardingViewTest, GrantingThePermissionAndCheckingTheStatusSwitchesTheFourthStep)
 {
-    const test::AccessibilityEvents told;
     withdrawPermission();
     show(3);
     window.press(QString::fromUtf8("I've Granted It — Check Status"));
@@ -135,7 +133,7 @@ TEST_F(OnboardingViewTest, GrantingThePermissionAndCheckingTheStatusSwitchesTheF
     EXPECT_TRUE(window.shows(QString::fromUtf8("Permission is Granted! ✅")));
     EXPECT_TRUE(window.shows(QStringLiteral("Velmora is fully authorized to capture your chosen video window.")));
     EXPECT_FALSE(window.hasButton(QStringLiteral("Open System Settings")));
-    EXPECT_TRUE(told.announced(QString::fromUtf8("Permission is Granted! ✅")));
+    EXPECT_TRUE(window.hasAlert(QString::fromUtf8("Permission is Granted! ✅")));
     EXPECT_EQ(window.focusedButton(), QString::fromUtf8("Next →")) << "the button that had the keyboard is gone";
 }
 
@@ -169,8 +167,9 @@ TEST_F(OnboardingViewTest, TheChosenWindowIsNamedAsPlainText)
     EXPECT_TRUE(window.shows(model.selectedWindowName()));
     EXPECT_TRUE(model.selectedWindowName().contains(QStringLiteral("<img")));
     window.forEachVisible([&](QQuickItem& item) {
-        if (item.inherits("QQuickText") && item.property("text").toString() == model.selectedWindowName())
+        if (item.inherits("QQuickText") && item.property("text").toString() == model.selectedWindowName()) {
             EXPECT_EQ(item.property("textFormat").toInt(), Qt::PlainText);
+        }
     });
     EXPECT_FALSE(window.shows(QStringLiteral("No video window selected yet.")));
     window.press(QStringLiteral("Change Window..."));

@@ -23,9 +23,9 @@ protected:
         fileManager->home = top / "beta";
     }
 
-    void begin(const std::filesystem::path& directory)
+    void begin(const std::filesystem::path& start)
     {
-        model.emplace(fileManager, platform::FolderPanel{"Choose Folder", "Choose Folder", directory, 0});
+        model.emplace(fileManager, platform::FolderPanel{"Choose Folder", "Choose Folder", start, 0});
         QObject::connect(&*model, &FolderBrowserModel::finished, &*model, [this] { ++finishes; });
     }
 

@@ -21,7 +21,7 @@ protected:
     static std::shared_ptr<fake::FakeFileManager> makeFolders(const std::filesystem::path& top)
     {
         test::linkSettingsViews();
-        for (const auto* name : {"Alpha", "Beta", "<b>Gamma</b>"})
+        for (const auto* name : {"Alpha", "Beta", "<b>Gamma"})
             std::filesystem::create_directory(top / name);
         std::filesystem::create_directory(top / "Beta" / "Inside");
         return std::make_shared<fake::FakeFileManager>();
@@ -42,7 +42,7 @@ protected:
 
 TEST_F(FolderBrowserViewTest, ShowsTheFoldersByTheirNamesAsTheyAre)
 {
-    for (const auto* name : {"Alpha", "Beta", "<b>Gamma</b>"})
+    for (const auto* name : {"Alpha", "Beta", "<b>Gamma"})
         EXPECT_TRUE(window.shows(QLatin1String(name))) << name;
     for (const auto* text : {"New Folder", "Cancel", "Choose Folder"})
         EXPECT_TRUE(window.hasButton(QLatin1String(text))) << text;
@@ -113,10 +113,9 @@ TEST_F(FolderBrowserViewTest, EscapeLeavesTheNameFirstAndThenTheWindow)
 
 TEST_F(FolderBrowserViewTest, AMistypedPathSaysSo)
 {
-    const test::AccessibilityEvents told;
     model.goTo(QStringLiteral("nowhere"));
     EXPECT_TRUE(window.shows(model.errorMessage()));
-    EXPECT_TRUE(told.announced(model.errorMessage()));
+    EXPECT_TRUE(window.hasAlert(model.errorMessage()));
 }
 
 }  // namespace

@@ -41,16 +41,16 @@ TEST_F(SettingsViewTest, NothingIsCutOff)
     withdrawPermission("Windows of this desktop cannot be captured.");
     static_cast<void>(window.grab());
     window.expectNothingIsCutOff({24, 0, 492, 2000});
+    window.expectNoTextsOverlap();
 }
 
 TEST_F(SettingsViewTest, WithoutTheShortcutTheWarningStandsInThePlaceOfTheConfirmation)
 {
-    const test::AccessibilityEvents told;
     refuseShortcut();
     EXPECT_FALSE(window.shows(QStringLiteral("Shortcut active and listening system-wide")));
     const auto message = QString::fromStdString(*shortcutManager->registrationErrorMessage());
     EXPECT_TRUE(window.shows(message));
-    EXPECT_TRUE(told.announced(message));
+    EXPECT_TRUE(window.hasAlert(message));
     hotKeyCenter->registerStatus = 0;
     shortcutManager->registerAll();
     EXPECT_TRUE(window.shows(QStringLiteral("Shortcut active and listening system-wide")));
@@ -59,7 +59,6 @@ TEST_F(SettingsViewTest, WithoutTheShortcutTheWarningStandsInThePlaceOfTheConfir
 
 TEST_F(SettingsViewTest, GrantAccessStandsWhereGrantedDoesAndThePermissionTakesItAway)
 {
-    const test::AccessibilityEvents told;
     EXPECT_FALSE(window.hasButton(QStringLiteral("Grant Access")));
     withdrawPermission("There is no display.");
     EXPECT_FALSE(window.shows(QStringLiteral("Granted")));
@@ -72,18 +71,17 @@ TEST_F(SettingsViewTest, GrantAccessStandsWhereGrantedDoesAndThePermissionTakesI
     appear();
     EXPECT_TRUE(window.shows(QStringLiteral("Granted")));
     EXPECT_FALSE(window.hasButton(QStringLiteral("Grant Access")));
-    EXPECT_TRUE(told.announced(QStringLiteral("Granted")));
+    EXPECT_TRUE(window.hasAlert(QStringLiteral("Granted")));
 }
 
 TEST_F(SettingsViewTest, ARefusedFolderSaysWhyAndTheNextTryTakesThatAway)
 {
-    const test::AccessibilityEvents told;
     fileManager->writeError = posixError(EACCES, "<b>Films</b>");
     window.press(QStringLiteral("Change..."));
     folderChooser->answer(folder.path());
     const auto message = QStringLiteral("<b>Films</b>: Permission denied");
     EXPECT_TRUE(window.shows(message));
-    EXPECT_TRUE(told.announced(message));
+    EXPECT_TRUE(window.hasAlert(message));
     window.press(QStringLiteral("Change..."));
     EXPECT_FALSE(window.shows(message));
 }
@@ -160,6 +158,7 @@ TEST_F(SettingsViewTest, TheStatesHaveTheirColours)
 {
     const auto pixels = [&](const char* symbolOf) {
         QImage image;
+        static_cast<void>(window.grab());  // lays out
         window.forEachVisible([&](QQuickItem& item) {
             if (item.inherits("QQuickImage") && item.property("source").toString().contains(QLatin1String(symbolOf)))
                 image = window.grab(item);
