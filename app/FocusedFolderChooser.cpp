@@ -4,10 +4,10 @@
 
 namespace velmora {
 
-FocusedFolderChooser::FocusedFolderChooser(std::shared_ptr<platform::FolderChooser> desktops, std::shared_ptr<platform::FolderChooser> own,
-    std::function<std::uint64_t()> focusedWindow)
-    : desktops_(std::move(desktops))
-    , own_(std::move(own))
+FocusedFolderChooser::FocusedFolderChooser(std::shared_ptr<platform::FolderChooser> desktopChooser,
+    std::shared_ptr<platform::FolderChooser> ownChooser, std::function<std::uint64_t()> focusedWindow)
+    : desktopChooser_(std::move(desktopChooser))
+    , ownChooser_(std::move(ownChooser))
     , focusedWindow_(std::move(focusedWindow))
 {
 }
@@ -16,12 +16,13 @@ void FocusedFolderChooser::chooseFolder(const platform::FolderPanel& panel, Comp
 {
     auto placed = panel;
     placed.parentWindow = focusedWindow_();
-    desktops_->chooseFolder(
-        placed, [own = own_, placed, completion = std::move(completion)](Result<std::optional<std::filesystem::path>> folder) mutable {
+    desktopChooser_->chooseFolder(placed,
+        [ownChooser = ownChooser_, placed, completion = std::move(completion)](
+            Result<std::optional<std::filesystem::path>> folder) mutable {
             if (folder)
                 completion(std::move(folder));
             else
-                own->chooseFolder(placed, std::move(completion));
+                ownChooser->chooseFolder(placed, std::move(completion));
         });
 }
 

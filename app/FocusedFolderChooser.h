@@ -13,14 +13,14 @@ namespace velmora {
 class FocusedFolderChooser final : public platform::FolderChooser {
 public:
     /// `focusedWindow` is the X11 window of ours that has the focus; 0: none.
-    FocusedFolderChooser(std::shared_ptr<platform::FolderChooser> desktops, std::shared_ptr<platform::FolderChooser> own,
+    FocusedFolderChooser(std::shared_ptr<platform::FolderChooser> desktopChooser, std::shared_ptr<platform::FolderChooser> ownChooser,
         std::function<std::uint64_t()> focusedWindow);
 
     void chooseFolder(const platform::FolderPanel& panel, Completion completion) override;
 
 private:
-    const std::shared_ptr<platform::FolderChooser> desktops_;
-    const std::shared_ptr<platform::FolderChooser> own_;
+    const std::shared_ptr<platform::FolderChooser> desktopChooser_;
+    const std::shared_ptr<platform::FolderChooser> ownChooser_;
     const std::function<std::uint64_t()> focusedWindow_;
 };
 

@@ -3,10 +3,7 @@ import QtQuick.Layouts
 import Velmora.Brand
 
 StepPage {
-    id: page
-
     step: 0
-    spacing: 20
 
     BrandAppIconView {
         Layout.alignment: Qt.AlignHCenter

@@ -231,6 +231,7 @@ Rectangle {
                         Layout.preferredHeight: Theme.controlHeight
                         verticalAlignment: Text.AlignVCenter
                         text: "Screen Recording Permission:"
+                        wrapMode: Text.NoWrap
                     }
                     StatusLine {
                         Layout.fillWidth: false

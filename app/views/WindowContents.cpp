@@ -1,4 +1,4 @@
-#include "app/views/GuideContent.h"
+#include "app/views/WindowContents.h"
 
 #include "app/AppDelegate.h"
 #include "app/FocusedFolderChooser.h"
