@@ -1,5 +1,7 @@
 #include "app/AppDelegate.h"
 
+#include "onboarding/CompletedWalkthrough.h"
+
 #include <utility>
 
 namespace velmora {

@@ -12,12 +12,8 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <string_view>
 
 namespace velmora {
-
-/// The preference that is set when the walkthrough has been finished.
-inline constexpr std::string_view hasCompletedWalkthroughKey = "hasCompletedWalkthrough";
 
 /// Main thread only. Lives for the whole process.
 class AppDelegate final : public std::enable_shared_from_this<AppDelegate>, public WindowPresenting {

@@ -12,17 +12,18 @@
 #include "app/menu/TrayStatusItem.h"
 #include "app/views/AlertWindows.h"
 #include "app/views/HudPanelWindow.h"
-#include "app/views/PlainContent.h"
 #include "app/views/QuickWindows.h"
 #include "app/views/StatusWindow.h"
+#include "app/views/WindowContents.h"
 #include "brand/BrandPainting.h"
 #include "platform/PlatformFactory.h"
 #include "system/Log.h"
 #include "system/SharedServices.h"
-#include "windows/views/WindowPickerModel.h"
+#include "windows/WindowSelectionService.h"
 
 #include <QApplication>
 
+#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
@@ -47,30 +48,6 @@ platform::ApplicationIcon applicationIcon()
     return {side, {image.constBits(), image.constBits() + image.sizeInBytes()}};
 }
 
-QuickContent makeContent(const WindowDescription& description, const SharedServices& services)
-{
-    switch (description.content) {
-    case WindowContent::windowPicker: {
-        auto windowService = std::make_shared<WindowSelectionService>(services.platform.shareableContent, services.mainExecutor);
-        auto model = std::make_shared<WindowPickerModel>(std::move(windowService), CaptureCoordinator::shared());
-        auto* picker = model.get();
-        return {
-            .view = QUrl{QStringLiteral("qrc:/Velmora/Windows/WindowPickerView.qml")},
-            .model = std::move(model),
-            .willAppear = [picker] { picker->viewWillAppear(); },
-            .onDismiss =
-                [picker](
-                    std::function<void()> close) { QObject::connect(picker, &WindowPickerModel::dismissed, picker, std::move(close)); },
-        };
-    }
-    case WindowContent::onboarding:
-    case WindowContent::clipPreview:
-    case WindowContent::settings:
-        break;
-    }
-    return makePlainContent(description, services);
-}
-
 /// Everything that lives as long as the program runs, from the ground up.
 class VelmoraApp {
 public:
@@ -82,8 +59,10 @@ public:
         Log::setSink(services.platform.logSink);
 
         const auto alerts = makeAlertWindows(services.platform.windowActivation);
-        const auto windows = std::make_shared<QuickWindowFactory>(services.platform.windowActivation,
-            [](const WindowDescription& description) { return makeContent(description, SharedServices::current()); });
+        const auto windows = std::make_shared<QuickWindowFactory>(
+            services.platform.windowActivation, [runningExports = runningExports_](const WindowDescription& description) {
+                return makeWindowContent(description, SharedServices::current(), runningExports);
+            });
         appDelegate_ = AppDelegate::create({
             .coordinator = CaptureCoordinator::shared(),
             .permissionManager = PermissionManager::shared(),
@@ -134,6 +113,13 @@ public:
             showMenu(*menuBar);
     }
 
+    /// Returns when nothing of this program writes any more.
+    void finish()
+    {
+        runningExports_->cancelAll();
+        CaptureCoordinator::shared()->drain();
+    }
+
 private:
     static std::shared_ptr<ClipSavedNotificationController> makeNotificationController(const SharedServices& services)
     {
@@ -172,6 +158,7 @@ private:
     }
 
     const std::shared_ptr<MainThreadExecutor> mainExecutor_;
+    const std::shared_ptr<RunningExports> runningExports_ = std::make_shared<RunningExports>();
     TerminationSignals signals_;
     std::shared_ptr<AppDelegate> appDelegate_;
     std::unique_ptr<AppControl> control_;
@@ -187,6 +174,8 @@ int runVelmoraApp(int& argc, char** argv)
         return command_line::failed;
     }
     QApplication application{argc, argv};
+    // Qt takes the user's locale over; the player's library knows numbers of "C" only.
+    std::setlocale(LC_NUMERIC, "C");
     QApplication::setQuitOnLastWindowClosed(AppDelegate::applicationShouldTerminateAfterLastWindowClosed());
     QGuiApplication::setDesktopFileName(QString::fromLatin1(instance_bus::serviceName));
 
@@ -203,7 +192,7 @@ int runVelmoraApp(int& argc, char** argv)
     VelmoraApp app{application};
     app.launch(bus);
     const int status = QApplication::exec();
-    CaptureCoordinator::shared()->drain();
+    app.finish();
     return status;
 }
 

@@ -15,12 +15,15 @@ namespace {
 
 constexpr std::array symbols{
     std::pair{"arrow.clockwise", "arrow-clockwise"},
+    std::pair{"arrow.up", "arrow-up"},
     std::pair{"checkmark.circle.fill", "check-circle-fill"},
     std::pair{"cursorarrow.click", "cursor-click"},
     std::pair{"cursorarrow.rays", "cursor-click-duotone"},
     std::pair{"exclamationmark.triangle.fill", "warning-fill"},
     std::pair{"eye.slash", "eye-slash"},
     std::pair{"folder", "folder-open"},
+    std::pair{"folder.badge.plus", "folder-plus"},
+    std::pair{"folder.fill", "folder-fill"},
     std::pair{"globe", "globe"},
     std::pair{"laptopcomputer", "laptop"},
     std::pair{"lightbulb.fill", "lightbulb-fill"},

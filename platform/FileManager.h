@@ -36,6 +36,9 @@ public:
     /// Of what a link points to. Opens nothing.
     [[nodiscard]] virtual Result<FileAttributes> attributesOfItem(const std::filesystem::path& path) const = 0;
 
+    /// Succeeds when this user may create files in `directory`. Creates none.
+    [[nodiscard]] virtual Result<void> checkWritable(const std::filesystem::path& directory) const = 0;
+
     /// Creates `path` and what is missing above it.
     virtual Result<void> createDirectory(const std::filesystem::path& path) = 0;
 

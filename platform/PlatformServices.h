@@ -8,6 +8,7 @@
 #include "platform/CompressionSession.h"
 #include "platform/ExportSession.h"
 #include "platform/FileManager.h"
+#include "platform/FolderChooser.h"
 #include "platform/HotKeyCenter.h"
 #include "platform/LogSink.h"
 #include "platform/Player.h"
@@ -36,11 +37,8 @@ struct PlatformServices {
     std::shared_ptr<AssetWriterFactory> assetWriters;
     std::shared_ptr<AssetRepairer> assetRepairer;
     std::shared_ptr<AssetReader> assetReader;
-<<<<<<< HEAD
-    std::shared_ptr<PlayerFactory> players;
-=======
     std::shared_ptr<ExportSessionFactory> exportSessions;
->>>>>>> trim
+    std::shared_ptr<PlayerFactory> players;
     std::shared_ptr<HotKeyCenter> hotKeyCenter;
     std::shared_ptr<ScreenCaptureAccess> screenCaptureAccess;
     std::shared_ptr<UserNotificationCenter> userNotificationCenter;
@@ -49,6 +47,7 @@ struct PlatformServices {
     std::shared_ptr<SharingServices> sharingServices;
     std::shared_ptr<WindowActivation> windowActivation;
     std::shared_ptr<TrayAppearance> trayAppearance;
+    std::shared_ptr<FolderChooser> folderChooser;
 };
 
 }  // namespace velmora::platform

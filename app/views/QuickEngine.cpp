@@ -7,6 +7,9 @@
 #include <QSGRendererInterface>
 
 // Generated. Referring to them brings the modules into the program, where they register their types before main.
+extern void qml_register_types_Velmora_Library();
+extern void qml_register_types_Velmora_Onboarding();
+extern void qml_register_types_Velmora_Settings();
 extern void qml_register_types_Velmora_Windows();
 extern void qml_register_types_Velmora_App();
 
@@ -18,7 +21,8 @@ QQmlEngine& quickEngine()
         // Our windows are small and change rarely: drawing them in software takes a third of the memory that a graphics driver does.
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         auto* made = new QQmlEngine{QCoreApplication::instance()};
-        for (void (*volatile types)() : {&qml_register_types_Velmora_Windows, &qml_register_types_Velmora_App})
+        for (void (*volatile types)() : {&qml_register_types_Velmora_Library, &qml_register_types_Velmora_Onboarding,
+                 &qml_register_types_Velmora_Settings, &qml_register_types_Velmora_Windows, &qml_register_types_Velmora_App})
             [[maybe_unused]] const auto linked = types;
         installBrandModule(*made);
         return made;

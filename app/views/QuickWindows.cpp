@@ -75,7 +75,11 @@ private:
         if (isVisible)
             whileVisible_ = shared_from_this();
         else
-            QTimer::singleShot(0, [last = std::exchange(whileVisible_, nullptr)] {});
+            // What this call came from may still use the window.
+            QTimer::singleShot(0, [last = std::exchange(whileVisible_, nullptr)] {
+                if (last && last->content_.didDisappear)
+                    last->content_.didDisappear();
+            });
     }
 
     const QuickContent content_;

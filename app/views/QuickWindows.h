@@ -17,6 +17,7 @@ struct QuickContent {
     QUrl view;
     std::shared_ptr<QObject> model;
     std::function<void()> willAppear;  ///< each time that the window was hidden and is shown
+    std::function<void()> didDisappear;  ///< each time that the window was closed
     std::function<void(std::function<void()> close)> onDismiss;  ///< given the way to close the window, once
 };
 

@@ -8,6 +8,10 @@ T.Slider {
     property color tint: Theme.coral
     // What assistive technology says.
     property string text
+    // Whether keys move the handle by stepSize; else stepped() says how a key or assistive technology would.
+    property bool stepsByItself: true
+
+    signal stepped(int direction)
 
     implicitWidth: 200
     implicitHeight: 24
@@ -17,8 +21,11 @@ T.Slider {
 
     Accessible.role: Accessible.Slider
     Accessible.name: text
-    Accessible.onIncreaseAction: slider.increase()
-    Accessible.onDecreaseAction: slider.decrease()
+    Accessible.onIncreaseAction: slider.stepsByItself ? slider.increase() : slider.stepped(1)
+    Accessible.onDecreaseAction: slider.stepsByItself ? slider.decrease() : slider.stepped(-1)
+    Keys.enabled: !stepsByItself
+    Keys.onRightPressed: slider.stepped(1)
+    Keys.onLeftPressed: slider.stepped(-1)
 
     background: RoundedRectangle {
         x: slider.leftPadding

@@ -42,7 +42,9 @@ QImage image(const PixelBufferRef& picture)
 }  // namespace
 
 ClipPreviewModel::ClipPreviewModel(std::filesystem::path clipURL, Services services, QObject* parent)
-    : QObject(parent), clipURL_(std::move(clipURL)), services_(std::move(services))
+    : QObject(parent)
+    , clipURL_(std::move(clipURL))
+    , services_(std::move(services))
 {
 }
 
@@ -287,7 +289,7 @@ void ClipPreviewModel::exportTrimmed(bool replaceOriginal)
             services.mainExecutor->async([weak, session, services, clip, replaceOriginal] {
                 if (session->status() == platform::ExportSession::Status::completed) {
                     if (replaceOriginal) {
-                        static_cast<void>(services.fileManager->removeItem(clip));
+                        static_cast<void>(services.fileManager->removeFile(clip));
                         services.library->reloadClips();
                     } else {
                         services.library->addClip(session->outputURL(), [] {});
@@ -302,11 +304,10 @@ void ClipPreviewModel::exportTrimmed(bool replaceOriginal)
 void ClipPreviewModel::finishExport(const platform::ExportSession& session)
 {
     if (session.status() == platform::ExportSession::Status::completed)
-        return setExport(
-            false, QStringLiteral("Trimmed clip saved as ") + QString::fromStdString(session.outputURL().filename().string()));
+        return setExport(false, QStringLiteral("Trimmed clip saved as ") + QString::fromStdString(session.outputURL().filename().string()));
     const auto error = session.error();
-    setExport(false,
-        QStringLiteral("Trim error: ") + (error ? QString::fromStdString(error->localizedDescription) : QStringLiteral("unknown")));
+    setExport(
+        false, QStringLiteral("Trim error: ") + (error ? QString::fromStdString(error->localizedDescription) : QStringLiteral("unknown")));
 }
 
 void ClipPreviewModel::setExport(bool isRunning, const QString& message)

@@ -53,6 +53,13 @@ public:
         return attributes;
     }
 
+    [[nodiscard]] Result<void> checkWritable(const std::filesystem::path&) const override
+    {
+        if (writeError)
+            return fail(*writeError);
+        return {};
+    }
+
     Result<void> createDirectory(const std::filesystem::path& path) override
     {
         if (createError)
@@ -76,6 +83,7 @@ public:
     std::filesystem::path home;
     std::optional<Error> createError;
     std::optional<Error> attributesError;
+    std::optional<Error> writeError;
     std::map<std::filesystem::path, std::chrono::system_clock::time_point> creationDates;  ///< a file that is not here has none
 };
 

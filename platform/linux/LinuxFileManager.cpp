@@ -101,6 +101,14 @@ public:
         return attributes;
     }
 
+    [[nodiscard]] Result<void> checkWritable(const std::filesystem::path& directory) const override
+    {
+        // With the dot, a file is an error too.
+        if (::faccessat(AT_FDCWD, (directory / ".").c_str(), W_OK | X_OK, AT_EACCESS) != 0)
+            return fail(posixError(errno, directory.native()));
+        return {};
+    }
+
     Result<void> createDirectory(const std::filesystem::path& path) override
     {
         std::error_code error;

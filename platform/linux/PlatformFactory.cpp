@@ -13,6 +13,7 @@
 #include "platform/linux/desktop/LinuxUserDefaults.h"
 #include "platform/linux/desktop/LinuxUserNotificationCenter.h"
 #include "platform/linux/desktop/LinuxWorkspace.h"
+#include "platform/linux/desktop/PortalFolderChooser.h"
 #include "platform/linux/mpv/LinuxPlayers.h"
 #include "platform/linux/x11/X11DisplayChanges.h"
 #include "platform/linux/x11/X11EventThread.h"
@@ -97,15 +98,12 @@ PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor, Ma
     services.assetWriters = makeAssetWriters();
     services.assetRepairer = makeAssetRepairer();
     services.assetReader = makeAssetReader();
-<<<<<<< HEAD
+    services.exportSessions = makeExportSessions();
     services.players = makePlayers(services.assetReader, mainExecutor);
     services.userNotificationCenter = makeUserNotificationCenter({.makeIcon = std::move(makeIcon), .busAddress = {}});
-=======
-    services.exportSessions = makeExportSessions();
-    services.userNotificationCenter = makeUserNotificationCenter();
->>>>>>> trim
     services.userDefaults = makeUserDefaults();
     services.sharingServices = makeSharingServices();
+    services.folderChooser = makePortalFolderChooser();
     // Xwayland would answer too, but shows only some of the windows, and those not whole.
     if (!environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland")
         useNothing(services, "Windows of a Wayland session cannot be captured yet; log in to an X11 session.");

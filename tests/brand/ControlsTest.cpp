@@ -13,12 +13,14 @@ using test::QuickTestWindow;
 
 TEST(BrandModule, EveryTypeCanBeCreatedAndDrawnWithoutAWarning)
 {
-    for (const auto* type : {"Badge { text: 'Active' }", "BrandAppIconView { }", "BrandHorizontalLockupView { }", "BrandLogoMark { }",
-             "BusyIndicator { }", "Card { Label { text: 'x' } }", "IconButton { symbol: 'globe'; text: 'Web' }", "KeyCap { glyph: 'C' }",
-             "Label { text: 'Text' }", "ListRow { text: 'Row'; contentItem: Label { text: 'Row' } }",
-             "SearchField { placeholderText: 'Search' }", "Slider { text: 'Start' }", "Symbol { name: 'globe' }",
-             "TextButton { text: 'OK' }", "RoundedRectangle { width: 40; height: 20; color: Theme.coral }",
-             "ThinScrollBar { size: 0.5; orientation: Qt.Vertical; height: 100 }", "TimeLabel { text: '00:07' }"}) {
+    for (const auto* type :
+        {"Badge { text: 'Active' }", "BrandAppIconView { }", "BrandHorizontalLockupView { }", "BrandLogoMark { }", "BusyIndicator { }",
+            "Caption { text: 'Text' }", "Card { Label { text: 'x' } }", "IconButton { symbol: 'globe'; text: 'Web' }",
+            "KeyCap { glyph: 'C' }", "Label { text: 'Text' }", "ListRow { text: 'Row'; contentItem: Label { text: 'Row' } }",
+            "ScrollArea { width: 90; height: 40; contentHeight: 400; Label { text: 'Text' } }", "SearchField { placeholderText: 'Search' }",
+            "StatusLine { symbol: 'globe'; text: 'Web' }", "TextField { text: 'x' }", "Slider { text: 'Start' }",
+            "Symbol { name: 'globe' }", "TextButton { text: 'OK' }", "RoundedRectangle { width: 40; height: 20; color: Theme.coral }",
+            "ThinScrollBar { size: 0.5; orientation: Qt.Vertical; height: 100 }", "TimeLabel { text: '00:07' }"}) {
         SCOPED_TRACE(type);
         QuickTestWindow window{QLatin1String(type)};
         const auto image = window.grab();
@@ -166,6 +168,8 @@ TEST(Controls, TellAssistiveTechnologyTheirRoleAndName)
              Exposed{"Slider { objectName: 'it'; text: 'Start' }", QAccessible::Slider, "Start"},
              Exposed{"ListRow { objectName: 'it'; text: 'Firefox' }", QAccessible::ListItem, "Firefox"},
              Exposed{"Label { objectName: 'it'; text: 'Selected: 00:13' }", QAccessible::StaticText, "Selected: 00:13"},
+             Exposed{"Caption { objectName: 'it'; text: 'Beside' }", QAccessible::StaticText, "Beside"},
+             Exposed{"StatusLine { objectName: 'it'; symbol: 'globe'; text: 'Granted' }", QAccessible::AlertMessage, "Granted"},
              Exposed{"TimeLabel { objectName: 'it'; text: '00:13' }", QAccessible::StaticText, "00:13"},
              Exposed{"Badge { objectName: 'it'; text: 'Active' }", QAccessible::StaticText, "Active"},
              Exposed{"KeyCap { objectName: 'it'; glyph: 'x'; name: 'Alt' }", QAccessible::StaticText, "Alt"},
@@ -276,6 +280,61 @@ TEST(ThinScrollBar, IsThereOnlyWhenNotAllFits)
     EXPECT_FALSE(bar->isVisible());
     bar->setProperty("size", 0.5);
     EXPECT_TRUE(bar->isVisible());
+}
+
+constexpr auto scrollQml = R"(
+    ScrollArea {
+        objectName: 'area'
+        width: 300
+        height: 100
+        contentHeight: 600
+        TextButton { objectName: 'top'; y: 30; text: 'Top' }
+        TextButton { objectName: 'bottom'; y: 500; text: 'Bottom' }
+    })";
+
+TEST(ScrollArea, BringsTheControlThatGetsTheKeyboardIntoSightWithRoomAroundIt)
+{
+    const QuickTestWindow window{QLatin1String(scrollQml)};
+    const auto* area = window.item("area");
+    window.item("bottom")->forceActiveFocus(Qt::TabFocusReason);
+    EXPECT_EQ(area->property("contentY").toDouble(), 500 + 36 + 24 - 100);
+    window.item("top")->forceActiveFocus(Qt::TabFocusReason);
+    EXPECT_EQ(area->property("contentY").toDouble(), 30 - 24);
+}
+
+TEST(ScrollArea, ScrollsByKeyboardToItsEndsAndNotBeyond)
+{
+    QuickTestWindow window{QLatin1String(scrollQml)};
+    auto* area = window.item("area");
+    const auto after = [&](Qt::Key key) {
+        window.type(key);
+        return area->property("contentY").toDouble();
+    };
+    area->forceActiveFocus();
+    EXPECT_EQ(after(Qt::Key_Up), 0);
+    EXPECT_EQ(after(Qt::Key_Down), 40);
+    EXPECT_EQ(after(Qt::Key_PageDown), 130);
+    EXPECT_EQ(after(Qt::Key_End), 500);
+    EXPECT_EQ(after(Qt::Key_PageDown), 500);
+    EXPECT_EQ(after(Qt::Key_PageUp), 410);
+    EXPECT_EQ(after(Qt::Key_Home), 0);
+}
+
+TEST(TextField, TakesTheKeyboardShowsTheRingAndAnswersReturn)
+{
+    QuickTestWindow window{QLatin1String(
+        "id: root; property string entered; TextField { objectName: 'it'; x: 20; y: 20; width: 240; label: 'Name'; onAccepted: "
+        "root.entered = text }")};
+    auto& field = *window.item("it");
+    window.click(field);
+    window.type(Qt::Key_A, QStringLiteral("a"));
+    window.type(Qt::Key_Return);
+    EXPECT_EQ(window.root()->property("entered"), QStringLiteral("a"));
+    const auto image = window.grab(field, 6);
+    expectNear(image.pixelColor(3, image.height() / 2), onGround(withOpacity(BrandColors::coral, 0.7)));
+    auto* accessible = QAccessible::queryAccessibleInterface(window.window().activeFocusItem());
+    EXPECT_EQ(accessible->role(), QAccessible::EditableText);
+    EXPECT_EQ(accessible->text(QAccessible::Name), QStringLiteral("Name"));
 }
 
 TEST(BusyIndicator, ShowsNothingWhenItDoesNotRun)

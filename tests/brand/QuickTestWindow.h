@@ -41,25 +41,17 @@ public:
     explicit QuickTestWindow(const QString& qml, const QSize& size = {400, 200}, const QVariantMap& properties = {})
     {
         installBrandModule(engine_);
-        QObject::connect(&engine_, &QQmlEngine::warnings, &engine_, [](const QList<QQmlError>& warnings) {
-            for (const auto& warning : warnings)
-                ADD_FAILURE() << warning.toString().toStdString();
-        });
-        view_ = std::make_unique<QQuickView>(&engine_, nullptr);
-        view_->setColor(QColor{15, 23, 42});
-        view_->resize(size);
         QQmlComponent component(&engine_);
         component.setData(QStringLiteral("import QtQuick\nimport Velmora.Brand\nItem { %1 }").arg(qml).toUtf8(), {});
-        for (const auto& error : component.errors())
-            ADD_FAILURE() << error.toString().toStdString();
-        root_ = qobject_cast<QQuickItem*>(component.createWithInitialProperties(properties));
-        if (!root_)
-            return;
-        root_->setSize(size);
-        view_->setContent({}, &component, root_);
-        view_->show();
-        view_->requestActivate();
-        application_.processEvents();
+        show(component, size, properties);
+    }
+
+    /// A view of the program's, bound to `model`, which outlives the window.
+    QuickTestWindow(const QUrl& view, QObject& model, const QSize& size)
+    {
+        installBrandModule(engine_);
+        QQmlComponent component(&engine_, view);
+        show(component, size, {{QStringLiteral("model"), QVariant::fromValue(&model)}});
     }
 
     [[nodiscard]] QQmlEngine& engine() { return engine_; }
@@ -103,7 +95,30 @@ public:
         }
     }
 
+    [[nodiscard]] const QQuickWindow& window() const { return *view_; }
+
 private:
+    void show(QQmlComponent& component, const QSize& size, const QVariantMap& properties)
+    {
+        QObject::connect(&engine_, &QQmlEngine::warnings, &engine_, [](const QList<QQmlError>& warnings) {
+            for (const auto& warning : warnings)
+                ADD_FAILURE() << warning.toString().toStdString();
+        });
+        view_ = std::make_unique<QQuickView>(&engine_, nullptr);
+        view_->setColor(QColor{15, 23, 42});
+        view_->resize(size);
+        for (const auto& error : component.errors())
+            ADD_FAILURE() << error.toString().toStdString();
+        root_ = qobject_cast<QQuickItem*>(component.createWithInitialProperties(properties));
+        if (!root_)
+            return;
+        root_->setSize(size);
+        view_->setContent({}, &component, root_);
+        view_->show();
+        view_->requestActivate();
+        application_.processEvents();
+    }
+
     static QPointF middle(const QQuickItem& item) { return item.mapToScene({item.width() / 2, item.height() / 2}); }
 
     void mouse(QEvent::Type kind, const QPointF& at, Qt::MouseButton button, Qt::MouseButtons buttons)

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
+#include <unistd.h>
 
 namespace velmora::linux_backend {
 namespace {
@@ -122,6 +123,31 @@ TEST_F(LinuxFileManagerTest, CreatesFoldersAndSaysWhyItCannot)
     ASSERT_FALSE(failed.has_value());
     EXPECT_EQ(failed.error().code, ENOTDIR);
     EXPECT_NE(failed.error().localizedDescription.find("Not a directory"), std::string::npos);
+}
+
+TEST_F(LinuxFileManagerTest, AFolderIsWritableWhenThisUserMayCreateFilesInItAndIsLeftAsItWas)
+{
+    EXPECT_TRUE(fileManager->checkWritable(folder.path()));
+    EXPECT_TRUE(fileManager->checkWritable(folder.path() / ""));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+    EXPECT_EQ(fileManager->checkWritable(folder.path() / "gone").error().code, ENOENT);
+    std::ofstream{folder.path() / "file"} << "x";
+    EXPECT_EQ(fileManager->checkWritable(folder.path() / "file").error().code, ENOTDIR);
+
+    std::filesystem::permissions(folder.path(), std::filesystem::perms{0555});
+    // The superuser may write anywhere.
+    const bool isSuperuser = ::geteuid() == 0;
+    if (isSuperuser) {
+        ASSERT_EQ(::seteuid(65534), 0);
+    }
+    const auto denied = fileManager->checkWritable(folder.path());
+    if (isSuperuser) {
+        ASSERT_EQ(::seteuid(0), 0);
+    }
+    std::filesystem::permissions(folder.path(), std::filesystem::perms{0755});
+    ASSERT_FALSE(denied.has_value());
+    EXPECT_EQ(denied.error().code, EACCES);
+    EXPECT_EQ(denied.error().localizedDescription, folder.path().string() + ": Permission denied");
 }
 
 }  // namespace

@@ -1,0 +1,31 @@
+import QtQuick
+import QtQuick.Layouts
+import Velmora.Brand
+
+// A state that something has come to: a symbol and what it means. Assistive technology reads it out when it appears.
+RowLayout {
+    id: line
+
+    property string symbol
+    property color tint: Theme.granted
+    property string text
+    property color color: Theme.text
+
+    spacing: Theme.gap
+
+    Accessible.role: Accessible.AlertMessage
+    Accessible.name: text
+
+    Symbol {
+        Layout.alignment: Qt.AlignTop
+        name: line.symbol
+        color: line.tint
+        size: 16
+    }
+    Label {
+        Layout.fillWidth: true
+        text: line.text
+        color: line.color
+        Accessible.ignored: true
+    }
+}

@@ -1,0 +1,42 @@
+// A text of our own in which some words are emphasised.
+#pragma once
+
+#include <QMetaType>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+
+namespace velmora {
+
+/// From a constant with Markdown's strong emphasis (**words**), for a Text of the format StyledText. Never from a string that comes from
+/// outside: those are shown as plain text.
+class EmphasizedText {
+    Q_GADGET
+    QML_VALUE_TYPE(emphasizedText)
+    Q_PROPERTY(QString styled READ styled CONSTANT)
+    Q_PROPERTY(QString plain READ plain CONSTANT)
+
+public:
+    EmphasizedText() = default;
+
+    /// An asterisk pair that is not closed stands as it is.
+    template <std::size_t size>
+    explicit EmphasizedText(const char (&markdown)[size]) : EmphasizedText(QString::fromUtf8(markdown))
+    {
+    }
+
+    /// What is emphasised is bold and as bright as the text of a window.
+    [[nodiscard]] const QString& styled() const { return styled_; }
+
+    /// Without any emphasis.
+    [[nodiscard]] const QString& plain() const { return plain_; }
+
+    friend bool operator==(const EmphasizedText&, const EmphasizedText&) = default;
+
+private:
+    explicit EmphasizedText(const QString& markdown);
+
+    QString styled_;
+    QString plain_;
+};
+
+}  // namespace velmora

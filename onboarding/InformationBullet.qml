@@ -1,0 +1,37 @@
+import QtQuick
+import QtQuick.Layouts
+import Velmora.Brand
+
+RowLayout {
+    id: bullet
+
+    required property string symbol
+    required property string title
+    required property string body
+
+    Layout.fillWidth: true
+    spacing: Theme.largeGap
+
+    Symbol {
+        Layout.alignment: Qt.AlignTop
+        Layout.topMargin: 2
+        name: bullet.symbol
+        color: Theme.coral
+        size: 20
+    }
+    ColumnLayout {
+        Layout.fillWidth: true
+        spacing: 2
+
+        Label {
+            Layout.fillWidth: true
+            text: bullet.title
+            font: Theme.emphasisFont
+        }
+        Label {
+            Layout.fillWidth: true
+            text: bullet.body
+            color: Theme.secondaryText
+        }
+    }
+}

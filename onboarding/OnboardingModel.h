@@ -1,0 +1,125 @@
+// What the first-run walkthrough shows and does.
+#pragma once
+
+#include "capture/CaptureCoordinator.h"
+#include "onboarding/EmphasizedText.h"
+#include "platform/UserDefaults.h"
+#include "system/PermissionManager.h"
+
+#include <QObject>
+#include <QString>
+#include <QVariantList>
+#include <QtQmlIntegration>
+
+#include <functional>
+#include <memory>
+
+namespace velmora {
+
+/// Five steps, and the permission and the chosen window as they are at any time. Main thread only.
+class OnboardingModel final : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the program")
+    Q_PROPERTY(int currentStep READ currentStep WRITE setCurrentStep NOTIFY currentStepChanged)
+    Q_PROPERTY(int totalSteps READ totalSteps CONSTANT)
+    Q_PROPERTY(int visibleStep READ visibleStep NOTIFY currentStepChanged)
+    Q_PROPERTY(QString stepText READ stepText NOTIFY currentStepChanged)
+    Q_PROPERTY(bool canGoBack READ canGoBack NOTIFY currentStepChanged)
+    Q_PROPERTY(bool isLastStep READ isLastStep NOTIFY currentStepChanged)
+    Q_PROPERTY(bool hasScreenRecordingPermission READ hasScreenRecordingPermission NOTIFY permissionChanged)
+    Q_PROPERTY(QString permissionExplanation READ permissionExplanation NOTIFY permissionChanged)
+    Q_PROPERTY(bool hasSelectedWindow READ hasSelectedWindow NOTIFY selectedWindowChanged)
+    Q_PROPERTY(QString selectedWindowName READ selectedWindowName NOTIFY selectedWindowChanged)
+    Q_PROPERTY(QString placeCaption READ placeCaption NOTIFY placeCaptionChanged)
+    Q_PROPERTY(velmora::EmphasizedText menuMethodText READ menuMethodText CONSTANT)
+    Q_PROPERTY(QVariantList privacyLines READ privacyLines CONSTANT)
+
+public:
+    struct Services {
+        std::shared_ptr<CaptureCoordinator> coordinator;
+        std::shared_ptr<PermissionManager> permissionManager;
+        std::shared_ptr<platform::UserDefaults> userDefaults;
+        std::function<void()> presentWindowPicker;
+
+        /// Where this desktop shows the program, now: a sentence or two. Asked each time that the walkthrough is shown.
+        std::function<QString()> placeCaption;
+    };
+
+    static constexpr int stepCount = 5;
+
+    explicit OnboardingModel(Services services);
+
+    /// From 0.
+    [[nodiscard]] int currentStep() const { return currentStep_; }
+    void setCurrentStep(int step);
+    [[nodiscard]] static constexpr int totalSteps() { return stepCount; }
+
+    /// The step whose body is shown: the first for a number that no step has.
+    [[nodiscard]] int visibleStep() const { return currentStep_ >= 0 && currentStep_ < stepCount ? currentStep_ : 0; }
+
+    /// "First-Time User Walkthrough • Step 1 of 5".
+    [[nodiscard]] QString stepText() const;
+
+    [[nodiscard]] bool canGoBack() const { return currentStep_ >= 1; }
+    [[nodiscard]] bool isLastStep() const { return currentStep_ >= stepCount - 1; }
+
+    [[nodiscard]] bool hasScreenRecordingPermission() const { return services_.permissionManager->hasScreenRecordingPermission(); }
+
+    /// Why the screen cannot be recorded; may be empty. Plain text, as the name of the window.
+    [[nodiscard]] QString permissionExplanation() const;
+
+    [[nodiscard]] bool hasSelectedWindow() const { return services_.coordinator->selectedWindow().has_value(); }
+    [[nodiscard]] QString selectedWindowName() const;
+
+    [[nodiscard]] const QString& placeCaption() const { return placeCaption_; }
+
+    /// Whether the walkthrough has ever been finished or skipped.
+    [[nodiscard]] bool hasCompletedWalkthrough() const;
+
+    [[nodiscard]] static EmphasizedText menuMethodText();
+
+    /// The lines of the privacy box, without their bullets: an EmphasizedText each.
+    [[nodiscard]] static QVariantList privacyLines();
+
+    /// Each time that the walkthrough is shown.
+    Q_INVOKABLE void viewWillAppear();
+
+    /// "Next →" and "← Back". Nothing at the ends.
+    Q_INVOKABLE void next();
+    Q_INVOKABLE void back();
+
+    /// "Open System Settings".
+    Q_INVOKABLE void openSystemSettings();
+
+    /// "I've Granted It — Check Status".
+    Q_INVOKABLE void checkStatus() { services_.permissionManager->checkPermissions(); }
+
+    /// "Choose Video Window to Clip..." and "Change Window...".
+    Q_INVOKABLE void chooseWindow() { services_.presentWindowPicker(); }
+
+    /// "Skip Walkthrough" and "Done & Start Clipping".
+    Q_INVOKABLE void finishWalkthrough();
+
+    /// Closes the window and remembers nothing.
+    Q_INVOKABLE void close() { emit dismissed(); }
+
+signals:
+    void currentStepChanged();
+    void permissionChanged();
+    void selectedWindowChanged();
+    void placeCaptionChanged();
+
+    /// The walkthrough is on the screen again.
+    void appeared();
+
+    /// The walkthrough is to be closed.
+    void dismissed();
+
+private:
+    const Services services_;
+    int currentStep_ = 0;
+    QString placeCaption_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,167 @@
+// The first-run walkthrough: five steps between a bar that says where one is and a bar that leads on.
+import QtQuick
+import QtQuick.Layouts
+import Velmora.Brand
+import Velmora.Onboarding
+
+Rectangle {
+    id: root
+
+    required property OnboardingModel model
+
+    // A control that disappears leaves the keyboard to the button that leads on.
+    function takeFocus(reason: int) {
+        (root.model.isLastStep ? doneButton : nextButton).forceActiveFocus(reason);
+    }
+    function leavePermissionButtons(reason: int) {
+        if (root.model.hasScreenRecordingPermission)
+            root.takeFocus(reason);
+    }
+
+    color: Theme.obsidian
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        RowLayout {
+            Layout.leftMargin: Theme.windowMargin
+            Layout.rightMargin: Theme.windowMargin
+            Layout.preferredHeight: 52
+            spacing: 10
+
+            BrandLogoMark {
+                size: 20
+                color: Theme.coral
+            }
+            Label {
+                Layout.fillWidth: true
+                text: root.model.stepText
+                color: Theme.secondaryText
+            }
+            Repeater {
+                model: root.model.totalSteps
+
+                RoundedRectangle {
+                    required property int index
+
+                    Layout.leftMargin: -4
+                    implicitWidth: index === root.model.visibleStep ? 22 : 7
+                    implicitHeight: 7
+                    radius: 3.5
+                    color: index > root.model.visibleStep ? Theme.borderSlate : Theme.withOpacity(Theme.coral, index < root.model.visibleStep ? 0.5 : 1)
+                }
+            }
+        }
+        Rectangle {
+            Layout.fillWidth: true
+            implicitHeight: 1
+            color: Theme.cardSlate
+        }
+
+        Item {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+
+            WelcomeStep {
+                visibleStep: root.model.visibleStep
+            }
+            MenuBarStep {
+                visibleStep: root.model.visibleStep
+                placeCaption: root.model.placeCaption
+            }
+            CommandsStep {
+                visibleStep: root.model.visibleStep
+                menuMethodText: root.model.menuMethodText
+            }
+            PermissionStep {
+                visibleStep: root.model.visibleStep
+                isGranted: root.model.hasScreenRecordingPermission
+                explanation: root.model.permissionExplanation
+                privacyLines: root.model.privacyLines
+                onOpenSystemSettings: reason => {
+                    root.model.openSystemSettings();
+                    root.leavePermissionButtons(reason);
+                }
+                onCheckStatus: reason => {
+                    root.model.checkStatus();
+                    root.leavePermissionButtons(reason);
+                }
+            }
+            ReadyStep {
+                visibleStep: root.model.visibleStep
+                hasSelectedWindow: root.model.hasSelectedWindow
+                selectedWindowName: root.model.selectedWindowName
+                onChooseWindow: root.model.chooseWindow()
+            }
+        }
+
+        Rectangle {
+            Layout.fillWidth: true
+            implicitHeight: 1
+            color: Theme.cardSlate
+        }
+        RowLayout {
+            Layout.leftMargin: Theme.windowMargin
+            Layout.rightMargin: Theme.windowMargin
+            Layout.preferredHeight: 68
+            spacing: Theme.gap
+
+            TextButton {
+                visible: root.model.canGoBack
+                text: "← Back"
+                Accessible.description: root.model.stepText
+                onClicked: {
+                    root.model.back();
+                    if (!visible)
+                        root.takeFocus(focusReason);
+                }
+            }
+            Item {
+                Layout.fillWidth: true
+            }
+            TextButton {
+                visible: !root.model.isLastStep
+                plain: true
+                text: "Skip Walkthrough"
+                onClicked: root.model.finishWalkthrough()
+            }
+            TextButton {
+                id: nextButton
+
+                visible: !root.model.isLastStep
+                focus: true
+                prominent: true
+                text: "Next →"
+                Accessible.description: root.model.stepText
+                onClicked: {
+                    root.model.next();
+                    if (!visible)
+                        root.takeFocus(focusReason);
+                }
+            }
+            TextButton {
+                id: doneButton
+
+                visible: root.model.isLastStep
+                prominent: true
+                text: "Done & Start Clipping"
+                Accessible.description: root.model.stepText
+                onClicked: root.model.finishWalkthrough()
+            }
+        }
+    }
+
+    Shortcut {
+        sequence: "Escape"
+        onActivated: root.model.close()
+    }
+    Connections {
+        target: root.model
+
+        function onAppeared() {
+            root.takeFocus(Qt.OtherFocusReason);
+        }
+    }
+}

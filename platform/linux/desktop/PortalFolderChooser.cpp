@@ -1,0 +1,190 @@
+#include "platform/linux/desktop/PortalFolderChooser.h"
+
+#include <QByteArray>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+#include <QObject>
+#include <QStringList>
+#include <QUrl>
+#include <QVariantMap>
+
+#include <utility>
+
+namespace velmora::linux_backend {
+
+namespace {
+
+constexpr const char* service = "org.freedesktop.portal.Desktop";
+constexpr const char* path = "/org/freedesktop/portal/desktop";
+constexpr const char* fileChooser = "org.freedesktop.portal.FileChooser";
+constexpr const char* request = "org.freedesktop.portal.Request";
+constexpr uint folderVersion = 3;
+constexpr uint chosen = 0;
+constexpr uint cancelled = 1;
+
+QString text(const std::string& utf8)
+{
+    return QString::fromStdString(utf8);
+}
+
+QDBusMessage methodCall(const QString& object, const char* interface, const char* method)
+{
+    return QDBusMessage::createMethodCall(QLatin1String{service}, object, QLatin1String{interface}, QLatin1String{method});
+}
+
+auto unanswered(const char* why)
+{
+    return fail("Velmora.FolderChooser", 1, std::string{"The desktop's folder dialog cannot be used: "} + why);
+}
+
+/// A name of any bytes comes as a link.
+std::optional<std::filesystem::path> localPath(const QString& uri)
+{
+    const QUrl url{uri, QUrl::StrictMode};
+    if (!url.isLocalFile())
+        return std::nullopt;
+    const auto bytes = QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1());
+    return std::filesystem::path{bytes.toStdString()};
+}
+
+/// One dialog, from the question whether there is a portal to the answer. Deletes itself.
+class FolderRequest final : public QObject {
+    Q_OBJECT
+
+public:
+    FolderRequest(QDBusConnection bus, platform::FolderPanel panel, platform::FolderChooser::Completion completion, QObject* parent)
+        : QObject(parent)
+        , bus_(std::move(bus))
+        , panel_(std::move(panel))
+        , completion_(std::move(completion))
+        , watcher_(QLatin1String{service}, bus_, QDBusServiceWatcher::WatchForUnregistration)
+    {
+        connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish(unanswered("the portal has ended.")); });
+    }
+
+    /// A dialog that nobody waits for is closed.
+    ~FolderRequest() override
+    {
+        if (completion_ && !handle_.isEmpty())
+            bus_.send(methodCall(handle_, request, "Close"));
+    }
+
+    void begin(std::chrono::milliseconds patience)
+    {
+        auto call = methodCall(QLatin1String{path}, "org.freedesktop.DBus.Properties", "Get");
+        call.setArguments({QLatin1String{fileChooser}, QStringLiteral("version")});
+        auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(call, static_cast<int>(patience.count())), this};
+        connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked] {
+            const QDBusPendingReply<QDBusVariant> reply = *asked;
+            asked->deleteLater();
+            if (!reply.isValid())
+                finish(unanswered("there is no portal."));
+            else if (reply.value().variant().toUInt() < folderVersion)
+                finish(unanswered("the portal is too old."));
+            else
+                open();
+        });
+    }
+
+private slots:
+    void respond(uint response, const QVariantMap& results)
+    {
+        if (response == cancelled)
+            return finish(std::optional<std::filesystem::path>{});
+        const auto uris = results.value(QStringLiteral("uris")).toStringList();
+        if (response != chosen || uris.size() != 1)
+            return finish(unanswered("it ended without an answer."));
+        if (auto folder = localPath(uris.front()))
+            return finish(std::move(folder));
+        finish(unanswered("what it chose does not lie on this computer."));
+    }
+
+private:
+    void open()
+    {
+        static unsigned count = 0;
+        const auto token = QStringLiteral("velmora_%1").arg(++count);
+        const auto sender = bus_.baseService().mid(1).replace(u'.', u'_');
+        // The answer may come before the call returns, so it is listened for first.
+        listen(QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, token));
+        auto call = methodCall(QLatin1String{path}, fileChooser, "OpenFile");
+        const auto parent = panel_.parentWindow == 0 ? QString{} : QStringLiteral("x11:%1").arg(panel_.parentWindow, 0, 16);
+        QByteArray directory = QByteArray::fromStdString(panel_.directory.native());
+        directory.append('\0');
+        call.setArguments({parent, text(panel_.title),
+            QVariantMap{
+                {QStringLiteral("handle_token"), token},
+                {QStringLiteral("accept_label"), text(panel_.prompt)},
+                {QStringLiteral("modal"), true},
+                {QStringLiteral("multiple"), false},
+                {QStringLiteral("directory"), true},
+                {QStringLiteral("current_folder"), directory},
+            }});
+        auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(call), this};
+        connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked] {
+            const QDBusPendingReply<QDBusObjectPath> reply = *asked;
+            asked->deleteLater();
+            if (!reply.isValid())
+                finish(unanswered("the portal refuses to show it."));
+            else if (reply.value().path() != handle_)  // portals before 0.9 make up a name of their own
+                listen(reply.value().path());
+        });
+    }
+
+    void listen(const QString& handle)
+    {
+        handle_ = handle;
+        bus_.connect(
+            QLatin1String{service}, handle_, QLatin1String{request}, QStringLiteral("Response"), this, SLOT(respond(uint, QVariantMap)));
+    }
+
+    void finish(Result<std::optional<std::filesystem::path>> folder)
+    {
+        if (!completion_)
+            return;
+        deleteLater();
+        auto completion = std::exchange(completion_, nullptr);
+        completion(std::move(folder));
+    }
+
+    QDBusConnection bus_;
+    const platform::FolderPanel panel_;
+    platform::FolderChooser::Completion completion_;
+    QDBusServiceWatcher watcher_;
+    QString handle_;
+};
+
+class PortalFolderChooser final : public platform::FolderChooser {
+public:
+    explicit PortalFolderChooser(PortalFolderChooserOptions options) : options_(std::move(options)) { }
+
+    void chooseFolder(const platform::FolderPanel& panel, Completion completion) override
+    {
+        const auto bus = options_.busAddress.empty()
+            ? QDBusConnection::sessionBus()
+            : QDBusConnection::connectToBus(text(options_.busAddress), QStringLiteral("velmora-folder-chooser"));
+        if (!bus.isConnected())
+            return completion(unanswered("there is no session bus."));
+        (new FolderRequest{bus, panel, std::move(completion), &requests_})->begin(options_.patience);
+    }
+
+private:
+    const PortalFolderChooserOptions options_;
+    QObject requests_;  // the owner of those that wait
+};
+
+}  // namespace
+
+std::shared_ptr<platform::FolderChooser> makePortalFolderChooser(PortalFolderChooserOptions options)
+{
+    return std::make_shared<PortalFolderChooser>(std::move(options));
+}
+
+}  // namespace velmora::linux_backend
+
+#include "PortalFolderChooser.moc"

@@ -1,0 +1,23 @@
+// The desktop's own dialog for choosing a folder.
+#pragma once
+
+#include "platform/FolderChooser.h"
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+namespace velmora::linux_backend {
+
+struct PortalFolderChooserOptions {
+    std::string busAddress;  ///< of another bus than the session's, as tests have
+
+    /// How long a portal may take to say that it is there. Some are started by the question.
+    std::chrono::milliseconds patience{3000};
+};
+
+/// By org.freedesktop.portal.FileChooser of XDG Desktop Portal. It can choose folders since version 3; without one of that version the
+/// answer is an error, and so it is when the portal ends before the user has answered.
+std::shared_ptr<platform::FolderChooser> makePortalFolderChooser(PortalFolderChooserOptions options = {});
+
+}  // namespace velmora::linux_backend

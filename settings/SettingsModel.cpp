@@ -1,0 +1,102 @@
+#include "settings/SettingsModel.h"
+
+#include <QPointer>
+
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+QString text(const std::string& utf8)
+{
+    return QString::fromStdString(utf8);
+}
+
+}  // namespace
+
+SettingsModel::SettingsModel(Services services) : services_(std::move(services))
+{
+    connect(services_.library.get(), &ClipLibrary::customOutputDirectoryChanged, this, &SettingsModel::savedClipsFolderChanged);
+    const auto* shortcuts = services_.shortcutManager.get();
+    connect(shortcuts, &KeyboardShortcutManager::isRegisteredChanged, this, &SettingsModel::shortcutChanged);
+    connect(shortcuts, &KeyboardShortcutManager::registrationErrorMessageChanged, this, &SettingsModel::shortcutChanged);
+    connect(services_.permissionManager.get(), &PermissionManager::hasScreenRecordingPermissionChanged, this,
+        &SettingsModel::permissionChanged);
+}
+
+QString SettingsModel::savedClipsFolder() const
+{
+    const auto folder = services_.library->effectiveOutputDirectory();
+    return text((folder.has_filename() || !folder.has_relative_path() ? folder : folder.parent_path()).string());
+}
+
+QString SettingsModel::shortcutErrorMessage() const
+{
+    if (isShortcutRegistered())
+        return {};
+    return text(services_.shortcutManager->registrationErrorMessage().value_or("The shortcut is not active."));
+}
+
+QString SettingsModel::permissionExplanation() const
+{
+    return text(services_.permissionManager->screenRecordingExplanation());
+}
+
+void SettingsModel::viewWillAppear()
+{
+    services_.permissionManager->checkPermissions();
+    // The folder of the user's videos may be another one by now.
+    emit savedClipsFolderChanged();
+    setFolderError({});
+    emit appeared();
+}
+
+void SettingsModel::chooseDestinationFolder()
+{
+    if (std::exchange(isChoosingFolder_, true))
+        return;
+    setFolderError({});
+    services_.folderChooser->chooseFolder(
+        {.title = "Choose Folder", .prompt = "Choose Folder", .directory = services_.library->effectiveOutputDirectory()},
+        [self = QPointer{this}](const Result<std::optional<std::filesystem::path>>& folder) {
+            if (self)
+                self->folderWasChosen(folder);
+        });
+}
+
+void SettingsModel::openFolder()
+{
+    services_.workspace->open(services_.library->effectiveOutputDirectory());
+}
+
+void SettingsModel::folderWasChosen(const Result<std::optional<std::filesystem::path>>& folder)
+{
+    isChoosingFolder_ = false;
+    if (!folder)
+        setFolderError(text(folder.error().localizedDescription));
+    else if (*folder)
+        useFolder(**folder);
+}
+
+void SettingsModel::useFolder(const std::filesystem::path& folder)
+{
+    // The library takes any folder and finds out at the next recording; then it is too late for the clip.
+    auto usable = services_.fileManager->createDirectory(folder);
+    if (usable)
+        usable = services_.fileManager->checkWritable(folder);
+    if (usable)
+        services_.library->setOutputDirectory(folder);
+    else
+        setFolderError(text(usable.error().localizedDescription));
+}
+
+void SettingsModel::setFolderError(const QString& error)
+{
+    if (folderError_ == error)
+        return;
+    folderError_ = error;
+    emit folderErrorChanged();
+}
+
+}  // namespace velmora

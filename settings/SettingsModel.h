@@ -1,0 +1,101 @@
+// What the settings show and do.
+#pragma once
+
+#include "library/ClipLibrary.h"
+#include "platform/FileManager.h"
+#include "platform/FolderChooser.h"
+#include "platform/Workspace.h"
+#include "system/KeyboardShortcutManager.h"
+#include "system/PermissionManager.h"
+
+#include <QObject>
+#include <QString>
+#include <QtQmlIntegration>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+namespace velmora {
+
+/// The clips folder, the shortcut and the permission as they are at any time. Main thread only.
+class SettingsModel final : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the program")
+    Q_PROPERTY(QString savedClipsFolder READ savedClipsFolder NOTIFY savedClipsFolderChanged)
+    Q_PROPERTY(QString folderError READ folderError NOTIFY folderErrorChanged)
+    Q_PROPERTY(bool isShortcutRegistered READ isShortcutRegistered NOTIFY shortcutChanged)
+    Q_PROPERTY(QString shortcutErrorMessage READ shortcutErrorMessage NOTIFY shortcutChanged)
+    Q_PROPERTY(bool hasScreenRecordingPermission READ hasScreenRecordingPermission NOTIFY permissionChanged)
+    Q_PROPERTY(QString permissionExplanation READ permissionExplanation NOTIFY permissionChanged)
+
+public:
+    struct Services {
+        std::shared_ptr<ClipLibrary> library;
+        std::shared_ptr<PermissionManager> permissionManager;
+        std::shared_ptr<KeyboardShortcutManager> shortcutManager;
+        std::shared_ptr<platform::Workspace> workspace;
+        std::shared_ptr<platform::FileManager> fileManager;
+        std::shared_ptr<platform::FolderChooser> folderChooser;
+        std::function<void()> presentOnboarding;
+    };
+
+    explicit SettingsModel(Services services);
+
+    /// Where clips are saved, without a slash at its end. Plain text, as all that follow.
+    [[nodiscard]] QString savedClipsFolder() const;
+
+    /// Why the folder that was chosen last is not the clips folder now; empty when it is.
+    [[nodiscard]] const QString& folderError() const { return folderError_; }
+
+    [[nodiscard]] bool isShortcutRegistered() const { return services_.shortcutManager->isRegistered(); }
+
+    /// Why the shortcut is not registered. Never empty while it is not.
+    [[nodiscard]] QString shortcutErrorMessage() const;
+
+    [[nodiscard]] bool hasScreenRecordingPermission() const { return services_.permissionManager->hasScreenRecordingPermission(); }
+
+    /// Why the screen cannot be recorded; may be empty.
+    [[nodiscard]] QString permissionExplanation() const;
+
+    /// Each time that the settings are shown.
+    Q_INVOKABLE void viewWillAppear();
+
+    /// "Change...". Nothing while the dialog of an earlier press is there.
+    Q_INVOKABLE void chooseDestinationFolder();
+
+    /// "Open".
+    Q_INVOKABLE void openFolder();
+
+    /// "Open First-Time Walkthrough...".
+    Q_INVOKABLE void openWalkthrough() { services_.presentOnboarding(); }
+
+    /// "Grant Access".
+    Q_INVOKABLE void grantAccess() { services_.permissionManager->openScreenRecordingSystemPreferences(); }
+
+    Q_INVOKABLE void close() { emit dismissed(); }
+
+signals:
+    void savedClipsFolderChanged();
+    void folderErrorChanged();
+    void shortcutChanged();
+    void permissionChanged();
+
+    /// The settings are on the screen again.
+    void appeared();
+
+    /// The settings are to be closed.
+    void dismissed();
+
+private:
+    void folderWasChosen(const Result<std::optional<std::filesystem::path>>& folder);
+    void useFolder(const std::filesystem::path& folder);
+    void setFolderError(const QString& error);
+
+    const Services services_;
+    QString folderError_;
+    bool isChoosingFolder_ = false;
+};
+
+}  // namespace velmora

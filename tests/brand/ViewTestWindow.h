@@ -1,0 +1,132 @@
+// A view of the program's on no screen, seen as a person sees it: by what is written in it.
+#pragma once
+
+#include "tests/brand/QuickTestWindow.h"
+
+#include <QStringList>
+#include <QThread>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace velmora::test {
+
+class ViewTestWindow : public QuickTestWindow {
+public:
+    using QuickTestWindow::QuickTestWindow;
+
+    /// Whether a text stands in the window, to be seen.
+    [[nodiscard]] bool shows(const QString& text) const { return texts().contains(text); }
+
+    /// Of all texts that are to be seen, as they are written in the view.
+    [[nodiscard]] QStringList texts() const
+    {
+        QStringList found;
+        forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText"))
+                found.append(item.property("text").toString());
+        });
+        return found;
+    }
+
+    /// Whether there is such a button, to be seen.
+    [[nodiscard]] bool hasButton(const QString& text) const { return findButton(text) != nullptr; }
+
+    [[nodiscard]] QQuickItem& button(const QString& text) const
+    {
+        auto* found = findButton(text);
+        if (!found)
+            throw std::runtime_error("there is no button " + text.toStdString());
+        return *found;
+    }
+
+    void press(const QString& text) { click(button(text)); }
+
+    /// Whether there is an alert with this name, which a screen reader reads out when it appears.
+    [[nodiscard]] bool hasAlert(const QString& name) const
+    {
+        bool found = false;
+        forEachVisible([&](QQuickItem& item) {
+            auto* accessible = QAccessible::queryAccessibleInterface(&item);
+            found |= accessible && accessible->role() == QAccessible::AlertMessage && accessible->text(QAccessible::Name) == name;
+        });
+        return found;
+    }
+
+    /// What a button says that has the keyboard; empty when none has.
+    [[nodiscard]] QString focusedButton() const
+    {
+        const auto* item = window().activeFocusItem();
+        return item && item->inherits("QQuickAbstractButton") ? item->property("text").toString() : QString{};
+    }
+
+    /// Lets animations come to their end.
+    void settle(const std::function<bool()>& condition)
+    {
+        for (int round = 0; round < 2000 && !condition(); ++round) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+            QThread::msleep(2);
+        }
+        EXPECT_TRUE(condition());
+    }
+
+    /// Every text that is to be seen lies inside `area`, which is in the window, and shows all that it says; what elides by intent is
+    /// left out.
+    void expectNothingIsCutOff(const QRectF& area) const
+    {
+        forEachVisible([&](QQuickItem& item) {
+            if (!item.inherits("QQuickText") || item.property("text").toString().isEmpty())
+                return;
+            const auto text = item.property("text").toString().toStdString();
+            EXPECT_FALSE(item.property("truncated").toBool()) << text;
+            EXPECT_LE(item.property("contentWidth").toDouble(), item.width() + 1) << text;
+            // What a label adds between its lines counts once more after a reflow.
+            EXPECT_LE(item.property("contentHeight").toDouble(), item.height() * 1.16) << text;
+            const auto place = item.mapRectToScene({0, 0, item.width(), item.height()});
+            EXPECT_TRUE(area.contains(place)) << text << " at " << place.x() << ", " << place.y() << ", " << place.width() << " x "
+                                              << place.height();
+        });
+    }
+
+    /// No two texts that are to be seen lie on one another.
+    void expectNoTextsOverlap() const
+    {
+        std::vector<std::pair<QString, QRectF>> seen;
+        forEachVisible([&](QQuickItem& item) {
+            const auto text = item.property("text").toString();
+            if (!item.inherits("QQuickText") || text.isEmpty())
+                return;
+            const auto place = item.mapRectToScene({0, 0, item.width(), item.property("contentHeight").toDouble()}).adjusted(1, 1, -1, -1);
+            for (const auto& [other, otherPlace] : seen)
+                EXPECT_FALSE(place.intersects(otherPlace)) << text.toStdString() << " lies on " << other.toStdString();
+            seen.emplace_back(text, place);
+        });
+    }
+
+    void forEachVisible(const std::function<void(QQuickItem&)>& work) const { visit(*root(), work); }
+
+private:
+    static void visit(QQuickItem& item, const std::function<void(QQuickItem&)>& work)
+    {
+        if (!item.isVisible() || item.opacity() < 0.01)
+            return;
+        work(item);
+        for (auto* child : item.childItems())
+            visit(*child, work);
+    }
+
+    [[nodiscard]] QQuickItem* findButton(const QString& text) const
+    {
+        QQuickItem* found = nullptr;
+        forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickAbstractButton") && item.property("text").toString() == text)
+                found = &item;
+        });
+        return found;
+    }
+};
+
+}  // namespace velmora::test

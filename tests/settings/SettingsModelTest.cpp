@@ -1,0 +1,192 @@
+#include "tests/settings/SettingsFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace velmora {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class SettingsModelTest : public testing::Test, protected test::SettingsFixture {
+protected:
+    SettingsModelTest()
+    {
+        QObject::connect(&model, &SettingsModel::savedClipsFolderChanged, &model, [this] { ++folderChanges; });
+        QObject::connect(&model, &SettingsModel::shortcutChanged, &model, [this] { ++shortcutChanges; });
+        QObject::connect(&model, &SettingsModel::permissionChanged, &model, [this] { ++permissionChanges; });
+    }
+
+    [[nodiscard]] std::string shownFolder() const { return model.savedClipsFolder().toStdString(); }
+    [[nodiscard]] std::filesystem::path defaultFolder() const { return folder.path() / "Velmora"; }
+
+    int folderChanges = 0;
+    int shortcutChanges = 0;
+    int permissionChanges = 0;
+};
+
+TEST_F(SettingsModelTest, ShowsTheDefaultFolderWithoutASlashAtItsEnd)
+{
+    EXPECT_EQ(shownFolder(), defaultFolder().string());
+}
+
+TEST_F(SettingsModelTest, ShowsTheRootAsASlash)
+{
+    library->setOutputDirectory("/");
+    EXPECT_EQ(shownFolder(), "/");
+}
+
+TEST_F(SettingsModelTest, AFolderThatSomebodyElseChoosesShowsAtOnce)
+{
+    library->setOutputDirectory(folder.path() / "Films");
+    EXPECT_EQ(folderChanges, 1);
+    EXPECT_EQ(shownFolder(), (folder.path() / "Films").string());
+}
+
+TEST_F(SettingsModelTest, ChangeAsksForOneFolderBeginningInTheClipsFolder)
+{
+    model.chooseDestinationFolder();
+    ASSERT_EQ(folderChooser->panels.size(), 1U);
+    EXPECT_EQ(folderChooser->panels[0].prompt, "Choose Folder");
+    EXPECT_EQ(folderChooser->panels[0].directory, library->effectiveOutputDirectory());
+    EXPECT_EQ(library->customOutputDirectory(), std::nullopt) << "nothing changes before the answer";
+}
+
+TEST_F(SettingsModelTest, AChosenFolderIsTheClipsFolderFromThenOn)
+{
+    const auto chosen = folder.path() / "Chosen";
+    std::filesystem::create_directory(chosen);
+    choose(chosen);
+    EXPECT_EQ(library->effectiveOutputDirectory(), chosen);
+    EXPECT_EQ(shownFolder(), chosen.string());
+    EXPECT_TRUE(model.folderError().isEmpty());
+}
+
+TEST_F(SettingsModelTest, CancellingTheChooserLeavesTheFolderAsItWas)
+{
+    choose(std::nullopt);
+    EXPECT_EQ(library->customOutputDirectory(), std::nullopt);
+    EXPECT_EQ(shownFolder(), defaultFolder().string());
+    EXPECT_TRUE(model.folderError().isEmpty());
+}
+
+TEST_F(SettingsModelTest, AFolderThatCannotBeWrittenIsNotTakenAndTheSystemsErrorShows)
+{
+    const auto chosen = folder.path() / "Chosen";
+    std::filesystem::create_directory(chosen);
+    fileManager->writeError = posixError(EROFS, chosen.native());
+    choose(chosen);
+    EXPECT_EQ(library->customOutputDirectory(), std::nullopt);
+    EXPECT_EQ(shownFolder(), defaultFolder().string());
+    EXPECT_THAT(model.folderError().toStdString(), HasSubstr("Read-only file system"));
+}
+
+TEST_F(SettingsModelTest, AFolderThatHasGoneIsMadeAndWhereItCannotBeTheErrorShows)
+{
+    const auto chosen = folder.path() / "Gone";
+    choose(chosen);
+    EXPECT_TRUE(std::filesystem::is_directory(chosen));
+    EXPECT_EQ(library->effectiveOutputDirectory(), chosen);
+
+    fileManager->createError = posixError(EACCES, "Other");
+    choose(folder.path() / "Other");
+    EXPECT_EQ(library->effectiveOutputDirectory(), chosen);
+    EXPECT_THAT(model.folderError().toStdString(), HasSubstr("Permission denied"));
+}
+
+TEST_F(SettingsModelTest, AnErrorStaysUntilTheNextTryOrTheNextOpening)
+{
+    const auto fail = [this] {
+        fileManager->writeError = posixError(EACCES, "x");
+        choose(folder.path());
+        ASSERT_FALSE(model.folderError().isEmpty());
+    };
+    fail();
+    model.chooseDestinationFolder();
+    EXPECT_TRUE(model.folderError().isEmpty());
+    folderChooser->answer(std::nullopt);
+    fail();
+    appear();
+    EXPECT_TRUE(model.folderError().isEmpty());
+}
+
+TEST_F(SettingsModelTest, AChooserThatCannotAskSaysWhy)
+{
+    choose(fail("Velmora.Test", 1, "There is no dialog."));
+    EXPECT_EQ(model.folderError(), QStringLiteral("There is no dialog."));
+    EXPECT_EQ(library->customOutputDirectory(), std::nullopt);
+}
+
+TEST_F(SettingsModelTest, OneChooserIsOpenAtATimeAndAfterItsAnswerAnotherCanBe)
+{
+    model.chooseDestinationFolder();
+    model.chooseDestinationFolder();
+    EXPECT_EQ(folderChooser->panels.size(), 1U);
+    folderChooser->answer(std::nullopt);
+    model.chooseDestinationFolder();
+    EXPECT_EQ(folderChooser->panels.size(), 2U);
+}
+
+TEST(SettingsModel, AnAnswerAfterTheSettingsAreGoneFindsNobody)
+{
+    auto fixture = std::make_unique<test::SettingsFixture>();
+    const auto chooser = fixture->folderChooser;
+    fixture->model.chooseDestinationFolder();
+    fixture.reset();
+    chooser->answer(std::filesystem::path{"/tmp"});
+}
+
+TEST_F(SettingsModelTest, OpenShowsTheFolderInTheFileBrowser)
+{
+    model.openFolder();
+    library->setOutputDirectory(folder.path());
+    model.openFolder();
+    EXPECT_THAT(workspace->opened, ElementsAre(defaultFolder() / "", folder.path()));
+}
+
+TEST_F(SettingsModelTest, TheShortcutsStateFollowsItsManager)
+{
+    EXPECT_TRUE(model.isShortcutRegistered());
+    EXPECT_TRUE(model.shortcutErrorMessage().isEmpty());
+    refuseShortcut();
+    EXPECT_GT(shortcutChanges, 0);
+    EXPECT_FALSE(model.isShortcutRegistered());
+    EXPECT_EQ(model.shortcutErrorMessage().toStdString(), *shortcutManager->registrationErrorMessage());
+}
+
+TEST_F(SettingsModelTest, AShortcutThatWasTakenAwayWithoutAnErrorStillSaysSomething)
+{
+    shortcutManager->unregisterAll();
+    EXPECT_FALSE(model.isShortcutRegistered());
+    EXPECT_FALSE(model.shortcutErrorMessage().isEmpty());
+}
+
+TEST_F(SettingsModelTest, ThePermissionIsReadAgainEachTimeThatTheSettingsAreShown)
+{
+    EXPECT_TRUE(model.hasScreenRecordingPermission());
+    access->isGranted = false;
+    access->reason = "Because.";
+    EXPECT_TRUE(model.hasScreenRecordingPermission());
+    appear();
+    EXPECT_GT(permissionChanges, 0);
+    EXPECT_FALSE(model.hasScreenRecordingPermission());
+    EXPECT_EQ(model.permissionExplanation(), QStringLiteral("Because."));
+}
+
+TEST_F(SettingsModelTest, GrantAccessOpensTheDesktopsSettingsAndAsksForNothing)
+{
+    model.grantAccess();
+    EXPECT_EQ(access->requestCount, 0);
+    ASSERT_EQ(workspace->openedURLs.size(), 1U);
+    EXPECT_THAT(workspace->openedURLs[0], HasSubstr("Privacy_ScreenCapture"));
+}
+
+TEST_F(SettingsModelTest, TheWalkthroughOpensFromHere)
+{
+    model.openWalkthrough();
+    EXPECT_EQ(walkthroughs, 1);
+}
+
+}  // namespace
+}  // namespace velmora

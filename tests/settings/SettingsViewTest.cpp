@@ -1,0 +1,182 @@
+#include "brand/BrandColors.h"
+#include "tests/brand/ViewTestWindow.h"
+#include "tests/settings/SettingsFixture.h"
+#include "tests/settings/SettingsViews.h"
+
+#include <gmock/gmock.h>
+
+namespace velmora {
+namespace {
+
+using test::ViewTestWindow;
+
+class SettingsViewTest : public testing::Test, protected test::SettingsFixture {
+protected:
+    SettingsViewTest() { test::linkSettingsViews(); }
+
+    ViewTestWindow window{test::settingsView, model, test::settingsSize};
+};
+
+TEST_F(SettingsViewTest, SaysEverythingThatItHasToSay)
+{
+    for (const auto* text :
+        {"Velmora", "macOS Native Instant Video Capture", "The Orbelle • Obsidian Slate & Electric Coral edition", "Clips Storage",
+            "Saved Clips Folder:", "Clips are saved locally in MP4 format with timestamps and will never overwrite existing files.",
+            "Help & Walkthrough", "Need a refresher on how Velmora works or where to find it?",
+            "Revisit the 5-step first-time walkthrough anytime to learn about the menu bar icon, keyboard shortcuts, and clipping tips.",
+            "Keyboard & Mouse Controls", "Start / Stop Recording", "Option + Command + C", "Shortcut active and listening system-wide",
+            "💡 Prefer using your mouse? You can trigger recording directly by clicking the Orbelle icon in your top menu bar.",
+            "Privacy & Permissions",
+            "All capture and encoding is strictly 100% local on your Mac. No network calls, telemetry, or external analytics.",
+            "Screen Recording Permission:", "Granted", "On this keyboard: Alt + Super + C"})
+        EXPECT_TRUE(window.shows(QString::fromUtf8(text))) << text;
+    for (const auto* text : {"Change...", "Open", "Open First-Time Walkthrough..."})
+        EXPECT_TRUE(window.hasButton(QString::fromUtf8(text))) << text;
+    EXPECT_TRUE(window.shows(model.savedClipsFolder()));
+}
+
+TEST_F(SettingsViewTest, NothingIsCutOff)
+{
+    refuseShortcut();
+    withdrawPermission("Windows of this desktop cannot be captured.");
+    static_cast<void>(window.grab());
+    window.expectNothingIsCutOff({24, 0, 492, 2000});
+    window.expectNoTextsOverlap();
+}
+
+TEST_F(SettingsViewTest, WithoutTheShortcutTheWarningStandsInThePlaceOfTheConfirmation)
+{
+    refuseShortcut();
+    EXPECT_FALSE(window.shows(QStringLiteral("Shortcut active and listening system-wide")));
+    const auto message = QString::fromStdString(*shortcutManager->registrationErrorMessage());
+    EXPECT_TRUE(window.shows(message));
+    EXPECT_TRUE(window.hasAlert(message));
+    hotKeyCenter->registerStatus = 0;
+    shortcutManager->registerAll();
+    EXPECT_TRUE(window.shows(QStringLiteral("Shortcut active and listening system-wide")));
+    EXPECT_FALSE(window.shows(message));
+}
+
+TEST_F(SettingsViewTest, GrantAccessStandsWhereGrantedDoesAndThePermissionTakesItAway)
+{
+    EXPECT_FALSE(window.hasButton(QStringLiteral("Grant Access")));
+    withdrawPermission("There is no display.");
+    EXPECT_FALSE(window.shows(QStringLiteral("Granted")));
+    EXPECT_TRUE(window.shows(QStringLiteral("There is no display.")));
+    window.button(QStringLiteral("Grant Access")).forceActiveFocus();
+    static_cast<void>(window.grab());
+    window.press(QStringLiteral("Grant Access"));
+    EXPECT_EQ(workspace->openedURLs.size(), 1U);
+    access->isGranted = true;
+    appear();
+    EXPECT_TRUE(window.shows(QStringLiteral("Granted")));
+    EXPECT_FALSE(window.hasButton(QStringLiteral("Grant Access")));
+    EXPECT_TRUE(window.hasAlert(QStringLiteral("Granted")));
+}
+
+TEST_F(SettingsViewTest, ARefusedFolderSaysWhyAndTheNextTryTakesThatAway)
+{
+    fileManager->writeError = posixError(EACCES, "<b>Films</b>");
+    window.press(QStringLiteral("Change..."));
+    folderChooser->answer(folder.path());
+    const auto message = QStringLiteral("<b>Films</b>: Permission denied");
+    EXPECT_TRUE(window.shows(message));
+    EXPECT_TRUE(window.hasAlert(message));
+    window.press(QStringLiteral("Change..."));
+    EXPECT_FALSE(window.shows(message));
+}
+
+TEST_F(SettingsViewTest, AnotherFolderShowsAtOnce)
+{
+    library->setOutputDirectory(folder.path() / "Other");
+    EXPECT_TRUE(window.shows(QString::fromStdString((folder.path() / "Other").string())));
+}
+
+TEST_F(SettingsViewTest, TheButtonsDoWhatTheySay)
+{
+    window.press(QStringLiteral("Open"));
+    EXPECT_EQ(workspace->opened.size(), 1U);
+    window.press(QStringLiteral("Open First-Time Walkthrough..."));
+    EXPECT_EQ(walkthroughs, 1);
+}
+
+TEST_F(SettingsViewTest, TabReachesEveryButtonAndScrollsToIt)
+{
+    withdrawPermission();
+    appear();
+    QStringList reached;
+    for (int presses = 0; presses < 5; ++presses) {
+        window.type(Qt::Key_Tab);
+        reached.append(window.focusedButton());
+        const auto* item = window.window().activeFocusItem();
+        ASSERT_TRUE(item);
+        const auto place = item->mapRectToScene({0, 0, item->width(), item->height()});
+        EXPECT_TRUE(QRectF(0, 0, 540, 500).contains(place)) << reached.last().toStdString() << " at " << place.y();
+        if (reached.last() == QStringLiteral("Grant Access"))
+            break;
+    }
+    EXPECT_EQ(reached,
+        QStringList({QStringLiteral("Change..."), QStringLiteral("Open"), QStringLiteral("Open First-Time Walkthrough..."),
+            QStringLiteral("Grant Access")}));
+    window.type(Qt::Key_Space, QStringLiteral(" "));
+    EXPECT_EQ(workspace->openedURLs.size(), 1U);
+    window.type(Qt::Key_Return);
+    EXPECT_EQ(workspace->openedURLs.size(), 2U);
+}
+
+TEST_F(SettingsViewTest, ReturnPressesNothingBeforeAControlHasTheKeyboard)
+{
+    appear();
+    window.type(Qt::Key_Return);
+    window.type(Qt::Key_Space, QStringLiteral(" "));
+    EXPECT_TRUE(folderChooser->panels.empty());
+}
+
+TEST_F(SettingsViewTest, KeysScrollAndTheNextOpeningBeginsAtTheTop)
+{
+    appear();
+    const auto top = window.grab();
+    window.type(Qt::Key_End);
+    EXPECT_NE(window.grab(), top);
+    window.type(Qt::Key_Home);
+    EXPECT_EQ(window.grab(), top);
+    window.type(Qt::Key_PageDown);
+    EXPECT_NE(window.grab(), top);
+    appear();
+    EXPECT_EQ(window.grab(), top);
+}
+
+TEST_F(SettingsViewTest, EscapeCloses)
+{
+    int dismissals = 0;
+    QObject::connect(&model, &SettingsModel::dismissed, &model, [&] { ++dismissals; });
+    window.type(Qt::Key_Escape);
+    EXPECT_EQ(dismissals, 1);
+}
+
+TEST_F(SettingsViewTest, TheStatesHaveTheirColours)
+{
+    const auto pixels = [&](const char* symbolOf) {
+        QImage image;
+        static_cast<void>(window.grab());  // lays out
+        window.forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickImage") && item.property("source").toString().contains(QLatin1String(symbolOf)))
+                image = window.grab(item);
+        });
+        return image;
+    };
+    const auto has = [](const QImage& image, const QColor& color) {
+        for (int row = 0; row < image.height(); ++row)
+            for (int column = 0; column < image.width(); ++column)
+                if (image.pixelColor(column, row) == color)
+                    return true;
+        return false;
+    };
+    window.type(Qt::Key_End);
+    EXPECT_TRUE(has(pixels("checkmark.circle.fill"), BrandColors::green));
+    refuseShortcut();
+    EXPECT_TRUE(has(pixels("exclamationmark.triangle.fill"), BrandColors::amber));
+}
+
+}  // namespace
+}  // namespace velmora
