@@ -120,7 +120,7 @@ private:
             return fail(pending.error());
         if (!*pending)
             return mp4::TrimOutcome::cancelled;
-        const auto outcome = mp4::writeTrim(*source_, std::move(*plan), (*pending)->file(), [this](double done) {
+        auto outcome = mp4::writeTrim(*source_, std::move(*plan), (*pending)->file(), [this](double done) {
             // The last of it is the disk's.
             progress_ = done * 0.99;
             return !isCancelled();
