@@ -9,7 +9,7 @@
 namespace velmora {
 
 /// What lies outside of the selection is dimmed; a frame stands around the rest.
-class Filmstrip final : public QQuickPaintedItem {
+class Filmstrip : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(velmora::ClipPreviewModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)

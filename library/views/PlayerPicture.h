@@ -10,7 +10,7 @@
 namespace velmora {
 
 /// Draws what the model's player shows, at the resolution of the screen, black around it.
-class PlayerPicture final : public QQuickItem {
+class PlayerPicture : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(velmora::ClipPreviewModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)
