@@ -163,6 +163,29 @@ TEST(ServiceFaults, DamagedClipsAreListedAndOpenWithoutHarm)
     }
 }
 
+TEST(ServiceFaults, ARecordingThatACrashCutOffIsWholeAtTheNextStart)
+{
+    const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
+    std::filesystem::path file;
+    const auto crash = [&](const std::filesystem::path& home) {
+        const auto folder = home / "Movies" / "Velmora";
+        std::filesystem::create_directories(folder);
+        file = folder / "cut off.mp4";
+        RecordingProcess recording{window.id(), file};
+        ASSERT_TRUE(recording.hasFragment());
+        record(1500ms);
+        recording.signal(SIGKILL);
+        recording.finish();
+    };
+    const AssistiveTechnology assistiveTechnology;
+    TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = crash}};
+    EXPECT_TRUE(AssistiveTechnology::find("list item", "cut off.mp4 (0:0"));
+    EXPECT_TRUE(waitUntil([&] {
+        return program.run({"repair", file.string()}).output.find("nothing to do") != std::string::npos;
+    })) << program.run({"repair", file.string()}).output;
+    expectAClip(file);
+}
+
 // The last: the desktop has no sound afterwards.
 TEST(ServiceFaults, WhenTheSoundServerIsKilledTheRecordingGoesOn)
 {
