@@ -12,6 +12,7 @@
 #include "app/menu/TrayStatusItem.h"
 #include "app/views/AlertWindows.h"
 #include "app/views/HudPanelWindow.h"
+#include "app/views/QuickEngine.h"
 #include "app/views/QuickWindows.h"
 #include "app/views/StatusWindow.h"
 #include "app/views/WindowContents.h"
@@ -60,6 +61,7 @@ public:
         const auto& services = SharedServices::current();
         Log::setSink(services.platform.logSink);
 
+        followTheDesktopsMotion(*services.platform.workspace);
         const auto alerts = makeAlertWindows(services.platform.windowActivation);
         const auto windows = std::make_shared<QuickWindowFactory>(
             services.platform.windowActivation, [runningExports = runningExports_](const WindowDescription& description) {
@@ -129,6 +131,14 @@ public:
     }
 
 private:
+    static void followTheDesktopsMotion(platform::Workspace& workspace)
+    {
+        const auto follow = [&workspace] { setReducesMotion(workspace.accessibilityDisplayShouldReduceMotion()); };
+        workspace.addObserver(
+            {.willSleep = {}, .didWake = {}, .screenParametersDidChange = {}, .accessibilityDisplayOptionsDidChange = follow});
+        follow();
+    }
+
     static std::shared_ptr<ClipSavedNotificationController> makeNotificationController(const SharedServices& services)
     {
         const auto workspace = services.platform.workspace;

@@ -3,6 +3,7 @@
 #include "brand/SymbolImageProvider.h"
 #include "brand/Theme.h"
 
+#include <QQmlComponent>
 #include <QQmlEngine>
 
 #include <cassert>
@@ -23,6 +24,8 @@ void installBrandModule(QQmlEngine& engine)
 
 void setReducesMotion(QQmlEngine& engine, bool reducesMotion)
 {
+    // The types are registered by the first import.
+    QQmlComponent{&engine}.setData("import QtQml\nimport Velmora.Brand\nQtObject { }", {});
     auto* theme = engine.singletonInstance<Theme*>(qmlTypeId("Velmora.Brand", 1, 0, "Theme"));
     assert(theme && "the module is installed");
     theme->setReducesMotion(reducesMotion);

@@ -76,6 +76,7 @@ void CaptureCoordinator::observeWorkspace()
                 later([](CaptureCoordinator& self) { self.services_.permissionManager->checkPermissions(); });
             },
         .screenParametersDidChange = [] { Log::app().info(log_line::displayConfigurationChanged); },
+        .accessibilityDisplayOptionsDidChange = {},
     });
 }
 

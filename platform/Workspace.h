@@ -10,7 +10,7 @@
 
 namespace velmora::platform {
 
-/// Called on the main thread.
+/// Called on the main thread. What is empty is not wanted.
 struct WorkspaceObserver {
     /// The machine is about to sleep. It waits, as long as the system lets it, until the argument is called or released.
     std::function<void(UniqueFunction<void()> readyToSleep)> willSleep;
@@ -18,6 +18,9 @@ struct WorkspaceObserver {
 
     /// A display was added, removed, moved or changed its mode.
     std::function<void()> screenParametersDidChange;
+
+    /// What the user asks of everything that is displayed has changed: `accessibilityDisplayShouldReduceMotion`.
+    std::function<void()> accessibilityDisplayOptionsDidChange;
 };
 
 /// Main thread only. Nothing here waits for another program; what cannot be done is left undone.
@@ -27,6 +30,9 @@ public:
 
     /// For the rest of the process. Observing begins with the first observer.
     virtual void addObserver(WorkspaceObserver observer) = 0;
+
+    /// Whether the user has asked the desktop for less motion. Known while observers are there; false until the desktop has said so.
+    [[nodiscard]] virtual bool accessibilityDisplayShouldReduceMotion() const = 0;
 
     /// Opens a file or folder with the user's program for it.
     virtual void open(const std::filesystem::path& path) = 0;

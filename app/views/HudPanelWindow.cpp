@@ -26,7 +26,7 @@ constexpr std::chrono::milliseconds fadeIn{250};
 // Opacity is a property of the window, which waits in the connection's buffer until something else is drawn.
 void flush()
 {
-    if (const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>())
+    if (const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>(); x11 && x11->connection())
         xcb_flush(x11->connection());
 }
 
@@ -50,14 +50,8 @@ public:
         view_.resize(panelSize);
         view_.setMask(roundedShape());
         fade_.setEasingCurve(QEasingCurve::InOutQuad);
-        QObject::connect(&fade_, &QVariantAnimation::valueChanged, &view_, [this](const QVariant& value) {
-            view_.setOpacity(value.toDouble());
-            flush();
-        });
-        QObject::connect(&fade_, &QVariantAnimation::finished, &view_, [this] {
-            if (view_.opacity() <= 0.0)
-                view_.hide();
-        });
+        QObject::connect(&fade_, &QVariantAnimation::valueChanged, &view_, [this](const QVariant& value) { setOpacity(value.toDouble()); });
+        QObject::connect(&fade_, &QVariantAnimation::finished, &view_, [this] { hideIfTransparent(); });
     }
 
     void setContent(Content content) override { model_.setContent(std::move(content)); }
@@ -90,10 +84,26 @@ public:
 private:
     void fadeTo(double opacity, std::chrono::milliseconds duration)
     {
+        if (reducesMotion()) {
+            setOpacity(opacity);
+            return hideIfTransparent();
+        }
         fade_.setStartValue(view_.opacity());
         fade_.setEndValue(opacity);
         fade_.setDuration(static_cast<int>(duration.count()));
         fade_.start();
+    }
+
+    void setOpacity(double opacity)
+    {
+        view_.setOpacity(opacity);
+        flush();
+    }
+
+    void hideIfTransparent()
+    {
+        if (view_.opacity() <= 0.0)
+            view_.hide();
     }
 
     ClipSavedHUDModel model_;

@@ -15,6 +15,21 @@ extern void qml_register_types_Velmora_App();
 
 namespace velmora {
 
+namespace {
+
+struct Motion {
+    QQmlEngine* engine = nullptr;
+    bool isReduced = false;
+};
+
+Motion& motion()
+{
+    static Motion instance;
+    return instance;
+}
+
+}  // namespace
+
 QQmlEngine& quickEngine()
 {
     static QQmlEngine& engine = *[] {
@@ -25,9 +40,24 @@ QQmlEngine& quickEngine()
                  &qml_register_types_Velmora_Settings, &qml_register_types_Velmora_Windows, &qml_register_types_Velmora_App})
             [[maybe_unused]] const auto linked = types;
         installBrandModule(*made);
+        if (motion().isReduced)
+            setReducesMotion(*made, true);
+        motion().engine = made;
         return made;
     }();
     return engine;
+}
+
+void setReducesMotion(bool reducesMotion)
+{
+    motion().isReduced = reducesMotion;
+    if (motion().engine)
+        setReducesMotion(*motion().engine, reducesMotion);
+}
+
+bool reducesMotion()
+{
+    return motion().isReduced;
 }
 
 }  // namespace velmora

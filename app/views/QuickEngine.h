@@ -8,4 +8,8 @@ namespace velmora {
 /// Created when the first window is needed: without a window the program does without it. Main thread.
 QQmlEngine& quickEngine();
 
+/// What the desktop asks for, of the windows that there are and of those to come. Creates no engine. Main thread.
+void setReducesMotion(bool reducesMotion);
+[[nodiscard]] bool reducesMotion();
+
 }  // namespace velmora

@@ -33,27 +33,35 @@ public:
 class FakeWorkspace final : public platform::Workspace {
 public:
     void addObserver(platform::WorkspaceObserver observer) override { observers.push_back(std::move(observer)); }
+    [[nodiscard]] bool accessibilityDisplayShouldReduceMotion() const override { return shouldReduceMotion; }
     void open(const std::filesystem::path& path) override { opened.push_back(path); }
     void openURL(std::string_view url) override { openedURLs.emplace_back(url); }
     void activateFileViewerSelecting(const std::vector<std::filesystem::path>& files) override { revealed.push_back(files); }
 
     void sleep()
     {
-        for (auto& observer : observers)
-            observer.willSleep([this] { ++readyCount; });
+        for (auto& observer : observers) {
+            if (observer.willSleep)
+                observer.willSleep([this] { ++readyCount; });
+        }
     }
     void wake()
     {
-        for (auto& observer : observers)
-            observer.didWake();
+        for (auto& observer : observers) {
+            if (observer.didWake)
+                observer.didWake();
+        }
     }
     void changeScreens()
     {
-        for (auto& observer : observers)
-            observer.screenParametersDidChange();
+        for (auto& observer : observers) {
+            if (observer.screenParametersDidChange)
+                observer.screenParametersDidChange();
+        }
     }
 
     std::vector<platform::WorkspaceObserver> observers;
+    bool shouldReduceMotion = false;
     std::vector<std::filesystem::path> opened;
     std::vector<std::string> openedURLs;
     std::vector<std::vector<std::filesystem::path>> revealed;

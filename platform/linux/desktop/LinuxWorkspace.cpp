@@ -1,5 +1,7 @@
 #include "platform/linux/desktop/LinuxWorkspace.h"
 
+#include "platform/linux/desktop/PortalMotion.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -12,6 +14,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace velmora::linux_backend {
@@ -80,10 +83,14 @@ public:
         if (options_.observeDisplays) {
             options_.observeDisplays([self = QPointer{this}] {
                 if (self)
-                    self->screensChanged();
+                    self->tell(&platform::WorkspaceObserver::screenParametersDidChange);
             });
         }
+        if (session_.isConnected())
+            motion_.emplace(session_, [this] { tell(&platform::WorkspaceObserver::accessibilityDisplayOptionsDidChange); });
     }
+
+    [[nodiscard]] bool accessibilityDisplayShouldReduceMotion() const override { return motion_ && motion_->isReduced(); }
 
     void open(const std::filesystem::path& path) override { options_.startDetached("xdg-open", {path.string()}); }
 
@@ -123,13 +130,13 @@ private slots:
     {
         if (!begins) {
             delaySleep();
-            for (const auto& observer : observers_)
-                observer.didWake();
-            return;
+            return tell(&platform::WorkspaceObserver::didWake);
         }
-        auto inhibitor = std::exchange(inhibitor_, nullptr);
-        for (const auto& observer : observers_)
-            observer.willSleep([held = inhibitor]() mutable { held.reset(); });
+        const auto inhibitor = std::exchange(inhibitor_, nullptr);
+        for (const auto& observer : observers_) {
+            if (observer.willSleep)
+                observer.willSleep([held = inhibitor]() mutable { held.reset(); });
+        }
     }
 
 private:
@@ -148,10 +155,12 @@ private:
         });
     }
 
-    void screensChanged()
+    void tell(std::function<void()> platform::WorkspaceObserver::*event) const
     {
-        for (const auto& observer : observers_)
-            observer.screenParametersDidChange();
+        for (const auto& observer : observers_) {
+            if (const auto& call = observer.*event)
+                call();
+        }
     }
 
     LinuxWorkspaceOptions options_;
@@ -159,6 +168,7 @@ private:
     std::optional<QDBusConnection> system_;
     std::vector<platform::WorkspaceObserver> observers_;
     Inhibitor inhibitor_;
+    std::optional<PortalMotion> motion_;
 };
 
 }  // namespace

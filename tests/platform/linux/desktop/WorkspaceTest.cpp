@@ -2,7 +2,11 @@
 
 #include "tests/platform/linux/desktop/PrivateBus.h"
 
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QDBusUnixFileDescriptor>
+#include <QDBusVariant>
+#include <QMap>
 #include <QStringList>
 
 #include <cstdlib>
@@ -87,6 +91,48 @@ private:
     QDBusConnection connection_;
 };
 
+/// The settings of a portal, played by the test, by the names "group key".
+class ScriptedPortal final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+
+public:
+    explicit ScriptedPortal(QDBusConnection connection, QMap<QString, QVariant> settings)
+        : connection_(std::move(connection))
+        , settings_(std::move(settings))
+    {
+        connection_.registerObject(QStringLiteral("/org/freedesktop/portal/desktop"), this, QDBusConnection::ExportAllContents);
+        connection_.registerService(QStringLiteral("org.freedesktop.portal.Desktop"));
+    }
+
+    int answered = 0;
+
+public slots:
+    QDBusVariant Read(const QString& group, const QString& key, const QDBusMessage& message)
+    {
+        ++answered;
+        const auto found = settings_.constFind(group + QLatin1Char(' ') + key);
+        if (found == settings_.constEnd()) {
+            message.setDelayedReply(true);
+            connection_.send(message.createErrorReply(QStringLiteral("org.freedesktop.portal.Error.NotFound"), key));
+            return {};
+        }
+        return QDBusVariant{QVariant::fromValue(QDBusVariant{*found})};
+    }
+
+signals:
+    void SettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+private:
+    QDBusConnection connection_;
+    const QMap<QString, QVariant> settings_;
+};
+
+const QString gnome = QStringLiteral("org.gnome.desktop.interface");
+const QString animations = QStringLiteral("enable-animations");
+const QString kde = QStringLiteral("org.kde.kdeglobals.KDE");
+const QString duration = QStringLiteral("AnimationDurationFactor");
+
 class WorkspaceTest : public testing::Test {
 protected:
     void SetUp() override
@@ -106,7 +152,7 @@ protected:
     void TearDown() override
     {
         workspace.reset();
-        for (const auto* name : {"velmora-workspace-session", "velmora-workspace-system", "logind", "browser"})
+        for (const auto* name : {"velmora-workspace-session", "velmora-workspace-system", "logind", "browser", "portal"})
             QDBusConnection::disconnectFromBus(QString::fromLatin1(name));
     }
 
@@ -120,6 +166,8 @@ protected:
                 },
             .didWake = [this] { events.emplace_back("wake"); },
             .screenParametersDidChange = [this] { events.emplace_back("screens"); },
+            .accessibilityDisplayOptionsDidChange =
+                [this] { events.emplace_back(workspace->accessibilityDisplayShouldReduceMotion() ? "less motion" : "motion"); },
         });
     }
 
@@ -196,6 +244,60 @@ TEST_F(WorkspaceTest, ChangesOfTheDisplaysArePassedOn)
     observe();
     displaysChanged();
     EXPECT_THAT(events, ElementsAre("screens"));
+}
+
+TEST_F(WorkspaceTest, ADesktopThatSwitchedAnimationsOffWantsLessMotionAndItsChangesAreHeard)
+{
+    ScriptedPortal portal{bus.connect("portal"), {{gnome + QLatin1Char(' ') + animations, false}}};
+    observe();
+    EXPECT_FALSE(workspace->accessibilityDisplayShouldReduceMotion()) << "nobody has answered yet";
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
+    emit portal.SettingChanged(gnome, animations, QDBusVariant{true});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return events.size() == 2; }));
+    emit portal.SettingChanged(gnome, animations, QDBusVariant{false});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return events.size() == 3; }));
+    EXPECT_THAT(events, ElementsAre("less motion", "motion", "less motion"));
+}
+
+TEST_F(WorkspaceTest, AnAnimationDurationOfZeroIsLessMotionAndAShortOneIsNot)
+{
+    ScriptedPortal portal{bus.connect("portal"), {{kde + QLatin1Char(' ') + duration, QStringLiteral("0.5")}}};
+    observe();
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return portal.answered == 2; }));
+    emit portal.SettingChanged(kde, duration, QDBusVariant{QStringLiteral("0")});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
+    emit portal.SettingChanged(kde, duration, QDBusVariant{1.0});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return events.size() == 2; }));
+    EXPECT_THAT(events, ElementsAre("less motion", "motion"));
+}
+
+TEST_F(WorkspaceTest, OtherSettingsAndValuesOfAnotherTypeChangeNothing)
+{
+    ScriptedPortal portal{bus.connect("portal"), {{gnome + QLatin1Char(' ') + animations, QStringLiteral("false")}}};
+    observe();
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return portal.answered == 2; }));
+    emit portal.SettingChanged(gnome, QStringLiteral("cursor-blink"), QDBusVariant{false});
+    emit portal.SettingChanged(kde, animations, QDBusVariant{false});
+    emit portal.SettingChanged(kde, duration, QDBusVariant{QStringLiteral("none")});
+    emit portal.SettingChanged(gnome, animations, QDBusVariant{false});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
+    EXPECT_THAT(events, ElementsAre("less motion")) << "of the last alone";
+}
+
+TEST_F(WorkspaceTest, APortalThatStartsLaterIsAskedThenAndKeepsItsWordWhenItIsGone)
+{
+    observe();
+    {
+        const ScriptedPortal portal{bus.connect("portal"), {{gnome + QLatin1Char(' ') + animations, false}}};
+        ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
+    }
+    QDBusConnection::disconnectFromBus(QStringLiteral("portal"));
+    const auto isGone = [probe = bus.connect("logind").interface()] {
+        return !probe->isServiceRegistered(QStringLiteral("org.freedesktop.portal.Desktop")).value();
+    };
+    ASSERT_TRUE(test::PrivateBus::runUntil(isGone));
+    EXPECT_THAT(events, ElementsAre("less motion"));
+    EXPECT_TRUE(workspace->accessibilityDisplayShouldReduceMotion());
 }
 
 }  // namespace

@@ -1,0 +1,81 @@
+#include "platform/linux/desktop/PortalMotion.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingReply>
+#include <QVariant>
+
+#include <utility>
+
+namespace velmora::linux_backend {
+
+namespace {
+
+constexpr const char* service = "org.freedesktop.portal.Desktop";
+constexpr const char* path = "/org/freedesktop/portal/desktop";
+constexpr const char* settings = "org.freedesktop.portal.Settings";
+
+constexpr const char* interfaceGroup = "org.gnome.desktop.interface";
+constexpr const char* animationsKey = "enable-animations";
+constexpr const char* kdeGroup = "org.kde.kdeglobals.KDE";
+constexpr const char* durationKey = "AnimationDurationFactor";
+
+}  // namespace
+
+PortalMotion::PortalMotion(QDBusConnection bus, std::function<void()> changed)
+    : bus_(std::move(bus))
+    , changed_(std::move(changed))
+    , portals_(QLatin1String{service}, bus_, QDBusServiceWatcher::WatchForRegistration)
+{
+    // Listened to before it is asked: what changes in between is heard.
+    bus_.connect(QLatin1String{service}, QLatin1String{path}, QLatin1String{settings}, QStringLiteral("SettingChanged"), this,
+        SLOT(settingChanged(QString, QString, QDBusVariant)));
+    connect(&portals_, &QDBusServiceWatcher::serviceRegistered, this, [this] { ask(); });
+    ask();
+}
+
+void PortalMotion::settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
+{
+    take(group, key, value.variant());
+}
+
+void PortalMotion::ask()
+{
+    ask(interfaceGroup, animationsKey);
+    ask(kdeGroup, durationKey);
+}
+
+void PortalMotion::ask(const char* group, const char* key)
+{
+    // Its successor ReadOne is not known to the portals of older desktops.
+    auto call =
+        QDBusMessage::createMethodCall(QLatin1String{service}, QLatin1String{path}, QLatin1String{settings}, QStringLiteral("Read"));
+    call.setArguments({QLatin1String{group}, QLatin1String{key}});
+    call.setAutoStartService(false);
+    auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(call), this};
+    connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked, group, key] {
+        const QDBusPendingReply<QDBusVariant> reply = *asked;
+        asked->deleteLater();
+        if (reply.isValid())
+            take(QLatin1String{group}, QLatin1String{key}, reply.value().variant());
+    });
+}
+
+void PortalMotion::take(const QString& group, const QString& key, const QVariant& value)
+{
+    // Read wraps its answer once more than the signal does.
+    if (value.userType() == qMetaTypeId<QDBusVariant>())
+        return take(group, key, value.value<QDBusVariant>().variant());
+    const bool wasReduced = isReduced();
+    if (group == QLatin1String{interfaceGroup} && key == QLatin1String{animationsKey} && value.userType() == QMetaType::Bool) {
+        hasAnimations_ = value.toBool();
+    } else if (group == QLatin1String{kdeGroup} && key == QLatin1String{durationKey}) {
+        // A number, or the text of one, as it stands in the configuration.
+        bool isNumber = false;
+        const double factor = value.toDouble(&isNumber);
+        hasDuration_ = !isNumber || factor > 0;
+    }
+    if (isReduced() != wasReduced)
+        changed_();
+}
+
+}  // namespace velmora::linux_backend
