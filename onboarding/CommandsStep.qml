@@ -6,6 +6,7 @@ StepPage {
     id: page
 
     property var menuMethodText
+    property bool hasTray
 
     step: 2
 
@@ -39,7 +40,7 @@ StepPage {
     MethodCard {
         title: "METHOD 2: One-Click Menu Bar (No Keys to Memorize)"
         emphasized: page.menuMethodText
-        caption: "On this desktop the menu bar is your panel's tray."
+        caption: page.hasTray ? "On this desktop the menu bar is your panel's tray." : "This desktop has no tray: the menu lies open in Velmora's small window."
 
         Symbol {
             anchors.centerIn: parent

@@ -62,7 +62,8 @@ void OnboardingModel::viewWillAppear()
 {
     services_.permissionManager->checkPermissions();
     placeCaption_ = services_.placeCaption();
-    emit placeCaptionChanged();
+    hasTray_ = services_.hasTray();
+    emit placeChanged();
     emit appeared();
 }
 

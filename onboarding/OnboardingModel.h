@@ -31,7 +31,8 @@ class OnboardingModel final : public QObject {
     Q_PROPERTY(QString permissionExplanation READ permissionExplanation NOTIFY permissionChanged)
     Q_PROPERTY(bool hasSelectedWindow READ hasSelectedWindow NOTIFY selectedWindowChanged)
     Q_PROPERTY(QString selectedWindowName READ selectedWindowName NOTIFY selectedWindowChanged)
-    Q_PROPERTY(QString placeCaption READ placeCaption NOTIFY placeCaptionChanged)
+    Q_PROPERTY(QString placeCaption READ placeCaption NOTIFY placeChanged)
+    Q_PROPERTY(bool hasTray READ hasTray NOTIFY placeChanged)
     Q_PROPERTY(velmora::EmphasizedText menuMethodText READ menuMethodText CONSTANT)
     Q_PROPERTY(QVariantList privacyLines READ privacyLines CONSTANT)
 
@@ -44,6 +45,9 @@ public:
 
         /// Where this desktop shows the program, now: a sentence or two. Asked each time that the walkthrough is shown.
         std::function<QString()> placeCaption;
+
+        /// Whether this desktop has a tray, now; asked as often.
+        std::function<bool()> hasTray;
     };
 
     static constexpr int stepCount = 5;
@@ -73,6 +77,7 @@ public:
     [[nodiscard]] QString selectedWindowName() const;
 
     [[nodiscard]] const QString& placeCaption() const { return placeCaption_; }
+    [[nodiscard]] bool hasTray() const { return hasTray_; }
 
     /// Whether the walkthrough has ever been finished or skipped.
     [[nodiscard]] bool hasCompletedWalkthrough() const;
@@ -108,7 +113,7 @@ signals:
     void currentStepChanged();
     void permissionChanged();
     void selectedWindowChanged();
-    void placeCaptionChanged();
+    void placeChanged();
 
     /// The walkthrough is on the screen again.
     void appeared();
@@ -120,6 +125,7 @@ private:
     const Services services_;
     int currentStep_ = 0;
     QString placeCaption_;
+    bool hasTray_ = true;
 };
 
 }  // namespace velmora

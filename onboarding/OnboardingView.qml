@@ -66,6 +66,7 @@ Rectangle {
 
             WelcomeStep {
                 visibleStep: root.model.visibleStep
+                hasTray: root.model.hasTray
             }
             MenuBarStep {
                 visibleStep: root.model.visibleStep
@@ -73,6 +74,7 @@ Rectangle {
             }
             CommandsStep {
                 visibleStep: root.model.visibleStep
+                hasTray: root.model.hasTray
                 menuMethodText: root.model.menuMethodText
             }
             PermissionStep {
@@ -91,6 +93,7 @@ Rectangle {
             }
             ReadyStep {
                 visibleStep: root.model.visibleStep
+                hasTray: root.model.hasTray
                 hasSelectedWindow: root.model.hasSelectedWindow
                 selectedWindowName: root.model.selectedWindowName
                 onChooseWindow: root.model.chooseWindow()

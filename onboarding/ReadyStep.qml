@@ -7,6 +7,7 @@ StepPage {
 
     property bool hasSelectedWindow
     property string selectedWindowName
+    property bool hasTray
 
     signal chooseWindow
 
@@ -90,7 +91,7 @@ StepPage {
         }
         Caption {
             Layout.fillWidth: true
-            text: "On this desktop: the Orbelle in your panel's tray."
+            text: page.hasTray ? "On this desktop: the Orbelle in your panel's tray." : "This desktop has no tray: select it in Velmora's small window."
             color: Theme.tertiaryText
             horizontalAlignment: Text.AlignHCenter
         }

@@ -3,6 +3,10 @@ import QtQuick.Layouts
 import Velmora.Brand
 
 StepPage {
+    id: page
+
+    property bool hasTray
+
     step: 0
 
     BrandAppIconView {
@@ -43,7 +47,7 @@ StepPage {
         }
         Caption {
             Layout.fillWidth: true
-            text: "On this computer ⌥⌘C is Alt+Super+C, and the menu bar is your panel's tray."
+            text: "On this computer ⌥⌘C is Alt+Super+C, and the menu bar is " + (page.hasTray ? "your panel's tray." : "Velmora's small window.")
             color: Theme.tertiaryText
             horizontalAlignment: Text.AlignHCenter
         }

@@ -79,7 +79,9 @@ Rectangle {
                 }
                 onCurrentIndexChanged: positionViewAtIndex(currentIndex, ListView.Contain)
 
-                T.ScrollBar.vertical: ThinScrollBar { }
+                T.ScrollBar.vertical: ThinScrollBar {
+                    id: scrollBar
+                }
 
                 delegate: ListRow {
                     id: row
@@ -88,6 +90,7 @@ Rectangle {
                     required property string name
 
                     width: ListView.view.width
+                    gutter: scrollBar.visible ? scrollBar.width - 2 : 0
                     topPadding: 8
                     bottomPadding: 8
                     highlighted: ListView.isCurrentItem

@@ -49,6 +49,7 @@ void SettingsModel::viewWillAppear()
     // The folder of the user's videos may be another one by now.
     emit savedClipsFolderChanged();
     setFolderError({});
+    hasTray_ = services_.hasTray();
     emit appeared();
 }
 

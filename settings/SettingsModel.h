@@ -28,6 +28,7 @@ class SettingsModel final : public QObject {
     Q_PROPERTY(bool isShortcutRegistered READ isShortcutRegistered NOTIFY shortcutChanged)
     Q_PROPERTY(QString shortcutErrorMessage READ shortcutErrorMessage NOTIFY shortcutChanged)
     Q_PROPERTY(bool hasScreenRecordingPermission READ hasScreenRecordingPermission NOTIFY permissionChanged)
+    Q_PROPERTY(bool hasTray READ hasTray NOTIFY appeared)
     Q_PROPERTY(QString permissionExplanation READ permissionExplanation NOTIFY permissionChanged)
 
 public:
@@ -39,6 +40,9 @@ public:
         std::shared_ptr<platform::FileManager> fileManager;
         std::shared_ptr<platform::FolderChooser> folderChooser;
         std::function<void()> presentOnboarding;
+
+        /// Whether this desktop has a tray, now. Asked each time that the settings are shown.
+        std::function<bool()> hasTray;
     };
 
     explicit SettingsModel(Services services);
@@ -55,6 +59,9 @@ public:
     [[nodiscard]] QString shortcutErrorMessage() const;
 
     [[nodiscard]] bool hasScreenRecordingPermission() const { return services_.permissionManager->hasScreenRecordingPermission(); }
+
+    /// Whether the icon that the settings speak of is in a tray; else there is a small window instead.
+    [[nodiscard]] bool hasTray() const { return hasTray_; }
 
     /// Why the screen cannot be recorded; may be empty.
     [[nodiscard]] QString permissionExplanation() const;
@@ -96,6 +103,7 @@ private:
     const Services services_;
     QString folderError_;
     bool isChoosingFolder_ = false;
+    bool hasTray_ = true;
 };
 
 }  // namespace velmora

@@ -130,7 +130,7 @@ Rectangle {
                     }
                     Caption {
                         width: parent.width
-                        text: "On this desktop the menu bar icon is in your panel's tray."
+                        text: root.model.hasTray ? "On this desktop the menu bar icon is in your panel's tray." : "This desktop has no tray: a small window takes the place of the menu bar icon."
                         color: Theme.tertiaryText
                     }
                 }
@@ -199,7 +199,7 @@ Rectangle {
                     }
                     Caption {
                         width: parent.width
-                        text: "On this desktop: in your panel's tray."
+                        text: root.model.hasTray ? "On this desktop: in your panel's tray." : "This desktop has no tray: trigger it in Velmora's small window."
                         color: Theme.tertiaryText
                     }
                 }

@@ -1,5 +1,6 @@
 #include "app/menu/MenuRenderer.h"
 
+#include "app/menu/MenuLook.h"
 #include "brand/BrandAssets.h"
 #include "brand/BrandColors.h"
 
@@ -63,9 +64,11 @@ void addItem(QMenu& menu, const MenuItem& item, LabelSyntax syntax, const std::f
     }
     QString label = escapedLabel(item.title, syntax);
     if (!item.submenu.empty()) {
-        auto* submenu = menu.addMenu(label);
+        // The bus asks for no look.
+        auto* submenu = syntax == LabelSyntax::widget ? new StyledMenu{&menu} : new QMenu{&menu};
         submenu->setFont(menuFont(false));
         submenu->setTitle(label);
+        menu.addMenu(submenu);
         renderMenu(*submenu, item.submenu, syntax, triggered);
         return;
     }

@@ -26,6 +26,9 @@ void PopupMenu::keyPressEvent(QKeyEvent* event)
     const auto chosen = std::find_if(items_.begin(), items_.end(), [&](const MenuItem& item) {
         return item.isEnabled && item.keyEquivalent && matches(*item.keyEquivalent, event->key(), event->modifiers());
     });
+    // Alt alone begins a key equivalent here; Qt would close the menu.
+    if (event->key() == Qt::Key_Alt)
+        return;
     if (chosen == items_.end())
         return QMenu::keyPressEvent(event);
     if (event->isAutoRepeat())

@@ -9,7 +9,7 @@ Rectangle {
 
     required property StatusModel model
 
-    implicitWidth: 360
+    implicitWidth: 400
     implicitHeight: content.implicitHeight + 32
     color: Theme.obsidian
 
@@ -45,6 +45,7 @@ Rectangle {
                 }
                 BrandHorizontalLockupView {
                     visible: entry.isHeader
+                    x: 20
                     height: 24
                     anchors.verticalCenter: parent.verticalCenter
                 }
@@ -62,6 +63,7 @@ Rectangle {
                             wrapMode: Text.NoWrap
                         }
                         Label {
+                            visible: text !== ""
                             text: entry.shortcut
                             color: Theme.tertiaryText
                             font: Theme.captionFont
@@ -71,7 +73,8 @@ Rectangle {
                 Label {
                     visible: !entry.isActionable && !entry.isSeparator && !entry.isHeader
                     anchors.fill: parent
-                    anchors.leftMargin: 12
+                    anchors.leftMargin: 20
+                    anchors.rightMargin: 20
                     verticalAlignment: Text.AlignVCenter
                     text: entry.title
                     color: Theme.secondaryText

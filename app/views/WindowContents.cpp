@@ -97,6 +97,7 @@ QuickContent makeSettings(const SharedServices& services)
                     if (const auto delegate = AppDelegate::shared())
                         delegate->presentOnboarding();
                 },
+            .hasTray = hasTray,
         }));
 }
 
@@ -113,6 +114,7 @@ QuickContent makeOnboarding(const SharedServices& services)
                         delegate->presentWindowPicker();
                 },
             .placeCaption = placeCaption,
+            .hasTray = hasTray,
         }));
 }
 

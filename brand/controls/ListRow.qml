@@ -8,13 +8,15 @@ T.ItemDelegate {
 
     // The row of a list that has the keyboard shows it, whichever way the focus came.
     property bool showsFocus: visualFocus
+    // What is left free at its right end, for the scroll bar of a list that has one.
+    property real gutter: 0
 
     implicitWidth: Math.max(implicitBackgroundWidth + leftInset + rightInset, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
     leftInset: 6
-    rightInset: 6
+    rightInset: 6 + gutter
     leftPadding: 20
-    rightPadding: 20
+    rightPadding: 20 + gutter
     topPadding: 10
     bottomPadding: 10
     opacity: enabled ? 1 : Theme.disabledOpacity

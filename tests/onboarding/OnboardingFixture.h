@@ -47,6 +47,7 @@ struct OnboardingFixture : CoordinatorFixture {
 
     std::shared_ptr<fake::FakeUserDefaults> userDefaults = std::make_shared<fake::FakeUserDefaults>();
     QString place = QStringLiteral("In the tray.");
+    bool hasTray = true;
     int pickers = 0;
     OnboardingModel model{{
         .coordinator = coordinator,
@@ -54,6 +55,7 @@ struct OnboardingFixture : CoordinatorFixture {
         .userDefaults = userDefaults,
         .presentWindowPicker = [this] { ++pickers; },
         .placeCaption = [this] { return place; },
+        .hasTray = [this] { return hasTray; },
     }};
 };
 

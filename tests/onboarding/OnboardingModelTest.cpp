@@ -188,6 +188,7 @@ TEST_F(OnboardingModelTest, TheConfigurationFolderHoldsNothingButTheFlagAfterwar
         .userDefaults = linux_backend::makeUserDefaults(configuration / "velmora" / "velmora.conf"),
         .presentWindowPicker = [] {},
         .placeCaption = [] { return QString{}; },
+        .hasTray = [] { return true; },
     }};
     for (int step = 0; step < 4; ++step)
         real.next();

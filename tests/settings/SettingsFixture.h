@@ -38,6 +38,7 @@ struct SettingsFixture : CoordinatorFixture {
 
     std::shared_ptr<fake::FakeFolderChooser> folderChooser = std::make_shared<fake::FakeFolderChooser>();
     int walkthroughs = 0;
+    bool hasTray = true;
     SettingsModel model{{
         .library = library,
         .permissionManager = permissionManager,
@@ -46,6 +47,7 @@ struct SettingsFixture : CoordinatorFixture {
         .fileManager = fileManager,
         .folderChooser = folderChooser,
         .presentOnboarding = [this] { ++walkthroughs; },
+        .hasTray = [this] { return hasTray; },
     }};
 };
 

@@ -35,8 +35,22 @@ TEST_F(SettingsViewTest, SaysEverythingThatItHasToSay)
     EXPECT_TRUE(window.shows(model.savedClipsFolder()));
 }
 
+TEST_F(SettingsViewTest, SpeaksOfTheTrayOnlyWhereThereIsOne)
+{
+    const auto inTheTray = QStringLiteral("On this desktop: in your panel's tray.");
+    const auto inAWindow = QStringLiteral("This desktop has no tray: trigger it in Velmora's small window.");
+    model.viewWillAppear();
+    EXPECT_TRUE(window.shows(inTheTray));
+    hasTray = false;
+    model.viewWillAppear();
+    EXPECT_FALSE(window.shows(inTheTray));
+    EXPECT_TRUE(window.shows(inAWindow));
+}
+
 TEST_F(SettingsViewTest, NothingIsCutOff)
 {
+    hasTray = false;
+    model.viewWillAppear();
     refuseShortcut();
     withdrawPermission("Windows of this desktop cannot be captured.");
     static_cast<void>(window.grab());

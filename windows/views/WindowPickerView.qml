@@ -69,7 +69,7 @@ Rectangle {
 
             ColumnLayout {
                 anchors.centerIn: parent
-                width: parent.width - 2 * Theme.windowMargin
+                width: Math.min(parent.width - 2 * Theme.windowMargin, 340)
                 spacing: 8
                 visible: root.model.isEmpty
 
@@ -113,7 +113,9 @@ Rectangle {
                 Keys.onDownPressed: root.model.moveSelection(1)
                 onCurrentIndexChanged: positionViewAtIndex(currentIndex, ListView.Contain)
 
-                T.ScrollBar.vertical: ThinScrollBar { }
+                T.ScrollBar.vertical: ThinScrollBar {
+                    id: scrollBar
+                }
 
                 delegate: ListRow {
                     id: row
@@ -126,6 +128,7 @@ Rectangle {
                     required property bool isActive
 
                     width: ListView.view.width
+                    gutter: scrollBar.visible ? scrollBar.width - 2 : 0
                     highlighted: ListView.isCurrentItem
                     showsFocus: highlighted && ListView.view.activeFocus
                     text: [appName, title, sizeText, isActive ? "Active" : ""].filter(part => part !== "").join(", ")
