@@ -87,7 +87,8 @@ public:
             });
         }
         if (session_.isConnected())
-            motion_.emplace(session_, [this] { tell(&platform::WorkspaceObserver::accessibilityDisplayOptionsDidChange); });
+            motion_.emplace(
+                session_.name().toStdString(), [this] { tell(&platform::WorkspaceObserver::accessibilityDisplayOptionsDidChange); });
     }
 
     [[nodiscard]] bool accessibilityDisplayShouldReduceMotion() const override { return motion_ && motion_->isReduced(); }

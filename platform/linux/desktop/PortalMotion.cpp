@@ -1,7 +1,13 @@
 #include "platform/linux/desktop/PortalMotion.h"
 
+#include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+#include <QObject>
+#include <QString>
 #include <QVariant>
 
 #include <utility>
@@ -21,7 +27,30 @@ constexpr const char* durationKey = "AnimationDurationFactor";
 
 }  // namespace
 
-PortalMotion::PortalMotion(QDBusConnection bus, std::function<void()> changed)
+class PortalMotion::Settings final : public QObject {
+    Q_OBJECT
+
+public:
+    Settings(QDBusConnection bus, std::function<void()> changed);
+
+    [[nodiscard]] bool isReduced() const { return !hasAnimations_ || !hasDuration_; }
+
+private slots:
+    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+private:
+    void ask();
+    void ask(const char* group, const char* key);
+    void take(const QString& group, const QString& key, const QVariant& value);
+
+    QDBusConnection bus_;
+    const std::function<void()> changed_;
+    QDBusServiceWatcher portals_;
+    bool hasAnimations_ = true;
+    bool hasDuration_ = true;
+};
+
+PortalMotion::Settings::Settings(QDBusConnection bus, std::function<void()> changed)
     : bus_(std::move(bus))
     , changed_(std::move(changed))
     , portals_(QLatin1String{service}, bus_, QDBusServiceWatcher::WatchForRegistration)
@@ -33,18 +62,18 @@ PortalMotion::PortalMotion(QDBusConnection bus, std::function<void()> changed)
     ask();
 }
 
-void PortalMotion::settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
+void PortalMotion::Settings::settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
 {
     take(group, key, value.variant());
 }
 
-void PortalMotion::ask()
+void PortalMotion::Settings::ask()
 {
     ask(interfaceGroup, animationsKey);
     ask(kdeGroup, durationKey);
 }
 
-void PortalMotion::ask(const char* group, const char* key)
+void PortalMotion::Settings::ask(const char* group, const char* key)
 {
     // Its successor ReadOne is not known to the portals of older desktops.
     auto call =
@@ -60,7 +89,7 @@ void PortalMotion::ask(const char* group, const char* key)
     });
 }
 
-void PortalMotion::take(const QString& group, const QString& key, const QVariant& value)
+void PortalMotion::Settings::take(const QString& group, const QString& key, const QVariant& value)
 {
     // Read wraps its answer once more than the signal does.
     if (value.userType() == qMetaTypeId<QDBusVariant>())
@@ -78,4 +107,18 @@ void PortalMotion::take(const QString& group, const QString& key, const QVariant
         changed_();
 }
 
+PortalMotion::PortalMotion(const std::string& connection, std::function<void()> changed)
+    : settings_(std::make_unique<Settings>(QDBusConnection{QString::fromStdString(connection)}, std::move(changed)))
+{
+}
+
+PortalMotion::~PortalMotion() = default;
+
+bool PortalMotion::isReduced() const
+{
+    return settings_->isReduced();
+}
+
 }  // namespace velmora::linux_backend
+
+#include "PortalMotion.moc"

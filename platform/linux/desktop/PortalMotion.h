@@ -1,43 +1,30 @@
 // Whether the desktop wants less motion, as its portal tells.
 #pragma once
 
-#include <QDBusConnection>
-#include <QDBusPendingCallWatcher>
-#include <QDBusServiceWatcher>
-#include <QDBusVariant>
-#include <QObject>
-#include <QString>
-
 #include <functional>
+#include <memory>
+#include <string>
 
 namespace velmora::linux_backend {
 
 /// org.freedesktop.portal.Settings, version 1: `enable-animations` of org.gnome.desktop.interface, which other desktops answer too, and
 /// `AnimationDurationFactor` of org.kde.kdeglobals.KDE, where 0 is none. Asks a portal that runs, and one that starts later; starts none.
 /// Main thread only, and waits for no answer.
-class PortalMotion final : public QObject {
-    Q_OBJECT
-
+class PortalMotion {
 public:
-    /// `changed` is called after each change of `isReduced`.
-    PortalMotion(QDBusConnection bus, std::function<void()> changed);
+    /// `connection` is the name that Qt has for the session bus, which is connected; `changed` is called after each change of `isReduced`.
+    PortalMotion(const std::string& connection, std::function<void()> changed);
+    ~PortalMotion();
+    PortalMotion(const PortalMotion&) = delete;
+    PortalMotion& operator=(const PortalMotion&) = delete;
 
     /// False until the portal has answered, and as long as it knows neither setting. What it said last holds when it is gone.
-    [[nodiscard]] bool isReduced() const { return !hasAnimations_ || !hasDuration_; }
-
-private slots:
-    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+    [[nodiscard]] bool isReduced() const;
 
 private:
-    void ask();
-    void ask(const char* group, const char* key);
-    void take(const QString& group, const QString& key, const QVariant& value);
+    class Settings;
 
-    QDBusConnection bus_;
-    const std::function<void()> changed_;
-    QDBusServiceWatcher portals_;
-    bool hasAnimations_ = true;
-    bool hasDuration_ = true;
+    const std::unique_ptr<Settings> settings_;
 };
 
 }  // namespace velmora::linux_backend
