@@ -1,17 +1,40 @@
 #include "app/views/StatusWindow.h"
 
 #include "app/menu/MenuRenderer.h"
+#include "app/menu/TrayStatusItem.h"
 #include "app/views/QuickEngine.h"
 
+#include <QAbstractNativeEventFilter>
+#include <QCoreApplication>
 #include <QQuickView>
+#include <QTimer>
 
 #include <utility>
+#include <xcb/xcb.h>
 
 namespace velmora {
 
 namespace {
 
-class StatusWindow final : public ApplicationWindow {
+constexpr std::uint8_t sentByClient = 0x80;
+
+/// Notices whether somebody did something in it.
+class StatusView final : public QQuickView {
+public:
+    using QQuickView::QQuickView;
+
+    bool isUsed = false;
+
+protected:
+    bool event(QEvent* event) override
+    {
+        isUsed = isUsed || event->type() == QEvent::MouseButtonPress || event->type() == QEvent::KeyPress;
+        return QQuickView::event(event);
+    }
+};
+
+/// When the desktop starts its panel after us, the window has nothing more to show: it closes, unless it is in use.
+class StatusWindow final : public ApplicationWindow, public QAbstractNativeEventFilter {
 public:
     StatusWindow(MenuBarController& menuBar, const CaptureCoordinator& coordinator, std::shared_ptr<platform::WindowActivation> activation)
         : model_(menuBar, coordinator)
@@ -23,20 +46,40 @@ public:
         view_.setResizeMode(QQuickView::SizeViewToRootObject);
         view_.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
         view_.setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/StatusView.qml")});
+        QCoreApplication::instance()->installNativeEventFilter(this);
     }
 
     void makeKeyAndOrderFront(bool) override
     {
+        // What is asked for once more is wanted.
+        view_.isUsed = std::exchange(wasShown_, true);
         model_.update();
         view_.show();
         view_.raise();
         activation_->activate(view_.winId());
     }
 
+    /// A tray that starts says so to the root window: System Tray Protocol 0.3, ICCCM 2.8.
+    bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) override
+    {
+        if (eventType != "xcb_generic_event_t")
+            return false;
+        const auto* event = static_cast<xcb_generic_event_t*>(message);
+        if ((event->response_type & ~sentByClient) == XCB_CLIENT_MESSAGE) {
+            // Qt hears it after us.
+            QTimer::singleShot(0, &view_, [this] {
+                if (view_.isVisible() && !view_.isUsed && hasTray())
+                    view_.close();
+            });
+        }
+        return false;
+    }
+
 private:
     StatusModel model_;
     const std::shared_ptr<platform::WindowActivation> activation_;
-    QQuickView view_;
+    StatusView view_;
+    bool wasShown_ = false;
 };
 
 }  // namespace

@@ -37,6 +37,7 @@ private:
     std::vector<MenuItem> items_;
 };
 
+/// Closes by itself when a tray has come, unless it was used or shown once more.
 std::shared_ptr<ApplicationWindow> makeStatusWindow(
     MenuBarController& menuBar, const CaptureCoordinator& coordinator, std::shared_ptr<platform::WindowActivation> activation);
 

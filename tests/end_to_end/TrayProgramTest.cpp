@@ -177,13 +177,44 @@ TEST(TrayProgramTest, WithoutATrayTheMenuLiesOpenInAWindow)
     EXPECT_TRUE(isShown("^Velmora$"));
 }
 
+// The icon's window has the program's class and, unlike its other windows, the program's own name for a title.
+constexpr const char* iconWindow = R"("velmora": ("velmora" "velmora"))";
+
+bool theIconIsInATray()
+{
+    return waitUntil([] { return runProgram({"xwininfo", "-root", "-tree"}).output.find(iconWindow) != std::string::npos; });
+}
+
+bool theSmallWindowIsShown()
+{
+    return runProgram({"xwininfo", "-name", "Velmora"}).output.find("Map State: IsViewable") != std::string::npos;
+}
+
+TEST(TrayProgramTest, TheSmallWindowGoesWhenATrayComes)
+{
+    TrayProgram program;
+    ASSERT_TRUE(waitUntil(theSmallWindowIsShown));
+    const Program tray{{"trayer"}};
+    EXPECT_TRUE(waitUntil([] { return !theSmallWindowIsShown(); }));
+    EXPECT_TRUE(theIconIsInATray());
+}
+
+TEST(TrayProgramTest, TheSmallWindowStaysWhenItWasUsedBeforeTheTrayCame)
+{
+    TrayProgram program;
+    ASSERT_TRUE(waitUntil(theSmallWindowIsShown));
+    ASSERT_TRUE(waitUntil([] { return runProgram({"xdotool", "getactivewindow", "getwindowname"}).output == "Velmora\n"; }));
+    pressKeys({"Tab"});
+    const Program tray{{"trayer"}};
+    ASSERT_TRUE(theIconIsInATray());
+    EXPECT_TRUE(theSmallWindowIsShown());
+}
+
 TEST(TrayProgramTest, TheIconAppearsWhenATrayComesLater)
 {
     TrayProgram program;
     const Program tray{{"trayer"}};
-    // The icon's window has the program's class and, unlike its other windows, the program's own name for a title.
-    constexpr const char* iconWindow = R"("velmora": ("velmora" "velmora"))";
-    EXPECT_TRUE(waitUntil([] { return runProgram({"xwininfo", "-root", "-tree"}).output.find(iconWindow) != std::string::npos; }));
+    EXPECT_TRUE(theIconIsInATray());
 }
 
 /// Whether the program has a window on the screen that is as large as its menu, and not as an icon is.
