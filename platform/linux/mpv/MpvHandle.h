@@ -8,6 +8,7 @@
 #include <memory>
 #include <mpv/client.h>
 #include <mpv/render.h>
+#include <optional>
 #include <string>
 
 namespace velmora::linux_backend {
@@ -30,6 +31,8 @@ public:
 
     void set(const char* property, const std::string& value);
     void set(const char* property, bool value);
+    [[nodiscard]] bool flag(const char* property) const;  ///< false also where there is none
+    [[nodiscard]] std::optional<double> number(const char* property) const;
 
 private:
     MpvHandle(std::function<void()> wakeUp, std::function<void()> pictureChanged);

@@ -60,24 +60,20 @@ public:
     {
         if (std::exchange(isPlaying_, true))
             return;
+        if (isBehindEnd() || (!endTime_ && isAtEndOfFile()))
+            return later(&MpvPlayer::endWhenPlaying);
+        // Where libmpv has come to an end, it goes on only from another place.
+        if (isAtEndOfFile())
+            seek(time_);
         mpv_->set("end", endTime_ ? secondsText(*endTime_) : "none");
-        if ((endTime_ && *endTime_ <= time_) || isAtEndOfFile_) {
-            const auto weak = weak_from_this();
-            mainExecutor_->async([weak] {
-                if (const auto self = weak.lock(); self && self->isPlaying_)
-                    self->endOfPlaying();
-            });
-            return;
-        }
         mpv_->set("pause", false);
     }
 
     void pause() override
     {
-        isPlaying_ = false;
-        mpv_->set("pause", true);
-        // A picture behind the end can be looked at.
-        mpv_->set("end", "none");
+        if (isPlaying_)
+            later(&MpvPlayer::tellWherePaused);
+        stop();
     }
 
     void seek(MediaTime time) override
@@ -85,6 +81,8 @@ public:
         time_ = time;
         wantedSeek_ = time;
         seekWhenPossible();
+        if (isPlaying_ && isBehindEnd())
+            later(&MpvPlayer::endWhenPlaying);
     }
 
     void setForwardPlaybackEndTime(std::optional<MediaTime> time) override
@@ -142,15 +140,24 @@ private:
         }
     }
 
-    void lookLater(std::atomic<bool>& isDue, const std::weak_ptr<MpvPlayer>& weak, void (MpvPlayer::*look)())
+    void later(void (MpvPlayer::*work)(), const std::weak_ptr<MpvPlayer>& weak)
     {
-        if (isDue.exchange(true))
-            return;
-        mainExecutor_->async([weak, look] {
+        mainExecutor_->async([weak, work] {
             if (const auto self = weak.lock())
-                (*self.*look)();
+                (*self.*work)();
         });
     }
+    void later(void (MpvPlayer::*work)()) { later(work, weak_from_this()); }
+
+    void lookLater(std::atomic<bool>& isDue, const std::weak_ptr<MpvPlayer>& weak, void (MpvPlayer::*look)())
+    {
+        if (!isDue.exchange(true))
+            later(look, weak);
+    }
+
+    [[nodiscard]] bool isBetweenPictures() const { return wantedSeek_ || isSeeking_; }
+    [[nodiscard]] bool isBehindEnd() const { return endTime_ && *endTime_ <= time_; }
+    [[nodiscard]] bool isAtEndOfFile() const { return !isBetweenPictures() && mpv_->flag("eof-reached"); }
 
     void takePicture()
     {
@@ -196,6 +203,9 @@ private:
         if (pictureChanged_)
             pictureChanged_();
         seekWhenPossible();
+        // The end may have come before the picture of a seek to it.
+        if (isPlaying_ && isAtEndOfFile())
+            endOfPlaying();
     }
 
     void ended(const mpv_event_end_file& end)
@@ -210,28 +220,51 @@ private:
         if (name == "time-pos" && property.format == MPV_FORMAT_DOUBLE)
             timePassed(fromSeconds(*static_cast<const double*>(property.data)));
         else if (name == "eof-reached" && property.format == MPV_FORMAT_FLAG)
-            setAtEndOfFile(*static_cast<const int*>(property.data) != 0);
+            reachedEndOfFile(*static_cast<const int*>(property.data) != 0);
     }
 
     void timePassed(MediaTime time)
     {
-        if (!isPlaying_ || isSeeking_ || wantedSeek_)
+        if (!isPlaying_ || isBetweenPictures())
             return;
         time_ = time;
         tell(false);
     }
 
-    void setAtEndOfFile(bool isThere)
+    void stop()
     {
-        isAtEndOfFile_ = isThere;
-        if (isThere && isPlaying_ && !isSeeking_)
+        isPlaying_ = false;
+        mpv_->set("pause", true);
+        // A picture behind the end can be looked at.
+        mpv_->set("end", "none");
+    }
+
+    void endWhenPlaying()
+    {
+        if (isPlaying_)
             endOfPlaying();
     }
 
-    /// Behind the end that was set, or that of the file.
+    /// The last time that was observed may lie some pictures before that at which playing paused.
+    void tellWherePaused()
+    {
+        if (isPlaying_ || isBetweenPictures())
+            return;
+        if (const auto seconds = mpv_->number("time-pos"))
+            time_ = fromSeconds(*seconds);
+        tell(true);
+    }
+
+    void reachedEndOfFile(bool isThere)
+    {
+        if (isThere && isPlaying_ && !isBetweenPictures())
+            endOfPlaying();
+    }
+
+    /// At the end that was set, or at that of the file.
     void endOfPlaying()
     {
-        pause();
+        stop();
         if (endTime_)
             seek(std::max(*endTime_, time_));
         tell(true);
@@ -293,7 +326,6 @@ private:
     bool isLoaded_ = false;
     bool isSeeking_ = false;
     bool hasPicture_ = false;
-    bool isAtEndOfFile_ = false;
 
     // Destroyed first: its callbacks use the rest.
     std::unique_ptr<MpvHandle> mpv_;
