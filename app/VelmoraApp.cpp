@@ -16,6 +16,7 @@
 #include "app/views/StatusWindow.h"
 #include "app/views/WindowContents.h"
 #include "brand/BrandPainting.h"
+#include "library/InterruptedRecordings.h"
 #include "platform/PlatformFactory.h"
 #include "system/Log.h"
 #include "system/SharedServices.h"
@@ -26,6 +27,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
 
 namespace velmora {
@@ -109,6 +111,12 @@ public:
                 },
         });
         bus.serve(*control_);
+        const auto& platform = SharedServices::current().platform;
+        interruptedRecordings_.emplace(platform.fileManager, platform.assetRepairer, mainExecutor_);
+        interruptedRecordings_->repair(ClipLibrary::shared()->effectiveOutputDirectory(), [](std::size_t repaired) {
+            if (repaired > 0)
+                ClipLibrary::shared()->reloadClips();
+        });
         if (!hasTray())
             showMenu(*menuBar);
     }
@@ -160,6 +168,7 @@ private:
     const std::shared_ptr<MainThreadExecutor> mainExecutor_;
     const std::shared_ptr<RunningExports> runningExports_ = std::make_shared<RunningExports>();
     TerminationSignals signals_;
+    std::optional<InterruptedRecordings> interruptedRecordings_;
     std::shared_ptr<AppDelegate> appDelegate_;
     std::unique_ptr<AppControl> control_;
     std::shared_ptr<ApplicationWindow> statusWindow_;

@@ -11,15 +11,6 @@
 
 namespace velmora {
 
-namespace {
-
-bool isMovie(const std::filesystem::path& file)
-{
-    return QString::fromStdString(file.extension().string()).toLower() == QLatin1String(".mp4");
-}
-
-}  // namespace
-
 // One pass over a folder: files are described one after another, and the list is published at the end.
 struct ClipLibrary::Scan {
     std::filesystem::path directory;
@@ -72,7 +63,7 @@ void ClipLibrary::scan(const std::filesystem::path& directory)
     auto scan = std::make_shared<Scan>();
     scan->directory = directory;
     scan->files = std::move(*contents);
-    std::erase_if(scan->files, [](const auto& file) { return !isMovie(file); });
+    std::erase_if(scan->files, [](const auto& file) { return !PathUtilities::isMovie(file); });
     continueScan(std::move(scan));
 }
 

@@ -36,6 +36,11 @@ std::string PathUtilities::formattedTimestamp(Date date, const QTimeZone& timeZo
     return QDateTime::fromMSecsSinceEpoch(milliseconds, timeZone).toString(QStringLiteral("yyyy-MM-dd-HH-mm-ss")).toStdString();
 }
 
+bool PathUtilities::isMovie(const std::filesystem::path& file)
+{
+    return QString::fromStdString(file.extension().string()).toLower() == QLatin1String(".mp4");
+}
+
 std::filesystem::path PathUtilities::generateUniqueFileURL(const std::filesystem::path& directory, std::string_view prefix,
     const platform::FileManager& fileManager, std::string_view extension, Date date)
 {

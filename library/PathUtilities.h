@@ -36,6 +36,9 @@ public:
     static std::string formattedTimestamp(
         Date date = std::chrono::system_clock::now(), const QTimeZone& timeZone = QTimeZone::systemTimeZone());
 
+    /// Whether the name is that of a clip: by its extension, in whatever case.
+    static bool isMovie(const std::filesystem::path& file);
+
     /// The first free name in `directory`: prefix-timestamp.extension, then prefix-timestamp-1.extension, -2 and so on. Only chooses:
     /// nothing is created or reserved.
     static std::filesystem::path generateUniqueFileURL(const std::filesystem::path& directory, std::string_view prefix,

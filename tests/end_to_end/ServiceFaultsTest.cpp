@@ -19,6 +19,14 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::IsEmpty;
 
+bool indexLiesInFront(const std::filesystem::path& file)
+{
+    std::ifstream stream{file, std::ios::binary};
+    std::string start(80, '\0');
+    stream.read(start.data(), static_cast<std::streamsize>(start.size()));
+    return start.find("moov") != std::string::npos;
+}
+
 void expectAClip(const std::filesystem::path& file)
 {
     const auto clip = readClip(file);
@@ -161,6 +169,28 @@ TEST(ServiceFaults, DamagedClipsAreListedAndOpenWithoutHarm)
         EXPECT_EQ(program.run({"preview", (program.clipsFolder() / name).string()}).status, 0);
         EXPECT_TRUE(isShown(std::string{"Preview & Trim — "} + name));
     }
+}
+
+TEST(ServiceFaults, ARecordingThatACrashCutOffIsWholeAtTheNextStart)
+{
+    const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
+    std::filesystem::path file;
+    const auto crash = [&](const std::filesystem::path& home) {
+        const auto folder = home / "Movies" / "Velmora";
+        std::filesystem::create_directories(folder);
+        file = folder / "cut off.mp4";
+        RecordingProcess recording{window.id(), file};
+        ASSERT_TRUE(recording.hasFragment());
+        record(1500ms);
+        recording.signal(SIGKILL);
+        recording.finish();
+    };
+    const AssistiveTechnology assistiveTechnology;
+    TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = crash}};
+    EXPECT_TRUE(AssistiveTechnology::find("list item", "cut off.mp4 (0:0"));
+    // An unfinished file begins with the space that the index is written into.
+    EXPECT_TRUE(waitUntil([&] { return indexLiesInFront(file); }));
+    expectAClip(file);
 }
 
 // The last: the desktop has no sound afterwards.

@@ -298,7 +298,9 @@ TEST_F(LinuxAssetReaderTest, APictureThatIsStoredOnItsSideStandsUpright)
             const auto found = turns == 1 ? colourAt(**turned, 239 - y, x)
                 : turns == 2              ? colourAt(**turned, 319 - x, 239 - y)
                                           : colourAt(**turned, y, 319 - x);
-            EXPECT_EQ(found, expected) << turns << " turns, " << x << ' ' << y;
+            // Each file was encoded by itself, and its encoder does not repeat itself to the last bit.
+            for (std::size_t channel = 0; channel < expected.size(); ++channel)
+                EXPECT_NEAR(found[channel], expected[channel], 12) << turns << " turns, " << x << ' ' << y;
         }
         expectSize(image(path("turned.mp4"), {5, 30}, 120, 120), turns == 2 ? 120 : 90, turns == 2 ? 90 : 120);
     }

@@ -1,0 +1,42 @@
+// Recordings that a crash left unfinished.
+#pragma once
+
+#include "base/SerialQueue.h"
+#include "base/UniqueFunction.h"
+#include "platform/AssetRepairer.h"
+#include "platform/FileManager.h"
+
+#include <atomic>
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+
+namespace velmora {
+
+/// Makes them whole, on a thread of its own. Only files with our writer's mark that no recorder holds are touched; every other stays as it is.
+class InterruptedRecordings {
+public:
+    InterruptedRecordings(std::shared_ptr<platform::FileManager> fileManager, std::shared_ptr<platform::AssetRepairer> repairer,
+        std::shared_ptr<Executor> mainExecutor);
+
+    /// Ends with the file that is being repaired.
+    ~InterruptedRecordings();
+    InterruptedRecordings(const InterruptedRecordings&) = delete;
+    InterruptedRecordings& operator=(const InterruptedRecordings&) = delete;
+
+    /// Looks through the movies in `directory`. `completion` is called once, on the main thread, with how many were repaired; never when this
+    /// object is destroyed first.
+    void repair(const std::filesystem::path& directory, UniqueFunction<void(std::size_t)> completion);
+
+    /// Returns when everything that was asked for has been looked at.
+    void drain() const { queue_.drain(); }
+
+private:
+    const std::shared_ptr<platform::FileManager> fileManager_;
+    const std::shared_ptr<platform::AssetRepairer> repairer_;
+    const std::shared_ptr<Executor> mainExecutor_;
+    const std::shared_ptr<std::atomic<bool>> isCancelled_ = std::make_shared<std::atomic<bool>>(false);
+    SerialQueue queue_{"com.velmora.library.repair", SerialQueue::QualityOfService::utility};
+};
+
+}  // namespace velmora
