@@ -104,22 +104,23 @@ MpvHandle::~MpvHandle()
     }
 }
 
-void MpvHandle::command(std::initializer_list<const char*> arguments)
+void MpvHandle::command(std::initializer_list<const char*> arguments, std::uint64_t number)
 {
     std::vector<const char*> terminated{arguments};
     terminated.push_back(nullptr);
-    mpv_command_async(core_, 0, terminated.data());
+    mpv_command_async(core_, number, terminated.data());
 }
 
-void MpvHandle::set(const char* property, const std::string& value)
+void MpvHandle::setText(const char* property, const std::string& value)
 {
-    mpv_set_property_string(core_, property, value.c_str());
+    auto* text = const_cast<char*>(value.c_str());
+    mpv_set_property_async(core_, 0, property, MPV_FORMAT_STRING, &text);
 }
 
-void MpvHandle::set(const char* property, bool value)
+void MpvHandle::setFlag(const char* property, bool value)
 {
     int flag = value ? 1 : 0;
-    mpv_set_property(core_, property, MPV_FORMAT_FLAG, &flag);
+    mpv_set_property_async(core_, 0, property, MPV_FORMAT_FLAG, &flag);
 }
 
 bool MpvHandle::flag(const char* property) const

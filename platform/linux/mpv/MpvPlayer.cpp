@@ -25,6 +25,14 @@ std::string secondsText(MediaTime time)
     return text;
 }
 
+/// More than libmpv and the sound server have of what is to come.
+constexpr MediaTime bufferedSound{2, 1};
+
+/// libmpv takes a picture for that of a time which it precedes by as much as five milliseconds.
+constexpr MediaTime seekTolerance{49, 10'000};
+
+constexpr std::uint64_t seekNumber = 1;
+
 MediaTime fromSeconds(double seconds)
 {
     constexpr std::int32_t microseconds = 1'000'000;
@@ -46,6 +54,8 @@ public:
         mpv_ = std::move(*handle);
         mpv_observe_property(mpv_->core(), 0, "time-pos", MPV_FORMAT_DOUBLE);
         mpv_observe_property(mpv_->core(), 0, "eof-reached", MPV_FORMAT_FLAG);
+        // A part of a clip may begin with pictures that are there only to be decoded.
+        mpv_->setText("start", secondsText(seekTolerance));
         mpv_->command({"loadfile", file.c_str()});
         loadPictureTimes([weak, executor = mainExecutor_](std::vector<MediaTime> times) {
             executor->async([weak, times = std::move(times)]() mutable {
@@ -62,11 +72,11 @@ public:
             return;
         if (isBehindEnd() || (!endTime_ && isAtEndOfFile()))
             return later(&MpvPlayer::endWhenPlaying);
-        // Where libmpv has come to an end, it goes on only from another place.
-        if (isAtEndOfFile())
+        mpv_->setText("end", endTime_ ? secondsText(*endTime_) : "none");
+        // Where libmpv has come to an end, it goes on only from another place. And it has sound of behind this end already.
+        if (isAtEndOfFile() || (endTime_ && *endTime_ < time_ + bufferedSound))
             seek(time_);
-        mpv_->set("end", endTime_ ? secondsText(*endTime_) : "none");
-        mpv_->set("pause", false);
+        unpauseWhenPossible();
     }
 
     void pause() override
@@ -88,8 +98,11 @@ public:
     void setForwardPlaybackEndTime(std::optional<MediaTime> time) override
     {
         endTime_ = time;
-        if (isPlaying_)
-            mpv_->set("end", endTime_ ? secondsText(*endTime_) : "none");
+        if (!isPlaying_)
+            return;
+        mpv_->setText("end", endTime_ ? secondsText(*endTime_) : "none");
+        if (isBehindEnd())
+            later(&MpvPlayer::endWhenPlaying);
     }
 
     TimeObserverToken addPeriodicTimeObserver(MediaTime interval, TimeObserver observer) override
@@ -124,6 +137,9 @@ public:
     }
 
 private:
+    /// How far the seek has come that libmpv was asked for.
+    enum class Seek { none, asked, accepted, begun };
+
     struct Observer {
         MediaTime interval;
         MediaTime told;
@@ -155,15 +171,15 @@ private:
             later(look, weak);
     }
 
-    [[nodiscard]] bool isBetweenPictures() const { return wantedSeek_ || isSeeking_; }
+    [[nodiscard]] bool isBetweenPictures() const { return wantedSeek_ || seek_ != Seek::none; }
     [[nodiscard]] bool isBehindEnd() const { return endTime_ && *endTime_ <= time_; }
     [[nodiscard]] bool isAtEndOfFile() const { return !isBetweenPictures() && mpv_->flag("eof-reached"); }
 
     void takePicture()
     {
         pictureIsDue_ = false;
-        if ((mpv_render_context_update(mpv_->renderer()) & MPV_RENDER_UPDATE_FRAME) != 0 && hasPicture_ && pictureChanged_)
-            pictureChanged_();
+        if ((mpv_render_context_update(mpv_->renderer()) & MPV_RENDER_UPDATE_FRAME) != 0 && hasPicture_)
+            tellOfPicture();
     }
 
     void takeEvents()
@@ -179,6 +195,13 @@ private:
             case MPV_EVENT_FILE_LOADED:
                 isLoaded_ = true;
                 seekWhenPossible();
+                break;
+            case MPV_EVENT_COMMAND_REPLY:
+                replied(*event);
+                break;
+            case MPV_EVENT_SEEK:
+                if (seek_ == Seek::accepted)
+                    seek_ = Seek::begun;
                 break;
             case MPV_EVENT_PLAYBACK_RESTART:
                 pictureIsThere();
@@ -199,19 +222,50 @@ private:
     void pictureIsThere()
     {
         hasPicture_ = true;
-        isSeeking_ = false;
-        if (pictureChanged_)
-            pictureChanged_();
-        seekWhenPossible();
+        // The picture of an earlier seek, or of the beginning, may still come behind the next.
+        if (seek_ == Seek::begun)
+            seek_ = Seek::none;
+        tellOfPicture();
+        goOn();
         // The end may have come before the picture of a seek to it.
         if (isPlaying_ && isAtEndOfFile())
             endOfPlaying();
     }
 
+    void goOn()
+    {
+        seekWhenPossible();
+        if (isPlaying_)
+            unpauseWhenPossible();
+    }
+
+    /// Not before the picture of a seek, or playing would go on from the place before it.
+    void unpauseWhenPossible()
+    {
+        if (!isBetweenPictures() && !isBehindEnd())
+            mpv_->setFlag("pause", false);
+    }
+
+    void replied(const mpv_event& reply)
+    {
+        if (reply.reply_userdata != seekNumber || seek_ != Seek::asked)
+            return;
+        seek_ = reply.error < 0 ? Seek::none : Seek::accepted;
+        goOn();
+    }
+
+    void tellOfPicture()
+    {
+        // It may let go of this player, and so of itself.
+        if (const auto changed = pictureChanged_)
+            changed();
+    }
+
     void ended(const mpv_event_end_file& end)
     {
-        if (end.reason == MPV_END_FILE_REASON_ERROR && failed_)
-            failed_(mpvError(end.error));
+        const auto failed = failed_;
+        if (end.reason == MPV_END_FILE_REASON_ERROR && failed)
+            failed(mpvError(end.error));
     }
 
     void changed(const mpv_event_property& property)
@@ -225,18 +279,21 @@ private:
 
     void timePassed(MediaTime time)
     {
-        if (!isPlaying_ || isBetweenPictures())
+        if (!isPlaying_ || isBetweenPictures() || isBehindEnd())
             return;
-        time_ = time;
-        tell(false);
+        time_ = endTime_ ? std::min(time, *endTime_) : time;
+        if (isBehindEnd())
+            endOfPlaying();
+        else
+            tell(false);
     }
 
     void stop()
     {
         isPlaying_ = false;
-        mpv_->set("pause", true);
+        mpv_->setFlag("pause", true);
         // A picture behind the end can be looked at.
-        mpv_->set("end", "none");
+        mpv_->setText("end", "none");
     }
 
     void endWhenPlaying()
@@ -294,14 +351,14 @@ private:
     /// One seek after the other: the next begins when the picture of the last is there, and only the newest is kept.
     void seekWhenPossible()
     {
-        if (!wantedSeek_ || !isLoaded_ || isSeeking_ || !pictureTimes_)
+        if (!wantedSeek_ || !isLoaded_ || seek_ != Seek::none || !pictureTimes_)
             return;
-        isSeeking_ = true;
-        const auto target = secondsText(beginOfPicture(*std::exchange(wantedSeek_, {})));
-        mpv_->command({"seek", target.c_str(), "absolute+exact"});
+        seek_ = Seek::asked;
+        const auto target = secondsText(beginOfPicture(*std::exchange(wantedSeek_, {})) + seekTolerance);
+        mpv_->command({"seek", target.c_str(), "absolute+exact"}, seekNumber);
     }
 
-    /// libmpv goes to the first picture that begins at or behind a time.
+    /// libmpv goes to the first picture that begins at or behind a time, give or take `seekTolerance`.
     [[nodiscard]] MediaTime beginOfPicture(MediaTime time) const
     {
         const auto next = std::upper_bound(
@@ -324,7 +381,7 @@ private:
     std::optional<MediaTime> wantedSeek_;
     bool isPlaying_ = false;
     bool isLoaded_ = false;
-    bool isSeeking_ = false;
+    Seek seek_ = Seek::none;
     bool hasPicture_ = false;
 
     // Destroyed first: its callbacks use the rest.
