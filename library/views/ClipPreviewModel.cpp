@@ -238,7 +238,11 @@ void ClipPreviewModel::stepTrimStart(int pictures)
 
 void ClipPreviewModel::stepTrimEnd(int pictures)
 {
-    moveTrimEnd(std::clamp(steppedTime(mediaTime(trimEndTime_), pictures), endMinimum(), scrubMaximum()));
+    auto time = steppedTime(mediaTime(trimEndTime_), pictures);
+    // The clip's end is one step behind the beginning of the last picture, which it shows.
+    if (pictures < 0 && !pictureTimes_.empty() && trimEndTime_ >= totalDuration_)
+        time = steppedTime(mediaTime(trimEndTime_), pictures + 1);
+    moveTrimEnd(std::clamp(time, endMinimum(), scrubMaximum()));
 }
 
 void ClipPreviewModel::setTrimStartHere()

@@ -335,6 +335,8 @@ TEST_F(ClipPreviewModelTest, StepsOfTheHandlesStayWithinTheirSliders)
     model->stepTrimEnd(1);
     EXPECT_EQ(model->trimEndTime(), 10);
     model->stepTrimEnd(-1);
+    EXPECT_EQ(model->trimEndTime(), 9.98) << "without the last picture";
+    model->stepTrimEnd(-1);
     EXPECT_EQ(model->trimEndTime(), 9.96);
     model->moveTrimEnd(4);
     model->moveTrimStart(3.98);
