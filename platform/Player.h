@@ -41,7 +41,8 @@ public:
     /// the end of the file.
     virtual void setForwardPlaybackEndTime(std::optional<MediaTime> time) = 0;
 
-    /// `observer` is called with the time that is played, no more often than each `interval`, and when playing pauses by itself.
+    /// `observer` is called with the time that is played, no more often than each `interval`, and with that at which playing pauses, by
+    /// itself or not.
     virtual TimeObserverToken addPeriodicTimeObserver(MediaTime interval, TimeObserver observer) = 0;
     virtual void removeTimeObserver(TimeObserverToken token) = 0;
 

@@ -13,6 +13,8 @@ namespace {
 /// A slider of no length is none.
 constexpr double shortestRange = 0.1;
 constexpr std::int32_t preferredTimescale = 600;
+/// What a player's own clock may be off by.
+constexpr MediaTime clockTick{1, 1'000'000};
 constexpr MediaTime observationInterval{1, 10};
 constexpr int thumbnailWidth = 192;
 constexpr int thumbnailHeight = 108;
@@ -59,14 +61,16 @@ void ClipPreviewModel::setupPlayer()
     if (player_)
         return;
     problem_.clear();
-    auto player = services_.players->makePlayer(clipURL_);
-    if (!player)
-        return fail(QString::fromStdString(player.error().localizedDescription));
-    player_ = std::move(*player);
-    player_->setPictureObserver([this] { emit pictureChanged(); });
-    player_->setFailureObserver([this](const Error& error) { fail(QString::fromStdString(error.localizedDescription)); });
-    timeObserverToken_ = player_->addPeriodicTimeObserver(observationInterval, [this](MediaTime time) { timePassed(time); });
-    emit playerChanged();
+    if (auto player = services_.players->makePlayer(clipURL_)) {
+        player_ = std::move(*player);
+        player_->setPictureObserver([this] { emit pictureChanged(); });
+        player_->setFailureObserver([this](const Error& error) { fail(QString::fromStdString(error.localizedDescription)); });
+        timeObserverToken_ = player_->addPeriodicTimeObserver(observationInterval, [this](MediaTime time) { timePassed(time); });
+        emit playerChanged();
+    } else {
+        // It can be cut down unseen.
+        fail(QString::fromStdString(player.error().localizedDescription));
+    }
 
     services_.assetReader->loadDuration(
         clipURL_, [later = std::weak_ptr(self_), executor = services_.mainExecutor](Result<MediaTime> duration) {
@@ -131,7 +135,7 @@ bool ClipPreviewModel::drawPicture(const platform::PictureTarget& target) const
 
 void ClipPreviewModel::togglePlaying()
 {
-    if (!player_)
+    if (!player_ || !problem_.isEmpty())
         return;
     setPlaying(!isPlaying_);
     if (isPlaying_)
@@ -143,6 +147,7 @@ void ClipPreviewModel::togglePlaying()
 void ClipPreviewModel::timePassed(MediaTime time)
 {
     currentTime_ = time.seconds();
+    shownTime_ = time;
     emit currentTimeChanged();
     // Both on the player's scale: a rounded end has to be reached too.
     if (isPlaying_ && (trimEndTime_ <= currentTime_ || mediaTime(trimEndTime_) <= time)) {
@@ -178,8 +183,9 @@ void ClipPreviewModel::setTrim(double start, double end)
 void ClipPreviewModel::seek(double seconds)
 {
     currentTime_ = seconds;
+    shownTime_ = mediaTime(seconds);
     if (player_)
-        player_->seek(mediaTime(seconds));
+        player_->seek(shownTime_);
     emit currentTimeChanged();
 }
 
@@ -200,50 +206,63 @@ void ClipPreviewModel::moveTrimEnd(double seconds)
     seek(seconds);
 }
 
-double ClipPreviewModel::steppedTime(double seconds, int pictures) const
+std::ptrdiff_t ClipPreviewModel::pictureAt(MediaTime time) const
+{
+    const auto next = std::upper_bound(
+        pictureTimes_.begin(), pictureTimes_.end(), time + clockTick, [](MediaTime value, MediaTime begin) { return value < begin; });
+    return std::max<std::ptrdiff_t>(0, next - pictureTimes_.begin() - 1);
+}
+
+double ClipPreviewModel::steppedTime(MediaTime time, int pictures) const
 {
     if (pictureTimes_.empty())
-        return seconds;
-    const auto time = mediaTime(seconds);
-    const auto next =
-        std::upper_bound(pictureTimes_.begin(), pictureTimes_.end(), time, [](MediaTime value, MediaTime begin) { return value < begin; });
-    const auto shown = std::max<std::ptrdiff_t>(0, next - pictureTimes_.begin() - 1);
+        return time.seconds();
+    const auto shown = pictureAt(time);
     const auto last = static_cast<std::ptrdiff_t>(pictureTimes_.size()) - 1;
     const auto wanted = shown + pictures;
     // Behind the last picture there is the clip's end.
     if (wanted > last)
-        return std::max(totalDuration_, seconds);
+        return std::max(totalDuration_, time.seconds());
     return secondsOfPicture(pictureTimes_[static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, wanted))]);
 }
 
 void ClipPreviewModel::stepCurrentTime(int pictures)
 {
-    seek(std::min(steppedTime(currentTime_, pictures), scrubMaximum()));
+    seek(std::min(steppedTime(shownTime_, pictures), scrubMaximum()));
 }
 
 void ClipPreviewModel::stepTrimStart(int pictures)
 {
-    moveTrimStart(std::clamp(steppedTime(trimStartTime_, pictures), 0.0, startMaximum()));
+    moveTrimStart(std::clamp(steppedTime(mediaTime(trimStartTime_), pictures), 0.0, startMaximum()));
 }
 
 void ClipPreviewModel::stepTrimEnd(int pictures)
 {
-    moveTrimEnd(std::clamp(steppedTime(trimEndTime_, pictures), endMinimum(), scrubMaximum()));
+    auto time = steppedTime(mediaTime(trimEndTime_), pictures);
+    // The clip's end is one step behind the beginning of the last picture, which it shows.
+    if (pictures < 0 && !pictureTimes_.empty() && trimEndTime_ >= totalDuration_)
+        time = steppedTime(mediaTime(trimEndTime_), pictures + 1);
+    moveTrimEnd(std::clamp(time, endMinimum(), scrubMaximum()));
 }
 
 void ClipPreviewModel::setTrimStartHere()
 {
-    setTrim(std::min(currentTime_, trimEndTime_), trimEndTime_);
+    auto here = currentTime_;
+    // The nearest time that a selection can begin at may lie before the picture.
+    if (!pictureTimes_.empty())
+        here = std::max(here, secondsOfPicture(pictureTimes_[static_cast<std::size_t>(pictureAt(shownTime_))]));
+    setTrim(std::min(here, trimEndTime_), trimEndTime_);
 }
 
 void ClipPreviewModel::setTrimEndHere()
 {
-    setTrim(trimStartTime_, std::max(currentTime_, trimStartTime_));
+    setTrim(trimStartTime_, std::max(std::min(currentTime_, scrubMaximum()), trimStartTime_));
 }
 
 void ClipPreviewModel::fail(const QString& problem)
 {
     problem_ = problem;
+    setPlaying(false);
     emit playerChanged();
 }
 
@@ -281,7 +300,7 @@ void ClipPreviewModel::exportTrimmed(bool replaceOriginal)
     session->setOutputURL(name());
     session->setNextOutputURL(name);
     session->setOutputFileType(platform::AssetFileType::mpeg4);
-    session->setTimeRange({mediaTime(trimStartTime_), mediaTime(trimEndTime_)});
+    session->setTimeRange({mediaTime(trimStartTime_), exportEnd()});
 
     // The clip is added also when this window has been closed meanwhile.
     services_.runningExports->start(
@@ -299,6 +318,15 @@ void ClipPreviewModel::exportTrimmed(bool replaceOriginal)
                     (*self)->finishExport(*session);
             });
         });
+}
+
+MediaTime ClipPreviewModel::exportEnd() const
+{
+    auto end = mediaTime(trimEndTime_);
+    // Rounded down, the end of the clip would cut off its last samples.
+    if (trimEndTime_ >= totalDuration_ && end.seconds() < trimEndTime_)
+        end.value += 1;
+    return end;
 }
 
 void ClipPreviewModel::finishExport(const platform::ExportSession& session)

@@ -13,6 +13,7 @@
 #include <QString>
 #include <QtQmlIntegration>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -142,7 +143,9 @@ private:
     void loadThumbnail(int number);
     void finishExport(const platform::ExportSession& session);
     void setExport(bool isRunning, const QString& message);
-    [[nodiscard]] double steppedTime(double seconds, int pictures) const;
+    [[nodiscard]] MediaTime exportEnd() const;
+    [[nodiscard]] std::ptrdiff_t pictureAt(MediaTime time) const;
+    [[nodiscard]] double steppedTime(MediaTime time, int pictures) const;
 
     const std::filesystem::path clipURL_;
     const Services services_;
@@ -151,6 +154,7 @@ private:
     QString problem_;
     bool isPlaying_ = false;
     double currentTime_ = 0;
+    MediaTime shownTime_ = MediaTime::zero();  ///< currentTime_ as the player has it
     double totalDuration_ = 0;
     double trimStartTime_ = 0;
     double trimEndTime_ = 0;

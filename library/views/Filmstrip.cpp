@@ -14,6 +14,7 @@ namespace {
 
 constexpr double cornerRadius = 6;
 constexpr double frameWidth = 3;
+constexpr double frameCornerRadius = 5.5;
 constexpr double dimming = 0.72;
 
 /// The middle of an image that fills the cell with its shape kept.
@@ -74,14 +75,17 @@ void Filmstrip::paint(QPainter* painter)
     const QRectF selected = selection();
     QColor shade = BrandColors::obsidian;
     shade.setAlphaF(static_cast<float>(dimming));
-    painter->fillRect(QRectF{0, 0, selected.left(), strip.height()}, shade);
-    painter->fillRect(QRectF{selected.right(), 0, strip.width() - selected.right(), strip.height()}, shade);
+    QPainterPath shaded;
+    shaded.addRect(strip);
+    QPainterPath hole;
+    hole.addRoundedRect(selected, frameCornerRadius, frameCornerRadius);
+    painter->fillPath(shaded.subtracted(hole), shade);
     if (selected.isEmpty())
         return;
     painter->setPen(QPen{BrandColors::coral, frameWidth});
     painter->setBrush(Qt::NoBrush);
     constexpr double inset = frameWidth / 2;
-    painter->drawRoundedRect(selected.adjusted(inset, inset, -inset, -inset), 4, 4);
+    painter->drawRoundedRect(selected.adjusted(inset, inset, -inset, -inset), frameCornerRadius - inset, frameCornerRadius - inset);
 }
 
 }  // namespace velmora

@@ -10,7 +10,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr std::array<std::pair<const char*, const char*>, 26> options{{
+constexpr std::array<std::pair<const char*, const char*>, 28> options{{
     // Nothing of the user's, nothing from elsewhere, nothing kept.
     {"config", "no"},
     {"load-scripts", "no"},
@@ -27,6 +27,9 @@ constexpr std::array<std::pair<const char*, const char*>, 26> options{{
     {"access-references", "no"},
     {"load-unsafe-playlists", "no"},
     {"demuxer-lavf-o", "protocol_whitelist=file"},
+    // A file is a movie or it is refused: a text may be a list of other files.
+    {"demuxer", "lavf"},
+    {"demuxer-lavf-format", "mov"},
     {"save-position-on-quit", "no"},
     {"resume-playback", "no"},
     // The file stays open behind its end, paused, and begins so.
@@ -101,22 +104,37 @@ MpvHandle::~MpvHandle()
     }
 }
 
-void MpvHandle::command(std::initializer_list<const char*> arguments)
+void MpvHandle::command(std::initializer_list<const char*> arguments, std::uint64_t number)
 {
     std::vector<const char*> terminated{arguments};
     terminated.push_back(nullptr);
-    mpv_command_async(core_, 0, terminated.data());
+    mpv_command_async(core_, number, terminated.data());
 }
 
-void MpvHandle::set(const char* property, const std::string& value)
+void MpvHandle::setText(const char* property, const std::string& value)
 {
-    mpv_set_property_string(core_, property, value.c_str());
+    auto* text = const_cast<char*>(value.c_str());
+    mpv_set_property_async(core_, 0, property, MPV_FORMAT_STRING, &text);
 }
 
-void MpvHandle::set(const char* property, bool value)
+void MpvHandle::setFlag(const char* property, bool value)
 {
     int flag = value ? 1 : 0;
-    mpv_set_property(core_, property, MPV_FORMAT_FLAG, &flag);
+    mpv_set_property_async(core_, 0, property, MPV_FORMAT_FLAG, &flag);
+}
+
+bool MpvHandle::flag(const char* property) const
+{
+    int value = 0;
+    return mpv_get_property(core_, property, MPV_FORMAT_FLAG, &value) >= 0 && value != 0;
+}
+
+std::optional<double> MpvHandle::number(const char* property) const
+{
+    double value = 0;
+    if (mpv_get_property(core_, property, MPV_FORMAT_DOUBLE, &value) < 0)
+        return std::nullopt;
+    return value;
 }
 
 }  // namespace velmora::linux_backend

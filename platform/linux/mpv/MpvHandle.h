@@ -3,11 +3,13 @@
 
 #include "base/Result.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <mpv/client.h>
 #include <mpv/render.h>
+#include <optional>
 #include <string>
 
 namespace velmora::linux_backend {
@@ -25,11 +27,12 @@ public:
     [[nodiscard]] mpv_handle* core() const { return core_; }
     [[nodiscard]] mpv_render_context* renderer() const { return renderer_; }
 
-    /// Carried out later; how it went comes as an event.
-    void command(std::initializer_list<const char*> arguments);
-
-    void set(const char* property, const std::string& value);
-    void set(const char* property, bool value);
+    /// These three are carried out later, in the order given. How a command went comes as a reply with its number.
+    void command(std::initializer_list<const char*> arguments, std::uint64_t number = 0);
+    void setText(const char* property, const std::string& value);
+    void setFlag(const char* property, bool value);
+    [[nodiscard]] bool flag(const char* property) const;  ///< false also where there is none
+    [[nodiscard]] std::optional<double> number(const char* property) const;
 
 private:
     MpvHandle(std::function<void()> wakeUp, std::function<void()> pictureChanged);

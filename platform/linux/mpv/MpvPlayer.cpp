@@ -25,6 +25,14 @@ std::string secondsText(MediaTime time)
     return text;
 }
 
+/// More than libmpv and the sound server have of what is to come.
+constexpr MediaTime bufferedSound{2, 1};
+
+/// libmpv takes a picture for that of a time which it precedes by as much as five milliseconds.
+constexpr MediaTime seekTolerance{49, 10'000};
+
+constexpr std::uint64_t seekNumber = 1;
+
 MediaTime fromSeconds(double seconds)
 {
     constexpr std::int32_t microseconds = 1'000'000;
@@ -46,6 +54,8 @@ public:
         mpv_ = std::move(*handle);
         mpv_observe_property(mpv_->core(), 0, "time-pos", MPV_FORMAT_DOUBLE);
         mpv_observe_property(mpv_->core(), 0, "eof-reached", MPV_FORMAT_FLAG);
+        // A part of a clip may begin with pictures that are there only to be decoded.
+        mpv_->setText("start", secondsText(seekTolerance));
         mpv_->command({"loadfile", file.c_str()});
         loadPictureTimes([weak, executor = mainExecutor_](std::vector<MediaTime> times) {
             executor->async([weak, times = std::move(times)]() mutable {
@@ -60,24 +70,20 @@ public:
     {
         if (std::exchange(isPlaying_, true))
             return;
-        mpv_->set("end", endTime_ ? secondsText(*endTime_) : "none");
-        if ((endTime_ && *endTime_ <= time_) || isAtEndOfFile_) {
-            const auto weak = weak_from_this();
-            mainExecutor_->async([weak] {
-                if (const auto self = weak.lock(); self && self->isPlaying_)
-                    self->endOfPlaying();
-            });
-            return;
-        }
-        mpv_->set("pause", false);
+        if (isBehindEnd() || (!endTime_ && isAtEndOfFile()))
+            return later(&MpvPlayer::endWhenPlaying);
+        mpv_->setText("end", endTime_ ? secondsText(*endTime_) : "none");
+        // Where libmpv has come to an end, it goes on only from another place. And it has sound of behind this end already.
+        if (isAtEndOfFile() || (endTime_ && *endTime_ < time_ + bufferedSound))
+            seek(time_);
+        unpauseWhenPossible();
     }
 
     void pause() override
     {
-        isPlaying_ = false;
-        mpv_->set("pause", true);
-        // A picture behind the end can be looked at.
-        mpv_->set("end", "none");
+        if (isPlaying_)
+            later(&MpvPlayer::tellWherePaused);
+        stop();
     }
 
     void seek(MediaTime time) override
@@ -85,13 +91,18 @@ public:
         time_ = time;
         wantedSeek_ = time;
         seekWhenPossible();
+        if (isPlaying_ && isBehindEnd())
+            later(&MpvPlayer::endWhenPlaying);
     }
 
     void setForwardPlaybackEndTime(std::optional<MediaTime> time) override
     {
         endTime_ = time;
-        if (isPlaying_)
-            mpv_->set("end", endTime_ ? secondsText(*endTime_) : "none");
+        if (!isPlaying_)
+            return;
+        mpv_->setText("end", endTime_ ? secondsText(*endTime_) : "none");
+        if (isBehindEnd())
+            later(&MpvPlayer::endWhenPlaying);
     }
 
     TimeObserverToken addPeriodicTimeObserver(MediaTime interval, TimeObserver observer) override
@@ -126,6 +137,9 @@ public:
     }
 
 private:
+    /// How far the seek has come that libmpv was asked for.
+    enum class Seek { none, asked, accepted, begun };
+
     struct Observer {
         MediaTime interval;
         MediaTime told;
@@ -142,21 +156,30 @@ private:
         }
     }
 
-    void lookLater(std::atomic<bool>& isDue, const std::weak_ptr<MpvPlayer>& weak, void (MpvPlayer::*look)())
+    void later(void (MpvPlayer::*work)(), const std::weak_ptr<MpvPlayer>& weak)
     {
-        if (isDue.exchange(true))
-            return;
-        mainExecutor_->async([weak, look] {
+        mainExecutor_->async([weak, work] {
             if (const auto self = weak.lock())
-                (*self.*look)();
+                (*self.*work)();
         });
     }
+    void later(void (MpvPlayer::*work)()) { later(work, weak_from_this()); }
+
+    void lookLater(std::atomic<bool>& isDue, const std::weak_ptr<MpvPlayer>& weak, void (MpvPlayer::*look)())
+    {
+        if (!isDue.exchange(true))
+            later(look, weak);
+    }
+
+    [[nodiscard]] bool isBetweenPictures() const { return wantedSeek_ || seek_ != Seek::none; }
+    [[nodiscard]] bool isBehindEnd() const { return endTime_ && *endTime_ <= time_; }
+    [[nodiscard]] bool isAtEndOfFile() const { return !isBetweenPictures() && mpv_->flag("eof-reached"); }
 
     void takePicture()
     {
         pictureIsDue_ = false;
-        if ((mpv_render_context_update(mpv_->renderer()) & MPV_RENDER_UPDATE_FRAME) != 0 && hasPicture_ && pictureChanged_)
-            pictureChanged_();
+        if ((mpv_render_context_update(mpv_->renderer()) & MPV_RENDER_UPDATE_FRAME) != 0 && hasPicture_)
+            tellOfPicture();
     }
 
     void takeEvents()
@@ -172,6 +195,13 @@ private:
             case MPV_EVENT_FILE_LOADED:
                 isLoaded_ = true;
                 seekWhenPossible();
+                break;
+            case MPV_EVENT_COMMAND_REPLY:
+                replied(*event);
+                break;
+            case MPV_EVENT_SEEK:
+                if (seek_ == Seek::accepted)
+                    seek_ = Seek::begun;
                 break;
             case MPV_EVENT_PLAYBACK_RESTART:
                 pictureIsThere();
@@ -192,16 +222,50 @@ private:
     void pictureIsThere()
     {
         hasPicture_ = true;
-        isSeeking_ = false;
-        if (pictureChanged_)
-            pictureChanged_();
+        // The picture of an earlier seek, or of the beginning, may still come behind the next.
+        if (seek_ == Seek::begun)
+            seek_ = Seek::none;
+        tellOfPicture();
+        goOn();
+        // The end may have come before the picture of a seek to it.
+        if (isPlaying_ && isAtEndOfFile())
+            endOfPlaying();
+    }
+
+    void goOn()
+    {
         seekWhenPossible();
+        if (isPlaying_)
+            unpauseWhenPossible();
+    }
+
+    /// Not before the picture of a seek, or playing would go on from the place before it.
+    void unpauseWhenPossible()
+    {
+        if (!isBetweenPictures() && !isBehindEnd())
+            mpv_->setFlag("pause", false);
+    }
+
+    void replied(const mpv_event& reply)
+    {
+        if (reply.reply_userdata != seekNumber || seek_ != Seek::asked)
+            return;
+        seek_ = reply.error < 0 ? Seek::none : Seek::accepted;
+        goOn();
+    }
+
+    void tellOfPicture()
+    {
+        // It may let go of this player, and so of itself.
+        if (const auto changed = pictureChanged_)
+            changed();
     }
 
     void ended(const mpv_event_end_file& end)
     {
-        if (end.reason == MPV_END_FILE_REASON_ERROR && failed_)
-            failed_(mpvError(end.error));
+        const auto failed = failed_;
+        if (end.reason == MPV_END_FILE_REASON_ERROR && failed)
+            failed(mpvError(end.error));
     }
 
     void changed(const mpv_event_property& property)
@@ -210,28 +274,54 @@ private:
         if (name == "time-pos" && property.format == MPV_FORMAT_DOUBLE)
             timePassed(fromSeconds(*static_cast<const double*>(property.data)));
         else if (name == "eof-reached" && property.format == MPV_FORMAT_FLAG)
-            setAtEndOfFile(*static_cast<const int*>(property.data) != 0);
+            reachedEndOfFile(*static_cast<const int*>(property.data) != 0);
     }
 
     void timePassed(MediaTime time)
     {
-        if (!isPlaying_ || isSeeking_ || wantedSeek_)
+        if (!isPlaying_ || isBetweenPictures() || isBehindEnd())
             return;
-        time_ = time;
-        tell(false);
+        time_ = endTime_ ? std::min(time, *endTime_) : time;
+        if (isBehindEnd())
+            endOfPlaying();
+        else
+            tell(false);
     }
 
-    void setAtEndOfFile(bool isThere)
+    void stop()
     {
-        isAtEndOfFile_ = isThere;
-        if (isThere && isPlaying_ && !isSeeking_)
+        isPlaying_ = false;
+        mpv_->setFlag("pause", true);
+        // A picture behind the end can be looked at.
+        mpv_->setText("end", "none");
+    }
+
+    void endWhenPlaying()
+    {
+        if (isPlaying_)
             endOfPlaying();
     }
 
-    /// Behind the end that was set, or that of the file.
+    /// The last time that was observed may lie some pictures before that at which playing paused.
+    void tellWherePaused()
+    {
+        if (isPlaying_ || isBetweenPictures())
+            return;
+        if (const auto seconds = mpv_->number("time-pos"))
+            time_ = fromSeconds(*seconds);
+        tell(true);
+    }
+
+    void reachedEndOfFile(bool isThere)
+    {
+        if (isThere && isPlaying_ && !isBetweenPictures())
+            endOfPlaying();
+    }
+
+    /// At the end that was set, or at that of the file.
     void endOfPlaying()
     {
-        pause();
+        stop();
         if (endTime_)
             seek(std::max(*endTime_, time_));
         tell(true);
@@ -261,14 +351,14 @@ private:
     /// One seek after the other: the next begins when the picture of the last is there, and only the newest is kept.
     void seekWhenPossible()
     {
-        if (!wantedSeek_ || !isLoaded_ || isSeeking_ || !pictureTimes_)
+        if (!wantedSeek_ || !isLoaded_ || seek_ != Seek::none || !pictureTimes_)
             return;
-        isSeeking_ = true;
-        const auto target = secondsText(beginOfPicture(*std::exchange(wantedSeek_, {})));
-        mpv_->command({"seek", target.c_str(), "absolute+exact"});
+        seek_ = Seek::asked;
+        const auto target = secondsText(beginOfPicture(*std::exchange(wantedSeek_, {})) + seekTolerance);
+        mpv_->command({"seek", target.c_str(), "absolute+exact"}, seekNumber);
     }
 
-    /// libmpv goes to the first picture that begins at or behind a time.
+    /// libmpv goes to the first picture that begins at or behind a time, give or take `seekTolerance`.
     [[nodiscard]] MediaTime beginOfPicture(MediaTime time) const
     {
         const auto next = std::upper_bound(
@@ -291,9 +381,8 @@ private:
     std::optional<MediaTime> wantedSeek_;
     bool isPlaying_ = false;
     bool isLoaded_ = false;
-    bool isSeeking_ = false;
+    Seek seek_ = Seek::none;
     bool hasPicture_ = false;
-    bool isAtEndOfFile_ = false;
 
     // Destroyed first: its callbacks use the rest.
     std::unique_ptr<MpvHandle> mpv_;

@@ -1,0 +1,116 @@
+// A clip played and cut down in its window, as a person does it.
+
+#include "tests/support/desktop/Controls.h"
+#include "tests/support/desktop/Screen.h"
+#include "tests/support/desktop/TrayProgram.h"
+#include "tests/support/media/EncodedClip.h"
+#include "tests/support/media/WrittenClip.h"
+
+#include <algorithm>
+#include <gmock/gmock.h>
+
+namespace velmora::test {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+
+constexpr int pictureRate = 25;
+
+/// Six seconds, a picture each 40 ms, with sound.
+void makeNumberedClip(const std::filesystem::path& home)
+{
+    const auto folder = home / "Movies" / "Velmora";
+    std::filesystem::create_directories(folder);
+    writeClip(folder / "clip.mp4", {.pictures = steadyTimes(6 * pictureRate, pictureRate), .soundFrames = 6 * 48'000});
+}
+
+class PreviewTest : public testing::Test {
+protected:
+    [[nodiscard]] std::filesystem::path clip() const { return program.clipsFolder() / "clip.mp4"; }
+
+    /// Opened as another program would, loaded, and with the keyboard.
+    [[nodiscard]] bool open(const std::filesystem::path& file)
+    {
+        const auto title = "Preview & Trim — " + file.filename().string();
+        return program.run({"preview", file.string()}).status == 0 && isShown(title) && waitUntil([&] {
+            return runProgram({"xdotool", "getactivewindow", "getwindowname"}).output == title + "\n" && labelCount("End: 00:06") > 0;
+        });
+    }
+
+    [[nodiscard]] static std::size_t labelCount(const std::string& name)
+    {
+        return those([&](const Control& one) { return one.role == "label" && one.name == name; }).size();
+    }
+    [[nodiscard]] static std::size_t buttonCount(const std::string& name)
+    {
+        return those([&](const Control& one) { return one.role == "push button" && one.name == name; }).size();
+    }
+
+    AssistiveTechnology assistiveTechnology;
+    TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = makeNumberedClip}};
+
+private:
+    [[nodiscard]] static std::vector<Control> those(const std::function<bool(const Control&)>& isOne)
+    {
+        auto controls = AssistiveTechnology::controls();
+        controls.erase(std::remove_if(controls.begin(), controls.end(), [&](const auto& one) { return !isOne(one); }), controls.end());
+        return controls;
+    }
+};
+
+TEST_F(PreviewTest, AClipIsPlayedCutDownByKeyboardAndSavedBesideIt)
+{
+    ASSERT_TRUE(open(clip()));
+    pressKeys({"space"});
+    ASSERT_TRUE(waitUntil([] { return labelCount("00:01") == 1; }));
+    pressKeys({"space"});
+    ASSERT_TRUE(waitUntil([] { return buttonCount("Play") == 1; }));
+
+    pressKeys({"Tab", "Tab", "Tab"});
+    pressKeys(std::vector<std::string>(5, "Right"));
+    pressKeys({"Tab"});
+    pressKeys(std::vector<std::string>(10, "Left"));
+    ASSERT_TRUE(waitUntil([] { return labelCount("Selected: 00:05") == 1; }));
+    ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Save Trimmed Clip"));
+    const auto told = AssistiveTechnology::find("status bar", "Trimmed clip saved as ");
+    ASSERT_TRUE(told);
+
+    ASSERT_THAT(program.clips(), SizeIs(2));
+    const auto part = program.clipsFolder() / told->name.substr(std::string{"Trimmed clip saved as "}.size());
+    EXPECT_THAT(part.filename().string(), HasSubstr("Trimmed"));
+    expectPartOf(decodeFile(clip()), {{1, 5}, {28, 5}}, decodeFile(part));
+    EXPECT_TRUE(AssistiveTechnology::find("list item", part.filename().string())) << "in the menu";
+    ASSERT_TRUE(program.run({"preview", part.string()}).status == 0) << "it is a clip as any other";
+    EXPECT_TRUE(isShown("Preview & Trim — " + part.filename().string()));
+}
+
+TEST_F(PreviewTest, PlayingStopsAtTheEndOfTheSelectionByItself)
+{
+    ASSERT_TRUE(open(clip()));
+    pressKeys(std::vector<std::string>(pictureRate, "Right"));
+    pressKeys({"o"});
+    pressKeys(std::vector<std::string>(pictureRate, "Left"));
+    ASSERT_TRUE(waitUntil([] { return labelCount("End: 00:01") == 1 && labelCount("00:00") == 1; }));
+    pressKeys({"space"});
+    ASSERT_TRUE(waitUntil([] { return buttonCount("Pause") == 1; }));
+    ASSERT_TRUE(waitUntil([] { return labelCount("00:01") == 1 && buttonCount("Play") == 1; }));
+}
+
+TEST_F(PreviewTest, TwoAtOncePlayEachItsOwn)
+{
+    const auto other = program.clipsFolder() / "other.mp4";
+    std::filesystem::copy_file(clip(), other);
+    ASSERT_TRUE(open(clip()));
+    ASSERT_TRUE(open(other));
+    ASSERT_TRUE(waitUntil([] { return labelCount("End: 00:06") == 2; }));
+    pressKeys({"space"});
+    ASSERT_TRUE(waitUntil([] { return labelCount("00:01") == 1; }));
+    EXPECT_EQ(labelCount("00:00"), 1U) << "the other was never touched";
+    pressKeys({"Escape"});
+    ASSERT_TRUE(isHidden("Preview & Trim — other.mp4"));
+    EXPECT_EQ(labelCount("End: 00:06"), 1U);
+}
+
+}  // namespace
+}  // namespace velmora::test

@@ -1,0 +1,283 @@
+#include "tests/brand/ViewTestWindow.h"
+#include "tests/library/views/PreviewFixture.h"
+#include "tests/library/views/PreviewView.h"
+
+#include <gmock/gmock.h>
+
+namespace velmora {
+namespace {
+
+using test::ViewTestWindow;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class ClipPreviewViewTest : public testing::Test, protected test::PreviewFixture {
+protected:
+    ClipPreviewViewTest()
+    {
+        test::linkPreviewView();
+        window.emplace(test::clipPreviewView, *model, test::clipPreviewSize);
+    }
+
+    ~ClipPreviewViewTest() override { window.reset(); }
+
+    [[nodiscard]] QQuickItem& slider(const char* name) const
+    {
+        QQuickItem* found = nullptr;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickSlider") && item.property("text").toString() == QLatin1String(name))
+                found = &item;
+        });
+        if (!found)
+            throw std::runtime_error(std::string{"there is no slider "} + name);
+        return *found;
+    }
+    [[nodiscard]] double value(const char* name) const { return slider(name).property("value").toDouble(); }
+    [[nodiscard]] double lowest(const char* name) const { return slider(name).property("from").toDouble(); }
+    [[nodiscard]] double highest(const char* name) const { return slider(name).property("to").toDouble(); }
+
+    /// Presses into the slider at that part of its width.
+    void pressAt(const char* name, double part)
+    {
+        auto& one = slider(name);
+        const auto at = one.mapToScene({8 + part * (one.width() - 16), one.height() / 2});
+        for (const auto kind : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+            const auto buttons = kind == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton;
+            QMouseEvent event(kind, at, window->window().mapToGlobal(at), Qt::LeftButton, buttons, Qt::NoModifier);
+            QCoreApplication::sendEvent(const_cast<QQuickWindow*>(&window->window()), &event);
+            QCoreApplication::processEvents();
+        }
+    }
+
+    /// All times and numbers that are written digit by digit.
+    [[nodiscard]] bool showsTime(const char* text) const
+    {
+        bool found = false;
+        window->forEachVisible([&](QQuickItem& item) {
+            auto* accessible = QAccessible::queryAccessibleInterface(&item);
+            found |= accessible && accessible->role() == QAccessible::StaticText
+                && accessible->text(QAccessible::Name) == QString::fromUtf8(text);
+        });
+        return found;
+    }
+
+    std::optional<ViewTestWindow> window;
+};
+
+TEST_F(ClipPreviewViewTest, UntilThereIsAPlayerItSaysThatItLoads)
+{
+    EXPECT_TRUE(window->shows(QStringLiteral("Loading clip...")));
+    appear();
+    EXPECT_FALSE(window->shows(QStringLiteral("Loading clip...")));
+    EXPECT_FALSE(window->shows(QStringLiteral("This clip cannot be played.")));
+}
+
+TEST_F(ClipPreviewViewTest, TheSlidersTakeTheDurationWhenItArrives)
+{
+    for (const auto* name : {"Position", "Start", "End"}) {
+        EXPECT_EQ(lowest(name), 0);
+        EXPECT_EQ(highest(name), 0.1) << name;
+        EXPECT_EQ(value(name), 0);
+    }
+    appear();
+    for (const auto* name : {"Position", "Start", "End"})
+        EXPECT_EQ(highest(name), 10) << name;
+    EXPECT_EQ(value("Position"), 0);
+    EXPECT_EQ(value("Start"), 0);
+    EXPECT_EQ(value("End"), 10);
+    EXPECT_THAT(player().seeks, IsEmpty()) << "nobody moved a handle";
+    EXPECT_TRUE(showsTime("00:10"));
+    EXPECT_TRUE(showsTime("Start: 00:00"));
+    EXPECT_TRUE(showsTime("End: 00:10"));
+    EXPECT_TRUE(showsTime("Selected: 00:10"));
+}
+
+TEST_F(ClipPreviewViewTest, AnUnreadableDurationLeavesATenthOfASecond)
+{
+    assetReader->durations.clear();
+    appear();
+    for (const auto* name : {"Position", "Start", "End"})
+        EXPECT_EQ(highest(name), 0.1) << name;
+}
+
+TEST_F(ClipPreviewViewTest, AHandleThatIsMovedMovesItsEndAndTheOthersBounds)
+{
+    appear();
+    pressAt("End", 0.6);
+    EXPECT_NEAR(model->trimEndTime(), 6, 0.1);
+    EXPECT_EQ(highest("Start"), model->trimEndTime());
+    EXPECT_EQ(model->currentTime(), model->trimEndTime());
+    pressAt("Start", 0.5);
+    EXPECT_NEAR(model->trimStartTime(), 3, 0.1);
+    EXPECT_EQ(lowest("End"), model->trimStartTime());
+    EXPECT_EQ(value("Position"), model->trimStartTime());
+    EXPECT_EQ(value("End"), model->trimEndTime()) << "still bound";
+    pressAt("Position", 0.9);
+    EXPECT_NEAR(model->currentTime(), 9, 0.1);
+    EXPECT_NEAR(model->trimStartTime(), 3, 0.1);
+    player().passTime({4, 1});
+    EXPECT_EQ(value("Position"), 4) << "follows the player also after a person moved it";
+}
+
+TEST_F(ClipPreviewViewTest, SpacePlaysAndPauses)
+{
+    appear();
+    window->type(Qt::Key_Space, QStringLiteral(" "));
+    EXPECT_TRUE(player().isPlaying);
+    EXPECT_TRUE(window->hasButton(QStringLiteral("Pause")));
+    slider("Start").forceActiveFocus();
+    window->type(Qt::Key_Space, QStringLiteral(" "));
+    EXPECT_FALSE(player().isPlaying);
+    EXPECT_TRUE(window->hasButton(QStringLiteral("Play")));
+}
+
+TEST_F(ClipPreviewViewTest, SpaceOnAButtonPressesThatButton)
+{
+    appear();
+    window->button(QStringLiteral("Reveal in Finder")).forceActiveFocus();
+    window->type(Qt::Key_Space, QStringLiteral(" "));
+    EXPECT_FALSE(player().isPlaying);
+    EXPECT_EQ(reveals, 1);
+}
+
+TEST_F(ClipPreviewViewTest, ArrowsStepByOnePictureInTheHandleThatHasTheKeyboard)
+{
+    appear();
+    window->type(Qt::Key_Right);
+    EXPECT_EQ(model->currentTime(), 0.02);
+    slider("Position").forceActiveFocus();
+    window->type(Qt::Key_Right);
+    EXPECT_EQ(model->currentTime(), 0.04);
+    window->type(Qt::Key_Left);
+    EXPECT_EQ(model->currentTime(), 0.02);
+    slider("Start").forceActiveFocus();
+    window->type(Qt::Key_Right);
+    window->type(Qt::Key_Right);
+    window->type(Qt::Key_Left);
+    EXPECT_EQ(model->trimStartTime(), 0.02);
+    EXPECT_EQ(value("Start"), 0.02);
+    slider("End").forceActiveFocus();
+    window->type(Qt::Key_Left);
+    EXPECT_EQ(model->trimEndTime(), 9.98);
+    EXPECT_EQ(value("End"), 9.98);
+    EXPECT_EQ(model->trimStartTime(), 0.02);
+}
+
+TEST_F(ClipPreviewViewTest, IAndOMarkTheSelectionAndEscapeCloses)
+{
+    appear();
+    int dismissals = 0;
+    QObject::connect(model.get(), &ClipPreviewModel::dismissed, model.get(), [&] { ++dismissals; });
+    model->scrub(3);
+    window->type(Qt::Key_I, QStringLiteral("i"));
+    EXPECT_EQ(model->trimStartTime(), 3);
+    model->scrub(7);
+    slider("Start").forceActiveFocus();
+    window->type(Qt::Key_O, QStringLiteral("o"));
+    EXPECT_EQ(model->trimEndTime(), 7);
+    EXPECT_EQ(dismissals, 0);
+    window->type(Qt::Key_Escape);
+    EXPECT_EQ(dismissals, 1);
+}
+
+TEST_F(ClipPreviewViewTest, EveryControlCanBeReachedByTheKeyboard)
+{
+    appear();
+    std::vector<std::string> order;
+    for (int i = 0; i < 7; ++i) {
+        window->type(Qt::Key_Tab);
+        const auto* focused = window->window().activeFocusItem();
+        order.push_back(focused ? focused->property("text").toString().toStdString() : "");
+    }
+    EXPECT_THAT(order, ElementsAre("Play", "Position", "Start", "End", "Save Trimmed Clip", "Share", "Reveal in Finder"));
+}
+
+TEST_F(ClipPreviewViewTest, WhileAnExportRunsSavingIsDisabledAndTheLineSaysSo)
+{
+    appear();
+    window->press(QStringLiteral("Save Trimmed Clip"));
+    EXPECT_FALSE(window->button(QStringLiteral("Save Trimmed Clip")).isEnabled());
+    EXPECT_TRUE(window->shows(QStringLiteral("Exporting trimmed clip...")));
+    window->press(QStringLiteral("Save Trimmed Clip"));
+    EXPECT_EQ(exportSessions->sessions.size(), 1U);
+    const auto name = QString::fromStdString(session().output.filename());
+    completeExport();
+    EXPECT_TRUE(window->button(QStringLiteral("Save Trimmed Clip")).isEnabled());
+    EXPECT_TRUE(window->shows(QStringLiteral("Trimmed clip saved as ") + name));
+}
+
+TEST_F(ClipPreviewViewTest, AnErrorStandsInTheLineAsPlainText)
+{
+    appear();
+    window->press(QStringLiteral("Save Trimmed Clip"));
+    session().fail({"Velmora.MP4", 5, "<b>broken</b> & gone", nullptr});
+    executor->runAll();
+    EXPECT_TRUE(window->shows(QStringLiteral("Trim error: <b>broken</b> & gone")));
+    bool isPlain = false;
+    window->forEachVisible([&](QQuickItem& item) {
+        if (item.inherits("QQuickText") && item.property("text").toString().startsWith(QLatin1String("Trim error")))
+            isPlain = item.property("textFormat").toInt() == Qt::PlainText;
+    });
+    EXPECT_TRUE(isPlain);
+}
+
+TEST_F(ClipPreviewViewTest, AClipThatCannotBePlayedSaysWhyInThePicturesPlace)
+{
+    appear();
+    player().fail({"mpv", -17, "unrecognized file format", nullptr});
+    EXPECT_TRUE(window->shows(QStringLiteral("This clip cannot be played.")));
+    EXPECT_TRUE(window->shows(QStringLiteral("unrecognized file format")));
+    EXPECT_FALSE(window->shows(QStringLiteral("Loading clip...")));
+}
+
+TEST_F(ClipPreviewViewTest, ShareOpensItsMenuBelowItsButton)
+{
+    appear();
+    const auto& share = window->button(QStringLiteral("Share"));
+    window->press(QStringLiteral("Share"));
+    ASSERT_EQ(shared.size(), 1U);
+    const auto corner = share.mapToGlobal({0, share.height()}).toPoint();
+    EXPECT_EQ(shared.front().x(), corner.x());
+    EXPECT_NEAR(shared.front().y(), corner.y() + 4, 1);
+}
+
+TEST_F(ClipPreviewViewTest, ThePlayersPictureFillsItsPlace)
+{
+    appear();
+    player().showPicture(std::byte{0x80});
+    const auto picture = window->grab();
+    EXPECT_EQ(picture.pixelColor(picture.width() / 2, 100), (QColor{0x80, 0x80, 0x80}));
+    EXPECT_FALSE(player().drawn.empty());
+}
+
+TEST_F(ClipPreviewViewTest, AClickOnThePicturePlays)
+{
+    appear();
+    player().showPicture(std::byte{0x80});
+    QQuickItem* picture = nullptr;
+    window->forEachVisible([&](QQuickItem& item) {
+        if (item.inherits("velmora::PlayerPicture"))
+            picture = &item;
+    });
+    ASSERT_TRUE(picture);
+    window->click(*picture);
+    EXPECT_TRUE(player().isPlaying);
+}
+
+TEST_F(ClipPreviewViewTest, NothingIsCutOffOrOverlaps)
+{
+    appear();
+    model->moveTrimStart(3);
+    window->press(QStringLiteral("Save Trimmed Clip"));
+    completeExport();
+    static_cast<void>(window->grab());
+    window->expectNothingIsCutOff({0, 0, 680, 600});
+    window->expectNoTextsOverlap();
+    player().fail({"mpv", -17, "unrecognized file format", nullptr});
+    static_cast<void>(window->grab());
+    window->expectNothingIsCutOff({0, 0, 680, 600});
+    window->expectNoTextsOverlap();
+}
+
+}  // namespace
+}  // namespace velmora
