@@ -137,6 +137,7 @@ TEST(CommandLine, SpeaksToTheProgramThatRuns)
     using Action = Control::Action;
     EXPECT_EQ(commandOf<Control>({"toggle"}).action, Action::toggle);
     EXPECT_EQ(commandOf<Control>({"stop"}).action, Action::stop);
+    EXPECT_EQ(commandOf<Control>({"choose"}).action, Action::choose);
     EXPECT_EQ(commandOf<Control>({"quit"}).action, Action::quit);
     EXPECT_EQ(commandOf<Control>({"status"}).action, Action::status);
     EXPECT_FALSE(commandOf<Control>({"status"}).json);
