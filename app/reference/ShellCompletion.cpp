@@ -66,16 +66,19 @@ const char* bashCandidates(Kind kind)
 
 std::string bashCommand(const CommandDescription& command)
 {
-    std::string text = "        " + std::string{command.name} + ")\n            case $previous in\n";
+    std::string text = "        " + std::string{command.name} + ")\n";
+    std::string values;
     for (const auto& option : command.options) {
         if (option.argument)
-            text += "                --" + std::string{option.name} + ") " + bashCandidates(option.argument->kind) + "; return ;;\n";
+            values += "                --" + std::string{option.name} + ") " + bashCandidates(option.argument->kind) + "; return ;;\n";
     }
-    text += "            esac\n            case $current in\n                -*) _velmora_words \"$current\" '" + optionNames(command)
-        + "' ;;\n";
-    const char* otherwise = command.argument ? bashCandidates(command.argument->kind) : nullptr;
-    text += "                *) " + (otherwise ? std::string{otherwise} : "_velmora_words \"$current\" '" + optionNames(command) + "'");
-    return text + " ;;\n            esac\n            ;;\n";
+    if (!values.empty())
+        text += "            case $previous in\n" + values + "            esac\n";
+    const auto options = "_velmora_words \"$current\" '" + optionNames(command) + "'";
+    if (!command.argument)
+        return text + "            " + options + "\n            ;;\n";
+    return text + "            case $current in\n                -*) " + options + " ;;\n                *) "
+        + bashCandidates(command.argument->kind) + " ;;\n            esac\n            ;;\n";
 }
 
 const char* zshAction(Kind kind)
