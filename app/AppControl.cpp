@@ -1,6 +1,7 @@
 #include "app/AppControl.h"
 
 #include "capture/CaptureMessages.h"
+#include "onboarding/CompletedWalkthrough.h"
 
 #include <algorithm>
 #include <utility>
@@ -42,7 +43,9 @@ AppControl::AppControl(Services services) : services_(std::move(services))
 
 void AppControl::activate()
 {
-    if (services_.coordinator->selectedWindow())
+    if (!services_.userDefaults->boolean(hasCompletedWalkthroughKey))
+        services_.windows->presentOnboarding();
+    else if (services_.coordinator->selectedWindow())
         services_.showMenu();
     else
         services_.windows->presentWindowPicker();

@@ -6,6 +6,7 @@
 #include "app/menu/StatusItem.h"
 #include "capture/CaptureCoordinator.h"
 #include "library/ClipLibrary.h"
+#include "platform/UserDefaults.h"
 #include "system/KeyboardShortcutManager.h"
 #include "system/PermissionManager.h"
 #include "windows/WindowSelectionService.h"
@@ -29,13 +30,16 @@ public:
         std::shared_ptr<KeyboardShortcutManager> shortcutManager;
         std::shared_ptr<WindowSelectionService> windowService;
         std::shared_ptr<WindowPresenting> windows;
+        std::shared_ptr<platform::UserDefaults> userDefaults;
         std::function<void()> showMenu;
         std::function<void()> quit;
     };
 
     explicit AppControl(Services services);
 
+    /// Goes on with the walkthrough until that has been completed; then the list of windows, or the menu where one is chosen.
     void activate() override;
+    void chooseWindow() override { services_.windows->presentWindowPicker(); }
     void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion) override;
     void selectWindow(std::uint32_t windowID, UniqueFunction<void(Result<void>)> completion) override;
     void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion) override;

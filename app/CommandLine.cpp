@@ -1,12 +1,14 @@
 #include "app/CommandLine.h"
 
+#include "app/CommandDescription.h"
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QHash>
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
-#include <initializer_list>
 #include <utility>
 
 namespace velmora::command_line {
@@ -20,45 +22,57 @@ tl::unexpected<QString> wrong(const QString& what)
     return tl::unexpected<QString>(what);
 }
 
-const QCommandLineOption helpOption{{QStringLiteral("h"), QStringLiteral("help")}, QString{}};
+QString text(std::string_view utf8)
+{
+    return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+}
 
-// What stands after a command's name: its options are understood, and it has as many other arguments as it takes.
+// What stands after a command's name: the options of its description are understood, and it has as many other arguments as it takes.
 class Arguments {
 public:
-    explicit Arguments(std::initializer_list<QCommandLineOption> options)
+    /// `arguments` begins with the command's name.
+    explicit Arguments(const QStringList& arguments)
+        : arguments_(arguments)
+        , description_(findCommand(arguments.constFirst().toStdString()))
     {
-        parser_.addOption(helpOption);
-        parser_.addOptions(options);
+        assert(description_ && "every command is described");
+        parser_.addOption({{QStringLiteral("h"), QString{helpOption}}, QString{}});
+        for (const auto& option : description_->options)
+            parser_.addOption({text(option.name), QString{}, option.argument ? text(option.argument->name) : QString{}});
     }
 
-    /// What the user gets instead of the command: help, or what is wrong. None when the command can be carried out.
-    std::optional<Parsed> parse(const QStringList& arguments, qsizetype positionalCount, const QString& usage = {})
+    /// What the user gets instead of the command: help, or what is wrong. None when the command can be carried out. `usage` is said to
+    /// somebody who gives too few or too many arguments to a command that takes one.
+    std::optional<Parsed> parse(const QString& usage = {})
     {
-        if (!parser_.parse(arguments))
+        if (!parser_.parse(arguments_))
             return wrong(parser_.errorText());
         if (parser_.isSet(helpOption))
             return Print{helpText()};
         const auto& positional = parser_.positionalArguments();
-        if (positional.size() == positionalCount)
+        if (positional.size() == (description_->argument ? 1 : 0))
             return std::nullopt;
-        return wrong(positionalCount == 0 ? QStringLiteral("Unexpected argument '%1'.").arg(positional.constFirst()) : usage);
+        return wrong(description_->argument ? usage : QStringLiteral("Unexpected argument '%1'.").arg(positional.constFirst()));
     }
 
-    [[nodiscard]] bool isSet(const QCommandLineOption& option) const { return parser_.isSet(option); }
-    [[nodiscard]] QString value(const QCommandLineOption& option) const { return parser_.value(option); }
+    [[nodiscard]] bool isSet(const char* option) const { return parser_.isSet(QLatin1String{option}); }
+    [[nodiscard]] QString value(const char* option) const { return parser_.value(QLatin1String{option}); }
     [[nodiscard]] QString positional() const { return parser_.positionalArguments().constFirst(); }
 
 private:
+    static constexpr QLatin1String helpOption{"help"};
+
+    const QStringList arguments_;
+    const CommandDescription* description_;
     QCommandLineParser parser_;
 };
 
 Parsed parseWindows(const QStringList& arguments)
 {
-    const QCommandLineOption json{QStringLiteral("json")};
-    Arguments given{json};
-    if (auto instead = given.parse(arguments, 0))
+    Arguments given{arguments};
+    if (auto instead = given.parse())
         return std::move(*instead);
-    return Windows{.json = given.isSet(json)};
+    return Windows{.json = given.isSet("json")};
 }
 
 std::optional<std::uint32_t> parseWindowID(const QString& text)
@@ -90,37 +104,34 @@ std::filesystem::path absolutePath(const QString& text)
 }
 
 /// None: the user leaves the name to us.
-tl::expected<std::optional<std::filesystem::path>, QString> parseOutput(const Arguments& given, const QCommandLineOption& output)
+tl::expected<std::optional<std::filesystem::path>, QString> parseOutput(const Arguments& given)
 {
-    if (!given.isSet(output))
+    if (!given.isSet("output"))
         return std::nullopt;
-    if (given.value(output).isEmpty())
+    if (given.value("output").isEmpty())
         return wrong(QStringLiteral("--output needs a file's name."));
-    return absolutePath(given.value(output));
+    return absolutePath(given.value("output"));
 }
 
 Parsed parseRecord(const QStringList& arguments)
 {
-    const QCommandLineOption window{QStringLiteral("window"), QString{}, QStringLiteral("ID")};
-    const QCommandLineOption duration{QStringLiteral("duration"), QString{}, QStringLiteral("SECONDS")};
-    const QCommandLineOption output{QStringLiteral("output"), QString{}, QStringLiteral("FILE")};
-    Arguments given{window, duration, output};
-    if (auto instead = given.parse(arguments, 0))
+    Arguments given{arguments};
+    if (auto instead = given.parse())
         return std::move(*instead);
-    if (!given.isSet(window))
+    if (!given.isSet("window"))
         return wrong(QStringLiteral("Which window? 'velmora windows' lists them; give one with --window ID."));
 
     Record record;
-    const auto windowID = parseWindowID(given.value(window));
+    const auto windowID = parseWindowID(given.value("window"));
     if (!windowID)
-        return notAWindow(given.value(window));
+        return notAWindow(given.value("window"));
     record.windowID = *windowID;
-    if (given.isSet(duration)) {
-        record.duration = parseSeconds(given.value(duration));
+    if (given.isSet("duration")) {
+        record.duration = parseSeconds(given.value("duration"));
         if (!record.duration)
-            return wrong(QStringLiteral("'%1' is not a number of seconds above zero.").arg(given.value(duration)));
+            return wrong(QStringLiteral("'%1' is not a number of seconds above zero.").arg(given.value("duration")));
     }
-    const auto chosen = parseOutput(given, output);
+    const auto chosen = parseOutput(given);
     if (!chosen)
         return wrong(chosen.error());
     record.output = *chosen;
@@ -129,8 +140,8 @@ Parsed parseRecord(const QStringList& arguments)
 
 Parsed parseRepair(const QStringList& arguments)
 {
-    Arguments given{};
-    if (auto instead = given.parse(arguments, 1, QStringLiteral("'velmora repair' takes one file.")))
+    Arguments given{arguments};
+    if (auto instead = given.parse(QStringLiteral("'velmora repair' takes one file.")))
         return std::move(*instead);
     return Repair{.file = absolutePath(given.positional())};
 }
@@ -169,26 +180,23 @@ std::optional<MediaTime> parseTime(const QString& text)
 
 Parsed parseTrim(const QStringList& arguments)
 {
-    const QCommandLineOption start{QStringLiteral("start"), QString{}, QStringLiteral("TIME")};
-    const QCommandLineOption end{QStringLiteral("end"), QString{}, QStringLiteral("TIME")};
-    const QCommandLineOption output{QStringLiteral("output"), QString{}, QStringLiteral("FILE")};
-    Arguments given{start, end, output};
-    if (auto instead = given.parse(arguments, 1, QStringLiteral("'velmora trim' takes one file.")))
+    Arguments given{arguments};
+    if (auto instead = given.parse(QStringLiteral("'velmora trim' takes one file.")))
         return std::move(*instead);
-    if (!given.isSet(start) || !given.isSet(end))
+    if (!given.isSet("start") || !given.isSet("end"))
         return wrong(QStringLiteral("Which part? Give it with --start TIME and --end TIME."));
 
     Trim trim;
     trim.file = absolutePath(given.positional());
-    for (const auto& [option, time] : {std::pair{&start, &trim.range.start}, {&end, &trim.range.end}}) {
-        const auto parsed = parseTime(given.value(*option));
+    for (const auto& [option, time] : {std::pair{"start", &trim.range.start}, {"end", &trim.range.end}}) {
+        const auto parsed = parseTime(given.value(option));
         if (!parsed)
-            return wrong(QStringLiteral("'%1' is not a time in seconds, as 83.5 or 1:23.5.").arg(given.value(*option)));
+            return wrong(QStringLiteral("'%1' is not a time in seconds, as 83.5 or 1:23.5.").arg(given.value(option)));
         *time = *parsed;
     }
     if (trim.range.end <= trim.range.start)
         return wrong(QStringLiteral("The end has to lie after the start."));
-    const auto chosen = parseOutput(given, output);
+    const auto chosen = parseOutput(given);
     if (!chosen)
         return wrong(chosen.error());
     trim.output = *chosen;
@@ -197,9 +205,8 @@ Parsed parseTrim(const QStringList& arguments)
 
 Parsed parseSelect(const QStringList& arguments)
 {
-    Arguments given{};
-    if (auto instead =
-            given.parse(arguments, 1, QStringLiteral("'velmora select' takes one window's number; 'velmora windows' lists them.")))
+    Arguments given{arguments};
+    if (auto instead = given.parse(QStringLiteral("'velmora select' takes one window's number; 'velmora windows' lists them.")))
         return std::move(*instead);
     const auto windowID = parseWindowID(given.positional());
     if (!windowID)
@@ -209,26 +216,25 @@ Parsed parseSelect(const QStringList& arguments)
 
 Parsed parsePreview(const QStringList& arguments)
 {
-    Arguments given{};
-    if (auto instead = given.parse(arguments, 1, QStringLiteral("'velmora preview' takes one file.")))
+    Arguments given{arguments};
+    if (auto instead = given.parse(QStringLiteral("'velmora preview' takes one file.")))
         return std::move(*instead);
     return Control{.action = Control::Action::preview, .windowID = 0, .json = false, .file = absolutePath(given.positional())};
 }
 
 Parsed parseStatus(const QStringList& arguments)
 {
-    const QCommandLineOption json{QStringLiteral("json")};
-    Arguments given{json};
-    if (auto instead = given.parse(arguments, 0))
+    Arguments given{arguments};
+    if (auto instead = given.parse())
         return std::move(*instead);
-    return Control{.action = Control::Action::status, .windowID = 0, .json = given.isSet(json), .file = {}};
+    return Control{.action = Control::Action::status, .windowID = 0, .json = given.isSet("json"), .file = {}};
 }
 
 template <Control::Action action>
 Parsed parsePlainControl(const QStringList& arguments)
 {
-    Arguments given{};
-    if (auto instead = given.parse(arguments, 0))
+    Arguments given{arguments};
+    if (auto instead = given.parse())
         return std::move(*instead);
     return Control{.action = action, .windowID = 0, .json = false, .file = {}};
 }
@@ -243,6 +249,7 @@ Parser parserOf(const QString& command)
         {QStringLiteral("repair"), parseRepair},
         {QStringLiteral("trim"), parseTrim},
         {QStringLiteral("toggle"), parsePlainControl<Control::Action::toggle>},
+        {QStringLiteral("choose"), parsePlainControl<Control::Action::choose>},
         {QStringLiteral("select"), parseSelect},
         {QStringLiteral("stop"), parsePlainControl<Control::Action::stop>},
         {QStringLiteral("status"), parseStatus},
@@ -270,45 +277,7 @@ tl::expected<Command, QString> parse(const QStringList& arguments)
 
 QString helpText()
 {
-    return QStringLiteral("Velmora records one window, with its application's sound, as an MP4 clip.\n"
-                          "\n"
-                          "  velmora\n"
-                          "      Starts the program in the tray; when it runs already, brings it up.\n"
-                          "\n"
-                          "  velmora toggle\n"
-                          "      Starts a recording; ends the one that runs and prints the clip's path when it is safe.\n"
-                          "  velmora select ID\n"
-                          "      Chooses the window to record.\n"
-                          "  velmora stop\n"
-                          "      Saves a recording that runs, then stops capturing the window.\n"
-                          "  velmora status [--json]\n"
-                          "      Says what the program is doing.\n"
-                          "  velmora preview FILE\n"
-                          "      Opens a clip.\n"
-                          "  velmora quit\n"
-                          "      Ends the program, and with it a recording that runs.\n"
-                          "\n"
-                          "  velmora windows [--json]\n"
-                          "      Lists the windows that can be recorded.\n"
-                          "\n"
-                          "  velmora record --window ID [--duration SECONDS] [--output FILE]\n"
-                          "      Records the window until the duration is over, or until Ctrl+C or SIGTERM,\n"
-                          "      and prints the clip's path. Without --output the clip goes to the Velmora\n"
-                          "      folder in your videos folder, under a name with the time of day.\n"
-                          "      A file that is there already is never overwritten.\n"
-                          "\n"
-                          "  velmora repair FILE\n"
-                          "      Makes an ordinary MP4 of a recording that was cut off.\n"
-                          "\n"
-                          "  velmora trim FILE --start TIME --end TIME [--output FILE]\n"
-                          "      Writes that part of a clip to a file of its own, exact to the frame and the sample of\n"
-                          "      sound, without encoding anything, and prints the file's path. TIME is seconds (83.5)\n"
-                          "      or minutes and seconds (1:23.5). Without --output the part lies beside the clip.\n"
-                          "      The clip is not changed, and a file that is there already is never overwritten.\n"
-                          "\n"
-                          "  velmora --help | --version\n"
-                          "\n"
-                          "Exit status: 0 done, 1 failed, 2 wrong use.\n");
+    return QString::fromStdString(usageText());
 }
 
 }  // namespace velmora::command_line

@@ -44,7 +44,7 @@ struct Run { };
 
 /// Something for the program that runs already.
 struct Control {
-    enum class Action { toggle, select, stop, status, preview, quit };
+    enum class Action { toggle, choose, select, stop, status, preview, quit };
 
     Action action = Action::status;
     std::uint32_t windowID = 0;  ///< select

@@ -104,6 +104,7 @@ public:
             .windowService = std::make_shared<WindowSelectionService>(
                 SharedServices::current().platform.shareableContent, SharedServices::current().mainExecutor),
             .windows = appDelegate_,
+            .userDefaults = SharedServices::current().platform.userDefaults,
             .showMenu = [this, menuBar] { showMenu(*menuBar); },
             .quit =
                 [menuBar] {

@@ -120,7 +120,7 @@ QByteArray BrandIcons::menuBarSvg(const MenuBarImage& image)
 
 std::vector<BrandIcons::File> BrandIcons::files()
 {
-    std::vector<File> files{{QStringLiteral("scalable/apps/velmora.svg"), appIconSvg()}};
+    std::vector<File> files{{QStringLiteral("scalable/apps/com.velmora.Velmora.svg"), appIconSvg()}};
     for (const CaptureState::Case& state : {CaptureState::Case{CaptureState::RecordingClip{}},
              CaptureState::Case{CaptureState::WaitingForWindowSelection{}}, CaptureState::Case{CaptureState::Capturing{}}}) {
         const auto image = BrandAssets::menuBarImage(CaptureState{state});
@@ -128,15 +128,15 @@ std::vector<BrandIcons::File> BrandIcons::files()
         files.push_back({QStringLiteral("%1/apps/%2.svg").arg(folder, menuBarIconName(image)), menuBarSvg(image)});
     }
     for (const int side : {16, 22, 24, 32, 48, 64, 128, 256, 512})
-        files.push_back({QStringLiteral("%1x%1/apps/velmora.png").arg(side), encodedPng(appIconImage(side, 0, false, 1))});
+        files.push_back({QStringLiteral("%1x%1/apps/com.velmora.Velmora.png").arg(side), encodedPng(appIconImage(side, 0, false, 1))});
     return files;
 }
 
 QString BrandIcons::menuBarIconName(const MenuBarImage& image)
 {
     if (!image.isTemplate)
-        return QStringLiteral("velmora-recording");
-    return image.dot ? QStringLiteral("velmora-capturing-symbolic") : QStringLiteral("velmora-symbolic");
+        return QStringLiteral("com.velmora.Velmora-recording");
+    return image.dot ? QStringLiteral("com.velmora.Velmora-capturing-symbolic") : QStringLiteral("com.velmora.Velmora-symbolic");
 }
 
 }  // namespace velmora

@@ -13,7 +13,7 @@ namespace velmora {
 class BrandIcons {
 public:
     struct File {
-        QString path;  ///< within an icon theme's folder, as "48x48/apps/velmora.png"
+        QString path;  ///< within an icon theme's folder, as "48x48/apps/com.velmora.Velmora.png"
         QByteArray content;
     };
 
@@ -24,8 +24,8 @@ public:
     /// ColorScheme-Text.
     [[nodiscard]] static QByteArray menuBarSvg(const MenuBarImage& image);
 
-    /// As freedesktop.org lays out icon themes: the application icon "velmora" from 16 to 512 pixels and scalable, and
-    /// "velmora-symbolic", "velmora-capturing-symbolic" and "velmora-recording" for the program's item.
+    /// As freedesktop.org lays out icon themes: the application icon "com.velmora.Velmora" from 16 to 512 pixels, scalable and symbolic,
+    /// and, named after it, "-symbolic", "-capturing-symbolic" and "-recording" for the program's item.
     [[nodiscard]] static std::vector<File> files();
 
     /// The name of the one of them that shows this.

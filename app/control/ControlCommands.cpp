@@ -31,7 +31,7 @@ QDBusMessage methodCall(const char* interface, const char* method, const QVarian
     auto call = QDBusMessage::createMethodCall(
         QLatin1String{serviceName}, QLatin1String{objectPath}, QLatin1String{interface}, QLatin1String{method});
     call.setArguments(arguments);
-    // Whoever stops or asks does not want a program that was not there before.
+    // Whoever stops or asks does not want a program that was not there before; who chooses a window does.
     call.setAutoStartService(false);
     return call;
 }
@@ -56,6 +56,11 @@ QDBusMessage methodCall(const Control& command)
     switch (command.action) {
     case Control::Action::toggle:
         return methodCall(controlInterface, "Toggle", {});
+    case Control::Action::choose: {
+        auto call = methodCall(applicationInterface, "ActivateAction", {QLatin1String{chooseWindowAction}, QVariantList{}, QVariantMap{}});
+        call.setAutoStartService(true);
+        return call;
+    }
     case Control::Action::select:
         return methodCall(controlInterface, "Select", {command.windowID});
     case Control::Action::stop:

@@ -72,10 +72,11 @@ public slots:
 
     void ActivateAction(const QString& name, const QVariantList&, const QVariantMap&)
     {
-        if (name == QLatin1String("toggle"))
+        // The program itself shows what goes wrong.
+        if (name == QLatin1String{toggleAction})
             control_.toggleRecording([](const auto&) {});
-        else if (name == QLatin1String("choose-window"))
-            control_.activate();
+        else if (name == QLatin1String{chooseWindowAction})
+            control_.chooseWindow();
     }
 
 private:

@@ -15,6 +15,9 @@ namespace instance_bus {
 inline constexpr const char* serviceName = "com.velmora.Velmora";
 inline constexpr const char* objectPath = "/com/velmora/Velmora";
 inline constexpr const char* applicationInterface = "org.freedesktop.Application";  // freedesktop.org, Desktop Entry, "D-Bus Activation"
+// The actions that the desktop entry offers beside the program's name.
+inline constexpr const char* toggleAction = "toggle";
+inline constexpr const char* chooseWindowAction = "choose-window";
 inline constexpr const char* controlInterface = "com.velmora.Velmora.Control";
 inline constexpr const char* failedError = "com.velmora.Velmora.Error.Failed";
 

@@ -23,6 +23,9 @@ public:
     /// What a second start asks for: something of the program on the screen.
     virtual void activate() = 0;
 
+    /// Opens the list of windows.
+    virtual void chooseWindow() = 0;
+
     /// Starts a recording, or ends the one that runs; completes then when the file is safe.
     virtual void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion) = 0;
 

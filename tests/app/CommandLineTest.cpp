@@ -1,4 +1,5 @@
 #include "app/CommandLine.h"
+#include "app/CommandDescription.h"
 
 #include <gtest/gtest.h>
 
@@ -137,6 +138,7 @@ TEST(CommandLine, SpeaksToTheProgramThatRuns)
     using Action = Control::Action;
     EXPECT_EQ(commandOf<Control>({"toggle"}).action, Action::toggle);
     EXPECT_EQ(commandOf<Control>({"stop"}).action, Action::stop);
+    EXPECT_EQ(commandOf<Control>({"choose"}).action, Action::choose);
     EXPECT_EQ(commandOf<Control>({"quit"}).action, Action::quit);
     EXPECT_EQ(commandOf<Control>({"status"}).action, Action::status);
     EXPECT_FALSE(commandOf<Control>({"status"}).json);
@@ -161,6 +163,35 @@ TEST(CommandLine, HelpsAtEveryPlaceItIsAskedFor)
              {"trim", "-h"}, {"toggle", "--help"}, {"select", "-h"}})
         EXPECT_EQ(commandOf<Print>(arguments).text, helpText());
     EXPECT_TRUE(commandOf<Print>({"--version"}).text.startsWith(QLatin1String("velmora ")));
+}
+
+TEST(CommandLine, UnderstandsEveryCommandThatIsDescribedWithEveryOption)
+{
+    int count = 0;
+    for (const auto& group : commandGroups()) {
+        for (const auto& command : group.commands) {
+            if (command.name.empty())
+                continue;
+            ++count;
+            QStringList arguments{QString::fromUtf8(command.name.data(), static_cast<qsizetype>(command.name.size()))};
+            for (const auto& option : command.options) {
+                arguments.append(QStringLiteral("--%1").arg(QString::fromStdString(std::string{option.name})));
+                if (option.argument)
+                    arguments.append(option.name == "end" ? QStringLiteral("2") : QStringLiteral("1"));
+            }
+            if (command.argument)
+                arguments.append(QStringLiteral("1"));
+            const auto understood = parsed(arguments);
+            EXPECT_TRUE(understood.has_value()) << command.name << ": " << (understood ? "" : understood.error().toStdString());
+        }
+    }
+    EXPECT_EQ(count, 11);
+}
+
+TEST(CommandLine, ExplainsItselfInLinesOf80Columns)
+{
+    for (const auto& line : helpText().split(QLatin1Char('\n')))
+        EXPECT_LE(line.size(), 80) << line.toStdString();
 }
 
 }  // namespace

@@ -19,6 +19,7 @@ using Role = InstanceBus::Role;
 class ScriptedControl final : public InstanceControl {
 public:
     void activate() override { calls.append(QStringLiteral("activate")); }
+    void chooseWindow() override { calls.append(QStringLiteral("choose window")); }
     void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion) override
     {
         calls.append(QStringLiteral("toggle"));
@@ -165,7 +166,8 @@ TEST_F(InstanceBusTest, ASecondStartBringsUpTheFirst)
 TEST_F(InstanceBusTest, EachCommandSaysClearlyThatNothingRuns)
 {
     using Action = Control::Action;
-    for (const auto action : {Action::toggle, Action::select, Action::stop, Action::status, Action::preview, Action::quit}) {
+    for (const auto action :
+        {Action::toggle, Action::choose, Action::select, Action::stop, Action::status, Action::preview, Action::quit}) {
         const auto answer = run(control(action));
         EXPECT_EQ(answer.status, command_line::failed);
         EXPECT_EQ(answer.errors, "Velmora is not running. Start it with 'velmora'.\n");
@@ -224,6 +226,7 @@ TEST_F(InstanceBusTest, EveryCommandReachesTheProgramWithWhatItCarries)
     preview.file = "/clips/naïve.mp4";
     auto json = control(Control::Action::status);
     json.json = true;
+    run(control(Control::Action::choose));
     run(select);
     run(preview);
     run(control(Control::Action::stop));
@@ -231,8 +234,25 @@ TEST_F(InstanceBusTest, EveryCommandReachesTheProgramWithWhatItCarries)
     EXPECT_EQ(run(control(Control::Action::status)).output, "Not configured\n");
     EXPECT_EQ(run(control(Control::Action::quit)).status, command_line::succeeded);
     EXPECT_EQ(control_.calls,
-        (QStringList{QStringLiteral("select 4294967295"), QStringLiteral("preview /clips/naïve.mp4"), QStringLiteral("stop"),
-            QStringLiteral("quit")}));
+        (QStringList{QStringLiteral("choose window"), QStringLiteral("select 4294967295"), QStringLiteral("preview /clips/naïve.mp4"),
+            QStringLiteral("stop"), QStringLiteral("quit")}));
+}
+
+TEST_F(InstanceBusTest, TheActionsOfTheDesktopEntryReachTheProgram)
+{
+    InstanceBus bus{connect("first")};
+    ASSERT_EQ(bus.claim(), Role::first);
+    bus.serve(control_);
+    for (const auto* action : {"toggle", "choose-window", "no such action"}) {
+        run([&](QDBusConnection& connection) {
+            auto call = QDBusMessage::createMethodCall(QStringLiteral("com.velmora.Velmora"), QStringLiteral("/com/velmora/Velmora"),
+                QStringLiteral("org.freedesktop.Application"), QStringLiteral("ActivateAction"));
+            call.setArguments({QString::fromLatin1(action), QVariantList{}, QVariantMap{}});
+            EXPECT_EQ(connection.call(call).type(), QDBusMessage::ReplyMessage) << action;
+            return 0;
+        });
+    }
+    EXPECT_EQ(control_.calls, (QStringList{QStringLiteral("toggle"), QStringLiteral("choose window")}));
 }
 
 TEST_F(InstanceBusTest, ACallThatIsDroppedUnansweredIsAnsweredWithAnError)

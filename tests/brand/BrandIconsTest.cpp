@@ -88,10 +88,12 @@ TEST(BrandIcons, AreThereInAllSizesThatDesktopsAskFor)
         EXPECT_EQ(image.pixelColor(0, 0).alpha() < 255, true) << "round corners";
         EXPECT_EQ(image.pixelColor(side / 2, side / 20).alpha(), 255);
     }
-    for (const auto* path : {"16x16/apps/velmora.png", "22x22/apps/velmora.png", "24x24/apps/velmora.png", "32x32/apps/velmora.png",
-             "48x48/apps/velmora.png", "64x64/apps/velmora.png", "128x128/apps/velmora.png", "256x256/apps/velmora.png",
-             "512x512/apps/velmora.png", "scalable/apps/velmora.svg", "scalable/apps/velmora-recording.svg",
-             "symbolic/apps/velmora-symbolic.svg", "symbolic/apps/velmora-capturing-symbolic.svg"})
+    for (const auto* path :
+        {"16x16/apps/com.velmora.Velmora.png", "22x22/apps/com.velmora.Velmora.png", "24x24/apps/com.velmora.Velmora.png",
+            "32x32/apps/com.velmora.Velmora.png", "48x48/apps/com.velmora.Velmora.png", "64x64/apps/com.velmora.Velmora.png",
+            "128x128/apps/com.velmora.Velmora.png", "256x256/apps/com.velmora.Velmora.png", "512x512/apps/com.velmora.Velmora.png",
+            "scalable/apps/com.velmora.Velmora.svg", "scalable/apps/com.velmora.Velmora-recording.svg",
+            "symbolic/apps/com.velmora.Velmora-symbolic.svg", "symbolic/apps/com.velmora.Velmora-capturing-symbolic.svg"})
         EXPECT_TRUE(paths.contains(QLatin1String(path))) << path;
 }
 

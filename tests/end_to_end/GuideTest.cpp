@@ -76,6 +76,20 @@ TEST(GuideTest, EscapeClosesTheWalkthroughAndKeepsNothing)
     EXPECT_THAT(settingsFiles(program), IsEmpty());
 }
 
+TEST(GuideTest, UntilTheWalkthroughIsCompletedASecondStartBringsItUpAgain)
+{
+    TrayProgram program{firstStart()};
+    ASSERT_TRUE(isShown(walkthrough));
+    ASSERT_TRUE(hasFocus(walkthrough));
+    pressKeys({"Escape"});
+    ASSERT_TRUE(isHidden(walkthrough));
+    ASSERT_EQ(program.run({}).status, 0);
+    EXPECT_TRUE(isShown(walkthrough));
+    EXPECT_TRUE(isHidden("Select Video Window"));
+    ASSERT_EQ(program.run({"choose"}).status, 0);
+    EXPECT_TRUE(isShown("Select Video Window")) << "who asks for the list of windows gets it";
+}
+
 TEST(GuideTest, ANewFolderThatIsChosenInTheSettingsTakesTheNextClip)
 {
     const NumberedWindow window{{"--size", "320x240"}};

@@ -24,7 +24,7 @@ std::string lastLoaderError()
 std::vector<std::filesystem::path> moduleDirectories(const std::filesystem::path& executable)
 {
     const auto folder = executable.parent_path();
-    return {folder, folder.parent_path() / "lib" / "velmora", folder.parent_path()};
+    return {folder, folder.parent_path() / "lib" / "velmora" / "modules", folder.parent_path()};
 }
 
 Result<std::vector<std::filesystem::path>> moduleDirectories()

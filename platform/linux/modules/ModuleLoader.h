@@ -20,8 +20,8 @@ struct ModuleName {
     const char* entryName;  ///< the one symbol that is looked for
 };
 
-/// Where the modules of a program at `executable` are looked for: beside it, where an installation has them ("bin" next to "lib/velmora"),
-/// and one folder up, where a build tree has them.
+/// Where the modules of a program at `executable` are looked for: beside it, where an installation has them ("bin" next to
+/// "lib/velmora/modules"), and one folder up, where a build tree has them.
 [[nodiscard]] std::vector<std::filesystem::path> moduleDirectories(const std::filesystem::path& executable);
 
 /// Those of this process.

@@ -116,7 +116,7 @@ TEST(CodecLoader, LooksBesideTheProgramThenWhereAnInstallationHasItThenWhereABui
 {
     EXPECT_THAT(moduleDirectories("/usr/bin/velmora"),
         ::testing::ElementsAre(
-            std::filesystem::path{"/usr/bin"}, std::filesystem::path{"/usr/lib/velmora"}, std::filesystem::path{"/usr"}));
+            std::filesystem::path{"/usr/bin"}, std::filesystem::path{"/usr/lib/velmora/modules"}, std::filesystem::path{"/usr"}));
 }
 
 }  // namespace

@@ -1,0 +1,166 @@
+#include "app/CommandDescription.h"
+
+#include <algorithm>
+
+namespace velmora::command_line {
+
+namespace {
+
+using Argument = ArgumentDescription;
+
+constexpr Argument window{"ID", Argument::Kind::window};
+constexpr Argument clip{"FILE", Argument::Kind::clip};
+constexpr Argument newFile{"FILE", Argument::Kind::newFile};
+constexpr Argument seconds{"SECONDS", Argument::Kind::text};
+constexpr Argument time{"TIME", Argument::Kind::text};
+
+CommandGroup theProgram()
+{
+    return {"The program in the tray",
+        {
+            {.name = {},
+                .argument = {},
+                .options = {},
+                .summary = "Starts the program in the tray; when it runs already, brings it up.",
+                .details = {}},
+        }};
+}
+
+CommandGroup forTheRunningProgram()
+{
+    return {"Commands for the program that runs",
+        {
+            {.name = "toggle",
+                .argument = {},
+                .options = {},
+                .summary = "Starts a recording; ends the one that runs and prints the clip's path when it is safe.",
+                .details = {}},
+            {.name = "choose",
+                .argument = {},
+                .options = {},
+                .summary = "Opens the list of windows to choose the one to record.",
+                .details = "Where the program is installed and does not run yet, it is started."},
+            {.name = "select", .argument = window, .options = {}, .summary = "Chooses the window to record.", .details = {}},
+            {.name = "stop",
+                .argument = {},
+                .options = {},
+                .summary = "Saves a recording that runs, then stops capturing the window.",
+                .details = {}},
+            {.name = "status",
+                .argument = {},
+                .options = {{"json", {}, false, "Prints it as a JSON object, for programs."}},
+                .summary = "Says what the program is doing.",
+                .details = {}},
+            {.name = "preview", .argument = clip, .options = {}, .summary = "Opens a clip.", .details = {}},
+            {.name = "quit",
+                .argument = {},
+                .options = {},
+                .summary = "Ends the program, and with it a recording that runs.",
+                .details = {}},
+        }};
+}
+
+CommandGroup withoutTheProgram()
+{
+    return {"Commands that do without it",
+        {
+            {.name = "windows",
+                .argument = {},
+                .options = {{"json", {}, false, "Prints them as a JSON array, for programs."}},
+                .summary = "Lists the windows that can be recorded.",
+                .details = {}},
+            {.name = "record",
+                .argument = {},
+                .options = {{"window", window, true, "The window's number, as 'velmora windows' lists it."},
+                    {"duration", seconds, false, "For how long."}, {"output", newFile, false, "The clip's file."}},
+                .summary = "Records the window until the duration is over, or until Ctrl+C or SIGTERM, and prints the clip's path.",
+                .details = "Without --output the clip goes to the Velmora folder in your videos folder, under a name with the time of day. "
+                           "A file that is there already is never overwritten."},
+            {.name = "repair",
+                .argument = clip,
+                .options = {},
+                .summary = "Makes an ordinary MP4 of a recording that was cut off.",
+                .details = {}},
+            {.name = "trim",
+                .argument = clip,
+                .options = {{"start", time, true, "Where the part begins."}, {"end", time, true, "Where the part ends."},
+                    {"output", newFile, false, "The part's file."}},
+                .summary = "Writes that part of a clip to a file of its own, exact to the frame and the sample of sound, without encoding "
+                           "anything, and prints the file's path.",
+                .details = "TIME is seconds (83.5) or minutes and seconds (1:23.5). Without --output the part lies beside the clip. The "
+                           "clip is not changed, and a file that is there already is never overwritten."},
+        }};
+}
+
+/// The words of `text` in lines that begin with the indentation and end before the column.
+std::string wrapped(std::string_view text, std::size_t indentation, std::size_t columns)
+{
+    std::string lines;
+    std::size_t column = 0;
+    while (!text.empty()) {
+        const auto end = std::min(text.find(' '), text.size());
+        const auto word = text.substr(0, end);
+        text.remove_prefix(std::min(end + 1, text.size()));
+        if (column > 0 && column + 1 + word.size() <= columns) {
+            lines += ' ';
+            ++column;
+        } else {
+            lines += (column > 0 ? "\n" : "") + std::string(indentation, ' ');
+            column = indentation;
+        }
+        lines += word;
+        column += word.size();
+    }
+    return lines + '\n';
+}
+
+}  // namespace
+
+std::string CommandDescription::synopsis() const
+{
+    std::string text = "velmora";
+    if (!name.empty())
+        text += ' ' + std::string{name};
+    if (argument)
+        text += ' ' + std::string{argument->name};
+    for (const auto& option : options) {
+        auto typed = "--" + std::string{option.name};
+        if (option.argument)
+            typed += ' ' + std::string{option.argument->name};
+        text += option.isRequired ? ' ' + typed : " [" + typed + ']';
+    }
+    return text;
+}
+
+std::span<const CommandGroup> commandGroups()
+{
+    static const std::vector<CommandGroup> groups{theProgram(), forTheRunningProgram(), withoutTheProgram()};
+    return groups;
+}
+
+const CommandDescription* findCommand(std::string_view name)
+{
+    for (const auto& group : commandGroups()) {
+        for (const auto& command : group.commands) {
+            if (command.name == name)
+                return &command;
+        }
+    }
+    return nullptr;
+}
+
+std::string usageText()
+{
+    constexpr std::size_t columns = 80;
+    std::string text = "Velmora " + std::string{programPurpose} + ".\n";
+    for (const auto& group : commandGroups()) {
+        text += '\n';
+        for (const auto& command : group.commands) {
+            text += "  " + command.synopsis() + '\n';
+            text += wrapped(std::string{command.summary} + (command.details.empty() ? "" : " ") + std::string{command.details}, 6, columns);
+        }
+    }
+    return text + "\n  velmora --help | --version\n\nExit status: 0 done, 1 failed, 2 wrong use.\n";
+}
+
+}  // namespace velmora::command_line

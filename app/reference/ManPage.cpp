@@ -1,0 +1,141 @@
+#include "app/CommandDescription.h"
+#include "app/reference/CommandReference.h"
+
+namespace velmora::command_line {
+
+namespace {
+
+/// Text as roff has it: a dash that can be copied, a backslash that is one, no line that is taken for a request.
+std::string escaped(std::string_view text)
+{
+    std::string result;
+    for (const char character : text) {
+        if (character == '-' || character == '\\')
+            result += '\\';
+        result += character == '\\' ? 'e' : character;
+    }
+    return result.starts_with('.') || result.starts_with('\'') ? "\\&" + result : result;
+}
+
+std::string bold(std::string_view text)
+{
+    return "\\fB" + escaped(text) + "\\fR";
+}
+
+std::string argumentText(const ArgumentDescription& argument)
+{
+    return "\\fI" + escaped(argument.name) + "\\fR";
+}
+
+std::string optionText(const OptionDescription& option)
+{
+    return bold("--" + std::string{option.name}) + (option.argument ? " " + argumentText(*option.argument) : "");
+}
+
+std::string synopsis(const CommandDescription& command)
+{
+    std::string text = bold("velmora");
+    if (!command.name.empty())
+        text += ' ' + bold(command.name);
+    if (command.argument)
+        text += ' ' + argumentText(*command.argument);
+    for (const auto& option : command.options)
+        text += ' ' + (option.isRequired ? optionText(option) : "[" + optionText(option) + "]");
+    return text;
+}
+
+std::string commandEntry(const CommandDescription& command)
+{
+    std::string text = ".TP\n" + synopsis(command) + '\n' + escaped(command.summary) + '\n';
+    if (!command.details.empty())
+        text += escaped(command.details) + '\n';
+    if (command.options.empty())
+        return text;
+    text += ".RS\n";
+    for (const auto& option : command.options)
+        text += ".TP\n" + optionText(option) + '\n' + escaped(option.summary) + '\n';
+    return text + ".RE\n";
+}
+
+// What no single command says.
+constexpr std::string_view afterTheCommands = R"(.SH OPTIONS
+.TP
+\fB\-h\fR, \fB\-\-help\fR
+Prints how the program is used. Every command takes it too.
+.TP
+\fB\-\-version\fR
+Prints the version.
+.SH KEYS
+\fBAlt+Super+C\fR, anywhere in the desktop, does what \fBvelmora toggle\fR does. Where the desktop keeps that combination for itself, bind a
+key of your own to \fBvelmora toggle\fR.
+.SH EXIT STATUS
+.TP
+.B 0
+It was done.
+.TP
+.B 1
+It failed; standard error says why.
+.TP
+.B 2
+The command line makes no sense.
+.SH ENVIRONMENT
+.TP
+.B DISPLAY
+The X display whose windows are recorded.
+.TP
+.B DBUS_SESSION_BUS_ADDRESS
+The session bus on which the commands for the program that runs reach it.
+.TP
+.B VELMORA_VIDEO_ENCODER
+The one encoder to use, by its name in FFmpeg, in place of the first that proves itself. For developers.
+.SH FILES
+.TP
+.I $XDG_VIDEOS_DIR/Velmora
+The clips, unless another folder is chosen in the settings. Without a videos folder of its own: \fI~/Movies/Velmora\fR.
+.TP
+.I $XDG_CONFIG_HOME/velmora/velmora.conf
+That the walkthrough of the first start has been completed.
+.TP
+.I ~/.config/autostart/com.velmora.Velmora.desktop
+Starts the program at log\-in, once that has been switched on in the settings of the desktop.
+.SH EXAMPLES
+Record ten seconds of a window whose number \fBvelmora windows\fR prints:
+.PP
+.RS
+.nf
+velmora record \-\-window 20971523 \-\-duration 10
+.fi
+.RE
+.PP
+Cut the part from 1:23.5 to 1:41.25 out of a clip:
+.PP
+.RS
+.nf
+velmora trim clip.mp4 \-\-start 1:23.5 \-\-end 1:41.25
+.fi
+.RE
+)";
+
+}  // namespace
+
+std::string manPage(std::string_view version)
+{
+    std::string page = ".TH VELMORA 1 \"\" \"Velmora " + std::string{version} + "\" \"User Commands\"\n.SH NAME\nvelmora \\- "
+        + escaped(programPurpose) + "\n.SH SYNOPSIS\n.nf\n";
+    for (const auto& group : commandGroups()) {
+        for (const auto& command : group.commands)
+            page += synopsis(command) + '\n';
+    }
+    page += bold("velmora") + ' ' + bold("--help") + " | " + bold("--version") + "\n.fi\n.SH DESCRIPTION\n"
+        + "Velmora captures one window that you choose, all the time, and compresses every picture of it. A recording writes what is "
+          "compressed\nto a file, so it starts at once and costs next to nothing. There is no other window in the picture and no other "
+          "program in the sound.\n.SH COMMANDS\n";
+    for (const auto& group : commandGroups()) {
+        page += ".SS " + escaped(group.heading) + '\n';
+        for (const auto& command : group.commands)
+            page += commandEntry(command);
+    }
+    return page + std::string{afterTheCommands};
+}
+
+}  // namespace velmora::command_line
