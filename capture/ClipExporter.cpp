@@ -42,10 +42,10 @@ public:
     void begin()
     {
         queue_.async([self = shared_from_this()] {
-            if (const auto result = self->write(); !result)
-                self->completion_(fail(result.error()));
-            else
+            if (const auto result = self->write(); result)
                 self->finish();
+            else
+                self->abandon(result.error());
         });
     }
 
@@ -148,6 +148,15 @@ private:
         if (audioInput_)
             audioInput_->markAsFinished();
         writer_->finishWriting([self = shared_from_this()] { self->completion_(self->outcome()); });
+    }
+
+    /// The writer goes first: whoever hears of the error finds the file as it stays.
+    void abandon(const Error& error)
+    {
+        videoInput_.reset();
+        audioInput_.reset();
+        writer_.reset();
+        completion_(fail(error));
     }
 
     [[nodiscard]] Result<std::filesystem::path> outcome() const
