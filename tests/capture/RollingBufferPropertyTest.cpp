@@ -295,7 +295,8 @@ public:
     RandomStream(unsigned seed, Reached& reached)
         : random_(seed)
         , timescale_(pick<std::int32_t>({MediaTime::nanosecondScale, 90000, 600}))
-        , comparison_(timescale_, target_ = pick({15.0, 15.0, 3.0, 0.7}), pick({20.0, target_ + 2.5, target_ / 2}), reached)
+        , target_(pick({15.0, 15.0, 3.0, 0.7}))
+        , comparison_(timescale_, target_, pick({20.0, target_ + 2.5, target_ / 2}), reached)
         , now_(pick<Ticks>({0, 0, seconds(86'412.3)}))
         , soundNow_(now_)
     {
@@ -392,7 +393,7 @@ private:
 
     std::mt19937 random_;
     const std::int32_t timescale_;
-    double target_ = 0;
+    const double target_;
     Comparison comparison_;
     Ticks now_;
     Ticks soundNow_;
@@ -401,7 +402,7 @@ private:
 TEST(RollingBufferProperty, ABufferKeepsAndGivesOutWhatAPlainModelDoes)
 {
     Reached reached;
-    for (unsigned seed = 1; seed <= 12; ++seed) {
+    for (unsigned seed = 1; seed <= 8; ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
         RandomStream{seed, reached}.run(20);
         if (HasFatalFailure())
