@@ -40,6 +40,7 @@ std::shared_ptr<CaptureCoordinator> CaptureCoordinator::shared()
                 .screens = platform.screens,
                 .mainExecutor = shared.mainExecutor,
             }),
+            .assetWriters = platform.assetWriters,
             .fileManager = platform.fileManager,
             .workspace = platform.workspace,
             .clock = shared.clock,
@@ -49,7 +50,11 @@ std::shared_ptr<CaptureCoordinator> CaptureCoordinator::shared()
     return instance;
 }
 
-CaptureCoordinator::CaptureCoordinator(Private, Services services) : services_(std::move(services)) { }
+CaptureCoordinator::CaptureCoordinator(Private, Services services)
+    : exporter_(services.assetWriters, services.fileManager)
+    , services_(std::move(services))
+{
+}
 
 CaptureCoordinator::~CaptureCoordinator() = default;
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "capture/CaptureState.h"
+#include "capture/ClipExporter.h"
 #include "capture/ScreenCaptureKitService.h"
 #include "library/ClipLibrary.h"
 #include "platform/Clock.h"
@@ -35,6 +36,7 @@ public:
         std::shared_ptr<PermissionManager> permissionManager;
         std::shared_ptr<KeyboardShortcutManager> shortcutManager;
         std::shared_ptr<ScreenCaptureKitService> captureService;
+        std::shared_ptr<platform::AssetWriterFactory> assetWriters;
         std::shared_ptr<platform::FileManager> fileManager;
         std::shared_ptr<platform::Workspace> workspace;
         std::shared_ptr<platform::Clock> clock;
@@ -57,6 +59,9 @@ public:
     [[nodiscard]] const std::optional<std::filesystem::path>& lastSavedClipURL() const { return lastSavedClipURL_; }
 
     [[nodiscard]] ClipLibrary& library() const { return *services_.library; }
+
+    /// Writes instant-replay clips. No control asks for one.
+    [[nodiscard]] const ClipExporter& exporter() const { return exporter_; }
 
     /// True while frames go into a file.
     [[nodiscard]] bool isRecording() const { return services_.captureService->isRecordingManualClip(); }
@@ -110,6 +115,7 @@ private:
     void setState(CaptureState state);
     void setSelectedWindow(std::optional<CapturedWindowInfo> window);
 
+    const ClipExporter exporter_;  // before all other services
     const Services services_;
     CaptureState state_{CaptureState::NotConfigured{}};
     std::optional<CapturedWindowInfo> selectedWindow_;

@@ -377,6 +377,11 @@ void readDefaults(std::span<const std::byte> mvex, ParsedMovie& parsed)
 
 }  // namespace
 
+std::size_t largestSampleCount(std::uint64_t fileSize)
+{
+    return static_cast<std::size_t>(std::min<std::uint64_t>(SampleTable::largestCount, fileSize));
+}
+
 Result<ParsedMovie> parseMovie(std::span<const std::byte> payload, std::uint64_t fileSize)
 {
     ParsedMovie parsed;
@@ -392,7 +397,7 @@ Result<ParsedMovie> parseMovie(std::span<const std::byte> payload, std::uint64_t
         readDefaults(mvex->payload, parsed);
     }
     // All tracks together: a few bytes of a file can claim as many samples as one may have.
-    std::size_t budget = SampleTable::largestCount;
+    auto budget = largestSampleCount(fileSize);
     ByteReader boxes{payload};
     while (const auto box = nextBox(boxes)) {
         if (box->type != FourCharacterCode{"trak"})

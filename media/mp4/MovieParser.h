@@ -24,6 +24,10 @@ struct ParsedMovie {
     std::map<std::uint32_t, TrackDefaults> defaults;  ///< by track
 };
 
+/// How many samples a file may claim to have in all its tracks: no more than bytes, because samples without any would take memory and
+/// time out of all proportion to the file.
+[[nodiscard]] std::size_t largestSampleCount(std::uint64_t fileSize);
+
 /// `payload` is what is inside "moov"; samples must lie before `fileSize`.
 Result<ParsedMovie> parseMovie(std::span<const std::byte> payload, std::uint64_t fileSize);
 

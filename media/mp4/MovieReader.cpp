@@ -233,7 +233,8 @@ private:
             return fail(bytes.error());
         fragmentIndexSize_ += bytes->size();
         const auto count = sampleCount(parsed_->movie);
-        auto runs = parseFragment(*bytes, box.offset, *parsed_, SampleTable::largestCount - std::min(SampleTable::largestCount, count));
+        const auto largest = largestSampleCount(end_);
+        auto runs = parseFragment(*bytes, box.offset, *parsed_, largest - std::min(largest, count));
         if (!runs)
             return false;
         pending_ = PendingFragment{box.offset, std::move(*runs)};

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -23,7 +24,7 @@ public:
     }
 
     void setExpectsMediaDataInRealTime(bool value) override { realTime = value; }
-    [[nodiscard]] bool isReadyForMoreMediaData() const override { return ready; }
+    [[nodiscard]] bool isReadyForMoreMediaData() const override { return readiness ? readiness() : ready; }
     bool append(const SampleBufferRef& sample) override;
     void markAsFinished() override { finished = true; }
 
@@ -35,6 +36,8 @@ public:
     bool ready = true;
     bool finished = false;
     bool appendFails = false;
+    std::function<bool()> readiness;  ///< asked instead of `ready`
+    std::function<bool(const SampleBuffer&)> refuses;  ///< asked before each sample
     std::vector<SampleBufferRef> samples;
 };
 
@@ -57,6 +60,8 @@ public:
     void add(std::shared_ptr<platform::AssetWriterInput> input) override
     {
         inputs.push_back(std::static_pointer_cast<FakeAssetWriterInput>(std::move(input)));
+        if (onAdd)
+            onAdd(*inputs.back());
     }
 
     bool startWriting() override
@@ -99,7 +104,9 @@ public:
 
     const std::filesystem::path outputURL;
     std::vector<std::shared_ptr<FakeAssetWriterInput>> inputs;
+    std::vector<SampleBufferRef> samples;  ///< of all inputs, in the order in which they came
     std::vector<MediaType> refused;
+    std::function<void(FakeAssetWriterInput&)> onAdd;
     bool startFails = false;
     bool removesFileAtFinish = false;
     Status finishStatus = Status::completed;
@@ -113,9 +120,10 @@ public:
 
 inline bool FakeAssetWriterInput::append(const SampleBufferRef& sample)
 {
-    if (appendFails)
+    if (appendFails || (refuses && refuses(*sample)))
         return false;
     samples.push_back(sample);
+    writer.samples.push_back(sample);
     return true;
 }
 
@@ -133,11 +141,14 @@ public:
         auto writer = std::make_shared<FakeAssetWriter>(outputURL);
         writer->refused = refused;
         writers.push_back(writer);
+        if (onCreate)
+            onCreate(*writer);
         return std::shared_ptr<platform::AssetWriter>{writer};
     }
 
     std::optional<Error> createError;
     std::vector<MediaType> refused;
+    std::function<void(FakeAssetWriter&)> onCreate;
     std::optional<platform::AssetFileType> fileType;
     bool foundFileAtCreation = false;
     std::vector<std::shared_ptr<FakeAssetWriter>> writers;

@@ -3,7 +3,9 @@
 #include "tests/support/CapturedLog.h"
 #include "tests/support/CoordinatorFixture.h"
 #include "tests/support/Samples.h"
+#include "tests/support/TemporaryDirectory.h"
 
+#include <future>
 #include <gmock/gmock.h>
 
 namespace velmora {
@@ -85,12 +87,26 @@ TEST_F(CaptureCoordinatorTest, WaitsForAWindowWhenThePermissionIsThere)
     EXPECT_FALSE(coordinator->lastSavedClipURL());
 }
 
+TEST_F(CaptureCoordinatorTest, CarriesAnExporterThatWritesThroughItsOwnServices)
+{
+    const test::TemporaryDirectory clips;
+    RollingBufferExtraction extraction;
+    extraction.videoSamples.push_back(test::videoSample(1, true));
+    extraction.startPTS = extraction.endPTS = MediaTime::nanoseconds(1);
+    std::promise<Result<std::filesystem::path>> result;
+    coordinator->exporter().exportClip(
+        extraction, clips.path() / "clip.mp4", [&result](auto outcome) { result.set_value(std::move(outcome)); });
+    EXPECT_EQ(result.get_future().get(), clips.path() / "clip.mp4");
+    ASSERT_EQ(writers->writers.size(), 1U);
+    EXPECT_EQ(writers->writers[0]->samples, extraction.videoSamples);
+}
+
 TEST_F(CaptureCoordinatorTest, IsNotConfiguredWithoutThePermission)
 {
     access->isGranted = false;
     permissionManager->checkPermissions();
-    const auto fresh =
-        CaptureCoordinator::create({library, permissionManager, shortcutManager, captureService, fileManager, workspace, clock, executor});
+    const auto fresh = CaptureCoordinator::create(
+        {library, permissionManager, shortcutManager, captureService, writers, fileManager, workspace, clock, executor});
     EXPECT_EQ(fresh->state(), state(CaptureState::NotConfigured{}));
 }
 

@@ -61,8 +61,8 @@ struct CoordinatorFixture {
         std::make_shared<KeyboardShortcutManager>(KeyboardShortcutManager::Services{hotKeyCenter, clock, executor});
     std::shared_ptr<ScreenCaptureKitService> captureService = ScreenCaptureKitService::create({content, streams,
         std::make_shared<fake::FakeCompressionSessions>(), writers, fileManager, std::make_shared<fake::FakeScreens>(), executor});
-    std::shared_ptr<CaptureCoordinator> coordinator =
-        CaptureCoordinator::create({library, permissionManager, shortcutManager, captureService, fileManager, workspace, clock, executor});
+    std::shared_ptr<CaptureCoordinator> coordinator = CaptureCoordinator::create(
+        {library, permissionManager, shortcutManager, captureService, writers, fileManager, workspace, clock, executor});
 };
 
 }  // namespace velmora::test

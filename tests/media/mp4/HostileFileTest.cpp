@@ -136,5 +136,44 @@ TEST(HostileFile, TheFragmentsIndexesTogetherMayNotBeLargerThanOneIndexMayBeAlon
     }
 }
 
+/// A fragment of `count` samples without bytes, which take no room in its index either.
+std::vector<std::byte> fragmentOfNothing(std::uint32_t count)
+{
+    auto bytes = movieWith([](BoxWriter& writer) {
+        writeTrack(writer, 1, 0);
+        const auto mvex = writer.box("mvex");
+    });
+    BoxWriter writer;
+    {
+        const auto moof = writer.box("moof");
+        const auto traf = writer.box("traf");
+        {
+            const auto tfhd = writer.fullBox("tfhd", 0, 0x020000);  // offsets count from "moof"
+            writer.u32(1);
+        }
+        const auto trun = writer.fullBox("trun", 0, 1);  // with an offset
+        writer.u32(count);
+        writer.u32(8 + 8 + 16 + 20 + 8);
+    }
+    {
+        const auto mdat = writer.box("mdat");
+    }
+    const auto fragment = writer.take();
+    bytes.insert(bytes.end(), fragment.begin(), fragment.end());
+    return bytes;
+}
+
+TEST(HostileFile, AFragmentMayNotClaimMoreSamplesThanTheFileHasBytes)
+{
+    const auto size = static_cast<std::uint32_t>(fragmentOfNothing(0).size());
+    for (const std::size_t count : {std::size_t{size}, std::size_t{size} + 1, SampleTable::largestCount}) {
+        MemoryFile file{fragmentOfNothing(static_cast<std::uint32_t>(count))};
+        const auto movie = readMovie(file);
+        ASSERT_TRUE(movie) << movie.error().localizedDescription;
+        ASSERT_EQ(movie->movie.tracks.size(), 1U);
+        EXPECT_EQ(movie->movie.tracks[0].samples.count(), count == size ? size : 0U);
+    }
+}
+
 }  // namespace
 }  // namespace velmora::mp4

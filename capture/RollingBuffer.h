@@ -1,0 +1,117 @@
+// The instant-replay memory: the most recent compressed pictures and their sound.
+#pragma once
+
+#include "base/SerialQueue.h"
+#include "media/SampleBuffer.h"
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace velmora {
+
+/// How much a rolling buffer holds.
+struct BufferSnapshot {
+    std::size_t videoSampleCount = 0;
+    std::size_t audioSampleCount = 0;
+    double bufferedDuration = 0;  ///< seconds
+    double targetDuration = 0;  ///< seconds
+
+    friend bool operator==(const BufferSnapshot&, const BufferSnapshot&) = default;
+};
+
+/// What was cut out of a rolling buffer. The samples are the buffer's own, shared with it; what the buffer drops later stays here.
+struct RollingBufferExtraction {
+    std::vector<SampleBufferRef> videoSamples;  ///< from a key frame on where there is one, up to the newest; never empty
+    std::vector<SampleBufferRef> audioSamples;  ///< those that overlap the pictures
+    double actualDuration = 0;  ///< seconds from startPTS to endPTS, never negative
+    bool isFullDuration = false;  ///< at most half a second is missing from what was asked for
+    MediaTime startPTS;  ///< of the first of `videoSamples`
+    MediaTime endPTS;  ///< of the last
+};
+
+/// Keeps compressed pictures and raw sound for a bounded time and cuts out the last seconds of them, from a key frame on.
+///
+/// What is kept goes back to the newest picture that is older than the retention, yet always to the key frame that a clip of the target
+/// duration begins with; sound goes back two seconds further. Whatever the times say, a picture more than the newest 1800 is dropped, and
+/// with the next picture also a block of sound more than the newest 2000.
+///
+/// Called on any thread; all work runs on the queue "com.velmora.rollingBuffer", in the order of submission, and completions are called
+/// there. A question keeps the buffer alive until it is answered; a sample that is still submitted does not.
+class RollingBuffer : public std::enable_shared_from_this<RollingBuffer> {
+    struct Private { };
+
+public:
+    static constexpr double defaultTargetDuration = 15.0;  ///< seconds
+    static constexpr double defaultMaxRetentionDuration = 20.0;  ///< seconds
+
+    /// Durations in seconds.
+    static std::shared_ptr<RollingBuffer> create(
+        double targetDuration = defaultTargetDuration, double maxRetentionDuration = defaultMaxRetentionDuration);
+
+    RollingBuffer(Private, double targetDuration, double maxRetentionDuration);
+    ~RollingBuffer();
+    RollingBuffer(const RollingBuffer&) = delete;
+    RollingBuffer& operator=(const RollingBuffer&) = delete;
+
+    /// The length of clip to keep ready, and of an extraction that asks for none; seconds.
+    [[nodiscard]] double targetDuration() const { return targetDuration_; }
+
+    /// How far back samples may be kept; seconds.
+    [[nodiscard]] double maxRetentionDuration() const { return maxRetentionDuration_; }
+
+    [[nodiscard]] const SerialQueue& queue() const { return queue_; }
+
+    /// A compressed picture. Its presentation time is valid; pictures come in decode order, which is that of presentation.
+    void appendVideoSample(SampleBufferRef sample);
+
+    /// A block of sound. Its presentation time is valid.
+    void appendAudioSample(SampleBufferRef sample);
+
+    /// Drops everything, and keeps the room for as much.
+    void clear();
+
+    /// From the oldest picture to the newest, in seconds; 0 without pictures.
+    void bufferedDuration(UniqueFunction<void(double)> completion);
+
+    void snapshot(UniqueFunction<void(BufferSnapshot)> completion);
+
+    /// The last `requestedDuration` seconds (without a value, targetDuration()), beginning with the last key frame that is not younger;
+    /// where all are younger, with the first key frame; without a key frame, with the oldest picture. None without pictures. Changes
+    /// nothing.
+    void extractRecentClip(
+        std::optional<double> requestedDuration, UniqueFunction<void(std::optional<RollingBufferExtraction>)> completion);
+
+    /// Returns when everything submitted so far has run. Never from the buffer's queue.
+    void drain() { queue_.drain(); }
+
+private:
+    static constexpr std::size_t maxVideoSampleCount = 1800;
+    static constexpr std::size_t maxAudioSampleCount = 2000;
+
+    void storeVideo(SampleBufferRef sample);
+    void storeAudio(SampleBufferRef sample);
+    void pruneByTime();
+    void applyCountCap();
+    void pruneAudio();
+    void removeOldestVideo(std::size_t count);
+    void removeOldestAudio(std::size_t count);
+    [[nodiscard]] double currentDuration() const;
+    [[nodiscard]] std::optional<std::size_t> lastKeyFrameAtOrBefore(MediaTime time) const;
+    [[nodiscard]] std::size_t startIndexFor(MediaTime desiredStart) const;
+    [[nodiscard]] std::optional<RollingBufferExtraction> extract(double requestedDuration) const;
+
+    const double targetDuration_;
+    const double maxRetentionDuration_;
+
+    // All of these on the queue only.
+    std::vector<SampleBufferRef> videoSamples_;
+    std::vector<bool> isKeyFrameFlags_;  ///< for each of videoSamples_
+    std::vector<SampleBufferRef> audioSamples_;
+
+    // Last: its end waits for work that uses the members above.
+    SerialQueue queue_{"com.velmora.rollingBuffer", SerialQueue::QualityOfService::userInitiated};
+};
+
+}  // namespace velmora
