@@ -3,7 +3,7 @@
 
 #include "base/Geometry.h"
 #include "platform/linux/x11/Connection.h"
-#include "platform/linux/x11/PicturePool.h"
+#include "platform/linux/pictures/PicturePool.h"
 
 #include <cstdint>
 #include <memory>

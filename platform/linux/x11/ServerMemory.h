@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "platform/linux/pictures/MemoryBlock.h"
 #include "platform/linux/x11/Connection.h"
 
 #include <cstddef>
@@ -16,24 +17,6 @@ enum class ImageTransport {
     fileDescriptor,  ///< a memory file, handed over the socket (MIT-SHM 1.2)
     systemV,  ///< a System V segment, marked for removal as soon as both sides have it (MIT-SHM 1.0)
     socket,  ///< within the reply: the only way to a server on another machine
-};
-
-/// A block of memory in this process. Outlives the connection: pictures in it may be held for longer than a capture lasts.
-class MemoryBlock {
-public:
-    virtual ~MemoryBlock() = default;
-    MemoryBlock(const MemoryBlock&) = delete;
-    MemoryBlock& operator=(const MemoryBlock&) = delete;
-
-    [[nodiscard]] std::byte* data() const { return data_; }
-    [[nodiscard]] std::size_t size() const { return size_; }
-
-protected:
-    MemoryBlock(std::byte* data, std::size_t size) : data_(data), size_(size) { }
-
-private:
-    std::byte* data_;
-    std::size_t size_;
 };
 
 /// A memory block and the server's hold on it. The connection must outlive this.

@@ -1,13 +1,13 @@
 #include "platform/linux/x11/X11VideoSource.h"
 
 #include "platform/linux/WakeUp.h"
+#include "platform/linux/pictures/DamageRegion.h"
+#include "platform/linux/pictures/FitRectangle.h"
+#include "platform/linux/pictures/FramePacer.h"
+#include "platform/linux/pictures/PicturePool.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/Cursor.h"
-#include "platform/linux/x11/DamageRegion.h"
 #include "platform/linux/x11/Errors.h"
-#include "platform/linux/x11/FitRectangle.h"
-#include "platform/linux/x11/FramePacer.h"
-#include "platform/linux/x11/PicturePool.h"
 #include "platform/linux/x11/TrackedWindow.h"
 
 #include <algorithm>
@@ -134,6 +134,7 @@ private:
     std::unique_ptr<Connection> connection_;
     std::unique_ptr<TrackedWindow> window_;
     std::unique_ptr<CursorTracker> cursor_;  // null when the cursor is not shown
+    std::unique_ptr<ServerMemory> memory_;  // the pool's
     std::unique_ptr<PicturePool> pool_;
     std::unique_ptr<ServerMemory> scratch_;
     std::unique_ptr<PictureScaler> scaler_;
@@ -190,10 +191,12 @@ Result<std::unique_ptr<X11VideoSource::Capture>> X11VideoSource::Capture::create
     if (!window)
         return fail(std::move(window.error()));
     capture->window_ = std::move(*window);
-    auto pool = PicturePool::create(*capture->connection_, capture->width_, capture->height_, options.transport);
-    if (!pool)
-        return fail(std::move(pool.error()));
-    capture->pool_ = std::move(*pool);
+    auto memory =
+        ServerMemory::allocate(*capture->connection_, PicturePool::requiredBytes(capture->width_, capture->height_), options.transport);
+    if (!memory)
+        return fail(std::move(memory.error()));
+    capture->memory_ = std::move(*memory);
+    capture->pool_ = std::make_unique<PicturePool>(capture->memory_->block(), capture->width_, capture->height_);
     if (capture->showsCursor_)
         capture->cursor_ = CursorTracker::create(*capture->connection_);
     capture->invalidate();
@@ -348,7 +351,7 @@ bool X11VideoSource::Capture::fetchChanged(PooledPicture& picture)
 {
     restorePixels(picture.underCursor, picture.pixels, width_);
     picture.fitted = {};
-    if (!picture.missed.isEmpty() && !fetchOneMoment(&picture, pool_->memory(), picture.missed.bound()))
+    if (!picture.missed.isEmpty() && !fetchOneMoment(&picture, *memory_, picture.missed.bound()))
         return false;
     if (cursorWanted_ != cursorDrawn_) {
         const PixelRect whole{0, 0, width_, height_};

@@ -1,7 +1,7 @@
 // Frames of a program that draws: none torn, none out of order, none that was never shown.
 #include "platform/linux/x11/X11VideoSource.h"
 
-#include "platform/linux/x11/FitRectangle.h"
+#include "platform/linux/pictures/FitRectangle.h"
 #include "tests/platform/linux/x11/TestDesktop.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/DamageRegion.h"
+#include "platform/linux/pictures/DamageRegion.h"
 
 #include <algorithm>
 

@@ -1,6 +1,8 @@
-#include "platform/linux/x11/PicturePool.h"
+#include "platform/linux/pictures/PicturePool.h"
 
+#include <cassert>
 #include <limits>
+#include <utility>
 
 namespace velmora::linux_backend {
 
@@ -16,22 +18,18 @@ std::size_t pictureBytes(std::int32_t width, std::int32_t height)
 
 }  // namespace
 
-Result<std::unique_ptr<PicturePool>> PicturePool::create(
-    const Connection& connection, std::int32_t width, std::int32_t height, ImageTransport best)
+std::size_t PicturePool::requiredBytes(std::int32_t width, std::int32_t height)
 {
-    auto memory = ServerMemory::allocate(connection, pictureBytes(width, height) * pictureCount, best);
-    if (!memory)
-        return fail(std::move(memory.error()));
-    return std::unique_ptr<PicturePool>(new PicturePool(std::move(*memory), width, height));
+    return pictureBytes(width, height) * pictureCount;
 }
 
-PicturePool::PicturePool(std::unique_ptr<ServerMemory> memory, std::int32_t width, std::int32_t height)
-    : memory_(std::move(memory))
-    , storage_(std::make_shared<Storage>())
+PicturePool::PicturePool(std::shared_ptr<MemoryBlock> memory, std::int32_t width, std::int32_t height)
+    : storage_(std::make_shared<Storage>())
     , width_(width)
     , height_(height)
 {
-    storage_->block = memory_->block();
+    assert(memory->size() >= requiredBytes(width, height));
+    storage_->block = std::move(memory);
     std::size_t offset = 0;
     for (auto& picture : storage_->pictures) {
         picture.offset = offset;

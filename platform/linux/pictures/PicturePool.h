@@ -2,9 +2,8 @@
 #pragma once
 
 #include "base/Geometry.h"
-#include "base/Result.h"
-#include "platform/linux/x11/DamageRegion.h"
-#include "platform/linux/x11/ServerMemory.h"
+#include "platform/linux/pictures/DamageRegion.h"
+#include "platform/linux/pictures/MemoryBlock.h"
 
 #include <array>
 #include <atomic>
@@ -31,7 +30,7 @@ struct PooledPicture {
     std::atomic<int> holders{0};
 };
 
-/// A fixed number of BGRA pictures of one size in memory that the server writes into. All but the release of a lease happens on
+/// A fixed number of BGRA pictures of one size in one block of memory. All but the release of a lease happens on
 /// the capture's thread. A picture is written only while nobody holds a lease on it; when all are held there is none to be had,
 /// and the capture leaves that moment out: memory stays bounded however slow a consumer is. Memory that was never written to
 /// costs nothing, so a consumer that keeps up uses one or two of them.
@@ -39,13 +38,15 @@ class PicturePool {
 public:
     static constexpr std::size_t pictureCount = 6;
 
-    static Result<std::unique_ptr<PicturePool>> create(
-        const Connection& connection, std::int32_t width, std::int32_t height, ImageTransport best);
+    /// What the memory of a pool must hold.
+    [[nodiscard]] static std::size_t requiredBytes(std::int32_t width, std::int32_t height);
+
+    /// `memory` is zeroed and of at least the required size.
+    PicturePool(std::shared_ptr<MemoryBlock> memory, std::int32_t width, std::int32_t height);
 
     [[nodiscard]] std::int32_t width() const { return width_; }
     [[nodiscard]] std::int32_t height() const { return height_; }
     [[nodiscard]] std::size_t bytesPerRow() const { return static_cast<std::size_t>(width_) * 4; }
-    [[nodiscard]] ServerMemory& memory() { return *memory_; }
 
     /// Adds to what every picture has missed.
     void addDamage(PixelRect rectangle);
@@ -65,9 +66,6 @@ private:
         std::array<PooledPicture, pictureCount> pictures;
     };
 
-    PicturePool(std::unique_ptr<ServerMemory> memory, std::int32_t width, std::int32_t height);
-
-    std::unique_ptr<ServerMemory> memory_;
     std::shared_ptr<Storage> storage_;
     std::int32_t width_;
     std::int32_t height_;

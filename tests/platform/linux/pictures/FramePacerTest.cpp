@@ -1,4 +1,4 @@
-#include "platform/linux/x11/FramePacer.h"
+#include "platform/linux/pictures/FramePacer.h"
 
 #include <gtest/gtest.h>
 #include <random>

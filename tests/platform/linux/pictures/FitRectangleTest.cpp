@@ -1,4 +1,4 @@
-#include "platform/linux/x11/FitRectangle.h"
+#include "platform/linux/pictures/FitRectangle.h"
 
 #include <gtest/gtest.h>
 
