@@ -5,6 +5,7 @@
 #include "platform/linux/pictures/FitRectangle.h"
 #include "platform/linux/pictures/FramePacer.h"
 #include "platform/linux/pictures/PicturePool.h"
+#include "platform/linux/pictures/PictureSamples.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/Cursor.h"
 #include "platform/linux/x11/Errors.h"
@@ -40,12 +41,6 @@ std::int64_t monotonicNow()
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return std::int64_t{now.tv_sec} * nanosecondsPerSecond + now.tv_nsec;
-}
-
-std::uint64_t nextStreamNumber()
-{
-    static std::atomic<std::uint64_t> last{0};
-    return ++last;
 }
 
 /// The extensions in the versions that captures use. Their version requests are part of their protocols' handshake.
@@ -123,13 +118,11 @@ private:
 
     const std::int32_t width_;
     const std::int32_t height_;
-    const std::int64_t interval_;
+    PictureSamples samples_;
     const bool showsCursor_;
     const Options options_;
     PictureScalerFactory makeScaler_;
     Callbacks callbacks_;
-    FormatDescriptionRef format_;
-    std::uint64_t streamNumber_ = nextStreamNumber();
 
     std::unique_ptr<Connection> connection_;
     std::unique_ptr<TrackedWindow> window_;
@@ -148,7 +141,6 @@ private:
     std::int64_t retryDue_ = 0;  // no picture was free, or none could be fetched
     PooledPicture* last_ = nullptr;
     std::int64_t lastTime_ = 0;
-    std::uint64_t sequence_ = 0;
 
     std::atomic<bool> stopping_{false};
     WakeUp wakeUp_;
@@ -159,20 +151,13 @@ X11VideoSource::Capture::Capture(
     const platform::StreamConfiguration& configuration, const Options& options, PictureScalerFactory makeScaler, Callbacks callbacks)
     : width_(static_cast<std::int32_t>(configuration.width))
     , height_(static_cast<std::int32_t>(configuration.height))
-    , interval_(configuration.minimumFrameInterval.isValid()
-              ? std::max<std::int64_t>(0, configuration.minimumFrameInterval.converted(MediaTime::nanosecondScale).value)
-              : 0)
+    , samples_(configuration)
     , showsCursor_(configuration.showsCursor)
     , options_(options)
     , makeScaler_(std::move(makeScaler))
     , callbacks_(std::move(callbacks))
-    , pacer_(interval_)
+    , pacer_(samples_.interval())
 {
-    VideoFormat format;
-    format.codec = configuration.pixelFormat;
-    format.width = width_;
-    format.height = height_;
-    format_ = std::make_shared<const FormatDescription>(std::move(format));
 }
 
 Result<std::unique_ptr<X11VideoSource::Capture>> X11VideoSource::Capture::create(std::uint32_t windowID,
@@ -239,7 +224,7 @@ std::optional<Error> X11VideoSource::Capture::step()
 
     auto now = monotonicNow();
     // Without an event as well now and then: a window may have come between, a program may have moved the pointer.
-    if (cursor_ && now >= cursorChecked_ + (cursor_->mayHaveChanged() ? interval_ : repeatInterval))
+    if (cursor_ && now >= cursorChecked_ + (cursor_->mayHaveChanged() ? samples_.interval() : repeatInterval))
         placeCursor();
     const bool isChanged = !changed_.isEmpty() || cursorWanted_ != cursorDrawn_;
     if (isChanged && now >= std::max(pacer_.due(), retryDue_)) {
@@ -319,7 +304,7 @@ void X11VideoSource::Capture::placeCursor()
 
 Result<void> X11VideoSource::Capture::takePicture()
 {
-    retryDue_ = monotonicNow() + interval_;
+    retryDue_ = monotonicNow() + samples_.interval();
     auto* picture = pool_->leastOutdated();
     if (!picture)
         return {};
@@ -476,21 +461,8 @@ bool X11VideoSource::Capture::fetchInto(PooledPicture* picture, ServerMemory& me
 
 void X11VideoSource::Capture::deliver(PooledPicture& picture, std::int64_t now, std::vector<PixelRect> dirty)
 {
-    auto pixels = std::make_shared<PixelBuffer>();
-    pixels->width = width_;
-    pixels->height = height_;
-    pixels->bytesPerRow = pool_->bytesPerRow();
-    pixels->baseAddress = picture.pixels;
-    pixels->change = {streamNumber_, sequence_++, std::move(dirty)};
-    pixels->owner = pool_->lease(picture);
-
-    auto sample = std::make_shared<SampleBuffer>();
-    sample->format = format_;
-    sample->presentationTimeStamp = MediaTime::nanoseconds(now);
-    sample->duration = MediaTime::nanoseconds(interval_);
-    sample->imageBuffer = std::move(pixels);
     lastTime_ = now;
-    callbacks_.picture(std::move(sample));
+    callbacks_.picture(samples_.make(*pool_, picture, now, std::move(dirty)));
 }
 
 std::int64_t X11VideoSource::Capture::deadline() const
@@ -499,7 +471,7 @@ std::int64_t X11VideoSource::Capture::deadline() const
     if (!changed_.isEmpty() || cursorWanted_ != cursorDrawn_)
         time = std::min(time, std::max(pacer_.due(), retryDue_));
     if (cursor_ && cursor_->mayHaveChanged())
-        time = std::min(time, cursorChecked_ + interval_);
+        time = std::min(time, cursorChecked_ + samples_.interval());
     return time;
 }
 

@@ -1,0 +1,400 @@
+#include "platform/linux/portal/CastStream.h"
+
+#include "platform/linux/pipewire/PipeWireHandles.h"
+#include "platform/linux/portal/CastBuffer.h"
+#include "platform/linux/portal/CastFormats.h"
+#include "platform/linux/portal/Errors.h"
+
+#include <cerrno>
+#include <ctime>
+#include <limits>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace velmora::linux_backend {
+
+namespace {
+
+constexpr std::uint32_t framesPerSecond = 60;
+constexpr std::int64_t second = 1'000'000'000;
+constexpr timespec reconnectAfter{0, 400'000'000};
+
+std::int64_t monotonicNow()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::int64_t{now.tv_sec} * second + now.tv_nsec;
+}
+
+void initializeLibrary()
+{
+    // Never undone: the library may serve other parts of the program, too.
+    static const bool done = [] {
+        pw_init(nullptr, nullptr);
+        return true;
+    }();
+    static_cast<void>(done);
+}
+
+}  // namespace
+
+/// Its objects belong to the loop's thread; others touch them under the loop's lock.
+class CastStream::Session {
+public:
+    Session(std::uint32_t nodeID, Callbacks callbacks) : nodeID_(nodeID), callbacks_(std::move(callbacks)) { }
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    Result<void> start(FileDescriptor remote);
+    Result<Attachment> attach(
+        const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler, VideoSource::Callbacks callbacks);
+    void detach(Attachment attachment);
+    void end(const Error& error);
+
+private:
+    Result<void> connectStream();
+    void disconnectStream();
+    void reconnect();
+    void onState(pw_stream_state state, const char* error);
+    void onFormat(const spa_pod* parameter);
+    void onAddBuffer(pw_buffer* buffer);
+    void onRemoveBuffer(pw_buffer* buffer);
+    void onProcess();
+    void examine(pw_buffer* buffer);
+    void work();
+    void stop(PortalErrorCode code, const std::string& description) { stop(failPortal(code, description).value()); }
+    void stop(const Error& error);
+    [[nodiscard]] pw_loop* loop() const { return pw_thread_loop_get_loop(loop_.get()); }
+
+    static const pw_core_events coreEvents;
+    static const pw_registry_events registryEvents;
+    static const pw_stream_events streamEvents;
+
+    const std::uint32_t nodeID_;
+    Callbacks callbacks_;
+    std::optional<Error> ended_;
+    bool hadPicture_ = false;
+
+    std::optional<CastFormat> format_;
+    std::map<pw_buffer*, std::unique_ptr<CastBuffer>> buffers_;
+    pw_buffer* newest_ = nullptr;  // ours until a newer one comes
+    CastPicture newestPicture_;
+    std::optional<std::int64_t> newestTime_;
+    std::optional<std::int64_t> lastTime_;  // of any buffer in this format
+    bool missedSome_ = false;  // a buffer was skipped whose damage nothing tells
+    bool isReconnecting_ = false;
+
+    std::unique_ptr<CastPictures> pictures_;
+    Attachment attachment_ = 0;
+
+    // In this order: what is below is destroyed first.
+    ThreadLoopHandle loop_;
+    ContextHandle context_;
+    LoopSource timer_;
+    LoopSource watchdog_;
+    CoreHandle core_;
+    ListenerHook coreListener_;
+    ProxyHandle registry_;
+    ListenerHook registryListener_;
+    StreamHandle stream_;
+    std::optional<ListenerHook> streamListener_;
+};
+
+const pw_core_events CastStream::Session::coreEvents = [] {
+    pw_core_events table{};
+    table.version = PW_VERSION_CORE_EVENTS;
+    table.error = [](void* data, std::uint32_t id, int, int result, const char*) {
+        if (id == PW_ID_CORE && result == -EPIPE)
+            static_cast<Session*>(data)->stop(PortalErrorCode::connectionLost, "The connection to the PipeWire server was lost.");
+    };
+    return table;
+}();
+
+const pw_registry_events CastStream::Session::registryEvents = [] {
+    pw_registry_events table{};
+    table.version = PW_VERSION_REGISTRY_EVENTS;
+    table.global_remove = [](void* data, std::uint32_t id) {
+        auto* self = static_cast<Session*>(data);
+        if (id == self->nodeID_)
+            self->stop(PortalErrorCode::windowUnavailable, "The desktop no longer shares the window.");
+    };
+    return table;
+}();
+
+const pw_stream_events CastStream::Session::streamEvents = [] {
+    pw_stream_events table{};
+    table.version = PW_VERSION_STREAM_EVENTS;
+    table.state_changed = [](void* data, pw_stream_state, pw_stream_state state, const char* error) {
+        static_cast<Session*>(data)->onState(state, error);
+    };
+    table.param_changed = [](void* data, std::uint32_t id, const spa_pod* parameter) {
+        if (id == SPA_PARAM_Format)
+            static_cast<Session*>(data)->onFormat(parameter);
+    };
+    table.add_buffer = [](void* data, pw_buffer* buffer) { static_cast<Session*>(data)->onAddBuffer(buffer); };
+    table.remove_buffer = [](void* data, pw_buffer* buffer) { static_cast<Session*>(data)->onRemoveBuffer(buffer); };
+    table.process = [](void* data) { static_cast<Session*>(data)->onProcess(); };
+    return table;
+}();
+
+CastStream::Session::~Session()
+{
+    if (loop_)
+        pw_thread_loop_stop(loop_.get());
+    disconnectStream();
+}
+
+Result<void> CastStream::Session::start(FileDescriptor remote)
+{
+    initializeLibrary();
+    loop_.reset(pw_thread_loop_new("velmora-cast", nullptr));
+    if (!loop_)
+        return fail(posixError(errno, "PipeWire gave no event loop"));
+    context_.reset(pw_context_new(loop(), nullptr, 0));
+    if (!context_)
+        return fail(posixError(errno, "PipeWire gave no context"));
+    timer_ = LoopSource{loop(),
+        pw_loop_add_timer(
+            loop(), [](void* self, std::uint64_t) { static_cast<Session*>(self)->work(); }, this)};
+    watchdog_ = LoopSource{loop(),
+        pw_loop_add_timer(
+            loop(), [](void* self, std::uint64_t) { static_cast<Session*>(self)->reconnect(); }, this)};
+    if (!timer_.get() || !watchdog_.get())
+        return fail(posixError(errno, "PipeWire gave no timer"));
+    // Closes the descriptor, also when it fails.
+    core_.reset(pw_context_connect_fd(context_.get(), remote.release(), nullptr, 0));
+    if (!core_)
+        return fail(posixError(errno, "The desktop's connection to PipeWire"));
+    pw_core_add_listener(core_.get(), coreListener_.get(), &coreEvents, this);
+    auto* registry = pw_core_get_registry(core_.get(), PW_VERSION_REGISTRY, 0);
+    if (!registry)
+        return fail(posixError(errno, "PipeWire gave no registry"));
+    registry_.reset(reinterpret_cast<pw_proxy*>(registry));
+    pw_registry_add_listener(registry, registryListener_.get(), &registryEvents, this);
+    if (auto connected = connectStream(); !connected)
+        return connected;
+    if (const int result = pw_thread_loop_start(loop_.get()); result < 0)
+        return fail(posixError(-result, "The thread of the shared window did not start"));
+    return {};
+}
+
+Result<void> CastStream::Session::connectStream()
+{
+    auto* properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE, "Screen",
+        PW_KEY_NODE_NAME, "velmora.cast", nullptr);
+    stream_.reset(pw_stream_new(core_.get(), "Velmora", properties));
+    if (!stream_)
+        return fail(posixError(errno, "PipeWire gave no stream"));
+    streamListener_.emplace();
+    pw_stream_add_listener(stream_.get(), streamListener_->get(), &streamEvents, this);
+    CastParameters parameters;
+    auto formats = parameters.formats(framesPerSecond);
+    const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_DONT_RECONNECT);
+    const int result =
+        pw_stream_connect(stream_.get(), PW_DIRECTION_INPUT, nodeID_, flags, formats.data(), static_cast<std::uint32_t>(formats.size()));
+    if (result < 0)
+        return fail(posixError(-result, "PipeWire refused the stream of the shared window"));
+    return {};
+}
+
+void CastStream::Session::disconnectStream()
+{
+    if (streamListener_)
+        streamListener_->remove();
+    streamListener_.reset();
+    newest_ = nullptr;
+    buffers_.clear();
+    stream_.reset();
+    format_.reset();
+    lastTime_.reset();
+}
+
+void CastStream::Session::reconnect()
+{
+    disconnectStream();
+    isReconnecting_ = true;
+    if (auto connected = connectStream(); !connected)
+        stop(connected.error());
+}
+
+void CastStream::Session::onState(pw_stream_state state, const char* error)
+{
+    if (state == PW_STREAM_STATE_ERROR)
+        stop(PortalErrorCode::windowUnavailable, std::string{"The desktop no longer shares the window: "} + (error ? error : "no reason."));
+    else if (state == PW_STREAM_STATE_UNCONNECTED)
+        stop(PortalErrorCode::windowUnavailable, "The desktop no longer shares the window.");
+}
+
+void CastStream::Session::onFormat(const spa_pod* parameter)
+{
+    if (!parameter)
+        return;
+    const auto format = parseCastFormat(parameter);
+    if (!format)
+        return stop(PortalErrorCode::unsupportedPixels, "The desktop shares the window in a format that cannot be read.");
+    const bool isAnother = hadPicture_ && !std::exchange(isReconnecting_, false);
+    format_ = format;
+    lastTime_.reset();
+    CastParameters parameters;
+    auto buffers = parameters.buffers(*format_);
+    pw_stream_update_params(stream_.get(), buffers.data(), static_cast<std::uint32_t>(buffers.size()));
+    if (isAnother) {
+        timespec once = reconnectAfter;
+        pw_loop_update_timer(loop(), watchdog_.get(), &once, nullptr, false);
+    }
+}
+
+void CastStream::Session::onAddBuffer(pw_buffer* buffer)
+{
+    auto mapped = CastBuffer::create(*buffer->buffer);
+    if (!mapped)
+        return stop(mapped.error());
+    buffers_[buffer] = std::move(*mapped);
+}
+
+void CastStream::Session::onRemoveBuffer(pw_buffer* buffer)
+{
+    if (buffer == newest_)
+        newest_ = nullptr;
+    buffers_.erase(buffer);
+}
+
+void CastStream::Session::onProcess()
+{
+    while (pw_buffer* buffer = pw_stream_dequeue_buffer(stream_.get()))
+        examine(buffer);
+    work();
+}
+
+/// Keeps the buffer as the newest, or gives it back.
+void CastStream::Session::examine(pw_buffer* buffer)
+{
+    const auto found = buffers_.find(buffer);
+    const auto news = found == buffers_.end() ? CastNews{} : found->second->news();
+    const bool isRepeat = newest_ && news.time && news.time == lastTime_ && news.damage.empty();
+    const auto picture = format_ && found != buffers_.end() ? found->second->picture(*format_) : std::nullopt;
+    if (isRepeat || !picture) {
+        missedSome_ = missedSome_ || !isRepeat;
+        pw_stream_queue_buffer(stream_.get(), buffer);
+        return;
+    }
+    if (auto* older = std::exchange(newest_, buffer))
+        pw_stream_queue_buffer(stream_.get(), older);
+    newestPicture_ = *picture;
+    newestTime_ = news.time == lastTime_ ? std::nullopt : news.time;
+    lastTime_ = news.time;
+    pw_loop_update_timer(loop(), watchdog_.get(), nullptr, nullptr, false);
+
+    if (pictures_) {
+        std::optional<std::vector<PixelRect>> damage;
+        if (!missedSome_ && !news.damage.empty()) {
+            damage.emplace();
+            for (const auto& rectangle : news.damage) {
+                const auto seen = rectangle.intersected(picture->content);
+                damage->push_back({seen.x - picture->content.x, seen.y - picture->content.y, seen.width, seen.height});
+            }
+        }
+        pictures_->changed(picture->content, damage);
+    }
+    missedSome_ = false;
+    if (!std::exchange(hadPicture_, true))
+        callbacks_.firstPicture(picture->content.width, picture->content.height);
+}
+
+/// Delivers what is due, and comes again when the next is.
+void CastStream::Session::work()
+{
+    if (!pictures_ || ended_)
+        return;
+    Result<void> done;
+    if (newest_) {
+        const auto& buffer = *buffers_.at(newest_);
+        buffer.beginReading();
+        done = pictures_->work(&newestPicture_, newestTime_);
+        buffer.endReading();
+    } else {
+        done = pictures_->work(nullptr, std::nullopt);
+    }
+    if (!done)
+        return stop(done.error());
+    const auto deadline = pictures_->deadline();
+    // A change that no picture is there for waits for that one.
+    const auto earliest = newest_ ? 1'000'000 : second / 10;
+    const auto left =
+        deadline == std::numeric_limits<std::int64_t>::max() ? second : std::max<std::int64_t>(earliest, deadline - monotonicNow());
+    timespec next{static_cast<time_t>(left / second), static_cast<long>(left % second)};
+    pw_loop_update_timer(loop(), timer_.get(), &next, nullptr, false);
+}
+
+void CastStream::Session::stop(const Error& error)
+{
+    if (ended_)
+        return;
+    ended_ = error;
+    if (pictures_)
+        pictures_->callbacks().stopped(error);
+    callbacks_.stopped(error);
+}
+
+Result<CastStream::Attachment> CastStream::Session::attach(
+    const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler, VideoSource::Callbacks callbacks)
+{
+    auto pictures = CastPictures::create(configuration, std::move(makeScaler), std::move(callbacks));
+    if (!pictures)
+        return fail(std::move(pictures.error()));
+    ThreadLoopLock lock{loop_.get()};
+    if (ended_)
+        return fail(*ended_);
+    pictures_ = std::move(*pictures);
+    if (newest_)
+        pictures_->changed(newestPicture_.content, std::nullopt);
+    work();
+    return ++attachment_;
+}
+
+void CastStream::Session::detach(Attachment attachment)
+{
+    ThreadLoopLock lock{loop_.get()};
+    if (attachment == attachment_)
+        pictures_.reset();
+}
+
+void CastStream::Session::end(const Error& error)
+{
+    ThreadLoopLock lock{loop_.get()};
+    stop(error);
+}
+
+CastStream::CastStream(std::unique_ptr<Session> session) : session_(std::move(session)) { }
+
+CastStream::~CastStream() = default;
+
+Result<std::unique_ptr<CastStream>> CastStream::create(FileDescriptor remote, std::uint32_t nodeID, Callbacks callbacks)
+{
+    auto session = std::make_unique<Session>(nodeID, std::move(callbacks));
+    if (auto started = session->start(std::move(remote)); !started)
+        return fail(std::move(started.error()));
+    return std::unique_ptr<CastStream>(new CastStream(std::move(session)));
+}
+
+Result<CastStream::Attachment> CastStream::attach(
+    const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler, VideoSource::Callbacks callbacks)
+{
+    return session_->attach(configuration, std::move(makeScaler), std::move(callbacks));
+}
+
+void CastStream::detach(Attachment attachment)
+{
+    session_->detach(attachment);
+}
+
+void CastStream::end(const Error& error)
+{
+    session_->end(error);
+}
+
+}  // namespace velmora::linux_backend
