@@ -1,0 +1,368 @@
+// Pictures of a window that is shared over a real PipeWire server.
+#include "platform/linux/portal/CastStream.h"
+
+#include "platform/linux/pictures/FitRectangle.h"
+#include "platform/linux/portal/Errors.h"
+#include "tests/platform/linux/pictures/PictureRecorder.h"
+#include "tests/platform/linux/portal/TestCast.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <set>
+
+namespace velmora::linux_backend {
+namespace {
+
+/// What the stream tells whoever asked for it.
+class Watcher {
+public:
+    CastStream::Callbacks callbacks()
+    {
+        return {
+            .firstPicture =
+                [this](std::int32_t width, std::int32_t height) {
+                    MutexLock lock(mutex_);
+                    size_ = {0, 0, width, height};
+                    changed_.notifyAll();
+                },
+            .stopped =
+                [this](const Error& error) {
+                    MutexLock lock(mutex_);
+                    error_ = error;
+                    changed_.notifyAll();
+                },
+        };
+    }
+
+    /// Empty when none came.
+    PixelRect waitForSize()
+    {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        MutexLock lock(mutex_);
+        while (!size_ && !error_ && changed_.waitUntil(mutex_, deadline)) { }
+        return size_.value_or(PixelRect{});
+    }
+
+    std::optional<Error> waitForEnd()
+    {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        MutexLock lock(mutex_);
+        while (!error_ && changed_.waitUntil(mutex_, deadline)) { }
+        return error_;
+    }
+
+private:
+    Mutex mutex_;
+    ConditionVariable changed_;
+    std::optional<PixelRect> size_ GUARDED_BY(mutex_);
+    std::optional<Error> error_ GUARDED_BY(mutex_);
+};
+
+class CastStreamTest : public testing::Test {
+protected:
+    void open()
+    {
+        auto opened = CastStream::create(TestCast::connectToServer(), cast->nodeID(), watcher.callbacks());
+        ASSERT_TRUE(opened) << opened.error().localizedDescription;
+        stream = std::move(*opened);
+    }
+
+    void attach(std::int64_t width = 640, std::int64_t height = 480)
+    {
+        const auto attached = stream->attach(pictureSize(width, height), nearestScalers(), recorder.callbacks());
+        ASSERT_TRUE(attached) << attached.error().localizedDescription;
+        attachment = *attached;
+    }
+
+    /// With the first frame, number 1, on the way.
+    void openAndAttach()
+    {
+        open();
+        cast->show(1);
+        watcher.waitForSize();
+        attach();
+        waitForNumber(1);
+    }
+
+    void waitForNumber(std::uint32_t number)
+    {
+        recorder.waitFor("frame " + std::to_string(number), [&] {
+            const auto pictures = recorder.pictures();
+            return !pictures.empty() && pictures.back().reading.number() == number;
+        });
+    }
+
+    void expectNumbersAndNoOthers(const std::set<std::uint32_t>& numbers)
+    {
+        for (const auto& picture : recorder.pictures()) {
+            ASSERT_TRUE(picture.reading.number()) << "picture " << picture.change.sequence;
+            EXPECT_TRUE(numbers.contains(*picture.reading.number())) << *picture.reading.number();
+        }
+        EXPECT_EQ(recorder.complaints(), "");
+    }
+
+    std::unique_ptr<TestCast> cast = std::make_unique<TestCast>();
+    Watcher watcher;
+    Recorder recorder;
+    std::unique_ptr<CastStream> stream;
+    CastStream::Attachment attachment = 0;
+};
+
+TEST_F(CastStreamTest, TheSizeOfTheWindowIsKnownWithItsFirstPicture)
+{
+    open();
+    cast->show(1);
+    EXPECT_EQ(watcher.waitForSize(), (PixelRect{0, 0, 640, 480}));
+}
+
+TEST_F(CastStreamTest, WhoComesLaterGetsTheNewestPicture)
+{
+    open();
+    cast->show(1);
+    watcher.waitForSize();
+    attach();
+    waitForNumber(1);
+    EXPECT_EQ(recorder.pictures().front().reading.number(), 1U);
+    EXPECT_EQ(recorder.complaints(), "");
+}
+
+TEST_F(CastStreamTest, FramesComeInOrderAndWhole)
+{
+    openAndAttach();
+    for (std::uint32_t number = 2; number <= 40; ++number)
+        cast->show(number);
+    waitForNumber(40);
+    std::uint32_t last = 0;
+    for (const auto& picture : recorder.pictures()) {
+        ASSERT_TRUE(picture.reading.number()) << "picture " << picture.change.sequence;
+        EXPECT_GE(*picture.reading.number(), last);
+        last = *picture.reading.number();
+    }
+    EXPECT_EQ(recorder.complaints(), "");
+}
+
+TEST_F(CastStreamTest, ColoursAreRightWhicheverOfThemComesFirst)
+{
+    cast = std::make_unique<TestCast>(TestCast::Options{.isRedFirst = true});
+    openAndAttach();
+    EXPECT_EQ(recorder.lastColours()[640 * 240 + 320], 0xc08040U);
+    EXPECT_EQ(recorder.complaints(), "");
+}
+
+TEST_F(CastStreamTest, OnlyTheCropIsTheWindow)
+{
+    open();
+    cast->show({.number = 7, .crop = PixelRect{40, 30, 400, 300}, .damage = {}, .time = {}});
+    EXPECT_EQ(watcher.waitForSize(), (PixelRect{0, 0, 400, 300}));
+    attach(400, 300);
+    waitForNumber(7);
+    cast->show({.number = 8, .crop = PixelRect{100, 90, 400, 300}, .damage = {}, .time = {}});
+    waitForNumber(8);
+    EXPECT_EQ(recorder.complaints(), "");
+}
+
+TEST_F(CastStreamTest, ACropThatChangesItsSizeIsFittedIn)
+{
+    openAndAttach();
+    const auto fitted = fitRectangle(300, 400, 640, 480);
+    recorder.setPart({fitted.x, fitted.y, fitted.width, fitted.height});
+    cast->show({.number = 9, .crop = PixelRect{20, 20, 300, 400}, .damage = {}, .time = {}});
+    waitForNumber(9);
+    EXPECT_EQ(recorder.lastColours()[0], 0U) << "beside the window it is black";
+    EXPECT_EQ(recorder.complaints(), "");
+}
+
+TEST_F(CastStreamTest, OnlyWhatIsDamagedIsTakenAnew)
+{
+    openAndAttach();
+    // The upper strip shows the new number, the lower one still the old.
+    cast->show({.number = 2, .crop = {}, .damage = {{0, 0, 640, 32}}, .time = {}, .drawsDamageOnly = true});
+    recorder.waitFor("the damaged part", [&] { return recorder.pictures().back().reading.top == 2U; });
+    const auto last = recorder.pictures().back();
+    EXPECT_EQ(last.reading.bottom, 1U);
+    const auto pictures = recorder.pictures();
+    const auto changed = std::find_if(pictures.begin(), pictures.end(), [](const auto& picture) { return picture.reading.top == 2U; });
+    EXPECT_EQ(changed->change.dirty, (std::vector<PixelRect>{{0, 0, 640, 32}}));
+    EXPECT_EQ(recorder.complaints(), "");
+}
+
+TEST_F(CastStreamTest, DamageIsCountedFromTheCrop)
+{
+    const PixelRect crop{40, 30, 400, 300};
+    open();
+    cast->show({.number = 1, .crop = crop, .damage = {}, .time = {}});
+    watcher.waitForSize();
+    attach(400, 300);
+    waitForNumber(1);
+    cast->show({.number = 2, .crop = crop, .damage = {{0, 0, 640, 50}}, .time = {}, .drawsDamageOnly = true});
+    recorder.waitFor("the damaged part", [&] { return recorder.pictures().back().reading.top == 2U; });
+    const auto pictures = recorder.pictures();
+    const auto changed = std::find_if(pictures.begin(), pictures.end(), [](const auto& picture) { return picture.reading.top == 2U; });
+    EXPECT_EQ(changed->change.dirty, (std::vector<PixelRect>{{0, 0, 400, 20}}));
+    EXPECT_EQ(recorder.complaints(), "");
+}
+
+TEST_F(CastStreamTest, CorruptAndEmptyBuffersAreSkipped)
+{
+    openAndAttach();
+    cast->show({.number = 77, .crop = {}, .damage = {}, .isCorrupt = true, .time = {}});
+    cast->show({.number = 78, .crop = {}, .damage = {}, .isEmpty = true, .time = {}});
+    cast->show(2);
+    waitForNumber(2);
+    expectNumbersAndNoOthers({1, 2});
+}
+
+TEST_F(CastStreamTest, AfterASkippedBufferEverythingIsTakenAnew)
+{
+    openAndAttach();
+    cast->show({.number = 77, .crop = {}, .damage = {{0, 0, 640, 480}}, .isCorrupt = true, .time = {}});
+    // Its damage tells of less than what has changed since the last picture that could be read.
+    cast->show({.number = 2, .crop = {}, .damage = {{0, 0, 8, 8}}, .time = {}});
+    waitForNumber(2);
+    EXPECT_EQ(recorder.complaints(), "");
+}
+
+TEST_F(CastStreamTest, AStillWindowIsRepeatedEveryHalfSecond)
+{
+    openAndAttach();
+    recorder.waitForPictures(4);
+    const auto pictures = recorder.pictures();
+    for (std::size_t index = 1; index < pictures.size(); ++index) {
+        EXPECT_GE(pictures[index].time - pictures[index - 1].time, 500'000'000);
+        EXPECT_TRUE(pictures[index].change.dirty.empty());
+        EXPECT_EQ(pictures[index].address, pictures[0].address);
+    }
+    EXPECT_EQ(recorder.complaints(), "");
+}
+
+TEST_F(CastStreamTest, ABufferThatRepeatsTheOneBeforeIsNoNewPicture)
+{
+    const auto time = monotonicNow();
+    open();
+    cast->show({.number = 1, .crop = {}, .damage = {}, .time = time});
+    watcher.waitForSize();
+    attach();
+    waitForNumber(1);
+    cast->show({.number = 77, .crop = {}, .damage = {}, .time = time});
+    cast->show({.number = 2, .crop = {}, .damage = {}, .time = monotonicNow()});
+    waitForNumber(2);
+    expectNumbersAndNoOthers({1, 2});
+}
+
+TEST_F(CastStreamTest, APictureWhoseTimeStandsStillIsTakenWhenItIsDamaged)
+{
+    const auto time = monotonicNow();
+    open();
+    cast->show({.number = 1, .crop = {}, .damage = {}, .time = time});
+    watcher.waitForSize();
+    attach();
+    waitForNumber(1);
+    cast->show({.number = 2, .crop = {}, .damage = {{0, 0, 640, 480}}, .time = time});
+    waitForNumber(2);
+    EXPECT_EQ(recorder.complaints(), "") << "time goes on";
+}
+
+TEST_F(CastStreamTest, AResizedWindowIsFittedIn)
+{
+    openAndAttach();
+    const auto fitted = fitRectangle(800, 400, 640, 480);
+    cast->resize(800, 400);
+    recorder.setPart({fitted.x, fitted.y, fitted.width, fitted.height});
+    cast->show(2);
+    waitForNumber(2);
+    EXPECT_EQ(recorder.complaints(), "");
+    EXPECT_TRUE(recorder.stops().empty());
+}
+
+TEST_F(CastStreamTest, AfterANewFormatWithoutPicturesTheStreamIsConnectedAnew)
+{
+    openAndAttach();
+    const auto before = cast->connections();
+    cast->resize(320, 240);
+    cast->waitForConnections(before + 1);
+    recorder.setPart({0, 0, 640, 480});
+    cast->show(2);
+    waitForNumber(2);
+    EXPECT_EQ(recorder.complaints(), "");
+    EXPECT_TRUE(recorder.stops().empty());
+}
+
+TEST_F(CastStreamTest, AClosedWindowEndsTheStream)
+{
+    openAndAttach();
+    cast->close();
+    recorder.waitForStop();
+    ASSERT_EQ(recorder.stops().size(), 1U);
+    EXPECT_EQ(recorder.stops()[0].domain, "Velmora.Portal");
+    EXPECT_FALSE(recorder.stops()[0].localizedDescription.empty());
+    EXPECT_EQ(watcher.waitForEnd(), recorder.stops()[0]);
+    EXPECT_FALSE(stream->attach(pictureSize(640, 480), nearestScalers(), recorder.callbacks()));
+}
+
+TEST_F(CastStreamTest, EndingTellsTheReasonOnce)
+{
+    openAndAttach();
+    const Error reason{"Velmora.Portal", 3, "The desktop has ended the sharing.", nullptr};
+    stream->end(reason);
+    stream->end(reason);
+    EXPECT_EQ(recorder.stops(), (std::vector<Error>{reason}));
+}
+
+TEST_F(CastStreamTest, AfterDetachingNothingComes)
+{
+    openAndAttach();
+    stream->detach(attachment);
+    const auto before = recorder.pictures().size();
+    Recorder second;
+    ASSERT_TRUE(stream->attach(pictureSize(640, 480), nearestScalers(), second.callbacks()));
+    cast->show(2);
+    second.waitFor("frame 2", [&] { return !second.pictures().empty() && second.pictures().back().reading.number() == 2U; });
+    EXPECT_EQ(recorder.pictures().size(), before);
+}
+
+TEST_F(CastStreamTest, WhoLetsGoLateDoesNotDetachItsSuccessor)
+{
+    openAndAttach();
+    Recorder second;
+    ASSERT_TRUE(stream->attach(pictureSize(640, 480), nearestScalers(), second.callbacks()));
+    stream->detach(attachment);
+    cast->show(2);
+    second.waitFor("frame 2", [&] { return !second.pictures().empty() && second.pictures().back().reading.number() == 2U; });
+}
+
+TEST_F(CastStreamTest, WhileAllPicturesAreHeldNoneIsTaken)
+{
+    openAndAttach();
+    recorder.hold(true);
+    for (std::uint32_t number = 2; number < 30; ++number)
+        cast->show(number);
+    recorder.waitFor("the pool is used up", [&] {
+        std::set<const std::byte*> addresses;
+        for (const auto& picture : recorder.pictures())
+            addresses.insert(picture.address);
+        return addresses.size() == PicturePool::pictureCount;
+    });
+    recorder.hold(false);
+    cast->show(30);
+    waitForNumber(30);
+    EXPECT_EQ(recorder.complaints(), "");
+}
+
+TEST_F(CastStreamTest, AFormatThatCannotBeReadEndsTheStream)
+{
+    cast = std::make_unique<TestCast>(TestCast::Options{.isUnreadable = true});
+    open();
+    const auto error = watcher.waitForEnd();
+    ASSERT_TRUE(error);
+    EXPECT_FALSE(error->localizedDescription.empty());
+}
+
+TEST(CastStream, AConnectionThatIsNoneIsAnError)
+{
+    Watcher watcher;
+    const auto opened = CastStream::create(FileDescriptor{}, 42, watcher.callbacks());
+    EXPECT_FALSE(opened);
+}
+
+}  // namespace
+}  // namespace velmora::linux_backend

@@ -1,0 +1,69 @@
+// A window that a test draws and shares over PipeWire, as a desktop does.
+#pragma once
+
+#include "base/Geometry.h"
+#include "platform/linux/FileDescriptor.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace velmora::linux_backend {
+
+/// A node of the server of this desktop. Frames carry numbers that readFrameNumber() reads.
+class TestCast {
+public:
+    struct Options {
+        std::int32_t width = 640;
+        std::int32_t height = 480;
+        bool isRedFirst = false;
+        /// The format that is offered cannot be read.
+        bool isUnreadable = false;
+    };
+
+    struct Frame {
+        std::uint32_t number = 0;
+        std::optional<PixelRect> crop;  ///< the window within the picture; the rest is noise
+        std::vector<PixelRect> damage;  ///< none: nothing is told
+        bool isCorrupt = false;  ///< and shows another number
+        bool isEmpty = false;
+        std::optional<std::int64_t> time;  ///< none: now
+        /// Draws the number only into the damage, so that damage that is left out shows.
+        bool drawsDamageOnly = false;
+    };
+
+    TestCast();
+    explicit TestCast(Options options);
+    ~TestCast();
+    TestCast(const TestCast&) = delete;
+    TestCast& operator=(const TestCast&) = delete;
+
+    /// Waits until the server has named it.
+    [[nodiscard]] std::uint32_t nodeID();
+
+    /// Waits until somebody takes pictures, then hands one over.
+    void show(const Frame& frame);
+    void show(std::uint32_t number) { show({.number = number, .crop = {}, .damage = {}, .time = {}}); }
+
+    /// From now on pictures of another size, in a new format.
+    void resize(std::int32_t width, std::int32_t height);
+
+    /// How often somebody began to take pictures.
+    [[nodiscard]] int connections();
+
+    /// Waits until as many have begun.
+    void waitForConnections(int count);
+
+    /// The window is closed.
+    void close();
+
+    /// A connection to the server, as a portal hands it out.
+    [[nodiscard]] static FileDescriptor connectToServer();
+
+private:
+    struct Implementation;
+    std::unique_ptr<Implementation> implementation_;
+};
+
+}  // namespace velmora::linux_backend
