@@ -348,15 +348,6 @@ TEST_F(CastStreamTest, WhileAllPicturesAreHeldNoneIsTaken)
     EXPECT_EQ(recorder.complaints(), "");
 }
 
-TEST_F(CastStreamTest, AFormatThatCannotBeReadEndsTheStream)
-{
-    cast = std::make_unique<TestCast>(TestCast::Options{.isUnreadable = true});
-    open();
-    const auto error = watcher.waitForEnd();
-    ASSERT_TRUE(error);
-    EXPECT_FALSE(error->localizedDescription.empty());
-}
-
 TEST(CastStream, AConnectionThatIsNoneIsAnError)
 {
     Watcher watcher;

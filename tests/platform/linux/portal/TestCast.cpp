@@ -72,9 +72,7 @@ struct TestCast::Implementation {
         const spa_fraction variable{0, 1};
         const spa_fraction slowest{1, 1};
         const spa_fraction fastest{60, 1};
-        const auto name = options.isUnreadable ? SPA_VIDEO_FORMAT_GRAY8
-            : options.isRedFirst               ? SPA_VIDEO_FORMAT_RGBx
-                                               : SPA_VIDEO_FORMAT_BGRx;
+        const auto name = options.isRedFirst ? SPA_VIDEO_FORMAT_RGBx : SPA_VIDEO_FORMAT_BGRx;
         return static_cast<const spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat,
             SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw),
             SPA_FORMAT_VIDEO_format, SPA_POD_Id(name), SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_framerate,

@@ -18,8 +18,6 @@ public:
         std::int32_t width = 640;
         std::int32_t height = 480;
         bool isRedFirst = false;
-        /// The format that is offered cannot be read.
-        bool isUnreadable = false;
     };
 
     struct Frame {

@@ -1,0 +1,52 @@
+// The windows that the user has let this program share before.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace velmora::linux_backend {
+
+/// The desktop tells neither title nor application of a window, so a grant is known by when it was given.
+struct WindowGrant {
+    std::uint32_t id = 0;
+    std::string restoreToken;  ///< good for one session
+    std::int64_t grantedAt = 0;  ///< seconds since 1970
+    std::int32_t width = 0;  ///< pixels, when it was shared last
+    std::int32_t height = 0;
+
+    friend bool operator==(const WindowGrant&, const WindowGrant&) = default;
+};
+
+/// Kept in one file that only its owner may read: who has a token may see the window. A file that is missing, damaged, or somebody else's
+/// counts as one without grants. Main thread only.
+class WindowGrants {
+public:
+    static constexpr std::size_t maximumCount = 8;
+    static constexpr std::uint32_t firstID = 2;
+
+    explicit WindowGrants(std::filesystem::path file) : file_(std::move(file)) { }
+
+    /// "velmora/window-grants.json" in the user's folder for state (XDG Base Directory Specification).
+    [[nodiscard]] static std::filesystem::path usualFile();
+
+    /// The last one that was used first.
+    [[nodiscard]] std::vector<WindowGrant> grants() const;
+
+    /// An ID that no grant has.
+    [[nodiscard]] std::uint32_t freeID() const;
+
+    /// Puts the grant first, in place of that of the same ID; beyond the maximum, the oldest is forgotten. What cannot be written is lost.
+    void store(const WindowGrant& grant);
+
+    /// The token of this grant is used up, and no other has come for it.
+    void remove(std::uint32_t id);
+
+private:
+    void write(const std::vector<WindowGrant>& grants) const;
+
+    std::filesystem::path file_;
+};
+
+}  // namespace velmora::linux_backend
