@@ -95,6 +95,19 @@ private:
         const auto match = std::find_if(windows.begin(), windows.end(), [&](const auto& w) { return w.id == command_.windowID; });
         if (match != windows.end())
             window = *match;
+        if (!catalogue_.needsRequest(window.id))
+            return startCapture(window);
+        catalogue_.requestWindow(window.id, [this](Result<std::optional<CapturedWindowInfo>> granted) {
+            if (!granted)
+                return fail(std::string{capture_message::failedToCapture} + granted.error().localizedDescription);
+            if (!*granted || isEnding_)
+                return end(command_line::failed);
+            startCapture(**granted);
+        });
+    }
+
+    void startCapture(const CapturedWindowInfo& window)
+    {
         service_->startCapture(window, [this](Result<ScreenCaptureKitService::StartOutcome> outcome) {
             if (!outcome)
                 return fail(std::string{capture_message::failedToCapture} + outcome.error().localizedDescription);

@@ -48,11 +48,21 @@ struct ShareableContent {
 class ShareableContentProvider {
 public:
     using Completion = UniqueFunction<void(Result<ShareableContent>)>;
+    /// The window as it was granted, perhaps another one than was asked for; none when the user cancelled.
+    using RequestCompletion = UniqueFunction<void(Result<std::optional<ShareableWindow>>)>;
 
     virtual ~ShareableContentProvider() = default;
 
     /// Queries the desktop afresh. `completion` is called exactly once, on any thread, perhaps before this call returns.
     virtual void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly, Completion completion) = 0;
+
+    /// True for a listed window that its user has to grant first, in a dialog of the desktop's own: such a window is to be requested
+    /// before it is captured, and what is granted is captured instead of it. Main thread.
+    [[nodiscard]] virtual bool needsRequest(std::uint32_t /*windowID*/) const { return false; }
+
+    /// For windows that need it. Main thread; `completion` is called once, on the main thread, not before this call has returned. A later
+    /// request cancels one that is on its way.
+    virtual void requestWindow(std::uint32_t /*windowID*/, RequestCompletion /*completion*/) { }
 };
 
 }  // namespace velmora::platform

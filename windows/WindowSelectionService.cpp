@@ -35,6 +35,22 @@ void WindowSelectionService::refreshWindows(UniqueFunction<void()> completion)
         });
 }
 
+void WindowSelectionService::requestWindow(std::uint32_t id, RequestCompletion completion)
+{
+    content_->requestWindow(id,
+        [weak = std::weak_ptr(self_), completion = std::move(completion)](
+            Result<std::optional<platform::ShareableWindow>> granted) mutable {
+            if (weak.expired())
+                return;
+            if (!granted)
+                return completion(fail(std::move(granted.error())));
+            if (!*granted)
+                return completion(std::optional<CapturedWindowInfo>{});
+            // A window that may not be recorded is none that the user can have meant.
+            completion(window_catalogue::entry(**granted, static_cast<std::int32_t>(QCoreApplication::applicationPid())));
+        });
+}
+
 void WindowSelectionService::publish(Result<platform::ShareableContent> result)
 {
     if (result) {

@@ -39,6 +39,15 @@ public:
     /// the failure has been published; never when the service is gone first. Calls may overlap: the later completion wins.
     void refreshWindows(UniqueFunction<void()> completion = [] {});
 
+    /// True for an entry that the user has to grant in the desktop's own dialog: then requestWindow() comes before a capture.
+    [[nodiscard]] bool needsRequest(std::uint32_t id) const { return content_->needsRequest(id); }
+
+    using RequestCompletion = UniqueFunction<void(Result<std::optional<CapturedWindowInfo>>)>;
+
+    /// Lets the desktop ask its user. `completion` gets what is to be captured, none when the user cancelled; once, on the main thread, never
+    /// when the service is gone first.
+    void requestWindow(std::uint32_t id, RequestCompletion completion);
+
     /// See window_catalogue::findWindow.
     static void findSCWindow(
         platform::ShareableContentProvider& content, Executor& mainExecutor, std::uint32_t id, window_catalogue::FindCompletion completion);

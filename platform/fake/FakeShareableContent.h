@@ -3,6 +3,7 @@
 
 #include "platform/ShareableContent.h"
 
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -27,6 +28,14 @@ public:
             completion(answer(queries.back()));
     }
 
+    [[nodiscard]] bool needsRequest(std::uint32_t windowID) const override { return windowsToRequest.contains(windowID); }
+
+    void requestWindow(std::uint32_t windowID, RequestCompletion completion) override
+    {
+        requests.push_back(windowID);
+        pendingRequest = std::move(completion);
+    }
+
     void answerNext()
     {
         auto [query, completion] = std::move(held_.front());
@@ -46,6 +55,9 @@ public:
     std::optional<Error> error;
     bool holdsAnswers = false;
     std::vector<Query> queries;
+    std::set<std::uint32_t> windowsToRequest;
+    std::vector<std::uint32_t> requests;
+    RequestCompletion pendingRequest;
 
 private:
     [[nodiscard]] Result<platform::ShareableContent> answer(const Query& query) const

@@ -15,6 +15,8 @@
 #include "platform/linux/desktop/LinuxWorkspace.h"
 #include "platform/linux/desktop/PortalFolderChooser.h"
 #include "platform/linux/mpv/LinuxPlayers.h"
+#include "platform/linux/portal/PortalScreenCaptureAccess.h"
+#include "platform/linux/portal/PortalShareableContent.h"
 #include "platform/linux/x11/X11DisplayChanges.h"
 #include "platform/linux/x11/X11EventThread.h"
 #include "platform/linux/x11/X11HotKeyCenter.h"
@@ -74,6 +76,26 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
         .startDetached = {}});
 }
 
+void usePortal(PlatformServices& services, const std::shared_ptr<Executor>& mainExecutor)
+{
+    using namespace linux_backend;
+    const auto content = std::make_shared<PortalShareableContent>(mainExecutor);
+    services.shareableContent = content;
+    services.captureStreams = makeCaptureStreams({
+        .makeVideoSource =
+            [content](const ContentFilter& filter, const StreamConfiguration& configuration) {
+                return content->makeVideoSource(filter.window().windowID, configuration, makePictureScaler);
+            },
+        .makeAudioSource = makeApplicationAudioSource,
+        .shareableContent = content,
+    });
+    services.screenCaptureAccess = std::make_shared<PortalScreenCaptureAccess>();
+    services.hotKeyCenter = null_backend::makeHotKeyCenter();
+    services.windowActivation = null_backend::makeWindowActivation();
+    services.trayAppearance = null_backend::makeTrayAppearance();
+    services.workspace = makeWorkspace({});
+}
+
 void useNothing(PlatformServices& services, const char* reason)
 {
     services.shareableContent = null_backend::makeShareableContent(reason);
@@ -106,7 +128,7 @@ PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor, Ma
     services.folderChooser = makePortalFolderChooser();
     // Xwayland would answer too, but shows only some of the windows, and those not whole.
     if (!environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland")
-        useNothing(services, "Windows of a Wayland session cannot be captured yet; log in to an X11 session.");
+        usePortal(services, mainExecutor);
     else if (!environment("DISPLAY").empty())
         useX11(services, mainExecutor);
     else

@@ -1,5 +1,7 @@
 #include "windows/views/WindowPickerModel.h"
 
+#include "capture/CaptureMessages.h"
+
 #include <QPointer>
 
 #include <algorithm>
@@ -99,10 +101,30 @@ void WindowPickerModel::start()
     const auto chosen = std::find_if(available.begin(), available.end(), [this](const auto& window) { return window.id == selectedID_; });
     if (chosen == available.end())
         return;
-    coordinator_->selectWindowAndStartCapture(*chosen, [self = QPointer{this}] {
+    if (!windowService_->needsRequest(chosen->id))
+        return capture(*chosen);
+    windowService_->requestWindow(chosen->id, [self = QPointer{this}](Result<std::optional<CapturedWindowInfo>> granted) {
+        if (!self)
+            return;
+        if (!granted)
+            self->report(granted.error());
+        else if (*granted)
+            self->capture(**granted);
+    });
+}
+
+void WindowPickerModel::capture(const CapturedWindowInfo& window)
+{
+    coordinator_->selectWindowAndStartCapture(window, [self = QPointer{this}] {
         if (self)
             emit self->dismissed();
     });
+}
+
+void WindowPickerModel::report(const Error& error)
+{
+    if (coordinator_->onCaptureError)
+        coordinator_->onCaptureError(std::string{capture_message::failedToCapture} + error.localizedDescription);
 }
 
 int WindowPickerModel::rowCount(const QModelIndex& parent) const

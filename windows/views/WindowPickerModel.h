@@ -59,7 +59,8 @@ public:
     /// Selects the next row above (-1) or below (1); the nearest end when nothing visible is selected.
     Q_INVOKABLE void moveSelection(int step);
 
-    /// "Start Clipping This Window".
+    /// "Start Clipping This Window". A window that the user has to grant first is asked for in the desktop's own dialog; the picker stays
+    /// open meanwhile, and when that is cancelled.
     Q_INVOKABLE void start();
 
     /// "Cancel".
@@ -89,6 +90,8 @@ signals:
 private:
     void setSelectedID(std::optional<std::uint32_t> id);
     void filter();
+    void capture(const CapturedWindowInfo& window);
+    void report(const Error& error);
 
     std::shared_ptr<WindowSelectionService> windowService_;
     std::shared_ptr<CaptureCoordinator> coordinator_;

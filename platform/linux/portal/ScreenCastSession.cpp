@@ -22,7 +22,8 @@ constexpr uint windows = 2;
 constexpr uint embeddedCursor = 2;
 constexpr uint untilRevoked = 2;
 constexpr uint versionWithTokens = 4;
-constexpr int patience = 10'000;
+constexpr int patience = 10'000;  // milliseconds, for answers that no user has to give
+constexpr int blockingPatience = 5'000;
 
 QDBusMessage propertiesCall()
 {
@@ -227,7 +228,7 @@ Result<void> checkScreenCastAvailable(const std::string& busAddress)
     auto bus = portal::bus(busAddress);
     if (!bus.isConnected())
         return failPortal(PortalErrorCode::unavailable, "There is no session bus.");
-    const QDBusPendingReply<QVariantMap> reply = bus.call(propertiesCall(), QDBus::Block, patience);
+    const QDBusPendingReply<QVariantMap> reply = bus.call(propertiesCall(), QDBus::Block, blockingPatience);
     auto found = abilities(reply);
     if (!found)
         return fail(std::move(found.error()));

@@ -20,7 +20,7 @@ struct WindowGrant {
 };
 
 /// Kept in one file that only its owner may read: who has a token may see the window. A file that is missing, damaged, or somebody else's
-/// counts as one without grants. Main thread only.
+/// counts as one without grants. Reading is safe on any thread, the rest is the main thread's.
 class WindowGrants {
 public:
     static constexpr std::size_t maximumCount = 8;

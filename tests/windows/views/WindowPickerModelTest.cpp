@@ -116,6 +116,66 @@ TEST_F(WindowPickerModelTest, ASelectionThatTheSearchHidesStaysAndCanBeStarted)
     EXPECT_EQ(dismissals, 1);
 }
 
+class WindowPickerRequestTest : public WindowPickerModelTest {
+protected:
+    /// Window 1 is started, and the desktop asks its user.
+    void startRequest()
+    {
+        list({window(1, "Choose", "a window"), window(2, "Beta", "granted")});
+        content->windowsToRequest = {1};
+        appear();
+        model.select(1);
+        coordinator->onCaptureError = [this](const std::string& message) { errors.push_back(message); };
+        model.start();
+        executor->runAll();
+    }
+
+    std::vector<std::string> errors;
+};
+
+TEST_F(WindowPickerRequestTest, AWindowThatNeedsItIsRequestedBeforeItIsCaptured)
+{
+    startRequest();
+    EXPECT_THAT(content->requests, ElementsAre(1U));
+    EXPECT_FALSE(coordinator->selectedWindow());
+    EXPECT_EQ(dismissals, 0);
+}
+
+TEST_F(WindowPickerRequestTest, WhatIsGrantedIsCapturedAndNotWhatWasAskedFor)
+{
+    startRequest();
+    ASSERT_THAT(content->requests, ElementsAre(1U));
+    auto granted = content->content.windows.front();
+    granted.windowID = 7;
+    content->content.windows.push_back(granted);
+    content->pendingRequest(std::optional{granted});
+    executor->runAll();
+    ASSERT_TRUE(coordinator->selectedWindow());
+    EXPECT_EQ(coordinator->selectedWindow()->id, 7U);
+    EXPECT_EQ(dismissals, 1);
+}
+
+TEST_F(WindowPickerRequestTest, ACancelledRequestCallsNothingAndLeavesThePickerOpen)
+{
+    startRequest();
+    ASSERT_THAT(content->requests, ElementsAre(1U));
+    content->pendingRequest(std::optional<platform::ShareableWindow>{});
+    executor->runAll();
+    EXPECT_FALSE(coordinator->selectedWindow());
+    EXPECT_THAT(errors, IsEmpty());
+    EXPECT_EQ(dismissals, 0);
+}
+
+TEST_F(WindowPickerRequestTest, AFailedRequestIsToldToTheUser)
+{
+    startRequest();
+    ASSERT_THAT(content->requests, ElementsAre(1U));
+    content->pendingRequest(fail("Velmora.Test", 1, "No portal."));
+    executor->runAll();
+    EXPECT_FALSE(coordinator->selectedWindow());
+    EXPECT_THAT(errors, ElementsAre("Failed to capture window: No portal."));
+}
+
 TEST_F(WindowPickerModelTest, TheWindowThatIsCapturedIsSelectedAndMarked)
 {
     list({window(1, "Alpha", "a"), window(2, "Beta", "b")});

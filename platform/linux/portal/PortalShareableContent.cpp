@@ -1,0 +1,347 @@
+#include "platform/linux/portal/PortalShareableContent.h"
+
+#include "base/Mutex.h"
+#include "platform/linux/portal/CastStream.h"
+#include "platform/linux/portal/Errors.h"
+#include "platform/linux/portal/ScreenCastSession.h"
+
+#include <QDateTime>
+#include <QLocale>
+#include <QTimer>
+
+#include <algorithm>
+#include <ctime>
+#include <utility>
+#include <vector>
+
+namespace velmora::linux_backend {
+
+namespace {
+
+// The least that the catalogue lists: the chooser has no size.
+constexpr double smallestSide = 100;
+
+/// A window while it is shared. Made and destroyed on the main thread.
+struct Cast {
+    Cast() = default;
+    ~Cast()
+    {
+        if (gone)
+            gone();
+    }
+    Cast(const Cast&) = delete;
+    Cast& operator=(const Cast&) = delete;
+
+    UniqueFunction<void()> gone;
+    WindowGrant grant;
+    std::unique_ptr<ScreenCastSession> session;
+    std::unique_ptr<CastStream> stream;
+    bool isEnded = false;
+};
+
+platform::ShareableWindow makeEntry(
+    std::uint32_t id, const std::string& name, std::string title, double width, double height, bool isOnScreen)
+{
+    return {
+        .windowID = id,
+        .title = std::move(title),
+        .frame = {0, 0, width, height},
+        .windowLayer = 0,
+        .isOnScreen = isOnScreen,
+        .owningApplication = platform::RunningApplication{.bundleIdentifier = {}, .applicationName = name, .processID = 0},
+    };
+}
+
+platform::ShareableWindow entryFor(const WindowGrant& grant, bool isOnScreen)
+{
+    const auto time = QLocale{}.toString(QDateTime::fromSecsSinceEpoch(grant.grantedAt), QLocale::ShortFormat);
+    return makeEntry(grant.id, "Shared window", "chosen " + time.toStdString(), std::max<double>(smallestSide, grant.width),
+        std::max<double>(smallestSide, grant.height), isOnScreen);
+}
+
+Error noLongerShared()
+{
+    return failPortal(PortalErrorCode::windowUnavailable, "The desktop no longer shares the window.").value();
+}
+
+/// Holds the sharing for as long as it may be wanted.
+class PortalVideoSource final : public VideoSource {
+public:
+    PortalVideoSource(std::shared_ptr<Cast> cast, std::shared_ptr<Executor> mainExecutor,
+        const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler)
+        : cast_(std::move(cast))
+        , mainExecutor_(std::move(mainExecutor))
+        , configuration_(configuration)
+        , makeScaler_(std::move(makeScaler))
+    {
+    }
+
+    ~PortalVideoSource() override { stop(); }
+
+    Result<void> start(Callbacks callbacks) override
+    {
+        if (!cast_)
+            return fail(noLongerShared());
+        auto attached = cast_->stream->attach(configuration_, std::move(makeScaler_), std::move(callbacks));
+        if (!attached)
+            return fail(std::move(attached.error()));
+        attachment_ = *attached;
+        return {};
+    }
+
+    void stop() override
+    {
+        if (!cast_)
+            return;
+        if (attachment_)
+            cast_->stream->detach(*attachment_);
+        // It may be the last owner.
+        mainExecutor_->async([cast = std::exchange(cast_, nullptr)]() mutable { cast.reset(); });
+    }
+
+private:
+    std::shared_ptr<Cast> cast_;
+    const std::shared_ptr<Executor> mainExecutor_;
+    const platform::StreamConfiguration configuration_;
+    PictureScalerFactory makeScaler_;
+    std::optional<CastStream::Attachment> attachment_;
+};
+
+}  // namespace
+
+/// The main thread's, but for what the lock guards.
+class PortalShareableContent::State : public std::enable_shared_from_this<PortalShareableContent::State> {
+public:
+    State(std::shared_ptr<Executor> mainExecutor, PortalShareableContentOptions options)
+        : mainExecutor_(std::move(mainExecutor))
+        , options_(std::move(options))
+        , grants_(options_.grantsFile)
+    {
+        patience_.setSingleShot(true);
+        unclaimed_.setSingleShot(true);
+        QObject::connect(&patience_, &QTimer::timeout,
+            [this] { finish(failPortal(PortalErrorCode::noPicture, "The desktop shared the window, but showed no picture of it.")); });
+        QObject::connect(&unclaimed_, &QTimer::timeout, [this] { offered_.reset(); });
+    }
+
+    platform::ShareableContent content(bool onScreenOnly)
+    {
+        std::optional<WindowGrant> shared;
+        {
+            MutexLock lock(mutex_);
+            shared = shared_;
+        }
+        platform::ShareableContent content;
+        if (shared)
+            content.windows.push_back(entryFor(*shared, true));
+        if (onScreenOnly)
+            return content;
+        for (const auto& grant : grants_.grants()) {
+            if (!shared || shared->id != grant.id)
+                content.windows.push_back(entryFor(grant, false));
+        }
+        content.windows.push_back(
+            makeEntry(chooserID, "Choose a window…", "in this desktop's own dialog", smallestSide, smallestSide, false));
+        return content;
+    }
+
+    [[nodiscard]] bool isListed(std::uint32_t id)
+    {
+        const auto listed = content(false).windows;
+        return std::any_of(listed.begin(), listed.end(), [&](const auto& window) { return window.windowID == id; });
+    }
+
+    void request(std::uint32_t id, RequestCompletion completion)
+    {
+        finish(std::optional<platform::ShareableWindow>{});
+        if (auto live = live_.lock(); live && !live->isEnded && live->grant.id == id) {
+            offer(std::move(live));
+            return mainExecutor_->async([entry = entryFor(offered_->grant, true), completion = std::move(completion)]() mutable {
+                completion(std::optional{std::move(entry)});
+            });
+        }
+        completion_ = std::move(completion);
+        requested_ = std::make_shared<Cast>();
+        const auto known = grants_.grants();
+        const auto found = std::find_if(known.begin(), known.end(), [&](const auto& grant) { return grant.id == id; });
+        requested_->grant = found == known.end() ? WindowGrant{} : *found;
+        const std::weak_ptr<State> weak = weak_from_this();
+        const std::weak_ptr<Cast> cast = requested_;
+        requested_->session = std::make_unique<ScreenCastSession>(
+            options_.busAddress, requested_->grant.restoreToken,
+            [weak](Result<std::optional<SharedWindow>> window) {
+                if (const auto self = weak.lock())
+                    self->opened(std::move(window));
+            },
+            [weak, cast] {
+                const auto self = weak.lock();
+                const auto closed = cast.lock();
+                if (self && closed)
+                    self->ended(closed, noLongerShared());
+            });
+    }
+
+    std::shared_ptr<Cast> take(std::uint32_t id)
+    {
+        auto live = live_.lock();
+        offered_.reset();
+        unclaimed_.stop();
+        return live && live->grant.id == id && !live->isEnded ? live : nullptr;
+    }
+
+    [[nodiscard]] const std::shared_ptr<Executor>& mainExecutor() const { return mainExecutor_; }
+
+private:
+    void opened(Result<std::optional<SharedWindow>> window)
+    {
+        if (!window)
+            return finish(fail(std::move(window.error())));
+        if (!*window)
+            return finish(std::optional<platform::ShareableWindow>{});
+        auto& grant = requested_->grant;
+        const bool wasKnown = grant.id != 0;
+        grant.restoreToken = (*window)->restoreToken;
+        grant.grantedAt = wasKnown ? grant.grantedAt : std::time(nullptr);
+        // The old token is used up, whatever comes of this session.
+        if (wasKnown)
+            remember(grant);
+
+        const std::weak_ptr<State> weak = weak_from_this();
+        const std::weak_ptr<Cast> cast = requested_;
+        const auto post = [weak, cast, executor = mainExecutor_](auto work) {
+            executor->async([weak, cast, work = std::move(work)]() mutable {
+                const auto self = weak.lock();
+                const auto owner = cast.lock();
+                if (self && owner)
+                    work(*self, owner);
+            });
+        };
+        auto stream = CastStream::create(std::move((*window)->remote), (*window)->nodeID,
+            {.firstPicture =
+                    [post](std::int32_t width, std::int32_t height) {
+                        post([width, height](State& self, const std::shared_ptr<Cast>& owner) { self.shown(owner, width, height); });
+                    },
+                .stopped =
+                    [post](const Error& error) {
+                        post([error](State& self, const std::shared_ptr<Cast>& owner) { self.ended(owner, error); });
+                    }});
+        if (!stream)
+            return finish(fail(std::move(stream.error())));
+        requested_->stream = std::move(*stream);
+        patience_.start(options_.firstPicturePatience);
+    }
+
+    void shown(const std::shared_ptr<Cast>& cast, std::int32_t width, std::int32_t height)
+    {
+        if (cast != requested_)
+            return;
+        auto& grant = cast->grant;
+        if (grant.id == 0)
+            grant.id = freeID();
+        grant.width = width;
+        grant.height = height;
+        remember(grant);
+        {
+            MutexLock lock(mutex_);
+            shared_ = grant;
+        }
+        live_ = cast;
+        cast->gone = [weak = weak_from_this()] {
+            const auto self = weak.lock();
+            if (self && self->live_.expired())
+                self->nothingIsShared();
+        };
+        offer(cast);
+        finish(std::optional{entryFor(grant, true)});
+    }
+
+    [[nodiscard]] std::uint32_t freeID()
+    {
+        const auto id = grants_.freeID();
+        MutexLock lock(mutex_);
+        return shared_ && shared_->id == id ? id + 1 : id;
+    }
+
+    void nothingIsShared()
+    {
+        MutexLock lock(mutex_);
+        shared_.reset();
+    }
+
+    /// Sharing ended by itself.
+    void ended(const std::shared_ptr<Cast>& cast, const Error& error)
+    {
+        cast->isEnded = true;
+        if (cast == requested_)
+            return finish(fail(error));
+        cast->stream->end(error);
+        if (cast != live_.lock())
+            return;
+        nothingIsShared();
+        offered_.reset();
+    }
+
+    void remember(const WindowGrant& grant)
+    {
+        if (grant.restoreToken.empty())
+            grants_.remove(grant.id);
+        else
+            grants_.store(grant);
+    }
+
+    void offer(std::shared_ptr<Cast> cast)
+    {
+        offered_ = std::move(cast);
+        unclaimed_.start(options_.unclaimedPatience);
+    }
+
+    void finish(Result<std::optional<platform::ShareableWindow>> result)
+    {
+        patience_.stop();
+        requested_.reset();
+        if (auto completion = std::exchange(completion_, nullptr))
+            completion(std::move(result));
+    }
+
+    const std::shared_ptr<Executor> mainExecutor_;
+    const PortalShareableContentOptions options_;
+    WindowGrants grants_;
+    QTimer patience_;
+    QTimer unclaimed_;
+    RequestCompletion completion_;
+    std::shared_ptr<Cast> requested_;  // on its way
+    std::shared_ptr<Cast> offered_;  // until a stream takes it
+    std::weak_ptr<Cast> live_;  // the last one that was granted
+    Mutex mutex_;
+    std::optional<WindowGrant> shared_ GUARDED_BY(mutex_);
+};
+
+PortalShareableContent::PortalShareableContent(std::shared_ptr<Executor> mainExecutor, PortalShareableContentOptions options)
+    : state_(std::make_shared<State>(std::move(mainExecutor), std::move(options)))
+{
+}
+
+PortalShareableContent::~PortalShareableContent() = default;
+
+void PortalShareableContent::getShareableContent(bool, bool onScreenWindowsOnly, Completion completion)
+{
+    completion(state_->content(onScreenWindowsOnly));
+}
+
+bool PortalShareableContent::needsRequest(std::uint32_t windowID) const
+{
+    return state_->isListed(windowID);
+}
+
+void PortalShareableContent::requestWindow(std::uint32_t windowID, RequestCompletion completion)
+{
+    state_->request(windowID, std::move(completion));
+}
+
+std::unique_ptr<VideoSource> PortalShareableContent::makeVideoSource(
+    std::uint32_t windowID, const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler)
+{
+    return std::make_unique<PortalVideoSource>(state_->take(windowID), state_->mainExecutor(), configuration, std::move(makeScaler));
+}
+
+}  // namespace velmora::linux_backend

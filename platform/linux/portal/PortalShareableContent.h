@@ -1,0 +1,54 @@
+// The windows that can be captured where only the user may choose them: through the desktop's portal.
+#pragma once
+
+#include "base/SerialQueue.h"
+#include "platform/ShareableContent.h"
+#include "platform/StreamConfiguration.h"
+#include "platform/linux/VideoSource.h"
+#include "platform/linux/portal/CastPictures.h"
+#include "platform/linux/portal/WindowGrants.h"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace velmora::linux_backend {
+
+struct PortalShareableContentOptions {
+    std::string busAddress = {};  ///< empty: the session bus
+    std::filesystem::path grantsFile = WindowGrants::usualFile();
+    std::chrono::milliseconds firstPicturePatience{10'000};  ///< for a shared window to show itself
+    std::chrono::milliseconds unclaimedPatience{10'000};  ///< for a granted window to be captured
+};
+
+/// Lists an entry for the desktop's own chooser, and the windows that the user has granted before. A desktop tells neither title nor
+/// application of a window, so an entry says when it was granted; its frame has the size that the window had then. Every entry needs a
+/// request, which shares the window, asking the user where the desktop wants that; from then on it is on the screen, until the stream of
+/// it, or the desktop, ends the sharing. One window is shared at a time. There are no displays and no applications.
+class PortalShareableContent final : public platform::ShareableContentProvider {
+public:
+    /// The entry for the desktop's chooser.
+    static constexpr std::uint32_t chooserID = 1;
+
+    explicit PortalShareableContent(std::shared_ptr<Executor> mainExecutor, PortalShareableContentOptions options = {});
+    ~PortalShareableContent() override;
+    PortalShareableContent(const PortalShareableContent&) = delete;
+    PortalShareableContent& operator=(const PortalShareableContent&) = delete;
+
+    /// On any thread; completes before it returns.
+    void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly, Completion completion) override;
+    [[nodiscard]] bool needsRequest(std::uint32_t windowID) const override;
+    void requestWindow(std::uint32_t windowID, RequestCompletion completion) override;
+
+    /// Pictures of the window that was granted last; its start fails when `windowID` is another. Main thread.
+    [[nodiscard]] std::unique_ptr<VideoSource> makeVideoSource(
+        std::uint32_t windowID, const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler);
+
+private:
+    class State;
+    std::shared_ptr<State> state_;
+};
+
+}  // namespace velmora::linux_backend
