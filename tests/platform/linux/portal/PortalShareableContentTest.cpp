@@ -10,6 +10,7 @@
 #include <QMetaObject>
 
 #include <gmock/gmock.h>
+#include <thread>
 
 namespace velmora::linux_backend {
 namespace {
@@ -83,8 +84,10 @@ protected:
     platform::ShareableWindow grant(std::uint32_t id = PortalShareableContent::chooserID)
     {
         request(id);
-        cast->show(1);
+        // It waits for somebody who takes pictures, which this thread has to bring about.
+        std::thread window{[this] { cast->show(1); }};
         EXPECT_TRUE(isAnswered());
+        window.join();
         if (!answer || !*answer || !**answer) {
             ADD_FAILURE() << "nothing was granted: " << (answer && !*answer ? answer->error().localizedDescription : "cancelled");
             return {};
