@@ -1,4 +1,4 @@
-// Inside the Linux back end: where a stream's pictures come from (an X11 window, later a portal's cast).
+// Inside the Linux back end: where a stream's pictures come from (an X11 window, or what a portal shares).
 #pragma once
 
 #include "base/Result.h"

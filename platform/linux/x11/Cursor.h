@@ -2,8 +2,8 @@
 #pragma once
 
 #include "base/Geometry.h"
-#include "platform/linux/x11/Connection.h"
 #include "platform/linux/pictures/PicturePool.h"
+#include "platform/linux/x11/Connection.h"
 
 #include <cstdint>
 #include <memory>
