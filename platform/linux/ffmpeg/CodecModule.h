@@ -3,6 +3,7 @@
 #pragma once
 
 #include "base/Result.h"
+#include "base/UniqueFunction.h"
 #include "media/SampleBuffer.h"
 #include "platform/AssetWriter.h"
 #include "platform/CompressionSession.h"
@@ -45,6 +46,9 @@ public:
     virtual Result<void> scale(const std::byte* source, PixelRect sourceSize, std::size_t sourceBytesPerRow, std::byte* destination,
         PixelRect destinationSize, std::size_t destinationBytesPerRow) = 0;
 };
+
+/// Makes a scaler when the first picture has to be scaled.
+using PictureScalerFactory = UniqueFunction<Result<std::unique_ptr<PictureScaler>>()>;
 
 /// One picture of a track, and how large it may become.
 struct PictureRequest {

@@ -16,8 +16,6 @@
 
 namespace velmora::linux_backend {
 
-using PictureScalerFactory = UniqueFunction<Result<std::unique_ptr<PictureScaler>>()>;
-
 /// Owns the pictures that one stream delivers, all of the configuration's size: content of another size is fitted in, its shape kept,
 /// centred, black around. Used on one thread, which asks it at deadline() to take the newest picture of the cast, or to repeat the last.
 /// Times are CLOCK_MONOTONIC nanoseconds.

@@ -5,7 +5,7 @@
 #include "platform/ShareableContent.h"
 #include "platform/StreamConfiguration.h"
 #include "platform/linux/VideoSource.h"
-#include "platform/linux/portal/CastPictures.h"
+#include "platform/linux/ffmpeg/CodecModule.h"
 #include "platform/linux/portal/WindowGrants.h"
 
 #include <chrono>

@@ -188,6 +188,7 @@ TEST_F(PortalShareableContentTest, AWindowThatIsSharedAlreadyIsGrantedAgainAtOnc
     first->stop();
     cast->show(9);
     second.waitFor("frame 9", [&] { return !second.pictures().empty() && second.pictures().back().reading.number() == 9U; });
+    source.reset();
     EXPECT_EQ(portal.dialogs, 1);
     EXPECT_EQ(portal.restored, 0);
 }

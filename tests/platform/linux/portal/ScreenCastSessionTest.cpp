@@ -80,13 +80,13 @@ TEST_F(ScreenCastSessionTest, WhatItHandsOutShowsTheWindow)
     open();
     ASSERT_TRUE(isAnswered());
     ASSERT_TRUE(*answer && **answer);
+    Recorder recorder;
     std::atomic<std::int32_t> width{0};
     auto stream = CastStream::create(std::move((**answer)->remote), (**answer)->nodeID,
         {.firstPicture = [&](std::int32_t w, std::int32_t) { width = w; }, .stopped = [](const Error&) {}});
     ASSERT_TRUE(stream) << stream.error().localizedDescription;
     cast.show(5);
     ASSERT_TRUE(PrivateBus::runUntil([&] { return width == 640; }));
-    Recorder recorder;
     ASSERT_TRUE((*stream)->attach(pictureSize(640, 480), nearestScalers(), recorder.callbacks()));
     recorder.waitForPictures(1);
     EXPECT_EQ(recorder.pictures().front().reading.number(), 5U);
