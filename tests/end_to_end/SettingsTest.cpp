@@ -9,12 +9,14 @@
 #include "tests/support/recording/Subjects.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 namespace velmora::test {
 namespace {
 
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 constexpr const char* walkthrough = "Welcome to Velmora — Quick Walkthrough";
 constexpr const char* settings = "Velmora Settings";
@@ -99,6 +101,33 @@ TEST_F(SettingsTest, ACancelledFolderDialogChangesNothing)
     ASSERT_TRUE(isHidden("^Choose Folder$"));
     EXPECT_TRUE(showsFolder(program.clipsFolder()));
     EXPECT_EQ(folderOfTheNextClip(program), program.clipsFolder());
+}
+
+TEST_F(SettingsTest, AFolderThatTakesNoFilesIsRefusedWithItsReasonAndTheOldOneStays)
+{
+    auto options = withAssistiveTechnology();
+    // The superuser writes anywhere, unless that power is taken from it.
+    if (::geteuid() == 0)
+        options.launcher = {"setpriv", "--bounding-set=-dac_override,-dac_read_search"};
+    options.prepareHome = [](const std::filesystem::path& home) {
+        const auto folder = home / "Movies" / "Velmora" / "Read only";
+        std::filesystem::create_directories(folder);
+        std::filesystem::permissions(folder, std::filesystem::perms{0555});
+    };
+    TrayProgram program{options};
+    const auto refused = program.clipsFolder() / "Read only";
+    ASSERT_TRUE(openSettings());
+    ASSERT_TRUE(openFolderDialog());
+    ASSERT_TRUE(AssistiveTechnology::clickOn("list item", "Read only"));
+    ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Choose Folder"));
+    ASSERT_TRUE(isHidden("^Choose Folder$"));
+    EXPECT_TRUE(AssistiveTechnology::find("alert", refused.string() + ": Permission denied"));
+    EXPECT_TRUE(showsFolder(program.clipsFolder()));
+    EXPECT_EQ(folderOfTheNextClip(program), program.clipsFolder());
+
+    ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Change..."));
+    ASSERT_TRUE(isShown("^Choose Folder$"));
+    EXPECT_TRUE(AssistiveTechnology::isAbsent("alert", refused.string())) << "a new choice begins without the old reason";
 }
 
 /// Another program that has Alt+Super+C, from its construction on.
