@@ -105,7 +105,7 @@ bool isHidden(const std::string& title)
     return waitUntil([&] { return visibleWindows(title).empty(); });
 }
 
-void closeByTitleBar(const std::string& title)
+QRect contentPlace(const std::string& title)
 {
     std::string window;
     std::istringstream{runProgram({"xdotool", "search", "--onlyvisible", "--name", title}).output} >> window;
@@ -115,9 +115,14 @@ void closeByTitleBar(const std::string& title)
         EXPECT_NE(found, std::string::npos) << name;
         return found == std::string::npos ? 0 : std::atoi(geometry.c_str() + found + name.size());
     };
+    return {number("Absolute upper-left X:"), number("Absolute upper-left Y:"), number("Width:"), number("Height:")};
+}
+
+void closeByTitleBar(const std::string& title)
+{
     // The title bar lies above what the program draws; its buttons are squares, the last of them in the corner.
     constexpr int middle = 10;
-    click({number("Absolute upper-left X:") + number("Width:") - middle, number("Absolute upper-left Y:") - middle});
+    click(contentPlace(title).topRight() + QPoint{-middle, -middle});
 }
 
 bool hasFocus(const std::string& title)

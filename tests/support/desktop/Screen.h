@@ -34,6 +34,9 @@ void movePointer(const QPoint& position);
 [[nodiscard]] bool isShown(const std::string& title);
 [[nodiscard]] bool isHidden(const std::string& title);
 
+/// Where what the program draws is of the window with that title, without the frame.
+[[nodiscard]] QRect contentPlace(const std::string& title);
+
 /// Clicks the button at the right end of the title bar of the window with that title.
 void closeByTitleBar(const std::string& title);
 
