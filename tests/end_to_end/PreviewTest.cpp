@@ -110,6 +110,22 @@ TEST_F(PreviewTest, PlayingStopsAtTheEndOfTheSelectionByItself)
     ASSERT_TRUE(waitUntil([] { return labelCount("00:01") == 1 && buttonCount("Play") == 1; }));
 }
 
+TEST_F(PreviewTest, TheSlidersTellTheirValuesInSeconds)
+{
+    const auto tells = [](const char* slider, const char* value) {
+        return waitUntil([&] {
+            const auto control = AssistiveTechnology::find("slider", slider);
+            return control && control->value == value;
+        });
+    };
+    ASSERT_TRUE(open(clip()));
+    EXPECT_TRUE(tells("Position", "0"));
+    EXPECT_TRUE(tells("Start", "0"));
+    EXPECT_TRUE(tells("End", "6"));
+    pressKeys({"Tab", "Tab", "Tab", "Right"});
+    EXPECT_TRUE(tells("Start", "0.04"));
+}
+
 TEST_F(PreviewTest, TwoAtOncePlayEachItsOwn)
 {
     const auto other = program.clipsFolder() / "other.mp4";
