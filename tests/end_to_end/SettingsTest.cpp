@@ -8,7 +8,9 @@
 #include "tests/support/desktop/TrayProgram.h"
 #include "tests/support/recording/Subjects.h"
 
+#include <filesystem>
 #include <gmock/gmock.h>
+#include <optional>
 #include <unistd.h>
 
 namespace velmora::test {
@@ -100,6 +102,55 @@ TEST_F(SettingsTest, ACancelledFolderDialogChangesNothing)
     pressKeys({"alt+Up", "Escape"});
     ASSERT_TRUE(isHidden("^Choose Folder$"));
     EXPECT_TRUE(showsFolder(program.clipsFolder()));
+    EXPECT_EQ(folderOfTheNextClip(program), program.clipsFolder());
+}
+
+/// The portal, whose folder dialog is answered as soon as it opens.
+class AnsweringPortal {
+public:
+    explicit AnsweringPortal(std::vector<std::string> answer) : process_(arguments(std::move(answer)))
+    {
+        EXPECT_EQ(process_.readLine(patience), "ready");
+    }
+
+    /// What it tells next, such as the folder that a dialog opens in; waits for it.
+    std::optional<std::string> nextLine() { return process_.readLine(patience); }
+
+private:
+    static std::vector<std::string> arguments(std::vector<std::string> answer)
+    {
+        answer.insert(answer.begin(), VELMORA_ANSWERING_PORTAL);
+        return answer;
+    }
+
+    ChildProcess process_;
+};
+
+TEST_F(SettingsTest, WhereThereIsAPortalItsDialogChoosesAndOursDoesNotOpen)
+{
+    TrayProgram program{withAssistiveTechnology()};
+    const auto chosen = program.home() / "50 % of the films";
+    std::filesystem::create_directory(chosen);
+    AnsweringPortal portal{{"choose", chosen.string()}};
+    ASSERT_TRUE(openSettings());
+    ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Change..."));
+    EXPECT_EQ(portal.nextLine(), "asked " + (program.clipsFolder() / "").string());
+    EXPECT_TRUE(showsFolder(chosen));
+    EXPECT_THAT(visibleWindows("^Choose Folder$"), IsEmpty());
+    EXPECT_EQ(folderOfTheNextClip(program), chosen);
+}
+
+TEST_F(SettingsTest, APortalsDialogThatIsCancelledChangesNothingAndCanBeOpenedAgain)
+{
+    TrayProgram program{withAssistiveTechnology()};
+    AnsweringPortal portal{{"cancel"}};
+    ASSERT_TRUE(openSettings());
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Change..."));
+        EXPECT_EQ(portal.nextLine(), "asked " + (program.clipsFolder() / "").string());
+    }
+    EXPECT_TRUE(showsFolder(program.clipsFolder()));
+    EXPECT_THAT(visibleWindows("^Choose Folder$"), IsEmpty());
     EXPECT_EQ(folderOfTheNextClip(program), program.clipsFolder());
 }
 
