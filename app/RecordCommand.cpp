@@ -53,6 +53,7 @@ public:
     int run()
     {
         service_->setDelegate(weak_from_this());
+        meter_->onEncoderFailed = [this](const std::string& reason) { mainExecutor_->async([this, reason] { encoderFailed(reason); }); };
         QObject::connect(&signals_, &TerminationSignals::received, &signals_, [this] { endRecording(); });
         if (isatty(STDERR_FILENO)) {
             QObject::connect(&progress_, &QTimer::timeout, &progress_, [this] { printProgress(); });
@@ -134,6 +135,15 @@ private:
         if (const auto started = service_->startManualRecording(url); !started)
             return fail(std::string{capture_message::failedToStartRecording} + started.error().localizedDescription);
         url_ = std::move(url);
+    }
+
+    // The first picture comes before or after the file is there.
+    void encoderFailed(const std::string& reason)
+    {
+        if (firstSample_ != 0ns)
+            endRecording();
+        else if (!isEnding_)
+            fail(std::string{capture_message::failedToStartRecording} + reason);
     }
 
     void firstSampleIsWritten(MediaTime time)

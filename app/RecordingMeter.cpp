@@ -1,6 +1,7 @@
 #include "app/RecordingMeter.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 namespace velmora {
@@ -151,8 +152,16 @@ public:
                 ++meter->droppedFrames;
             output(status, std::move(sample));
         };
-        return inner_->makeSession(width, height, codec, std::move(counted));
+        auto session = inner_->makeSession(width, height, codec, std::move(counted));
+        if (!session && meter_->onEncoderFailed) {
+            const auto known = description(session.error());
+            std::exchange(meter_->onEncoderFailed, nullptr)(
+                known.empty() ? "The encoder cannot be started (Status: " + std::to_string(session.error()) + ")." : known);
+        }
+        return session;
     }
+
+    [[nodiscard]] std::string description(platform::CompressionStatus status) const override { return inner_->description(status); }
 
 private:
     std::shared_ptr<platform::CompressionSessionFactory> inner_;

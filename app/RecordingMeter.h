@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace velmora {
 
@@ -26,6 +27,10 @@ public:
     /// Called once, on the writer's queue, when the writer has failed and refuses a sample: a full disk, say. Set before the recording
     /// starts.
     std::function<void()> onWriterFailed;
+
+    /// Called once, on the queue of the pictures, when no encoder can be made for them: nothing will be written. Set before the capture
+    /// starts.
+    std::function<void(const std::string& reason)> onEncoderFailed;
 };
 
 /// `writers` with every writer's samples counted by `meter`.

@@ -46,6 +46,7 @@ int run(const command_line::Command& command)
 
 int main(int argc, char** argv)
 {
+    platform::prepareProcess();
     TerminationSignals::block();
     if (argc < 2)
         return runVelmoraApp(argc, argv);

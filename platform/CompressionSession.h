@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <tl/expected.hpp>
 #include <variant>
 
@@ -52,6 +53,9 @@ public:
     /// `codec` is "avc1". Width and height are those of the pictures to come, in pixels.
     virtual tl::expected<std::shared_ptr<CompressionSession>, CompressionStatus> makeSession(
         std::int32_t width, std::int32_t height, FourCharacterCode codec, CompressionSession::OutputCallback output) = 0;
+
+    /// What a status that makeSession() gave means, for people; empty when only the number is known.
+    [[nodiscard]] virtual std::string description([[maybe_unused]] CompressionStatus status) const { return {}; }
 };
 
 }  // namespace velmora::platform

@@ -1,4 +1,4 @@
-// Seam: the one function that chooses the back end.
+// Seam: the functions that belong to the platform before a back end is chosen, and the one that chooses it.
 #pragma once
 
 #include "base/SerialQueue.h"
@@ -8,6 +8,9 @@
 #include <memory>
 
 namespace velmora::platform {
+
+/// What holds for the whole process, such as how its memory is allocated. To be called first in main, before there are other threads.
+void prepareProcess();
 
 /// Chooses the back end for the desktop that this process runs on. Once, on the main thread, at program start; connects to nothing
 /// until a service is used. `mainExecutor` is the main thread.

@@ -107,10 +107,10 @@ std::string zshCommand(const CommandDescription& command)
         "        " + std::string{command.name} + ")\n            _arguments '(- *)'{-h,--help}'[Prints how the program is used]'";
     for (const auto& option : command.options) {
         auto description = "[" + withoutFullStop(option.summary) + "]";
-        auto specification = "--" + std::string{option.name} + (option.argument ? "=" : "") + description;
+        auto entry = "--" + std::string{option.name} + (option.argument ? "=" : "") + description;
         if (option.argument)
-            specification += zshArgument(*option.argument);
-        text += " \\\n                " + quoted(specification);
+            entry += zshArgument(*option.argument);
+        text += " \\\n                " + quoted(entry);
     }
     if (command.argument)
         text += " \\\n                " + quoted("1" + zshArgument(*command.argument));

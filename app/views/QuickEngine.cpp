@@ -1,8 +1,11 @@
 #include "app/views/QuickEngine.h"
 
 #include "brand/BrandModule.h"
+#include "brand/BrandPainting.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QIcon>
+#include <QPixmap>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
 
@@ -28,6 +31,15 @@ Motion& motion()
     return instance;
 }
 
+/// In the sizes of title bars, lists of windows and task bars.
+QIcon windowIcon()
+{
+    QIcon icon;
+    for (const int side : {16, 24, 32, 48, 64, 128})
+        icon.addPixmap(QPixmap::fromImage(appIconImage(side, 0, false, 1)));
+    return icon;
+}
+
 }  // namespace
 
 QQmlEngine& quickEngine()
@@ -40,6 +52,7 @@ QQmlEngine& quickEngine()
                  &qml_register_types_Velmora_Settings, &qml_register_types_Velmora_Windows, &qml_register_types_Velmora_App})
             [[maybe_unused]] const auto linked = types;
         installBrandModule(*made);
+        QGuiApplication::setWindowIcon(windowIcon());
         if (motion().isReduced)
             setReducesMotion(*made, true);
         motion().engine = made;

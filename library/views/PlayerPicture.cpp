@@ -1,9 +1,12 @@
 #include "library/views/PlayerPicture.h"
 
+#include "base/Mutex.h"
+
 #include <QQuickWindow>
 #include <QSGImageNode>
 
 #include <cstdlib>
+#include <utility>
 
 namespace velmora {
 
@@ -12,19 +15,66 @@ namespace {
 /// libmpv draws faster into rows that begin at multiples of this.
 constexpr qsizetype rowAlignment = 64;
 
-QImage emptyPicture(const QSize& size)
-{
-    const qsizetype bytesPerRow = (qsizetype{size.width()} * 4 + rowAlignment - 1) / rowAlignment * rowAlignment;
-    const auto bytes = static_cast<std::size_t>(bytesPerRow) * static_cast<std::size_t>(size.height());
-    auto* memory = static_cast<uchar*>(std::aligned_alloc(rowAlignment, bytes));
-    if (!memory)
-        return {};
-    return {memory, size.width(), size.height(), bytesPerRow, QImage::Format_RGB32, [](void* buffer) { std::free(buffer); }, memory};
-}
+struct Freed {
+    void operator()(uchar* memory) const { std::free(memory); }
+};
 
 }  // namespace
 
-PlayerPicture::PlayerPicture(QQuickItem* parent) : QQuickItem(parent)
+/// The memory of a picture that is not shown any more: while a clip plays, the same two take turns.
+class PlayerPicture::Memory {
+public:
+    /// What stands in it is undefined; null when there is no memory.
+    static QImage picture(const std::shared_ptr<Memory>& memory, const QSize& size)
+    {
+        const qsizetype bytesPerRow = (qsizetype{size.width()} * 4 + rowAlignment - 1) / rowAlignment * rowAlignment;
+        auto used = std::make_unique<Used>();
+        used->owner = memory;
+        used->size = static_cast<std::size_t>(bytesPerRow) * static_cast<std::size_t>(size.height());
+        used->bytes = memory->take(used->size);
+        auto* bytes = used->bytes.get();
+        if (!bytes)
+            return {};
+        return {bytes, size.width(), size.height(), bytesPerRow, QImage::Format_RGB32, giveBack, used.release()};
+    }
+
+private:
+    using Bytes = std::unique_ptr<uchar, Freed>;
+
+    struct Used {
+        std::weak_ptr<Memory> owner;
+        std::size_t size = 0;
+        Bytes bytes;
+    };
+
+    Bytes take(std::size_t size)
+    {
+        const MutexLock lock(mutex_);
+        if (spare_ && spareSize_ == size)
+            return std::move(spare_);
+        spare_.reset();
+        return Bytes{static_cast<uchar*>(std::aligned_alloc(rowAlignment, size))};
+    }
+
+    /// Called by whichever thread lets go of the picture last.
+    static void giveBack(void* info)
+    {
+        const std::unique_ptr<Used> used{static_cast<Used*>(info)};
+        if (const auto owner = used->owner.lock()) {
+            const MutexLock lock(owner->mutex_);
+            owner->spare_ = std::move(used->bytes);
+            owner->spareSize_ = used->size;
+        }
+    }
+
+    Mutex mutex_;
+    Bytes spare_ GUARDED_BY(mutex_);
+    std::size_t spareSize_ GUARDED_BY(mutex_) = 0;
+};
+
+PlayerPicture::~PlayerPicture() = default;
+
+PlayerPicture::PlayerPicture(QQuickItem* parent) : QQuickItem(parent), memory_(std::make_shared<Memory>())
 {
     setFlag(ItemHasContents);
 }
@@ -54,7 +104,7 @@ void PlayerPicture::geometryChange(const QRectF& newGeometry, const QRectF& oldG
 QSGNode* PlayerPicture::updatePaintNode(QSGNode* node, UpdatePaintNodeData*)
 {
     const QSize pixels = (size() * window()->effectiveDevicePixelRatio()).toSize();
-    auto picture = pixels.isEmpty() ? QImage{} : emptyPicture(pixels);
+    auto picture = pixels.isEmpty() ? QImage{} : Memory::picture(memory_, pixels);
     const bool isDrawn = !picture.isNull() && model_
         && model_->drawPicture({reinterpret_cast<std::byte*>(picture.bits()), picture.width(), picture.height(),
             static_cast<std::size_t>(picture.bytesPerLine())});

@@ -7,6 +7,8 @@
 #include <QPointer>
 #include <QQuickItem>
 
+#include <memory>
+
 namespace velmora {
 
 /// Draws what the model's player shows, at the resolution of the screen, black around it.
@@ -17,6 +19,7 @@ class PlayerPicture : public QQuickItem {
 
 public:
     explicit PlayerPicture(QQuickItem* parent = nullptr);
+    ~PlayerPicture() override;
 
     [[nodiscard]] ClipPreviewModel* model() const { return model_; }
     void setModel(ClipPreviewModel* model);
@@ -29,6 +32,9 @@ protected:
     void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
 
 private:
+    class Memory;
+
+    const std::shared_ptr<Memory> memory_;
     QPointer<ClipPreviewModel> model_;
 };
 

@@ -3,6 +3,9 @@
 #include "platform/linux/AssetWriter.h"
 #include "platform/linux/LinuxAssetReader.h"
 
+#include <string>
+#include <utility>
+
 namespace velmora::linux_backend {
 
 namespace {
@@ -12,12 +15,20 @@ public:
     tl::expected<std::shared_ptr<platform::CompressionSession>, platform::CompressionStatus> makeSession(
         std::int32_t width, std::int32_t height, FourCharacterCode codec, platform::CompressionSession::OutputCallback output) override
     {
-        constexpr platform::CompressionStatus moduleMissing = -1;
         const auto module = codecModule();
         if (!module)
             return tl::unexpected(moduleMissing);
         return (*module)->compressionSessions()->makeSession(width, height, codec, std::move(output));
     }
+
+    [[nodiscard]] std::string description(platform::CompressionStatus status) const override
+    {
+        const auto module = codecModule();
+        return status == moduleMissing && !module ? module.error().localizedDescription : std::string{};
+    }
+
+private:
+    static constexpr platform::CompressionStatus moduleMissing = -1;
 };
 
 Result<std::unique_ptr<AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings)

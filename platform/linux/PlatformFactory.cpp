@@ -9,6 +9,7 @@
 #include "platform/linux/LinuxCaptureStream.h"
 #include "platform/linux/LinuxExportSession.h"
 #include "platform/linux/LinuxFileManager.h"
+#include "platform/linux/MemoryAllocation.h"
 #include "platform/linux/desktop/LinuxSharingServices.h"
 #include "platform/linux/desktop/LinuxUserDefaults.h"
 #include "platform/linux/desktop/LinuxUserNotificationCenter.h"
@@ -108,6 +109,11 @@ void useNothing(PlatformServices& services, const char* reason)
 }
 
 }  // namespace
+
+void prepareProcess()
+{
+    linux_backend::limitRetainedMemory();
+}
 
 PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor, MakeApplicationIcon makeIcon)
 {

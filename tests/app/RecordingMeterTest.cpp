@@ -101,6 +101,21 @@ TEST_F(RecordingMeterTest, PassesEverythingElseThrough)
     EXPECT_EQ(metered(inner, meter)->makeAssetWriter("/x", platform::AssetFileType::mpeg4).error(), *inner->createError);
 }
 
+TEST_F(RecordingMeterTest, TellsOnceThatNoEncoderCanBeMadeAndWhy)
+{
+    const auto sessions = std::make_shared<fake::FakeCompressionSessions>();
+    sessions->createStatus = -12903;
+    std::vector<std::string> reasons;
+    meter->onEncoderFailed = [&](const std::string& reason) { reasons.push_back(reason); };
+    const auto meteredSessions = metered(sessions, meter);
+    for (int i = 0; i < 2; ++i) {
+        const auto session = meteredSessions->makeSession(640, 480, FourCharacterCode{"avc1"}, [](auto, const auto&) {});
+        ASSERT_FALSE(session.has_value());
+        EXPECT_EQ(session.error(), -12903);
+    }
+    EXPECT_EQ(reasons, std::vector<std::string>{"The encoder cannot be started (Status: -12903)."});
+}
+
 TEST_F(RecordingMeterTest, CountsPicturesThatWereNotEncodedWhileAFileIsWritten)
 {
     const auto sessions = std::make_shared<fake::FakeCompressionSessions>();

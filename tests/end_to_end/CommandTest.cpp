@@ -121,6 +121,22 @@ TEST_F(CommandTest, AFolderThatTakesNoFilesFailsTheStart)
     }
 }
 
+TEST_F(CommandTest, WithoutTheCodecsARecordingFailsAtOnceAndLeavesNoFile)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    const auto program = path("programs") / "bin" / "velmora";
+    std::filesystem::create_directories(program.parent_path());
+    std::filesystem::copy_file(velmora({}).front(), program);
+    std::filesystem::create_directory(path("clips"));
+    const auto outcome = runProgram({program.string(), "record", "--window", std::to_string(window.id()), "--duration", "1", "--output",
+        (path("clips") / "clip.mp4").string()});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_THAT(outcome.messages, StartsWith("Failed to start recording: A part of the program could not be loaded: velmora_codecs.so"));
+    EXPECT_EQ(std::count(outcome.messages.begin(), outcome.messages.end(), '\n'), 1) << outcome.messages;
+    EXPECT_TRUE(std::filesystem::is_empty(path("clips")));
+}
+
 TEST_F(CommandTest, AWindowThatDoesNotExistCannotBeRecorded)
 {
     const auto outcome = record(4'000'000'000, path("clip.mp4"), 1);

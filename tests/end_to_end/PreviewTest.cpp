@@ -7,6 +7,7 @@
 #include "tests/support/media/WrittenClip.h"
 
 #include <algorithm>
+#include <fstream>
 #include <gmock/gmock.h>
 
 namespace velmora::test {
@@ -45,6 +46,18 @@ protected:
     [[nodiscard]] static std::size_t buttonCount(const std::string& name)
     {
         return those([&](const Control& one) { return one.role == "push button" && one.name == name; }).size();
+    }
+
+    [[nodiscard]] std::int64_t residentKilobytes() const
+    {
+        std::ifstream status{"/proc/" + std::to_string(program.processID()) + "/status"};
+        for (std::string word; status >> word;) {
+            if (word == "VmRSS:") {
+                status >> word;
+                return std::stoll(word);
+            }
+        }
+        return 0;
     }
 
     AssistiveTechnology assistiveTechnology;
@@ -97,6 +110,22 @@ TEST_F(PreviewTest, PlayingStopsAtTheEndOfTheSelectionByItself)
     ASSERT_TRUE(waitUntil([] { return labelCount("00:01") == 1 && buttonCount("Play") == 1; }));
 }
 
+TEST_F(PreviewTest, TheSlidersTellTheirValuesInSeconds)
+{
+    const auto tells = [](const char* slider, const char* value) {
+        return waitUntil([&] {
+            const auto control = AssistiveTechnology::find("slider", slider);
+            return control && control->value == value;
+        });
+    };
+    ASSERT_TRUE(open(clip()));
+    EXPECT_TRUE(tells("Position", "0"));
+    EXPECT_TRUE(tells("Start", "0"));
+    EXPECT_TRUE(tells("End", "6"));
+    pressKeys({"Tab", "Tab", "Tab", "Right"});
+    EXPECT_TRUE(tells("Start", "0.04"));
+}
+
 TEST_F(PreviewTest, TwoAtOncePlayEachItsOwn)
 {
     const auto other = program.clipsFolder() / "other.mp4";
@@ -110,6 +139,24 @@ TEST_F(PreviewTest, TwoAtOncePlayEachItsOwn)
     pressKeys({"Escape"});
     ASSERT_TRUE(isHidden("Preview & Trim — other.mp4"));
     EXPECT_EQ(labelCount("End: 00:06"), 1U);
+}
+
+TEST_F(PreviewTest, PreviewsThatWereClosedLeaveNothingInMemory)
+{
+    std::int64_t afterTheSecond = 0;
+    for (int i = 1; i <= 10; ++i) {
+        ASSERT_TRUE(open(clip()));
+        pressKeys({"space"});
+        ASSERT_TRUE(waitUntil([] { return labelCount("00:01") == 1; }));
+        pressKeys({"Escape"});
+        ASSERT_TRUE(isHidden("Preview & Trim — clip.mp4"));
+        // The window is hidden before it is destroyed; each answer comes from the thread that does both.
+        ASSERT_TRUE(program.run({"status"}).status == 0 && program.run({"status"}).status == 0);
+        if (i == 2)
+            afterTheSecond = residentKilobytes();
+    }
+    ASSERT_GT(afterTheSecond, 0);
+    EXPECT_LE(residentKilobytes() - afterTheSecond, 3 * 1024);
 }
 
 }  // namespace

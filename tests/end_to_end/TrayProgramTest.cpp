@@ -177,6 +177,24 @@ TEST(TrayProgramTest, WithoutATrayTheMenuLiesOpenInAWindow)
     EXPECT_TRUE(isShown("^Velmora$"));
 }
 
+bool theTitleBarShowsTheIcon(const std::string& title)
+{
+    constexpr int titleBar = 20;
+    const QColor coral{255, 59, 48};
+    const auto corner = contentPlace(title).topLeft() - QPoint{0, titleBar};
+    return waitUntil([&] { return countPixels(screenPicture({corner, QSize{24, titleBar}}), coral, 60) > 10; });
+}
+
+TEST(TrayProgramTest, ItsWindowsShowItsIconInTheirTitleBars)
+{
+    TrayProgram program;
+    ASSERT_TRUE(isShown("^Velmora$"));
+    EXPECT_TRUE(theTitleBarShowsTheIcon("^Velmora$"));
+    ASSERT_EQ(program.run({"choose"}).status, 0);
+    ASSERT_TRUE(isShown("^Select Video Window"));
+    EXPECT_TRUE(theTitleBarShowsTheIcon("^Select Video Window"));
+}
+
 // The icon's window has the program's class and, unlike its other windows, the program's own name for a title.
 constexpr const char* iconWindow = R"("velmora": ("velmora" "velmora"))";
 

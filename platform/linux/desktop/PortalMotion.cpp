@@ -36,7 +36,7 @@ public:
     [[nodiscard]] bool isReduced() const { return !hasAnimations_ || !hasDuration_; }
 
 private slots:
-    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+    void settingChanged(const QDBusMessage& signal);
 
 private:
     void ask();
@@ -57,14 +57,17 @@ PortalMotion::Settings::Settings(QDBusConnection bus, std::function<void()> chan
 {
     // Listened to before it is asked: what changes in between is heard.
     bus_.connect(QLatin1String{service}, QLatin1String{path}, QLatin1String{settings}, QStringLiteral("SettingChanged"), this,
-        SLOT(settingChanged(QString, QString, QDBusVariant)));
+        SLOT(settingChanged(QDBusMessage)));
     connect(&portals_, &QDBusServiceWatcher::serviceRegistered, this, [this] { ask(); });
     ask();
 }
 
-void PortalMotion::Settings::settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
+void PortalMotion::Settings::settingChanged(const QDBusMessage& signal)
 {
-    take(group, key, value.variant());
+    if (signal.signature() != QLatin1String{"ssv"})
+        return;
+    const auto arguments = signal.arguments();
+    take(arguments[0].toString(), arguments[1].toString(), arguments[2]);
 }
 
 void PortalMotion::Settings::ask()
@@ -91,7 +94,7 @@ void PortalMotion::Settings::ask(const char* group, const char* key)
 
 void PortalMotion::Settings::take(const QString& group, const QString& key, const QVariant& value)
 {
-    // Read wraps its answer once more than the signal does.
+    // The signal's value is wrapped once, and that of Read twice.
     if (value.userType() == qMetaTypeId<QDBusVariant>())
         return take(group, key, value.value<QDBusVariant>().variant());
     const bool wasReduced = isReduced();

@@ -34,6 +34,20 @@ struct PreviewFixture {
         model = makeModel();
     }
 
+    /// What a test leaves running ends, as a session always does: until then it keeps all that its completion needs.
+    ~PreviewFixture()
+    {
+        model.reset();
+        for (const auto& one : exportSessions->sessions) {
+            one->cancelsAtOnce = true;
+            if (one->isRunning())
+                one->cancelExport();
+        }
+        executor->runAll();
+    }
+    PreviewFixture(const PreviewFixture&) = delete;
+    PreviewFixture& operator=(const PreviewFixture&) = delete;
+
     void setPictureTimes(std::int32_t rate, int count) const
     {
         std::vector<MediaTime> times;

@@ -3,6 +3,7 @@
 #include "tests/support/desktop/DesktopServices.h"
 #include "tests/support/desktop/Screen.h"
 
+#include <algorithm>
 #include <sstream>
 #include <stdexcept>
 
@@ -56,6 +57,16 @@ std::optional<Control> AssistiveTechnology::find(const std::string& role, const 
         return false;
     });
     return found;
+}
+
+bool AssistiveTechnology::isAbsent(const std::string& role, const std::string& name, const std::string& program)
+{
+    return waitUntil([&] {
+        const auto shown = controls(program);
+        return !shown.empty() && std::none_of(shown.begin(), shown.end(), [&](const Control& control) {
+            return control.role == role && control.name.starts_with(name);
+        });
+    });
 }
 
 bool AssistiveTechnology::clickOn(const std::string& role, const std::string& name, const std::string& program)

@@ -35,6 +35,9 @@ public:
     [[nodiscard]] static std::optional<Control> find(
         const std::string& role, const std::string& name, const std::string& program = "velmora");
 
+    /// Whether there is none; waits until it has gone.
+    [[nodiscard]] static bool isAbsent(const std::string& role, const std::string& name, const std::string& program = "velmora");
+
     /// Clicks in its middle; false when it never appears.
     [[nodiscard]] static bool clickOn(const std::string& role, const std::string& name, const std::string& program = "velmora");
 

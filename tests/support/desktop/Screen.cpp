@@ -105,4 +105,29 @@ bool isHidden(const std::string& title)
     return waitUntil([&] { return visibleWindows(title).empty(); });
 }
 
+QRect contentPlace(const std::string& title)
+{
+    std::string window;
+    std::istringstream{runProgram({"xdotool", "search", "--onlyvisible", "--name", title}).output} >> window;
+    const auto geometry = runProgram({"xwininfo", "-id", window}).output;
+    const auto number = [&](const std::string& name) {
+        const auto found = geometry.find(name);
+        EXPECT_NE(found, std::string::npos) << name;
+        return found == std::string::npos ? 0 : std::atoi(geometry.c_str() + found + name.size());
+    };
+    return {number("Absolute upper-left X:"), number("Absolute upper-left Y:"), number("Width:"), number("Height:")};
+}
+
+void closeByTitleBar(const std::string& title)
+{
+    // The title bar lies above what the program draws; its buttons are squares, the last of them in the corner.
+    constexpr int middle = 10;
+    click(contentPlace(title).topRight() + QPoint{-middle, -middle});
+}
+
+bool hasFocus(const std::string& title)
+{
+    return waitUntil([&] { return runProgram({"xdotool", "getactivewindow", "getwindowname"}).output.starts_with(title); });
+}
+
 }  // namespace velmora::test

@@ -34,4 +34,13 @@ void movePointer(const QPoint& position);
 [[nodiscard]] bool isShown(const std::string& title);
 [[nodiscard]] bool isHidden(const std::string& title);
 
+/// Where what the program draws is of the window with that title, without the frame.
+[[nodiscard]] QRect contentPlace(const std::string& title);
+
+/// Clicks the button at the right end of the title bar of the window with that title.
+void closeByTitleBar(const std::string& title);
+
+/// Whether the window that has the keyboard has a title that begins so; waits for it.
+[[nodiscard]] bool hasFocus(const std::string& title);
+
 }  // namespace velmora::test

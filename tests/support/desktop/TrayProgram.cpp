@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 #include <QString>
 
+#include <algorithm>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <stdexcept>
@@ -14,21 +15,42 @@ namespace velmora::test {
 
 using namespace std::chrono_literals;
 
-TrayProgram::TrayProgram(const Options& options) : environment_(options.environment)
+TrayProgram::TrayProgram(const Options& options) : environment_(options.environment), launcher_(options.launcher)
 {
-    environment_.insert({{"HOME", home().string()}, {"XDG_CONFIG_HOME", (home() / "config").string()}});
+    environment_.insert(
+        {{"HOME", home().string()}, {"XDG_CONFIG_HOME", (home() / "config").string()}, {"XDG_DATA_HOME", (home() / "data").string()},
+            {"XDG_STATE_HOME", (home() / "state").string()}, {"XDG_CACHE_HOME", (home() / "cache").string()}});
     const auto configuration = home() / "config" / "velmora";
     std::filesystem::create_directories(configuration);
     if (options.hasSeenTheWalkthrough)
         std::ofstream{configuration / "velmora.conf"} << "[General]\nhasCompletedWalkthrough=true\n";
     if (options.prepareHome)
         options.prepareHome(home());
-    program_.emplace(velmora({}), environment_);
-    if (!waitUntil([this] { return run({"status"}).status == 0; }))
-        throw std::runtime_error("the program does not answer");
+    start();
 }
 
 TrayProgram::~TrayProgram()
+{
+    quit();
+}
+
+void TrayProgram::restart()
+{
+    quit();
+    start();
+}
+
+void TrayProgram::start()
+{
+    auto command = launcher_;
+    const auto program = velmora({});
+    command.insert(command.end(), program.begin(), program.end());
+    program_.emplace(std::move(command), environment_);
+    if (!waitUntil([this] { return run({"status"}).status == 0 || !program_->isRunning(); }) || !program_->isRunning())
+        throw std::runtime_error("the program does not answer");
+}
+
+void TrayProgram::quit()
 {
     if (program_->isRunning())
         run({"quit"});
@@ -74,6 +96,17 @@ std::vector<std::filesystem::path> TrayProgram::clips() const
         for (const auto& entry : std::filesystem::directory_iterator{clipsFolder()})
             files.push_back(entry.path());
     }
+    return files;
+}
+
+std::vector<std::string> TrayProgram::storedFiles() const
+{
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator{home()}) {
+        if (!entry.is_directory() && entry.path().parent_path() != clipsFolder())
+            files.push_back(entry.path().lexically_relative(home()).string());
+    }
+    std::sort(files.begin(), files.end());
     return files;
 }
 

@@ -18,6 +18,7 @@ public:
     struct Options {
         bool hasSeenTheWalkthrough = true;
         Environment environment = {};
+        std::vector<std::string> launcher = {};  ///< a command that becomes the program, when its arguments are the program
         std::function<void(const std::filesystem::path& home)> prepareHome = {};  ///< before the start
     };
 
@@ -30,6 +31,9 @@ public:
     ~TrayProgram();
     TrayProgram(const TrayProgram&) = delete;
     TrayProgram& operator=(const TrayProgram&) = delete;
+
+    /// Quits it, and starts it again with what it has stored.
+    void restart();
 
     /// Runs it once more with a command, as from a terminal.
     ProgramOutcome run(const std::vector<std::string>& arguments) { return runVelmora(arguments, environment_); }
@@ -46,13 +50,20 @@ public:
     [[nodiscard]] std::filesystem::path clipsFolder() const { return home_.path() / "Movies" / "Velmora"; }
     [[nodiscard]] std::vector<std::filesystem::path> clips() const;
 
+    /// Every file and link in its home, which holds the folders for configuration, data, state and caches too, without the clips; sorted.
+    [[nodiscard]] std::vector<std::string> storedFiles() const;
+
     [[nodiscard]] pid_t processID() const { return program_->processID(); }
     void signal(int number) { program_->signal(number); }
     [[nodiscard]] bool isRunning() const { return program_->isRunning(); }
 
 private:
+    void start();
+    void quit();
+
     TemporaryDirectory home_;
     Environment environment_;
+    const std::vector<std::string> launcher_;
     std::optional<Program> program_;
 };
 
