@@ -129,9 +129,7 @@ TEST_F(CastStreamTest, WhoComesLaterGetsTheNewestPicture)
 TEST_F(CastStreamTest, FramesComeInOrderAndWhole)
 {
     openAndAttach();
-    // In pairs: a window that draws faster than its buffers come back stands still.
-    for (std::uint32_t number = 3; number <= 41; number += 2) {
-        cast->show(number - 1);
+    for (std::uint32_t number = 2; number <= 41; ++number) {
         cast->show(number);
         waitForNumber(number);
     }
@@ -208,8 +206,8 @@ TEST_F(CastStreamTest, DamageIsCountedFromTheCrop)
 TEST_F(CastStreamTest, CorruptAndEmptyBuffersAreSkipped)
 {
     openAndAttach();
-    cast->show({.number = 77, .crop = {}, .damage = {}, .isCorrupt = true, .time = {}});
-    cast->show({.number = 78, .crop = {}, .damage = {}, .isEmpty = true, .time = {}});
+    cast->showInVain({.number = 77, .crop = {}, .damage = {}, .isCorrupt = true, .time = {}});
+    cast->showInVain({.number = 78, .crop = {}, .damage = {}, .isEmpty = true, .time = {}});
     cast->show(2);
     waitForNumber(2);
     expectNumbersAndNoOthers({1, 2});
@@ -218,7 +216,7 @@ TEST_F(CastStreamTest, CorruptAndEmptyBuffersAreSkipped)
 TEST_F(CastStreamTest, AfterASkippedBufferEverythingIsTakenAnew)
 {
     openAndAttach();
-    cast->show({.number = 77, .crop = {}, .damage = {{0, 0, 640, 480}}, .isCorrupt = true, .time = {}});
+    cast->showInVain({.number = 77, .crop = {}, .damage = {{0, 0, 640, 480}}, .isCorrupt = true, .time = {}});
     // Its damage tells of less than what has changed since the last picture that could be read.
     cast->show({.number = 2, .crop = {}, .damage = {{0, 0, 8, 8}}, .time = {}});
     waitForNumber(2);
@@ -228,12 +226,17 @@ TEST_F(CastStreamTest, AfterASkippedBufferEverythingIsTakenAnew)
 TEST_F(CastStreamTest, AStillWindowIsRepeatedEveryHalfSecond)
 {
     openAndAttach();
-    recorder.waitForPictures(4);
+    cast->show(2);
+    waitForNumber(2);
+    recorder.waitForPictures(recorder.pictures().size() + 3);
     const auto pictures = recorder.pictures();
-    for (std::size_t index = 1; index < pictures.size(); ++index) {
+    std::size_t first = 0;
+    while (pictures[first].reading.number() != 2U)
+        ++first;
+    for (auto index = first + 1; index < pictures.size(); ++index) {
         EXPECT_GE(pictures[index].time - pictures[index - 1].time, 500'000'000);
         EXPECT_TRUE(pictures[index].change.dirty.empty());
-        EXPECT_EQ(pictures[index].address, pictures[0].address);
+        EXPECT_EQ(pictures[index].address, pictures[first].address);
     }
     EXPECT_EQ(recorder.complaints(), "");
 }
@@ -246,7 +249,7 @@ TEST_F(CastStreamTest, ABufferThatRepeatsTheOneBeforeIsNoNewPicture)
     watcher.waitForSize();
     attach();
     waitForNumber(1);
-    cast->show({.number = 77, .crop = {}, .damage = {}, .time = time});
+    cast->showInVain({.number = 77, .crop = {}, .damage = {}, .time = time});
     cast->show({.number = 2, .crop = {}, .damage = {}, .time = monotonicNow()});
     waitForNumber(2);
     expectNumbersAndNoOthers({1, 2});

@@ -162,6 +162,7 @@ TEST_F(PortalShareableContentTest, AGrantedWindowIsListedByTheNextProgramAndNeed
 {
     const auto window = grant();
     content.reset();
+    cast->waitUntilAlone();
     content = makeContent();
     ASSERT_THAT(windows(), SizeIs(2));
     EXPECT_EQ(windows()[0].windowID, window.windowID);

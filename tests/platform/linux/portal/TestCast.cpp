@@ -4,6 +4,7 @@
 #include "tests/platform/linux/pictures/PictureRecorder.h"
 #include "tests/support/FrameNumber.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -14,12 +15,15 @@
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <utility>
 
 namespace velmora::linux_backend {
 
 namespace {
 
 constexpr std::int32_t bytesPerPixel = 4;
+constexpr std::int64_t lookAgain = 5'000'000;  // nanoseconds
+constexpr timespec repeatInterval{0, 400'000'000};
 
 /// Both strips, and beside them a colour that tells red from blue.
 std::uint32_t colourAt(std::int32_t x, std::int32_t y, const PixelRect& window, std::uint32_t number)
@@ -45,8 +49,11 @@ struct TestCast::Implementation {
     std::vector<std::uint32_t> picture;  // as it was shown last
     bool isStreaming = false;
     int connections = 0;
+    std::vector<pw_buffer*> free;  // taken out of the stream
+    std::optional<Frame> last;
 
     ThreadLoopHandle loop;
+    LoopSource timer;
     ContextHandle context;
     CoreHandle core;
     StreamHandle stream;
@@ -59,11 +66,25 @@ struct TestCast::Implementation {
         timespec deadline{};
         pw_thread_loop_get_time(loop.get(), &deadline, std::chrono::nanoseconds{patience}.count());
         while (!condition()) {
-            if (pw_thread_loop_timed_wait_full(loop.get(), &deadline) < 0) {
+            timespec now{};
+            pw_thread_loop_get_time(loop.get(), &now, 0);
+            if (now.tv_sec > deadline.tv_sec) {
                 ADD_FAILURE() << "Waited in vain: " << what;
                 return;
             }
+            // Not everything that is waited for signals the loop.
+            timespec soon{};
+            pw_thread_loop_get_time(loop.get(), &soon, lookAgain);
+            pw_thread_loop_timed_wait_full(loop.get(), &soon);
         }
+    }
+
+    void waitForBuffer()
+    {
+        waitFor("somebody who takes pictures", [this] {
+            collect();
+            return isStreaming && !free.empty();
+        });
     }
 
     [[nodiscard]] const spa_pod* format(spa_pod_builder& builder) const
@@ -121,6 +142,31 @@ struct TestCast::Implementation {
         }
     }
 
+    void collect()
+    {
+        while (auto* buffer = isStreaming ? pw_stream_dequeue_buffer(stream.get()) : nullptr)
+            free.push_back(buffer);
+    }
+
+    pw_buffer* handOver(const Frame& frame)
+    {
+        auto* buffer = free.front();
+        free.erase(free.begin());
+        fill(*buffer->buffer, frame);
+        pw_stream_queue_buffer(stream.get(), buffer);
+        pw_stream_trigger_process(stream.get());
+        timespec interval = repeatInterval;
+        pw_loop_update_timer(pw_thread_loop_get_loop(loop.get()), timer.get(), &interval, &interval, false);
+        return buffer;
+    }
+
+    void repeat()
+    {
+        collect();
+        if (last && !free.empty())
+            handOver(*last);
+    }
+
     static spa_meta_region region(const PixelRect& rectangle)
     {
         return {{{rectangle.x, rectangle.y}, {static_cast<std::uint32_t>(rectangle.width), static_cast<std::uint32_t>(rectangle.height)}}};
@@ -133,7 +179,7 @@ struct TestCast::Implementation {
         *data.chunk = {0, frame.isEmpty ? 0U : static_cast<std::uint32_t>(stride * options.height), stride, 0};
         std::memcpy(data.data, picture.data(), picture.size() * bytesPerPixel);
         if (auto* header = static_cast<spa_meta_header*>(spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)))) {
-            header->pts = frame.time.value_or(monotonicNow());
+            header->pts = *frame.time;
             header->flags = frame.isCorrupt ? SPA_META_HEADER_FLAG_CORRUPTED : 0;
         }
         if (auto* crop = static_cast<spa_meta_region*>(spa_buffer_find_meta_data(&buffer, SPA_META_VideoCrop, sizeof(spa_meta_region))))
@@ -159,7 +205,7 @@ const pw_stream_events TestCast::Implementation::events = [] {
         if (id == SPA_PARAM_Format && parameter)
             static_cast<Implementation*>(data)->agreeOnBuffers();
     };
-    table.add_buffer = [](void* data, pw_buffer*) { pw_thread_loop_signal(static_cast<Implementation*>(data)->loop.get(), false); };
+    table.remove_buffer = [](void* data, pw_buffer* buffer) { std::erase(static_cast<Implementation*>(data)->free, buffer); };
     table.process = [](void* data) { pw_thread_loop_signal(static_cast<Implementation*>(data)->loop.get(), false); };
     return table;
 }();
@@ -172,7 +218,11 @@ TestCast::TestCast(Options options) : implementation_(std::make_unique<Implement
     auto& own = *implementation_;
     own.options = options;
     own.loop.reset(pw_thread_loop_new("test-cast", nullptr));
-    own.context.reset(pw_context_new(pw_thread_loop_get_loop(own.loop.get()), nullptr, 0));
+    auto* loop = pw_thread_loop_get_loop(own.loop.get());
+    own.timer = LoopSource{loop,
+        pw_loop_add_timer(
+            loop, [](void* self, std::uint64_t) { static_cast<Implementation*>(self)->repeat(); }, &own)};
+    own.context.reset(pw_context_new(loop, nullptr, 0));
     own.core.reset(pw_context_connect(own.context.get(), nullptr, 0));
     own.stream.reset(pw_stream_new(
         own.core.get(), "test window", pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", PW_KEY_NODE_NAME, "test-window", nullptr)));
@@ -203,21 +253,41 @@ void TestCast::show(const Frame& frame)
 {
     auto& own = *implementation_;
     ThreadLoopLock lock{own.loop.get()};
-    pw_buffer* buffer = nullptr;
-    own.waitFor("somebody who takes pictures", [&] {
-        if (!own.isStreaming)
-            return false;
-        buffer = pw_stream_dequeue_buffer(own.stream.get());
-        return buffer != nullptr;
-    });
-    if (!buffer)
+    own.waitForBuffer();
+    if (own.free.empty())
         return;
-    const auto before = own.picture;
-    own.draw(frame);
-    own.fill(*buffer->buffer, frame);
-    if (frame.isCorrupt || frame.isEmpty)
-        own.picture = before;
-    pw_stream_queue_buffer(own.stream.get(), buffer);
+    auto shown = frame;
+    shown.time = frame.time.value_or(monotonicNow());
+    own.draw(shown);
+    own.handOver(shown);
+    shown.damage.clear();
+    own.last = shown;
+}
+
+void TestCast::showInVain(const Frame& frame)
+{
+    auto& own = *implementation_;
+    ThreadLoopLock lock{own.loop.get()};
+    own.waitForBuffer();
+    const auto before = std::exchange(own.last, std::nullopt);
+    const auto picture = own.picture;
+    auto shown = frame;
+    shown.time = frame.time.value_or(monotonicNow());
+    own.draw(shown);
+    const pw_buffer* buffer = nullptr;
+    std::int64_t handedOver = 0;
+    own.waitFor("the buffer coming back", [&] {
+        own.collect();
+        if (buffer && std::find(own.free.begin(), own.free.end(), buffer) != own.free.end())
+            return true;
+        if (!own.free.empty() && monotonicNow() - handedOver > repeatInterval.tv_nsec) {
+            buffer = own.handOver(shown);
+            handedOver = monotonicNow();
+        }
+        return false;
+    });
+    own.picture = picture;
+    own.last = before;
 }
 
 void TestCast::resize(std::int32_t width, std::int32_t height)
@@ -226,6 +296,7 @@ void TestCast::resize(std::int32_t width, std::int32_t height)
     ThreadLoopLock lock{own.loop.get()};
     own.options.width = width;
     own.options.height = height;
+    own.last.reset();
     std::array<std::uint8_t, 1024> bytes{};
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, bytes.data(), bytes.size());
@@ -246,9 +317,16 @@ void TestCast::waitForConnections(int count)
     implementation_->waitFor("a new connection", [&] { return implementation_->connections >= count; });
 }
 
+void TestCast::waitUntilAlone()
+{
+    ThreadLoopLock lock{implementation_->loop.get()};
+    implementation_->waitFor("nobody who takes pictures", [&] { return !implementation_->isStreaming; });
+}
+
 void TestCast::close()
 {
     ThreadLoopLock lock{implementation_->loop.get()};
+    implementation_->isStreaming = false;
     implementation_->listener.remove();
     implementation_->stream.reset();
 }

@@ -40,8 +40,11 @@ public:
     /// Waits until the server has named it.
     [[nodiscard]] std::uint32_t nodeID();
 
-    /// Waits until somebody takes pictures, then hands one over.
+    /// Waits until somebody takes pictures, then hands one over. It is repeated, its time unchanged and no damage told, until there is
+    /// another: what comes while the server is still busy with the one before may get lost.
     void show(const Frame& frame);
+    /// Hands over a picture that is not kept, and waits until its buffer comes back.
+    void showInVain(const Frame& frame);
     void show(std::uint32_t number) { show({.number = number, .crop = {}, .damage = {}, .time = {}}); }
 
     /// From now on pictures of another size, in a new format.
@@ -52,6 +55,9 @@ public:
 
     /// Waits until as many have begun.
     void waitForConnections(int count);
+
+    /// Waits until whoever took pictures has left.
+    void waitUntilAlone();
 
     /// The window is closed.
     void close();
