@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 #include <tl/expected.hpp>
 
 namespace velmora::platform {
@@ -39,6 +40,9 @@ public:
     static constexpr std::uint32_t optionModifier = 0x800;
     static constexpr std::uint32_t controlModifier = 0x1000;
 
+    /// The registration has been asked for, and is not decided on yet.
+    static constexpr HotKeyStatus pending = -100;
+
     virtual ~HotKeyCenter() = default;
 
     virtual tl::expected<EventHandlerReference, HotKeyStatus> installEventHandler(EventHandler handler) = 0;
@@ -48,6 +52,16 @@ public:
     virtual tl::expected<HotKeyReference, HotKeyStatus> registerEventHotKey(
         std::uint32_t keyCode, std::uint32_t modifiers, HotKeyID hotKeyID) = 0;
     virtual void unregisterEventHotKey(HotKeyReference reference) = 0;
+
+    /// Where the desktop decides on hot keys in its own time: `changed` is called when registering the same again may come out
+    /// differently. It replaces the observer before; none ends that.
+    virtual void observeDecisions(std::function<void()> /*changed*/) { }
+
+    /// For the user: why the last registration failed, and what to do about it. Empty where nothing is known beyond its status.
+    [[nodiscard]] virtual std::string explanation() const { return {}; }
+
+    /// What the desktop calls the keys that it has bound to the hot key. Empty where they are those that were registered.
+    [[nodiscard]] virtual std::string boundKeys(HotKeyReference /*reference*/) const { return {}; }
 };
 
 }  // namespace velmora::platform

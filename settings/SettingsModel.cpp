@@ -38,6 +38,20 @@ QString SettingsModel::shortcutErrorMessage() const
     return text(services_.shortcutManager->registrationErrorMessage().value_or("The shortcut is not active."));
 }
 
+QString SettingsModel::shortcutHelp() const
+{
+    if (isShortcutRegistered() || services_.shortcutManager->isRegistrationErrorExplained())
+        return {};
+    return QStringLiteral("Another program uses these keys, or the desktop keeps them. Bind keys of your own to the command "
+                          "'velmora toggle' instead.");
+}
+
+QString SettingsModel::shortcutKeys() const
+{
+    const auto bound = services_.shortcutManager->boundKeys();
+    return bound.empty() ? QStringLiteral("On this keyboard: Alt + Super + C") : QStringLiteral("On this desktop: ") + text(bound);
+}
+
 QString SettingsModel::permissionExplanation() const
 {
     return text(services_.permissionManager->screenRecordingExplanation());

@@ -27,6 +27,8 @@ class SettingsModel final : public QObject {
     Q_PROPERTY(QString folderError READ folderError NOTIFY folderErrorChanged)
     Q_PROPERTY(bool isShortcutRegistered READ isShortcutRegistered NOTIFY shortcutChanged)
     Q_PROPERTY(QString shortcutErrorMessage READ shortcutErrorMessage NOTIFY shortcutChanged)
+    Q_PROPERTY(QString shortcutHelp READ shortcutHelp NOTIFY shortcutChanged)
+    Q_PROPERTY(QString shortcutKeys READ shortcutKeys NOTIFY shortcutChanged)
     Q_PROPERTY(bool hasScreenRecordingPermission READ hasScreenRecordingPermission NOTIFY permissionChanged)
     Q_PROPERTY(bool hasTray READ hasTray NOTIFY appeared)
     Q_PROPERTY(QString permissionExplanation READ permissionExplanation NOTIFY permissionChanged)
@@ -57,6 +59,12 @@ public:
 
     /// Why the shortcut is not registered. Never empty while it is not.
     [[nodiscard]] QString shortcutErrorMessage() const;
+
+    /// What to do about that; empty when the message says it.
+    [[nodiscard]] QString shortcutHelp() const;
+
+    /// The keys as they are called here, with what they are.
+    [[nodiscard]] QString shortcutKeys() const;
 
     [[nodiscard]] bool hasScreenRecordingPermission() const { return services_.permissionManager->hasScreenRecordingPermission(); }
 

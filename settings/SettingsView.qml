@@ -161,7 +161,7 @@ Rectangle {
                         }
                         Caption {
                             Layout.alignment: Qt.AlignRight
-                            text: "On this keyboard: Alt + Super + C"
+                            text: root.model.shortcutKeys
                             color: Theme.tertiaryText
                         }
                     }
@@ -186,7 +186,8 @@ Rectangle {
                     Caption {
                         x: 24
                         width: parent.width - x
-                        text: "Another program uses these keys, or the desktop keeps them. Bind keys of your own to the command 'velmora toggle' instead."
+                        visible: text !== ""
+                        text: root.model.shortcutHelp
                     }
                 }
                 Column {

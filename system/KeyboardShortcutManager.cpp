@@ -25,11 +25,16 @@ std::shared_ptr<KeyboardShortcutManager> KeyboardShortcutManager::shared()
 KeyboardShortcutManager::KeyboardShortcutManager(Services services) : services_(std::move(services))
 {
     installEventHandler();
+    services_.hotKeyCenter->observeDecisions([this] {
+        if (isWanted_)
+            registerAll();
+    });
     registerAll();
 }
 
 KeyboardShortcutManager::~KeyboardShortcutManager()
 {
+    services_.hotKeyCenter->observeDecisions(nullptr);
     unregisterHotKey();
     setIsRegistered(false);
     if (eventHandler_)
@@ -69,8 +74,14 @@ void KeyboardShortcutManager::handleHotKeyTrigger(std::uint32_t id)
     });
 }
 
+std::string KeyboardShortcutManager::boundKeys() const
+{
+    return toggleRecordingHotKey_ ? services_.hotKeyCenter->boundKeys(*toggleRecordingHotKey_) : std::string{};
+}
+
 void KeyboardShortcutManager::registerAll()
 {
+    isWanted_ = true;
     unregisterHotKey();
     setIsRegistered(false);
     setRegistrationErrorMessage(std::nullopt);
@@ -83,13 +94,18 @@ void KeyboardShortcutManager::registerAll()
         return;
     }
     setIsRegistered(false);
-    setRegistrationErrorMessage(
-        "Failed to register " + toggleRecordingShortcut_.displayString + " (Status: " + std::to_string(registered.error()) + ")");
-    Log::hotkey().error(log_line::failedToRegisterShortcut, registered.error());
+    auto reason = services_.hotKeyCenter->explanation();
+    isRegistrationErrorExplained_ = !reason.empty();
+    setRegistrationErrorMessage(isRegistrationErrorExplained_
+            ? std::move(reason)
+            : "Failed to register " + toggleRecordingShortcut_.displayString + " (Status: " + std::to_string(registered.error()) + ")");
+    if (registered.error() != platform::HotKeyCenter::pending)
+        Log::hotkey().error(log_line::failedToRegisterShortcut, registered.error());
 }
 
 void KeyboardShortcutManager::unregisterAll()
 {
+    isWanted_ = false;
     unregisterHotKey();
     setIsRegistered(false);
 }

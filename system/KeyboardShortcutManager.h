@@ -58,7 +58,13 @@ public:
     /// Why the last registration failed, for the user; none when it did not.
     [[nodiscard]] const std::optional<std::string>& registrationErrorMessage() const { return registrationErrorMessage_; }
 
-    /// Registers the shortcut anew.
+    /// Whether that message tells all that the user can do, because the desktop has said why.
+    [[nodiscard]] bool isRegistrationErrorExplained() const { return isRegistrationErrorExplained_; }
+
+    /// What the desktop calls the keys that it has bound; empty where they are those of the shortcut.
+    [[nodiscard]] std::string boundKeys() const;
+
+    /// Registers the shortcut anew. Where the desktop takes its time to decide, the properties follow when it has.
     void registerAll();
 
     /// The handler stays installed, and the message of a failed registration stays.
@@ -84,7 +90,9 @@ private:
     std::weak_ptr<KeyboardShortcutManagerDelegate> delegate_;
     ShortcutDefinition toggleRecordingShortcut_ = ShortcutDefinition::defaultToggleRecording();
     bool isRegistered_ = false;
+    bool isWanted_ = false;
     std::optional<std::string> registrationErrorMessage_;
+    bool isRegistrationErrorExplained_ = false;
     std::optional<platform::HotKeyCenter::EventHandlerReference> eventHandler_;
     std::optional<platform::HotKeyCenter::HotKeyReference> toggleRecordingHotKey_;
     std::optional<std::chrono::system_clock::time_point> lastRecordingTriggerTime_;  // none: the distant past

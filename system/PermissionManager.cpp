@@ -25,10 +25,15 @@ std::shared_ptr<PermissionManager> PermissionManager::shared()
 
 PermissionManager::PermissionManager(Services services) : services_(std::move(services))
 {
+    services_.screenCaptureAccess->observeAccess(
+        [this] { setHasScreenRecordingPermission(services_.screenCaptureAccess->preflightScreenCaptureAccess()); });
     checkPermissions();
 }
 
-PermissionManager::~PermissionManager() = default;
+PermissionManager::~PermissionManager()
+{
+    services_.screenCaptureAccess->observeAccess(nullptr);
+}
 
 void PermissionManager::checkPermissions()
 {

@@ -13,7 +13,7 @@
 
 namespace velmora {
 
-/// Main thread only. Nothing polls: the flags change by the operations below alone. Every change is announced by objectWillChange()
+/// Main thread only. Nothing polls: the flags change by the operations below, and what follows them, alone. Every change is announced by objectWillChange()
 /// before it takes effect and by the property's own signal after.
 class PermissionManager final : public QObject {
     Q_OBJECT
@@ -41,7 +41,8 @@ public:
     /// Why the screen cannot be recorded, as far as the desktop says so.
     [[nodiscard]] std::string screenRecordingExplanation() const { return services_.screenCaptureAccess->explanation(); }
 
-    /// Asks for both without a prompt. The first flag is current when this returns, the second follows.
+    /// Asks for both without a prompt. The first flag is what is known when this returns, and follows what comes to be known; the second
+    /// follows.
     void checkPermissions();
 
     /// May show the system's prompt; stores and returns its answer.

@@ -6,6 +6,7 @@
 #include "platform/UserDefaults.h"
 #include "platform/Workspace.h"
 
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -22,12 +23,14 @@ public:
         return answer;
     }
 
+    void observeAccess(std::function<void()> observer) override { changed = std::move(observer); }
     [[nodiscard]] std::string explanation() const override { return reason; }
 
     bool isGranted = true;
     bool answer = true;  ///< to the next request
     int requestCount = 0;
     std::string reason;
+    std::function<void()> changed;
 };
 
 class FakeWorkspace final : public platform::Workspace {

@@ -3,8 +3,10 @@
 
 #include "platform/HotKeyCenter.h"
 
+#include <functional>
 #include <map>
 #include <optional>
+#include <string>
 #include <utility>
 
 namespace velmora::fake {
@@ -40,6 +42,10 @@ public:
 
     void unregisterEventHotKey(HotKeyReference reference) override { registrations.erase(reference); }
 
+    void observeDecisions(std::function<void()> changed) override { decided = std::move(changed); }
+    [[nodiscard]] std::string explanation() const override { return reason; }
+    [[nodiscard]] std::string boundKeys(HotKeyReference) const override { return keys; }
+
     /// What the handler answers; none without a handler.
     std::optional<platform::HotKeyStatus> press(std::optional<platform::HotKeyID> hotKeyID)
     {
@@ -52,6 +58,9 @@ public:
 
     platform::HotKeyStatus installStatus = 0;
     platform::HotKeyStatus registerStatus = 0;
+    std::string reason;
+    std::string keys;
+    std::function<void()> decided;
     std::map<EventHandlerReference, EventHandler> handlers;
     std::map<HotKeyReference, Registration> registrations;
 

@@ -16,6 +16,7 @@
 #include "platform/linux/desktop/LinuxWorkspace.h"
 #include "platform/linux/desktop/PortalFolderChooser.h"
 #include "platform/linux/mpv/LinuxPlayers.h"
+#include "platform/linux/portal/PortalHotKeyCenter.h"
 #include "platform/linux/portal/PortalScreenCaptureAccess.h"
 #include "platform/linux/portal/PortalShareableContent.h"
 #include "platform/linux/x11/X11DisplayChanges.h"
@@ -91,7 +92,7 @@ void usePortal(PlatformServices& services, const std::shared_ptr<Executor>& main
         .shareableContent = content,
     });
     services.screenCaptureAccess = std::make_shared<PortalScreenCaptureAccess>();
-    services.hotKeyCenter = null_backend::makeHotKeyCenter();
+    services.hotKeyCenter = std::make_shared<PortalHotKeyCenter>();
     services.windowActivation = null_backend::makeWindowActivation();
     services.trayAppearance = null_backend::makeTrayAppearance();
     services.workspace = makeWorkspace({});

@@ -155,6 +155,25 @@ TEST_F(SettingsModelTest, TheShortcutsStateFollowsItsManager)
     EXPECT_EQ(model.shortcutErrorMessage().toStdString(), *shortcutManager->registrationErrorMessage());
 }
 
+TEST_F(SettingsModelTest, WhatADesktopSaysOfAShortcutNeedsNoFurtherHelp)
+{
+    EXPECT_TRUE(model.shortcutHelp().isEmpty()) << "it is registered";
+    refuseShortcut();
+    EXPECT_TRUE(model.shortcutHelp().contains(QStringLiteral("velmora toggle")));
+    hotKeyCenter->reason = "Bind keys in the settings.";
+    refuseShortcut();
+    EXPECT_EQ(model.shortcutErrorMessage(), QStringLiteral("Bind keys in the settings."));
+    EXPECT_TRUE(model.shortcutHelp().isEmpty());
+}
+
+TEST_F(SettingsModelTest, TheKeysAreThoseThatTheDesktopHasBound)
+{
+    EXPECT_EQ(model.shortcutKeys(), QStringLiteral("On this keyboard: Alt + Super + C"));
+    hotKeyCenter->keys = "Ctrl+F9";
+    shortcutManager->registerAll();
+    EXPECT_EQ(model.shortcutKeys(), QStringLiteral("On this desktop: Ctrl+F9"));
+}
+
 TEST_F(SettingsModelTest, AShortcutThatWasTakenAwayWithoutAnErrorStillSaysSomething)
 {
     shortcutManager->unregisterAll();

@@ -145,6 +145,45 @@ TEST_F(KeyboardShortcutManagerTest, UnregisteringKeepsTheHandlerAndTheMessage)
     EXPECT_THAT(centre->registrations, IsEmpty());
 }
 
+TEST_F(KeyboardShortcutManagerTest, ADesktopThatTakesItsTimeIsHeardWhenItHasDecided)
+{
+    centre->registerStatus = platform::HotKeyCenter::pending;
+    centre->reason = "The desktop is being asked.";
+    EXPECT_FALSE(manager().isRegistered());
+    EXPECT_EQ(manager().registrationErrorMessage(), "The desktop is being asked.");
+    EXPECT_EQ(log->count("Failed to register recording shortcut: -100"), 0U) << "it has not failed";
+    centre->registerStatus = 0;
+    centre->keys = "Ctrl+F9";
+    centre->decided();
+    EXPECT_TRUE(manager().isRegistered());
+    EXPECT_FALSE(manager().registrationErrorMessage());
+    EXPECT_EQ(manager().boundKeys(), "Ctrl+F9");
+    EXPECT_EQ(centre->registrations.size(), 1U);
+}
+
+TEST_F(KeyboardShortcutManagerTest, WhatTheDesktopSaysOfAFailureIsTheMessage)
+{
+    centre->registerStatus = -11;
+    EXPECT_FALSE(manager().isRegistrationErrorExplained());
+    centre->reason = "Bind keys in the settings.";
+    manager().registerAll();
+    EXPECT_EQ(manager().registrationErrorMessage(), "Bind keys in the settings.");
+    EXPECT_TRUE(manager().isRegistrationErrorExplained());
+    EXPECT_EQ(manager().boundKeys(), "");
+}
+
+TEST_F(KeyboardShortcutManagerTest, ADecisionOnAShortcutThatIsNoLongerWantedRegistersNothing)
+{
+    centre->registerStatus = platform::HotKeyCenter::pending;
+    manager().unregisterAll();
+    centre->registerStatus = 0;
+    centre->decided();
+    EXPECT_FALSE(manager().isRegistered());
+    EXPECT_THAT(centre->registrations, IsEmpty());
+    manager_.reset();
+    EXPECT_FALSE(centre->decided) << "nobody listens any more";
+}
+
 TEST_F(KeyboardShortcutManagerTest, AnotherShortcutReplacesTheRegisteredOne)
 {
     int changes = 0;

@@ -73,6 +73,17 @@ TEST_F(PermissionManagerTest, ARequestStoresTheSystemsAnswer)
     EXPECT_EQ(access->requestCount, 2);
 }
 
+TEST_F(PermissionManagerTest, AnAnswerThatComesLateIsFollowed)
+{
+    EXPECT_TRUE(manager().hasScreenRecordingPermission());
+    access->isGranted = false;
+    access->changed();
+    EXPECT_FALSE(manager().hasScreenRecordingPermission());
+    access->isGranted = true;
+    access->changed();
+    EXPECT_TRUE(manager().hasScreenRecordingPermission());
+}
+
 TEST_F(PermissionManagerTest, OpensTheSettingsOfScreenRecording)
 {
     manager().openScreenRecordingSystemPreferences();

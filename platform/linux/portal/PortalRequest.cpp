@@ -7,11 +7,20 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
+#include <set>
+#include <string>
 #include <utility>
 
 namespace velmora::linux_backend {
 
 namespace portal {
+
+namespace {
+
+// As the desktop file is named.
+constexpr const char* applicationID = "com.velmora.Velmora";
+
+}  // namespace
 
 QString makeToken()
 {
@@ -19,10 +28,27 @@ QString makeToken()
     return QStringLiteral("velmora_cast_%1").arg(++count);
 }
 
+QDBusMessage propertiesCall(const char* interface)
+{
+    auto call = QDBusMessage::createMethodCall(
+        QLatin1String{service}, QLatin1String{path}, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("GetAll"));
+    call.setArguments({QLatin1String{interface}});
+    return call;
+}
+
 QDBusConnection bus(const std::string& address)
 {
-    return address.empty() ? QDBusConnection::sessionBus()
-                           : QDBusConnection::connectToBus(QString::fromStdString(address), QStringLiteral("velmora-portal"));
+    auto connection = address.empty() ? QDBusConnection::sessionBus()
+                                      : QDBusConnection::connectToBus(QString::fromStdString(address), QStringLiteral("velmora-portal"));
+    static std::set<std::pair<std::string, QString>> introduced;
+    if (connection.isConnected() && introduced.emplace(address, connection.baseService()).second) {
+        auto call = QDBusMessage::createMethodCall(
+            QLatin1String{service}, QLatin1String{path}, QLatin1String{registry}, QStringLiteral("Register"));
+        call.setArguments({QLatin1String{applicationID}, QVariantMap{}});
+        // Nothing hangs on the answer: calls arrive in their order.
+        connection.asyncCall(call);
+    }
+    return connection;
 }
 
 }  // namespace portal

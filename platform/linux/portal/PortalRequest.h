@@ -6,6 +6,7 @@
 #include "base/UniqueFunction.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
@@ -24,11 +25,16 @@ inline constexpr const char* path = "/org/freedesktop/portal/desktop";
 inline constexpr const char* screenCast = "org.freedesktop.portal.ScreenCast";
 inline constexpr const char* globalShortcuts = "org.freedesktop.portal.GlobalShortcuts";
 inline constexpr const char* session = "org.freedesktop.portal.Session";
+inline constexpr const char* registry = "org.freedesktop.host.portal.Registry";
 
 /// Unique within this process.
 [[nodiscard]] QString makeToken();
 
-/// The session bus: that of the environment, or the one at `address`.
+/// All properties of an interface of the portal.
+[[nodiscard]] QDBusMessage propertiesCall(const char* interface);
+
+/// The session bus: that of the environment, or the one at `address`. Before anything else, a connection tells the portal which program
+/// this is; portals before 1.19.4 do not want to know.
 [[nodiscard]] QDBusConnection bus(const std::string& address);
 
 }  // namespace portal

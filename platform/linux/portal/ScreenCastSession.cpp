@@ -9,9 +9,10 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
-#include <QPointer>
+#include <QTimer>
 
 #include <fcntl.h>
+#include <memory>
 #include <utility>
 
 namespace velmora::linux_backend {
@@ -23,15 +24,6 @@ constexpr uint embeddedCursor = 2;
 constexpr uint untilRevoked = 2;
 constexpr uint versionWithTokens = 4;
 constexpr int patience = 10'000;  // milliseconds, for answers that no user has to give
-constexpr int blockingPatience = 5'000;
-
-QDBusMessage propertiesCall()
-{
-    auto call = QDBusMessage::createMethodCall(QLatin1String{portal::service}, QLatin1String{portal::path},
-        QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("GetAll"));
-    call.setArguments({QLatin1String{portal::screenCast}});
-    return call;
-}
 
 struct Abilities {
     uint version = 0;
@@ -113,7 +105,7 @@ private:
             return;
         if (!bus_.isConnected())
             return fail(PortalErrorCode::unavailable, "There is no session bus.");
-        auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(propertiesCall(), patience), this};
+        auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(portal::propertiesCall(portal::screenCast), patience), this};
         connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked] {
             asked->deleteLater();
             auto found = abilities(*asked);
@@ -223,16 +215,18 @@ ScreenCastSession::~ScreenCastSession()
     implementation_.release()->abandon();
 }
 
-Result<void> checkScreenCastAvailable(const std::string& busAddress)
+void askWhetherWindowsCanBeShared(const std::string& busAddress, UniqueFunction<void(Result<void>)> completion)
 {
-    auto bus = portal::bus(busAddress);
+    const auto shared = std::make_shared<UniqueFunction<void(Result<void>)>>(std::move(completion));
+    const auto bus = portal::bus(busAddress);
     if (!bus.isConnected())
-        return failPortal(PortalErrorCode::unavailable, "There is no session bus.");
-    const QDBusPendingReply<QVariantMap> reply = bus.call(propertiesCall(), QDBus::Block, blockingPatience);
-    auto found = abilities(reply);
-    if (!found)
-        return fail(std::move(found.error()));
-    return {};
+        return QTimer::singleShot(0, [shared] { (*shared)(failPortal(PortalErrorCode::unavailable, "There is no session bus.")); });
+    auto* asked = new QDBusPendingCallWatcher{bus.asyncCall(portal::propertiesCall(portal::screenCast), patience)};
+    QObject::connect(asked, &QDBusPendingCallWatcher::finished, asked, [asked, shared] {
+        asked->deleteLater();
+        auto found = abilities(*asked);
+        (*shared)(found ? Result<void>{} : Result<void>{fail(std::move(found.error()))});
+    });
 }
 
 }  // namespace velmora::linux_backend

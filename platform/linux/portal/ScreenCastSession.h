@@ -40,8 +40,8 @@ private:
     std::unique_ptr<Implementation> implementation_;
 };
 
-/// Whether the portal of this session can share windows; an error says why not. Waits for its answer, at most a few seconds, because a
-/// portal may have to be started for it.
-[[nodiscard]] Result<void> checkScreenCastAvailable(const std::string& busAddress);
+/// Asks whether the portal of this session can share windows; an error says why not. `completion` is called once, later, on the main
+/// thread: a portal may have to be started for the answer.
+void askWhetherWindowsCanBeShared(const std::string& busAddress, UniqueFunction<void(Result<void>)> completion);
 
 }  // namespace velmora::linux_backend

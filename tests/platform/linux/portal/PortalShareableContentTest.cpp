@@ -2,6 +2,7 @@
 #include "platform/linux/portal/PortalShareableContent.h"
 
 #include "platform/linux/portal/PortalScreenCaptureAccess.h"
+#include "platform/linux/portal/ScreenCastSession.h"
 #include "tests/platform/linux/pictures/PictureRecorder.h"
 #include "tests/platform/linux/portal/TestCast.h"
 #include "tests/platform/linux/portal/TestPortal.h"
@@ -252,15 +253,40 @@ TEST_F(PortalShareableContentTest, ADesktopThatRemembersNothingLeavesNoEntryBehi
     EXPECT_THAT(windows(), SizeIs(1));
 }
 
-TEST_F(PortalShareableContentTest, WithThePortalThereIsAccessAndWithoutABusThereIsNone)
+TEST_F(PortalShareableContentTest, AnAccessThatIsThereIsTakenForGrantedWhileThePortalIsAsked)
 {
     PortalScreenCaptureAccess access{bus.address()};
+    int changes = 0;
+    access.observeAccess([&] { ++changes; });
     EXPECT_TRUE(access.preflightScreenCaptureAccess());
+    // The portal answers what it is asked in order, so that the first answer is there by now.
+    bool isAsked = false;
+    askWhetherWindowsCanBeShared(bus.address(), [&](const Result<void>& available) {
+        EXPECT_TRUE(available);
+        isAsked = true;
+    });
+    ASSERT_TRUE(PrivateBus::runUntil([&] { return isAsked; }));
+    EXPECT_TRUE(access.requestScreenCaptureAccess());
     EXPECT_EQ(access.explanation(), "");
+    EXPECT_EQ(changes, 0);
+}
+
+TEST(PortalScreenCaptureAccess, WithoutABusThereIsNoneWhichIsToldOnce)
+{
+    const PrivateBus events;
+    PortalScreenCaptureAccess access{"unix:path=/nonexistent/bus"};
+    int changes = 0;
+    access.observeAccess([&] {
+        ++changes;
+        EXPECT_FALSE(access.preflightScreenCaptureAccess());
+    });
+    static_cast<void>(access.preflightScreenCaptureAccess());
+    ASSERT_TRUE(PrivateBus::runUntil([&] { return changes == 1; }));
+    EXPECT_NE(access.explanation(), "");
+    // What the observer has asked is answered, too, and changes nothing.
+    QCoreApplication::processEvents();
+    EXPECT_EQ(changes, 1);
     QDBusConnection::disconnectFromBus(QStringLiteral("velmora-portal"));
-    PortalScreenCaptureAccess none{"unix:path=/nonexistent/bus"};
-    EXPECT_FALSE(none.requestScreenCaptureAccess());
-    EXPECT_NE(none.explanation(), "");
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "tests/platform/linux/portal/TestPortal.h"
 
+#include "tests/platform/linux/portal/TestShortcuts.h"
+
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
 #include <QDBusMetaType>
@@ -96,17 +98,22 @@ private:
 
 }  // namespace
 
-TestPortal::TestPortal(const test::PrivateBus& bus, uint sourceTypes) : connection_(bus.connect("test-portal")), sourceTypes_(sourceTypes)
+TestPortal::TestPortal(const test::PrivateBus& bus, uint sourceTypes, TestShortcuts* shortcuts)
+    : connection_(bus.connect("test-portal"))
+    , sourceTypes_(sourceTypes)
 {
+    if (shortcuts)
+        shortcuts->exportWith(*this, connection_);
     qDBusRegisterMetaType<CastDescription>();
     qDBusRegisterMetaType<QList<CastDescription>>();
     qDBusRegisterMetaType<RestoreData>();
-    connection_.registerObject(
-        QStringLiteral("/org/freedesktop/portal/desktop"), this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties);
+    connection_.registerObject(QStringLiteral("/org/freedesktop/portal/desktop"), this,
+        QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties | QDBusConnection::ExportAdaptors);
     connection_.registerService(QLatin1String{backEndName});
 
-    std::ofstream{directory_.path() / "velmoratest.portal"} << "[portal]\nDBusName=" << backEndName
-                                                            << "\nInterfaces=org.freedesktop.impl.portal.ScreenCast;\nUseIn=velmoratest\n";
+    std::ofstream{directory_.path() / "velmoratest.portal"}
+        << "[portal]\nDBusName=" << backEndName << "\nInterfaces=org.freedesktop.impl.portal.ScreenCast;"
+        << (shortcuts ? "org.freedesktop.impl.portal.GlobalShortcuts;" : "") << "\nUseIn=velmoratest\n";
     frontEnd_ = std::make_unique<test::ChildProcess>(std::vector<std::string>{frontEnd},
         std::map<std::string, std::string>{{"DBUS_SESSION_BUS_ADDRESS", bus.address()}, {"XDG_CURRENT_DESKTOP", "velmoratest"},
             {"XDG_DESKTOP_PORTAL_DIR", directory_.path().string()}});

@@ -29,8 +29,8 @@ class TestPortal final : public QObject, protected QDBusContext {
     Q_PROPERTY(uint AvailableCursorModes READ cursorModes CONSTANT)
 
 public:
-    /// On the bus, with the real portal in front; `sourceTypes`: 1 monitors, 2 windows.
-    explicit TestPortal(const test::PrivateBus& bus, uint sourceTypes = 3);
+    /// On the bus, with the real portal in front; `sourceTypes`: 1 monitors, 2 windows. With shortcuts, where a test has some.
+    explicit TestPortal(const test::PrivateBus& bus, uint sourceTypes = 3, class TestShortcuts* shortcuts = nullptr);
     ~TestPortal() override;
 
     [[nodiscard]] uint version() const { return 4; }

@@ -1,0 +1,58 @@
+// The desktop's shortcuts, played by a test behind the real portal.
+#pragma once
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QVariantMap>
+
+#include <memory>
+
+namespace velmora::linux_backend {
+
+/// (sa{sv}), as a program asks for a shortcut and is told of it.
+struct TestShortcut {
+    QString id;
+    QVariantMap properties;
+};
+
+/// Implements org.freedesktop.impl.portal.GlobalShortcuts for one session at a time. It must outlive the portal.
+class TestShortcuts final {
+public:
+    TestShortcuts();
+    ~TestShortcuts();
+    TestShortcuts(const TestShortcuts&) = delete;
+    TestShortcuts& operator=(const TestShortcuts&) = delete;
+
+    void exportWith(QObject& portal, const QDBusConnection& connection);
+
+    /// What the user makes of the next question: the keys' name; empty: no keys.
+    QString keys = QStringLiteral("Alt+Super+K");
+    bool isAllowed = true;
+
+    /// The user presses the keys.
+    void press();
+    /// The user has bound other keys.
+    void change(const QString& newKeys);
+    /// The desktop ends the shortcuts.
+    void closeSession();
+
+    int questions = 0;
+    int sessionsClosed = 0;  ///< by the program
+    TestShortcut asked;  ///< the last one
+
+private:
+    friend class ShortcutsAdaptor;
+
+    [[nodiscard]] QVariantMap bound() const;
+
+    std::unique_ptr<QDBusConnection> connection_;
+    QString session_;
+    std::unique_ptr<QObject> sessionObject_;
+};
+
+}  // namespace velmora::linux_backend
