@@ -84,14 +84,27 @@ void AppControl::selectWindow(std::uint32_t windowID, UniqueFunction<void(Result
         const auto chosen = std::find_if(windows.begin(), windows.end(), [&](const auto& window) { return window.id == windowID; });
         if (chosen == windows.end())
             return completion(fail(errorDomain, noSuchWindow, "There is no window " + std::to_string(windowID) + " that can be recorded."));
-        services_.coordinator->selectWindowAndStartCapture(*chosen, [this, windowID, completion = std::move(completion)]() mutable {
-            const auto& coordinator = *services_.coordinator;
-            if (coordinator.state().is<CaptureState::Capturing>() && coordinator.selectedWindow()
-                && coordinator.selectedWindow()->id == windowID)
-                completion({});
-            else
-                completion(fail(errorDomain, captureFailed, coordinator.state().statusDescription()));
-        });
+        if (!services_.windowService->needsRequest(windowID))
+            return capture(*chosen, std::move(completion));
+        services_.windowService->requestWindow(
+            windowID, [this, completion = std::move(completion)](Result<std::optional<CapturedWindowInfo>> granted) mutable {
+                if (!granted)
+                    return completion(fail(errorDomain, captureFailed, granted.error().localizedDescription));
+                if (!*granted)
+                    return completion(fail(errorDomain, captureFailed, "No window was chosen."));
+                capture(**granted, std::move(completion));
+            });
+    });
+}
+
+void AppControl::capture(const CapturedWindowInfo& window, UniqueFunction<void(Result<void>)> completion)
+{
+    services_.coordinator->selectWindowAndStartCapture(window, [this, id = window.id, completion = std::move(completion)]() mutable {
+        const auto& coordinator = *services_.coordinator;
+        if (coordinator.state().is<CaptureState::Capturing>() && coordinator.selectedWindow() && coordinator.selectedWindow()->id == id)
+            completion({});
+        else
+            completion(fail(errorDomain, captureFailed, coordinator.state().statusDescription()));
     });
 }
 

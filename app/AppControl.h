@@ -50,6 +50,7 @@ public:
 private:
     using SaveCompletion = UniqueFunction<void(Result<SavedClip>)>;
 
+    void capture(const CapturedWindowInfo& window, UniqueFunction<void(Result<void>)> completion);
     void saveRecording(SaveCompletion completion);
     void finishSaves(const Result<SavedClip>& result);
 

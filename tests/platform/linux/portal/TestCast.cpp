@@ -160,6 +160,18 @@ struct TestCast::Implementation {
         return buffer;
     }
 
+    void show(const Frame& frame)
+    {
+        if (!isStreaming || free.empty())
+            return;
+        auto shown = frame;
+        shown.time = frame.time.value_or(monotonicNow());
+        draw(shown);
+        handOver(shown);
+        shown.damage.clear();
+        last = shown;
+    }
+
     void repeat()
     {
         collect();
@@ -251,17 +263,16 @@ std::uint32_t TestCast::nodeID()
 
 void TestCast::show(const Frame& frame)
 {
-    auto& own = *implementation_;
-    ThreadLoopLock lock{own.loop.get()};
-    own.waitForBuffer();
-    if (own.free.empty())
-        return;
-    auto shown = frame;
-    shown.time = frame.time.value_or(monotonicNow());
-    own.draw(shown);
-    own.handOver(shown);
-    shown.damage.clear();
-    own.last = shown;
+    ThreadLoopLock lock{implementation_->loop.get()};
+    implementation_->waitForBuffer();
+    implementation_->show(frame);
+}
+
+void TestCast::showIfWanted(std::uint32_t number)
+{
+    ThreadLoopLock lock{implementation_->loop.get()};
+    implementation_->collect();
+    implementation_->show({.number = number, .crop = {}, .damage = {}, .time = {}});
 }
 
 void TestCast::showInVain(const Frame& frame)

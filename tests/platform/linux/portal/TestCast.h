@@ -43,6 +43,9 @@ public:
     /// Waits until somebody takes pictures, then hands one over. It is repeated, its time unchanged and no damage told, until there is
     /// another: what comes while the server is still busy with the one before may get lost.
     void show(const Frame& frame);
+    /// Only if somebody takes pictures just now.
+    void showIfWanted(std::uint32_t number);
+
     /// Hands over a picture that is not kept, and waits until its buffer comes back.
     void showInVain(const Frame& frame);
     void show(std::uint32_t number) { show({.number = number, .crop = {}, .damage = {}, .time = {}}); }
