@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -63,49 +64,6 @@ Error noLongerShared()
 {
     return failPortal(PortalErrorCode::windowUnavailable, "The desktop no longer shares the window.").value();
 }
-
-/// Holds the sharing for as long as it may be wanted.
-class PortalVideoSource final : public VideoSource {
-public:
-    PortalVideoSource(std::shared_ptr<Cast> cast, std::shared_ptr<Executor> mainExecutor,
-        const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler)
-        : cast_(std::move(cast))
-        , mainExecutor_(std::move(mainExecutor))
-        , configuration_(configuration)
-        , makeScaler_(std::move(makeScaler))
-    {
-    }
-
-    ~PortalVideoSource() override { stop(); }
-
-    Result<void> start(Callbacks callbacks) override
-    {
-        if (!cast_)
-            return fail(noLongerShared());
-        auto attached = cast_->stream->attach(configuration_, std::move(makeScaler_), std::move(callbacks));
-        if (!attached)
-            return fail(std::move(attached.error()));
-        attachment_ = *attached;
-        return {};
-    }
-
-    void stop() override
-    {
-        if (!cast_)
-            return;
-        if (attachment_)
-            cast_->stream->detach(*attachment_);
-        // It may be the last owner.
-        mainExecutor_->async([cast = std::exchange(cast_, nullptr)]() mutable { cast.reset(); });
-    }
-
-private:
-    std::shared_ptr<Cast> cast_;
-    const std::shared_ptr<Executor> mainExecutor_;
-    const platform::StreamConfiguration configuration_;
-    PictureScalerFactory makeScaler_;
-    std::optional<CastStream::Attachment> attachment_;
-};
 
 }  // namespace
 
@@ -181,12 +139,25 @@ public:
             });
     }
 
+    /// Held until it is released as often as it was taken: so it ends here, whatever becomes of work that is left on the way.
     std::shared_ptr<Cast> take(std::uint32_t id)
     {
         auto live = live_.lock();
         offered_.reset();
         unclaimed_.stop();
-        return live && live->grant.id == id && !live->isEnded ? live : nullptr;
+        if (!live || live->grant.id != id || live->isEnded)
+            return nullptr;
+        taken_.push_back(live);
+        return live;
+    }
+
+    void release(const Cast* cast)
+    {
+        const auto found = std::find_if(taken_.begin(), taken_.end(), [&](const auto& taken) { return taken.get() == cast; });
+        if (found == taken_.end())
+            return;
+        const auto last = *found;
+        taken_.erase(found);
     }
 
     [[nodiscard]] const std::shared_ptr<Executor>& mainExecutor() const { return mainExecutor_; }
@@ -311,10 +282,58 @@ private:
     RequestCompletion completion_;
     std::shared_ptr<Cast> requested_;  // on its way
     std::shared_ptr<Cast> offered_;  // until a stream takes it
+    std::vector<std::shared_ptr<Cast>> taken_;  // by streams
     std::weak_ptr<Cast> live_;  // the last one that was granted
     Mutex mutex_;
     std::optional<WindowGrant> shared_ GUARDED_BY(mutex_);
 };
+
+namespace {
+
+/// Says when the sharing is no longer wanted. It ends on the main thread.
+class PortalVideoSource final : public VideoSource {
+public:
+    PortalVideoSource(std::shared_ptr<Cast> cast, std::function<void()> release, const platform::StreamConfiguration& configuration,
+        PictureScalerFactory makeScaler)
+        : cast_(std::move(cast))
+        , release_(std::move(release))
+        , configuration_(configuration)
+        , makeScaler_(std::move(makeScaler))
+    {
+    }
+
+    ~PortalVideoSource() override { stop(); }
+
+    Result<void> start(Callbacks callbacks) override
+    {
+        if (!cast_)
+            return fail(noLongerShared());
+        auto attached = cast_->stream->attach(configuration_, std::move(makeScaler_), std::move(callbacks));
+        if (!attached)
+            return fail(std::move(attached.error()));
+        attachment_ = *attached;
+        return {};
+    }
+
+    void stop() override
+    {
+        if (!cast_)
+            return;
+        if (attachment_)
+            cast_->stream->detach(*attachment_);
+        cast_.reset();
+        release_();
+    }
+
+private:
+    std::shared_ptr<Cast> cast_;
+    const std::function<void()> release_;
+    const platform::StreamConfiguration configuration_;
+    PictureScalerFactory makeScaler_;
+    std::optional<CastStream::Attachment> attachment_;
+};
+
+}  // namespace
 
 PortalShareableContent::PortalShareableContent(std::shared_ptr<Executor> mainExecutor, PortalShareableContentOptions options)
     : state_(std::make_shared<State>(std::move(mainExecutor), std::move(options)))
@@ -341,7 +360,14 @@ void PortalShareableContent::requestWindow(std::uint32_t windowID, RequestComple
 std::unique_ptr<VideoSource> PortalShareableContent::makeVideoSource(
     std::uint32_t windowID, const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler)
 {
-    return std::make_unique<PortalVideoSource>(state_->take(windowID), state_->mainExecutor(), configuration, std::move(makeScaler));
+    auto cast = state_->take(windowID);
+    auto release = [weak = std::weak_ptr(state_), executor = state_->mainExecutor(), taken = cast.get()] {
+        executor->async([weak, taken] {
+            if (const auto state = weak.lock())
+                state->release(taken);
+        });
+    };
+    return std::make_unique<PortalVideoSource>(std::move(cast), std::move(release), configuration, std::move(makeScaler));
 }
 
 }  // namespace velmora::linux_backend
