@@ -240,7 +240,7 @@ protected:
 TEST_F(FaultyFiles, AWriteThatFailsEndsTheRecordingWithItsReasonAndKeepsWhatWasWritten)
 {
     const NumberedWindow window{{"--size", "640x480"}};
-    const int count = faultCount("VELMORA_FAULT_WRITES", 4);
+    const int count = faultCount("VELMORA_FAULT_WRITES", 3);
     int held = 0;
     for (int number = 1; number <= count; ++number) {
         const auto fault = "write:" + std::to_string(number) + (number % 2 == 0 ? ":5" : " only:5");
@@ -293,7 +293,7 @@ TEST_F(FaultyFiles, WritesThatAreAllCutShortCostNothing)
 TEST_F(FaultyFiles, ARecorderThatDiesInACallLeavesAFileThatIsMadeWhole)
 {
     const NumberedWindow window{{"--size", "640x480"}};
-    const int count = faultCount("VELMORA_FAULT_WRITES", 3);
+    const int count = faultCount("VELMORA_FAULT_WRITES", 2);
     int held = 0;
     int tried = 0;
     for (const auto* call : {"write", "sync", "truncate"}) {
@@ -302,7 +302,7 @@ TEST_F(FaultyFiles, ARecorderThatDiesInACallLeavesAFileThatIsMadeWhole)
             SCOPED_TRACE(fault);
             const auto file = folder_.path() / (call + std::to_string(number) + ".mp4");
             // One that ends by itself made fewer such calls.
-            const auto outcome = record(window.id(), file, 3, environment(fault));
+            const auto outcome = record(window.id(), file, 2, environment(fault));
             ++tried;
             held += (!outcome.status || outcome.status == 0) && isWholeAfterRepair(file);
         }
