@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 namespace velmora::test {
 
@@ -71,10 +72,16 @@ bool AssistiveTechnology::isAbsent(const std::string& role, const std::string& n
 
 bool AssistiveTechnology::clickOn(const std::string& role, const std::string& name, const std::string& program)
 {
-    const auto control = find(role, name, program);
-    if (control)
-        click(control->place.center());
-    return control.has_value();
+    // What slides in is clicked where it comes to rest.
+    auto control = find(role, name, program);
+    const bool rests = waitUntil([&] {
+        const auto before = std::exchange(control, find(role, name, program));
+        return !control || (before && before->place == control->place);
+    });
+    if (!rests || !control)
+        return false;
+    click(control->place.center());
+    return true;
 }
 
 NextMenu::NextMenu(const std::string& program) : listener_({VELMORA_ACCESSIBLE_CONTROLS, program, "--next-menu"})

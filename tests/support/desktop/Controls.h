@@ -38,7 +38,7 @@ public:
     /// Whether there is none; waits until it has gone.
     [[nodiscard]] static bool isAbsent(const std::string& role, const std::string& name, const std::string& program = "velmora");
 
-    /// Clicks in its middle; false when it never appears.
+    /// Clicks in its middle once it rests; false when it never appears.
     [[nodiscard]] static bool clickOn(const std::string& role, const std::string& name, const std::string& program = "velmora");
 
 private:
