@@ -15,8 +15,9 @@ using ::testing::IsEmpty;
 /// Instrumented code is many times slower.
 constexpr int recordingCount = isSanitized ? 200 : 1000;
 
-/// What tables and caches still do after the first hundred; 75 bytes a recording are more.
-constexpr std::size_t allowedGrowth = 64 * 1024;
+/// What the allocator keeps for its threads counts as used, and differs by 100 KiB from run to run. One picture, block of sound or writer that
+/// every recording leaves is far more.
+constexpr std::size_t allowedGrowth = 256 * 1024;
 
 TEST(ManyRecordings, AThousandInOneProcessLeaveNoMemoryNoFileAndNoThreadBehind)
 {
