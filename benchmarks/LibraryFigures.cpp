@@ -2,6 +2,7 @@
 
 #include "app/MainThreadClock.h"
 #include "app/MainThreadExecutor.h"
+#include "benchmarks/Figures.h"
 #include "library/ClipLibrary.h"
 #include "library/PathUtilities.h"
 #include "platform/linux/CodecModuleServices.h"
@@ -24,11 +25,6 @@ using namespace velmora;
 
 constexpr int clipCount = 10'000;
 constexpr int beat = 10;  // milliseconds
-
-void row(const char* what, double milliseconds)
-{
-    std::printf("%-76s %.0f ms\n", what, milliseconds);
-}
 
 double milliseconds(const QElapsedTimer& since)
 {
@@ -61,6 +57,7 @@ private:
 
 int main(int argc, char** argv)
 {
+    benchmarks::Figures figures{argc, argv};
     QCoreApplication application{argc, argv};
     const test::TemporaryDirectory home;
     ::setenv("HOME", home.path().c_str(), 1);
@@ -75,7 +72,7 @@ int main(int argc, char** argv)
         const Heart heart;
         QTimer::singleShot(1000, &application, &QCoreApplication::quit);
         QCoreApplication::exec();
-        row("Longest stall of the main thread in a second of rest", heart.longestStall());
+        figures.add("Longest stall of the main thread in a second of rest", heart.longestStall(), 0, "ms");
     }
     const Heart heart;
     QElapsedTimer elapsed;
@@ -84,17 +81,18 @@ int main(int argc, char** argv)
                              std::make_shared<MainThreadExecutor>()},
         nullptr}};
     QObject::connect(&library, &ClipLibrary::recentClipsChanged, &application, [&] {
-        row("10,000 clips listed", milliseconds(elapsed));
+        figures.add("10,000 clips listed", milliseconds(elapsed), 0, "ms");
         // The stall may be this very call.
         QTimer::singleShot(2 * beat, &application, &QCoreApplication::quit);
     });
     QCoreApplication::exec();
-    row("Longest stall of the main thread meanwhile", heart.longestStall());
+    figures.add("Longest stall of the main thread meanwhile", heart.longestStall(), 0, "ms");
     const bool isWhole = library.recentClips().size() == clipCount
         && std::all_of(library.recentClips().begin(), library.recentClips().end(), [](const ClipItem& clip) { return clip.duration > 2; });
     if (!isWhole) {
         std::fprintf(stderr, "library_figures: the list is not whole\n");
         return 1;
     }
+    figures.write();
     return 0;
 }

@@ -1,5 +1,6 @@
 // How soon the program is there and how much it takes, as a table, beside the least program that could do it. Runs in a private desktop.
 
+#include "benchmarks/Figures.h"
 #include "platform/linux/x11/Connection.h"
 #include "tests/support/recording/Subjects.h"
 #include "tests/support/recording/Velmora.h"
@@ -18,6 +19,9 @@
 namespace {
 
 using namespace velmora::test;
+using velmora::benchmarks::Figures;
+using velmora::benchmarks::median;
+using velmora::benchmarks::residentMegabytes;
 using velmora::linux_backend::Connection;
 
 constexpr int rounds = 7;
@@ -28,25 +32,6 @@ constexpr std::uint8_t escapeKey = 9;
 constexpr std::uint8_t wKey = 25;
 constexpr std::uint8_t superKey = 133;
 
-void row(const char* what, const std::string& figure)
-{
-    std::printf("%-76s %s\n", what, figure.c_str());
-    std::fflush(stdout);
-}
-
-std::string number(double value, int decimals, const char* unit)
-{
-    char text[64];
-    std::snprintf(text, sizeof text, "%.*f %s", decimals, value, unit);
-    return text;
-}
-
-double median(std::vector<double> values)
-{
-    std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
-    return values[values.size() / 2];
-}
-
 double milliseconds(std::int64_t since)
 {
     return static_cast<double>(monotonicNow() - since) / 1e6;
@@ -56,16 +41,6 @@ void pause(std::int64_t nanoseconds)
 {
     const auto end = monotonicNow() + nanoseconds;
     waitUntil([&] { return monotonicNow() >= end; });
-}
-
-double residentMegabytes(pid_t process)
-{
-    std::ifstream status{"/proc/" + std::to_string(process) + "/status"};
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("VmRSS:"))
-            return std::atof(line.c_str() + 6) / 1024;
-    }
-    return 0;
 }
 
 /// What happens to the windows of the screen, heard of as it happens.
@@ -198,7 +173,7 @@ Start measureStart(Windows& windows, const std::vector<std::string>& command, co
     return start;
 }
 
-void printStarts(Windows& windows, const Environment& environment)
+void printStarts(Figures& figures, Windows& windows, const Environment& environment)
 {
     std::vector<double> ours;
     std::vector<double> bare;
@@ -213,15 +188,11 @@ void printStarts(Windows& windows, const Environment& environment)
             bare.push_back(bareStart.untilDocked);
         }
     }
-    row("Start to item in the tray, median", number(median(ours), 0, "ms"));
-    row("  the barest program of the same toolkit", number(median(bare), 0, "ms"));
-    row("  ratio", number(median(ours) / median(bare), 2, ""));
-    row("Resident with the item only", number(start.resident, 1, "MB"));
-    row("  the barest program of the same toolkit", number(bareStart.resident, 1, "MB"));
-    row("  ratio", number(start.resident / bareStart.resident, 2, ""));
+    figures.compare("Start to item in the tray, median", {{"velmora", median(ours)}, {"bare Qt", median(bare)}}, 0, "ms", true);
+    figures.compare("Resident with the item only", {{"velmora", start.resident}, {"bare Qt", bareStart.resident}}, 1, "MB", true);
 }
 
-void printWindows(Windows& windows, const Environment& environment)
+void printWindows(Figures& figures, Windows& windows, const Environment& environment)
 {
     windows.forget();
     Program program{::velmora::test::velmora({}), environment};
@@ -241,8 +212,8 @@ void printWindows(Windows& windows, const Environment& environment)
         windows.press({escapeKey});
         pause(300'000'000);
     }
-    row("Click to menu, 500 clips in the folder, first", number(menus.front(), 0, "ms"));
-    row("Click to menu, 500 clips in the folder, median", number(median(menus), 0, "ms"));
+    figures.add("Click to menu, 500 clips in the folder, first", menus.front(), 0, "ms");
+    figures.add("Click to menu, 500 clips in the folder, median", median(menus), 0, "ms");
 
     windows.click(icon);
     windows.awaitMenu();
@@ -251,16 +222,17 @@ void printWindows(Windows& windows, const Environment& environment)
     windows.press({superKey, wKey});
     if (!waitUntil([&] { return windows.showsThePicker(); }))
         throw std::runtime_error("the picker did not come");
-    row("Key in the menu to the picker's text on the screen, first time", number(milliseconds(begin), 0, "ms"));
-    row("Resident with the picker open", number(residentMegabytes(program.processID()), 1, "MB"));
+    figures.add("Key in the menu to the picker's text on the screen, first time", milliseconds(begin), 0, "ms");
+    figures.add("Resident with the picker open", residentMegabytes(program.processID()), 1, "MB");
     program.signal(SIGTERM);
     program.finish();
 }
 
 }  // namespace
 
-int main()
+int main(int argc, char** argv)
 {
+    Figures figures{argc, argv};
     try {
         const TemporaryDirectory home;
         const Environment environment{{"HOME", home.path().string()}, {"XDG_CONFIG_HOME", (home.path() / "config").string()}};
@@ -274,10 +246,11 @@ int main()
         if (!waitUntil([] { return runProgram({"xdotool", "search", "--onlyvisible", "--name", "^panel$"}).status == 0; }))
             throw std::runtime_error("there is no tray");
         Windows windows;
-        printStarts(windows, environment);
+        printStarts(figures, windows, environment);
         for (int i = 0; i < clipCount; ++i)
             std::filesystem::copy_file(home.path() / "clip.mp4", folder / ("clip " + std::to_string(i) + ".mp4"));
-        printWindows(windows, environment);
+        printWindows(figures, windows, environment);
+        figures.write();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "program_figures: %s\n", error.what());
         return 1;

@@ -1,6 +1,7 @@
 // How well `velmora record` keeps up on this machine, as a table: frames that reach the file, sound against picture, processor time.
 // Runs in a private desktop.
 
+#include "benchmarks/Figures.h"
 #include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Subjects.h"
 #include "tests/support/recording/Velmora.h"
@@ -20,46 +21,20 @@
 namespace {
 
 using namespace velmora::test;
+using velmora::benchmarks::Figures;
+using velmora::benchmarks::loadAverage;
+using velmora::benchmarks::processorSeconds;
 
 constexpr int measuredSeconds = 10;
 
-void row(const char* what, const std::string& figure)
-{
-    std::printf("%-76s %s\n", what, figure.c_str());
-    std::fflush(stdout);
-}
-
-std::string number(double value, int decimals, const char* unit)
-{
-    char text[64];
-    std::snprintf(text, sizeof text, "%.*f %s", decimals, value, unit);
-    return text;
-}
-
-/// Processor time of all threads of a process so far (proc(5): utime and stime), seconds.
-double processorSeconds(pid_t process)
-{
-    std::ifstream file{"/proc/" + std::to_string(process) + "/stat"};
-    std::string text;
-    std::getline(file, text);
-    std::istringstream fields{text.substr(text.rfind(')') + 2)};
-    std::string skipped;
-    for (int field = 3; field < 14; ++field)
-        fields >> skipped;
-    double user = 0;
-    double system = 0;
-    fields >> user >> system;
-    return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
-}
-
-struct Figures {
+struct Outcome {
     double processorShare = 0;  ///< seconds of processor time a second
     double frameShare = 0;  ///< of the frames that the window showed meanwhile
     double framesPerSecond = 0;  ///< in the file
     double bitRate = 0;
 };
 
-Figures measure(const std::vector<std::string>& windowOptions)
+Outcome measure(const std::vector<std::string>& windowOptions)
 {
     const TemporaryDirectory directory;
     const NumberedWindow window{windowOptions};
@@ -95,18 +70,17 @@ Figures measure(const std::vector<std::string>& windowOptions)
         static_cast<double>(clip.video->pictures.size()) / clip.video->duration, clip.video->bitRate()};
 }
 
-void printRecording(const char* name, const std::vector<std::string>& windowOptions, bool isMoving)
+void printRecording(Figures& figures, const std::string& name, const std::vector<std::string>& windowOptions, bool isMoving)
 {
-    const auto figures = measure(windowOptions);
-    const std::string prefix{name};
+    const auto outcome = measure(windowOptions);
     if (isMoving)
-        row((prefix + ": frames of the window that are in the file").c_str(), number(figures.frameShare * 100, 1, "%"));
-    row((prefix + ": pictures a second in the file").c_str(), number(figures.framesPerSecond, 1, ""));
-    row((prefix + ": processor seconds a captured second").c_str(), number(figures.processorShare, 3, "s"));
-    row((prefix + ": video bit rate").c_str(), number(figures.bitRate / 1e6, 2, "Mbit/s"));
+        figures.add(name + ": frames of the window that are in the file", outcome.frameShare * 100, 1, "%");
+    figures.add(name + ": pictures a second in the file", outcome.framesPerSecond, 1, "");
+    figures.add(name + ": processor seconds a captured second", outcome.processorShare, 3, "s");
+    figures.add(name + ": video bit rate", outcome.bitRate / 1e6, 2, "Mbit/s");
 }
 
-void printSoundAgainstPicture()
+void printSoundAgainstPicture(Figures& figures)
 {
     const TemporaryDirectory directory;
     makeFlashAndBeepClip(directory.path() / "source.mp4", measuredSeconds * 3);
@@ -117,32 +91,25 @@ void printSoundAgainstPicture()
         throw std::runtime_error("no recording: " + outcome.messages);
     const auto clip = readClip(file);
     const auto offsets = beepsAgainstFlashes(clip);
-    row("Flash and beep in mpv: sound after picture, median",
-        number(median(offsets) * 1e3, 1, "ms") + " of " + std::to_string(offsets.size()));
+    figures.add("Flash and beep in mpv: sound after picture, median of " + std::to_string(offsets.size()), median(offsets) * 1e3, 1, "ms");
     if (clip.audio)
-        row("Flash and beep in mpv: the sound begins after the picture", number(clip.audio->start * 1e3, 0, "ms"));
-}
-
-std::string loadAverage()
-{
-    std::ifstream file{"/proc/loadavg"};
-    std::string one;
-    file >> one;
-    return one;
+        figures.add("Flash and beep in mpv: the sound begins after the picture", clip.audio->start * 1e3, 0, "ms");
 }
 
 }  // namespace
 
-int main()
+int main(int argc, char** argv)
 {
+    Figures figures{argc, argv};
     try {
-        row("Processors", std::to_string(std::thread::hardware_concurrency()));
-        row("Load average before", loadAverage());
-        printRecording("1280x720 at 60 Hz, a quarter noise", {"--size", "1280x720"}, true);
-        printRecording("1280x720 at 60 Hz, all noise", {"--size", "1280x720", "--motion", "100"}, true);
-        printRecording("1280x720, still", {"--size", "1280x720", "--still"}, false);
-        printSoundAgainstPicture();
-        row("Load average after", loadAverage());
+        figures.add("Processors", std::thread::hardware_concurrency(), 0, "");
+        figures.text("Load average before", loadAverage());
+        printRecording(figures, "1280x720 at 60 Hz, a quarter noise", {"--size", "1280x720"}, true);
+        printRecording(figures, "1280x720 at 60 Hz, all noise", {"--size", "1280x720", "--motion", "100"}, true);
+        printRecording(figures, "1280x720, still", {"--size", "1280x720", "--still"}, false);
+        printSoundAgainstPicture(figures);
+        figures.text("Load average after", loadAverage());
+        figures.write();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "recording_figures: %s\n", error.what());
         return 1;

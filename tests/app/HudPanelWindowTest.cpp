@@ -14,6 +14,9 @@ using namespace std::chrono_literals;
 
 class HudPanelWindowTest : public testing::Test {
 protected:
+    /// Where QML keeps its pointers no leak checker looks.
+    static void TearDownTestSuite() { delete &quickEngine(); }
+
     void open()
     {
         panel = makeHudPanelWindow({.preview = {}, .share = {}, .reveal = {}});

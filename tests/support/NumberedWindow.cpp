@@ -1,7 +1,7 @@
 // A window that draws numbered frames at a steady rate, for tests of everything that captures it.
 //
 //   numbered_window [--title TEXT] [--class NAME] [--pid-less] [--size WxH] [--position X,Y] [--override] [--fps N] [--frames N]
-//                   [--motion PERCENT] [--still] [--log FILE]
+//                   [--motion PERCENT | --scene] [--still] [--log FILE]
 //
 // Prints "ready WINDOWID" (decimal) when the window is mapped and shows its first frame. Each frame is put together in a pixmap and
 // shown by one CopyArea. The log gets a line "NUMBER NANOSECONDS" a frame, the CLOCK_MONOTONIC time at which the server had shown it.
@@ -9,6 +9,7 @@
 // when the server has carried it out; "still 17" for "still", with the number of the frame that stays. End of input ends the program.
 
 #include "tests/support/FrameNumber.h"
+#include "tests/support/Scene.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -51,6 +52,7 @@ struct Options {
     double framesPerSecond = 60;
     std::int64_t frames = -1;  // shown before the last stays; negative: no end
     int motionPercent = 25;
+    bool showsScene = false;
     bool isStill = false;
     std::string log;
 };
@@ -76,6 +78,10 @@ std::optional<Options> parseOptions(int argc, char** argv)
         }
         if (name == "--still") {
             options.isStill = true;
+            continue;
+        }
+        if (name == "--scene") {
+            options.showsScene = true;
             continue;
         }
         if (index + 1 == argc)
@@ -129,6 +135,8 @@ private:
     xcb_atom_t atom(std::string_view name);
     void makeNoise();
     void makeBackground();
+    void makeScene();
+    void drawScene();
     void fill(xcb_drawable_t target, std::uint32_t colour, xcb_rectangle_t rectangle);
     void drawFrame();
     void showFrame();
@@ -143,6 +151,7 @@ private:
     xcb_window_t window_ = XCB_NONE;
     xcb_pixmap_t backing_ = XCB_NONE;
     xcb_pixmap_t noise_ = XCB_NONE;
+    std::vector<xcb_pixmap_t> scene_;
     xcb_gcontext_t gc_ = XCB_NONE;
     int width_ = 0;
     int height_ = 0;
@@ -201,6 +210,8 @@ bool NumberedWindow::open()
     xcb_create_gc(connection_, gc_, window_, XCB_GC_GRAPHICS_EXPOSURES, &noExposures);
     makeNoise();
     makeBackground();
+    if (options_.showsScene)
+        makeScene();
     if (!options_.log.empty())
         log_.open(options_.log);
     xcb_map_window(connection_, window_);
@@ -220,6 +231,32 @@ void NumberedWindow::makeNoise()
         xcb_put_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, noise_, gc_, noiseSide, rows, 0, static_cast<std::int16_t>(y), 0,
             screen_->root_depth, rows * noiseSide * 4, reinterpret_cast<const std::uint8_t*>(pixels.data() + y * noiseSide));
     }
+}
+
+/// All of it on the server, so that showing a frame costs this program next to nothing.
+void NumberedWindow::makeScene()
+{
+    for (std::uint32_t index = 0; index < Scene::count; ++index) {
+        const auto greys = Scene::picture(index, width_, height_);
+        scene_.push_back(xcb_generate_id(connection_));
+        xcb_create_pixmap(connection_, screen_->root_depth, scene_.back(), window_, static_cast<std::uint16_t>(width_),
+            static_cast<std::uint16_t>(height_));
+        std::vector<std::uint32_t> row(static_cast<std::size_t>(width_));
+        for (int y = 0; y < height_; ++y) {
+            const auto* grey = greys.data() + static_cast<std::size_t>(y) * row.size();
+            std::transform(grey, grey + width_, row.begin(), [](std::uint8_t one) { return one * 0x010101U; });
+            xcb_put_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, scene_.back(), gc_, static_cast<std::uint16_t>(width_), 1, 0,
+                static_cast<std::int16_t>(y), 0, screen_->root_depth, static_cast<std::uint32_t>(width_) * 4,
+                reinterpret_cast<const std::uint8_t*>(row.data()));
+        }
+    }
+}
+
+void NumberedWindow::drawScene()
+{
+    const auto strip = static_cast<std::int16_t>(FrameNumberStrip::height(height_));
+    xcb_copy_area(connection_, scene_[Scene::indexOf(number_)], backing_, gc_, 0, strip, 0, strip, static_cast<std::uint16_t>(width_),
+        static_cast<std::uint16_t>(height_ - 2 * strip));
 }
 
 void NumberedWindow::makeBackground()
@@ -262,6 +299,9 @@ void NumberedWindow::drawFrame()
         xcb_change_gc(connection_, gc_, XCB_GC_FOREGROUND, &colour);
         xcb_poly_fill_rectangle(connection_, backing_, gc_, static_cast<std::uint32_t>(blocks[isWhite].size()), blocks[isWhite].data());
     }
+
+    if (!scene_.empty())
+        return drawScene();
 
     // Noise that moves, as a tiled fill: full width, as high as its share of the window.
     const int middle = height_ - 2 * strip;

@@ -128,7 +128,7 @@ private:
     linux_backend::AvCodecContext context_;
 };
 
-ClipPicture describe(const AVFrame& frame, AVRational base, const std::vector<PicturePart>& parts)
+ClipPicture describe(const AVFrame& frame, AVRational base, const std::vector<PicturePart>& parts, const LookAtPicture& look)
 {
     ClipPicture picture;
     picture.time = seconds(frame.best_effort_timestamp, base);
@@ -143,6 +143,8 @@ ClipPicture describe(const AVFrame& frame, AVRational base, const std::vector<Pi
         picture.reading = readFrameNumber(luma, parts[i]);
         picture.part = i;
     }
+    if (look)
+        look(luma, picture);
     return picture;
 }
 
@@ -209,7 +211,7 @@ AvInput openInput(const std::filesystem::path& file)
     return avformat_find_stream_info(input.get(), nullptr) < 0 ? nullptr : std::move(input);
 }
 
-void readAll(AVFormatContext& input, RecordedClip& clip, const std::vector<PicturePart>& parts)
+void readAll(AVFormatContext& input, RecordedClip& clip, const std::vector<PicturePart>& parts, const LookAtPicture& look)
 {
     const auto video = firstTrack(input, AVMEDIA_TYPE_VIDEO);
     const auto audio = firstTrack(input, AVMEDIA_TYPE_AUDIO);
@@ -218,7 +220,7 @@ void readAll(AVFormatContext& input, RecordedClip& clip, const std::vector<Pictu
     if (audio)
         clip.audio = describeAudio(*audio);
     const auto takePicture = [&](const AVFrame& frame) {
-        clip.video->pictures.push_back(describe(frame, video->stream().time_base, parts));
+        clip.video->pictures.push_back(describe(frame, video->stream().time_base, parts, look));
     };
     const auto takeSound = [&](const AVFrame& frame) { append(*clip.audio, frame, audio->stream().time_base); };
 
@@ -284,14 +286,14 @@ ClipAudio::Levels ClipAudio::levels(double tone, double other, int channel) cons
     return best;
 }
 
-RecordedClip readClip(const std::filesystem::path& file, const std::vector<PicturePart>& parts)
+RecordedClip readClip(const std::filesystem::path& file, const std::vector<PicturePart>& parts, const LookAtPicture& look)
 {
     RecordedClip clip;
     const Complaints complaints;
     if (const auto input = openInput(file)) {
         clip.opened = true;
         clip.duration = seconds(input->duration, {1, AV_TIME_BASE});
-        readAll(*input, clip, parts);
+        readAll(*input, clip, parts, look);
     }
     clip.complaints = Complaints::take();
     return clip;

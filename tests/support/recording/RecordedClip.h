@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -79,8 +80,11 @@ struct RecordedClip {
     std::optional<ClipAudio> audio;
 };
 
+/// Sees each picture while it is decoded.
+using LookAtPicture = std::function<void(const PictureView& luma, const ClipPicture& picture)>;
+
 /// Frame numbers are read in the first of `parts` in which there is one; in the whole picture when there are no parts.
-RecordedClip readClip(const std::filesystem::path& file, const std::vector<PicturePart>& parts = {});
+RecordedClip readClip(const std::filesystem::path& file, const std::vector<PicturePart>& parts = {}, const LookAtPicture& look = {});
 
 /// The types of the boxes at the top of the file, in order (ISO 14496-12 4.2). Ends with "?" where the bytes are no box.
 std::vector<std::string> topLevelBoxes(const std::filesystem::path& file);

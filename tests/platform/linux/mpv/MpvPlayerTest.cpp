@@ -124,11 +124,16 @@ protected:
             ::setenv(name, shared_->path().c_str(), 1);
         ::setenv("PULSE_SERVER", "unix:/nowhere", 1);
         ::unsetenv("XDG_CONFIG_HOME");
-        std::ofstream{shared_->path() / ".asoundrc"} << "pcm.!default { type null }\n";
+        writeSilentSoundCard(shared_->path());
         writeClip(unevenFile(), unevenClip(5));
         uneven_ = decodeFile(unevenFile());
     }
     static void TearDownTestSuite() { shared_.reset(); }
+
+    static void writeSilentSoundCard(const std::filesystem::path& home)
+    {
+        std::ofstream{home / ".asoundrc"} << "pcm.!default { type null }\n";
+    }
 
     [[nodiscard]] static std::filesystem::path unevenFile() { return shared_->path() / "uneven.mp4"; }
     [[nodiscard]] std::filesystem::path path(const std::string& name) const { return folder_.path() / name; }
@@ -477,6 +482,7 @@ TEST_F(MpvPlayerTest, TheUsersConfigurationAndScriptsCountForNothing)
     std::ofstream{path("mpv.conf")} << "start=3\n";
     std::ofstream{path("clip.srt")} << "1\n00:00:00,000 --> 00:01:00,000\nwords\n";
     std::filesystem::copy_file(unevenFile(), path("clip.mp4"));
+    writeSilentSoundCard(folder_.path());
     ::setenv("HOME", folder_.path().c_str(), 1);
     ::setenv("MPV_HOME", path("mpv").c_str(), 1);
     {

@@ -1,0 +1,147 @@
+#include "benchmarks/Figures.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string_view>
+#include <unistd.h>
+
+namespace velmora::benchmarks {
+
+namespace {
+
+constexpr int nameWidth = 76;
+
+std::string number(double value, int decimals)
+{
+    if (std::isnan(value))
+        return "-";
+    char digits[64];
+    std::snprintf(digits, sizeof digits, "%.*f", decimals, value);
+    return digits;
+}
+
+/// Names of figures and units hold nothing below a space.
+std::string jsonText(std::string_view text)
+{
+    std::string result{'"'};
+    for (const char one : text) {
+        if (one == '"' || one == '\\')
+            result += '\\';
+        result += one;
+    }
+    return result + '"';
+}
+
+std::string jsonNumber(double value)
+{
+    return std::isfinite(value) ? number(value, 6) : "null";
+}
+
+void print(const std::string& what, const std::string& value)
+{
+    std::printf("%-*s %s\n", nameWidth, what.c_str(), value.c_str());
+    std::fflush(stdout);
+}
+
+}  // namespace
+
+double processorSeconds(pid_t process)
+{
+    std::ifstream file{"/proc/" + std::to_string(process) + "/stat"};
+    std::string text;
+    if (!std::getline(file, text))
+        return 0;
+    std::istringstream fields{text.substr(text.rfind(')') + 2)};
+    std::string skipped;
+    for (int field = 3; field < 14; ++field)
+        fields >> skipped;
+    double user = 0;
+    double system = 0;
+    fields >> user >> system;
+    return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
+}
+
+double residentMegabytes(pid_t process)
+{
+    std::ifstream status{"/proc/" + std::to_string(process) + "/status"};
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("VmRSS:"))
+            return std::atof(line.c_str() + 6) / 1024;
+    }
+    return 0;
+}
+
+double median(std::vector<double> values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+std::string loadAverage()
+{
+    std::ifstream file{"/proc/loadavg"};
+    std::string one;
+    file >> one;
+    return one;
+}
+
+Figures::Figures(int argc, char** argv)
+{
+    if (argc == 3 && std::string_view{argv[1]} == "--json") {
+        file_ = argv[2];
+    } else if (argc != 1) {
+        std::fprintf(stderr, "usage: %s [--json FILE]\n", argv[0]);
+        std::exit(2);
+    }
+}
+
+void Figures::text(const std::string& what, const std::string& value)
+{
+    print(what, value);
+    objects_.push_back("{\"figure\": " + jsonText(what) + ", \"text\": " + jsonText(value) + "}");
+}
+
+void Figures::add(const std::string& what, double value, int decimals, const std::string& unit)
+{
+    print(what, number(value, decimals) + " " + unit);
+    objects_.push_back("{\"figure\": " + jsonText(what) + ", \"unit\": " + jsonText(unit) + ", \"value\": " + jsonNumber(value) + "}");
+}
+
+void Figures::compare(
+    const std::string& what, const std::vector<Compared>& programs, int decimals, const std::string& unit, bool isLessBetter)
+{
+    const auto& ours = programs.front();
+    double best = std::nan("");
+    std::string line = ours.program + " " + number(ours.value, decimals);
+    std::string peers;
+    for (auto peer = programs.begin() + 1; peer != programs.end(); ++peer) {
+        if (std::isnan(best) || (isLessBetter ? peer->value < best : peer->value > best))
+            best = peer->value;
+        line += "  " + peer->program + " " + number(peer->value, decimals);
+        peers += (peers.empty() ? "" : ", ") + jsonText(peer->program) + ": " + jsonNumber(peer->value);
+    }
+    const double ratio = ours.value / best;
+    print(what, line + (unit.empty() ? "" : "  ") + unit + "  ratio " + number(ratio, 2));
+    objects_.push_back("{\"figure\": " + jsonText(what) + ", \"unit\": " + jsonText(unit) + ", \"value\": " + jsonNumber(ours.value)
+        + ", \"peers\": {" + peers + "}, \"ratio\": " + jsonNumber(ratio) + "}");
+}
+
+void Figures::write() const
+{
+    if (file_.empty())
+        return;
+    std::ofstream file{file_};
+    for (std::size_t i = 0; i < objects_.size(); ++i)
+        file << (i == 0 ? "[\n  " : ",\n  ") << objects_[i];
+    file << "\n]\n";
+    if (!file.flush())
+        throw std::runtime_error("cannot write " + file_.string());
+}
+
+}  // namespace velmora::benchmarks

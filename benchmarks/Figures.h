@@ -1,0 +1,49 @@
+// What the benchmarks share: processor time and memory of a program from outside, and figures as a table and as JSON.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace velmora::benchmarks {
+
+/// Processor time of all threads of a process so far, user's and system's, seconds (proc(5), stat). 0 when there is no such process.
+[[nodiscard]] double processorSeconds(pid_t process);
+
+/// Megabytes of 2^20 bytes (proc(5), VmRSS).
+[[nodiscard]] double residentMegabytes(pid_t process);
+
+/// The middle one; of an even count the upper of the two. `values` are at least one.
+[[nodiscard]] double median(std::vector<double> values);
+
+[[nodiscard]] std::string loadAverage();
+
+/// One benchmark's figures, printed as they come.
+class Figures {
+public:
+    /// Takes "--json FILE" from the command line; exits with 2 when there is anything else.
+    Figures(int argc, char** argv);
+
+    void text(const std::string& what, const std::string& value);
+    void add(const std::string& what, double value, int decimals, const std::string& unit);
+
+    /// The same thing of several programs, the first of them ours. With the ratio of ours to the peer that is best, when `isLessBetter`
+    /// the lowest. NaN is what a program could not do.
+    struct Compared {
+        std::string program;
+        double value = 0;
+    };
+    void compare(const std::string& what, const std::vector<Compared>& programs, int decimals, const std::string& unit, bool isLessBetter);
+
+    /// Writes the file, when one is wished for: an array of an object for each figure. Throws when that fails.
+    void write() const;
+
+private:
+    std::filesystem::path file_;
+    std::vector<std::string> objects_;
+};
+
+}  // namespace velmora::benchmarks
