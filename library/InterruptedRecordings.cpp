@@ -24,6 +24,7 @@ void InterruptedRecordings::repair(const std::filesystem::path& directory, Uniqu
     queue_.async([fileManager = fileManager_, repairer = repairer_, mainExecutor = mainExecutor_, isCancelled = isCancelled_, directory,
                      completion = std::move(completion)]() mutable {
         std::size_t repaired = 0;
+        repairer->removeAbandonedExports(directory);
         if (const auto files = fileManager->contentsOfDirectory(directory, true)) {
             for (const auto& file : *files) {
                 if (*isCancelled)

@@ -1,4 +1,4 @@
-// Recordings that a crash left unfinished.
+// What a crash left in the clips folder.
 #pragma once
 
 #include "base/SerialQueue.h"
@@ -13,7 +13,8 @@
 
 namespace velmora {
 
-/// Makes them whole, on a thread of its own. Only files with our writer's mark that no recorder holds are touched; every other stays as it is.
+/// Makes unfinished recordings whole and removes what unfinished exports left, on a thread of its own. Only files with our writer's mark that
+/// no recorder holds are repaired; every other clip stays as it is.
 class InterruptedRecordings {
 public:
     InterruptedRecordings(std::shared_ptr<platform::FileManager> fileManager, std::shared_ptr<platform::AssetRepairer> repairer,
@@ -24,7 +25,7 @@ public:
     InterruptedRecordings(const InterruptedRecordings&) = delete;
     InterruptedRecordings& operator=(const InterruptedRecordings&) = delete;
 
-    /// Looks through the movies in `directory`. `completion` is called once, on the main thread, with how many were repaired; never when this
+    /// Looks through `directory`. `completion` is called once, on the main thread, with how many were repaired; never when this
     /// object is destroyed first.
     void repair(const std::filesystem::path& directory, UniqueFunction<void(std::size_t)> completion);
 

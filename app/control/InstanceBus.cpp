@@ -1,11 +1,12 @@
 #include "app/control/InstanceBus.h"
 
+#include "app/control/BusRequests.h"
+
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QJsonDocument>
-#include <QUrl>
 #include <QVariantMap>
 
 #include <utility>
@@ -64,10 +65,8 @@ public slots:
 
     void Open(const QStringList& uris, const QVariantMap&)
     {
-        for (const auto& uri : uris) {
-            if (const QUrl url{uri}; url.isLocalFile())
-                static_cast<void>(control_.presentClipPreview(url.toLocalFile().toStdString()));
-        }
+        for (const auto& file : bus_requests::files(uris))
+            static_cast<void>(control_.presentClipPreview(file));
     }
 
     void ActivateAction(const QString& name, const QVariantList&, const QVariantMap&)
@@ -126,7 +125,10 @@ public slots:
     void Preview(const QString& path, const QDBusMessage& call)
     {
         PendingCall pending{connection_, call};
-        if (const auto shown = control_.presentClipPreview(path.toStdString()))
+        const auto file = bus_requests::file(path);
+        if (!file)
+            return pending.fail(path + QStringLiteral(" is no absolute path."));
+        if (const auto shown = control_.presentClipPreview(*file))
             pending.succeed();
         else
             pending.fail(text(shown.error().localizedDescription));

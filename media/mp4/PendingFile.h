@@ -4,14 +4,15 @@
 #include "base/Result.h"
 #include "media/mp4/File.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <utility>
 
 namespace velmora::mp4 {
 
-/// Lies under a hidden name in the folder where it belongs until it is published, and is gone with this object when it never is. Used on
-/// one thread, except discard(), which is safe on any.
+/// Lies under a hidden name in the folder where it belongs until it is published, and is gone with this object when it never is. A lock on
+/// the file tells who comes across it that it has an owner. Used on one thread, except discard(), which is safe on any.
 class PendingFile {
 public:
     /// Fails with the system's error where `folder` takes no file.
@@ -37,5 +38,10 @@ private:
 
     const std::unique_ptr<File> file_;
 };
+
+/// Removes the files in `folder` that have such a hidden name and no owner: those of a process that was killed. The lock goes with its
+/// process, however that ends, so one that can be taken is nobody's; where the file system has no locks, nothing is removed. How many
+/// were. Any thread.
+std::size_t removeAbandonedFiles(const std::filesystem::path& folder);
 
 }  // namespace velmora::mp4

@@ -1,5 +1,6 @@
 #include "platform/linux/AssetRepairer.h"
 
+#include "media/mp4/PendingFile.h"
 #include "media/mp4/Repair.h"
 
 namespace velmora::linux_backend {
@@ -15,6 +16,8 @@ public:
             return fail(report.error());
         return report->wasFinished ? Outcome::nothingToDo : Outcome::repaired;
     }
+
+    std::size_t removeAbandonedExports(const std::filesystem::path& directory) override { return mp4::removeAbandonedFiles(directory); }
 };
 
 }  // namespace

@@ -141,6 +141,8 @@ private:
         if (isCancelled_)
             return nullptr;
         const auto folder = outputURL_.has_parent_path() ? outputURL_.parent_path() : std::filesystem::path{"."};
+        // This folder may be another than the one that the program tidies up when it starts.
+        mp4::removeAbandonedFiles(folder);
         auto created = mp4::PendingFile::create(folder);
         if (!created)
             return fail(created.error());

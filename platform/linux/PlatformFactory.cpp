@@ -29,6 +29,7 @@
 #include "platform/linux/x11/X11WindowActivation.h"
 #include "platform/null/NullServices.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <string_view>
 #include <utility>
@@ -49,6 +50,14 @@ std::string_view environment(const char* name)
     return value ? value : "";
 }
 
+// To the program without its display a stream would be one that stopped with an error, and the recording of such a one is discarded. The
+// program ends anyway, as every client of a server that went; so it ends at once, and the next start makes whole what it recorded.
+void endWithTheDisplay()
+{
+    std::fputs("The X display is gone.\n", stderr);
+    std::_Exit(EXIT_FAILURE);
+}
+
 void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExecutor)
 {
     using namespace linux_backend;
@@ -59,7 +68,9 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
     services.captureStreams = makeCaptureStreams({
         .makeVideoSource =
             [](const ContentFilter& filter, const StreamConfiguration& configuration) {
-                return std::make_unique<X11VideoSource>(filter.window().windowID, configuration, makePictureScaler);
+                X11VideoSource::Options options;
+                options.displayIsGone = endWithTheDisplay;
+                return std::make_unique<X11VideoSource>(filter.window().windowID, configuration, makePictureScaler, std::move(options));
             },
         .makeAudioSource = makeApplicationAudioSource,
         .shareableContent = services.shareableContent,

@@ -212,7 +212,11 @@ TEST_F(InstanceBusTest, AFailureIsPrintedAsItIs)
     EXPECT_EQ(run(control(Control::Action::toggle)).errors, "Cannot record: Please select a video window first.\n");
     EXPECT_EQ(run(control(Control::Action::stop)).status, command_line::failed);
     EXPECT_EQ(run(control(Control::Action::select)).errors, "No such window.\n");
-    EXPECT_EQ(run(control(Control::Action::preview)).errors, "No such window.\n");
+    auto preview = control(Control::Action::preview);
+    preview.file = "/clips/a.mp4";
+    EXPECT_EQ(run(preview).errors, "No such window.\n");
+    preview.file = "a.mp4";
+    EXPECT_EQ(run(preview).errors, "a.mp4 is no absolute path.\n");
 }
 
 TEST_F(InstanceBusTest, EveryCommandReachesTheProgramWithWhatItCarries)

@@ -13,6 +13,8 @@ public:
         return answer;
     }
 
+    std::size_t removeAbandonedExports(const std::filesystem::path&) override { return 0; }
+
     std::filesystem::path asked;
     Result<Outcome> answer = Outcome::repaired;
 };

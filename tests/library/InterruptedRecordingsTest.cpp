@@ -26,7 +26,14 @@ public:
         return file.stem() == "cut" ? Outcome::repaired : Outcome::nothingToDo;
     }
 
+    std::size_t removeAbandonedExports(const std::filesystem::path& directory) override
+    {
+        tidied.push_back(directory);
+        return 0;
+    }
+
     std::vector<std::string> asked;
+    std::vector<std::filesystem::path> tidied;
 };
 
 class InterruptedRecordingsTest : public testing::Test {
@@ -53,6 +60,7 @@ TEST_F(InterruptedRecordingsTest, EveryVisibleMovieIsLookedAtAndTheRepairedAreCo
     mainExecutor->runAll();
     EXPECT_THAT(repairer->asked, ElementsAre("cut.mp4", "foreign.mp4", "whole.MP4"));
     EXPECT_EQ(repaired, 1U);
+    EXPECT_THAT(repairer->tidied, ElementsAre(folder.path()));
 }
 
 TEST_F(InterruptedRecordingsTest, AFolderThatIsNotThereHasNone)

@@ -21,7 +21,17 @@
 namespace velmora::test {
 
 struct CoordinatorFixture {
-    CoordinatorFixture()
+    /// What is not to be a fake.
+    struct Parts {
+        std::shared_ptr<platform::AssetWriterFactory> assetWriters = nullptr;
+        std::shared_ptr<platform::CompressionSessionFactory> compressionSessions = nullptr;
+    };
+
+    CoordinatorFixture() : CoordinatorFixture(Parts{}) { }
+
+    explicit CoordinatorFixture(const Parts& parts)
+        : assetWriters(parts.assetWriters ? parts.assetWriters : writers)
+        , compressionSessions(parts.compressionSessions ? parts.compressionSessions : std::make_shared<fake::FakeCompressionSessions>())
     {
         fileManager->movies = {folder.path()};
         content->content.displays = {{1, {0, 0, 1920, 1080}}};
@@ -52,6 +62,8 @@ struct CoordinatorFixture {
     std::shared_ptr<fake::FakeShareableContent> content = std::make_shared<fake::FakeShareableContent>();
     std::shared_ptr<fake::FakeCaptureStreams> streams = std::make_shared<fake::FakeCaptureStreams>();
     std::shared_ptr<fake::FakeAssetWriters> writers = std::make_shared<fake::FakeAssetWriters>();
+    const std::shared_ptr<platform::AssetWriterFactory> assetWriters;
+    const std::shared_ptr<platform::CompressionSessionFactory> compressionSessions;
 
     std::shared_ptr<ClipLibrary> library =
         std::make_shared<ClipLibrary>(ClipLibrary::Services{{fileManager, assetReader, clock, executor}, workspace});
@@ -59,10 +71,10 @@ struct CoordinatorFixture {
         std::make_shared<PermissionManager>(PermissionManager::Services{access, notificationCenter, workspace, executor});
     std::shared_ptr<KeyboardShortcutManager> shortcutManager =
         std::make_shared<KeyboardShortcutManager>(KeyboardShortcutManager::Services{hotKeyCenter, clock, executor});
-    std::shared_ptr<ScreenCaptureKitService> captureService = ScreenCaptureKitService::create({content, streams,
-        std::make_shared<fake::FakeCompressionSessions>(), writers, fileManager, std::make_shared<fake::FakeScreens>(), executor});
+    std::shared_ptr<ScreenCaptureKitService> captureService = ScreenCaptureKitService::create(
+        {content, streams, compressionSessions, assetWriters, fileManager, std::make_shared<fake::FakeScreens>(), executor});
     std::shared_ptr<CaptureCoordinator> coordinator = CaptureCoordinator::create(
-        {library, permissionManager, shortcutManager, captureService, writers, fileManager, workspace, clock, executor});
+        {library, permissionManager, shortcutManager, captureService, assetWriters, fileManager, workspace, clock, executor});
 };
 
 }  // namespace velmora::test

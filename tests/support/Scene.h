@@ -29,10 +29,11 @@ public:
         const int time = static_cast<int>(index);
         for (int y = 0; y < height; ++y) {
             for (int x = 0; x < width; ++x, ++pixel) {
-                // Three layers that move apart, the nearest fastest, and grain that no picture has in common with the next.
-                const int far = smooth(x + time, y, 6, 1);
-                const int middle = smooth(x - 3 * time, y + 2 * time, 4, 2);
-                const int near = smooth(x + 5 * time, y + 3 * time, 2, 3);
+                // Three layers that move apart by quarters of a pixel, the nearest fastest, and grain that no picture has in common
+                // with the next.
+                const int far = smooth(4 * x + 5 * time, 4 * y + time, 8, 1);
+                const int middle = smooth(4 * x - 11 * time, 4 * y + 7 * time, 6, 2);
+                const int near = smooth(4 * x + 19 * time, 4 * y + 13 * time, 4, 3);
                 const int grain = static_cast<int>(hash(x, y, 100 + index) & 15U) - 8;
                 *pixel = static_cast<std::uint8_t>(std::clamp(40 + far / 2 + middle / 4 + near / 8 + grain / 2, 16, 235));
             }
@@ -52,7 +53,7 @@ private:
         return value ^ value >> 15U;
     }
 
-    /// 0 to 255, from random values at every 2^`scale` pixels and what lies straight between them.
+    /// 0 to 255, from random values at every 2^`scale` quarters of a pixel and what lies straight between them.
     static constexpr int smooth(int x, int y, int scale, std::uint32_t layer)
     {
         const int side = 1 << scale;

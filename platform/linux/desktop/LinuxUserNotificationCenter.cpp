@@ -1,5 +1,7 @@
 #include "platform/linux/desktop/LinuxUserNotificationCenter.h"
 
+#include "platform/linux/desktop/bus/BusInput.h"
+
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -12,7 +14,7 @@
 #include <QVariantMap>
 
 #include <algorithm>
-#include <map>
+#include <optional>
 #include <utility>
 
 namespace velmora::linux_backend {
@@ -27,7 +29,6 @@ namespace {
 constexpr const char* service = "org.freedesktop.Notifications";
 constexpr const char* path = "/org/freedesktop/Notifications";
 constexpr const char* interface = "org.freedesktop.Notifications";
-constexpr uint closedByUser = 2;
 constexpr uchar normalUrgency = 1;
 constexpr int usualTimeout = -1;
 
@@ -57,7 +58,6 @@ public:
             SLOT(actionInvoked(uint, QString)));
         bus_.connect(QString{}, QLatin1String{path}, QLatin1String{interface}, QStringLiteral("NotificationClosed"), this,
             SLOT(notificationClosed(uint, uint)));
-        // Another service begins to count anew: its numbers do not mean what the last one's did.
         watcher_.setConnection(bus_);
         watcher_.addWatchedService(QLatin1String{service});
         connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { shown_.clear(); });
@@ -88,22 +88,9 @@ public:
     }
 
 private slots:
-    void actionInvoked(uint id, const QString& action)
-    {
-        if (const auto found = shown_.find(id); found != shown_.end())
-            respond(action.toStdString(), found->second);
-    }
+    void actionInvoked(uint id, const QString& action) { respond(shown_.actionInvoked(id, action)); }
 
-    void notificationClosed(uint id, uint reason)
-    {
-        const auto found = shown_.find(id);
-        if (found == shown_.end())
-            return;
-        const NotificationContent content = std::move(found->second);
-        shown_.erase(found);
-        if (reason == closedByUser)
-            respond(std::string{NotificationResponse::dismissActionIdentifier}, content);
-    }
+    void notificationClosed(uint id, uint reason) { respond(shown_.closed(id, reason)); }
 
 private:
     static bool canShowActions(const QStringList& capabilities) { return capabilities.contains(QLatin1String("actions")); }
@@ -135,7 +122,7 @@ private:
         connect(sent, &QDBusPendingCallWatcher::finished, this, [this, sent, content] {
             const QDBusPendingReply<uint> reply = *sent;
             if (reply.isValid())
-                shown_.insert_or_assign(reply.value(), content);
+                shown_.add(reply.value(), content);
             sent->deleteLater();
         });
     }
@@ -186,10 +173,10 @@ private:
         return imageData_;
     }
 
-    void respond(std::string action, const NotificationContent& content)
+    void respond(const std::optional<NotificationResponse>& response)
     {
-        if (const auto delegate = delegate_.lock())
-            delegate->didReceive({std::move(action), content}, [] {});
+        if (const auto delegate = delegate_.lock(); delegate && response)
+            delegate->didReceive(*response, [] {});
     }
 
     const UserNotificationCenterOptions options_;
@@ -197,7 +184,7 @@ private:
     QDBusServiceWatcher watcher_;
     std::weak_ptr<platform::UserNotificationCenterDelegate> delegate_;
     std::vector<platform::NotificationCategory> categories_;
-    std::map<uint, NotificationContent> shown_;  // by the service's number
+    ShownNotifications shown_;
     mutable QVariant imageData_;
 };
 

@@ -1,5 +1,7 @@
 #include "platform/linux/desktop/PortalFolderChooser.h"
 
+#include "platform/linux/desktop/bus/BusInput.h"
+
 #include <QByteArray>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -10,7 +12,6 @@
 #include <QDBusVariant>
 #include <QObject>
 #include <QStringList>
-#include <QUrl>
 #include <QVariantMap>
 
 #include <utility>
@@ -24,8 +25,6 @@ constexpr const char* path = "/org/freedesktop/portal/desktop";
 constexpr const char* fileChooser = "org.freedesktop.portal.FileChooser";
 constexpr const char* request = "org.freedesktop.portal.Request";
 constexpr uint folderVersion = 3;
-constexpr uint chosen = 0;
-constexpr uint cancelled = 1;
 
 QString text(const std::string& utf8)
 {
@@ -35,21 +34,6 @@ QString text(const std::string& utf8)
 QDBusMessage methodCall(const QString& object, const char* interface, const char* method)
 {
     return QDBusMessage::createMethodCall(QLatin1String{service}, object, QLatin1String{interface}, QLatin1String{method});
-}
-
-auto unanswered(const char* why)
-{
-    return fail("Velmora.FolderChooser", 1, std::string{"The desktop's folder dialog cannot be used: "} + why);
-}
-
-/// A name of any bytes comes as a link.
-std::optional<std::filesystem::path> localPath(const QString& uri)
-{
-    const QUrl url{uri, QUrl::StrictMode};
-    if (!url.isLocalFile())
-        return std::nullopt;
-    const auto bytes = QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1());
-    return std::filesystem::path{bytes.toStdString()};
 }
 
 /// One dialog, from the question whether there is a portal to the answer. Deletes itself.
@@ -64,7 +48,7 @@ public:
         , completion_(std::move(completion))
         , watcher_(QLatin1String{service}, bus_, QDBusServiceWatcher::WatchForUnregistration)
     {
-        connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish(unanswered("the portal has ended.")); });
+        connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish(folderDialogError("the portal has ended.")); });
     }
 
     /// A dialog that nobody waits for is closed.
@@ -83,26 +67,16 @@ public:
             const QDBusPendingReply<QDBusVariant> reply = *asked;
             asked->deleteLater();
             if (!reply.isValid())
-                finish(unanswered("there is no portal."));
+                finish(folderDialogError("there is no portal."));
             else if (reply.value().variant().toUInt() < folderVersion)
-                finish(unanswered("the portal is too old."));
+                finish(folderDialogError("the portal is too old."));
             else
                 open();
         });
     }
 
 private slots:
-    void respond(uint response, const QVariantMap& results)
-    {
-        if (response == cancelled)
-            return finish(std::optional<std::filesystem::path>{});
-        const auto uris = results.value(QStringLiteral("uris")).toStringList();
-        if (response != chosen || uris.size() != 1)
-            return finish(unanswered("it ended without an answer."));
-        if (auto folder = localPath(uris.front()))
-            return finish(std::move(folder));
-        finish(unanswered("what it chose does not lie on this computer."));
-    }
+    void respond(uint response, const QVariantMap& results) { finish(folderAnswer(response, results)); }
 
 private:
     void open()
@@ -130,7 +104,7 @@ private:
             const QDBusPendingReply<QDBusObjectPath> reply = *asked;
             asked->deleteLater();
             if (!reply.isValid())
-                finish(unanswered("the portal refuses to show it."));
+                finish(folderDialogError("the portal refuses to show it."));
             else if (reply.value().path() != handle_)  // portals before 0.9 make up a name of their own
                 listen(reply.value().path());
         });
@@ -169,7 +143,7 @@ public:
             ? QDBusConnection::sessionBus()
             : QDBusConnection::connectToBus(text(options_.busAddress), QStringLiteral("velmora-folder-chooser"));
         if (!bus.isConnected())
-            return completion(unanswered("there is no session bus."));
+            return completion(folderDialogError("there is no session bus."));
         (new FolderRequest{bus, panel, std::move(completion), &requests_})->begin(options_.patience);
     }
 

@@ -1,5 +1,7 @@
 #include "platform/linux/desktop/PortalMotion.h"
 
+#include "platform/linux/desktop/bus/BusInput.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -20,11 +22,6 @@ constexpr const char* service = "org.freedesktop.portal.Desktop";
 constexpr const char* path = "/org/freedesktop/portal/desktop";
 constexpr const char* settings = "org.freedesktop.portal.Settings";
 
-constexpr const char* interfaceGroup = "org.gnome.desktop.interface";
-constexpr const char* animationsKey = "enable-animations";
-constexpr const char* kdeGroup = "org.kde.kdeglobals.KDE";
-constexpr const char* durationKey = "AnimationDurationFactor";
-
 }  // namespace
 
 class PortalMotion::Settings final : public QObject {
@@ -33,7 +30,7 @@ class PortalMotion::Settings final : public QObject {
 public:
     Settings(QDBusConnection bus, std::function<void()> changed);
 
-    [[nodiscard]] bool isReduced() const { return !hasAnimations_ || !hasDuration_; }
+    [[nodiscard]] bool isReduced() const { return motion_.isReduced(); }
 
 private slots:
     void settingChanged(const QDBusMessage& signal);
@@ -46,8 +43,7 @@ private:
     QDBusConnection bus_;
     const std::function<void()> changed_;
     QDBusServiceWatcher portals_;
-    bool hasAnimations_ = true;
-    bool hasDuration_ = true;
+    DesktopMotion motion_;
 };
 
 PortalMotion::Settings::Settings(QDBusConnection bus, std::function<void()> changed)
@@ -72,8 +68,8 @@ void PortalMotion::Settings::settingChanged(const QDBusMessage& signal)
 
 void PortalMotion::Settings::ask()
 {
-    ask(interfaceGroup, animationsKey);
-    ask(kdeGroup, durationKey);
+    ask(DesktopMotion::interfaceGroup, DesktopMotion::animationsKey);
+    ask(DesktopMotion::kdeGroup, DesktopMotion::durationKey);
 }
 
 void PortalMotion::Settings::ask(const char* group, const char* key)
@@ -94,18 +90,8 @@ void PortalMotion::Settings::ask(const char* group, const char* key)
 
 void PortalMotion::Settings::take(const QString& group, const QString& key, const QVariant& value)
 {
-    // The signal's value is wrapped once, and that of Read twice.
-    if (value.userType() == qMetaTypeId<QDBusVariant>())
-        return take(group, key, value.value<QDBusVariant>().variant());
     const bool wasReduced = isReduced();
-    if (group == QLatin1String{interfaceGroup} && key == QLatin1String{animationsKey} && value.userType() == QMetaType::Bool) {
-        hasAnimations_ = value.toBool();
-    } else if (group == QLatin1String{kdeGroup} && key == QLatin1String{durationKey}) {
-        // A number, or the text of one, as it stands in the configuration.
-        bool isNumber = false;
-        const double factor = value.toDouble(&isNumber);
-        hasDuration_ = !isNumber || factor > 0;
-    }
+    motion_.take(group, key, value);
     if (isReduced() != wasReduced)
         changed_();
 }

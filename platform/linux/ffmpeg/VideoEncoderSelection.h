@@ -2,9 +2,10 @@
 #pragma once
 
 #include "base/Mutex.h"
-#include "platform/linux/ffmpeg/VideoEncoder.h"
+#include "platform/linux/ffmpeg/VideoEncoderTrial.h"
 
 #include <cstddef>
+#include <filesystem>
 #include <map>
 #include <span>
 #include <utility>
@@ -14,22 +15,19 @@ namespace velmora::linux_backend {
 /// Set to the name of a candidate ("libx264"), this environment variable rules out all others.
 inline constexpr const char* videoEncoderVariable = "VELMORA_VIDEO_ENCODER";
 
-/// Encodes one picture of colour fields and ramps and decodes it again. 0 when that gave a key frame of High profile that shows the
-/// picture; an AVERROR otherwise. The encoder is used up.
-[[nodiscard]] int tryVideoEncoder(VideoEncoder& encoder, const VideoEncoderSettings& settings);
-
-/// The same for a candidate that is opened for it.
-[[nodiscard]] int tryVideoEncoder(const VideoEncoderCandidate& candidate, const VideoEncoderSettings& settings);
-
 /// The effort that a software encoder can keep up at 60 pictures a second while the captured program runs beside it. From what the
 /// encoder costs on a plain core of 2.5 GHz: 7 ms at 1280x720 with normal effort, 12 ms at 1920x1080, two slices side by side.
 [[nodiscard]] EncodingEffort effortFor(std::int32_t width, std::int32_t height, unsigned coreCount);
 
-/// Opens the first candidate that stood its trial. The trial of a size is made once; its outcome is kept. Thread-safe.
+/// Opens the first candidate that stood its trial. The trial of a size is made once; its outcome is kept. A hardware encoder that ended
+/// a program of this login session in its trial is passed over; so the software encoder is never: there is nothing behind it, and a
+/// program that was killed in that moment would record nothing until the next login. Thread-safe.
 class VideoEncoderSelection {
 public:
-    /// `onlyName`: the one candidate to consider; empty for all.
-    VideoEncoderSelection(std::span<const VideoEncoderCandidate> candidates, std::string_view onlyName);
+    /// `onlyName`: the one candidate to consider, whatever became of it before; empty for all. `markFolder` is where trials leave their
+    /// marks.
+    VideoEncoderSelection(std::span<const VideoEncoderCandidate> candidates, std::string_view onlyName,
+        std::filesystem::path markFolder = {}, VideoEncoderOpener open = openVideoEncoder);
 
     /// The selection of this process: all candidates, or the one that the environment names.
     static VideoEncoderSelection& shared();
@@ -46,8 +44,13 @@ private:
     /// Index of the first candidate at or after `from` that stands its trial; the number of candidates when none does.
     std::size_t firstThatWorks(std::size_t from, const VideoEncoderSettings& settings);
 
+    /// 0 or an AVERROR: EOWNERDEAD for one that is passed over.
+    int outcomeOf(const VideoEncoderCandidate& candidate, const VideoEncoderSettings& settings);
+
     const std::span<const VideoEncoderCandidate> candidates_;
     const std::string_view onlyName_;
+    const std::filesystem::path markFolder_;
+    const VideoEncoderOpener open_;
     Mutex mutex_;
     std::map<std::pair<std::size_t, Size>, int> outcomes_ GUARDED_BY(mutex_);
     int lastError_ GUARDED_BY(mutex_) = AVERROR_ENCODER_NOT_FOUND;

@@ -202,7 +202,10 @@ void X11VideoSource::Capture::run()
     pthread_setname_np(pthread_self(), "x11Capture");
     while (!stopping_.load(std::memory_order_acquire)) {
         if (const auto error = step()) {
-            callbacks_.stopped(*error);
+            if (options_.displayIsGone && connection_->isBroken() && !connect(options_.displayName))
+                options_.displayIsGone();
+            else
+                callbacks_.stopped(*error);
             return;
         }
         waitUntil(deadline());

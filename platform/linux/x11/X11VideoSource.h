@@ -7,6 +7,7 @@
 #include "platform/linux/x11/ServerMemory.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -33,10 +34,13 @@ public:
     struct Options {
         std::string displayName;  ///< as in DISPLAY; empty: that variable
         ImageTransport transport = ImageTransport::fileDescriptor;  ///< the best that may be used
+        /// Called on the capture's thread, in place of `stopped`, when the connection is lost because there is no server any more; need
+        /// not return. Without one `stopped` is called then too.
+        std::function<void()> displayIsGone = {};
     };
 
     X11VideoSource(std::uint32_t windowID, const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler,
-        Options options = {"", ImageTransport::fileDescriptor});
+        Options options = {"", ImageTransport::fileDescriptor, {}});
     ~X11VideoSource() override;
 
     /// Whether the server of this session offers all that a capture needs; an error says what is missing.

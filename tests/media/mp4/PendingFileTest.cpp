@@ -4,10 +4,13 @@
 #include "tests/support/TemporaryDirectory.h"
 
 #include <cerrno>
+#include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace velmora::mp4 {
@@ -122,6 +125,81 @@ TEST_F(PendingFileTest, TwoInOneFolderDoNotMeet)
     const auto first = create();
     const auto second = create();
     EXPECT_EQ(names().size(), 2U);
+}
+
+/// What a process leaves that is killed in the middle of an export.
+void killAnExportIn(const std::filesystem::path& folder)
+{
+    const auto child = ::fork();
+    if (child == 0) {
+        const auto pending = PendingFile::create(folder);
+        static_cast<void>(::kill(::getpid(), SIGKILL));
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+}
+
+TEST_F(PendingFileTest, WhatAKilledProcessLeftIsRemoved)
+{
+    killAnExportIn(folder.path());
+    killAnExportIn(folder.path());
+    ASSERT_EQ(names().size(), 2U);
+    EXPECT_EQ(removeAbandonedFiles(folder.path()), 2U);
+    EXPECT_TRUE(names().empty());
+}
+
+TEST_F(PendingFileTest, WhatSomeoneIsWritingStaysAndGetsItsName)
+{
+    const auto pending = create();
+    EXPECT_EQ(removeAbandonedFiles(folder.path()), 0U);
+    ASSERT_TRUE(pending->publish(folder.path() / "clip.mp4"));
+    EXPECT_EQ(contentOf("clip.mp4"), "whole");
+}
+
+TEST_F(PendingFileTest, WhatAnotherProcessIsWritingStays)
+{
+    int ready[2] = {};
+    int end[2] = {};
+    ASSERT_EQ(::pipe(ready), 0);
+    ASSERT_EQ(::pipe(end), 0);
+    const auto child = ::fork();
+    if (child == 0) {
+        ::close(end[1]);
+        {
+            const auto pending = PendingFile::create(folder.path());
+            char byte = 0;
+            if (::write(ready[1], &byte, 1) != 1 || ::read(end[0], &byte, 1) != 0)
+                ::_exit(1);
+        }
+        ::_exit(0);
+    }
+    char byte = 0;
+    ASSERT_EQ(::read(ready[0], &byte, 1), 1);
+    ASSERT_EQ(names().size(), 1U);
+    EXPECT_EQ(removeAbandonedFiles(folder.path()), 0U);
+    EXPECT_EQ(names().size(), 1U);
+    for (const int descriptor : {end[1], end[0], ready[0], ready[1]})
+        ::close(descriptor);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(names().empty());
+}
+
+TEST_F(PendingFileTest, NothingButAFileOfExactlySuchANameIsRemoved)
+{
+    for (const char* name : {".velmora-0123456789abcde.part", ".velmora-0123456789abcdef0.part", ".velmora-0123456789abcdeg.part",
+             ".velmora-0123456789ABCDEF.part", ".velmora-0123456789abcdef.mp4", "velmora-0123456789abcdef.part",
+             ".velmora-0123456789abcdef.part~", ".part", "clip.mp4"})
+        std::ofstream{folder.path() / name} << "mine";
+    std::filesystem::create_symlink(folder.path() / "clip.mp4", folder.path() / ".velmora-0000000000000001.part");
+    std::filesystem::create_directory(folder.path() / ".velmora-0000000000000002.part");
+    const auto before = names().size();
+    EXPECT_EQ(removeAbandonedFiles(folder.path()), 0U);
+    EXPECT_EQ(names().size(), before);
+    EXPECT_EQ(removeAbandonedFiles(folder.path() / "missing"), 0U);
+    EXPECT_EQ(removeAbandonedFiles(folder.path() / "clip.mp4"), 0U);
 }
 
 }  // namespace

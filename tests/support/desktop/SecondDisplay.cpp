@@ -43,6 +43,12 @@ SecondDisplay::SecondDisplay(std::vector<std::string> options)
     }
 }
 
+void SecondDisplay::killServer()
+{
+    server_.kill();
+    ::setenv("DISPLAY", before_.c_str(), 1);
+}
+
 SecondDisplay::~SecondDisplay()
 {
     ::setenv("DISPLAY", before_.c_str(), 1);

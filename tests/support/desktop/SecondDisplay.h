@@ -18,6 +18,9 @@ public:
     SecondDisplay(const SecondDisplay&) = delete;
     SecondDisplay& operator=(const SecondDisplay&) = delete;
 
+    /// As when it crashed. Programs that are started from now on have the display of before.
+    void killServer();
+
 private:
     std::string before_;
     ChildProcess server_;

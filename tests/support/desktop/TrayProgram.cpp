@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <algorithm>
+#include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <stdexcept>
@@ -40,6 +41,19 @@ void TrayProgram::restart()
     start();
 }
 
+void TrayProgram::crash()
+{
+    program_->signal(SIGKILL);
+    EXPECT_EQ(awaitEnd().status, std::nullopt);
+}
+
+ProgramOutcome TrayProgram::awaitEnd()
+{
+    auto outcome = program_->finish();
+    program_.reset();
+    return outcome;
+}
+
 void TrayProgram::start()
 {
     auto command = launcher_;
@@ -52,6 +66,8 @@ void TrayProgram::start()
 
 void TrayProgram::quit()
 {
+    if (!program_)
+        return;
     if (program_->isRunning())
         run({"quit"});
     const auto outcome = program_->finish();

@@ -35,6 +35,17 @@ public:
     /// Quits it, and starts it again with what it has stored.
     void restart();
 
+    /// Kills it, as when it crashed.
+    void crash();
+
+    /// Waits for an end that it comes to by itself; how it ended.
+    ProgramOutcome awaitEnd();
+
+    /// After either: starts it again with what it has stored.
+    void startAgain() { start(); }
+
+    [[nodiscard]] const Environment& environment() const { return environment_; }
+
     /// Runs it once more with a command, as from a terminal.
     ProgramOutcome run(const std::vector<std::string>& arguments) { return runVelmora(arguments, environment_); }
 

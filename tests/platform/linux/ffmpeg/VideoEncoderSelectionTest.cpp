@@ -1,8 +1,18 @@
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
 
-#include <cstring>
+#include "tests/platform/linux/ffmpeg/TrialEncoders.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <fstream>
+#include <future>
 #include <gtest/gtest.h>
+#include <map>
 #include <string>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 extern "C" {
@@ -12,27 +22,9 @@ extern "C" {
 namespace velmora::linux_backend {
 namespace {
 
-VideoEncoderSettings settingsFor(std::int32_t width, std::int32_t height)
-{
-    VideoEncoderSettings settings;
-    settings.width = width;
-    settings.height = height;
-    return settings;
-}
-
-const VideoEncoderCandidate& softwareEncoder()
-{
-    return videoEncoderCandidates().back();
-}
-
-/// The software encoder under a name or with options that make it useless in one way.
-VideoEncoderCandidate brokenEncoder(std::vector<VideoEncoderCandidate::Option> more)
-{
-    VideoEncoderCandidate candidate = softwareEncoder();
-    candidate.headerOption.reset();
-    candidate.options.insert(candidate.options.end(), more.begin(), more.end());
-    return candidate;
-}
+using linux_backend::testing::brokenEncoder;
+using linux_backend::testing::settingsFor;
+using linux_backend::testing::softwareEncoder;
 
 TEST(VideoEncoderCandidates, AreHardwareFirstAndSoftwareLast)
 {
@@ -71,82 +63,6 @@ TEST(VideoEncoderCandidates, EveryEncoderTakesTheMemoryAndTheLayoutThatItIsGiven
     }
 }
 
-TEST(VideoEncoderTrial, TheSoftwareEncoderStandsItAtAnySize)
-{
-    for (const auto& [width, height] : std::vector<std::pair<int, int>>{{2, 2}, {64, 2}, {100, 100}, {642, 480}, {1280, 720}})
-        EXPECT_EQ(tryVideoEncoder(softwareEncoder(), settingsFor(width, height)), 0) << width << 'x' << height;
-}
-
-TEST(VideoEncoderTrial, AnEncoderThatIsNotThereFails)
-{
-    VideoEncoderCandidate candidate = softwareEncoder();
-    candidate.name = "h264_imaginary";
-    EXPECT_EQ(tryVideoEncoder(candidate, settingsFor(64, 64)), AVERROR_ENCODER_NOT_FOUND);
-}
-
-TEST(VideoEncoderTrial, AnEncoderThatIsNotHighProfileFails)
-{
-    EXPECT_EQ(tryVideoEncoder(brokenEncoder({{"profile", "baseline"}, {"x264-params", "cabac=0:8x8dct=0:annexb=0"}}), settingsFor(64, 64)),
-        AVERROR(ENOTSUP));
-}
-
-/// The software encoder behind something that changes the picture on its way in.
-class DistortingEncoder final : public VideoEncoder {
-public:
-    using Distortion = void (*)(AVFrame& picture);
-
-    DistortingEncoder(const VideoEncoderSettings& settings, Distortion distortion)
-        : encoder_(std::move(*openVideoEncoder(softwareEncoder(), settings)))
-        , distortion_(distortion)
-    {
-    }
-
-    [[nodiscard]] Yuv420View::Layout layout() const override { return encoder_->layout(); }
-    [[nodiscard]] FormatDescriptionRef format() const override { return encoder_->format(); }
-    int drain(std::vector<Packet>& packets) override { return encoder_->drain(packets); }
-
-    int encode(AVFrame& picture, std::int64_t time, bool asKeyFrame, std::vector<Packet>& packets) override
-    {
-        distortion_(picture);
-        return encoder_->encode(picture, time, asKeyFrame, packets);
-    }
-
-private:
-    std::unique_ptr<VideoEncoder> encoder_;
-    Distortion distortion_;
-};
-
-TEST(VideoEncoderTrial, AnEncoderThatShowsSomethingElseFails)
-{
-    const auto settings = settingsFor(320, 240);
-    const auto outcome = [&](DistortingEncoder::Distortion distortion) {
-        DistortingEncoder encoder{settings, distortion};
-        return tryVideoEncoder(encoder, settings);
-    };
-    EXPECT_EQ(outcome([](AVFrame&) {}), 0);
-    EXPECT_EQ(outcome([](AVFrame& picture) { std::swap(picture.data[1], picture.data[2]); }), AVERROR_INVALIDDATA);
-    EXPECT_EQ(outcome([](AVFrame& picture) { std::memset(picture.data[0], 126, static_cast<std::size_t>(picture.linesize[0]) * 240); }),
-        AVERROR_INVALIDDATA);
-}
-
-TEST(VideoEncoderTrial, AnEncoderThatShowsAnotherSizeFails)
-{
-    EXPECT_EQ(tryVideoEncoder(brokenEncoder({{"x264-params", "8x8dct=1:cabac=1:annexb=0:crop-rect=0,0,32,0"}}), settingsFor(320, 240)),
-        AVERROR_INVALIDDATA);
-}
-
-TEST(VideoEncoderTrial, AnEncoderWithStartCodesIsBroughtIntoForm)
-{
-    EXPECT_EQ(tryVideoEncoder(brokenEncoder({{"x264-params", "8x8dct=1:cabac=1:annexb=1"}}), settingsFor(320, 240)), 0);
-    EXPECT_EQ(
-        tryVideoEncoder(brokenEncoder({{"x264-params", "8x8dct=1:cabac=1:annexb=1:repeat-headers=1:aud=1"}}), settingsFor(320, 240)), 0);
-}
-
-TEST(VideoEncoderTrial, AnEncoderThatHoldsItsFirstFrameBackStandsIt)
-{
-    EXPECT_EQ(tryVideoEncoder(brokenEncoder({{"x264-params", "8x8dct=1:cabac=1:annexb=0:force-cfr=0"}}), settingsFor(320, 240)), 0);
-}
-
 TEST(VideoEncoderSelection, TakesTheFirstThatStandsItsTrial)
 {
     std::vector<VideoEncoderCandidate> candidates{softwareEncoder(), softwareEncoder(), softwareEncoder()};
@@ -174,6 +90,182 @@ TEST(VideoEncoderSelection, WithoutAnyThatWorksTellsWhyTheLastOneDoesNot)
         brokenEncoder({{"profile", "baseline"}, {"x264-params", "cabac=0:8x8dct=0:annexb=0"}})};
     VideoEncoderSelection selection{candidates, ""};
     EXPECT_EQ(selection.check(settingsFor(64, 64)), AVERROR(ENOTSUP));
+}
+
+/// Encoders of hardware that this machine does not have: each does what the test says when it is opened.
+class VideoEncoderMarksTest : public ::testing::Test {
+protected:
+    using Open = std::function<tl::expected<std::unique_ptr<VideoEncoder>, AvError>(const VideoEncoderSettings&)>;
+
+    static VideoEncoderCandidate hardware(const char* name)
+    {
+        VideoEncoderCandidate candidate = softwareEncoder();
+        candidate.name = name;
+        candidate.isSoftware = false;
+        return candidate;
+    }
+
+    VideoEncoderSelection selection(const char* onlyName = "")
+    {
+        return {candidates_, onlyName, folder_.path(),
+            [this](const VideoEncoderCandidate& candidate,
+                const VideoEncoderSettings& settings) -> tl::expected<std::unique_ptr<VideoEncoder>, AvError> {
+                opened_.emplace_back(candidate.name);
+                if (const auto own = open_.find(candidate.name); own != open_.end())
+                    return own->second(settings);
+                return openVideoEncoder(softwareEncoder(), settings);
+            }};
+    }
+
+    /// As a driver does that takes the program with it.
+    static tl::expected<std::unique_ptr<VideoEncoder>, AvError> crash(const VideoEncoderSettings&)
+    {
+        ::kill(::getpid(), SIGKILL);
+        return tl::unexpected(AVERROR_BUG);
+    }
+
+    void crashWith(const char* name)
+    {
+        open_[name] = crash;
+        EXPECT_EXIT(static_cast<void>(selection().check(settingsFor(64, 64))), ::testing::KilledBySignal(SIGKILL), "");
+        opened_.clear();
+    }
+
+    [[nodiscard]] std::filesystem::path mark(const char* name) const { return folder_.path() / (std::string{"velmora-trial-"} + name); }
+
+    test::TemporaryDirectory folder_;
+    std::vector<VideoEncoderCandidate> candidates_{hardware("first"), hardware("second"), softwareEncoder()};
+    std::map<std::string, Open> open_;
+    std::vector<std::string> opened_;
+};
+
+TEST_F(VideoEncoderMarksTest, ATrialThatEndsLeavesNoMark)
+{
+    open_["first"] = [](const auto&) { return tl::unexpected(AVERROR(ENODEV)); };
+    open_["second"] = [this](const VideoEncoderSettings& settings) {
+        EXPECT_TRUE(std::filesystem::exists(mark("second")));
+        struct stat status { };
+        EXPECT_EQ(::stat(mark("second").c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, 0600U);
+        return openVideoEncoder(softwareEncoder(), settings);
+    };
+    EXPECT_EQ(selection().check(settingsFor(64, 64)), 0);
+    EXPECT_EQ(opened_, (std::vector<std::string>{"first", "second"}));
+    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+}
+
+TEST_F(VideoEncoderMarksTest, AnEncoderThatCrashedTheProgramIsPassedOverFromThenOn)
+{
+    crashWith("first");
+    EXPECT_TRUE(std::filesystem::exists(mark("first")));
+    for (int start = 0; start < 2; ++start) {
+        EXPECT_EQ(selection().check(settingsFor(64, 64)), 0);
+        EXPECT_EQ(opened_, (std::vector<std::string>{"second"}));
+        opened_.clear();
+    }
+    crashWith("second");
+    EXPECT_EQ(selection().check(settingsFor(64, 64)), 0);
+    EXPECT_EQ(opened_, (std::vector<std::string>{"libx264"}));
+}
+
+TEST_F(VideoEncoderMarksTest, WhenAllThatAreLeftCrashedTheReasonIsTold)
+{
+    candidates_.pop_back();
+    candidates_.pop_back();
+    crashWith("first");
+    EXPECT_EQ(selection().check(settingsFor(64, 64)), AVERROR(EOWNERDEAD));
+    EXPECT_TRUE(opened_.empty());
+}
+
+TEST_F(VideoEncoderMarksTest, TheNextLoginSessionTriesItAgain)
+{
+    crashWith("first");
+    open_.clear();
+    std::filesystem::remove(mark("first"));
+    EXPECT_EQ(selection().check(settingsFor(64, 64)), 0);
+    EXPECT_EQ(opened_, (std::vector<std::string>{"first"}));
+}
+
+TEST_F(VideoEncoderMarksTest, TheOneThatADeveloperNamesIsTriedWhateverBecameOfIt)
+{
+    crashWith("first");
+    open_.clear();
+    EXPECT_EQ(selection("first").check(settingsFor(64, 64)), 0);
+    EXPECT_EQ(opened_, (std::vector<std::string>{"first"}));
+}
+
+TEST_F(VideoEncoderMarksTest, TheSoftwareEncoderIsTriedAgainAfterAProgramEndedInItsTrial)
+{
+    candidates_ = {softwareEncoder()};
+    crashWith("libx264");
+    open_.clear();
+    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+    EXPECT_EQ(selection().check(settingsFor(64, 64)), 0);
+}
+
+TEST_F(VideoEncoderMarksTest, WhatAnotherProgramTriesIsWaitedForAndNotTakenForACrash)
+{
+    const int other = ::open(mark("first").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(::flock(other, LOCK_EX), 0);
+    ASSERT_EQ(::write(other, "1", 1), 1);
+    auto selected = std::async(std::launch::async, [this] { return selection().check(settingsFor(64, 64)); });
+    // It is the other's mark until the other removes it, which is the order in which a trial ends.
+    ASSERT_EQ(::unlink(mark("first").c_str()), 0);
+    ASSERT_EQ(::close(other), 0);
+    EXPECT_EQ(selected.get(), 0);
+    EXPECT_EQ(opened_, (std::vector<std::string>{"first"}));
+    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+}
+
+TEST_F(VideoEncoderMarksTest, AMarkWithoutContentIsFromBeforeATrial)
+{
+    std::ofstream{mark("first")};
+    EXPECT_EQ(selection().check(settingsFor(64, 64)), 0);
+    EXPECT_EQ(opened_, (std::vector<std::string>{"first"}));
+    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+}
+
+TEST_F(VideoEncoderMarksTest, WhatIsNoMarkIsNeitherBelievedNorTouched)
+{
+    std::ofstream{folder_.path() / "other"} << "mine";
+    std::filesystem::create_symlink(folder_.path() / "other", mark("first"));
+    std::filesystem::create_directory(mark("second"));
+    open_["first"] = [](const auto&) { return tl::unexpected(AVERROR(ENODEV)); };
+    EXPECT_EQ(selection().check(settingsFor(64, 64)), 0);
+    EXPECT_EQ(opened_, (std::vector<std::string>{"first", "second"}));
+    EXPECT_TRUE(std::filesystem::is_symlink(mark("first")));
+    EXPECT_TRUE(std::filesystem::is_directory(mark("second")));
+    EXPECT_EQ(std::filesystem::file_size(folder_.path() / "other"), 4U);
+}
+
+TEST_F(VideoEncoderMarksTest, AFolderThatOthersMayWriteInIsNotUsed)
+{
+    std::ofstream{mark("first")} << "1";
+    ASSERT_EQ(::chmod(folder_.path().c_str(), 0777), 0);
+    EXPECT_EQ(selection().check(settingsFor(64, 64)), 0);
+    EXPECT_EQ(opened_, (std::vector<std::string>{"first"}));
+    EXPECT_TRUE(std::filesystem::exists(mark("first")));
+}
+
+TEST_F(VideoEncoderMarksTest, WithoutAFolderTheTrialsAreMadeAllTheSame)
+{
+    std::filesystem::remove_all(folder_.path());
+    EXPECT_EQ(selection().check(settingsFor(64, 64)), 0);
+    EXPECT_EQ(opened_, (std::vector<std::string>{"first"}));
+    EXPECT_FALSE(std::filesystem::exists(folder_.path()));
+}
+
+TEST_F(VideoEncoderMarksTest, AFolderThatTakesNoFileKeepsNobodyFromItsEncoder)
+{
+    if (::geteuid() == 0) {
+        // Nothing is read-only for the administrator; a name that is a folder stands for it.
+        std::filesystem::create_directory(mark("first"));
+    } else {
+        ASSERT_EQ(::chmod(folder_.path().c_str(), 0500), 0);
+    }
+    EXPECT_EQ(selection().check(settingsFor(64, 64)), 0);
+    EXPECT_EQ(opened_, (std::vector<std::string>{"first"}));
+    ASSERT_EQ(::chmod(folder_.path().c_str(), 0700), 0);
 }
 
 TEST(VideoEncoderEffort, IsLowerAboveWhatTheCoresCanDo)

@@ -3,6 +3,7 @@
 #include "platform/linux/x11/X11VideoSource.h"
 #include "tests/platform/linux/x11/TestDesktop.h"
 
+#include <future>
 #include <gtest/gtest.h>
 #include <random>
 #include <xcb/xfixes.h>
@@ -503,6 +504,23 @@ TEST(X11VideoSourceServer, ALostConnectionEndsTheStreamAndNotTheProgram)
     recorder.waitForStop();
     EXPECT_EQ(recorder.stops().front().code, static_cast<int>(X11ErrorCode::connectionLost));
     EXPECT_EQ(recorder.stops().size(), 1U);
+}
+
+TEST(X11VideoSourceServer, ADisplayThatIsGoneIsToldWhereThatIsWantedAndNoErrorIs)
+{
+    PrivateServer server{{"-screen", "0", "640x480x24"}};
+    TestDesktop desktop{server.displayName()};
+    const auto window = desktop.showWindow({.frame = {0, 0, 320, 240}});
+    Recorder recorder;
+    std::promise<void> gone;
+    X11VideoSource source{window, pictureSize(320, 240), nearestScalers(),
+        {server.displayName(), ImageTransport::fileDescriptor, [&gone] { gone.set_value(); }}};
+    ASSERT_TRUE(source.start(recorder.callbacks()));
+    recorder.waitForPictures(2);
+    server.kill();
+    gone.get_future().wait();
+    source.stop();
+    EXPECT_TRUE(recorder.stops().empty());
 }
 
 TEST(X11VideoSourceServer, AServerThatCannotBeReachedIsAnError)

@@ -1,0 +1,19 @@
+// What callers on the session bus ask for, understood without a bus. Any program of the session may call.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+namespace velmora::bus_requests {
+
+/// A path that means the same to us as to the caller: absolute, and without a 0, behind which the system would not look.
+[[nodiscard]] std::optional<std::filesystem::path> file(const QString& path);
+
+/// The files that file: URIs name, of any bytes but 0 (RFC 8089), in their order; everything else is left out.
+[[nodiscard]] std::vector<std::filesystem::path> files(const QStringList& uris);
+
+}  // namespace velmora::bus_requests
