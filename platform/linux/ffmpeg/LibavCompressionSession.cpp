@@ -261,9 +261,9 @@ tl::expected<std::shared_ptr<platform::CompressionSession>, CompressionStatus> L
     VideoEncoderSettings settings;
     settings.width = paddedToEven(width);
     settings.height = paddedToEven(height);
-    settings.effort = effortFor(width, height, std::thread::hardware_concurrency());
     if (const int error = VideoEncoderSelection::shared().check(settings))
         return tl::unexpected(error);
+    settings.effort = VideoEncoderSelection::shared().effortFor(settings);
     return std::make_shared<LibavCompressionSession>(width, height, settings.effort, std::move(output),
         [](const VideoEncoderSettings& wanted) { return VideoEncoderSelection::shared().open(wanted); });
 }

@@ -8,13 +8,6 @@
 
 namespace velmora::linux_backend {
 
-EncodingEffort effortFor(std::int32_t width, std::int32_t height, unsigned coreCount)
-{
-    constexpr std::int64_t pixelsOn[] = {1280 * 720, 1920 * 1088, 2560 * 1440};  // one core, two or three, four and more
-    const std::int64_t limit = coreCount >= 4 ? pixelsOn[2] : coreCount >= 2 ? pixelsOn[1] : pixelsOn[0];
-    return std::int64_t{width} * height <= limit ? EncodingEffort::normal : EncodingEffort::low;
-}
-
 VideoEncoderSelection::VideoEncoderSelection(
     std::span<const VideoEncoderCandidate> candidates, std::string_view onlyName, std::filesystem::path markFolder, VideoEncoderOpener open)
     : candidates_(candidates)
@@ -65,6 +58,19 @@ int VideoEncoderSelection::check(const VideoEncoderSettings& settings)
         return 0;
     MutexLock lock(mutex_);
     return lastError_;
+}
+
+EncodingEffort VideoEncoderSelection::effortFor(VideoEncoderSettings settings, const MonotonicClock& now)
+{
+    const auto index = firstThatWorks(0, settings);
+    if (index == candidates_.size() || !candidates_[index].isSoftware)
+        return EncodingEffort::normal;
+    settings.effort = EncodingEffort::normal;
+    const auto encoder = open_(candidates_[index], settings);
+    if (!encoder)
+        return EncodingEffort::normal;
+    const auto pictureTime = measurePictureTime(**encoder, settings, now);
+    return pictureTime ? effortWithin(*pictureTime) : EncodingEffort::normal;
 }
 
 tl::expected<std::unique_ptr<VideoEncoder>, AvError> VideoEncoderSelection::open(const VideoEncoderSettings& settings)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Mutex.h"
+#include "platform/linux/ffmpeg/EncodingHeadroom.h"
 #include "platform/linux/ffmpeg/VideoEncoderTrial.h"
 
 #include <cstddef>
@@ -14,10 +15,6 @@ namespace velmora::linux_backend {
 
 /// Set to the name of a candidate ("libx264"), this environment variable rules out all others.
 inline constexpr const char* videoEncoderVariable = "VELMORA_VIDEO_ENCODER";
-
-/// The effort that a software encoder can keep up at 60 pictures a second while the captured program runs beside it. From what the
-/// encoder costs on a plain core of 2.5 GHz: 7 ms at 1280x720 with normal effort, 12 ms at 1920x1080, two slices side by side.
-[[nodiscard]] EncodingEffort effortFor(std::int32_t width, std::int32_t height, unsigned coreCount);
 
 /// Opens the first candidate that stood its trial. The trial of a size is made once; its outcome is kept. A hardware encoder that ended
 /// a program of this login session in its trial is passed over; so the software encoder is never: there is nothing behind it, and a
@@ -34,6 +31,10 @@ public:
 
     /// 0 when there is an encoder for pictures of this size, else the AVERROR of the last candidate.
     [[nodiscard]] int check(const VideoEncoderSettings& settings);
+
+    /// How hard the encoder for pictures of this size may try, measured now. Normal where the encoder costs this machine nothing, or is
+    /// none. Takes some pictures' time.
+    [[nodiscard]] EncodingEffort effortFor(VideoEncoderSettings settings, const MonotonicClock& now = steadyTime);
 
     /// A candidate that stood its trial and cannot be opened now (a graphics card has few encoders) gives way to the next.
     tl::expected<std::unique_ptr<VideoEncoder>, AvError> open(const VideoEncoderSettings& settings);

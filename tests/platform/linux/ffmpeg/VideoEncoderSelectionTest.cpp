@@ -268,16 +268,5 @@ TEST_F(VideoEncoderMarksTest, AFolderThatTakesNoFileKeepsNobodyFromItsEncoder)
     ASSERT_EQ(::chmod(folder_.path().c_str(), 0700), 0);
 }
 
-TEST(VideoEncoderEffort, IsLowerAboveWhatTheCoresCanDo)
-{
-    EXPECT_EQ(effortFor(1280, 720, 1), EncodingEffort::normal);
-    EXPECT_EQ(effortFor(1282, 720, 1), EncodingEffort::low);
-    EXPECT_EQ(effortFor(1920, 1080, 2), EncodingEffort::normal);
-    EXPECT_EQ(effortFor(2560, 1440, 2), EncodingEffort::low);
-    EXPECT_EQ(effortFor(2560, 1440, 4), EncodingEffort::normal);
-    EXPECT_EQ(effortFor(3840, 2160, 16), EncodingEffort::low);
-    EXPECT_EQ(effortFor(1280, 720, 0), EncodingEffort::normal);
-}
-
 }  // namespace
 }  // namespace velmora::linux_backend

@@ -1,0 +1,106 @@
+#include "platform/linux/ffmpeg/EncodingHeadroom.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <vector>
+
+namespace velmora::linux_backend {
+
+namespace {
+
+constexpr std::size_t warmingPictures = 2;
+constexpr std::size_t measuredPictures = 5;
+
+/// Whoever starts a capture waits so long at most, give or take a picture.
+constexpr std::chrono::milliseconds patience{120};
+
+/// Random values for a camera's grain, as wide as two pictures' worth of shifts need.
+class Grain {
+public:
+    Grain()
+    {
+        std::uint32_t state = 1;
+        for (auto& value : values_) {
+            state = state * 1'664'525U + 1'013'904'223U;
+            value = static_cast<std::uint8_t>(state >> 28U);
+        }
+    }
+
+    [[nodiscard]] std::uint8_t at(std::size_t x, std::size_t y) const { return values_[(y * stride + x) % values_.size()]; }
+
+private:
+    static constexpr std::size_t stride = 521;
+    std::array<std::uint8_t, 65'521> values_{};
+};
+
+/// Shades that move slantwise, each time under other grain: what video costs, neither the least nor the most that a picture can.
+void paint(AVFrame& frame, std::size_t number, const Grain& grain)
+{
+    const std::size_t shift = 3 * number;
+    for (int y = 0; y < frame.height; ++y) {
+        auto* row = frame.data[0] + static_cast<std::ptrdiff_t>(y) * frame.linesize[0];
+        const auto down = static_cast<std::size_t>(y);
+        for (std::size_t x = 0; x < static_cast<std::size_t>(frame.width); ++x) {
+            const std::size_t shade = ((x + shift) ^ (down + shift)) & 127U;
+            row[x] = static_cast<std::uint8_t>(48 + shade + grain.at(x + 97 * number, down));
+        }
+    }
+    // Of NV12 the second plane holds both colours.
+    for (int plane = 1; plane < 3 && frame.data[plane]; ++plane)
+        std::memset(frame.data[plane], 128, static_cast<std::size_t>(frame.linesize[plane]) * static_cast<std::size_t>(frame.height / 2));
+}
+
+AvFrame makePicture(Yuv420View::Layout layout, const VideoEncoderSettings& settings)
+{
+    AvFrame frame{av_frame_alloc()};
+    if (!frame)
+        return nullptr;
+    frame->width = settings.width;
+    frame->height = settings.height;
+    frame->format = layout == Yuv420View::Layout::i420 ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_NV12;
+    return av_frame_get_buffer(frame.get(), 0) ? nullptr : std::move(frame);
+}
+
+}  // namespace
+
+std::chrono::nanoseconds steadyTime()
+{
+    return std::chrono::steady_clock::now().time_since_epoch();
+}
+
+tl::expected<std::chrono::nanoseconds, AvError> measurePictureTime(
+    VideoEncoder& encoder, const VideoEncoderSettings& settings, const MonotonicClock& now)
+{
+    const Grain grain;
+    std::vector<VideoEncoder::Packet> packets;
+    std::vector<std::chrono::nanoseconds> times;
+    const auto begin = now();
+    for (std::size_t number = 0; number < warmingPictures + measuredPictures; ++number) {
+        // The encoder may keep a picture: each is one of its own.
+        const AvFrame picture = makePicture(encoder.layout(), settings);
+        if (!picture)
+            return tl::unexpected(AVERROR(ENOMEM));
+        paint(*picture, number, grain);
+        const auto before = now();
+        if (const int error =
+                encoder.encode(*picture, static_cast<std::int64_t>(number) * VideoEncoder::timescale / 60, number == 0, packets))
+            return tl::unexpected(error);
+        const auto after = now();
+        if (number >= warmingPictures || after - begin > patience)
+            times.push_back(after - before);
+        if (after - begin > patience)
+            break;
+    }
+    const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
+    std::nth_element(times.begin(), middle, times.end());
+    return *middle;
+}
+
+EncodingEffort effortWithin(std::chrono::nanoseconds pictureTime)
+{
+    return pictureTime <= greatestPictureTime ? EncodingEffort::normal : EncodingEffort::low;
+}
+
+}  // namespace velmora::linux_backend
