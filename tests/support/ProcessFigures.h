@@ -16,7 +16,8 @@
 #define VELMORA_SANITIZED_ALLOCATOR
 #endif
 #ifdef VELMORA_SANITIZED_ALLOCATOR
-#include <sanitizer/allocator_interface.h>
+// Of the sanitizers' run-time libraries; g++ comes without the header.
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 namespace velmora::test {
