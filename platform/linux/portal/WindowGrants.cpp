@@ -49,7 +49,7 @@ std::filesystem::path WindowGrants::usualFile()
 {
     const char* state = std::getenv("XDG_STATE_HOME");
     const char* home = std::getenv("HOME");
-    // A relative path is to be ignored, says the specification.
+    // Relative paths do not count (XDG Base Directory).
     const auto folder =
         state && *state == '/' ? std::filesystem::path{state} : std::filesystem::path{home ? home : "/"} / ".local" / "state";
     return folder / "velmora" / "window-grants.json";
