@@ -1,6 +1,5 @@
 #include "benchmarks/Figures.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -74,13 +73,6 @@ double residentMegabytes(pid_t process)
             return std::atof(line.c_str() + 6) / 1024;
     }
     return 0;
-}
-
-double median(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
 }
 
 std::string loadAverage()

@@ -16,9 +16,6 @@ namespace velmora::benchmarks {
 /// Megabytes of 2^20 bytes (proc(5), VmRSS).
 [[nodiscard]] double residentMegabytes(pid_t process);
 
-/// The middle one; of an even count the upper of the two. `values` are at least one.
-[[nodiscard]] double median(std::vector<double> values);
-
 [[nodiscard]] std::string loadAverage();
 
 /// One benchmark's figures, printed as they come.

@@ -247,7 +247,7 @@ void printOffsets(Figures& figures, const std::vector<Recorder>& recorders)
             recording->finish();
             const auto all = beepsAgainstFlashes(readClip(file));
             if (!all.empty())
-                offset = std::abs(velmora::benchmarks::median(all)) * 1e3;
+                offset = std::abs(median(all)) * 1e3;
         } catch (const std::exception& error) {
             std::fprintf(stderr, "peer_figures: %s, sound: %s\n", recorder.name.c_str(), error.what());
         }

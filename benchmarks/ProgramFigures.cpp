@@ -2,6 +2,7 @@
 
 #include "benchmarks/Figures.h"
 #include "platform/linux/x11/Connection.h"
+#include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Subjects.h"
 #include "tests/support/recording/Velmora.h"
 
@@ -20,7 +21,6 @@ namespace {
 
 using namespace velmora::test;
 using velmora::benchmarks::Figures;
-using velmora::benchmarks::median;
 using velmora::benchmarks::residentMegabytes;
 using velmora::linux_backend::Connection;
 

@@ -13,8 +13,8 @@
 
 namespace velmora {
 
-/// Makes unfinished recordings whole and removes what unfinished exports left, on a thread of its own. Only files with our writer's mark that
-/// no recorder holds are repaired; every other clip stays as it is.
+/// Makes unfinished recordings whole and removes what unfinished exports left, on a thread of its own. Only files with our writer's mark
+/// that no recorder holds are repaired; every other clip stays as it is.
 class InterruptedRecordings {
 public:
     InterruptedRecordings(std::shared_ptr<platform::FileManager> fileManager, std::shared_ptr<platform::AssetRepairer> repairer,

@@ -30,7 +30,7 @@ public:
 
     [[nodiscard]] Finding finding() const { return finding_; }
 
-    /// XDG_RUNTIME_DIR, which lasts as long as the login session (XDG Base Directory Specification); empty when there is none.
+    /// XDG_RUNTIME_DIR, which lasts as long as the login session (XDG Base Directory); empty when there is none.
     static std::filesystem::path sessionFolder();
 
 private:

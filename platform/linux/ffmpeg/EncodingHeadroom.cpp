@@ -16,7 +16,7 @@ constexpr std::size_t measuredPictures = 5;
 /// Whoever starts a capture waits so long at most, give or take a picture.
 constexpr std::chrono::milliseconds patience{120};
 
-/// Random values for a camera's grain, as wide as two pictures' worth of shifts need.
+/// A camera's grain, from so many random values that none comes again near itself.
 class Grain {
 public:
     Grain()

@@ -53,7 +53,7 @@ constexpr int patience = 10'000;  // milliseconds, for answers that no user has 
 constexpr const char* shortcutName = "toggle-recording";
 constexpr const char* sessionToken = "velmora_shortcuts";
 
-/// The names that keys have in triggers (XDG shortcuts specification: those of xkbcommon), by their place on the ANSI layout.
+/// The names that keys have in triggers (XDG shortcuts: those of xkbcommon), by their place on the ANSI layout.
 constexpr std::pair<std::uint32_t, const char*> keyNames[] = {{0, "a"}, {1, "s"}, {2, "d"}, {3, "f"}, {4, "h"}, {5, "g"}, {6, "z"},
     {7, "x"}, {8, "c"}, {9, "v"}, {11, "b"}, {12, "q"}, {13, "w"}, {14, "e"}, {15, "r"}, {16, "y"}, {17, "t"}, {31, "o"}, {32, "u"},
     {34, "i"}, {35, "p"}, {37, "l"}, {38, "j"}, {40, "k"}, {45, "n"}, {46, "m"}};

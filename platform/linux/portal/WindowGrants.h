@@ -28,7 +28,7 @@ public:
 
     explicit WindowGrants(std::filesystem::path file) : file_(std::move(file)) { }
 
-    /// "velmora/window-grants.json" in the user's folder for state (XDG Base Directory Specification).
+    /// "velmora/window-grants.json" in the user's folder for state (XDG Base Directory).
     [[nodiscard]] static std::filesystem::path usualFile();
 
     /// The last one that was used first.

@@ -44,7 +44,7 @@ private:
 /// Notifications that are on the screen, by the number that their service gave them.
 class ShownNotifications {
 public:
-    static constexpr uint closedByUser = 2;  ///< a reason of NotificationClosed (Desktop Notifications Specification, "Signals")
+    static constexpr uint closedByUser = 2;  ///< a reason of NotificationClosed (Desktop Notifications, "Signals")
 
     void add(uint id, platform::NotificationContent content) { shown_.insert_or_assign(id, std::move(content)); }
 
