@@ -2,6 +2,7 @@
 
 #include "capture/CaptureMessages.h"
 #include "onboarding/CompletedWalkthrough.h"
+#include "windows/SoundDecision.h"
 
 #include <algorithm>
 #include <utility>
@@ -11,7 +12,7 @@ namespace velmora {
 namespace {
 
 constexpr const char* errorDomain = "Velmora.AppControl";
-enum ErrorCode { captureFailed = 1, noSuchWindow = 2, noSuchFile = 3 };
+enum ErrorCode { captureFailed = 1, noSuchWindow = 2, noSuchFile = 3, soundIsKnown = 4 };
 
 QString text(const std::string& utf8)
 {
@@ -75,37 +76,44 @@ void AppControl::finishSaves(const Result<SavedClip>& result)
         completion(result);
 }
 
-void AppControl::selectWindow(std::uint32_t windowID, UniqueFunction<void(Result<void>)> completion)
+void AppControl::selectWindow(
+    std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion)
 {
-    services_.windowService->refreshWindows([this, windowID, completion = std::move(completion)]() mutable {
+    services_.windowService->refreshWindows([this, windowID, sound = std::move(sound), completion = std::move(completion)]() mutable {
         if (const auto& error = services_.windowService->lastError())
             return completion(fail(errorDomain, captureFailed, *error));
         const auto& windows = services_.windowService->availableWindows();
         const auto chosen = std::find_if(windows.begin(), windows.end(), [&](const auto& window) { return window.id == windowID; });
         if (chosen == windows.end())
             return completion(fail(errorDomain, noSuchWindow, "There is no window " + std::to_string(windowID) + " that can be recorded."));
-        if (!services_.windowService->needsRequest(windowID))
-            return capture(*chosen, std::move(completion));
-        services_.windowService->requestWindow(
-            windowID, [this, completion = std::move(completion)](Result<std::optional<CapturedWindowInfo>> granted) mutable {
+        if (!services_.windowService->needsRequest(windowID)) {
+            if (sound)
+                return completion(fail(errorDomain, soundIsKnown, soundIsTheWindowsOwn));
+            return capture(*chosen, {}, std::move(completion));
+        }
+        requestWindowWithSound(*services_.windowService, windowID, std::move(sound),
+            [this, completion = std::move(completion)](Result<std::optional<RequestedWindow>> granted) mutable {
                 if (!granted)
                     return completion(fail(errorDomain, captureFailed, granted.error().localizedDescription));
                 if (!*granted)
                     return completion(fail(errorDomain, captureFailed, "No window was chosen."));
-                capture(**granted, std::move(completion));
+                capture((*granted)->window, (*granted)->remark, std::move(completion));
             });
     });
 }
 
-void AppControl::capture(const CapturedWindowInfo& window, UniqueFunction<void(Result<void>)> completion)
+void AppControl::capture(const CapturedWindowInfo& window, std::string remark, UniqueFunction<void(Result<std::string>)> completion)
 {
-    services_.coordinator->selectWindowAndStartCapture(window, [this, id = window.id, completion = std::move(completion)]() mutable {
-        const auto& coordinator = *services_.coordinator;
-        if (coordinator.state().is<CaptureState::Capturing>() && coordinator.selectedWindow() && coordinator.selectedWindow()->id == id)
-            completion({});
-        else
-            completion(fail(errorDomain, captureFailed, coordinator.state().statusDescription()));
-    });
+    services_.coordinator->selectWindowAndStartCapture(
+        window, [this, id = window.id, remark = std::move(remark), completion = std::move(completion)]() mutable {
+            const auto& coordinator = *services_.coordinator;
+            // Where it was not taken, nobody wants it any more.
+            services_.windowService->giveBackWindow(id);
+            if (coordinator.state().is<CaptureState::Capturing>() && coordinator.selectedWindow() && coordinator.selectedWindow()->id == id)
+                completion(std::move(remark));
+            else
+                completion(fail(errorDomain, captureFailed, coordinator.state().statusDescription()));
+        });
 }
 
 void AppControl::stopCapture(SaveCompletion completion)

@@ -41,7 +41,8 @@ public:
     void activate() override;
     void chooseWindow() override { services_.windows->presentWindowPicker(); }
     void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion) override;
-    void selectWindow(std::uint32_t windowID, UniqueFunction<void(Result<void>)> completion) override;
+    void selectWindow(
+        std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion) override;
     void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion) override;
     [[nodiscard]] QJsonObject status() const override;
     Result<void> presentClipPreview(const std::filesystem::path& file) override;
@@ -50,7 +51,7 @@ public:
 private:
     using SaveCompletion = UniqueFunction<void(Result<SavedClip>)>;
 
-    void capture(const CapturedWindowInfo& window, UniqueFunction<void(Result<void>)> completion);
+    void capture(const CapturedWindowInfo& window, std::string remark, UniqueFunction<void(Result<std::string>)> completion);
     void saveRecording(SaveCompletion completion);
     void finishSaves(const Result<SavedClip>& result);
 

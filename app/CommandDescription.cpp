@@ -12,7 +12,16 @@ constexpr Argument window{"ID", Argument::Kind::window};
 constexpr Argument clip{"FILE", Argument::Kind::clip};
 constexpr Argument newFile{"FILE", Argument::Kind::newFile};
 constexpr Argument seconds{"SECONDS", Argument::Kind::text};
+constexpr Argument application{"NAME", Argument::Kind::text};
 constexpr Argument time{"TIME", Argument::Kind::text};
+
+OptionDescription soundOption()
+{
+    return {"sound", application, false, "Whose sound goes with the window: an application's name, its process, or none."};
+}
+
+constexpr std::string_view soundDetails =
+    "On a Wayland desktop, which does not tell whose a window is, --sound says it; what was chosen for a window is kept.";
 
 CommandGroup theProgram()
 {
@@ -40,7 +49,11 @@ CommandGroup forTheRunningProgram()
                 .options = {},
                 .summary = "Opens the list of windows to choose the one to record.",
                 .details = "Where the program is installed and does not run yet, it is started."},
-            {.name = "select", .argument = window, .options = {}, .summary = "Chooses the window to record.", .details = {}},
+            {.name = "select",
+                .argument = window,
+                .options = {soundOption()},
+                .summary = "Chooses the window to record.",
+                .details = soundDetails},
             {.name = "stop",
                 .argument = {},
                 .options = {},
@@ -72,10 +85,11 @@ CommandGroup withoutTheProgram()
             {.name = "record",
                 .argument = {},
                 .options = {{"window", window, true, "The window's number, as 'velmora windows' lists it."},
-                    {"duration", seconds, false, "For how long."}, {"output", newFile, false, "The clip's file."}},
+                    {"duration", seconds, false, "For how long."}, {"output", newFile, false, "The clip's file."}, soundOption()},
                 .summary = "Records the window until the duration is over, or until Ctrl+C or SIGTERM, and prints the clip's path.",
                 .details = "Without --output the clip goes to the Velmora folder in your videos folder, under a name with the time of day. "
-                           "A file that is there already is never overwritten."},
+                           "A file that is there already is never overwritten. On a Wayland desktop, which does not tell whose a window is, "
+                           "--sound says it; what was chosen for a window is kept."},
             {.name = "repair",
                 .argument = clip,
                 .options = {},

@@ -113,6 +113,16 @@ tl::expected<std::optional<std::filesystem::path>, QString> parseOutput(const Ar
     return absolutePath(given.value("output"));
 }
 
+/// None: nothing is wanted.
+tl::expected<std::optional<std::string>, QString> parseSound(const Arguments& given)
+{
+    if (!given.isSet("sound"))
+        return std::nullopt;
+    if (given.value("sound").isEmpty())
+        return wrong(QStringLiteral("--sound needs the name of an application, or 'none'."));
+    return given.value("sound").toStdString();
+}
+
 Parsed parseRecord(const QStringList& arguments)
 {
     Arguments given{arguments};
@@ -135,6 +145,10 @@ Parsed parseRecord(const QStringList& arguments)
     if (!chosen)
         return wrong(chosen.error());
     record.output = *chosen;
+    const auto sound = parseSound(given);
+    if (!sound)
+        return wrong(sound.error());
+    record.sound = *sound;
     return record;
 }
 
@@ -211,7 +225,10 @@ Parsed parseSelect(const QStringList& arguments)
     const auto windowID = parseWindowID(given.positional());
     if (!windowID)
         return notAWindow(given.positional());
-    return Control{.action = Control::Action::select, .windowID = *windowID, .json = false, .file = {}};
+    const auto sound = parseSound(given);
+    if (!sound)
+        return wrong(sound.error());
+    return Control{.action = Control::Action::select, .windowID = *windowID, .json = false, .file = {}, .sound = *sound};
 }
 
 Parsed parsePreview(const QStringList& arguments)

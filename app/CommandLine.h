@@ -27,6 +27,7 @@ struct Record {
     std::uint32_t windowID = 0;
     std::optional<std::chrono::nanoseconds> duration;  ///< none: until a signal
     std::optional<std::filesystem::path> output;  ///< absolute; none: the default folder and name
+    std::optional<std::string> sound = std::nullopt;  ///< as decideSound() understands it
 };
 
 struct Repair {
@@ -50,6 +51,7 @@ struct Control {
     std::uint32_t windowID = 0;  ///< select
     bool json = false;  ///< status
     std::filesystem::path file;  ///< preview; absolute
+    std::optional<std::string> sound = std::nullopt;  ///< select
 };
 
 /// Text for standard output, after which the program ends.

@@ -5,6 +5,7 @@
 #include "capture/CaptureMessages.h"
 #include "capture/ScreenCaptureKitService.h"
 #include "library/PathUtilities.h"
+#include "windows/SoundDecision.h"
 #include "windows/WindowSelectionService.h"
 
 #include <QCoreApplication>
@@ -96,14 +97,19 @@ private:
         const auto match = std::find_if(windows.begin(), windows.end(), [&](const auto& w) { return w.id == command_.windowID; });
         if (match != windows.end())
             window = *match;
-        if (!catalogue_.needsRequest(window.id))
+        if (!catalogue_.needsRequest(window.id)) {
+            if (command_.sound && match != windows.end())
+                return fail(soundIsTheWindowsOwn);
             return startCapture(window);
-        catalogue_.requestWindow(window.id, [this](Result<std::optional<CapturedWindowInfo>> granted) {
+        }
+        requestWindowWithSound(catalogue_, window.id, command_.sound, [this](Result<std::optional<RequestedWindow>> granted) {
             if (!granted)
                 return fail(std::string{capture_message::failedToCapture} + granted.error().localizedDescription);
             if (!*granted || isEnding_)
                 return end(command_line::failed);
-            startCapture(**granted);
+            if (const auto& remark = (*granted)->remark; !remark.empty())
+                std::fprintf(stderr, "%s\n", remark.c_str());
+            startCapture((*granted)->window);
         });
     }
 

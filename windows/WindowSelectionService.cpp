@@ -51,6 +51,15 @@ void WindowSelectionService::requestWindow(std::uint32_t id, RequestCompletion c
         });
 }
 
+void WindowSelectionService::getSoundChoices(std::uint32_t id, SoundCompletion completion)
+{
+    content_->getSoundChoices(
+        id, [weak = std::weak_ptr(self_), completion = std::move(completion)](std::optional<platform::SoundChoices> choices) mutable {
+            if (!weak.expired())
+                completion(std::move(choices));
+        });
+}
+
 void WindowSelectionService::publish(Result<platform::ShareableContent> result)
 {
     if (result) {

@@ -48,6 +48,18 @@ public:
     /// when the service is gone first.
     void requestWindow(std::uint32_t id, RequestCompletion completion);
 
+    using SoundCompletion = UniqueFunction<void(std::optional<platform::SoundChoices>)>;
+
+    /// Whose sound may go with the window that was granted, asked afresh each time; none when nothing can sound. `completion` is called
+    /// once, on the main thread, never when the service is gone first.
+    void getSoundChoices(std::uint32_t id, SoundCompletion completion);
+
+    /// One of the choices; none: no sound. Holds for captures that begin from now on.
+    void chooseSound(std::uint32_t id, const platform::SoundChoice& choice) { content_->chooseSound(id, choice); }
+
+    /// A granted window is not to be captured after all; nothing for one that is captured.
+    void giveBackWindow(std::uint32_t id) { content_->giveBackWindow(id); }
+
     /// See window_catalogue::findWindow.
     static void findSCWindow(
         platform::ShareableContentProvider& content, Executor& mainExecutor, std::uint32_t id, window_catalogue::FindCompletion completion);

@@ -62,6 +62,8 @@ QDBusMessage methodCall(const Control& command)
         return call;
     }
     case Control::Action::select:
+        if (command.sound)
+            return methodCall(controlInterface, "SelectWithSound", {command.windowID, QString::fromStdString(*command.sound)});
         return methodCall(controlInterface, "Select", {command.windowID});
     case Control::Action::stop:
         return methodCall(controlInterface, "Stop", {});

@@ -102,14 +102,17 @@ public slots:
         return {};
     }
 
-    void Select(uint windowID, const QDBusMessage& call)
+    /// What the user has to know of it; empty when that is nothing.
+    QString Select(uint windowID, const QDBusMessage& call)
     {
-        control_.selectWindow(windowID, [pending = PendingCall{connection_, call}](const Result<void>& result) mutable {
-            if (result)
-                pending.succeed();
-            else
-                pending.fail(text(result.error().localizedDescription));
-        });
+        select(windowID, std::nullopt, call);
+        return {};
+    }
+
+    QString SelectWithSound(uint windowID, const QString& sound, const QDBusMessage& call)
+    {
+        select(windowID, sound.toStdString(), call);
+        return {};
     }
 
     /// The path of the clip that was saved, if any.
@@ -142,6 +145,16 @@ public slots:
     }
 
 private:
+    void select(uint windowID, std::optional<std::string> sound, const QDBusMessage& call)
+    {
+        control_.selectWindow(windowID, std::move(sound), [pending = PendingCall{connection_, call}](const Result<std::string>& result) mutable {
+            if (result)
+                pending.succeed({text(*result)});
+            else
+                pending.fail(text(result.error().localizedDescription));
+        });
+    }
+
     QDBusConnection connection_;
     InstanceControl& control_;
 };

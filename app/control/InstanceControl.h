@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
 
 namespace velmora {
 
@@ -29,8 +30,10 @@ public:
     /// Starts a recording, or ends the one that runs; completes then when the file is safe.
     virtual void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion) = 0;
 
-    /// Chooses the window with this identifier and captures it.
-    virtual void selectWindow(std::uint32_t windowID, UniqueFunction<void(Result<void>)> completion) = 0;
+    /// Chooses the window with this identifier and captures it, with the sound of that application (see decideSound) where the desktop
+    /// leaves it to be chosen. Completes with what the user has to know of it, if anything.
+    virtual void selectWindow(
+        std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion) = 0;
 
     /// Saves a recording that runs, then stops capturing.
     virtual void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion) = 0;

@@ -47,10 +47,12 @@ QString placeCaption()
 
 QuickContent makePicker(const SharedServices& services)
 {
-    return contentOf("qrc:/Velmora/Windows/WindowPickerView.qml",
-        std::make_shared<WindowPickerModel>(
-            std::make_shared<WindowSelectionService>(services.platform.shareableContent, services.mainExecutor),
-            CaptureCoordinator::shared()));
+    auto model = std::make_shared<WindowPickerModel>(
+        std::make_shared<WindowSelectionService>(services.platform.shareableContent, services.mainExecutor), CaptureCoordinator::shared());
+    auto* picker = model.get();
+    auto content = contentOf("qrc:/Velmora/Windows/WindowPickerView.qml", std::move(model));
+    content.didDisappear = [picker] { picker->viewDidDisappear(); };
+    return content;
 }
 
 QuickContent makePreview(

@@ -36,6 +36,16 @@ public:
         pendingRequest = std::move(completion);
     }
 
+    void getSoundChoices(std::uint32_t windowID, SoundCompletion completion) override
+    {
+        soundQuestions.push_back(windowID);
+        pendingSoundQuestion = std::move(completion);
+    }
+
+    void chooseSound(std::uint32_t windowID, const platform::SoundChoice& choice) override { chosenSounds.emplace_back(windowID, choice); }
+
+    void giveBackWindow(std::uint32_t windowID) override { windowsGivenBack.push_back(windowID); }
+
     void answerNext()
     {
         auto [query, completion] = std::move(held_.front());
@@ -58,6 +68,10 @@ public:
     std::set<std::uint32_t> windowsToRequest;
     std::vector<std::uint32_t> requests;
     RequestCompletion pendingRequest;
+    std::vector<std::uint32_t> soundQuestions;
+    SoundCompletion pendingSoundQuestion;
+    std::vector<std::pair<std::uint32_t, platform::SoundChoice>> chosenSounds;
+    std::vector<std::uint32_t> windowsGivenBack;
 
 private:
     [[nodiscard]] Result<platform::ShareableContent> answer(const Query& query) const

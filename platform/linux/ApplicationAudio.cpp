@@ -1,7 +1,9 @@
 #include "platform/linux/ApplicationAudio.h"
 
 #include "platform/linux/pipewire/PipeWireAudioSource.h"
+#include "platform/linux/pipewire/PipeWireSoundStreams.h"
 #include "platform/linux/pulse/PulseAudioSource.h"
+#include "platform/linux/pulse/PulseSoundStreams.h"
 
 #include <array>
 #include <utility>
@@ -47,6 +49,13 @@ private:
 std::unique_ptr<AudioSource> makeApplicationAudioSource()
 {
     return std::make_unique<ApplicationAudioSource>();
+}
+
+Result<std::vector<SoundStream>> listSoundStreams()
+{
+    if (auto streams = listPulseSoundStreams())
+        return streams;
+    return listPipeWireSoundStreams();
 }
 
 }  // namespace velmora::linux_backend

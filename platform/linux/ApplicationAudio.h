@@ -2,8 +2,10 @@
 #pragma once
 
 #include "platform/linux/AudioSource.h"
+#include "platform/linux/sound/SoundingApplications.h"
 
 #include <memory>
+#include <vector>
 
 namespace velmora::linux_backend {
 
@@ -11,5 +13,9 @@ namespace velmora::linux_backend {
 /// and a PipeWire server beside it serves pictures only; else PipeWire. The start fails with one error, "no sound server", when
 /// neither does.
 [[nodiscard]] std::unique_ptr<AudioSource> makeApplicationAudioSource();
+
+/// The streams of the server that such a source would take sound from. Waits for it, some seconds at most; fails when there is none. Any
+/// thread.
+[[nodiscard]] Result<std::vector<SoundStream>> listSoundStreams();
 
 }  // namespace velmora::linux_backend

@@ -18,6 +18,9 @@ struct AudioTarget {
     std::string bundleIdentifier;
     std::string portalApplicationID;
     bool excludesCurrentProcess = true;
+    /// The user chose the application by its sound. When its process has ended, later processes of the same name and the same binary, which
+    /// `bundleIdentifier` is then, are that application again; those that ran beside it are not.
+    bool isFollowedByName = false;
     /// True for a process that owns windows of another application: it and what is below it do not belong to the tree. Called on
     /// the source's thread; may be empty.
     std::function<bool(std::int32_t processID)> ownsWindowsOfAnotherApplication;

@@ -160,20 +160,24 @@ public:
     std::shared_ptr<CaptureStream> makeStream(
         const ContentFilter& filter, const StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate) override
     {
-        return std::make_shared<LinuxCaptureStream>(parts_.makeVideoSource(filter, configuration), parts_.makeAudioSource(),
-            audioTarget(filter, configuration), configuration, std::move(delegate));
+        auto video = parts_.makeVideoSource(filter, configuration);
+        auto target = parts_.audioTarget ? parts_.audioTarget(filter) : ownersSound(filter);
+        auto audio = target ? parts_.makeAudioSource() : nullptr;
+        if (target)
+            target->excludesCurrentProcess = configuration.excludesCurrentProcessAudio;
+        return std::make_shared<LinuxCaptureStream>(
+            std::move(video), std::move(audio), std::move(target).value_or(AudioTarget{}), configuration, std::move(delegate));
     }
 
 private:
-    [[nodiscard]] AudioTarget audioTarget(const ContentFilter& filter, const StreamConfiguration& configuration) const
+    [[nodiscard]] std::optional<AudioTarget> ownersSound(const ContentFilter& filter) const
     {
         const auto application = filter.window().owningApplication.value_or(platform::RunningApplication{});
-        return {
+        return AudioTarget{
             .processID = application.processID,
             .applicationName = application.applicationName,
             .bundleIdentifier = application.bundleIdentifier,
             .portalApplicationID = {},
-            .excludesCurrentProcess = configuration.excludesCurrentProcessAudio,
             .ownsWindowsOfAnotherApplication =
                 [content = parts_.shareableContent, bundleIdentifier = application.bundleIdentifier](
                     std::int32_t processID) { return ownsWindowOfAnother(*content, bundleIdentifier, processID); },

@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace velmora::linux_backend {
 
@@ -16,6 +17,8 @@ struct CaptureStreamParts {
     std::function<std::unique_ptr<VideoSource>(const platform::ContentFilter&, const platform::StreamConfiguration&)> makeVideoSource;
     /// May return none: then streams are without sound.
     std::function<std::unique_ptr<AudioSource>()> makeAudioSource;
+    /// Whose sound goes with what a filter captures; none: it has no sound. Empty: that of the application that owns the window.
+    std::function<std::optional<AudioTarget>(const platform::ContentFilter&)> audioTarget = {};
     /// Asked for the processes that own other applications' windows.
     std::shared_ptr<platform::ShareableContentProvider> shareableContent;
 };

@@ -92,7 +92,7 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
 void usePortal(PlatformServices& services, const std::shared_ptr<Executor>& mainExecutor)
 {
     using namespace linux_backend;
-    const auto content = std::make_shared<PortalShareableContent>(mainExecutor);
+    const auto content = std::make_shared<PortalShareableContent>(mainExecutor, PortalShareableContentOptions{.listSoundStreams = listSoundStreams});
     services.shareableContent = content;
     services.captureStreams = makeCaptureStreams({
         .makeVideoSource =
@@ -100,6 +100,7 @@ void usePortal(PlatformServices& services, const std::shared_ptr<Executor>& main
                 return content->makeVideoSource(filter.window().windowID, configuration, makePictureScaler);
             },
         .makeAudioSource = makeApplicationAudioSource,
+        .audioTarget = [content](const ContentFilter& filter) { return content->audioTarget(filter.window().windowID); },
         .shareableContent = content,
     });
     services.screenCaptureAccess = std::make_shared<PortalScreenCaptureAccess>();

@@ -2,7 +2,9 @@
 
 #include <array>
 #include <charconv>
+#include <climits>
 #include <cstdio>
+#include <ctime>
 #include <fcntl.h>
 #include <string_view>
 #include <unistd.h>
@@ -67,6 +69,22 @@ std::optional<ProcessRecord> readProcessRecord(std::int32_t processID)
     return parseProcessStat(std::string{bytes.data(), static_cast<std::size_t>(count)});
 }
 
+std::uint64_t clockTicksSinceBoot()
+{
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    const auto perSecond = static_cast<std::uint64_t>(sysconf(_SC_CLK_TCK));
+    constexpr std::uint64_t second = 1'000'000'000;
+    return static_cast<std::uint64_t>(now.tv_sec) * perSecond + static_cast<std::uint64_t>(now.tv_nsec) * perSecond / second;
+}
+
+std::string readExecutable(std::int32_t processID)
+{
+    std::array<char, PATH_MAX> path{};
+    const auto length = ::readlink(("/proc/" + std::to_string(processID) + "/exe").c_str(), path.data(), path.size());
+    return length > 0 ? std::string{path.data(), static_cast<std::size_t>(length)} : std::string{};
+}
+
 ProcessTree::ProcessTree(std::int32_t root, Exclusion excluded, Reader reader)
     : root_(root)
     , excluded_(std::move(excluded))
@@ -98,6 +116,24 @@ bool ProcessTree::contains(std::int32_t processID) const
         record = parentRecord;
     }
     return false;
+}
+
+std::int32_t topmostOfProgram(
+    std::int32_t processID, const ProcessTree::Reader& reader, const std::function<std::string(std::int32_t)>& executable)
+{
+    const auto program = executable(processID);
+    if (program.empty())
+        return processID;
+    auto topmost = processID;
+    auto record = reader(topmost);
+    for (int depth = 0; record && record->parent > firstProcess && depth < deepestTree; ++depth) {
+        const auto parent = reader(record->parent);
+        if (!parent || parent->startTime > record->startTime || executable(record->parent) != program)
+            break;
+        topmost = record->parent;
+        record = parent;
+    }
+    return topmost;
 }
 
 }  // namespace velmora::linux_backend

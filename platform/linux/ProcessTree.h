@@ -17,6 +17,12 @@ struct ProcessRecord {
 /// The record of a live process; none when there is no such process.
 [[nodiscard]] std::optional<ProcessRecord> readProcessRecord(std::int32_t processID);
 
+/// Now, in the units of ProcessRecord::startTime.
+[[nodiscard]] std::uint64_t clockTicksSinceBoot();
+
+/// The program file that a process runs; empty when that is not told.
+[[nodiscard]] std::string readExecutable(std::int32_t processID);
+
 /// Takes the fields out of the text of a stat file. The name in it may hold anything, blanks, brackets and line breaks included.
 [[nodiscard]] std::optional<ProcessRecord> parseProcessStat(const std::string& text);
 
@@ -41,5 +47,10 @@ private:
     Exclusion excluded_;
     Reader reader_;
 };
+
+/// The topmost of the processes above this one, itself included, that run the same program without another between them: of a browser, the
+/// process that its helpers come from.
+[[nodiscard]] std::int32_t topmostOfProgram(std::int32_t processID, const ProcessTree::Reader& reader = readProcessRecord,
+    const std::function<std::string(std::int32_t)>& executable = readExecutable);
 
 }  // namespace velmora::linux_backend

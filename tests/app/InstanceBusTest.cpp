@@ -28,10 +28,12 @@ public:
         else
             completion(clip);
     }
-    void selectWindow(std::uint32_t windowID, UniqueFunction<void(Result<void>)> completion) override
+    void selectWindow(
+        std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion) override
     {
-        calls.append(QStringLiteral("select %1").arg(windowID));
-        completion(selected);
+        calls.append(QStringLiteral("select %1").arg(windowID)
+            + (sound ? QStringLiteral(" with the sound of ") + QString::fromStdString(*sound) : QString{}));
+        completion(selected ? Result<std::string>{remark} : Result<std::string>{tl::unexpected(selected.error())});
     }
     void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion) override
     {
@@ -49,6 +51,7 @@ public:
     QStringList calls;
     Result<SavedClip> clip = SavedClip{};
     Result<void> selected;
+    std::string remark;
     bool holdsToggle = false;
     UniqueFunction<void(Result<SavedClip>)> heldToggle;
 };

@@ -32,6 +32,7 @@ WindowPickerModel::WindowPickerModel(
     : QAbstractListModel(parent)
     , windowService_(std::move(windowService))
     , coordinator_(std::move(coordinator))
+    , sound_(windowService_)
 {
     connect(windowService_.get(), &WindowSelectionService::availableWindowsChanged, this, &WindowPickerModel::filter);
     connect(windowService_.get(), &WindowSelectionService::isLoadingChanged, this, &WindowPickerModel::contentChanged);
@@ -60,6 +61,7 @@ int WindowPickerModel::selectedRow() const
 
 void WindowPickerModel::viewWillAppear()
 {
+    abandonRequest();
     setSearchText({});
     setSelectedID(std::nullopt);
     emit appeared();
@@ -73,6 +75,11 @@ void WindowPickerModel::viewWillAppear()
         else if (!available.empty())
             self->setSelectedID(available.front().id);
     });
+}
+
+void WindowPickerModel::viewDidDisappear()
+{
+    abandonRequest();
 }
 
 void WindowPickerModel::refreshWindows()
@@ -97,27 +104,76 @@ void WindowPickerModel::moveSelection(int step)
 
 void WindowPickerModel::start()
 {
+    if (granted_) {
+        if (!sound_.selected())
+            return;
+        windowService_->chooseSound(granted_->id, *sound_.selected());
+        return capture(*granted_);
+    }
     const auto& available = windowService_->availableWindows();
     const auto chosen = std::find_if(available.begin(), available.end(), [this](const auto& window) { return window.id == selectedID_; });
     if (chosen == available.end())
         return;
     if (!windowService_->needsRequest(chosen->id))
         return capture(*chosen);
-    windowService_->requestWindow(chosen->id, [self = QPointer{this}](Result<std::optional<CapturedWindowInfo>> granted) {
+    windowService_->requestWindow(
+        chosen->id, [self = QPointer{this}, request = ++request_](Result<std::optional<CapturedWindowInfo>> granted) {
+            if (!self)
+                return;
+            if (!granted)
+                self->report(granted.error());
+            else if (*granted)
+                self->askForSound(**granted, request);
+        });
+}
+
+void WindowPickerModel::askForSound(const CapturedWindowInfo& window, int request)
+{
+    if (request != request_)
+        return windowService_->giveBackWindow(window.id);
+    windowService_->getSoundChoices(window.id, [self = QPointer{this}, window, request](std::optional<platform::SoundChoices> choices) {
         if (!self)
             return;
-        if (!granted)
-            self->report(granted.error());
-        else if (*granted)
-            self->capture(**granted);
+        if (request != self->request_)
+            return self->windowService_->giveBackWindow(window.id);
+        if (!choices)
+            return self->capture(window);
+        if (choices->suggestion == platform::SoundChoices::Suggestion::windowsOwn) {
+            self->windowService_->chooseSound(window.id, choices->applications.front().application);
+            return self->capture(window);
+        }
+        self->sound_.show(window.id, std::move(*choices));
+        self->granted_ = window;
+        emit self->isChoosingSoundChanged();
     });
+}
+
+/// What is on its way ends in nothing, and what was granted is given back.
+void WindowPickerModel::abandonRequest()
+{
+    ++request_;
+    if (!granted_)
+        return;
+    windowService_->giveBackWindow(std::exchange(granted_, std::nullopt)->id);
+    emit isChoosingSoundChanged();
+}
+
+void WindowPickerModel::cancel()
+{
+    if (granted_)
+        abandonRequest();
+    else
+        emit dismissed();
 }
 
 void WindowPickerModel::capture(const CapturedWindowInfo& window)
 {
-    coordinator_->selectWindowAndStartCapture(window, [self = QPointer{this}] {
-        if (self)
-            emit self->dismissed();
+    coordinator_->selectWindowAndStartCapture(window, [self = QPointer{this}, id = window.id] {
+        if (!self)
+            return;
+        // Where it was not taken, nobody wants it any more.
+        self->windowService_->giveBackWindow(id);
+        emit self->dismissed();
     });
 }
 

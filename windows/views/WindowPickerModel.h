@@ -3,6 +3,7 @@
 
 #include "capture/CaptureCoordinator.h"
 #include "windows/WindowSelectionService.h"
+#include "windows/views/SoundChoiceModel.h"
 
 #include <QAbstractListModel>
 #include <QString>
@@ -26,6 +27,8 @@ class WindowPickerModel final : public QAbstractListModel {
     Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
     Q_PROPERTY(int selectedRow READ selectedRow NOTIFY selectionChanged)
     Q_PROPERTY(bool canStart READ canStart NOTIFY selectionChanged)
+    Q_PROPERTY(bool isChoosingSound READ isChoosingSound NOTIFY isChoosingSoundChanged)
+    Q_PROPERTY(velmora::SoundChoiceModel* sound READ sound CONSTANT)
 
 public:
     enum Role { AppName = Qt::UserRole, Title, SizeText, Symbol, IsActive };
@@ -46,10 +49,18 @@ public:
     [[nodiscard]] std::optional<std::uint32_t> selectedID() const { return selectedID_; }
     [[nodiscard]] bool canStart() const { return selectedID_.has_value(); }
 
+    /// The second step, for a window that was granted where the desktop does not tell whose it is. start() goes on with what is selected
+    /// there, cancel() back to the windows.
+    [[nodiscard]] bool isChoosingSound() const { return granted_.has_value(); }
+    [[nodiscard]] SoundChoiceModel* sound() { return &sound_; }
+
     [[nodiscard]] const std::vector<CapturedWindowInfo>& filteredWindows() const { return filteredWindows_; }
 
     /// Each time that the picker is shown: an empty search, a fresh query, and a selection.
     Q_INVOKABLE void viewWillAppear();
+
+    /// The picker is no longer shown: what was granted meanwhile is given back.
+    void viewDidDisappear();
 
     /// "Refresh List".
     Q_INVOKABLE void refreshWindows();
@@ -63,8 +74,8 @@ public:
     /// open meanwhile, and when that is cancelled.
     Q_INVOKABLE void start();
 
-    /// "Cancel".
-    Q_INVOKABLE void cancel() { emit dismissed(); }
+    /// "Cancel", and "Back" in the second step.
+    Q_INVOKABLE void cancel();
 
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
@@ -80,6 +91,7 @@ signals:
     void contentChanged();
     void searchTextChanged();
     void selectionChanged();
+    void isChoosingSoundChanged();
 
     /// The picker is on the screen again.
     void appeared();
@@ -90,6 +102,8 @@ signals:
 private:
     void setSelectedID(std::optional<std::uint32_t> id);
     void filter();
+    void askForSound(const CapturedWindowInfo& window, int request);
+    void abandonRequest();
     void capture(const CapturedWindowInfo& window);
     void report(const Error& error);
 
@@ -98,6 +112,9 @@ private:
     QString searchText_;
     std::optional<std::uint32_t> selectedID_;
     std::vector<CapturedWindowInfo> filteredWindows_;
+    SoundChoiceModel sound_;
+    std::optional<CapturedWindowInfo> granted_;  ///< whose sound is being chosen
+    int request_ = 0;  ///< the last one; earlier ones are abandoned
 };
 
 }  // namespace velmora

@@ -12,10 +12,22 @@ Rectangle {
 
     color: Theme.obsidian
 
+    SoundChoiceView {
+        anchors.fill: parent
+        anchors.margins: Theme.windowMargin
+        visible: root.model.isChoosingSound
+        model: root.model
+    }
+
     ColumnLayout {
         anchors.fill: parent
         anchors.margins: Theme.windowMargin
         spacing: Theme.largeGap
+        visible: !root.model.isChoosingSound
+        onVisibleChanged: {
+            if (visible)
+                search.forceActiveFocus();
+        }
 
         ColumnLayout {
             spacing: 4

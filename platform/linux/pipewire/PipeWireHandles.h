@@ -8,6 +8,7 @@
 namespace velmora::linux_backend {
 
 struct PipeWireDeleter {
+    void operator()(pw_main_loop* loop) const { pw_main_loop_destroy(loop); }
     void operator()(pw_thread_loop* loop) const { pw_thread_loop_destroy(loop); }
     void operator()(pw_context* context) const { pw_context_destroy(context); }
     void operator()(pw_core* core) const { pw_core_disconnect(core); }
@@ -15,6 +16,7 @@ struct PipeWireDeleter {
     void operator()(pw_proxy* proxy) const { pw_proxy_destroy(proxy); }
 };
 
+using MainLoopHandle = std::unique_ptr<pw_main_loop, PipeWireDeleter>;
 using ThreadLoopHandle = std::unique_ptr<pw_thread_loop, PipeWireDeleter>;
 using ContextHandle = std::unique_ptr<pw_context, PipeWireDeleter>;
 using CoreHandle = std::unique_ptr<pw_core, PipeWireDeleter>;

@@ -1,5 +1,7 @@
 #include "platform/linux/pipewire/ServerConnection.h"
 
+#include "platform/linux/pipewire/Dictionary.h"
+
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -11,19 +13,6 @@
 namespace velmora::linux_backend {
 
 namespace {
-
-SoundGraph::Properties toProperties(const spa_dict* dictionary)
-{
-    SoundGraph::Properties properties;
-    if (!dictionary)
-        return properties;
-    for (std::uint32_t i = 0; i < dictionary->n_items; ++i) {
-        const auto& item = dictionary->items[i];
-        if (item.key && item.value)
-            properties.insert_or_assign(item.key, item.value);
-    }
-    return properties;
-}
 
 std::string_view value(const spa_dict* dictionary, const char* key)
 {

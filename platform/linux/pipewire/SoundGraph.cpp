@@ -96,8 +96,11 @@ std::optional<StreamIdentity> SoundGraph::identityOf(const Properties& stream) c
     const auto found = clients_.find(*clientID);
     if (found == clients_.end())
         return std::nullopt;
-    const auto& client = found->second;
+    return streamIdentity(stream, found->second);
+}
 
+StreamIdentity streamIdentity(const SoundGraph::Properties& stream, const SoundGraph::Properties& client)
+{
     const auto either = [&](std::string_view key) {
         const auto own = value(stream, key);
         return std::string{own.empty() ? value(client, key) : own};

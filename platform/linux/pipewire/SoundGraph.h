@@ -71,6 +71,9 @@ private:
     std::set<ID> selected_;
 };
 
+/// What a stream and its client tell of the program behind them.
+[[nodiscard]] StreamIdentity streamIdentity(const SoundGraph::Properties& stream, const SoundGraph::Properties& client);
+
 /// Which of the capture's two channels a channel of a stream goes to: left, right.
 [[nodiscard]] std::pair<bool, bool> stereoDestination(std::string_view channel);
 

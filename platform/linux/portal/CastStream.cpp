@@ -11,6 +11,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -21,12 +22,26 @@ namespace {
 constexpr std::uint32_t framesPerSecond = 60;
 constexpr std::int64_t second = 1'000'000'000;
 constexpr timespec reconnectAfter{0, 400'000'000};
+// For a first picture, the first time; then twice as long each time, for machines that are slow to draw one.
+constexpr time_t firstPictureSeconds = 1;
 
 std::int64_t monotonicNow()
 {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return std::int64_t{now.tv_sec} * second + now.tv_nsec;
+}
+
+/// KWin names the stream of a window so, the name of the application's desktop entry behind it.
+std::string applicationOf(const spa_dict* properties)
+{
+    constexpr std::string_view prefix = "kwin-screencast-";
+    for (const char* key : {PW_KEY_MEDIA_NAME, PW_KEY_NODE_NAME}) {
+        const char* name = properties ? spa_dict_lookup(properties, key) : nullptr;
+        if (name && std::string_view{name}.starts_with(prefix))
+            return name + prefix.size();
+    }
+    return {};
 }
 
 void initializeLibrary()
@@ -59,6 +74,8 @@ private:
     Result<void> connectStream();
     void disconnectStream();
     void reconnect();
+    void watchNode(const char* type);
+    void armWatchdog(timespec once) { pw_loop_update_timer(loop(), watchdog_.get(), &once, nullptr, false); }
     void onState(pw_stream_state state, const char* error);
     void onFormat(const spa_pod* parameter);
     void onAddBuffer(pw_buffer* buffer);
@@ -72,12 +89,15 @@ private:
 
     static const pw_core_events coreEvents;
     static const pw_registry_events registryEvents;
+    static const pw_node_events nodeEvents;
     static const pw_stream_events streamEvents;
 
     const std::uint32_t nodeID_;
     Callbacks callbacks_;
     std::optional<Error> ended_;
     bool hadPicture_ = false;
+    time_t firstPicturePatience_ = firstPictureSeconds;
+    std::string application_;
 
     std::optional<CastFormat> format_;
     std::map<pw_buffer*, std::unique_ptr<CastBuffer>> buffers_;
@@ -100,6 +120,8 @@ private:
     ListenerHook coreListener_;
     ProxyHandle registry_;
     ListenerHook registryListener_;
+    ProxyHandle node_;
+    ListenerHook nodeListener_;
     StreamHandle stream_;
     std::optional<ListenerHook> streamListener_;
 };
@@ -117,10 +139,26 @@ const pw_core_events CastStream::Session::coreEvents = [] {
 const pw_registry_events CastStream::Session::registryEvents = [] {
     pw_registry_events table{};
     table.version = PW_VERSION_REGISTRY_EVENTS;
+    table.global = [](void* data, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t, const spa_dict*) {
+        auto* self = static_cast<Session*>(data);
+        if (id == self->nodeID_)
+            self->watchNode(type);
+    };
     table.global_remove = [](void* data, std::uint32_t id) {
         auto* self = static_cast<Session*>(data);
         if (id == self->nodeID_)
             self->stop(PortalErrorCode::windowUnavailable, "The desktop no longer shares the window.");
+    };
+    return table;
+}();
+
+const pw_node_events CastStream::Session::nodeEvents = [] {
+    pw_node_events table{};
+    table.version = PW_VERSION_NODE_EVENTS;
+    table.info = [](void* data, const pw_node_info* info) {
+        auto& known = static_cast<Session*>(data)->application_;
+        if (auto told = applicationOf(info->props); !told.empty())
+            known = std::move(told);
     };
     return table;
 }();
@@ -221,6 +259,18 @@ void CastStream::Session::reconnect()
         stop(connected.error());
 }
 
+void CastStream::Session::watchNode(const char* type)
+{
+    if (node_ || !type || std::string_view{type} != PW_TYPE_INTERFACE_Node)
+        return;
+    auto* registry = reinterpret_cast<pw_registry*>(registry_.get());
+    auto* node = static_cast<pw_node*>(pw_registry_bind(registry, nodeID_, type, PW_VERSION_NODE, 0));
+    if (!node)
+        return;
+    node_.reset(reinterpret_cast<pw_proxy*>(node));
+    pw_node_add_listener(node, nodeListener_.get(), &nodeEvents, this);
+}
+
 void CastStream::Session::onState(pw_stream_state state, const char* error)
 {
     if (state == PW_STREAM_STATE_ERROR)
@@ -236,16 +286,16 @@ void CastStream::Session::onFormat(const spa_pod* parameter)
     const auto format = parseCastFormat(parameter);
     if (!format)
         return stop(PortalErrorCode::unsupportedPixels, "The desktop shares the window in a format that cannot be read.");
-    const bool isAnother = hadPicture_ && !std::exchange(isReconnecting_, false);
+    const bool isConnectedAnew = std::exchange(isReconnecting_, false);
     format_ = format;
     lastTime_.reset();
     CastParameters parameters;
     auto buffers = parameters.buffers(*format_);
     pw_stream_update_params(stream_.get(), buffers.data(), static_cast<std::uint32_t>(buffers.size()));
-    if (isAnother) {
-        timespec once = reconnectAfter;
-        pw_loop_update_timer(loop(), watchdog_.get(), &once, nullptr, false);
-    }
+    if (!hadPicture_)
+        armWatchdog({std::exchange(firstPicturePatience_, firstPicturePatience_ * 2), 0});
+    else if (!isConnectedAnew)
+        armWatchdog(reconnectAfter);
 }
 
 void CastStream::Session::onAddBuffer(pw_buffer* buffer)
@@ -302,7 +352,7 @@ void CastStream::Session::examine(pw_buffer* buffer)
     }
     missedSome_ = false;
     if (!std::exchange(hadPicture_, true))
-        callbacks_.firstPicture(picture->content.width, picture->content.height);
+        callbacks_.firstPicture(picture->content.width, picture->content.height, application_);
 }
 
 /// Delivers what is due, and comes again when the next is.

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace velmora::linux_backend {
 
@@ -15,12 +16,14 @@ namespace velmora::linux_backend {
 /// always keeps the newest one: a window that stands still has a picture for whoever comes.
 ///
 /// Buffers that are empty or marked as corrupt are skipped, as are those that repeat the one before. When the window's format changes and
-/// no picture comes in it, the stream is connected anew: some desktops need that.
+/// no picture comes in it, the stream is connected anew: some desktops need that. So it is when the first picture does not come: one that
+/// was lost on its way is not sent again while the window stands still.
 class CastStream {
 public:
     struct Callbacks {
-        /// The first picture is there, and the window has this size; pixels. Once.
-        UniqueFunction<void(std::int32_t width, std::int32_t height)> firstPicture;
+        /// The first picture is there, and the window has this size; pixels. `application` is the name of the desktop entry of the window's
+        /// application where the node tells it, else empty. Once.
+        UniqueFunction<void(std::int32_t width, std::int32_t height, const std::string& application)> firstPicture;
         /// The cast has ended by itself. At most once, also told to who is attached.
         UniqueFunction<void(const Error&)> stopped;
     };

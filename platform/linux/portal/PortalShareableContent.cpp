@@ -10,8 +10,11 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <cassert>
 #include <ctime>
 #include <functional>
+#include <iterator>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -38,6 +41,10 @@ struct Cast {
     std::unique_ptr<ScreenCastSession> session;
     std::unique_ptr<CastStream> stream;
     bool isEnded = false;
+
+    std::string application;  ///< the name of its desktop entry, where the desktop tells it
+    std::vector<SoundingApplication> listed;  ///< of which each was offered as the one whose sound to take
+    std::optional<SoundingApplication> sounding;  ///< the one whose sound is taken
 };
 
 platform::ShareableWindow makeEntry(
@@ -58,6 +65,60 @@ platform::ShareableWindow entryFor(const WindowGrant& grant, bool isOnScreen)
     const auto time = QLocale{}.toString(QDateTime::fromSecsSinceEpoch(grant.grantedAt), QLocale::ShortFormat);
     return makeEntry(grant.id, "Shared window", "chosen " + time.toStdString(), std::max<double>(smallestSide, grant.width),
         std::max<double>(smallestSide, grant.height), isOnScreen);
+}
+
+platform::RunningApplication runningApplication(const SoundingApplication& application)
+{
+    const auto& identity = application.identity;
+    return {
+        .bundleIdentifier = identity.portalApplicationID.empty() ? identity.binary : identity.portalApplicationID,
+        .applicationName = application.displayName(),
+        .processID = application.processID,
+    };
+}
+
+/// Whether an application of that desktop entry would call itself so: "org.mozilla.firefox" and "firefox" are one.
+bool hasDesktopEntry(const ApplicationIdentity& application, std::string_view entry)
+{
+    const auto last = entry.substr(entry.rfind('.') + 1);
+    for (const auto name : {entry, last}) {
+        if (equalNames(application.portalApplicationID, name) || equalNames(application.binary, name) || equalNames(application.name, name))
+            return true;
+    }
+    return false;
+}
+
+/// What there is to choose from for a window for which `before` was chosen the last time. `entry` is the desktop entry of its application,
+/// or empty. An application that was chosen before is added to `applications` where it is not there.
+platform::SoundChoices soundChoices(
+    std::vector<SoundingApplication>& applications, const std::optional<ApplicationIdentity>& before, const std::string& entry)
+{
+    using Suggestion = platform::SoundChoices::Suggestion;
+    const auto count = [&](const auto& isIt) { return std::count_if(applications.begin(), applications.end(), isIt); };
+    const auto isOwn = [&](const auto& application) { return !entry.empty() && hasDesktopEntry(application.identity, entry); };
+    const auto isAsBefore = [&](const auto& application) { return before && isSameApplication(*before, application.identity); };
+    const bool isKnown = count(isOwn) == 1
+        && (!before || count([&](const auto& application) { return isOwn(application) && isAsBefore(application); }) == 1);
+
+    platform::SoundChoices choices;
+    if (isKnown) {
+        std::stable_partition(applications.begin(), applications.end(), isOwn);
+        choices.suggestion = Suggestion::windowsOwn;
+    } else if (before && before->isKnown()) {
+        // Of two instances it cannot be told which one was meant.
+        choices.suggestion = count(isAsBefore) <= 1 ? Suggestion::asBefore : Suggestion::nothing;
+        if (count(isAsBefore) == 0)
+            applications.insert(applications.begin(), {.identity = *before, .processID = 0, .nowPlaying = {}, .isPlaying = false});
+        else
+            std::stable_partition(applications.begin(), applications.end(), isAsBefore);
+    } else if (before) {
+        choices.suggestion = Suggestion::noSoundAsBefore;
+    } else if (count([](const auto& application) { return application.isPlaying; }) == 1) {
+        choices.suggestion = Suggestion::onlyPlaying;
+    }
+    for (const auto& application : applications)
+        choices.applications.push_back({runningApplication(application), application.nowPlaying, application.isPlaying});
+    return choices;
 }
 
 Error noLongerShared()
@@ -139,6 +200,76 @@ public:
             });
     }
 
+    void getSoundChoices(std::uint32_t id, SoundCompletion completion)
+    {
+        const auto cast = live(id);
+        if (cast && cast == offered_)
+            unclaimed_.stop();
+        if (!cast || !options_.listSoundStreams)
+            return mainExecutor_->async([completion = std::move(completion)]() mutable { completion(std::nullopt); });
+        const std::weak_ptr<State> weak = weak_from_this();
+        soundQueue_.async([weak, cast = std::weak_ptr(cast), list = options_.listSoundStreams, executor = mainExecutor_,
+                              completion = std::move(completion)]() mutable {
+            executor->async([weak, cast, streams = list(), completion = std::move(completion)]() mutable {
+                const auto self = weak.lock();
+                const auto asked = cast.lock();
+                if (self && asked && streams)
+                    return completion(choicesFor(*asked, *streams));
+                if (self && asked && asked == self->offered_)
+                    self->unclaimed_.start(self->options_.unclaimedPatience);
+                completion(std::nullopt);
+            });
+        });
+    }
+
+    void chooseSound(std::uint32_t id, const platform::SoundChoice& choice)
+    {
+        const auto cast = live(id);
+        if (!cast)
+            return;
+        cast->sounding.reset();
+        cast->grant.sound.emplace();
+        if (choice) {
+            const auto chosen = std::find_if(cast->listed.begin(), cast->listed.end(),
+                [&](const auto& application) { return runningApplication(application) == *choice; });
+            assert(chosen != cast->listed.end() && "only what was offered is chosen");
+            cast->sounding = *chosen;
+            cast->grant.sound = chosen->identity;
+        }
+        remember(cast->grant);
+        if (cast == offered_)
+            unclaimed_.start(options_.unclaimedPatience);
+    }
+
+    void giveBack(std::uint32_t id)
+    {
+        if (!offered_ || offered_->grant.id != id)
+            return;
+        unclaimed_.stop();
+        offered_.reset();
+    }
+
+    [[nodiscard]] std::optional<AudioTarget> audioTarget(std::uint32_t id) const
+    {
+        const auto cast = live(id);
+        if (!cast || !cast->sounding)
+            return std::nullopt;
+        const auto& application = *cast->sounding;
+        return AudioTarget{
+            .processID = application.processID,
+            .applicationName = application.identity.name,
+            .bundleIdentifier = application.identity.binary,
+            .portalApplicationID = application.identity.portalApplicationID,
+            .isFollowedByName = true,
+            // What it has started itself was offered as another application.
+            .ownsWindowsOfAnotherApplication =
+                [program = readExecutable(application.processID)](std::int32_t processID) {
+                    const auto other = readExecutable(processID);
+                    return !program.empty() && !other.empty() && other != program;
+                },
+        };
+    }
+
     /// Held until it is released as often as it was taken: so it ends here, whatever becomes of work that is left on the way.
     std::shared_ptr<Cast> take(std::uint32_t id)
     {
@@ -163,6 +294,20 @@ public:
     [[nodiscard]] const std::shared_ptr<Executor>& mainExecutor() const { return mainExecutor_; }
 
 private:
+    [[nodiscard]] std::shared_ptr<Cast> live(std::uint32_t id) const
+    {
+        auto cast = live_.lock();
+        return cast && !cast->isEnded && cast->grant.id == id ? cast : nullptr;
+    }
+
+    static platform::SoundChoices choicesFor(Cast& cast, const std::vector<SoundStream>& streams)
+    {
+        auto applications = soundingApplications(streams);
+        auto choices = soundChoices(applications, cast.grant.sound, cast.application);
+        cast.listed.insert(cast.listed.end(), applications.begin(), applications.end());
+        return choices;
+    }
+
     void opened(Result<std::optional<SharedWindow>> window)
     {
         if (!window)
@@ -189,8 +334,11 @@ private:
         };
         auto stream = CastStream::create(std::move((*window)->remote), (*window)->nodeID,
             {.firstPicture =
-                    [post](std::int32_t width, std::int32_t height) {
-                        post([width, height](State& self, const std::shared_ptr<Cast>& owner) { self.shown(owner, width, height); });
+                    [post](std::int32_t width, std::int32_t height, const std::string& application) {
+                        post([width, height, application](State& self, const std::shared_ptr<Cast>& owner) {
+                            owner->application = application;
+                            self.shown(owner, width, height);
+                        });
                     },
                 .stopped =
                     [post](const Error& error) {
@@ -276,6 +424,7 @@ private:
 
     const std::shared_ptr<Executor> mainExecutor_;
     const PortalShareableContentOptions options_;
+    SerialQueue soundQueue_{"com.velmora.portal.sound"};
     WindowGrants grants_;
     QTimer patience_;
     QTimer unclaimed_;
@@ -355,6 +504,26 @@ bool PortalShareableContent::needsRequest(std::uint32_t windowID) const
 void PortalShareableContent::requestWindow(std::uint32_t windowID, RequestCompletion completion)
 {
     state_->request(windowID, std::move(completion));
+}
+
+void PortalShareableContent::getSoundChoices(std::uint32_t windowID, SoundCompletion completion)
+{
+    state_->getSoundChoices(windowID, std::move(completion));
+}
+
+void PortalShareableContent::chooseSound(std::uint32_t windowID, const platform::SoundChoice& choice)
+{
+    state_->chooseSound(windowID, choice);
+}
+
+void PortalShareableContent::giveBackWindow(std::uint32_t windowID)
+{
+    state_->giveBack(windowID);
+}
+
+std::optional<AudioTarget> PortalShareableContent::audioTarget(std::uint32_t windowID) const
+{
+    return state_->audioTarget(windowID);
 }
 
 std::unique_ptr<VideoSource> PortalShareableContent::makeVideoSource(

@@ -4,15 +4,20 @@
 #include "base/SerialQueue.h"
 #include "platform/ShareableContent.h"
 #include "platform/StreamConfiguration.h"
+#include "platform/linux/AudioSource.h"
 #include "platform/linux/VideoSource.h"
 #include "platform/linux/ffmpeg/CodecModule.h"
 #include "platform/linux/portal/WindowGrants.h"
+#include "platform/linux/sound/SoundingApplications.h"
 
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace velmora::linux_backend {
 
@@ -21,12 +26,17 @@ struct PortalShareableContentOptions {
     std::filesystem::path grantsFile = WindowGrants::usualFile();
     std::chrono::milliseconds firstPicturePatience{10'000};  ///< for a shared window to show itself
     std::chrono::milliseconds unclaimedPatience{10'000};  ///< for a granted window to be captured
+    /// What plays now. May wait; called on a thread of its own. None: nothing can sound.
+    std::function<Result<std::vector<SoundStream>>()> listSoundStreams = {};
 };
 
 /// Lists an entry for the desktop's own chooser, and the windows that the user has granted before. A desktop tells neither title nor
 /// application of a window, so an entry says when it was granted; its frame has the size that the window had then. Every entry needs a
 /// request, which shares the window, asking the user where the desktop wants that; from then on it is on the screen, until the stream of
 /// it, or the desktop, ends the sharing. One window is shared at a time. There are no displays and no applications.
+///
+/// Whose sound goes with a window is known where the desktop tells its application and exactly one that sounds is that one. Else the user
+/// chooses; what was chosen is kept with the grant, and counts more than what the desktop tells.
 class PortalShareableContent final : public platform::ShareableContentProvider {
 public:
     /// The entry for the desktop's chooser.
@@ -41,6 +51,13 @@ public:
     void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly, Completion completion) override;
     [[nodiscard]] bool needsRequest(std::uint32_t windowID) const override;
     void requestWindow(std::uint32_t windowID, RequestCompletion completion) override;
+
+    void getSoundChoices(std::uint32_t windowID, SoundCompletion completion) override;
+    void chooseSound(std::uint32_t windowID, const platform::SoundChoice& choice) override;
+    void giveBackWindow(std::uint32_t windowID) override;
+
+    /// Whose sound goes with the window that was granted last; none: it has no sound. Main thread.
+    [[nodiscard]] std::optional<AudioTarget> audioTarget(std::uint32_t windowID) const;
 
     /// Pictures of the window that was granted last; its start fails when `windowID` is another. Main thread.
     [[nodiscard]] std::unique_ptr<VideoSource> makeVideoSource(

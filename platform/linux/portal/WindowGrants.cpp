@@ -21,6 +21,24 @@ QString pathText(const std::filesystem::path& path)
     return QString::fromStdString(path.string());
 }
 
+std::optional<ApplicationIdentity> soundFrom(const QJsonValue& value)
+{
+    if (!value.isObject())
+        return std::nullopt;
+    const auto text = [object = value.toObject()](const char* key) { return object.value(QLatin1String{key}).toString().toStdString(); };
+    return ApplicationIdentity{.name = text("name"), .binary = text("binary"), .portalApplicationID = text("portal")};
+}
+
+QJsonObject objectFrom(const ApplicationIdentity& application)
+{
+    QJsonObject object;
+    for (const auto& [key, text] : {std::pair{"name", &application.name}, {"binary", &application.binary}, {"portal", &application.portalApplicationID}}) {
+        if (!text->empty())
+            object.insert(QLatin1String{key}, QString::fromStdString(*text));
+    }
+    return object;
+}
+
 WindowGrant grantFrom(const QJsonObject& object)
 {
     return {
@@ -29,18 +47,22 @@ WindowGrant grantFrom(const QJsonObject& object)
         .grantedAt = object.value(QLatin1String{"granted"}).toInteger(),
         .width = object.value(QLatin1String{"width"}).toInt(),
         .height = object.value(QLatin1String{"height"}).toInt(),
+        .sound = soundFrom(object.value(QLatin1String{"sound"})),
     };
 }
 
 QJsonObject objectFrom(const WindowGrant& grant)
 {
-    return {
+    QJsonObject object{
         {QStringLiteral("id"), qint64{grant.id}},
         {QStringLiteral("token"), QString::fromStdString(grant.restoreToken)},
         {QStringLiteral("granted"), qint64{grant.grantedAt}},
         {QStringLiteral("width"), grant.width},
         {QStringLiteral("height"), grant.height},
     };
+    if (grant.sound)
+        object.insert(QStringLiteral("sound"), objectFrom(*grant.sound));
+    return object;
 }
 
 }  // namespace
@@ -64,8 +86,11 @@ std::vector<WindowGrant> WindowGrants::grants() const
     if (!file.open(QIODevice::ReadOnly))
         return {};
     constexpr qint64 largest = 64 * 1024;
+    const auto content = QJsonDocument::fromJson(file.read(largest)).object();
+    if (content.value(QLatin1String{"version"}).toInt(1) > version)
+        return {};
     std::vector<WindowGrant> grants;
-    for (const auto& value : QJsonDocument::fromJson(file.read(largest)).object().value(QLatin1String{"grants"}).toArray()) {
+    for (const auto& value : content.value(QLatin1String{"grants"}).toArray()) {
         const auto grant = grantFrom(value.toObject());
         const bool isKnown = std::any_of(grants.begin(), grants.end(), [&](const auto& other) { return other.id == grant.id; });
         if (grant.id >= firstID && !grant.restoreToken.empty() && grant.width > 0 && grant.height > 0 && !isKnown
@@ -116,7 +141,7 @@ void WindowGrants::write(const std::vector<WindowGrant>& grants) const
     // Before the first byte: nobody else gets to see one.
     if (!file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner))
         return;
-    file.write(QJsonDocument{QJsonObject{{QStringLiteral("grants"), array}}}.toJson());
+    file.write(QJsonDocument{QJsonObject{{QStringLiteral("version"), version}, {QStringLiteral("grants"), array}}}.toJson());
     file.commit();
 }
 

@@ -1,8 +1,11 @@
 // The windows that the user has let this program share before.
 #pragma once
 
+#include "platform/linux/sound/ApplicationIdentity.h"
+
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,14 +18,17 @@ struct WindowGrant {
     std::int64_t grantedAt = 0;  ///< seconds since 1970
     std::int32_t width = 0;  ///< pixels, when it was shared last
     std::int32_t height = 0;
+    /// Whose sound the user chose for it; an application that is not known: no sound. None: nothing was chosen yet.
+    std::optional<ApplicationIdentity> sound = std::nullopt;
 
     friend bool operator==(const WindowGrant&, const WindowGrant&) = default;
 };
 
 /// Kept in one file that only its owner may read: who has a token may see the window. A file that is missing, damaged, or somebody else's
-/// counts as one without grants. Reading is safe on any thread, the rest is the main thread's.
+/// counts as one without grants, as does one of a later version. Files of before 2, which have no version, know of no sound. Reading is safe on any thread, the rest is the main thread's.
 class WindowGrants {
 public:
+    static constexpr std::int32_t version = 2;
     static constexpr std::size_t maximumCount = 8;
     static constexpr std::uint32_t firstID = 2;
 

@@ -1,10 +1,10 @@
 #include "platform/linux/pulse/PulseAudioSource.h"
 
 #include "platform/linux/pulse/PulseHandles.h"
+#include "platform/linux/pulse/PulseProperties.h"
 #include "platform/linux/sound/BlockDelivery.h"
 #include "platform/linux/sound/StreamMatcher.h"
 
-#include <charconv>
 #include <cstring>
 #include <map>
 #include <string>
@@ -31,23 +31,6 @@ Error pulseError(pa_context* context, const char* what)
 {
     const int code = context ? pa_context_errno(context) : PA_ERR_UNKNOWN;
     return Error{errorDomain, code, std::string{what} + ": " + pa_strerror(code), nullptr};
-}
-
-std::string property(const pa_proplist* properties, const char* key)
-{
-    const char* text = pa_proplist_gets(properties, key);
-    return text ? text : "";
-}
-
-StreamIdentity identityOf(const pa_sink_input_info& info)
-{
-    StreamIdentity identity;
-    const auto process = property(info.proplist, PA_PROP_APPLICATION_PROCESS_ID);
-    std::from_chars(process.data(), process.data() + process.size(), identity.processID);
-    identity.applicationName = property(info.proplist, PA_PROP_APPLICATION_NAME);
-    identity.binary = property(info.proplist, PA_PROP_APPLICATION_PROCESS_BINARY);
-    identity.portalApplicationID = property(info.proplist, "pipewire.access.portal.app_id");
-    return identity;
 }
 
 }  // namespace

@@ -1,46 +1,47 @@
 #include "platform/linux/sound/StreamMatcher.h"
 
-#include <algorithm>
-#include <string_view>
 #include <unistd.h>
 #include <utility>
 
 namespace velmora::linux_backend {
 
-namespace {
-
-bool equalNames(std::string_view a, std::string_view b)
-{
-    // ASCII only: names of programs as their authors write them, in one case or another.
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return !a.empty() && a.size() == b.size()
-        && std::equal(a.begin(), a.end(), b.begin(), [&](char x, char y) { return lower(x) == lower(y); });
-}
-
-}  // namespace
-
-StreamMatcher::StreamMatcher(const AudioTarget& target, ProcessTree::Reader reader)
-    : target_(target)
-    , reader_(reader)
-    , tree_(target.processID, target.ownsWindowsOfAnotherApplication, std::move(reader))
-{
-}
-
-/// The process as far as it can be relied on; 0 when it cannot.
-std::int32_t StreamMatcher::knownProcess(const StreamIdentity& stream) const
+std::int32_t knownProcess(const StreamIdentity& stream, const ProcessTree::Reader& reader)
 {
     if (stream.processIDIsCertain)
         return stream.processID;
     // 1 and 2 are the first process and the kernel's, neither of which plays: a program in a pid namespace is often 1 or 2 there.
     // One that came through a portal lives in such a namespace too.
-    if (stream.processID <= 2 || !stream.portalApplicationID.empty() || !reader_(stream.processID))
+    if (stream.processID <= 2 || !stream.portalApplicationID.empty() || !reader(stream.processID))
         return 0;
     return stream.processID;
 }
 
+ApplicationIdentity applicationIdentity(const StreamIdentity& stream)
+{
+    return {.name = stream.applicationName, .binary = stream.binary, .portalApplicationID = stream.portalApplicationID};
+}
+
+StreamMatcher::StreamMatcher(const AudioTarget& target, ProcessTree::Reader reader, std::uint64_t now)
+    : target_(target)
+    , reader_(reader)
+    , tree_(target.processID, target.ownsWindowsOfAnotherApplication, std::move(reader))
+    , beginning_(now)
+    , targetLived_(tree_.contains(target.processID))
+{
+}
+
+/// Runs, or ran, beside the process that was chosen.
+bool StreamMatcher::isAnotherInstance(std::int32_t process) const
+{
+    if (!targetLived_ || process <= 0)
+        return false;
+    const auto record = reader_(process);
+    return tree_.contains(target_.processID) || !record || record->startTime <= beginning_;
+}
+
 StreamMatch StreamMatcher::match(const StreamIdentity& stream) const
 {
-    const auto process = knownProcess(stream);
+    const auto process = knownProcess(stream, reader_);
     if (target_.excludesCurrentProcess && process == ::getpid())
         return StreamMatch::none;
     const bool bothProcessesKnown = process > 0 && target_.processID > 0;
@@ -48,6 +49,10 @@ StreamMatch StreamMatcher::match(const StreamIdentity& stream) const
         return StreamMatch::processTree;
     if (!target_.portalApplicationID.empty() && !stream.portalApplicationID.empty()) {
         return target_.portalApplicationID == stream.portalApplicationID ? StreamMatch::portalApplication : StreamMatch::none;
+    }
+    if (target_.isFollowedByName) {
+        const ApplicationIdentity wanted{target_.applicationName, target_.bundleIdentifier, target_.portalApplicationID};
+        return !isAnotherInstance(process) && isSameApplication(wanted, applicationIdentity(stream)) ? StreamMatch::name : StreamMatch::none;
     }
     if (bothProcessesKnown)
         return StreamMatch::none;

@@ -3,6 +3,7 @@
 
 #include "platform/linux/AudioSource.h"
 #include "platform/linux/ProcessTree.h"
+#include "platform/linux/sound/ApplicationIdentity.h"
 
 #include <cstdint>
 #include <optional>
@@ -24,20 +25,29 @@ struct StreamIdentity {
 /// How a stream was recognised.
 enum class StreamMatch { none, processTree, portalApplication, name };
 
+/// The process as far as it can be relied on; 0 when it cannot.
+[[nodiscard]] std::int32_t knownProcess(const StreamIdentity& stream, const ProcessTree::Reader& reader = readProcessRecord);
+
+[[nodiscard]] ApplicationIdentity applicationIdentity(const StreamIdentity& stream);
+
 /// Decides by the process tree, then the portal's application id, then the name or the binary; the last only where the process of one
-/// of the two is unknown, because two instances of one program have the same name.
+/// of the two is unknown, because two instances of one program have the same name, and where a chosen application is followed by its name.
 class StreamMatcher {
 public:
-    explicit StreamMatcher(const AudioTarget& target, ProcessTree::Reader reader = readProcessRecord);
+    /// `now` is in clock ticks since boot, as a process's start.
+    explicit StreamMatcher(
+        const AudioTarget& target, ProcessTree::Reader reader = readProcessRecord, std::uint64_t now = clockTicksSinceBoot());
 
     [[nodiscard]] StreamMatch match(const StreamIdentity& stream) const;
 
 private:
-    [[nodiscard]] std::int32_t knownProcess(const StreamIdentity& stream) const;
+    [[nodiscard]] bool isAnotherInstance(std::int32_t process) const;
 
     AudioTarget target_;
     ProcessTree::Reader reader_;
     ProcessTree tree_;
+    std::uint64_t beginning_;
+    bool targetLived_;  // in the beginning
 };
 
 }  // namespace velmora::linux_backend

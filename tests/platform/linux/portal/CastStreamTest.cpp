@@ -20,9 +20,10 @@ public:
     {
         return {
             .firstPicture =
-                [this](std::int32_t width, std::int32_t height) {
+                [this](std::int32_t width, std::int32_t height, const std::string& application) {
                     MutexLock lock(mutex_);
                     size_ = {0, 0, width, height};
+                    application_ = application;
                     changed_.notifyAll();
                 },
             .stopped =
@@ -43,6 +44,13 @@ public:
         return size_.value_or(PixelRect{});
     }
 
+    /// As it was told with the size.
+    std::string application()
+    {
+        MutexLock lock(mutex_);
+        return application_;
+    }
+
     std::optional<Error> waitForEnd()
     {
         const auto deadline = std::chrono::steady_clock::now() + patience;
@@ -55,6 +63,7 @@ private:
     Mutex mutex_;
     ConditionVariable changed_;
     std::optional<PixelRect> size_ GUARDED_BY(mutex_);
+    std::string application_ GUARDED_BY(mutex_);
     std::optional<Error> error_ GUARDED_BY(mutex_);
 };
 
@@ -291,6 +300,60 @@ TEST_F(CastStreamTest, AfterANewFormatWithoutPicturesTheStreamIsConnectedAnew)
     waitForNumber(2);
     EXPECT_EQ(recorder.complaints(), "");
     EXPECT_TRUE(recorder.stops().empty());
+}
+
+TEST_F(CastStreamTest, AFirstPictureThatIsLostIsFetchedByConnectingAnew)
+{
+    open();
+    // The window stands still: the desktop sends no other before somebody connects.
+    cast->showInVain({.number = 77, .crop = {}, .damage = {}, .isCorrupt = true, .time = {}});
+    cast->waitForConnections(2);
+    cast->show(1);
+    EXPECT_EQ(watcher.waitForSize(), (PixelRect{0, 0, 640, 480}));
+    attach();
+    waitForNumber(1);
+    expectNumbersAndNoOthers({1});
+}
+
+TEST_F(CastStreamTest, AFirstPictureThatIsLostAgainIsFetchedAgain)
+{
+    open();
+    cast->waitForConnections(3);
+    cast->show(1);
+    EXPECT_EQ(watcher.waitForSize(), (PixelRect{0, 0, 640, 480}));
+}
+
+TEST_F(CastStreamTest, AfterALostFirstPictureANewFormatWithoutPicturesConnectsAnewToo)
+{
+    open();
+    cast->waitForConnections(2);
+    cast->show(1);
+    watcher.waitForSize();
+    attach();
+    waitForNumber(1);
+    const auto before = cast->connections();
+    cast->resize(320, 240);
+    cast->waitForConnections(before + 1);
+    cast->show(2);
+    waitForNumber(2);
+    EXPECT_TRUE(recorder.stops().empty());
+}
+
+TEST_F(CastStreamTest, TheApplicationIsToldWhereTheNodesNameTellsIt)
+{
+    cast = std::make_unique<TestCast>(TestCast::Options{.name = "kwin-screencast-org.example.Player"});
+    open();
+    cast->show(1);
+    watcher.waitForSize();
+    EXPECT_EQ(watcher.application(), "org.example.Player");
+}
+
+TEST_F(CastStreamTest, ANodeOfAnyOtherNameTellsNoApplication)
+{
+    open();
+    cast->show(1);
+    watcher.waitForSize();
+    EXPECT_EQ(watcher.application(), "");
 }
 
 TEST_F(CastStreamTest, AClosedWindowEndsTheStream)

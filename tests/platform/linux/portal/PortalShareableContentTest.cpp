@@ -1,6 +1,7 @@
 // From the picker's entry to pictures: the real portal and a real PipeWire, the desktop behind them the test's.
 #include "platform/linux/portal/PortalShareableContent.h"
 
+#include "base/Mutex.h"
 #include "platform/linux/portal/PortalScreenCaptureAccess.h"
 #include "platform/linux/portal/ScreenCastSession.h"
 #include "tests/platform/linux/pictures/PictureRecorder.h"
@@ -9,9 +10,11 @@
 
 #include <QCoreApplication>
 #include <QMetaObject>
+#include <QTimer>
 
 #include <gmock/gmock.h>
 #include <thread>
+#include <unistd.h>
 
 namespace velmora::linux_backend {
 namespace {
@@ -57,7 +60,43 @@ protected:
             PortalShareableContentOptions{.busAddress = bus.address(),
                 .grantsFile = directory.path() / "grants.json",
                 .firstPicturePatience = firstPicture,
-                .unclaimedPatience = unclaimed});
+                .unclaimedPatience = unclaimed,
+                .listSoundStreams = [this] {
+                    MutexLock lock(mutex);
+                    return streams;
+                }});
+    }
+
+    void play(std::vector<SoundStream> playing)
+    {
+        MutexLock lock(mutex);
+        streams = std::move(playing);
+    }
+
+    /// None when the window has no choice of sounds.
+    std::optional<platform::SoundChoices> soundChoices(std::uint32_t id)
+    {
+        bool isAnswered = false;
+        std::optional<platform::SoundChoices> choices;
+        content->getSoundChoices(id, [&](auto offered) {
+            isAnswered = true;
+            choices = std::move(offered);
+        });
+        EXPECT_FALSE(isAnswered) << "not before the call has returned";
+        EXPECT_TRUE(PrivateBus::runUntil([&] { return isAnswered; }));
+        return choices;
+    }
+
+    /// The user chooses the application of that name among those that are offered.
+    void choose(std::uint32_t id, const std::string& name)
+    {
+        const auto choices = soundChoices(id);
+        ASSERT_TRUE(choices);
+        for (const auto& each : choices->applications) {
+            if (each.application.applicationName == name)
+                return content->chooseSound(id, each.application);
+        }
+        FAIL() << name << " is not offered";
     }
 
     std::vector<platform::ShareableWindow> windows(bool onScreenOnly = false)
@@ -105,6 +144,8 @@ protected:
     }
 
     PrivateBus bus;
+    Mutex mutex;
+    Result<std::vector<SoundStream>> streams GUARDED_BY(mutex) = std::vector<SoundStream>{};
     std::unique_ptr<TestCast> cast = std::make_unique<TestCast>();
     TestPortal portal{bus};
     test::TemporaryDirectory directory;
@@ -241,6 +282,167 @@ TEST_F(PortalShareableContentTest, ALaterRequestCancelsTheFirst)
     portal.user = TestPortal::User::choosesAtOnce;
     static_cast<void>(grant());
     EXPECT_TRUE(isCancelled);
+}
+
+SoundStream playing(const std::string& name, bool isPlaying = true)
+{
+    return {{0, false, name, name + "-bin", {}}, name + "'s film", isPlaying};
+}
+
+std::vector<std::string> names(const platform::SoundChoices& choices)
+{
+    std::vector<std::string> result;
+    for (const auto& each : choices.applications)
+        result.push_back(each.application.applicationName);
+    return result;
+}
+
+using Suggestion = platform::SoundChoices::Suggestion;
+
+TEST_F(PortalShareableContentTest, WithoutASoundServerThereIsNoSoundToChoose)
+{
+    const auto window = grant();
+    {
+        MutexLock lock(mutex);
+        streams = fail("Velmora.Test", 1, "No sound server.");
+    }
+    EXPECT_FALSE(soundChoices(window.windowID));
+    EXPECT_FALSE(content->audioTarget(window.windowID));
+}
+
+TEST_F(PortalShareableContentTest, AWindowThatIsNotGrantedHasNoSoundToChoose)
+{
+    play({playing("Player")});
+    EXPECT_FALSE(soundChoices(PortalShareableContent::chooserID));
+    EXPECT_FALSE(soundChoices(77));
+}
+
+TEST_F(PortalShareableContentTest, ApplicationsThatSoundAreOfferedAndTheOnlyOneThatPlaysIsSuggested)
+{
+    const auto window = grant();
+    play({playing("Waiting", false), playing("Player")});
+    const auto choices = soundChoices(window.windowID);
+    ASSERT_TRUE(choices);
+    EXPECT_THAT(names(*choices), ElementsAre("Player", "Waiting"));
+    EXPECT_EQ(choices->applications[0],
+        (platform::AudibleApplication{{"Player-bin", "Player", 0}, "Player's film", true}));
+    EXPECT_FALSE(choices->applications[1].isPlaying);
+    EXPECT_EQ(choices->suggestion, Suggestion::onlyPlaying);
+    EXPECT_FALSE(content->audioTarget(window.windowID)) << "nobody has chosen";
+}
+
+TEST_F(PortalShareableContentTest, OfSeveralThatPlayNoneIsSuggested)
+{
+    const auto window = grant();
+    play({playing("Player"), playing("Browser")});
+    EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::nothing);
+}
+
+TEST_F(PortalShareableContentTest, TheChosenSoundIsTheWindowsAndNoSoundIsNone)
+{
+    const auto window = grant();
+    play({playing("Player"), playing("Browser")});
+    choose(window.windowID, "Browser");
+    const auto target = content->audioTarget(window.windowID);
+    ASSERT_TRUE(target);
+    EXPECT_EQ(target->applicationName, "Browser");
+    EXPECT_EQ(target->bundleIdentifier, "Browser-bin");
+    EXPECT_TRUE(target->isFollowedByName);
+    EXPECT_FALSE(content->audioTarget(77));
+    content->chooseSound(window.windowID, std::nullopt);
+    EXPECT_FALSE(content->audioTarget(window.windowID));
+}
+
+TEST_F(PortalShareableContentTest, WhatWasChosenIsSuggestedByTheNextProgramEvenWhenItDoesNotPlay)
+{
+    const auto window = grant();
+    play({playing("Player"), playing("Browser")});
+    choose(window.windowID, "Player");
+    content.reset();
+    cast->waitUntilAlone();
+    content = makeContent();
+    grant(window.windowID);
+    auto choices = soundChoices(window.windowID);
+    ASSERT_TRUE(choices);
+    EXPECT_EQ(choices->suggestion, Suggestion::asBefore);
+    EXPECT_THAT(names(*choices), ElementsAre("Player", "Browser"));
+    play({playing("Browser")});
+    choices = soundChoices(window.windowID);
+    EXPECT_EQ(choices->suggestion, Suggestion::asBefore);
+    EXPECT_THAT(names(*choices), ElementsAre("Player", "Browser"));
+    EXPECT_FALSE(choices->applications[0].isPlaying);
+    choose(window.windowID, "Player");
+    EXPECT_EQ(content->audioTarget(window.windowID)->applicationName, "Player");
+}
+
+TEST_F(PortalShareableContentTest, NoSoundIsRememberedToo)
+{
+    const auto window = grant();
+    play({playing("Player")});
+    static_cast<void>(soundChoices(window.windowID));
+    content->chooseSound(window.windowID, std::nullopt);
+    content.reset();
+    cast->waitUntilAlone();
+    content = makeContent();
+    grant(window.windowID);
+    EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::noSoundAsBefore);
+}
+
+TEST_F(PortalShareableContentTest, OfTwoInstancesOfWhatWasChosenNoneIsSuggested)
+{
+    const auto window = grant();
+    auto first = playing("Player");
+    auto second = playing("Player");
+    first.identity.portalApplicationID = "org.example.Player";
+    play({first});
+    choose(window.windowID, "Player");
+    first.identity.portalApplicationID.clear();
+    second.identity.processID = ::getppid();
+    second.identity.processIDIsCertain = true;
+    play({first, second});
+    EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::nothing);
+}
+
+TEST_F(PortalShareableContentTest, WhereTheDesktopTellsTheApplicationItsSoundIsTheWindowsOwn)
+{
+    cast = std::make_unique<TestCast>(TestCast::Options{.name = "kwin-screencast-org.example.player"});
+    portal.node = cast->nodeID();
+    const auto window = grant();
+    play({playing("Browser"), playing("Player")});
+    const auto choices = soundChoices(window.windowID);
+    ASSERT_TRUE(choices);
+    EXPECT_EQ(choices->suggestion, Suggestion::windowsOwn);
+    EXPECT_EQ(names(*choices).front(), "Player");
+    play({playing("Browser")});
+    EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::onlyPlaying) << "it does not sound";
+    choose(window.windowID, "Browser");
+    play({playing("Browser"), playing("Player")});
+    EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::asBefore) << "the user's word counts more";
+}
+
+TEST_F(PortalShareableContentTest, AWindowWhoseSoundIsBeingChosenStaysGrantedUntilItIsGivenBack)
+{
+    content = makeContent(patience, std::chrono::milliseconds{200});
+    const auto window = grant();
+    play({playing("Player")});
+    ASSERT_TRUE(soundChoices(window.windowID));
+    // Longer than a window waits that nobody takes.
+    bool isOver = false;
+    QTimer::singleShot(600, [&] { isOver = true; });
+    PrivateBus::runUntil([&] { return isOver; });
+    EXPECT_EQ(portal.sessionsClosed, 0);
+    content->giveBackWindow(window.windowID);
+    EXPECT_TRUE(PrivateBus::runUntil([&] { return portal.sessionsClosed == 1; }));
+}
+
+TEST_F(PortalShareableContentTest, GivingBackAWindowThatIsCapturedChangesNothing)
+{
+    const auto window = grant();
+    start(window);
+    content->giveBackWindow(window.windowID);
+    cast->show(2);
+    recorder.waitFor("frame 2", [&] { return !recorder.pictures().empty() && recorder.pictures().back().reading.number() == 2U; });
+    EXPECT_THAT(windows(true), SizeIs(1));
 }
 
 TEST_F(PortalShareableContentTest, ADesktopThatRemembersNothingLeavesNoEntryBehind)

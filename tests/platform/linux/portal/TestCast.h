@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace velmora::linux_backend {
@@ -18,6 +19,7 @@ public:
         std::int32_t width = 640;
         std::int32_t height = 480;
         bool isRedFirst = false;
+        std::string name = "test window";
     };
 
     struct Frame {

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <sys/stat.h>
 
 namespace velmora::linux_backend {
@@ -116,6 +117,42 @@ TEST_F(WindowGrantsTest, EntriesThatCannotBeAreLeftOut)
         {"id": 5, "token": "good", "granted": 1, "width": 8, "height": 8},
         {"id": 5, "token": "twice", "granted": 1, "width": 8, "height": 8}]})");
     EXPECT_EQ(grants.grants(), (std::vector<WindowGrant>{{.id = 5, .restoreToken = "good", .grantedAt = 1, .width = 8, .height = 8}}));
+}
+
+TEST_F(WindowGrantsTest, TheChosenSoundIsKeptAndNoneIsNotTheSameAsNoSound)
+{
+    auto player = grant(2);
+    player.sound = ApplicationIdentity{"Player \"x\" ü", "player-bin", "org.example.Player"};
+    auto silent = grant(3);
+    silent.sound.emplace();
+    grants.store(player);
+    grants.store(silent);
+    grants.store(grant(4));
+    EXPECT_EQ(WindowGrants{file}.grants(), (std::vector<WindowGrant>{grant(4), silent, player}));
+}
+
+TEST_F(WindowGrantsTest, AFileOfBeforeThereWereSoundsIsReadAndGetsAVersion)
+{
+    overwrite(R"({"grants": [{"id": 2, "token": "token", "granted": 1700000002, "width": 800, "height": 600}]})");
+    EXPECT_EQ(grants.grants(), (std::vector<WindowGrant>{grant(2)}));
+    grants.store(grant(3));
+    std::ifstream stream{file};
+    const std::string content{std::istreambuf_iterator<char>{stream}, {}};
+    EXPECT_NE(content.find("\"version\": 2"), std::string::npos) << content;
+    EXPECT_EQ(grants.grants().size(), 2U);
+}
+
+TEST_F(WindowGrantsTest, AFileOfALaterVersionCountsAsNone)
+{
+    overwrite(R"({"version": 3, "grants": [{"id": 2, "token": "token", "granted": 1, "width": 800, "height": 600}]})");
+    EXPECT_TRUE(grants.grants().empty());
+}
+
+TEST_F(WindowGrantsTest, ASoundThatIsNoneCountsAsNotChosen)
+{
+    overwrite(R"({"version": 2, "grants": [
+        {"id": 2, "token": "token", "granted": 1700000002, "width": 800, "height": 600, "sound": "Player"}]})");
+    EXPECT_EQ(grants.grants(), (std::vector<WindowGrant>{grant(2)}));
 }
 
 TEST_F(WindowGrantsTest, AFolderThatCannotBeWrittenLosesTheGrantQuietly)

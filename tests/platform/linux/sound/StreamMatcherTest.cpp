@@ -99,5 +99,67 @@ TEST(StreamMatcher, AChildThatOwnsWindowsOfAnotherApplicationIsOutsideEvenWithTh
     EXPECT_EQ(StreamMatcher(wanted, readInvented).match(native(childOfApplication)), StreamMatch::none);
 }
 
+/// An application that was chosen by its sound, while the clock stood at 50.
+class FollowedApplication : public ::testing::Test {
+protected:
+    static AudioTarget followed(std::int32_t process)
+    {
+        auto wanted = target(process);
+        wanted.isFollowedByName = true;
+        return wanted;
+    }
+
+    StreamMatch match(const StreamMatcher& matcher, std::int32_t process, std::string name = "Player") const
+    {
+        return matcher.match(native(process, std::move(name)));
+    }
+
+    ProcessTree::Reader reader = [this](std::int32_t process) {
+        const auto found = records.find(process);
+        return found == records.end() ? std::nullopt : std::optional{found->second};
+    };
+    std::map<std::int32_t, ProcessRecord> records{{1, {0, 0}}, {application, {1, 10}}, {secondInstance, {1, 30}}};
+    static constexpr std::uint64_t now = 50;
+    static constexpr std::int32_t restarted = 300;
+};
+
+TEST_F(FollowedApplication, IsItsProcessWhileThatRunsAndNoOtherOfItsName)
+{
+    const StreamMatcher matcher{followed(application), reader, now};
+    EXPECT_EQ(match(matcher, application), StreamMatch::processTree);
+    EXPECT_EQ(match(matcher, secondInstance), StreamMatch::none);
+    records[restarted] = {1, 60};
+    EXPECT_EQ(match(matcher, restarted), StreamMatch::none);
+}
+
+TEST_F(FollowedApplication, IsFoundAgainWhenItStartsAgain)
+{
+    const StreamMatcher matcher{followed(application), reader, now};
+    records.erase(application);
+    records[restarted] = {1, 60};
+    EXPECT_EQ(match(matcher, restarted), StreamMatch::name);
+    EXPECT_EQ(match(matcher, restarted, "Another"), StreamMatch::none);
+}
+
+TEST_F(FollowedApplication, IsNotTheOtherInstanceThatRanBesideIt)
+{
+    const StreamMatcher matcher{followed(application), reader, now};
+    records.erase(application);
+    EXPECT_EQ(match(matcher, secondInstance), StreamMatch::none);
+}
+
+TEST_F(FollowedApplication, ThatDoesNotRunWhenItIsWantedIsKnownByItsNameAndBinary)
+{
+    const StreamMatcher matcher{followed(0), reader, now};
+    EXPECT_EQ(match(matcher, secondInstance), StreamMatch::name);
+    EXPECT_EQ(match(matcher, secondInstance, "Another"), StreamMatch::none);
+    EXPECT_EQ(StreamMatcher(followed(4711), reader, now).match(native(secondInstance)), StreamMatch::name);
+}
+
+TEST_F(FollowedApplication, IsNeverOurselves)
+{
+    EXPECT_EQ(match(StreamMatcher{followed(0), reader, now}, ::getpid()), StreamMatch::none);
+}
+
 }  // namespace
 }  // namespace velmora::linux_backend

@@ -1,0 +1,211 @@
+#include "platform/linux/pipewire/PipeWireSoundStreams.h"
+
+#include "platform/linux/pipewire/Dictionary.h"
+#include "platform/linux/pipewire/PipeWireHandles.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <ctime>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace velmora::linux_backend {
+
+namespace {
+
+constexpr timespec patience{2, 0};
+
+/// One look at the server, in the loop of whoever asks.
+class Look {
+public:
+    Look() = default;
+    Look(const Look&) = delete;
+    Look& operator=(const Look&) = delete;
+
+    Result<std::vector<SoundStream>> take();
+
+private:
+    struct Object {
+        Look& look;
+        std::uint32_t id;
+        SoundGraph::Properties properties;
+        bool isPlaying = false;
+        ProxyHandle proxy;
+        ListenerHook listener;
+    };
+
+    void onGlobal(std::uint32_t id, std::string_view kind, const spa_dict* properties);
+    void onDone(int sequence);
+    void ask() { question_ = pw_core_sync(core_.get(), PW_ID_CORE, question_); }
+    void end(int error);
+    [[nodiscard]] std::vector<SoundStream> streams() const;
+
+    static const pw_core_events coreEvents;
+    static const pw_registry_events registryEvents;
+    static const pw_client_events clientEvents;
+    static const pw_node_events nodeEvents;
+
+    int question_ = 0;
+    bool isListed_ = false;
+    int error_ = 0;
+
+    // In this order: what is below is destroyed first.
+    MainLoopHandle loop_;
+    LoopSource timer_;
+    ContextHandle context_;
+    CoreHandle core_;
+    ListenerHook coreListener_;
+    ProxyHandle registry_;
+    ListenerHook registryListener_;
+    std::map<std::uint32_t, std::unique_ptr<Object>> clients_;
+    std::map<std::uint32_t, std::unique_ptr<Object>> nodes_;
+};
+
+const pw_core_events Look::coreEvents = [] {
+    pw_core_events table{};
+    table.version = PW_VERSION_CORE_EVENTS;
+    table.done = [](void* self, std::uint32_t id, int sequence) {
+        if (id == PW_ID_CORE)
+            static_cast<Look*>(self)->onDone(sequence);
+    };
+    // Errors of single objects come when one ends while it is asked.
+    table.error = [](void* self, std::uint32_t id, int, int result, const char*) {
+        if (id == PW_ID_CORE && result == -EPIPE)
+            static_cast<Look*>(self)->end(ECONNRESET);
+    };
+    return table;
+}();
+
+const pw_registry_events Look::registryEvents = [] {
+    pw_registry_events table{};
+    table.version = PW_VERSION_REGISTRY_EVENTS;
+    table.global = [](void* self, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t, const spa_dict* properties) {
+        static_cast<Look*>(self)->onGlobal(id, type ? type : "", properties);
+    };
+    table.global_remove = [](void* self, std::uint32_t id) {
+        static_cast<Look*>(self)->clients_.erase(id);
+        static_cast<Look*>(self)->nodes_.erase(id);
+    };
+    return table;
+}();
+
+const pw_client_events Look::clientEvents = [] {
+    pw_client_events table{};
+    table.version = PW_VERSION_CLIENT_EVENTS;
+    table.info = [](void* data, const pw_client_info* info) { static_cast<Object*>(data)->properties = toProperties(info->props); };
+    return table;
+}();
+
+const pw_node_events Look::nodeEvents = [] {
+    pw_node_events table{};
+    table.version = PW_VERSION_NODE_EVENTS;
+    table.info = [](void* data, const pw_node_info* info) {
+        auto& self = *static_cast<Object*>(data);
+        self.properties = toProperties(info->props);
+        self.isPlaying = info->state == PW_NODE_STATE_RUNNING;
+    };
+    return table;
+}();
+
+Result<std::vector<SoundStream>> Look::take()
+{
+    loop_.reset(pw_main_loop_new(nullptr));
+    if (!loop_)
+        return fail(posixError(errno, "PipeWire gave no event loop"));
+    auto* loop = pw_main_loop_get_loop(loop_.get());
+    timer_ = LoopSource{loop,
+        pw_loop_add_timer(
+            loop, [](void* self, std::uint64_t) { static_cast<Look*>(self)->end(ETIMEDOUT); }, this)};
+    context_.reset(pw_context_new(loop, nullptr, 0));
+    if (!timer_.get() || !context_)
+        return fail(posixError(errno, "PipeWire gave no context"));
+    core_.reset(pw_context_connect(context_.get(), pw_properties_new(PW_KEY_APP_NAME, "Velmora", nullptr), 0));
+    if (!core_)
+        return fail(posixError(errno, "No PipeWire server answers"));
+    pw_core_add_listener(core_.get(), coreListener_.get(), &coreEvents, this);
+    auto* registry = pw_core_get_registry(core_.get(), PW_VERSION_REGISTRY, 0);
+    if (!registry)
+        return fail(posixError(errno, "PipeWire gave no registry"));
+    registry_.reset(reinterpret_cast<pw_proxy*>(registry));
+    pw_registry_add_listener(registry, registryListener_.get(), &registryEvents, this);
+    ask();
+    timespec once = patience;
+    pw_loop_update_timer(loop, timer_.get(), &once, nullptr, false);
+    pw_main_loop_run(loop_.get());
+    if (error_ != 0)
+        return fail(posixError(error_, "The PipeWire server did not answer"));
+    return streams();
+}
+
+void Look::onGlobal(std::uint32_t id, std::string_view kind, const spa_dict* properties)
+{
+    auto* registry = reinterpret_cast<pw_registry*>(registry_.get());
+    const char* mediaClass = properties ? spa_dict_lookup(properties, PW_KEY_MEDIA_CLASS) : nullptr;
+    const bool isClient = kind == PW_TYPE_INTERFACE_Client;
+    if (!isClient && !(kind == PW_TYPE_INTERFACE_Node && mediaClass && std::strcmp(mediaClass, "Stream/Output/Audio") == 0))
+        return;
+    auto object = std::unique_ptr<Object>{new Object{*this, id, toProperties(properties), false, nullptr, {}}};
+    object->proxy.reset(static_cast<pw_proxy*>(pw_registry_bind(registry, id, isClient ? PW_TYPE_INTERFACE_Client : PW_TYPE_INTERFACE_Node,
+        isClient ? PW_VERSION_CLIENT : PW_VERSION_NODE, 0)));
+    if (!object->proxy)
+        return;
+    if (isClient)
+        pw_client_add_listener(
+            reinterpret_cast<pw_client*>(object->proxy.get()), object->listener.get(), &clientEvents, object.get());
+    else
+        pw_node_add_listener(reinterpret_cast<pw_node*>(object->proxy.get()), object->listener.get(), &nodeEvents, object.get());
+    (isClient ? clients_ : nodes_).insert_or_assign(id, std::move(object));
+}
+
+/// First all objects have been named, then what they are has been told.
+void Look::onDone(int sequence)
+{
+    if (sequence != question_)
+        return;
+    if (std::exchange(isListed_, true))
+        end(0);
+    else
+        ask();
+}
+
+void Look::end(int error)
+{
+    error_ = error;
+    pw_main_loop_quit(loop_.get());
+}
+
+std::vector<SoundStream> Look::streams() const
+{
+    std::vector<SoundStream> streams;
+    for (const auto& [id, node] : nodes_) {
+        const auto text = [&node = *node](std::string_view key) {
+            const auto found = node.properties.find(key);
+            return found == node.properties.end() ? std::string{} : found->second;
+        };
+        const auto clientID = text(PW_KEY_CLIENT_ID);
+        std::uint32_t number = SPA_ID_INVALID;
+        std::from_chars(clientID.data(), clientID.data() + clientID.size(), number);
+        const auto client = clients_.find(number);
+        if (client != clients_.end())
+            streams.push_back({streamIdentity(node->properties, client->second->properties), text(PW_KEY_MEDIA_NAME), node->isPlaying});
+    }
+    return streams;
+}
+
+}  // namespace
+
+Result<std::vector<SoundStream>> listPipeWireSoundStreams()
+{
+    // Never undone: the library may serve other parts of the program, too.
+    static const bool isInitialized = [] {
+        pw_init(nullptr, nullptr);
+        return true;
+    }();
+    static_cast<void>(isInitialized);
+    return Look{}.take();
+}
+
+}  // namespace velmora::linux_backend

@@ -1,0 +1,15 @@
+// The streams of sound on a real PulseAudio server.
+#pragma once
+
+#include "base/Result.h"
+#include "platform/linux/sound/SoundingApplications.h"
+
+#include <vector>
+
+namespace velmora::linux_backend {
+
+/// As they are now, without following them. Waits for the server, two seconds at most; fails when none answers, and when it is PipeWire's
+/// PulseAudio service, whose streams PipeWire itself tells more of. No server is ever started. Any thread.
+[[nodiscard]] Result<std::vector<SoundStream>> listPulseSoundStreams();
+
+}  // namespace velmora::linux_backend

@@ -1,0 +1,92 @@
+// What real sound servers tell of who plays.
+#include "platform/linux/ApplicationAudio.h"
+#include "platform/linux/pipewire/PipeWireSoundStreams.h"
+#include "platform/linux/pulse/PulseSoundStreams.h"
+#include "tests/support/sound/ChildProcess.h"
+#include "tests/support/sound/SoundServer.h"
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace velmora::linux_backend {
+namespace {
+
+using test::ChildProcess;
+
+/// The stream of that process, once there is one of which the condition holds.
+std::optional<SoundStream> awaitStream(const std::function<Result<std::vector<SoundStream>>()>& list, pid_t process,
+    const std::function<bool(const SoundStream&)>& condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{30};
+    while (std::chrono::steady_clock::now() < deadline) {
+        const auto streams = list();
+        EXPECT_TRUE(streams) << streams.error().localizedDescription;
+        for (const auto& stream : streams.value_or(std::vector<SoundStream>{})) {
+            if (stream.identity.processID == process && condition(stream))
+                return stream;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds{50});
+    }
+    return std::nullopt;
+}
+
+bool plays(const SoundStream& stream)
+{
+    return stream.isPlaying;
+}
+
+bool rests(const SoundStream& stream)
+{
+    return !stream.isPlaying;
+}
+
+TEST(SoundStreams, OfPipeWireAreListedWithTheirProgramsAndWhetherTheyPlay)
+{
+    const test::PrivateSession session;
+    const test::PipeWireServer server{session};
+    EXPECT_TRUE(listPipeWireSoundStreams().value().empty());
+    ChildProcess player{{VELMORA_TONE_PLAYER, "440", "First player"}};
+    ASSERT_EQ(player.readLine(), "playing");
+    const auto playing = awaitStream(listSoundStreams, player.processID(), plays);
+    ASSERT_TRUE(playing);
+    EXPECT_TRUE(playing->identity.processIDIsCertain);
+    EXPECT_EQ(playing->identity.applicationName, "First player");
+    EXPECT_EQ(playing->identity.binary, "tone_player");
+    player.send("pause");
+    EXPECT_TRUE(awaitStream(listSoundStreams, player.processID(), rests));
+}
+
+TEST(SoundStreams, OfAPulseAudioClientAreThoseOfTheProgramAndNotOfTheService)
+{
+    const test::PrivateSession session;
+    const test::PipeWireServer server{session};
+    test::writeTone(session.directory() / "tone.wav", 440, 60);
+    const ChildProcess player{{"paplay", (session.directory() / "tone.wav").string()}};
+    const auto playing = awaitStream(listSoundStreams, player.processID(), plays);
+    ASSERT_TRUE(playing);
+    EXPECT_EQ(playing->identity.binary, "paplay");
+    EXPECT_FALSE(listPulseSoundStreams()) << "the service is PipeWire's";
+}
+
+TEST(SoundStreams, OfARealPulseAudioServerAreListed)
+{
+    const test::PrivateSession session;
+    const test::PulseServer server{session};
+    test::writeTone(session.directory() / "tone.wav", 440, 60);
+    const ChildProcess player{{"paplay", (session.directory() / "tone.wav").string()}};
+    const auto playing = awaitStream(listSoundStreams, player.processID(), plays);
+    ASSERT_TRUE(playing);
+    EXPECT_EQ(playing->identity.binary, "paplay");
+}
+
+TEST(SoundStreams, WithoutAServerAreAnError)
+{
+    const test::PrivateSession session;
+    EXPECT_FALSE(listSoundStreams());
+}
+
+}  // namespace
+}  // namespace velmora::linux_backend

@@ -1,0 +1,120 @@
+#include "windows/SoundDecision.h"
+
+#include "windows/WindowSelectionService.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <utility>
+#include <vector>
+
+namespace velmora {
+
+namespace {
+
+using platform::AudibleApplication;
+using platform::SoundChoices;
+
+constexpr const char* errorDomain = "Velmora.SoundDecision";
+enum ErrorCode { notDecided = 1, notThere = 2, ambiguous = 3 };
+
+QString text(const std::string& utf8)
+{
+    return QString::fromStdString(utf8);
+}
+
+bool isMeant(const AudibleApplication& application, const QString& wanted)
+{
+    const auto& [bundle, name, process] = application.application;
+    return wanted.compare(text(name), Qt::CaseInsensitive) == 0 || wanted.compare(text(bundle), Qt::CaseInsensitive) == 0
+        || (process > 0 && wanted == QString::number(process));
+}
+
+/// "mpv, Firefox", and the numbers of processes where names do not tell them apart.
+std::string listed(const std::vector<AudibleApplication>& applications)
+{
+    QStringList names;
+    for (const auto& one : applications) {
+        int count = 0;
+        for (const auto& other : applications)
+            count += other.application.applicationName == one.application.applicationName ? 1 : 0;
+        const auto name = text(one.application.applicationName);
+        names.append(count > 1 ? QStringLiteral("%1 (process %2)").arg(name).arg(one.application.processID) : name);
+    }
+    return names.join(QStringLiteral(", ")).toStdString();
+}
+
+Result<SoundDecision> decideUnasked(const SoundChoices& choices)
+{
+    switch (choices.suggestion) {
+    case SoundChoices::Suggestion::windowsOwn:
+    case SoundChoices::Suggestion::asBefore:
+        return SoundDecision{platform::SoundChoice{choices.applications.front().application}, {}};
+    case SoundChoices::Suggestion::noSoundAsBefore:
+        return SoundDecision{platform::SoundChoice{}, {}};
+    case SoundChoices::Suggestion::nothing:
+    case SoundChoices::Suggestion::onlyPlaying:
+        break;
+    }
+    if (choices.applications.empty())
+        return SoundDecision{std::nullopt, "No application plays now: the window has no sound. Choose one that plays with --sound NAME."};
+    return fail(errorDomain, notDecided,
+        "The desktop does not tell whose window this is. Say whose sound goes with it, with --sound NAME, or --sound none. There is: "
+            + listed(choices.applications) + '.');
+}
+
+}  // namespace
+
+Result<SoundDecision> decideSound(const std::optional<SoundChoices>& choices, const std::optional<std::string>& wanted)
+{
+    if (wanted == noSoundWord)
+        return SoundDecision{platform::SoundChoice{}, {}};
+    if (!choices) {
+        if (wanted)
+            return fail(errorDomain, notThere, "No sound server answers: there is no sound to choose.");
+        return SoundDecision{std::nullopt, {}};
+    }
+    if (!wanted)
+        return decideUnasked(*choices);
+    std::vector<AudibleApplication> meant;
+    for (const auto& application : choices->applications) {
+        if (isMeant(application, text(*wanted)))
+            meant.push_back(application);
+    }
+    if (meant.size() == 1)
+        return SoundDecision{platform::SoundChoice{meant.front().application}, {}};
+    if (meant.size() > 1)
+        return fail(errorDomain, ambiguous,
+            "Several applications are called " + *wanted + ". Give --sound the number of a process: " + listed(meant) + '.');
+    if (choices->applications.empty())
+        return fail(errorDomain, notThere, "No application called " + *wanted + " plays now. Nor does any other.");
+    return fail(errorDomain, notThere, "No application called " + *wanted + " plays now. There is: " + listed(choices->applications) + '.');
+}
+
+void requestWindowWithSound(WindowSelectionService& service, std::uint32_t id, std::optional<std::string> wantedSound,
+    UniqueFunction<void(Result<std::optional<RequestedWindow>>)> completion)
+{
+    service.requestWindow(id,
+        [&service, wantedSound = std::move(wantedSound), completion = std::move(completion)](
+            Result<std::optional<CapturedWindowInfo>> granted) mutable {
+            if (!granted)
+                return completion(fail(std::move(granted.error())));
+            if (!*granted)
+                return completion(std::optional<RequestedWindow>{});
+            const auto grantedID = (*granted)->id;
+            service.getSoundChoices(grantedID,
+                [&service, wantedSound = std::move(wantedSound), completion = std::move(completion), window = std::move(**granted)](
+                    const std::optional<SoundChoices>& choices) mutable {
+                    auto decided = decideSound(choices, wantedSound);
+                    if (!decided) {
+                        service.giveBackWindow(window.id);
+                        return completion(fail(std::move(decided.error())));
+                    }
+                    if (decided->choice)
+                        service.chooseSound(window.id, *decided->choice);
+                    completion(std::optional{RequestedWindow{std::move(window), std::move(decided->remark)}});
+                });
+        });
+}
+
+}  // namespace velmora

@@ -1,0 +1,64 @@
+// The picker's question whose sound goes with a window.
+#pragma once
+
+#include "windows/WindowSelectionService.h"
+
+#include <QAbstractListModel>
+#include <QtQmlIntegration>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace velmora {
+
+/// A row for each application that sounds, and a last one for no sound. Main thread only.
+class SoundChoiceModel final : public QAbstractListModel {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the picker")
+    Q_PROPERTY(int selectedRow READ selectedRow NOTIFY selectionChanged)
+    Q_PROPERTY(bool canStart READ canStart NOTIFY selectionChanged)
+
+public:
+    enum Role { AppName = Qt::UserRole, Detail, Symbol, IsAsBefore };
+
+    explicit SoundChoiceModel(std::shared_ptr<WindowSelectionService> windowService, QObject* parent = nullptr);
+
+    /// Begins anew, with what is suggested selected; nothing where nothing is.
+    void show(std::uint32_t windowID, platform::SoundChoices choices);
+
+    /// "Refresh List": asks again, and keeps the selection as long as it is listed.
+    Q_INVOKABLE void refresh();
+
+    [[nodiscard]] const std::optional<platform::SoundChoice>& selected() const { return selected_; }
+    /// -1 when nothing is selected.
+    [[nodiscard]] int selectedRow() const;
+    [[nodiscard]] bool canStart() const { return selected_.has_value(); }
+
+    Q_INVOKABLE void select(int row);
+
+    /// Selects the next row above (-1) or below (1); the nearest end when nothing is selected.
+    Q_INVOKABLE void moveSelection(int step);
+
+    [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
+    [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
+
+signals:
+    void selectionChanged();
+
+private:
+    void list(platform::SoundChoices choices);
+    [[nodiscard]] platform::SoundChoice choiceAt(int row) const;
+    [[nodiscard]] bool isAsBefore(int row) const;
+    [[nodiscard]] QString detail(const platform::AudibleApplication& application) const;
+
+    std::shared_ptr<WindowSelectionService> windowService_;
+    std::uint32_t windowID_ = 0;
+    platform::SoundChoices choices_;
+    std::optional<platform::SoundChoice> selected_;
+};
+
+}  // namespace velmora
