@@ -87,9 +87,10 @@ CommandGroup withoutTheProgram()
                 .options = {{"window", window, true, "The window's number, as 'velmora windows' lists it."},
                     {"duration", seconds, false, "For how long."}, {"output", newFile, false, "The clip's file."}, soundOption()},
                 .summary = "Records the window until the duration is over, or until Ctrl+C or SIGTERM, and prints the clip's path.",
-                .details = "Without --output the clip goes to the Velmora folder in your videos folder, under a name with the time of day. "
-                           "A file that is there already is never overwritten. On a Wayland desktop, which does not tell whose a window is, "
-                           "--sound says it; what was chosen for a window is kept."},
+                .details =
+                    "Without --output the clip goes to the Velmora folder in your videos folder, under a name with the time of day. "
+                    "A file that is there already is never overwritten. On a Wayland desktop, which does not tell whose a window is, "
+                    "--sound says it; what was chosen for a window is kept."},
             {.name = "repair",
                 .argument = clip,
                 .options = {},

@@ -147,12 +147,13 @@ public slots:
 private:
     void select(uint windowID, std::optional<std::string> sound, const QDBusMessage& call)
     {
-        control_.selectWindow(windowID, std::move(sound), [pending = PendingCall{connection_, call}](const Result<std::string>& result) mutable {
-            if (result)
-                pending.succeed({text(*result)});
-            else
-                pending.fail(text(result.error().localizedDescription));
-        });
+        control_.selectWindow(
+            windowID, std::move(sound), [pending = PendingCall{connection_, call}](const Result<std::string>& result) mutable {
+                if (result)
+                    pending.succeed({text(*result)});
+                else
+                    pending.fail(text(result.error().localizedDescription));
+            });
     }
 
     QDBusConnection connection_;

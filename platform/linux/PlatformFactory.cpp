@@ -92,7 +92,8 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
 void usePortal(PlatformServices& services, const std::shared_ptr<Executor>& mainExecutor)
 {
     using namespace linux_backend;
-    const auto content = std::make_shared<PortalShareableContent>(mainExecutor, PortalShareableContentOptions{.listSoundStreams = listSoundStreams});
+    const auto content =
+        std::make_shared<PortalShareableContent>(mainExecutor, PortalShareableContentOptions{.listSoundStreams = listSoundStreams});
     services.shareableContent = content;
     services.captureStreams = makeCaptureStreams({
         .makeVideoSource =

@@ -55,6 +55,18 @@ TEST(CommandLine, TakesADurationInSecondsAndAnOutputRelativeToTheWorkingFolder)
     EXPECT_EQ(record.output, std::filesystem::current_path() / "clip.mp4");
 }
 
+TEST(CommandLine, TakesWhoseSoundGoesWithAWindow)
+{
+    EXPECT_EQ(commandOf<Record>({"record", "--window", "7", "--sound", "Player One"}).sound, "Player One");
+    EXPECT_FALSE(commandOf<Record>({"record", "--window", "7"}).sound);
+    const auto select = commandOf<Control>({"select", "7", "--sound", "none"});
+    EXPECT_EQ(select.windowID, 7U);
+    EXPECT_EQ(select.sound, "none");
+    EXPECT_FALSE(commandOf<Control>({"select", "7"}).sound);
+    EXPECT_NE(complaint({"record", "--window", "7", "--sound", ""}).find("--sound"), std::string::npos);
+    EXPECT_NE(complaint({"select", "7", "--sound="}).find("--sound"), std::string::npos);
+}
+
 TEST(CommandLine, RefusesADurationThatIsNoNumberAboveZero)
 {
     for (const auto* text : {"0", "-1", "soon", "inf", "nan", "1e300", ""})

@@ -127,6 +127,22 @@ protected:
     ScriptedControl control_;
 };
 
+TEST_F(InstanceBusTest, AWindowIsSelectedWithTheSoundThatTheUserWantsAndTheRemarkIsPrinted)
+{
+    InstanceBus bus{connect("instance")};
+    ASSERT_EQ(bus.claim(), Role::first);
+    bus.serve(control_);
+    auto select = control(Control::Action::select);
+    select.windowID = 7;
+    EXPECT_EQ(run(select).output, "");
+    select.sound = "Müsic";
+    control_.remark = "The window has no sound.";
+    const auto answer = run(select);
+    EXPECT_EQ(answer.status, command_line::succeeded);
+    EXPECT_EQ(answer.output, "The window has no sound.\n");
+    EXPECT_EQ(control_.calls, (QStringList{QStringLiteral("select 7"), QStringLiteral("select 7 with the sound of Müsic")}));
+}
+
 TEST_F(InstanceBusTest, OnlyOneInstanceGetsTheName)
 {
     InstanceBus first{connect("first")};

@@ -4,9 +4,12 @@
 #include "tests/platform/linux/portal/TestCast.h"
 #include "tests/platform/linux/portal/TestPortal.h"
 #include "tests/platform/linux/portal/TestShortcuts.h"
+#include "tests/support/desktop/Controls.h"
+#include "tests/support/desktop/Screen.h"
 #include "tests/support/desktop/TrayProgram.h"
 #include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Velmora.h"
+#include "tests/support/sound/ChildProcess.h"
 
 #include <QMetaObject>
 
@@ -107,6 +110,143 @@ TEST_F(WaylandSessionTest, AWindowThatTheUserChoosesInTheDesktopsDialogIsRecorde
     });
     EXPECT_EQ(portal.dialogs, 1);
     EXPECT_EQ(portal.restored, 1);
+}
+
+/// Two applications play: the first 440 Hz, the second 1000 Hz.
+class WaylandSoundTest : public WaylandSessionTest {
+protected:
+    static constexpr double firstTone = 440;
+    static constexpr double secondTone = 1000;
+
+    static std::unique_ptr<ChildProcess> player(double frequency, const std::string& name)
+    {
+        auto child = std::make_unique<ChildProcess>(std::vector<std::string>{VELMORA_TONE_PLAYER, std::to_string(frequency), name});
+        EXPECT_EQ(child->readLine(), "playing");
+        return child;
+    }
+
+    static void expectToneAlone(const std::filesystem::path& clipFile, double tone, double other)
+    {
+        const auto clip = readClip(clipFile);
+        ASSERT_TRUE(clip.opened && clip.audio);
+        for (const int channel : {0, 1}) {
+            const auto levels = clip.audio->levels(tone, other, channel);
+            EXPECT_GT(levels.tone, -20) << channel;
+            EXPECT_LT(levels.otherAgainstTone, -60) << channel;
+        }
+    }
+
+    /// A clip of the window that is chosen.
+    static std::filesystem::path clipOf(TrayProgram& program)
+    {
+        EXPECT_EQ(program.run({"toggle"}).status, 0);
+        record(2500ms);
+        const auto saved = program.run({"toggle"});
+        EXPECT_EQ(saved.status, 0) << saved.messages;
+        return saved.lastLine();
+    }
+
+    /// Assistive technology has its bus on the desktop's, which the program does not see.
+    [[nodiscard]] Environment visibleEnvironment() const
+    {
+        auto all = environment();
+        all.merge(AssistiveTechnology::environment());
+        const auto address = runProgram(
+            {"dbus-send", "--session", "--print-reply=literal", "--dest=org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress"});
+        all["AT_SPI_BUS_ADDRESS"] =
+            address.output.substr(address.output.find_first_not_of(' '), address.output.find_last_not_of(" \n") + 1);
+        return all;
+    }
+
+    std::unique_ptr<ChildProcess> first = player(firstTone, "First player");
+    std::unique_ptr<ChildProcess> second = player(secondTone, "Second player");
+};
+
+TEST_F(WaylandSoundTest, ThePickerAsksWhoseSoundItIsAndTheClipHasThatAloneAlsoAfterItsPlayerStartedAgain)
+{
+    run([&] {
+        const AssistiveTechnology assistiveTechnology;
+        TrayProgram::Options options;
+        options.environment = visibleEnvironment();
+        TrayProgram program{options};
+        ASSERT_EQ(program.run({}).status, 0);
+        ASSERT_TRUE(isShown("Select Video Window"));
+        ASSERT_TRUE(AssistiveTechnology::clickOn("list item", "Choose a window"));
+        ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Start Clipping This Window"));
+
+        ASSERT_TRUE(AssistiveTechnology::find("heading", "Choose Its Sound"));
+        ASSERT_TRUE(AssistiveTechnology::find("list item", "Second player"));
+        ASSERT_TRUE(AssistiveTechnology::find("list item", "No sound"));
+        EXPECT_TRUE(AssistiveTechnology::find("push button", "Start Clipping This Window")->has("disabled")) << "of two none is suggested";
+        ASSERT_TRUE(AssistiveTechnology::clickOn("list item", "First player"));
+        ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Start Clipping This Window"));
+        ASSERT_TRUE(program.hasState("capturing"));
+        EXPECT_TRUE(isHidden("Select Video Window"));
+        const auto clip = clipOf(program);
+        expectTheWindow(clip);
+        expectToneAlone(clip, firstTone, secondTone);
+
+        first->kill();
+        first = player(firstTone, "First player");
+        expectToneAlone(clipOf(program), firstTone, secondTone);
+    });
+    EXPECT_EQ(portal.dialogs, 1);
+}
+
+TEST_F(WaylandSoundTest, TheSecondStepIsUsableByKeyboardAndEscapeGoesBackAndGivesTheWindowBack)
+{
+    second->kill();
+    run([&] {
+        const AssistiveTechnology assistiveTechnology;
+        TrayProgram::Options options;
+        options.environment = visibleEnvironment();
+        TrayProgram program{options};
+        ASSERT_EQ(program.run({}).status, 0);
+        ASSERT_TRUE(hasFocus("Select Video Window"));
+        ASSERT_TRUE(AssistiveTechnology::find("list item", "Choose a window"));
+        pressKeys({"Return"});
+        ASSERT_TRUE(AssistiveTechnology::find("list item", "First player"));
+        pressKeys({"Escape"});
+        ASSERT_TRUE(AssistiveTechnology::find("list item", "Choose a window"));
+        EXPECT_TRUE(waitUntil([&] {
+            int closed = 0;
+            onDesktop([&] { closed = portal.sessionsClosed; });
+            return closed == 1;
+        }));
+        EXPECT_TRUE(program.hasState("waitingForWindowSelection"));
+        pressKeys({"Return"});
+        ASSERT_TRUE(AssistiveTechnology::find("list item", "First player")->has("checked")) << "the only one that plays is suggested";
+        pressKeys({"Return"});
+        ASSERT_TRUE(program.hasState("capturing"));
+    });
+}
+
+TEST_F(WaylandSoundTest, ACommandSaysWhoseSoundItWantsAndIsToldHow)
+{
+    run([&] {
+        const auto refused = test::record(chooser, file(), 1, environment());
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_THAT(refused.messages, HasSubstr("--sound NAME"));
+        EXPECT_THAT(refused.messages, HasSubstr("First player"));
+        EXPECT_FALSE(std::filesystem::exists(file()));
+
+        RecordingProcess chosen{firstGrant, file(), {"--duration", "2.5", "--sound", "second player"}, environment()};
+        const auto outcome = chosen.finish();
+        ASSERT_EQ(outcome.status, 0) << outcome.messages;
+        expectTheWindow(file());
+        expectToneAlone(file(), secondTone, firstTone);
+
+        std::filesystem::remove(file());
+        const auto again = test::record(firstGrant, file(), 2.5, environment());
+        ASSERT_EQ(again.status, 0) << "what was chosen is remembered: " << again.messages;
+        expectToneAlone(file(), secondTone, firstTone);
+
+        std::filesystem::remove(file());
+        RecordingProcess silent{firstGrant, file(), {"--duration", "1", "--sound", "none"}, environment()};
+        ASSERT_EQ(silent.finish().status, 0);
+        EXPECT_FALSE(readClip(file()).audio);
+    });
+    EXPECT_EQ(portal.dialogs, 1);
 }
 
 TEST_F(WaylandSessionTest, ACancelledDialogRecordsNothing)

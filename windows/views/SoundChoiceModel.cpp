@@ -58,10 +58,10 @@ void SoundChoiceModel::list(platform::SoundChoices choices)
 {
     beginResetModel();
     choices_ = std::move(choices);
-    const bool isListed = selected_
-        && (!*selected_ || std::any_of(choices_.applications.begin(), choices_.applications.end(), [this](const auto& each) {
-               return each.application == **selected_;
-           }));
+    const bool isListed =
+        selected_ && (!*selected_ || std::any_of(choices_.applications.begin(), choices_.applications.end(), [this](const auto& each) {
+            return each.application == **selected_;
+        }));
     if (!isListed)
         selected_.reset();
     endResetModel();

@@ -148,13 +148,12 @@ void Look::onGlobal(std::uint32_t id, std::string_view kind, const spa_dict* pro
     if (!isClient && !(kind == PW_TYPE_INTERFACE_Node && mediaClass && std::strcmp(mediaClass, "Stream/Output/Audio") == 0))
         return;
     auto object = std::unique_ptr<Object>{new Object{*this, id, toProperties(properties), false, nullptr, {}}};
-    object->proxy.reset(static_cast<pw_proxy*>(pw_registry_bind(registry, id, isClient ? PW_TYPE_INTERFACE_Client : PW_TYPE_INTERFACE_Node,
-        isClient ? PW_VERSION_CLIENT : PW_VERSION_NODE, 0)));
+    object->proxy.reset(static_cast<pw_proxy*>(pw_registry_bind(
+        registry, id, isClient ? PW_TYPE_INTERFACE_Client : PW_TYPE_INTERFACE_Node, isClient ? PW_VERSION_CLIENT : PW_VERSION_NODE, 0)));
     if (!object->proxy)
         return;
     if (isClient)
-        pw_client_add_listener(
-            reinterpret_cast<pw_client*>(object->proxy.get()), object->listener.get(), &clientEvents, object.get());
+        pw_client_add_listener(reinterpret_cast<pw_client*>(object->proxy.get()), object->listener.get(), &clientEvents, object.get());
     else
         pw_node_add_listener(reinterpret_cast<pw_node*>(object->proxy.get()), object->listener.get(), &nodeEvents, object.get());
     (isClient ? clients_ : nodes_).insert_or_assign(id, std::move(object));

@@ -32,7 +32,8 @@ std::optional<ApplicationIdentity> soundFrom(const QJsonValue& value)
 QJsonObject objectFrom(const ApplicationIdentity& application)
 {
     QJsonObject object;
-    for (const auto& [key, text] : {std::pair{"name", &application.name}, {"binary", &application.binary}, {"portal", &application.portalApplicationID}}) {
+    for (const auto& [key, text] :
+        {std::pair{"name", &application.name}, {"binary", &application.binary}, {"portal", &application.portalApplicationID}}) {
         if (!text->empty())
             object.insert(QLatin1String{key}, QString::fromStdString(*text));
     }

@@ -88,7 +88,8 @@ void Look::onServer(const pa_server_info* info)
         return end(info ? PA_ERR_NOTSUPPORTED : PA_ERR_UNKNOWN);
     PulseOperationHandle{pa_context_get_sink_input_info_list(
         context_.get(),
-        [](pa_context*, const pa_sink_input_info* input, int eol, void* self) { static_cast<Look*>(self)->onSinkInput(input, eol); }, this)};
+        [](pa_context*, const pa_sink_input_info* input, int eol, void* self) { static_cast<Look*>(self)->onSinkInput(input, eol); },
+        this)};
 }
 
 void Look::onSinkInput(const pa_sink_input_info* info, int eol)

@@ -35,8 +35,8 @@ std::string SoundingApplication::displayName() const
     return identity.binary.empty() ? identity.portalApplicationID : identity.binary;
 }
 
-std::vector<SoundingApplication> soundingApplications(const std::vector<SoundStream>& streams, const ProcessTree::Reader& reader,
-    const std::function<std::string(std::int32_t)>& executable)
+std::vector<SoundingApplication> soundingApplications(
+    const std::vector<SoundStream>& streams, const ProcessTree::Reader& reader, const std::function<std::string(std::int32_t)>& executable)
 {
     const ProcessTree ourselves{::getpid(), {}, reader};
     std::vector<SoundingApplication> applications;
@@ -50,8 +50,8 @@ std::vector<SoundingApplication> soundingApplications(const std::vector<SoundStr
         };
         if (!application.identity.isKnown() || ourselves.contains(process))
             continue;
-        const auto known = std::find_if(
-            applications.begin(), applications.end(), [&](const auto& other) { return belongTogether(other, application); });
+        const auto known =
+            std::find_if(applications.begin(), applications.end(), [&](const auto& other) { return belongTogether(other, application); });
         if (known == applications.end()) {
             applications.push_back(std::move(application));
             continue;
@@ -64,9 +64,8 @@ std::vector<SoundingApplication> soundingApplications(const std::vector<SoundStr
         if (equalNames(application.nowPlaying, application.displayName()))
             application.nowPlaying.clear();
     }
-    std::stable_sort(applications.begin(), applications.end(), [](const auto& a, const auto& b) {
-        return a.isPlaying != b.isPlaying ? a.isPlaying : a.displayName() < b.displayName();
-    });
+    std::stable_sort(applications.begin(), applications.end(),
+        [](const auto& a, const auto& b) { return a.isPlaying != b.isPlaying ? a.isPlaying : a.displayName() < b.displayName(); });
     return applications;
 }
 

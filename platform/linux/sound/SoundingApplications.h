@@ -32,7 +32,6 @@ struct SoundingApplication {
 /// process and its helpers; where the process is unknown, those of the same name and binary. Those that play come first, each part by name.
 /// Our own streams, and those of programs that we started, are left out, as are streams that nothing is known of.
 [[nodiscard]] std::vector<SoundingApplication> soundingApplications(const std::vector<SoundStream>& streams,
-    const ProcessTree::Reader& reader = readProcessRecord,
-    const std::function<std::string(std::int32_t)>& executable = readExecutable);
+    const ProcessTree::Reader& reader = readProcessRecord, const std::function<std::string(std::int32_t)>& executable = readExecutable);
 
 }  // namespace velmora::linux_backend

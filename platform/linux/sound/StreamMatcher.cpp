@@ -52,7 +52,8 @@ StreamMatch StreamMatcher::match(const StreamIdentity& stream) const
     }
     if (target_.isFollowedByName) {
         const ApplicationIdentity wanted{target_.applicationName, target_.bundleIdentifier, target_.portalApplicationID};
-        return !isAnotherInstance(process) && isSameApplication(wanted, applicationIdentity(stream)) ? StreamMatch::name : StreamMatch::none;
+        return !isAnotherInstance(process) && isSameApplication(wanted, applicationIdentity(stream)) ? StreamMatch::name
+                                                                                                     : StreamMatch::none;
     }
     if (bothProcessesKnown)
         return StreamMatch::none;

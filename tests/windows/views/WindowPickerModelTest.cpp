@@ -149,6 +149,7 @@ TEST_F(WindowPickerRequestTest, WhatIsGrantedIsCapturedAndNotWhatWasAskedFor)
     granted.windowID = 7;
     content->content.windows.push_back(granted);
     content->pendingRequest(std::optional{granted});
+    content->pendingSoundQuestion(std::nullopt);
     executor->runAll();
     ASSERT_TRUE(coordinator->selectedWindow());
     EXPECT_EQ(coordinator->selectedWindow()->id, 7U);
@@ -174,6 +175,127 @@ TEST_F(WindowPickerRequestTest, AFailedRequestIsToldToTheUser)
     executor->runAll();
     EXPECT_FALSE(coordinator->selectedWindow());
     EXPECT_THAT(errors, ElementsAre("Failed to capture window: No portal."));
+}
+
+/// Window 7 has been granted, and a player and a browser play.
+class WindowPickerSoundTest : public WindowPickerRequestTest {
+protected:
+    using Suggestion = platform::SoundChoices::Suggestion;
+
+    void grantAndAnswer(Suggestion suggestion)
+    {
+        startRequest();
+        auto granted = content->content.windows.front();
+        granted.windowID = 7;
+        content->content.windows.push_back(granted);
+        content->pendingRequest(std::optional{granted});
+        content->pendingSoundQuestion(platform::SoundChoices{{player, browser}, suggestion});
+        executor->runAll();
+    }
+
+    const platform::AudibleApplication player{{"player-bin", "Player", 12}, "Film", true};
+    const platform::AudibleApplication browser{{"browser-bin", "Browser", 34}, "Page", true};
+};
+
+TEST_F(WindowPickerSoundTest, AfterTheGrantThePickerAsksWhoseSoundItIs)
+{
+    grantAndAnswer(Suggestion::nothing);
+    EXPECT_TRUE(model.isChoosingSound());
+    EXPECT_FALSE(coordinator->selectedWindow());
+    EXPECT_EQ(dismissals, 0);
+    model.start();
+    executor->runAll();
+    EXPECT_FALSE(coordinator->selectedWindow()) << "nothing is chosen yet";
+    model.sound()->select(1);
+    model.start();
+    executor->runAll();
+    EXPECT_THAT(content->chosenSounds, ElementsAre(::testing::Pair(7U, platform::SoundChoice{browser.application})));
+    ASSERT_TRUE(coordinator->selectedWindow());
+    EXPECT_EQ(coordinator->selectedWindow()->id, 7U);
+    EXPECT_EQ(dismissals, 1);
+}
+
+TEST_F(WindowPickerSoundTest, EvenTheOnlyOneIsShownBeforeItIsTaken)
+{
+    grantAndAnswer(Suggestion::onlyPlaying);
+    EXPECT_TRUE(model.isChoosingSound());
+    EXPECT_EQ(model.sound()->selectedRow(), 0);
+    EXPECT_THAT(content->chosenSounds, IsEmpty());
+}
+
+TEST_F(WindowPickerSoundTest, NoSoundCanBeChosen)
+{
+    grantAndAnswer(Suggestion::asBefore);
+    model.sound()->select(2);
+    model.start();
+    executor->runAll();
+    EXPECT_THAT(content->chosenSounds, ElementsAre(::testing::Pair(7U, platform::SoundChoice{})));
+    EXPECT_TRUE(coordinator->selectedWindow());
+}
+
+TEST_F(WindowPickerSoundTest, TheWindowsOwnSoundIsTakenWithoutAQuestion)
+{
+    grantAndAnswer(Suggestion::windowsOwn);
+    EXPECT_FALSE(model.isChoosingSound());
+    EXPECT_THAT(content->chosenSounds, ElementsAre(::testing::Pair(7U, platform::SoundChoice{player.application})));
+    EXPECT_TRUE(coordinator->selectedWindow());
+}
+
+TEST_F(WindowPickerSoundTest, GoingBackGivesTheWindowBackAndCallsNothing)
+{
+    grantAndAnswer(Suggestion::onlyPlaying);
+    model.cancel();
+    executor->runAll();
+    EXPECT_FALSE(model.isChoosingSound());
+    EXPECT_THAT(content->windowsGivenBack, ElementsAre(7U));
+    EXPECT_THAT(content->chosenSounds, IsEmpty());
+    EXPECT_FALSE(coordinator->selectedWindow());
+    EXPECT_THAT(errors, IsEmpty());
+    EXPECT_EQ(dismissals, 0);
+    model.cancel();
+    EXPECT_EQ(dismissals, 1) << "from the windows it closes the picker";
+}
+
+TEST_F(WindowPickerSoundTest, AClosedPickerGivesTheWindowBack)
+{
+    grantAndAnswer(Suggestion::onlyPlaying);
+    model.viewDidDisappear();
+    EXPECT_FALSE(model.isChoosingSound());
+    EXPECT_THAT(content->windowsGivenBack, ElementsAre(7U));
+}
+
+TEST_F(WindowPickerSoundTest, AGrantThatComesAfterThePickerWasClosedIsGivenBack)
+{
+    startRequest();
+    model.viewDidDisappear();
+    auto granted = content->content.windows.front();
+    granted.windowID = 7;
+    content->pendingRequest(std::optional{granted});
+    executor->runAll();
+    EXPECT_THAT(content->windowsGivenBack, ElementsAre(7U));
+    EXPECT_THAT(content->soundQuestions, IsEmpty());
+    EXPECT_FALSE(coordinator->selectedWindow());
+}
+
+TEST_F(WindowPickerSoundTest, SoundsThatComeAfterThePickerWasClosedAreNotAskedFor)
+{
+    startRequest();
+    auto granted = content->content.windows.front();
+    granted.windowID = 7;
+    content->pendingRequest(std::optional{granted});
+    model.viewDidDisappear();
+    content->pendingSoundQuestion(platform::SoundChoices{{player}, Suggestion::windowsOwn});
+    executor->runAll();
+    EXPECT_FALSE(model.isChoosingSound());
+    EXPECT_THAT(content->windowsGivenBack, ElementsAre(7U));
+    EXPECT_FALSE(coordinator->selectedWindow());
+}
+
+TEST_F(WindowPickerSoundTest, TheNextOpeningBeginsWithTheWindows)
+{
+    grantAndAnswer(Suggestion::onlyPlaying);
+    appear();
+    EXPECT_FALSE(model.isChoosingSound());
 }
 
 TEST_F(WindowPickerModelTest, TheWindowThatIsCapturedIsSelectedAndMarked)

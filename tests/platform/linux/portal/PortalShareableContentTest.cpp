@@ -324,8 +324,7 @@ TEST_F(PortalShareableContentTest, ApplicationsThatSoundAreOfferedAndTheOnlyOneT
     const auto choices = soundChoices(window.windowID);
     ASSERT_TRUE(choices);
     EXPECT_THAT(names(*choices), ElementsAre("Player", "Waiting"));
-    EXPECT_EQ(choices->applications[0],
-        (platform::AudibleApplication{{"Player-bin", "Player", 0}, "Player's film", true}));
+    EXPECT_EQ(choices->applications[0], (platform::AudibleApplication{{"Player-bin", "Player", 0}, "Player's film", true}));
     EXPECT_FALSE(choices->applications[1].isPlaying);
     EXPECT_EQ(choices->suggestion, Suggestion::onlyPlaying);
     EXPECT_FALSE(content->audioTarget(window.windowID)) << "nobody has chosen";

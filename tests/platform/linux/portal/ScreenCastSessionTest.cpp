@@ -83,7 +83,7 @@ TEST_F(ScreenCastSessionTest, WhatItHandsOutShowsTheWindow)
     Recorder recorder;
     std::atomic<std::int32_t> width{0};
     auto stream = CastStream::create(std::move((**answer)->remote), (**answer)->nodeID,
-        {.firstPicture = [&](std::int32_t w, std::int32_t) { width = w; }, .stopped = [](const Error&) {}});
+        {.firstPicture = [&](std::int32_t w, std::int32_t, const std::string&) { width = w; }, .stopped = [](const Error&) {}});
     ASSERT_TRUE(stream) << stream.error().localizedDescription;
     cast.show(5);
     ASSERT_TRUE(PrivateBus::runUntil([&] { return width == 640; }));

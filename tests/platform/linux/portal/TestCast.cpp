@@ -236,8 +236,8 @@ TestCast::TestCast(Options options) : implementation_(std::make_unique<Implement
             loop, [](void* self, std::uint64_t) { static_cast<Implementation*>(self)->repeat(); }, &own)};
     own.context.reset(pw_context_new(loop, nullptr, 0));
     own.core.reset(pw_context_connect(own.context.get(), nullptr, 0));
-    own.stream.reset(pw_stream_new(
-        own.core.get(), own.options.name.c_str(), pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", PW_KEY_NODE_NAME, "test-window", nullptr)));
+    own.stream.reset(pw_stream_new(own.core.get(), own.options.name.c_str(),
+        pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", PW_KEY_NODE_NAME, "test-window", nullptr)));
     pw_stream_add_listener(own.stream.get(), own.listener.get(), &Implementation::events, &own);
     std::array<std::uint8_t, 1024> bytes{};
     spa_pod_builder builder{};

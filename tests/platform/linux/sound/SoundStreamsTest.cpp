@@ -17,8 +17,8 @@ namespace {
 using test::ChildProcess;
 
 /// The stream of that process, once there is one of which the condition holds.
-std::optional<SoundStream> awaitStream(const std::function<Result<std::vector<SoundStream>>()>& list, pid_t process,
-    const std::function<bool(const SoundStream&)>& condition)
+std::optional<SoundStream> awaitStream(
+    const std::function<Result<std::vector<SoundStream>>()>& list, pid_t process, const std::function<bool(const SoundStream&)>& condition)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{30};
     while (std::chrono::steady_clock::now() < deadline) {

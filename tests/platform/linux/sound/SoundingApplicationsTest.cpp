@@ -78,7 +78,8 @@ TEST(SoundingApplications, AHelperOfTheSameProgramBelongsToTheProcessThatItCameF
 
 TEST(SoundingApplications, WhatPlaysComesFirstAndIsToldOfBeforeWhatHasPaused)
 {
-    EXPECT_THAT(listed({stream(browser, "Browser", "Page", false), stream(player, "Player", "Old", false), stream(player, "Player", "New")}),
+    EXPECT_THAT(
+        listed({stream(browser, "Browser", "Page", false), stream(player, "Player", "Old", false), stream(player, "Player", "New")}),
         ElementsAre(Is(application(player, "Player", "New")), Is(application(browser, "Browser", "Page", false))));
 }
 

@@ -1,0 +1,177 @@
+#include "windows/SoundDecision.h"
+
+#include "platform/fake/FakeShareableContent.h"
+#include "platform/fake/ManualExecutor.h"
+#include "windows/WindowSelectionService.h"
+
+#include <gmock/gmock.h>
+
+namespace velmora {
+namespace {
+
+using platform::AudibleApplication;
+using platform::SoundChoice;
+using platform::SoundChoices;
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using Suggestion = SoundChoices::Suggestion;
+
+AudibleApplication application(const std::string& name, std::int32_t process = 0)
+{
+    return {{"bundle." + name, name, process}, {}, true};
+}
+
+SoundChoice soundOf(const std::string& name, std::int32_t process = 0)
+{
+    return application(name, process).application;
+}
+
+std::string complaint(const SoundChoices& choices, const std::optional<std::string>& wanted)
+{
+    const auto decided = decideSound(choices, wanted);
+    EXPECT_FALSE(decided);
+    return decided ? std::string{} : decided.error().localizedDescription;
+}
+
+TEST(SoundDecision, WhatIsWantedIsTakenByNameInAnyCaseByBundleOrByProcess)
+{
+    const SoundChoices choices{{application("Player", 12), application("Browser", 34)}, Suggestion::asBefore};
+    for (const auto* wanted : {"Browser", "browser", "bundle.browser", "34"}) {
+        const auto decided = decideSound(choices, wanted);
+        ASSERT_TRUE(decided) << wanted;
+        EXPECT_EQ(decided->choice, soundOf("Browser", 34)) << wanted;
+    }
+}
+
+TEST(SoundDecision, NoneIsNoSoundAlsoWhereThereIsNothingToChoose)
+{
+    EXPECT_EQ(decideSound(SoundChoices{{application("Player")}, Suggestion::onlyPlaying}, "none")->choice, SoundChoice{});
+    EXPECT_EQ(decideSound(std::nullopt, "none")->choice, SoundChoice{});
+}
+
+TEST(SoundDecision, WhatWasChosenBeforeHoldsUntilSomethingElseIsWanted)
+{
+    EXPECT_EQ(decideSound(SoundChoices{{application("Player"), application("Browser")}, Suggestion::asBefore}, {})->choice, soundOf("Player"));
+    EXPECT_EQ(decideSound(SoundChoices{{application("Player")}, Suggestion::noSoundAsBefore}, {})->choice, SoundChoice{});
+}
+
+TEST(SoundDecision, TheWindowsOwnApplicationNeedsNoWord)
+{
+    EXPECT_EQ(decideSound(SoundChoices{{application("Player"), application("Browser")}, Suggestion::windowsOwn}, {})->choice, soundOf("Player"));
+}
+
+TEST(SoundDecision, NothingIsTakenUnaskedNotEvenTheOnlyOneThatPlays)
+{
+    EXPECT_THAT(complaint({{application("Player")}, Suggestion::onlyPlaying}, {}), AllOf(HasSubstr("--sound NAME"), HasSubstr("Player")));
+    EXPECT_THAT(complaint({{application("Player"), application("Browser")}, Suggestion::nothing}, {}), HasSubstr("Player, Browser"));
+}
+
+TEST(SoundDecision, WhereNothingPlaysTheWindowHasNoSoundAndTheUserIsTold)
+{
+    const auto decided = decideSound(SoundChoices{}, {});
+    ASSERT_TRUE(decided);
+    EXPECT_FALSE(decided->choice);
+    EXPECT_THAT(decided->remark, HasSubstr("no sound"));
+}
+
+TEST(SoundDecision, WithoutASoundServerThereIsNothingToSay)
+{
+    const auto decided = decideSound(std::nullopt, {});
+    ASSERT_TRUE(decided);
+    EXPECT_FALSE(decided->choice);
+    EXPECT_EQ(decided->remark, "");
+    EXPECT_FALSE(decideSound(std::nullopt, "Player"));
+}
+
+TEST(SoundDecision, AnApplicationThatIsNotThereIsAnErrorThatSaysWhichAre)
+{
+    EXPECT_THAT(complaint({{application("Player")}, Suggestion::onlyPlaying}, "Plaier"), AllOf(HasSubstr("Plaier"), HasSubstr("Player")));
+    EXPECT_THAT(complaint({}, "Player"), HasSubstr("Player"));
+}
+
+TEST(SoundDecision, InstancesOfOneNameAreToldApartByTheirProcesses)
+{
+    const SoundChoices choices{{application("Player", 12), application("Player", 34)}, Suggestion::nothing};
+    EXPECT_THAT(complaint(choices, "Player"), AllOf(HasSubstr("12"), HasSubstr("34")));
+    EXPECT_EQ(decideSound(choices, "12")->choice, soundOf("Player", 12));
+}
+
+class RequestWindowWithSoundTest : public testing::Test {
+protected:
+    void request(std::optional<std::string> sound)
+    {
+        requestWindowWithSound(service, 1, std::move(sound), [this](auto result) { answer = std::move(result); });
+    }
+
+    void grant()
+    {
+        content->pendingRequest(std::optional{platform::ShareableWindow{.windowID = 7,
+            .title = "granted",
+            .frame = {0, 0, 640, 480},
+            .windowLayer = 0,
+            .isOnScreen = true,
+            .owningApplication = platform::RunningApplication{{}, "Shared window", 0}}});
+    }
+
+    std::shared_ptr<fake::FakeShareableContent> content = std::make_shared<fake::FakeShareableContent>();
+    std::shared_ptr<fake::ManualExecutor> executor = std::make_shared<fake::ManualExecutor>();
+    WindowSelectionService service{content, executor};
+    std::optional<Result<std::optional<RequestedWindow>>> answer;
+};
+
+TEST_F(RequestWindowWithSoundTest, TheSoundOfTheGrantedWindowIsChosenBeforeItIsHandedOut)
+{
+    request("Browser");
+    grant();
+    EXPECT_FALSE(answer);
+    EXPECT_THAT(content->soundQuestions, ElementsAre(7U));
+    content->pendingSoundQuestion(SoundChoices{{application("Player"), application("Browser")}, Suggestion::nothing});
+    EXPECT_THAT(content->chosenSounds, ElementsAre(Pair(7U, soundOf("Browser"))));
+    ASSERT_TRUE(answer && *answer && **answer);
+    EXPECT_EQ((**answer)->window.id, 7U);
+    EXPECT_THAT(content->windowsGivenBack, IsEmpty());
+}
+
+TEST_F(RequestWindowWithSoundTest, AWindowWhoseSoundIsNotDecidedIsGivenBack)
+{
+    request({});
+    grant();
+    content->pendingSoundQuestion(SoundChoices{{application("Player")}, Suggestion::onlyPlaying});
+    ASSERT_TRUE(answer);
+    EXPECT_FALSE(*answer);
+    EXPECT_THAT(content->chosenSounds, IsEmpty());
+    EXPECT_THAT(content->windowsGivenBack, ElementsAre(7U));
+}
+
+TEST_F(RequestWindowWithSoundTest, WhatWasNotChosenIsNotRememberedAsNoSound)
+{
+    request({});
+    grant();
+    content->pendingSoundQuestion(SoundChoices{});
+    ASSERT_TRUE(answer && *answer && **answer);
+    EXPECT_NE((**answer)->remark, "");
+    EXPECT_THAT(content->chosenSounds, IsEmpty());
+}
+
+TEST_F(RequestWindowWithSoundTest, ACancelledRequestAsksForNoSound)
+{
+    request({});
+    content->pendingRequest(std::optional<platform::ShareableWindow>{});
+    ASSERT_TRUE(answer && *answer);
+    EXPECT_FALSE(**answer);
+    EXPECT_THAT(content->soundQuestions, IsEmpty());
+}
+
+TEST_F(RequestWindowWithSoundTest, ARequestThatFailsIsAnError)
+{
+    request({});
+    content->pendingRequest(fail("Velmora.Test", 1, "No portal."));
+    ASSERT_TRUE(answer);
+    EXPECT_FALSE(*answer);
+}
+
+}  // namespace
+}  // namespace velmora
