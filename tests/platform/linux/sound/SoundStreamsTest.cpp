@@ -67,7 +67,7 @@ TEST(SoundStreams, OfAPulseAudioClientAreThoseOfTheProgramAndNotOfTheService)
     const ChildProcess player{{"paplay", (session.directory() / "tone.wav").string()}};
     const auto playing = awaitStream(listSoundStreams, player.processID(), plays);
     ASSERT_TRUE(playing);
-    EXPECT_EQ(playing->identity.binary, "paplay");
+    EXPECT_EQ(playing->identity.binary, "pacat");
     EXPECT_FALSE(listPulseSoundStreams()) << "the service is PipeWire's";
 }
 
@@ -79,7 +79,7 @@ TEST(SoundStreams, OfARealPulseAudioServerAreListed)
     const ChildProcess player{{"paplay", (session.directory() / "tone.wav").string()}};
     const auto playing = awaitStream(listSoundStreams, player.processID(), plays);
     ASSERT_TRUE(playing);
-    EXPECT_EQ(playing->identity.binary, "paplay");
+    EXPECT_EQ(playing->identity.binary, "pacat");
 }
 
 TEST(SoundStreams, WithoutAServerAreAnError)
