@@ -70,8 +70,12 @@ struct SoundChoices {
     friend bool operator==(const SoundChoices&, const SoundChoices&) = default;
 };
 
-/// Whose sound goes with a window; none: it has no sound.
-using SoundChoice = std::optional<RunningApplication>;
+/// Whose sound goes with a window.
+struct SoundChoice {
+    std::optional<RunningApplication> application;  ///< none: it has no sound
+
+    friend bool operator==(const SoundChoice&, const SoundChoice&) = default;
+};
 
 class ShareableContentProvider {
 public:

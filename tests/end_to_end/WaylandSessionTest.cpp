@@ -13,6 +13,7 @@
 
 #include <QMetaObject>
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <functional>
@@ -151,10 +152,14 @@ protected:
     {
         auto all = environment();
         all.merge(AssistiveTechnology::environment());
-        const auto address = runProgram(
-            {"dbus-send", "--session", "--print-reply=literal", "--dest=org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress"});
-        all["AT_SPI_BUS_ADDRESS"] =
-            address.output.substr(address.output.find_first_not_of(' '), address.output.find_last_not_of(" \n") + 1);
+        std::string address;
+        EXPECT_TRUE(waitUntil([&] {
+            address = runProgram({"dbus-send", "--session", "--print-reply=literal", "--dest=org.a11y.Bus", "/org/a11y/bus",
+                                     "org.a11y.Bus.GetAddress"})
+                          .lastLine();
+            return address.find("unix:") != std::string::npos;
+        }));
+        all["AT_SPI_BUS_ADDRESS"] = address.substr(std::min(address.find("unix:"), address.size()));
         return all;
     }
 

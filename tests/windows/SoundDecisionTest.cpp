@@ -26,7 +26,7 @@ AudibleApplication application(const std::string& name, std::int32_t process = 0
 
 SoundChoice soundOf(const std::string& name, std::int32_t process = 0)
 {
-    return application(name, process).application;
+    return {application(name, process).application};
 }
 
 std::string complaint(const SoundChoices& choices, const std::optional<std::string>& wanted)
@@ -54,13 +54,15 @@ TEST(SoundDecision, NoneIsNoSoundAlsoWhereThereIsNothingToChoose)
 
 TEST(SoundDecision, WhatWasChosenBeforeHoldsUntilSomethingElseIsWanted)
 {
-    EXPECT_EQ(decideSound(SoundChoices{{application("Player"), application("Browser")}, Suggestion::asBefore}, {})->choice, soundOf("Player"));
+    EXPECT_EQ(
+        decideSound(SoundChoices{{application("Player"), application("Browser")}, Suggestion::asBefore}, {})->choice, soundOf("Player"));
     EXPECT_EQ(decideSound(SoundChoices{{application("Player")}, Suggestion::noSoundAsBefore}, {})->choice, SoundChoice{});
 }
 
 TEST(SoundDecision, TheWindowsOwnApplicationNeedsNoWord)
 {
-    EXPECT_EQ(decideSound(SoundChoices{{application("Player"), application("Browser")}, Suggestion::windowsOwn}, {})->choice, soundOf("Player"));
+    EXPECT_EQ(
+        decideSound(SoundChoices{{application("Player"), application("Browser")}, Suggestion::windowsOwn}, {})->choice, soundOf("Player"));
 }
 
 TEST(SoundDecision, NothingIsTakenUnaskedNotEvenTheOnlyOneThatPlays)

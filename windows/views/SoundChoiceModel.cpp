@@ -33,7 +33,7 @@ void SoundChoiceModel::show(std::uint32_t windowID, platform::SoundChoices choic
     case Suggestion::windowsOwn:
     case Suggestion::onlyPlaying:
     case Suggestion::asBefore:
-        selected_ = choices.applications.front().application;
+        selected_ = platform::SoundChoice{choices.applications.front().application};
         break;
     case Suggestion::noSoundAsBefore:
         selected_ = platform::SoundChoice{};
@@ -58,10 +58,10 @@ void SoundChoiceModel::list(platform::SoundChoices choices)
 {
     beginResetModel();
     choices_ = std::move(choices);
-    const bool isListed =
-        selected_ && (!*selected_ || std::any_of(choices_.applications.begin(), choices_.applications.end(), [this](const auto& each) {
-            return each.application == **selected_;
-        }));
+    const bool isListed = selected_
+        && (!selected_->application || std::any_of(choices_.applications.begin(), choices_.applications.end(), [this](const auto& each) {
+               return each.application == selected_->application;
+           }));
     if (!isListed)
         selected_.reset();
     endResetModel();

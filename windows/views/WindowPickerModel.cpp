@@ -139,7 +139,7 @@ void WindowPickerModel::askForSound(const CapturedWindowInfo& window, int reques
         if (!choices)
             return self->capture(window);
         if (choices->suggestion == platform::SoundChoices::Suggestion::windowsOwn) {
-            self->windowService_->chooseSound(window.id, choices->applications.front().application);
+            self->windowService_->chooseSound(window.id, {choices->applications.front().application});
             return self->capture(window);
         }
         self->sound_.show(window.id, std::move(*choices));

@@ -229,9 +229,9 @@ public:
             return;
         cast->sounding.reset();
         cast->grant.sound.emplace();
-        if (choice) {
+        if (choice.application) {
             const auto chosen = std::find_if(cast->listed.begin(), cast->listed.end(),
-                [&](const auto& application) { return runningApplication(application) == *choice; });
+                [&](const auto& application) { return runningApplication(application) == *choice.application; });
             assert(chosen != cast->listed.end() && "only what was offered is chosen");
             cast->sounding = *chosen;
             cast->grant.sound = chosen->identity;

@@ -94,7 +94,7 @@ protected:
         ASSERT_TRUE(choices);
         for (const auto& each : choices->applications) {
             if (each.application.applicationName == name)
-                return content->chooseSound(id, each.application);
+                return content->chooseSound(id, {each.application});
         }
         FAIL() << name << " is not offered";
     }
@@ -348,7 +348,7 @@ TEST_F(PortalShareableContentTest, TheChosenSoundIsTheWindowsAndNoSoundIsNone)
     EXPECT_EQ(target->bundleIdentifier, "Browser-bin");
     EXPECT_TRUE(target->isFollowedByName);
     EXPECT_FALSE(content->audioTarget(77));
-    content->chooseSound(window.windowID, std::nullopt);
+    content->chooseSound(window.windowID, {});
     EXPECT_FALSE(content->audioTarget(window.windowID));
 }
 
@@ -379,7 +379,7 @@ TEST_F(PortalShareableContentTest, NoSoundIsRememberedToo)
     const auto window = grant();
     play({playing("Player")});
     static_cast<void>(soundChoices(window.windowID));
-    content->chooseSound(window.windowID, std::nullopt);
+    content->chooseSound(window.windowID, {});
     content.reset();
     cast->waitUntilAlone();
     content = makeContent();
