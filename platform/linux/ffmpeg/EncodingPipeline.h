@@ -5,6 +5,7 @@
 #include "platform/linux/ffmpeg/OutputOrder.h"
 #include "platform/linux/ffmpeg/PictureConverter.h"
 #include "platform/linux/ffmpeg/PictureQueue.h"
+#include "platform/linux/ffmpeg/StillKeyFrames.h"
 #include "platform/linux/ffmpeg/VideoEncoder.h"
 
 #include <cstdint>
@@ -40,6 +41,9 @@ public:
 private:
     [[nodiscard]] std::int64_t encoderTimeOf(MediaTime presentationTimeStamp);
     [[nodiscard]] bool needsKeyFrame(MediaTime presentationTimeStamp) const;
+    bool repeatKeyFrame(const PendingPicture& picture, std::int64_t encoderTime);
+    int encodeAnew(PendingPicture picture, std::int64_t encoderTime);
+    int bringEncoderBack(std::int64_t encoderTime);
     void finish(VideoEncoder::Packet packet);
 
     const std::int32_t width_;
@@ -47,6 +51,7 @@ private:
     OpenEncoder open_;
     std::unique_ptr<VideoEncoder> encoder_;
     std::optional<PictureConverter> converter_;
+    StillKeyFrames stillKeyFrames_;
     OutputOrder<Outcome> order_;
     std::vector<VideoEncoder::Packet> packets_;
     FormatDescriptionRef format_;
