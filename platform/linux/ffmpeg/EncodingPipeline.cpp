@@ -11,6 +11,9 @@ namespace {
 
 constexpr MediaTime longestWaitForKeyFrame{1, 2};
 
+/// So many pictures in a row that the encoder fails on are more than a moment's trouble: a graphics card that was reset, say.
+constexpr int failuresOfABrokenEncoder = 10;
+
 }  // namespace
 
 EncodingPipeline::EncodingPipeline(std::int32_t width, std::int32_t height, OpenEncoder open)
@@ -60,6 +63,17 @@ void EncodingPipeline::encode(PendingPicture picture, const VideoEncoderSettings
         if (auto* entry = order_.find(encoderTime))
             entry->outcome = Outcome{status, nullptr};
     }
+    failuresInARow_ = status != 0 ? failuresInARow_ + 1 : 0;
+    if (failuresInARow_ == failuresOfABrokenEncoder)
+        giveEncoderUp(status);
+}
+
+/// The next picture gets one that is opened anew.
+void EncodingPipeline::giveEncoderUp(int status)
+{
+    order_.finishAll({status, nullptr});
+    encoder_.reset();
+    failuresInARow_ = 0;
 }
 
 /// False when the picture has to be encoded.
@@ -121,8 +135,7 @@ void EncodingPipeline::drain()
     for (auto& packet : packets_)
         finish(std::move(packet));
     packets_.clear();
-    order_.finishAll({status, nullptr});
-    encoder_.reset();
+    giveEncoderUp(status);
 }
 
 std::int64_t EncodingPipeline::encoderTimeOf(MediaTime presentationTimeStamp)

@@ -44,6 +44,7 @@ private:
     bool repeatKeyFrame(const PendingPicture& picture, std::int64_t encoderTime);
     int encodeAnew(PendingPicture picture, std::int64_t encoderTime);
     int bringEncoderBack(std::int64_t encoderTime);
+    void giveEncoderUp(int status);
     void finish(VideoEncoder::Packet packet);
 
     const std::int32_t width_;
@@ -58,6 +59,7 @@ private:
     MediaTime firstTime_;
     MediaTime lastKeyFrameTime_;
     std::int64_t lastEncoderTime_ = -1;
+    int failuresInARow_ = 0;
 };
 
 }  // namespace velmora::linux_backend
