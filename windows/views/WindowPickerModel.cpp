@@ -154,7 +154,9 @@ void WindowPickerModel::abandonRequest()
     ++request_;
     if (!granted_)
         return;
-    windowService_->giveBackWindow(std::exchange(granted_, std::nullopt)->id);
+    const auto window = std::exchange(granted_, std::nullopt);
+    if (!isStarting_)
+        windowService_->giveBackWindow(window->id);
     emit isChoosingSoundChanged();
 }
 
@@ -168,9 +170,11 @@ void WindowPickerModel::cancel()
 
 void WindowPickerModel::capture(const CapturedWindowInfo& window)
 {
+    isStarting_ = true;
     coordinator_->selectWindowAndStartCapture(window, [self = QPointer{this}, id = window.id] {
         if (!self)
             return;
+        self->isStarting_ = false;
         // Where it was not taken, nobody wants it any more.
         self->windowService_->giveBackWindow(id);
         emit self->dismissed();

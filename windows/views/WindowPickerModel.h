@@ -114,6 +114,7 @@ private:
     std::vector<CapturedWindowInfo> filteredWindows_;
     SoundChoiceModel sound_;
     std::optional<CapturedWindowInfo> granted_;  ///< whose sound is being chosen
+    bool isStarting_ = false;  ///< the capture that was asked for; it is not the picker's to end
     int request_ = 0;  ///< the last one; earlier ones are abandoned
 };
 

@@ -264,6 +264,16 @@ TEST_F(WindowPickerSoundTest, AClosedPickerGivesTheWindowBack)
     EXPECT_THAT(content->windowsGivenBack, ElementsAre(7U));
 }
 
+TEST_F(WindowPickerSoundTest, APickerThatIsClosedWhileTheCaptureBeginsLeavesItTheWindow)
+{
+    grantAndAnswer(Suggestion::onlyPlaying);
+    model.start();
+    model.viewDidDisappear();
+    EXPECT_THAT(content->windowsGivenBack, IsEmpty());
+    executor->runAll();
+    EXPECT_TRUE(coordinator->selectedWindow());
+}
+
 TEST_F(WindowPickerSoundTest, AGrantThatComesAfterThePickerWasClosedIsGivenBack)
 {
     startRequest();
