@@ -13,8 +13,8 @@
 
 #include <QMetaObject>
 
-#include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <gmock/gmock.h>
@@ -147,24 +147,26 @@ protected:
         return saved.lastLine();
     }
 
-    /// Assistive technology has its bus on the desktop's, which the program does not see.
+    WaylandSoundTest()
+    {
+        // Also for assistive technology and for those who ask it: the program's bus is where they meet.
+        setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
+    }
+
+    ~WaylandSoundTest() override { setenv("DBUS_SESSION_BUS_ADDRESS", desktopsBus_.c_str(), 1); }
+
     [[nodiscard]] Environment visibleEnvironment() const
     {
         auto all = environment();
         all.merge(AssistiveTechnology::environment());
-        std::string address;
-        EXPECT_TRUE(waitUntil([&] {
-            address = runProgram({"dbus-send", "--session", "--print-reply=literal", "--dest=org.a11y.Bus", "/org/a11y/bus",
-                                     "org.a11y.Bus.GetAddress"})
-                          .lastLine();
-            return address.find("unix:") != std::string::npos;
-        }));
-        all["AT_SPI_BUS_ADDRESS"] = address.substr(std::min(address.find("unix:"), address.size()));
         return all;
     }
 
     std::unique_ptr<ChildProcess> first = player(firstTone, "First player");
     std::unique_ptr<ChildProcess> second = player(secondTone, "Second player");
+
+private:
+    const std::string desktopsBus_ = std::getenv("DBUS_SESSION_BUS_ADDRESS");
 };
 
 TEST_F(WaylandSoundTest, ThePickerAsksWhoseSoundItIsAndTheClipHasThatAloneAlsoAfterItsPlayerStartedAgain)
@@ -182,7 +184,8 @@ TEST_F(WaylandSoundTest, ThePickerAsksWhoseSoundItIsAndTheClipHasThatAloneAlsoAf
         ASSERT_TRUE(AssistiveTechnology::find("heading", "Choose Its Sound"));
         ASSERT_TRUE(AssistiveTechnology::find("list item", "Second player"));
         ASSERT_TRUE(AssistiveTechnology::find("list item", "No sound"));
-        EXPECT_TRUE(AssistiveTechnology::find("push button", "Start Clipping This Window")->has("disabled")) << "of two none is suggested";
+        EXPECT_FALSE(AssistiveTechnology::find("list item", "First player")->has("checked")) << "of two none is suggested";
+        EXPECT_FALSE(AssistiveTechnology::find("list item", "Second player")->has("checked"));
         ASSERT_TRUE(AssistiveTechnology::clickOn("list item", "First player"));
         ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Start Clipping This Window"));
         ASSERT_TRUE(program.hasState("capturing"));
