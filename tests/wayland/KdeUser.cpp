@@ -87,20 +87,70 @@ public:
 
     [[nodiscard]] bool desktopHasShortcuts() const override { return true; }
 
+    /// Its controls are known before it is on the screen.
     void awaitChooser() override
     {
-        if (!AssistiveTechnology::find("push button", "Share", "xdg-desktop-portal-kde"))
+        if (!AssistiveTechnology::find("push button", "Share", portal) || !waitUntil([this] { return !dialogFrame().isEmpty(); }))
             throw std::runtime_error("the desktop shows no dialog");
     }
 
+    /// With the pointer: the list of windows takes no keys.
     void chooseFirstWindow() override
     {
-        press({Key::tab});
-        press({Key::space});
-        press({Key::enter});
+        clickOn("list item");
+        clickOn("push button");
     }
 
 private:
+    static constexpr const char* portal = "xdg-desktop-portal-kde";
+
+    static QDBusMessage ask(const char* path, const char* interface, const char* method, const QVariantList& arguments)
+    {
+        auto message = QDBusMessage::createMethodCall(
+            QStringLiteral("org.kde.KWin"), QLatin1String{path}, QLatin1String{interface}, QLatin1String{method});
+        message.setArguments(arguments);
+        return QDBusConnection::sessionBus().call(message);
+    }
+
+    /// Where the dialog is on the screen, with its title bar; empty while it is not.
+    static QRect dialogFrame()
+    {
+        const auto matches = ask("/WindowsRunner", "org.kde.krunner1", "Match", {QStringLiteral("Screen Sharing")});
+        const auto list = matches.arguments().value(0).value<QDBusArgument>();
+        if (list.currentType() != QDBusArgument::ArrayType)
+            return {};
+        list.beginArray();
+        if (list.atEnd())
+            return {};
+        list.beginStructure();
+        QString id;
+        list >> id;
+        // "0_" and the window's own.
+        const auto window = ask("/KWin", "org.kde.KWin", "getWindowInfo", {id.mid(id.indexOf(QLatin1Char{'{'}))});
+        const auto information = qdbus_cast<QVariantMap>(window.arguments().value(0));
+        const auto number = [&](const char* name) { return information.value(QLatin1String{name}).toInt(); };
+        return {number("x"), number("y"), number("width"), number("height")};
+    }
+
+    /// The first control of that role. What assistive technology is told counts from the window's inside, which has a title bar above it.
+    void clickOn(const std::string& role)
+    {
+        const auto frame = dialogFrame();
+        const auto inside = AssistiveTechnology::find("frame", "Screen Sharing", portal);
+        const auto control = AssistiveTechnology::find(role, "", portal);
+        if (frame.isEmpty() || !inside || !control)
+            throw std::runtime_error("no " + role + " in the desktop's dialog");
+        const QPoint corner{frame.x() + (frame.width() - inside->place.width()) / 2, frame.y() + frame.height() - inside->place.height()};
+        const auto middle = corner + control->place.center();
+        org_kde_kwin_fake_input_pointer_motion_absolute(input_.get(), wl_fixed_from_int(middle.x()), wl_fixed_from_int(middle.y()));
+        for (const std::uint32_t state : {WL_POINTER_BUTTON_STATE_PRESSED, WL_POINTER_BUTTON_STATE_RELEASED}) {
+            constexpr std::uint32_t left = 0x110;  // BTN_LEFT of linux/input-event-codes.h
+            org_kde_kwin_fake_input_button(input_.get(), left, state);
+        }
+        wl_display_roundtrip(display_.get());
+        record(500ms);
+    }
+
     void press(Key key, std::uint32_t state)
     {
         org_kde_kwin_fake_input_keyboard_key(input_.get(), static_cast<std::uint32_t>(key), state);
