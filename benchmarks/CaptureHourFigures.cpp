@@ -1,17 +1,21 @@
 // An hour of capture at 60 pictures a second, played as fast as this machine can: what grows. First without a recording, then with one that
 // lasts the whole hour. The encoder of pictures takes no time, that of sound and the writer are the real ones.
 
+#include "benchmarks/Figures.h"
 #include "tests/support/ProcessFigures.h"
 #include "tests/support/media/RecordingEngine.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <exception>
+#include <string>
 #include <thread>
 
 namespace {
 
 using namespace velmora::test;
+using velmora::benchmarks::Figures;
 
 /// Encodes, and tells how far it is: the last in the row of those that a recording waits for.
 class MeasuredEncoder final : public velmora::linux_backend::AudioEncoder {
@@ -32,12 +36,14 @@ private:
     const std::unique_ptr<velmora::linux_backend::AudioEncoder> encoder_ = makeAacEncoder();
 };
 
-std::size_t kibibytes(std::size_t bytes)
+void addMemory(Figures& figures, const std::string& when)
 {
-    return bytes / 1024;
+    figures.add(when + ": heap", static_cast<double>(heapInUse()) / 1024, 0, "KiB");
+    figures.add(when + ": resident", static_cast<double>(residentBytes()) / 1024, 0, "KiB");
+    figures.add(when + ": open files and threads", static_cast<double>(openDescriptors() + threadCount()), 0, "");
 }
 
-void playAnHour(RecordingEngine& engine, const char* what, bool isRecording)
+void playAnHour(Figures& figures, RecordingEngine& engine, const std::string& what, bool isRecording)
 {
     const auto begin = std::chrono::steady_clock::now();
     for (int minute = 1; minute <= 60; ++minute) {
@@ -48,30 +54,38 @@ void playAnHour(RecordingEngine& engine, const char* what, bool isRecording)
             while (isRecording && MeasuredEncoder::frames < wanted)
                 std::this_thread::sleep_for(std::chrono::milliseconds{1});
         }
-        if (minute == 1 || minute % 15 == 0)
-            std::printf("%-20s after %2d min: heap %7zu KiB, resident %7zu KiB, descriptors %zu, threads %zu\n", what, minute,
-                kibibytes(heapInUse()), kibibytes(residentBytes()), openDescriptors(), threadCount());
-        std::fflush(stdout);
+        if (minute == 1 || minute == 60)
+            addMemory(figures, what + ", after minute " + std::to_string(minute));
     }
-    std::printf("%-20s an hour took %.0f s\n", what, std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
+    figures.add(what + ", what the hour took", std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count(), 0, "s");
 }
 
 }  // namespace
 
-int main()
+int main(int argc, char** argv)
 {
+    Figures figures{argc, argv};
     RecordingEngine engine{30, {}, [](const auto&) -> velmora::Result<std::unique_ptr<velmora::linux_backend::AudioEncoder>> {
                                return std::make_unique<MeasuredEncoder>();
                            }};
-    playAnHour(engine, "capture", false);
+    playAnHour(figures, engine, "An hour of capture", false);
     engine.start();
-    playAnHour(engine, "recording", true);
+    playAnHour(figures, engine, "An hour in one recording", true);
+    const auto begin = std::chrono::steady_clock::now();
     const auto clip = engine.save();
+    const std::chrono::duration<double, std::milli> saving = std::chrono::steady_clock::now() - begin;
     if (!clip) {
         std::fprintf(stderr, "capture_hour_figures: %s\n", engine.errors.empty() ? "no clip" : engine.errors.back().c_str());
         return 1;
     }
-    std::printf("%-20s              heap %7zu KiB, resident %7zu KiB; the clip has %.1f MB\n", "saved", kibibytes(heapInUse()),
-        kibibytes(residentBytes()), static_cast<double>(std::filesystem::file_size(*clip)) / 1e6);
+    addMemory(figures, "Saved");
+    figures.add("Stop to the finished file of an hour", saving.count(), 0, "ms");
+    figures.add("The file", static_cast<double>(std::filesystem::file_size(*clip)) / 1e6, 1, "MB");
+    try {
+        figures.write();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "capture_hour_figures: %s\n", error.what());
+        return 1;
+    }
     return 0;
 }

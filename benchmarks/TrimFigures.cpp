@@ -1,9 +1,7 @@
-// What a trim costs beside copying the bytes: a clip of an hour, trimmed in turn with being copied, each to the disk and down to it.
-//
-//     trim_figures [FOLDER]
-//
-// FOLDER (the temporary one) needs room for three times 3.7 GB.
+// What a trim costs beside copying the bytes: a clip of an hour, trimmed in turn with being copied, each to the disk and down to it. The
+// temporary folder needs room for three times 3.7 GB.
 
+#include "benchmarks/Figures.h"
 #include "media/mp4/PendingFile.h"
 #include "media/mp4/PosixFile.h"
 #include "media/mp4/RecordingFile.h"
@@ -13,6 +11,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -116,7 +115,8 @@ double median(std::vector<double> values)
 
 int main(int argc, char** argv)
 {
-    const std::filesystem::path folder{argc > 1 ? argv[1] : std::filesystem::temp_directory_path().c_str()};
+    benchmarks::Figures figures{argc, argv};
+    const auto folder = std::filesystem::temp_directory_path();
     const auto path = folder / "velmora-trim-figures.mp4";
     writeHour(path);
     const auto source = valueOf(mp4::PosixFile::openForReading(path));
@@ -135,10 +135,15 @@ int main(int argc, char** argv)
         const auto begin = Clock::now();
         valueOf(mp4::readAndPlanTrim(*source, range));
         plans.push_back(seconds(Clock::now() - begin));
-        std::printf("round %d: copy %.2f s, trim %.2f s, of that planning %.2f s\n", round + 1, copies.back(), trims.back(), plans.back());
-        std::fflush(stdout);
     }
-    std::printf("trim of an hour (%.1f GB) against a copy of its bytes: %.2f s to %.2f s, %.2f times (1.3 expected at most)\n", gigabytes,
-        median(trims), median(copies), median(trims) / median(copies));
+    figures.add("The clip of an hour", gigabytes, 1, "GB");
+    figures.compare("Its trim beside a copy of its bytes, median", {{"velmora", median(trims)}, {"copy", median(copies)}}, 2, "s", true);
+    figures.add("of that planning", median(plans), 2, "s");
+    try {
+        figures.write();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "trim_figures: %s\n", error.what());
+        return 1;
+    }
     return 0;
 }

@@ -188,5 +188,18 @@ TEST_F(PanelTest, TheItemIsBackWhenThePanelIs)
     EXPECT_TRUE(findItem());
 }
 
+TEST_F(PanelTest, APanelThatComesBackInMidRecordingShowsTheItemInCoral)
+{
+    const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.startByShortcut());
+    panel.kill();
+    const Panel next{AssistiveTechnology::environment()};
+    EXPECT_TRUE(waitUntil([] { return coralPixels() > 20; }));
+    ASSERT_TRUE(program.saveByShortcut());
+    EXPECT_TRUE(waitUntil([] { return coralPixels() == 0; }));
+}
+
 }  // namespace
 }  // namespace velmora::test

@@ -6,12 +6,15 @@
 #include "tests/support/desktop/TrayProgram.h"
 #include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Subjects.h"
+#include "tests/support/sound/SoundServer.h"
 
 #include <csignal>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iterator>
 #include <numeric>
+#include <optional>
+#include <span>
 
 namespace velmora::test {
 namespace {
@@ -193,7 +196,17 @@ TEST(ServiceFaults, ARecordingThatACrashCutOffIsWholeAtTheNextStart)
     expectAClip(file);
 }
 
-// The last: the desktop has no sound afterwards.
+/// As if they had crashed.
+void killSoundServers()
+{
+    for (const auto* name : {"pipewire-pulse", "wireplumber", "pipewire"}) {
+        for (const auto server : processesOfThisDesktop(name))
+            ::kill(server, SIGKILL);
+        ASSERT_TRUE(waitUntil([name] { return processesOfThisDesktop(name).empty(); }));
+    }
+}
+
+// The last ones: the desktop has no sound of its own afterwards.
 TEST(ServiceFaults, WhenTheSoundServerIsKilledTheRecordingGoesOn)
 {
     const Panel panel;
@@ -202,11 +215,7 @@ TEST(ServiceFaults, WhenTheSoundServerIsKilledTheRecordingGoesOn)
     ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
     ASSERT_TRUE(program.startByShortcut());
     record(600ms);
-    const auto servers = processesOfThisDesktop("pipewire");
-    ASSERT_FALSE(servers.empty());
-    for (const auto server : servers)
-        ::kill(server, SIGKILL);
-    ASSERT_TRUE(waitUntil([] { return processesOfThisDesktop("pipewire").empty(); }));
+    killSoundServers();
     record(1200ms);
     ASSERT_TRUE(program.saveByShortcut());
     expectAClip(program.lastSavedClip());
@@ -214,6 +223,49 @@ TEST(ServiceFaults, WhenTheSoundServerIsKilledTheRecordingGoesOn)
     record(1200ms);
     ASSERT_TRUE(program.saveByShortcut());
     expectAClip(program.lastSavedClip());
+}
+
+/// The desktop's, once its own is gone.
+struct SoundServers {
+    Program pipeWire{{"pipewire"}};
+    bool isThere = waitUntil([] { return runProgram({"pw-cli", "info", "0"}).status == 0; });
+    Program wirePlumber{{"wireplumber"}};
+    Program pulse{{"pipewire-pulse"}};
+};
+
+TEST(ServiceFaults, ASoundServerThatComesBackInMidRecordingIsHeardAgain)
+{
+    const TemporaryDirectory directory;
+    writeTone(directory.path() / "440.wav", 440, 60);
+    std::optional<SoundServers> servers{std::in_place};
+    const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}, directory.path() / "440.wav"};
+    awaitPlayingStreams(1);
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.startByShortcut());
+    record(1500ms);
+    killSoundServers();
+    servers.reset();
+    servers.emplace();
+    awaitPlayingStreams(1);
+    record(4s);
+    ASSERT_TRUE(program.saveByShortcut());
+
+    const auto clip = readClip(program.lastSavedClip());
+    EXPECT_THAT(clip.complaints, IsEmpty());
+    ASSERT_TRUE(clip.video && clip.audio);
+    EXPECT_NEAR(clip.audio->duration, clip.video->duration, 0.5);
+    // Seconds of the clip in which the tone sounds: at its begin, and at its end.
+    const auto isHeardAt = [&](double second) {
+        const auto begin = static_cast<std::size_t>(second * clip.audio->sampleRate) * 2;
+        const std::span<const float> samples{clip.audio->samples};
+        if (begin + 9600 > samples.size())
+            return false;
+        const auto part = samples.subspan(begin, 9600);
+        return std::any_of(part.begin(), part.end(), [](float sample) { return std::abs(sample) > 0.3F; });
+    };
+    EXPECT_TRUE(isHeardAt(0.8));
+    EXPECT_TRUE(isHeardAt(clip.audio->duration - 0.8));
 }
 
 }  // namespace

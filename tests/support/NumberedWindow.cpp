@@ -1,10 +1,11 @@
 // A window that draws numbered frames at a steady rate, for tests of everything that captures it.
 //
 //   numbered_window [--title TEXT] [--class NAME] [--pid-less] [--size WxH] [--position X,Y] [--override] [--fps N] [--frames N]
-//                   [--motion PERCENT | --scene] [--still] [--log FILE]
+//                   [--motion PERCENT] [--scene] [--still] [--log FILE]
 //
-// Prints "ready WINDOWID" (decimal) when the window is mapped and shows its first frame. Each frame is put together in a pixmap and
-// shown by one CopyArea. The log gets a line "NUMBER NANOSECONDS" a frame, the CLOCK_MONOTONIC time at which the server had shown it.
+// Noise moves in a part of the window, a quarter unless told; the scene in all of it unless told.
+// Prints "ready WINDOWID" (decimal) when the window is mapped and shows its first frame. Each frame is put together in a pixmap, and what
+// changed is shown by one CopyArea. The log gets a line "NUMBER NANOSECONDS" a frame, the CLOCK_MONOTONIC time at which the server had shown it.
 // Commands on standard input, one a line: "resize WxH", "move X,Y", "title TEXT", "still", "go", "quit". Each is answered with "ok"
 // when the server has carried it out; "still 17" for "still", with the number of the frame that stays. End of input ends the program.
 
@@ -26,6 +27,7 @@
 #include <string>
 #include <string_view>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 #include <xcb/xcb.h>
 
@@ -51,7 +53,7 @@ struct Options {
     bool overridesRedirect = false;
     double framesPerSecond = 60;
     std::int64_t frames = -1;  // shown before the last stays; negative: no end
-    int motionPercent = 25;
+    std::optional<int> motionPercent;
     bool showsScene = false;
     bool isStill = false;
     std::string log;
@@ -136,9 +138,9 @@ private:
     void makeNoise();
     void makeBackground();
     void makeScene();
-    void drawScene();
     void fill(xcb_drawable_t target, std::uint32_t colour, xcb_rectangle_t rectangle);
     void drawFrame();
+    void drawMotion(xcb_rectangle_t area);
     void showFrame();
     void roundTrip();
     void handle(const xcb_generic_event_t& event);
@@ -153,6 +155,8 @@ private:
     xcb_pixmap_t noise_ = XCB_NONE;
     std::vector<xcb_pixmap_t> scene_;
     xcb_gcontext_t gc_ = XCB_NONE;
+    xcb_gcontext_t changes_ = XCB_NONE;  ///< clipped to what a frame changes
+    bool showsAll_ = true;
     int width_ = 0;
     int height_ = 0;
     bool isMapped_ = false;
@@ -208,6 +212,8 @@ bool NumberedWindow::open()
     gc_ = xcb_generate_id(connection_);
     const std::uint32_t noExposures = 0;
     xcb_create_gc(connection_, gc_, window_, XCB_GC_GRAPHICS_EXPOSURES, &noExposures);
+    changes_ = xcb_generate_id(connection_);
+    xcb_create_gc(connection_, changes_, window_, XCB_GC_GRAPHICS_EXPOSURES, &noExposures);
     makeNoise();
     makeBackground();
     if (options_.showsScene)
@@ -252,13 +258,6 @@ void NumberedWindow::makeScene()
     }
 }
 
-void NumberedWindow::drawScene()
-{
-    const auto strip = static_cast<std::int16_t>(FrameNumberStrip::height(height_));
-    xcb_copy_area(connection_, scene_[Scene::indexOf(number_)], backing_, gc_, 0, strip, 0, strip, static_cast<std::uint16_t>(width_),
-        static_cast<std::uint16_t>(height_ - 2 * strip));
-}
-
 void NumberedWindow::makeBackground()
 {
     if (backing_ != XCB_NONE)
@@ -266,6 +265,7 @@ void NumberedWindow::makeBackground()
     backing_ = xcb_generate_id(connection_);
     xcb_create_pixmap(
         connection_, screen_->root_depth, backing_, window_, static_cast<std::uint16_t>(width_), static_cast<std::uint16_t>(height_));
+    showsAll_ = true;
     // A pattern that shows shifts and scaling: each cell has a colour of its own.
     constexpr int cell = 32;
     for (int y = 0; y < height_; y += cell) {
@@ -300,27 +300,35 @@ void NumberedWindow::drawFrame()
         xcb_poly_fill_rectangle(connection_, backing_, gc_, static_cast<std::uint32_t>(blocks[isWhite].size()), blocks[isWhite].data());
     }
 
-    if (!scene_.empty())
-        return drawScene();
-
-    // Noise that moves, as a tiled fill: full width, as high as its share of the window.
     const int middle = height_ - 2 * strip;
-    const int moving = std::min(middle, height_ * options_.motionPercent / 100);
-    if (moving > 0) {
-        const std::uint32_t values[] = {XCB_FILL_STYLE_TILED, noise_, (number_ * 7) % noiseSide, (number_ * 13) % noiseSide};
-        xcb_change_gc(
-            connection_, gc_, XCB_GC_FILL_STYLE | XCB_GC_TILE | XCB_GC_TILE_STIPPLE_ORIGIN_X | XCB_GC_TILE_STIPPLE_ORIGIN_Y, values);
-        const xcb_rectangle_t area{0, static_cast<std::int16_t>(strip + (middle - moving) / 2), static_cast<std::uint16_t>(width_),
-            static_cast<std::uint16_t>(moving)};
-        xcb_poly_fill_rectangle(connection_, backing_, gc_, 1, &area);
-        const std::uint32_t solid = XCB_FILL_STYLE_SOLID;
-        xcb_change_gc(connection_, gc_, XCB_GC_FILL_STYLE, &solid);
+    const int moving = std::min(middle, height_ * options_.motionPercent.value_or(options_.showsScene ? 100 : 25) / 100);
+    const auto width = static_cast<std::uint16_t>(width_);
+    const xcb_rectangle_t areas[] = {{0, 0, width, static_cast<std::uint16_t>(strip)},
+        {0, static_cast<std::int16_t>(height_ - strip), width, static_cast<std::uint16_t>(strip)},
+        {0, static_cast<std::int16_t>(strip + (middle - moving) / 2), width, static_cast<std::uint16_t>(moving)}};
+    if (moving > 0)
+        drawMotion(areas[2]);
+    xcb_set_clip_rectangles(connection_, XCB_CLIP_ORDERING_UNSORTED, changes_, 0, 0, moving > 0 ? 3 : 2, areas);
+}
+
+void NumberedWindow::drawMotion(xcb_rectangle_t area)
+{
+    if (!scene_.empty()) {
+        xcb_copy_area(connection_, scene_[Scene::indexOf(number_)], backing_, gc_, area.x, area.y, area.x, area.y, area.width, area.height);
+        return;
     }
+    // Noise that moves, as a tiled fill.
+    const std::uint32_t values[] = {XCB_FILL_STYLE_TILED, noise_, (number_ * 7) % noiseSide, (number_ * 13) % noiseSide};
+    xcb_change_gc(connection_, gc_, XCB_GC_FILL_STYLE | XCB_GC_TILE | XCB_GC_TILE_STIPPLE_ORIGIN_X | XCB_GC_TILE_STIPPLE_ORIGIN_Y, values);
+    xcb_poly_fill_rectangle(connection_, backing_, gc_, 1, &area);
+    const std::uint32_t solid = XCB_FILL_STYLE_SOLID;
+    xcb_change_gc(connection_, gc_, XCB_GC_FILL_STYLE, &solid);
 }
 
 void NumberedWindow::showFrame()
 {
-    xcb_copy_area(connection_, backing_, window_, gc_, 0, 0, 0, 0, static_cast<std::uint16_t>(width_), static_cast<std::uint16_t>(height_));
+    xcb_copy_area(connection_, backing_, window_, std::exchange(showsAll_, false) ? gc_ : changes_, 0, 0, 0, 0,
+        static_cast<std::uint16_t>(width_), static_cast<std::uint16_t>(height_));
     roundTrip();
     if (log_.is_open())
         log_ << number_ << ' ' << monotonicNow() << std::endl;

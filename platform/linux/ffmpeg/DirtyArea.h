@@ -23,6 +23,8 @@ public:
 
     [[nodiscard]] bool isWhole() const { return isWhole_; }
 
+    [[nodiscard]] bool isEmpty() const { return !isWhole_ && count_ == 0; }
+
     /// Meaningless when whole.
     [[nodiscard]] std::span<const PixelRect> rectangles() const { return {rectangles_.data(), count_}; }
 

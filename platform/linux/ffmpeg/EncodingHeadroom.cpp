@@ -1,9 +1,10 @@
 #include "platform/linux/ffmpeg/EncodingHeadroom.h"
 
+#include "platform/linux/ffmpeg/Yuv420Frame.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstring>
 #include <vector>
 
 namespace velmora::linux_backend {
@@ -47,20 +48,7 @@ void paint(AVFrame& frame, std::size_t number, const Grain& grain)
             row[x] = static_cast<std::uint8_t>(48 + shade + grain.at(x + 97 * number, down));
         }
     }
-    // Of NV12 the second plane holds both colours.
-    for (int plane = 1; plane < 3 && frame.data[plane]; ++plane)
-        std::memset(frame.data[plane], 128, static_cast<std::size_t>(frame.linesize[plane]) * static_cast<std::size_t>(frame.height / 2));
-}
-
-AvFrame makePicture(Yuv420View::Layout layout, const VideoEncoderSettings& settings)
-{
-    AvFrame frame{av_frame_alloc()};
-    if (!frame)
-        return nullptr;
-    frame->width = settings.width;
-    frame->height = settings.height;
-    frame->format = layout == Yuv420View::Layout::i420 ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_NV12;
-    return av_frame_get_buffer(frame.get(), 0) ? nullptr : std::move(frame);
+    removeColours(frame);
 }
 
 }  // namespace
@@ -79,7 +67,7 @@ tl::expected<std::chrono::nanoseconds, AvError> measurePictureTime(
     const auto begin = now();
     for (std::size_t number = 0; number < warmingPictures + measuredPictures; ++number) {
         // The encoder may keep a picture: each is one of its own.
-        const AvFrame picture = makePicture(encoder.layout(), settings);
+        const AvFrame picture = makeYuv420Frame(encoder.layout(), settings.width, settings.height);
         if (!picture)
             return tl::unexpected(AVERROR(ENOMEM));
         paint(*picture, number, grain);

@@ -12,8 +12,9 @@ namespace velmora::linux_backend {
 using MonotonicClock = std::function<std::chrono::nanoseconds()>;
 [[nodiscard]] std::chrono::nanoseconds steadyTime();
 
-/// What a picture may take of the sixtieth of a second that it has: the rest is for the window's own program, the sound and the file.
-inline constexpr std::chrono::milliseconds greatestPictureTime{10};
+/// What a picture may take of the sixtieth of a second that it has, about a third: the window's own program, which decodes and draws it,
+/// needs the processors too, and what a busier moment costs is not known yet.
+inline constexpr std::chrono::milliseconds greatestPictureTime{6};
 
 /// Encodes some pictures of moving shades and grain and tells what one takes: the middle of them, without the first, which warm up. By the
 /// clock, so that a machine that is busy counts as slow. Stops early where a few pictures take long. The encoder is used up.

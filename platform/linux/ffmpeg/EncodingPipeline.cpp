@@ -1,5 +1,7 @@
 #include "platform/linux/ffmpeg/EncodingPipeline.h"
 
+#include "platform/linux/ffmpeg/Yuv420Frame.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -8,6 +10,9 @@ namespace velmora::linux_backend {
 namespace {
 
 constexpr MediaTime longestWaitForKeyFrame{1, 2};
+
+/// So many pictures in a row that the encoder fails on are more than a moment's trouble: a graphics card that was reset, say.
+constexpr int failuresOfABrokenEncoder = 10;
 
 }  // namespace
 
@@ -27,6 +32,7 @@ int EncodingPipeline::prepare(const VideoEncoderSettings& settings)
         return encoder.error();
     encoder_ = std::move(*encoder);
     converter_.emplace(width_, height_, encoder_->layout());
+    stillKeyFrames_ = {};
     lastKeyFrameTime_ = MediaTime::invalid();
     return 0;
 }
@@ -40,23 +46,85 @@ void EncodingPipeline::encode(PendingPicture picture, const VideoEncoderSettings
     const std::int64_t encoderTime = encoderTimeOf(time);
     order_.push({encoderTime, time, picture.duration, std::nullopt});
 
+    if (!picture.changed.isEmpty())
+        stillKeyFrames_.pictureChanged();
     int status = prepare(settings);
-    if (status == 0) {
-        AVFrame* frame = converter_->convert(*picture.picture, picture.changed);
-        // Its pixels go back to where pictures are made before the long work begins.
-        picture.picture.reset();
-        const bool asKeyFrame = needsKeyFrame(time);
-        status = frame ? encoder_->encode(*frame, encoderTime, asKeyFrame, packets_) : AVERROR(ENOMEM);
-        if (status == 0 && asKeyFrame)
-            lastKeyFrameTime_ = time;
-    }
-    for (auto& packet : packets_)
+    if (status == 0 && !repeatKeyFrame(picture, encoderTime))
+        status = encodeAnew(std::move(picture), encoderTime);
+    for (auto& packet : packets_) {
+        if (packet.isKeyFrame)
+            stillKeyFrames_.encoded(packet.data);
+        else
+            stillKeyFrames_.encodedOther();
         finish(std::move(packet));
+    }
     packets_.clear();
     if (status != 0) {
         if (auto* entry = order_.find(encoderTime))
             entry->outcome = Outcome{status, nullptr};
     }
+    failuresInARow_ = status != 0 ? failuresInARow_ + 1 : 0;
+    if (failuresInARow_ == failuresOfABrokenEncoder)
+        giveEncoderUp(status);
+}
+
+/// The next picture gets one that is opened anew.
+void EncodingPipeline::giveEncoderUp(int status)
+{
+    order_.finishAll({status, nullptr});
+    encoder_.reset();
+    failuresInARow_ = 0;
+}
+
+/// False when the picture has to be encoded.
+bool EncodingPipeline::repeatKeyFrame(const PendingPicture& picture, std::int64_t encoderTime)
+{
+    const bool isWanted = needsKeyFrame(picture.presentationTimeStamp) || stillKeyFrames_.isEncoderAside();
+    if (!isWanted || !encoder_->alternatesKeyFrames())
+        return false;
+    auto keyFrame = stillKeyFrames_.repeat();
+    if (!keyFrame)
+        return false;
+    lastKeyFrameTime_ = picture.presentationTimeStamp;
+    finish({encoderTime, true, std::move(*keyFrame)});
+    return true;
+}
+
+int EncodingPipeline::encodeAnew(PendingPicture picture, std::int64_t encoderTime)
+{
+    const MediaTime time = picture.presentationTimeStamp;
+    AVFrame* frame = converter_->convert(*picture.picture, picture.changed);
+    // Its pixels go back to where pictures are made before the long work begins.
+    picture.picture.reset();
+    if (!frame)
+        return AVERROR(ENOMEM);
+    if (stillKeyFrames_.isEncoderAside()) {
+        if (const int status = bringEncoderBack(encoderTime - 1))
+            return status;
+    }
+    const bool asKeyFrame = needsKeyFrame(time);
+    const int status = encoder_->encode(*frame, encoderTime, asKeyFrame, packets_);
+    if (status == 0 && asKeyFrame)
+        lastKeyFrameTime_ = time;
+    return status;
+}
+
+/// Has the encoder go on with a key frame. Where that would have the number of the one that was put out last, the encoder makes one before
+/// it that nobody sees: a black one takes neither time nor many of the bits that the rate control has.
+int EncodingPipeline::bringEncoderBack(std::int64_t encoderTime)
+{
+    if (stillKeyFrames_.isNumberTaken()) {
+        const AvFrame black = makeBlackFrame(encoder_->layout(), paddedToEven(width_), paddedToEven(height_));
+        if (!black)
+            return AVERROR(ENOMEM);
+        const int status = encoder_->encode(*black, encoderTime, true, packets_);
+        packets_.clear();
+        if (status != 0)
+            return status;
+    }
+    stillKeyFrames_.encoderIsBack();
+    lastKeyFrameTime_ = MediaTime::invalid();
+    return 0;
 }
 
 void EncodingPipeline::drain()
@@ -67,8 +135,7 @@ void EncodingPipeline::drain()
     for (auto& packet : packets_)
         finish(std::move(packet));
     packets_.clear();
-    order_.finishAll({status, nullptr});
-    encoder_.reset();
+    giveEncoderUp(status);
 }
 
 std::int64_t EncodingPipeline::encoderTimeOf(MediaTime presentationTimeStamp)

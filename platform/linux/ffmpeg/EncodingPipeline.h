@@ -5,6 +5,7 @@
 #include "platform/linux/ffmpeg/OutputOrder.h"
 #include "platform/linux/ffmpeg/PictureConverter.h"
 #include "platform/linux/ffmpeg/PictureQueue.h"
+#include "platform/linux/ffmpeg/StillKeyFrames.h"
 #include "platform/linux/ffmpeg/VideoEncoder.h"
 
 #include <cstdint>
@@ -40,6 +41,10 @@ public:
 private:
     [[nodiscard]] std::int64_t encoderTimeOf(MediaTime presentationTimeStamp);
     [[nodiscard]] bool needsKeyFrame(MediaTime presentationTimeStamp) const;
+    bool repeatKeyFrame(const PendingPicture& picture, std::int64_t encoderTime);
+    int encodeAnew(PendingPicture picture, std::int64_t encoderTime);
+    int bringEncoderBack(std::int64_t encoderTime);
+    void giveEncoderUp(int status);
     void finish(VideoEncoder::Packet packet);
 
     const std::int32_t width_;
@@ -47,12 +52,14 @@ private:
     OpenEncoder open_;
     std::unique_ptr<VideoEncoder> encoder_;
     std::optional<PictureConverter> converter_;
+    StillKeyFrames stillKeyFrames_;
     OutputOrder<Outcome> order_;
     std::vector<VideoEncoder::Packet> packets_;
     FormatDescriptionRef format_;
     MediaTime firstTime_;
     MediaTime lastKeyFrameTime_;
     std::int64_t lastEncoderTime_ = -1;
+    int failuresInARow_ = 0;
 };
 
 }  // namespace velmora::linux_backend

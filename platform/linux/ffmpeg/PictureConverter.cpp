@@ -1,5 +1,7 @@
 #include "platform/linux/ffmpeg/PictureConverter.h"
 
+#include "platform/linux/ffmpeg/Yuv420Frame.h"
+
 #include <cassert>
 
 namespace velmora::linux_backend {
@@ -17,7 +19,7 @@ AVFrame* PictureConverter::convert(const PixelBuffer& picture, const DirtyArea& 
     bool convertsAll = changed.isWhole();
     if (!frame_ || !av_frame_is_writable(frame_.get())) {
         // Converting all of it costs no more than copying what did not change.
-        frame_ = makeFrame();
+        frame_ = makeYuv420Frame(layout_, paddedToEven(width_), paddedToEven(height_));
         convertsAll = true;
     }
     if (!frame_)
@@ -33,17 +35,6 @@ AVFrame* PictureConverter::convert(const PixelBuffer& picture, const DirtyArea& 
             convertToYuv420(source, rectangle, destination);
     }
     return frame_.get();
-}
-
-AvFrame PictureConverter::makeFrame() const
-{
-    AvFrame frame{av_frame_alloc()};
-    if (!frame)
-        return nullptr;
-    frame->width = paddedToEven(width_);
-    frame->height = paddedToEven(height_);
-    frame->format = layout_ == Yuv420View::Layout::i420 ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_NV12;
-    return av_frame_get_buffer(frame.get(), 0) == 0 ? std::move(frame) : nullptr;
 }
 
 }  // namespace velmora::linux_backend

@@ -18,8 +18,6 @@ public:
     AVFrame* convert(const PixelBuffer& picture, const DirtyArea& changed);
 
 private:
-    [[nodiscard]] AvFrame makeFrame() const;
-
     const std::int32_t width_;
     const std::int32_t height_;
     const Yuv420View::Layout layout_;

@@ -1,6 +1,7 @@
 #include "platform/linux/ffmpeg/VideoEncoder.h"
 
 #include "platform/linux/ffmpeg/AvcFormat.h"
+#include "platform/linux/ffmpeg/Yuv420Frame.h"
 
 #include <algorithm>
 #include <optional>
@@ -25,10 +26,10 @@ using Layout = Yuv420View::Layout;
 // Above the standard's greatest quantizer x264 leaves parts of a frame out rather than overdraw the buffer: after a burst of frames the
 // bottom of a picture would show the frame before.
 constexpr const char* x264Quality = "14";
-constexpr const char* x264Parameters = "cabac=1:8x8dct=1:bframes=0:annexb=0:qpmin=12:qpmax=51";
-
-// But it must not tell decoders that its frames come at a fixed rate (ITU-T H.264 E.2.1, fixed_frame_rate_flag).
-constexpr const char* x264HeaderParameters = "cabac=1:8x8dct=1:bframes=0:annexb=0:qpmin=12:qpmax=51:force-cfr=0";
+// Its presets drop the faint differences that a camera's grain consists of, for the sake of less busy pictures: what a window plays is
+// kept. A second picture to refer to and milder loop filtering cost little and gain more (docs/performance.md has the figures).
+constexpr const char* x264Parameters = "cabac=1:8x8dct=1:bframes=0:annexb=0:qpmin=12:qpmax=51:ref=2:deblock=-1,-1:aq-mode=1"
+                                       ":aq-strength=0.6:no-dct-decimate=1:deadzone-inter=11:deadzone-intra=6";
 
 /// The rate that levels and rate control are planned for; frames may come slower and unevenly.
 constexpr int plannedFrameRate = 60;
@@ -36,11 +37,6 @@ constexpr int plannedFrameRate = 60;
 /// The time whose bits the rate control's buffer holds, as a part of a second: a key frame of a busy picture fits.
 constexpr std::int64_t bufferNumerator = 3;
 constexpr std::int64_t bufferDenominator = 4;
-
-AVPixelFormat pixelFormat(Layout layout)
-{
-    return layout == Layout::i420 ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_NV12;
-}
 
 std::span<const std::byte> bytes(const std::uint8_t* data, int size)
 {
@@ -87,6 +83,8 @@ public:
     }
 
     [[nodiscard]] Layout layout() const override { return layout_; }
+
+    [[nodiscard]] bool alternatesKeyFrames() const override { return isSoftware_; }
 
     int encode(AVFrame& picture, std::int64_t presentationTime, bool asKeyFrame, std::vector<Packet>& packets) override
     {
@@ -210,9 +208,9 @@ private:
     int openCodec(const VideoEncoderCandidate& candidate, const AVCodec& codec)
     {
         AvDictionary options;
-        if (candidate.isSoftware)
-            options.set("preset", settings_.effort == EncodingEffort::low ? "ultrafast" : "superfast");
         for (const auto& option : candidate.options)
+            options.set(option.name, option.value);
+        for (const auto& option : settings_.effort == EncodingEffort::low ? candidate.lowEffort : candidate.normalEffort)
             options.set(option.name, option.value);
         if (const int error = avcodec_open2(context_.get(), &codec, options.get()))
             return error;
@@ -278,6 +276,8 @@ private:
 
 const std::vector<VideoEncoderCandidate>& videoEncoderCandidates()
 {
+    // libx264 must not tell decoders that its frames come at a fixed rate (ITU-T H.264 E.2.1, fixed_frame_rate_flag).
+    static const std::string x264HeaderParameters = x264Parameters + std::string{":force-cfr=0"};
     // Each is told to hold no frame back and to make an IDR frame of every key frame that is asked for.
     static const std::vector<VideoEncoderCandidate> candidates{
         {.name = "h264_nvenc",
@@ -301,8 +301,10 @@ const std::vector<VideoEncoderCandidate>& videoEncoderCandidates()
             .layout = Layout::i420,
             .options = {{"tune", "zerolatency"}, {"profile", "high"}, {"crf", x264Quality}, {"forced-idr", "1"},
                 {"x264-params", x264Parameters}},
+            .normalEffort = {{"preset", "superfast"}},
+            .lowEffort = {{"preset", "ultrafast"}, {"partitions", "i8x8"}},
             .isSoftware = true,
-            .headerOption = VideoEncoderCandidate::Option{"x264-params", x264HeaderParameters}},
+            .headerOption = VideoEncoderCandidate::Option{"x264-params", x264HeaderParameters.c_str()}},
     };
     return candidates;
 }

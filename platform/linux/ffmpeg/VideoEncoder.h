@@ -46,6 +46,9 @@ public:
     /// In which layout pictures are wanted.
     [[nodiscard]] virtual Yuv420View::Layout layout() const = 0;
 
+    /// Each packet comes out with its picture, and the idr_pic_id of the key frames (ITU-T H.264 7.4.3) alternates between two values.
+    [[nodiscard]] virtual bool alternatesKeyFrames() const { return false; }
+
     /// `picture` is only referred to: the encoder may keep a reference of its own. Times increase strictly. Finished packets, of this
     /// picture or of earlier ones, are appended to `packets`. 0 or an AVERROR.
     virtual int encode(AVFrame& picture, std::int64_t presentationTime, bool asKeyFrame, std::vector<Packet>& packets) = 0;
@@ -68,6 +71,8 @@ struct VideoEncoderCandidate {
     AVHWDeviceType device = AV_HWDEVICE_TYPE_NONE;  ///< whose memory the encoder reads; AV_HWDEVICE_TYPE_NONE: ours
     Yuv420View::Layout layout = Yuv420View::Layout::nv12;
     std::vector<Option> options = {};
+    std::vector<Option> normalEffort = {};  ///< besides, with this effort
+    std::vector<Option> lowEffort = {};
     bool isSoftware = false;
     /// With this option in addition the encoder would encode the same, but describe it as it is wanted: the parameter sets are taken
     /// from an encoder that is opened with it and closed again.

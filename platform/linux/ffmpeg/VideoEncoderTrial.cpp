@@ -1,6 +1,7 @@
 #include "platform/linux/ffmpeg/VideoEncoderTrial.h"
 
 #include "platform/linux/ffmpeg/AvcFormat.h"
+#include "platform/linux/ffmpeg/Yuv420Frame.h"
 
 #include <algorithm>
 #include <array>
@@ -65,15 +66,10 @@ private:
 
 AvFrame makePicture(const TrialPictures& pictures, std::size_t number, Yuv420View::Layout layout, std::int32_t width, std::int32_t height)
 {
-    AvFrame frame{av_frame_alloc()};
+    AvFrame frame = makeYuv420Frame(layout, width, height);
     if (!frame)
         return nullptr;
-    frame->width = width;
-    frame->height = height;
     const bool isPlanar = layout == Yuv420View::Layout::i420;
-    frame->format = isPlanar ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_NV12;
-    if (av_frame_get_buffer(frame.get(), 0))
-        return nullptr;
     for (int plane = 0; plane < planeCount(layout); ++plane) {
         const int divisor = plane == 0 ? 1 : 2;
         for (std::int32_t y = 0; y < height / divisor; ++y) {

@@ -14,8 +14,9 @@ std::vector<std::string> windowArguments(
 {
     std::vector<std::string> arguments;
     if (!sound.empty()) {
-        // The shell becomes the window's process, and the player stays its child. It ends with the window.
-        arguments = {"sh", "-c", "sound=$1; shift; setpriv --pdeathsig KILL pw-play \"$sound\" & exec \"$@\"", "sh", sound.string()};
+        // The shell becomes the window's process, and what plays stays below it and ends with the window.
+        arguments = {"sh", "-c", "setpriv --pdeathsig KILL sh -c \"$1\" sh \"$2\" & shift 2; exec \"$@\"", "sh",
+            "while :; do setpriv --pdeathsig KILL pw-play \"$1\" 2>/dev/null; sleep 0.2; done", sound.string()};
     }
     arguments.insert(arguments.end(), {VELMORA_NUMBERED_WINDOW, "--title", title, "--log", log.string()});
     arguments.insert(arguments.end(), options.begin(), options.end());

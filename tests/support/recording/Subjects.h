@@ -14,7 +14,7 @@ namespace velmora::test {
 /// tests/support/NumberedWindow.cpp, running, its first frame on the screen.
 class NumberedWindow {
 public:
-    /// `sound`, when given, is a WAV file that a child process of the window's plays.
+    /// `sound`, when given, is a WAV file that processes below the window's play over and over, on whatever sound server there is.
     explicit NumberedWindow(const std::vector<std::string>& options = {}, const std::filesystem::path& sound = {});
 
     [[nodiscard]] std::uint32_t id() const { return id_; }

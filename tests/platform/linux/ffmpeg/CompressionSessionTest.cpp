@@ -5,6 +5,7 @@
 #include "tests/platform/linux/ffmpeg/TestPictures.h"
 
 #include <atomic>
+#include <climits>
 #include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -38,6 +39,7 @@ class FaultyEncoder final : public VideoEncoder {
 public:
     struct Faults {
         int failingCall = -1;
+        int callThatBreaksTheFirst = INT_MAX;  ///< from then on the encoder that was opened first fails
         std::size_t delay = 0;  ///< packets held back
         std::size_t swallowedPacket = SIZE_MAX;
         bool keepsPictures = false;
@@ -49,6 +51,7 @@ public:
     FaultyEncoder(std::unique_ptr<VideoEncoder> encoder, std::shared_ptr<Faults> faults)
         : encoder_(std::move(encoder))
         , faults_(std::move(faults))
+        , isFirst_(faults_->openCount == 1)
     {
     }
 
@@ -58,7 +61,7 @@ public:
     int encode(AVFrame& picture, std::int64_t time, bool asKeyFrame, std::vector<Packet>& packets) override
     {
         faults_->keyFrameRequests.push_back(asKeyFrame);
-        if (calls_++ == faults_->failingCall)
+        if (calls_++ == faults_->failingCall || (isFirst_ && calls_ > faults_->callThatBreaksTheFirst))
             return AVERROR_EXTERNAL;
         if (faults_->keepsPictures)
             faults_->kept.emplace_back(av_frame_clone(&picture));
@@ -86,6 +89,7 @@ private:
 
     std::unique_ptr<VideoEncoder> encoder_;
     std::shared_ptr<Faults> faults_;
+    const bool isFirst_;
     std::vector<Packet> held_;
     int calls_ = 0;
     std::size_t packetCount_ = 0;
@@ -463,6 +467,29 @@ TEST_F(CompressionSessionTest, AKeyFrameThatFailedIsAskedForAgain)
         session->completeFrames();
     }
     EXPECT_EQ(faults->keyFrameRequests, (std::vector<bool>{true, true, false}));
+}
+
+TEST_F(CompressionSessionTest, AnEncoderThatFailsTenTimesInARowIsOpenedAnew)
+{
+    const auto faults = std::make_shared<FaultyEncoder::Faults>();
+    faults->callThatBreaksTheFirst = 3;
+    const auto session = makeFaultySession(64, 64, faults);
+    Canvas canvas{64, 64};
+    for (int frame = 0; frame < 20; ++frame) {
+        testing::paintMovingScene(canvas, frame);
+        session->encodeFrame(canvas.picture(), at(frame * second / 60), at(second / 60));
+        session->completeFrames();
+    }
+    EXPECT_EQ(faults->openCount, 2);
+    const auto calls = output_->calls();
+    ASSERT_EQ(calls.size(), 20U);
+    for (std::size_t i = 0; i < calls.size(); ++i)
+        EXPECT_EQ(calls[i].status == 0, i < 3 || i >= 13) << i;
+    const auto samples = output_->samples();
+    ASSERT_EQ(samples.size(), 10U);
+    EXPECT_TRUE(isKeyFrame(*samples[3]));
+    EXPECT_EQ(samples[3]->format, samples[0]->format);
+    EXPECT_EQ(decodeVideo(samples).size(), 10U);
 }
 
 TEST_F(CompressionSessionTest, AnEncoderThatCannotBeOpenedFailsEveryFrameButNotTheSession)

@@ -87,8 +87,8 @@ inline std::vector<AvFrame> decodeVideo(std::span<const SampleBufferRef> samples
     return decoder.finish();
 }
 
-/// The fields of the parameter sets in `configuration`, a line each: position, name, bits, value.
-inline std::string traceH264Headers(std::span<const std::byte> configuration)
+/// The fields of the parameter sets in `configuration` and of the headers in `accessUnit`, a line each: position, name, bits, value.
+inline std::string traceH264Headers(std::span<const std::byte> configuration, std::span<const std::byte> accessUnit = {})
 {
     static std::string lines;
     lines.clear();
@@ -105,6 +105,13 @@ inline std::string traceH264Headers(std::span<const std::byte> configuration)
         lines += line;
     });
     EXPECT_EQ(av_bsf_init(filter.get()), 0);
+    if (!accessUnit.empty()) {
+        const AvPacket packet{av_packet_alloc()};
+        EXPECT_EQ(av_new_packet(packet.get(), static_cast<int>(accessUnit.size())), 0);
+        std::memcpy(packet->data, accessUnit.data(), accessUnit.size());
+        EXPECT_EQ(av_bsf_send_packet(filter.get(), packet.get()), 0);
+        EXPECT_EQ(av_bsf_receive_packet(filter.get(), packet.get()), 0);
+    }
     av_log_set_callback(av_log_default_callback);
     return lines;
 }

@@ -105,10 +105,10 @@ TEST_F(EncodingHeadroomTest, ARealEncoderTakesSomeTime)
     EXPECT_GT(*measured, 0ns);
 }
 
-TEST_F(EncodingHeadroomTest, EffortIsNormalUpToTenMillisecondsAPictureAndLowBeyond)
+TEST_F(EncodingHeadroomTest, EffortIsNormalUpToSixMillisecondsAPictureAndLowBeyond)
 {
-    EXPECT_EQ(choose(softwareEncoder(), 10ms), EncodingEffort::normal);
-    EXPECT_EQ(choose(softwareEncoder(), 10ms + 1ns), EncodingEffort::low);
+    EXPECT_EQ(choose(softwareEncoder(), 6ms), EncodingEffort::normal);
+    EXPECT_EQ(choose(softwareEncoder(), 6ms + 1ns), EncodingEffort::low);
 }
 
 TEST_F(EncodingHeadroomTest, AnEncoderInHardwareIsNotMeasured)

@@ -1,0 +1,60 @@
+// Ten real minutes of `velmora record`: what grows, and how soon the file is finished after them. Runs in a private desktop.
+
+#include "benchmarks/Figures.h"
+#include "tests/support/recording/Subjects.h"
+#include "tests/support/recording/Velmora.h"
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace {
+
+using namespace velmora::test;
+using velmora::benchmarks::Figures;
+using velmora::benchmarks::processorSeconds;
+using velmora::benchmarks::residentMegabytes;
+
+constexpr int minutes = 10;
+
+void measure(Figures& figures)
+{
+    const TemporaryDirectory directory;
+    writeNoise(directory.path() / "noise.wav", 60 * (minutes + 1));
+    const NumberedWindow window{{"--size", "1280x720", "--scene", "--motion", "25"}, directory.path() / "noise.wav"};
+    awaitPlayingStreams(1);
+    RecordingProcess recording{window.id(), directory.path() / "clip.mp4"};
+    if (!recording.hasFragment())
+        throw std::runtime_error("no recording: " + recording.finish().messages);
+    for (int minute = 1; minute <= minutes; ++minute) {
+        const double before = processorSeconds(recording.processID());
+        std::this_thread::sleep_for(std::chrono::minutes{1});
+        const auto name = "Minute " + std::to_string(minute) + ": ";
+        figures.add(name + "resident", residentMegabytes(recording.processID()), 1, "MB");
+        figures.add(name + "processor", (processorSeconds(recording.processID()) - before) / 60, 3, "s/s");
+    }
+    const auto begin = monotonicNow();
+    recording.signal(SIGINT);
+    if (const auto outcome = recording.finish(); outcome.status != 0)
+        throw std::runtime_error("the recording ended badly: " + outcome.messages);
+    figures.add("Stop to the finished file and the program's end", static_cast<double>(monotonicNow() - begin) / 1e6, 0, "ms");
+    figures.add("The file", static_cast<double>(std::filesystem::file_size(recording.file())) / 1e6, 0, "MB");
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    Figures figures{argc, argv};
+    try {
+        measure(figures);
+        figures.write();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "growth_figures: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}

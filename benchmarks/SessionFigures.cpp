@@ -1,0 +1,122 @@
+// What a person waits for who records by the shortcut, and what the program takes meanwhile, as a table. Runs in a private desktop.
+
+#include "benchmarks/Figures.h"
+#include "tests/support/desktop/Controls.h"
+#include "tests/support/desktop/TrayProgram.h"
+#include "tests/support/recording/RecordedClip.h"
+#include "tests/support/recording/Subjects.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace velmora::test;
+using namespace std::chrono_literals;
+using velmora::benchmarks::Figures;
+using velmora::benchmarks::loadAverage;
+using velmora::benchmarks::processorSeconds;
+using velmora::benchmarks::residentMegabytes;
+
+constexpr int rounds = 9;
+
+void require(bool happened, const char* what)
+{
+    if (!happened)
+        throw std::runtime_error(what);
+}
+
+/// CLOCK_MONOTONIC nanoseconds of the clip's begin: of any frame that the window showed, when it was shown less its time in the clip.
+std::int64_t beginOf(const std::filesystem::path& file, const NumberedWindow& window, std::uint32_t stillFrame)
+{
+    const auto clip = readClip(file);
+    require(clip.video.has_value(), "the clip has no pictures");
+    const auto shown = window.shown();
+    for (const auto& picture : clip.video->pictures) {
+        const auto number = picture.reading.number();
+        const auto frame = number ? shown.find(*number) : shown.end();
+        if (frame != shown.end() && frame->first > stillFrame)
+            return frame->second - static_cast<std::int64_t>(picture.time * 1e9);
+    }
+    throw std::runtime_error("the clip shows no motion");
+}
+
+double processorShare(const TrayProgram& program)
+{
+    const auto begin = monotonicNow();
+    const double before = processorSeconds(program.processID());
+    record(8s);
+    return (processorSeconds(program.processID()) - before) / (static_cast<double>(monotonicNow() - begin) / 1e9);
+}
+
+/// One recording whose start is pressed at another moment of the half second between two pictures each time. Seconds.
+double startToFirstPicture(TrayProgram& program, NumberedWindow& window, int round)
+{
+    const auto still = static_cast<std::uint32_t>(std::stoul(window.command("still").substr(6)));
+    record(1s + round * 500ms / rounds);
+    const auto press = monotonicNow();
+    require(program.startByShortcut(), "no recording by the shortcut");
+    record(1s);
+    window.command("go");
+    record(500ms);
+    require(program.saveByShortcut(), "the recording was not saved");
+    // startByShortcut() rests that long before it presses.
+    return static_cast<double>(beginOf(program.lastSavedClip(), window, still) - press) / 1e9 - 0.6;
+}
+
+void measure(Figures& figures)
+{
+    TrayProgram program;
+    record(3s);
+    figures.add("Resident with the item in the tray", residentMegabytes(program.processID()), 1, "MB");
+    NumberedWindow window{{"--size", "1280x720", "--scene", "--motion", "25", "--still"}};
+    const auto listed = awaitWindow(window.title());
+    require(program.run({"select", std::to_string(listed.id)}).status == 0 && program.hasState("capturing"), "no capture");
+    record(2s);
+    figures.add("Capturing a still window of 1280x720: processor", processorShare(program), 3, "s/s");
+    figures.add("resident", residentMegabytes(program.processID()), 1, "MB");
+    window.command("go");
+    figures.add("Capturing a quarter in motion: processor", processorShare(program), 3, "s/s");
+    figures.add("resident", residentMegabytes(program.processID()), 1, "MB");
+
+    require(program.startByShortcut(), "no recording by the shortcut");
+    figures.add("Recording that: processor", processorShare(program), 3, "s/s");
+    figures.add("resident", residentMegabytes(program.processID()), 1, "MB");
+    const auto press = monotonicNow();
+    require(program.saveByShortcut(), "the recording was not saved");
+    figures.add(
+        "Press to the finished file of 10 s, looked for by the command line", static_cast<double>(monotonicNow() - press) / 1e6, 0, "ms");
+    record(3s);
+    figures.add("Resident with the notice of the clip", residentMegabytes(program.processID()), 1, "MB");
+    require(program.run({"preview", program.lastSavedClip()}).status == 0, "no preview");
+    record(3s);
+    figures.add("Resident with a preview open", residentMegabytes(program.processID()), 1, "MB");
+
+    std::vector<double> starts;
+    for (int round = 0; round < rounds; ++round)
+        starts.push_back(startToFirstPicture(program, window, round));
+    figures.add("Press to the clip's first picture, still window, median", median(starts) * 1e3, 0, "ms");
+    figures.add("the longest of " + std::to_string(rounds), *std::max_element(starts.begin(), starts.end()) * 1e3, 0, "ms");
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    Figures figures{argc, argv};
+    try {
+        figures.text("Load average before", loadAverage());
+        measure(figures);
+        figures.text("Load average after", loadAverage());
+        figures.write();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "session_figures: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}
