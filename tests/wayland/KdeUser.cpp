@@ -90,7 +90,7 @@ public:
     /// Its controls are known before it is on the screen.
     void awaitChooser() override
     {
-        if (!AssistiveTechnology::find("push button", "Share", portal) || !waitUntil([this] { return !dialogFrame().isEmpty(); }))
+        if (!AssistiveTechnology::find("push button", "Share", portal) || !waitUntil([] { return !dialogFrame().isEmpty(); }))
             throw std::runtime_error("the desktop shows no dialog");
     }
 
