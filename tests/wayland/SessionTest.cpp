@@ -67,7 +67,7 @@ protected:
         EXPECT_TRUE(user->look().save(QString::fromStdString(file.string()))) << file;
     }
 
-    /// In the desktop's dialog, by its keys.
+    /// In the desktop's dialog, as a person does.
     void choose()
     {
         auto selected = std::async(std::launch::async, [this] { return program.run({"select", chooser}); });
@@ -79,6 +79,7 @@ protected:
         ASSERT_TRUE(program.hasState("capturing"));
     }
 
+    /// A clip begins up to half a second later.
     void start()
     {
         const auto outcome = program.run({"toggle"});
@@ -157,7 +158,7 @@ TEST_F(WaylandDesktopTest, AWindowThatIsChosenInTheDesktopsDialogIsRecordedAndNe
     keepLook("saved");
     const auto clip = expectTheWindow(file);
     EXPECT_GT(framesSeen(clip), 5U);
-    EXPECT_GT(clip.duration, 2.5);
+    EXPECT_GT(clip.duration, 2.0);
 
     program.restart();
     const auto selected = program.run({"select", firstGrant});
@@ -178,7 +179,7 @@ TEST_F(WaylandDesktopTest, AWindowThatStandsStillIsRecorded)
     start();
     record(3s);
     const auto clip = expectTheWindow(save());
-    EXPECT_GT(clip.duration, 2.5);
+    EXPECT_GT(clip.duration, 2.0);
     EXPECT_EQ(framesSeen(clip), 1U);
     EXPECT_EQ(clip.video->pictures.back().reading.top, std::stoul(answer.substr(6)));
 }
@@ -193,7 +194,7 @@ TEST_F(WaylandDesktopTest, AWindowThatIsResizedGoesOnInTheSizeOfTheClip)
     ASSERT_EQ(window.command("resize 480x360"), "ok");
     record(2s);
     const auto clip = expectTheWindow(save());
-    EXPECT_GT(clip.duration, 4.5);
+    EXPECT_GT(clip.duration, 4.0);
     const auto& pictures = clip.video->pictures;
     double longest = 0;
     for (std::size_t i = 1; i < pictures.size(); ++i)
@@ -218,7 +219,7 @@ TEST_F(WaylandDesktopTest, AMinimisedWindowLeavesAClipThatPlays)
     ASSERT_EQ(window.command("minimise"), "ok");
     record(2s);
     const auto clip = expectTheWindow(save());
-    EXPECT_GT(clip.duration, 2.5);
+    EXPECT_GT(clip.duration, 2.0);
     std::cout << "  frames seen of " << clip.duration * 30 << ": " << framesSeen(clip) << "\n";
 }
 
