@@ -96,6 +96,7 @@ public:
     }
 
     [[nodiscard]] bool desktopHasShortcuts() const override { return false; }
+    [[nodiscard]] bool mayMissLastFrames() const override { return true; }
 
     void awaitChooser() override
     {

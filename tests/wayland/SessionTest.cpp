@@ -181,7 +181,12 @@ TEST_F(WaylandDesktopTest, AWindowThatStandsStillIsRecorded)
     const auto clip = expectTheWindow(save());
     EXPECT_GT(clip.duration, 2.0);
     EXPECT_EQ(framesSeen(clip), 1U);
-    EXPECT_EQ(clip.video->pictures.back().reading.top, std::stoul(answer.substr(6)));
+    // GNOME now and then leaves out the very last changes before a window stands still; half a second's at most is let pass.
+    const auto shown = static_cast<std::int64_t>(clip.video->pictures.back().reading.top.value_or(0));
+    const auto behind = std::stoll(answer.substr(6)) - shown;
+    std::cout << "  frames behind the window: " << behind << "\n";
+    EXPECT_GE(behind, 0);
+    EXPECT_LE(behind, user->mayMissLastFrames() ? 15 : 0);
 }
 
 TEST_F(WaylandDesktopTest, AWindowThatIsResizedGoesOnInTheSizeOfTheClip)
