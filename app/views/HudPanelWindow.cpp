@@ -69,7 +69,7 @@ public:
     void orderFrontAndFadeIn() override
     {
         fade_.stop();
-        view_.setOpacity(0);
+        setOpacity(0);
         view_.show();
         view_.raise();
         fadeTo(1, fadeIn);
@@ -88,7 +88,7 @@ private:
             setOpacity(opacity);
             return hideIfTransparent();
         }
-        fade_.setStartValue(view_.opacity());
+        fade_.setStartValue(opacity_);
         fade_.setEndValue(opacity);
         fade_.setDuration(static_cast<int>(duration.count()));
         fade_.start();
@@ -96,18 +96,24 @@ private:
 
     void setOpacity(double opacity)
     {
+        opacity_ = opacity;
+        // A Wayland desktop has no such thing: there the panel comes and goes at once.
+        if (isWayland_)
+            return;
         view_.setOpacity(opacity);
         flush();
     }
 
     void hideIfTransparent()
     {
-        if (view_.opacity() <= 0.0)
+        if (opacity_ <= 0.0)
             view_.hide();
     }
 
     ClipSavedHUDModel model_;
     QQuickView view_;
+    const bool isWayland_ = QGuiApplication::platformName().startsWith(QLatin1String{"wayland"});
+    double opacity_ = 1;
     QVariantAnimation fade_;
 };
 

@@ -82,8 +82,10 @@ std::optional<CastPicture> CastBuffer::picture(const CastFormat& format) const
         static_cast<const spa_meta_region*>(spa_buffer_find_meta_data(&buffer_, SPA_META_VideoCrop, sizeof(spa_meta_region)));
     if (crop && spa_meta_region_is_valid(crop) && isPlausible(crop->region)) {
         const auto content = rectangle(crop->region).intersected(whole);
-        if (!content.isEmpty())
+        if (!content.isEmpty()) {
             picture.content = content;
+            picture.isCropped = true;
+        }
     }
     return picture;
 }

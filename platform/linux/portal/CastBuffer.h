@@ -20,6 +20,7 @@ struct CastPicture {
     std::size_t bytesPerRow = 0;
     PixelRect content;
     bool isRedFirst = false;
+    bool isCropped = false;  ///< the desktop said where the window is
 };
 
 /// What a buffer says beside its picture.

@@ -3,6 +3,7 @@
 #include "platform/linux/pipewire/PipeWireHandles.h"
 #include "platform/linux/portal/CastBuffer.h"
 #include "platform/linux/portal/CastFormats.h"
+#include "platform/linux/portal/CastShadow.h"
 #include "platform/linux/portal/Errors.h"
 
 #include <cerrno>
@@ -82,6 +83,7 @@ private:
     void onRemoveBuffer(pw_buffer* buffer);
     void onProcess();
     void examine(pw_buffer* buffer);
+    [[nodiscard]] PixelRect windowIn(const CastPicture& picture, const CastBuffer& buffer);
     void work();
     void stop(PortalErrorCode code, const std::string& description) { stop(failPortal(code, description).value()); }
     void stop(const Error& error);
@@ -105,6 +107,8 @@ private:
     CastPicture newestPicture_;
     std::optional<std::int64_t> newestTime_;
     std::optional<std::int64_t> lastTime_;  // of any buffer in this format
+    std::optional<PixelRect> crop_;  // in which the window is at window_
+    PixelRect window_;
     bool missedSome_ = false;  // a buffer was skipped whose damage nothing tells
     bool isReconnecting_ = false;
 
@@ -248,6 +252,7 @@ void CastStream::Session::disconnectStream()
     buffers_.clear();
     stream_.reset();
     format_.reset();
+    crop_.reset();
     lastTime_.reset();
 }
 
@@ -326,7 +331,7 @@ void CastStream::Session::examine(pw_buffer* buffer)
     const auto found = buffers_.find(buffer);
     const auto news = found == buffers_.end() ? CastNews{} : found->second->news();
     const bool isRepeat = newest_ && news.time && news.time == lastTime_ && news.damage.empty();
-    const auto picture = format_ && found != buffers_.end() ? found->second->picture(*format_) : std::nullopt;
+    auto picture = format_ && found != buffers_.end() ? found->second->picture(*format_) : std::nullopt;
     if (isRepeat || !picture) {
         missedSome_ = missedSome_ || !isRepeat;
         pw_stream_queue_buffer(stream_.get(), buffer);
@@ -334,6 +339,7 @@ void CastStream::Session::examine(pw_buffer* buffer)
     }
     if (auto* older = std::exchange(newest_, buffer))
         pw_stream_queue_buffer(stream_.get(), older);
+    picture->content = windowIn(*picture, *found->second);
     newestPicture_ = *picture;
     newestTime_ = news.time == lastTime_ ? std::nullopt : news.time;
     lastTime_ = news.time;
@@ -353,6 +359,23 @@ void CastStream::Session::examine(pw_buffer* buffer)
     missedSome_ = false;
     if (!std::exchange(hadPicture_, true))
         callbacks_.firstPicture(picture->content.width, picture->content.height, application_);
+}
+
+/// Looked for once a crop, so that it does not move with what the window shows.
+PixelRect CastStream::Session::windowIn(const CastPicture& picture, const CastBuffer& buffer)
+{
+    if (!picture.isCropped)
+        return picture.content;
+    if (crop_ == picture.content)
+        return window_;
+    buffer.beginReading();
+    const auto window = contentWithoutShadow(picture);
+    buffer.endReading();
+    if (!window)
+        return picture.content;
+    crop_ = picture.content;
+    window_ = *window;
+    return window_;
 }
 
 /// Delivers what is due, and comes again when the next is.

@@ -171,6 +171,18 @@ TEST_F(CastStreamTest, OnlyTheCropIsTheWindow)
     EXPECT_EQ(recorder.complaints(), "");
 }
 
+TEST_F(CastStreamTest, TheShadowWithinTheCropIsNotTheWindow)
+{
+    open();
+    cast->show({.number = 7, .crop = PixelRect{20, 10, 500, 400}, .shadow = 30, .damage = {}, .time = {}});
+    EXPECT_EQ(watcher.waitForSize(), (PixelRect{0, 0, 440, 340}));
+    attach(440, 340);
+    waitForNumber(7);
+    // Of another crop.
+    cast->show({.number = 8, .crop = PixelRect{0, 0, 460, 360}, .shadow = 10, .damage = {}, .time = {}});
+    waitForNumber(8);
+}
+
 TEST_F(CastStreamTest, ACropThatChangesItsSizeIsFittedIn)
 {
     openAndAttach();

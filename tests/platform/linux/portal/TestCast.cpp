@@ -125,7 +125,11 @@ struct TestCast::Implementation {
     void draw(const Frame& frame)
     {
         const PixelRect whole{0, 0, options.width, options.height};
-        const auto window = frame.crop.value_or(whole);
+        const auto crop = frame.crop.value_or(whole);
+        const auto shadow = frame.shadow;
+        const PixelRect window{crop.x + shadow, crop.y + shadow, crop.width - 2 * shadow, crop.height - 2 * shadow};
+        const auto alpha = shadow > 0 ? 0xff000000U : 0U;
+        const auto outside = shadow > 0 ? 0x80777777U : 0x777777U;
         for (std::int32_t y = 0; y < options.height; ++y) {
             for (std::int32_t x = 0; x < options.width; ++x) {
                 const PixelRect pixel{x, y, 1, 1};
@@ -135,7 +139,7 @@ struct TestCast::Implementation {
                 if (!isWanted)
                     continue;
                 const auto colour =
-                    window.intersected(pixel).isEmpty() ? 0x777777U : colourAt(x - window.x, y - window.y, window, frame.number);
+                    window.intersected(pixel).isEmpty() ? outside : alpha | colourAt(x - window.x, y - window.y, window, frame.number);
                 picture[static_cast<std::size_t>(y) * static_cast<std::size_t>(options.width) + static_cast<std::size_t>(x)] =
                     options.isRedFirst ? swapped(colour) : colour;
             }

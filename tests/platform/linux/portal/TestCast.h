@@ -25,6 +25,7 @@ public:
     struct Frame {
         std::uint32_t number = 0;
         std::optional<PixelRect> crop;  ///< the window within the picture; the rest is noise
+        std::int32_t shadow = 0;  ///< pixels at the crop's edge that are half transparent and not the window; the window then is opaque
         std::vector<PixelRect> damage;  ///< none: nothing is told
         bool isCorrupt = false;  ///< and shows another number
         bool isEmpty = false;

@@ -1,0 +1,126 @@
+// GNOME's user: keys by the compositor's own remote control, pictures by the shell's screenshots.
+
+#include "tests/support/desktop/Controls.h"
+#include "tests/support/desktop/TrayProgram.h"
+#include "tests/wayland/DesktopUser.h"
+
+#include <QDBusConnection>
+#include <QDBusInterface>
+#include <QDBusObjectPath>
+#include <QDBusReply>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace velmora::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const QString remoteDesktop = QStringLiteral("org.gnome.Mutter.RemoteDesktop");
+
+QDBusMessage call(
+    const QString& service, const QString& path, const QString& interface, const QString& method, const QVariantList& arguments = {})
+{
+    auto message = QDBusMessage::createMethodCall(service, path, interface, method);
+    message.setArguments(arguments);
+    auto answer = QDBusConnection::sessionBus().call(message);
+    if (answer.type() != QDBusMessage::ReplyMessage)
+        throw std::runtime_error((method + ": " + answer.errorMessage()).toStdString());
+    return answer;
+}
+
+/// A keyboard for as long as it exists. The shell shows that somebody has control meanwhile.
+class RemoteKeyboard {
+public:
+    RemoteKeyboard()
+    {
+        path_ = call(remoteDesktop, QStringLiteral("/org/gnome/Mutter/RemoteDesktop"), remoteDesktop, QStringLiteral("CreateSession"))
+                    .arguments()
+                    .value(0)
+                    .value<QDBusObjectPath>()
+                    .path();
+        session(QStringLiteral("Start"));
+        // The first key only makes the keyboard known.
+        press(Key::leftShift, true);
+        press(Key::leftShift, false);
+        record(300ms);
+    }
+    ~RemoteKeyboard()
+    {
+        record(300ms);
+        QDBusConnection::sessionBus().call(
+            QDBusMessage::createMethodCall(remoteDesktop, path_, remoteDesktop + QStringLiteral(".Session"), QStringLiteral("Stop")));
+    }
+    RemoteKeyboard(const RemoteKeyboard&) = delete;
+    RemoteKeyboard& operator=(const RemoteKeyboard&) = delete;
+
+    void press(Key key, bool isDown) { session(QStringLiteral("NotifyKeyboardKeycode"), {static_cast<std::uint32_t>(key), isDown}); }
+
+    void press(const std::vector<Key>& keys)
+    {
+        for (const auto key : keys)
+            press(key, true);
+        std::for_each(keys.rbegin(), keys.rend(), [this](Key key) { press(key, false); });
+        record(300ms);
+    }
+
+private:
+    void session(const QString& method, const QVariantList& arguments = {})
+    {
+        call(remoteDesktop, path_, remoteDesktop + QStringLiteral(".Session"), method, arguments);
+    }
+
+    QString path_;
+};
+
+class GnomeUser final : public DesktopUser {
+public:
+    GnomeUser()
+    {
+        // The shell gives screenshots to few programs; it knows them by their names.
+        if (!QDBusConnection::sessionBus().registerService(QStringLiteral("org.gnome.Screenshot")))
+            throw std::runtime_error("no name on the session bus");
+    }
+
+    void press(const std::vector<Key>& keys) override { RemoteKeyboard{}.press(keys); }
+
+    QImage look() override
+    {
+        TemporaryDirectory directory;
+        const auto file = QString::fromStdString((directory.path() / "screen.png").string());
+        const auto shell = QStringLiteral("org.gnome.Shell.Screenshot");
+        call(shell, QStringLiteral("/org/gnome/Shell/Screenshot"), shell, QStringLiteral("Screenshot"), {true, false, file});
+        return QImage{file};
+    }
+
+    [[nodiscard]] bool desktopHasShortcuts() const override { return false; }
+    [[nodiscard]] bool mayMissLastFrames() const override { return true; }
+
+    void awaitChooser() override
+    {
+        if (!AssistiveTechnology::find("frame", "Screen Share", "xdg-desktop-portal-gnome"))
+            throw std::runtime_error("the desktop shows no dialog");
+    }
+
+    /// From the box "Remember this selection", which is checked, down to the list and back to "Share".
+    void chooseFirstWindow() override
+    {
+        RemoteKeyboard keyboard;
+        keyboard.press({Key::tab});
+        keyboard.press({Key::space});
+        keyboard.press({Key::leftShift, Key::tab});
+        keyboard.press({Key::leftShift, Key::tab});
+        keyboard.press({Key::space});
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<DesktopUser> makeGnomeUser()
+{
+    return std::make_unique<GnomeUser>();
+}
+
+}  // namespace velmora::test

@@ -1,0 +1,30 @@
+#include "tests/wayland/SharedWindow.h"
+
+#include <stdexcept>
+
+namespace velmora::test {
+
+namespace {
+
+std::vector<std::string> commandLine(const std::vector<std::string>& options)
+{
+    std::vector<std::string> arguments{VELMORA_WAYLAND_WINDOW};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return arguments;
+}
+
+}  // namespace
+
+SharedWindow::SharedWindow(const std::vector<std::string>& options) : process_(commandLine(options))
+{
+    if (process_.readLine(patience) != "ready")
+        throw std::runtime_error("no window to share");
+}
+
+std::string SharedWindow::command(const std::string& line)
+{
+    process_.send(line);
+    return process_.readLine(patience).value_or("");
+}
+
+}  // namespace velmora::test
