@@ -84,8 +84,13 @@ void measure(Figures& figures)
     figures.add("Capturing a quarter in motion: processor", processorShare(program), 3, "s/s");
     figures.add("resident", residentMegabytes(program.processID()), 1, "MB");
 
+    window.command("still");
     require(program.startByShortcut(), "no recording by the shortcut");
-    figures.add("Recording that: processor", processorShare(program), 3, "s/s");
+    figures.add("Recording it still again, without sound: processor", processorShare(program), 3, "s/s");
+    require(program.saveByShortcut(), "the recording was not saved");
+    window.command("go");
+    require(program.startByShortcut(), "no recording by the shortcut");
+    figures.add("Recording a quarter in motion: processor", processorShare(program), 3, "s/s");
     figures.add("resident", residentMegabytes(program.processID()), 1, "MB");
     const auto press = monotonicNow();
     require(program.saveByShortcut(), "the recording was not saved");
