@@ -301,6 +301,10 @@ void ScreenCaptureKitService::retire(const std::shared_ptr<ManualRecordingWriter
 void ScreenCaptureKitService::drain()
 {
     stoppingStreams_->wait();
+    // A picture that is being handled holds this service: were it the last owner, its queue would go on while the program ends.
+    sampleQueue_->drain();
+    audioQueue_->drain();
+    encoder_.outputQueue().drain();
     for (const auto& retired : std::exchange(retiredWriters_, {})) {
         if (const auto writer = retired.lock())
             writer->drain();

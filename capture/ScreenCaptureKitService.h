@@ -83,8 +83,8 @@ public:
     /// Ends the recording and saves it. `completion` is called exactly once, on the main thread.
     void stopManualRecording(StopRecordingCompletion completion);
 
-    /// Returns when every stream that was asked to stop has stopped, and every writer that was cancelled or finished has done its work.
-    /// Before the program ends.
+    /// Returns when every stream that was asked to stop has stopped, what it delivered has been handled, and every writer that was
+    /// cancelled or finished has done its work. Before the program ends; on the main thread.
     void drain();
 
     /// Calls `completion` once, on the main thread, when every stream that was asked to stop has stopped.

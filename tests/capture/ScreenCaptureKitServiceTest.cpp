@@ -11,6 +11,8 @@
 #include "tests/support/Samples.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <atomic>
+#include <future>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -579,6 +581,27 @@ TEST_F(ScreenCaptureKitServiceTest, StopsWhileBuffersPourIn)
     service->drain();
     EXPECT_FALSE(std::filesystem::exists(url));
     EXPECT_FALSE(service->isRecordingManualClip());
+}
+
+TEST_F(ScreenCaptureKitServiceTest, DrainingWaitsForWhatIsBeingHandled)
+{
+    startOrFail();
+    std::promise<void> gate;
+    const auto open = gate.get_future().share();
+    std::atomic<int> handled = 0;
+    for (const auto& output : stream().outputs) {
+        output.queue->async([&handled, open] {
+            open.wait();
+            ++handled;
+        });
+    }
+    service->stopCapture();
+    auto handledAtReturn = std::async(std::launch::async, [&] {
+        service->drain();
+        return handled.load();
+    });
+    gate.set_value();
+    EXPECT_EQ(handledAtReturn.get(), 2);
 }
 
 }  // namespace

@@ -277,9 +277,9 @@ private:
 const std::vector<VideoEncoderCandidate>& videoEncoderCandidates()
 {
     // libx264 must not tell decoders that its frames come at a fixed rate (ITU-T H.264 E.2.1, fixed_frame_rate_flag).
-    static const std::string x264HeaderParameters = x264Parameters + std::string{":force-cfr=0"};
+    static const auto& x264HeaderParameters = *new std::string{x264Parameters + std::string{":force-cfr=0"}};
     // Each is told to hold no frame back and to make an IDR frame of every key frame that is asked for.
-    static const std::vector<VideoEncoderCandidate> candidates{
+    static const auto& candidates = *new std::vector<VideoEncoderCandidate>{
         {.name = "h264_nvenc",
             .layout = Layout::nv12,
             .options = {{"preset", "p4"}, {"tune", "ll"}, {"profile", "high"}, {"rc", "vbr"}, {"zerolatency", "1"}, {"delay", "0"},

@@ -79,7 +79,7 @@ struct VideoEncoderCandidate {
     std::optional<Option> headerOption = std::nullopt;
 };
 
-/// All candidates, the preferred one first.
+/// All candidates, the preferred one first. Never destroyed.
 [[nodiscard]] const std::vector<VideoEncoderCandidate>& videoEncoderCandidates();
 
 /// Opens `candidate`. Fails with the AVERROR of the first step that is not possible on this machine.
