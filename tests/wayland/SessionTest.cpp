@@ -4,6 +4,7 @@
 #include "tests/support/desktop/DesktopServices.h"
 #include "tests/support/desktop/TrayProgram.h"
 #include "tests/support/recording/RecordedClip.h"
+#include "tests/support/sound/ChildProcess.h"
 #include "tests/wayland/DesktopUser.h"
 #include "tests/wayland/SharedWindow.h"
 
@@ -68,12 +69,14 @@ protected:
     }
 
     /// In the desktop's dialog, as a person does: who has seen it crash, as KDE's does now and then, opens it again.
-    void choose()
+    void choose(const std::vector<std::string>& options = {})
     {
+        std::vector<std::string> command{"select", chooser};
+        command.insert(command.end(), options.begin(), options.end());
         constexpr int attempts = 4;
         ProgramOutcome outcome;
         for (int attempt = 0; attempt < attempts; ++attempt) {
-            auto selected = std::async(std::launch::async, [this] { return program.run({"select", chooser}); });
+            auto selected = std::async(std::launch::async, [&] { return program.run(command); });
             user->awaitChooser();
             keepLook("chooser");
             user->chooseFirstWindow();
@@ -175,6 +178,23 @@ TEST_F(WaylandDesktopTest, AWindowThatIsChosenInTheDesktopsDialogIsRecordedAndNe
     record(1s);
     const auto again = expectTheWindow(save());
     EXPECT_GT(framesSeen(again), 2U);
+}
+
+TEST_F(WaylandDesktopTest, OfTwoApplicationsThatPlayTheOneThatWasChosenIsHeardAlone)
+{
+    ChildProcess first{{VELMORA_TONE_PLAYER, "440", "First player"}};
+    ChildProcess second{{VELMORA_TONE_PLAYER, "1000", "Second player"}};
+    ASSERT_EQ(first.readLine(patience), "playing");
+    ASSERT_EQ(second.readLine(patience), "playing");
+    choose({"--sound", "Second player"});
+    start();
+    record(3s);
+    const auto clip = expectTheWindow(save());
+    ASSERT_TRUE(clip.audio);
+    const auto levels = clip.audio->levels(1000, 440);
+    std::cout << "  tone " << levels.tone << " dB, the other " << levels.otherAgainstTone << " dB against it\n";
+    EXPECT_GT(levels.tone, -20);
+    EXPECT_LT(levels.otherAgainstTone, -60);
 }
 
 TEST_F(WaylandDesktopTest, AWindowThatStandsStillIsRecorded)
