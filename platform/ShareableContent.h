@@ -99,9 +99,9 @@ public:
     /// request cancels one that is on its way.
     virtual void requestWindow(std::uint32_t /*windowID*/, RequestCompletion /*completion*/) { }
 
-    /// The last step of a request, for windows that needed one: asks, each time afresh, whose sound may go with the window that was granted. Where there are choices,
-    /// the window stays granted until one is made or it is given back. Main thread; `completion` is called once, on the main thread, not
-    /// before this call has returned.
+    /// The last step of a request, for windows that needed one: asks, each time afresh, whose sound may go with the window that was
+    /// granted. Where there are choices, the window stays granted until one is made or it is given back. Main thread; `completion` is
+    /// called once, on the main thread, not before this call has returned.
     virtual void getSoundChoices(std::uint32_t /*windowID*/, SoundCompletion /*completion*/) { }
 
     /// One of the choices. It holds for captures of the window that begin from now on, and is remembered with the window. Main thread.
