@@ -39,8 +39,9 @@ Result<void> X11EventThread::run(UniqueFunction<void(Context&)> work)
     Job job;
     job.work = std::move(work);
     MutexLock lock(mutex_);
+    assert(!waiting_);
     if (!isLost_) {
-        jobs_.push_back(&job);
+        waiting_ = &job;
         wakeUp_.signal();
         while (!job.isDone)
             jobDone_.wait(mutex_);
@@ -57,7 +58,7 @@ void X11EventThread::loop()
     bool any = false;
     for (;;) {
         wakeUp_.clear();
-        runJobs(context);
+        runJob(context);
         while (const Event event = connection_->poll()) {
             dispatch(*event);
             any = true;
@@ -87,31 +88,28 @@ void X11EventThread::loop()
     }
 }
 
-void X11EventThread::runJobs(Context& context)
+void X11EventThread::runJob(Context& context)
 {
-    for (;;) {
-        Job* job = nullptr;
-        {
-            MutexLock lock(mutex_);
-            if (jobs_.empty())
-                return;
-            job = jobs_.front();
-            jobs_.pop_front();
-        }
-        job->work(context);
+    Job* job = nullptr;
+    {
         MutexLock lock(mutex_);
-        job->hasRun = true;
-        job->isDone = true;
-        jobDone_.notifyAll();
+        job = std::exchange(waiting_, nullptr);
     }
+    if (!job)
+        return;
+    job->work(context);
+    MutexLock lock(mutex_);
+    job->hasRun = true;
+    job->isDone = true;
+    jobDone_.notifyAll();
 }
 
 void X11EventThread::endJobs()
 {
     MutexLock lock(mutex_);
     isLost_ = true;
-    for (auto* job : std::exchange(jobs_, {}))
-        job->isDone = true;
+    if (waiting_)
+        std::exchange(waiting_, nullptr)->isDone = true;
     jobDone_.notifyAll();
 }
 

@@ -7,7 +7,6 @@
 #include "platform/linux/WakeUp.h"
 #include "platform/linux/x11/Connection.h"
 
-#include <deque>
 #include <memory>
 #include <string>
 #include <thread>
@@ -42,8 +41,8 @@ public:
     X11EventThread(const X11EventThread&) = delete;
     X11EventThread& operator=(const X11EventThread&) = delete;
 
-    /// Runs `work` on the thread and returns when it has run. Main thread only. Fails, `work` not run, when the display cannot be
-    /// reached (the next call tries again) or the connection was lost.
+    /// Runs `work` on the thread and returns when it has run; events that earlier work had read in were handled before. Main thread only.
+    /// Fails, `work` not run, when the display cannot be reached (the next call tries again) or the connection was lost.
     Result<void> run(UniqueFunction<void(Context&)> work);
 
 private:
@@ -54,7 +53,7 @@ private:
     };
 
     void loop();
-    void runJobs(Context& context);
+    void runJob(Context& context);
     void endJobs();
     void dispatch(const xcb_generic_event_t& event);
 
@@ -66,7 +65,7 @@ private:
 
     Mutex mutex_;
     ConditionVariable jobDone_;
-    std::deque<Job*> jobs_ GUARDED_BY(mutex_);
+    Job* waiting_ GUARDED_BY(mutex_) = nullptr;
     bool isStopping_ GUARDED_BY(mutex_) = false;
     bool isLost_ GUARDED_BY(mutex_) = false;
 };
