@@ -35,14 +35,34 @@ namespace velmora {
 
 namespace {
 
-bool hasDisplay()
+bool isSet(const char* variable)
 {
-    for (const char* variable : {"DISPLAY", "WAYLAND_DISPLAY"}) {
-        if (const char* value = std::getenv(variable); value && *value)
-            return true;
-    }
-    return false;
+    const char* value = std::getenv(variable);
+    return value && *value;
 }
+
+/// Has Qt show the program's windows as an X11 program's wherever there is Xwayland. A Wayland compositor lets no program place a window,
+/// show it above the others, or keep the focus from it, and the panel of a saved clip needs all three.
+class PreferXwayland {
+public:
+    PreferXwayland()
+    {
+        if (isChosen_)
+            setenv(variable, "xcb;wayland", 0);
+    }
+    /// Programs that this one starts choose for themselves.
+    ~PreferXwayland()
+    {
+        if (isChosen_)
+            unsetenv(variable);
+    }
+    PreferXwayland(const PreferXwayland&) = delete;
+    PreferXwayland& operator=(const PreferXwayland&) = delete;
+
+private:
+    static constexpr const char* variable = "QT_QPA_PLATFORM";
+    const bool isChosen_ = isSet("WAYLAND_DISPLAY") && isSet("DISPLAY") && !isSet(variable);
+};
 
 platform::ApplicationIcon applicationIcon()
 {
@@ -189,11 +209,13 @@ private:
 
 int runVelmoraApp(int& argc, char** argv)
 {
-    if (!hasDisplay()) {
+    if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY")) {
         std::fputs("Velmora needs a desktop: neither DISPLAY nor WAYLAND_DISPLAY is set.\n", stderr);
         return command_line::failed;
     }
+    std::optional<PreferXwayland> duringStart{std::in_place};
     QApplication application{argc, argv};
+    duringStart.reset();
     // Qt takes the user's locale over; the player's library knows numbers of "C" only.
     std::setlocale(LC_NUMERIC, "C");
     QApplication::setQuitOnLastWindowClosed(AppDelegate::applicationShouldTerminateAfterLastWindowClosed());

@@ -70,7 +70,10 @@ std::string windowsAsTable(const std::vector<CapturedWindowInfo>& windows)
         return "No window can be recorded.\n";
     QString table;
     for (const auto& window : windows) {
-        const auto size = QStringLiteral("%1x%2").arg(window.frame.width, 0, 'f', 0).arg(window.frame.height, 0, 'f', 0);
+        // One that is still to be chosen has none.
+        const auto size = window.frame == Rect{}
+            ? QString{}
+            : QStringLiteral("%1x%2").arg(window.frame.width, 0, 'f', 0).arg(window.frame.height, 0, 'f', 0);
         table += QStringLiteral("%1  %2  %3  %4\n")
                      .arg(window.id, 10)
                      .arg(size, -11)

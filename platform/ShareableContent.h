@@ -27,6 +27,7 @@ struct ShareableWindow {
     std::int64_t windowLayer = 0;  ///< 0 is the layer of ordinary windows
     bool isOnScreen = false;
     std::optional<RunningApplication> owningApplication;
+    bool isChoice = false;  ///< no window yet but one to be chosen by the user when this is requested; it has no frame
 
     friend bool operator==(const ShareableWindow&, const ShareableWindow&) = default;
 };

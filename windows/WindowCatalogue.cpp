@@ -34,7 +34,7 @@ std::optional<CapturedWindowInfo> entry(const platform::ShareableWindow& window,
     const auto& application = window.owningApplication;
     if (!application || application->processID == ownProcessID || window.windowLayer != 0)
         return std::nullopt;
-    if (!(window.frame.width >= minimumSide && window.frame.height >= minimumSide))
+    if (!window.isChoice && !(window.frame.width >= minimumSide && window.frame.height >= minimumSide))
         return std::nullopt;
     return CapturedWindowInfo{
         .id = window.windowID,

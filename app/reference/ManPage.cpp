@@ -83,6 +83,12 @@ The command line makes no sense.
 .B DISPLAY
 The X display whose windows are recorded.
 .TP
+.B WAYLAND_DISPLAY
+That the desktop is one of Wayland: windows are recorded through its portal, and the program's own are shown by Xwayland where there is one.
+.TP
+.B QT_QPA_PLATFORM
+With \fIwayland\fR the program's own windows do without Xwayland.
+.TP
 .B DBUS_SESSION_BUS_ADDRESS
 The session bus on which the commands for the program that runs reach it.
 .TP

@@ -37,7 +37,7 @@ protected:
     /// No compositor answers under that name: what the program shows comes by way of the X server.
     [[nodiscard]] Environment environment() const
     {
-        return {{"DBUS_SESSION_BUS_ADDRESS", bus.address()}, {"WAYLAND_DISPLAY", "velmora-test"}, {"QT_QPA_PLATFORM", "xcb"},
+        return {{"DBUS_SESSION_BUS_ADDRESS", bus.address()}, {"WAYLAND_DISPLAY", "velmora-test"},
             {"XDG_STATE_HOME", directory.path().string()}};
     }
 

@@ -12,6 +12,7 @@ namespace velmora::test {
 
 /// Codes of linux/input-event-codes.h.
 enum class Key : std::uint32_t {
+    escape = 1,
     tab = 15,
     enter = 28,
     leftShift = 42,

@@ -232,6 +232,9 @@ QString WindowPickerModel::symbolName(const QString& appName)
 
 QString WindowPickerModel::sizeText(const Rect& frame)
 {
+    // One that is still to be chosen.
+    if (frame == Rect{})
+        return {};
     return QStringLiteral("%1 × %2 pt").arg(static_cast<qint64>(frame.width)).arg(static_cast<qint64>(frame.height));
 }
 

@@ -182,6 +182,7 @@ Rectangle {
                                 maximumLineCount: 1
                             }
                             Label {
+                                visible: text !== ""
                                 text: row.sizeText
                                 color: Theme.secondaryText
                                 opacity: 0.8

@@ -22,7 +22,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
-// The least that the catalogue lists: the chooser has no size.
+// The least that the catalogue lists. What the user chose in the desktop's dialog is not too small to be listed.
 constexpr double smallestSide = 100;
 
 /// A window while it is shared. Made and destroyed on the main thread.
@@ -47,24 +47,29 @@ struct Cast {
     std::optional<SoundingApplication> sounding;  ///< the one whose sound is taken
 };
 
-platform::ShareableWindow makeEntry(
-    std::uint32_t id, const std::string& name, std::string title, double width, double height, bool isOnScreen)
+platform::ShareableWindow makeEntry(std::uint32_t id, const std::string& name, std::string title)
 {
-    return {
-        .windowID = id,
-        .title = std::move(title),
-        .frame = {0, 0, width, height},
-        .windowLayer = 0,
-        .isOnScreen = isOnScreen,
-        .owningApplication = platform::RunningApplication{.bundleIdentifier = {}, .applicationName = name, .processID = 0},
-    };
+    platform::ShareableWindow entry;
+    entry.windowID = id;
+    entry.title = std::move(title);
+    entry.owningApplication = platform::RunningApplication{.bundleIdentifier = {}, .applicationName = name, .processID = 0};
+    return entry;
+}
+
+platform::ShareableWindow chooserEntry()
+{
+    auto entry = makeEntry(PortalShareableContent::chooserID, "Choose a window…", "in this desktop's own dialog");
+    entry.isChoice = true;
+    return entry;
 }
 
 platform::ShareableWindow entryFor(const WindowGrant& grant, bool isOnScreen)
 {
     const auto time = QLocale{}.toString(QDateTime::fromSecsSinceEpoch(grant.grantedAt), QLocale::ShortFormat);
-    return makeEntry(grant.id, "Shared window", "chosen " + time.toStdString(), std::max<double>(smallestSide, grant.width),
-        std::max<double>(smallestSide, grant.height), isOnScreen);
+    auto entry = makeEntry(grant.id, "Shared window", "chosen " + time.toStdString());
+    entry.frame = {0, 0, std::max<double>(smallestSide, grant.width), std::max<double>(smallestSide, grant.height)};
+    entry.isOnScreen = isOnScreen;
+    return entry;
 }
 
 platform::RunningApplication runningApplication(const SoundingApplication& application)
@@ -159,8 +164,7 @@ public:
             if (!shared || shared->id != grant.id)
                 content.windows.push_back(entryFor(grant, false));
         }
-        content.windows.push_back(
-            makeEntry(chooserID, "Choose a window…", "in this desktop's own dialog", smallestSide, smallestSide, false));
+        content.windows.push_back(chooserEntry());
         return content;
     }
 

@@ -133,6 +133,17 @@ protected:
     std::vector<std::string> errors;
 };
 
+TEST_F(WindowPickerRequestTest, AWindowThatIsStillToBeChosenIsListedWithoutASize)
+{
+    list({window(1, "Choose", "a window")});
+    auto& choice = content->content.windows.front();
+    choice.isChoice = true;
+    choice.frame = {};
+    appear();
+    ASSERT_EQ(model.rowCount(), 1);
+    EXPECT_EQ(cell(0, WindowPickerModel::SizeText), QString{});
+}
+
 TEST_F(WindowPickerRequestTest, AWindowThatNeedsItIsRequestedBeforeItIsCaptured)
 {
     startRequest();
