@@ -83,7 +83,6 @@ public:
     using Completion = UniqueFunction<void(Result<ShareableContent>)>;
     /// The window as it was granted, perhaps another one than was asked for; none when the user cancelled.
     using RequestCompletion = UniqueFunction<void(Result<std::optional<ShareableWindow>>)>;
-
     /// None: there is nothing to choose, because nothing can sound.
     using SoundCompletion = UniqueFunction<void(std::optional<SoundChoices>)>;
 
@@ -95,6 +94,8 @@ public:
     /// True for a listed window that its user has to grant first, in a dialog of the desktop's own: such a window is to be requested
     /// before it is captured, and what is granted is captured instead of it. Main thread.
     [[nodiscard]] virtual bool needsRequest(std::uint32_t /*windowID*/) const { return false; }
+
+    // The rest is for windows that need to be requested: nobody calls it on a provider that has none.
 
     /// For windows that need it. Main thread; `completion` is called once, on the main thread, not before this call has returned. A later
     /// request cancels one that is on its way.

@@ -11,6 +11,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace velmora::test {
 
@@ -91,8 +92,9 @@ std::optional<std::string> ChildProcess::readLine(std::chrono::seconds timeout)
             return std::nullopt;
         std::array<char, 4096> bytes{};
         const auto count = ::read(output_, bytes.data(), bytes.size());
+        // What it wrote last may have no end of line.
         if (count <= 0)
-            return std::nullopt;
+            return buffered_.empty() ? std::nullopt : std::optional{std::exchange(buffered_, {})};
         buffered_.append(bytes.data(), static_cast<std::size_t>(count));
     }
 }
