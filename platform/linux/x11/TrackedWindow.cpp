@@ -94,13 +94,18 @@ Result<void> TrackedWindow::begin()
     if (!isPictureFormat(connection_, attributes->visual))
         return failX11(X11ErrorCode::unsupportedPixels, "Only windows with 24 or 32 bits a pixel can be captured.");
 
-    if (!connection_.succeeded(xcb_composite_redirect_window_checked(connection_.xcb(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC)))
-        return failX11(X11ErrorCode::windowUnavailable, "The window cannot be captured.");
+    // Both at once: what the program paints because of the first must not come before the second.
+    const auto redirected = xcb_composite_redirect_window_checked(connection_.xcb(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     // Delta rectangles: each part that changes is told once until it is subtracted, however many requests draw it.
     const auto damage = connection_.newId();
-    if (!connection_.succeeded(xcb_damage_create_checked(connection_.xcb(), damage, window_, XCB_DAMAGE_REPORT_LEVEL_DELTA_RECTANGLES)))
+    const auto followed = xcb_damage_create_checked(connection_.xcb(), damage, window_, XCB_DAMAGE_REPORT_LEVEL_DELTA_RECTANGLES);
+    const bool isRedirected = connection_.succeeded(redirected);
+    if (connection_.succeeded(followed))
+        damageId_ = damage;
+    if (!isRedirected)
+        return failX11(X11ErrorCode::windowUnavailable, "The window cannot be captured.");
+    if (damageId_ == XCB_NONE)
         return failX11(X11ErrorCode::windowUnavailable, "The window's changes cannot be followed.");
-    damageId_ = damage;
     watchAncestors();
     if (!renamePixmap())
         return failX11(X11ErrorCode::windowUnavailable, "The window is no longer available.");

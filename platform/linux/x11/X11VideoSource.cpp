@@ -6,6 +6,7 @@
 #include "platform/linux/pictures/FramePacer.h"
 #include "platform/linux/pictures/PicturePool.h"
 #include "platform/linux/pictures/PictureSamples.h"
+#include "platform/linux/pictures/UnpaintedArea.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/Cursor.h"
 #include "platform/linux/x11/Errors.h"
@@ -33,6 +34,7 @@ namespace {
 
 constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 constexpr std::int64_t repeatInterval = nanosecondsPerSecond / 2;
+constexpr std::int64_t longestFirstPaint = nanosecondsPerSecond / 2;
 constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t largestSide = 32767;  // a window's size is 16 bits in the protocol, its coordinates are signed
 
@@ -138,7 +140,8 @@ private:
     CursorPlacement cursorWanted_;
     CursorPlacement cursorDrawn_;  // in the last delivered picture
     std::int64_t cursorChecked_ = 0;
-    std::int64_t retryDue_ = 0;  // no picture was free, or none could be fetched
+    std::int64_t retryDue_ = 0;  // no picture was free, none could be fetched, or the first has not been painted
+    UnpaintedArea unpainted_;  // before the first picture
     PooledPicture* last_ = nullptr;
     std::int64_t lastTime_ = 0;
 
@@ -185,6 +188,9 @@ Result<std::unique_ptr<X11VideoSource::Capture>> X11VideoSource::Capture::create
     if (capture->showsCursor_)
         capture->cursor_ = CursorTracker::create(*capture->connection_);
     capture->invalidate();
+    // A window that becomes redirected begins with what was on the screen in its place, other windows included, and its program is told
+    // to paint it anew. One that does not paint all of it shows what there is.
+    capture->retryDue_ = monotonicNow() + longestFirstPaint;
     capture->thread_ = std::thread([running = capture.get()] { running->run(); });
     return capture;
 }
@@ -270,6 +276,11 @@ void X11VideoSource::Capture::noteDamage()
     for (const auto& damage : window_->damage()) {
         account(damage.rectangle);
         subtractPending_ = true;
+        if (!last_) {
+            unpainted_.paint(damage.rectangle);
+            if (unpainted_.isEmpty())
+                retryDue_ = 0;
+        }
     }
     window_->damage().clear();
 }
@@ -288,6 +299,8 @@ void X11VideoSource::Capture::invalidate()
     changed_.clear();
     changed_.add({0, 0, width_, height_});
     subtractPending_ = true;
+    const auto& content = window_->content();
+    unpainted_ = UnpaintedArea{{0, 0, content.width, content.height}};
     if (cursor_)
         placeCursor();
 }

@@ -3,9 +3,12 @@
 #include "platform/linux/x11/X11VideoSource.h"
 #include "tests/platform/linux/x11/TestDesktop.h"
 
+#include <algorithm>
 #include <future>
 #include <gtest/gtest.h>
 #include <random>
+#include <utility>
+#include <vector>
 #include <xcb/xfixes.h>
 
 namespace velmora::linux_backend {
@@ -59,11 +62,36 @@ public:
     std::vector<std::uint32_t> expected;
 };
 
-TEST(X11VideoSourceWindow, TheFirstPictureComesAtOnceAndIsTheWindow)
+TEST(X11VideoSourceWindow, TheFirstPictureIsTheWindow)
 {
     CapturedWindow captured;
     captured.waitUntilRight();
     EXPECT_EQ(captured.recorder.complaints(), "");
+}
+
+TEST(X11VideoSourceWindow, TheFirstPictureOfACoveredWindowIsWhatItsProgramPaintsAndNothingOfTheCover)
+{
+    TestDesktop desktop;
+    const auto window = desktop.showWindow({});
+    const auto place = desktop.rootFrame(window);
+    desktop.raise(desktop.showWindow({.frame = place, .background = 0x0000ff, .overridesRedirect = true}));
+
+    Recorder recorder;
+    X11VideoSource source{window, pictureSize(place.width, place.height), nearestScalers()};
+    std::promise<std::vector<std::uint32_t>> first;
+    auto callbacks = recorder.callbacks();
+    callbacks.picture = [&, record = std::move(callbacks.picture), isFirst = true](SampleBufferRef sample) mutable {
+        record(std::move(sample));
+        if (std::exchange(isFirst, false))
+            first.set_value(recorder.lastColours());
+    };
+    ASSERT_TRUE(source.start(std::move(callbacks)));
+    // In parts, as programs do, of which none is the whole.
+    desktop.fill(window, {0, 0, place.width, 200}, 0xff8800);
+    desktop.fill(window, {0, 200, place.width, place.height - 200}, 0xff8800);
+    const auto colours = first.get_future().get();
+    EXPECT_EQ(std::count(colours.begin(), colours.end(), 0xff8800U), std::int64_t{place.width} * place.height);
+    source.stop();
 }
 
 TEST(X11VideoSourceWindow, ASmallChangeIsAllThatIsDirty)
