@@ -109,6 +109,12 @@ protected:
         return *session;
     }
 
+    /// Two of the factory's may differ: it measures what the machine has left for each.
+    std::shared_ptr<CompressionSession> makeSessionOfNormalEffort(std::int32_t width, std::int32_t height)
+    {
+        return makeFaultySession(width, height, std::make_shared<FaultyEncoder::Faults>());
+    }
+
     std::shared_ptr<CompressionSession> makeFaultySession(
         std::int32_t width, std::int32_t height, std::shared_ptr<FaultyEncoder::Faults> faults)
     {
@@ -318,7 +324,7 @@ TEST_F(CompressionSessionTest, OnlyChangedPartsAreConvertedAndTheResultIsThatOfT
     std::vector<std::vector<std::byte>> streams[2];
     for (int run = 0; run < 2; ++run) {
         output_ = std::make_shared<SessionOutput>();
-        const auto session = makeSession(321, 181);
+        const auto session = makeSessionOfNormalEffort(321, 181);
         Canvas canvas{321, 181};
         canvas.fill({90, 90, 90});
         std::mt19937 random(11);
