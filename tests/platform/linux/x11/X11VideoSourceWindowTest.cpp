@@ -77,8 +77,9 @@ TEST(X11VideoSourceWindow, TheFirstPictureOfACoveredWindowIsWhatItsProgramPaints
     desktop.raise(desktop.showWindow({.frame = place, .background = 0x0000ff, .overridesRedirect = true}));
 
     Recorder recorder;
-    X11VideoSource source{window, pictureSize(place.width, place.height), nearestScalers()};
     std::promise<std::vector<std::uint32_t>> first;
+    auto seen = first.get_future();
+    X11VideoSource source{window, pictureSize(place.width, place.height), nearestScalers()};
     auto callbacks = recorder.callbacks();
     callbacks.picture = [&, record = std::move(callbacks.picture), isFirst = true](SampleBufferRef sample) mutable {
         record(std::move(sample));
@@ -89,7 +90,8 @@ TEST(X11VideoSourceWindow, TheFirstPictureOfACoveredWindowIsWhatItsProgramPaints
     // In parts, as programs do, of which none is the whole.
     desktop.fill(window, {0, 0, place.width, 200}, 0xff8800);
     desktop.fill(window, {0, 200, place.width, place.height - 200}, 0xff8800);
-    const auto colours = first.get_future().get();
+    ASSERT_EQ(seen.wait_for(patience), std::future_status::ready);
+    const auto colours = seen.get();
     EXPECT_EQ(std::count(colours.begin(), colours.end(), 0xff8800U), std::int64_t{place.width} * place.height);
     source.stop();
 }
