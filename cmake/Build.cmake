@@ -13,6 +13,7 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 option(VELMORA_TESTS "Build the tests" ON)
 option(VELMORA_BENCHMARKS "Build the benchmarks" ON)
+option(VELMORA_PRECOMPILED_HEADERS "Compile the headers that all tests share once" ON)
 option(VELMORA_WERROR "Treat warnings as errors" ON)
 set(VELMORA_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize takes them")
 
@@ -34,7 +35,8 @@ endif()
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_CXX_COMPILER_LAUNCHER
-        ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CCACHE_PROGRAM})
+        ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1
+        CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_PCH_EXTSUM=1 ${CCACHE_PROGRAM})
 endif()
 
 # velmora_library(NAME SOURCES … [LINK …] [LINK_PRIVATE …]): one folder's static library.

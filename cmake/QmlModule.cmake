@@ -12,8 +12,19 @@ function(velmora_qml_module target)
         SOURCES ${arg_SOURCES})
     # The registration of the types includes their headers by name only.
     target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
-    # Generated code is not held to our warnings.
+    # The code of each QML file spends seconds on Qt's private headers and next to none on itself: it is compiled as one source.
     get_target_property(sources ${target} SOURCES)
-    list(FILTER sources INCLUDE REGEX "/\\.rcc/|_qmltyperegistrations\\.cpp$")
-    set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS -w)
+    set(compiled_qml ${sources})
+    list(FILTER compiled_qml INCLUDE REGEX "/\\.rcc/qmlcache/.*_qml\\.cpp$")
+    set_source_files_properties(${compiled_qml} PROPERTIES HEADER_FILE_ONLY ON)
+    set(all_qml "${CMAKE_CURRENT_BINARY_DIR}/${target}_qml.cpp")
+    list(TRANSFORM compiled_qml REPLACE "^${CMAKE_CURRENT_BINARY_DIR}/(.*)$" "#include \"\\1\"\n" OUTPUT_VARIABLE includes)
+    string(JOIN "" includes ${includes})
+    file(CONFIGURE OUTPUT "${all_qml}" CONTENT "${includes}" @ONLY)
+    set_source_files_properties("${all_qml}" PROPERTIES OBJECT_DEPENDS "${compiled_qml}" SKIP_AUTOGEN ON)
+    target_sources(${target} PRIVATE "${all_qml}")
+    # Generated code is not held to our warnings.
+    set(generated ${sources} "${all_qml}")
+    list(FILTER generated INCLUDE REGEX "/\\.rcc/|_qmltyperegistrations\\.cpp$|_qml\\.cpp$")
+    set_source_files_properties(${generated} PROPERTIES COMPILE_OPTIONS -w)
 endfunction()

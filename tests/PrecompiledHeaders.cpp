@@ -1,0 +1,1 @@
+// Gives the precompiled headers a target that compiles them.
