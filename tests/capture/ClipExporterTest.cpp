@@ -8,6 +8,8 @@
 #include "tests/support/TemporaryDirectory.h"
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <future>
@@ -356,6 +358,30 @@ TEST_F(ClipExporterTest, ARefusedSampleIsLoggedAndTheRestIsWritten)
         EXPECT_EQ(line.level, platform::LogLevel::error);
         EXPECT_EQ(line.category, "Exporter");
     }
+}
+
+TEST_F(ClipExporterTest, TheLogNamesTheWritersErrorOrSaysThatItIsUnknown)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a process of its own: whether values are shown is read once
+    const auto failAtEverything = [this] {
+        ::setenv(Log::revealVariable, "1", 1);
+        writers->onCreate = [](fake::FakeAssetWriter& writer) {
+            writer.onAdd = [&writer](fake::FakeAssetWriterInput& input) {
+                input.refuses = [&writer](const SampleBuffer& sample) {
+                    if (sample.presentationTimeStamp.value == 20)
+                        writer.currentError = diskIsFull;
+                    return true;
+                };
+            };
+        };
+        static_cast<void>(exportClip(extraction({10, 20}, {10, 20})));
+        for (const auto& message : log->messages())
+            std::fprintf(stderr, "<%s>", message.c_str());
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(failAtEverything(), testing::ExitedWithCode(0),
+        "<Failed appending video sample: unknown error><Failed appending audio sample: unknown error>"
+        "<Failed appending video sample: No space left on device><Failed appending audio sample: No space left on device>");
 }
 
 TEST_F(ClipExporterTest, AFinishThatDoesNotEndCompletedFailsWithTheWritersError)

@@ -7,6 +7,8 @@
 #include "tests/support/Samples.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <future>
 #include <gtest/gtest.h>
@@ -210,6 +212,37 @@ TEST_F(ManualRecordingWriterTest, AFailedAppendIsLoggedAndLaterSamplesAreStillTr
         (std::vector<std::string>{
             "Manual recording: failed to append video sample: <private>", "Manual recording: failed to append audio sample: <private>"}));
     EXPECT_EQ(videoTimes(), (Times{10, 30}));
+}
+
+TEST_F(ManualRecordingWriterTest, TheLogNamesTheWritersErrorOrSaysThatItIsUnknown)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a process of its own: whether values are shown is read once
+    const auto failAtEverything = [this] {
+        ::setenv(Log::revealVariable, "1", 1);
+        const auto append = [this](std::optional<Error> error, SampleBufferRef video, SampleBufferRef audio) {
+            asset->currentError = std::move(error);
+            recording->appendVideoSample(std::move(video));
+            recording->appendAudioSample(std::move(audio));
+            recording->drain();
+        };
+        create();
+        asset->startFails = true;
+        append(std::nullopt, videoSample(10, true), audioSample(10));
+        append(Error{"Fake", 1, "no such codec", nullptr}, videoSample(20, true), audioSample(20));
+        asset->startFails = false;
+        append(std::nullopt, videoSample(30, true), audioSample(30));
+        for (const auto& input : asset->inputs)
+            input->appendFails = true;
+        append(std::nullopt, videoSample(40, false), audioSample(40));
+        append(Error{"Fake", 2, "disk full", nullptr}, videoSample(50, false), audioSample(50));
+        for (const auto& message : log->messages())
+            std::fprintf(stderr, "<%s>", message.c_str());
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(failAtEverything(), testing::ExitedWithCode(0),
+        "<Manual writer startWriting failed: unknown><Manual writer startWriting failed: no such codec>"
+        "<Manual recording: failed to append video sample: unknown error><Manual recording: failed to append audio sample: unknown error>"
+        "<Manual recording: failed to append video sample: disk full><Manual recording: failed to append audio sample: disk full>");
 }
 
 TEST_F(ManualRecordingWriterTest, FinishMarksTheInputsAndReturnsTheFile)
