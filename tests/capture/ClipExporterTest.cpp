@@ -114,13 +114,13 @@ TEST_F(ClipExporterTest, WritesPicturesAsTheyAreAndSoundAsAacIntoAnMpeg4FileThat
     EXPECT_EQ(video.mediaType, MediaType::video);
     EXPECT_FALSE(video.settings);
     EXPECT_EQ(video.sourceFormatHint, clip.videoSamples[0]->format);
-    EXPECT_FALSE(video.realTime);
+    EXPECT_EQ(video.realTime, false);
     EXPECT_EQ(video.samples, clip.videoSamples);
     const auto& audio = *asset().inputs[1];
     EXPECT_EQ(audio.mediaType, MediaType::audio);
     EXPECT_EQ(audio.settings, (platform::AudioOutputSettings{FourCharacterCode{"aac "}, 2, 48000, 192000}));
     EXPECT_EQ(audio.sourceFormatHint, clip.audioSamples[0]->format);
-    EXPECT_FALSE(audio.realTime);
+    EXPECT_EQ(audio.realTime, false);
     EXPECT_EQ(audio.samples, clip.audioSamples);
     EXPECT_EQ(asset().sessionTime, MediaTime::nanoseconds(100));
     EXPECT_EQ(asset().startCount, 1);
@@ -412,6 +412,16 @@ TEST_F(ClipExporterTest, AFinishThatEndsCompletedWithoutAFileSaysThatItWasNotFou
 {
     writers->onCreate = [](fake::FakeAssetWriter& writer) { writer.removesFileAtFinish = true; };
     EXPECT_EQ(failureOf(extraction({1})), ClipExporterError::outputFileNotFound());
+}
+
+TEST_F(ClipExporterTest, AFailedExportHasLetGoOfItsWriterWhenItSaysSo)
+{
+    writers->onCreate = [](fake::FakeAssetWriter& writer) { writer.startFails = true; };
+    std::promise<std::vector<long>> owners;
+    exporter.exportClip(extraction({1}, {1}), url, [&](const auto&) {
+        owners.set_value({writers->writers.back().use_count(), asset().inputs.at(0).use_count(), asset().inputs.at(1).use_count()});
+    });
+    EXPECT_THAT(owners.get_future().get(), ElementsAre(1, 1, 1)) << "this test's own";
 }
 
 TEST_F(ClipExporterTest, OneExporterWritesAnyNumberOfClips)

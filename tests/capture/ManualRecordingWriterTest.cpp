@@ -70,7 +70,7 @@ TEST_F(ManualRecordingWriterTest, CreatesAnMpeg4WriterWithOneSoundInputAndDoesNo
     const auto& audio = *asset->inputs[0];
     EXPECT_EQ(audio.mediaType, MediaType::audio);
     EXPECT_EQ(audio.settings, (platform::AudioOutputSettings{FourCharacterCode{"aac "}, 2, 48000, 192000}));
-    EXPECT_TRUE(audio.realTime);
+    EXPECT_EQ(audio.realTime, true);
     EXPECT_EQ(asset->startCount, 0);
 }
 
@@ -103,7 +103,7 @@ TEST_F(ManualRecordingWriterTest, FramesBeforeTheFirstKeyFrameAreDiscardedAndIts
     const auto input = asset->input(MediaType::video);
     EXPECT_FALSE(input->settings) << "compressed frames pass through";
     EXPECT_EQ(input->sourceFormatHint, videoSample(30, true)->format);
-    EXPECT_TRUE(input->realTime);
+    EXPECT_EQ(input->realTime, true);
 }
 
 TEST_F(ManualRecordingWriterTest, AKeyFrameWithoutAFormatCannotBeginTheFile)
@@ -298,6 +298,21 @@ TEST_F(ManualRecordingWriterTest, CancelLeavesNoFile)
     recording->drain();
     EXPECT_EQ(asset->cancelCount, 1);
     EXPECT_FALSE(std::filesystem::exists(url));
+}
+
+TEST_F(ManualRecordingWriterTest, WhatComesAfterACancelIsDropped)
+{
+    create();
+    recording->appendVideoSample(videoSample(10, true));
+    recording->cancel();
+    recording->appendVideoSample(videoSample(20, true));
+    recording->appendAudioSample(audioSample(20));
+    recording->cancel();
+    recording->drain();
+    EXPECT_EQ(videoTimes(), Times{10});
+    EXPECT_EQ(audioTimes(), Times{});
+    EXPECT_EQ(asset->cancelCount, 1);
+    EXPECT_TRUE(log->lines().empty());
 }
 
 TEST_F(ManualRecordingWriterTest, ACancelledWriterReleasedAtOnceStillDeletesItsFile)
