@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -32,7 +33,7 @@ public:
     const std::optional<platform::AudioOutputSettings> settings;
     const FormatDescriptionRef sourceFormatHint;
     FakeAssetWriter& writer;
-    bool realTime = false;
+    std::optional<bool> realTime;  ///< none until it is said
     bool ready = true;
     bool finished = false;
     bool appendFails = false;

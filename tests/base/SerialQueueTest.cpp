@@ -43,16 +43,17 @@ TEST(SerialQueue, KnowsItsOwnThread)
 TEST(SerialQueue, MayBeReleasedByWorkThatRunsOnIt)
 {
     auto queue = std::make_shared<SerialQueue>("com.velmora.test");
-    std::promise<void> later;
+    const std::weak_ptr<SerialQueue> watch = queue;
+    std::promise<bool> later;
     auto* raw = queue.get();
     std::promise<void> start;
     raw->async([owner = std::move(queue), started = start.get_future().share()]() mutable {
         started.wait();
         owner.reset();
     });
-    raw->async([&later] { later.set_value(); });
+    raw->async([&later, watch] { later.set_value(watch.expired()); });
     start.set_value();
-    later.get_future().wait();
+    EXPECT_TRUE(later.get_future().get()) << "what was queued before the release still runs, after it";
 }
 
 TEST(SerialQueue, ReleasesEachPieceOfWorkBeforeTheNextRuns)

@@ -8,6 +8,8 @@
 #include "tests/support/TemporaryDirectory.h"
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <future>
@@ -112,13 +114,13 @@ TEST_F(ClipExporterTest, WritesPicturesAsTheyAreAndSoundAsAacIntoAnMpeg4FileThat
     EXPECT_EQ(video.mediaType, MediaType::video);
     EXPECT_FALSE(video.settings);
     EXPECT_EQ(video.sourceFormatHint, clip.videoSamples[0]->format);
-    EXPECT_FALSE(video.realTime);
+    EXPECT_EQ(video.realTime, false);
     EXPECT_EQ(video.samples, clip.videoSamples);
     const auto& audio = *asset().inputs[1];
     EXPECT_EQ(audio.mediaType, MediaType::audio);
     EXPECT_EQ(audio.settings, (platform::AudioOutputSettings{FourCharacterCode{"aac "}, 2, 48000, 192000}));
     EXPECT_EQ(audio.sourceFormatHint, clip.audioSamples[0]->format);
-    EXPECT_FALSE(audio.realTime);
+    EXPECT_EQ(audio.realTime, false);
     EXPECT_EQ(audio.samples, clip.audioSamples);
     EXPECT_EQ(asset().sessionTime, MediaTime::nanoseconds(100));
     EXPECT_EQ(asset().startCount, 1);
@@ -358,6 +360,30 @@ TEST_F(ClipExporterTest, ARefusedSampleIsLoggedAndTheRestIsWritten)
     }
 }
 
+TEST_F(ClipExporterTest, TheLogNamesTheWritersErrorOrSaysThatItIsUnknown)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a process of its own: whether values are shown is read once
+    const auto failAtEverything = [this] {
+        ::setenv(Log::revealVariable, "1", 1);
+        writers->onCreate = [](fake::FakeAssetWriter& writer) {
+            writer.onAdd = [&writer](fake::FakeAssetWriterInput& input) {
+                input.refuses = [&writer](const SampleBuffer& sample) {
+                    if (sample.presentationTimeStamp.value == 20)
+                        writer.currentError = diskIsFull;
+                    return true;
+                };
+            };
+        };
+        static_cast<void>(exportClip(extraction({10, 20}, {10, 20})));
+        for (const auto& message : log->messages())
+            std::fprintf(stderr, "<%s>", message.c_str());
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(failAtEverything(), testing::ExitedWithCode(0),
+        "<Failed appending video sample: unknown error><Failed appending audio sample: unknown error>"
+        "<Failed appending video sample: No space left on device><Failed appending audio sample: No space left on device>");
+}
+
 TEST_F(ClipExporterTest, AFinishThatDoesNotEndCompletedFailsWithTheWritersError)
 {
     writers->onCreate = [](fake::FakeAssetWriter& writer) {
@@ -386,6 +412,16 @@ TEST_F(ClipExporterTest, AFinishThatEndsCompletedWithoutAFileSaysThatItWasNotFou
 {
     writers->onCreate = [](fake::FakeAssetWriter& writer) { writer.removesFileAtFinish = true; };
     EXPECT_EQ(failureOf(extraction({1})), ClipExporterError::outputFileNotFound());
+}
+
+TEST_F(ClipExporterTest, AFailedExportHasLetGoOfItsWriterWhenItSaysSo)
+{
+    writers->onCreate = [](fake::FakeAssetWriter& writer) { writer.startFails = true; };
+    std::promise<std::vector<long>> owners;
+    exporter.exportClip(extraction({1}, {1}), url, [&](const auto&) {
+        owners.set_value({writers->writers.back().use_count(), asset().inputs.at(0).use_count(), asset().inputs.at(1).use_count()});
+    });
+    EXPECT_THAT(owners.get_future().get(), ElementsAre(1, 1, 1)) << "this test's own";
 }
 
 TEST_F(ClipExporterTest, OneExporterWritesAnyNumberOfClips)

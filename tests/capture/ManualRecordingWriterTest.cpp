@@ -7,6 +7,8 @@
 #include "tests/support/Samples.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <future>
 #include <gtest/gtest.h>
@@ -68,7 +70,7 @@ TEST_F(ManualRecordingWriterTest, CreatesAnMpeg4WriterWithOneSoundInputAndDoesNo
     const auto& audio = *asset->inputs[0];
     EXPECT_EQ(audio.mediaType, MediaType::audio);
     EXPECT_EQ(audio.settings, (platform::AudioOutputSettings{FourCharacterCode{"aac "}, 2, 48000, 192000}));
-    EXPECT_TRUE(audio.realTime);
+    EXPECT_EQ(audio.realTime, true);
     EXPECT_EQ(asset->startCount, 0);
 }
 
@@ -101,7 +103,7 @@ TEST_F(ManualRecordingWriterTest, FramesBeforeTheFirstKeyFrameAreDiscardedAndIts
     const auto input = asset->input(MediaType::video);
     EXPECT_FALSE(input->settings) << "compressed frames pass through";
     EXPECT_EQ(input->sourceFormatHint, videoSample(30, true)->format);
-    EXPECT_TRUE(input->realTime);
+    EXPECT_EQ(input->realTime, true);
 }
 
 TEST_F(ManualRecordingWriterTest, AKeyFrameWithoutAFormatCannotBeginTheFile)
@@ -212,6 +214,37 @@ TEST_F(ManualRecordingWriterTest, AFailedAppendIsLoggedAndLaterSamplesAreStillTr
     EXPECT_EQ(videoTimes(), (Times{10, 30}));
 }
 
+TEST_F(ManualRecordingWriterTest, TheLogNamesTheWritersErrorOrSaysThatItIsUnknown)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a process of its own: whether values are shown is read once
+    const auto failAtEverything = [this] {
+        ::setenv(Log::revealVariable, "1", 1);
+        const auto append = [this](std::optional<Error> error, SampleBufferRef video, SampleBufferRef audio) {
+            asset->currentError = std::move(error);
+            recording->appendVideoSample(std::move(video));
+            recording->appendAudioSample(std::move(audio));
+            recording->drain();
+        };
+        create();
+        asset->startFails = true;
+        append(std::nullopt, videoSample(10, true), audioSample(10));
+        append(Error{"Fake", 1, "no such codec", nullptr}, videoSample(20, true), audioSample(20));
+        asset->startFails = false;
+        append(std::nullopt, videoSample(30, true), audioSample(30));
+        for (const auto& input : asset->inputs)
+            input->appendFails = true;
+        append(std::nullopt, videoSample(40, false), audioSample(40));
+        append(Error{"Fake", 2, "disk full", nullptr}, videoSample(50, false), audioSample(50));
+        for (const auto& message : log->messages())
+            std::fprintf(stderr, "<%s>", message.c_str());
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(failAtEverything(), testing::ExitedWithCode(0),
+        "<Manual writer startWriting failed: unknown><Manual writer startWriting failed: no such codec>"
+        "<Manual recording: failed to append video sample: unknown error><Manual recording: failed to append audio sample: unknown error>"
+        "<Manual recording: failed to append video sample: disk full><Manual recording: failed to append audio sample: disk full>");
+}
+
 TEST_F(ManualRecordingWriterTest, FinishMarksTheInputsAndReturnsTheFile)
 {
     create();
@@ -265,6 +298,21 @@ TEST_F(ManualRecordingWriterTest, CancelLeavesNoFile)
     recording->drain();
     EXPECT_EQ(asset->cancelCount, 1);
     EXPECT_FALSE(std::filesystem::exists(url));
+}
+
+TEST_F(ManualRecordingWriterTest, WhatComesAfterACancelIsDropped)
+{
+    create();
+    recording->appendVideoSample(videoSample(10, true));
+    recording->cancel();
+    recording->appendVideoSample(videoSample(20, true));
+    recording->appendAudioSample(audioSample(20));
+    recording->cancel();
+    recording->drain();
+    EXPECT_EQ(videoTimes(), Times{10});
+    EXPECT_EQ(audioTimes(), Times{});
+    EXPECT_EQ(asset->cancelCount, 1);
+    EXPECT_TRUE(log->lines().empty());
 }
 
 TEST_F(ManualRecordingWriterTest, ACancelledWriterReleasedAtOnceStillDeletesItsFile)

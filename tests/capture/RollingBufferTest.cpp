@@ -3,10 +3,37 @@
 #include "tests/support/Samples.h"
 
 #include <cmath>
+#include <cstdlib>
 #include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <new>
 #include <thread>
+
+namespace {
+
+// How often this thread has allocated. Counted in the whole test program, because a container's room cannot be asked for from outside.
+thread_local std::size_t allocationsOfThisThread = 0;
+
+}  // namespace
+
+void* operator new(std::size_t size)
+{
+    ++allocationsOfThisThread;
+    if (void* memory = std::malloc(size != 0 ? size : 1))
+        return memory;
+    throw std::bad_alloc{};
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
 
 namespace velmora {
 namespace {
@@ -44,6 +71,13 @@ protected:
     {
         std::promise<BufferSnapshot> answer;
         buffer->snapshot([&answer](BufferSnapshot snapshot) { answer.set_value(snapshot); });
+        return answer.get_future().get();
+    }
+
+    [[nodiscard]] std::size_t allocationsOfTheQueue() const
+    {
+        std::promise<std::size_t> answer;
+        buffer->snapshot([&answer](const auto&) { answer.set_value(allocationsOfThisThread); });
         return answer.get_future().get();
     }
 
@@ -267,6 +301,24 @@ TEST_F(RollingBufferTest, ClearEmptiesTheBufferAndItFillsAnew)
     video(2, true);
     video(3, false);
     EXPECT_THAT(times(extract()->videoSamples), ElementsAre(2, 3));
+}
+
+TEST_F(RollingBufferTest, AClearedBufferKeepsItsRoomAndAllocatesNothingUntilItHoldsAsMuchAgain)
+{
+    const auto fill = [this] {
+        steadyVideo(600, 60);
+        for (int i = 0; i < 600; ++i)
+            audio(i / 60.0);
+    };
+    const auto empty = allocationsOfTheQueue();
+    fill();
+    const auto filled = allocationsOfTheQueue();
+    EXPECT_GT(filled, empty) << "the room is made by the queue";
+    buffer->clear();
+    fill();
+    EXPECT_EQ(allocationsOfTheQueue(), filled);
+    EXPECT_EQ(snapshot().videoSampleCount, 600U);
+    EXPECT_EQ(snapshot().audioSampleCount, 600U);
 }
 
 TEST_F(RollingBufferTest, OfTheOldPicturesTheNewestThatIsOlderThanTheRetentionIsKept)

@@ -101,6 +101,13 @@ TEST_F(VideoHardwareEncoderTest, AFrameOfNoWidthOrHeightProducesNoCallAndNoLogLi
     EXPECT_EQ(encoder->currentWidth(), 0);
 }
 
+TEST_F(VideoHardwareEncoderTest, AFrameOfOnePixelIsEncoded)
+{
+    encode(1, 1, 1);
+    drainOutput();
+    EXPECT_EQ(delivered, std::vector<std::int64_t>{1});
+}
+
 TEST_F(VideoHardwareEncoderTest, AResizedWindowCompletesTheOldSessionAndItsPendingSamplesFirst)
 {
     sessions->encodesAtOnce = false;
@@ -146,6 +153,21 @@ TEST_F(VideoHardwareEncoderTest, AFailedCreationIsLoggedAndTriedAgainWithEveryFr
     encode(3);
     drainOutput();
     EXPECT_EQ(delivered, std::vector<std::int64_t>{3});
+}
+
+TEST_F(VideoHardwareEncoderTest, ACreationThatSucceedsWithoutASessionIsLoggedAsStatusZero)
+{
+    struct NoSessions final : platform::CompressionSessionFactory {
+        tl::expected<std::shared_ptr<platform::CompressionSession>, platform::CompressionStatus> makeSession(
+            std::int32_t, std::int32_t, FourCharacterCode, platform::CompressionSession::OutputCallback) override
+        {
+            return nullptr;
+        }
+    };
+    VideoHardwareEncoder without{std::make_shared<NoSessions>()};
+    without.encode(test::picture(640, 480), MediaTime::nanoseconds(1), MediaTime{1, 60});
+    EXPECT_EQ(log->messages(), std::vector<std::string>{"VTCompressionSessionCreate failed: 0"});
+    EXPECT_EQ(without.currentWidth(), 640);
 }
 
 TEST_F(VideoHardwareEncoderTest, AFailedSubmissionIsLoggedAndTheNextFrameIsSubmittedNormally)

@@ -132,9 +132,12 @@ TEST(SettingsModel, AnAnswerAfterTheSettingsAreGoneFindsNobody)
 {
     auto fixture = std::make_unique<test::SettingsFixture>();
     const auto chooser = fixture->folderChooser;
+    const auto library = fixture->library;
     fixture->model.chooseDestinationFolder();
+    ASSERT_EQ(chooser->panels.size(), 1U);
     fixture.reset();
     chooser->answer(std::filesystem::path{"/tmp"});
+    EXPECT_EQ(library->customOutputDirectory(), std::nullopt);
 }
 
 TEST_F(SettingsModelTest, OpenShowsTheFolderInTheFileBrowser)

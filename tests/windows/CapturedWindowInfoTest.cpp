@@ -59,14 +59,23 @@ TEST(CapturedWindowInfo, TheHashUsesTheStandardisedFrame)
     EXPECT_EQ(std::hash<CapturedWindowInfo>{}(straight), std::hash<CapturedWindowInfo>{}(flipped));
 }
 
-TEST(CapturedWindowInfo, DifferentWindowsHashDifferently)
+TEST(CapturedWindowInfo, WindowsThatDifferInAnyFieldHashDifferently)
 {
-    auto other = window();
-    other.frame.width = 301;
-    EXPECT_NE(std::hash<CapturedWindowInfo>{}(window()), std::hash<CapturedWindowInfo>{}(other));
-    other = window();
-    other.isOnScreen = false;
-    EXPECT_NE(std::hash<CapturedWindowInfo>{}(window()), std::hash<CapturedWindowInfo>{}(other));
+    const auto hashAfter = [](auto change) {
+        auto other = window();
+        change(other);
+        return std::hash<CapturedWindowInfo>{}(other);
+    };
+    const auto own = hashAfter([](auto&) {});
+    EXPECT_NE(own, hashAfter([](auto& w) { w.id = 1; }));
+    EXPECT_NE(own, hashAfter([](auto& w) { w.title = "x"; }));
+    EXPECT_NE(own, hashAfter([](auto& w) { w.appName = "x"; }));
+    EXPECT_NE(own, hashAfter([](auto& w) { w.bundleID = "x"; }));
+    EXPECT_NE(own, hashAfter([](auto& w) { w.frame.x = 3; }));
+    EXPECT_NE(own, hashAfter([](auto& w) { w.frame.y = 3; }));
+    EXPECT_NE(own, hashAfter([](auto& w) { w.frame.width = 301; }));
+    EXPECT_NE(own, hashAfter([](auto& w) { w.frame.height = 401; }));
+    EXPECT_NE(own, hashAfter([](auto& w) { w.isOnScreen = false; }));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "tests/media/mp4/Recordings.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -252,6 +253,41 @@ TEST(RecordingFile, AFailedSyncIsAFailure)
     ASSERT_TRUE(movie);
     EXPECT_FALSE(movie->movie.isFragmented);
     EXPECT_GT(expectPlays(*file).pictures.size(), 0U);
+}
+
+TEST(RecordingFile, LargeSamplesBetweenSmallOnesAreWrittenWholeAndTheirFailureIsSeen)
+{
+    std::vector<RecordedSample> samples;
+    constexpr std::size_t large = 1 << 20;
+    for (const std::size_t size : {std::size_t{10}, large - 1, large, std::size_t{20}, large + 1, std::size_t{30}}) {
+        const auto number = static_cast<int>(samples.size());
+        samples.push_back({DataBlock::owning(std::vector<std::byte>(size, std::byte(number + 1))), number * 3000, 3000, true});
+    }
+    const auto record = [&](const std::shared_ptr<MemoryFile>& file, std::size_t failingWrite) {
+        auto writer = RecordingFile::create(file, testOptions());
+        EXPECT_TRUE(writer);
+        EXPECT_TRUE((*writer)->start(makeRecording({.hasSound = false}).tracks));
+        file->faults.failingWrite = file->writeCount + failingWrite;
+        return (*writer)->write({{0, samples}});
+    };
+    const auto file = std::make_shared<MemoryFile>();
+    ASSERT_TRUE(record(file, 1000));
+    const auto movie = readMovie(*file);
+    ASSERT_TRUE(movie) << movie.error().localizedDescription;
+    const auto read = movie->movie.tracks.front().samples.expanded();
+    ASSERT_EQ(read.size(), samples.size());
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        std::vector<std::byte> bytes(read[i].size);
+        ASSERT_TRUE(file->readAt(read[i].offset, bytes));
+        EXPECT_TRUE(std::ranges::equal(bytes, samples[i].data.bytes)) << i;
+    }
+
+    // Each large sample, what was gathered before it, and the rest.
+    for (std::size_t failing = 0; failing < 5; ++failing) {
+        const auto faulty = std::make_shared<MemoryFile>();
+        EXPECT_FALSE(record(faulty, failing)) << failing;
+        EXPECT_FALSE(faulty->isInFolder) << "it holds nothing that plays";
+    }
 }
 
 TEST(RecordingFile, BeyondFourGibibytesOffsetsHave64Bits)

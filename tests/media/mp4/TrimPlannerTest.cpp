@@ -488,6 +488,10 @@ TEST(TrimPlanner, SoundThatCannotBeCutAtAPacketIsRefused)
     EXPECT_EQ(codeOf(planTrim(source, seconds(1, 2))), unsupported);
     source.tracks[1].format = std::make_shared<const FormatDescription>(AudioFormat{"Opus", soundRate, 2, {}});
     EXPECT_EQ(codeOf(planTrim(source, seconds(1, 2))), unsupported);
+    // Another codec whose configuration reads like one of AAC.
+    source.tracks[1].format =
+        std::make_shared<const FormatDescription>(AudioFormat{"Opus", soundRate, 2, {std::byte{0x11}, std::byte{0x90}}});
+    EXPECT_EQ(codeOf(planTrim(source, seconds(1, 2))), unsupported);
 }
 
 TEST(TrimPlanner, WithoutPicturesThereIsNothingToTrim)

@@ -636,8 +636,11 @@ TEST_F(CompressionSessionTest, AfterInvalidateEveryCallFails)
 
 TEST_F(CompressionSessionTest, ASessionThatWasNeverUsedCanBeInvalidatedAndDestroyed)
 {
-    makeSession(64, 64)->invalidate();
+    const auto session = makeSession(64, 64);
+    session->invalidate();
+    EXPECT_NE(session->encodeFrame(Canvas{64, 64}.picture(), at(0), at(1)), 0);
     makeSession(64, 64).reset();
+    EXPECT_TRUE(output_->calls().empty());
 }
 
 TEST_F(CompressionSessionTest, NoCallbackRunsAfterInvalidateReturned)
