@@ -19,7 +19,7 @@ void FocusedFolderChooser::chooseFolder(const platform::FolderPanel& panel, Comp
     desktopChooser_->chooseFolder(placed,
         [ownChooser = ownChooser_, placed, completion = std::move(completion)](
             Result<std::optional<std::filesystem::path>> folder) mutable {
-            if (folder)
+            if (folder || folder.error().code == platform::FolderChooser::unusableChoice)
                 completion(std::move(folder));
             else
                 ownChooser->chooseFolder(placed, std::move(completion));

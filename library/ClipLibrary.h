@@ -7,6 +7,7 @@
 #include <QObject>
 
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -39,8 +40,9 @@ public:
 
     [[nodiscard]] std::filesystem::path effectiveOutputDirectory() const;
 
-    /// Scans the effective folder, creating it if need be, and returns at once. The list is replaced when the scan is through; one of a
-    /// folder that is no longer the effective one publishes nothing.
+    /// Scans the effective folder, creating it if need be, and returns at once. The list is replaced when the scan is through, by what the
+    /// folder held when it was listed and what was added, deleted or found by a later scan since. A scan of a folder that is no longer
+    /// the effective one publishes nothing.
     void reloadClips();
 
     void setOutputDirectory(const std::filesystem::path& directory);
@@ -59,15 +61,22 @@ signals:
     void customOutputDirectoryChanged();
 
 private:
+    /// By file: the clip that it became, or none for a file that was deleted. The last change of a file counts.
+    using Changes = std::map<std::filesystem::path, std::optional<ClipItem>>;
     struct Scan;
 
     void scan(const std::filesystem::path& directory);
     void continueScan(std::shared_ptr<Scan> scan);
+    void publish(Scan& scan);
+    [[nodiscard]] std::shared_ptr<Changes> observeChanges();
+    void noteChange(const std::filesystem::path& url, const std::optional<ClipItem>& clip);
     void setRecentClips(std::vector<ClipItem> clips);
 
     const Services services_;
     std::vector<ClipItem> recentClips_;
     std::optional<std::filesystem::path> customOutputDirectory_;
+    std::vector<std::weak_ptr<Scan>> runningScans_;  ///< in the order in which they listed the folder
+    std::vector<std::weak_ptr<Changes>> observedChanges_;  ///< of whoever describes files meanwhile
 
     // Gone with the library, so that a late result finds nobody.
     std::shared_ptr<ClipLibrary*> self_ = std::make_shared<ClipLibrary*>(this);

@@ -5,10 +5,29 @@
 
 #include <QDateTime>
 
+#include <array>
 #include <cstdint>
+#include <cstdio>
+#include <ctime>
 #include <limits>
 
 namespace velmora {
+
+namespace {
+
+// QTimeZone knows names of zones only; a path or a rule in TZ makes none, and where TZ is not set it asks files that the C library does
+// not ask.
+std::tm processLocalTime(std::chrono::seconds sinceEpoch)
+{
+    const auto time = static_cast<std::time_t>(sinceEpoch.count());
+    std::tm local{};
+    // localtime_r need not look at the zone again, and a traveller changes it while the program runs.
+    ::tzset();
+    ::localtime_r(&time, &local);
+    return local;
+}
+
+}  // namespace
 
 std::filesystem::path PathUtilities::defaultOutputDirectory(const platform::FileManager& fileManager)
 {
@@ -29,11 +48,17 @@ bool PathUtilities::ensureDirectoryExists(const std::filesystem::path& directory
     return true;
 }
 
-std::string PathUtilities::formattedTimestamp(Date date, const QTimeZone& timeZone)
+std::string PathUtilities::formattedTimestamp(Date date, const std::optional<QTimeZone>& timeZone)
 {
     // A file's name tells the second in which it was begun: round down, before 1970 too.
-    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(date.time_since_epoch()).count();
-    return QDateTime::fromMSecsSinceEpoch(milliseconds, timeZone).toString(QStringLiteral("yyyy-MM-dd-HH-mm-ss")).toStdString();
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(date.time_since_epoch());
+    if (timeZone && timeZone->isValid())
+        return QDateTime::fromSecsSinceEpoch(seconds.count(), *timeZone).toString(QStringLiteral("yyyy-MM-dd-HH-mm-ss")).toStdString();
+    const auto local = processLocalTime(seconds);
+    std::array<char, 80> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d-%02d-%02d-%02d", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+        local.tm_hour, local.tm_min, local.tm_sec);
+    return text.data();
 }
 
 bool PathUtilities::isMovie(const std::filesystem::path& file)

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -32,9 +33,10 @@ public:
     /// else has its name; false, with one, when it cannot be created.
     static bool ensureDirectoryExists(const std::filesystem::path& directory, platform::FileManager& fileManager);
 
-    /// "yyyy-MM-dd-HH-mm-ss" in ASCII digits, the Gregorian calendar and 24 hours, whatever the user's settings are.
+    /// "yyyy-MM-dd-HH-mm-ss" in ASCII digits, the Gregorian calendar and 24 hours, whatever the user's settings are. Without a valid time
+    /// zone in the process's own, as it is at the time of the call: TZ in each form that the C library knows, else the machine's.
     static std::string formattedTimestamp(
-        Date date = std::chrono::system_clock::now(), const QTimeZone& timeZone = QTimeZone::systemTimeZone());
+        Date date = std::chrono::system_clock::now(), const std::optional<QTimeZone>& timeZone = std::nullopt);
 
     /// Whether the name is that of a clip: by its extension, in whatever case.
     static bool isMovie(const std::filesystem::path& file);

@@ -22,7 +22,10 @@ struct FolderPanel {
 /// Main thread only.
 class FolderChooser {
 public:
-    /// The folder, none when the user cancelled, an error when this desktop could not ask.
+    /// The code of an error after which no other dialog needs to ask: the user has chosen, but no folder of this computer.
+    static constexpr int unusableChoice = 2;
+
+    /// The folder, none when the user cancelled, an error when this desktop could not ask or its answer cannot be used.
     using Completion = UniqueFunction<void(Result<std::optional<std::filesystem::path>>)>;
 
     virtual ~FolderChooser() = default;

@@ -3,6 +3,8 @@
 
 #include "platform/Asset.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <map>
 #include <utility>
 #include <vector>
@@ -22,16 +24,16 @@ public:
         if (answersAtOnce)
             answer();
         else
-            pending_.emplace_back(std::move(answer));
+            pending_.push_back({file, std::move(answer)});
     }
 
-    void loadPictureTimes(const std::filesystem::path&, UniqueFunction<void(Result<std::vector<MediaTime>>)> completion) override
+    void loadPictureTimes(const std::filesystem::path& file, UniqueFunction<void(Result<std::vector<MediaTime>>)> completion) override
     {
         auto answer = [completion = std::move(completion), result = pictureTimes]() mutable { completion(std::move(result)); };
         if (answersAtOnce)
             answer();
         else
-            pending_.emplace_back(std::move(answer));
+            pending_.push_back({file, std::move(answer)});
     }
 
     void generateImage(const std::filesystem::path&, MediaTime time, std::int32_t maximumWidth, std::int32_t maximumHeight,
@@ -43,11 +45,21 @@ public:
         completion(image);
     }
 
-    /// Answers what was asked so far, in that order.
-    void answerAll()
+    /// Answers what was asked so far, in that order; false when nothing was.
+    bool answerAll()
     {
-        for (auto& answer : std::exchange(pending_, {}))
-            answer();
+        auto questions = std::exchange(pending_, {});
+        for (auto& question : questions)
+            question.answer();
+        return !questions.empty();
+    }
+
+    /// Answers the oldest question about this file, or the newest, which overtakes the others; false when there is none.
+    bool answerOne(const std::filesystem::path& file) { return answer(0, file); }
+    bool answerNewest(const std::filesystem::path& file)
+    {
+        const auto all = std::count_if(pending_.begin(), pending_.end(), [&](const auto& question) { return question.file == file; });
+        return all > 0 && answer(all - 1, file);
     }
 
     std::map<std::filesystem::path, MediaTime> durations;  ///< a file that is not here fails
@@ -60,7 +72,24 @@ public:
     std::int32_t imageHeight = 0;
 
 private:
-    std::vector<UniqueFunction<void()>> pending_;
+    struct Question {
+        std::filesystem::path file;
+        UniqueFunction<void()> answer;
+    };
+
+    bool answer(std::ptrdiff_t older, const std::filesystem::path& file)
+    {
+        const auto found =
+            std::find_if(pending_.begin(), pending_.end(), [&](const auto& question) { return question.file == file && older-- == 0; });
+        if (found == pending_.end())
+            return false;
+        auto answer = std::move(found->answer);
+        pending_.erase(found);
+        answer();
+        return true;
+    }
+
+    std::vector<Question> pending_;
 };
 
 }  // namespace velmora::fake

@@ -45,6 +45,15 @@ TEST_F(FocusedFolderChooserTest, WhatIsCancelledThereIsNotAskedAgain)
     EXPECT_TRUE(own->panels.empty());
 }
 
+TEST_F(FocusedFolderChooserTest, AChoiceThatCannotBeUsedIsToldAndNotAskedForAgain)
+{
+    ask();
+    desktops->answer(fail("Velmora.Test", platform::FolderChooser::unusableChoice, "That is no folder."));
+    EXPECT_EQ(completions, 1);
+    EXPECT_EQ(answer->error().localizedDescription, "That is no folder.");
+    EXPECT_TRUE(own->panels.empty());
+}
+
 TEST_F(FocusedFolderChooserTest, WhereTheDesktopCannotAskOurOwnDialogDoes)
 {
     ask();

@@ -89,8 +89,8 @@ void answerFolder(fuzz::FuzzedInput& input)
         results.insert(QStringLiteral("uris"), anyValue(input));
     const auto answer = folderAnswer(response, results);
     fuzz::require(answer || !answer.error().localizedDescription.empty(), "an error without words");
-    fuzz::require(response != 1 || (answer && !*answer), "a cancelled dialog is no folder and no error");
-    fuzz::require(response < 2 || !answer, "a dialog that failed has an answer");
+    fuzz::require(response == 0 || (answer && !*answer), "a dialog that was cancelled or closed is no folder and no error");
+    fuzz::require(response != 0 || !answer || *answer, "a dialog that has chosen counts as cancelled");
     if (answer && *answer)
         requireUsable(**answer);
 }

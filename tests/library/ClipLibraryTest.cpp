@@ -50,6 +50,26 @@ protected:
         return library;
     }
 
+    /// One that has listed the folder and waits for every answer about a file.
+    std::shared_ptr<ClipLibrary> makeScanningLibrary()
+    {
+        assetReader->answersAtOnce = false;
+        return makeLibrary();
+    }
+
+    void answer(const std::filesystem::path& file)
+    {
+        ASSERT_TRUE(assetReader->answerOne(file)) << "nobody asked about " << file;
+        executor->runAll();
+    }
+
+    /// What every scan and addition still waits for.
+    void answerEverything()
+    {
+        while (assetReader->answerAll())
+            executor->runAll();
+    }
+
     static std::vector<std::string> names(const ClipLibrary& library)
     {
         std::vector<std::string> result;
@@ -97,6 +117,20 @@ TEST_F(ClipLibraryTest, ClipsOfTheSameDateKeepTheOrderOfTheListing)
     addFile("a.mp4");
     addFile("c.mp4");
     EXPECT_THAT(names(*makeLibrary()), ElementsAre("a.mp4", "b.mp4", "c.mp4"));
+}
+
+// A sort of so many that is not stable changes the order of equal ones.
+TEST_F(ClipLibraryTest, ManyClipsOfTheSameDateKeepTheOrderOfTheListingToo)
+{
+    std::vector<std::string> newer;
+    std::vector<std::string> older;
+    for (int i = 10; i < 60; ++i) {
+        const auto name = std::to_string(i) + ".mp4";
+        addFile(name, i % 2 == 0 ? 100s : 200s);
+        (i % 2 == 0 ? newer : older).push_back(name);
+    }
+    newer.insert(newer.end(), older.begin(), older.end());
+    EXPECT_EQ(names(*makeLibrary()), newer);
 }
 
 TEST_F(ClipLibraryTest, DescribesEachFile)
@@ -224,6 +258,169 @@ TEST_F(ClipLibraryTest, AScanOfAFolderThatWasLeftPublishesNothing)
     assetReader->answerAll();
     executor->runAll();
     EXPECT_THAT(library->recentClips(), IsEmpty());
+}
+
+TEST_F(ClipLibraryTest, AClipAddedWhileTheFolderIsScannedStaysInTheList)
+{
+    addFile("old.mp4", 100s);
+    const auto library = makeScanningLibrary();
+    const auto saved = addFile("saved.mp4", 50s);
+    library->addClip(saved, [] {});
+    answer(saved);
+    ASSERT_THAT(names(*library), ElementsAre("saved.mp4"));
+    const auto id = library->recentClips()[0].id;
+    answerEverything();
+    EXPECT_THAT(names(*library), ElementsAre("saved.mp4", "old.mp4"));
+    EXPECT_EQ(library->recentClips()[0].id, id);
+}
+
+TEST_F(ClipLibraryTest, AClipAddedWhileTheFolderIsScannedTakesItsPlaceByDate)
+{
+    addFile("new.mp4", 1s);
+    addFile("old.mp4", 100s);
+    const auto library = makeScanningLibrary();
+    const auto saved = addFile("saved.mp4", 50s);
+    library->addClip(saved, [] {});
+    answer(saved);
+    answerEverything();
+    EXPECT_THAT(names(*library), ElementsAre("new.mp4", "saved.mp4", "old.mp4"));
+}
+
+TEST_F(ClipLibraryTest, AClipThatTheScanSawAndThatIsAddedMeanwhileIsListedOnceAsItIsNow)
+{
+    const auto file = addFile("a.mp4");
+    const auto library = makeScanningLibrary();
+    std::ofstream{clips / "a.mp4"} << std::string(30, 'x');
+    library->addClip(file, [] {});
+    answerEverything();
+    ASSERT_THAT(names(*library), ElementsAre("a.mp4"));
+    EXPECT_EQ(library->recentClips()[0].fileSize, 30);
+}
+
+TEST_F(ClipLibraryTest, AClipDeletedWhileTheFolderIsScannedDoesNotComeBack)
+{
+    const auto kept = addFile("kept.mp4", 1s);
+    const auto deleted = addFile("deleted.mp4", 2s);
+    const auto library = makeLibrary();
+    assetReader->answersAtOnce = false;
+    library->reloadClips();
+    executor->runAll();
+    answer(deleted);
+    library->deleteClip(ClipItem{library->recentClips().at(1)});
+    answer(kept);
+    EXPECT_THAT(names(*library), ElementsAre("kept.mp4"));
+}
+
+TEST_F(ClipLibraryTest, AClipDeletedAndSavedAgainWhileTheFolderIsScannedIsListed)
+{
+    const auto file = addFile("a.mp4");
+    const auto library = makeLibrary();
+    assetReader->answersAtOnce = false;
+    library->reloadClips();
+    executor->runAll();
+    library->deleteClip(ClipItem{library->recentClips().at(0)});
+    addFile("a.mp4");
+    library->addClip(file, [] {});
+    answerEverything();
+    EXPECT_THAT(names(*library), ElementsAre("a.mp4"));
+}
+
+TEST_F(ClipLibraryTest, AClipDeletedWhileItIsBeingDescribedIsNotAdded)
+{
+    const auto file = addFile("a.mp4");
+    const auto library = makeLibrary();
+    assetReader->answersAtOnce = false;
+    bool isCompleted = false;
+    library->addClip(file, [&] { isCompleted = true; });
+    library->deleteClip(ClipItem{library->recentClips().at(0)});
+    answerEverything();
+    EXPECT_TRUE(isCompleted);
+    EXPECT_THAT(library->recentClips(), IsEmpty());
+}
+
+TEST_F(ClipLibraryTest, AClipOfTheFolderThatWasLeftIsNotAmongThoseOfTheNewOne)
+{
+    const auto library = makeLibrary();
+    const auto chosen = folder.path() / "new";
+    std::filesystem::create_directory(chosen);
+    std::ofstream{chosen / "c.mp4"} << "x";
+    const auto saved = addFile("saved.mp4");
+    assetReader->answersAtOnce = false;
+    library->setOutputDirectory(chosen);
+    executor->runAll();
+    library->addClip(saved, [] {});
+    answer(saved);
+    answer(chosen / "c.mp4");
+    EXPECT_THAT(names(*library), ElementsAre("c.mp4"));
+}
+
+TEST_F(ClipLibraryTest, AScanThatEndsAfterALaterOneKeepsWhatThatOneFound)
+{
+    const auto first = addFile("a.mp4", 10s);
+    const auto gone = addFile("gone.mp4", 20s);
+    const auto library = makeScanningLibrary();
+    std::filesystem::remove(clips / "gone.mp4");
+    const auto second = addFile("b.mp4", 5s);
+    library->reloadClips();
+    executor->runAll();
+    ASSERT_TRUE(assetReader->answerNewest(first));
+    executor->runAll();
+    answer(second);
+    ASSERT_THAT(names(*library), ElementsAre("b.mp4", "a.mp4")) << "the later scan is through";
+    const auto id = library->recentClips()[1].id;
+    std::ofstream{clips / "gone.mp4"} << "for the first scan it is still there";
+    answer(first);
+    answer(gone);
+    EXPECT_THAT(names(*library), ElementsAre("b.mp4", "a.mp4"));
+    EXPECT_NE(library->recentClips()[1].id, id) << "the last to finish is the one that is shown";
+}
+
+TEST_F(ClipLibraryTest, AScanThatWentOnAfterTheUserCameBackToItsFolderLosesNothingToTheOtherFoldersScan)
+{
+    const auto file = addFile("a.mp4");
+    const auto library = makeScanningLibrary();
+    const auto other = folder.path() / "new";
+    std::filesystem::create_directory(other);
+    library->setOutputDirectory(other);
+    executor->runAll();
+    ASSERT_THAT(library->recentClips(), IsEmpty());
+    library->setOutputDirectory(PathUtilities::defaultOutputDirectory(*fileManager));
+    answer(file);
+    EXPECT_THAT(names(*library), ElementsAre("a.mp4"));
+}
+
+TEST_F(ClipLibraryTest, ADeletionTakesTheEntryOfItsNumberAndNoOther)
+{
+    addFile("a.mp4", 1s);
+    addFile("b.mp4", 2s);
+    const auto library = makeLibrary();
+    auto earlierDescription = library->recentClips()[0];
+    earlierDescription.id = QUuid::createUuid();
+    library->deleteClip(earlierDescription);
+    EXPECT_FALSE(std::filesystem::exists(clips / "a.mp4"));
+    EXPECT_THAT(names(*library), ElementsAre("a.mp4", "b.mp4"));
+    library->deleteClip(ClipItem{library->recentClips()[1]});
+    EXPECT_THAT(names(*library), ElementsAre("a.mp4"));
+}
+
+TEST_F(ClipLibraryTest, ObserversHearOfAChangeBeforeItTakesEffect)
+{
+    addFile("a.mp4");
+    const auto library = makeLibrary();
+    using Seen = std::pair<std::size_t, bool>;
+    const auto now = [&] { return Seen{library->recentClips().size(), library->customOutputDirectory().has_value()}; };
+    std::vector<Seen> before;
+    std::vector<Seen> after;
+    QObject::connect(library.get(), &ClipLibrary::objectWillChange, [&] { before.push_back(now()); });
+    QObject::connect(library.get(), &ClipLibrary::recentClipsChanged, [&] { after.push_back(now()); });
+    QObject::connect(library.get(), &ClipLibrary::customOutputDirectoryChanged, [&] { after.push_back(now()); });
+    library->addClip(addFile("b.mp4"), [] {});
+    executor->runAll();
+    library->deleteClip(ClipItem{library->recentClips()[0]});
+    library->setOutputDirectory(folder.path() / "new");
+    executor->runAll();
+    EXPECT_THAT(before, ElementsAre(Seen{1, false}, Seen{2, false}, Seen{1, false}, Seen{1, true}));
+    EXPECT_THAT(after, ElementsAre(Seen{2, false}, Seen{1, false}, Seen{1, true}, Seen{0, true}));
 }
 
 TEST_F(ClipLibraryTest, RevealsTheFile)

@@ -7,13 +7,44 @@
 #include <QDateTime>
 #include <QLocale>
 
+#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <optional>
 
 namespace velmora {
 namespace {
 
 using namespace std::chrono_literals;
+
+/// What TZ says meanwhile; the C library is told nothing.
+class TimeZoneVariable {
+public:
+    explicit TimeZoneVariable(const std::string& value) { ::setenv("TZ", value.c_str(), 1); }
+    ~TimeZoneVariable()
+    {
+        if (before_)
+            ::setenv("TZ", before_->c_str(), 1);
+        else
+            ::unsetenv("TZ");
+    }
+    TimeZoneVariable(const TimeZoneVariable&) = delete;
+    TimeZoneVariable& operator=(const TimeZoneVariable&) = delete;
+
+private:
+    const std::optional<std::string> before_ = std::getenv("TZ") ? std::optional<std::string>{std::getenv("TZ")} : std::nullopt;
+};
+
+std::string timestampIn(const std::string& timeZone, PathUtilities::Date date)
+{
+    const TimeZoneVariable variable{timeZone};
+    return PathUtilities::formattedTimestamp(date);
+}
+
+PathUtilities::Date utc(std::chrono::year_month_day day, std::chrono::seconds time)
+{
+    return std::chrono::sys_days{day} + time;
+}
 
 class PathUtilitiesTest : public testing::Test {
 protected:
@@ -48,9 +79,72 @@ TEST_F(PathUtilitiesTest, ATimestampIsWrittenWithHyphensInTheGivenTimeZone)
     EXPECT_EQ(PathUtilities::formattedTimestamp(date + 999ms, QTimeZone::utc()), "2025-03-07-18-04-59");
 }
 
-TEST_F(PathUtilitiesTest, TheTimeZoneIsTheSystemsUnlessOneIsGiven)
+TEST_F(PathUtilitiesTest, WithoutATimeZoneItIsTheProcesssLocalTimeAlsoWhereTheClockIsSet)
 {
-    EXPECT_EQ(PathUtilities::formattedTimestamp(date), PathUtilities::formattedTimestamp(date, QTimeZone::systemTimeZone()));
+    using namespace std::chrono;
+    struct Change {
+        const char* timeZone;
+        PathUtilities::Date at;
+        const char* secondBefore;
+        const char* then;
+    };
+    const Change changes[] = {
+        {"Europe/Berlin", utc(2025y / 3 / 30, 1h), "2025-03-30-01-59-59", "2025-03-30-03-00-00"},
+        {"Europe/Berlin", utc(2025y / 10 / 26, 1h), "2025-10-26-02-59-59", "2025-10-26-02-00-00"},
+        {"America/New_York", utc(2025y / 3 / 9, 7h), "2025-03-09-01-59-59", "2025-03-09-03-00-00"},
+        {"America/New_York", utc(2025y / 11 / 2, 6h), "2025-11-02-01-59-59", "2025-11-02-01-00-00"},
+        {"America/St_Johns", utc(2025y / 3 / 9, 5h + 30min), "2025-03-09-01-59-59", "2025-03-09-03-00-00"},
+        {"America/St_Johns", utc(2025y / 11 / 2, 4h + 30min), "2025-11-02-01-59-59", "2025-11-02-01-00-00"},
+        {"Australia/Lord_Howe", utc(2025y / 4 / 5, 15h), "2025-04-06-01-59-59", "2025-04-06-01-30-00"},
+        {"Australia/Lord_Howe", utc(2025y / 10 / 4, 15h + 30min), "2025-10-05-01-59-59", "2025-10-05-02-30-00"},
+        {"America/Santiago", utc(2024y / 4 / 7, 3h), "2024-04-06-23-59-59", "2024-04-06-23-00-00"},
+        {"America/Santiago", utc(2024y / 9 / 8, 4h), "2024-09-07-23-59-59", "2024-09-08-01-00-00"},
+        {"Asia/Kathmandu", utc(2025y / 12 / 31, 18h + 15min), "2025-12-31-23-59-59", "2026-01-01-00-00-00"},
+    };
+    for (const auto& change : changes) {
+        EXPECT_EQ(timestampIn(change.timeZone, change.at - 1s), change.secondBefore) << change.timeZone;
+        EXPECT_EQ(timestampIn(change.timeZone, change.at), change.then) << change.timeZone;
+    }
+}
+
+TEST_F(PathUtilitiesTest, ATimeZoneMayBeAPathOrARule)
+{
+    const auto copied = folder.path() / "zone";
+    std::filesystem::copy_file("/usr/share/zoneinfo/Europe/Berlin", copied);
+    for (const auto& timeZone : {"/usr/share/zoneinfo/Europe/Berlin", ":/usr/share/zoneinfo/Europe/Berlin", ":Europe/Berlin",
+             copied.c_str(), "CET-1CEST,M3.5.0,M10.5.0/3"}) {
+        EXPECT_EQ(timestampIn(timeZone, date), "2025-03-07-19-04-59") << timeZone;
+        EXPECT_EQ(timestampIn(timeZone, date + 150 * 24h), "2025-08-04-20-04-59") << timeZone;
+    }
+    EXPECT_EQ(timestampIn("<+0545>-5:45", date), "2025-03-07-23-49-59");
+}
+
+TEST_F(PathUtilitiesTest, ATimeZoneThatNobodyKnowsIsUniversalTime)
+{
+    for (const auto* timeZone : {"", "Mars/Olympus_Mons", "/nowhere/zone", ":", "UTC"})
+        EXPECT_EQ(timestampIn(timeZone, date), "2025-03-07-18-04-59") << timeZone;
+}
+
+TEST_F(PathUtilitiesTest, ANameHasTheTimeInEveryKindOfTimeZone)
+{
+    const TimeZoneVariable rule{"EST5EDT,M3.2.0,M11.1.0"};
+    EXPECT_EQ(nextName(), "Velmora-Recording-2025-03-07-13-04-59.mp4");
+    const TimeZoneVariable unknown{"Mars/Olympus_Mons"};
+    EXPECT_EQ(nextName(), "Velmora-Recording-2025-03-07-18-04-59.mp4");
+}
+
+TEST_F(PathUtilitiesTest, ATimeZoneThatIsNoneIsTheProcesssOwn)
+{
+    const TimeZoneVariable variable{"Asia/Kathmandu"};
+    EXPECT_EQ(PathUtilities::formattedTimestamp(date, QTimeZone{}), "2025-03-07-23-49-59");
+    EXPECT_EQ(PathUtilities::formattedTimestamp(date, QTimeZone{"Mars/Olympus_Mons"}), "2025-03-07-23-49-59");
+}
+
+TEST_F(PathUtilitiesTest, AFractionOfASecondBelongsToTheSecondThatHasBegun)
+{
+    EXPECT_EQ(timestampIn("UTC", date + 999ms), "2025-03-07-18-04-59");
+    EXPECT_EQ(timestampIn("UTC", PathUtilities::Date{-1ms}), "1969-12-31-23-59-59");
+    EXPECT_EQ(PathUtilities::formattedTimestamp(PathUtilities::Date{-1ms}, QTimeZone::utc()), "1969-12-31-23-59-59");
 }
 
 TEST_F(PathUtilitiesTest, AUserOfOtherDigitsAndATwelveHourClockStillGetsAsciiAndTwentyFourHours)
@@ -59,6 +153,7 @@ TEST_F(PathUtilitiesTest, AUserOfOtherDigitsAndATwelveHourClockStillGetsAsciiAnd
     for (const auto* name : {"ar_EG", "fa_IR", "hi_IN", "en_US", "th_TH"}) {
         QLocale::setDefault(QLocale{QString::fromLatin1(name)});
         EXPECT_EQ(PathUtilities::formattedTimestamp(date, QTimeZone::utc()), "2025-03-07-18-04-59") << name;
+        EXPECT_EQ(timestampIn("UTC", date), "2025-03-07-18-04-59") << name;
     }
     QLocale::setDefault(before);
 }

@@ -9,11 +9,16 @@
 #include <QStringList>
 
 #include <gmock/gmock.h>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <vector>
 
 namespace velmora {
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 class CountingDelegate final : public KeyboardShortcutManagerDelegate {
@@ -94,6 +99,23 @@ TEST_F(KeyboardShortcutManagerTest, OfTwoPressesExactlyHalfASecondApartTheSecond
     EXPECT_EQ(delegate->toggles, 2);
 }
 
+TEST_F(KeyboardShortcutManagerTest, TheHalfSecondIsMeasuredWhenTheMainThreadComesToThePress)
+{
+    manager();
+    press();
+    clock->advance(300ms);
+    centre->press(platform::HotKeyID{0x434C4950, 2});
+    clock->advance(300ms);
+    executor->runAll();
+    EXPECT_EQ(delegate->toggles, 2) << "a press that waited until the half second was over";
+    clock->advance(1s);
+    centre->press(platform::HotKeyID{0x434C4950, 2});
+    clock->advance(1s);
+    centre->press(platform::HotKeyID{0x434C4950, 2});
+    executor->runAll();
+    EXPECT_EQ(delegate->toggles, 3) << "two presses that waited and come at once";
+}
+
 TEST_F(KeyboardShortcutManagerTest, OtherSignaturesAndNumbersAndUnreadableEventsAreIgnored)
 {
     manager();
@@ -115,6 +137,45 @@ TEST_F(KeyboardShortcutManagerTest, AShortcutThatAnotherProgramOwnsIsReportedWit
     manager().registerAll();
     EXPECT_TRUE(manager().isRegistered());
     EXPECT_FALSE(manager().registrationErrorMessage());
+}
+
+TEST_F(KeyboardShortcutManagerTest, ASecondRegistrationThatFailsLeavesNothingRegistered)
+{
+    ASSERT_TRUE(manager().isRegistered());
+    centre->registerStatus = -9878;
+    manager().registerAll();
+    EXPECT_FALSE(manager().isRegistered());
+    EXPECT_EQ(manager().registrationErrorMessage(), "Failed to register ⌥⌘C (Status: -9878)");
+    EXPECT_THAT(centre->registrations, IsEmpty());
+    EXPECT_EQ(manager().boundKeys(), "");
+}
+
+TEST_F(KeyboardShortcutManagerTest, ObserversHearOfEachStepOfARegistrationBeforeItTakesEffect)
+{
+    centre->registerStatus = 10;
+    manager();
+    centre->registerStatus = 0;
+    using Seen = std::tuple<bool, bool, std::string>;
+    const auto now = [&] {
+        return Seen{
+            manager().isRegistered(), manager().registrationErrorMessage().has_value(), manager().toggleRecordingShortcut().displayString};
+    };
+    std::vector<Seen> before;
+    std::vector<Seen> after;
+    const auto noteAfter = [&] { after.push_back(now()); };
+    QObject::connect(&manager(), &KeyboardShortcutManager::objectWillChange, [&] { before.push_back(now()); });
+    QObject::connect(&manager(), &KeyboardShortcutManager::isRegisteredChanged, noteAfter);
+    QObject::connect(&manager(), &KeyboardShortcutManager::registrationErrorMessageChanged, noteAfter);
+    QObject::connect(&manager(), &KeyboardShortcutManager::toggleRecordingShortcutChanged, noteAfter);
+    manager().updateToggleRecordingShortcut({9, 0x100, "⌘V"});
+    manager().unregisterAll();
+    const Seen failed{false, true, "⌥⌘C"};
+    const Seen changed{false, true, "⌘V"};
+    const Seen cleared{false, false, "⌘V"};
+    const Seen registered{true, false, "⌘V"};
+    EXPECT_THAT(before, ElementsAre(failed, changed, changed, cleared, registered));
+    EXPECT_THAT(after, ElementsAre(changed, changed, cleared, registered, cleared));
+    QObject::disconnect(&manager(), nullptr, nullptr, nullptr);
 }
 
 TEST_F(KeyboardShortcutManagerTest, RegisteringTwiceLeavesOneRegistration)
@@ -212,8 +273,18 @@ TEST_F(KeyboardShortcutManagerTest, ItsEndReleasesEverything)
 TEST_F(KeyboardShortcutManagerTest, ADelegateThatIsGoneIsNotCalled)
 {
     manager();
+    const std::weak_ptr<CountingDelegate> gone = delegate;
     delegate.reset();
+    ASSERT_TRUE(gone.expired()) << "the manager keeps nobody alive";
     press();
+    EXPECT_EQ(log->messages().back(), "Toggle recording hotkey triggered (⌥⌘C)");
+    delegate = std::make_shared<CountingDelegate>();
+    manager().setDelegate(delegate);
+    press();
+    EXPECT_EQ(delegate->toggles, 0) << "a press that nobody heard counts as one";
+    clock->advance(501ms);
+    press();
+    EXPECT_EQ(delegate->toggles, 1);
 }
 
 TEST(ShortcutDefinitionTest, ComesBackFromItsKeys)

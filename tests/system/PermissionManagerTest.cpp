@@ -6,6 +6,10 @@
 #include "tests/support/CapturedLog.h"
 
 #include <gmock/gmock.h>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace velmora {
 namespace {
@@ -116,8 +120,33 @@ TEST_F(PermissionManagerTest, AnAnswerThatComesTooLateFindsNobody)
 {
     manager();
     centre->answerSettings();
+    std::optional<bool> answer;
+    manager().requestNotificationPermission([&](bool isGranted) { answer = isGranted; });
+    int changes = 0;
+    QObject::connect(&manager(), &PermissionManager::objectWillChange, [&] { ++changes; });
     manager_.reset();
+    ASSERT_EQ(executor->pendingCount(), 2U) << "both answers are on their way";
     executor->runAll();
+    EXPECT_EQ(changes, 0);
+    EXPECT_EQ(answer, true) << "who asked is answered all the same";
+    EXPECT_FALSE(access->changed) << "nobody listens any more";
+}
+
+TEST_F(PermissionManagerTest, ObserversHearOfAChangeBeforeItTakesEffect)
+{
+    manager();
+    using Seen = std::pair<bool, bool>;
+    const auto now = [&] { return Seen{manager().hasScreenRecordingPermission(), manager().hasNotificationPermission()}; };
+    std::vector<Seen> before;
+    std::vector<Seen> after;
+    QObject::connect(&manager(), &PermissionManager::objectWillChange, [&] { before.push_back(now()); });
+    QObject::connect(&manager(), &PermissionManager::hasScreenRecordingPermissionChanged, [&] { after.push_back(now()); });
+    QObject::connect(&manager(), &PermissionManager::hasNotificationPermissionChanged, [&] { after.push_back(now()); });
+    access->answer = false;
+    manager().requestScreenRecordingPermission();
+    settle();
+    EXPECT_THAT(before, ElementsAre(Seen{true, false}, Seen{false, false}));
+    EXPECT_THAT(after, ElementsAre(Seen{false, false}, Seen{false, true}));
 }
 
 }  // namespace

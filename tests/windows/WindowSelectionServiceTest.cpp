@@ -5,7 +5,10 @@
 #include "tests/support/CapturedLog.h"
 
 #include <gtest/gtest.h>
+#include <string>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace velmora {
 namespace {
@@ -89,6 +92,22 @@ TEST_F(WindowSelectionServiceTest, AnApplicationWithAnEmptyNameIsListedAsApplica
 TEST_F(WindowSelectionServiceTest, NamesThatDifferOnlyInCaseKeepThePlatformsOrder)
 {
     EXPECT_EQ(ids(refresh({makeWindow(1, "safari", "z"), makeWindow(2, "Safari", "a"), makeWindow(3, "SAFARI", "m")})), (Ids{1, 2, 3}));
+}
+
+// A sort of so many that is not stable changes the order of equal ones.
+TEST_F(WindowSelectionServiceTest, ManyWindowsThatTieKeepThePlatformsOrder)
+{
+    std::vector<ShareableWindow> windows;
+    Ids expected;
+    Ids untitled;
+    for (std::uint32_t id = 1; id <= 60; ++id) {
+        const bool isTitled = id % 3 != 0;
+        windows.push_back(
+            makeWindow(id, id % 2 == 0 ? "Safari" : "safari", isTitled ? std::optional{std::to_string(100 - id)} : std::nullopt));
+        (isTitled ? expected : untitled).push_back(id);
+    }
+    expected.insert(expected.end(), untitled.begin(), untitled.end());
+    EXPECT_EQ(ids(refresh(windows)), expected);
 }
 
 TEST_F(WindowSelectionServiceTest, BraveSortsBeforeChromeWhateverTheCase)
@@ -209,6 +228,17 @@ TEST_F(WindowSelectionServiceTest, AFailedQueryEmptiesTheListAndTheNextSuccessCl
     EXPECT_FALSE(service.lastError());
 }
 
+TEST_F(WindowSelectionServiceTest, ASecondQueryThatFailsTellsItsOwnError)
+{
+    for (const auto* reason : {"No permission.", "The display server is gone."}) {
+        content->error = Error{"Desktop", 1, reason, nullptr};
+        service.refreshWindows();
+        EXPECT_FALSE(service.lastError()) << "a new query has begun";
+        executor->runAll();
+        EXPECT_EQ(service.lastError(), reason);
+    }
+}
+
 TEST_F(WindowSelectionServiceTest, IsLoadingFromTheCallUntilTheResultIsPublished)
 {
     content->holdsAnswers = true;
@@ -232,6 +262,22 @@ TEST_F(WindowSelectionServiceTest, ObserversHearOfAChangeBeforeItTakesEffect)
     refresh({makeWindow(1, "A", "t")});
     EXPECT_EQ(sizesBefore, (std::vector<std::size_t>{0, 0, 0, 1}));  // loading, error, windows, loading
     EXPECT_EQ(sizeAfter, 1U);
+}
+
+TEST_F(WindowSelectionServiceTest, ObserversHearOfLoadingAndOfAnErrorBeforeTheyTakeEffect)
+{
+    using Seen = std::pair<bool, bool>;
+    const auto now = [&] { return Seen{service.isLoading(), service.lastError().has_value()}; };
+    std::vector<Seen> before;
+    std::vector<Seen> after;
+    QObject::connect(&service, &WindowSelectionService::objectWillChange, [&] { before.push_back(now()); });
+    QObject::connect(&service, &WindowSelectionService::isLoadingChanged, [&] { after.push_back(now()); });
+    QObject::connect(&service, &WindowSelectionService::lastErrorChanged, [&] { after.push_back(now()); });
+    content->error = Error{"Desktop", 1, "No permission.", nullptr};
+    refresh({});
+    // Loading, no error; then the error, no windows, loading no more.
+    EXPECT_EQ(before, (std::vector<Seen>{{false, false}, {true, false}, {true, false}, {true, true}, {true, true}}));
+    EXPECT_EQ(after, (std::vector<Seen>{{true, false}, {true, false}, {true, true}, {false, true}}));
 }
 
 TEST_F(WindowSelectionServiceTest, OfOverlappingRefreshesTheLaterCompletionWins)

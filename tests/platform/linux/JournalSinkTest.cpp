@@ -4,8 +4,11 @@
 #include "tests/support/TemporaryDirectory.h"
 
 #include <array>
+#include <cstddef>
 #include <cstring>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -37,6 +40,11 @@ public:
 private:
     FileDescriptor socket_;
 };
+
+std::ptrdiff_t openDescriptors()
+{
+    return std::distance(std::filesystem::directory_iterator{"/proc/self/fd"}, std::filesystem::directory_iterator{});
+}
 
 class JournalSinkTest : public testing::Test {
 protected:
@@ -83,8 +91,21 @@ TEST_F(JournalSinkTest, WritesToSyslogWhereThereIsNoJournal)
 
 TEST_F(JournalSinkTest, WithoutEitherThereIsNoLogAndNoHarm)
 {
-    makeLogSink(sockets)->write({"s", "c", LogLevel::error, "m"});
-    makeLogSink({std::string(200, 'x'), ""})->write({"s", "c", LogLevel::error, "m"});
+    const auto descriptors = openDescriptors();
+    const auto sink = makeLogSink(sockets);
+    const auto withImpossiblePaths = makeLogSink({std::string(200, 'x'), ""});
+    EXPECT_EQ(openDescriptors(), descriptors) << "no socket is kept that leads nowhere";
+    sink->write({"s", "c", LogLevel::error, "m"});
+    withImpossiblePaths->write({"s", "c", LogLevel::error, "m"});
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path())) << "nothing is written to a file instead";
+
+    const Receiver journal{sockets.journal};
+    const Receiver syslog{sockets.syslog};
+    sink->write({"s", "c", LogLevel::error, "m"});
+    EXPECT_EQ(journal.receive(), "") << "it was decided when the sink was made";
+    EXPECT_EQ(syslog.receive(), "");
+    makeLogSink({std::string(200, 'x'), sockets.syslog})->write({"s", "c", LogLevel::error, "m"});
+    EXPECT_EQ(syslog.receive(), "<11>velmora: [c] m");
 }
 
 TEST_F(JournalSinkTest, NeverBlocksOnAReaderThatDoesNotRead)

@@ -1,5 +1,7 @@
 #include "platform/linux/desktop/bus/BusInput.h"
 
+#include "platform/FolderChooser.h"
+
 #include <QByteArray>
 #include <QDBusVariant>
 #include <QStringList>
@@ -13,8 +15,8 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr uint chosen = 0;
-constexpr uint cancelled = 1;
+constexpr uint chosen = 0;  // of the responses the only one with an answer
+constexpr const char* folderDialogDomain = "Velmora.FolderChooser";
 
 }  // namespace
 
@@ -33,19 +35,20 @@ std::optional<std::filesystem::path> localPath(const QString& uri)
 
 tl::unexpected<Error> folderDialogError(const char* why)
 {
-    return fail("Velmora.FolderChooser", 1, std::string{"The desktop's folder dialog cannot be used: "} + why);
+    return fail(folderDialogDomain, 1, std::string{"The desktop's folder dialog cannot be used: "} + why);
 }
 
 Result<std::optional<std::filesystem::path>> folderAnswer(uint response, const QVariantMap& results)
 {
-    if (response == cancelled)
+    // Escape and the dialog's close button are another response than its button Cancel.
+    if (response != chosen)
         return std::optional<std::filesystem::path>{};
     const auto uris = results.value(QStringLiteral("uris")).toStringList();
-    if (response != chosen || uris.size() != 1)
-        return folderDialogError("it ended without an answer.");
-    if (auto folder = localPath(uris.front()))
-        return folder;
-    return folderDialogError("what it chose does not lie on this computer.");
+    if (uris.size() == 1) {
+        if (auto folder = localPath(uris.front()))
+            return folder;
+    }
+    return fail(folderDialogDomain, platform::FolderChooser::unusableChoice, "What was chosen is no folder of this computer.");
 }
 
 void DesktopMotion::take(const QString& group, const QString& key, const QVariant& value)

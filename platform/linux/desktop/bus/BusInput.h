@@ -17,7 +17,8 @@ namespace velmora::linux_backend {
 /// The absolute path that a file: URI names, of any bytes but 0 (RFC 8089); none for every other text.
 [[nodiscard]] std::optional<std::filesystem::path> localPath(const QString& uri);
 
-/// What org.freedesktop.portal.Request::Response says of a folder dialog: the folder, none where the user cancelled, or an error.
+/// What org.freedesktop.portal.Request::Response says of a folder dialog: the folder, none where the user cancelled or closed it, or an
+/// error of code FolderChooser::unusableChoice.
 [[nodiscard]] Result<std::optional<std::filesystem::path>> folderAnswer(uint response, const QVariantMap& results);
 
 /// The error of a folder dialog that cannot be had.
