@@ -162,6 +162,14 @@ private:
         watch();
     }
 
+    static void reloadClips()
+    {
+        // A scan makes the folder; one that somebody deleted stays away until there is a clip for it.
+        const auto library = ClipLibrary::shared();
+        if (SharedServices::current().platform.fileManager->fileExists(library->effectiveOutputDirectory()))
+            library->reloadClips();
+    }
+
     static void followTheDesktopsMotion(platform::Workspace& workspace)
     {
         const auto follow = [&workspace] { setReducesMotion(workspace.accessibilityDisplayShouldReduceMotion()); };
@@ -209,7 +217,7 @@ private:
     const std::shared_ptr<MainThreadExecutor> mainExecutor_;
     const std::shared_ptr<RunningExports> runningExports_ = std::make_shared<RunningExports>();
     TerminationSignals signals_;
-    FolderWatch folderWatch_{[] { ClipLibrary::shared()->reloadClips(); }};
+    FolderWatch folderWatch_{reloadClips};
     std::optional<InterruptedRecordings> interruptedRecordings_;
     std::shared_ptr<AppDelegate> appDelegate_;
     std::unique_ptr<AppControl> control_;

@@ -81,10 +81,7 @@ protected:
     }
 
     /// Once the condition holds, in the event loop of the command, the step is taken.
-    void when(std::function<bool()> condition, std::function<void()> step)
-    {
-        steps_.emplace_back(std::move(condition), std::move(step));
-    }
+    void when(std::function<bool()> condition, std::function<void()> step) { steps_.emplace_back(std::move(condition), std::move(step)); }
 
     int run()
     {
