@@ -1,5 +1,6 @@
 #include "app/AppControl.h"
 
+#include "app/control/BusRequests.h"
 #include "capture/CaptureMessages.h"
 #include "onboarding/CompletedWalkthrough.h"
 #include "windows/SoundDecision.h"
@@ -146,7 +147,7 @@ QJsonObject AppControl::status() const
             });
     }
     if (const auto& clip = coordinator.lastSavedClipURL())
-        status.insert(QStringLiteral("lastSavedClip"), text(clip->string()));
+        status.insert(QStringLiteral("lastSavedClip"), bus_requests::text(*clip));
     if (const auto& error = services_.shortcutManager->registrationErrorMessage())
         status.insert(QStringLiteral("shortcutError"), text(*error));
     if (const auto explanation = services_.permissionManager->screenRecordingExplanation(); !explanation.empty())

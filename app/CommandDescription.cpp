@@ -89,8 +89,9 @@ CommandGroup withoutTheProgram()
                 .summary = "Records the window until the duration is over, or until Ctrl+C or SIGTERM, and prints the clip's path.",
                 .details =
                     "Without --output the clip goes to the Velmora folder in your videos folder, under a name with the time of day. "
-                    "A file that is there already is never overwritten. On a Wayland desktop, which does not tell whose a window is, "
-                    "--sound says it; what was chosen for a window is kept."},
+                    "A file that is there already is never overwritten. Where the recording ends early, because the window was closed "
+                    "or the disk is full, what was recorded is saved, standard error says why, and the exit status is 3. On a Wayland "
+                    "desktop, which does not tell whose a window is, --sound says it; what was chosen for a window is kept."},
             {.name = "repair",
                 .argument = clip,
                 .options = {},
@@ -175,7 +176,7 @@ std::string usageText()
             text += wrapped(std::string{command.summary} + (command.details.empty() ? "" : " ") + std::string{command.details}, 6, columns);
         }
     }
-    return text + "\n  velmora --help | --version\n\nExit status: 0 done, 1 failed, 2 wrong use.\n";
+    return text + "\n  velmora --help | --version\n\nExit status: 0 done, 1 failed, 2 wrong use, 3 recorded, but ended early.\n";
 }
 
 }  // namespace velmora::command_line

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <system_error>
 #include <utility>
 
 namespace velmora::command_line {
@@ -98,9 +99,41 @@ std::optional<std::chrono::nanoseconds> parseSeconds(const QString& text)
     return std::chrono::nanoseconds{std::llround(seconds * 1e9)};
 }
 
-std::filesystem::path absolutePath(const QString& text)
+constexpr ushort firstByteOfNoText = 0xDC00;
+
+bool isByteOfNoText(QChar character)
 {
-    return std::filesystem::absolute(text.toStdString()).lexically_normal();
+    return character.unicode() >= firstByteOfNoText + 0x80 && character.unicode() <= firstByteOfNoText + 0xFF;
+}
+
+/// What argumentText() was made of.
+std::string bytesOf(const QString& text)
+{
+    QByteArray bytes;
+    for (qsizetype i = 0; i < text.size();) {
+        if (isByteOfNoText(text[i])) {
+            bytes.append(static_cast<char>(text[i++].unicode() - firstByteOfNoText));
+            continue;
+        }
+        auto end = i;
+        // The second half of a pair is no byte.
+        while (end < text.size() && !isByteOfNoText(text[end]))
+            end += text[end].isHighSurrogate() && end + 1 < text.size() ? 2 : 1;
+        bytes.append(text.mid(i, end - i).toUtf8());
+        i = end;
+    }
+    return bytes.toStdString();
+}
+
+using ParsedPath = tl::expected<std::filesystem::path, QString>;
+
+ParsedPath absolutePath(const QString& text)
+{
+    std::error_code error;
+    auto path = std::filesystem::absolute(bytesOf(text), error);
+    if (error)
+        return wrong(QStringLiteral("The working folder cannot be found: %1.").arg(QString::fromStdString(error.message())));
+    return path.lexically_normal();
 }
 
 /// None: the user leaves the name to us.
@@ -110,7 +143,7 @@ tl::expected<std::optional<std::filesystem::path>, QString> parseOutput(const Ar
         return std::nullopt;
     if (given.value("output").isEmpty())
         return wrong(QStringLiteral("--output needs a file's name."));
-    return absolutePath(given.value("output"));
+    return absolutePath(given.value("output")).map([](auto path) { return std::optional{std::move(path)}; });
 }
 
 /// None: nothing is wanted.
@@ -157,7 +190,10 @@ Parsed parseRepair(const QStringList& arguments)
     Arguments given{arguments};
     if (auto instead = given.parse(QStringLiteral("'velmora repair' takes one file.")))
         return std::move(*instead);
-    return Repair{.file = absolutePath(given.positional())};
+    auto file = absolutePath(given.positional());
+    if (!file)
+        return wrong(file.error());
+    return Repair{.file = std::move(*file)};
 }
 
 /// Digits, and decimals where they may be; nothing that only a programmer takes for a number.
@@ -200,8 +236,11 @@ Parsed parseTrim(const QStringList& arguments)
     if (!given.isSet("start") || !given.isSet("end"))
         return wrong(QStringLiteral("Which part? Give it with --start TIME and --end TIME."));
 
+    auto file = absolutePath(given.positional());
+    if (!file)
+        return wrong(file.error());
     Trim trim;
-    trim.file = absolutePath(given.positional());
+    trim.file = std::move(*file);
     for (const auto& [option, time] : {std::pair{"start", &trim.range.start}, {"end", &trim.range.end}}) {
         const auto parsed = parseTime(given.value(option));
         if (!parsed)
@@ -236,7 +275,10 @@ Parsed parsePreview(const QStringList& arguments)
     Arguments given{arguments};
     if (auto instead = given.parse(QStringLiteral("'velmora preview' takes one file.")))
         return std::move(*instead);
-    return Control{.action = Control::Action::preview, .windowID = 0, .json = false, .file = absolutePath(given.positional())};
+    auto file = absolutePath(given.positional());
+    if (!file)
+        return wrong(file.error());
+    return Control{.action = Control::Action::preview, .windowID = 0, .json = false, .file = std::move(*file)};
 }
 
 Parsed parseStatus(const QStringList& arguments)
@@ -277,6 +319,28 @@ Parser parserOf(const QString& command)
 }
 
 }  // namespace
+
+QString argumentText(std::string_view bytes)
+{
+    const auto whole = text(bytes);
+    if (whole.toUtf8().toStdString() == bytes)
+        return whole;
+    QString result;
+    while (!bytes.empty()) {
+        constexpr std::size_t longest = 4;
+        std::size_t length = 1;
+        while (length <= std::min(longest, bytes.size()) && text(bytes.substr(0, length)).toUtf8().toStdString() != bytes.substr(0, length))
+            ++length;
+        if (length <= std::min(longest, bytes.size())) {
+            result += text(bytes.substr(0, length));
+        } else {
+            length = 1;
+            result += QChar{static_cast<ushort>(firstByteOfNoText + static_cast<unsigned char>(bytes.front()))};
+        }
+        bytes.remove_prefix(length);
+    }
+    return result;
+}
 
 tl::expected<Command, QString> parse(const QStringList& arguments)
 {

@@ -11,13 +11,14 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <tl/expected.hpp>
 #include <variant>
 
 namespace velmora::command_line {
 
 /// Exit statuses of the program.
-enum ExitStatus { succeeded = 0, failed = 1, wrongUse = 2 };
+enum ExitStatus { succeeded = 0, failed = 1, wrongUse = 2, endedEarly = 3 };
 
 struct Windows {
     bool json = false;
@@ -60,6 +61,10 @@ struct Print {
 };
 
 using Command = std::variant<Run, Control, Windows, Record, Repair, Trim, Print>;
+
+/// An argument as the system gave it. Bytes that are no UTF-8 become lone surrogates, U+DC80 to U+DCFF, which no UTF-8 makes: parse() has
+/// them back in the paths.
+QString argumentText(std::string_view bytes);
 
 /// The command in `arguments` (the program's name first), or what is wrong with them in one line.
 tl::expected<Command, QString> parse(const QStringList& arguments);

@@ -1,5 +1,7 @@
 #include "app/RecordCommand.h"
 
+#include "app/KeptRecording.h"
+#include "app/NewFile.h"
 #include "app/RecordingMeter.h"
 #include "app/TerminationSignals.h"
 #include "capture/CaptureMessages.h"
@@ -14,6 +16,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -36,15 +39,19 @@ class RecordCommand final : public ScreenCaptureKitServiceDelegate, public std::
 public:
     RecordCommand(const command_line::Record& command, const platform::PlatformServices& services, std::shared_ptr<Executor> mainExecutor)
         : command_(command)
-        , fileManager_(services.fileManager)
+        , fileManager_(removingNothing(services.fileManager))
         , mainExecutor_(std::move(mainExecutor))
         , catalogue_(services.shareableContent, mainExecutor_)
         , service_(ScreenCaptureKitService::create({
               .shareableContent = services.shareableContent,
               .captureStreams = services.captureStreams,
               .compressionSessions = metered(services.compressionSessions, meter_),
-              .assetWriters = metered(services.assetWriters, meter_),
-              .fileManager = services.fileManager,
+              .assetWriters = metered(keepingRecordings(services.assetWriters,
+                                          [this](Result<void> result) {
+                                              mainExecutor_->async([this, result = std::move(result)] { recordingIsKept(result); });
+                                          }),
+                  meter_),
+              .fileManager = fileManager_,
               .screens = services.screens,
               .mainExecutor = mainExecutor_,
           }))
@@ -55,14 +62,18 @@ public:
     {
         service_->setDelegate(weak_from_this());
         meter_->onEncoderFailed = [this](const std::string& reason) { mainExecutor_->async([this, reason] { encoderFailed(reason); }); };
+        meter_->onFirstPicture = [this] { mainExecutor_->async([this] { startRecording(); }); };
         QObject::connect(&signals_, &TerminationSignals::received, &signals_, [this] { endRecording(); });
+        QObject::connect(&signals_, &TerminationSignals::hungUp, &signals_, [this] { endEarly("The terminal was closed."); });
         if (isatty(STDERR_FILENO)) {
             QObject::connect(&progress_, &QTimer::timeout, &progress_, [this] { printProgress(); });
             progress_.start(progressInterval);
         }
-        if (outputIsTaken()) {
-            std::fprintf(stderr, "%s is there already; choose another name.\n", command_.output->c_str());
-            return command_line::failed;
+        if (command_.output) {
+            if (const auto isFree = new_file::checkIsFree(*command_.output); !isFree) {
+                std::fprintf(stderr, "%s\n", cannotStart(isFree.error()).c_str());
+                return command_line::failed;
+            }
         }
         catalogue_.refreshWindows([this] { catalogueIsThere(); });
         const int status = QCoreApplication::exec();
@@ -71,24 +82,32 @@ public:
         return status;
     }
 
-    void captureServiceDidEncounterError(ScreenCaptureKitService&, const Error& error) override { fail(error.localizedDescription); }
+    void captureServiceDidEncounterError(ScreenCaptureKitService&, const Error& error) override { endEarly(error.localizedDescription); }
 
-    void captureServiceDidStopUnexpectedly(ScreenCaptureKitService&, const std::string&) override
+    void captureServiceDidStopUnexpectedly(ScreenCaptureKitService&, const std::string& reason) override
     {
-        fail(std::string{capture_message::windowClosed});
+        // One that is being saved does without the capture.
+        if (std::exchange(isEnding_, true))
+            return;
+        if (url_.empty())
+            return fail(std::string{capture_message::windowClosed});
+        // The service has let go of the writer, which finishes the file: recordingIsKept().
+        earlyEnd_ = reason;
+        whyNothing_ = capture_message::windowClosed;
     }
 
 private:
-    // A link counts too, even one that leads nowhere: what is there is not ours to replace.
-    [[nodiscard]] bool outputIsTaken() const
+    [[nodiscard]] std::string cannotStart(const Error& error) const
     {
-        return command_.output && std::filesystem::exists(std::filesystem::symlink_status(*command_.output));
+        if (command_.output && new_file::isTaken(error))
+            return new_file::alreadyThere(*command_.output);
+        return std::string{capture_message::failedToStartRecording} + error.localizedDescription;
     }
 
     void catalogueIsThere()
     {
         if (isEnding_)
-            return end(command_line::failed);
+            return;
         if (const auto& error = catalogue_.lastError())
             return fail(std::string{capture_message::failedToCapture} + *error);
         CapturedWindowInfo window;
@@ -105,7 +124,9 @@ private:
         requestWindowWithSound(catalogue_, window.id, command_.sound, [this](Result<std::optional<RequestedWindow>> granted) {
             if (!granted)
                 return fail(std::string{capture_message::failedToCapture} + granted.error().localizedDescription);
-            if (!*granted || isEnding_)
+            if (isEnding_)
+                return;
+            if (!*granted)
                 return end(command_line::failed);
             if (const auto& remark = (*granted)->remark; !remark.empty())
                 std::fprintf(stderr, "%s\n", remark.c_str());
@@ -115,41 +136,56 @@ private:
 
     void startCapture(const CapturedWindowInfo& window)
     {
+        // What comes next is the encoder's first picture.
         service_->startCapture(window, [this](Result<ScreenCaptureKitService::StartOutcome> outcome) {
             if (!outcome)
-                return fail(std::string{capture_message::failedToCapture} + outcome.error().localizedDescription);
-            startRecording();
+                fail(std::string{capture_message::failedToCapture} + outcome.error().localizedDescription);
         });
     }
 
+    // Not before pictures come out of the encoder: while it is being made they are dropped, and a file that begins with the first of them
+    // has a hole.
     void startRecording()
     {
         if (isEnding_)
-            return end(command_line::failed);
-        std::filesystem::path url;
-        if (command_.output) {
-            url = *command_.output;
-            PathUtilities::ensureDirectoryExists(url.parent_path(), *fileManager_);
-        } else {
-            const auto folder = PathUtilities::defaultOutputDirectory(*fileManager_);
-            PathUtilities::ensureDirectoryExists(folder, *fileManager_);
-            url = PathUtilities::generateUniqueFileURL(folder, PathUtilities::prefixRecording, *fileManager_);
-        }
+            return;
         meter_->onFirstSample = [this](MediaTime time) { mainExecutor_->async([this, time] { firstSampleIsWritten(time); }); };
         // What was written is saved at once; waiting longer would only lose more.
         meter_->onWriterFailed = [this] { mainExecutor_->async([this] { endRecording(); }); };
-        if (const auto started = service_->startManualRecording(url); !started)
-            return fail(std::string{capture_message::failedToStartRecording} + started.error().localizedDescription);
-        url_ = std::move(url);
+        auto started = command_.output ? startRecording(*command_.output) : startRecordingUnderOurName();
+        if (!started)
+            fail(cannotStart(started.error()));
     }
 
-    // The first picture comes before or after the file is there.
+    Result<void> startRecording(const std::filesystem::path& url)
+    {
+        PathUtilities::ensureDirectoryExists(url.parent_path(), *fileManager_);
+        auto started = service_->startManualRecording(url);
+        if (started)
+            url_ = url;
+        return started;
+    }
+
+    Result<void> startRecordingUnderOurName()
+    {
+        const auto folder = PathUtilities::defaultOutputDirectory(*fileManager_);
+        PathUtilities::ensureDirectoryExists(folder, *fileManager_);
+        const auto date = std::chrono::system_clock::now();
+        const auto nextName = [&] {
+            return PathUtilities::generateUniqueFileURL(
+                folder, PathUtilities::prefixRecording, *fileManager_, PathUtilities::defaultExtension, date);
+        };
+        // Another may take a name between our look and our file, but hardly all of them.
+        for (int left = 100;; --left) {
+            auto started = startRecording(nextName());
+            if (started || left == 0 || !new_file::isTaken(started.error()))
+                return started;
+        }
+    }
+
     void encoderFailed(const std::string& reason)
     {
-        if (firstSample_ != 0ns)
-            endRecording();
-        else if (!isEnding_)
-            fail(std::string{capture_message::failedToStartRecording} + reason);
+        endEarly(url_.empty() ? std::string{capture_message::failedToStartRecording} + reason : reason);
     }
 
     void firstSampleIsWritten(MediaTime time)
@@ -161,19 +197,46 @@ private:
         QTimer::singleShot(std::max(left, 0ms), Qt::PreciseTimer, &signals_, [this] { endRecording(); });
     }
 
+    void endEarly(const std::string& reason)
+    {
+        if (isEnding_)
+            return;
+        earlyEnd_ = reason;
+        whyNothing_ = reason;
+        endRecording();
+    }
+
     void endRecording()
     {
-        if (std::exchange(isEnding_, true) || !service_->isRecordingManualClip())
+        if (std::exchange(isEnding_, true))
             return;
-        service_->stopManualRecording([this](Result<std::filesystem::path> saved) {
+        if (url_.empty())
+            return fail(whyNothing_);
+        service_->stopManualRecording([this](const Result<std::filesystem::path>& saved) {
             if (!saved)
-                return fail(std::string{capture_message::failedToSave} + saved.error().localizedDescription);
-            printProgress();
-            clearProgress();
-            std::printf("%s\n", saved->c_str());
-            std::fflush(stdout);
-            end(command_line::succeeded);
+                return recordingIsKept(tl::unexpected(saved.error()));
+            recordingIsKept({});
         });
+    }
+
+    // The file is closed, whoever asked for that.
+    void recordingIsKept(const Result<void>& result)
+    {
+        if (!result) {
+            // What had been written by then is a clip.
+            std::error_code ignored;
+            if (!std::filesystem::is_regular_file(url_, ignored))
+                return fail(meter_->writtenFrames == 0 && !meter_->hasFailed
+                        ? whyNothing_
+                        : std::string{capture_message::failedToSave} + result.error().localizedDescription);
+            earlyEnd_ = result.error().localizedDescription;
+        }
+        printProgress();
+        clearProgress();
+        if (earlyEnd_)
+            std::fprintf(stderr, "The recording ended early: %s\n", earlyEnd_->c_str());
+        std::printf("%s\n", url_.c_str());
+        end(earlyEnd_ ? command_line::endedEarly : command_line::succeeded);
     }
 
     void fail(const std::string& message)
@@ -228,6 +291,8 @@ private:
     QTimer progress_;
     std::filesystem::path url_;
     std::chrono::nanoseconds firstSample_ = 0ns;
+    std::optional<std::string> earlyEnd_;  ///< why, where nobody asked for the end
+    std::string whyNothing_ = "Nothing was recorded yet.";  ///< what the user is told where the end comes before the first picture
     bool isEnding_ = false;
     bool progressIsShown_ = false;
 };

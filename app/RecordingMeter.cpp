@@ -56,7 +56,10 @@ private:
     void reportFailure()
     {
         const auto writer = writer_.lock();
-        if (writer && writer->status() == platform::AssetWriter::Status::failed && meter_->onWriterFailed)
+        if (!writer || writer->status() != platform::AssetWriter::Status::failed)
+            return;
+        meter_->hasFailed = true;
+        if (meter_->onWriterFailed)
             std::exchange(meter_->onWriterFailed, nullptr)();
     }
 
@@ -150,6 +153,10 @@ public:
         auto counted = [meter = meter_, output = std::move(output)](platform::CompressionStatus status, SampleBufferRef sample) mutable {
             if (!sample && meter->writtenFrames > 0)
                 ++meter->droppedFrames;
+            if (sample && meter->onFirstPicture) {
+                std::exchange(meter->onFirstPicture, nullptr)();
+                sample = nullptr;
+            }
             output(status, std::move(sample));
         };
         auto session = inner_->makeSession(width, height, codec, std::move(counted));

@@ -17,6 +17,14 @@ sigset_t terminationSet()
     return set;
 }
 
+sigset_t hangUpSet()
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGHUP);
+    return set;
+}
+
 }  // namespace
 
 void TerminationSignals::block()
@@ -25,15 +33,30 @@ void TerminationSignals::block()
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
 }
 
+void TerminationSignals::blockHangUp()
+{
+    struct sigaction action { };
+    // A signal that is blocked would be kept although it is to be ignored.
+    if (sigaction(SIGHUP, nullptr, &action) == 0 && action.sa_handler == SIG_IGN)
+        return;
+    const auto set = hangUpSet();
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+}
+
 TerminationSignals::TerminationSignals()
 {
-    const auto set = terminationSet();
+    auto set = terminationSet();
+    sigaddset(&set, SIGHUP);
     descriptor_ = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
     notifier_ = std::make_unique<QSocketNotifier>(descriptor_, QSocketNotifier::Read);
     connect(notifier_.get(), &QSocketNotifier::activated, this, [this] {
         signalfd_siginfo information;
-        while (read(descriptor_, &information, sizeof(information)) == sizeof(information))
-            emit received();
+        while (read(descriptor_, &information, sizeof(information)) == sizeof(information)) {
+            if (information.ssi_signo == SIGHUP)
+                emit hungUp();
+            else
+                emit received();
+        }
     });
 }
 

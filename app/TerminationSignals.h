@@ -1,4 +1,4 @@
-// SIGINT and SIGTERM as an event of the main loop.
+// SIGINT and SIGTERM, and SIGHUP where that is wanted, as events of the main loop.
 #pragma once
 
 #include <QObject>
@@ -15,11 +15,17 @@ public:
     /// Keeps the signals from ending the process. First thing in main(), before any thread exists: threads inherit it.
     static void block();
 
+    /// The same for the signal that the terminal is gone; nothing where the program was started so that it outlives its terminal (nohup).
+    static void blockHangUp();
+
     TerminationSignals();
     ~TerminationSignals() override;
 
 signals:
     void received();
+
+    /// The terminal is gone; after blockHangUp().
+    void hungUp();
 
 private:
     int descriptor_ = -1;

@@ -1,12 +1,12 @@
 #include "app/TrimCommand.h"
 
+#include "app/NewFile.h"
 #include "app/TerminationSignals.h"
 #include "library/PathUtilities.h"
 
 #include <QCoreApplication>
 #include <QTimer>
 
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <unistd.h>
@@ -26,8 +26,10 @@ public:
 
     int run()
     {
-        if (command_.output && isTaken(*command_.output))
-            return fail(alreadyThere(*command_.output));
+        if (command_.output) {
+            if (const auto isFree = new_file::checkIsFree(*command_.output); !isFree)
+                return fail(cannotTrim(isFree.error()));
+        }
         auto session = services_.exportSessions->makeExportSession(command_.file, platform::ExportPreset::passthrough);
         if (!session)
             return fail(cannotTrim(session.error()));
@@ -49,13 +51,10 @@ public:
     }
 
 private:
-    // A link counts too, even one that leads nowhere: what is there is not ours to replace.
-    static bool isTaken(const std::filesystem::path& path) { return std::filesystem::exists(std::filesystem::symlink_status(path)); }
-
-    static std::string alreadyThere(const std::filesystem::path& path) { return path.native() + " is there already; choose another name."; }
-
     [[nodiscard]] std::string cannotTrim(const Error& error) const
     {
+        if (command_.output && new_file::isTaken(error))
+            return new_file::alreadyThere(*command_.output);
         return "Cannot trim " + command_.file.native() + ": " + error.localizedDescription;
     }
 
@@ -88,8 +87,7 @@ private:
             std::fflush(stdout);
             status = command_line::succeeded;
         } else if (const auto error = session_->error()) {
-            const bool isTakenNow = command_.output && error->domain == posixErrorDomain && error->code == EEXIST;
-            fail(isTakenNow ? alreadyThere(*command_.output) : cannotTrim(*error));
+            fail(cannotTrim(*error));
         } else {
             fail("Cancelled.");
         }

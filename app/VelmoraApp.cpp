@@ -3,6 +3,7 @@
 #include "app/AppControl.h"
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
+#include "app/FolderWatch.h"
 #include "app/MainThreadClock.h"
 #include "app/MainThreadExecutor.h"
 #include "app/TerminationSignals.h"
@@ -140,6 +141,7 @@ public:
             if (repaired > 0)
                 ClipLibrary::shared()->reloadClips();
         });
+        followTheClipsFolder();
         if (!hasTray())
             showMenu(*menuBar);
     }
@@ -152,6 +154,22 @@ public:
     }
 
 private:
+    // Commands make clips there too, and people with a file browser.
+    void followTheClipsFolder()
+    {
+        const auto watch = [this] { folderWatch_.watch(ClipLibrary::shared()->effectiveOutputDirectory()); };
+        QObject::connect(ClipLibrary::shared().get(), &ClipLibrary::recentClipsChanged, &folderWatch_, watch);
+        watch();
+    }
+
+    static void reloadClips()
+    {
+        // A scan makes the folder; one that somebody deleted stays away until there is a clip for it.
+        const auto library = ClipLibrary::shared();
+        if (SharedServices::current().platform.fileManager->fileExists(library->effectiveOutputDirectory()))
+            library->reloadClips();
+    }
+
     static void followTheDesktopsMotion(platform::Workspace& workspace)
     {
         const auto follow = [&workspace] { setReducesMotion(workspace.accessibilityDisplayShouldReduceMotion()); };
@@ -199,6 +217,7 @@ private:
     const std::shared_ptr<MainThreadExecutor> mainExecutor_;
     const std::shared_ptr<RunningExports> runningExports_ = std::make_shared<RunningExports>();
     TerminationSignals signals_;
+    FolderWatch folderWatch_{reloadClips};
     std::optional<InterruptedRecordings> interruptedRecordings_;
     std::shared_ptr<AppDelegate> appDelegate_;
     std::unique_ptr<AppControl> control_;

@@ -1,6 +1,6 @@
 #include "app/WindowsCommand.h"
 
-#include "windows/WindowSelectionService.h"
+#include "windows/WindowCatalogue.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>
@@ -8,6 +8,7 @@
 #include <QJsonObject>
 
 #include <cstdio>
+#include <utility>
 
 namespace velmora {
 
@@ -30,17 +31,23 @@ QString withoutControlCharacters(const std::string& value)
 
 }  // namespace
 
-int runWindowsCommand(
-    const command_line::Windows& command, const platform::PlatformServices& services, std::shared_ptr<Executor> mainExecutor)
+int runWindowsCommand(const command_line::Windows& command, const platform::PlatformServices& services,
+    std::shared_ptr<Executor> mainExecutor, std::int32_t runningProgram)
 {
-    WindowSelectionService service{services.shareableContent, std::move(mainExecutor)};
-    service.refreshWindows([] { QCoreApplication::quit(); });
+    Result<platform::ShareableContent> content;
+    services.shareableContent->getShareableContent(true, false, [&](Result<platform::ShareableContent> result) {
+        mainExecutor->async([&content, result = std::move(result)]() mutable {
+            content = std::move(result);
+            QCoreApplication::quit();
+        });
+    });
     QCoreApplication::exec();
-    if (const auto& error = service.lastError()) {
-        std::fprintf(stderr, "%s\n", error->c_str());
+    if (!content) {
+        std::fprintf(stderr, "%s\n", content.error().localizedDescription.c_str());
         return command_line::failed;
     }
-    const auto output = command.json ? windowsAsJson(service.availableWindows()) : windowsAsTable(service.availableWindows());
+    const auto windows = window_catalogue::entries(content->windows, runningProgram);
+    const auto output = command.json ? windowsAsJson(windows) : windowsAsTable(windows);
     std::fputs(output.c_str(), stdout);
     return command_line::succeeded;
 }

@@ -6,15 +6,17 @@
 #include "platform/PlatformServices.h"
 #include "windows/CapturedWindowInfo.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace velmora {
 
-/// Runs the event loop until the catalogue is there; returns the exit status.
-int runWindowsCommand(
-    const command_line::Windows& command, const platform::PlatformServices& services, std::shared_ptr<Executor> mainExecutor);
+/// Runs the event loop until the catalogue is there; returns the exit status. The windows of the program itself, whose process
+/// `runningProgram` is, are not in it.
+int runWindowsCommand(const command_line::Windows& command, const platform::PlatformServices& services,
+    std::shared_ptr<Executor> mainExecutor, std::int32_t runningProgram);
 
 /// A JSON array of objects with id, title, appName, bundleID, frame {x, y, width, height}, isOnScreen, displayName.
 std::string windowsAsJson(const std::vector<CapturedWindowInfo>& windows);

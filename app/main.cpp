@@ -14,12 +14,25 @@
 
 #include <QCoreApplication>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <variant>
 
 namespace {
 
 using namespace velmora;
+
+/// Whether all that was printed has arrived; says why where it has not.
+bool isWritten()
+{
+    // A stream that has failed before may not say so once more.
+    const bool hasFailed = std::ferror(stdout) != 0;
+    if (std::fflush(stdout) == 0 && !hasFailed)
+        return true;
+    std::fprintf(stderr, "The output could not be written: %s\n", std::strerror(errno));
+    return false;
+}
 
 int run(const command_line::Command& command)
 {
@@ -29,8 +42,10 @@ int run(const command_line::Command& command)
     }
     if (const auto* control = std::get_if<command_line::Control>(&command))
         return runControlCommand(*control);
+    if (std::holds_alternative<command_line::Record>(command))
+        TerminationSignals::blockHangUp();
     const auto mainExecutor = std::make_shared<MainThreadExecutor>();
-    const auto services = platform::makePlatformServices(mainExecutor, {});
+    const auto services = platform::makePlatformServices(mainExecutor, {}, platform::WhenTheDisplayGoes::theStreamStops);
     Log::setSink(services.logSink);
     if (const auto* repair = std::get_if<command_line::Repair>(&command))
         return runRepairCommand(*repair, *services.assetRepairer);
@@ -38,7 +53,7 @@ int run(const command_line::Command& command)
         return runTrimCommand(*trim, {services.exportSessions, services.fileManager, mainExecutor});
 
     if (const auto* windows = std::get_if<command_line::Windows>(&command))
-        return runWindowsCommand(*windows, services, mainExecutor);
+        return runWindowsCommand(*windows, services, mainExecutor, runningInstanceProcess());
     return runRecordCommand(std::get<command_line::Record>(command), services, mainExecutor);
 }
 
@@ -54,10 +69,14 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("Velmora"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELMORA_VERSION));
 
-    const auto command = command_line::parse(QCoreApplication::arguments());
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(command_line::argumentText(argv[i]));
+    const auto command = command_line::parse(arguments);
     if (!command) {
         std::fprintf(stderr, "%s\n", qUtf8Printable(command.error()));
         return command_line::wrongUse;
     }
-    return run(*command);
+    const int status = run(*command);
+    return isWritten() || status == command_line::failed ? status : command_line::failed;
 }

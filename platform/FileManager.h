@@ -42,7 +42,7 @@ public:
     /// Creates `path` and what is missing above it.
     virtual Result<void> createDirectory(const std::filesystem::path& path) = 0;
 
-    /// Removes a file or a link, never a directory.
+    /// Removes a file or a link, never a directory, and no file that somebody is writing a clip into.
     virtual Result<void> removeFile(const std::filesystem::path& path) = 0;
 };
 

@@ -12,8 +12,15 @@ namespace velmora::platform {
 /// What holds for the whole process, such as how its memory is allocated. To be called first in main, before there are other threads.
 void prepareProcess();
 
+/// A capture whose display goes ends in one of these.
+enum class WhenTheDisplayGoes {
+    theProgramEnds,  ///< at once, as every client of a display does; a recording is left as a crash would leave it
+    theStreamStops,  ///< with an error, as for any other reason
+};
+
 /// Chooses the back end for the desktop that this process runs on. Once, on the main thread, at program start; connects to nothing
 /// until a service is used. `mainExecutor` is the main thread.
-PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor, MakeApplicationIcon makeIcon);
+PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor, MakeApplicationIcon makeIcon,
+    WhenTheDisplayGoes whenTheDisplayGoes = WhenTheDisplayGoes::theProgramEnds);
 
 }  // namespace velmora::platform

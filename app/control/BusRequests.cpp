@@ -16,9 +16,19 @@ std::optional<std::filesystem::path> absolute(const QByteArray& bytes)
 
 }  // namespace
 
+QString text(const std::filesystem::path& path)
+{
+    const auto bytes = QByteArray::fromStdString(path.native());
+    auto text = QString::fromUtf8(bytes);
+    return text.toUtf8() == bytes ? text : QStringLiteral("file://") + QString::fromLatin1(bytes.toPercentEncoding("/"));
+}
+
 std::optional<std::filesystem::path> file(const QString& path)
 {
-    return absolute(path.toUtf8());
+    if (!path.startsWith(QLatin1String("file:")))
+        return absolute(path.toUtf8());
+    auto found = files({path});
+    return found.empty() ? std::nullopt : std::optional{std::move(found.front())};
 }
 
 std::vector<std::filesystem::path> files(const QStringList& uris)

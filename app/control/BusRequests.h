@@ -10,7 +10,10 @@
 
 namespace velmora::bus_requests {
 
-/// A path that means the same to us as to the caller: absolute, and without a 0, behind which the system would not look.
+/// A path as text that file() has it back of, whatever its bytes are: itself where it is UTF-8, else a file: URI.
+[[nodiscard]] QString text(const std::filesystem::path& path);
+
+/// A path, or its file: URI, that means the same to us as to the caller: absolute, and without a 0, behind which the system would not look.
 [[nodiscard]] std::optional<std::filesystem::path> file(const QString& path);
 
 /// The files that file: URIs name, of any bytes but 0 (RFC 8089), in their order; everything else is left out.

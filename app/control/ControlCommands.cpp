@@ -1,16 +1,20 @@
 #include "app/control/ControlCommands.h"
 
+#include "app/control/BusRequests.h"
 #include "app/control/InstanceBus.h"
 
+#include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusError>
 #include <QDBusMessage>
+#include <QDBusReply>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QVariantMap>
 
 #include <cstdio>
 #include <limits>
+#include <optional>
 #include <utility>
 
 namespace velmora {
@@ -70,7 +74,7 @@ QDBusMessage methodCall(const Control& command)
     case Control::Action::status:
         return methodCall(controlInterface, "Status", {});
     case Control::Action::preview:
-        return methodCall(controlInterface, "Preview", {QString::fromStdString(command.file.string())});
+        return methodCall(controlInterface, "Preview", {bus_requests::text(command.file)});
     case Control::Action::quit:
         break;
     }
@@ -80,6 +84,12 @@ QDBusMessage methodCall(const Control& command)
 void printLine(const QString& line)
 {
     std::printf("%s\n", qUtf8Printable(line));
+}
+
+std::optional<std::filesystem::path> savedClip(const Control& command, const QString& answer)
+{
+    const bool answersWithAClip = command.action == Control::Action::toggle || command.action == Control::Action::stop;
+    return answersWithAClip ? bus_requests::file(answer) : std::nullopt;
 }
 
 void printStatus(const QString& answer, bool json)
@@ -104,9 +114,20 @@ int runControlCommand(const Control& command, QDBusConnection connection)
     const QString first = answer->isEmpty() ? QString{} : answer->constFirst().toString();
     if (command.action == Control::Action::status)
         printStatus(first, command.json);
+    else if (const auto clip = savedClip(command, first))
+        std::printf("%s\n", clip->c_str());
     else if (!first.isEmpty())
         printLine(first);
     return command_line::succeeded;
+}
+
+std::int32_t runningInstanceProcess(const QDBusConnection& connection)
+{
+    const auto own = static_cast<std::int32_t>(QCoreApplication::applicationPid());
+    if (!connection.isConnected())
+        return own;
+    const QDBusReply<uint> process = connection.interface()->servicePid(QLatin1String{serviceName});
+    return process.isValid() ? static_cast<std::int32_t>(process.value()) : own;
 }
 
 int activateRunningInstance(QDBusConnection connection)

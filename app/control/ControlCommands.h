@@ -5,11 +5,16 @@
 
 #include <QDBusConnection>
 
+#include <cstdint>
+
 namespace velmora {
 
 /// Sends the command to the running instance, waits for its answer however long that takes, and prints it. Returns the exit status:
 /// failed, with a message on standard error, also when no instance runs.
 int runControlCommand(const command_line::Control& command, QDBusConnection connection = QDBusConnection::sessionBus());
+
+/// The process of the running instance; our own where none runs.
+std::int32_t runningInstanceProcess(const QDBusConnection& connection = QDBusConnection::sessionBus());
 
 /// Asks the running instance to show itself: what a second start does.
 int activateRunningInstance(QDBusConnection connection = QDBusConnection::sessionBus());

@@ -43,7 +43,7 @@ public:
     void finish(const Result<InstanceControl::SavedClip>& result)
     {
         if (result)
-            succeed({*result ? text(**result) : QString{}});
+            succeed({*result ? bus_requests::text(**result) : QString{}});
         else
             fail(text(result.error().localizedDescription));
     }

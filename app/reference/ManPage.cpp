@@ -78,6 +78,9 @@ It failed; standard error says why.
 .TP
 .B 2
 The command line makes no sense.
+.TP
+.B 3
+The clip is saved, but \fBvelmora record\fR ended before it was asked to: the window was closed, for example. Standard error says why.
 .SH ENVIRONMENT
 .TP
 .B DISPLAY

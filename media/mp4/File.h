@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <span>
 
 namespace velmora::mp4 {
@@ -42,6 +43,9 @@ public:
 
     /// Whether the path that this was opened by still leads to this file, and not to nothing or to another one.
     virtual bool isStillInFolder() = 0;
+
+    /// Where the file lies now, whoever moved it there; none when it was deleted or nobody can tell.
+    virtual std::optional<std::filesystem::path> currentPath() { return std::nullopt; }
 
     /// Removes the file's entry if isStillInFolder().
     virtual Result<void> removeFromFolder() = 0;

@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <limits>
+#include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace velmora::mp4 {
@@ -178,12 +180,27 @@ Result<bool> PosixFile::tryLock()
     return fail(error(errno));
 }
 
-bool PosixFile::isStillInFolder()
+bool PosixFile::isAt(const std::filesystem::path& path) const
 {
     struct stat named { };
     struct stat ours { };
-    return ::lstat(path_.c_str(), &named) == 0 && ::fstat(descriptor_, &ours) == 0 && named.st_dev == ours.st_dev
+    return ::lstat(path.c_str(), &named) == 0 && ::fstat(descriptor_, &ours) == 0 && named.st_dev == ours.st_dev
         && named.st_ino == ours.st_ino;
+}
+
+bool PosixFile::isStillInFolder()
+{
+    return isAt(path_);
+}
+
+std::optional<std::filesystem::path> PosixFile::currentPath()
+{
+    // Of a deleted file it is a name that leads nowhere.
+    std::error_code error;
+    auto path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor_), error);
+    if (error || !isAt(path))
+        return std::nullopt;
+    return path;
 }
 
 Result<void> PosixFile::removeFromFolder()

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 namespace velmora::mp4 {
 
@@ -33,6 +34,7 @@ public:
     Result<void> syncFolder() override;
     Result<bool> tryLock() override;
     bool isStillInFolder() override;
+    std::optional<std::filesystem::path> currentPath() override;
     Result<void> removeFromFolder() override;
     Result<void> moveTo(const std::filesystem::path& path) override;
 
@@ -46,6 +48,7 @@ private:
     static Result<std::unique_ptr<File>> open(const std::filesystem::path& path, int flags);
 
     [[nodiscard]] Error error(int errnoValue) const;
+    [[nodiscard]] bool isAt(const std::filesystem::path& path) const;
 
     const int descriptor_;
     const std::filesystem::path path_;

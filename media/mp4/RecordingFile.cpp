@@ -24,6 +24,11 @@ std::int32_t movieTimescale(const std::vector<RecordedTrack>& tracks)
     return videoTimescale;
 }
 
+bool isInUse(const Error& error)
+{
+    return error.domain == errorDomain && error.code == static_cast<int>(ErrorCode::inUse);
+}
+
 FragmentRun describe(const RecordedRun& run, std::uint32_t trackID)
 {
     FragmentRun described;
@@ -54,7 +59,9 @@ Result<std::unique_ptr<RecordingFile>> RecordingFile::create(std::shared_ptr<Fil
 {
     std::unique_ptr<RecordingFile> recording{new RecordingFile{std::move(file), options}};
     if (const auto result = recording->writeHead(); !result) {
-        static_cast<void>(recording->file_->removeFromFolder());
+        // Whoever has the lock of a file decides over it.
+        if (!isInUse(result.error()))
+            static_cast<void>(recording->file_->removeFromFolder());
         return fail(result.error());
     }
     return recording;
@@ -63,8 +70,9 @@ Result<std::unique_ptr<RecordingFile>> RecordingFile::create(std::shared_ptr<Fil
 Result<void> RecordingFile::writeHead()
 {
     // Before the mark is written, so that nobody finds our mark on a file without a lock. A file system without locks protects
-    // itself: there nobody else gets a lock either, and a repair asks for one.
-    if (const auto locked = file_->tryLock(); locked && !*locked)
+    // itself: there nobody else gets a lock either, and a repair asks for one. Between its creation and the lock another recorder, who
+    // wants the name, may have had the file.
+    if (const auto locked = file_->tryLock(); locked && (!*locked || !file_->isStillInFolder()))
         return fail(makeError(ErrorCode::inUse, "Another program is using the file."));
     end_ = reserveOffset + reserveSize_;
     if (const auto result = file_->allocate(end_); !result)
@@ -183,7 +191,10 @@ Result<bool> RecordingFile::finish(const std::vector<TrackEnd>& ends)
         return finished;
     }
     if (*finished && !file_->isStillInFolder()) {
+        const auto place = file_->currentPath();
         error_ = posixError(ENOENT, "The recording's file");
+        error_->localizedDescription = place ? "The file was moved while it was being recorded. The whole clip is " + place->native() + "."
+                                             : "The file was deleted while it was being recorded.";
         return fail(*error_);
     }
     return finished;

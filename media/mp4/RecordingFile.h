@@ -49,7 +49,8 @@ using RecordedFragment = std::vector<RecordedRun>;
 /// the file is removed when that is nothing; every later call returns the same error.
 class RecordingFile {
 public:
-    /// Takes the lock of a file just created, and writes the head of the layout. After a failure the file is gone.
+    /// Takes the lock of a file just created, and writes the head of the layout. After a failure the file is gone; but one that somebody
+    /// else has taken meanwhile (ErrorCode::inUse) is left to them.
     static Result<std::unique_ptr<RecordingFile>> create(std::shared_ptr<File> file, const RecordingOptions& options);
 
     /// Writes the index of tracks. Once, before the first fragment.
@@ -59,7 +60,7 @@ public:
     Result<void> write(const RecordedFragment& fragment);
 
     /// Makes the file whole. False when nothing was recorded; the file is removed then. Fails when the file is no longer where it was
-    /// created. `ends` belongs to the tracks by index.
+    /// created: the error names the place where it lies whole now. `ends` belongs to the tracks by index.
     Result<bool> finish(const std::vector<TrackEnd>& ends);
 
 private:

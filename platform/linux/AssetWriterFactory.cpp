@@ -1,5 +1,8 @@
 #include "media/mp4/PosixFile.h"
+#include "media/mp4/RecordingLayout.h"
 #include "platform/linux/AssetWriter.h"
+
+#include <cerrno>
 
 namespace velmora::linux_backend {
 
@@ -10,8 +13,12 @@ Result<std::shared_ptr<platform::AssetWriter>> AssetWriterFactory::makeAssetWrit
     if (!file)
         return fail(file.error());
     auto writer = AssetWriter::create(std::move(*file), encoders_);
-    if (!writer)
-        return fail(writer.error());
+    if (!writer) {
+        // Another recorder was quicker: to whoever wants the name it is taken.
+        const auto& error = writer.error();
+        const bool isInUse = error.domain == mp4::errorDomain && error.code == static_cast<int>(mp4::ErrorCode::inUse);
+        return fail(isInUse ? posixError(EEXIST, outputURL.filename().native()) : error);
+    }
     return std::shared_ptr<platform::AssetWriter>{std::move(*writer)};
 }
 

@@ -1,5 +1,7 @@
 #include "platform/linux/LinuxFileManager.h"
 
+#include "media/mp4/PosixFile.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -120,6 +122,17 @@ public:
 
     Result<void> removeFile(const std::filesystem::path& path) override
     {
+        // A recorder's lock is on its file; holding it ourselves keeps one who wants the name from being overtaken.
+        const auto file = mp4::PosixFile::openForUpdating(path);
+        if (file) {
+            const auto locked = (*file)->tryLock();
+            if (locked && !*locked)
+                return fail(posixError(EBUSY, path.native()));
+            return (*file)->removeFromFolder();
+        }
+        if (const int code = file.error().code; code != ELOOP && code != EINVAL && code != EACCES) {
+            return fail(posixError(code, path.native()));
+        }
         // unlink, because std::filesystem::remove would take an empty folder too.
         if (::unlink(path.c_str()) != 0)
             return fail(posixError(errno, path.native()));

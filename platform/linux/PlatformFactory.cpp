@@ -29,6 +29,7 @@
 #include "platform/linux/x11/X11WindowActivation.h"
 #include "platform/null/NullServices.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
@@ -50,7 +51,7 @@ std::string_view environment(const char* name)
     return value ? value : "";
 }
 
-// To the program without its display a stream would be one that stopped with an error, and the recording of such a one is discarded. The
+// To the program in the tray without its display a stream would be one that stopped with an error, and the recording of such a one is discarded. The
 // program ends anyway, as every client of a server that went; so it ends at once, and the next start makes whole what it recorded.
 void endWithTheDisplay()
 {
@@ -58,7 +59,7 @@ void endWithTheDisplay()
     std::_Exit(EXIT_FAILURE);
 }
 
-void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExecutor)
+void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExecutor, WhenTheDisplayGoes whenTheDisplayGoes)
 {
     using namespace linux_backend;
     const auto events = std::make_shared<X11EventThread>();
@@ -67,9 +68,10 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
     services.shareableContent = std::make_shared<X11ShareableContent>();
     services.captureStreams = makeCaptureStreams({
         .makeVideoSource =
-            [](const ContentFilter& filter, const StreamConfiguration& configuration) {
+            [whenTheDisplayGoes](const ContentFilter& filter, const StreamConfiguration& configuration) {
                 X11VideoSource::Options options;
-                options.displayIsGone = endWithTheDisplay;
+                if (whenTheDisplayGoes == WhenTheDisplayGoes::theProgramEnds)
+                    options.displayIsGone = endWithTheDisplay;
                 return std::make_unique<X11VideoSource>(filter.window().windowID, configuration, makePictureScaler, std::move(options));
             },
         .makeAudioSource = makeApplicationAudioSource,
@@ -127,9 +129,12 @@ void useNothing(PlatformServices& services, const char* reason)
 void prepareProcess()
 {
     linux_backend::limitRetainedMemory();
+    // A file that may not grow any further is an error like any other, not the end of the program.
+    ::signal(SIGXFSZ, SIG_IGN);
 }
 
-PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor, MakeApplicationIcon makeIcon)
+PlatformServices makePlatformServices(
+    std::shared_ptr<Executor> mainExecutor, MakeApplicationIcon makeIcon, WhenTheDisplayGoes whenTheDisplayGoes)
 {
     using namespace linux_backend;
     PlatformServices services;
@@ -150,7 +155,7 @@ PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor, Ma
     if (!environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland")
         usePortal(services, mainExecutor);
     else if (!environment("DISPLAY").empty())
-        useX11(services, mainExecutor);
+        useX11(services, mainExecutor, whenTheDisplayGoes);
     else
         useNothing(services, "There is no display: neither DISPLAY nor WAYLAND_DISPLAY is set.");
     return services;

@@ -27,6 +27,14 @@ TEST(BusRequests, APathThatGoesOnBehindItsEndIsRefused)
     EXPECT_FALSE(bus_requests::file(QStringLiteral("/clips/a.mp4") + QChar{u'\0'} + QStringLiteral(".txt")));
 }
 
+TEST(BusRequests, APathOfAnyBytesIsTheSameAfterItsWayOverTheBus)
+{
+    for (const std::filesystem::path path : {"/clips/ä b%20.mp4", "/caf\xE9\xFF/a b%20?#.mp4", "/file:/a.mp4", "/\xEF\xBF\xBD.mp4"})
+        EXPECT_EQ(bus_requests::file(QString::fromUtf8(bus_requests::text(path).toUtf8())), path);
+    EXPECT_EQ(bus_requests::text("/clips/ä b.mp4"), QStringLiteral("/clips/ä b.mp4")) << "as people read it";
+    EXPECT_FALSE(bus_requests::file(QStringLiteral("file:clip.mp4")));
+}
+
 TEST(BusRequests, APathIsTakenWhenItIsAbsolute)
 {
     EXPECT_EQ(bus_requests::file(QStringLiteral("/clips/ä.mp4")), "/clips/ä.mp4");

@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 #include "app/CommandDescription.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -89,6 +90,33 @@ TEST(CommandLine, RefusesWhatItDoesNotKnow)
     EXPECT_NE(complaint({"record", "--window", "7", "--output", ""}).find("--output"), std::string::npos);
     EXPECT_NE(complaint({"repair"}).find("one file"), std::string::npos);
     EXPECT_NE(complaint({"repair", "a", "b"}).find("one file"), std::string::npos);
+}
+
+TEST(CommandLine, AnArgumentKeepsEveryByte)
+{
+    for (const std::string bytes : {"/clips/caf\xE9 \xFF\x80.mp4", "/a\xC3\xA9 \xC3.mp4", "/\xF0\x9F\x8E\xAC\xF0\x9F.mp4",
+             "/\xED\xB3\xBF.mp4", "/\xEF\xBF\xBD \xE2\x82.mp4", "/\xF4\x8F\xBF\xBF\xF4\x90\x80\x80.mp4"})
+        EXPECT_EQ(commandOf<Repair>({"repair", argumentText(bytes)}).file.native(), bytes);
+    EXPECT_EQ(argumentText("–\xE2\x82\xAC"), QStringLiteral("–€"));
+    const auto file = argumentText("\xFF.mp4");
+    EXPECT_EQ(commandOf<Control>({"preview", file}).file, std::filesystem::current_path() / "\xFF.mp4");
+    EXPECT_EQ(commandOf<Trim>({"trim", file, "--start", "0", "--end", "1", "--output", file}).output,
+        std::filesystem::current_path() / "\xFF.mp4");
+    EXPECT_EQ(commandOf<Record>({"record", "--window", "7", "--output", file}).output, std::filesystem::current_path() / "\xFF.mp4");
+}
+
+TEST(CommandLine, WithoutAWorkingFolderARelativePathIsAnError)
+{
+    const auto before = std::filesystem::current_path();
+    {
+        const test::TemporaryDirectory folder;
+        std::filesystem::current_path(folder.path());
+    }
+    const auto wrong = complaint({"record", "--window", "7", "--output", "clip.mp4"});
+    const auto absolute = parsed({"record", "--window", "7", "--output", "/tmp/clip.mp4"});
+    std::filesystem::current_path(before);
+    EXPECT_EQ(wrong, "The working folder cannot be found: No such file or directory.");
+    EXPECT_TRUE(absolute.has_value());
 }
 
 TEST(CommandLine, RepairsOneFile)

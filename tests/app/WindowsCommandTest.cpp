@@ -1,9 +1,14 @@
 #include "app/WindowsCommand.h"
 
+#include "app/MainThreadExecutor.h"
+#include "platform/fake/FakeShareableContent.h"
+
+#include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <cstdio>
 #include <gtest/gtest.h>
 
 namespace velmora {
@@ -58,6 +63,36 @@ TEST(WindowsCommand, ATitleCannotCommandTheTerminalOrFakeALine)
 TEST(WindowsCommand, ATitleOfPercentPlacesStaysAsItIs)
 {
     EXPECT_NE(windowsAsTable({{1, "%1 %4", "app", "app", {0, 0, 100, 100}, true}}).find("app — %1 %4"), std::string::npos);
+}
+
+TEST(WindowsCommand, TheProgramsOwnWindowsAreNotListed)
+{
+    int argumentCount = 1;
+    char name[8] = "velmora";
+    char* arguments[2] = {name, nullptr};
+    QCoreApplication application{argumentCount, arguments};
+    const auto content = std::make_shared<fake::FakeShareableContent>();
+    for (const std::int32_t process : {4711, 4242}) {
+        content->content.windows.push_back({
+            .windowID = static_cast<std::uint32_t>(process),
+            .title = "Window",
+            .frame = {0, 0, 640, 480},
+            .windowLayer = 0,
+            .isOnScreen = true,
+            .owningApplication = platform::RunningApplication{"app", "App", process},
+        });
+    }
+    platform::PlatformServices services;
+    services.shareableContent = content;
+    testing::internal::CaptureStdout();
+    const int status = runWindowsCommand({}, services, std::make_shared<MainThreadExecutor>(), 4711);
+    std::fflush(stdout);
+    const auto output = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(status, command_line::succeeded);
+    EXPECT_NE(output.find("4242"), std::string::npos);
+    EXPECT_EQ(output.find("4711"), std::string::npos);
+    const std::vector<fake::FakeShareableContent::Query> expected{{true, false}};
+    EXPECT_EQ(content->queries, expected);
 }
 
 }  // namespace

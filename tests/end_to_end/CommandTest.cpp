@@ -12,6 +12,7 @@
 #include <regex>
 #include <set>
 #include <sstream>
+#include <sys/stat.h>
 
 namespace velmora::test {
 namespace {
@@ -146,17 +147,146 @@ TEST_F(CommandTest, AWindowThatDoesNotExistCannotBeRecorded)
     EXPECT_TRUE(isEmptyFolder());
 }
 
-TEST_F(CommandTest, AWindowThatIsClosedEndsTheRecordingAndLeavesNoFile)
+TEST_F(CommandTest, AWindowThatIsClosedEndsTheRecordingEarlyAndWhatWasRecordedIsSaved)
 {
     NumberedWindow window{{"--size", "320x240"}};
     RecordingProcess recording{window.id(), path("clip.mp4")};
     ASSERT_TRUE(recording.hasFragment());
     window.close();
     const auto outcome = recording.finish();
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.output, path("clip.mp4").string() + "\n");
+    EXPECT_EQ(outcome.messages, "The recording ended early: The window was closed.\n");
+    expectAClip(path("clip.mp4"));
+}
+
+TEST_F(CommandTest, ATerminalThatIsClosedEndsTheRecordingEarlyUnlessItIsToOutliveIt)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    RecordingProcess recording{window.id(), path("clip.mp4")};
+    ASSERT_TRUE(recording.hasFragment());
+    recording.signal(SIGHUP);
+    const auto outcome = recording.finish();
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.output, path("clip.mp4").string() + "\n");
+    EXPECT_EQ(outcome.messages, "The recording ended early: The terminal was closed.\n");
+    expectAClip(path("clip.mp4"));
+
+    Program outliving{{"sh", "-c", "trap '' HUP; exec \"$0\" record --window $1 --output \"$2\"", velmora({}).front(),
+        std::to_string(window.id()), path("other.mp4").string()}};
+    ASSERT_TRUE(waitUntil([&] { return std::filesystem::exists(path("other.mp4")); }));
+    outliving.signal(SIGHUP);
+    const auto size = std::filesystem::file_size(path("other.mp4"));
+    ASSERT_TRUE(waitUntil([&] { return std::filesystem::file_size(path("other.mp4")) > size || !outliving.isRunning(); }));
+    outliving.signal(SIGINT);
+    EXPECT_EQ(outliving.finish().status, 0);
+}
+
+TEST_F(CommandTest, AFileThatIsMovedMeanwhileIsAFailureThatNamesItsNewPlace)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    RecordingProcess recording{window.id(), path("clip.mp4")};
+    ASSERT_TRUE(recording.hasFragment());
+    std::filesystem::rename(path("clip.mp4"), path("mine.mp4"));
+    recording.signal(SIGINT);
+    const auto outcome = recording.finish();
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "");
-    EXPECT_EQ(outcome.messages, "Selected window was closed or is no longer available. Please select a window.\n");
-    EXPECT_TRUE(isEmptyFolder());
+    EXPECT_THAT(outcome.messages, StartsWith("Failed saving recording: "));
+    EXPECT_THAT(outcome.messages, HasSubstr("The whole clip is " + path("mine.mp4").string()));
+    expectAClip(path("mine.mp4"));
+    EXPECT_FALSE(std::filesystem::exists(path("clip.mp4")));
+}
+
+TEST_F(CommandTest, OfTwoRecordersOfOnePathTheFirstKeepsItsFile)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    for (int round = 0; round < 3; ++round) {
+        SCOPED_TRACE(round);
+        RecordingProcess first{window.id(), path("clip.mp4"), {"--duration", "1"}};
+        RecordingProcess second{window.id(), path("clip.mp4"), {"--duration", "1"}};
+        const auto one = first.finish();
+        const auto other = second.finish();
+        const auto& saved = one.status == 0 ? one : other;
+        const auto& refused = one.status == 0 ? other : one;
+        EXPECT_EQ(saved.status, 0) << one.messages << other.messages;
+        EXPECT_EQ(saved.output, path("clip.mp4").string() + "\n");
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_EQ(refused.output, "");
+        EXPECT_EQ(refused.messages, path("clip.mp4").string() + " is there already; choose another name.\n");
+        expectAClip(path("clip.mp4"));
+        std::filesystem::remove(path("clip.mp4"));
+    }
+}
+
+TEST_F(CommandTest, AFifoAsOutputIsNotOpened)
+{
+    ASSERT_EQ(::mkfifo(path("clip.mp4").c_str(), 0600), 0);
+    const auto outcome = record(1, path("clip.mp4"), 1);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.messages, path("clip.mp4").string() + " is there already; choose another name.\n");
+    EXPECT_TRUE(std::filesystem::is_fifo(path("clip.mp4")));
+}
+
+TEST_F(CommandTest, ANameOfAnyBytesIsRecordedRepairedAndTrimmed)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    // A control character, bytes that are no UTF-8, and text of several writing systems.
+    for (const auto* name : {"caf\xE9 \xFF\x80.mp4", "ﾃｽﾄ – क्लिप.mp4", "a\nb\t.mp4"}) {
+        const auto recorded = record(window.id(), path(name), 1);
+        ASSERT_EQ(recorded.status, 0) << recorded.messages;
+        EXPECT_EQ(recorded.output, path(name).string() + "\n");
+        expectAClip(path(name));
+        const auto repaired = runVelmora({"repair", path(name).string()});
+        EXPECT_EQ(repaired.status, 0) << repaired.messages;
+        EXPECT_EQ(repaired.output, path(name).string() + "\n");
+        const auto part = path(std::string{"part of "} + name);
+        const auto trimmed = runVelmora({"trim", path(name).string(), "--start", "0", "--end", "0.5", "--output", part.string()});
+        EXPECT_EQ(trimmed.status, 0) << trimmed.messages;
+        EXPECT_EQ(trimmed.output, part.string() + "\n");
+        expectAClip(part);
+    }
+}
+
+TEST_F(CommandTest, AnOutputThatCannotBeExaminedIsAClearError)
+{
+    std::filesystem::create_symlink(path("loop"), path("loop"));
+    std::ofstream{path("clip.mp4")} << "no clip";
+    const std::pair<std::string, const char*> outputs[] = {
+        {path(std::string(256, 'x')).string(), "File name too long"},
+        {path(std::string(4200, '/')).string() + "clip.mp4", "File name too long"},
+        {(path("loop") / "clip.mp4").string(), "Too many levels of symbolic links"},
+    };
+    for (const auto& [output, why] : outputs) {
+        for (const auto& arguments : {std::vector<std::string>{"record", "--window", "1", "--duration", "1", "--output", output},
+                 {"trim", path("clip.mp4").string(), "--start", "0", "--end", "1", "--output", output}}) {
+            const auto outcome = runVelmora(arguments);
+            EXPECT_EQ(outcome.status, 1) << arguments[0];
+            EXPECT_EQ(outcome.output, "");
+            EXPECT_THAT(outcome.messages, ::testing::EndsWith(std::string{why} + "\n")) << arguments[0];
+        }
+    }
+}
+
+TEST_F(CommandTest, WhatCannotBePrintedIsAFailure)
+{
+    for (const std::string command : {"windows", "windows --json", "--help", "--version"}) {
+        const auto outcome = runProgram({"sh", "-c", "exec \"$0\" " + command + " >/dev/full", velmora({}).front()});
+        EXPECT_EQ(outcome.status, 1) << command;
+        EXPECT_EQ(outcome.messages, "The output could not be written: No space left on device\n") << command;
+    }
+}
+
+TEST_F(CommandTest, AFileThatMayNotGrowEndsTheRecordingEarlyInTheSystemsWords)
+{
+    const NumberedWindow window{{"--size", "640x480", "--motion", "60"}};
+    // In blocks of 512 bytes: more than the reserve, less than a recording of a minute.
+    const auto outcome = runProgram({"sh", "-c", "ulimit -f 1500; exec \"$0\" record --window $1 --output \"$2\" --duration 60",
+        velmora({}).front(), std::to_string(window.id()), path("clip.mp4").string()});
+    EXPECT_EQ(outcome.status, 3) << outcome.messages;
+    EXPECT_EQ(outcome.output, path("clip.mp4").string() + "\n");
+    EXPECT_THAT(outcome.messages, HasSubstr("File too large"));
+    expectAClip(path("clip.mp4"));
 }
 
 TEST_F(CommandTest, WrongUseIsToldApartFromFailure)

@@ -48,9 +48,9 @@ TEST(FullVolume, EndsTheRecordingKeepsWhatWasRecordedAndSaysThatNoSpaceIsLeft)
     ASSERT_TRUE(recording.hasFragment());
     // Nobody asks it to stop: there is no use in going on.
     const auto outcome = recording.finish();
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.output, "");
-    EXPECT_THAT(outcome.messages, ::testing::StartsWith("Failed saving recording: "));
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.output, file.string() + "\n");
+    EXPECT_THAT(outcome.messages, ::testing::StartsWith("The recording ended early: "));
     EXPECT_THAT(outcome.messages, ::testing::HasSubstr("No space left on device"));
 
     const auto clip = readClip(file);

@@ -52,6 +52,50 @@ TEST(TrayProgramTest, HoldingTheKeysIsOnePress)
     ASSERT_EQ(runProgram({"xdotool", "keyup", "c", "keyup", "super", "keyup", "alt"}).status, 0);
 }
 
+TEST(TrayProgramTest, WhatCommandsMakeInTheClipsFolderIsInRecentClipsAtOnceAndTheProgramsWindowsAreNotListed)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    const AssistiveTechnology assistiveTechnology;
+    TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = {}}};
+    const auto recorded = program.run({"record", "--window", std::to_string(window.id()), "--duration", "1"});
+    ASSERT_EQ(recorded.status, 0) << recorded.messages;
+    const std::filesystem::path clip{recorded.lastLine()};
+    ASSERT_EQ(clip.parent_path(), program.clipsFolder());
+    EXPECT_TRUE(AssistiveTechnology::find("list item", clip.filename().string() + " ("));
+    const auto trimmed = program.run({"trim", clip.string(), "--start", "0.2", "--end", "0.8"});
+    ASSERT_EQ(trimmed.status, 0) << trimmed.messages;
+    const std::filesystem::path part{trimmed.lastLine()};
+    EXPECT_TRUE(AssistiveTechnology::find("list item", part.filename().string() + " ("));
+    std::filesystem::remove(clip);
+    EXPECT_TRUE(AssistiveTechnology::isAbsent("list item", clip.filename().string() + " ("));
+
+    ASSERT_EQ(program.run({"choose"}).status, 0);
+    ASSERT_TRUE(isShown("Select Video Window"));
+    const auto windows = program.run({"windows"}).output;
+    EXPECT_THAT(windows, HasSubstr(window.title()));
+    EXPECT_THAT(windows, ::testing::Not(HasSubstr("Velmora")));
+}
+
+TEST(TrayProgramTest, ANameThatIsNoTextWorksThroughTheWholeProgram)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    TrayProgram program{{.environment = {}, .prepareHome = [](const auto& home) {
+                             std::ofstream{home / "config" / "user-dirs.dirs"} << "XDG_VIDEOS_DIR=\"$HOME/caf\xE9 \xFF\"\n";
+                         }}};
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_EQ(program.run({"toggle"}).status, 0);
+    ASSERT_TRUE(program.hasState("recordingClip"));
+    record(1000ms);
+    const auto saved = program.run({"toggle"});
+    ASSERT_EQ(saved.status, 0) << saved.messages;
+    const std::filesystem::path clip{saved.lastLine()};
+    EXPECT_EQ(clip.parent_path(), program.home() / "caf\xE9 \xFF" / "Velmora");
+    expectAClip(clip);
+    const auto preview = program.run({"preview", clip.string()});
+    EXPECT_EQ(preview.status, 0) << preview.messages;
+    EXPECT_TRUE(isShown("Preview & Trim"));
+}
+
 TEST(TrayProgramTest, ThePickerIsUsableByKeyboardAlone)
 {
     const NumberedWindow first{{"--size", "320x240", "--class", "Alpha"}};

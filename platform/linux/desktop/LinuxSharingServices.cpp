@@ -1,5 +1,7 @@
 #include "platform/linux/desktop/LinuxSharingServices.h"
 
+#include "platform/linux/desktop/FileUri.h"
+
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMimeData>
@@ -42,18 +44,18 @@ public:
         if (identifier == copyPath)
             board->setText(path);
         else if (identifier == copyFile)
-            board->setMimeData(fileReference(path).release());
+            board->setMimeData(fileReference(file).release());
     }
 
 private:
-    static std::unique_ptr<QMimeData> fileReference(const QString& path)
+    static std::unique_ptr<QMimeData> fileReference(const std::filesystem::path& file)
     {
-        const auto url = QUrl::fromLocalFile(path);
+        const auto uri = QByteArray::fromStdString(fileUri(file));
         auto data = std::make_unique<QMimeData>();
-        data->setUrls({url});
-        data->setText(path);
+        data->setUrls({QUrl::fromEncoded(uri)});
+        data->setText(QString::fromStdString(file.native()));
         // What file managers take for "paste this file".
-        data->setData(QStringLiteral("x-special/gnome-copied-files"), "copy\n" + url.toEncoded());
+        data->setData(QStringLiteral("x-special/gnome-copied-files"), "copy\n" + uri);
         return data;
     }
 };

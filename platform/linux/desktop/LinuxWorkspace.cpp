@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/LinuxWorkspace.h"
 
+#include "platform/linux/desktop/FileUri.h"
 #include "platform/linux/desktop/PortalMotion.h"
 
 #include <QDBusConnection>
@@ -10,7 +11,6 @@
 #include <QObject>
 #include <QPointer>
 #include <QProcess>
-#include <QUrl>
 
 #include <cstdlib>
 #include <memory>
@@ -93,7 +93,11 @@ public:
 
     [[nodiscard]] bool accessibilityDisplayShouldReduceMotion() const override { return motion_ && motion_->isReduced(); }
 
-    void open(const std::filesystem::path& path) override { options_.startDetached("xdg-open", {path.string()}); }
+    void open(const std::filesystem::path& path) override
+    {
+        const bool isText = QString::fromStdString(path.native()).toStdString() == path.native();
+        options_.startDetached("xdg-open", {isText ? path.native() : fileUri(path)});
+    }
 
     void openURL(std::string_view url) override
     {
@@ -113,7 +117,7 @@ public:
             return;
         QStringList uris;
         for (const auto& file : files)
-            uris.append(QString::fromLatin1(QUrl::fromLocalFile(QString::fromStdString(file.string())).toEncoded()));
+            uris.append(QString::fromStdString(fileUri(file)));
         auto call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.FileManager1"),
             QStringLiteral("/org/freedesktop/FileManager1"), QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
         call.setArguments({uris, QString{}});

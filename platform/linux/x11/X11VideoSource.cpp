@@ -228,7 +228,7 @@ std::optional<Error> X11VideoSource::Capture::step()
     if (connection_->isBroken())
         return ended(X11ErrorCode::connectionLost, "The connection to the X display was lost.");
     if (window_->isGone())
-        return ended(X11ErrorCode::windowUnavailable, "The window is no longer available.");
+        return ended(X11ErrorCode::windowUnavailable, "The window was closed.");
     noteDamage();
 
     auto now = monotonicNow();

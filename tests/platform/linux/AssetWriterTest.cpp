@@ -2,12 +2,16 @@
 
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/PosixFile.h"
+#include "platform/linux/LinuxFileManager.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/media/AacEncoder.h"
 #include "tests/support/media/DecodedFile.h"
 #include "tests/support/media/EncodedClip.h"
 #include "tests/support/media/MemoryFile.h"
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <fstream>
 #include <future>
@@ -393,6 +397,62 @@ TEST(AssetWriter, AFileThatWasRemovedMeanwhileFails)
     EXPECT_EQ(writing.writer->status(), Status::failed);
     ASSERT_TRUE(writing.writer->error());
     EXPECT_EQ(writing.writer->error()->code, ENOENT);
+    EXPECT_EQ(writing.writer->error()->localizedDescription, "The file was deleted while it was being recorded.");
+}
+
+TEST(AssetWriter, AFileThatWasMovedMeanwhileFailsAndNamesThePlaceWhereItLiesWhole)
+{
+    const TemporaryDirectory folder;
+    const TemporaryDirectory elsewhere;
+    auto writing = begin(makeWriter(folder.path() / "clip.mp4"));
+    appendPictures(writing);
+    const auto place = elsewhere.path() / "mine \xFF.mp4";
+    std::filesystem::rename(folder.path() / "clip.mp4", place);
+    std::ofstream{folder.path() / "clip.mp4"} << "another";
+    finish(*writing.writer);
+    EXPECT_EQ(writing.writer->status(), Status::failed);
+    ASSERT_TRUE(writing.writer->error());
+    EXPECT_EQ(writing.writer->error()->code, ENOENT);
+    EXPECT_EQ(writing.writer->error()->localizedDescription,
+        "The file was moved while it was being recorded. The whole clip is " + place.native() + ".");
+    EXPECT_EQ(decodeClean(place).pictures.size(), 60U);
+}
+
+// Two who want one name at once, again and again: each removes what nobody holds, and then creates.
+TEST(AssetWriter, OfTwoWritersOfOneNameNoneLosesItsFileToTheOther)
+{
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "clip.mp4";
+    const auto files = makeFileManager();
+    AssetWriterFactory factory{noEncoders};
+    int made = 0;
+    for (int round = 0; round < 200; ++round) {
+        SCOPED_TRACE(round);
+        std::atomic<int> waiting = 2;
+        std::array<Result<std::shared_ptr<platform::AssetWriter>>, 2> writers;
+        const auto want = [&](std::size_t index) {
+            --waiting;
+            while (waiting > 0)
+                std::this_thread::yield();
+            static_cast<void>(files->removeFile(path));
+            writers[index] = factory.makeAssetWriter(path, platform::AssetFileType::mpeg4);
+        };
+        std::thread second{want, 1};
+        want(0);
+        second.join();
+        const auto count = std::count_if(writers.begin(), writers.end(), [](const auto& writer) { return writer.has_value(); });
+        ASSERT_LE(count, 1) << "one has lost its file";
+        for (auto& writer : writers) {
+            if (!writer) {
+                EXPECT_EQ(writer.error().code, EEXIST) << writer.error().localizedDescription;
+                continue;
+            }
+            ++made;
+            EXPECT_TRUE(std::filesystem::exists(path));
+            (*writer)->cancelWriting();
+        }
+    }
+    EXPECT_GT(made, 0);
 }
 
 TEST(AssetWriter, DestroyedWithoutFinishingLeavesAFileThatPlays)

@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxFileManager.h"
 
+#include "media/mp4/PosixFile.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <cerrno>
@@ -7,6 +8,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace velmora::linux_backend {
@@ -112,6 +114,29 @@ TEST_F(LinuxFileManagerTest, RemovesAFileOrALinkButNeverAFolder)
     EXPECT_FALSE(fileManager->removeFile(folder.path() / "folder"));
     EXPECT_TRUE(std::filesystem::exists(folder.path() / "folder"));
     EXPECT_EQ(fileManager->removeFile(folder.path() / "file").error().code, ENOENT);
+}
+
+TEST_F(LinuxFileManagerTest, AFileThatSomebodyRecordsIntoIsNotRemoved)
+{
+    auto recorder = mp4::PosixFile::create(folder.path() / "clip.mp4");
+    ASSERT_TRUE(recorder && *(*recorder)->tryLock());
+    const auto refused = fileManager->removeFile(folder.path() / "clip.mp4");
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().code, EBUSY);
+    EXPECT_TRUE((*recorder)->isStillInFolder());
+    std::filesystem::create_symlink(folder.path() / "clip.mp4", folder.path() / "link");
+    EXPECT_TRUE(fileManager->removeFile(folder.path() / "link")) << "a link to it is another thing";
+    EXPECT_TRUE((*recorder)->isStillInFolder());
+    recorder->reset();
+    EXPECT_TRUE(fileManager->removeFile(folder.path() / "clip.mp4"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST_F(LinuxFileManagerTest, AFifoIsRemovedWithoutBeingOpened)
+{
+    ASSERT_EQ(::mkfifo((folder.path() / "fifo").c_str(), 0600), 0);
+    EXPECT_TRUE(fileManager->removeFile(folder.path() / "fifo"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
 TEST_F(LinuxFileManagerTest, CreatesFoldersAndSaysWhyItCannot)

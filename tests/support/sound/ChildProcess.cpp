@@ -5,8 +5,11 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
+#include <iterator>
 #include <poll.h>
 #include <stdexcept>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -15,8 +18,68 @@
 
 namespace velmora::test {
 
+namespace {
+
+// More than anybody reads, and all of what most programs say.
+constexpr std::size_t longestTranscript = 20'000;
+
+/// Of the test program. Programs are started and ended on one thread.
+struct Transcripts {
+    std::string ended;
+    std::vector<const ChildProcess*> running;
+};
+
+Transcripts& transcripts()
+{
+    static Transcripts instance;
+    return instance;
+}
+
+std::string joined(const std::vector<std::string>& arguments)
+{
+    std::string line;
+    for (const auto& argument : arguments)
+        line += (line.empty() ? "" : " ") + argument;
+    return line;
+}
+
+std::string lastOf(std::string text)
+{
+    return text.size() <= longestTranscript ? text : "[…]" + text.substr(text.size() - longestTranscript);
+}
+
+std::string contentOf(int descriptor)
+{
+    std::string content;
+    std::array<char, 4096> bytes{};
+    for (ssize_t size = 0; (size = ::pread(descriptor, bytes.data(), bytes.size(), static_cast<off_t>(content.size()))) > 0;)
+        content.append(bytes.data(), static_cast<std::size_t>(size));
+    return content;
+}
+
+std::string contentOf(const std::filesystem::path& file)
+{
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(file, ignored))
+        return {};
+    std::ifstream stream{file, std::ios::binary};
+    return {std::istreambuf_iterator<char>{stream}, {}};
+}
+
+}  // namespace
+
+std::string takeProgramTranscripts()
+{
+    auto text = std::exchange(transcripts().ended, {});
+    for (const auto* program : transcripts().running)
+        text += program->transcript();
+    return text;
+}
+
 ChildProcess::ChildProcess(
     std::vector<std::string> arguments, std::map<std::string, std::string> environment, const std::filesystem::path& errorFile)
+    : command_(joined(arguments))
+    , errorFile_(errorFile)
 {
     std::array<int, 2> in{};
     std::array<int, 2> out{};
@@ -41,6 +104,8 @@ ChildProcess::ChildProcess(
     environmentPointers.push_back(nullptr);
 
     const bool quiet = ::getenv("VELMORA_TEST_VERBOSE") == nullptr;
+    if (errorFile.empty() && quiet)
+        messages_ = ::memfd_create("messages", MFD_CLOEXEC);
     processID_ = ::fork();
     if (processID_ < 0)
         throw std::runtime_error("no fork");
@@ -52,7 +117,7 @@ ChildProcess::ChildProcess(
         if (!errorFile.empty())
             ::dup2(::open(errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), STDERR_FILENO);
         else if (quiet)
-            ::dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO);
+            ::dup2(messages_, STDERR_FILENO);
         ::execvpe(argumentPointers[0], argumentPointers.data(), environmentPointers.data());
         ::_exit(127);
     }
@@ -61,13 +126,33 @@ ChildProcess::ChildProcess(
     ::close(out[1]);
     input_ = in[1];
     output_ = out[0];
+    transcripts().running.push_back(this);
 }
 
 ChildProcess::~ChildProcess()
 {
     kill();
+    // What nobody read.
+    ::fcntl(output_, F_SETFL, O_NONBLOCK);
+    std::array<char, 4096> bytes{};
+    for (ssize_t size = 0; (size = ::read(output_, bytes.data(), bytes.size())) > 0;)
+        read_.append(bytes.data(), static_cast<std::size_t>(size));
+    auto& all = transcripts();
+    std::erase(all.running, this);
+    all.ended = lastOf(all.ended + transcript());
     ::close(input_);
     ::close(output_);
+    if (messages_ >= 0)
+        ::close(messages_);
+}
+
+std::string ChildProcess::transcript() const
+{
+    const auto part = [](const char* name, const std::string& text) {
+        return text.empty() ? std::string{} : std::string{name} + ":\n" + lastOf(text) + (text.ends_with('\n') ? "" : "\n");
+    };
+    return "--- " + command_ + " (" + end_ + ")\n" + part("output", read_)
+        + part("messages", messages_ >= 0 ? contentOf(messages_) : contentOf(errorFile_));
 }
 
 void ChildProcess::send(const std::string& line)
@@ -96,6 +181,7 @@ std::optional<std::string> ChildProcess::readLine(std::chrono::seconds timeout)
         if (count <= 0)
             return buffered_.empty() ? std::nullopt : std::optional{std::exchange(buffered_, {})};
         buffered_.append(bytes.data(), static_cast<std::size_t>(count));
+        read_.append(bytes.data(), static_cast<std::size_t>(count));
     }
 }
 
@@ -142,6 +228,7 @@ std::optional<int> ChildProcess::wait()
     int status = 0;
     while (::waitpid(processID_, &status, 0) < 0 && errno == EINTR) { }
     processID_ = -1;
+    end_ = WIFEXITED(status) ? "status " + std::to_string(WEXITSTATUS(status)) : "signal " + std::to_string(WTERMSIG(status));
     return WIFEXITED(status) ? std::optional{WEXITSTATUS(status)} : std::nullopt;
 }
 

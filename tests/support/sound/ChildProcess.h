@@ -11,12 +11,16 @@
 
 namespace velmora::test {
 
+/// What the programs said that were started since the last call: those that have ended, and those that still run, so far. A test that fails
+/// prints it (tests/support/FailureReport.cpp).
+std::string takeProgramTranscripts();
+
 /// Started by the constructor, in a process group of its own; killed with its group by the destructor, and alone when the test dies.
 /// Its standard input and output are ours.
 class ChildProcess {
 public:
     /// `arguments[0]` is looked for along PATH. `environment` is added to ours. Standard error goes to `errorFile`, "/dev/stdout" for
-    /// the lines of readLine(); without one it is discarded, unless VELMORA_TEST_VERBOSE is set.
+    /// the lines of readLine(); without one it is kept for the transcript, or shown at once where VELMORA_TEST_VERBOSE is set.
     explicit ChildProcess(std::vector<std::string> arguments, std::map<std::string, std::string> environment = {},
         const std::filesystem::path& errorFile = {});
     ~ChildProcess();
@@ -43,7 +47,15 @@ public:
     /// Waits for its own end; the exit status, none when it was ended by a signal.
     std::optional<int> wait();
 
+    /// The command, how it ended, and what it has written so far.
+    [[nodiscard]] std::string transcript() const;
+
 private:
+    const std::string command_;
+    const std::filesystem::path errorFile_;
+    std::string read_;  ///< of its standard output
+    int messages_ = -1;  ///< its standard error, where that is ours to keep
+    std::string end_ = "still running";
     pid_t processID_ = -1;
     int input_ = -1;
     int output_ = -1;

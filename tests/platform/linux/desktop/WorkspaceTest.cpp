@@ -209,6 +209,16 @@ TEST_F(WorkspaceTest, AFileIsShownSelectedInTheFileBrowser)
     EXPECT_THAT(started, IsEmpty());
 }
 
+TEST_F(WorkspaceTest, AFileWhoseNameIsNoTextIsShownByEveryByteOfIt)
+{
+    FileBrowser browser{bus.connect("browser")};
+    workspace->activateFileViewerSelecting({"/caf\xE9 \xFF/a%20#.mp4"});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !browser.shown.isEmpty(); }));
+    EXPECT_EQ(browser.shown, QStringList{QStringLiteral("file:///caf%E9%20%FF/a%2520%23.mp4")});
+    workspace->open("/caf\xE9 \xFF");
+    EXPECT_THAT(started, ElementsAre("xdg-open", "file:///caf%E9%20%FF"));
+}
+
 TEST_F(WorkspaceTest, WithoutAFileBrowserThatCanSelectTheFolderIsOpened)
 {
     workspace->activateFileViewerSelecting({"/clips/a.mp4"});

@@ -247,7 +247,7 @@ TEST(X11VideoSourceWindow, ADestroyedWindowEndsTheStreamOnce)
     ASSERT_EQ(captured.recorder.stops().size(), 1U);
     EXPECT_EQ(captured.recorder.stops().front().domain, "Velmora.X11");
     EXPECT_EQ(captured.recorder.stops().front().code, unavailable);
-    EXPECT_EQ(captured.recorder.stops().front().localizedDescription, "The window is no longer available.");
+    EXPECT_EQ(captured.recorder.stops().front().localizedDescription, "The window was closed.");
     EXPECT_EQ(captured.recorder.complaints(), "");
 }
 

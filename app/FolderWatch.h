@@ -1,0 +1,38 @@
+// Tells when clips come into a folder or leave it, whoever does that.
+#pragma once
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+namespace velmora {
+
+/// Main thread only. A clip has come when it is whole: when whoever wrote it closed it, or gave it its name.
+class FolderWatch final : public QObject {
+    Q_OBJECT
+
+public:
+    /// `changed` is called shortly after a change; once for several that come together.
+    explicit FolderWatch(std::function<void()> changed);
+    ~FolderWatch() override;
+    FolderWatch(const FolderWatch&) = delete;
+    FolderWatch& operator=(const FolderWatch&) = delete;
+
+    /// Watches this folder and no other. Nothing happens where there is none; one that was made anew can be watched anew.
+    void watch(const std::filesystem::path& folder);
+
+private:
+    void readEvents();
+
+    const std::function<void()> changed_;
+    const int descriptor_;
+    int watched_ = -1;
+    std::unique_ptr<QSocketNotifier> notifier_;
+    QTimer delay_;
+};
+
+}  // namespace velmora

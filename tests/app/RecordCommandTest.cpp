@@ -1,0 +1,353 @@
+#include "app/RecordCommand.h"
+
+#include "app/TerminationSignals.h"
+#include "platform/fake/FakeAssetWriter.h"
+#include "platform/fake/FakeCaptureStream.h"
+#include "platform/fake/FakeCompressionSession.h"
+#include "platform/fake/FakeFileManager.h"
+#include "platform/fake/FakeScreens.h"
+#include "platform/fake/FakeShareableContent.h"
+#include "tests/support/Samples.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <functional>
+#include <gmock/gmock.h>
+#include <iterator>
+#include <pthread.h>
+
+namespace velmora {
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+constexpr std::chrono::seconds patience{60};
+
+/// Runs work from the event loop of the command.
+class EventLoopExecutor final : public Executor {
+public:
+    void async(UniqueFunction<void()> work) override
+    {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [shared = std::make_shared<UniqueFunction<void()>>(std::move(work))] { (*shared)(); },
+            Qt::QueuedConnection);
+    }
+};
+
+std::string contentOf(const std::filesystem::path& file)
+{
+    std::ifstream stream{file, std::ios::binary};
+    return {std::istreambuf_iterator<char>{stream}, {}};
+}
+
+class RecordCommandTest : public testing::Test {
+protected:
+    RecordCommandTest()
+    {
+        TerminationSignals::block();
+        command.windowID = 7;
+        command.output = folder.path() / "clip.mp4";
+        content->content.displays = {{1, {0, 0, 1920, 1080}}};
+        content->content.windows.push_back({
+            .windowID = 7,
+            .title = "Film",
+            .frame = {0, 0, 640, 480},
+            .windowLayer = 0,
+            .isOnScreen = true,
+            .owningApplication = platform::RunningApplication{"player", "Player", 4242},
+        });
+        files->movies = {folder.path()};
+        services.fileManager = files;
+        services.screens = std::make_shared<fake::FakeScreens>();
+        services.shareableContent = content;
+        services.captureStreams = streams;
+        services.compressionSessions = encoders;
+        services.assetWriters = writers;
+        writers->onCreate = [this](fake::FakeAssetWriter& writer) {
+            writer.onAdd = [this](fake::FakeAssetWriterInput& input) {
+                if (input.mediaType == MediaType::video)
+                    input.refuses = [this, &writer = input.writer](const SampleBuffer&) { return refuses(writer); };
+            };
+        };
+    }
+
+    /// Once the condition holds, in the event loop of the command, the step is taken.
+    void when(std::function<bool()> condition, std::function<void()> step) { steps_.emplace_back(std::move(condition), std::move(step)); }
+
+    int run()
+    {
+        QTimer timer;
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+            if (std::chrono::steady_clock::now() > deadline) {
+                ADD_FAILURE() << "what the test waits for does not come";
+                return QCoreApplication::exit(-1);
+            }
+            if (next_ < steps_.size() && steps_[next_].first())
+                steps_[next_++].second();
+        });
+        timer.start(std::chrono::milliseconds{1});
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        const int status = runRecordCommand(command, services, std::make_shared<EventLoopExecutor>());
+        std::fflush(stdout);
+        output = testing::internal::GetCapturedStdout();
+        errors = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(next_, steps_.size()) << "the command ended before the test was through\n" << errors;
+        return status;
+    }
+
+    [[nodiscard]] bool isCapturing() const { return !streams->streams.empty() && streams->streams[0]->started; }
+
+    void deliverPicture()
+    {
+        streams->streams[0]->deliver(test::screenSample(++pictures_ * 16'000'000), platform::StreamOutputType::screen);
+    }
+
+    /// Pictures come until one of them is in the file.
+    void recordSomething()
+    {
+        when([this] { return isCapturing(); }, [this] { deliverPicture(); });
+        when([this] { return !writers->writers.empty(); }, [this] { writeKeyFrame(); });
+        when([this] { return written > 0; }, [] {});
+    }
+
+    void writeKeyFrame() { encoders->sessions[0]->emitOutput(0, test::videoSample(1'000'000'000, true)); }
+
+    static void interrupt() { ::pthread_kill(::pthread_self(), SIGINT); }
+
+    virtual bool refuses(fake::FakeAssetWriter&)
+    {
+        ++written;
+        return false;
+    }
+
+    int argumentCount = 1;
+    char name[8] = "velmora";
+    char* arguments[2] = {name, nullptr};
+    QCoreApplication application{argumentCount, arguments};
+
+    const test::TemporaryDirectory folder;
+    command_line::Record command;
+    platform::PlatformServices services;
+    const std::shared_ptr<fake::FakeFileManager> files = std::make_shared<fake::FakeFileManager>();
+    const std::shared_ptr<fake::FakeShareableContent> content = std::make_shared<fake::FakeShareableContent>();
+    const std::shared_ptr<fake::FakeCaptureStreams> streams = std::make_shared<fake::FakeCaptureStreams>();
+    const std::shared_ptr<fake::FakeCompressionSessions> encoders = std::make_shared<fake::FakeCompressionSessions>();
+    const std::shared_ptr<fake::FakeAssetWriters> writers = std::make_shared<fake::FakeAssetWriters>();
+    std::atomic<int> written = 0;
+    std::string output;
+    std::string errors;
+
+private:
+    std::vector<std::pair<std::function<bool()>, std::function<void()>>> steps_;
+    std::size_t next_ = 0;
+    std::int64_t pictures_ = 0;
+};
+
+TEST_F(RecordCommandTest, TheUsersInterruptEndsItWellAndPrintsThePath)
+{
+    recordSomething();
+    when([] { return true; }, interrupt);
+    EXPECT_EQ(run(), command_line::succeeded);
+    EXPECT_EQ(output, command.output->string() + "\n");
+    EXPECT_EQ(errors, "");
+    EXPECT_EQ(writers->writers[0]->finishCount, 1);
+}
+
+TEST_F(RecordCommandTest, BeginsWhenTheEncoderIsReady)
+{
+    encoders->encodesAtOnce = false;
+    std::atomic<bool> wasSubmitted = false;
+    when([this] { return isCapturing(); },
+        [&] {
+            deliverPicture();
+            streams->streams[0]->outputs[0].queue->async([&] { wasSubmitted = true; });
+        });
+    when([&] { return wasSubmitted.load(); },
+        [this] {
+            EXPECT_TRUE(writers->writers.empty()) << "it begins while the encoder is being made";
+            writeKeyFrame();
+        });
+    when([this] { return !writers->writers.empty(); }, [this] { writeKeyFrame(); });
+    when([this] { return written > 0; }, interrupt);
+    EXPECT_EQ(run(), command_line::succeeded);
+}
+
+TEST_F(RecordCommandTest, AWindowThatClosesEndsItEarlyAndWhatWasRecordedIsSaved)
+{
+    recordSomething();
+    when([] { return true; }, [this] { streams->streams[0]->stopWithError({"X11", 1, "The window was closed.", nullptr}); });
+    EXPECT_EQ(run(), command_line::endedEarly);
+    EXPECT_EQ(output, command.output->string() + "\n");
+    EXPECT_EQ(errors, "The recording ended early: The window was closed.\n");
+    EXPECT_EQ(writers->writers[0]->finishCount, 1);
+    EXPECT_EQ(writers->writers[0]->cancelCount, 0);
+    EXPECT_TRUE(std::filesystem::exists(*command.output));
+}
+
+TEST_F(RecordCommandTest, AWindowThatClosesBeforeTheFirstPictureIsAFailure)
+{
+    when([this] { return isCapturing(); }, [this] { deliverPicture(); });
+    when([this] { return !writers->writers.empty(); },
+        [this] {
+            writers->writers[0]->removesFileAtFinish = true;
+            std::filesystem::remove(*command.output);
+            streams->streams[0]->stopWithError({"X11", 1, "The window was closed.", nullptr});
+        });
+    EXPECT_EQ(run(), command_line::failed);
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(errors, "Selected window was closed or is no longer available. Please select a window.\n");
+    EXPECT_EQ(writers->writers[0]->cancelCount, 1) << "an empty file is nothing to keep";
+}
+
+TEST_F(RecordCommandTest, AWindowThatClosesWhileTheClipIsBeingSavedChangesNothing)
+{
+    recordSomething();
+    when([] { return true; },
+        [this] {
+            interrupt();
+            QTimer::singleShot(0, [this] { streams->streams[0]->stopWithError({"X11", 1, "The window was closed.", nullptr}); });
+        });
+    EXPECT_EQ(run(), command_line::succeeded);
+    EXPECT_EQ(output, command.output->string() + "\n");
+    EXPECT_EQ(errors, "");
+}
+
+TEST_F(RecordCommandTest, AnInterruptBeforeTheCaptureSaysThatNothingWasRecorded)
+{
+    when([this] { return isCapturing(); }, interrupt);
+    EXPECT_EQ(run(), command_line::failed);
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(errors, "Nothing was recorded yet.\n");
+    EXPECT_FALSE(std::filesystem::exists(*command.output));
+}
+
+TEST_F(RecordCommandTest, AnInterruptBeforeTheFirstPictureIsInTheFileSaysThatNothingWasRecorded)
+{
+    when([this] { return isCapturing(); }, [this] { deliverPicture(); });
+    when([this] { return !writers->writers.empty(); },
+        [this] {
+            // As the real one does with a file in which there is nothing.
+            writers->writers[0]->finishStatus = platform::AssetWriter::Status::failed;
+            writers->writers[0]->removesFileAtFinish = true;
+            interrupt();
+        });
+    EXPECT_EQ(run(), command_line::failed);
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(errors, "Nothing was recorded yet.\n");
+}
+
+class FailingRecordCommandTest : public RecordCommandTest {
+protected:
+    bool refuses(fake::FakeAssetWriter& writer) override
+    {
+        if (++written == 1)
+            return false;
+        writer.currentStatus = platform::AssetWriter::Status::failed;
+        writer.finishStatus = platform::AssetWriter::Status::failed;
+        writer.currentError = posixError(ENOSPC, "clip.mp4");
+        return true;
+    }
+};
+
+TEST_F(FailingRecordCommandTest, AWriterThatFailsInTheMiddleEndsItEarlyWithWhatWasWritten)
+{
+    recordSomething();
+    when([] { return true; }, [this] { writeKeyFrame(); });
+    EXPECT_EQ(run(), command_line::endedEarly);
+    EXPECT_EQ(output, command.output->string() + "\n");
+    EXPECT_EQ(errors, "The recording ended early: clip.mp4: No space left on device\n");
+}
+
+TEST_F(FailingRecordCommandTest, AWriterThatFailsWithNothingWrittenIsAFailure)
+{
+    recordSomething();
+    when([] { return true; },
+        [this] {
+            writers->writers[0]->removesFileAtFinish = true;
+            writeKeyFrame();
+        });
+    EXPECT_EQ(run(), command_line::failed);
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(errors, "Failed saving recording: clip.mp4: No space left on device\n");
+}
+
+TEST_F(RecordCommandTest, AFileThatAppearsAfterItBeganToCaptureIsNotReplaced)
+{
+    writers->createError = posixError(EEXIST, "clip.mp4");
+    when([this] { return isCapturing(); },
+        [this] {
+            std::ofstream{*command.output} << "mine";
+            deliverPicture();
+        });
+    EXPECT_EQ(run(), command_line::failed);
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(errors, command.output->string() + " is there already; choose another name.\n");
+    EXPECT_EQ(contentOf(*command.output), "mine");
+}
+
+/// Somebody else takes the first name that is tried.
+class QuickerRecorder final : public platform::AssetWriterFactory {
+public:
+    explicit QuickerRecorder(std::shared_ptr<fake::FakeAssetWriters> inner) : inner_(std::move(inner)) { }
+
+    Result<std::shared_ptr<platform::AssetWriter>> makeAssetWriter(
+        const std::filesystem::path& outputURL, platform::AssetFileType type) override
+    {
+        if (taken.empty()) {
+            taken = outputURL;
+            std::ofstream{outputURL} << "mine";
+            return fail(posixError(EEXIST, outputURL.native()));
+        }
+        return inner_->makeAssetWriter(outputURL, type);
+    }
+
+    std::filesystem::path taken;
+
+private:
+    const std::shared_ptr<fake::FakeAssetWriters> inner_;
+};
+
+TEST_F(RecordCommandTest, ANameOfOursThatAnotherTakesGivesWayToTheNext)
+{
+    const auto quicker = std::make_shared<QuickerRecorder>(writers);
+    services.assetWriters = quicker;
+    command.output.reset();
+    recordSomething();
+    when([] { return true; }, interrupt);
+    EXPECT_EQ(run(), command_line::succeeded);
+    EXPECT_EQ(output, (quicker->taken.parent_path() / (quicker->taken.stem().string() + "-1.mp4")).string() + "\n");
+    EXPECT_EQ(contentOf(quicker->taken), "mine");
+}
+
+TEST_F(RecordCommandTest, AnOutputThatCannotBeExaminedIsAClearError)
+{
+    const auto loop = folder.path() / "loop";
+    std::filesystem::create_symlink(loop, loop);
+    const std::pair<std::filesystem::path, const char*> outputs[] = {
+        {folder.path() / (std::string(252, 'x') + ".mp4"), "File name too long"},
+        {folder.path() / std::string(4100, '/') / "clip.mp4", "File name too long"},
+        {loop / "clip.mp4", "Too many levels of symbolic links"},
+    };
+    for (const auto& [path, why] : outputs) {
+        command.output = path;
+        EXPECT_EQ(run(), command_line::failed);
+        EXPECT_EQ(output, "");
+        EXPECT_THAT(errors, StartsWith("Failed to start recording: "));
+        EXPECT_THAT(errors, EndsWith(std::string{why} + "\n"));
+    }
+    EXPECT_TRUE(streams->streams.empty()) << "nothing is captured for nothing";
+}
+
+}  // namespace
+}  // namespace velmora
