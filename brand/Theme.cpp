@@ -1,18 +1,22 @@
 #include "brand/Theme.h"
 
+#include "brand/ShownText.h"
+
 #include <QFontDatabase>
+#include <QFontMetricsF>
 
 namespace velmora {
 
 namespace {
 
+const QString emojiFamily = QStringLiteral("Noto Color Emoji");
+
 QStringList families()
 {
     const QString inter = QStringLiteral("Inter");
-    const QString emoji = QStringLiteral("Noto Color Emoji");
     const QString system = QFontDatabase::systemFont(QFontDatabase::GeneralFont).family();
     // The emoji font has digits, so it comes after one for text; and before the system's, many of which have emoji in one colour.
-    return QFontDatabase::hasFamily(inter) ? QStringList{inter, emoji, system} : QStringList{system, emoji};
+    return QFontDatabase::hasFamily(inter) ? QStringList{inter, emojiFamily, system} : QStringList{system, emojiFamily};
 }
 
 QFont font(int pixels, QFont::Weight weight)
@@ -21,6 +25,14 @@ QFont font(int pixels, QFont::Weight weight)
     made.setFamilies(families());
     made.setPixelSize(pixels);
     made.setWeight(weight);
+    return made;
+}
+
+QFont emojiFont(int pixels)
+{
+    QFont made;
+    made.setFamilies({emojiFamily});
+    made.setPixelSize(pixels);
     return made;
 }
 
@@ -46,6 +58,7 @@ Theme::Theme()
     , emphasisFont_(font(13, QFont::DemiBold))
     , captionFont_(font(11, QFont::Normal))
     , captionEmphasisFont_(font(11, QFont::DemiBold))
+    , emojiFont_(emojiFont(13))
 {
 }
 
@@ -72,6 +85,21 @@ QUrl Theme::symbolSource(const QString& name, const QColor& color)
     if (name.isEmpty())
         return {};
     return QUrl{QStringLiteral("image://symbol/%1/%2").arg(name, color.name().mid(1).toUpper())};
+}
+
+double Theme::lineSpacing(const QFont& font)
+{
+    return QFontMetricsF{font}.height();
+}
+
+QString Theme::oneLine(const QString& text)
+{
+    return velmora::oneLine(text);
+}
+
+QString Theme::paragraphs(const QString& text)
+{
+    return velmora::paragraphs(text);
 }
 
 QFont Theme::lockupFont(double height, bool isStrong)

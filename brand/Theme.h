@@ -52,6 +52,7 @@ class Theme final : public QObject {
     Q_PROPERTY(QFont emphasisFont MEMBER emphasisFont_ CONSTANT)
     Q_PROPERTY(QFont captionFont MEMBER captionFont_ CONSTANT)
     Q_PROPERTY(QFont captionEmphasisFont MEMBER captionEmphasisFont_ CONSTANT)
+    Q_PROPERTY(QFont emojiFont MEMBER emojiFont_ CONSTANT)
 
 public:
     Theme();
@@ -64,6 +65,13 @@ public:
 
     /// What an Image shows the symbol from; empty for an empty name.
     Q_INVOKABLE static QUrl symbolSource(const QString& name, const QColor& color);
+
+    /// From one line of that font to the next, in points.
+    Q_INVOKABLE static double lineSpacing(const QFont& font);
+
+    /// Text from outside, as brand/ShownText.h has it.
+    Q_INVOKABLE static QString oneLine(const QString& text);
+    Q_INVOKABLE static QString paragraphs(const QString& text);
 
     /// What the name beside the mark is set in, for a mark of `height` points.
     Q_INVOKABLE static QFont lockupFont(double height, bool isStrong);
@@ -113,6 +121,7 @@ private:
     const QFont emphasisFont_;
     const QFont captionFont_;
     const QFont captionEmphasisFont_;
+    const QFont emojiFont_;
 
     bool reducesMotion_ = false;
 };

@@ -6,9 +6,10 @@ Text {
     font: Theme.bodyFont
     textFormat: Text.PlainText
     wrapMode: Text.Wrap
-    // What is added lies beneath a line, where a single one needs nothing. No binding: a new height may change the width, and with it the
-    // count, while the binding still runs.
-    onLineCountChanged: lineHeight = lineCount > 1 ? 1.15 : 1
+    // What is added lies beneath a line, where the last one needs nothing. Both depend on nothing that the layout of the text finds out:
+    // what changes while it is being laid out starts it once more inside of itself.
+    lineHeight: wrapMode === Text.NoWrap ? 1 : 1.15
+    bottomPadding: (1 - lineHeight) * Theme.lineSpacing(font)
     Accessible.role: Accessible.StaticText
     Accessible.name: text
 }

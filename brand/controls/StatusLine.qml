@@ -24,8 +24,10 @@ RowLayout {
     }
     Label {
         Layout.fillWidth: true
-        text: line.text
+        text: Theme.paragraphs(line.text)
         color: line.color
+        maximumLineCount: 4
+        elide: Text.ElideRight
         Accessible.ignored: true
     }
 }

@@ -1,3 +1,4 @@
+#include "tests/brand/OddTexts.h"
 #include "tests/brand/QuickTestWindow.h"
 
 #include "brand/BrandColors.h"
@@ -16,7 +17,8 @@ TEST(BrandModule, EveryTypeCanBeCreatedAndDrawnWithoutAWarning)
     for (const auto* type :
         {"Badge { text: 'Active' }", "BrandAppIconView { }", "BrandHorizontalLockupView { }", "BrandLogoMark { }", "BusyIndicator { }",
             "Caption { text: 'Text' }", "Card { Label { text: 'x' } }", "IconButton { symbol: 'globe'; text: 'Web' }",
-            "KeyCap { glyph: 'C' }", "Label { text: 'Text' }", "ListRow { text: 'Row'; contentItem: Label { text: 'Row' } }",
+            "KeyCap { glyph: 'C' }", "Label { text: 'Text' }", "LineLabel { line: 'Text' }",
+            "ListRow { text: 'Row'; contentItem: Label { text: 'Row' } }",
             "ScrollArea { width: 90; height: 40; contentHeight: 400; Label { text: 'Text' } }", "SearchField { placeholderText: 'Search' }",
             "StatusLine { symbol: 'globe'; text: 'Web' }", "TextField { text: 'x' }", "Slider { text: 'Start' }",
             "Symbol { name: 'globe' }", "TextButton { text: 'OK' }", "RoundedRectangle { width: 40; height: 20; color: Theme.coral }",
@@ -197,6 +199,59 @@ TEST(TextButton, IsPressedOnceByAssistiveTechnology)
     accessible->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     EXPECT_EQ(window.root()->property("presses").toInt(), 1);
     QAccessible::setActive(false);
+}
+
+TEST(Label, ShowsEveryKindOfTextHoweverItIsLaidOut)
+{
+    for (const auto* look : {"width: 120", "width: 120; elide: Text.ElideRight; wrapMode: Text.NoWrap",
+             "width: 120; elide: Text.ElideMiddle; wrapMode: Text.NoWrap",
+             "width: 120; height: 20; elide: Text.ElideRight; wrapMode: Text.NoWrap", "width: 120; height: 40; elide: Text.ElideRight",
+             "width: 120; elide: Text.ElideRight; maximumLineCount: 2",
+             "width: 120; elide: Text.ElideRight; wrapMode: Text.NoWrap; maximumLineCount: 1",
+             "font: Theme.captionFont; elide: Text.ElideRight"}) {
+        const QuickTestWindow window{QStringLiteral("Label { objectName: 'it'; %1 }").arg(QLatin1String(look)), {200, 60}};
+        auto* label = window.item("it");
+        for (const auto& [kind, text] : test::oddTexts()) {
+            SCOPED_TRACE(std::string{look} + ", " + kind);
+            // Set, and laid out once more in another width.
+            label->setProperty("text", text.left(2000));
+            EXPECT_FALSE(window.grab().isNull());
+            label->setWidth(60);
+            EXPECT_FALSE(window.grab().isNull());
+            label->setWidth(120);
+        }
+    }
+}
+
+double heightOf(const char* label)
+{
+    const QuickTestWindow window{QLatin1String(label)};
+    static_cast<void>(window.grab());
+    return window.item("it")->height();
+}
+
+TEST(Label, OneLineIsAsHighAsItsFontAndFurtherOnesAreApart)
+{
+    const double one = heightOf("Label { objectName: 'it'; text: 'Evening' }");
+    EXPECT_NEAR(one, heightOf("Text { objectName: 'it'; text: 'Evening'; font: Theme.bodyFont }"), 1);
+    EXPECT_NEAR(heightOf("Label { objectName: 'it'; text: 'Evening\\nNews' }"), one * 2.15, 2);
+    EXPECT_NEAR(heightOf("Label { objectName: 'it'; text: 'Evening'; wrapMode: Text.NoWrap }"), one, 1);
+}
+
+TEST(LineLabel, EveryKindOfTextTakesOneLineAndNoMoreRoomThanThereIs)
+{
+    const QuickTestWindow window{QLatin1String("LineLabel { objectName: 'it'; width: 160 }"), {200, 60}};
+    auto* label = window.item("it");
+    auto* accessible = QAccessible::queryAccessibleInterface(label);
+    for (const auto& [kind, text] : test::oddTexts()) {
+        SCOPED_TRACE(kind);
+        label->setProperty("line", text);
+        static_cast<void>(window.grab());
+        EXPECT_EQ(label->property("lineCount").toInt(), 1);
+        EXPECT_LE(label->height(), 24);
+        EXPECT_LE(label->property("contentWidth").toDouble(), 160 + 4) << "an ellipsis that reads from right to left may be a little wider";
+        EXPECT_EQ(accessible->text(QAccessible::Name), label->property("text").toString());
+    }
 }
 
 constexpr auto searchQml = "SearchField { objectName: 'search'; x: 20; y: 20; width: 240; placeholderText: 'Search' }";

@@ -4,6 +4,9 @@
 #include "brand/BrandModule.h"
 
 #include <QAccessible>
+#ifdef QT_WIDGETS_LIB
+#include <QApplication>
+#endif
 #include <QGuiApplication>
 #include <QImage>
 #include <QMouseEvent>
@@ -19,6 +22,12 @@
 #include <memory>
 #include <string>
 
+QT_BEGIN_NAMESPACE
+// As QtTest declares it.
+Q_GUI_EXPORT void qt_handleKeyEvent(QWindow* window, QEvent::Type kind, int key, Qt::KeyboardModifiers modifiers,
+    const QString& text = QString(), bool isAutoRepeat = false, ushort count = 1);
+QT_END_NAMESPACE
+
 namespace velmora::test {
 
 /// The one application of the process.
@@ -30,7 +39,11 @@ inline QGuiApplication& application()
         static char* arguments[] = {name.data(), nullptr};
         qputenv("QT_QPA_PLATFORM", "offscreen");
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+#ifdef QT_WIDGETS_LIB
+        return *new QApplication(count, arguments);
+#else
         return *new QGuiApplication(count, arguments);
+#endif
     }();
     return one;
 }
@@ -87,12 +100,12 @@ public:
         release(item);
     }
 
-    void type(Qt::Key key, const QString& text = {})
+    /// As the window system hands it in: what a shortcut takes reaches no control.
+    void type(Qt::Key key, const QString& text = {}, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
-        for (const auto kind : {QEvent::KeyPress, QEvent::KeyRelease}) {
-            QKeyEvent event(kind, key, Qt::NoModifier, text);
-            application_.sendEvent(view_.get(), &event);
-        }
+        for (const auto kind : {QEvent::KeyPress, QEvent::KeyRelease})
+            qt_handleKeyEvent(view_.get(), kind, key, modifiers, text);
+        application_.processEvents();
     }
 
     [[nodiscard]] const QQuickWindow& window() const { return *view_; }

@@ -56,6 +56,8 @@ ColumnLayout {
             Accessible.name: "Sounds"
             Keys.onUpPressed: root.sound.moveSelection(-1)
             Keys.onDownPressed: root.sound.moveSelection(1)
+            Keys.onReturnPressed: event => event.isAutoRepeat || root.model.start()
+            Keys.onEnterPressed: event => event.isAutoRepeat || root.model.start()
             onCurrentIndexChanged: positionViewAtIndex(currentIndex, ListView.Contain)
 
             T.ScrollBar.vertical: ThinScrollBar {
@@ -75,7 +77,7 @@ ColumnLayout {
                 gutter: scrollBar.visible ? scrollBar.width - 2 : 0
                 highlighted: ListView.isCurrentItem
                 showsFocus: highlighted && ListView.view.activeFocus
-                text: [appName, detail, isAsBefore ? "As before" : ""].filter(part => part !== "").join(", ")
+                text: [Theme.oneLine(appName), Theme.oneLine(detail), isAsBefore ? "As before" : ""].filter(part => part !== "").join(", ")
                 onClicked: root.sound.select(index)
                 onDoubleClicked: root.model.start()
 
@@ -97,20 +99,15 @@ ColumnLayout {
                         Layout.fillWidth: true
                         spacing: 3
 
-                        Label {
+                        LineLabel {
                             Layout.fillWidth: true
-                            text: row.appName
+                            line: row.appName
                             font: Theme.emphasisFont
-                            elide: Text.ElideRight
-                            wrapMode: Text.NoWrap
                         }
-                        Label {
+                        LineLabel {
                             Layout.fillWidth: true
-                            text: row.detail
+                            line: row.detail
                             color: Theme.secondaryText
-                            elide: Text.ElideRight
-                            wrapMode: Text.NoWrap
-                            maximumLineCount: 1
                         }
                     }
                     Badge {

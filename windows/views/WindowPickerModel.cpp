@@ -59,6 +59,15 @@ int WindowPickerModel::selectedRow() const
     return row == filteredWindows_.end() ? -1 : static_cast<int>(std::distance(filteredWindows_.begin(), row));
 }
 
+QString WindowPickerModel::hiddenSelection() const
+{
+    if (selectedRow() >= 0)
+        return {};
+    const auto& available = windowService_->availableWindows();
+    const auto hidden = std::find_if(available.begin(), available.end(), [this](const auto& window) { return window.id == selectedID_; });
+    return hidden == available.end() ? QString{} : text(hidden->displayName());
+}
+
 void WindowPickerModel::viewWillAppear()
 {
     abandonRequest();

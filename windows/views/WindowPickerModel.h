@@ -27,6 +27,7 @@ class WindowPickerModel final : public QAbstractListModel {
     Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
     Q_PROPERTY(int selectedRow READ selectedRow NOTIFY selectionChanged)
     Q_PROPERTY(bool canStart READ canStart NOTIFY selectionChanged)
+    Q_PROPERTY(QString hiddenSelection READ hiddenSelection NOTIFY selectionChanged)
     Q_PROPERTY(bool isChoosingSound READ isChoosingSound NOTIFY isChoosingSoundChanged)
     Q_PROPERTY(velmora::SoundChoiceModel* sound READ sound CONSTANT)
 
@@ -48,6 +49,9 @@ public:
     [[nodiscard]] int selectedRow() const;
     [[nodiscard]] std::optional<std::uint32_t> selectedID() const { return selectedID_; }
     [[nodiscard]] bool canStart() const { return selectedID_.has_value(); }
+
+    /// The name of the window that would be started and that the search hides; empty when it hides none.
+    [[nodiscard]] QString hiddenSelection() const;
 
     /// The second step, for a window that was granted where the desktop does not tell whose it is. start() goes on with what is selected
     /// there, cancel() back to the windows.

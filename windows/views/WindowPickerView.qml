@@ -56,6 +56,8 @@ Rectangle {
             onTextChanged: root.model.searchText = text
             Keys.onUpPressed: root.model.moveSelection(-1)
             Keys.onDownPressed: root.model.moveSelection(1)
+            Keys.onReturnPressed: event => event.isAutoRepeat || root.model.start()
+            Keys.onEnterPressed: event => event.isAutoRepeat || root.model.start()
         }
 
         Card {
@@ -123,6 +125,8 @@ Rectangle {
                 Accessible.name: "Windows"
                 Keys.onUpPressed: root.model.moveSelection(-1)
                 Keys.onDownPressed: root.model.moveSelection(1)
+                Keys.onReturnPressed: event => event.isAutoRepeat || root.model.start()
+                Keys.onEnterPressed: event => event.isAutoRepeat || root.model.start()
                 onCurrentIndexChanged: positionViewAtIndex(currentIndex, ListView.Contain)
 
                 T.ScrollBar.vertical: ThinScrollBar {
@@ -143,7 +147,7 @@ Rectangle {
                     gutter: scrollBar.visible ? scrollBar.width - 2 : 0
                     highlighted: ListView.isCurrentItem
                     showsFocus: highlighted && ListView.view.activeFocus
-                    text: [appName, title, sizeText, isActive ? "Active" : ""].filter(part => part !== "").join(", ")
+                    text: [Theme.oneLine(appName), Theme.oneLine(title), sizeText, isActive ? "Active" : ""].filter(part => part !== "").join(", ")
                     onClicked: root.model.select(index)
                     onDoubleClicked: root.model.start()
 
@@ -165,21 +169,16 @@ Rectangle {
                             Layout.fillWidth: true
                             spacing: 3
 
-                            Label {
+                            LineLabel {
                                 Layout.fillWidth: true
-                                text: row.appName
+                                line: row.appName
                                 font: Theme.emphasisFont
-                                elide: Text.ElideRight
-                                wrapMode: Text.NoWrap
                             }
-                            Label {
+                            LineLabel {
                                 Layout.fillWidth: true
                                 visible: text !== ""
-                                text: row.title
+                                line: row.title
                                 color: Theme.secondaryText
-                                elide: Text.ElideRight
-                                wrapMode: Text.NoWrap
-                                maximumLineCount: 1
                             }
                             Label {
                                 visible: text !== ""
@@ -215,6 +214,15 @@ Rectangle {
             }
         }
 
+        LineLabel {
+            Layout.fillWidth: true
+            visible: root.model.hiddenSelection !== ""
+            line: "Selected: " + root.model.hiddenSelection
+            color: Theme.secondaryText
+            font: Theme.captionFont
+            horizontalAlignment: Text.AlignRight
+        }
+
         RowLayout {
             spacing: 8
 
@@ -239,10 +247,6 @@ Rectangle {
         }
     }
 
-    Shortcut {
-        sequences: ["Return", "Enter"]
-        onActivated: root.model.start()
-    }
     Shortcut {
         sequence: "Escape"
         onActivated: root.model.cancel()

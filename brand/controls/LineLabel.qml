@@ -1,0 +1,11 @@
+import QtQuick
+import Velmora.Brand
+
+// One line of what may come from outside: whatever is in it, it stays one line, and is cut where it does not fit.
+Label {
+    property string line
+
+    text: Theme.oneLine(line)
+    elide: Text.ElideRight
+    wrapMode: Text.NoWrap
+}

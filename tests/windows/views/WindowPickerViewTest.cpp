@@ -1,0 +1,264 @@
+#include "brand/BrandColors.h"
+#include "tests/brand/OddTexts.h"
+#include "tests/brand/ViewTestWindow.h"
+#include "tests/support/CoordinatorFixture.h"
+#include "windows/views/WindowPickerModel.h"
+
+#include <gmock/gmock.h>
+
+// Generated. Referring to it brings the module into the program, where it registers its types before main.
+extern void qml_register_types_Velmora_Windows();
+
+namespace velmora {
+namespace {
+
+using test::ViewTestWindow;
+
+CapturedWindowInfo listed(std::uint32_t id, const char* appName, const char* title)
+{
+    return {.id = id, .title = title, .appName = appName, .bundleID = appName, .frame = {0, 0, 1279.6, 720.9}, .isOnScreen = true};
+}
+
+class WindowPickerViewTest : public testing::Test, protected test::CoordinatorFixture {
+protected:
+    WindowPickerViewTest()
+    {
+        static void (*volatile types)() = &qml_register_types_Velmora_Windows;
+        [[maybe_unused]] const auto linked = types;
+        window.emplace(QUrl{QStringLiteral("qrc:/Velmora/Windows/WindowPickerView.qml")}, model, QSize{560, 480});
+        QObject::connect(&model, &WindowPickerModel::dismissed, &model, [this] { ++dismissals; });
+    }
+
+    void appear(const std::vector<CapturedWindowInfo>& windows)
+    {
+        for (const auto& one : windows)
+            addLiveWindow(one);
+        model.viewWillAppear();
+        executor->runAll();
+        static_cast<void>(window->grab());
+    }
+
+    void appearWithThree() { appear({listed(1, "Alpha", "a film"), listed(2, "Beta", "b film"), listed(3, "Gamma", "")}); }
+
+    [[nodiscard]] std::uint32_t startedWindow()
+    {
+        executor->runAll();
+        return coordinator->selectedWindow() ? coordinator->selectedWindow()->id : 0;
+    }
+
+    [[nodiscard]] QQuickItem* first(const char* type) const
+    {
+        QQuickItem* found = nullptr;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (!found && item.inherits(type))
+                found = &item;
+        });
+        return found;
+    }
+
+    /// Of all symbols that are to be seen, from top to bottom.
+    [[nodiscard]] QString symbols() const
+    {
+        QStringList names;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickImage"))
+                names.append(item.property("source").toString().section(QLatin1Char('/'), 3, 3));
+        });
+        return names.join(QLatin1Char(' '));
+    }
+
+    WindowPickerModel model{std::make_shared<WindowSelectionService>(content, executor), coordinator};
+    std::optional<ViewTestWindow> window;
+    int dismissals = 0;
+};
+
+TEST_F(WindowPickerViewTest, SaysWhatItIsForFromTopToBottom)
+{
+    appearWithThree();
+    EXPECT_EQ(window->texts().join(QLatin1Char('|')).toStdString(),
+        "Choose Video Window|Select what you are watching (Safari, Chrome, YouTube, QuickTime, VLC, etc.)|Search by app name or window "
+        "title...|Alpha|a film|1279 × 720 pt|Beta|b film|1279 × 720 pt|Gamma|1279 × 720 pt|Tip: Make sure the browser or video player "
+        "window is open on your screen (not minimized into the Dock).|Refresh List|Cancel|Start Clipping This Window");
+    EXPECT_EQ(symbols().toStdString(), "magnifyingglass macwindow macwindow macwindow lightbulb.fill arrow.clockwise");
+    for (const auto* text : {"Refresh List", "Cancel", "Start Clipping This Window"})
+        EXPECT_TRUE(window->hasButton(QLatin1String(text))) << text;
+    window->expectNothingIsCutOff({24, 0, 512, 480});
+    window->expectNoTextsOverlap();
+}
+
+TEST_F(WindowPickerViewTest, WhileItSearchesItSaysSo)
+{
+    addLiveWindow(listed(1, "Alpha", "a"));
+    model.viewWillAppear();
+    EXPECT_TRUE(window->shows(QStringLiteral("Searching for active windows...")));
+    EXPECT_FALSE(window->shows(QStringLiteral("No eligible video windows found.")));
+    executor->runAll();
+    EXPECT_FALSE(window->shows(QStringLiteral("Searching for active windows...")));
+    EXPECT_TRUE(window->shows(QStringLiteral("Alpha")));
+}
+
+TEST_F(WindowPickerViewTest, WithoutWindowsItSaysWhatToDoAndStartsNothing)
+{
+    appear({});
+    EXPECT_TRUE(window->shows(QStringLiteral("No eligible video windows found.")));
+    EXPECT_TRUE(window->shows(QStringLiteral("Make sure the browser or video player window is open and visible on screen.")));
+    EXPECT_EQ(symbols().toStdString(), "magnifyingglass macwindow.on.rectangle lightbulb.fill arrow.clockwise");
+    EXPECT_FALSE(window->button(QStringLiteral("Start Clipping This Window")).isEnabled());
+}
+
+TEST_F(WindowPickerViewTest, TheWindowThatIsCapturedHasABadgeAndNoOther)
+{
+    appearWithThree();
+    EXPECT_FALSE(window->shows(QStringLiteral("Active")));
+    coordinator->selectWindowAndStartCapture(listed(2, "Beta", "b film"));
+    executor->runAll();
+    static_cast<void>(window->grab());
+    EXPECT_EQ(window->texts().count(QStringLiteral("Active")), 1);
+    EXPECT_EQ(window->texts().indexOf(QStringLiteral("Active")), window->texts().indexOf(QStringLiteral("Beta")) + 3);
+    window->forEachVisible([&](QQuickItem& item) {
+        if (!item.inherits("QQuickText") || item.property("text").toString() != QStringLiteral("Active"))
+            return;
+        EXPECT_EQ(item.property("color").value<QColor>(), BrandColors::green);
+        const auto ground = window->grab(*item.parentItem()).pixelColor(4, 11);
+        EXPECT_GT(ground.green(), ground.red() + 10) << "a green ground";
+    });
+}
+
+TEST_F(WindowPickerViewTest, TheSearchNarrowsTheListAndItsButtonClearsIt)
+{
+    appearWithThree();
+    window->type(Qt::Key_B, QStringLiteral("b"));
+    window->type(Qt::Key_E, QStringLiteral("e"));
+    EXPECT_TRUE(window->shows(QStringLiteral("Beta")));
+    EXPECT_FALSE(window->shows(QStringLiteral("Alpha")));
+    window->press(QStringLiteral("Clear search"));
+    EXPECT_TRUE(window->shows(QStringLiteral("Alpha")));
+    EXPECT_FALSE(window->hasButton(QStringLiteral("Clear search")));
+}
+
+TEST_F(WindowPickerViewTest, ReturnInTheSearchFieldStarts)
+{
+    appearWithThree();
+    window->type(Qt::Key_Down);
+    window->type(Qt::Key_Return);
+    EXPECT_EQ(startedWindow(), 2U);
+    EXPECT_EQ(dismissals, 1);
+}
+
+TEST_F(WindowPickerViewTest, EnterInTheListStarts)
+{
+    appearWithThree();
+    first("QQuickListView")->forceActiveFocus(Qt::TabFocusReason);
+    window->type(Qt::Key_Down);
+    window->type(Qt::Key_Down);
+    window->type(Qt::Key_Enter);
+    EXPECT_EQ(startedWindow(), 3U);
+}
+
+TEST_F(WindowPickerViewTest, ReturnPressesTheButtonThatHasTheKeyboard)
+{
+    appearWithThree();
+    for (const auto key : {Qt::Key_Return, Qt::Key_Enter}) {
+        window->button(QStringLiteral("Cancel")).forceActiveFocus(Qt::TabFocusReason);
+        dismissals = 0;
+        window->type(key);
+        EXPECT_EQ(dismissals, 1);
+        EXPECT_EQ(startedWindow(), 0U);
+    }
+    window->button(QStringLiteral("Refresh List")).forceActiveFocus(Qt::TabFocusReason);
+    window->type(Qt::Key_Return);
+    EXPECT_TRUE(model.isLoading());
+    EXPECT_EQ(startedWindow(), 0U);
+    window->button(QStringLiteral("Start Clipping This Window")).forceActiveFocus(Qt::TabFocusReason);
+    window->type(Qt::Key_Return);
+    EXPECT_EQ(startedWindow(), 1U);
+}
+
+TEST_F(WindowPickerViewTest, ReturnOnTheButtonThatClearsTheSearchStartsNothing)
+{
+    appearWithThree();
+    window->type(Qt::Key_A, QStringLiteral("a"));
+    window->button(QStringLiteral("Clear search")).forceActiveFocus(Qt::TabFocusReason);
+    window->type(Qt::Key_Return);
+    EXPECT_EQ(model.searchText(), QString{});
+    EXPECT_EQ(startedWindow(), 0U);
+}
+
+TEST_F(WindowPickerViewTest, InTheSecondStepReturnPressesTheFocusedButtonAndStartsFromTheList)
+{
+    content->windowsToRequest = {1};
+    appearWithThree();
+    const auto grant = [this] {
+        window->type(Qt::Key_Return);
+        executor->runAll();
+        auto granted = content->content.windows.front();
+        granted.windowID = 7;
+        content->content.windows.push_back(granted);
+        content->pendingRequest(std::optional{granted});
+        content->pendingSoundQuestion(
+            platform::SoundChoices{{{{"player-bin", "Player", 12}, "Film", true}}, platform::SoundChoices::Suggestion::onlyPlaying});
+        executor->runAll();
+        static_cast<void>(window->grab());
+        ASSERT_TRUE(window->shows(QStringLiteral("Choose Its Sound")));
+    };
+    grant();
+    window->button(QStringLiteral("Back")).forceActiveFocus(Qt::TabFocusReason);
+    window->type(Qt::Key_Return);
+    EXPECT_EQ(startedWindow(), 0U);
+    EXPECT_TRUE(window->shows(QStringLiteral("Choose Video Window")));
+    grant();
+    window->type(Qt::Key_Return);
+    EXPECT_EQ(startedWindow(), 7U);
+}
+
+TEST_F(WindowPickerViewTest, EscapeCancels)
+{
+    appearWithThree();
+    window->type(Qt::Key_Escape);
+    EXPECT_EQ(dismissals, 1);
+    EXPECT_EQ(startedWindow(), 0U);
+}
+
+TEST_F(WindowPickerViewTest, ASelectionThatTheSearchHidesIsNamedBesideTheButton)
+{
+    appear({listed(1, "Alpha", "a film"), listed(2, "Beta", "b\nfilm")});
+    window->type(Qt::Key_Down);
+    window->type(Qt::Key_A, QStringLiteral("a"));
+    window->type(Qt::Key_L, QStringLiteral("l"));
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(window->shows(QString::fromUtf8("Selected: Beta — b film")));
+    window->type(Qt::Key_Backspace);
+    window->type(Qt::Key_Backspace);
+    EXPECT_FALSE(window->shows(QString::fromUtf8("Selected: Beta — b film")));
+}
+
+TEST_F(WindowPickerViewTest, EveryKindOfTitleAndNameTakesOneLineOfItsRow)
+{
+    const auto rowHeight = [this] {
+        auto* row = first("QQuickItemDelegate");
+        return row ? row->height() : 0;
+    };
+    appearWithThree();
+    const double ordinary = rowHeight();
+    for (const auto& [kind, text] : test::oddTexts()) {
+        SCOPED_TRACE(kind);
+        content->content.windows.clear();
+        const auto utf8 = text.toStdString();
+        addLiveWindow(listed(7, utf8.c_str(), utf8.c_str()));
+        content->content.windows.back().title = utf8;
+        content->content.windows.back().owningApplication->applicationName = utf8;
+        model.refreshWindows();
+        executor->runAll();
+        EXPECT_FALSE(window->grab().isNull());
+        EXPECT_LE(rowHeight(), ordinary);
+        window->expectNoTextsOverlap();
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText")) {
+                EXPECT_LE(item.mapRectToScene({0, 0, item.width(), 1}).right(), 560);
+            }
+        });
+    }
+}
+
+}  // namespace
+}  // namespace velmora
