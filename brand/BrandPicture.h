@@ -37,7 +37,7 @@ private:
     bool isStale_ = true;
 };
 
-class BrandLogoMark : public BrandPicture {
+class BrandLogoMark : public velmora::BrandPicture {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY lookChanged)
@@ -73,7 +73,7 @@ private:
     bool showGlow_ = false;
 };
 
-class BrandAppIconView : public BrandPicture {
+class BrandAppIconView : public velmora::BrandPicture {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(bool showShadow READ showShadow WRITE setShowShadow NOTIFY showShadowChanged)
