@@ -1,5 +1,7 @@
 #include "tests/support/recording/Velmora.h"
 
+#include "tests/support/recording/ProgramReports.h"
+
 #include <QByteArray>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -23,6 +25,14 @@ std::string contentOf(const std::filesystem::path& file)
     return {std::istreambuf_iterator<char>{stream}, {}};
 }
 
+std::string joined(const std::vector<std::string>& arguments)
+{
+    std::string line;
+    for (const auto& argument : arguments)
+        line += (line.empty() ? "" : " ") + argument;
+    return line;
+}
+
 std::vector<std::string> recordArguments(std::uint32_t window, const std::filesystem::path& file, const std::vector<std::string>& more)
 {
     auto arguments = velmora({"record", "--window", std::to_string(window), "--output", file.string()});
@@ -41,8 +51,17 @@ std::string ProgramOutcome::lastLine() const
 }
 
 Program::Program(std::vector<std::string> arguments, Environment environment)
-    : process_(std::move(arguments), std::move(environment), directory_.path() / "messages")
+    : commandLine_(joined(arguments))
+    , process_(std::move(arguments), std::move(environment), directory_.path() / "messages")
 {
+}
+
+Program::~Program()
+{
+    if (isFinished_)
+        return;
+    if (const auto said = messages(); !said.empty())
+        addProgramReport(commandLine_ + ": ended by the test\n" + said);
 }
 
 ProgramOutcome Program::finish()
@@ -53,8 +72,18 @@ ProgramOutcome Program::finish()
     if (!process_.endsWithin(patience))
         process_.signal(SIGKILL);
     outcome.status = process_.wait();
-    outcome.messages = contentOf(directory_.path() / "messages");
+    outcome.messages = messages();
+    isFinished_ = true;
+    if (outcome.status != 0 || !outcome.messages.empty()) {
+        const auto ending = outcome.status ? "status " + std::to_string(*outcome.status) : "ended by a signal";
+        addProgramReport(commandLine_ + ": " + ending + "\n" + outcome.messages);
+    }
     return outcome;
+}
+
+std::string Program::messages() const
+{
+    return contentOf(directory_.path() / "messages");
 }
 
 ProgramOutcome runProgram(std::vector<std::string> arguments, Environment environment)

@@ -28,10 +28,13 @@ struct ProgramOutcome {
     [[nodiscard]] std::string lastLine() const;
 };
 
-/// One run of a program.
+/// One run of a program. A test that fails prints how it ended and what it said, where that is more than a quiet success.
 class Program {
 public:
     explicit Program(std::vector<std::string> arguments, Environment environment = {});
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
 
     [[nodiscard]] pid_t processID() const { return process_.processID(); }
     [[nodiscard]] bool isRunning() const { return !process_.endsWithin(std::chrono::seconds{0}); }
@@ -41,6 +44,10 @@ public:
     ProgramOutcome finish();
 
 private:
+    [[nodiscard]] std::string messages() const;
+
+    std::string commandLine_;
+    bool isFinished_ = false;
     TemporaryDirectory directory_;
     ChildProcess process_;
 };
