@@ -39,7 +39,7 @@ public:
 
     virtual ~AudioSource() = default;
 
-    /// Fails when there is no sound server to speak to. A server that dies later ends the sound without a word.
+    /// Fails when there is no sound server to speak to. When one that was spoken to dies, the track goes on in silence, without a word.
     virtual Result<void> start(const AudioTarget& target, AudioSourceFormat format, BlockCallback block) = 0;
 
     /// Returns when no callback runs or will run. Idempotent. Never from the callback.

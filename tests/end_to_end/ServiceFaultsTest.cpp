@@ -233,6 +233,17 @@ struct SoundServers {
     Program pulse{{"pipewire-pulse"}};
 };
 
+/// Whether the clip has the players' tone at that second, at their level.
+bool isHeardAt(const RecordedClip& clip, double second)
+{
+    const auto begin = static_cast<std::size_t>(second * clip.audio->sampleRate) * 2;
+    const std::span<const float> samples{clip.audio->samples};
+    if (begin + 9600 > samples.size())
+        return false;
+    const auto part = samples.subspan(begin, 9600);
+    return std::any_of(part.begin(), part.end(), [](float sample) { return std::abs(sample) > 0.3F; });
+}
+
 TEST(ServiceFaults, ASoundServerThatComesBackInMidRecordingIsHeardAgain)
 {
     const TemporaryDirectory directory;
@@ -255,17 +266,34 @@ TEST(ServiceFaults, ASoundServerThatComesBackInMidRecordingIsHeardAgain)
     EXPECT_THAT(clip.complaints, IsEmpty());
     ASSERT_TRUE(clip.video && clip.audio);
     EXPECT_NEAR(clip.audio->duration, clip.video->duration, 0.5);
-    // Seconds of the clip in which the tone sounds: at its begin, and at its end.
-    const auto isHeardAt = [&](double second) {
-        const auto begin = static_cast<std::size_t>(second * clip.audio->sampleRate) * 2;
-        const std::span<const float> samples{clip.audio->samples};
-        if (begin + 9600 > samples.size())
-            return false;
-        const auto part = samples.subspan(begin, 9600);
-        return std::any_of(part.begin(), part.end(), [](float sample) { return std::abs(sample) > 0.3F; });
-    };
-    EXPECT_TRUE(isHeardAt(0.8));
-    EXPECT_TRUE(isHeardAt(clip.audio->duration - 0.8));
+    EXPECT_TRUE(isHeardAt(clip, 0.8));
+    EXPECT_TRUE(isHeardAt(clip, clip.audio->duration - 0.8));
+}
+
+TEST(ServiceFaults, AWindowThatWasChosenWhileNoSoundServerRanIsHeardOnceOneDoes)
+{
+    killSoundServers();
+    const TemporaryDirectory directory;
+    writeTone(directory.path() / "440.wav", 440, 60);
+    const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}, directory.path() / "440.wav"};
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.startByShortcut());
+    record(1200ms);
+    ASSERT_TRUE(program.saveByShortcut());
+    EXPECT_FALSE(readClip(program.lastSavedClip()).audio) << "there is nothing to be heard";
+
+    const SoundServers servers;
+    awaitPlayingStreams(1);
+    record(1s);
+    ASSERT_TRUE(program.startByShortcut());
+    record(2s);
+    ASSERT_TRUE(program.saveByShortcut());
+    const auto clip = readClip(program.lastSavedClip());
+    EXPECT_THAT(clip.complaints, IsEmpty());
+    ASSERT_TRUE(clip.video && clip.audio);
+    EXPECT_TRUE(isHeardAt(clip, 0.3));
+    EXPECT_GT(clip.audio->levels(440, 1000, 0).tone, -20);
 }
 
 }  // namespace

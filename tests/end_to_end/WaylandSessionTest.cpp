@@ -140,7 +140,8 @@ protected:
     /// A clip of the window that is chosen.
     static std::filesystem::path clipOf(TrayProgram& program)
     {
-        EXPECT_EQ(program.run({"toggle"}).status, 0);
+        const auto started = program.run({"toggle"});
+        EXPECT_EQ(started.status, 0) << started.messages;
         record(2500ms);
         const auto saved = program.run({"toggle"});
         EXPECT_EQ(saved.status, 0) << saved.messages;
@@ -233,7 +234,7 @@ TEST_F(WaylandSoundTest, ACommandSaysWhoseSoundItWantsAndIsToldHow)
 {
     run([&] {
         const auto refused = test::record(chooser, file(), 1, environment());
-        EXPECT_EQ(refused.status, 1);
+        EXPECT_EQ(refused.status, 1) << refused.messages;
         EXPECT_THAT(refused.messages, HasSubstr("--sound NAME"));
         EXPECT_THAT(refused.messages, HasSubstr("First player"));
         EXPECT_FALSE(std::filesystem::exists(file()));
@@ -251,7 +252,8 @@ TEST_F(WaylandSoundTest, ACommandSaysWhoseSoundItWantsAndIsToldHow)
 
         std::filesystem::remove(file());
         RecordingProcess silent{firstGrant, file(), {"--duration", "1", "--sound", "none"}, environment()};
-        ASSERT_EQ(silent.finish().status, 0);
+        const auto withoutSound = silent.finish();
+        ASSERT_EQ(withoutSound.status, 0) << withoutSound.messages;
         EXPECT_FALSE(readClip(file()).audio);
     });
     EXPECT_EQ(portal.dialogs, 1);
@@ -261,7 +263,8 @@ TEST_F(WaylandSessionTest, ACancelledDialogRecordsNothing)
 {
     portal.user = linux_backend::TestPortal::User::cancels;
     run([&] {
-        EXPECT_EQ(test::record(chooser, file(), 2, environment()).status, 1);
+        const auto outcome = test::record(chooser, file(), 2, environment());
+        EXPECT_EQ(outcome.status, 1) << outcome.messages;
         EXPECT_FALSE(std::filesystem::exists(file()));
     });
     EXPECT_EQ(portal.dialogs, 1);

@@ -15,7 +15,7 @@ namespace {
 
 // How often silence is handed on, and lost servers are looked for.
 constexpr timespec tickInterval{0, 50'000'000};
-constexpr std::int64_t reconnectInterval = 1'000'000'000;
+constexpr std::int64_t reconnectInterval = 250'000'000;
 
 // How long a server may take to answer the first question.
 constexpr std::int64_t answerTimeout = 2'000'000'000;

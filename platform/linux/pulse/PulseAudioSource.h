@@ -9,8 +9,8 @@ namespace velmora::linux_backend {
 
 /// Records each stream of the target by itself, from the monitor of the sink that plays it, and mixes them; silence while there is
 /// none. The start fails when the server is PipeWire's PulseAudio service: its monitor streams carry wrong times and disturb the
-/// player's own, so there the sound comes from PipeWire itself. No server is ever started. Blocks and the target's callback come on
-/// one thread of the source's.
+/// player's own, so there the sound comes from PipeWire itself. No server is ever started. When the server goes and comes back, the
+/// source connects again. Blocks and the target's callback come on one thread of the source's.
 class PulseAudioSource final : public AudioSource {
 public:
     PulseAudioSource();

@@ -115,4 +115,9 @@ Result<std::vector<SoundStream>> listPulseSoundStreams()
     return Look{}.take();
 }
 
+bool isOfPipeWire(const Error& error)
+{
+    return error.domain == errorDomain && error.code == PA_ERR_NOTSUPPORTED;
+}
+
 }  // namespace velmora::linux_backend

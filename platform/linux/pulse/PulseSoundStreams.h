@@ -12,4 +12,7 @@ namespace velmora::linux_backend {
 /// PulseAudio service, whose streams PipeWire itself tells more of. No server is ever started. Any thread.
 [[nodiscard]] Result<std::vector<SoundStream>> listPulseSoundStreams();
 
+/// Whether that error says that the server is PipeWire's.
+[[nodiscard]] bool isOfPipeWire(const Error& error);
+
 }  // namespace velmora::linux_backend

@@ -142,10 +142,21 @@ void PipeWireServer::restart()
 
 PulseServer::PulseServer(const PrivateSession& session)
 {
+    static_cast<void>(session);
+    startProgram();
+}
+
+void PulseServer::restart()
+{
+    kill();
+    startProgram();
+}
+
+void PulseServer::startProgram()
+{
     server_ = std::make_unique<ChildProcess>(
         std::vector<std::string>{"pulseaudio", "-n", "--exit-idle-time=-1", "--daemonize=no", "--use-pid-file=no", "--disable-shm=yes",
             "-L", "module-null-sink sink_name=first", "-L", "module-null-sink sink_name=second", "-L", "module-native-protocol-unix"});
-    static_cast<void>(session);
     waitUntil([] { return outputOf({"pactl", "get-default-sink"}) == "first\n"; }, "pulseaudio");
 }
 

@@ -51,9 +51,13 @@ class PulseServer {
 public:
     explicit PulseServer(const PrivateSession& session);
 
+    /// Ends the server at once, as a crash would.
     void kill() { server_->kill(); }
+    void restart();
 
 private:
+    void startProgram();
+
     std::unique_ptr<ChildProcess> server_;
 };
 

@@ -49,6 +49,7 @@ struct TestCast::Implementation {
     std::vector<std::uint32_t> picture;  // as it was shown last
     bool isStreaming = false;
     int connections = 0;
+    std::vector<pw_buffer*> buffers;
     std::vector<pw_buffer*> free;  // taken out of the stream
     std::optional<Frame> last;
 
@@ -148,8 +149,17 @@ struct TestCast::Implementation {
 
     void collect()
     {
-        while (auto* buffer = isStreaming ? pw_stream_dequeue_buffer(stream.get()) : nullptr)
-            free.push_back(buffer);
+        while (auto* buffer = isStreaming ? pw_stream_dequeue_buffer(stream.get()) : nullptr) {
+            if (std::find(free.begin(), free.end(), buffer) == free.end())
+                free.push_back(buffer);
+        }
+    }
+
+    /// Whoever leaves keeps the picture that he looks at, and the node lives on with its buffers: after a few there would be none.
+    void takeBack()
+    {
+        while (pw_stream_dequeue_buffer(stream.get())) { }
+        free = buffers;
     }
 
     pw_buffer* handOver(const Frame& frame)
@@ -157,7 +167,8 @@ struct TestCast::Implementation {
         auto* buffer = free.front();
         free.erase(free.begin());
         fill(*buffer->buffer, frame);
-        pw_stream_queue_buffer(stream.get(), buffer);
+        // One that was on its way when everybody left is so still.
+        static_cast<void>(pw_stream_queue_buffer(stream.get(), buffer));
         pw_stream_trigger_process(stream.get());
         timespec interval = repeatInterval;
         pw_loop_update_timer(pw_thread_loop_get_loop(loop.get()), timer.get(), &interval, &interval, false);
@@ -213,7 +224,8 @@ const pw_stream_events TestCast::Implementation::events = [] {
     table.version = PW_VERSION_STREAM_EVENTS;
     table.state_changed = [](void* data, pw_stream_state, pw_stream_state state, const char*) {
         auto* self = static_cast<Implementation*>(data);
-        self->isStreaming = state == PW_STREAM_STATE_STREAMING;
+        if (std::exchange(self->isStreaming, state == PW_STREAM_STATE_STREAMING) && !self->isStreaming)
+            self->takeBack();
         self->connections += self->isStreaming ? 1 : 0;
         pw_thread_loop_signal(self->loop.get(), false);
     };
@@ -221,7 +233,12 @@ const pw_stream_events TestCast::Implementation::events = [] {
         if (id == SPA_PARAM_Format && parameter)
             static_cast<Implementation*>(data)->agreeOnBuffers();
     };
-    table.remove_buffer = [](void* data, pw_buffer* buffer) { std::erase(static_cast<Implementation*>(data)->free, buffer); };
+    table.add_buffer = [](void* data, pw_buffer* buffer) { static_cast<Implementation*>(data)->buffers.push_back(buffer); };
+    table.remove_buffer = [](void* data, pw_buffer* buffer) {
+        auto* self = static_cast<Implementation*>(data);
+        std::erase(self->buffers, buffer);
+        std::erase(self->free, buffer);
+    };
     table.process = [](void* data) { pw_thread_loop_signal(static_cast<Implementation*>(data)->loop.get(), false); };
     return table;
 }();

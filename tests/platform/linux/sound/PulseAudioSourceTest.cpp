@@ -5,9 +5,12 @@
 #include "tests/support/sound/Recorder.h"
 #include "tests/support/sound/SoundServer.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
 #include <memory>
 #include <sstream>
+#include <thread>
+#include <unistd.h>
 
 namespace velmora::linux_backend {
 namespace {
@@ -116,6 +119,37 @@ TEST_F(PulseAudioSourceTest, GoesOnInSilenceWhenTheServerDies)
     const auto position = recorder_.position();
     source_.stop();
     EXPECT_EQ(recorder_.position(), position);
+}
+
+TEST_F(PulseAudioSourceTest, GoesOnInSilenceWhenTheServerDiesAndFollowsTheNextOneHoweverOften)
+{
+    capture(::getpid());
+    for (int server = 0; server < 3; ++server) {
+        if (server > 0)
+            server_.restart();
+        {
+            const ChildProcess target{{"paplay", tone440_.string()}};
+            ASSERT_TRUE(recorder_.waitForTone(440)) << server;
+            server_.kill();
+            ASSERT_TRUE(recorder_.waitForTone(440, false)) << server;
+        }
+    }
+    EXPECT_LT(recorder_.largestGap(), millisecond);
+}
+
+TEST_F(PulseAudioSourceTest, AServerThatIsPipeWiresAfterARestartIsNotRecorded)
+{
+    capture(::getpid());
+    server_.kill();
+    std::filesystem::remove(session_.directory() / "run" / "pulse" / "native");
+    const test::PipeWireServer other{session_};
+    const ChildProcess target{{"paplay", tone440_.string()}};
+    while (onlySinkInput().empty())
+        std::this_thread::sleep_for(std::chrono::milliseconds{50});
+    const auto begin = recorder_.position();
+    ASSERT_TRUE(recorder_.waitFor(begin, 96000));
+    for (const float sample : recorder_.samples(begin, 96000))
+        ASSERT_EQ(sample, 0.0F);
 }
 
 TEST(PulseAudioSourceWithoutServer, StartFailsWithAnError)

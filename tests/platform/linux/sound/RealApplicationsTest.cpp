@@ -100,16 +100,5 @@ TEST_F(RealApplicationsTest, ChromiumIsHeardThroughItsSoundProcessAndASecondProf
     EXPECT_LT(second.cleanestSecond(1000, 440), -60);
 }
 
-TEST(ApplicationAudio, FailsWithOneErrorWhenNoServerAnswers)
-{
-    test::PrivateSession session;
-    const auto source = makeApplicationAudioSource();
-    const auto started = source->start({}, {}, [](const SampleBufferRef&) { FAIL() << "sound without a server"; });
-    ASSERT_FALSE(started);
-    EXPECT_EQ(started.error().localizedDescription, "No sound server answers.");
-    EXPECT_TRUE(started.error().underlying);
-    source->stop();
-}
-
 }  // namespace
 }  // namespace velmora::linux_backend
