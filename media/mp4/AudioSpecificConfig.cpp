@@ -1,38 +1,42 @@
 #include "media/mp4/AudioSpecificConfig.h"
 
-#include <cstdint>
+#include "media/mp4/BitReader.h"
+
+#include <array>
 
 namespace velmora::mp4 {
 
 namespace {
 
-/// Past the end it reads zeros.
-class BitReader {
-public:
-    explicit BitReader(std::span<const std::byte> bytes) : bytes_(bytes) { }
-
-    std::uint32_t read(int count)
-    {
-        std::uint32_t value = 0;
-        for (int i = 0; i < count; ++i, ++position_) {
-            const auto byte = position_ / 8 < bytes_.size() ? static_cast<unsigned>(bytes_[position_ / 8]) : 0U;
-            value = value << 1 | (byte >> (7 - position_ % 8) & 1U);
-        }
-        return value;
-    }
-
-private:
-    std::span<const std::byte> bytes_;
-    std::size_t position_ = 0;
-};
-
-// ISO 14496-3 table 1.17 and 1.6.5.
+// ISO 14496-3 tables 1.17 and 1.18, and 1.6.5.
 constexpr std::uint32_t lowComplexity = 2;
 constexpr std::uint32_t spectralBandReplication = 5;
 constexpr std::uint32_t explicitFrequency = 15;
 constexpr std::uint32_t syncExtension = 0x2B7;
 
+constexpr std::array<std::int32_t, 13> frequencies{96000, 88200, 64000, 48000, 44100, 32000, 24000, 22050, 16000, 12000, 11025, 8000, 7350};
+
 }  // namespace
+
+std::int32_t sampleRateOf(std::span<const std::byte> configuration)
+{
+    BitReader bits{configuration};
+    bits.read(5);
+    const auto index = bits.read(4);
+    if (index == explicitFrequency)
+        return static_cast<std::int32_t>(bits.read(24));
+    return index < frequencies.size() ? frequencies.at(index) : 0;
+}
+
+std::int32_t packetFramesOf(std::span<const std::byte> configuration)
+{
+    BitReader bits{configuration};
+    bits.read(5);
+    if (bits.read(4) == explicitFrequency)
+        bits.read(24);
+    bits.read(4);
+    return bits.read(1) != 0 ? 960 : 1024;
+}
 
 bool isPlainAacLc(std::span<const std::byte> configuration)
 {

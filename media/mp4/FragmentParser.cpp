@@ -3,6 +3,7 @@
 #include "media/mp4/RecordingLayout.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 namespace velmora::mp4 {
@@ -31,6 +32,23 @@ enum RunFlags : std::uint32_t {
     flagsPresent = 0x400,
     compositionOffsetsPresent = 0x800,
 };
+// What else may be inside "moof" and "traf".
+bool isKnownInFragment(FourCharacterCode type)
+{
+    constexpr std::array known{FourCharacterCode{"mfhd"}, FourCharacterCode{"traf"}, FourCharacterCode{"pssh"}, FourCharacterCode{"meta"},
+        FourCharacterCode{"uuid"}, FourCharacterCode{"free"}, FourCharacterCode{"skip"}, FourCharacterCode{"udta"}};
+    return std::find(known.begin(), known.end(), type) != known.end();
+}
+
+bool isKnownInTrackFragment(FourCharacterCode type)
+{
+    constexpr std::array known{FourCharacterCode{"tfhd"}, FourCharacterCode{"trun"}, FourCharacterCode{"tfdt"}, FourCharacterCode{"sbgp"},
+        FourCharacterCode{"sgpd"}, FourCharacterCode{"subs"}, FourCharacterCode{"saiz"}, FourCharacterCode{"saio"},
+        FourCharacterCode{"senc"}, FourCharacterCode{"sdtp"}, FourCharacterCode{"meta"}, FourCharacterCode{"uuid"},
+        FourCharacterCode{"free"}, FourCharacterCode{"skip"}, FourCharacterCode{"udta"}};
+    return std::find(known.begin(), known.end(), type) != known.end();
+}
+
 constexpr std::uint32_t sampleIsNonSync = 0x10000;
 
 struct TrackFragment {
@@ -85,6 +103,8 @@ Result<std::vector<ParsedRun>> parseFragment(
     std::vector<std::int64_t> times(tracks.size(), -1);
     ByteReader boxes{payload};
     while (const auto traf = nextBox(boxes)) {
+        if (!isKnownInFragment(traf->type))
+            return damaged();
         if (traf->type != FourCharacterCode{"traf"})
             continue;
         const auto tfhd = findBox(traf->payload, "tfhd");
@@ -127,6 +147,8 @@ Result<std::vector<ParsedRun>> parseFragment(
         }
         ByteReader inner{traf->payload};
         while (const auto trun = nextBox(inner)) {
+            if (!isKnownInTrackFragment(trun->type))
+                return damaged();
             if (trun->type != FourCharacterCode{"trun"})
                 continue;
             const auto before = fragment.run.entries.size();

@@ -32,6 +32,7 @@ struct Edit {
 };
 
 struct Track {
+    static constexpr std::uint16_t undeterminedLanguage = 0x55C4;  ///< "und"
     static constexpr std::array<std::int32_t, 9> identityMatrix{0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000};
 
     std::uint32_t id = 0;
@@ -42,6 +43,9 @@ struct Track {
     std::vector<Edit> edits;
     SampleTable samples;
     std::array<std::int32_t, 9> matrix = identityMatrix;
+    /// Three letters of 5 bits (ISO 14496-12 8.4.2.3), and the payload of the box that tells more ("elng"), where a file had one.
+    std::uint16_t language = undeterminedLanguage;
+    std::vector<std::byte> extendedLanguage;
     /// Size as shown, 16.16 (ISO 14496-12 8.3.2), where a reader found one: not the format's for pixels that are no squares.
     std::uint32_t shownWidth = 0;
     std::uint32_t shownHeight = 0;
@@ -57,6 +61,8 @@ struct Track {
 struct Movie {
     std::int32_t timescale = 0;
     std::uint64_t creationTime = 0;  ///< seconds since 1904, UTC
+    /// What the movie's header tells of its duration at least, in `timescale`. 0 in what a reader found.
+    std::uint64_t leastDuration = 0;
     /// True: the index tells of tracks only, and more samples come in fragments ("mvex").
     bool isFragmented = false;
     std::vector<Track> tracks;

@@ -310,6 +310,21 @@ Result<std::int32_t> readTimescale(std::span<const std::byte> payload, std::uint
     return timescale;
 }
 
+void readLanguage(std::span<const std::byte> mdia, std::span<const std::byte> mdhd, Track& track)
+{
+    // More is no language tag.
+    constexpr std::size_t longestTag = 256;
+    ByteReader reader{mdhd};
+    const auto version = readFullBoxHeader(reader).version;
+    reader.skip(version == 1 ? 28 : 16);
+    const auto language = reader.u16();
+    // QuickTime has numbers there, below those of three letters.
+    if (!reader.failed() && language >= 0x400 && language < 0x7FFF)
+        track.language = language;
+    if (const auto tag = findBox(mdia, "elng"); tag && tag->payload.size() <= longestTag)
+        track.extendedLanguage.assign(tag->payload.begin(), tag->payload.end());
+}
+
 // None for a track that is neither pictures nor sound.
 Result<std::optional<Track>> readTrack(std::span<const std::byte> trak, const Movie& movie, std::uint64_t fileSize, std::size_t budget)
 {
@@ -334,6 +349,7 @@ Result<std::optional<Track>> readTrack(std::span<const std::byte> trak, const Mo
     if (!timescale)
         return fail(timescale.error());
     track.timescale = *timescale;
+    readLanguage(mdia->payload, mdhd->payload, track);
     if (const auto result = readTrackHeader(trak, track); !result)
         return fail(result.error());
     if (const auto result = readEdits(trak, movie, track); !result)
@@ -399,8 +415,11 @@ Result<ParsedMovie> parseMovie(std::span<const std::byte> payload, std::uint64_t
     // All tracks together: a few bytes of a file can claim as many samples as one may have.
     auto budget = largestSampleCount(fileSize);
     ByteReader boxes{payload};
-    while (const auto box = nextBox(boxes)) {
-        if (box->type != FourCharacterCode{"trak"})
+    // A few bytes that are no box may end the list.
+    constexpr std::size_t smallestBox = 8;
+    while (boxes.remaining() >= smallestBox) {
+        const auto box = nextBox(boxes);
+        if (!box || box->type != FourCharacterCode{"trak"})
             continue;
         auto track = readTrack(box->payload, parsed.movie, fileSize, budget);
         if (!track)

@@ -1,6 +1,7 @@
 #include "media/mp4/MovieReader.h"
 
 #include "media/mp4/BoxReader.h"
+#include "media/mp4/ForeignFragments.h"
 #include "media/mp4/MovieParser.h"
 #include "media/mp4/PosixFile.h"
 
@@ -111,6 +112,22 @@ bool canBeginAMovie(FourCharacterCode type)
     || type == FourCharacterCode{"free"} || type == FourCharacterCode{"skip"} || type == FourCharacterCode{"wide"};
 }
 
+/// What may stand between fragments.
+bool isKnownBesideFragments(FourCharacterCode type)
+{
+    constexpr std::array known{FourCharacterCode{"ftyp"}, FourCharacterCode{"styp"}, FourCharacterCode{"moov"}, FourCharacterCode{"moof"},
+        FourCharacterCode{"mdat"}, FourCharacterCode{"free"}, FourCharacterCode{"skip"}, FourCharacterCode{"wide"},
+        FourCharacterCode{"uuid"}, FourCharacterCode{"sidx"}, FourCharacterCode{"ssix"}, FourCharacterCode{"prft"},
+        FourCharacterCode{"emsg"}, FourCharacterCode{"mfra"}, FourCharacterCode{"meta"}, FourCharacterCode{"udta"},
+        FourCharacterCode{"pdin"}, FourCharacterCode{"pnot"}, FourCharacterCode{"PICT"}, FourCharacterCode{"junk"}};
+    return std::find(known.begin(), known.end(), type) != known.end();
+}
+
+std::string atByte(std::string_view what, std::uint64_t offset)
+{
+    return std::string{what} + " at byte " + std::to_string(offset);
+}
+
 // A fragment whose media must still be seen to be there.
 struct PendingFragment {
     std::uint64_t offset = 0;
@@ -182,6 +199,15 @@ public:
                 return fail(state.error());
             if (offset == 0 && (*state == BoxState::end || !canBeginAMovie(box.type)))
                 return fail(makeError(ErrorCode::notAMovie, "The file is no MP4 file."));
+            if (foreign_) {
+                const auto next = takeForeign(*state, offset, box);
+                if (!next)
+                    return fail(next.error());
+                if (*next == offset)
+                    break;
+                offset = *next;
+                continue;
+            }
             if (*state != BoxState::whole)
                 break;
             const auto goesOn = take(box);
@@ -222,8 +248,71 @@ private:
             return fail(parsed.error());
         parsed_ = std::move(*parsed);
         result_.wholeEnd = box.end();
-        // Nothing more is to be learned from an ordinary file.
-        return parsed_->movie.isFragmented;
+        if (!result_.recording)
+            foreign_.emplace(parsed_->movie, end_);
+        // Nothing more is to be learned from an ordinary file of ours.
+        return foreign_ || parsed_->movie.isFragmented;
+    }
+
+    /// Behind the index of a file that is not ours: where to go on; `offset` when nothing that follows counts.
+    Result<std::uint64_t> takeForeign(BoxState state, std::uint64_t offset, const FileBox& box)
+    {
+        constexpr std::uint64_t smallestBox = 8;
+        const bool isFragmented = parsed_->movie.isFragmented;
+        if (state == BoxState::end || end_ - offset < smallestBox)
+            return offset;
+        if (state == BoxState::incomplete) {
+            if (isFragmented)
+                foreign_->noteUnread(atByte("a box is cut off or damaged", offset));
+            return offset;
+        }
+        if (box.type == FourCharacterCode{"moov"}) {
+            foreign_->noteUnread(atByte("another movie begins", offset));
+            return offset;
+        }
+        if (!isFragmented)
+            return box.end();
+        if (box.type == FourCharacterCode{"moof"}) {
+            const auto result = takeForeignFragment(box);
+            if (!result)
+                return fail(result.error());
+        } else if (!isKnownBesideFragments(box.type)) {
+            return takeUnknown(offset, box);
+        }
+        return box.end();
+    }
+
+    Result<void> takeForeignFragment(const FileBox& box)
+    {
+        const auto bytes = scanner_.payload(box, std::min(largestFragmentIndex, largestIndex - fragmentIndexSize_));
+        if (!bytes)
+            return fail(bytes.error());
+        fragmentIndexSize_ += bytes->size();
+        const auto largest = largestSampleCount(end_);
+        auto runs = parseFragment(*bytes, box.offset, *parsed_, largest - std::min(largest, foreignSampleCount_));
+        if (!runs) {
+            foreign_->noteUnread(atByte("a fragment is damaged", box.offset));
+            return {};
+        }
+        for (const auto& run : *runs)
+            foreignSampleCount_ += run.entries.size();
+        foreign_->add(std::move(*runs));
+        return {};
+    }
+
+    Result<std::uint64_t> takeUnknown(std::uint64_t offset, const FileBox& box)
+    {
+        // Zeros that end a list, or fill the file up.
+        constexpr std::uint64_t wordSize = 4;
+        if (box.end() == end_ && box.type.value == 0)
+            return offset;
+        FileBox next;
+        if (const auto state = scanner_.read(offset + wordSize, next); !state)
+            return fail(state.error());
+        else if (box.size == end_ - offset && *state == BoxState::whole && isKnownBesideFragments(next.type))
+            return offset + wordSize;
+        foreign_->noteUnread(atByte("a box is of an unknown kind", offset));
+        return box.end();
     }
 
     Result<bool> takeFragment(const FileBox& box)
@@ -262,6 +351,8 @@ private:
                 return fail(makeError(ErrorCode::nothingInside, "Nothing was recorded in the file."));
             return damaged("it has no index");
         }
+        if (foreign_)
+            result_.unread = foreign_->finish();
         result_.movie = std::move(parsed_->movie);
         return std::move(result_);
     }
@@ -271,6 +362,8 @@ private:
     std::uint64_t end_;
     std::optional<ParsedMovie> parsed_;
     std::optional<PendingFragment> pending_;
+    std::optional<ForeignFragments> foreign_;  ///< once there is an index of a file that is not ours
+    std::size_t foreignSampleCount_ = 0;
     std::uint64_t fragmentIndexSize_ = 0;
     MovieFile result_;
 };

@@ -16,9 +16,6 @@ constexpr std::uint64_t largest32 = std::numeric_limits<std::uint32_t>::max();
 constexpr std::uint32_t syncSampleFlags = 0x02000000;
 constexpr std::uint32_t otherSampleFlags = 0x01010000;
 
-// The language "und", three letters of 5 bits (ISO 14496-12 8.4.2.3).
-constexpr std::uint16_t undeterminedLanguage = 0x55C4;
-
 std::uint8_t versionFor(std::initializer_list<std::uint64_t> values)
 {
     return std::all_of(values.begin(), values.end(), [](std::uint64_t value) { return value <= largest32; }) ? 0 : 1;
@@ -37,7 +34,7 @@ std::uint64_t movieDuration(const Movie& movie, MediaTime duration)
 
 void writeMovieHeader(BoxWriter& writer, const Movie& movie)
 {
-    const auto duration = movie.isFragmented ? 0 : movieDuration(movie, presentationDuration(movie));
+    const auto duration = movie.isFragmented ? 0 : std::max(movie.leastDuration, movieDuration(movie, presentationDuration(movie)));
     const auto version = versionFor({movie.creationTime, duration});
     const auto box = writer.fullBox("mvhd", version, 0);
     writer.sized(version, movie.creationTime);
@@ -109,8 +106,16 @@ void writeMediaHeader(BoxWriter& writer, const Movie& movie, const Track& track)
     writer.sized(version, movie.creationTime);
     writer.i32(track.timescale);
     writer.sized(version, duration);
-    writer.u16(undeterminedLanguage);
+    writer.u16(track.language);
     writer.u16(0);
+}
+
+void writeExtendedLanguage(BoxWriter& writer, const Track& track)
+{
+    if (track.extendedLanguage.empty())
+        return;
+    const auto box = writer.box("elng");
+    writer.bytes(track.extendedLanguage);
 }
 
 void writeHandler(BoxWriter& writer, const Track& track)
@@ -349,6 +354,7 @@ void writeTrack(BoxWriter& writer, const Movie& movie, const Track& track)
     const auto media = writer.box("mdia");
     writeMediaHeader(writer, movie, track);
     writeHandler(writer, track);
+    writeExtendedLanguage(writer, track);
     writeMediaInformation(writer, movie, track);
 }
 

@@ -2,8 +2,10 @@
 
 #include "media/mp4/AudioSpecificConfig.h"
 #include "media/mp4/RecordingLayout.h"
+#include "media/mp4/SequenceParameterSet.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <limits>
 #include <optional>
 #include <string>
@@ -50,7 +52,9 @@ Result<void> checkTrack(const Track& track)
     const auto& audio = *track.format->audio();
     if (audio.codec != FourCharacterCode{"mp4a"} || audio.decoderConfiguration.empty())
         return unsupported("its sound is no AAC");
-    if (!isPlainAacLc(audio.decoderConfiguration))
+    // Twice the rate in the sample entry: bands are replicated, whether the configuration says so or not.
+    const auto rate = sampleRateOf(audio.decoderConfiguration);
+    if (!isPlainAacLc(audio.decoderConfiguration) || (rate > 0 && audio.sampleRate == 2 * rate))
         return unsupported("its sound is a kind of AAC that cannot be cut at a packet");
     if (track.samples.hasCompositionOffsets())
         return unsupported("its sound is stored out of order");
@@ -163,9 +167,10 @@ Track emptyCopy(const Track& source)
 /// The pictures of a track on a scale that is fine enough to be cut on.
 class PicturePlanner {
 public:
-    PicturePlanner(const Track& source, const ShownMedia& shown, const Kept& kept)
+    PicturePlanner(const Track& source, const ShownMedia& shown, const Kept& kept, const StartsAfresh& startsAfresh)
         : source_(source)
         , kept_(kept)
+        , startsAfresh_(startsAfresh)
         , factor_(source.timescale >= fineTimescale ? 1 : (videoTimescale + source.timescale - 1) / source.timescale)
         , timescale_(source.timescale * factor_)
         , begin_(shown.begin)
@@ -182,7 +187,8 @@ public:
         if (kept_.range.end <= begin_)
             return fail(makeError(ErrorCode::nothingInside, "There is no picture in that range."));
         chooseSpan();
-        chooseSamples();
+        if (const auto result = chooseSamples(); !result)
+            return fail(result.error());
         if (!(kept_.isWhole ? placeWhole() : place()))
             return tooLarge();
         return result();
@@ -207,7 +213,7 @@ private:
         visibleEnd_ = std::min(spanEnd_, mediaEnd_);
     }
 
-    void chooseSamples()
+    Result<void> chooseSamples()
     {
         // The picture that is presented last at or before the beginning; the first one where the edit begins before it.
         std::optional<std::size_t> shown;
@@ -217,17 +223,23 @@ private:
                 shown = i;
         }
         firstShown_ = shown.value_or(0);
-        first_ = kept_.isWhole ? 0 : closedSyncSample();
+        if (!kept_.isWhole) {
+            const auto found = closedSyncSample();
+            if (!found)
+                return fail(found.error());
+            first_ = *found;
+        }
         last_ = firstShown_;
         for (std::size_t i = firstShown_; i < samples_.size(); ++i) {
             if (kept_.isWhole || presented(i) < visibleEnd_)
                 last_ = i;
         }
+        return {};
     }
 
     /// The sync sample, last before the first shown picture, that divides the track: nothing on one side is presented beyond it. What
     /// follows another kind may need pictures from before it.
-    [[nodiscard]] std::size_t closedSyncSample() const
+    [[nodiscard]] Result<std::size_t> closedSyncSample() const
     {
         std::vector<std::size_t> candidates;
         auto latest = std::numeric_limits<std::int64_t>::min();
@@ -239,14 +251,21 @@ private:
         auto earliest = std::numeric_limits<std::int64_t>::max();
         for (std::size_t i = samples_.size(); i-- > 0 && !candidates.empty();) {
             if (i == candidates.back()) {
-                if (presented(i) <= earliest)
-                    return i;
+                if (presented(i) <= earliest) {
+                    const auto found = isRandomAccess(i);
+                    if (!found)
+                        return fail(found.error());
+                    if (*found)
+                        return i;
+                }
                 candidates.pop_back();
             }
             earliest = std::min(earliest, presented(i));
         }
-        return 0;
+        return std::size_t{0};
     }
+
+    [[nodiscard]] Result<bool> isRandomAccess(std::size_t index) const { return startsAfresh_ ? startsAfresh_(samples_[index]) : true; }
 
     [[nodiscard]] bool isBeforeFirstShown(std::size_t index) const
     {
@@ -276,7 +295,10 @@ private:
         // Decoded for others that are shown.
         line(after, end_ + ticks(leadOutGap), presentation);
         const auto mediaEnd = after.empty() ? end_ : end_ + ticks(leadOutGap) + static_cast<std::int64_t>(after.size());
-        return append(presentation, decodeTimes(presentation), mediaEnd - presentation.back());
+        const auto decode = decodeTimes(presentation);
+        // Some players (GStreamer's) take a track that is much shorter than the movie for a still picture, pictures out of order or not.
+        const auto enough = decode.front() + (spanEnd_ - spanBegin_) / 2 - decode.back();
+        return append(presentation, decode, std::max(mediaEnd - presentation.back(), enough));
     }
 
     /// Presents samples in their order, a tick each.
@@ -297,7 +319,11 @@ private:
         constexpr double leeway = 1.015;
         // With more than one picture before, the gap itself counts.
         const double average = leeway * shown / (before == 1 ? pictures : std::max(pictures - leeway, 0.5));
-        return std::clamp(static_cast<std::int64_t>(std::min(average, 1e15)) + 1, ticks(shortestLeadInGap), ticks(longestLeadInGap));
+        // Where the stream itself says how long a picture lasts, they believe that.
+        const auto declared = declaredPictureDuration(source_.format->video()->decoderConfiguration).value_or(MediaTime::zero());
+        const auto least = std::min(declared + MediaTime{1, 1000}, longestLeadInGap);
+        return std::clamp(
+            static_cast<std::int64_t>(std::min(average, 1e15)) + 1, ticks(std::max(least, shortestLeadInGap)), ticks(longestLeadInGap));
     }
 
     /// Each is decoded as late as it may be, but from where the range begins not later than its own time had it.
@@ -331,6 +357,19 @@ private:
         return append(presentation, decode, std::int64_t{samples_.back().duration} * factor_);
     }
 
+    /// Whether a key frame is called so. Up to the first shown picture only the first is: some players (FFmpeg's) begin at the last one
+    /// before the edit, and this may be one at which decoding cannot begin. Behind, some players (GStreamer's) take it for the end when what
+    /// follows it in the media lies beyond how long the movie lasts.
+    [[nodiscard]] bool isCalledSync(std::size_t index, const std::vector<std::int64_t>& decode) const
+    {
+        const auto first = decode.front();
+        if (kept_.isWhole || index == 0 || edit_ == first)
+            return true;
+        if (first_ + index <= firstShown_)
+            return false;
+        return index + 1 < decode.size() && std::max(edit_, decode[index + 1]) - first < end_ - edit_;
+    }
+
     bool append(const std::vector<std::int64_t>& presentation, const std::vector<std::int64_t>& decode, std::int64_t lastDuration)
     {
         for (std::size_t i = 0; i < decode.size(); ++i) {
@@ -338,8 +377,8 @@ private:
             const auto offset = presentation[i] - decode[i];
             if (offset > std::numeric_limits<std::int32_t>::max() || offset < std::numeric_limits<std::int32_t>::min())
                 return false;
-            if (!planned_.append(
-                    {sample.offset, sample.size, decode[i] - decode.front(), static_cast<std::int32_t>(offset), sample.isSync}))
+            const bool isSync = sample.isSync && isCalledSync(i, decode);
+            if (!planned_.append({sample.offset, sample.size, decode[i] - decode.front(), static_cast<std::int32_t>(offset), isSync}))
                 return false;
         }
         if (lastDuration > std::numeric_limits<std::uint32_t>::max())
@@ -362,6 +401,7 @@ private:
 
     const Track& source_;
     const Kept& kept_;
+    const StartsAfresh& startsAfresh_;
     const std::int32_t factor_;
     const std::int32_t timescale_;
     const MediaTime begin_;
@@ -383,6 +423,36 @@ private:
     std::int64_t end_ = 0;
 };
 
+/// The track with a tick for each frame of sound, because players count what they leave out at an edit in ticks as if they were frames.
+Result<Track> onItsOwnClock(const Track& source, std::int32_t rate, std::int32_t packetFrames)
+{
+    Track track = emptyCopy(source);
+    track.timescale = rate;
+    const auto frames = [&](std::int64_t ticks) { return MediaTime{ticks, source.timescale}.converted(rate).value; };
+    for (auto edit : source.edits) {
+        if (edit.mediaTime > 0)
+            edit.mediaTime = frames(edit.mediaTime);
+        track.edits.push_back(edit);
+    }
+    // Times that were rounded to the other scale are those of packets without a gap between them.
+    const auto leeway = rate / source.timescale + 2;
+    SampleTable::Cursor cursor{source.samples};
+    std::optional<std::int64_t> next;
+    std::int64_t time = 0;
+    for (Sample sample; cursor.next(sample);) {
+        time = frames(sample.decodeTime);
+        if (next && std::abs(time - *next) <= leeway)
+            time = *next;
+        if (!track.samples.append({sample.offset, sample.size, time, 0, sample.isSync}))
+            return tooLarge();
+        next = time + packetFrames;
+    }
+    const auto end = frames(source.samples.firstDecodeTime() + static_cast<std::int64_t>(source.samples.duration()));
+    track.samples.setLastDuration(
+        static_cast<std::uint32_t>(std::clamp<std::int64_t>(end - time, 0, std::numeric_limits<std::uint32_t>::max())));
+    return track;
+}
+
 /// None when nothing of it is heard in the range.
 Result<std::optional<PlannedTrack>> planSound(const Track& source, const ShownMedia& shown, const Kept& kept)
 {
@@ -390,7 +460,7 @@ Result<std::optional<PlannedTrack>> planSound(const Track& source, const ShownMe
     if (range.end <= shown.begin)
         return std::nullopt;
     const auto at = [&](MediaTime time) { return shown.mediaBegin + (time - shown.begin).converted(source.timescale).value; };
-    const auto begin = range.start > shown.begin ? at(range.start) : shown.mediaBegin;
+    auto begin = range.start > shown.begin ? at(range.start) : shown.mediaBegin;
     const auto end = std::min(shown.mediaEnd, at(range.end));
     if (begin >= end)
         return std::nullopt;
@@ -399,16 +469,30 @@ Result<std::optional<PlannedTrack>> planSound(const Track& source, const ShownMe
     const auto startsAfter = [](std::int64_t time, const Sample& sample) { return time < sample.decodeTime; };
     const auto next = std::upper_bound(samples.begin(), samples.end(), begin, startsAfter);
     // The packet that holds the beginning, and the one before it.
-    auto first = next - std::min<std::ptrdiff_t>(next - samples.begin(), 2);
+    auto heard = next - std::min<std::ptrdiff_t>(next - samples.begin(), 1);
+    const auto frames = packetFramesOf(source.format->audio()->decoderConfiguration);
+    std::int64_t silence = 0;
+    if (!kept.isWhole && next != samples.end() && begin >= heard->decodeTime + frames) {
+        // A packet that lasts longer than it sounds.
+        if (next->decodeTime >= end)
+            return std::nullopt;
+        silence = next->decodeTime - begin;
+        begin = next->decodeTime;
+        heard = next;
+    }
+    auto first = heard - std::min<std::ptrdiff_t>(heard - samples.begin(), 1);
     auto last = std::upper_bound(samples.begin(), samples.end(), end - 1, startsAfter) - 1;
     if (kept.isWhole) {
         first = samples.begin();
         last = samples.end() - 1;
     }
+    // What is there only to be decoded lasts no longer than it sounds, or what is left out at the edit would be more than it holds.
+    const auto gap = kept.isWhole || first == heard ? 0 : std::max<std::int64_t>(0, heard->decodeTime - first->decodeTime - frames);
 
-    PlannedTrack planned{emptyCopy(source), MediaTime::zero(), begin - first->decodeTime, end - begin};
+    PlannedTrack planned{emptyCopy(source), MediaTime::zero(), begin - first->decodeTime - gap, end - begin};
     for (auto sample = first; sample <= last; ++sample) {
-        if (!planned.track.samples.append({sample->offset, sample->size, sample->decodeTime - first->decodeTime, 0, sample->isSync}))
+        const auto time = sample == first ? 0 : sample->decodeTime - first->decodeTime - gap;
+        if (!planned.track.samples.append({sample->offset, sample->size, time, 0, sample->isSync}))
             return tooLarge();
     }
     // Readers that take the media's duration for the track's are told the truth too.
@@ -417,7 +501,23 @@ Result<std::optional<PlannedTrack>> planSound(const Track& source, const ShownMe
                                                            std::min<std::uint32_t>(1, last->duration), last->duration)));
     if (shown.begin > range.start)
         planned.begin = shown.begin - range.start;
+    planned.begin = planned.begin + MediaTime{silence, source.timescale};
     return planned;
+}
+
+Result<std::optional<PlannedTrack>> planHeardSound(const Movie& movie, const Track& source, const ShownMedia& shown, const Kept& kept)
+{
+    const auto& configuration = source.format->audio()->decoderConfiguration;
+    const auto rate = sampleRateOf(configuration);
+    if (kept.isWhole || rate == 0 || rate == source.timescale)
+        return planSound(source, shown, kept);
+    const auto track = onItsOwnClock(source, rate, packetFramesOf(configuration));
+    if (!track)
+        return fail(track.error());
+    const auto shownOnIt = shownMedia(movie, *track);
+    if (!shownOnIt)
+        return fail(shownOnIt.error());
+    return planSound(*track, *shownOnIt, kept);
 }
 
 void setEdits(PlannedTrack& planned, std::int32_t movieTimescale)
@@ -434,7 +534,7 @@ void setEdits(PlannedTrack& planned, std::int32_t movieTimescale)
 
 }  // namespace
 
-Result<Movie> planTrim(const Movie& source, const TimeRange& range)
+Result<Movie> planTrim(const Movie& source, const TimeRange& range, const StartsAfresh& startsAfresh)
 {
     struct Candidate {
         const Track* track;
@@ -468,20 +568,20 @@ Result<Movie> planTrim(const Movie& source, const TimeRange& range)
     std::int32_t pictureTimescale = 0;
     for (const auto& [track, shown] : candidates) {
         if (track->isVideo()) {
-            auto pictures = PicturePlanner{*track, shown, *kept}.plan();
+            auto pictures = PicturePlanner{*track, shown, *kept, startsAfresh}.plan();
             if (!pictures)
                 return fail(pictures.error());
             pictureTimescale = pictures->track.timescale;
             planned.push_back(std::move(*pictures));
             continue;
         }
-        auto sound = planSound(*track, shown, *kept);
+        auto sound = planHeardSound(source, *track, shown, *kept);
         if (!sound)
             return fail(sound.error());
         if (!*sound)
             continue;
         if (soundTimescale == 0)
-            soundTimescale = track->timescale;
+            soundTimescale = (**sound).track.timescale;
         planned.push_back(std::move(**sound));
     }
 
@@ -493,6 +593,11 @@ Result<Movie> planTrim(const Movie& source, const TimeRange& range)
     movie.creationTime = source.creationTime;
     for (auto& track : planned) {
         setEdits(track, movie.timescale);
+        if (!kept->isWhole && track.track.isVideo() && track.mediaTime > 0) {
+            const MediaTime leadIn{track.mediaTime, track.track.timescale};
+            if (presentationDuration(movie, track.track) <= leadIn)
+                movie.leastDuration = static_cast<std::uint64_t>(leadIn.converted(movie.timescale).value) + 2;
+        }
         movie.tracks.push_back(std::move(track.track));
     }
     return movie;

@@ -1,11 +1,14 @@
 #include "media/mp4/Trimmer.h"
 
 #include "media/mp4/MovieReader.h"
+#include "media/mp4/PictureData.h"
 #include "media/mp4/RecordingLayout.h"
 #include "media/mp4/Repair.h"
 #include "media/mp4/TrimPlanner.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -93,6 +96,58 @@ std::vector<std::byte> headOf(Movie& plan, const MediaLayout& layout)
     }
 }
 
+const Track* pictureTrack(const Movie& movie)
+{
+    const auto found = std::find_if(
+        movie.tracks.begin(), movie.tracks.end(), [](const Track& track) { return track.isVideo() && !track.samples.isEmpty(); });
+    return found == movie.tracks.end() ? nullptr : &*found;
+}
+
+/// What was not read may lie anywhere behind where reading it failed.
+Result<void> checkWasRead(const MovieFile& read, const TimeRange& range)
+{
+    if (!read.unread || !range.end.isValid())
+        return {};
+    const auto& [from, what] = *read.unread;
+    if (range.end <= std::max(from, from.converted(range.end.timescale)))
+        return {};
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%.3f", from.seconds());
+    // Wherever the decimals follow the locale.
+    std::replace(seconds, seconds + sizeof seconds, ',', '.');
+    return fail(makeError(ErrorCode::damaged,
+        std::string{"The file cannot be trimmed beyond "} + seconds + " s, because it could not be read from there on: " + what + "."));
+}
+
+/// Fails where a decoder would begin without parameter sets, or with others than the pictures were made with.
+Result<void> checkParameterSets(File& source, const Movie& movie, const Movie& plan)
+{
+    const auto* whole = pictureTrack(movie);
+    const auto* part = pictureTrack(plan);
+    if (!whole || !part || (whole->format->video()->codec == FourCharacterCode{"avc1"} && hasParameterSetsInEntry(*whole)))
+        return {};
+    Sample first;
+    SampleTable::Cursor{part->samples}.next(first);
+    const auto begin = readPictureContent(source, *whole, first);
+    if (!begin)
+        return fail(begin.error());
+    if (begin->hasParameterSets)
+        return {};
+    // Those of the sample entry hold until a picture brings others.
+    bool areInEntry = hasParameterSetsInEntry(*whole);
+    SampleTable::Cursor cursor{whole->samples};
+    for (Sample sample; areInEntry && cursor.next(sample) && sample.offset != first.offset;) {
+        const auto content = readPictureContent(source, *whole, sample);
+        if (!content)
+            return fail(content.error());
+        areInEntry = !content->hasParameterSets;
+    }
+    if (!areInEntry)
+        return fail(makeError(ErrorCode::unsupported,
+            "The file cannot be trimmed exactly: what a decoder has to know lies in other pictures than the part's first."));
+    return {};
+}
+
 }  // namespace
 
 Result<Movie> readAndPlanTrim(File& source, const TimeRange& range)
@@ -106,7 +161,20 @@ Result<Movie> readAndPlanTrim(File& source, const TimeRange& range)
     }
     if (!read)
         return fail(read.error());
-    return planTrim(read->movie, range);
+    const auto* pictures = pictureTrack(read->movie);
+    auto plan = planTrim(read->movie, range, [&](const Sample& sample) -> Result<bool> {
+        const auto content = readPictureContent(source, *pictures, sample);
+        if (!content)
+            return fail(content.error());
+        return content->startsAfresh;
+    });
+    if (!plan)
+        return plan;
+    if (const auto result = checkWasRead(*read, range); !result)
+        return fail(result.error());
+    if (const auto result = checkParameterSets(source, read->movie, *plan); !result)
+        return fail(result.error());
+    return plan;
 }
 
 Result<TrimOutcome> writeTrim(File& source, Movie plan, File& target, const TrimProgress& progress, const TrimOptions& options)

@@ -266,6 +266,136 @@ TEST(TrimPlanner, SoundThatBeginsWithAPacketStillBeginsOneEarly)
     EXPECT_EQ(movie.tracks[1].edits.at(0).mediaTime, 1024);
 }
 
+/// Packets without a gap, their times rounded to another scale.
+Track soundOnScale(std::int32_t timescale, int packets)
+{
+    Track track = soundTrack(0);
+    track.timescale = timescale;
+    for (int i = 0; i <= packets; ++i) {
+        const auto time = (std::int64_t{i} * 1024 * timescale + soundRate / 2) / soundRate;
+        if (i < packets) {
+            EXPECT_TRUE(track.samples.append({static_cast<std::uint64_t>(1'000'000 + 100 * i), 50, time, 0, true}));
+        } else {
+            track.samples.setLastDuration(static_cast<std::uint32_t>(time - track.samples.lastDecodeTime()));
+        }
+    }
+    return track;
+}
+
+TEST(TrimPlanner, SoundOfAnyTimeScaleHasATickForEachFrameInThePart)
+{
+    const auto direct = planned(movieOf({pictureTrack(90, 30), soundTrack(141)}), seconds(0.71, 2.4));
+    for (const std::int32_t timescale : {10'000'000, 90'000, 44'100, 1000, 600}) {
+        SCOPED_TRACE(timescale);
+        const auto movie = planned(movieOf({pictureTrack(90, 30), soundOnScale(timescale, 141)}), seconds(0.71, 2.4));
+        ASSERT_EQ(movie.tracks.size(), 2U);
+        EXPECT_EQ(movie.tracks[1].timescale, soundRate);
+        EXPECT_EQ(movie.tracks[1].samples.expanded(), direct.tracks[1].samples.expanded());
+        EXPECT_EQ(movie.tracks[1].edits, direct.tracks[1].edits);
+        EXPECT_EQ(movie.timescale, soundRate);
+    }
+}
+
+TEST(TrimPlanner, AnEditOfSoundOnAnotherScaleMeansTheSameTime)
+{
+    auto sound = soundOnScale(90'000, 142);
+    sound.edits = {{144'000, 1920}};
+    auto same = soundTrack(142);
+    same.edits = {{144'000, 1024}};
+    const auto movie = planned(movieOf({pictureTrack(90, 30), sound}), seconds(1.5, 2));
+    const auto direct = planned(movieOf({pictureTrack(90, 30), same}), seconds(1.5, 2));
+    EXPECT_EQ(movie.tracks.at(1).edits, direct.tracks.at(1).edits);
+    EXPECT_EQ(taken(movie.tracks[1]), taken(direct.tracks[1]));
+}
+
+/// 20 packets, two seconds of nothing in the entry of the last of them, 80 packets.
+Track soundWithGap()
+{
+    Track track = soundTrack(20);
+    for (int i = 20; i < 100; ++i)
+        EXPECT_TRUE(track.samples.append({static_cast<std::uint64_t>(1'000'000 + 100 * i), 50, i * 1024 + 96'000, 0, true}));
+    return track;
+}
+
+TEST(TrimPlanner, ThePacketBeforeTheFirstHeardLastsNoLongerThanItSounds)
+{
+    // In the middle of packet 20.
+    const std::int64_t begin = 20 * 1024 + 96'000 + 500;
+    const auto movie = planned(movieOf({pictureTrack(150, 30), soundWithGap()}), {{begin, soundRate}, {begin + 48'000, soundRate}});
+    const auto& sound = movie.tracks.at(1);
+    EXPECT_EQ(taken(sound).front(), 19U);
+    EXPECT_EQ(sound.samples.expanded().at(0).duration, 1024U);
+    EXPECT_THAT(sound.edits, ElementsAre(Edit{48'000, 1024 + 500}));
+}
+
+TEST(TrimPlanner, ARangeThatBeginsInAGapIsSilentUntilItsEnd)
+{
+    const std::int64_t begin = 20 * 1024 + 48'000;
+    const auto movie = planned(movieOf({pictureTrack(150, 30), soundWithGap()}), {{begin, soundRate}, {begin + 96'000, soundRate}});
+    const auto& sound = movie.tracks.at(1);
+    EXPECT_EQ(taken(sound).front(), 19U);
+    EXPECT_THAT(sound.edits, ElementsAre(Edit{48'000, -1}, Edit{48'000, 1024}));
+    EXPECT_EQ(
+        planned(movieOf({pictureTrack(150, 30), soundWithGap()}), {{begin, soundRate}, {begin + 40'000, soundRate}}).tracks.size(), 1U);
+}
+
+TEST(TrimPlanner, SoundWhoseEntryNamesTwiceTheRateIsRefused)
+{
+    auto sound = soundTrack(100);
+    sound.format = std::make_shared<const FormatDescription>(AudioFormat{"mp4a", 48000, 2, {std::byte{0x13}, std::byte{0x10}}});
+    EXPECT_EQ(codeOf(planTrim(movieOf({pictureTrack(60, 30), sound}), seconds(0.5, 1))), unsupported);
+}
+
+TEST(TrimPlanner, ASyncSampleAtWhichDecodingCannotBeginIsPassedOver)
+{
+    const auto source = movieOf({pictureTrack(90, 10)});
+    std::vector<std::uint64_t> asked;
+    const auto plan = planTrim(source, seconds(1.5, 1.6), [&](const Sample& sample) -> Result<bool> {
+        asked.push_back(sample.offset / 100);
+        return sample.offset / 100 == 20;
+    });
+    ASSERT_TRUE(plan);
+    EXPECT_THAT(asked, ElementsAre(40, 30, 20));
+    EXPECT_EQ(taken(plan->tracks.at(0)).front(), 20U);
+    // Players that begin at the last sync sample before the edit find the right one.
+    EXPECT_THAT(plan->tracks[0].samples.syncSamples(), ElementsAre(0));
+    const auto failed = planTrim(source, seconds(1.5, 1.6), [](const Sample&) -> Result<bool> { return fail("Test", 7, "no disk"); });
+    ASSERT_FALSE(failed);
+    EXPECT_EQ(failed.error().code, 7);
+}
+
+TEST(TrimPlanner, ABeginningThatIsAFalseSyncSampleIsNotCalledOne)
+{
+    const auto plan = planTrim(
+        movieOf({pictureTrack(90, 10)}), {{20, 30}, {40, 30}}, [](const Sample& sample) -> Result<bool> { return sample.offset == 0; });
+    ASSERT_TRUE(plan);
+    EXPECT_EQ(taken(plan->tracks.at(0)).front(), 0U);
+    EXPECT_THAT(plan->tracks[0].samples.syncSamples(), ElementsAre(0, 30));
+}
+
+TEST(TrimPlanner, AKeyFrameCloserToTheEndThanTheLeadInIsLongIsNotCalledOne)
+{
+    // Picture 60 is the last but one, with 34 ms behind it and as much of a lead-in.
+    const auto close = planned(movieOf({pictureTrack(90, 30)}), {{45, 30}, {62, 30}});
+    EXPECT_THAT(taken(close.tracks.at(0)), ::testing::Contains(60U));
+    EXPECT_THAT(close.tracks[0].samples.syncSamples(), ElementsAre(0));
+    const auto enough = planned(movieOf({pictureTrack(90, 30)}), {{45, 30}, {63, 30}});
+    EXPECT_THAT(enough.tracks.at(0).samples.syncSamples(), ElementsAre(0, 30));
+    const auto noLeadIn = planned(movieOf({pictureTrack(90, 30)}), {{30, 30}, {61, 30}});
+    EXPECT_THAT(noLeadIn.tracks.at(0).samples.syncSamples(), ElementsAre(0, 30));
+}
+
+TEST(TrimPlanner, APartThatIsShorterThanItsLeadInSaysThatItLastsAsLong)
+{
+    const auto leadIn = [](const Movie& movie) { return movie.tracks.at(0).edits.back().mediaTime; };
+    const auto small = planned(movieOf({pictureTrack(90, 30)}), {{45 * 3000 + 2000, 90000}, {46 * 3000 + 500, 90000}});
+    EXPECT_EQ(presentationDuration(small), (MediaTime{1500, 90000}));
+    EXPECT_GT(static_cast<std::int64_t>(small.leastDuration), leadIn(small));
+    EXPECT_LT(static_cast<std::int64_t>(small.leastDuration), leadIn(small) + 10);
+    EXPECT_EQ(planned(movieOf({pictureTrack(90, 30)}), {{45, 30}, {47, 30}}).leastDuration, 0U);
+    EXPECT_EQ(planned(movieOf({pictureTrack(90, 30)}), {{30, 30}, {31, 30}}).leastDuration, 0U);
+}
+
 TEST(TrimPlanner, SoundThatBeginsLateKeepsItsDistance)
 {
     auto sound = soundTrack(47);
