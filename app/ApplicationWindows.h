@@ -39,7 +39,7 @@ class ApplicationWindowFactory {
 public:
     virtual ~ApplicationWindowFactory() = default;
 
-    /// Hidden, in the middle of the main screen.
+    /// Hidden, in the middle of the main screen; of its work area's size where the given one does not fit, and then its contents scroll.
     virtual std::shared_ptr<ApplicationWindow> makeWindow(const WindowDescription& description) = 0;
 };
 

@@ -44,6 +44,7 @@ void ClipSavedNotificationController::showClipSaved(const std::filesystem::path&
             .playsDefaultSound = true,
             .categoryIdentifier = categoryIdentifier,
             .userInfo = {{clipURLKey, clip.string()}},
+            .leastTimeOnScreen = notificationTime,
         }});
     services_.mainExecutor->async([self = weak_from_this(), clip, title = std::move(title)] {
         if (const auto controller = self.lock())

@@ -51,6 +51,9 @@ public:
     static constexpr std::chrono::milliseconds timeOnScreen{7000};
     static constexpr std::chrono::milliseconds fadeOut{250};
 
+    /// What the notification asks for: on many desktops it appears where the panel stands, and can be read and used when the panel has gone.
+    static constexpr std::chrono::milliseconds notificationTime = timeOnScreen + fadeOut + std::chrono::seconds{8};
+
     struct Services {
         std::shared_ptr<platform::UserNotificationCenter> notificationCenter;
         std::shared_ptr<platform::Workspace> workspace;

@@ -189,17 +189,19 @@ private:
             .mainExecutor = services.mainExecutor,
             .windows = [] { return AppDelegate::shared(); },
             .makePanel =
-                [workspace, sharing] {
-                    return makeHudPanelWindow({
-                        .preview =
-                            [](const std::filesystem::path& clip) {
-                                if (const auto delegate = AppDelegate::shared())
-                                    delegate->presentClipPreview(clip);
-                            },
-                        .share = [sharing](const std::filesystem::path& clip,
-                                     const QPoint& position) { popUpShareMenu(sharing, clip, position); },
-                        .reveal = [workspace](const std::filesystem::path& clip) { workspace->activateFileViewerSelecting({clip}); },
-                    });
+                [workspace, sharing, activation = services.platform.windowActivation, floating = services.platform.floatingWindows] {
+                    return makeHudPanelWindow(
+                        {
+                            .preview =
+                                [](const std::filesystem::path& clip) {
+                                    if (const auto delegate = AppDelegate::shared())
+                                        delegate->presentClipPreview(clip);
+                                },
+                            .share = [sharing](const std::filesystem::path& clip,
+                                         const QPoint& position) { popUpShareMenu(sharing, clip, position); },
+                            .reveal = [workspace](const std::filesystem::path& clip) { workspace->activateFileViewerSelecting({clip}); },
+                        },
+                        {activation, floating});
                 },
         });
     }
@@ -235,6 +237,8 @@ int runVelmoraApp(int& argc, char** argv)
     std::optional<PreferXwayland> duringStart{std::in_place};
     QApplication application{argc, argv};
     duringStart.reset();
+    // What the item in the tray tells as its identifier and its title.
+    QCoreApplication::setApplicationName(QStringLiteral("Velmora"));
     // Qt takes the user's locale over; the player's library knows numbers of "C" only.
     std::setlocale(LC_NUMERIC, "C");
     QApplication::setQuitOnLastWindowClosed(AppDelegate::applicationShouldTerminateAfterLastWindowClosed());

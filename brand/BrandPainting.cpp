@@ -21,6 +21,10 @@ constexpr double shadowRadius = 0.06;
 constexpr double shadowDrop = 0.05;
 constexpr double shadowOpacity = 0.45;
 
+// Of a floating panel's, in parts of its margin: three passes of a box blur reach three radii far, and the drop comes on top.
+constexpr double panelShadowRadius = 0.25;
+constexpr double panelShadowDrop = 0.2;
+
 // One pass of a box blur along a line of `count` values, `step` apart.
 void blurLine(std::uint8_t* line, int count, qsizetype step, int radius, std::vector<std::uint8_t>& copy)
 {
@@ -147,6 +151,21 @@ QImage markImage(const OrbelleShape& shape, double size, double margin, const QC
         painter.setOpacity(1);
     }
     painter.fillPath(mark, color);
+    return image;
+}
+
+QImage shadowImage(const QSizeF& size, double radius, double margin, double scale)
+{
+    const QSize pixels{static_cast<int>(std::ceil((size.width() + 2 * margin) * scale)),
+        static_cast<int>(std::ceil((size.height() + 2 * margin) * scale))};
+    QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainterPath outline;
+    outline.addRoundedRect(QRectF{margin * scale, (margin + panelShadowDrop * margin) * scale, size.width() * scale, size.height() * scale},
+        radius * scale, radius * scale);
+    QPainter painter(&image);
+    painter.setOpacity(shadowOpacity);
+    painter.drawImage(0, 0, blurred(outline, pixels, Qt::black, std::floor(panelShadowRadius * margin * scale)));
     return image;
 }
 

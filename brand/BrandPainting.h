@@ -19,4 +19,8 @@ QImage appIconImage(double size, double margin, bool showShadow, double scale);
 /// The mark on `size` points with `margin` points around it for the glow, a blurred copy of the mark behind it, when there is one.
 QImage markImage(const OrbelleShape& shape, double size, double margin, const QColor& color, bool showGlow, double scale);
 
+/// The shadow of a rounded rectangle of `size` points, shown at `scale`, with `margin` points around it, beyond which it does not reach. What
+/// the rectangle itself covers is dark too.
+QImage shadowImage(const QSizeF& size, double radius, double margin, double scale);
+
 }  // namespace velmora

@@ -1,5 +1,7 @@
 #include "brand/RoundedRectangle.h"
 
+#include "brand/BrandPainting.h"
+
 #include <QImage>
 #include <QPainter>
 #include <QQuickWindow>
@@ -106,6 +108,49 @@ void RoundedRectangle::geometryChange(const QRectF& geometry, const QRectF& oldG
 {
     if (geometry.size() != oldGeometry.size())
         update();
+    QQuickItem::geometryChange(geometry, oldGeometry);
+}
+
+RoundedShadow::RoundedShadow()
+{
+    setFlag(ItemHasContents);
+    connect(this, &RoundedShadow::lookChanged, this, &RoundedShadow::changed);
+}
+
+void RoundedShadow::changed()
+{
+    isStale_ = true;
+    update();
+}
+
+QSGNode* RoundedShadow::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*data*/)
+{
+    if (old && !isStale_)
+        return old;
+    delete old;
+    if (margin_ <= 0 || width() <= 0 || height() <= 0)
+        return nullptr;
+    const double scale = window()->effectiveDevicePixelRatio();
+    const QImage image = shadowImage(size(), radius_, margin_, scale);
+    auto* node = window()->createImageNode();
+    node->setTexture(window()->createTextureFromImage(image));
+    node->setOwnsTexture(true);
+    node->setRect({{-margin_, -margin_}, QSizeF{image.size()} / scale});
+    isStale_ = false;
+    return node;
+}
+
+void RoundedShadow::itemChange(ItemChange change, const ItemChangeData& data)
+{
+    if (change == ItemDevicePixelRatioHasChanged || change == ItemSceneChange)
+        changed();
+    QQuickItem::itemChange(change, data);
+}
+
+void RoundedShadow::geometryChange(const QRectF& geometry, const QRectF& oldGeometry)
+{
+    if (geometry.size() != oldGeometry.size())
+        changed();
     QQuickItem::geometryChange(geometry, oldGeometry);
 }
 

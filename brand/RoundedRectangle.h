@@ -1,4 +1,4 @@
-// Surfaces with round corners, for QML.
+// Surfaces with round corners, and the shadow of such, for QML.
 #pragma once
 
 #include <QColor>
@@ -33,6 +33,32 @@ private:
     double radius_ = 0;
     double borderWidth_ = 0;
     QColor borderColor_ = Qt::transparent;
+};
+
+/// The shadow that a rounded rectangle of the item's size and `radius` throws, `margin` points beyond the item at most.
+class RoundedShadow : public QQuickItem {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(double radius MEMBER radius_ NOTIFY lookChanged)
+    Q_PROPERTY(double margin MEMBER margin_ NOTIFY lookChanged)
+
+public:
+    RoundedShadow();
+
+signals:
+    void lookChanged();
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
+    void itemChange(ItemChange change, const ItemChangeData& data) override;
+    void geometryChange(const QRectF& geometry, const QRectF& oldGeometry) override;
+
+private:
+    void changed();
+
+    double radius_ = 0;
+    double margin_ = 0;
+    bool isStale_ = true;
 };
 
 }  // namespace velmora

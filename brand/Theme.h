@@ -26,6 +26,7 @@ class Theme final : public QObject {
     Q_PROPERTY(QColor text MEMBER text_ CONSTANT)
     Q_PROPERTY(QColor secondaryText MEMBER secondaryText_ CONSTANT)
     Q_PROPERTY(QColor tertiaryText MEMBER tertiaryText_ CONSTANT)
+    Q_PROPERTY(QColor controlBorder MEMBER controlBorder_ CONSTANT)
     Q_PROPERTY(QColor granted MEMBER granted_ CONSTANT)
     Q_PROPERTY(QColor tip MEMBER tip_ CONSTANT)
     Q_PROPERTY(QColor selection MEMBER selection_ CONSTANT)
@@ -97,11 +98,12 @@ private:
     const QColor text_ = BrandColors::snowSlate;
     const QColor secondaryText_ = BrandColors::secondarySlate;
     const QColor tertiaryText_ = BrandColors::tertiarySlate;
+    const QColor controlBorder_ = BrandColors::controlSlate;
     const QColor granted_ = BrandColors::green;
     const QColor tip_ = BrandColors::amber;
     const QColor selection_ = withOpacity(BrandColors::coral, 0.14);
-    const QColor selectionBorder_ = withOpacity(BrandColors::coral, 0.55);
-    const QColor focusRing_ = withOpacity(BrandColors::coral, 0.70);
+    const QColor selectionBorder_ = withOpacity(BrandColors::coral, 0.85);
+    const QColor focusRing_ = BrandColors::coral;
 
     const int windowMargin_ = 24;
     const int smallGap_ = 4;

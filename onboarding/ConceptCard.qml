@@ -41,7 +41,7 @@ Card {
 
                 Label {
                     text: card.number
-                    color: card.accent
+                    color: Theme.secondaryText
                     font: Theme.emphasisFont
                 }
                 Label {

@@ -8,6 +8,7 @@
 #include "platform/CompressionSession.h"
 #include "platform/ExportSession.h"
 #include "platform/FileManager.h"
+#include "platform/FloatingWindows.h"
 #include "platform/FolderChooser.h"
 #include "platform/HotKeyCenter.h"
 #include "platform/LogSink.h"
@@ -46,6 +47,7 @@ struct PlatformServices {
     std::shared_ptr<UserDefaults> userDefaults;
     std::shared_ptr<SharingServices> sharingServices;
     std::shared_ptr<WindowActivation> windowActivation;
+    std::shared_ptr<FloatingWindows> floatingWindows;
     std::shared_ptr<TrayAppearance> trayAppearance;
     std::shared_ptr<FolderChooser> folderChooser;
 };

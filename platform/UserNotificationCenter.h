@@ -4,6 +4,7 @@
 #include "base/Result.h"
 #include "base/UniqueFunction.h"
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <string>
@@ -47,6 +48,9 @@ struct NotificationContent {
     bool playsDefaultSound = false;
     std::string categoryIdentifier;
     std::map<std::string, std::string> userInfo;
+
+    /// How long it is to stay on the screen at least, where the desktop lets a program ask for that; 0: as long as others.
+    std::chrono::milliseconds leastTimeOnScreen{0};
 
     friend bool operator==(const NotificationContent&, const NotificationContent&) = default;
 };

@@ -1,9 +1,20 @@
-// Seam: bringing a window of ours to where the user is.
+// Seam: where the user is, and bringing a window of ours there.
 #pragma once
 
+#include "base/Geometry.h"
+
 #include <cstdint>
+#include <optional>
 
 namespace velmora::platform {
+
+/// One monitor, in the window system's pixels.
+struct ScreenFrames {
+    PixelRect frame;
+    PixelRect visibleFrame;  ///< what panels leave free of it; never empty
+
+    friend bool operator==(const ScreenFrames&, const ScreenFrames&) = default;
+};
 
 /// Main thread only.
 class WindowActivation {
@@ -13,6 +24,10 @@ public:
     /// Moves the window to the current workspace, raises it and gives it the focus, as far as the desktop lets a program do that. The
     /// window is on the screen already. `nativeWindow` is the window system's identifier.
     virtual void activate(std::uint64_t nativeWindow) = 0;
+
+    /// The screen with the window that has the focus on the desktop, whosever it is; else the primary one. None where the desktop does not
+    /// tell. Asked anew each time.
+    [[nodiscard]] virtual std::optional<ScreenFrames> mainScreen() = 0;
 };
 
 }  // namespace velmora::platform

@@ -1,12 +1,11 @@
 #include "app/views/AlertWindows.h"
 
+#include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
 
 #include <QCloseEvent>
-#include <QGuiApplication>
 #include <QQuickItem>
 #include <QQuickView>
-#include <QScreen>
 
 #include <algorithm>
 #include <deque>
@@ -41,11 +40,6 @@ public:
             if (auto tell = std::exchange(completion_, {}))
                 tell(pressed_.value_or(static_cast<std::size_t>(model_.buttons().size()) - 1));
         });
-        if (const auto* screen = QGuiApplication::primaryScreen()) {
-            QRect frame{{}, size()};
-            frame.moveCenter(screen->availableGeometry().center());
-            setPosition(frame.topLeft());
-        }
     }
 
     // The view's items go before the model that they are bound to.
@@ -86,6 +80,7 @@ private:
                               completion(button);
                               self->presentNext();
                           }};
+        centre(*view, *activation_);
         view->show();
         activation_->activate(view->winId());
     }

@@ -4,64 +4,83 @@ import QtQuick.Layouts
 import Velmora.App
 import Velmora.Brand
 
-Rectangle {
+Item {
     id: root
 
     required property ClipSavedHUDModel model
 
     implicitWidth: 340
     implicitHeight: 110
-    radius: 14
-    color: Theme.obsidian
-    border.width: 1
-    border.color: Theme.borderSlate
     Accessible.role: Accessible.Notification
     Accessible.name: model.title
 
-    RowLayout {
+    // What the window's mask leaves of the corners.
+    Rectangle {
         anchors.fill: parent
-        anchors.leftMargin: 16
-        anchors.rightMargin: 16
-        spacing: 14
+        visible: root.model.shadowMargin === 0
+        color: Theme.obsidian
+    }
+    RoundedShadow {
+        anchors.fill: panel
+        visible: root.model.shadowMargin > 0
+        radius: panel.radius
+        margin: root.model.shadowMargin
+    }
+    RoundedRectangle {
+        id: panel
 
-        BrandAppIconView {
-            size: 38
-            showShadow: true
-        }
-        ColumnLayout {
-            Layout.fillWidth: true
-            spacing: 10
+        anchors.fill: parent
+        anchors.margins: root.model.shadowMargin
+        radius: 14
+        color: Theme.obsidian
+        borderWidth: 1
+        borderColor: Theme.borderSlate
 
-            Label {
-                Layout.fillWidth: true
-                text: root.model.title
-                font: Theme.panelTitleFont
-                elide: Text.ElideRight
-                wrapMode: Text.NoWrap
+        RowLayout {
+            anchors.fill: parent
+            anchors.leftMargin: 16
+            anchors.rightMargin: 16
+            spacing: 14
+
+            BrandAppIconView {
+                size: 38
+                showShadow: true
             }
-            RowLayout {
-                spacing: 6
+            ColumnLayout {
+                Layout.fillWidth: true
+                spacing: 10
 
-                TextButton {
-                    compact: true
-                    prominent: true
-                    text: "Preview & Trim"
-                    onClicked: root.model.previewAndTrim()
+                Label {
+                    Layout.fillWidth: true
+                    text: root.model.title
+                    font: Theme.panelTitleFont
+                    elide: Text.ElideRight
+                    wrapMode: Text.NoWrap
                 }
-                TextButton {
-                    id: share
+                RowLayout {
+                    spacing: 6
 
-                    compact: true
-                    text: "Share"
-                    onClicked: {
-                        const corner = share.mapToGlobal(0, share.height + 4);
-                        root.model.share(corner.x, corner.y);
+                    TextButton {
+                        compact: true
+                        prominent: true
+                        text: "Preview & Trim"
+                        onClicked: root.model.previewAndTrim()
                     }
-                }
-                TextButton {
-                    compact: true
-                    text: "Reveal"
-                    onClicked: root.model.reveal()
+                    TextButton {
+                        id: share
+
+                        compact: true
+                        text: "Share"
+                        onClicked: {
+                            const corner = share.mapToGlobal(0, share.height + 4);
+                            root.model.share(corner.x, corner.y);
+                        }
+                    }
+                    TextButton {
+                        compact: true
+                        text: "Reveal"
+                        onClicked: root.model.reveal()
+                    }
                 }
             }
         }

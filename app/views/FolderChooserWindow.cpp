@@ -1,5 +1,6 @@
 #include "app/views/FolderChooserWindow.h"
 
+#include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
 #include "settings/FolderBrowserModel.h"
 
@@ -65,6 +66,7 @@ public:
     void chooseFolder(const platform::FolderPanel& panel, Completion completion) override
     {
         auto* view = new FolderView{fileManager_, panel, std::move(completion)};
+        centre(*view, *activation_);
         view->show();
         activation_->activate(view->winId());
     }

@@ -1,15 +1,18 @@
 #include "app/views/HudPanelWindow.h"
 
+#include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
 
 #include <QEasingCurve>
 #include <QGuiApplication>
+#include <QMargins>
 #include <QPainterPath>
 #include <QQuickView>
 #include <QRegion>
-#include <QScreen>
 #include <QVariantAnimation>
 
+#include <cmath>
+#include <optional>
 #include <utility>
 #include <xcb/xcb.h>
 
@@ -21,6 +24,7 @@ constexpr QSize panelSize{340, 110};
 constexpr int fromRightEdge = 360;
 constexpr int fromTopEdge = 10;
 constexpr int cornerRadius = 14;
+constexpr int shadowMargin = 20;
 constexpr std::chrono::milliseconds fadeIn{250};
 
 // Opacity is a property of the window, which waits in the connection's buffer until something else is drawn.
@@ -39,16 +43,18 @@ QRegion roundedShape()
 
 class HudPanelWindow final : public HudPanel {
 public:
-    explicit HudPanelWindow(ClipSavedHUDModel::Actions actions) : model_(std::move(actions)), view_(&quickEngine(), nullptr)
+    HudPanelWindow(ClipSavedHUDModel::Actions actions, HudPanelServices services)
+        : services_(std::move(services))
+        , model_(std::move(actions))
+        , view_(&quickEngine(), nullptr)
     {
         view_.setFlags(Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
         view_.setTitle(QStringLiteral("Velmora"));
-        view_.setColor(QColor{0x0F, 0x17, 0x2A});
+        // Gives the window a visual with opacity, which does no harm where nobody looks at it.
+        view_.setColor(Qt::transparent);
         view_.setResizeMode(QQuickView::SizeRootObjectToView);
         view_.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
         view_.setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/ClipSavedHUDView.qml")});
-        view_.resize(panelSize);
-        view_.setMask(roundedShape());
         fade_.setEasingCurve(QEasingCurve::InOutQuad);
         QObject::connect(&fade_, &QVariantAnimation::valueChanged, &view_, [this](const QVariant& value) { setOpacity(value.toDouble()); });
         QObject::connect(&fade_, &QVariantAnimation::finished, &view_, [this] { hideIfTransparent(); });
@@ -58,12 +64,14 @@ public:
 
     void place() override
     {
-        const auto* focused = QGuiApplication::focusWindow();
-        const auto* screen = focused && focused->screen() ? focused->screen() : QGuiApplication::primaryScreen();
-        if (!screen)
+        setHasShadow(services_.floatingWindows->areComposited());
+        const auto workArea = mainWorkArea(*services_.windowActivation);
+        if (!workArea)
             return;
-        const auto free = screen->availableGeometry();
-        view_.setPosition(free.x() + free.width() - fromRightEdge, free.y() + fromTopEdge);
+        const auto& free = workArea->area;
+        const int margin = model_.shadowMargin();
+        view_.setScreen(workArea->screen);
+        view_.setPosition(free.x() + free.width() - fromRightEdge - margin, free.y() + fromTopEdge - margin);
     }
 
     void orderFrontAndFadeIn() override
@@ -72,6 +80,7 @@ public:
         setOpacity(0);
         view_.show();
         view_.raise();
+        keepUsable();
         fadeTo(1, fadeIn);
     }
 
@@ -106,15 +115,42 @@ private:
 
     void hideIfTransparent()
     {
-        if (opacity_ <= 0.0)
-            view_.hide();
+        if (opacity_ > 0.0)
+            return;
+        inFront_.reset();
+        view_.hide();
     }
 
+    void setHasShadow(bool hasShadow)
+    {
+        const int margin = hasShadow ? shadowMargin : 0;
+        model_.setShadowMargin(margin);
+        view_.resize(panelSize.grownBy({margin, margin, margin, margin}));
+        view_.setMask(hasShadow ? QRegion{} : roundedShape());
+    }
+
+    /// Above what other programs show from now on, and out of the way of clicks beside the panel. A shown window is needed for both.
+    void keepUsable()
+    {
+        inFront_.reset();
+        if (isWayland_)
+            return;
+        const double scale = view_.devicePixelRatio();
+        const auto pixels = [scale](int points) { return static_cast<std::int32_t>(std::lround(points * scale)); };
+        const int margin = model_.shadowMargin();
+        const PixelRect panel{pixels(margin), pixels(margin), pixels(panelSize.width()), pixels(panelSize.height())};
+        services_.floatingWindows->setClickableArea(view_.winId(), margin > 0 ? std::optional{panel} : std::nullopt);
+        flush();
+        inFront_ = services_.floatingWindows->keepInFront(view_.winId(), panel);
+    }
+
+    const HudPanelServices services_;
     ClipSavedHUDModel model_;
     QQuickView view_;
     const bool isWayland_ = QGuiApplication::platformName().startsWith(QLatin1String{"wayland"});
     double opacity_ = 1;
     QVariantAnimation fade_;
+    std::unique_ptr<platform::FloatingWindows::InFront> inFront_;  // while it is shown
 };
 
 }  // namespace
@@ -127,14 +163,20 @@ void ClipSavedHUDModel::setContent(HudPanel::Content content)
     emit contentChanged();
 }
 
+void ClipSavedHUDModel::setShadowMargin(int margin)
+{
+    if (std::exchange(shadowMargin_, margin) != margin)
+        emit shadowMarginChanged();
+}
+
 void ClipSavedHUDModel::share(double x, double y)
 {
     actions_.share(content_.clip, QPoint{qRound(x), qRound(y)});
 }
 
-std::unique_ptr<HudPanel> makeHudPanelWindow(ClipSavedHUDModel::Actions actions)
+std::unique_ptr<HudPanel> makeHudPanelWindow(ClipSavedHUDModel::Actions actions, HudPanelServices services)
 {
-    return std::make_unique<HudPanelWindow>(std::move(actions));
+    return std::make_unique<HudPanelWindow>(std::move(actions), std::move(services));
 }
 
 }  // namespace velmora

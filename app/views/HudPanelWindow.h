@@ -2,7 +2,9 @@
 #pragma once
 
 #include "app/ClipSavedNotificationController.h"
+#include "platform/FloatingWindows.h"
 #include "platform/SharingServices.h"
+#include "platform/WindowActivation.h"
 
 #include <QObject>
 #include <QString>
@@ -19,6 +21,7 @@ class ClipSavedHUDModel final : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("made by the program")
     Q_PROPERTY(QString title READ title NOTIFY contentChanged)
+    Q_PROPERTY(int shadowMargin READ shadowMargin NOTIFY shadowMarginChanged)
 
 public:
     struct Actions {
@@ -32,6 +35,10 @@ public:
     [[nodiscard]] QString title() const { return QString::fromStdString(content_.title); }
     void setContent(HudPanel::Content content);
 
+    /// What the window has around the panel for its shadow, in points; 0: there is no shadow, and the window's mask cuts the corners.
+    [[nodiscard]] int shadowMargin() const { return shadowMargin_; }
+    void setShadowMargin(int margin);
+
     Q_INVOKABLE void previewAndTrim() { actions_.preview(content_.clip); }
 
     /// `x`, `y`: where the menu opens, on the screen.
@@ -41,13 +48,21 @@ public:
 
 signals:
     void contentChanged();
+    void shadowMarginChanged();
 
 private:
     const Actions actions_;
     HudPanel::Content content_;
+    int shadowMargin_ = 0;
 };
 
-/// 340 x 110 points, on every workspace, above full-screen windows, never with the focus.
-std::unique_ptr<HudPanel> makeHudPanelWindow(ClipSavedHUDModel::Actions actions);
+struct HudPanelServices {
+    std::shared_ptr<platform::WindowActivation> windowActivation;
+    std::shared_ptr<platform::FloatingWindows> floatingWindows;
+};
+
+/// 340 x 110 points, on every workspace, above full-screen windows, never with the focus; in front of what other programs show later. Where
+/// windows are composited it has a shadow, which lies around those points and lets clicks through.
+std::unique_ptr<HudPanel> makeHudPanelWindow(ClipSavedHUDModel::Actions actions, HudPanelServices services);
 
 }  // namespace velmora

@@ -1,10 +1,9 @@
 #include "app/views/QuickWindows.h"
 
+#include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
 
-#include <QGuiApplication>
 #include <QQuickView>
-#include <QScreen>
 #include <QTimer>
 #include <QVariantMap>
 
@@ -14,12 +13,6 @@ namespace velmora {
 
 namespace {
 
-QScreen* mainScreen()
-{
-    const auto* focused = QGuiApplication::focusWindow();
-    return focused && focused->screen() ? focused->screen() : QGuiApplication::primaryScreen();
-}
-
 Qt::WindowFlags flagsFor(const WindowDescription& description)
 {
     Qt::WindowFlags flags =
@@ -27,6 +20,13 @@ Qt::WindowFlags flagsFor(const WindowDescription& description)
     flags.setFlag(Qt::WindowMinimizeButtonHint, description.isMiniaturizable);
     flags.setFlag(Qt::WindowMaximizeButtonHint, description.isResizable);
     return flags;
+}
+
+/// What is left of it beside a title bar, whose height nobody tells before the window is shown.
+QSize largestContent(const QRect& workArea)
+{
+    constexpr int titleBar = 36;
+    return {workArea.width(), workArea.height() - titleBar};
 }
 
 class QuickWindow final : public ApplicationWindow, public std::enable_shared_from_this<QuickWindow> {
@@ -41,17 +41,22 @@ public:
         view_.setTitle(QString::fromStdString(description.title));
         view_.setColor(QColor{0x0F, 0x17, 0x2A});
         view_.setResizeMode(QQuickView::SizeRootObjectToView);
-        view_.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(content_.model.get())}});
-        view_.setSource(content_.view);
-        view_.resize(size);
-        view_.setMinimumSize(size);
-        if (!description.isResizable)
-            view_.setMaximumSize(size);
-        if (const auto* screen = mainScreen()) {
-            QRect frame{{}, size};
-            frame.moveCenter(screen->availableGeometry().center());
-            view_.setPosition(frame.topLeft());
+        const auto workArea = mainWorkArea(*activation_);
+        const auto fitting = workArea ? size.boundedTo(largestContent(workArea->area)) : size;
+        const auto model = QVariant::fromValue(content_.model.get());
+        if (fitting == size) {
+            view_.setInitialProperties({{QStringLiteral("model"), model}});
+            view_.setSource(content_.view);
+        } else {
+            view_.setInitialProperties(
+                {{QStringLiteral("model"), model}, {QStringLiteral("source"), content_.view}, {QStringLiteral("least"), QSizeF{size}}});
+            view_.setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/FittedView.qml")});
         }
+        view_.resize(fitting);
+        view_.setMinimumSize(fitting);
+        if (!description.isResizable)
+            view_.setMaximumSize(fitting);
+        centre(view_, *activation_);
         if (content_.onDismiss)
             content_.onDismiss([this] { view_.close(); });
         QObject::connect(&view_, &QWindow::visibleChanged, &view_, [this](bool isVisible) { visibilityChanged(isVisible); });

@@ -2,6 +2,7 @@
 
 #include "app/menu/MenuRenderer.h"
 #include "app/menu/TrayStatusItem.h"
+#include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
 
 #include <QAbstractNativeEventFilter>
@@ -54,6 +55,8 @@ public:
         // What is asked for once more is wanted.
         view_.isUsed = std::exchange(wasShown_, true);
         model_.update();
+        if (!view_.isVisible())
+            centre(view_, *activation_);
         view_.show();
         view_.raise();
         activation_->activate(view_.winId());

@@ -38,7 +38,7 @@ T.Button {
         radius: button.bordered ? Theme.controlRadius : width / 2
         color: button.down ? Theme.pressed(button.surfaceColor) : button.hovered ? Theme.hovered(button.surfaceColor) : button.surfaceColor
         borderWidth: button.bordered ? 1 : 0
-        borderColor: Theme.borderSlate
+        borderColor: Theme.controlBorder
 
         FocusRing {
             visible: button.visualFocus

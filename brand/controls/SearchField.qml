@@ -27,7 +27,7 @@ T.TextField {
         radius: Theme.controlRadius
         color: field.hovered && !field.activeFocus ? Theme.hovered(Theme.cardSlate) : Theme.cardSlate
         borderWidth: 1
-        borderColor: Theme.borderSlate
+        borderColor: Theme.controlBorder
 
         FocusRing {
             visible: field.activeFocus

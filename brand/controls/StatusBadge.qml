@@ -32,7 +32,7 @@ RoundedRectangle {
             anchors.verticalCenter: parent.verticalCenter
             text: badge.status.label
             textFormat: Text.PlainText
-            color: badge.status.color
+            color: Theme.text
             font: Theme.captionEmphasisFont
         }
     }

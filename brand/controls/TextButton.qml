@@ -61,7 +61,7 @@ T.Button {
         radius: button.compact ? Theme.compactRadius : Theme.controlRadius
         color: button.down ? Theme.pressed(button.surfaceColor) : button.hovered ? Theme.hovered(button.surfaceColor) : button.surfaceColor
         borderWidth: button.prominent || button.plain ? 0 : 1
-        borderColor: Theme.borderSlate
+        borderColor: Theme.controlBorder
 
         FocusRing {
             visible: button.visualFocus

@@ -24,7 +24,7 @@ FocusScope {
         radius: Theme.controlRadius
         color: input.hovered && !input.activeFocus ? Theme.hovered(Theme.cardSlate) : Theme.cardSlate
         borderWidth: 1
-        borderColor: Theme.borderSlate
+        borderColor: Theme.controlBorder
 
         FocusRing {
             visible: input.activeFocus

@@ -20,6 +20,6 @@ T.ScrollBar {
         implicitWidth: 6
         implicitHeight: 6
         radius: 3
-        color: bar.pressed ? Theme.secondaryText : bar.hovered ? Theme.tertiaryText : Theme.borderSlate
+        color: bar.pressed ? Theme.secondaryText : bar.hovered ? Theme.tertiaryText : Theme.controlBorder
     }
 }

@@ -21,6 +21,7 @@
 #include "platform/linux/portal/PortalShareableContent.h"
 #include "platform/linux/x11/X11DisplayChanges.h"
 #include "platform/linux/x11/X11EventThread.h"
+#include "platform/linux/x11/X11FloatingWindows.h"
 #include "platform/linux/x11/X11HotKeyCenter.h"
 #include "platform/linux/x11/X11ScreenCaptureAccess.h"
 #include "platform/linux/x11/X11ShareableContent.h"
@@ -78,6 +79,7 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
         .shareableContent = services.shareableContent,
     });
     services.windowActivation = std::make_shared<X11WindowActivation>();
+    services.floatingWindows = std::make_shared<X11FloatingWindows>(events);
     services.trayAppearance = std::make_shared<X11TrayAppearance>();
     services.workspace = makeWorkspace({.observeDisplays =
                                             [events, mainExecutor](std::function<void()> changed) {
@@ -109,6 +111,7 @@ void usePortal(PlatformServices& services, const std::shared_ptr<Executor>& main
     services.screenCaptureAccess = std::make_shared<PortalScreenCaptureAccess>();
     services.hotKeyCenter = std::make_shared<PortalHotKeyCenter>();
     services.windowActivation = null_backend::makeWindowActivation();
+    services.floatingWindows = null_backend::makeFloatingWindows();
     services.trayAppearance = null_backend::makeTrayAppearance();
     services.workspace = makeWorkspace({});
 }
@@ -120,6 +123,7 @@ void useNothing(PlatformServices& services, const char* reason)
     services.hotKeyCenter = null_backend::makeHotKeyCenter();
     services.screenCaptureAccess = null_backend::makeScreenCaptureAccess(reason);
     services.windowActivation = null_backend::makeWindowActivation();
+    services.floatingWindows = null_backend::makeFloatingWindows();
     services.trayAppearance = null_backend::makeTrayAppearance();
     services.workspace = linux_backend::makeWorkspace({});
 }

@@ -88,6 +88,14 @@ private:
 class NullWindowActivation final : public platform::WindowActivation {
 public:
     void activate(std::uint64_t) override { }
+    [[nodiscard]] std::optional<platform::ScreenFrames> mainScreen() override { return {}; }
+};
+
+class NullFloatingWindows final : public platform::FloatingWindows {
+public:
+    [[nodiscard]] bool areComposited() override { return false; }
+    void setClickableArea(std::uint64_t, std::optional<PixelRect>) override { }
+    [[nodiscard]] std::unique_ptr<InFront> keepInFront(std::uint64_t, const PixelRect&) override { return nullptr; }
 };
 
 class NullTrayAppearance final : public platform::TrayAppearance {
@@ -125,6 +133,11 @@ std::shared_ptr<platform::ScreenCaptureAccess> makeScreenCaptureAccess(std::stri
 std::shared_ptr<platform::WindowActivation> makeWindowActivation()
 {
     return std::make_shared<NullWindowActivation>();
+}
+
+std::shared_ptr<platform::FloatingWindows> makeFloatingWindows()
+{
+    return std::make_shared<NullFloatingWindows>();
 }
 
 std::shared_ptr<platform::TrayAppearance> makeTrayAppearance()

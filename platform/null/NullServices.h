@@ -3,6 +3,7 @@
 
 #include "platform/CaptureStream.h"
 #include "platform/ExportSession.h"
+#include "platform/FloatingWindows.h"
 #include "platform/HotKeyCenter.h"
 #include "platform/ScreenCaptureAccess.h"
 #include "platform/ShareableContent.h"
@@ -30,8 +31,11 @@ std::shared_ptr<platform::HotKeyCenter> makeHotKeyCenter();
 /// Never granted; `reason` is the explanation.
 std::shared_ptr<platform::ScreenCaptureAccess> makeScreenCaptureAccess(std::string reason);
 
-/// Leaves windows where they are.
+/// Leaves windows where they are, and tells no screen.
 std::shared_ptr<platform::WindowActivation> makeWindowActivation();
+
+/// Nothing is composited, all is clickable, and nothing is kept in front.
+std::shared_ptr<platform::FloatingWindows> makeFloatingWindows();
 
 /// Tells no colour.
 std::shared_ptr<platform::TrayAppearance> makeTrayAppearance();

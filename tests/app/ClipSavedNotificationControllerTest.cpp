@@ -94,10 +94,21 @@ TEST_F(ClipSavedNotificationControllerTest, PostsANotificationAboutTheClip)
 {
     save();
     ASSERT_EQ(centre->requests.size(), 1U);
-    const platform::NotificationContent expected{
+    platform::NotificationContent expected{
         "Clip Saved (Full)", "a.mp4 has been saved to your library.", true, "CLIP_SAVED_CATEGORY", {{"clipURL", "/clips/a.mp4"}}};
+    expected.leastTimeOnScreen = ClipSavedNotificationController::notificationTime;
     EXPECT_EQ(centre->requests[0].content, expected);
     EXPECT_EQ(centre->requests[0].identifier.size(), 36U);
+}
+
+// The panel may lie over it, and is raised whenever it is covered.
+TEST_F(ClipSavedNotificationControllerTest, TheNotificationCanStillBeReadAndUsedWhenThePanelHasGone)
+{
+    save();
+    clock->advance(7s);
+    ASSERT_THAT(panel.events, ElementsAre("content Clip Saved (Full)", "place", "show", "fade out 250"));
+    ASSERT_EQ(centre->requests.size(), 1U);
+    EXPECT_GE(centre->requests[0].content.leastTimeOnScreen, 7s + 250ms + 5s);
 }
 
 TEST_F(ClipSavedNotificationControllerTest, EachRequestHasAnIdentifierOfItsOwn)

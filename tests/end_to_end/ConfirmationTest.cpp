@@ -7,8 +7,10 @@
 #include "tests/support/recording/Subjects.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <sstream>
 
 namespace velmora::test {
 namespace {
@@ -21,7 +23,7 @@ using ::testing::SizeIs;
 constexpr const char* hud = "^Velmora$";
 
 /// A desktop whose handler of files writes down what it is asked to open.
-class ConfirmationTest : public testing::Test {
+class SavedClip : public testing::Test {
 protected:
     void SetUp() override
     {
@@ -50,11 +52,66 @@ protected:
 
     AssistiveTechnology assistiveTechnology;
     Panel panel;
-    Notifier notifier;
     NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
     TemporaryDirectory tools;
     std::optional<TrayProgram> program;
 };
+
+/// With a notification service that shows its notifications elsewhere.
+class ConfirmationTest : public SavedClip {
+protected:
+    Notifier notifier;
+};
+
+/// With one that shows them where the panel stands.
+class CoveredPanelTest : public SavedClip {
+protected:
+    static std::vector<QRect> notifications(const std::string& className)
+    {
+        std::vector<QRect> places;
+        std::istringstream identifiers{runProgram({"xdotool", "search", "--onlyvisible", "--class", className}).output};
+        for (std::string identifier; std::getline(identifiers, identifier);) {
+            const auto told = runProgram({"xdotool", "getwindowgeometry", "--shell", identifier}).output;
+            int x = 0;
+            int y = 0;
+            int width = 0;
+            int height = 0;
+            if (std::sscanf(told.c_str(), "WINDOW=%*s X=%d Y=%d WIDTH=%d HEIGHT=%d", &x, &y, &width, &height) == 4)
+                places.emplace_back(x, y, width, height);
+        }
+        return places;
+    }
+
+    void expectBothCanBeUsed(const std::string& className)
+    {
+        save();
+        ASSERT_TRUE(isShown(hud));
+        const auto place = visibleWindows(hud).at(0);
+        const auto coversThePanel = [&] {
+            const auto places = notifications(className);
+            return std::any_of(places.begin(), places.end(), [&](const QRect& notification) { return notification.intersects(place); });
+        };
+        ASSERT_TRUE(waitUntil(coversThePanel));
+        // Its prominent button, which is read and clicked where it stands.
+        EXPECT_TRUE(waitUntil([&] { return countPixels(screenPicture(place), QColor{255, 59, 48}) > 1500; }));
+        ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Reveal"));
+        EXPECT_TRUE(waitUntil([&] { return openedFiles() == program->clipsFolder().string() + "\n"; })) << openedFiles();
+        ASSERT_TRUE(isHidden(hud));
+        EXPECT_TRUE(coversThePanel()) << "the notification is still there, and nothing lies over it";
+    }
+};
+
+TEST_F(CoveredPanelTest, ANotificationOfXfceLeavesThePanelInReachAndOutlivesIt)
+{
+    const XfceNotifier notifier;
+    expectBothCanBeUsed("xfce4-notifyd");
+}
+
+TEST_F(CoveredPanelTest, ANotificationOfDunstLeavesThePanelInReachAndOutlivesIt)
+{
+    const Notifier notifier{"top-right"};
+    expectBothCanBeUsed("dunst");
+}
 
 TEST_F(ConfirmationTest, ThePanelStandsInTheCornerBelowTheTrayAndGoesByItself)
 {
@@ -68,6 +125,71 @@ TEST_F(ConfirmationTest, ThePanelStandsInTheCornerBelowTheTrayAndGoesByItself)
     // The panel's lower edge, with a line of its own, and ten points.
     EXPECT_NEAR(windows.front().top(), Panel::height + 10, 1);
     EXPECT_TRUE(isHidden(hud));
+}
+
+// The place is found again by its colours, so the window may be larger than what it shows.
+QRect shownPanel()
+{
+    const QRect corner{1920 - 360, 0, 360, 160};
+    const auto picture = screenPicture(corner);
+    const QColor ground{15, 23, 42};
+    QRect panel;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (picture.pixelColor(x, y) == ground)
+                panel |= QRect{x, y, 1, 1};
+        }
+    }
+    return panel.isEmpty() ? QRect{} : panel.translated(corner.topLeft());
+}
+
+TEST_F(ConfirmationTest, ThePanelTakesNoFocusHoweverItIsUsed)
+{
+    ASSERT_EQ(runProgram({"xdotool", "windowactivate", "--sync", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(hasFocus(window.title()));
+    const auto focused = [] { return runProgram({"xdotool", "getwindowfocus"}).output; };
+    const auto before = focused();
+    save();
+    ASSERT_TRUE(isShown(hud));
+    EXPECT_EQ(focused(), before);
+    const auto place = visibleWindows(hud).at(0);
+    click(place.topLeft() + QPoint{30, 55});
+    EXPECT_EQ(focused(), before) << "its ground";
+    ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Reveal"));
+    EXPECT_TRUE(waitUntil([&] { return !openedFiles().empty(); }));
+    EXPECT_EQ(focused(), before) << "a button";
+    pressKeys({"Tab", "Return"});
+    EXPECT_TRUE(isHidden(hud));
+    EXPECT_EQ(focused(), before) << "it has gone";
+}
+
+TEST_F(ConfirmationTest, WhereWindowsAreCompositedThePanelHasAShadowThatLetsClicksThrough)
+{
+    const Program compositor{{"xcompmgr"}};
+    ASSERT_TRUE(waitUntil([] { return runProgram({"xcompmgr"}).status == 1; })) << "a second one finds the first";
+    ASSERT_EQ(runProgram({"hsetroot", "-solid", "#ffffff"}).status, 0);
+    save();
+    ASSERT_TRUE(isShown(hud));
+    ASSERT_TRUE(waitUntil([] { return shownPanel().size() == QSize{338, 108}; })) << "the ground inside the border";
+    const QRect panel = shownPanel().adjusted(-1, -1, 1, 1);
+    EXPECT_EQ(panel.left(), 1920 - 360);
+    EXPECT_NEAR(panel.top(), Panel::height + 10, 1);
+    const auto shadow = screenPicture({panel.center().x(), panel.bottom() + 3, 1, 1}).pixelColor(0, 0);
+    EXPECT_LT(shadow.lightness(), 230);
+    EXPECT_GT(shadow.lightness(), 60);
+    const auto corner = screenPicture({panel.topLeft(), QSize{1, 1}}).pixelColor(0, 0);
+    EXPECT_GT(corner.lightness(), 150) << "the panel's corner is round";
+
+    const NumberedWindow below{{"--size", "360x200", "--position", "1540,100", "--still"}};
+    const auto windowUnder = [](const QPoint& point) {
+        movePointer(point);
+        const auto told = runProgram({"xdotool", "getmouselocation", "--shell"}).output;
+        return told.substr(told.find("WINDOW="));
+    };
+    const auto beside = windowUnder(panel.bottomLeft() + QPoint{60, 8});
+    EXPECT_EQ(beside, windowUnder(panel.bottomLeft() + QPoint{60, 60}));
+    EXPECT_NE(beside, windowUnder(panel.center()));
+    EXPECT_EQ(runProgram({"hsetroot", "-solid", "#000000"}).status, 0);
 }
 
 TEST_F(ConfirmationTest, ASecondSaveTakesThePanelOver)

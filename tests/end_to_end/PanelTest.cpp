@@ -73,19 +73,35 @@ std::string shownLabel(const std::string& label)
     return shown;
 }
 
-/// What the program's menu shows in its host, in the order of its rows.
-std::vector<std::string> labelsForTheHost()
+/// The bus name of the program's item in its host; empty when there is none.
+std::string itemOwner()
 {
     const auto watcher =
         runProgram({"dbus-send", "--session", "--print-reply=literal", "--dest=org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher",
             "org.freedesktop.DBus.Properties.Get", "string:org.kde.StatusNotifierWatcher", "string:RegisteredStatusNotifierItems"});
     static const std::regex owner{R"((:[0-9.]+)/StatusNotifierItem)"};
     std::smatch item;
-    if (!std::regex_search(watcher.output, item, owner))
+    return std::regex_search(watcher.output, item, owner) ? item[1].str() : std::string{};
+}
+
+/// A property of the item, as text.
+std::string itemProperty(const std::string& name)
+{
+    const auto told = runProgram({"dbus-send", "--session", "--print-reply=literal", "--dest=" + itemOwner(), "/StatusNotifierItem",
+        "org.freedesktop.DBus.Properties.Get", "string:org.kde.StatusNotifierItem", "string:" + name});
+    static const std::regex value{R"(variant\s+(\S.*\S))"};
+    std::smatch found;
+    return std::regex_search(told.output, found, value) ? found[1].str() : told.output + told.messages;
+}
+
+/// What the program's menu shows in its host, in the order of its rows.
+std::vector<std::string> labelsForTheHost()
+{
+    const auto owner = itemOwner();
+    if (owner.empty())
         return {};
-    runProgram({"dbus-send", "--session", "--print-reply", "--dest=" + item[1].str(), "/MenuBar", "com.canonical.dbusmenu.AboutToShow",
-        "int32:0"});
-    const auto layout = runProgram({"dbus-send", "--session", "--print-reply", "--dest=" + item[1].str(), "/MenuBar",
+    runProgram({"dbus-send", "--session", "--print-reply", "--dest=" + owner, "/MenuBar", "com.canonical.dbusmenu.AboutToShow", "int32:0"});
+    const auto layout = runProgram({"dbus-send", "--session", "--print-reply", "--dest=" + owner, "/MenuBar",
         "com.canonical.dbusmenu.GetLayout", "int32:0", "int32:-1", "array:string:label"});
     static const std::regex label{R"re(string "label"\s+variant\s+string "(.*)")re"};
     std::vector<std::string> labels;
@@ -112,6 +128,14 @@ TEST_F(PanelTest, TheItemTurnsCoralWhileARecordingRunsAndBackAgain)
     record(1000ms);
     ASSERT_TRUE(program.saveByShortcut());
     EXPECT_TRUE(waitUntil([] { return coralPixels() == 0; }));
+}
+
+TEST_F(PanelTest, TheItemIsCalledVelmora)
+{
+    const TrayProgram program;
+    ASSERT_TRUE(findItem());
+    EXPECT_EQ(itemProperty("Title"), "Velmora");
+    EXPECT_EQ(itemProperty("Id"), "Velmora");
 }
 
 TEST_F(PanelTest, ALeftClickOpensOurMenu)

@@ -240,7 +240,7 @@ TEST(TrayProgramTest, ItsWindowsShowItsIconInTheirTitleBars)
 }
 
 // The icon's window has the program's class and, unlike its other windows, the program's own name for a title.
-constexpr const char* iconWindow = R"("velmora": ("velmora" "velmora"))";
+constexpr const char* iconWindow = R"("Velmora": ("velmora" "Velmora"))";
 
 bool theIconIsInATray()
 {
@@ -292,7 +292,7 @@ TEST(TrayProgramTest, EitherMouseButtonOnTheIconOpensTheMenu)
     const Program tray{{"trayer"}};
     ASSERT_TRUE(isShown("^panel$"));
     TrayProgram program;
-    static const std::regex icon{R"re((0x[0-9a-f]+) "velmora": \("velmora" "velmora"\))re"};
+    static const std::regex icon{R"re((0x[0-9a-f]+) "Velmora": \("velmora" "Velmora"\))re"};
     std::smatch found;
     std::string tree;
     ASSERT_TRUE(waitUntil([&] {

@@ -117,7 +117,7 @@ private:
         const QString body = text(content.body);
         call.setArguments({QStringLiteral("Velmora"), uint{0}, QString{}, text(content.title),
             capabilities.contains(QLatin1String("body-markup")) ? body.toHtmlEscaped() : body, actions(content, capabilities),
-            hints(content, capabilities), usualTimeout});
+            hints(content, capabilities), timeout(content)});
         auto* sent = new QDBusPendingCallWatcher{bus_.asyncCall(call), this};
         connect(sent, &QDBusPendingCallWatcher::finished, this, [this, sent, content] {
             const QDBusPendingReply<uint> reply = *sent;
@@ -171,6 +171,11 @@ private:
         image.endStructure();
         imageData_ = QVariant::fromValue(image);
         return imageData_;
+    }
+
+    static int timeout(const NotificationContent& content)
+    {
+        return content.leastTimeOnScreen.count() > 0 ? static_cast<int>(content.leastTimeOnScreen.count()) : usualTimeout;
     }
 
     void respond(const std::optional<NotificationResponse>& response)

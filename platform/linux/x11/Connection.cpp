@@ -25,6 +25,16 @@ Connection::~Connection()
     xcb_disconnect(connection_);
 }
 
+int Connection::screenNumber() const
+{
+    int number = 0;
+    for (auto screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)); screen.rem; xcb_screen_next(&screen), ++number) {
+        if (screen.data->root == root())
+            return number;
+    }
+    return 0;
+}
+
 bool Connection::isLocal() const
 {
     sockaddr_storage address{};

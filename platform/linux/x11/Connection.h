@@ -38,6 +38,9 @@ public:
     [[nodiscard]] xcb_connection_t* xcb() const { return connection_; }
     [[nodiscard]] const xcb_screen_t& screen() const { return *screen_; }
     [[nodiscard]] xcb_window_t root() const { return screen_->root; }
+
+    /// Of the screen among the server's: 0 is the first.
+    [[nodiscard]] int screenNumber() const;
     [[nodiscard]] int fileDescriptor() const { return xcb_get_file_descriptor(connection_); }
     [[nodiscard]] bool isBroken() const { return xcb_connection_has_error(connection_) != 0; }
 

@@ -10,16 +10,6 @@ namespace {
 constexpr std::size_t foregroundValues = 3;
 constexpr std::uint32_t propertyValues = 12;
 
-int screenNumber(const Connection& connection)
-{
-    int number = 0;
-    for (auto screen = xcb_setup_roots_iterator(xcb_get_setup(connection.xcb())); screen.rem; xcb_screen_next(&screen), ++number) {
-        if (screen.data->root == connection.root())
-            return number;
-    }
-    return 0;
-}
-
 std::uint8_t eightBits(std::uint32_t value)
 {
     return static_cast<std::uint8_t>(value >> 8);
@@ -35,7 +25,7 @@ std::optional<platform::ItemColor> X11TrayAppearance::itemColor()
             return {};
         connection_ = std::move(*connection);
     }
-    const auto selection = connection_->atom("_NET_SYSTEM_TRAY_S" + std::to_string(screenNumber(*connection_)));
+    const auto selection = connection_->atom("_NET_SYSTEM_TRAY_S" + std::to_string(connection_->screenNumber()));
     const auto owner = connection_->reply(xcb_get_selection_owner_reply, xcb_get_selection_owner(connection_->xcb(), selection));
     if (!owner || owner->owner == XCB_WINDOW_NONE)
         return {};

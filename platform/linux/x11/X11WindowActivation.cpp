@@ -1,5 +1,8 @@
 #include "platform/linux/x11/X11WindowActivation.h"
 
+#include "platform/linux/x11/DesktopLayoutReader.h"
+#include "platform/linux/x11/MainScreen.h"
+
 #include <array>
 
 namespace velmora::linux_backend {
@@ -26,12 +29,8 @@ void sendToRoot(const Connection& connection, xcb_window_t window, xcb_atom_t ty
 
 void X11WindowActivation::activate(std::uint64_t nativeWindow)
 {
-    if (!connection_ || connection_->isBroken()) {
-        auto connection = Connection::open();
-        if (!connection)
-            return;
-        connection_ = std::move(*connection);
-    }
+    if (!connect())
+        return;
     const auto window = static_cast<xcb_window_t>(nativeWindow);
     const auto currentDesktop = connection_->atom("_NET_CURRENT_DESKTOP");
     const auto asked = xcb_get_property(connection_->xcb(), 0, connection_->root(), currentDesktop, XCB_ATOM_CARDINAL, 0, 1);
@@ -41,6 +40,22 @@ void X11WindowActivation::activate(std::uint64_t nativeWindow)
     const auto time = serverTime(window);
     sendToRoot(*connection_, window, connection_->atom("_NET_ACTIVE_WINDOW"), {directUserAction, time, 0, 0, 0});
     connection_->flush();
+}
+
+std::optional<platform::ScreenFrames> X11WindowActivation::mainScreen()
+{
+    return connect() ? linux_backend::mainScreen(readDesktopLayout(*connection_)) : std::nullopt;
+}
+
+bool X11WindowActivation::connect()
+{
+    if (connection_ && !connection_->isBroken())
+        return true;
+    auto connection = Connection::open(displayName_.empty() ? nullptr : displayName_.c_str());
+    if (!connection)
+        return false;
+    connection_ = std::move(*connection);
+    return true;
 }
 
 /// The server's time now, which a window manager takes for a fresh act of the user's: that of a property that changes for it.

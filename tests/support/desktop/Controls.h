@@ -29,17 +29,17 @@ public:
     [[nodiscard]] static Environment environment() { return {{"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"}}; }
 
     /// All that is on the screen of a program.
-    [[nodiscard]] static std::vector<Control> controls(const std::string& program = "velmora");
+    [[nodiscard]] static std::vector<Control> controls(const std::string& program = "Velmora");
 
     /// The control of that role whose name begins so; waits for it.
     [[nodiscard]] static std::optional<Control> find(
-        const std::string& role, const std::string& name, const std::string& program = "velmora");
+        const std::string& role, const std::string& name, const std::string& program = "Velmora");
 
     /// Whether there is none; waits until it has gone.
-    [[nodiscard]] static bool isAbsent(const std::string& role, const std::string& name, const std::string& program = "velmora");
+    [[nodiscard]] static bool isAbsent(const std::string& role, const std::string& name, const std::string& program = "Velmora");
 
     /// Clicks in its middle once it rests; false when it never appears.
-    [[nodiscard]] static bool clickOn(const std::string& role, const std::string& name, const std::string& program = "velmora");
+    [[nodiscard]] static bool clickOn(const std::string& role, const std::string& name, const std::string& program = "Velmora");
 
 private:
     Program bus_;
@@ -48,7 +48,7 @@ private:
 /// Hears of the next menu that a program opens: an open menu belongs to no window. Listens from its construction on.
 class NextMenu {
 public:
-    explicit NextMenu(const std::string& program = "velmora");
+    explicit NextMenu(const std::string& program = "Velmora");
 
     /// What stands in it; waits for it.
     [[nodiscard]] std::vector<Control> controls();

@@ -35,15 +35,15 @@ Environment panelEnvironment(const std::filesystem::path& home, Environment envi
     return environment;
 }
 
-/// Debian keeps it among the libraries of the machine's architecture.
-std::string settingsService()
+/// Debian keeps these among the libraries of the machine's architecture.
+std::string xfceService(const std::string& folder, const std::string& name)
 {
     for (const auto& entry : std::filesystem::directory_iterator{"/usr/lib"}) {
-        const auto program = entry.path() / "xfce4" / "xfconf" / "xfconfd";
+        const auto program = entry.path() / "xfce4" / folder / name;
         if (std::filesystem::exists(program))
             return program.string();
     }
-    throw std::runtime_error("xfconfd is not installed");
+    throw std::runtime_error(name + " is not installed");
 }
 
 bool takesItems()
@@ -60,14 +60,14 @@ void awaitService(const std::string& name)
         throw std::runtime_error(name + " did not come");
 }
 
-std::vector<std::string> notifierArguments(const std::filesystem::path& home)
+std::vector<std::string> notifierArguments(const std::filesystem::path& home, const std::string& origin)
 {
     // Its own menu program: it prints the line that the test asked for.
     const auto menu = home / "menu";
     std::ofstream{menu} << "#!/bin/sh\ngrep -F \"$(cat " << (home / "choice").string() << ")\" | head -n 1\n";
     std::filesystem::permissions(menu, std::filesystem::perms::owner_all);
     const auto configuration = home / "dunstrc";
-    std::ofstream{configuration} << "[global]\ndmenu = " << menu.string() << "\norigin = bottom-right\nfollow = none\nmonitor = 0\n"
+    std::ofstream{configuration} << "[global]\ndmenu = " << menu.string() << "\norigin = " << origin << "\nfollow = none\nmonitor = 0\n"
                                  << "[urgency_normal]\ntimeout = 0\n";
     return {"dunst", "-conf", configuration.string()};
 }
@@ -84,7 +84,7 @@ bool isOnTheBus(const std::string& name)
 
 Panel::Panel(const Environment& environment)
     : environment_(panelEnvironment(home_.path(), environment))
-    , settings_({settingsService()}, environment_)
+    , settings_({xfceService("xfconf", "xfconfd")}, environment_)
     , panel_((awaitService("org.xfce.Xfconf"), std::vector<std::string>{"xfce4-panel", "--disable-wm-check"}), environment_)
 {
     if (!waitUntil(takesItems))
@@ -99,7 +99,7 @@ void Panel::kill()
     waitUntil([] { return !takesItems(); });
 }
 
-Notifier::Notifier() : dunst_(notifierArguments(home_.path()))
+Notifier::Notifier(const std::string& origin) : dunst_(notifierArguments(home_.path(), origin))
 {
     awaitService("org.freedesktop.Notifications");
 }
@@ -124,6 +124,11 @@ std::string Notifier::closeAndTell() const
 {
     runProgram({"dunstctl", "close-all"});
     return runProgram({"dunstctl", "history"}).output;
+}
+
+XfceNotifier::XfceNotifier() : notifier_({xfceService("notifyd", "xfce4-notifyd")})
+{
+    awaitService("org.freedesktop.Notifications");
 }
 
 void Notifier::kill()

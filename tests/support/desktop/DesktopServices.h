@@ -33,7 +33,8 @@ private:
 /// dunst.
 class Notifier {
 public:
-    Notifier();
+    /// `origin`: the corner of the screen that it shows notifications in, as it calls it.
+    explicit Notifier(const std::string& origin = "bottom-right");
 
     /// Shows its menu and chooses the action of that label of the newest notification.
     [[nodiscard]] bool choose(const std::string& label);
@@ -51,6 +52,15 @@ public:
 private:
     TemporaryDirectory home_;
     Program dunst_;
+};
+
+/// xfce4-notifyd, which shows notifications in the top right corner. Needs the settings service of a Panel.
+class XfceNotifier {
+public:
+    XfceNotifier();
+
+private:
+    Program notifier_;
 };
 
 }  // namespace velmora::test

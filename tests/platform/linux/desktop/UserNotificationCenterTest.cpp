@@ -40,6 +40,7 @@ public:
         QString body;
         QStringList actions;
         QVariantMap hints;
+        int timeout = 0;
     };
 
     QStringList capabilities{QStringLiteral("actions"), QStringLiteral("body"), QStringLiteral("body-markup"), QStringLiteral("sound")};
@@ -49,9 +50,9 @@ public slots:
     QStringList GetCapabilities() { return capabilities; }
 
     uint Notify(const QString& program, uint, const QString&, const QString& summary, const QString& body, const QStringList& actions,
-        const QVariantMap& hints, int)
+        const QVariantMap& hints, int timeout)
     {
-        shown.push_back({program, summary, body, actions, hints});
+        shown.push_back({program, summary, body, actions, hints, timeout});
         return static_cast<uint>(shown.size());
     }
 
@@ -155,6 +156,19 @@ TEST_F(UserNotificationCenterTest, ShowsTitleBodyAndTheActionsOfTheCategory)
     EXPECT_EQ(shown.hints.value(QStringLiteral("urgency")).toInt(), 1);
     EXPECT_EQ(shown.hints.value(QStringLiteral("desktop-entry")), QStringLiteral("com.velmora.Velmora"));
     EXPECT_TRUE(shown.hints.contains(QStringLiteral("sound-name")));
+}
+
+TEST_F(UserNotificationCenterTest, AsksForTheTimeOnTheScreenThatItsContentWants)
+{
+    startService();
+    show("as usual");
+    EXPECT_EQ(service->shown.at(0).timeout, -1) << "the service decides";
+    platform::NotificationContent content{"longer", "", false, "SAVED", {}};
+    content.leastTimeOnScreen = std::chrono::milliseconds{12345};
+    centre->add({"id", content});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return service->shown.size() == 2; }));
+    EXPECT_EQ(service->shown.at(1).timeout, 12345);
+    settle();
 }
 
 TEST_F(UserNotificationCenterTest, TheIconTravelsWithTheNotification)

@@ -1,0 +1,30 @@
+// Where the program's windows stand.
+#pragma once
+
+#include "platform/WindowActivation.h"
+
+#include <QRect>
+
+class QScreen;
+class QWindow;
+
+namespace velmora {
+
+/// Part of a screen, in points.
+struct WorkArea {
+    QScreen* screen = nullptr;
+    QRect area;  ///< without panels
+};
+
+/// Of the main screen, the one answer for all windows. None when there is no screen. Where the desktop does not tell, that of the window of
+/// ours that has the focus, else the primary.
+[[nodiscard]] std::optional<WorkArea> mainWorkArea(platform::WindowActivation& activation);
+
+/// Moves the window's content, of its present size, to the middle of the main screen.
+void centre(QWindow& window, platform::WindowActivation& activation);
+
+/// A rectangle of pixels in the points of a screen of `geometry`, which is enlarged `scale` times: its top left corner is the same in both.
+/// What a point covers in part is left out.
+[[nodiscard]] QRect inPoints(const PixelRect& pixels, const QRect& geometry, double scale);
+
+}  // namespace velmora

@@ -1,0 +1,116 @@
+#include "app/views/QuickWindows.h"
+
+#include "platform/fake/FakeWindowing.h"
+#include "tests/brand/QuickTestWindow.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <QQuickView>
+#include <QScreen>
+
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace velmora {
+namespace {
+
+/// Windows that show an empty view.
+class QuickWindowsTest : public testing::Test {
+protected:
+    QuickWindowsTest()
+    {
+        std::ofstream{directory.path() / "View.qml"}
+            << "import QtQuick\nItem { required property QtObject model; objectName: 'view'; implicitWidth: 50; implicitHeight: 50 }\n";
+        const QRect screen = QGuiApplication::primaryScreen()->geometry();
+        frame = {screen.x(), screen.y(), screen.width(), screen.height()};
+    }
+
+    QQuickView* open(const WindowDescription& description)
+    {
+        QuickWindowFactory factory{activation, [this](const WindowDescription&) {
+                                       return QuickContent{
+                                           .view = QUrl::fromLocalFile(QString::fromStdString((directory.path() / "View.qml").string())),
+                                           .model = std::make_shared<QObject>(),
+                                           .willAppear = {},
+                                           .didDisappear = {},
+                                           .onDismiss = {},
+                                       };
+                                   }};
+        window = factory.makeWindow(description);
+        for (auto* candidate : QGuiApplication::topLevelWindows()) {
+            if (candidate->title() == QString::fromStdString(description.title))
+                return qobject_cast<QQuickView*>(candidate);
+        }
+        return nullptr;
+    }
+
+    QGuiApplication& application = test::application();
+    test::TemporaryDirectory directory;
+    PixelRect frame;
+    std::shared_ptr<fake::FakeWindowActivation> activation = std::make_shared<fake::FakeWindowActivation>();
+    std::shared_ptr<ApplicationWindow> window;
+};
+
+TEST_F(QuickWindowsTest, AWindowThatFitsHasItsGivenSizeInTheMiddleOfWhatIsFree)
+{
+    activation->screen = {frame, {10, 20, 700, 566}};
+    auto* view = open({WindowContent::onboarding, 640, 530, true, false, "fits", {}});
+    ASSERT_TRUE(view);
+    EXPECT_EQ(view->geometry(), (QRect{40, 38, 640, 530}));
+    EXPECT_EQ(view->minimumSize(), (QSize{640, 530}));
+    EXPECT_EQ(view->maximumSize(), (QSize{640, 530}));
+    ASSERT_TRUE(view->rootObject());
+    EXPECT_EQ(view->rootObject()->objectName(), QStringLiteral("view")) << "nothing lies between the window and its view";
+}
+
+TEST_F(QuickWindowsTest, AWindowThatDoesNotFitHasTheWorkAreasSizeAndItsContentsScroll)
+{
+    activation->screen = {frame, {0, 0, 700, 436}};
+    auto* view = open({WindowContent::onboarding, 640, 530, true, false, "too high", {}});
+    ASSERT_TRUE(view);
+    EXPECT_EQ(view->size(), (QSize{640, 400})) << "beside its title bar";
+    EXPECT_EQ(view->minimumSize(), view->size());
+    view->show();
+    application.processEvents();
+    ASSERT_TRUE(view->rootObject());
+    auto* content = view->rootObject()->findChild<QQuickItem*>(QStringLiteral("view"));
+    ASSERT_TRUE(content);
+    EXPECT_EQ(content->size(), (QSizeF{640, 530}));
+    EXPECT_EQ(view->rootObject()->property("contentHeight").toDouble(), 530);
+    EXPECT_EQ(view->rootObject()->height(), 400);
+    view->rootObject()->setProperty("contentY", 130);
+    EXPECT_EQ(content->mapToScene({0, 530}).y(), 400) << "its last line can be reached";
+}
+
+TEST_F(QuickWindowsTest, AWindowThatCanBeResizedStaysUsableWhenItIsMadeLarger)
+{
+    activation->screen = {frame, {0, 0, 500, 436}};
+    auto* view = open({WindowContent::clipPreview, 680, 600, true, true, "too large", {}});
+    ASSERT_TRUE(view);
+    EXPECT_EQ(view->size(), (QSize{500, 400}));
+    EXPECT_GT(view->maximumSize().width(), 1000);
+    view->show();
+    view->resize(900, 700);
+    application.processEvents();
+    auto* content = view->rootObject()->findChild<QQuickItem*>(QStringLiteral("view"));
+    ASSERT_TRUE(content);
+    EXPECT_EQ(content->size(), (QSizeF{900, 700}));
+}
+
+TEST_F(QuickWindowsTest, TheButtonsOfTheTitleBarAreThoseOfTheKindOfWindow)
+{
+    for (const bool isMiniaturizable : {false, true}) {
+        for (const bool isResizable : {false, true}) {
+            auto* view = open({WindowContent::settings, 540, 500, isMiniaturizable, isResizable, "buttons", {}});
+            ASSERT_TRUE(view);
+            EXPECT_TRUE(view->flags().testFlag(Qt::WindowCloseButtonHint));
+            EXPECT_TRUE(view->flags().testFlag(Qt::WindowTitleHint));
+            EXPECT_EQ(view->flags().testFlag(Qt::WindowMinimizeButtonHint), isMiniaturizable);
+            EXPECT_EQ(view->flags().testFlag(Qt::WindowMaximizeButtonHint), isResizable);
+            EXPECT_EQ(view->maximumSize() == view->minimumSize(), !isResizable);
+            window.reset();
+        }
+    }
+}
+
+}  // namespace
+}  // namespace velmora
