@@ -1,7 +1,6 @@
 #include "app/AppControl.h"
 
 #include "app/control/BusRequests.h"
-#include "capture/CaptureMessages.h"
 #include "onboarding/CompletedWalkthrough.h"
 #include "windows/SoundDecision.h"
 
@@ -13,7 +12,7 @@ namespace velmora {
 namespace {
 
 constexpr const char* errorDomain = "Velmora.AppControl";
-enum ErrorCode { captureFailed = 1, noSuchWindow = 2, noSuchFile = 3, soundIsKnown = 4 };
+enum ErrorCode { captureFailed = 1, noSuchWindow = 2, noSuchFile = 3, soundIsKnown = 4, overtaken = 5 };
 
 QString text(const std::string& utf8)
 {
@@ -33,15 +32,17 @@ const char* name(const CaptureState& state)
     return state.is<CaptureState::NotConfigured>() ? "notConfigured" : "waitingForWindowSelection";
 }
 
+/// The answer of a command that saves a recording, out of the coordinator's.
+CaptureCoordinator::SaveCompletion savedClip(UniqueFunction<void(Result<InstanceControl::SavedClip>)> completion)
+{
+    return [completion = std::move(completion)](const Result<std::filesystem::path>& clip) mutable {
+        completion(clip.map([](const auto& path) { return InstanceControl::SavedClip{path}; }));
+    };
+}
+
 }  // namespace
 
-AppControl::AppControl(Services services) : services_(std::move(services))
-{
-    auto* coordinator = services_.coordinator.get();
-    connect(coordinator, &CaptureCoordinator::clipSaved, this, [this](const std::filesystem::path& clip) { finishSaves(SavedClip{clip}); });
-    connect(coordinator, &CaptureCoordinator::captureFailed, this,
-        [this](const std::string& message) { finishSaves(fail(errorDomain, captureFailed, message)); });
-}
+AppControl::AppControl(Services services) : services_(std::move(services)) { }
 
 void AppControl::activate()
 {
@@ -53,28 +54,15 @@ void AppControl::activate()
         services_.windows->presentWindowPicker();
 }
 
-void AppControl::toggleRecording(SaveCompletion completion)
+void AppControl::toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion)
 {
     auto& coordinator = *services_.coordinator;
     if (coordinator.isRecording())
-        return saveRecording(std::move(completion));
-    coordinator.toggleRecording();
-    if (coordinator.isRecording())
+        return coordinator.stopRecording(savedClip(std::move(completion)));
+    if (const auto started = coordinator.startRecording())
         completion(SavedClip{});
     else
-        completion(fail(errorDomain, captureFailed, std::string{capture_message::selectWindowFirst}));
-}
-
-void AppControl::saveRecording(SaveCompletion completion)
-{
-    saves_.push_back(std::move(completion));
-    services_.coordinator->stopRecording();
-}
-
-void AppControl::finishSaves(const Result<SavedClip>& result)
-{
-    for (auto& completion : std::exchange(saves_, {}))
-        completion(result);
+        completion(fail(started.error()));
 }
 
 void AppControl::selectWindow(
@@ -105,28 +93,27 @@ void AppControl::selectWindow(
 
 void AppControl::capture(const CapturedWindowInfo& window, std::string remark, UniqueFunction<void(Result<std::string>)> completion)
 {
-    services_.coordinator->selectWindowAndStartCapture(
-        window, [this, id = window.id, remark = std::move(remark), completion = std::move(completion)]() mutable {
-            const auto& coordinator = *services_.coordinator;
+    services_.coordinator->selectWindowAndStartCapture(window,
+        [this, id = window.id, remark = std::move(remark), completion = std::move(completion)](
+            const Result<CaptureCoordinator::StartOutcome>& outcome) mutable {
             // Where it was not taken, nobody wants it any more.
             services_.windowService->giveBackWindow(id);
-            if (coordinator.state().is<CaptureState::Capturing>() && coordinator.selectedWindow() && coordinator.selectedWindow()->id == id)
-                completion(std::move(remark));
+            if (!outcome)
+                completion(fail(outcome.error()));
+            else if (*outcome == CaptureCoordinator::StartOutcome::superseded)
+                completion(fail(errorDomain, overtaken, "Another window was chosen meanwhile, or the capture was stopped."));
             else
-                completion(fail(errorDomain, captureFailed, coordinator.state().statusDescription()));
+                completion(std::move(remark));
         });
 }
 
-void AppControl::stopCapture(SaveCompletion completion)
+void AppControl::stopCapture(UniqueFunction<void(Result<SavedClip>)> completion)
 {
-    if (!services_.coordinator->isRecording()) {
-        services_.coordinator->stopCapture();
-        return completion(SavedClip{});
-    }
-    saveRecording([this, completion = std::move(completion)](Result<SavedClip> result) mutable {
-        services_.coordinator->stopCapture();
-        completion(std::move(result));
-    });
+    auto& coordinator = *services_.coordinator;
+    if (coordinator.isRecording())
+        return coordinator.stopRecordingAndCapture(savedClip(std::move(completion)));
+    coordinator.stopCapture();
+    completion(SavedClip{});
 }
 
 QJsonObject AppControl::status() const

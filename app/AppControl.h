@@ -11,18 +11,13 @@
 #include "system/PermissionManager.h"
 #include "windows/WindowSelectionService.h"
 
-#include <QObject>
-
 #include <functional>
 #include <memory>
-#include <vector>
 
 namespace velmora {
 
-/// Main thread only. A command that saves a recording completes when the coordinator says that the file is safe, or why it is not.
-class AppControl final : public QObject, public InstanceControl {
-    Q_OBJECT
-
+/// Main thread only. A command that saves a recording completes when that recording's file is safe, or with the reason why it is not.
+class AppControl final : public InstanceControl {
 public:
     struct Services {
         std::shared_ptr<CaptureCoordinator> coordinator;
@@ -49,14 +44,9 @@ public:
     void quit() override { services_.quit(); }
 
 private:
-    using SaveCompletion = UniqueFunction<void(Result<SavedClip>)>;
-
     void capture(const CapturedWindowInfo& window, std::string remark, UniqueFunction<void(Result<std::string>)> completion);
-    void saveRecording(SaveCompletion completion);
-    void finishSaves(const Result<SavedClip>& result);
 
     const Services services_;
-    std::vector<SaveCompletion> saves_;  // those who wait for the recording that is being saved
 };
 
 }  // namespace velmora

@@ -9,7 +9,17 @@
 
 namespace velmora {
 
-using StartOutcome = ScreenCaptureKitService::StartOutcome;
+namespace {
+
+constexpr const char* errorDomain = "Velmora.CaptureCoordinator";
+enum ErrorCode { notPermitted = 1, noWindow = 2, stoppedByItself = 3, noRecording = 4 };
+
+Error withPrefix(std::string_view prefix, const Error& error)
+{
+    return {error.domain, error.code, std::string{prefix} + error.localizedDescription, std::make_shared<const Error>(error)};
+}
+
+}  // namespace
 
 std::shared_ptr<CaptureCoordinator> CaptureCoordinator::create(Services services)
 {
@@ -85,12 +95,11 @@ void CaptureCoordinator::observeWorkspace()
     });
 }
 
-void CaptureCoordinator::selectWindowAndStartCapture(const CapturedWindowInfo& window, UniqueFunction<void()> completion)
+void CaptureCoordinator::selectWindowAndStartCapture(const CapturedWindowInfo& window, StartCompletion completion)
 {
     if (!services_.permissionManager->hasScreenRecordingPermission()) {
         setState({CaptureState::NotConfigured{}});
-        report(std::string{capture_message::permissionRequired});
-        return completion();
+        return completion(fail(report({errorDomain, notPermitted, std::string{capture_message::permissionRequired}, nullptr})));
     }
     setSelectedWindow(window);
     services_.captureService->startCapture(
@@ -99,12 +108,12 @@ void CaptureCoordinator::selectWindowAndStartCapture(const CapturedWindowInfo& w
                 const auto& description = outcome.error().localizedDescription;
                 Log::capture().error(log_line::failedToStartCapture, description);
                 self->setState({CaptureState::CaptureUnavailable{description}});
-                self->report(std::string{capture_message::failedToCapture} + description);
+                outcome = fail(self->report(withPrefix(capture_message::failedToCapture, outcome.error())));
             } else if (*outcome == StartOutcome::started) {
                 self->setState({CaptureState::Capturing{window}});
                 Log::capture().info(log_line::captureStarted, window.displayName());
             }
-            completion();
+            completion(outcome);
         });
 }
 
@@ -118,56 +127,79 @@ void CaptureCoordinator::stopCapture()
 void CaptureCoordinator::toggleRecording()
 {
     if (isRecording())
-        stopAndSave();
+        stopRecording();
     else
         startRecording();
 }
 
-void CaptureCoordinator::startRecording()
+Result<void> CaptureCoordinator::startRecording()
 {
     if (!selectedWindow_ || !services_.captureService->isCapturing())
-        return report(std::string{capture_message::selectWindowFirst});
+        return fail(report({errorDomain, noWindow, std::string{capture_message::selectWindowFirst}, nullptr}));
     const auto folder = services_.library->effectiveOutputDirectory();
     PathUtilities::ensureDirectoryExists(folder, *services_.fileManager);
     const auto url = PathUtilities::generateUniqueFileURL(
         folder, PathUtilities::prefixRecording, *services_.fileManager, PathUtilities::defaultExtension, services_.clock->now());
     if (const auto started = services_.captureService->startManualRecording(url); !started) {
-        const auto& description = started.error().localizedDescription;
-        Log::capture().error(log_line::failedStartingManualRecording, description);
-        return report(std::string{capture_message::failedToStartRecording} + description);
+        Log::capture().error(log_line::failedStartingManualRecording, started.error().localizedDescription);
+        return fail(report(withPrefix(capture_message::failedToStartRecording, started.error())));
     }
     setState({CaptureState::RecordingClip{*selectedWindow_, services_.clock->now()}});
     Log::capture().info(log_line::startedManualRecording, url.filename().native());
+    return {};
 }
 
-void CaptureCoordinator::stopRecording()
+void CaptureCoordinator::stopRecording(SaveCompletion completion)
 {
-    if (isRecording())
-        stopAndSave();
+    stopAndSave(std::move(completion), false);
 }
 
-void CaptureCoordinator::stopAndSave()
+void CaptureCoordinator::stopRecordingAndCapture(SaveCompletion completion)
 {
-    if (std::exchange(isStopping_, true))
-        return;
-    services_.mainExecutor->async([self = shared_from_this()] {
-        self->isStopping_ = false;
-        self->services_.captureService->stopManualRecording([self, recording = self->state_](Result<std::filesystem::path> result) {
-            self->recordingWasFinished(recording, std::move(result));
-        });
+    stopAndSave(std::move(completion), true);
+}
+
+void CaptureCoordinator::stopAndSave(SaveCompletion completion, bool stopsCapture)
+{
+    if (!isRecording()) {
+        if (stopsCapture)
+            stopCapture();
+        return completion(fail(errorDomain, noRecording, "No recording runs."));
+    }
+    if (!pendingStop_) {
+        pendingStop_.emplace();
+        saves_.enter();
+        services_.mainExecutor->async([self = shared_from_this()] { self->beginSaving(); });
+    }
+    pendingStop_->completions.push_back(std::move(completion));
+    pendingStop_->stopsCapture = pendingStop_->stopsCapture || stopsCapture;
+}
+
+void CaptureCoordinator::beginSaving()
+{
+    auto stop = *std::exchange(pendingStop_, std::nullopt);
+    services_.captureService->stopManualRecording([self = shared_from_this(), recording = state_,
+                                                      completions = std::move(stop.completions)](
+                                                      const Result<std::filesystem::path>& result) mutable {
+        self->recordingWasFinished(recording, std::move(completions), result);
     });
+    if (stop.stopsCapture)
+        stopCapture();
 }
 
-void CaptureCoordinator::recordingWasFinished(const CaptureState& recording, Result<std::filesystem::path> result)
+void CaptureCoordinator::recordingWasFinished(
+    const CaptureState& recording, std::vector<SaveCompletion> completions, const Result<std::filesystem::path>& result)
 {
     if (!result) {
-        const auto& description = result.error().localizedDescription;
-        Log::capture().error(log_line::failedStoppingManualRecording, description);
+        Log::capture().error(log_line::failedStoppingManualRecording, result.error().localizedDescription);
         leave(recording);
-        return report(std::string{capture_message::failedToSave} + description);
+        return answer(std::move(completions), fail(report(withPrefix(capture_message::failedToSave, result.error()))));
     }
     services_.library->addClip(
-        *result, [self = shared_from_this(), recording, clip = *result] { self->recordingWasSaved(recording, clip); });
+        *result, [self = shared_from_this(), recording, completions = std::move(completions), clip = *result]() mutable {
+            self->recordingWasSaved(recording, clip);
+            self->answer(std::move(completions), clip);
+        });
 }
 
 void CaptureCoordinator::recordingWasSaved(const CaptureState& recording, const std::filesystem::path& clip)
@@ -179,7 +211,13 @@ void CaptureCoordinator::recordingWasSaved(const CaptureState& recording, const 
     Log::capture().info(log_line::finishedManualRecording, clip.native());
     if (onClipSaved)
         onClipSaved(clip, 0.0, true);
-    emit clipSaved(clip);
+}
+
+void CaptureCoordinator::answer(std::vector<SaveCompletion> completions, const Result<std::filesystem::path>& result)
+{
+    for (auto& completion : completions)
+        completion(result);
+    saves_.leave();
 }
 
 /// Ends the state that a recording put us into, unless something else has ended it since: another recording, another window, a stop.
@@ -201,7 +239,7 @@ void CaptureCoordinator::shortcutManagerDidTriggerSaveClip()
 void CaptureCoordinator::captureServiceDidEncounterError(ScreenCaptureKitService&, const Error& error)
 {
     setState({CaptureState::CaptureUnavailable{error.localizedDescription}});
-    report(error.localizedDescription);
+    report(error);
 }
 
 void CaptureCoordinator::captureServiceDidStopUnexpectedly(ScreenCaptureKitService&, const std::string& reason)
@@ -209,14 +247,15 @@ void CaptureCoordinator::captureServiceDidStopUnexpectedly(ScreenCaptureKitServi
     Log::capture().notice(log_line::captureStoppedUnexpectedly, reason);
     setState({CaptureState::WaitingForWindowSelection{}});
     setSelectedWindow(std::nullopt);
-    report(std::string{capture_message::windowClosed});
+    report({errorDomain, stoppedByItself, std::string{capture_message::windowClosed}, nullptr});
 }
 
-void CaptureCoordinator::report(const std::string& message)
+/// Tells the shell; what it was told.
+Error CaptureCoordinator::report(Error error)
 {
     if (onCaptureError)
-        onCaptureError(message);
-    emit captureFailed(message);
+        onCaptureError(error.localizedDescription);
+    return error;
 }
 
 void CaptureCoordinator::setState(CaptureState state)

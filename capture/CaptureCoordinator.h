@@ -1,6 +1,7 @@
 // The one controller of capturing and recording.
 #pragma once
 
+#include "base/WaitGroup.h"
 #include "capture/CaptureState.h"
 #include "capture/ClipExporter.h"
 #include "capture/ScreenCaptureKitService.h"
@@ -17,6 +18,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace velmora {
 
@@ -46,6 +48,10 @@ public:
     /// Becomes the delegate of the capture service and of the shortcut manager, and observes the workspace.
     static std::shared_ptr<CaptureCoordinator> create(Services services);
 
+    using StartOutcome = ScreenCaptureKitService::StartOutcome;
+    using StartCompletion = UniqueFunction<void(const Result<StartOutcome>&)>;
+    using SaveCompletion = UniqueFunction<void(const Result<std::filesystem::path>&)>;
+
     /// The one coordinator of the process.
     static std::shared_ptr<CaptureCoordinator> shared();
 
@@ -66,22 +72,32 @@ public:
     /// True while frames go into a file.
     [[nodiscard]] bool isRecording() const { return services_.captureService->isRecordingManualClip(); }
 
-    /// Chooses the window and captures it. `completion` is called exactly once, on the main thread, when the capture runs, has failed, or
-    /// has been overtaken by a later call; the state tells which.
+    // Who calls one of the following is told the outcome of that very call, whatever else goes on; on the main thread, exactly once, after
+    // the shell's callbacks. An error's description is the message that the shell is given too.
+
+    /// Chooses the window and captures it. `superseded`: a later call has overtaken this one.
     void selectWindowAndStartCapture(
-        const CapturedWindowInfo& window, UniqueFunction<void()> completion = [] {});
+        const CapturedWindowInfo& window, StartCompletion completion = [](const auto&) {});
 
     /// Stops the stream and forgets the window. A recording that runs is discarded.
     void stopCapture();
 
     /// Starts a recording when none runs, else stops and saves it.
     void toggleRecording();
-    void startRecording();
+    Result<void> startRecording();
 
-    /// Saves the recording that runs; nothing without one.
-    void stopRecording();
+    /// Saves the recording that runs, and tells where. Without one nothing happens, and the completion alone is told so. Several who ask for
+    /// the end of one recording all get its clip.
+    void stopRecording(SaveCompletion completion = [](const auto&) {});
 
-    /// Waits until what was asked to stop has stopped. Before the program ends.
+    /// The same, and the capture stops with the recording: nothing can begin in between.
+    void stopRecordingAndCapture(SaveCompletion completion);
+
+    /// Calls `completion` once when every recording whose end was asked for is safe or has failed, and whoever asked knows: now, where none
+    /// is on its way.
+    void notifyWhenSaved(UniqueFunction<void()> completion) { saves_.notify(std::move(completion)); }
+
+    /// Waits until what was asked to stop has stopped and what was to be saved is on the disk. Before the program ends.
     void drain() { services_.captureService->drain(); }
 
     void shortcutManagerDidTriggerSaveClip() override;
@@ -101,17 +117,22 @@ signals:
     void selectedWindowChanged();
     void lastSavedClipURLChanged();
 
-    /// A recording has been saved, or could not be: what a caller waits for who asked for it. After the callback of the same.
-    void clipSaved(const std::filesystem::path& clip);
-    void captureFailed(const std::string& message);
-
 private:
+    /// The end of a recording that was asked for.
+    struct Stop {
+        std::vector<SaveCompletion> completions;
+        bool stopsCapture = false;
+    };
+
     void observeWorkspace();
-    void stopAndSave();
-    void recordingWasFinished(const CaptureState& recording, Result<std::filesystem::path> result);
+    void stopAndSave(SaveCompletion completion, bool stopsCapture);
+    void beginSaving();
+    void recordingWasFinished(
+        const CaptureState& recording, std::vector<SaveCompletion> completions, const Result<std::filesystem::path>& result);
     void recordingWasSaved(const CaptureState& recording, const std::filesystem::path& clip);
+    void answer(std::vector<SaveCompletion> completions, const Result<std::filesystem::path>& result);
     void leave(const CaptureState& recording);
-    void report(const std::string& message);
+    Error report(Error error);
     void setState(CaptureState state);
     void setSelectedWindow(std::optional<CapturedWindowInfo> window);
 
@@ -120,7 +141,8 @@ private:
     CaptureState state_{CaptureState::NotConfigured{}};
     std::optional<CapturedWindowInfo> selectedWindow_;
     std::optional<std::filesystem::path> lastSavedClipURL_;
-    bool isStopping_ = false;  // the recording's end is on its way to the service
+    std::optional<Stop> pendingStop_;  // the recording's end is on its way to the service
+    WaitGroup saves_;
 };
 
 }  // namespace velmora

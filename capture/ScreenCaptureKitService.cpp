@@ -274,9 +274,11 @@ void ScreenCaptureKitService::stopManualRecording(StopRecordingCompletion comple
         MutexLock lock(manualWriterLock_);
         writer = activeManualWriter_.exchange(nullptr);
     }
-    auto finish = [mainExecutor = services_.mainExecutor, completion = std::move(completion)](
+    finishingFiles_->enter();
+    auto finish = [mainExecutor = services_.mainExecutor, group = finishingFiles_, completion = std::move(completion)](
                       Result<std::filesystem::path> result) mutable {
         mainExecutor->async([completion = std::move(completion), result = std::move(result)]() mutable { completion(std::move(result)); });
+        group->leave();
     };
     if (!writer) {
         finish(serviceError(noRecordingSession));
@@ -309,6 +311,7 @@ void ScreenCaptureKitService::drain()
         if (const auto writer = retired.lock())
             writer->drain();
     }
+    finishingFiles_->wait();
 }
 
 void ScreenCaptureKitService::notifyWhenStopped(UniqueFunction<void()> completion)
@@ -332,11 +335,19 @@ void ScreenCaptureKitService::streamDidOutputSampleBuffer(
     }
     case StreamOutputType::screen:
         if (sample->imageBuffer)
-            encoder_.encode(sample->imageBuffer, sample->presentationTimeStamp, sample->duration);
+            encode(stream, *sample);
         break;
     case StreamOutputType::microphone:
         break;
     }
+}
+
+void ScreenCaptureKitService::encode(const platform::CaptureStream& stream, const SampleBuffer& sample)
+{
+    encoder_.encode(sample.imageBuffer, sample.presentationTimeStamp, sample.duration);
+    // A stop that came while the first picture had its session made found none to end.
+    if (!isCapturing_ || &stream != liveStream_)
+        encoder_.invalidate();
 }
 
 void ScreenCaptureKitService::streamDidStopWithError(const platform::CaptureStream& stream, const Error& error)

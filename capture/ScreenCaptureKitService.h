@@ -83,8 +83,8 @@ public:
     /// Ends the recording and saves it. `completion` is called exactly once, on the main thread.
     void stopManualRecording(StopRecordingCompletion completion);
 
-    /// Returns when every stream that was asked to stop has stopped, what it delivered has been handled, and every writer that was
-    /// cancelled or finished has done its work. Before the program ends; on the main thread.
+    /// Returns when every stream that was asked to stop has stopped, what it delivered has been handled, every recording that was cancelled is
+    /// deleted, and every one that was stopped is on the disk or has failed. Before the program ends; on the main thread.
     void drain();
 
     /// Calls `completion` once, on the main thread, when every stream that was asked to stop has stopped.
@@ -108,6 +108,7 @@ private:
     void startStream(std::shared_ptr<Start> start, const platform::ShareableContent& content);
     void streamDidStart(const std::shared_ptr<Start>& start, Result<void> result);
     [[nodiscard]] bool endIfSuperseded(Start& start);
+    void encode(const platform::CaptureStream& stream, const SampleBuffer& sample);
     void retire(const std::shared_ptr<ManualRecordingWriter>& writer);
     void stop(std::shared_ptr<platform::CaptureStream> stream);
 
@@ -131,6 +132,7 @@ private:
     std::uint64_t startGeneration_ = 0;
     std::vector<std::weak_ptr<ManualRecordingWriter>> retiredWriters_;
     const std::shared_ptr<WaitGroup> stoppingStreams_ = std::make_shared<WaitGroup>();
+    const std::shared_ptr<WaitGroup> finishingFiles_ = std::make_shared<WaitGroup>();
 };
 
 }  // namespace velmora

@@ -1,6 +1,7 @@
 // An asset writer that keeps what it is given, and fails where a test says.
 #pragma once
 
+#include "base/Mutex.h"
 #include "platform/AssetWriter.h"
 
 #include <algorithm>
@@ -79,15 +80,37 @@ public:
     void finishWriting(UniqueFunction<void()> completion) override
     {
         ++finishCount;
-        currentStatus = finishStatus;
-        if (removesFileAtFinish)
-            std::filesystem::remove(outputURL);
-        completion();
+        if (!holdsFinish)
+            return finish(std::move(completion));
+        MutexLock lock(mutex_);
+        heldFinish_ = std::move(completion);
+        finishBegan_.notifyAll();
+    }
+
+    /// Returns when the writer was asked to finish.
+    void awaitFinish()
+    {
+        MutexLock lock(mutex_);
+        while (!heldFinish_)
+            finishBegan_.wait(mutex_);
+    }
+
+    /// The file is on the disk, at last. Waits until that was asked for.
+    void answerFinish()
+    {
+        awaitFinish();
+        UniqueFunction<void()> completion;
+        {
+            MutexLock lock(mutex_);
+            completion = std::exchange(heldFinish_, nullptr);
+        }
+        finish(std::move(completion));
     }
 
     void cancelWriting() override
     {
         ++cancelCount;
+        fileWasThereAtCancel = std::filesystem::exists(outputURL);
         currentStatus = Status::cancelled;
     }
 
@@ -110,6 +133,8 @@ public:
     std::function<void(FakeAssetWriterInput&)> onAdd;
     bool startFails = false;
     bool removesFileAtFinish = false;
+    bool holdsFinish = false;  ///< a slow disk: the file is complete when the test says so
+    bool fileWasThereAtCancel = false;
     Status finishStatus = Status::completed;
     Status currentStatus = Status::unknown;
     std::optional<Error> currentError;
@@ -117,6 +142,19 @@ public:
     int startCount = 0;
     int finishCount = 0;
     int cancelCount = 0;
+
+private:
+    void finish(UniqueFunction<void()> completion)
+    {
+        currentStatus = finishStatus;
+        if (removesFileAtFinish)
+            std::filesystem::remove(outputURL);
+        completion();
+    }
+
+    Mutex mutex_;
+    ConditionVariable finishBegan_;
+    UniqueFunction<void()> heldFinish_ GUARDED_BY(mutex_);
 };
 
 inline bool FakeAssetWriterInput::append(const SampleBufferRef& sample)

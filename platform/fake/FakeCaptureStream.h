@@ -48,11 +48,13 @@ public:
     void stopCapture(Completion completion) override
     {
         ++stopCount;
-        if (stopError)
-            completion(fail(*stopError));
+        if (holdsStop)
+            heldStop_ = std::move(completion);
         else
-            completion({});
+            completion(stopResult());
     }
+
+    void answerStop() { std::exchange(heldStop_, nullptr)(stopResult()); }
 
     /// Delivers as the real one does: on the queue of the type, unless stopped.
     void deliver(const SampleBufferRef& sample, platform::StreamOutputType type)
@@ -88,6 +90,7 @@ public:
     std::optional<Error> startError;
     std::optional<Error> stopError;
     bool holdsStart = false;
+    bool holdsStop = false;  ///< a stream that takes its time to stop, until answerStop()
     bool started = false;
     int stopCount = 0;
 
@@ -99,7 +102,15 @@ private:
         return {};
     }
 
+    [[nodiscard]] Result<void> stopResult() const
+    {
+        if (stopError)
+            return fail(*stopError);
+        return {};
+    }
+
     Completion heldStart_;
+    Completion heldStop_;
 };
 
 class FakeCaptureStreams final : public platform::CaptureStreamFactory {

@@ -4,6 +4,7 @@
 #include "base/Mutex.h"
 #include "platform/CompressionSession.h"
 
+#include <functional>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -23,6 +24,7 @@ struct CompressionSessionRecord {
     FourCharacterCode codec;
     std::vector<std::pair<platform::CompressionProperty, platform::CompressionPropertyValue>> properties;
     bool prepared = false;
+    std::size_t propertiesAtPrepare = 0;  ///< how many had been set when the session was made ready
     std::vector<Frame> frames;
     bool completed = false;
     bool invalidated = false;
@@ -47,6 +49,7 @@ public:
     platform::CompressionStatus prepareToEncodeFrames() override
     {
         record_->prepared = true;
+        record_->propertiesAtPrepare = record_->properties.size();
         return -1;
     }
 
@@ -99,6 +102,8 @@ public:
         std::int32_t width, std::int32_t height, FourCharacterCode codec, platform::CompressionSession::OutputCallback output) override
     {
         ++attempts;
+        if (onMake)
+            onMake();
         if (createStatus != 0)
             return tl::unexpected(createStatus);
         auto record = std::make_shared<CompressionSessionRecord>();
@@ -114,6 +119,7 @@ public:
 
     platform::CompressionStatus createStatus = 0;
     bool encodesAtOnce = true;
+    std::function<void()> onMake;  ///< called first of all; a test may wait in it
     int attempts = 0;
     std::vector<std::shared_ptr<CompressionSessionRecord>> records;
     std::vector<std::shared_ptr<FakeCompressionSession>> sessions;

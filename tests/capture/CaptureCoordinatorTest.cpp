@@ -7,6 +7,7 @@
 
 #include <future>
 #include <gmock/gmock.h>
+#include <map>
 
 namespace velmora {
 namespace {
@@ -16,6 +17,8 @@ using platform::StreamOutputType;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Pair;
+using StartOutcome = CaptureCoordinator::StartOutcome;
 
 const CapturedWindowInfo film{
     .id = 7, .title = "Film", .appName = "Player", .bundleID = "player", .frame = {0, 0, 640, 480}, .isOnScreen = true};
@@ -116,7 +119,10 @@ TEST_F(CaptureCoordinatorTest, AWindowChosenWithoutPermissionChangesNothingElse)
     access->isGranted = false;
     permissionManager->checkPermissions();
     bool isCompleted = false;
-    coordinator->selectWindowAndStartCapture(film, [&] { isCompleted = true; });
+    coordinator->selectWindowAndStartCapture(film, [&](const auto& outcome) {
+        isCompleted = true;
+        EXPECT_EQ(outcome.error().localizedDescription, "Screen recording permission is required.");
+    });
     EXPECT_TRUE(isCompleted);
     EXPECT_EQ(coordinator->state(), state(CaptureState::NotConfigured{}));
     EXPECT_EQ(coordinator->selectedWindow(), other);
@@ -135,7 +141,10 @@ TEST_F(CaptureCoordinatorTest, AChosenWindowIsCaptured)
 TEST_F(CaptureCoordinatorTest, AStreamThatCannotStartIsReportedAndTheWindowStaysChosen)
 {
     streams->prepare = [](auto& stream) { stream.startError = Error{"Test", 1, "no pixels", nullptr}; };
-    capture();
+    std::string told;
+    coordinator->selectWindowAndStartCapture(film, [&](const auto& outcome) { told = outcome.error().localizedDescription; });
+    executor->runAll();
+    EXPECT_EQ(told, "Failed to capture window: no pixels");
     EXPECT_EQ(coordinator->state(), state(CaptureState::CaptureUnavailable{"no pixels"}));
     EXPECT_EQ(coordinator->state().statusDescription(), "Capture unavailable (no pixels)");
     EXPECT_EQ(coordinator->selectedWindow(), film);
@@ -212,6 +221,74 @@ TEST_F(CaptureCoordinatorTest, AFailedSaveIsReportedAndKeepsTheLastClip)
     EXPECT_THAT(log->messages(), Contains("Failed stopping manual recording: <private>"));
 }
 
+TEST_F(CaptureCoordinatorTest, AFailedSaveLeavesTheClipThatWasSavedBeforeAsTheLast)
+{
+    record();
+    coordinator->stopRecording();
+    waitForSaves(1);
+    clock->advance(1s);
+    coordinator->startRecording();
+    deliverAFrame();
+    writers->writers.at(1)->finishStatus = platform::AssetWriter::Status::failed;
+    coordinator->stopRecording();
+    executor->runUntil([&] { return !errors.empty(); });
+    executor->runAll();
+    EXPECT_EQ(coordinator->lastSavedClipURL(), writers->writers.at(0)->outputURL);
+    EXPECT_EQ(saved.size(), 1U);
+}
+
+TEST_F(CaptureCoordinatorTest, TheListTheLastClipTheStateAndTheCallbackChangeInThisOrder)
+{
+    record();
+    const auto url = writers->writers.at(0)->outputURL;
+    std::vector<std::string> order;
+    const auto isListed = [&] { return library->recentClips().size() == 1; };
+    QObject::connect(coordinator.get(), &CaptureCoordinator::lastSavedClipURLChanged, coordinator.get(), [&] {
+        EXPECT_TRUE(isListed());
+        EXPECT_EQ(coordinator->lastSavedClipURL(), url);
+        EXPECT_TRUE(coordinator->state().is<CaptureState::RecordingClip>());
+        order.emplace_back("last clip");
+    });
+    QObject::connect(coordinator.get(), &CaptureCoordinator::stateChanged, coordinator.get(), [&] {
+        EXPECT_EQ(coordinator->lastSavedClipURL(), url);
+        order.emplace_back("state");
+    });
+    coordinator->onClipSaved = [&](const auto& clip, double, bool) {
+        EXPECT_EQ(coordinator->state(), state(CaptureState::Capturing{film}));
+        EXPECT_EQ(log->messages().back(), "Finished manual recording: <private>");
+        order.emplace_back("callback");
+        saved.push_back({clip, 0, true});
+    };
+    coordinator->stopRecording();
+    waitForSaves(1);
+    EXPECT_THAT(order, ElementsAre("last clip", "state", "callback"));
+}
+
+TEST_F(CaptureCoordinatorTest, OfAFailedSaveTheStateChangesBeforeTheCallback)
+{
+    record();
+    writers->writers.at(0)->finishStatus = platform::AssetWriter::Status::failed;
+    std::optional<CaptureState> stateAtCallback;
+    coordinator->onCaptureError = [&](const std::string&) { stateAtCallback = coordinator->state(); };
+    coordinator->stopRecording();
+    executor->runUntil([&] { return stateAtCallback.has_value(); });
+    EXPECT_EQ(*stateAtCallback, state(CaptureState::Capturing{film}));
+}
+
+TEST_F(CaptureCoordinatorTest, TheSaveIsATaskOfItsOwn)
+{
+    record();
+    for (const auto stop : {&CaptureCoordinator::toggleRecording, &CaptureCoordinator::shortcutManagerDidTriggerToggleRecording}) {
+        ((*coordinator).*stop)();
+        EXPECT_TRUE(coordinator->isRecording()) << "nothing happens within the call";
+    }
+    coordinator->stopRecording();
+    EXPECT_TRUE(coordinator->isRecording());
+    EXPECT_EQ(writers->writers.at(0)->finishCount, 0);
+    waitForSaves(1);
+    EXPECT_FALSE(coordinator->isRecording());
+}
+
 TEST_F(CaptureCoordinatorTest, StoppingARecordingThatDoesNotRunDoesNothing)
 {
     capture();
@@ -252,6 +329,205 @@ TEST_F(CaptureCoordinatorTest, ARecordingMayBeginWhileTheOneBeforeIsSaved)
     EXPECT_NE(saved[0].clip, saved[1].clip);
 }
 
+/// What somebody was told who asked for the end of a recording.
+struct Answer {
+    std::filesystem::path clip;
+    std::string complaint;
+    int count = 0;
+
+    CaptureCoordinator::SaveCompletion take()
+    {
+        return [this](const Result<std::filesystem::path>& result) {
+            ++count;
+            if (result)
+                clip = *result;
+            else
+                complaint = result.error().localizedDescription;
+        };
+    }
+};
+
+class OverlappingSavesTest : public CaptureCoordinatorTest {
+protected:
+    OverlappingSavesTest()
+    {
+        writers->onCreate = [](auto& made) { made.holdsFinish = true; };
+        capture();
+    }
+
+    /// Records something and asks for its end.
+    void recordAndStop(Answer& answer)
+    {
+        clock->advance(1s);
+        ASSERT_TRUE(coordinator->startRecording());
+        deliverAFrame();
+        coordinator->stopRecording(answer.take());
+        executor->runAll();
+        writers->writers.back()->awaitFinish();
+    }
+
+    void finish(std::size_t number, Answer& answer)
+    {
+        executor->runAll();
+        writers->writers.at(number)->answerFinish();
+        executor->runUntil([&] { return answer.count > 0; });
+        executor->runAll();
+    }
+
+    [[nodiscard]] std::filesystem::path file(std::size_t number) const { return writers->writers.at(number)->outputURL; }
+};
+
+TEST_F(OverlappingSavesTest, EveryCallerGetsItsOwnClipThoughTheLastIsSavedFirst)
+{
+    Answer first;
+    Answer second;
+    Answer third;
+    recordAndStop(first);
+    recordAndStop(second);
+    recordAndStop(third);
+    finish(2, third);
+    EXPECT_EQ(first.count + second.count, 0);
+    finish(0, first);
+    EXPECT_EQ(second.count, 0);
+    finish(1, second);
+    EXPECT_EQ(first.clip, file(0));
+    EXPECT_EQ(second.clip, file(1));
+    EXPECT_EQ(third.clip, file(2));
+    EXPECT_EQ(first.count + second.count + third.count, 3);
+    EXPECT_EQ(saved.size(), 3U);
+    EXPECT_EQ(coordinator->lastSavedClipURL(), file(1)) << "the one that was saved last";
+}
+
+TEST_F(OverlappingSavesTest, AFailureIsToldToItsOwnCallerAndTheOthersGetTheirClips)
+{
+    Answer first;
+    Answer second;
+    recordAndStop(first);
+    recordAndStop(second);
+    writers->writers.at(1)->finishStatus = platform::AssetWriter::Status::failed;
+    writers->writers.at(1)->currentError = Error{"POSIX", 28, "No space left on device", nullptr};
+    finish(1, second);
+    EXPECT_EQ(second.complaint, "Failed saving recording: No space left on device");
+    EXPECT_THAT(errors, ElementsAre(second.complaint));
+    EXPECT_EQ(first.count, 0);
+    finish(0, first);
+    EXPECT_EQ(first.clip, file(0));
+    EXPECT_EQ(second.count, 1);
+}
+
+TEST_F(OverlappingSavesTest, AFailedStartIsNoAnswerToWhoWaitsForAClip)
+{
+    Answer first;
+    recordAndStop(first);
+    writers->createError = Error{"POSIX", 28, "No space left on device", nullptr};
+    const auto started = coordinator->startRecording();
+    ASSERT_FALSE(started);
+    EXPECT_EQ(started.error().localizedDescription, "Failed to start recording: No space left on device");
+    executor->runAll();
+    EXPECT_EQ(first.count, 0);
+    finish(0, first);
+    EXPECT_EQ(first.clip, file(0));
+}
+
+TEST_F(OverlappingSavesTest, AStopOfOneRecordingDoesNotEndTheCaptureOfAnotherWhoseClipIsNotSafe)
+{
+    Answer first;
+    Answer second;
+    recordAndStop(first);
+    clock->advance(1s);
+    ASSERT_TRUE(coordinator->startRecording());
+    deliverAFrame();
+    coordinator->stopRecordingAndCapture(second.take());
+    // The first clip is there before the second one's end has been begun.
+    writers->writers.at(0)->answerFinish();
+    executor->runUntil([&] { return first.count > 0; });
+    executor->runAll();
+    EXPECT_EQ(second.count, 0);
+    finish(1, second);
+    EXPECT_EQ(second.clip, file(1));
+    EXPECT_EQ(writers->writers.at(1)->cancelCount, 0);
+    EXPECT_TRUE(std::filesystem::exists(file(1)));
+    EXPECT_EQ(coordinator->state(), state(CaptureState::WaitingForWindowSelection{}));
+}
+
+TEST_F(OverlappingSavesTest, AfterAStopOfTheCaptureNothingBeginsWhileTheClipIsSaved)
+{
+    Answer answer;
+    ASSERT_TRUE(coordinator->startRecording());
+    deliverAFrame();
+    coordinator->stopRecordingAndCapture(answer.take());
+    executor->runAll();
+    EXPECT_FALSE(captureService->isCapturing());
+    const auto started = coordinator->startRecording();
+    ASSERT_FALSE(started);
+    EXPECT_EQ(started.error().localizedDescription, "Cannot record: Please select a video window first.");
+    finish(0, answer);
+    EXPECT_EQ(answer.clip, file(0));
+}
+
+TEST_F(OverlappingSavesTest, SeveralWhoEndOneRecordingAllGetItsClip)
+{
+    Answer toggler;
+    Answer stopper;
+    ASSERT_TRUE(coordinator->startRecording());
+    deliverAFrame();
+    coordinator->stopRecording(toggler.take());
+    coordinator->toggleRecording();
+    coordinator->stopRecordingAndCapture(stopper.take());
+    finish(0, stopper);
+    EXPECT_EQ(toggler.clip, file(0));
+    EXPECT_EQ(stopper.clip, file(0));
+    EXPECT_EQ(toggler.count, 1);
+    EXPECT_EQ(saved.size(), 1U);
+    EXPECT_FALSE(captureService->isCapturing());
+}
+
+TEST_F(OverlappingSavesTest, TheShellHearsBeforeTheCaller)
+{
+    std::vector<std::string> order;
+    coordinator->onClipSaved = [&](const auto&, double, bool) { order.emplace_back("shell"); };
+    ASSERT_TRUE(coordinator->startRecording());
+    deliverAFrame();
+    coordinator->stopRecording([&](const auto&) { order.emplace_back("caller"); });
+    executor->runAll();
+    writers->writers.at(0)->answerFinish();
+    executor->runUntil([&] { return order.size() == 2; });
+    EXPECT_THAT(order, ElementsAre("shell", "caller"));
+}
+
+TEST_F(OverlappingSavesTest, WithoutARecordingTheCallerAloneIsToldSo)
+{
+    Answer answer;
+    coordinator->stopRecording(answer.take());
+    EXPECT_EQ(answer.complaint, "No recording runs.");
+    EXPECT_THAT(errors, IsEmpty());
+}
+
+TEST_F(OverlappingSavesTest, WhoWaitsForAllSavesHearsWhenTheLastCallerKnows)
+{
+    Answer first;
+    Answer second;
+    recordAndStop(first);
+    ASSERT_TRUE(coordinator->startRecording());
+    deliverAFrame();
+    coordinator->stopRecording(second.take());
+    int told = 0;
+    coordinator->notifyWhenSaved([&] { told = first.count + second.count; });
+    writers->writers.at(1)->finishStatus = platform::AssetWriter::Status::failed;
+    executor->runAll();
+    finish(1, second);
+    EXPECT_EQ(told, 0);
+    finish(0, first);
+    EXPECT_EQ(told, 2);
+}
+
+TEST_F(CaptureCoordinatorTest, WhereNothingIsSavedNobodyWaits)
+{
+    bool isTold = false;
+    coordinator->notifyWhenSaved([&] { isTold = true; });
+    EXPECT_TRUE(isTold);
+}
+
 TEST_F(CaptureCoordinatorTest, AStopWhileARecordingIsSavedKeepsTheFile)
 {
     record();
@@ -276,23 +552,41 @@ TEST_F(CaptureCoordinatorTest, AStartThatFailsWhileARecordingIsSavedIsNotHidden)
 
 TEST_F(CaptureCoordinatorTest, OfTwoStartsTheLaterWins)
 {
-    int completions = 0;
-    coordinator->selectWindowAndStartCapture(film, [&] { ++completions; });
-    coordinator->selectWindowAndStartCapture(other, [&] { ++completions; });
+    std::map<std::uint32_t, StartOutcome> outcomes;
+    coordinator->selectWindowAndStartCapture(film, [&](const auto& outcome) { outcomes.emplace(film.id, outcome.value()); });
+    coordinator->selectWindowAndStartCapture(other, [&](const auto& outcome) { outcomes.emplace(other.id, outcome.value()); });
     executor->runAll();
-    EXPECT_EQ(completions, 2);
+    EXPECT_THAT(outcomes, ElementsAre(Pair(film.id, StartOutcome::superseded), Pair(other.id, StartOutcome::started)));
     EXPECT_EQ(coordinator->state(), state(CaptureState::Capturing{other}));
     EXPECT_EQ(coordinator->selectedWindow(), other);
     EXPECT_THAT(errors, IsEmpty());
 }
 
+TEST_F(CaptureCoordinatorTest, AnOvertakenStartThatFailsSaysNothing)
+{
+    streams->prepare = [](auto& stream) { stream.holdsStart = true; };
+    capture(film);
+    const auto overtaken = streams->streams.back();
+    overtaken->startError = Error{"Test", 1, "no pixels", nullptr};
+    capture(other);
+    streams->streams.back()->answerStart();
+    executor->runAll();
+    const auto lines = log->messages();
+    overtaken->answerStart();
+    executor->runAll();
+    EXPECT_THAT(errors, IsEmpty());
+    EXPECT_EQ(log->messages(), lines);
+    EXPECT_EQ(coordinator->state(), state(CaptureState::Capturing{other}));
+    EXPECT_EQ(coordinator->selectedWindow(), other);
+}
+
 TEST_F(CaptureCoordinatorTest, AStopVoidsAStartInFlight)
 {
-    bool isCompleted = false;
-    coordinator->selectWindowAndStartCapture(film, [&] { isCompleted = true; });
+    std::optional<StartOutcome> told;
+    coordinator->selectWindowAndStartCapture(film, [&](const auto& outcome) { told = outcome.value(); });
     coordinator->stopCapture();
     executor->runAll();
-    EXPECT_TRUE(isCompleted);
+    EXPECT_EQ(told, StartOutcome::superseded);
     EXPECT_EQ(coordinator->state(), state(CaptureState::WaitingForWindowSelection{}));
     EXPECT_FALSE(coordinator->selectedWindow());
     EXPECT_FALSE(captureService->isCapturing());
@@ -356,6 +650,18 @@ TEST_F(CaptureCoordinatorTest, BeforeSleepTheCaptureStopsAndTheMachineWaitsForIt
     executor->runAll();
     EXPECT_EQ(coordinator->state(), state(CaptureState::WaitingForWindowSelection{}));
     EXPECT_EQ(streams->streams.back()->stopCount, 1);
+    EXPECT_EQ(workspace->readyCount, 1);
+}
+
+TEST_F(CaptureCoordinatorTest, TheMachineDoesNotSleepBeforeALateStreamHasStopped)
+{
+    capture();
+    streams->streams.back()->holdsStop = true;
+    workspace->sleep();
+    executor->runAll();
+    EXPECT_EQ(workspace->readyCount, 0);
+    streams->streams.back()->answerStop();
+    executor->runAll();
     EXPECT_EQ(workspace->readyCount, 1);
 }
 

@@ -297,6 +297,7 @@ TEST_F(ManualRecordingWriterTest, CancelLeavesNoFile)
     recording->cancel();
     recording->drain();
     EXPECT_EQ(asset->cancelCount, 1);
+    EXPECT_TRUE(asset->fileWasThereAtCancel) << "it is deleted after the writer has let go of it";
     EXPECT_FALSE(std::filesystem::exists(url));
 }
 

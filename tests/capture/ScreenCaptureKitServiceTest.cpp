@@ -604,5 +604,116 @@ TEST_F(ScreenCaptureKitServiceTest, DrainingWaitsForWhatIsBeingHandled)
     EXPECT_EQ(handledAtReturn.get(), 2);
 }
 
+/// What has to stand still stands still for so long.
+constexpr auto aWhile = std::chrono::milliseconds{50};
+
+TEST_F(ScreenCaptureKitServiceTest, DrainingWaitsForAStreamThatStopsLate)
+{
+    startOrFail();
+    stream().holdsStop = true;
+    service->stopCapture();
+    auto drained = std::async(std::launch::async, [this] { service->drain(); });
+    EXPECT_EQ(drained.wait_for(aWhile), std::future_status::timeout);
+    stream().answerStop();
+    drained.get();
+}
+
+TEST_F(ScreenCaptureKitServiceTest, DrainingWaitsForTheStreamOfAStartThatWasOvertaken)
+{
+    streams->prepare = [](fake::FakeCaptureStream& made) { made.holdsStart = made.holdsStop = true; };
+    service->startCapture(chosen, [](const auto&) {});
+    executor->runAll();
+    service->stopCapture();
+    stream().answerStart();
+    executor->runAll();
+    ASSERT_EQ(stream().stopCount, 1);
+    auto drained = std::async(std::launch::async, [this] { service->drain(); });
+    EXPECT_EQ(drained.wait_for(aWhile), std::future_status::timeout);
+    stream().answerStop();
+    drained.get();
+}
+
+TEST_F(ScreenCaptureKitServiceTest, WhoAsksIsToldWhenTheLateStreamHasStoppedAndNotBefore)
+{
+    startOrFail();
+    stream().holdsStop = true;
+    service->stopCapture();
+    bool isTold = false;
+    service->notifyWhenStopped([&] { isTold = true; });
+    executor->runAll();
+    EXPECT_FALSE(isTold);
+    stream().answerStop();
+    EXPECT_FALSE(isTold) << "only on the main thread";
+    executor->runAll();
+    EXPECT_TRUE(isTold);
+}
+
+TEST_F(ScreenCaptureKitServiceTest, DrainingWaitsUntilEveryFinishedFileIsOnTheDisk)
+{
+    startOrFail();
+    writers->onCreate = [](fake::FakeAssetWriter& made) { made.holdsFinish = true; };
+    std::vector<std::filesystem::path> saved;
+    for (const auto* name : {"first.mp4", "second.mp4"}) {
+        ASSERT_TRUE(service->startManualRecording(folder.path() / name));
+        stream().deliver(test::screenSample(static_cast<std::int64_t>(writers->writers.size()) * 1000), StreamOutputType::screen);
+        settle();
+        service->stopManualRecording([&](Result<std::filesystem::path> result) { saved.push_back(result.value()); });
+        writers->writers.back()->awaitFinish();
+    }
+    service->stopCapture();
+    auto drained = std::async(std::launch::async, [this] { service->drain(); });
+    // The later file is there first.
+    writers->writers[1]->answerFinish();
+    EXPECT_EQ(drained.wait_for(aWhile), std::future_status::timeout);
+    writers->writers[0]->answerFinish();
+    drained.get();
+    executor->runAll();
+    EXPECT_EQ(saved, (std::vector<std::filesystem::path>{folder.path() / "second.mp4", folder.path() / "first.mp4"}));
+}
+
+TEST_F(ScreenCaptureKitServiceTest, AnEncoderThatIsStillBeingMadeDoesNotSurviveTheStop)
+{
+    std::promise<void> begun;
+    std::promise<void> gate;
+    sessions->onMake = [&, open = gate.get_future().share()] {
+        if (sessions->attempts > 1)
+            return;
+        begun.set_value();
+        open.wait();
+    };
+    startOrFail();
+    stream().deliver(test::screenSample(1), StreamOutputType::screen);
+    begun.get_future().wait();
+    service->stopCapture();
+    gate.set_value();
+    settle();
+    ASSERT_EQ(sessions->records.size(), 1U);
+    EXPECT_TRUE(sessions->records[0]->invalidated);
+    EXPECT_EQ(service->encoder().currentWidth(), 0);
+}
+
+TEST_F(ScreenCaptureKitServiceTest, AnEncoderThatIsStillBeingMadeDoesNotReachTheNextCapture)
+{
+    std::promise<void> begun;
+    std::promise<void> gate;
+    sessions->onMake = [&, open = gate.get_future().share()] {
+        if (sessions->attempts > 1)
+            return;
+        begun.set_value();
+        open.wait();
+    };
+    startOrFail();
+    stream().deliver(test::screenSample(1), StreamOutputType::screen);
+    begun.get_future().wait();
+    startOrFail();
+    gate.set_value();
+    stream().deliver(test::screenSample(2), StreamOutputType::screen);
+    settle();
+    ASSERT_EQ(sessions->records.size(), 2U);
+    EXPECT_TRUE(sessions->records[0]->invalidated);
+    EXPECT_FALSE(sessions->records[1]->invalidated);
+    EXPECT_EQ(sessions->records[1]->frames.size(), 1U);
+}
+
 }  // namespace
 }  // namespace velmora

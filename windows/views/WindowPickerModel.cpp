@@ -180,7 +180,7 @@ void WindowPickerModel::cancel()
 void WindowPickerModel::capture(const CapturedWindowInfo& window)
 {
     isStarting_ = true;
-    coordinator_->selectWindowAndStartCapture(window, [self = QPointer{this}, id = window.id] {
+    coordinator_->selectWindowAndStartCapture(window, [self = QPointer{this}, id = window.id](const auto&) {
         if (!self)
             return;
         self->isStarting_ = false;

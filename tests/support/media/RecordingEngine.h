@@ -22,8 +22,12 @@ public:
 
     explicit RecordingEngine(
         int keyFrameInterval = 6, RepeatedClipSession::Outcome outcome = {}, linux_backend::AudioEncoderFactory sound = makeSoundEncoder)
-        : CoordinatorFixture({std::make_shared<linux_backend::AssetWriterFactory>(std::move(sound)),
+        : RecordingEngine(Parts{std::make_shared<linux_backend::AssetWriterFactory>(std::move(sound)),
             std::make_shared<RepeatedClipSessions>(keyFrameInterval, std::move(outcome))})
+    {
+    }
+
+    explicit RecordingEngine(const Parts& parts) : CoordinatorFixture(parts)
     {
         const CapturedWindowInfo film{
             .id = 7, .title = "Film", .appName = "Player", .bundleID = "player", .frame = {0, 0, 64, 48}, .isOnScreen = true};
