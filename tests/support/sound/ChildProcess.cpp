@@ -1,5 +1,7 @@
 #include "tests/support/sound/ChildProcess.h"
 
+#include "base/Mutex.h"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -23,10 +25,11 @@ namespace {
 // More than anybody reads, and all of what most programs say.
 constexpr std::size_t longestTranscript = 20'000;
 
-/// Of the test program. Programs are started and ended on one thread.
+/// Of the test program.
 struct Transcripts {
-    std::string ended;
-    std::vector<const ChildProcess*> running;
+    Mutex mutex;
+    std::string ended GUARDED_BY(mutex);
+    std::vector<const ChildProcess*> running GUARDED_BY(mutex);
 };
 
 Transcripts& transcripts()
@@ -70,8 +73,10 @@ std::string contentOf(const std::filesystem::path& file)
 
 std::string takeProgramTranscripts()
 {
-    auto text = std::exchange(transcripts().ended, {});
-    for (const auto* program : transcripts().running)
+    auto& all = transcripts();
+    MutexLock lock(all.mutex);
+    auto text = std::exchange(all.ended, {});
+    for (const auto* program : all.running)
         text += program->transcript();
     return text;
 }
@@ -126,7 +131,9 @@ ChildProcess::ChildProcess(
     ::close(out[1]);
     input_ = in[1];
     output_ = out[0];
-    transcripts().running.push_back(this);
+    auto& all = transcripts();
+    MutexLock lock(all.mutex);
+    all.running.push_back(this);
 }
 
 ChildProcess::~ChildProcess()
@@ -137,9 +144,12 @@ ChildProcess::~ChildProcess()
     std::array<char, 4096> bytes{};
     for (ssize_t size = 0; (size = ::read(output_, bytes.data(), bytes.size())) > 0;)
         read_.append(bytes.data(), static_cast<std::size_t>(size));
-    auto& all = transcripts();
-    std::erase(all.running, this);
-    all.ended = lastOf(all.ended + transcript());
+    {
+        auto& all = transcripts();
+        MutexLock lock(all.mutex);
+        std::erase(all.running, this);
+        all.ended = lastOf(all.ended + transcript());
+    }
     ::close(input_);
     ::close(output_);
     if (messages_ >= 0)
