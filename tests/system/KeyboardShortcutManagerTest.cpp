@@ -270,6 +270,15 @@ TEST_F(KeyboardShortcutManagerTest, ItsEndReleasesEverything)
     EXPECT_EQ(delegate->toggles, 0);
 }
 
+TEST_F(KeyboardShortcutManagerTest, WithItsEndItIsRegisteredNoLonger)
+{
+    std::optional<bool> announced;
+    const auto* ending = &manager();
+    QObject::connect(ending, &KeyboardShortcutManager::isRegisteredChanged, ending, [&] { announced = ending->isRegistered(); });
+    manager_.reset();
+    EXPECT_EQ(announced, false);
+}
+
 TEST_F(KeyboardShortcutManagerTest, ADelegateThatIsGoneIsNotCalled)
 {
     manager();

@@ -290,6 +290,25 @@ TEST(RecordingFile, LargeSamplesBetweenSmallOnesAreWrittenWholeAndTheirFailureIs
     }
 }
 
+TEST(RecordingFile, AFragmentThatBeginsAtTheTimeOfTheSampleBeforeItIsReadToo)
+{
+    const auto sample = [](std::int64_t time, std::uint32_t duration) {
+        return RecordedSample{DataBlock::owning(std::vector<std::byte>(10)), time, duration, true};
+    };
+    const auto file = std::make_shared<MemoryFile>();
+    const auto writer = RecordingFile::create(file, testOptions());
+    ASSERT_TRUE(writer);
+    ASSERT_TRUE((*writer)->start(makeRecording({.hasSound = false}).tracks));
+    ASSERT_TRUE((*writer)->write({{0, {sample(0, 3000), sample(3000, 0)}}}));
+    ASSERT_TRUE((*writer)->write({{0, {sample(3000, 3000)}}}));
+    const auto movie = readMovie(*file);
+    ASSERT_TRUE(movie) << movie.error().localizedDescription;
+    std::vector<std::int64_t> times;
+    for (const auto& read : movie->movie.tracks.front().samples.expanded())
+        times.push_back(read.decodeTime);
+    EXPECT_THAT(times, ElementsAre(0, 3000, 3000));
+}
+
 TEST(RecordingFile, BeyondFourGibibytesOffsetsHave64Bits)
 {
     // Pictures, then 4.2 GB of padding in a sample of the sound track's place, then pictures again.
