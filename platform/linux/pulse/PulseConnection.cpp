@@ -35,8 +35,8 @@ PulseConnection::PulseConnection(
 {
 }
 
-Result<std::unique_ptr<PulseConnection>> PulseConnection::create(pa_mainloop_api* api, const StreamMatcher& matcher,
-    AudioSourceFormat format, BlockDelivery& delivery, std::function<void()> changed)
+Result<std::unique_ptr<PulseConnection>> PulseConnection::create(
+    pa_mainloop_api* api, const StreamMatcher& matcher, AudioSourceFormat format, BlockDelivery& delivery, std::function<void()> changed)
 {
     std::unique_ptr<PulseConnection> connection{new PulseConnection(matcher, format, delivery, std::move(changed))};
     auto& context = connection->context_;

@@ -16,8 +16,7 @@ class SoundServerSocketsTest : public testing::Test {
 protected:
     SoundServerSocketsTest()
     {
-        for (const auto* name :
-            {"XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH", "PIPEWIRE_RUNTIME_DIR", "PULSE_SERVER", "PIPEWIRE_REMOTE"}) {
+        for (const auto* name : {"XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH", "PIPEWIRE_RUNTIME_DIR", "PULSE_SERVER", "PIPEWIRE_REMOTE"}) {
             const char* value = std::getenv(name);
             before_.emplace(name, value ? std::optional<std::string>{value} : std::nullopt);
             ::unsetenv(name);
