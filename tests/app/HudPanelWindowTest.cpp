@@ -171,6 +171,7 @@ TEST_F(HudPanelWindowTest, WithCompositingTheWindowHasAMarginForTheShadowWhichLe
     // No opacity can be seen on this screen: what would lie below is white.
     auto* view = qobject_cast<QQuickWindow*>(window);
     view->setColor(Qt::white);
+    application.processEvents();
     const auto picture = view->grabWindow();
     const auto lightness = [&](int x, int y) { return picture.pixelColor(x, y).lightness(); };
     const int middle = area.x + 170;

@@ -171,13 +171,13 @@ TEST_F(ConfirmationTest, WhereWindowsAreCompositedThePanelHasAShadowThatLetsClic
     save();
     ASSERT_TRUE(isShown(hud));
     ASSERT_TRUE(waitUntil([] { return shownPanel().size() == QSize{338, 108}; })) << "the ground inside the border";
-    const QRect panel = shownPanel().adjusted(-1, -1, 1, 1);
-    EXPECT_EQ(panel.left(), 1920 - 360);
-    EXPECT_NEAR(panel.top(), Panel::height + 10, 1);
-    const auto shadow = screenPicture({panel.center().x(), panel.bottom() + 3, 1, 1}).pixelColor(0, 0);
+    const QRect place = shownPanel().adjusted(-1, -1, 1, 1);
+    EXPECT_EQ(place.left(), 1920 - 360);
+    EXPECT_NEAR(place.top(), Panel::height + 10, 1);
+    const auto shadow = screenPicture({place.center().x(), place.bottom() + 3, 1, 1}).pixelColor(0, 0);
     EXPECT_LT(shadow.lightness(), 230);
     EXPECT_GT(shadow.lightness(), 60);
-    const auto corner = screenPicture({panel.topLeft(), QSize{1, 1}}).pixelColor(0, 0);
+    const auto corner = screenPicture({place.topLeft(), QSize{1, 1}}).pixelColor(0, 0);
     EXPECT_GT(corner.lightness(), 150) << "the panel's corner is round";
 
     const NumberedWindow below{{"--size", "360x200", "--position", "1540,100", "--still"}};
@@ -186,9 +186,9 @@ TEST_F(ConfirmationTest, WhereWindowsAreCompositedThePanelHasAShadowThatLetsClic
         const auto told = runProgram({"xdotool", "getmouselocation", "--shell"}).output;
         return told.substr(told.find("WINDOW="));
     };
-    const auto beside = windowUnder(panel.bottomLeft() + QPoint{60, 8});
-    EXPECT_EQ(beside, windowUnder(panel.bottomLeft() + QPoint{60, 60}));
-    EXPECT_NE(beside, windowUnder(panel.center()));
+    const auto beside = windowUnder(place.bottomLeft() + QPoint{60, 8});
+    EXPECT_EQ(beside, windowUnder(place.bottomLeft() + QPoint{60, 60}));
+    EXPECT_NE(beside, windowUnder(place.center()));
     EXPECT_EQ(runProgram({"hsetroot", "-solid", "#000000"}).status, 0);
 }
 
