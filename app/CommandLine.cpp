@@ -129,6 +129,8 @@ using ParsedPath = tl::expected<std::filesystem::path, QString>;
 
 ParsedPath absolutePath(const QString& text)
 {
+    if (text.isEmpty())
+        return wrong(QStringLiteral("A file's name is not empty."));
     std::error_code error;
     auto path = std::filesystem::absolute(bytesOf(text), error);
     if (error)

@@ -1,6 +1,7 @@
 #include "app/NewFile.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <system_error>
 
 namespace velmora::new_file {
@@ -11,7 +12,10 @@ Result<void> checkIsFree(const std::filesystem::path& path)
     const auto status = std::filesystem::symlink_status(path, error);
     if (status.type() == std::filesystem::file_type::not_found)
         return {};
-    return fail(posixError(error ? error.value() : EEXIST, path.native()));
+    // What is too long for the system is too long to be read.
+    constexpr std::size_t longestShown = 300;
+    const auto& name = path.native();
+    return fail(posixError(error ? error.value() : EEXIST, name.size() <= longestShown ? name : name.substr(0, longestShown) + "…"));
 }
 
 bool isTaken(const Error& error)

@@ -95,7 +95,7 @@ public:
     }
 
 public slots:
-    /// The path of the clip that was saved; empty when a recording was started.
+    /// The path of the clip that was saved, its file: URI where it is no text; empty when a recording was started.
     QString Toggle(const QDBusMessage& call)
     {
         control_.toggleRecording([pending = PendingCall{connection_, call}](const auto& result) mutable { pending.finish(result); });

@@ -119,6 +119,13 @@ TEST(CommandLine, WithoutAWorkingFolderARelativePathIsAnError)
     EXPECT_TRUE(absolute.has_value());
 }
 
+TEST(CommandLine, AFileWithoutANameIsNone)
+{
+    EXPECT_EQ(complaint({"repair", ""}), "A file's name is not empty.");
+    EXPECT_EQ(complaint({"preview", ""}), "A file's name is not empty.");
+    EXPECT_EQ(complaint({"trim", "", "--start", "0", "--end", "1"}), "A file's name is not empty.");
+}
+
 TEST(CommandLine, RepairsOneFile)
 {
     EXPECT_EQ(commandOf<Repair>({"repair", "/tmp/clip.mp4"}).file, "/tmp/clip.mp4");

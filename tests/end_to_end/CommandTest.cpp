@@ -252,9 +252,12 @@ TEST_F(CommandTest, AnOutputThatCannotBeExaminedIsAClearError)
 {
     std::filesystem::create_symlink(path("loop"), path("loop"));
     std::ofstream{path("clip.mp4")} << "no clip";
+    auto deep = directory_.path();
+    for (int depth = 0; depth < 2100; ++depth)
+        deep /= "a";
     const std::pair<std::string, const char*> outputs[] = {
         {path(std::string(256, 'x')).string(), "File name too long"},
-        {path(std::string(4200, '/')).string() + "clip.mp4", "File name too long"},
+        {(deep / "clip.mp4").string(), "File name too long"},
         {(path("loop") / "clip.mp4").string(), "Too many levels of symbolic links"},
     };
     for (const auto& [output, why] : outputs) {
@@ -280,8 +283,9 @@ TEST_F(CommandTest, WhatCannotBePrintedIsAFailure)
 TEST_F(CommandTest, AFileThatMayNotGrowEndsTheRecordingEarlyInTheSystemsWords)
 {
     const NumberedWindow window{{"--size", "640x480", "--motion", "60"}};
-    // In blocks of 512 bytes: more than the reserve, less than a recording of a minute.
-    const auto outcome = runProgram({"sh", "-c", "ulimit -f 1500; exec \"$0\" record --window $1 --output \"$2\" --duration 60",
+    // In blocks of 512 bytes: more than the reserve and some fragments, less than a recording of a minute. What the sound server shares
+    // with the program is a file too.
+    const auto outcome = runProgram({"sh", "-c", "ulimit -f 8000; exec \"$0\" record --window $1 --output \"$2\" --duration 60",
         velmora({}).front(), std::to_string(window.id()), path("clip.mp4").string()});
     EXPECT_EQ(outcome.status, 3) << outcome.messages;
     EXPECT_EQ(outcome.output, path("clip.mp4").string() + "\n");
