@@ -1,9 +1,9 @@
 #include "app/views/QuickWindows.h"
 
+#include "app/views/FittedView.h"
 #include "app/views/QuickEngine.h"
 
 #include <QGuiApplication>
-#include <QQuickView>
 #include <QScreen>
 #include <QTimer>
 #include <QVariantMap>
@@ -34,21 +34,17 @@ public:
     QuickWindow(const WindowDescription& description, QuickContent content, std::shared_ptr<platform::WindowActivation> activation)
         : content_(std::move(content))
         , activation_(std::move(activation))
-        , view_(&quickEngine(), nullptr)
+        , view_(quickEngine())
     {
         const QSize size{description.width, description.height};
         view_.setFlags(flagsFor(description));
         view_.setTitle(QString::fromStdString(description.title));
         view_.setColor(QColor{0x0F, 0x17, 0x2A});
-        view_.setResizeMode(QQuickView::SizeRootObjectToView);
         view_.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(content_.model.get())}});
         view_.setSource(content_.view);
-        view_.resize(size);
-        view_.setMinimumSize(size);
-        if (!description.isResizable)
-            view_.setMaximumSize(size);
+        view_.setGivenSize(size, description.isResizable);
         if (const auto* screen = mainScreen()) {
-            QRect frame{{}, size};
+            QRect frame{{}, view_.size()};
             frame.moveCenter(screen->availableGeometry().center());
             view_.setPosition(frame.topLeft());
         }
@@ -84,7 +80,7 @@ private:
 
     const QuickContent content_;
     const std::shared_ptr<platform::WindowActivation> activation_;
-    QQuickView view_;
+    FittedView view_;
 
     // A window that nobody refers to any more lives until it is closed.
     std::shared_ptr<QuickWindow> whileVisible_;
