@@ -39,7 +39,7 @@ StepPage {
                 visible: page.hasSelectedWindow
                 spacing: 4
                 Accessible.role: Accessible.AlertMessage
-                Accessible.name: "Active Video Window: " + page.selectedWindowName
+                Accessible.name: "Active Video Window: " + Theme.oneLine(page.selectedWindowName)
 
                 Label {
                     Layout.fillWidth: true
@@ -47,14 +47,11 @@ StepPage {
                     color: Theme.secondaryText
                     horizontalAlignment: Text.AlignHCenter
                 }
-                Label {
+                LineLabel {
                     Layout.fillWidth: true
-                    text: page.selectedWindowName
+                    line: page.selectedWindowName
                     font: Theme.headlineFont
                     horizontalAlignment: Text.AlignHCenter
-                    elide: Text.ElideRight
-                    wrapMode: Text.NoWrap
-                    maximumLineCount: 1
                 }
             }
             ColumnLayout {

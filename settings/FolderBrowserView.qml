@@ -95,7 +95,7 @@ Rectangle {
                     bottomPadding: 8
                     highlighted: ListView.isCurrentItem
                     showsFocus: highlighted && ListView.view.activeFocus
-                    text: name
+                    text: Theme.oneLine(name)
                     onClicked: {
                         list.forceActiveFocus(Qt.MouseFocusReason);
                         root.model.select(index);
@@ -110,11 +110,10 @@ Rectangle {
                             color: Theme.secondaryText
                             size: 18
                         }
-                        Label {
+                        LineLabel {
                             Layout.fillWidth: true
-                            text: row.name
+                            line: row.name
                             elide: Text.ElideMiddle
-                            wrapMode: Text.NoWrap
                         }
                     }
                 }
@@ -145,11 +144,12 @@ Rectangle {
             tint: Theme.tip
             text: root.model.errorMessage
         }
-        Caption {
+        LineLabel {
             Layout.fillWidth: true
-            text: "Clips will be saved in " + root.model.choice
+            line: "Clips will be saved in " + root.model.choice
+            color: Theme.secondaryText
+            font: Theme.captionFont
             elide: Text.ElideMiddle
-            wrapMode: Text.NoWrap
         }
 
         RowLayout {

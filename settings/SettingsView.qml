@@ -79,24 +79,23 @@ Rectangle {
                         borderWidth: 1
                         borderColor: Theme.borderSlate
 
-                        Label {
+                        LineLabel {
                             anchors.fill: parent
                             anchors.leftMargin: 12
                             anchors.rightMargin: 12
                             verticalAlignment: Text.AlignVCenter
-                            text: root.model.savedClipsFolder
+                            line: root.model.savedClipsFolder
                             elide: Text.ElideMiddle
-                            wrapMode: Text.NoWrap
                         }
                     }
                     TextButton {
                         text: "Change..."
-                        Accessible.description: "Saved Clips Folder: " + root.model.savedClipsFolder
+                        Accessible.description: "Saved Clips Folder: " + Theme.oneLine(root.model.savedClipsFolder)
                         onClicked: root.model.chooseDestinationFolder()
                     }
                     TextButton {
                         text: "Open"
-                        Accessible.description: "Saved Clips Folder: " + root.model.savedClipsFolder
+                        Accessible.description: "Saved Clips Folder: " + Theme.oneLine(root.model.savedClipsFolder)
                         onClicked: root.model.openFolder()
                     }
                 }

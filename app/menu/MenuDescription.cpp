@@ -60,7 +60,9 @@ MenuItem recentClips(const std::vector<ClipItem>& clips)
     item.title = "🎞️ Recent Clips";
     item.submenuTitle = "Recent Clips";
     for (std::size_t i = 0; i < std::min(clips.size(), recentClipCount); ++i) {
-        item.submenu.push_back(command(clips[i].filename() + " (" + clips[i].formattedDuration() + ")", MenuAction::openRecentClip));
+        const std::string ending = " (" + clips[i].formattedDuration() + ")";
+        item.submenu.push_back(command(clips[i].filename() + ending, MenuAction::openRecentClip));
+        item.submenu.back().ending = ending;
         item.submenu.back().representedFile = clips[i].url;
     }
     if (item.submenu.empty())

@@ -28,6 +28,7 @@ struct MenuItem {
 
     Kind kind = Kind::entry;
     std::string title;  ///< plain text
+    std::string ending;  ///< of the title: what a shortened one keeps
     MenuAction action = MenuAction::none;
     bool isEnabled = true;
     std::optional<KeyEquivalent> keyEquivalent;

@@ -1,34 +1,182 @@
 #include "app/menu/MenuLook.h"
 
 #include "brand/BrandColors.h"
+#include "brand/ShownText.h"
 
+#include <QFontMetrics>
+#include <QPainter>
 #include <QPainterPath>
+#include <QPalette>
+#include <QPolygonF>
+#include <QProxyStyle>
 #include <QRegion>
+#include <QStyleOptionMenuItem>
+#include <QTextCharFormat>
+#include <QTextLayout>
+#include <QTextOption>
+
+#include <algorithm>
 
 namespace velmora {
 
 namespace {
 
 constexpr int cornerRadius = 10;
+constexpr int itemRadius = 6;
+constexpr int frameWidth = 1;
+constexpr int panelMargin = 6;
+constexpr int itemMargin = 6;
+constexpr int leftMargin = 8;
+constexpr int iconSize = 16;
+constexpr int iconGap = 9;
+constexpr int rightMargin = 24;
+constexpr int separatorHeight = 13;
+/// A longer title is cut in its middle: the keys and the arrow behind it stay on the screen, and so does the end of the title.
+constexpr int widestTitle = 400;
 
-QString look()
+void drawTitle(QPainter& painter, const QRect& place, const QFont& font, const QString& title)
 {
-    return QStringLiteral("QMenu { background: %1; color: %2; border: 1px solid %3; border-radius: %4px; padding: 6px; }"
-                          "QMenu::item { padding: 6px 22px 6px 12px; border-radius: 6px; margin: 0 2px; }"
-                          "QMenu::item:selected { background: %5; color: white; }"
-                          "QMenu::item:disabled { color: #94A3B8; background: transparent; }"
-                          "QMenu::icon { padding-left: 10px; }"
-                          "QMenu::separator { height: 1px; background: %3; margin: 6px 10px; }")
-        .arg(BrandColors::cardSlate.name(), BrandColors::snowSlate.name(), BrandColors::borderSlate.name())
-        .arg(cornerRadius)
-        .arg(BrandColors::coral.name());
+    const QFontMetrics metrics{font};
+    const auto shown = metrics.elidedText(title, Qt::ElideMiddle, place.width());
+    QTextLayout layout{shown, font};
+    if (const auto emoji = leadingEmoji(shown); !emoji.isEmpty()) {
+        // The font for text may have the symbol too, in one colour.
+        QTextCharFormat format;
+        format.setFontFamilies({QStringLiteral("Noto Color Emoji")});
+        layout.setFormats({{0, static_cast<int>(emoji.size()), format}});
+    }
+    QTextOption option;
+    option.setWrapMode(QTextOption::NoWrap);
+    // What stands behind a title stays behind it, in whatever direction the title reads.
+    option.setTextDirection(Qt::LeftToRight);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    auto line = layout.createLine();
+    layout.endLayout();
+    if (!line.isValid())
+        return;
+    const double baseline = place.y() + (place.height() - metrics.height()) / 2.0 + metrics.ascent();
+    layout.draw(&painter, {static_cast<double>(place.x()), baseline - line.ascent()});
 }
+
+void drawArrow(QPainter& painter, const QRect& item, const QColor& color)
+{
+    const QPointF tip{item.right() - 8.0, item.center().y() + 0.5};
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(color);
+    painter.drawPolygon(QPolygonF{tip, tip + QPointF{-4.5, -4}, tip + QPointF{-4.5, 4}});
+}
+
+void drawItem(QPainter& painter, const QStyleOptionMenuItem& item)
+{
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    const bool isEnabled = item.state.testFlag(QStyle::State_Enabled);
+    const bool isSelected = isEnabled && item.state.testFlag(QStyle::State_Selected);
+    if (isSelected) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(BrandColors::coral);
+        painter.drawRoundedRect(item.rect, itemRadius, itemRadius);
+    }
+    item.icon.paint(&painter, {item.rect.x() + leftMargin, item.rect.y(), iconSize, item.rect.height()}, Qt::AlignCenter);
+
+    // The header is no command, but it is no less readable for that.
+    const bool isHeader = item.font.bold();
+    const auto color = isSelected ? BrandColors::studioWhite : isEnabled || isHeader ? BrandColors::snowSlate : BrandColors::secondarySlate;
+    painter.setPen(color);
+    const auto tab = item.text.indexOf(QLatin1Char('\t'));
+    auto place = item.rect.adjusted(leftMargin + iconSize + iconGap, 0, -rightMargin, 0);
+    if (tab >= 0) {
+        const QRect keys{place.right() + 1 - item.reservedShortcutWidth, place.y(), item.reservedShortcutWidth, place.height()};
+        painter.setFont(item.font);
+        painter.drawText(keys, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, item.text.mid(tab + 1));
+    }
+    place.setWidth(std::max(0, place.width() - item.reservedShortcutWidth));
+    drawTitle(painter, place, item.font, item.text.left(tab).replace(QLatin1String("&&"), QLatin1String("&")));
+    if (item.menuItemType == QStyleOptionMenuItem::SubMenu)
+        drawArrow(painter, item.rect, color);
+    painter.restore();
+}
+
+void drawPanel(QPainter& painter, const QRect& panel)
+{
+    painter.save();
+    painter.fillRect(panel, BrandColors::cardSlate);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen{BrandColors::borderSlate, frameWidth});
+    painter.drawRoundedRect(QRectF{panel}.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
+    painter.restore();
+}
+
+class MenuStyle final : public QProxyStyle {
+public:
+    MenuStyle() : QProxyStyle(QStringLiteral("Fusion")) { }
+
+    int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override
+    {
+        switch (metric) {
+        case PM_MenuPanelWidth:
+            return frameWidth;
+        case PM_MenuHMargin:
+        case PM_MenuVMargin:
+            return panelMargin;
+        default:
+            return QProxyStyle::pixelMetric(metric, option, widget);
+        }
+    }
+
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget, QStyleHintReturn* data) const override
+    {
+        return hint == SH_Menu_Scrollable ? 1 : QProxyStyle::styleHint(hint, option, widget, data);
+    }
+
+    QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents, const QWidget* widget) const override
+    {
+        const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
+        if (type != CT_MenuItem || !item)
+            return QProxyStyle::sizeFromContents(type, option, contents, widget);
+        if (item->menuItemType == QStyleOptionMenuItem::Separator)
+            return {leftMargin + iconSize, separatorHeight};
+        // Between a title and its keys there is room as behind them.
+        const int behind = item->text.contains(QLatin1Char('\t')) ? 2 * rightMargin : rightMargin;
+        return {leftMargin + iconSize + iconGap + std::min(contents.width(), widestTitle) + behind,
+            std::max(contents.height(), iconSize) + 2 * itemMargin};
+    }
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter, const QWidget* widget) const override
+    {
+        if (element == PE_PanelMenu)
+            drawPanel(*painter, option->rect);
+        else if (element != PE_FrameMenu)
+            QProxyStyle::drawPrimitive(element, option, painter, widget);
+    }
+
+    void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter, const QWidget* widget) const override
+    {
+        const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
+        if (element == CE_MenuEmptyArea || element == CE_MenuHMargin || element == CE_MenuVMargin)
+            return;
+        if (element != CE_MenuItem || !item)
+            return QProxyStyle::drawControl(element, option, painter, widget);
+        if (item->menuItemType == QStyleOptionMenuItem::Separator)
+            painter->fillRect(
+                item->rect.adjusted(leftMargin, separatorHeight / 2, -leftMargin, -(separatorHeight / 2)), BrandColors::borderSlate);
+        else
+            drawItem(*painter, *item);
+    }
+};
 
 }  // namespace
 
 StyledMenu::StyledMenu(QWidget* parent) : QMenu(parent)
 {
-    setStyleSheet(look());
+    // One for all menus, as long as the program runs.
+    static auto* style = new MenuStyle;
+    setStyle(style);
+    QPalette colors;
+    colors.setColor(QPalette::Window, BrandColors::cardSlate);
+    colors.setColor(QPalette::ButtonText, BrandColors::snowSlate);
+    setPalette(colors);
 }
 
 void StyledMenu::resizeEvent(QResizeEvent* event)

@@ -3,6 +3,7 @@
 #include "app/menu/MenuLook.h"
 #include "brand/BrandAssets.h"
 #include "brand/BrandColors.h"
+#include "brand/ShownText.h"
 
 #include <QAction>
 #include <QFont>
@@ -45,14 +46,19 @@ void render(QAction& action, const MenuItem& item)
     }
 }
 
+constexpr qsizetype longestBusLabel = 80;
+
+/// What a host shows beside other programs' labels: it draws them as long as they are.
+std::string titleOnTheBus(const MenuItem& item)
+{
+    const auto title = oneLine(QString::fromStdString(item.title));
+    return shortened(title, longestBusLabel, QString::fromStdString(item.ending).size()).toStdString();
+}
+
 /// The host shows the keys beside the item; nothing listens for them here, because no window of ours holds the action.
 void showOnTheBus(QAction& action, const KeyEquivalent& keyEquivalent)
 {
-    auto modifiers = QFlags<Qt::KeyboardModifier>{};
-    modifiers.setFlag(Qt::AltModifier, keyEquivalent.withOption);
-    modifiers.setFlag(Qt::MetaModifier, keyEquivalent.withCommand);
-    action.setShortcut(
-        QKeySequence{QKeyCombination{modifiers, static_cast<Qt::Key>(QChar::toUpper(uint{static_cast<uchar>(keyEquivalent.key)}))}});
+    action.setShortcut(keySequence(keyEquivalent));
     action.setShortcutContext(Qt::WidgetShortcut);
 }
 
@@ -62,7 +68,7 @@ void addItem(QMenu& menu, const MenuItem& item, LabelSyntax syntax, const std::f
         menu.addSeparator();
         return;
     }
-    QString label = escapedLabel(item.title, syntax);
+    QString label = escapedLabel(syntax == LabelSyntax::dbusmenu ? titleOnTheBus(item) : item.title, syntax);
     if (!item.submenu.empty()) {
         // The bus asks for no look.
         auto* submenu = syntax == LabelSyntax::widget ? new StyledMenu{&menu} : new QMenu{&menu};
@@ -88,12 +94,8 @@ void addItem(QMenu& menu, const MenuItem& item, LabelSyntax syntax, const std::f
 
 QString escapedLabel(const std::string& title, LabelSyntax syntax)
 {
-    QString label = QString::fromStdString(title);
     // A tab would begin the column of the shortcuts, a line break another line.
-    for (auto& character : label) {
-        if (character.category() == QChar::Other_Control)
-            character = QLatin1Char(' ');
-    }
+    QString label = oneLine(QString::fromStdString(title));
     if (syntax == LabelSyntax::widget)
         return label.replace(QLatin1Char('&'), QLatin1String("&&"));
     label.replace(QLatin1Char('_'), QLatin1String("__"));
@@ -112,6 +114,14 @@ QString keyEquivalentText(const KeyEquivalent& keyEquivalent)
         keys.append(QStringLiteral("Super"));
     keys.append(QString{QLatin1Char(keyEquivalent.key)}.toUpper());
     return keys.join(QLatin1Char('+'));
+}
+
+QKeySequence keySequence(const KeyEquivalent& keyEquivalent)
+{
+    Qt::KeyboardModifiers modifiers = Qt::NoModifier;
+    modifiers.setFlag(Qt::AltModifier, keyEquivalent.withOption);
+    modifiers.setFlag(Qt::MetaModifier, keyEquivalent.withCommand);
+    return QKeyCombination{modifiers, static_cast<Qt::Key>(QChar::toUpper(uint{static_cast<uchar>(keyEquivalent.key)}))};
 }
 
 bool matches(const KeyEquivalent& keyEquivalent, int key, Qt::KeyboardModifiers modifiers)

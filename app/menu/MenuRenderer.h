@@ -21,6 +21,8 @@ enum class LabelSyntax { widget, dbusmenu };
 /// "Alt+Super+C": what this desktop calls the keys.
 [[nodiscard]] QString keyEquivalentText(const KeyEquivalent& keyEquivalent);
 
+[[nodiscard]] QKeySequence keySequence(const KeyEquivalent& keyEquivalent);
+
 /// Whether this press, made while the menu is open, is that key equivalent.
 [[nodiscard]] bool matches(const KeyEquivalent& keyEquivalent, int key, Qt::KeyboardModifiers modifiers);
 

@@ -9,10 +9,7 @@
 
 namespace velmora {
 
-PopupMenu::PopupMenu(std::function<void(const MenuItem&)> triggered) : triggered_(std::move(triggered))
-{
-    setAccessibleName(QStringLiteral("Velmora"));
-}
+PopupMenu::PopupMenu(std::function<void(const MenuItem&)> triggered) : triggered_(std::move(triggered)) { }
 
 void PopupMenu::popUp(std::vector<MenuItem> items, const QPoint& position)
 {

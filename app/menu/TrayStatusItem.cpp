@@ -74,6 +74,7 @@ public:
 
     void setImage(const MenuBarImage& image) override
     {
+        popup_.setAccessibleName(image.accessibleDescription);
         if (std::exchange(isShown_, true))
             return tray_.setIcon(icon(image));
         // An XEmbed icon would show this menu to a right click in place of ours.

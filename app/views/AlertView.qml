@@ -16,59 +16,94 @@ Rectangle {
     Accessible.name: model.messageText
     Accessible.description: model.informativeText
 
-    RowLayout {
+    ColumnLayout {
         id: content
 
         anchors.fill: parent
         anchors.margins: Theme.windowMargin
-        spacing: 16
+        spacing: Theme.largeGap
 
-        BrandAppIconView {
-            Layout.alignment: Qt.AlignTop
-            size: 48
-            showShadow: true
-        }
-        ColumnLayout {
-            Layout.fillWidth: true
-            spacing: 8
+        RowLayout {
+            spacing: Theme.largeGap
 
-            Label {
-                Layout.fillWidth: true
-                text: root.model.messageText
-                font: Theme.headlineFont
-            }
-            Label {
-                Layout.fillWidth: true
-                text: root.model.informativeText
-                color: Theme.secondaryText
-            }
-            RowLayout {
-                Layout.topMargin: 8
-                Layout.alignment: Qt.AlignRight
-                layoutDirection: Qt.RightToLeft
-                spacing: 8
+            BrandAppIconView {
+                Layout.alignment: Qt.AlignTop
+                size: 48
+                showShadow: true
 
-                Repeater {
-                    model: root.model.buttons
+                RoundedRectangle {
+                    x: 26
+                    y: 24
+                    width: 28
+                    height: 28
+                    radius: 14
+                    visible: root.model.isWarning
+                    color: Theme.obsidian
+                    Accessible.role: Accessible.Graphic
+                    Accessible.name: "Warning"
 
-                    TextButton {
-                        required property int index
-                        required property string modelData
-
-                        text: modelData
-                        prominent: index === 0
-                        focus: index === 0
-                        onClicked: root.model.press(index)
+                    Symbol {
+                        anchors.centerIn: parent
+                        name: "exclamationmark.triangle.fill"
+                        color: Theme.tip
+                        size: 22
                     }
+                }
+            }
+            ScrollArea {
+                id: scrolled
+
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+                // The bar lies in the margin.
+                Layout.rightMargin: -14
+                implicitHeight: texts.implicitHeight
+                contentHeight: texts.implicitHeight
+                interactive: contentHeight > height
+                activeFocusOnTab: contentHeight > height
+
+                ColumnLayout {
+                    id: texts
+
+                    width: scrolled.width - 14
+                    spacing: Theme.gap
+
+                    Label {
+                        Layout.fillWidth: true
+                        text: root.model.messageText
+                        font: Theme.headlineFont
+                    }
+                    Label {
+                        Layout.fillWidth: true
+                        text: root.model.informativeText
+                        color: Theme.secondaryText
+                    }
+                }
+            }
+        }
+        RowLayout {
+            Layout.alignment: Qt.AlignRight
+            Layout.fillWidth: false
+            Layout.fillHeight: false
+            layoutDirection: Qt.RightToLeft
+            spacing: Theme.gap
+
+            Repeater {
+                model: root.model.buttons
+
+                TextButton {
+                    required property int index
+                    required property string modelData
+
+                    text: modelData
+                    prominent: index === 0
+                    focus: index === 0
+                    onClicked: root.model.press(index)
                 }
             }
         }
     }
 
-    Shortcut {
-        sequences: ["Return", "Enter"]
-        onActivated: root.model.press(0)
-    }
     Shortcut {
         sequence: "Escape"
         onActivated: root.model.press(root.model.buttons.length - 1)

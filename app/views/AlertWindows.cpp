@@ -1,11 +1,11 @@
 #include "app/views/AlertWindows.h"
 
+#include "app/views/FittedView.h"
 #include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
+#include "brand/ShownText.h"
 
 #include <QCloseEvent>
-#include <QQuickItem>
-#include <QQuickView>
 
 #include <algorithm>
 #include <deque>
@@ -15,20 +15,20 @@ namespace velmora {
 
 namespace {
 
-class AlertView final : public QQuickView {
+class AlertView final : public FittedView {
 public:
     AlertView(const Alert& alert, UniqueFunction<void(std::size_t)> completion)
-        : QQuickView(&quickEngine(), nullptr)
+        : FittedView(quickEngine())
         , model_(alert)
         , completion_(std::move(completion))
     {
         setFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint | Qt::WindowStaysOnTopHint);
         setModality(Qt::ApplicationModal);
-        setTitle(QString::fromStdString(alert.messageText));
+        setTitle(oneLine(model_.messageText()));
         setColor(QColor{0x0F, 0x17, 0x2A});
-        setResizeMode(QQuickView::SizeViewToRootObject);
         setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
         setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/AlertView.qml")});
+        takeSizeOfContents();
         QObject::connect(&model_, &AlertModel::pressed, this, [this](int button) {
             pressed_ = static_cast<std::size_t>(std::max(button, 0));
             close();
@@ -80,7 +80,7 @@ private:
                               completion(button);
                               self->presentNext();
                           }};
-        centre(*view, *activation_);
+        fitAndCentre(*view, *activation_);
         view->show();
         activation_->activate(view->winId());
     }
@@ -93,8 +93,8 @@ private:
 }  // namespace
 
 AlertModel::AlertModel(const Alert& alert)
-    : messageText_(QString::fromStdString(alert.messageText))
-    , informativeText_(QString::fromStdString(alert.informativeText))
+    : messageText_(paragraphs(QString::fromStdString(alert.messageText)))
+    , informativeText_(paragraphs(QString::fromStdString(alert.informativeText)))
     , isWarning_(alert.style == Alert::Style::warning)
 {
     for (const auto& button : alert.buttons)

@@ -1,5 +1,6 @@
 #include "app/views/FolderChooserWindow.h"
 
+#include "app/views/FittedView.h"
 #include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
 #include "settings/FolderBrowserModel.h"
@@ -36,7 +37,7 @@ public:
         setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
         setSource(QUrl{QStringLiteral("qrc:/Velmora/Settings/FolderBrowserView.qml")});
         setMinimumSize(smallestSize);
-        resize(usualSize);
+        resize(screen() ? fittingSize(usualSize, workAreaSize(*screen()), {}) : usualSize);
         QObject::connect(&model_, &FolderBrowserModel::finished, this, [this] { close(); });
         QObject::connect(this, &QWindow::visibleChanged, this, [this](bool isVisible) {
             if (isVisible)

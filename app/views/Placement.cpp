@@ -1,5 +1,7 @@
 #include "app/views/Placement.h"
 
+#include "app/views/FittedView.h"
+
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWindow>
@@ -54,6 +56,13 @@ void centre(QWindow& window, platform::WindowActivation& activation)
     frame.moveCenter(workArea->area.center());
     window.setScreen(workArea->screen);
     window.setPosition(frame.topLeft());
+}
+
+void fitAndCentre(FittedView& window, platform::WindowActivation& activation)
+{
+    if (const auto workArea = mainWorkArea(activation))
+        window.setWorkArea(workArea->area.size());
+    centre(window, activation);
 }
 
 }  // namespace velmora

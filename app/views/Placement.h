@@ -10,6 +10,8 @@ class QWindow;
 
 namespace velmora {
 
+class FittedView;
+
 /// Part of a screen, in points.
 struct WorkArea {
     QScreen* screen = nullptr;
@@ -22,6 +24,9 @@ struct WorkArea {
 
 /// Moves the window's content, of its present size, to the middle of the main screen.
 void centre(QWindow& window, platform::WindowActivation& activation);
+
+/// The same for a window of a given size, of which it gets what fits into that screen's work area.
+void fitAndCentre(FittedView& window, platform::WindowActivation& activation);
 
 /// A rectangle of pixels in the points of a screen of `geometry`, which is enlarged `scale` times: its top left corner is the same in both.
 /// What a point covers in part is left out.

@@ -1,9 +1,9 @@
 #include "app/views/QuickWindows.h"
 
+#include "app/views/FittedView.h"
 #include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
 
-#include <QQuickView>
 #include <QTimer>
 #include <QVariantMap>
 
@@ -22,41 +22,21 @@ Qt::WindowFlags flagsFor(const WindowDescription& description)
     return flags;
 }
 
-/// What is left of it beside a title bar, whose height nobody tells before the window is shown.
-QSize largestContent(const QRect& workArea)
-{
-    constexpr int titleBar = 36;
-    return {workArea.width(), workArea.height() - titleBar};
-}
-
 class QuickWindow final : public ApplicationWindow, public std::enable_shared_from_this<QuickWindow> {
 public:
     QuickWindow(const WindowDescription& description, QuickContent content, std::shared_ptr<platform::WindowActivation> activation)
         : content_(std::move(content))
         , activation_(std::move(activation))
-        , view_(&quickEngine(), nullptr)
+        , view_(quickEngine())
     {
         const QSize size{description.width, description.height};
         view_.setFlags(flagsFor(description));
         view_.setTitle(QString::fromStdString(description.title));
         view_.setColor(QColor{0x0F, 0x17, 0x2A});
-        view_.setResizeMode(QQuickView::SizeRootObjectToView);
-        const auto workArea = mainWorkArea(*activation_);
-        const auto fitting = workArea ? size.boundedTo(largestContent(workArea->area)) : size;
-        const auto model = QVariant::fromValue(content_.model.get());
-        if (fitting == size) {
-            view_.setInitialProperties({{QStringLiteral("model"), model}});
-            view_.setSource(content_.view);
-        } else {
-            view_.setInitialProperties(
-                {{QStringLiteral("model"), model}, {QStringLiteral("source"), content_.view}, {QStringLiteral("least"), QSizeF{size}}});
-            view_.setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/FittedView.qml")});
-        }
-        view_.resize(fitting);
-        view_.setMinimumSize(fitting);
-        if (!description.isResizable)
-            view_.setMaximumSize(fitting);
-        centre(view_, *activation_);
+        view_.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(content_.model.get())}});
+        view_.setSource(content_.view);
+        view_.setGivenSize(size, description.isResizable);
+        fitAndCentre(view_, *activation_);
         if (content_.onDismiss)
             content_.onDismiss([this] { view_.close(); });
         QObject::connect(&view_, &QWindow::visibleChanged, &view_, [this](bool isVisible) { visibilityChanged(isVisible); });
@@ -89,7 +69,7 @@ private:
 
     const QuickContent content_;
     const std::shared_ptr<platform::WindowActivation> activation_;
-    QQuickView view_;
+    FittedView view_;
 
     // A window that nobody refers to any more lives until it is closed.
     std::shared_ptr<QuickWindow> whileVisible_;

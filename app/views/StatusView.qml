@@ -12,74 +12,132 @@ Rectangle {
     implicitWidth: 400
     implicitHeight: content.implicitHeight + 32
     color: Theme.obsidian
+    Accessible.role: Accessible.PopupMenu
+    Accessible.name: "Velmora"
 
-    ColumnLayout {
-        id: content
+    component EntryTitle: RowLayout {
+        id: titleLine
 
+        property string emoji
+        property string words
+        property string keys
+        property color color
+
+        spacing: Theme.smallGap
+
+        // A symbol that the font for text has too, in one colour.
+        Text {
+            visible: text !== ""
+            text: titleLine.emoji
+            textFormat: Text.PlainText
+            font: Theme.emojiFont
+        }
+        LineLabel {
+            Layout.fillWidth: true
+            line: titleLine.words
+            color: titleLine.color
+            elide: Text.ElideMiddle
+            Accessible.ignored: true
+        }
+        Label {
+            visible: text !== ""
+            text: titleLine.keys
+            color: Theme.tertiaryText
+            font: Theme.captionFont
+            Accessible.ignored: true
+        }
+    }
+
+    ScrollArea {
         anchors.fill: parent
-        anchors.margins: 16
-        spacing: 2
+        contentHeight: root.implicitHeight
+        interactive: contentHeight > height
 
-        Repeater {
-            model: root.model
+        ColumnLayout {
+            id: content
 
-            Item {
-                id: entry
+            x: 16
+            y: 16
+            width: root.width - 2 * x
+            spacing: 2
 
-                required property int index
-                required property string title
-                required property string shortcut
-                required property bool isSeparator
-                required property bool isHeader
-                required property bool isActionable
+            Repeater {
+                model: root.model
 
-                Layout.fillWidth: true
-                implicitHeight: isSeparator ? 13 : isHeader ? 44 : 32
+                FocusScope {
+                    id: entry
 
-                Rectangle {
-                    visible: entry.isSeparator
-                    anchors.verticalCenter: parent.verticalCenter
-                    width: parent.width
-                    height: 1
-                    color: Theme.borderSlate
-                }
-                BrandHorizontalLockupView {
-                    visible: entry.isHeader
-                    x: 20
-                    height: 24
-                    anchors.verticalCenter: parent.verticalCenter
-                }
-                ListRow {
-                    anchors.fill: parent
-                    visible: entry.isActionable
-                    text: entry.title
-                    onClicked: root.model.trigger(entry.index)
+                    required property int index
+                    required property string title
+                    required property string emoji
+                    required property string words
+                    required property string shortcut
+                    required property string keySequence
+                    required property bool isSeparator
+                    required property bool isHeader
+                    required property bool isActionable
 
-                    contentItem: RowLayout {
-                        Label {
-                            Layout.fillWidth: true
-                            text: entry.title
-                            elide: Text.ElideRight
-                            wrapMode: Text.NoWrap
-                        }
-                        Label {
-                            visible: text !== ""
-                            text: entry.shortcut
-                            color: Theme.tertiaryText
-                            font: Theme.captionFont
+                    Layout.fillWidth: true
+                    implicitHeight: isSeparator ? 13 : isHeader ? 44 : 32
+                    focus: index === root.model.currentRow
+                    onActiveFocusChanged: {
+                        if (activeFocus)
+                            root.model.currentRow = index;
+                    }
+                    Keys.onUpPressed: root.model.moveCurrentRow(-1)
+                    Keys.onDownPressed: root.model.moveCurrentRow(1)
+
+                    Rectangle {
+                        visible: entry.isSeparator
+                        anchors.verticalCenter: parent.verticalCenter
+                        width: parent.width
+                        height: 1
+                        color: Theme.borderSlate
+                        Accessible.role: Accessible.Separator
+                    }
+                    BrandHorizontalLockupView {
+                        visible: entry.isHeader
+                        x: 20
+                        height: 24
+                        anchors.verticalCenter: parent.verticalCenter
+                    }
+                    ListRow {
+                        anchors.fill: parent
+                        visible: entry.isActionable
+                        focus: true
+                        focusPolicy: Qt.StrongFocus
+                        showsFocus: activeFocus
+                        text: Theme.oneLine(entry.title)
+                        Accessible.role: Accessible.MenuItem
+                        Accessible.description: entry.shortcut
+                        Keys.onReturnPressed: event => event.isAutoRepeat || root.model.trigger(entry.index)
+                        Keys.onEnterPressed: event => event.isAutoRepeat || root.model.trigger(entry.index)
+                        onClicked: root.model.trigger(entry.index)
+
+                        contentItem: EntryTitle {
+                            emoji: entry.emoji
+                            words: entry.words
+                            keys: entry.shortcut
+                            color: Theme.text
                         }
                     }
-                }
-                Label {
-                    visible: !entry.isActionable && !entry.isSeparator && !entry.isHeader
-                    anchors.fill: parent
-                    anchors.leftMargin: 20
-                    anchors.rightMargin: 20
-                    verticalAlignment: Text.AlignVCenter
-                    text: entry.title
-                    color: Theme.secondaryText
-                    elide: Text.ElideRight
-                    wrapMode: Text.NoWrap
+                    EntryTitle {
+                        visible: !entry.isActionable && !entry.isSeparator && !entry.isHeader
+                        anchors.fill: parent
+                        anchors.leftMargin: 20
+                        anchors.rightMargin: 20
+                        emoji: entry.emoji
+                        words: entry.words
+                        color: Theme.secondaryText
+                        Accessible.role: Accessible.StaticText
+                        Accessible.name: Theme.oneLine(entry.title)
+                    }
+                    Shortcut {
+                        sequence: entry.keySequence
+                        enabled: entry.isActionable && entry.keySequence !== ""
+                        autoRepeat: false
+                        onActivated: root.model.trigger(entry.index)
+                    }
                 }
             }
         }

@@ -2,14 +2,17 @@
 
 #include "app/menu/MenuRenderer.h"
 #include "app/menu/TrayStatusItem.h"
+#include "app/views/FittedView.h"
 #include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
+#include "brand/ShownText.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QCoreApplication>
-#include <QQuickView>
 #include <QTimer>
 
+#include <algorithm>
+#include <cstdlib>
 #include <utility>
 #include <xcb/xcb.h>
 
@@ -20,9 +23,9 @@ namespace {
 constexpr std::uint8_t sentByClient = 0x80;
 
 /// Notices whether somebody did something in it.
-class StatusView final : public QQuickView {
+class StatusView final : public FittedView {
 public:
-    using QQuickView::QQuickView;
+    using FittedView::FittedView;
 
     bool isUsed = false;
 
@@ -30,7 +33,7 @@ protected:
     bool event(QEvent* event) override
     {
         isUsed = isUsed || event->type() == QEvent::MouseButtonPress || event->type() == QEvent::KeyPress;
-        return QQuickView::event(event);
+        return FittedView::event(event);
     }
 };
 
@@ -40,13 +43,15 @@ public:
     StatusWindow(MenuBarController& menuBar, const CaptureCoordinator& coordinator, std::shared_ptr<platform::WindowActivation> activation)
         : model_(menuBar, coordinator)
         , activation_(std::move(activation))
-        , view_(&quickEngine(), nullptr)
+        , view_(quickEngine())
     {
+        view_.setFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint
+            | Qt::WindowCloseButtonHint);
         view_.setTitle(QStringLiteral("Velmora"));
         view_.setColor(QColor{0x0F, 0x17, 0x2A});
-        view_.setResizeMode(QQuickView::SizeViewToRootObject);
         view_.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
         view_.setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/StatusView.qml")});
+        view_.takeSizeOfContents();
         QCoreApplication::instance()->installNativeEventFilter(this);
     }
 
@@ -56,7 +61,7 @@ public:
         view_.isUsed = std::exchange(wasShown_, true);
         model_.update();
         if (!view_.isVisible())
-            centre(view_, *activation_);
+            fitAndCentre(view_, *activation_);
         view_.show();
         view_.raise();
         activation_->activate(view_.winId());
@@ -97,6 +102,8 @@ StatusModel::StatusModel(MenuBarController& menuBar, const CaptureCoordinator& c
 
 void StatusModel::update()
 {
+    const auto current =
+        currentRow_ < rowCount() ? std::optional{items_[static_cast<std::size_t>(std::max(currentRow_, 0))]} : std::nullopt;
     beginResetModel();
     items_.clear();
     for (auto& item : menuBar_.menuNeedsUpdate()) {
@@ -107,7 +114,49 @@ void StatusModel::update()
         for (auto& entry : entries)
             items_.push_back(std::move(entry));
     }
+    const int before = std::exchange(currentRow_, rowLike(current));
     endResetModel();
+    if (currentRow_ != before)
+        emit currentRowChanged();
+}
+
+int StatusModel::rowLike(const std::optional<MenuItem>& wanted) const
+{
+    int same = -1;
+    int nearest = -1;
+    const auto isNearer = [this](int row, int than) { return than < 0 || std::abs(row - currentRow_) < std::abs(than - currentRow_); };
+    for (int row = 0; row < rowCount(); ++row) {
+        if (!isActionable(row))
+            continue;
+        const auto& item = items_[static_cast<std::size_t>(row)];
+        if (wanted && item.action == wanted->action && item.representedFile == wanted->representedFile && isNearer(row, same))
+            same = row;
+        if (isNearer(row, nearest))
+            nearest = row;
+    }
+    return same >= 0 ? same : nearest;
+}
+
+bool StatusModel::isActionable(int row) const
+{
+    const auto& item = items_[static_cast<std::size_t>(row)];
+    return item.isEnabled && item.action != MenuAction::none;
+}
+
+void StatusModel::setCurrentRow(int row)
+{
+    if (row == currentRow_ || row < 0 || row >= rowCount() || !isActionable(row))
+        return;
+    currentRow_ = row;
+    emit currentRowChanged();
+}
+
+void StatusModel::moveCurrentRow(int step)
+{
+    for (int row = currentRow_ + step; row >= 0 && row < rowCount(); row += step) {
+        if (isActionable(row))
+            return setCurrentRow(row);
+    }
 }
 
 void StatusModel::trigger(int row)
@@ -131,6 +180,15 @@ QVariant StatusModel::data(const QModelIndex& index, int role) const
     switch (role) {
     case Title:
         return QString::fromStdString(item.title);
+    case Emoji:
+        return leadingEmoji(QString::fromStdString(item.title));
+    case Words: {
+        const auto title = QString::fromStdString(item.title);
+        const auto emoji = leadingEmoji(title);
+        return emoji.isEmpty() ? title : title.mid(emoji.size()).trimmed();
+    }
+    case KeySequence:
+        return item.keyEquivalent ? keySequence(*item.keyEquivalent).toString(QKeySequence::PortableText) : QString{};
     case Shortcut:
         return item.keyEquivalent ? keyEquivalentText(*item.keyEquivalent) : QString{};
     case IsSeparator:
@@ -138,7 +196,7 @@ QVariant StatusModel::data(const QModelIndex& index, int role) const
     case IsHeader:
         return item.kind == MenuItem::Kind::header;
     case IsActionable:
-        return item.isEnabled && item.action != MenuAction::none;
+        return isActionable(index.row());
     default:
         return {};
     }
@@ -146,7 +204,8 @@ QVariant StatusModel::data(const QModelIndex& index, int role) const
 
 QHash<int, QByteArray> StatusModel::roleNames() const
 {
-    return {{Title, "title"}, {Shortcut, "shortcut"}, {IsSeparator, "isSeparator"}, {IsHeader, "isHeader"}, {IsActionable, "isActionable"}};
+    return {{Title, "title"}, {Emoji, "emoji"}, {Words, "words"}, {Shortcut, "shortcut"}, {KeySequence, "keySequence"},
+        {IsSeparator, "isSeparator"}, {IsHeader, "isHeader"}, {IsActionable, "isActionable"}};
 }
 
 std::shared_ptr<ApplicationWindow> makeStatusWindow(

@@ -9,6 +9,7 @@
 #include <QtQmlIntegration>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace velmora {
@@ -18,9 +19,11 @@ class StatusModel final : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("made by the program")
+    Q_PROPERTY(int currentRow READ currentRow WRITE setCurrentRow NOTIFY currentRowChanged)
 
 public:
-    enum Role { Title = Qt::UserRole, Shortcut, IsSeparator, IsHeader, IsActionable };
+    /// A title's words are what follows the symbol that it begins with, where that wants to be a coloured picture.
+    enum Role { Title = Qt::UserRole, Emoji, Words, Shortcut, KeySequence, IsSeparator, IsHeader, IsActionable };
 
     /// `menuBar` outlives this.
     StatusModel(MenuBarController& menuBar, const CaptureCoordinator& coordinator);
@@ -28,13 +31,25 @@ public:
     void update();
     Q_INVOKABLE void trigger(int row);
 
+    /// The command that has the keyboard: it stays the same however the menu changes, as long as it is in it.
+    [[nodiscard]] int currentRow() const { return currentRow_; }
+    void setCurrentRow(int row);
+    Q_INVOKABLE void moveCurrentRow(int step);
+
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
     [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
 
+signals:
+    void currentRowChanged();
+
 private:
+    [[nodiscard]] bool isActionable(int row) const;
+    [[nodiscard]] int rowLike(const std::optional<MenuItem>& wanted) const;
+
     MenuBarController& menuBar_;
     std::vector<MenuItem> items_;
+    int currentRow_ = 0;
 };
 
 /// Closes by itself when a tray has come, unless it was used or shown once more.

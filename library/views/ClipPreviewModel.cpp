@@ -166,6 +166,7 @@ void ClipPreviewModel::setDuration(double seconds)
 {
     totalDuration_ = seconds;
     setTrim(trimStartTime_, totalDuration_);
+    emit canTrimChanged();
     if (thumbnails_.empty())
         loadThumbnail(0);
 }
@@ -264,6 +265,7 @@ void ClipPreviewModel::fail(const QString& problem)
     problem_ = problem;
     setPlaying(false);
     emit playerChanged();
+    emit canTrimChanged();
 }
 
 void ClipPreviewModel::loadThumbnail(int number)

@@ -28,6 +28,8 @@ class ClipPreviewModel final : public QObject {
     QML_UNCREATABLE("made by the program")
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY playerChanged)
     Q_PROPERTY(QString problem READ problem NOTIFY playerChanged)
+    Q_PROPERTY(bool canPlay READ canPlay NOTIFY playerChanged)
+    Q_PROPERTY(bool canTrim READ canTrim NOTIFY canTrimChanged)
     Q_PROPERTY(bool isPlaying READ isPlaying NOTIFY isPlayingChanged)
     Q_PROPERTY(QString playSymbol READ playSymbol NOTIFY isPlayingChanged)
     Q_PROPERTY(QString playAction READ playAction NOTIFY isPlayingChanged)
@@ -75,6 +77,10 @@ public:
     [[nodiscard]] const std::filesystem::path& clipURL() const { return clipURL_; }
     [[nodiscard]] bool isLoading() const { return !player_ && problem_.isEmpty(); }
     [[nodiscard]] const QString& problem() const { return problem_; }
+    /// False once the clip is known not to play.
+    [[nodiscard]] bool canPlay() const { return problem_.isEmpty(); }
+    /// False once the clip is known not to play and what the file tells of itself cannot be read either.
+    [[nodiscard]] bool canTrim() const { return canPlay() || totalDuration_ > 0; }
     [[nodiscard]] bool isPlaying() const { return isPlaying_; }
     [[nodiscard]] QString playSymbol() const;
     [[nodiscard]] QString playAction() const;
@@ -124,6 +130,7 @@ public:
 
 signals:
     void playerChanged();
+    void canTrimChanged();
     void pictureChanged();
     void isPlayingChanged();
     void boundsChanged();

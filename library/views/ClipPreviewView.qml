@@ -12,15 +12,23 @@ Rectangle {
     color: Theme.obsidian
     focus: true
     Keys.onSpacePressed: model.togglePlaying()
-    Keys.onLeftPressed: model.stepCurrentTime(-1)
-    Keys.onRightPressed: model.stepCurrentTime(1)
+    Keys.onLeftPressed: {
+        if (model.canPlay)
+            model.stepCurrentTime(-1);
+    }
+    Keys.onRightPressed: {
+        if (model.canPlay)
+            model.stepCurrentTime(1);
+    }
 
     Shortcut {
         sequence: "I"
+        enabled: root.model.canPlay
         onActivated: root.model.setTrimStartHere()
     }
     Shortcut {
         sequence: "O"
+        enabled: root.model.canPlay
         onActivated: root.model.setTrimEndHere()
     }
     Shortcut {
@@ -33,208 +41,225 @@ Rectangle {
         live: true
     }
 
-    ColumnLayout {
+    ScrollArea {
+        id: scrolled
+
         anchors.fill: parent
-        spacing: 0
+        contentHeight: Math.max(height, content.Layout.minimumHeight)
+        interactive: contentHeight > height
 
-        Rectangle {
-            Layout.fillWidth: true
-            Layout.fillHeight: true
-            color: "black"
+        ColumnLayout {
+            id: content
 
-            PlayerPicture {
-                anchors.fill: parent
-                model: root.model
-                visible: !root.model.isLoading && root.model.problem === ""
-                Accessible.role: Accessible.Graphic
-                Accessible.name: "Clip"
-            }
+            width: scrolled.width
+            height: scrolled.contentHeight
+            spacing: 0
 
-            TapHandler {
-                onTapped: root.model.togglePlaying()
-            }
-
-            ColumnLayout {
-                anchors.centerIn: parent
-                spacing: Theme.largeGap
-                visible: root.model.isLoading
-
-                BusyIndicator {
-                    Layout.alignment: Qt.AlignHCenter
-                    running: root.model.isLoading
-                }
-                Label {
-                    text: "Loading clip..."
-                    color: Theme.secondaryText
-                }
-            }
-
-            ColumnLayout {
-                anchors.centerIn: parent
-                width: parent.width - 2 * Theme.windowMargin
-                spacing: 8
-                visible: root.model.problem !== ""
-
-                Symbol {
-                    Layout.alignment: Qt.AlignHCenter
-                    name: "exclamationmark.triangle.fill"
-                    color: Theme.tertiaryText
-                    size: 40
-                }
-                Label {
-                    Layout.fillWidth: true
-                    text: "This clip cannot be played."
-                    font: Theme.headlineFont
-                    horizontalAlignment: Text.AlignHCenter
-                }
-                Label {
-                    Layout.fillWidth: true
-                    text: root.model.problem
-                    color: Theme.secondaryText
-                    horizontalAlignment: Text.AlignHCenter
-                }
-            }
-        }
-
-        RowLayout {
-            Layout.fillWidth: true
-            Layout.topMargin: 12
-            Layout.leftMargin: Theme.windowMargin
-            Layout.rightMargin: Theme.windowMargin
-            spacing: Theme.largeGap
-
-            IconButton {
-                text: root.model.playAction
-                symbol: root.model.playSymbol
-                symbolSize: 34
-                bordered: false
-                onClicked: root.model.togglePlaying()
-            }
-            TimeLabel {
-                text: root.model.currentTimeText
-                color: Theme.secondaryText
-            }
-            PictureSlider {
+            Rectangle {
                 Layout.fillWidth: true
-                text: "Position"
-                tint: Theme.secondaryText
-                to: root.model.scrubMaximum
-                value: root.model.currentTime
-                onMoved: root.model.scrub(value)
-                onStepped: direction => root.model.stepCurrentTime(direction)
-            }
-            TimeLabel {
-                text: root.model.totalDurationText
-                color: Theme.secondaryText
-            }
-        }
+                Layout.fillHeight: true
+                Layout.minimumHeight: 160
+                color: "black"
 
-        Card {
-            Layout.fillWidth: true
-            Layout.topMargin: 12
-            Layout.leftMargin: Theme.windowMargin
-            Layout.rightMargin: Theme.windowMargin
-
-            ColumnLayout {
-                anchors.left: parent.left
-                anchors.right: parent.right
-                spacing: 6
-
-                Label {
-                    text: "Trim Clip Range"
-                    font: Theme.headlineFont
-                    Accessible.role: Accessible.Heading
-                    Accessible.name: text
-                }
-                Filmstrip {
-                    Layout.fillWidth: true
-                    Layout.preferredHeight: 34
-                    Layout.topMargin: 4
-                    Layout.bottomMargin: 2
+                PlayerPicture {
+                    anchors.fill: parent
                     model: root.model
+                    visible: !root.model.isLoading && root.model.problem === ""
+                    Accessible.role: Accessible.Graphic
+                    Accessible.name: "Clip"
                 }
-                GridLayout {
-                    columns: 2
-                    columnSpacing: Theme.largeGap
-                    rowSpacing: 4
 
-                    TimeLabel {
-                        text: root.model.startText
+                TapHandler {
+                    onTapped: root.model.togglePlaying()
+                }
+
+                ColumnLayout {
+                    anchors.centerIn: parent
+                    spacing: Theme.largeGap
+                    visible: root.model.isLoading
+
+                    BusyIndicator {
+                        Layout.alignment: Qt.AlignHCenter
+                        running: root.model.isLoading
+                    }
+                    Label {
+                        text: "Loading clip..."
                         color: Theme.secondaryText
                     }
-                    PictureSlider {
-                        Layout.fillWidth: true
-                        text: "Start"
-                        to: root.model.startMaximum
-                        value: root.model.trimStartTime
-                        onMoved: root.model.moveTrimStart(value)
-                        onStepped: direction => root.model.stepTrimStart(direction)
+                }
+
+                ColumnLayout {
+                    anchors.centerIn: parent
+                    width: parent.width - 2 * Theme.windowMargin
+                    spacing: 8
+                    visible: root.model.problem !== ""
+
+                    Symbol {
+                        Layout.alignment: Qt.AlignHCenter
+                        name: "exclamationmark.triangle.fill"
+                        color: Theme.tertiaryText
+                        size: 40
                     }
-                    TimeLabel {
-                        text: root.model.endText
+                    Label {
+                        Layout.fillWidth: true
+                        text: "This clip cannot be played."
+                        font: Theme.headlineFont
+                        horizontalAlignment: Text.AlignHCenter
+                    }
+                    Label {
+                        Layout.fillWidth: true
+                        text: Theme.paragraphs(root.model.problem)
                         color: Theme.secondaryText
+                        maximumLineCount: 4
+                        elide: Text.ElideRight
+                        horizontalAlignment: Text.AlignHCenter
                     }
-                    PictureSlider {
-                        Layout.fillWidth: true
-                        text: "End"
-                        from: root.model.endMinimum
-                        to: root.model.endMaximum
-                        value: root.model.trimEndTime
-                        onMoved: root.model.moveTrimEnd(value)
-                        onStepped: direction => root.model.stepTrimEnd(direction)
-                    }
+                }
+            }
+
+            RowLayout {
+                Layout.fillWidth: true
+                Layout.topMargin: 12
+                Layout.leftMargin: Theme.windowMargin
+                Layout.rightMargin: Theme.windowMargin
+                spacing: Theme.largeGap
+
+                IconButton {
+                    text: root.model.playAction
+                    symbol: root.model.playSymbol
+                    symbolSize: 34
+                    bordered: false
+                    enabled: root.model.canPlay
+                    onClicked: root.model.togglePlaying()
                 }
                 TimeLabel {
-                    text: root.model.selectedText
+                    text: root.model.currentTimeText
+                    color: Theme.secondaryText
+                }
+                PictureSlider {
+                    Layout.fillWidth: true
+                    text: "Position"
+                    enabled: root.model.canPlay
+                    tint: Theme.secondaryText
+                    to: root.model.scrubMaximum
+                    value: root.model.currentTime
+                    onMoved: root.model.scrub(value)
+                    onStepped: direction => root.model.stepCurrentTime(direction)
+                }
+                TimeLabel {
+                    text: root.model.totalDurationText
                     color: Theme.secondaryText
                 }
             }
-        }
 
-        RowLayout {
-            Layout.fillWidth: true
-            Layout.topMargin: 12
-            Layout.leftMargin: Theme.windowMargin
-            Layout.rightMargin: Theme.windowMargin
-            spacing: 8
+            Card {
+                Layout.fillWidth: true
+                Layout.topMargin: 12
+                Layout.leftMargin: Theme.windowMargin
+                Layout.rightMargin: Theme.windowMargin
 
-            TextButton {
-                text: "Save Trimmed Clip"
-                prominent: true
-                enabled: !root.model.isExportingTrim
-                onClicked: root.model.saveTrimmedClip()
-            }
-            IconButton {
-                id: share
+                ColumnLayout {
+                    anchors.left: parent.left
+                    anchors.right: parent.right
+                    spacing: 6
 
-                text: "Share"
-                symbol: "square.and.arrow.up"
-                onClicked: {
-                    const corner = share.mapToGlobal(0, share.height + 4);
-                    root.model.share(corner.x, corner.y);
+                    Label {
+                        text: "Trim Clip Range"
+                        font: Theme.headlineFont
+                        Accessible.role: Accessible.Heading
+                        Accessible.name: text
+                    }
+                    Filmstrip {
+                        Layout.fillWidth: true
+                        Layout.preferredHeight: 34
+                        Layout.topMargin: 4
+                        Layout.bottomMargin: 2
+                        model: root.model
+                    }
+                    GridLayout {
+                        columns: 2
+                        columnSpacing: Theme.largeGap
+                        rowSpacing: 4
+
+                        TimeLabel {
+                            text: root.model.startText
+                            color: Theme.secondaryText
+                        }
+                        PictureSlider {
+                            Layout.fillWidth: true
+                            text: "Start"
+                            enabled: root.model.canTrim
+                            to: root.model.startMaximum
+                            value: root.model.trimStartTime
+                            onMoved: root.model.moveTrimStart(value)
+                            onStepped: direction => root.model.stepTrimStart(direction)
+                        }
+                        TimeLabel {
+                            text: root.model.endText
+                            color: Theme.secondaryText
+                        }
+                        PictureSlider {
+                            Layout.fillWidth: true
+                            text: "End"
+                            enabled: root.model.canTrim
+                            from: root.model.endMinimum
+                            to: root.model.endMaximum
+                            value: root.model.trimEndTime
+                            onMoved: root.model.moveTrimEnd(value)
+                            onStepped: direction => root.model.stepTrimEnd(direction)
+                        }
+                    }
+                    TimeLabel {
+                        text: root.model.selectedText
+                        color: Theme.secondaryText
+                    }
                 }
             }
-            IconButton {
-                text: "Reveal in Finder"
-                symbol: "folder"
-                onClicked: root.model.reveal()
-            }
-        }
 
-        Label {
-            Layout.fillWidth: true
-            Layout.preferredHeight: 18
-            Layout.topMargin: 8
-            Layout.bottomMargin: 14
-            Layout.leftMargin: Theme.windowMargin
-            Layout.rightMargin: Theme.windowMargin
-            text: root.model.trimStatusMessage
-            font: Theme.captionFont
-            color: Theme.secondaryText
-            elide: Text.ElideMiddle
-            wrapMode: Text.NoWrap
-            Accessible.role: Accessible.StatusBar
-            Accessible.name: text
+            RowLayout {
+                Layout.fillWidth: true
+                Layout.topMargin: 12
+                Layout.leftMargin: Theme.windowMargin
+                Layout.rightMargin: Theme.windowMargin
+                spacing: 8
+
+                TextButton {
+                    text: "Save Trimmed Clip"
+                    prominent: true
+                    enabled: root.model.canTrim && !root.model.isExportingTrim
+                    onClicked: root.model.saveTrimmedClip()
+                }
+                IconButton {
+                    id: share
+
+                    text: "Share"
+                    symbol: "square.and.arrow.up"
+                    onClicked: {
+                        const corner = share.mapToGlobal(0, share.height + 4);
+                        root.model.share(corner.x, corner.y);
+                    }
+                }
+                IconButton {
+                    text: "Reveal in Finder"
+                    symbol: "folder"
+                    onClicked: root.model.reveal()
+                }
+            }
+
+            LineLabel {
+                Layout.fillWidth: true
+                Layout.preferredHeight: 18
+                Layout.topMargin: 8
+                Layout.bottomMargin: 14
+                Layout.leftMargin: Theme.windowMargin
+                Layout.rightMargin: Theme.windowMargin
+                line: root.model.trimStatusMessage
+                font: Theme.captionFont
+                color: Theme.secondaryText
+                elide: Text.ElideMiddle
+                Accessible.role: Accessible.StatusBar
+                Accessible.name: text
+            }
         }
     }
 }

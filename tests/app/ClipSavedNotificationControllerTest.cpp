@@ -4,6 +4,7 @@
 #include "platform/fake/FakeDesktop.h"
 #include "platform/fake/FakeUserNotificationCenter.h"
 #include "platform/fake/ManualExecutor.h"
+#include "tests/brand/OddTexts.h"
 
 #include <gmock/gmock.h>
 
@@ -215,9 +216,24 @@ TEST_F(ClipSavedNotificationControllerTest, ANotificationWithoutAClipOrThatWasCl
 
 TEST_F(ClipSavedNotificationControllerTest, WithoutADelegateThePreviewStaysClosed)
 {
-    windows.reset();
+    const auto gone = std::exchange(windows, nullptr);
     EXPECT_TRUE(centre->respond("PREVIEW_ACTION", contentFor("/clips/a.mp4")));
     executor->runAll();
+    EXPECT_THAT(gone->previews, IsEmpty());
+    EXPECT_THAT(workspace->revealed, IsEmpty());
+    windows = gone;
+    EXPECT_TRUE(centre->respond("PREVIEW_ACTION", contentFor("/clips/b.mp4")));
+    executor->runAll();
+    EXPECT_THAT(gone->previews, ElementsAre("/clips/b.mp4")) << "what was asked for in between is not made up for";
+}
+
+TEST_F(ClipSavedNotificationControllerTest, TheNotificationSaysTheWholeNameWhateverItIs)
+{
+    for (const auto& [kind, text] : test::oddTexts()) {
+        const auto name = text.left(80).remove(QChar{0}).replace(QLatin1Char('/'), QLatin1Char('-')).toStdString() + ".mp4";
+        save(1.0, true, ("/clips/" + name).c_str());
+        EXPECT_EQ(centre->requests.back().content.body, name + " has been saved to your library.") << kind;
+    }
 }
 
 TEST_F(ClipSavedNotificationControllerTest, AControllerThatIsGoneShowsNothing)

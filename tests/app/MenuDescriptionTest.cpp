@@ -120,6 +120,7 @@ TEST(MenuDescription, OfSevenClipsTheSubmenuListsTheFiveNewest)
     EXPECT_THAT(titles(recent.submenu), ElementsAre("1.mp4 (12:34)", "2.mp4 (12:34)", "3.mp4 (12:34)", "4.mp4 (12:34)", "5.mp4 (12:34)"));
     EXPECT_EQ(recent.submenu[1].action, MenuAction::openRecentClip);
     EXPECT_EQ(recent.submenu[1].representedFile, "/clips/2.mp4");
+    EXPECT_EQ(recent.submenu[1].ending, " (12:34)");
 }
 
 TEST(MenuDescription, OfTwoClipsTheSubmenuListsBoth)

@@ -18,9 +18,9 @@ struct OddText {
 inline std::vector<OddText> oddTexts()
 {
     std::vector<OddText> texts;
-    for (const auto& [name, lineBreak] : {std::pair{"line feed", QChar{0x0A}}, {"vertical tab", QChar{0x0B}}, {"form feed", QChar{0x0C}},
-             {"carriage return", QChar{0x0D}}, {"next line", QChar{0x85}}, {"line separator", QChar{0x2028}},
-             {"paragraph separator", QChar{0x2029}}})
+    for (const auto& [name, lineBreak] :
+        {std::pair{"line feed", QChar{0x0A}}, {"vertical tab", QChar{0x0B}}, {"form feed", QChar{0x0C}}, {"carriage return", QChar{0x0D}},
+            {"next line", QChar{0x85}}, {"line separator", QChar{0x2028}}, {"paragraph separator", QChar{0x2029}}})
         texts.push_back({name, QStringLiteral("Evening") + lineBreak + QStringLiteral("News of a whole long day in the city")});
     texts.push_back({"both line breaks", QStringLiteral("Evening\r\nNews\r\n")});
     texts.push_back({"only line breaks", QString{300, QLatin1Char('\n')}});

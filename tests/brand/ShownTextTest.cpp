@@ -33,7 +33,8 @@ TEST(OneLine, EveryKindOfTextIsOneLineOfABoundedLength)
 
 TEST(OneLine, OrdinaryTextStaysAsItIs)
 {
-    for (const auto* text : {"", "Big Buck Bunny — VLC", "חדשות — نشرة", "👩‍👩‍👧‍👦 ⚠️ 1️⃣", "Tiếng Việt, हिन्दी, ไทย ที่นี้", "a  b "})
+    for (const auto* text :
+        {"", "Big Buck Bunny — VLC", "חדשות — نشرة", "👩‍👩‍👧‍👦 ⚠️ 1️⃣", "Tiếng Việt, हिन्दी, ไทย ที่นี้", "a  b "})
         EXPECT_EQ(oneLine(utf8(text)), utf8(text));
 }
 
@@ -59,7 +60,8 @@ TEST(OneLine, OfATowerOfMarksTheLowestEightStay)
 {
     const QString mark{QChar{0x0301}};
     EXPECT_EQ(oneLine(QLatin1Char('o') + mark.repeated(8)), QLatin1Char('o') + mark.repeated(8));
-    EXPECT_EQ(oneLine(QLatin1Char('o') + mark.repeated(9) + QLatin1Char('o') + mark), QLatin1Char('o') + mark.repeated(8) + QLatin1Char('o') + mark);
+    EXPECT_EQ(oneLine(QLatin1Char('o') + mark.repeated(9) + QLatin1Char('o') + mark),
+        QLatin1Char('o') + mark.repeated(8) + QLatin1Char('o') + mark);
     const QString joiner{QChar{0x200D}};
     EXPECT_EQ(oneLine(QLatin1Char('o') + (mark + joiner).repeated(20)).count(mark), 8) << "what has no width begins no new tower";
 }

@@ -196,8 +196,14 @@ TEST_F(ConfirmationTest, ASecondSaveTakesThePanelOver)
 {
     save();
     ASSERT_TRUE(isShown(hud));
+    const auto first = std::filesystem::path{program->lastSavedClip()}.filename().string();
     save();
+    const auto second = std::filesystem::path{program->lastSavedClip()}.filename().string();
+    ASSERT_NE(first, second);
     EXPECT_THAT(visibleWindows(hud), SizeIs(1));
+    ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Preview & Trim"));
+    EXPECT_TRUE(isShown("Preview & Trim — " + second));
+    EXPECT_THAT(visibleWindows("Preview & Trim — " + first), SizeIs(0));
 }
 
 TEST_F(ConfirmationTest, ThePanelsButtonsOpenThePreviewAndTheFolder)

@@ -1,8 +1,11 @@
 #include "brand/BrandColors.h"
+#include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/onboarding/OnboardingFixture.h"
 
 #include <gmock/gmock.h>
+
+#include <algorithm>
 
 namespace velmora {
 namespace {
@@ -35,6 +38,25 @@ protected:
         });
         window.expectNothingIsCutOff({24, 0, 592, 530});
         window.expectNoTextsOverlap();
+    }
+
+    /// What stands below each other, from top to bottom: symbols in brackets, and of texts those that are asked for.
+    [[nodiscard]] std::string order(const std::vector<const char*>& texts)
+    {
+        std::vector<std::pair<double, std::string>> found;
+        window.forEachVisible([&](QQuickItem& item) {
+            const auto text = item.property("text").toString().toStdString();
+            const auto middle = item.mapToScene({0, item.height() / 2}).y();
+            if (item.inherits("QQuickImage"))
+                found.emplace_back(middle, "[" + item.property("source").toString().section(QLatin1Char('/'), 3, 3).toStdString() + "]");
+            else if (item.inherits("QQuickText") && std::find(texts.begin(), texts.end(), text) != texts.end())
+                found.emplace_back(item.mapToScene({0, 0}).y(), text);
+        });
+        std::stable_sort(found.begin(), found.end(), [](const auto& left, const auto& right) { return left.first < right.first; });
+        std::string joined;
+        for (const auto& [y, what] : found)
+            joined += (joined.empty() ? "" : "|") + what;
+        return joined;
     }
 
     ViewTestWindow window{view, model, size};
@@ -190,6 +212,92 @@ TEST_F(OnboardingViewTest, NoStepHasACutOffTextOrNeedsScrolling)
     access->isGranted = true;
     appear();
     expectAllIsSeen(3);
+}
+
+TEST_F(OnboardingViewTest, TheCardsOfTheFirstStepAreInOrderEachWithItsSymbol)
+{
+    EXPECT_EQ(order({"Pick Your Video Window", "Start Recording When Ready", "Your Clip is Saved"}),
+        "Pick Your Video Window|[play.display]|Start Recording When Ready|[record.circle.fill]|Your Clip is Saved|[checkmark.circle.fill]");
+    QStringList numbers;
+    for (const auto& text : window.texts()) {
+        if (text.size() == 1)
+            numbers.append(text);
+    }
+    EXPECT_EQ(numbers, QStringList({QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")}));
+}
+
+TEST_F(OnboardingViewTest, TheBulletsOfTheSecondStepAreInOrderEachWithItsSymbol)
+{
+    show(1);
+    EXPECT_EQ(order({"Where to Find Velmora", "Look for this Orbelle icon in your menu bar!", "Using a MacBook with a notch?",
+                  "Always 1 click away", "Why no Dock icon?"}),
+        "Where to Find Velmora|Look for this Orbelle icon in your menu bar!|Using a MacBook with a notch?|[laptopcomputer]|Always 1 click "
+        "away|[cursorarrow.click]|Why no Dock icon?|[eye.slash]");
+}
+
+TEST_F(OnboardingViewTest, TheCardsOfTheThirdStepAreInOrderWithKeysAndSymbol)
+{
+    show(2);
+    EXPECT_EQ(order({"METHOD 1: Fast Keyboard Shortcut", "METHOD 2: One-Click Menu Bar (No Keys to Memorize)",
+                  "You're always in control — recording only happens when you choose to start it."}),
+        "METHOD 1: Fast Keyboard Shortcut|METHOD 2: One-Click Menu Bar (No Keys to Memorize)|[cursorarrow.rays]|You're always in control — "
+        "recording only happens when you choose to start it.");
+    const auto texts = window.texts();
+    EXPECT_LT(texts.indexOf(QString::fromUtf8("⌥")), texts.indexOf(QString::fromUtf8("⌘")));
+    EXPECT_LT(texts.indexOf(QString::fromUtf8("⌘")), texts.indexOf(QStringLiteral("C")));
+}
+
+TEST_F(OnboardingViewTest, TheFourthStepHasItsSymbolsAndItsLinesInOrder)
+{
+    withdrawPermission();
+    show(3);
+    EXPECT_EQ(order({"Permission Required by macOS", "Your Privacy is 100% Guaranteed"}),
+        "Permission Required by macOS|[lock.shield.fill]|Your Privacy is 100% Guaranteed|[shield.lefthalf.filled]");
+    qsizetype before = -1;
+    for (const auto& line : OnboardingModel::privacyLines()) {
+        const auto at = window.texts().indexOf(line.value<EmphasizedText>().styled());
+        EXPECT_GT(at, before);
+        before = at;
+    }
+    access->isGranted = true;
+    appear();
+    static_cast<void>(window.grab());
+    EXPECT_EQ(order({}), "[shield.lefthalf.filled]") << "the lock goes with the request";
+}
+
+TEST_F(OnboardingViewTest, EveryKindOfWindowsNameTakesOneLine)
+{
+    show(4);
+    chooseWindow("Film");
+    static_cast<void>(window.grab());
+    const auto buttonsPlace = [this] { return window.button(QStringLiteral("Change Window...")).mapToScene({0, 0}).y(); };
+    const double ordinary = buttonsPlace();
+    for (const auto& [kind, text] : test::oddTexts()) {
+        SCOPED_TRACE(kind);
+        content->content.windows.clear();
+        chooseWindow(text.toStdString().c_str());
+        EXPECT_FALSE(window.grab().isNull());
+        EXPECT_EQ(buttonsPlace(), ordinary);
+        window.expectNoTextsOverlap();
+    }
+}
+
+TEST_F(OnboardingViewTest, WhereTheWindowIsTooLowTheStepsScrollAndTheBarsStay)
+{
+    withdrawPermission("There is no display.");
+    ViewTestWindow low{view, model, QSize{640, 420}};
+    setReducesMotion(low.engine(), true);
+    model.setCurrentStep(3);
+    static_cast<void>(low.grab());
+    const QRectF all{0, 0, 640, 420};
+    for (const auto* text : {"← Back", "Skip Walkthrough", "Next →"}) {
+        const auto& button = low.button(QString::fromUtf8(text));
+        EXPECT_TRUE(all.contains(button.mapRectToScene({0, 0, button.width(), button.height()}))) << text;
+    }
+    auto& check = low.button(QString::fromUtf8("I've Granted It — Check Status"));
+    check.forceActiveFocus(Qt::TabFocusReason);
+    static_cast<void>(low.grab());
+    EXPECT_TRUE(QRectF(0, 53, 640, 420 - 53 - 69).contains(check.mapRectToScene({0, 0, check.width(), check.height()})));
 }
 
 TEST_F(OnboardingViewTest, TheBarBelowHasTheButtonsOfItsStep)

@@ -1,9 +1,12 @@
 #include "brand/BrandColors.h"
+#include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/settings/SettingsFixture.h"
 #include "tests/settings/SettingsViews.h"
 
 #include <gmock/gmock.h>
+
+#include <map>
 
 namespace velmora {
 namespace {
@@ -33,6 +36,70 @@ TEST_F(SettingsViewTest, SaysEverythingThatItHasToSay)
     for (const auto* text : {"Change...", "Open", "Open First-Time Walkthrough..."})
         EXPECT_TRUE(window.hasButton(QString::fromUtf8(text))) << text;
     EXPECT_TRUE(window.shows(model.savedClipsFolder()));
+}
+
+TEST_F(SettingsViewTest, TheSectionsStandBelowEachOtherAndSoDoesWhatIsInThem)
+{
+    static_cast<void>(window.grab());
+    std::map<double, QString> headings;
+    window.forEachVisible([&](QQuickItem& item) {
+        auto* accessible = QAccessible::queryAccessibleInterface(&item);
+        if (accessible && accessible->role() == QAccessible::Heading)
+            headings[item.mapToScene({0, 0}).y()] = item.property("text").toString();
+    });
+    QStringList order;
+    for (const auto& [y, text] : headings)
+        order.append(text);
+    EXPECT_EQ(order.join(QLatin1Char('|')).toStdString(),
+        "Velmora|Clips Storage|Help & Walkthrough|Keyboard & Mouse Controls|Privacy & Permissions");
+    const auto top = [this](const char* text) {
+        double y = -1;
+        window.forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText") && item.property("text").toString() == QString::fromUtf8(text))
+                y = item.mapToScene({0, 0}).y();
+        });
+        EXPECT_GE(y, 0) << text;
+        return y;
+    };
+    double before = 0;
+    for (const auto* text : {"macOS Native Instant Video Capture", "The Orbelle • Obsidian Slate & Electric Coral edition", "Clips Storage",
+             "Saved Clips Folder:", "Change...",
+             "Clips are saved locally in MP4 format with timestamps and will never overwrite existing files.", "Help & Walkthrough",
+             "Need a refresher on how Velmora works or where to find it?",
+             "Revisit the 5-step first-time walkthrough anytime to learn about the menu bar icon, keyboard shortcuts, and clipping tips.",
+             "Open First-Time Walkthrough...", "Keyboard & Mouse Controls", "Start / Stop Recording",
+             "Shortcut active and listening system-wide",
+             "💡 Prefer using your mouse? You can trigger recording directly by clicking the Orbelle icon in your top menu bar.",
+             "Privacy & Permissions",
+             "All capture and encoding is strictly 100% local on your Mac. No network calls, telemetry, or external analytics.",
+             "Screen Recording Permission:"}) {
+        EXPECT_GT(top(text), before) << text;
+        before = top(text);
+    }
+}
+
+TEST_F(SettingsViewTest, EveryKindOfFolderAndErrorIsShown)
+{
+    for (const auto& [kind, text] : test::oddTexts()) {
+        SCOPED_TRACE(kind);
+        const auto name = text.left(60).remove(QChar{0}).replace(QLatin1Char('/'), QLatin1Char('-')).toStdString();
+        fileManager->writeError = std::nullopt;
+        library->setOutputDirectory(folder.path() / name);
+        executor->runAll();
+        EXPECT_FALSE(window.grab().isNull());
+        fileManager->writeError = posixError(EACCES, text.toStdString());
+        model.chooseDestinationFolder();
+        folderChooser->answer(folder.path());
+        executor->runAll();
+        EXPECT_FALSE(window.grab().isNull());
+        window.expectNoTextsOverlap();
+        window.forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText")) {
+                EXPECT_LE(item.mapRectToScene({0, 0, item.width(), 1}).right(), 540 - 24);
+                EXPECT_LE(item.height(), 120);
+            }
+        });
+    }
 }
 
 TEST_F(SettingsViewTest, SpeaksOfTheTrayOnlyWhereThereIsOne)

@@ -1,3 +1,4 @@
+#include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/library/views/PreviewFixture.h"
 #include "tests/library/views/PreviewView.h"
@@ -228,6 +229,103 @@ TEST_F(ClipPreviewViewTest, AClipThatCannotBePlayedSaysWhyInThePicturesPlace)
     EXPECT_TRUE(window->shows(QStringLiteral("This clip cannot be played.")));
     EXPECT_TRUE(window->shows(QStringLiteral("unrecognized file format")));
     EXPECT_FALSE(window->shows(QStringLiteral("Loading clip...")));
+}
+
+TEST_F(ClipPreviewViewTest, TheSectionsStandBelowEachOtherUnderTheirTitle)
+{
+    appear();
+    model->saveTrimmedClip();
+    static_cast<void>(window->grab());
+    const auto top = [this](const QQuickItem& item) { return item.mapToScene({0, 0}).y(); };
+    QQuickItem* title = nullptr;
+    QQuickItem* message = nullptr;
+    window->forEachVisible([&](QQuickItem& item) {
+        if (item.property("text").toString() == QStringLiteral("Trim Clip Range"))
+            title = &item;
+        if (item.property("text").toString() == QStringLiteral("Exporting trimmed clip..."))
+            message = &item;
+    });
+    ASSERT_TRUE(title && message);
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(title)->role(), QAccessible::Heading);
+    EXPECT_LT(top(slider("Position")), top(*title));
+    EXPECT_LT(top(*title), top(slider("Start")));
+    EXPECT_LT(top(slider("Start")), top(slider("End")));
+    EXPECT_LT(top(slider("End")), top(window->button(QStringLiteral("Save Trimmed Clip"))));
+    EXPECT_LT(top(window->button(QStringLiteral("Save Trimmed Clip"))), top(*message));
+    for (const auto& [name, symbol] :
+        {std::pair{"Play", "play.circle.fill"}, std::pair{"Share", "square.and.arrow.up"}, std::pair{"Reveal in Finder", "folder"}})
+        EXPECT_EQ(window->button(QLatin1String(name)).property("symbol").toString(), QLatin1String(symbol));
+}
+
+TEST_F(ClipPreviewViewTest, AFileThatCannotBeReadDisablesWhatCannotWork)
+{
+    assetReader->durations.clear();
+    appear();
+    const auto isEnabled = [this](const char* name) { return window->button(QLatin1String(name)).isEnabled(); };
+    EXPECT_TRUE(isEnabled("Play") && isEnabled("Save Trimmed Clip")) << "nobody has said yet that it cannot be played";
+    player().fail({"mpv", -17, "unrecognized file format", nullptr});
+    for (const auto* name : {"Position", "Start", "End"})
+        EXPECT_FALSE(slider(name).isEnabled()) << name;
+    EXPECT_FALSE(isEnabled("Play"));
+    EXPECT_FALSE(isEnabled("Save Trimmed Clip"));
+    EXPECT_TRUE(isEnabled("Share"));
+    EXPECT_TRUE(isEnabled("Reveal in Finder"));
+    const auto start = model->trimStartTime();
+    window->type(Qt::Key_Right);
+    window->type(Qt::Key_I, QStringLiteral("i"));
+    window->type(Qt::Key_Space, QStringLiteral(" "));
+    EXPECT_EQ(model->currentTime(), 0);
+    EXPECT_EQ(model->trimStartTime(), start);
+    EXPECT_FALSE(player().isPlaying);
+}
+
+TEST_F(ClipPreviewViewTest, WithoutAPlayerAClipCanStillBeCutDown)
+{
+    players->createError = Error{"Velmora.Modules", 2, "The player is not installed.", nullptr};
+    appear();
+    EXPECT_FALSE(window->button(QStringLiteral("Play")).isEnabled());
+    EXPECT_FALSE(slider("Position").isEnabled());
+    EXPECT_TRUE(slider("Start").isEnabled());
+    EXPECT_TRUE(slider("End").isEnabled());
+    pressAt("Start", 0.5);
+    window->press(QStringLiteral("Save Trimmed Clip"));
+    EXPECT_NEAR(session().range->start.seconds(), 5, 0.1);
+}
+
+TEST_F(ClipPreviewViewTest, EveryKindOfMessageStaysInItsPlace)
+{
+    appear();
+    player().fail({"mpv", -17, "unrecognized file format", nullptr});
+    for (const auto& [kind, text] : test::oddTexts()) {
+        SCOPED_TRACE(kind);
+        model->saveTrimmedClip();
+        session().fail({"Velmora.MP4", 5, text.toStdString(), nullptr});
+        executor->runAll();
+        player().fail({"mpv", -17, text.toStdString(), nullptr});
+        EXPECT_FALSE(window->grab().isNull());
+        window->expectNoTextsOverlap();
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText")) {
+                EXPECT_TRUE(QRectF(0, 0, 680, 600).contains(item.mapRectToScene({0, 0, item.width(), item.height()})));
+            }
+        });
+    }
+}
+
+TEST_F(ClipPreviewViewTest, WhereTheWindowIsTooLowItScrollsToTheControlThatHasTheKeyboard)
+{
+    window.emplace(test::clipPreviewView, *model, QSize{680, 300});
+    appear();
+    static_cast<void>(window->grab());
+    auto& save = window->button(QStringLiteral("Save Trimmed Clip"));
+    save.forceActiveFocus(Qt::TabFocusReason);
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(QRectF(0, 0, 680, 300).contains(save.mapRectToScene({0, 0, save.width(), save.height()})));
+    window->expectNoTextsOverlap();
+    auto& play = window->button(QStringLiteral("Play"));
+    play.forceActiveFocus(Qt::TabFocusReason);
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(QRectF(0, 0, 680, 300).contains(play.mapRectToScene({0, 0, play.width(), play.height()})));
 }
 
 TEST_F(ClipPreviewViewTest, ShareOpensItsMenuBelowItsButton)

@@ -1,0 +1,41 @@
+// A window of a given size, as far as the screen has room for it.
+#pragma once
+
+#include <QQuickView>
+
+namespace velmora {
+
+/// What the desktop's panels leave free of the screen, in points.
+[[nodiscard]] QSize workAreaSize(const QScreen& screen);
+
+/// `given`; in the direction in which it does not fit into the work area with its frame around it, what does.
+[[nodiscard]] QSize fittingSize(const QSize& given, const QSize& workArea, const QMargins& frame);
+
+class FittedView : public QQuickView {
+    Q_OBJECT
+
+public:
+    explicit FittedView(QQmlEngine& engine);
+
+    /// The size that the window has, or where it is resizable, the least one. Its contents scroll where it is smaller than that.
+    void setGivenSize(const QSize& size, bool isResizable);
+
+    /// Where the desktop tells more of it than Qt does, in points.
+    void setWorkArea(const QSize& size);
+
+    /// The same with a fixed size: that of the view that it shows, also when that changes.
+    void takeSizeOfContents();
+
+protected:
+    void exposeEvent(QExposeEvent* event) override;
+
+private:
+    void fit();
+
+    QSize workArea_;
+    QSize given_;
+    QSize fitted_;
+    bool isResizable_ = false;
+};
+
+}  // namespace velmora

@@ -1,0 +1,185 @@
+#include "app/menu/MenuLook.h"
+
+#include "app/menu/MenuRenderer.h"
+#include "brand/BrandColors.h"
+#include "tests/brand/OddTexts.h"
+#include "tests/brand/QuickTestWindow.h"
+
+#include <QAccessible>
+#include <QAction>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace velmora {
+namespace {
+
+const CapturedWindowInfo film{.id = 7, .title = "Film", .appName = "Player", .bundleID = "player", .frame = {}, .isOnScreen = true};
+
+struct Menu {
+    explicit Menu(const std::optional<CapturedWindowInfo>& window, const std::vector<ClipItem>& clips = {})
+    {
+        renderMenu(menu, describeMenu({CaptureState{CaptureState::WaitingForWindowSelection{}}, window, clips}), LabelSyntax::widget, [](const MenuItem&) { });
+        menu.ensurePolished();
+        menu.resize(menu.sizeHint());
+    }
+
+    [[nodiscard]] QAction& action(const char* title) const
+    {
+        for (auto* candidate : menu.actions()) {
+            if (candidate->text().contains(QString::fromUtf8(title)))
+                return *candidate;
+        }
+        throw std::runtime_error(std::string{"no item "} + title);
+    }
+    [[nodiscard]] QImage row(const QAction& action)
+    {
+        return menu.grab(menu.actionGeometry(const_cast<QAction*>(&action))).toImage();
+    }
+
+    QGuiApplication& application = test::application();
+    StyledMenu menu;
+};
+
+template <typename Rule>
+int count(const QImage& image, Rule rule)
+{
+    int found = 0;
+    for (int row = 0; row < image.height(); ++row)
+        for (int column = 0; column < image.width(); ++column)
+            found += rule(image.pixelColor(column, row)) ? 1 : 0;
+    return found;
+}
+
+int brightest(const QImage& image)
+{
+    int found = 0;
+    for (int row = 0; row < image.height(); ++row)
+        for (int column = 0; column < image.width(); ++column)
+            found = std::max(found, image.pixelColor(column, row).lightness());
+    return found;
+}
+
+std::vector<ClipItem> oneClip(const std::string& name)
+{
+    ClipItem clip;
+    clip.url = "/clips/" + name;
+    clip.duration = 754;
+    return {clip};
+}
+
+TEST(MenuLook, TheHeaderIsBoldThirteenPixelsHighAndInTheColourOfLabels)
+{
+    Menu menu{film};
+    auto& header = *menu.menu.actions().front();
+    EXPECT_EQ(header.text(), QStringLiteral(" Velmora"));
+    EXPECT_TRUE(header.font().bold());
+    EXPECT_EQ(header.font().pixelSize(), 13);
+    EXPECT_FALSE(header.isEnabled()) << "it cannot be selected";
+    EXPECT_GT(brightest(menu.row(header)), 240);
+    const auto isCoral = [](const QColor& color) { return color.red() > 230 && color.green() < 90 && color.blue() < 90; };
+    EXPECT_GT(count(menu.row(header), isCoral), 20) << "its mark";
+    EXPECT_LT(brightest(menu.row(menu.action("Target"))), 200) << "what cannot be chosen is quieter";
+    EXPECT_GT(brightest(menu.row(menu.action("Settings"))), 240);
+}
+
+TEST(MenuLook, TheWarningSignIsAColouredPictureAsTheOtherSymbolsAre)
+{
+    Menu menu{std::nullopt};
+    const auto isAmber = [](const QColor& color) { return color.red() > 180 && color.green() > 120 && color.blue() < 100; };
+    EXPECT_GT(count(menu.row(menu.action("No Video Window")), isAmber), 20);
+}
+
+TEST(MenuLook, TheSelectedItemIsCoralAndItsTextWhite)
+{
+    Menu menu{film};
+    auto& settings = menu.action("Settings");
+    menu.menu.setActiveAction(&settings);
+    const auto row = menu.row(settings);
+    EXPECT_EQ(row.pixelColor(row.width() / 2, 4), BrandColors::coral);
+    EXPECT_EQ(brightest(row), 255);
+    EXPECT_NE(menu.row(menu.action("Quit")).pixelColor(row.width() / 2, 4), BrandColors::coral);
+}
+
+TEST(MenuLook, ALongTitleIsElidedAndTheKeysStayInTheMenu)
+{
+    Menu ordinary{film};
+    auto chosen = film;
+    chosen.title = std::string(100'000, 'W');
+    Menu menu{chosen, oneClip(std::string(240, 'W') + ".mp4")};
+    EXPECT_LE(menu.menu.width(), 640);
+    EXPECT_GE(menu.menu.width(), ordinary.menu.width());
+    const auto keysAtTheRight = [](Menu& shown) {
+        auto row = shown.row(shown.action("Quit"));
+        return row.copy(row.width() - 130, 0, 130, row.height());
+    };
+    EXPECT_EQ(keysAtTheRight(menu), keysAtTheRight(ordinary));
+    auto* recent = menu.action("Recent Clips").menu();
+    ASSERT_TRUE(recent);
+    EXPECT_LE(recent->sizeHint().width(), 640);
+    const auto* entry = recent->actions().front();
+    EXPECT_TRUE(entry->text().endsWith(QStringLiteral(".mp4 (12:34)"))) << "assistive technology reads all of it";
+}
+
+TEST(MenuLook, EveryKindOfTitleIsOneRowAsHighAsTheOthers)
+{
+    Menu ordinary{film, oneClip("a.mp4")};
+    for (const auto& [kind, text] : test::oddTexts()) {
+        SCOPED_TRACE(kind);
+        auto chosen = film;
+        chosen.title = text.toStdString();
+        chosen.appName = text.toStdString();
+        Menu menu{chosen, oneClip(text.left(80).toStdString())};
+        EXPECT_EQ(menu.menu.height(), ordinary.menu.height());
+        EXPECT_LE(menu.menu.width(), 640);
+        EXPECT_FALSE(menu.menu.grab().isNull());
+        auto* recent = menu.action("Recent Clips").menu();
+        EXPECT_EQ(recent->sizeHint().height(), ordinary.action("Recent Clips").menu()->sizeHint().height());
+        EXPECT_FALSE(recent->grab().isNull());
+        // The row of the title paints into no other row.
+        auto quiet = menu.row(menu.action("Settings"));
+        auto expected = ordinary.row(ordinary.action("Settings"));
+        const auto width = std::min(quiet.width(), expected.width()) / 2;
+        EXPECT_EQ(quiet.copy(0, 0, width, quiet.height()), expected.copy(0, 0, width, expected.height()));
+    }
+}
+
+TEST(MenuLook, ALabelOnTheBusHasEightyCharactersAndKeepsTheDuration)
+{
+    test::application();
+    auto chosen = film;
+    chosen.title = std::string(300, 'W');
+    QMenu menu;
+    renderMenu(menu, describeMenu({CaptureState{CaptureState::WaitingForWindowSelection{}}, chosen, oneClip(std::string(240, '_') + ".mp4")}),
+        LabelSyntax::dbusmenu, [](const MenuItem&) { });
+    const auto& items = menu.actions();
+    const auto target = items[2]->text();
+    EXPECT_EQ(target.toUcs4().size(), 80);
+    EXPECT_TRUE(target.startsWith(QString::fromUtf8("📺 Target: Player — W")));
+    EXPECT_TRUE(target.endsWith(QChar{0x2026})) << target.toStdString();
+    for (auto* item : items) {
+        if (!item->menu())
+            continue;
+        auto label = item->menu()->actions().front()->text();
+        EXPECT_TRUE(label.endsWith(QStringLiteral(" (12:34)"))) << label.toStdString();
+        EXPECT_EQ(label.replace(QStringLiteral("__"), QStringLiteral("_")).size(), 80) << "as it is shown";
+    }
+    for (auto* item : items)
+        EXPECT_LE(item->text().toUcs4().size(), 80) << item->text().toStdString();
+}
+
+TEST(MenuLook, EveryKindOfTitleIsOneLineOnTheBusToo)
+{
+    for (const auto& [kind, text] : test::oddTexts()) {
+        const auto label = escapedLabel(text.toStdString(), LabelSyntax::dbusmenu);
+        for (const auto character : label) {
+            EXPECT_NE(character.category(), QChar::Other_Control) << kind;
+            EXPECT_NE(character.category(), QChar::Separator_Line) << kind;
+            EXPECT_NE(character.category(), QChar::Separator_Paragraph) << kind;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,35 @@
+#include "app/menu/TrayStatusItem.h"
+
+#include "brand/BrandAssets.h"
+#include "tests/brand/QuickTestWindow.h"
+
+#include <QMenu>
+
+#include <gtest/gtest.h>
+
+namespace velmora {
+namespace {
+
+struct UntoldAppearance final : platform::TrayAppearance {
+    [[nodiscard]] std::optional<platform::ItemColor> itemColor() override { return std::nullopt; }
+};
+
+TEST(TrayStatusItem, AssistiveTechnologyReadsTheImagesDescriptionOfItsMenu)
+{
+    auto& application = static_cast<QApplication&>(test::application());
+    const auto item = makeTrayStatusItem(std::make_shared<UntoldAppearance>());
+    item->setMenuDelegate({.menuNeedsUpdate = [] { return std::vector<MenuItem>{MenuItem{}}; }, .menuItemTriggered = {}});
+    auto image = BrandAssets::menuBarImage(CaptureState{CaptureState::WaitingForWindowSelection{}});
+    for (const auto* description : {"Velmora", "Another"}) {
+        image.accessibleDescription = QLatin1String(description);
+        item->setImage(image);
+        item->popUpMenu();
+        auto* menu = application.activePopupWidget();
+        ASSERT_TRUE(menu);
+        EXPECT_EQ(QAccessible::queryAccessibleInterface(menu)->text(QAccessible::Name), QLatin1String(description));
+        menu->close();
+    }
+}
+
+}  // namespace
+}  // namespace velmora

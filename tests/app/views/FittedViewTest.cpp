@@ -1,0 +1,88 @@
+#include "app/views/FittedView.h"
+
+#include "tests/brand/QuickTestWindow.h"
+
+#include <QQmlComponent>
+
+#include <gtest/gtest.h>
+
+namespace velmora {
+namespace {
+
+TEST(FittingSize, IsTheGivenOneWhereItFitsAndElseWhatThereIsRoomFor)
+{
+    // 1366 x 768 pixels with one and a half a point, and a panel of 24 points.
+    const QSize small{910, 488};
+    const QMargins frame{1, 28, 1, 1};
+    EXPECT_EQ(fittingSize({560, 400}, small, frame), QSize(560, 400));
+    EXPECT_EQ(fittingSize({680, 600}, small, frame), QSize(680, 488 - 29)) << "the other direction stays";
+    EXPECT_EQ(fittingSize({640, 530}, small, {}), QSize(640, 488));
+    EXPECT_EQ(fittingSize({1000, 300}, small, frame), QSize(908, 300));
+    EXPECT_EQ(fittingSize({680, 600}, {1366, 740}, frame), QSize(680, 600));
+}
+
+class FittedViewTest : public testing::Test {
+protected:
+    void load(const char* qml)
+    {
+        component.setData(QByteArray{"import QtQuick\n"} + qml, {});
+        root = qobject_cast<QQuickItem*>(component.create());
+        ASSERT_TRUE(root) << component.errorString().toStdString();
+        view.setContent({}, &component, root);
+    }
+
+    QGuiApplication& application = test::application();
+    QQmlEngine engine;
+    QQmlComponent component{&engine};
+    FittedView view{engine};
+    QQuickItem* root = nullptr;
+};
+
+TEST_F(FittedViewTest, AFixedWindowHasTheGivenSizeAndNoOther)
+{
+    view.setGivenSize({640, 530}, false);
+    EXPECT_EQ(view.size(), QSize(640, 530));
+    EXPECT_EQ(view.minimumSize(), view.maximumSize());
+    EXPECT_EQ(view.minimumSize(), QSize(640, 530));
+}
+
+TEST_F(FittedViewTest, AResizableWindowHasTheGivenSizeAtLeast)
+{
+    view.setGivenSize({680, 600}, true);
+    EXPECT_EQ(view.size(), QSize(680, 600));
+    EXPECT_EQ(view.minimumSize(), QSize(680, 600));
+    EXPECT_GT(view.maximumSize().width(), 10'000);
+    view.resize(700, 650);
+    view.show();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(view.size(), QSize(700, 650)) << "a person's own size stays";
+}
+
+TEST_F(FittedViewTest, OnAScreenThatIsTooSmallItHasTheWorkAreasSize)
+{
+    const auto area = workAreaSize(*view.screen());
+    for (const bool isResizable : {false, true}) {
+        FittedView large{engine};
+        large.setGivenSize({area.width() + 100, area.height() + 100}, isResizable);
+        large.show();
+        QCoreApplication::processEvents();
+        const auto frame = large.frameMargins();
+        EXPECT_EQ(large.size(), area.shrunkBy(frame));
+        EXPECT_EQ(large.minimumSize(), large.size());
+    }
+}
+
+TEST_F(FittedViewTest, AFixedWindowFollowsTheSizeOfItsContents)
+{
+    load("Rectangle { implicitWidth: 300; implicitHeight: 200 }");
+    view.takeSizeOfContents();
+    EXPECT_EQ(view.size(), QSize(300, 200));
+    EXPECT_EQ(view.maximumSize(), QSize(300, 200));
+    root->setImplicitHeight(260);
+    EXPECT_EQ(view.size(), QSize(300, 260));
+    EXPECT_EQ(view.minimumSize(), QSize(300, 260));
+    EXPECT_EQ(view.maximumSize(), QSize(300, 260));
+}
+
+}  // namespace
+}  // namespace velmora

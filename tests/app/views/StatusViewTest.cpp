@@ -1,0 +1,306 @@
+#include "app/views/StatusWindow.h"
+
+#include "tests/app/views/AppViews.h"
+#include "tests/brand/OddTexts.h"
+#include "tests/brand/ViewTestWindow.h"
+#include "tests/support/CoordinatorFixture.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <optional>
+
+namespace velmora {
+namespace {
+
+using test::ViewTestWindow;
+using ::testing::ElementsAre;
+
+const CapturedWindowInfo film{
+    .id = 7, .title = "Film", .appName = "Player", .bundleID = "player", .frame = {0, 0, 640, 480}, .isOnScreen = true};
+
+struct NoStatusItem final : StatusItem {
+    void setToolTip(const std::string&) override { }
+    void setMenuDelegate(MenuDelegate) override { }
+    void setImage(const MenuBarImage&) override { }
+    void popUpMenu() override { }
+};
+
+struct LoggedPresenter final : WindowPresenting {
+    void presentOnboarding() override { log.emplace_back("walkthrough"); }
+    void presentWindowPicker() override { log.emplace_back("picker"); }
+    void presentClipPreview(const std::filesystem::path& clip) override { log.push_back("preview " + clip.filename().string()); }
+    void presentSettings() override { log.emplace_back("settings"); }
+
+    std::vector<std::string> log;
+};
+
+struct LoggedAlerts final : AlertPresenter {
+    void present(Alert alert, UniqueFunction<void(std::size_t)>) override { messages.push_back(alert.messageText); }
+
+    std::vector<std::string> messages;
+};
+
+class StatusViewTest : public testing::Test, protected test::CoordinatorFixture {
+protected:
+    void show()
+    {
+        window.emplace(test::appView("StatusView"), model, QSize{400, 620});
+        static_cast<void>(window->grab());
+    }
+
+    ~StatusViewTest() override { window.reset(); }
+
+    void capture(const std::string& title = "Film")
+    {
+        auto chosen = film;
+        chosen.title = title;
+        addLiveWindow(chosen);
+        coordinator->selectWindowAndStartCapture(chosen);
+        executor->runAll();
+    }
+
+    void addClip(const std::string& name)
+    {
+        const auto clip = library->effectiveOutputDirectory() / name;
+        std::filesystem::create_directories(clip.parent_path());
+        std::ofstream{clip} << "a film";
+        assetReader->durations[clip] = MediaTime{754, 1};
+        library->reloadClips();
+        executor->runAll();
+    }
+
+    /// What assistive technology reads of the control that has the keyboard.
+    [[nodiscard]] QString focused() const
+    {
+        auto* item = window->window().activeFocusItem();
+        auto* accessible = item ? QAccessible::queryAccessibleInterface(item) : nullptr;
+        return accessible ? accessible->text(QAccessible::Name) : QString{};
+    }
+
+    void goTo(const char* command)
+    {
+        for (int presses = 0; presses < 20; ++presses)
+            window->type(Qt::Key_Up);
+        for (int presses = 0; presses < 20 && focused() != QString::fromUtf8(command); ++presses)
+            window->type(Qt::Key_Down);
+        ASSERT_EQ(focused(), QString::fromUtf8(command));
+    }
+
+    /// Names of all that has this role and is to be seen.
+    [[nodiscard]] QStringList named(QAccessible::Role role) const
+    {
+        QStringList names;
+        window->forEachVisible([&](QQuickItem& item) {
+            auto* accessible = QAccessible::queryAccessibleInterface(&item);
+            if (accessible && accessible->role() == role)
+                names.append(accessible->text(QAccessible::Name));
+        });
+        return names;
+    }
+
+    bool isQuit = false;
+    std::shared_ptr<LoggedPresenter> presenter = std::make_shared<LoggedPresenter>();
+    std::shared_ptr<LoggedAlerts> alerts = std::make_shared<LoggedAlerts>();
+    MenuBarController menuBar{{coordinator, library, workspace, alerts, presenter, [this] { isQuit = true; }}, std::make_unique<NoStatusItem>()};
+    StatusModel model{menuBar, *coordinator};
+    std::optional<ViewTestWindow> window;
+};
+
+TEST_F(StatusViewTest, ItsKeysWorkWheneverItHasTheKeyboard)
+{
+    show();
+    for (int tabs = 0; tabs < 3; ++tabs) {
+        presenter->log.clear();
+        alerts->messages.clear();
+        workspace->opened.clear();
+        window->type(Qt::Key_W, QStringLiteral("w"), Qt::MetaModifier);
+        window->type(Qt::Key_Comma, QStringLiteral(","), Qt::MetaModifier);
+        window->type(Qt::Key_O, QStringLiteral("o"), Qt::MetaModifier);
+        window->type(Qt::Key_C, QStringLiteral("c"), Qt::MetaModifier | Qt::AltModifier);
+        EXPECT_THAT(presenter->log, ElementsAre("picker", "settings"));
+        EXPECT_THAT(workspace->opened, ElementsAre(library->effectiveOutputDirectory()));
+        EXPECT_THAT(alerts->messages, ElementsAre("No Video Window Selected"));
+        window->type(Qt::Key_Tab);
+    }
+    EXPECT_FALSE(isQuit);
+    window->type(Qt::Key_Q, QStringLiteral("q"), Qt::MetaModifier);
+    EXPECT_TRUE(isQuit);
+}
+
+TEST_F(StatusViewTest, AKeyWithoutItsModifierDoesNothing)
+{
+    show();
+    window->type(Qt::Key_Q, QStringLiteral("q"));
+    window->type(Qt::Key_Q, QStringLiteral("q"), Qt::MetaModifier | Qt::ShiftModifier);
+    window->type(Qt::Key_W, QStringLiteral("w"), Qt::ControlModifier);
+    EXPECT_FALSE(isQuit);
+    EXPECT_TRUE(presenter->log.empty());
+}
+
+TEST_F(StatusViewTest, TheFirstCommandHasTheKeyboardAndArrowsGoFromOneToTheNext)
+{
+    show();
+    EXPECT_EQ(focused(), QString::fromUtf8("👉 Click \"Choose Video Window...\" below to start"));
+    QStringList reached;
+    for (int presses = 0; presses < 8; ++presses) {
+        reached.append(focused());
+        window->type(Qt::Key_Down);
+    }
+    EXPECT_EQ(reached.join(QLatin1Char('|')).toStdString(),
+        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to Clip...|📁 Open Clips Folder "
+        "in Finder|📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora|✕ Quit Velmora");
+    window->type(Qt::Key_Up);
+    EXPECT_EQ(focused(), QString::fromUtf8("⚙️ Settings..."));
+    window->type(Qt::Key_Return);
+    window->type(Qt::Key_Enter);
+    window->type(Qt::Key_Space, QStringLiteral(" "));
+    EXPECT_THAT(presenter->log, ElementsAre("settings", "settings", "settings"));
+}
+
+TEST_F(StatusViewTest, TabReachesEveryCommand)
+{
+    show();
+    QStringList reached;
+    for (int presses = 0; presses < 7; ++presses) {
+        reached.append(focused());
+        window->type(Qt::Key_Tab);
+    }
+    EXPECT_EQ(reached.size(), 7);
+    EXPECT_EQ(reached.removeDuplicates(), 0) << reached.join(QLatin1Char('|')).toStdString();
+}
+
+TEST_F(StatusViewTest, TheKeyboardStaysOnItsCommandWhenTheStateChanges)
+{
+    show();
+    capture();
+    goTo("⏺️ Start Recording Live Clip");
+    window->type(Qt::Key_Return);
+    executor->runAll();
+    static_cast<void>(window->grab());
+    EXPECT_EQ(focused(), QString::fromUtf8("⏹️ Stop Recording Clip"));
+    EXPECT_TRUE(coordinator->isRecording());
+    addClip("Later.mp4");
+    static_cast<void>(window->grab());
+    EXPECT_EQ(focused(), QString::fromUtf8("⏹️ Stop Recording Clip"));
+}
+
+TEST_F(StatusViewTest, OfTwoRowsThatDoTheSameTheKeyboardStaysOnItsOwn)
+{
+    show();
+    goTo("🎯 Choose Video Window to Clip...");
+    addClip("Later.mp4");
+    static_cast<void>(window->grab());
+    EXPECT_EQ(focused(), QString::fromUtf8("🎯 Choose Video Window to Clip..."));
+}
+
+TEST_F(StatusViewTest, ACommandThatGoesAwayLeavesTheKeyboardToOneThatIsThere)
+{
+    show();
+    capture();
+    goTo("⏹️ Stop Clipping This Window");
+    window->type(Qt::Key_Return);
+    executor->runAll();
+    static_cast<void>(window->grab());
+    EXPECT_FALSE(coordinator->selectedWindow());
+    EXPECT_TRUE(focused().endsWith(QStringLiteral("...")) || focused().contains(QStringLiteral("Start"))) << focused().toStdString();
+}
+
+TEST_F(StatusViewTest, RowsSayWhatTheyAre)
+{
+    addClip("Clip.mp4");
+    show();
+    auto* root = QAccessible::queryAccessibleInterface(window->root());
+    EXPECT_EQ(root->role(), QAccessible::PopupMenu);
+    EXPECT_EQ(root->text(QAccessible::Name), QStringLiteral("Velmora"));
+    QStringList commands;
+    window->forEachVisible([&](QQuickItem& item) {
+        if (!item.inherits("QQuickItemDelegate"))
+            return;
+        auto* accessible = QAccessible::queryAccessibleInterface(&item);
+        commands.append(accessible->text(QAccessible::Name));
+    });
+    EXPECT_EQ(commands.join(QLatin1Char('|')).toStdString(),
+        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to Clip...|Clip.mp4 (12:34)|📁 Open "
+        "Clips Folder in Finder|📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora");
+    EXPECT_EQ(named(QAccessible::Separator).size(), 5);
+    EXPECT_TRUE(named(QAccessible::StaticText).contains(QString::fromUtf8("⚠️ No Video Window Selected")));
+    window->forEachVisible([&](QQuickItem& item) {
+        auto* accessible = QAccessible::queryAccessibleInterface(&item);
+        if (accessible && accessible->text(QAccessible::Name) == QString::fromUtf8("⏺️ Start Recording Live Clip")) {
+            EXPECT_EQ(accessible->text(QAccessible::Description), QStringLiteral("Alt+Super+C"));
+            EXPECT_TRUE(accessible->state().focusable);
+        }
+    });
+}
+
+TEST_F(StatusViewTest, TheWarningSignIsAColouredPictureAsTheOtherSymbolsAre)
+{
+    show();
+    int amber = 0;
+    window->forEachVisible([&](QQuickItem& item) {
+        if (!item.inherits("QQuickText") || !item.property("text").toString().startsWith(QString::fromUtf8("⚠️")))
+            return;
+        const auto image = window->grab(item);
+        for (int row = 0; row < image.height(); ++row) {
+            for (int column = 0; column < image.width(); ++column) {
+                const auto pixel = image.pixelColor(column, row);
+                amber += pixel.red() > 180 && pixel.blue() < 100 ? 1 : 0;
+            }
+        }
+    });
+    EXPECT_GT(amber, 20);
+}
+
+TEST_F(StatusViewTest, EveryKindOfTitleTakesItsOneRow)
+{
+    show();
+    const auto height = [this] { return window->root()->implicitHeight(); };
+    capture();
+    static_cast<void>(window->grab());
+    const double ordinary = height();
+    for (const auto& [kind, text] : test::oddTexts()) {
+        SCOPED_TRACE(kind);
+        content->content.windows.clear();
+        capture(text.toStdString());
+        EXPECT_FALSE(window->grab().isNull());
+        EXPECT_EQ(height(), ordinary);
+        window->expectNoTextsOverlap();
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText")) {
+                EXPECT_LE(item.mapRectToScene({0, 0, item.width(), 1}).right(), 400 - 16);
+            }
+        });
+    }
+}
+
+TEST_F(StatusViewTest, ALongClipsNameKeepsItsDuration)
+{
+    addClip(std::string(200, 'w') + ".mp4");
+    show();
+    bool isSeen = false;
+    window->forEachVisible([&](QQuickItem& item) {
+        if (!item.inherits("QQuickText") || !item.property("text").toString().endsWith(QStringLiteral("(12:34)")))
+            return;
+        isSeen = true;
+        EXPECT_TRUE(item.property("truncated").toBool());
+        EXPECT_EQ(item.property("elide").toInt(), Qt::ElideMiddle);
+    });
+    EXPECT_TRUE(isSeen);
+}
+
+TEST_F(StatusViewTest, WhereItDoesNotFitItScrollsToTheRowThatHasTheKeyboard)
+{
+    window.emplace(test::appView("StatusView"), model, QSize{400, 240});
+    static_cast<void>(window->grab());
+    for (int presses = 0; presses < 8; ++presses)
+        window->type(Qt::Key_Down);
+    static_cast<void>(window->grab());
+    const auto* item = window->window().activeFocusItem();
+    ASSERT_TRUE(item);
+    EXPECT_EQ(focused(), QString::fromUtf8("✕ Quit Velmora"));
+    EXPECT_TRUE(QRectF(0, 0, 400, 240).contains(item->mapRectToScene({0, 0, item->width(), item->height()})));
+}
+
+}  // namespace
+}  // namespace velmora
