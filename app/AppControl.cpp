@@ -32,14 +32,6 @@ const char* name(const CaptureState& state)
     return state.is<CaptureState::NotConfigured>() ? "notConfigured" : "waitingForWindowSelection";
 }
 
-/// The answer of a command that saves a recording, out of the coordinator's.
-CaptureCoordinator::SaveCompletion savedClip(UniqueFunction<void(Result<InstanceControl::SavedClip>)> completion)
-{
-    return [completion = std::move(completion)](const Result<std::filesystem::path>& clip) mutable {
-        completion(clip.map([](const auto& path) { return InstanceControl::SavedClip{path}; }));
-    };
-}
-
 }  // namespace
 
 AppControl::AppControl(Services services) : services_(std::move(services)) { }
@@ -63,6 +55,19 @@ void AppControl::toggleRecording(UniqueFunction<void(Result<SavedClip>)> complet
         completion(SavedClip{});
     else
         completion(fail(started.error()));
+}
+
+/// The answer of a command that saves a recording, out of the coordinator's.
+CaptureCoordinator::SaveCompletion AppControl::savedClip(UniqueFunction<void(Result<SavedClip>)> completion) const
+{
+    return [observer = services_.recordingObserver, completion = std::move(completion)](const Result<std::filesystem::path>& clip) mutable {
+        if (clip)
+            return completion(SavedClip{*clip});
+        auto error = clip.error();
+        if (observer)
+            error.localizedDescription = observer->explained(error.localizedDescription);
+        completion(fail(std::move(error)));
+    };
 }
 
 void AppControl::selectWindow(
@@ -135,6 +140,8 @@ QJsonObject AppControl::status() const
     }
     if (const auto& clip = coordinator.lastSavedClipURL())
         status.insert(QStringLiteral("lastSavedClip"), bus_requests::text(*clip));
+    if (const auto notice = services_.notice ? services_.notice() : std::string{}; !notice.empty())
+        status.insert(QStringLiteral("notice"), text(notice));
     if (const auto& error = services_.shortcutManager->registrationErrorMessage())
         status.insert(QStringLiteral("shortcutError"), text(*error));
     if (const auto explanation = services_.permissionManager->screenRecordingExplanation(); !explanation.empty())

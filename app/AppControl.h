@@ -1,6 +1,7 @@
 // The program as commands from outside reach it.
 #pragma once
 
+#include "app/RecordingObserver.h"
 #include "app/WindowPresenting.h"
 #include "app/control/InstanceControl.h"
 #include "app/menu/StatusItem.h"
@@ -13,6 +14,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace velmora {
 
@@ -28,6 +30,10 @@ public:
         std::shared_ptr<platform::UserDefaults> userDefaults;
         std::function<void()> showMenu;
         std::function<void()> quit;
+
+        /// What is wrong or waited for; may be empty.
+        std::function<std::string()> notice = {};
+        std::shared_ptr<RecordingObserver> recordingObserver = nullptr;
     };
 
     explicit AppControl(Services services);
@@ -44,6 +50,7 @@ public:
     void quit() override { services_.quit(); }
 
 private:
+    CaptureCoordinator::SaveCompletion savedClip(UniqueFunction<void(Result<SavedClip>)> completion) const;
     void capture(const CapturedWindowInfo& window, std::string remark, UniqueFunction<void(Result<std::string>)> completion);
 
     const Services services_;

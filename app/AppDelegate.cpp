@@ -66,8 +66,59 @@ void AppDelegate::applicationDidFinishLaunching()
     QObject::connect(
         services_.coordinator.get(), &CaptureCoordinator::stateChanged, menuBarController_.get(), &MenuBarController::updateStatusItemIcon);
 
+    observeRecordings();
+
     if (!services_.userDefaults->boolean(hasCompletedWalkthroughKey) || !services_.permissionManager->hasScreenRecordingPermission())
         presentOnboarding();
+}
+
+/// What the parts below keep silent: a recording that cannot go on is saved as if its end had been asked for.
+void AppDelegate::observeRecordings()
+{
+    const auto& observer = services_.recordingObserver;
+    if (!observer)
+        return;
+    observer->onNothingMoreCanBeWritten = [coordinator = std::weak_ptr(services_.coordinator)](const std::string&) {
+        if (const auto running = coordinator.lock())
+            running->stopRecording();
+    };
+    observer->onChange = [self = weak_from_this()] {
+        if (const auto delegate = self.lock())
+            delegate->updateNotice();
+    };
+}
+
+std::string AppDelegate::notice() const
+{
+    if (saveWaits_ > 0)
+        return "Saving a clip. Velmora ends when it is on the disk.";
+    return services_.recordingObserver ? services_.recordingObserver->notice() : std::string{};
+}
+
+void AppDelegate::updateNotice()
+{
+    if (menuBarController_)
+        menuBarController_->setNotice(notice());
+}
+
+void AppDelegate::applicationShouldTerminate(UniqueFunction<void()> terminate)
+{
+    // Behind the end of a recording that was asked for just before.
+    services_.mainExecutor->async([self = shared_from_this(), terminate = std::move(terminate)]() mutable {
+        self->services_.coordinator->stopCapture();
+        self->awaitSaves(std::move(terminate));
+    });
+}
+
+void AppDelegate::awaitSaves(UniqueFunction<void()> completion)
+{
+    ++saveWaits_;
+    services_.coordinator->notifyWhenSaved([self = shared_from_this(), completion = std::move(completion)]() mutable {
+        --self->saveWaits_;
+        self->updateNotice();
+        completion();
+    });
+    updateNotice();
 }
 
 void AppDelegate::applicationWillTerminate()
@@ -84,8 +135,15 @@ void AppDelegate::clipWasSaved(const std::filesystem::path& clip, double duratio
 
 void AppDelegate::captureFailed(const std::string& message)
 {
-    services_.mainExecutor->async([alerts = services_.alerts, message] {
-        alerts->present({Alert::Style::warning, "Velmora", message, {"OK"}}, [](std::size_t) {});
+    auto text = services_.recordingObserver ? services_.recordingObserver->explained(message) : message;
+    if (!heldMessage_.empty())
+        text = std::exchange(heldMessage_, {}) + "\n\n" + text;
+    if (services_.coordinator->isStopInVain()) {
+        heldMessage_ = std::move(text);
+        return;
+    }
+    services_.mainExecutor->async([alerts = services_.alerts, text = std::move(text)] {
+        alerts->present({Alert::Style::warning, "Velmora", text, {"OK"}}, [](std::size_t) {});
     });
 }
 

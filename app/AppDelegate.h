@@ -3,6 +3,7 @@
 
 #include "app/ApplicationWindows.h"
 #include "app/ClipSavedNotificationController.h"
+#include "app/RecordingObserver.h"
 #include "app/WindowPresenting.h"
 #include "app/menu/MenuBarController.h"
 #include "capture/CaptureCoordinator.h"
@@ -12,6 +13,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace velmora {
 
@@ -31,6 +33,9 @@ public:
 
         /// Makes the controller of the item in the menu bar. Called once, at launch.
         std::function<std::unique_ptr<MenuBarController>(std::weak_ptr<WindowPresenting>)> makeMenuBarController;
+
+        /// Of the services that the coordinator captures with; none: nothing is observed.
+        std::shared_ptr<RecordingObserver> recordingObserver = nullptr;
     };
 
     /// Stores the new delegate as the shared one.
@@ -46,7 +51,18 @@ public:
     /// Closing every window leaves the program in the menu bar.
     [[nodiscard]] static constexpr bool applicationShouldTerminateAfterLastWindowClosed() { return false; }
 
+    /// Stops the capture and calls `terminate` once, when every recording that was stopped is safe. The item in the menu bar says what is
+    /// waited for.
+    void applicationShouldTerminate(UniqueFunction<void()> terminate);
+
     void applicationWillTerminate();
+
+    /// Calls `completion` once, when every recording that was stopped is safe: now, where none is on its way. Until then the item in the
+    /// menu bar says so.
+    void awaitSaves(UniqueFunction<void()> completion);
+
+    /// What is wrong or waited for, in whole sentences; empty when nothing is.
+    [[nodiscard]] std::string notice() const;
 
     void presentOnboarding() override;
     void presentWindowPicker() override;
@@ -59,9 +75,13 @@ private:
     void present(std::shared_ptr<ApplicationWindow>& window, const WindowDescription& description);
     void clipWasSaved(const std::filesystem::path& clip, double duration, bool isFullDuration);
     void captureFailed(const std::string& message);
+    void observeRecordings();
+    void updateNotice();
 
     const Services services_;
     std::unique_ptr<MenuBarController> menuBarController_;
+    int saveWaits_ = 0;  // those who wait for the saves
+    std::string heldMessage_;  // to be told with what is sure to follow
     std::shared_ptr<ApplicationWindow> onboardingWindow_;
     std::shared_ptr<ApplicationWindow> windowPickerWindow_;
     std::shared_ptr<ApplicationWindow> previewWindow_;

@@ -8,6 +8,11 @@ namespace velmora {
 
 namespace {
 
+using Event = RecordingReport::Event;
+
+/// Three encoders' worth: one that goes on failing is given up after ten pictures, and its successor has its chance.
+constexpr int failuresOfADeadEncoder = 30;
+
 // All samples zero; blocks hold 32-bit floats, whose zero is all bits zero.
 bool isSilent(const SampleBuffer& block)
 {
@@ -17,11 +22,13 @@ bool isSilent(const SampleBuffer& block)
 class MeteredInput final : public platform::AssetWriterInput {
 public:
     MeteredInput(std::shared_ptr<platform::AssetWriterInput> inner, MediaType mediaType, std::shared_ptr<RecordingMeter> meter,
-        std::weak_ptr<platform::AssetWriter> writer)
+        std::weak_ptr<platform::AssetWriter> writer, std::uint64_t file, FormatDescriptionRef format)
         : inner_(std::move(inner))
         , mediaType_(mediaType)
         , meter_(std::move(meter))
         , writer_(std::move(writer))
+        , file_(file)
+        , format_(std::move(format))
     {
     }
 
@@ -38,8 +45,11 @@ public:
     bool append(const SampleBufferRef& sample) override
     {
         const bool appended = inner_->append(sample);
-        if (!appended)
+        if (!appended) {
             reportFailure();
+            reportRefusal(*sample);
+        }
+        hasSamples_ = hasSamples_ || appended;
         if (mediaType_ == MediaType::video)
             countFrame(*sample, appended);
         else if (appended && !isSilent(*sample))
@@ -51,8 +61,27 @@ public:
 
     [[nodiscard]] const std::shared_ptr<platform::AssetWriterInput>& inner() const { return inner_; }
     [[nodiscard]] MediaType mediaType() const { return mediaType_; }
+    [[nodiscard]] bool hasSamples() const { return hasSamples_; }
 
 private:
+    void reportRefusal(const SampleBuffer& sample)
+    {
+        const auto writer = writer_.lock();
+        if (!writer || isRefusalReported_)
+            return;
+        std::string reason;
+        if (writer->status() == platform::AssetWriter::Status::failed) {
+            const auto error = writer->error();
+            reason = error ? error->localizedDescription : "The file takes nothing more";
+        } else if (mediaType_ == MediaType::video && format_ && sample.format && *sample.format != *format_) {
+            reason = "Another encoder has taken over, and its pictures do not belong into the same file";
+        } else {
+            return;
+        }
+        isRefusalReported_ = true;
+        meter_->report(Event::fileFailed, std::move(reason), file_);
+    }
+
     void reportFailure()
     {
         const auto writer = writer_.lock();
@@ -75,26 +104,36 @@ private:
     MediaType mediaType_;
     std::shared_ptr<RecordingMeter> meter_;
     std::weak_ptr<platform::AssetWriter> writer_;
+    const std::uint64_t file_;
+    const FormatDescriptionRef format_;
+    bool hasSamples_ = false;
+    bool isRefusalReported_ = false;
 };
 
 class MeteredWriter final : public platform::AssetWriter {
 public:
-    MeteredWriter(std::shared_ptr<platform::AssetWriter> inner, std::shared_ptr<RecordingMeter> meter)
+    MeteredWriter(std::shared_ptr<platform::AssetWriter> inner, std::shared_ptr<RecordingMeter> meter, std::uint64_t file)
         : inner_(std::move(inner))
         , meter_(std::move(meter))
+        , file_(file)
     {
+        meter_->report(Event::fileBegins, {}, file_);
     }
 
     std::shared_ptr<platform::AssetWriterInput> makeInput(
         MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override
     {
         return std::make_shared<MeteredInput>(
-            inner_->makeInput(mediaType, settings, std::move(sourceFormatHint)), mediaType, meter_, inner_);
+            inner_->makeInput(mediaType, settings, sourceFormatHint), mediaType, meter_, inner_, file_, sourceFormatHint);
     }
 
     [[nodiscard]] bool canAdd(const platform::AssetWriterInput& input) const override
     {
-        return inner_->canAdd(*static_cast<const MeteredInput&>(input).inner());
+        const auto& added = static_cast<const MeteredInput&>(input);
+        const bool canAdd = inner_->canAdd(*added.inner());
+        if (!canAdd && added.mediaType() == MediaType::audio)
+            meter_->report(Event::soundIsMissing, "It cannot be encoded", file_);
+        return canAdd;
     }
 
     void add(std::shared_ptr<platform::AssetWriterInput> input) override
@@ -102,19 +141,31 @@ public:
         const auto& added = static_cast<const MeteredInput&>(*input);
         if (added.mediaType() == MediaType::audio)
             meter_->writesSound = true;
+        else
+            video_ = std::static_pointer_cast<MeteredInput>(input);
         inner_->add(added.inner());
     }
 
     bool startWriting() override { return inner_->startWriting(); }
     void startSession(MediaTime time) override { inner_->startSession(time); }
-    void finishWriting(UniqueFunction<void()> completion) override { inner_->finishWriting(std::move(completion)); }
-    void cancelWriting() override { inner_->cancelWriting(); }
+    void finishWriting(UniqueFunction<void()> completion) override
+    {
+        meter_->report(video_ && video_->hasSamples() ? Event::fileEnds : Event::fileEndsEmpty, {}, file_);
+        inner_->finishWriting(std::move(completion));
+    }
+    void cancelWriting() override
+    {
+        meter_->report(Event::fileEnds, {}, file_);
+        inner_->cancelWriting();
+    }
     [[nodiscard]] Status status() const override { return inner_->status(); }
     [[nodiscard]] std::optional<Error> error() const override { return inner_->error(); }
 
 private:
     std::shared_ptr<platform::AssetWriter> inner_;
     std::shared_ptr<RecordingMeter> meter_;
+    const std::uint64_t file_;
+    std::shared_ptr<MeteredInput> video_;
 };
 
 class MeteredWriters final : public platform::AssetWriterFactory {
@@ -131,12 +182,34 @@ public:
         auto writer = inner_->makeAssetWriter(outputURL, fileType);
         if (!writer)
             return writer;
-        return std::make_shared<MeteredWriter>(std::move(*writer), meter_);
+        return std::make_shared<MeteredWriter>(std::move(*writer), meter_, ++fileCount_);
     }
 
 private:
     std::shared_ptr<platform::AssetWriterFactory> inner_;
     std::shared_ptr<RecordingMeter> meter_;
+    std::atomic<std::uint64_t> fileCount_ = 0;
+};
+
+/// Reports when so many pictures in a row have failed that no more will come, and when one comes after all. Used where a session calls back.
+class FailureWatch {
+public:
+    explicit FailureWatch(std::shared_ptr<RecordingMeter> meter) : meter_(std::move(meter)) { }
+
+    /// A picture that was dropped unseen, with neither status nor sample, says nothing of the encoder.
+    void note(platform::CompressionStatus status, bool isEncoded)
+    {
+        if (status == 0 && !isEncoded)
+            return;
+        if (status != 0 && ++failures_ == failuresOfADeadEncoder)
+            meter_->report(Event::encoderFailed, "The encoder fails (Status: " + std::to_string(status) + ")");
+        if (status == 0 && std::exchange(failures_, 0) >= failuresOfADeadEncoder)
+            meter_->report(Event::encoderWorks);
+    }
+
+private:
+    const std::shared_ptr<RecordingMeter> meter_;
+    int failures_ = 0;
 };
 
 class MeteredSessions final : public platform::CompressionSessionFactory {
@@ -150,6 +223,11 @@ public:
     tl::expected<std::shared_ptr<platform::CompressionSession>, platform::CompressionStatus> makeSession(
         std::int32_t width, std::int32_t height, FourCharacterCode codec, platform::CompressionSession::OutputCallback output) override
     {
+        output = [watch = FailureWatch{meter_}, output = std::move(output)](
+                     platform::CompressionStatus status, SampleBufferRef sample) mutable {
+            watch.note(status, sample != nullptr);
+            output(status, std::move(sample));
+        };
         auto counted = [meter = meter_, output = std::move(output)](platform::CompressionStatus status, SampleBufferRef sample) mutable {
             if (!sample && meter->writtenFrames > 0)
                 ++meter->droppedFrames;
@@ -160,18 +238,91 @@ public:
             output(status, std::move(sample));
         };
         auto session = inner_->makeSession(width, height, codec, std::move(counted));
-        if (!session && meter_->onEncoderFailed) {
-            const auto known = description(session.error());
-            std::exchange(meter_->onEncoderFailed, nullptr)(
-                known.empty() ? "The encoder cannot be started (Status: " + std::to_string(session.error()) + ")." : known);
+        if (isMissing_.exchange(!session) != !session) {
+            if (session)
+                meter_->report(Event::encoderWorks);
+            else
+                meter_->report(Event::encoderFailed, reason(session.error()));
         }
+        if (!session && meter_->onEncoderFailed)
+            std::exchange(meter_->onEncoderFailed, nullptr)(reason(session.error()));
         return session;
     }
 
     [[nodiscard]] std::string description(platform::CompressionStatus status) const override { return inner_->description(status); }
 
 private:
+    [[nodiscard]] std::string reason(platform::CompressionStatus status) const
+    {
+        const auto known = description(status);
+        return known.empty() ? "The encoder cannot be started (Status: " + std::to_string(status) + ")." : known;
+    }
+
     std::shared_ptr<platform::CompressionSessionFactory> inner_;
+    std::shared_ptr<RecordingMeter> meter_;
+    std::atomic<bool> isMissing_ = false;
+};
+
+/// Hears of a stream's sound in its delegate's place.
+class MeteredDelegate final : public platform::StreamDelegate {
+public:
+    MeteredDelegate(std::weak_ptr<platform::StreamDelegate> delegate, std::shared_ptr<RecordingMeter> meter)
+        : delegate_(std::move(delegate))
+        , meter_(std::move(meter))
+    {
+    }
+
+    void streamDidStopWithError(const platform::CaptureStream& stream, const Error& error) override
+    {
+        if (const auto delegate = delegate_.lock())
+            delegate->streamDidStopWithError(stream, error);
+    }
+
+    void streamDidLoseSound(const platform::CaptureStream& stream, const Error& error) override
+    {
+        meter_->report(Event::soundIsMissing, error.localizedDescription);
+        if (const auto delegate = delegate_.lock())
+            delegate->streamDidLoseSound(stream, error);
+    }
+
+    void streamDidRegainSound(const platform::CaptureStream& stream) override
+    {
+        meter_->report(Event::soundIsThere);
+        if (const auto delegate = delegate_.lock())
+            delegate->streamDidRegainSound(stream);
+    }
+
+private:
+    const std::weak_ptr<platform::StreamDelegate> delegate_;
+    const std::shared_ptr<RecordingMeter> meter_;
+};
+
+class MeteredStreams final : public platform::CaptureStreamFactory {
+public:
+    MeteredStreams(std::shared_ptr<platform::CaptureStreamFactory> inner, std::shared_ptr<RecordingMeter> meter)
+        : inner_(std::move(inner))
+        , meter_(std::move(meter))
+    {
+    }
+
+    /// The stream itself, because whoever asked knows it by its address; it keeps the delegate that stands between.
+    std::shared_ptr<platform::CaptureStream> makeStream(const platform::ContentFilter& filter,
+        const platform::StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate) override
+    {
+        struct Kept {
+            std::shared_ptr<MeteredDelegate> delegate;
+            std::shared_ptr<platform::CaptureStream> stream;
+        };
+        meter_->report(Event::captureBegins);
+        auto kept = std::make_shared<Kept>();
+        kept->delegate = std::make_shared<MeteredDelegate>(std::move(delegate), meter_);
+        kept->stream = inner_->makeStream(filter, configuration, kept->delegate);
+        auto* stream = kept->stream.get();
+        return {std::move(kept), stream};
+    }
+
+private:
+    std::shared_ptr<platform::CaptureStreamFactory> inner_;
     std::shared_ptr<RecordingMeter> meter_;
 };
 
@@ -181,6 +332,12 @@ std::shared_ptr<platform::AssetWriterFactory> metered(
     std::shared_ptr<platform::AssetWriterFactory> writers, std::shared_ptr<RecordingMeter> meter)
 {
     return std::make_shared<MeteredWriters>(std::move(writers), std::move(meter));
+}
+
+std::shared_ptr<platform::CaptureStreamFactory> metered(
+    std::shared_ptr<platform::CaptureStreamFactory> streams, std::shared_ptr<RecordingMeter> meter)
+{
+    return std::make_shared<MeteredStreams>(std::move(streams), std::move(meter));
 }
 
 std::shared_ptr<platform::CompressionSessionFactory> metered(

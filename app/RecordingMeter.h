@@ -3,6 +3,7 @@
 
 #include "media/MediaTime.h"
 #include "platform/AssetWriter.h"
+#include "platform/CaptureStream.h"
 #include "platform/CompressionSession.h"
 
 #include <atomic>
@@ -10,8 +11,28 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace velmora {
+
+/// What the wrapped services notice of a capture and its recordings. The features keep most of it to themselves.
+struct RecordingReport {
+    enum class Event {
+        captureBegins,
+        soundIsMissing,  ///< the capture or the file goes on without
+        soundIsThere,  ///< again
+        encoderFailed,  ///< none can be made, or so many pictures in a row were lost that none will come
+        encoderWorks,  ///< after a failure
+        fileBegins,
+        fileFailed,  ///< it takes nothing more
+        fileEndsEmpty,  ///< it is finished without a picture
+        fileEnds,
+    };
+
+    Event event;
+    std::string reason = {};  ///< for people, where there is one
+    std::uint64_t file = 0;  ///< which of the files: 1 is the first
+};
 
 /// Counters that the wrapped services keep while a file is being written. Read on any thread.
 class RecordingMeter {
@@ -37,11 +58,24 @@ public:
     /// Called once, on the queue of the pictures, when no encoder can be made for them: nothing will be written. Set before the capture
     /// starts.
     std::function<void(const std::string& reason)> onEncoderFailed;
+
+    /// Called for everything of interest, on any thread, each failure once until it has passed. Set before the capture starts.
+    std::function<void(RecordingReport)> onReport;
+
+    void report(RecordingReport::Event event, std::string reason = {}, std::uint64_t file = 0) const
+    {
+        if (onReport)
+            onReport({event, std::move(reason), file});
+    }
 };
 
 /// `writers` with every writer's samples counted by `meter`.
 std::shared_ptr<platform::AssetWriterFactory> metered(
     std::shared_ptr<platform::AssetWriterFactory> writers, std::shared_ptr<RecordingMeter> meter);
+
+/// `streams` with what becomes of their sound reported.
+std::shared_ptr<platform::CaptureStreamFactory> metered(
+    std::shared_ptr<platform::CaptureStreamFactory> streams, std::shared_ptr<RecordingMeter> meter);
 
 /// `sessions` with every picture counted that was not encoded while a file is being written.
 std::shared_ptr<platform::CompressionSessionFactory> metered(

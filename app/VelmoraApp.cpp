@@ -6,6 +6,7 @@
 #include "app/FolderWatch.h"
 #include "app/MainThreadClock.h"
 #include "app/MainThreadExecutor.h"
+#include "app/RecordingObserver.h"
 #include "app/TerminationSignals.h"
 #include "app/control/ControlCommands.h"
 #include "app/control/InstanceBus.h"
@@ -25,6 +26,7 @@
 #include "windows/WindowSelectionService.h"
 
 #include <QApplication>
+#include <QEventLoop>
 
 #include <clocale>
 #include <cstdio>
@@ -77,8 +79,8 @@ class VelmoraApp {
 public:
     explicit VelmoraApp(QApplication& application) : mainExecutor_(std::make_shared<MainThreadExecutor>())
     {
-        SharedServices::install(
-            {platform::makePlatformServices(mainExecutor_, applicationIcon), mainExecutor_, std::make_shared<MainThreadClock>()});
+        SharedServices::install({recordingObserver_->observed(platform::makePlatformServices(mainExecutor_, applicationIcon)),
+            mainExecutor_, std::make_shared<MainThreadClock>()});
         const auto& services = SharedServices::current();
         Log::setSink(services.platform.logSink);
 
@@ -97,7 +99,7 @@ public:
             .notificationController = makeNotificationController(services),
             .mainExecutor = mainExecutor_,
             .makeMenuBarController =
-                [alerts](std::weak_ptr<WindowPresenting> presenting) {
+                [this, alerts](std::weak_ptr<WindowPresenting> presenting) {
                     return std::make_unique<MenuBarController>(
                         MenuBarController::Services{
                             .coordinator = CaptureCoordinator::shared(),
@@ -105,13 +107,17 @@ public:
                             .workspace = SharedServices::current().platform.workspace,
                             .alerts = alerts,
                             .windows = std::move(presenting),
-                            .terminate = [] { QCoreApplication::quit(); },
+                            .terminate = [this] { terminate(); },
                         },
                         makeTrayStatusItem(SharedServices::current().platform.trayAppearance));
                 },
+            .recordingObserver = recordingObserver_,
         });
         QObject::connect(&application, &QCoreApplication::aboutToQuit, &application, [this] { appDelegate_->applicationWillTerminate(); });
-        QObject::connect(&signals_, &TerminationSignals::received, &application, &QCoreApplication::quit);
+        QObject::connect(&signals_, &TerminationSignals::received, &application, [this] { terminate(); });
+        // A session that ends asks first and gives more time for the answer than for the end.
+        QObject::connect(
+            &application, &QGuiApplication::commitDataRequest, &application, [this] { waitForSaves(); }, Qt::DirectConnection);
     }
 
     void launch(InstanceBus& bus)
@@ -133,6 +139,8 @@ public:
                     quit.action = MenuAction::quit;
                     menuBar->handle(quit);
                 },
+            .notice = [this] { return appDelegate_->notice(); },
+            .recordingObserver = recordingObserver_,
         });
         bus.serve(*control_);
         const auto& platform = SharedServices::current().platform;
@@ -206,6 +214,24 @@ private:
         });
     }
 
+    void terminate()
+    {
+        appDelegate_->applicationShouldTerminate([] { QCoreApplication::quit(); });
+    }
+
+    /// Returns when every clip that is being saved is on the disk; the program goes on meanwhile.
+    void waitForSaves()
+    {
+        const auto loop = std::make_shared<QEventLoop>();
+        const auto isSaved = std::make_shared<bool>(false);
+        appDelegate_->awaitSaves([loop, isSaved] {
+            *isSaved = true;
+            loop->quit();
+        });
+        if (!*isSaved)
+            loop->exec();
+    }
+
     // Without a tray the menu lies open in a window of its own.
     void showMenu(MenuBarController& menuBar)
     {
@@ -217,6 +243,7 @@ private:
     }
 
     const std::shared_ptr<MainThreadExecutor> mainExecutor_;
+    const std::shared_ptr<RecordingObserver> recordingObserver_ = RecordingObserver::create(mainExecutor_);
     const std::shared_ptr<RunningExports> runningExports_ = std::make_shared<RunningExports>();
     TerminationSignals signals_;
     FolderWatch folderWatch_{reloadClips};

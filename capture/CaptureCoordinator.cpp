@@ -178,11 +178,11 @@ void CaptureCoordinator::stopAndSave(SaveCompletion completion, bool stopsCaptur
 void CaptureCoordinator::beginSaving()
 {
     auto stop = *std::exchange(pendingStop_, std::nullopt);
-    services_.captureService->stopManualRecording([self = shared_from_this(), recording = state_,
-                                                      completions = std::move(stop.completions)](
-                                                      const Result<std::filesystem::path>& result) mutable {
-        self->recordingWasFinished(recording, std::move(completions), result);
-    });
+    services_.captureService->stopManualRecording(
+        [self = shared_from_this(), recording = state_, completions = std::move(stop.completions)](
+            const Result<std::filesystem::path>& result) mutable {
+            self->recordingWasFinished(recording, std::move(completions), result);
+        });
     if (stop.stopsCapture)
         stopCapture();
 }

@@ -93,6 +93,10 @@ public:
     /// The same, and the capture stops with the recording: nothing can begin in between.
     void stopRecordingAndCapture(SaveCompletion completion);
 
+    /// True between the end that was asked for of a recording and the message that it could not be saved, because something else has ended it
+    /// before.
+    [[nodiscard]] bool isStopInVain() const { return pendingStop_ && !isRecording(); }
+
     /// Calls `completion` once when every recording whose end was asked for is safe or has failed, and whoever asked knows: now, where none
     /// is on its way.
     void notifyWhenSaved(UniqueFunction<void()> completion) { saves_.notify(std::move(completion)); }

@@ -30,6 +30,12 @@ public:
 
     /// The running stream ended by itself: its window is gone, say. At most once, on any thread; nothing is delivered after it.
     virtual void streamDidStopWithError(const CaptureStream& stream, const Error& error) = 0;
+
+    /// The stream goes on without sound, though it was to have some: there is nobody to take it from, say. On any thread.
+    virtual void streamDidLoseSound([[maybe_unused]] const CaptureStream& stream, [[maybe_unused]] const Error& error) { }
+
+    /// Sound has come after all. On any thread.
+    virtual void streamDidRegainSound([[maybe_unused]] const CaptureStream& stream) { }
 };
 
 /// Delivers pictures and sound of one filter until it is stopped or stops with an error.

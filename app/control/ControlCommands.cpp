@@ -98,7 +98,8 @@ void printStatus(const QString& answer, bool json)
         return printLine(answer);
     const auto status = QJsonDocument::fromJson(answer.toUtf8()).object();
     printLine(status.value(QLatin1String("description")).toString());
-    for (const auto& warning : {status.value(QLatin1String("shortcutError")), status.value(QLatin1String("permissionExplanation"))}) {
+    for (const auto& warning : {status.value(QLatin1String("notice")), status.value(QLatin1String("shortcutError")),
+             status.value(QLatin1String("permissionExplanation"))}) {
         if (!warning.toString().isEmpty())
             printLine(warning.toString());
     }

@@ -4,6 +4,12 @@
 
 namespace velmora {
 
+namespace {
+
+constexpr const char* toolTip = "Velmora — Instant Video Clipping (Click to open menu)";
+
+}  // namespace
+
 MenuBarController::MenuBarController(Services services, std::unique_ptr<StatusItem> statusItem)
     : services_(std::move(services))
     , statusItem_(std::move(statusItem))
@@ -15,7 +21,7 @@ MenuBarController::~MenuBarController() = default;
 
 void MenuBarController::setupStatusItem()
 {
-    statusItem_->setToolTip("Velmora — Instant Video Clipping (Click to open menu)");
+    statusItem_->setToolTip(toolTip);
     statusItem_->setMenuDelegate({
         .menuNeedsUpdate = [this] { return menuNeedsUpdate(); },
         .menuItemTriggered = [this](const MenuItem& item) { handle(item); },
@@ -30,7 +36,17 @@ void MenuBarController::updateStatusItemIcon()
 
 std::vector<MenuItem> MenuBarController::menuNeedsUpdate() const
 {
-    return describeMenu({services_.coordinator->state(), services_.coordinator->selectedWindow(), services_.library->recentClips()});
+    return describeMenu(
+        {services_.coordinator->state(), services_.coordinator->selectedWindow(), services_.library->recentClips(), notice_});
+}
+
+void MenuBarController::setNotice(const std::string& notice)
+{
+    if (notice == notice_)
+        return;
+    notice_ = notice;
+    statusItem_->setToolTip(notice.empty() ? std::string{toolTip} : std::string{toolTip} + '\n' + notice);
+    emit noticeChanged();
 }
 
 void MenuBarController::handle(const MenuItem& item)

@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace velmora {
@@ -37,6 +38,9 @@ public:
     /// Sets the item's image to that of the coordinator's state.
     void updateStatusItemIcon();
 
+    /// What is wrong or waited for, in whole sentences: the tooltip's second line and a caption in the menu. Nothing when empty.
+    void setNotice(const std::string& notice);
+
     /// What stands in the menu now.
     [[nodiscard]] std::vector<MenuItem> menuNeedsUpdate() const;
 
@@ -44,6 +48,9 @@ public:
     void handle(const MenuItem& item);
 
     [[nodiscard]] StatusItem& statusItem() const { return *statusItem_; }
+
+signals:
+    void noticeChanged();
 
 private:
     void setupStatusItem();
@@ -58,6 +65,7 @@ private:
 
     const Services services_;
     const std::unique_ptr<StatusItem> statusItem_;
+    std::string notice_;
 };
 
 }  // namespace velmora

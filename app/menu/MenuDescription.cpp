@@ -83,6 +83,8 @@ std::vector<MenuItem> describeMenu(const MenuContent& content)
         items.push_back(label("⚠️ No Video Window Selected"));
         items.push_back(command("👉 Click \"Choose Video Window...\" below to start", MenuAction::selectWindow));
     }
+    if (!content.notice.empty())
+        items.push_back(label(content.notice));
     items.push_back(separator());
     items.push_back(
         command(content.state.is<CaptureState::RecordingClip>() ? "⏹️ Stop Recording Clip" : "⏺️ Start Recording Live Clip",

@@ -44,6 +44,7 @@ struct MenuContent {
     const CaptureState& state;
     const std::optional<CapturedWindowInfo>& selectedWindow;
     const std::vector<ClipItem>& recentClips;  ///< newest first
+    std::string notice = {};  ///< what is wrong or waited for; a caption below the state where there is something to say
 };
 
 /// How many clips the submenu lists at most.

@@ -97,6 +97,7 @@ StatusModel::StatusModel(MenuBarController& menuBar, const CaptureCoordinator& c
     connect(&coordinator, &CaptureCoordinator::stateChanged, this, &StatusModel::update);
     connect(&coordinator, &CaptureCoordinator::selectedWindowChanged, this, &StatusModel::update);
     connect(&coordinator.library(), &ClipLibrary::recentClipsChanged, this, &StatusModel::update);
+    connect(&menuBar, &MenuBarController::noticeChanged, this, &StatusModel::update);
     update();
 }
 

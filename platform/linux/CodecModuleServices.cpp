@@ -24,7 +24,7 @@ public:
     [[nodiscard]] std::string description(platform::CompressionStatus status) const override
     {
         const auto module = codecModule();
-        return status == moduleMissing && !module ? module.error().localizedDescription : std::string{};
+        return module ? (*module)->compressionSessions()->description(status) : module.error().localizedDescription;
     }
 
 private:

@@ -2,7 +2,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
 #include <future>
+#include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -14,6 +19,28 @@ using platform::CaptureStream;
 using platform::ContentFilter;
 using platform::StreamConfiguration;
 using platform::StreamOutputType;
+
+constexpr const char* errorDomain = "Velmora.CaptureStream";
+enum ErrorCode { noMicrophone = 1, noSound = 2 };
+
+/// Where there is a sound server, silence comes too. One that has not said anything for so long is none.
+constexpr std::int64_t longestWaitForSound = 3'000'000'000;
+
+/// What a person can do something about, where that is known.
+Error whyThereIsNoSound(const Error& error)
+{
+    for (const auto* cause = &error; cause; cause = cause->underlying.get()) {
+        if (cause->domain == posixErrorDomain && (cause->code == EMFILE || cause->code == ENFILE))
+            return {errorDomain, noSound, "Too many files are open.", std::make_shared<const Error>(error)};
+    }
+    const char* folder = std::getenv("XDG_RUNTIME_DIR");
+    std::error_code ignored;
+    if (!folder || !*folder)
+        return {errorDomain, noSound, "There is no runtime folder: XDG_RUNTIME_DIR is not set.", std::make_shared<const Error>(error)};
+    if (!std::filesystem::is_directory(folder, ignored))
+        return {errorDomain, noSound, "There is no runtime folder " + std::string{folder} + ".", std::make_shared<const Error>(error)};
+    return error;
+}
 
 // What the sources' threads use. It does not keep the stream alive, so that a stream never ends on a thread that it would have to join.
 struct Delivery {
@@ -28,7 +55,53 @@ struct Delivery {
     std::weak_ptr<platform::StreamDelegate> delegate;
     std::shared_ptr<SerialQueue> control = std::make_shared<SerialQueue>("com.velmora.capture.control");
     std::atomic<bool> stopping = false;
+
+    std::atomic<bool> expectsSound = false;  ///< it has been started and is not there
+    std::atomic<bool> missesSound = false;  ///< it was waited for in vain
+    std::int64_t firstPicture = 0;  ///< nanoseconds; 0 before there is one; of the pictures' thread
 };
+
+/// Tells the delegate of a stream that runs.
+template <typename Message>
+void tell(const Delivery& delivery, Message message)
+{
+    const auto stream = delivery.stream.lock();
+    const auto delegate = delivery.delegate.lock();
+    if (stream && delegate && !delivery.stopping)
+        message(*delegate, *stream);
+}
+
+void loseSound(const Delivery& delivery, const Error& error)
+{
+    tell(delivery, [&](auto& delegate, const auto& stream) { delegate.streamDidLoseSound(stream, error); });
+}
+
+void regainSound(const Delivery& delivery)
+{
+    tell(delivery, [](auto& delegate, const auto& stream) { delegate.streamDidRegainSound(stream); });
+}
+
+void noteSound(Delivery& delivery)
+{
+    if (delivery.expectsSound.exchange(false) && delivery.missesSound)
+        regainSound(delivery);
+}
+
+void notePicture(Delivery& delivery, const SampleBuffer& picture)
+{
+    if (!delivery.expectsSound || delivery.missesSound)
+        return;
+    const auto time = picture.presentationTimeStamp.converted(MediaTime::nanosecondScale).value;
+    if (delivery.firstPicture == 0)
+        delivery.firstPicture = time;
+    if (time - delivery.firstPicture < longestWaitForSound)
+        return;
+    delivery.missesSound = true;
+    loseSound(delivery, {errorDomain, noSound, "No sound server answers.", nullptr});
+    // It may have come while that was said.
+    if (!delivery.expectsSound)
+        regainSound(delivery);
+}
 
 void deliver(const std::shared_ptr<Delivery>& delivery, const SampleBufferRef& sample, StreamOutputType type)
 {
@@ -76,7 +149,7 @@ public:
         std::weak_ptr<platform::StreamOutput> output, StreamOutputType type, std::shared_ptr<Executor> queue) override
     {
         if (type == StreamOutputType::microphone)
-            return fail("Velmora.CaptureStream", 1, "A capture stream has no microphone.");
+            return fail(errorDomain, noMicrophone, "A capture stream has no microphone.");
         delivery_->outputs.push_back({std::move(output), type, std::move(queue)});
         return {};
     }
@@ -103,7 +176,11 @@ private:
         // Sound first: it takes longer to come, and the first picture may be the first of a recording.
         startSound();
         auto started = video_->start({
-            .picture = [delivery = delivery_](SampleBufferRef picture) { deliver(delivery, picture, StreamOutputType::screen); },
+            .picture =
+                [delivery = delivery_](SampleBufferRef picture) {
+                    notePicture(*delivery, *picture);
+                    deliver(delivery, picture, StreamOutputType::screen);
+                },
             .stopped = [delivery = delivery_](const Error& error) { reportStop(delivery, error); },
         });
         if (!started && audio_)
@@ -117,10 +194,16 @@ private:
             return;
         const AudioSourceFormat format{
             static_cast<std::int32_t>(configuration_.sampleRate), static_cast<std::int32_t>(configuration_.channelCount)};
-        const auto heard = audio_->start(
-            audioTarget_, format, [delivery = delivery_](SampleBufferRef block) { deliver(delivery, block, StreamOutputType::audio); });
-        if (!heard)
-            audio_.reset();
+        delivery_->expectsSound = true;
+        const auto heard = audio_->start(audioTarget_, format, [delivery = delivery_](SampleBufferRef block) {
+            noteSound(*delivery);
+            deliver(delivery, block, StreamOutputType::audio);
+        });
+        if (heard)
+            return;
+        delivery_->expectsSound = false;
+        audio_.reset();
+        loseSound(*delivery_, whyThereIsNoSound(heard.error()));
     }
 
     void stopSources()

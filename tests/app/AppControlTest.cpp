@@ -86,6 +86,133 @@ TEST_F(AppControlTest, AWindowThatIsNotListedIsAnError)
     EXPECT_THAT(complaint(), HasSubstr("no window 1"));
 }
 
+/// What a toggle or a stop was answered.
+struct SaveAnswer {
+    std::optional<Result<InstanceControl::SavedClip>> result;
+
+    UniqueFunction<void(Result<InstanceControl::SavedClip>)> take()
+    {
+        return [this](Result<InstanceControl::SavedClip> told) { result = std::move(told); };
+    }
+    [[nodiscard]] std::filesystem::path clip() const { return result && *result && **result ? ***result : std::filesystem::path{}; }
+    [[nodiscard]] std::string complaint() const { return result && !*result ? result->error().localizedDescription : "none"; }
+};
+
+class AppControlSavesTest : public AppControlTest {
+protected:
+    AppControlSavesTest()
+    {
+        addLiveWindow(window(1));
+        select(1);
+        writers->onCreate = [](auto& made) { made.holdsFinish = true; };
+    }
+
+    void startRecording()
+    {
+        clock->advance(std::chrono::seconds{1});
+        SaveAnswer started;
+        control.toggleRecording(started.take());
+        ASSERT_TRUE(started.result && *started.result) << started.complaint();
+        EXPECT_EQ(started.clip(), "");
+    }
+
+    void finish(std::size_t number, const SaveAnswer& answer)
+    {
+        executor->runAll();
+        writers->writers.at(number)->answerFinish();
+        executor->runUntil([&] { return answer.result.has_value(); });
+        executor->runAll();
+    }
+
+    [[nodiscard]] std::filesystem::path file(std::size_t number) const { return writers->writers.at(number)->outputURL; }
+};
+
+TEST_F(AppControlSavesTest, EveryToggleIsAnsweredWithItsOwnClip)
+{
+    SaveAnswer first;
+    SaveAnswer second;
+    startRecording();
+    control.toggleRecording(first.take());
+    executor->runAll();
+    startRecording();
+    control.toggleRecording(second.take());
+    finish(1, second);
+    EXPECT_EQ(second.clip(), file(1));
+    EXPECT_FALSE(first.result);
+    finish(0, first);
+    EXPECT_EQ(first.clip(), file(0));
+}
+
+TEST_F(AppControlSavesTest, AStopIsNotAnsweredByTheClipBeforeItsOwnWhichIsKept)
+{
+    SaveAnswer first;
+    SaveAnswer stopped;
+    startRecording();
+    control.toggleRecording(first.take());
+    executor->runAll();
+    startRecording();
+    control.stopCapture(stopped.take());
+    writers->writers.at(0)->answerFinish();
+    executor->runUntil([&] { return first.result.has_value(); });
+    executor->runAll();
+    EXPECT_FALSE(stopped.result);
+    finish(1, stopped);
+    EXPECT_EQ(stopped.clip(), file(1));
+    EXPECT_TRUE(std::filesystem::exists(file(1)));
+    EXPECT_EQ(writers->writers.at(1)->cancelCount, 0);
+    EXPECT_FALSE(coordinator->selectedWindow());
+}
+
+TEST_F(AppControlSavesTest, AToggleThatCannotStartSaysWhyAndAnswersNobodyElse)
+{
+    SaveAnswer first;
+    startRecording();
+    control.toggleRecording(first.take());
+    executor->runAll();
+    writers->createError = Error{"POSIX", 28, "No space left on device", nullptr};
+    SaveAnswer second;
+    control.toggleRecording(second.take());
+    EXPECT_EQ(second.complaint(), "Failed to start recording: No space left on device");
+    EXPECT_FALSE(first.result);
+    finish(0, first);
+    EXPECT_EQ(first.clip(), file(0));
+}
+
+TEST_F(AppControlSavesTest, WithoutAWindowAToggleSaysWhatToDo)
+{
+    coordinator->stopCapture();
+    SaveAnswer answered;
+    control.toggleRecording(answered.take());
+    EXPECT_EQ(answered.complaint(), "Cannot record: Please select a video window first.");
+}
+
+TEST_F(AppControlSavesTest, AStopWithoutARecordingIsAnsweredAtOnceAndWithoutAClip)
+{
+    SaveAnswer stopped;
+    control.stopCapture(stopped.take());
+    ASSERT_TRUE(stopped.result && *stopped.result);
+    EXPECT_EQ(stopped.clip(), "");
+    EXPECT_FALSE(coordinator->selectedWindow());
+}
+
+TEST_F(AppControlSavesTest, OfTwoSelectionsTheOvertakenOneIsToldSo)
+{
+    addLiveWindow(window(2));
+    std::optional<Result<std::string>> overtaken;
+    control.selectWindow(2, std::nullopt, [&](auto result) { overtaken = std::move(result); });
+    select(1);
+    ASSERT_TRUE(overtaken && !*overtaken);
+    EXPECT_THAT(overtaken->error().localizedDescription, HasSubstr("Another window was chosen meanwhile"));
+    ASSERT_TRUE(answer && *answer) << complaint();
+}
+
+TEST_F(AppControlSavesTest, ACaptureThatFailsIsAnsweredWithTheMessageOfThatFailure)
+{
+    streams->prepare = [](auto& stream) { stream.startError = Error{"Test", 1, "no pixels", nullptr}; };
+    select(1);
+    EXPECT_EQ(complaint(), "Failed to capture window: no pixels");
+}
+
 class AppControlRequestTest : public AppControlTest {
 protected:
     AppControlRequestTest()

@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QDBusMessage>
+#include <QDBusPendingReply>
 #include <QEventLoop>
 #include <QTimer>
 
@@ -290,6 +291,33 @@ TEST_F(InstanceBusTest, ACallThatIsDroppedUnansweredIsAnsweredWithAnError)
     const auto answer = run(control(Control::Action::toggle));
     EXPECT_EQ(answer.status, command_line::failed);
     EXPECT_EQ(answer.errors, "Velmora is ending.\n");
+}
+
+TEST_F(InstanceBusTest, OverlappingCallsAreEachAnsweredWithTheirOwnClipInWhateverOrderTheseAreSaved)
+{
+    InstanceBus bus{connect("first")};
+    ASSERT_EQ(bus.claim(), Role::first);
+    bus.serve(control_);
+    control_.holdsToggle = true;
+    std::vector<UniqueFunction<void(Result<InstanceControl::SavedClip>)>> held;
+    QEventLoop loop;
+    std::vector<QDBusPendingReply<QString>> replies;
+    for (const auto* client : {"a", "b", "c"}) {
+        auto call = QDBusMessage::createMethodCall(QStringLiteral("com.velmora.Velmora"), QStringLiteral("/com/velmora/Velmora"),
+            QStringLiteral("com.velmora.Velmora.Control"), QStringLiteral("Toggle"));
+        replies.emplace_back(connect(client).asyncCall(call));
+        while (!control_.heldToggle)
+            loop.processEvents(QEventLoop::WaitForMoreEvents);
+        held.push_back(std::exchange(control_.heldToggle, {}));
+    }
+    held[2](InstanceControl::SavedClip{"/clips/c.mp4"});
+    held[0](fail("Velmora.Test", 1, "Failed saving recording: x"));
+    held[1](InstanceControl::SavedClip{"/clips/b.mp4"});
+    for (auto& reply : replies)
+        reply.waitForFinished();
+    EXPECT_EQ(replies[0].error().message(), QStringLiteral("Failed saving recording: x"));
+    EXPECT_EQ(replies[1].value(), QStringLiteral("/clips/b.mp4"));
+    EXPECT_EQ(replies[2].value(), QStringLiteral("/clips/c.mp4"));
 }
 
 }  // namespace

@@ -87,6 +87,7 @@ protected:
                                                                    std::move(presenting), [this] { events.emplace_back("terminate"); }},
                         std::move(item));
                 },
+            .recordingObserver = observer,
         });
         delegate->applicationDidFinishLaunching();
         executor->runAll();
@@ -120,6 +121,8 @@ protected:
     std::shared_ptr<LoggedWindows> windows = std::make_shared<LoggedWindows>();
     std::shared_ptr<ScriptedAlerts> alerts = std::make_shared<ScriptedAlerts>();
     std::vector<std::string> events;
+    const std::shared_ptr<RecordingMeter> meter = std::make_shared<RecordingMeter>();
+    const std::shared_ptr<RecordingObserver> observer = RecordingObserver::create(executor, meter);
     ScriptedStatusItem* statusItem = nullptr;
     std::shared_ptr<AppDelegate> delegate;
 };
@@ -264,6 +267,126 @@ TEST_F(ShellTest, ACaptureErrorIsAnAlertWithItsMessage)
     executor->runAll();
     EXPECT_THAT(
         alerts->alerts, ElementsAre(Alert{Alert::Style::warning, "Velmora", "Cannot record: Please select a video window first.", {"OK"}}));
+}
+
+constexpr const char* firstLine = "Velmora — Instant Video Clipping (Click to open menu)";
+
+class ShellRecordingTest : public ShellTest {
+protected:
+    ShellRecordingTest()
+    {
+        writers->onCreate = [](auto& made) { made.holdsFinish = true; };
+        launchQuietly();
+        capture();
+        coordinator->onClipSaved = [this](const auto&, double, bool) { events.emplace_back("saved"); };
+    }
+
+    [[nodiscard]] std::vector<std::string> disabledLines() const
+    {
+        std::vector<std::string> titles;
+        for (const auto& item : statusItem->menuDelegate.menuNeedsUpdate()) {
+            if (!item.isEnabled && item.kind == MenuItem::Kind::entry)
+                titles.push_back(item.title);
+        }
+        return titles;
+    }
+
+    void terminate()
+    {
+        delegate->applicationShouldTerminate([this] { events.emplace_back("end"); });
+        executor->runAll();
+    }
+};
+
+TEST_F(ShellRecordingTest, WithoutAClipOnItsWayTheProgramEndsAtOnce)
+{
+    terminate();
+    EXPECT_THAT(events, ElementsAre("end"));
+    EXPECT_EQ(statusItem->toolTip, firstLine);
+    EXPECT_FALSE(captureService->isCapturing());
+}
+
+TEST_F(ShellRecordingTest, TheProgramEndsWhenTheLastClipIsOnTheDiskAndSaysThatItWaits)
+{
+    for (int i = 0; i < 2; ++i) {
+        clock->advance(std::chrono::seconds{1});
+        choose(MenuAction::toggleRecording);
+        choose(MenuAction::toggleRecording);
+        writers->writers.back()->awaitFinish();
+    }
+    terminate();
+    EXPECT_FALSE(captureService->isCapturing());
+    EXPECT_EQ(statusItem->toolTip, std::string{firstLine} + "\nSaving a clip. Velmora ends when it is on the disk.");
+    EXPECT_THAT(disabledLines(), testing::Contains("Saving a clip. Velmora ends when it is on the disk."));
+    writers->writers.at(1)->answerFinish();
+    executor->runUntil([&] { return !events.empty(); });
+    executor->runAll();
+    EXPECT_THAT(events, ElementsAre("saved"));
+    writers->writers.at(0)->answerFinish();
+    executor->runUntil([&] { return events.size() == 3; });
+    EXPECT_THAT(events, ElementsAre("saved", "saved", "end"));
+    EXPECT_EQ(library->recentClips().size(), 2U);
+}
+
+TEST_F(ShellRecordingTest, AStopThatWasAskedForJustBeforeTheEndIsASave)
+{
+    choose(MenuAction::toggleRecording);
+    coordinator->toggleRecording();
+    terminate();
+    EXPECT_THAT(events, IsEmpty());
+    EXPECT_EQ(writers->writers.at(0)->cancelCount, 0);
+    writers->writers.at(0)->answerFinish();
+    executor->runUntil([&] { return events.size() == 2; });
+    EXPECT_THAT(events, ElementsAre("saved", "end"));
+}
+
+TEST_F(ShellRecordingTest, ARecordingThatCannotGoOnIsSavedAndTheReasonIsInTheToolTipAndTheMenu)
+{
+    choose(MenuAction::toggleRecording);
+    meter->report(RecordingReport::Event::fileBegins, {}, 1);
+    meter->report(RecordingReport::Event::fileFailed, "No space left on device", 1);
+    executor->runAll();
+    EXPECT_FALSE(coordinator->isRecording());
+    const std::string reason = "The recording ended early: No space left on device.";
+    EXPECT_EQ(statusItem->toolTip, std::string{firstLine} + '\n' + reason);
+    EXPECT_THAT(disabledLines(), ElementsAre(testing::_, "📺 Target: " + film.displayName(), reason));
+    writers->writers.at(0)->answerFinish();
+    executor->runUntil([&] { return !events.empty(); });
+    EXPECT_THAT(events, ElementsAre("saved"));
+    meter->report(RecordingReport::Event::fileBegins, {}, 2);
+    executor->runAll();
+    EXPECT_EQ(statusItem->toolTip, firstLine);
+}
+
+TEST_F(ShellRecordingTest, AnAlertAboutASaveThatFailedHoldsTheReasonToo)
+{
+    choose(MenuAction::toggleRecording);
+    meter->report(RecordingReport::Event::fileBegins, {}, 1);
+    meter->report(RecordingReport::Event::fileEndsEmpty, {}, 1);
+    writers->writers.at(0)->finishStatus = platform::AssetWriter::Status::failed;
+    choose(MenuAction::toggleRecording);
+    writers->writers.at(0)->answerFinish();
+    executor->runUntil([&] { return !alerts->alerts.empty(); });
+    ASSERT_EQ(alerts->alerts.size(), 1U);
+    EXPECT_THAT(alerts->alerts[0].informativeText,
+        testing::AllOf(testing::StartsWith("Failed saving recording: "), testing::EndsWith("\n\nNo picture of the window had come yet.")));
+}
+
+TEST_F(ShellRecordingTest, AStopAsTheWindowClosesGivesOneAlertWithBothTexts)
+{
+    choose(MenuAction::toggleRecording);
+    // The window's end is handled before the stop that was asked for.
+    streams->streams.back()->stopWithError({"Test", 1, "window gone", nullptr});
+    coordinator->toggleRecording();
+    executor->runAll();
+    ASSERT_EQ(alerts->alerts.size(), 1U);
+    EXPECT_EQ(alerts->alerts[0].informativeText,
+        "Selected window was closed or is no longer available. Please select a window.\n\n"
+        "Failed saving recording: No active manual recording session.");
+    coordinator->startRecording();
+    executor->runAll();
+    ASSERT_EQ(alerts->alerts.size(), 2U);
+    EXPECT_EQ(alerts->alerts[1].informativeText, "Cannot record: Please select a video window first.");
 }
 
 TEST_F(ShellTest, WithoutADelegateWindowsStayClosed)

@@ -381,5 +381,37 @@ TEST_F(FaultyFiles, APartThatIsKilledIsRemovedByTheNextStartOfTheProgram)
     reportFaults("part killed while it was written, removed by the next start", 1, isGone);
 }
 
+TEST(Faults, AnEndWhileAClipIsSavedOnASlowDiskWaitsForTheLastOfItAndSaysSo)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    TrayProgram program{{.environment = {{"LD_PRELOAD", VELMORA_FAULTY_FILES}, {"VELMORA_FAULT_FILES", "Velmora-Recording-"},
+                             {"VELMORA_FAULT", "sync:1:late"}}}};
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_EQ(program.run({"toggle"}).status, 0);
+    record(std::chrono::seconds{3});
+    auto environment = program.environment();
+    environment.erase("LD_PRELOAD");
+    Program toggle{velmora({"toggle"}), environment};
+    ASSERT_TRUE(waitUntil([&] { return !program.status().value(QStringLiteral("isRecording")).toBool(); }));
+    const auto stopped = monotonicNow();
+    program.signal(SIGTERM);
+    EXPECT_TRUE(
+        waitUntil([&] { return program.status().value(QStringLiteral("notice")).toString().startsWith(QLatin1String{"Saving a clip."}); }));
+    EXPECT_EQ(program.awaitEnd().status, 0);
+    const auto outcome = toggle.finish();
+    EXPECT_EQ(outcome.status, 0) << outcome.messages;
+    const auto clips = program.clips();
+    ASSERT_EQ(clips.size(), 1U);
+    EXPECT_EQ(outcome.output, clips[0].string() + "\n");
+    EXPECT_TRUE(isFinished(clips[0]));
+    const auto clip = readClip(clips[0]);
+    ASSERT_TRUE(clip.opened && clip.video);
+    EXPECT_THAT(clip.complaints, IsEmpty());
+    const auto shown = window.shown();
+    const auto last = shown.find(numbersIn(clip).back());
+    ASSERT_NE(last, shown.end());
+    EXPECT_LT(static_cast<double>(stopped - last->second) / 1e9, 1.0) << "seconds of the clip's end that are missing";
+}
+
 }  // namespace
 }  // namespace velmora::test

@@ -1,8 +1,8 @@
 // What a slow disk does to a clip that is being saved while the program is told to end: nothing.
 
+#include "tests/support/media/SlowDisk.h"
 #include "tests/support/media/DecodedFile.h"
 #include "tests/support/media/RecordingEngine.h"
-#include "tests/support/media/SlowDisk.h"
 
 #include <atomic>
 #include <chrono>
@@ -17,8 +17,8 @@ using ::testing::IsEmpty;
 TEST(SlowDisk, AProgramThatEndsWhileAClipIsSavedWaitsForTheLastOfIt)
 {
     const auto gate = std::make_shared<DiskGate>();
-    RecordingEngine engine{CoordinatorFixture::Parts{std::make_shared<SlowAssetWriters>(gate, RecordingEngine::makeSoundEncoder),
-        std::make_shared<RepeatedClipSessions>(6)}};
+    RecordingEngine engine{CoordinatorFixture::Parts{
+        std::make_shared<SlowAssetWriters>(gate, RecordingEngine::makeSoundEncoder), std::make_shared<RepeatedClipSessions>(6)}};
     engine.start();
     gate->close();
     constexpr int pictures = 180;

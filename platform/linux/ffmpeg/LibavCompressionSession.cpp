@@ -1,9 +1,11 @@
 #include "platform/linux/ffmpeg/LibavCompressionSession.h"
 
 #include "base/Mutex.h"
+#include "platform/linux/ffmpeg/LibavError.h"
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
 
 #include <pthread.h>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -19,6 +21,8 @@ constexpr CompressionStatus sessionEnded = AVERROR_EOF;
 
 /// Where libavcodec's own limits lie well beyond any screen.
 constexpr std::int32_t greatestSize = 16384;
+
+constexpr CompressionStatus tooLarge = AVERROR(ERANGE);
 
 CompressionStatus applyProperty(VideoEncoderSettings& settings, CompressionProperty property, const CompressionPropertyValue& value)
 {
@@ -256,8 +260,10 @@ void LibavCompressionSession::invalidate()
 tl::expected<std::shared_ptr<platform::CompressionSession>, CompressionStatus> LibavCompressionSessionFactory::makeSession(
     std::int32_t width, std::int32_t height, FourCharacterCode codec, platform::CompressionSession::OutputCallback output)
 {
-    if (codec != FourCharacterCode{"avc1"} || width < 1 || height < 1 || width > greatestSize || height > greatestSize)
+    if (codec != FourCharacterCode{"avc1"} || width < 1 || height < 1)
         return tl::unexpected(AVERROR(EINVAL));
+    if (width > greatestSize || height > greatestSize)
+        return tl::unexpected(tooLarge);
     VideoEncoderSettings settings;
     settings.width = paddedToEven(width);
     settings.height = paddedToEven(height);
@@ -266,6 +272,13 @@ tl::expected<std::shared_ptr<platform::CompressionSession>, CompressionStatus> L
     settings.effort = VideoEncoderSelection::shared().effortFor(settings);
     return std::make_shared<LibavCompressionSession>(width, height, settings.effort, std::move(output),
         [](const VideoEncoderSettings& wanted) { return VideoEncoderSelection::shared().open(wanted); });
+}
+
+std::string LibavCompressionSessionFactory::description(platform::CompressionStatus status) const
+{
+    if (status == tooLarge)
+        return "The window is larger than an encoder takes: " + std::to_string(greatestSize) + " pixels in width or height.";
+    return libavError(status, "The encoder cannot be started").localizedDescription + ".";
 }
 
 }  // namespace velmora::linux_backend

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace velmora::linux_backend {
 
@@ -46,6 +47,7 @@ public:
     /// Fails with the AVERROR of the encoder that comes last when none can encode this size.
     tl::expected<std::shared_ptr<platform::CompressionSession>, platform::CompressionStatus> makeSession(
         std::int32_t width, std::int32_t height, FourCharacterCode codec, platform::CompressionSession::OutputCallback output) override;
+    [[nodiscard]] std::string description(platform::CompressionStatus status) const override;
 };
 
 }  // namespace velmora::linux_backend

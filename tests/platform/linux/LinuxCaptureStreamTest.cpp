@@ -5,6 +5,8 @@
 #include "tests/support/Samples.h"
 
 #include <atomic>
+#include <cerrno>
+#include <cstdlib>
 #include <future>
 #include <gtest/gtest.h>
 #include <optional>
@@ -75,8 +77,13 @@ public:
 
     void streamDidStopWithError(const platform::CaptureStream&, const Error& error) override { stopped.set_value(error); }
 
+    void streamDidLoseSound(const platform::CaptureStream&, const Error& error) override { losses.push_back(error.localizedDescription); }
+    void streamDidRegainSound(const platform::CaptureStream&) override { ++regains; }
+
     std::vector<std::pair<StreamOutputType, SampleBufferRef>> received;
     std::promise<Error> stopped;
+    std::vector<std::string> losses;
+    int regains = 0;
 };
 
 class LinuxCaptureStreamTest : public testing::Test {
@@ -142,6 +149,86 @@ TEST_F(LinuxCaptureStreamTest, DeliversPicturesAndSoundOnTheirOwnQueues)
     ASSERT_EQ(receiver->received.size(), 2U);
     EXPECT_EQ(receiver->received[1].second, sound);
     stop();
+}
+
+/// Gives a variable of the environment another value for as long as it lives.
+class ChangedVariable {
+public:
+    ChangedVariable(const char* name, const char* value) : name_(name)
+    {
+        if (const char* old = std::getenv(name))
+            old_ = old;
+        value ? setenv(name, value, 1) : unsetenv(name);
+    }
+    ~ChangedVariable() { old_ ? setenv(name_, old_->c_str(), 1) : unsetenv(name_); }
+    ChangedVariable(const ChangedVariable&) = delete;
+    ChangedVariable& operator=(const ChangedVariable&) = delete;
+
+private:
+    const char* const name_;
+    std::optional<std::string> old_;
+};
+
+TEST_F(LinuxCaptureStreamTest, SoundThatCannotBeHadIsToldWithWhatAPersonCanDo)
+{
+    const Error noServer{"Velmora.AudioSource", 1, "No sound server answers.", nullptr};
+    const auto loss = [&](const Error& error) {
+        audio->startError = error;
+        make();
+        EXPECT_TRUE(start());
+        stop();
+        return receiver->losses.back();
+    };
+    {
+        const ChangedVariable unset{"XDG_RUNTIME_DIR", nullptr};
+        EXPECT_EQ(loss(noServer), "There is no runtime folder: XDG_RUNTIME_DIR is not set.");
+    }
+    {
+        const ChangedVariable gone{"XDG_RUNTIME_DIR", "/run/user/nobody"};
+        EXPECT_EQ(loss(noServer), "There is no runtime folder /run/user/nobody.");
+    }
+    const ChangedVariable there{"XDG_RUNTIME_DIR", "/tmp"};
+    EXPECT_EQ(loss(noServer), "No sound server answers.");
+    auto outOfFiles = noServer;
+    outOfFiles.underlying = std::make_shared<const Error>(posixError(EMFILE, "No PipeWire server answers"));
+    EXPECT_EQ(loss(outOfFiles), "Too many files are open.");
+    EXPECT_EQ(receiver->losses.size(), 4U);
+}
+
+TEST_F(LinuxCaptureStreamTest, SoundThatNeverComesIsMissedAfterThreeSecondsOfPicturesAndWelcomeLater)
+{
+    make();
+    ASSERT_TRUE(start());
+    constexpr std::int64_t begin = 7'000'000'000;
+    constexpr std::int64_t second = 1'000'000'000;
+    for (const auto time : {begin, begin + second, begin + 3 * second - 1})
+        video->video.picture(test::screenSample(time));
+    EXPECT_TRUE(receiver->losses.empty());
+    for (int i = 0; i < 3; ++i)
+        video->video.picture(test::screenSample(begin + (3 + i) * second));
+    EXPECT_EQ(receiver->losses, std::vector<std::string>{"No sound server answers."});
+    audio->audio(test::audioSample(begin + 9 * second));
+    audio->audio(test::audioSample(begin + 10 * second));
+    EXPECT_EQ(receiver->regains, 1);
+    video->video.picture(test::screenSample(begin + 20 * second));
+    EXPECT_EQ(receiver->losses.size(), 1U);
+    stop();
+}
+
+TEST_F(LinuxCaptureStreamTest, SoundThatComesOrIsNotWantedIsNotMissed)
+{
+    for (const bool isWanted : {true, false}) {
+        capturesAudio = isWanted;
+        make();
+        ASSERT_TRUE(start());
+        if (isWanted)
+            audio->audio(test::audioSample(1));
+        for (const std::int64_t time : {1'000'000'000LL, 9'000'000'000LL})
+            video->video.picture(test::screenSample(time));
+        stop();
+    }
+    EXPECT_TRUE(receiver->losses.empty());
+    EXPECT_EQ(receiver->regains, 0);
 }
 
 TEST_F(LinuxCaptureStreamTest, AsksForTheSoundOfTheProcessThatOwnsTheWindow)

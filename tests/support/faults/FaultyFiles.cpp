@@ -1,10 +1,11 @@
-// Loaded into a program before the C library: some calls that change a file fail, are cut short, or are the program's last.
+// Loaded into a program before the C library: some calls that change a file fail, are cut short, take long, or are the program's last.
 //
 //     LD_PRELOAD=…/libfaulty_files.so
 //     VELMORA_FAULT_FILES=TEXT         files whose path contains TEXT; all others are left alone
 //     VELMORA_FAULT=CALL:FROM:WHAT     CALL: write, sync, truncate, allocate, copy or rename
 //                                      FROM: the call of that number, from 1, and all later ones; "N only" is that one alone
-//                                      WHAT: an errno value; "short", half of what was asked for; "kill", SIGKILL before the call
+//                                      WHAT: an errno value; "short", half of what was asked for; "late", a second later (sync alone);
+//                                      "kill", SIGKILL before the call
 //
 // Calls are counted over all files that it concerns.
 
@@ -30,6 +31,7 @@ struct Fault {
     bool once = false;
     bool isShort = false;
     bool isKill = false;
+    bool isLate = false;
     int errnoValue = 0;
 };
 
@@ -54,6 +56,7 @@ Fault readFault()
     fault.from = from;
     fault.isShort = std::strcmp(what, "short") == 0;
     fault.isKill = std::strcmp(what, "kill") == 0;
+    fault.isLate = std::strcmp(what, "late") == 0;
     fault.errnoValue = std::atoi(what);
     return fault;
 }
@@ -133,7 +136,10 @@ ssize_t pwrite64(int descriptor, const void* bytes, size_t size, off64_t offset)
 int fdatasync(int descriptor)
 {
     static auto* const real = next<int(int)>("fdatasync");
-    return strikes("sync", descriptor) ? failed<int>() : real(descriptor);
+    const bool isStruck = strikes("sync", descriptor);
+    if (isStruck && fault().isLate)
+        ::sleep(1);
+    return isStruck && !fault().isLate ? failed<int>() : real(descriptor);
 }
 
 int ftruncate(int descriptor, off_t size) noexcept

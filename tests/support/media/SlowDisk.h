@@ -1,20 +1,26 @@
-// Real files on a disk that takes as long as a test wants.
+// Real files on a disk that takes as long as a test wants, or is full.
 #pragma once
 
 #include "base/Mutex.h"
 #include "media/mp4/PosixFile.h"
 #include "platform/linux/AssetWriter.h"
 
+#include <atomic>
+#include <cerrno>
 #include <memory>
 #include <utility>
 
 namespace velmora::test {
 
-/// Whether what is written reaches the disk. Thread-safe.
+/// What becomes of what is written. Thread-safe.
 class DiskGate {
 public:
     void close() { set(false); }
     void open() { set(true); }
+
+    /// From now on nothing can be made longer.
+    void fillUp() { isFull_ = true; }
+    [[nodiscard]] bool isFull() const { return isFull_; }
 
     /// Returns when the gate is open.
     void pass()
@@ -47,6 +53,7 @@ private:
     ConditionVariable changed_;
     bool isOpen_ GUARDED_BY(mutex_) = true;
     int waiting_ GUARDED_BY(mutex_) = 0;
+    std::atomic<bool> isFull_ = false;
 };
 
 /// Every call that makes bytes safe waits at the gate.
@@ -56,6 +63,9 @@ public:
 
     Result<std::size_t> writeSomeAt(std::uint64_t offset, std::span<const std::byte> bytes) override
     {
+        const auto size = file_->size();
+        if (gate_->isFull() && size && offset + bytes.size() > *size)
+            return fail(posixError(ENOSPC, "The clip cannot be written"));
         return file_->writeSomeAt(offset, bytes);
     }
     Result<std::size_t> readSomeAt(std::uint64_t offset, std::span<std::byte> bytes) override { return file_->readSomeAt(offset, bytes); }
@@ -86,8 +96,7 @@ public:
     {
     }
 
-    Result<std::shared_ptr<platform::AssetWriter>> makeAssetWriter(
-        const std::filesystem::path& outputURL, platform::AssetFileType) override
+    Result<std::shared_ptr<platform::AssetWriter>> makeAssetWriter(const std::filesystem::path& outputURL, platform::AssetFileType) override
     {
         auto file = mp4::PosixFile::create(outputURL);
         if (!file)

@@ -80,6 +80,20 @@ TEST(CodecLoader, TheModuleEncodesSoundAndPictures)
         pixels->data(), {0, 0, 64, 64}, 256, std::vector<std::byte>(32 * 32 * 4).data(), {0, 0, 32, 32}, 128));
 }
 
+TEST(CodecLoader, WhySessionsCannotBeMadeIsSaidInWords)
+{
+    const auto module = codecModule();
+    ASSERT_TRUE(module);
+    const auto sessions = (*module)->compressionSessions();
+    const auto why = [&](std::int32_t width, std::int32_t height) {
+        const auto session = sessions->makeSession(width, height, FourCharacterCode{"avc1"}, [](auto, const auto&) {});
+        return session ? "it can" : sessions->description(session.error());
+    };
+    EXPECT_EQ(why(16385, 100), "The window is larger than an encoder takes: 16384 pixels in width or height.");
+    EXPECT_EQ(why(100, 16385), why(16385, 100));
+    EXPECT_EQ(why(0, 100), "The encoder cannot be started: Invalid argument.");
+}
+
 TEST(CodecLoader, ErrorsOfTheModuleComeOutAsTheyAre)
 {
     const auto module = codecModule();

@@ -1,0 +1,115 @@
+#include "app/RecordingObserver.h"
+
+#include "capture/CaptureMessages.h"
+
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+std::string sentence(std::string text)
+{
+    if (!text.empty() && text.back() != '.')
+        text += '.';
+    return text;
+}
+
+}  // namespace
+
+std::shared_ptr<RecordingObserver> RecordingObserver::create(std::shared_ptr<Executor> mainExecutor, std::shared_ptr<RecordingMeter> meter)
+{
+    auto observer = std::make_shared<RecordingObserver>(Private{});
+    meter->onReport = [weak = std::weak_ptr(observer), mainExecutor = std::move(mainExecutor)](RecordingReport report) {
+        mainExecutor->async([weak, report = std::move(report)] {
+            if (const auto self = weak.lock())
+                self->handle(report);
+        });
+    };
+    observer->meter_ = std::move(meter);
+    return observer;
+}
+
+platform::PlatformServices RecordingObserver::observed(platform::PlatformServices services) const
+{
+    services.captureStreams = metered(std::move(services.captureStreams), meter_);
+    services.compressionSessions = metered(std::move(services.compressionSessions), meter_);
+    services.assetWriters = metered(std::move(services.assetWriters), meter_);
+    return services;
+}
+
+void RecordingObserver::handle(const RecordingReport& report)
+{
+    using Event = RecordingReport::Event;
+    const auto before = notice();
+    switch (report.event) {
+    case Event::captureBegins:
+        encoderProblem_.clear();
+        soundProblem_.clear();
+        earlyEnd_.clear();
+        break;
+    case Event::soundIsMissing:
+        soundProblem_ = "Without sound: " + sentence(report.reason);
+        break;
+    case Event::soundIsThere:
+        soundProblem_.clear();
+        break;
+    case Event::encoderWorks:
+        encoderProblem_.clear();
+        break;
+    case Event::encoderFailed:
+        encoderProblem_ = sentence(report.reason);
+        if (fileIsOpen_)
+            earlyEnd_ = encoderProblem_;
+        endEarly(report.reason);
+        break;
+    case Event::fileBegins:
+        file_ = report.file;
+        fileIsOpen_ = true;
+        earlyEnd_.clear();
+        explanation_.clear();
+        if (!encoderProblem_.empty())
+            endEarly(encoderProblem_);
+        break;
+    case Event::fileFailed:
+        if (report.file != file_ || !fileIsOpen_)
+            break;
+        earlyEnd_ = explanation_ = sentence(report.reason);
+        endEarly(report.reason);
+        break;
+    case Event::fileEndsEmpty:
+        if (report.file == file_)
+            explanation_ = encoderProblem_.empty() ? "No picture of the window had come yet." : encoderProblem_;
+        [[fallthrough]];
+    case Event::fileEnds:
+        fileIsOpen_ = fileIsOpen_ && report.file != file_;
+        break;
+    }
+    if (onChange && notice() != before)
+        onChange();
+}
+
+void RecordingObserver::endEarly(const std::string& reason)
+{
+    if (onNothingMoreCanBeWritten)
+        onNothingMoreCanBeWritten(reason);
+}
+
+std::string RecordingObserver::notice() const
+{
+    std::string text = earlyEnd_.empty() ? encoderProblem_ : "The recording ended early: " + earlyEnd_;
+    if (!text.empty() && !soundProblem_.empty())
+        text += ' ';
+    return text + soundProblem_;
+}
+
+std::string RecordingObserver::explained(const std::string& message) const
+{
+    const bool isAboutASave = message.starts_with(capture_message::failedToSave);
+    const auto withoutStop = explanation_.substr(0, explanation_.find_last_not_of('.') + 1);
+    if (!isAboutASave || explanation_.empty() || message.find(withoutStop) != std::string::npos)
+        return message;
+    return message + "\n\n" + explanation_;
+}
+
+}  // namespace velmora

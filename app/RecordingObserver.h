@@ -1,0 +1,58 @@
+// What the features keep to themselves while they record, told to people.
+#pragma once
+
+#include "app/RecordingMeter.h"
+#include "base/SerialQueue.h"
+#include "platform/PlatformServices.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace velmora {
+
+/// Hears from the services that a capture uses what goes wrong in them, and knows when going on is of no use: where no encoder can be made, the
+/// one that runs fails or gives way to one whose pictures do not belong into the same file, or the file takes nothing more. Needs neither a
+/// tray nor a coordinator. Main thread only, except where the wrapped services call.
+class RecordingObserver final : public std::enable_shared_from_this<RecordingObserver> {
+    struct Private { };
+
+public:
+    /// Takes over the meter's `onReport`.
+    static std::shared_ptr<RecordingObserver> create(
+        std::shared_ptr<Executor> mainExecutor, std::shared_ptr<RecordingMeter> meter = std::make_shared<RecordingMeter>());
+
+    explicit RecordingObserver(Private) { }
+
+    /// `services` with all that a capture uses observed. Before the first capture.
+    [[nodiscard]] platform::PlatformServices observed(platform::PlatformServices services) const;
+
+    /// Nothing more can be written into the file that is recorded, if any; more than once for one recording where there is more than one
+    /// reason. What was written is to be saved.
+    std::function<void(const std::string& reason)> onNothingMoreCanBeWritten;
+
+    /// The notice has changed.
+    std::function<void()> onChange;
+
+    /// What is wrong with the capture or was with its last recording, in whole sentences; empty when nothing is.
+    [[nodiscard]] std::string notice() const;
+
+    /// A message about a recording that could not be saved, followed by what is known of the reason, where it does not say so itself. Every
+    /// other message as it is.
+    [[nodiscard]] std::string explained(const std::string& message) const;
+
+private:
+    void handle(const RecordingReport& report);
+    void endEarly(const std::string& reason);
+
+    std::shared_ptr<RecordingMeter> meter_;
+    std::uint64_t file_ = 0;  ///< the one that began last
+    bool fileIsOpen_ = false;
+    std::string encoderProblem_;
+    std::string soundProblem_;
+    std::string earlyEnd_;  ///< why the recording that began last ended before it was asked to
+    std::string explanation_;  ///< why it could not be saved
+};
+
+}  // namespace velmora

@@ -1,0 +1,255 @@
+#include "app/RecordingObserver.h"
+
+#include "platform/fake/FakeAssetWriter.h"
+#include "platform/fake/FakeCaptureStream.h"
+#include "platform/fake/FakeCompressionSession.h"
+#include "platform/fake/ManualExecutor.h"
+#include "tests/support/Samples.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gmock/gmock.h>
+
+namespace velmora {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+constexpr platform::CompressionStatus broken = -5;
+
+class RecordingObserverTest : public testing::Test {
+protected:
+    RecordingObserverTest()
+    {
+        platform::PlatformServices all;
+        all.captureStreams = streams;
+        all.compressionSessions = sessions;
+        all.assetWriters = writers;
+        services = observer->observed(std::move(all));
+        observer->onNothingMoreCanBeWritten = [this](const std::string& reason) { ends.push_back(reason); };
+        observer->onChange = [this] { notices.push_back(observer->notice()); };
+    }
+
+    void capture()
+    {
+        stream = services.captureStreams->makeStream(platform::ContentFilter::desktopIndependentWindow({}), {}, {});
+        executor->runAll();
+    }
+
+    void makeSession()
+    {
+        auto made = services.compressionSessions->makeSession(640, 480, FourCharacterCode{"avc1"}, [](auto, const auto&) {});
+        if (made)
+            session = *made;
+        executor->runAll();
+    }
+
+    void encode(int count, platform::CompressionStatus status, bool isEncoded)
+    {
+        for (int i = 0; i < count; ++i)
+            sessions->sessions.back()->emitOutput(status, isEncoded ? test::videoSample(1, true) : nullptr);
+        executor->runAll();
+    }
+
+    void beginFile()
+    {
+        file = services.assetWriters->makeAssetWriter(folder.path() / "clip.mp4", platform::AssetFileType::mpeg4).value();
+        video = file->makeInput(MediaType::video, std::nullopt, test::videoSample(0, true)->format);
+        file->add(video);
+        executor->runAll();
+    }
+
+    void append(const SampleBufferRef& sample)
+    {
+        video->append(sample);
+        executor->runAll();
+    }
+
+    void fillTheDisk(std::size_t number)
+    {
+        writers->writers.at(number)->input(MediaType::video)->appendFails = true;
+        writers->writers.at(number)->currentStatus = platform::AssetWriter::Status::failed;
+        writers->writers.at(number)->currentError = Error{"POSIX", 28, "No space left on device", nullptr};
+    }
+
+    void finishFile()
+    {
+        file->finishWriting([] {});
+        executor->runAll();
+    }
+
+    test::TemporaryDirectory folder;
+    std::shared_ptr<fake::ManualExecutor> executor = std::make_shared<fake::ManualExecutor>();
+    std::shared_ptr<fake::FakeCaptureStreams> streams = std::make_shared<fake::FakeCaptureStreams>();
+    std::shared_ptr<fake::FakeCompressionSessions> sessions = std::make_shared<fake::FakeCompressionSessions>();
+    std::shared_ptr<fake::FakeAssetWriters> writers = std::make_shared<fake::FakeAssetWriters>();
+    std::shared_ptr<RecordingObserver> observer = RecordingObserver::create(executor);
+    platform::PlatformServices services;
+    std::vector<std::string> ends;
+    std::vector<std::string> notices;
+    std::shared_ptr<platform::CaptureStream> stream;
+    std::shared_ptr<platform::CompressionSession> session;
+    std::shared_ptr<platform::AssetWriter> file;
+    std::shared_ptr<platform::AssetWriterInput> video;
+};
+
+TEST_F(RecordingObserverTest, SaysNothingOfARecordingThatGoesWell)
+{
+    capture();
+    makeSession();
+    beginFile();
+    append(test::videoSample(100, true));
+    encode(100, 0, true);
+    encode(100, 0, false);
+    finishFile();
+    EXPECT_THAT(ends, IsEmpty());
+    EXPECT_THAT(notices, IsEmpty());
+    EXPECT_EQ(observer->notice(), "");
+    EXPECT_EQ(observer->explained("Failed saving recording: x"), "Failed saving recording: x");
+}
+
+TEST_F(RecordingObserverTest, AFullDiskEndsTheRecordingAndTheReasonStaysUntilTheNext)
+{
+    beginFile();
+    append(test::videoSample(100, true));
+    fillTheDisk(0);
+    append(test::videoSample(200, false));
+    append(test::videoSample(300, false));
+    EXPECT_THAT(ends, ElementsAre("No space left on device"));
+    finishFile();
+    EXPECT_EQ(observer->notice(), "The recording ended early: No space left on device.");
+    const std::string message = "Failed saving recording: No space left on device";
+    EXPECT_EQ(observer->explained(message), message) << "it says so itself";
+    beginFile();
+    EXPECT_EQ(observer->notice(), "");
+    EXPECT_THAT(notices, SizeIs(2));
+}
+
+TEST_F(RecordingObserverTest, ARefusedSampleAloneIsNoReasonToEnd)
+{
+    beginFile();
+    writers->writers.at(0)->input(MediaType::video)->appendFails = true;
+    append(test::videoSample(100, true));
+    EXPECT_THAT(ends, IsEmpty());
+}
+
+TEST_F(RecordingObserverTest, WhatAnEarlierFileSuffersIsNoReasonToEndTheNext)
+{
+    beginFile();
+    append(test::videoSample(100, true));
+    const auto earlier = video;
+    beginFile();
+    fillTheDisk(0);
+    earlier->append(test::videoSample(200, false));
+    executor->runAll();
+    EXPECT_THAT(ends, IsEmpty());
+    EXPECT_EQ(observer->notice(), "");
+}
+
+TEST_F(RecordingObserverTest, PicturesOfAnotherEncoderEndTheRecording)
+{
+    beginFile();
+    append(test::videoSample(100, true));
+    writers->writers.at(0)->input(MediaType::video)->refuses = [](const SampleBuffer& sample) {
+        return sample.format->video()->width != 640;
+    };
+    auto foreign = std::make_shared<SampleBuffer>(*test::videoSample(200, true));
+    foreign->format = std::make_shared<const FormatDescription>(VideoFormat{FourCharacterCode{"avc1"}, 320, 240, {}, {}});
+    append(foreign);
+    append(foreign);
+    ASSERT_THAT(ends, SizeIs(1));
+    EXPECT_EQ(observer->notice(),
+        "The recording ended early: Another encoder has taken over, and its pictures do not belong into the same file.");
+}
+
+TEST_F(RecordingObserverTest, WithoutAnEncoderTheReasonIsThereFromTheFirstPictureOnAndEveryRecordingEndsAtOnce)
+{
+    sessions->createStatus = broken;
+    capture();
+    for (int i = 0; i < 3; ++i)
+        makeSession();
+    EXPECT_THAT(ends, ElementsAre("The encoder cannot be started (Status: -5)."));
+    EXPECT_EQ(observer->notice(), "The encoder cannot be started (Status: -5).");
+    for (int i = 0; i < 2; ++i) {
+        ends.clear();
+        beginFile();
+        EXPECT_THAT(ends, ElementsAre("The encoder cannot be started (Status: -5)."));
+        finishFile();
+        EXPECT_EQ(observer->explained("Failed saving recording: Unknown"),
+            "Failed saving recording: Unknown\n\nThe encoder cannot be started (Status: -5).");
+    }
+    sessions->createStatus = 0;
+    makeSession();
+    EXPECT_EQ(observer->notice(), "");
+}
+
+TEST_F(RecordingObserverTest, AnEncoderThatFailsThirtyTimesInARowEndsTheRecordingAndOneThatComesBackIsWelcome)
+{
+    makeSession();
+    beginFile();
+    append(test::videoSample(100, true));
+    encode(29, broken, false);
+    encode(1, 0, true);
+    encode(29, broken, false);
+    encode(50, 0, false);
+    EXPECT_THAT(ends, IsEmpty());
+    encode(5, broken, false);
+    EXPECT_THAT(ends, ElementsAre("The encoder fails (Status: -5)"));
+    finishFile();
+    EXPECT_EQ(observer->notice(), "The recording ended early: The encoder fails (Status: -5).");
+    encode(1, 0, true);
+    beginFile();
+    EXPECT_EQ(observer->notice(), "");
+    EXPECT_THAT(ends, SizeIs(1));
+}
+
+TEST_F(RecordingObserverTest, AFileThatEndsBeforeTheFirstPictureIsExplained)
+{
+    beginFile();
+    finishFile();
+    EXPECT_EQ(observer->explained("Failed saving recording: Unknown"),
+        "Failed saving recording: Unknown\n\nNo picture of the window had come yet.");
+    EXPECT_EQ(
+        observer->explained("Cannot record: Please select a video window first."), "Cannot record: Please select a video window first.");
+    EXPECT_EQ(observer->notice(), "") << "there is nothing wrong";
+}
+
+TEST_F(RecordingObserverTest, SoundThatIsMissingIsSaidUntilItComesOrTheNextCapture)
+{
+    capture();
+    const auto lose = [&] {
+        streams->streams.back()->delegate.lock()->streamDidLoseSound(
+            *streams->streams.back(), {"Test", 1, "No sound server answers.", nullptr});
+        executor->runAll();
+    };
+    lose();
+    EXPECT_EQ(observer->notice(), "Without sound: No sound server answers.");
+    EXPECT_THAT(ends, IsEmpty()) << "the pictures are there";
+    streams->streams.back()->delegate.lock()->streamDidRegainSound(*streams->streams.back());
+    executor->runAll();
+    EXPECT_EQ(observer->notice(), "");
+    lose();
+    capture();
+    EXPECT_EQ(observer->notice(), "");
+}
+
+TEST_F(RecordingObserverTest, SoundThatTheFileDoesNotTakeIsSaid)
+{
+    writers->refused = {MediaType::audio};
+    beginFile();
+    EXPECT_FALSE(file->canAdd(*file->makeInput(MediaType::audio, platform::AudioOutputSettings{}, nullptr)));
+    executor->runAll();
+    EXPECT_EQ(observer->notice(), "Without sound: It cannot be encoded.");
+}
+
+TEST_F(RecordingObserverTest, TheStreamIsTheOneThatWasMade)
+{
+    capture();
+    EXPECT_EQ(stream.get(), streams->streams.back().get()) << "the capture knows it by its address";
+    stream.reset();
+    EXPECT_FALSE(streams->streams.back()->delegate.lock()) << "nobody keeps what stands between";
+}
+
+}  // namespace
+}  // namespace velmora
