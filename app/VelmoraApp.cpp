@@ -145,10 +145,7 @@ public:
         bus.serve(*control_);
         const auto& platform = SharedServices::current().platform;
         interruptedRecordings_.emplace(platform.fileManager, platform.assetRepairer, mainExecutor_);
-        interruptedRecordings_->repair(ClipLibrary::shared()->effectiveOutputDirectory(), [](std::size_t repaired) {
-            if (repaired > 0)
-                ClipLibrary::shared()->reloadClips();
-        });
+        interruptedRecordings_->follow(*ClipLibrary::shared());
         followTheClipsFolder();
         if (!hasTray())
             showMenu(*menuBar);

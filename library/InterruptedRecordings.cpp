@@ -2,6 +2,8 @@
 
 #include "library/PathUtilities.h"
 
+#include <QPointer>
+
 #include <utility>
 
 namespace velmora {
@@ -40,6 +42,18 @@ void InterruptedRecordings::repair(const std::filesystem::path& directory, Uniqu
                 completion(repaired);
         });
     });
+}
+
+void InterruptedRecordings::follow(ClipLibrary& library)
+{
+    const auto repairFolder = [this, followed = QPointer{&library}] {
+        repair(followed->effectiveOutputDirectory(), [followed](std::size_t repaired) {
+            if (repaired > 0 && followed)
+                followed->reloadClips();
+        });
+    };
+    QObject::connect(&library, &ClipLibrary::customOutputDirectoryChanged, &following_, repairFolder);
+    repairFolder();
 }
 
 }  // namespace velmora

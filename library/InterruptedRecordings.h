@@ -3,8 +3,11 @@
 
 #include "base/SerialQueue.h"
 #include "base/UniqueFunction.h"
+#include "library/ClipLibrary.h"
 #include "platform/AssetRepairer.h"
 #include "platform/FileManager.h"
+
+#include <QObject>
 
 #include <atomic>
 #include <cstddef>
@@ -29,6 +32,10 @@ public:
     /// object is destroyed first.
     void repair(const std::filesystem::path& directory, UniqueFunction<void(std::size_t)> completion);
 
+    /// Looks through the library's folder now, and through another one when it is chosen; has the library look again where something was
+    /// repaired. Main thread.
+    void follow(ClipLibrary& library);
+
     /// Returns when everything that was asked for has been looked at.
     void drain() const { queue_.drain(); }
 
@@ -37,6 +44,7 @@ private:
     const std::shared_ptr<platform::AssetRepairer> repairer_;
     const std::shared_ptr<Executor> mainExecutor_;
     const std::shared_ptr<std::atomic<bool>> isCancelled_ = std::make_shared<std::atomic<bool>>(false);
+    const QObject following_;
     SerialQueue queue_{"com.velmora.library.repair", SerialQueue::QualityOfService::utility};
 };
 

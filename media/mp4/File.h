@@ -54,6 +54,10 @@ public:
     /// also where that is a link that leads nowhere. Afterwards this object knows the file by no name: isStillInFolder() is false.
     virtual Result<void> moveTo(const std::filesystem::path& path) = 0;
 
+    /// Whether a process may be writing the file that the lock does not tell of: one on another computer, where the file system keeps its
+    /// locks to this one. Nobody who writes is silent for a minute.
+    virtual Result<bool> mayHaveWriterElsewhere() { return false; }
+
     /// Copies some of the `count` bytes at `from` in `source` to `to`, at least one unless `source` ends there; how many is the result.
     /// `buffer` is at hand for bytes that have to pass through memory.
     virtual Result<std::size_t> copySomeFrom(

@@ -91,7 +91,8 @@ std::size_t removeAbandonedFiles(const std::filesystem::path& folder)
         if (!file)
             return false;
         const auto locked = (*file)->tryLock();
-        return locked && *locked && (*file)->isStillInFolder() && (*file)->removeFromFolder();
+        const auto isWrittenElsewhere = (*file)->mayHaveWriterElsewhere();
+        return locked && *locked && isWrittenElsewhere && !*isWrittenElsewhere && (*file)->isStillInFolder() && (*file)->removeFromFolder();
     }));
 }
 

@@ -1,13 +1,16 @@
 #include "media/mp4/PosixFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <fcntl.h>
 #include <limits>
 #include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -30,7 +33,29 @@ Error pathError(int errnoValue, const std::filesystem::path& path)
     return posixError(errnoValue, path.filename().string());
 }
 
+// A name that nothing had, and that only this call can have given, is replaced; for file systems that know no better way.
+int moveOverReservation(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+    const int reserved = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+    if (reserved < 0)
+        return errno;
+    ::close(reserved);
+    if (::rename(from.c_str(), to.c_str()) == 0)
+        return 0;
+    const int errnoValue = errno;
+    ::unlink(to.c_str());
+    return errnoValue;
+}
+
 }  // namespace
+
+bool hasTrustworthyLocks(std::uint64_t fileSystemType)
+{
+    // NFS, SMB, SMB2, CIFS, FUSE, 9P, Ceph, AFS, Coda, OCFS2, GFS2.
+    constexpr std::array<std::uint64_t, 11> shared{
+        0x6969, 0x517B, 0xFE534D42, 0xFF534D42, 0x65735546, 0x01021997, 0x00C36400, 0x5346414F, 0x73757245, 0x7461636F, 0x01161970};
+    return std::find(shared.begin(), shared.end(), fileSystemType) == shared.end();
+}
 
 Result<std::unique_ptr<File>> PosixFile::create(const std::filesystem::path& path)
 {
@@ -219,13 +244,30 @@ Result<void> PosixFile::moveTo(const std::filesystem::path& path)
     if (errno != EINVAL && errno != ENOSYS)
         return fail(pathError(errno, path));
     // A file system that can only rename by replacing; a second name never replaces.
-    if (::link(path_.c_str(), path.c_str()) != 0)
-        return fail(pathError(errno, path));
+    if (::link(path_.c_str(), path.c_str()) != 0) {
+        // FAT has no second names, and says so in one of these ways.
+        if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS && errno != EINVAL)
+            return fail(pathError(errno, path));
+        if (const int errnoValue = moveOverReservation(path_, path); errnoValue != 0)
+            return fail(pathError(errnoValue, path));
+        return {};
+    }
     if (::unlink(path_.c_str()) == 0)
         return {};
     const int errnoValue = errno;
     ::unlink(path.c_str());
     return fail(error(errnoValue));
+}
+
+Result<bool> PosixFile::mayHaveWriterElsewhere()
+{
+    struct statfs fileSystem { };
+    struct stat status { };
+    if (::fstatfs(descriptor_, &fileSystem) != 0 || ::fstat(descriptor_, &status) != 0)
+        return fail(error(errno));
+    constexpr std::int64_t silence = 60;  // seconds
+    // A clock ahead of ours counts too.
+    return !hasTrustworthyLocks(static_cast<std::uint32_t>(fileSystem.f_type)) && ::time(nullptr) - status.st_mtime < silence;
 }
 
 Result<std::size_t> PosixFile::copySomeFrom(

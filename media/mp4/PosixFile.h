@@ -3,11 +3,16 @@
 
 #include "media/mp4/File.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
 
 namespace velmora::mp4 {
+
+/// Whether the locks of a file system of that type (statfs(2)) are seen by every process that could write its files. Those of network and
+/// user-space file systems may end at this computer.
+[[nodiscard]] bool hasTrustworthyLocks(std::uint64_t fileSystemType);
 
 class PosixFile final : public File {
 public:
@@ -37,6 +42,7 @@ public:
     std::optional<std::filesystem::path> currentPath() override;
     Result<void> removeFromFolder() override;
     Result<void> moveTo(const std::filesystem::path& path) override;
+    Result<bool> mayHaveWriterElsewhere() override;
 
     /// By the kernel where the file system lets it.
     Result<std::size_t> copySomeFrom(

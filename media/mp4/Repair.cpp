@@ -113,6 +113,11 @@ Result<RepairReport> repair(File& file)
         return fail(locked.error());
     if (!*locked)
         return fail(makeError(ErrorCode::inUse, "The file is still being recorded."));
+    const auto isWrittenElsewhere = file.mayHaveWriterElsewhere();
+    if (!isWrittenElsewhere)
+        return fail(isWrittenElsewhere.error());
+    if (*isWrittenElsewhere)
+        return fail(makeError(ErrorCode::inUse, "The file changed a moment ago and may still be recorded on another computer."));
 
     // Read again: whoever held the lock a moment ago may have finished the file.
     movieFile = readWholeFragments(file);

@@ -1,5 +1,8 @@
 #include "library/InterruptedRecordings.h"
 
+#include "platform/fake/FakeAssetReader.h"
+#include "platform/fake/FakeClock.h"
+#include "platform/fake/FakeDesktop.h"
 #include "platform/fake/FakeFileManager.h"
 #include "platform/fake/ManualExecutor.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -14,6 +17,7 @@ namespace velmora {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 /// Repairs what the test says; writes down what it was asked for.
 class ListedRepairer final : public platform::AssetRepairer {
@@ -69,6 +73,36 @@ TEST_F(InterruptedRecordingsTest, AFolderThatIsNotThereHasNone)
     recordings->drain();
     mainExecutor->runAll();
     EXPECT_EQ(repaired, 0U);
+}
+
+TEST_F(InterruptedRecordingsTest, TheLibrarysFolderIsLookedThroughAndAnotherOneWhenItIsChosen)
+{
+    const test::TemporaryDirectory movies;
+    const auto fileManager = std::make_shared<fake::FakeFileManager>();
+    fileManager->movies = {movies.path()};
+    ClipLibrary library{{{fileManager, std::make_shared<fake::FakeAssetReader>(), std::make_shared<fake::FakeClock>(), mainExecutor},
+        std::make_shared<fake::FakeWorkspace>()}};
+    mainExecutor->runAll();
+    recordings->follow(library);
+    recordings->drain();
+    mainExecutor->runAll();
+    EXPECT_THAT(repairer->tidied, ElementsAre(library.effectiveOutputDirectory()));
+    EXPECT_THAT(repairer->asked, IsEmpty());
+
+    int reloads = 0;
+    QObject::connect(&library, &ClipLibrary::recentClipsChanged, &library, [&] { ++reloads; });
+    library.setOutputDirectory(folder.path());
+    recordings->drain();
+    mainExecutor->runAll();
+    EXPECT_EQ(repairer->tidied.back(), folder.path());
+    EXPECT_THAT(repairer->asked, ElementsAre("cut.mp4", "foreign.mp4", "whole.MP4"));
+    // Once for the folder, once more for what was repaired in it.
+    EXPECT_EQ(reloads, 2);
+
+    recordings.reset();
+    library.setOutputDirectory(movies.path());
+    mainExecutor->runAll();
+    EXPECT_EQ(repairer->tidied.back(), folder.path());
 }
 
 TEST_F(InterruptedRecordingsTest, NobodyIsToldOnceTheObjectHasGone)

@@ -16,12 +16,17 @@
 namespace velmora::mp4 {
 namespace {
 
+using velmora::test::linkError;
 using velmora::test::renameError;
 using velmora::test::TemporaryDirectory;
 
 class PendingFileTest : public ::testing::Test {
 protected:
-    ~PendingFileTest() override { renameError = 0; }
+    ~PendingFileTest() override
+    {
+        renameError = 0;
+        linkError = 0;
+    }
 
     std::unique_ptr<PendingFile> create()
     {
@@ -101,6 +106,27 @@ TEST_F(PendingFileTest, ReplacesNothingAndMayTryAnotherName)
         for (const auto& name : names())
             std::filesystem::remove(folder.path() / name);
     }
+}
+
+TEST_F(PendingFileTest, AFolderWithoutSecondNamesTakesTheFileAndStillReplacesNothing)
+{
+    renameError = EINVAL;
+    for (const int error : {EPERM, EOPNOTSUPP, ENOSYS}) {
+        SCOPED_TRACE(error);
+        linkError = error;
+        std::ofstream{folder.path() / "clip.mp4"} << "mine";
+        const auto pending = create();
+        EXPECT_EQ(pending->publish(folder.path() / "clip.mp4").error().code, EEXIST);
+        EXPECT_EQ(contentOf("clip.mp4"), "mine");
+        ASSERT_TRUE(pending->publish(folder.path() / "clip-1.mp4"));
+        EXPECT_EQ(contentOf("clip-1.mp4"), "whole");
+        EXPECT_EQ(names().size(), 2U);
+        for (const auto& name : names())
+            std::filesystem::remove(folder.path() / name);
+    }
+    linkError = EACCES;
+    EXPECT_EQ(create()->publish(folder.path() / "clip.mp4").error().code, EACCES);
+    EXPECT_TRUE(names().empty());
 }
 
 TEST_F(PendingFileTest, AFileSystemThatRefusesForAnotherReasonIsBelieved)

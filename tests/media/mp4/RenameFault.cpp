@@ -1,12 +1,14 @@
 #include "tests/media/mp4/RenameFault.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 namespace velmora::test {
 
 std::atomic<int> renameError{0};
+std::atomic<int> linkError{0};
 
 }  // namespace velmora::test
 
@@ -20,4 +22,15 @@ int renameat2(int oldFolder, const char* oldPath, int newFolder, const char* new
         return -1;
     }
     return static_cast<int>(::syscall(SYS_renameat2, oldFolder, oldPath, newFolder, newPath, flags));
+}
+
+extern "C" int link(const char* from, const char* to) noexcept;
+
+int link(const char* from, const char* to) noexcept
+{
+    if (const int error = velmora::test::linkError; error > 0) {
+        errno = error;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, 0));
 }

@@ -115,6 +115,19 @@ TEST(Repair, DropsALastFragmentWhoseBytesNeverArrived)
     EXPECT_EQ(expectPlays(*file).pictures.size(), 75U);
 }
 
+TEST(Repair, LeavesAFileAloneThatMayBeRecordedOnAnotherComputer)
+{
+    const auto file = unfinishedFile(makeRecording());
+    file->writtenElsewhere = true;
+    const auto before = file->content();
+    const auto report = repair(*file);
+    ASSERT_FALSE(report);
+    EXPECT_EQ(report.error().code, static_cast<int>(ErrorCode::inUse));
+    EXPECT_EQ(file->content(), before);
+    file->writtenElsewhere = false;
+    EXPECT_TRUE(repair(*file));
+}
+
 TEST(Repair, LeavesAFinishedFileUntouchedEvenAReadOnlyOne)
 {
     const TemporaryDirectory folder;

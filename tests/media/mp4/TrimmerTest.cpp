@@ -1,6 +1,8 @@
 #include "media/mp4/Trimmer.h"
 
+#include "media/mp4/BoxWriter.h"
 #include "media/mp4/MovieReader.h"
+#include "media/mp4/MovieSerializer.h"
 #include "media/mp4/RecordingLayout.h"
 #include "tests/media/mp4/Recordings.h"
 
@@ -82,6 +84,42 @@ TEST(Trimmer, CopiesTheBytesOfItsSamplesAndNoOthers)
     const auto first =
         std::min(trimmed->movie.tracks[0].samples.chunks().front().offset, trimmed->movie.tracks[1].samples.chunks().front().offset);
     EXPECT_EQ(*target.size(), first + media);
+}
+
+TEST(Trimmer, TheLanguagesOfTracksSurvive)
+{
+    const auto recorded = finishedFile(makeRecording());
+    auto movie = readMovie(*recorded)->movie;
+    constexpr std::uint16_t german = 0x10B5;  // d, e, u
+    movie.tracks[1].language = german;
+    movie.tracks[1].extendedLanguage = {
+        std::byte{0}, std::byte{0}, std::byte{0}, std::byte{0}, std::byte{'d'}, std::byte{'e'}, std::byte{0}};
+    // Its media stays where it was; the index that counts comes first.
+    MemoryFile source;
+    BoxWriter writer;
+    writer.u32(16);
+    writer.text("ftypisom");
+    writer.u32(0);
+    const auto shift = [&](const Movie& index) { return 16 + serializeMovie(index).size(); };
+    const auto distance = shift(movie);
+    for (auto& track : movie.tracks) {
+        std::vector<std::uint64_t> offsets;
+        for (const auto& chunk : track.samples.chunks())
+            offsets.push_back(chunk.offset + distance);
+        track.samples.setChunkOffsets(offsets);
+    }
+    ASSERT_EQ(shift(movie), distance);
+    writer.bytes(serializeMovie(movie));
+    writer.bytes(recorded->content());
+    ASSERT_TRUE(source.writeAt(0, writer.view()));
+    MemoryFile target;
+    const auto outcome = trim(source, middle, target);
+    ASSERT_TRUE(outcome) << outcome.error().localizedDescription;
+    const auto trimmed = readMovie(target);
+    ASSERT_TRUE(trimmed);
+    EXPECT_EQ(trimmed->movie.tracks.at(0).language, Track::undeterminedLanguage);
+    EXPECT_EQ(trimmed->movie.tracks.at(1).language, german);
+    EXPECT_EQ(trimmed->movie.tracks[1].extendedLanguage, movie.tracks[1].extendedLanguage);
 }
 
 TEST(Trimmer, OnlyReadsTheSource)

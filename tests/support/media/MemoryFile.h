@@ -50,6 +50,7 @@ public:
     Result<void> sync() override;
     Result<void> syncFolder() override { return {}; }
     Result<bool> tryLock() override { return !lockedByAnother; }
+    Result<bool> mayHaveWriterElsewhere() override { return writtenElsewhere; }
     bool isStillInFolder() override { return isInFolder; }
     Result<void> removeFromFolder() override
     {
@@ -68,6 +69,7 @@ public:
 
     Faults faults;
     bool lockedByAnother = false;
+    bool writtenElsewhere = false;
     std::atomic<bool> isInFolder = true;  ///< removal is safe on any thread
     std::size_t writeCount = 0;
     std::size_t syncCount = 0;
