@@ -127,22 +127,6 @@ TEST_F(ConfirmationTest, ThePanelStandsInTheCornerBelowTheTrayAndGoesByItself)
     EXPECT_TRUE(isHidden(hud));
 }
 
-// The place is found again by its colours, so the window may be larger than what it shows.
-QRect shownPanel()
-{
-    const QRect corner{1920 - 360, 0, 360, 160};
-    const auto picture = screenPicture(corner);
-    const QColor ground{15, 23, 42};
-    QRect panel;
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            if (picture.pixelColor(x, y) == ground)
-                panel |= QRect{x, y, 1, 1};
-        }
-    }
-    return panel.isEmpty() ? QRect{} : panel.translated(corner.topLeft());
-}
-
 TEST_F(ConfirmationTest, ThePanelTakesNoFocusHoweverItIsUsed)
 {
     ASSERT_EQ(runProgram({"xdotool", "windowactivate", "--sync", std::to_string(window.id())}).status, 0);
@@ -161,35 +145,6 @@ TEST_F(ConfirmationTest, ThePanelTakesNoFocusHoweverItIsUsed)
     pressKeys({"Tab", "Return"});
     EXPECT_TRUE(isHidden(hud));
     EXPECT_EQ(focused(), before) << "it has gone";
-}
-
-TEST_F(ConfirmationTest, WhereWindowsAreCompositedThePanelHasAShadowThatLetsClicksThrough)
-{
-    const Program compositor{{"xcompmgr"}};
-    ASSERT_TRUE(waitUntil([] { return runProgram({"xcompmgr"}).status == 1; })) << "a second one finds the first";
-    ASSERT_EQ(runProgram({"hsetroot", "-solid", "#ffffff"}).status, 0);
-    save();
-    ASSERT_TRUE(isShown(hud));
-    ASSERT_TRUE(waitUntil([] { return shownPanel().size() == QSize{338, 108}; })) << "the ground inside the border";
-    const QRect place = shownPanel().adjusted(-1, -1, 1, 1);
-    EXPECT_EQ(place.left(), 1920 - 360);
-    EXPECT_NEAR(place.top(), Panel::height + 10, 1);
-    const auto shadow = screenPicture({place.center().x(), place.bottom() + 3, 1, 1}).pixelColor(0, 0);
-    EXPECT_LT(shadow.lightness(), 230);
-    EXPECT_GT(shadow.lightness(), 60);
-    const auto corner = screenPicture({place.topLeft(), QSize{1, 1}}).pixelColor(0, 0);
-    EXPECT_GT(corner.lightness(), 150) << "the panel's corner is round";
-
-    const NumberedWindow below{{"--size", "360x200", "--position", "1540,100", "--still"}};
-    const auto windowUnder = [](const QPoint& point) {
-        movePointer(point);
-        const auto told = runProgram({"xdotool", "getmouselocation", "--shell"}).output;
-        return told.substr(told.find("WINDOW="));
-    };
-    const auto beside = windowUnder(place.bottomLeft() + QPoint{60, 8});
-    EXPECT_EQ(beside, windowUnder(place.bottomLeft() + QPoint{60, 60}));
-    EXPECT_NE(beside, windowUnder(place.center()));
-    EXPECT_EQ(runProgram({"hsetroot", "-solid", "#000000"}).status, 0);
 }
 
 TEST_F(ConfirmationTest, ASecondSaveTakesThePanelOver)
