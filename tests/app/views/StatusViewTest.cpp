@@ -149,7 +149,9 @@ TEST_F(StatusViewTest, TheFirstCommandHasTheKeyboardAndArrowsGoFromOneToTheNext)
         window->type(Qt::Key_Down);
     }
     EXPECT_EQ(reached.join(QLatin1Char('|')).toStdString(),
-        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to Clip...|📁 Open Clips "
+        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to Clip...|📁 "
+        "Open "
+        "Clips "
         "Folder "
         "in Finder|📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora|✕ Quit Velmora");
     window->type(Qt::Key_Up);
@@ -223,7 +225,8 @@ TEST_F(StatusViewTest, RowsSayWhatTheyAre)
         commands.append(accessible->text(QAccessible::Name));
     });
     EXPECT_EQ(commands.join(QLatin1Char('|')).toStdString(),
-        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to Clip...|Clip.mp4 "
+        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to "
+        "Clip...|Clip.mp4 "
         "(12:34)|📁 Open "
         "Clips Folder in Finder|📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora");
     EXPECT_EQ(named(QAccessible::Separator).size(), 5);
