@@ -20,7 +20,8 @@ const CapturedWindowInfo film{.id = 7, .title = "Film", .appName = "Player", .bu
 struct Menu {
     explicit Menu(const std::optional<CapturedWindowInfo>& window, const std::vector<ClipItem>& clips = {})
     {
-        renderMenu(menu, describeMenu({CaptureState{CaptureState::WaitingForWindowSelection{}}, window, clips}), LabelSyntax::widget, [](const MenuItem&) { });
+        renderMenu(menu, describeMenu({CaptureState{CaptureState::WaitingForWindowSelection{}}, window, clips}), LabelSyntax::widget,
+            [](const MenuItem&) {});
         menu.ensurePolished();
         menu.resize(menu.sizeHint());
     }
@@ -33,10 +34,7 @@ struct Menu {
         }
         throw std::runtime_error(std::string{"no item "} + title);
     }
-    [[nodiscard]] QImage row(const QAction& action)
-    {
-        return menu.grab(menu.actionGeometry(const_cast<QAction*>(&action))).toImage();
-    }
+    [[nodiscard]] QImage row(const QAction& action) { return menu.grab(menu.actionGeometry(const_cast<QAction*>(&action))).toImage(); }
 
     QGuiApplication& application = test::application();
     StyledMenu menu;
@@ -151,8 +149,9 @@ TEST(MenuLook, ALabelOnTheBusHasEightyCharactersAndKeepsTheDuration)
     auto chosen = film;
     chosen.title = std::string(300, 'W');
     QMenu menu;
-    renderMenu(menu, describeMenu({CaptureState{CaptureState::WaitingForWindowSelection{}}, chosen, oneClip(std::string(240, '_') + ".mp4")}),
-        LabelSyntax::dbusmenu, [](const MenuItem&) { });
+    renderMenu(menu,
+        describeMenu({CaptureState{CaptureState::WaitingForWindowSelection{}}, chosen, oneClip(std::string(240, '_') + ".mp4")}),
+        LabelSyntax::dbusmenu, [](const MenuItem&) {});
     const auto& items = menu.actions();
     const auto target = items[2]->text();
     EXPECT_EQ(target.toUcs4().size(), 80);

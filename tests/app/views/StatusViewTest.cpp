@@ -102,7 +102,8 @@ protected:
     bool isQuit = false;
     std::shared_ptr<LoggedPresenter> presenter = std::make_shared<LoggedPresenter>();
     std::shared_ptr<LoggedAlerts> alerts = std::make_shared<LoggedAlerts>();
-    MenuBarController menuBar{{coordinator, library, workspace, alerts, presenter, [this] { isQuit = true; }}, std::make_unique<NoStatusItem>()};
+    MenuBarController menuBar{
+        {coordinator, library, workspace, alerts, presenter, [this] { isQuit = true; }}, std::make_unique<NoStatusItem>()};
     StatusModel model{menuBar, *coordinator};
     std::optional<ViewTestWindow> window;
 };
@@ -148,7 +149,10 @@ TEST_F(StatusViewTest, TheFirstCommandHasTheKeyboardAndArrowsGoFromOneToTheNext)
         window->type(Qt::Key_Down);
     }
     EXPECT_EQ(reached.join(QLatin1Char('|')).toStdString(),
-        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to Clip...|📁 Open Clips Folder "
+        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to Clip...|📁 "
+        "Open "
+        "Clips "
+        "Folder "
         "in Finder|📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora|✕ Quit Velmora");
     window->type(Qt::Key_Up);
     EXPECT_EQ(focused(), QString::fromUtf8("⚙️ Settings..."));
@@ -221,7 +225,9 @@ TEST_F(StatusViewTest, RowsSayWhatTheyAre)
         commands.append(accessible->text(QAccessible::Name));
     });
     EXPECT_EQ(commands.join(QLatin1Char('|')).toStdString(),
-        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to Clip...|Clip.mp4 (12:34)|📁 Open "
+        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to "
+        "Clip...|Clip.mp4 "
+        "(12:34)|📁 Open "
         "Clips Folder in Finder|📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora");
     EXPECT_EQ(named(QAccessible::Separator).size(), 5);
     EXPECT_TRUE(named(QAccessible::StaticText).contains(QString::fromUtf8("⚠️ No Video Window Selected")));
