@@ -28,5 +28,11 @@ foreach(target PkgConfig::XCB PkgConfig::XCB_XTEST PkgConfig::PIPEWIRE PkgConfig
         if(directories)
             set_target_properties(${target} PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${directories}")
         endif()
+        # An old wish for functions that C libraries of today have anyway; precompiled headers fit only what says the same of it.
+        get_target_property(options ${target} INTERFACE_COMPILE_OPTIONS)
+        if(options)
+            list(REMOVE_ITEM options -D_REENTRANT)
+            set_target_properties(${target} PROPERTIES INTERFACE_COMPILE_OPTIONS "${options}")
+        endif()
     endif()
 endforeach()

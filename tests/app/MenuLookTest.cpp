@@ -105,7 +105,7 @@ TEST(MenuLook, ALongTitleIsElidedAndTheKeysStayInTheMenu)
     Menu ordinary{film};
     auto chosen = film;
     chosen.title = std::string(100'000, 'W');
-    Menu menu{chosen, oneClip(std::string(240, 'W') + ".mp4")};
+    Menu menu{chosen, oneClip(std::string(240, 'W').append(".mp4"))};
     EXPECT_LE(menu.menu.width(), 640);
     EXPECT_GE(menu.menu.width(), ordinary.menu.width());
     const auto keysAtTheRight = [](Menu& shown) {
@@ -150,7 +150,7 @@ TEST(MenuLook, ALabelOnTheBusHasEightyCharactersAndKeepsTheDuration)
     chosen.title = std::string(300, 'W');
     QMenu menu;
     renderMenu(menu,
-        describeMenu({CaptureState{CaptureState::WaitingForWindowSelection{}}, chosen, oneClip(std::string(240, '_') + ".mp4")}),
+        describeMenu({CaptureState{CaptureState::WaitingForWindowSelection{}}, chosen, oneClip(std::string(240, '_').append(".mp4"))}),
         LabelSyntax::dbusmenu, [](const MenuItem&) {});
     const auto& items = menu.actions();
     const auto target = items[2]->text();
