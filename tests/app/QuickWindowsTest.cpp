@@ -62,23 +62,18 @@ TEST_F(QuickWindowsTest, AWindowThatFitsHasItsGivenSizeInTheMiddleOfWhatIsFree)
     EXPECT_EQ(view->rootObject()->objectName(), QStringLiteral("view")) << "nothing lies between the window and its view";
 }
 
-TEST_F(QuickWindowsTest, AWindowThatDoesNotFitHasTheWorkAreasSizeAndItsContentsScroll)
+TEST_F(QuickWindowsTest, AWindowThatDoesNotFitHasTheWorkAreasSizeAndItsViewWithIt)
 {
     activation->screen = {frame, {0, 0, 700, 436}};
     auto* view = open({WindowContent::onboarding, 640, 530, true, false, "too high", {}});
     ASSERT_TRUE(view);
-    EXPECT_EQ(view->size(), (QSize{640, 400})) << "beside its title bar";
+    EXPECT_EQ(view->size(), (QSize{640, 436}));
     EXPECT_EQ(view->minimumSize(), view->size());
+    EXPECT_EQ(view->maximumSize(), view->size());
     view->show();
     application.processEvents();
     ASSERT_TRUE(view->rootObject());
-    auto* content = view->rootObject()->findChild<QQuickItem*>(QStringLiteral("view"));
-    ASSERT_TRUE(content);
-    EXPECT_EQ(content->size(), (QSizeF{640, 530}));
-    EXPECT_EQ(view->rootObject()->property("contentHeight").toDouble(), 530);
-    EXPECT_EQ(view->rootObject()->height(), 400);
-    view->rootObject()->setProperty("contentY", 130);
-    EXPECT_EQ(content->mapToScene({0, 530}).y(), 400) << "its last line can be reached";
+    EXPECT_EQ(view->rootObject()->size(), (QSizeF{640, 436})) << "what does not fit is the view's to scroll";
 }
 
 TEST_F(QuickWindowsTest, AWindowThatCanBeResizedStaysUsableWhenItIsMadeLarger)
@@ -86,14 +81,13 @@ TEST_F(QuickWindowsTest, AWindowThatCanBeResizedStaysUsableWhenItIsMadeLarger)
     activation->screen = {frame, {0, 0, 500, 436}};
     auto* view = open({WindowContent::clipPreview, 680, 600, true, true, "too large", {}});
     ASSERT_TRUE(view);
-    EXPECT_EQ(view->size(), (QSize{500, 400}));
+    EXPECT_EQ(view->size(), (QSize{500, 436}));
     EXPECT_GT(view->maximumSize().width(), 1000);
     view->show();
     view->resize(900, 700);
     application.processEvents();
-    auto* content = view->rootObject()->findChild<QQuickItem*>(QStringLiteral("view"));
-    ASSERT_TRUE(content);
-    EXPECT_EQ(content->size(), (QSizeF{900, 700}));
+    ASSERT_TRUE(view->rootObject());
+    EXPECT_EQ(view->rootObject()->size(), (QSizeF{900, 700}));
 }
 
 TEST_F(QuickWindowsTest, TheButtonsOfTheTitleBarAreThoseOfTheKindOfWindow)
