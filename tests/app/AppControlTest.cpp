@@ -116,11 +116,11 @@ protected:
         EXPECT_EQ(started.clip(), "");
     }
 
-    void finish(std::size_t number, const SaveAnswer& answer)
+    void finish(std::size_t number, const SaveAnswer& awaited)
     {
         executor->runAll();
         writers->writers.at(number)->answerFinish();
-        executor->runUntil([&] { return answer.result.has_value(); });
+        executor->runUntil([&] { return awaited.result.has_value(); });
         executor->runAll();
     }
 
