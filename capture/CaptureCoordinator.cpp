@@ -167,7 +167,7 @@ void CaptureCoordinator::stopAndSave(SaveCompletion completion, bool stopsCaptur
         return completion(fail(errorDomain, noRecording, "No recording runs."));
     }
     if (!pendingStop_) {
-        pendingStop_.emplace();
+        pendingStop_ = Stop{};
         saves_.enter();
         services_.mainExecutor->async([self = shared_from_this()] { self->beginSaving(); });
     }

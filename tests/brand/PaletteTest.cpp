@@ -19,8 +19,11 @@ constexpr double leastForEdges = 3;
 /// WCAG 2.1, "relative luminance".
 double luminance(const QColor& color)
 {
-    const auto linear = [](double part) { return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4); };
-    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+    const auto linear = [](int byte) {
+        const double part = byte / 255.0;
+        return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.red()) + 0.7152 * linear(color.green()) + 0.0722 * linear(color.blue());
 }
 
 double contrast(const QColor& one, const QColor& other)

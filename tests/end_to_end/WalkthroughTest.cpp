@@ -235,6 +235,9 @@ TEST_F(WalkthroughTest, AWholeFirstUseStoresTheFlagAndTheClipAndNothingElse)
     ASSERT_TRUE(program.saveByShortcut());
     ASSERT_EQ(program.run({"preview", program.lastSavedClip()}).status, 0);
     ASSERT_TRUE(isShown("^Preview & Trim"));
+    // It lies over the menu.
+    closeByTitleBar("^Preview & Trim");
+    ASSERT_TRUE(isHidden("^Preview & Trim"));
     ASSERT_TRUE(AssistiveTechnology::clickOn("list item", "⚙️ Settings"));
     ASSERT_TRUE(isShown("^Velmora Settings$"));
     EXPECT_THAT(program.clips(), SizeIs(1));

@@ -236,7 +236,7 @@ TEST_F(ClipPreviewViewTest, TheSectionsStandBelowEachOtherUnderTheirTitle)
     appear();
     model->saveTrimmedClip();
     static_cast<void>(window->grab());
-    const auto top = [this](const QQuickItem& item) { return item.mapToScene({0, 0}).y(); };
+    const auto top = [](const QQuickItem& item) { return item.mapToScene({0, 0}).y(); };
     QQuickItem* title = nullptr;
     QQuickItem* message = nullptr;
     window->forEachVisible([&](QQuickItem& item) {

@@ -81,6 +81,7 @@ TEST_F(DesktopLayoutReaderTest, PanelsReserveWhileTheyAreShown)
     xcb_unmap_window(desktop.xcb(), unlisted);
     desktop.sync();
     EXPECT_EQ(mainScreen(), (ScreenFrames{right, {800, 30, 480, 570}}));
+    desktop.setValues(desktop.root(), "_NET_CLIENT_LIST", "WINDOW", {});
     desktop.destroy(listed);
     EXPECT_EQ(mainScreen(), (ScreenFrames{right, right}));
 }
