@@ -73,7 +73,8 @@ TEST_F(QuickWindowsTest, AWindowThatDoesNotFitHasTheWorkAreasSizeAndItsViewWithI
     view->show();
     application.processEvents();
     ASSERT_TRUE(view->rootObject());
-    EXPECT_EQ(view->rootObject()->size(), (QSizeF{640, 436})) << "what does not fit is the view's to scroll";
+    EXPECT_EQ(view->height(), 436 - view->frameMargins().top() - view->frameMargins().bottom()) << "its frame is known by now";
+    EXPECT_EQ(view->rootObject()->size(), QSizeF{view->size()}) << "what does not fit is the view's to scroll";
 }
 
 TEST_F(QuickWindowsTest, AWindowThatCanBeResizedStaysUsableWhenItIsMadeLarger)
@@ -84,6 +85,7 @@ TEST_F(QuickWindowsTest, AWindowThatCanBeResizedStaysUsableWhenItIsMadeLarger)
     EXPECT_EQ(view->size(), (QSize{500, 436}));
     EXPECT_GT(view->maximumSize().width(), 1000);
     view->show();
+    application.processEvents();
     view->resize(900, 700);
     application.processEvents();
     ASSERT_TRUE(view->rootObject());
