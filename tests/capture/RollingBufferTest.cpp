@@ -17,10 +17,15 @@ thread_local std::size_t allocationsOfThisThread = 0;
 
 }  // namespace
 
-void* operator new(std::size_t size)
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
     ++allocationsOfThisThread;
-    if (void* memory = std::malloc(size != 0 ? size : 1))
+    return std::malloc(size != 0 ? size : 1);
+}
+
+void* operator new(std::size_t size)
+{
+    if (void* memory = operator new(size, std::nothrow))
         return memory;
     throw std::bad_alloc{};
 }
