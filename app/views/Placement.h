@@ -5,6 +5,8 @@
 
 #include <QRect>
 
+#include <optional>
+
 class QScreen;
 class QWindow;
 
