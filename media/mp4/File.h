@@ -11,7 +11,7 @@
 
 namespace velmora::mp4 {
 
-/// Offsets and sizes are bytes from the beginning of the file. Used on one thread at a time, except removeFromFolder() and
+/// Offsets and sizes are bytes from the beginning of the file. Used on one thread at a time, except removeFromFolder(), moveTo() and
 /// isStillInFolder(), which are safe on any. Errors are those of the system (domain posixErrorDomain, an errno value as code).
 class File {
 public:
@@ -51,7 +51,8 @@ public:
     virtual Result<void> removeFromFolder() = 0;
 
     /// Gives the file another name on the same volume, in one step that leaves alone whatever has that name already: EEXIST then, and
-    /// also where that is a link that leads nowhere. Afterwards this object knows the file by no name: isStillInFolder() is false.
+    /// also where that is a link that leads nowhere; and no other file than this one: ENOENT unless isStillInFolder(). Afterwards this
+    /// object knows the file by no name: isStillInFolder() is false.
     virtual Result<void> moveTo(const std::filesystem::path& path) = 0;
 
     /// Whether a process may be writing the file that the lock does not tell of: one on another computer, where the file system keeps its

@@ -239,6 +239,19 @@ Result<void> PosixFile::removeFromFolder()
 
 Result<void> PosixFile::moveTo(const std::filesystem::path& path)
 {
+    if (!isStillInFolder())
+        return fail(pathError(ENOENT, path));
+    if (auto renamed = renameTo(path); !renamed)
+        return renamed;
+    if (isAt(path))
+        return {};
+    // Between the look and the step another file came to the name that was ours: it goes back.
+    static_cast<void>(::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE));
+    return fail(pathError(ENOENT, path));
+}
+
+Result<void> PosixFile::renameTo(const std::filesystem::path& path) const
+{
     if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0)
         return {};
     if (errno != EINVAL && errno != ENOSYS)

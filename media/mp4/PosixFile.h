@@ -55,6 +55,7 @@ private:
 
     [[nodiscard]] Error error(int errnoValue) const;
     [[nodiscard]] bool isAt(const std::filesystem::path& path) const;
+    [[nodiscard]] Result<void> renameTo(const std::filesystem::path& path) const;
 
     const int descriptor_;
     const std::filesystem::path path_;

@@ -1,5 +1,6 @@
 #include "media/mp4/PosixFile.h"
 
+#include "tests/media/mp4/RenameFault.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/media/MemoryFile.h"
 
@@ -175,6 +176,39 @@ TEST(PosixFile, ACopyThatTheDiskDoesNotTakeIsTheSystemsError)
     ASSERT_TRUE(target);
     std::vector<std::byte> buffer(3);
     EXPECT_EQ((*target)->copyFrom(**source, 0, 0, 4, buffer).error().code, EBADF);
+}
+
+TEST(PosixFile, MovesNoOtherFileThanItsOwn)
+{
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "clip";
+    const auto replace = [&] {
+        std::filesystem::remove(path);
+        std::ofstream{path} << "another";
+    };
+    {
+        const auto file = PosixFile::create(path);
+        replace();
+        EXPECT_EQ((*file)->moveTo(folder.path() / "moved").error().code, ENOENT);
+        EXPECT_FALSE(std::filesystem::exists(folder.path() / "moved"));
+        EXPECT_EQ(std::filesystem::file_size(path), 7U);
+    }
+    std::filesystem::remove(path);
+    {
+        // In the moment between the look and the step.
+        const auto file = PosixFile::create(path);
+        test::beforeRename = replace;
+        EXPECT_EQ((*file)->moveTo(folder.path() / "moved").error().code, ENOENT);
+        EXPECT_FALSE(std::filesystem::exists(folder.path() / "moved"));
+        EXPECT_EQ(std::filesystem::file_size(path), 7U);
+    }
+    std::filesystem::remove(path);
+    const auto file = PosixFile::create(path);
+    ASSERT_TRUE((*file)->writeAt(0, bytes("ours")));
+    EXPECT_TRUE((*file)->moveTo(folder.path() / "moved"));
+    EXPECT_EQ(std::filesystem::file_size(folder.path() / "moved"), 4U);
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_FALSE((*file)->isStillInFolder());
 }
 
 }  // namespace

@@ -4,11 +4,13 @@
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <utility>
 
 namespace velmora::test {
 
 std::atomic<int> renameError{0};
 std::atomic<int> linkError{0};
+std::function<void()> beforeRename;
 
 }  // namespace velmora::test
 
@@ -21,6 +23,8 @@ int renameat2(int oldFolder, const char* oldPath, int newFolder, const char* new
         errno = error;
         return -1;
     }
+    if (const auto others = std::exchange(velmora::test::beforeRename, nullptr))
+        others();
     return static_cast<int>(::syscall(SYS_renameat2, oldFolder, oldPath, newFolder, newPath, flags));
 }
 

@@ -1,7 +1,8 @@
-// A file system that cannot rename without replacing, as some are.
+// A file system that cannot rename without replacing, as some are, or on which others are busy.
 #pragma once
 
 #include <atomic>
+#include <functional>
 
 namespace velmora::test {
 
@@ -10,5 +11,8 @@ extern std::atomic<int> renameError;
 
 /// The same for link(): a file system without second names.
 extern std::atomic<int> linkError;
+
+/// Called once, right before renameat2() does its work.
+extern std::function<void()> beforeRename;
 
 }  // namespace velmora::test
