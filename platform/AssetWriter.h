@@ -46,7 +46,7 @@ class AssetWriter {
 public:
     enum class Status { unknown, writing, completed, failed, cancelled };
 
-    /// A writer that is destroyed without finish or cancel leaves its file as a crash would: playable, unfinished.
+    /// Without finish or cancel the file stays as a crash would leave it: playable, unfinished. After a cancel this may wait for the disk.
     virtual ~AssetWriter() = default;
 
     /// Pass-through when `settings` is none: samples of the format of `sourceFormatHint` are written as they are.
@@ -64,7 +64,7 @@ public:
     /// `completion` is called exactly once, on any thread, when the file is whole or has failed.
     virtual void finishWriting(UniqueFunction<void()> completion) = 0;
 
-    /// Abandons the file; what was written of it is removed.
+    /// Abandons the file: it is gone from its path at once. What was written may be found in the desktop's trash.
     virtual void cancelWriting() = 0;
 
     /// Safe on any thread once a completion has been called; else on the writer's queue.

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cassert>
+#include <cerrno>
 #include <limits>
 
 namespace velmora::mp4 {
@@ -169,6 +170,12 @@ void RecordingWriter::finish(std::vector<TrackEnd> ends, Completion completion)
         state->closeFile();
         completion(std::move(result));
     });
+}
+
+Result<void> RecordingWriter::moveFile(const std::filesystem::path& path)
+{
+    const auto file = state_->file.load();
+    return file ? file->moveTo(path) : fail(posixError(EBADF, path.filename().native()));
 }
 
 void RecordingWriter::cancel()

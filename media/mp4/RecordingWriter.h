@@ -5,6 +5,7 @@
 #include "media/mp4/RecordingFile.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -36,6 +37,10 @@ public:
     /// Ends the recording; nothing may be called afterwards. `completion` runs exactly once, on the writer's thread, with the file
     /// closed. `ends` belongs to the tracks by index. Without start() the file is removed.
     void finish(std::vector<TrackEnd> ends, Completion completion);
+
+    /// Moves the file, at once, by File::moveTo(). It goes on there; finish() makes it whole there too, and calls that a failure, as it does
+    /// of every file that was moved.
+    Result<void> moveFile(const std::filesystem::path& path);
 
     /// Removes the file, at once; what is still queued is dropped. Nothing may be called afterwards.
     void cancel();

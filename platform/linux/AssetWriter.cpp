@@ -1,6 +1,7 @@
 #include "platform/linux/AssetWriter.h"
 
 #include "base/Mutex.h"
+#include "media/mp4/MovieReader.h"
 #include "media/mp4/MovieSerializer.h"
 
 #include <algorithm>
@@ -19,6 +20,16 @@ constexpr std::uint64_t largestBacklog = std::uint64_t{64} << 20;
 constexpr MediaTime jitter{5, 1000};
 
 constexpr MediaTime longestGap{600, 1};
+
+constexpr MediaTime shortestKept{1, 1};
+
+/// Of a file that is whole, or as whole as the disk let it become.
+bool holdsEnough(const std::filesystem::path& path)
+{
+    const auto summary = mp4::readMovieSummary(path);
+    // One that the system does not let us read may hold anything.
+    return summary ? summary->duration >= shortestKept : summary.error().domain != mp4::errorDomain;
+}
 
 }  // namespace
 
@@ -268,20 +279,29 @@ private:
 };
 
 Result<std::shared_ptr<AssetWriter>> AssetWriter::create(
-    std::shared_ptr<mp4::File> file, AudioEncoderFactory encoders, mp4::RecordingOptions options)
+    std::shared_ptr<mp4::File> file, AudioEncoderFactory encoders, std::filesystem::path path, CancelledRecordings cancelled)
 {
-    auto recording = mp4::RecordingWriter::create(std::move(file), options);
+    auto recording = mp4::RecordingWriter::create(std::move(file));
     if (!recording)
         return fail(recording.error());
     auto session = std::make_shared<Session>();
     session->encoders = std::move(encoders);
     session->recording = std::move(*recording);
-    return std::shared_ptr<AssetWriter>{new AssetWriter{std::move(session)}};
+    return std::shared_ptr<AssetWriter>{new AssetWriter{std::move(session), std::move(path), std::move(cancelled)}};
+}
+
+AssetWriter::AssetWriter(std::shared_ptr<Session> session, std::filesystem::path path, CancelledRecordings cancelled)
+    : path_(std::move(path))
+    , cancelled_(std::move(cancelled))
+    , session_(std::move(session))
+{
 }
 
 AssetWriter::~AssetWriter()
 {
     session_->recording.reset();
+    if (trashed_.valid())
+        trashed_.wait_for(cancelled_.patience);
 }
 
 std::shared_ptr<platform::AssetWriterInput> AssetWriter::makeInput(
@@ -346,15 +366,7 @@ void AssetWriter::finishWriting(UniqueFunction<void()> completion)
         completion();
         return;
     }
-    if (audio_ && status == Status::writing)
-        audio_->flush();
-    session_->isFinishing = true;
-    std::vector<mp4::TrackEnd> ends;
-    if (video_)
-        ends.emplace_back();
-    if (audio_)
-        ends.push_back(audio_->end());
-    session_->recording->finish(std::move(ends), [session = session_, completion = std::move(completion)](Result<bool> result) mutable {
+    endRecording([session = session_, completion = std::move(completion)](Result<bool> result) mutable {
         if (!result)
             session->end(Status::failed, result.error());
         else if (!*result || session->currentStatus() == Status::failed)
@@ -370,9 +382,43 @@ void AssetWriter::cancelWriting()
 {
     if (session_->isFinishing)
         return;
-    session_->isFinishing = true;
-    session_->recording->cancel();
+    if (!moveToTrash()) {
+        session_->isFinishing = true;
+        session_->recording->cancel();
+    }
     session_->end(Status::cancelled, std::nullopt);
+}
+
+/// False when the file is where it was, and nothing more is to come of it than its end.
+bool AssetWriter::moveToTrash()
+{
+    if (!cancelled_.trash || !session_->start.isValid())
+        return false;
+    auto trashed = cancelled_.trash->put(path_, [&](const std::filesystem::path& to) { return session_->recording->moveFile(to); });
+    if (!trashed)
+        return false;
+    std::promise<void> done;
+    trashed_ = done.get_future();
+    endRecording([trashed = std::move(*trashed), done = std::move(done)](const Result<bool>&) mutable {
+        if (!holdsEnough(trashed.file))
+            Trash::remove(trashed);
+        done.set_value();
+    });
+    return true;
+}
+
+void AssetWriter::endRecording(mp4::RecordingWriter::Completion completion)
+{
+    session_->update();
+    if (audio_ && session_->currentStatus() == Status::writing)
+        audio_->flush();
+    session_->isFinishing = true;
+    std::vector<mp4::TrackEnd> ends;
+    if (video_)
+        ends.emplace_back();
+    if (audio_)
+        ends.push_back(audio_->end());
+    session_->recording->finish(std::move(ends), std::move(completion));
 }
 
 AssetWriter::Status AssetWriter::status() const

@@ -54,9 +54,9 @@ std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions()
     return std::make_shared<CompressionSessions>();
 }
 
-std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters()
+std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters(std::shared_ptr<const Trash> trash)
 {
-    return std::make_shared<AssetWriterFactory>(makeAudioEncoder);
+    return std::make_shared<AssetWriterFactory>(makeAudioEncoder, std::move(trash));
 }
 
 std::shared_ptr<platform::AssetReader> makeAssetReader()

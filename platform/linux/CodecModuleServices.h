@@ -4,6 +4,7 @@
 #include "platform/Asset.h"
 #include "platform/AssetWriter.h"
 #include "platform/CompressionSession.h"
+#include "platform/linux/desktop/Trash.h"
 #include "platform/linux/ffmpeg/CodecModule.h"
 
 #include <memory>
@@ -13,8 +14,8 @@ namespace velmora::linux_backend {
 /// Sessions of the module; where it cannot be loaded, creation fails with status -1.
 std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions();
 
-/// Writers that encode sound by the module; where it cannot be loaded, a sound input cannot be added.
-std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters();
+/// Writers that encode sound by the module; where it cannot be loaded, a sound input cannot be added. Cancelled recordings go to `trash`.
+std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters(std::shared_ptr<const Trash> trash);
 
 /// A reader whose pictures are decoded by the module; where it cannot be loaded, there are no pictures.
 std::shared_ptr<platform::AssetReader> makeAssetReader();

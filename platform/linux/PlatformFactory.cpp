@@ -15,6 +15,7 @@
 #include "platform/linux/desktop/LinuxUserNotificationCenter.h"
 #include "platform/linux/desktop/LinuxWorkspace.h"
 #include "platform/linux/desktop/PortalFolderChooser.h"
+#include "platform/linux/desktop/Trash.h"
 #include "platform/linux/mpv/LinuxPlayers.h"
 #include "platform/linux/portal/PortalHotKeyCenter.h"
 #include "platform/linux/portal/PortalScreenCaptureAccess.h"
@@ -146,7 +147,7 @@ PlatformServices makePlatformServices(
     services.fileManager = makeFileManager();
     services.screens = std::make_shared<PixelScreens>();
     services.compressionSessions = makeCompressionSessions();
-    services.assetWriters = makeAssetWriters();
+    services.assetWriters = makeAssetWriters(std::make_shared<Trash>(Trash::placesOfUser(services.fileManager->homeDirectory())));
     services.assetRepairer = makeAssetRepairer();
     services.assetReader = makeAssetReader();
     services.exportSessions = makeExportSessions();

@@ -3,10 +3,9 @@
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/PosixFile.h"
 #include "platform/linux/LinuxFileManager.h"
+#include "tests/platform/linux/AssetWriting.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/media/AacEncoder.h"
-#include "tests/support/media/DecodedFile.h"
-#include "tests/support/media/EncodedClip.h"
 #include "tests/support/media/MemoryFile.h"
 
 #include <algorithm>
@@ -27,87 +26,6 @@ using platform::AudioOutputSettings;
 using Status = platform::AssetWriter::Status;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-// As live time stamps are: far from 0 and on no round number.
-constexpr MediaTime sessionStart = MediaTime::nanoseconds(86'412'345'678'901);
-
-MediaTime frameTime(std::int64_t frame)
-{
-    return MediaTime::nanoseconds(sessionStart.value + MediaTime{frame, 48000}.converted(MediaTime::nanosecondScale).value);
-}
-
-Result<std::unique_ptr<AudioEncoder>> aacEncoders(const AudioOutputSettings&)
-{
-    return makeAacEncoder();
-}
-
-Result<std::unique_ptr<AudioEncoder>> noEncoders(const AudioOutputSettings&)
-{
-    return fail("test", 1, "There is no codec.");
-}
-
-const EncodedClip& clip()
-{
-    static const auto encoded = encodeClip(steadyTimes(60, 30, sessionStart));
-    return encoded;
-}
-
-struct Writing {
-    std::shared_ptr<platform::AssetWriter> writer;
-    std::shared_ptr<platform::AssetWriterInput> video;
-    std::shared_ptr<platform::AssetWriterInput> audio;
-};
-
-Writing begin(std::shared_ptr<platform::AssetWriter> writer)
-{
-    Writing writing{std::move(writer), nullptr, nullptr};
-    writing.audio = writing.writer->makeInput(MediaType::audio, AudioOutputSettings{}, nullptr);
-    if (writing.writer->canAdd(*writing.audio))
-        writing.writer->add(writing.audio);
-    writing.video = writing.writer->makeInput(MediaType::video, std::nullopt, clip().format);
-    EXPECT_TRUE(writing.writer->canAdd(*writing.video));
-    writing.writer->add(writing.video);
-    EXPECT_TRUE(writing.writer->startWriting());
-    writing.writer->startSession(sessionStart);
-    return writing;
-}
-
-std::shared_ptr<platform::AssetWriter> makeWriter(const std::filesystem::path& path, AudioEncoderFactory encoders = aacEncoders)
-{
-    AssetWriterFactory factory{std::move(encoders)};
-    auto writer = factory.makeAssetWriter(path, platform::AssetFileType::mpeg4);
-    EXPECT_TRUE(writer);
-    return *writer;
-}
-
-void finish(platform::AssetWriter& writer)
-{
-    std::promise<void> done;
-    writer.finishWriting([&done] { done.set_value(); });
-    done.get_future().wait();
-}
-
-void appendPictures(Writing& writing, std::size_t from = 0, std::size_t to = 60)
-{
-    for (std::size_t i = from; i < to; ++i) {
-        EXPECT_TRUE(writing.video->isReadyForMoreMediaData());
-        EXPECT_TRUE(writing.video->append(clip().samples[i]));
-    }
-}
-
-// One block: `sound` begins at `frame` of the session.
-bool appendSound(Writing& writing, std::vector<float> sound, std::int64_t frame)
-{
-    return writing.audio->append(soundBlock(std::move(sound), frameTime(frame)));
-}
-
-DecodedFile decodeClean(const std::filesystem::path& path)
-{
-    auto decoded = decodeFile(path);
-    EXPECT_TRUE(decoded.opened);
-    EXPECT_THAT(decoded.complaints, IsEmpty());
-    return decoded;
-}
 
 TEST(AssetWriter, WritesPicturesAndSoundAtTheirTimes)
 {
