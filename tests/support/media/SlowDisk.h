@@ -90,9 +90,11 @@ private:
 
 class SlowAssetWriters final : public platform::AssetWriterFactory {
 public:
-    SlowAssetWriters(std::shared_ptr<DiskGate> gate, linux_backend::AudioEncoderFactory sound)
+    SlowAssetWriters(
+        std::shared_ptr<DiskGate> gate, linux_backend::AudioEncoderFactory sound, linux_backend::CancelledRecordings cancelled = {})
         : gate_(std::move(gate))
         , sound_(std::move(sound))
+        , cancelled_(std::move(cancelled))
     {
     }
 
@@ -101,7 +103,8 @@ public:
         auto file = mp4::PosixFile::create(outputURL);
         if (!file)
             return fail(file.error());
-        auto writer = linux_backend::AssetWriter::create(std::make_shared<SlowFile>(std::move(*file), gate_), sound_);
+        auto writer =
+            linux_backend::AssetWriter::create(std::make_shared<SlowFile>(std::move(*file), gate_), sound_, outputURL, cancelled_);
         if (!writer)
             return fail(writer.error());
         return std::shared_ptr<platform::AssetWriter>{std::move(*writer)};
@@ -110,6 +113,7 @@ public:
 private:
     const std::shared_ptr<DiskGate> gate_;
     const linux_backend::AudioEncoderFactory sound_;
+    const linux_backend::CancelledRecordings cancelled_;
 };
 
 }  // namespace velmora::test
