@@ -10,6 +10,7 @@
 #include <csignal>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <iterator>
 #include <regex>
 
 namespace velmora::test {
@@ -169,7 +170,34 @@ TEST(TrayProgramTest, StopSavesARecordingAndThenStopsCapturing)
     EXPECT_TRUE(program.hasState("waitingForWindowSelection"));
 }
 
-TEST(TrayProgramTest, AWindowThatClosesInMidRecordingLeavesAMessageAndNoFile)
+/// Starts a recording and lets more than a second of it go by; its file.
+std::filesystem::path startALongRecording(TrayProgram& program)
+{
+    EXPECT_EQ(program.run({"toggle"}).status, 0);
+    EXPECT_TRUE(waitUntil([&] { return !program.clips().empty(); }));
+    record(1800ms);
+    const auto clips = program.clips();
+    return clips.empty() ? std::filesystem::path{} : clips.front();
+}
+
+/// Whole, and where file browsers find it and put it back.
+void expectInTheTrash(const TrayProgram& program, const std::filesystem::path& clip)
+{
+    const auto trash = program.home() / "data" / "Trash";
+    const auto file = trash / "files" / clip.filename();
+    ASSERT_TRUE(waitUntil([&] { return std::filesystem::exists(file); }));
+    EXPECT_TRUE(waitUntil([&] {
+        const auto boxes = topLevelBoxes(file);
+        return std::find(boxes.begin(), boxes.end(), "moof") == boxes.end();
+    }));
+    expectAClip(file);
+    EXPECT_GE(readClip(file).video->pictures.back().time, 1.0);
+    std::ifstream info{trash / "info" / (clip.filename().native() + ".trashinfo")};
+    const std::string text{std::istreambuf_iterator<char>{info}, {}};
+    EXPECT_THAT(text, HasSubstr("[Trash Info]\nPath=" + clip.native() + "\nDeletionDate=2"));
+}
+
+TEST(TrayProgramTest, AWindowThatClosesInMidRecordingLeavesAMessageAndTheRecordingInTheTrashOnly)
 {
     // With a tray, so that the alert is the only window of that name.
     const Program tray{{"trayer"}};
@@ -178,8 +206,7 @@ TEST(TrayProgramTest, AWindowThatClosesInMidRecordingLeavesAMessageAndNoFile)
     NumberedWindow window{{"--size", "320x240"}};
     TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = {}}};
     ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
-    ASSERT_EQ(program.run({"toggle"}).status, 0);
-    ASSERT_TRUE(waitUntil([&] { return !program.clips().empty(); }));
+    const auto clip = startALongRecording(program);
     EXPECT_TRUE(isHidden("^Velmora$"));
     window.close();
     ASSERT_TRUE(program.hasState("waitingForWindowSelection"));
@@ -187,18 +214,19 @@ TEST(TrayProgramTest, AWindowThatClosesInMidRecordingLeavesAMessageAndNoFile)
     EXPECT_TRUE(isHidden("^Velmora$"));
     EXPECT_TRUE(waitUntil([&] { return program.clips().empty(); }));
     EXPECT_EQ(program.lastSavedClip(), "");
+    expectInTheTrash(program, clip);
 }
 
-TEST(TrayProgramTest, ATerminationInMidRecordingStopsTheCaptureAndEndsTheProgram)
+TEST(TrayProgramTest, ATerminationInMidRecordingEndsTheProgramWhenTheRecordingIsInTheTrash)
 {
     const NumberedWindow window{{"--size", "320x240"}};
     TrayProgram program;
     ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
-    ASSERT_EQ(program.run({"toggle"}).status, 0);
-    ASSERT_TRUE(waitUntil([&] { return !program.clips().empty(); }));
+    const auto clip = startALongRecording(program);
     program.signal(SIGTERM);
-    EXPECT_TRUE(waitUntil([&] { return !program.isRunning(); }));
+    EXPECT_EQ(program.awaitEnd().status, 0);
     EXPECT_THAT(program.clips(), IsEmpty());
+    expectInTheTrash(program, clip);
 }
 
 TEST(TrayProgramTest, CommandsSayThatNoProgramRuns)

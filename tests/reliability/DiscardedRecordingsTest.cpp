@@ -69,7 +69,9 @@ TEST_F(DiscardedRecordings, AreInTheTrashHoweverTheCaptureEnds)
     const std::vector<std::function<void(RecordingEngine&)>> ends{
         [](RecordingEngine& engine) { engine.coordinator->stopCapture(); },
         [](RecordingEngine& engine) { engine.workspace->sleep(); },
-        [](RecordingEngine& engine) { engine.streams->streams.back()->stopWithError({"stream", 1, "The window is gone.", nullptr}); },
+        [](RecordingEngine& engine) {
+            engine.streams->streams.back()->stopWithError({"stream", 1, "The window is gone.", nullptr});
+        },
     };
     for (std::size_t i = 0; i < ends.size(); ++i) {
         SCOPED_TRACE(i);
