@@ -169,13 +169,10 @@ Result<TrashedFile> Trash::put(const std::filesystem::path& path, const Move& mo
     if (error)
         return fail(trashError(error.value(), path));
 
-    auto result = Result<TrashedFile>{fail(trashError(ENOENT, places_.home))};
-    if (!places_.home.empty()) {
-        const auto made = makeFolders(places_.home);
-        result = made ? putInto({places_.home, absolute.lexically_normal().native()}, path, move) : fail(made.error());
-        if (result)
-            return result;
-    }
+    const auto atHome = makeFolders(places_.home);
+    auto result = atHome ? putInto({places_.home, absolute.lexically_normal().native()}, path, move) : fail(atHome.error());
+    if (result)
+        return result;
 
     const auto folder = std::filesystem::canonical(absolute.parent_path(), error);
     const auto top = error || !places_.topDirectory ? std::filesystem::path{} : places_.topDirectory(folder);

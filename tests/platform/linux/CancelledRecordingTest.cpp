@@ -11,6 +11,9 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
 
 namespace velmora::linux_backend {
 namespace {
@@ -245,6 +248,28 @@ TEST_F(CancelledRecordingTest, OfAFullDiskIsWholeUpToThereOrDeletedWhereThatIsLe
     cancel(nothing);
     EXPECT_FALSE(std::filesystem::exists(path()));
     EXPECT_EQ(trashed().size(), 1U);
+    EXPECT_EQ(trashed("info").size(), 1U);
+}
+
+TEST_F(CancelledRecordingTest, ThatCannotBeReadForTheMomentIsKept)
+{
+    const auto gate = std::make_shared<DiskGate>();
+    gate->close();
+    auto writing = begin(makeSlowWriter(gate));
+    appendPictures(writing);
+    writing.writer->cancelWriting();
+    // Every file that this process may have open is open.
+    struct rlimit limit { };
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const struct rlimit none {
+        0, limit.rlim_max
+    };
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    gate->open();
+    writing = {};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    ASSERT_EQ(trashed().size(), 1U);
+    EXPECT_EQ(decodeClean(trashed()[0]).pictures.size(), 60U);
     EXPECT_EQ(trashed("info").size(), 1U);
 }
 

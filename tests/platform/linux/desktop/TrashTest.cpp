@@ -211,7 +211,9 @@ TEST_F(TrashTest, ANameThatIsTooLongIsCutBetweenTwoCharactersAndKeptWholeInTheIn
         EXPECT_THAT(textOf(trashed->info), HasSubstr("/" + encoded + ".mp4\n"));
     }
     // No character begins anywhere in this one, and its extension is the whole of it.
-    EXPECT_TRUE(put(makeFile(std::string(255, '\x80'))));
+    const auto trashed = put(makeFile(std::string(255, '\x80')));
+    ASSERT_TRUE(trashed);
+    EXPECT_EQ(trashed->file.filename().native(), std::string(242, '\x80'));
     EXPECT_TRUE(put(makeFile("a." + std::string(253, 'x'))));
 }
 
@@ -304,6 +306,7 @@ TEST_F(TrashTest, OfAnotherFileSystemIsTheUsersAtItsTop)
     EXPECT_EQ(permissionsOf(folder), 0700U);
     EXPECT_THAT(textOf(trashed->info), HasSubstr("\nPath=films/new/a%20clip.mp4\n"));
     EXPECT_THAT(trashNames(home() / "info"), IsEmpty());
+    EXPECT_EQ(put(makeFile("reachable.mp4"))->file, home() / "files/reachable.mp4") << "the user's own comes first";
 }
 
 TEST_F(TrashTest, OfAnotherFileSystemIsTheSharedOneWhereAnAdministratorMadeItSafely)
