@@ -70,7 +70,7 @@ CommandGroup forTheRunningProgram()
                 .options = {},
                 .summary = "Ends the program, and with it a recording that runs.",
                 .details = "Such a recording is not saved, nor is one whose window is closed or that runs when the machine goes to sleep. "
-                           "What was recorded of it lies in the desktop's trash, if that is a second or more."},
+                           "What was recorded of it, if that is a second or more, lies in the desktop's trash where there is one."},
         }};
 }
 

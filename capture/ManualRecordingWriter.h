@@ -40,7 +40,7 @@ public:
     /// until then.
     void finish(FinishCompletion completion);
 
-    /// Abandons the recording and deletes its file. Returns at once; the writer is kept alive until it is done.
+    /// Abandons the recording; its file leaves its path. Returns at once; the writer is kept alive until it is done.
     void cancel();
 
     /// Returns when everything submitted so far has run. Never from the write queue.

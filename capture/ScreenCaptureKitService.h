@@ -74,7 +74,7 @@ public:
     /// failed.
     void startCapture(const CapturedWindowInfo& window, StartCompletion completion);
 
-    /// Stops at once; a recording that runs is discarded, its file deleted. Does nothing when idle but voids a start in flight.
+    /// Stops at once; a recording that runs is discarded, its file gone. Does nothing when idle but voids a start in flight.
     void stopCapture();
 
     /// Begins a recording to `url`. Fails with noCaptureSession, or with the writer's own error unchanged.
@@ -84,7 +84,7 @@ public:
     void stopManualRecording(StopRecordingCompletion completion);
 
     /// Returns when every stream that was asked to stop has stopped, what it delivered has been handled, every recording that was cancelled is
-    /// deleted, and every one that was stopped is on the disk or has failed. Before the program ends; on the main thread.
+    /// out of the way, and every one that was stopped is on the disk or has failed. Before the program ends; on the main thread.
     void drain();
 
     /// Calls `completion` once, on the main thread, when every stream that was asked to stop has stopped.
