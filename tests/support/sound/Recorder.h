@@ -97,7 +97,8 @@ public:
 
     /// Waits until the last fifth of a second holds the tone at its full level, or (`present` false) next to nothing of it. `meanwhile` is
     /// done for every block.
-    bool waitForTone(double frequency, bool present = true, const std::function<void()>& meanwhile = [] {})
+    bool waitForTone(
+        double frequency, bool present = true, const std::function<void()>& meanwhile = [] {})
     {
         constexpr std::size_t window = 9600;
         const auto begin = position();
