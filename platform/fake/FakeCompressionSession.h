@@ -11,7 +11,7 @@
 
 namespace velmora::fake {
 
-/// What a test sees of the sessions, shared because the encoder under test owns them.
+/// What a test sees of the sessions, shared because the encoder under test owns them. To be looked at while no queue is at work on them.
 struct CompressionSessionRecord {
     struct Frame {
         PixelBufferRef pixelBuffer;
@@ -55,25 +55,29 @@ public:
 
     platform::CompressionStatus encodeFrame(const PixelBufferRef& pixelBuffer, MediaTime presentationTimeStamp, MediaTime duration) override
     {
+        MutexLock lock(mutex_);
         if (record_->encodeStatus != 0)
             return record_->encodeStatus;
         record_->frames.push_back({pixelBuffer, presentationTimeStamp, duration});
         if (record_->encodesAtOnce)
-            output_(0, encoded(record_->frames.back(), delivered_++ == 0));
+            deliverNext();
         return 0;
     }
 
     platform::CompressionStatus completeFrames() override
     {
+        MutexLock lock(mutex_);
         record_->completed = true;
-        while (delivered_ < record_->frames.size()) {
-            output_(0, encoded(record_->frames[delivered_], delivered_ == 0));
-            ++delivered_;
-        }
+        while (delivered_ < record_->frames.size())
+            deliverNext();
         return 0;
     }
 
-    void invalidate() override { record_->invalidated = true; }
+    void invalidate() override
+    {
+        MutexLock lock(mutex_);
+        record_->invalidated = true;
+    }
 
     /// Calls the encoder's callback with anything a test likes.
     void emitOutput(platform::CompressionStatus status, SampleBufferRef sample) { output_(status, std::move(sample)); }
@@ -91,9 +95,16 @@ private:
         return sample;
     }
 
+    void deliverNext() REQUIRES(mutex_)
+    {
+        output_(0, encoded(record_->frames[delivered_], delivered_ == 0));
+        ++delivered_;
+    }
+
     std::shared_ptr<CompressionSessionRecord> record_;
     OutputCallback output_;
-    std::size_t delivered_ = 0;
+    Mutex mutex_;
+    std::size_t delivered_ GUARDED_BY(mutex_) = 0;
 };
 
 class FakeCompressionSessions final : public platform::CompressionSessionFactory {
@@ -112,9 +123,17 @@ public:
         record->codec = codec;
         record->encodesAtOnce = encodesAtOnce;
         auto session = std::make_shared<FakeCompressionSession>(record, std::move(output));
+        MutexLock lock(mutex_);
         records.push_back(record);
         sessions.push_back(session);
         return session;
+    }
+
+    /// Null before the first. Any thread.
+    [[nodiscard]] std::shared_ptr<FakeCompressionSession> newest() const
+    {
+        MutexLock lock(mutex_);
+        return sessions.empty() ? nullptr : sessions.back();
     }
 
     platform::CompressionStatus createStatus = 0;
@@ -123,6 +142,9 @@ public:
     int attempts = 0;
     std::vector<std::shared_ptr<CompressionSessionRecord>> records;
     std::vector<std::shared_ptr<FakeCompressionSession>> sessions;
+
+private:
+    mutable Mutex mutex_;
 };
 
 }  // namespace velmora::fake

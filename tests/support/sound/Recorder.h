@@ -95,12 +95,15 @@ public:
         return decibels(amplitudeAt(samples(begin, frames), channelCount, channel, sampleRate, frequency));
     }
 
-    /// Waits until the last fifth of a second holds the tone at its full level, or (`present` false) next to nothing of it.
-    bool waitForTone(double frequency, bool present = true)
+    /// Waits until the last fifth of a second holds the tone at its full level, or (`present` false) next to nothing of it. `meanwhile` is
+    /// done for every block.
+    bool waitForTone(
+        double frequency, bool present = true, const std::function<void()>& meanwhile = [] {})
     {
         constexpr std::size_t window = 9600;
         const auto begin = position();
         return waitUntil([&] {
+            meanwhile();
             const auto end = position();
             if (end < begin + window)
                 return false;
