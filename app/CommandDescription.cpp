@@ -90,8 +90,9 @@ CommandGroup withoutTheProgram()
                 .details =
                     "Without --output the clip goes to the Velmora folder in your videos folder, under a name with the time of day. "
                     "A file that is there already is never overwritten. Where the recording ends early, because the window was closed "
-                    "or the disk is full, what was recorded is saved, standard error says why, and the exit status is 3. On a Wayland "
-                    "desktop, which does not tell whose a window is, --sound says it; what was chosen for a window is kept."},
+                    "or the disk is full, what was recorded is saved, standard error says why, and the exit status is 3. It says, too, why "
+                    "there is no sound, where it is missing. On a Wayland desktop, which does not tell whose a window is, --sound says "
+                    "it; what was chosen for a window is kept."},
             {.name = "repair",
                 .argument = clip,
                 .options = {},
