@@ -43,7 +43,9 @@ CommandGroup forTheRunningProgram()
                 .argument = {},
                 .options = {},
                 .summary = "Starts a recording; ends the one that runs and prints the clip's path when it is safe.",
-                .details = {}},
+                .details =
+                    "What goes wrong with it, with select or with stop is said on standard error. Where that is no terminal, because "
+                    "a key is bound to the command, say, the program opens an alert too."},
             {.name = "choose",
                 .argument = {},
                 .options = {},
