@@ -46,12 +46,12 @@ void AppControl::activate()
         services_.windows->presentWindowPicker();
 }
 
-void AppControl::toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion)
+void AppControl::toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells)
 {
     auto& coordinator = *services_.coordinator;
     if (coordinator.isRecording())
-        return coordinator.stopRecording(savedClip(std::move(completion)));
-    if (const auto started = coordinator.startRecording())
+        return coordinator.stopRecording(savedClip(std::move(completion)), std::move(callerTells));
+    if (const auto started = coordinator.startRecording(callerTells))
         completion(SavedClip{});
     else
         completion(fail(started.error()));
@@ -71,9 +71,10 @@ CaptureCoordinator::SaveCompletion AppControl::savedClip(UniqueFunction<void(Res
 }
 
 void AppControl::selectWindow(
-    std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion)
+    std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion, CallerTells callerTells)
 {
-    services_.windowService->refreshWindows([this, windowID, sound = std::move(sound), completion = std::move(completion)]() mutable {
+    services_.windowService->refreshWindows([this, windowID, sound = std::move(sound), completion = std::move(completion),
+                                                callerTells = std::move(callerTells)]() mutable {
         if (const auto& error = services_.windowService->lastError())
             return completion(fail(errorDomain, captureFailed, *error));
         const auto& windows = services_.windowService->availableWindows();
@@ -83,22 +84,25 @@ void AppControl::selectWindow(
         if (!services_.windowService->needsRequest(windowID)) {
             if (sound)
                 return completion(fail(errorDomain, soundIsKnown, soundIsTheWindowsOwn));
-            return capture(*chosen, {}, std::move(completion));
+            return capture(*chosen, {}, std::move(completion), std::move(callerTells));
         }
         requestWindowWithSound(*services_.windowService, windowID, std::move(sound),
-            [this, completion = std::move(completion)](Result<std::optional<RequestedWindow>> granted) mutable {
+            [this, completion = std::move(completion), callerTells = std::move(callerTells)](
+                Result<std::optional<RequestedWindow>> granted) mutable {
                 if (!granted)
                     return completion(fail(errorDomain, captureFailed, granted.error().localizedDescription));
                 if (!*granted)
                     return completion(fail(errorDomain, captureFailed, "No window was chosen."));
-                capture((*granted)->window, (*granted)->remark, std::move(completion));
+                capture((*granted)->window, (*granted)->remark, std::move(completion), std::move(callerTells));
             });
     });
 }
 
-void AppControl::capture(const CapturedWindowInfo& window, std::string remark, UniqueFunction<void(Result<std::string>)> completion)
+void AppControl::capture(
+    const CapturedWindowInfo& window, std::string remark, UniqueFunction<void(Result<std::string>)> completion, CallerTells callerTells)
 {
-    services_.coordinator->selectWindowAndStartCapture(window,
+    services_.coordinator->selectWindowAndStartCapture(
+        window,
         [this, id = window.id, remark = std::move(remark), completion = std::move(completion)](
             const Result<CaptureCoordinator::StartOutcome>& outcome) mutable {
             // Where it was not taken, nobody wants it any more.
@@ -109,14 +113,15 @@ void AppControl::capture(const CapturedWindowInfo& window, std::string remark, U
                 completion(fail(errorDomain, overtaken, "Another window was chosen meanwhile, or the capture was stopped."));
             else
                 completion(std::move(remark));
-        });
+        },
+        std::move(callerTells));
 }
 
-void AppControl::stopCapture(UniqueFunction<void(Result<SavedClip>)> completion)
+void AppControl::stopCapture(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells)
 {
     auto& coordinator = *services_.coordinator;
     if (coordinator.isRecording())
-        return coordinator.stopRecordingAndCapture(savedClip(std::move(completion)));
+        return coordinator.stopRecordingAndCapture(savedClip(std::move(completion)), std::move(callerTells));
     coordinator.stopCapture();
     completion(SavedClip{});
 }

@@ -41,17 +41,18 @@ public:
     /// Goes on with the walkthrough until that has been completed; then the list of windows, or the menu where one is chosen.
     void activate() override;
     void chooseWindow() override { services_.windows->presentWindowPicker(); }
-    void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion) override;
-    void selectWindow(
-        std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion) override;
-    void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion) override;
+    void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) override;
+    void selectWindow(std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion,
+        CallerTells callerTells) override;
+    void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) override;
     [[nodiscard]] QJsonObject status() const override;
     Result<void> presentClipPreview(const std::filesystem::path& file) override;
     void quit() override { services_.quit(); }
 
 private:
     CaptureCoordinator::SaveCompletion savedClip(UniqueFunction<void(Result<SavedClip>)> completion) const;
-    void capture(const CapturedWindowInfo& window, std::string remark, UniqueFunction<void(Result<std::string>)> completion);
+    void capture(const CapturedWindowInfo& window, std::string remark, UniqueFunction<void(Result<std::string>)> completion,
+        CallerTells callerTells);
 
     const Services services_;
 };

@@ -135,9 +135,14 @@ void AppDelegate::clipWasSaved(const std::filesystem::path& clip, double duratio
 
 void AppDelegate::captureFailed(const std::string& message)
 {
-    auto text = services_.recordingObserver ? services_.recordingObserver->explained(message) : message;
-    if (!heldMessage_.empty())
-        text = std::exchange(heldMessage_, {}) + "\n\n" + text;
+    std::string text = std::exchange(heldMessage_, {});
+    if (!services_.coordinator->isToldByCallers()) {
+        if (!text.empty())
+            text += "\n\n";
+        text += services_.recordingObserver ? services_.recordingObserver->explained(message) : message;
+    }
+    if (text.empty())
+        return;
     if (services_.coordinator->isStopInVain()) {
         heldMessage_ = std::move(text);
         return;

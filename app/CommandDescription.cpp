@@ -43,7 +43,9 @@ CommandGroup forTheRunningProgram()
                 .argument = {},
                 .options = {},
                 .summary = "Starts a recording; ends the one that runs and prints the clip's path when it is safe.",
-                .details = {}},
+                .details =
+                    "What goes wrong with it, with select or with stop is said on standard error. Where that is no terminal, because "
+                    "a key is bound to the command, say, the program opens an alert too."},
             {.name = "choose",
                 .argument = {},
                 .options = {},
@@ -91,8 +93,9 @@ CommandGroup withoutTheProgram()
                 .details =
                     "Without --output the clip goes to the Velmora folder in your videos folder, under a name with the time of day. "
                     "A file that is there already is never overwritten. Where the recording ends early, because the window was closed "
-                    "or the disk is full, what was recorded is saved, standard error says why, and the exit status is 3. On a Wayland "
-                    "desktop, which does not tell whose a window is, --sound says it; what was chosen for a window is kept."},
+                    "or the disk is full, what was recorded is saved, standard error says why, and the exit status is 3. It says, too, why "
+                    "there is no sound, where it is missing. On a Wayland desktop, which does not tell whose a window is, --sound says "
+                    "it; what was chosen for a window is kept."},
             {.name = "repair",
                 .argument = clip,
                 .options = {},

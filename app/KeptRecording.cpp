@@ -1,5 +1,6 @@
 #include "app/KeptRecording.h"
 
+#include "app/ForwardingAssetWriter.h"
 #include "capture/ClipExporterError.h"
 
 #include <cerrno>
@@ -9,33 +10,28 @@ namespace velmora {
 
 namespace {
 
-class KeepingWriter final : public platform::AssetWriter {
+class KeepingWriter final : public ForwardingAssetWriter {
 public:
-    KeepingWriter(std::shared_ptr<platform::AssetWriter> inner, RecordingKept kept) : inner_(std::move(inner)), kept_(std::move(kept)) { }
-
-    std::shared_ptr<platform::AssetWriterInput> makeInput(
-        MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override
+    KeepingWriter(std::shared_ptr<platform::AssetWriter> inner, RecordingKept kept)
+        : ForwardingAssetWriter(std::move(inner))
+        , kept_(std::move(kept))
     {
-        return inner_->makeInput(mediaType, settings, std::move(sourceFormatHint));
     }
-    [[nodiscard]] bool canAdd(const platform::AssetWriterInput& input) const override { return inner_->canAdd(input); }
-    void add(std::shared_ptr<platform::AssetWriterInput> input) override { inner_->add(std::move(input)); }
-    bool startWriting() override { return inner_->startWriting(); }
+
     void startSession(MediaTime time) override
     {
         hasBegun_ = true;
-        inner_->startSession(time);
+        ForwardingAssetWriter::startSession(time);
     }
-    void finishWriting(UniqueFunction<void()> completion) override { inner_->finishWriting(std::move(completion)); }
 
     void cancelWriting() override
     {
         if (!hasBegun_) {
-            inner_->cancelWriting();
+            ForwardingAssetWriter::cancelWriting();
             return kept_(fail(ClipExporterError::writingFailed(std::nullopt).asError()));
         }
         // Whoever cancels lets go at once; the file takes as long as the disk does.
-        inner_->finishWriting([inner = inner_, kept = kept_] {
+        finishWriting([inner = inner(), kept = kept_] {
             if (inner->status() == Status::completed)
                 return kept({});
             auto error = inner->error();
@@ -43,35 +39,9 @@ public:
         });
     }
 
-    [[nodiscard]] Status status() const override { return inner_->status(); }
-    [[nodiscard]] std::optional<Error> error() const override { return inner_->error(); }
-
 private:
-    const std::shared_ptr<platform::AssetWriter> inner_;
     const RecordingKept kept_;
     bool hasBegun_ = false;
-};
-
-class KeepingWriters final : public platform::AssetWriterFactory {
-public:
-    KeepingWriters(std::shared_ptr<platform::AssetWriterFactory> inner, RecordingKept kept)
-        : inner_(std::move(inner))
-        , kept_(std::move(kept))
-    {
-    }
-
-    Result<std::shared_ptr<platform::AssetWriter>> makeAssetWriter(
-        const std::filesystem::path& outputURL, platform::AssetFileType fileType) override
-    {
-        auto writer = inner_->makeAssetWriter(outputURL, fileType);
-        if (!writer)
-            return writer;
-        return std::make_shared<KeepingWriter>(std::move(*writer), kept_);
-    }
-
-private:
-    const std::shared_ptr<platform::AssetWriterFactory> inner_;
-    const RecordingKept kept_;
 };
 
 class RemovingNothing final : public platform::FileManager {
@@ -108,7 +78,8 @@ private:
 
 std::shared_ptr<platform::AssetWriterFactory> keepingRecordings(std::shared_ptr<platform::AssetWriterFactory> writers, RecordingKept kept)
 {
-    return std::make_shared<KeepingWriters>(std::move(writers), std::move(kept));
+    return wrapped(
+        std::move(writers), [kept = std::move(kept)](auto writer) { return std::make_shared<KeepingWriter>(std::move(writer), kept); });
 }
 
 std::shared_ptr<platform::FileManager> removingNothing(std::shared_ptr<platform::FileManager> files)

@@ -2,7 +2,7 @@
 
 #include "app/KeptRecording.h"
 #include "app/NewFile.h"
-#include "app/RecordingMeter.h"
+#include "app/RecordingObserver.h"
 #include "app/TerminationSignals.h"
 #include "capture/CaptureMessages.h"
 #include "capture/ScreenCaptureKitService.h"
@@ -42,26 +42,15 @@ public:
         , fileManager_(removingNothing(services.fileManager))
         , mainExecutor_(std::move(mainExecutor))
         , catalogue_(services.shareableContent, mainExecutor_)
-        , service_(ScreenCaptureKitService::create({
-              .shareableContent = services.shareableContent,
-              .captureStreams = services.captureStreams,
-              .compressionSessions = metered(services.compressionSessions, meter_),
-              .assetWriters = metered(keepingRecordings(services.assetWriters,
-                                          [this](Result<void> result) {
-                                              mainExecutor_->async([this, result = std::move(result)] { recordingIsKept(result); });
-                                          }),
-                  meter_),
-              .fileManager = fileManager_,
-              .screens = services.screens,
-              .mainExecutor = mainExecutor_,
-          }))
+        , service_(ScreenCaptureKitService::create(serviceParts(services)))
     {
     }
 
     int run()
     {
         service_->setDelegate(weak_from_this());
-        meter_->onEncoderFailed = [this](const std::string& reason) { mainExecutor_->async([this, reason] { encoderFailed(reason); }); };
+        observer_->onNothingMoreCanBeWritten = [this](const std::string& reason) { nothingMoreCanBeWritten(reason); };
+        observer_->onChange = [this] { printNotice(); };
         meter_->onFirstPicture = [this] { mainExecutor_->async([this] { startRecording(); }); };
         QObject::connect(&signals_, &TerminationSignals::received, &signals_, [this] { endRecording(); });
         QObject::connect(&signals_, &TerminationSignals::hungUp, &signals_, [this] { endEarly("The terminal was closed."); });
@@ -97,6 +86,22 @@ public:
     }
 
 private:
+    [[nodiscard]] ScreenCaptureKitService::Services serviceParts(platform::PlatformServices services)
+    {
+        services.assetWriters = keepingRecordings(std::move(services.assetWriters),
+            [this](Result<void> result) { mainExecutor_->async([this, result = std::move(result)] { recordingIsKept(result); }); });
+        services = observer_->observed(std::move(services));
+        return {
+            .shareableContent = services.shareableContent,
+            .captureStreams = services.captureStreams,
+            .compressionSessions = services.compressionSessions,
+            .assetWriters = services.assetWriters,
+            .fileManager = fileManager_,
+            .screens = services.screens,
+            .mainExecutor = mainExecutor_,
+        };
+    }
+
     [[nodiscard]] std::string cannotStart(const Error& error) const
     {
         if (command_.output && new_file::isTaken(error))
@@ -150,8 +155,6 @@ private:
         if (isEnding_)
             return;
         meter_->onFirstSample = [this](MediaTime time) { mainExecutor_->async([this, time] { firstSampleIsWritten(time); }); };
-        // What was written is saved at once; waiting longer would only lose more.
-        meter_->onWriterFailed = [this] { mainExecutor_->async([this] { endRecording(); }); };
         auto started = command_.output ? startRecording(*command_.output) : startRecordingUnderOurName();
         if (!started)
             fail(cannotStart(started.error()));
@@ -183,9 +186,12 @@ private:
         }
     }
 
-    void encoderFailed(const std::string& reason)
+    // What was written is saved at once; waiting longer would only lose more.
+    void nothingMoreCanBeWritten(const std::string& reason)
     {
-        endEarly(url_.empty() ? std::string{capture_message::failedToStartRecording} + reason : reason);
+        const auto& failure = url_.empty() ? capture_message::failedToStartRecording : capture_message::failedToSave;
+        whyNothing_ = std::string{failure} + reason;
+        endEarly(reason, whyNothing_);
     }
 
     void firstSampleIsWritten(MediaTime time)
@@ -197,12 +203,14 @@ private:
         QTimer::singleShot(std::max(left, 0ms), Qt::PreciseTimer, &signals_, [this] { endRecording(); });
     }
 
-    void endEarly(const std::string& reason)
+    void endEarly(const std::string& reason) { endEarly(reason, reason); }
+
+    void endEarly(const std::string& reason, const std::string& whyNothing)
     {
         if (isEnding_)
             return;
         earlyEnd_ = reason;
-        whyNothing_ = reason;
+        whyNothing_ = whyNothing;
         endRecording();
     }
 
@@ -226,9 +234,8 @@ private:
             // What had been written by then is a clip.
             std::error_code ignored;
             if (!std::filesystem::is_regular_file(url_, ignored))
-                return fail(meter_->writtenFrames == 0 && !meter_->hasFailed
-                        ? whyNothing_
-                        : std::string{capture_message::failedToSave} + result.error().localizedDescription);
+                return fail(meter_->writtenFrames == 0 ? whyNothing_
+                                                       : std::string{capture_message::failedToSave} + result.error().localizedDescription);
             earlyEnd_ = result.error().localizedDescription;
         }
         printProgress();
@@ -251,6 +258,15 @@ private:
         isEnding_ = true;
         progress_.stop();
         QCoreApplication::exit(status);
+    }
+
+    void printNotice()
+    {
+        const auto notice = observer_->notice();
+        if (isEnding_ || notice.empty())
+            return;
+        clearProgress();
+        std::fprintf(stderr, "%s\n", notice.c_str());
     }
 
     void printProgress()
@@ -285,6 +301,7 @@ private:
     const std::shared_ptr<platform::FileManager> fileManager_;
     const std::shared_ptr<Executor> mainExecutor_;
     const std::shared_ptr<RecordingMeter> meter_ = std::make_shared<RecordingMeter>();
+    const std::shared_ptr<RecordingObserver> observer_ = RecordingObserver::create(mainExecutor_, meter_);
     WindowSelectionService catalogue_;
     const std::shared_ptr<ScreenCaptureKitService> service_;
     TerminationSignals signals_;

@@ -1,5 +1,7 @@
 #include "app/RecordingMeter.h"
 
+#include "app/ForwardingAssetWriter.h"
+
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -45,10 +47,8 @@ public:
     bool append(const SampleBufferRef& sample) override
     {
         const bool appended = inner_->append(sample);
-        if (!appended) {
-            reportFailure();
+        if (!appended)
             reportRefusal(*sample);
-        }
         hasSamples_ = hasSamples_ || appended;
         if (mediaType_ == MediaType::video)
             countFrame(*sample, appended);
@@ -82,16 +82,6 @@ private:
         meter_->report(Event::fileFailed, std::move(reason), file_);
     }
 
-    void reportFailure()
-    {
-        const auto writer = writer_.lock();
-        if (!writer || writer->status() != platform::AssetWriter::Status::failed)
-            return;
-        meter_->hasFailed = true;
-        if (meter_->onWriterFailed)
-            std::exchange(meter_->onWriterFailed, nullptr)();
-    }
-
     void countFrame(const SampleBuffer& sample, bool appended)
     {
         if (!appended)
@@ -110,10 +100,10 @@ private:
     bool isRefusalReported_ = false;
 };
 
-class MeteredWriter final : public platform::AssetWriter {
+class MeteredWriter final : public ForwardingAssetWriter {
 public:
     MeteredWriter(std::shared_ptr<platform::AssetWriter> inner, std::shared_ptr<RecordingMeter> meter, std::uint64_t file)
-        : inner_(std::move(inner))
+        : ForwardingAssetWriter(std::move(inner))
         , meter_(std::move(meter))
         , file_(file)
     {
@@ -124,13 +114,13 @@ public:
         MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override
     {
         return std::make_shared<MeteredInput>(
-            inner_->makeInput(mediaType, settings, sourceFormatHint), mediaType, meter_, inner_, file_, sourceFormatHint);
+            inner()->makeInput(mediaType, settings, sourceFormatHint), mediaType, meter_, inner(), file_, sourceFormatHint);
     }
 
     [[nodiscard]] bool canAdd(const platform::AssetWriterInput& input) const override
     {
         const auto& added = static_cast<const MeteredInput&>(input);
-        const bool canAdd = inner_->canAdd(*added.inner());
+        const bool canAdd = inner()->canAdd(*added.inner());
         if (!canAdd && added.mediaType() == MediaType::audio)
             meter_->report(Event::soundIsMissing, "It cannot be encoded", file_);
         return canAdd;
@@ -143,52 +133,25 @@ public:
             meter_->writesSound = true;
         else
             video_ = std::static_pointer_cast<MeteredInput>(input);
-        inner_->add(added.inner());
+        inner()->add(added.inner());
     }
 
-    bool startWriting() override { return inner_->startWriting(); }
-    void startSession(MediaTime time) override { inner_->startSession(time); }
     void finishWriting(UniqueFunction<void()> completion) override
     {
         meter_->report(video_ && video_->hasSamples() ? Event::fileEnds : Event::fileEndsEmpty, {}, file_);
-        inner_->finishWriting(std::move(completion));
+        ForwardingAssetWriter::finishWriting(std::move(completion));
     }
+
     void cancelWriting() override
     {
         meter_->report(Event::fileEnds, {}, file_);
-        inner_->cancelWriting();
+        ForwardingAssetWriter::cancelWriting();
     }
-    [[nodiscard]] Status status() const override { return inner_->status(); }
-    [[nodiscard]] std::optional<Error> error() const override { return inner_->error(); }
 
 private:
-    std::shared_ptr<platform::AssetWriter> inner_;
-    std::shared_ptr<RecordingMeter> meter_;
+    const std::shared_ptr<RecordingMeter> meter_;
     const std::uint64_t file_;
     std::shared_ptr<MeteredInput> video_;
-};
-
-class MeteredWriters final : public platform::AssetWriterFactory {
-public:
-    MeteredWriters(std::shared_ptr<platform::AssetWriterFactory> inner, std::shared_ptr<RecordingMeter> meter)
-        : inner_(std::move(inner))
-        , meter_(std::move(meter))
-    {
-    }
-
-    Result<std::shared_ptr<platform::AssetWriter>> makeAssetWriter(
-        const std::filesystem::path& outputURL, platform::AssetFileType fileType) override
-    {
-        auto writer = inner_->makeAssetWriter(outputURL, fileType);
-        if (!writer)
-            return writer;
-        return std::make_shared<MeteredWriter>(std::move(*writer), meter_, ++fileCount_);
-    }
-
-private:
-    std::shared_ptr<platform::AssetWriterFactory> inner_;
-    std::shared_ptr<RecordingMeter> meter_;
-    std::atomic<std::uint64_t> fileCount_ = 0;
 };
 
 /// Reports when so many pictures in a row have failed that no more will come, and when one comes after all. Used where a session calls back.
@@ -244,8 +207,6 @@ public:
             else
                 meter_->report(Event::encoderFailed, reason(session.error()));
         }
-        if (!session && meter_->onEncoderFailed)
-            std::exchange(meter_->onEncoderFailed, nullptr)(reason(session.error()));
         return session;
     }
 
@@ -331,7 +292,10 @@ private:
 std::shared_ptr<platform::AssetWriterFactory> metered(
     std::shared_ptr<platform::AssetWriterFactory> writers, std::shared_ptr<RecordingMeter> meter)
 {
-    return std::make_shared<MeteredWriters>(std::move(writers), std::move(meter));
+    return wrapped(
+        std::move(writers), [meter = std::move(meter), fileCount = std::make_shared<std::atomic<std::uint64_t>>(0)](auto writer) {
+            return std::make_shared<MeteredWriter>(std::move(writer), meter, ++*fileCount);
+        });
 }
 
 std::shared_ptr<platform::CaptureStreamFactory> metered(

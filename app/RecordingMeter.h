@@ -42,22 +42,12 @@ public:
     std::atomic<bool> writesSound = false;  ///< the file takes sound at all
     std::atomic<std::int64_t> lastSoundNanoseconds = 0;  ///< time stamp of the last block that was not silent; 0 when none was
 
-    std::atomic<bool> hasFailed = false;  ///< a writer refused a sample for good
-
     /// Called once, on a thread of the encoder's, when its first picture comes out: it is ready. That picture goes nowhere, or a file that is
     /// quickly there would begin with it and lack those that the encoder dropped meanwhile. Set before the capture starts.
     std::function<void()> onFirstPicture;
 
     /// Called once, on the writer's queue, when the first sample is in the file. Set before the recording starts.
     std::function<void(MediaTime firstSampleTime)> onFirstSample;
-
-    /// Called once, on the writer's queue, when the writer has failed and refuses a sample: a full disk, say. Set before the recording
-    /// starts.
-    std::function<void()> onWriterFailed;
-
-    /// Called once, on the queue of the pictures, when no encoder can be made for them: nothing will be written. Set before the capture
-    /// starts.
-    std::function<void(const std::string& reason)> onEncoderFailed;
 
     /// Called for everything of interest, on any thread, each failure once until it has passed. Set before the capture starts.
     std::function<void(RecordingReport)> onReport;

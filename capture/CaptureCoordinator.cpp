@@ -5,6 +5,7 @@
 #include "system/Log.h"
 #include "system/SharedServices.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace velmora {
@@ -17,6 +18,11 @@ enum ErrorCode { notPermitted = 1, noWindow = 2, stoppedByItself = 3, noRecordin
 Error withPrefix(std::string_view prefix, const Error& error)
 {
     return {error.domain, error.code, std::string{prefix} + error.localizedDescription, std::make_shared<const Error>(error)};
+}
+
+bool isTold(const CaptureCoordinator::CallerTells& callerTells)
+{
+    return callerTells && callerTells();
 }
 
 }  // namespace
@@ -95,20 +101,22 @@ void CaptureCoordinator::observeWorkspace()
     });
 }
 
-void CaptureCoordinator::selectWindowAndStartCapture(const CapturedWindowInfo& window, StartCompletion completion)
+void CaptureCoordinator::selectWindowAndStartCapture(const CapturedWindowInfo& window, StartCompletion completion, CallerTells callerTells)
 {
     if (!services_.permissionManager->hasScreenRecordingPermission()) {
         setState({CaptureState::NotConfigured{}});
-        return completion(fail(report({errorDomain, notPermitted, std::string{capture_message::permissionRequired}, nullptr})));
+        return completion(
+            fail(report({errorDomain, notPermitted, std::string{capture_message::permissionRequired}, nullptr}, isTold(callerTells))));
     }
     setSelectedWindow(window);
-    services_.captureService->startCapture(
-        window, [self = shared_from_this(), window, completion = std::move(completion)](Result<StartOutcome> outcome) mutable {
+    services_.captureService->startCapture(window,
+        [self = shared_from_this(), window, completion = std::move(completion), callerTells = std::move(callerTells)](
+            Result<StartOutcome> outcome) mutable {
             if (!outcome) {
                 const auto& description = outcome.error().localizedDescription;
                 Log::capture().error(log_line::failedToStartCapture, description);
                 self->setState({CaptureState::CaptureUnavailable{description}});
-                outcome = fail(self->report(withPrefix(capture_message::failedToCapture, outcome.error())));
+                outcome = fail(self->report(withPrefix(capture_message::failedToCapture, outcome.error()), isTold(callerTells)));
             } else if (*outcome == StartOutcome::started) {
                 self->setState({CaptureState::Capturing{window}});
                 Log::capture().info(log_line::captureStarted, window.displayName());
@@ -132,46 +140,46 @@ void CaptureCoordinator::toggleRecording()
         startRecording();
 }
 
-Result<void> CaptureCoordinator::startRecording()
+Result<void> CaptureCoordinator::startRecording(const CallerTells& callerTells)
 {
     if (!selectedWindow_ || !services_.captureService->isCapturing())
-        return fail(report({errorDomain, noWindow, std::string{capture_message::selectWindowFirst}, nullptr}));
+        return fail(report({errorDomain, noWindow, std::string{capture_message::selectWindowFirst}, nullptr}, isTold(callerTells)));
     const auto folder = services_.library->effectiveOutputDirectory();
     PathUtilities::ensureDirectoryExists(folder, *services_.fileManager);
     const auto url = PathUtilities::generateUniqueFileURL(
         folder, PathUtilities::prefixRecording, *services_.fileManager, PathUtilities::defaultExtension, services_.clock->now());
     if (const auto started = services_.captureService->startManualRecording(url); !started) {
         Log::capture().error(log_line::failedStartingManualRecording, started.error().localizedDescription);
-        return fail(report(withPrefix(capture_message::failedToStartRecording, started.error())));
+        return fail(report(withPrefix(capture_message::failedToStartRecording, started.error()), isTold(callerTells)));
     }
     setState({CaptureState::RecordingClip{*selectedWindow_, services_.clock->now()}});
     Log::capture().info(log_line::startedManualRecording, url.filename().native());
     return {};
 }
 
-void CaptureCoordinator::stopRecording(SaveCompletion completion)
+void CaptureCoordinator::stopRecording(SaveCompletion completion, CallerTells callerTells)
 {
-    stopAndSave(std::move(completion), false);
+    stopAndSave({std::move(completion), std::move(callerTells)}, false);
 }
 
-void CaptureCoordinator::stopRecordingAndCapture(SaveCompletion completion)
+void CaptureCoordinator::stopRecordingAndCapture(SaveCompletion completion, CallerTells callerTells)
 {
-    stopAndSave(std::move(completion), true);
+    stopAndSave({std::move(completion), std::move(callerTells)}, true);
 }
 
-void CaptureCoordinator::stopAndSave(SaveCompletion completion, bool stopsCapture)
+void CaptureCoordinator::stopAndSave(StopCaller caller, bool stopsCapture)
 {
     if (!isRecording()) {
         if (stopsCapture)
             stopCapture();
-        return completion(fail(errorDomain, noRecording, "No recording runs."));
+        return caller.completion(fail(errorDomain, noRecording, "No recording runs."));
     }
     if (!pendingStop_) {
         pendingStop_ = Stop{};
         saves_.enter();
         services_.mainExecutor->async([self = shared_from_this()] { self->beginSaving(); });
     }
-    pendingStop_->completions.push_back(std::move(completion));
+    pendingStop_->callers.push_back(std::move(caller));
     pendingStop_->stopsCapture = pendingStop_->stopsCapture || stopsCapture;
 }
 
@@ -179,27 +187,25 @@ void CaptureCoordinator::beginSaving()
 {
     auto stop = *std::exchange(pendingStop_, std::nullopt);
     services_.captureService->stopManualRecording(
-        [self = shared_from_this(), recording = state_, completions = std::move(stop.completions)](
-            const Result<std::filesystem::path>& result) mutable {
-            self->recordingWasFinished(recording, std::move(completions), result);
-        });
+        [self = shared_from_this(), recording = state_, callers = std::move(stop.callers)](
+            const Result<std::filesystem::path>& result) mutable { self->recordingWasFinished(recording, std::move(callers), result); });
     if (stop.stopsCapture)
         stopCapture();
 }
 
 void CaptureCoordinator::recordingWasFinished(
-    const CaptureState& recording, std::vector<SaveCompletion> completions, const Result<std::filesystem::path>& result)
+    const CaptureState& recording, std::vector<StopCaller> callers, const Result<std::filesystem::path>& result)
 {
     if (!result) {
+        const bool isToldByAll = std::all_of(callers.begin(), callers.end(), [](const auto& caller) { return isTold(caller.tells); });
         Log::capture().error(log_line::failedStoppingManualRecording, result.error().localizedDescription);
         leave(recording);
-        return answer(std::move(completions), fail(report(withPrefix(capture_message::failedToSave, result.error()))));
+        return answer(std::move(callers), fail(report(withPrefix(capture_message::failedToSave, result.error()), isToldByAll)));
     }
-    services_.library->addClip(
-        *result, [self = shared_from_this(), recording, completions = std::move(completions), clip = *result]() mutable {
-            self->recordingWasSaved(recording, clip);
-            self->answer(std::move(completions), clip);
-        });
+    services_.library->addClip(*result, [self = shared_from_this(), recording, callers = std::move(callers), clip = *result]() mutable {
+        self->recordingWasSaved(recording, clip);
+        self->answer(std::move(callers), clip);
+    });
 }
 
 void CaptureCoordinator::recordingWasSaved(const CaptureState& recording, const std::filesystem::path& clip)
@@ -213,10 +219,10 @@ void CaptureCoordinator::recordingWasSaved(const CaptureState& recording, const 
         onClipSaved(clip, 0.0, true);
 }
 
-void CaptureCoordinator::answer(std::vector<SaveCompletion> completions, const Result<std::filesystem::path>& result)
+void CaptureCoordinator::answer(std::vector<StopCaller> callers, const Result<std::filesystem::path>& result)
 {
-    for (auto& completion : completions)
-        completion(result);
+    for (auto& caller : callers)
+        caller.completion(result);
     saves_.leave();
 }
 
@@ -251,10 +257,12 @@ void CaptureCoordinator::captureServiceDidStopUnexpectedly(ScreenCaptureKitServi
 }
 
 /// Tells the shell; what it was told.
-Error CaptureCoordinator::report(Error error)
+Error CaptureCoordinator::report(Error error, bool isToldByCallers)
 {
+    isToldByCallers_ = isToldByCallers;
     if (onCaptureError)
         onCaptureError(error.localizedDescription);
+    isToldByCallers_ = false;
     return error;
 }
 

@@ -52,6 +52,9 @@ public:
     using StartCompletion = UniqueFunction<void(const Result<StartOutcome>&)>;
     using SaveCompletion = UniqueFunction<void(const Result<std::filesystem::path>&)>;
 
+    /// Asked when a call has failed: true where whoever made it tells the user, and the shell need not.
+    using CallerTells = std::function<bool()>;
+
     /// The one coordinator of the process.
     static std::shared_ptr<CaptureCoordinator> shared();
 
@@ -77,25 +80,29 @@ public:
 
     /// Chooses the window and captures it. `superseded`: a later call has overtaken this one.
     void selectWindowAndStartCapture(
-        const CapturedWindowInfo& window, StartCompletion completion = [](const auto&) {});
+        const CapturedWindowInfo& window, StartCompletion completion = [](const auto&) {}, CallerTells callerTells = {});
 
     /// Stops the stream and forgets the window. A recording that runs is discarded.
     void stopCapture();
 
     /// Starts a recording when none runs, else stops and saves it.
     void toggleRecording();
-    Result<void> startRecording();
+    Result<void> startRecording(const CallerTells& callerTells = {});
 
     /// Saves the recording that runs, and tells where. Without one nothing happens, and the completion alone is told so. Several who ask for
     /// the end of one recording all get its clip.
-    void stopRecording(SaveCompletion completion = [](const auto&) {});
+    void stopRecording(
+        SaveCompletion completion = [](const auto&) {}, CallerTells callerTells = {});
 
     /// The same, and the capture stops with the recording: nothing can begin in between.
-    void stopRecordingAndCapture(SaveCompletion completion);
+    void stopRecordingAndCapture(SaveCompletion completion, CallerTells callerTells = {});
 
     /// True between the end that was asked for of a recording and the message that it could not be saved, because something else has ended it
     /// before.
     [[nodiscard]] bool isStopInVain() const { return pendingStop_ && !isRecording(); }
+
+    /// True while the shell is given a message that all who made the call tell the user themselves.
+    [[nodiscard]] bool isToldByCallers() const { return isToldByCallers_; }
 
     /// Calls `completion` once when every recording whose end was asked for is safe or has failed, and whoever asked knows: now, where none
     /// is on its way.
@@ -122,21 +129,25 @@ signals:
     void lastSavedClipURLChanged();
 
 private:
+    struct StopCaller {
+        SaveCompletion completion;
+        CallerTells tells;
+    };
+
     /// The end of a recording that was asked for.
     struct Stop {
-        std::vector<SaveCompletion> completions;
+        std::vector<StopCaller> callers;
         bool stopsCapture = false;
     };
 
     void observeWorkspace();
-    void stopAndSave(SaveCompletion completion, bool stopsCapture);
+    void stopAndSave(StopCaller caller, bool stopsCapture);
     void beginSaving();
-    void recordingWasFinished(
-        const CaptureState& recording, std::vector<SaveCompletion> completions, const Result<std::filesystem::path>& result);
+    void recordingWasFinished(const CaptureState& recording, std::vector<StopCaller> callers, const Result<std::filesystem::path>& result);
     void recordingWasSaved(const CaptureState& recording, const std::filesystem::path& clip);
-    void answer(std::vector<SaveCompletion> completions, const Result<std::filesystem::path>& result);
+    void answer(std::vector<StopCaller> callers, const Result<std::filesystem::path>& result);
     void leave(const CaptureState& recording);
-    Error report(Error error);
+    Error report(Error error, bool isToldByCallers = false);
     void setState(CaptureState state);
     void setSelectedWindow(std::optional<CapturedWindowInfo> window);
 
@@ -147,6 +158,7 @@ private:
     std::optional<std::filesystem::path> lastSavedClipURL_;
     std::optional<Stop> pendingStop_;  // the recording's end is on its way to the service
     WaitGroup saves_;
+    bool isToldByCallers_ = false;
 };
 
 }  // namespace velmora

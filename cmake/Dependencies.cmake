@@ -7,6 +7,7 @@ find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Qml Quick Svg Widgets)
 
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
     xcb xcb-composite xcb-damage xcb-shm xcb-xfixes xcb-randr xcb-res xcb-xinput)
+pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon)
 pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
 pkg_check_modules(MPV REQUIRED IMPORTED_TARGET mpv)
 pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse)
@@ -22,7 +23,7 @@ if(VELMORA_BENCHMARKS)
 endif()
 
 # The headers of these libraries are not held to our warnings.
-foreach(target PkgConfig::XCB PkgConfig::XCB_XTEST PkgConfig::PIPEWIRE PkgConfig::MPV PkgConfig::PULSE PkgConfig::LIBAV PkgConfig::LIBAVFORMAT)
+foreach(target PkgConfig::XCB PkgConfig::XCB_XTEST PkgConfig::XKBCOMMON PkgConfig::PIPEWIRE PkgConfig::MPV PkgConfig::PULSE PkgConfig::LIBAV PkgConfig::LIBAVFORMAT)
     if(TARGET ${target})
         get_target_property(directories ${target} INTERFACE_INCLUDE_DIRECTORIES)
         if(directories)

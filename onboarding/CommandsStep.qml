@@ -7,6 +7,7 @@ StepPage {
 
     property var menuMethodText
     property bool hasTray
+    property string shortcutKeys
 
     step: 2
 
@@ -17,7 +18,7 @@ StepPage {
     MethodCard {
         title: "METHOD 1: Fast Keyboard Shortcut"
         description: "Press once to START recording — the Orbelle mark lights up in coral. Press again to STOP and save instantly! (Tip: 'C' stands for Capture and matches the Orbelle mark!)"
-        caption: "On this keyboard: Alt+Super+C."
+        caption: "On this keyboard: " + page.shortcutKeys + "."
 
         Row {
             anchors.centerIn: parent

@@ -10,6 +10,9 @@ OnboardingModel::OnboardingModel(Services services) : services_(std::move(servic
 {
     connect(services_.permissionManager.get(), &PermissionManager::hasScreenRecordingPermissionChanged, this,
         &OnboardingModel::permissionChanged);
+    const auto* shortcuts = services_.shortcutManager.get();
+    connect(shortcuts, &KeyboardShortcutManager::isRegisteredChanged, this, &OnboardingModel::shortcutKeysChanged);
+    connect(shortcuts, &KeyboardShortcutManager::keyTextChanged, this, &OnboardingModel::shortcutKeysChanged);
     connect(services_.coordinator.get(), &CaptureCoordinator::selectedWindowChanged, this, &OnboardingModel::selectedWindowChanged);
 }
 
@@ -35,6 +38,12 @@ QString OnboardingModel::selectedWindowName() const
 {
     const auto& window = services_.coordinator->selectedWindow();
     return window ? QString::fromStdString(window->displayName()) : QString{};
+}
+
+QString OnboardingModel::shortcutKeys() const
+{
+    const auto bound = services_.shortcutManager->boundKeys();
+    return QString::fromStdString(bound.empty() ? "Alt+Super+" + services_.shortcutManager->keyText() : bound);
 }
 
 bool OnboardingModel::hasCompletedWalkthrough() const
@@ -64,6 +73,7 @@ void OnboardingModel::viewWillAppear()
     placeCaption_ = services_.placeCaption();
     hasTray_ = services_.hasTray();
     emit placeChanged();
+    emit shortcutKeysChanged();
     emit appeared();
 }
 

@@ -4,6 +4,7 @@
 #include "capture/CaptureCoordinator.h"
 #include "onboarding/EmphasizedText.h"
 #include "platform/UserDefaults.h"
+#include "system/KeyboardShortcutManager.h"
 #include "system/PermissionManager.h"
 
 #include <QObject>
@@ -33,6 +34,7 @@ class OnboardingModel final : public QObject {
     Q_PROPERTY(QString selectedWindowName READ selectedWindowName NOTIFY selectedWindowChanged)
     Q_PROPERTY(QString placeCaption READ placeCaption NOTIFY placeChanged)
     Q_PROPERTY(bool hasTray READ hasTray NOTIFY placeChanged)
+    Q_PROPERTY(QString shortcutKeys READ shortcutKeys NOTIFY shortcutKeysChanged)
     Q_PROPERTY(velmora::EmphasizedText menuMethodText READ menuMethodText CONSTANT)
     Q_PROPERTY(QVariantList privacyLines READ privacyLines CONSTANT)
 
@@ -40,6 +42,7 @@ public:
     struct Services {
         std::shared_ptr<CaptureCoordinator> coordinator;
         std::shared_ptr<PermissionManager> permissionManager;
+        std::shared_ptr<KeyboardShortcutManager> shortcutManager;
         std::shared_ptr<platform::UserDefaults> userDefaults;
         std::function<void()> presentWindowPicker;
 
@@ -79,6 +82,9 @@ public:
     [[nodiscard]] const QString& placeCaption() const { return placeCaption_; }
     [[nodiscard]] bool hasTray() const { return hasTray_; }
 
+    /// "Alt+Super+C": the shortcut as this keyboard, or this desktop, has it.
+    [[nodiscard]] QString shortcutKeys() const;
+
     /// Whether the walkthrough has ever been finished or skipped.
     [[nodiscard]] bool hasCompletedWalkthrough() const;
 
@@ -114,6 +120,7 @@ signals:
     void permissionChanged();
     void selectedWindowChanged();
     void placeChanged();
+    void shortcutKeysChanged();
 
     /// The walkthrough is on the screen again.
     void appeared();

@@ -67,6 +67,7 @@ Rectangle {
             WelcomeStep {
                 visibleStep: root.model.visibleStep
                 hasTray: root.model.hasTray
+                shortcutKeys: root.model.shortcutKeys
             }
             MenuBarStep {
                 visibleStep: root.model.visibleStep
@@ -75,6 +76,7 @@ Rectangle {
             CommandsStep {
                 visibleStep: root.model.visibleStep
                 hasTray: root.model.hasTray
+                shortcutKeys: root.model.shortcutKeys
                 menuMethodText: root.model.menuMethodText
             }
             PermissionStep {

@@ -6,6 +6,7 @@ StepPage {
     id: page
 
     property bool hasTray
+    property string shortcutKeys
 
     step: 0
 
@@ -47,7 +48,7 @@ StepPage {
         }
         Caption {
             Layout.fillWidth: true
-            text: "On this computer ⌥⌘C is Alt+Super+C, and the menu bar is " + (page.hasTray ? "your panel's tray." : "Velmora's small window.")
+            text: "On this computer ⌥⌘C is " + page.shortcutKeys + ", and the menu bar is " + (page.hasTray ? "your panel's tray." : "Velmora's small window.")
             color: Theme.tertiaryText
             horizontalAlignment: Text.AlignHCenter
         }

@@ -60,6 +60,13 @@ public:
     /// For the user: why the last registration failed, and what to do about it. Empty where nothing is known beyond its status.
     [[nodiscard]] virtual std::string explanation() const { return {}; }
 
+    /// What stands on the key at this position of the user's keyboard: "C", "J" on a Dvorak layout, "С" on a Cyrillic one. Empty where nobody
+    /// tells.
+    [[nodiscard]] virtual std::string keyText(std::uint32_t /*keyCode*/) const { return {}; }
+
+    /// `changed` is called when another text may stand on the keys. It replaces the observer before; none ends that.
+    virtual void observeKeyTexts(std::function<void()> /*changed*/) { }
+
     /// What the desktop calls the keys that it has bound to the hot key. Empty where they are those that were registered.
     [[nodiscard]] virtual std::string boundKeys(HotKeyReference /*reference*/) const { return {}; }
 };

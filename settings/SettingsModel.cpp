@@ -21,6 +21,7 @@ SettingsModel::SettingsModel(Services services) : services_(std::move(services))
     const auto* shortcuts = services_.shortcutManager.get();
     connect(shortcuts, &KeyboardShortcutManager::isRegisteredChanged, this, &SettingsModel::shortcutChanged);
     connect(shortcuts, &KeyboardShortcutManager::registrationErrorMessageChanged, this, &SettingsModel::shortcutChanged);
+    connect(shortcuts, &KeyboardShortcutManager::keyTextChanged, this, &SettingsModel::shortcutChanged);
     connect(services_.permissionManager.get(), &PermissionManager::hasScreenRecordingPermissionChanged, this,
         &SettingsModel::permissionChanged);
 }
@@ -49,7 +50,8 @@ QString SettingsModel::shortcutHelp() const
 QString SettingsModel::shortcutKeys() const
 {
     const auto bound = services_.shortcutManager->boundKeys();
-    return bound.empty() ? QStringLiteral("On this keyboard: Alt + Super + C") : QStringLiteral("On this desktop: ") + text(bound);
+    return bound.empty() ? QStringLiteral("On this keyboard: Alt + Super + ") + text(services_.shortcutManager->keyText())
+                         : QStringLiteral("On this desktop: ") + text(bound);
 }
 
 QString SettingsModel::permissionExplanation() const
@@ -62,6 +64,8 @@ void SettingsModel::viewWillAppear()
     services_.permissionManager->checkPermissions();
     // The folder of the user's videos may be another one by now.
     emit savedClipsFolderChanged();
+    // So may be the keyboard's layout.
+    emit shortcutChanged();
     setFolderError({});
     hasTray_ = services_.hasTray();
     emit appeared();

@@ -29,12 +29,14 @@ KeyboardShortcutManager::KeyboardShortcutManager(Services services) : services_(
         if (isWanted_)
             registerAll();
     });
+    services_.hotKeyCenter->observeKeyTexts([this] { emit keyTextChanged(); });
     registerAll();
 }
 
 KeyboardShortcutManager::~KeyboardShortcutManager()
 {
     services_.hotKeyCenter->observeDecisions(nullptr);
+    services_.hotKeyCenter->observeKeyTexts(nullptr);
     unregisterHotKey();
     setIsRegistered(false);
     if (eventHandler_)
@@ -77,6 +79,12 @@ void KeyboardShortcutManager::handleHotKeyTrigger(std::uint32_t id)
 std::string KeyboardShortcutManager::boundKeys() const
 {
     return toggleRecordingHotKey_ ? services_.hotKeyCenter->boundKeys(*toggleRecordingHotKey_) : std::string{};
+}
+
+std::string KeyboardShortcutManager::keyText() const
+{
+    auto text = services_.hotKeyCenter->keyText(toggleRecordingShortcut_.keyCode);
+    return text.empty() ? "C" : std::move(text);
 }
 
 void KeyboardShortcutManager::registerAll()

@@ -64,6 +64,9 @@ public:
     /// What the desktop calls the keys that it has bound; empty where they are those of the shortcut.
     [[nodiscard]] std::string boundKeys() const;
 
+    /// What stands on the shortcut's key of the user's keyboard; "C", as on the default one's, where nobody tells.
+    [[nodiscard]] std::string keyText() const;
+
     /// Registers the shortcut anew. Where the desktop takes its time to decide, the properties follow when it has.
     void registerAll();
 
@@ -77,6 +80,7 @@ signals:
     void toggleRecordingShortcutChanged();
     void isRegisteredChanged();
     void registrationErrorMessageChanged();
+    void keyTextChanged();
 
 private:
     void installEventHandler();

@@ -44,4 +44,14 @@ std::vector<std::filesystem::path> files(const QStringList& uris)
     return found;
 }
 
+Options options(const QVariantMap& options)
+{
+    Options understood;
+    const auto callerTells = options.value(QLatin1String{callerTellsOption});
+    understood.callerTells = callerTells.typeId() == QMetaType::Bool && callerTells.toBool();
+    if (const auto sound = options.value(QLatin1String{soundOption}); sound.typeId() == QMetaType::QString)
+        understood.sound = sound.toString().toStdString();
+    return understood;
+}
+
 }  // namespace velmora::bus_requests

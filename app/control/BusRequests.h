@@ -3,9 +3,11 @@
 
 #include <QString>
 #include <QStringList>
+#include <QVariantMap>
 
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace velmora::bus_requests {
@@ -18,5 +20,17 @@ namespace velmora::bus_requests {
 
 /// The files that file: URIs name, of any bytes but 0 (RFC 8089), in their order; everything else is left out.
 [[nodiscard]] std::vector<std::filesystem::path> files(const QStringList& uris);
+
+// The options of a call that has some.
+inline constexpr const char* callerTellsOption = "caller-tells";  ///< boolean: whoever calls tells the user when it fails
+inline constexpr const char* soundOption = "sound";  ///< string: the application whose sound goes with a window
+
+struct Options {
+    bool callerTells = false;
+    std::optional<std::string> sound;
+};
+
+/// What is unknown, or of another kind, is left out.
+[[nodiscard]] Options options(const QVariantMap& options);
 
 }  // namespace velmora::bus_requests

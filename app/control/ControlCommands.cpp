@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <limits>
 #include <optional>
+#include <unistd.h>
 #include <utility>
 
 namespace velmora {
@@ -40,19 +41,24 @@ QDBusMessage methodCall(const char* interface, const char* method, const QVarian
     return call;
 }
 
-tl::expected<QVariantList, QString> send(const QDBusConnection& connection, const QDBusMessage& call)
+struct Refusal {
+    QString message;  ///< for the user
+    bool isUnknownMethod = false;
+};
+
+tl::expected<QVariantList, Refusal> send(const QDBusConnection& connection, const QDBusMessage& call)
 {
     if (!connection.isConnected())
-        return tl::unexpected(QStringLiteral("Velmora cannot be reached: there is no session bus."));
+        return tl::unexpected(Refusal{QStringLiteral("Velmora cannot be reached: there is no session bus.")});
     const auto reply = connection.call(call, QDBus::Block, std::numeric_limits<int>::max());
     if (reply.type() == QDBusMessage::ReplyMessage)
         return reply.arguments();
     const QDBusError error{reply};
     if (error.name() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner") || error.type() == QDBusError::ServiceUnknown)
-        return tl::unexpected(QStringLiteral("Velmora is not running. Start it with 'velmora'."));
+        return tl::unexpected(Refusal{QStringLiteral("Velmora is not running. Start it with 'velmora'.")});
     if (error.type() == QDBusError::NoReply || error.type() == QDBusError::Disconnected)
-        return tl::unexpected(QStringLiteral("Velmora ended before it answered."));
-    return tl::unexpected(reply.errorMessage());
+        return tl::unexpected(Refusal{QStringLiteral("Velmora ended before it answered.")});
+    return tl::unexpected(Refusal{reply.errorMessage(), error.type() == QDBusError::UnknownMethod});
 }
 
 QDBusMessage methodCall(const Control& command)
@@ -79,6 +85,36 @@ QDBusMessage methodCall(const Control& command)
         break;
     }
     return methodCall(controlInterface, "Quit", {});
+}
+
+/// The same for whoever reads our standard error, where the program would tell the user of a failure too.
+std::optional<QDBusMessage> methodCallOfATeller(const Control& command)
+{
+    QVariantMap options{{QLatin1String{bus_requests::callerTellsOption}, true}};
+    if (command.sound)
+        options.insert(QLatin1String{bus_requests::soundOption}, QString::fromStdString(*command.sound));
+    switch (command.action) {
+    case Control::Action::toggle:
+        return methodCall(controlInterface, "ToggleWithOptions", {options});
+    case Control::Action::select:
+        return methodCall(controlInterface, "SelectWithOptions", {command.windowID, options});
+    case Control::Action::stop:
+        return methodCall(controlInterface, "StopWithOptions", {options});
+    default:
+        return std::nullopt;
+    }
+}
+
+tl::expected<QVariantList, Refusal> send(const QDBusConnection& connection, const Control& command)
+{
+    // Nobody reads what a command says that a key is bound to.
+    if (const auto call = isatty(STDERR_FILENO) ? methodCallOfATeller(command) : std::nullopt) {
+        auto answer = send(connection, *call);
+        // A program that was started before an update may not know options yet.
+        if (answer || !answer.error().isUnknownMethod)
+            return answer;
+    }
+    return send(connection, methodCall(command));
 }
 
 void printLine(const QString& line)
@@ -109,9 +145,9 @@ void printStatus(const QString& answer, bool json)
 
 int runControlCommand(const Control& command, QDBusConnection connection)
 {
-    const auto answer = send(connection, methodCall(command));
+    const auto answer = send(connection, command);
     if (!answer)
-        return fail(answer.error());
+        return fail(answer.error().message);
     const QString first = answer->isEmpty() ? QString{} : answer->constFirst().toString();
     if (command.action == Control::Action::status)
         printStatus(first, command.json);
@@ -134,7 +170,7 @@ std::int32_t runningInstanceProcess(const QDBusConnection& connection)
 int activateRunningInstance(QDBusConnection connection)
 {
     const auto answer = send(connection, methodCall(applicationInterface, "Activate", {QVariantMap{}}));
-    return answer ? command_line::succeeded : fail(answer.error());
+    return answer ? command_line::succeeded : fail(answer.error().message);
 }
 
 }  // namespace velmora

@@ -6,6 +6,9 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <QJsonDocument>
 #include <QVariantMap>
 
@@ -48,6 +51,24 @@ private:
     QDBusMessage call_;
 };
 
+/// Whether whoever made a call tells of its failure: as long as it is on the bus, where it has said that it does.
+InstanceControl::CallerTells callerTells(const QDBusConnection& connection, const QDBusMessage& call, bool hasSaidSo)
+{
+    if (!hasSaidSo)
+        return {};
+    const auto isThere = std::make_shared<bool>(true);
+    const auto watcher = std::make_shared<QDBusServiceWatcher>(call.service(), connection, QDBusServiceWatcher::WatchForUnregistration);
+    QObject::connect(watcher.get(), &QDBusServiceWatcher::serviceUnregistered, [isThere] { *isThere = false; });
+    // It may have gone before it was watched. The bus answers in order.
+    auto question = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameHasOwner"));
+    question.setArguments({call.service()});
+    const auto* answer = new QDBusPendingCallWatcher{connection.asyncCall(question), watcher.get()};
+    QObject::connect(answer, &QDBusPendingCallWatcher::finished,
+        [isThere](const QDBusPendingCallWatcher* answered) { *isThere = *isThere && QDBusPendingReply<bool>{*answered}.value(); });
+    return [isThere, watcher] { return *isThere; };
+}
+
 class ApplicationAdaptor final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
@@ -68,7 +89,7 @@ public slots:
     {
         // The program itself shows what goes wrong.
         if (name == QLatin1String{toggleAction})
-            control_.toggleRecording([](const auto&) {});
+            control_.toggleRecording([](const auto&) {}, {});
         else if (name == QLatin1String{chooseWindowAction})
             control_.chooseWindow();
     }
@@ -90,30 +111,50 @@ public:
     }
 
 public slots:
+    // Each call that can fail in front of the user is there without options too, as it was before there were any.
+
     /// The path of the clip that was saved, its file: URI where it is no text; empty when a recording was started.
     QString Toggle(const QDBusMessage& call)
     {
-        control_.toggleRecording([pending = PendingCall{connection_, call}](const auto& result) mutable { pending.finish(result); });
+        toggle({}, call);
+        return {};
+    }
+
+    QString ToggleWithOptions(const QVariantMap& options, const QDBusMessage& call)
+    {
+        toggle(bus_requests::options(options), call);
         return {};
     }
 
     /// What the user has to know of it; empty when that is nothing.
     QString Select(uint windowID, const QDBusMessage& call)
     {
-        select(windowID, std::nullopt, call);
+        select(windowID, {}, call);
         return {};
     }
 
     QString SelectWithSound(uint windowID, const QString& sound, const QDBusMessage& call)
     {
-        select(windowID, sound.toStdString(), call);
+        select(windowID, {.sound = sound.toStdString()}, call);
+        return {};
+    }
+
+    QString SelectWithOptions(uint windowID, const QVariantMap& options, const QDBusMessage& call)
+    {
+        select(windowID, bus_requests::options(options), call);
         return {};
     }
 
     /// The path of the clip that was saved, if any.
     QString Stop(const QDBusMessage& call)
     {
-        control_.stopCapture([pending = PendingCall{connection_, call}](const auto& result) mutable { pending.finish(result); });
+        stop({}, call);
+        return {};
+    }
+
+    QString StopWithOptions(const QVariantMap& options, const QDBusMessage& call)
+    {
+        stop(bus_requests::options(options), call);
         return {};
     }
 
@@ -140,15 +181,29 @@ public slots:
     }
 
 private:
-    void select(uint windowID, std::optional<std::string> sound, const QDBusMessage& call)
+    void toggle(const bus_requests::Options& options, const QDBusMessage& call)
+    {
+        control_.toggleRecording([pending = PendingCall{connection_, call}](const auto& result) mutable { pending.finish(result); },
+            callerTells(connection_, call, options.callerTells));
+    }
+
+    void select(uint windowID, bus_requests::Options options, const QDBusMessage& call)
     {
         control_.selectWindow(
-            windowID, std::move(sound), [pending = PendingCall{connection_, call}](const Result<std::string>& result) mutable {
+            windowID, std::move(options.sound),
+            [pending = PendingCall{connection_, call}](const Result<std::string>& result) mutable {
                 if (result)
                     pending.succeed({QString::fromStdString(*result)});
                 else
                     pending.fail(QString::fromStdString(result.error().localizedDescription));
-            });
+            },
+            callerTells(connection_, call, options.callerTells));
+    }
+
+    void stop(const bus_requests::Options& options, const QDBusMessage& call)
+    {
+        control_.stopCapture([pending = PendingCall{connection_, call}](const auto& result) mutable { pending.finish(result); },
+            callerTells(connection_, call, options.callerTells));
     }
 
     QDBusConnection connection_;

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -19,6 +20,9 @@ public:
     /// The clip that was saved by the call; none when it saved none.
     using SavedClip = std::optional<std::filesystem::path>;
 
+    /// Asked when a call has failed: true where the caller tells the user, and nothing else need. None: it does not.
+    using CallerTells = std::function<bool()>;
+
     virtual ~InstanceControl() = default;
 
     /// What a second start asks for: something of the program on the screen.
@@ -28,15 +32,15 @@ public:
     virtual void chooseWindow() = 0;
 
     /// Starts a recording, or ends the one that runs; completes then when the file is safe.
-    virtual void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion) = 0;
+    virtual void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) = 0;
 
     /// Chooses the window with this identifier and captures it, with the sound of that application (see decideSound) where the desktop
     /// leaves it to be chosen. Completes with what the user has to know of it, if anything.
-    virtual void selectWindow(
-        std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion) = 0;
+    virtual void selectWindow(std::uint32_t windowID, std::optional<std::string> sound,
+        UniqueFunction<void(Result<std::string>)> completion, CallerTells callerTells) = 0;
 
     /// Saves a recording that runs, then stops capturing.
-    virtual void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion) = 0;
+    virtual void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) = 0;
 
     [[nodiscard]] virtual QJsonObject status() const = 0;
 

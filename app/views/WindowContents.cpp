@@ -109,6 +109,7 @@ QuickContent makeOnboarding(const SharedServices& services)
         std::make_shared<OnboardingModel>(OnboardingModel::Services{
             .coordinator = CaptureCoordinator::shared(),
             .permissionManager = PermissionManager::shared(),
+            .shortcutManager = KeyboardShortcutManager::shared(),
             .userDefaults = services.platform.userDefaults,
             .presentWindowPicker =
                 [] {

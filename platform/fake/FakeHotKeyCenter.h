@@ -44,6 +44,12 @@ public:
 
     void observeDecisions(std::function<void()> changed) override { decided = std::move(changed); }
     [[nodiscard]] std::string explanation() const override { return reason; }
+    [[nodiscard]] std::string keyText(std::uint32_t keyCode) const override
+    {
+        const auto found = texts.find(keyCode);
+        return found == texts.end() ? std::string{} : found->second;
+    }
+    void observeKeyTexts(std::function<void()> changed) override { textsChanged = std::move(changed); }
     [[nodiscard]] std::string boundKeys(HotKeyReference) const override { return keys; }
 
     /// What the handler answers; none without a handler.
@@ -60,6 +66,8 @@ public:
     platform::HotKeyStatus registerStatus = 0;
     std::string reason;
     std::string keys;
+    std::map<std::uint32_t, std::string> texts;
+    std::function<void()> textsChanged;
     std::function<void()> decided;
     std::map<EventHandlerReference, EventHandler> handlers;
     std::map<HotKeyReference, Registration> registrations;

@@ -24,10 +24,12 @@ protected:
     /// Selects and runs what can run.
     void select(std::uint32_t id, std::optional<std::string> sound = std::nullopt)
     {
-        control.selectWindow(id, std::move(sound), [this](auto result) {
-            ++answers;
-            answer = std::move(result);
-        });
+        control.selectWindow(id, std::move(sound),
+            [this](auto result) {
+                ++answers;
+                answer = std::move(result);
+            },
+            {});
         executor->runAll();
     }
 
@@ -111,7 +113,7 @@ protected:
     {
         clock->advance(std::chrono::seconds{1});
         SaveAnswer started;
-        control.toggleRecording(started.take());
+        control.toggleRecording(started.take(), {});
         ASSERT_TRUE(started.result && *started.result) << started.complaint();
         EXPECT_EQ(started.clip(), "");
     }
@@ -132,10 +134,10 @@ TEST_F(AppControlSavesTest, EveryToggleIsAnsweredWithItsOwnClip)
     SaveAnswer first;
     SaveAnswer second;
     startRecording();
-    control.toggleRecording(first.take());
+    control.toggleRecording(first.take(), {});
     executor->runAll();
     startRecording();
-    control.toggleRecording(second.take());
+    control.toggleRecording(second.take(), {});
     finish(1, second);
     EXPECT_EQ(second.clip(), file(1));
     EXPECT_FALSE(first.result);
@@ -148,10 +150,10 @@ TEST_F(AppControlSavesTest, AStopIsNotAnsweredByTheClipBeforeItsOwnWhichIsKept)
     SaveAnswer first;
     SaveAnswer stopped;
     startRecording();
-    control.toggleRecording(first.take());
+    control.toggleRecording(first.take(), {});
     executor->runAll();
     startRecording();
-    control.stopCapture(stopped.take());
+    control.stopCapture(stopped.take(), {});
     writers->writers.at(0)->answerFinish();
     executor->runUntil([&] { return first.result.has_value(); });
     executor->runAll();
@@ -167,11 +169,11 @@ TEST_F(AppControlSavesTest, AToggleThatCannotStartSaysWhyAndAnswersNobodyElse)
 {
     SaveAnswer first;
     startRecording();
-    control.toggleRecording(first.take());
+    control.toggleRecording(first.take(), {});
     executor->runAll();
     writers->createError = Error{"POSIX", 28, "No space left on device", nullptr};
     SaveAnswer second;
-    control.toggleRecording(second.take());
+    control.toggleRecording(second.take(), {});
     EXPECT_EQ(second.complaint(), "Failed to start recording: No space left on device");
     EXPECT_FALSE(first.result);
     finish(0, first);
@@ -182,14 +184,14 @@ TEST_F(AppControlSavesTest, WithoutAWindowAToggleSaysWhatToDo)
 {
     coordinator->stopCapture();
     SaveAnswer answered;
-    control.toggleRecording(answered.take());
+    control.toggleRecording(answered.take(), {});
     EXPECT_EQ(answered.complaint(), "Cannot record: Please select a video window first.");
 }
 
 TEST_F(AppControlSavesTest, AStopWithoutARecordingIsAnsweredAtOnceAndWithoutAClip)
 {
     SaveAnswer stopped;
-    control.stopCapture(stopped.take());
+    control.stopCapture(stopped.take(), {});
     ASSERT_TRUE(stopped.result && *stopped.result);
     EXPECT_EQ(stopped.clip(), "");
     EXPECT_FALSE(coordinator->selectedWindow());
@@ -199,7 +201,7 @@ TEST_F(AppControlSavesTest, OfTwoSelectionsTheOvertakenOneIsToldSo)
 {
     addLiveWindow(window(2));
     std::optional<Result<std::string>> overtaken;
-    control.selectWindow(2, std::nullopt, [&](auto result) { overtaken = std::move(result); });
+    control.selectWindow(2, std::nullopt, [&](auto result) { overtaken = std::move(result); }, {});
     select(1);
     ASSERT_TRUE(overtaken && !*overtaken);
     EXPECT_THAT(overtaken->error().localizedDescription, HasSubstr("Another window was chosen meanwhile"));

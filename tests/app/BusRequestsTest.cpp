@@ -42,5 +42,18 @@ TEST(BusRequests, APathIsTakenWhenItIsAbsolute)
     EXPECT_FALSE(bus_requests::file({}));
 }
 
+TEST(BusRequests, OptionsOfACallThatAreUnknownOrOfAnotherKindAreLeftOut)
+{
+    const auto all = bus_requests::options(
+        {{QStringLiteral("caller-tells"), true}, {QStringLiteral("sound"), QStringLiteral("Müsic")}, {QStringLiteral("colour"), 7}});
+    EXPECT_TRUE(all.callerTells);
+    EXPECT_EQ(all.sound, "Müsic");
+    const auto none = bus_requests::options({{QStringLiteral("caller-tells"), QStringLiteral("true")}, {QStringLiteral("sound"), 7}});
+    EXPECT_FALSE(none.callerTells);
+    EXPECT_EQ(none.sound, std::nullopt);
+    EXPECT_FALSE(bus_requests::options({}).callerTells);
+    EXPECT_FALSE(bus_requests::options({{QStringLiteral("caller-tells"), false}}).callerTells);
+}
+
 }  // namespace
 }  // namespace velmora

@@ -5,11 +5,16 @@
 #include <QCoreApplication>
 #include <QDBusMessage>
 #include <QDBusPendingReply>
+#include <QDBusVirtualObject>
 #include <QEventLoop>
 #include <QTimer>
 
+#include <algorithm>
+#include <cstdlib>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <thread>
+#include <unistd.h>
 
 namespace velmora {
 namespace {
@@ -21,23 +26,29 @@ class ScriptedControl final : public InstanceControl {
 public:
     void activate() override { calls.append(QStringLiteral("activate")); }
     void chooseWindow() override { calls.append(QStringLiteral("choose window")); }
-    void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion) override
+    void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells tells) override
     {
+        wasToldByCaller = tells && tells();
+        callerTells = std::move(tells);
         calls.append(QStringLiteral("toggle"));
         if (holdsToggle)
             heldToggle = std::move(completion);
         else
             completion(clip);
     }
-    void selectWindow(
-        std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion) override
+    void selectWindow(std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion,
+        CallerTells tells) override
     {
+        wasToldByCaller = tells && tells();
+        callerTells = std::move(tells);
         calls.append(QStringLiteral("select %1").arg(windowID)
             + (sound ? QStringLiteral(" with the sound of ") + QString::fromStdString(*sound) : QString{}));
         completion(selected ? Result<std::string>{remark} : Result<std::string>{tl::unexpected(selected.error())});
     }
-    void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion) override
+    void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells tells) override
     {
+        wasToldByCaller = tells && tells();
+        callerTells = std::move(tells);
         calls.append(QStringLiteral("stop"));
         completion(clip);
     }
@@ -50,6 +61,8 @@ public:
     void quit() override { calls.append(QStringLiteral("quit")); }
 
     QStringList calls;
+    CallerTells callerTells;
+    bool wasToldByCaller = false;
     Result<SavedClip> clip = SavedClip{};
     Result<void> selected;
     std::string remark;
@@ -318,6 +331,139 @@ TEST_F(InstanceBusTest, OverlappingCallsAreEachAnsweredWithTheirOwnClipInWhateve
     EXPECT_EQ(replies[0].error().message(), QStringLiteral("Failed saving recording: x"));
     EXPECT_EQ(replies[1].value(), QStringLiteral("/clips/b.mp4"));
     EXPECT_EQ(replies[2].value(), QStringLiteral("/clips/c.mp4"));
+}
+
+/// Where standard error of this process goes while it lives, and what was written there.
+class Terminal {
+public:
+    Terminal() : controller_(::posix_openpt(O_RDWR | O_NOCTTY)), errors_(::dup(STDERR_FILENO))
+    {
+        EXPECT_EQ(::grantpt(controller_), 0);
+        EXPECT_EQ(::unlockpt(controller_), 0);
+        const int terminal = ::open(::ptsname(controller_), O_RDWR | O_NOCTTY);
+        EXPECT_GE(::dup2(terminal, STDERR_FILENO), 0);
+        ::close(terminal);
+    }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+    ~Terminal()
+    {
+        ::dup2(errors_, STDERR_FILENO);
+        ::close(errors_);
+        ::close(controller_);
+    }
+
+    [[nodiscard]] std::string read() const
+    {
+        std::string text(1000, '\0');
+        const auto length = ::read(controller_, text.data(), text.size());
+        return text.substr(0, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    }
+
+private:
+    const int controller_;
+    const int errors_;
+};
+
+TEST_F(InstanceBusTest, ACommandOnATerminalTellsOfItsFailureItself)
+{
+    InstanceBus bus{connect("first")};
+    ASSERT_EQ(bus.claim(), Role::first);
+    bus.serve(control_);
+    control_.clip = fail("Velmora.Test", 1, "No disk.");
+    control_.selected = fail("Velmora.Test", 2, "No such window.");
+    auto select = control(Control::Action::select);
+    select.windowID = 7;
+    auto selectWithSound = select;
+    selectWithSound.sound = "Müsic";
+    const std::pair<Control, const char*> commands[] = {{control(Control::Action::toggle), "No disk.\r\n"},
+        {control(Control::Action::stop), "No disk.\r\n"}, {select, "No such window.\r\n"}, {selectWithSound, "No such window.\r\n"}};
+    for (const auto& [command, message] : commands) {
+        control_.wasToldByCaller = false;
+        const auto answer = run([&command = command, message = message](const QDBusConnection& connection) {
+            const Terminal terminal;
+            const int status = runControlCommand(command, connection);
+            EXPECT_EQ(terminal.read(), message);
+            return status;
+        });
+        EXPECT_EQ(answer.status, command_line::failed);
+        EXPECT_TRUE(control_.wasToldByCaller) << message;
+    }
+    EXPECT_EQ(control_.calls,
+        (QStringList{QStringLiteral("toggle"), QStringLiteral("stop"), QStringLiteral("select 7"),
+            QStringLiteral("select 7 with the sound of Müsic")}));
+}
+
+TEST_F(InstanceBusTest, ACommandWithoutATerminalLeavesItsFailureToTheProgramToo)
+{
+    InstanceBus bus{connect("first")};
+    ASSERT_EQ(bus.claim(), Role::first);
+    bus.serve(control_);
+    auto selectWithSound = control(Control::Action::select);
+    selectWithSound.sound = "Müsic";
+    for (const auto& command :
+        {control(Control::Action::toggle), control(Control::Action::stop), control(Control::Action::select), selectWithSound}) {
+        control_.wasToldByCaller = true;
+        run(command);
+        EXPECT_FALSE(control_.wasToldByCaller);
+    }
+    EXPECT_EQ(control_.calls.size(), 4);
+}
+
+TEST_F(InstanceBusTest, ACallerThatIsGoneTellsNothing)
+{
+    InstanceBus bus{connect("first")};
+    ASSERT_EQ(bus.claim(), Role::first);
+    bus.serve(control_);
+    control_.holdsToggle = true;
+    auto call = QDBusMessage::createMethodCall(QStringLiteral("com.velmora.Velmora"), QStringLiteral("/com/velmora/Velmora"),
+        QStringLiteral("com.velmora.Velmora.Control"), QStringLiteral("ToggleWithOptions"));
+    call.setArguments({QVariantMap{{QStringLiteral("caller-tells"), true}}});
+    connect("caller").send(call);
+    QEventLoop loop;
+    while (!control_.heldToggle)
+        loop.processEvents(QEventLoop::WaitForMoreEvents);
+    EXPECT_TRUE(control_.callerTells());
+    QDBusConnection::disconnectFromBus(QStringLiteral("caller"));
+    while (control_.callerTells())
+        loop.processEvents(QEventLoop::WaitForMoreEvents);
+    std::exchange(control_.heldToggle, {})(fail("Velmora.Test", 1, "No disk."));
+}
+
+/// As it was before calls had options.
+class OlderInstance final : public QDBusVirtualObject {
+public:
+    [[nodiscard]] QString introspect(const QString&) const override { return {}; }
+
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
+    {
+        if (message.member().endsWith(QLatin1String("WithOptions")))
+            return connection.send(message.createErrorReply(QDBusError::UnknownMethod, QStringLiteral("No such method")));
+        calls.append(message.member());
+        return connection.send(message.createReply(QString{}));
+    }
+
+    QStringList calls;
+};
+
+TEST_F(InstanceBusTest, AnInstanceThatKnowsNoOptionsIsAskedWithoutThem)
+{
+    auto connection = connect("first");
+    ASSERT_TRUE(connection.registerService(QStringLiteral("com.velmora.Velmora")));
+    OlderInstance older;
+    ASSERT_TRUE(connection.registerVirtualObject(QStringLiteral("/com/velmora/Velmora"), &older));
+    auto selectWithSound = control(Control::Action::select);
+    selectWithSound.sound = "Müsic";
+    for (const auto& command :
+        {control(Control::Action::toggle), control(Control::Action::stop), control(Control::Action::select), selectWithSound}) {
+        const auto answer = run([&](const QDBusConnection& client) {
+            const Terminal terminal;
+            return runControlCommand(command, client);
+        });
+        EXPECT_EQ(answer.status, command_line::succeeded);
+    }
+    EXPECT_EQ(older.calls,
+        (QStringList{QStringLiteral("Toggle"), QStringLiteral("Stop"), QStringLiteral("Select"), QStringLiteral("SelectWithSound")}));
 }
 
 }  // namespace

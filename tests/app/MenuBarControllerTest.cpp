@@ -1,5 +1,6 @@
 #include "app/menu/MenuBarController.h"
 
+#include "app/AppControl.h"
 #include "app/AppDelegate.h"
 #include "tests/support/CoordinatorFixture.h"
 #include "tests/support/Windows.h"
@@ -386,6 +387,140 @@ TEST_F(ShellRecordingTest, AStopAsTheWindowClosesGivesOneAlertWithBothTexts)
     executor->runAll();
     ASSERT_EQ(alerts->alerts.size(), 2U);
     EXPECT_EQ(alerts->alerts[1].informativeText, "Cannot record: Please select a video window first.");
+}
+
+/// Commands that come in over the bus. `isThere` while whoever sent one can tell of a failure.
+class ShellCommandTest : public ShellRecordingTest {
+protected:
+    ShellCommandTest()
+        : control({.coordinator = coordinator,
+            .permissionManager = permissionManager,
+            .shortcutManager = shortcutManager,
+            .windowService = std::make_shared<WindowSelectionService>(content, executor),
+            .windows = nullptr,
+            .userDefaults = userDefaults,
+            .showMenu = {},
+            .quit = {},
+            .recordingObserver = observer})
+    {
+    }
+
+    template <typename Answer>
+    auto answer()
+    {
+        return [this](const Result<Answer>& result) { answers.push_back(result ? "" : result.error().localizedDescription); };
+    }
+
+    void toggle()
+    {
+        control.toggleRecording(answer<InstanceControl::SavedClip>(), [this] { return isThere; });
+        executor->runAll();
+    }
+
+    void stop()
+    {
+        control.stopCapture(answer<InstanceControl::SavedClip>(), [this] { return isThere; });
+    }
+
+    void failToSave()
+    {
+        writers->writers.at(0)->finishStatus = platform::AssetWriter::Status::failed;
+        writers->writers.at(0)->currentError = Error{"POSIX", 28, "No space left on device", nullptr};
+        executor->runAll();
+        writers->writers.at(0)->answerFinish();
+        executor->runUntil([&] { return !answers.empty(); });
+        executor->runAll();
+    }
+
+    [[nodiscard]] std::vector<std::string> alertTexts() const
+    {
+        std::vector<std::string> texts;
+        for (const auto& alert : alerts->alerts)
+            texts.push_back(alert.informativeText);
+        return texts;
+    }
+
+    AppControl control;
+    bool isThere = true;
+    std::vector<std::string> answers;
+};
+
+constexpr const char* diskIsFull = "Failed saving recording: No space left on device";
+constexpr const char* windowIsGone = "Selected window was closed or is no longer available. Please select a window.";
+
+TEST_F(ShellCommandTest, ACommandThatTellsOfItsFailureOpensNoAlertToo)
+{
+    coordinator->stopCapture();
+    toggle();
+    EXPECT_THAT(answers, ElementsAre("Cannot record: Please select a video window first."));
+    streams->prepare = [](auto& stream) { stream.startError = Error{"Test", 1, "no pixels", nullptr}; };
+    control.selectWindow(film.id, std::nullopt, answer<std::string>(), [] { return true; });
+    executor->runAll();
+    EXPECT_THAT(answers, ElementsAre(testing::_, "Failed to capture window: no pixels"));
+    access->isGranted = false;
+    permissionManager->checkPermissions();
+    control.selectWindow(film.id, std::nullopt, answer<std::string>(), [] { return true; });
+    executor->runAll();
+    EXPECT_THAT(answers, ElementsAre(testing::_, testing::_, "Screen recording permission is required."));
+    EXPECT_THAT(alertTexts(), IsEmpty());
+}
+
+TEST_F(ShellCommandTest, AStartThatFailsForACommandThatTellsOpensNoAlertToo)
+{
+    writers->createError = Error{"POSIX", 28, "No space left on device", nullptr};
+    toggle();
+    EXPECT_THAT(answers, ElementsAre("Failed to start recording: No space left on device"));
+    EXPECT_THAT(alertTexts(), IsEmpty());
+}
+
+TEST_F(ShellCommandTest, ASaveThatFailsForCommandsThatTellOpensNoAlertToo)
+{
+    choose(MenuAction::toggleRecording);
+    control.toggleRecording(answer<InstanceControl::SavedClip>(), [] { return true; });
+    stop();
+    failToSave();
+    EXPECT_THAT(answers, ElementsAre(diskIsFull, diskIsFull));
+    EXPECT_THAT(alertTexts(), IsEmpty());
+}
+
+TEST_F(ShellCommandTest, WhatFailsForACommandThatTellsNothingOrIsGoneIsAnAlert)
+{
+    choose(MenuAction::toggleRecording);
+    stop();
+    isThere = false;
+    failToSave();
+    control.toggleRecording(answer<InstanceControl::SavedClip>(), {});
+    executor->runAll();
+    EXPECT_THAT(alertTexts(), ElementsAre(diskIsFull, "Cannot record: Please select a video window first."));
+}
+
+TEST_F(ShellCommandTest, ASaveThatSomebodyElseHadAskedForTooIsAnAlertForThem)
+{
+    choose(MenuAction::toggleRecording);
+    coordinator->toggleRecording();
+    stop();
+    failToSave();
+    EXPECT_THAT(answers, ElementsAre(diskIsFull));
+    EXPECT_THAT(alertTexts(), ElementsAre(diskIsFull));
+}
+
+TEST_F(ShellCommandTest, AStopOfACommandAsTheWindowClosesLeavesTheAlertAboutTheWindow)
+{
+    choose(MenuAction::toggleRecording);
+    streams->streams.back()->stopWithError({"Test", 1, "window gone", nullptr});
+    stop();
+    executor->runAll();
+    EXPECT_THAT(answers, ElementsAre("Failed saving recording: No active manual recording session."));
+    EXPECT_THAT(alertTexts(), ElementsAre(windowIsGone));
+}
+
+TEST_F(ShellCommandTest, AfterACommandThatToldItselfTheNextFailureIsAnAlert)
+{
+    coordinator->stopCapture();
+    toggle();
+    coordinator->startRecording();
+    executor->runAll();
+    EXPECT_THAT(alertTexts(), ElementsAre("Cannot record: Please select a video window first."));
 }
 
 TEST_F(ShellTest, WithoutADelegateWindowsStayClosed)

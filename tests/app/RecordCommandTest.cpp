@@ -75,7 +75,7 @@ protected:
         writers->onCreate = [this](fake::FakeAssetWriter& writer) {
             writer.onAdd = [this](fake::FakeAssetWriterInput& input) {
                 if (input.mediaType == MediaType::video)
-                    input.refuses = [this, &writer = input.writer](const SampleBuffer&) { return refuses(writer); };
+                    input.refuses = [this, &writer = input.writer](const SampleBuffer& sample) { return refuses(writer, sample); };
             };
         };
     }
@@ -125,7 +125,7 @@ protected:
 
     static void interrupt() { ::pthread_kill(::pthread_self(), SIGINT); }
 
-    virtual bool refuses(fake::FakeAssetWriter&)
+    virtual bool refuses(fake::FakeAssetWriter&, const SampleBuffer&)
     {
         ++written;
         return false;
@@ -244,7 +244,7 @@ TEST_F(RecordCommandTest, AnInterruptBeforeTheFirstPictureIsInTheFileSaysThatNot
 
 class FailingRecordCommandTest : public RecordCommandTest {
 protected:
-    bool refuses(fake::FakeAssetWriter& writer) override
+    bool refuses(fake::FakeAssetWriter& writer, const SampleBuffer&) override
     {
         if (++written == 1)
             return false;
@@ -275,6 +275,117 @@ TEST_F(FailingRecordCommandTest, AWriterThatFailsWithNothingWrittenIsAFailure)
     EXPECT_EQ(run(), command_line::failed);
     EXPECT_EQ(output, "");
     EXPECT_EQ(errors, "Failed saving recording: clip.mp4: No space left on device\n");
+}
+
+class FullDiskRecordCommandTest : public RecordCommandTest {
+protected:
+    bool refuses(fake::FakeAssetWriter& writer, const SampleBuffer&) override
+    {
+        ::pthread_kill(commandsThread_, SIGINT);
+        writer.currentStatus = platform::AssetWriter::Status::failed;
+        writer.finishStatus = platform::AssetWriter::Status::failed;
+        writer.currentError = posixError(ENOSPC, "clip.mp4");
+        return true;
+    }
+
+private:
+    const ::pthread_t commandsThread_ = ::pthread_self();
+};
+
+TEST_F(FullDiskRecordCommandTest, ADiskThatIsFullFromTheFirstPictureOnIsSaidEvenIfAnInterruptCameFirst)
+{
+    when([this] { return isCapturing(); }, [this] { deliverPicture(); });
+    when([this] { return !writers->writers.empty(); },
+        [this] {
+            writers->writers[0]->removesFileAtFinish = true;
+            writeKeyFrame();
+        });
+    EXPECT_EQ(run(), command_line::failed);
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(errors, "Failed saving recording: clip.mp4: No space left on device\n");
+}
+
+class TwoEncodersRecordCommandTest : public RecordCommandTest {
+protected:
+    bool refuses(fake::FakeAssetWriter&, const SampleBuffer& sample) override
+    {
+        if (sample.format->video()->width != 640)
+            return true;
+        ++written;
+        return false;
+    }
+};
+
+TEST_F(TwoEncodersRecordCommandTest, AnotherEncoderWhosePicturesDoNotFitEndsItEarlyWithWhatWasWritten)
+{
+    recordSomething();
+    when([] { return true; },
+        [this] {
+            auto foreign = std::make_shared<SampleBuffer>(*test::videoSample(2'000'000'000, true));
+            foreign->format = std::make_shared<const FormatDescription>(VideoFormat{FourCharacterCode{"avc1"}, 320, 240, {}, {}});
+            encoders->sessions[0]->emitOutput(0, foreign);
+        });
+    EXPECT_EQ(run(), command_line::endedEarly);
+    EXPECT_EQ(output, command.output->string() + "\n");
+    EXPECT_EQ(errors, "The recording ended early: Another encoder has taken over, and its pictures do not belong into the same file\n");
+    EXPECT_EQ(writers->writers[0]->finishCount, 1);
+}
+
+TEST_F(RecordCommandTest, AnEncoderThatFailsForGoodEndsItEarlyWithWhatWasWritten)
+{
+    recordSomething();
+    when([] { return true; },
+        [this] {
+            for (int i = 0; i < 30; ++i)
+                encoders->sessions[0]->emitOutput(-5, nullptr);
+        });
+    EXPECT_EQ(run(), command_line::endedEarly);
+    EXPECT_EQ(output, command.output->string() + "\n");
+    EXPECT_EQ(errors, "The recording ended early: The encoder fails (Status: -5)\n");
+    EXPECT_EQ(writers->writers[0]->finishCount, 1);
+}
+
+TEST_F(RecordCommandTest, AnEncoderThatFailsForGoodBeforeItsFirstPictureIsAFailure)
+{
+    encoders->encodesAtOnce = false;
+    std::atomic<bool> wasSubmitted = false;
+    when([this] { return isCapturing(); },
+        [&] {
+            deliverPicture();
+            streams->streams[0]->outputs[0].queue->async([&] { wasSubmitted = true; });
+        });
+    when([&] { return wasSubmitted.load(); },
+        [this] {
+            for (int i = 0; i < 30; ++i)
+                encoders->sessions[0]->emitOutput(-5, nullptr);
+        });
+    EXPECT_EQ(run(), command_line::failed);
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(errors, "Failed to start recording: The encoder fails (Status: -5)\n");
+    EXPECT_TRUE(writers->writers.empty());
+}
+
+TEST_F(RecordCommandTest, NoEncoderAtAllIsAFailureThatSaysWhy)
+{
+    encoders->createStatus = -12903;
+    when([this] { return isCapturing(); }, [this] { deliverPicture(); });
+    EXPECT_EQ(run(), command_line::failed);
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(errors, "Failed to start recording: The encoder cannot be started (Status: -12903).\n");
+}
+
+TEST_F(RecordCommandTest, SoundThatIsLostIsSaidAndTheRecordingGoesOn)
+{
+    recordSomething();
+    when([] { return true; },
+        [this] {
+            streams->streams[0]->delegate.lock()->streamDidLoseSound(
+                *streams->streams[0], {"Test", 1, "No sound server answers.", nullptr});
+        });
+    when([] { return true; }, interrupt);
+    EXPECT_EQ(run(), command_line::succeeded);
+    EXPECT_EQ(output, command.output->string() + "\n");
+    EXPECT_EQ(errors, "Without sound: No sound server answers.\n");
 }
 
 TEST_F(RecordCommandTest, AFileThatAppearsAfterItBeganToCaptureIsNotReplaced)

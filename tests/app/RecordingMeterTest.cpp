@@ -52,19 +52,6 @@ TEST_F(RecordingMeterTest, CountsWhatTheFileDidNotTakeAsDropped)
     EXPECT_EQ(meter->writtenFrames, 0U);
 }
 
-TEST_F(RecordingMeterTest, TellsOnceOfAWriterThatHasFailedButNotOfASampleThatWasRefused)
-{
-    int failures = 0;
-    meter->onWriterFailed = [&] { ++failures; };
-    fake().input(MediaType::video)->appendFails = true;
-    video->append(test::videoSample(100, true));
-    EXPECT_EQ(failures, 0);
-    fake().currentStatus = platform::AssetWriter::Status::failed;
-    video->append(test::videoSample(200, true));
-    video->append(test::videoSample(300, true));
-    EXPECT_EQ(failures, 1);
-}
-
 TEST_F(RecordingMeterTest, TellsSoundFromSilence)
 {
     EXPECT_FALSE(meter->writesSound);
@@ -99,21 +86,6 @@ TEST_F(RecordingMeterTest, PassesEverythingElseThrough)
     EXPECT_EQ(fake().cancelCount, 1);
     inner->createError = Error{"POSIX", 13, "Permission denied", nullptr};
     EXPECT_EQ(metered(inner, meter)->makeAssetWriter("/x", platform::AssetFileType::mpeg4).error(), *inner->createError);
-}
-
-TEST_F(RecordingMeterTest, TellsOnceThatNoEncoderCanBeMadeAndWhy)
-{
-    const auto sessions = std::make_shared<fake::FakeCompressionSessions>();
-    sessions->createStatus = -12903;
-    std::vector<std::string> reasons;
-    meter->onEncoderFailed = [&](const std::string& reason) { reasons.push_back(reason); };
-    const auto meteredSessions = metered(sessions, meter);
-    for (int i = 0; i < 2; ++i) {
-        const auto session = meteredSessions->makeSession(640, 480, FourCharacterCode{"avc1"}, [](auto, const auto&) {});
-        ASSERT_FALSE(session.has_value());
-        EXPECT_EQ(session.error(), -12903);
-    }
-    EXPECT_EQ(reasons, std::vector<std::string>{"The encoder cannot be started (Status: -12903)."});
 }
 
 TEST_F(RecordingMeterTest, CountsPicturesThatWereNotEncodedWhileAFileIsWritten)

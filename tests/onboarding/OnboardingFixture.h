@@ -52,6 +52,7 @@ struct OnboardingFixture : CoordinatorFixture {
     OnboardingModel model{{
         .coordinator = coordinator,
         .permissionManager = permissionManager,
+        .shortcutManager = shortcutManager,
         .userDefaults = userDefaults,
         .presentWindowPicker = [this] { ++pickers; },
         .placeCaption = [this] { return place; },

@@ -73,6 +73,21 @@ TEST_F(OnboardingModelTest, ANumberThatNoStepHasShowsTheFirst)
     EXPECT_TRUE(model.isLastStep());
 }
 
+TEST_F(OnboardingModelTest, TheKeysAreNamedAsTheyAreOnTheKeyboardOrAsTheDesktopHasBoundThem)
+{
+    EXPECT_EQ(model.shortcutKeys(), QStringLiteral("Alt+Super+C"));
+    QStringList shown;
+    QObject::connect(&model, &OnboardingModel::shortcutKeysChanged, &model, [&] { shown.append(model.shortcutKeys()); });
+    hotKeyCenter->texts[8] = "J";
+    appear();
+    hotKeyCenter->texts[8] = "С";
+    hotKeyCenter->textsChanged();
+    EXPECT_EQ(shown, (QStringList{QStringLiteral("Alt+Super+J"), QStringLiteral("Alt+Super+С")}));
+    hotKeyCenter->keys = "Ctrl+F9";
+    shortcutManager->registerAll();
+    EXPECT_EQ(shown.back(), QStringLiteral("Ctrl+F9"));
+}
+
 TEST_F(OnboardingModelTest, FinishingSetsTheFlagClosesAndThenOpensThePicker)
 {
     model.setCurrentStep(4);
@@ -185,6 +200,7 @@ TEST_F(OnboardingModelTest, TheConfigurationFolderHoldsNothingButTheFlagAfterwar
     OnboardingModel real{{
         .coordinator = coordinator,
         .permissionManager = permissionManager,
+        .shortcutManager = shortcutManager,
         .userDefaults = linux_backend::makeUserDefaults(configuration / "velmora" / "velmora.conf"),
         .presentWindowPicker = [] {},
         .placeCaption = [] { return QString{}; },

@@ -93,6 +93,17 @@ TEST_F(OnboardingViewTest, TheSecondStepSaysWhereTheProgramIsAndWhereItIsHere)
     EXPECT_TRUE(window.shows(place));
 }
 
+TEST_F(OnboardingViewTest, TheCaptionsNameTheShortcutAsTheKeyboardHasIt)
+{
+    EXPECT_TRUE(window.shows(QStringLiteral("On this computer ⌥⌘C is Alt+Super+C, and the menu bar is your panel's tray.")));
+    hotKeyCenter->texts[8] = "J";
+    hotKeyCenter->textsChanged();
+    EXPECT_TRUE(window.shows(QStringLiteral("On this computer ⌥⌘C is Alt+Super+J, and the menu bar is your panel's tray.")));
+    show(2);
+    EXPECT_TRUE(window.shows(QStringLiteral("On this keyboard: Alt+Super+J.")));
+    EXPECT_TRUE(window.shows(QStringLiteral("C"))) << "what is given stays";
+}
+
 TEST_F(OnboardingViewTest, TheThirdStepSaysTheCommandsWithTheMenusWordsEmphasised)
 {
     show(2);

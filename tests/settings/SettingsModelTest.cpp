@@ -177,6 +177,18 @@ TEST_F(SettingsModelTest, TheKeysAreThoseThatTheDesktopHasBound)
     EXPECT_EQ(model.shortcutKeys(), QStringLiteral("On this desktop: Ctrl+F9"));
 }
 
+TEST_F(SettingsModelTest, TheKeysAreNamedAsTheyAreOnTheKeyboardWhoseLayoutMayChange)
+{
+    QString shown;
+    QObject::connect(&model, &SettingsModel::shortcutChanged, &model, [&] { shown = model.shortcutKeys(); });
+    hotKeyCenter->texts[8] = "J";
+    model.viewWillAppear();
+    EXPECT_EQ(shown, QStringLiteral("On this keyboard: Alt + Super + J"));
+    hotKeyCenter->texts[8] = "С";
+    hotKeyCenter->textsChanged();
+    EXPECT_EQ(shown, QStringLiteral("On this keyboard: Alt + Super + С"));
+}
+
 TEST_F(SettingsModelTest, AShortcutThatWasTakenAwayWithoutAnErrorStillSaysSomething)
 {
     shortcutManager->unregisterAll();

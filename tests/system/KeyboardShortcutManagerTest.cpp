@@ -222,6 +222,18 @@ TEST_F(KeyboardShortcutManagerTest, ADesktopThatTakesItsTimeIsHeardWhenItHasDeci
     EXPECT_EQ(centre->registrations.size(), 1U);
 }
 
+TEST_F(KeyboardShortcutManagerTest, TheKeysTextIsThatOfTheKeyboardAndItsChangesAreTold)
+{
+    EXPECT_EQ(manager().keyText(), "C") << "nobody tells";
+    centre->texts = {{7, "Q"}, {8, "J"}};
+    EXPECT_EQ(manager().keyText(), "J");
+    std::vector<std::string> told;
+    QObject::connect(&manager(), &KeyboardShortcutManager::keyTextChanged, &manager(), [&] { told.push_back(manager().keyText()); });
+    centre->texts[8] = "С";
+    centre->textsChanged();
+    EXPECT_EQ(told, std::vector<std::string>{"С"});
+}
+
 TEST_F(KeyboardShortcutManagerTest, WhatTheDesktopSaysOfAFailureIsTheMessage)
 {
     centre->registerStatus = -11;

@@ -77,6 +77,7 @@ void KeyGrabs::eventsHandled(Connection& connection)
 {
     if (!std::exchange(isMappingChanged_, false))
         return;
+    mappingChanged_();
     const auto masks = readModifierMasks(connection);
     if (!masks)
         return;

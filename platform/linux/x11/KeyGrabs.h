@@ -20,7 +20,12 @@ class KeyGrabs final : public X11EventThread::Listener {
 public:
     using Reference = platform::HotKeyCenter::HotKeyReference;
 
-    explicit KeyGrabs(std::function<void(Reference)> pressed) : pressed_(std::move(pressed)) { }
+    /// `mappingChanged` is told of every change of the keyboard's mapping.
+    KeyGrabs(std::function<void(Reference)> pressed, std::function<void()> mappingChanged)
+        : pressed_(std::move(pressed))
+        , mappingChanged_(std::move(mappingChanged))
+    {
+    }
 
     /// The status of X11HotKeyCenter::registerEventHotKey.
     platform::HotKeyStatus add(const Connection& connection, Reference reference, std::uint32_t keyCode, std::uint32_t modifiers);
@@ -44,6 +49,7 @@ private:
     void notePress(const xcb_key_press_event_t& press);
 
     std::function<void(Reference)> pressed_;
+    std::function<void()> mappingChanged_;
     std::vector<Registration> registrations_;
     std::optional<ModifierMasks> masks_;
     RepeatFilter repeats_;

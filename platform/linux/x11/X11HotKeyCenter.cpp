@@ -1,6 +1,7 @@
 #include "platform/linux/x11/X11HotKeyCenter.h"
 
 #include "platform/linux/x11/KeyGrabs.h"
+#include "platform/linux/x11/KeyText.h"
 
 #include <map>
 #include <utility>
@@ -23,6 +24,7 @@ struct X11HotKeyCenter::State {
         }
     }
 
+    std::function<void()> keyTextsChanged;
     std::map<EventHandlerReference, EventHandler> handlers;
     std::map<HotKeyReference, platform::HotKeyID> registrations;
     std::uint64_t lastReference = 0;
@@ -62,12 +64,22 @@ tl::expected<X11HotKeyCenter::HotKeyReference, platform::HotKeyStatus> X11HotKey
 {
     const bool isFirst = !grabs_;
     if (isFirst) {
-        grabs_ = std::make_shared<KeyGrabs>([executor = mainExecutor_, state = std::weak_ptr{state_}](HotKeyReference pressed) {
-            executor->async([state, pressed] {
+        const auto later = [executor = mainExecutor_, state = std::weak_ptr{state_}](auto work) {
+            executor->async([state, work] {
                 if (const auto center = state.lock())
-                    center->deliver(pressed);
+                    work(*center);
             });
-        });
+        };
+        grabs_ =
+            std::make_shared<KeyGrabs>([later](HotKeyReference pressed) { later([pressed](State& center) { center.deliver(pressed); }); },
+                [later, areObserved = areKeyTextsObserved_] {
+                    if (!*areObserved)
+                        return;
+                    later([](const State& center) {
+                        if (center.keyTextsChanged)
+                            center.keyTextsChanged();
+                    });
+                });
     }
     const auto reference = ++state_->lastReference;
     platform::HotKeyStatus status = 0;
@@ -94,6 +106,20 @@ void X11HotKeyCenter::unregisterEventHotKey(HotKeyReference reference)
         return;
     // Where the display is gone, so is the grab.
     static_cast<void>(events_->run([&](X11EventThread::Context& context) { grabs_->remove(context.connection, reference); }));
+}
+
+std::string X11HotKeyCenter::keyText(std::uint32_t keyCode) const
+{
+    std::string text;
+    // Where the display is gone, nobody tells.
+    static_cast<void>(events_->run([&](X11EventThread::Context& context) { text = readTextOfKey(context.connection, keyCode); }));
+    return text;
+}
+
+void X11HotKeyCenter::observeKeyTexts(std::function<void()> changed)
+{
+    *areKeyTextsObserved_ = changed != nullptr;
+    state_->keyTextsChanged = std::move(changed);
 }
 
 }  // namespace velmora::linux_backend

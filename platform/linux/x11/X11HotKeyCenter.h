@@ -5,6 +5,7 @@
 #include "platform/HotKeyCenter.h"
 #include "platform/linux/x11/X11EventThread.h"
 
+#include <atomic>
 #include <memory>
 
 namespace velmora::linux_backend {
@@ -36,12 +37,18 @@ public:
         std::uint32_t keyCode, std::uint32_t modifiers, platform::HotKeyID hotKeyID) override;
     void unregisterEventHotKey(HotKeyReference reference) override;
 
+    /// Under the layout that is in use at the call. The observer hears of another mapping, from the first registration on, and not of the
+    /// user's way from one layout of that mapping to the next.
+    [[nodiscard]] std::string keyText(std::uint32_t keyCode) const override;
+    void observeKeyTexts(std::function<void()> changed) override;
+
 private:
     struct State;
 
     const std::shared_ptr<X11EventThread> events_;
     const std::shared_ptr<Executor> mainExecutor_;
     const std::shared_ptr<State> state_;
+    const std::shared_ptr<std::atomic<bool>> areKeyTextsObserved_ = std::make_shared<std::atomic<bool>>(false);
     std::shared_ptr<KeyGrabs> grabs_;  // the thread's; null until the first registration
 };
 

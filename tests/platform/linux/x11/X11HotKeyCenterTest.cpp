@@ -4,6 +4,7 @@
 #include "tests/platform/linux/x11/TestDesktop.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -169,6 +170,12 @@ protected:
             }));
         }
         executor_->runAll();
+    }
+
+    /// As the user's settings do it, which returns when the server has it.
+    void setLayout(const std::string& layout)
+    {
+        EXPECT_EQ(std::system(("setxkbmap -display " + server_.displayName() + " " + layout).c_str()), 0);
     }
 
     PrivateServer server_{{"-screen", "0", "640x480x24"}};
@@ -387,6 +394,36 @@ TEST_F(X11HotKeyCenterTest, AShortcutWhoseModifierWentAwayComesBackWithIt)
     other_.press();
     settle();
     EXPECT_THAT(pressed_, ElementsAre(2));
+}
+
+TEST_F(X11HotKeyCenterTest, TheKeysTextIsThatOfTheLayoutAndAnotherMappingIsTold)
+{
+    std::vector<std::string> told;
+    center_->observeKeyTexts([&] { told.push_back(center_->keyText(positionOfC)); });
+    EXPECT_EQ(center_->keyText(positionOfC), "C") << "before the first registration";
+    registerToggle();
+    for (const auto& [layout, text] : {std::pair{"us dvorak", "J"}, {"fr", "C"}, {"ru", "С"}, {"us", "C"}}) {
+        told.clear();
+        setLayout(layout);
+        settle();
+        EXPECT_EQ(center_->keyText(positionOfC), text) << layout;
+        ASSERT_FALSE(told.empty()) << layout;
+        EXPECT_EQ(told.back(), text);
+    }
+}
+
+TEST_F(X11HotKeyCenterTest, OfSeveralLayoutsTheOneThatIsInUseGivesTheKeysText)
+{
+    setLayout("us,ru -option grp:caps_toggle");
+    EXPECT_EQ(center_->keyText(positionOfC), "C");
+    other_.tap(keyCapsLock);
+    EXPECT_EQ(center_->keyText(positionOfC), "С");
+}
+
+TEST_F(X11HotKeyCenterTest, AKeyWithoutATextAndAPositionThatIsNoneHaveNoText)
+{
+    EXPECT_EQ(center_->keyText(122), "") << "F1";
+    EXPECT_EQ(center_->keyText(999), "");
 }
 
 TEST_F(X11HotKeyCenterTest, AKeyThatDoesNotExistHasAStatusOfItsOwn)
