@@ -14,7 +14,7 @@ namespace velmora {
 namespace {
 
 // Copying a folder's worth of clips is one change.
-constexpr std::chrono::milliseconds delay{250};
+constexpr std::chrono::milliseconds settling{250};
 
 constexpr std::uint32_t changes = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE;
 
@@ -64,7 +64,7 @@ void FolderWatch::readEvents()
         }
     }
     if (hasChanged && !delay_.isActive())
-        delay_.start(delay);
+        delay_.start(settling);
 }
 
 }  // namespace velmora

@@ -14,14 +14,9 @@ namespace velmora {
 
 namespace {
 
-QString text(const std::string& value)
-{
-    return QString::fromStdString(value);
-}
-
 QString withoutControlCharacters(const std::string& value)
 {
-    QString result = text(value);
+    QString result = QString::fromStdString(value);
     for (auto& character : result) {
         if (character.category() == QChar::Other_Control || character.category() == QChar::Other_Format)
             character = QChar::ReplacementCharacter;
@@ -58,14 +53,14 @@ std::string windowsAsJson(const std::vector<CapturedWindowInfo>& windows)
     for (const auto& window : windows) {
         array.append(QJsonObject{
             {QStringLiteral("id"), static_cast<qint64>(window.id)},
-            {QStringLiteral("title"), text(window.title)},
-            {QStringLiteral("appName"), text(window.appName)},
-            {QStringLiteral("bundleID"), text(window.bundleID)},
+            {QStringLiteral("title"), QString::fromStdString(window.title)},
+            {QStringLiteral("appName"), QString::fromStdString(window.appName)},
+            {QStringLiteral("bundleID"), QString::fromStdString(window.bundleID)},
             {QStringLiteral("frame"),
                 QJsonObject{{QStringLiteral("x"), window.frame.x}, {QStringLiteral("y"), window.frame.y},
                     {QStringLiteral("width"), window.frame.width}, {QStringLiteral("height"), window.frame.height}}},
             {QStringLiteral("isOnScreen"), window.isOnScreen},
-            {QStringLiteral("displayName"), text(window.displayName())},
+            {QStringLiteral("displayName"), QString::fromStdString(window.displayName())},
         });
     }
     return QJsonDocument{array}.toJson(QJsonDocument::Indented).toStdString();

@@ -12,8 +12,6 @@ namespace velmora {
 
 namespace {
 
-constexpr double designSide = 256;
-
 QString number(double value)
 {
     return QString::number(value, 'g', 8);

@@ -8,7 +8,6 @@ namespace velmora {
 
 namespace {
 
-constexpr double designSide = 256;
 constexpr QPointF center{128, 128};
 
 // On the design square, y up; angles in degrees, counter-clockwise from the x axis.

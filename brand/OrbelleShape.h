@@ -6,6 +6,9 @@
 
 namespace velmora {
 
+/// Side of the square that the mark is designed on.
+inline constexpr double designSide = 256;
+
 /// The mark is drawn twice: `small` has the thicker ring, the wider opening and the larger triangle, to stay legible at 24 points and below.
 enum class OpticalCut { master, small };
 

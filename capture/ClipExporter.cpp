@@ -1,6 +1,7 @@
 #include "capture/ClipExporter.h"
 
 #include "base/SerialQueue.h"
+#include "capture/ClipAudioSettings.h"
 #include "capture/ClipExporterError.h"
 #include "system/Log.h"
 
@@ -12,9 +13,6 @@
 namespace velmora {
 
 namespace {
-
-constexpr platform::AudioOutputSettings audioOutputSettings{
-    .format = FourCharacterCode{"aac "}, .channelCount = 2, .sampleRate = 48000, .bitRate = 192000};
 
 /// A sample and the track that it belongs to.
 struct TrackSample {
@@ -88,7 +86,7 @@ private:
     {
         if (extraction_.audioSamples.empty() || !extraction_.audioSamples.front()->format)
             return;
-        auto input = writer_->makeInput(MediaType::audio, audioOutputSettings, extraction_.audioSamples.front()->format);
+        auto input = writer_->makeInput(MediaType::audio, clipAudioSettings, extraction_.audioSamples.front()->format);
         input->setExpectsMediaDataInRealTime(false);
         if (!writer_->canAdd(*input)) {
             Log::exporter().error(log_line::exporterWithoutAudio);

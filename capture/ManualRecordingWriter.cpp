@@ -1,17 +1,11 @@
 #include "capture/ManualRecordingWriter.h"
 
+#include "capture/ClipAudioSettings.h"
 #include "capture/ClipExporterError.h"
 #include "capture/VideoHardwareEncoder.h"
 #include "system/Log.h"
 
 namespace velmora {
-
-namespace {
-
-constexpr platform::AudioOutputSettings audioOutputSettings{
-    .format = FourCharacterCode{"aac "}, .channelCount = 2, .sampleRate = 48000, .bitRate = 192000};
-
-}  // namespace
 
 Result<std::shared_ptr<ManualRecordingWriter>> ManualRecordingWriter::create(
     std::filesystem::path outputURL, platform::AssetWriterFactory& writers, std::shared_ptr<platform::FileManager> fileManager)
@@ -24,7 +18,7 @@ Result<std::shared_ptr<ManualRecordingWriter>> ManualRecordingWriter::create(
         return fail(std::move(writer.error()));
     recording->writer_ = std::move(*writer);
 
-    auto audioInput = recording->writer_->makeInput(MediaType::audio, audioOutputSettings, nullptr);
+    auto audioInput = recording->writer_->makeInput(MediaType::audio, clipAudioSettings, nullptr);
     audioInput->setExpectsMediaDataInRealTime(true);
     if (recording->writer_->canAdd(*audioInput)) {
         recording->writer_->add(audioInput);

@@ -17,13 +17,15 @@ option(VELMORA_PRECOMPILED_HEADERS "Compile the headers that all tests share onc
 option(VELMORA_WERROR "Treat warnings as errors" ON)
 set(VELMORA_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize takes them")
 
-# g++ 12 takes the union inside tl::expected for uninitialised where it is not.
+# g++ 12 takes the union inside tl::expected for uninitialised where it is not. Where several sources are compiled as one, it takes each
+# for a header, whose types should not hold those of an anonymous namespace.
 add_library(velmora_options INTERFACE)
 target_include_directories(velmora_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(velmora_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align
     -Wundef -Wimplicit-fallthrough -Wdouble-promotion
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
+    $<$<BOOL:${CMAKE_UNITY_BUILD}>:-Wno-subobject-linkage>
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wno-gnu-zero-variadic-macro-arguments>
     $<$<BOOL:${VELMORA_WERROR}>:-Werror>)
 if(VELMORA_SANITIZE)

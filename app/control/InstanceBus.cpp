@@ -17,11 +17,6 @@ namespace {
 
 using namespace instance_bus;
 
-QString text(const std::string& utf8)
-{
-    return QString::fromStdString(utf8);
-}
-
 /// A call whose answer comes later. Answered exactly once; a call that is dropped unanswered answers with an error.
 class PendingCall {
 public:
@@ -45,7 +40,7 @@ public:
         if (result)
             succeed({*result ? bus_requests::text(**result) : QString{}});
         else
-            fail(text(result.error().localizedDescription));
+            fail(QString::fromStdString(result.error().localizedDescription));
     }
 
 private:
@@ -134,7 +129,7 @@ public slots:
         if (const auto shown = control_.presentClipPreview(*file))
             pending.succeed();
         else
-            pending.fail(text(shown.error().localizedDescription));
+            pending.fail(QString::fromStdString(shown.error().localizedDescription));
     }
 
     void Quit(const QDBusMessage& call)
@@ -150,9 +145,9 @@ private:
         control_.selectWindow(
             windowID, std::move(sound), [pending = PendingCall{connection_, call}](const Result<std::string>& result) mutable {
                 if (result)
-                    pending.succeed({text(*result)});
+                    pending.succeed({QString::fromStdString(*result)});
                 else
-                    pending.fail(text(result.error().localizedDescription));
+                    pending.fail(QString::fromStdString(result.error().localizedDescription));
             });
     }
 

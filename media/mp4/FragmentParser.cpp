@@ -10,7 +10,7 @@ namespace velmora::mp4 {
 
 namespace {
 
-tl::unexpected<Error> damaged()
+tl::unexpected<Error> damagedFragment()
 {
     return fail(makeError(ErrorCode::damaged, "A fragment of the file is damaged."));
 }
@@ -104,12 +104,12 @@ Result<std::vector<ParsedRun>> parseFragment(
     ByteReader boxes{payload};
     while (const auto traf = nextBox(boxes)) {
         if (!isKnownInFragment(traf->type))
-            return damaged();
+            return damagedFragment();
         if (traf->type != FourCharacterCode{"traf"})
             continue;
         const auto tfhd = findBox(traf->payload, "tfhd");
         if (!tfhd)
-            return damaged();
+            return damagedFragment();
         ByteReader reader{tfhd->payload};
         const auto flags = readFullBoxHeader(reader).flags;
         const auto id = reader.u32();
@@ -130,7 +130,7 @@ Result<std::vector<ParsedRun>> parseFragment(
         if (flags & defaultFlagsPresent)
             fragment.defaults.flags = reader.u32();
         if (reader.failed())
-            return damaged();
+            return damagedFragment();
         fragment.next = fragment.base;
 
         const auto index = static_cast<std::size_t>(track - tracks.begin());
@@ -145,22 +145,22 @@ Result<std::vector<ParsedRun>> parseFragment(
             ByteReader time{tfdt->payload};
             const auto value = time.sized(readFullBoxHeader(time).version);
             if (time.failed() || value > static_cast<std::uint64_t>(fragment.latest))
-                return damaged();
+                return damagedFragment();
             fragment.time = static_cast<std::int64_t>(value);
         }
         ByteReader inner{traf->payload};
         while (const auto trun = nextBox(inner)) {
             if (!isKnownInTrackFragment(trun->type))
-                return damaged();
+                return damagedFragment();
             if (trun->type != FourCharacterCode{"trun"})
                 continue;
             const auto before = fragment.run.entries.size();
             if (!readRun(trun->payload, fragment, budget))
-                return damaged();
+                return damagedFragment();
             budget -= fragment.run.entries.size() - before;
         }
         if (inner.failed())
-            return damaged();
+            return damagedFragment();
         previousEnd = fragment.next;
         if (track != tracks.end()) {
             times[index] = fragment.time;
@@ -169,7 +169,7 @@ Result<std::vector<ParsedRun>> parseFragment(
         }
     }
     if (boxes.failed())
-        return damaged();
+        return damagedFragment();
     return runs;
 }
 

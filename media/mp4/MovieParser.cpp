@@ -12,11 +12,6 @@ namespace {
 
 constexpr std::size_t largestTrackCount = 64;
 
-tl::unexpected<Error> damaged(const char* what)
-{
-    return fail(makeError(ErrorCode::damaged, std::string{"The file is damaged: "} + what + "."));
-}
-
 tl::unexpected<Error> tooLarge()
 {
     return fail(makeError(ErrorCode::tooLarge, "The file has more samples than can be handled."));
@@ -101,7 +96,7 @@ Result<SampleSizes> readSampleSizes(std::span<const std::byte> stbl)
     const auto compact = findBox(stbl, "stz2");
     const auto plain = findBox(stbl, "stsz");
     if (!plain && !compact)
-        return damaged("no sample sizes");
+        return damagedFile("no sample sizes");
     sizes.reader = ByteReader{plain ? plain->payload : compact->payload};
     readFullBoxHeader(sizes.reader);
     if (plain) {
@@ -109,13 +104,13 @@ Result<SampleSizes> readSampleSizes(std::span<const std::byte> stbl)
     } else {
         sizes.fieldBits = sizes.reader.u32() & 0xFF;
         if (sizes.fieldBits != 4 && sizes.fieldBits != 8 && sizes.fieldBits != 16)
-            return damaged("sample sizes of an unknown width");
+            return damagedFile("sample sizes of an unknown width");
     }
     sizes.count = sizes.reader.u32();
     if (sizes.count > SampleTable::largestCount)
         return tooLarge();
     if (sizes.reader.failed() || (sizes.common == 0 && (std::uint64_t{sizes.count} * sizes.fieldBits + 7) / 8 > sizes.reader.remaining()))
-        return damaged("the sample sizes end early");
+        return damagedFile("the sample sizes end early");
     return sizes;
 }
 
@@ -129,13 +124,13 @@ Result<std::vector<ChunkRun>> readChunkRuns(std::span<const std::byte> stbl)
     const auto box = findBox(stbl, "stsc");
     auto table = box ? openTable(*box, 12) : std::nullopt;
     if (!table)
-        return damaged("no map of chunks");
+        return damagedFile("no map of chunks");
     std::vector<ChunkRun> runs;
     for (std::uint32_t i = 0; i < table->count; ++i) {
         const ChunkRun run{table->reader.u32(), table->reader.u32()};
         table->reader.u32();
         if (run.firstChunk == 0 || run.samplesPerChunk == 0 || (!runs.empty() && run.firstChunk <= runs.back().firstChunk))
-            return damaged("the map of chunks makes no sense");
+            return damagedFile("the map of chunks makes no sense");
         runs.push_back(run);
     }
     return runs;
@@ -218,13 +213,13 @@ Result<void> readSamples(std::span<const std::byte> stbl, std::uint64_t fileSize
     const auto sttsBox = findBox(stbl, "stts");
     const auto stts = sttsBox ? openTable(*sttsBox, 8) : std::nullopt;
     if (!chunks || !stts)
-        return damaged("no offsets or no times");
+        return damagedFile("no offsets or no times");
     const auto cttsBox = findBox(stbl, "ctts");
     const auto ctts = cttsBox ? openTable(*cttsBox, 8) : std::nullopt;
     const auto stssBox = findBox(stbl, "stss");
     const auto stss = stssBox ? openTable(*stssBox, 4) : std::nullopt;
     if ((cttsBox && !ctts) || (stssBox && !stss))
-        return damaged("a table ends early");
+        return damagedFile("a table ends early");
 
     SamplePlaces places{std::move(*runs), *chunks, large.has_value()};
     RunReader durations{*stts};
@@ -238,16 +233,16 @@ Result<void> readSamples(std::span<const std::byte> stbl, std::uint64_t fileSize
         const auto offset = places.next(size);
         const auto duration = durations.next();
         if (!offset || !duration)
-            return damaged("its tables disagree");
+            return damagedFile("its tables disagree");
         if (*offset > fileSize || size > fileSize - *offset)
-            return damaged("media is missing");
+            return damagedFile("media is missing");
         const auto composition = compositions ? compositions->next() : std::nullopt;
         if (!track.samples.append({*offset, size, time, static_cast<std::int32_t>(composition.value_or(0)), syncs.isSync(number)}))
-            return damaged("its tables disagree");
+            return damagedFile("its tables disagree");
         track.samples.setLastDuration(*duration);
         time += *duration;
         if (time > largestSeconds * track.timescale)
-            return damaged("times beyond all measure");
+            return damagedFile("times beyond all measure");
     }
     return {};
 }
@@ -263,14 +258,14 @@ Result<void> readEdits(std::span<const std::byte> trak, const Movie& movie, Trac
     if (table && version == 1)
         table = openTable(*box, 20);
     if (!table)
-        return damaged("the edit list ends early");
+        return damagedFile("the edit list ends early");
     for (std::uint32_t i = 0; i < table->count; ++i) {
         Edit edit;
         edit.duration = table->reader.sized(version);
         edit.mediaTime = version == 1 ? table->reader.i64() : table->reader.i32();
         edit.isAtNormalSpeed = table->reader.u32() == 0x10000;
         if (edit.mediaTime < -1 || edit.mediaTime > largestSeconds * track.timescale)
-            return damaged("an edit begins nowhere");
+            return damagedFile("an edit begins nowhere");
         edit.duration = std::min(edit.duration, static_cast<std::uint64_t>(largestSeconds * movie.timescale));
         track.edits.push_back(edit);
     }
@@ -281,7 +276,7 @@ Result<void> readTrackHeader(std::span<const std::byte> trak, Track& track)
 {
     const auto box = findBox(trak, "tkhd");
     if (!box)
-        return damaged("a track has no header");
+        return damagedFile("a track has no header");
     ByteReader reader{box->payload};
     const auto version = readFullBoxHeader(reader).version;
     reader.skip(version == 1 ? 16 : 8);
@@ -292,7 +287,7 @@ Result<void> readTrackHeader(std::span<const std::byte> trak, Track& track)
     track.shownWidth = reader.u32();
     track.shownHeight = reader.u32();
     if (reader.failed() || track.id == 0)
-        return damaged("a track's header ends early");
+        return damagedFile("a track's header ends early");
     return {};
 }
 
@@ -304,7 +299,7 @@ Result<std::int32_t> readTimescale(std::span<const std::byte> payload, std::uint
     reader.sized(version);
     const auto timescale = reader.i32();
     if (reader.failed() || timescale <= 0)
-        return damaged("no time scale");
+        return damagedFile("no time scale");
     if (creationTime)
         *creationTime = created;
     return timescale;
@@ -332,7 +327,7 @@ Result<std::optional<Track>> readTrack(std::span<const std::byte> trak, const Mo
     const auto mdhd = mdia ? findBox(mdia->payload, "mdhd") : std::nullopt;
     const auto hdlr = mdia ? findBox(mdia->payload, "hdlr") : std::nullopt;
     if (!mdhd || !hdlr)
-        return damaged("a track says nothing of its media");
+        return damagedFile("a track says nothing of its media");
     ByteReader handler{hdlr->payload};
     handler.skip(8);
     const auto kind = handler.code();
@@ -342,7 +337,7 @@ Result<std::optional<Track>> readTrack(std::span<const std::byte> trak, const Mo
     const auto stbl = minf ? findBox(minf->payload, "stbl") : std::nullopt;
     const auto stsd = stbl ? findBox(stbl->payload, "stsd") : std::nullopt;
     if (!stsd)
-        return damaged("a track has no sample table");
+        return damagedFile("a track has no sample table");
 
     Track track;
     const auto timescale = readTimescale(mdhd->payload);
@@ -360,7 +355,7 @@ Result<std::optional<Track>> readTrack(std::span<const std::byte> trak, const Mo
     track.sampleEntryCount = descriptions.u32();
     const auto entries = descriptions.rest();
     if (track.sampleEntryCount == 0 || !nextBox(descriptions))
-        return damaged("a track has no sample description");
+        return damagedFile("a track has no sample description");
     const auto entry = entries.first(entries.size() - descriptions.remaining());
     track.sampleEntry.assign(entry.begin(), entry.end());
     auto format = parseSampleEntry(entry, kind == FourCharacterCode{"vide"} ? MediaType::video : MediaType::audio);
@@ -403,7 +398,7 @@ Result<ParsedMovie> parseMovie(std::span<const std::byte> payload, std::uint64_t
     ParsedMovie parsed;
     const auto mvhd = findBox(payload, "mvhd");
     if (!mvhd)
-        return damaged("its index has no header");
+        return damagedFile("its index has no header");
     const auto timescale = readTimescale(mvhd->payload, &parsed.movie.creationTime);
     if (!timescale)
         return fail(timescale.error());
@@ -427,12 +422,12 @@ Result<ParsedMovie> parseMovie(std::span<const std::byte> payload, std::uint64_t
         if (!*track)
             continue;
         if (parsed.movie.tracks.size() == largestTrackCount)
-            return damaged("too many tracks");
+            return damagedFile("too many tracks");
         budget -= (*track)->samples.count();
         parsed.movie.tracks.push_back(std::move(**track));
     }
     if (boxes.failed())
-        return damaged("its index ends early");
+        return damagedFile("its index ends early");
     return parsed;
 }
 

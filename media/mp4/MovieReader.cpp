@@ -17,11 +17,6 @@ constexpr std::uint64_t largestIndex = std::uint64_t{128} << 20;  // of all frag
 constexpr std::uint64_t largestFragmentIndex = std::uint64_t{16} << 20;
 constexpr std::size_t largestBoxCount = 1'000'000;
 
-tl::unexpected<Error> damaged(const char* what)
-{
-    return fail(makeError(ErrorCode::damaged, std::string{"The file is damaged: "} + what + "."));
-}
-
 /// A box at the top level of a file.
 struct FileBox {
     FourCharacterCode type;
@@ -74,7 +69,7 @@ public:
         if (!complete)
             return fail(complete.error());
         if (!*complete)
-            return damaged("it became shorter");
+            return damagedFile("it became shorter");
         return bytes;
     }
 
@@ -349,7 +344,7 @@ private:
         if (!parsed_) {
             if (isUnfinished())
                 return fail(makeError(ErrorCode::nothingInside, "Nothing was recorded in the file."));
-            return damaged("it has no index");
+            return damagedFile("it has no index");
         }
         if (foreign_)
             result_.unread = foreign_->finish();

@@ -81,6 +81,11 @@ Error makeError(ErrorCode code, std::string description)
     return Error{std::string{errorDomain}, static_cast<int>(code), std::move(description), nullptr};
 }
 
+tl::unexpected<Error> damagedFile(const char* what)
+{
+    return fail(makeError(ErrorCode::damaged, std::string{"The file is damaged: "} + what + "."));
+}
+
 std::vector<std::byte> serializeRecordingHeader(std::uint32_t reserveSize)
 {
     assert(reserveSize >= 16);

@@ -38,6 +38,9 @@ enum class ErrorCode : int {
 
 [[nodiscard]] Error makeError(ErrorCode code, std::string description);
 
+/// ErrorCode::damaged, with the words "The file is damaged: ", what is wrong, and a full stop.
+[[nodiscard]] tl::unexpected<Error> damagedFile(const char* what);
+
 /// Room for the index of the first minutes of a recording.
 inline constexpr std::uint32_t defaultReserveSize = 256 * 1024;
 

@@ -2,17 +2,16 @@
 
 #include "app/AppDelegate.h"
 #include "tests/support/CoordinatorFixture.h"
+#include "tests/support/Windows.h"
 
 #include <gmock/gmock.h>
 
 namespace velmora {
 namespace {
 
+using test::film;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-const CapturedWindowInfo film{
-    .id = 7, .title = "Film", .appName = "Player", .bundleID = "player", .frame = {0, 0, 640, 480}, .isOnScreen = true};
 
 struct ScriptedStatusItem final : StatusItem {
     void setToolTip(const std::string& text) override { toolTip = text; }
@@ -36,7 +35,7 @@ struct ScriptedAlerts final : AlertPresenter {
     std::vector<UniqueFunction<void(std::size_t)>> completions;
 };
 
-struct LoggedWindows final : ApplicationWindowFactory {
+struct ShownWindows final : ApplicationWindowFactory {
     struct Window final : ApplicationWindow {
         void makeKeyAndOrderFront(bool regardless) override
         {
@@ -118,7 +117,7 @@ protected:
     }
 
     std::shared_ptr<fake::FakeUserDefaults> userDefaults = std::make_shared<fake::FakeUserDefaults>();
-    std::shared_ptr<LoggedWindows> windows = std::make_shared<LoggedWindows>();
+    std::shared_ptr<ShownWindows> windows = std::make_shared<ShownWindows>();
     std::shared_ptr<ScriptedAlerts> alerts = std::make_shared<ScriptedAlerts>();
     std::vector<std::string> events;
     const std::shared_ptr<RecordingMeter> meter = std::make_shared<RecordingMeter>();

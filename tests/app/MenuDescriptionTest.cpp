@@ -7,7 +7,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-const CapturedWindowInfo film{.id = 7, .title = "Big Buck Bunny", .appName = "VLC", .bundleID = "vlc", .frame = {}, .isOnScreen = true};
+const CapturedWindowInfo bunny{.id = 7, .title = "Big Buck Bunny", .appName = "VLC", .bundleID = "vlc", .frame = {}, .isOnScreen = true};
 
 std::vector<ClipItem> clips(int count)
 {
@@ -59,7 +59,7 @@ TEST(MenuDescription, WithoutAWindowItWarnsAndHints)
 
 TEST(MenuDescription, WithAWindowItNamesTheStateAndTheTarget)
 {
-    const auto items = menu(CaptureState::Capturing{film}, film);
+    const auto items = menu(CaptureState::Capturing{bunny}, bunny);
     EXPECT_THAT(titles(items),
         ElementsAre(" Velmora", "🟢 Ready — Press ⌥⌘C to Start Recording", "📺 Target: VLC — Big Buck Bunny", "—",
             "⏺️ Start Recording Live Clip", "—", "🎯 Change Video Window...", "⏹️ Stop Clipping This Window", "—",
@@ -73,26 +73,26 @@ TEST(MenuDescription, WithAWindowItNamesTheStateAndTheTarget)
 
 TEST(MenuDescription, WhileRecordingItOffersToStop)
 {
-    const auto items = menu(CaptureState::RecordingClip{film, {}}, film);
+    const auto items = menu(CaptureState::RecordingClip{bunny, {}}, bunny);
     EXPECT_EQ(items[1].title, "🔴 Recording Live...");
     EXPECT_EQ(itemWith(items, MenuAction::toggleRecording).title, "⏹️ Stop Recording Clip");
 }
 
 TEST(MenuDescription, WhileSavingItSaysSo)
 {
-    EXPECT_EQ(menu(CaptureState::SavingClip{"saving"}, film)[1].title, "⏳ Saving Clip to Disk...");
+    EXPECT_EQ(menu(CaptureState::SavingClip{"saving"}, bunny)[1].title, "⏳ Saving Clip to Disk...");
 }
 
 TEST(MenuDescription, EveryOtherStateWithAWindowIsReady)
 {
     for (const CaptureState::Case& state : {CaptureState::Case{CaptureState::CaptureUnavailable{"gone"}},
              CaptureState::Case{CaptureState::NotConfigured{}}, CaptureState::Case{CaptureState::WaitingForWindowSelection{}}})
-        EXPECT_EQ(menu(state, film)[1].title, "🟢 Ready — Press ⌥⌘C to Start Recording");
+        EXPECT_EQ(menu(state, bunny)[1].title, "🟢 Ready — Press ⌥⌘C to Start Recording");
 }
 
 TEST(MenuDescription, TheToggleIsAlwaysEnabledAndShowsTheGlobalShortcut)
 {
-    for (const auto& window : {std::optional{film}, std::optional<CapturedWindowInfo>{}}) {
+    for (const auto& window : {std::optional{bunny}, std::optional<CapturedWindowInfo>{}}) {
         const auto items = menu(CaptureState::WaitingForWindowSelection{}, window);
         const auto& toggle = itemWith(items, MenuAction::toggleRecording);
         EXPECT_TRUE(toggle.isEnabled);
@@ -102,7 +102,7 @@ TEST(MenuDescription, TheToggleIsAlwaysEnabledAndShowsTheGlobalShortcut)
 
 TEST(MenuDescription, KeysGoWithCommand)
 {
-    const auto items = menu(CaptureState::Capturing{film}, film);
+    const auto items = menu(CaptureState::Capturing{bunny}, bunny);
     const std::map<MenuAction, char> keys{{MenuAction::openFolder, 'o'}, {MenuAction::openSettings, ','}, {MenuAction::quit, 'q'}};
     for (const auto& [action, key] : keys)
         EXPECT_EQ(itemWith(items, action).keyEquivalent, (KeyEquivalent{key, true, false}));

@@ -4,6 +4,7 @@
 #include "brand/BrandColors.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/QuickTestWindow.h"
+#include "tests/support/Windows.h"
 
 #include <QAccessible>
 #include <QAction>
@@ -15,7 +16,7 @@
 namespace velmora {
 namespace {
 
-const CapturedWindowInfo film{.id = 7, .title = "Film", .appName = "Player", .bundleID = "player", .frame = {}, .isOnScreen = true};
+using test::film;
 
 struct Menu {
     explicit Menu(const std::optional<CapturedWindowInfo>& window, const std::vector<ClipItem>& clips = {})

@@ -71,8 +71,8 @@ TEST(BrandIcons, OnlyTheOneForRecordingHasAColourOfItsOwn)
     const auto recording = BrandIcons::menuBarSvg(BrandAssets::menuBarImage(CaptureState{CaptureState::RecordingClip{}}));
     test::expectOnlyColor(renderedSvg(recording, 48), BrandColors::coral);
     EXPECT_FALSE(recording.contains("currentColor"));
-    const auto capturing = BrandIcons::menuBarSvg(BrandAssets::menuBarImage(CaptureState{CaptureState::Capturing{}}));
-    EXPECT_EQ(capturing.count("fill="), capturing.count("fill=\"currentColor\""));
+    const auto svg = BrandIcons::menuBarSvg(BrandAssets::menuBarImage(CaptureState{CaptureState::Capturing{}}));
+    EXPECT_EQ(svg.count("fill="), svg.count("fill=\"currentColor\""));
 }
 
 TEST(BrandIcons, AreThereInAllSizesThatDesktopsAskFor)

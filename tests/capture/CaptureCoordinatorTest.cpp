@@ -4,6 +4,7 @@
 #include "tests/support/CoordinatorFixture.h"
 #include "tests/support/Samples.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Windows.h"
 
 #include <future>
 #include <gmock/gmock.h>
@@ -14,14 +15,13 @@ namespace {
 
 using namespace std::chrono_literals;
 using platform::StreamOutputType;
+using test::film;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using StartOutcome = CaptureCoordinator::StartOutcome;
 
-const CapturedWindowInfo film{
-    .id = 7, .title = "Film", .appName = "Player", .bundleID = "player", .frame = {0, 0, 640, 480}, .isOnScreen = true};
 const CapturedWindowInfo other{
     .id = 8, .title = "Other", .appName = "Browser", .bundleID = "browser", .frame = {0, 0, 640, 480}, .isOnScreen = true};
 

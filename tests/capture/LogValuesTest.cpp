@@ -3,6 +3,7 @@
 #include "tests/support/CapturedLog.h"
 #include "tests/support/CoordinatorFixture.h"
 #include "tests/support/Samples.h"
+#include "tests/support/Windows.h"
 #include "windows/WindowSelectionService.h"
 
 #include <cstdlib>
@@ -14,14 +15,12 @@ namespace velmora {
 namespace {
 
 using platform::StreamOutputType;
+using test::film;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 
 // The log asks for it once, with its first line; so these tests are a program of their own.
 [[maybe_unused]] const int isRevealed = ::setenv(Log::revealVariable, "1", 1);
-
-const CapturedWindowInfo film{
-    .id = 7, .title = "Film", .appName = "Player", .bundleID = "player", .frame = {0, 0, 640, 480}, .isOnScreen = true};
 
 Error broken(const char* reason)
 {

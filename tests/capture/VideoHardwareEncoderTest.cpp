@@ -205,17 +205,18 @@ TEST_F(VideoHardwareEncoderTest, WithoutACallbackSamplesAreDiscarded)
 
 TEST_F(VideoHardwareEncoderTest, TheCallbackIsReadWhenASampleIsDeliveredNotWhenItIsMade)
 {
-    std::vector<std::int64_t> other;
+    std::vector<std::int64_t> deliveredLater;
     encoder->setOnEncodedSample([&](const SampleBufferRef&) {
         // The output queue is busy here, so the next sample waits behind this one.
         encode(2);
-        encoder->setOnEncodedSample([&other](const SampleBufferRef& sample) { other.push_back(sample->presentationTimeStamp.value); });
+        encoder->setOnEncodedSample(
+            [&deliveredLater](const SampleBufferRef& sample) { deliveredLater.push_back(sample->presentationTimeStamp.value); });
     });
     encode(1);
     drainOutput();
     drainOutput();
     EXPECT_TRUE(delivered.empty());
-    EXPECT_EQ(other, std::vector<std::int64_t>{2});
+    EXPECT_EQ(deliveredLater, std::vector<std::int64_t>{2});
 }
 
 TEST_F(VideoHardwareEncoderTest, AfterInvalidateTheSizeIsZeroAndTheNextFrameMakesANewSession)

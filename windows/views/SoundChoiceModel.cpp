@@ -11,11 +11,6 @@ namespace {
 
 using Suggestion = platform::SoundChoices::Suggestion;
 
-QString text(const std::string& utf8)
-{
-    return QString::fromStdString(utf8);
-}
-
 }  // namespace
 
 SoundChoiceModel::SoundChoiceModel(std::shared_ptr<WindowSelectionService> windowService, QObject* parent)
@@ -107,7 +102,7 @@ QVariant SoundChoiceModel::data(const QModelIndex& index, int role) const
     switch (role) {
     case AppName:
     case Qt::DisplayRole:
-        return application ? text(application->application.applicationName) : QStringLiteral("No sound");
+        return application ? QString::fromStdString(application->application.applicationName) : QStringLiteral("No sound");
     case Detail:
         return application ? detail(*application) : QStringLiteral("The clip has pictures only");
     case Symbol:
@@ -145,7 +140,7 @@ QString SoundChoiceModel::detail(const platform::AudibleApplication& application
         [&name = name](const auto& other) { return other.application.applicationName == name; });
     QStringList parts;
     if (!application.nowPlaying.empty())
-        parts.append(text(application.nowPlaying));
+        parts.append(QString::fromStdString(application.nowPlaying));
     if (!application.isPlaying)
         parts.append(QStringLiteral("not playing now"));
     else if (parts.isEmpty())

@@ -14,11 +14,6 @@ namespace velmora {
 
 namespace {
 
-QString text(const std::string& utf8)
-{
-    return QString::fromStdString(utf8);
-}
-
 template <std::size_t count>
 bool containsAny(const QString& name, const std::array<QLatin1String, count>& parts)
 {
@@ -65,7 +60,7 @@ QString WindowPickerModel::hiddenSelection() const
         return {};
     const auto& available = windowService_->availableWindows();
     const auto hidden = std::find_if(available.begin(), available.end(), [this](const auto& window) { return window.id == selectedID_; });
-    return hidden == available.end() ? QString{} : text(hidden->displayName());
+    return hidden == available.end() ? QString{} : QString::fromStdString(hidden->displayName());
 }
 
 void WindowPickerModel::viewWillAppear()
@@ -209,13 +204,13 @@ QVariant WindowPickerModel::data(const QModelIndex& index, int role) const
     switch (role) {
     case AppName:
     case Qt::DisplayRole:
-        return text(window.appName);
+        return QString::fromStdString(window.appName);
     case Title:
-        return text(window.title);
+        return QString::fromStdString(window.title);
     case SizeText:
         return sizeText(window.frame);
     case Symbol:
-        return symbolName(text(window.appName));
+        return symbolName(QString::fromStdString(window.appName));
     case IsActive:
         return coordinator_->selectedWindow() && coordinator_->selectedWindow()->id == window.id;
     default:
@@ -261,8 +256,8 @@ void WindowPickerModel::filter()
     beginResetModel();
     filteredWindows_.clear();
     std::copy_if(available.begin(), available.end(), std::back_inserter(filteredWindows_), [this](const CapturedWindowInfo& window) {
-        return searchText_.isEmpty() || text(window.appName).contains(searchText_, Qt::CaseInsensitive)
-            || text(window.title).contains(searchText_, Qt::CaseInsensitive);
+        return searchText_.isEmpty() || QString::fromStdString(window.appName).contains(searchText_, Qt::CaseInsensitive)
+            || QString::fromStdString(window.title).contains(searchText_, Qt::CaseInsensitive);
     });
     endResetModel();
     emit contentChanged();

@@ -26,9 +26,8 @@ using platform::NotificationResponse;
 
 namespace {
 
-constexpr const char* service = "org.freedesktop.Notifications";
-constexpr const char* path = "/org/freedesktop/Notifications";
-constexpr const char* interface = "org.freedesktop.Notifications";
+constexpr const char* notifications = "org.freedesktop.Notifications";  // the service and its interface
+constexpr const char* notificationsPath = "/org/freedesktop/Notifications";
 constexpr uchar normalUrgency = 1;
 constexpr int usualTimeout = -1;
 
@@ -39,7 +38,8 @@ QString text(const std::string& utf8)
 
 QDBusMessage methodCall(const char* method)
 {
-    return QDBusMessage::createMethodCall(QLatin1String{service}, QLatin1String{path}, QLatin1String{interface}, QLatin1String{method});
+    return QDBusMessage::createMethodCall(
+        QLatin1String{notifications}, QLatin1String{notificationsPath}, QLatin1String{notifications}, QLatin1String{method});
 }
 
 class LinuxUserNotificationCenter final : public QObject, public platform::UserNotificationCenter {
@@ -54,12 +54,12 @@ public:
     {
         if (!bus_.isConnected())
             return;
-        bus_.connect(QString{}, QLatin1String{path}, QLatin1String{interface}, QStringLiteral("ActionInvoked"), this,
+        bus_.connect(QString{}, QLatin1String{notificationsPath}, QLatin1String{notifications}, QStringLiteral("ActionInvoked"), this,
             SLOT(actionInvoked(uint, QString)));
-        bus_.connect(QString{}, QLatin1String{path}, QLatin1String{interface}, QStringLiteral("NotificationClosed"), this,
+        bus_.connect(QString{}, QLatin1String{notificationsPath}, QLatin1String{notifications}, QStringLiteral("NotificationClosed"), this,
             SLOT(notificationClosed(uint, uint)));
         watcher_.setConnection(bus_);
-        watcher_.addWatchedService(QLatin1String{service});
+        watcher_.addWatchedService(QLatin1String{notifications});
         connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { shown_.clear(); });
     }
 

@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/PortalFolderChooser.h"
 
+#include "platform/linux/desktop/DesktopPortal.h"
 #include "platform/linux/desktop/bus/BusInput.h"
 
 #include <QByteArray>
@@ -20,20 +21,13 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr const char* service = "org.freedesktop.portal.Desktop";
-constexpr const char* path = "/org/freedesktop/portal/desktop";
 constexpr const char* fileChooser = "org.freedesktop.portal.FileChooser";
 constexpr const char* request = "org.freedesktop.portal.Request";
 constexpr uint folderVersion = 3;
 
-QString text(const std::string& utf8)
-{
-    return QString::fromStdString(utf8);
-}
-
 QDBusMessage methodCall(const QString& object, const char* interface, const char* method)
 {
-    return QDBusMessage::createMethodCall(QLatin1String{service}, object, QLatin1String{interface}, QLatin1String{method});
+    return QDBusMessage::createMethodCall(QLatin1String{desktop_portal::service}, object, QLatin1String{interface}, QLatin1String{method});
 }
 
 /// One dialog, from the question whether there is a portal to the answer. Deletes itself.
@@ -46,7 +40,7 @@ public:
         , bus_(std::move(bus))
         , panel_(std::move(panel))
         , completion_(std::move(completion))
-        , watcher_(QLatin1String{service}, bus_, QDBusServiceWatcher::WatchForUnregistration)
+        , watcher_(QLatin1String{desktop_portal::service}, bus_, QDBusServiceWatcher::WatchForUnregistration)
     {
         connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish(folderDialogError("the portal has ended.")); });
     }
@@ -60,7 +54,7 @@ public:
 
     void begin(std::chrono::milliseconds patience)
     {
-        auto call = methodCall(QLatin1String{path}, "org.freedesktop.DBus.Properties", "Get");
+        auto call = methodCall(QLatin1String{desktop_portal::path}, "org.freedesktop.DBus.Properties", "Get");
         call.setArguments({QLatin1String{fileChooser}, QStringLiteral("version")});
         auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(call, static_cast<int>(patience.count())), this};
         connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked] {
@@ -86,14 +80,14 @@ private:
         const auto sender = bus_.baseService().mid(1).replace(u'.', u'_');
         // The answer may come before the call returns, so it is listened for first.
         listen(QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, token));
-        auto call = methodCall(QLatin1String{path}, fileChooser, "OpenFile");
+        auto call = methodCall(QLatin1String{desktop_portal::path}, fileChooser, "OpenFile");
         const auto parent = panel_.parentWindow == 0 ? QString{} : QStringLiteral("x11:%1").arg(panel_.parentWindow, 0, 16);
         QByteArray directory = QByteArray::fromStdString(panel_.directory.native());
         directory.append('\0');
-        call.setArguments({parent, text(panel_.title),
+        call.setArguments({parent, QString::fromStdString(panel_.title),
             QVariantMap{
                 {QStringLiteral("handle_token"), token},
-                {QStringLiteral("accept_label"), text(panel_.prompt)},
+                {QStringLiteral("accept_label"), QString::fromStdString(panel_.prompt)},
                 {QStringLiteral("modal"), true},
                 {QStringLiteral("multiple"), false},
                 {QStringLiteral("directory"), true},
@@ -113,8 +107,8 @@ private:
     void listen(const QString& handle)
     {
         handle_ = handle;
-        bus_.connect(
-            QLatin1String{service}, handle_, QLatin1String{request}, QStringLiteral("Response"), this, SLOT(respond(uint, QVariantMap)));
+        bus_.connect(QLatin1String{desktop_portal::service}, handle_, QLatin1String{request}, QStringLiteral("Response"), this,
+            SLOT(respond(uint, QVariantMap)));
     }
 
     void finish(Result<std::optional<std::filesystem::path>> folder)
@@ -141,7 +135,7 @@ public:
     {
         const auto bus = options_.busAddress.empty()
             ? QDBusConnection::sessionBus()
-            : QDBusConnection::connectToBus(text(options_.busAddress), QStringLiteral("velmora-folder-chooser"));
+            : QDBusConnection::connectToBus(QString::fromStdString(options_.busAddress), QStringLiteral("velmora-folder-chooser"));
         if (!bus.isConnected())
             return completion(folderDialogError("there is no session bus."));
         (new FolderRequest{bus, panel, std::move(completion), &requests_})->begin(options_.patience);

@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/PortalMotion.h"
 
+#include "platform/linux/desktop/DesktopPortal.h"
 #include "platform/linux/desktop/bus/BusInput.h"
 
 #include <QDBusConnection>
@@ -18,8 +19,6 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr const char* service = "org.freedesktop.portal.Desktop";
-constexpr const char* path = "/org/freedesktop/portal/desktop";
 constexpr const char* settings = "org.freedesktop.portal.Settings";
 
 }  // namespace
@@ -49,11 +48,11 @@ private:
 PortalMotion::Settings::Settings(QDBusConnection bus, std::function<void()> changed)
     : bus_(std::move(bus))
     , changed_(std::move(changed))
-    , portals_(QLatin1String{service}, bus_, QDBusServiceWatcher::WatchForRegistration)
+    , portals_(QLatin1String{desktop_portal::service}, bus_, QDBusServiceWatcher::WatchForRegistration)
 {
     // Listened to before it is asked: what changes in between is heard.
-    bus_.connect(QLatin1String{service}, QLatin1String{path}, QLatin1String{settings}, QStringLiteral("SettingChanged"), this,
-        SLOT(settingChanged(QDBusMessage)));
+    bus_.connect(QLatin1String{desktop_portal::service}, QLatin1String{desktop_portal::path}, QLatin1String{settings},
+        QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QDBusMessage)));
     connect(&portals_, &QDBusServiceWatcher::serviceRegistered, this, [this] { ask(); });
     ask();
 }
@@ -75,8 +74,8 @@ void PortalMotion::Settings::ask()
 void PortalMotion::Settings::ask(const char* group, const char* key)
 {
     // Its successor ReadOne is not known to the portals of older desktops.
-    auto call =
-        QDBusMessage::createMethodCall(QLatin1String{service}, QLatin1String{path}, QLatin1String{settings}, QStringLiteral("Read"));
+    auto call = QDBusMessage::createMethodCall(
+        QLatin1String{desktop_portal::service}, QLatin1String{desktop_portal::path}, QLatin1String{settings}, QStringLiteral("Read"));
     call.setArguments({QLatin1String{group}, QLatin1String{key}});
     call.setAutoStartService(false);
     auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(call), this};

@@ -19,7 +19,7 @@ float encodable(float value)
     return std::isfinite(value) ? std::clamp(value, -greatestAmplitude, greatestAmplitude) : 0.0F;
 }
 
-constexpr const char* what = "The sound could not be encoded";
+constexpr const char* notEncoded = "The sound could not be encoded";
 
 }  // namespace
 
@@ -28,14 +28,14 @@ Result<std::unique_ptr<AudioEncoder>> LibavAudioEncoder::create(const platform::
     constexpr std::int64_t greatestChannelCount = 8;
     if (settings.format != FourCharacterCode{"aac "} || settings.channelCount < 1 || settings.channelCount > greatestChannelCount
         || settings.sampleRate < 1 || settings.sampleRate > INT32_MAX || settings.bitRate < 1)
-        return fail(libavError(AVERROR(EINVAL), what));
+        return fail(libavError(AVERROR(EINVAL), notEncoded));
     const AVCodec* codec = avcodec_find_encoder_by_name("aac");
     if (!codec)
-        return fail(libavError(AVERROR_ENCODER_NOT_FOUND, what));
+        return fail(libavError(AVERROR_ENCODER_NOT_FOUND, notEncoded));
     AvCodecContext context{avcodec_alloc_context3(codec)};
     AvFrame frame{av_frame_alloc()};
     if (!context || !frame)
-        return fail(libavError(AVERROR(ENOMEM), what));
+        return fail(libavError(AVERROR(ENOMEM), notEncoded));
 
     context->sample_fmt = AV_SAMPLE_FMT_FLTP;
     context->sample_rate = static_cast<int>(settings.sampleRate);
@@ -45,7 +45,7 @@ Result<std::unique_ptr<AudioEncoder>> LibavAudioEncoder::create(const platform::
     context->profile = FF_PROFILE_AAC_LOW;
     context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     if (const int error = avcodec_open2(context.get(), codec, nullptr))
-        return fail(libavError(error, what));
+        return fail(libavError(error, notEncoded));
 
     frame->format = context->sample_fmt;
     frame->sample_rate = context->sample_rate;
@@ -54,7 +54,7 @@ Result<std::unique_ptr<AudioEncoder>> LibavAudioEncoder::create(const platform::
     if (error == 0)
         error = av_frame_get_buffer(frame.get(), 0);
     if (error)
-        return fail(libavError(error, what));
+        return fail(libavError(error, notEncoded));
 
     AudioFormat format;
     format.codec = FourCharacterCode{"mp4a"};
@@ -82,7 +82,7 @@ Result<void> LibavAudioEncoder::encode(std::span<const float> frames, std::vecto
         if (filled_ == 0) {
             // The encoder may still hold the block that was sent last.
             if (const int error = av_frame_make_writable(frame_.get()))
-                return fail(libavError(error, what));
+                return fail(libavError(error, notEncoded));
         }
         const auto count = std::min(frames.size() / channelCount, static_cast<std::size_t>(context_->frame_size - filled_));
         for (std::size_t channel = 0; channel < channelCount; ++channel) {
@@ -114,7 +114,7 @@ Result<void> LibavAudioEncoder::flush(std::vector<Packet>& packets)
     if (encodedBlocks_ == 0)
         return {};
     if (const int error = avcodec_send_frame(context_.get(), nullptr))
-        return fail(libavError(error, what));
+        return fail(libavError(error, notEncoded));
     return receive(packets);
 }
 
@@ -123,7 +123,7 @@ Result<void> LibavAudioEncoder::encodeBlock(std::vector<Packet>& packets)
     frame_->pts = encodedBlocks_++ * context_->frame_size;
     filled_ = 0;
     if (const int error = avcodec_send_frame(context_.get(), frame_.get()))
-        return fail(libavError(error, what));
+        return fail(libavError(error, notEncoded));
     return receive(packets);
 }
 
@@ -132,12 +132,12 @@ Result<void> LibavAudioEncoder::receive(std::vector<Packet>& packets)
     for (;;) {
         AvPacket packet{av_packet_alloc()};
         if (!packet)
-            return fail(libavError(AVERROR(ENOMEM), what));
+            return fail(libavError(AVERROR(ENOMEM), notEncoded));
         const int error = avcodec_receive_packet(context_.get(), packet.get());
         if (error == AVERROR(EAGAIN) || error == AVERROR_EOF)
             return {};
         if (error)
-            return fail(libavError(error, what));
+            return fail(libavError(error, notEncoded));
         const std::span data{reinterpret_cast<const std::byte*>(packet->data), static_cast<std::size_t>(packet->size)};
         packets.push_back({{data, std::shared_ptr<const AVPacket>(std::move(packet))}, context_->frame_size});
     }

@@ -15,7 +15,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr const char* what = "The picture could not be decoded";
+constexpr const char* notDecoded = "The picture could not be decoded";
 
 /// The largest frame of H.264's highest level (ITU-T H.264 A.3.1, level 6.2), 8192 x 4352.
 constexpr std::int64_t largestPixelCount = std::int64_t{139264} * 256;
@@ -45,7 +45,7 @@ AVCodecID codecOf(FourCharacterCode code)
 
 tl::unexpected<Error> failure(int averror)
 {
-    return fail(libavError(averror, what));
+    return fail(libavError(averror, notDecoded));
 }
 
 /// The matrix by its number (ISO 23091-2), which is also libswscale's: as the stream says, else as its file says, else as is customary.

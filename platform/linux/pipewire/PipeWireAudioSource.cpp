@@ -1,5 +1,6 @@
 #include "platform/linux/pipewire/PipeWireAudioSource.h"
 
+#include "base/MonotonicClock.h"
 #include "platform/linux/pipewire/CaptureNode.h"
 #include "platform/linux/pipewire/PipeWireHandles.h"
 #include "platform/linux/pipewire/ServerConnection.h"

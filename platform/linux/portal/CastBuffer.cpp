@@ -12,8 +12,6 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr std::size_t bytesPerPixel = 4;
-
 PixelRect rectangle(const spa_region& region)
 {
     return {

@@ -11,7 +11,6 @@ namespace velmora::linux_backend {
 namespace {
 
 constexpr std::int64_t linearModifier = 0;  // DRM_FORMAT_MOD_LINEAR of drm_fourcc.h
-constexpr std::uint32_t largestSide = 32767;
 constexpr std::int32_t damageRectangles = 16;
 
 const spa_pod* formatParameter(spa_pod_builder& builder, std::uint32_t framesPerSecond, bool isLinear)

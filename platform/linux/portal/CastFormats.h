@@ -4,6 +4,7 @@
 #include "base/Geometry.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <spa/pod/builder.h>
@@ -11,6 +12,10 @@
 #include <vector>
 
 namespace velmora::linux_backend {
+
+/// Of a picture in any of the formats that are negotiated.
+inline constexpr std::size_t bytesPerPixel = 4;
+inline constexpr std::int32_t largestSide = 32767;
 
 struct CastFormat {
     std::int32_t width = 0;

@@ -1,5 +1,6 @@
 #include "platform/linux/portal/CastPictures.h"
 
+#include "base/MonotonicClock.h"
 #include "platform/linux/pictures/AnonymousMemory.h"
 #include "platform/linux/pictures/FitRectangle.h"
 #include "platform/linux/portal/Errors.h"
@@ -14,17 +15,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr std::int64_t second = 1'000'000'000;
-constexpr std::int64_t repeatInterval = second / 2;
-constexpr std::int64_t largestSide = 32767;
-constexpr std::size_t bytesPerPixel = 4;
-
-std::int64_t monotonicNow()
-{
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * second + now.tv_nsec;
-}
+constexpr std::int64_t repeatInterval = nanosecondsPerSecond / 2;
 
 std::size_t offsetOf(std::int32_t x, std::int32_t y, std::size_t bytesPerRow)
 {

@@ -7,7 +7,6 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr std::size_t bytesPerPixel = 4;
 constexpr std::byte opaque{0xff};
 
 /// How many pixels from `x`, `y` on are see-through, at most `length`.

@@ -1,5 +1,6 @@
 #include "platform/linux/portal/CastStream.h"
 
+#include "base/MonotonicClock.h"
 #include "platform/linux/pipewire/PipeWireHandles.h"
 #include "platform/linux/portal/CastBuffer.h"
 #include "platform/linux/portal/CastFormats.h"
@@ -21,17 +22,9 @@ namespace velmora::linux_backend {
 namespace {
 
 constexpr std::uint32_t framesPerSecond = 60;
-constexpr std::int64_t second = 1'000'000'000;
 constexpr timespec reconnectAfter{0, 400'000'000};
 // For a first picture, the first time; then twice as long each time, for machines that are slow to draw one.
 constexpr time_t firstPictureSeconds = 1;
-
-std::int64_t monotonicNow()
-{
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * second + now.tv_nsec;
-}
 
 /// KWin names the stream of a window so, the name of the application's desktop entry behind it.
 std::string applicationOf(const spa_dict* properties)
@@ -396,10 +389,10 @@ void CastStream::Session::work()
         return stop(done.error());
     const auto deadline = pictures_->deadline();
     // A change that no picture is there for waits for that one.
-    const auto earliest = newest_ ? 1'000'000 : second / 10;
-    const auto left =
-        deadline == std::numeric_limits<std::int64_t>::max() ? second : std::max<std::int64_t>(earliest, deadline - monotonicNow());
-    timespec next{static_cast<time_t>(left / second), static_cast<long>(left % second)};
+    const auto earliest = newest_ ? 1'000'000 : nanosecondsPerSecond / 10;
+    const auto left = deadline == std::numeric_limits<std::int64_t>::max() ? nanosecondsPerSecond
+                                                                           : std::max<std::int64_t>(earliest, deadline - monotonicNow());
+    timespec next{static_cast<time_t>(left / nanosecondsPerSecond), static_cast<long>(left % nanosecondsPerSecond)};
     pw_loop_update_timer(loop(), timer_.get(), &next, nullptr, false);
 }
 

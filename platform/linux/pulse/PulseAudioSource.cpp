@@ -1,5 +1,6 @@
 #include "platform/linux/pulse/PulseAudioSource.h"
 
+#include "base/MonotonicClock.h"
 #include "platform/linux/pulse/PulseConnection.h"
 #include "platform/linux/pulse/PulseHandles.h"
 #include "platform/linux/sound/BlockDelivery.h"
@@ -17,8 +18,6 @@ constexpr pa_usec_t tickInterval = 50'000;
 // system calls.
 constexpr std::int64_t answerTimeout = 2'000'000'000;
 constexpr std::int64_t reconnectInterval = 250'000'000;
-
-constexpr const char* errorDomain = "Velmora.PulseAudioSource";
 
 }  // namespace
 
@@ -73,18 +72,18 @@ Result<void> PulseAudioSource::Session::start()
 {
     loop_.reset(pa_threaded_mainloop_new());
     if (!loop_)
-        return fail(errorDomain, PA_ERR_INTERNAL, "PulseAudio gave no event loop.");
+        return fail(pulseErrorDomain, PA_ERR_INTERNAL, "PulseAudio gave no event loop.");
     pa_threaded_mainloop_set_name(loop_.get(), "velmora-sound");
     timers_.reset(pa_context_new(api(), "Velmora"));
     if (!timers_)
-        return fail(errorDomain, PA_ERR_INTERNAL, "PulseAudio gave no context.");
+        return fail(pulseErrorDomain, PA_ERR_INTERNAL, "PulseAudio gave no context.");
     if (auto connected = connect(); !connected)
         return connected;
     timer_ = pa_context_rttime_new(
         timers_.get(), pa_rtclock_now() + tickInterval,
         [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) { static_cast<Session*>(self)->tick(); }, this);
     if (pa_threaded_mainloop_start(loop_.get()) < 0)
-        return fail(errorDomain, PA_ERR_INTERNAL, "The sound thread did not start.");
+        return fail(pulseErrorDomain, PA_ERR_INTERNAL, "The sound thread did not start.");
 
     PulseLoopLock lock{loop_.get()};
     while (connection_->state() == State::connecting && !isLate())
@@ -94,9 +93,9 @@ Result<void> PulseAudioSource::Session::start()
         isStarted_ = true;
         return {};
     case State::pipeWire:
-        return fail(errorDomain, PA_ERR_NOTSUPPORTED, "The PulseAudio server is PipeWire's.");
+        return fail(pulseErrorDomain, PA_ERR_NOTSUPPORTED, "The PulseAudio server is PipeWire's.");
     case State::connecting:
-        return fail(errorDomain, PA_ERR_TIMEOUT, "The PulseAudio server did not answer.");
+        return fail(pulseErrorDomain, PA_ERR_TIMEOUT, "The PulseAudio server did not answer.");
     case State::broken:
         break;
     }

@@ -1,5 +1,6 @@
 #include "platform/linux/pulse/PulseConnection.h"
 
+#include "base/MonotonicClock.h"
 #include "platform/linux/pulse/PulseProperties.h"
 
 #include <cstring>
@@ -16,8 +17,6 @@ constexpr std::int64_t stampTolerance = 20'000'000;
 
 // What one read brings. Short enough for the track to stay near, long enough to leave the sink's own rhythm alone.
 constexpr std::uint32_t framesPerFragment = 2048;
-
-constexpr const char* errorDomain = "Velmora.PulseAudioSource";
 
 void discard(pa_operation* operation)
 {
@@ -42,7 +41,7 @@ Result<std::unique_ptr<PulseConnection>> PulseConnection::create(
     auto& context = connection->context_;
     context.reset(pa_context_new(api, "Velmora"));
     if (!context)
-        return fail(errorDomain, PA_ERR_INTERNAL, "PulseAudio gave no context.");
+        return fail(pulseErrorDomain, PA_ERR_INTERNAL, "PulseAudio gave no context.");
     pa_context_set_state_callback(
         context.get(), [](pa_context*, void* self) { static_cast<PulseConnection*>(self)->onContextState(); }, connection.get());
     pa_context_set_subscribe_callback(
@@ -65,7 +64,7 @@ PulseConnection::~PulseConnection()
 Error PulseConnection::error() const
 {
     const int code = pa_context_errno(context_.get());
-    return Error{errorDomain, code, std::string{"No PulseAudio server answers: "} + pa_strerror(code), nullptr};
+    return Error{pulseErrorDomain, code, std::string{"No PulseAudio server answers: "} + pa_strerror(code), nullptr};
 }
 
 void PulseConnection::setState(State state)

@@ -1,18 +1,10 @@
 #include "platform/linux/sound/BlockDelivery.h"
 
-#include <ctime>
 #include <memory>
 #include <utility>
 #include <vector>
 
 namespace velmora::linux_backend {
-
-std::int64_t monotonicNow()
-{
-    timespec now{};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
-}
 
 Result<void> checkFormat(const AudioSourceFormat& format)
 {

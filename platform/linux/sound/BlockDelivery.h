@@ -8,9 +8,6 @@
 
 namespace velmora::linux_backend {
 
-/// CLOCK_MONOTONIC in nanoseconds.
-[[nodiscard]] std::int64_t monotonicNow();
-
 /// Only interleaved stereo is made.
 [[nodiscard]] Result<void> checkFormat(const AudioSourceFormat& format);
 

@@ -24,6 +24,12 @@ using XcbOwned = std::unique_ptr<T, XcbDeleter>;
 
 using Event = XcbOwned<xcb_generic_event_t>;
 
+/// The code of an event, whether the server made it or another client sent it (its highest bit is set then).
+[[nodiscard]] constexpr std::uint8_t typeOf(const xcb_generic_event_t& event)
+{
+    return event.response_type & 0x7f;
+}
+
 /// Owns the connection. xcb itself is thread-safe; who reads the events must be one thread. A connection that broke makes every
 /// reply empty and `isBroken()` true; nothing here ends the program.
 class Connection {

@@ -86,7 +86,7 @@ CursorTracker::CursorTracker(const Connection& connection) : connection_(connect
 
 void CursorTracker::handle(const xcb_generic_event_t& event)
 {
-    const auto type = event.response_type & 0x7f;
+    const auto type = typeOf(event);
     if (type == cursorNotify_)
         imageStale_ = true;
     else if (type == XCB_GE_GENERIC && reinterpret_cast<const xcb_ge_generic_event_t&>(event).extension == inputOpcode_)

@@ -9,8 +9,6 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr unsigned sentByClient = 0x80;
-
 template <typename T>
 const T& as(const xcb_generic_event_t& event)
 {
@@ -69,8 +67,7 @@ void KeyGrabs::handle(const xcb_generic_event_t& event)
         break;
     }
     default:
-        if ((event.response_type & ~sentByClient) == XCB_MAPPING_NOTIFY
-            && as<xcb_mapping_notify_event_t>(event).request != XCB_MAPPING_POINTER)
+        if (typeOf(event) == XCB_MAPPING_NOTIFY && as<xcb_mapping_notify_event_t>(event).request != XCB_MAPPING_POINTER)
             isMappingChanged_ = true;
         break;
     }

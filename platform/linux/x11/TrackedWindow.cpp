@@ -114,7 +114,7 @@ Result<void> TrackedWindow::begin()
 
 void TrackedWindow::handle(const xcb_generic_event_t& event)
 {
-    const auto type = event.response_type & 0x7f;
+    const auto type = typeOf(event);
     if (type == damageNotify_) {
         const auto& damage = reinterpret_cast<const xcb_damage_notify_event_t&>(event);
         const PixelRect drawn{damage.area.x - contentX(), damage.area.y - contentY(), damage.area.width, damage.area.height};

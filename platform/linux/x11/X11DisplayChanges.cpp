@@ -13,7 +13,6 @@ namespace {
 constexpr std::uint32_t majorVersion = 1;
 constexpr std::uint32_t minorVersion = 2;
 constexpr std::uint8_t eventCount = 2;  // RRScreenChangeNotify and RRNotify
-constexpr unsigned sentByClient = 0x80;
 
 bool selectEvents(const Connection& connection)
 {
@@ -45,7 +44,7 @@ public:
 
     void handle(const xcb_generic_event_t& event) override
     {
-        const auto type = event.response_type & ~sentByClient;
+        const auto type = typeOf(event);
         if (type >= firstEvent_ && type < firstEvent_ + unsigned{eventCount})
             isChanged_ = true;
     }

@@ -11,7 +11,6 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr unsigned sentByClient = 0x80;
 constexpr std::uint32_t xfixesMajorVersion = 2;
 constexpr std::uint8_t inputShape = 2;  // of X11/extensions/shapeconst.h
 
@@ -68,7 +67,7 @@ public:
 
     void handle(const xcb_generic_event_t& event) override
     {
-        switch (event.response_type & ~sentByClient) {
+        switch (typeOf(event)) {
         case XCB_CONFIGURE_NOTIFY:
         case XCB_MAP_NOTIFY:
         case XCB_CIRCULATE_NOTIFY:

@@ -1,5 +1,6 @@
 #include "platform/linux/x11/X11VideoSource.h"
 
+#include "base/MonotonicClock.h"
 #include "platform/linux/WakeUp.h"
 #include "platform/linux/pictures/DamageRegion.h"
 #include "platform/linux/pictures/FitRectangle.h"
@@ -32,18 +33,10 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 constexpr std::int64_t repeatInterval = nanosecondsPerSecond / 2;
 constexpr std::int64_t longestFirstPaint = nanosecondsPerSecond / 2;
 constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t largestSide = 32767;  // a window's size is 16 bits in the protocol, its coordinates are signed
-
-std::int64_t monotonicNow()
-{
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * nanosecondsPerSecond + now.tv_nsec;
-}
 
 /// The extensions in the versions that captures use. Their version requests are part of their protocols' handshake.
 Result<void> requireExtensions(const Connection& connection)

@@ -71,7 +71,7 @@ xcb_timestamp_t X11WindowActivation::serverTime(xcb_window_t window) const
     const auto roundTrip = connection_->reply(xcb_get_input_focus_reply, xcb_get_input_focus(connection_->xcb()));
     xcb_timestamp_t time = XCB_CURRENT_TIME;
     while (const Event event = connection_->poll()) {
-        if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY)
+        if (typeOf(*event) == XCB_PROPERTY_NOTIFY)
             time = reinterpret_cast<const xcb_property_notify_event_t&>(*event).time;
     }
     return time;

@@ -4,6 +4,7 @@
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/support/CoordinatorFixture.h"
+#include "tests/support/Windows.h"
 
 #include <gmock/gmock.h>
 
@@ -13,11 +14,9 @@
 namespace velmora {
 namespace {
 
+using test::film;
 using test::ViewTestWindow;
 using ::testing::ElementsAre;
-
-const CapturedWindowInfo film{
-    .id = 7, .title = "Film", .appName = "Player", .bundleID = "player", .frame = {0, 0, 640, 480}, .isOnScreen = true};
 
 struct NoStatusItem final : StatusItem {
     void setToolTip(const std::string&) override { }

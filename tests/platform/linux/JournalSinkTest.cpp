@@ -19,9 +19,9 @@ namespace {
 using platform::LogLevel;
 
 // The other end: a datagram socket at a path, as the journal and syslog have one.
-class Receiver {
+class LogReceiver {
 public:
-    explicit Receiver(const std::filesystem::path& path) : socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    explicit LogReceiver(const std::filesystem::path& path) : socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
     {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
@@ -54,8 +54,8 @@ protected:
 
 TEST_F(JournalSinkTest, WritesTheFieldsOfTheJournalsNativeProtocol)
 {
-    const Receiver journal{sockets.journal};
-    const Receiver syslog{sockets.syslog};
+    const LogReceiver journal{sockets.journal};
+    const LogReceiver syslog{sockets.syslog};
     const auto sink = makeLogSink(sockets);
     sink->write({"com.velmora.Velmora", "Capture", LogLevel::info, "Stopped window capture."});
     EXPECT_EQ(journal.receive(),
@@ -66,7 +66,7 @@ TEST_F(JournalSinkTest, WritesTheFieldsOfTheJournalsNativeProtocol)
 
 TEST_F(JournalSinkTest, MapsTheLevelsToInfoNoticeAndError)
 {
-    const Receiver journal{sockets.journal};
+    const LogReceiver journal{sockets.journal};
     const auto sink = makeLogSink(sockets);
     sink->write({"s", "c", LogLevel::standard, "m"});
     EXPECT_NE(journal.receive().find("PRIORITY=5\n"), std::string::npos);
@@ -76,7 +76,7 @@ TEST_F(JournalSinkTest, MapsTheLevelsToInfoNoticeAndError)
 
 TEST_F(JournalSinkTest, AMessageWithALineBreakIsWrittenWithItsLengthAndCannotForgeAField)
 {
-    const Receiver journal{sockets.journal};
+    const LogReceiver journal{sockets.journal};
     makeLogSink(sockets)->write({"s", "c", LogLevel::info, "one\nPRIORITY=0"});
     const std::string length{"\x0E\0\0\0\0\0\0\0", 8};
     EXPECT_EQ(journal.receive().substr(0, 31), "MESSAGE\n" + length + "one\nPRIORITY=0\n");
@@ -84,7 +84,7 @@ TEST_F(JournalSinkTest, AMessageWithALineBreakIsWrittenWithItsLengthAndCannotFor
 
 TEST_F(JournalSinkTest, WritesToSyslogWhereThereIsNoJournal)
 {
-    const Receiver syslog{sockets.syslog};
+    const LogReceiver syslog{sockets.syslog};
     makeLogSink(sockets)->write({"com.velmora.Velmora", "App", LogLevel::error, "Failed."});
     EXPECT_EQ(syslog.receive(), "<11>velmora: [App] Failed.");
 }
@@ -99,8 +99,8 @@ TEST_F(JournalSinkTest, WithoutEitherThereIsNoLogAndNoHarm)
     withImpossiblePaths->write({"s", "c", LogLevel::error, "m"});
     EXPECT_TRUE(std::filesystem::is_empty(folder.path())) << "nothing is written to a file instead";
 
-    const Receiver journal{sockets.journal};
-    const Receiver syslog{sockets.syslog};
+    const LogReceiver journal{sockets.journal};
+    const LogReceiver syslog{sockets.syslog};
     sink->write({"s", "c", LogLevel::error, "m"});
     EXPECT_EQ(journal.receive(), "") << "it was decided when the sink was made";
     EXPECT_EQ(syslog.receive(), "");
@@ -110,7 +110,7 @@ TEST_F(JournalSinkTest, WithoutEitherThereIsNoLogAndNoHarm)
 
 TEST_F(JournalSinkTest, NeverBlocksOnAReaderThatDoesNotRead)
 {
-    const Receiver journal{sockets.journal};
+    const LogReceiver journal{sockets.journal};
     const auto sink = makeLogSink(sockets);
     const std::string message(2000, 'x');
     for (int i = 0; i < 5000; ++i)

@@ -68,7 +68,7 @@ private:
     std::shared_ptr<SourceState> state_;
 };
 
-class Receiver final : public platform::StreamOutput, public platform::StreamDelegate {
+class StreamReceiver final : public platform::StreamOutput, public platform::StreamDelegate {
 public:
     void streamDidOutputSampleBuffer(const platform::CaptureStream&, const SampleBufferRef& sample, StreamOutputType type) override
     {
@@ -125,7 +125,7 @@ protected:
     bool capturesAudio = true;
     std::shared_ptr<SourceState> video = std::make_shared<SourceState>();
     std::shared_ptr<SourceState> audio = std::make_shared<SourceState>();
-    std::shared_ptr<Receiver> receiver = std::make_shared<Receiver>();
+    std::shared_ptr<StreamReceiver> receiver = std::make_shared<StreamReceiver>();
     std::shared_ptr<fake::ManualExecutor> pictures = std::make_shared<fake::ManualExecutor>();
     std::shared_ptr<fake::ManualExecutor> sounds = std::make_shared<fake::ManualExecutor>();
     std::shared_ptr<fake::FakeShareableContent> content = std::make_shared<fake::FakeShareableContent>();

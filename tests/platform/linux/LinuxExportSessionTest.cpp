@@ -21,7 +21,7 @@ namespace velmora::linux_backend {
 namespace {
 
 using namespace velmora::test;
-using Status = platform::ExportSession::Status;
+using ExportStatus = platform::ExportSession::Status;
 using ::testing::UnorderedElementsAre;
 
 class LinuxExportSessionTest : public ::testing::Test {
@@ -79,10 +79,10 @@ protected:
 TEST_F(LinuxExportSessionTest, WritesTheRangeUnderTheOutputsName)
 {
     const auto session = makeSession();
-    EXPECT_EQ(session->status(), Status::unknown);
+    EXPECT_EQ(session->status(), ExportStatus::unknown);
     EXPECT_EQ(session->progress(), 0);
     finish(*session);
-    EXPECT_EQ(session->status(), Status::completed);
+    EXPECT_EQ(session->status(), ExportStatus::completed);
     EXPECT_FALSE(session->error());
     EXPECT_EQ(session->progress(), 1);
     EXPECT_EQ(session->outputURL(), path("part.mp4"));
@@ -96,7 +96,7 @@ TEST_F(LinuxExportSessionTest, WithoutARangeItWritesTheWholeAsset)
     ASSERT_TRUE(session);
     (*session)->setOutputURL(path("part.mp4"));
     finish(**session);
-    EXPECT_EQ((*session)->status(), Status::completed);
+    EXPECT_EQ((*session)->status(), ExportStatus::completed);
     const auto whole = mp4::readMovieSummary(path("clip.mp4"));
     const auto part = mp4::readMovieSummary(path("part.mp4"));
     ASSERT_TRUE(whole && part);
@@ -126,7 +126,7 @@ TEST_F(LinuxExportSessionTest, ANameThatIsTakenGivesWayToTheNext)
     const auto session = makeSession();
     session->setNextOutputURL(counted());
     finish(*session);
-    EXPECT_EQ(session->status(), Status::completed);
+    EXPECT_EQ(session->status(), ExportStatus::completed);
     EXPECT_EQ(session->outputURL(), path("part-2.mp4"));
     EXPECT_THAT(names(), UnorderedElementsAre("clip.mp4", "part.mp4", "part-1.mp4", "part-2.mp4"));
     EXPECT_EQ(std::filesystem::file_size(path("part.mp4")), 4U);
@@ -143,8 +143,8 @@ TEST_F(LinuxExportSessionTest, TwoAtOnceWithOneNameMakeTwoFiles)
     second->exportAsynchronously([&done] { done[1].set_value(); });
     done[0].get_future().wait();
     done[1].get_future().wait();
-    EXPECT_EQ(first->status(), Status::completed);
-    EXPECT_EQ(second->status(), Status::completed);
+    EXPECT_EQ(first->status(), ExportStatus::completed);
+    EXPECT_EQ(second->status(), ExportStatus::completed);
     EXPECT_NE(first->outputURL(), second->outputURL());
     EXPECT_THAT(names(), UnorderedElementsAre("clip.mp4", "part.mp4", "part-1.mp4"));
 }
@@ -154,7 +154,7 @@ TEST_F(LinuxExportSessionTest, ANameThatIsTakenFailsWhereThereIsNoOther)
     std::ofstream{path("part.mp4")} << "mine";
     const auto alone = makeSession();
     finish(*alone);
-    EXPECT_EQ(alone->status(), Status::failed);
+    EXPECT_EQ(alone->status(), ExportStatus::failed);
     ASSERT_TRUE(alone->error());
     EXPECT_EQ(alone->error()->code, EEXIST);
 
@@ -164,7 +164,7 @@ TEST_F(LinuxExportSessionTest, ANameThatIsTakenFailsWhereThereIsNoOther)
     stubborn->setOutputURL(path("link.mp4"));
     stubborn->setNextOutputURL([this] { return path("link.mp4"); });
     finish(*stubborn);
-    EXPECT_EQ(stubborn->status(), Status::failed);
+    EXPECT_EQ(stubborn->status(), ExportStatus::failed);
     EXPECT_THAT(names(), UnorderedElementsAre("clip.mp4", "part.mp4", "link.mp4"));
 }
 
@@ -173,7 +173,7 @@ TEST_F(LinuxExportSessionTest, ARangeThatMakesNoSenseFailsAndLeavesNothing)
     for (const TimeRange range : {TimeRange{{1, 1}, {1, 1}}, {{2, 1}, {1, 1}}, {{100, 1}, {101, 1}}}) {
         const auto session = makeSession(range);
         finish(*session);
-        EXPECT_EQ(session->status(), Status::failed);
+        EXPECT_EQ(session->status(), ExportStatus::failed);
         ASSERT_TRUE(session->error());
         EXPECT_EQ(session->error()->code, static_cast<int>(mp4::ErrorCode::invalidRange));
         EXPECT_LT(session->progress(), 1);
@@ -196,7 +196,7 @@ TEST_F(LinuxExportSessionTest, ASourceThatIsNoMovieFails)
     ASSERT_TRUE(session);
     (*session)->setOutputURL(path("part.mp4"));
     finish(**session);
-    EXPECT_EQ((*session)->status(), Status::failed);
+    EXPECT_EQ((*session)->status(), ExportStatus::failed);
     ASSERT_TRUE((*session)->error());
     EXPECT_EQ((*session)->error()->code, static_cast<int>(mp4::ErrorCode::notAMovie));
     EXPECT_THAT(names(), UnorderedElementsAre("clip.mp4", "text.mp4"));
@@ -207,7 +207,7 @@ TEST_F(LinuxExportSessionTest, ASourceThatIsRemovedAfterItWasOpenedIsExportedAll
     const auto session = makeSession();
     std::filesystem::remove(path("clip.mp4"));
     finish(*session);
-    EXPECT_EQ(session->status(), Status::completed);
+    EXPECT_EQ(session->status(), ExportStatus::completed);
     EXPECT_THAT(names(), UnorderedElementsAre("part.mp4"));
 }
 
@@ -217,7 +217,7 @@ TEST_F(LinuxExportSessionTest, AFolderThatTakesNoFileFails)
     // Not even for root.
     session->setOutputURL("/proc/part.mp4");
     finish(*session);
-    EXPECT_EQ(session->status(), Status::failed);
+    EXPECT_EQ(session->status(), ExportStatus::failed);
     ASSERT_TRUE(session->error());
     EXPECT_EQ(session->error()->domain, posixErrorDomain);
     EXPECT_THAT(session->error()->localizedDescription, testing::HasSubstr("/proc"));
@@ -227,9 +227,9 @@ TEST_F(LinuxExportSessionTest, CancelledBeforeItBeginsItLeavesNothing)
 {
     const auto session = makeSession();
     session->cancelExport();
-    EXPECT_EQ(session->status(), Status::cancelled);
+    EXPECT_EQ(session->status(), ExportStatus::cancelled);
     finish(*session);
-    EXPECT_EQ(session->status(), Status::cancelled);
+    EXPECT_EQ(session->status(), ExportStatus::cancelled);
     EXPECT_FALSE(session->error());
     EXPECT_THAT(names(), UnorderedElementsAre("clip.mp4"));
 }
@@ -246,7 +246,7 @@ TEST_F(LinuxExportSessionTest, CancelledWhileItsNameIsChosenItLeavesNothing)
         return path("part-1.mp4");
     });
     finish(*session);
-    EXPECT_EQ(session->status(), Status::cancelled);
+    EXPECT_EQ(session->status(), ExportStatus::cancelled);
     EXPECT_FALSE(session->error());
     EXPECT_THAT(names(), UnorderedElementsAre("clip.mp4", "part.mp4"));
 }
@@ -261,8 +261,8 @@ TEST_F(LinuxExportSessionTest, CancelledAtAnyMomentItIsEitherThereOrNot)
             std::this_thread::yield();
         session->cancelExport();
         done.get_future().wait();
-        const bool isCompleted = session->status() == Status::completed;
-        EXPECT_TRUE(isCompleted || session->status() == Status::cancelled);
+        const bool isCompleted = session->status() == ExportStatus::completed;
+        EXPECT_TRUE(isCompleted || session->status() == ExportStatus::cancelled);
         EXPECT_EQ(std::filesystem::exists(path("part.mp4")), isCompleted);
         EXPECT_EQ(names().size(), isCompleted ? 2U : 1U);
         std::filesystem::remove(path("part.mp4"));
@@ -295,7 +295,7 @@ TEST_F(LinuxExportSessionTest, MayBeDestroyedByItsOwnCompletion)
     std::promise<void> done;
     auto session = std::make_shared<std::shared_ptr<platform::ExportSession>>(makeSession());
     (*session)->exportAsynchronously([session, &done]() mutable {
-        EXPECT_EQ((*session)->status(), Status::completed);
+        EXPECT_EQ((*session)->status(), ExportStatus::completed);
         session->reset();
         done.set_value();
     });

@@ -1,5 +1,7 @@
 #include "tests/support/media/AacEncoder.h"
 
+#include "platform/linux/ffmpeg/AvHandles.h"
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavutil/channel_layout.h>
@@ -10,16 +12,6 @@ extern "C" {
 namespace velmora::test {
 
 namespace {
-
-struct FreeContext {
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct FreeFrame {
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct FreePacket {
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
 
 class AacEncoder final : public linux_backend::AudioEncoder {
 public:
@@ -93,9 +85,9 @@ private:
         }
     }
 
-    std::unique_ptr<AVCodecContext, FreeContext> context_;
-    std::unique_ptr<AVFrame, FreeFrame> frame_;
-    std::unique_ptr<AVPacket, FreePacket> packet_;
+    linux_backend::AvCodecContext context_;
+    linux_backend::AvFrame frame_;
+    linux_backend::AvPacket packet_;
     FormatDescriptionRef format_;
     int filled_ = 0;
     std::int64_t time_ = 0;

@@ -1,5 +1,6 @@
 #include "tests/support/media/DecodedFile.h"
 
+#include "platform/linux/ffmpeg/AvHandles.h"
 #include "tests/support/media/EncodedClip.h"
 
 extern "C" {
@@ -30,19 +31,9 @@ void note(void*, int level, const char* format, va_list arguments)
 struct CloseInput {
     void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
 };
-struct FreeContext {
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct FreeFrame {
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct FreePacket {
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-
 struct Decoder {
     AVStream* stream = nullptr;
-    std::unique_ptr<AVCodecContext, FreeContext> context;
+    linux_backend::AvCodecContext context;
 };
 
 void takePicture(const Decoder& decoder, const AVFrame& frame, DecodedFile& file)
@@ -118,7 +109,7 @@ DecodedFile decodeFile(const std::filesystem::path& path)
         auto* stream = input->streams[i];
         const auto* parameters = stream->codecpar;
         const auto* codec = avcodec_find_decoder(parameters->codec_id);
-        Decoder decoder{stream, std::unique_ptr<AVCodecContext, FreeContext>{avcodec_alloc_context3(codec)}};
+        Decoder decoder{stream, linux_backend::AvCodecContext{avcodec_alloc_context3(codec)}};
         avcodec_parameters_to_context(decoder.context.get(), parameters);
         decoder.context->pkt_timebase = stream->time_base;
         decoder.context->thread_count = 1;
@@ -139,8 +130,8 @@ DecodedFile decodeFile(const std::filesystem::path& path)
         decoders.push_back(std::move(decoder));
     }
 
-    const std::unique_ptr<AVFrame, FreeFrame> frame{av_frame_alloc()};
-    const std::unique_ptr<AVPacket, FreePacket> packet{av_packet_alloc()};
+    const linux_backend::AvFrame frame{av_frame_alloc()};
+    const linux_backend::AvPacket packet{av_packet_alloc()};
     while (av_read_frame(input.get(), packet.get()) == 0) {
         const auto& decoder = decoders.at(static_cast<std::size_t>(packet->stream_index));
         if (avcodec_send_packet(decoder.context.get(), packet.get()) != 0)

@@ -1,6 +1,8 @@
 #include "tests/support/media/EncodedClip.h"
 
+#include "platform/linux/ffmpeg/AvHandles.h"
 #include "tests/support/media/NumberedPicture.h"
+#include "tests/support/media/Require.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -9,27 +11,10 @@ extern "C" {
 
 #include <cstring>
 #include <memory>
-#include <stdexcept>
 
 namespace velmora::test {
 
 namespace {
-
-struct FreeContext {
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct FreeFrame {
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct FreePacket {
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-
-void require(bool condition, const char* what)
-{
-    if (!condition)
-        throw std::runtime_error(what);
-}
 
 std::span<const std::byte> bytesOf(const AVPacket& packet)
 {
@@ -82,7 +67,7 @@ EncodedClip encodeClip(const std::vector<MediaTime>& times, const ClipOptions& o
     av_log_set_level(AV_LOG_ERROR);
     const auto* codec = avcodec_find_encoder_by_name("libx264");
     require(codec, "no libx264");
-    const std::unique_ptr<AVCodecContext, FreeContext> context{avcodec_alloc_context3(codec)};
+    const linux_backend::AvCodecContext context{avcodec_alloc_context3(codec)};
     context->width = options.width;
     context->height = options.height;
     context->pix_fmt = AV_PIX_FMT_YUV420P;
@@ -112,12 +97,12 @@ EncodedClip encodeClip(const std::vector<MediaTime>& times, const ClipOptions& o
     EncodedClip clip;
     clip.format = std::make_shared<const FormatDescription>(std::move(format));
 
-    const std::unique_ptr<AVFrame, FreeFrame> frame{av_frame_alloc()};
+    const linux_backend::AvFrame frame{av_frame_alloc()};
     frame->format = context->pix_fmt;
     frame->width = options.width;
     frame->height = options.height;
     require(av_frame_get_buffer(frame.get(), 0) == 0, "no memory");
-    const std::unique_ptr<AVPacket, FreePacket> packet{av_packet_alloc()};
+    const linux_backend::AvPacket packet{av_packet_alloc()};
     const auto receive = [&] {
         while (avcodec_receive_packet(context.get(), packet.get()) == 0) {
             SampleBuffer sample;

@@ -1,10 +1,10 @@
 #include "tests/support/media/ForeignClip.h"
 
 #include "tests/support/media/NumberedPicture.h"
+#include "tests/support/media/Require.h"
 
 #include <cstring>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 
 extern "C" {
@@ -43,12 +43,6 @@ public:
 private:
     AVDictionary* entries_ = nullptr;
 };
-
-void require(bool condition, const char* what)
-{
-    if (!condition)
-        throw std::runtime_error(what);
-}
 
 }  // namespace
 

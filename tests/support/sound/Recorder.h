@@ -6,12 +6,16 @@
 #include "tests/support/Spectrum.h"
 
 #include <chrono>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <utility>
 #include <vector>
 
 namespace velmora::test {
+
+/// Of the nanoseconds in which sound is timed.
+inline constexpr std::int64_t millisecond = 1'000'000;
 
 class Recorder {
 public:

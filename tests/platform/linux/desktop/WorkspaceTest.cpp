@@ -92,12 +92,12 @@ private:
 };
 
 /// The settings of a portal, played by the test, by the names "group key".
-class ScriptedPortal final : public QObject {
+class ScriptedSettingsPortal final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
 
 public:
-    explicit ScriptedPortal(QDBusConnection connection, QMap<QString, QVariant> settings)
+    explicit ScriptedSettingsPortal(QDBusConnection connection, QMap<QString, QVariant> settings)
         : connection_(std::move(connection))
         , settings_(std::move(settings))
     {
@@ -258,7 +258,7 @@ TEST_F(WorkspaceTest, ChangesOfTheDisplaysArePassedOn)
 
 TEST_F(WorkspaceTest, ADesktopThatSwitchedAnimationsOffWantsLessMotionAndItsChangesAreHeard)
 {
-    ScriptedPortal portal{bus.connect("portal"), {{gnome + QLatin1Char(' ') + animations, false}}};
+    ScriptedSettingsPortal portal{bus.connect("portal"), {{gnome + QLatin1Char(' ') + animations, false}}};
     observe();
     EXPECT_FALSE(workspace->accessibilityDisplayShouldReduceMotion()) << "nobody has answered yet";
     ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
@@ -271,7 +271,7 @@ TEST_F(WorkspaceTest, ADesktopThatSwitchedAnimationsOffWantsLessMotionAndItsChan
 
 TEST_F(WorkspaceTest, AnAnimationDurationOfZeroIsLessMotionAndAShortOneIsNot)
 {
-    ScriptedPortal portal{bus.connect("portal"), {{kde + QLatin1Char(' ') + duration, QStringLiteral("0.5")}}};
+    ScriptedSettingsPortal portal{bus.connect("portal"), {{kde + QLatin1Char(' ') + duration, QStringLiteral("0.5")}}};
     observe();
     ASSERT_TRUE(test::PrivateBus::runUntil([&] { return portal.answered == 2; }));
     emit portal.SettingChanged(kde, duration, QDBusVariant{QStringLiteral("0")});
@@ -283,7 +283,7 @@ TEST_F(WorkspaceTest, AnAnimationDurationOfZeroIsLessMotionAndAShortOneIsNot)
 
 TEST_F(WorkspaceTest, OtherSettingsAndValuesOfAnotherTypeChangeNothing)
 {
-    ScriptedPortal portal{bus.connect("portal"), {{gnome + QLatin1Char(' ') + animations, QStringLiteral("false")}}};
+    ScriptedSettingsPortal portal{bus.connect("portal"), {{gnome + QLatin1Char(' ') + animations, QStringLiteral("false")}}};
     observe();
     ASSERT_TRUE(test::PrivateBus::runUntil([&] { return portal.answered == 2; }));
     emit portal.SettingChanged(gnome, QStringLiteral("cursor-blink"), QDBusVariant{false});
@@ -298,7 +298,7 @@ TEST_F(WorkspaceTest, APortalThatStartsLaterIsAskedThenAndKeepsItsWordWhenItIsGo
 {
     observe();
     {
-        const ScriptedPortal portal{bus.connect("portal"), {{gnome + QLatin1Char(' ') + animations, false}}};
+        const ScriptedSettingsPortal portal{bus.connect("portal"), {{gnome + QLatin1Char(' ') + animations, false}}};
         ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
     }
     QDBusConnection::disconnectFromBus(QStringLiteral("portal"));

@@ -3,6 +3,7 @@
 #include "tests/platform/linux/ffmpeg/Decoding.h"
 #include "tests/platform/linux/ffmpeg/SessionOutput.h"
 #include "tests/platform/linux/ffmpeg/TestPictures.h"
+#include "tests/platform/linux/ffmpeg/TrialEncoders.h"
 
 #include <atomic>
 #include <climits>
@@ -20,18 +21,13 @@ using testing::Canvas;
 using testing::Colour;
 using testing::decodeVideo;
 using testing::isKeyFrame;
+using testing::second;
 using testing::SessionOutput;
-
-constexpr std::int64_t second = MediaTime::nanosecondScale;
+using testing::softwareEncoder;
 
 MediaTime at(std::int64_t nanoseconds)
 {
     return MediaTime::nanoseconds(nanoseconds);
-}
-
-const VideoEncoderCandidate& softwareEncoder()
-{
-    return videoEncoderCandidates().back();
 }
 
 /// The real software encoder, which fails or holds packets back as it is told.

@@ -14,11 +14,11 @@ namespace velmora::linux_backend {
 namespace {
 
 using testing::Canvas;
+using testing::second;
 using testing::SessionOutput;
 
-constexpr std::int64_t second = MediaTime::nanosecondScale;
-constexpr std::int32_t width = 480;
-constexpr std::int32_t height = 270;
+constexpr std::int32_t noiseWidth = 480;
+constexpr std::int32_t noiseHeight = 270;
 
 constexpr double averageRate = 8e6;
 
@@ -31,12 +31,12 @@ void paintNumberedNoise(Canvas& canvas, std::uint32_t number)
     using test::FrameNumberStrip;
     std::mt19937 random{number};
     canvas.fillWithNoise(random);
-    const int strip = FrameNumberStrip::height(height);
+    const int strip = FrameNumberStrip::height(noiseHeight);
     for (int block = 0; block < FrameNumberStrip::blockCount; ++block) {
-        const int start = FrameNumberStrip::blockStart(block, width);
-        const int end = FrameNumberStrip::blockStart(block + 1, width);
+        const int start = FrameNumberStrip::blockStart(block, noiseWidth);
+        const int end = FrameNumberStrip::blockStart(block + 1, noiseWidth);
         const auto level = static_cast<std::uint8_t>(FrameNumberStrip::isWhite(block, number) ? 255 : 0);
-        for (const int y : {0, height - strip})
+        for (const int y : {0, noiseHeight - strip})
             canvas.fill({start, y, end - start, strip}, {level, level, level});
     }
 }
@@ -45,7 +45,7 @@ void paintNumberedNoise(Canvas& canvas, std::uint32_t number)
 class Recording {
 public:
     explicit Recording(EncodingEffort effort = EncodingEffort::normal)
-        : session_(width, height, effort, SessionOutput::callback(output_),
+        : session_(noiseWidth, noiseHeight, effort, SessionOutput::callback(output_),
             [](const VideoEncoderSettings& settings) { return openVideoEncoder(videoEncoderCandidates().back(), settings); })
     {
     }
@@ -121,7 +121,7 @@ private:
 
     std::shared_ptr<SessionOutput> output_ = std::make_shared<SessionOutput>();
     LibavCompressionSession session_;
-    Canvas canvas_{width, height};
+    Canvas canvas_{noiseWidth, noiseHeight};
     std::int64_t time_ = 0;
     std::size_t frameCount_ = 0;
     int scene_ = 0;

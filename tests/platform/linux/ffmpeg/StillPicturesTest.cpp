@@ -16,11 +16,11 @@ namespace {
 using testing::Canvas;
 using ::testing::ElementsAre;
 using testing::isKeyFrame;
+using testing::second;
 using testing::softwareEncoder;
 
-constexpr std::int32_t width = 320;
-constexpr std::int32_t height = 240;
-constexpr std::int64_t second = MediaTime::nanosecondScale;
+constexpr std::int32_t stillWidth = 320;
+constexpr std::int32_t stillHeight = 240;
 
 TEST(StillKeyFrames, NoneIsRepeatedBeforeTheEncoderHasMadeTwo)
 {
@@ -127,15 +127,15 @@ class StillPicturesTest : public ::testing::Test {
 protected:
     StillPicturesTest()
     {
-        settings_.width = width;
-        settings_.height = height;
+        settings_.width = stillWidth;
+        settings_.height = stillHeight;
     }
 
     /// A picture other than all before.
     void move()
     {
         testing::paintMovingScene(canvas_, ++scene_);
-        encode({1, ++sequence_, {{0, 0, width, height}}}, second / 60);
+        encode({1, ++sequence_, {{0, 0, stillWidth, stillHeight}}}, second / 60);
     }
 
     /// The picture before once more, half a second later.
@@ -169,13 +169,13 @@ protected:
             const AVFrame& frame = *frames[index];
             EXPECT_EQ(frame.pts, samples_[index]->presentationTimeStamp.value);
             double difference = 0;
-            for (std::int32_t y = 0; y < height; ++y) {
-                for (std::int32_t x = 0; x < width; ++x) {
+            for (std::int32_t y = 0; y < stillHeight; ++y) {
+                for (std::int32_t x = 0; x < stillWidth; ++x) {
                     const auto colour = shown_[index].at(x, y);
                     difference += std::abs(testing::exactYuv(colour.r, colour.g, colour.b)[0] - frame.data[0][y * frame.linesize[0] + x]);
                 }
             }
-            EXPECT_LT(difference / (width * height), 4) << "picture " << index;
+            EXPECT_LT(difference / (stillWidth * stillHeight), 4) << "picture " << index;
         }
     }
 
@@ -213,13 +213,13 @@ protected:
 
     VideoEncoderSettings settings_;
     CountingEncoder::Log log_;
-    Canvas canvas_{width, height};
+    Canvas canvas_{stillWidth, stillHeight};
     int scene_ = 0;
     std::uint64_t sequence_ = 0;
     std::int64_t time_ = 0;
     PictureQueue queue_;
     EncodingPipeline pipeline_{
-        width, height, [this](const VideoEncoderSettings& settings) -> tl::expected<std::unique_ptr<VideoEncoder>, AvError> {
+        stillWidth, stillHeight, [this](const VideoEncoderSettings& settings) -> tl::expected<std::unique_ptr<VideoEncoder>, AvError> {
             return std::make_unique<CountingEncoder>(settings, log_);
         }};
     std::vector<SampleBufferRef> samples_;

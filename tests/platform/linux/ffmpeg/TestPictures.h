@@ -1,6 +1,7 @@
 // Pictures made for the tests of the codecs.
 #pragma once
 
+#include "media/MediaTime.h"
 #include "media/PixelBuffer.h"
 
 #include <array>
@@ -11,6 +12,9 @@
 #include <vector>
 
 namespace velmora::linux_backend::testing {
+
+/// Of the nanoseconds in which pictures are timed.
+inline constexpr std::int64_t second = MediaTime::nanosecondScale;
 
 struct Colour {
     std::uint8_t r = 0;

@@ -17,11 +17,11 @@ namespace velmora::linux_backend {
 namespace {
 
 using test::ChildProcess;
+using test::millisecond;
 using test::Recorder;
 
 constexpr double toneOfTarget = 440;
 constexpr double toneOfOther = 1000;
-constexpr std::int64_t millisecond = 1'000'000;
 
 class PipeWireAudioSourceTest : public ::testing::Test {
 protected:

@@ -14,9 +14,8 @@ namespace velmora::linux_backend {
 namespace {
 
 using test::ChildProcess;
+using test::millisecond;
 using test::Recorder;
-
-constexpr std::int64_t millisecond = 1'000'000;
 
 class RealApplicationsTest : public ::testing::Test {
 protected:

@@ -2,6 +2,7 @@
 // soon as it is told.
 
 #include "platform/linux/pipewire/SoundGraph.h"
+#include "tests/platform/linux/sound/InventedProcesses.h"
 
 #include <algorithm>
 #include <functional>
@@ -15,9 +16,9 @@ namespace {
 
 using ID = SoundGraph::ID;
 
-constexpr ID captureNode = 90;
-constexpr ID captureLeft = 91;
-constexpr ID captureRight = 92;
+constexpr ID recorderNode = 90;
+constexpr ID recorderLeft = 91;
+constexpr ID recorderRight = 92;
 
 struct Application {
     ID client;
@@ -28,13 +29,6 @@ struct Application {
 
 // The target is process 100, whose child is 110.
 constexpr Application applications[] = {{10, 20, "100", true}, {11, 30, "110", true}, {12, 40, "200", false}, {13, 50, "300", false}};
-
-std::optional<ProcessRecord> readInvented(std::int32_t process)
-{
-    const std::map<std::int32_t, ProcessRecord> records{{1, {0, 0}}, {100, {1, 10}}, {110, {100, 20}}, {200, {1, 30}}, {300, {1, 40}}};
-    const auto found = records.find(process);
-    return found == records.end() ? std::nullopt : std::optional{found->second};
-}
 
 using Event = std::function<void(SoundGraph&)>;
 
@@ -47,9 +41,9 @@ std::vector<Event> everythingThatIs()
         events.emplace_back([one](SoundGraph& graph) { graph.addPort(one.stream + 1, {one.stream, true, false, "FL"}); });
         events.emplace_back([one](SoundGraph& graph) { graph.addPort(one.stream + 2, {one.stream, true, false, "FR"}); });
     }
-    events.emplace_back([](SoundGraph& graph) { graph.setCaptureNode(captureNode); });
-    events.emplace_back([](SoundGraph& graph) { graph.addPort(captureLeft, {captureNode, false, false, "FL"}); });
-    events.emplace_back([](SoundGraph& graph) { graph.addPort(captureRight, {captureNode, false, false, "FR"}); });
+    events.emplace_back([](SoundGraph& graph) { graph.setCaptureNode(recorderNode); });
+    events.emplace_back([](SoundGraph& graph) { graph.addPort(recorderLeft, {recorderNode, false, false, "FL"}); });
+    events.emplace_back([](SoundGraph& graph) { graph.addPort(recorderRight, {recorderNode, false, false, "FR"}); });
     return events;
 }
 
@@ -58,7 +52,7 @@ std::set<std::pair<ID, ID>> linksOfTheTarget()
     std::set<std::pair<ID, ID>> links;
     for (const auto& one : applications) {
         if (one.isTarget)
-            links.insert({{one.stream + 1, captureLeft}, {one.stream + 2, captureRight}});
+            links.insert({{one.stream + 1, recorderLeft}, {one.stream + 2, recorderRight}});
     }
     return links;
 }

@@ -1,8 +1,8 @@
 #include "platform/linux/pipewire/SoundGraph.h"
+#include "tests/platform/linux/sound/InventedProcesses.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <map>
 
 namespace velmora::linux_backend {
 namespace {
@@ -15,13 +15,6 @@ constexpr SoundGraph::ID captureNode = 50;
 constexpr SoundGraph::ID captureLeft = 51;
 constexpr SoundGraph::ID captureRight = 52;
 constexpr SoundGraph::ID sink = 30;
-
-std::optional<ProcessRecord> readInvented(std::int32_t process)
-{
-    const std::map<std::int32_t, ProcessRecord> records{{1, {0, 0}}, {100, {1, 10}}, {110, {100, 20}}, {200, {1, 30}}, {300, {1, 40}}};
-    const auto found = records.find(process);
-    return found == records.end() ? std::nullopt : std::optional{found->second};
-}
 
 /// The target is process 100, whose child is 110; 200 is another program, 300 the PulseAudio service.
 class SoundGraphTest : public ::testing::Test {

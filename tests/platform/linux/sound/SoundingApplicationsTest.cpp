@@ -16,7 +16,7 @@ constexpr std::int32_t browsersAudio = 110;
 constexpr std::int32_t secondBrowser = 200;
 constexpr std::int32_t player = 300;
 
-std::optional<ProcessRecord> readInvented(std::int32_t process)
+std::optional<ProcessRecord> readInventedParent(std::int32_t process)
 {
     const std::map<std::int32_t, ProcessRecord> records{{1, {0, 0}}, {shell, {1, 5}}, {browser, {shell, 10}},
         {browsersAudio, {browser, 20}}, {secondBrowser, {shell, 30}}, {player, {shell, 40}}, {::getpid(), {shell, 50}},
@@ -40,7 +40,7 @@ SoundStream stream(std::int32_t process, const std::string& name, const std::str
 
 std::vector<SoundingApplication> listed(const std::vector<SoundStream>& streams)
 {
-    return soundingApplications(streams, readInvented, readInventedExecutable);
+    return soundingApplications(streams, readInventedParent, readInventedExecutable);
 }
 
 SoundingApplication application(std::int32_t process, const std::string& name, const std::string& media = {}, bool isPlaying = true)
@@ -97,10 +97,10 @@ TEST(SoundingApplications, StreamsOfOnePortalApplicationAreOneWhateverTheirProce
     auto second = stream(2, "Player helper");
     second.identity.processIDIsCertain = false;
     second.identity.portalApplicationID = "org.example.Player";
-    const auto applications = listed({first, second});
-    ASSERT_EQ(applications.size(), 1U);
-    EXPECT_EQ(applications[0].processID, 0);
-    EXPECT_EQ(applications[0].identity.portalApplicationID, "org.example.Player");
+    const auto found = listed({first, second});
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].processID, 0);
+    EXPECT_EQ(found[0].identity.portalApplicationID, "org.example.Player");
 }
 
 TEST(SoundingApplications, WithoutAProcessNameAndBinaryTellThemApart)
@@ -144,9 +144,9 @@ TEST(ApplicationIdentity, ThePortalsIDCountsAloneWhereBothHaveOne)
 
 TEST(TopmostOfProgram, StopsAtAnotherProgram)
 {
-    EXPECT_EQ(topmostOfProgram(browsersAudio, readInvented, readInventedExecutable), browser);
-    EXPECT_EQ(topmostOfProgram(browser, readInvented, readInventedExecutable), browser);
-    EXPECT_EQ(topmostOfProgram(4711, readInvented, readInventedExecutable), 4711);
+    EXPECT_EQ(topmostOfProgram(browsersAudio, readInventedParent, readInventedExecutable), browser);
+    EXPECT_EQ(topmostOfProgram(browser, readInventedParent, readInventedExecutable), browser);
+    EXPECT_EQ(topmostOfProgram(4711, readInventedParent, readInventedExecutable), 4711);
 }
 
 }  // namespace
