@@ -116,7 +116,7 @@ Result<std::vector<ParsedRun>> parseFragment(
         const auto track = std::find_if(tracks.begin(), tracks.end(), [id](const Track& t) { return t.id == id; });
         const auto known = parsed.defaults.find(id);
         if (track == tracks.end() && known == parsed.defaults.end())
-            return damaged();
+            return damagedFragment();
         TrackFragment fragment;
         if (known != parsed.defaults.end())
             fragment.defaults = known->second;
