@@ -113,8 +113,12 @@ Result<std::vector<ParsedRun>> parseFragment(
         ByteReader reader{tfhd->payload};
         const auto flags = readFullBoxHeader(reader).flags;
         const auto id = reader.u32();
+        const auto track = std::find_if(tracks.begin(), tracks.end(), [id](const Track& t) { return t.id == id; });
+        const auto known = parsed.defaults.find(id);
+        if (track == tracks.end() && known == parsed.defaults.end())
+            return damagedFragment();
         TrackFragment fragment;
-        if (const auto known = parsed.defaults.find(id); known != parsed.defaults.end())
+        if (known != parsed.defaults.end())
             fragment.defaults = known->second;
         fragment.base = flags & baseDataOffsetPresent ? reader.u64() : flags & defaultBaseIsMoof ? offset : previousEnd;
         if (flags & sampleDescriptionIndexPresent)
@@ -129,7 +133,6 @@ Result<std::vector<ParsedRun>> parseFragment(
             return damagedFragment();
         fragment.next = fragment.base;
 
-        const auto track = std::find_if(tracks.begin(), tracks.end(), [id](const Track& t) { return t.id == id; });
         const auto index = static_cast<std::size_t>(track - tracks.begin());
         fragment.latest = std::numeric_limits<std::int64_t>::max() / 4;
         if (track != tracks.end()) {

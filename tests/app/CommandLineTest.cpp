@@ -241,5 +241,20 @@ TEST(CommandLine, ExplainsItselfInLinesOf80Columns)
         EXPECT_LE(line.size(), 80) << line.toStdString();
 }
 
+TEST(CommandLine, WhatACommandDoesStandsIndentedUnderIt)
+{
+    const QString indentation{6, QLatin1Char(' ')};
+    const auto lines = helpText().split(QLatin1Char('\n'));
+    qsizetype explanations = 0;
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        if (lines[i].isEmpty() || lines[i].startsWith(QLatin1String("  velmora")) || !lines[i].startsWith(QLatin1Char(' ')))
+            continue;
+        ++explanations;
+        EXPECT_TRUE(lines[i].startsWith(indentation) && lines[i].size() > 6 && lines[i][6] != QLatin1Char(' ')) << lines[i].toStdString();
+        EXPECT_FALSE(lines[i - 1].isEmpty()) << lines[i].toStdString();
+    }
+    EXPECT_GT(explanations, 10);
+}
+
 }  // namespace
 }  // namespace velmora::command_line

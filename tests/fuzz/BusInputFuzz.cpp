@@ -76,7 +76,9 @@ void preview(fuzz::FuzzedInput& input)
 {
     const auto path = input.text();
     const auto file = bus_requests::file(path);
-    fuzz::require(file.has_value() == (path.startsWith(u'/') && !path.contains(QChar{u'\0'})), "a path is taken or refused wrongly");
+    const bool isPath = path.startsWith(u'/') && !path.contains(QChar{u'\0'});
+    const bool isLink = path.startsWith(QLatin1String("file:")) && !bus_requests::files({path}).empty();
+    fuzz::require(file.has_value() == (isPath || isLink), "a path is taken or refused wrongly");
     if (file)
         requireUsable(*file);
 }

@@ -1,11 +1,13 @@
 // Trims one file after the other, for scripts/foreign-files, which would otherwise start a program a thousand times.
 //
 //     trim_tool <LINES
+//     trim_tool --clip SEED FILE
 //
 // A line is SOURCE, START and END in seconds, and TARGET, with tabs between them. Each is answered by a line: "written", or "refused" and
-// the reason.
+// the reason. The second form writes a clip as the recorder leaves them, with pictures at uneven times.
 #include "media/mp4/PosixFile.h"
 #include "media/mp4/Trimmer.h"
+#include "tests/support/media/WrittenClip.h"
 
 #include <filesystem>
 #include <iostream>
@@ -45,8 +47,12 @@ std::string answer(const std::string& line)
 
 }  // namespace
 
-int main()
+int main(int count, char** arguments)
 {
+    if (count == 4 && std::string{arguments[1]} == "--clip") {
+        test::writeClip(arguments[3], test::unevenClip(static_cast<unsigned>(std::stoul(arguments[2]))));
+        return 0;
+    }
     for (std::string line; std::getline(std::cin, line);)
         std::cout << answer(line) << std::endl;
     return 0;

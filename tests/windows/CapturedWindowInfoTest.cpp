@@ -57,6 +57,10 @@ TEST(CapturedWindowInfo, TheHashUsesTheStandardisedFrame)
     straight.frame = {10, 20, 30, 40};
     flipped.frame = {40, 60, -30, -40};
     EXPECT_EQ(std::hash<CapturedWindowInfo>{}(straight), std::hash<CapturedWindowInfo>{}(flipped));
+    // Less than a point.
+    straight.frame = {10, 20, 0.5, 0.25};
+    flipped.frame = {10.5, 20.25, -0.5, -0.25};
+    EXPECT_EQ(std::hash<CapturedWindowInfo>{}(straight), std::hash<CapturedWindowInfo>{}(flipped));
 }
 
 TEST(CapturedWindowInfo, WindowsThatDifferInAnyFieldHashDifferently)

@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/LinuxUserDefaults.h"
 
+#include <QIODevice>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QVariant>
@@ -13,9 +14,37 @@ QString text(std::string_view utf8)
     return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
 }
 
+constexpr const char* head = "[General]\n";
+
+bool readLines(QIODevice& device, QSettings::SettingsMap& values)
+{
+    while (!device.atEnd()) {
+        const auto line = device.readLine();
+        const auto separator = line.indexOf('=');
+        if (separator >= 0)
+            values.insert(QString::fromUtf8(line.left(separator)).trimmed(), QString::fromUtf8(line.mid(separator + 1)).trimmed());
+    }
+    return true;
+}
+
+bool writeLines(QIODevice& device, const QSettings::SettingsMap& values)
+{
+    QByteArray lines{head};
+    for (auto value = values.begin(); value != values.end(); ++value)
+        lines += value.key().toUtf8() + '=' + value.value().toString().toUtf8() + '\n';
+    return device.write(lines) == lines.size();
+}
+
+/// Lines of texts. Qt's own reader makes whatever a value claims to be, and that may need a display.
+QSettings::Format plainFormat()
+{
+    static const auto format = QSettings::registerFormat(QStringLiteral("conf"), readLines, writeLines);
+    return format;
+}
+
 class LinuxUserDefaults final : public platform::UserDefaults {
 public:
-    explicit LinuxUserDefaults(const QString& file) : settings_(file, QSettings::IniFormat) { }
+    explicit LinuxUserDefaults(const QString& file) : settings_(file, plainFormat()) { }
 
     [[nodiscard]] bool boolean(std::string_view key) const override
     {

@@ -1,5 +1,6 @@
 // Fragmented files of other programs, with everything that is odd about them: all of it is read, or it is said what was not.
 
+#include "media/mp4/BoxReader.h"
 #include "media/mp4/BoxWriter.h"
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/MovieSerializer.h"
@@ -222,6 +223,45 @@ TEST(ForeignFragments, BehindADamagedOneTheOthersAreReadAndATrimSaysFromWhereItC
         EXPECT_EQ(refusal(file, {6, 30}), "");
         EXPECT_THAT(refusal(file, {7, 30}), HasSubstr("cannot be trimmed beyond 0.200 s"));
     }
+}
+
+TEST(ForeignFragments, AFragmentOfATrackThatTheIndexDoesNotKnowIsSaid)
+{
+    auto damaged = fragment(1);
+    // The number of its track, behind version and flags.
+    damaged[placeOf(damaged, "tfhd") + 9] ^= std::byte{0x01};
+    const auto file = joined({head(), fragment(0), damaged, fragment(2)});
+    auto expected = upTo(6);
+    for (int i = 12; i < 18; ++i)
+        expected.push_back(i);
+    EXPECT_THAT(numbersIn(file), ElementsAreArray(expected));
+    EXPECT_EQ(refusal(file, {6, 30}), "");
+    EXPECT_THAT(refusal(file, {7, 30}), HasSubstr("cannot be trimmed beyond 0.200 s"));
+}
+
+TEST(ForeignFragments, FragmentsOfATrackThatIsNeitherPicturesNorSoundArePassedOver)
+{
+    auto withText = head();
+    // The second track is told of by its defaults alone, which is all that is kept of it.
+    BoxWriter defaults;
+    {
+        const auto box = defaults.box("trex");
+        for (const std::uint32_t field : {0U, 2U, 1U, 0U, 0U, 0U})
+            defaults.u32(field);
+    }
+    const auto extra = defaults.take();
+    const auto mvex = placeOf(withText, "mvex") - 4;
+    for (const auto place : {placeOf(withText, "moov") - 4, mvex}) {
+        BoxWriter changed;
+        changed.u32(ByteReader{std::span{withText}.subspan(place)}.u32() + static_cast<std::uint32_t>(extra.size()));
+        std::copy(changed.view().begin(), changed.view().end(), withText.begin() + static_cast<std::ptrdiff_t>(place));
+    }
+    withText.insert(withText.begin() + static_cast<std::ptrdiff_t>(mvex + 8), extra.begin(), extra.end());
+    auto text = fragment(1);
+    text[placeOf(text, "tfhd") + 11] = std::byte{2};
+    const auto file = joined({withText, fragment(0), text, fragment(1)});
+    EXPECT_THAT(numbersIn(file), ElementsAreArray(upTo(12)));
+    EXPECT_FALSE(unreadOf(file));
 }
 
 TEST(ForeignFragments, AFileThatIsCutOffIsReadToItsLastWholePicture)

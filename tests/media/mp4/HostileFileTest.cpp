@@ -3,6 +3,7 @@
 #include "media/mp4/BoxWriter.h"
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/RecordingLayout.h"
+#include "tests/media/mp4/Recordings.h"
 #include "tests/support/media/MemoryFile.h"
 
 #include <gtest/gtest.h>
@@ -129,6 +130,30 @@ TEST(HostileFile, TheFragmentsIndexesTogetherMayNotBeLargerThanOneIndexMayBeAlon
         }
         ASSERT_TRUE(file.truncate(offset));
         const auto movie = readMovie(file);
+        EXPECT_EQ(movie.has_value(), count == allowedCount);
+        if (!movie) {
+            EXPECT_EQ(movie.error().code, static_cast<int>(ErrorCode::tooLarge));
+        }
+    }
+}
+
+TEST(HostileFile, NorMayThoseOfAnUnfinishedRecording)
+{
+    constexpr std::uint32_t fragmentSize = std::uint32_t{15} << 20;
+    constexpr std::uint32_t allowedCount = 8;
+    for (const auto count : {allowedCount, allowedCount + 1}) {
+        const auto file = unfinishedFile(makeRecording());
+        auto offset = *file->size();
+        for (std::uint32_t i = 0; i < count; ++i, offset += fragmentSize) {
+            BoxWriter writer;
+            writer.u32(fragmentSize);
+            writer.text("moof");
+            writer.u32(fragmentSize - 8);
+            writer.text("free");
+            ASSERT_TRUE(file->writeAt(offset, writer.view()));
+        }
+        ASSERT_TRUE(file->truncate(offset));
+        const auto movie = readMovie(*file);
         EXPECT_EQ(movie.has_value(), count == allowedCount);
         if (!movie) {
             EXPECT_EQ(movie.error().code, static_cast<int>(ErrorCode::tooLarge));

@@ -187,6 +187,20 @@ TEST(TrimPlanner, TheLeadInIsNeverMoreThanASecondFromTheFirstShown)
     EXPECT_THAT(movie.tracks.at(0).edits, ElementsAre(Edit{900'000, 90'000}));
 }
 
+TEST(TrimPlanner, WhatIsDecodedLongBeforeItIsShownLastsHalfOfThePart)
+{
+    // A player that takes the media for much shorter than the movie takes it for a still picture.
+    auto track = pictureTrack(3, 3);
+    track.samples = SampleTable{};
+    for (const auto& [decode, offset] : {std::pair{0, 0}, std::pair{3000, 447'000}, std::pair{6000, 447'000}})
+        ASSERT_TRUE(track.samples.append({static_cast<std::uint64_t>(decode / 30), 50, decode, offset, decode == 0}));
+    track.samples.setLastDuration(pictureTicks);
+    track.edits.clear();
+    const auto movie = planned(movieOf({std::move(track)}), {{0, 90000}, {451'000, 90000}});
+    EXPECT_THAT(taken(movie.tracks.at(0)), ElementsAre(0, 1));
+    EXPECT_EQ(movie.tracks[0].samples.duration(), 451'000U / 2);
+}
+
 TEST(TrimPlanner, OneLeadInPictureIs34MillisecondsBeforeTheFirstShown)
 {
     const auto movie = planned(movieOf({pictureTrack(90, 30)}), {{31, 30}, {32, 30}});

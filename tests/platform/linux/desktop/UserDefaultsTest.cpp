@@ -29,6 +29,29 @@ TEST(UserDefaults, WhatIsMissingOrOfAnotherTypeIsFalse)
     EXPECT_FALSE(defaults->boolean("missing"));
 }
 
+TEST(UserDefaults, AValueIsItsTextWhateverItClaimsToBe)
+{
+    // Qt's notation for values of any kind, among them those that end a program without a display.
+    const test::TemporaryDirectory folder;
+    const auto file = folder.path() / "velmora.conf";
+    std::ofstream{file} << R"([General]
+bytes=@ByteArray(true)
+text=@Variant(\0\0\0\n\0\0\0\b\0t\0r\0u\0e)
+picture=@Variant(\0\0\0A\x1\x1)
+hasCompletedWalkthrough = true
+)";
+    const auto defaults = makeUserDefaults(file);
+    EXPECT_FALSE(defaults->boolean("bytes"));
+    EXPECT_FALSE(defaults->boolean("text"));
+    EXPECT_FALSE(defaults->boolean("picture"));
+    EXPECT_TRUE(defaults->boolean("hasCompletedWalkthrough"));
+    defaults->setBoolean("picture", true);
+    const auto again = makeUserDefaults(file);
+    EXPECT_FALSE(again->boolean("text"));
+    EXPECT_TRUE(again->boolean("picture"));
+    EXPECT_TRUE(again->boolean("hasCompletedWalkthrough"));
+}
+
 TEST(UserDefaults, WhatCannotBeWrittenHoldsForThisProcess)
 {
     const test::TemporaryDirectory folder;
