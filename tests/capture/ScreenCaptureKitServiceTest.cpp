@@ -671,42 +671,44 @@ TEST_F(ScreenCaptureKitServiceTest, DrainingWaitsUntilEveryFinishedFileIsOnTheDi
     EXPECT_EQ(saved, (std::vector<std::filesystem::path>{folder.path() / "second.mp4", folder.path() / "first.mp4"}));
 }
 
-TEST_F(ScreenCaptureKitServiceTest, AnEncoderThatIsStillBeingMadeDoesNotSurviveTheStop)
+class SlowEncoderTest : public ScreenCaptureKitServiceTest {
+protected:
+    /// Returns with a picture waiting for the first encoder, which is there once `encoderIsMade_` has its value.
+    void startWhileTheEncoderIsBeingMade()
+    {
+        sessions->onMake = [this, open = encoderIsMade_.get_future().share()] {
+            if (sessions->attempts > 1)
+                return;
+            isBegun_.set_value();
+            open.wait();
+        };
+        startOrFail();
+        stream().deliver(test::screenSample(1), StreamOutputType::screen);
+        isBegun_.get_future().wait();
+    }
+
+    std::promise<void> encoderIsMade_;
+
+private:
+    std::promise<void> isBegun_;
+};
+
+TEST_F(SlowEncoderTest, AnEncoderThatIsStillBeingMadeDoesNotSurviveTheStop)
 {
-    std::promise<void> begun;
-    std::promise<void> gate;
-    sessions->onMake = [&, open = gate.get_future().share()] {
-        if (sessions->attempts > 1)
-            return;
-        begun.set_value();
-        open.wait();
-    };
-    startOrFail();
-    stream().deliver(test::screenSample(1), StreamOutputType::screen);
-    begun.get_future().wait();
+    startWhileTheEncoderIsBeingMade();
     service->stopCapture();
-    gate.set_value();
+    encoderIsMade_.set_value();
     settle();
     ASSERT_EQ(sessions->records.size(), 1U);
     EXPECT_TRUE(sessions->records[0]->invalidated);
     EXPECT_EQ(service->encoder().currentWidth(), 0);
 }
 
-TEST_F(ScreenCaptureKitServiceTest, AnEncoderThatIsStillBeingMadeDoesNotReachTheNextCapture)
+TEST_F(SlowEncoderTest, AnEncoderThatIsStillBeingMadeDoesNotReachTheNextCapture)
 {
-    std::promise<void> begun;
-    std::promise<void> gate;
-    sessions->onMake = [&, open = gate.get_future().share()] {
-        if (sessions->attempts > 1)
-            return;
-        begun.set_value();
-        open.wait();
-    };
+    startWhileTheEncoderIsBeingMade();
     startOrFail();
-    stream().deliver(test::screenSample(1), StreamOutputType::screen);
-    begun.get_future().wait();
-    startOrFail();
-    gate.set_value();
+    encoderIsMade_.set_value();
     stream().deliver(test::screenSample(2), StreamOutputType::screen);
     settle();
     ASSERT_EQ(sessions->records.size(), 2U);

@@ -33,27 +33,48 @@ public:
 
     void perform(const std::string& identifier, const std::filesystem::path& file) override
     {
-        const auto path = QString::fromStdString(file.string());
-        if (identifier == sendByEMail) {
-            QProcess::startDetached(QStringLiteral("xdg-email"), {QStringLiteral("--attach"), path});
-            return;
-        }
+        if (identifier == sendByEMail)
+            return sendAttached(file);
         auto* board = clipboard();
         if (!board)
             return;
         if (identifier == copyPath)
-            board->setText(path);
+            board->setMimeData(pathAsText(file).release());
         else if (identifier == copyFile)
             board->setMimeData(fileReference(file).release());
     }
 
 private:
+    static void sendAttached(const std::filesystem::path& file)
+    {
+        // Arguments that are text lose bytes that are none. The full stop keeps line breaks at the end, which a substitution would drop.
+        QProcess::startDetached(QStringLiteral("sh"),
+            {QStringLiteral("-c"), QStringLiteral("file=$(printf '%b.' \"$1\") && exec xdg-email --attach \"${file%.}\""),
+                QStringLiteral("sh"), QString::fromLatin1(octal(file.native()))});
+    }
+
+    /// Every byte as printf's %b takes it.
+    static QByteArray octal(const std::string& bytes)
+    {
+        constexpr int base = 8;
+        QByteArray text;
+        for (const char byte : bytes)
+            text += "\\0" + QByteArray::number(static_cast<unsigned char>(byte), base).rightJustified(3, '0');
+        return text;
+    }
+
+    static std::unique_ptr<QMimeData> pathAsText(const std::filesystem::path& file)
+    {
+        auto data = std::make_unique<QMimeData>();
+        data->setData(QStringLiteral("text/plain"), QByteArray::fromStdString(file.native()));
+        return data;
+    }
+
     static std::unique_ptr<QMimeData> fileReference(const std::filesystem::path& file)
     {
         const auto uri = QByteArray::fromStdString(fileUri(file));
-        auto data = std::make_unique<QMimeData>();
+        auto data = pathAsText(file);
         data->setUrls({QUrl::fromEncoded(uri)});
-        data->setText(QString::fromStdString(file.native()));
         // What file managers take for "paste this file".
         data->setData(QStringLiteral("x-special/gnome-copied-files"), "copy\n" + uri);
         return data;
