@@ -101,6 +101,28 @@ TEST(SoundDecision, InstancesOfOneNameAreToldApartByTheirProcesses)
     EXPECT_EQ(decideSound(choices, "12")->choice, soundOf("Player", 12));
 }
 
+TEST(SoundDecision, AProcessThatIsNotKnownIsNobodysNumber)
+{
+    EXPECT_THAT(complaint({{application("Player", 0)}, Suggestion::onlyPlaying}, "0"), HasSubstr("called 0"));
+    EXPECT_THAT(complaint({{application("Player", -1)}, Suggestion::onlyPlaying}, "-1"), HasSubstr("called -1"));
+}
+
+TEST(SoundDecision, SaysWhatIsMissingInWholeSentences)
+{
+    const SoundChoices one{{application("Player", 12)}, Suggestion::onlyPlaying};
+    const SoundChoices twins{{application("Player", 12), application("Player", 34)}, Suggestion::nothing};
+    EXPECT_EQ(complaint(one, {}),
+        "The desktop does not tell whose window this is. Say whose sound goes with it, with --sound NAME, or --sound none. There is: "
+        "Player.");
+    EXPECT_EQ(complaint(twins, "Player"),
+        "Several applications are called Player. Give --sound the number of a process: Player (process 12), Player (process 34).");
+    EXPECT_EQ(complaint(one, "Browser"), "No application called Browser plays now. There is: Player.");
+    EXPECT_EQ(complaint({}, "Browser"), "No application called Browser plays now. Nor does any other.");
+    EXPECT_EQ(decideSound({}, "Browser").error().localizedDescription, "No sound server answers: there is no sound to choose.");
+    EXPECT_EQ(decideSound(SoundChoices{}, {})->remark,
+        "No application plays now: the window has no sound. Choose one that plays with --sound NAME.");
+}
+
 class RequestWindowWithSoundTest : public testing::Test {
 protected:
     void request(std::optional<std::string> sound)
@@ -172,7 +194,8 @@ TEST_F(RequestWindowWithSoundTest, ARequestThatFailsIsAnError)
     request({});
     content->pendingRequest(fail("Velmora.Test", 1, "No portal."));
     ASSERT_TRUE(answer);
-    EXPECT_FALSE(*answer);
+    ASSERT_FALSE(*answer);
+    EXPECT_EQ(answer->error().localizedDescription, "No portal.");
 }
 
 }  // namespace

@@ -4,8 +4,10 @@
 #include "media/mp4/MovieParser.h"
 #include "media/mp4/MovieSerializer.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <span>
 
 namespace velmora::mp4 {
 namespace {
@@ -252,6 +254,34 @@ TEST(CanDescribe, OnlyWhatTheFileFormatHoldsAndHasItsConfiguration)
     EXPECT_FALSE(canDescribe(FormatDescription{VideoFormat{"avc1", 70000, 480, {}, std::vector<std::byte>(16)}}));
     EXPECT_FALSE(canDescribe(FormatDescription{VideoFormat{"BGRA", 640, 480, {}, {}}}));
     EXPECT_FALSE(canDescribe(FormatDescription{AudioFormat{"lpcm", 48000, 2, {}}}));
+}
+
+TEST(SerializeMovie, TheDescriptorsOfSoundEndWhereTheySay)
+{
+    Movie movie;
+    movie.timescale = 48000;
+    movie.tracks.push_back(soundTrack());
+    const auto bytes = serializeMovie(movie);
+    const auto type = std::as_bytes(std::span{"esds", 4});
+    const auto found = std::search(bytes.begin(), bytes.end(), type.begin(), type.end());
+    ASSERT_GE(bytes.end() - found, 47);
+    // ISO 14496-1: a tag, the size in four bytes of seven bits, what is inside.
+    const auto header = [](int tag, int size) { return std::vector<int>{tag, 0x80, 0x80, 0x80, size}; };
+    std::vector<int> expected{'e', 's', 'd', 's', 0, 0, 0, 0};
+    const auto append = [&](const std::vector<int>& more) { expected.insert(expected.end(), more.begin(), more.end()); };
+    append(header(3, 34));
+    append({0, 0, 0});
+    append(header(4, 20));
+    append({0x40, 0x15, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});  // no samples, no rate
+    append(header(5, 2));
+    append({0x11, 0x90});
+    append(header(6, 1));
+    append({2});
+    std::vector<int> written;
+    for (auto byte = found; byte != bytes.end() && written.size() < expected.size(); ++byte)
+        written.push_back(static_cast<int>(*byte));
+    EXPECT_EQ(written, expected);
+    EXPECT_EQ(static_cast<std::size_t>(*(found - 1)), expected.size() + 4);
 }
 
 }  // namespace
