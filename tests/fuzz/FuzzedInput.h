@@ -31,7 +31,8 @@ public:
     /// A byte that says how long, then as many bytes of UTF-8.
     QString text()
     {
-        const auto size = std::min<std::size_t>(byte(), bytes_.size());
+        const std::size_t wanted = byte();
+        const auto size = std::min(wanted, bytes_.size());
         const auto part = bytes_.first(size);
         bytes_ = bytes_.subspan(size);
         return QString::fromUtf8(reinterpret_cast<const char*>(part.data()), static_cast<qsizetype>(part.size()));
