@@ -1,6 +1,5 @@
 #include "app/RecordCommand.h"
 
-#include "app/MainThreadExecutor.h"
 #include "app/TerminationSignals.h"
 #include "platform/fake/FakeAssetWriter.h"
 #include "platform/fake/FakeCaptureStream.h"
@@ -32,6 +31,17 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 constexpr std::chrono::seconds patience{60};
+
+/// Runs work from the event loop of the command.
+class EventLoopExecutor final : public Executor {
+public:
+    void async(UniqueFunction<void()> work) override
+    {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [shared = std::make_shared<UniqueFunction<void()>>(std::move(work))] { (*shared)(); },
+            Qt::QueuedConnection);
+    }
+};
 
 std::string contentOf(const std::filesystem::path& file)
 {
@@ -88,7 +98,7 @@ protected:
         timer.start(std::chrono::milliseconds{1});
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        const int status = runRecordCommand(command, services, std::make_shared<MainThreadExecutor>());
+        const int status = runRecordCommand(command, services, std::make_shared<EventLoopExecutor>());
         std::fflush(stdout);
         output = testing::internal::GetCapturedStdout();
         errors = testing::internal::GetCapturedStderr();
