@@ -92,6 +92,8 @@ protected:
                 ADD_FAILURE() << "what the test waits for does not come";
                 return QCoreApplication::exit(-1);
             }
+            if (arePicturesDelivered_ && writers->writers.empty())
+                streams->streams[0]->deliver(test::screenSample(++pictures_ * 16'000'000), platform::StreamOutputType::screen);
             if (next_ < steps_.size() && steps_[next_].first())
                 steps_[next_++].second();
         });
@@ -108,15 +110,13 @@ protected:
 
     [[nodiscard]] bool isCapturing() const { return !streams->streams.empty() && streams->streams[0]->started; }
 
-    void deliverPicture()
-    {
-        streams->streams[0]->deliver(test::screenSample(++pictures_ * 16'000'000), platform::StreamOutputType::screen);
-    }
+    /// From now on, until there is a file for them. One alone may come before the capture takes any, or while the encoder is being made.
+    void deliverPictures() { arePicturesDelivered_ = true; }
 
     /// Pictures come until one of them is in the file.
     void recordSomething()
     {
-        when([this] { return isCapturing(); }, [this] { deliverPicture(); });
+        when([this] { return isCapturing(); }, [this] { deliverPictures(); });
         when([this] { return !writers->writers.empty(); }, [this] { writeKeyFrame(); });
         when([this] { return written > 0; }, [] {});
     }
@@ -152,6 +152,7 @@ private:
     std::vector<std::pair<std::function<bool()>, std::function<void()>>> steps_;
     std::size_t next_ = 0;
     std::int64_t pictures_ = 0;
+    bool arePicturesDelivered_ = false;
 };
 
 TEST_F(RecordCommandTest, TheUsersInterruptEndsItWellAndPrintsThePath)
@@ -167,7 +168,7 @@ TEST_F(RecordCommandTest, TheUsersInterruptEndsItWellAndPrintsThePath)
 TEST_F(RecordCommandTest, BeginsWhenTheEncoderIsReady)
 {
     encoders->encodesAtOnce = false;
-    when([this] { return isCapturing(); }, [this] { deliverPicture(); });
+    when([this] { return isCapturing(); }, [this] { deliverPictures(); });
     when([this] { return encoders->newest() != nullptr; },
         [this] {
             EXPECT_TRUE(writers->writers.empty()) << "it begins while the encoder is being made";
@@ -192,7 +193,7 @@ TEST_F(RecordCommandTest, AWindowThatClosesEndsItEarlyAndWhatWasRecordedIsSaved)
 
 TEST_F(RecordCommandTest, AWindowThatClosesBeforeTheFirstPictureIsAFailure)
 {
-    when([this] { return isCapturing(); }, [this] { deliverPicture(); });
+    when([this] { return isCapturing(); }, [this] { deliverPictures(); });
     when([this] { return !writers->writers.empty(); },
         [this] {
             writers->writers[0]->removesFileAtFinish = true;
@@ -229,7 +230,7 @@ TEST_F(RecordCommandTest, AnInterruptBeforeTheCaptureSaysThatNothingWasRecorded)
 
 TEST_F(RecordCommandTest, AnInterruptBeforeTheFirstPictureIsInTheFileSaysThatNothingWasRecorded)
 {
-    when([this] { return isCapturing(); }, [this] { deliverPicture(); });
+    when([this] { return isCapturing(); }, [this] { deliverPictures(); });
     when([this] { return !writers->writers.empty(); },
         [this] {
             // As the real one does with a file in which there is nothing.
@@ -294,7 +295,7 @@ private:
 
 TEST_F(FullDiskRecordCommandTest, ADiskThatIsFullFromTheFirstPictureOnIsSaidEvenIfAnInterruptCameFirst)
 {
-    when([this] { return isCapturing(); }, [this] { deliverPicture(); });
+    when([this] { return isCapturing(); }, [this] { deliverPictures(); });
     when([this] { return !writers->writers.empty(); },
         [this] {
             writers->writers[0]->removesFileAtFinish = true;
@@ -323,7 +324,7 @@ TEST_F(TwoEncodersRecordCommandTest, AnotherEncoderWhosePicturesDoNotFitEndsItEa
         [this] {
             auto foreign = std::make_shared<SampleBuffer>(*test::videoSample(2'000'000'000, true));
             foreign->format = std::make_shared<const FormatDescription>(VideoFormat{FourCharacterCode{"avc1"}, 320, 240, {}, {}});
-            encoders->sessions[0]->emitOutput(0, foreign);
+            encoders->newest()->emitOutput(0, foreign);
         });
     EXPECT_EQ(run(), command_line::endedEarly);
     EXPECT_EQ(output, command.output->string() + "\n");
@@ -337,7 +338,7 @@ TEST_F(RecordCommandTest, AnEncoderThatFailsForGoodEndsItEarlyWithWhatWasWritten
     when([] { return true; },
         [this] {
             for (int i = 0; i < 30; ++i)
-                encoders->sessions[0]->emitOutput(-5, nullptr);
+                encoders->newest()->emitOutput(-5, nullptr);
         });
     EXPECT_EQ(run(), command_line::endedEarly);
     EXPECT_EQ(output, command.output->string() + "\n");
@@ -348,16 +349,11 @@ TEST_F(RecordCommandTest, AnEncoderThatFailsForGoodEndsItEarlyWithWhatWasWritten
 TEST_F(RecordCommandTest, AnEncoderThatFailsForGoodBeforeItsFirstPictureIsAFailure)
 {
     encoders->encodesAtOnce = false;
-    std::atomic<bool> wasSubmitted = false;
-    when([this] { return isCapturing(); },
-        [&] {
-            deliverPicture();
-            streams->streams[0]->outputs[0].queue->async([&] { wasSubmitted = true; });
-        });
-    when([&] { return wasSubmitted.load(); },
+    when([this] { return isCapturing(); }, [this] { deliverPictures(); });
+    when([this] { return encoders->newest() != nullptr; },
         [this] {
             for (int i = 0; i < 30; ++i)
-                encoders->sessions[0]->emitOutput(-5, nullptr);
+                encoders->newest()->emitOutput(-5, nullptr);
         });
     EXPECT_EQ(run(), command_line::failed);
     EXPECT_EQ(output, "");
@@ -368,7 +364,7 @@ TEST_F(RecordCommandTest, AnEncoderThatFailsForGoodBeforeItsFirstPictureIsAFailu
 TEST_F(RecordCommandTest, NoEncoderAtAllIsAFailureThatSaysWhy)
 {
     encoders->createStatus = -12903;
-    when([this] { return isCapturing(); }, [this] { deliverPicture(); });
+    when([this] { return isCapturing(); }, [this] { deliverPictures(); });
     EXPECT_EQ(run(), command_line::failed);
     EXPECT_EQ(output, "");
     EXPECT_EQ(errors, "Failed to start recording: The encoder cannot be started (Status: -12903).\n");
@@ -394,7 +390,7 @@ TEST_F(RecordCommandTest, AFileThatAppearsAfterItBeganToCaptureIsNotReplaced)
     when([this] { return isCapturing(); },
         [this] {
             std::ofstream{*command.output} << "mine";
-            deliverPicture();
+            deliverPictures();
         });
     EXPECT_EQ(run(), command_line::failed);
     EXPECT_EQ(output, "");

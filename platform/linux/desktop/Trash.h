@@ -1,4 +1,4 @@
-// Inside the Linux back end: the desktop's trash, as version 1.0 of freedesktop.org's Trash specification lays it out.
+// Inside the Linux back end: the desktop's trash, by the rules that file browsers follow (freedesktop.org, Trash 1.0).
 #pragma once
 
 #include "base/Result.h"
