@@ -1,5 +1,6 @@
 #include "app/RecordCommand.h"
 
+#include "app/MainThreadExecutor.h"
 #include "app/TerminationSignals.h"
 #include "platform/fake/FakeAssetWriter.h"
 #include "platform/fake/FakeCaptureStream.h"
@@ -31,17 +32,6 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 constexpr std::chrono::seconds patience{60};
-
-/// Runs work from the event loop of the command.
-class EventLoopExecutor final : public Executor {
-public:
-    void async(UniqueFunction<void()> work) override
-    {
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(), [shared = std::make_shared<UniqueFunction<void()>>(std::move(work))] { (*shared)(); },
-            Qt::QueuedConnection);
-    }
-};
 
 std::string contentOf(const std::filesystem::path& file)
 {
@@ -100,7 +90,7 @@ protected:
         timer.start(std::chrono::milliseconds{1});
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        const int status = runRecordCommand(command, services, std::make_shared<EventLoopExecutor>());
+        const int status = runRecordCommand(command, services, std::make_shared<MainThreadExecutor>());
         std::fflush(stdout);
         output = testing::internal::GetCapturedStdout();
         errors = testing::internal::GetCapturedStderr();
@@ -247,19 +237,27 @@ class FailingRecordCommandTest : public RecordCommandTest {
 protected:
     bool refuses(fake::FakeAssetWriter& writer, const SampleBuffer&) override
     {
-        if (++written == 1)
+        if (!isFull) {
+            ++written;
             return false;
+        }
         writer.currentStatus = platform::AssetWriter::Status::failed;
         writer.finishStatus = platform::AssetWriter::Status::failed;
         writer.currentError = posixError(ENOSPC, "clip.mp4");
         return true;
     }
+
+    std::atomic<bool> isFull = false;
 };
 
 TEST_F(FailingRecordCommandTest, AWriterThatFailsInTheMiddleEndsItEarlyWithWhatWasWritten)
 {
     recordSomething();
-    when([] { return true; }, [this] { writeKeyFrame(); });
+    when([] { return true; },
+        [this] {
+            isFull = true;
+            writeKeyFrame();
+        });
     EXPECT_EQ(run(), command_line::endedEarly);
     EXPECT_EQ(output, command.output->string() + "\n");
     EXPECT_EQ(errors, "The recording ended early: clip.mp4: No space left on device\n");
@@ -271,6 +269,7 @@ TEST_F(FailingRecordCommandTest, AWriterThatFailsWithNothingWrittenIsAFailure)
     when([] { return true; },
         [this] {
             writers->writers[0]->removesFileAtFinish = true;
+            isFull = true;
             writeKeyFrame();
         });
     EXPECT_EQ(run(), command_line::failed);
