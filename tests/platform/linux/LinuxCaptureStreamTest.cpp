@@ -122,6 +122,13 @@ protected:
         done.get_future().get();
     }
 
+    /// What waits in a queue holds the stream's delivery, and that holds the queue.
+    void TearDown() override
+    {
+        pictures->runAll();
+        sounds->runAll();
+    }
+
     bool capturesAudio = true;
     std::shared_ptr<SourceState> video = std::make_shared<SourceState>();
     std::shared_ptr<SourceState> audio = std::make_shared<SourceState>();
