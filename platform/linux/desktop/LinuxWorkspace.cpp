@@ -88,7 +88,7 @@ public:
         }
         if (session_.isConnected())
             motion_.emplace(
-                session_.name().toStdString(), [this] { tell(&platform::WorkspaceObserver::accessibilityDisplayOptionsDidChange); });
+                options_.sessionBusAddress, [this] { tell(&platform::WorkspaceObserver::accessibilityDisplayOptionsDidChange); });
     }
 
     [[nodiscard]] bool accessibilityDisplayShouldReduceMotion() const override { return motion_ && motion_->isReduced(); }

@@ -1,18 +1,13 @@
 #include "platform/linux/desktop/PortalFolderChooser.h"
 
-#include "platform/linux/desktop/DesktopPortal.h"
 #include "platform/linux/desktop/bus/BusInput.h"
+#include "platform/linux/portal_access/PortalRequest.h"
 
 #include <QByteArray>
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QObject>
-#include <QStringList>
 #include <QVariantMap>
 
 #include <utility>
@@ -22,41 +17,24 @@ namespace velmora::linux_backend {
 namespace {
 
 constexpr const char* fileChooser = "org.freedesktop.portal.FileChooser";
-constexpr const char* request = "org.freedesktop.portal.Request";
 constexpr uint folderVersion = 3;
 
-QDBusMessage methodCall(const QString& object, const char* interface, const char* method)
-{
-    return QDBusMessage::createMethodCall(QLatin1String{desktop_portal::service}, object, QLatin1String{interface}, QLatin1String{method});
-}
-
 /// One dialog, from the question whether there is a portal to the answer. Deletes itself.
-class FolderRequest final : public QObject {
-    Q_OBJECT
-
+class FolderDialog final : public QObject {
 public:
-    FolderRequest(QDBusConnection bus, platform::FolderPanel panel, platform::FolderChooser::Completion completion, QObject* parent)
+    FolderDialog(PortalConnection& portal, platform::FolderPanel panel, platform::FolderChooser::Completion completion, QObject* parent)
         : QObject(parent)
-        , bus_(std::move(bus))
+        , portal_(portal)
         , panel_(std::move(panel))
         , completion_(std::move(completion))
-        , watcher_(QLatin1String{desktop_portal::service}, bus_, QDBusServiceWatcher::WatchForUnregistration)
     {
-        connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish(folderDialogError("the portal has ended.")); });
-    }
-
-    /// A dialog that nobody waits for is closed.
-    ~FolderRequest() override
-    {
-        if (completion_ && !handle_.isEmpty())
-            bus_.send(methodCall(handle_, request, "Close"));
     }
 
     void begin(std::chrono::milliseconds patience)
     {
-        auto call = methodCall(QLatin1String{desktop_portal::path}, "org.freedesktop.DBus.Properties", "Get");
-        call.setArguments({QLatin1String{fileChooser}, QStringLiteral("version")});
-        auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(call, static_cast<int>(patience.count())), this};
+        const auto call =
+            portal::methodCall("org.freedesktop.DBus.Properties", "Get", {QLatin1String{fileChooser}, QStringLiteral("version")});
+        auto* asked = new QDBusPendingCallWatcher{portal_.call(call, static_cast<int>(patience.count())), this};
         connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked] {
             const QDBusPendingReply<QDBusVariant> reply = *asked;
             asked->deleteLater();
@@ -69,62 +47,39 @@ public:
         });
     }
 
-private slots:
-    void respond(uint response, const QVariantMap& results) { finish(folderAnswer(response, results)); }
-
 private:
     void open()
     {
-        static unsigned count = 0;
-        const auto token = QStringLiteral("velmora_%1").arg(++count);
-        const auto sender = bus_.baseService().mid(1).replace(u'.', u'_');
-        // The answer may come before the call returns, so it is listened for first.
-        listen(QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, token));
-        auto call = methodCall(QLatin1String{desktop_portal::path}, fileChooser, "OpenFile");
         const auto parent = panel_.parentWindow == 0 ? QString{} : QStringLiteral("x11:%1").arg(panel_.parentWindow, 0, 16);
         QByteArray directory = QByteArray::fromStdString(panel_.directory.native());
         directory.append('\0');
-        call.setArguments({parent, QString::fromStdString(panel_.title),
-            QVariantMap{
-                {QStringLiteral("handle_token"), token},
-                {QStringLiteral("accept_label"), QString::fromStdString(panel_.prompt)},
-                {QStringLiteral("modal"), true},
-                {QStringLiteral("multiple"), false},
-                {QStringLiteral("directory"), true},
-                {QStringLiteral("current_folder"), directory},
-            }});
-        auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(call), this};
-        connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked] {
-            const QDBusPendingReply<QDBusObjectPath> reply = *asked;
-            asked->deleteLater();
-            if (!reply.isValid())
-                finish(folderDialogError("the portal refuses to show it."));
-            else if (reply.value().path() != handle_)  // portals before 0.9 make up a name of their own
-                listen(reply.value().path());
-        });
-    }
-
-    void listen(const QString& handle)
-    {
-        handle_ = handle;
-        bus_.connect(QLatin1String{desktop_portal::service}, handle_, QLatin1String{request}, QStringLiteral("Response"), this,
-            SLOT(respond(uint, QVariantMap)));
+        const QVariantMap options{
+            {QStringLiteral("accept_label"), QString::fromStdString(panel_.prompt)},
+            {QStringLiteral("modal"), true},
+            {QStringLiteral("multiple"), false},
+            {QStringLiteral("directory"), true},
+            {QStringLiteral("current_folder"), directory},
+        };
+        PortalRequest::send(portal_, this, fileChooser, "OpenFile", {parent, QString::fromStdString(panel_.title)}, options,
+            [this](const Result<PortalResponse>& response) {
+                if (response)
+                    finish(folderAnswer(response->code, response->results));
+                else if (response.error().code == PortalRequest::portalEnded)
+                    finish(folderDialogError("the portal has ended."));
+                else
+                    finish(folderDialogError("the portal refuses to show it."));
+            });
     }
 
     void finish(Result<std::optional<std::filesystem::path>> folder)
     {
-        if (!completion_)
-            return;
         deleteLater();
-        auto completion = std::exchange(completion_, nullptr);
-        completion(std::move(folder));
+        completion_(std::move(folder));
     }
 
-    QDBusConnection bus_;
+    PortalConnection& portal_;
     const platform::FolderPanel panel_;
     platform::FolderChooser::Completion completion_;
-    QDBusServiceWatcher watcher_;
-    QString handle_;
 };
 
 class PortalFolderChooser final : public platform::FolderChooser {
@@ -133,17 +88,15 @@ public:
 
     void chooseFolder(const platform::FolderPanel& panel, Completion completion) override
     {
-        const auto bus = options_.busAddress.empty()
-            ? QDBusConnection::sessionBus()
-            : QDBusConnection::connectToBus(QString::fromStdString(options_.busAddress), QStringLiteral("velmora-folder-chooser"));
-        if (!bus.isConnected())
+        auto& portal = PortalConnection::of(options_.busAddress);
+        if (!portal.isConnected())
             return completion(folderDialogError("there is no session bus."));
-        (new FolderRequest{bus, panel, std::move(completion), &requests_})->begin(options_.patience);
+        (new FolderDialog{portal, panel, std::move(completion), &dialogs_})->begin(options_.patience);
     }
 
 private:
     const PortalFolderChooserOptions options_;
-    QObject requests_;  // the owner of those that wait
+    QObject dialogs_;  // the owner of those that wait
 };
 
 }  // namespace
@@ -154,5 +107,3 @@ std::shared_ptr<platform::FolderChooser> makePortalFolderChooser(PortalFolderCho
 }
 
 }  // namespace velmora::linux_backend
-
-#include "PortalFolderChooser.moc"

@@ -1,13 +1,11 @@
 #include "platform/linux/desktop/PortalMotion.h"
 
-#include "platform/linux/desktop/DesktopPortal.h"
 #include "platform/linux/desktop/bus/BusInput.h"
+#include "platform/linux/portal_access/PortalConnection.h"
 
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QObject>
 #include <QString>
@@ -27,7 +25,7 @@ class PortalMotion::Settings final : public QObject {
     Q_OBJECT
 
 public:
-    Settings(QDBusConnection bus, std::function<void()> changed);
+    Settings(PortalConnection& portal, std::function<void()> changed);
 
     [[nodiscard]] bool isReduced() const { return motion_.isReduced(); }
 
@@ -39,21 +37,17 @@ private:
     void ask(const char* group, const char* key);
     void take(const QString& group, const QString& key, const QVariant& value);
 
-    QDBusConnection bus_;
+    PortalConnection& portal_;
     const std::function<void()> changed_;
-    QDBusServiceWatcher portals_;
     DesktopMotion motion_;
 };
 
-PortalMotion::Settings::Settings(QDBusConnection bus, std::function<void()> changed)
-    : bus_(std::move(bus))
-    , changed_(std::move(changed))
-    , portals_(QLatin1String{desktop_portal::service}, bus_, QDBusServiceWatcher::WatchForRegistration)
+PortalMotion::Settings::Settings(PortalConnection& portal, std::function<void()> changed) : portal_(portal), changed_(std::move(changed))
 {
     // Listened to before it is asked: what changes in between is heard.
-    bus_.connect(QLatin1String{desktop_portal::service}, QLatin1String{desktop_portal::path}, QLatin1String{settings},
+    portal_.bus().connect(QLatin1String{portal::service}, QLatin1String{portal::path}, QLatin1String{settings},
         QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QDBusMessage)));
-    connect(&portals_, &QDBusServiceWatcher::serviceRegistered, this, [this] { ask(); });
+    connect(&portal_, &PortalConnection::appeared, this, [this] { ask(); });
     ask();
 }
 
@@ -74,11 +68,9 @@ void PortalMotion::Settings::ask()
 void PortalMotion::Settings::ask(const char* group, const char* key)
 {
     // Its successor ReadOne is not known to the portals of older desktops.
-    auto call = QDBusMessage::createMethodCall(
-        QLatin1String{desktop_portal::service}, QLatin1String{desktop_portal::path}, QLatin1String{settings}, QStringLiteral("Read"));
-    call.setArguments({QLatin1String{group}, QLatin1String{key}});
+    auto call = portal::methodCall(settings, "Read", {QLatin1String{group}, QLatin1String{key}});
     call.setAutoStartService(false);
-    auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(call), this};
+    auto* asked = new QDBusPendingCallWatcher{portal_.call(call), this};
     connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked, group, key] {
         const QDBusPendingReply<QDBusVariant> reply = *asked;
         asked->deleteLater();
@@ -95,8 +87,8 @@ void PortalMotion::Settings::take(const QString& group, const QString& key, cons
         changed_();
 }
 
-PortalMotion::PortalMotion(const std::string& connection, std::function<void()> changed)
-    : settings_(std::make_unique<Settings>(QDBusConnection{QString::fromStdString(connection)}, std::move(changed)))
+PortalMotion::PortalMotion(const std::string& busAddress, std::function<void()> changed)
+    : settings_(std::make_unique<Settings>(PortalConnection::of(busAddress), std::move(changed)))
 {
 }
 

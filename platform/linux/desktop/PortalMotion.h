@@ -12,8 +12,8 @@ namespace velmora::linux_backend {
 /// Main thread only, and waits for no answer.
 class PortalMotion {
 public:
-    /// `connection` is the name that Qt has for the session bus, which is connected; `changed` is called after each change of `isReduced`.
-    PortalMotion(const std::string& connection, std::function<void()> changed);
+    /// Of the session's bus, or of the one at `busAddress`; `changed` is called after each change of `isReduced`.
+    PortalMotion(const std::string& busAddress, std::function<void()> changed);
     ~PortalMotion();
     PortalMotion(const PortalMotion&) = delete;
     PortalMotion& operator=(const PortalMotion&) = delete;

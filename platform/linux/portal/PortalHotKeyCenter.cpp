@@ -1,6 +1,7 @@
 #include "platform/linux/portal/PortalHotKeyCenter.h"
 
-#include "platform/linux/portal/PortalRequest.h"
+#include "platform/linux/portal/PortalAnswer.h"
+#include "platform/linux/portal_access/PortalConnection.h"
 
 #include <QDBusArgument>
 #include <QDBusMetaType>
@@ -48,6 +49,7 @@ namespace {
 using platform::HotKeyCenter;
 using platform::HotKeyStatus;
 
+constexpr const char* globalShortcuts = "org.freedesktop.portal.GlobalShortcuts";
 constexpr int patience = 10'000;  // milliseconds, for answers that no user has to give
 // Some desktops keep what was bound by this name, so it never changes. Neither does that of the session, for the same reason.
 constexpr const char* shortcutName = "toggle-recording";
@@ -189,8 +191,6 @@ private slots:
     }
 
 private:
-    using Answer = Result<std::optional<QVariantMap>>;
-
     void ask(const Wish& wish)
     {
         close();
@@ -198,15 +198,14 @@ private:
         status_ = HotKeyCenter::pending;
         explanation_ = "The desktop is being asked for the shortcut.";
         conversation_ = std::make_unique<QObject>();
-        bus_ = portal::bus(busAddress_);
+        portal_ = &PortalConnection::of(busAddress_);
         const auto* conversation = conversation_.get();
-        if (!bus_.isConnected()) {
+        if (!portal_->isConnected()) {
             // Later, because the caller is about to be told that it is pending.
             return QTimer::singleShot(0, conversation, [this] { lack(); });
         }
         listen(&QDBusConnection::connect);
-        auto* asked =
-            new QDBusPendingCallWatcher{bus_.asyncCall(portal::propertiesCall(portal::globalShortcuts), patience), conversation_.get()};
+        auto* asked = new QDBusPendingCallWatcher{portal_->call(portal::propertiesCall(globalShortcuts), patience), conversation_.get()};
         connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked, conversation] {
             if (conversation != conversation_.get())
                 return;
@@ -214,9 +213,7 @@ private:
             asked->deleteLater();
             if (!reply.isValid())
                 return lack();
-            auto* watcher = new QDBusServiceWatcher{
-                QLatin1String{portal::service}, bus_, QDBusServiceWatcher::WatchForUnregistration, conversation_.get()};
-            connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, &Implementation::wasClosed);
+            connect(portal_, &PortalConnection::ended, conversation_.get(), [this] { wasClosed(); });
             createSession();
         });
     }
@@ -227,10 +224,11 @@ private:
     {
         const QString service = QLatin1String{portal::service};
         const QString path = QLatin1String{portal::path};
-        const QString interface = QLatin1String{portal::globalShortcuts};
-        (bus_.*connectOrDisconnect)(
+        const QString interface = QLatin1String{globalShortcuts};
+        (portal_->bus().*connectOrDisconnect)(
             service, path, interface, QStringLiteral("Activated"), this, SLOT(wasActivated(QDBusObjectPath, QString)));
-        (bus_.*connectOrDisconnect)(service, path, interface, QStringLiteral("ShortcutsChanged"), this, SLOT(wereChanged(QDBusMessage)));
+        (portal_->bus().*connectOrDisconnect)(
+            service, path, interface, QStringLiteral("ShortcutsChanged"), this, SLOT(wereChanged(QDBusMessage)));
     }
 
     void createSession()
@@ -242,7 +240,7 @@ private:
             handle_ = results.value(QStringLiteral("session_handle")).toString();
             if (handle_.isEmpty())
                 return decide(hot_key_status::portalRefused, "The desktop refuses the shortcut. " + advice_);
-            bus_.connect(
+            portal_->bus().connect(
                 QLatin1String{portal::service}, handle_, QLatin1String{portal::session}, QStringLiteral("Closed"), this, SLOT(wasClosed()));
             const QVariantList arguments{QVariant::fromValue(QDBusObjectPath{handle_}), QVariant::fromValue(wanted()), QString{}};
             request("BindShortcuts", arguments, {}, [this](const QVariantMap& bound) { learn(bound.value(QStringLiteral("shortcuts"))); });
@@ -261,10 +259,11 @@ private:
     void request(
         const char* method, const QVariantList& arguments, const QVariantMap& options, UniqueFunction<void(const QVariantMap&)> next)
     {
-        PortalRequest::send(bus_, conversation_.get(), portal::globalShortcuts, method, arguments, options,
-            [this, conversation = conversation_.get(), next = std::move(next)](Answer answer) mutable {
+        PortalRequest::send(*portal_, conversation_.get(), globalShortcuts, method, arguments, options,
+            [this, conversation = conversation_.get(), next = std::move(next)](Result<PortalResponse> response) mutable {
                 if (conversation != conversation_.get())
                     return;
+                const auto answer = answerOf(std::move(response));
                 if (!answer)
                     decide(hot_key_status::portalRefused, answer.error().localizedDescription + " " + advice_);
                 else if (!*answer)
@@ -309,9 +308,9 @@ private:
         }
         if (handle_.isEmpty())
             return;
-        bus_.disconnect(
+        portal_->bus().disconnect(
             QLatin1String{portal::service}, handle_, QLatin1String{portal::session}, QStringLiteral("Closed"), this, SLOT(wasClosed()));
-        bus_.send(QDBusMessage::createMethodCall(
+        portal_->bus().send(QDBusMessage::createMethodCall(
             QLatin1String{portal::service}, std::exchange(handle_, {}), QLatin1String{portal::session}, QStringLiteral("Close")));
     }
 
@@ -325,7 +324,7 @@ private:
 
     const std::string busAddress_;
     const std::string advice_;
-    QDBusConnection bus_{QString{}};
+    PortalConnection* portal_ = nullptr;  // from the first question on
     std::optional<Wish> wish_;
     HotKeyStatus status_ = HotKeyCenter::pending;
     bool isTold_ = false;

@@ -1,7 +1,8 @@
 #include "platform/linux/portal/ScreenCastSession.h"
 
 #include "platform/linux/portal/Errors.h"
-#include "platform/linux/portal/PortalRequest.h"
+#include "platform/linux/portal/PortalAnswer.h"
+#include "platform/linux/portal_access/PortalConnection.h"
 
 #include <QDBusArgument>
 #include <QDBusMessage>
@@ -19,6 +20,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
+constexpr const char* screenCast = "org.freedesktop.portal.ScreenCast";
 constexpr uint windows = 2;
 constexpr uint embeddedCursor = 2;
 constexpr uint untilRevoked = 2;
@@ -65,8 +67,9 @@ class ScreenCastSession::Implementation final : public QObject {
     Q_OBJECT
 
 public:
-    Implementation(QDBusConnection bus, std::string restoreToken, Opened opened, Closed closed)
-        : bus_(std::move(bus))
+    Implementation(PortalConnection& portal, std::string restoreToken, Opened opened, Closed closed)
+        : portal_(portal)
+        , bus_(portal.bus())
         , restoreToken_(std::move(restoreToken))
         , opened_(std::move(opened))
         , closed_(std::move(closed))
@@ -97,15 +100,13 @@ private slots:
     }
 
 private:
-    using Answer = Result<std::optional<QVariantMap>>;
-
     void begin()
     {
         if (!opened_)
             return;
         if (!bus_.isConnected())
             return fail(PortalErrorCode::unavailable, "There is no session bus.");
-        auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(portal::propertiesCall(portal::screenCast), patience), this};
+        auto* asked = new QDBusPendingCallWatcher{portal_.call(portal::propertiesCall(screenCast), patience), this};
         connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked] {
             asked->deleteLater();
             auto found = abilities(*asked);
@@ -156,10 +157,9 @@ private:
 
     void openRemote()
     {
-        auto call = QDBusMessage::createMethodCall(QLatin1String{portal::service}, QLatin1String{portal::path},
-            QLatin1String{portal::screenCast}, QStringLiteral("OpenPipeWireRemote"));
-        call.setArguments({QVariant::fromValue(QDBusObjectPath{handle_}), QVariantMap{}});
-        auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(call, patience), this};
+        const auto call =
+            portal::methodCall(screenCast, "OpenPipeWireRemote", {QVariant::fromValue(QDBusObjectPath{handle_}), QVariantMap{}});
+        auto* asked = new QDBusPendingCallWatcher{portal_.call(call, patience), this};
         connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked] {
             const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *asked;
             asked->deleteLater();
@@ -176,7 +176,8 @@ private:
     void ask(const char* method, const QVariantList& arguments, const QVariantMap& options, UniqueFunction<void(const QVariantMap&)> next)
     {
         PortalRequest::send(
-            bus_, this, portal::screenCast, method, arguments, options, [this, next = std::move(next)](Answer answer) mutable {
+            portal_, this, screenCast, method, arguments, options, [this, next = std::move(next)](Result<PortalResponse> response) mutable {
+                auto answer = answerOf(std::move(response));
                 if (!answer)
                     finish(velmora::fail(std::move(answer.error())));
                 else if (!*answer)
@@ -194,6 +195,7 @@ private:
             opened(std::move(result));
     }
 
+    PortalConnection& portal_;
     QDBusConnection bus_;
     const std::string restoreToken_;
     Opened opened_;
@@ -205,7 +207,7 @@ private:
 
 ScreenCastSession::ScreenCastSession(const std::string& busAddress, std::string restoreToken, Opened opened, Closed closed)
     : implementation_(
-        std::make_unique<Implementation>(portal::bus(busAddress), std::move(restoreToken), std::move(opened), std::move(closed)))
+        std::make_unique<Implementation>(PortalConnection::of(busAddress), std::move(restoreToken), std::move(opened), std::move(closed)))
 {
 }
 
@@ -218,10 +220,10 @@ ScreenCastSession::~ScreenCastSession()
 void askWhetherWindowsCanBeShared(const std::string& busAddress, UniqueFunction<void(Result<void>)> completion)
 {
     const auto shared = std::make_shared<UniqueFunction<void(Result<void>)>>(std::move(completion));
-    const auto bus = portal::bus(busAddress);
-    if (!bus.isConnected())
+    auto& portal = PortalConnection::of(busAddress);
+    if (!portal.isConnected())
         return QTimer::singleShot(0, [shared] { (*shared)(failPortal(PortalErrorCode::unavailable, "There is no session bus.")); });
-    auto* asked = new QDBusPendingCallWatcher{bus.asyncCall(portal::propertiesCall(portal::screenCast), patience)};
+    auto* asked = new QDBusPendingCallWatcher{portal.call(portal::propertiesCall(screenCast), patience)};
     QObject::connect(asked, &QDBusPendingCallWatcher::finished, asked, [asked, shared] {
         asked->deleteLater();
         auto found = abilities(*asked);

@@ -77,8 +77,6 @@ private:
 
 class PortalFolderChooserTest : public testing::Test {
 protected:
-    ~PortalFolderChooserTest() override { QDBusConnection::disconnectFromBus(QStringLiteral("velmora-folder-chooser")); }
-
     void startPortal(uint version = 3) { portal = std::make_unique<ScriptedPortal>(bus.connect("portal"), version); }
 
     void ask(std::uint64_t parentWindow = 0)
@@ -238,13 +236,12 @@ TEST_F(PortalFolderChooserTest, NobodyIsToldAfterTheChooserIsGone)
     EXPECT_EQ(completions, 0);
 }
 
-TEST(PortalFolderChooser, WithoutABusThereIsAnErrorAtOnce)
+TEST_F(PortalFolderChooserTest, WithoutABusThereIsAnErrorAtOnce)
 {
     bool failed = false;
-    const auto chooser = makePortalFolderChooser({.busAddress = "unix:path=/nonexistent/bus"});
+    chooser = makePortalFolderChooser({.busAddress = "unix:path=/nonexistent/bus"});
     chooser->chooseFolder({}, [&](const Answer& folder) { failed = !folder.has_value(); });
     EXPECT_TRUE(failed);
-    QDBusConnection::disconnectFromBus(QStringLiteral("velmora-folder-chooser"));
 }
 
 }  // namespace

@@ -26,11 +26,7 @@ protected:
         center->observeDecisions([this] { ++decisions; });
     }
 
-    ~PortalHotKeyCenterTest() override
-    {
-        center.reset();
-        QDBusConnection::disconnectFromBus(QStringLiteral("velmora-portal"));
-    }
+    ~PortalHotKeyCenterTest() override { center.reset(); }
 
     void startPortal(bool hasShortcuts = true) { portal = std::make_unique<TestPortal>(bus, 3, hasShortcuts ? &shortcuts : nullptr); }
 

@@ -50,7 +50,6 @@ protected:
         // What was to be released on this thread.
         QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QDBusConnection::disconnectFromBus(QStringLiteral("velmora-portal"));
     }
 
     std::shared_ptr<PortalShareableContent> makeContent(
@@ -487,7 +486,6 @@ TEST(PortalScreenCaptureAccess, WithoutABusThereIsNoneWhichIsToldOnce)
     // What the observer has asked is answered, too, and changes nothing.
     QCoreApplication::processEvents();
     EXPECT_EQ(changes, 1);
-    QDBusConnection::disconnectFromBus(QStringLiteral("velmora-portal"));
 }
 
 }  // namespace

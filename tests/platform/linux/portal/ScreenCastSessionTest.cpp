@@ -16,11 +16,7 @@ using test::PrivateBus;
 
 class ScreenCastSessionTest : public testing::Test {
 protected:
-    ~ScreenCastSessionTest() override
-    {
-        session.reset();
-        QDBusConnection::disconnectFromBus(QStringLiteral("velmora-portal"));
-    }
+    ~ScreenCastSessionTest() override { session.reset(); }
 
     void startPortal(uint sourceTypes = 3) { portal = std::make_unique<TestPortal>(bus, sourceTypes); }
 

@@ -1,0 +1,116 @@
+#include "platform/linux/portal_access/PortalConnection.h"
+
+#include <QCoreApplication>
+#include <QDBusPendingCallWatcher>
+#include <QVariantMap>
+
+namespace velmora::linux_backend {
+
+namespace {
+
+// As the desktop file is named.
+constexpr const char* applicationID = "com.velmora.Velmora";
+constexpr const char* registry = "org.freedesktop.host.portal.Registry";
+
+QDBusConnection busAt(const std::string& address)
+{
+    if (address.empty())
+        return QDBusConnection::sessionBus();
+    const auto text = QString::fromStdString(address);
+    return QDBusConnection::connectToBus(text, QStringLiteral("velmora-portal ") + text);
+}
+
+}  // namespace
+
+namespace portal {
+
+QDBusMessage methodCall(const char* interface, const char* method, const QVariantList& arguments)
+{
+    auto call =
+        QDBusMessage::createMethodCall(QLatin1String{service}, QLatin1String{path}, QLatin1String{interface}, QLatin1String{method});
+    call.setArguments(arguments);
+    return call;
+}
+
+QDBusMessage propertiesCall(const char* interface)
+{
+    return methodCall("org.freedesktop.DBus.Properties", "GetAll", {QLatin1String{interface}});
+}
+
+QString makeToken()
+{
+    static unsigned count = 0;
+    return QStringLiteral("velmora_%1").arg(++count);
+}
+
+}  // namespace portal
+
+PortalConnection& PortalConnection::of(const std::string& address)
+{
+    auto* application = QCoreApplication::instance();
+    const auto name = QStringLiteral("portal at ") + QString::fromStdString(address);
+    if (auto* known = application->findChild<PortalConnection*>(name, Qt::FindDirectChildrenOnly))
+        return *known;
+    auto* made = new PortalConnection{application, address};
+    made->setObjectName(name);
+    return *made;
+}
+
+PortalConnection::PortalConnection(QObject* application, const std::string& address)
+    : QObject(application)
+    , bus_(busAt(address))
+    , isPrivate_(!address.empty())
+    , watcher_(QLatin1String{portal::service}, bus_, QDBusServiceWatcher::WatchForOwnerChange)
+{
+    connect(&watcher_, &QDBusServiceWatcher::serviceOwnerChanged, this,
+        [this](const QString&, const QString& before, const QString& now) { ownerChanged(before, now); });
+}
+
+PortalConnection::~PortalConnection()
+{
+    if (isPrivate_)
+        QDBusConnection::disconnectFromBus(bus_.name());
+}
+
+QDBusPendingCall PortalConnection::call(const QDBusMessage& message, int milliseconds)
+{
+    // Where it was asked of a portal that may not be there, whoever starts one has to ask again.
+    const bool mayBeLost = introduction_ == Introduction::asked && message.autoStartService() && !introductionStartsPortal_;
+    if (introduction_ == Introduction::none || mayBeLost)
+        introduce(message.autoStartService());
+    return bus_.asyncCall(message, milliseconds);
+}
+
+void PortalConnection::introduce(bool startsPortal)
+{
+    introduction_ = Introduction::asked;
+    introductionStartsPortal_ = startsPortal;
+    auto message = portal::methodCall(registry, "Register", {QLatin1String{applicationID}, QVariantMap{}});
+    message.setAutoStartService(startsPortal);
+    // Nothing waits for the answer: calls arrive in their order, also at a portal that is being started.
+    auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(message), this};
+    connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked, number = ++introductions_] {
+        asked->deleteLater();
+        if (number != introductions_)
+            return;
+        // A refusal of the portal's own is an answer; the bus says that there is none.
+        const bool isHeard = asked->reply().service().startsWith(u':');
+        introduction_ = isHeard ? Introduction::made : Introduction::none;
+    });
+}
+
+void PortalConnection::ownerChanged(const QString& before, const QString& now)
+{
+    // The one that appears where there was none is the one that the introduction started, if it was to start any.
+    const bool isAwaited = before.isEmpty() && introduction_ != Introduction::none && introductionStartsPortal_;
+    if (!isAwaited) {
+        ++introductions_;
+        introduction_ = Introduction::none;
+    }
+    if (!before.isEmpty())
+        emit ended();
+    if (!now.isEmpty())
+        emit appeared();
+}
+
+}  // namespace velmora::linux_backend
