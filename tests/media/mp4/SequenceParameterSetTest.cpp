@@ -153,22 +153,33 @@ TEST(SequenceParameterSet, TellsHowLongAPictureLastsBehindAnythingThatMayStandBe
     const auto after = [](const Bits& picturesOrder, const Bits& picturesSize, const Bits& look) {
         return joined({head(77), picturesOrder, picturesSize, looks(look), timing()});
     };
-    expectTold("with counted order", after(Bits{}.exponential(3).exponential(0).exponential(5).exponential(4).number(1, 0), size(), plainLook()));
+    expectTold(
+        "with counted order", after(Bits{}.exponential(3).exponential(0).exponential(5).exponential(4).number(1, 0), size(), plainLook()));
     expectTold("with an order that repeats",
         after(joined({Bits{}.exponential(3).exponential(1).number(1, 0).difference(-2).difference(3).exponential(2), Bits{}.difference(7),
                   Bits{}.difference(-7), Bits{}.exponential(4).number(1, 0)}),
             size(), plainLook()));
-    expectTold("of fields too", after(order(), Bits{}.exponential(39).exponential(14).number(1, 0).number(1, 1).number(1, 1).number(1, 0), plainLook()));
+    expectTold("of fields too",
+        after(order(), Bits{}.exponential(39).exponential(14).number(1, 0).number(1, 1).number(1, 1).number(1, 0), plainLook()));
     expectTold("cropped",
         after(order(),
-            Bits{}.exponential(39).exponential(29).number(1, 1).number(1, 1).number(1, 1).exponential(0).exponential(3).exponential(1).exponential(
-                2),
+            Bits{}
+                .exponential(39)
+                .exponential(29)
+                .number(1, 1)
+                .number(1, 1)
+                .number(1, 1)
+                .exponential(0)
+                .exponential(3)
+                .exponential(1)
+                .exponential(2),
             plainLook()));
     expectTold("with a shape that has a name", after(order(), size(), Bits{}.number(1, 1).number(8, 254).number(3, 0)));
     expectTold("with a shape of its own", after(order(), size(), Bits{}.number(1, 1).number(8, 255).number(32, 0x00040003).number(3, 0)));
     expectTold("with overscan", after(order(), size(), Bits{}.number(1, 0).number(2, 3).number(2, 0)));
     expectTold("with its signal", after(order(), size(), Bits{}.number(2, 0).number(1, 1).number(4, 10).number(1, 0).number(1, 0)));
-    expectTold("with its colours", after(order(), size(), Bits{}.number(2, 0).number(1, 1).number(4, 10).number(1, 1).number(24, 0x010101).number(1, 0)));
+    expectTold("with its colours",
+        after(order(), size(), Bits{}.number(2, 0).number(1, 1).number(4, 10).number(1, 1).number(24, 0x010101).number(1, 0)));
     expectTold("with the place of chroma", after(order(), size(), Bits{}.number(3, 0).number(1, 1).exponential(2).exponential(5)));
 }
 
