@@ -82,6 +82,8 @@ void AppDelegate::observeRecordings()
         if (const auto running = coordinator.lock())
             running->stopRecording();
     };
+    observer->onFileWasMoved = [notifications = services_.notificationController](
+                                   const std::filesystem::path& place) { notifications->showClipMoved(place); };
     observer->onChange = [self = weak_from_this()] {
         if (const auto delegate = self.lock())
             delegate->updateNotice();

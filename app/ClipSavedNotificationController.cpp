@@ -37,19 +37,31 @@ ClipSavedNotificationController::ClipSavedNotificationController(Private, Servic
 void ClipSavedNotificationController::showClipSaved(const std::filesystem::path& clip, double duration, bool isFullDuration)
 {
     auto title = titleText(duration, isFullDuration);
+    post(title, clip.filename().string() + " has been saved to your library.", clip);
+    services_.mainExecutor->async([self = weak_from_this(), clip, title = std::move(title)] {
+        if (const auto controller = self.lock())
+            controller->presentHUD(clip, title);
+    });
+}
+
+void ClipSavedNotificationController::showClipMoved(const std::filesystem::path& place)
+{
+    post("Clip Moved",
+        place.filename().string() + " was moved while it was being recorded. It lies whole in " + place.parent_path().string() + ".",
+        place);
+}
+
+void ClipSavedNotificationController::post(std::string title, std::string body, const std::filesystem::path& clip)
+{
     services_.notificationCenter->add({QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString(),
         {
-            .title = title,
-            .body = clip.filename().string() + " has been saved to your library.",
+            .title = std::move(title),
+            .body = std::move(body),
             .playsDefaultSound = true,
             .categoryIdentifier = categoryIdentifier,
             .userInfo = {{clipURLKey, clip.string()}},
             .leastTimeOnScreen = notificationTime,
         }});
-    services_.mainExecutor->async([self = weak_from_this(), clip, title = std::move(title)] {
-        if (const auto controller = self.lock())
-            controller->presentHUD(clip, title);
-    });
 }
 
 void ClipSavedNotificationController::presentHUD(const std::filesystem::path& clip, const std::string& title)

@@ -1,4 +1,4 @@
-// Tells the user that a clip was saved: a notification, and a panel for a few seconds.
+// Tells the user that a clip was saved, a notification and a panel for a few seconds, or that it lies elsewhere.
 #pragma once
 
 #include "app/WindowPresenting.h"
@@ -71,6 +71,9 @@ public:
     /// Any thread. `duration` in seconds; zero and less mean that it is not known.
     void showClipSaved(const std::filesystem::path& clip, double duration, bool isFullDuration);
 
+    /// Of a recording whose file was moved meanwhile: a notification of where it lies whole, with the same actions. Any thread.
+    void showClipMoved(const std::filesystem::path& place);
+
     void presentHUD(const std::filesystem::path& clip, const std::string& title);
     void dismissHUD();
 
@@ -79,6 +82,8 @@ public:
     void didReceive(const platform::NotificationResponse& response, UniqueFunction<void()> completion) override;
 
 private:
+    void post(std::string title, std::string body, const std::filesystem::path& clip);
+
     const Services services_;
     std::unique_ptr<HudPanel> hudWindow_;
     std::unique_ptr<platform::Timer> dismissTimer_;

@@ -28,6 +28,7 @@ public:
     void cancelWriting() override { inner_->cancelWriting(); }
     [[nodiscard]] Status status() const override { return inner_->status(); }
     [[nodiscard]] std::optional<Error> error() const override { return inner_->error(); }
+    [[nodiscard]] std::optional<std::filesystem::path> placeOfMovedFile() const override { return inner_->placeOfMovedFile(); }
 
 protected:
     [[nodiscard]] const std::shared_ptr<platform::AssetWriter>& inner() const { return inner_; }

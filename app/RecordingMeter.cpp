@@ -139,7 +139,11 @@ public:
     void finishWriting(UniqueFunction<void()> completion) override
     {
         meter_->report(video_ && video_->hasSamples() ? Event::fileEnds : Event::fileEndsEmpty, {}, file_);
-        ForwardingAssetWriter::finishWriting(std::move(completion));
+        ForwardingAssetWriter::finishWriting([meter = meter_, file = file_, inner = inner(), completion = std::move(completion)]() mutable {
+            if (const auto place = inner->placeOfMovedFile())
+                meter->report(Event::fileWasMoved, place->native(), file);
+            completion();
+        });
     }
 
     void cancelWriting() override

@@ -27,10 +27,11 @@ struct RecordingReport {
         fileFailed,  ///< it takes nothing more
         fileEndsEmpty,  ///< it is finished without a picture
         fileEnds,
+        fileWasMoved,  ///< it is whole, but not where it was begun
     };
 
     Event event;
-    std::string reason = {};  ///< for people, where there is one
+    std::string reason = {};  ///< for people, where there is one; of a file that was moved, the path where it lies
     std::uint64_t file = 0;  ///< which of the files: 1 is the first
 };
 

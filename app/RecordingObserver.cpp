@@ -84,6 +84,10 @@ void RecordingObserver::handle(const RecordingReport& report)
     case Event::fileEnds:
         fileIsOpen_ = fileIsOpen_ && report.file != file_;
         break;
+    case Event::fileWasMoved:
+        if (onFileWasMoved)
+            onFileWasMoved(report.reason);
+        break;
     }
     if (onChange && notice() != before)
         onChange();

@@ -6,6 +6,7 @@
 #include "platform/PlatformServices.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -31,6 +32,9 @@ public:
     /// Nothing more can be written into the file that is recorded, if any; more than once for one recording where there is more than one
     /// reason. What was written is to be saved.
     std::function<void(const std::string& reason)> onNothingMoreCanBeWritten;
+
+    /// A file was moved while it was recorded, which is a failure to whoever saves it: this is where it lies whole.
+    std::function<void(const std::filesystem::path& place)> onFileWasMoved;
 
     /// The notice has changed.
     std::function<void()> onChange;

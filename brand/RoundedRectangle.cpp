@@ -50,15 +50,43 @@ private:
 
 }  // namespace
 
-RoundedRectangle::RoundedRectangle()
+RoundedSurface::RoundedSurface()
 {
     setFlag(ItemHasContents);
-    connect(this, &RoundedRectangle::lookChanged, this, &QQuickItem::update);
+    connect(this, &RoundedSurface::lookChanged, this, &RoundedSurface::repaint);
 }
 
-QSGNode* RoundedRectangle::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*data*/)
+void RoundedSurface::repaint()
 {
+    isStale_ = true;
+    update();
+}
+
+QSGNode* RoundedSurface::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*data*/)
+{
+    if (old && !isStale_)
+        return old;
     delete old;
+    isStale_ = false;
+    return paintedNode();
+}
+
+void RoundedSurface::itemChange(ItemChange change, const ItemChangeData& data)
+{
+    if (change == ItemDevicePixelRatioHasChanged || change == ItemSceneChange)
+        repaint();
+    QQuickItem::itemChange(change, data);
+}
+
+void RoundedSurface::geometryChange(const QRectF& geometry, const QRectF& oldGeometry)
+{
+    if (geometry.size() != oldGeometry.size())
+        repaint();
+    QQuickItem::geometryChange(geometry, oldGeometry);
+}
+
+QSGNode* RoundedRectangle::paintedNode()
+{
     const double scale = window()->effectiveDevicePixelRatio();
     const int pixelWidth = qRound(width() * scale);
     const int pixelHeight = qRound(height() * scale);
@@ -97,37 +125,8 @@ QSGNode* RoundedRectangle::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*
     return node.release();
 }
 
-void RoundedRectangle::itemChange(ItemChange change, const ItemChangeData& data)
+QSGNode* RoundedShadow::paintedNode()
 {
-    if (change == ItemDevicePixelRatioHasChanged || change == ItemSceneChange)
-        update();
-    QQuickItem::itemChange(change, data);
-}
-
-void RoundedRectangle::geometryChange(const QRectF& geometry, const QRectF& oldGeometry)
-{
-    if (geometry.size() != oldGeometry.size())
-        update();
-    QQuickItem::geometryChange(geometry, oldGeometry);
-}
-
-RoundedShadow::RoundedShadow()
-{
-    setFlag(ItemHasContents);
-    connect(this, &RoundedShadow::lookChanged, this, &RoundedShadow::changed);
-}
-
-void RoundedShadow::changed()
-{
-    isStale_ = true;
-    update();
-}
-
-QSGNode* RoundedShadow::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*data*/)
-{
-    if (old && !isStale_)
-        return old;
-    delete old;
     if (margin_ <= 0 || width() <= 0 || height() <= 0)
         return nullptr;
     const double scale = window()->effectiveDevicePixelRatio();
@@ -136,22 +135,7 @@ QSGNode* RoundedShadow::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*dat
     node->setTexture(window()->createTextureFromImage(image));
     node->setOwnsTexture(true);
     node->setRect({{-margin_, -margin_}, QSizeF{image.size()} / scale});
-    isStale_ = false;
     return node;
-}
-
-void RoundedShadow::itemChange(ItemChange change, const ItemChangeData& data)
-{
-    if (change == ItemDevicePixelRatioHasChanged || change == ItemSceneChange)
-        changed();
-    QQuickItem::itemChange(change, data);
-}
-
-void RoundedShadow::geometryChange(const QRectF& geometry, const QRectF& oldGeometry)
-{
-    if (geometry.size() != oldGeometry.size())
-        changed();
-    QQuickItem::geometryChange(geometry, oldGeometry);
 }
 
 }  // namespace velmora

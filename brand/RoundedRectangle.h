@@ -7,9 +7,33 @@
 
 namespace velmora {
 
+/// What both have in common: painted when the look, the size or the screen's scale has changed, else kept.
+class RoundedSurface : public QQuickItem {
+    Q_OBJECT
+    QML_ANONYMOUS
+
+signals:
+    void lookChanged();
+
+protected:
+    RoundedSurface();
+
+    /// None where there is nothing to be seen. As updatePaintNode().
+    [[nodiscard]] virtual QSGNode* paintedNode() = 0;
+
+    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) final;
+    void itemChange(ItemChange change, const ItemChangeData& data) final;
+    void geometryChange(const QRectF& geometry, const QRectF& oldGeometry) final;
+
+private:
+    void repaint();
+
+    bool isStale_ = true;
+};
+
 /// As Qt's Rectangle, whose corners are drawn apart from its edges when the screen's scale is not whole. Corners are as round as the item has
 /// room for; a border lies inside and is at least one of the screen's pixels wide.
-class RoundedRectangle : public QQuickItem {
+class RoundedRectangle : public RoundedSurface {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(QColor color MEMBER color_ NOTIFY lookChanged)
@@ -17,16 +41,8 @@ class RoundedRectangle : public QQuickItem {
     Q_PROPERTY(double borderWidth MEMBER borderWidth_ NOTIFY lookChanged)
     Q_PROPERTY(QColor borderColor MEMBER borderColor_ NOTIFY lookChanged)
 
-public:
-    RoundedRectangle();
-
-signals:
-    void lookChanged();
-
 protected:
-    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
-    void itemChange(ItemChange change, const ItemChangeData& data) override;
-    void geometryChange(const QRectF& geometry, const QRectF& oldGeometry) override;
+    [[nodiscard]] QSGNode* paintedNode() override;
 
 private:
     QColor color_ = Qt::transparent;
@@ -36,29 +52,18 @@ private:
 };
 
 /// The shadow that a rounded rectangle of the item's size and `radius` throws, `margin` points beyond the item at most.
-class RoundedShadow : public QQuickItem {
+class RoundedShadow : public RoundedSurface {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(double radius MEMBER radius_ NOTIFY lookChanged)
     Q_PROPERTY(double margin MEMBER margin_ NOTIFY lookChanged)
 
-public:
-    RoundedShadow();
-
-signals:
-    void lookChanged();
-
 protected:
-    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
-    void itemChange(ItemChange change, const ItemChangeData& data) override;
-    void geometryChange(const QRectF& geometry, const QRectF& oldGeometry) override;
+    [[nodiscard]] QSGNode* paintedNode() override;
 
 private:
-    void changed();
-
     double radius_ = 0;
     double margin_ = 0;
-    bool isStale_ = true;
 };
 
 }  // namespace velmora

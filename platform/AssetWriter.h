@@ -70,6 +70,9 @@ public:
     /// Safe on any thread once a completion has been called; else on the writer's queue.
     [[nodiscard]] virtual Status status() const = 0;
     [[nodiscard]] virtual std::optional<Error> error() const = 0;
+
+    /// Where the whole file lies of a writer that failed because its file was moved meanwhile; none otherwise. As status().
+    [[nodiscard]] virtual std::optional<std::filesystem::path> placeOfMovedFile() const = 0;
 };
 
 class AssetWriterFactory {

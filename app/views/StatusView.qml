@@ -101,14 +101,11 @@ Rectangle {
                         height: 24
                         anchors.verticalCenter: parent.verticalCenter
                     }
-                    ListRow {
+                    MenuRow {
                         anchors.fill: parent
                         visible: entry.isActionable
                         focus: true
-                        focusPolicy: Qt.StrongFocus
-                        showsFocus: activeFocus
                         text: Theme.oneLine(entry.title)
-                        Accessible.role: Accessible.MenuItem
                         Accessible.description: entry.shortcut
                         Keys.onReturnPressed: event => event.isAutoRepeat || root.model.trigger(entry.index)
                         Keys.onEnterPressed: event => event.isAutoRepeat || root.model.trigger(entry.index)

@@ -28,21 +28,10 @@ T.ItemDelegate {
     Accessible.selected: highlighted
     Accessible.onPressAction: row.enabled && row.clicked()
 
-    background: RoundedRectangle {
-        readonly property color surfaceColor: row.highlighted ? Theme.selection : "transparent"
-
-        radius: Theme.controlRadius
-        color: row.down ? Theme.pressed(surfaceColor) : row.hovered ? Theme.hovered(surfaceColor) : surfaceColor
-        borderWidth: row.highlighted ? 1 : 0
-        borderColor: Theme.selectionBorder
-
-        RoundedRectangle {
-            anchors.fill: parent
-            visible: row.showsFocus
-            radius: parent.radius
-            color: "transparent"
-            borderWidth: 2
-            borderColor: Theme.focusRing
-        }
+    background: RowSurface {
+        highlighted: row.highlighted
+        down: row.down
+        hovered: row.hovered
+        showsFocus: row.showsFocus
     }
 }

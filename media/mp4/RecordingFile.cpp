@@ -195,6 +195,8 @@ Result<bool> RecordingFile::finish(const std::vector<TrackEnd>& ends)
         error_ = posixError(ENOENT, "The recording's file");
         error_->localizedDescription = place ? "The file was moved while it was being recorded. The whole clip is " + place->native() + "."
                                              : "The file was deleted while it was being recorded.";
+        if (place)
+            error_->underlying = std::make_shared<const Error>(makeError(ErrorCode::moved, place->native()));
         return fail(*error_);
     }
     return finished;

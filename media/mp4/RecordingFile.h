@@ -60,7 +60,7 @@ public:
     Result<void> write(const RecordedFragment& fragment);
 
     /// Makes the file whole. False when nothing was recorded; the file is removed then. Fails when the file is no longer where it was
-    /// created: the error names the place where it lies whole now. `ends` belongs to the tracks by index.
+    /// created: the error names the place where it lies whole now (placeOfMovedFile). `ends` belongs to the tracks by index.
     Result<bool> finish(const std::vector<TrackEnd>& ends);
 
 private:

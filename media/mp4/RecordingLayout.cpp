@@ -81,6 +81,14 @@ Error makeError(ErrorCode code, std::string description)
     return Error{std::string{errorDomain}, static_cast<int>(code), std::move(description), nullptr};
 }
 
+std::optional<std::filesystem::path> placeOfMovedFile(const Error& error)
+{
+    const auto* place = error.underlying.get();
+    if (!place || place->domain != errorDomain || place->code != static_cast<int>(ErrorCode::moved))
+        return std::nullopt;
+    return place->localizedDescription;
+}
+
 tl::unexpected<Error> damagedFile(const char* what)
 {
     return fail(makeError(ErrorCode::damaged, std::string{"The file is damaged: "} + what + "."));

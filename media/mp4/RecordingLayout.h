@@ -17,6 +17,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -34,12 +36,16 @@ enum class ErrorCode : int {
     tooLarge = 6,  ///< more samples or bytes than this system handles
     invalidRange = 7,  ///< a part of a movie that it does not have
     unsupported = 8,  ///< a kind of movie that this system reads but does not change
+    moved = 9,  ///< what underlies the failure of a file that lies whole elsewhere; its description is that path
 };
 
 [[nodiscard]] Error makeError(ErrorCode code, std::string description);
 
 /// ErrorCode::damaged, with the words "The file is damaged: ", what is wrong, and a full stop.
 [[nodiscard]] tl::unexpected<Error> damagedFile(const char* what);
+
+/// Where the whole file lies that was moved while it was being recorded; none where `error` tells of something else.
+[[nodiscard]] std::optional<std::filesystem::path> placeOfMovedFile(const Error& error);
 
 /// Room for the index of the first minutes of a recording.
 inline constexpr std::uint32_t defaultReserveSize = 256 * 1024;

@@ -107,6 +107,13 @@ public:
         finish(std::move(completion));
     }
 
+    /// From now on, as where the disk is full.
+    void fail(Error error)
+    {
+        currentStatus = finishStatus = Status::failed;
+        currentError = std::move(error);
+    }
+
     void cancelWriting() override
     {
         ++cancelCount;
@@ -116,6 +123,7 @@ public:
 
     [[nodiscard]] Status status() const override { return currentStatus; }
     [[nodiscard]] std::optional<Error> error() const override { return currentError; }
+    [[nodiscard]] std::optional<std::filesystem::path> placeOfMovedFile() const override { return movedTo; }
 
     [[nodiscard]] std::shared_ptr<FakeAssetWriterInput> input(MediaType mediaType) const
     {
@@ -138,6 +146,7 @@ public:
     Status finishStatus = Status::completed;
     Status currentStatus = Status::unknown;
     std::optional<Error> currentError;
+    std::optional<std::filesystem::path> movedTo;
     MediaTime sessionTime;
     int startCount = 0;
     int finishCount = 0;

@@ -3,6 +3,7 @@
 #include "base/Mutex.h"
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/MovieSerializer.h"
+#include "media/mp4/RecordingLayout.h"
 
 #include <algorithm>
 #include <cassert>
@@ -432,6 +433,12 @@ std::optional<Error> AssetWriter::error() const
     session_->update();
     MutexLock lock(session_->mutex);
     return session_->error;
+}
+
+std::optional<std::filesystem::path> AssetWriter::placeOfMovedFile() const
+{
+    const auto failure = error();
+    return failure ? mp4::placeOfMovedFile(*failure) : std::nullopt;
 }
 
 }  // namespace velmora::linux_backend

@@ -57,6 +57,7 @@ public:
     void cancelWriting() override;
     [[nodiscard]] Status status() const override;
     [[nodiscard]] std::optional<Error> error() const override;
+    [[nodiscard]] std::optional<std::filesystem::path> placeOfMovedFile() const override;
 
 private:
     struct Session;

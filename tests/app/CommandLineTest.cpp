@@ -2,12 +2,19 @@
 #include "app/CommandDescription.h"
 #include "tests/support/TemporaryDirectory.h"
 
-#include <gtest/gtest.h>
+#include <QRegularExpression>
+
+#include <gmock/gmock.h>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace velmora::command_line {
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 tl::expected<Command, QString> parsed(QStringList arguments)
 {
@@ -254,6 +261,44 @@ TEST(CommandLine, WhatACommandDoesStandsIndentedUnderIt)
         EXPECT_FALSE(lines[i - 1].isEmpty()) << lines[i].toStdString();
     }
     EXPECT_GT(explanations, 10);
+}
+
+/// The words of `text` whose letters are not as they are in a sentence.
+std::vector<std::string> misspelt(const QString& text)
+{
+    static const QStringList names{QStringLiteral("Ctrl+C"), QStringLiteral("Velmora"), QStringLiteral("Wayland")};
+    std::vector<std::string> wrong;
+    bool beginsSentence = true;
+    for (const auto& typed : text.split(QLatin1Char(' '))) {
+        const bool endsSentence = typed.endsWith(QLatin1Char('.'));
+        QString word = typed;
+        word.remove(QRegularExpression{QStringLiteral("^[('-]+|[).,;']+$")});
+        const bool isPlaceholder = word == word.toUpper();
+        const bool isRight = isPlaceholder || names.contains(word)
+            || word == (beginsSentence ? word.at(0).toUpper() + word.mid(1).toLower() : word.toLower());
+        if (!isRight)
+            wrong.push_back(typed.toStdString());
+        beginsSentence = endsSentence;
+    }
+    return wrong;
+}
+
+TEST(CommandLine, ExplainsItselfInSentences)
+{
+    const auto expectSentences = [](std::string_view text) {
+        EXPECT_THAT(misspelt(QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()))), IsEmpty()) << text;
+        EXPECT_TRUE(text.empty() || text.ends_with('.')) << text;
+    };
+    for (const auto& group : commandGroups()) {
+        for (const auto& command : group.commands) {
+            expectSentences(command.summary);
+            if (!command.details.empty())
+                expectSentences(command.details);
+            for (const auto& option : command.options)
+                expectSentences(option.summary);
+        }
+    }
+    EXPECT_THAT(misspelt(QStringLiteral("Lists Windows. here as json to Velmora.")), ElementsAre("Windows.", "here"));
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <thread>
 #include <unistd.h>
 
@@ -119,6 +120,15 @@ protected:
         return answer;
     }
 
+    /// One that has the name and does what comes in.
+    std::unique_ptr<InstanceBus> runningInstance()
+    {
+        auto bus = std::make_unique<InstanceBus>(connect("instance"));
+        EXPECT_EQ(bus->claim(), Role::first);
+        bus->serve(control_);
+        return bus;
+    }
+
     Answer run(Control command)
     {
         return run([&](const QDBusConnection& connection) { return runControlCommand(command, connection); });
@@ -143,9 +153,7 @@ protected:
 
 TEST_F(InstanceBusTest, AWindowIsSelectedWithTheSoundThatTheUserWantsAndTheRemarkIsPrinted)
 {
-    InstanceBus bus{connect("instance")};
-    ASSERT_EQ(bus.claim(), Role::first);
-    bus.serve(control_);
+    const auto instance = runningInstance();
     auto select = control(Control::Action::select);
     select.windowID = 7;
     EXPECT_EQ(run(select).output, "");
@@ -188,9 +196,7 @@ TEST_F(InstanceBusTest, WithoutASessionBusTheProgramRunsAlone)
 
 TEST_F(InstanceBusTest, ASecondStartBringsUpTheFirst)
 {
-    InstanceBus bus{connect("first")};
-    ASSERT_EQ(bus.claim(), Role::first);
-    bus.serve(control_);
+    const auto instance = runningInstance();
     const auto answer = run([](const QDBusConnection& connection) { return activateRunningInstance(connection); });
     EXPECT_EQ(answer.status, command_line::succeeded);
     EXPECT_EQ(control_.calls, QStringList{QStringLiteral("activate")});
@@ -210,9 +216,7 @@ TEST_F(InstanceBusTest, EachCommandSaysClearlyThatNothingRuns)
 
 TEST_F(InstanceBusTest, AToggleThatEndsARecordingPrintsThePathWhenTheFileIsSafe)
 {
-    InstanceBus bus{connect("first")};
-    ASSERT_EQ(bus.claim(), Role::first);
-    bus.serve(control_);
+    const auto instance = runningInstance();
     control_.holdsToggle = true;
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, &poll, [&] {
@@ -227,9 +231,7 @@ TEST_F(InstanceBusTest, AToggleThatEndsARecordingPrintsThePathWhenTheFileIsSafe)
 
 TEST_F(InstanceBusTest, AToggleThatStartsARecordingPrintsNothing)
 {
-    InstanceBus bus{connect("first")};
-    ASSERT_EQ(bus.claim(), Role::first);
-    bus.serve(control_);
+    const auto instance = runningInstance();
     const auto answer = run(control(Control::Action::toggle));
     EXPECT_EQ(answer.status, command_line::succeeded);
     EXPECT_EQ(answer.output, "");
@@ -237,9 +239,7 @@ TEST_F(InstanceBusTest, AToggleThatStartsARecordingPrintsNothing)
 
 TEST_F(InstanceBusTest, AFailureIsPrintedAsItIs)
 {
-    InstanceBus bus{connect("first")};
-    ASSERT_EQ(bus.claim(), Role::first);
-    bus.serve(control_);
+    const auto instance = runningInstance();
     control_.clip = fail("Velmora.Test", 1, "Cannot record: Please select a video window first.");
     control_.selected = fail("Velmora.Test", 2, "No such window.");
     EXPECT_EQ(run(control(Control::Action::toggle)).errors, "Cannot record: Please select a video window first.\n");
@@ -254,9 +254,7 @@ TEST_F(InstanceBusTest, AFailureIsPrintedAsItIs)
 
 TEST_F(InstanceBusTest, EveryCommandReachesTheProgramWithWhatItCarries)
 {
-    InstanceBus bus{connect("first")};
-    ASSERT_EQ(bus.claim(), Role::first);
-    bus.serve(control_);
+    const auto instance = runningInstance();
     auto select = control(Control::Action::select);
     select.windowID = 4'294'967'295U;
     auto preview = control(Control::Action::preview);
@@ -277,9 +275,7 @@ TEST_F(InstanceBusTest, EveryCommandReachesTheProgramWithWhatItCarries)
 
 TEST_F(InstanceBusTest, TheActionsOfTheDesktopEntryReachTheProgram)
 {
-    InstanceBus bus{connect("first")};
-    ASSERT_EQ(bus.claim(), Role::first);
-    bus.serve(control_);
+    const auto instance = runningInstance();
     for (const auto* action : {"toggle", "choose-window", "no such action"}) {
         run([&](QDBusConnection& connection) {
             auto call = QDBusMessage::createMethodCall(QStringLiteral("com.velmora.Velmora"), QStringLiteral("/com/velmora/Velmora"),
@@ -294,9 +290,7 @@ TEST_F(InstanceBusTest, TheActionsOfTheDesktopEntryReachTheProgram)
 
 TEST_F(InstanceBusTest, ACallThatIsDroppedUnansweredIsAnsweredWithAnError)
 {
-    InstanceBus bus{connect("first")};
-    ASSERT_EQ(bus.claim(), Role::first);
-    bus.serve(control_);
+    const auto instance = runningInstance();
     control_.holdsToggle = true;
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, &poll, [&] { control_.heldToggle.reset(); });
@@ -308,9 +302,7 @@ TEST_F(InstanceBusTest, ACallThatIsDroppedUnansweredIsAnsweredWithAnError)
 
 TEST_F(InstanceBusTest, OverlappingCallsAreEachAnsweredWithTheirOwnClipInWhateverOrderTheseAreSaved)
 {
-    InstanceBus bus{connect("first")};
-    ASSERT_EQ(bus.claim(), Role::first);
-    bus.serve(control_);
+    const auto instance = runningInstance();
     control_.holdsToggle = true;
     std::vector<UniqueFunction<void(Result<InstanceControl::SavedClip>)>> held;
     QEventLoop loop;
@@ -367,9 +359,7 @@ private:
 
 TEST_F(InstanceBusTest, ACommandOnATerminalTellsOfItsFailureItself)
 {
-    InstanceBus bus{connect("first")};
-    ASSERT_EQ(bus.claim(), Role::first);
-    bus.serve(control_);
+    const auto instance = runningInstance();
     control_.clip = fail("Velmora.Test", 1, "No disk.");
     control_.selected = fail("Velmora.Test", 2, "No such window.");
     auto select = control(Control::Action::select);
@@ -396,9 +386,7 @@ TEST_F(InstanceBusTest, ACommandOnATerminalTellsOfItsFailureItself)
 
 TEST_F(InstanceBusTest, ACommandWithoutATerminalLeavesItsFailureToTheProgramToo)
 {
-    InstanceBus bus{connect("first")};
-    ASSERT_EQ(bus.claim(), Role::first);
-    bus.serve(control_);
+    const auto instance = runningInstance();
     auto selectWithSound = control(Control::Action::select);
     selectWithSound.sound = "Müsic";
     for (const auto& command :
@@ -412,9 +400,7 @@ TEST_F(InstanceBusTest, ACommandWithoutATerminalLeavesItsFailureToTheProgramToo)
 
 TEST_F(InstanceBusTest, ACallerThatIsGoneTellsNothing)
 {
-    InstanceBus bus{connect("first")};
-    ASSERT_EQ(bus.claim(), Role::first);
-    bus.serve(control_);
+    const auto instance = runningInstance();
     control_.holdsToggle = true;
     auto call = QDBusMessage::createMethodCall(QStringLiteral("com.velmora.Velmora"), QStringLiteral("/com/velmora/Velmora"),
         QStringLiteral("com.velmora.Velmora.Control"), QStringLiteral("ToggleWithOptions"));

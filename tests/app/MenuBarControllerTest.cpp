@@ -269,6 +269,20 @@ TEST_F(ShellTest, ACaptureErrorIsAnAlertWithItsMessage)
         alerts->alerts, ElementsAre(Alert{Alert::Style::warning, "Velmora", "Cannot record: Please select a video window first.", {"OK"}}));
 }
 
+TEST_F(ShellTest, ARecordingWhoseFileWasMovedIsANotificationOfWhereItLiesWhole)
+{
+    launchQuietly();
+    meter->report(RecordingReport::Event::fileWasMoved, "/old clips/Clip 1.mp4", 1);
+    executor->runAll();
+    ASSERT_EQ(notificationCenter->requests.size(), 1U);
+    const auto& notification = notificationCenter->requests[0].content;
+    EXPECT_EQ(notification.title, "Clip Moved");
+    EXPECT_EQ(notification.body, "Clip 1.mp4 was moved while it was being recorded. It lies whole in /old clips.");
+    EXPECT_TRUE(notificationCenter->respond("PREVIEW_ACTION", notification));
+    executor->runAll();
+    EXPECT_EQ(windows->descriptions.at(0).clip, "/old clips/Clip 1.mp4");
+}
+
 constexpr const char* firstLine = "Velmora — Instant Video Clipping (Click to open menu)";
 
 class ShellRecordingTest : public ShellTest {

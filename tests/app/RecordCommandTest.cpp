@@ -98,6 +98,22 @@ protected:
         return status;
     }
 
+    /// Nothing is saved, and that is why.
+    void expectFailure(const std::string& message)
+    {
+        EXPECT_EQ(run(), command_line::failed);
+        EXPECT_EQ(output, "");
+        EXPECT_EQ(errors, message + "\n");
+    }
+
+    /// What was written is saved.
+    void expectEarlyEnd(const std::string& reason)
+    {
+        EXPECT_EQ(run(), command_line::endedEarly);
+        EXPECT_EQ(output, command.output->string() + "\n");
+        EXPECT_EQ(errors, "The recording ended early: " + reason + "\n");
+    }
+
     [[nodiscard]] bool isCapturing() const { return !streams->streams.empty() && streams->streams[0]->started; }
 
     /// From now on, until there is a file for them. One alone may come before the capture takes any, or while the encoder is being made.
@@ -114,6 +130,14 @@ protected:
     void writeKeyFrame() { encoders->newest()->emitOutput(0, test::videoSample(1'000'000'000, true)); }
 
     static void interrupt() { ::pthread_kill(::pthread_self(), SIGINT); }
+
+    /// Not yet seen by the command.
+    static bool isInterruptPending()
+    {
+        sigset_t pending;
+        sigpending(&pending);
+        return sigismember(&pending, SIGINT) == 1;
+    }
 
     virtual bool refuses(fake::FakeAssetWriter&, const SampleBuffer&)
     {
@@ -173,9 +197,7 @@ TEST_F(RecordCommandTest, AWindowThatClosesEndsItEarlyAndWhatWasRecordedIsSaved)
 {
     recordSomething();
     when([] { return true; }, [this] { streams->streams[0]->stopWithError({"X11", 1, "The window was closed.", nullptr}); });
-    EXPECT_EQ(run(), command_line::endedEarly);
-    EXPECT_EQ(output, command.output->string() + "\n");
-    EXPECT_EQ(errors, "The recording ended early: The window was closed.\n");
+    expectEarlyEnd("The window was closed.");
     EXPECT_EQ(writers->writers[0]->finishCount, 1);
     EXPECT_EQ(writers->writers[0]->cancelCount, 0);
     EXPECT_TRUE(std::filesystem::exists(*command.output));
@@ -190,10 +212,22 @@ TEST_F(RecordCommandTest, AWindowThatClosesBeforeTheFirstPictureIsAFailure)
             std::filesystem::remove(*command.output);
             streams->streams[0]->stopWithError({"X11", 1, "The window was closed.", nullptr});
         });
-    EXPECT_EQ(run(), command_line::failed);
-    EXPECT_EQ(output, "");
-    EXPECT_EQ(errors, "Selected window was closed or is no longer available. Please select a window.\n");
+    expectFailure("Selected window was closed or is no longer available. Please select a window.");
     EXPECT_EQ(writers->writers[0]->cancelCount, 1) << "an empty file is nothing to keep";
+}
+
+TEST_F(RecordCommandTest, AnInterruptWhileTheClipOfAClosedWindowIsBeingSavedChangesNothing)
+{
+    recordSomething();
+    when([] { return true; },
+        [this] {
+            writers->writers[0]->holdsFinish = true;
+            streams->streams[0]->stopWithError({"X11", 1, "The window was closed.", nullptr});
+        });
+    when([] { return true; }, interrupt);
+    when([] { return !isInterruptPending(); }, [this] { writers->writers[0]->answerFinish(); });
+    expectEarlyEnd("The window was closed.");
+    EXPECT_EQ(writers->writers[0]->finishCount, 1);
 }
 
 TEST_F(RecordCommandTest, AWindowThatClosesWhileTheClipIsBeingSavedChangesNothing)
@@ -212,9 +246,7 @@ TEST_F(RecordCommandTest, AWindowThatClosesWhileTheClipIsBeingSavedChangesNothin
 TEST_F(RecordCommandTest, AnInterruptBeforeTheCaptureSaysThatNothingWasRecorded)
 {
     when([this] { return isCapturing(); }, interrupt);
-    EXPECT_EQ(run(), command_line::failed);
-    EXPECT_EQ(output, "");
-    EXPECT_EQ(errors, "Nothing was recorded yet.\n");
+    expectFailure("Nothing was recorded yet.");
     EXPECT_FALSE(std::filesystem::exists(*command.output));
 }
 
@@ -228,91 +260,69 @@ TEST_F(RecordCommandTest, AnInterruptBeforeTheFirstPictureIsInTheFileSaysThatNot
             writers->writers[0]->removesFileAtFinish = true;
             interrupt();
         });
-    EXPECT_EQ(run(), command_line::failed);
-    EXPECT_EQ(output, "");
-    EXPECT_EQ(errors, "Nothing was recorded yet.\n");
-}
-
-class FailingRecordCommandTest : public RecordCommandTest {
-protected:
-    bool refuses(fake::FakeAssetWriter& writer, const SampleBuffer&) override
-    {
-        if (!isFull) {
-            ++written;
-            return false;
-        }
-        writer.currentStatus = platform::AssetWriter::Status::failed;
-        writer.finishStatus = platform::AssetWriter::Status::failed;
-        writer.currentError = posixError(ENOSPC, "clip.mp4");
-        return true;
-    }
-
-    std::atomic<bool> isFull = false;
-};
-
-TEST_F(FailingRecordCommandTest, AWriterThatFailsInTheMiddleEndsItEarlyWithWhatWasWritten)
-{
-    recordSomething();
-    when([] { return true; },
-        [this] {
-            isFull = true;
-            writeKeyFrame();
-        });
-    EXPECT_EQ(run(), command_line::endedEarly);
-    EXPECT_EQ(output, command.output->string() + "\n");
-    EXPECT_EQ(errors, "The recording ended early: clip.mp4: No space left on device\n");
-}
-
-TEST_F(FailingRecordCommandTest, AWriterThatFailsWithNothingWrittenIsAFailure)
-{
-    recordSomething();
-    when([] { return true; },
-        [this] {
-            writers->writers[0]->removesFileAtFinish = true;
-            isFull = true;
-            writeKeyFrame();
-        });
-    EXPECT_EQ(run(), command_line::failed);
-    EXPECT_EQ(output, "");
-    EXPECT_EQ(errors, "Failed saving recording: clip.mp4: No space left on device\n");
+    expectFailure("Nothing was recorded yet.");
 }
 
 class FullDiskRecordCommandTest : public RecordCommandTest {
 protected:
-    bool refuses(fake::FakeAssetWriter& writer, const SampleBuffer&) override
+    bool refuses(fake::FakeAssetWriter& writer, const SampleBuffer& sample) override
     {
-        ::pthread_kill(commandsThread_, SIGINT);
-        writer.currentStatus = platform::AssetWriter::Status::failed;
-        writer.finishStatus = platform::AssetWriter::Status::failed;
-        writer.currentError = posixError(ENOSPC, "clip.mp4");
+        if (!isFull)
+            return RecordCommandTest::refuses(writer, sample);
+        if (interruptComesFirst)
+            ::pthread_kill(commandsThread_, SIGINT);
+        writer.fail(posixError(ENOSPC, "clip.mp4"));
         return true;
     }
+
+    void fillTheDisk()
+    {
+        isFull = true;
+        writeKeyFrame();
+    }
+
+    std::atomic<bool> isFull = false;
+    bool interruptComesFirst = false;
 
 private:
     const ::pthread_t commandsThread_ = ::pthread_self();
 };
 
+TEST_F(FullDiskRecordCommandTest, AWriterThatFailsInTheMiddleEndsItEarlyWithWhatWasWritten)
+{
+    recordSomething();
+    when([] { return true; }, [this] { fillTheDisk(); });
+    expectEarlyEnd("clip.mp4: No space left on device");
+}
+
+TEST_F(FullDiskRecordCommandTest, AWriterThatFailsWithNothingWrittenIsAFailure)
+{
+    recordSomething();
+    when([] { return true; },
+        [this] {
+            writers->writers[0]->removesFileAtFinish = true;
+            fillTheDisk();
+        });
+    expectFailure("Failed saving recording: clip.mp4: No space left on device");
+}
+
 TEST_F(FullDiskRecordCommandTest, ADiskThatIsFullFromTheFirstPictureOnIsSaidEvenIfAnInterruptCameFirst)
 {
+    interruptComesFirst = true;
     when([this] { return isCapturing(); }, [this] { deliverPictures(); });
     when([this] { return !writers->writers.empty(); },
         [this] {
             writers->writers[0]->removesFileAtFinish = true;
-            writeKeyFrame();
+            fillTheDisk();
         });
-    EXPECT_EQ(run(), command_line::failed);
-    EXPECT_EQ(output, "");
-    EXPECT_EQ(errors, "Failed saving recording: clip.mp4: No space left on device\n");
+    expectFailure("Failed saving recording: clip.mp4: No space left on device");
 }
 
 class TwoEncodersRecordCommandTest : public RecordCommandTest {
 protected:
-    bool refuses(fake::FakeAssetWriter&, const SampleBuffer& sample) override
+    bool refuses(fake::FakeAssetWriter& writer, const SampleBuffer& sample) override
     {
-        if (sample.format->video()->width != 640)
-            return true;
-        ++written;
-        return false;
+        return sample.format->video()->width != 640 || RecordCommandTest::refuses(writer, sample);
     }
 };
 
@@ -325,9 +335,7 @@ TEST_F(TwoEncodersRecordCommandTest, AnotherEncoderWhosePicturesDoNotFitEndsItEa
             foreign->format = std::make_shared<const FormatDescription>(VideoFormat{FourCharacterCode{"avc1"}, 320, 240, {}, {}});
             encoders->newest()->emitOutput(0, foreign);
         });
-    EXPECT_EQ(run(), command_line::endedEarly);
-    EXPECT_EQ(output, command.output->string() + "\n");
-    EXPECT_EQ(errors, "The recording ended early: Another encoder has taken over, and its pictures do not belong into the same file\n");
+    expectEarlyEnd("Another encoder has taken over, and its pictures do not belong into the same file");
     EXPECT_EQ(writers->writers[0]->finishCount, 1);
 }
 
@@ -339,9 +347,7 @@ TEST_F(RecordCommandTest, AnEncoderThatFailsForGoodEndsItEarlyWithWhatWasWritten
             for (int i = 0; i < 30; ++i)
                 encoders->newest()->emitOutput(-5, nullptr);
         });
-    EXPECT_EQ(run(), command_line::endedEarly);
-    EXPECT_EQ(output, command.output->string() + "\n");
-    EXPECT_EQ(errors, "The recording ended early: The encoder fails (Status: -5)\n");
+    expectEarlyEnd("The encoder fails (Status: -5)");
     EXPECT_EQ(writers->writers[0]->finishCount, 1);
 }
 
@@ -354,9 +360,7 @@ TEST_F(RecordCommandTest, AnEncoderThatFailsForGoodBeforeItsFirstPictureIsAFailu
             for (int i = 0; i < 30; ++i)
                 encoders->newest()->emitOutput(-5, nullptr);
         });
-    EXPECT_EQ(run(), command_line::failed);
-    EXPECT_EQ(output, "");
-    EXPECT_EQ(errors, "Failed to start recording: The encoder fails (Status: -5)\n");
+    expectFailure("Failed to start recording: The encoder fails (Status: -5)");
     EXPECT_TRUE(writers->writers.empty());
 }
 
@@ -364,9 +368,7 @@ TEST_F(RecordCommandTest, NoEncoderAtAllIsAFailureThatSaysWhy)
 {
     encoders->createStatus = -12903;
     when([this] { return isCapturing(); }, [this] { deliverPictures(); });
-    EXPECT_EQ(run(), command_line::failed);
-    EXPECT_EQ(output, "");
-    EXPECT_EQ(errors, "Failed to start recording: The encoder cannot be started (Status: -12903).\n");
+    expectFailure("Failed to start recording: The encoder cannot be started (Status: -12903).");
 }
 
 TEST_F(RecordCommandTest, SoundThatIsLostIsSaidAndTheRecordingGoesOn)

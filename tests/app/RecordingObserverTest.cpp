@@ -69,8 +69,7 @@ protected:
     void fillTheDisk(std::size_t number)
     {
         writers->writers.at(number)->input(MediaType::video)->appendFails = true;
-        writers->writers.at(number)->currentStatus = platform::AssetWriter::Status::failed;
-        writers->writers.at(number)->currentError = Error{"POSIX", 28, "No space left on device", nullptr};
+        writers->writers.at(number)->fail({"POSIX", 28, "No space left on device", nullptr});
     }
 
     void finishFile()
@@ -124,6 +123,39 @@ TEST_F(RecordingObserverTest, AFullDiskEndsTheRecordingAndTheReasonStaysUntilThe
     beginFile();
     EXPECT_EQ(observer->notice(), "");
     EXPECT_THAT(notices, SizeIs(2));
+}
+
+TEST_F(RecordingObserverTest, WhyARecordingCouldNotBeSavedExplainsNoLaterOne)
+{
+    beginFile();
+    append(test::videoSample(100, true));
+    fillTheDisk(0);
+    append(test::videoSample(200, false));
+    finishFile();
+    const std::string message = "Failed saving recording: x";
+    EXPECT_EQ(observer->explained(message), message + "\n\nNo space left on device.");
+    beginFile();
+    append(test::videoSample(100, true));
+    finishFile();
+    EXPECT_EQ(observer->explained(message), message);
+}
+
+TEST_F(RecordingObserverTest, TellsWhereAFileLiesThatWasMovedWhileItWasRecorded)
+{
+    std::vector<std::filesystem::path> places;
+    observer->onFileWasMoved = [&places](const std::filesystem::path& place) { places.push_back(place); };
+    const auto record = [this](std::optional<std::filesystem::path> movedTo) {
+        beginFile();
+        append(test::videoSample(100, true));
+        auto& writer = *writers->writers.back();
+        writer.movedTo = std::move(movedTo);
+        finishFile();
+    };
+    record(std::nullopt);
+    EXPECT_THAT(places, IsEmpty());
+    record("/else where/\xFF.mp4");
+    EXPECT_THAT(places, ElementsAre("/else where/\xFF.mp4"));
+    EXPECT_EQ(observer->notice(), "") << "nothing is wrong with the capture";
 }
 
 TEST_F(RecordingObserverTest, ARefusedSampleAloneIsNoReasonToEnd)

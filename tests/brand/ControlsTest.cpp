@@ -169,6 +169,7 @@ TEST(Controls, TellAssistiveTechnologyTheirRoleAndName)
              Exposed{"SearchField { objectName: 'it'; placeholderText: 'Search by name' }", QAccessible::EditableText, "Search by name"},
              Exposed{"Slider { objectName: 'it'; text: 'Start' }", QAccessible::Slider, "Start"},
              Exposed{"ListRow { objectName: 'it'; text: 'Firefox' }", QAccessible::ListItem, "Firefox"},
+             Exposed{"MenuRow { objectName: 'it'; text: 'Settings' }", QAccessible::MenuItem, "Settings"},
              Exposed{"Label { objectName: 'it'; text: 'Selected: 00:13' }", QAccessible::StaticText, "Selected: 00:13"},
              Exposed{"Caption { objectName: 'it'; text: 'Beside' }", QAccessible::StaticText, "Beside"},
              Exposed{"StatusLine { objectName: 'it'; symbol: 'globe'; text: 'Granted' }", QAccessible::AlertMessage, "Granted"},

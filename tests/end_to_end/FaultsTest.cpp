@@ -145,7 +145,7 @@ TEST(Faults, AfterAKillAtAnyMomentTheNextStartBringsTheClipBackWithAllThatHadBee
         program.startAgain();
         if (clip) {
             ++begun;
-            EXPECT_TRUE(AssistiveTechnology::find("list item", clip->filename().string() + " (")) << "the clip is not listed";
+            EXPECT_TRUE(AssistiveTechnology::find("menu item", clip->filename().string() + " (")) << "the clip is not listed";
             if (!hasContent)
                 ++empty;
             finished += wasFinished;

@@ -93,7 +93,7 @@ TEST_F(PreviewTest, AClipIsPlayedCutDownByKeyboardAndSavedBesideIt)
     const auto part = program.clipsFolder() / told->name.substr(std::string{"Trimmed clip saved as "}.size());
     EXPECT_THAT(part.filename().string(), HasSubstr("Trimmed"));
     expectPartOf(decodeFile(clip()), {{1, 5}, {28, 5}}, decodeFile(part));
-    EXPECT_TRUE(AssistiveTechnology::find("list item", part.filename().string())) << "in the menu";
+    EXPECT_TRUE(AssistiveTechnology::find("menu item", part.filename().string())) << "in the menu";
     ASSERT_TRUE(program.run({"preview", part.string()}).status == 0) << "it is a clip as any other";
     EXPECT_TRUE(isShown("Preview & Trim — " + part.filename().string()));
 }

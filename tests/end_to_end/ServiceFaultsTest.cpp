@@ -168,7 +168,7 @@ TEST(ServiceFaults, DamagedClipsAreListedAndOpenWithoutHarm)
     TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = makeFiles}};
     // Without a tray the menu lies open.
     for (const auto* name : {"cut.mp4", "empty.mp4", "noise.mp4"}) {
-        EXPECT_TRUE(AssistiveTechnology::find("list item", std::string{name} + " (0:00)"));
+        EXPECT_TRUE(AssistiveTechnology::find("menu item", std::string{name} + " (0:00)"));
         EXPECT_EQ(program.run({"preview", (program.clipsFolder() / name).string()}).status, 0);
         EXPECT_TRUE(isShown(std::string{"Preview & Trim — "} + name));
     }
@@ -190,7 +190,7 @@ TEST(ServiceFaults, ARecordingThatACrashCutOffIsWholeAtTheNextStart)
     };
     const AssistiveTechnology assistiveTechnology;
     TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = crash}};
-    EXPECT_TRUE(AssistiveTechnology::find("list item", "cut off.mp4 (0:0"));
+    EXPECT_TRUE(AssistiveTechnology::find("menu item", "cut off.mp4 (0:0"));
     // An unfinished file begins with the space that the index is written into.
     EXPECT_TRUE(waitUntil([&] { return indexLiesInFront(file); }));
     expectAClip(file);

@@ -33,7 +33,7 @@ TrayProgram::Options withAssistiveTechnology()
 
 bool openSettings()
 {
-    return AssistiveTechnology::clickOn("list item", "⚙️ Settings") && isShown(settings) && hasFocus(settings);
+    return AssistiveTechnology::clickOn("menu item", "⚙️ Settings") && isShown(settings) && hasFocus(settings);
 }
 
 /// Our own dialog: there is no portal.

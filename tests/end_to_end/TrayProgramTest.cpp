@@ -63,13 +63,13 @@ TEST(TrayProgramTest, WhatCommandsMakeInTheClipsFolderIsInRecentClipsAtOnceAndTh
     ASSERT_EQ(recorded.status, 0) << recorded.messages;
     const std::filesystem::path clip{recorded.lastLine()};
     ASSERT_EQ(clip.parent_path(), program.clipsFolder());
-    EXPECT_TRUE(AssistiveTechnology::find("list item", clip.filename().string() + " ("));
+    EXPECT_TRUE(AssistiveTechnology::find("menu item", clip.filename().string() + " ("));
     const auto trimmed = program.run({"trim", clip.string(), "--start", "0.2", "--end", "0.8"});
     ASSERT_EQ(trimmed.status, 0) << trimmed.messages;
     const std::filesystem::path part{trimmed.lastLine()};
-    EXPECT_TRUE(AssistiveTechnology::find("list item", part.filename().string() + " ("));
+    EXPECT_TRUE(AssistiveTechnology::find("menu item", part.filename().string() + " ("));
     std::filesystem::remove(clip);
-    EXPECT_TRUE(AssistiveTechnology::isAbsent("list item", clip.filename().string() + " ("));
+    EXPECT_TRUE(AssistiveTechnology::isAbsent("menu item", clip.filename().string() + " ("));
 
     ASSERT_EQ(program.run({"choose"}).status, 0);
     ASSERT_TRUE(isShown("Select Video Window"));

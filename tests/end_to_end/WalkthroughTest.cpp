@@ -196,13 +196,13 @@ TEST_F(WalkthroughTest, ReopenedFromTheMenuItShowsTheStepItWasLeftOn)
 {
     const TrayProgram program{laterStart()};
     ASSERT_TRUE(startsWithoutTheWalkthrough());
-    ASSERT_TRUE(AssistiveTechnology::clickOn("list item", "📖 How to Use & Walkthrough..."));
+    ASSERT_TRUE(AssistiveTechnology::clickOn("menu item", "📖 How to Use & Walkthrough..."));
     ASSERT_TRUE(hasFocus(walkthrough));
     pressKeys({"Return", "Return"});
     ASSERT_TRUE(isAtStep(3));
     pressKeys({"Escape"});
     ASSERT_TRUE(isHidden(walkthrough));
-    ASSERT_TRUE(AssistiveTechnology::clickOn("list item", "📖 How to Use & Walkthrough..."));
+    ASSERT_TRUE(AssistiveTechnology::clickOn("menu item", "📖 How to Use & Walkthrough..."));
     ASSERT_TRUE(isShown(walkthrough));
     EXPECT_TRUE(isAtStep(3));
 }
@@ -238,7 +238,7 @@ TEST_F(WalkthroughTest, AWholeFirstUseStoresTheFlagAndTheClipAndNothingElse)
     // It lies over the menu.
     closeByTitleBar("^Preview & Trim");
     ASSERT_TRUE(isHidden("^Preview & Trim"));
-    ASSERT_TRUE(AssistiveTechnology::clickOn("list item", "⚙️ Settings"));
+    ASSERT_TRUE(AssistiveTechnology::clickOn("menu item", "⚙️ Settings"));
     ASSERT_TRUE(isShown("^Velmora Settings$"));
     EXPECT_THAT(program.clips(), SizeIs(1));
     program.restart();

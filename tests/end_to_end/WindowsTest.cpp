@@ -47,7 +47,7 @@ void bringUpTheMenu()
 bool openSettings()
 {
     bringUpTheMenu();
-    return AssistiveTechnology::clickOn("list item", "⚙️ Settings") && isShown(settings);
+    return AssistiveTechnology::clickOn("menu item", "⚙️ Settings") && isShown(settings);
 }
 
 class WindowsTest : public testing::Test {
@@ -66,7 +66,7 @@ TEST_F(WindowsTest, EachHasItsSizeAndCanBeDoneWithWhatItsKindAllows)
     ASSERT_EQ(program.run({"preview", clip.string()}).status, 0);
     expectWindow(preview, {680, 600}, true, true);
     bringUpTheMenu();
-    ASSERT_TRUE(AssistiveTechnology::clickOn("list item", "🎯 Choose Video Window"));
+    ASSERT_TRUE(AssistiveTechnology::clickOn("menu item", "🎯 Choose Video Window"));
     expectWindow(picker, {560, 480}, false, true);
 }
 

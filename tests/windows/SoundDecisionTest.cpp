@@ -123,6 +123,16 @@ TEST(SoundDecision, SaysWhatIsMissingInWholeSentences)
         "No application plays now: the window has no sound. Choose one that plays with --sound NAME.");
 }
 
+TEST(SoundDecision, EachReasonHasItsCode)
+{
+    const SoundChoices twins{{application("Player", 12), application("Player", 34)}, Suggestion::nothing};
+    EXPECT_EQ(decideSound(twins, {}).error().code, 1);
+    EXPECT_EQ(decideSound(twins, "Browser").error().code, 2);
+    EXPECT_EQ(decideSound(SoundChoices{}, "Browser").error().code, 2);
+    EXPECT_EQ(decideSound({}, "Browser").error().code, 2);
+    EXPECT_EQ(decideSound(twins, "Player").error().code, 3);
+}
+
 class RequestWindowWithSoundTest : public testing::Test {
 protected:
     void request(std::optional<std::string> sound)

@@ -218,7 +218,7 @@ TEST_F(StatusViewTest, RowsSayWhatTheyAre)
     EXPECT_EQ(root->text(QAccessible::Name), QStringLiteral("Velmora"));
     QStringList commands;
     window->forEachVisible([&](QQuickItem& item) {
-        if (!item.inherits("QQuickItemDelegate"))
+        if (!item.inherits("QQuickMenuItem"))
             return;
         auto* accessible = QAccessible::queryAccessibleInterface(&item);
         commands.append(accessible->text(QAccessible::Name));
@@ -228,6 +228,8 @@ TEST_F(StatusViewTest, RowsSayWhatTheyAre)
         "Clip...|Clip.mp4 "
         "(12:34)|📁 Open "
         "Clips Folder in Finder|📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora");
+    EXPECT_EQ(named(QAccessible::MenuItem).join(QLatin1Char('|')).toStdString(), commands.join(QLatin1Char('|')).toStdString());
+    EXPECT_TRUE(named(QAccessible::ListItem).isEmpty());
     EXPECT_EQ(named(QAccessible::Separator).size(), 5);
     EXPECT_TRUE(named(QAccessible::StaticText).contains(QString::fromUtf8("⚠️ No Video Window Selected")));
     window->forEachVisible([&](QQuickItem& item) {

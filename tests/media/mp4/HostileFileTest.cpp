@@ -6,7 +6,9 @@
 #include "tests/media/mp4/Recordings.h"
 #include "tests/support/media/MemoryFile.h"
 
+#include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace velmora::mp4 {
 namespace {
@@ -90,6 +92,15 @@ std::vector<std::byte> movieWith(Extra extra)
     return writer.take();
 }
 
+/// A track whose samples are in fragments, of which there is none yet.
+std::vector<std::byte> fragmentedMovie()
+{
+    return movieWith([](BoxWriter& writer) {
+        writeTrack(writer, 1, 0);
+        const auto mvex = writer.box("mvex");
+    });
+}
+
 TEST(HostileFile, TracksMayNotHaveMoreSamplesTogetherThanOneMayHaveAlone)
 {
     constexpr std::uint32_t half = SampleTable::largestCount / 2;
@@ -110,64 +121,70 @@ TEST(HostileFile, TracksMayNotHaveMoreSamplesTogetherThanOneMayHaveAlone)
     }
 }
 
+/// 15 MiB of index each: eight of them are 120 of the 128 MiB that are allowed.
+constexpr std::uint32_t allowedIndexes = 8;
+
+/// Puts fragments that are nothing but an index behind the file.
+void appendIndexes(File& file, std::uint32_t count)
+{
+    constexpr std::uint32_t size = std::uint32_t{15} << 20;
+    auto offset = *file.size();
+    for (std::uint32_t i = 0; i < count; ++i, offset += size) {
+        BoxWriter writer;
+        writer.u32(size);
+        writer.text("moof");
+        writer.u32(size - 8);
+        writer.text("free");
+        ASSERT_TRUE(file.writeAt(offset, writer.view()));
+    }
+    ASSERT_TRUE(file.truncate(offset));
+}
+
+void expectBoundedIndexes(const std::function<std::shared_ptr<MemoryFile>()>& makeFile)
+{
+    const auto allowed = makeFile();
+    appendIndexes(*allowed, allowedIndexes);
+    EXPECT_TRUE(readMovie(*allowed));
+    const auto tooMany = makeFile();
+    appendIndexes(*tooMany, allowedIndexes + 1);
+    const auto refused = readMovie(*tooMany);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().code, static_cast<int>(ErrorCode::tooLarge));
+}
+
 TEST(HostileFile, TheFragmentsIndexesTogetherMayNotBeLargerThanOneIndexMayBeAlone)
 {
-    constexpr std::uint32_t fragmentSize = std::uint32_t{15} << 20;
-    constexpr std::uint32_t allowedCount = 8;  // 120 of 128 MiB
-    for (const auto count : {allowedCount, allowedCount + 1}) {
-        MemoryFile file{movieWith([](BoxWriter& writer) {
-            writeTrack(writer, 1, 0);
-            const auto mvex = writer.box("mvex");
-        })};
-        auto offset = *file.size();
-        for (std::uint32_t i = 0; i < count; ++i, offset += fragmentSize) {
-            BoxWriter writer;
-            writer.u32(fragmentSize);
-            writer.text("moof");
-            writer.u32(fragmentSize - 8);
-            writer.text("free");
-            ASSERT_TRUE(file.writeAt(offset, writer.view()));
-        }
-        ASSERT_TRUE(file.truncate(offset));
-        const auto movie = readMovie(file);
-        EXPECT_EQ(movie.has_value(), count == allowedCount);
-        if (!movie) {
-            EXPECT_EQ(movie.error().code, static_cast<int>(ErrorCode::tooLarge));
-        }
-    }
+    expectBoundedIndexes([] { return std::make_shared<MemoryFile>(fragmentedMovie()); });
 }
 
 TEST(HostileFile, NorMayThoseOfAnUnfinishedRecording)
 {
-    constexpr std::uint32_t fragmentSize = std::uint32_t{15} << 20;
-    constexpr std::uint32_t allowedCount = 8;
-    for (const auto count : {allowedCount, allowedCount + 1}) {
-        const auto file = unfinishedFile(makeRecording());
-        auto offset = *file->size();
-        for (std::uint32_t i = 0; i < count; ++i, offset += fragmentSize) {
-            BoxWriter writer;
-            writer.u32(fragmentSize);
-            writer.text("moof");
-            writer.u32(fragmentSize - 8);
-            writer.text("free");
-            ASSERT_TRUE(file->writeAt(offset, writer.view()));
-        }
-        ASSERT_TRUE(file->truncate(offset));
-        const auto movie = readMovie(*file);
-        EXPECT_EQ(movie.has_value(), count == allowedCount);
-        if (!movie) {
-            EXPECT_EQ(movie.error().code, static_cast<int>(ErrorCode::tooLarge));
-        }
-    }
+    expectBoundedIndexes([] { return unfinishedFile(makeRecording()); });
+}
+
+TEST(HostileFile, AnIndexMayEndInAFewBytesThatAreNoBoxButNotInTheHeaderOfOne)
+{
+    const auto read = [](std::uint32_t claimed, std::size_t length) {
+        MemoryFile file{movieWith([&](BoxWriter& writer) {
+            writeTrack(writer, 1, 0);
+            BoxWriter last;
+            last.u32(claimed);
+            last.text("free");
+            writer.bytes(last.view().first(length));
+        })};
+        return readMovie(file);
+    };
+    EXPECT_TRUE(read(16, 7));
+    EXPECT_TRUE(read(8, 8));
+    const auto damaged = read(16, 8);
+    ASSERT_FALSE(damaged);
+    EXPECT_EQ(damaged.error().code, static_cast<int>(ErrorCode::damaged));
 }
 
 /// A fragment of `count` samples without bytes, which take no room in its index either.
 std::vector<std::byte> fragmentOfNothing(std::uint32_t count)
 {
-    auto bytes = movieWith([](BoxWriter& writer) {
-        writeTrack(writer, 1, 0);
-        const auto mvex = writer.box("mvex");
-    });
+    auto bytes = fragmentedMovie();
     BoxWriter writer;
     {
         const auto moof = writer.box("moof");

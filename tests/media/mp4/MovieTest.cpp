@@ -256,6 +256,28 @@ TEST(CanDescribe, OnlyWhatTheFileFormatHoldsAndHasItsConfiguration)
     EXPECT_FALSE(canDescribe(FormatDescription{AudioFormat{"lpcm", 48000, 2, {}}}));
 }
 
+TEST(SerializeMovie, SaysWhatColoursAreInEveryBit)
+{
+    for (const bool isFull : {false, true}) {
+        auto track = videoTrack();
+        auto format = *track.format->video();
+        format.colour = {1, 13, 6, isFull};
+        track.format = std::make_shared<const FormatDescription>(format);
+        Movie movie;
+        movie.timescale = 90000;
+        movie.tracks.push_back(std::move(track));
+        const auto bytes = serializeMovie(movie);
+        const auto type = std::as_bytes(std::span{"colr", 4});
+        const auto found = std::search(bytes.begin(), bytes.end(), type.begin(), type.end());
+        ASSERT_GE(bytes.end() - found, 15);
+        // ISO 14496-12 12.1.5: the last seven bits are 0.
+        std::vector<int> written;
+        for (auto byte = found; byte != found + 15; ++byte)
+            written.push_back(static_cast<int>(*byte));
+        EXPECT_EQ(written, (std::vector<int>{'c', 'o', 'l', 'r', 'n', 'c', 'l', 'x', 0, 1, 0, 13, 0, 6, isFull ? 0x80 : 0}));
+    }
+}
+
 TEST(SerializeMovie, TheDescriptorsOfSoundEndWhereTheySay)
 {
     Movie movie;

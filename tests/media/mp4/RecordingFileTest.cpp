@@ -133,6 +133,38 @@ TEST(RecordingFile, AFileThatWasRemovedMeanwhileFails)
     EXPECT_EQ(finished.error().code, ENOENT);
 }
 
+TEST(RecordingFile, IsWholeInAFolderThatWasRenamedMeanwhileAndTheFailureKnowsWhere)
+{
+    const TemporaryDirectory folder;
+    const auto clips = folder.path() / "clips";
+    std::filesystem::create_directory(clips);
+    const auto& recording = makeRecording();
+    const auto writer = writeUnfinished(PosixFile::create(clips / "clip.mp4").value(), recording, recording.fragments.size());
+    const auto renamed = folder.path() / "renamed \xFF";
+    std::filesystem::rename(clips, renamed);
+    const auto finished = writer->finish(recording.ends);
+    ASSERT_FALSE(finished);
+    EXPECT_EQ(finished.error().code, ENOENT);
+    EXPECT_EQ(placeOfMovedFile(finished.error()), renamed / "clip.mp4");
+    expectPlays(renamed / "clip.mp4");
+}
+
+TEST(RecordingFile, OfOneThatWasDeletedOrFailsOtherwiseNoPlaceIsKnown)
+{
+    const TemporaryDirectory folder;
+    const auto& recording = makeRecording();
+    const auto writer = writeUnfinished(PosixFile::create(folder.path() / "clip.mp4").value(), recording, 2);
+    std::filesystem::remove(folder.path() / "clip.mp4");
+    const auto finished = writer->finish(recording.ends);
+    ASSERT_FALSE(finished);
+    EXPECT_FALSE(placeOfMovedFile(finished.error()));
+    auto caused = finished.error();
+    caused.underlying = std::make_shared<Error>(makeError(ErrorCode::damaged, "/clips/clip.mp4"));
+    EXPECT_FALSE(placeOfMovedFile(caused));
+    caused.underlying = std::make_shared<Error>(Error{"Other", static_cast<int>(ErrorCode::moved), "/clips/clip.mp4", nullptr});
+    EXPECT_FALSE(placeOfMovedFile(caused));
+}
+
 TEST(RecordingFile, ShortWritesAndReadsChangeNothing)
 {
     const auto& recording = makeRecording();

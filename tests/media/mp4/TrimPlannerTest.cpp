@@ -545,6 +545,15 @@ TEST(TrimPlanner, PicturesOutOfOrderAreShownInTheirOrder)
     }
 }
 
+TEST(TrimPlanner, TheMediaLastsUntilBehindTheLastPictureThatIsOnlyDecodedForOthers)
+{
+    const auto movie = planned(movieOf({reorderedTrack({0, 3, 1, 2, 6, 4, 5, 7}, {0})}), {{2, 30}, {6, 30}});
+    const auto samples = movie.tracks.at(0).samples.expanded();
+    // Picture 5 is the last to be decoded, and lasts until picture 6 has been presented for its tick.
+    EXPECT_EQ(samples.back().offset, 500U);
+    EXPECT_EQ(samples.back().duration, pictureTicks + 90 + 1);
+}
+
 TEST(TrimPlanner, APictureOutOfOrderThatIsNotNeededIsLeftOut)
 {
     const auto movie = planned(movieOf({reorderedTrack({0, 3, 1, 2, 6, 4, 5, 7}, {0})}), {{0, 30}, {3, 30}});

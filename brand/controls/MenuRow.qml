@@ -1,0 +1,25 @@
+import QtQuick
+import QtQuick.Templates as T
+import Velmora.Brand
+
+// A row of a menu that lies open in a window, `text` what assistive technology says. The view gives the content. No ListRow, because what a
+// control of Qt's is to assistive technology is fixed by its kind.
+T.MenuItem {
+    id: row
+
+    leftInset: 6
+    rightInset: 6
+    leftPadding: 20
+    rightPadding: 20
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+
+    Accessible.name: text
+    Accessible.onPressAction: row.enabled && row.clicked()
+
+    background: RowSurface {
+        down: row.down
+        hovered: row.hovered
+        showsFocus: row.activeFocus
+    }
+}
