@@ -1,8 +1,8 @@
 #include "platform/linux/portal/CastPictures.h"
 
 #include "base/MonotonicClock.h"
-#include "platform/linux/pictures/AnonymousMemory.h"
-#include "platform/linux/pictures/FitRectangle.h"
+#include "engine/pictures/FitRectangle.h"
+#include "platform/linux/kernel/AnonymousMemory.h"
 #include "platform/linux/portal/Errors.h"
 
 #include <algorithm>
@@ -40,19 +40,19 @@ void copy(const CastPicture& source, PixelRect part, std::byte* target, std::siz
 }  // namespace
 
 Result<std::unique_ptr<CastPictures>> CastPictures::create(
-    const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler, VideoSource::Callbacks callbacks)
+    const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler, engine::VideoSource::Callbacks callbacks)
 {
     if (configuration.width < 1 || configuration.height < 1 || configuration.width > largestSide || configuration.height > largestSide)
         return failPortal(PortalErrorCode::invalidSize, "The picture size is out of range.");
-    auto memory = allocateAnonymousMemory(
-        PicturePool::requiredBytes(static_cast<std::int32_t>(configuration.width), static_cast<std::int32_t>(configuration.height)));
+    auto memory = allocateAnonymousMemory(engine::PicturePool::requiredBytes(
+        static_cast<std::int32_t>(configuration.width), static_cast<std::int32_t>(configuration.height)));
     if (!memory)
         return fail(std::move(memory.error()));
     return std::unique_ptr<CastPictures>(new CastPictures(configuration, std::move(*memory), std::move(makeScaler), std::move(callbacks)));
 }
 
-CastPictures::CastPictures(const platform::StreamConfiguration& configuration, std::shared_ptr<MemoryBlock> memory,
-    PictureScalerFactory makeScaler, VideoSource::Callbacks callbacks)
+CastPictures::CastPictures(const platform::StreamConfiguration& configuration, std::shared_ptr<engine::MemoryBlock> memory,
+    engine::PictureScalerFactory makeScaler, engine::VideoSource::Callbacks callbacks)
     : whole_{0, 0, static_cast<std::int32_t>(configuration.width), static_cast<std::int32_t>(configuration.height)}
     , makeScaler_(std::move(makeScaler))
     , callbacks_(std::move(callbacks))
@@ -130,7 +130,7 @@ Result<void> CastPictures::take(const CastPicture& newest, std::optional<std::in
     return {};
 }
 
-Result<void> CastPictures::takeScaled(const CastPicture& newest, PooledPicture& picture)
+Result<void> CastPictures::takeScaled(const CastPicture& newest, engine::PooledPicture& picture)
 {
     if (!scaler_) {
         auto made = makeScaler_();
@@ -138,7 +138,7 @@ Result<void> CastPictures::takeScaled(const CastPicture& newest, PooledPicture& 
             return fail(std::move(made.error()));
         scaler_ = std::move(*made);
     }
-    const auto fitted = fitRectangle(content_.width, content_.height, whole_.width, whole_.height);
+    const auto fitted = engine::fitRectangle(content_.width, content_.height, whole_.width, whole_.height);
     if (picture.fitted != fitted) {
         std::memset(picture.pixels, 0, pool_.bytesPerRow() * static_cast<std::size_t>(whole_.height));
         picture.fitted = fitted;
@@ -156,7 +156,7 @@ Result<void> CastPictures::takeScaled(const CastPicture& newest, PooledPicture& 
     return scaler_->scale(source, size, sourceBytesPerRow, target, {0, 0, fitted.width, fitted.height}, pool_.bytesPerRow());
 }
 
-void CastPictures::deliver(PooledPicture& picture, std::int64_t time, std::vector<PixelRect> dirty)
+void CastPictures::deliver(engine::PooledPicture& picture, std::int64_t time, std::vector<PixelRect> dirty)
 {
     lastTime_ = time;
     callbacks_.picture(samples_.make(pool_, picture, time, std::move(dirty)));

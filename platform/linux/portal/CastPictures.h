@@ -1,12 +1,12 @@
 // Makes the pictures of a stream out of those of a cast.
 #pragma once
 
+#include "engine/codecs/PictureScaler.h"
+#include "engine/pictures/FramePacer.h"
+#include "engine/pictures/PicturePool.h"
+#include "engine/pictures/PictureSamples.h"
+#include "engine/pictures/VideoSource.h"
 #include "platform/StreamConfiguration.h"
-#include "platform/linux/VideoSource.h"
-#include "platform/linux/ffmpeg/CodecModule.h"
-#include "platform/linux/pictures/FramePacer.h"
-#include "platform/linux/pictures/PicturePool.h"
-#include "platform/linux/pictures/PictureSamples.h"
 #include "platform/linux/portal/CastBuffer.h"
 
 #include <cstdint>
@@ -21,8 +21,8 @@ namespace velmora::linux_backend {
 /// Times are CLOCK_MONOTONIC nanoseconds.
 class CastPictures {
 public:
-    static Result<std::unique_ptr<CastPictures>> create(
-        const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler, VideoSource::Callbacks callbacks);
+    static Result<std::unique_ptr<CastPictures>> create(const platform::StreamConfiguration& configuration,
+        engine::PictureScalerFactory makeScaler, engine::VideoSource::Callbacks callbacks);
 
     /// The newest picture of the cast is another one. `damage` is what changed, within the content; nothing tells: all of it.
     void changed(PixelRect content, const std::optional<std::vector<PixelRect>>& damage);
@@ -33,28 +33,28 @@ public:
     /// Delivers what is due. `newest` is the newest picture of the cast, taken at `time`; null when there is none to be read now.
     Result<void> work(const CastPicture* newest, std::optional<std::int64_t> time);
 
-    [[nodiscard]] VideoSource::Callbacks& callbacks() { return callbacks_; }
+    [[nodiscard]] engine::VideoSource::Callbacks& callbacks() { return callbacks_; }
 
 private:
-    CastPictures(const platform::StreamConfiguration& configuration, std::shared_ptr<MemoryBlock> memory, PictureScalerFactory makeScaler,
-        VideoSource::Callbacks callbacks);
+    CastPictures(const platform::StreamConfiguration& configuration, std::shared_ptr<engine::MemoryBlock> memory,
+        engine::PictureScalerFactory makeScaler, engine::VideoSource::Callbacks callbacks);
 
     [[nodiscard]] bool isScaled() const;
     Result<void> take(const CastPicture& newest, std::optional<std::int64_t> time, std::int64_t now);
-    Result<void> takeScaled(const CastPicture& newest, PooledPicture& picture);
-    void deliver(PooledPicture& picture, std::int64_t time, std::vector<PixelRect> dirty);
+    Result<void> takeScaled(const CastPicture& newest, engine::PooledPicture& picture);
+    void deliver(engine::PooledPicture& picture, std::int64_t time, std::vector<PixelRect> dirty);
 
     const PixelRect whole_;
-    PictureScalerFactory makeScaler_;
-    VideoSource::Callbacks callbacks_;
-    PictureSamples samples_;
-    PicturePool pool_;
-    FramePacer pacer_;
-    std::unique_ptr<PictureScaler> scaler_;
+    engine::PictureScalerFactory makeScaler_;
+    engine::VideoSource::Callbacks callbacks_;
+    engine::PictureSamples samples_;
+    engine::PicturePool pool_;
+    engine::FramePacer pacer_;
+    std::unique_ptr<engine::PictureScaler> scaler_;
     std::vector<std::byte> scratch_;  ///< the content in our order of colours, before it is scaled
     PixelRect content_;
-    DamageRegion changed_;
-    PooledPicture* last_ = nullptr;
+    engine::DamageRegion changed_;
+    engine::PooledPicture* last_ = nullptr;
     std::int64_t lastTime_ = 0;
     std::int64_t retryDue_ = 0;
 };

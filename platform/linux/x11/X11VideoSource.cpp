@@ -1,13 +1,13 @@
 #include "platform/linux/x11/X11VideoSource.h"
 
 #include "base/MonotonicClock.h"
-#include "platform/linux/WakeUp.h"
-#include "platform/linux/pictures/DamageRegion.h"
-#include "platform/linux/pictures/FitRectangle.h"
-#include "platform/linux/pictures/FramePacer.h"
-#include "platform/linux/pictures/PicturePool.h"
-#include "platform/linux/pictures/PictureSamples.h"
-#include "platform/linux/pictures/UnpaintedArea.h"
+#include "engine/pictures/DamageRegion.h"
+#include "engine/pictures/FitRectangle.h"
+#include "engine/pictures/FramePacer.h"
+#include "engine/pictures/PicturePool.h"
+#include "engine/pictures/PictureSamples.h"
+#include "engine/pictures/UnpaintedArea.h"
+#include "platform/linux/kernel/WakeUp.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/Cursor.h"
 #include "platform/linux/x11/Errors.h"
@@ -84,12 +84,12 @@ Result<std::unique_ptr<Connection>> connect(const std::string& displayName)
 class X11VideoSource::Capture {
 public:
     static Result<std::unique_ptr<Capture>> create(std::uint32_t windowID, const platform::StreamConfiguration& configuration,
-        const Options& options, PictureScalerFactory makeScaler, Callbacks callbacks);
+        const Options& options, engine::PictureScalerFactory makeScaler, Callbacks callbacks);
     ~Capture();
 
 private:
-    Capture(
-        const platform::StreamConfiguration& configuration, const Options& options, PictureScalerFactory makeScaler, Callbacks callbacks);
+    Capture(const platform::StreamConfiguration& configuration, const Options& options, engine::PictureScalerFactory makeScaler,
+        Callbacks callbacks);
 
     void run();
     std::optional<Error> step();
@@ -99,13 +99,13 @@ private:
     void noteDamage();
     void account(PixelRect damaged);
     Result<void> takePicture();
-    bool fetchChanged(PooledPicture& picture);
-    Result<bool> fetchScaled(PooledPicture& picture);
-    bool fetchOneMoment(PooledPicture* picture, ServerMemory& memory, PixelRect box);
-    bool fetchInto(PooledPicture* picture, ServerMemory& memory, PixelRect box, std::uint32_t& request);
+    bool fetchChanged(engine::PooledPicture& picture);
+    Result<bool> fetchScaled(engine::PooledPicture& picture);
+    bool fetchOneMoment(engine::PooledPicture* picture, ServerMemory& memory, PixelRect box);
+    bool fetchInto(engine::PooledPicture* picture, ServerMemory& memory, PixelRect box, std::uint32_t& request);
     Result<void> reserveScratch(std::size_t size);
     void placeCursor();
-    void deliver(PooledPicture& picture, std::int64_t now, std::vector<PixelRect> dirty);
+    void deliver(engine::PooledPicture& picture, std::int64_t now, std::vector<PixelRect> dirty);
     void invalidate();
     [[nodiscard]] bool isScaled() const;
     [[nodiscard]] std::int64_t deadline() const;
@@ -113,29 +113,29 @@ private:
 
     const std::int32_t width_;
     const std::int32_t height_;
-    PictureSamples samples_;
+    engine::PictureSamples samples_;
     const bool showsCursor_;
     const Options options_;
-    PictureScalerFactory makeScaler_;
+    engine::PictureScalerFactory makeScaler_;
     Callbacks callbacks_;
 
     std::unique_ptr<Connection> connection_;
     std::unique_ptr<TrackedWindow> window_;
     std::unique_ptr<CursorTracker> cursor_;  // null when the cursor is not shown
     std::unique_ptr<ServerMemory> memory_;  // the pool's
-    std::unique_ptr<PicturePool> pool_;
+    std::unique_ptr<engine::PicturePool> pool_;
     std::unique_ptr<ServerMemory> scratch_;
-    std::unique_ptr<PictureScaler> scaler_;
+    std::unique_ptr<engine::PictureScaler> scaler_;
 
-    FramePacer pacer_;
-    DamageRegion changed_;  // since the last delivered picture, in that picture's coordinates
+    engine::FramePacer pacer_;
+    engine::DamageRegion changed_;  // since the last delivered picture, in that picture's coordinates
     bool subtractPending_ = true;  // damage was reported that the server holds back from now on
     CursorPlacement cursorWanted_;
     CursorPlacement cursorDrawn_;  // in the last delivered picture
     std::int64_t cursorChecked_ = 0;
     std::int64_t retryDue_ = 0;  // no picture was free, none could be fetched, or the first has not been painted
-    UnpaintedArea unpainted_;  // before the first picture
-    PooledPicture* last_ = nullptr;
+    engine::UnpaintedArea unpainted_;  // before the first picture
+    engine::PooledPicture* last_ = nullptr;
     std::int64_t lastTime_ = 0;
 
     std::atomic<bool> stopping_{false};
@@ -143,8 +143,8 @@ private:
     std::thread thread_;
 };
 
-X11VideoSource::Capture::Capture(
-    const platform::StreamConfiguration& configuration, const Options& options, PictureScalerFactory makeScaler, Callbacks callbacks)
+X11VideoSource::Capture::Capture(const platform::StreamConfiguration& configuration, const Options& options,
+    engine::PictureScalerFactory makeScaler, Callbacks callbacks)
     : width_(static_cast<std::int32_t>(configuration.width))
     , height_(static_cast<std::int32_t>(configuration.height))
     , samples_(configuration)
@@ -157,7 +157,8 @@ X11VideoSource::Capture::Capture(
 }
 
 Result<std::unique_ptr<X11VideoSource::Capture>> X11VideoSource::Capture::create(std::uint32_t windowID,
-    const platform::StreamConfiguration& configuration, const Options& options, PictureScalerFactory makeScaler, Callbacks callbacks)
+    const platform::StreamConfiguration& configuration, const Options& options, engine::PictureScalerFactory makeScaler,
+    Callbacks callbacks)
 {
     if (configuration.width < 1 || configuration.height < 1 || configuration.width > largestSide || configuration.height > largestSide)
         return failX11(X11ErrorCode::invalidSize, "The picture size is out of range.");
@@ -172,12 +173,12 @@ Result<std::unique_ptr<X11VideoSource::Capture>> X11VideoSource::Capture::create
     if (!window)
         return fail(std::move(window.error()));
     capture->window_ = std::move(*window);
-    auto memory =
-        ServerMemory::allocate(*capture->connection_, PicturePool::requiredBytes(capture->width_, capture->height_), options.transport);
+    auto memory = ServerMemory::allocate(
+        *capture->connection_, engine::PicturePool::requiredBytes(capture->width_, capture->height_), options.transport);
     if (!memory)
         return fail(std::move(memory.error()));
     capture->memory_ = std::move(*memory);
-    capture->pool_ = std::make_unique<PicturePool>(capture->memory_->block(), capture->width_, capture->height_);
+    capture->pool_ = std::make_unique<engine::PicturePool>(capture->memory_->block(), capture->width_, capture->height_);
     if (capture->showsCursor_)
         capture->cursor_ = CursorTracker::create(*capture->connection_);
     capture->invalidate();
@@ -293,7 +294,7 @@ void X11VideoSource::Capture::invalidate()
     changed_.add({0, 0, width_, height_});
     subtractPending_ = true;
     const auto& content = window_->content();
-    unpainted_ = UnpaintedArea{{0, 0, content.width, content.height}};
+    unpainted_ = engine::UnpaintedArea{{0, 0, content.width, content.height}};
     if (cursor_)
         placeCursor();
 }
@@ -341,7 +342,7 @@ Result<void> X11VideoSource::Capture::takePicture()
 }
 
 /// Brings a picture of the content's own size up to date. False when that did not work out: the content has changed its size, say.
-bool X11VideoSource::Capture::fetchChanged(PooledPicture& picture)
+bool X11VideoSource::Capture::fetchChanged(engine::PooledPicture& picture)
 {
     restorePixels(picture.underCursor, picture.pixels, width_);
     picture.fitted = {};
@@ -360,7 +361,7 @@ bool X11VideoSource::Capture::fetchChanged(PooledPicture& picture)
 }
 
 /// Fetches the whole content beside the pool and scales it into the picture. False when it could not be fetched now.
-Result<bool> X11VideoSource::Capture::fetchScaled(PooledPicture& picture)
+Result<bool> X11VideoSource::Capture::fetchScaled(engine::PooledPicture& picture)
 {
     const auto content = window_->content();
     const auto rowBytes = static_cast<std::size_t>(content.width) * 4;
@@ -378,7 +379,7 @@ Result<bool> X11VideoSource::Capture::fetchScaled(PooledPicture& picture)
     if (cursor_)
         drawCursor(cursor_->image(), cursorWanted_, source, content.width, content.height, nullptr);
 
-    const auto fitted = fitRectangle(content.width, content.height, width_, height_);
+    const auto fitted = engine::fitRectangle(content.width, content.height, width_, height_);
     if (picture.fitted != fitted) {
         std::memset(picture.pixels, 0, pool_->bytesPerRow() * static_cast<std::size_t>(height_));
         picture.fitted = fitted;
@@ -408,7 +409,7 @@ Result<void> X11VideoSource::Capture::reserveScratch(std::size_t size)
 /// drawn outside of `box` before the fetch, all is fetched instead. What was drawn before the fetch is accounted for here: it is in
 /// this picture, and the others lack it. What was drawn after the subtraction stays in the window's damage as well, because the
 /// server may not report those parts again when they are drawn once more after the fetch.
-bool X11VideoSource::Capture::fetchOneMoment(PooledPicture* picture, ServerMemory& memory, PixelRect box)
+bool X11VideoSource::Capture::fetchOneMoment(engine::PooledPicture* picture, ServerMemory& memory, PixelRect box)
 {
     const PixelRect whole{0, 0, window_->content().width, window_->content().height};
     auto& meanwhile = window_->damage();
@@ -423,7 +424,7 @@ bool X11VideoSource::Capture::fetchOneMoment(PooledPicture* picture, ServerMemor
         }
         readQueuedEvents();
         const auto isTorn = [&](const TrackedWindow::Damage& damage) {
-            return isBefore(damage.sequence, request) && !contains(box, damage.rectangle);
+            return isBefore(damage.sequence, request) && !engine::contains(box, damage.rectangle);
         };
         if (box == whole || std::none_of(meanwhile.begin(), meanwhile.end(), isTorn)) {
             for (const auto& damage : meanwhile) {
@@ -439,7 +440,7 @@ bool X11VideoSource::Capture::fetchOneMoment(PooledPicture* picture, ServerMemor
     }
 }
 
-bool X11VideoSource::Capture::fetchInto(PooledPicture* picture, ServerMemory& memory, PixelRect box, std::uint32_t& request)
+bool X11VideoSource::Capture::fetchInto(engine::PooledPicture* picture, ServerMemory& memory, PixelRect box, std::uint32_t& request)
 {
     const auto& content = window_->content();
     // Rows arrive packed. Whole rows are in place as they arrive; a narrow part goes through the scratch memory.
@@ -448,7 +449,7 @@ bool X11VideoSource::Capture::fetchInto(PooledPicture* picture, ServerMemory& me
         const auto rowBytes = static_cast<std::size_t>(box.width) * 4;
         if (!reserveScratch(rowBytes * static_cast<std::size_t>(box.height)))
             return false;
-        const auto fetched = scratch_->fetch(window_->pixmap(), translated(box, content.x, content.y), 0);
+        const auto fetched = scratch_->fetch(window_->pixmap(), engine::translated(box, content.x, content.y), 0);
         if (!fetched)
             return false;
         for (std::int32_t y = 0; y < box.height; ++y) {
@@ -461,14 +462,14 @@ bool X11VideoSource::Capture::fetchInto(PooledPicture* picture, ServerMemory& me
     const PixelRect rows{0, box.y, content.width, box.height};
     const auto rowOffset = picture ? static_cast<std::size_t>(box.y) * pool_->bytesPerRow() : 0;
     const auto fetched =
-        memory.fetch(window_->pixmap(), translated(rows, content.x, content.y), (picture ? picture->offset : 0) + rowOffset);
+        memory.fetch(window_->pixmap(), engine::translated(rows, content.x, content.y), (picture ? picture->offset : 0) + rowOffset);
     if (!fetched)
         return false;
     request = *fetched;
     return true;
 }
 
-void X11VideoSource::Capture::deliver(PooledPicture& picture, std::int64_t now, std::vector<PixelRect> dirty)
+void X11VideoSource::Capture::deliver(engine::PooledPicture& picture, std::int64_t now, std::vector<PixelRect> dirty)
 {
     lastTime_ = now;
     callbacks_.picture(samples_.make(*pool_, picture, now, std::move(dirty)));
@@ -496,7 +497,7 @@ void X11VideoSource::Capture::waitUntil(std::int64_t time)
 }
 
 X11VideoSource::X11VideoSource(
-    std::uint32_t windowID, const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler, Options options)
+    std::uint32_t windowID, const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler, Options options)
     : windowID_(windowID)
     , configuration_(configuration)
     , makeScaler_(std::move(makeScaler))
