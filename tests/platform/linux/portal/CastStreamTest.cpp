@@ -413,25 +413,6 @@ TEST_F(CastStreamTest, WhoLetsGoLateDoesNotDetachItsSuccessor)
     stream.reset();
 }
 
-TEST_F(CastStreamTest, WhileAllPicturesAreHeldNoneIsTaken)
-{
-    openAndAttach();
-    recorder.hold(true);
-    for (std::uint32_t number = 2; number <= engine::PicturePool::pictureCount; ++number) {
-        cast->show(number);
-        waitForNumber(number);
-    }
-    cast->show(29);
-    std::set<const std::byte*> addresses;
-    for (const auto& picture : recorder.pictures())
-        addresses.insert(picture.address);
-    EXPECT_EQ(addresses.size(), engine::PicturePool::pictureCount);
-    recorder.hold(false);
-    cast->show(30);
-    waitForNumber(30);
-    EXPECT_EQ(recorder.complaints(), "");
-}
-
 TEST(CastStream, AConnectionThatIsNoneIsAnError)
 {
     Watcher watcher;

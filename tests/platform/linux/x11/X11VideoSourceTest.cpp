@@ -231,22 +231,6 @@ TEST(X11VideoSource, TimeStampsAreTheMomentsOfTheFrames)
     EXPECT_EQ(capture.recorder.lastSample()->duration, (MediaTime{16'666'667, 1'000'000'000}));
 }
 
-TEST(X11VideoSource, PicturesAreHeldToTheMinimumFrameInterval)
-{
-    engine::Recorder recorder;
-    NumberedWindowProgram program{{"--size", "640x480", "--fps", "60"}};
-    auto configuration = engine::pictureSize(640, 480);
-    configuration.minimumFrameInterval = {1, 10};
-    X11VideoSource source{program.window(), configuration, engine::nearestScalers()};
-    ASSERT_TRUE(source.start(recorder.callbacks()));
-    recorder.waitForPictures(25);
-    source.stop();
-    const auto pictures = recorder.pictures();
-    for (std::size_t index = 1; index < pictures.size(); ++index)
-        EXPECT_GE(pictures[index].time - pictures[index - 1].time, 75'000'000 - 1'000'000);
-    EXPECT_GE(pictures.back().time - pictures.front().time, static_cast<std::int64_t>(pictures.size() - 2) * 100'000'000);
-}
-
 TEST(X11VideoSource, NothingIsDeliveredAfterTheStop)
 {
     NumberedCapture capture{{"--size", "640x480"}, 640, 480};
@@ -280,34 +264,6 @@ TEST(X11VideoSource, ADeliveredPictureNeverChangesWhileItIsHeld)
     capture.source.stop();
     for (const auto& [sample, pixels] : kept)
         EXPECT_EQ(std::memcmp(sample->imageBuffer->baseAddress, pixels.data(), pixels.size()), 0);
-}
-
-TEST(X11VideoSource, AConsumerThatHoldsEverythingGetsNoMoreMemoryAndGoesOnWhenItLetsGo)
-{
-    NumberedCapture capture{{"--size", "640x480"}, 640, 480};
-    capture.recorder.hold(true);
-    const auto addresses = [&] {
-        std::set<const std::byte*> distinct;
-        for (const auto& picture : capture.recorder.pictures())
-            distinct.insert(picture.address);
-        return distinct.size();
-    };
-    capture.recorder.waitFor("all pictures in use", [&] { return addresses() == 6; });
-    // Nothing but repeats of the last picture now.
-    const auto repeatedBefore = capture.recorder.pictures();
-    capture.recorder.waitFor("repeats", [&] { return capture.recorder.pictures().size() >= repeatedBefore.size() + 2; });
-    const auto repeats = capture.recorder.pictures();
-    EXPECT_EQ(addresses(), 6U);
-    EXPECT_EQ(repeats.back().address, repeats[repeats.size() - 2].address);
-    EXPECT_TRUE(repeats.back().change.dirty.empty());
-
-    capture.recorder.hold(false);
-    const auto numbers = numbersOf(repeats).size();
-    capture.waitForNumbers(numbers + 20);
-    capture.source.stop();
-    EXPECT_EQ(addresses(), 6U);
-    expectFramesAsShown(capture.recorder.pictures(), capture.program.finish());
-    EXPECT_EQ(capture.recorder.complaints(), "");
 }
 
 }  // namespace
