@@ -18,7 +18,7 @@ using namespace velmora::test;
 using velmora::benchmarks::Figures;
 
 /// Encodes, and tells how far it is: the last in the row of those that a recording waits for.
-class MeasuredEncoder final : public velmora::linux_backend::AudioEncoder {
+class MeasuredEncoder final : public velmora::engine::AudioEncoder {
 public:
     static inline std::atomic<std::size_t> frames = 0;
 
@@ -33,7 +33,7 @@ public:
     velmora::Result<void> flush(std::vector<Packet>& packets) override { return encoder_->flush(packets); }
 
 private:
-    const std::unique_ptr<velmora::linux_backend::AudioEncoder> encoder_ = makeAacEncoder();
+    const std::unique_ptr<velmora::engine::AudioEncoder> encoder_ = makeAacEncoder();
 };
 
 void addMemory(Figures& figures, const std::string& when)
@@ -65,9 +65,8 @@ void playAnHour(Figures& figures, RecordingEngine& engine, const std::string& wh
 int main(int argc, char** argv)
 {
     Figures figures{argc, argv};
-    RecordingEngine engine{30, {}, [](const auto&) -> velmora::Result<std::unique_ptr<velmora::linux_backend::AudioEncoder>> {
-                               return std::make_unique<MeasuredEncoder>();
-                           }};
+    RecordingEngine engine{30, {},
+        [](const auto&) -> velmora::Result<std::unique_ptr<velmora::engine::AudioEncoder>> { return std::make_unique<MeasuredEncoder>(); }};
     playAnHour(figures, engine, "An hour of capture", false);
     engine.start();
     playAnHour(figures, engine, "An hour in one recording", true);

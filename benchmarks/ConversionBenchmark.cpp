@@ -1,6 +1,6 @@
 // What a picture costs on its way into the encoder, and in it.
 
-#include "platform/linux/ffmpeg/ColourConversion.h"
+#include "engine/codecs/ColourConversion.h"
 #include "platform/linux/ffmpeg/VideoEncoder.h"
 
 #include <benchmark/benchmark.h>
@@ -34,7 +34,7 @@ public:
         }
     }
 
-    [[nodiscard]] BgraView view() const { return {pixels_.data(), static_cast<std::size_t>(width_) * 4, width_, height_}; }
+    [[nodiscard]] engine::BgraView view() const { return {pixels_.data(), static_cast<std::size_t>(width_) * 4, width_, height_}; }
 
 private:
     std::int32_t width_;
@@ -51,16 +51,16 @@ struct I420 {
         av_frame_get_buffer(frame.get(), 0);
     }
 
-    [[nodiscard]] Yuv420View view() const
+    [[nodiscard]] engine::Yuv420View view() const
     {
-        return {Yuv420View::Layout::i420, frame->data[0], static_cast<std::size_t>(frame->linesize[0]), frame->data[1], frame->data[2],
-            static_cast<std::size_t>(frame->linesize[1])};
+        return {engine::Yuv420View::Layout::i420, frame->data[0], static_cast<std::size_t>(frame->linesize[0]), frame->data[1],
+            frame->data[2], static_cast<std::size_t>(frame->linesize[1])};
     }
 
     AvFrame frame;
 };
 
-void convertOnPath(benchmark::State& state, ConversionPath path)
+void convertOnPath(benchmark::State& state, engine::ConversionPath path)
 {
     const auto width = static_cast<std::int32_t>(state.range(0));
     const auto height = static_cast<std::int32_t>(state.range(1));
@@ -70,22 +70,22 @@ void convertOnPath(benchmark::State& state, ConversionPath path)
     const Scene scene{width, height, 1};
     const I420 planes{width, height};
     for (auto _ : state) {
-        convertToYuv420(scene.view(), area, planes.view(), path);
+        engine::convertToYuv420(scene.view(), area, planes.view(), path);
         benchmark::ClobberMemory();
     }
 }
 
 void convertWithAvx2(benchmark::State& state)
 {
-    if (fastestConversionPath() != ConversionPath::avx2)
+    if (engine::fastestConversionPath() != engine::ConversionPath::avx2)
         state.SkipWithError("no AVX2 here");
     else
-        convertOnPath(state, ConversionPath::avx2);
+        convertOnPath(state, engine::ConversionPath::avx2);
 }
 
 void convertPortably(benchmark::State& state)
 {
-    convertOnPath(state, ConversionPath::portable);
+    convertOnPath(state, engine::ConversionPath::portable);
 }
 
 void convertWithSwscale(benchmark::State& state)
@@ -121,7 +121,7 @@ void encode(benchmark::State& state)
     for (int frame = 0; frame < 16; ++frame) {
         const Scene scene{settings.width, settings.height, frame};
         pictures.emplace_back(settings.width, settings.height);
-        convertToYuv420(scene.view(), {0, 0, settings.width, settings.height}, pictures.back().view());
+        engine::convertToYuv420(scene.view(), {0, 0, settings.width, settings.height}, pictures.back().view());
     }
     std::vector<VideoEncoder::Packet> packets;
     std::int64_t time = 0;

@@ -1,7 +1,8 @@
 #include "platform/linux/CodecModuleServices.h"
 
-#include "platform/linux/AssetWriter.h"
-#include "platform/linux/LinuxAssetReader.h"
+#include "engine/files/AssetReader.h"
+#include "engine/files/AssetWriter.h"
+#include "platform/linux/ffmpeg/CodecLoader.h"
 
 #include <string>
 #include <utility>
@@ -31,7 +32,7 @@ private:
     static constexpr platform::CompressionStatus moduleMissing = -1;
 };
 
-Result<std::unique_ptr<AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings)
+Result<std::unique_ptr<engine::AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings)
 {
     const auto module = codecModule();
     if (!module)
@@ -39,7 +40,7 @@ Result<std::unique_ptr<AudioEncoder>> makeAudioEncoder(const platform::AudioOutp
     return (*module)->makeAudioEncoder(settings);
 }
 
-Result<std::unique_ptr<PictureDecoder>> makePictureDecoder(const VideoFormat& format, const PictureRequest& request)
+Result<std::unique_ptr<engine::PictureDecoder>> makePictureDecoder(const VideoFormat& format, const engine::PictureRequest& request)
 {
     const auto module = codecModule();
     if (!module)
@@ -54,17 +55,17 @@ std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions()
     return std::make_shared<CompressionSessions>();
 }
 
-std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters(std::shared_ptr<const Trash> trash)
+std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters(std::shared_ptr<const engine::Trash> trash)
 {
-    return std::make_shared<AssetWriterFactory>(makeAudioEncoder, std::move(trash));
+    return std::make_shared<engine::AssetWriterFactory>(makeAudioEncoder, std::move(trash));
 }
 
 std::shared_ptr<platform::AssetReader> makeAssetReader()
 {
-    return std::make_shared<LinuxAssetReader>(makePictureDecoder);
+    return std::make_shared<engine::AssetReader>(makePictureDecoder);
 }
 
-Result<std::unique_ptr<PictureScaler>> makePictureScaler()
+Result<std::unique_ptr<engine::PictureScaler>> makePictureScaler()
 {
     const auto module = codecModule();
     if (!module)

@@ -1,6 +1,6 @@
 #include "platform/linux/JournalSink.h"
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/kernel/FileDescriptor.h"
 
 #include <cstdint>
 #include <cstring>

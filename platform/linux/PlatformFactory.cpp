@@ -2,12 +2,11 @@
 
 #include "platform/PlatformFactory.h"
 
-#include "platform/linux/ApplicationAudio.h"
-#include "platform/linux/AssetRepairer.h"
+#include "engine/capture/CaptureStreams.h"
+#include "engine/files/AssetRepairer.h"
+#include "engine/files/ExportSessions.h"
 #include "platform/linux/CodecModuleServices.h"
 #include "platform/linux/JournalSink.h"
-#include "platform/linux/LinuxCaptureStream.h"
-#include "platform/linux/LinuxExportSession.h"
 #include "platform/linux/LinuxFileManager.h"
 #include "platform/linux/MemoryAllocation.h"
 #include "platform/linux/desktop/LinuxSharingServices.h"
@@ -20,6 +19,7 @@
 #include "platform/linux/portal/PortalHotKeyCenter.h"
 #include "platform/linux/portal/PortalScreenCaptureAccess.h"
 #include "platform/linux/portal/PortalShareableContent.h"
+#include "platform/linux/sound/ApplicationAudio.h"
 #include "platform/linux/x11/X11DisplayChanges.h"
 #include "platform/linux/x11/X11EventThread.h"
 #include "platform/linux/x11/X11FloatingWindows.h"
@@ -68,7 +68,7 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
     services.hotKeyCenter = std::make_shared<X11HotKeyCenter>(events, mainExecutor);
     services.screenCaptureAccess = std::make_shared<X11ScreenCaptureAccess>();
     services.shareableContent = std::make_shared<X11ShareableContent>();
-    services.captureStreams = makeCaptureStreams({
+    services.captureStreams = engine::makeCaptureStreams({
         .makeVideoSource =
             [whenTheDisplayGoes](const ContentFilter& filter, const StreamConfiguration& configuration) {
                 X11VideoSource::Options options;
@@ -100,7 +100,7 @@ void usePortal(PlatformServices& services, const std::shared_ptr<Executor>& main
     const auto content =
         std::make_shared<PortalShareableContent>(mainExecutor, PortalShareableContentOptions{.listSoundStreams = listSoundStreams});
     services.shareableContent = content;
-    services.captureStreams = makeCaptureStreams({
+    services.captureStreams = engine::makeCaptureStreams({
         .makeVideoSource =
             [content](const ContentFilter& filter, const StreamConfiguration& configuration) {
                 return content->makeVideoSource(filter.window().windowID, configuration, makePictureScaler);
@@ -148,9 +148,9 @@ PlatformServices makePlatformServices(
     services.screens = std::make_shared<PixelScreens>();
     services.compressionSessions = makeCompressionSessions();
     services.assetWriters = makeAssetWriters(std::make_shared<Trash>(Trash::placesOfUser(services.fileManager->homeDirectory())));
-    services.assetRepairer = makeAssetRepairer();
+    services.assetRepairer = engine::makeAssetRepairer();
     services.assetReader = makeAssetReader();
-    services.exportSessions = makeExportSessions();
+    services.exportSessions = engine::makeExportSessions();
     services.players = makePlayers(services.assetReader, mainExecutor);
     services.userNotificationCenter = makeUserNotificationCenter({.makeIcon = std::move(makeIcon), .busAddress = {}});
     services.userDefaults = makeUserDefaults();

@@ -1,8 +1,8 @@
 // From the encoder's samples through the rolling buffer into a file, and what a player makes of that.
 #include "capture/ClipExporter.h"
 #include "capture/ClipExporterError.h"
+#include "engine/files/AssetWriter.h"
 #include "media/mp4/MovieReader.h"
-#include "platform/linux/AssetWriter.h"
 #include "platform/linux/LinuxFileManager.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -100,10 +100,8 @@ protected:
 
     [[nodiscard]] static std::shared_ptr<platform::AssetWriterFactory> files()
     {
-        return std::make_shared<linux_backend::AssetWriterFactory>(
-            [](const platform::AudioOutputSettings&) -> Result<std::unique_ptr<linux_backend::AudioEncoder>> {
-                return test::makeAacEncoder();
-            });
+        return std::make_shared<engine::AssetWriterFactory>(
+            [](const platform::AudioOutputSettings&) -> Result<std::unique_ptr<engine::AudioEncoder>> { return test::makeAacEncoder(); });
     }
 
     /// Exports `extraction` and expects of the file that it shows and sounds all of it and nothing else, each at its time.
@@ -263,8 +261,8 @@ public:
     {
         auto file = std::make_shared<test::MemoryFile>();
         file->faults.capacity = mp4::defaultReserveSize + 20'000;
-        auto writer = linux_backend::AssetWriter::create(
-            file, [](const auto&) -> Result<std::unique_ptr<linux_backend::AudioEncoder>> { return test::makeAacEncoder(); });
+        auto writer = engine::AssetWriter::create(
+            file, [](const auto&) -> Result<std::unique_ptr<engine::AudioEncoder>> { return test::makeAacEncoder(); });
         if (!writer)
             return fail(writer.error());
         return std::shared_ptr<platform::AssetWriter>{std::move(*writer)};

@@ -3,6 +3,7 @@
 #include "app/KeptRecording.h"
 #include "capture/ManualRecordingWriter.h"
 #include "platform/linux/LinuxFileManager.h"
+#include "platform/linux/desktop/Trash.h"
 #include "tests/support/media/DecodedFile.h"
 #include "tests/support/media/RecordingEngine.h"
 #include "tests/support/media/SlowDisk.h"
@@ -32,7 +33,7 @@ protected:
 
     [[nodiscard]] std::shared_ptr<platform::AssetWriterFactory> trashingWriters() const
     {
-        return std::make_shared<linux_backend::AssetWriterFactory>(RecordingEngine::makeSoundEncoder, trash_);
+        return std::make_shared<engine::AssetWriterFactory>(RecordingEngine::makeSoundEncoder, trash_);
     }
 
     [[nodiscard]] static std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder)
@@ -99,7 +100,7 @@ TEST_F(DiscardedRecordings, DoNotTouchTheNextOneOfTheirNameHoweverLongTheyTake)
     const auto files = linux_backend::makeFileManager();
     const auto pictures = encodeClip(steadyTimes(90, 60), {.width = 64, .height = 48});
     const auto gate = std::make_shared<DiskGate>();
-    SlowAssetWriters slow{gate, RecordingEngine::makeSoundEncoder, linux_backend::CancelledRecordings{trash_, std::chrono::hours{1}}};
+    SlowAssetWriters slow{gate, RecordingEngine::makeSoundEncoder, engine::CancelledRecordings{trash_, std::chrono::hours{1}}};
     const auto discarded = *ManualRecordingWriter::create(path, slow, files);
     gate->close();
     for (const auto& picture : pictures.samples)
@@ -125,7 +126,7 @@ TEST_F(DiscardedRecordings, KeepNeitherTheMachineFromSleepingNorLeaveTheProgramU
 {
     const auto gate = std::make_shared<DiskGate>();
     RecordingEngine engine{parts(std::make_shared<SlowAssetWriters>(
-        gate, RecordingEngine::makeSoundEncoder, linux_backend::CancelledRecordings{trash_, std::chrono::hours{1}}))};
+        gate, RecordingEngine::makeSoundEncoder, engine::CancelledRecordings{trash_, std::chrono::hours{1}}))};
     engine.start();
     const auto clip = clips(engine).at(0);
     gate->close();

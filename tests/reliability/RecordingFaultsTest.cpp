@@ -93,7 +93,7 @@ struct ObservedEngine {
 TEST(RecordingFaults, WhenAnotherEncoderTakesOverTheRecordingIsSavedUpToThereAndTheNextIsWhole)
 {
     constexpr int picturesOfTheFirst = 48;
-    ObservedEngine observed{std::make_shared<linux_backend::AssetWriterFactory>(RecordingEngine::makeSoundEncoder),
+    ObservedEngine observed{std::make_shared<engine::AssetWriterFactory>(RecordingEngine::makeSoundEncoder),
         std::make_shared<TwoEncodersSessions>(picturesOfTheFirst)};
     auto& engine = observed.engine;
     engine.start();

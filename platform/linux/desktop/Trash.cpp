@@ -129,7 +129,7 @@ Result<void> createInfo(const std::filesystem::path& path, std::string_view text
     return fail(trashError(errnoValue, path));
 }
 
-Result<TrashedFile> putInto(const TrashFolder& trash, const std::filesystem::path& path, const Trash::Move& move)
+Result<engine::TrashedFile> putInto(const TrashFolder& trash, const std::filesystem::path& path, const Trash::Move& move)
 {
     for (const char* folder : {"files", "info"}) {
         if (auto made = makeFolder(trash.path / folder); !made)
@@ -138,7 +138,7 @@ Result<TrashedFile> putInto(const TrashFolder& trash, const std::filesystem::pat
     const auto text = infoText(trash.origin);
     for (int attempt = 1; attempt <= mostNames; ++attempt) {
         const auto name = nameInTrash(path, attempt);
-        const TrashedFile trashed{trash.path / "files" / name, trash.path / "info" / (name + std::string{infoSuffix})};
+        const engine::TrashedFile trashed{trash.path / "files" / name, trash.path / "info" / (name + std::string{infoSuffix})};
         auto result = createInfo(trashed.info, text);
         if (result) {
             result = move(trashed.file);
@@ -162,7 +162,7 @@ Trash::Places Trash::placesOfUser(const std::filesystem::path& home)
     return {data / "Trash", mountPoint, ::geteuid()};
 }
 
-Result<TrashedFile> Trash::put(const std::filesystem::path& path, const Move& move) const
+Result<engine::TrashedFile> Trash::put(const std::filesystem::path& path, const Move& move) const
 {
     std::error_code error;
     const auto absolute = std::filesystem::absolute(path, error);
@@ -192,7 +192,7 @@ Result<TrashedFile> Trash::put(const std::filesystem::path& path, const Move& mo
     return result;
 }
 
-void Trash::remove(const TrashedFile& trashed)
+void Trash::remove(const engine::TrashedFile& trashed) const
 {
     ::unlink(trashed.file.c_str());
     ::unlink(trashed.info.c_str());

@@ -8,6 +8,9 @@
 
 namespace velmora::linux_backend {
 
+/// Loads the module on the first call, on whatever thread that is; every later call returns the same one or the same error.
+Result<std::shared_ptr<CodecModule>> codecModule();
+
 /// Loads the module from the first of `directories` that has it.
 Result<std::shared_ptr<CodecModule>> loadCodecModule(std::span<const std::filesystem::path> directories);
 

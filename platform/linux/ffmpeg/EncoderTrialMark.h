@@ -1,7 +1,7 @@
 // Remembers, for the rest of the login session, which encoder ended the program in its trial.
 #pragma once
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/kernel/FileDescriptor.h"
 
 #include <filesystem>
 #include <optional>

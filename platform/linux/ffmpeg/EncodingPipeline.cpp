@@ -37,7 +37,7 @@ int EncodingPipeline::prepare(const VideoEncoderSettings& settings)
     return 0;
 }
 
-void EncodingPipeline::encode(PendingPicture picture, const VideoEncoderSettings& settings)
+void EncodingPipeline::encode(engine::PendingPicture picture, const VideoEncoderSettings& settings)
 {
     for (; picture.droppedBefore > 0; --picture.droppedBefore)
         order_.push({-1, MediaTime::invalid(), MediaTime::invalid(), Outcome{}});
@@ -77,7 +77,7 @@ void EncodingPipeline::giveEncoderUp(int status)
 }
 
 /// False when the picture has to be encoded.
-bool EncodingPipeline::repeatKeyFrame(const PendingPicture& picture, std::int64_t encoderTime)
+bool EncodingPipeline::repeatKeyFrame(const engine::PendingPicture& picture, std::int64_t encoderTime)
 {
     const bool isWanted = needsKeyFrame(picture.presentationTimeStamp) || stillKeyFrames_.isEncoderAside();
     if (!isWanted || !encoder_->alternatesKeyFrames())
@@ -90,7 +90,7 @@ bool EncodingPipeline::repeatKeyFrame(const PendingPicture& picture, std::int64_
     return true;
 }
 
-int EncodingPipeline::encodeAnew(PendingPicture picture, std::int64_t encoderTime)
+int EncodingPipeline::encodeAnew(engine::PendingPicture picture, std::int64_t encoderTime)
 {
     const MediaTime time = picture.presentationTimeStamp;
     AVFrame* frame = converter_->convert(*picture.picture, picture.changed);
@@ -114,7 +114,7 @@ int EncodingPipeline::encodeAnew(PendingPicture picture, std::int64_t encoderTim
 int EncodingPipeline::bringEncoderBack(std::int64_t encoderTime)
 {
     if (stillKeyFrames_.isNumberTaken()) {
-        const AvFrame black = makeBlackFrame(encoder_->layout(), paddedToEven(width_), paddedToEven(height_));
+        const AvFrame black = makeBlackFrame(encoder_->layout(), engine::paddedToEven(width_), engine::paddedToEven(height_));
         if (!black)
             return AVERROR(ENOMEM);
         const int status = encoder_->encode(*black, encoderTime, true, packets_);

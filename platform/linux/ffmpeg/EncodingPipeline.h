@@ -1,11 +1,11 @@
 // What happens to a picture on the encoding thread.
 #pragma once
 
+#include "engine/codecs/OutputOrder.h"
+#include "engine/codecs/PictureQueue.h"
+#include "engine/codecs/StillKeyFrames.h"
 #include "platform/CompressionSession.h"
-#include "platform/linux/ffmpeg/OutputOrder.h"
 #include "platform/linux/ffmpeg/PictureConverter.h"
-#include "platform/linux/ffmpeg/PictureQueue.h"
-#include "platform/linux/ffmpeg/StillKeyFrames.h"
 #include "platform/linux/ffmpeg/VideoEncoder.h"
 
 #include <cstdint>
@@ -30,7 +30,7 @@ public:
     /// Opens the encoder unless it is open. 0 or an AVERROR.
     int prepare(const VideoEncoderSettings& settings);
 
-    void encode(PendingPicture picture, const VideoEncoderSettings& settings);
+    void encode(engine::PendingPicture picture, const VideoEncoderSettings& settings);
 
     /// Gets out of the encoder what it holds back. One that holds nothing is left as it is; any other is opened anew for the next picture.
     void drain();
@@ -41,8 +41,8 @@ public:
 private:
     [[nodiscard]] std::int64_t encoderTimeOf(MediaTime presentationTimeStamp);
     [[nodiscard]] bool needsKeyFrame(MediaTime presentationTimeStamp) const;
-    bool repeatKeyFrame(const PendingPicture& picture, std::int64_t encoderTime);
-    int encodeAnew(PendingPicture picture, std::int64_t encoderTime);
+    bool repeatKeyFrame(const engine::PendingPicture& picture, std::int64_t encoderTime);
+    int encodeAnew(engine::PendingPicture picture, std::int64_t encoderTime);
     int bringEncoderBack(std::int64_t encoderTime);
     void giveEncoderUp(int status);
     void finish(VideoEncoder::Packet packet);
@@ -52,8 +52,8 @@ private:
     OpenEncoder open_;
     std::unique_ptr<VideoEncoder> encoder_;
     std::optional<PictureConverter> converter_;
-    StillKeyFrames stillKeyFrames_;
-    OutputOrder<Outcome> order_;
+    engine::StillKeyFrames stillKeyFrames_;
+    engine::OutputOrder<Outcome> order_;
     std::vector<VideoEncoder::Packet> packets_;
     FormatDescriptionRef format_;
     MediaTime firstTime_;

@@ -23,7 +23,7 @@ constexpr const char* notEncoded = "The sound could not be encoded";
 
 }  // namespace
 
-Result<std::unique_ptr<AudioEncoder>> LibavAudioEncoder::create(const platform::AudioOutputSettings& settings)
+Result<std::unique_ptr<engine::AudioEncoder>> LibavAudioEncoder::create(const platform::AudioOutputSettings& settings)
 {
     constexpr std::int64_t greatestChannelCount = 8;
     if (settings.format != FourCharacterCode{"aac "} || settings.channelCount < 1 || settings.channelCount > greatestChannelCount
@@ -63,7 +63,7 @@ Result<std::unique_ptr<AudioEncoder>> LibavAudioEncoder::create(const platform::
     const auto* header = reinterpret_cast<const std::byte*>(context->extradata);
     format.decoderConfiguration.assign(header, header + context->extradata_size);
     auto description = std::make_shared<const FormatDescription>(std::move(format));
-    return std::unique_ptr<AudioEncoder>{new LibavAudioEncoder(std::move(context), std::move(frame), std::move(description))};
+    return std::unique_ptr<engine::AudioEncoder>{new LibavAudioEncoder(std::move(context), std::move(frame), std::move(description))};
 }
 
 LibavAudioEncoder::LibavAudioEncoder(AvCodecContext context, AvFrame frame, FormatDescriptionRef format)

@@ -7,10 +7,10 @@
 namespace velmora::linux_backend {
 
 /// AAC-LC in packets of 1024 frames. Values that are not finite are taken as silence: one of them would end the sound for good.
-class LibavAudioEncoder final : public AudioEncoder {
+class LibavAudioEncoder final : public engine::AudioEncoder {
 public:
     /// Fails for anything but "aac " and for rates, channel counts and bit rates that the encoder does not know.
-    static Result<std::unique_ptr<AudioEncoder>> create(const platform::AudioOutputSettings& settings);
+    static Result<std::unique_ptr<engine::AudioEncoder>> create(const platform::AudioOutputSettings& settings);
 
     [[nodiscard]] FormatDescriptionRef format() const override { return format_; }
     [[nodiscard]] std::int64_t primingFrames() const override { return context_->initial_padding; }

@@ -22,17 +22,18 @@ std::shared_ptr<platform::CompressionSessionFactory> LibavCodecModule::compressi
     return compressionSessions_;
 }
 
-Result<std::unique_ptr<AudioEncoder>> LibavCodecModule::makeAudioEncoder(const platform::AudioOutputSettings& settings)
+Result<std::unique_ptr<engine::AudioEncoder>> LibavCodecModule::makeAudioEncoder(const platform::AudioOutputSettings& settings)
 {
     return LibavAudioEncoder::create(settings);
 }
 
-std::unique_ptr<PictureScaler> LibavCodecModule::makePictureScaler()
+std::unique_ptr<engine::PictureScaler> LibavCodecModule::makePictureScaler()
 {
     return std::make_unique<LibswscalePictureScaler>();
 }
 
-Result<std::unique_ptr<PictureDecoder>> LibavCodecModule::makePictureDecoder(const VideoFormat& format, const PictureRequest& request)
+Result<std::unique_ptr<engine::PictureDecoder>> LibavCodecModule::makePictureDecoder(
+    const VideoFormat& format, const engine::PictureRequest& request)
 {
     return LibavPictureDecoder::create(format, request);
 }

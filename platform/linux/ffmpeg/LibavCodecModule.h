@@ -10,9 +10,10 @@ public:
     LibavCodecModule();
 
     std::shared_ptr<platform::CompressionSessionFactory> compressionSessions() override;
-    Result<std::unique_ptr<AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings) override;
-    std::unique_ptr<PictureScaler> makePictureScaler() override;
-    Result<std::unique_ptr<PictureDecoder>> makePictureDecoder(const VideoFormat& format, const PictureRequest& request) override;
+    Result<std::unique_ptr<engine::AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings) override;
+    std::unique_ptr<engine::PictureScaler> makePictureScaler() override;
+    Result<std::unique_ptr<engine::PictureDecoder>> makePictureDecoder(
+        const VideoFormat& format, const engine::PictureRequest& request) override;
 
 private:
     const std::shared_ptr<platform::CompressionSessionFactory> compressionSessions_;

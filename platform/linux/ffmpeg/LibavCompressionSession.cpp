@@ -68,7 +68,7 @@ struct LibavCompressionSession::State {
     Mutex mutex;
     ConditionVariable work;  ///< for the thread
     ConditionVariable progress;  ///< for those who wait for the thread
-    PictureQueue queue GUARDED_BY(mutex);
+    engine::PictureQueue queue GUARDED_BY(mutex);
     VideoEncoderSettings settings GUARDED_BY(mutex);
     bool settingsAreFixed GUARDED_BY(mutex) = false;
     MediaTime lastSubmitted GUARDED_BY(mutex);
@@ -111,7 +111,7 @@ struct LibavCompressionSession::State {
     bool runOnce()
     {
         bool prepares = false;
-        std::optional<PendingPicture> picture;
+        std::optional<engine::PendingPicture> picture;
         VideoEncoderSettings currentSettings;
         {
             MutexLock lock(mutex);
@@ -163,8 +163,8 @@ LibavCompressionSession::LibavCompressionSession(
     : state_(std::make_shared<State>(width, height, std::move(output), std::move(open)))
 {
     MutexLock lock(state_->mutex);
-    state_->settings.width = paddedToEven(width);
-    state_->settings.height = paddedToEven(height);
+    state_->settings.width = engine::paddedToEven(width);
+    state_->settings.height = engine::paddedToEven(height);
     state_->settings.effort = effort;
 }
 
@@ -265,8 +265,8 @@ tl::expected<std::shared_ptr<platform::CompressionSession>, CompressionStatus> L
     if (width > greatestSize || height > greatestSize)
         return tl::unexpected(tooLarge);
     VideoEncoderSettings settings;
-    settings.width = paddedToEven(width);
-    settings.height = paddedToEven(height);
+    settings.width = engine::paddedToEven(width);
+    settings.height = engine::paddedToEven(height);
     if (const int error = VideoEncoderSelection::shared().check(settings))
         return tl::unexpected(error);
     settings.effort = VideoEncoderSelection::shared().effortFor(settings);

@@ -101,7 +101,8 @@ PictureSize fittedSize(std::int64_t width, std::int64_t height, std::int32_t max
 
 }  // namespace
 
-Result<std::unique_ptr<PictureDecoder>> LibavPictureDecoder::create(const VideoFormat& format, const PictureRequest& request)
+Result<std::unique_ptr<engine::PictureDecoder>> LibavPictureDecoder::create(
+    const VideoFormat& format, const engine::PictureRequest& request)
 {
     const auto* codec = avcodec_find_decoder(codecOf(format.codec));
     if (!codec)
@@ -131,7 +132,7 @@ Result<std::unique_ptr<PictureDecoder>> LibavPictureDecoder::create(const VideoF
     return decoder;
 }
 
-LibavPictureDecoder::LibavPictureDecoder(AvCodecContext context, const VideoFormat& format, const PictureRequest& request)
+LibavPictureDecoder::LibavPictureDecoder(AvCodecContext context, const VideoFormat& format, const engine::PictureRequest& request)
     : context_(std::move(context))
     , colour_(format.colour)
     , request_(request)

@@ -8,15 +8,15 @@
 
 namespace velmora::linux_backend {
 
-class LibavPictureDecoder final : public PictureDecoder {
+class LibavPictureDecoder final : public engine::PictureDecoder {
 public:
-    static Result<std::unique_ptr<PictureDecoder>> create(const VideoFormat& format, const PictureRequest& request);
+    static Result<std::unique_ptr<engine::PictureDecoder>> create(const VideoFormat& format, const engine::PictureRequest& request);
 
     Result<PixelBufferRef> decode(std::span<const std::byte> sample, std::int64_t time) override;
     Result<PixelBufferRef> finish() override;
 
 private:
-    LibavPictureDecoder(AvCodecContext context, const VideoFormat& format, const PictureRequest& request);
+    LibavPictureDecoder(AvCodecContext context, const VideoFormat& format, const engine::PictureRequest& request);
 
     Result<PixelBufferRef> send(const AVPacket* packet);
     Result<PixelBufferRef> receive(bool& isDrained);
@@ -24,7 +24,7 @@ private:
 
     const AvCodecContext context_;
     const ColourDescription colour_;
-    const PictureRequest request_;
+    const engine::PictureRequest request_;
     const AvPacket packet_{av_packet_alloc()};
     const AvFrame frame_{av_frame_alloc()};
     std::int64_t decodedPixels_ = 0;

@@ -6,7 +6,7 @@
 
 namespace velmora::linux_backend {
 
-class LibswscalePictureScaler final : public PictureScaler {
+class LibswscalePictureScaler final : public engine::PictureScaler {
 public:
     Result<void> scale(const std::byte* source, PixelRect sourceSize, std::size_t sourceBytesPerRow, std::byte* destination,
         PixelRect destinationSize, std::size_t destinationBytesPerRow) override;

@@ -1,26 +1,26 @@
 // Keeps the encoder's picture up to date.
 #pragma once
 
+#include "engine/codecs/ColourConversion.h"
+#include "engine/codecs/DirtyArea.h"
 #include "media/PixelBuffer.h"
 #include "platform/linux/ffmpeg/AvHandles.h"
-#include "platform/linux/ffmpeg/ColourConversion.h"
-#include "platform/linux/ffmpeg/DirtyArea.h"
 
 namespace velmora::linux_backend {
 
 /// Converts one stream of pictures of one size into one 4:2:0 frame, of which only the changed part is redone. Used on one thread.
 class PictureConverter {
 public:
-    PictureConverter(std::int32_t width, std::int32_t height, Yuv420View::Layout layout);
+    PictureConverter(std::int32_t width, std::int32_t height, engine::Yuv420View::Layout layout);
 
     /// The frame that shows `picture`; stays valid until the next call. `changed` is counted from the picture of the call before.
     /// Whoever takes a reference to the frame keeps what it shows: then the next call writes into another one. Null when memory is out.
-    AVFrame* convert(const PixelBuffer& picture, const DirtyArea& changed);
+    AVFrame* convert(const PixelBuffer& picture, const engine::DirtyArea& changed);
 
 private:
     const std::int32_t width_;
     const std::int32_t height_;
-    const Yuv420View::Layout layout_;
+    const engine::Yuv420View::Layout layout_;
     AvFrame frame_;
 };
 

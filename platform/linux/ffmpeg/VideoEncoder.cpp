@@ -1,6 +1,6 @@
 #include "platform/linux/ffmpeg/VideoEncoder.h"
 
-#include "platform/linux/ffmpeg/AvcFormat.h"
+#include "engine/codecs/AvcFormat.h"
 #include "platform/linux/ffmpeg/Yuv420Frame.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
-using Layout = Yuv420View::Layout;
+using Layout = engine::Yuv420View::Layout;
 
 // x264 can count real time (force-cfr=0), but then it holds every frame back until the next one tells how long it lasts: half a second
 // in a still window. So it counts frames at the planned rate, and its buffer is filled before each frame by what the time since the
@@ -214,7 +214,7 @@ private:
             options.set(option.name, option.value);
         if (const int error = avcodec_open2(context_.get(), &codec, options.get()))
             return error;
-        if (auto configuration = avcDecoderConfiguration(bytes(context_->extradata, context_->extradata_size)))
+        if (auto configuration = engine::avcDecoderConfiguration(bytes(context_->extradata, context_->extradata_size)))
             format_ = makeFormat(settings_, std::move(*configuration));
         return 0;
     }
@@ -243,9 +243,9 @@ private:
             return AVERROR_EXTERNAL;
 
         if (!framing_)
-            framing_ = framingOf(data);
+            framing_ = engine::framingOf(data);
         if (!format_) {
-            auto configuration = avcDecoderConfiguration(data);
+            auto configuration = engine::avcDecoderConfiguration(data);
             if (!configuration)
                 return AVERROR_INVALIDDATA;
             format_ = makeFormat(settings_, std::move(*configuration));
@@ -254,10 +254,10 @@ private:
         Packet& out = packets.emplace_back();
         out.presentationTime = packet->pts;
         out.isKeyFrame = (packet->flags & AV_PKT_FLAG_KEY) != 0;
-        if (*framing_ == NalFraming::lengthPrefixed)
+        if (*framing_ == engine::NalFraming::lengthPrefixed)
             out.data = {data, std::shared_ptr<const AVPacket>(std::move(packet))};
         else
-            out.data = DataBlock::owning(withLengthPrefixes(data));
+            out.data = DataBlock::owning(engine::withLengthPrefixes(data));
         return 0;
     }
 
@@ -268,7 +268,7 @@ private:
     AvBuffer hardwareFrames_;
     AvCodecContext context_;
     AvPacket received_;
-    std::optional<NalFraming> framing_;
+    std::optional<engine::NalFraming> framing_;
     FormatDescriptionRef format_;
 };
 

@@ -1,10 +1,10 @@
 // One open H.264 encoder.
 #pragma once
 
+#include "engine/codecs/ColourConversion.h"
 #include "media/FormatDescription.h"
 #include "media/SampleBuffer.h"
 #include "platform/linux/ffmpeg/AvHandles.h"
-#include "platform/linux/ffmpeg/ColourConversion.h"
 
 #include <cstdint>
 #include <memory>
@@ -44,7 +44,7 @@ public:
     virtual ~VideoEncoder() = default;
 
     /// In which layout pictures are wanted.
-    [[nodiscard]] virtual Yuv420View::Layout layout() const = 0;
+    [[nodiscard]] virtual engine::Yuv420View::Layout layout() const = 0;
 
     /// Each packet comes out with its picture, and the idr_pic_id of the key frames (ITU-T H.264 7.4.3) alternates between two values.
     [[nodiscard]] virtual bool alternatesKeyFrames() const { return false; }
@@ -69,7 +69,7 @@ struct VideoEncoderCandidate {
 
     const char* name = nullptr;
     AVHWDeviceType device = AV_HWDEVICE_TYPE_NONE;  ///< whose memory the encoder reads; AV_HWDEVICE_TYPE_NONE: ours
-    Yuv420View::Layout layout = Yuv420View::Layout::nv12;
+    engine::Yuv420View::Layout layout = engine::Yuv420View::Layout::nv12;
     std::vector<Option> options = {};
     std::vector<Option> normalEffort = {};  ///< besides, with this effort
     std::vector<Option> lowEffort = {};

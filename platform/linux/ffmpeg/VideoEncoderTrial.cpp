@@ -1,6 +1,6 @@
 #include "platform/linux/ffmpeg/VideoEncoderTrial.h"
 
-#include "platform/linux/ffmpeg/AvcFormat.h"
+#include "engine/codecs/AvcFormat.h"
 #include "platform/linux/ffmpeg/Yuv420Frame.h"
 
 #include <algorithm>
@@ -24,9 +24,9 @@ constexpr std::array<std::int64_t, 4> pictureTimes{0, 16'667, 350'000, 383'333};
 /// The picture that is asked for as a key frame, beside the first: a recording begins at such a one.
 constexpr std::size_t laterKeyFrame = 2;
 
-int planeCount(Yuv420View::Layout layout)
+int planeCount(engine::Yuv420View::Layout layout)
 {
-    return layout == Yuv420View::Layout::i420 ? 3 : 2;
+    return layout == engine::Yuv420View::Layout::i420 ? 3 : 2;
 }
 
 /// The trial's pictures: luma rises and falls along the diagonal, Cb is low on the left, Cr low at the top, and all of it moves so far
@@ -64,12 +64,13 @@ private:
     const std::vector<std::uint8_t> ramp_;
 };
 
-AvFrame makePicture(const TrialPictures& pictures, std::size_t number, Yuv420View::Layout layout, std::int32_t width, std::int32_t height)
+AvFrame makePicture(
+    const TrialPictures& pictures, std::size_t number, engine::Yuv420View::Layout layout, std::int32_t width, std::int32_t height)
 {
     AvFrame frame = makeYuv420Frame(layout, width, height);
     if (!frame)
         return nullptr;
-    const bool isPlanar = layout == Yuv420View::Layout::i420;
+    const bool isPlanar = layout == engine::Yuv420View::Layout::i420;
     for (int plane = 0; plane < planeCount(layout); ++plane) {
         const int divisor = plane == 0 ? 1 : 2;
         for (std::int32_t y = 0; y < height / divisor; ++y) {
@@ -185,7 +186,7 @@ int tryVideoEncoder(VideoEncoder& encoder, const VideoEncoderSettings& settings)
     const FormatDescriptionRef format = encoder.format();
     if (!format || !areInOrder(packets))
         return AVERROR_INVALIDDATA;
-    if (avcProfile(format->video()->decoderConfiguration) != FF_PROFILE_H264_HIGH)
+    if (engine::avcProfile(format->video()->decoderConfiguration) != FF_PROFILE_H264_HIGH)
         return AVERROR(ENOTSUP);
     for (const std::size_t first : {std::size_t{0}, laterKeyFrame}) {
         if (!showsPicturesFrom(first, packets, *format->video(), pictures, settings.width, settings.height))

@@ -19,12 +19,12 @@ void fillPlane(AVFrame& frame, int plane, int rows, int value)
 
 }  // namespace
 
-AVPixelFormat pixelFormat(Yuv420View::Layout layout)
+AVPixelFormat pixelFormat(engine::Yuv420View::Layout layout)
 {
-    return layout == Yuv420View::Layout::i420 ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_NV12;
+    return layout == engine::Yuv420View::Layout::i420 ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_NV12;
 }
 
-AvFrame makeYuv420Frame(Yuv420View::Layout layout, std::int32_t width, std::int32_t height)
+AvFrame makeYuv420Frame(engine::Yuv420View::Layout layout, std::int32_t width, std::int32_t height)
 {
     AvFrame frame{av_frame_alloc()};
     if (!frame)
@@ -42,7 +42,7 @@ void removeColours(AVFrame& frame)
         fillPlane(frame, plane, frame.height / 2, grey);
 }
 
-AvFrame makeBlackFrame(Yuv420View::Layout layout, std::int32_t width, std::int32_t height)
+AvFrame makeBlackFrame(engine::Yuv420View::Layout layout, std::int32_t width, std::int32_t height)
 {
     AvFrame frame = makeYuv420Frame(layout, width, height);
     if (frame) {

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "base/Result.h"
+#include "engine/sound/SampleRing.h"
 #include "platform/linux/pipewire/PipeWireHandles.h"
-#include "platform/linux/sound/SampleRing.h"
 
 #include <atomic>
 #include <cstdint>
@@ -47,7 +47,7 @@ private:
     pw_loop* const loop_;
     spa_source* const arrived_;
     const std::int32_t sampleRate_;
-    SampleRing ring_;
+    engine::SampleRing ring_;
     std::uint32_t framesSinceSignal_ = 0;  // the real-time thread's
     // Quanta, samples and nanoseconds of delay; a mixture of old and new values for one block does no harm.
     std::atomic<float> latencyQuanta_{0};

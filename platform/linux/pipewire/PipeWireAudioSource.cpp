@@ -1,10 +1,11 @@
 #include "platform/linux/pipewire/PipeWireAudioSource.h"
 
 #include "base/MonotonicClock.h"
+#include "engine/sound/BlockDelivery.h"
+#include "platform/linux/kernel/ProcessRecords.h"
 #include "platform/linux/pipewire/CaptureNode.h"
 #include "platform/linux/pipewire/PipeWireHandles.h"
 #include "platform/linux/pipewire/ServerConnection.h"
-#include "platform/linux/sound/BlockDelivery.h"
 
 #include <cerrno>
 #include <ctime>
@@ -40,9 +41,9 @@ void initializeLibrary()
 /// destructor after the thread has ended.
 class PipeWireAudioSource::Session {
 public:
-    Session(const AudioTarget& target, AudioSourceFormat format, BlockCallback block)
+    Session(const engine::AudioTarget& target, engine::AudioSourceFormat format, BlockCallback block)
         : format_(format)
-        , matcher_(target)
+        , matcher_(target, systemProcesses())
         , delivery_(format, std::move(block), monotonicNow())
         , input_(delivery_.mixer().addInput(stampTolerance))
     {
@@ -69,9 +70,9 @@ private:
     void tick();
     void drain();
 
-    const AudioSourceFormat format_;
-    const StreamMatcher matcher_;
-    BlockDelivery delivery_;
+    const engine::AudioSourceFormat format_;
+    const engine::StreamMatcher matcher_;
+    engine::BlockDelivery delivery_;
     const int input_;
     std::vector<float> samples_;
     std::int64_t lastAttempt_ = 0;
@@ -169,9 +170,9 @@ PipeWireAudioSource::~PipeWireAudioSource()
     stop();
 }
 
-Result<void> PipeWireAudioSource::start(const AudioTarget& target, AudioSourceFormat format, BlockCallback block)
+Result<void> PipeWireAudioSource::start(const engine::AudioTarget& target, engine::AudioSourceFormat format, BlockCallback block)
 {
-    if (auto supported = checkFormat(format); !supported)
+    if (auto supported = engine::checkFormat(format); !supported)
         return supported;
     initializeLibrary();
     auto session = std::make_unique<Session>(target, format, std::move(block));

@@ -25,7 +25,7 @@ public:
     Look(const Look&) = delete;
     Look& operator=(const Look&) = delete;
 
-    Result<std::vector<SoundStream>> take();
+    Result<std::vector<engine::SoundStream>> take();
 
 private:
     struct Object {
@@ -41,7 +41,7 @@ private:
     void onDone(int sequence);
     void ask() { question_ = pw_core_sync(core_.get(), PW_ID_CORE, question_); }
     void end(int error);
-    [[nodiscard]] std::vector<SoundStream> streams() const;
+    [[nodiscard]] std::vector<engine::SoundStream> streams() const;
 
     static const pw_core_events coreEvents;
     static const pw_registry_events registryEvents;
@@ -110,7 +110,7 @@ const pw_node_events Look::nodeEvents = [] {
     return table;
 }();
 
-Result<std::vector<SoundStream>> Look::take()
+Result<std::vector<engine::SoundStream>> Look::take()
 {
     loop_.reset(pw_main_loop_new(nullptr));
     if (!loop_)
@@ -176,9 +176,9 @@ void Look::end(int error)
     pw_main_loop_quit(loop_.get());
 }
 
-std::vector<SoundStream> Look::streams() const
+std::vector<engine::SoundStream> Look::streams() const
 {
-    std::vector<SoundStream> streams;
+    std::vector<engine::SoundStream> streams;
     for (const auto& [id, node] : nodes_) {
         const auto text = [&node = *node](std::string_view key) {
             const auto found = node.properties.find(key);
@@ -196,7 +196,7 @@ std::vector<SoundStream> Look::streams() const
 
 }  // namespace
 
-Result<std::vector<SoundStream>> listPipeWireSoundStreams()
+Result<std::vector<engine::SoundStream>> listPipeWireSoundStreams()
 {
     // Never undone: the library may serve other parts of the program, too.
     static const bool isInitialized = [] {

@@ -120,7 +120,7 @@ const pw_registry_events ServerConnection::registryEvents = [] {
     return table;
 }();
 
-ServerConnection::ServerConnection(CoreHandle core, const StreamMatcher& matcher, std::function<void()> changed)
+ServerConnection::ServerConnection(CoreHandle core, const engine::StreamMatcher& matcher, std::function<void()> changed)
     : changed_(std::move(changed))
     , graph_(matcher)
     , core_(std::move(core))
@@ -128,7 +128,7 @@ ServerConnection::ServerConnection(CoreHandle core, const StreamMatcher& matcher
 }
 
 Result<std::unique_ptr<ServerConnection>> ServerConnection::create(pw_context* context, pw_loop* loop, spa_source* arrived,
-    std::int32_t sampleRate, const StreamMatcher& matcher, std::function<void()> changed)
+    std::int32_t sampleRate, const engine::StreamMatcher& matcher, std::function<void()> changed)
 {
     CoreHandle core{pw_context_connect(context, pw_properties_new(PW_KEY_APP_NAME, "Velmora", nullptr), 0)};
     if (!core)

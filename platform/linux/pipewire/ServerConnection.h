@@ -21,7 +21,7 @@ class ServerConnection {
 public:
     /// Fails at once when no server listens. `changed` is called when one of the two questions below gets another answer.
     static Result<std::unique_ptr<ServerConnection>> create(pw_context* context, pw_loop* loop, spa_source* arrived,
-        std::int32_t sampleRate, const StreamMatcher& matcher, std::function<void()> changed);
+        std::int32_t sampleRate, const engine::StreamMatcher& matcher, std::function<void()> changed);
     ~ServerConnection();
     ServerConnection(const ServerConnection&) = delete;
     ServerConnection& operator=(const ServerConnection&) = delete;
@@ -36,7 +36,7 @@ private:
     struct Watched;
     struct Device;
 
-    ServerConnection(CoreHandle core, const StreamMatcher& matcher, std::function<void()> changed);
+    ServerConnection(CoreHandle core, const engine::StreamMatcher& matcher, std::function<void()> changed);
 
     void onDone(int sequence);
     void onError(std::uint32_t id, int result);

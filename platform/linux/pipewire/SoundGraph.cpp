@@ -41,7 +41,7 @@ std::pair<bool, bool> stereoDestination(std::string_view channel)
     return {false, false};
 }
 
-SoundGraph::SoundGraph(StreamMatcher matcher) : matcher_(std::move(matcher)) { }
+SoundGraph::SoundGraph(engine::StreamMatcher matcher) : matcher_(std::move(matcher)) { }
 
 void SoundGraph::updateClient(ID client, const Properties& properties)
 {
@@ -83,12 +83,12 @@ void SoundGraph::decide(ID node)
     if (selected_.contains(node))
         return;
     const auto identity = identityOf(streams_.at(node));
-    if (identity && matcher_.match(*identity) != StreamMatch::none)
+    if (identity && matcher_.match(*identity) != engine::StreamMatch::none)
         selected_.insert(node);
 }
 
 /// None while the client of the stream is not known: a decision by half of the facts could fall on another program.
-std::optional<StreamIdentity> SoundGraph::identityOf(const Properties& stream) const
+std::optional<engine::StreamIdentity> SoundGraph::identityOf(const Properties& stream) const
 {
     const auto clientID = number<ID>(value(stream, "client.id"));
     if (!clientID)
@@ -99,13 +99,13 @@ std::optional<StreamIdentity> SoundGraph::identityOf(const Properties& stream) c
     return streamIdentity(stream, found->second);
 }
 
-StreamIdentity streamIdentity(const SoundGraph::Properties& stream, const SoundGraph::Properties& client)
+engine::StreamIdentity streamIdentity(const SoundGraph::Properties& stream, const SoundGraph::Properties& client)
 {
     const auto either = [&](std::string_view key) {
         const auto own = value(stream, key);
         return std::string{own.empty() ? value(client, key) : own};
     };
-    StreamIdentity identity;
+    engine::StreamIdentity identity;
     identity.applicationName = either("application.name");
     identity.binary = either("application.process.binary");
     identity.portalApplicationID = either("pipewire.access.portal.app_id");

@@ -1,7 +1,7 @@
 // What a PipeWire server tells of its clients, streams, ports and links, and what follows from it for one application's sound.
 #pragma once
 
-#include "platform/linux/sound/StreamMatcher.h"
+#include "engine/sound/StreamMatcher.h"
 
 #include <cstdint>
 #include <functional>
@@ -35,7 +35,7 @@ public:
         ID inputPort = 0;
     };
 
-    explicit SoundGraph(StreamMatcher matcher);
+    explicit SoundGraph(engine::StreamMatcher matcher);
 
     /// An update of a client or of a stream that plays. Updates may be partial: keys that they leave out keep their values.
     void updateClient(ID client, const Properties& properties);
@@ -60,9 +60,9 @@ public:
 
 private:
     void decide(ID node);
-    [[nodiscard]] std::optional<StreamIdentity> identityOf(const Properties& stream) const;
+    [[nodiscard]] std::optional<engine::StreamIdentity> identityOf(const Properties& stream) const;
 
-    StreamMatcher matcher_;
+    engine::StreamMatcher matcher_;
     std::optional<ID> captureNode_;
     std::map<ID, Properties> clients_;
     std::map<ID, Properties> streams_;
@@ -72,7 +72,7 @@ private:
 };
 
 /// What a stream and its client tell of the program behind them.
-[[nodiscard]] StreamIdentity streamIdentity(const SoundGraph::Properties& stream, const SoundGraph::Properties& client);
+[[nodiscard]] engine::StreamIdentity streamIdentity(const SoundGraph::Properties& stream, const SoundGraph::Properties& client);
 
 /// Which of the capture's two channels a channel of a stream goes to: left, right.
 [[nodiscard]] std::pair<bool, bool> stereoDestination(std::string_view channel);

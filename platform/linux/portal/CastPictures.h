@@ -1,12 +1,9 @@
 // Makes the pictures of a stream out of those of a cast.
 #pragma once
 
+#include "engine/pictures/PictureStream.h"
+#include "engine/pictures/VideoSource.h"
 #include "platform/StreamConfiguration.h"
-#include "platform/linux/VideoSource.h"
-#include "platform/linux/ffmpeg/CodecModule.h"
-#include "platform/linux/pictures/FramePacer.h"
-#include "platform/linux/pictures/PicturePool.h"
-#include "platform/linux/pictures/PictureSamples.h"
 #include "platform/linux/portal/CastBuffer.h"
 
 #include <cstdint>
@@ -16,47 +13,36 @@
 
 namespace velmora::linux_backend {
 
-/// Owns the pictures that one stream delivers, all of the configuration's size: content of another size is fitted in, its shape kept,
-/// centred, black around. Used on one thread, which asks it at deadline() to take the newest picture of the cast, or to repeat the last.
+/// The stream's pictures and, when they are taken, the newest picture of the cast. Used on one thread, which calls work() at deadline().
 /// Times are CLOCK_MONOTONIC nanoseconds.
-class CastPictures {
+class CastPictures final : engine::PictureContent {
 public:
-    static Result<std::unique_ptr<CastPictures>> create(
-        const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler, VideoSource::Callbacks callbacks);
+    static Result<std::unique_ptr<CastPictures>> create(const platform::StreamConfiguration& configuration,
+        engine::PictureScalerFactory makeScaler, engine::VideoSource::Callbacks callbacks);
 
     /// The newest picture of the cast is another one. `damage` is what changed, within the content; nothing tells: all of it.
     void changed(PixelRect content, const std::optional<std::vector<PixelRect>>& damage);
 
     /// When work() has something to do.
-    [[nodiscard]] std::int64_t deadline() const;
+    [[nodiscard]] std::int64_t deadline() const { return stream_.deadline(); }
 
     /// Delivers what is due. `newest` is the newest picture of the cast, taken at `time`; null when there is none to be read now.
     Result<void> work(const CastPicture* newest, std::optional<std::int64_t> time);
 
-    [[nodiscard]] VideoSource::Callbacks& callbacks() { return callbacks_; }
+    [[nodiscard]] engine::VideoSource::Callbacks& callbacks() { return callbacks_; }
 
 private:
-    CastPictures(const platform::StreamConfiguration& configuration, std::shared_ptr<MemoryBlock> memory, PictureScalerFactory makeScaler,
-        VideoSource::Callbacks callbacks);
+    CastPictures(const platform::StreamConfiguration& configuration, std::shared_ptr<engine::MemoryBlock> memory,
+        engine::PictureScalerFactory makeScaler, engine::VideoSource::Callbacks callbacks);
 
-    [[nodiscard]] bool isScaled() const;
-    Result<void> take(const CastPicture& newest, std::optional<std::int64_t> time, std::int64_t now);
-    Result<void> takeScaled(const CastPicture& newest, PooledPicture& picture);
-    void deliver(PooledPicture& picture, std::int64_t time, std::vector<PixelRect> dirty);
+    Result<bool> fetch(engine::PooledPicture& picture) override;
+    Result<std::optional<engine::ContentPixels>> fetchAll() override;
 
-    const PixelRect whole_;
-    PictureScalerFactory makeScaler_;
-    VideoSource::Callbacks callbacks_;
-    PictureSamples samples_;
-    PicturePool pool_;
-    FramePacer pacer_;
-    std::unique_ptr<PictureScaler> scaler_;
-    std::vector<std::byte> scratch_;  ///< the content in our order of colours, before it is scaled
+    engine::VideoSource::Callbacks callbacks_;
+    engine::PictureStream stream_;
+    const CastPicture* newest_ = nullptr;  // while work() runs
+    std::vector<std::byte> scratch_;  // the content in our order of colours, before it is scaled
     PixelRect content_;
-    DamageRegion changed_;
-    PooledPicture* last_ = nullptr;
-    std::int64_t lastTime_ = 0;
-    std::int64_t retryDue_ = 0;
 };
 
 }  // namespace velmora::linux_backend

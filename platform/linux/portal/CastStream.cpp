@@ -59,8 +59,8 @@ public:
     Session& operator=(const Session&) = delete;
 
     Result<void> start(FileDescriptor remote);
-    Result<Attachment> attach(
-        const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler, VideoSource::Callbacks callbacks);
+    Result<Attachment> attach(const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler,
+        engine::VideoSource::Callbacks callbacks);
     void detach(Attachment attachment);
     void end(const Error& error);
 
@@ -407,7 +407,7 @@ void CastStream::Session::stop(const Error& error)
 }
 
 Result<CastStream::Attachment> CastStream::Session::attach(
-    const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler, VideoSource::Callbacks callbacks)
+    const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler, engine::VideoSource::Callbacks callbacks)
 {
     auto pictures = CastPictures::create(configuration, std::move(makeScaler), std::move(callbacks));
     if (!pictures)
@@ -448,7 +448,7 @@ Result<std::unique_ptr<CastStream>> CastStream::create(FileDescriptor remote, st
 }
 
 Result<CastStream::Attachment> CastStream::attach(
-    const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler, VideoSource::Callbacks callbacks)
+    const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler, engine::VideoSource::Callbacks callbacks)
 {
     return session_->attach(configuration, std::move(makeScaler), std::move(callbacks));
 }

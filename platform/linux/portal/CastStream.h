@@ -1,9 +1,9 @@
 // The pictures that a desktop shares of one window, over PipeWire.
 #pragma once
 
+#include "engine/pictures/VideoSource.h"
 #include "platform/StreamConfiguration.h"
-#include "platform/linux/FileDescriptor.h"
-#include "platform/linux/VideoSource.h"
+#include "platform/linux/kernel/FileDescriptor.h"
 #include "platform/linux/portal/CastPictures.h"
 
 #include <cstdint>
@@ -39,8 +39,8 @@ public:
 
     /// Delivers pictures from now on, beginning with the newest; on the stream's thread, also before this returns. Who was attached
     /// before hears nothing more. Fails when the cast has ended. Any thread but the stream's.
-    Result<Attachment> attach(
-        const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler, VideoSource::Callbacks callbacks);
+    Result<Attachment> attach(const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler,
+        engine::VideoSource::Callbacks callbacks);
 
     /// Returns when none of the attachment's callbacks runs or will run. Any thread but the stream's.
     void detach(Attachment attachment);

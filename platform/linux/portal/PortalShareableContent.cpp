@@ -1,6 +1,7 @@
 #include "platform/linux/portal/PortalShareableContent.h"
 
 #include "base/Mutex.h"
+#include "platform/linux/kernel/ProcessRecords.h"
 #include "platform/linux/portal/CastStream.h"
 #include "platform/linux/portal/Errors.h"
 #include "platform/linux/portal/ScreenCastSession.h"
@@ -43,8 +44,8 @@ struct Cast {
     bool isEnded = false;
 
     std::string application;  ///< the name of its desktop entry, where the desktop tells it
-    std::vector<SoundingApplication> listed;  ///< of which each was offered as the one whose sound to take
-    std::optional<SoundingApplication> sounding;  ///< the one whose sound is taken
+    std::vector<engine::SoundingApplication> listed;  ///< of which each was offered as the one whose sound to take
+    std::optional<engine::SoundingApplication> sounding;  ///< the one whose sound is taken
 };
 
 platform::ShareableWindow makeEntry(std::uint32_t id, const std::string& name, std::string title)
@@ -72,7 +73,7 @@ platform::ShareableWindow entryFor(const WindowGrant& grant, bool isOnScreen)
     return entry;
 }
 
-platform::RunningApplication runningApplication(const SoundingApplication& application)
+platform::RunningApplication runningApplication(const engine::SoundingApplication& application)
 {
     const auto& identity = application.identity;
     return {
@@ -83,11 +84,12 @@ platform::RunningApplication runningApplication(const SoundingApplication& appli
 }
 
 /// Whether an application of that desktop entry would call itself so: "org.mozilla.firefox" and "firefox" are one.
-bool hasDesktopEntry(const ApplicationIdentity& application, std::string_view entry)
+bool hasDesktopEntry(const engine::ApplicationIdentity& application, std::string_view entry)
 {
     const auto last = entry.substr(entry.rfind('.') + 1);
     for (const auto name : {entry, last}) {
-        if (equalNames(application.portalApplicationID, name) || equalNames(application.binary, name) || equalNames(application.name, name))
+        if (engine::equalNames(application.portalApplicationID, name) || engine::equalNames(application.binary, name)
+            || engine::equalNames(application.name, name))
             return true;
     }
     return false;
@@ -95,13 +97,13 @@ bool hasDesktopEntry(const ApplicationIdentity& application, std::string_view en
 
 /// What there is to choose from for a window for which `before` was chosen the last time. `entry` is the desktop entry of its application,
 /// or empty. An application that was chosen before is added to `applications` where it is not there.
-platform::SoundChoices soundChoices(
-    std::vector<SoundingApplication>& applications, const std::optional<ApplicationIdentity>& before, const std::string& entry)
+platform::SoundChoices soundChoices(std::vector<engine::SoundingApplication>& applications,
+    const std::optional<engine::ApplicationIdentity>& before, const std::string& entry)
 {
     using Suggestion = platform::SoundChoices::Suggestion;
     const auto count = [&](const auto& isIt) { return std::count_if(applications.begin(), applications.end(), isIt); };
     const auto isOwn = [&](const auto& application) { return !entry.empty() && hasDesktopEntry(application.identity, entry); };
-    const auto isAsBefore = [&](const auto& application) { return before && isSameApplication(*before, application.identity); };
+    const auto isAsBefore = [&](const auto& application) { return before && engine::isSameApplication(*before, application.identity); };
     const bool isKnown = count(isOwn) == 1
         && (!before || count([&](const auto& application) { return isOwn(application) && isAsBefore(application); }) == 1);
 
@@ -253,13 +255,13 @@ public:
         offered_.reset();
     }
 
-    [[nodiscard]] std::optional<AudioTarget> audioTarget(std::uint32_t id) const
+    [[nodiscard]] std::optional<engine::AudioTarget> audioTarget(std::uint32_t id) const
     {
         const auto cast = live(id);
         if (!cast || !cast->sounding)
             return std::nullopt;
         const auto& application = *cast->sounding;
-        return AudioTarget{
+        return engine::AudioTarget{
             .processID = application.processID,
             .applicationName = application.identity.name,
             .bundleIdentifier = application.identity.binary,
@@ -304,9 +306,9 @@ private:
         return cast && !cast->isEnded && cast->grant.id == id ? cast : nullptr;
     }
 
-    static platform::SoundChoices choicesFor(Cast& cast, const std::vector<SoundStream>& streams)
+    static platform::SoundChoices choicesFor(Cast& cast, const std::vector<engine::SoundStream>& streams)
     {
-        auto applications = soundingApplications(streams);
+        auto applications = engine::soundingApplications(streams, systemProcesses());
         auto choices = soundChoices(applications, cast.grant.sound, cast.application);
         cast.listed.insert(cast.listed.end(), applications.begin(), applications.end());
         return choices;
@@ -444,10 +446,10 @@ private:
 namespace {
 
 /// Says when the sharing is no longer wanted. It ends on the main thread.
-class PortalVideoSource final : public VideoSource {
+class PortalVideoSource final : public engine::VideoSource {
 public:
     PortalVideoSource(std::shared_ptr<Cast> cast, std::function<void()> release, const platform::StreamConfiguration& configuration,
-        PictureScalerFactory makeScaler)
+        engine::PictureScalerFactory makeScaler)
         : cast_(std::move(cast))
         , release_(std::move(release))
         , configuration_(configuration)
@@ -482,7 +484,7 @@ private:
     std::shared_ptr<Cast> cast_;
     const std::function<void()> release_;
     const platform::StreamConfiguration configuration_;
-    PictureScalerFactory makeScaler_;
+    engine::PictureScalerFactory makeScaler_;
     std::optional<CastStream::Attachment> attachment_;
 };
 
@@ -525,13 +527,13 @@ void PortalShareableContent::giveBackWindow(std::uint32_t windowID)
     state_->giveBack(windowID);
 }
 
-std::optional<AudioTarget> PortalShareableContent::audioTarget(std::uint32_t windowID) const
+std::optional<engine::AudioTarget> PortalShareableContent::audioTarget(std::uint32_t windowID) const
 {
     return state_->audioTarget(windowID);
 }
 
-std::unique_ptr<VideoSource> PortalShareableContent::makeVideoSource(
-    std::uint32_t windowID, const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler)
+std::unique_ptr<engine::VideoSource> PortalShareableContent::makeVideoSource(
+    std::uint32_t windowID, const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler)
 {
     auto cast = state_->take(windowID);
     auto release = [weak = std::weak_ptr(state_), executor = state_->mainExecutor(), taken = cast.get()] {

@@ -2,13 +2,13 @@
 #pragma once
 
 #include "base/SerialQueue.h"
+#include "engine/codecs/PictureScaler.h"
+#include "engine/pictures/VideoSource.h"
+#include "engine/sound/AudioSource.h"
+#include "engine/sound/SoundingApplications.h"
 #include "platform/ShareableContent.h"
 #include "platform/StreamConfiguration.h"
-#include "platform/linux/AudioSource.h"
-#include "platform/linux/VideoSource.h"
-#include "platform/linux/ffmpeg/CodecModule.h"
 #include "platform/linux/portal/WindowGrants.h"
-#include "platform/linux/sound/SoundingApplications.h"
 
 #include <chrono>
 #include <cstdint>
@@ -27,7 +27,7 @@ struct PortalShareableContentOptions {
     std::chrono::milliseconds firstPicturePatience{10'000};  ///< for a shared window to show itself
     std::chrono::milliseconds unclaimedPatience{10'000};  ///< for a granted window to be captured
     /// What plays now. May wait; called on a thread of its own. None: nothing can sound.
-    std::function<Result<std::vector<SoundStream>>()> listSoundStreams = {};
+    std::function<Result<std::vector<engine::SoundStream>>()> listSoundStreams = {};
 };
 
 /// Lists an entry for the desktop's own chooser, and the windows that the user has granted before. A desktop tells neither title nor
@@ -57,11 +57,11 @@ public:
     void giveBackWindow(std::uint32_t windowID) override;
 
     /// Whose sound goes with the window that was granted last; none: it has no sound. Main thread.
-    [[nodiscard]] std::optional<AudioTarget> audioTarget(std::uint32_t windowID) const;
+    [[nodiscard]] std::optional<engine::AudioTarget> audioTarget(std::uint32_t windowID) const;
 
     /// Pictures of the window that was granted last; its start fails when `windowID` is another. Main thread.
-    [[nodiscard]] std::unique_ptr<VideoSource> makeVideoSource(
-        std::uint32_t windowID, const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler);
+    [[nodiscard]] std::unique_ptr<engine::VideoSource> makeVideoSource(
+        std::uint32_t windowID, const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler);
 
 private:
     class State;

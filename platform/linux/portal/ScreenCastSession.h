@@ -3,7 +3,7 @@
 
 #include "base/Result.h"
 #include "base/UniqueFunction.h"
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/kernel/FileDescriptor.h"
 
 #include <cstdint>
 #include <memory>

@@ -21,15 +21,15 @@ QString pathText(const std::filesystem::path& path)
     return QString::fromStdString(path.string());
 }
 
-std::optional<ApplicationIdentity> soundFrom(const QJsonValue& value)
+std::optional<engine::ApplicationIdentity> soundFrom(const QJsonValue& value)
 {
     if (!value.isObject())
         return std::nullopt;
     const auto text = [object = value.toObject()](const char* key) { return object.value(QLatin1String{key}).toString().toStdString(); };
-    return ApplicationIdentity{.name = text("name"), .binary = text("binary"), .portalApplicationID = text("portal")};
+    return engine::ApplicationIdentity{.name = text("name"), .binary = text("binary"), .portalApplicationID = text("portal")};
 }
 
-QJsonObject objectFrom(const ApplicationIdentity& application)
+QJsonObject objectFrom(const engine::ApplicationIdentity& application)
 {
     QJsonObject object;
     for (const auto& [key, text] :

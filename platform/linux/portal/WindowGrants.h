@@ -1,7 +1,7 @@
 // The windows that the user has let this program share before.
 #pragma once
 
-#include "platform/linux/sound/ApplicationIdentity.h"
+#include "engine/sound/ApplicationIdentity.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -19,7 +19,7 @@ struct WindowGrant {
     std::int32_t width = 0;  ///< pixels, when it was shared last
     std::int32_t height = 0;
     /// Whose sound the user chose for it; an application that is not known: no sound. None: nothing was chosen yet.
-    std::optional<ApplicationIdentity> sound = std::nullopt;
+    std::optional<engine::ApplicationIdentity> sound = std::nullopt;
 
     friend bool operator==(const WindowGrant&, const WindowGrant&) = default;
 };

@@ -1,10 +1,11 @@
 #include "platform/linux/pulse/PulseAudioSource.h"
 
 #include "base/MonotonicClock.h"
+#include "engine/sound/BlockDelivery.h"
+#include "engine/sound/StreamMatcher.h"
+#include "platform/linux/kernel/ProcessRecords.h"
 #include "platform/linux/pulse/PulseConnection.h"
 #include "platform/linux/pulse/PulseHandles.h"
-#include "platform/linux/sound/BlockDelivery.h"
-#include "platform/linux/sound/StreamMatcher.h"
 
 #include <utility>
 
@@ -25,9 +26,9 @@ constexpr std::int64_t reconnectInterval = 250'000'000;
 /// destructor after the thread has ended.
 class PulseAudioSource::Session {
 public:
-    Session(const AudioTarget& target, AudioSourceFormat format, BlockCallback block)
+    Session(const engine::AudioTarget& target, engine::AudioSourceFormat format, BlockCallback block)
         : format_(format)
-        , matcher_(target)
+        , matcher_(target, systemProcesses())
         , delivery_(format, std::move(block), monotonicNow())
     {
     }
@@ -56,9 +57,9 @@ private:
 
     pa_mainloop_api* api() { return pa_threaded_mainloop_get_api(loop_.get()); }
 
-    const AudioSourceFormat format_;
-    const StreamMatcher matcher_;
-    BlockDelivery delivery_;
+    const engine::AudioSourceFormat format_;
+    const engine::StreamMatcher matcher_;
+    engine::BlockDelivery delivery_;
     bool isStarted_ = false;
     std::int64_t lastAttempt_ = 0;
 
@@ -139,9 +140,9 @@ PulseAudioSource::~PulseAudioSource()
     stop();
 }
 
-Result<void> PulseAudioSource::start(const AudioTarget& target, AudioSourceFormat format, BlockCallback block)
+Result<void> PulseAudioSource::start(const engine::AudioTarget& target, engine::AudioSourceFormat format, BlockCallback block)
 {
-    if (auto supported = checkFormat(format); !supported)
+    if (auto supported = engine::checkFormat(format); !supported)
         return supported;
     auto session = std::make_unique<Session>(target, format, std::move(block));
     if (auto started = session->start(); !started)

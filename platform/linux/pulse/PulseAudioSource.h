@@ -1,7 +1,7 @@
 // The sound of one application from a real PulseAudio server.
 #pragma once
 
-#include "platform/linux/AudioSource.h"
+#include "engine/sound/AudioSource.h"
 
 #include <memory>
 
@@ -11,12 +11,12 @@ namespace velmora::linux_backend {
 /// none. The start fails when the server is PipeWire's PulseAudio service: its monitor streams carry wrong times and disturb the
 /// player's own, so there the sound comes from PipeWire itself. No server is ever started. When the server goes and comes back, the
 /// source connects again. Blocks and the target's callback come on one thread of the source's.
-class PulseAudioSource final : public AudioSource {
+class PulseAudioSource final : public engine::AudioSource {
 public:
     PulseAudioSource();
     ~PulseAudioSource() override;
 
-    Result<void> start(const AudioTarget& target, AudioSourceFormat format, BlockCallback block) override;
+    Result<void> start(const engine::AudioTarget& target, engine::AudioSourceFormat format, BlockCallback block) override;
     void stop() override;
 
 private:

@@ -26,7 +26,7 @@ void discard(pa_operation* operation)
 }  // namespace
 
 PulseConnection::PulseConnection(
-    const StreamMatcher& matcher, AudioSourceFormat format, BlockDelivery& delivery, std::function<void()> changed)
+    const engine::StreamMatcher& matcher, engine::AudioSourceFormat format, engine::BlockDelivery& delivery, std::function<void()> changed)
     : matcher_(matcher)
     , format_(format)
     , delivery_(delivery)
@@ -34,8 +34,8 @@ PulseConnection::PulseConnection(
 {
 }
 
-Result<std::unique_ptr<PulseConnection>> PulseConnection::create(
-    pa_mainloop_api* api, const StreamMatcher& matcher, AudioSourceFormat format, BlockDelivery& delivery, std::function<void()> changed)
+Result<std::unique_ptr<PulseConnection>> PulseConnection::create(pa_mainloop_api* api, const engine::StreamMatcher& matcher,
+    engine::AudioSourceFormat format, engine::BlockDelivery& delivery, std::function<void()> changed)
 {
     std::unique_ptr<PulseConnection> connection{new PulseConnection(matcher, format, delivery, std::move(changed))};
     auto& context = connection->context_;
@@ -131,7 +131,7 @@ void PulseConnection::onSinkInput(const pa_sink_input_info& info)
     if (state_ != State::realServer)
         return;
     const auto known = selected_.find(info.index);
-    if (known == selected_.end() && matcher_.match(identityOf(info)) == StreamMatch::none)
+    if (known == selected_.end() && matcher_.match(identityOf(info)) == engine::StreamMatch::none)
         return;
     if (known != selected_.end() && known->second == info.sink && recordings_.contains(info.index))
         return;

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "base/Result.h"
-#include "platform/linux/AudioSource.h"
+#include "engine/sound/AudioSource.h"
+#include "engine/sound/BlockDelivery.h"
+#include "engine/sound/StreamMatcher.h"
 #include "platform/linux/pulse/PulseHandles.h"
-#include "platform/linux/sound/BlockDelivery.h"
-#include "platform/linux/sound/StreamMatcher.h"
 
 #include <cstdint>
 #include <functional>
@@ -31,8 +31,8 @@ public:
 
     /// Fails when the attempt cannot even begin; whether a server answers is told by `changed`, as every change of the state is. No server
     /// is ever started.
-    static Result<std::unique_ptr<PulseConnection>> create(pa_mainloop_api* api, const StreamMatcher& matcher, AudioSourceFormat format,
-        BlockDelivery& delivery, std::function<void()> changed);
+    static Result<std::unique_ptr<PulseConnection>> create(pa_mainloop_api* api, const engine::StreamMatcher& matcher,
+        engine::AudioSourceFormat format, engine::BlockDelivery& delivery, std::function<void()> changed);
     ~PulseConnection();
     PulseConnection(const PulseConnection&) = delete;
     PulseConnection& operator=(const PulseConnection&) = delete;
@@ -51,7 +51,8 @@ private:
         PulseStreamHandle stream;
     };
 
-    PulseConnection(const StreamMatcher& matcher, AudioSourceFormat format, BlockDelivery& delivery, std::function<void()> changed);
+    PulseConnection(const engine::StreamMatcher& matcher, engine::AudioSourceFormat format, engine::BlockDelivery& delivery,
+        std::function<void()> changed);
 
     void setState(State state);
     void onContextState();
@@ -65,9 +66,9 @@ private:
     void read(Recording& recording);
     void forget(std::uint32_t sinkInput);
 
-    const StreamMatcher& matcher_;
-    const AudioSourceFormat format_;
-    BlockDelivery& delivery_;
+    const engine::StreamMatcher& matcher_;
+    const engine::AudioSourceFormat format_;
+    engine::BlockDelivery& delivery_;
     const std::function<void()> changed_;
     State state_ = State::connecting;
     std::vector<float> samples_;

@@ -1,7 +1,7 @@
 // What a PulseAudio server tells of a stream's program.
 #pragma once
 
-#include "platform/linux/sound/StreamMatcher.h"
+#include "engine/sound/StreamMatcher.h"
 
 #include <charconv>
 #include <pulse/pulseaudio.h>
@@ -15,9 +15,9 @@ namespace velmora::linux_backend {
     return text ? text : "";
 }
 
-[[nodiscard]] inline StreamIdentity identityOf(const pa_sink_input_info& info)
+[[nodiscard]] inline engine::StreamIdentity identityOf(const pa_sink_input_info& info)
 {
-    StreamIdentity identity;
+    engine::StreamIdentity identity;
     const auto process = property(info.proplist, PA_PROP_APPLICATION_PROCESS_ID);
     std::from_chars(process.data(), process.data() + process.size(), identity.processID);
     identity.applicationName = property(info.proplist, PA_PROP_APPLICATION_NAME);

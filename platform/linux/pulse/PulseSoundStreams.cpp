@@ -28,7 +28,7 @@ public:
     Look(const Look&) = delete;
     Look& operator=(const Look&) = delete;
 
-    Result<std::vector<SoundStream>> take();
+    Result<std::vector<engine::SoundStream>> take();
 
 private:
     pa_mainloop_api* api() { return pa_threaded_mainloop_get_api(loop_.get()); }
@@ -37,7 +37,7 @@ private:
     void onSinkInput(const pa_sink_input_info* info, int end);
     void end(int error);
 
-    std::vector<SoundStream> streams_;
+    std::vector<engine::SoundStream> streams_;
     bool isOver_ = false;
     int error_ = PA_OK;
     PulseLoopHandle loop_;
@@ -45,7 +45,7 @@ private:
     pa_time_event* timer_ = nullptr;
 };
 
-Result<std::vector<SoundStream>> Look::take()
+Result<std::vector<engine::SoundStream>> Look::take()
 {
     loop_.reset(pa_threaded_mainloop_new());
     if (!loop_)
@@ -110,7 +110,7 @@ void Look::end(int error)
 
 }  // namespace
 
-Result<std::vector<SoundStream>> listPulseSoundStreams()
+Result<std::vector<engine::SoundStream>> listPulseSoundStreams()
 {
     return Look{}.take();
 }

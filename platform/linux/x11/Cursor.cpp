@@ -28,7 +28,7 @@ std::byte* rowAddress(std::byte* pixels, std::int32_t width, std::int32_t x, std
 }  // namespace
 
 void drawCursor(const CursorImage& image, const CursorPlacement& placement, std::byte* pixels, std::int32_t width, std::int32_t height,
-    SavedPixels* saved)
+    engine::SavedPixels* saved)
 {
     const auto part = placement.rectangle.intersected({0, 0, width, height});
     if (!placement.isVisible || part.isEmpty())
@@ -53,7 +53,7 @@ void drawCursor(const CursorImage& image, const CursorPlacement& placement, std:
     }
 }
 
-void restorePixels(SavedPixels& saved, std::byte* pixels, std::int32_t width)
+void restorePixels(engine::SavedPixels& saved, std::byte* pixels, std::int32_t width)
 {
     const auto part = saved.rectangle;
     for (std::int32_t y = 0; y < part.height; ++y) {

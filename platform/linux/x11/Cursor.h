@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/Geometry.h"
-#include "platform/linux/pictures/PicturePool.h"
+#include "engine/pictures/PicturePool.h"
 #include "platform/linux/x11/Connection.h"
 
 #include <cstdint>
@@ -31,10 +31,10 @@ struct CursorPlacement {
 
 /// Draws `image` over BGRA pixels, clipped to `width` x `height`. What was there goes to `saved`, if given.
 void drawCursor(const CursorImage& image, const CursorPlacement& placement, std::byte* pixels, std::int32_t width, std::int32_t height,
-    SavedPixels* saved);
+    engine::SavedPixels* saved);
 
 /// Puts back what drawCursor took away and forgets it.
-void restorePixels(SavedPixels& saved, std::byte* pixels, std::int32_t width);
+void restorePixels(engine::SavedPixels& saved, std::byte* pixels, std::int32_t width);
 
 /// Follows the pointer of the connection's screen. Movement is told by the X Input extension's raw events, which arrive whatever
 /// window the pointer is in; a jump made by a program (WarpPointer) makes none and is seen when somebody looks.

@@ -1,6 +1,6 @@
 #include "platform/linux/x11/ServerMemory.h"
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/kernel/FileDescriptor.h"
 
 #include <cassert>
 #include <cerrno>
@@ -15,10 +15,10 @@ namespace velmora::linux_backend {
 
 namespace {
 
-class MappedBlock final : public MemoryBlock {
+class MappedBlock final : public engine::MemoryBlock {
 public:
     /// Maps the file, or anonymous memory when `descriptor` is negative. Null on failure.
-    static std::shared_ptr<MemoryBlock> map(int descriptor, std::size_t size)
+    static std::shared_ptr<engine::MemoryBlock> map(int descriptor, std::size_t size)
     {
         const int flags = descriptor < 0 ? MAP_PRIVATE | MAP_ANONYMOUS : MAP_SHARED;
         void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, flags, descriptor, 0);
@@ -27,13 +27,13 @@ public:
         return std::make_shared<MappedBlock>(static_cast<std::byte*>(memory), size);
     }
 
-    MappedBlock(std::byte* memory, std::size_t size) : MemoryBlock(memory, size) { }
+    MappedBlock(std::byte* memory, std::size_t size) : engine::MemoryBlock(memory, size) { }
     ~MappedBlock() override { munmap(data(), size()); }
 };
 
-class SystemVBlock final : public MemoryBlock {
+class SystemVBlock final : public engine::MemoryBlock {
 public:
-    SystemVBlock(std::byte* memory, std::size_t size) : MemoryBlock(memory, size) { }
+    SystemVBlock(std::byte* memory, std::size_t size) : engine::MemoryBlock(memory, size) { }
     ~SystemVBlock() override { shmdt(data()); }
 };
 
@@ -64,7 +64,7 @@ bool passesDescriptors(const Connection& connection)
 
 Result<std::unique_ptr<ServerMemory>> ServerMemory::allocate(const Connection& connection, std::size_t size, ImageTransport best)
 {
-    const auto owned = [&connection](std::shared_ptr<MemoryBlock> block, ImageTransport transport, xcb_shm_seg_t segment) {
+    const auto owned = [&connection](std::shared_ptr<engine::MemoryBlock> block, ImageTransport transport, xcb_shm_seg_t segment) {
         return std::unique_ptr<ServerMemory>(new ServerMemory(connection, std::move(block), transport, segment));
     };
     const bool shared = connection.isLocal() && connection.has(xcb_shm_id);

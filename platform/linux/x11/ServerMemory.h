@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/Geometry.h"
-#include "platform/linux/pictures/MemoryBlock.h"
+#include "engine/pictures/MemoryBlock.h"
 #include "platform/linux/x11/Connection.h"
 
 #include <cstddef>
@@ -29,7 +29,7 @@ public:
     ServerMemory(const ServerMemory&) = delete;
     ServerMemory& operator=(const ServerMemory&) = delete;
 
-    [[nodiscard]] const std::shared_ptr<MemoryBlock>& block() const { return block_; }
+    [[nodiscard]] const std::shared_ptr<engine::MemoryBlock>& block() const { return block_; }
     [[nodiscard]] ImageTransport transport() const { return transport_; }
 
     /// Fetches `part` of `drawable` as packed rows of 4 bytes a pixel to `offset`: one request, so what arrives is one moment of
@@ -37,7 +37,7 @@ public:
     [[nodiscard]] std::optional<std::uint32_t> fetch(xcb_drawable_t drawable, PixelRect part, std::size_t offset);
 
 private:
-    ServerMemory(const Connection& connection, std::shared_ptr<MemoryBlock> block, ImageTransport transport, xcb_shm_seg_t segment)
+    ServerMemory(const Connection& connection, std::shared_ptr<engine::MemoryBlock> block, ImageTransport transport, xcb_shm_seg_t segment)
         : connection_(connection)
         , block_(std::move(block))
         , transport_(transport)
@@ -46,7 +46,7 @@ private:
     }
 
     const Connection& connection_;
-    std::shared_ptr<MemoryBlock> block_;
+    std::shared_ptr<engine::MemoryBlock> block_;
     ImageTransport transport_;
     xcb_shm_seg_t segment_;
 };

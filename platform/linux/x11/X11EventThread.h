@@ -4,7 +4,7 @@
 #include "base/Mutex.h"
 #include "base/Result.h"
 #include "base/UniqueFunction.h"
-#include "platform/linux/WakeUp.h"
+#include "platform/linux/kernel/WakeUp.h"
 #include "platform/linux/x11/Connection.h"
 
 #include <memory>

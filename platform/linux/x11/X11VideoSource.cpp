@@ -1,13 +1,8 @@
 #include "platform/linux/x11/X11VideoSource.h"
 
 #include "base/MonotonicClock.h"
-#include "platform/linux/WakeUp.h"
-#include "platform/linux/pictures/DamageRegion.h"
-#include "platform/linux/pictures/FitRectangle.h"
-#include "platform/linux/pictures/FramePacer.h"
-#include "platform/linux/pictures/PicturePool.h"
-#include "platform/linux/pictures/PictureSamples.h"
-#include "platform/linux/pictures/UnpaintedArea.h"
+#include "engine/pictures/PictureStream.h"
+#include "platform/linux/kernel/WakeUp.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/Cursor.h"
 #include "platform/linux/x11/Errors.h"
@@ -19,7 +14,6 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
-#include <limits>
 #include <optional>
 #include <poll.h>
 #include <pthread.h>
@@ -32,11 +26,6 @@
 namespace velmora::linux_backend {
 
 namespace {
-
-constexpr std::int64_t repeatInterval = nanosecondsPerSecond / 2;
-constexpr std::int64_t longestFirstPaint = nanosecondsPerSecond / 2;
-constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t largestSide = 32767;  // a window's size is 16 bits in the protocol, its coordinates are signed
 
 /// The extensions in the versions that captures use. Their version requests are part of their protocols' handshake.
 Result<void> requireExtensions(const Connection& connection)
@@ -81,15 +70,14 @@ Result<std::unique_ptr<Connection>> connect(const std::string& displayName)
 }  // namespace
 
 /// What runs: everything in it but the wake-up and the flag belongs to the thread once that has begun.
-class X11VideoSource::Capture {
+class X11VideoSource::Capture final : public engine::PictureContent {
 public:
     static Result<std::unique_ptr<Capture>> create(std::uint32_t windowID, const platform::StreamConfiguration& configuration,
-        const Options& options, PictureScalerFactory makeScaler, Callbacks callbacks);
-    ~Capture();
+        const Options& options, engine::PictureScalerFactory makeScaler, Callbacks callbacks);
+    ~Capture() override;
 
 private:
-    Capture(
-        const platform::StreamConfiguration& configuration, const Options& options, PictureScalerFactory makeScaler, Callbacks callbacks);
+    Capture(const Options& options, Callbacks callbacks) : options_(options), callbacks_(std::move(callbacks)) { }
 
     void run();
     std::optional<Error> step();
@@ -97,71 +85,43 @@ private:
     void readEvents();
     bool readQueuedEvents();
     void noteDamage();
-    void account(PixelRect damaged);
-    Result<void> takePicture();
-    bool fetchChanged(PooledPicture& picture);
-    Result<bool> fetchScaled(PooledPicture& picture);
-    bool fetchOneMoment(PooledPicture* picture, ServerMemory& memory, PixelRect box);
-    bool fetchInto(PooledPicture* picture, ServerMemory& memory, PixelRect box, std::uint32_t& request);
+    Result<bool> fetch(engine::PooledPicture& picture) override;
+    Result<std::optional<engine::ContentPixels>> fetchAll() override;
+    bool fetchOneMoment(engine::PooledPicture* picture, ServerMemory& memory, PixelRect box);
+    bool fetchInto(engine::PooledPicture* picture, ServerMemory& memory, PixelRect box, std::uint32_t& request);
     Result<void> reserveScratch(std::size_t size);
     void placeCursor();
-    void deliver(PooledPicture& picture, std::int64_t now, std::vector<PixelRect> dirty);
     void invalidate();
-    [[nodiscard]] bool isScaled() const;
     [[nodiscard]] std::int64_t deadline() const;
     void waitUntil(std::int64_t time);
 
-    const std::int32_t width_;
-    const std::int32_t height_;
-    PictureSamples samples_;
-    const bool showsCursor_;
     const Options options_;
-    PictureScalerFactory makeScaler_;
     Callbacks callbacks_;
 
     std::unique_ptr<Connection> connection_;
     std::unique_ptr<TrackedWindow> window_;
     std::unique_ptr<CursorTracker> cursor_;  // null when the cursor is not shown
-    std::unique_ptr<ServerMemory> memory_;  // the pool's
-    std::unique_ptr<PicturePool> pool_;
+    std::unique_ptr<ServerMemory> memory_;  // the stream's
+    std::optional<engine::PictureStream> stream_;
     std::unique_ptr<ServerMemory> scratch_;
-    std::unique_ptr<PictureScaler> scaler_;
 
-    FramePacer pacer_;
-    DamageRegion changed_;  // since the last delivered picture, in that picture's coordinates
     bool subtractPending_ = true;  // damage was reported that the server holds back from now on
     CursorPlacement cursorWanted_;
     CursorPlacement cursorDrawn_;  // in the last delivered picture
     std::int64_t cursorChecked_ = 0;
-    std::int64_t retryDue_ = 0;  // no picture was free, none could be fetched, or the first has not been painted
-    UnpaintedArea unpainted_;  // before the first picture
-    PooledPicture* last_ = nullptr;
-    std::int64_t lastTime_ = 0;
 
     std::atomic<bool> stopping_{false};
     WakeUp wakeUp_;
     std::thread thread_;
 };
 
-X11VideoSource::Capture::Capture(
-    const platform::StreamConfiguration& configuration, const Options& options, PictureScalerFactory makeScaler, Callbacks callbacks)
-    : width_(static_cast<std::int32_t>(configuration.width))
-    , height_(static_cast<std::int32_t>(configuration.height))
-    , samples_(configuration)
-    , showsCursor_(configuration.showsCursor)
-    , options_(options)
-    , makeScaler_(std::move(makeScaler))
-    , callbacks_(std::move(callbacks))
-    , pacer_(samples_.interval())
-{
-}
-
 Result<std::unique_ptr<X11VideoSource::Capture>> X11VideoSource::Capture::create(std::uint32_t windowID,
-    const platform::StreamConfiguration& configuration, const Options& options, PictureScalerFactory makeScaler, Callbacks callbacks)
+    const platform::StreamConfiguration& configuration, const Options& options, engine::PictureScalerFactory makeScaler,
+    Callbacks callbacks)
 {
-    if (configuration.width < 1 || configuration.height < 1 || configuration.width > largestSide || configuration.height > largestSide)
+    if (!engine::PictureStream::isPossible(configuration))
         return failX11(X11ErrorCode::invalidSize, "The picture size is out of range.");
-    std::unique_ptr<Capture> capture{new Capture(configuration, options, std::move(makeScaler), std::move(callbacks))};
+    std::unique_ptr<Capture> capture{new Capture(options, std::move(callbacks))};
     if (!capture->wakeUp_.isValid())
         return fail(posixError(errno, "Capture"));
     auto connection = connect(options.displayName);
@@ -172,18 +132,18 @@ Result<std::unique_ptr<X11VideoSource::Capture>> X11VideoSource::Capture::create
     if (!window)
         return fail(std::move(window.error()));
     capture->window_ = std::move(*window);
-    auto memory =
-        ServerMemory::allocate(*capture->connection_, PicturePool::requiredBytes(capture->width_, capture->height_), options.transport);
+    auto memory = ServerMemory::allocate(*capture->connection_, engine::PictureStream::requiredBytes(configuration), options.transport);
     if (!memory)
         return fail(std::move(memory.error()));
     capture->memory_ = std::move(*memory);
-    capture->pool_ = std::make_unique<PicturePool>(capture->memory_->block(), capture->width_, capture->height_);
-    if (capture->showsCursor_)
+    capture->stream_.emplace(configuration, capture->memory_->block(), *capture, std::move(makeScaler),
+        [running = capture.get()](SampleBufferRef picture) { running->callbacks_.picture(std::move(picture)); });
+    if (configuration.showsCursor)
         capture->cursor_ = CursorTracker::create(*capture->connection_);
     capture->invalidate();
     // A window that becomes redirected begins with what was on the screen in its place, other windows included, and its program is told
     // to paint it anew. One that does not paint all of it shows what there is.
-    capture->retryDue_ = monotonicNow() + longestFirstPaint;
+    capture->stream_->awaitFirstPaint();
     capture->thread_ = std::thread([running = capture.get()] { running->run(); });
     return capture;
 }
@@ -224,18 +184,13 @@ std::optional<Error> X11VideoSource::Capture::step()
         return ended(X11ErrorCode::windowUnavailable, "The window was closed.");
     noteDamage();
 
-    auto now = monotonicNow();
+    const auto now = monotonicNow();
     // Without an event as well now and then: a window may have come between, a program may have moved the pointer.
-    if (cursor_ && now >= cursorChecked_ + (cursor_->mayHaveChanged() ? samples_.interval() : repeatInterval))
+    if (cursor_ && now >= cursorChecked_ + (cursor_->mayHaveChanged() ? stream_->interval() : engine::PictureStream::repeatInterval))
         placeCursor();
-    const bool isChanged = !changed_.isEmpty() || cursorWanted_ != cursorDrawn_;
-    if (isChanged && now >= std::max(pacer_.due(), retryDue_)) {
-        if (auto taken = takePicture(); !taken)
-            return std::move(taken.error());
-    }
-    now = monotonicNow();
-    if (last_ && now >= lastTime_ + repeatInterval)
-        deliver(*last_, now, {});
+    if (auto worked = stream_->work(); !worked)
+        return std::move(worked.error());
+    noteDamage();
     return std::nullopt;
 }
 
@@ -267,40 +222,19 @@ bool X11VideoSource::Capture::readQueuedEvents()
 void X11VideoSource::Capture::noteDamage()
 {
     for (const auto& damage : window_->damage()) {
-        account(damage.rectangle);
+        stream_->damage(damage.rectangle);
         subtractPending_ = true;
-        if (!last_) {
-            unpainted_.paint(damage.rectangle);
-            if (unpainted_.isEmpty())
-                retryDue_ = 0;
-        }
     }
     window_->damage().clear();
 }
 
-/// A part of the content has changed: every picture lacks it. A scaled picture is made anew as a whole.
-void X11VideoSource::Capture::account(PixelRect damaged)
-{
-    const auto rectangle = isScaled() ? PixelRect{0, 0, width_, height_} : damaged;
-    pool_->addDamage(rectangle);
-    changed_.add(rectangle);
-}
-
 void X11VideoSource::Capture::invalidate()
 {
-    pool_->invalidate();
-    changed_.clear();
-    changed_.add({0, 0, width_, height_});
-    subtractPending_ = true;
     const auto& content = window_->content();
-    unpainted_ = UnpaintedArea{{0, 0, content.width, content.height}};
+    stream_->contentReplaced(content.width, content.height);
+    subtractPending_ = true;
     if (cursor_)
         placeCursor();
-}
-
-bool X11VideoSource::Capture::isScaled() const
-{
-    return window_->content().width != width_ || window_->content().height != height_;
 }
 
 void X11VideoSource::Capture::placeCursor()
@@ -309,87 +243,40 @@ void X11VideoSource::Capture::placeCursor()
     const auto& content = window_->content();
     cursorWanted_ = cursor_->locate(
         window_->window(), window_->topLevel(), window_->contentX(), window_->contentY(), {0, 0, content.width, content.height});
+    stream_->setOverlayIsOutdated(cursorWanted_ != cursorDrawn_);
 }
 
-Result<void> X11VideoSource::Capture::takePicture()
+/// False when that did not work out: the content has changed its size, say.
+Result<bool> X11VideoSource::Capture::fetch(engine::PooledPicture& picture)
 {
-    retryDue_ = monotonicNow() + samples_.interval();
-    auto* picture = pool_->leastOutdated();
-    if (!picture)
-        return {};
-    const auto now = monotonicNow();
-    if (isScaled()) {
-        auto fetched = fetchScaled(*picture);
-        if (!fetched)
-            return fail(std::move(fetched.error()));
-        if (!*fetched)
-            return {};
-        changed_.clear();
-        changed_.add({0, 0, width_, height_});
-    } else if (!fetchChanged(*picture)) {
-        return {};
-    }
-    retryDue_ = 0;
-    picture->missed.clear();
-    auto dirty = std::exchange(changed_, {}).rectangles();
-    cursorDrawn_ = cursorWanted_;
-    pacer_.taken(now);
-    last_ = picture;
-    deliver(*picture, now, std::move(dirty));
-    noteDamage();
-    return {};
-}
-
-/// Brings a picture of the content's own size up to date. False when that did not work out: the content has changed its size, say.
-bool X11VideoSource::Capture::fetchChanged(PooledPicture& picture)
-{
-    restorePixels(picture.underCursor, picture.pixels, width_);
-    picture.fitted = {};
+    restorePixels(picture.underCursor, picture.pixels, stream_->width());
     if (!picture.missed.isEmpty() && !fetchOneMoment(&picture, *memory_, picture.missed.bound()))
         return false;
     if (cursorWanted_ != cursorDrawn_) {
-        const PixelRect whole{0, 0, width_, height_};
         if (cursorDrawn_.isVisible)
-            changed_.add(cursorDrawn_.rectangle.intersected(whole));
+            stream_->overlayChanged(cursorDrawn_.rectangle);
         if (cursorWanted_.isVisible)
-            changed_.add(cursorWanted_.rectangle.intersected(whole));
+            stream_->overlayChanged(cursorWanted_.rectangle);
     }
     if (cursor_)
-        drawCursor(cursor_->image(), cursorWanted_, picture.pixels, width_, height_, &picture.underCursor);
+        drawCursor(cursor_->image(), cursorWanted_, picture.pixels, stream_->width(), stream_->height(), &picture.underCursor);
+    cursorDrawn_ = cursorWanted_;
     return true;
 }
 
-/// Fetches the whole content beside the pool and scales it into the picture. False when it could not be fetched now.
-Result<bool> X11VideoSource::Capture::fetchScaled(PooledPicture& picture)
+Result<std::optional<engine::ContentPixels>> X11VideoSource::Capture::fetchAll()
 {
     const auto content = window_->content();
     const auto rowBytes = static_cast<std::size_t>(content.width) * 4;
     if (auto reserved = reserveScratch(rowBytes * static_cast<std::size_t>(content.height)); !reserved)
         return fail(std::move(reserved.error()));
-    if (!scaler_) {
-        auto made = makeScaler_();
-        if (!made)
-            return fail(std::move(made.error()));
-        scaler_ = std::move(*made);
-    }
     if (!fetchOneMoment(nullptr, *scratch_, {0, 0, content.width, content.height}))
-        return false;
+        return std::nullopt;
     std::byte* source = scratch_->block()->data();
     if (cursor_)
         drawCursor(cursor_->image(), cursorWanted_, source, content.width, content.height, nullptr);
-
-    const auto fitted = fitRectangle(content.width, content.height, width_, height_);
-    if (picture.fitted != fitted) {
-        std::memset(picture.pixels, 0, pool_->bytesPerRow() * static_cast<std::size_t>(height_));
-        picture.fitted = fitted;
-    }
-    picture.underCursor.rectangle = {};
-    std::byte* target = picture.pixels + static_cast<std::size_t>(fitted.y) * pool_->bytesPerRow() + static_cast<std::size_t>(fitted.x) * 4;
-    if (auto scaled = scaler_->scale(
-            source, {0, 0, content.width, content.height}, rowBytes, target, {0, 0, fitted.width, fitted.height}, pool_->bytesPerRow());
-        !scaled)
-        return fail(std::move(scaled.error()));
-    return true;
+    cursorDrawn_ = cursorWanted_;
+    return engine::ContentPixels{source, rowBytes};
 }
 
 Result<void> X11VideoSource::Capture::reserveScratch(std::size_t size)
@@ -408,7 +295,7 @@ Result<void> X11VideoSource::Capture::reserveScratch(std::size_t size)
 /// drawn outside of `box` before the fetch, all is fetched instead. What was drawn before the fetch is accounted for here: it is in
 /// this picture, and the others lack it. What was drawn after the subtraction stays in the window's damage as well, because the
 /// server may not report those parts again when they are drawn once more after the fetch.
-bool X11VideoSource::Capture::fetchOneMoment(PooledPicture* picture, ServerMemory& memory, PixelRect box)
+bool X11VideoSource::Capture::fetchOneMoment(engine::PooledPicture* picture, ServerMemory& memory, PixelRect box)
 {
     const PixelRect whole{0, 0, window_->content().width, window_->content().height};
     auto& meanwhile = window_->damage();
@@ -423,12 +310,12 @@ bool X11VideoSource::Capture::fetchOneMoment(PooledPicture* picture, ServerMemor
         }
         readQueuedEvents();
         const auto isTorn = [&](const TrackedWindow::Damage& damage) {
-            return isBefore(damage.sequence, request) && !contains(box, damage.rectangle);
+            return isBefore(damage.sequence, request) && !engine::contains(box, damage.rectangle);
         };
         if (box == whole || std::none_of(meanwhile.begin(), meanwhile.end(), isTorn)) {
             for (const auto& damage : meanwhile) {
                 if (isBefore(damage.sequence, request))
-                    account(damage.rectangle);
+                    stream_->damage(damage.rectangle);
             }
             if (subtraction)
                 std::erase_if(meanwhile, [&](const TrackedWindow::Damage& damage) { return isBefore(damage.sequence, *subtraction); });
@@ -439,49 +326,40 @@ bool X11VideoSource::Capture::fetchOneMoment(PooledPicture* picture, ServerMemor
     }
 }
 
-bool X11VideoSource::Capture::fetchInto(PooledPicture* picture, ServerMemory& memory, PixelRect box, std::uint32_t& request)
+bool X11VideoSource::Capture::fetchInto(engine::PooledPicture* picture, ServerMemory& memory, PixelRect box, std::uint32_t& request)
 {
     const auto& content = window_->content();
     // Rows arrive packed. Whole rows are in place as they arrive; a narrow part goes through the scratch memory.
-    const bool isNarrow = picture && box.width * 2 < width_;
+    const bool isNarrow = picture && box.width * 2 < stream_->width();
     if (isNarrow) {
         const auto rowBytes = static_cast<std::size_t>(box.width) * 4;
         if (!reserveScratch(rowBytes * static_cast<std::size_t>(box.height)))
             return false;
-        const auto fetched = scratch_->fetch(window_->pixmap(), translated(box, content.x, content.y), 0);
+        const auto fetched = scratch_->fetch(window_->pixmap(), engine::translated(box, content.x, content.y), 0);
         if (!fetched)
             return false;
         for (std::int32_t y = 0; y < box.height; ++y) {
-            std::memcpy(picture->pixels + static_cast<std::size_t>(box.y + y) * pool_->bytesPerRow() + static_cast<std::size_t>(box.x) * 4,
+            std::memcpy(
+                picture->pixels + static_cast<std::size_t>(box.y + y) * stream_->bytesPerRow() + static_cast<std::size_t>(box.x) * 4,
                 scratch_->block()->data() + static_cast<std::size_t>(y) * rowBytes, rowBytes);
         }
         request = *fetched;
         return true;
     }
     const PixelRect rows{0, box.y, content.width, box.height};
-    const auto rowOffset = picture ? static_cast<std::size_t>(box.y) * pool_->bytesPerRow() : 0;
+    const auto rowOffset = picture ? static_cast<std::size_t>(box.y) * stream_->bytesPerRow() : 0;
     const auto fetched =
-        memory.fetch(window_->pixmap(), translated(rows, content.x, content.y), (picture ? picture->offset : 0) + rowOffset);
+        memory.fetch(window_->pixmap(), engine::translated(rows, content.x, content.y), (picture ? picture->offset : 0) + rowOffset);
     if (!fetched)
         return false;
     request = *fetched;
     return true;
 }
 
-void X11VideoSource::Capture::deliver(PooledPicture& picture, std::int64_t now, std::vector<PixelRect> dirty)
-{
-    lastTime_ = now;
-    callbacks_.picture(samples_.make(*pool_, picture, now, std::move(dirty)));
-}
-
 std::int64_t X11VideoSource::Capture::deadline() const
 {
-    auto time = last_ ? lastTime_ + repeatInterval : never;
-    if (!changed_.isEmpty() || cursorWanted_ != cursorDrawn_)
-        time = std::min(time, std::max(pacer_.due(), retryDue_));
-    if (cursor_ && cursor_->mayHaveChanged())
-        time = std::min(time, cursorChecked_ + samples_.interval());
-    return time;
+    const auto time = stream_->deadline();
+    return cursor_ && cursor_->mayHaveChanged() ? std::min(time, cursorChecked_ + stream_->interval()) : time;
 }
 
 void X11VideoSource::Capture::waitUntil(std::int64_t time)
@@ -489,14 +367,15 @@ void X11VideoSource::Capture::waitUntil(std::int64_t time)
     if (readQueuedEvents())
         return;
     connection_->flush();
-    const auto left = time == never ? repeatInterval : std::max<std::int64_t>(0, time - monotonicNow());
+    const auto left =
+        time == engine::PictureStream::never ? engine::PictureStream::repeatInterval : std::max<std::int64_t>(0, time - monotonicNow());
     const timespec timeout{static_cast<time_t>(left / nanosecondsPerSecond), static_cast<long>(left % nanosecondsPerSecond)};
     pollfd descriptors[] = {{connection_->fileDescriptor(), POLLIN, 0}, {wakeUp_.descriptor(), POLLIN, 0}};
     ppoll(descriptors, 2, &timeout, nullptr);
 }
 
 X11VideoSource::X11VideoSource(
-    std::uint32_t windowID, const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler, Options options)
+    std::uint32_t windowID, const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler, Options options)
     : windowID_(windowID)
     , configuration_(configuration)
     , makeScaler_(std::move(makeScaler))

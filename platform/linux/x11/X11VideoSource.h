@@ -1,9 +1,9 @@
 // Pictures of one X11 window.
 #pragma once
 
+#include "engine/codecs/PictureScaler.h"
+#include "engine/pictures/VideoSource.h"
 #include "platform/StreamConfiguration.h"
-#include "platform/linux/VideoSource.h"
-#include "platform/linux/ffmpeg/CodecModule.h"
 #include "platform/linux/x11/ServerMemory.h"
 
 #include <cstdint>
@@ -26,11 +26,8 @@ namespace velmora::linux_backend {
 /// A window of another size than the configuration's, from the start or after a resize, is fitted in: aspect kept, centred, black
 /// around. One that is minimised or on another workspace is a still picture until it comes back. One that is destroyed or withdrawn
 /// ends the stream ("Velmora.X11", windowUnavailable), as does a lost connection.
-class X11VideoSource final : public VideoSource {
+class X11VideoSource final : public engine::VideoSource {
 public:
-    /// Called on the capture's thread, when the first picture has to be scaled.
-    using PictureScalerFactory = UniqueFunction<Result<std::unique_ptr<PictureScaler>>()>;
-
     struct Options {
         std::string displayName;  ///< as in DISPLAY; empty: that variable
         ImageTransport transport = ImageTransport::fileDescriptor;  ///< the best that may be used
@@ -39,7 +36,8 @@ public:
         std::function<void()> displayIsGone = {};
     };
 
-    X11VideoSource(std::uint32_t windowID, const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler,
+    /// `makeScaler` is called on the capture's thread, when the first picture has to be scaled.
+    X11VideoSource(std::uint32_t windowID, const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler,
         Options options = {"", ImageTransport::fileDescriptor, {}});
     ~X11VideoSource() override;
 
@@ -54,7 +52,7 @@ private:
 
     std::uint32_t windowID_;
     platform::StreamConfiguration configuration_;
-    PictureScalerFactory makeScaler_;
+    engine::PictureScalerFactory makeScaler_;
     Options options_;
     std::unique_ptr<Capture> capture_;
 };

@@ -36,7 +36,7 @@ Recording encode(const RecordingPlan& plan)
     }
     if (plan.hasSound) {
         const auto encoder = makeAacEncoder();
-        std::vector<linux_backend::AudioEncoder::Packet> packets;
+        std::vector<engine::AudioEncoder::Packet> packets;
         EXPECT_TRUE(encoder->encode(clicks(plan.soundFrames, plan.clicks), packets));
         EXPECT_TRUE(encoder->flush(packets));
         recording.tracks.push_back({encoder->format(), 48000, encoder->primingFrames()});

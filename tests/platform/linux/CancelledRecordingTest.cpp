@@ -2,7 +2,8 @@
 
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/PosixFile.h"
-#include "tests/platform/linux/AssetWriting.h"
+#include "platform/linux/desktop/Trash.h"
+#include "tests/engine/files/AssetWriting.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/media/SlowDisk.h"
 
@@ -32,7 +33,7 @@ protected:
 
     [[nodiscard]] std::shared_ptr<platform::AssetWriter> makeTrashingWriter(const char* name = "clip.mp4") const
     {
-        AssetWriterFactory factory{aacEncoders, trash_};
+        engine::AssetWriterFactory factory{aacEncoders, trash_};
         return factory.makeAssetWriter(path(name), platform::AssetFileType::mpeg4).value();
     }
 
@@ -40,7 +41,7 @@ protected:
         std::shared_ptr<DiskGate> gate, std::chrono::milliseconds patience = 1h) const
     {
         auto file = std::make_shared<SlowFile>(mp4::PosixFile::create(path()).value(), std::move(gate));
-        return AssetWriter::create(std::move(file), noEncoders, path(), {.trash = trash_, .patience = patience}).value();
+        return engine::AssetWriter::create(std::move(file), noEncoders, path(), {.trash = trash_, .patience = patience}).value();
     }
 
     [[nodiscard]] std::vector<std::filesystem::path> trashed(const char* folder = "files") const

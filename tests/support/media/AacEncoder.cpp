@@ -13,7 +13,7 @@ namespace velmora::test {
 
 namespace {
 
-class AacEncoder final : public linux_backend::AudioEncoder {
+class AacEncoder final : public engine::AudioEncoder {
 public:
     AacEncoder()
         : context_(avcodec_alloc_context3(avcodec_find_encoder_by_name("aac")))
@@ -95,7 +95,7 @@ private:
 
 }  // namespace
 
-std::unique_ptr<linux_backend::AudioEncoder> makeAacEncoder()
+std::unique_ptr<engine::AudioEncoder> makeAacEncoder()
 {
     return std::make_unique<AacEncoder>();
 }

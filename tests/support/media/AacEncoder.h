@@ -1,13 +1,13 @@
 // An AAC encoder for tests, by libavcodec.
 #pragma once
 
-#include "platform/linux/ffmpeg/CodecModule.h"
+#include "engine/codecs/AudioEncoder.h"
 
 #include <memory>
 
 namespace velmora::test {
 
 /// 48 kHz stereo, 192 kbit/s, priming of 1024 frames.
-std::unique_ptr<linux_backend::AudioEncoder> makeAacEncoder();
+std::unique_ptr<engine::AudioEncoder> makeAacEncoder();
 
 }  // namespace velmora::test

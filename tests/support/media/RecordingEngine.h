@@ -2,7 +2,7 @@
 // hand, the encoder takes no time.
 #pragma once
 
-#include "platform/linux/AssetWriter.h"
+#include "engine/files/AssetWriter.h"
 #include "tests/support/CoordinatorFixture.h"
 #include "tests/support/Samples.h"
 #include "tests/support/media/AacEncoder.h"
@@ -21,8 +21,8 @@ public:
     static constexpr std::int64_t soundInterval = 1'024'000'000'000 / 48'000;
 
     explicit RecordingEngine(
-        int keyFrameInterval = 6, RepeatedClipSession::Outcome outcome = {}, linux_backend::AudioEncoderFactory sound = makeSoundEncoder)
-        : RecordingEngine(Parts{std::make_shared<linux_backend::AssetWriterFactory>(std::move(sound)),
+        int keyFrameInterval = 6, RepeatedClipSession::Outcome outcome = {}, engine::AudioEncoderFactory sound = makeSoundEncoder)
+        : RecordingEngine(Parts{std::make_shared<engine::AssetWriterFactory>(std::move(sound)),
             std::make_shared<RepeatedClipSessions>(keyFrameInterval, std::move(outcome))})
     {
     }
@@ -39,10 +39,7 @@ public:
         executor->runAll();
     }
 
-    static Result<std::unique_ptr<linux_backend::AudioEncoder>> makeSoundEncoder(const platform::AudioOutputSettings&)
-    {
-        return makeAacEncoder();
-    }
+    static Result<std::unique_ptr<engine::AudioEncoder>> makeSoundEncoder(const platform::AudioOutputSettings&) { return makeAacEncoder(); }
 
     /// Pictures and sound as they come at 60 a second, `count` pictures long.
     void play(int count)

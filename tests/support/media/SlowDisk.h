@@ -2,8 +2,8 @@
 #pragma once
 
 #include "base/Mutex.h"
+#include "engine/files/AssetWriter.h"
 #include "media/mp4/PosixFile.h"
-#include "platform/linux/AssetWriter.h"
 
 #include <atomic>
 #include <cerrno>
@@ -90,8 +90,7 @@ private:
 
 class SlowAssetWriters final : public platform::AssetWriterFactory {
 public:
-    SlowAssetWriters(
-        std::shared_ptr<DiskGate> gate, linux_backend::AudioEncoderFactory sound, linux_backend::CancelledRecordings cancelled = {})
+    SlowAssetWriters(std::shared_ptr<DiskGate> gate, engine::AudioEncoderFactory sound, engine::CancelledRecordings cancelled = {})
         : gate_(std::move(gate))
         , sound_(std::move(sound))
         , cancelled_(std::move(cancelled))
@@ -103,8 +102,7 @@ public:
         auto file = mp4::PosixFile::create(outputURL);
         if (!file)
             return fail(file.error());
-        auto writer =
-            linux_backend::AssetWriter::create(std::make_shared<SlowFile>(std::move(*file), gate_), sound_, outputURL, cancelled_);
+        auto writer = engine::AssetWriter::create(std::make_shared<SlowFile>(std::move(*file), gate_), sound_, outputURL, cancelled_);
         if (!writer)
             return fail(writer.error());
         return std::shared_ptr<platform::AssetWriter>{std::move(*writer)};
@@ -112,8 +110,8 @@ public:
 
 private:
     const std::shared_ptr<DiskGate> gate_;
-    const linux_backend::AudioEncoderFactory sound_;
-    const linux_backend::CancelledRecordings cancelled_;
+    const engine::AudioEncoderFactory sound_;
+    const engine::CancelledRecordings cancelled_;
 };
 
 }  // namespace velmora::test

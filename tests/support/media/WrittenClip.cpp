@@ -65,7 +65,7 @@ void writeClip(const std::filesystem::path& path, const WrittenClip& clip)
     }
     if (clip.soundFrames > 0) {
         const auto encoder = makeAacEncoder();
-        std::vector<linux_backend::AudioEncoder::Packet> packets;
+        std::vector<engine::AudioEncoder::Packet> packets;
         require(encoder->encode(risingTone(clip), packets));
         require(encoder->flush(packets));
         tracks.push_back({encoder->format(), soundRate, encoder->primingFrames()});

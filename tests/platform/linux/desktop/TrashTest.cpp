@@ -65,13 +65,13 @@ Result<void> moveInOneStep(const fs::path& from, const fs::path& to)
 
 class TrashTest : public ::testing::Test {
 protected:
-    [[nodiscard]] Result<TrashedFile> put(const fs::path& path) const
+    [[nodiscard]] Result<engine::TrashedFile> put(const fs::path& path) const
     {
         return trash().put(path, [&](const fs::path& to) { return moveInOneStep(path, to); });
     }
 
     /// As where the user's own trash is on another file system than the file.
-    [[nodiscard]] Result<TrashedFile> putFromElsewhere(const fs::path& path) const
+    [[nodiscard]] Result<engine::TrashedFile> putFromElsewhere(const fs::path& path) const
     {
         return trash().put(path, [&](const fs::path& to) -> Result<void> {
             if (to.native().starts_with(home().native()))
@@ -149,7 +149,7 @@ TEST_F(TrashTest, WhatIsRemovedLeavesNothing)
 {
     const auto trashed = put(makeFile("clip.mp4"));
     ASSERT_TRUE(trashed);
-    Trash::remove(*trashed);
+    trash().remove(*trashed);
     EXPECT_THAT(trashNames(home() / "files"), IsEmpty());
     EXPECT_THAT(trashNames(home() / "info"), IsEmpty());
 }

@@ -9,9 +9,9 @@
 namespace velmora::linux_backend {
 namespace {
 
-using Packets = std::vector<AudioEncoder::Packet>;
+using Packets = std::vector<engine::AudioEncoder::Packet>;
 
-std::unique_ptr<AudioEncoder> makeEncoder(platform::AudioOutputSettings settings = {})
+std::unique_ptr<engine::AudioEncoder> makeEncoder(platform::AudioOutputSettings settings = {})
 {
     auto encoder = LibavAudioEncoder::create(settings);
     EXPECT_TRUE(encoder) << encoder.error().localizedDescription;
@@ -19,7 +19,7 @@ std::unique_ptr<AudioEncoder> makeEncoder(platform::AudioOutputSettings settings
 }
 
 /// What the packets decode to, channel by channel, priming included.
-std::vector<std::vector<float>> decode(const AudioEncoder& encoder, const Packets& packets)
+std::vector<std::vector<float>> decode(const engine::AudioEncoder& encoder, const Packets& packets)
 {
     const AudioFormat& format = *encoder.format()->audio();
     testing::Decoder decoder{AV_CODEC_ID_AAC, format.decoderConfiguration, format.sampleRate, format.channelCount};

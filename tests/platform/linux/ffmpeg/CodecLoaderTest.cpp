@@ -54,7 +54,7 @@ TEST(CodecLoader, TheModuleEncodesSoundAndPictures)
 
     auto audio = (*module)->makeAudioEncoder({});
     ASSERT_TRUE(audio) << audio.error().localizedDescription;
-    std::vector<AudioEncoder::Packet> packets;
+    std::vector<engine::AudioEncoder::Packet> packets;
     ASSERT_TRUE((*audio)->encode(std::vector<float>(4096, 0.1F), packets));
     ASSERT_TRUE((*audio)->flush(packets));
     EXPECT_EQ(packets.size(), 3U);

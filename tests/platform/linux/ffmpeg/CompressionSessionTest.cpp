@@ -2,8 +2,8 @@
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
 #include "tests/platform/linux/ffmpeg/Decoding.h"
 #include "tests/platform/linux/ffmpeg/SessionOutput.h"
-#include "tests/platform/linux/ffmpeg/TestPictures.h"
 #include "tests/platform/linux/ffmpeg/TrialEncoders.h"
+#include "tests/support/media/TestPictures.h"
 
 #include <atomic>
 #include <climits>
@@ -17,11 +17,11 @@ namespace {
 
 using platform::CompressionProperty;
 using platform::CompressionSession;
-using testing::Canvas;
-using testing::Colour;
+using test::Canvas;
+using test::Colour;
+using test::second;
 using testing::decodeVideo;
 using testing::isKeyFrame;
-using testing::second;
 using testing::SessionOutput;
 using testing::softwareEncoder;
 
@@ -51,7 +51,7 @@ public:
     {
     }
 
-    [[nodiscard]] Yuv420View::Layout layout() const override { return encoder_->layout(); }
+    [[nodiscard]] engine::Yuv420View::Layout layout() const override { return encoder_->layout(); }
     [[nodiscard]] FormatDescriptionRef format() const override { return encoder_->format(); }
 
     int encode(AVFrame& picture, std::int64_t time, bool asKeyFrame, std::vector<Packet>& packets) override
@@ -153,7 +153,7 @@ TEST_F(CompressionSessionTest, PureColoursComeBackAsTheyWere)
     ASSERT_EQ(frames.size(), std::size(colours));
     for (std::size_t i = 0; i < frames.size(); ++i) {
         const AVFrame& frame = *frames[i];
-        const auto rgb = testing::exactRgb(frame.data[0][60 * frame.linesize[0] + 80], frame.data[1][30 * frame.linesize[1] + 40],
+        const auto rgb = test::exactRgb(frame.data[0][60 * frame.linesize[0] + 80], frame.data[1][30 * frame.linesize[1] + 40],
             frame.data[2][30 * frame.linesize[2] + 40]);
         EXPECT_NEAR(rgb[0], colours[i].r, 4) << i;
         EXPECT_NEAR(rgb[1], colours[i].g, 4) << i;
@@ -184,7 +184,7 @@ TEST_F(CompressionSessionTest, TheStreamIsHighProfileWithoutReorderingAndAKeyFra
     const auto session = makeSession(320, 180);
     Canvas canvas{320, 180};
     for (int frame = 0; frame < 100; ++frame) {
-        testing::paintMovingScene(canvas, frame);
+        test::paintMovingScene(canvas, frame);
         // 240 frames a second: 30 frames are over before half a second is.
         ASSERT_EQ(session->encodeFrame(canvas.picture(), at(frame * second / 240), at(second / 240)), 0);
         ASSERT_EQ(session->completeFrames(), 0);
@@ -299,7 +299,7 @@ TEST_F(CompressionSessionTest, AnOddSizeIsShownPaddedToEven)
     ASSERT_EQ(frames.size(), 1U);
     EXPECT_EQ(frames[0]->width, 642);
     EXPECT_EQ(frames[0]->height, 480);
-    const double green = testing::exactYuv(30, 200, 30)[0];
+    const double green = test::exactYuv(30, 200, 30)[0];
     EXPECT_NEAR(frames[0]->data[0][100 * frames[0]->linesize[0] + 640], green, 12);
     EXPECT_NEAR(frames[0]->data[0][479 * frames[0]->linesize[0] + 641], green, 12);
 }
@@ -355,8 +355,8 @@ TEST_F(CompressionSessionTest, WhatIsNotToldToHaveChangedIsNotLookedAt)
     session->completeFrames();
     const auto frames = decodeVideo(output_->samples());
     ASSERT_EQ(frames.size(), 2U);
-    EXPECT_NEAR(frames[1]->data[0][32 * frames[1]->linesize[0] + 10], testing::exactYuv(20, 20, 20)[0], 3);
-    EXPECT_NEAR(frames[1]->data[0][32 * frames[1]->linesize[0] + 50], testing::exactYuv(200, 200, 200)[0], 3);
+    EXPECT_NEAR(frames[1]->data[0][32 * frames[1]->linesize[0] + 10], test::exactYuv(20, 20, 20)[0], 3);
+    EXPECT_NEAR(frames[1]->data[0][32 * frames[1]->linesize[0] + 50], test::exactYuv(200, 200, 200)[0], 3);
 }
 
 TEST_F(CompressionSessionTest, AnOverflowDropsTheYoungestThatWaitsAndCallsItBackInOrder)
@@ -396,7 +396,7 @@ TEST_F(CompressionSessionTest, AnOverflowDropsTheYoungestThatWaitsAndCallsItBack
     const auto frames = decodeVideo(output_->samples());
     ASSERT_EQ(frames.size(), 4U);
     for (int column = 0; column < 8; ++column)
-        EXPECT_NEAR(frames[3]->data[0][32 * frames[3]->linesize[0] + 8 * column + 4], testing::exactYuv(220, 220, 220)[0], 5) << column;
+        EXPECT_NEAR(frames[3]->data[0][32 * frames[3]->linesize[0] + 8 * column + 4], test::exactYuv(220, 220, 220)[0], 5) << column;
 }
 
 TEST_F(CompressionSessionTest, APictureOfAnotherSizeOrFormatOrTimeIsRefused)
@@ -478,7 +478,7 @@ TEST_F(CompressionSessionTest, AnEncoderThatFailsTenTimesInARowIsOpenedAnew)
     const auto session = makeFaultySession(64, 64, faults);
     Canvas canvas{64, 64};
     for (int frame = 0; frame < 20; ++frame) {
-        testing::paintMovingScene(canvas, frame);
+        test::paintMovingScene(canvas, frame);
         session->encodeFrame(canvas.picture(), at(frame * second / 60), at(second / 60));
         session->completeFrames();
     }
@@ -581,7 +581,7 @@ TEST_F(CompressionSessionTest, APictureThatTheEncoderStillHoldsIsNotWrittenInto)
     }
     ASSERT_EQ(faults->kept.size(), 4U);
     for (int frame = 0; frame < 4; ++frame) {
-        const double luma = testing::exactYuv(50 * frame, 50 * frame, 50 * frame)[0];
+        const double luma = test::exactYuv(50 * frame, 50 * frame, 50 * frame)[0];
         EXPECT_NEAR(faults->kept[static_cast<std::size_t>(frame)]->data[0][0], luma, 0.51);
         EXPECT_NEAR(faults->kept[static_cast<std::size_t>(frame)]->data[0][40], luma, 0.51);
     }

@@ -20,7 +20,7 @@ class TimedEncoder final : public VideoEncoder {
 public:
     TimedEncoder(std::chrono::nanoseconds& time, std::vector<std::chrono::nanoseconds> costs) : time_(time), costs_(std::move(costs)) { }
 
-    [[nodiscard]] Yuv420View::Layout layout() const override { return Yuv420View::Layout::i420; }
+    [[nodiscard]] engine::Yuv420View::Layout layout() const override { return engine::Yuv420View::Layout::i420; }
     [[nodiscard]] FormatDescriptionRef format() const override { return nullptr; }
     int drain(std::vector<Packet>&) override { return 0; }
 

@@ -1,13 +1,13 @@
 #include "platform/linux/ffmpeg/LibswscalePictureScaler.h"
-#include "tests/platform/linux/ffmpeg/TestPictures.h"
+#include "tests/support/media/TestPictures.h"
 
 #include <gtest/gtest.h>
 
 namespace velmora::linux_backend {
 namespace {
 
-using testing::Canvas;
-using testing::Colour;
+using test::Canvas;
+using test::Colour;
 
 void expectNear(Colour actual, Colour expected, int tolerance)
 {

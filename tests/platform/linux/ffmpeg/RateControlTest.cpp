@@ -4,8 +4,8 @@
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
 #include "tests/platform/linux/ffmpeg/Decoding.h"
 #include "tests/platform/linux/ffmpeg/SessionOutput.h"
-#include "tests/platform/linux/ffmpeg/TestPictures.h"
 #include "tests/support/FrameNumber.h"
+#include "tests/support/media/TestPictures.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -13,8 +13,8 @@
 namespace velmora::linux_backend {
 namespace {
 
-using testing::Canvas;
-using testing::second;
+using test::Canvas;
+using test::second;
 using testing::SessionOutput;
 
 constexpr std::int32_t noiseWidth = 480;
@@ -53,7 +53,7 @@ public:
     void addMotion(std::int64_t duration, std::int64_t framesPerSecond)
     {
         for (std::int64_t i = 0; i < duration * framesPerSecond / second; ++i) {
-            testing::paintMovingScene(canvas_, ++scene_, 96);
+            test::paintMovingScene(canvas_, ++scene_, 96);
             encode(second / framesPerSecond);
         }
     }

@@ -1,8 +1,8 @@
 // What comes out for a window that stands still, and after it moves again.
 #include "platform/linux/ffmpeg/EncodingPipeline.h"
 #include "tests/platform/linux/ffmpeg/Decoding.h"
-#include "tests/platform/linux/ffmpeg/TestPictures.h"
 #include "tests/platform/linux/ffmpeg/TrialEncoders.h"
+#include "tests/support/media/TestPictures.h"
 
 #include <cstdlib>
 #include <functional>
@@ -13,10 +13,10 @@
 namespace velmora::linux_backend {
 namespace {
 
-using testing::Canvas;
+using test::Canvas;
+using test::second;
 using ::testing::ElementsAre;
 using testing::isKeyFrame;
-using testing::second;
 using testing::softwareEncoder;
 
 constexpr std::int32_t stillWidth = 320;
@@ -24,7 +24,7 @@ constexpr std::int32_t stillHeight = 240;
 
 TEST(StillKeyFrames, NoneIsRepeatedBeforeTheEncoderHasMadeTwo)
 {
-    StillKeyFrames still;
+    engine::StillKeyFrames still;
     EXPECT_FALSE(still.repeat());
     still.encoded(DataBlock::owning(std::vector<std::byte>(100)));
     EXPECT_FALSE(still.repeat());
@@ -33,7 +33,7 @@ TEST(StillKeyFrames, NoneIsRepeatedBeforeTheEncoderHasMadeTwo)
 
 TEST(StillKeyFrames, TwoTakeTurnsTheOlderFirst)
 {
-    StillKeyFrames still;
+    engine::StillKeyFrames still;
     const auto older = DataBlock::owning(std::vector<std::byte>(100));
     const auto newer = DataBlock::owning(std::vector<std::byte>(100));
     still.encoded(older);
@@ -49,7 +49,7 @@ TEST(StillKeyFrames, TwoTakeTurnsTheOlderFirst)
 
 TEST(StillKeyFrames, AfterAFrameOfAnotherKindTheNewerDoesNotBringTheEncoderBack)
 {
-    StillKeyFrames still;
+    engine::StillKeyFrames still;
     still.encoded(DataBlock::owning(std::vector<std::byte>(100)));
     still.encoded(DataBlock::owning(std::vector<std::byte>(100)));
     still.encodedOther();
@@ -61,7 +61,7 @@ TEST(StillKeyFrames, AfterAFrameOfAnotherKindTheNewerDoesNotBringTheEncoderBack)
 
 TEST(StillKeyFrames, TheyAreMadeAnewUntilTwoAreAlike)
 {
-    StillKeyFrames still;
+    engine::StillKeyFrames still;
     for (const std::size_t size : {1000U, 2000U, 1500U}) {
         still.encoded(DataBlock::owning(std::vector<std::byte>(size)));
         EXPECT_FALSE(still.repeat());
@@ -72,7 +72,7 @@ TEST(StillKeyFrames, TheyAreMadeAnewUntilTwoAreAlike)
 
 TEST(StillKeyFrames, AnotherPictureHasItsOwn)
 {
-    StillKeyFrames still;
+    engine::StillKeyFrames still;
     still.encoded(DataBlock::owning(std::vector<std::byte>(100)));
     still.encoded(DataBlock::owning(std::vector<std::byte>(100)));
     EXPECT_TRUE(still.repeat());
@@ -96,7 +96,7 @@ public:
     {
     }
 
-    [[nodiscard]] Yuv420View::Layout layout() const override { return encoder_->layout(); }
+    [[nodiscard]] engine::Yuv420View::Layout layout() const override { return encoder_->layout(); }
     [[nodiscard]] bool alternatesKeyFrames() const override { return log_.alternates && encoder_->alternatesKeyFrames(); }
     [[nodiscard]] FormatDescriptionRef format() const override { return encoder_->format(); }
     int drain(std::vector<Packet>& packets) override { return encoder_->drain(packets); }
@@ -134,7 +134,7 @@ protected:
     /// A picture other than all before.
     void move()
     {
-        testing::paintMovingScene(canvas_, ++scene_);
+        test::paintMovingScene(canvas_, ++scene_);
         encode({1, ++sequence_, {{0, 0, stillWidth, stillHeight}}}, second / 60);
     }
 
@@ -172,7 +172,7 @@ protected:
             for (std::int32_t y = 0; y < stillHeight; ++y) {
                 for (std::int32_t x = 0; x < stillWidth; ++x) {
                     const auto colour = shown_[index].at(x, y);
-                    difference += std::abs(testing::exactYuv(colour.r, colour.g, colour.b)[0] - frame.data[0][y * frame.linesize[0] + x]);
+                    difference += std::abs(test::exactYuv(colour.r, colour.g, colour.b)[0] - frame.data[0][y * frame.linesize[0] + x]);
                 }
             }
             EXPECT_LT(difference / (stillWidth * stillHeight), 4) << "picture " << index;
@@ -217,7 +217,7 @@ protected:
     int scene_ = 0;
     std::uint64_t sequence_ = 0;
     std::int64_t time_ = 0;
-    PictureQueue queue_;
+    engine::PictureQueue queue_;
     EncodingPipeline pipeline_{
         stillWidth, stillHeight, [this](const VideoEncoderSettings& settings) -> tl::expected<std::unique_ptr<VideoEncoder>, AvError> {
             return std::make_unique<CountingEncoder>(settings, log_);

@@ -48,7 +48,7 @@ public:
     {
     }
 
-    [[nodiscard]] Yuv420View::Layout layout() const override { return encoder_->layout(); }
+    [[nodiscard]] engine::Yuv420View::Layout layout() const override { return encoder_->layout(); }
     [[nodiscard]] FormatDescriptionRef format() const override { return encoder_->format(); }
     int drain(std::vector<Packet>& packets) override { return encoder_->drain(packets); }
 

@@ -54,7 +54,7 @@ TEST(VideoEncoderCandidates, EveryEncoderTakesTheMemoryAndTheLayoutThatItIsGiven
         if (!codec->pix_fmts)
             continue;  // decided by the driver
         const AVPixelFormat wanted = candidate.device == AV_HWDEVICE_TYPE_VAAPI ? AV_PIX_FMT_VAAPI
-            : candidate.layout == Yuv420View::Layout::i420                      ? AV_PIX_FMT_YUV420P
+            : candidate.layout == engine::Yuv420View::Layout::i420              ? AV_PIX_FMT_YUV420P
                                                                                 : AV_PIX_FMT_NV12;
         bool found = false;
         for (const AVPixelFormat* format = codec->pix_fmts; *format != AV_PIX_FMT_NONE; ++format)
@@ -67,12 +67,12 @@ TEST(VideoEncoderSelection, TakesTheFirstThatStandsItsTrial)
 {
     std::vector<VideoEncoderCandidate> candidates{softwareEncoder(), softwareEncoder(), softwareEncoder()};
     candidates[0].name = "h264_imaginary";
-    candidates[1].layout = Yuv420View::Layout::nv12;
+    candidates[1].layout = engine::Yuv420View::Layout::nv12;
     VideoEncoderSelection selection{candidates, ""};
     EXPECT_EQ(selection.check(settingsFor(64, 64)), 0);
     const auto encoder = selection.open(settingsFor(64, 64));
     ASSERT_TRUE(encoder);
-    EXPECT_EQ((*encoder)->layout(), Yuv420View::Layout::nv12);
+    EXPECT_EQ((*encoder)->layout(), engine::Yuv420View::Layout::nv12);
 }
 
 TEST(VideoEncoderSelection, ConsidersOnlyTheOneThatIsNamed)

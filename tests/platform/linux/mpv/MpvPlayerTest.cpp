@@ -1,8 +1,8 @@
 #include "platform/linux/mpv/MpvPlayer.h"
 
+#include "engine/files/AssetReader.h"
+#include "engine/files/ExportSessions.h"
 #include "platform/ExportSession.h"
-#include "platform/linux/LinuxAssetReader.h"
-#include "platform/linux/LinuxExportSession.h"
 #include "tests/platform/linux/mpv/PumpedMainThread.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/media/DecodedFile.h"
@@ -149,7 +149,7 @@ protected:
     /// A part of the uneven clip, as a person trims it.
     [[nodiscard]] std::filesystem::path trim(const TimeRange& range) const
     {
-        const auto session = makeExportSessions()->makeExportSession(unevenFile(), platform::ExportPreset::passthrough);
+        const auto session = engine::makeExportSessions()->makeExportSession(unevenFile(), platform::ExportPreset::passthrough);
         (*session)->setOutputURL(path("part.mp4"));
         (*session)->setOutputFileType(platform::AssetFileType::mpeg4);
         (*session)->setTimeRange(range);
@@ -187,9 +187,10 @@ protected:
 
     const TemporaryDirectory folder_;
     const std::shared_ptr<PumpedMainThread> mainThread_ = std::make_shared<PumpedMainThread>();
-    const std::shared_ptr<LinuxAssetReader> reader_ = std::make_shared<LinuxAssetReader>([](const VideoFormat&, const PictureRequest&) {
-        return Result<std::unique_ptr<PictureDecoder>>{fail("Velmora.Test", 1, "no pictures are decoded here")};
-    });
+    const std::shared_ptr<engine::AssetReader> reader_ =
+        std::make_shared<engine::AssetReader>([](const VideoFormat&, const engine::PictureRequest&) {
+            return Result<std::unique_ptr<engine::PictureDecoder>>{fail("Velmora.Test", 1, "no pictures are decoded here")};
+        });
 };
 
 MediaTime seconds(double value)

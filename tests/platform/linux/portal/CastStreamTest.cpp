@@ -1,9 +1,9 @@
 // Pictures of a window that is shared over a real PipeWire server.
 #include "platform/linux/portal/CastStream.h"
 
-#include "platform/linux/pictures/FitRectangle.h"
+#include "engine/pictures/FitRectangle.h"
 #include "platform/linux/portal/Errors.h"
-#include "tests/platform/linux/pictures/PictureRecorder.h"
+#include "tests/engine/pictures/PictureRecorder.h"
 #include "tests/platform/linux/portal/TestCast.h"
 
 #include <algorithm>
@@ -38,7 +38,7 @@ public:
     /// Empty when none came.
     PixelRect waitForSize()
     {
-        const auto deadline = std::chrono::steady_clock::now() + patience;
+        const auto deadline = std::chrono::steady_clock::now() + engine::patience;
         MutexLock lock(mutex_);
         while (!size_ && !error_ && changed_.waitUntil(mutex_, deadline)) { }
         return size_.value_or(PixelRect{});
@@ -53,7 +53,7 @@ public:
 
     std::optional<Error> waitForEnd()
     {
-        const auto deadline = std::chrono::steady_clock::now() + patience;
+        const auto deadline = std::chrono::steady_clock::now() + engine::patience;
         MutexLock lock(mutex_);
         while (!error_ && changed_.waitUntil(mutex_, deadline)) { }
         return error_;
@@ -78,7 +78,7 @@ protected:
 
     void attach(std::int64_t width = 640, std::int64_t height = 480)
     {
-        const auto attached = stream->attach(pictureSize(width, height), nearestScalers(), recorder.callbacks());
+        const auto attached = stream->attach(engine::pictureSize(width, height), engine::nearestScalers(), recorder.callbacks());
         ASSERT_TRUE(attached) << attached.error().localizedDescription;
         attachment = *attached;
     }
@@ -112,7 +112,7 @@ protected:
 
     std::unique_ptr<TestCast> cast = std::make_unique<TestCast>();
     Watcher watcher;
-    Recorder recorder;
+    engine::Recorder recorder;
     std::unique_ptr<CastStream> stream;
     CastStream::Attachment attachment = 0;
 };
@@ -186,7 +186,7 @@ TEST_F(CastStreamTest, TheShadowWithinTheCropIsNotTheWindow)
 TEST_F(CastStreamTest, ACropThatChangesItsSizeIsFittedIn)
 {
     openAndAttach();
-    const auto fitted = fitRectangle(300, 400, 640, 480);
+    const auto fitted = engine::fitRectangle(300, 400, 640, 480);
     recorder.setPart({fitted.x, fitted.y, fitted.width, fitted.height});
     cast->show({.number = 9, .crop = PixelRect{20, 20, 300, 400}, .damage = {}, .time = {}});
     waitForNumber(9);
@@ -292,7 +292,7 @@ TEST_F(CastStreamTest, APictureWhoseTimeStandsStillIsTakenWhenItIsDamaged)
 TEST_F(CastStreamTest, AResizedWindowIsFittedIn)
 {
     openAndAttach();
-    const auto fitted = fitRectangle(800, 400, 640, 480);
+    const auto fitted = engine::fitRectangle(800, 400, 640, 480);
     cast->resize(800, 400);
     recorder.setPart({fitted.x, fitted.y, fitted.width, fitted.height});
     cast->show(2);
@@ -377,7 +377,7 @@ TEST_F(CastStreamTest, AClosedWindowEndsTheStream)
     EXPECT_EQ(recorder.stops()[0].domain, "Velmora.Portal");
     EXPECT_FALSE(recorder.stops()[0].localizedDescription.empty());
     EXPECT_EQ(watcher.waitForEnd(), recorder.stops()[0]);
-    EXPECT_FALSE(stream->attach(pictureSize(640, 480), nearestScalers(), recorder.callbacks()));
+    EXPECT_FALSE(stream->attach(engine::pictureSize(640, 480), engine::nearestScalers(), recorder.callbacks()));
 }
 
 TEST_F(CastStreamTest, EndingTellsTheReasonOnce)
@@ -394,8 +394,8 @@ TEST_F(CastStreamTest, AfterDetachingNothingComes)
     openAndAttach();
     stream->detach(attachment);
     const auto before = recorder.pictures().size();
-    Recorder second;
-    ASSERT_TRUE(stream->attach(pictureSize(640, 480), nearestScalers(), second.callbacks()));
+    engine::Recorder second;
+    ASSERT_TRUE(stream->attach(engine::pictureSize(640, 480), engine::nearestScalers(), second.callbacks()));
     cast->show(2);
     second.waitFor("frame 2", [&] { return !second.pictures().empty() && second.pictures().back().reading.number() == 2U; });
     stream.reset();
@@ -405,31 +405,12 @@ TEST_F(CastStreamTest, AfterDetachingNothingComes)
 TEST_F(CastStreamTest, WhoLetsGoLateDoesNotDetachItsSuccessor)
 {
     openAndAttach();
-    Recorder second;
-    ASSERT_TRUE(stream->attach(pictureSize(640, 480), nearestScalers(), second.callbacks()));
+    engine::Recorder second;
+    ASSERT_TRUE(stream->attach(engine::pictureSize(640, 480), engine::nearestScalers(), second.callbacks()));
     stream->detach(attachment);
     cast->show(2);
     second.waitFor("frame 2", [&] { return !second.pictures().empty() && second.pictures().back().reading.number() == 2U; });
     stream.reset();
-}
-
-TEST_F(CastStreamTest, WhileAllPicturesAreHeldNoneIsTaken)
-{
-    openAndAttach();
-    recorder.hold(true);
-    for (std::uint32_t number = 2; number <= PicturePool::pictureCount; ++number) {
-        cast->show(number);
-        waitForNumber(number);
-    }
-    cast->show(29);
-    std::set<const std::byte*> addresses;
-    for (const auto& picture : recorder.pictures())
-        addresses.insert(picture.address);
-    EXPECT_EQ(addresses.size(), PicturePool::pictureCount);
-    recorder.hold(false);
-    cast->show(30);
-    waitForNumber(30);
-    EXPECT_EQ(recorder.complaints(), "");
 }
 
 TEST(CastStream, AConnectionThatIsNoneIsAnError)

@@ -4,7 +4,7 @@
 #include "base/Mutex.h"
 #include "platform/linux/portal/PortalScreenCaptureAccess.h"
 #include "platform/linux/portal/ScreenCastSession.h"
-#include "tests/platform/linux/pictures/PictureRecorder.h"
+#include "tests/engine/pictures/PictureRecorder.h"
 #include "tests/platform/linux/portal/TestCast.h"
 #include "tests/platform/linux/portal/TestPortal.h"
 
@@ -53,7 +53,7 @@ protected:
     }
 
     std::shared_ptr<PortalShareableContent> makeContent(
-        std::chrono::milliseconds firstPicture = patience, std::chrono::milliseconds unclaimed = patience)
+        std::chrono::milliseconds firstPicture = engine::patience, std::chrono::milliseconds unclaimed = engine::patience)
     {
         return std::make_shared<PortalShareableContent>(executor,
             PortalShareableContentOptions{.busAddress = bus.address(),
@@ -66,7 +66,7 @@ protected:
                 }});
     }
 
-    void play(std::vector<SoundStream> playing)
+    void play(std::vector<engine::SoundStream> playing)
     {
         MutexLock lock(mutex);
         streams = std::move(playing);
@@ -137,22 +137,23 @@ protected:
     void start(const platform::ShareableWindow& window)
     {
         source = content->makeVideoSource(window.windowID,
-            pictureSize(static_cast<std::int64_t>(window.frame.width), static_cast<std::int64_t>(window.frame.height)), nearestScalers());
+            engine::pictureSize(static_cast<std::int64_t>(window.frame.width), static_cast<std::int64_t>(window.frame.height)),
+            engine::nearestScalers());
         const auto started = source->start(recorder.callbacks());
         ASSERT_TRUE(started) << started.error().localizedDescription;
     }
 
     PrivateBus bus;
     Mutex mutex;
-    Result<std::vector<SoundStream>> streams GUARDED_BY(mutex) = std::vector<SoundStream>{};
+    Result<std::vector<engine::SoundStream>> streams GUARDED_BY(mutex) = std::vector<engine::SoundStream>{};
     std::unique_ptr<TestCast> cast = std::make_unique<TestCast>();
     TestPortal portal{bus};
     test::TemporaryDirectory directory;
     std::shared_ptr<Executor> executor = std::make_shared<TestThread>();
     std::shared_ptr<PortalShareableContent> content = makeContent();
     std::optional<Result<std::optional<platform::ShareableWindow>>> answer;
-    std::unique_ptr<VideoSource> source;
-    Recorder recorder;
+    std::unique_ptr<engine::VideoSource> source;
+    engine::Recorder recorder;
 };
 
 TEST_F(PortalShareableContentTest, AtFirstThereIsOnlyTheDesktopsChooserAndNothingOnScreen)
@@ -224,8 +225,8 @@ TEST_F(PortalShareableContentTest, AWindowThatIsSharedAlreadyIsGrantedAgainAtOnc
     request(window.windowID);
     ASSERT_TRUE(isAnswered());
     auto first = std::move(source);
-    Recorder second;
-    source = content->makeVideoSource(window.windowID, pictureSize(640, 480), nearestScalers());
+    engine::Recorder second;
+    source = content->makeVideoSource(window.windowID, engine::pictureSize(640, 480), engine::nearestScalers());
     ASSERT_TRUE(source->start(second.callbacks()));
     first->stop();
     cast->show(9);
@@ -265,10 +266,10 @@ TEST_F(PortalShareableContentTest, AWindowWithoutAPictureIsAnError)
 
 TEST_F(PortalShareableContentTest, AGrantThatNobodyUsesIsGivenBack)
 {
-    content = makeContent(patience, std::chrono::milliseconds{1});
+    content = makeContent(engine::patience, std::chrono::milliseconds{1});
     const auto window = grant();
     EXPECT_TRUE(PrivateBus::runUntil([&] { return portal.sessionsClosed == 1; }));
-    source = content->makeVideoSource(window.windowID, pictureSize(640, 480), nearestScalers());
+    source = content->makeVideoSource(window.windowID, engine::pictureSize(640, 480), engine::nearestScalers());
     EXPECT_FALSE(source->start(recorder.callbacks()));
 }
 
@@ -283,7 +284,7 @@ TEST_F(PortalShareableContentTest, ALaterRequestCancelsTheFirst)
     EXPECT_TRUE(isCancelled);
 }
 
-SoundStream playing(const std::string& name, bool isPlaying = true)
+engine::SoundStream playing(const std::string& name, bool isPlaying = true)
 {
     return {{0, false, name, name + "-bin", {}}, name + "'s film", isPlaying};
 }
@@ -420,7 +421,7 @@ TEST_F(PortalShareableContentTest, WhereTheDesktopTellsTheApplicationItsSoundIsT
 
 TEST_F(PortalShareableContentTest, AWindowWhoseSoundIsBeingChosenStaysGrantedUntilItIsGivenBack)
 {
-    content = makeContent(patience, std::chrono::milliseconds{200});
+    content = makeContent(engine::patience, std::chrono::milliseconds{200});
     const auto window = grant();
     play({playing("Player")});
     ASSERT_TRUE(soundChoices(window.windowID));

@@ -2,7 +2,7 @@
 #include "platform/linux/portal/ScreenCastSession.h"
 
 #include "platform/linux/portal/CastStream.h"
-#include "tests/platform/linux/pictures/PictureRecorder.h"
+#include "tests/engine/pictures/PictureRecorder.h"
 #include "tests/platform/linux/portal/TestCast.h"
 #include "tests/platform/linux/portal/TestPortal.h"
 
@@ -76,14 +76,14 @@ TEST_F(ScreenCastSessionTest, WhatItHandsOutShowsTheWindow)
     open();
     ASSERT_TRUE(isAnswered());
     ASSERT_TRUE(*answer && **answer);
-    Recorder recorder;
+    engine::Recorder recorder;
     std::atomic<std::int32_t> width{0};
     auto stream = CastStream::create(std::move((**answer)->remote), (**answer)->nodeID,
         {.firstPicture = [&](std::int32_t w, std::int32_t, const std::string&) { width = w; }, .stopped = [](const Error&) {}});
     ASSERT_TRUE(stream) << stream.error().localizedDescription;
     cast.show(5);
     ASSERT_TRUE(PrivateBus::runUntil([&] { return width == 640; }));
-    ASSERT_TRUE((*stream)->attach(pictureSize(640, 480), nearestScalers(), recorder.callbacks()));
+    ASSERT_TRUE((*stream)->attach(engine::pictureSize(640, 480), engine::nearestScalers(), recorder.callbacks()));
     recorder.waitForPictures(1);
     EXPECT_EQ(recorder.pictures().front().reading.number(), 5U);
 }

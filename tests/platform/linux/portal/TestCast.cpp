@@ -1,7 +1,7 @@
 #include "tests/platform/linux/portal/TestCast.h"
 
 #include "platform/linux/pipewire/PipeWireHandles.h"
-#include "tests/platform/linux/pictures/PictureRecorder.h"
+#include "tests/engine/pictures/PictureRecorder.h"
 #include "tests/support/FrameNumber.h"
 
 #include <algorithm>
@@ -65,7 +65,7 @@ struct TestCast::Implementation {
     void waitFor(const char* what, const std::function<bool()>& condition)
     {
         timespec deadline{};
-        pw_thread_loop_get_time(loop.get(), &deadline, std::chrono::nanoseconds{patience}.count());
+        pw_thread_loop_get_time(loop.get(), &deadline, std::chrono::nanoseconds{engine::patience}.count());
         while (!condition()) {
             timespec now{};
             pw_thread_loop_get_time(loop.get(), &now, 0);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/Geometry.h"
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/kernel/FileDescriptor.h"
 
 #include <cstdint>
 #include <memory>

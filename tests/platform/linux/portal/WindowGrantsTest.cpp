@@ -122,7 +122,7 @@ TEST_F(WindowGrantsTest, EntriesThatCannotBeAreLeftOut)
 TEST_F(WindowGrantsTest, TheChosenSoundIsKeptAndNoneIsNotTheSameAsNoSound)
 {
     auto player = grant(2);
-    player.sound = ApplicationIdentity{"Player \"x\" ü", "player-bin", "org.example.Player"};
+    player.sound = engine::ApplicationIdentity{"Player \"x\" ü", "player-bin", "org.example.Player"};
     auto silent = grant(3);
     silent.sound.emplace();
     grants.store(player);

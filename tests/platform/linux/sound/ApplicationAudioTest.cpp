@@ -1,5 +1,5 @@
 // Sound servers that come, go and are replaced while the sound of an application is wanted.
-#include "platform/linux/ApplicationAudio.h"
+#include "platform/linux/sound/ApplicationAudio.h"
 
 #include "tests/support/sound/ChildProcess.h"
 #include "tests/support/sound/Recorder.h"
@@ -27,7 +27,7 @@ protected:
     /// Of everything that this process starts.
     void capture()
     {
-        AudioTarget target;
+        engine::AudioTarget target;
         target.processID = ::getpid();
         const auto started = source_->start(target, {}, [this](const SampleBufferRef& sample) { recorder_.add(sample); });
         ASSERT_TRUE(started) << started.error().localizedDescription;
@@ -52,7 +52,7 @@ protected:
     test::PrivateSession session_;
     std::filesystem::path tone_ = session_.directory() / "440.wav";
     Recorder recorder_;
-    std::unique_ptr<AudioSource> source_ = makeApplicationAudioSource();
+    std::unique_ptr<engine::AudioSource> source_ = makeApplicationAudioSource();
 };
 
 TEST_F(ApplicationAudioTest, APulseAudioServerThatStartsAfterTheCaptureIsHeard)

@@ -36,12 +36,12 @@ protected:
 
     void capture(std::int32_t processID)
     {
-        AudioTarget target;
+        engine::AudioTarget target;
         target.processID = processID;
         capture(target);
     }
 
-    void capture(const AudioTarget& target)
+    void capture(const engine::AudioTarget& target)
     {
         const auto started = source_.start(target, {}, [this](const SampleBufferRef& sample) { recorder_.add(sample); });
         ASSERT_TRUE(started) << started.error().localizedDescription;
@@ -213,7 +213,7 @@ TEST_F(PipeWireAudioSourceTest, ASubtreeThatOwnsWindowsOfAnotherApplicationIsNot
 {
     const auto other = player(toneOfOther);
     const auto target = player(toneOfTarget);
-    AudioTarget whole;
+    engine::AudioTarget whole;
     whole.processID = ::getpid();
     whole.ownsWindowsOfAnotherApplication = [process = other->processID()](std::int32_t candidate) { return candidate == process; };
     capture(whole);
@@ -272,7 +272,7 @@ TEST_F(PipeWireAudioSourceTest, StopEndsTheDeliveryAtOnceAndCanBeRepeated)
     // A second source delivers a whole second: time enough for the first to betray itself.
     Recorder second;
     PipeWireAudioSource sourceOfSecond;
-    AudioTarget again;
+    engine::AudioTarget again;
     again.processID = target->processID();
     ASSERT_TRUE(sourceOfSecond.start(again, {}, [&](const SampleBufferRef& sample) { second.add(sample); }));
     ASSERT_TRUE(second.waitForTone(toneOfTarget));

@@ -1,6 +1,6 @@
 #include "platform/linux/pulse/PulseAudioSource.h"
 
-#include "platform/linux/ApplicationAudio.h"
+#include "platform/linux/sound/ApplicationAudio.h"
 #include "tests/support/sound/ChildProcess.h"
 #include "tests/support/sound/Recorder.h"
 #include "tests/support/sound/SoundServer.h"
@@ -29,7 +29,7 @@ protected:
 
     void capture(std::int32_t processID)
     {
-        AudioTarget target;
+        engine::AudioTarget target;
         target.processID = processID;
         const auto started = source_.start(target, {}, [this](const SampleBufferRef& sample) { recorder_.add(sample); });
         ASSERT_TRUE(started) << started.error().localizedDescription;
@@ -100,7 +100,7 @@ TEST_F(PulseAudioSourceTest, IsWhatTheApplicationsSoundIsTakenFromWhereItServes)
 {
     const ChildProcess target{{"paplay", tone440_.string()}};
     const auto source = makeApplicationAudioSource();
-    AudioTarget wanted;
+    engine::AudioTarget wanted;
     wanted.processID = target.processID();
     ASSERT_TRUE(source->start(wanted, {}, [this](const SampleBufferRef& sample) { recorder_.add(sample); }));
     EXPECT_TRUE(recorder_.waitForTone(440));

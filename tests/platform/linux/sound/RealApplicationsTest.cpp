@@ -1,6 +1,6 @@
 // Programs as people use them, against the source that the capture stream uses.
 
-#include "platform/linux/ApplicationAudio.h"
+#include "platform/linux/sound/ApplicationAudio.h"
 
 #include "tests/support/sound/ChildProcess.h"
 #include "tests/support/sound/Recorder.h"
@@ -27,7 +27,7 @@ protected:
 
     void capture(std::int32_t processID)
     {
-        AudioTarget target;
+        engine::AudioTarget target;
         target.processID = processID;
         const auto started = source_->start(target, {}, [this](const SampleBufferRef& sample) { recorder_.add(sample); });
         ASSERT_TRUE(started) << started.error().localizedDescription;
@@ -55,7 +55,7 @@ protected:
     std::filesystem::path tone440_ = session_.directory() / "440.wav";
     std::filesystem::path tone1000_ = session_.directory() / "1000.wav";
     Recorder recorder_;
-    std::unique_ptr<AudioSource> source_ = makeApplicationAudioSource();
+    std::unique_ptr<engine::AudioSource> source_ = makeApplicationAudioSource();
 };
 
 TEST_F(RealApplicationsTest, MpvThroughPipeWireIsHeardAndASecondMpvIsNot)
@@ -92,7 +92,7 @@ TEST_F(RealApplicationsTest, ChromiumIsHeardThroughItsSoundProcessAndASecondProf
     source_->stop();
     Recorder second;
     auto sourceOfSecond = makeApplicationAudioSource();
-    AudioTarget wanted;
+    engine::AudioTarget wanted;
     wanted.processID = other->processID();
     ASSERT_TRUE(sourceOfSecond->start(wanted, {}, [&](const SampleBufferRef& sample) { second.add(sample); }));
     EXPECT_TRUE(second.waitForTone(1000));

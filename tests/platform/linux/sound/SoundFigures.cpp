@@ -1,7 +1,7 @@
 // What recording an application's sound costs and how true it is: two players with two tones on a private PipeWire server, the sound of
 // one recorded for a while. Usage: sound_figures [SECONDS]. Prints figures; judges nothing.
 
-#include "platform/linux/ApplicationAudio.h"
+#include "platform/linux/sound/ApplicationAudio.h"
 #include "tests/support/sound/ChildProcess.h"
 #include "tests/support/sound/Recorder.h"
 #include "tests/support/sound/SoundServer.h"
@@ -66,7 +66,7 @@ int main(int argc, char** argv)
     const auto measure = [&](pid_t process, bool audible) {
         Recorder recorder;
         const auto source = velmora::linux_backend::makeApplicationAudioSource();
-        velmora::linux_backend::AudioTarget wanted;
+        velmora::engine::AudioTarget wanted;
         wanted.processID = process;
         if (!source->start(wanted, {}, [&](const SampleBufferRef& sample) { recorder.add(sample); }))
             return;

@@ -93,10 +93,10 @@ TEST(SoundGraphProperty, WhateverIsLostDoubledOrComesInAnotherOrderNoOtherSoundI
         }
         std::shuffle(events.begin(), events.end(), random);
 
-        AudioTarget target;
+        engine::AudioTarget target;
         target.processID = 100;
         target.applicationName = "Player";
-        SoundGraph graph{StreamMatcher{target, readInvented}};
+        SoundGraph graph{engine::StreamMatcher{target, inventedProcesses()}};
         for (const auto& event : events) {
             event(graph);
             expectNothingImpossible(graph);

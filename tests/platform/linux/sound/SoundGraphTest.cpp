@@ -21,11 +21,11 @@ class SoundGraphTest : public ::testing::Test {
 protected:
     static SoundGraph makeGraph()
     {
-        AudioTarget target;
+        engine::AudioTarget target;
         target.processID = 100;
         target.applicationName = "Player";
         target.portalApplicationID = "org.example.Player";
-        return SoundGraph{StreamMatcher{target, readInvented}};
+        return SoundGraph{engine::StreamMatcher{target, inventedProcesses()}};
     }
 
     void addStereoStream(SoundGraph::ID client, SoundGraph::ID node, const char* process)

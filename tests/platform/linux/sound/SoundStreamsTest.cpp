@@ -1,7 +1,7 @@
 // What real sound servers tell of who plays.
-#include "platform/linux/ApplicationAudio.h"
 #include "platform/linux/pipewire/PipeWireSoundStreams.h"
 #include "platform/linux/pulse/PulseSoundStreams.h"
+#include "platform/linux/sound/ApplicationAudio.h"
 #include "tests/support/sound/ChildProcess.h"
 #include "tests/support/sound/SoundServer.h"
 
@@ -17,14 +17,14 @@ namespace {
 using test::ChildProcess;
 
 /// The stream of that process, once there is one of which the condition holds.
-std::optional<SoundStream> awaitStream(
-    const std::function<Result<std::vector<SoundStream>>()>& list, pid_t process, const std::function<bool(const SoundStream&)>& condition)
+std::optional<engine::SoundStream> awaitStream(const std::function<Result<std::vector<engine::SoundStream>>()>& list, pid_t process,
+    const std::function<bool(const engine::SoundStream&)>& condition)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{30};
     while (std::chrono::steady_clock::now() < deadline) {
         const auto streams = list();
         EXPECT_TRUE(streams) << streams.error().localizedDescription;
-        for (const auto& stream : streams.value_or(std::vector<SoundStream>{})) {
+        for (const auto& stream : streams.value_or(std::vector<engine::SoundStream>{})) {
             if (stream.identity.processID == process && condition(stream))
                 return stream;
         }
@@ -33,12 +33,12 @@ std::optional<SoundStream> awaitStream(
     return std::nullopt;
 }
 
-bool plays(const SoundStream& stream)
+bool plays(const engine::SoundStream& stream)
 {
     return stream.isPlaying;
 }
 
-bool rests(const SoundStream& stream)
+bool rests(const engine::SoundStream& stream)
 {
     return !stream.isPlaying;
 }

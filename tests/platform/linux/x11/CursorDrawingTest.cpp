@@ -57,7 +57,7 @@ TEST(CursorDrawing, APartBeyondAnyEdgeIsClipped)
 TEST(CursorDrawing, OutsideOrInvisibleNothingIsDrawnAndNothingSaved)
 {
     auto pixels = canvas(5);
-    SavedPixels saved;
+    engine::SavedPixels saved;
     drawCursor(image(0xffffffff), {true, {-3, 0, 3, 3}, 1}, bytesOf(pixels), side, side, &saved);
     drawCursor(image(0xffffffff), {false, {1, 1, 3, 3}, 1}, bytesOf(pixels), side, side, &saved);
     EXPECT_EQ(pixels, canvas(5));
@@ -70,7 +70,7 @@ TEST(CursorDrawing, WhatWasThereComesBack)
     for (std::size_t index = 0; index < pixels.size(); ++index)
         pixels[index] = static_cast<std::uint32_t>(index) * 0x01010101U;
     const auto before = pixels;
-    SavedPixels saved;
+    engine::SavedPixels saved;
     drawCursor(image(0xff123456), {true, {6, 6, 3, 3}, 1}, bytesOf(pixels), side, side, &saved);
     EXPECT_NE(pixels, before);
     restorePixels(saved, bytesOf(pixels), side);

@@ -47,7 +47,7 @@ TEST_P(Transport, APartThatIsNotInsideIsRefusedAndTheConnectionLives)
 
 TEST_P(Transport, TheBlockOutlivesItsConnection)
 {
-    std::shared_ptr<MemoryBlock> block;
+    std::shared_ptr<engine::MemoryBlock> block;
     {
         TestDesktop desktop;
         auto memory = ServerMemory::allocate(desktop.connection(), 4096, GetParam());

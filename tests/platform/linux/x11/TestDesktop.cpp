@@ -249,7 +249,7 @@ void TestDesktop::sync()
 
 void TestDesktop::waitUntil(const std::string& what, const std::function<bool()>& condition)
 {
-    const auto end = std::chrono::steady_clock::now() + patience;
+    const auto end = std::chrono::steady_clock::now() + engine::patience;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) {
             ADD_FAILURE() << "Waited in vain: " << what;
@@ -307,7 +307,7 @@ void ChildProgram::kill()
 
 std::string ChildProgram::readLine()
 {
-    const auto end = std::chrono::steady_clock::now() + patience;
+    const auto end = std::chrono::steady_clock::now() + engine::patience;
     while (std::chrono::steady_clock::now() < end) {
         const auto newline = buffer_.find('\n');
         if (newline != std::string::npos) {

@@ -3,7 +3,7 @@
 
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/X11VideoSource.h"
-#include "tests/platform/linux/pictures/PictureRecorder.h"
+#include "tests/engine/pictures/PictureRecorder.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,7 +1,7 @@
 // Frames of a program that draws: none torn, none out of order, none that was never shown.
 #include "platform/linux/x11/X11VideoSource.h"
 
-#include "platform/linux/pictures/FitRectangle.h"
+#include "engine/pictures/FitRectangle.h"
 #include "tests/platform/linux/x11/TestDesktop.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace {
 
 using Frames = std::vector<std::pair<std::uint32_t, std::int64_t>>;
 
-std::set<std::uint32_t> numbersOf(const std::vector<SeenPicture>& pictures)
+std::set<std::uint32_t> numbersOf(const std::vector<engine::SeenPicture>& pictures)
 {
     std::set<std::uint32_t> numbers;
     for (const auto& picture : pictures) {
@@ -25,7 +25,7 @@ std::set<std::uint32_t> numbersOf(const std::vector<SeenPicture>& pictures)
     return numbers;
 }
 
-void expectFramesAsShown(const std::vector<SeenPicture>& pictures, const Frames& shown)
+void expectFramesAsShown(const std::vector<engine::SeenPicture>& pictures, const Frames& shown)
 {
     std::map<std::uint32_t, std::int64_t> shownAt(shown.begin(), shown.end());
     std::uint32_t last = 0;
@@ -44,7 +44,7 @@ public:
     NumberedCapture(
         const std::vector<std::string>& options, int width, int height, ImageTransport transport = ImageTransport::fileDescriptor)
         : program(options)
-        , source(program.window(), pictureSize(width, height), nearestScalers(), {"", transport})
+        , source(program.window(), engine::pictureSize(width, height), engine::nearestScalers(), {"", transport})
     {
         const auto started = source.start(recorder.callbacks());
         EXPECT_TRUE(started) << started.error().localizedDescription;
@@ -75,7 +75,7 @@ public:
         });
     }
 
-    Recorder recorder;
+    engine::Recorder recorder;
     NumberedWindowProgram program;
     X11VideoSource source;
 };
@@ -137,7 +137,7 @@ TEST(X11VideoSource, AWindowBeyondTheEdgeAtTheStartIsWholeAsSoonAsItsProgramHasD
     // Until then nobody has the pixels of the part that was never on the screen.
     auto pictures = capture.recorder.pictures();
     const auto first =
-        std::find_if(pictures.begin(), pictures.end(), [](const SeenPicture& picture) { return picture.reading.isReadable(); });
+        std::find_if(pictures.begin(), pictures.end(), [](const engine::SeenPicture& picture) { return picture.reading.isReadable(); });
     pictures.erase(pictures.begin(), first);
     expectFramesAsShown(pictures, capture.program.finish());
     EXPECT_EQ(capture.recorder.complaints(), "");
@@ -186,10 +186,10 @@ TEST(X11VideoSource, AResizedWindowIsFittedInWithBlackBars)
 
 TEST(X11VideoSource, AWindowOfAnotherSizeThanAskedForIsFittedInFromTheStart)
 {
-    Recorder recorder;
+    engine::Recorder recorder;
     recorder.setPart({80, 0, 480, 360});
     NumberedWindowProgram program{{"--size", "640x480", "--position", "50,50"}};
-    X11VideoSource source{program.window(), pictureSize(640, 360), nearestScalers()};
+    X11VideoSource source{program.window(), engine::pictureSize(640, 360), engine::nearestScalers()};
     ASSERT_TRUE(source.start(recorder.callbacks()));
     recorder.waitFor("frames", [&] { return numbersOf(recorder.pictures()).size() >= 20; });
     source.stop();
@@ -199,10 +199,10 @@ TEST(X11VideoSource, AWindowOfAnotherSizeThanAskedForIsFittedInFromTheStart)
 
 TEST(X11VideoSource, AScalerThatCannotBeMadeEndsTheStream)
 {
-    Recorder recorder;
+    engine::Recorder recorder;
     NumberedWindowProgram program{{"--size", "640x480"}};
-    X11VideoSource source{program.window(), pictureSize(320, 240),
-        []() -> Result<std::unique_ptr<PictureScaler>> { return fail("Test", 7, "No scaler today."); }};
+    X11VideoSource source{program.window(), engine::pictureSize(320, 240),
+        []() -> Result<std::unique_ptr<engine::PictureScaler>> { return fail("Test", 7, "No scaler today."); }};
     ASSERT_TRUE(source.start(recorder.callbacks()));
     recorder.waitForStop();
     EXPECT_EQ(recorder.stops().front().localizedDescription, "No scaler today.");
@@ -229,22 +229,6 @@ TEST(X11VideoSource, TimeStampsAreTheMomentsOfTheFrames)
         }
     }
     EXPECT_EQ(capture.recorder.lastSample()->duration, (MediaTime{16'666'667, 1'000'000'000}));
-}
-
-TEST(X11VideoSource, PicturesAreHeldToTheMinimumFrameInterval)
-{
-    Recorder recorder;
-    NumberedWindowProgram program{{"--size", "640x480", "--fps", "60"}};
-    auto configuration = pictureSize(640, 480);
-    configuration.minimumFrameInterval = {1, 10};
-    X11VideoSource source{program.window(), configuration, nearestScalers()};
-    ASSERT_TRUE(source.start(recorder.callbacks()));
-    recorder.waitForPictures(25);
-    source.stop();
-    const auto pictures = recorder.pictures();
-    for (std::size_t index = 1; index < pictures.size(); ++index)
-        EXPECT_GE(pictures[index].time - pictures[index - 1].time, 75'000'000 - 1'000'000);
-    EXPECT_GE(pictures.back().time - pictures.front().time, static_cast<std::int64_t>(pictures.size() - 2) * 100'000'000);
 }
 
 TEST(X11VideoSource, NothingIsDeliveredAfterTheStop)
@@ -280,34 +264,6 @@ TEST(X11VideoSource, ADeliveredPictureNeverChangesWhileItIsHeld)
     capture.source.stop();
     for (const auto& [sample, pixels] : kept)
         EXPECT_EQ(std::memcmp(sample->imageBuffer->baseAddress, pixels.data(), pixels.size()), 0);
-}
-
-TEST(X11VideoSource, AConsumerThatHoldsEverythingGetsNoMoreMemoryAndGoesOnWhenItLetsGo)
-{
-    NumberedCapture capture{{"--size", "640x480"}, 640, 480};
-    capture.recorder.hold(true);
-    const auto addresses = [&] {
-        std::set<const std::byte*> distinct;
-        for (const auto& picture : capture.recorder.pictures())
-            distinct.insert(picture.address);
-        return distinct.size();
-    };
-    capture.recorder.waitFor("all pictures in use", [&] { return addresses() == 6; });
-    // Nothing but repeats of the last picture now.
-    const auto repeatedBefore = capture.recorder.pictures();
-    capture.recorder.waitFor("repeats", [&] { return capture.recorder.pictures().size() >= repeatedBefore.size() + 2; });
-    const auto repeats = capture.recorder.pictures();
-    EXPECT_EQ(addresses(), 6U);
-    EXPECT_EQ(repeats.back().address, repeats[repeats.size() - 2].address);
-    EXPECT_TRUE(repeats.back().change.dirty.empty());
-
-    capture.recorder.hold(false);
-    const auto numbers = numbersOf(repeats).size();
-    capture.waitForNumbers(numbers + 20);
-    capture.source.stop();
-    EXPECT_EQ(addresses(), 6U);
-    expectFramesAsShown(capture.recorder.pictures(), capture.program.finish());
-    EXPECT_EQ(capture.recorder.complaints(), "");
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ public:
         : width(spec.frame.width)
         , height(spec.frame.height)
         , window(desktop.showWindow(spec))
-        , source(window, pictureSize(width, height, showsCursor), nearestScalers())
+        , source(window, engine::pictureSize(width, height, showsCursor), engine::nearestScalers())
         , expected(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), spec.background & 0xffffff)
     {
         const auto started = source.start(recorder.callbacks());
@@ -57,7 +57,7 @@ public:
     std::int32_t height;
     TestDesktop desktop;
     xcb_window_t window;
-    Recorder recorder;
+    engine::Recorder recorder;
     X11VideoSource source;
     std::vector<std::uint32_t> expected;
 };
@@ -76,10 +76,10 @@ TEST(X11VideoSourceWindow, TheFirstPictureOfACoveredWindowIsWhatItsProgramPaints
     const auto place = desktop.rootFrame(window);
     desktop.raise(desktop.showWindow({.frame = place, .background = 0x0000ff, .overridesRedirect = true}));
 
-    Recorder recorder;
+    engine::Recorder recorder;
     std::promise<std::vector<std::uint32_t>> first;
     auto seen = first.get_future();
-    X11VideoSource source{window, pictureSize(place.width, place.height), nearestScalers()};
+    X11VideoSource source{window, engine::pictureSize(place.width, place.height), engine::nearestScalers()};
     auto callbacks = recorder.callbacks();
     callbacks.picture = [&, record = std::move(callbacks.picture), isFirst = true](SampleBufferRef sample) mutable {
         record(std::move(sample));
@@ -90,7 +90,7 @@ TEST(X11VideoSourceWindow, TheFirstPictureOfACoveredWindowIsWhatItsProgramPaints
     // In parts, as programs do, of which none is the whole.
     desktop.fill(window, {0, 0, place.width, 200}, 0xff8800);
     desktop.fill(window, {0, 200, place.width, place.height - 200}, 0xff8800);
-    ASSERT_EQ(seen.wait_for(patience), std::future_status::ready);
+    ASSERT_EQ(seen.wait_for(engine::patience), std::future_status::ready);
     const auto colours = seen.get();
     EXPECT_EQ(std::count(colours.begin(), colours.end(), 0xff8800U), std::int64_t{place.width} * place.height);
     source.stop();
@@ -223,8 +223,8 @@ TEST(X11VideoSourceWindow, ShadowsThatTheProgramDrawsAreNotInThePicture)
     desktop.fill(window, {10, 5, 400, 300}, 0xeeeeee);
     desktop.fill(window, {10, 5, 1, 1}, 0xff0000);
     desktop.sync();
-    Recorder recorder;
-    X11VideoSource source{window, pictureSize(400, 300), nearestScalers()};
+    engine::Recorder recorder;
+    X11VideoSource source{window, engine::pictureSize(400, 300), engine::nearestScalers()};
     ASSERT_TRUE(source.start(recorder.callbacks()));
     std::vector<std::uint32_t> expected(400 * 300, 0xeeeeee);
     expected[0] = 0xff0000;
@@ -273,9 +273,9 @@ TEST(X11VideoSourceWindow, AnUnmanagedWindowThatIsUnmappedEndsTheStream)
 
 TEST(X11VideoSourceWindow, AProgramThatIsKilledEndsTheStream)
 {
-    Recorder recorder;
+    engine::Recorder recorder;
     auto program = std::make_unique<NumberedWindowProgram>(std::vector<std::string>{"--size", "640x480"});
-    X11VideoSource source{program->window(), pictureSize(640, 480), nearestScalers()};
+    X11VideoSource source{program->window(), engine::pictureSize(640, 480), engine::nearestScalers()};
     ASSERT_TRUE(source.start(recorder.callbacks()));
     recorder.waitForPictures(5);
     program.reset();
@@ -346,8 +346,8 @@ TEST(X11VideoSourceWindow, AWindowThatVanishedBeforeTheStartIsAnError)
     TestDesktop desktop;
     const auto window = desktop.showWindow({});
     desktop.destroy(window);
-    Recorder recorder;
-    X11VideoSource source{window, pictureSize(400, 300), nearestScalers()};
+    engine::Recorder recorder;
+    X11VideoSource source{window, engine::pictureSize(400, 300), engine::nearestScalers()};
     const auto started = source.start(recorder.callbacks());
     ASSERT_FALSE(started);
     EXPECT_EQ(started.error().code, unavailable);
@@ -362,8 +362,8 @@ TEST(X11VideoSourceWindow, AMinimisedWindowCannotBeStarted)
     TestDesktop desktop;
     const auto window = desktop.showWindow({});
     desktop.minimise(window);
-    Recorder recorder;
-    X11VideoSource source{window, pictureSize(400, 300), nearestScalers()};
+    engine::Recorder recorder;
+    X11VideoSource source{window, engine::pictureSize(400, 300), engine::nearestScalers()};
     const auto started = source.start(recorder.callbacks());
     ASSERT_FALSE(started);
     EXPECT_EQ(started.error().code, static_cast<int>(X11ErrorCode::windowNotOnScreen));
@@ -374,8 +374,8 @@ TEST(X11VideoSourceWindow, ASizeOutOfRangeCannotBeStarted)
     TestDesktop desktop;
     const auto window = desktop.showWindow({});
     for (const std::int64_t width : {std::int64_t{0}, std::int64_t{-5}, std::int64_t{32768}, std::int64_t{1} << 40}) {
-        Recorder recorder;
-        X11VideoSource source{window, pictureSize(width, 300), nearestScalers()};
+        engine::Recorder recorder;
+        X11VideoSource source{window, engine::pictureSize(width, 300), engine::nearestScalers()};
         const auto started = source.start(recorder.callbacks());
         ASSERT_FALSE(started) << width;
         EXPECT_EQ(started.error().code, static_cast<int>(X11ErrorCode::invalidSize));
@@ -389,8 +389,8 @@ TEST(X11VideoSourceWindow, StartingACaptureLeavesTheFocusWhereItIs)
     const auto focus = [&] { return desktop.connection().reply(xcb_get_input_focus_reply, xcb_get_input_focus(desktop.xcb()))->focus; };
     xcb_set_input_focus(desktop.xcb(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
     desktop.waitUntil("the focus", [&] { return focus() == window; });
-    Recorder recorder;
-    X11VideoSource source{window, pictureSize(400, 300), nearestScalers()};
+    engine::Recorder recorder;
+    X11VideoSource source{window, engine::pictureSize(400, 300), engine::nearestScalers()};
     ASSERT_TRUE(source.start(recorder.callbacks()));
     recorder.waitForPictures(2);
     desktop.waitUntil("the focus", [&] { return focus() == window; });
@@ -507,8 +507,8 @@ TEST_F(CursorInPicture, IsDrawnIntoAScaledPictureToo)
     CapturedWindow captured{{.frame = {50, 60, 200, 150}}, true};
     captured.source.stop();
     useCursor(captured, 1);
-    Recorder recorder;
-    X11VideoSource source{captured.window, pictureSize(400, 300, true), nearestScalers()};
+    engine::Recorder recorder;
+    X11VideoSource source{captured.window, engine::pictureSize(400, 300, true), engine::nearestScalers()};
     ASSERT_TRUE(source.start(recorder.callbacks()));
     const auto place = captured.desktop.rootFrame(captured.window);
     captured.desktop.movePointer(place.x + 100, place.y + 50);
@@ -526,8 +526,9 @@ TEST(X11VideoSourceServer, ALostConnectionEndsTheStreamAndNotTheProgram)
     PrivateServer server{{"-screen", "0", "640x480x24"}};
     TestDesktop desktop{server.displayName()};
     const auto window = desktop.showWindow({.frame = {0, 0, 320, 240}});
-    Recorder recorder;
-    X11VideoSource source{window, pictureSize(320, 240), nearestScalers(), {server.displayName(), ImageTransport::fileDescriptor}};
+    engine::Recorder recorder;
+    X11VideoSource source{
+        window, engine::pictureSize(320, 240), engine::nearestScalers(), {server.displayName(), ImageTransport::fileDescriptor}};
     ASSERT_TRUE(source.start(recorder.callbacks()));
     recorder.waitForPictures(2);
     server.kill();
@@ -541,9 +542,9 @@ TEST(X11VideoSourceServer, ADisplayThatIsGoneIsToldWhereThatIsWantedAndNoErrorIs
     PrivateServer server{{"-screen", "0", "640x480x24"}};
     TestDesktop desktop{server.displayName()};
     const auto window = desktop.showWindow({.frame = {0, 0, 320, 240}});
-    Recorder recorder;
+    engine::Recorder recorder;
     std::promise<void> gone;
-    X11VideoSource source{window, pictureSize(320, 240), nearestScalers(),
+    X11VideoSource source{window, engine::pictureSize(320, 240), engine::nearestScalers(),
         {server.displayName(), ImageTransport::fileDescriptor, [&gone] { gone.set_value(); }}};
     ASSERT_TRUE(source.start(recorder.callbacks()));
     recorder.waitForPictures(2);
@@ -581,8 +582,9 @@ TEST(X11VideoSourceServer, WithoutSharedMemoryPicturesComeOverTheSocket)
     PrivateServer server{{"-extension", "MIT-SHM"}};
     TestDesktop desktop{server.displayName()};
     const auto window = desktop.showWindow({.frame = {0, 0, 320, 240}});
-    Recorder recorder;
-    X11VideoSource source{window, pictureSize(320, 240), nearestScalers(), {server.displayName(), ImageTransport::fileDescriptor}};
+    engine::Recorder recorder;
+    X11VideoSource source{
+        window, engine::pictureSize(320, 240), engine::nearestScalers(), {server.displayName(), ImageTransport::fileDescriptor}};
     ASSERT_TRUE(source.start(recorder.callbacks()));
     recorder.waitForColours("the window", std::vector<std::uint32_t>(320 * 240, 0x204060));
 }
@@ -593,8 +595,9 @@ TEST(X11VideoSourceServer, AWindowWith16BitsAPixelIsAnError)
     TestDesktop desktop{server.displayName()};
     const auto window = desktop.makeWindow({.frame = {0, 0, 320, 240}});
     desktop.map(window, false);
-    Recorder recorder;
-    X11VideoSource source{window, pictureSize(320, 240), nearestScalers(), {server.displayName(), ImageTransport::fileDescriptor}};
+    engine::Recorder recorder;
+    X11VideoSource source{
+        window, engine::pictureSize(320, 240), engine::nearestScalers(), {server.displayName(), ImageTransport::fileDescriptor}};
     const auto started = source.start(recorder.callbacks());
     ASSERT_FALSE(started);
     EXPECT_EQ(started.error().code, static_cast<int>(X11ErrorCode::unsupportedPixels));

@@ -1,0 +1,280 @@
+#include "engine/capture/CaptureStreams.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <future>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace velmora::engine {
+
+namespace {
+
+using platform::CaptureStream;
+using platform::ContentFilter;
+using platform::StreamConfiguration;
+using platform::StreamOutputType;
+
+constexpr const char* errorDomain = "Velmora.CaptureStream";
+enum ErrorCode { noMicrophone = 1, noSound = 2 };
+
+/// Where there is a sound server, silence comes too. One that has not said anything for so long is none.
+constexpr std::int64_t longestWaitForSound = 3'000'000'000;
+
+/// What a person can do something about, where that is known.
+Error whyThereIsNoSound(const Error& error)
+{
+    for (const auto* cause = &error; cause; cause = cause->underlying.get()) {
+        if (cause->domain == posixErrorDomain && (cause->code == EMFILE || cause->code == ENFILE))
+            return {errorDomain, noSound, "Too many files are open.", std::make_shared<const Error>(error)};
+    }
+    const char* folder = std::getenv("XDG_RUNTIME_DIR");
+    std::error_code ignored;
+    if (!folder || !*folder)
+        return {errorDomain, noSound, "There is no runtime folder: XDG_RUNTIME_DIR is not set.", std::make_shared<const Error>(error)};
+    if (!std::filesystem::is_directory(folder, ignored))
+        return {errorDomain, noSound, "There is no runtime folder " + std::string{folder} + ".", std::make_shared<const Error>(error)};
+    return error;
+}
+
+// What the sources' threads use. It does not keep the stream alive, so that a stream never ends on a thread that it would have to join.
+struct Delivery {
+    struct Output {
+        std::weak_ptr<platform::StreamOutput> output;
+        StreamOutputType type;
+        std::shared_ptr<Executor> queue;
+    };
+
+    std::vector<Output> outputs;  // complete before the sources start
+    std::weak_ptr<const CaptureStream> stream;
+    std::weak_ptr<platform::StreamDelegate> delegate;
+    std::shared_ptr<SerialQueue> control = std::make_shared<SerialQueue>("com.velmora.capture.control");
+    std::atomic<bool> stopping = false;
+
+    std::atomic<bool> expectsSound = false;  ///< it has been started and is not there
+    std::atomic<bool> missesSound = false;  ///< it was waited for in vain
+    std::int64_t firstPicture = 0;  ///< nanoseconds; 0 before there is one; of the pictures' thread
+};
+
+/// Tells the delegate of a stream that runs.
+template <typename Message>
+void tell(const Delivery& delivery, Message message)
+{
+    const auto stream = delivery.stream.lock();
+    const auto delegate = delivery.delegate.lock();
+    if (stream && delegate && !delivery.stopping)
+        message(*delegate, *stream);
+}
+
+void loseSound(const Delivery& delivery, const Error& error)
+{
+    tell(delivery, [&](auto& delegate, const auto& stream) { delegate.streamDidLoseSound(stream, error); });
+}
+
+void regainSound(const Delivery& delivery)
+{
+    tell(delivery, [](auto& delegate, const auto& stream) { delegate.streamDidRegainSound(stream); });
+}
+
+void noteSound(Delivery& delivery)
+{
+    if (delivery.expectsSound.exchange(false) && delivery.missesSound)
+        regainSound(delivery);
+}
+
+void notePicture(Delivery& delivery, const SampleBuffer& picture)
+{
+    if (!delivery.expectsSound || delivery.missesSound)
+        return;
+    const auto time = picture.presentationTimeStamp.converted(MediaTime::nanosecondScale).value;
+    if (delivery.firstPicture == 0)
+        delivery.firstPicture = time;
+    if (time - delivery.firstPicture < longestWaitForSound)
+        return;
+    delivery.missesSound = true;
+    loseSound(delivery, {errorDomain, noSound, "No sound server answers.", nullptr});
+    // It may have come while that was said.
+    if (!delivery.expectsSound)
+        regainSound(delivery);
+}
+
+void deliver(const std::shared_ptr<Delivery>& delivery, const SampleBufferRef& sample, StreamOutputType type)
+{
+    for (std::size_t index = 0; index < delivery->outputs.size(); ++index) {
+        const auto& output = delivery->outputs[index];
+        if (output.type != type)
+            continue;
+        output.queue->async([delivery, sample, index] {
+            const auto& target = delivery->outputs[index];
+            const auto stream = delivery->stream.lock();
+            const auto receiver = target.output.lock();
+            if (stream && receiver && !delivery->stopping)
+                receiver->streamDidOutputSampleBuffer(*stream, sample, target.type);
+        });
+    }
+}
+
+void reportStop(const std::shared_ptr<Delivery>& delivery, const Error& error)
+{
+    // Behind a start that is still on its way, so that the start's completion comes first.
+    delivery->control->async([delivery, error] {
+        const auto stream = delivery->stream.lock();
+        if (!stream || delivery->stopping.exchange(true))
+            return;
+        if (const auto delegate = delivery->delegate.lock())
+            delegate->streamDidStopWithError(*stream, error);
+    });
+}
+
+class CombinedStream final : public CaptureStream, public std::enable_shared_from_this<CombinedStream> {
+public:
+    CombinedStream(std::unique_ptr<VideoSource> video, std::unique_ptr<AudioSource> audio, AudioTarget audioTarget,
+        const StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate)
+        : video_(std::move(video))
+        , audio_(std::move(audio))
+        , audioTarget_(std::move(audioTarget))
+        , configuration_(configuration)
+    {
+        delivery_->delegate = std::move(delegate);
+    }
+
+    ~CombinedStream() override { stopSources(); }
+
+    Result<void> addStreamOutput(
+        std::weak_ptr<platform::StreamOutput> output, StreamOutputType type, std::shared_ptr<Executor> queue) override
+    {
+        if (type == StreamOutputType::microphone)
+            return fail(errorDomain, noMicrophone, "A capture stream has no microphone.");
+        delivery_->outputs.push_back({std::move(output), type, std::move(queue)});
+        return {};
+    }
+
+    void startCapture(Completion completion) override
+    {
+        delivery_->stream = weak_from_this();
+        delivery_->control->async(
+            [self = shared_from_this(), completion = std::move(completion)]() mutable { completion(self->startSources()); });
+    }
+
+    void stopCapture(Completion completion) override
+    {
+        delivery_->stopping = true;
+        delivery_->control->async([self = shared_from_this(), completion = std::move(completion)]() mutable {
+            self->stopSources();
+            completion({});
+        });
+    }
+
+private:
+    Result<void> startSources()
+    {
+        // Sound first: it takes longer to come, and the first picture may be the first of a recording.
+        startSound();
+        auto started = video_->start({
+            .picture =
+                [delivery = delivery_](SampleBufferRef picture) {
+                    notePicture(*delivery, *picture);
+                    deliver(delivery, picture, StreamOutputType::screen);
+                },
+            .stopped = [delivery = delivery_](const Error& error) { reportStop(delivery, error); },
+        });
+        if (!started && audio_)
+            audio_->stop();
+        return started;
+    }
+
+    void startSound()
+    {
+        if (!audio_ || !configuration_.capturesAudio)
+            return;
+        const AudioSourceFormat format{
+            static_cast<std::int32_t>(configuration_.sampleRate), static_cast<std::int32_t>(configuration_.channelCount)};
+        delivery_->expectsSound = true;
+        const auto heard = audio_->start(audioTarget_, format, [delivery = delivery_](SampleBufferRef block) {
+            noteSound(*delivery);
+            deliver(delivery, block, StreamOutputType::audio);
+        });
+        if (heard)
+            return;
+        delivery_->expectsSound = false;
+        audio_.reset();
+        loseSound(*delivery_, whyThereIsNoSound(heard.error()));
+    }
+
+    void stopSources()
+    {
+        video_->stop();
+        if (audio_)
+            audio_->stop();
+    }
+
+    const std::unique_ptr<VideoSource> video_;
+    std::unique_ptr<AudioSource> audio_;
+    const AudioTarget audioTarget_;
+    const StreamConfiguration configuration_;
+    const std::shared_ptr<Delivery> delivery_ = std::make_shared<Delivery>();
+};
+
+// True for a process that owns a window of an application other than `bundleIdentifier`: a program started from a terminal is the
+// terminal's child, but its sound is its own. Waits for the answer of the window system; on the sound's thread.
+bool ownsWindowOfAnother(platform::ShareableContentProvider& content, const std::string& bundleIdentifier, std::int32_t processID)
+{
+    auto answer = std::make_shared<std::promise<bool>>();
+    auto owns = answer->get_future();
+    content.getShareableContent(true, false, [answer, bundleIdentifier, processID](Result<platform::ShareableContent> result) {
+        const auto ofAnother = [&](const platform::ShareableWindow& window) {
+            const auto& application = window.owningApplication;
+            return application && application->processID == processID && application->bundleIdentifier != bundleIdentifier;
+        };
+        answer->set_value(result && std::any_of(result->windows.begin(), result->windows.end(), ofAnother));
+    });
+    return owns.get();
+}
+
+class CombinedStreams final : public platform::CaptureStreamFactory {
+public:
+    explicit CombinedStreams(CaptureStreamParts parts) : parts_(std::move(parts)) { }
+
+    std::shared_ptr<CaptureStream> makeStream(
+        const ContentFilter& filter, const StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate) override
+    {
+        auto video = parts_.makeVideoSource(filter, configuration);
+        auto target = parts_.audioTarget ? parts_.audioTarget(filter) : ownersSound(filter);
+        auto audio = target ? parts_.makeAudioSource() : nullptr;
+        if (target)
+            target->excludesCurrentProcess = configuration.excludesCurrentProcessAudio;
+        return std::make_shared<CombinedStream>(
+            std::move(video), std::move(audio), std::move(target).value_or(AudioTarget{}), configuration, std::move(delegate));
+    }
+
+private:
+    [[nodiscard]] std::optional<AudioTarget> ownersSound(const ContentFilter& filter) const
+    {
+        const auto application = filter.window().owningApplication.value_or(platform::RunningApplication{});
+        return AudioTarget{
+            .processID = application.processID,
+            .applicationName = application.applicationName,
+            .bundleIdentifier = application.bundleIdentifier,
+            .portalApplicationID = {},
+            .ownsWindowsOfAnotherApplication =
+                [content = parts_.shareableContent, bundleIdentifier = application.bundleIdentifier](
+                    std::int32_t processID) { return ownsWindowOfAnother(*content, bundleIdentifier, processID); },
+        };
+    }
+
+    CaptureStreamParts parts_;
+};
+
+}  // namespace
+
+std::shared_ptr<platform::CaptureStreamFactory> makeCaptureStreams(CaptureStreamParts parts)
+{
+    return std::make_shared<CombinedStreams>(std::move(parts));
+}
+
+}  // namespace velmora::engine

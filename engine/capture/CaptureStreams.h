@@ -1,0 +1,29 @@
+// A capture stream put together from a source of pictures and a source of sound.
+#pragma once
+
+#include "engine/pictures/VideoSource.h"
+#include "engine/sound/AudioSource.h"
+#include "platform/CaptureStream.h"
+#include "platform/ShareableContent.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace velmora::engine {
+
+/// The parts of a stream, made when one is.
+struct CaptureStreamParts {
+    std::function<std::unique_ptr<VideoSource>(const platform::ContentFilter&, const platform::StreamConfiguration&)> makeVideoSource;
+    /// May return none: then streams are without sound.
+    std::function<std::unique_ptr<AudioSource>()> makeAudioSource;
+    /// Whose sound goes with what a filter captures; none: it has no sound. Empty: that of the application that owns the window.
+    std::function<std::optional<AudioTarget>(const platform::ContentFilter&)> audioTarget = {};
+    /// Asked for the processes that own other applications' windows.
+    std::shared_ptr<platform::ShareableContentProvider> shareableContent;
+};
+
+/// Streams whose sound, where it cannot be had, is left out: only a source of pictures that fails makes a start fail.
+std::shared_ptr<platform::CaptureStreamFactory> makeCaptureStreams(CaptureStreamParts parts);
+
+}  // namespace velmora::engine

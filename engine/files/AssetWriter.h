@@ -1,0 +1,94 @@
+// The asset writer, over this system's own MP4 writer.
+#pragma once
+
+#include "engine/codecs/AudioEncoder.h"
+#include "engine/files/Trash.h"
+#include "media/mp4/RecordingWriter.h"
+#include "platform/AssetWriter.h"
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <future>
+#include <memory>
+
+namespace velmora::engine {
+
+/// What becomes of a recording that is cancelled.
+struct CancelledRecordings {
+    std::shared_ptr<const Trash> trash;  ///< null: they are deleted
+    std::chrono::milliseconds patience{5000};  ///< how long the end of a writer waits for the disk, at most
+};
+
+/// One video input that passes H.264 samples through, one audio input that encodes interleaved float sound to AAC.
+///
+/// Pictures are placed by their time stamps, relative to the session's start; one that lies before it, or not after its predecessor,
+/// follows its predecessor by one tick. Sound is placed by the time stamp of its first block, and from then on by counting: a gap of
+/// more than 5 ms becomes silence, an overlap of more than 5 ms is dropped, what lies before the session's start is cut off to the
+/// frame. A gap of more than ten minutes is an error of the time stamps, and the block is refused.
+///
+/// A recording that is cancelled leaves its path for the trash in one step, and is finished there on the thread that writes the file. Of
+/// less than a second, and where it cannot be moved, it is deleted. The writer's end waits until that is done, but not for ever: a recording
+/// that the program leaves unfinished plays as it is.
+///
+/// After the file has failed (a full disk) one more sample is asked for and refused, so that the caller hears of it once; from then
+/// on no input is ready.
+class AssetWriter final : public platform::AssetWriter {
+public:
+    /// Writes into `file`, which was just created at `path`. `encoders` is called on the writer's queue by makeInput, never later, so that no
+    /// sample waits for a codec to be loaded; an input whose encoder could not be made cannot be added.
+    static Result<std::shared_ptr<AssetWriter>> create(
+        std::shared_ptr<mp4::File> file, AudioEncoderFactory encoders, std::filesystem::path path = {}, CancelledRecordings cancelled = {});
+
+    ~AssetWriter() override;
+    AssetWriter(const AssetWriter&) = delete;
+    AssetWriter& operator=(const AssetWriter&) = delete;
+
+    std::shared_ptr<platform::AssetWriterInput> makeInput(
+        MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override;
+    [[nodiscard]] bool canAdd(const platform::AssetWriterInput& input) const override;
+    void add(std::shared_ptr<platform::AssetWriterInput> input) override;
+    bool startWriting() override;
+    void startSession(MediaTime time) override;
+    void finishWriting(UniqueFunction<void()> completion) override;
+    void cancelWriting() override;
+    [[nodiscard]] Status status() const override;
+    [[nodiscard]] std::optional<Error> error() const override;
+    [[nodiscard]] std::optional<std::filesystem::path> placeOfMovedFile() const override;
+
+private:
+    struct Session;
+    class Input;
+    class VideoInput;
+    class AudioInput;
+
+    AssetWriter(std::shared_ptr<Session> session, std::filesystem::path path, CancelledRecordings cancelled);
+
+    bool moveToTrash();
+    void endRecording(mp4::RecordingWriter::Completion completion);
+
+    const std::filesystem::path path_;
+    const CancelledRecordings cancelled_;
+    std::shared_ptr<Session> session_;
+    std::future<void> trashed_;  ///< valid once a recording is on its way to the trash
+    std::shared_ptr<VideoInput> video_;
+    std::shared_ptr<AudioInput> audio_;
+};
+
+class AssetWriterFactory final : public platform::AssetWriterFactory {
+public:
+    explicit AssetWriterFactory(AudioEncoderFactory encoders, std::shared_ptr<const Trash> trash = nullptr)
+        : encoders_(std::move(encoders))
+        , trash_(std::move(trash))
+    {
+    }
+
+    Result<std::shared_ptr<platform::AssetWriter>> makeAssetWriter(
+        const std::filesystem::path& outputURL, platform::AssetFileType fileType) override;
+
+private:
+    AudioEncoderFactory encoders_;
+    std::shared_ptr<const Trash> trash_;
+};
+
+}  // namespace velmora::engine

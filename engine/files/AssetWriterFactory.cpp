@@ -1,0 +1,25 @@
+#include "engine/files/AssetWriter.h"
+#include "media/mp4/PosixFile.h"
+#include "media/mp4/RecordingLayout.h"
+
+#include <cerrno>
+
+namespace velmora::engine {
+
+Result<std::shared_ptr<platform::AssetWriter>> AssetWriterFactory::makeAssetWriter(
+    const std::filesystem::path& outputURL, platform::AssetFileType)
+{
+    auto file = mp4::PosixFile::create(outputURL);
+    if (!file)
+        return fail(file.error());
+    auto writer = AssetWriter::create(std::move(*file), encoders_, outputURL, {.trash = trash_});
+    if (!writer) {
+        // Another recorder was quicker: to whoever wants the name it is taken.
+        const auto& error = writer.error();
+        const bool isInUse = error.domain == mp4::errorDomain && error.code == static_cast<int>(mp4::ErrorCode::inUse);
+        return fail(isInUse ? posixError(EEXIST, outputURL.filename().native()) : error);
+    }
+    return std::shared_ptr<platform::AssetWriter>{std::move(*writer)};
+}
+
+}  // namespace velmora::engine

@@ -1,0 +1,14 @@
+// Exports by this system's own MP4 code.
+#pragma once
+
+#include "platform/ExportSession.h"
+
+#include <memory>
+
+namespace velmora::engine {
+
+/// Each session works on a thread of its own and can be cancelled from one block of bytes to the next. The output is written under a
+/// hidden name in its folder.
+std::shared_ptr<platform::ExportSessionFactory> makeExportSessions();
+
+}  // namespace velmora::engine

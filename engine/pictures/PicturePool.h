@@ -1,0 +1,74 @@
+// The pictures that a capture delivers, used over and over.
+#pragma once
+
+#include "base/Geometry.h"
+#include "engine/pictures/DamageRegion.h"
+#include "engine/pictures/MemoryBlock.h"
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace velmora::engine {
+
+/// Pixels under a cursor that was drawn into a picture.
+struct SavedPixels {
+    PixelRect rectangle;
+    std::vector<std::uint32_t> pixels;
+};
+
+/// One picture of the pool. What it lacks is kept beside it, so that making it current fetches no more than that.
+struct PooledPicture {
+    std::byte* pixels = nullptr;
+    std::size_t offset = 0;  ///< of `pixels` in the pool's memory
+    DamageRegion missed;  ///< what has changed since this picture was current
+    SavedPixels underCursor;  ///< put back before anything is fetched
+    PixelRect fitted;  ///< where a scaled source lies; empty while the picture is a source's own size
+    std::atomic<int> holders{0};
+};
+
+/// A fixed number of BGRA pictures of one size in one block of memory. All but the release of a lease happens on
+/// the capture's thread. A picture is written only while nobody holds a lease on it; when all are held there is none to be had,
+/// and the capture leaves that moment out: memory stays bounded however slow a consumer is. Memory that was never written to
+/// costs nothing, so a consumer that keeps up uses one or two of them.
+class PicturePool {
+public:
+    static constexpr std::size_t pictureCount = 6;
+
+    /// What the memory of a pool must hold.
+    [[nodiscard]] static std::size_t requiredBytes(std::int32_t width, std::int32_t height);
+
+    /// `memory` is zeroed and of at least the required size.
+    PicturePool(std::shared_ptr<MemoryBlock> memory, std::int32_t width, std::int32_t height);
+
+    [[nodiscard]] std::int32_t width() const { return width_; }
+    [[nodiscard]] std::int32_t height() const { return height_; }
+    [[nodiscard]] std::size_t bytesPerRow() const { return static_cast<std::size_t>(width_) * 4; }
+
+    /// Adds to what every picture has missed.
+    void addDamage(PixelRect rectangle);
+
+    /// Makes every picture wholly out of date.
+    void invalidate();
+
+    /// The picture nobody holds that has missed the least; null when all are held.
+    [[nodiscard]] PooledPicture* leastOutdated();
+
+    /// Keeps the picture, and the memory it lies in, until the last copy is released; on any thread, also after the pool's end.
+    [[nodiscard]] std::shared_ptr<const void> lease(PooledPicture& picture);
+
+private:
+    struct Storage {
+        std::shared_ptr<MemoryBlock> block;
+        std::array<PooledPicture, pictureCount> pictures;
+    };
+
+    std::shared_ptr<Storage> storage_;
+    std::int32_t width_;
+    std::int32_t height_;
+};
+
+}  // namespace velmora::engine

@@ -1,0 +1,154 @@
+#include "engine/pictures/PictureStream.h"
+
+#include "engine/pictures/FitRectangle.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+#include <utility>
+
+namespace velmora::engine {
+
+bool PictureStream::isPossible(const platform::StreamConfiguration& configuration)
+{
+    return configuration.width >= 1 && configuration.height >= 1 && configuration.width <= largestSide
+        && configuration.height <= largestSide;
+}
+
+std::size_t PictureStream::requiredBytes(const platform::StreamConfiguration& configuration)
+{
+    return PicturePool::requiredBytes(static_cast<std::int32_t>(configuration.width), static_cast<std::int32_t>(configuration.height));
+}
+
+PictureStream::PictureStream(const platform::StreamConfiguration& configuration, std::shared_ptr<MemoryBlock> memory,
+    PictureContent& content, PictureScalerFactory makeScaler, UniqueFunction<void(SampleBufferRef)> deliver, Clock now)
+    : whole_{0, 0, static_cast<std::int32_t>(configuration.width), static_cast<std::int32_t>(configuration.height)}
+    , content_(content)
+    , makeScaler_(std::move(makeScaler))
+    , deliver_(std::move(deliver))
+    , now_(std::move(now))
+    , samples_(configuration)
+    , pool_(std::move(memory), whole_.width, whole_.height)
+    , pacer_(samples_.interval())
+{
+    assert(isPossible(configuration));
+}
+
+void PictureStream::contentReplaced(std::int32_t width, std::int32_t height)
+{
+    contentWidth_ = width;
+    contentHeight_ = height;
+    pool_.invalidate();
+    changed_.add(whole_);
+    unpainted_ = UnpaintedArea{{0, 0, width, height}};
+}
+
+void PictureStream::damage(PixelRect part)
+{
+    // A scaled picture is made anew as a whole.
+    const auto rectangle = isScaled() ? whole_ : part.intersected(whole_);
+    pool_.addDamage(rectangle);
+    changed_.add(rectangle);
+    if (last_)
+        return;
+    unpainted_.paint(part);
+    if (unpainted_.isEmpty())
+        paintDue_ = 0;
+}
+
+void PictureStream::awaitFirstPaint()
+{
+    paintDue_ = now_() + longestFirstPaint;
+}
+
+std::int64_t PictureStream::due() const
+{
+    return std::max({pacer_.due(), retryDue_, paintDue_});
+}
+
+std::int64_t PictureStream::deadline() const
+{
+    const auto time = last_ ? lastTime_ + repeatInterval : never;
+    return isOutdated() ? std::min(time, due()) : time;
+}
+
+Result<void> PictureStream::work(std::optional<std::int64_t> contentTime)
+{
+    if (isOutdated() && now_() >= due()) {
+        if (auto taken = take(contentTime); !taken)
+            return taken;
+    }
+    repeat();
+    return {};
+}
+
+void PictureStream::repeat()
+{
+    const auto now = now_();
+    if (last_ && now >= lastTime_ + repeatInterval)
+        deliver(*last_, now, {});
+}
+
+Result<void> PictureStream::take(std::optional<std::int64_t> contentTime)
+{
+    const auto now = now_();
+    retryDue_ = now + samples_.interval();
+    auto* picture = pool_.leastOutdated();
+    if (!picture)
+        return {};
+    const bool isFitted = isScaled();
+    const auto fetched = isFitted ? fit(*picture) : content_.fetch(*picture);
+    if (!fetched)
+        return fail(fetched.error());
+    if (!*fetched)
+        return {};
+    if (isFitted)
+        changed_.add(whole_);
+    else
+        picture->fitted = {};
+    picture->missed.clear();
+    retryDue_ = 0;
+    overlayIsOutdated_ = false;
+    pacer_.taken(now);
+    last_ = picture;
+    const bool isUsable = contentTime && *contentTime > lastTime_ && *contentTime <= now && *contentTime > now - repeatInterval;
+    deliver(*picture, isUsable ? *contentTime : std::max(now, lastTime_ + 1), std::exchange(changed_, {}).rectangles());
+    return {};
+}
+
+/// Scales all of the content into the picture. False when it cannot be had now.
+Result<bool> PictureStream::fit(PooledPicture& picture)
+{
+    if (!scaler_) {
+        auto made = makeScaler_();
+        if (!made)
+            return fail(std::move(made.error()));
+        scaler_ = std::move(*made);
+    }
+    const auto width = contentWidth_;
+    const auto height = contentHeight_;
+    const auto content = content_.fetchAll();
+    if (!content)
+        return fail(content.error());
+    if (!*content)
+        return false;
+    const auto fitted = fitRectangle(width, height, whole_.width, whole_.height);
+    if (picture.fitted != fitted) {
+        std::memset(picture.pixels, 0, pool_.bytesPerRow() * static_cast<std::size_t>(whole_.height));
+        picture.fitted = fitted;
+    }
+    auto* target = picture.pixels + static_cast<std::size_t>(fitted.y) * pool_.bytesPerRow() + static_cast<std::size_t>(fitted.x) * 4;
+    const auto scaled = scaler_->scale((*content)->pixels, {0, 0, width, height}, (*content)->bytesPerRow, target,
+        {0, 0, fitted.width, fitted.height}, pool_.bytesPerRow());
+    if (!scaled)
+        return fail(scaled.error());
+    return true;
+}
+
+void PictureStream::deliver(PooledPicture& picture, std::int64_t time, std::vector<PixelRect> dirty)
+{
+    lastTime_ = time;
+    deliver_(samples_.make(pool_, picture, time, std::move(dirty)));
+}
+
+}  // namespace velmora::engine

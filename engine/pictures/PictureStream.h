@@ -1,0 +1,128 @@
+// The pictures of one stream: when one is taken, which part of it, and what becomes of it.
+#pragma once
+
+#include "base/MonotonicClock.h"
+#include "base/Result.h"
+#include "base/UniqueFunction.h"
+#include "engine/codecs/PictureScaler.h"
+#include "engine/pictures/FramePacer.h"
+#include "engine/pictures/PicturePool.h"
+#include "engine/pictures/PictureSamples.h"
+#include "engine/pictures/UnpaintedArea.h"
+
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace velmora::engine {
+
+/// BGRA pixels, top row first.
+struct ContentPixels {
+    const std::byte* pixels = nullptr;
+    std::size_t bytesPerRow = 0;
+};
+
+/// What a stream's pictures show: a window, say. Asked on the stream's thread, from within PictureStream::take. An error ends the stream.
+class PictureContent {
+public:
+    virtual ~PictureContent() = default;
+
+    /// Brings at least `picture.missed`, which may be empty, up to date in a picture of the content's own size, and draws over the content what
+    /// belongs over it. All of the picture has to show one moment. False: it cannot be done now, and the stream asks again an
+    /// interval later. What turns out to have been drawn before that moment may be told by damage() meanwhile: it counts for this picture.
+    virtual Result<bool> fetch(PooledPicture& picture) = 0;
+
+    /// All of the content, one moment of it, with what belongs over it; valid until the next call here. None: it cannot be had now.
+    virtual Result<std::optional<ContentPixels>> fetchAll() = 0;
+};
+
+/// Owns the pictures of one stream, all of the configuration's size. A picture is taken where and when the content changes, at most one an
+/// interval (FramePacer); the last one comes again, same memory and nothing dirty, when half a second passes without a new one. While
+/// consumers hold all of the pool none is taken. Content of another size is fitted in: its shape kept, centred, black around.
+///
+/// A back end tells what has changed, calls work() at deadline() and whenever something has changed, and hands out pixels when it is asked.
+/// Used on one thread. Times are nanoseconds of CLOCK_MONOTONIC.
+class PictureStream {
+public:
+    using Clock = std::function<std::int64_t()>;
+
+    static constexpr std::int64_t repeatInterval = nanosecondsPerSecond / 2;
+    static constexpr std::int64_t longestFirstPaint = nanosecondsPerSecond / 2;
+    static constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
+
+    /// The greatest width and height of a stream's pictures, the least is 1: window systems have 16 bits for a size, and coordinates with a sign.
+    static constexpr std::int64_t largestSide = 32767;
+
+    [[nodiscard]] static bool isPossible(const platform::StreamConfiguration& configuration);
+
+    /// What the memory of the pictures must hold, for a configuration that is possible.
+    [[nodiscard]] static std::size_t requiredBytes(const platform::StreamConfiguration& configuration);
+
+    /// `memory` is zeroed and of at least the required size. `content` outlives the stream. `makeScaler` is called with the first picture that
+    /// needs it. `deliver` gets every picture. Nothing is there to be taken before contentReplaced().
+    PictureStream(const platform::StreamConfiguration& configuration, std::shared_ptr<MemoryBlock> memory, PictureContent& content,
+        PictureScalerFactory makeScaler, UniqueFunction<void(SampleBufferRef)> deliver, Clock now = monotonicNow);
+
+    /// The content has this size from now on, in pixels and at least 1 x 1, and nothing of it is known.
+    void contentReplaced(std::int32_t width, std::int32_t height);
+
+    /// A part of the content was drawn; in its coordinates.
+    void damage(PixelRect part);
+
+    /// The first picture waits until all of the content was drawn, but for half a second at most: what is there now is not the content's own.
+    void awaitFirstPaint();
+
+    /// What is drawn over the content, a pointer say, is elsewhere than in the last picture, or looks different; or is not, after all.
+    void setOverlayIsOutdated(bool isOutdated) { overlayIsOutdated_ = isOutdated; }
+
+    /// From within fetch(): what is drawn over the content differs in this part from the last picture. In the picture's coordinates.
+    void overlayChanged(PixelRect part) { changed_.add(part.intersected(whole_)); }
+
+    /// Takes a picture if that is due, and repeats the last if that is. The picture's time is `contentTime` where that can be: where it is none,
+    /// stands still, lies ahead or half a second back, it is that of the clock. An error ends the stream.
+    Result<void> work(std::optional<std::int64_t> contentTime = std::nullopt);
+
+    /// The same without taking one: the content cannot be read now.
+    void repeat();
+
+    /// When work() has something to do if nothing is told before; `never` before the first change.
+    [[nodiscard]] std::int64_t deadline() const;
+
+    [[nodiscard]] bool isScaled() const { return contentWidth_ != whole_.width || contentHeight_ != whole_.height; }
+    [[nodiscard]] std::int32_t width() const { return whole_.width; }
+    [[nodiscard]] std::int32_t height() const { return whole_.height; }
+    [[nodiscard]] std::size_t bytesPerRow() const { return pool_.bytesPerRow(); }
+    [[nodiscard]] std::int64_t interval() const { return samples_.interval(); }
+
+private:
+    [[nodiscard]] bool isOutdated() const { return !changed_.isEmpty() || overlayIsOutdated_; }
+    [[nodiscard]] std::int64_t due() const;
+    Result<void> take(std::optional<std::int64_t> contentTime);
+    Result<bool> fit(PooledPicture& picture);
+    void deliver(PooledPicture& picture, std::int64_t time, std::vector<PixelRect> dirty);
+
+    const PixelRect whole_;
+    PictureContent& content_;
+    PictureScalerFactory makeScaler_;
+    UniqueFunction<void(SampleBufferRef)> deliver_;
+    const Clock now_;
+    PictureSamples samples_;
+    PicturePool pool_;
+    FramePacer pacer_;
+    std::unique_ptr<PictureScaler> scaler_;
+
+    std::int32_t contentWidth_ = 0;
+    std::int32_t contentHeight_ = 0;
+    DamageRegion changed_;  // since the last delivered picture, in that picture's coordinates
+    bool overlayIsOutdated_ = false;
+    UnpaintedArea unpainted_;
+    std::int64_t paintDue_ = 0;  // of the first picture
+    std::int64_t retryDue_ = 0;  // no picture was free, or none could be fetched
+    PooledPicture* last_ = nullptr;
+    std::int64_t lastTime_ = 0;
+};
+
+}  // namespace velmora::engine

@@ -1,0 +1,23 @@
+// What of a picture nobody has drawn yet.
+#pragma once
+
+#include "base/Geometry.h"
+
+#include <vector>
+
+namespace velmora::engine {
+
+/// Of a window's content at first everything, less with each part that is drawn. Its parts do not overlap.
+class UnpaintedArea {
+public:
+    explicit UnpaintedArea(PixelRect content = {});
+
+    void paint(PixelRect drawn);
+
+    [[nodiscard]] bool isEmpty() const { return parts_.empty(); }
+
+private:
+    std::vector<PixelRect> parts_;
+};
+
+}  // namespace velmora::engine

@@ -1,0 +1,29 @@
+// Where a stream's pictures come from (an X11 window, or what a portal shares).
+#pragma once
+
+#include "base/Result.h"
+#include "base/UniqueFunction.h"
+#include "media/SampleBuffer.h"
+
+namespace velmora::engine {
+
+/// Delivers pictures of one window from a thread of its own. Started once, stopped once.
+class VideoSource {
+public:
+    struct Callbacks {
+        /// A picture with its CLOCK_MONOTONIC time stamp; the source's contract is that of platform::CaptureStream.
+        UniqueFunction<void(SampleBufferRef)> picture;
+        /// The window is gone or the connection broke. At most once; no picture follows.
+        UniqueFunction<void(const Error&)> stopped;
+    };
+
+    virtual ~VideoSource() = default;
+
+    /// Returns when the source runs or has failed; the first picture may be delivered before that.
+    virtual Result<void> start(Callbacks callbacks) = 0;
+
+    /// Returns when no callback runs or will run. Idempotent. Never from a callback.
+    virtual void stop() = 0;
+};
+
+}  // namespace velmora::engine

@@ -1,0 +1,33 @@
+// Makes sample buffers of a track of sound.
+#pragma once
+
+#include "engine/sound/AudioMixer.h"
+#include "engine/sound/AudioSource.h"
+
+#include <cstdint>
+
+namespace velmora::engine {
+
+/// Only interleaved stereo is made.
+[[nodiscard]] Result<void> checkFormat(const AudioSourceFormat& format);
+
+/// A mixer whose track is handed on in "lpcm" blocks of 1024 frames. Used by one thread.
+class BlockDelivery {
+public:
+    static constexpr std::int64_t framesPerBlock = 1024;
+
+    BlockDelivery(const AudioSourceFormat& format, AudioSource::BlockCallback block, std::int64_t origin);
+
+    [[nodiscard]] AudioMixer& mixer() { return mixer_; }
+
+    /// Hands on every whole block that is there at `now`.
+    void deliver(std::int64_t now);
+
+private:
+    AudioSourceFormat format_;
+    FormatDescriptionRef description_;
+    AudioSource::BlockCallback block_;
+    AudioMixer mixer_;
+};
+
+}  // namespace velmora::engine

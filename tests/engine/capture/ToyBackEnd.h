@@ -1,0 +1,147 @@
+// A back end as docs/developing.md has one made: its desktop is a drawing in memory, with one window and no sound.
+#pragma once
+
+#include "base/Mutex.h"
+#include "engine/pictures/PictureStream.h"
+#include "engine/pictures/VideoSource.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace velmora::engine {
+
+/// The desktop: programs draw, a capture looks. Colours are 0xRRGGBB. Safe on any thread.
+class ToyWindow {
+public:
+    ToyWindow(std::int32_t width, std::int32_t height) { resize(width, height, 0); }
+
+    void resize(std::int32_t width, std::int32_t height, std::uint32_t colour)
+    {
+        MutexLock lock(mutex_);
+        size_ = {0, 0, width, height};
+        pixels_.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), colour);
+        isReplaced_ = true;
+        isAwake_ = true;
+        changed_.notifyAll();
+    }
+
+    /// All at once.
+    void draw(const std::vector<std::pair<PixelRect, std::uint32_t>>& strokes)
+    {
+        MutexLock lock(mutex_);
+        for (const auto& [part, colour] : strokes) {
+            for (auto y = part.y; y < part.y + part.height; ++y)
+                std::fill_n(pixels_.begin() + y * size_.width + part.x, part.width, colour);
+            damage_.push_back(part);
+        }
+        isAwake_ = true;
+        changed_.notifyAll();
+    }
+
+    /// Returns when somebody draws, if only nothing, or at `time`; tells the stream what happened.
+    void waitAndTell(PictureStream& stream, std::int64_t time)
+    {
+        MutexLock lock(mutex_);
+        const auto left = std::min(time - monotonicNow(), nanosecondsPerSecond);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::nanoseconds{left};
+        while (!isAwake_ && changed_.waitUntil(mutex_, deadline)) { }
+        isAwake_ = false;
+        if (std::exchange(isReplaced_, false))
+            stream.contentReplaced(size_.width, size_.height);
+        tellDamage(stream);
+    }
+
+    /// All of a moment, and what was drawn until then. None when the window has another size than the stream knows.
+    std::optional<ContentPixels> look(PictureStream& stream, std::vector<std::uint32_t>& moment)
+    {
+        MutexLock lock(mutex_);
+        if (isReplaced_)
+            return std::nullopt;
+        tellDamage(stream);
+        moment = pixels_;
+        return ContentPixels{reinterpret_cast<const std::byte*>(moment.data()), static_cast<std::size_t>(size_.width) * 4};
+    }
+
+private:
+    void tellDamage(PictureStream& stream) REQUIRES(mutex_)
+    {
+        for (const auto& part : std::exchange(damage_, {}))
+            stream.damage(part);
+    }
+
+    Mutex mutex_;
+    ConditionVariable changed_;
+    PixelRect size_ GUARDED_BY(mutex_);
+    std::vector<std::uint32_t> pixels_ GUARDED_BY(mutex_);
+    std::vector<PixelRect> damage_ GUARDED_BY(mutex_);
+    bool isReplaced_ GUARDED_BY(mutex_) = false;
+    bool isAwake_ GUARDED_BY(mutex_) = false;
+};
+
+struct ToyMemory final : std::vector<std::byte>, MemoryBlock {
+    explicit ToyMemory(std::size_t bytes) : std::vector<std::byte>(bytes), MemoryBlock(std::vector<std::byte>::data(), bytes) { }
+};
+
+class ToyVideoSource final : public VideoSource, PictureContent {
+public:
+    ToyVideoSource(ToyWindow& window, const platform::StreamConfiguration& configuration, PictureScalerFactory makeScaler)
+        : window_(window)
+        , stream_(configuration, std::make_shared<ToyMemory>(PictureStream::requiredBytes(configuration)), *this, std::move(makeScaler),
+              [this](SampleBufferRef picture) { callbacks_.picture(std::move(picture)); })
+    {
+    }
+    ~ToyVideoSource() override { stop(); }
+
+    Result<void> start(Callbacks callbacks) override
+    {
+        callbacks_ = std::move(callbacks);
+        thread_ = std::thread{[this] {
+            while (!isStopping_) {
+                window_.waitAndTell(stream_, stream_.deadline());
+                if (const auto worked = stream_.work(); !worked)
+                    return callbacks_.stopped(worked.error());
+            }
+        }};
+        return {};
+    }
+
+    void stop() override
+    {
+        isStopping_ = true;
+        window_.draw({});
+        if (thread_.joinable())
+            thread_.join();
+    }
+
+private:
+    Result<bool> fetch(PooledPicture& picture) override
+    {
+        const auto content = window_.look(stream_, moment_);
+        for (const auto& part : picture.missed.rectangles()) {
+            for (auto y = part.y; content && y < part.y + part.height; ++y) {
+                const auto offset = static_cast<std::size_t>(y) * content->bytesPerRow + static_cast<std::size_t>(part.x) * 4;
+                std::memcpy(picture.pixels + offset, content->pixels + offset, static_cast<std::size_t>(part.width) * 4);
+            }
+        }
+        return content.has_value();
+    }
+
+    Result<std::optional<ContentPixels>> fetchAll() override { return window_.look(stream_, moment_); }
+
+    ToyWindow& window_;
+    Callbacks callbacks_;
+    PictureStream stream_;
+    std::vector<std::uint32_t> moment_;
+    std::atomic<bool> isStopping_ = false;
+    std::thread thread_;
+};
+
+}  // namespace velmora::engine

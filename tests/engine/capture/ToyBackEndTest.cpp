@@ -1,0 +1,186 @@
+// What docs/developing.md promises to the author of a back end: that one of a few lines records.
+#include "tests/engine/capture/ToyBackEnd.h"
+#include "engine/capture/CaptureStreams.h"
+#include "platform/fake/FakeShareableContent.h"
+#include "platform/linux/CodecModuleServices.h"
+#include "tests/engine/files/AssetWriting.h"
+#include "tests/engine/pictures/PictureRecorder.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <future>
+#include <string>
+
+namespace velmora::engine {
+namespace {
+
+using test::DecodedFile;
+
+constexpr std::int32_t sceneWidth = 320;
+constexpr std::int32_t sceneHeight = 240;
+
+/// Draws what the decoder of tests reads as a number: twelve bars of a sixteenth of the width each.
+void drawNumber(ToyWindow& window, int number, PixelRect area = {0, 0, sceneWidth, sceneHeight})
+{
+    std::vector<std::pair<PixelRect, std::uint32_t>> bars;
+    for (std::int32_t bit = 0; bit < 12; ++bit)
+        bars.push_back(
+            {{area.x + bit * (area.width / 16), area.y, area.width / 16, area.height}, (number >> bit) & 1 ? 0xffffffU : 0x101010U});
+    window.draw(bars);
+}
+
+/// Encodes the pictures of a stream and writes them into a file, all by the real services.
+class RecordedStream final : public platform::StreamOutput {
+public:
+    explicit RecordedStream(std::filesystem::path path) : path_(std::move(path)) { }
+
+    void streamDidOutputSampleBuffer(const platform::CaptureStream&, const SampleBufferRef& sample, platform::StreamOutputType) override
+    {
+        MutexLock lock(mutex_);
+        if (!session_)
+            open();
+        EXPECT_EQ(session_->encodeFrame(sample->imageBuffer, sample->presentationTimeStamp, sample->duration), 0);
+        EXPECT_EQ(session_->completeFrames(), 0);
+        changed_.notifyAll();
+    }
+
+    /// Of compressed pictures.
+    void waitFor(std::size_t count)
+    {
+        MutexLock lock(mutex_);
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (encodedCount() < count && changed_.waitUntil(mutex_, deadline)) { }
+        ASSERT_GE(encodedCount(), count);
+    }
+
+    std::size_t encodedCount() const
+    {
+        MutexLock lock(samplesMutex_);
+        return samples_.size();
+    }
+
+    DecodedFile finish()
+    {
+        MutexLock lock(samplesMutex_);
+        AssetWriterFactory factory{test::noEncoders};
+        auto writer = factory.makeAssetWriter(path_, platform::AssetFileType::mpeg4).value();
+        auto input = writer->makeInput(MediaType::video, std::nullopt, samples_.front()->format);
+        EXPECT_TRUE(writer->canAdd(*input));
+        writer->add(input);
+        EXPECT_TRUE(writer->startWriting());
+        writer->startSession(samples_.front()->presentationTimeStamp);
+        for (const auto& sample : samples_)
+            EXPECT_TRUE(input->append(sample));
+        test::finish(*writer);
+        return test::decodeClean(path_);
+    }
+
+private:
+    void open()
+    {
+        auto made = linux_backend::makeCompressionSessions()->makeSession(
+            sceneWidth, sceneHeight, FourCharacterCode{"avc1"}, [this](platform::CompressionStatus status, SampleBufferRef sample) {
+                EXPECT_EQ(status, 0);
+                MutexLock lock(samplesMutex_);
+                samples_.push_back(std::move(sample));
+            });
+        session_ = made.value();
+    }
+
+    const std::filesystem::path path_;
+    Mutex mutex_;
+    ConditionVariable changed_;
+    mutable Mutex samplesMutex_;
+    std::vector<SampleBufferRef> samples_ GUARDED_BY(samplesMutex_);
+    std::shared_ptr<platform::CompressionSession> session_;
+};
+
+class ToyBackEnd : public ::testing::Test {
+protected:
+    ToyBackEnd()
+    {
+        const auto streams = makeCaptureStreams({
+            .makeVideoSource =
+                [this](const platform::ContentFilter&, const platform::StreamConfiguration& configuration) {
+                    return std::make_unique<ToyVideoSource>(window, configuration, nearestScalers());
+                },
+            .makeAudioSource = [] { return std::unique_ptr<AudioSource>{}; },
+            .shareableContent = std::make_shared<fake::FakeShareableContent>(),
+        });
+        stream_ = streams->makeStream(platform::ContentFilter::desktopIndependentWindow({}), pictureSize(sceneWidth, sceneHeight),
+            std::weak_ptr<platform::StreamDelegate>{});
+        EXPECT_TRUE(stream_->addStreamOutput(recorded, platform::StreamOutputType::screen, queue_));
+    }
+
+    void start()
+    {
+        std::promise<Result<void>> started;
+        stream_->startCapture([&](Result<void> result) { started.set_value(std::move(result)); });
+        EXPECT_TRUE(started.get_future().get());
+    }
+
+    DecodedFile stop()
+    {
+        std::promise<void> stopped;
+        stream_->stopCapture([&](const Result<void>&) { stopped.set_value(); });
+        stopped.get_future().wait();
+        queue_->drain();
+        return recorded->finish();
+    }
+
+    ToyWindow window{sceneWidth, sceneHeight};
+    test::TemporaryDirectory folder;
+    std::shared_ptr<RecordedStream> recorded = std::make_shared<RecordedStream>(folder.path() / "clip.mp4");
+
+private:
+    std::shared_ptr<SerialQueue> queue_ = std::make_shared<SerialQueue>("toy");
+    std::shared_ptr<platform::CaptureStream> stream_;
+};
+
+TEST_F(ToyBackEnd, AStillSceneIsAPictureEveryHalfSecond)
+{
+    drawNumber(window, 7);
+    start();
+    recorded->waitFor(4);
+    const auto file = stop();
+    ASSERT_GE(file.pictures.size(), 4U);
+    for (std::size_t index = 0; index < file.pictures.size(); ++index) {
+        EXPECT_EQ(file.pictures[index].number, 7) << index;
+        EXPECT_GE(file.pictures[index].time, 0.5 * static_cast<double>(index) - 0.001);
+    }
+}
+
+TEST_F(ToyBackEnd, AMovingSceneIsRecordedInOrderAndWhole)
+{
+    drawNumber(window, 0);
+    start();
+    for (int number = 1; number <= 30; ++number) {
+        recorded->waitFor(static_cast<std::size_t>(number));
+        drawNumber(window, number);
+    }
+    // One may be on its way that was taken before.
+    recorded->waitFor(recorded->encodedCount() + 2);
+    const auto file = stop();
+    ASSERT_GE(file.pictures.size(), 31U);
+    for (std::size_t index = 1; index < file.pictures.size(); ++index) {
+        EXPECT_GE(file.pictures[index].number, file.pictures[index - 1].number) << index;
+        EXPECT_GT(file.pictures[index].time, file.pictures[index - 1].time) << index;
+    }
+    EXPECT_EQ(file.pictures.back().number, 30);
+}
+
+TEST_F(ToyBackEnd, AWindowThatGrowsIsFittedIn)
+{
+    drawNumber(window, 5);
+    start();
+    recorded->waitFor(1);
+    window.resize(sceneWidth * 2, sceneHeight * 2, 0);
+    drawNumber(window, 1234, {0, 0, sceneWidth * 2, sceneHeight * 2});
+    recorded->waitFor(recorded->encodedCount() + 2);
+    const auto file = stop();
+    EXPECT_EQ(file.pictures.front().number, 5);
+    EXPECT_EQ(file.pictures.back().number, 1234);
+    EXPECT_EQ(file.width, sceneWidth);
+}
+
+}  // namespace
+}  // namespace velmora::engine

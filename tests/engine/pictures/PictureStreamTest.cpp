@@ -1,0 +1,608 @@
+#include "engine/pictures/PictureStream.h"
+
+#include "engine/pictures/FitRectangle.h"
+#include "tests/engine/pictures/PaintedContent.h"
+#include "tests/engine/pictures/PictureRecorder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <set>
+
+namespace velmora::engine {
+namespace {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+constexpr std::int64_t millisecond = 1'000'000;
+constexpr std::int64_t sixtieth = 16'666'667;  // as the configuration says it, rounded
+constexpr std::uint32_t red = 0xff0000;
+constexpr std::uint32_t green = 0x00ff00;
+constexpr std::uint32_t blue = 0x0000ff;
+constexpr std::uint32_t black = 0x000000;
+
+/// A stream of 16 x 12 pixels on a clock that the test turns.
+class PictureStreamTest : public ::testing::Test {
+protected:
+    ~PictureStreamTest() override { EXPECT_EQ(recorder.complaints(), ""); }
+
+    void begin(std::int32_t width = 16, std::int32_t height = 12)
+    {
+        content.resize(width, height, red);
+        stream.contentReplaced(width, height);
+        work();
+    }
+
+    void draw(PixelRect part, std::uint32_t colour)
+    {
+        content.paint(part, colour);
+        stream.damage(part);
+    }
+
+    void work(std::optional<std::int64_t> contentTime = std::nullopt)
+    {
+        const auto worked = stream.work(contentTime);
+        EXPECT_TRUE(worked) << worked.error().localizedDescription;
+    }
+
+    /// As a back end does that has nothing to tell: looks when it is time, and late by `lateness` each time.
+    void runUntil(std::int64_t time, std::int64_t lateness = 0)
+    {
+        for (auto next = stream.deadline(); next != PictureStream::never && next + lateness <= time; next = stream.deadline()) {
+            now = std::max(now, next) + lateness;
+            work();
+        }
+        now = std::max(now, time);
+    }
+
+    [[nodiscard]] std::vector<std::int64_t> times() const
+    {
+        std::vector<std::int64_t> all;
+        for (const auto& picture : recorder.pictures())
+            all.push_back(picture.time);
+        return all;
+    }
+
+    [[nodiscard]] std::vector<PixelRect> lastDirty() const { return recorder.pictures().back().change.dirty; }
+
+    /// The colour of a pixel of the last picture.
+    [[nodiscard]] std::uint32_t seen(std::int32_t x, std::int32_t y) const
+    {
+        return recorder.lastColours()[static_cast<std::size_t>(y * 16 + x)];
+    }
+
+    static constexpr std::int64_t beginning = 1000 * nanosecondsPerSecond;
+
+    std::int64_t now = beginning;
+    PaintedContent content{now};
+    Recorder recorder;
+    int scalersMade = 0;
+    bool hasScaler = true;
+    PictureStream stream{pictureSize(16, 12), PaintedContent::memory(PictureStream::requiredBytes(pictureSize(16, 12))), content,
+        [this]() -> Result<std::unique_ptr<PictureScaler>> {
+            ++scalersMade;
+            if (!hasScaler)
+                return fail("test", 7, "There is no scaler.");
+            return std::make_unique<NearestScaler>();
+        },
+        recorder.callbacks().picture, [this] { return now; }};
+};
+
+TEST_F(PictureStreamTest, BeforeTheContentIsKnownThereIsNothingToDo)
+{
+    EXPECT_EQ(stream.deadline(), PictureStream::never);
+    work();
+    EXPECT_THAT(recorder.pictures(), IsEmpty());
+}
+
+TEST_F(PictureStreamTest, TheFirstPictureIsAllOfTheContent)
+{
+    begin();
+    EXPECT_THAT(times(), ElementsAre(beginning));
+    EXPECT_THAT(lastDirty(), ElementsAre(PixelRect{0, 0, 16, 12}));
+    EXPECT_THAT(recorder.lastColours(), Each(red));
+}
+
+TEST_F(PictureStreamTest, AStillWindowIsRepeatedTwiceASecond)
+{
+    begin();
+    runUntil(beginning + 1700 * millisecond);
+    EXPECT_THAT(
+        times(), ElementsAre(beginning, beginning + 500 * millisecond, beginning + 1000 * millisecond, beginning + 1500 * millisecond));
+    const auto pictures = recorder.pictures();
+    for (std::size_t index = 1; index < pictures.size(); ++index) {
+        EXPECT_EQ(pictures[index].address, pictures[0].address);
+        EXPECT_THAT(pictures[index].change.dirty, IsEmpty());
+    }
+}
+
+TEST_F(PictureStreamTest, ANewPictureMovesTheRepeatToHalfASecondAfterIt)
+{
+    begin();
+    now += 300 * millisecond;
+    draw({0, 0, 1, 1}, green);
+    work();
+    EXPECT_EQ(stream.deadline(), beginning + 800 * millisecond);
+}
+
+TEST_F(PictureStreamTest, WhoLooksLateRepeatsOnceAndNotOnceForEachHalfSecondThatHasPassed)
+{
+    begin();
+    now += 1900 * millisecond;
+    work();
+    EXPECT_THAT(times(), ElementsAre(beginning, beginning + 1900 * millisecond));
+    EXPECT_EQ(stream.deadline(), now + 500 * millisecond);
+}
+
+TEST_F(PictureStreamTest, AChangeIsTakenAtOnceAfterAPause)
+{
+    begin();
+    now += 100 * millisecond;
+    draw({2, 3, 4, 5}, green);
+    EXPECT_LE(stream.deadline(), now);
+    work();
+    EXPECT_THAT(times(), ElementsAre(beginning, beginning + 100 * millisecond));
+    EXPECT_THAT(lastDirty(), ElementsAre(PixelRect{2, 3, 4, 5}));
+}
+
+TEST_F(PictureStreamTest, PicturesAreHeldToTheMinimumFrameInterval)
+{
+    begin();
+    for (int step = 0; step < 1000; ++step) {
+        now += millisecond;
+        draw({step % 16, 0, 1, 12}, static_cast<std::uint32_t>(step));
+        work();
+    }
+    // One at the beginning, sixty in the second, and one for the quarter of an interval by which one may be early.
+    const auto seen = times();
+    EXPECT_GE(seen.size(), 60U);
+    EXPECT_LE(seen.size(), 62U);
+    for (std::size_t index = 1; index < seen.size(); ++index)
+        EXPECT_GE(seen[index] - seen[index - 1], sixtieth * 3 / 4 - millisecond);
+}
+
+TEST_F(PictureStreamTest, ASourceThatDrawsAtTheVeryRateLosesNoFrameToWakeUpsThatAreLate)
+{
+    begin();
+    for (int frame = 1; frame <= 120; ++frame) {
+        now = beginning + frame * sixtieth + frame % 3 * millisecond;
+        draw({0, 0, 16, 12}, static_cast<std::uint32_t>(frame));
+        work();
+        EXPECT_EQ(seen(5, 5), static_cast<std::uint32_t>(frame));
+    }
+    EXPECT_THAT(times(), SizeIs(121));
+}
+
+TEST_F(PictureStreamTest, ChangesWithinAnIntervalBecomeOnePicture)
+{
+    begin();
+    now += millisecond;
+    draw({0, 0, 2, 2}, green);
+    work();
+    now += millisecond;
+    draw({10, 10, 2, 2}, blue);
+    work();
+    EXPECT_THAT(recorder.pictures(), SizeIs(1));
+    runUntil(beginning + sixtieth);
+    EXPECT_THAT(recorder.pictures(), SizeIs(2));
+    EXPECT_THAT(lastDirty(), ElementsAre(PixelRect{0, 0, 2, 2}, PixelRect{10, 10, 2, 2}));
+    EXPECT_EQ(seen(1, 1), green);
+    EXPECT_EQ(seen(11, 11), blue);
+}
+
+TEST_F(PictureStreamTest, APictureThatWasHeldCatchesUpWithAllThatItMissed)
+{
+    begin();
+    auto first = recorder.lastSample();
+    for (int frame = 1; frame <= 5; ++frame) {
+        now += 20 * millisecond;
+        draw({frame, 0, 1, 12}, green);
+        work();
+    }
+    first.reset();
+    recorder.hold(true);
+    for (int frame = 6; frame <= 10; ++frame) {
+        now += 20 * millisecond;
+        draw({frame, 0, 1, 12}, green);
+        work();
+        for (int x = 0; x < 16; ++x)
+            EXPECT_EQ(seen(x, 6), x >= 1 && x <= frame ? green : red) << "column " << x << " of frame " << frame;
+    }
+    recorder.hold(false);
+}
+
+TEST_F(PictureStreamTest, NoMoreIsFetchedThanAPictureMissed)
+{
+    begin();
+    for (int frame = 0; frame < 10; ++frame) {
+        now += 20 * millisecond;
+        draw({frame, 2, 1, 3}, green);
+        content.fetched.clear();
+        work();
+        // Two pictures take turns: each missed what the other one got.
+        if (frame >= 2) {
+            EXPECT_EQ(content.fetched.bound(), (PixelRect{frame - 1, 2, 2, 3})) << frame;
+        }
+    }
+}
+
+TEST_F(PictureStreamTest, ADeliveredPictureNeverChangesWhileItIsHeld)
+{
+    begin();
+    const auto held = recorder.lastSample();
+    for (int frame = 0; frame < 20; ++frame) {
+        now += 20 * millisecond;
+        draw({0, 0, 16, 12}, frame % 2 == 0 ? green : blue);
+        work();
+    }
+    EXPECT_EQ(std::to_integer<int>(held->imageBuffer->baseAddress[2]), 0xff);
+    EXPECT_EQ(std::to_integer<int>(held->imageBuffer->baseAddress[1]), 0x00);
+}
+
+/// All pictures of the pool are held, and the content has changed again.
+class HeldPictures : public PictureStreamTest {
+protected:
+    HeldPictures()
+    {
+        recorder.hold(true);
+        begin();
+        for (std::uint32_t frame = 1; frame < PicturePool::pictureCount; ++frame) {
+            now += 20 * millisecond;
+            draw({0, 0, 16, 12}, frame);
+            work();
+        }
+        EXPECT_THAT(recorder.pictures(), SizeIs(PicturePool::pictureCount));
+        now += 20 * millisecond;
+        draw({0, 0, 16, 12}, green);
+        work();
+    }
+
+    [[nodiscard]] std::size_t addressCount() const
+    {
+        std::set<const std::byte*> distinct;
+        for (const auto& picture : recorder.pictures())
+            distinct.insert(picture.address);
+        return distinct.size();
+    }
+};
+
+TEST_F(HeldPictures, WhileAllPicturesAreHeldNoneIsTaken)
+{
+    EXPECT_THAT(recorder.pictures(), SizeIs(PicturePool::pictureCount));
+    EXPECT_EQ(stream.deadline(), now + sixtieth) << "it looks again an interval later";
+}
+
+TEST_F(HeldPictures, AConsumerThatHoldsEverythingGetsNoMoreMemoryAndGoesOnWhenItLetsGo)
+{
+    recorder.hold(false);
+    runUntil(now + sixtieth);
+    EXPECT_EQ(seen(0, 0), green);
+    for (std::uint32_t frame = 0; frame < 20; ++frame) {
+        now += 20 * millisecond;
+        draw({0, 0, 16, 12}, frame);
+        work();
+    }
+    EXPECT_EQ(addressCount(), PicturePool::pictureCount);
+}
+
+TEST_F(HeldPictures, TheLastIsRepeatedAllTheSame)
+{
+    const auto last = recorder.pictures().back();
+    runUntil(last.time + 1100 * millisecond);
+    const auto pictures = recorder.pictures();
+    ASSERT_THAT(pictures, SizeIs(PicturePool::pictureCount + 2));
+    EXPECT_EQ(pictures.back().address, last.address);
+    EXPECT_THAT(pictures.back().change.dirty, IsEmpty());
+}
+
+TEST_F(PictureStreamTest, ContentThatCannotBeHadIsAskedForAgainAnIntervalLater)
+{
+    begin();
+    now += 100 * millisecond;
+    content.refusals = 3;
+    draw({0, 0, 4, 4}, green);
+    work();
+    EXPECT_EQ(stream.deadline(), now + sixtieth);
+    work();
+    EXPECT_EQ(content.refusals, 2) << "it was asked again at once";
+    runUntil(beginning + 200 * millisecond);
+    EXPECT_THAT(times(), ElementsAre(beginning, beginning + 100 * millisecond + 3 * sixtieth));
+    EXPECT_THAT(lastDirty(), ElementsAre(PixelRect{0, 0, 4, 4}));
+}
+
+TEST_F(PictureStreamTest, WhileTheContentCannotBeReadTheLastPictureIsRepeated)
+{
+    begin();
+    draw({0, 0, 4, 4}, green);
+    now += 500 * millisecond;
+    stream.repeat();
+    EXPECT_THAT(recorder.pictures(), SizeIs(2));
+    EXPECT_THAT(lastDirty(), IsEmpty());
+    EXPECT_EQ(seen(0, 0), red);
+    work();
+    EXPECT_EQ(seen(0, 0), green);
+}
+
+TEST_F(PictureStreamTest, ContentThatFailsEndsTheStreamWithItsError)
+{
+    begin();
+    now += 100 * millisecond;
+    content.error = Error{"test", 3, "It broke.", nullptr};
+    draw({0, 0, 1, 1}, green);
+    const auto worked = stream.work();
+    ASSERT_FALSE(worked);
+    EXPECT_EQ(worked.error().code, 3);
+    EXPECT_THAT(recorder.pictures(), SizeIs(1));
+}
+
+TEST_F(PictureStreamTest, WhatIsDrawnWhileAPictureIsFetchedIsInItAndMissedByNone)
+{
+    begin();
+    for (int frame = 0; frame < 12; ++frame) {
+        now += 20 * millisecond;
+        draw({frame, 0, 1, 12}, green);
+        content.whileFetched = [&] { draw({15 - frame, 4, 1, 2}, blue); };
+        work();
+        EXPECT_EQ(seen(15 - frame, 5), blue) << frame;
+        EXPECT_EQ(recorder.complaints(), "") << frame;
+    }
+    EXPECT_EQ(content.colours(), recorder.lastColours());
+}
+
+TEST_F(PictureStreamTest, ASlowFetchCountsFromItsBeginning)
+{
+    begin();
+    now += 100 * millisecond;
+    content.slowness = 30 * millisecond;
+    draw({0, 0, 4, 4}, green);
+    work();
+    EXPECT_EQ(times().back(), beginning + 100 * millisecond);
+    draw({0, 0, 4, 4}, blue);
+    EXPECT_LE(stream.deadline(), now) << "the next one is due already";
+    work();
+    EXPECT_EQ(times().back(), beginning + 130 * millisecond);
+}
+
+TEST_F(PictureStreamTest, ContentOfAnotherSizeIsFittedInWithBlackAround)
+{
+    begin(32, 12);
+    const auto fitted = fitRectangle(32, 12, 16, 12);
+    ASSERT_EQ(fitted, (PixelRect{0, 3, 16, 6}));
+    for (int y = 0; y < 12; ++y)
+        EXPECT_EQ(seen(8, y), y >= 3 && y < 9 ? red : black) << "row " << y;
+}
+
+TEST_F(PictureStreamTest, OfScaledContentEveryChangeIsAllOfThePicture)
+{
+    begin(32, 24);
+    now += 100 * millisecond;
+    draw({30, 22, 2, 2}, green);
+    work();
+    EXPECT_THAT(lastDirty(), ElementsAre(PixelRect{0, 0, 16, 12}));
+    EXPECT_EQ(seen(15, 11), green);
+    EXPECT_EQ(seen(14, 11), red);
+}
+
+TEST_F(PictureStreamTest, ContentThatIsResizedBackAndForthLeavesNothingOfItsOtherSizes)
+{
+    begin();
+    // Some twice: two pictures take turns.
+    const std::vector<std::pair<int, int>> sizes{{32, 12}, {16, 12}, {16, 12}, {32, 12}, {32, 12}, {8, 12}, {16, 48}, {16, 12}, {8, 12}};
+    std::uint32_t colour = 1;
+    for (const auto& [width, height] : sizes) {
+        now += 100 * millisecond;
+        content.resize(width, height, ++colour);
+        stream.contentReplaced(width, height);
+        work();
+        const auto fitted = fitRectangle(width, height, 16, 12);
+        for (int y = 0; y < 12; ++y) {
+            for (int x = 0; x < 16; ++x)
+                ASSERT_EQ(seen(x, y), contains(fitted, {x, y, 1, 1}) ? colour : black) << width << 'x' << height << " at " << x << ',' << y;
+        }
+    }
+}
+
+TEST_F(PictureStreamTest, AResizeDuringAFetchIsFetchedAnew)
+{
+    begin();
+    now += 100 * millisecond;
+    content.refusals = 1;
+    content.whileFetched = [&] {
+        content.resize(32, 12, blue);
+        stream.contentReplaced(32, 12);
+    };
+    draw({0, 0, 4, 4}, green);
+    work();
+    EXPECT_THAT(recorder.pictures(), SizeIs(1));
+    runUntil(now + sixtieth);
+    EXPECT_THAT(recorder.pictures(), SizeIs(2));
+    EXPECT_EQ(seen(8, 6), blue);
+    EXPECT_EQ(seen(8, 0), black);
+}
+
+TEST_F(PictureStreamTest, TheScalerIsMadeOnceAndNotBeforeItIsNeeded)
+{
+    begin();
+    EXPECT_EQ(scalersMade, 0);
+    for (int size = 17; size < 22; ++size) {
+        now += 100 * millisecond;
+        content.resize(size, 12, green);
+        stream.contentReplaced(size, 12);
+        work();
+    }
+    EXPECT_EQ(scalersMade, 1);
+}
+
+TEST_F(PictureStreamTest, AScalerThatCannotBeMadeEndsTheStream)
+{
+    hasScaler = false;
+    content.resize(32, 12, red);
+    stream.contentReplaced(32, 12);
+    const auto worked = stream.work();
+    ASSERT_FALSE(worked);
+    EXPECT_EQ(worked.error().code, 7);
+    EXPECT_THAT(recorder.pictures(), IsEmpty());
+}
+
+TEST_F(PictureStreamTest, TheFirstPictureWaitsUntilAllOfTheContentIsPainted)
+{
+    stream.awaitFirstPaint();
+    begin();
+    now += 50 * millisecond;
+    draw({0, 0, 16, 6}, green);
+    work();
+    EXPECT_THAT(recorder.pictures(), IsEmpty());
+    now += 50 * millisecond;
+    draw({0, 6, 16, 6}, green);
+    work();
+    EXPECT_THAT(times(), ElementsAre(beginning + 100 * millisecond));
+    EXPECT_THAT(recorder.lastColours(), Each(green));
+}
+
+TEST_F(PictureStreamTest, TheFirstPictureWaitsHalfASecondForItsPaintAndNoLonger)
+{
+    stream.awaitFirstPaint();
+    begin();
+    draw({0, 0, 16, 6}, green);
+    EXPECT_EQ(stream.deadline(), beginning + 500 * millisecond);
+    runUntil(beginning + 600 * millisecond);
+    EXPECT_THAT(times(), ElementsAre(beginning + 500 * millisecond));
+    EXPECT_EQ(seen(0, 0), green);
+    EXPECT_EQ(seen(0, 11), red);
+}
+
+TEST_F(PictureStreamTest, ContentThatIsReplacedWhileItIsPaintedIsPaintedAnew)
+{
+    stream.awaitFirstPaint();
+    begin();
+    draw({0, 0, 16, 6}, green);
+    content.resize(16, 10, blue);
+    stream.contentReplaced(16, 10);
+    draw({0, 6, 16, 4}, green);
+    work();
+    EXPECT_THAT(recorder.pictures(), IsEmpty());
+    draw({0, 0, 16, 6}, green);
+    work();
+    EXPECT_THAT(recorder.pictures(), SizeIs(1));
+}
+
+TEST_F(PictureStreamTest, LaterPicturesWaitForNoPaint)
+{
+    stream.awaitFirstPaint();
+    begin();
+    draw({0, 0, 16, 12}, green);
+    work();
+    now += 100 * millisecond;
+    content.resize(16, 12, blue);
+    stream.contentReplaced(16, 12);
+    work();
+    EXPECT_THAT(times(), ElementsAre(beginning, beginning + 100 * millisecond));
+}
+
+TEST_F(PictureStreamTest, WhatMovesOverTheContentMakesAPictureWithoutDamage)
+{
+    begin();
+    now += 100 * millisecond;
+    stream.setOverlayIsOutdated(true);
+    EXPECT_LE(stream.deadline(), now);
+    content.whileFetched = [&] {
+        content.overlay = PixelRect{14, 10, 4, 4};
+        stream.overlayChanged(*content.overlay);
+    };
+    work();
+    EXPECT_THAT(lastDirty(), ElementsAre(PixelRect{14, 10, 2, 2}));
+    EXPECT_EQ(seen(15, 11), PaintedContent::overlayColour);
+    EXPECT_EQ(stream.deadline(), now + 500 * millisecond) << "it is up to date";
+}
+
+TEST_F(PictureStreamTest, WhatMovesOverScaledContentMakesAllOfThePictureAnew)
+{
+    begin(32, 24);
+    now += 100 * millisecond;
+    stream.setOverlayIsOutdated(true);
+    work();
+    EXPECT_THAT(recorder.pictures(), SizeIs(2));
+    EXPECT_THAT(lastDirty(), ElementsAre(PixelRect{0, 0, 16, 12}));
+}
+
+TEST_F(PictureStreamTest, WhatMovedOverTheContentAndBackMakesNoPicture)
+{
+    begin();
+    now += 100 * millisecond;
+    stream.setOverlayIsOutdated(true);
+    stream.setOverlayIsOutdated(false);
+    work();
+    EXPECT_THAT(recorder.pictures(), SizeIs(1));
+}
+
+TEST_F(PictureStreamTest, APictureHasTheTimeOfItsContentWhereThatIsTold)
+{
+    begin();
+    now += 100 * millisecond;
+    draw({0, 0, 1, 1}, green);
+    work(now - 7 * millisecond);
+    EXPECT_EQ(times().back(), beginning + 93 * millisecond);
+}
+
+TEST_F(PictureStreamTest, ATimeOfTheContentThatCannotBeIsReplacedByTheClocks)
+{
+    begin();
+    for (const auto offset : {-101 * millisecond, -100 * millisecond, millisecond, -600 * millisecond}) {
+        now += 100 * millisecond;
+        draw({0, 0, 1, 1}, green);
+        work(now + offset);
+        EXPECT_EQ(times().back(), now) << offset;
+    }
+    now += 1000 * millisecond;
+    draw({0, 0, 1, 1}, blue);
+    const auto before = times().size();
+    work(now - 600 * millisecond);
+    EXPECT_THAT(times(), SizeIs(before + 1)) << "a picture that waited for somebody to want it";
+    EXPECT_EQ(times().back(), now);
+}
+
+TEST_F(PictureStreamTest, TimesAlwaysIncrease)
+{
+    auto configuration = pictureSize(16, 12);
+    configuration.minimumFrameInterval = MediaTime::zero();
+    PictureStream unlimited{configuration, PaintedContent::memory(PictureStream::requiredBytes(configuration)), content, nearestScalers(),
+        recorder.callbacks().picture, [this] { return now; }};
+    content.resize(16, 12, red);
+    unlimited.contentReplaced(16, 12);
+    for (int frame = 0; frame < 5; ++frame) {
+        ASSERT_TRUE(unlimited.work());
+        unlimited.damage({0, 0, 1, 1});
+    }
+    const auto seen = times();
+    ASSERT_THAT(seen, SizeIs(5));
+    for (std::size_t index = 1; index < seen.size(); ++index)
+        EXPECT_GT(seen[index], seen[index - 1]);
+}
+
+TEST_F(PictureStreamTest, DamageBeyondTheContentIsNoneOfThePictures)
+{
+    begin();
+    now += 100 * millisecond;
+    stream.damage({16, 0, 5, 5});
+    stream.damage({-9, -9, 9, 9});
+    work();
+    EXPECT_THAT(recorder.pictures(), SizeIs(1));
+    stream.damage({14, 10, 10, 10});
+    work();
+    EXPECT_THAT(lastDirty(), ElementsAre(PixelRect{14, 10, 2, 2}));
+}
+
+TEST(PictureStream, SizesFromOnePixelTo32767AreItsOwn)
+{
+    EXPECT_TRUE(PictureStream::isPossible(pictureSize(1, 1)));
+    EXPECT_TRUE(PictureStream::isPossible(pictureSize(32767, 32767)));
+    EXPECT_FALSE(PictureStream::isPossible(pictureSize(0, 100)));
+    EXPECT_FALSE(PictureStream::isPossible(pictureSize(100, 0)));
+    EXPECT_FALSE(PictureStream::isPossible(pictureSize(32768, 100)));
+    EXPECT_FALSE(PictureStream::isPossible(pictureSize(100, 32768)));
+}
+
+}  // namespace
+}  // namespace velmora::engine
