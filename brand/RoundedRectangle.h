@@ -33,7 +33,7 @@ private:
 
 /// As Qt's Rectangle, whose corners are drawn apart from its edges when the screen's scale is not whole. Corners are as round as the item has
 /// room for; a border lies inside and is at least one of the screen's pixels wide.
-class RoundedRectangle : public RoundedSurface {
+class RoundedRectangle : public velmora::RoundedSurface {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(QColor color MEMBER color_ NOTIFY lookChanged)
@@ -52,7 +52,7 @@ private:
 };
 
 /// The shadow that a rounded rectangle of the item's size and `radius` throws, `margin` points beyond the item at most.
-class RoundedShadow : public RoundedSurface {
+class RoundedShadow : public velmora::RoundedSurface {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(double radius MEMBER radius_ NOTIFY lookChanged)
