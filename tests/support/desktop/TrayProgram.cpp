@@ -11,6 +11,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <thread>
 
 namespace velmora::test {
 
@@ -92,17 +93,26 @@ std::string TrayProgram::lastSavedClip()
 
 bool TrayProgram::startByShortcut()
 {
-    // Two presses within half a second count as one.
-    record(600ms);
-    pressKeys({"alt+super+c"});
-    return hasState("recordingClip");
+    pressShortcut();
+    const bool isRecording = hasState("recordingClip");
+    shortcutWasTaken_ = std::chrono::steady_clock::now();
+    return isRecording;
 }
 
 bool TrayProgram::saveByShortcut()
 {
     const auto before = lastSavedClip();
+    pressShortcut();
+    const bool isSaved = waitUntil([&] { return lastSavedClip() != before; });
+    shortcutWasTaken_ = std::chrono::steady_clock::now();
+    return isSaved;
+}
+
+void TrayProgram::pressShortcut()
+{
+    // Two presses within half a second count as one, from when the program heard of the first.
+    std::this_thread::sleep_until(shortcutWasTaken_ + 510ms);
     pressKeys({"alt+super+c"});
-    return waitUntil([&] { return lastSavedClip() != before; });
 }
 
 std::vector<std::filesystem::path> TrayProgram::clips() const

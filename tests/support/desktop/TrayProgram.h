@@ -5,6 +5,7 @@
 
 #include <QJsonObject>
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -71,11 +72,13 @@ public:
 private:
     void start();
     void quit();
+    void pressShortcut();
 
     TemporaryDirectory home_;
     Environment environment_;
     const std::vector<std::string> launcher_;
     std::optional<Program> program_;
+    std::chrono::steady_clock::time_point shortcutWasTaken_;  ///< at the latest
 };
 
 /// Lets that much of the desktop's time go by: for what is recorded.
