@@ -94,11 +94,21 @@ Result<void> TrackedWindow::begin()
     if (!isPictureFormat(connection_, attributes->visual))
         return failX11(X11ErrorCode::unsupportedPixels, "Only windows with 24 or 32 bits a pixel can be captured.");
 
-    // Both at once: what the program paints because of the first must not come before the second.
+    // One moment for the server, so that whatever the program paints because of the redirection comes after it. The damage object's first
+    // report is the whole window, and the window's background is painted again: neither is the program's doing.
+    xcb_grab_server(connection_.xcb());
+    const auto named = connection_.newId();
+    const auto askedBefore = xcb_composite_name_window_pixmap_checked(connection_.xcb(), window_, named);
     const auto redirected = xcb_composite_redirect_window_checked(connection_.xcb(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     // Delta rectangles: each part that changes is told once until it is subtracted, however many requests draw it.
     const auto damage = connection_.newId();
     const auto followed = xcb_damage_create_checked(connection_.xcb(), damage, window_, XCB_DAMAGE_REPORT_LEVEL_DELTA_RECTANGLES);
+    begun_ = xcb_damage_subtract(connection_.xcb(), damage, XCB_NONE, XCB_NONE).sequence;
+    xcb_ungrab_server(connection_.xcb());
+    // Only of a redirected window can the pixmap be named (Composite 0.2).
+    wasRedirected_ = connection_.succeeded(askedBefore);
+    if (wasRedirected_)
+        xcb_free_pixmap(connection_.xcb(), named);
     const bool isRedirected = connection_.succeeded(redirected);
     if (connection_.succeeded(followed))
         damageId_ = damage;
@@ -116,6 +126,8 @@ void TrackedWindow::handle(const xcb_generic_event_t& event)
 {
     const auto type = typeOf(event);
     if (type == damageNotify_) {
+        if (isBefore(event.full_sequence, begun_))
+            return;
         const auto& damage = reinterpret_cast<const xcb_damage_notify_event_t&>(event);
         const PixelRect drawn{damage.area.x - contentX(), damage.area.y - contentY(), damage.area.width, damage.area.height};
         const auto inside = drawn.intersected({0, 0, content_.width, content_.height});

@@ -54,7 +54,11 @@ public:
     [[nodiscard]] std::int32_t contentX() const { return content_.x - border_; }
     [[nodiscard]] std::int32_t contentY() const { return content_.y - border_; }
 
-    /// Damage since the last call, in order, clipped to the content.
+    /// Whether it was redirected already when this began: then the content is its own from the first moment. Otherwise it begins with what
+    /// was on the screen in its place, other windows included, and its program is told to paint it anew.
+    [[nodiscard]] bool wasRedirected() const { return wasRedirected_; }
+
+    /// What its program has drawn since the last call, in order, clipped to the content.
     [[nodiscard]] std::vector<Damage>& damage() { return damage_; }
 
     /// Makes the server report anew what it has reported. Returns the number of that request.
@@ -76,6 +80,8 @@ private:
     xcb_atom_t stateAtom_ = XCB_NONE;
     xcb_atom_t extentsAtom_ = XCB_NONE;
     std::uint8_t damageNotify_ = 0;
+    std::uint32_t begun_ = 0;  ///< the request after which what is drawn is its program's doing
+    bool wasRedirected_ = false;
     PixelRect content_;
     std::int32_t border_ = 0;
     std::int32_t windowWidth_ = 0;

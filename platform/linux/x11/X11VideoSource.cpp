@@ -141,9 +141,8 @@ Result<std::unique_ptr<X11VideoSource::Capture>> X11VideoSource::Capture::create
     if (configuration.showsCursor)
         capture->cursor_ = CursorTracker::create(*capture->connection_);
     capture->invalidate();
-    // A window that becomes redirected begins with what was on the screen in its place, other windows included, and its program is told
-    // to paint it anew. One that does not paint all of it shows what there is.
-    capture->stream_->awaitFirstPaint();
+    if (!capture->window_->wasRedirected())
+        capture->stream_->awaitFirstPaint();
     capture->thread_ = std::thread([running = capture.get()] { running->run(); });
     return capture;
 }

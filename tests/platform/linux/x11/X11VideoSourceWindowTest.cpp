@@ -1,14 +1,22 @@
 // What happens to a captured window, on windows that the test draws itself.
+#include "base/MonotonicClock.h"
+#include "engine/pictures/PictureStream.h"
 #include "platform/linux/x11/Errors.h"
+#include "platform/linux/x11/TrackedWindow.h"
 #include "platform/linux/x11/X11VideoSource.h"
 #include "tests/platform/linux/x11/TestDesktop.h"
 
 #include <algorithm>
+#include <chrono>
 #include <future>
 #include <gtest/gtest.h>
+#include <memory>
+#include <optional>
 #include <random>
 #include <utility>
 #include <vector>
+#include <xcb/composite.h>
+#include <xcb/damage.h>
 #include <xcb/xfixes.h>
 
 namespace velmora::linux_backend {
@@ -28,6 +36,8 @@ public:
     {
         const auto started = source.start(recorder.callbacks());
         EXPECT_TRUE(started) << started.error().localizedDescription;
+        // As programs do when they are told to.
+        desktop.fill(window, {0, 0, width, height}, spec.background);
     }
 
     void fill(PixelRect rectangle, std::uint32_t colour)
@@ -69,7 +79,30 @@ TEST(X11VideoSourceWindow, TheFirstPictureIsTheWindow)
     EXPECT_EQ(captured.recorder.complaints(), "");
 }
 
-TEST(X11VideoSourceWindow, TheFirstPictureOfACoveredWindowIsWhatItsProgramPaintsAndNothingOfTheCover)
+TEST(X11VideoSourceWindow, AWindowWhoseProgramPaintsNothingIsShownAsItIs)
+{
+    TestDesktop desktop;
+    const auto window = desktop.showWindow({.background = 0x00ff00});
+    engine::Recorder recorder;
+    X11VideoSource source{window, engine::pictureSize(400, 300), engine::nearestScalers()};
+    ASSERT_TRUE(source.start(recorder.callbacks()));
+    recorder.waitForColours("the window as it was", std::vector<std::uint32_t>(std::size_t{400} * 300, 0x00ff00));
+}
+
+/// A connection on which captures may be made: the extensions know nobody who has not said which version he speaks.
+std::unique_ptr<Connection> captureConnection()
+{
+    auto connection = Connection::open(nullptr);
+    if (!connection)
+        return nullptr;
+    xcb_discard_reply((*connection)->xcb(), xcb_composite_query_version((*connection)->xcb(), 0, 4).sequence);
+    xcb_discard_reply((*connection)->xcb(), xcb_damage_query_version((*connection)->xcb(), 1, 1).sequence);
+    return std::move(*connection);
+}
+
+/// What the first picture of a covered window shows whose program takes its time, in parts of which none is the whole. Nothing when the
+/// test itself took so long that a window of which nothing more is painted would have been shown.
+std::optional<std::vector<std::uint32_t>> firstPictureOfACoveredWindow()
 {
     TestDesktop desktop;
     const auto window = desktop.showWindow({});
@@ -86,14 +119,62 @@ TEST(X11VideoSourceWindow, TheFirstPictureOfACoveredWindowIsWhatItsProgramPaints
         if (std::exchange(isFirst, false))
             first.set_value(recorder.lastColours());
     };
-    ASSERT_TRUE(source.start(std::move(callbacks)));
-    // In parts, as programs do, of which none is the whole.
+    const auto begin = monotonicNow();
+    EXPECT_TRUE(source.start(std::move(callbacks)));
     desktop.fill(window, {0, 0, place.width, 200}, 0xff8800);
+    desktop.sync();
+    const bool tooEarly = seen.wait_for(std::chrono::milliseconds{100}) == std::future_status::ready;
     desktop.fill(window, {0, 200, place.width, place.height - 200}, 0xff8800);
-    ASSERT_EQ(seen.wait_for(engine::patience), std::future_status::ready);
-    const auto colours = seen.get();
-    EXPECT_EQ(std::count(colours.begin(), colours.end(), 0xff8800U), std::int64_t{place.width} * place.height);
+    desktop.sync();
+    if (!tooEarly && monotonicNow() - begin >= engine::PictureStream::longestFirstPaint)
+        return std::nullopt;
+    EXPECT_EQ(seen.wait_for(engine::patience), std::future_status::ready);
     source.stop();
+    return seen.get();
+}
+
+TEST(X11VideoSourceWindow, TheFirstPictureOfACoveredWindowIsWhatItsProgramPaintsAndNothingOfTheCover)
+{
+    auto colours = firstPictureOfACoveredWindow();
+    while (!colours)
+        colours = firstPictureOfACoveredWindow();
+    EXPECT_EQ(*colours, std::vector<std::uint32_t>(colours->size(), 0xff8800));
+}
+
+TEST(X11VideoSourceWindow, AWindowThatIsCapturedAlreadyIsItsOwnFromTheFirstMoment)
+{
+    TestDesktop desktop;
+    const auto window = desktop.showWindow({});
+    const auto connection = captureConnection();
+    ASSERT_TRUE(connection);
+    const auto first = TrackedWindow::create(*connection, window);
+    ASSERT_TRUE(first);
+    EXPECT_FALSE((*first)->wasRedirected());
+    const auto other = captureConnection();
+    ASSERT_TRUE(other);
+    const auto second = TrackedWindow::create(*other, window);
+    ASSERT_TRUE(second);
+    EXPECT_TRUE((*second)->wasRedirected());
+}
+
+TEST(X11VideoSourceWindow, WhatComesBeforeTheProgramPaintsIsNoPaintingOfIts)
+{
+    TestDesktop desktop;
+    const auto window = desktop.showWindow({});
+    const auto connection = captureConnection();
+    ASSERT_TRUE(connection);
+    const auto tracked = TrackedWindow::create(*connection, window);
+    ASSERT_TRUE(tracked);
+    desktop.fill(window, {10, 20, 30, 40}, 0xff8800);
+    desktop.sync();
+    // The server has said all that it has to say.
+    ASSERT_TRUE(connection->reply(xcb_get_input_focus_reply, xcb_get_input_focus(connection->xcb())));
+    while (const Event event = connection->poll())
+        (*tracked)->handle(*event);
+    std::vector<PixelRect> painted;
+    for (const auto& damage : (*tracked)->damage())
+        painted.push_back(damage.rectangle);
+    EXPECT_EQ(painted, (std::vector<PixelRect>{{10, 20, 30, 40}}));
 }
 
 TEST(X11VideoSourceWindow, ASmallChangeIsAllThatIsDirty)
