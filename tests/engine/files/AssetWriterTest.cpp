@@ -332,7 +332,7 @@ TEST(AssetWriter, AFileThatWasMovedMeanwhileFailsAndNamesThePlaceWhereItLiesWhol
     ASSERT_TRUE(writing.writer->error());
     EXPECT_EQ(writing.writer->error()->code, ENOENT);
     EXPECT_EQ(writing.writer->error()->localizedDescription,
-        "The file was moved while it was being recorded. The whole clip is " + place.native() + ".");
+        "The file was moved while it was being recorded. The whole clip is at " + place.native() + ".");
     EXPECT_EQ(decodeClean(place).pictures.size(), 60U);
 }
 

@@ -678,8 +678,7 @@ TEST(TrimPlanner, SaysWhyItRefuses)
 {
     auto source = threeSeconds();
     source.tracks[0].format = pictureFormat("hvc1");
-    EXPECT_EQ(
-        planTrim(source, seconds(1, 2)).error().localizedDescription, "The file cannot be trimmed exactly: its pictures are no H.264.");
+    EXPECT_EQ(planTrim(source, seconds(1, 2)).error().localizedDescription, "The file cannot be trimmed exactly: its video is not H.264.");
 }
 
 }  // namespace
