@@ -499,7 +499,7 @@ TEST_F(OverlappingSavesTest, WithoutARecordingTheCallerAloneIsToldSo)
 {
     Answer answer;
     coordinator->stopRecording(answer.take());
-    EXPECT_EQ(answer.complaint, "No recording runs.");
+    EXPECT_EQ(answer.complaint, "No recording is running.");
     EXPECT_THAT(errors, IsEmpty());
 }
 
