@@ -36,7 +36,7 @@ public:
     [[nodiscard]] const std::optional<std::string>& lastError() const { return lastError_; }
 
     /// Queries the desktop afresh and replaces availableWindows(). `completion` is called once, on the main thread, when the result or
-    /// the failure has been published; never when the service is gone first. Calls may overlap: the later completion wins.
+    /// the failure has been published; never if the service is gone first. Calls may overlap: the later completion wins.
     void refreshWindows(UniqueFunction<void()> completion = [] {});
 
     /// True for an entry that the user has to grant in the desktop's own dialog: then requestWindow() comes before a capture.
@@ -44,20 +44,20 @@ public:
 
     using RequestCompletion = UniqueFunction<void(Result<std::optional<CapturedWindowInfo>>)>;
 
-    /// Lets the desktop ask its user. `completion` gets what is to be captured, none when the user cancelled; once, on the main thread, never
-    /// when the service is gone first.
+    /// Has the desktop ask the user. `completion` gets what is to be captured, none if the user cancelled; once, on the main thread, never
+    /// if the service is gone first.
     void requestWindow(std::uint32_t id, RequestCompletion completion);
 
     using SoundCompletion = UniqueFunction<void(std::optional<platform::SoundChoices>)>;
 
-    /// Whose sound may go with the window that was granted, asked afresh each time; none when nothing can sound. `completion` is called
-    /// once, on the main thread, never when the service is gone first.
+    /// Whose sound may go with the window that was granted, asked afresh each time; none when there can be no sound. `completion` is called
+    /// once, on the main thread, never if the service is gone first.
     void getSoundChoices(std::uint32_t id, SoundCompletion completion);
 
     /// One of the choices; none: no sound. Holds for captures that begin from now on.
     void chooseSound(std::uint32_t id, const platform::SoundChoice& choice) { content_->chooseSound(id, choice); }
 
-    /// A granted window is not to be captured after all; nothing for one that is captured.
+    /// A granted window is not to be captured after all. Does nothing for one that is being captured.
     void giveBackWindow(std::uint32_t id) { content_->giveBackWindow(id); }
 
     /// See window_catalogue::findWindow.
