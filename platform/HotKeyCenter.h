@@ -22,7 +22,7 @@ struct HotKeyID {
 
 /// One press. Holding the keys down is one press.
 struct HotKeyEvent {
-    std::optional<HotKeyID> hotKeyID;  ///< none when the event does not tell
+    std::optional<HotKeyID> hotKeyID;  ///< none when the event does not say
 };
 
 /// Main thread only.
@@ -40,7 +40,7 @@ public:
     static constexpr std::uint32_t optionModifier = 0x800;
     static constexpr std::uint32_t controlModifier = 0x1000;
 
-    /// The registration has been asked for, and is not decided on yet.
+    /// The registration has been asked for but not yet decided.
     static constexpr HotKeyStatus pending = -100;
 
     virtual ~HotKeyCenter() = default;
@@ -48,26 +48,26 @@ public:
     virtual tl::expected<EventHandlerReference, HotKeyStatus> installEventHandler(EventHandler handler) = 0;
     virtual void removeEventHandler(EventHandlerReference reference) = 0;
 
-    /// `keyCode` is the position of a key on the ANSI layout (8: the key right of X), not a character; `modifiers` are the bits above.
+    /// `keyCode` is the position of a key on the ANSI layout (8: the key to the right of X), not a character; `modifiers` are the bits above.
     virtual tl::expected<HotKeyReference, HotKeyStatus> registerEventHotKey(
         std::uint32_t keyCode, std::uint32_t modifiers, HotKeyID hotKeyID) = 0;
     virtual void unregisterEventHotKey(HotKeyReference reference) = 0;
 
-    /// Where the desktop decides on hot keys in its own time: `changed` is called when registering the same again may come out
-    /// differently. It replaces the observer before; none ends that.
+    /// For a desktop that decides on hot keys in its own time: `changed` is called when registering the same again may turn out
+    /// differently. It replaces the previous observer; an empty one ends that.
     virtual void observeDecisions(std::function<void()> /*changed*/) { }
 
-    /// For the user: why the last registration failed, and what to do about it. Empty where nothing is known beyond its status.
+    /// For the user: why the last registration failed, and what to do about it. Empty when nothing is known beyond its status.
     [[nodiscard]] virtual std::string explanation() const { return {}; }
 
-    /// What stands on the key at this position of the user's keyboard: "C", "J" on a Dvorak layout, "С" on a Cyrillic one. Empty where nobody
-    /// tells.
+    /// What is on the key at this position of the user's keyboard: "C", "J" on a Dvorak layout, "С" on a Cyrillic one. Empty if that is
+    /// unknown.
     [[nodiscard]] virtual std::string keyText(std::uint32_t /*keyCode*/) const { return {}; }
 
-    /// `changed` is called when another text may stand on the keys. It replaces the observer before; none ends that.
+    /// `changed` is called when the text on the keys may have changed. It replaces the previous observer; an empty one ends that.
     virtual void observeKeyTexts(std::function<void()> /*changed*/) { }
 
-    /// What the desktop calls the keys that it has bound to the hot key. Empty where they are those that were registered.
+    /// What the desktop calls the keys that it has bound to the hot key. Empty if they are those that were registered.
     [[nodiscard]] virtual std::string boundKeys(HotKeyReference /*reference*/) const { return {}; }
 };
 
