@@ -336,7 +336,7 @@ TEST(AssetWriter, AFileThatWasMovedMeanwhileFailsAndNamesThePlaceWhereItLiesWhol
     EXPECT_EQ(decodeClean(place).pictures.size(), 60U);
 }
 
-// Two who want one name at once, again and again: each removes what nobody holds, and then creates.
+// Two who want the same name at once, again and again: each removes what nobody holds, then creates.
 TEST(AssetWriter, OfTwoWritersOfOneNameNoneLosesItsFileToTheOther)
 {
     const TemporaryDirectory folder;
