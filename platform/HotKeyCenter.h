@@ -28,7 +28,7 @@ struct HotKeyEvent {
 /// Main thread only.
 class HotKeyCenter {
 public:
-    /// 0 is no reference.
+    /// 0 is not a reference.
     using EventHandlerReference = std::uint64_t;
     using HotKeyReference = std::uint64_t;
 

@@ -63,7 +63,7 @@ public:
     /// What to do about that; empty when the message says so itself.
     [[nodiscard]] QString shortcutHelp() const;
 
-    /// The keys by the names they have here, with a word on where that is.
+    /// The keys as this keyboard or this desktop names them, and which of the two.
     [[nodiscard]] QString shortcutKeys() const;
 
     [[nodiscard]] bool hasScreenRecordingPermission() const { return services_.permissionManager->hasScreenRecordingPermission(); }

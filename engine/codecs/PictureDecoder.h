@@ -1,4 +1,4 @@
-// Decoding of single pictures, whoever does it.
+// Decoding single pictures, whichever library does it.
 #pragma once
 
 #include "base/Result.h"

@@ -1,4 +1,4 @@
-// Scaling of pictures, whoever does it.
+// Scaling pictures, whichever library does it.
 #pragma once
 
 #include "base/Geometry.h"

@@ -28,7 +28,7 @@ public:
     /// Places a block of `frames` whose stamp says that it begins at frame `stamp`.
     BlockPlacement place(std::int64_t stamp, std::int32_t frames);
 
-    /// The source was silent for long: the next stamp is believed at once.
+    /// The source has been silent for long: the next stamp is believed at once.
     void restart();
 
     /// The frame after the last one placed; none before the first block.

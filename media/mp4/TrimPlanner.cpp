@@ -19,7 +19,7 @@ namespace {
 constexpr MediaTime shortestLeadInGap{34, 1000};
 constexpr MediaTime longestLeadInGap{1, 1};
 
-/// Between the end of what is shown and pictures behind it. More than any rounding.
+/// Between the end of what is shown and pictures after it. More than any rounding.
 constexpr MediaTime leadOutGap{1, 1000};
 
 /// From this time scale on, a tick is too short to be seen.

@@ -25,7 +25,7 @@ using StartsAfresh = std::function<Result<bool>(const Sample&)>;
 /// `range` may have any time scale. It is cut to the length of the movie; an end that is the movie's end as nearly as its time scale can
 /// express means that end. The whole movie keeps every sample and its time.
 ///
-/// A fragmented movie is planned as a whole one, edits heeded. Errors: ErrorCode::invalidRange; unsupported, which says why, where the
+/// A fragmented movie is planned like a whole one, edits honoured. Errors: ErrorCode::invalidRange; unsupported, which says why, where the
 /// rules cannot be kept: anything but one track of H.264 pictures and AAC-LC sound, several sample descriptions in a track, edits that put
 /// several parts together or change the speed; nothingInside; tooLarge; damaged.
 ///
