@@ -60,7 +60,7 @@ public:
     /// For the user: why the last registration failed, and what to do about it. Empty when nothing is known beyond its status.
     [[nodiscard]] virtual std::string explanation() const { return {}; }
 
-    /// What is on the key at this position of the user's keyboard: "C", "J" on a Dvorak layout, "С" on a Cyrillic one. Empty if that is
+    /// The text on the key at this position of the user's keyboard: "C", "J" on a Dvorak layout, "С" on a Cyrillic one. Empty if that is
     /// unknown.
     [[nodiscard]] virtual std::string keyText(std::uint32_t /*keyCode*/) const { return {}; }
 

@@ -64,7 +64,7 @@ public:
     /// What the desktop calls the keys that it has bound; empty if they are those of the shortcut.
     [[nodiscard]] std::string boundKeys() const;
 
-    /// What is printed on the shortcut's key of the user's keyboard; "C", as on the default shortcut's, if that is unknown.
+    /// The text on the shortcut's key in the user's keyboard layout; "C", as on the default shortcut's, if that is unknown.
     [[nodiscard]] std::string keyText() const;
 
     /// Registers the shortcut anew. If the desktop takes its time to decide, the properties follow when it has decided.

@@ -61,7 +61,7 @@ struct Track {
 struct Movie {
     std::int32_t timescale = 0;
     std::uint64_t creationTime = 0;  ///< seconds since 1904, UTC
-    /// The least duration that the movie's header states, in `timescale`. 0 in what a reader found.
+    /// The movie's header states at least this duration, in `timescale`. 0 in what a reader found.
     std::uint64_t leastDuration = 0;
     /// True: the index describes the tracks only, and samples come in fragments ("mvex").
     bool isFragmented = false;

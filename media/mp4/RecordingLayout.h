@@ -28,7 +28,7 @@ namespace velmora::mp4 {
 inline constexpr std::string_view errorDomain = "Velmora.MP4";
 
 enum class ErrorCode : int {
-    damaged = 1,  ///< the file contradicts itself
+    damaged = 1,  ///< the file claims the impossible
     notAMovie = 2,  ///< not an MP4 file
     foreign = 3,  ///< written by something else
     inUse = 4,  ///< somebody else is writing it
