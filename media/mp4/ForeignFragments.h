@@ -21,7 +21,7 @@ public:
 
     void add(std::vector<ParsedRun> runs);
 
-    /// Something may be missing from where the tracks end now.
+    /// From the tracks' current ends on, something may be missing.
     void noteUnread(std::string what);
 
     /// Once, after the last fragment: what could not be read, from the earliest time on.

@@ -19,7 +19,7 @@ inline constexpr std::int32_t videoTimescale = 90000;
 /// A picture that nothing ends is shown for at most this long.
 inline constexpr MediaTime longestLastPicture{1, 2};
 
-/// No time that a file is believed lies further from its beginning (34 years): sums and conversions of such times never overflow.
+/// No time in a file is believed that lies further from its beginning (34 years): sums and conversions of such times never overflow.
 inline constexpr std::int64_t largestSeconds = std::int64_t{1} << 30;
 
 /// One entry of an edit list (ISO 14496-12 8.6.6).
