@@ -75,7 +75,7 @@ public:
     /// True while frames go into a file.
     [[nodiscard]] bool isRecording() const { return services_.captureService->isRecordingManualClip(); }
 
-    // The caller of any of the following is told the outcome of that very call, whatever else goes on: on the main thread, exactly once, after
+    // The caller of any of these is told the outcome of that very call, whatever else goes on: on the main thread, exactly once, after
     // the shell's callbacks. An error's description is the message that the shell also gets.
 
     /// Chooses the window and captures it. `superseded`: a later call has overtaken this one.

@@ -70,7 +70,7 @@ public:
 
     void setDelegate(std::weak_ptr<ScreenCaptureKitServiceDelegate> delegate) { delegate_ = std::move(delegate); }
 
-    /// Stops what is running and captures `window`. `completion` is called exactly once, on the main thread. Nothing is kept of a start that
+    /// Stops what runs and captures `window`. `completion` is called exactly once, on the main thread. Nothing is kept of a start that
     /// failed.
     void startCapture(const CapturedWindowInfo& window, StartCompletion completion);
 
@@ -121,7 +121,7 @@ private:
     std::optional<CapturedWindowInfo> activeWindow_;
     std::atomic<bool> isCapturing_ = false;  // read by the sample queues without a lock
 
-    // The lock is held to test, install or detach the writer or hand on a sample; only stopCapture() bypasses it. The cell keeps that from being a
+    // The lock is held to test, install, detach or hand on one sample; only stopCapture() bypasses it. The cell keeps that from being a
     // data race.
     SharedCell<ManualRecordingWriter> activeManualWriter_;
     mutable Mutex manualWriterLock_;

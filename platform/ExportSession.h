@@ -15,7 +15,7 @@ namespace velmora::platform {
 
 enum class ExportPreset { passthrough };  ///< nothing is encoded anew
 
-/// Exports once. The setters come before exportAsynchronously(); only setOutputURL() is required. cancelExport() and the getters: any thread.
+/// Exports once. The setters come before exportAsynchronously(); only setOutputURL() is required. cancelExport(), the getters: any thread.
 ///
 /// unknown -> exportAsynchronously -> waiting -> exporting -> completed, failed or cancelled. The output has its name only when it is
 /// whole and on the disk; a session that fails, is cancelled or destroyed leaves nothing. The asset is only read.

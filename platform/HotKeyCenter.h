@@ -48,7 +48,7 @@ public:
     virtual tl::expected<EventHandlerReference, HotKeyStatus> installEventHandler(EventHandler handler) = 0;
     virtual void removeEventHandler(EventHandlerReference reference) = 0;
 
-    /// `keyCode` is the position of a key on the ANSI layout (8: the key to the right of X), not a character; `modifiers` are the bits above.
+    /// `keyCode` is the position of a key on the ANSI layout (8: the key right of X), not a character; `modifiers` are the bits above.
     virtual tl::expected<HotKeyReference, HotKeyStatus> registerEventHotKey(
         std::uint32_t keyCode, std::uint32_t modifiers, HotKeyID hotKeyID) = 0;
     virtual void unregisterEventHotKey(HotKeyReference reference) = 0;

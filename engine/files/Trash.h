@@ -13,8 +13,8 @@ struct TrashedFile {
     std::filesystem::path info;  ///< says where it lay and when it was put here; empty where a desktop needs no such file
 };
 
-/// The desktop's trash. Every file browser lists and restores what lies in it. Safe on any thread; waits for the disk, not in proportion to the
-/// file's size.
+/// The desktop's trash. Every file browser lists and restores what lies in it. Safe on any thread; waits for the disk, but no
+/// longer for a large file.
 class Trash {
 public:
     /// Moves a file. Replaces nothing: EEXIST if something is at `to`. EXDEV if that is on another file system.

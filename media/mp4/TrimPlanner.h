@@ -16,7 +16,7 @@ using StartsAfresh = std::function<Result<bool>(const Sample&)>;
 ///
 /// Pictures begin at a key frame. Those that are there only to be decoded lie before the edit (ISO 14496-12 8.6.6), one tick each and
 /// the last of them 34 ms, what the stream says a picture lasts, or their average distance, whichever is longest, up to a second: players
-/// that honour edits to the frame only need some distance there, and those that honour none show little extra. The first shown picture begins
+/// that honour edits to the frame only need some distance there, and those that honour none show little extra. The first shown one begins
 /// with the edit, the last one ends at the range's end; pictures that are decoded for others and would be shown later follow close behind.
 /// Sound begins one packet early, because an AAC decoder needs the packet before, and the edit cuts it to the sample. A track that
 /// begins late keeps its distance, and so does sound after a gap; the part's sound has a tick for each frame, whatever its time scale was.
