@@ -53,21 +53,21 @@ public:
         std::uint32_t keyCode, std::uint32_t modifiers, HotKeyID hotKeyID) = 0;
     virtual void unregisterEventHotKey(HotKeyReference reference) = 0;
 
-    /// For a desktop that decides on hot keys in its own time: `changed` is called when registering the same again may turn out
-    /// differently. It replaces the previous observer; an empty one ends that.
+    /// Where the desktop decides on hot keys in its own time: `changed` is called when registering the same again may come out
+    /// differently. It replaces the observer before; none ends that.
     virtual void observeDecisions(std::function<void()> /*changed*/) { }
 
-    /// For the user: why the last registration failed, and what to do about it. Empty when nothing is known beyond its status.
+    /// For the user: why the last registration failed, and what to do about it. Empty where nothing is known beyond its status.
     [[nodiscard]] virtual std::string explanation() const { return {}; }
 
-    /// The text on the key at this position of the user's keyboard: "C", "J" on a Dvorak layout, "С" on a Cyrillic one. Empty if that is
-    /// unknown.
+    /// What stands on the key at this position of the user's keyboard: "C", "J" on a Dvorak layout, "С" on a Cyrillic one. Empty where nobody
+    /// tells.
     [[nodiscard]] virtual std::string keyText(std::uint32_t /*keyCode*/) const { return {}; }
 
-    /// `changed` is called when the text on the keys may have changed. It replaces the previous observer; an empty one ends that.
+    /// `changed` is called when another text may stand on the keys. It replaces the observer before; none ends that.
     virtual void observeKeyTexts(std::function<void()> /*changed*/) { }
 
-    /// What the desktop calls the keys that it has bound to the hot key. Empty if they are those that were registered.
+    /// What the desktop calls the keys that it has bound to the hot key. Empty where they are those that were registered.
     [[nodiscard]] virtual std::string boundKeys(HotKeyReference /*reference*/) const { return {}; }
 };
 

@@ -17,8 +17,8 @@ public:
     /// May show the system's own prompt; true when access is there afterwards.
     virtual bool requestScreenCaptureAccess() = 0;
 
-    /// If the answer takes its time, preflightScreenCaptureAccess() tells what is known (access, as long as nothing is), and
-    /// `changed` is called on the main thread once it knows better. It replaces the previous observer; an empty one ends that.
+    /// Where the answer takes its time, preflightScreenCaptureAccess() tells what is known, which is access as long as nothing is, and
+    /// `changed` is called on the main thread when it has come to know better. It replaces the observer before; none ends that.
     virtual void observeAccess(std::function<void()> /*changed*/) { }
 
     /// One sentence on why there is no access, as the last call found it; empty when there is access or nothing more is known.

@@ -27,7 +27,7 @@ struct ShareableWindow {
     std::int64_t windowLayer = 0;  ///< 0 is the layer of ordinary windows
     bool isOnScreen = false;
     std::optional<RunningApplication> owningApplication;
-    bool isChoice = false;  ///< not a window yet, but one for the user to choose when this is requested; it has no frame
+    bool isChoice = false;  ///< no window yet but one to be chosen by the user when this is requested; it has no frame
 
     friend bool operator==(const ShareableWindow&, const ShareableWindow&) = default;
 };
@@ -49,23 +49,23 @@ struct ShareableContent {
 /// An application whose sound can go with a window.
 struct AudibleApplication {
     RunningApplication application;
-    std::string nowPlaying;  ///< what it says it is playing; may be empty
-    bool isPlaying = false;  ///< false: it is paused, or was chosen before and is not there now
+    std::string nowPlaying;  ///< what it says that it plays; may be empty
+    bool isPlaying = false;  ///< false: it has paused, or was chosen before and is not there now
 
     friend bool operator==(const AudibleApplication&, const AudibleApplication&) = default;
 };
 
-/// Whose sound may go with a granted window, of which a desktop tells less than of others. "No sound" is always a choice.
+/// Whose sound may go with a window that was granted, where a desktop tells less of it than of others. "No sound" is always among it.
 struct SoundChoices {
     enum class Suggestion {
         nothing,
-        windowsOwn,  ///< the first application, because the desktop says that the window is its own: nobody has to be asked
-        onlyPlaying,  ///< the first application, because no other is playing
+        windowsOwn,  ///< the first application, because the desktop tells that the window is its: nobody has to be asked
+        onlyPlaying,  ///< the first application, because no other plays
         asBefore,  ///< the first application, because it was chosen for this window before
         noSoundAsBefore,
     };
 
-    std::vector<AudibleApplication> applications;  ///< the suggested one first, then those that are playing
+    std::vector<AudibleApplication> applications;  ///< the suggested one first, then those that play
     Suggestion suggestion = Suggestion::nothing;
 
     friend bool operator==(const SoundChoices&, const SoundChoices&) = default;
@@ -73,7 +73,7 @@ struct SoundChoices {
 
 /// Whose sound goes with a window.
 struct SoundChoice {
-    std::optional<RunningApplication> application;  ///< none: no sound
+    std::optional<RunningApplication> application;  ///< none: it has no sound
 
     friend bool operator==(const SoundChoice&, const SoundChoice&) = default;
 };
@@ -81,9 +81,9 @@ struct SoundChoice {
 class ShareableContentProvider {
 public:
     using Completion = UniqueFunction<void(Result<ShareableContent>)>;
-    /// The window as it was granted, perhaps not the one asked for; none if the user cancelled.
+    /// The window as it was granted, perhaps another one than was asked for; none when the user cancelled.
     using RequestCompletion = UniqueFunction<void(Result<std::optional<ShareableWindow>>)>;
-    /// None: there is nothing to choose, because there can be no sound.
+    /// None: there is nothing to choose, because nothing can sound.
     using SoundCompletion = UniqueFunction<void(std::optional<SoundChoices>)>;
 
     virtual ~ShareableContentProvider() = default;
@@ -91,22 +91,22 @@ public:
     /// Queries the desktop afresh. `completion` is called exactly once, on any thread, perhaps before this call returns.
     virtual void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly, Completion completion) = 0;
 
-    /// True for a listed window that the user has to grant first, in a dialog of the desktop's own: such a window has to be requested
-    /// before it is captured, and what is granted is captured in its place. Main thread.
+    /// True for a listed window that its user has to grant first, in a dialog of the desktop's own: such a window is to be requested
+    /// before it is captured, and what is granted is captured instead of it. Main thread.
     [[nodiscard]] virtual bool needsRequest(std::uint32_t /*windowID*/) const { return false; }
 
-    // The rest is for windows that need to be requested: nobody calls it on a provider without any.
+    // The rest is for windows that need to be requested: nobody calls it on a provider that has none.
 
     /// For windows that need it. Main thread; `completion` is called once, on the main thread, not before this call has returned. A later
-    /// request cancels one that is under way.
+    /// request cancels one that is on its way.
     virtual void requestWindow(std::uint32_t /*windowID*/, RequestCompletion /*completion*/) { }
 
-    /// The last step of a request, for windows that needed one: asks, afresh each time, whose sound may go with the window that was
-    /// granted. If there are choices, the window stays granted until one is made or it is given back. Main thread; `completion` is
+    /// The last step of a request, for windows that needed one: asks, each time afresh, whose sound may go with the window that was
+    /// granted. Where there are choices, the window stays granted until one is made or it is given back. Main thread; `completion` is
     /// called once, on the main thread, not before this call has returned.
     virtual void getSoundChoices(std::uint32_t /*windowID*/, SoundCompletion /*completion*/) { }
 
-    /// Makes one of the choices. It holds for captures of the window that begin from now on, and is remembered with it. Main thread.
+    /// One of the choices. It holds for captures of the window that begin from now on, and is remembered with the window. Main thread.
     virtual void chooseSound(std::uint32_t /*windowID*/, const SoundChoice& /*choice*/) { }
 
     /// The granted window is not to be captured after all. Main thread.

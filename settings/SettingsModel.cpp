@@ -62,7 +62,7 @@ QString SettingsModel::permissionExplanation() const
 void SettingsModel::viewWillAppear()
 {
     services_.permissionManager->checkPermissions();
-    // The folder of the user's videos may have changed by now.
+    // The folder of the user's videos may be another one by now.
     emit savedClipsFolderChanged();
     // So may the keyboard's layout.
     emit shortcutChanged();

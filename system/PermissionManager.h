@@ -13,7 +13,7 @@
 
 namespace velmora {
 
-/// Main thread only. Nothing polls: only the operations below, and what follows from them, change the flags. Every change is announced by
+/// Main thread only. Nothing polls: the flags change by the operations below, and what follows them, alone. Every change is announced by
 /// objectWillChange() before it takes effect and by the property's own signal after.
 class PermissionManager final : public QObject {
     Q_OBJECT

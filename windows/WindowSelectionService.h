@@ -50,14 +50,14 @@ public:
 
     using SoundCompletion = UniqueFunction<void(std::optional<platform::SoundChoices>)>;
 
-    /// Whose sound may go with the window that was granted, asked afresh each time; none when there can be no sound. `completion` is called
-    /// once, on the main thread, never if the service is gone first.
+    /// Whose sound may go with the window that was granted, asked afresh each time; none when nothing can sound. `completion` is called
+    /// once, on the main thread, never when the service is gone first.
     void getSoundChoices(std::uint32_t id, SoundCompletion completion);
 
     /// One of the choices; none: no sound. Holds for captures that begin from now on.
     void chooseSound(std::uint32_t id, const platform::SoundChoice& choice) { content_->chooseSound(id, choice); }
 
-    /// A granted window is not to be captured after all. Does nothing for one that is being captured.
+    /// A granted window is not to be captured after all; nothing for one that is captured.
     void giveBackWindow(std::uint32_t id) { content_->giveBackWindow(id); }
 
     /// See window_catalogue::findWindow.

@@ -26,7 +26,7 @@ public:
 
     explicit SoundChoiceModel(std::shared_ptr<WindowSelectionService> windowService, QObject* parent = nullptr);
 
-    /// Begins anew, with the suggestion selected; nothing if there is none.
+    /// Begins anew, with what is suggested selected; nothing where nothing is.
     void show(std::uint32_t windowID, platform::SoundChoices choices);
 
     /// "Refresh List": asks again, and keeps the selection if it is still listed.
