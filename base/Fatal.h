@@ -1,4 +1,4 @@
-// The end for states that no program can go on from.
+// The end for states from which no program can go on.
 #pragma once
 
 #include <string_view>

@@ -1,4 +1,4 @@
-// The clock of everything that is captured.
+// The clock for everything that is captured.
 #pragma once
 
 #include <cstdint>

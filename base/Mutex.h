@@ -1,4 +1,4 @@
-// A mutex that clang's thread-safety analysis understands (std::mutex of libstdc++ is no capability for it).
+// A mutex that clang's thread-safety analysis understands (libstdc++'s std::mutex is not a capability to it).
 #pragma once
 
 #include <chrono>
@@ -53,7 +53,7 @@ public:
         held.release();
     }
 
-    /// False when `deadline` passed without a wake-up.
+    /// False when `deadline` has passed without a wake-up.
     template <typename Clock, typename Duration>
     bool waitUntil(Mutex& mutex, std::chrono::time_point<Clock, Duration> deadline) REQUIRES(mutex)
     {

@@ -9,7 +9,7 @@
 
 namespace velmora {
 
-/// A failure as a person and a program can both read it.
+/// A failure in a form that both a person and a program can read.
 ///
 /// `domain` and `code` identify the failure ("Velmora.ScreenCaptureKitService", -1); `localizedDescription` is one sentence for
 /// the user and is never empty. `underlying` is the failure that caused this one, as it was received.

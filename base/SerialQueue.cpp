@@ -42,7 +42,7 @@ struct SerialQueue::State {
     void run()
     {
         nameThisThread(label);
-        // The two vectors change places, so that a queue in its stride allocates nothing.
+        // The two vectors trade places, so a queue that has hit its stride allocates nothing.
         std::vector<UniqueFunction<void()>> batch;
         for (;;) {
             {

@@ -18,9 +18,9 @@ public:
     virtual void async(UniqueFunction<void()> work) = 0;
 };
 
-/// A serial queue with a thread of its own that begins with the first work.
+/// A serial queue with a thread of its own, which starts with the first work.
 ///
-/// Destroying the queue runs what is still queued and then ends the thread; when the last owner is released by work that runs on
+/// Destroying the queue runs what is still queued and then ends the thread; if the last owner is released by work running on
 /// the queue itself, the thread ends on its own after the rest has run. Keeping the queue's order is the whole contract: a piece of
 /// work sees everything that earlier pieces did.
 class SerialQueue final : public Executor {
@@ -35,10 +35,10 @@ public:
 
     void async(UniqueFunction<void()> work) override;
 
-    /// Runs `work` on the queue and returns when it, and so everything queued before it, has run. Never from the queue itself.
+    /// Runs `work` on the queue and returns when it, and so everything queued before it, has run. Never called from the queue itself.
     void sync(UniqueFunction<void()> work);
 
-    /// Returns when everything queued so far has run. Never from the queue itself.
+    /// Returns when everything queued so far has run. Never called from the queue itself.
     void drain() const;
 
     /// True on the queue's own thread.

@@ -39,7 +39,7 @@ public:
             changed_.wait(mutex_);
     }
 
-    /// Runs `work` once when everything that entered has left: now, or on the thread of the last that leaves.
+    /// Runs `work` once when everything that entered has left: now, or on the thread of the last one to leave.
     void notify(UniqueFunction<void()> work)
     {
         {

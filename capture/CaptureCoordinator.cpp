@@ -172,7 +172,7 @@ void CaptureCoordinator::stopAndSave(StopCaller caller, bool stopsCapture)
     if (!isRecording()) {
         if (stopsCapture)
             stopCapture();
-        return caller.completion(fail(errorDomain, noRecording, "No recording runs."));
+        return caller.completion(fail(errorDomain, noRecording, "No recording is running."));
     }
     if (!pendingStop_) {
         pendingStop_ = Stop{};
@@ -256,7 +256,7 @@ void CaptureCoordinator::captureServiceDidStopUnexpectedly(ScreenCaptureKitServi
     report({errorDomain, stoppedByItself, std::string{capture_message::windowClosed}, nullptr});
 }
 
-/// Tells the shell; what it was told.
+/// Tells the shell; returns what it was told.
 Error CaptureCoordinator::report(Error error, bool isToldByCallers)
 {
     isToldByCallers_ = isToldByCallers;

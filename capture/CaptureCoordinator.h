@@ -52,7 +52,7 @@ public:
     using StartCompletion = UniqueFunction<void(const Result<StartOutcome>&)>;
     using SaveCompletion = UniqueFunction<void(const Result<std::filesystem::path>&)>;
 
-    /// Asked when a call has failed: true where whoever made it tells the user, and the shell need not.
+    /// Asked when a call has failed: true if whoever made it tells the user, so that the shell need not.
     using CallerTells = std::function<bool()>;
 
     /// The one coordinator of the process.
@@ -69,46 +69,46 @@ public:
 
     [[nodiscard]] ClipLibrary& library() const { return *services_.library; }
 
-    /// Writes instant-replay clips. No control asks for one.
+    /// Writes instant-replay clips. No control triggers one.
     [[nodiscard]] const ClipExporter& exporter() const { return exporter_; }
 
     /// True while frames go into a file.
     [[nodiscard]] bool isRecording() const { return services_.captureService->isRecordingManualClip(); }
 
-    // Who calls one of the following is told the outcome of that very call, whatever else goes on; on the main thread, exactly once, after
-    // the shell's callbacks. An error's description is the message that the shell is given too.
+    // The caller of any of these is told the outcome of that very call, whatever else goes on: on the main thread, exactly once, after
+    // the shell's callbacks. An error's description is the message that the shell also gets.
 
     /// Chooses the window and captures it. `superseded`: a later call has overtaken this one.
     void selectWindowAndStartCapture(
         const CapturedWindowInfo& window, StartCompletion completion = [](const auto&) {}, CallerTells callerTells = {});
 
-    /// Stops the stream and forgets the window. A recording that runs is discarded.
+    /// Stops the stream and forgets the window. A running recording is discarded.
     void stopCapture();
 
-    /// Starts a recording when none runs, else stops and saves it.
+    /// Starts a recording when none is running, else stops and saves the one that is.
     void toggleRecording();
     Result<void> startRecording(const CallerTells& callerTells = {});
 
-    /// Saves the recording that runs, and tells where. Without one nothing happens, and the completion alone is told so. Several who ask for
-    /// the end of one recording all get its clip.
+    /// Saves the running recording, and tells where. Without one nothing happens, and only the completion is told so. All who ask for
+    /// the end of one recording get its clip.
     void stopRecording(
         SaveCompletion completion = [](const auto&) {}, CallerTells callerTells = {});
 
-    /// The same, and the capture stops with the recording: nothing can begin in between.
+    /// The same, but the capture stops with the recording: nothing can begin in between.
     void stopRecordingAndCapture(SaveCompletion completion, CallerTells callerTells = {});
 
-    /// True between the end that was asked for of a recording and the message that it could not be saved, because something else has ended it
-    /// before.
+    /// True between a request to end a recording and the message that it could not be saved, because something else had ended it
+    /// first.
     [[nodiscard]] bool isStopInVain() const { return pendingStop_ && !isRecording(); }
 
-    /// True while the shell is given a message that all who made the call tell the user themselves.
+    /// True while the shell is given a message about which all who made the call tell the user themselves.
     [[nodiscard]] bool isToldByCallers() const { return isToldByCallers_; }
 
-    /// Calls `completion` once when every recording whose end was asked for is safe or has failed, and whoever asked knows: now, where none
-    /// is on its way.
+    /// Calls `completion` once when every recording whose end was asked for is safe or has failed, and whoever asked knows: now, if none
+    /// is pending.
     void notifyWhenSaved(UniqueFunction<void()> completion) { saves_.notify(std::move(completion)); }
 
-    /// Waits until what was asked to stop has stopped and what was to be saved is on the disk. Before the program ends.
+    /// Waits until what was asked to stop has stopped and what was to be saved is on the disk. Call it before the program ends.
     void drain() { services_.captureService->drain(); }
 
     void shortcutManagerDidTriggerSaveClip() override;
@@ -116,10 +116,10 @@ public:
     void captureServiceDidEncounterError(ScreenCaptureKitService& service, const Error& error) override;
     void captureServiceDidStopUnexpectedly(ScreenCaptureKitService& service, const std::string& reason) override;
 
-    /// The shell's. The duration is 0 (not measured) and the flag true for every recording.
+    /// Set by the shell. The duration is 0 (not measured) and the flag true for every recording.
     std::function<void(const std::filesystem::path& clip, double duration, bool isFullDuration)> onClipSaved;
 
-    /// The shell's; with a message for the user.
+    /// Set by the shell; gets a message for the user.
     std::function<void(const std::string& message)> onCaptureError;
 
 signals:
@@ -134,7 +134,7 @@ private:
         CallerTells tells;
     };
 
-    /// The end of a recording that was asked for.
+    /// A request to end a recording.
     struct Stop {
         std::vector<StopCaller> callers;
         bool stopsCapture = false;
@@ -156,7 +156,7 @@ private:
     CaptureState state_{CaptureState::NotConfigured{}};
     std::optional<CapturedWindowInfo> selectedWindow_;
     std::optional<std::filesystem::path> lastSavedClipURL_;
-    std::optional<Stop> pendingStop_;  // the recording's end is on its way to the service
+    std::optional<Stop> pendingStop_;  // the request to end the recording is on its way to the service
     WaitGroup saves_;
     bool isToldByCallers_ = false;
 };

@@ -15,7 +15,7 @@ class CaptureState {
 public:
     using Date = std::chrono::system_clock::time_point;
 
-    /// The stream runs, no recording does.
+    /// The stream is running, but no recording.
     struct Capturing {
         CapturedWindowInfo window;
         friend bool operator==(const Capturing&, const Capturing&) = default;
@@ -65,7 +65,7 @@ public:
         return std::get_if<T>(&case_);
     }
 
-    /// The line that users read.
+    /// The line that the user reads.
     [[nodiscard]] std::string statusDescription() const;
 
     friend bool operator==(const CaptureState&, const CaptureState&) = default;

@@ -1,4 +1,4 @@
-// The sound of every clip that is written.
+// The format of the sound in every clip that is written.
 #pragma once
 
 #include "platform/AssetWriter.h"

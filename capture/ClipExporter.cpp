@@ -148,7 +148,7 @@ private:
         writer_->finishWriting([self = shared_from_this()] { self->completion_(self->outcome()); });
     }
 
-    /// The writer goes first: whoever hears of the error finds the file as it stays.
+    /// The writer goes first: whoever hears of the error finds the file in its final state.
     void abandon(const Error& error)
     {
         videoInput_.reset();
@@ -173,7 +173,7 @@ private:
     const std::filesystem::path outputURL_;
     ClipExporter::ExportCompletion completion_;
 
-    // All of these on the queue, and after it in the writer's completion.
+    // All of these are used on the queue, and after it in the writer's completion.
     std::shared_ptr<platform::AssetWriter> writer_;
     std::shared_ptr<platform::AssetWriterInput> videoInput_;
     std::shared_ptr<platform::AssetWriterInput> audioInput_;

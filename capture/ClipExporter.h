@@ -1,4 +1,4 @@
-// Writes what was cut out of a rolling buffer to one MP4 file.
+// Writes what was extracted from a rolling buffer to one MP4 file.
 #pragma once
 
 #include "base/Result.h"
@@ -20,10 +20,10 @@ class ClipExporter {
 public:
     using ExportCompletion = UniqueFunction<void(Result<std::filesystem::path>)>;
 
-    /// Returns when the time has passed.
+    /// Returns once the time has passed.
     using Suspension = std::function<void(std::chrono::nanoseconds)>;
 
-    /// How long an export waits before it asks again whether an input takes more.
+    /// How long an export waits before it asks again whether an input can take more.
     static constexpr std::chrono::nanoseconds readinessInterval{1'000'000};
 
     /// `suspend` is called on the queue of an export, which nobody else waits for.
@@ -34,8 +34,8 @@ public:
 
     /// Writes `extraction` to `outputURL`, replacing a file there. Returns at once; each export runs on a queue "com.velmora.exporter" of
     /// its own. `completion` is called exactly once, on any thread but the caller's, with `outputURL` or with the Error of a
-    /// ClipExporterError. Sound that begins before startPTS is left out, and all sound where the file can hold none; a sample that is
-    /// refused is logged and left out. After an error what was written so far stays where it is.
+    /// ClipExporterError. Sound that begins before startPTS is left out, as is all sound if the file can hold none; a sample that is
+    /// refused is logged and left out. After an error what has been written so far stays where it is.
     void exportClip(RollingBufferExtraction extraction, std::filesystem::path outputURL, ExportCompletion completion) const;
 
 private:

@@ -61,7 +61,7 @@ void ManualRecordingWriter::writeVideo(const SampleBufferRef& sample)
         Log::capture().error(log_line::failedToAppendVideo, errorText("unknown error"));
 }
 
-// True once the session runs; false when this sample cannot begin it and is to be dropped.
+// True once the session is running; false when this sample cannot begin it and is to be dropped.
 bool ManualRecordingWriter::startSession(const SampleBufferRef& sample)
 {
     if (!VideoHardwareEncoder::isKeyFrame(*sample) || !sample->format)
@@ -129,7 +129,7 @@ void ManualRecordingWriter::cancel()
         if (self->writer_)
             self->writer_->cancelWriting();
         static_cast<void>(self->fileManager_->removeFile(self->outputURL_));  // it may be gone already
-        // What is still submitted from now on finds no writer.
+        // Whatever is submitted from now on finds no writer.
         self->writer_.reset();
     });
 }

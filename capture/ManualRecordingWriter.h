@@ -43,7 +43,7 @@ public:
     /// Abandons the recording; its file leaves its path. Returns at once; the writer is kept alive until it is done.
     void cancel();
 
-    /// Returns when everything submitted so far has run. Never from the write queue.
+    /// Returns when everything submitted so far has run. Never called from the write queue.
     void drain();
 
 private:
@@ -56,7 +56,7 @@ private:
     const std::filesystem::path outputURL_;
     const std::shared_ptr<platform::FileManager> fileManager_;
 
-    // All of these on the write queue only.
+    // All of these are used on the write queue only.
     std::shared_ptr<platform::AssetWriter> writer_;
     std::shared_ptr<platform::AssetWriterInput> videoInput_;
     std::shared_ptr<platform::AssetWriterInput> audioInput_;

@@ -10,20 +10,20 @@ namespace velmora {
 
 namespace {
 
-// How much older than the oldest picture sound may be.
+// How much older sound may be than the oldest picture.
 constexpr MediaTime audioLead{1200, 600};
 
 // What may be missing from a clip that still counts as long enough.
 constexpr double durationTolerance = 0.5;
 
-/// `seconds` before `time`, on the scale of `time`. Any duration will do: one out of all proportion leads out of all proportion.
+/// `seconds` before `time`, on the scale of `time`. Any duration will do: an absurd one gives an absurd time.
 MediaTime earlier(MediaTime time, double seconds)
 {
     const double largest = 4e18 / time.timescale;
     return time - MediaTime::fromSeconds(std::clamp(seconds, -largest, largest), time.timescale);
 }
 
-/// The difference is taken instead of the sum, because that is exact where both times have one scale.
+/// Compares with the difference instead of the sum, because that is exact where both times have the same scale.
 bool endsAtOrAfter(const SampleBuffer& sample, MediaTime time)
 {
     const auto& begin = sample.presentationTimeStamp;

@@ -21,7 +21,7 @@ struct BufferSnapshot {
     friend bool operator==(const BufferSnapshot&, const BufferSnapshot&) = default;
 };
 
-/// What was cut out of a rolling buffer. The samples are the buffer's own, shared with it; what the buffer drops later stays here.
+/// What was extracted from a rolling buffer. The samples are the buffer's own, shared with it; what the buffer drops later stays here.
 struct RollingBufferExtraction {
     std::vector<SampleBufferRef> videoSamples;  ///< from a key frame on where there is one, up to the newest; never empty
     std::vector<SampleBufferRef> audioSamples;  ///< those that overlap the pictures
@@ -31,14 +31,14 @@ struct RollingBufferExtraction {
     MediaTime endPTS;  ///< of the last
 };
 
-/// Keeps compressed pictures and raw sound for a bounded time and cuts out the last seconds of them, from a key frame on.
+/// Keeps compressed pictures and raw sound for a bounded time and extracts the last seconds of them, from a key frame on.
 ///
 /// What is kept goes back to the newest picture that is older than the retention, yet always to the key frame that a clip of the target
-/// duration begins with; sound goes back two seconds further. Whatever the times say, a picture more than the newest 1800 is dropped, and
-/// with the next picture also a block of sound more than the newest 2000.
+/// duration begins with; sound goes back two seconds further. Whatever the times say, pictures beyond the newest 1800 are dropped, and
+/// with the next picture also blocks of sound beyond the newest 2000.
 ///
 /// Called on any thread; all work runs on the queue "com.velmora.rollingBuffer", in the order of submission, and completions are called
-/// there. A question keeps the buffer alive until it is answered; a sample that is still submitted does not.
+/// there. A query keeps the buffer alive until it is answered; a submitted sample does not.
 class RollingBuffer : public std::enable_shared_from_this<RollingBuffer> {
     struct Private { };
 
@@ -55,7 +55,7 @@ public:
     RollingBuffer(const RollingBuffer&) = delete;
     RollingBuffer& operator=(const RollingBuffer&) = delete;
 
-    /// The length of clip to keep ready, and of an extraction that asks for none; seconds.
+    /// The length of clip to keep ready, and of an extraction that asks for no length; seconds.
     [[nodiscard]] double targetDuration() const { return targetDuration_; }
 
     /// How far back samples may be kept; seconds.
@@ -63,13 +63,13 @@ public:
 
     [[nodiscard]] const SerialQueue& queue() const { return queue_; }
 
-    /// A compressed picture. Its presentation time is valid; pictures come in decode order, which is that of presentation.
+    /// A compressed picture. Its presentation time is valid; pictures come in decode order, which is also that of presentation.
     void appendVideoSample(SampleBufferRef sample);
 
     /// A block of sound. Its presentation time is valid.
     void appendAudioSample(SampleBufferRef sample);
 
-    /// Drops everything, and keeps the room for as much.
+    /// Drops everything, but keeps the capacity.
     void clear();
 
     /// From the oldest picture to the newest, in seconds; 0 without pictures.
@@ -78,12 +78,12 @@ public:
     void snapshot(UniqueFunction<void(BufferSnapshot)> completion);
 
     /// The last `requestedDuration` seconds (without a value, targetDuration()), beginning with the last key frame that is not younger;
-    /// where all are younger, with the first key frame; without a key frame, with the oldest picture. None without pictures. Changes
+    /// if all are younger, with the first key frame; without a key frame, with the oldest picture. None without pictures. Changes
     /// nothing.
     void extractRecentClip(
         std::optional<double> requestedDuration, UniqueFunction<void(std::optional<RollingBufferExtraction>)> completion);
 
-    /// Returns when everything submitted so far has run. Never from the buffer's queue.
+    /// Returns when everything submitted so far has run. Never called from the buffer's queue.
     void drain() { queue_.drain(); }
 
 private:
@@ -105,7 +105,7 @@ private:
     const double targetDuration_;
     const double maxRetentionDuration_;
 
-    // All of these on the queue only.
+    // All of these are used on the queue only.
     std::vector<SampleBufferRef> videoSamples_;
     std::vector<bool> isKeyFrameFlags_;  ///< for each of videoSamples_
     std::vector<SampleBufferRef> audioSamples_;

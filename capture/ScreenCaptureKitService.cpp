@@ -102,7 +102,7 @@ StreamConfiguration configurationFor(const ShareableDisplay* display, const Shar
 
 }  // namespace
 
-// One start on its way: it is passed from step to step, and whichever step ends it calls the completion.
+// One start under way: it is passed from step to step, and whichever step ends it calls the completion.
 struct ScreenCaptureKitService::Start {
     std::uint64_t generation = 0;
     CapturedWindowInfo window;
@@ -303,7 +303,7 @@ void ScreenCaptureKitService::retire(const std::shared_ptr<ManualRecordingWriter
 void ScreenCaptureKitService::drain()
 {
     stoppingStreams_->wait();
-    // A picture that is being handled holds this service: were it the last owner, its queue would go on while the program ends.
+    // A picture that is being handled holds this service: if it were the last owner, its queue would go on while the program ends.
     sampleQueue_->drain();
     audioQueue_->drain();
     encoder_.outputQueue().drain();
@@ -345,7 +345,7 @@ void ScreenCaptureKitService::streamDidOutputSampleBuffer(
 void ScreenCaptureKitService::encode(const platform::CaptureStream& stream, const SampleBuffer& sample)
 {
     encoder_.encode(sample.imageBuffer, sample.presentationTimeStamp, sample.duration);
-    // A stop that came while the first picture had its session made found none to end.
+    // A stop that came while the first picture's session was being made found none to end.
     if (!isCapturing_ || &stream != liveStream_)
         encoder_.invalidate();
 }

@@ -35,8 +35,8 @@ public:
     virtual void captureServiceDidStopUnexpectedly(ScreenCaptureKitService& service, const std::string& reason) = 0;
 };
 
-/// Owns the stream, sends every picture to the encoder, and feeds compressed frames and raw sound to the writer of the recording that
-/// runs. Main thread only, except for what the stream and the encoder call. At most one stream and one recording exist.
+/// Owns the stream, sends every picture to the encoder, and feeds compressed frames and raw sound to the writer of the running
+/// recording. Main thread only, except for what the stream and the encoder call. At most one stream and one recording exist.
 class ScreenCaptureKitService final : public platform::StreamOutput,
                                       public platform::StreamDelegate,
                                       public std::enable_shared_from_this<ScreenCaptureKitService> {
@@ -56,7 +56,7 @@ public:
         std::shared_ptr<Executor> mainExecutor;
     };
 
-    /// `superseded`: a later start or a stop came before this start was through; its stream has been stopped.
+    /// `superseded`: a later start or a stop came before this start was done; its stream has been stopped.
     enum class StartOutcome { started, superseded };
     using StartCompletion = UniqueFunction<void(Result<StartOutcome>)>;
     using StopRecordingCompletion = UniqueFunction<void(Result<std::filesystem::path>)>;
@@ -74,7 +74,7 @@ public:
     /// failed.
     void startCapture(const CapturedWindowInfo& window, StartCompletion completion);
 
-    /// Stops at once; a recording that runs is discarded, its file gone. Does nothing when idle but voids a start in flight.
+    /// Stops at once; a running recording is discarded, its file gone. When idle it does nothing but void a start in flight.
     void stopCapture();
 
     /// Begins a recording to `url`. Fails with noCaptureSession, or with the writer's own error unchanged.
@@ -84,7 +84,7 @@ public:
     void stopManualRecording(StopRecordingCompletion completion);
 
     /// Returns when every stream that was asked to stop has stopped, what it delivered has been handled, every recording that was cancelled is
-    /// out of the way, and every one that was stopped is on the disk or has failed. Before the program ends; on the main thread.
+    /// out of the way, and every one that was stopped is on the disk or has failed. Call it before the program ends, on the main thread.
     void drain();
 
     /// Calls `completion` once, on the main thread, when every stream that was asked to stop has stopped.
@@ -121,12 +121,12 @@ private:
     std::optional<CapturedWindowInfo> activeWindow_;
     std::atomic<bool> isCapturing_ = false;  // read by the sample queues without a lock
 
-    // The lock is held to test, install, detach or hand on one sample; stopCapture() alone goes past it. The cell keeps that from being a
+    // The lock is held to test, install, detach or hand on one sample; only stopCapture() bypasses it. The cell keeps that from being a
     // data race.
     SharedCell<ManualRecordingWriter> activeManualWriter_;
     mutable Mutex manualWriterLock_;
 
-    // What runs now, for the sample queues: a picture that an earlier stream left in a queue is not ours any more.
+    // The running stream, for the sample queues: a picture that an earlier stream left in a queue is no longer ours.
     std::atomic<const platform::CaptureStream*> liveStream_ = nullptr;
 
     std::uint64_t startGeneration_ = 0;

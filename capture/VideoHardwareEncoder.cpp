@@ -65,7 +65,7 @@ void VideoHardwareEncoder::setUpSession(std::int32_t width, std::int32_t height)
         return;
     }
 
-    // The results do not matter: a session that cannot take a setting still encodes.
+    // The results do not matter: a session that does not accept a setting still encodes.
     auto& created = **session;
     created.setProperty(CompressionProperty::realTime, true);
     created.setProperty(CompressionProperty::profileLevel, platform::ProfileLevel::h264HighAutoLevel);

@@ -12,7 +12,7 @@
 
 namespace velmora {
 
-/// H.264 High, 8 Mbit/s, a key frame at least every 30 frames, no frame reordering. A session exists from the first frame on and is made
+/// H.264 High, 8 Mbit/s, a key frame at least every 30 frames, no frame reordering. A session exists from the first frame on, and is made
 /// anew only when the frame size changes or after invalidate(). Failures are logged and cost the frame; nothing is reported.
 class VideoHardwareEncoder {
 public:
@@ -26,7 +26,7 @@ public:
     VideoHardwareEncoder(const VideoHardwareEncoder&) = delete;
     VideoHardwareEncoder& operator=(const VideoHardwareEncoder&) = delete;
 
-    /// Where compressed samples go: one at a time, in the session's order, on the queue "com.velmora.encoder.output". Any thread.
+    /// Sets where compressed samples go: one at a time, in the session's order, on the queue "com.velmora.encoder.output". Any thread.
     void setOnEncodedSample(EncodedSampleCallback callback);
 
     /// On the capture service's sample queue. Returns without waiting for the compression.
@@ -41,7 +41,7 @@ public:
 
     [[nodiscard]] const SerialQueue& outputQueue() const { return output_->queue; }
 
-    /// True unless the first attachment dictionary says that the sample is no sync sample or depends on others.
+    /// True unless the first attachment dictionary says that the sample is not a sync sample or depends on others.
     static bool isKeyFrame(const SampleBuffer& sample);
 
 private:

@@ -33,7 +33,7 @@ struct ClipItem {
 
     QUuid id = QUuid::createUuid();
     std::filesystem::path url;
-    Date createdAt;  ///< of the file; when it was loaded, if the file does not tell
+    Date createdAt;  ///< of the file; when it was loaded, if the file does not say
     double duration = 0;  ///< seconds, finite; 0 when it could not be loaded
     std::int64_t fileSize = 0;  ///< bytes
 
@@ -42,7 +42,7 @@ struct ClipItem {
     /// "62:05": whole minutes and seconds, rounded.
     [[nodiscard]] std::string formattedDuration() const;
 
-    /// "1.5 MB": in bytes, KB or MB of 1000, in the user's way of writing numbers.
+    /// "1.5 MB": in bytes, KB or MB of 1000, written as the user's locale writes numbers.
     [[nodiscard]] std::string formattedFileSize() const;
 
     /// Describes `url`; none when there is no such file. `completion` is called exactly once, on the main thread.

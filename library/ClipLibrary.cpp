@@ -107,7 +107,7 @@ void ClipLibrary::publish(Scan& scan)
     }
     std::stable_sort(clips.begin(), clips.end(), [](const auto& a, const auto& b) { return a.createdAt > b.createdAt; });
 
-    // A scan that listed the folder earlier and is still at it knows less: what it did not see is a change to it, too.
+    // A scan that listed the folder earlier and is still running knows less: what it has not seen is a change for it, too.
     for (const auto& running : runningScans_) {
         const auto earlier = running.lock();
         if (earlier.get() == &scan)
@@ -171,7 +171,7 @@ void ClipLibrary::addClip(const std::filesystem::path& url, UniqueFunction<void(
 
 void ClipLibrary::deleteClip(const ClipItem& clip)
 {
-    // A file that cannot be removed is not listed any more either.
+    // A file that cannot be removed is no longer listed either.
     static_cast<void>(services_.clips.fileManager->removeFile(clip.url));
     noteChange(clip.url, std::nullopt);
     auto clips = recentClips_;

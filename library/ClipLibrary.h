@@ -35,12 +35,12 @@ public:
     /// The clips of the effective folder, newest first.
     [[nodiscard]] const std::vector<ClipItem>& recentClips() const { return recentClips_; }
 
-    /// The folder that the user chose; none: the default one. Kept for this run of the program only.
+    /// The folder that the user chose; none: the default one. Remembered for this run of the program only.
     [[nodiscard]] const std::optional<std::filesystem::path>& customOutputDirectory() const { return customOutputDirectory_; }
 
     [[nodiscard]] std::filesystem::path effectiveOutputDirectory() const;
 
-    /// Scans the effective folder, creating it if need be, and returns at once. The list is replaced when the scan is through, by what the
+    /// Scans the effective folder, creating it if need be, and returns at once. When the scan is done, the list is replaced by what the
     /// folder held when it was listed and what was added, deleted or found by a later scan since. A scan of a folder that is no longer
     /// the effective one publishes nothing.
     void reloadClips();
@@ -76,7 +76,7 @@ private:
     std::vector<ClipItem> recentClips_;
     std::optional<std::filesystem::path> customOutputDirectory_;
     std::vector<std::weak_ptr<Scan>> runningScans_;  ///< in the order in which they listed the folder
-    std::vector<std::weak_ptr<Changes>> observedChanges_;  ///< of whoever describes files meanwhile
+    std::vector<std::weak_ptr<Changes>> observedChanges_;  ///< for each call that is describing files
 
     // Gone with the library, so that a late result finds nobody.
     std::shared_ptr<ClipLibrary*> self_ = std::make_shared<ClipLibrary*>(this);

@@ -23,7 +23,7 @@ public:
     InterruptedRecordings(std::shared_ptr<platform::FileManager> fileManager, std::shared_ptr<platform::AssetRepairer> repairer,
         std::shared_ptr<Executor> mainExecutor);
 
-    /// Ends with the file that is being repaired.
+    /// Stops after the file that is being repaired.
     ~InterruptedRecordings();
     InterruptedRecordings(const InterruptedRecordings&) = delete;
     InterruptedRecordings& operator=(const InterruptedRecordings&) = delete;
@@ -32,7 +32,7 @@ public:
     /// object is destroyed first.
     void repair(const std::filesystem::path& directory, UniqueFunction<void(std::size_t)> completion);
 
-    /// Looks through the library's folder now, and through another one when it is chosen; has the library look again where something was
+    /// Looks through the library's folder now, and through another when one is chosen; has the library reload where something was
     /// repaired. Main thread.
     void follow(ClipLibrary& library);
 

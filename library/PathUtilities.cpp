@@ -15,8 +15,8 @@ namespace velmora {
 
 namespace {
 
-// QTimeZone knows names of zones only; a path or a rule in TZ makes none, and where TZ is not set it asks files that the C library does
-// not ask.
+// QTimeZone knows only names of zones, not a path or a rule in TZ; and where TZ is not set it reads files that the C library does
+// not read.
 std::tm processLocalTime(std::chrono::seconds sinceEpoch)
 {
     const auto time = static_cast<std::time_t>(sinceEpoch.count());
@@ -50,7 +50,7 @@ bool PathUtilities::ensureDirectoryExists(const std::filesystem::path& directory
 
 std::string PathUtilities::formattedTimestamp(Date date, const std::optional<QTimeZone>& timeZone)
 {
-    // A file's name tells the second in which it was begun: round down, before 1970 too.
+    // A file's name gives the second in which it was begun: round down, before 1970 too.
     const auto seconds = std::chrono::floor<std::chrono::seconds>(date.time_since_epoch());
     if (timeZone && timeZone->isValid())
         return QDateTime::fromSecsSinceEpoch(seconds.count(), *timeZone).toString(QStringLiteral("yyyy-MM-dd-HH-mm-ss")).toStdString();

@@ -29,12 +29,12 @@ public:
     /// The user's Movies folder (home + "Movies" when there is none) + appFolderName. Computed on every call; creates nothing.
     static std::filesystem::path defaultOutputDirectory(const platform::FileManager& fileManager);
 
-    /// True when `directory` is there, or has been created with what was missing above it. False, without a log line, when something
+    /// True when `directory` is there, or has been created along with what was missing above it. False, without a log line, when something
     /// else has its name; false, with one, when it cannot be created.
     static bool ensureDirectoryExists(const std::filesystem::path& directory, platform::FileManager& fileManager);
 
-    /// "yyyy-MM-dd-HH-mm-ss" in ASCII digits, the Gregorian calendar and 24 hours, whatever the user's settings are. Without a valid time
-    /// zone in the process's own, as it is at the time of the call: TZ in each form that the C library knows, else the machine's.
+    /// "yyyy-MM-dd-HH-mm-ss" in ASCII digits, the Gregorian calendar and 24 hours, whatever the user's settings. Without a valid time
+    /// zone, in the process's own as it is at the time of the call: TZ in any form that the C library knows, else the machine's.
     static std::string formattedTimestamp(
         Date date = std::chrono::system_clock::now(), const std::optional<QTimeZone>& timeZone = std::nullopt);
 

@@ -1,4 +1,4 @@
-// Four-character codes, as media formats and files name their parts (ISO 14496-12 4.2).
+// Four-character codes, by which media formats and files name their parts (ISO 14496-12 4.2).
 #pragma once
 
 #include <cstdint>

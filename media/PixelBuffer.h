@@ -14,7 +14,7 @@ namespace velmora {
 /// What changed between a picture and the one before it in the same stream. A consumer that has kept the result of the previous
 /// picture (same `stream`, `sequence` - 1) need only redo the `dirty` rectangles; any other consumer takes the whole picture.
 struct PictureChange {
-    std::uint64_t stream = 0;  ///< identity of the stream; 0 when nothing is known of the change
+    std::uint64_t stream = 0;  ///< identity of the stream; 0 when nothing is known about the change
     std::uint64_t sequence = 0;  ///< counts the stream's pictures
     std::vector<PixelRect> dirty;  ///< empty: this picture equals the previous one
 };

@@ -39,7 +39,7 @@ public:
     /// The value stored under `key`; none when the key is missing.
     [[nodiscard]] const Value* find(std::string_view key) const;
 
-    /// The Boolean stored under `key`; false when the key is missing or its value is no Boolean.
+    /// The Boolean stored under `key`; false when the key is missing or its value is not a Boolean.
     [[nodiscard]] bool boolean(std::string_view key) const;
 
     void set(std::string_view key, Value value);
@@ -51,7 +51,7 @@ private:
 using AttachmentsArray = std::vector<AttachmentDictionary>;
 
 namespace attachment_key {
-inline constexpr std::string_view notSync = "NotSync";  ///< Boolean: the sample is no sync sample
+inline constexpr std::string_view notSync = "NotSync";  ///< Boolean: the sample is not a sync sample
 inline constexpr std::string_view dependsOnOthers = "DependsOnOthers";  ///< Boolean: decoding needs other samples
 }  // namespace attachment_key
 
@@ -66,7 +66,7 @@ struct SampleBuffer {
     /// One dictionary for each sample, or none at all. Shared, because nearly every frame has one of two values.
     std::shared_ptr<const AttachmentsArray> attachments;
 
-    /// True unless the first attachment dictionary says that the sample is no sync sample or depends on others.
+    /// True unless the first attachment dictionary says that the sample is not a sync sample or depends on others.
     [[nodiscard]] bool isSync() const;
 
     /// The attachments of a key frame and of a frame that needs others, as compression sessions attach them.

@@ -5,7 +5,7 @@
 
 namespace velmora {
 
-/// From `start` up to, and without, `end`.
+/// From `start` up to, but without, `end`.
 struct TimeRange {
     MediaTime start;
     MediaTime end;

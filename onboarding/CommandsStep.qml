@@ -41,7 +41,7 @@ StepPage {
     MethodCard {
         title: "METHOD 2: One-Click Menu Bar (No Keys to Memorize)"
         emphasized: page.menuMethodText
-        caption: page.hasTray ? "On this desktop the menu bar is your panel's tray." : "This desktop has no tray: the menu lies open in Velmora's small window."
+        caption: page.hasTray ? "On this desktop the menu bar is your panel's tray." : "This desktop has no tray: the menu is open in Velmora's small window."
 
         Symbol {
             anchors.centerIn: parent

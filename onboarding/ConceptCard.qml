@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Velmora.Brand
 
-// One of the three things that there are to know.
+// One of the three things there are to know.
 Card {
     id: card
 

@@ -7,7 +7,7 @@
 
 namespace velmora {
 
-/// From a constant with Markdown's strong emphasis (**words**), for a Text of the format StyledText. Never from a string that comes from
+/// From a constant with Markdown's strong emphasis (**words**), for a Text with the format StyledText. Never from a string that comes from
 /// outside: those are shown as plain text.
 class EmphasizedText {
     Q_GADGET
@@ -18,7 +18,7 @@ class EmphasizedText {
 public:
     EmphasizedText() = default;
 
-    /// An asterisk pair that is not closed stands as it is.
+    /// An asterisk pair that is not closed is kept as it is.
     template <std::size_t size>
     explicit EmphasizedText(const char (&markdown)[size]) : EmphasizedText(QString::fromUtf8(markdown))
     {

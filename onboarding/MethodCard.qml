@@ -2,13 +2,13 @@ import QtQuick
 import QtQuick.Layouts
 import Velmora.Brand
 
-// A way to record: a picture on the left, which the view gives, and what to do.
+// A way to record: a picture on the left, which the view provides, and what to do.
 Card {
     id: card
 
     required property string title
     property string description
-    // Instead of the description, where words of it are emphasised.
+    // Instead of the description, where some of its words are emphasised.
     property var emphasized
     property string caption
     default property alias picture: place.data

@@ -17,7 +17,7 @@
 
 namespace velmora {
 
-/// Five steps, and the permission and the chosen window as they are at any time. Main thread only.
+/// Five steps, and the permission and the chosen window, always up to date. Main thread only.
 class OnboardingModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -46,7 +46,7 @@ public:
         std::shared_ptr<platform::UserDefaults> userDefaults;
         std::function<void()> presentWindowPicker;
 
-        /// Where this desktop shows the program, now: a sentence or two. Asked each time that the walkthrough is shown.
+        /// Where this desktop shows the program, now: a sentence or two. Asked each time the walkthrough is shown.
         std::function<QString()> placeCaption;
 
         /// Whether this desktop has a tray, now; asked as often.
@@ -62,7 +62,7 @@ public:
     void setCurrentStep(int step);
     [[nodiscard]] static constexpr int totalSteps() { return stepCount; }
 
-    /// The step whose body is shown: the first for a number that no step has.
+    /// The step whose body is shown; the first for a number that no step has.
     [[nodiscard]] int visibleStep() const { return currentStep_ >= 0 && currentStep_ < stepCount ? currentStep_ : 0; }
 
     /// "First-Time User Walkthrough • Step 1 of 5".
@@ -73,7 +73,7 @@ public:
 
     [[nodiscard]] bool hasScreenRecordingPermission() const { return services_.permissionManager->hasScreenRecordingPermission(); }
 
-    /// Why the screen cannot be recorded; may be empty. Plain text, as the name of the window.
+    /// Why the screen cannot be recorded; may be empty. Plain text, like the name of the window.
     [[nodiscard]] QString permissionExplanation() const;
 
     [[nodiscard]] bool hasSelectedWindow() const { return services_.coordinator->selectedWindow().has_value(); }
@@ -93,10 +93,10 @@ public:
     /// The lines of the privacy box, without their bullets: an EmphasizedText each.
     [[nodiscard]] static QVariantList privacyLines();
 
-    /// Each time that the walkthrough is shown.
+    /// Called each time the walkthrough is shown.
     Q_INVOKABLE void viewWillAppear();
 
-    /// "Next →" and "← Back". Nothing at the ends.
+    /// "Next →" and "← Back". They do nothing at the ends.
     Q_INVOKABLE void next();
     Q_INVOKABLE void back();
 

@@ -1,4 +1,4 @@
-// The first-run walkthrough: five steps between a bar that says where one is and a bar that leads on.
+// The first-run walkthrough: five steps between a bar that says where you are and a bar that leads on.
 import QtQuick
 import QtQuick.Layouts
 import Velmora.Brand

@@ -9,7 +9,7 @@ StepPage {
     property string explanation
     property var privacyLines
 
-    // With the way in which the pressed button had got the keyboard.
+    // With the way in which the pressed button had got the keyboard focus.
     signal openSystemSettings(reason: int)
     signal checkStatus(reason: int)
 
@@ -74,7 +74,7 @@ StepPage {
                     }
                     Caption {
                         Layout.fillWidth: true
-                        text: "On this desktop: its own privacy settings, where it has some."
+                        text: "On this desktop: its own privacy settings, where it has any."
                         color: Theme.tertiaryText
                     }
                     Caption {

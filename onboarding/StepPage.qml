@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Velmora.Brand
 
-// One step's body, in the middle of the room between the bars, scrolling where it does not fit. Steps are blocks below each other.
+// One step's body, in the middle of the space between the bars, scrolling where it does not fit. Steps are blocks below each other.
 ScrollArea {
     id: page
 

@@ -7,7 +7,7 @@
 
 namespace velmora::platform {
 
-/// A square. Rows from the top, without gaps; a pixel is red, green, blue and alpha, a byte each, not multiplied with alpha.
+/// A square. Rows from the top, without gaps; a pixel is red, green, blue and alpha, a byte each, not premultiplied.
 struct ApplicationIcon {
     int side = 0;  ///< pixels
     std::vector<std::uint8_t> rgba;

@@ -1,4 +1,4 @@
-// Seam: a file of media being written.
+// Seam: a media file being written.
 #pragma once
 
 #include "base/Result.h"
@@ -40,7 +40,7 @@ public:
 /// Writes one file. All calls on one queue; nothing blocks on the disk.
 ///
 /// unknown -> startWriting -> writing -> finishWriting -> completed or failed; or cancelled. A writer that is finished without having
-/// been started removes its file and fails without an error. A writer that failed in mid-file (a full disk) leaves what was written
+/// been started removes its file and fails without an error. A writer that fails in mid-file (a full disk) leaves what was written
 /// as a playable file.
 class AssetWriter {
 public:
@@ -49,7 +49,7 @@ public:
     /// Without finish or cancel the file stays as a crash would leave it: playable, unfinished. After a cancel this may wait for the disk.
     virtual ~AssetWriter() = default;
 
-    /// Pass-through when `settings` is none: samples of the format of `sourceFormatHint` are written as they are.
+    /// Pass-through when `settings` is none: samples with the format of `sourceFormatHint` are written as they are.
     virtual std::shared_ptr<AssetWriterInput> makeInput(
         MediaType mediaType, std::optional<AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) = 0;
 
@@ -71,7 +71,7 @@ public:
     [[nodiscard]] virtual Status status() const = 0;
     [[nodiscard]] virtual std::optional<Error> error() const = 0;
 
-    /// Where the whole file lies of a writer that failed because its file was moved meanwhile; none otherwise. As status().
+    /// Where the whole file lies if the writer failed because the file was moved meanwhile; none otherwise. Threads as for status().
     [[nodiscard]] virtual std::optional<std::filesystem::path> placeOfMovedFile() const = 0;
 };
 

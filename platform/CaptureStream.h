@@ -28,22 +28,22 @@ class StreamDelegate {
 public:
     virtual ~StreamDelegate() = default;
 
-    /// The running stream ended by itself: its window is gone, say. At most once, on any thread; nothing is delivered after it.
+    /// The running stream has ended by itself; its window is gone, for example. At most once, on any thread; nothing is delivered after it.
     virtual void streamDidStopWithError(const CaptureStream& stream, const Error& error) = 0;
 
-    /// The stream goes on without sound, though it was to have some: there is nobody to take it from, say. On any thread.
+    /// The stream goes on without sound, though it was to have some, because there is no sound server for example. On any thread.
     virtual void streamDidLoseSound([[maybe_unused]] const CaptureStream& stream, [[maybe_unused]] const Error& error) { }
 
     /// Sound has come after all. On any thread.
     virtual void streamDidRegainSound([[maybe_unused]] const CaptureStream& stream) { }
 };
 
-/// Delivers pictures and sound of one filter until it is stopped or stops with an error.
+/// Delivers the pictures and sound of one filter until it is stopped or stops with an error.
 ///
-/// Pictures come when something changed, on average not closer than the configuration's minimum frame interval, all of the configuration's
+/// Pictures come when something has changed, on average no closer than the configuration's minimum frame interval, all of the configuration's
 /// size, and at least every 0.5 s (the last picture again, with a new time stamp). Sound comes in blocks of at least 1024 frames
 /// of interleaved 32-bit float, without a gap while the sound server lives. Time stamps of both count CLOCK_MONOTONIC.
-/// After a stop was asked for nothing but its completion arrives. Outputs and delegate are held weakly.
+/// Once a stop has been asked for, nothing but its completion arrives. Outputs and delegate are held weakly.
 class CaptureStream {
 public:
     using Completion = UniqueFunction<void(Result<void>)>;
@@ -56,7 +56,7 @@ public:
     /// Once. `completion` is called exactly once, on any thread.
     virtual void startCapture(Completion completion) = 0;
 
-    /// `completion` is called exactly once, on any thread, after the last sample was handed to its queue.
+    /// `completion` is called exactly once, on any thread, after the last sample has been handed to its queue.
     virtual void stopCapture(Completion completion) = 0;
 };
 
@@ -64,7 +64,7 @@ class CaptureStreamFactory {
 public:
     virtual ~CaptureStreamFactory() = default;
 
-    /// Never fails: what cannot be captured is told by the start.
+    /// Never fails: what cannot be captured is reported by the start.
     virtual std::shared_ptr<CaptureStream> makeStream(
         const ContentFilter& filter, const StreamConfiguration& configuration, std::weak_ptr<StreamDelegate> delegate) = 0;
 };

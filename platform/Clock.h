@@ -22,7 +22,7 @@ public:
     /// The wall clock, which may jump.
     [[nodiscard]] virtual std::chrono::system_clock::time_point now() const = 0;
 
-    /// Runs `work` once on the main thread when `delay` has passed, unless the timer is destroyed before. `work` may destroy its timer.
+    /// Runs `work` once on the main thread when `delay` has passed, unless the timer is destroyed first. `work` may destroy its timer.
     [[nodiscard]] virtual std::unique_ptr<Timer> schedule(std::chrono::nanoseconds delay, UniqueFunction<void()> work) = 0;
 };
 

@@ -21,10 +21,10 @@ enum class ProfileLevel { h264HighAutoLevel };
 
 using CompressionPropertyValue = std::variant<bool, std::int64_t, ProfileLevel>;
 
-/// Compresses pictures of one size. Not thread-safe against itself except where said.
+/// Compresses pictures of one size. Not thread-safe except where stated.
 class CompressionSession {
 public:
-    /// Called for every picture that was submitted, in their order, on a thread of the session's, never two at a time. A status
+    /// Called for every picture that was submitted, in their order, on a thread of the session's own, never two at a time. A status
     /// other than 0, or no sample, means that this picture was not encoded.
     using OutputCallback = UniqueFunction<void(CompressionStatus, SampleBufferRef)>;
 
@@ -33,7 +33,7 @@ public:
 
     virtual CompressionStatus setProperty(CompressionProperty property, CompressionPropertyValue value) = 0;
 
-    /// Makes everything ready that the first picture would otherwise wait for.
+    /// Prepares everything for which the first picture would otherwise have to wait.
     virtual CompressionStatus prepareToEncodeFrames() = 0;
 
     /// Submits a picture and returns without waiting for it to be encoded. Safe against a concurrent completeFrames or invalidate.
@@ -54,7 +54,7 @@ public:
     virtual tl::expected<std::shared_ptr<CompressionSession>, CompressionStatus> makeSession(
         std::int32_t width, std::int32_t height, FourCharacterCode codec, CompressionSession::OutputCallback output) = 0;
 
-    /// What a status that makeSession() gave means, for people; empty when only the number is known.
+    /// What a status from makeSession() means, for people; empty when only the number is known.
     [[nodiscard]] virtual std::string description([[maybe_unused]] CompressionStatus status) const { return {}; }
 };
 

@@ -1,4 +1,4 @@
-// Seam: writing a part of a file of media to a file of its own.
+// Seam: writing a part of a media file to a file of its own.
 #pragma once
 
 #include "base/Result.h"
@@ -15,7 +15,7 @@ namespace velmora::platform {
 
 enum class ExportPreset { passthrough };  ///< nothing is encoded anew
 
-/// Exports once. The setters come before exportAsynchronously(), setOutputURL() always; cancelExport() and the getters are safe on any thread.
+/// Exports once. The setters come before exportAsynchronously(); only setOutputURL() is required. cancelExport(), the getters: any thread.
 ///
 /// unknown -> exportAsynchronously -> waiting -> exporting -> completed, failed or cancelled. The output has its name only when it is
 /// whole and on the disk; a session that fails, is cancelled or destroyed leaves nothing. The asset is only read.
@@ -23,7 +23,7 @@ class ExportSession {
 public:
     enum class Status { unknown, waiting, exporting, completed, failed, cancelled };
 
-    /// Another name for an output whose name was taken meanwhile; called on any thread. A name that it gave before, or none, ends the
+    /// Another name for an output whose name has been taken meanwhile; called on any thread. A name that it gave before, or none, ends the
     /// export.
     using NextOutputURL = std::function<std::optional<std::filesystem::path>()>;
 
@@ -34,21 +34,21 @@ public:
     virtual void setNextOutputURL(NextOutputURL next) = 0;
     virtual void setOutputFileType(AssetFileType fileType) = 0;
 
-    /// On the time line of the asset, of any scale; the whole of it when never called. An end past the asset's counts as its end; an empty
+    /// On the time line of the asset, in any scale; all of it if never called. An end past the asset's counts as its end; an empty
     /// range, and one that begins past the end, fail the export.
     virtual void setTimeRange(const TimeRange& range) = 0;
 
     /// `completion` is called exactly once, on any thread, with the status final; also when the session is destroyed meanwhile.
     virtual void exportAsynchronously(UniqueFunction<void()> completion) = 0;
 
-    /// The completion follows soon; an export that is through already is not undone.
+    /// The completion follows soon; an export that has already finished is not undone.
     virtual void cancelExport() = 0;
 
     /// The name that the output has, once completed.
     [[nodiscard]] virtual std::filesystem::path outputURL() const = 0;
     [[nodiscard]] virtual AssetFileType outputFileType() const = 0;
     [[nodiscard]] virtual Status status() const = 0;
-    [[nodiscard]] virtual std::optional<Error> error() const = 0;  ///< of a failed one
+    [[nodiscard]] virtual std::optional<Error> error() const = 0;  ///< if it failed
     [[nodiscard]] virtual double progress() const = 0;  ///< 0 to 1; 1 only when completed
 };
 
@@ -56,7 +56,7 @@ class ExportSessionFactory {
 public:
     virtual ~ExportSessionFactory() = default;
 
-    /// Opens the asset and reads nothing of it yet. Fails with the system's error where there is no such regular file.
+    /// Opens the asset but reads nothing of it yet. Fails with the system's error where there is no such regular file.
     virtual Result<std::shared_ptr<ExportSession>> makeExportSession(const std::filesystem::path& asset, ExportPreset preset) = 0;
 };
 

@@ -33,7 +33,7 @@ public:
     [[nodiscard]] virtual Result<std::vector<std::filesystem::path>> contentsOfDirectory(
         const std::filesystem::path& directory, bool skipsHiddenFiles) const = 0;
 
-    /// Of what a link points to. Opens nothing.
+    /// For a link, those of what it points to. Opens nothing.
     [[nodiscard]] virtual Result<FileAttributes> attributesOfItem(const std::filesystem::path& path) const = 0;
 
     /// Succeeds when this user may create files in `directory`. Creates none.
@@ -42,7 +42,7 @@ public:
     /// Creates `path` and what is missing above it.
     virtual Result<void> createDirectory(const std::filesystem::path& path) = 0;
 
-    /// Removes a file or a link, never a directory, and no file that somebody is writing a clip into.
+    /// Removes a file or a link, but never a directory or a file into which somebody is writing a clip.
     virtual Result<void> removeFile(const std::filesystem::path& path) = 0;
 };
 

@@ -22,13 +22,13 @@ struct HotKeyID {
 
 /// One press. Holding the keys down is one press.
 struct HotKeyEvent {
-    std::optional<HotKeyID> hotKeyID;  ///< none when the event does not tell
+    std::optional<HotKeyID> hotKeyID;  ///< none when the event does not say
 };
 
 /// Main thread only.
 class HotKeyCenter {
 public:
-    /// 0 is no reference.
+    /// 0 is not a reference.
     using EventHandlerReference = std::uint64_t;
     using HotKeyReference = std::uint64_t;
 
@@ -40,7 +40,7 @@ public:
     static constexpr std::uint32_t optionModifier = 0x800;
     static constexpr std::uint32_t controlModifier = 0x1000;
 
-    /// The registration has been asked for, and is not decided on yet.
+    /// The registration has been asked for but not yet decided.
     static constexpr HotKeyStatus pending = -100;
 
     virtual ~HotKeyCenter() = default;

@@ -11,7 +11,7 @@ struct LogRecord {
     std::string_view subsystem;
     std::string_view category;
     LogLevel level = LogLevel::info;
-    std::string_view message;  ///< as it is to be stored: private values are already replaced
+    std::string_view message;  ///< as it is to be stored: private values have already been replaced
 };
 
 class LogSink {

@@ -1,4 +1,4 @@
-// Seam: the functions that belong to the platform before a back end is chosen, and the one that chooses it.
+// Seam: the platform's functions that are needed before a back end is chosen, and the one that chooses it.
 #pragma once
 
 #include "base/SerialQueue.h"
@@ -9,10 +9,10 @@
 
 namespace velmora::platform {
 
-/// What holds for the whole process, such as how its memory is allocated. To be called first in main, before there are other threads.
+/// Sets what holds for the whole process, such as how its memory is allocated. Call it first in main, before there are other threads.
 void prepareProcess();
 
-/// A capture whose display goes ends in one of these.
+/// How a capture ends when its display goes away.
 enum class WhenTheDisplayGoes {
     theProgramEnds,  ///< at once, as every client of a display does; a recording is left as a crash would leave it
     theStreamStops,  ///< with an error, as for any other reason

@@ -27,7 +27,7 @@
 
 namespace velmora::platform {
 
-/// Every member is set. A service that this desktop cannot give is one that says why when it is used.
+/// Every member is set. In place of a service that this desktop cannot provide there is one that says why when it is used.
 struct PlatformServices {
     std::shared_ptr<LogSink> logSink;
     std::shared_ptr<FileManager> fileManager;

@@ -1,4 +1,4 @@
-// Seam: playing a file of media.
+// Seam: playing a media file.
 #pragma once
 
 #include "base/Result.h"
@@ -13,7 +13,7 @@
 
 namespace velmora::platform {
 
-/// Where a picture is drawn: memory of the caller's, `height` rows of `width` pixels, "BGRA", top row first.
+/// Where a picture is drawn: the caller's memory, `height` rows of `width` pixels, "BGRA", top row first.
 struct PictureTarget {
     std::byte* pixels = nullptr;
     std::int32_t width = 0;
@@ -21,7 +21,7 @@ struct PictureTarget {
     std::size_t bytesPerRow = 0;
 };
 
-/// One file. Main thread only; what it observes for others is called on that thread, never within a call to it, and never after its
+/// One file. Main thread only; observers are called on that thread, never within a call to the player, and never after its
 /// destruction. It begins paused, at its first picture.
 class Player {
 public:
@@ -33,15 +33,15 @@ public:
     virtual void play() = 0;
     virtual void pause() = 0;
 
-    /// Shows exactly the picture that the file shows at `time`; from the end on the last. Of seeks that follow each other quickly the last
+    /// Shows exactly the picture that the file shows at `time`; from the end on, the last. Of seeks in quick succession only the last
     /// one counts.
     virtual void seek(MediaTime time) = 0;
 
-    /// Playing pauses by itself at this time, without a picture that begins later. Playing from there or from behind pauses at once. None:
+    /// Playing pauses by itself at this time, before any picture that begins later. Playing from there or beyond pauses at once. None:
     /// the end of the file.
     virtual void setForwardPlaybackEndTime(std::optional<MediaTime> time) = 0;
 
-    /// `observer` is called with the time that is played, no more often than each `interval`, and with that at which playing pauses, by
+    /// `observer` is called with the time that is playing, no more often than every `interval`, and with that at which playing pauses, by
     /// itself or not.
     virtual TimeObserverToken addPeriodicTimeObserver(MediaTime interval, TimeObserver observer) = 0;
     virtual void removeTimeObserver(TimeObserverToken token) = 0;
@@ -49,7 +49,7 @@ public:
     /// `changed`: there is another picture to draw.
     virtual void setPictureObserver(std::function<void()> changed) = 0;
 
-    /// Draws the picture of now, its shape kept, in the middle of the target, black around it. False when there is none yet.
+    /// Draws the current picture, its shape kept, in the middle of the target, black around it. False when there is none yet.
     virtual bool drawPicture(const PictureTarget& target) = 0;
 
     /// Called once when the file cannot be played.
@@ -60,7 +60,7 @@ class PlayerFactory {
 public:
     virtual ~PlayerFactory() = default;
 
-    /// Fails where this machine has no player. A file that cannot be played is told of later.
+    /// Fails if this machine has no player. A file that cannot be played is reported later.
     virtual Result<std::unique_ptr<Player>> makePlayer(const std::filesystem::path& file) = 0;
 };
 

@@ -11,7 +11,7 @@ class ScreenCaptureAccess {
 public:
     virtual ~ScreenCaptureAccess() = default;
 
-    /// Asks nobody.
+    /// Prompts nobody.
     [[nodiscard]] virtual bool preflightScreenCaptureAccess() = 0;
 
     /// May show the system's own prompt; true when access is there afterwards.

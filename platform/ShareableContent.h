@@ -15,7 +15,7 @@ namespace velmora::platform {
 struct RunningApplication {
     std::string bundleIdentifier;  ///< may be empty
     std::string applicationName;  ///< may be empty
-    std::int32_t processID = 0;  ///< 0 when the desktop does not tell
+    std::int32_t processID = 0;  ///< 0 when the desktop does not say
 
     friend bool operator==(const RunningApplication&, const RunningApplication&) = default;
 };

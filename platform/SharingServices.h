@@ -1,4 +1,4 @@
-// Seam: what a file can be shared with.
+// Seam: how a file can be shared.
 #pragma once
 
 #include <filesystem>

@@ -20,7 +20,7 @@ class TrayAppearance {
 public:
     virtual ~TrayAppearance() = default;
 
-    /// The colour in which items are to be drawn now; none where the desktop does not tell.
+    /// The colour in which items are to be drawn now; none if the desktop does not say.
     [[nodiscard]] virtual std::optional<ItemColor> itemColor() = 0;
 };
 

@@ -5,12 +5,12 @@
 
 namespace velmora::platform {
 
-/// Main thread only. Kept beyond the process.
+/// Main thread only. They outlast the process.
 class UserDefaults {
 public:
     virtual ~UserDefaults() = default;
 
-    /// False when there is no such preference, or one of another type.
+    /// False when there is no such preference, or it has another type.
     [[nodiscard]] virtual bool boolean(std::string_view key) const = 0;
     virtual void setBoolean(std::string_view key, bool value) = 0;
 };

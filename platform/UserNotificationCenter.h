@@ -49,7 +49,7 @@ struct NotificationContent {
     std::string categoryIdentifier;
     std::map<std::string, std::string> userInfo;
 
-    /// How long it is to stay on the screen at least, where the desktop lets a program ask for that; 0: as long as others.
+    /// The least time that it is to stay on the screen, if the desktop lets a program ask for that; 0: as long as others.
     std::chrono::milliseconds leastTimeOnScreen{0};
 
     friend bool operator==(const NotificationContent&, const NotificationContent&) = default;
@@ -62,7 +62,7 @@ struct NotificationRequest {
 
 /// What the user did with a notification.
 struct NotificationResponse {
-    /// The user clicked the notification itself; or closed it.
+    /// The user clicked the notification itself, or closed it.
     static constexpr std::string_view defaultActionIdentifier = "default";
     static constexpr std::string_view dismissActionIdentifier = "dismiss";
 

@@ -11,7 +11,7 @@ namespace velmora::platform {
 /// One monitor, in the window system's pixels.
 struct ScreenFrames {
     PixelRect frame;
-    PixelRect visibleFrame;  ///< what panels leave free of it; never empty
+    PixelRect visibleFrame;  ///< the part of it that panels leave free; never empty
 
     friend bool operator==(const ScreenFrames&, const ScreenFrames&) = default;
 };
@@ -21,12 +21,12 @@ class WindowActivation {
 public:
     virtual ~WindowActivation() = default;
 
-    /// Moves the window to the current workspace, raises it and gives it the focus, as far as the desktop lets a program do that. The
-    /// window is on the screen already. `nativeWindow` is the window system's identifier.
+    /// Moves the window to the current workspace, raises it and gives it the focus, as far as the desktop lets a program do so. The
+    /// window is already on the screen. `nativeWindow` is the window system's identifier.
     virtual void activate(std::uint64_t nativeWindow) = 0;
 
-    /// The screen with the window that has the focus on the desktop, whosever it is; else the primary one. None where the desktop does not
-    /// tell. Asked anew each time.
+    /// The screen with the window that has the focus on the desktop, whosever it is; else the primary one. None if the desktop does not
+    /// say. Asked anew each time.
     [[nodiscard]] virtual std::optional<ScreenFrames> mainScreen() = 0;
 };
 

@@ -10,16 +10,16 @@
 
 namespace velmora::platform {
 
-/// Called on the main thread. What is empty is not wanted.
+/// Called on the main thread. An empty function is not called.
 struct WorkspaceObserver {
-    /// The machine is about to sleep. It waits, as long as the system lets it, until the argument is called or released.
+    /// The machine is about to sleep. It waits, as long as the system allows, until the argument is called or released.
     std::function<void(UniqueFunction<void()> readyToSleep)> willSleep;
     std::function<void()> didWake;
 
-    /// A display was added, removed, moved or changed its mode.
+    /// A display was added, removed or moved, or changed its mode.
     std::function<void()> screenParametersDidChange;
 
-    /// What the user asks of everything that is displayed has changed: `accessibilityDisplayShouldReduceMotion`.
+    /// What the user wants of everything on display has changed: `accessibilityDisplayShouldReduceMotion`.
     std::function<void()> accessibilityDisplayOptionsDidChange;
 };
 
@@ -28,7 +28,7 @@ class Workspace {
 public:
     virtual ~Workspace() = default;
 
-    /// For the rest of the process. Observing begins with the first observer.
+    /// Adds an observer for the rest of the process. Observing begins with the first one.
     virtual void addObserver(WorkspaceObserver observer) = 0;
 
     /// Whether the user has asked the desktop for less motion. Known while observers are there; false until the desktop has said so.

@@ -61,7 +61,7 @@ QString FolderBrowserModel::choice() const
 
 void FolderBrowserModel::goTo(const QString& typedPath)
 {
-    // The folder's own bytes, which the text may not be able to say.
+    // The folder's own bytes, which the text may not be able to express.
     if (typedPath == path()) {
         enter(directory_);
         return;

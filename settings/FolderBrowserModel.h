@@ -15,8 +15,8 @@
 
 namespace velmora {
 
-/// The folders inside one folder, a row each, and the way to others. Hidden ones are not listed, but can be typed. Keeps nothing beyond
-/// itself. Main thread only.
+/// The folders inside one folder, a row each, and the way to others. Hidden ones are not listed, but can be typed. Remembers nothing beyond
+/// its own life. Main thread only.
 class FolderBrowserModel final : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
@@ -33,10 +33,10 @@ class FolderBrowserModel final : public QAbstractListModel {
 public:
     enum Role { Name = Qt::UserRole };
 
-    /// Begins in the panel's folder, or in what is there of those above it.
+    /// Begins in the panel's folder, or in the nearest readable one above it.
     FolderBrowserModel(std::shared_ptr<platform::FileManager> fileManager, const platform::FolderPanel& panel);
 
-    /// What the button says that chooses.
+    /// The caption of the button that chooses.
     [[nodiscard]] const QString& prompt() const { return prompt_; }
 
     /// The folder whose folders are listed.
@@ -53,7 +53,7 @@ public:
     /// A name for a new folder is being asked for.
     [[nodiscard]] bool isNamingFolder() const { return isNamingFolder_; }
 
-    /// Why the last request was not met; empty when it was.
+    /// Why the last request failed; empty when it did not.
     [[nodiscard]] const QString& errorMessage() const { return errorMessage_; }
 
     /// Goes to a folder as it is typed: absolute, from the home folder with "~", else from the listed one.
@@ -65,7 +65,7 @@ public:
     /// Selects the next row above (-1) or below (1); the nearest end when none is selected.
     Q_INVOKABLE void moveSelection(int step);
 
-    /// Goes into the folder of a row; nothing for -1.
+    /// Enters the folder of a row; does nothing for -1.
     Q_INVOKABLE void open(int row);
 
     /// "New Folder".
@@ -77,7 +77,7 @@ public:
     /// Chooses.
     Q_INVOKABLE void choose();
 
-    /// "Cancel": of the naming of a new folder while that goes on, else of everything.
+    /// "Cancel": the naming of a new folder while that is going on, else everything.
     Q_INVOKABLE void cancel();
 
     /// The answer, once finished() is emitted; none when it was cancelled.
@@ -95,7 +95,7 @@ signals:
     void finished();
 
 private:
-    /// False, with a message, when the folder cannot be read: then everything stays.
+    /// False, with a message, when the folder cannot be read: then everything stays as it was.
     bool enter(const std::filesystem::path& directory);
     [[nodiscard]] std::filesystem::path chosenFolder() const;
     void selectNamed(const std::filesystem::path& name);

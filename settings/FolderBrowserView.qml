@@ -188,7 +188,7 @@ Rectangle {
     Connections {
         target: root.model
 
-        // What was typed gives way to where we are now.
+        // What was typed gives way to the current folder.
         function onDirectoryChanged() {
             path.text = root.model.path;
         }

@@ -64,7 +64,7 @@ void SettingsModel::viewWillAppear()
     services_.permissionManager->checkPermissions();
     // The folder of the user's videos may be another one by now.
     emit savedClipsFolderChanged();
-    // So may be the keyboard's layout.
+    // So may the keyboard's layout.
     emit shortcutChanged();
     setFolderError({});
     hasTray_ = services_.hasTray();
@@ -100,7 +100,7 @@ void SettingsModel::folderWasChosen(const Result<std::optional<std::filesystem::
 
 void SettingsModel::useFolder(const std::filesystem::path& folder)
 {
-    // The library takes any folder and finds out at the next recording; then it is too late for the clip.
+    // The library takes any folder and finds out at the next recording, which is too late for the clip.
     auto usable = services_.fileManager->createDirectory(folder);
     if (usable)
         usable = services_.fileManager->checkWritable(folder);

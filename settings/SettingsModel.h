@@ -18,7 +18,7 @@
 
 namespace velmora {
 
-/// The clips folder, the shortcut and the permission as they are at any time. Main thread only.
+/// The clips folder, the shortcut and the permission, always up to date. Main thread only.
 class SettingsModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -43,16 +43,16 @@ public:
         std::shared_ptr<platform::FolderChooser> folderChooser;
         std::function<void()> presentOnboarding;
 
-        /// Whether this desktop has a tray, now. Asked each time that the settings are shown.
+        /// Whether this desktop has a tray, now. Asked each time the settings are shown.
         std::function<bool()> hasTray;
     };
 
     explicit SettingsModel(Services services);
 
-    /// Where clips are saved, without a slash at its end. Plain text, as all that follow.
+    /// Where clips are saved, without a slash at the end. Plain text, like all that follow.
     [[nodiscard]] QString savedClipsFolder() const;
 
-    /// Why the folder that was chosen last is not the clips folder now; empty when it is.
+    /// Why the folder chosen last is not the clips folder now; empty when it is.
     [[nodiscard]] const QString& folderError() const { return folderError_; }
 
     [[nodiscard]] bool isShortcutRegistered() const { return services_.shortcutManager->isRegistered(); }
@@ -60,24 +60,24 @@ public:
     /// Why the shortcut is not registered. Never empty while it is not.
     [[nodiscard]] QString shortcutErrorMessage() const;
 
-    /// What to do about that; empty when the message says it.
+    /// What to do about that; empty when the message says so itself.
     [[nodiscard]] QString shortcutHelp() const;
 
-    /// The keys as they are called here, with what they are.
+    /// The keys as this keyboard or this desktop names them, and which of the two.
     [[nodiscard]] QString shortcutKeys() const;
 
     [[nodiscard]] bool hasScreenRecordingPermission() const { return services_.permissionManager->hasScreenRecordingPermission(); }
 
-    /// Whether the icon that the settings speak of is in a tray; else there is a small window instead.
+    /// Whether the icon that the settings mention is in a tray; if not, there is a small window instead.
     [[nodiscard]] bool hasTray() const { return hasTray_; }
 
     /// Why the screen cannot be recorded; may be empty.
     [[nodiscard]] QString permissionExplanation() const;
 
-    /// Each time that the settings are shown.
+    /// Called each time the settings are shown.
     Q_INVOKABLE void viewWillAppear();
 
-    /// "Change...". Nothing while the dialog of an earlier press is there.
+    /// "Change...". Does nothing while the dialog of an earlier press is open.
     Q_INVOKABLE void chooseDestinationFolder();
 
     /// "Open".

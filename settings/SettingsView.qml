@@ -225,7 +225,7 @@ Rectangle {
                 RowLayout {
                     spacing: Theme.gap
 
-                    // As high as the button, so that nothing moves when the permission is given.
+                    // As high as the button, so that nothing moves when the permission is granted.
                     Label {
                         Layout.fillWidth: true
                         Layout.preferredHeight: Theme.controlHeight

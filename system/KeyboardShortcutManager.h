@@ -35,7 +35,7 @@ public:
     static constexpr std::uint32_t hotKeySignature = 0x434C4950;  // "CLIP"
     static constexpr std::uint32_t toggleRecordingHotKeyID = 2;
 
-    /// A press is accepted when more than this has passed since the last that was.
+    /// A press is accepted when more than this has passed since the last accepted one.
     static constexpr std::chrono::milliseconds debounceInterval{500};
 
     struct Services {
@@ -58,16 +58,16 @@ public:
     /// Why the last registration failed, for the user; none when it did not.
     [[nodiscard]] const std::optional<std::string>& registrationErrorMessage() const { return registrationErrorMessage_; }
 
-    /// Whether that message tells all that the user can do, because the desktop has said why.
+    /// Whether that message says all that the user can do, because the desktop has given the reason.
     [[nodiscard]] bool isRegistrationErrorExplained() const { return isRegistrationErrorExplained_; }
 
-    /// What the desktop calls the keys that it has bound; empty where they are those of the shortcut.
+    /// What the desktop calls the keys that it has bound; empty if they are those of the shortcut.
     [[nodiscard]] std::string boundKeys() const;
 
-    /// What stands on the shortcut's key of the user's keyboard; "C", as on the default one's, where nobody tells.
+    /// The text on the shortcut's key in the user's keyboard layout; "C", as on the default shortcut's, if that is unknown.
     [[nodiscard]] std::string keyText() const;
 
-    /// Registers the shortcut anew. Where the desktop takes its time to decide, the properties follow when it has.
+    /// Registers the shortcut anew. If the desktop takes its time to decide, the properties follow when it has decided.
     void registerAll();
 
     /// The handler stays installed, and the message of a failed registration stays.

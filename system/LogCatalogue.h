@@ -16,7 +16,7 @@ enum class LogCategory { app, capture, buffer, exporter, hotkey, permissions, li
 using platform::LogLevel;
 
 /// One line of the catalogue. `format` has one place for each argument: %s for std::string_view (private), %ld for std::int64_t, %u for
-/// std::uint32_t and %d for std::int32_t (public). Category, level and arguments are part of the type, so that a logger takes only its
+/// std::uint32_t and %d for std::int32_t (public). Category, level and arguments are part of the type, so a logger takes only its
 /// own lines, at their level, with the arguments they need.
 template <LogCategory Category, LogLevel Level, typename... Arguments>
 struct LogLine {

@@ -1,4 +1,4 @@
-// What this program knows of its permissions.
+// What this program knows about its permissions.
 #pragma once
 
 #include "base/SerialQueue.h"
@@ -38,11 +38,11 @@ public:
     [[nodiscard]] bool hasScreenRecordingPermission() const { return hasScreenRecordingPermission_; }
     [[nodiscard]] bool hasNotificationPermission() const { return hasNotificationPermission_; }
 
-    /// Why the screen cannot be recorded, as far as the desktop says so.
+    /// Why the screen cannot be recorded, as far as the desktop says.
     [[nodiscard]] std::string screenRecordingExplanation() const { return services_.screenCaptureAccess->explanation(); }
 
-    /// Asks for both without a prompt. The first flag is what is known when this returns, and follows what comes to be known; the second
-    /// follows.
+    /// Asks for both without a prompt. The first flag is what is known when this returns, and follows what becomes known later; the second
+    /// comes later.
     void checkPermissions();
 
     /// May show the system's prompt; stores and returns its answer.

@@ -10,7 +10,7 @@ namespace {
 
 std::optional<SharedServices>& installed()
 {
-    // Never destroyed: the shared instances that use it are not either.
+    // Never destroyed: neither are the shared instances that use it.
     static auto& services = *new std::optional<SharedServices>;
     return services;
 }

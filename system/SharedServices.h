@@ -1,4 +1,4 @@
-// What the shared instances are wired with.
+// What the shared instances are wired up with.
 #pragma once
 
 #include "base/SerialQueue.h"
@@ -19,7 +19,7 @@ struct SharedServices {
     /// Once, before the first shared instance is used.
     static void install(SharedServices services);
 
-    /// Installed before.
+    /// They must have been installed.
     static const SharedServices& current();
 };
 

@@ -16,7 +16,7 @@ struct ShortcutDefinition {
     std::uint32_t modifiers = 0;  ///< bits of platform::HotKeyCenter
     std::string displayString;  ///< as users read it; whoever makes a shortcut supplies it
 
-    /// Option, Command and the key right of X.
+    /// Option, Command and the key to the right of X.
     static const ShortcutDefinition& defaultToggleRecording();
 
     /// With the keys "keyCode", "modifiers" and "displayString".

@@ -30,7 +30,7 @@ bool isMeant(const AudibleApplication& application, const QString& wanted)
         || (process > 0 && wanted == QString::number(process));
 }
 
-/// "mpv, Firefox", and the numbers of processes where names do not tell them apart.
+/// "mpv, Firefox", with process numbers where names do not tell them apart.
 std::string listed(const std::vector<AudibleApplication>& applications)
 {
     QStringList names;
@@ -57,9 +57,10 @@ Result<SoundDecision> decideUnasked(const SoundChoices& choices)
         break;
     }
     if (choices.applications.empty())
-        return SoundDecision{std::nullopt, "No application plays now: the window has no sound. Choose one that plays with --sound NAME."};
+        return SoundDecision{
+            std::nullopt, "No application is playing: the window has no sound. Start one and choose it with --sound NAME."};
     return fail(errorDomain, notDecided,
-        "The desktop does not tell whose window this is. Say whose sound goes with it, with --sound NAME, or --sound none. There is: "
+        "The desktop does not say whose window this is. Choose whose sound goes with it, with --sound NAME or --sound none. Available: "
             + listed(choices.applications) + '.');
 }
 
@@ -87,8 +88,9 @@ Result<SoundDecision> decideSound(const std::optional<SoundChoices>& choices, co
         return fail(errorDomain, ambiguous,
             "Several applications are called " + *wanted + ". Give --sound the number of a process: " + listed(meant) + '.');
     if (choices->applications.empty())
-        return fail(errorDomain, notThere, "No application called " + *wanted + " plays now. Nor does any other.");
-    return fail(errorDomain, notThere, "No application called " + *wanted + " plays now. There is: " + listed(choices->applications) + '.');
+        return fail(errorDomain, notThere, "No application called " + *wanted + " is playing, nor is any other.");
+    return fail(
+        errorDomain, notThere, "No application called " + *wanted + " is playing. Available: " + listed(choices->applications) + '.');
 }
 
 void requestWindowWithSound(WindowSelectionService& service, std::uint32_t id, std::optional<std::string> wantedSound,

@@ -1,4 +1,4 @@
-// The rules of the window catalogue: which windows may be recorded, and which live window a chosen one is.
+// The rules of the window catalogue: which windows may be recorded, and which live window a chosen one corresponds to.
 #pragma once
 
 #include "base/SerialQueue.h"
@@ -21,7 +21,7 @@ namespace velmora::window_catalogue {
 
 using FindCompletion = UniqueFunction<void(Result<std::optional<platform::ShareableWindow>>)>;
 
-/// The live window `id` among those that are on screen now; none when it is not there. `completion` is called exactly once, on
+/// The live window `id` among those on screen now; none when it is not there. `completion` is called exactly once, on
 /// `mainExecutor`, with the query's error unchanged.
 void findWindow(platform::ShareableContentProvider& content, Executor& mainExecutor, std::uint32_t id, FindCompletion completion);
 

@@ -46,7 +46,7 @@ void WindowSelectionService::requestWindow(std::uint32_t id, RequestCompletion c
                 return completion(fail(std::move(granted.error())));
             if (!*granted)
                 return completion(std::optional<CapturedWindowInfo>{});
-            // A window that may not be recorded is none that the user can have meant.
+            // A window that may not be recorded cannot be the one that the user meant.
             completion(window_catalogue::entry(**granted, static_cast<std::int32_t>(QCoreApplication::applicationPid())));
         });
 }

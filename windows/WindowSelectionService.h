@@ -36,7 +36,7 @@ public:
     [[nodiscard]] const std::optional<std::string>& lastError() const { return lastError_; }
 
     /// Queries the desktop afresh and replaces availableWindows(). `completion` is called once, on the main thread, when the result or
-    /// the failure has been published; never when the service is gone first. Calls may overlap: the later completion wins.
+    /// the failure has been published; never if the service is gone first. Calls may overlap: the later completion wins.
     void refreshWindows(UniqueFunction<void()> completion = [] {});
 
     /// True for an entry that the user has to grant in the desktop's own dialog: then requestWindow() comes before a capture.
@@ -44,8 +44,8 @@ public:
 
     using RequestCompletion = UniqueFunction<void(Result<std::optional<CapturedWindowInfo>>)>;
 
-    /// Lets the desktop ask its user. `completion` gets what is to be captured, none when the user cancelled; once, on the main thread, never
-    /// when the service is gone first.
+    /// Has the desktop ask the user. `completion` gets what is to be captured, none if the user cancelled; once, on the main thread, never
+    /// if the service is gone first.
     void requestWindow(std::uint32_t id, RequestCompletion completion);
 
     using SoundCompletion = UniqueFunction<void(std::optional<platform::SoundChoices>)>;

@@ -23,10 +23,10 @@ using platform::StreamOutputType;
 constexpr const char* errorDomain = "Velmora.CaptureStream";
 enum ErrorCode { noMicrophone = 1, noSound = 2 };
 
-/// Where there is a sound server, silence comes too. One that has not said anything for so long is none.
+/// A sound server delivers silence too. One that has delivered nothing for this long is not there.
 constexpr std::int64_t longestWaitForSound = 3'000'000'000;
 
-/// What a person can do something about, where that is known.
+/// The cause that a person can do something about, where that is known.
 Error whyThereIsNoSound(const Error& error)
 {
     for (const auto* cause = &error; cause; cause = cause->underlying.get()) {
@@ -56,7 +56,7 @@ struct Delivery {
     std::shared_ptr<SerialQueue> control = std::make_shared<SerialQueue>("com.velmora.capture.control");
     std::atomic<bool> stopping = false;
 
-    std::atomic<bool> expectsSound = false;  ///< it has been started and is not there
+    std::atomic<bool> expectsSound = false;  ///< it has been started and has not come yet
     std::atomic<bool> missesSound = false;  ///< it was waited for in vain
     std::int64_t firstPicture = 0;  ///< nanoseconds; 0 before there is one; of the pictures' thread
 };
@@ -98,7 +98,7 @@ void notePicture(Delivery& delivery, const SampleBuffer& picture)
         return;
     delivery.missesSound = true;
     loseSound(delivery, {errorDomain, noSound, "No sound server answers.", nullptr});
-    // It may have come while that was said.
+    // It may have come while that was being said.
     if (!delivery.expectsSound)
         regainSound(delivery);
 }
@@ -121,7 +121,7 @@ void deliver(const std::shared_ptr<Delivery>& delivery, const SampleBufferRef& s
 
 void reportStop(const std::shared_ptr<Delivery>& delivery, const Error& error)
 {
-    // Behind a start that is still on its way, so that the start's completion comes first.
+    // Behind a start that is still under way, so that the start's completion comes first.
     delivery->control->async([delivery, error] {
         const auto stream = delivery->stream.lock();
         if (!stream || delivery->stopping.exchange(true))

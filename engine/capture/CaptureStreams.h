@@ -17,13 +17,13 @@ struct CaptureStreamParts {
     std::function<std::unique_ptr<VideoSource>(const platform::ContentFilter&, const platform::StreamConfiguration&)> makeVideoSource;
     /// May return none: then streams are without sound.
     std::function<std::unique_ptr<AudioSource>()> makeAudioSource;
-    /// Whose sound goes with what a filter captures; none: it has no sound. Empty: that of the application that owns the window.
+    /// Whose sound goes with what a filter captures; none: no sound. Empty: that of the application that owns the window.
     std::function<std::optional<AudioTarget>(const platform::ContentFilter&)> audioTarget = {};
     /// Asked for the processes that own other applications' windows.
     std::shared_ptr<platform::ShareableContentProvider> shareableContent;
 };
 
-/// Streams whose sound, where it cannot be had, is left out: only a source of pictures that fails makes a start fail.
+/// Streams that do without sound where it cannot be had: a start fails only if the source of pictures does.
 std::shared_ptr<platform::CaptureStreamFactory> makeCaptureStreams(CaptureStreamParts parts);
 
 }  // namespace velmora::engine

@@ -1,4 +1,4 @@
-// Encoding of sound, whoever does it.
+// Encoding sound, whichever library does it.
 #pragma once
 
 #include "base/Result.h"

@@ -27,7 +27,7 @@ enum class NalFraming {
 /// profile_idc of a record (ITU-T H.264 7.4.2.1.1); 100 is High.
 [[nodiscard]] int avcProfile(std::span<const std::byte> decoderConfiguration);
 
-/// An access unit with start codes, rewritten with four-byte lengths and without delimiters and parameter sets, which belong into the
+/// An access unit with start codes, rewritten with four-byte lengths and without delimiters and parameter sets, which belong in the
 /// decoder configuration.
 [[nodiscard]] std::vector<std::byte> withLengthPrefixes(std::span<const std::byte> accessUnit);
 

@@ -23,7 +23,7 @@ constexpr std::int32_t lumaB = 2032;
 constexpr std::int32_t lumaOffset = (16 << lumaShift) + (1 << (lumaShift - 1));
 
 // Chroma in units of 2^-16, applied to the sum of four pixels: 224 / 255 of (-0.2126, -0.7152, 0.9278) / 1.8556 for Cb and of
-// (0.7874, -0.7152, -0.0722) / 1.5748 for Cr. Each three sum to zero, so greys have no colour.
+// (0.7874, -0.7152, -0.0722) / 1.5748 for Cr. Each set of three sums to zero, so greys have no colour.
 constexpr std::int32_t chromaShift = 18;
 constexpr std::int32_t cbR = -6596;
 constexpr std::int32_t cbG = -22188;

@@ -16,7 +16,7 @@ struct BgraView {
     std::int32_t height = 0;
 };
 
-/// A 4:2:0 picture of 8 bits in three planes (I420: luma, Cb, Cr) or in two (NV12: luma, Cb and Cr by turns). Its size is that of the
+/// A 4:2:0 picture of 8 bits in three planes (I420: luma, Cb, Cr) or in two (NV12: luma, Cb and Cr in turn). Its size is that of the
 /// BGRA picture padded to even numbers.
 struct Yuv420View {
     enum class Layout { i420, nv12 };
@@ -42,7 +42,7 @@ enum class ConversionPath { portable, avx2 };
 
 /// Converts the part `area` of `source`, widened to even coordinates, into the same place of `destination`; what lies outside is left
 /// alone. The matrix is that of BT.709 with limited range (ITU-R BT.709-6, items 3.2 to 3.4), rounded to nearest; chroma is the mean
-/// of the four pixels of its 2x2 block (sited in their centre). An odd last column or row is repeated into the padding.
+/// of the four pixels of its 2x2 block (sited at their centre). An odd last column or row is repeated into the padding.
 void convertToYuv420(const BgraView& source, PixelRect area, const Yuv420View& destination, ConversionPath path = fastestConversionPath());
 
 }  // namespace velmora::engine

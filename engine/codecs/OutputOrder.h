@@ -11,7 +11,7 @@
 
 namespace velmora::engine {
 
-/// The pictures that were given to an encoder and not yet called back, oldest first. An encoder reorders nothing, so a picture whose
+/// The pictures given to an encoder and not yet called back, oldest first. An encoder reorders nothing, so a picture whose
 /// successor has come out was dropped inside it. Not thread-safe.
 template <typename Outcome>
 class OutputOrder {
@@ -25,7 +25,7 @@ public:
 
     [[nodiscard]] bool isEmpty() const { return entries_.empty(); }
 
-    /// A picture whose outcome is known before it gets into the encoder, or is to come.
+    /// A picture whose outcome is known before it reaches the encoder, or is still to come.
     void push(Entry entry) { entries_.push_back(std::move(entry)); }
 
     /// The unfinished entry of `encoderTime`; null when there is none.
@@ -56,7 +56,7 @@ public:
         }
     }
 
-    /// The oldest entry's outcome, taken out; none while that is not known.
+    /// The oldest entry's outcome, taken out; none while it is not known.
     std::optional<Outcome> pop()
     {
         if (entries_.empty() || !entries_.front().outcome)

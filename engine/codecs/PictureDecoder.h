@@ -1,4 +1,4 @@
-// Decoding of single pictures, whoever does it.
+// Decoding single pictures, whichever library does it.
 #pragma once
 
 #include "base/Result.h"
@@ -29,7 +29,7 @@ public:
     /// The picture, scaled down to fit with its shape kept (square pixels), never up; null: it needs more samples.
     virtual Result<PixelBufferRef> decode(std::span<const std::byte> sample, std::int64_t time) = 0;
 
-    /// No sample follows. An error where the picture was not among them.
+    /// No sample follows. An error if the picture was not among them.
     virtual Result<PixelBufferRef> finish() = 0;
 };
 

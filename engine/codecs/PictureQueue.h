@@ -17,11 +17,11 @@ struct PendingPicture {
     MediaTime presentationTimeStamp;
     MediaTime duration;
     DirtyArea changed;  ///< against the picture that was taken out before
-    std::uint64_t droppedBefore = 0;  ///< pictures that came before this one and after the one taken out before
+    std::uint64_t droppedBefore = 0;  ///< pictures that came between the one taken out before and this one
 };
 
-/// At most three pictures in the order they came. Into a full queue a picture takes the place of the youngest one: what a burst leaves
-/// on the screen is recorded at once, and not with the next change. A dropped picture's changes count for the one after it.
+/// At most three pictures in the order they came. In a full queue a picture takes the place of the youngest: what a burst leaves
+/// on the screen is recorded at once, not with the next change. A dropped picture's changes count for the one after it.
 /// Not thread-safe.
 class PictureQueue {
 public:
@@ -31,7 +31,7 @@ public:
     std::optional<PendingPicture> pop();
     [[nodiscard]] bool isEmpty() const { return count_ == 0; }
 
-    /// Releases all pictures. The next one counts as changed altogether.
+    /// Releases all pictures. The next one counts as wholly changed.
     void clear();
 
 private:

@@ -1,4 +1,4 @@
-// Scaling of pictures, whoever does it.
+// Scaling pictures, whichever library does it.
 #pragma once
 
 #include "base/Geometry.h"
@@ -10,8 +10,8 @@
 
 namespace velmora::engine {
 
-/// Scales a part of one BGRA picture into a part of another, bilinearly. The rectangles are the parts, in pixels from the first one of
-/// their picture. Used on one thread; keeps its tables between calls of the same sizes.
+/// Scales a part of one BGRA picture into a part of another, bilinearly. The rectangles are the parts, in pixels from the first one in
+/// their picture. Used on one thread; keeps its tables between calls with the same sizes.
 class PictureScaler {
 public:
     virtual ~PictureScaler() = default;

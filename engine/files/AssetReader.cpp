@@ -14,7 +14,7 @@ namespace velmora::engine {
 
 namespace {
 
-/// Two minutes at 30 pictures a second from one key frame to the next, in 256 MiB: more than any player could seek in.
+/// Two minutes at 30 pictures a second from one key frame to the next, in 256 MiB: more than any player could seek through.
 constexpr std::size_t mostSamples = 3600;
 constexpr std::uint64_t mostBytes = std::uint64_t{256} << 20;
 
@@ -31,17 +31,17 @@ Result<MediaTime> readDuration(const std::filesystem::path& path)
     const bool isEmpty =
         std::all_of(summary->tracks.begin(), summary->tracks.end(), [](const mp4::TrackSummary& track) { return track.sampleCount == 0; });
     if (isEmpty)
-        return failure(AssetReaderErrorCode::nothingInside, "The file has neither pictures nor sound.");
+        return failure(AssetReaderErrorCode::nothingInside, "The file has neither video nor sound.");
     return summary->duration;
 }
 
-/// The track that is played, of the pictures.
+/// The track of pictures that is played.
 Result<const mp4::Track*> pictureTrack(const mp4::Movie& movie)
 {
     const auto track = std::find_if(movie.tracks.begin(), movie.tracks.end(),
         [](const mp4::Track& candidate) { return candidate.isVideo() && !candidate.samples.isEmpty(); });
     if (track == movie.tracks.end())
-        return failure(AssetReaderErrorCode::nothingInside, "The file has no pictures.");
+        return failure(AssetReaderErrorCode::nothingInside, "The file has no video.");
     return &*track;
 }
 
@@ -78,7 +78,7 @@ VideoFormat decodableFormat(const mp4::Track& track)
     return format;
 }
 
-/// What a track's matrix (ISO 14496-12 8.3.2) turns and mirrors; anything else that it does is left undone.
+/// How a track's matrix (ISO 14496-12 8.3.2) turns and mirrors; anything else it does is ignored.
 struct Orientation {
     explicit Orientation(const std::array<std::int32_t, 9>& matrix)
     {
@@ -127,7 +127,7 @@ PixelBufferRef upright(PixelBufferRef picture, const Orientation& orientation)
     return result;
 }
 
-/// Feeds the decoder from the sync sample on until the picture comes out.
+/// Feeds the decoder, from the sync sample on, until the picture comes out.
 Result<PixelBufferRef> decode(mp4::File& file, const mp4::SampleTable& samples, const mp4::ShownSamples& shown, PictureDecoder& decoder)
 {
     mp4::SampleTable::Cursor cursor{samples};
@@ -145,7 +145,7 @@ Result<PixelBufferRef> decode(mp4::File& file, const mp4::SampleTable& samples, 
         if (!complete)
             return fail(complete.error());
         if (!*complete)
-            return fail(mp4::makeError(mp4::ErrorCode::damaged, "The file became shorter."));
+            return fail(mp4::makeError(mp4::ErrorCode::damaged, "The file has become shorter."));
         auto picture = decoder.decode(bytes, sample.decodeTime + sample.compositionOffset);
         if (!picture || *picture)
             return picture;
@@ -157,7 +157,7 @@ Result<PixelBufferRef> readPicture(const std::filesystem::path& path, MediaTime 
     const PictureDecoderFactory& makeDecoder)
 {
     if (!time.isValid() || maximumWidth < 1 || maximumHeight < 1)
-        return failure(AssetReaderErrorCode::invalidRequest, "There is no picture of that time or size.");
+        return failure(AssetReaderErrorCode::invalidRequest, "There is no picture at that time or of that size.");
     const auto file = mp4::PosixFile::openForReading(path);
     if (!file)
         return fail(file.error());

@@ -14,13 +14,13 @@ namespace velmora::engine {
 inline constexpr std::string_view assetReaderErrorDomain = "Velmora.AssetReader";
 
 enum class AssetReaderErrorCode : int {
-    invalidRequest = 1,  ///< a time or size that is none
+    invalidRequest = 1,  ///< not a time, or not a size
     nothingInside = 2,  ///< no samples, or no pictures
     tooLarge = 3,  ///< more would have to be decoded than one picture is worth
 };
 
-/// Reads MP4 files of any origin, whole ones and unfinished recordings as far as they go. Durations and pictures have a queue each: a
-/// picture that takes long keeps no list waiting. Completions come on those queues. What a file can make this read and decode
+/// Reads MP4 files of any origin, whole ones and unfinished recordings as far as they go. Durations and pictures have a queue each, so a
+/// picture that takes long keeps no list waiting. Completions come on those queues. How much a file can make this read and decode
 /// is bounded.
 class AssetReader final : public platform::AssetReader {
 public:

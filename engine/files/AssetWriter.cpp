@@ -17,18 +17,18 @@ namespace {
 // Encoded media that may wait for the disk: a minute at the usual rate.
 constexpr std::uint64_t largestBacklog = std::uint64_t{64} << 20;
 
-// Time stamps of sound shake by less than this; what lies beyond is missing or doubled sound.
+// Time stamps of sound jitter by less than this; anything beyond is missing or doubled sound.
 constexpr MediaTime jitter{5, 1000};
 
 constexpr MediaTime longestGap{600, 1};
 
 constexpr MediaTime shortestKept{1, 1};
 
-/// Of a file that is whole, or as whole as the disk let it become.
+/// For a file that is whole, or as whole as the disk let it become.
 bool holdsEnough(const std::filesystem::path& path)
 {
     const auto summary = mp4::readMovieSummary(path);
-    // One that the system does not let us read may hold anything.
+    // A file that the system does not let us read may hold anything.
     return summary ? summary->duration >= shortestKept : summary.error().domain != mp4::errorDomain;
 }
 
@@ -79,7 +79,7 @@ struct AssetWriter::Session {
         return currentStatus() == Status::writing && recording->bytesInFlight() < largestBacklog;
     }
 
-    /// False when nothing can be appended; a failure has been reported by that.
+    /// False when nothing can be appended; that is also how a failure is reported.
     bool beginAppend()
     {
         update();
@@ -93,7 +93,7 @@ class AssetWriter::Input : public platform::AssetWriterInput {
 public:
     explicit Input(std::shared_ptr<Session> session) : session_(std::move(session)) { }
 
-    // Nothing here ever waits, so there is no other way of working to choose.
+    // Nothing here ever waits, so there is no other mode to choose.
     void setExpectsMediaDataInRealTime(bool) override { }
     [[nodiscard]] bool isReadyForMoreMediaData() const override { return wasAdded() && !isFinished_ && session_->isReady(); }
     void markAsFinished() override { isFinished_ = true; }
@@ -140,7 +140,7 @@ public:
 private:
     bool write(const SampleBuffer& sample) override
     {
-        // One description serves the whole track: a sample of another kind could not be decoded by it.
+        // One description serves the whole track: a sample of another format could not be decoded with it.
         if (!sample.format || (sample.format != format_ && *sample.format != *format_) || sample.data.bytes.empty())
             return false;
         const auto time = (sample.presentationTimeStamp - session().start).converted(mp4::videoTimescale).value;
@@ -390,7 +390,7 @@ void AssetWriter::cancelWriting()
     session_->end(Status::cancelled, std::nullopt);
 }
 
-/// False when the file is where it was, and nothing more is to come of it than its end.
+/// False when the file is still where it was and only remains to be ended.
 bool AssetWriter::moveToTrash()
 {
     if (!cancelled_.trash || !session_->start.isValid())

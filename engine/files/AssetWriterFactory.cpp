@@ -14,7 +14,7 @@ Result<std::shared_ptr<platform::AssetWriter>> AssetWriterFactory::makeAssetWrit
         return fail(file.error());
     auto writer = AssetWriter::create(std::move(*file), encoders_, outputURL, {.trash = trash_});
     if (!writer) {
-        // Another recorder was quicker: to whoever wants the name it is taken.
+        // Another recorder was quicker: the name is taken.
         const auto& error = writer.error();
         const bool isInUse = error.domain == mp4::errorDomain && error.code == static_cast<int>(mp4::ErrorCode::inUse);
         return fail(isInUse ? posixError(EEXIST, outputURL.filename().native()) : error);

@@ -17,7 +17,7 @@ namespace velmora::engine {
 
 namespace {
 
-/// Shared with the work on the queue, which keeps it alive: nobody waits for the disk who lets go of a session.
+/// Shared with the work on the queue, which keeps it alive: whoever lets go of a session does not wait for the disk.
 class Export {
 public:
     using Status = platform::ExportSession::Status;
@@ -68,7 +68,7 @@ public:
         });
     }
 
-    /// What is written so far is gone when this returns.
+    /// What has been written so far is gone when this returns.
     void cancel()
     {
         MutexLock lock(mutex_);
@@ -95,7 +95,7 @@ private:
             status_ = Status::completed;
             progress_ = 1;
         } else if (isCancelled_) {
-            // Whatever went wrong went wrong because of that, or matters to nobody.
+            // Whatever went wrong went wrong because of that, or no longer matters.
             status_ = Status::cancelled;
         } else {
             assert(!result);
@@ -121,7 +121,7 @@ private:
         if (!*pending)
             return mp4::TrimOutcome::cancelled;
         auto outcome = mp4::writeTrim(*source_, std::move(*plan), (*pending)->file(), [this](double done) {
-            // The last of it is the disk's.
+            // The last part is the disk's.
             progress_ = done * 0.99;
             return !isCancelled();
         });
@@ -141,7 +141,7 @@ private:
         if (isCancelled_)
             return nullptr;
         const auto folder = outputURL_.has_parent_path() ? outputURL_.parent_path() : std::filesystem::path{"."};
-        // This folder may be another than the one that the program tidies up when it starts.
+        // This folder may not be the one that the program tidies up when it starts.
         mp4::removeAbandonedFiles(folder);
         auto created = mp4::PendingFile::create(folder);
         if (!created)

@@ -1,4 +1,4 @@
-// Where files go that nobody should see any more.
+// Where files go that nobody is to see any more.
 #pragma once
 
 #include "base/Result.h"
@@ -13,16 +13,16 @@ struct TrashedFile {
     std::filesystem::path info;  ///< says where it lay and when it was put here; empty where a desktop needs no such file
 };
 
-/// The desktop's trash. What lies in it is listed and restored by every file browser. Safe on any thread; waits for the disk, not for the
-/// file's size.
+/// The desktop's trash. Every file browser lists and restores what lies in it. Safe on any thread; waits for the disk, but no
+/// longer for a large file.
 class Trash {
 public:
-    /// Moves a file, without replacing what may be at `to`: EEXIST then. EXDEV where that is another file system.
+    /// Moves a file. Replaces nothing: EEXIST if something is at `to`. EXDEV if that is on another file system.
     using Move = std::function<Result<void>(const std::filesystem::path& to)>;
 
     virtual ~Trash() = default;
 
-    /// Puts the file at `path` into the first trash that `move` can reach. Where none can be, nothing tells of it and the file is where it
+    /// Puts the file at `path` into the first trash that `move` can reach. If it can reach none, no trace is left and the file is where it
     /// was; the error is that of the last one tried.
     [[nodiscard]] virtual Result<TrashedFile> put(const std::filesystem::path& path, const Move& move) const = 0;
 

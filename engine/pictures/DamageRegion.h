@@ -7,7 +7,7 @@
 
 namespace velmora::engine {
 
-/// A union of rectangles that stays small: beyond `maximumRectangles` it becomes their bound. Rectangles may overlap.
+/// A union of rectangles that stays small: beyond `maximumRectangles` it becomes their bounding rectangle. Rectangles may overlap.
 class DamageRegion {
 public:
     static constexpr std::size_t maximumRectangles = 8;

@@ -8,7 +8,7 @@
 
 namespace velmora::engine {
 
-/// The largest rectangle of the source's shape inside the destination, centred. Both sizes are at least 1 x 1, so is the result.
+/// The largest rectangle of the source's shape inside the destination, centred. Both sizes are at least 1 x 1, and so is the result.
 [[nodiscard]] inline PixelRect fitRectangle(std::int32_t sourceWidth, std::int32_t sourceHeight, std::int32_t width, std::int32_t height)
 {
     const std::int64_t sw = sourceWidth;

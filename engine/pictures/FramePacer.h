@@ -6,14 +6,14 @@
 
 namespace velmora::engine {
 
-/// Holds pictures to one an interval on average. One that was taken late may be followed by one up to a quarter of the interval
+/// Holds pictures to one an interval on average. After one that was taken late, the next may come up to a quarter of the interval
 /// early, because a source that draws at the very rate of the limit would otherwise lose a frame to every late wake-up.
 /// Times are nanoseconds of one clock.
 class FramePacer {
 public:
     explicit FramePacer(std::int64_t interval) : interval_(interval) { }
 
-    /// From then on a picture may be taken.
+    /// The time from which a picture may be taken.
     [[nodiscard]] std::int64_t due() const { return next_ - interval_ / 4; }
 
     void taken(std::int64_t now) { next_ = std::max(next_, now) + interval_; }

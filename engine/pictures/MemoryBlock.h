@@ -5,7 +5,7 @@
 
 namespace velmora::engine {
 
-/// A block of memory in this process. Pictures in it may be held for longer than the capture lasts that made it.
+/// A block of memory in this process. Pictures in it may be held for longer than the capture that made it lasts.
 class MemoryBlock {
 public:
     virtual ~MemoryBlock() = default;

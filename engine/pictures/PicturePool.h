@@ -20,25 +20,25 @@ struct SavedPixels {
     std::vector<std::uint32_t> pixels;
 };
 
-/// One picture of the pool. What it lacks is kept beside it, so that making it current fetches no more than that.
+/// One picture of the pool. What it has missed is kept beside it, so that making it current fetches no more than that.
 struct PooledPicture {
     std::byte* pixels = nullptr;
     std::size_t offset = 0;  ///< of `pixels` in the pool's memory
     DamageRegion missed;  ///< what has changed since this picture was current
     SavedPixels underCursor;  ///< put back before anything is fetched
-    PixelRect fitted;  ///< where a scaled source lies; empty while the picture is a source's own size
+    PixelRect fitted;  ///< where a scaled source lies; empty while the picture has the source's own size
     std::atomic<int> holders{0};
 };
 
-/// A fixed number of BGRA pictures of one size in one block of memory. All but the release of a lease happens on
-/// the capture's thread. A picture is written only while nobody holds a lease on it; when all are held there is none to be had,
-/// and the capture leaves that moment out: memory stays bounded however slow a consumer is. Memory that was never written to
+/// A fixed number of BGRA pictures of one size in one block of memory. Everything but the release of a lease happens on
+/// the capture's thread. A picture is written to only while nobody holds a lease on it; when all are held there is none to be had,
+/// and the capture skips that moment: memory stays bounded however slow a consumer is. Memory that was never written to
 /// costs nothing, so a consumer that keeps up uses one or two of them.
 class PicturePool {
 public:
     static constexpr std::size_t pictureCount = 6;
 
-    /// What the memory of a pool must hold.
+    /// How large the memory of a pool must be.
     [[nodiscard]] static std::size_t requiredBytes(std::int32_t width, std::int32_t height);
 
     /// `memory` is zeroed and of at least the required size.

@@ -1,4 +1,4 @@
-// Pictures of a pool as the samples of one stream.
+// Turns the pictures of a pool into the samples of one stream.
 #pragma once
 
 #include "engine/pictures/PicturePool.h"
@@ -10,7 +10,7 @@
 
 namespace velmora::engine {
 
-/// Counts the samples of a stream, whose identity is its own. Used on one thread.
+/// Counts the samples of a stream, which has an identity of its own. Used on one thread.
 class PictureSamples {
 public:
     explicit PictureSamples(const platform::StreamConfiguration& configuration);
@@ -18,7 +18,7 @@ public:
     /// The minimum frame interval in nanoseconds; 0 when the configuration sets no limit.
     [[nodiscard]] std::int64_t interval() const { return interval_; }
 
-    /// `time` counts the nanoseconds of CLOCK_MONOTONIC; `dirty` is what changed since the sample before. The sample holds the picture.
+    /// `time` counts the nanoseconds of CLOCK_MONOTONIC; `dirty` is what has changed since the sample before. The sample holds the picture.
     [[nodiscard]] SampleBufferRef make(PicturePool& pool, PooledPicture& picture, std::int64_t time, std::vector<PixelRect> dirty);
 
 private:

@@ -45,7 +45,7 @@ void PictureStream::contentReplaced(std::int32_t width, std::int32_t height)
 
 void PictureStream::damage(PixelRect part)
 {
-    // A scaled picture is made anew as a whole.
+    // A scaled picture is made anew, whole.
     const auto rectangle = isScaled() ? whole_ : part.intersected(whole_);
     pool_.addDamage(rectangle);
     changed_.add(rectangle);

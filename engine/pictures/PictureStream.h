@@ -25,14 +25,14 @@ struct ContentPixels {
     std::size_t bytesPerRow = 0;
 };
 
-/// What a stream's pictures show: a window, say. Asked on the stream's thread, from within PictureStream::take. An error ends the stream.
+/// What a stream's pictures show, a window for example. Asked on the stream's thread, within PictureStream::take. An error ends the stream.
 class PictureContent {
 public:
     virtual ~PictureContent() = default;
 
-    /// Brings at least `picture.missed`, which may be empty, up to date in a picture of the content's own size, and draws over the content what
-    /// belongs over it. All of the picture has to show one moment. False: it cannot be done now, and the stream asks again an
-    /// interval later. What turns out to have been drawn before that moment may be told by damage() meanwhile: it counts for this picture.
+    /// Brings at least `picture.missed`, which may be empty, up to date in a picture of the content's own size, and draws on it whatever
+    /// belongs over the content. All of the picture has to show one moment. False: it cannot be done now, and the stream asks again an
+    /// interval later. What turns out to have been drawn before that moment may be reported to damage() meanwhile: it counts for this picture.
     virtual Result<bool> fetch(PooledPicture& picture) = 0;
 
     /// All of the content, one moment of it, with what belongs over it; valid until the next call here. None: it cannot be had now.
@@ -40,10 +40,10 @@ public:
 };
 
 /// Owns the pictures of one stream, all of the configuration's size. A picture is taken where and when the content changes, at most one an
-/// interval (FramePacer); the last one comes again, same memory and nothing dirty, when half a second passes without a new one. While
-/// consumers hold all of the pool none is taken. Content of another size is fitted in: its shape kept, centred, black around.
+/// interval (FramePacer); the last one is repeated, same memory and nothing dirty, when half a second passes without a new one. While
+/// consumers hold the whole pool none is taken. Content of another size is fitted in: its shape kept, centred, black around it.
 ///
-/// A back end tells what has changed, calls work() at deadline() and whenever something has changed, and hands out pixels when it is asked.
+/// A back end reports what has changed, calls work() at deadline() and whenever something has changed, and hands out pixels when asked.
 /// Used on one thread. Times are nanoseconds of CLOCK_MONOTONIC.
 class PictureStream {
 public:
@@ -53,42 +53,42 @@ public:
     static constexpr std::int64_t longestFirstPaint = nanosecondsPerSecond / 2;
     static constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
 
-    /// The greatest width and height of a stream's pictures, the least is 1: window systems have 16 bits for a size, and coordinates with a sign.
+    /// The greatest width and height of a stream's pictures; the least is 1. Window systems have 16-bit sizes and signed coordinates.
     static constexpr std::int64_t largestSide = 32767;
 
     [[nodiscard]] static bool isPossible(const platform::StreamConfiguration& configuration);
 
-    /// What the memory of the pictures must hold, for a configuration that is possible.
+    /// How large the memory of the pictures must be, for a configuration that is possible.
     [[nodiscard]] static std::size_t requiredBytes(const platform::StreamConfiguration& configuration);
 
     /// `memory` is zeroed and of at least the required size. `content` outlives the stream. `makeScaler` is called with the first picture that
-    /// needs it. `deliver` gets every picture. Nothing is there to be taken before contentReplaced().
+    /// needs it. `deliver` gets every picture. There is nothing to take before contentReplaced().
     PictureStream(const platform::StreamConfiguration& configuration, std::shared_ptr<MemoryBlock> memory, PictureContent& content,
         PictureScalerFactory makeScaler, UniqueFunction<void(SampleBufferRef)> deliver, Clock now = monotonicNow);
 
     /// The content has this size from now on, in pixels and at least 1 x 1, and nothing of it is known.
     void contentReplaced(std::int32_t width, std::int32_t height);
 
-    /// A part of the content was drawn; in its coordinates.
+    /// A part of the content has been drawn; in the content's coordinates.
     void damage(PixelRect part);
 
-    /// The first picture waits until all of the content was drawn, but for half a second at most: what is there now is not the content's own.
+    /// The first picture waits until all of the content has been drawn, half a second at most: what is there now is not the content's own.
     void awaitFirstPaint();
 
-    /// What is drawn over the content, a pointer say, is elsewhere than in the last picture, or looks different; or is not, after all.
+    /// Whether what is drawn over the content, a pointer for example, has moved or looks different since the last picture.
     void setOverlayIsOutdated(bool isOutdated) { overlayIsOutdated_ = isOutdated; }
 
     /// From within fetch(): what is drawn over the content differs in this part from the last picture. In the picture's coordinates.
     void overlayChanged(PixelRect part) { changed_.add(part.intersected(whole_)); }
 
-    /// Takes a picture if that is due, and repeats the last if that is. The picture's time is `contentTime` where that can be: where it is none,
-    /// stands still, lies ahead or half a second back, it is that of the clock. An error ends the stream.
+    /// Takes a picture if one is due, repeats the last if a repeat is. The picture's time is `contentTime` if it can be: if it is missing,
+    /// stands still, lies ahead or half a second back, the time is the clock's. An error ends the stream.
     Result<void> work(std::optional<std::int64_t> contentTime = std::nullopt);
 
-    /// The same without taking one: the content cannot be read now.
+    /// The same, but takes none: for when the content cannot be read.
     void repeat();
 
-    /// When work() has something to do if nothing is told before; `never` before the first change.
+    /// When work() has something to do if nothing is reported before then; `never` before the first change.
     [[nodiscard]] std::int64_t deadline() const;
 
     [[nodiscard]] bool isScaled() const { return contentWidth_ != whole_.width || contentHeight_ != whole_.height; }

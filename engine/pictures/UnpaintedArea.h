@@ -1,4 +1,4 @@
-// What of a picture nobody has drawn yet.
+// The part of a window that nobody has drawn yet.
 #pragma once
 
 #include "base/Geometry.h"
@@ -7,7 +7,7 @@
 
 namespace velmora::engine {
 
-/// Of a window's content at first everything, less with each part that is drawn. Its parts do not overlap.
+/// At first all of a window's content, less with each part that is drawn. Its parts do not overlap.
 class UnpaintedArea {
 public:
     explicit UnpaintedArea(PixelRect content = {});

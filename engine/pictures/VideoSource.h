@@ -19,10 +19,10 @@ public:
 
     virtual ~VideoSource() = default;
 
-    /// Returns when the source runs or has failed; the first picture may be delivered before that.
+    /// Returns when the source is running or has failed; the first picture may be delivered before that.
     virtual Result<void> start(Callbacks callbacks) = 0;
 
-    /// Returns when no callback runs or will run. Idempotent. Never from a callback.
+    /// Returns when no callback is running or will run. Idempotent. Never called from a callback.
     virtual void stop() = 0;
 };
 

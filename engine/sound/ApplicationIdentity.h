@@ -6,7 +6,7 @@
 
 namespace velmora::engine {
 
-/// As the sound server tells it of the application's streams. Empty: unknown.
+/// As the sound server reports it of the application's streams. Empty: unknown.
 struct ApplicationIdentity {
     std::string name;
     std::string binary;
@@ -17,10 +17,10 @@ struct ApplicationIdentity {
     friend bool operator==(const ApplicationIdentity&, const ApplicationIdentity&) = default;
 };
 
-/// Whether they are not empty and differ in nothing but the case of their ASCII letters: programs write their names in one or another.
+/// Whether they are not empty and differ at most in the case of ASCII letters: programs are not consistent in writing their names.
 [[nodiscard]] bool equalNames(std::string_view a, std::string_view b);
 
-/// By the portal's application id where both have one; else by name and binary, both of them where they are known of both.
+/// By the portal's application id where both have one; else by name and binary, both of them where both have them.
 [[nodiscard]] bool isSameApplication(const ApplicationIdentity& a, const ApplicationIdentity& b);
 
 }  // namespace velmora::engine

@@ -51,7 +51,7 @@ void AudioMixer::write(int input, std::int64_t stamp, std::span<const float> sam
     add(placement.position, rest);
 }
 
-/// `samples` over another number of frames, by straight lines between neighbours: for one frame in hundreds nobody hears more.
+/// `samples` over another number of frames, by straight lines between neighbours: for one frame in hundreds nobody hears the difference.
 std::span<const float> AudioMixer::stretched(std::span<const float> samples, std::int32_t frames)
 {
     const auto before = samples.size() / channelCount_;

@@ -1,4 +1,4 @@
-// Several sources of sound become one track without a gap.
+// Mixes several sources of sound into one track without gaps.
 #pragma once
 
 #include "engine/sound/FrameClock.h"
@@ -11,8 +11,8 @@
 
 namespace velmora::engine {
 
-/// Adds interleaved 32-bit float blocks at the places that their time stamps say, and gives the sum out as one track that counts
-/// CLOCK_MONOTONIC from its origin, digital silence where nobody spoke. Times are nanoseconds. Used by one thread.
+/// Adds interleaved 32-bit float blocks at the places that their time stamps say, and gives out the sum as one track that counts
+/// CLOCK_MONOTONIC from its origin, digital silence where no source spoke. Times are nanoseconds. Used by one thread.
 ///
 /// While sources speak, the track follows them: it is given out as far as all of them have come, yet never further ahead of the clock
 /// than `greatestLead`, because what a slow device plays in two seconds is known now and another source may still add to it. When
@@ -30,7 +30,7 @@ public:
     int addInput(std::int64_t tolerance);
     void removeInput(int input);
 
-    /// A block of `input` whose first frame is heard at `stamp`; `now` is when it came.
+    /// Adds a block of `input` whose first frame is heard at `stamp`; `now` is when it came.
     void write(int input, std::int64_t stamp, std::span<const float> samples, std::int64_t now);
 
     /// Frames that can be given out at `now`.

@@ -18,10 +18,10 @@ struct AudioTarget {
     std::string bundleIdentifier;
     std::string portalApplicationID;
     bool excludesCurrentProcess = true;
-    /// The user chose the application by its sound. When its process has ended, later processes of the same name and the same binary, which
-    /// `bundleIdentifier` is then, are that application again; those that ran beside it are not.
+    /// The user chose the application by its sound. When its process has ended, later processes of the same name and the same binary (here
+    /// `bundleIdentifier`) are that application again; those that ran beside it are not.
     bool isFollowedByName = false;
-    /// True for a process that owns windows of another application: it and what is below it do not belong to the tree. Called on
+    /// True for a process that owns windows of another application: it and everything below it do not belong to the tree. Called on
     /// the source's thread; may be empty.
     std::function<bool(std::int32_t processID)> ownsWindowsOfAnotherApplication;
 };
@@ -39,10 +39,10 @@ public:
 
     virtual ~AudioSource() = default;
 
-    /// Fails when there is no sound server to speak to. When one that was spoken to dies, the track goes on in silence, without a word.
+    /// Fails when there is no sound server to talk to. If the server dies later, the track goes on in silence, without an error.
     virtual Result<void> start(const AudioTarget& target, AudioSourceFormat format, BlockCallback block) = 0;
 
-    /// Returns when no callback runs or will run. Idempotent. Never from the callback.
+    /// Returns when no callback is running or will run. Idempotent. Never called from the callback.
     virtual void stop() = 0;
 };
 

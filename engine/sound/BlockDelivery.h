@@ -1,4 +1,4 @@
-// Makes sample buffers of a track of sound.
+// Turns a track of sound into sample buffers.
 #pragma once
 
 #include "engine/sound/AudioMixer.h"
@@ -8,7 +8,7 @@
 
 namespace velmora::engine {
 
-/// Only interleaved stereo is made.
+/// An error unless it is stereo at 8 to 192 kHz.
 [[nodiscard]] Result<void> checkFormat(const AudioSourceFormat& format);
 
 /// A mixer whose track is handed on in "lpcm" blocks of 1024 frames. Used by one thread.
@@ -20,7 +20,7 @@ public:
 
     [[nodiscard]] AudioMixer& mixer() { return mixer_; }
 
-    /// Hands on every whole block that is there at `now`.
+    /// Hands on every whole block that is ready at `now`.
     void deliver(std::int64_t now);
 
 private:

@@ -62,7 +62,7 @@ BlockPlacement InputTimeline::place(std::int64_t stamp, std::int32_t frames)
     placement.skipped = static_cast<std::int32_t>(std::min<std::int64_t>(overlap_, frames));
     overlap_ -= placement.skipped;
     const auto rest = frames - placement.skipped;
-    // A block this short would be bent audibly.
+    // Stretching a block this short would be heard.
     placement.stretch = rest >= 64 ? stretch : 0;
     *next_ += rest + placement.stretch;
     return placement;

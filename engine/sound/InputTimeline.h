@@ -14,10 +14,10 @@ struct BlockPlacement {
     std::int32_t stretch = 0;
 };
 
-/// Counts the frames of a source and looks at its time stamps with suspicion.
+/// Counts the frames of a source and views its time stamps with suspicion.
 ///
-/// A stamp is right on average, not each time: when a block is processed late, it carries the stamp of the next one, and that one the
-/// same again. Frames that are counted never jitter; so a stamp moves the count only when two blocks in succession agree on the error.
+/// A stamp is right on average, not every time: a block that is processed late carries the stamp of the next one, which then carries the
+/// same again. Counted frames never jitter; so a stamp moves the count only when two blocks in succession agree on the error.
 /// Then a positive error is a loss (a gap stays open), a negative one an overlap, as when a stream moves to another device (the
 /// beginning is left out). Errors below the tolerance are the drift of two clocks, followed by one frame a block.
 class InputTimeline {
@@ -28,7 +28,7 @@ public:
     /// Places a block of `frames` whose stamp says that it begins at frame `stamp`.
     BlockPlacement place(std::int64_t stamp, std::int32_t frames);
 
-    /// The source was silent for long: the next stamp is believed at once.
+    /// The source has been silent for long: the next stamp is believed at once.
     void restart();
 
     /// The frame after the last one placed; none before the first block.

@@ -35,7 +35,7 @@ bool ProcessTree::contains(std::int32_t processID) const
             return false;
         const auto parent = record->parent;
         const auto parentRecord = reader_(parent);
-        // A parent younger than its child is another process that was given the pid of one that ended meanwhile.
+        // A parent younger than its child is a different process, given the pid of one that has ended meanwhile.
         if (!parentRecord || parentRecord->startTime > record->startTime)
             return false;
         current = parent;

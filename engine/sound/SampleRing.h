@@ -1,4 +1,4 @@
-// Hands blocks of sound from a real-time thread to another one.
+// Hands blocks of sound from a real-time thread to another thread.
 #pragma once
 
 #include <algorithm>
@@ -34,7 +34,7 @@ public:
         return true;
     }
 
-    /// Takes the oldest block out: its samples go into `samples`, its stamp is the result's. False when there is none.
+    /// Takes out the oldest block: its samples go into `samples`, its stamp into `stamp`. False when there is none.
     bool read(std::int64_t& stamp, std::vector<float>& samples)
     {
         const auto tail = read_.load(std::memory_order_relaxed);

@@ -8,7 +8,7 @@ namespace velmora::engine {
 
 namespace {
 
-/// What programs call a stream that they have no name for.
+/// What programs call a stream for which they have no name.
 bool saysNothing(const std::string& mediaName)
 {
     static constexpr std::array<std::string_view, 4> placeholders{"playback", "playback stream", "audio stream", "audiostream"};

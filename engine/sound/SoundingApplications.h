@@ -14,8 +14,8 @@ namespace velmora::engine {
 /// A stream of the sound server on its way to a device.
 struct SoundStream {
     StreamIdentity identity;
-    std::string mediaName;  ///< what the program says that it plays; may be empty
-    bool isPlaying = false;  ///< false: it has paused
+    std::string mediaName;  ///< what the program says it is playing; may be empty
+    bool isPlaying = false;  ///< false: it is paused
 };
 
 struct SoundingApplication {
@@ -28,9 +28,9 @@ struct SoundingApplication {
     [[nodiscard]] std::string displayName() const;
 };
 
-/// Each application once, however many streams it has: streams of one portal application belong together, as do those of one program's
-/// process and its helpers; where the process is unknown, those of the same name and binary. Those that play come first, each part by name.
-/// Our own streams, and those of programs that we started, are left out, as are streams that nothing is known of.
+/// Each application once, however many streams it has: streams of one portal application belong together, as do those of a program's
+/// process and its helpers; where the process is unknown, those with the same name and binary. Playing ones come first, each group by name.
+/// Our own streams, and those of programs that we started, are left out, as are streams about which nothing is known.
 [[nodiscard]] std::vector<SoundingApplication> soundingApplications(const std::vector<SoundStream>& streams, const Processes& processes);
 
 }  // namespace velmora::engine

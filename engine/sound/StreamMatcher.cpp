@@ -29,7 +29,7 @@ StreamMatcher::StreamMatcher(const AudioTarget& target, Processes processes)
 {
 }
 
-/// Runs, or ran, beside the process that was chosen.
+/// Whether it runs, or ran, beside the process that was chosen.
 bool StreamMatcher::isAnotherInstance(std::int32_t process) const
 {
     if (!targetLived_ || process <= 0)

@@ -1,4 +1,4 @@
-// Whose sound a stream of the sound server is.
+// Decides whose sound a stream of the sound server is.
 #pragma once
 
 #include "engine/sound/ApplicationIdentity.h"
@@ -11,7 +11,7 @@
 
 namespace velmora::engine {
 
-/// What a sound server tells of the program behind a stream of sound. Empty and 0 mean "unknown".
+/// What a sound server tells about the program behind a stream of sound. Empty and 0 mean "unknown".
 struct StreamIdentity {
     std::int32_t processID = 0;
     /// True when the kernel vouches for the process id (the credentials of the connection), false when the program said it itself:
@@ -25,13 +25,13 @@ struct StreamIdentity {
 /// How a stream was recognised.
 enum class StreamMatch { none, processTree, portalApplication, name };
 
-/// The process as far as it can be relied on; 0 when it cannot.
+/// The stream's process if that can be relied on; 0 if it cannot.
 [[nodiscard]] std::int32_t knownProcess(const StreamIdentity& stream, const ProcessTree::Reader& reader);
 
 [[nodiscard]] ApplicationIdentity applicationIdentity(const StreamIdentity& stream);
 
 /// Decides by the process tree, then the portal's application id, then the name or the binary; the last only where the process of one
-/// of the two is unknown, because two instances of one program have the same name, and where a chosen application is followed by its name.
+/// of the two is unknown, because two instances of one program share a name, and where a chosen application is followed by its name.
 class StreamMatcher {
 public:
     StreamMatcher(const AudioTarget& target, Processes processes);

@@ -10,7 +10,7 @@ namespace velmora {
 
 namespace {
 
-/// A slider of no length is none.
+/// A slider needs some length to be a slider.
 constexpr double shortestRange = 0.1;
 constexpr std::int32_t preferredTimescale = 600;
 /// What a player's own clock may be off by.
@@ -68,7 +68,7 @@ void ClipPreviewModel::setupPlayer()
         timeObserverToken_ = player_->addPeriodicTimeObserver(observationInterval, [this](MediaTime time) { timePassed(time); });
         emit playerChanged();
     } else {
-        // It can be cut down unseen.
+        // It can be trimmed unseen.
         fail(QString::fromStdString(player.error().localizedDescription));
     }
 
@@ -221,7 +221,7 @@ double ClipPreviewModel::steppedTime(MediaTime time, int pictures) const
     const auto shown = pictureAt(time);
     const auto last = static_cast<std::ptrdiff_t>(pictureTimes_.size()) - 1;
     const auto wanted = shown + pictures;
-    // Behind the last picture there is the clip's end.
+    // After the last picture comes the clip's end.
     if (wanted > last)
         return std::max(totalDuration_, time.seconds());
     return secondsOfPicture(pictureTimes_[static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, wanted))]);
@@ -240,7 +240,7 @@ void ClipPreviewModel::stepTrimStart(int pictures)
 void ClipPreviewModel::stepTrimEnd(int pictures)
 {
     auto time = steppedTime(mediaTime(trimEndTime_), pictures);
-    // The clip's end is one step behind the beginning of the last picture, which it shows.
+    // The clip's end is one step after the beginning of the last picture, which it shows.
     if (pictures < 0 && !pictureTimes_.empty() && trimEndTime_ >= totalDuration_)
         time = steppedTime(mediaTime(trimEndTime_), pictures + 1);
     moveTrimEnd(std::clamp(time, endMinimum(), scrubMaximum()));
@@ -249,7 +249,7 @@ void ClipPreviewModel::stepTrimEnd(int pictures)
 void ClipPreviewModel::setTrimStartHere()
 {
     auto here = currentTime_;
-    // The nearest time that a selection can begin at may lie before the picture.
+    // The nearest time at which a selection can begin may lie before the picture.
     if (!pictureTimes_.empty())
         here = std::max(here, secondsOfPicture(pictureTimes_[static_cast<std::size_t>(pictureAt(shownTime_))]));
     setTrim(std::min(here, trimEndTime_), trimEndTime_);
@@ -304,7 +304,7 @@ void ClipPreviewModel::exportTrimmed(bool replaceOriginal)
     session->setOutputFileType(platform::AssetFileType::mpeg4);
     session->setTimeRange({mediaTime(trimStartTime_), exportEnd()});
 
-    // The clip is added also when this window has been closed meanwhile.
+    // The clip is added even if this window has been closed meanwhile.
     services_.runningExports->start(
         session, [weak = std::weak_ptr(self_), session, services = services_, clip = clipURL_, replaceOriginal] {
             services.mainExecutor->async([weak, session, services, clip, replaceOriginal] {

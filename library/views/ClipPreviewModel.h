@@ -21,7 +21,7 @@
 
 namespace velmora {
 
-/// Plays one clip and cuts it down. Times are seconds from the clip's beginning. Main thread only.
+/// Plays one clip and trims it. Times are seconds from the clip's beginning. Main thread only.
 class ClipPreviewModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -68,18 +68,18 @@ public:
     ClipPreviewModel(std::filesystem::path clipURL, Services services, QObject* parent = nullptr);
     ~ClipPreviewModel() override;
 
-    /// The view is shown: makes the player and loads what the file tells of itself.
+    /// The view is shown: makes the player and loads what the file says about itself.
     void setupPlayer();
 
-    /// The view has gone: nothing plays any more.
+    /// The view is gone: nothing plays any more.
     void tearDown();
 
     [[nodiscard]] const std::filesystem::path& clipURL() const { return clipURL_; }
     [[nodiscard]] bool isLoading() const { return !player_ && problem_.isEmpty(); }
     [[nodiscard]] const QString& problem() const { return problem_; }
-    /// False once the clip is known not to play.
+    /// False once the clip is known to be unplayable.
     [[nodiscard]] bool canPlay() const { return problem_.isEmpty(); }
-    /// False once the clip is known not to play and what the file tells of itself cannot be read either.
+    /// False once the clip is known to be unplayable and what the file says about itself cannot be read either.
     [[nodiscard]] bool canTrim() const { return canPlay() || totalDuration_ > 0; }
     [[nodiscard]] bool isPlaying() const { return isPlaying_; }
     [[nodiscard]] QString playSymbol() const;
@@ -108,12 +108,12 @@ public:
     Q_INVOKABLE void moveTrimStart(double seconds);
     Q_INVOKABLE void moveTrimEnd(double seconds);
 
-    /// By so many pictures, forwards or back.
+    /// Step by so many pictures, forwards or back.
     Q_INVOKABLE void stepCurrentTime(int pictures);
     Q_INVOKABLE void stepTrimStart(int pictures);
     Q_INVOKABLE void stepTrimEnd(int pictures);
 
-    /// The selection begins, or ends, with what is shown now, as far as the other end lets it.
+    /// The selection begins, or ends, with what is shown now, as far as the other end allows.
     Q_INVOKABLE void setTrimStartHere();
     Q_INVOKABLE void setTrimEndHere();
 
@@ -125,7 +125,7 @@ public:
     Q_INVOKABLE void reveal() { services_.reveal(); }
     Q_INVOKABLE void dismiss() { emit dismissed(); }
 
-    /// "%02d:%02d" of minutes and seconds; hours stay minutes.
+    /// "%02d:%02d" of minutes and seconds; hours count as minutes.
     [[nodiscard]] static QString formatTime(double seconds);
 
 signals:

@@ -1,4 +1,4 @@
-// The window that plays a clip and cuts it down.
+// The window that plays a clip and trims it.
 import QtQuick
 import QtQuick.Layouts
 import Velmora.Brand

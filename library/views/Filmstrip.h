@@ -8,7 +8,7 @@
 
 namespace velmora {
 
-/// What lies outside of the selection is dimmed; a frame stands around the rest.
+/// What lies outside the selection is dimmed; a frame surrounds the rest.
 class Filmstrip : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT

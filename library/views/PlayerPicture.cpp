@@ -21,10 +21,10 @@ struct Freed {
 
 }  // namespace
 
-/// The memory of a picture that is not shown any more: while a clip plays, the same two take turns.
+/// The memory of a picture that is no longer shown: while a clip plays, the same two blocks take turns.
 class PlayerPicture::Memory {
 public:
-    /// What stands in it is undefined; null when there is no memory.
+    /// Its content is undefined; null when there is no memory.
     static QImage picture(const std::shared_ptr<Memory>& memory, const QSize& size)
     {
         const qsizetype bytesPerRow = (qsizetype{size.width()} * 4 + rowAlignment - 1) / rowAlignment * rowAlignment;

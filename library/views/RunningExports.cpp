@@ -17,7 +17,7 @@ void RunningExports::start(std::shared_ptr<platform::ExportSession> session, Uni
         const MutexLock lock(state->mutex);
         const auto known = std::find_if(state->sessions.begin(), state->sessions.end(), [&](const auto& one) { return one.get() == raw; });
         if (known != state->sessions.end()) {
-            // Released behind the lock.
+            // Released outside the lock.
             ended = std::move(*known);
             state->sessions.erase(known);
         }

@@ -1,4 +1,4 @@
-// Exports outlive the windows that began them.
+// Exports that outlive the windows that began them.
 #pragma once
 
 #include "base/Mutex.h"
@@ -9,13 +9,13 @@
 
 namespace velmora {
 
-/// Keeps each session until it is through. Main thread, but for the end of a session.
+/// Keeps each session until it has ended. Main thread, except for the end of a session.
 class RunningExports {
 public:
-    /// Begins the export; `completion` comes on any thread.
+    /// Begins the export; `completion` is called on any thread.
     void start(std::shared_ptr<platform::ExportSession> session, UniqueFunction<void()> completion);
 
-    /// The program ends: cancels what runs, and returns when all of it has left its temporary files.
+    /// The program ends: cancels what is running, and returns when all of it has let go of its temporary files.
     void cancelAll();
 
 private:

@@ -50,7 +50,7 @@ bool isPlainAacLc(std::span<const std::byte> configuration)
     if (bits.read(1) != 0)
         bits.read(14);  // delay of a core coder
     bits.read(1);
-    // A configuration that describes its channels one by one is not followed further.
+    // A configuration that describes its channels one by one is not parsed further.
     if (channels == 0)
         return true;
     return bits.read(11) != syncExtension || bits.read(5) != spectralBandReplication || bits.read(1) == 0;

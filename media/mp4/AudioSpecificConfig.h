@@ -7,11 +7,11 @@
 
 namespace velmora::mp4 {
 
-/// Whether an AudioSpecificConfig (ISO 14496-3 1.6.2.1) tells of AAC-LC and nothing on top of it. Only there does a packet need no more
+/// Whether an AudioSpecificConfig (ISO 14496-3 1.6.2.1) describes AAC-LC and nothing on top of it. Only there does a packet need no more
 /// than the one before it: the other kinds carry state over many (long-term prediction, spectral band replication).
 [[nodiscard]] bool isPlainAacLc(std::span<const std::byte> configuration);
 
-/// How many frames a second the decoder puts out; 0 where the configuration does not tell.
+/// How many frames a second the decoder puts out; 0 where the configuration does not say.
 [[nodiscard]] std::int32_t sampleRateOf(std::span<const std::byte> configuration);
 
 /// How many frames are in a packet of AAC-LC: 1024, or 960.

@@ -1,4 +1,4 @@
-// Numbers that are not whole bytes. Inside this library.
+// Reads numbers that are not whole bytes. For use inside this library.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 namespace velmora::mp4 {
 
-/// The highest bit of a byte first. Past the end it reads zeros.
+/// The highest bit of a byte comes first. Past the end it reads zeros.
 class BitReader {
 public:
     explicit BitReader(std::span<const std::byte> bytes) : bytes_(bytes) { }
@@ -22,7 +22,7 @@ public:
         return value;
     }
 
-    /// A number of the shorter the smaller (ISO 14496-10 9.1). One that does not fit is 0.
+    /// An Exp-Golomb number, the shorter the smaller it is (ISO 14496-10 9.1). One that does not fit is 0.
     std::uint32_t readExponential()
     {
         int zeros = 0;

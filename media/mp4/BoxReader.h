@@ -29,7 +29,7 @@ public:
 
     void skip(std::uint64_t count) { static_cast<void>(take(count)); }
 
-    /// The next `count` bytes; empty and failed where fewer are left.
+    /// The next `count` bytes; empty, and failed() from then on, if fewer are left.
     std::span<const std::byte> take(std::uint64_t count)
     {
         if (count > bytes_.size()) {
@@ -64,13 +64,13 @@ struct Box {
     std::span<const std::byte> payload;  ///< what follows size and type
 };
 
-/// The next box of `reader`; none at the end, or with `reader` failed where the bytes are no whole box.
+/// The next box of `reader`; none at the end, and none, with `reader` failed, where the bytes are not a whole box.
 std::optional<Box> nextBox(ByteReader& reader);
 
 /// The first box of that type directly inside `payload`.
 std::optional<Box> findBox(std::span<const std::byte> payload, FourCharacterCode type);
 
-/// Version and flags at the beginning of a full box.
+/// The version and flags at the beginning of a full box.
 struct FullBoxHeader {
     std::uint8_t version = 0;
     std::uint32_t flags = 0;

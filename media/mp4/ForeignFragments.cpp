@@ -64,7 +64,7 @@ void ForeignFragments::append(ParsedRun& run)
         return;
     }
     if (!samples.isEmpty() && first - samples.lastDecodeTime() > longest) {
-        noteUnread("a fragment's time is beyond all measure");
+        noteUnread("a fragment's time is out of range");
         return;
     }
     for (const auto& entry : run.entries) {
@@ -87,7 +87,7 @@ void ForeignFragments::insertLate(std::size_t index)
         const auto place = std::lower_bound(entries.begin(), entries.end(), run.entries.front().decodeTime, precedes);
         if (place != entries.end() && place->decodeTime <= run.entries.back().decodeTime) {
             Note note{std::vector<std::optional<std::int64_t>>(movie_.tracks.size(), std::numeric_limits<std::int64_t>::max()),
-                "two of its fragments tell of the same time"};
+                "two of its fragments cover the same time"};
             note.ends[index] = run.entries.front().decodeTime;
             notes_.push_back(std::move(note));
             break;

@@ -1,4 +1,4 @@
-// Puts together what the fragments of another program's file say, whatever their order. Inside this library.
+// Puts together what the fragments of another program's file say, whatever their order. For use inside this library.
 #pragma once
 
 #include "media/mp4/Movie.h"
@@ -12,8 +12,8 @@
 
 namespace velmora::mp4 {
 
-/// Runs go to their tracks by their times: those that come late are put where they belong, those that are there already are left out.
-/// What can be put nowhere is noted, and so is what the caller could not read.
+/// Runs go to their tracks by their times: those that come late are put where they belong, those that are already there are left out.
+/// What fits nowhere is noted, and so is what the caller could not read.
 class ForeignFragments {
 public:
     /// The movie outlives this; samples must lie before `fileEnd`.
@@ -21,15 +21,15 @@ public:
 
     void add(std::vector<ParsedRun> runs);
 
-    /// From where the tracks end now something may be missing.
+    /// From the tracks' current ends on, something may be missing.
     void noteUnread(std::string what);
 
-    /// Once, behind the last fragment: what could not be read, from the earliest time on.
+    /// Once, after the last fragment: what could not be read, from the earliest time on.
     std::optional<Unread> finish();
 
 private:
     struct Note {
-        std::vector<std::optional<std::int64_t>> ends;  ///< of each track, in its ticks; none: nothing of it was there
+        std::vector<std::optional<std::int64_t>> ends;  ///< of each track, in its ticks; none: it had no samples
         std::string what;
     };
 

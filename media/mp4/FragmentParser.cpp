@@ -32,7 +32,7 @@ enum RunFlags : std::uint32_t {
     flagsPresent = 0x400,
     compositionOffsetsPresent = 0x800,
 };
-// What else may be inside "moof" and "traf".
+// What may be inside "moof" and "traf".
 bool isKnownInFragment(FourCharacterCode type)
 {
     constexpr std::array known{FourCharacterCode{"mfhd"}, FourCharacterCode{"traf"}, FourCharacterCode{"pssh"}, FourCharacterCode{"meta"},

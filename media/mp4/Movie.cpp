@@ -32,7 +32,7 @@ std::int64_t soundFrames(const Track& track, const TrackEnd& end)
     return std::max<std::int64_t>(0, end.presentedFrames ? std::min(*end.presentedFrames, decoded) : decoded);
 }
 
-/// When the sound of a recording ends, on its time line; none without sound.
+/// When the sound of a recording ends, on the recording's time line; none without sound.
 std::optional<MediaTime> endOfSound(const Movie& movie, const std::vector<TrackEnd>& ends)
 {
     std::optional<MediaTime> latest;
@@ -122,7 +122,7 @@ void closeRecordedMovie(Movie& movie, const std::vector<TrackEnd>& ends)
             shown = static_cast<std::int64_t>(track.samples.duration());
         } else {
             shown = soundFrames(track, i < ends.size() ? ends[i] : TrackEnd{});
-            // Readers that take the media's duration for the track's are told the truth too.
+            // Readers that take the media's duration for the track's get the right one too.
             const auto end = track.samples.firstDecodeTime() + mediaStart(track) + shown;
             const std::int64_t last = track.samples.lastDuration();
             track.samples.setLastDuration(static_cast<std::uint32_t>(

@@ -242,7 +242,7 @@ Result<void> readSamples(std::span<const std::byte> stbl, std::uint64_t fileSize
         track.samples.setLastDuration(*duration);
         time += *duration;
         if (time > largestSeconds * track.timescale)
-            return damagedFile("times beyond all measure");
+            return damagedFile("its times are out of range");
     }
     return {};
 }
@@ -307,13 +307,13 @@ Result<std::int32_t> readTimescale(std::span<const std::byte> payload, std::uint
 
 void readLanguage(std::span<const std::byte> mdia, std::span<const std::byte> mdhd, Track& track)
 {
-    // More is no language tag.
+    // Anything longer is not a language tag.
     constexpr std::size_t longestTag = 256;
     ByteReader reader{mdhd};
     const auto version = readFullBoxHeader(reader).version;
     reader.skip(version == 1 ? 28 : 16);
     const auto language = reader.u16();
-    // QuickTime has numbers there, below those of three letters.
+    // QuickTime has numbers there, smaller than any three letters make.
     if (!reader.failed() && language >= 0x400 && language < 0x7FFF)
         track.language = language;
     if (const auto tag = findBox(mdia, "elng"); tag && tag->payload.size() <= longestTag)
@@ -327,7 +327,7 @@ Result<std::optional<Track>> readTrack(std::span<const std::byte> trak, const Mo
     const auto mdhd = mdia ? findBox(mdia->payload, "mdhd") : std::nullopt;
     const auto hdlr = mdia ? findBox(mdia->payload, "hdlr") : std::nullopt;
     if (!mdhd || !hdlr)
-        return damagedFile("a track says nothing of its media");
+        return damagedFile("a track says nothing about its media");
     ByteReader handler{hdlr->payload};
     handler.skip(8);
     const auto kind = handler.code();
@@ -410,7 +410,7 @@ Result<ParsedMovie> parseMovie(std::span<const std::byte> payload, std::uint64_t
     // All tracks together: a few bytes of a file can claim as many samples as one may have.
     auto budget = largestSampleCount(fileSize);
     ByteReader boxes{payload};
-    // A few bytes that are no box may end the list.
+    // A few bytes that are not a box may end the list.
     constexpr std::size_t smallestBox = 8;
     while (boxes.remaining() >= smallestBox) {
         const auto box = nextBox(boxes);

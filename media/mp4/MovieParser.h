@@ -1,4 +1,4 @@
-// From the bytes of an index to the model. Inside this library.
+// From the bytes of an index to the model. For use inside this library.
 #pragma once
 
 #include "base/Result.h"
@@ -24,7 +24,7 @@ struct ParsedMovie {
     std::map<std::uint32_t, TrackDefaults> defaults;  ///< by track
 };
 
-/// How many samples a file may claim to have in all its tracks: no more than bytes, because samples without any would take memory and
+/// How many samples a file may claim to have in all its tracks: no more than it has bytes, because empty samples would take memory and
 /// time out of all proportion to the file.
 [[nodiscard]] std::size_t largestSampleCount(std::uint64_t fileSize);
 

@@ -13,7 +13,7 @@ namespace velmora::mp4 {
 namespace {
 
 // Ten hours of recording need 12 MB and 45 000 fragments.
-constexpr std::uint64_t largestIndex = std::uint64_t{128} << 20;  // of all fragments together, too
+constexpr std::uint64_t largestIndex = std::uint64_t{128} << 20;  // for all fragments together, too
 constexpr std::uint64_t largestFragmentIndex = std::uint64_t{16} << 20;
 constexpr std::size_t largestBoxCount = 1'000'000;
 
@@ -33,7 +33,7 @@ class FileScanner {
 public:
     FileScanner(File& file, std::uint64_t end) : file_(file), end_(end) { }
 
-    /// The box at `offset`. `incomplete`: the bytes there are no box, or it ends beyond the end.
+    /// The box at `offset`. `incomplete`: the bytes there are not a box, or it reaches beyond the end.
     Result<BoxState> read(std::uint64_t offset, FileBox& box)
     {
         if (offset == end_)
@@ -69,7 +69,7 @@ public:
         if (!complete)
             return fail(complete.error());
         if (!*complete)
-            return damagedFile("it became shorter");
+            return damagedFile("it has become shorter");
         return bytes;
     }
 
@@ -123,7 +123,7 @@ std::string atByte(std::string_view what, std::uint64_t offset)
     return std::string{what} + " at byte " + std::to_string(offset);
 }
 
-// A fragment whose media must still be seen to be there.
+// A fragment whose media has not been seen yet.
 struct PendingFragment {
     std::uint64_t offset = 0;
     std::vector<ParsedRun> runs;
@@ -193,7 +193,7 @@ public:
             if (!state)
                 return fail(state.error());
             if (offset == 0 && (*state == BoxState::end || !canBeginAMovie(box.type)))
-                return fail(makeError(ErrorCode::notAMovie, "The file is no MP4 file."));
+                return fail(makeError(ErrorCode::notAMovie, "The file is not an MP4 file."));
             if (foreign_) {
                 const auto next = takeForeign(*state, offset, box);
                 if (!next)
@@ -218,7 +218,7 @@ public:
 private:
     [[nodiscard]] bool isUnfinished() const { return result_.recording && !result_.recording->isFinished; }
 
-    /// False when nothing that follows counts.
+    /// False when nothing after it counts.
     Result<bool> take(const FileBox& box)
     {
         if (box.type == FourCharacterCode{"moov"} && !parsed_)
@@ -229,7 +229,7 @@ private:
             return takeFragment(box);
         if (box.type == FourCharacterCode{"mdat"})
             return takeMedia(box);
-        // Behind the fragments of an unfinished recording lies at most an index that was not completed.
+        // After the fragments of an unfinished recording there is at most an index that was not completed.
         return !isUnfinished();
     }
 
@@ -249,7 +249,7 @@ private:
         return foreign_ || parsed_->movie.isFragmented;
     }
 
-    /// Behind the index of a file that is not ours: where to go on; `offset` when nothing that follows counts.
+    /// After the index of a file that is not ours: where to go on; `offset` when nothing from there on counts.
     Result<std::uint64_t> takeForeign(BoxState state, std::uint64_t offset, const FileBox& box)
     {
         constexpr std::uint64_t smallestBox = 8;
@@ -297,7 +297,7 @@ private:
 
     Result<std::uint64_t> takeUnknown(std::uint64_t offset, const FileBox& box)
     {
-        // Zeros that end a list, or fill the file up.
+        // Zeros that end a list or pad the file.
         constexpr std::uint64_t wordSize = 4;
         if (box.end() == end_ && box.type.value == 0)
             return offset;

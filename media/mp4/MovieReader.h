@@ -14,24 +14,24 @@
 
 namespace velmora::mp4 {
 
-/// How far a file of our own writer has come.
+/// How far our own writer has got with a file.
 struct RecordingState {
     bool isFinished = false;
     std::uint32_t reserveSize = 0;  ///< of an unfinished one
 };
 
-/// What a file may hold beyond what was read of it.
+/// What a file may hold beyond what was read from it.
 struct Unread {
-    MediaTime from;  ///< of the movie: what is shown before is all there
-    std::string what;  ///< the reason, in words that go on in a sentence
+    MediaTime from;  ///< of the movie: everything shown before it is there
+    std::string what;  ///< the reason, in words that continue a sentence
 };
 
 struct MovieFile {
     /// Tracks of pictures and sound only; other tracks are not read. A fragmented file's samples are those of all whole fragments,
-    /// on the time line that Track::edits describes: of a recording of ours in their order, of a file that is not ours to repair by
+    /// on the time line that Track::edits describes: for a recording of ours in their order, for a file that is not ours to repair by
     /// their times, each once.
     Movie movie;
-    std::optional<Unread> unread;  ///< never of a recording of ours, which ends where it was cut off
+    std::optional<Unread> unread;  ///< never for a recording of ours, which ends where it was cut off
     std::optional<RecordingState> recording;  ///< set for files of our own writer
     std::uint64_t fileSize = 0;
     std::uint64_t lastFragment = 0;  ///< offset of the last whole fragment; 0 without fragments

@@ -181,7 +181,7 @@ void writeVideoEntry(BoxWriter& writer, const VideoFormat& format, const BitRate
     }
 }
 
-// A descriptor of ISO 14496-1 8.3.3 with the long form of its size, so that the size of the content is known beforehand.
+// A descriptor of ISO 14496-1 8.3.3 with the long form of its size, so that the header's own size is known beforehand.
 void writeDescriptorHeader(BoxWriter& writer, std::uint8_t tag, std::size_t size)
 {
     writer.u8(tag);
@@ -222,7 +222,7 @@ void writeAudioEntry(BoxWriter& writer, const AudioFormat& format, const BitRate
     writer.u16(static_cast<std::uint16_t>(format.channelCount));
     writer.u16(16);
     writer.u32(0);
-    // 16.16; a rate that does not fit is told by the decoder configuration alone.
+    // 16.16; a rate that does not fit is given by the decoder configuration alone.
     writer.u32(format.sampleRate <= 0xFFFF ? static_cast<std::uint32_t>(format.sampleRate) << 16 : 0);
     writeElementaryStreamDescriptor(writer, format, rate);
 }

@@ -18,7 +18,7 @@ namespace velmora::mp4 {
 /// AudioSpecificConfig.
 [[nodiscard]] bool canDescribe(const FormatDescription& format);
 
-/// One sample in a fragment, whose bytes lie after one another in the order of the runs.
+/// One sample in a fragment; the samples' bytes follow one another in the order of the runs.
 struct FragmentSample {
     std::uint32_t size = 0;
     std::uint32_t duration = 0;

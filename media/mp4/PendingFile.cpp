@@ -21,7 +21,7 @@ constexpr std::string_view nameStart = ".velmora-";
 constexpr std::string_view nameEnd = ".part";
 constexpr std::size_t digitCount = 16;
 
-// Short, so that every folder takes it that takes the final name; no ".mp4" at its end, so that nobody takes it for a clip.
+// Short, so that every folder that takes the final name takes it; no ".mp4" at its end, so that nobody takes it for a clip.
 std::string hiddenName(std::random_device& random)
 {
     const auto number = std::uint64_t{random()} << 32 | random();
@@ -46,7 +46,7 @@ Result<std::unique_ptr<PendingFile>> PendingFile::create(const std::filesystem::
     for (;;) {
         auto file = PosixFile::create(folder / hiddenName(random));
         if (file) {
-            // Between its creation and the lock someone who tidies up may have had it.
+            // Between its creation and the lock someone tidying up may have taken it.
             const auto locked = (*file)->tryLock();
             if (locked && (!*locked || !(*file)->isStillInFolder()))
                 continue;
@@ -68,7 +68,7 @@ Result<void> PendingFile::publish(const std::filesystem::path& path)
 {
     if (auto result = file_->moveTo(path); !result)
         return result;
-    // A folder that cannot be synchronised is no reason to have no file.
+    // A folder that cannot be synced is no reason to have no file.
     static_cast<void>(file_->syncFolder());
     return {};
 }

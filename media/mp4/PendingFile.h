@@ -1,4 +1,4 @@
-// A file that gets its name when it is whole.
+// A file that gets its name only when it is whole.
 #pragma once
 
 #include "base/Result.h"
@@ -11,11 +11,11 @@
 
 namespace velmora::mp4 {
 
-/// Lies under a hidden name in the folder where it belongs until it is published, and is gone with this object when it never is. A lock on
-/// the file tells who comes across it that it has an owner. Used on one thread, except discard(), which is safe on any.
+/// Lies under a hidden name in the folder where it belongs until it is published; if it never is, it goes with this object. A lock on
+/// the file tells whoever comes across it that it has an owner. Used on one thread, except discard(), which is safe on any.
 class PendingFile {
 public:
-    /// Fails with the system's error where `folder` takes no file.
+    /// Fails with the system's error if no file can be created in `folder`.
     static Result<std::unique_ptr<PendingFile>> create(const std::filesystem::path& folder);
 
     ~PendingFile();
@@ -24,13 +24,13 @@ public:
 
     [[nodiscard]] File& file() { return *file_; }
 
-    /// Returns when the bytes are on the disk; before publish(). A name that leads to a whole file is then all that anybody can see.
+    /// Returns when the bytes are on the disk. Call it before publish(): then nobody ever sees the name of a file that is not whole.
     Result<void> sync() { return file_->sync(); }
 
-    /// Gives the file its name, in the same folder. Fails with EEXIST where anything has that name; another may be tried then.
+    /// Gives the file its name, in the same folder. Fails with EEXIST if anything has that name; another may then be tried.
     Result<void> publish(const std::filesystem::path& path);
 
-    /// Removes the file at once, unless it is published.
+    /// Removes the file at once, unless it has been published.
     void discard();
 
 private:
@@ -39,9 +39,9 @@ private:
     const std::unique_ptr<File> file_;
 };
 
-/// Removes the files in `folder` that have such a hidden name and no owner: those of a process that was killed. The lock goes with its
-/// process, however that ends, so one that can be taken is nobody's; where the file system has no locks, nothing is removed. How many
-/// were. Any thread.
+/// Removes the files in `folder` that have such a hidden name and no owner: those of a process that was killed. A lock goes with its
+/// process, however that ends, so a file whose lock can be taken has no owner; without locks in the file system, nothing is removed.
+/// Returns how many were removed. Any thread.
 std::size_t removeAbandonedFiles(const std::filesystem::path& folder);
 
 }  // namespace velmora::mp4

@@ -22,7 +22,7 @@ constexpr unsigned recoveryPoint = 6;  // D.1.1
 constexpr int mostUnits = 1000;
 constexpr std::uint64_t longestInformation = 4096;
 
-/// Bytes of a length before each NAL unit.
+/// How many bytes the length before each NAL unit has.
 std::size_t lengthSize(const Track& track)
 {
     const auto& configuration = track.format->video()->decoderConfiguration;
@@ -41,7 +41,7 @@ std::uint64_t readLong(ByteReader& reader)
     }
 }
 
-/// Whether a unit of supplemental information, without its header, tells of a recovery point that is reached at once.
+/// Whether a unit of supplemental information, without its header, announces a recovery point that is reached at once.
 bool recoversAtOnce(std::span<const std::byte> unit)
 {
     const auto bytes = withoutEmulationPrevention(unit);
@@ -52,7 +52,7 @@ bool recoversAtOnce(std::span<const std::byte> unit)
         const auto payload = reader.take(size);
         if (reader.failed())
             return false;
-        // The count of pictures until then comes first; a single bit that is set is 0.
+        // The number of pictures until then comes first; a single set bit means 0.
         if (type == recoveryPoint && !payload.empty())
             return (payload[0] & std::byte{0x80}) != std::byte{0};
     }

@@ -1,4 +1,4 @@
-// What the bytes of a picture tell that an index may be wrong about.
+// What the bytes of a picture say about which an index may be wrong.
 #pragma once
 
 #include "base/Result.h"
@@ -8,16 +8,16 @@
 namespace velmora::mp4 {
 
 struct PictureContent {
-    /// Decoding can begin here: an IDR picture, or one whose recovery point says that all is right at once (ISO 14496-10 D.2.8).
+    /// Decoding can begin here: an IDR picture, or one whose recovery point is reached at once (ISO 14496-10 D.2.8).
     bool startsAfresh = false;
-    bool hasParameterSets = false;  ///< of both kinds
+    bool hasParameterSets = false;  ///< both kinds
 };
 
-/// The content of a sample of `track`, which is H.264 (ISO 14496-15 5.3.4.2). What is no sequence of NAL units has nothing. Errors: the
+/// The content of a sample of `track`, which is H.264 (ISO 14496-15 5.3.4.2). What is not a sequence of NAL units has none. Errors: the
 /// system's.
 Result<PictureContent> readPictureContent(File& file, const Track& track, const Sample& sample);
 
-/// Whether the track's sample entry holds parameter sets: where it has none, or where others may follow ("avc3"), the pictures bring them.
+/// Whether the track's sample entry holds parameter sets: if it has none, or if others may follow ("avc3"), they come with the pictures.
 [[nodiscard]] bool hasParameterSetsInEntry(const Track& track);
 
 }  // namespace velmora::mp4

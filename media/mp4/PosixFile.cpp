@@ -33,7 +33,7 @@ Error pathError(int errnoValue, const std::filesystem::path& path)
     return posixError(errnoValue, path.filename().string());
 }
 
-// A name that nothing had, and that only this call can have given, is replaced; for file systems that know no better way.
+// Replaces a name that nothing had and that only this call can have given; for file systems that have no better way.
 int moveOverReservation(const std::filesystem::path& from, const std::filesystem::path& to)
 {
     const int reserved = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
@@ -77,7 +77,7 @@ Result<std::unique_ptr<File>> PosixFile::openForUpdating(const std::filesystem::
 
 Result<std::unique_ptr<File>> PosixFile::open(const std::filesystem::path& path, int flags)
 {
-    // Looked at before it is opened, because opening a device can have effects; and again afterwards, because the name may have
+    // Checked before it is opened, because opening a device can have effects; and again afterwards, because the name may have
     // changed hands in between. O_NONBLOCK keeps a FIFO from hanging us in that moment.
     struct stat status { };
     if ((flags & O_NOFOLLOW ? ::lstat(path.c_str(), &status) : ::stat(path.c_str(), &status)) != 0)
@@ -175,7 +175,7 @@ Result<void> PosixFile::allocate(std::uint64_t size)
 
 Result<void> PosixFile::sync()
 {
-    // EINVAL: a file system that has nothing to be asked for.
+    // EINVAL: a file system that cannot be asked to.
     if (::fdatasync(descriptor_) != 0 && errno != EINVAL)
         return fail(error(errno));
     return {};
@@ -220,7 +220,7 @@ bool PosixFile::isStillInFolder()
 
 std::optional<std::filesystem::path> PosixFile::currentPath()
 {
-    // Of a deleted file it is a name that leads nowhere.
+    // For a deleted file this is a name that leads nowhere.
     std::error_code error;
     auto path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor_), error);
     if (error || !isAt(path))
@@ -245,7 +245,7 @@ Result<void> PosixFile::moveTo(const std::filesystem::path& path)
         return renamed;
     if (isAt(path))
         return {};
-    // Between the look and the step another file came to the name that was ours: it goes back.
+    // Between the check and the rename another file took the name that was ours: it goes back.
     static_cast<void>(::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE));
     return fail(pathError(ENOENT, path));
 }
@@ -295,8 +295,8 @@ Result<std::size_t> PosixFile::copySomeFrom(
         const auto copied = ::copy_file_range(other->descriptor_, &in, descriptor_, &out, std::min(count, largestTransfer), 0);
         if (copied > 0)
             return static_cast<std::size_t>(copied);
-        // Anything else, an end that it claims too, is for reading and writing to find out: some file systems say so of files that have
-        // more, and two file systems may not know each other.
+        // Anything else, even an alleged end, is left to reading and writing: some file systems report an end of files that have
+        // more, and one file system may be unable to copy to another.
     }
     return File::copySomeFrom(source, from, to, count, buffer);
 }

@@ -10,7 +10,7 @@
 
 namespace velmora::mp4 {
 
-/// Whether the locks of a file system of that type (statfs(2)) are seen by every process that could write its files. Those of network and
+/// Whether every process that could write the files of a file system of that type (statfs(2)) sees its locks. Those of network and
 /// user-space file systems may end at this computer.
 [[nodiscard]] bool hasTrustworthyLocks(std::uint64_t fileSystemType);
 
@@ -23,7 +23,7 @@ public:
     /// opened: EINVAL.
     static Result<std::unique_ptr<File>> openForReading(const std::filesystem::path& path);
 
-    /// Opens a regular file for reading and writing. A link is refused (ELOOP), everything else that is no regular file with EINVAL.
+    /// Opens a regular file for reading and writing. A link is refused with ELOOP, anything else that is not a regular file with EINVAL.
     static Result<std::unique_ptr<File>> openForUpdating(const std::filesystem::path& path);
 
     ~PosixFile() override;
@@ -44,7 +44,7 @@ public:
     Result<void> moveTo(const std::filesystem::path& path) override;
     Result<bool> mayHaveWriterElsewhere() override;
 
-    /// By the kernel where the file system lets it.
+    /// Done by the kernel where the file system supports it.
     Result<std::size_t> copySomeFrom(
         File& source, std::uint64_t from, std::uint64_t to, std::size_t count, std::span<std::byte> buffer) override;
 

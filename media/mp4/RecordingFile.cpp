@@ -59,7 +59,7 @@ Result<std::unique_ptr<RecordingFile>> RecordingFile::create(std::shared_ptr<Fil
 {
     std::unique_ptr<RecordingFile> recording{new RecordingFile{std::move(file), options}};
     if (const auto result = recording->writeHead(); !result) {
-        // Whoever has the lock of a file decides over it.
+        // Whoever holds the lock of a file decides about it.
         if (!isInUse(result.error()))
             static_cast<void>(recording->file_->removeFromFolder());
         return fail(result.error());
@@ -85,7 +85,7 @@ Result<void> RecordingFile::start(const std::vector<RecordedTrack>& tracks)
     assert(movie_.tracks.empty() && !tracks.empty());
     if (error_)
         return fail(*error_);
-    // A folder that cannot be synchronised is no reason not to record.
+    // A folder that cannot be synced is no reason not to record.
     static_cast<void>(file_->syncFolder());
     movie_.timescale = movieTimescale(tracks);
     for (const auto& recorded : tracks) {
@@ -193,8 +193,9 @@ Result<bool> RecordingFile::finish(const std::vector<TrackEnd>& ends)
     if (*finished && !file_->isStillInFolder()) {
         const auto place = file_->currentPath();
         error_ = posixError(ENOENT, "The recording's file");
-        error_->localizedDescription = place ? "The file was moved while it was being recorded. The whole clip is " + place->native() + "."
-                                             : "The file was deleted while it was being recorded.";
+        error_->localizedDescription = place
+            ? "The file was moved while it was being recorded. The whole clip is at " + place->native() + "."
+            : "The file was deleted while it was being recorded.";
         if (place)
             error_->underlying = std::make_shared<const Error>(makeError(ErrorCode::moved, place->native()));
         return fail(*error_);
@@ -218,7 +219,7 @@ Result<bool> RecordingFile::close(const std::vector<TrackEnd>& ends)
 Error RecordingFile::failed(Error error)
 {
     error_ = std::move(error);
-    // Best effort: where it fails too, the file is a fragmented one, which plays up to its last whole fragment.
+    // Best effort: if this fails too, the file is a fragmented one, which plays up to its last whole fragment.
     if (!hasSamples() || file_->truncate(end_))
         static_cast<void>(close({}));
     return *error_;

@@ -1,4 +1,4 @@
-// A recording on the disk, one fragment after the other. Everything here waits for the disk.
+// A recording on the disk, one fragment after another. Everything here waits for the disk.
 #pragma once
 
 #include "media/SampleBuffer.h"
@@ -14,7 +14,7 @@
 namespace velmora::mp4 {
 
 struct RecordingOptions {
-    /// No more than this passes between what one fragment begins and ends with: what a crash can cost.
+    /// No more time than this passes from the beginning of a fragment to its end: what a crash can cost.
     MediaTime longestFragment{800, 1000};
     std::uint64_t largestFragment = std::uint64_t{32} << 20;  ///< bytes
     std::uint32_t reserveSize = defaultReserveSize;
@@ -25,7 +25,7 @@ struct RecordingOptions {
 struct RecordedTrack {
     FormatDescriptionRef format;
     std::int32_t timescale = 0;
-    std::int64_t priming = 0;  ///< ticks that the decoder puts out before the first that counts
+    std::int64_t priming = 0;  ///< ticks that the decoder puts out before the first one that counts
 };
 
 struct RecordedSample {
@@ -49,18 +49,18 @@ using RecordedFragment = std::vector<RecordedRun>;
 /// the file is removed when that is nothing; every later call returns the same error.
 class RecordingFile {
 public:
-    /// Takes the lock of a file just created, and writes the head of the layout. After a failure the file is gone; but one that somebody
-    /// else has taken meanwhile (ErrorCode::inUse) is left to them.
+    /// Takes the lock of a file just created, and writes the head of the layout. After a failure the file is gone, but one that somebody
+    /// else has taken in the meantime (ErrorCode::inUse) is left to them.
     static Result<std::unique_ptr<RecordingFile>> create(std::shared_ptr<File> file, const RecordingOptions& options);
 
-    /// Writes the index of tracks. Once, before the first fragment.
+    /// Writes the index of the tracks. Once, before the first fragment.
     Result<void> start(const std::vector<RecordedTrack>& tracks);
 
     /// Returns when the fragment would survive a loss of power.
     Result<void> write(const RecordedFragment& fragment);
 
-    /// Makes the file whole. False when nothing was recorded; the file is removed then. Fails when the file is no longer where it was
-    /// created: the error names the place where it lies whole now (placeOfMovedFile). `ends` belongs to the tracks by index.
+    /// Makes the file whole. False when nothing was recorded; the file is removed then. Fails if the file is no longer where it was
+    /// created: the error names the place where it now lies whole (placeOfMovedFile). `ends` belongs to the tracks by index.
     Result<bool> finish(const std::vector<TrackEnd>& ends);
 
 private:

@@ -71,7 +71,7 @@ RecordingWriter::RecordingWriter(std::shared_ptr<State> state, const RecordingOp
 
 RecordingWriter::~RecordingWriter()
 {
-    // Most of the time the queue's own thread lets go last; where it does not, nothing is left to be waited for.
+    // Usually the queue's own thread lets go last; where it does not, there is nothing left to wait for.
     state_->queue.async([state = state_] { state->closeFile(); });
 }
 
@@ -124,7 +124,7 @@ std::uint32_t RecordingWriter::durationOfLast(const TrackState& track, std::opti
     std::int64_t duration = track.pending.back().duration;
     if (isSound(track))
         return clampedDuration(duration);
-    // The next picture ends this one; until it comes, and for good where none comes, this one lasts as long as is claimed or as the one
+    // The next picture ends this one; until it comes, and for good if none comes, this one lasts as long as is claimed or as the one
     // before, but not into the future. Too short is better than too long: readers close a gap before the next fragment, but differ
     // on an overlap.
     if (duration == 0)

@@ -1,4 +1,4 @@
-// Writes a live recording without ever letting the caller wait for the disk.
+// Writes a live recording without ever making the caller wait for the disk.
 #pragma once
 
 #include "base/UniqueFunction.h"
@@ -30,7 +30,7 @@ public:
     /// Once, before the first sample.
     void start(std::vector<RecordedTrack> tracks);
 
-    /// `track` is an index into the tracks of start(). A duration of 0 means until the track's next sample; one that is not 0 counts
+    /// `track` is an index into the tracks of start(). A duration of 0 means until the track's next sample; any other counts
     /// where no sample follows. Decode times within a track rise.
     void append(std::size_t track, RecordedSample sample);
 
@@ -38,17 +38,17 @@ public:
     /// closed. `ends` belongs to the tracks by index. Without start() the file is removed.
     void finish(std::vector<TrackEnd> ends, Completion completion);
 
-    /// Moves the file, at once, by File::moveTo(). It goes on there; finish() makes it whole there too, and calls that a failure, as it does
-    /// of every file that was moved.
+    /// Moves the file, at once, by File::moveTo(). The recording goes on there; finish() makes it whole there too, and reports a failure, as
+    /// for every file that was moved.
     Result<void> moveFile(const std::filesystem::path& path);
 
     /// Removes the file, at once; what is still queued is dropped. Nothing may be called afterwards.
     void cancel();
 
-    /// Bytes of media that were appended and have not reached the disk.
+    /// Bytes of media that have been appended but have not reached the disk.
     [[nodiscard]] std::uint64_t bytesInFlight() const;
 
-    /// What ended the recording early: a full disk, most of the time.
+    /// What ended the recording early, usually a full disk.
     [[nodiscard]] std::optional<Error> error() const;
 
 private:

@@ -9,7 +9,7 @@ namespace velmora::mp4 {
 
 namespace {
 
-// Every fragment is on the disk before the next is written, so that a loss of power can only hurt the last; some leeway for disks that
+// Every fragment is on the disk before the next is written, so a loss of power can hurt only the last; some leeway for disks that
 // do not keep their word.
 constexpr int largestHurtCount = 8;
 
@@ -117,7 +117,7 @@ Result<RepairReport> repair(File& file)
     if (!isWrittenElsewhere)
         return fail(isWrittenElsewhere.error());
     if (*isWrittenElsewhere)
-        return fail(makeError(ErrorCode::inUse, "The file changed a moment ago and may still be recorded on another computer."));
+        return fail(makeError(ErrorCode::inUse, "The file changed a moment ago, and another computer may still be recording it."));
 
     // Read again: whoever held the lock a moment ago may have finished the file.
     movieFile = readWholeFragments(file);

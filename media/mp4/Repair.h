@@ -1,4 +1,4 @@
-// Makes a recording whole that a crash or a loss of power left unfinished.
+// Makes whole a recording that a crash or a loss of power left unfinished.
 #pragma once
 
 #include "media/MediaTime.h"
@@ -14,7 +14,7 @@ namespace velmora::mp4 {
 Result<MovieFile> readWholeFragments(File& file);
 
 struct RepairReport {
-    bool wasFinished = false;  ///< there was nothing to do and nothing was done
+    bool wasFinished = false;  ///< there was nothing to do, and nothing was done
     MediaTime duration;
     std::uint64_t droppedBytes = 0;  ///< an incomplete fragment at the end
 };

@@ -50,7 +50,7 @@ std::vector<std::byte> decoderSpecificInfo(std::span<const std::byte> payload)
     return reader.failed() ? std::vector<std::byte>{} : copied(info);
 }
 
-// The channel configuration of an AudioSpecificConfig (ISO 14496-3 1.6.2.1): what is true, where the entry's number is a habit. 0 when it
+// The channel configuration of an AudioSpecificConfig (ISO 14496-3 1.6.2.1): the true number, where the entry's is mere habit. 0 when it
 // says nothing.
 std::int32_t channelCount(std::span<const std::byte> configuration)
 {

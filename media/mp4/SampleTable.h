@@ -21,7 +21,7 @@ struct Sample {
 };
 
 /// All samples of a track in decode order, stored as a file stores them (runs, chunks): about 5 bytes a sample, so that ten hours
-/// stay below 20 MB. A sample lasts until the next one; the duration of the last is told separately.
+/// stay below 20 MB. A sample lasts until the next one; the duration of the last is given separately.
 class SampleTable {
 public:
     struct Run {
@@ -37,7 +37,7 @@ public:
     /// More samples than any recording has; a file that claims more is not believed.
     static constexpr std::size_t largestCount = std::size_t{1} << 24;
 
-    /// What is told of a sample when it is added.
+    /// What is known about a sample when it is added.
     struct Entry {
         std::uint64_t offset = 0;
         std::uint32_t size = 0;
@@ -55,7 +55,7 @@ public:
     /// Shifts all decode times so that the first is `time`.
     void setFirstDecodeTime(std::int64_t time);
 
-    /// Moves the chunks, each as it is. Precondition: an offset for each of chunks().
+    /// Moves the chunks, each unchanged. Precondition: an offset for each of chunks().
     void setChunkOffsets(const std::vector<std::uint64_t>& offsets);
 
     [[nodiscard]] bool isEmpty() const { return sizes_.empty(); }
@@ -77,7 +77,7 @@ public:
     [[nodiscard]] const std::vector<Chunk>& chunks() const { return chunks_; }
     [[nodiscard]] const std::vector<std::uint32_t>& syncSamples() const { return syncSamples_; }
 
-    /// One sample after the other.
+    /// One sample after another.
     class Cursor {
     public:
         explicit Cursor(const SampleTable& table) : table_(table) { }

@@ -12,7 +12,7 @@ namespace velmora::mp4 {
 
 namespace {
 
-// ISO 14496-10 7.3.2.1.1: profiles that say more of their samples.
+// ISO 14496-10 7.3.2.1.1: profiles that say more about their samples.
 constexpr std::array<std::uint32_t, 13> richProfiles{100, 110, 122, 244, 44, 83, 86, 118, 128, 138, 139, 134, 135};
 
 void skipScalingList(BitReader& bits, int size)

@@ -1,4 +1,4 @@
-// What an H.264 stream says of itself as a whole.
+// What an H.264 stream says about itself as a whole.
 #pragma once
 
 #include "media/MediaTime.h"
@@ -13,8 +13,8 @@ namespace velmora::mp4 {
 /// A NAL unit without the bytes that keep it from looking like a start code (ISO 14496-10 7.4.1).
 [[nodiscard]] std::vector<std::byte> withoutEmulationPrevention(std::span<const std::byte> unit);
 
-/// How long a picture lasts by the first sequence parameter set of an AVCDecoderConfigurationRecord (ISO 14496-15 5.3.3.1), whatever the
-/// index says: some players believe it. None where it does not tell.
+/// How long a picture lasts according to the first sequence parameter set of a decoder configuration (ISO 14496-15 5.3.3.1), whatever the
+/// index says: some players believe it. None if it does not say.
 [[nodiscard]] std::optional<MediaTime> declaredPictureDuration(std::span<const std::byte> configuration);
 
 }  // namespace velmora::mp4

@@ -25,7 +25,7 @@ std::int64_t mediaTimeAt(const Movie& movie, const Track& track, MediaTime time)
         if (edit.mediaTime >= 0) {
             if (edit.duration == 0 || asked < end)
                 return edit.mediaTime + std::max<std::int64_t>(0, asked - begin);
-            // The last that it shows, unless another edit follows.
+            // The last moment that it shows, unless another edit follows.
             result = edit.mediaTime + (end - begin) - 1;
         }
         begin = std::min(end, largestSeconds * track.timescale);
@@ -38,7 +38,7 @@ struct Found {
     std::int64_t time = 0;
 };
 
-/// The sample that is presented last at or before `time`, else the one that is presented first.
+/// The last sample presented at or before `time`, else the one presented first.
 Found find(const SampleTable& samples, std::int64_t time)
 {
     Found shown;
@@ -110,7 +110,7 @@ std::vector<MediaTime> pictureTimes(const Movie& movie, const Track& track)
         const auto length = ticks(edit.duration, movie.timescale, track.timescale);
         const bool lastsToTheEnd = edit.duration == 0;
         if (edit.mediaTime >= 0 && !presented.empty()) {
-            // An edit begins with the picture that is shown there, however long that has been so.
+            // An edit begins with the picture shown there, however long it has been shown already.
             auto picture = std::upper_bound(presented.begin(), presented.end(), edit.mediaTime);
             if (picture != presented.begin())
                 --picture;

@@ -19,10 +19,10 @@ namespace {
 constexpr MediaTime shortestLeadInGap{34, 1000};
 constexpr MediaTime longestLeadInGap{1, 1};
 
-/// Between the end of what is shown and pictures behind it. More than any rounding.
+/// Between the end of what is shown and pictures after it. More than any rounding.
 constexpr MediaTime leadOutGap{1, 1000};
 
-/// A time scale from which a tick is nothing to be seen.
+/// From this time scale on, a tick is too short to be seen.
 constexpr std::int32_t fineTimescale = 10000;
 
 tl::unexpected<Error> unsupported(const std::string& why)
@@ -46,13 +46,13 @@ Result<void> checkTrack(const Track& track)
         return unsupported("a track changes its format");
     if (const auto* video = track.format->video()) {
         if (video->codec != FourCharacterCode{"avc1"} && video->codec != FourCharacterCode{"avc3"})
-            return unsupported("its pictures are no H.264");
+            return unsupported("its video is not H.264");
         return {};
     }
     const auto& audio = *track.format->audio();
     if (audio.codec != FourCharacterCode{"mp4a"} || audio.decoderConfiguration.empty())
-        return unsupported("its sound is no AAC");
-    // Twice the rate in the sample entry: bands are replicated, whether the configuration says so or not.
+        return unsupported("its sound is not AAC");
+    // Twice the rate in the sample entry means spectral band replication, whether the configuration says so or not.
     const auto rate = sampleRateOf(audio.decoderConfiguration);
     if (!isPlainAacLc(audio.decoderConfiguration) || (rate > 0 && audio.sampleRate == 2 * rate))
         return unsupported("its sound is a kind of AAC that cannot be cut at a packet");
@@ -61,10 +61,10 @@ Result<void> checkTrack(const Track& track)
     return {};
 }
 
-/// What of a track's media is shown, and when that begins.
+/// Which part of a track's media is shown, and when that begins.
 struct ShownMedia {
     MediaTime begin;  ///< on the movie's time line
-    std::int64_t mediaBegin = 0;  ///< on the track's scale, as the next one
+    std::int64_t mediaBegin = 0;  ///< on the track's scale, like the next one
     std::int64_t mediaEnd = 0;
 };
 
@@ -100,13 +100,13 @@ Result<ShownMedia> shownMedia(const Movie& movie, const Track& track)
         if (found)
             return unsupported("it is put together from several parts");
         if (!edit.isAtNormalSpeed)
-            return unsupported("it is not shown at the speed at which it was taken");
+            return unsupported("it does not play at its original speed");
         found = true;
         shown.mediaBegin = edit.mediaTime;
         if (edit.duration == 0)
             continue;
         const auto end = edit.mediaTime + static_cast<std::int64_t>(rescaled(edit.duration, movie.timescale, track.timescale));
-        // The movie's scale may not be able to tell the end of the media.
+        // The movie's scale may be too coarse for the end of the media.
         const MediaTime missing = MediaTime{span.end, track.timescale} - MediaTime{end, track.timescale};
         if (missing >= MediaTime{1, movie.timescale})
             shown.mediaEnd = end;
@@ -148,12 +148,12 @@ Result<Kept> keptRange(const TimeRange& range, MediaTime duration)
     return kept;
 }
 
-/// A track's part, before it is known on what scale the movie tells its edits.
+/// A track's part, before it is known on what scale the movie gives its edits.
 struct PlannedTrack {
     Track track;
     MediaTime begin;  ///< of what is shown, from the range's beginning
-    std::int64_t mediaTime = 0;  ///< where that is in the new media
-    std::int64_t shown = 0;  ///< how long, on the track's scale
+    std::int64_t mediaTime = 0;  ///< where that lies in the new media
+    std::int64_t shown = 0;  ///< for how long, on the track's scale
 };
 
 Track emptyCopy(const Track& source)
@@ -206,7 +206,7 @@ private:
     {
         const auto& range = kept_.range;
         spanBegin_ = mediaBegin_ + (range.start > begin_ ? ticks(range.start - begin_) : 0);
-        // What the movie shows no longer is held; nothing else is to be seen there.
+        // Past its end the last picture is held; there is nothing else to show.
         spanEnd_ = spanBegin_ < mediaEnd_ ? std::min(mediaEnd_, mediaBegin_ + ticks(range.end - begin_))
                                           : spanBegin_ + ticks(range.end - range.start);
         spanEnd_ = std::max(spanEnd_, spanBegin_ + 1);
@@ -215,7 +215,7 @@ private:
 
     Result<void> chooseSamples()
     {
-        // The picture that is presented last at or before the beginning; the first one where the edit begins before it.
+        // The last picture presented at or before the beginning; the first one if the edit begins before it.
         std::optional<std::size_t> shown;
         const auto latest = std::min(spanBegin_, mediaEnd_ - 1);
         for (std::size_t i = 0; i < samples_.size(); ++i) {
@@ -237,7 +237,7 @@ private:
         return {};
     }
 
-    /// The sync sample, last before the first shown picture, that divides the track: nothing on one side is presented beyond it. What
+    /// The last sync sample before the first shown picture that divides the track: nothing on either side is presented beyond it. What
     /// follows another kind may need pictures from before it.
     [[nodiscard]] Result<std::size_t> closedSyncSample() const
     {
@@ -292,11 +292,11 @@ private:
             presentation[i - first_] = edit_ + std::max<std::int64_t>(0, presented(i) - spanBegin_);
         presentation[firstShown_ - first_] = edit_;
         line(before, 0, presentation);
-        // Decoded for others that are shown.
+        // Decoded only for others that are shown.
         line(after, end_ + ticks(leadOutGap), presentation);
         const auto mediaEnd = after.empty() ? end_ : end_ + ticks(leadOutGap) + static_cast<std::int64_t>(after.size());
         const auto decode = decodeTimes(presentation);
-        // Some players (GStreamer's) take a track that is much shorter than the movie for a still picture, pictures out of order or not.
+        // Some players (GStreamer's) take a track that is much shorter than the movie for a still picture, its pictures in order or not.
         const auto enough = decode.front() + (spanEnd_ - spanBegin_) / 2 - decode.back();
         return append(presentation, decode, std::max(mediaEnd - presentation.back(), enough));
     }
@@ -317,7 +317,7 @@ private:
         const auto shown = static_cast<double>(spanEnd_ - spanBegin_) + static_cast<double>(before);
         // They round the average to a usual number of pictures a second.
         constexpr double leeway = 1.015;
-        // With more than one picture before, the gap itself counts.
+        // With more than one picture before it, the gap itself counts.
         const double average = leeway * shown / (before == 1 ? pictures : std::max(pictures - leeway, 0.5));
         // Where the stream itself says how long a picture lasts, they believe that.
         const auto declared = declaredPictureDuration(source_.format->video()->decoderConfiguration).value_or(MediaTime::zero());
@@ -326,7 +326,7 @@ private:
             static_cast<std::int64_t>(std::min(average, 1e15)) + 1, ticks(std::max(least, shortestLeadInGap)), ticks(longestLeadInGap));
     }
 
-    /// Each is decoded as late as it may be, but from where the range begins not later than its own time had it.
+    /// Each is decoded as late as possible, but from the range's beginning on no later than its own time says.
     [[nodiscard]] std::vector<std::int64_t> decodeTimes(const std::vector<std::int64_t>& presentation) const
     {
         std::vector<std::int64_t> times(presentation.size());
@@ -357,9 +357,9 @@ private:
         return append(presentation, decode, std::int64_t{samples_.back().duration} * factor_);
     }
 
-    /// Whether a key frame is called so. Up to the first shown picture only the first is: some players (FFmpeg's) begin at the last one
-    /// before the edit, and this may be one at which decoding cannot begin. Behind, some players (GStreamer's) take it for the end when what
-    /// follows it in the media lies beyond how long the movie lasts.
+    /// Whether a key frame is marked as one. Up to the first shown picture only the first is: some players (FFmpeg's) begin at the last one
+    /// before the edit, and decoding may be unable to begin there. After it, some players (GStreamer's) take one for the end when what
+    /// follows it in the media lies beyond the movie's duration.
     [[nodiscard]] bool isCalledSync(std::size_t index, const std::vector<std::int64_t>& decode) const
     {
         const auto first = decode.front();
@@ -412,7 +412,7 @@ private:
     // On the source's time line, the new scale.
     std::int64_t spanBegin_ = 0;
     std::int64_t spanEnd_ = 0;
-    std::int64_t visibleEnd_ = 0;  ///< what is presented from there on is not shown
+    std::int64_t visibleEnd_ = 0;  ///< what is presented from here on is not shown
     std::size_t firstShown_ = 0;
     std::size_t first_ = 0;
     std::size_t last_ = 0;
@@ -423,7 +423,7 @@ private:
     std::int64_t end_ = 0;
 };
 
-/// The track with a tick for each frame of sound, because players count what they leave out at an edit in ticks as if they were frames.
+/// The track with a tick for each frame of sound, because players count what they leave out at an edit in ticks, as if these were frames.
 Result<Track> onItsOwnClock(const Track& source, std::int32_t rate, std::int32_t packetFrames)
 {
     Track track = emptyCopy(source);
@@ -486,7 +486,7 @@ Result<std::optional<PlannedTrack>> planSound(const Track& source, const ShownMe
         first = samples.begin();
         last = samples.end() - 1;
     }
-    // What is there only to be decoded lasts no longer than it sounds, or what is left out at the edit would be more than it holds.
+    // A packet that is there only to be decoded lasts no longer than it sounds, or the edit would leave out more than it holds.
     const auto gap = kept.isWhole || first == heard ? 0 : std::max<std::int64_t>(0, heard->decodeTime - first->decodeTime - frames);
 
     PlannedTrack planned{emptyCopy(source), MediaTime::zero(), begin - first->decodeTime - gap, end - begin};
@@ -495,7 +495,7 @@ Result<std::optional<PlannedTrack>> planSound(const Track& source, const ShownMe
         if (!planned.track.samples.append({sample->offset, sample->size, time, 0, sample->isSync}))
             return tooLarge();
     }
-    // Readers that take the media's duration for the track's are told the truth too.
+    // Readers that take the media's duration for the track's get the right one too.
     planned.track.samples.setLastDuration(kept.isWhole ? last->duration
                                                        : static_cast<std::uint32_t>(std::clamp<std::int64_t>(end - last->decodeTime,
                                                            std::min<std::uint32_t>(1, last->duration), last->duration)));
@@ -556,9 +556,9 @@ Result<Movie> planTrim(const Movie& source, const TimeRange& range, const Starts
         candidates.push_back({&track, *shown});
     }
     if (pictureTracks == 0)
-        return fail(makeError(ErrorCode::nothingInside, "The file has no pictures."));
+        return fail(makeError(ErrorCode::nothingInside, "The file has no video."));
     if (pictureTracks > 1)
-        return unsupported("it has more than one track of pictures");
+        return unsupported("it has more than one video track");
     const auto kept = keptRange(range, duration);
     if (!kept)
         return fail(kept.error());

@@ -45,7 +45,7 @@ public:
     [[nodiscard]] std::uint64_t size() const { return size_; }
     [[nodiscard]] const std::vector<Extent>& extents() const { return extents_; }
 
-    /// Has the samples of `plan` lie where this layout puts them when the media begins at `begin`.
+    /// Puts the samples of `plan` where this layout has them when the media begins at `begin`.
     void apply(Movie& plan, std::uint64_t begin) const
     {
         std::vector<std::vector<std::uint64_t>> offsets;
@@ -85,7 +85,7 @@ private:
 /// The bytes before the media; they and the plan agree on where the media begins.
 std::vector<std::byte> headOf(Movie& plan, const MediaLayout& layout)
 {
-    // Offsets beyond 4 GiB make the index larger, which moves them further: never back.
+    // Offsets beyond 4 GiB make the index larger, which moves them further, never back.
     std::uint64_t begin = 0;
     for (;;) {
         layout.apply(plan, begin);
@@ -103,7 +103,7 @@ const Track* pictureTrack(const Movie& movie)
     return found == movie.tracks.end() ? nullptr : &*found;
 }
 
-/// What was not read may lie anywhere behind where reading it failed.
+/// What was not read may lie anywhere after the point where reading failed.
 Result<void> checkWasRead(const MovieFile& read, const TimeRange& range)
 {
     if (!read.unread || !range.end.isValid())
@@ -113,13 +113,13 @@ Result<void> checkWasRead(const MovieFile& read, const TimeRange& range)
         return {};
     char seconds[32];
     std::snprintf(seconds, sizeof seconds, "%.3f", from.seconds());
-    // Wherever the decimals follow the locale.
+    // The decimal point follows the locale.
     std::replace(seconds, seconds + sizeof seconds, ',', '.');
     return fail(makeError(ErrorCode::damaged,
         std::string{"The file cannot be trimmed beyond "} + seconds + " s, because it could not be read from there on: " + what + "."));
 }
 
-/// Fails where a decoder would begin without parameter sets, or with others than the pictures were made with.
+/// Fails where a decoder would begin without parameter sets, or with others than those the pictures were made with.
 Result<void> checkParameterSets(File& source, const Movie& movie, const Movie& plan)
 {
     const auto* whole = pictureTrack(movie);
@@ -143,8 +143,8 @@ Result<void> checkParameterSets(File& source, const Movie& movie, const Movie& p
         areInEntry = !content->hasParameterSets;
     }
     if (!areInEntry)
-        return fail(makeError(ErrorCode::unsupported,
-            "The file cannot be trimmed exactly: what a decoder has to know lies in other pictures than the part's first."));
+        return fail(makeError(
+            ErrorCode::unsupported, "The file cannot be trimmed exactly: the part's first picture lacks what a decoder has to know."));
     return {};
 }
 
@@ -184,7 +184,7 @@ Result<TrimOutcome> writeTrim(File& source, Movie plan, File& target, const Trim
     const auto sourceSize = source.size();
     if (!sourceSize)
         return fail(sourceSize.error());
-    // A few bytes of a file can be claimed by as many samples as one may have.
+    // A few bytes of a file can be claimed by as many samples as a file may have.
     if (layout.size() > *sourceSize)
         return fail(makeError(ErrorCode::damaged, "The file is damaged: its samples share their bytes."));
     const auto head = headOf(plan, layout);
@@ -202,7 +202,7 @@ Result<TrimOutcome> writeTrim(File& source, Movie plan, File& target, const Trim
             if (!complete)
                 return fail(complete.error());
             if (!*complete)
-                return fail(makeError(ErrorCode::damaged, "The file became shorter while it was trimmed."));
+                return fail(makeError(ErrorCode::damaged, "The file became shorter while it was being trimmed."));
             extent.from += block;
             extent.size -= block;
             done += block;

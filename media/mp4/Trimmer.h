@@ -13,18 +13,18 @@ namespace velmora::mp4 {
 
 struct TrimOptions {
     std::uint64_t creationTime = currentFileTime();
-    std::size_t largestBlock = std::size_t{8} << 20;  ///< bytes that are copied from one call of the progress to the next
+    std::size_t largestBlock = std::size_t{8} << 20;  ///< bytes copied from one call of the progress to the next
 };
 
 enum class TrimOutcome { written, cancelled };
 
-/// Told from 0 to 1; false cancels.
+/// Called with values from 0 to 1; false cancels.
 using TrimProgress = std::function<bool(double)>;
 
 /// Writes the part of `source` that planTrim() plans for `range` into `target`, which is empty: an ordinary MP4 of this writer, its
 /// index in front and nothing in it that the part does not need. An unfinished recording of ours is trimmed as far as its whole fragments
-/// go. `source` is only read. Waits for the disks, but does not make sure that the bytes have reached them. What is wrong with the range
-/// or the source is found before anything is written; after another failure or a cancel `target` is good for nothing. Errors: those of
+/// go. `source` is only read. Waits for the disks, but does not ensure that the bytes have reached them. What is wrong with the range
+/// or the source is found before anything is written; after any other failure or a cancel `target` is useless. Errors: those of
 /// readMovie() and planTrim(), the system's.
 Result<TrimOutcome> trim(
     File& source, const TimeRange& range, File& target, const TrimProgress& progress = {}, const TrimOptions& options = {});
@@ -32,7 +32,7 @@ Result<TrimOutcome> trim(
 /// The first half of it: reads and plans only.
 Result<Movie> readAndPlanTrim(File& source, const TimeRange& range);
 
-/// The second half. Precondition: `plan` is of this `source`.
+/// The second half. Precondition: `plan` was made from this `source`.
 Result<TrimOutcome> writeTrim(File& source, Movie plan, File& target, const TrimProgress& progress = {}, const TrimOptions& options = {});
 
 }  // namespace velmora::mp4

@@ -1,4 +1,4 @@
-// Durations and pictures that a test chooses, answered at once or when the test says.
+// Durations and pictures that a test chooses, answered at once or when the test says so.
 #pragma once
 
 #include "platform/Asset.h"
@@ -45,7 +45,7 @@ public:
         completion(image);
     }
 
-    /// Answers what was asked so far, in that order; false when nothing was.
+    /// Answers what has been asked so far, in that order; false if nothing has.
     bool answerAll()
     {
         auto questions = std::exchange(pending_, {});

@@ -1,4 +1,4 @@
-// An asset writer that keeps what it is given, and fails where a test says.
+// An asset writer that keeps what it is given, and fails where a test says so.
 #pragma once
 
 #include "base/Mutex.h"
@@ -34,7 +34,7 @@ public:
     const std::optional<platform::AudioOutputSettings> settings;
     const FormatDescriptionRef sourceFormatHint;
     FakeAssetWriter& writer;
-    std::optional<bool> realTime;  ///< none until it is said
+    std::optional<bool> realTime;  ///< none until it is set
     bool ready = true;
     bool finished = false;
     bool appendFails = false;
@@ -43,7 +43,7 @@ public:
     std::vector<SampleBufferRef> samples;
 };
 
-/// Look at it only after the recording's queue has been drained.
+/// To be looked at only after the recording's queue has been drained.
 class FakeAssetWriter final : public platform::AssetWriter {
 public:
     explicit FakeAssetWriter(std::filesystem::path url) : outputURL(std::move(url)) { }
@@ -87,7 +87,7 @@ public:
         finishBegan_.notifyAll();
     }
 
-    /// Returns when the writer was asked to finish.
+    /// Returns once the writer has been asked to finish.
     void awaitFinish()
     {
         MutexLock lock(mutex_);
@@ -95,7 +95,7 @@ public:
             finishBegan_.wait(mutex_);
     }
 
-    /// The file is on the disk, at last. Waits until that was asked for.
+    /// The file is on the disk at last. Waits until that has been asked for.
     void answerFinish()
     {
         awaitFinish();
@@ -107,7 +107,7 @@ public:
         finish(std::move(completion));
     }
 
-    /// From now on, as where the disk is full.
+    /// Fails from now on, as on a full disk.
     void fail(Error error)
     {
         currentStatus = finishStatus = Status::failed;

@@ -11,7 +11,7 @@
 
 namespace velmora::fake {
 
-/// What a test sees of the sessions, shared because the encoder under test owns them. To be looked at while no queue is at work on them.
+/// What a test sees of the sessions, shared because the encoder under test owns them. To be looked at while no queue is working on them.
 struct CompressionSessionRecord {
     struct Frame {
         PixelBufferRef pixelBuffer;
@@ -43,7 +43,7 @@ public:
     platform::CompressionStatus setProperty(platform::CompressionProperty property, platform::CompressionPropertyValue value) override
     {
         record_->properties.emplace_back(property, value);
-        return -1;  // the callers are not to mind
+        return -1;  // callers must not mind
     }
 
     platform::CompressionStatus prepareToEncodeFrames() override

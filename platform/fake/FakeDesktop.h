@@ -1,4 +1,4 @@
-// What the desktop around the program does and is asked for, under a test's control.
+// What the desktop around the program does and is asked to do, under a test's control.
 #pragma once
 
 #include "platform/ScreenCaptureAccess.h"

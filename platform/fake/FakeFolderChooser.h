@@ -16,7 +16,7 @@ public:
         completions.push_back(std::move(completion));
     }
 
-    /// To the panel that was asked for last.
+    /// Answers the panel that was asked for last.
     void answer(Result<std::optional<std::filesystem::path>> folder) { completions.back()(std::move(folder)); }
 
     std::vector<platform::FolderPanel> panels;

@@ -1,4 +1,4 @@
-// Screens of a scale that a test chooses.
+// Screens with a scale that a test chooses.
 #pragma once
 
 #include "platform/Screens.h"

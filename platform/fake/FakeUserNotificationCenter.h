@@ -36,7 +36,7 @@ public:
             completion(status);
     }
 
-    /// The presentation options that the delegate answers.
+    /// The presentation options with which the delegate answers.
     std::optional<unsigned> present(const platform::NotificationContent& content)
     {
         std::optional<unsigned> options;

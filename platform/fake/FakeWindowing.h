@@ -1,4 +1,4 @@
-// What the window system tells of screens and does with floating windows, under a test's control.
+// What the window system says about screens and does with floating windows, under a test's control.
 #pragma once
 
 #include "platform/FloatingWindows.h"
@@ -30,7 +30,7 @@ public:
 
     bool isComposited = false;
     std::optional<PixelRect> clickableArea;
-    std::vector<PixelRect> keptParts;  ///< of the windows that are kept in front now
+    std::vector<PixelRect> keptParts;  ///< of the windows being kept in front now
 
 private:
     class Kept final : public InFront {

@@ -40,13 +40,13 @@ public:
         return true;
     }
 
-    /// Runs everything, also what the work itself adds.
+    /// Runs everything, including what the work itself adds.
     void runAll()
     {
         while (runOne()) { }
     }
 
-    /// Runs work as it comes, waiting for it, until `done` is true.
+    /// Runs work as it arrives, waiting for it, until `done` is true.
     template <typename Condition>
     void runUntil(Condition done)
     {

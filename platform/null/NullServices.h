@@ -31,13 +31,13 @@ std::shared_ptr<platform::HotKeyCenter> makeHotKeyCenter();
 /// Never granted; `reason` is the explanation.
 std::shared_ptr<platform::ScreenCaptureAccess> makeScreenCaptureAccess(std::string reason);
 
-/// Leaves windows where they are, and tells no screen.
+/// Leaves windows where they are, and names no screen.
 std::shared_ptr<platform::WindowActivation> makeWindowActivation();
 
-/// Nothing is composited, all is clickable, and nothing is kept in front.
+/// Nothing is composited, everything is clickable, and nothing is kept in front.
 std::shared_ptr<platform::FloatingWindows> makeFloatingWindows();
 
-/// Tells no colour.
+/// Names no colour.
 std::shared_ptr<platform::TrayAppearance> makeTrayAppearance();
 
 }  // namespace velmora::null_backend

@@ -15,7 +15,7 @@ TEST(UniqueFunction, OwnsWhatItCaptured)
         UniqueFunction<int()> function = [value = std::move(owned)] { return *value; };
         EXPECT_EQ(function(), 7);
         UniqueFunction<int()> moved = std::move(function);
-        EXPECT_FALSE(function);  // NOLINT(bugprone-use-after-move): that it is empty is the contract
+        EXPECT_FALSE(function);  // NOLINT(bugprone-use-after-move): being empty is the contract
         EXPECT_EQ(moved(), 7);
     }
     EXPECT_TRUE(watch.expired());

@@ -320,7 +320,7 @@ TEST_F(CaptureCoordinatorTest, ARecordingMayBeginWhileTheOneBeforeIsSaved)
     const auto recording = coordinator->state();
     assetReader->answerAll();
     waitForSaves(1);
-    EXPECT_EQ(coordinator->state(), recording) << "the save before is not this recording's end";
+    EXPECT_EQ(coordinator->state(), recording) << "the earlier save does not end this recording";
     deliverAFrame();
     assetReader->answersAtOnce = true;
     coordinator->toggleRecording();
@@ -329,7 +329,7 @@ TEST_F(CaptureCoordinatorTest, ARecordingMayBeginWhileTheOneBeforeIsSaved)
     EXPECT_NE(saved[0].clip, saved[1].clip);
 }
 
-/// What somebody was told who asked for the end of a recording.
+/// What somebody who asked for the end of a recording was told.
 struct Answer {
     std::filesystem::path clip;
     std::string complaint;
@@ -438,7 +438,7 @@ TEST_F(OverlappingSavesTest, AStopOfOneRecordingDoesNotEndTheCaptureOfAnotherWho
     ASSERT_TRUE(coordinator->startRecording());
     deliverAFrame();
     coordinator->stopRecordingAndCapture(second.take());
-    // The first clip is there before the second one's end has been begun.
+    // The first clip is there before the second one has begun to end.
     writers->writers.at(0)->answerFinish();
     executor->runUntil([&] { return first.count > 0; });
     executor->runAll();
@@ -499,7 +499,7 @@ TEST_F(OverlappingSavesTest, WithoutARecordingTheCallerAloneIsToldSo)
 {
     Answer answer;
     coordinator->stopRecording(answer.take());
-    EXPECT_EQ(answer.complaint, "No recording runs.");
+    EXPECT_EQ(answer.complaint, "No recording is running.");
     EXPECT_THAT(errors, IsEmpty());
 }
 

@@ -30,7 +30,7 @@ using Case = ClipExporterError::Case;
 
 const Error diskIsFull{"POSIX", 28, "No space left on device", nullptr};
 
-/// Pictures of which the first is a key frame, and sound; times in nanoseconds, ascending.
+/// Pictures, the first of them a key frame, and sound; times in nanoseconds, ascending.
 RollingBufferExtraction extraction(const std::vector<std::int64_t>& pictures, const std::vector<std::int64_t>& sound = {})
 {
     RollingBufferExtraction clip;
@@ -86,7 +86,7 @@ protected:
         return result;
     }
 
-    /// As "v10" and "a10": in the order in which they were written.
+    /// Samples as "v10" and "a10", in the order in which they were written.
     [[nodiscard]] std::vector<std::string> written() const
     {
         std::vector<std::string> result;
@@ -223,7 +223,7 @@ TEST_F(ClipExporterTest, AWriterThatDoesNotStartFailsWithItsOwnError)
     EXPECT_EQ(error.underlyingError(), diskIsFull);
     EXPECT_THAT(written(), IsEmpty());
     EXPECT_EQ(asset().finishCount, 0);
-    EXPECT_TRUE(std::filesystem::exists(url)) << "what was written so far stays";
+    EXPECT_TRUE(std::filesystem::exists(url)) << "what has been written so far stays";
 }
 
 TEST_F(ClipExporterTest, AWriterThatDoesNotStartAndDoesNotSayWhyFailsWithoutAnUnderlyingError)
@@ -293,7 +293,7 @@ TEST_F(ClipExporterTest, TimesOfSamplesAreNotMoved)
 
 TEST_F(ClipExporterTest, AnInputThatIsNotReadyIsAskedAgainAfterAMillisecondAndNothingIsLost)
 {
-    // Each input takes a sample at every fourth question.
+    // Each input takes a sample every fourth time it is asked.
     writers->onCreate = [](fake::FakeAssetWriter& writer) {
         writer.onAdd = [](fake::FakeAssetWriterInput& input) { input.readiness = [n = 0]() mutable { return ++n % 4 == 0; }; };
     };
@@ -362,7 +362,7 @@ TEST_F(ClipExporterTest, ARefusedSampleIsLoggedAndTheRestIsWritten)
 
 TEST_F(ClipExporterTest, TheLogNamesTheWritersErrorOrSaysThatItIsUnknown)
 {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a process of its own: whether values are shown is read once
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // in its own process: whether values are shown is read once
     const auto failAtEverything = [this] {
         ::setenv(Log::revealVariable, "1", 1);
         writers->onCreate = [](fake::FakeAssetWriter& writer) {

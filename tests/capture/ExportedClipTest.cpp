@@ -1,4 +1,4 @@
-// From the encoder's samples through the rolling buffer into a file, and what a player makes of that.
+// From the encoder's samples through the rolling buffer into a file, and what a player makes of it.
 #include "capture/ClipExporter.h"
 #include "capture/ClipExporterError.h"
 #include "engine/files/AssetWriter.h"
@@ -24,7 +24,7 @@ namespace {
 
 using ::testing::IsEmpty;
 
-// As live time stamps are: far from 0 and on no round number.
+// As live time stamps are: far from 0 and not a round number.
 constexpr MediaTime boot = MediaTime::nanoseconds(86'412'345'678'901);
 
 constexpr std::int32_t soundRate = 48000;
@@ -104,7 +104,7 @@ protected:
             [](const platform::AudioOutputSettings&) -> Result<std::unique_ptr<engine::AudioEncoder>> { return test::makeAacEncoder(); });
     }
 
-    /// Exports `extraction` and expects of the file that it shows and sounds all of it and nothing else, each at its time.
+    /// Exports `extraction` and expects the file to show and play all of it and nothing else, each part at its time.
     void expectFileOf(const RollingBufferExtraction& extraction)
     {
         const auto result = exportWith(files(), extraction);
@@ -161,7 +161,7 @@ private:
         EXPECT_NEAR(static_cast<double>(decoded.endFrame()), static_cast<double>(end), 1);
         const auto peaks = decoded.peaks();
         ASSERT_EQ(peaks.size(), expected.size());
-        // Time stamps are whole nanoseconds, sound is whole frames: between two blocks one frame may go either way.
+        // Time stamps are whole nanoseconds, sound is whole frames: one frame between two blocks may go either way.
         for (std::size_t i = 0; i < peaks.size(); ++i)
             EXPECT_NEAR(static_cast<double>(peaks[i]), static_cast<double>(expected[i]), 1) << "click " << i;
     }

@@ -1,4 +1,4 @@
-// What the lines of the log tell, read as a developer reads them who asks for the private values.
+// What the lines of the log say to a developer who has asked for the private values.
 #include "library/PathUtilities.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/CoordinatorFixture.h"
@@ -19,7 +19,7 @@ using test::film;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 
-// The log asks for it once, with its first line; so these tests are a program of their own.
+// The log reads it once, with its first line, so these tests are a program of their own.
 [[maybe_unused]] const int isRevealed = ::setenv(Log::revealVariable, "1", 1);
 
 Error broken(const char* reason)
@@ -50,7 +50,7 @@ protected:
         captureService->encoder().outputQueue().drain();
     }
 
-    /// Of the fake clock's time, 2023-11-14 22:13:20 UTC.
+    /// The name for the fake clock's time, 2023-11-14 22:13:20 UTC.
     const std::string name = "Velmora-Recording-2023-11-14-22-13-20.mp4";
     const std::string path = library->effectiveOutputDirectory() / name;
     test::CapturedLog log;

@@ -216,7 +216,7 @@ TEST_F(ManualRecordingWriterTest, AFailedAppendIsLoggedAndLaterSamplesAreStillTr
 
 TEST_F(ManualRecordingWriterTest, TheLogNamesTheWritersErrorOrSaysThatItIsUnknown)
 {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a process of its own: whether values are shown is read once
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // in its own process: whether values are shown is read once
     const auto failAtEverything = [this] {
         ::setenv(Log::revealVariable, "1", 1);
         const auto append = [this](std::optional<Error> error, SampleBufferRef video, SampleBufferRef audio) {

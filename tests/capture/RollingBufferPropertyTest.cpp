@@ -1,4 +1,4 @@
-// Random streams through the buffer and through a model of it that is slow and plain.
+// Random streams through the buffer and through a slow, plain model of it.
 #include "capture/RollingBuffer.h"
 
 #include "tests/support/Samples.h"
@@ -15,7 +15,7 @@ namespace {
 
 using Ticks = std::int64_t;
 
-/// What happened at least so often that the comparison means something.
+/// What happened often enough for the comparison to mean something.
 struct Reached {
     int picturesDroppedByTime = 0;
     int picturesDroppedByCount = 0;
@@ -56,7 +56,7 @@ struct Clip {
     friend bool operator==(const Clip&, const Clip&) = default;
 };
 
-/// Whole numbers of ticks, one rule after the other, nothing remembered.
+/// Whole numbers of ticks, one rule after another, nothing remembered.
 class Model {
 public:
     Model(Ticks ticksPerSecond, double target, double retention, Reached& reached)
@@ -228,7 +228,7 @@ public:
         auto sample = std::make_shared<SampleBuffer>();
         sample->presentationTimeStamp = {time, timescale_};
         sample->duration = durationIsKnown ? MediaTime{1024, 48000} : MediaTime::invalid();
-        // An end between two ticks has passed the former and not the latter.
+        // An end between two ticks has passed the first but not the second.
         model_.add(Sound{time, durationIsKnown ? time + Ticks{1024} * timescale_ / 48000 : time, sample});
         buffer_->appendAudioSample(std::move(sample));
         compareSizes();
@@ -371,7 +371,7 @@ private:
         }
     }
 
-    /// With sound up to each picture where `soundDistance` is not 0.
+    /// With sound up to each picture if `soundDistance` is not 0.
     void pictures(int count, double distance, int keyFrameInterval, double soundDistance = 0.0213)
     {
         const int phase = number(0, keyFrameInterval - 1);

@@ -12,7 +12,7 @@
 
 namespace {
 
-// How often this thread has allocated. Counted in the whole test program, because a container's room cannot be asked for from outside.
+// How often this thread has allocated. Counted in the whole test program, because a container's capacity cannot be seen from outside.
 thread_local std::size_t allocationsOfThisThread = 0;
 
 }  // namespace
@@ -117,7 +117,7 @@ TEST_F(RollingBufferTest, ExtractionFromAnEmptyBufferIsAbsent)
     EXPECT_FALSE(extract());
     EXPECT_FALSE(extract(5));
     audio(1);
-    EXPECT_FALSE(extract()) << "sound alone is no clip";
+    EXPECT_FALSE(extract()) << "sound alone is not a clip";
 }
 
 TEST_F(RollingBufferTest, ASnapshotCountsWhatIsThere)
@@ -318,7 +318,7 @@ TEST_F(RollingBufferTest, AClearedBufferKeepsItsRoomAndAllocatesNothingUntilItHo
     const auto empty = allocationsOfTheQueue();
     fill();
     const auto filled = allocationsOfTheQueue();
-    EXPECT_GT(filled, empty) << "the room is made by the queue";
+    EXPECT_GT(filled, empty) << "the queue makes the room";
     buffer->clear();
     fill();
     EXPECT_EQ(allocationsOfTheQueue(), filled);

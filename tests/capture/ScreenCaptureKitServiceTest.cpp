@@ -76,7 +76,7 @@ protected:
 
     [[nodiscard]] fake::FakeCaptureStream& stream() const { return *streams->streams.back(); }
 
-    /// Waits until everything that was delivered so far has gone through all queues.
+    /// Waits until everything delivered so far has gone through all queues.
     void settle()
     {
         service->sampleQueue().drain();
@@ -422,7 +422,7 @@ TEST_F(ScreenCaptureKitServiceTest, BuffersThatAreStillQueuedAfterAStopAreDroppe
     startOrFail();
     old->deliverEvenIfStopped(test::screenSample(6), StreamOutputType::screen);
     settle();
-    EXPECT_TRUE(sessions->records.empty()) << "a picture of the window before must not reach the next one's recording";
+    EXPECT_TRUE(sessions->records.empty()) << "a picture of the previous window must not reach the next one's recording";
 }
 
 TEST_F(ScreenCaptureKitServiceTest, ARecordingGetsCompressedFramesAndRawSoundAndIsReturned)
@@ -604,7 +604,7 @@ TEST_F(ScreenCaptureKitServiceTest, DrainingWaitsForWhatIsBeingHandled)
     EXPECT_EQ(handledAtReturn.get(), 2);
 }
 
-/// What has to stand still stands still for so long.
+/// What has to stand still must do so for this long.
 constexpr auto aWhile = std::chrono::milliseconds{50};
 
 TEST_F(ScreenCaptureKitServiceTest, DrainingWaitsForAStreamThatStopsLate)
@@ -673,7 +673,7 @@ TEST_F(ScreenCaptureKitServiceTest, DrainingWaitsUntilEveryFinishedFileIsOnTheDi
 
 class SlowEncoderTest : public ScreenCaptureKitServiceTest {
 protected:
-    /// Returns with a picture waiting for the first encoder, which is there once `encoderIsMade_` has its value.
+    /// Returns with a picture waiting for the first encoder, which exists once `encoderIsMade_` has its value.
     void startWhileTheEncoderIsBeingMade()
     {
         sessions->onMake = [this, open = encoderIsMade_.get_future().share()] {

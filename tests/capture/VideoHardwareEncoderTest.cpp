@@ -67,7 +67,7 @@ TEST_F(VideoHardwareEncoderTest, SetsFivePropertiesInOrderAndNothingElseWhatever
     };
     EXPECT_EQ(record.properties, expected);
     EXPECT_TRUE(record.prepared);
-    EXPECT_EQ(record.propertiesAtPrepare, record.properties.size()) << "what comes later does not count any more";
+    EXPECT_EQ(record.propertiesAtPrepare, record.properties.size()) << "what comes later no longer counts";
     EXPECT_EQ(log->messages(), std::vector<std::string>{"Initialized hardware video encoder (1280x720 H.264)"});
 }
 

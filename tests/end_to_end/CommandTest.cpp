@@ -193,7 +193,7 @@ TEST_F(CommandTest, AFileThatIsMovedMeanwhileIsAFailureThatNamesItsNewPlace)
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "");
     EXPECT_THAT(outcome.messages, StartsWith("Failed saving recording: "));
-    EXPECT_THAT(outcome.messages, HasSubstr("The whole clip is " + path("mine.mp4").string()));
+    EXPECT_THAT(outcome.messages, HasSubstr("The whole clip is at " + path("mine.mp4").string()));
     expectAClip(path("mine.mp4"));
     EXPECT_FALSE(std::filesystem::exists(path("clip.mp4")));
 }

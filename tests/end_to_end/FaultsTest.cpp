@@ -87,7 +87,7 @@ bool hasPictures(const std::filesystem::path& file, const std::filesystem::path&
     const auto repair = runVelmora({"repair", scratch.string()});
     if (repair.status == 0)
         return true;
-    EXPECT_THAT(repair.messages, AnyOf(HasSubstr("Nothing was recorded"), HasSubstr("is no MP4 file")))
+    EXPECT_THAT(repair.messages, AnyOf(HasSubstr("Nothing was recorded"), HasSubstr("is not an MP4 file")))
         << "an unfinished recording that cannot be repaired";
     return false;
 }

@@ -343,7 +343,7 @@ TEST_F(TrimmedClipTest, WhatCannotBeTrimmedLeavesNothingAndSaysWhy)
     const auto outcome = runTrim(path("other.mp4"), 0.5, 1);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "");
-    EXPECT_THAT(outcome.messages, HasSubstr("its pictures are no H.264"));
+    EXPECT_THAT(outcome.messages, HasSubstr("its video is not H.264"));
     EXPECT_EQ(names().size(), 2U);
     EXPECT_EQ(runTrim(path("clip.mp4"), 2, 1).status, 2);
 }

@@ -50,7 +50,7 @@ protected:
         return library;
     }
 
-    /// One that has listed the folder and waits for every answer about a file.
+    /// A library that has listed the folder and is waiting for every answer about a file.
     std::shared_ptr<ClipLibrary> makeScanningLibrary()
     {
         assetReader->answersAtOnce = false;
@@ -63,7 +63,7 @@ protected:
         executor->runAll();
     }
 
-    /// What every scan and addition still waits for.
+    /// Answers what every scan and addition is still waiting for.
     void answerEverything()
     {
         while (assetReader->answerAll())
@@ -119,7 +119,7 @@ TEST_F(ClipLibraryTest, ClipsOfTheSameDateKeepTheOrderOfTheListing)
     EXPECT_THAT(names(*makeLibrary()), ElementsAre("a.mp4", "b.mp4", "c.mp4"));
 }
 
-// A sort of so many that is not stable changes the order of equal ones.
+// With this many, a sort that is not stable changes the order of equal ones.
 TEST_F(ClipLibraryTest, ManyClipsOfTheSameDateKeepTheOrderOfTheListingToo)
 {
     std::vector<std::string> newer;
@@ -366,7 +366,7 @@ TEST_F(ClipLibraryTest, AScanThatEndsAfterALaterOneKeepsWhatThatOneFound)
     ASSERT_TRUE(assetReader->answerNewest(first));
     executor->runAll();
     answer(second);
-    ASSERT_THAT(names(*library), ElementsAre("b.mp4", "a.mp4")) << "the later scan is through";
+    ASSERT_THAT(names(*library), ElementsAre("b.mp4", "a.mp4")) << "the later scan is done";
     const auto id = library->recentClips()[1].id;
     std::ofstream{clips / "gone.mp4"} << "for the first scan it is still there";
     answer(first);

@@ -19,7 +19,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// Repairs what the test says; writes down what it was asked for.
+/// Repairs what the test says; notes what it was asked to repair.
 class ListedRepairer final : public platform::AssetRepairer {
 public:
     Result<Outcome> repair(const std::filesystem::path& file) override

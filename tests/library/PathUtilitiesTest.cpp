@@ -17,7 +17,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// What TZ says meanwhile; the C library is told nothing.
+/// Sets TZ while it lives; the C library is not told.
 class TimeZoneVariable {
 public:
     explicit TimeZoneVariable(const std::string& value) { ::setenv("TZ", value.c_str(), 1); }

@@ -1,4 +1,4 @@
-// The walkthrough over fakes.
+// The walkthrough, on top of fakes.
 #pragma once
 
 #include "onboarding/OnboardingModel.h"

@@ -27,7 +27,7 @@ protected:
         static_cast<void>(window.grab());
     }
 
-    /// Of the step's body alone, in which nothing else lies.
+    /// Looks at the step's body only, which holds nothing else.
     void expectAllIsSeen(int step)
     {
         show(step);
@@ -40,7 +40,7 @@ protected:
         window.expectNoTextsOverlap();
     }
 
-    /// What stands below each other, from top to bottom: symbols in brackets, and of texts those that are asked for.
+    /// What is shown, from top to bottom: symbols in brackets, and of the texts those that are asked for.
     [[nodiscard]] std::string order(const std::vector<const char*>& texts)
     {
         std::vector<std::pair<double, std::string>> found;

@@ -94,7 +94,7 @@ TEST_F(FolderBrowserViewTest, ANewFolderIsNamedAndMadeWithTheKeyboardAlone)
     ASSERT_TRUE(model.isNamingFolder());
     type("Clips");
     window.type(Qt::Key_Return);
-    EXPECT_TRUE(std::filesystem::is_directory(top / "Clips")) << "what stood there was replaced";
+    EXPECT_TRUE(std::filesystem::is_directory(top / "Clips")) << "what was there has been replaced";
     EXPECT_EQ(model.choice().toStdString(), (top / "Clips").string());
     window.type(Qt::Key_Up);
     EXPECT_EQ(model.choice().toStdString(), (top / "Beta").string()) << "the list has the keyboard again";

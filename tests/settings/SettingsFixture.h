@@ -1,4 +1,4 @@
-// The settings over fakes.
+// The settings, on top of fakes.
 #pragma once
 
 #include "platform/fake/FakeFolderChooser.h"

@@ -239,7 +239,7 @@ TEST_F(SettingsViewTest, TheStatesHaveTheirColours)
 {
     const auto pixels = [&](const char* symbolOf) {
         QImage image;
-        static_cast<void>(window.grab());  // lays out
+        static_cast<void>(window.grab());  // forces the layout
         window.forEachVisible([&](QQuickItem& item) {
             if (item.inherits("QQuickImage") && item.property("source").toString().contains(QLatin1String(symbolOf)))
                 image = window.grab(item);

@@ -26,7 +26,7 @@ TEST(ChildProcess, TheTranscriptHasWhatProgramsSaidWhetherAnybodyReadItOrNot)
     EXPECT_THAT(takeProgramTranscripts(), Not(HasSubstr("complaint"))) << "it is said once";
 }
 
-// Carried out by the next test only.
+// Run only by the next test.
 TEST(ChildProcess, DISABLED_Fails)
 {
     ChildProcess program{{"sh", "-c", "echo complaint >&2"}};

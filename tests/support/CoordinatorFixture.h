@@ -1,4 +1,4 @@
-// A coordinator over fakes, for tests of what stands above it.
+// A coordinator on top of fakes, for tests of what stands above it.
 #pragma once
 
 #include "capture/CaptureCoordinator.h"
@@ -37,7 +37,7 @@ struct CoordinatorFixture {
         content->content.displays = {{1, {0, 0, 1920, 1080}}};
     }
 
-    /// One that can be captured, at the place and size that `window` says.
+    /// A window that can be captured, at the place and size that `window` says.
     void addLiveWindow(const CapturedWindowInfo& window)
     {
         content->content.windows.push_back({

@@ -1,4 +1,4 @@
-// Part of every test program: a test that fails prints what the programs said that it started.
+// Part of every test program: a test that fails prints what the programs that it started said.
 
 #include <cstdio>
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 
 namespace velmora::test {
 
-// There where the test program starts others (tests/support/sound/ChildProcess.h).
+// Only there if the test program starts others (tests/support/sound/ChildProcess.h).
 [[gnu::weak]] std::string takeProgramTranscripts();
 
 namespace {

@@ -1,4 +1,4 @@
-// A frame number that can be read from a picture after encoding and scaling: two strips of big black and white blocks.
+// A frame number that can still be read from a picture after encoding and scaling: two strips of big black and white blocks.
 #pragma once
 
 #include <algorithm>
@@ -49,7 +49,7 @@ struct PictureView {
     int bytesPerPixel = 4;
 };
 
-/// The window's place in a picture; all of it unless the window was fitted into one of another shape.
+/// The window's place in a picture; the whole picture unless the window was fitted into one of another shape.
 struct PicturePart {
     int x = 0;
     int y = 0;
@@ -79,7 +79,7 @@ inline int meanOfBlock(const PictureView& picture, const PicturePart& block)
         const auto* row = picture.pixels + static_cast<std::size_t>(y) * picture.bytesPerRow;
         for (int x = block.x + block.width / 4; x < block.x + std::max(1, block.width * 3 / 4); ++x) {
             const auto* pixel = row + static_cast<std::size_t>(x) * static_cast<std::size_t>(picture.bytesPerPixel);
-            // Green of BGRA stands for the brightness of what is black or white.
+            // The green of BGRA stands for the brightness of what is black or white.
             sum += std::to_integer<int>(pixel[picture.bytesPerPixel == 4 ? 1 : 0]);
             ++count;
         }

@@ -1,4 +1,4 @@
-// Monitors that a test makes of the one that its X server has.
+// Monitors into which a test divides the one that its X server has.
 #pragma once
 
 #include "base/Geometry.h"
@@ -16,7 +16,7 @@
 
 namespace velmora::test {
 
-/// Parts of the screen that are monitors to all programs, as RandR 1.5 has them. The server's own is back when this object goes.
+/// Parts of the screen that are monitors to all programs, in the sense of RandR 1.5. The server's own is back when this object goes.
 class Monitors {
 public:
     /// The first is the primary one. `displayName` as in DISPLAY; empty means that variable.
@@ -29,12 +29,12 @@ public:
         const Owned<xcb_randr_get_screen_resources_reply_t> resources{
             xcb_randr_get_screen_resources_reply(xcb, xcb_randr_get_screen_resources(xcb, root_), nullptr)};
         if (!resources || xcb_randr_get_screen_resources_outputs_length(resources.get()) != 1)
-            throw std::runtime_error("the X server has no RandR, or not one output");
+            throw std::runtime_error("the X server has no RandR, or not exactly one output");
         for (const auto& frame : frames) {
             const auto name = "test monitor " + std::to_string(names_.size());
             const Owned<xcb_intern_atom_reply_t> atom{
                 xcb_intern_atom_reply(xcb, xcb_intern_atom(xcb, 0, static_cast<std::uint16_t>(name.size()), name.c_str()), nullptr)};
-            // The one output goes with the primary, or its own monitor would stay.
+            // The one output goes to the primary, or its own monitor would stay.
             const bool isPrimary = names_.empty();
             const auto output = xcb_randr_get_screen_resources_outputs(resources.get())[0];
             set({atom->atom, isPrimary, 0, isPrimary, static_cast<std::int16_t>(frame.x), static_cast<std::int16_t>(frame.y),
@@ -63,12 +63,12 @@ private:
         void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
     };
 
-    /// Puts the request together, because xcb_randr_set_monitor of libxcb 1.15 fails at an assertion of its own.
+    /// Puts the request together, because libxcb 1.15's xcb_randr_set_monitor fails an assertion of its own.
     void set(const xcb_randr_monitor_info_t& monitor, const xcb_randr_output_t* output)
     {
         xcb_randr_set_monitor_request_t header{};
         header.window = root_;
-        // The two in front are xcb's.
+        // The first two are xcb's.
         iovec parts[5] = {};
         parts[2] = {&header, sizeof header};
         parts[3] = {const_cast<xcb_randr_monitor_info_t*>(&monitor), sizeof monitor};
@@ -76,7 +76,7 @@ private:
         const xcb_protocol_request_t request{3, &xcb_randr_id, XCB_RANDR_SET_MONITOR, 1};
         const xcb_void_cookie_t cookie{xcb_send_request(connection_.get(), XCB_REQUEST_CHECKED, parts + 2, &request)};
         if (const Owned<xcb_generic_error_t> error{xcb_request_check(connection_.get(), cookie)})
-            throw std::runtime_error("the X server takes no monitors");
+            throw std::runtime_error("the X server accepts no monitors");
     }
 
     std::unique_ptr<xcb_connection_t, Disconnect> connection_;

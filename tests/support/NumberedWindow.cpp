@@ -3,9 +3,9 @@
 //   numbered_window [--title TEXT] [--class NAME] [--pid-less] [--size WxH] [--position X,Y] [--override] [--fps N] [--frames N]
 //                   [--motion PERCENT] [--scene] [--still] [--log FILE]
 //
-// Noise moves in a part of the window, a quarter unless told; the scene in all of it unless told.
-// Prints "ready WINDOWID" (decimal) when the window is mapped and shows its first frame. Each frame is put together in a pixmap, and what
-// changed is shown by one CopyArea. The log gets a line "NUMBER NANOSECONDS" a frame, the CLOCK_MONOTONIC time at which the server had shown it.
+// Noise moves in a part of the window, by default a quarter; the scene in all of it by default.
+// Prints "ready WINDOWID" (decimal) when the window is mapped and shows its first frame. Each frame is composed in a pixmap, and what
+// changed is shown by one CopyArea. The log gets a line "NUMBER NANOSECONDS" a frame: the CLOCK_MONOTONIC time by which it was shown.
 // Commands on standard input, one a line: "resize WxH", "move X,Y", "title TEXT", "still", "go", "quit". Each is answered with "ok"
 // when the server has carried it out; "still 17" for "still", with the number of the frame that stays. End of input ends the program.
 
@@ -52,7 +52,7 @@ struct Options {
     std::optional<std::pair<int, int>> position;
     bool overridesRedirect = false;
     double framesPerSecond = 60;
-    std::int64_t frames = -1;  // shown before the last stays; negative: no end
+    std::int64_t frames = -1;  // shown before the last one stays; negative: no end
     std::optional<int> motionPercent;
     bool showsScene = false;
     bool isStill = false;
@@ -266,7 +266,7 @@ void NumberedWindow::makeBackground()
     xcb_create_pixmap(
         connection_, screen_->root_depth, backing_, window_, static_cast<std::uint16_t>(width_), static_cast<std::uint16_t>(height_));
     showsAll_ = true;
-    // A pattern that shows shifts and scaling: each cell has a colour of its own.
+    // A pattern that reveals shifts and scaling: each cell has a colour of its own.
     constexpr int cell = 32;
     for (int y = 0; y < height_; y += cell) {
         for (int x = 0; x < width_; x += cell) {

@@ -16,7 +16,7 @@
 #define VELMORA_SANITIZED_ALLOCATOR
 #endif
 #ifdef VELMORA_SANITIZED_ALLOCATOR
-// Of the sanitizers' run-time libraries; g++ comes without the header.
+// From the sanitizers' run-time libraries; g++ comes without the header.
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
@@ -28,7 +28,7 @@ inline constexpr bool isSanitized = true;
 inline constexpr bool isSanitized = false;
 #endif
 
-/// Bytes that were allocated and not freed, of all threads.
+/// Bytes allocated and not freed, by all threads.
 inline std::size_t heapInUse()
 {
 #ifdef VELMORA_SANITIZED_ALLOCATOR

@@ -1,4 +1,4 @@
-// Samples as a stream and an encoder make them, with nothing in them.
+// Samples as a stream and an encoder make them, but with nothing in them.
 #pragma once
 
 #include "media/SampleBuffer.h"

@@ -11,7 +11,7 @@ namespace velmora::test {
 
 class Scene {
 public:
-    /// So many pictures, shown forth and back: neighbours always are alike.
+    /// How many pictures, shown back and forth: neighbours are always alike.
     static constexpr std::uint32_t count = 24;
 
     /// Which of them belongs to a frame.
@@ -29,7 +29,7 @@ public:
         const int time = static_cast<int>(index);
         for (int y = 0; y < height; ++y) {
             for (int x = 0; x < width; ++x, ++pixel) {
-                // Three layers that move apart by quarters of a pixel, the nearest fastest, and grain that no picture has in common
+                // Three layers that move apart by quarters of a pixel, the nearest fastest, and grain that no picture shares
                 // with the next.
                 const int far = smooth(4 * x + 5 * time, 4 * y + time, 8, 1);
                 const int middle = smooth(4 * x - 11 * time, 4 * y + 7 * time, 6, 2);

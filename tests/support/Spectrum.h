@@ -1,4 +1,4 @@
-// How strong one frequency is in a piece of sound.
+// How strong a frequency is in a piece of sound.
 #pragma once
 
 #include <algorithm>
@@ -34,7 +34,7 @@ inline double amplitudeAt(
     return 2 * std::sqrt(std::max(0.0, power)) / windowSum;
 }
 
-/// In decibels of full scale; -200 for nothing at all.
+/// In decibels relative to full scale; -200 for nothing at all.
 inline double decibels(double amplitude)
 {
     return amplitude > 1e-10 ? 20 * std::log10(amplitude) : -200;

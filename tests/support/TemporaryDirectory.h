@@ -1,4 +1,4 @@
-// A folder of a test's own, gone with it.
+// A test's own folder, gone when the test is.
 #pragma once
 
 #include <cstdlib>

@@ -224,7 +224,7 @@ TEST_F(KeyboardShortcutManagerTest, ADesktopThatTakesItsTimeIsHeardWhenItHasDeci
 
 TEST_F(KeyboardShortcutManagerTest, TheKeysTextIsThatOfTheKeyboardAndItsChangesAreTold)
 {
-    EXPECT_EQ(manager().keyText(), "C") << "nobody tells";
+    EXPECT_EQ(manager().keyText(), "C") << "nobody says";
     centre->texts = {{7, "Q"}, {8, "J"}};
     EXPECT_EQ(manager().keyText(), "J");
     std::vector<std::string> told;

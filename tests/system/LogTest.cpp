@@ -59,7 +59,7 @@ std::vector<std::string> conversionsIn(std::string_view format)
     return result;
 }
 
-// Written a second time on purpose: a text that people search their logs for must not change by accident.
+// Written out a second time on purpose: a text for which people search their logs must not change by accident.
 const std::vector<Entry>& expectedCatalogue()
 {
     using enum LogCategory;
@@ -161,7 +161,7 @@ TEST(Log, KeepsAPercentSignInAPrivateValueOutOfTheFormat)
 
 TEST(Log, ShowsPrivateValuesToADeveloperWhoAsksForThem)
 {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";  // a process of its own: the variable is read once
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // in its own process: the variable is read once
     const auto writeRevealed = [](const char* value) {
         ::setenv(Log::revealVariable, value, 1);
         const test::CapturedLog log;

@@ -128,7 +128,7 @@ TEST_F(PermissionManagerTest, AnAnswerThatComesTooLateFindsNobody)
     ASSERT_EQ(executor->pendingCount(), 2U) << "both answers are on their way";
     executor->runAll();
     EXPECT_EQ(changes, 0);
-    EXPECT_EQ(answer, true) << "who asked is answered all the same";
+    EXPECT_EQ(answer, true) << "whoever asked is answered all the same";
     EXPECT_FALSE(access->changed) << "nobody listens any more";
 }
 

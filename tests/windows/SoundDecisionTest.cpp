@@ -112,15 +112,15 @@ TEST(SoundDecision, SaysWhatIsMissingInWholeSentences)
     const SoundChoices one{{application("Player", 12)}, Suggestion::onlyPlaying};
     const SoundChoices twins{{application("Player", 12), application("Player", 34)}, Suggestion::nothing};
     EXPECT_EQ(complaint(one, {}),
-        "The desktop does not tell whose window this is. Say whose sound goes with it, with --sound NAME, or --sound none. There is: "
+        "The desktop does not say whose window this is. Choose whose sound goes with it, with --sound NAME or --sound none. Available: "
         "Player.");
     EXPECT_EQ(complaint(twins, "Player"),
         "Several applications are called Player. Give --sound the number of a process: Player (process 12), Player (process 34).");
-    EXPECT_EQ(complaint(one, "Browser"), "No application called Browser plays now. There is: Player.");
-    EXPECT_EQ(complaint({}, "Browser"), "No application called Browser plays now. Nor does any other.");
+    EXPECT_EQ(complaint(one, "Browser"), "No application called Browser is playing. Available: Player.");
+    EXPECT_EQ(complaint({}, "Browser"), "No application called Browser is playing, nor is any other.");
     EXPECT_EQ(decideSound({}, "Browser").error().localizedDescription, "No sound server answers: there is no sound to choose.");
     EXPECT_EQ(decideSound(SoundChoices{}, {})->remark,
-        "No application plays now: the window has no sound. Choose one that plays with --sound NAME.");
+        "No application is playing: the window has no sound. Start one and choose it with --sound NAME.");
 }
 
 TEST(SoundDecision, EachReasonHasItsCode)

@@ -94,7 +94,7 @@ TEST_F(WindowSelectionServiceTest, NamesThatDifferOnlyInCaseKeepThePlatformsOrde
     EXPECT_EQ(ids(refresh({makeWindow(1, "safari", "z"), makeWindow(2, "Safari", "a"), makeWindow(3, "SAFARI", "m")})), (Ids{1, 2, 3}));
 }
 
-// A sort of so many that is not stable changes the order of equal ones.
+// With this many, a sort that is not stable changes the order of equal ones.
 TEST_F(WindowSelectionServiceTest, ManyWindowsThatTieKeepThePlatformsOrder)
 {
     std::vector<ShareableWindow> windows;
@@ -275,7 +275,7 @@ TEST_F(WindowSelectionServiceTest, ObserversHearOfLoadingAndOfAnErrorBeforeTheyT
     QObject::connect(&service, &WindowSelectionService::lastErrorChanged, [&] { after.push_back(now()); });
     content->error = Error{"Desktop", 1, "No permission.", nullptr};
     refresh({});
-    // Loading, no error; then the error, no windows, loading no more.
+    // Loading, no error; then the error, no windows, no longer loading.
     EXPECT_EQ(before, (std::vector<Seen>{{false, false}, {true, false}, {true, false}, {true, true}, {true, true}}));
     EXPECT_EQ(after, (std::vector<Seen>{{true, false}, {true, false}, {true, true}, {false, true}}));
 }

@@ -104,7 +104,7 @@ QVariant SoundChoiceModel::data(const QModelIndex& index, int role) const
     case Qt::DisplayRole:
         return application ? QString::fromStdString(application->application.applicationName) : QStringLiteral("No sound");
     case Detail:
-        return application ? detail(*application) : QStringLiteral("The clip has pictures only");
+        return application ? detail(*application) : QStringLiteral("The clip will be silent");
     case Symbol:
         if (!application)
             return QStringLiteral("xmark.circle.fill");

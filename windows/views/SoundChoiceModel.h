@@ -1,4 +1,4 @@
-// The picker's question whose sound goes with a window.
+// The picker's question: whose sound goes with a window?
 #pragma once
 
 #include "windows/WindowSelectionService.h"
@@ -13,7 +13,7 @@
 
 namespace velmora {
 
-/// A row for each application that sounds, and a last one for no sound. Main thread only.
+/// A row for each application that has sound, and a last one for no sound. Main thread only.
 class SoundChoiceModel final : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
@@ -29,7 +29,7 @@ public:
     /// Begins anew, with what is suggested selected; nothing where nothing is.
     void show(std::uint32_t windowID, platform::SoundChoices choices);
 
-    /// "Refresh List": asks again, and keeps the selection as long as it is listed.
+    /// "Refresh List": asks again, and keeps the selection if it is still listed.
     Q_INVOKABLE void refresh();
 
     [[nodiscard]] const std::optional<platform::SoundChoice>& selected() const { return selected_; }

@@ -28,7 +28,7 @@ ColumnLayout {
         }
         Label {
             Layout.fillWidth: true
-            text: "This desktop does not tell which application the window belongs to. Only the one you choose is heard."
+            text: "This desktop does not say which application the window belongs to. Only the one you choose is heard."
             color: Theme.secondaryText
         }
     }
@@ -130,7 +130,7 @@ ColumnLayout {
         }
         Label {
             Layout.fillWidth: true
-            text: "Tip: An application is listed once it plays. Start it, then refresh the list."
+            text: "Tip: An application is listed once it is playing. Start it, then refresh the list."
             color: Theme.secondaryText
             font: Theme.captionFont
         }

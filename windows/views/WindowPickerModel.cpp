@@ -152,7 +152,7 @@ void WindowPickerModel::askForSound(const CapturedWindowInfo& window, int reques
     });
 }
 
-/// What is on its way ends in nothing, and what was granted is given back.
+/// What is under way comes to nothing, and what was granted is given back.
 void WindowPickerModel::abandonRequest()
 {
     ++request_;
@@ -179,7 +179,7 @@ void WindowPickerModel::capture(const CapturedWindowInfo& window)
         if (!self)
             return;
         self->isStarting_ = false;
-        // Where it was not taken, nobody wants it any more.
+        // If it was not captured, nobody wants it any more.
         self->windowService_->giveBackWindow(id);
         emit self->dismissed();
     });
@@ -236,7 +236,7 @@ QString WindowPickerModel::symbolName(const QString& appName)
 
 QString WindowPickerModel::sizeText(const Rect& frame)
 {
-    // One that is still to be chosen.
+    // A window that is still to be chosen.
     if (frame == Rect{})
         return {};
     return QStringLiteral("%1 × %2 pt").arg(static_cast<qint64>(frame.width)).arg(static_cast<qint64>(frame.height));

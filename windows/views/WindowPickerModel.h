@@ -37,7 +37,7 @@ public:
     WindowPickerModel(
         std::shared_ptr<WindowSelectionService> windowService, std::shared_ptr<CaptureCoordinator> coordinator, QObject* parent = nullptr);
 
-    /// Exactly one of these three is true, and says what stands in the middle of the picker.
+    /// Exactly one of these three is true, and decides what the middle of the picker shows.
     [[nodiscard]] bool isLoading() const { return windowService_->isLoading(); }
     [[nodiscard]] bool isEmpty() const { return !isLoading() && filteredWindows_.empty(); }
     [[nodiscard]] bool hasRows() const { return !isLoading() && !filteredWindows_.empty(); }
@@ -50,17 +50,17 @@ public:
     [[nodiscard]] std::optional<std::uint32_t> selectedID() const { return selectedID_; }
     [[nodiscard]] bool canStart() const { return selectedID_.has_value(); }
 
-    /// The name of the window that would be started and that the search hides; empty when it hides none.
+    /// The name of the window that would be started but that the search hides; empty when it hides none.
     [[nodiscard]] QString hiddenSelection() const;
 
-    /// The second step, for a window that was granted where the desktop does not tell whose it is. start() goes on with what is selected
-    /// there, cancel() back to the windows.
+    /// The second step, for a granted window whose application the desktop does not name. start() goes on with what is selected
+    /// there, cancel() goes back to the windows.
     [[nodiscard]] bool isChoosingSound() const { return granted_.has_value(); }
     [[nodiscard]] SoundChoiceModel* sound() { return &sound_; }
 
     [[nodiscard]] const std::vector<CapturedWindowInfo>& filteredWindows() const { return filteredWindows_; }
 
-    /// Each time that the picker is shown: an empty search, a fresh query, and a selection.
+    /// Called each time the picker is shown: an empty search, a fresh query, and a selection.
     Q_INVOKABLE void viewWillAppear();
 
     /// The picker is no longer shown: what was granted meanwhile is given back.
@@ -74,8 +74,8 @@ public:
     /// Selects the next row above (-1) or below (1); the nearest end when nothing visible is selected.
     Q_INVOKABLE void moveSelection(int step);
 
-    /// "Start Clipping This Window". A window that the user has to grant first is asked for in the desktop's own dialog; the picker stays
-    /// open meanwhile, and when that is cancelled.
+    /// "Start Clipping This Window". A window that the user has to grant first is requested in the desktop's own dialog; the picker stays
+    /// open meanwhile, and also if that is cancelled.
     Q_INVOKABLE void start();
 
     /// "Cancel", and "Back" in the second step.
@@ -118,7 +118,7 @@ private:
     std::vector<CapturedWindowInfo> filteredWindows_;
     SoundChoiceModel sound_;
     std::optional<CapturedWindowInfo> granted_;  ///< whose sound is being chosen
-    bool isStarting_ = false;  ///< the capture that was asked for; it is not the picker's to end
+    bool isStarting_ = false;  ///< a capture has been asked for; it is not the picker's to end
     int request_ = 0;  ///< the last one; earlier ones are abandoned
 };
 

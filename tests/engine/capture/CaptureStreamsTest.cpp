@@ -17,7 +17,7 @@ namespace {
 
 using platform::StreamOutputType;
 
-// What a test holds of a source, which the stream owns.
+// A test's hold on a source, which the stream owns.
 struct SourceState {
     std::optional<Error> startError;
     bool started = false;
@@ -122,7 +122,7 @@ protected:
         done.get_future().get();
     }
 
-    /// What waits in a queue holds the stream's delivery, and that holds the queue.
+    /// What is waiting in a queue holds the stream's delivery, which holds the queue.
     void TearDown() override
     {
         pictures->runAll();
@@ -158,7 +158,7 @@ TEST_F(LinuxCaptureStreamTest, DeliversPicturesAndSoundOnTheirOwnQueues)
     stop();
 }
 
-/// Gives a variable of the environment another value for as long as it lives.
+/// Gives an environment variable another value for as long as it lives.
 class ChangedVariable {
 public:
     ChangedVariable(const char* name, const char* value) : name_(name)
@@ -337,7 +337,7 @@ TEST_F(LinuxCaptureStreamTest, DoesNotTellOfAWindowThatGoesAfterTheStop)
     stop();
     video->video.stopped({"X11", 4, "late", nullptr});
     const auto told = receiver->stopped.get_future();
-    stop();  // behind whatever the late word queued
+    stop();  // after whatever the late call queued
     EXPECT_EQ(told.wait_for(std::chrono::seconds{0}), std::future_status::timeout);
 }
 
@@ -349,7 +349,7 @@ TEST_F(LinuxCaptureStreamTest, ReleasedWithoutAStopItStopsItsSources)
     stream.reset();
     while (!watch.expired())  // the start's own work may hold it for a moment
         std::this_thread::yield();
-    // Expired comes before the end of the destructor; its last word is the count.
+    // It expires before the destructor ends, whose last act is the count.
     while (video->stopCount == 0)
         std::this_thread::yield();
     EXPECT_EQ(video->stopCount, 1);

@@ -1,4 +1,4 @@
-// A back end as docs/developing.md has one made: its desktop is a drawing in memory, with one window and no sound.
+// A back end made as docs/developing.md says: its desktop is a drawing in memory, with one window and no sound.
 #pragma once
 
 #include "base/Mutex.h"
@@ -46,7 +46,7 @@ public:
         changed_.notifyAll();
     }
 
-    /// Returns when somebody draws, if only nothing, or at `time`; tells the stream what happened.
+    /// Returns when somebody draws, even if nothing, or at `time`; tells the stream what happened.
     void waitAndTell(PictureStream& stream, std::int64_t time)
     {
         MutexLock lock(mutex_);
@@ -59,7 +59,7 @@ public:
         tellDamage(stream);
     }
 
-    /// All of a moment, and what was drawn until then. None when the window has another size than the stream knows.
+    /// All of one moment, and what was drawn up to then. None when the window does not have the size that the stream knows.
     std::optional<ContentPixels> look(PictureStream& stream, std::vector<std::uint32_t>& moment)
     {
         MutexLock lock(mutex_);

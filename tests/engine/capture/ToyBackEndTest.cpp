@@ -1,4 +1,4 @@
-// What docs/developing.md promises to the author of a back end: that one of a few lines records.
+// What docs/developing.md promises the author of a back end: that a few lines of one can record.
 #include "tests/engine/capture/ToyBackEnd.h"
 #include "engine/capture/CaptureStreams.h"
 #include "platform/fake/FakeShareableContent.h"
@@ -18,7 +18,7 @@ using test::DecodedFile;
 constexpr std::int32_t sceneWidth = 320;
 constexpr std::int32_t sceneHeight = 240;
 
-/// Draws what the decoder of tests reads as a number: twelve bars of a sixteenth of the width each.
+/// Draws what the tests' decoder reads as a number: twelve bars, each a sixteenth of the width.
 void drawNumber(ToyWindow& window, int number, PixelRect area = {0, 0, sceneWidth, sceneHeight})
 {
     std::vector<std::pair<PixelRect, std::uint32_t>> bars;
@@ -28,7 +28,7 @@ void drawNumber(ToyWindow& window, int number, PixelRect area = {0, 0, sceneWidt
     window.draw(bars);
 }
 
-/// Encodes the pictures of a stream and writes them into a file, all by the real services.
+/// Encodes the pictures of a stream and writes them to a file, all with the real services.
 class RecordedStream final : public platform::StreamOutput {
 public:
     explicit RecordedStream(std::filesystem::path path) : path_(std::move(path)) { }
@@ -43,7 +43,7 @@ public:
         changed_.notifyAll();
     }
 
-    /// Of compressed pictures.
+    /// Waits for compressed pictures.
     void waitFor(std::size_t count)
     {
         MutexLock lock(mutex_);
@@ -157,7 +157,7 @@ TEST_F(ToyBackEnd, AMovingSceneIsRecordedInOrderAndWhole)
         recorded->waitFor(static_cast<std::size_t>(number));
         drawNumber(window, number);
     }
-    // One may be on its way that was taken before.
+    // One that was taken before may still be on its way.
     recorded->waitFor(recorded->encodedCount() + 2);
     const auto file = stop();
     ASSERT_GE(file.pictures.size(), 31U);

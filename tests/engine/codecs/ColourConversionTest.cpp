@@ -13,7 +13,7 @@ using test::Colour;
 using test::exactYuv;
 using Layout = Yuv420View::Layout;
 
-/// The bytes around and between the planes keep a known value, so that a write beside them shows.
+/// The bytes around and between the planes keep a known value, so that a stray write shows.
 class Planes {
 public:
     static constexpr std::uint8_t untouched = 0xA5;
@@ -129,7 +129,7 @@ TEST(ColourConversion, EveryGreyHasNoColour)
 
 TEST(ColourConversion, EveryColourIsTheNearestToTheExactFormula)
 {
-    // All of a lattice that has the corners of the colour cube in it.
+    // All of a lattice that includes the corners of the colour cube.
     for (const auto path : paths()) {
         Canvas canvas{32, 2};
         Planes planes{32, 2};

@@ -121,7 +121,7 @@ TEST_F(LinuxAssetReaderTest, AnUnfinishedRecordingHasTheDurationOfWhatIsWritten)
     ASSERT_TRUE(whole);
     EXPECT_NEAR(whole->seconds(), 3.0, 0.03);
 
-    // Cut inside the fifth fragment, it is as long as the four before.
+    // Cut inside the fifth fragment, it is as long as the four before it.
     const auto four = std::make_shared<MemoryFile>();
     writeUnfinished(four, makeRecording(), 4);
     const auto five = std::make_shared<MemoryFile>();
@@ -231,7 +231,7 @@ TEST_F(LinuxAssetReaderTest, PicturesThatAreCodedOutOfOrderAreFoundToo)
     for (const char* options : {"", "movflags=+frag_keyframe+empty_moov", "movflags=+frag_keyframe+delay_moov+negative_cts_offsets"}) {
         writeForeignClip(
             path("foreign.mp4"), {.encoderOptions = "x264-params=b-adapt=0:b-pyramid=normal", .muxerOptions = options, .bFrames = 3});
-        // Without an edit list the first picture comes late by what the reordering takes.
+        // Without an edit list the first picture comes late by as much as the reordering takes.
         const auto late = std::string_view{options}.ends_with("empty_moov") ? MediaTime{2, 30} : MediaTime{0, 30};
         for (int number = 0; number < 60; number += 7)
             EXPECT_EQ(numberIn(image(path("foreign.mp4"), MediaTime{number, 30} + late)), number) << options;
@@ -283,7 +283,7 @@ TEST_F(LinuxAssetReaderTest, ATimeOrSizeThatIsNoneIsAnError)
 
 TEST_F(LinuxAssetReaderTest, APictureThatIsStoredOnItsSideStandsUpright)
 {
-    // Bars from left to right in the upper half, stored; after a quarter turn clockwise they run down the right half.
+    // Stored, the bars run from left to right in the upper half; after a quarter turn clockwise they run down the right half.
     writeForeignClip(path("upright.mp4"), {.pictureCount = 8});
     const auto stored = image(path("upright.mp4"), {5, 30});
     ASSERT_EQ(numberIn(stored), 5);
@@ -298,7 +298,7 @@ TEST_F(LinuxAssetReaderTest, APictureThatIsStoredOnItsSideStandsUpright)
             const auto found = turns == 1 ? colourAt(**turned, 239 - y, x)
                 : turns == 2              ? colourAt(**turned, 319 - x, 239 - y)
                                           : colourAt(**turned, y, 319 - x);
-            // Each file was encoded by itself, and its encoder does not repeat itself to the last bit.
+            // Each file was encoded separately, and the encoder does not repeat itself to the last bit.
             for (std::size_t channel = 0; channel < expected.size(); ++channel)
                 EXPECT_NEAR(found[channel], expected[channel], 12) << turns << " turns, " << x << ' ' << y;
         }
@@ -309,7 +309,7 @@ TEST_F(LinuxAssetReaderTest, APictureThatIsStoredOnItsSideStandsUpright)
 TEST_F(LinuxAssetReaderTest, PixelsThatAreNotSquareAreMadeSo)
 {
     writeForeignClip(path("wide.mp4"), {.pictureCount = 8, .pixelShape = 2});
-    // Never larger in number than the box; twice as wide as it is stored.
+    // Never more pixels than the box; twice as wide as it is stored.
     expectSize(image(path("wide.mp4"), {0, 1}), 640, 240);
     expectSize(image(path("wide.mp4"), {0, 1}, 320, 240), 320, 120);
 }
@@ -363,7 +363,7 @@ TEST_F(LinuxAssetReaderTest, MediaThatCannotBeDecodedIsAnError)
 TEST_F(LinuxAssetReaderTest, ADamagedFileGivesAPictureOfItsSizeOrAnError)
 {
     const auto original = finishedFile(makeRecording({.hasSound = false}))->content();
-    // Beyond the reserve, where nobody looks, lie index and media.
+    // Index and media lie beyond the reserve, where nobody looks.
     const auto firstByte = mp4::reserveOffset;
     std::mt19937 random{7};
     int readable = 0;

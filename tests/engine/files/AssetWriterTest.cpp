@@ -332,11 +332,11 @@ TEST(AssetWriter, AFileThatWasMovedMeanwhileFailsAndNamesThePlaceWhereItLiesWhol
     ASSERT_TRUE(writing.writer->error());
     EXPECT_EQ(writing.writer->error()->code, ENOENT);
     EXPECT_EQ(writing.writer->error()->localizedDescription,
-        "The file was moved while it was being recorded. The whole clip is " + place.native() + ".");
+        "The file was moved while it was being recorded. The whole clip is at " + place.native() + ".");
     EXPECT_EQ(decodeClean(place).pictures.size(), 60U);
 }
 
-// Two who want one name at once, again and again: each removes what nobody holds, and then creates.
+// Two who want the same name at once, again and again: each removes what nobody holds, then creates.
 TEST(AssetWriter, OfTwoWritersOfOneNameNoneLosesItsFileToTheOther)
 {
     const TemporaryDirectory folder;

@@ -19,7 +19,7 @@ using engine::AssetWriterFactory;
 using engine::AudioEncoder;
 using engine::AudioEncoderFactory;
 
-// As live time stamps are: far from 0 and on no round number.
+// As live time stamps are: far from 0 and not a round number.
 inline constexpr MediaTime sessionStart = MediaTime::nanoseconds(86'412'345'678'901);
 
 inline MediaTime frameTime(std::int64_t frame)

@@ -158,7 +158,7 @@ TEST_F(LinuxExportSessionTest, ANameThatIsTakenFailsWhereThereIsNoOther)
     ASSERT_TRUE(alone->error());
     EXPECT_EQ(alone->error()->code, EEXIST);
 
-    // A name that is free to those who follow links, and not to those who make a file.
+    // A name that is free for those who follow links, but not for those who make a file.
     std::filesystem::create_symlink(path("nowhere"), path("link.mp4"));
     const auto stubborn = makeSession();
     stubborn->setOutputURL(path("link.mp4"));

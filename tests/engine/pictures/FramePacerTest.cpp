@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::int64_t interval = 16'666'667;
 
-/// How many of `count` frames, drawn at `times`, are seen by a capture that takes what is newest when it may.
+/// How many of `count` frames, drawn at `times`, are seen by a capture that takes the newest whenever it may.
 template <typename TimeOf, typename Lateness>
 int framesSeen(int count, TimeOf timeOf, Lateness lateness)
 {

@@ -1,4 +1,4 @@
-// Content that a test paints, and that may be slow, late and drawn while it is fetched.
+// Content that a test paints, and that may be slow, late and drawn to while it is fetched.
 #pragma once
 
 #include "engine/pictures/PictureStream.h"
@@ -14,12 +14,12 @@
 
 namespace velmora::engine {
 
-/// Colours are 0xRRGGBB. What a fetch does not have to bring up to date it leaves alone, so that a picture that was told too little stays wrong.
+/// Colours are 0xRRGGBB. What a fetch does not have to bring up to date it leaves alone, so a picture that was told too little stays wrong.
 class PaintedContent final : public PictureContent {
 public:
     static constexpr std::uint32_t overlayColour = 0xabcdef;
 
-    /// A fetch lasts, on this clock.
+    /// A fetch takes time, on this clock.
     explicit PaintedContent(std::int64_t& clock) : clock_(clock) { }
 
     static std::shared_ptr<MemoryBlock> memory(std::size_t size)
@@ -53,7 +53,7 @@ public:
     {
         if (!begin())
             return error ? Result<bool>{fail(*error)} : Result<bool>{false};
-        // What was drawn over the picture before is fetched anew.
+        // What was drawn over the previous picture is fetched anew.
         picture.missed.add(std::exchange(picture.underCursor.rectangle, {}));
         for (const auto& part : picture.missed.rectangles())
             copy(part, pixels_, picture.pixels);
@@ -73,8 +73,8 @@ public:
         return ContentPixels{reinterpret_cast<const std::byte*>(pixels_.data()), static_cast<std::size_t>(width_) * 4};
     }
 
-    std::int64_t slowness = 0;  ///< nanoseconds of a fetch
-    int refusals = 0;  ///< so many fetches do not work out
+    std::int64_t slowness = 0;  ///< nanoseconds that a fetch takes
+    int refusals = 0;  ///< how many fetches fail to work out
     std::optional<Error> error;  ///< of every fetch
     std::function<void()> whileFetched;  ///< once, before pixels are read
     std::optional<PixelRect> overlay;

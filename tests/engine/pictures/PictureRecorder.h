@@ -1,4 +1,4 @@
-// What the tests of sources of pictures share: a recorder that looks at what they deliver.
+// What the tests of picture sources share: a recorder that looks at what they deliver.
 #pragma once
 
 #include "base/MonotonicClock.h"
@@ -28,7 +28,7 @@ struct SeenPicture {
     test::FrameNumberReading reading;
 };
 
-/// Records what a source delivers. Of every picture it checks that the dirty rectangles tell the truth: a copy that is brought up to
+/// Records what a source delivers. For every picture it checks that the dirty rectangles tell the truth: a copy that is brought up to
 /// date with them alone must equal the picture.
 class Recorder {
 public:
@@ -36,10 +36,10 @@ public:
 
     [[nodiscard]] VideoSource::Callbacks callbacks();
 
-    /// Where the window lies in the pictures, for reading frame numbers; all of them, if not set.
+    /// Where the window lies in the pictures, for reading frame numbers; the whole picture if not set.
     void setPart(test::PicturePart part);
 
-    /// Keep the samples alive from now on, or let all go.
+    /// Keeps the samples alive from now on, or lets them all go.
     void hold(bool isHolding);
 
     [[nodiscard]] std::vector<SeenPicture> pictures() const;
@@ -73,7 +73,7 @@ private:
     std::string complaints_ GUARDED_BY(mutex_);
 };
 
-/// Takes the nearest pixel: enough to see where a picture was fitted in.
+/// Takes the nearest pixel: good enough to see where a picture was fitted in.
 class NearestScaler final : public PictureScaler {
 public:
     Result<void> scale(const std::byte* source, PixelRect sourceSize, std::size_t sourceBytesPerRow, std::byte* destination,

@@ -17,7 +17,7 @@ using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
 constexpr std::int64_t millisecond = 1'000'000;
-constexpr std::int64_t sixtieth = 16'666'667;  // as the configuration says it, rounded
+constexpr std::int64_t sixtieth = 16'666'667;  // as the configuration has it, rounded
 constexpr std::uint32_t red = 0xff0000;
 constexpr std::uint32_t green = 0x00ff00;
 constexpr std::uint32_t blue = 0x0000ff;
@@ -47,7 +47,7 @@ protected:
         EXPECT_TRUE(worked) << worked.error().localizedDescription;
     }
 
-    /// As a back end does that has nothing to tell: looks when it is time, and late by `lateness` each time.
+    /// As a back end with nothing to report does: looks when it is time, `lateness` late each time.
     void runUntil(std::int64_t time, std::int64_t lateness = 0)
     {
         for (auto next = stream.deadline(); next != PictureStream::never && next + lateness <= time; next = stream.deadline()) {
@@ -155,7 +155,7 @@ TEST_F(PictureStreamTest, PicturesAreHeldToTheMinimumFrameInterval)
         draw({step % 16, 0, 1, 12}, static_cast<std::uint32_t>(step));
         work();
     }
-    // One at the beginning, sixty in the second, and one for the quarter of an interval by which one may be early.
+    // One at the beginning, sixty in the second, and one for the quarter of an interval by which a picture may be early.
     const auto seen = times();
     EXPECT_GE(seen.size(), 60U);
     EXPECT_LE(seen.size(), 62U);
@@ -221,7 +221,7 @@ TEST_F(PictureStreamTest, NoMoreIsFetchedThanAPictureMissed)
         draw({frame, 2, 1, 3}, green);
         content.fetched.clear();
         work();
-        // Two pictures take turns: each missed what the other one got.
+        // Two pictures take turns: each missed what the other got.
         if (frame >= 2) {
             EXPECT_EQ(content.fetched.bound(), (PixelRect{frame - 1, 2, 2, 3})) << frame;
         }
@@ -360,7 +360,7 @@ TEST_F(PictureStreamTest, ASlowFetchCountsFromItsBeginning)
     work();
     EXPECT_EQ(times().back(), beginning + 100 * millisecond);
     draw({0, 0, 4, 4}, blue);
-    EXPECT_LE(stream.deadline(), now) << "the next one is due already";
+    EXPECT_LE(stream.deadline(), now) << "the next one is already due";
     work();
     EXPECT_EQ(times().back(), beginning + 130 * millisecond);
 }

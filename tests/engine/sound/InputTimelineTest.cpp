@@ -8,7 +8,7 @@ namespace {
 constexpr std::int32_t quantum = 1024;
 constexpr std::int32_t tolerance = 48;
 
-/// Places blocks of one quantum; the stamp of the next block that is right.
+/// Places blocks of one quantum; knows the right stamp of the next block.
 class InputTimelineTest : public ::testing::Test {
 protected:
     BlockPlacement block(std::int64_t stamp) { return timeline_.place(stamp, quantum); }
@@ -61,7 +61,7 @@ TEST_F(InputTimelineTest, AnOverlapIsTrimmedWhenTwoBlocksAgree)
 {
     block(0);
     block(quantum);
-    // Another device, 500 frames behind.
+    // Another device, lagging by 500 frames.
     auto placement = block(2 * quantum - 500);
     EXPECT_EQ(placement.position, 2 * quantum);
     EXPECT_EQ(placement.skipped, 0);

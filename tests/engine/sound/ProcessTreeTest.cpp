@@ -6,7 +6,7 @@
 namespace velmora::engine {
 namespace {
 
-/// Processes as a test invents them.
+/// Processes that a test invents.
 class InventedProcesses {
 public:
     void add(std::int32_t process, std::int32_t parent, std::uint64_t startTime) { records_[process] = {parent, startTime}; }

@@ -21,7 +21,7 @@ class ClipPreviewModelTest : public testing::Test, protected test::PreviewFixtur
 protected:
     [[nodiscard]] std::string message() const { return model->trimStatusMessage().toStdString(); }
 
-    /// How often the signal comes from now on.
+    /// Counts how often the signal comes from now on.
     [[nodiscard]] std::shared_ptr<int> count(void (ClipPreviewModel::*signal)()) const
     {
         auto number = std::make_shared<int>(0);
@@ -289,7 +289,7 @@ TEST_F(ClipPreviewModelTest, AStepFromWithinAPictureGoesToTheNext)
 
 TEST_F(ClipPreviewModelTest, AStepLandsInThePictureWhereItsBeginningIsNoMultipleOfTheScale)
 {
-    // 59.94 a second: nearest on the scale of 600 may lie before.
+    // 59.94 a second: the nearest time on the scale of 600 may lie before the picture.
     std::vector<MediaTime> times;
     for (int i = 0; i < 599; ++i)
         times.emplace_back(i * 1001, 60'000);
@@ -310,7 +310,7 @@ TEST_F(ClipPreviewModelTest, AStepFromWhereThePlayerPausedIsNeverLostInRounding)
     assetReader->pictureTimes = times;
     appear();
     for (std::size_t i = 1; i + 2 < times.size(); ++i) {
-        // A player's clock tells microseconds.
+        // A player's clock gives microseconds.
         player().passTime(times[i].converted(1'000'000));
         model->stepCurrentTime(1);
         ASSERT_GE(player().seeks.back(), times[i + 1]);

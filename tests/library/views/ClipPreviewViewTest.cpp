@@ -37,7 +37,7 @@ protected:
     [[nodiscard]] double lowest(const char* name) const { return slider(name).property("from").toDouble(); }
     [[nodiscard]] double highest(const char* name) const { return slider(name).property("to").toDouble(); }
 
-    /// Presses into the slider at that part of its width.
+    /// Presses the slider at that part of its width.
     void pressAt(const char* name, double part)
     {
         auto& one = slider(name);
@@ -117,7 +117,7 @@ TEST_F(ClipPreviewViewTest, AHandleThatIsMovedMovesItsEndAndTheOthersBounds)
     EXPECT_NEAR(model->currentTime(), 9, 0.1);
     EXPECT_NEAR(model->trimStartTime(), 3, 0.1);
     player().passTime({4, 1});
-    EXPECT_EQ(value("Position"), 4) << "follows the player also after a person moved it";
+    EXPECT_EQ(value("Position"), 4) << "follows the player even after a person has moved it";
 }
 
 TEST_F(ClipPreviewViewTest, SpacePlaysAndPauses)

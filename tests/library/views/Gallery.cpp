@@ -12,7 +12,7 @@
 namespace velmora::test {
 namespace {
 
-/// Something in the filmstrip: a sky that brightens to the right.
+/// Something for the filmstrip: a sky that brightens to the right.
 PixelBufferRef thumbnail()
 {
     constexpr int width = 192;

@@ -1,4 +1,4 @@
-// The preview of a clip over fakes.
+// The preview of a clip, on top of fakes.
 #pragma once
 
 #include "library/views/ClipPreviewModel.h"
@@ -18,7 +18,7 @@
 
 namespace velmora::test {
 
-/// A clip of ten seconds with a picture each fiftieth of a second.
+/// A clip of ten seconds with fifty pictures a second.
 struct PreviewFixture {
     explicit PreviewFixture(const std::string& name = "clip.mp4")
     {
@@ -72,7 +72,7 @@ struct PreviewFixture {
             });
     }
 
-    /// The view is shown, and what the file tells has arrived.
+    /// The view is shown, and what the file says about itself has arrived.
     void appear()
     {
         model->setupPlayer();
@@ -82,7 +82,7 @@ struct PreviewFixture {
     [[nodiscard]] fake::PlayerRecord& player() const { return *players->players.back(); }
     [[nodiscard]] fake::FakeExportSession& session() const { return *exportSessions->sessions.back(); }
 
-    /// As the real session: its file has its name once it is whole.
+    /// As the real session does: the file has its name once it is whole.
     void completeExport() const
     {
         const auto one = exportSessions->sessions.back();

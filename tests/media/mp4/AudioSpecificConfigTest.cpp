@@ -31,7 +31,7 @@ TEST(AudioSpecificConfig, BandReplicationIsNotPlainHoweverItIsTold)
 {
     EXPECT_FALSE(isPlain({0x2B, 0x11, 0x88, 0x00}));
     EXPECT_FALSE(isPlain({0xEB, 0x11, 0x88, 0x00}));  // with parametric stereo
-    EXPECT_FALSE(isPlain({0x13, 0x10, 0x56, 0xE5, 0x98}));  // behind AAC-LC
+    EXPECT_FALSE(isPlain({0x13, 0x10, 0x56, 0xE5, 0x98}));  // after AAC-LC
 }
 
 TEST(AudioSpecificConfig, OtherKindsOfAacAndNothingAtAllAreNotPlain)

@@ -68,7 +68,7 @@ void damageAndRead(const std::vector<std::byte>& original, bool fragmented, unsi
         const auto movie = readMovie(file);
         if (movie) {
             ++readable;
-            // What is believed can be walked, measured, and lies inside the file.
+            // What is believed can be walked and measured, and lies inside the file.
             EXPECT_GE(presentationDuration(movie->movie).value, 0);
             for (const auto& track : movie->movie.tracks) {
                 for (const auto& sample : track.samples.expanded())

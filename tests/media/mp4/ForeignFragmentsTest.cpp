@@ -1,4 +1,4 @@
-// Fragmented files of other programs, with everything that is odd about them: all of it is read, or it is said what was not.
+// Fragmented files of other programs, with everything that is odd about them: all of it is read, or the reader says what was not.
 
 #include "media/mp4/BoxReader.h"
 #include "media/mp4/BoxWriter.h"
@@ -64,13 +64,13 @@ Bytes head()
     return writer.take();
 }
 
-/// The bytes of the picture of that number.
+/// The bytes of the picture with that number.
 Bytes picture(int number)
 {
     return bytes({0, 0, 0, 6, number % picturesInFragment == 0 ? 0x65 : 0x41, number, 1, 2, 3, 4});
 }
 
-/// "moof" of the fragment of that number.
+/// The "moof" of the fragment with that number.
 Bytes index(int number)
 {
     FragmentRun run{1, std::int64_t{number} * picturesInFragment * pictureTicks, {}};
@@ -110,7 +110,7 @@ std::size_t placeOf(const Bytes& content, std::string_view type)
     return static_cast<std::size_t>(std::search(content.begin(), content.end(), wanted.begin(), wanted.end()) - content.begin());
 }
 
-/// Has the only run of `moof` begin `distance` bytes later.
+/// Makes the only run of `moof` begin `distance` bytes later.
 Bytes movedBy(Bytes moof, std::uint32_t distance)
 {
     const auto place = placeOf(moof, "trun") + 12;
@@ -228,7 +228,7 @@ TEST(ForeignFragments, BehindADamagedOneTheOthersAreReadAndATrimSaysFromWhereItC
 TEST(ForeignFragments, AFragmentOfATrackThatTheIndexDoesNotKnowIsSaid)
 {
     auto damaged = fragment(1);
-    // The number of its track, behind version and flags.
+    // The number of its track, after version and flags.
     damaged[placeOf(damaged, "tfhd") + 9] ^= std::byte{0x01};
     const auto file = joined({head(), fragment(0), damaged, fragment(2)});
     auto expected = upTo(6);
@@ -242,7 +242,7 @@ TEST(ForeignFragments, AFragmentOfATrackThatTheIndexDoesNotKnowIsSaid)
 TEST(ForeignFragments, FragmentsOfATrackThatIsNeitherPicturesNorSoundArePassedOver)
 {
     auto withText = head();
-    // The second track is told of by its defaults alone, which is all that is kept of it.
+    // The second track appears only in its defaults, which are all that is kept of it.
     BoxWriter defaults;
     {
         const auto box = defaults.box("trex");

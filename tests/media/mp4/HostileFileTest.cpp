@@ -1,4 +1,4 @@
-// Files that are made to make a reader work: small themselves, large in what they claim.
+// Files made to keep a reader busy: small themselves, large in what they claim.
 
 #include "media/mp4/BoxWriter.h"
 #include "media/mp4/MovieReader.h"
@@ -15,7 +15,7 @@ namespace {
 
 using namespace velmora::test;
 
-/// Samples of one byte, one after the other from the beginning of the file: a few hundred bytes, however many they are.
+/// Samples of one byte, one after another from the beginning of the file: a few hundred bytes, however many samples.
 void writeTrack(BoxWriter& writer, std::uint32_t id, std::uint32_t sampleCount)
 {
     const auto trak = writer.box("trak");
@@ -69,7 +69,7 @@ void writeTrack(BoxWriter& writer, std::uint32_t id, std::uint32_t sampleCount)
     writer.u32(0);
 }
 
-/// `extra` is told of the "moov" that is open.
+/// `extra` is called while the "moov" is open.
 template <typename Extra>
 std::vector<std::byte> movieWith(Extra extra)
 {
@@ -92,7 +92,7 @@ std::vector<std::byte> movieWith(Extra extra)
     return writer.take();
 }
 
-/// A track whose samples are in fragments, of which there is none yet.
+/// A track whose samples are in fragments, of which there are none yet.
 std::vector<std::byte> fragmentedMovie()
 {
     return movieWith([](BoxWriter& writer) {
@@ -124,7 +124,7 @@ TEST(HostileFile, TracksMayNotHaveMoreSamplesTogetherThanOneMayHaveAlone)
 /// 15 MiB of index each: eight of them are 120 of the 128 MiB that are allowed.
 constexpr std::uint32_t allowedIndexes = 8;
 
-/// Puts fragments that are nothing but an index behind the file.
+/// Appends fragments that are nothing but an index.
 void appendIndexes(File& file, std::uint32_t count)
 {
     constexpr std::uint32_t size = std::uint32_t{15} << 20;

@@ -62,7 +62,7 @@ TEST(MovieReader, ReadsTheSameSamplesFromFragmentsAndFromTheIndex)
         const auto& track = progressive->movie.tracks[i];
         auto expected = fragmented->movie.tracks[i].samples.expanded();
         if (i == 1)
-            expected.back().duration = 144000 + 1024 - 141 * 1024;  // the padding is cut when the file is finished
+            expected.back().duration = 144000 + 1024 - 141 * 1024;  // the padding is cut off when the file is finished
         EXPECT_EQ(expected, track.samples.expanded());
         EXPECT_EQ(fragmented->movie.tracks[i].format->mediaType(), track.format->mediaType());
     }

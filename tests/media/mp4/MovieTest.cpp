@@ -242,7 +242,7 @@ TEST(SerializeMovie, TheIndexOfTenHoursStaysSmall)
         ASSERT_TRUE(samples.append({offset, 30000, i * 3000 + i % 2, 0, i % 30 == 0}));
         offset += 30000;
     }
-    // An uneven clock is the costliest: every sample has a duration of its own.
+    // An uneven clock is the most costly: every sample has a duration of its own.
     EXPECT_LT(serializeMovie(movie).size(), std::size_t{36000} * 450);
 }
 

@@ -153,7 +153,7 @@ TEST_F(PendingFileTest, TwoInOneFolderDoNotMeet)
     EXPECT_EQ(names().size(), 2U);
 }
 
-/// What a process leaves that is killed in the middle of an export.
+/// Leaves what a process killed in the middle of an export leaves.
 void killAnExportIn(const std::filesystem::path& folder)
 {
     const auto child = ::fork();

@@ -47,7 +47,7 @@ TEST(PictureData, DecodingCanBeginWhereARecoveryPointIsReachedAtOnce)
     EXPECT_TRUE(contentOf(bytes({0, 0, 0, 5, 0x06, 6, 1, 0xC4, 0x80, 0, 0, 0, 2, 0x41, 1})).startsAfresh);
     // The count 3 is 00100.
     EXPECT_FALSE(contentOf(bytes({0, 0, 0, 5, 0x06, 6, 1, 0x24, 0x80, 0, 0, 0, 2, 0x41, 1})).startsAfresh);
-    // Behind another message, whose bytes are kept from looking like a start code.
+    // After another message, whose bytes are kept from looking like a start code.
     EXPECT_TRUE(contentOf(bytes({0, 0, 0, 11, 0x06, 5, 3, 0, 0, 3, 1, 6, 1, 0xC4, 0x80, 0, 0, 0, 2, 0x41, 1})).startsAfresh);
 }
 

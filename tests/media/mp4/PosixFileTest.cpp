@@ -195,7 +195,7 @@ TEST(PosixFile, MovesNoOtherFileThanItsOwn)
     }
     std::filesystem::remove(path);
     {
-        // In the moment between the look and the step.
+        // In the moment between the check and the rename.
         const auto file = PosixFile::create(path);
         test::beforeRename = replace;
         EXPECT_EQ((*file)->moveTo(folder.path() / "moved").error().code, ENOENT);

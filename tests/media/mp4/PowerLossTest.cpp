@@ -11,7 +11,7 @@ namespace {
 
 using namespace velmora::test;
 
-// Everything before the last sync is on the disk; of what came after it, any part may be, in pieces of a sector.
+// Everything before the last sync is on the disk; of what came after it, any part may be, sector by sector.
 std::unique_ptr<MemoryFile> afterPowerLoss(const std::vector<MemoryFile::Operation>& journal, std::size_t count, std::mt19937& random)
 {
     using Kind = MemoryFile::Operation::Kind;

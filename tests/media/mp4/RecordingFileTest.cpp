@@ -343,7 +343,7 @@ TEST(RecordingFile, AFragmentThatBeginsAtTheTimeOfTheSampleBeforeItIsReadToo)
 
 TEST(RecordingFile, BeyondFourGibibytesOffsetsHave64Bits)
 {
-    // Pictures, then 4.2 GB of padding in a sample of the sound track's place, then pictures again.
+    // Pictures, then 4.2 GB of padding in place of a sound sample, then pictures again.
     auto recording = makeRecording({.pictureCount = 60, .hasSound = false});
     const auto padding = DataBlock::owning(std::vector<std::byte>(std::size_t{64} << 20));
     recording.tracks.push_back(

@@ -82,7 +82,7 @@ TEST(RecordingWriter, NoFragmentHoldsMoreThanEightTenthsOfASecond)
     file->journal = &journal;
     auto writer = record(file, recording);
     ASSERT_TRUE(finish(*writer, recording));
-    // The state of the file after each fragment had been synced.
+    // The state of the file after each fragment was synced.
     std::vector<double> ends;
     MemoryFile replay;
     for (const auto& operation : journal) {

@@ -33,7 +33,7 @@ const Recording& makeRecording(const RecordingPlan& plan = {});
 /// Options that do not depend on the day.
 mp4::RecordingOptions testOptions();
 
-/// Writes head, index and the first `fragmentCount` fragments, and does not finish.
+/// Writes head, index and the first `fragmentCount` fragments, but does not finish.
 std::unique_ptr<mp4::RecordingFile> writeUnfinished(const std::shared_ptr<mp4::File>& file, const Recording& recording,
     std::size_t fragmentCount, const mp4::RecordingOptions& options = testOptions());
 
@@ -41,7 +41,7 @@ std::unique_ptr<mp4::RecordingFile> writeUnfinished(const std::shared_ptr<mp4::F
 std::shared_ptr<MemoryFile> unfinishedFile(const Recording& recording);
 std::shared_ptr<MemoryFile> finishedFile(const Recording& recording, const mp4::RecordingOptions& options = testOptions());
 
-/// Fails the test unless the file decodes without a complaint and shows the pictures 0, 1, 2, … at their times. Returns what came out.
+/// Fails the test unless the file decodes without complaint and shows the pictures 0, 1, 2, … at their times. Returns what came out.
 DecodedFile expectPlays(const std::filesystem::path& path, int rate = 30);
 DecodedFile expectPlays(MemoryFile& file, int rate = 30);
 

@@ -14,7 +14,7 @@ std::function<void()> beforeRename;
 
 }  // namespace velmora::test
 
-// Stands before the C library's.
+// Takes precedence over the C library's.
 extern "C" int renameat2(int oldFolder, const char* oldPath, int newFolder, const char* newPath, unsigned int flags) noexcept;
 
 int renameat2(int oldFolder, const char* oldPath, int newFolder, const char* newPath, unsigned int flags) noexcept

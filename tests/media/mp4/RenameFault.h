@@ -1,4 +1,4 @@
-// A file system that cannot rename without replacing, as some are, or on which others are busy.
+// A file system that cannot rename without replacing, as some cannot, or on which others are busy.
 #pragma once
 
 #include <atomic>
@@ -6,7 +6,7 @@
 
 namespace velmora::test {
 
-/// While above 0, renameat2() fails with this value for errno.
+/// While above 0, renameat2() fails with this errno.
 extern std::atomic<int> renameError;
 
 /// The same for link(): a file system without second names.

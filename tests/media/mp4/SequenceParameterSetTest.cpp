@@ -9,7 +9,7 @@
 namespace velmora::mp4 {
 namespace {
 
-/// A parameter set as its fields are written one after the other (ISO 14496-10 7.3.2.1.1), each kind of number as 9.1 has it.
+/// A parameter set whose fields are written one after another (ISO 14496-10 7.3.2.1.1), each kind of number as in 9.1.
 class Bits {
 public:
     Bits& number(int length, std::uint32_t value)
@@ -35,7 +35,7 @@ public:
         return *this;
     }
 
-    /// With a stop bit, and bytes that keep it from looking like a start code.
+    /// With a stop bit, and with bytes that keep it from looking like a start code.
     [[nodiscard]] std::vector<std::byte> unit() const
     {
         auto bits = bits_ + '1';
@@ -73,7 +73,7 @@ Bits size()
     return Bits{}.exponential(39).exponential(29).number(1, 1).number(1, 1).number(1, 0);
 }
 
-/// That there is nothing to say of shape, overscan, signal and place of chroma.
+/// Says nothing about shape, overscan, signal and place of chroma.
 Bits plainLook()
 {
     return Bits{}.number(4, 0);
@@ -115,7 +115,7 @@ std::optional<MediaTime> durationOf(const Bits& bits)
     return declaredPictureDuration(configurationOf(bits.unit()));
 }
 
-/// `bits` tell two fields of `fieldTicks`.
+/// Expects `bits` to say two fields of `fieldTicks`.
 void expectTold(const char* what, const Bits& bits)
 {
     const auto told = durationOf(bits);

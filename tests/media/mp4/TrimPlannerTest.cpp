@@ -27,7 +27,7 @@ FormatDescriptionRef soundFormat(std::vector<std::byte> configuration = {std::by
     return std::make_shared<const FormatDescription>(AudioFormat{"mp4a", soundRate, 2, std::move(configuration)});
 }
 
-/// Samples of `size` bytes, their offsets telling the index: `base` + 100 * index.
+/// Samples of `size` bytes whose offsets give their index: `base` + 100 * index.
 Track pictureTrack(int count, int keyInterval, std::int32_t timescale = videoTimescale, std::int64_t ticks = pictureTicks)
 {
     Track track;
@@ -52,7 +52,7 @@ Track soundTrack(int packets, std::uint32_t lastDuration = 1024)
     return track;
 }
 
-/// Decode order by presentation number, a tick distance apart, two pictures of delay as encoders have it.
+/// In decode order by presentation number, one tick distance apart, with two pictures of delay as encoders have.
 Track reorderedTrack(const std::vector<int>& numbers, const std::vector<int>& keys)
 {
     Track track;
@@ -80,7 +80,7 @@ Movie movieOf(std::vector<Track> tracks)
     return movie;
 }
 
-/// Three seconds of pictures, and as much sound behind a priming of 1024 frames.
+/// Three seconds of pictures, and as much sound after a priming of 1024 frames.
 Movie threeSeconds()
 {
     auto sound = soundTrack(142, 144'000 + 1024 - 141 * 1024);
@@ -173,7 +173,7 @@ TEST(TrimPlanner, PicturesThatAreFarApartKeepTheLeadInAsFarFromTheFirstShown)
     const auto& track = movie.tracks.at(0);
     ASSERT_EQ(taken(track).size(), 9U);
     const auto distance = track.edits.at(0).mediaTime - 3;
-    // What a player takes for the length of a picture when it knows their number and the length of the track.
+    // What a player takes for the length of a picture when it knows how many there are and the length of the track.
     const auto samples = track.samples.expanded();
     const auto average = static_cast<std::int64_t>(track.samples.duration() - samples.front().duration) / 8;
     EXPECT_GT(distance, average);
@@ -189,7 +189,7 @@ TEST(TrimPlanner, TheLeadInIsNeverMoreThanASecondFromTheFirstShown)
 
 TEST(TrimPlanner, WhatIsDecodedLongBeforeItIsShownLastsHalfOfThePart)
 {
-    // A player that takes the media for much shorter than the movie takes it for a still picture.
+    // A player that thinks the media much shorter than the movie takes it for a still picture.
     auto track = pictureTrack(3, 3);
     track.samples = SampleTable{};
     for (const auto& [decode, offset] : {std::pair{0, 0}, std::pair{3000, 447'000}, std::pair{6000, 447'000}})
@@ -389,7 +389,7 @@ TEST(TrimPlanner, ABeginningThatIsAFalseSyncSampleIsNotCalledOne)
 
 TEST(TrimPlanner, AKeyFrameCloserToTheEndThanTheLeadInIsLongIsNotCalledOne)
 {
-    // Picture 60 is the last but one, with 34 ms behind it and as much of a lead-in.
+    // Picture 60 is the last but one, with 34 ms after it and as much of a lead-in.
     const auto close = planned(movieOf({pictureTrack(90, 30)}), {{45, 30}, {62, 30}});
     EXPECT_THAT(taken(close.tracks.at(0)), ::testing::Contains(60U));
     EXPECT_THAT(close.tracks[0].samples.syncSamples(), ElementsAre(0));
@@ -501,7 +501,7 @@ TEST(TrimPlanner, AnEndThatIsTheMoviesAsNearlyAsItsScaleTellsIsTheMoviesEnd)
     const auto movie = planned(source, {{0, 600}, {1800, 600}});
     EXPECT_EQ(presentationDuration(movie), (MediaTime{144'039, 48000}));
     EXPECT_EQ(movie.tracks[1].samples.expanded(), source.tracks[1].samples.expanded());
-    // One step of the slider before it is another end.
+    // One step of the slider earlier is a different end.
     EXPECT_EQ(presentationDuration(planned(source, {{0, 600}, {1799, 600}})), (MediaTime{1799, 600}));
 }
 
@@ -536,7 +536,7 @@ TEST(TrimPlanner, PicturesOutOfOrderAreShownInTheirOrder)
     const auto movie = planned(source, {{2, 30}, {6, 30}});
     EXPECT_THAT(
         shown(movie, movie.tracks.at(0)), ElementsAre(std::pair{2U, 0}, std::pair{3U, 3000}, std::pair{4U, 6000}, std::pair{5U, 9000}));
-    // Picture 6 is decoded for 4 and 5; it lies a millisecond behind the end.
+    // Picture 6 is decoded for 4 and 5; it lies a millisecond after the end.
     EXPECT_THAT(taken(movie.tracks[0]), ElementsAre(0, 3, 1, 2, 6, 4, 5));
     for (const auto& sample : movie.tracks[0].samples.expanded()) {
         if (sample.offset == 600) {
@@ -678,8 +678,7 @@ TEST(TrimPlanner, SaysWhyItRefuses)
 {
     auto source = threeSeconds();
     source.tracks[0].format = pictureFormat("hvc1");
-    EXPECT_EQ(
-        planTrim(source, seconds(1, 2)).error().localizedDescription, "The file cannot be trimmed exactly: its pictures are no H.264.");
+    EXPECT_EQ(planTrim(source, seconds(1, 2)).error().localizedDescription, "The file cannot be trimmed exactly: its video is not H.264.");
 }
 
 }  // namespace

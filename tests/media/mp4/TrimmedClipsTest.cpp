@@ -1,4 +1,4 @@
-// Trims as a player sees them, which knows nothing of how they were made.
+// Trims as seen by a player, which knows nothing of how they were made.
 
 #include "media/mp4/PendingFile.h"
 #include "media/mp4/PosixFile.h"

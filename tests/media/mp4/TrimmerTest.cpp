@@ -94,7 +94,7 @@ TEST(Trimmer, TheLanguagesOfTracksSurvive)
     movie.tracks[1].language = german;
     movie.tracks[1].extendedLanguage = {
         std::byte{0}, std::byte{0}, std::byte{0}, std::byte{0}, std::byte{'d'}, std::byte{'e'}, std::byte{0}};
-    // Its media stays where it was; the index that counts comes first.
+    // Its media stay where they were; the index that counts comes first.
     MemoryFile source;
     BoxWriter writer;
     writer.u32(16);
@@ -267,7 +267,7 @@ TEST(Trimmer, SamplesThatShareTheirBytesCannotMakeAFileLargerThanTheSource)
 
 TEST(Trimmer, MediaBeyondFourGigabytesIsFoundAgain)
 {
-    // Two pictures, 5 GB apart in a file of mostly nothing.
+    // Two pictures, 5 GB apart in a file that is mostly nothing.
     constexpr std::uint64_t pictureSize = std::uint64_t{5} << 29;
     constexpr std::uint64_t far = std::uint64_t{5} << 30;
     MemoryFile source;

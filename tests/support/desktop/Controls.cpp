@@ -72,7 +72,7 @@ bool AssistiveTechnology::isAbsent(const std::string& role, const std::string& n
 
 bool AssistiveTechnology::clickOn(const std::string& role, const std::string& name, const std::string& program)
 {
-    // What slides in is clicked where it comes to rest.
+    // A control that slides in is clicked where it comes to rest.
     auto control = find(role, name, program);
     const bool rests = waitUntil([&] {
         const auto before = std::exchange(control, find(role, name, program));
@@ -87,7 +87,7 @@ bool AssistiveTechnology::clickOn(const std::string& role, const std::string& na
 NextMenu::NextMenu(const std::string& program) : listener_({VELMORA_ACCESSIBLE_CONTROLS, program, "--next-menu"})
 {
     if (!listener_.readLine(patience))
-        throw std::runtime_error("nobody listens for menus");
+        throw std::runtime_error("nothing is listening for menus");
 }
 
 std::vector<Control> NextMenu::controls()

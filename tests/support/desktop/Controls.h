@@ -1,4 +1,4 @@
-// What programs show, as assistive technology is told it.
+// What programs show, as they describe it to assistive technology.
 #pragma once
 
 #include "tests/support/recording/Velmora.h"
@@ -13,7 +13,7 @@ namespace velmora::test {
 
 struct Control {
     std::string role;  ///< as AT-SPI names it: "push button", "list item", "menu item"
-    std::string states;  ///< of "focused", "checked", "disabled" those that hold
+    std::string states;  ///< those of "focused", "checked", "disabled" that apply
     QRect place;  ///< on the screen
     std::string name;
     std::string value;
@@ -21,36 +21,36 @@ struct Control {
     [[nodiscard]] bool has(const std::string& state) const { return states.find(state) != std::string::npos; }
 };
 
-/// The bus of assistive technology, running. A program tells what it shows when it is started while there is one, with `environment()`.
+/// The bus of assistive technology, running. A program says what it shows if it is started while there is one, with `environment()`.
 class AssistiveTechnology {
 public:
     AssistiveTechnology();
 
     [[nodiscard]] static Environment environment() { return {{"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"}}; }
 
-    /// All that is on the screen of a program.
+    /// Everything that a program has on the screen.
     [[nodiscard]] static std::vector<Control> controls(const std::string& program = "Velmora");
 
-    /// The control of that role whose name begins so; waits for it.
+    /// The control with that role whose name begins like this; waits for it.
     [[nodiscard]] static std::optional<Control> find(
         const std::string& role, const std::string& name, const std::string& program = "Velmora");
 
-    /// Whether there is none; waits until it has gone.
+    /// Whether there is none; waits until it is gone.
     [[nodiscard]] static bool isAbsent(const std::string& role, const std::string& name, const std::string& program = "Velmora");
 
-    /// Clicks in its middle once it rests; false when it never appears.
+    /// Clicks its middle once it is at rest; false when it never appears.
     [[nodiscard]] static bool clickOn(const std::string& role, const std::string& name, const std::string& program = "Velmora");
 
 private:
     Program bus_;
 };
 
-/// Hears of the next menu that a program opens: an open menu belongs to no window. Listens from its construction on.
+/// Notices the next menu that a program opens: an open menu belongs to no window. Listens from its construction on.
 class NextMenu {
 public:
     explicit NextMenu(const std::string& program = "Velmora");
 
-    /// What stands in it; waits for it.
+    /// What the menu holds; waits for it.
     [[nodiscard]] std::vector<Control> controls();
 
 private:

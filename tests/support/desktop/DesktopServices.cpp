@@ -57,7 +57,7 @@ bool takesItems()
 void awaitService(const std::string& name)
 {
     if (!waitUntil([&] { return isOnTheBus(name); }))
-        throw std::runtime_error(name + " did not come");
+        throw std::runtime_error(name + " did not appear");
 }
 
 std::vector<std::string> notifierArguments(const std::filesystem::path& home, const std::string& origin)
@@ -88,14 +88,14 @@ Panel::Panel(const Environment& environment)
     , panel_((awaitService("org.xfce.Xfconf"), std::vector<std::string>{"xfce4-panel", "--disable-wm-check"}), environment_)
 {
     if (!waitUntil(takesItems))
-        throw std::runtime_error("the panel takes no items");
+        throw std::runtime_error("the panel accepts no items");
 }
 
 void Panel::kill()
 {
     panel_.signal(SIGKILL);
     waitUntil([this] { return !panel_.isRunning(); });
-    // What it started for its plug-in ends with it.
+    // What it started for its plug-in ends along with it.
     waitUntil([] { return !takesItems(); });
 }
 

@@ -1,4 +1,4 @@
-// Services of a desktop that a person meets: the panel, the notification service.
+// Services of a desktop that a person deals with: the panel, the notification service.
 #pragma once
 
 #include "tests/support/recording/Velmora.h"
@@ -9,7 +9,7 @@
 
 namespace velmora::test {
 
-/// Whether somebody has that name on the session bus.
+/// Whether anybody owns that name on the session bus.
 [[nodiscard]] bool isOnTheBus(const std::string& name);
 
 /// xfce4-panel with a system tray at the top of the screen: a host of StatusNotifierItem, and of XEmbed.
@@ -17,10 +17,10 @@ class Panel {
 public:
     static constexpr int height = 32;
 
-    /// Waits until it takes items.
+    /// Waits until it accepts items.
     explicit Panel(const Environment& environment = {});
 
-    /// As when it crashed: nobody is told.
+    /// As if it had crashed: nobody is told.
     void kill();
 
 private:
@@ -33,18 +33,18 @@ private:
 /// dunst.
 class Notifier {
 public:
-    /// `origin`: the corner of the screen that it shows notifications in, as it calls it.
+    /// `origin`: the corner of the screen in which it shows notifications, by the name it uses.
     explicit Notifier(const std::string& origin = "bottom-right");
 
-    /// Shows its menu and chooses the action of that label of the newest notification.
+    /// Shows its menu and chooses the newest notification's action with that label.
     [[nodiscard]] bool choose(const std::string& label);
 
-    /// As a click on the newest notification.
+    /// Does what a click on the newest notification does.
     [[nodiscard]] bool clickNotification();
 
     [[nodiscard]] int displayedCount() const;
 
-    /// Closes what is shown; all notifications so far, as JSON.
+    /// Closes what is shown; returns all notifications so far, as JSON.
     [[nodiscard]] std::string closeAndTell() const;
 
     void kill();

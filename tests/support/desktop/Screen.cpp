@@ -10,7 +10,7 @@ namespace velmora::test {
 
 namespace {
 
-// A toolkit looks at what is under the pointer when the pointer comes, not when the button goes down.
+// A toolkit looks at what is under the pointer when the pointer arrives, not when the button goes down.
 constexpr const char* settling = "0.15";
 
 void xdotool(std::vector<std::string> arguments)
@@ -88,7 +88,7 @@ std::vector<QRect> visibleWindows(const std::string& title)
             else if (line.starts_with("HEIGHT="))
                 height = std::atoi(line.c_str() + 7);
         }
-        // A window that vanished in between has no size.
+        // A window that has vanished in between has no size.
         if (width > 0 && height > 0)
             windows.emplace_back(x, y, width, height);
     }

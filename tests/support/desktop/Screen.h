@@ -13,7 +13,7 @@
 
 namespace velmora::test {
 
-/// Presses and releases each, with its modifiers, as xdotool names them.
+/// Presses and releases each, with its modifiers, named as in xdotool.
 void pressKeys(const std::vector<std::string>& keys);
 void typeText(const std::string& text);
 
@@ -30,17 +30,17 @@ void movePointer(const QPoint& position);
 /// The windows on the screen whose titles match a regular expression.
 [[nodiscard]] std::vector<QRect> visibleWindows(const std::string& title);
 
-/// Whether there is such a window; waits for it. Whether there is none; waits until it has gone.
+/// Whether there is such a window; waits for it. Whether there is none; waits until it is gone.
 [[nodiscard]] bool isShown(const std::string& title);
 [[nodiscard]] bool isHidden(const std::string& title);
 
-/// Where what the program draws is of the window with that title, without the frame.
+/// Where the content of the window with that title is, without the frame.
 [[nodiscard]] QRect contentPlace(const std::string& title);
 
 /// Clicks the button at the right end of the title bar of the window with that title.
 void closeByTitleBar(const std::string& title);
 
-/// Whether the window that has the keyboard has a title that begins so; waits for it.
+/// Whether the window with the keyboard focus has a title that begins like this; waits for it.
 [[nodiscard]] bool hasFocus(const std::string& title);
 
 }  // namespace velmora::test

@@ -30,7 +30,7 @@ SecondDisplay::SecondDisplay(std::vector<std::string> options)
 {
     const auto number = server_.readLine(patience);
     if (!number)
-        throw std::runtime_error("the second X server did not come");
+        throw std::runtime_error("the second X server did not start");
     ::setenv("DISPLAY", (":" + *number).c_str(), 1);
     windowManager_.emplace(
         std::vector<std::string>{"openbox", "--sm-disable", "--config-file", environmentVariable("VELMORA_DESKTOP") + "/openbox.xml"});

@@ -1,4 +1,4 @@
-// A second X server in the desktop of a test, other than the desktop's own.
+// A second X server in a test's desktop, beside the desktop's own.
 #pragma once
 
 #include "tests/support/recording/Velmora.h"
@@ -9,7 +9,7 @@
 
 namespace velmora::test {
 
-/// While it lives it is the display of this process and of all programs that it starts. With a window manager.
+/// While it lives it is the display of this process and of all programs that the process starts. With a window manager.
 class SecondDisplay {
 public:
     /// `options` are Xvfb's.
@@ -18,7 +18,7 @@ public:
     SecondDisplay(const SecondDisplay&) = delete;
     SecondDisplay& operator=(const SecondDisplay&) = delete;
 
-    /// As when it crashed. Programs that are started from now on have the display of before.
+    /// As if it had crashed. Programs that are started from now on have the previous display.
     void killServer();
 
 private:

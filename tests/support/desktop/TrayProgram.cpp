@@ -110,7 +110,7 @@ bool TrayProgram::saveByShortcut()
 
 void TrayProgram::pressShortcut()
 {
-    // Two presses within half a second count as one, from when the program heard of the first.
+    // Two presses within half a second count as one, counted from when the program heard of the first.
     std::this_thread::sleep_until(shortcutWasTaken_ + 510ms);
     pressKeys({"alt+super+c"});
 }

@@ -19,7 +19,7 @@ public:
     struct Options {
         bool hasSeenTheWalkthrough = true;
         Environment environment = {};
-        std::vector<std::string> launcher = {};  ///< a command that becomes the program, when its arguments are the program
+        std::vector<std::string> launcher = {};  ///< a command that becomes the program when its arguments are the program
         std::function<void(const std::filesystem::path& home)> prepareHome = {};  ///< before the start
     };
 
@@ -28,18 +28,18 @@ public:
     /// Waits until it answers commands.
     explicit TrayProgram(const Options& options);
 
-    /// Quits it, and expects that it ends well and without a complaint.
+    /// Quits it, and expects it to end well and without complaint.
     ~TrayProgram();
     TrayProgram(const TrayProgram&) = delete;
     TrayProgram& operator=(const TrayProgram&) = delete;
 
-    /// Quits it, and starts it again with what it has stored.
+    /// Quits it and starts it again with what it has stored.
     void restart();
 
-    /// Kills it, as when it crashed.
+    /// Kills it, as if it had crashed.
     void crash();
 
-    /// Waits for an end that it comes to by itself; how it ended.
+    /// Waits until it ends by itself; returns how it ended.
     ProgramOutcome awaitEnd();
 
     /// After either: starts it again with what it has stored.
@@ -54,7 +54,7 @@ public:
     [[nodiscard]] bool hasState(const char* state);
     [[nodiscard]] std::string lastSavedClip();
 
-    /// Starts a recording of the window that is chosen, or ends the one that runs, by the real keys, and waits for the state.
+    /// Starts a recording of the chosen window, or ends the running one, with the real keys, and waits for the state.
     [[nodiscard]] bool startByShortcut();
     [[nodiscard]] bool saveByShortcut();
 
@@ -62,7 +62,7 @@ public:
     [[nodiscard]] std::filesystem::path clipsFolder() const { return home_.path() / "Movies" / "Velmora"; }
     [[nodiscard]] std::vector<std::filesystem::path> clips() const;
 
-    /// Every file and link in its home, which holds the folders for configuration, data, state and caches too, without the clips; sorted.
+    /// Every file and link in its home, which also holds the folders for configuration, data, state and caches; without the clips; sorted.
     [[nodiscard]] std::vector<std::string> storedFiles() const;
 
     [[nodiscard]] pid_t processID() const { return program_->processID(); }
@@ -81,7 +81,7 @@ private:
     std::chrono::steady_clock::time_point shortcutWasTaken_;  ///< at the latest
 };
 
-/// Lets that much of the desktop's time go by: for what is recorded.
+/// Lets that much of the desktop's time go by, for what is recorded.
 void record(std::chrono::milliseconds duration);
 
 }  // namespace velmora::test

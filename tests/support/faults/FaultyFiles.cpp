@@ -1,13 +1,13 @@
-// Loaded into a program before the C library: some calls that change a file fail, are cut short, take long, or are the program's last.
+// Loaded into a program before the C library: some calls that change a file fail, are cut short, take long or are the program's last.
 //
 //     LD_PRELOAD=…/libfaulty_files.so
 //     VELMORA_FAULT_FILES=TEXT         files whose path contains TEXT; all others are left alone
 //     VELMORA_FAULT=CALL:FROM:WHAT     CALL: write, sync, truncate, allocate, copy or rename
-//                                      FROM: the call of that number, from 1, and all later ones; "N only" is that one alone
-//                                      WHAT: an errno value; "short", half of what was asked for; "late", a second later (sync alone);
+//                                      FROM: the call with that number, from 1, and all later ones; "N only" is that one alone
+//                                      WHAT: an errno value; "short", half of what was asked for; "late", a second later (sync only);
 //                                      "kill", SIGKILL before the call
 //
-// Calls are counted over all files that it concerns.
+// Calls are counted across all files concerned.
 
 #include <atomic>
 #include <cerrno>
@@ -76,7 +76,7 @@ bool concerns(int descriptor)
     return length > 0 && std::string{path, static_cast<std::size_t>(length)}.find(fault().files) != std::string::npos;
 }
 
-/// Whether this is a call that the fault is for. Does not return from one that is the last.
+/// Whether the fault is meant for this call. Does not return from one that is the last.
 bool strikes()
 {
     static std::atomic<unsigned long> count = 0;

@@ -72,7 +72,7 @@ private:
         time_ += filled_;
         filled_ = 0;
         if (avcodec_send_frame(context_.get(), frame_.get()) != 0)
-            throw std::runtime_error("sound is not taken");
+            throw std::runtime_error("the sound is not accepted");
         receive(packets);
     }
 

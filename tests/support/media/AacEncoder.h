@@ -1,4 +1,4 @@
-// An AAC encoder for tests, by libavcodec.
+// An AAC encoder for tests, made with libavcodec.
 #pragma once
 
 #include "engine/codecs/AudioEncoder.h"

@@ -1,4 +1,4 @@
-// What a player would show and sound of a file: everything decoded by libavformat and libavcodec, edit lists honoured.
+// What a player would show and play of a file: everything decoded by libavformat and libavcodec, edit lists honoured.
 #pragma once
 
 #include "media/FormatDescription.h"
@@ -33,7 +33,7 @@ struct DecodedFile {
     std::int64_t firstFrame = 0;  ///< time of the first decoded frame of sound, in frames
     std::vector<float> sound;  ///< first channel, from firstFrame on; gaps are silent
 
-    /// Frames (on the file's time line) at which the sound peaks above `level`, loudest of each neighbourhood of 512.
+    /// Frames (on the file's time line) at which the sound peaks above `level`, the loudest in each neighbourhood of 512.
     [[nodiscard]] std::vector<std::int64_t> peaks(float level = 0.3F) const;
     [[nodiscard]] std::int64_t endFrame() const { return firstFrame + static_cast<std::int64_t>(sound.size()); }
 };

@@ -19,7 +19,7 @@ struct EncodedClip {
     std::vector<SampleBufferRef> samples;
 };
 
-/// One picture for each time, numbered from 0; the samples carry the times as they are.
+/// One picture for each time, numbered from 0; the samples carry the times unchanged.
 EncodedClip encodeClip(const std::vector<MediaTime>& times, const ClipOptions& options = {});
 
 /// `count` times, `rate` a second, from `start` on, in nanoseconds.

@@ -77,7 +77,7 @@ void writeForeignClip(const std::filesystem::path& path, const ForeignClip& clip
     if (clip.quarterTurns != 0) {
         auto* matrix = av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, 9 * sizeof(std::int32_t));
         require(matrix, "no memory");
-        // Counted counterclockwise there.
+        // There they are counted counterclockwise.
         av_display_rotation_set(reinterpret_cast<std::int32_t*>(matrix), clip.quarterTurns * 90.0);
     }
     require(avio_open(&file->pb, path.c_str(), AVIO_FLAG_WRITE) >= 0, "the file cannot be written");

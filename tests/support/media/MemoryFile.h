@@ -25,14 +25,14 @@ public:
         std::size_t failingWrite = std::numeric_limits<std::size_t>::max();
         bool lasting = true;
         int errnoValue = 28;  // ENOSPC
-        /// Writing beyond this many bytes of file fails with ENOSPC; a write that begins before is cut short.
+        /// Writing beyond this many bytes of the file fails with ENOSPC; a write that begins before that is cut short.
         std::uint64_t capacity = std::numeric_limits<std::uint64_t>::max();
         /// No call moves more than this.
         std::size_t largestTransfer = std::numeric_limits<std::size_t>::max();
         std::size_t failingSync = std::numeric_limits<std::size_t>::max();
     };
 
-    /// One change, as it was asked for.
+    /// One change, as it was requested.
     struct Operation {
         enum class Kind { write, truncate, sync } kind;
         std::uint64_t offset = 0;

@@ -1,5 +1,5 @@
-// The whole way from a captured picture to a saved clip, with real files and without waiting for anything: pictures and sound are handed in by
-// hand, the encoder takes no time.
+// The whole way from a captured picture to a saved clip, with real files and without waiting for anything: pictures and sound are fed in by
+// hand, and the encoder takes no time.
 #pragma once
 
 #include "engine/files/AssetWriter.h"
@@ -49,7 +49,7 @@ public:
             deliver(sample_, time_);
             for (; soundTime_ < time_; soundTime_ += soundInterval)
                 deliverSound(silence_, soundTime_);
-            // As many as may wait anywhere.
+            // As many as may be waiting anywhere.
             if (i % 16 == 15)
                 drain();
         }

@@ -1,4 +1,4 @@
-// An encoder that takes no time: it puts out the same few encoded pictures over and over, which decode.
+// An encoder that takes no time: it puts out the same few encoded pictures over and over; they do decode.
 #pragma once
 
 #include "platform/CompressionSession.h"
@@ -9,7 +9,7 @@
 
 namespace velmora::test {
 
-/// Of the pictures that it puts out, the n-th shows the number n modulo `pictures`; each multiple of that is a key frame.
+/// Of the pictures that it puts out, the n-th shows the number n modulo `pictures`; each multiple of `pictures` is a key frame.
 struct RepeatedClip {
     explicit RepeatedClip(int pictureCount)
         : pictures(pictureCount)
@@ -24,7 +24,7 @@ struct RepeatedClip {
 class RepeatedClipSession final : public platform::CompressionSession {
 public:
     using Status = platform::CompressionStatus;
-    /// What becomes of the n-th frame: 0, or a status that it fails with. One that fails is not encoded, as nothing after it needs it.
+    /// What becomes of the n-th frame: 0, or the status with which it fails. One that fails is not encoded, so nothing after it needs it.
     using Outcome = std::function<Status(std::size_t frame)>;
 
     RepeatedClipSession(std::shared_ptr<const RepeatedClip> clip, Outcome outcome, OutputCallback output)

@@ -1,4 +1,4 @@
-// Real files on a disk that takes as long as a test wants, or is full.
+// Real files on a disk that is as slow as a test wants, or full.
 #pragma once
 
 #include "base/Mutex.h"
@@ -18,7 +18,7 @@ public:
     void close() { set(false); }
     void open() { set(true); }
 
-    /// From now on nothing can be made longer.
+    /// From now on no file can grow.
     void fillUp() { isFull_ = true; }
     [[nodiscard]] bool isFull() const { return isFull_; }
 
@@ -33,7 +33,7 @@ public:
         --waiting_;
     }
 
-    /// Returns when somebody stands before the closed gate.
+    /// Returns when somebody is waiting at the closed gate.
     void awaitSomebody()
     {
         MutexLock lock(mutex_);

@@ -13,7 +13,7 @@
 
 namespace velmora::test {
 
-/// Of the nanoseconds in which pictures are timed.
+/// In the nanoseconds in which pictures are timed.
 inline constexpr std::int64_t second = MediaTime::nanosecondScale;
 
 struct Colour {
@@ -113,7 +113,7 @@ private:
     std::vector<std::byte> bytes_;
 };
 
-/// Something like a film with grain: a moving pattern of fields under noise, different in every frame.
+/// Something like a grainy film: a moving pattern of fields under noise, different in every frame.
 inline void paintMovingScene(Canvas& canvas, int frame, std::uint32_t noise = 24)
 {
     std::minstd_rand random(static_cast<std::uint32_t>(frame + 1));

@@ -1,4 +1,4 @@
-// Clips as the recorder leaves them, and what a part of one has to show and sound.
+// Clips as the recorder leaves them, and what a part of one has to show and play.
 #pragma once
 
 #include "media/TimeRange.h"
@@ -19,17 +19,17 @@ struct WrittenClip {
     bool isFinished = true;
 };
 
-/// Pictures with numbers, and a tone that rises all the time, with clicks: no two places sound alike. Written by this system's writer.
+/// Pictures with numbers, and a steadily rising tone with clicks: no two places sound alike. Written by this system's writer.
 void writeClip(const std::filesystem::path& path, const WrittenClip& clip);
 
 /// About ten seconds: 60 pictures a second, a still stretch with two a second, 30 a second at uneven times, a pause of a second; sound
-/// that begins late, with a gap. In `seed` are the times.
+/// that begins late, with a gap. `seed` decides the times.
 WrittenClip unevenClip(unsigned seed);
 
-/// Fails the test unless `part` shows of `whole` exactly the pictures of `range`, at their times, and sounds its samples at theirs.
+/// Fails the test unless `part` shows exactly the pictures in `range` of `whole`, at their times, and plays its samples at theirs.
 void expectPartOf(const DecodedFile& whole, const TimeRange& range, const DecodedFile& part);
 
-/// The pictures of `range`: that which is on the screen at its beginning (time 0), and all that follow.
+/// The pictures in `range`: the one on the screen at its beginning (time 0), and all that follow.
 std::vector<DecodedPicture> picturesIn(const DecodedFile& whole, const TimeRange& range);
 
 }  // namespace velmora::test

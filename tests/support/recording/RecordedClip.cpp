@@ -241,7 +241,7 @@ void readAll(AVFormatContext& input, RecordedClip& clip, const std::vector<Pictu
         audio->decode(nullptr, takeSound);
 }
 
-/// Where a signal rises above `level`, half a second or more after the last time. A clip may begin in the middle of one, so none at
+/// Where a signal rises above `level`, half a second or more after the last time. A clip may begin in the middle of one, so none counts at
 /// its very beginning.
 template <typename Loudness>
 std::vector<double> onsets(std::size_t count, const Loudness& loudness, double level)
@@ -279,7 +279,7 @@ ClipAudio::Levels ClipAudio::levels(double tone, double other, int channel) cons
             return decibels(amplitudeAt(part, channels, static_cast<std::size_t>(channel), sampleRate, frequency));
         };
         const double wanted = level(tone);
-        // Where there is no tone there is nothing to compare with.
+        // Without a tone there is nothing to compare with.
         if (wanted > -40 && level(other) - wanted < best.otherAgainstTone)
             best = {wanted, level(other) - wanted};
     }

@@ -25,9 +25,9 @@ struct ClipPicture {
     double time = 0;  ///< seconds
     int width = 0;
     int height = 0;
-    int brightness = 0;  ///< of the middle, 0 to 255
+    int brightness = 0;  ///< of the middle of the picture, 0 to 255
     FrameNumberReading reading;
-    std::size_t part = 0;  ///< which of the parts the number was read in
+    std::size_t part = 0;  ///< in which of the parts the number was read
 };
 
 /// Names of codec, profile and colours as ffprobe prints them.
@@ -47,7 +47,7 @@ struct ClipVideo {
     std::vector<ClipPacket> packets;
     std::vector<ClipPicture> pictures;
 
-    [[nodiscard]] double bitRate() const;  ///< of the packets, bits a second
+    [[nodiscard]] double bitRate() const;  ///< of the packets, bits per second
 };
 
 struct ClipAudio {
@@ -63,8 +63,8 @@ struct ClipAudio {
     [[nodiscard]] std::size_t frames() const { return channelCount == 0 ? 0 : samples.size() / static_cast<std::size_t>(channelCount); }
     [[nodiscard]] double secondsOf(std::size_t frame) const { return start + static_cast<double>(frame) / sampleRate; }
 
-    /// How loud `tone` is and how much louder or quieter `other`, in dB, in that half second in which `other` is the quietest against
-    /// it: where the player itself stumbles, a break in its tone is heard at every frequency.
+    /// How loud `tone` is and how much louder or quieter `other`, in dB, in the half second in which `other` is quietest against
+    /// it: if the player itself stumbles, a break in its tone is heard at every frequency.
     struct Levels {
         double tone = -200;
         double otherAgainstTone = 0;
@@ -86,10 +86,10 @@ using LookAtPicture = std::function<void(const PictureView& luma, const ClipPict
 /// Frame numbers are read in the first of `parts` in which there is one; in the whole picture when there are no parts.
 RecordedClip readClip(const std::filesystem::path& file, const std::vector<PicturePart>& parts = {}, const LookAtPicture& look = {});
 
-/// The types of the boxes at the top of the file, in order (ISO 14496-12 4.2). Ends with "?" where the bytes are no box.
+/// The types of the boxes at the top of the file, in order (ISO 14496-12 4.2). Ends with "?" where the bytes are not a box.
 std::vector<std::string> topLevelBoxes(const std::filesystem::path& file);
 
-/// For every flash of the picture that has a beep of 1000 Hz within half a second: beep minus flash, seconds. As in
+/// For every flash of the picture with a beep of 1000 Hz within half a second: beep minus flash, in seconds. As in
 /// makeFlashAndBeepClip().
 std::vector<double> beepsAgainstFlashes(const RecordedClip& clip);
 

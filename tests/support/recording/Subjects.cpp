@@ -14,7 +14,7 @@ std::vector<std::string> windowArguments(
 {
     std::vector<std::string> arguments;
     if (!sound.empty()) {
-        // The shell becomes the window's process, and what plays stays below it and ends with the window.
+        // The shell becomes the window's process; what plays stays below it and ends with the window.
         arguments = {"sh", "-c", "setpriv --pdeathsig KILL sh -c \"$1\" sh \"$2\" & shift 2; exec \"$@\"", "sh",
             "while :; do setpriv --pdeathsig KILL pw-play \"$1\" 2>/dev/null; sleep 0.2; done", sound.string()};
     }

@@ -1,4 +1,4 @@
-// What is recorded in tests: windows that move and applications that sound, each ended with its object.
+// What is recorded in tests: windows that move and applications that play sound, each ended with its object.
 #pragma once
 
 #include "tests/support/recording/Velmora.h"
@@ -20,11 +20,11 @@ public:
     [[nodiscard]] std::uint32_t id() const { return id_; }
     [[nodiscard]] const std::string& title() const { return title_; }
 
-    /// Has a command carried out; its answer.
+    /// Has a command carried out; returns the answer.
     std::string command(const std::string& line);
 
-    /// Each frame's number with the CLOCK_MONOTONIC nanoseconds at which it had been shown, so far. Numbers are those that a picture of
-    /// the window tells: modulo 65536.
+    /// Each frame's number so far, with the CLOCK_MONOTONIC nanoseconds by which it had been shown. Numbers are those that a picture of
+    /// the window gives: modulo 65536.
     [[nodiscard]] std::map<std::uint32_t, std::int64_t> shown() const;
 
     void close() { process_.kill(); }
@@ -36,7 +36,7 @@ private:
     std::uint32_t id_ = 0;
 };
 
-/// mpv with a window of that title, playing a file over and over, on the screen.
+/// mpv with a window with that title on the screen, playing a file over and over.
 class VideoPlayer {
 public:
     VideoPlayer(const std::string& title, const std::filesystem::path& file);
@@ -48,16 +48,16 @@ private:
     ListedWindow window_;
 };
 
-/// Arguments that start Chromium with a profile of its own and without talk of its own. Options and the page come behind.
+/// Arguments that start Chromium with a profile of its own and without chatter. Options and the page come after them.
 std::vector<std::string> chromiumArguments(const std::filesystem::path& profile);
 
-/// Waits until so many streams play on the sound server. Throws when they never do.
+/// Waits until that many streams are playing on the sound server. Throws when they never do.
 void awaitPlayingStreams(int count);
 
-/// A clip for players, made by ffmpeg: `video` and `audio` are sources of libavfilter.
+/// A clip for players, made by ffmpeg: `video` and `audio` are libavfilter sources.
 void makeClip(const std::filesystem::path& file, const std::string& video, const std::string& audio, int seconds);
 
-/// Noise at half of full scale, which no encoder makes small, as a WAV file.
+/// Noise at half of full scale, which no encoder can compress well, as a WAV file.
 void writeNoise(const std::filesystem::path& file, int seconds);
 
 /// White pictures and a beep, both for the first tenth of every second.

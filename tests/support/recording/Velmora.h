@@ -1,4 +1,4 @@
-// The program under test as a person or a script runs it, and other programs that run to their end.
+// The program under test, run as a person or a script runs it, and other programs that run to their end.
 #pragma once
 
 #include "tests/support/TemporaryDirectory.h"
@@ -37,7 +37,7 @@ public:
     [[nodiscard]] bool isRunning() const { return !process_.endsWithin(std::chrono::seconds{0}); }
     void signal(int number) { process_.signal(number); }
 
-    /// Waits for its end; kills it, as if by a signal, when that does not come.
+    /// Waits for its end; kills it, as if by a signal, if that does not come.
     ProgramOutcome finish();
 
 private:
@@ -47,14 +47,14 @@ private:
 
 ProgramOutcome runProgram(std::vector<std::string> arguments, Environment environment = {});
 
-/// `arguments` with the program under test before them.
+/// `arguments`, preceded by the program under test.
 std::vector<std::string> velmora(std::vector<std::string> arguments);
 ProgramOutcome runVelmora(std::vector<std::string> arguments, Environment environment = {});
 
-/// Looks until the condition holds; false when it never does.
+/// Polls until the condition holds; false if it never does.
 bool waitUntil(const std::function<bool()>& condition);
 
-/// CLOCK_MONOTONIC nanoseconds, the time of the frames of a numbered window.
+/// CLOCK_MONOTONIC nanoseconds, in which the frames of a numbered window are timed.
 std::int64_t monotonicNow();
 
 struct ListedWindow {
@@ -71,7 +71,7 @@ struct ListedWindow {
 /// What `velmora windows --json` says, topmost first. Throws when it fails.
 std::vector<ListedWindow> listWindows();
 
-/// The window of that title, once it is listed as on the screen. Throws when it never is.
+/// The window with that title, once it is listed as on the screen. Throws when it never is.
 ListedWindow awaitWindow(const std::string& title);
 
 /// `velmora record`, running.
@@ -84,7 +84,7 @@ public:
     [[nodiscard]] pid_t processID() const { return program_.processID(); }
     [[nodiscard]] const std::filesystem::path& file() const { return file_; }
 
-    /// Waits for the file; for the first fragment in it, if so wished. False when it never comes.
+    /// Waits for the file, or for the first fragment in it. False when it never comes.
     bool hasFile() const;
     bool hasFragment() const;
 
@@ -96,7 +96,7 @@ private:
     Program program_;
 };
 
-/// Records to its end.
+/// Records to the end.
 ProgramOutcome record(std::uint32_t window, const std::filesystem::path& file, double seconds, Environment environment = {});
 
 }  // namespace velmora::test

@@ -22,7 +22,7 @@ namespace velmora::test {
 
 namespace {
 
-// More than anybody reads, and all of what most programs say.
+// More than anybody reads, and all that most programs say.
 constexpr std::size_t longestTranscript = 20'000;
 
 /// Of the test program.
@@ -91,7 +91,7 @@ ChildProcess::ChildProcess(
     if (::pipe2(in.data(), O_CLOEXEC) != 0 || ::pipe2(out.data(), O_CLOEXEC) != 0)
         throw std::runtime_error("no pipe");
 
-    // Everything is made ready before the fork: after it, with threads about, nothing may allocate.
+    // Everything is prepared before the fork: after it, with threads about, nothing may allocate.
     for (char** variable = environ; *variable; ++variable) {
         const std::string text{*variable};
         environment.emplace(text.substr(0, text.find('=')), text.substr(text.find('=') + 1));
@@ -169,7 +169,7 @@ void ChildProcess::send(const std::string& line)
 {
     const auto text = line + "\n";
     if (::write(input_, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
-        throw std::runtime_error("the child does not listen");
+        throw std::runtime_error("the child is not listening");
 }
 
 std::optional<std::string> ChildProcess::readLine(std::chrono::seconds timeout)
@@ -187,7 +187,7 @@ std::optional<std::string> ChildProcess::readLine(std::chrono::seconds timeout)
             return std::nullopt;
         std::array<char, 4096> bytes{};
         const auto count = ::read(output_, bytes.data(), bytes.size());
-        // What it wrote last may have no end of line.
+        // Its last output may have no end of line.
         if (count <= 0)
             return buffered_.empty() ? std::nullopt : std::optional{std::exchange(buffered_, {})};
         buffered_.append(bytes.data(), static_cast<std::size_t>(count));
@@ -225,7 +225,7 @@ void ChildProcess::kill()
 {
     if (processID_ <= 0)
         return;
-    // The group: what it started goes with it.
+    // The whole group: what it started goes with it.
     ::kill(-processID_, SIGKILL);
     ::kill(processID_, SIGKILL);
     wait();

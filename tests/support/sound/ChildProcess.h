@@ -11,16 +11,16 @@
 
 namespace velmora::test {
 
-/// What the programs said that were started since the last call: those that have ended, and those that still run, so far. A test that fails
+/// What the programs started since the last call have said, whether they have ended or are still running. A test that fails
 /// prints it (tests/support/FailureReport.cpp).
 std::string takeProgramTranscripts();
 
 /// Started by the constructor, in a process group of its own; killed with its group by the destructor, and alone when the test dies.
-/// Its standard input and output are ours.
+/// Its standard input and output belong to us.
 class ChildProcess {
 public:
-    /// `arguments[0]` is looked for along PATH. `environment` is added to ours. Standard error goes to `errorFile`, "/dev/stdout" for
-    /// the lines of readLine(); without one it is kept for the transcript, or shown at once where VELMORA_TEST_VERBOSE is set.
+    /// `arguments[0]` is looked up in PATH. `environment` is added to ours. Standard error goes to `errorFile`, "/dev/stdout" for
+    /// the lines of readLine(); without one it is kept for the transcript, or shown at once if VELMORA_TEST_VERBOSE is set.
     explicit ChildProcess(std::vector<std::string> arguments, std::map<std::string, std::string> environment = {},
         const std::filesystem::path& errorFile = {});
     ~ChildProcess();
@@ -29,13 +29,13 @@ public:
 
     [[nodiscard]] pid_t processID() const { return processID_; }
 
-    /// One line to its standard input.
+    /// Writes one line to its standard input.
     void send(const std::string& line);
 
     /// The next line of its standard output; none when it ends or the time is up.
     std::optional<std::string> readLine(std::chrono::seconds timeout = std::chrono::seconds{20});
 
-    /// Asks it to end and waits; kills it when it does not within five seconds.
+    /// Asks it to end and waits; kills it if it does not within five seconds.
     void terminate();
     void kill();
 
@@ -44,7 +44,7 @@ public:
     /// Whether it has ended, once it has or the time is up.
     [[nodiscard]] bool endsWithin(std::chrono::seconds timeout) const;
 
-    /// Waits for its own end; the exit status, none when it was ended by a signal.
+    /// Waits until it ends by itself; returns the exit status, none when a signal ended it.
     std::optional<int> wait();
 
     /// The command, how it ended, and what it has written so far.
@@ -53,8 +53,8 @@ public:
 private:
     const std::string command_;
     const std::filesystem::path errorFile_;
-    std::string read_;  ///< of its standard output
-    int messages_ = -1;  ///< its standard error, where that is ours to keep
+    std::string read_;  ///< from its standard output
+    int messages_ = -1;  ///< its standard error, if that is ours to keep
     std::string end_ = "still running";
     pid_t processID_ = -1;
     int input_ = -1;

@@ -1,4 +1,4 @@
-// Keeps what a source of sound delivers, for tests to look into.
+// Keeps what a source of sound delivers, for tests to examine.
 #pragma once
 
 #include "base/Mutex.h"
@@ -14,7 +14,7 @@
 
 namespace velmora::test {
 
-/// Of the nanoseconds in which sound is timed.
+/// In the nanoseconds in which sound is timed.
 inline constexpr std::int64_t millisecond = 1'000'000;
 
 class Recorder {
@@ -70,13 +70,13 @@ public:
         return {first, first + static_cast<std::ptrdiff_t>(frames * channelCount)};
     }
 
-    /// Waits until `frames` more have come than `begin`; false when they have not within a minute.
+    /// Waits until `frames` have come after `begin`; false if they have not within a minute.
     bool waitFor(std::size_t begin, std::size_t frames)
     {
         return waitUntil([&] { return position() >= begin + frames; });
     }
 
-    /// Waits until `condition` holds after some block; false when it has not within a minute.
+    /// Waits until `condition` holds after some block; false if it has not within a minute.
     bool waitUntil(const std::function<bool()>& condition)
     {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes{1};
@@ -89,14 +89,14 @@ public:
         }
     }
 
-    /// Level of `frequency` in dB of full scale over [begin, begin + frames).
+    /// The level of `frequency` in dB relative to full scale over [begin, begin + frames).
     double level(std::size_t begin, std::size_t frames, double frequency, std::size_t channel = 0)
     {
         return decibels(amplitudeAt(samples(begin, frames), channelCount, channel, sampleRate, frequency));
     }
 
     /// Waits until the last fifth of a second holds the tone at its full level, or (`present` false) next to nothing of it. `meanwhile` is
-    /// done for every block.
+    /// called for every block.
     bool waitForTone(
         double frequency, bool present = true, const std::function<void()>& meanwhile = [] {})
     {
@@ -112,8 +112,8 @@ public:
         });
     }
 
-    /// Waits for a second from now on that holds `tone` at half of full scale, whole, and gives how loud `other` is in it, in dB against
-    /// the tone. A second in which the player itself stumbled (a loaded machine) is passed over: a break in a tone is heard at every
+    /// Waits for a second from now on that holds all of `tone` at half of full scale, and returns how loud `other` is in it, in dB against
+    /// the tone. A second in which the player itself stumbled (a loaded machine) is skipped: a break in a tone is heard at every
     /// frequency. None within a minute gives 0.
     double cleanestSecond(double tone, double other, std::size_t channel = 0)
     {
@@ -135,7 +135,7 @@ public:
         return result;
     }
 
-    /// The largest difference, in nanoseconds, between a block's time and the end of the one before.
+    /// The largest difference, in nanoseconds, between a block's time and the end of the previous one.
     std::int64_t largestGap()
     {
         std::int64_t largest = 0;

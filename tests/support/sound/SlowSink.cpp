@@ -1,4 +1,4 @@
-// A sink that plays to nobody and says that it is heard late. Usage: slow_sink MILLISECONDS. Says "ready" when it can be linked.
+// A sink that plays to nobody and claims to be heard late. Usage: slow_sink MILLISECONDS. Prints "ready" when it can be linked.
 
 #include <array>
 #include <cstdint>

@@ -32,7 +32,7 @@ void waitUntil(const std::function<bool()>& condition, const char* what)
     }
 }
 
-/// A socket is there before it listens, and a client that comes between is refused and ends.
+/// A socket exists before it listens, and a client that comes in between is refused and ends.
 bool listens(const std::filesystem::path& socket)
 {
     sockaddr_un address{};

@@ -1,4 +1,4 @@
-// Sound servers of a test's own, with a sink that plays to nobody.
+// A test's own sound servers, with a sink that plays to nobody.
 #pragma once
 
 #include "tests/support/sound/ChildProcess.h"
@@ -9,8 +9,8 @@
 
 namespace velmora::test {
 
-/// A directory that goes with its owner, made the home and runtime directory of this process and its children meanwhile. The sound
-/// servers of whoever runs the tests are out of reach then.
+/// A directory that goes with its owner, and meanwhile is the home and runtime directory of this process and its children. The sound
+/// servers of whoever runs the tests are then out of reach.
 class PrivateSession {
 public:
     PrivateSession();
@@ -25,7 +25,7 @@ private:
     std::filesystem::path directory_;
 };
 
-/// PipeWire with WirePlumber and the PulseAudio service, and a message bus that WirePlumber asks for.
+/// PipeWire with WirePlumber and the PulseAudio service, and a message bus, which WirePlumber needs.
 class PipeWireServer {
 public:
     /// Throws when the server is not ready within 20 s.
@@ -61,7 +61,7 @@ private:
     std::unique_ptr<ChildProcess> server_;
 };
 
-/// Runs a program to its end; its standard output.
+/// Runs a program to its end; returns its standard output.
 std::string outputOf(std::vector<std::string> arguments);
 
 /// A WAV file of `seconds` of a stereo sine at half of full scale.

@@ -1,7 +1,7 @@
-// A program that plays a sine through PipeWire and does what it is told on its standard input: "pause", "play", "quit",
+// A program that plays a sine through PipeWire and obeys its standard input: "pause", "play", "quit",
 // "click" (answers with the CLOCK_MONOTONIC nanoseconds at which a click is heard), "delay" (answers with the nanoseconds between the
 // graph and the ear).
-// Usage: tone_player FREQUENCY [NAME] [CHANNELS]. Says "playing" when its first samples were taken.
+// Usage: tone_player FREQUENCY [NAME] [CHANNELS]. Prints "playing" when its first samples have been taken.
 
 #include <array>
 #include <atomic>

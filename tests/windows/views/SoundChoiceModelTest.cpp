@@ -85,7 +85,7 @@ TEST_F(SoundChoiceModelTest, RowsSayWhatPlaysWhetherItPausesAndWhichOfTwoItIs)
             Suggestion::nothing});
     EXPECT_THAT(column(SoundChoiceModel::Detail),
         ElementsAre("<b>Film</b> · process 12", "playing now · process 34", "Page · not playing now", "not playing now",
-            "The clip has pictures only"));
+            "The clip will be silent"));
     EXPECT_THAT(column(SoundChoiceModel::Symbol),
         ElementsAre("play.circle.fill", "play.circle.fill", "pause.circle.fill", "pause.circle.fill", "xmark.circle.fill"));
 }

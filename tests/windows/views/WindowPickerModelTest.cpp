@@ -118,7 +118,7 @@ TEST_F(WindowPickerModelTest, ASelectionThatTheSearchHidesStaysAndCanBeStarted)
 
 class WindowPickerRequestTest : public WindowPickerModelTest {
 protected:
-    /// Window 1 is started, and the desktop asks its user.
+    /// Window 1 is started, and the desktop asks the user.
     void startRequest()
     {
         list({window(1, "Choose", "a window"), window(2, "Beta", "granted")});
@@ -188,7 +188,7 @@ TEST_F(WindowPickerRequestTest, AFailedRequestIsToldToTheUser)
     EXPECT_THAT(errors, ElementsAre("Failed to capture window: No portal."));
 }
 
-/// Window 7 has been granted, and a player and a browser play.
+/// Window 7 has been granted, and a player and a browser are playing.
 class WindowPickerSoundTest : public WindowPickerRequestTest {
 protected:
     using Suggestion = platform::SoundChoices::Suggestion;

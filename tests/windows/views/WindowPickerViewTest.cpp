@@ -56,7 +56,7 @@ protected:
         return found;
     }
 
-    /// Of all symbols that are to be seen, from top to bottom.
+    /// All visible symbols, from top to bottom.
     [[nodiscard]] QString symbols() const
     {
         QStringList names;
