@@ -128,9 +128,9 @@ TEST(CommandLine, WithoutAWorkingFolderARelativePathIsAnError)
 
 TEST(CommandLine, AFileWithoutANameIsNone)
 {
-    EXPECT_EQ(complaint({"repair", ""}), "A file's name is not empty.");
-    EXPECT_EQ(complaint({"preview", ""}), "A file's name is not empty.");
-    EXPECT_EQ(complaint({"trim", "", "--start", "0", "--end", "1"}), "A file's name is not empty.");
+    EXPECT_EQ(complaint({"repair", ""}), "A file's name cannot be empty.");
+    EXPECT_EQ(complaint({"preview", ""}), "A file's name cannot be empty.");
+    EXPECT_EQ(complaint({"trim", "", "--start", "0", "--end", "1"}), "A file's name cannot be empty.");
 }
 
 TEST(CommandLine, RepairsOneFile)

@@ -249,7 +249,7 @@ TEST_F(InstanceBusTest, AFailureIsPrintedAsItIs)
     preview.file = "/clips/a.mp4";
     EXPECT_EQ(run(preview).errors, "No such window.\n");
     preview.file = "a.mp4";
-    EXPECT_EQ(run(preview).errors, "a.mp4 is no absolute path.\n");
+    EXPECT_EQ(run(preview).errors, "a.mp4 is not an absolute path.\n");
 }
 
 TEST_F(InstanceBusTest, EveryCommandReachesTheProgramWithWhatItCarries)

@@ -246,7 +246,7 @@ TEST_F(RecordCommandTest, AWindowThatClosesWhileTheClipIsBeingSavedChangesNothin
 TEST_F(RecordCommandTest, AnInterruptBeforeTheCaptureSaysThatNothingWasRecorded)
 {
     when([this] { return isCapturing(); }, interrupt);
-    expectFailure("Nothing was recorded yet.");
+    expectFailure("Nothing has been recorded yet.");
     EXPECT_FALSE(std::filesystem::exists(*command.output));
 }
 
@@ -260,7 +260,7 @@ TEST_F(RecordCommandTest, AnInterruptBeforeTheFirstPictureIsInTheFileSaysThatNot
             writers->writers[0]->removesFileAtFinish = true;
             interrupt();
         });
-    expectFailure("Nothing was recorded yet.");
+    expectFailure("Nothing has been recorded yet.");
 }
 
 class FullDiskRecordCommandTest : public RecordCommandTest {
@@ -335,7 +335,7 @@ TEST_F(TwoEncodersRecordCommandTest, AnotherEncoderWhosePicturesDoNotFitEndsItEa
             foreign->format = std::make_shared<const FormatDescription>(VideoFormat{FourCharacterCode{"avc1"}, 320, 240, {}, {}});
             encoders->newest()->emitOutput(0, foreign);
         });
-    expectEarlyEnd("Another encoder has taken over, and its pictures do not belong into the same file");
+    expectEarlyEnd("Another encoder has taken over, and its pictures do not belong in the same file");
     EXPECT_EQ(writers->writers[0]->finishCount, 1);
 }
 
@@ -347,7 +347,7 @@ TEST_F(RecordCommandTest, AnEncoderThatFailsForGoodEndsItEarlyWithWhatWasWritten
             for (int i = 0; i < 30; ++i)
                 encoders->newest()->emitOutput(-5, nullptr);
         });
-    expectEarlyEnd("The encoder fails (Status: -5)");
+    expectEarlyEnd("The encoder keeps failing (Status: -5)");
     EXPECT_EQ(writers->writers[0]->finishCount, 1);
 }
 
@@ -360,7 +360,7 @@ TEST_F(RecordCommandTest, AnEncoderThatFailsForGoodBeforeItsFirstPictureIsAFailu
             for (int i = 0; i < 30; ++i)
                 encoders->newest()->emitOutput(-5, nullptr);
         });
-    expectFailure("Failed to start recording: The encoder fails (Status: -5)");
+    expectFailure("Failed to start recording: The encoder keeps failing (Status: -5)");
     EXPECT_TRUE(writers->writers.empty());
 }
 
@@ -395,7 +395,7 @@ TEST_F(RecordCommandTest, AFileThatAppearsAfterItBeganToCaptureIsNotReplaced)
         });
     EXPECT_EQ(run(), command_line::failed);
     EXPECT_EQ(output, "");
-    EXPECT_EQ(errors, command.output->string() + " is there already; choose another name.\n");
+    EXPECT_EQ(errors, command.output->string() + " already exists; choose another name.\n");
     EXPECT_EQ(contentOf(*command.output), "mine");
 }
 

@@ -330,7 +330,7 @@ TEST_F(TrimmedClipTest, AFileThatIsThereIsNotOverwritten)
     const auto outcome = runTrim(shared_->path() / "uneven.mp4", 1, 2, {"--output", path("part.mp4").string()});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "");
-    EXPECT_THAT(outcome.messages, HasSubstr("is there already"));
+    EXPECT_THAT(outcome.messages, HasSubstr("already exists"));
     EXPECT_EQ(contentOf(path("part.mp4")), "mine");
 }
 
