@@ -44,7 +44,7 @@ private:
     mpv_render_context* renderer_ = nullptr;
 };
 
-/// libmpv's own words for a code of its.
+/// libmpv's own words for one of its codes.
 Error mpvError(int code);
 
 }  // namespace velmora::linux_backend

@@ -27,7 +27,7 @@ const xcb_visualtype_t* findVisual(const xcb_screen_t& screen, xcb_visualid_t id
     return nullptr;
 }
 
-/// BGRA in memory: 4 bytes a pixel, least significant first, red in bits 16 to 23.
+/// BGRA in memory: 4 bytes per pixel, least significant first, red in bits 16 to 23.
 bool isPictureFormat(const Connection& connection, xcb_visualid_t visualId)
 {
     std::uint8_t depth = 0;
@@ -94,9 +94,9 @@ Result<void> TrackedWindow::begin()
     if (!isPictureFormat(connection_, attributes->visual))
         return failX11(X11ErrorCode::unsupportedPixels, "Only windows with 24 or 32 bits a pixel can be captured.");
 
-    // Both at once: what the program paints because of the first must not come before the second.
+    // Both at once: what the program paints because of the first must not precede the second.
     const auto redirected = xcb_composite_redirect_window_checked(connection_.xcb(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
-    // Delta rectangles: each part that changes is told once until it is subtracted, however many requests draw it.
+    // Delta rectangles: each part that changes is reported once until it is subtracted, however many requests draw it.
     const auto damage = connection_.newId();
     const auto followed = xcb_damage_create_checked(connection_.xcb(), damage, window_, XCB_DAMAGE_REPORT_LEVEL_DELTA_RECTANGLES);
     const bool isRedirected = connection_.succeeded(redirected);
@@ -132,7 +132,7 @@ void TrackedWindow::handle(const xcb_generic_event_t& event)
         break;
     }
     case XCB_MAP_NOTIFY:
-        // Of the window or of an ancestor: either makes it viewable, and with that its pixmap a new one.
+        // Of the window or of an ancestor: either makes it viewable, and then its pixmap is a new one.
         pixmapStale_ = true;
         break;
     case XCB_UNMAP_NOTIFY:

@@ -8,7 +8,7 @@
 
 namespace velmora::linux_backend {
 
-/// What belongs to the main thread. Presses that are on their way hold it weakly.
+/// What belongs to the main thread. Presses on their way hold it weakly.
 struct X11HotKeyCenter::State {
     void deliver(HotKeyReference pressed)
     {

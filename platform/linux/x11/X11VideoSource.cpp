@@ -69,7 +69,7 @@ Result<std::unique_ptr<Connection>> connect(const std::string& displayName)
 
 }  // namespace
 
-/// What runs: everything in it but the wake-up and the flag belongs to the thread once that has begun.
+/// A running capture: everything in it but the wake-up and the flag belongs to the thread once that has begun.
 class X11VideoSource::Capture final : public engine::PictureContent {
 public:
     static Result<std::unique_ptr<Capture>> create(std::uint32_t windowID, const platform::StreamConfiguration& configuration,
@@ -142,7 +142,7 @@ Result<std::unique_ptr<X11VideoSource::Capture>> X11VideoSource::Capture::create
         capture->cursor_ = CursorTracker::create(*capture->connection_);
     capture->invalidate();
     // A window that becomes redirected begins with what was on the screen in its place, other windows included, and its program is told
-    // to paint it anew. One that does not paint all of it shows what there is.
+    // to repaint it. One that does not paint all of it shows what there is.
     capture->stream_->awaitFirstPaint();
     capture->thread_ = std::thread([running = capture.get()] { running->run(); });
     return capture;
@@ -185,7 +185,7 @@ std::optional<Error> X11VideoSource::Capture::step()
     noteDamage();
 
     const auto now = monotonicNow();
-    // Without an event as well now and then: a window may have come between, a program may have moved the pointer.
+    // Now and then without an event too: a window may have come between, a program may have moved the pointer.
     if (cursor_ && now >= cursorChecked_ + (cursor_->mayHaveChanged() ? stream_->interval() : engine::PictureStream::repeatInterval))
         placeCursor();
     if (auto worked = stream_->work(); !worked)
@@ -246,7 +246,7 @@ void X11VideoSource::Capture::placeCursor()
     stream_->setOverlayIsOutdated(cursorWanted_ != cursorDrawn_);
 }
 
-/// False when that did not work out: the content has changed its size, say.
+/// False when that did not work: the content has changed its size, say.
 Result<bool> X11VideoSource::Capture::fetch(engine::PooledPicture& picture)
 {
     restorePixels(picture.underCursor, picture.pixels, stream_->width());
