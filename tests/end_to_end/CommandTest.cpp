@@ -231,7 +231,7 @@ TEST_F(CommandTest, AFifoAsOutputIsNotOpened)
 TEST_F(CommandTest, ANameOfAnyBytesIsRecordedRepairedAndTrimmed)
 {
     const NumberedWindow window{{"--size", "320x240"}};
-    // A control character, bytes that are no UTF-8, and text of several writing systems.
+    // A control character, bytes that are not UTF-8, and text in several writing systems.
     for (const auto* name : {"caf\xE9 \xFF\x80.mp4", "ﾃｽﾄ – क्लिप.mp4", "a\nb\t.mp4"}) {
         const auto recorded = record(window.id(), path(name), 1);
         ASSERT_EQ(recorded.status, 0) << recorded.messages;
@@ -283,7 +283,7 @@ TEST_F(CommandTest, WhatCannotBePrintedIsAFailure)
 TEST_F(CommandTest, AFileThatMayNotGrowEndsTheRecordingEarlyInTheSystemsWords)
 {
     const NumberedWindow window{{"--size", "640x480", "--motion", "60"}};
-    // In blocks of 512 bytes: more than the reserve and some fragments, less than a recording of a minute. What the sound server shares
+    // In blocks of 512 bytes: more than the reserve and some fragments, less than a minute's recording. What the sound server shares
     // with the program is a file too.
     const auto outcome = runProgram({"sh", "-c", "ulimit -f 8000; exec \"$0\" record --window $1 --output \"$2\" --duration 60",
         velmora({}).front(), std::to_string(window.id()), path("clip.mp4").string()});

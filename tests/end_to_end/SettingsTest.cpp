@@ -181,7 +181,7 @@ TEST_F(SettingsTest, AFolderThatTakesNoFilesIsRefusedWithItsReasonAndTheOldOneSt
     EXPECT_TRUE(AssistiveTechnology::isAbsent("alert", refused.string())) << "a new choice begins without the old reason";
 }
 
-/// Another program that has Alt+Super+C, from its construction on.
+/// Another program that holds Alt+Super+C, from its construction on.
 class OtherProgramsShortcut {
 public:
     OtherProgramsShortcut() : connection_(std::move(linux_backend::Connection::open().value()))

@@ -1,4 +1,4 @@
-// The real module, loaded as the program does it. This executable itself links nothing of FFmpeg.
+// The real module, loaded as the program loads it. This executable itself links nothing of FFmpeg.
 
 #include "platform/linux/ffmpeg/CodecLoader.h"
 #include "platform/linux/modules/ModuleLoader.h"

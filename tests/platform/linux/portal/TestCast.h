@@ -12,7 +12,7 @@
 
 namespace velmora::linux_backend {
 
-/// A node of the server of this desktop. Frames carry numbers that readFrameNumber() reads.
+/// A node on this desktop's server. Frames carry numbers that readFrameNumber() reads.
 class TestCast {
 public:
     struct Options {
@@ -53,13 +53,13 @@ public:
     void showInVain(const Frame& frame);
     void show(std::uint32_t number) { show({.number = number, .crop = {}, .damage = {}, .time = {}}); }
 
-    /// From now on pictures of another size, in a new format.
+    /// From now on, pictures of another size, in a new format.
     void resize(std::int32_t width, std::int32_t height);
 
     /// How often somebody began to take pictures.
     [[nodiscard]] int connections();
 
-    /// Waits until as many have begun.
+    /// Waits until that many have begun.
     void waitForConnections(int count);
 
     /// Waits until whoever took pictures has left.

@@ -102,7 +102,7 @@ protected:
         RecordProperty("click_errors", errors);
     }
 
-    /// The time of a click less than 100 ms from `time`: beside a sine at half of full scale it is the only sample above 0.9.
+    /// The time of a click less than 100 ms from `time`: over a sine at half of full scale it is the only sample above 0.9.
     std::optional<std::int64_t> clickNear(std::int64_t time)
     {
         const auto blocks = recorder_.blocks();
