@@ -263,7 +263,7 @@ TEST(CommandLine, WhatACommandDoesStandsIndentedUnderIt)
     EXPECT_GT(explanations, 10);
 }
 
-/// The words of `text` whose letters are not as they are in a sentence.
+/// The words of `text` whose letters are not cased as in a sentence.
 std::vector<std::string> misspelt(const QString& text)
 {
     static const QStringList names{QStringLiteral("Ctrl+C"), QStringLiteral("Velmora"), QStringLiteral("Wayland")};

@@ -403,7 +403,7 @@ TEST_F(ShellRecordingTest, AStopAsTheWindowClosesGivesOneAlertWithBothTexts)
     EXPECT_EQ(alerts->alerts[1].informativeText, "Cannot record: Please select a video window first.");
 }
 
-/// Commands that come in over the bus. `isThere` while whoever sent one can tell of a failure.
+/// Commands that come in over the bus. `isThere` as long as whoever sent one can tell of a failure.
 class ShellCommandTest : public ShellRecordingTest {
 protected:
     ShellCommandTest()

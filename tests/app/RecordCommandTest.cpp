@@ -70,7 +70,7 @@ protected:
         };
     }
 
-    /// Once the condition holds, in the event loop of the command, the step is taken.
+    /// Once the condition holds, the step is taken, in the event loop of the command.
     void when(std::function<bool()> condition, std::function<void()> step) { steps_.emplace_back(std::move(condition), std::move(step)); }
 
     int run()
@@ -79,7 +79,7 @@ protected:
         const auto deadline = std::chrono::steady_clock::now() + patience;
         QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
             if (std::chrono::steady_clock::now() > deadline) {
-                ADD_FAILURE() << "what the test waits for does not come";
+                ADD_FAILURE() << "what the test waits for never comes";
                 return QCoreApplication::exit(-1);
             }
             if (arePicturesDelivered_ && writers->writers.empty())
@@ -116,7 +116,8 @@ protected:
 
     [[nodiscard]] bool isCapturing() const { return !streams->streams.empty() && streams->streams[0]->started; }
 
-    /// From now on, until there is a file for them. One alone may come before the capture takes any, or while the encoder is being made.
+    /// From now on, until there is a file for them. A single one might come before the capture takes any, or while the encoder is being
+    /// made.
     void deliverPictures() { arePicturesDelivered_ = true; }
 
     /// Pictures come until one of them is in the file.
@@ -255,7 +256,7 @@ TEST_F(RecordCommandTest, AnInterruptBeforeTheFirstPictureIsInTheFileSaysThatNot
     when([this] { return isCapturing(); }, [this] { deliverPictures(); });
     when([this] { return !writers->writers.empty(); },
         [this] {
-            // As the real one does with a file in which there is nothing.
+            // As the real one does with an empty file.
             writers->writers[0]->finishStatus = platform::AssetWriter::Status::failed;
             writers->writers[0]->removesFileAtFinish = true;
             interrupt();

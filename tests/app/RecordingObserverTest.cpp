@@ -280,7 +280,7 @@ TEST_F(RecordingObserverTest, TheStreamIsTheOneThatWasMade)
     capture();
     EXPECT_EQ(stream.get(), streams->streams.back().get()) << "the capture knows it by its address";
     stream.reset();
-    EXPECT_FALSE(streams->streams.back()->delegate.lock()) << "nobody keeps what stands between";
+    EXPECT_FALSE(streams->streams.back()->delegate.lock()) << "nobody keeps what stands between them";
 }
 
 }  // namespace

@@ -36,7 +36,7 @@ bool hasSettled(std::size_t threads)
 TEST(ManyRecordings, AThousandInOneProcessLeaveNoMemoryNoFileAndNoThreadBehind)
 {
     RecordingEngine engine;
-    // Every queue has its thread from its first work on.
+    // Every queue has its thread from its first work onwards.
     engine.play(1);
     const auto threads = threadCount();
     std::size_t heapBefore = 0;
