@@ -37,7 +37,7 @@ public:
 
     using Attachment = std::uint64_t;
 
-    /// Delivers pictures from now on, beginning with the newest; on the stream's thread, also before this returns. Whoever was attached
+    /// Delivers pictures from now on, beginning with the newest; on the stream's thread, even before this returns. Whoever was attached
     /// before hears nothing more. Fails when the cast has ended. Any thread but the stream's.
     Result<Attachment> attach(const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler,
         engine::VideoSource::Callbacks callbacks);

@@ -42,7 +42,7 @@ public:
     X11EventThread& operator=(const X11EventThread&) = delete;
 
     /// Runs `work` on the thread and returns when it has run; events that earlier work had read in have been handled before. Main thread
-    /// only. Fails, `work` not run, when the display cannot be reached (the next call tries again) or the connection was lost.
+    /// only. Fails, without running `work`, when the display cannot be reached (the next call tries again) or the connection was lost.
     Result<void> run(UniqueFunction<void(Context&)> work);
 
 private:
