@@ -10,7 +10,7 @@
 namespace velmora {
 
 /// Sends the command to the running instance, waits for its answer however long that takes, and prints it. Returns the exit status:
-/// failed, with a message on standard error, when no instance runs too.
+/// failed, with a message on standard error, if no instance is running.
 int runControlCommand(const command_line::Control& command, QDBusConnection connection = QDBusConnection::sessionBus());
 
 /// The process of the running instance; our own where none runs.

@@ -31,7 +31,7 @@ public:
     void command(std::initializer_list<const char*> arguments, std::uint64_t number = 0);
     void setText(const char* property, const std::string& value);
     void setFlag(const char* property, bool value);
-    [[nodiscard]] bool flag(const char* property) const;  ///< false where there is none, too
+    [[nodiscard]] bool flag(const char* property) const;  ///< false if there is none
     [[nodiscard]] std::optional<double> number(const char* property) const;
 
 private:

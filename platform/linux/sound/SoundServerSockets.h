@@ -13,7 +13,7 @@ class SoundServerSockets {
 public:
     SoundServerSockets();
 
-    /// Tells one file with a name from the next.
+    /// Tells one file from the next with the same name.
     struct Identity {
         std::uint64_t device = 0;
         std::uint64_t number = 0;

@@ -294,7 +294,7 @@ Result<void> X11VideoSource::Capture::reserveScratch(std::size_t size)
 /// Fetches `box` of the content so that what was fetched and what was there before make one moment of the window: when something was
 /// drawn outside of `box` before the fetch, all is fetched instead. What was drawn before the fetch is accounted for here: it is in
 /// this picture, and the others lack it. What was drawn after the subtraction stays in the window's damage as well, because the
-/// server may not report those parts again when they are drawn once more after the fetch.
+/// server may not report those parts again when they are drawn again after the fetch.
 bool X11VideoSource::Capture::fetchOneMoment(engine::PooledPicture* picture, ServerMemory& memory, PixelRect box)
 {
     const PixelRect whole{0, 0, window_->content().width, window_->content().height};

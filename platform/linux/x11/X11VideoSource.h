@@ -17,7 +17,7 @@ namespace velmora::linux_backend {
 /// frame and without shadows that its program draws. Other windows of the program are not in the picture.
 /// What was covered or off the screen at the start is there once the program has drawn it again, which the server asks it to do.
 ///
-/// A picture is taken when something is drawn or the pointer moves over the window, at most one a minimum frame interval on
+/// A picture is taken when something is drawn or the pointer moves over the window, at most one per minimum frame interval on
 /// average (one that is late may be followed by one up to a quarter of the interval early), and its time stamp is the moment it
 /// was taken. The last picture comes again, same memory and nothing dirty, when 0.5 s pass without a new one. Each picture is one
 /// moment of the window: it is fetched in one request, and only the bounds of what changed. While consumers hold all of a small pool of
