@@ -21,7 +21,7 @@ OptionDescription soundOption()
 }
 
 constexpr std::string_view soundDetails =
-    "On a Wayland desktop, which does not tell whose a window is, --sound does; what was chosen for a window is kept.";
+    "On a Wayland desktop, which does not say whose window it is, --sound does; what was chosen for a window is kept.";
 
 CommandGroup theProgram()
 {
@@ -93,7 +93,7 @@ CommandGroup withoutTheProgram()
                     "Without --output the clip goes to the Velmora folder in your videos folder, under a name with the time of day. "
                     "An existing file is never overwritten. If the recording ends early, because the window was closed or the disk is "
                     "full, what was recorded is saved, standard error says why, and the exit status is 3. Standard error also says why "
-                    "there is no sound, where it is missing. On a Wayland desktop, which does not tell whose a window is, --sound "
+                    "there is no sound, where it is missing. On a Wayland desktop, which does not say whose window it is, --sound "
                     "does; what was chosen for a window is kept."},
             {.name = "repair",
                 .argument = clip,

@@ -17,7 +17,7 @@ namespace {
 using namespace velmora::test;
 using velmora::benchmarks::Figures;
 
-/// Encodes, and tells how far it is: it is the last in the chain that a recording waits for.
+/// Encodes, and says how far it is: it is the last in the chain that a recording waits for.
 class MeasuredEncoder final : public velmora::engine::AudioEncoder {
 public:
     static inline std::atomic<std::size_t> frames = 0;

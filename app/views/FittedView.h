@@ -20,7 +20,7 @@ public:
     /// The size that the window has, or where it is resizable, its least size. Its contents scroll where it is smaller than that.
     void setGivenSize(const QSize& size, bool isResizable);
 
-    /// For a desktop that tells more of it than Qt does. In points.
+    /// For a desktop that knows more about it than Qt does. In points.
     void setWorkArea(const QSize& size);
 
     /// The same with a fixed size: that of the view that it shows, even when that changes.

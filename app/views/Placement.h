@@ -20,7 +20,7 @@ struct WorkArea {
     QRect area;  ///< without panels
 };
 
-/// Of the main screen, the one answer for all windows. None when there is no screen. Where the desktop does not tell, that of the window of
+/// Of the main screen, the one answer for all windows. None when there is no screen. Where the desktop does not say, that of the window of
 /// ours that has the focus, else the primary one.
 [[nodiscard]] std::optional<WorkArea> mainWorkArea(platform::WindowActivation& activation);
 

@@ -16,7 +16,7 @@ class FolderWatchTest : public testing::Test {
 protected:
     FolderWatchTest() { watch.watch(folder.path()); }
 
-    /// Handles events until that many changes have been told; false when they never are.
+    /// Handles events until that many changes have been reported; false when they never are.
     bool awaitChanges(int count)
     {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{60};

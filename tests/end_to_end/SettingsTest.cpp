@@ -113,7 +113,7 @@ public:
         EXPECT_EQ(process_.readLine(patience), "ready");
     }
 
-    /// What it tells next, such as the folder that a dialog opens in; waits for it.
+    /// What it says next, such as the folder that a dialog opens in; waits for it.
     std::optional<std::string> nextLine() { return process_.readLine(patience); }
 
 private:

@@ -203,7 +203,7 @@ TEST_F(TrimmedClipTest, GStreamerShowsTheChosenPicturesAndNoOthers)
     }
 }
 
-/// In a page: shows the part at each of the times, and tells the numbers of the pictures.
+/// In a page: shows the part at each of the times, and reports the numbers of the pictures.
 std::string pageFor(const std::string& file, const std::vector<double>& times)
 {
     std::ostringstream page;

@@ -1,4 +1,4 @@
-// Whether the desktop wants less motion, as its portal tells.
+// Whether the desktop wants less motion, as its portal says.
 #pragma once
 
 #include <functional>

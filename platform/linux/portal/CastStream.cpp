@@ -102,7 +102,7 @@ private:
     std::optional<std::int64_t> lastTime_;  // of any buffer in this format
     std::optional<PixelRect> crop_;  // in which the window is at window_
     PixelRect window_;
-    bool missedSome_ = false;  // a buffer was skipped, and nothing tells its damage
+    bool missedSome_ = false;  // a buffer was skipped, and nothing says what its damage was
     bool isReconnecting_ = false;
 
     std::unique_ptr<CastPictures> pictures_;

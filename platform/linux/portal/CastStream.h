@@ -22,7 +22,7 @@ class CastStream {
 public:
     struct Callbacks {
         /// The first picture is there, and the window has this size; pixels. `application` is the name of the desktop entry of the window's
-        /// application where the node tells it, else empty. Once.
+        /// application where the node gives it, else empty. Once.
         UniqueFunction<void(std::int32_t width, std::int32_t height, const std::string& application)> firstPicture;
         /// The cast has ended by itself. At most once; whoever is attached is told too.
         UniqueFunction<void(const Error&)> stopped;

@@ -20,7 +20,7 @@ struct PortalHotKeyCenterOptions {
     std::string desktop = {};  ///< as XDG_CURRENT_DESKTOP names it; empty: that of the environment
 };
 
-/// The first registration asks the desktop, which may ask its user, and is pending; once it is decided, registering the same again tells
+/// The first registration asks the desktop, which may ask its user, and is pending; once it is decided, registering the same again says
 /// how. One hot key at a time. The keys are a wish: the desktop, and its user at any time, may choose others. A registration that has
 /// failed is asked for again when it is made again.
 class PortalHotKeyCenter final : public platform::HotKeyCenter {

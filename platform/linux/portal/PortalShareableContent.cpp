@@ -43,7 +43,7 @@ struct Cast {
     std::unique_ptr<CastStream> stream;
     bool isEnded = false;
 
-    std::string application;  ///< the name of its desktop entry, where the desktop tells it
+    std::string application;  ///< the name of its desktop entry, where the desktop gives it
     std::vector<engine::SoundingApplication> listed;  ///< each was offered as the one whose sound to take
     std::optional<engine::SoundingApplication> sounding;  ///< the one whose sound is taken
 };

@@ -11,7 +11,7 @@
 
 namespace velmora::linux_backend {
 
-/// The desktop tells neither title nor application of a window, so a grant is known by when it was given.
+/// The desktop gives neither title nor application of a window, so a grant is known by when it was given.
 struct WindowGrant {
     std::uint32_t id = 0;
     std::string restoreToken;  ///< good for one session

@@ -195,7 +195,7 @@ void PulseConnection::onRecordingState(Recording& recording)
 {
     if (PA_STREAM_IS_GOOD(pa_stream_get_state(recording.stream.get())))
         return;
-    // The server ends it when the stream that it listens to moves to another sink; the change that is told next starts it again there.
+    // The server ends it when the stream that it listens to moves to another sink; the change that is reported next starts it again there.
     forget(recording.sinkInput);
 }
 

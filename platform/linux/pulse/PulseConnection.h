@@ -29,7 +29,7 @@ public:
         broken
     };
 
-    /// Fails when the attempt cannot even begin; whether a server answers is told through `changed`, like every change of the state. No
+    /// Fails when the attempt cannot even begin; whether a server answers is reported through `changed`, like every change of the state. No
     /// server is ever started.
     static Result<std::unique_ptr<PulseConnection>> create(pa_mainloop_api* api, const engine::StreamMatcher& matcher,
         engine::AudioSourceFormat format, engine::BlockDelivery& delivery, std::function<void()> changed);

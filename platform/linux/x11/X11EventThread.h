@@ -1,4 +1,4 @@
-// What the X server tells at any time, and the thread that sleeps until it does.
+// What the X server reports at any time, and the thread that sleeps until it does.
 #pragma once
 
 #include "base/Mutex.h"

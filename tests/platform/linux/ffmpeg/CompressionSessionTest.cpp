@@ -316,7 +316,7 @@ TEST_F(CompressionSessionTest, APictureOfOnePixelCanBeEncoded)
 
 TEST_F(CompressionSessionTest, OnlyChangedPartsAreConvertedAndTheResultIsThatOfTheWhole)
 {
-    // The same pictures, once with their changes told and once without: the streams must be the same.
+    // The same pictures, once with their changes given and once without: the streams must be the same.
     std::vector<std::vector<std::byte>> streams[2];
     for (int run = 0; run < 2; ++run) {
         output_ = std::make_shared<SessionOutput>();

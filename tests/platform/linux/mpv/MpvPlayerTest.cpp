@@ -306,7 +306,7 @@ TEST_F(MpvPlayerTest, PlayingAtTheEndTimeOrBehindItPausesAtOnce)
         viewer.shown.clear();
         viewer.times.clear();
         viewer->play();
-        EXPECT_THAT(viewer.times, IsEmpty()) << "nothing is told within a call";
+        EXPECT_THAT(viewer.times, IsEmpty()) << "nothing is reported within a call";
         ASSERT_TRUE(viewer.waitForTime(seconds(time)));
         EXPECT_THAT(viewer.times, ElementsAre(seconds(time)));
         // It is paused: another place can be looked at, and stays.

@@ -77,7 +77,7 @@ protected:
     }
 
     /// Lets the player click and looks for the clicks at the times at which it says that they are heard. Three of ten must be there: on
-    /// a loaded machine a player misses its turn after it has told the time, and a click that falls into a pause is lost.
+    /// a loaded machine a player misses its turn after it has given the time, and a click that falls into a pause is lost.
     void expectClicksInTime(ChildProcess& target)
     {
         int inTime = 0;

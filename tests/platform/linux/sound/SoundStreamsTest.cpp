@@ -1,4 +1,4 @@
-// What real sound servers tell about who is playing.
+// What real sound servers say about who is playing.
 #include "platform/linux/pipewire/PipeWireSoundStreams.h"
 #include "platform/linux/pulse/PulseSoundStreams.h"
 #include "platform/linux/sound/ApplicationAudio.h"

@@ -238,7 +238,7 @@ TEST(X11VideoSource, NothingIsDeliveredAfterTheStop)
     capture.source.stop();
     const auto count = capture.recorder.pictures().size();
     capture.source.stop();
-    // The window goes on drawing, then closes: both would be told if anybody still listened.
+    // The window goes on drawing, then closes: both would be reported if anybody still listened.
     capture.program.finish();
     TestDesktop desktop;
     desktop.waitUntil("the window is gone", [&] { return !desktop.isViewable(capture.program.window()); });
