@@ -105,7 +105,7 @@ void AppControl::capture(
         window,
         [this, id = window.id, remark = std::move(remark), completion = std::move(completion)](
             const Result<CaptureCoordinator::StartOutcome>& outcome) mutable {
-            // Where it was not taken, nobody wants it any more.
+            // If it was not taken, nobody wants it any more.
             services_.windowService->giveBackWindow(id);
             if (!outcome)
                 completion(fail(outcome.error()));

@@ -31,14 +31,14 @@ public:
         std::function<void()> showMenu;
         std::function<void()> quit;
 
-        /// What is wrong or waited for; may be empty.
+        /// What is wrong or being waited for; may be empty.
         std::function<std::string()> notice = {};
         std::shared_ptr<RecordingObserver> recordingObserver = nullptr;
     };
 
     explicit AppControl(Services services);
 
-    /// Goes on with the walkthrough until that has been completed; then the list of windows, or the menu where one is chosen.
+    /// Goes on with the walkthrough until that has been completed; after that, opens the list of windows, or the menu where one is chosen.
     void activate() override;
     void chooseWindow() override { services_.windows->presentWindowPicker(); }
     void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) override;

@@ -72,7 +72,7 @@ void AppDelegate::applicationDidFinishLaunching()
         presentOnboarding();
 }
 
-/// What the parts below keep silent: a recording that cannot go on is saved as if its end had been asked for.
+/// What the parts below keep to themselves: a recording that cannot go on is saved as if its end had been asked for.
 void AppDelegate::observeRecordings()
 {
     const auto& observer = services_.recordingObserver;
@@ -105,7 +105,7 @@ void AppDelegate::updateNotice()
 
 void AppDelegate::applicationShouldTerminate(UniqueFunction<void()> terminate)
 {
-    // Behind the end of a recording that was asked for just before.
+    // After the end of a recording that was asked for just before.
     services_.mainExecutor->async([self = shared_from_this(), terminate = std::move(terminate)]() mutable {
         self->services_.coordinator->stopCapture();
         self->awaitSaves(std::move(terminate));

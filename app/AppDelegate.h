@@ -34,7 +34,7 @@ public:
         /// Makes the controller of the item in the menu bar. Called once, at launch.
         std::function<std::unique_ptr<MenuBarController>(std::weak_ptr<WindowPresenting>)> makeMenuBarController;
 
-        /// Of the services that the coordinator captures with; none: nothing is observed.
+        /// That of the services that the coordinator captures with; none: nothing is observed.
         std::shared_ptr<RecordingObserver> recordingObserver = nullptr;
     };
 
@@ -52,16 +52,16 @@ public:
     [[nodiscard]] static constexpr bool applicationShouldTerminateAfterLastWindowClosed() { return false; }
 
     /// Stops the capture and calls `terminate` once, when every recording that was stopped is safe. The item in the menu bar says what is
-    /// waited for.
+    /// being waited for.
     void applicationShouldTerminate(UniqueFunction<void()> terminate);
 
     void applicationWillTerminate();
 
-    /// Calls `completion` once, when every recording that was stopped is safe: now, where none is on its way. Until then the item in the
+    /// Calls `completion` once, when every recording that was stopped is safe: at once, if none is being saved. Until then the item in the
     /// menu bar says so.
     void awaitSaves(UniqueFunction<void()> completion);
 
-    /// What is wrong or waited for, in whole sentences; empty when nothing is.
+    /// What is wrong or being waited for, in whole sentences; empty when nothing is.
     [[nodiscard]] std::string notice() const;
 
     void presentOnboarding() override;
@@ -80,8 +80,8 @@ private:
 
     const Services services_;
     std::unique_ptr<MenuBarController> menuBarController_;
-    int saveWaits_ = 0;  // those who wait for the saves
-    std::string heldMessage_;  // to be told with what is sure to follow
+    int saveWaits_ = 0;  // how many wait for the saves
+    std::string heldMessage_;  // to be told together with what is sure to follow
     std::shared_ptr<ApplicationWindow> onboardingWindow_;
     std::shared_ptr<ApplicationWindow> windowPickerWindow_;
     std::shared_ptr<ApplicationWindow> previewWindow_;

@@ -30,7 +30,7 @@ class ApplicationWindow {
 public:
     virtual ~ApplicationWindow() = default;
 
-    /// Shows the window, gives it the focus and brings it to the front, on the current workspace. `regardless`: also above the windows
+    /// Shows the window, gives it the focus and brings it to the front, on the current workspace. `regardless`: even above the windows
     /// of other programs.
     virtual void makeKeyAndOrderFront(bool regardless) = 0;
 };
@@ -39,7 +39,7 @@ class ApplicationWindowFactory {
 public:
     virtual ~ApplicationWindowFactory() = default;
 
-    /// Hidden, in the middle of the main screen; of its work area's size where the given one does not fit, and then its contents scroll.
+    /// Hidden, in the middle of the main screen; where the given size does not fit, it has that of the work area and its contents scroll.
     virtual std::shared_ptr<ApplicationWindow> makeWindow(const WindowDescription& description) = 0;
 };
 
@@ -47,14 +47,14 @@ struct Alert {
     enum class Style { warning, informational };
 
     Style style = Style::warning;
-    std::string messageText;  ///< plain text, as the rest
+    std::string messageText;  ///< plain text, like the rest
     std::string informativeText;
     std::vector<std::string> buttons;  ///< the first is the one that Return presses; Escape presses the last
 
     friend bool operator==(const Alert&, const Alert&) = default;
 };
 
-/// Shows alerts one after another, above everything, blocking our own windows only.
+/// Shows alerts one after another, above everything, blocking only our own windows.
 class AlertPresenter {
 public:
     virtual ~AlertPresenter() = default;

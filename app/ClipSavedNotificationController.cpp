@@ -47,7 +47,7 @@ void ClipSavedNotificationController::showClipSaved(const std::filesystem::path&
 void ClipSavedNotificationController::showClipMoved(const std::filesystem::path& place)
 {
     post("Clip Moved",
-        place.filename().string() + " was moved while it was being recorded. It lies whole in " + place.parent_path().string() + ".",
+        place.filename().string() + " was moved while it was being recorded. The whole clip is in " + place.parent_path().string() + ".",
         place);
 }
 

@@ -1,4 +1,4 @@
-// Tells the user that a clip was saved, a notification and a panel for a few seconds, or that it lies elsewhere.
+// Tells the user that a clip was saved, a notification and a panel for a few seconds, or that it is elsewhere.
 #pragma once
 
 #include "app/WindowPresenting.h"
@@ -34,7 +34,7 @@ public:
     /// Shows it, transparent, above everything, and fades it in.
     virtual void orderFrontAndFadeIn() = 0;
 
-    /// Fades it out over `duration`, hides it and then calls `completion`; never when it is shown again before.
+    /// Fades it out over `duration`, hides it and then calls `completion`; does not call it if it is shown again before that.
     virtual void fadeOutAndOrderOut(std::chrono::milliseconds duration) = 0;
 };
 
@@ -51,7 +51,8 @@ public:
     static constexpr std::chrono::milliseconds timeOnScreen{7000};
     static constexpr std::chrono::milliseconds fadeOut{250};
 
-    /// What the notification asks for: on many desktops it appears where the panel stands, and can be read and used when the panel has gone.
+    /// What the notification asks for: on many desktops it appears where the panel stands, and it has to be readable and usable when the
+    /// panel has gone.
     static constexpr std::chrono::milliseconds notificationTime = timeOnScreen + fadeOut + std::chrono::seconds{8};
 
     struct Services {
@@ -68,10 +69,10 @@ public:
 
     ClipSavedNotificationController(Private, Services services);
 
-    /// Any thread. `duration` in seconds; zero and less mean that it is not known.
+    /// Any thread. `duration` in seconds; zero or less means that it is not known.
     void showClipSaved(const std::filesystem::path& clip, double duration, bool isFullDuration);
 
-    /// Of a recording whose file was moved meanwhile: a notification of where it lies whole, with the same actions. Any thread.
+    /// For a recording whose file was moved meanwhile: a notification of where the whole file is, with the same actions. Any thread.
     void showClipMoved(const std::filesystem::path& place);
 
     void presentHUD(const std::filesystem::path& clip, const std::string& title);

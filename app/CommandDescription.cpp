@@ -21,7 +21,7 @@ OptionDescription soundOption()
 }
 
 constexpr std::string_view soundDetails =
-    "On a Wayland desktop, which does not tell whose a window is, --sound says it; what was chosen for a window is kept.";
+    "On a Wayland desktop, which does not say whose window it is, --sound does; what was chosen for a window is kept.";
 
 CommandGroup theProgram()
 {
@@ -30,27 +30,26 @@ CommandGroup theProgram()
             {.name = {},
                 .argument = {},
                 .options = {},
-                .summary = "Starts the program in the tray; when it runs already, brings it up.",
+                .summary = "Starts the program in the tray; if it is already running, brings it up.",
                 .details = {}},
         }};
 }
 
 CommandGroup forTheRunningProgram()
 {
-    return {"Commands for the program that runs",
+    return {"Commands for the running program",
         {
             {.name = "toggle",
                 .argument = {},
                 .options = {},
-                .summary = "Starts a recording; ends the one that runs and prints the clip's path when it is safe.",
-                .details =
-                    "What goes wrong with it, with select or with stop is said on standard error. Where that is no terminal, because "
-                    "a key is bound to the command, say, the program opens an alert too."},
+                .summary = "Starts a recording; ends the one in progress and prints the clip's path once it is safe.",
+                .details = "What goes wrong with it, with select or with stop is said on standard error. Where that is not a terminal, say "
+                           "because a key is bound to the command, the program opens an alert too."},
             {.name = "choose",
                 .argument = {},
                 .options = {},
                 .summary = "Opens the list of windows to choose the one to record.",
-                .details = "Where the program is installed and does not run yet, it is started."},
+                .details = "If the program is installed and not yet running, it is started."},
             {.name = "select",
                 .argument = window,
                 .options = {soundOption()},
@@ -59,7 +58,7 @@ CommandGroup forTheRunningProgram()
             {.name = "stop",
                 .argument = {},
                 .options = {},
-                .summary = "Saves a recording that runs, then stops capturing the window.",
+                .summary = "Saves a recording in progress, then stops capturing the window.",
                 .details = {}},
             {.name = "status",
                 .argument = {},
@@ -70,9 +69,9 @@ CommandGroup forTheRunningProgram()
             {.name = "quit",
                 .argument = {},
                 .options = {},
-                .summary = "Ends the program, and with it a recording that runs.",
-                .details = "Such a recording is not saved, nor is one whose window is closed or that runs when the machine goes to sleep. "
-                           "What was recorded of it, if that is a second or more, lies in the desktop's trash where there is one."},
+                .summary = "Ends the program, and with it a recording in progress.",
+                .details = "Such a recording is not saved, nor is one whose window is closed or that is running when the machine goes to "
+                           "sleep. What was recorded, if it is a second or more, goes to the desktop's trash where there is one."},
         }};
 }
 
@@ -92,10 +91,10 @@ CommandGroup withoutTheProgram()
                 .summary = "Records the window until the duration is over, or until Ctrl+C or SIGTERM, and prints the clip's path.",
                 .details =
                     "Without --output the clip goes to the Velmora folder in your videos folder, under a name with the time of day. "
-                    "A file that is there already is never overwritten. Where the recording ends early, because the window was closed "
-                    "or the disk is full, what was recorded is saved, standard error says why, and the exit status is 3. It says, too, why "
-                    "there is no sound, where it is missing. On a Wayland desktop, which does not tell whose a window is, --sound says "
-                    "it; what was chosen for a window is kept."},
+                    "An existing file is never overwritten. If the recording ends early, because the window was closed or the disk is "
+                    "full, what was recorded is saved, standard error says why, and the exit status is 3. Standard error also says why "
+                    "there is no sound, where it is missing. On a Wayland desktop, which does not say whose window it is, --sound "
+                    "does; what was chosen for a window is kept."},
             {.name = "repair",
                 .argument = clip,
                 .options = {},
@@ -107,12 +106,12 @@ CommandGroup withoutTheProgram()
                     {"output", newFile, false, "The part's file."}},
                 .summary = "Writes that part of a clip to a file of its own, exact to the frame and the sample of sound, without encoding "
                            "anything, and prints the file's path.",
-                .details = "TIME is seconds (83.5) or minutes and seconds (1:23.5). Without --output the part lies beside the clip. The "
-                           "clip is not changed, and a file that is there already is never overwritten."},
+                .details = "TIME is seconds (83.5) or minutes and seconds (1:23.5). Without --output the part goes beside the clip. The "
+                           "clip is not changed, and an existing file is never overwritten."},
         }};
 }
 
-/// The words of `text` in lines that begin with the indentation and end before the column.
+/// The words of `text` on lines that begin with the indentation and end before the column.
 std::string wrapped(std::string_view text, std::size_t indentation, std::size_t columns)
 {
     std::string lines;
@@ -180,7 +179,7 @@ std::string usageText()
             text += wrapped(std::string{command.summary} + (command.details.empty() ? "" : " ") + std::string{command.details}, 6, columns);
         }
     }
-    return text + "\n  velmora --help | --version\n\nExit status: 0 done, 1 failed, 2 wrong use, 3 recorded, but ended early.\n";
+    return text + "\n  velmora --help | --version\n\nExit status: 0 done, 1 failed, 2 wrong usage, 3 recorded, but ended early.\n";
 }
 
 }  // namespace velmora::command_line

@@ -10,12 +10,12 @@
 
 namespace velmora::command_line {
 
-/// An argument in capitals, and what a shell offers in its place.
+/// An argument, in capitals, and what a shell offers in its place.
 struct ArgumentDescription {
     enum class Kind {
         window,  ///< a number that 'velmora windows' lists
-        clip,  ///< an MP4 file that is there
-        newFile,  ///< a file that is not there yet
+        clip,  ///< an existing MP4 file
+        newFile,  ///< a file that does not exist yet
         text,  ///< nothing can be offered
     };
 
@@ -37,7 +37,7 @@ struct CommandDescription {
     std::string_view summary;  ///< a sentence
     std::string_view details;  ///< further sentences, if any
 
-    /// As "velmora record --window ID [--duration SECONDS]".
+    /// For example "velmora record --window ID [--duration SECONDS]".
     [[nodiscard]] std::string synopsis() const;
 };
 
@@ -52,7 +52,7 @@ inline constexpr std::string_view programPurpose = "records one window, with its
 /// In the order in which help presents them. Any thread.
 [[nodiscard]] std::span<const CommandGroup> commandGroups();
 
-/// None: there is no such command.
+/// None if there is no such command.
 [[nodiscard]] const CommandDescription* findCommand(std::string_view name);
 
 /// How the program is used, in full, in lines of at most 80 columns.

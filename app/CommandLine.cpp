@@ -28,7 +28,7 @@ QString text(std::string_view utf8)
     return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
 }
 
-// What stands after a command's name: the options of its description are understood, and it has as many other arguments as it takes.
+// What comes after a command's name: the options of its description are understood, and it has as many other arguments as it takes.
 class Arguments {
 public:
     /// `arguments` begins with the command's name.
@@ -42,7 +42,7 @@ public:
             parser_.addOption({text(option.name), QString{}, option.argument ? text(option.argument->name) : QString{}});
     }
 
-    /// What the user gets instead of the command: help, or what is wrong. None when the command can be carried out. `usage` is said to
+    /// What the user gets instead of the command: help, or what is wrong. None when the command can be carried out. `usage` is for
     /// somebody who gives too few or too many arguments to a command that takes one.
     std::optional<Parsed> parse(const QString& usage = {})
     {
@@ -116,7 +116,7 @@ std::string bytesOf(const QString& text)
             continue;
         }
         auto end = i;
-        // The second half of a pair is no byte.
+        // The second half of a pair is not a byte.
         while (end < text.size() && !isByteOfNoText(text[end]))
             end += text[end].isHighSurrogate() && end + 1 < text.size() ? 2 : 1;
         bytes.append(text.mid(i, end - i).toUtf8());
@@ -130,7 +130,7 @@ using ParsedPath = tl::expected<std::filesystem::path, QString>;
 ParsedPath absolutePath(const QString& text)
 {
     if (text.isEmpty())
-        return wrong(QStringLiteral("A file's name is not empty."));
+        return wrong(QStringLiteral("A file's name cannot be empty."));
     std::error_code error;
     auto path = std::filesystem::absolute(bytesOf(text), error);
     if (error)
@@ -198,7 +198,7 @@ Parsed parseRepair(const QStringList& arguments)
     return Repair{.file = std::move(*file)};
 }
 
-/// Digits, and decimals where they may be; nothing that only a programmer takes for a number.
+/// Digits, and decimals where they are allowed; nothing that only a programmer takes for a number.
 std::optional<double> parsePlainNumber(const QString& text, bool withDecimals)
 {
     const auto parts = text.split(QLatin1Char('.'));
@@ -222,7 +222,7 @@ std::optional<MediaTime> parseTime(const QString& text)
     double sum = 0;
     for (qsizetype i = 0; i < parts.size(); ++i) {
         const auto value = parsePlainNumber(parts[i], i + 1 == parts.size());
-        // Behind a colon stand two digits, below 60.
+        // After a colon come two digits, below 60.
         if (!value || (i > 0 && (*value >= 60 || parts[i].split(QLatin1Char('.')).constFirst().size() != 2)))
             return std::nullopt;
         sum = sum * 60 + *value;
@@ -246,11 +246,11 @@ Parsed parseTrim(const QStringList& arguments)
     for (const auto& [option, time] : {std::pair{"start", &trim.range.start}, {"end", &trim.range.end}}) {
         const auto parsed = parseTime(given.value(option));
         if (!parsed)
-            return wrong(QStringLiteral("'%1' is not a time in seconds, as 83.5 or 1:23.5.").arg(given.value(option)));
+            return wrong(QStringLiteral("'%1' is not a time in seconds, such as 83.5 or 1:23.5.").arg(given.value(option)));
         *time = *parsed;
     }
     if (trim.range.end <= trim.range.start)
-        return wrong(QStringLiteral("The end has to lie after the start."));
+        return wrong(QStringLiteral("The end has to be after the start."));
     const auto chosen = parseOutput(given);
     if (!chosen)
         return wrong(chosen.error());

@@ -44,7 +44,7 @@ struct Trim {
 /// The program itself, in the tray.
 struct Run { };
 
-/// Something for the program that runs already.
+/// Something for the program that is already running.
 struct Control {
     enum class Action { toggle, choose, select, stop, status, preview, quit };
 
@@ -62,8 +62,8 @@ struct Print {
 
 using Command = std::variant<Run, Control, Windows, Record, Repair, Trim, Print>;
 
-/// An argument as the system gave it. Bytes that are no UTF-8 become lone surrogates, U+DC80 to U+DCFF, which no UTF-8 makes: parse() has
-/// them back in the paths.
+/// An argument as the system gave it. Bytes that are not UTF-8 become lone surrogates, U+DC80 to U+DCFF, which no UTF-8 makes: parse()
+/// puts them back into the paths.
 QString argumentText(std::string_view bytes);
 
 /// The command in `arguments` (the program's name first), or what is wrong with them in one line.

@@ -9,7 +9,7 @@
 
 namespace velmora {
 
-/// Asks with the desktop's dialog, above the window that has the focus; with our own where the desktop cannot ask, and only there.
+/// Asks with the desktop's dialog, above the window that has the focus; with our own only where the desktop cannot ask.
 class FocusedFolderChooser final : public platform::FolderChooser {
 public:
     /// `focusedWindow` is the X11 window of ours that has the focus; 0: none.

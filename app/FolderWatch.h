@@ -11,18 +11,18 @@
 
 namespace velmora {
 
-/// Main thread only. A clip has come when it is whole: when whoever wrote it closed it, or gave it its name.
+/// Main thread only. A clip has come when it is whole: when whoever wrote it has closed it, or given it its name.
 class FolderWatch final : public QObject {
     Q_OBJECT
 
 public:
-    /// `changed` is called shortly after a change; once for several that come together.
+    /// `changed` is called shortly after a change; once for several that come close together.
     explicit FolderWatch(std::function<void()> changed);
     ~FolderWatch() override;
     FolderWatch(const FolderWatch&) = delete;
     FolderWatch& operator=(const FolderWatch&) = delete;
 
-    /// Watches this folder and no other. Nothing happens where there is none; one that was made anew can be watched anew.
+    /// Watches this folder and no other. Nothing happens where there is none; one that has been made again can be watched again.
     void watch(const std::filesystem::path& folder);
 
 private:

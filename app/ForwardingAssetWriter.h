@@ -1,4 +1,4 @@
-// What stands between a recording and the writer of its file passes on all that it does not care about.
+// What stands between a recording and the writer of its file, and passes on all that it does not care about.
 #pragma once
 
 #include "platform/AssetWriter.h"
@@ -39,7 +39,7 @@ private:
 
 using AssetWriterWrapper = std::function<std::shared_ptr<platform::AssetWriter>(std::shared_ptr<platform::AssetWriter>)>;
 
-/// `writers`, each of which goes through `wrapper`, on the thread that asked for it.
+/// `writers`, with each writer put through `wrapper` on the thread that asked for it.
 std::shared_ptr<platform::AssetWriterFactory> wrapped(std::shared_ptr<platform::AssetWriterFactory> writers, AssetWriterWrapper wrapper);
 
 }  // namespace velmora

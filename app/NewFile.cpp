@@ -25,7 +25,7 @@ bool isTaken(const Error& error)
 
 std::string alreadyThere(const std::filesystem::path& path)
 {
-    return path.native() + " is there already; choose another name.";
+    return path.native() + " already exists; choose another name.";
 }
 
 }  // namespace velmora::new_file

@@ -1,4 +1,4 @@
-// A file that a command is to make, and never in the place of another.
+// A file that a command is to make, never in place of another.
 #pragma once
 
 #include "base/Result.h"
@@ -8,8 +8,8 @@
 
 namespace velmora::new_file {
 
-/// Succeeds where nothing has this name; a link has it too, also one that leads nowhere. Fails with EEXIST where something has, and with
-/// the system's error where that cannot be told: no permission for the folder, a name that is too long, links that lead in a circle.
+/// Succeeds where nothing has this name; a link counts, even one that leads nowhere. Fails with EEXIST where something has, and with
+/// the system's error where that cannot be found out: no permission for the folder, a name that is too long, links that lead in a circle.
 [[nodiscard]] Result<void> checkIsFree(const std::filesystem::path& path);
 
 /// Whether the error is that something has the name already.

@@ -75,7 +75,7 @@ public:
 
     void captureServiceDidStopUnexpectedly(ScreenCaptureKitService&, const std::string& reason) override
     {
-        // One that is being saved does without the capture.
+        // One that is being saved no longer needs the capture.
         if (std::exchange(isEnding_, true))
             return;
         if (url_.empty())
@@ -148,7 +148,7 @@ private:
         });
     }
 
-    // Not before pictures come out of the encoder: while it is being made they are dropped, and a file that begins with the first of them
+    // Not before pictures come out of the encoder: while it is being made they are dropped, and a file that begins with the first of these
     // has a hole.
     void startRecording()
     {
@@ -309,7 +309,7 @@ private:
     std::filesystem::path url_;
     std::chrono::nanoseconds firstSample_ = 0ns;
     std::optional<std::string> earlyEnd_;  ///< why, where nobody asked for the end
-    std::string whyNothing_ = "Nothing was recorded yet.";  ///< what the user is told where the end comes before the first picture
+    std::string whyNothing_ = "Nothing has been recorded yet.";  ///< what the user is told if the end comes before the first picture
     bool isEnding_ = false;
     bool progressIsShown_ = false;
 };

@@ -11,7 +11,7 @@ namespace velmora {
 
 /// Runs the event loop until the clip is saved or has failed; returns the exit status. The saved path alone goes to standard output;
 /// messages, and a progress line where that is a terminal, go to standard error. Whatever ends the recording, what was recorded is saved:
-/// `endedEarly` is the status where the user did not ask for the end.
+/// the status is `endedEarly` where the user did not ask for the end.
 int runRecordCommand(
     const command_line::Record& command, const platform::PlatformServices& services, std::shared_ptr<Executor> mainExecutor);
 

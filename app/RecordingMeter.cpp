@@ -12,7 +12,7 @@ namespace {
 
 using Event = RecordingReport::Event;
 
-/// Three encoders' worth: one that goes on failing is given up after ten pictures, and its successor has its chance.
+/// Three encoders' worth: one that goes on failing is given up after ten pictures, and its successor gets its chance.
 constexpr int failuresOfADeadEncoder = 30;
 
 // All samples zero; blocks hold 32-bit floats, whose zero is all bits zero.
@@ -72,9 +72,9 @@ private:
         std::string reason;
         if (writer->status() == platform::AssetWriter::Status::failed) {
             const auto error = writer->error();
-            reason = error ? error->localizedDescription : "The file takes nothing more";
+            reason = error ? error->localizedDescription : "Nothing more can be written to the file";
         } else if (mediaType_ == MediaType::video && format_ && sample.format && *sample.format != *format_) {
-            reason = "Another encoder has taken over, and its pictures do not belong into the same file";
+            reason = "Another encoder has taken over, and its pictures do not belong in the same file";
         } else {
             return;
         }
@@ -169,7 +169,7 @@ public:
         if (status == 0 && !isEncoded)
             return;
         if (status != 0 && ++failures_ == failuresOfADeadEncoder)
-            meter_->report(Event::encoderFailed, "The encoder fails (Status: " + std::to_string(status) + ")");
+            meter_->report(Event::encoderFailed, "The encoder keeps failing (Status: " + std::to_string(status) + ")");
         if (status == 0 && std::exchange(failures_, 0) >= failuresOfADeadEncoder)
             meter_->report(Event::encoderWorks);
     }

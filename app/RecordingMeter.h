@@ -19,19 +19,19 @@ namespace velmora {
 struct RecordingReport {
     enum class Event {
         captureBegins,
-        soundIsMissing,  ///< the capture or the file goes on without
+        soundIsMissing,  ///< the capture or the file goes on without it
         soundIsThere,  ///< again
         encoderFailed,  ///< none can be made, or so many pictures in a row were lost that none will come
         encoderWorks,  ///< after a failure
         fileBegins,
-        fileFailed,  ///< it takes nothing more
+        fileFailed,  ///< nothing more can be written to it
         fileEndsEmpty,  ///< it is finished without a picture
         fileEnds,
         fileWasMoved,  ///< it is whole, but not where it was begun
     };
 
     Event event;
-    std::string reason = {};  ///< for people, where there is one; of a file that was moved, the path where it lies
+    std::string reason = {};  ///< for people, where there is one; for a file that was moved, the path where it is
     std::uint64_t file = 0;  ///< which of the files: 1 is the first
 };
 
@@ -39,18 +39,18 @@ struct RecordingReport {
 class RecordingMeter {
 public:
     std::atomic<std::uint64_t> writtenFrames = 0;
-    std::atomic<std::uint64_t> droppedFrames = 0;  ///< not encoded or not taken by the file
-    std::atomic<bool> writesSound = false;  ///< the file takes sound at all
+    std::atomic<std::uint64_t> droppedFrames = 0;  ///< not encoded, or not accepted by the file
+    std::atomic<bool> writesSound = false;  ///< the file has sound at all
     std::atomic<std::int64_t> lastSoundNanoseconds = 0;  ///< time stamp of the last block that was not silent; 0 when none was
 
     /// Called once, on a thread of the encoder's, when its first picture comes out: it is ready. That picture goes nowhere, or a file that is
-    /// quickly there would begin with it and lack those that the encoder dropped meanwhile. Set before the capture starts.
+    /// opened quickly would begin with it and lack those that the encoder dropped meanwhile. Set before the capture starts.
     std::function<void()> onFirstPicture;
 
     /// Called once, on the writer's queue, when the first sample is in the file. Set before the recording starts.
     std::function<void(MediaTime firstSampleTime)> onFirstSample;
 
-    /// Called for everything of interest, on any thread, each failure once until it has passed. Set before the capture starts.
+    /// Called for everything of interest, on any thread; for each failure once until it has passed. Set before the capture starts.
     std::function<void(RecordingReport)> onReport;
 
     void report(RecordingReport::Event event, std::string reason = {}, std::uint64_t file = 0) const

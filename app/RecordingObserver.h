@@ -14,7 +14,7 @@
 namespace velmora {
 
 /// Hears from the services that a capture uses what goes wrong in them, and knows when going on is of no use: where no encoder can be made, the
-/// one that runs fails or gives way to one whose pictures do not belong into the same file, or the file takes nothing more. Needs neither a
+/// running one fails or gives way to one whose pictures do not belong in the same file, or nothing more can be written. Needs neither a
 /// tray nor a coordinator. Main thread only, except where the wrapped services call.
 class RecordingObserver final : public std::enable_shared_from_this<RecordingObserver> {
     struct Private { };
@@ -26,14 +26,14 @@ public:
 
     explicit RecordingObserver(Private) { }
 
-    /// `services` with all that a capture uses observed. Before the first capture.
+    /// `services` with all that a capture uses observed. To be called before the first capture.
     [[nodiscard]] platform::PlatformServices observed(platform::PlatformServices services) const;
 
-    /// Nothing more can be written into the file that is recorded, if any; more than once for one recording where there is more than one
+    /// Nothing more can be written to the file being recorded, if any; more than once for one recording where there is more than one
     /// reason. What was written is to be saved.
     std::function<void(const std::string& reason)> onNothingMoreCanBeWritten;
 
-    /// A file was moved while it was recorded, which is a failure to whoever saves it: this is where it lies whole.
+    /// A file was moved while it was being recorded, which is a failure to whoever saves it: this is where the whole file is.
     std::function<void(const std::filesystem::path& place)> onFileWasMoved;
 
     /// The notice has changed.
@@ -42,7 +42,7 @@ public:
     /// What is wrong with the capture or was with its last recording, in whole sentences; empty when nothing is.
     [[nodiscard]] std::string notice() const;
 
-    /// A message about a recording that could not be saved, followed by what is known of the reason, where it does not say so itself. Every
+    /// A message about a recording that could not be saved, followed by what is known of the reason, where it does not say so itself. Any
     /// other message as it is.
     [[nodiscard]] std::string explained(const std::string& message) const;
 

@@ -36,7 +36,7 @@ void TerminationSignals::block()
 void TerminationSignals::blockHangUp()
 {
     struct sigaction action { };
-    // A signal that is blocked would be kept although it is to be ignored.
+    // A blocked signal would be kept even though it is to be ignored.
     if (sigaction(SIGHUP, nullptr, &action) == 0 && action.sa_handler == SIG_IGN)
         return;
     const auto set = hangUpSet();

@@ -15,7 +15,7 @@ public:
     /// Keeps the signals from ending the process. First thing in main(), before any thread exists: threads inherit it.
     static void block();
 
-    /// The same for the signal that the terminal is gone; nothing where the program was started so that it outlives its terminal (nohup).
+    /// The same for the signal that the terminal is gone; does nothing where the program was started to outlive its terminal (nohup).
     static void blockHangUp();
 
     TerminationSignals();

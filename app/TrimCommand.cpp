@@ -43,7 +43,7 @@ public:
             QObject::connect(&progress_, &QTimer::timeout, &progress_, [this] { printProgress(); });
             progress_.start(progressInterval);
         }
-        // Nothing here is let go of before end() has run.
+        // Nothing here goes away before end() has run.
         session_->exportAsynchronously([this, executor = services_.mainExecutor] { executor->async([this] { end(); }); });
         const int status = QCoreApplication::exec();
         session_.reset();
@@ -65,7 +65,7 @@ private:
             session_->setOutputURL(*command_.output);
             return;
         }
-        // All names of one export tell the same time.
+        // All names tried for one export have the same time.
         const auto nextName = [folder = command_.file.parent_path(), date = std::chrono::system_clock::now(),
                                   files = services_.fileManager] {
             return PathUtilities::generateUniqueFileURL(

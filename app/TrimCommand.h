@@ -16,8 +16,8 @@ struct TrimServices {
     std::shared_ptr<Executor> mainExecutor;
 };
 
-/// Runs the event loop until the part is written or has failed, SIGINT and SIGTERM cancel; returns the exit status. The part's path alone
-/// goes to standard output; messages, and the progress where that is a terminal, go to standard error.
+/// Runs the event loop until the part is written or has failed, which SIGINT and SIGTERM cancel; returns the exit status. The part's path
+/// alone goes to standard output; messages, and the progress where that is a terminal, go to standard error.
 int runTrimCommand(const command_line::Trim& command, const TrimServices& services);
 
 }  // namespace velmora

@@ -74,7 +74,7 @@ platform::ApplicationIcon applicationIcon()
     return {side, {image.constBits(), image.constBits() + image.sizeInBytes()}};
 }
 
-/// Everything that lives as long as the program runs, from the ground up.
+/// Everything that lives as long as the program, from the ground up.
 class VelmoraApp {
 public:
     explicit VelmoraApp(QApplication& application) : mainExecutor_(std::make_shared<MainThreadExecutor>())
@@ -115,7 +115,7 @@ public:
         });
         QObject::connect(&application, &QCoreApplication::aboutToQuit, &application, [this] { appDelegate_->applicationWillTerminate(); });
         QObject::connect(&signals_, &TerminationSignals::received, &application, [this] { terminate(); });
-        // A session that ends asks first and gives more time for the answer than for the end.
+        // A session that is ending asks first, and gives more time for the answer than for the end.
         QObject::connect(
             &application, &QGuiApplication::commitDataRequest, &application, [this] { waitForSaves(); }, Qt::DirectConnection);
     }
@@ -151,7 +151,7 @@ public:
             showMenu(*menuBar);
     }
 
-    /// Returns when nothing of this program writes any more.
+    /// Returns when nothing in this program is writing any more.
     void finish()
     {
         runningExports_->cancelAll();
@@ -229,7 +229,7 @@ private:
             loop->exec();
     }
 
-    // Without a tray the menu lies open in a window of its own.
+    // Without a tray the menu is open in a window of its own.
     void showMenu(MenuBarController& menuBar)
     {
         if (hasTray())
@@ -261,9 +261,9 @@ int runVelmoraApp(int& argc, char** argv)
     std::optional<PreferXwayland> duringStart{std::in_place};
     QApplication application{argc, argv};
     duringStart.reset();
-    // What the item in the tray tells as its identifier and its title.
+    // What the item in the tray gives as its identifier and its title.
     QCoreApplication::setApplicationName(QStringLiteral("Velmora"));
-    // Qt takes the user's locale over; the player's library knows numbers of "C" only.
+    // Qt takes over the user's locale; the player's library knows only the numbers of "C".
     std::setlocale(LC_NUMERIC, "C");
     QApplication::setQuitOnLastWindowClosed(AppDelegate::applicationShouldTerminateAfterLastWindowClosed());
     QGuiApplication::setDesktopFileName(QString::fromLatin1(instance_bus::serviceName));

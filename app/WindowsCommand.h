@@ -13,7 +13,7 @@
 
 namespace velmora {
 
-/// Runs the event loop until the catalogue is there; returns the exit status. The windows of the program itself, whose process
+/// Runs the event loop until the catalogue has been read; returns the exit status. The windows of the program itself, whose process
 /// `runningProgram` is, are not in it.
 int runWindowsCommand(const command_line::Windows& command, const platform::PlatformServices& services,
     std::shared_ptr<Executor> mainExecutor, std::int32_t runningProgram);

@@ -26,7 +26,7 @@ using namespace velmora;
 /// Whether all that was printed has arrived; says why where it has not.
 bool isWritten()
 {
-    // A stream that has failed before may not say so once more.
+    // A stream that has failed before may not say so again.
     const bool hasFailed = std::ferror(stdout) != 0;
     if (std::fflush(stdout) == 0 && !hasFailed)
         return true;

@@ -1,4 +1,4 @@
-// The least that a Qt program with an item in the tray can be: what the start and the size of ours are compared with.
+// The least that a Qt program with an item in the tray can be: the start and the size of ours are compared with it.
 
 #include <QApplication>
 #include <QPixmap>

@@ -1,5 +1,5 @@
 // An hour of capture at 60 pictures a second, played as fast as this machine can: what grows. First without a recording, then with one that
-// lasts the whole hour. The encoder of pictures takes no time, that of sound and the writer are the real ones.
+// lasts the whole hour. The picture encoder takes no time; the sound encoder and the writer are the real ones.
 
 #include "benchmarks/Figures.h"
 #include "tests/support/ProcessFigures.h"
@@ -17,7 +17,7 @@ namespace {
 using namespace velmora::test;
 using velmora::benchmarks::Figures;
 
-/// Encodes, and tells how far it is: the last in the row of those that a recording waits for.
+/// Encodes, and says how far it is: it is the last in the chain that a recording waits for.
 class MeasuredEncoder final : public velmora::engine::AudioEncoder {
 public:
     static inline std::atomic<std::size_t> frames = 0;

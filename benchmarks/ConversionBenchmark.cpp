@@ -64,7 +64,7 @@ void convertOnPath(benchmark::State& state, engine::ConversionPath path)
 {
     const auto width = static_cast<std::int32_t>(state.range(0));
     const auto height = static_cast<std::int32_t>(state.range(1));
-    // A quarter of the picture: half its width, half its height, at an odd place.
+    // A quarter of the picture: half its width, half its height, at odd coordinates.
     const PixelRect area =
         state.range(2) == 4 ? PixelRect{width / 4 + 1, height / 4 + 1, width / 2, height / 2} : PixelRect{0, 0, width, height};
     const Scene scene{width, height, 1};

@@ -10,7 +10,7 @@
 
 namespace velmora::benchmarks {
 
-/// Processor time of all threads of a process so far, user's and system's, seconds (proc(5), stat). 0 when there is no such process.
+/// Processor time of all threads of a process so far, user and system, seconds (proc(5), stat). 0 when there is no such process.
 [[nodiscard]] double processorSeconds(pid_t process);
 
 /// Megabytes of 2^20 bytes (proc(5), VmRSS).
@@ -27,15 +27,15 @@ public:
     void text(const std::string& what, const std::string& value);
     void add(const std::string& what, double value, int decimals, const std::string& unit);
 
-    /// The same thing of several programs, the first of them ours. With the ratio of ours to the peer that is best, when `isLessBetter`
-    /// the lowest. NaN is what a program could not do.
+    /// The same thing for several programs, the first of them ours. With the ratio of ours to the best peer, which is the lowest when
+    /// `isLessBetter`. NaN is what a program could not do.
     struct Compared {
         std::string program;
         double value = 0;
     };
     void compare(const std::string& what, const std::vector<Compared>& programs, int decimals, const std::string& unit, bool isLessBetter);
 
-    /// Writes the file, when one is wished for: an array of an object for each figure. Throws when that fails.
+    /// Writes the file, when one is wanted: an array with an object for each figure. Throws when that fails.
     void write() const;
 
 private:

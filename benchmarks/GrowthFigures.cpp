@@ -1,4 +1,4 @@
-// Ten real minutes of `velmora record`: what grows, and how soon the file is finished after them. Runs in a private desktop.
+// Ten real minutes of `velmora record`: what grows, and how soon after them the file is finished. Runs in a private desktop.
 
 #include "benchmarks/Figures.h"
 #include "tests/support/recording/Subjects.h"

@@ -31,7 +31,7 @@ double milliseconds(const QElapsedTimer& since)
     return static_cast<double>(since.nsecsElapsed()) / 1e6;
 }
 
-/// Beats in the event loop; the longest that it was late.
+/// Beats in the event loop, and knows the longest that it was late.
 class Heart {
 public:
     Heart()

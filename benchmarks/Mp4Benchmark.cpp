@@ -1,4 +1,4 @@
-// What a recording costs beside the disk: writing a fragment, and finishing after minutes and after hours.
+// What a recording costs besides the disk: writing a fragment, and finishing after minutes and after hours.
 #include "media/mp4/RecordingFile.h"
 
 #include <algorithm>

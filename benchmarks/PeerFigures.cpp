@@ -1,5 +1,5 @@
 // Velmora beside what a person would use instead, in turn on the same window of the same desktop: processor time, frames that reach the
-// file, likeness of the pictures, sound against picture. Runs in a private desktop whose screen holds a window of 1920x1080 whole.
+// file, likeness of the pictures, sound against picture. Runs in a private desktop whose screen has room for a whole window of 1920x1080.
 
 #include "benchmarks/Figures.h"
 #include "benchmarks/peers/Recorders.h"
@@ -29,8 +29,8 @@ using velmora::linux_backend::Connection;
 
 constexpr int measuredSeconds = 8;
 constexpr int offsetSeconds = 15;
-/// Of so many pictures one is compared, which is as telling as all and takes less long. A prime: encoders give every second or fourth
-/// picture more bits than the others, and all kinds must be looked at.
+/// One picture in this many is compared, which tells as much as all of them and takes less time. A prime: encoders give every second or
+/// fourth picture more bits than the others, and all kinds must be looked at.
 constexpr std::size_t comparedDistance = 13;
 
 struct Load {
@@ -70,7 +70,7 @@ void rest(double seconds)
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
 
-/// Of the display server while nobody records, seconds a second: what showing the window costs.
+/// Of the display server while nobody records, in seconds per second: what showing the window costs.
 double serverShareAtRest(pid_t server)
 {
     const auto begin = monotonicNow();
@@ -99,7 +99,7 @@ public:
         ++compared_;
     }
 
-    /// The mean; starts anew.
+    /// The mean; starts again.
     double take()
     {
         const double mean = compared_ == 0 ? std::nan("") : sum_ / compared_;
@@ -131,7 +131,7 @@ private:
 };
 
 struct Outcome {
-    double processorShare = std::nan("");  ///< seconds a second, of the recorder and, above its rest, of the display server
+    double processorShare = std::nan("");  ///< seconds per second, of the recorder and, above its rest, of the display server
     double frameShare = std::nan("");  ///< percent of the frames that the window showed meanwhile
     double similarity = std::nan("");
     double megabitsPerSecond = std::nan("");
@@ -154,7 +154,7 @@ Outcome measure(
     const double used = processorSeconds(recording->processID()) - before;
     const double serverUsed = processorSeconds(server) - serverBefore;
     const auto end = monotonicNow();
-    // So that the last of the frames that count have reached the file.
+    // So that the last of the frames that count reach the file.
     rest(1);
     recording->finish();
 

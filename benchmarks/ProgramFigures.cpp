@@ -1,4 +1,4 @@
-// How soon the program is there and how much it takes, as a table, beside the least program that could do it. Runs in a private desktop.
+// How soon the program is there and how much it takes, as a table, beside the smallest program that could do it. Runs in a private desktop.
 
 #include "benchmarks/Figures.h"
 #include "platform/linux/x11/Connection.h"
@@ -61,7 +61,7 @@ public:
         while (connection_->poll()) { }
     }
 
-    /// Waits until a window that was the screen's is somebody's: the icon has its place in the tray. Its identifier.
+    /// Waits until a window that was the screen's has become somebody else's: the icon has its place in the tray. Its identifier.
     xcb_window_t awaitDocking()
     {
         xcb_window_t window = 0;
@@ -95,7 +95,7 @@ public:
         fake(XCB_BUTTON_RELEASE, 1, 0, 0);
     }
 
-    /// Presses the keys one after the other and releases them.
+    /// Presses the keys one after another and releases them.
     void press(const std::vector<std::uint8_t>& keys)
     {
         for (const auto key : keys)
@@ -104,7 +104,7 @@ public:
             fake(XCB_KEY_RELEASE, *key, 0, 0);
     }
 
-    /// Whether the middle of the screen holds light pixels on the picker's dark ground: its text is there.
+    /// Whether the middle of the screen holds light pixels on the picker's dark background: its text is there.
     [[nodiscard]] bool showsThePicker() const
     {
         constexpr std::uint16_t width = 240;
@@ -207,7 +207,7 @@ void printWindows(Figures& figures, Windows& windows, const Environment& environ
         windows.click(icon);
         windows.awaitMenu();
         menus.push_back(milliseconds(begin));
-        // A menu hears keys only once it has taken the keyboard, of which nothing tells.
+        // A menu hears keys only once it has taken the keyboard, and nothing tells us when.
         pause(300'000'000);
         windows.press({escapeKey});
         pause(300'000'000);

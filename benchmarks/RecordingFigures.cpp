@@ -28,7 +28,7 @@ using velmora::benchmarks::processorSeconds;
 constexpr int measuredSeconds = 10;
 
 struct Outcome {
-    double processorShare = 0;  ///< seconds of processor time a second
+    double processorShare = 0;  ///< seconds of processor time per second
     double frameShare = 0;  ///< of the frames that the window showed meanwhile
     double framesPerSecond = 0;  ///< in the file
     double bitRate = 0;

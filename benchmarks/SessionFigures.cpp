@@ -1,4 +1,4 @@
-// What a person waits for who records by the shortcut, and what the program takes meanwhile, as a table. Runs in a private desktop.
+// What a person who records with the shortcut waits for, and what the program takes meanwhile, as a table. Runs in a private desktop.
 
 #include "benchmarks/Figures.h"
 #include "tests/support/desktop/Screen.h"

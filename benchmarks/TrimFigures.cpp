@@ -1,4 +1,4 @@
-// What a trim costs beside copying the bytes: a clip of an hour, trimmed in turn with being copied, each to the disk and down to it. The
+// What a trim costs beside copying the bytes: a clip of an hour, trimmed and copied in turn, each flushed to the disk. The
 // temporary folder needs room for three times 3.7 GB.
 
 #include "benchmarks/Figures.h"
@@ -66,7 +66,7 @@ void writeHour(const std::filesystem::path& path)
     std::int64_t packets = 0;
     for (std::int64_t picture = 0; picture < clipSeconds * rate;) {
         mp4::RecordedFragment fragment{{0, {}}, {1, {}}};
-        // 0.8 s; every second a key frame, five times as large as the others.
+        // 0.8 s; every 30th is a key frame, five times as large as the others.
         for (int i = 0; i < 48; ++i, ++picture) {
             const bool isSync = picture % 30 == 0;
             fragment[0].samples.push_back({block(isSync ? 73'500 : 14'700), picture * mp4::videoTimescale / rate, 1500, isSync});

@@ -14,7 +14,7 @@ namespace velmora {
 struct BrandAppIcon {
     double cornerRadius = 0.225;
 
-    // Along a line 20 degrees off the vertical, as long as it takes for the corners to have the end colours.
+    // Along a line 20 degrees off the vertical, long enough for the corners to have the end colours.
     QColor groundTop{0x26, 0x34, 0x4D};
     QColor groundBottom = BrandColors::obsidian;
     QPointF gradientStart{0.28081, -0.10221};
@@ -23,7 +23,7 @@ struct BrandAppIcon {
     double markSide = 0.66;  ///< of the square that the mark is designed on
     double ringShare = 0.75;  ///< of that square, what the ring takes up
 
-    // The glow: strokes around the mark, each a little wider and as faint as the last. Unlike a blur, an SVG can say that exactly.
+    // The glow: strokes around the mark, each a little wider than the last and just as faint. Unlike a blur, an SVG can say that exactly.
     static constexpr int glowStrokes = 16;
     double glowReach = 0.12;
     double strokeOpacity = 0.020;

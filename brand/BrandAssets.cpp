@@ -56,7 +56,7 @@ MenuBarImage BrandAssets::menuBarImage(const CaptureState& state)
         return {.markFill = black, .dot = MenuBarImage::Dot{{13.0, 2.0, 3.5, 3.5}, black}};
     if (state.is<CaptureState::RecordingClip>())
         return {.markFill = BrandColors::coral, .dot = MenuBarImage::Dot{{12.5, 1.5, 4.5, 4.5}, BrandColors::coral}, .isTemplate = false};
-    // Coral in a template image is not seen; only what records is to be.
+    // Coral in a template image would not be seen; only a recording is to be coral.
     if (state.is<CaptureState::SavingClip>())
         return {.markFill = BrandColors::coral, .dot = {}};
     return {.markFill = black, .dot = {}};

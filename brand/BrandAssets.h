@@ -30,7 +30,7 @@ struct MenuBarImage {
     bool isTemplate = true;
     QString accessibleDescription = QStringLiteral("Velmora");
 
-    /// A square of `pixels`, the ground transparent. `templateColor` replaces all colours of a template image and none of another.
+    /// A square of `pixels`, the background transparent. `templateColor` replaces all colours of a template image and none of any other.
     [[nodiscard]] QImage rendered(int pixels, const QColor& templateColor = BrandColors::snowSlate) const;
 
     friend bool operator==(const MenuBarImage&, const MenuBarImage&) = default;
@@ -38,7 +38,7 @@ struct MenuBarImage {
 
 class BrandAssets {
 public:
-    /// The mark on a transparent square of `size` points, that is `size` times `scale` pixels. The small cut where `isSmallCut`, and at sizes
+    /// The mark on a transparent square of `size` points, that is `size` times `scale` pixels. The small cut if `isSmallCut`, and at sizes
     /// up to 24 points in any case.
     [[nodiscard]] static QImage symbolImage(double size, const QColor& color, bool isSmallCut, double scale = 1);
 

@@ -15,8 +15,8 @@ public:
     static inline const QColor cardSlate{30, 41, 59};
     static inline const QColor borderSlate{51, 65, 85};
 
-    // Beside the palette proper, for text of less weight, the edges of controls, and states. Text is readable at 4.5:1 and edges show at 3:1 on
-    // every ground of ours; white on coral, which the palette gives, is 3.5:1.
+    // Besides the palette proper, for text of less weight, the edges of controls, and states. Text has 4.5:1 and edges have 3:1 on
+    // every background of ours; white on coral, which the palette gives, is 3.5:1.
     static inline const QColor secondarySlate{0xB0, 0xBB, 0xCA};
     static inline const QColor tertiarySlate{0x94, 0xA3, 0xB8};
     static inline const QColor controlSlate{0x74, 0x84, 0x9B};

@@ -1,4 +1,4 @@
-// The icons that a desktop keeps of the program, as files.
+// The icons that a desktop keeps for the program, as files.
 #pragma once
 
 #include "brand/BrandAssets.h"
@@ -13,7 +13,7 @@ namespace velmora {
 class BrandIcons {
 public:
     struct File {
-        QString path;  ///< within an icon theme's folder, as "48x48/apps/com.velmora.Velmora.png"
+        QString path;  ///< within an icon theme's folder, such as "48x48/apps/com.velmora.Velmora.png"
         QByteArray content;
     };
 
@@ -28,7 +28,7 @@ public:
     /// and, named after it, "-symbolic", "-capturing-symbolic" and "-recording" for the program's item.
     [[nodiscard]] static std::vector<File> files();
 
-    /// The name of the one of them that shows this.
+    /// The name of the one that shows this.
     [[nodiscard]] static QString menuBarIconName(const MenuBarImage& image);
 };
 

@@ -8,7 +8,7 @@
 
 #include <cassert>
 
-// Generated; registers the module's types before main in a program that it has been linked into.
+// Generated; registers the module's types before main in a program that it is linked into.
 extern void qml_register_types_Velmora_Brand();
 
 namespace velmora {

@@ -5,7 +5,7 @@ class QQmlEngine;
 
 namespace velmora {
 
-/// Lets the engine's views `import Velmora.Brand`, which lies at qrc:/Velmora/Brand, and show `image://symbol/…`. Main thread.
+/// Lets the engine's views `import Velmora.Brand`, which is at qrc:/Velmora/Brand, and show `image://symbol/…`. Main thread.
 void installBrandModule(QQmlEngine& engine);
 
 /// What the desktop asks for, for Theme.reducesMotion; false until told. After installBrandModule. Main thread.

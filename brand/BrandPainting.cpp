@@ -21,7 +21,7 @@ constexpr double shadowRadius = 0.06;
 constexpr double shadowDrop = 0.05;
 constexpr double shadowOpacity = 0.45;
 
-// Of a floating panel's, in parts of its margin: three passes of a box blur reach three radii far, and the drop comes on top.
+// Of a floating panel's, in parts of its margin: three passes of a box blur reach three radii, and the drop comes on top.
 constexpr double panelShadowRadius = 0.25;
 constexpr double panelShadowDrop = 0.2;
 

@@ -6,7 +6,7 @@
 
 namespace velmora {
 
-/// A square of `size` points that shows a picture, which may reach beyond the square. Takes neither focus nor pointer.
+/// A square of `size` points that shows a picture, which may extend beyond the square. Takes neither focus nor pointer.
 class BrandPicture : public QQuickItem {
     Q_OBJECT
     QML_ANONYMOUS
@@ -22,7 +22,7 @@ signals:
 protected:
     explicit BrandPicture(double size);
 
-    /// In points, the square from (0, 0).
+    /// In points; the square begins at (0, 0).
     [[nodiscard]] virtual QRectF pictureBounds() const = 0;
     [[nodiscard]] virtual QImage picture(double scale) const = 0;
 

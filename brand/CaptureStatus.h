@@ -1,4 +1,4 @@
-// What a status badge says of a state.
+// What a status badge says about a state.
 #pragma once
 
 #include "capture/CaptureState.h"

@@ -2,7 +2,7 @@
 //
 //     export_icons DIRECTORY
 //
-// where DIRECTORY is the theme's folder, as share/icons/hicolor.
+// where DIRECTORY is the theme's folder, such as share/icons/hicolor.
 #include "brand/BrandIcons.h"
 
 #include <QDir>

@@ -16,10 +16,10 @@ struct OrbelleShape {
     OpticalCut opticalCut = OpticalCut::master;
 
     /// Two closed sub-paths, to be filled: the ring and the triangle. The mark is drawn into the largest square that fits in the middle of
-    /// `rectangle`, whose y points down. The square is the design's, so the mark leaves a margin within it.
+    /// `rectangle`, whose y points down. The square is that of the design, so the mark leaves a margin within it.
     [[nodiscard]] QPainterPath path(const QRectF& rectangle) const;
 
-    /// Largest size, in points, that the small cut is chosen for.
+    /// Largest size, in points, for which the small cut is chosen.
     static constexpr double largestSmallSize = 24;
     [[nodiscard]] static OpticalCut cutForSize(double points)
     {

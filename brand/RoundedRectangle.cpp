@@ -17,7 +17,7 @@ namespace velmora {
 
 namespace {
 
-// Pixels along one axis: where they lie in the picture and where on the screen.
+// Pixels along one axis: where they are in the picture and where on the screen.
 struct Slice {
     int from;
     int fromLength;

@@ -1,4 +1,4 @@
-// Surfaces with round corners, and the shadow of such, for QML.
+// Surfaces with round corners, and their shadow, for QML.
 #pragma once
 
 #include <QColor>
@@ -31,8 +31,8 @@ private:
     bool isStale_ = true;
 };
 
-/// As Qt's Rectangle, whose corners are drawn apart from its edges when the screen's scale is not whole. Corners are as round as the item has
-/// room for; a border lies inside and is at least one of the screen's pixels wide.
+/// Like Qt's Rectangle, whose corners come apart from its edges when the screen's scale is not whole. Corners are as round as the item has
+/// room for; a border is inside and at least one of the screen's pixels wide.
 class RoundedRectangle : public velmora::RoundedSurface {
     Q_OBJECT
     QML_ELEMENT
@@ -51,7 +51,7 @@ private:
     QColor borderColor_ = Qt::transparent;
 };
 
-/// The shadow that a rounded rectangle of the item's size and `radius` throws, `margin` points beyond the item at most.
+/// The shadow that a rounded rectangle of the item's size and `radius` casts, at most `margin` points beyond the item.
 class RoundedShadow : public velmora::RoundedSurface {
     Q_OBJECT
     QML_ELEMENT

@@ -37,7 +37,7 @@ QString shown(const QString& text, qsizetype longest, char32_t lineBreak)
     QList<char32_t> result;
     int tower = 0;
     char32_t last = 0;
-    // Of a longer text only the beginning is looked at.
+    // Only the beginning of a longer text is looked at.
     for (const uint unit : text.left(longest * 8).toUcs4()) {
         const auto character = static_cast<char32_t>(unit);
         const bool isSecondHalf = last == '\r' && character == '\n';

@@ -13,7 +13,7 @@ class Symbols {
 public:
     [[nodiscard]] static QStringList names();
 
-    /// The glyph in the one colour, in the middle of a transparent picture of `pixels`; null when there is no symbol of that name.
+    /// The glyph in one colour, in the middle of a transparent picture of `pixels`; null when there is no symbol of that name.
     [[nodiscard]] static QImage image(const QString& name, const QColor& color, const QSize& pixels);
 };
 

@@ -15,7 +15,7 @@ QStringList families()
 {
     const QString inter = QStringLiteral("Inter");
     const QString system = QFontDatabase::systemFont(QFontDatabase::GeneralFont).family();
-    // The emoji font has digits, so it comes after one for text; and before the system's, many of which have emoji in one colour.
+    // The emoji font has digits, so it comes after one for text, and before the system's, many of which have emoji in one colour.
     return QFontDatabase::hasFamily(inter) ? QStringList{inter, emojiFamily, system} : QStringList{system, emojiFamily};
 }
 
@@ -69,7 +69,7 @@ QColor Theme::hovered(const QColor& surface)
 
 QColor Theme::pressed(const QColor& surface)
 {
-    // Darker than nothing cannot be seen on our ground.
+    // Darker than nothing cannot be seen on our background.
     return surface.alpha() == 0 ? QColor{0, 0, 0, 77} : over(surface, QColor{0, 0, 0, 15});
 }
 

@@ -64,7 +64,7 @@ public:
 
     Q_INVOKABLE static QColor withOpacity(const QColor& color, double opacity);
 
-    /// What an Image shows the symbol from; empty for an empty name.
+    /// The source from which an Image shows the symbol; empty for an empty name.
     Q_INVOKABLE static QUrl symbolSource(const QString& name, const QColor& color);
 
     /// From one line of that font to the next, in points.
@@ -74,7 +74,7 @@ public:
     Q_INVOKABLE static QString oneLine(const QString& text);
     Q_INVOKABLE static QString paragraphs(const QString& text);
 
-    /// What the name beside the mark is set in, for a mark of `height` points.
+    /// What the name beside a mark of `height` points is set in.
     Q_INVOKABLE static QFont lockupFont(double height, bool isStrong);
 
     [[nodiscard]] bool reducesMotion() const { return reducesMotion_; }
@@ -82,7 +82,7 @@ public:
     /// Milliseconds; 0 when the desktop asks for less motion.
     [[nodiscard]] int motionDuration() const { return reducesMotion_ ? 0 : 200; }
 
-    /// As the desktop asks for.
+    /// As the desktop asks.
     void setReducesMotion(bool reducesMotion);
 
 signals:

@@ -6,7 +6,7 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-# The program and the module it loads on first use lie side by side; the module is found through the run path.
+# The program and the module it loads at first use are side by side; the module is found through the run path.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
@@ -18,7 +18,7 @@ option(VELMORA_WERROR "Treat warnings as errors" ON)
 set(VELMORA_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize takes them")
 
 # g++ 12 takes the union inside tl::expected for uninitialised where it is not. Where several sources are compiled as one, it takes each
-# for a header, whose types should not hold those of an anonymous namespace.
+# for a header, whose types should not contain those of an anonymous namespace.
 add_library(velmora_options INTERFACE)
 target_include_directories(velmora_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(velmora_options INTERFACE

@@ -22,14 +22,14 @@ if(VELMORA_BENCHMARKS)
     find_package(benchmark REQUIRED)
 endif()
 
-# The headers of these libraries are not held to our warnings.
+# The headers of these libraries need not meet our warnings.
 foreach(target PkgConfig::XCB PkgConfig::XCB_XTEST PkgConfig::XKBCOMMON PkgConfig::PIPEWIRE PkgConfig::MPV PkgConfig::PULSE PkgConfig::LIBAV PkgConfig::LIBAVFORMAT)
     if(TARGET ${target})
         get_target_property(directories ${target} INTERFACE_INCLUDE_DIRECTORIES)
         if(directories)
             set_target_properties(${target} PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${directories}")
         endif()
-        # An old wish for functions that C libraries of today have anyway; precompiled headers fit only what says the same of it.
+        # An old request for functions that today's C libraries have anyway; precompiled headers fit only what makes the same request.
         get_target_property(options ${target} INTERFACE_COMPILE_OPTIONS)
         if(options)
             list(REMOVE_ITEM options -D_REENTRANT)

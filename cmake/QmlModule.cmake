@@ -1,5 +1,5 @@
 # velmora_qml_module(TARGET URI … [DEPENDENCIES …] QML_FILES … [SOURCES …]): makes the library TARGET a QML module too, linked into the program;
-# a file lies at qrc:/URI-with-slashes/its path. SOURCES are those with types for QML. What links it has to call something in it.
+# a file is at qrc:/URI-with-slashes/its path. SOURCES are those with types for QML. What links it has to call something in it.
 function(velmora_qml_module target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "URI" "DEPENDENCIES;QML_FILES;SOURCES")
     string(REPLACE "." "/" path ${arg_URI})
@@ -10,7 +10,7 @@ function(velmora_qml_module target)
         DEPENDENCIES QtQuick ${arg_DEPENDENCIES}
         QML_FILES ${arg_QML_FILES}
         SOURCES ${arg_SOURCES})
-    # The registration of the types includes their headers by name only.
+    # The registration of the types includes their headers by their bare names.
     target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
     # The code of each QML file spends seconds on Qt's private headers and next to none on itself: it is compiled as one source.
     get_target_property(sources ${target} SOURCES)
@@ -23,7 +23,7 @@ function(velmora_qml_module target)
     file(CONFIGURE OUTPUT "${all_qml}" CONTENT "${includes}" @ONLY)
     set_source_files_properties("${all_qml}" PROPERTIES OBJECT_DEPENDS "${compiled_qml}" SKIP_AUTOGEN ON)
     target_sources(${target} PRIVATE "${all_qml}")
-    # Generated code is not held to our warnings.
+    # Generated code need not meet our warnings.
     set(generated ${sources} "${all_qml}")
     list(FILTER generated INCLUDE REGEX "/\\.rcc/|_qmltyperegistrations\\.cpp$|_qml\\.cpp$")
     set_source_files_properties(${generated} PROPERTIES COMPILE_OPTIONS -w)

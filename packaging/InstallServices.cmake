@@ -1,4 +1,4 @@
-# Installs what names the program's place (`program`) or lies outside the prefix. Files of the system's configuration belong to /etc when
+# Installs what names the program's path (`program`) or goes outside the prefix. Files of the system's configuration belong in /etc when
 # the prefix is /usr, as in the GNU coding standards' sysconfdir.
 
 configure_file("${source}/com.velmora.Velmora.service.in" "$ENV{DESTDIR}${services}/com.velmora.Velmora.service" @ONLY)

@@ -36,7 +36,7 @@ QDBusMessage methodCall(const char* interface, const char* method, const QVarian
     auto call = QDBusMessage::createMethodCall(
         QLatin1String{serviceName}, QLatin1String{objectPath}, QLatin1String{interface}, QLatin1String{method});
     call.setArguments(arguments);
-    // Whoever stops or asks does not want a program that was not there before; who chooses a window does.
+    // Whoever stops or asks does not want a program that was not there before; whoever chooses a window does.
     call.setAutoStartService(false);
     return call;
 }
@@ -107,7 +107,7 @@ std::optional<QDBusMessage> methodCallOfATeller(const Control& command)
 
 tl::expected<QVariantList, Refusal> send(const QDBusConnection& connection, const Control& command)
 {
-    // Nobody reads what a command says that a key is bound to.
+    // Nobody reads what a command says when a key is bound to it.
     if (const auto call = isatty(STDERR_FILENO) ? methodCallOfATeller(command) : std::nullopt) {
         auto answer = send(connection, *call);
         // A program that was started before an update may not know options yet.

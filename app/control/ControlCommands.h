@@ -1,4 +1,4 @@
-// The commands that speak to the program that runs already.
+// The commands that speak to the program that is already running.
 #pragma once
 
 #include "app/CommandLine.h"
@@ -10,7 +10,7 @@
 namespace velmora {
 
 /// Sends the command to the running instance, waits for its answer however long that takes, and prints it. Returns the exit status:
-/// failed, with a message on standard error, also when no instance runs.
+/// failed, with a message on standard error, if no instance is running.
 int runControlCommand(const command_line::Control& command, QDBusConnection connection = QDBusConnection::sessionBus());
 
 /// The process of the running instance; our own where none runs.

@@ -51,7 +51,7 @@ private:
     QDBusMessage call_;
 };
 
-/// Whether whoever made a call tells of its failure: as long as it is on the bus, where it has said that it does.
+/// Whether whoever made a call tells the user of its failure: as long as the caller is on the bus, if it has said that it does.
 InstanceControl::CallerTells callerTells(const QDBusConnection& connection, const QDBusMessage& call, bool hasSaidSo)
 {
     if (!hasSaidSo)
@@ -111,9 +111,9 @@ public:
     }
 
 public slots:
-    // Each call that can fail in front of the user is there without options too, as it was before there were any.
+    // Each call that can fail in front of the user exists without options too, as it did before there were any.
 
-    /// The path of the clip that was saved, its file: URI where it is no text; empty when a recording was started.
+    /// The path of the clip that was saved, or its file: URI where the path is not text; empty when a recording was started.
     QString Toggle(const QDBusMessage& call)
     {
         toggle({}, call);
@@ -166,7 +166,7 @@ public slots:
         PendingCall pending{connection_, call};
         const auto file = bus_requests::file(path);
         if (!file)
-            return pending.fail(path + QStringLiteral(" is no absolute path."));
+            return pending.fail(path + QStringLiteral(" is not an absolute path."));
         if (const auto shown = control_.presentClipPreview(*file))
             pending.succeed();
         else

@@ -1,4 +1,4 @@
-// One instance of the program a session, and how it is reached.
+// One instance of the program per session, and how it is reached.
 #pragma once
 
 #include "app/control/InstanceControl.h"
@@ -31,7 +31,7 @@ public:
     enum class Role {
         first,  ///< the name is ours
         second,  ///< another instance has it
-        alone,  ///< there is no session bus: nobody can reach us, nor we another
+        alone,  ///< there is no session bus: nobody can reach us, nor can we reach another
     };
 
     explicit InstanceBus(QDBusConnection connection = QDBusConnection::sessionBus());

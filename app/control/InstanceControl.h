@@ -17,10 +17,10 @@ namespace velmora {
 /// Main thread only. Every completion is called exactly once, on the main thread.
 class InstanceControl {
 public:
-    /// The clip that was saved by the call; none when it saved none.
+    /// The clip that the call saved; none when it saved none.
     using SavedClip = std::optional<std::filesystem::path>;
 
-    /// Asked when a call has failed: true where the caller tells the user, and nothing else need. None: it does not.
+    /// Asked when a call has failed: true where the caller tells the user, so that nothing else need. None: it does not.
     using CallerTells = std::function<bool()>;
 
     virtual ~InstanceControl() = default;
@@ -31,7 +31,7 @@ public:
     /// Opens the list of windows.
     virtual void chooseWindow() = 0;
 
-    /// Starts a recording, or ends the one that runs; completes then when the file is safe.
+    /// Starts a recording, or ends the one in progress, and then completes when the file is safe.
     virtual void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) = 0;
 
     /// Chooses the window with this identifier and captures it, with the sound of that application (see decideSound) where the desktop
@@ -39,7 +39,7 @@ public:
     virtual void selectWindow(std::uint32_t windowID, std::optional<std::string> sound,
         UniqueFunction<void(Result<std::string>)> completion, CallerTells callerTells) = 0;
 
-    /// Saves a recording that runs, then stops capturing.
+    /// Saves a recording in progress, then stops capturing.
     virtual void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) = 0;
 
     [[nodiscard]] virtual QJsonObject status() const = 0;

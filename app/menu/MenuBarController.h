@@ -38,10 +38,10 @@ public:
     /// Sets the item's image to that of the coordinator's state.
     void updateStatusItemIcon();
 
-    /// What is wrong or waited for, in whole sentences: the tooltip's second line and a caption in the menu. Nothing when empty.
+    /// What is wrong or being waited for, in whole sentences: the tooltip's second line and a caption in the menu. Nothing when empty.
     void setNotice(const std::string& notice);
 
-    /// What stands in the menu now.
+    /// What the menu has in it now.
     [[nodiscard]] std::vector<MenuItem> menuNeedsUpdate() const;
 
     /// Carries out an item of the menu.

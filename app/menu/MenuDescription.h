@@ -1,4 +1,4 @@
-// The menu as data: what stands in it in every state, whoever draws it.
+// The menu as data: what is in it in every state, whoever draws it.
 #pragma once
 
 #include "capture/CaptureState.h"
@@ -28,7 +28,7 @@ struct MenuItem {
 
     Kind kind = Kind::entry;
     std::string title;  ///< plain text
-    std::string ending;  ///< of the title: what a shortened one keeps
+    std::string ending;  ///< of the title: what is kept of it when it is shortened
     MenuAction action = MenuAction::none;
     bool isEnabled = true;
     std::optional<KeyEquivalent> keyEquivalent;
@@ -44,7 +44,7 @@ struct MenuContent {
     const CaptureState& state;
     const std::optional<CapturedWindowInfo>& selectedWindow;
     const std::vector<ClipItem>& recentClips;  ///< newest first
-    std::string notice = {};  ///< what is wrong or waited for; a caption below the state where there is something to say
+    std::string notice = {};  ///< what is wrong or being waited for; a caption below the state where there is something to say
 };
 
 /// How many clips the submenu lists at most.

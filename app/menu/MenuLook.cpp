@@ -31,7 +31,7 @@ constexpr int iconSize = 16;
 constexpr int iconGap = 9;
 constexpr int rightMargin = 24;
 constexpr int separatorHeight = 13;
-/// A longer title is cut in its middle: the keys and the arrow behind it stay on the screen, and so does the end of the title.
+/// A longer title is cut in its middle: the keys and the arrow after it stay on the screen, and so does the end of the title.
 constexpr int widestTitle = 400;
 
 void drawTitle(QPainter& painter, const QRect& place, const QFont& font, const QString& title)
@@ -47,7 +47,7 @@ void drawTitle(QPainter& painter, const QRect& place, const QFont& font, const Q
     }
     QTextOption option;
     option.setWrapMode(QTextOption::NoWrap);
-    // What stands behind a title stays behind it, in whatever direction the title reads.
+    // What comes after a title stays after it, in whatever direction the title reads.
     option.setTextDirection(Qt::LeftToRight);
     layout.setTextOption(option);
     layout.beginLayout();
@@ -80,7 +80,7 @@ void drawItem(QPainter& painter, const QStyleOptionMenuItem& item)
     }
     item.icon.paint(&painter, {item.rect.x() + leftMargin, item.rect.y(), iconSize, item.rect.height()}, Qt::AlignCenter);
 
-    // The header is no command, but it is no less readable for that.
+    // The header is not a command, but should be no less readable for that.
     const bool isHeader = item.font.bold();
     const auto color = isSelected ? BrandColors::studioWhite : isEnabled || isHeader ? BrandColors::snowSlate : BrandColors::secondarySlate;
     painter.setPen(color);
@@ -137,7 +137,7 @@ public:
             return QProxyStyle::sizeFromContents(type, option, contents, widget);
         if (item->menuItemType == QStyleOptionMenuItem::Separator)
             return {leftMargin + iconSize, separatorHeight};
-        // Between a title and its keys there is room as behind them.
+        // There is as much room between a title and its keys as after them.
         const int behind = item->text.contains(QLatin1Char('\t')) ? 2 * rightMargin : rightMargin;
         return {leftMargin + iconSize + iconGap + std::min(contents.width(), widestTitle) + behind,
             std::max(contents.height(), iconSize) + 2 * itemMargin};

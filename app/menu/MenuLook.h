@@ -5,7 +5,7 @@
 
 namespace velmora {
 
-/// A menu in our colours, with round corners also where no compositing manager runs.
+/// A menu in our colours, with round corners even where no compositing manager runs.
 class StyledMenu : public QMenu {
     Q_OBJECT
 

@@ -35,7 +35,7 @@ void render(QAction& action, const MenuItem& item)
     QIcon icon;
     for (const int scale : {1, 2}) {
         auto pixmap = QPixmap::fromImage(BrandAssets::symbolImage(headerImageSize, BrandColors::coral, true, scale));
-        // The header is no command, so it cannot be selected; its mark is not greyed for that.
+        // The header is not a command, so it cannot be selected; its mark is not greyed for that.
         icon.addPixmap(pixmap, QIcon::Normal);
         icon.addPixmap(pixmap, QIcon::Disabled);
     }
@@ -48,7 +48,7 @@ void render(QAction& action, const MenuItem& item)
 
 constexpr qsizetype longestBusLabel = 80;
 
-/// What a host shows beside other programs' labels: it draws them as long as they are.
+/// What a host shows beside other programs' labels: it draws it at its full length.
 std::string titleOnTheBus(const MenuItem& item)
 {
     const auto title = oneLine(QString::fromStdString(item.title));
@@ -70,7 +70,7 @@ void addItem(QMenu& menu, const MenuItem& item, LabelSyntax syntax, const std::f
     }
     QString label = escapedLabel(syntax == LabelSyntax::dbusmenu ? titleOnTheBus(item) : item.title, syntax);
     if (!item.submenu.empty()) {
-        // The bus asks for no look.
+        // On the bus there is no look.
         auto* submenu = syntax == LabelSyntax::widget ? new StyledMenu{&menu} : new QMenu{&menu};
         submenu->setFont(menuFont(false));
         submenu->setTitle(label);

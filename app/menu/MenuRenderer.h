@@ -12,7 +12,7 @@
 
 namespace velmora {
 
-/// Who draws the menu's labels: a widget of ours, or a panel that is told them over the bus (com.canonical.dbusmenu).
+/// Who draws the menu's labels: a widget of ours, or a panel that gets them over the bus (com.canonical.dbusmenu).
 enum class LabelSyntax { widget, dbusmenu };
 
 /// A title that reads as it is where "&" (widget) or "_" (dbusmenu) marks a key.

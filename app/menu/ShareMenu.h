@@ -11,7 +11,7 @@
 namespace velmora {
 
 /// Opens the menu with its top left corner at `position`, in points of the screen. It lives on its own until something is chosen or it is
-/// closed, also when what opened it is gone.
+/// closed, even when what opened it is gone.
 void popUpShareMenu(std::shared_ptr<platform::SharingServices> sharing, const std::filesystem::path& file, const QPoint& position);
 
 }  // namespace velmora

@@ -15,7 +15,7 @@ namespace velmora {
 class StatusItem {
 public:
     struct MenuDelegate {
-        /// The menu is about to open: what stands in it.
+        /// The menu is about to open: what is in it.
         std::function<std::vector<MenuItem>()> menuNeedsUpdate;
         std::function<void(const MenuItem&)> menuItemTriggered;
     };

@@ -40,7 +40,7 @@ QImage withEdge(const MenuBarImage& image, int pixels)
     return result;
 }
 
-/// Whether the item is one of StatusNotifierItem, whose host draws the menu itself from what the bus says. Qt asks the same, once.
+/// Whether the item is a StatusNotifierItem, whose host draws the menu itself from what the bus says. Qt asks the same, once.
 bool hostDrawsTheMenu()
 {
     QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.kde.StatusNotifierWatcher"),
@@ -77,7 +77,7 @@ public:
         popup_.setAccessibleName(image.accessibleDescription);
         if (std::exchange(isShown_, true))
             return tray_.setIcon(icon(image));
-        // An XEmbed icon would show this menu to a right click in place of ours.
+        // An XEmbed icon would show this menu in place of ours on a right click.
         isOnTheBus_ = hostDrawsTheMenu();
         if (isOnTheBus_)
             tray_.setContextMenu(&busMenu_);

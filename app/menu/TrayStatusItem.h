@@ -8,10 +8,10 @@
 
 namespace velmora {
 
-/// By StatusNotifierItem where the desktop has a host for it, else by XEmbed. Where there is neither, the item waits for one: it appears
+/// By StatusNotifierItem where the desktop has a host for it, else by XEmbed. Where there is neither, the item waits for one and appears
 /// with it. A click opens our own menu at the pointer; a host that draws the menu itself gets it over the bus.
-/// The image is in the colour that the tray tells; where it tells none, a host that knows our icons by name gets the name and colours them
-/// itself, and any other a light mark with a dark edge, which shows on every ground.
+/// The image is in the colour that the tray gives; where it gives none, a host that knows our icons by name gets the name and colours them
+/// itself, and any other gets a light mark with a dark edge, which shows on every background.
 std::unique_ptr<StatusItem> makeTrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance);
 
 /// Whether the desktop has a place for the item now.

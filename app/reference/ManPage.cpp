@@ -87,13 +87,13 @@ The clip is saved, but \fBvelmora record\fR ended before it was asked to: the wi
 The X display whose windows are recorded.
 .TP
 .B WAYLAND_DISPLAY
-That the desktop is one of Wayland: windows are recorded through its portal, and the program's own are shown by Xwayland where there is one.
+Set on a Wayland desktop: windows are recorded through its portal, and the program's own are shown through Xwayland where there is one.
 .TP
 .B QT_QPA_PLATFORM
 With \fIwayland\fR the program's own windows do without Xwayland.
 .TP
 .B DBUS_SESSION_BUS_ADDRESS
-The session bus on which the commands for the program that runs reach it.
+The session bus on which the commands for the running program reach it.
 .TP
 .B VELMORA_VIDEO_ENCODER
 The one encoder to use, by its name in FFmpeg, in place of the first that proves itself. For developers.
@@ -136,7 +136,7 @@ std::string manPage(std::string_view version)
             page += synopsis(command) + '\n';
     }
     page += bold("velmora") + ' ' + bold("--help") + " | " + bold("--version") + "\n.fi\n.SH DESCRIPTION\n"
-        + "Velmora captures one window that you choose, all the time, and compresses every picture of it. A recording writes what is "
+        + "Velmora captures one window that you choose, all the time, and compresses every picture of it. A recording writes what has been "
           "compressed\nto a file, so it starts at once and costs next to nothing. There is no other window in the picture and no other "
           "program in the sound.\n.SH COMMANDS\n";
     for (const auto& group : commandGroups()) {

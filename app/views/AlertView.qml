@@ -1,4 +1,4 @@
-// An alert: what happened, and what can be answered.
+// An alert: what happened, and what the user can answer.
 import QtQuick
 import QtQuick.Layouts
 import Velmora.App
@@ -55,7 +55,7 @@ Rectangle {
 
                 Layout.fillWidth: true
                 Layout.fillHeight: true
-                // The bar lies in the margin.
+                // The bar is in the margin.
                 Layout.rightMargin: -14
                 implicitHeight: texts.implicitHeight
                 contentHeight: texts.implicitHeight

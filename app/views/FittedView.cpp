@@ -59,7 +59,7 @@ void FittedView::takeSizeOfContents()
 
 void FittedView::exposeEvent(QExposeEvent* event)
 {
-    // What the window manager puts around it is known once it is on the screen.
+    // What the window manager puts round it is known once it is on the screen.
     fit();
     QQuickView::exposeEvent(event);
 }

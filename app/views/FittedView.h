@@ -8,7 +8,7 @@ namespace velmora {
 /// What the desktop's panels leave free of the screen, in points.
 [[nodiscard]] QSize workAreaSize(const QScreen& screen);
 
-/// `given`; in the direction in which it does not fit into the work area with its frame around it, what does.
+/// `given`, reduced in each direction in which it does not fit into the work area with its frame around it.
 [[nodiscard]] QSize fittingSize(const QSize& given, const QSize& workArea, const QMargins& frame);
 
 class FittedView : public QQuickView {
@@ -17,13 +17,13 @@ class FittedView : public QQuickView {
 public:
     explicit FittedView(QQmlEngine& engine);
 
-    /// The size that the window has, or where it is resizable, the least one. Its contents scroll where it is smaller than that.
+    /// The size that the window has, or where it is resizable, its least size. Its contents scroll where it is smaller than that.
     void setGivenSize(const QSize& size, bool isResizable);
 
-    /// Where the desktop tells more of it than Qt does, in points.
+    /// For a desktop that knows more about it than Qt does. In points.
     void setWorkArea(const QSize& size);
 
-    /// The same with a fixed size: that of the view that it shows, also when that changes.
+    /// The same with a fixed size: that of the view that it shows, even when that changes.
     void takeSizeOfContents();
 
 protected:

@@ -9,7 +9,7 @@
 
 namespace velmora {
 
-/// A window that blocks the one that had the focus, until it is answered or closed.
+/// A window that blocks the one that had the focus until it is answered or closed.
 std::shared_ptr<platform::FolderChooser> makeFolderChooserWindow(
     std::shared_ptr<platform::FileManager> fileManager, std::shared_ptr<platform::WindowActivation> activation);
 

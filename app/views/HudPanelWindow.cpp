@@ -27,7 +27,7 @@ constexpr int cornerRadius = 14;
 constexpr int shadowMargin = 20;
 constexpr std::chrono::milliseconds fadeIn{250};
 
-// Opacity is a property of the window, which waits in the connection's buffer until something else is drawn.
+// Opacity is a property of the window, and setting it waits in the connection's buffer until something else is drawn.
 void flush()
 {
     if (const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>(); x11 && x11->connection())

@@ -62,7 +62,7 @@ struct HudPanelServices {
 };
 
 /// 340 x 110 points, on every workspace, above full-screen windows, never with the focus; in front of what other programs show later. Where
-/// windows are composited it has a shadow, which lies around those points and lets clicks through.
+/// windows are composited it has a shadow, which is around those points and lets clicks through.
 std::unique_ptr<HudPanel> makeHudPanelWindow(ClipSavedHUDModel::Actions actions, HudPanelServices services);
 
 }  // namespace velmora

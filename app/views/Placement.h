@@ -1,4 +1,4 @@
-// Where the program's windows stand.
+// Where the program's windows go.
 #pragma once
 
 #include "platform/WindowActivation.h"
@@ -20,14 +20,14 @@ struct WorkArea {
     QRect area;  ///< without panels
 };
 
-/// Of the main screen, the one answer for all windows. None when there is no screen. Where the desktop does not tell, that of the window of
-/// ours that has the focus, else the primary.
+/// Of the main screen, the one answer for all windows. None when there is no screen. Where the desktop does not say, that of the window of
+/// ours that has the focus, else the primary one.
 [[nodiscard]] std::optional<WorkArea> mainWorkArea(platform::WindowActivation& activation);
 
 /// Moves the window's content, of its present size, to the middle of the main screen.
 void centre(QWindow& window, platform::WindowActivation& activation);
 
-/// The same for a window of a given size, of which it gets what fits into that screen's work area.
+/// The same for a window with a given size, of which it gets what fits into that screen's work area.
 void fitAndCentre(FittedView& window, platform::WindowActivation& activation);
 
 /// A rectangle of pixels in the points of a screen of `geometry`, which is enlarged `scale` times: its top left corner is the same in both.

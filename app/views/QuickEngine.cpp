@@ -31,7 +31,7 @@ Motion& motion()
     return instance;
 }
 
-/// In the sizes of title bars, lists of windows and task bars.
+/// In the sizes that title bars, lists of windows and task bars use.
 QIcon windowIcon()
 {
     QIcon icon;

@@ -5,11 +5,11 @@
 
 namespace velmora {
 
-/// Created when the first window is needed, with the icon that all windows show: without a window the program does without both. Main
+/// Created when the first window is needed, with the icon that all windows show: without a window the program needs neither. Main
 /// thread.
 QQmlEngine& quickEngine();
 
-/// What the desktop asks for, of the windows that there are and of those to come. Creates no engine. Main thread.
+/// What the desktop asks for, for the windows that exist and for those to come. Creates no engine. Main thread.
 void setReducesMotion(bool reducesMotion);
 [[nodiscard]] bool reducesMotion();
 

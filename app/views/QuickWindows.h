@@ -16,9 +16,9 @@ namespace velmora {
 struct QuickContent {
     QUrl view;
     std::shared_ptr<QObject> model;
-    std::function<void()> willAppear;  ///< each time that the window was hidden and is shown
-    std::function<void()> didDisappear;  ///< each time that the window was closed
-    std::function<void(std::function<void()> close)> onDismiss;  ///< given the way to close the window, once
+    std::function<void()> willAppear;  ///< each time that the window is shown after being hidden
+    std::function<void()> didDisappear;  ///< each time that the window has been closed
+    std::function<void(std::function<void()> close)> onDismiss;  ///< given, once, the way to close the window
 };
 
 class QuickWindowFactory final : public ApplicationWindowFactory {

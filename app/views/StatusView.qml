@@ -1,4 +1,4 @@
-// The menu of a desktop without a tray: it lies open in a window.
+// The menu of a desktop without a tray, open in a window.
 import QtQuick
 import QtQuick.Layouts
 import Velmora.App

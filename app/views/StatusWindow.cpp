@@ -57,7 +57,7 @@ public:
 
     void makeKeyAndOrderFront(bool) override
     {
-        // What is asked for once more is wanted.
+        // What is asked for again is wanted.
         view_.isUsed = std::exchange(wasShown_, true);
         model_.update();
         if (!view_.isVisible())

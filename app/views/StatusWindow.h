@@ -31,7 +31,7 @@ public:
     void update();
     Q_INVOKABLE void trigger(int row);
 
-    /// The command that has the keyboard: it stays the same however the menu changes, as long as it is in it.
+    /// The command that has the focus: it stays the same however the menu changes, as long as it is in it.
     [[nodiscard]] int currentRow() const { return currentRow_; }
     void setCurrentRow(int row);
     Q_INVOKABLE void moveCurrentRow(int step);
@@ -52,7 +52,7 @@ private:
     int currentRow_ = 0;
 };
 
-/// Closes by itself when a tray has come, unless it was used or shown once more.
+/// Closes by itself when a tray has come, unless it has been used or shown again.
 std::shared_ptr<ApplicationWindow> makeStatusWindow(
     MenuBarController& menuBar, const CaptureCoordinator& coordinator, std::shared_ptr<platform::WindowActivation> activation);
 

@@ -40,9 +40,8 @@ QString placeCaption()
 {
     if (hasTray())
         return QStringLiteral("On this desktop the menu bar is your panel's tray, and the Dock is its task bar or launcher.");
-    return QStringLiteral(
-        "This desktop has no tray: Velmora's menu lies open in a small window of its own. Start Velmora again to bring it "
-        "back. The icon appears as soon as there is a tray.");
+    return QStringLiteral("This desktop has no tray: Velmora's menu is open in a small window of its own. Start Velmora again to bring it "
+                          "back. The icon appears as soon as there is a tray.");
 }
 
 QuickContent makePicker(const SharedServices& services)

@@ -1,4 +1,4 @@
-// What stands in each of the program's windows.
+// What is in each of the program's windows.
 #pragma once
 
 #include "app/views/QuickWindows.h"

@@ -14,7 +14,7 @@ using test::ListedWindow;
 using test::Program;
 using test::TemporaryDirectory;
 
-/// Recorders that take their wishes as arguments and end, their file whole, by SIGINT.
+/// Recorders that take their settings as arguments and end, with their file whole, on SIGINT.
 class InterruptedProgram final : public RunningRecording {
 public:
     explicit InterruptedProgram(const std::vector<std::string>& arguments) : name_(arguments.front()), program_(arguments) { }
@@ -25,7 +25,7 @@ public:
     {
         program_.signal(SIGINT);
         const auto outcome = program_.finish();
-        // ffmpeg tells of the signal by its status.
+        // ffmpeg reports the signal by its status.
         if (outcome.status != 0 && outcome.status != 255)
             throw std::runtime_error(name_ + " ended badly: " + outcome.messages);
     }
@@ -35,7 +35,7 @@ private:
     Program program_;
 };
 
-/// It takes its wishes from its file of settings, and commands from its standard input.
+/// It takes its settings from a file, and commands from its standard input.
 class SimpleScreenRecorder final : public RunningRecording {
 public:
     SimpleScreenRecorder(const ListedWindow& window, const std::filesystem::path& file)

@@ -1,4 +1,4 @@
-// The recorders that are compared, each driven as its manual says, with the same wishes: one window with the pointer at 60 pictures a
+// The recorders that are compared, each driven as its manual says, with the same settings: one window with the pointer at 60 pictures a
 // second, the desktop's sound, H.264 at 8 Mbit/s by libx264's "superfast", AAC, one MP4 file.
 #pragma once
 
@@ -12,7 +12,7 @@
 
 namespace velmora::benchmarks {
 
-/// A recording that runs; ended, and its file thrown away, with the object.
+/// A running recording; ended, and its file thrown away, with the object.
 class RunningRecording {
 public:
     virtual ~RunningRecording() = default;

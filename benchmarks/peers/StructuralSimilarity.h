@@ -14,8 +14,8 @@ struct LumaPlane {
     int height = 0;
 };
 
-/// The mean structural similarity (Wang et al. 2004) over squares of 8 pixels, 4 apart: 1 for pictures that are the same. Of two planes
-/// of one size, at least 8 x 8.
+/// The mean structural similarity (Wang et al. 2004) over squares of 8 pixels, 4 apart: 1 for pictures that are the same. The two planes
+/// have the same size, at least 8 x 8.
 [[nodiscard]] double structuralSimilarity(const LumaPlane& one, const LumaPlane& other);
 
 }  // namespace velmora::benchmarks

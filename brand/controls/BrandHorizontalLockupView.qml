@@ -1,7 +1,7 @@
 import QtQuick
 import Velmora.Brand
 
-// The mark and the name beside it, as high as `height`.
+// The mark and the name beside it, `height` high.
 Row {
     id: lockup
 

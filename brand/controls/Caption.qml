@@ -1,6 +1,6 @@
 import Velmora.Brand
 
-// What is said beside the matter: smaller and quieter than a label.
+// What is said on the side: smaller and quieter than a label.
 Label {
     color: Theme.secondaryText
     font: Theme.captionFont

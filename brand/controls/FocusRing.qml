@@ -1,7 +1,7 @@
 import QtQuick
 import Velmora.Brand
 
-// Lies around `target`, which is its parent or a sibling.
+// Goes round `target`, which is its parent or a sibling.
 RoundedRectangle {
     property Item target: parent
     property real targetRadius: Theme.controlRadius

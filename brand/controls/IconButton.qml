@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Velmora.Brand
 
-// A button that shows a symbol only; `text` is what assistive technology says.
+// A button that shows only a symbol; `text` is what assistive technology says.
 T.Button {
     id: button
 

@@ -6,7 +6,7 @@ import Velmora.Brand
 T.ItemDelegate {
     id: row
 
-    // The row of a list that has the keyboard shows it, whichever way the focus came.
+    // The row of a list that has the focus shows it, whichever way the focus came.
     property bool showsFocus: visualFocus
     // What is left free at its right end, for the scroll bar of a list that has one.
     property real gutter: 0

@@ -2,8 +2,8 @@ import QtQuick
 import QtQuick.Templates as T
 import Velmora.Brand
 
-// A row of a menu that lies open in a window, `text` what assistive technology says. The view gives the content. No ListRow, because what a
-// control of Qt's is to assistive technology is fixed by its kind.
+// A row of a menu that is open in a window, `text` what assistive technology says. The view gives the content. Not a ListRow, because what
+// a control of Qt's is to assistive technology is fixed by its kind.
 T.MenuItem {
     id: row
 

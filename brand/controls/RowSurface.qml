@@ -1,7 +1,7 @@
 import QtQuick
 import Velmora.Brand
 
-// What lies under the content of a row that can be pressed.
+// What is under the content of a row that can be pressed.
 RoundedRectangle {
     id: surface
 

@@ -2,11 +2,11 @@ import QtQuick
 import QtQuick.Templates as T
 import Velmora.Brand
 
-// Scrolls what is higher than itself, by wheel and keyboard, and to the control that gets the keyboard.
+// Scrolls what is taller than itself, by wheel and keyboard, and to the control that gets the focus.
 Flickable {
     id: area
 
-    // Between the control that gets the keyboard and the edge.
+    // Between the control that gets the focus and the edge.
     property real reach: Theme.windowMargin
 
     function scrollTo(y: real) {

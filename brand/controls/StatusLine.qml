@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Velmora.Brand
 
-// A state that something has come to: a symbol and what it means. Assistive technology reads it out when it appears.
+// A state that something has reached: a symbol and what it means. Assistive technology reads it out when it appears.
 RowLayout {
     id: line
 

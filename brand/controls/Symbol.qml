@@ -1,7 +1,7 @@
 import QtQuick
 import Velmora.Brand
 
-// A glyph, as sharp as the screen is. What it says is said by what it stands in.
+// A glyph, as sharp as the screen is. Whatever it is part of says what it means.
 Image {
     id: symbol
 

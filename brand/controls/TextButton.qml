@@ -7,7 +7,7 @@ T.Button {
 
     // The one action that a window is about.
     property bool prominent: false
-    // Without a surface, for what is rather not done.
+    // Without a surface, for what is better not done.
     property bool plain: false
     property bool compact: false
     property string symbol

@@ -31,7 +31,7 @@ FocusScope {
         }
     }
 
-    // What does not fit is cut off at its edges, which the ring must not be.
+    // What does not fit is cut off at its edges; the ring must not be.
     T.TextField {
         id: input
 

@@ -46,7 +46,7 @@ std::string_view nameOf(LogLevel level)
     return "default";
 }
 
-// A value with a line break is written with its length in front (64 bits, little endian).
+// A value with a line break is preceded by its length (64 bits, little endian).
 void appendField(std::string& datagram, std::string_view name, std::string_view value)
 {
     datagram += name;

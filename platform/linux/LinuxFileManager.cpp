@@ -122,7 +122,7 @@ public:
 
     Result<void> removeFile(const std::filesystem::path& path) override
     {
-        // A recorder's lock is on its file; holding it ourselves keeps one who wants the name from being overtaken.
+        // A recorder's lock is on its file; while we hold it ourselves, nobody who wants the name can slip in between.
         const auto file = mp4::PosixFile::openForUpdating(path);
         if (file) {
             const auto locked = (*file)->tryLock();
@@ -173,7 +173,7 @@ std::filesystem::path videosDirectory(std::string_view userDirectories, const st
             continue;
         if (value.starts_with(homePrefix) && (value.size() == homePrefix.size() || value[homePrefix.size()] == '/'))
             value = home.native() + value.substr(homePrefix.size());
-        // The last entry holds, as when a shell reads the file.
+        // The last entry counts, as when a shell reads the file.
         result = value.starts_with('/') ? std::filesystem::path{value}.lexically_normal() : std::filesystem::path{};
     }
     if (!result.empty() && !result.has_filename())

@@ -6,8 +6,8 @@ namespace velmora::linux_backend {
 
 namespace {
 
-// What glibc begins with (mallopt(3)). By itself it moves these two up to 64 MB with the largest block that was freed, such as a picture;
-// pictures then lie among everything else, and what a closed preview had used stays with the process.
+// What glibc begins with (mallopt(3)). By itself it raises these two, up to 64 MB, with the largest block that was freed, such as a
+// picture; pictures then lie among everything else, and what a closed preview had used stays with the process.
 constexpr int blockGivenBack = 128 * 1024;
 constexpr int heapEndGivenBack = 128 * 1024;
 

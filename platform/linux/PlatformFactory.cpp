@@ -53,8 +53,8 @@ std::string_view environment(const char* name)
     return value ? value : "";
 }
 
-// To the program in the tray without its display a stream would be one that stopped with an error, and the recording of such a one is discarded. The
-// program ends anyway, as every client of a server that went; so it ends at once, and the next start makes whole what it recorded.
+// To the program in the tray, a stream without its display would be one that stopped with an error, whose recording is discarded. The
+// program ends anyway, like every client of a server that is gone; so it ends at once, and the next start makes whole what it recorded.
 void endWithTheDisplay()
 {
     std::fputs("The X display is gone.\n", stderr);
@@ -84,7 +84,7 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
     services.trayAppearance = std::make_shared<X11TrayAppearance>();
     services.workspace = makeWorkspace({.observeDisplays =
                                             [events, mainExecutor](std::function<void()> changed) {
-                                                // For the rest of the process, as the workspace itself.
+                                                // For the rest of the process, like the workspace itself.
                                                 static std::unique_ptr<X11DisplayChanges> displays;
                                                 if (auto observed = X11DisplayChanges::observe(events, mainExecutor, std::move(changed)))
                                                     displays = std::move(*observed);

@@ -21,7 +21,7 @@ CapturedWindowInfo window(std::uint32_t id)
 
 class AppControlTest : public testing::Test, protected test::CoordinatorFixture {
 protected:
-    /// Selects and runs what can run.
+    /// Selects a window and runs what can run.
     void select(std::uint32_t id, std::optional<std::string> sound = std::nullopt)
     {
         control.selectWindow(id, std::move(sound),

@@ -102,7 +102,7 @@ TEST_F(ClipSavedNotificationControllerTest, PostsANotificationAboutTheClip)
     EXPECT_EQ(centre->requests[0].identifier.size(), 36U);
 }
 
-// The panel may lie over it, and is raised whenever it is covered.
+// The panel may be over it, and is raised whenever it is covered.
 TEST_F(ClipSavedNotificationControllerTest, TheNotificationCanStillBeReadAndUsedWhenThePanelHasGone)
 {
     save();

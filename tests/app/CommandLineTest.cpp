@@ -128,9 +128,9 @@ TEST(CommandLine, WithoutAWorkingFolderARelativePathIsAnError)
 
 TEST(CommandLine, AFileWithoutANameIsNone)
 {
-    EXPECT_EQ(complaint({"repair", ""}), "A file's name is not empty.");
-    EXPECT_EQ(complaint({"preview", ""}), "A file's name is not empty.");
-    EXPECT_EQ(complaint({"trim", "", "--start", "0", "--end", "1"}), "A file's name is not empty.");
+    EXPECT_EQ(complaint({"repair", ""}), "A file's name cannot be empty.");
+    EXPECT_EQ(complaint({"preview", ""}), "A file's name cannot be empty.");
+    EXPECT_EQ(complaint({"trim", "", "--start", "0", "--end", "1"}), "A file's name cannot be empty.");
 }
 
 TEST(CommandLine, RepairsOneFile)
@@ -263,7 +263,7 @@ TEST(CommandLine, WhatACommandDoesStandsIndentedUnderIt)
     EXPECT_GT(explanations, 10);
 }
 
-/// The words of `text` whose letters are not as they are in a sentence.
+/// The words of `text` whose letters are not cased as in a sentence.
 std::vector<std::string> misspelt(const QString& text)
 {
     static const QStringList names{QStringLiteral("Ctrl+C"), QStringLiteral("Velmora"), QStringLiteral("Wayland")};

@@ -16,7 +16,7 @@ class FolderWatchTest : public testing::Test {
 protected:
     FolderWatchTest() { watch.watch(folder.path()); }
 
-    /// Handles events until so many changes were told; false when they never are.
+    /// Handles events until that many changes have been reported; false when they never are.
     bool awaitChanges(int count)
     {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{60};
@@ -38,7 +38,7 @@ TEST_F(FolderWatchTest, AClipHasComeWhenWhoeverWroteItClosedIt)
 {
     std::ofstream clip{folder.path() / "clip \xFF.MP4"};
     clip << "half" << std::flush;
-    // What is no clip is no change; the next one that is comes alone.
+    // What is not a clip is not a change; the next one that is comes alone.
     std::ofstream{folder.path() / "notes.txt"} << "text";
     QCoreApplication::processEvents();
     clip.close();

@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// Where QML keeps its pointers no leak checker looks: the engine goes after the last test of those that make windows.
+/// No leak checker looks where QML keeps its pointers: the engine goes after the last of the tests that make windows.
 class EngineOwner final : public testing::Environment {
     void TearDown() override
     {
@@ -168,7 +168,7 @@ TEST_F(HudPanelWindowTest, WithCompositingTheWindowHasAMarginForTheShadowWhichLe
     EXPECT_TRUE(window->requestedFormat().hasAlpha());
     EXPECT_THAT(floating->keptParts, ElementsAre(area));
 
-    // No opacity can be seen on this screen: what would lie below is white.
+    // No opacity can be seen on this screen: what would be below is white.
     auto* view = qobject_cast<QQuickWindow*>(window);
     view->setColor(Qt::white);
     application.processEvents();
@@ -176,8 +176,8 @@ TEST_F(HudPanelWindowTest, WithCompositingTheWindowHasAMarginForTheShadowWhichLe
     const auto lightness = [&](int x, int y) { return picture.pixelColor(x, y).lightness(); };
     const int middle = area.x + 170;
     EXPECT_EQ(lightness(0, 0), 255);
-    EXPECT_EQ(lightness(middle, 0), 255) << "the shadow ends within the window";
-    EXPECT_EQ(lightness(middle, picture.height() - 1), 255) << "the shadow ends within the window";
+    EXPECT_EQ(lightness(middle, 0), 255) << "the shadow ends inside the window";
+    EXPECT_EQ(lightness(middle, picture.height() - 1), 255) << "the shadow ends inside the window";
     EXPECT_LT(lightness(middle, area.y + 110 + 3), 230);
     EXPECT_GT(lightness(middle, area.y + 110 + 3), 100);
     EXPECT_EQ(picture.pixelColor(middle, area.y + 8), (QColor{15, 23, 42}));
@@ -188,7 +188,7 @@ TEST_F(HudPanelWindowTest, WithCompositingTheWindowHasAMarginForTheShadowWhichLe
             shades.insert(lightness(area.x + x, area.y + y));
     }
     EXPECT_GT(shades.size(), 6U);
-    EXPECT_GT(lightness(area.x, area.y), 100) << "nothing of the panel lies in its corner";
+    EXPECT_GT(lightness(area.x, area.y), 100) << "nothing of the panel is in its corner";
 
     floating->isComposited = false;
     show();

@@ -99,7 +99,7 @@ protected:
         return QDBusConnection::connectToBus(address_, names_.constLast());
     }
 
-    /// What a command prints that another process would run; the instance answers meanwhile.
+    /// What a command prints, as if another process ran it; the instance answers meanwhile.
     template <typename Command>
     Answer run(const Command& command)
     {
@@ -120,7 +120,7 @@ protected:
         return answer;
     }
 
-    /// One that has the name and does what comes in.
+    /// One that has the name and does what it is asked.
     std::unique_ptr<InstanceBus> runningInstance()
     {
         auto bus = std::make_unique<InstanceBus>(connect("instance"));
@@ -249,7 +249,7 @@ TEST_F(InstanceBusTest, AFailureIsPrintedAsItIs)
     preview.file = "/clips/a.mp4";
     EXPECT_EQ(run(preview).errors, "No such window.\n");
     preview.file = "a.mp4";
-    EXPECT_EQ(run(preview).errors, "a.mp4 is no absolute path.\n");
+    EXPECT_EQ(run(preview).errors, "a.mp4 is not an absolute path.\n");
 }
 
 TEST_F(InstanceBusTest, EveryCommandReachesTheProgramWithWhatItCarries)
@@ -325,7 +325,7 @@ TEST_F(InstanceBusTest, OverlappingCallsAreEachAnsweredWithTheirOwnClipInWhateve
     EXPECT_EQ(replies[2].value(), QStringLiteral("/clips/c.mp4"));
 }
 
-/// Where standard error of this process goes while it lives, and what was written there.
+/// Where this process's standard error goes while this lives, and what was written there.
 class Terminal {
 public:
     Terminal() : controller_(::posix_openpt(O_RDWR | O_NOCTTY)), errors_(::dup(STDERR_FILENO))
@@ -416,7 +416,7 @@ TEST_F(InstanceBusTest, ACallerThatIsGoneTellsNothing)
     std::exchange(control_.heldToggle, {})(fail("Velmora.Test", 1, "No disk."));
 }
 
-/// As it was before calls had options.
+/// As it was before the calls had options.
 class OlderInstance final : public QDBusVirtualObject {
 public:
     [[nodiscard]] QString introspect(const QString&) const override { return {}; }

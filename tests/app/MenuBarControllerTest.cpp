@@ -277,7 +277,7 @@ TEST_F(ShellTest, ARecordingWhoseFileWasMovedIsANotificationOfWhereItLiesWhole)
     ASSERT_EQ(notificationCenter->requests.size(), 1U);
     const auto& notification = notificationCenter->requests[0].content;
     EXPECT_EQ(notification.title, "Clip Moved");
-    EXPECT_EQ(notification.body, "Clip 1.mp4 was moved while it was being recorded. It lies whole in /old clips.");
+    EXPECT_EQ(notification.body, "Clip 1.mp4 was moved while it was being recorded. The whole clip is in /old clips.");
     EXPECT_TRUE(notificationCenter->respond("PREVIEW_ACTION", notification));
     executor->runAll();
     EXPECT_EQ(windows->descriptions.at(0).clip, "/old clips/Clip 1.mp4");
@@ -403,7 +403,7 @@ TEST_F(ShellRecordingTest, AStopAsTheWindowClosesGivesOneAlertWithBothTexts)
     EXPECT_EQ(alerts->alerts[1].informativeText, "Cannot record: Please select a video window first.");
 }
 
-/// Commands that come in over the bus. `isThere` while whoever sent one can tell of a failure.
+/// Commands that come in over the bus. `isThere` as long as whoever sent one can tell of a failure.
 class ShellCommandTest : public ShellRecordingTest {
 protected:
     ShellCommandTest()

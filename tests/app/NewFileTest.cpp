@@ -53,7 +53,7 @@ TEST(NewFile, WhereNobodyCanTellTheSystemsReasonIsTheError)
     std::filesystem::create_directory(folder.path() / "closed");
     std::filesystem::permissions(folder.path() / "closed", std::filesystem::perms{0});
     std::filesystem::permissions(folder.path(), std::filesystem::perms{0755});
-    // The superuser may look anywhere.
+    // The superuser may look everywhere.
     const bool isSuperuser = ::geteuid() == 0;
     if (isSuperuser) {
         ASSERT_EQ(::seteuid(65534), 0);

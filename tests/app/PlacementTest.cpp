@@ -23,7 +23,7 @@ TEST(Placement, AnEnlargedScreenKeepsItsCornerAndHasFewerPoints)
 
 TEST(Placement, APointThatAPanelCoversInPartIsNotFree)
 {
-    // 31 pixels are 20.7 points, and the 767th pixel lies in the middle of a point.
+    // 31 pixels are 20.7 points, and the 767th pixel is in the middle of a point.
     EXPECT_EQ(inPoints({1, 31, 1364, 736}, {0, 0, 910, 512}, 1.5), (QRect{1, 21, 909, 490}));
 }
 

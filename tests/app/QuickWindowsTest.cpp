@@ -59,7 +59,7 @@ TEST_F(QuickWindowsTest, AWindowThatFitsHasItsGivenSizeInTheMiddleOfWhatIsFree)
     EXPECT_EQ(view->minimumSize(), (QSize{640, 530}));
     EXPECT_EQ(view->maximumSize(), (QSize{640, 530}));
     ASSERT_TRUE(view->rootObject());
-    EXPECT_EQ(view->rootObject()->objectName(), QStringLiteral("view")) << "nothing lies between the window and its view";
+    EXPECT_EQ(view->rootObject()->objectName(), QStringLiteral("view")) << "nothing is between the window and its view";
 }
 
 TEST_F(QuickWindowsTest, AWindowThatDoesNotFitHasTheWorkAreasSizeAndItsViewWithIt)

@@ -70,7 +70,7 @@ protected:
         };
     }
 
-    /// Once the condition holds, in the event loop of the command, the step is taken.
+    /// Once the condition holds, the step is taken, in the event loop of the command.
     void when(std::function<bool()> condition, std::function<void()> step) { steps_.emplace_back(std::move(condition), std::move(step)); }
 
     int run()
@@ -79,7 +79,7 @@ protected:
         const auto deadline = std::chrono::steady_clock::now() + patience;
         QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
             if (std::chrono::steady_clock::now() > deadline) {
-                ADD_FAILURE() << "what the test waits for does not come";
+                ADD_FAILURE() << "what the test waits for never comes";
                 return QCoreApplication::exit(-1);
             }
             if (arePicturesDelivered_ && writers->writers.empty())
@@ -116,7 +116,8 @@ protected:
 
     [[nodiscard]] bool isCapturing() const { return !streams->streams.empty() && streams->streams[0]->started; }
 
-    /// From now on, until there is a file for them. One alone may come before the capture takes any, or while the encoder is being made.
+    /// From now on, until there is a file for them. A single one might come before the capture takes any, or while the encoder is being
+    /// made.
     void deliverPictures() { arePicturesDelivered_ = true; }
 
     /// Pictures come until one of them is in the file.
@@ -246,7 +247,7 @@ TEST_F(RecordCommandTest, AWindowThatClosesWhileTheClipIsBeingSavedChangesNothin
 TEST_F(RecordCommandTest, AnInterruptBeforeTheCaptureSaysThatNothingWasRecorded)
 {
     when([this] { return isCapturing(); }, interrupt);
-    expectFailure("Nothing was recorded yet.");
+    expectFailure("Nothing has been recorded yet.");
     EXPECT_FALSE(std::filesystem::exists(*command.output));
 }
 
@@ -255,12 +256,12 @@ TEST_F(RecordCommandTest, AnInterruptBeforeTheFirstPictureIsInTheFileSaysThatNot
     when([this] { return isCapturing(); }, [this] { deliverPictures(); });
     when([this] { return !writers->writers.empty(); },
         [this] {
-            // As the real one does with a file in which there is nothing.
+            // As the real one does with an empty file.
             writers->writers[0]->finishStatus = platform::AssetWriter::Status::failed;
             writers->writers[0]->removesFileAtFinish = true;
             interrupt();
         });
-    expectFailure("Nothing was recorded yet.");
+    expectFailure("Nothing has been recorded yet.");
 }
 
 class FullDiskRecordCommandTest : public RecordCommandTest {
@@ -335,7 +336,7 @@ TEST_F(TwoEncodersRecordCommandTest, AnotherEncoderWhosePicturesDoNotFitEndsItEa
             foreign->format = std::make_shared<const FormatDescription>(VideoFormat{FourCharacterCode{"avc1"}, 320, 240, {}, {}});
             encoders->newest()->emitOutput(0, foreign);
         });
-    expectEarlyEnd("Another encoder has taken over, and its pictures do not belong into the same file");
+    expectEarlyEnd("Another encoder has taken over, and its pictures do not belong in the same file");
     EXPECT_EQ(writers->writers[0]->finishCount, 1);
 }
 
@@ -347,7 +348,7 @@ TEST_F(RecordCommandTest, AnEncoderThatFailsForGoodEndsItEarlyWithWhatWasWritten
             for (int i = 0; i < 30; ++i)
                 encoders->newest()->emitOutput(-5, nullptr);
         });
-    expectEarlyEnd("The encoder fails (Status: -5)");
+    expectEarlyEnd("The encoder keeps failing (Status: -5)");
     EXPECT_EQ(writers->writers[0]->finishCount, 1);
 }
 
@@ -360,7 +361,7 @@ TEST_F(RecordCommandTest, AnEncoderThatFailsForGoodBeforeItsFirstPictureIsAFailu
             for (int i = 0; i < 30; ++i)
                 encoders->newest()->emitOutput(-5, nullptr);
         });
-    expectFailure("Failed to start recording: The encoder fails (Status: -5)");
+    expectFailure("Failed to start recording: The encoder keeps failing (Status: -5)");
     EXPECT_TRUE(writers->writers.empty());
 }
 
@@ -395,7 +396,7 @@ TEST_F(RecordCommandTest, AFileThatAppearsAfterItBeganToCaptureIsNotReplaced)
         });
     EXPECT_EQ(run(), command_line::failed);
     EXPECT_EQ(output, "");
-    EXPECT_EQ(errors, command.output->string() + " is there already; choose another name.\n");
+    EXPECT_EQ(errors, command.output->string() + " already exists; choose another name.\n");
     EXPECT_EQ(contentOf(*command.output), "mine");
 }
 

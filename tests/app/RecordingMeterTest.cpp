@@ -95,7 +95,7 @@ TEST_F(RecordingMeterTest, CountsPicturesThatWereNotEncodedWhileAFileIsWritten)
     const auto session = metered(sessions, meter)->makeSession(640, 480, FourCharacterCode{"avc1"}, [&](auto, const auto&) { ++outputs; });
     ASSERT_TRUE(session.has_value());
     sessions->sessions[0]->emitOutput(0, nullptr);
-    EXPECT_EQ(meter->droppedFrames, 0U) << "nothing is recorded yet";
+    EXPECT_EQ(meter->droppedFrames, 0U) << "nothing is being recorded yet";
     video->append(test::videoSample(100, true));
     sessions->sessions[0]->emitOutput(0, nullptr);
     sessions->sessions[0]->emitOutput(0, test::videoSample(1, true));

@@ -191,8 +191,8 @@ TEST_F(RecordingObserverTest, PicturesOfAnotherEncoderEndTheRecording)
     append(foreign);
     append(foreign);
     ASSERT_THAT(ends, SizeIs(1));
-    EXPECT_EQ(observer->notice(),
-        "The recording ended early: Another encoder has taken over, and its pictures do not belong into the same file.");
+    EXPECT_EQ(
+        observer->notice(), "The recording ended early: Another encoder has taken over, and its pictures do not belong in the same file.");
 }
 
 TEST_F(RecordingObserverTest, WithoutAnEncoderTheReasonIsThereFromTheFirstPictureOnAndEveryRecordingEndsAtOnce)
@@ -227,9 +227,9 @@ TEST_F(RecordingObserverTest, AnEncoderThatFailsThirtyTimesInARowEndsTheRecordin
     encode(50, 0, false);
     EXPECT_THAT(ends, IsEmpty());
     encode(5, broken, false);
-    EXPECT_THAT(ends, ElementsAre("The encoder fails (Status: -5)"));
+    EXPECT_THAT(ends, ElementsAre("The encoder keeps failing (Status: -5)"));
     finishFile();
-    EXPECT_EQ(observer->notice(), "The recording ended early: The encoder fails (Status: -5).");
+    EXPECT_EQ(observer->notice(), "The recording ended early: The encoder keeps failing (Status: -5).");
     encode(1, 0, true);
     beginFile();
     EXPECT_EQ(observer->notice(), "");
@@ -280,7 +280,7 @@ TEST_F(RecordingObserverTest, TheStreamIsTheOneThatWasMade)
     capture();
     EXPECT_EQ(stream.get(), streams->streams.back().get()) << "the capture knows it by its address";
     stream.reset();
-    EXPECT_FALSE(streams->streams.back()->delegate.lock()) << "nobody keeps what stands between";
+    EXPECT_FALSE(streams->streams.back()->delegate.lock()) << "nobody keeps what stands between them";
 }
 
 }  // namespace

@@ -107,7 +107,7 @@ TEST_F(TrimCommandTest, AnOutputThatIsThereIsRefusedEvenALinkThatLeadsNowhere)
         command.output = folder.path() / taken;
         EXPECT_EQ(run(), command_line::failed);
         EXPECT_EQ(output, "");
-        EXPECT_EQ(errors, command.output->string() + " is there already; choose another name.\n");
+        EXPECT_EQ(errors, command.output->string() + " already exists; choose another name.\n");
     }
     EXPECT_TRUE(exports->sessions.empty());
 }
@@ -116,7 +116,7 @@ TEST_F(TrimCommandTest, AnOutputThatIsTakenMeanwhileIsRefusedInTheSameWords)
 {
     command.output = folder.path() / "part.mp4";
     EXPECT_EQ(run([](auto& session) { session.fail(posixError(EEXIST, "part.mp4")); }), command_line::failed);
-    EXPECT_EQ(errors, command.output->string() + " is there already; choose another name.\n");
+    EXPECT_EQ(errors, command.output->string() + " already exists; choose another name.\n");
 }
 
 TEST_F(TrimCommandTest, AMissingFolderOfTheOutputIsMade)

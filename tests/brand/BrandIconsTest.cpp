@@ -27,7 +27,7 @@ void expectSamePixels(const QImage& one, const QImage& other, int tolerance)
     QPoint where;
     for (int row = 0; row < one.height(); ++row) {
         for (int column = 0; column < one.width(); ++column) {
-            // Premultiplied: how it looks, not what colour nothing has.
+            // Premultiplied: how it looks, not what colour the transparent part has.
             const QRgb left = reinterpret_cast<const QRgb*>(one.constScanLine(row))[column];
             const QRgb right = reinterpret_cast<const QRgb*>(other.constScanLine(row))[column];
             for (const auto difference :

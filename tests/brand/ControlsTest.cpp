@@ -33,7 +33,7 @@ TEST(BrandModule, EveryTypeCanBeCreatedAndDrawnWithoutAWarning)
     }
 }
 
-// What a person sees of a colour on our ground.
+// What a person sees of a colour on our background.
 QColor onGround(const QColor& color)
 {
     const auto mixed = [&](int above, int below) { return qRound(above * color.alpha() / 255.0 + below * (255 - color.alpha()) / 255.0); };
@@ -47,7 +47,7 @@ void expectNear(const QColor& seen, const QColor& expected, int tolerance = 3)
     EXPECT_NEAR(seen.blue(), expected.blue(), tolerance);
 }
 
-// At the left end of the control, half way up, clear of what stands in it.
+// At the left end of the control, half way up, clear of what is in it.
 QColor surfaceOf(const QuickTestWindow& window, const QQuickItem& item)
 {
     return window.grab(item).pixelColor(4, qRound(item.height() / 2));
@@ -214,7 +214,7 @@ TEST(Label, ShowsEveryKindOfTextHoweverItIsLaidOut)
         auto* label = window.item("it");
         for (const auto& [kind, text] : test::oddTexts()) {
             SCOPED_TRACE(std::string{look} + ", " + kind);
-            // Set, and laid out once more in another width.
+            // Set, and laid out again in another width.
             label->setProperty("text", text.left(2000));
             EXPECT_FALSE(window.grab().isNull());
             label->setWidth(60);

@@ -49,7 +49,7 @@ protected:
         return value.value<QColor>();
     }
 
-    /// All that text and controls stand on: windows, cards, lists and their rows, with the pointer above them too.
+    /// All that text and controls are on: windows, cards, lists and their rows, with the pointer above them too.
     [[nodiscard]] std::vector<std::pair<std::string, QColor>> grounds() const
     {
         const QColor window = color("obsidian");
@@ -121,7 +121,7 @@ TEST_F(PaletteTest, WhatIsSelectedInATextCanBeRead)
         EXPECT_GE(contrast(color("studioWhite"), shown(Theme::withOpacity(color("coral"), 0.5), ground)), leastForText) << where;
 }
 
-// Both colours are given. It is enough for a glyph, and for text of the size of a headline.
+// Both colours are given. It is enough for a glyph, and for text the size of a headline.
 TEST_F(PaletteTest, WhiteOnCoralIsTheOneTextBelow)
 {
     EXPECT_NEAR(contrast(color("studioWhite"), color("coral")), 3.55, 0.01);

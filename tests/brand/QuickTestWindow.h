@@ -48,7 +48,7 @@ inline QGuiApplication& application()
     return one;
 }
 
-/// `qml` is what stands inside an Item of the window's size, given `properties`. Warnings of QML fail the test.
+/// `qml` is what is inside an Item of the window's size, given `properties`. QML warnings fail the test.
 class QuickTestWindow {
 public:
     explicit QuickTestWindow(const QString& qml, const QSize& size = {400, 200}, const QVariantMap& properties = {})
@@ -100,7 +100,7 @@ public:
         release(item);
     }
 
-    /// As the window system hands it in: what a shortcut takes reaches no control.
+    /// As the window system delivers it: what a shortcut takes reaches no control.
     void type(Qt::Key key, const QString& text = {}, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
         for (const auto kind : {QEvent::KeyPress, QEvent::KeyRelease})

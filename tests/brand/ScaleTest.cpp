@@ -1,4 +1,4 @@
-// The marks and controls on a screen with one and a half pixels a point.
+// The marks and controls on a screen with one and a half pixels per point.
 
 #include "brand/BrandAssets.h"
 #include "brand/BrandColors.h"
@@ -26,7 +26,7 @@ QImage onGround(const QImage& picture, const QSize& size)
     return image;
 }
 
-/// The mean difference of all colours, of 255.
+/// The mean difference of all colours, out of 255.
 double difference(const QImage& one, const QImage& other)
 {
     double sum = 0;

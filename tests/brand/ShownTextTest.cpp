@@ -53,7 +53,7 @@ TEST(OneLine, WhatWouldTurnTheTextAroundItIsLeftOut)
     for (char16_t control = 0x2066; control <= 0x2069; ++control)
         EXPECT_EQ(oneLine(QStringLiteral("a") + QChar{control} + QStringLiteral("b")), QStringLiteral("ab")) << int{control};
     const auto mark = QStringLiteral("a") + QChar{0x200F} + QStringLiteral("b");
-    EXPECT_EQ(oneLine(mark), mark) << "a mark turns nothing behind it";
+    EXPECT_EQ(oneLine(mark), mark) << "a mark turns nothing after it";
 }
 
 TEST(OneLine, OfATowerOfMarksTheLowestEightStay)

@@ -9,7 +9,7 @@
 namespace velmora {
 namespace {
 
-// In pixels; a half covered one counts half.
+// In pixels; a half-covered one counts half.
 double coveredArea(const QImage& image)
 {
     double area = 0;

@@ -1,4 +1,4 @@
-// A view of the program's on no screen, seen as a person sees it: by what is written in it.
+// A view of the program's on no screen, seen as a person sees it: by the text in it.
 #pragma once
 
 #include "tests/brand/QuickTestWindow.h"
@@ -18,10 +18,10 @@ class ViewTestWindow : public QuickTestWindow {
 public:
     using QuickTestWindow::QuickTestWindow;
 
-    /// Whether a text stands in the window, to be seen.
+    /// Whether a text is in the window and visible.
     [[nodiscard]] bool shows(const QString& text) const { return texts().contains(text); }
 
-    /// Of all texts that are to be seen, as they are written in the view.
+    /// All texts that are visible, as they are written in the view.
     [[nodiscard]] QStringList texts() const
     {
         QStringList found;
@@ -32,7 +32,7 @@ public:
         return found;
     }
 
-    /// Whether there is such a button, to be seen.
+    /// Whether there is such a button, and visible.
     [[nodiscard]] bool hasButton(const QString& text) const { return findButton(text) != nullptr; }
 
     [[nodiscard]] QQuickItem& button(const QString& text) const
@@ -56,7 +56,7 @@ public:
         return found;
     }
 
-    /// What a button says that has the keyboard; empty when none has.
+    /// The text of the button that has the focus; empty when none has.
     [[nodiscard]] QString focusedButton() const
     {
         const auto* item = window().activeFocusItem();
@@ -73,7 +73,7 @@ public:
         EXPECT_TRUE(condition());
     }
 
-    /// Every text that is to be seen lies inside `area`, which is in the window, and shows all that it says; what elides by intent is
+    /// Every visible text is inside `area`, which is in the window, and shows all that it says; what elides by intent is
     /// left out.
     void expectNothingIsCutOff(const QRectF& area) const
     {
@@ -83,7 +83,7 @@ public:
             const auto text = item.property("text").toString().toStdString();
             EXPECT_FALSE(item.property("truncated").toBool()) << text;
             EXPECT_LE(item.property("contentWidth").toDouble(), item.width() + 1) << text;
-            // What a label adds between its lines counts once more after a reflow.
+            // What a label adds between its lines counts again after a reflow.
             EXPECT_LE(item.property("contentHeight").toDouble(), item.height() * 1.16) << text;
             const auto place = item.mapRectToScene({0, 0, item.width(), item.height()});
             EXPECT_TRUE(area.contains(place)) << text << " at " << place.x() << ", " << place.y() << ", " << place.width() << " x "
@@ -91,7 +91,7 @@ public:
         });
     }
 
-    /// No two texts that are to be seen lie on one another.
+    /// No two visible texts overlap.
     void expectNoTextsOverlap() const
     {
         std::vector<std::pair<QString, QRectF>> seen;
@@ -101,7 +101,7 @@ public:
                 return;
             const auto place = item.mapRectToScene({0, 0, item.width(), item.property("contentHeight").toDouble()}).adjusted(1, 1, -1, -1);
             for (const auto& [other, otherPlace] : seen)
-                EXPECT_FALSE(place.intersects(otherPlace)) << text.toStdString() << " lies on " << other.toStdString();
+                EXPECT_FALSE(place.intersects(otherPlace)) << text.toStdString() << " overlaps " << other.toStdString();
             seen.emplace_back(text, place);
         });
     }

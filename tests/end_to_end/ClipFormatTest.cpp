@@ -1,4 +1,4 @@
-// What kind of file a recording is, by what programs find in it that people play files with.
+// What kind of file a recording is, by what the programs that people play files with find in it.
 
 #include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Subjects.h"
@@ -121,7 +121,7 @@ TEST_F(ClipFormatTest, TheSoundIsStereoAacAt48kHzWithAbout192KilobitsASecond)
 
 TEST_F(ClipFormatTest, SoundAndPictureCoverTheSameTime)
 {
-    // Sound comes when the sound server has been asked, and a loaded machine is still encoding pictures at the end.
+    // Sound comes once the sound server has been asked, and a loaded machine is still encoding pictures at the end.
     constexpr double tolerance = 2;
     const double soundEnd = audio().secondsOf(audio().frames());
     EXPECT_GE(audio().start, 0);

@@ -31,7 +31,7 @@ protected:
             const auto& reading = pictures[i].reading;
             ASSERT_TRUE(reading.isReadable()) << "picture " << i;
             ASSERT_FALSE(reading.isTorn()) << "picture " << i << " shows " << *reading.top << " and " << *reading.bottom;
-            ASSERT_TRUE(shown.contains(*reading.top)) << "picture " << i << " shows " << *reading.top << ", which never was on the screen";
+            ASSERT_TRUE(shown.contains(*reading.top)) << "picture " << i << " shows " << *reading.top << ", which was never on the screen";
             if (i > firstPicture) {
                 EXPECT_GE(*reading.top, *pictures[i - 1].reading.top) << "picture " << i;
                 EXPECT_GT(pictures[i].time, pictures[i - 1].time) << "picture " << i;
@@ -83,7 +83,7 @@ TEST_F(ClipPicturesTest, AWindowHalfOffTheScreenIsRecordedWhole)
     ASSERT_EQ(outcome.status, 0) << outcome.messages;
     const auto clip = readClip(file());
     ASSERT_TRUE(clip.video);
-    // What never was on the screen has no pixels until the program paints it again, which it does with its next frame.
+    // What was never on the screen has no pixels until the program paints it again, which it does with its next frame.
     const auto& pictures = clip.video->pictures;
     const auto painted = std::find_if(pictures.begin(), pictures.end(), [](const auto& picture) { return picture.reading.isReadable(); });
     ASSERT_LE(painted - pictures.begin(), 2);

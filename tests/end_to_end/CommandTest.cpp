@@ -72,7 +72,7 @@ TEST_F(CommandTest, AFileThatIsThereIsNotOverwritten)
     const auto outcome = record(window.id(), path("clip.mp4"), 1);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "");
-    EXPECT_THAT(outcome.messages, HasSubstr(path("clip.mp4").string() + " is there already"));
+    EXPECT_THAT(outcome.messages, HasSubstr(path("clip.mp4").string() + " already exists"));
     std::ifstream file{path("clip.mp4")};
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>{file}, {}), "mine");
 }
@@ -83,7 +83,7 @@ TEST_F(CommandTest, ALinkThatLeadsNowhereIsNotFollowed)
     std::filesystem::create_symlink(path("nowhere"), path("clip.mp4"));
     const auto outcome = record(window.id(), path("clip.mp4"), 1);
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.messages, HasSubstr("is there already"));
+    EXPECT_THAT(outcome.messages, HasSubstr("already exists"));
     EXPECT_TRUE(std::filesystem::is_symlink(path("clip.mp4")));
     EXPECT_FALSE(std::filesystem::exists(path("nowhere")));
 }
@@ -213,7 +213,7 @@ TEST_F(CommandTest, OfTwoRecordersOfOnePathTheFirstKeepsItsFile)
         EXPECT_EQ(saved.output, path("clip.mp4").string() + "\n");
         EXPECT_EQ(refused.status, 1);
         EXPECT_EQ(refused.output, "");
-        EXPECT_EQ(refused.messages, path("clip.mp4").string() + " is there already; choose another name.\n");
+        EXPECT_EQ(refused.messages, path("clip.mp4").string() + " already exists; choose another name.\n");
         expectAClip(path("clip.mp4"));
         std::filesystem::remove(path("clip.mp4"));
     }
@@ -224,14 +224,14 @@ TEST_F(CommandTest, AFifoAsOutputIsNotOpened)
     ASSERT_EQ(::mkfifo(path("clip.mp4").c_str(), 0600), 0);
     const auto outcome = record(1, path("clip.mp4"), 1);
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.messages, path("clip.mp4").string() + " is there already; choose another name.\n");
+    EXPECT_EQ(outcome.messages, path("clip.mp4").string() + " already exists; choose another name.\n");
     EXPECT_TRUE(std::filesystem::is_fifo(path("clip.mp4")));
 }
 
 TEST_F(CommandTest, ANameOfAnyBytesIsRecordedRepairedAndTrimmed)
 {
     const NumberedWindow window{{"--size", "320x240"}};
-    // A control character, bytes that are no UTF-8, and text of several writing systems.
+    // A control character, bytes that are not UTF-8, and text in several writing systems.
     for (const auto* name : {"caf\xE9 \xFF\x80.mp4", "ﾃｽﾄ – क्लिप.mp4", "a\nb\t.mp4"}) {
         const auto recorded = record(window.id(), path(name), 1);
         ASSERT_EQ(recorded.status, 0) << recorded.messages;
@@ -283,7 +283,7 @@ TEST_F(CommandTest, WhatCannotBePrintedIsAFailure)
 TEST_F(CommandTest, AFileThatMayNotGrowEndsTheRecordingEarlyInTheSystemsWords)
 {
     const NumberedWindow window{{"--size", "640x480", "--motion", "60"}};
-    // In blocks of 512 bytes: more than the reserve and some fragments, less than a recording of a minute. What the sound server shares
+    // In blocks of 512 bytes: more than the reserve and some fragments, less than a minute's recording. What the sound server shares
     // with the program is a file too.
     const auto outcome = runProgram({"sh", "-c", "ulimit -f 8000; exec \"$0\" record --window $1 --output \"$2\" --duration 60",
         velmora({}).front(), std::to_string(window.id()), path("clip.mp4").string()});

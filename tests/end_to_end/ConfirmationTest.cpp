@@ -22,7 +22,7 @@ using ::testing::SizeIs;
 
 constexpr const char* hud = "^Velmora$";
 
-/// A desktop whose handler of files writes down what it is asked to open.
+/// A desktop whose file handler writes down what it is asked to open.
 class SavedClip : public testing::Test {
 protected:
     void SetUp() override
@@ -63,7 +63,7 @@ protected:
     Notifier notifier;
 };
 
-/// With one that shows them where the panel stands.
+/// With one that shows them where the panel is.
 class CoveredPanelTest : public SavedClip {
 protected:
     static std::vector<QRect> notifications(const std::string& className)
@@ -92,12 +92,12 @@ protected:
             return std::any_of(places.begin(), places.end(), [&](const QRect& notification) { return notification.intersects(place); });
         };
         ASSERT_TRUE(waitUntil(coversThePanel));
-        // Its prominent button, which is read and clicked where it stands.
+        // Its prominent button, which is read and clicked where it is.
         EXPECT_TRUE(waitUntil([&] { return countPixels(screenPicture(place), QColor{255, 59, 48}) > 1500; }));
         ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Reveal"));
         EXPECT_TRUE(waitUntil([&] { return openedFiles() == program->clipsFolder().string() + "\n"; })) << openedFiles();
         ASSERT_TRUE(isHidden(hud));
-        EXPECT_TRUE(coversThePanel()) << "the notification is still there, and nothing lies over it";
+        EXPECT_TRUE(coversThePanel()) << "the notification is still there, and nothing covers it";
     }
 };
 
@@ -138,7 +138,7 @@ TEST_F(ConfirmationTest, ThePanelTakesNoFocusHoweverItIsUsed)
     EXPECT_EQ(focused(), before);
     const auto place = visibleWindows(hud).at(0);
     click(place.topLeft() + QPoint{30, 55});
-    EXPECT_EQ(focused(), before) << "its ground";
+    EXPECT_EQ(focused(), before) << "its background";
     ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Reveal"));
     EXPECT_TRUE(waitUntil([&] { return !openedFiles().empty(); }));
     EXPECT_EQ(focused(), before) << "a button";

@@ -1,5 +1,5 @@
 // What is left of recordings and parts when the program, its disk or its display ends in the middle. A few faults of each kind; scripts/faults
-// has the counts raised.
+// raises the counts.
 
 #include "tests/support/desktop/Controls.h"
 #include "tests/support/desktop/SecondDisplay.h"
@@ -51,7 +51,7 @@ bool isFinished(const std::filesystem::path& file)
     return media != boxes.end() && index < media && std::find(boxes.begin(), boxes.end(), "moof") == boxes.end();
 }
 
-/// Whether the file shows and sounds exactly what `before` did, now as an ordinary MP4.
+/// Whether the file shows and plays exactly what `before` did, now as an ordinary MP4.
 bool expectWhole(const std::filesystem::path& file, const RecordedClip& before)
 {
     if (!waitUntil([&] { return isFinished(file); })) {
@@ -162,7 +162,7 @@ TEST(Faults, AfterAKillAtAnyMomentTheNextStartBringsTheClipBackWithAllThatHadBee
         }
         held += ::testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count() == failuresBefore;
     }
-    // None went while others were made whole.
+    // None was lost while others were made whole.
     EXPECT_EQ(program.clips().size(), static_cast<std::size_t>(begun));
     char figures[300];
     std::snprintf(figures, sizeof figures,
@@ -222,7 +222,7 @@ TEST(Faults, WhenTheDisplayGoesARecordingOfTheCommandLineIsSaved)
 
 class FaultyFiles : public ::testing::Test {
 protected:
-    /// For a program whose files in this test's folder fail so (tests/support/faults).
+    /// For a program whose files in this test's folder fail that way (tests/support/faults).
     [[nodiscard]] Environment environment(const std::string& fault) const
     {
         return {{"LD_PRELOAD", VELMORA_FAULTY_FILES}, {"VELMORA_FAULT_FILES", folder_.path().string()}, {"VELMORA_FAULT", fault},
@@ -326,7 +326,7 @@ TEST_F(FaultyFiles, ARecorderThatDiesInACallLeavesAFileThatIsMadeWhole)
             const auto fault = std::string{call} + ":" + std::to_string(number) + ":kill";
             SCOPED_TRACE(fault);
             const auto file = folder_.path() / (call + std::to_string(number) + ".mp4");
-            // One that ends by itself made fewer such calls.
+            // One that ends by itself has made fewer such calls.
             const auto outcome = record(window.id(), file, 2, environment(fault));
             ++tried;
             held += (!outcome.status || outcome.status == 0) && isWholeAfterRepair(file);

@@ -124,7 +124,7 @@ TEST_F(InterruptedRecordingTest, AFileThatIsBeingRecordedIsNotRepairedAndItsReco
     EXPECT_EQ(outcome.output, "");
     EXPECT_THAT(outcome.messages, HasSubstr("still being recorded"));
     const auto refused = std::filesystem::file_size(path("clip.mp4"));
-    ASSERT_TRUE(waitUntil([&] { return std::filesystem::file_size(path("clip.mp4")) > refused; })) << "nothing was written since";
+    ASSERT_TRUE(waitUntil([&] { return std::filesystem::file_size(path("clip.mp4")) > refused; })) << "nothing has been written since";
     recording.signal(SIGTERM);
     const auto recorded = recording.finish();
     EXPECT_EQ(recorded.status, 0) << recorded.messages;

@@ -18,13 +18,13 @@ using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 
 const QColor coral{255, 59, 48};
-/// The left end of the panel, behind the handle of its tray.
+/// The left end of the panel, after the handle of its tray.
 QRect itemPlace()
 {
     return {9, 2, 40, Panel::height - 4};
 }
 
-/// Where an item stands in the panel: all that differs from the panel's ground.
+/// Where an item is in the panel: all that differs from the panel's background.
 std::optional<QPoint> findItem()
 {
     std::optional<QPoint> position;
@@ -61,7 +61,7 @@ std::vector<std::string> commands(const std::vector<Control>& menu)
     return names;
 }
 
-/// A label as the host shows it: an underscore stands before the key of an item, two are one.
+/// A label as the host shows it: an underscore comes before the key of an item, two are one.
 std::string shownLabel(const std::string& label)
 {
     std::string shown;
@@ -162,7 +162,7 @@ TEST_F(PanelTest, ARightClickOpensThePanelsOwnMenuWithTheSameRows)
         ElementsAre(" Velmora", "⚠️ No Video Window Selected", "👉 Click \"Choose Video Window...\" below to start",
             "⏺️ Start Recording Live Clip", "🎯 Choose Video Window to Clip...", "🎞️ Recent Clips", "No clips saved yet",
             "📁 Open Clips Folder in Finder", "📖 How to Use & Walkthrough...", "⚙️ Settings...", "✕ Quit Velmora"));
-    // Separators are passed over, and what cannot be chosen too.
+    // Separators are passed over, and so is what cannot be chosen.
     const auto ground = screenPicture({200, 60, 10, 10});
     click(*item, 3);
     ASSERT_TRUE(waitUntil([&] { return screenPicture({200, 60, 10, 10}) != ground; }));
@@ -178,7 +178,7 @@ TEST_F(PanelTest, RecentClipsListsTheFiveNewestOfSevenUnderTheirOwnNames)
         makeClip(home / "clip.mp4", "testsrc=size=64x64:rate=10", "sine", 2);
         for (const auto* name : {"1", "2", "3 & 4", "_5_", "6 && _", "%n &amp; <b>7", "8"}) {
             std::filesystem::copy_file(home / "clip.mp4", folder / (std::string{name} + ".mp4"));
-            // A file system tells ages to some milliseconds only.
+            // A file system knows ages only to some milliseconds.
             record(20ms);
         }
     };

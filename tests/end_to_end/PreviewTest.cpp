@@ -18,7 +18,7 @@ using ::testing::SizeIs;
 
 constexpr int pictureRate = 25;
 
-/// Six seconds, a picture each 40 ms, with sound.
+/// Six seconds, a picture every 40 ms, with sound.
 void makeNumberedClip(const std::filesystem::path& home)
 {
     const auto folder = home / "Movies" / "Velmora";
@@ -30,7 +30,7 @@ class PreviewTest : public testing::Test {
 protected:
     [[nodiscard]] std::filesystem::path clip() const { return program.clipsFolder() / "clip.mp4"; }
 
-    /// Opened as another program would, loaded, and with the keyboard.
+    /// Opened as another program would, loaded, and with the focus.
     [[nodiscard]] bool open(const std::filesystem::path& file)
     {
         const auto title = "Preview & Trim — " + file.filename().string();
@@ -94,7 +94,7 @@ TEST_F(PreviewTest, AClipIsPlayedCutDownByKeyboardAndSavedBesideIt)
     EXPECT_THAT(part.filename().string(), HasSubstr("Trimmed"));
     expectPartOf(decodeFile(clip()), {{1, 5}, {28, 5}}, decodeFile(part));
     EXPECT_TRUE(AssistiveTechnology::find("menu item", part.filename().string())) << "in the menu";
-    ASSERT_TRUE(program.run({"preview", part.string()}).status == 0) << "it is a clip as any other";
+    ASSERT_TRUE(program.run({"preview", part.string()}).status == 0) << "it is a clip like any other";
     EXPECT_TRUE(isShown("Preview & Trim — " + part.filename().string()));
 }
 

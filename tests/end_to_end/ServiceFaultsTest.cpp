@@ -55,7 +55,7 @@ std::map<std::string, long> sleeps(pid_t process)
     return counts;
 }
 
-/// Processes of that name in the desktop of this test.
+/// Processes with that name in the desktop of this test.
 std::vector<pid_t> processesOfThisDesktop(const std::string& name)
 {
     const auto mark = std::string{"XDG_RUNTIME_DIR="} + std::getenv("XDG_RUNTIME_DIR") + '\0';
@@ -77,7 +77,7 @@ TEST(ServiceFaults, WithNoWindowChosenAndNoneOpenTheProgramSleeps)
 {
     const Panel panel;
     TrayProgram program;
-    // What its start leaves to be done is done.
+    // What its start leaves to be done has been done.
     auto before = sleeps(program.processID());
     ASSERT_TRUE(waitUntil([&] {
         record(500ms);
@@ -168,7 +168,7 @@ TEST(ServiceFaults, DamagedClipsAreListedAndOpenWithoutHarm)
     };
     const AssistiveTechnology assistiveTechnology;
     TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = makeFiles}};
-    // Without a tray the menu lies open.
+    // Without a tray the menu is open.
     for (const auto* name : {"cut.mp4", "empty.mp4", "noise.mp4"}) {
         EXPECT_TRUE(AssistiveTechnology::find("menu item", std::string{name} + " (0:00)"));
         EXPECT_EQ(program.run({"preview", (program.clipsFolder() / name).string()}).status, 0);

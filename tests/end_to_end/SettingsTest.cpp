@@ -113,7 +113,7 @@ public:
         EXPECT_EQ(process_.readLine(patience), "ready");
     }
 
-    /// What it tells next, such as the folder that a dialog opens in; waits for it.
+    /// What it says next, such as the folder that a dialog opens in; waits for it.
     std::optional<std::string> nextLine() { return process_.readLine(patience); }
 
 private:
@@ -181,7 +181,7 @@ TEST_F(SettingsTest, AFolderThatTakesNoFilesIsRefusedWithItsReasonAndTheOldOneSt
     EXPECT_TRUE(AssistiveTechnology::isAbsent("alert", refused.string())) << "a new choice begins without the old reason";
 }
 
-/// Another program that has Alt+Super+C, from its construction on.
+/// Another program that holds Alt+Super+C, from its construction on.
 class OtherProgramsShortcut {
 public:
     OtherProgramsShortcut() : connection_(std::move(linux_backend::Connection::open().value()))

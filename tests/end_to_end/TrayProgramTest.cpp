@@ -170,7 +170,7 @@ TEST(TrayProgramTest, StopSavesARecordingAndThenStopsCapturing)
     EXPECT_TRUE(program.hasState("waitingForWindowSelection"));
 }
 
-/// Starts a recording and lets more than a second of it go by; its file.
+/// Starts a recording and lets more than a second of it pass; its file.
 std::filesystem::path startALongRecording(TrayProgram& program)
 {
     EXPECT_EQ(program.run({"toggle"}).status, 0);

@@ -1,4 +1,4 @@
-// `velmora trim` at work, and what the programs show of its files that people play them with.
+// `velmora trim` at work, and what the programs that people play its files with show of them.
 
 #include "media/mp4/PosixFile.h"
 #include "media/mp4/RecordingLayout.h"
@@ -58,7 +58,7 @@ protected:
     struct Part {
         std::filesystem::path file;
         TimeRange range;
-        std::vector<DecodedPicture> pictures;  ///< that it has to show
+        std::vector<DecodedPicture> pictures;  ///< those that it has to show
     };
 
     /// Parts of both clips, in turn.
@@ -112,7 +112,7 @@ std::string contentOf(const std::filesystem::path& file)
 
 TEST_F(TrimmedClipTest, PartsOfARecordingShowTheFramesThatTheRecordingShowsThere)
 {
-    // A tone that rises all the time sounds nowhere as it does elsewhere.
+    // A tone that rises all the time sounds different everywhere.
     const auto tone = runProgram(
         {"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "aevalsrc=0.5*sin(2*PI*(500*t+100*t*t)):s=48000:d=60", path("tone.wav").string()});
     ASSERT_EQ(tone.status, 0) << tone.messages;
@@ -203,7 +203,7 @@ TEST_F(TrimmedClipTest, GStreamerShowsTheChosenPicturesAndNoOthers)
     }
 }
 
-/// In a page: shows the part at each of the times, and tells the numbers of the pictures.
+/// In a page: shows the part at each of the times, and reports the numbers of the pictures.
 std::string pageFor(const std::string& file, const std::vector<double>& times)
 {
     std::ostringstream page;
@@ -227,7 +227,7 @@ const next = () => {
     if (numbers.length < times.length) v.currentTime = times[numbers.length];
     else done(numbers.join(' ') + ' ' + v.duration);
 };
-// On a loaded machine a seek is through some compositor frames before its picture can be drawn.
+// On a loaded machine a seek is over some compositor frames before its picture can be drawn.
 const after = (frames, work) => frames == 0 ? work() : requestAnimationFrame(() => after(frames - 1, work));
 v.onerror = () => done('error ' + v.error.code + ' ' + v.error.message);
 v.onloadeddata = next;
@@ -243,7 +243,7 @@ TEST_F(TrimmedClipTest, ChromiumShowsTheChosenPicturesAtTheirTimes)
         const double length = (part.range.end - part.range.start).seconds();
         std::vector<double> times{0};
         std::vector<int> expected{part.pictures[0].number};
-        // In the middle of the first, of the second and of some others.
+        // In the middle of the first, of the second and of some other pictures.
         for (const auto index :
             {std::size_t{0}, std::size_t{1}, part.pictures.size() / 3, part.pictures.size() / 2, part.pictures.size() - 1}) {
             if (index >= part.pictures.size())
@@ -330,7 +330,7 @@ TEST_F(TrimmedClipTest, AFileThatIsThereIsNotOverwritten)
     const auto outcome = runTrim(shared_->path() / "uneven.mp4", 1, 2, {"--output", path("part.mp4").string()});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "");
-    EXPECT_THAT(outcome.messages, HasSubstr("is there already"));
+    EXPECT_THAT(outcome.messages, HasSubstr("already exists"));
     EXPECT_EQ(contentOf(path("part.mp4")), "mine");
 }
 

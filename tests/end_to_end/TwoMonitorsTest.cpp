@@ -1,4 +1,4 @@
-// Where the program's windows stand on a desktop of two monitors, the left one with a panel at its top.
+// Where the program's windows are on a desktop of two monitors, the left one with a panel at its top.
 
 #include "tests/support/Monitors.h"
 #include "tests/support/desktop/DesktopServices.h"

@@ -55,7 +55,7 @@ bool clickButton(const std::string& name)
     return AssistiveTechnology::clickOn("push button", name);
 }
 
-/// Whether the start is through and has left the walkthrough where it was: the small window comes after it.
+/// Whether the start is over and has left the walkthrough where it was: the small window comes after it.
 bool startsWithoutTheWalkthrough()
 {
     return isShown("^Velmora$") && visibleWindows(walkthrough).empty();
@@ -121,7 +121,7 @@ TEST_F(WalkthroughTest, TheKeyboardReachesBackAndSkip)
     pressKeys({"space"});
     ASSERT_TRUE(isAtStep(1));
     EXPECT_TRUE(waitUntil([] { return AssistiveTechnology::find("push button", "Next →")->has("focused"); }))
-        << "a button that disappears leaves the keyboard to the one that leads on";
+        << "a button that disappears leaves the focus to the one that leads on";
     pressKeys({"shift+Tab", "Return"});
     EXPECT_TRUE(isHidden(walkthrough));
     EXPECT_TRUE(isShown(picker));
@@ -217,7 +217,7 @@ TEST_F(WalkthroughTest, UntilItIsCompletedASecondStartBringsItUpAgain)
     EXPECT_TRUE(isShown(walkthrough));
     EXPECT_TRUE(isHidden(picker));
     ASSERT_EQ(program.run({"choose"}).status, 0);
-    EXPECT_TRUE(isShown(picker)) << "who asks for the list of windows gets it";
+    EXPECT_TRUE(isShown(picker)) << "whoever asks for the list of windows gets it";
 }
 
 TEST_F(WalkthroughTest, AWholeFirstUseStoresTheFlagAndTheClipAndNothingElse)
@@ -235,7 +235,7 @@ TEST_F(WalkthroughTest, AWholeFirstUseStoresTheFlagAndTheClipAndNothingElse)
     ASSERT_TRUE(program.saveByShortcut());
     ASSERT_EQ(program.run({"preview", program.lastSavedClip()}).status, 0);
     ASSERT_TRUE(isShown("^Preview & Trim"));
-    // It lies over the menu.
+    // It is over the menu.
     closeByTitleBar("^Preview & Trim");
     ASSERT_TRUE(isHidden("^Preview & Trim"));
     ASSERT_TRUE(AssistiveTechnology::clickOn("menu item", "⚙️ Settings"));

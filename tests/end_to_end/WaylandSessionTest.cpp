@@ -34,7 +34,7 @@ class WaylandSessionTest : public ::testing::Test {
 protected:
     WaylandSessionTest() { portal.node = cast.nodeID(); }
 
-    /// No compositor answers under that name: what the program shows comes by way of the X server.
+    /// No compositor answers to that name: what the program shows comes by way of the X server.
     [[nodiscard]] Environment environment() const
     {
         return {{"DBUS_SESSION_BUS_ADDRESS", bus.address()}, {"WAYLAND_DISPLAY", "velmora-test"},
@@ -150,7 +150,7 @@ protected:
 
     WaylandSoundTest()
     {
-        // Also for assistive technology and for those who ask it: the program's bus is where they meet.
+        // For assistive technology too, and for those who ask it: the program's bus is where they meet.
         setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
     }
 
@@ -185,7 +185,7 @@ TEST_F(WaylandSoundTest, ThePickerAsksWhoseSoundItIsAndTheClipHasThatAloneAlsoAf
         ASSERT_TRUE(AssistiveTechnology::find("heading", "Choose Its Sound"));
         ASSERT_TRUE(AssistiveTechnology::find("list item", "Second player"));
         ASSERT_TRUE(AssistiveTechnology::find("list item", "No sound"));
-        EXPECT_FALSE(AssistiveTechnology::find("list item", "First player")->has("checked")) << "of two none is suggested";
+        EXPECT_FALSE(AssistiveTechnology::find("list item", "First player")->has("checked")) << "of two, none is suggested";
         EXPECT_FALSE(AssistiveTechnology::find("list item", "Second player")->has("checked"));
         ASSERT_TRUE(AssistiveTechnology::clickOn("list item", "First player"));
         ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Start Clipping This Window"));

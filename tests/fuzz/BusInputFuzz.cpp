@@ -107,7 +107,7 @@ void changeSetting(fuzz::FuzzedInput& input, DesktopMotion& motion)
     motion.take(group, key, anyValue(input));
 }
 
-/// Beside what is under test, the same in the simplest way.
+/// Beside what is under test, the same done in the simplest way.
 struct Notifications {
     ShownNotifications shown;
     std::set<uint> ids;

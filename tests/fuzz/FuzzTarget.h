@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-/// Called by the fuzzer, and by the replay of a corpus, with one input after the other. Returns 0; does not return when a rule is broken.
+/// Called by the fuzzer, and by the replay of a corpus, with one input after another. Returns 0; does not return when a rule is broken.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace velmora::fuzz {

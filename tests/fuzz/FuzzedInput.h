@@ -28,7 +28,7 @@ public:
     /// From 0 to `count` - 1.
     unsigned choice(unsigned count) { return byte() % count; }
 
-    /// A byte that says how long, then as many bytes of UTF-8.
+    /// A byte that says how many, then that many bytes of UTF-8.
     QString text()
     {
         const std::size_t wanted = byte();

@@ -14,7 +14,7 @@ struct Place {
     friend bool operator==(const Place&, const Place&) = default;
 };
 
-/// Where the samples of the tracks that have any lie.
+/// Where the samples are, of the tracks that have any.
 std::vector<std::vector<Place>> places(const mp4::Movie& movie)
 {
     std::vector<std::vector<Place>> result;

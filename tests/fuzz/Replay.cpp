@@ -2,7 +2,7 @@
 //
 //     NAME_replay SECONDS CORPUS...
 //
-// Inputs are files and the files of folders, in the order of their names. No input is begun after SECONDS; how many were left out is told.
+// Inputs are files and the files of folders, in the order of their names. No input is begun after SECONDS; it says how many were left out.
 // The exit status is 1 when there is no input at all.
 #include "tests/fuzz/FuzzTarget.h"
 

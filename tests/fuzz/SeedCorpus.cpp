@@ -1,4 +1,4 @@
-// Writes the inputs that the fuzzers start from, with this system's own writer. They are small and do not depend on the day.
+// Writes the inputs that the fuzzers start from, with this system's own writer. They are small and do not depend on the date.
 //
 //     fuzz_seeds FOLDER
 //
@@ -30,7 +30,7 @@ std::vector<std::byte> bytes(std::initializer_list<int> values)
     return result;
 }
 
-// ISO 14496-15 5.3.3.1: High profile, one parameter set of each kind, both without meaning.
+// ISO 14496-15 5.3.3.1: High profile, one parameter set of each kind, both meaningless.
 FormatDescriptionRef pictureFormat()
 {
     return std::make_shared<const FormatDescription>(VideoFormat{FourCharacterCode{"avc1"}, 320, 240, ColourDescription::bt709(),
@@ -43,7 +43,7 @@ FormatDescriptionRef soundFormat()
     return std::make_shared<const FormatDescription>(AudioFormat{FourCharacterCode{"mp4a"}, soundRate, 2, bytes({0x11, 0x90})});
 }
 
-/// A NAL unit of six bytes behind its length.
+/// A NAL unit of six bytes, preceded by its length.
 DataBlock picture(int number, bool isSync)
 {
     return DataBlock::owning(bytes({0, 0, 0, 6, isSync ? 0x65 : 0x41, number, 1, 2, 3, 4}));

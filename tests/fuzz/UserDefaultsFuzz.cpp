@@ -1,4 +1,4 @@
-// Whatever stands in the file of preferences, a preference is true or false, and one that is set is kept. The input is the file.
+// Whatever is in the file of preferences, a preference is true or false, and one that is set is kept. The input is the file.
 #include "platform/linux/desktop/LinuxUserDefaults.h"
 #include "tests/fuzz/FuzzTarget.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -34,7 +34,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         defaults->setBoolean(key, wanted);
         fuzz::require(defaults->boolean(key) == wanted, "a preference does not become what it is set to");
         fuzz::require(defaults->boolean(otherKey) == other, "setting one preference changes another");
-        // Read anew, from a copy: it is on the disk.
+        // Read again, from a copy: it is on the disk.
         const auto copy = nextFile();
         std::filesystem::copy_file(file, copy);
         const auto again = linux_backend::makeUserDefaults(copy);

@@ -36,9 +36,8 @@ void drawSteps(const QDir& directory)
     draw(4, "5-chosen");
     fixture.withdrawPermission("Windows of a Wayland session cannot be captured yet; log in to an X11 session.");
     draw(3, "4");
-    fixture.place =
-        QStringLiteral("This desktop has no tray: Velmora's menu lies open in a small window of its own. Start Velmora again to "
-                       "bring it back. The icon appears as soon as there is a tray.");
+    fixture.place = QStringLiteral("This desktop has no tray: Velmora's menu is open in a small window of its own. Start Velmora again to "
+                                   "bring it back. The icon appears as soon as there is a tray.");
     fixture.model.viewWillAppear();
     draw(1, "2-no-tray");
 }

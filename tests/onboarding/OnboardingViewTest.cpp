@@ -211,9 +211,8 @@ TEST_F(OnboardingViewTest, TheChosenWindowIsNamedAsPlainText)
 
 TEST_F(OnboardingViewTest, NoStepHasACutOffTextOrNeedsScrolling)
 {
-    place =
-        QStringLiteral("This desktop has no tray: Velmora's menu lies open in a small window of its own. Start Velmora again to bring it "
-                       "back. The icon appears as soon as there is a tray.");
+    place = QStringLiteral("This desktop has no tray: Velmora's menu is open in a small window of its own. Start Velmora again to bring it "
+                           "back. The icon appears as soon as there is a tray.");
     appear();
     withdrawPermission("Windows of a Wayland session cannot be captured yet; log in to an X11 session.");
     for (int step = 0; step < 5; ++step)

@@ -1,4 +1,4 @@
-// Frames that the encoder fails on, and sound that is lost, doubled or comes in another order: what is in the file nevertheless.
+// Frames that the encoder fails on, and sound that is lost, doubled or comes out of order: what is in the file nevertheless.
 
 #include "tests/support/media/DecodedFile.h"
 #include "tests/support/media/RecordingEngine.h"
@@ -88,7 +88,7 @@ SampleBufferRef clickingBlock()
     return soundBlock(clicks(1024, {512}), MediaTime::zero());
 }
 
-/// One delivery of a block of sound: which block, in whatever order.
+/// One delivery of a block of sound: which block, in no particular order.
 using Deliveries = std::vector<std::int64_t>;
 
 Deliveries disturbed(std::mt19937& random, std::int64_t count)

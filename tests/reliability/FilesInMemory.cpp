@@ -1,5 +1,5 @@
 // A thousand recordings wait for the disk several thousand times; what is tested does not depend on which. The files are kept in memory where
-// the system has a place for that.
+// the system has room for that.
 
 #include <cstdlib>
 #include <gtest/gtest.h>

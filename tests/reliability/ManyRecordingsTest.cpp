@@ -21,7 +21,7 @@ constexpr int recordingCount = isSanitized ? 200 : 1000;
 /// every recording leaves is far more.
 constexpr std::size_t allowedGrowth = 256 * 1024;
 
-/// A writer lives a moment longer than its recording; its threads tell when it has gone. False when it stays.
+/// A writer lives a moment longer than its recording; its threads show when it has gone. False when it stays.
 bool hasSettled(std::size_t threads)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{30};
@@ -36,7 +36,7 @@ bool hasSettled(std::size_t threads)
 TEST(ManyRecordings, AThousandInOneProcessLeaveNoMemoryNoFileAndNoThreadBehind)
 {
     RecordingEngine engine;
-    // Every queue has its thread from its first work on.
+    // Every queue has its thread from its first work onwards.
     engine.play(1);
     const auto threads = threadCount();
     std::size_t heapBefore = 0;

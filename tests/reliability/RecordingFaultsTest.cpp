@@ -14,7 +14,7 @@ namespace {
 
 using ::testing::IsEmpty;
 
-/// Puts out the pictures of one encoder, then, from a picture on, those of another with other parameter sets.
+/// Puts out the pictures of one encoder, then, from a given picture on, those of another with other parameter sets.
 class TwoEncoders final : public platform::CompressionSession {
 public:
     TwoEncoders(std::size_t picturesOfTheFirst, OutputCallback output) : picturesOfTheFirst_(picturesOfTheFirst), output_(std::move(output))
@@ -130,11 +130,11 @@ TEST(RecordingFaults, WhenTheDiskFillsUpTheRecordingEndsByItselfAndPlaysUpToTher
     const auto file = observed.onlyFile();
     const auto sizeAtTheStart = std::filesystem::file_size(file);
     engine.play(120);
-    // One fragment of 0.8 s at least has reached the disk.
+    // At least one fragment of 0.8 s has reached the disk.
     while (std::filesystem::file_size(file) < sizeAtTheStart + 3000)
         std::this_thread::yield();
     gate->fillUp();
-    // Nobody asks for the end, and pictures come on.
+    // Nobody asks for the end, and pictures keep coming.
     while (engine.coordinator->isRecording()) {
         engine.play(30);
         engine.executor->runAll();

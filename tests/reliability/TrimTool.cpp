@@ -1,10 +1,10 @@
-// Trims one file after the other, for scripts/foreign-files, which would otherwise start a program a thousand times.
+// Trims one file after another, for scripts/foreign-files, which would otherwise start a program a thousand times.
 //
 //     trim_tool <LINES
 //     trim_tool --clip SEED FILE
 //
-// A line is SOURCE, START and END in seconds, and TARGET, with tabs between them. Each is answered by a line: "written", or "refused" and
-// the reason. The second form writes a clip as the recorder leaves them, with pictures at uneven times.
+// A line is SOURCE, START and END in seconds, and TARGET, with tabs between them. Each is answered with a line: "written", or "refused" and
+// the reason. The second form writes a clip as the recorder leaves it, with pictures at uneven times.
 #include "media/mp4/PosixFile.h"
 #include "media/mp4/Trimmer.h"
 #include "tests/support/media/WrittenClip.h"

@@ -1,4 +1,4 @@
-// Who sits before a Wayland desktop: real keys, and a look at the screen.
+// Whoever sits at a Wayland desktop: real keys, and a look at the screen.
 #pragma once
 
 #include <QImage>
@@ -10,7 +10,7 @@
 
 namespace velmora::test {
 
-/// Codes of linux/input-event-codes.h.
+/// Codes from linux/input-event-codes.h.
 enum class Key : std::uint32_t {
     escape = 1,
     tab = 15,
@@ -26,14 +26,14 @@ enum class Key : std::uint32_t {
 /// Throws where the desktop gives it no way.
 class DesktopUser {
 public:
-    /// Of the desktop that VELMORA_WAYLAND_DESKTOP names, "GNOME" or "KDE".
+    /// That of the desktop that VELMORA_WAYLAND_DESKTOP names, "GNOME" or "KDE".
     [[nodiscard]] static std::unique_ptr<DesktopUser> create();
 
     virtual ~DesktopUser() = default;
     DesktopUser(const DesktopUser&) = delete;
     DesktopUser& operator=(const DesktopUser&) = delete;
 
-    /// Presses the keys one after the other and releases them in the opposite order, as the desktop's own keyboard.
+    /// Presses the keys one after another and releases them in the opposite order, as the desktop's own keyboard.
     virtual void press(const std::vector<Key>& keys) = 0;
 
     /// What is on the monitor.
@@ -45,7 +45,7 @@ public:
     /// Whether programs may ask for keys here.
     [[nodiscard]] virtual bool desktopHasShortcuts() const = 0;
 
-    /// Whether the desktop is known not to share everything that a window showed last before it stood still.
+    /// Whether the desktop is known not to share everything that a window last showed before it stood still.
     [[nodiscard]] virtual bool mayMissLastFrames() const = 0;
 
     /// Chooses the first window in the desktop's dialog, which is open, and lets the program remember it.

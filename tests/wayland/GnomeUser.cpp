@@ -1,4 +1,4 @@
-// GNOME's user: keys by the compositor's own remote control, pictures by the shell's screenshots.
+// GNOME's user: keys through the compositor's own remote control, pictures from the shell's screenshots.
 
 #include "tests/support/desktop/Controls.h"
 #include "tests/support/desktop/TrayProgram.h"
@@ -79,7 +79,7 @@ class GnomeUser final : public DesktopUser {
 public:
     GnomeUser()
     {
-        // The shell gives screenshots to few programs; it knows them by their names.
+        // The shell gives screenshots to only a few programs; it knows them by their names.
         if (!QDBusConnection::sessionBus().registerService(QStringLiteral("org.gnome.Screenshot")))
             throw std::runtime_error("no name on the session bus");
     }

@@ -1,4 +1,4 @@
-// KDE's user: keys by the compositor's fake input, pictures by its screenshots.
+// KDE's user: keys through the compositor's fake input, pictures from its screenshots.
 
 #include "tests/support/desktop/Controls.h"
 #include "tests/support/desktop/TrayProgram.h"
@@ -133,7 +133,7 @@ private:
         return {number("x"), number("y"), number("width"), number("height")};
     }
 
-    /// The first control of that role. What assistive technology is told counts from the window's inside, which has a title bar above it.
+    /// The first control with that role. What assistive technology is told counts from the window's inside, which has a title bar above it.
     void clickOn(const std::string& role)
     {
         const auto frame = dialogFrame();

@@ -68,7 +68,7 @@ protected:
         EXPECT_TRUE(user->look().save(QString::fromStdString(file.string()))) << file;
     }
 
-    /// In the desktop's dialog, as a person does: who has seen it crash, as KDE's does now and then, opens it again.
+    /// In the desktop's dialog, as a person does: whoever has seen it crash, as KDE's does now and then, opens it again.
     void choose(const std::vector<std::string>& options = {})
     {
         std::vector<std::string> command{"select", chooser};
@@ -139,7 +139,7 @@ protected:
         return kept;
     }
 
-    /// A clip of the window alone: every picture holds a whole frame from edge to edge, none older than the one before.
+    /// A clip of the window alone: every picture holds a whole frame from edge to edge, and none is older than the one before.
     static RecordedClip expectTheWindow(const std::filesystem::path& file)
     {
         auto clip = readClip(file);
@@ -169,7 +169,7 @@ protected:
         return clip;
     }
 
-    /// Whether the panel of a saved clip lies at the top right, by its colour.
+    /// Whether the panel of a saved clip is at the top right, by its colour.
     [[nodiscard]] bool panelIsInItsCorner() const
     {
         constexpr QRgb background = 0xFF0F172A;

@@ -2,10 +2,10 @@
 //
 //   wayland_window [--title TEXT] [--app-id ID] [--size WxH] [--shadow N] [--fps N]
 //
-// The shadow is a border of N pixels, half transparent magenta, that is drawn around the window and is no part of it. Prints "ready" when
-// the desktop has placed the window and its first frame is committed. Commands on standard input, one a line: "resize WxH", "still", "go",
-// "minimise", "quit". Each is answered with "ok" when the compositor has heard of it; "still 17" for "still", with the number of the frame
-// that stays. End of input ends the program, and so does the desktop that closes the window.
+// The shadow is a border of N pixels, half transparent magenta, that is drawn around the window and is not part of it. Prints "ready" when
+// the desktop has placed the window and its first frame is committed. Commands on standard input, one per line: "resize WxH", "still",
+// "go", "minimise", "quit". Each is answered with "ok" when the compositor has heard of it; "still 17" for "still", with the number of the
+// frame that stays. End of input ends the program, and so does the desktop that closes the window.
 
 #include "tests/support/FrameNumber.h"
 #include "tests/wayland/Handles.h"

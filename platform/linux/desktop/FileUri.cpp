@@ -10,7 +10,7 @@ std::string fileUri(const std::filesystem::path& path)
 {
     const auto bytes = QByteArray::fromStdString(path.native());
     const auto text = QString::fromUtf8(bytes);
-    // Qt's URLs are made of text; what is none is encoded byte for byte.
+    // Qt's URLs are made of text; what is not text is encoded byte by byte.
     const auto encoded = text.toUtf8() == bytes ? QUrl::fromLocalFile(text).toEncoded() : "file://" + bytes.toPercentEncoding("/");
     return encoded.toStdString();
 }

@@ -1,4 +1,4 @@
-// Inside the Linux back end: files as other programs are told of them.
+// Inside the Linux back end: how other programs are told of files.
 #pragma once
 
 #include <filesystem>

@@ -47,7 +47,7 @@ public:
 private:
     static void sendAttached(const std::filesystem::path& file)
     {
-        // Arguments that are text lose bytes that are none. The full stop keeps line breaks at the end, which a substitution would drop.
+        // Arguments that are text lose bytes that are not. The full stop keeps line breaks at the end, which a substitution would drop.
         QProcess::startDetached(QStringLiteral("sh"),
             {QStringLiteral("-c"), QStringLiteral("file=$(printf '%b.' \"$1\") && exec xdg-email --attach \"${file%.}\""),
                 QStringLiteral("sh"), QString::fromLatin1(octal(file.native()))});

@@ -35,7 +35,7 @@ bool writeLines(QIODevice& device, const QSettings::SettingsMap& values)
     return device.write(lines) == lines.size();
 }
 
-/// Lines of texts. Qt's own reader makes whatever a value claims to be, and that may need a display.
+/// Lines of text. Qt's own reader makes whatever a value claims to be, and that may need a display.
 QSettings::Format plainFormat()
 {
     static const auto format = QSettings::registerFormat(QStringLiteral("conf"), readLines, writeLines);

@@ -8,7 +8,7 @@
 
 namespace velmora::linux_backend {
 
-/// In velmora/velmora.conf of the configuration folder, or in `file`. What cannot be written holds for this process.
+/// In velmora/velmora.conf of the configuration folder, or in `file`. What cannot be written lasts as long as this process.
 std::shared_ptr<platform::UserDefaults> makeUserDefaults(const std::filesystem::path& file = {});
 
 }  // namespace velmora::linux_backend

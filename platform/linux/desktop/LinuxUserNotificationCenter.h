@@ -10,12 +10,12 @@
 namespace velmora::linux_backend {
 
 struct UserNotificationCenterOptions {
-    platform::MakeApplicationIcon makeIcon;  ///< what notifications show beside their texts; may be empty
-    std::string busAddress;  ///< of another bus than the session's, as tests have
+    platform::MakeApplicationIcon makeIcon;  ///< what notifications show beside their text; may be empty
+    std::string busAddress;  ///< of a bus other than the session's, as tests have
 };
 
 /// By freedesktop.org Desktop Notifications 1.2. Authorised exactly when a service that can show actions answers. A service that comes,
-/// goes or restarts is no error; what an earlier one showed is forgotten with it.
+/// goes or restarts is not an error; what an earlier one showed is forgotten with it.
 std::shared_ptr<platform::UserNotificationCenter> makeUserNotificationCenter(UserNotificationCenterOptions options = {});
 
 }  // namespace velmora::linux_backend

@@ -53,7 +53,7 @@ std::vector<std::string> privacySettings()
     return {};
 }
 
-/// What the machine waits for before it sleeps: gone when the last owner is.
+/// What the machine waits for before it sleeps: gone when its last owner is.
 using Inhibitor = std::shared_ptr<QDBusUnixFileDescriptor>;
 
 class LinuxWorkspace final : public QObject, public platform::Workspace {

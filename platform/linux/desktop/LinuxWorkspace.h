@@ -14,11 +14,11 @@ struct LinuxWorkspaceOptions {
     /// Registers what is to be called, on the main thread, when a display has changed; may be empty.
     std::function<void(std::function<void()> changed)> observeDisplays;
 
-    /// Addresses of other buses than the session's and the system's, as tests have.
+    /// Addresses of buses other than the session's and the system's, as tests have.
     std::string sessionBusAddress;
     std::string systemBusAddress;
 
-    /// Starts a program and forgets it; empty: does so.
+    /// Starts a program and forgets it; empty: really starts it.
     std::function<void(const std::string& program, const std::vector<std::string>& arguments)> startDetached;
 };
 

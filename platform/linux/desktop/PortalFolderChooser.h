@@ -10,14 +10,14 @@
 namespace velmora::linux_backend {
 
 struct PortalFolderChooserOptions {
-    std::string busAddress;  ///< of another bus than the session's, as tests have
+    std::string busAddress;  ///< of a bus other than the session's, as tests have
 
-    /// How long a portal may take to say that it is there. Some are started by the question.
+    /// How long a portal may take to say that it is there. Some are only started by the question.
     std::chrono::milliseconds patience{3000};
 };
 
-/// By org.freedesktop.portal.FileChooser of XDG Desktop Portal. It can choose folders since version 3; without one of that version the
-/// answer is an error, and so it is when the portal ends before the user has answered.
+/// By org.freedesktop.portal.FileChooser of XDG Desktop Portal. It has been able to choose folders since version 3; without one of
+/// that version the answer is an error, as it is when the portal ends before the user has answered.
 std::shared_ptr<platform::FolderChooser> makePortalFolderChooser(PortalFolderChooserOptions options = {});
 
 }  // namespace velmora::linux_backend

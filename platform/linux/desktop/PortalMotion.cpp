@@ -44,7 +44,7 @@ private:
 
 PortalMotion::Settings::Settings(PortalConnection& portal, std::function<void()> changed) : portal_(portal), changed_(std::move(changed))
 {
-    // Listened to before it is asked: what changes in between is heard.
+    // We listen before we ask: what changes in between is heard.
     portal_.bus().connect(QLatin1String{portal::service}, QLatin1String{portal::path}, QLatin1String{settings},
         QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QDBusMessage)));
     connect(&portal_, &PortalConnection::appeared, this, [this] { ask(); });
@@ -67,7 +67,7 @@ void PortalMotion::Settings::ask()
 
 void PortalMotion::Settings::ask(const char* group, const char* key)
 {
-    // Its successor ReadOne is not known to the portals of older desktops.
+    // The portals of older desktops do not know its successor ReadOne.
     auto call = portal::methodCall(settings, "Read", {QLatin1String{group}, QLatin1String{key}});
     call.setAutoStartService(false);
     auto* asked = new QDBusPendingCallWatcher{portal_.call(call), this};

@@ -1,4 +1,4 @@
-// Whether the desktop wants less motion, as its portal tells.
+// Whether the desktop wants less motion, as its portal says.
 #pragma once
 
 #include <functional>
@@ -8,8 +8,8 @@
 namespace velmora::linux_backend {
 
 /// org.freedesktop.portal.Settings, version 1: `enable-animations` of org.gnome.desktop.interface, which other desktops answer too, and
-/// `AnimationDurationFactor` of org.kde.kdeglobals.KDE, where 0 is none. Asks a portal that runs, and one that starts later; starts none.
-/// Main thread only, and waits for no answer.
+/// `AnimationDurationFactor` of org.kde.kdeglobals.KDE, where 0 is none. Asks a portal that is running, and one that starts later; starts
+/// none. Main thread only; waits for no answer.
 class PortalMotion {
 public:
     /// Of the session's bus, or of the one at `busAddress`; `changed` is called after each change of `isReduced`.
@@ -18,7 +18,7 @@ public:
     PortalMotion(const PortalMotion&) = delete;
     PortalMotion& operator=(const PortalMotion&) = delete;
 
-    /// False until the portal has answered, and as long as it knows neither setting. What it said last holds when it is gone.
+    /// False until the portal has answered, and as long as it knows neither setting. What it said last still counts when it is gone.
     [[nodiscard]] bool isReduced() const;
 
 private:

@@ -58,7 +58,7 @@ Result<void> makeFolders(const std::filesystem::path& path)
     return makeFolder(path);
 }
 
-/// A folder that others than its user could have put in our way: a link is none, nor is somebody else's.
+/// A folder that somebody other than its user could have put in our way: a link does not count, nor does somebody else's.
 Result<void> makeOwnFolder(const std::filesystem::path& path, uid_t user)
 {
     static_cast<void>(::mkdir(path.c_str(), privateFolder));
@@ -89,14 +89,14 @@ std::string localDate()
     return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &local)};
 }
 
-// RFC 2396, byte for byte, with the slashes as they are.
+// RFC 2396, byte by byte, with the slashes as they are.
 std::string infoText(const std::string& origin)
 {
     const auto encoded = QByteArray::fromStdString(origin).toPercentEncoding("/").toStdString();
     return "[Trash Info]\nPath=" + encoded + "\nDeletionDate=" + localDate() + '\n';
 }
 
-/// The name in the trash at the `attempt`-th time, counted from 1, short enough for the information's suffix.
+/// The name in the trash at the `attempt`-th attempt, counted from 1, short enough for the information's suffix.
 std::string nameInTrash(const std::filesystem::path& path, int attempt)
 {
     const auto counter = attempt == 1 ? std::string{} : '.' + std::to_string(attempt);
@@ -106,7 +106,7 @@ std::string nameInTrash(const std::filesystem::path& path, int attempt)
     extension.resize(std::min(extension.size(), room / 2));
     if (stem.size() + extension.size() > room) {
         auto size = room - extension.size();
-        // Not within a character of UTF-8, whose bytes after the first are at most three.
+        // Not within a character of UTF-8, which has at most three bytes after the first.
         for (int i = 0; i < 3 && (static_cast<unsigned char>(stem[size]) & 0xC0U) == 0x80U; ++i)
             --size;
         stem.resize(size);

@@ -9,7 +9,7 @@
 
 namespace velmora::linux_backend {
 
-/// The user's own, and those on other file systems. They belong to the files of one user.
+/// The user's own, and those on other file systems. They are for the files of one user.
 class Trash final : public engine::Trash {
 public:
     struct Places {
@@ -22,7 +22,7 @@ public:
         uid_t user = 0;
     };
 
-    /// Of the user whose process this is, by XDG_DATA_HOME or else below `home`.
+    /// Those of the user whose process this is, by XDG_DATA_HOME or else below `home`.
     static Places placesOfUser(const std::filesystem::path& home);
 
     explicit Trash(Places places) : places_(std::move(places)) { }
@@ -34,7 +34,7 @@ private:
     const Places places_;
 };
 
-/// The outermost folder above `folder`, or itself, that is on the same file system; empty where `folder` cannot be examined.
+/// The outermost folder above `folder`, or `folder` itself, that is on the same file system; empty where `folder` cannot be examined.
 [[nodiscard]] std::filesystem::path mountPoint(const std::filesystem::path& folder);
 
 }  // namespace velmora::linux_backend

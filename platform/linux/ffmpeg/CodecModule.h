@@ -21,7 +21,7 @@ public:
     virtual std::unique_ptr<engine::PictureScaler> makePictureScaler() = 0;
 
     /// For "avc1", "avc3", "hvc1", "hev1", "vp09" and "av01". `format.decoderConfiguration` is the payload of the codec's box in a
-    /// sample entry ("avcC", "hvcC", "av1C"); its colour counts where the stream tells none.
+    /// sample entry ("avcC", "hvcC", "av1C"); its colour counts where the stream gives none.
     virtual Result<std::unique_ptr<engine::PictureDecoder>> makePictureDecoder(
         const VideoFormat& format, const engine::PictureRequest& request) = 0;
 };

@@ -11,7 +11,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
-// What others may write in could keep us from any encoder, or lead us anywhere.
+// A folder that others may write to could keep us from any encoder, or lead us anywhere.
 bool isOursAlone(const std::filesystem::path& folder)
 {
     struct stat status { };
@@ -44,7 +44,7 @@ std::optional<EncoderTrialMark::Finding> EncoderTrialMark::set()
     struct stat status { };
     if (!file_ || ::fstat(file_.get(), &status) != 0 || !S_ISREG(status.st_mode))
         return Finding::unknown;
-    // The lock goes with its process, the mark stays: this is how a trial that runs is told from one that crashed.
+    // The lock goes with its process, the mark stays: this is how a running trial is told from one that crashed.
     int locked = 0;
     do
         locked = ::flock(file_.get(), LOCK_EX);
@@ -53,7 +53,7 @@ std::optional<EncoderTrialMark::Finding> EncoderTrialMark::set()
         return Finding::unknown;
     if (status.st_nlink == 0)
         return std::nullopt;
-    // An empty file is one that was made just now, by us or by someone who died before the trial.
+    // An empty file was made just now, by us or by somebody who died before the trial.
     if (status.st_size > 0)
         return Finding::crashed;
     return ::write(file_.get(), "1", 1) == 1 ? Finding::none : Finding::unknown;

@@ -9,18 +9,18 @@
 
 namespace velmora::linux_backend {
 
-/// A file that lies in `folder` while an encoder is being tried. Who finds one that no living process holds knows that the trial before
+/// A file that is in `folder` while an encoder is being tried. Whoever finds one that no living process holds knows that the trial before
 /// did not end: a driver that crashes takes the program with it. Used on one thread.
 class EncoderTrialMark {
 public:
     enum class Finding {
         none,  ///< the trial may begin
-        crashed,  ///< a trial of this encoder ended its program
+        crashed,  ///< a trial of this encoder took its program with it
         unknown,  ///< the folder keeps no marks: the trial may begin, but nobody will know how it ended
     };
 
-    /// Sets the mark of `encoder`. Waits while another process tries it. No folder at all, one that is not ours alone, or one that takes
-    /// no file is `unknown`.
+    /// Sets the mark of `encoder`. Waits while another process tries it. No folder at all, one that is not ours alone, or one in which no
+    /// file can be made is `unknown`.
     EncoderTrialMark(const std::filesystem::path& folder, std::string_view encoder);
 
     /// Removes the mark, unless it was found.

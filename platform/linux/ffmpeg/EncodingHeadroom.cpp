@@ -14,10 +14,10 @@ namespace {
 constexpr std::size_t warmingPictures = 2;
 constexpr std::size_t measuredPictures = 5;
 
-/// Whoever starts a capture waits so long at most, give or take a picture.
+/// Whoever starts a capture waits at most this long, give or take a picture.
 constexpr std::chrono::milliseconds patience{120};
 
-/// A camera's grain, from so many random values that none comes again near itself.
+/// A camera's grain, from so many random values that none is repeated near itself.
 class Grain {
 public:
     Grain()
@@ -36,7 +36,7 @@ private:
     std::array<std::uint8_t, 65'521> values_{};
 };
 
-/// Shades that move slantwise, each time under other grain: what video costs, neither the least nor the most that a picture can.
+/// Shades that move slantwise, each time under different grain: what video costs, neither the least nor the most that a picture can.
 void paint(AVFrame& frame, std::size_t number, const Grain& grain)
 {
     const std::size_t shift = 3 * number;
@@ -66,7 +66,7 @@ tl::expected<std::chrono::nanoseconds, AvError> measurePictureTime(
     std::vector<std::chrono::nanoseconds> times;
     const auto begin = now();
     for (std::size_t number = 0; number < warmingPictures + measuredPictures; ++number) {
-        // The encoder may keep a picture: each is one of its own.
+        // The encoder may keep a picture, so each is a new one.
         const AvFrame picture = makeYuv420Frame(encoder.layout(), settings.width, settings.height);
         if (!picture)
             return tl::unexpected(AVERROR(ENOMEM));

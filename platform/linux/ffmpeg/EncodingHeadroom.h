@@ -16,7 +16,7 @@ using MonotonicClock = std::function<std::chrono::nanoseconds()>;
 /// needs the processors too, and what a busier moment costs is not known yet.
 inline constexpr std::chrono::milliseconds greatestPictureTime{6};
 
-/// Encodes some pictures of moving shades and grain and tells what one takes: the middle of them, without the first, which warm up. By the
+/// Encodes some pictures of moving shades and grain and says how long one takes: the median, without the first few, which warm up. By the
 /// clock, so that a machine that is busy counts as slow. Stops early where a few pictures take long. The encoder is used up.
 [[nodiscard]] tl::expected<std::chrono::nanoseconds, AvError> measurePictureTime(
     VideoEncoder& encoder, const VideoEncoderSettings& settings, const MonotonicClock& now = steadyTime);

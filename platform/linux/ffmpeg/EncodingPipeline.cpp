@@ -11,7 +11,7 @@ namespace {
 
 constexpr MediaTime longestWaitForKeyFrame{1, 2};
 
-/// So many pictures in a row that the encoder fails on are more than a moment's trouble: a graphics card that was reset, say.
+/// If the encoder fails on this many pictures in a row, it is more than a moment's trouble: a graphics card that was reset, say.
 constexpr int failuresOfABrokenEncoder = 10;
 
 }  // namespace
@@ -68,7 +68,7 @@ void EncodingPipeline::encode(engine::PendingPicture picture, const VideoEncoder
         giveEncoderUp(status);
 }
 
-/// The next picture gets one that is opened anew.
+/// The next picture gets a newly opened one.
 void EncodingPipeline::giveEncoderUp(int status)
 {
     order_.finishAll({status, nullptr});
@@ -109,8 +109,8 @@ int EncodingPipeline::encodeAnew(engine::PendingPicture picture, std::int64_t en
     return status;
 }
 
-/// Has the encoder go on with a key frame. Where that would have the number of the one that was put out last, the encoder makes one before
-/// it that nobody sees: a black one takes neither time nor many of the bits that the rate control has.
+/// Has the encoder go on with a key frame. Where that would have the number of the one that was put out last, the encoder first makes one
+/// that nobody sees: a black one takes neither time nor many of the bits that the rate control has.
 int EncodingPipeline::bringEncoderBack(std::int64_t encoderTime)
 {
     if (stillKeyFrames_.isNumberTaken()) {
@@ -161,7 +161,7 @@ void EncodingPipeline::finish(VideoEncoder::Packet packet)
     if (packet.isKeyFrame && !(entry->presentationTimeStamp < lastKeyFrameTime_))
         lastKeyFrameTime_ = entry->presentationTimeStamp;
 
-    // An encoder that was opened anew describes the same stream again: the samples keep sharing one description.
+    // A newly opened encoder describes the same stream again: the samples keep sharing one description.
     const FormatDescriptionRef format = encoder_->format();
     if (format_ != format && !(format_ && *format_ == *format))
         format_ = format;

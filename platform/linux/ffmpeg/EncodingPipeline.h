@@ -15,7 +15,7 @@
 
 namespace velmora::linux_backend {
 
-/// Conversion, encoding, time stamps and the order of the outcomes. Used on one thread; knows no lock.
+/// Conversion, encoding, time stamps and the order of the outcomes. Used on one thread; has no lock.
 class EncodingPipeline {
 public:
     using OpenEncoder = UniqueFunction<tl::expected<std::unique_ptr<VideoEncoder>, AvError>(const VideoEncoderSettings&)>;
@@ -32,7 +32,7 @@ public:
 
     void encode(engine::PendingPicture picture, const VideoEncoderSettings& settings);
 
-    /// Gets out of the encoder what it holds back. One that holds nothing is left as it is; any other is opened anew for the next picture.
+    /// Gets out of the encoder what it holds back. One that holds nothing is left as it is; any other is opened again for the next picture.
     void drain();
 
     /// The outcome of the next picture, in the order of the pictures; none while it is not known.

@@ -19,7 +19,7 @@ namespace {
 
 constexpr CompressionStatus sessionEnded = AVERROR_EOF;
 
-/// Where libavcodec's own limits lie well beyond any screen.
+/// Where libavcodec's own limits are: well beyond any screen.
 constexpr std::int32_t greatestSize = 16384;
 
 constexpr CompressionStatus tooLarge = AVERROR(ERANGE);
@@ -30,7 +30,7 @@ CompressionStatus applyProperty(VideoEncoderSettings& settings, CompressionPrope
     switch (property) {
     case CompressionProperty::realTime:
     case CompressionProperty::allowFrameReordering:
-        // Real time is all there is, and frames are never reordered, which is also what the permission to do so allows.
+        // Real time is all there is, and frames are never reordered, which permission to reorder them allows too.
         return std::holds_alternative<bool>(value) ? 0 : AVERROR(EINVAL);
     case CompressionProperty::profileLevel: {
         const auto* profile = std::get_if<platform::ProfileLevel>(&value);
@@ -81,7 +81,7 @@ struct LibavCompressionSession::State {
     bool running GUARDED_BY(mutex) = false;
     std::thread thread GUARDED_BY(mutex);
 
-    // Of the thread alone, once it runs.
+    // The thread's alone, once it runs.
     OutputCallback output;
     std::optional<EncodingPipeline> pipeline;
 
@@ -277,7 +277,7 @@ tl::expected<std::shared_ptr<platform::CompressionSession>, CompressionStatus> L
 std::string LibavCompressionSessionFactory::description(platform::CompressionStatus status) const
 {
     if (status == tooLarge)
-        return "The window is larger than an encoder takes: " + std::to_string(greatestSize) + " pixels in width or height.";
+        return "The window is larger than an encoder accepts: " + std::to_string(greatestSize) + " pixels in width or height.";
     return libavError(status, "The encoder cannot be started").localizedDescription + ".";
 }
 

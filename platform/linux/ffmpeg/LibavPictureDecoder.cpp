@@ -48,7 +48,7 @@ tl::unexpected<Error> failure(int averror)
     return fail(libavError(averror, notDecoded));
 }
 
-/// The matrix by its number (ISO 23091-2), which is also libswscale's: as the stream says, else as its file says, else as is customary.
+/// The matrix by its number (ISO 23091-2), which is also libswscale's: what the stream says, else what its file says, else what is usual.
 int matrixOf(const AVFrame& frame, const ColourDescription& colour)
 {
     if (frame.colorspace != AVCOL_SPC_UNSPECIFIED)
@@ -71,7 +71,7 @@ bool isFullRange(const AVFrame& frame, const ColourDescription& colour)
     }
 }
 
-/// The frame's width with square pixels. Shapes that no display has are not believed.
+/// The frame's width with square pixels. Shapes that no display has are ignored.
 std::int64_t shownWidth(const AVFrame& frame)
 {
     const auto shape = frame.sample_aspect_ratio;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* what = "The picture could not be scaled";
 
-/// libswscale works in YUV inside. At full chroma resolution and with exact rounding what comes out differs from what went in by no
+/// Internally libswscale works in YUV. At full chroma resolution and with exact rounding what comes out differs from what went in by no
 /// more than 2 steps, and text keeps its coloured edges.
 constexpr int flags = SWS_BILINEAR | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_ACCURATE_RND;
 

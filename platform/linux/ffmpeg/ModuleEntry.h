@@ -5,7 +5,7 @@
 
 namespace velmora::linux_backend {
 
-/// Makes the module's object, which the caller owns, for a program of version `programVersion`; null when the module is of another
+/// Makes the module's object, which the caller owns, for a program of version `programVersion`; null when the module has another
 /// version. Module and program share the classes of CodecModule.h and no variable: each has its own copy of what both link.
 using CodecModuleEntry = CodecModule*(const char* programVersion);
 

@@ -13,8 +13,8 @@ class PictureConverter {
 public:
     PictureConverter(std::int32_t width, std::int32_t height, engine::Yuv420View::Layout layout);
 
-    /// The frame that shows `picture`; stays valid until the next call. `changed` is counted from the picture of the call before.
-    /// Whoever takes a reference to the frame keeps what it shows: then the next call writes into another one. Null when memory is out.
+    /// The frame that shows `picture`; stays valid until the next call. `changed` is relative to the picture of the call before.
+    /// Whoever takes a reference to the frame keeps what it shows: then the next call writes into another one. Null when out of memory.
     AVFrame* convert(const PixelBuffer& picture, const engine::DirtyArea& changed);
 
 private:

@@ -19,9 +19,9 @@ namespace {
 
 using Layout = engine::Yuv420View::Layout;
 
-// x264 can count real time (force-cfr=0), but then it holds every frame back until the next one tells how long it lasts: half a second
+// x264 can count real time (force-cfr=0), but then it holds every frame back until the next one shows how long it lasts: half a second
 // in a still window. So it counts frames at the planned rate, and its buffer is filled before each frame by what the time since the
-// frame before is worth (see budgetFor). Its average rate cannot be changed on the way, its buffer can: the buffer is what keeps the
+// frame before is worth (see budgetFor). Its average rate cannot be changed while it runs, its buffer can: the buffer is what keeps the
 // rate, and the constant quality is what pictures get that do not need all of it.
 // Above the standard's greatest quantizer x264 leaves parts of a frame out rather than overdraw the buffer: after a burst of frames the
 // bottom of a picture would show the frame before.
@@ -192,7 +192,7 @@ private:
         frames.sw_format = pixelFormat(layout_);
         frames.width = settings_.width;
         frames.height = settings_.height;
-        frames.initial_pool_size = 8;  // references and what is on its way; surfaces of a fixed pool
+        frames.initial_pool_size = 8;  // references and what is being encoded; surfaces of a fixed pool
         if (const int error = av_hwframe_ctx_init(hardwareFrames_.get()))
             return error;
         context_->pix_fmt = frames.format;
@@ -288,7 +288,7 @@ const std::vector<VideoEncoderCandidate>& videoEncoderCandidates()
             .device = AV_HWDEVICE_TYPE_VAAPI,
             .layout = Layout::nv12,
             .options = {{"rc_mode", "VBR"}, {"async_depth", "1"}}},
-        // Newer Intel graphics encode in their low-power unit only.
+        // Newer Intel graphics encode only in their low-power unit.
         {.name = "h264_vaapi",
             .device = AV_HWDEVICE_TYPE_VAAPI,
             .layout = Layout::nv12,

@@ -43,7 +43,7 @@ public:
 
     virtual ~VideoEncoder() = default;
 
-    /// In which layout pictures are wanted.
+    /// The layout in which pictures are wanted.
     [[nodiscard]] virtual engine::Yuv420View::Layout layout() const = 0;
 
     /// Each packet comes out with its picture, and the idr_pic_id of the key frames (ITU-T H.264 7.4.3) alternates between two values.
@@ -56,7 +56,7 @@ public:
     /// Appends what is still inside. The encoder is used up afterwards.
     virtual int drain(std::vector<Packet>& packets) = 0;
 
-    /// "avc1" with its configuration record. Null only before the first packet of an encoder that tells its parameter sets there.
+    /// "avc1" with its configuration record. Null only before the first packet of an encoder that gives its parameter sets there.
     [[nodiscard]] virtual FormatDescriptionRef format() const = 0;
 };
 
@@ -71,10 +71,10 @@ struct VideoEncoderCandidate {
     AVHWDeviceType device = AV_HWDEVICE_TYPE_NONE;  ///< whose memory the encoder reads; AV_HWDEVICE_TYPE_NONE: ours
     engine::Yuv420View::Layout layout = engine::Yuv420View::Layout::nv12;
     std::vector<Option> options = {};
-    std::vector<Option> normalEffort = {};  ///< besides, with this effort
+    std::vector<Option> normalEffort = {};  ///< in addition, with this effort
     std::vector<Option> lowEffort = {};
     bool isSoftware = false;
-    /// With this option in addition the encoder would encode the same, but describe it as it is wanted: the parameter sets are taken
+    /// With this option as well, the encoder would encode the same, but describe it as wanted: the parameter sets are taken
     /// from an encoder that is opened with it and closed again.
     std::optional<Option> headerOption = std::nullopt;
 };

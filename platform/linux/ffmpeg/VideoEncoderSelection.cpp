@@ -20,7 +20,7 @@ VideoEncoderSelection::VideoEncoderSelection(
 VideoEncoderSelection& VideoEncoderSelection::shared()
 {
     static const char* const onlyName = std::getenv(videoEncoderVariable);
-    // Never destroyed, as the candidates: where the display goes, the program ends under threads that may look for an encoder.
+    // Never destroyed, like the candidates: where the display goes, the program ends under threads that may look for an encoder.
     static auto& selection =
         *new VideoEncoderSelection{videoEncoderCandidates(), onlyName ? onlyName : "", EncoderTrialMark::sessionFolder()};
     return selection;

@@ -16,9 +16,9 @@ namespace velmora::linux_backend {
 /// Set to the name of a candidate ("libx264"), this environment variable rules out all others.
 inline constexpr const char* videoEncoderVariable = "VELMORA_VIDEO_ENCODER";
 
-/// Opens the first candidate that stood its trial. The trial of a size is made once; its outcome is kept. A hardware encoder that ended
-/// a program of this login session in its trial is passed over; so the software encoder is never: there is nothing behind it, and a
-/// program that was killed in that moment would record nothing until the next login. Thread-safe.
+/// Opens the first candidate that passed its trial. The trial for a size is made once; its outcome is kept. A hardware encoder that ended
+/// a program of this login session in its trial is passed over; the software encoder never is: there is nothing behind it, and a
+/// program that was killed at that moment would record nothing until the next login. Thread-safe.
 class VideoEncoderSelection {
 public:
     /// `onlyName`: the one candidate to consider, whatever became of it before; empty for all. `markFolder` is where trials leave their
@@ -32,17 +32,17 @@ public:
     /// 0 when there is an encoder for pictures of this size, else the AVERROR of the last candidate.
     [[nodiscard]] int check(const VideoEncoderSettings& settings);
 
-    /// How hard the encoder for pictures of this size may try, measured now. Normal where the encoder costs this machine nothing, or is
-    /// none. Takes some pictures' time.
+    /// How hard the encoder for pictures of this size may try, measured now. Normal where the encoder costs this machine nothing, or there
+    /// is none. Takes as long as some pictures do.
     [[nodiscard]] EncodingEffort effortFor(VideoEncoderSettings settings, const MonotonicClock& now = steadyTime);
 
-    /// A candidate that stood its trial and cannot be opened now (a graphics card has few encoders) gives way to the next.
+    /// A candidate that passed its trial and cannot be opened now (a graphics card has few encoders) gives way to the next.
     tl::expected<std::unique_ptr<VideoEncoder>, AvError> open(const VideoEncoderSettings& settings);
 
 private:
     using Size = std::pair<std::int32_t, std::int32_t>;
 
-    /// Index of the first candidate at or after `from` that stands its trial; the number of candidates when none does.
+    /// Index of the first candidate at or after `from` that passes its trial; the number of candidates when none does.
     std::size_t firstThatWorks(std::size_t from, const VideoEncoderSettings& settings);
 
     /// 0 or an AVERROR: EOWNERDEAD for one that is passed over.

@@ -15,13 +15,13 @@ namespace velmora::linux_backend {
 namespace {
 
 /// Mean difference of 8-bit values that a plane may have after compression: far above what an encoder does to smooth fields, far below
-/// what swapped planes, a wrong row length or the picture before do.
+/// what swapped planes, a wrong row length or the previous picture do.
 constexpr int greatestMeanDifference = 12;
 
 /// When the pictures are shown: a frame of 60 Hz, a still stretch, two frames of 60 Hz.
 constexpr std::array<std::int64_t, 4> pictureTimes{0, 16'667, 350'000, 383'333};
 
-/// The picture that is asked for as a key frame, beside the first: a recording begins at such a one.
+/// The picture that is asked for as a key frame, besides the first: a recording begins at one like it.
 constexpr std::size_t laterKeyFrame = 2;
 
 int planeCount(engine::Yuv420View::Layout layout)
@@ -154,7 +154,7 @@ bool showsPicturesFrom(std::size_t first, std::span<const VideoEncoder::Packet> 
     return avcodec_send_packet(decoder.get(), nullptr) == 0 && receive() && shown == packets.size();
 }
 
-/// Whether every picture has come out once, in its order, with its time, and as a key frame where that was asked for.
+/// Whether every picture has come out once, in order, with its time, and as a key frame where that was asked for.
 bool areInOrder(std::span<const VideoEncoder::Packet> packets)
 {
     if (packets.size() != pictureTimes.size() || !packets.front().isKeyFrame || !packets[laterKeyFrame].isKeyFrame)

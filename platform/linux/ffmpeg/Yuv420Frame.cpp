@@ -8,7 +8,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
-// ITU-R BT.709, 8 bits: black, and no difference of colour.
+// ITU-R BT.709, 8 bits: black, and no colour difference.
 constexpr int black = 16;
 constexpr int grey = 128;
 
@@ -37,7 +37,7 @@ AvFrame makeYuv420Frame(engine::Yuv420View::Layout layout, std::int32_t width, s
 
 void removeColours(AVFrame& frame)
 {
-    // Of NV12 the second plane holds both colours.
+    // In NV12 the second plane holds both colours.
     for (int plane = 1; plane < 3 && frame.data[plane]; ++plane)
         fillPlane(frame, plane, frame.height / 2, grey);
 }

@@ -10,13 +10,13 @@ namespace velmora::linux_backend {
 
 [[nodiscard]] AVPixelFormat pixelFormat(engine::Yuv420View::Layout layout);
 
-/// A frame whose pixels are not set. `width` and `height` are even. Null when memory is out.
+/// A frame whose pixels are not set. `width` and `height` are even. Null when out of memory.
 [[nodiscard]] AvFrame makeYuv420Frame(engine::Yuv420View::Layout layout, std::int32_t width, std::int32_t height);
 
 /// Makes every pixel's colour grey; its brightness stays.
 void removeColours(AVFrame& frame);
 
-/// The same, all black.
+/// The same, but all black.
 [[nodiscard]] AvFrame makeBlackFrame(engine::Yuv420View::Layout layout, std::int32_t width, std::int32_t height);
 
 }  // namespace velmora::linux_backend

@@ -24,7 +24,7 @@ public:
 
     explicit operator bool() const { return descriptor_ >= 0; }
     [[nodiscard]] int get() const { return descriptor_; }
-    /// For who closes it from now on.
+    /// For whoever closes it from now on.
     [[nodiscard]] int release() { return std::exchange(descriptor_, -1); }
 
 private:

@@ -24,7 +24,7 @@ bool parseNumber(std::string_view text, Number& number)
 
 std::optional<engine::ProcessRecord> parseProcessStat(const std::string& text)
 {
-    // The name stands in brackets and may itself hold any character: what follows begins after the last bracket.
+    // The name is in brackets and may itself hold any character: what follows begins after the last bracket.
     const auto bracket = text.rfind(')');
     if (bracket == std::string::npos)
         return std::nullopt;

@@ -12,7 +12,7 @@ class WakeUp {
 public:
     [[nodiscard]] bool isValid() const { return static_cast<bool>(descriptor_); }
 
-    /// Readable from a signal until the next clear().
+    /// Readable from a signal() until the next clear().
     [[nodiscard]] int descriptor() const { return descriptor_.get(); }
 
     void signal() { eventfd_write(descriptor_.get(), 1); }

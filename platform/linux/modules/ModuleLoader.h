@@ -1,4 +1,4 @@
-// Finding and loading the program's own modules: parts whose libraries cost memory and time that not every run is to pay.
+// Finding and loading the program's own modules: parts whose libraries cost memory and time that not every run should pay.
 #pragma once
 
 #include "base/Result.h"
@@ -31,7 +31,7 @@ struct ModuleName {
 /// threads cannot be.
 Result<void*> loadModuleEntry(const ModuleName& name, std::span<const std::filesystem::path> directories);
 
-/// The module's object by its entry, a function that takes this program's version and gives null when it is of another.
+/// The module's object from its entry, a function that takes this program's version and gives null when its own is another.
 template <typename Module>
 Result<std::shared_ptr<Module>> loadModule(
     const ModuleName& name, std::span<const std::filesystem::path> directories, const char* programVersion)
@@ -41,7 +41,7 @@ Result<std::shared_ptr<Module>> loadModule(
         return fail(entry.error());
     std::shared_ptr<Module> module{reinterpret_cast<Module* (*)(const char*)>(*entry)(programVersion)};
     if (!module)
-        return fail(std::string{moduleErrorDomain}, 0, std::string{name.fileName} + " is of another version than this program");
+        return fail(std::string{moduleErrorDomain}, 0, std::string{name.fileName} + " has a different version from this program");
     return module;
 }
 

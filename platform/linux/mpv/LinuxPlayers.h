@@ -1,4 +1,4 @@
-// Players of the player module, which is loaded when the first is made.
+// Players from the player module, which is loaded when the first is made.
 #pragma once
 
 #include "base/SerialQueue.h"

@@ -28,21 +28,21 @@ constexpr std::array<std::pair<const char*, const char*>, 28> options{{
     {"access-references", "no"},
     {"load-unsafe-playlists", "no"},
     {"demuxer-lavf-o", "protocol_whitelist=file"},
-    // A file is a movie or it is refused: a text may be a list of other files.
+    // A file is a movie or it is refused: a text file may be a list of other files.
     {"demuxer", "lavf"},
     {"demuxer-lavf-format", "mov"},
     {"save-position-on-quit", "no"},
     {"resume-playback", "no"},
-    // The file stays open behind its end, paused, and begins so.
+    // The file stays open past its end, paused, and it begins paused.
     {"keep-open", "yes"},
     {"pause", "yes"},
     {"hr-seek", "yes"},
-    // Times are the file's own.
+    // Times are those in the file.
     {"rebase-start-time", "no"},
     {"hwdec", "no"},
     {"vo", "libmpv"},
     {"cache", "no"},
-    // Without a sound server pictures play all the same.
+    // Without a sound server the pictures play all the same.
     {"audio-fallback-to-null", "yes"},
     {"audio-client-name", "Velmora"},
 }};

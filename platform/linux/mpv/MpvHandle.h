@@ -31,7 +31,7 @@ public:
     void command(std::initializer_list<const char*> arguments, std::uint64_t number = 0);
     void setText(const char* property, const std::string& value);
     void setFlag(const char* property, bool value);
-    [[nodiscard]] bool flag(const char* property) const;  ///< false also where there is none
+    [[nodiscard]] bool flag(const char* property) const;  ///< false if there is none
     [[nodiscard]] std::optional<double> number(const char* property) const;
 
 private:
@@ -44,7 +44,7 @@ private:
     mpv_render_context* renderer_ = nullptr;
 };
 
-/// libmpv's own words for a code of its.
+/// libmpv's own words for one of its codes.
 Error mpvError(int code);
 
 }  // namespace velmora::linux_backend

@@ -25,10 +25,10 @@ std::string secondsText(MediaTime time)
     return text;
 }
 
-/// More than libmpv and the sound server have of what is to come.
+/// More than libmpv and the sound server buffer of what is to come.
 constexpr MediaTime bufferedSound{2, 1};
 
-/// libmpv takes a picture for that of a time which it precedes by as much as five milliseconds.
+/// libmpv takes a picture for that of a time even when it comes as much as five milliseconds before that time.
 constexpr MediaTime seekTolerance{49, 10'000};
 
 constexpr std::uint64_t seekNumber = 1;
@@ -73,7 +73,7 @@ public:
         if (isBehindEnd() || (!endTime_ && isAtEndOfFile()))
             return later(&MpvPlayer::endWhenPlaying);
         mpv_->setText("end", endTime_ ? secondsText(*endTime_) : "none");
-        // Where libmpv has come to an end, it goes on only from another place. And it has sound of behind this end already.
+        // Where libmpv has come to an end, it goes on only from another place. And it may have sound from past this end already.
         if (isAtEndOfFile() || (endTime_ && *endTime_ < time_ + bufferedSound))
             seek(time_);
         unpauseWhenPossible();
@@ -137,7 +137,7 @@ public:
     }
 
 private:
-    /// How far the seek has come that libmpv was asked for.
+    /// How far libmpv has come with the seek that it was asked for.
     enum class Seek { none, asked, accepted, begun };
 
     struct Observer {
@@ -222,7 +222,7 @@ private:
     void pictureIsThere()
     {
         hasPicture_ = true;
-        // The picture of an earlier seek, or of the beginning, may still come behind the next.
+        // The picture of an earlier seek, or of the beginning, may still come after the next seek.
         if (seek_ == Seek::begun)
             seek_ = Seek::none;
         tellOfPicture();
@@ -292,7 +292,7 @@ private:
     {
         isPlaying_ = false;
         mpv_->setFlag("pause", true);
-        // A picture behind the end can be looked at.
+        // A picture past the end can be looked at.
         mpv_->setText("end", "none");
     }
 
@@ -302,7 +302,7 @@ private:
             endOfPlaying();
     }
 
-    /// The last time that was observed may lie some pictures before that at which playing paused.
+    /// The last time that was observed may be some pictures before that at which playing paused.
     void tellWherePaused()
     {
         if (isPlaying_ || isBetweenPictures())
@@ -348,7 +348,7 @@ private:
         seekWhenPossible();
     }
 
-    /// One seek after the other: the next begins when the picture of the last is there, and only the newest is kept.
+    /// One seek after another: the next begins when the picture of the last is there, and only the newest is kept.
     void seekWhenPossible()
     {
         if (!wantedSeek_ || !isLoaded_ || seek_ != Seek::none || !pictureTimes_)
@@ -358,7 +358,7 @@ private:
         mpv_->command({"seek", target.c_str(), "absolute+exact"}, seekNumber);
     }
 
-    /// libmpv goes to the first picture that begins at or behind a time, give or take `seekTolerance`.
+    /// libmpv goes to the first picture that begins at or after a time, give or take `seekTolerance`.
     [[nodiscard]] MediaTime beginOfPicture(MediaTime time) const
     {
         const auto next = std::upper_bound(

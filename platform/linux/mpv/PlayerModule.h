@@ -22,7 +22,7 @@ public:
         const std::filesystem::path& file, LoadPictureTimes loadPictureTimes, std::shared_ptr<Executor> mainExecutor) = 0;
 };
 
-/// Makes the module's object, which the caller owns, for a program of version `programVersion`; null when the module is of another version.
+/// Makes the module's object, which the caller owns, for a program of version `programVersion`; null when the module has another version.
 using PlayerModuleEntry = PlayerModule*(const char* programVersion);
 
 inline constexpr const char* playerModuleEntryName = "velmoraMakePlayerModule";

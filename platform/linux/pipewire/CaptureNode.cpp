@@ -99,7 +99,7 @@ void CaptureNode::setDeviceLatency(const spa_latency_info& latency)
 /// On the real-time thread.
 void CaptureNode::process()
 {
-    // Also what makes everything written before the stream was connected visible to this thread.
+    // This also makes everything written before the stream was connected visible to this thread.
     auto* stream = published_.load(std::memory_order_acquire);
     while (pw_buffer* buffer = pw_stream_dequeue_buffer(stream)) {
         pw_time time{};
@@ -112,7 +112,7 @@ void CaptureNode::process()
             const auto latency = latencyNanoseconds_.load(std::memory_order_relaxed)
                 + static_cast<std::int64_t>(latencyQuanta_.load(std::memory_order_relaxed) * static_cast<float>(quantum));
             const auto* samples = reinterpret_cast<const float*>(static_cast<const std::byte*>(data.data) + offset);
-            // A full ring means that the loop's thread stands still; then this block is lost, and the count of frames shows it.
+            // A full ring means that the loop's thread is stuck; then this block is lost, and the count of frames shows it.
             ring_.write(time.now + latency, {samples, frames * channelCount});
             framesSinceSignal_ += static_cast<std::uint32_t>(frames);
         }

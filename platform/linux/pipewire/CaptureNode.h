@@ -1,4 +1,4 @@
-// The stream into which the sound of the chosen application is linked.
+// The stream to which the sound of the chosen application is linked.
 #pragma once
 
 #include "base/Result.h"
@@ -31,7 +31,7 @@ public:
     void setActive(bool active);
 
     /// The delay of the device that plays what is captured. The node reports it as its own: otherwise its link would lower the delay
-    /// that the player sees, and with it the player's lip-sync. Time stamps tell when a sample is heard, so it is added to them.
+    /// that the player sees, and with it the player's lip-sync. Time stamps say when a sample is heard, so it is added to them.
     void setDeviceLatency(const spa_latency_info& latency);
 
     /// Takes the oldest block out; false when there is none.

@@ -15,19 +15,19 @@ namespace velmora::linux_backend {
 
 namespace {
 
-// How often silence is handed on, and lost servers are looked for.
+// How often silence is handed on and lost servers are looked for.
 constexpr timespec tickInterval{0, 50'000'000};
 constexpr std::int64_t reconnectInterval = 250'000'000;
 
 // How long a server may take to answer the first question.
 constexpr std::int64_t answerTimeout = 2'000'000'000;
 
-// Stamps are the graph's own clock: exact, but for the blocks that InputTimeline exists for.
+// Stamps are the graph's own clock: exact, except for the blocks that InputTimeline exists for.
 constexpr std::int64_t stampTolerance = 1'000'000;
 
 void initializeLibrary()
 {
-    // Never undone: the library may serve other parts of the program, too.
+    // Never undone: the library may serve other parts of the program too.
     static const bool done = [] {
         pw_init(nullptr, nullptr);
         return true;

@@ -74,7 +74,7 @@ private:
     spa_source* source_ = nullptr;
 };
 
-/// Holds the loop's lock: outside its thread, its objects are touched under it only.
+/// Holds the loop's lock: outside its thread, its objects are touched only under it.
 class ThreadLoopLock {
 public:
     explicit ThreadLoopLock(pw_thread_loop* loop) : loop_(loop) { pw_thread_loop_lock(loop_); }

@@ -52,7 +52,7 @@ private:
     bool isListed_ = false;
     int error_ = 0;
 
-    // In this order: what is below is destroyed first.
+    // In this order: what is declared last is destroyed first.
     MainLoopHandle loop_;
     LoopSource timer_;
     ContextHandle context_;
@@ -198,7 +198,7 @@ std::vector<engine::SoundStream> Look::streams() const
 
 Result<std::vector<engine::SoundStream>> listPipeWireSoundStreams()
 {
-    // Never undone: the library may serve other parts of the program, too.
+    // Never undone: the library may serve other parts of the program too.
     static const bool isInitialized = [] {
         pw_init(nullptr, nullptr);
         return true;

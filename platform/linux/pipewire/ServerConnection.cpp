@@ -74,7 +74,7 @@ const pw_node_events ServerConnection::Watched::nodeEvents = [] {
 struct ServerConnection::Device {
     ServerConnection& connection;
     ProxyHandle proxy;
-    int question = 0;  ///< when the server has answered it, the delay has been told if there is one
+    int question = 0;  ///< when the server has answered it, the delay is known if there is one
     bool known = false;
     std::optional<spa_latency_info> latency;
     ListenerHook listener;
@@ -88,7 +88,7 @@ const pw_port_events ServerConnection::Device::events = [] {
     table.param = [](void* data, int, std::uint32_t id, std::uint32_t, std::uint32_t, const spa_pod* parameter) {
         auto& self = *static_cast<Device*>(data);
         spa_latency_info told{};
-        // A port has one for each direction; that of inputs is the way to the loudspeaker.
+        // A port has one for each direction; that of inputs is towards the loudspeaker.
         if (id != SPA_PARAM_Latency || !parameter || spa_latency_parse(parameter, &told) < 0 || told.direction != SPA_DIRECTION_INPUT)
             return;
         self.latency = told;

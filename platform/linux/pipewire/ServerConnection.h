@@ -19,14 +19,14 @@ namespace velmora::linux_backend {
 /// Lives on the loop's thread. A connection that broke stays quiet and is thrown away by its owner.
 class ServerConnection {
 public:
-    /// Fails at once when no server listens. `changed` is called when one of the two questions below gets another answer.
+    /// Fails at once when no server listens. `changed` is called when the answer to one of the two questions below changes.
     static Result<std::unique_ptr<ServerConnection>> create(pw_context* context, pw_loop* loop, spa_source* arrived,
         std::int32_t sampleRate, const engine::StreamMatcher& matcher, std::function<void()> changed);
     ~ServerConnection();
     ServerConnection(const ServerConnection&) = delete;
     ServerConnection& operator=(const ServerConnection&) = delete;
 
-    /// The server has answered a first question.
+    /// The server has answered the first question.
     [[nodiscard]] bool hasAnswered() const { return answered_; }
     [[nodiscard]] bool isBroken() const { return broken_; }
 
@@ -57,7 +57,7 @@ private:
     std::set<SoundGraph::ID> linkable_;  ///< selected streams that play on a device whose delay is known
     std::optional<spa_latency_info> deviceLatency_;
 
-    // In this order: what is below is destroyed first.
+    // In this order: what is declared last is destroyed first.
     CoreHandle core_;
     ListenerHook coreListener_;
     std::unique_ptr<CaptureNode> captureNode_;

@@ -87,7 +87,7 @@ void SoundGraph::decide(ID node)
         selected_.insert(node);
 }
 
-/// None while the client of the stream is not known: a decision by half of the facts could fall on another program.
+/// None while the client of the stream is not known: a decision on half of the facts could pick another program.
 std::optional<engine::StreamIdentity> SoundGraph::identityOf(const Properties& stream) const
 {
     const auto clientID = number<ID>(value(stream, "client.id"));
@@ -110,7 +110,7 @@ engine::StreamIdentity streamIdentity(const SoundGraph::Properties& stream, cons
     identity.binary = either("application.process.binary");
     identity.portalApplicationID = either("pipewire.access.portal.app_id");
 
-    // A client of the PulseAudio service is connected by that service, whose credentials say nothing of the program behind.
+    // A client of the PulseAudio service is connected by that service, whose credentials say nothing of the program behind it.
     if (either("client.api") == "pipewire-pulse") {
         identity.processID = number<std::int32_t>(either("application.process.id")).value_or(0);
     } else if (const auto process = number<std::int32_t>(value(client, "pipewire.sec.pid"))) {

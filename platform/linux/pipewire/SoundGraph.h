@@ -1,4 +1,4 @@
-// What a PipeWire server tells of its clients, streams, ports and links, and what follows from it for one application's sound.
+// What a PipeWire server says of its clients, streams, ports and links, and what follows from it for one application's sound.
 #pragma once
 
 #include "engine/sound/StreamMatcher.h"
@@ -15,7 +15,7 @@
 
 namespace velmora::linux_backend {
 
-/// A plain model: fed with what the registry says, asked for what to do. Object ids are the server's.
+/// A plain model: fed with what the registry says, asked what to do. Object ids are the server's.
 class SoundGraph {
 public:
     using ID = std::uint32_t;
@@ -51,8 +51,8 @@ public:
     /// Streams whose sound is wanted. A stream once chosen stays so until it is removed, whatever its properties become.
     [[nodiscard]] const std::set<ID>& selectedStreams() const { return selected_; }
 
-    /// The links that the capture needs of `streams`, as pairs of output and input port. None before both of the capture's ports
-    /// exist: a link made earlier would put both channels into the one that is there.
+    /// The links that the capture needs for `streams`, as pairs of output and input port. None before both of the capture's ports
+    /// exist: a link made earlier would put both channels into the one that exists.
     [[nodiscard]] std::set<std::pair<ID, ID>> wantedLinks(const std::set<ID>& streams) const;
 
     /// For each selected stream the input port of the device that plays it, as far as it is linked to one.
@@ -71,7 +71,7 @@ private:
     std::set<ID> selected_;
 };
 
-/// What a stream and its client tell of the program behind them.
+/// What a stream and its client say of the program behind them.
 [[nodiscard]] engine::StreamIdentity streamIdentity(const SoundGraph::Properties& stream, const SoundGraph::Properties& client);
 
 /// Which of the capture's two channels a channel of a stream goes to: left, right.

@@ -42,7 +42,7 @@ Result<std::unique_ptr<CastBuffer>> CastBuffer::create(const spa_buffer& buffer)
     const std::size_t lead = data.mapoffset % page;
     const std::size_t size = lead + data.maxsize;
     const int descriptor = static_cast<int>(data.fd);
-    // Reading beyond the end of a file would end this process.
+    // Reading past the end of a file would end this process.
     struct stat status { };
     if (data.type == SPA_DATA_MemFd
         && (fstat(descriptor, &status) != 0 || static_cast<std::uint64_t>(status.st_size) < std::uint64_t{data.mapoffset} + data.maxsize))

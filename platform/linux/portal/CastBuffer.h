@@ -23,7 +23,7 @@ struct CastPicture {
     bool isCropped = false;  ///< the desktop said where the window is
 };
 
-/// What a buffer says beside its picture.
+/// What a buffer says besides its picture.
 struct CastNews {
     std::optional<std::int64_t> time;  ///< CLOCK_MONOTONIC nanoseconds
     std::vector<PixelRect> damage;  ///< within the whole picture
@@ -59,7 +59,7 @@ private:
 
     const spa_buffer& buffer_;
     const std::byte* data_;
-    void* mapping_;  // null when the memory was there already
+    void* mapping_;  // null when it was in memory already
     std::size_t mappedSize_;
 };
 

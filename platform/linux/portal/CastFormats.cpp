@@ -24,7 +24,7 @@ const spa_pod* formatParameter(spa_pod_builder& builder, std::uint32_t framesPer
             5, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRA, SPA_VIDEO_FORMAT_RGBx, SPA_VIDEO_FORMAT_RGBA),
         0);
     if (isLinear) {
-        // Mandatory: who does not know about modifiers takes the other offer, of shared memory.
+        // Mandatory: whoever does not know about modifiers takes the other offer, shared memory.
         spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_modifier, SPA_POD_PROP_FLAG_MANDATORY);
         spa_pod_builder_long(&builder, linearModifier);
     }

@@ -13,7 +13,7 @@
 
 namespace velmora::linux_backend {
 
-/// Of a picture in any of the formats that are negotiated.
+/// In any of the formats that are negotiated.
 inline constexpr std::size_t bytesPerPixel = 4;
 inline constexpr std::int32_t largestSide = 32767;
 
@@ -21,7 +21,7 @@ struct CastFormat {
     std::int32_t width = 0;
     std::int32_t height = 0;
     bool isRedFirst = false;  ///< RGBx or RGBA; otherwise BGRx or BGRA
-    bool isLinear = false;  ///< said to be so: only then may the memory of a graphics card be read
+    bool isLinear = false;  ///< said to be: only then may the memory of a graphics card be read
 
     friend bool operator==(const CastFormat&, const CastFormat&) = default;
 };

@@ -15,7 +15,7 @@ std::size_t offsetOf(std::int32_t x, std::int32_t y, std::size_t bytesPerRow)
     return static_cast<std::size_t>(y) * bytesPerRow + static_cast<std::size_t>(x) * bytesPerPixel;
 }
 
-/// Copies `part` of the content to the same place of a picture of the content's size.
+/// Copies `part` of the content to the same place in a picture of the content's size.
 void copy(const CastPicture& source, PixelRect part, std::byte* target, std::size_t targetBytesPerRow)
 {
     for (std::int32_t y = part.y; y < part.y + part.height; ++y) {

@@ -20,7 +20,7 @@ public:
     static Result<std::unique_ptr<CastPictures>> create(const platform::StreamConfiguration& configuration,
         engine::PictureScalerFactory makeScaler, engine::VideoSource::Callbacks callbacks);
 
-    /// The newest picture of the cast is another one. `damage` is what changed, within the content; nothing tells: all of it.
+    /// The cast has a new picture. `damage` is what changed, within the content; none: not known, so all of it.
     void changed(PixelRect content, const std::optional<std::vector<PixelRect>>& damage);
 
     /// When work() has something to do.

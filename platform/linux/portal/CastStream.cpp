@@ -26,7 +26,7 @@ constexpr timespec reconnectAfter{0, 400'000'000};
 // For a first picture, the first time; then twice as long each time, for machines that are slow to draw one.
 constexpr time_t firstPictureSeconds = 1;
 
-/// KWin names the stream of a window so, the name of the application's desktop entry behind it.
+/// KWin names the stream of a window like this, followed by the name of the application's desktop entry.
 std::string applicationOf(const spa_dict* properties)
 {
     constexpr std::string_view prefix = "kwin-screencast-";
@@ -40,7 +40,7 @@ std::string applicationOf(const spa_dict* properties)
 
 void initializeLibrary()
 {
-    // Never undone: the library may serve other parts of the program, too.
+    // Never undone: the library may serve other parts of the program too.
     static const bool done = [] {
         pw_init(nullptr, nullptr);
         return true;
@@ -102,13 +102,13 @@ private:
     std::optional<std::int64_t> lastTime_;  // of any buffer in this format
     std::optional<PixelRect> crop_;  // in which the window is at window_
     PixelRect window_;
-    bool missedSome_ = false;  // a buffer was skipped whose damage nothing tells
+    bool missedSome_ = false;  // a buffer was skipped, and nothing says what its damage was
     bool isReconnecting_ = false;
 
     std::unique_ptr<CastPictures> pictures_;
     Attachment attachment_ = 0;
 
-    // In this order: what is below is destroyed first.
+    // In this order: what is declared last is destroyed first.
     ThreadLoopHandle loop_;
     ContextHandle context_;
     LoopSource timer_;
@@ -200,7 +200,7 @@ Result<void> CastStream::Session::start(FileDescriptor remote)
             loop(), [](void* self, std::uint64_t) { static_cast<Session*>(self)->reconnect(); }, this)};
     if (!timer_.get() || !watchdog_.get())
         return fail(posixError(errno, "PipeWire gave no timer"));
-    // Closes the descriptor, also when it fails.
+    // Closes the descriptor, even when it fails.
     core_.reset(pw_context_connect_fd(context_.get(), remote.release(), nullptr, 0));
     if (!core_)
         return fail(posixError(errno, "The desktop's connection to PipeWire"));
@@ -354,7 +354,7 @@ void CastStream::Session::examine(pw_buffer* buffer)
         callbacks_.firstPicture(picture->content.width, picture->content.height, application_);
 }
 
-/// Looked for once a crop, so that it does not move with what the window shows.
+/// Looked for once per crop, so that it does not move with what the window shows.
 PixelRect CastStream::Session::windowIn(const CastPicture& picture, const CastBuffer& buffer)
 {
     if (!picture.isCropped)
@@ -388,7 +388,7 @@ void CastStream::Session::work()
     if (!done)
         return stop(done.error());
     const auto deadline = pictures_->deadline();
-    // A change that no picture is there for waits for that one.
+    // A change for which there is no picture waits for it.
     const auto earliest = newest_ ? 1'000'000 : nanosecondsPerSecond / 10;
     const auto left = deadline == std::numeric_limits<std::int64_t>::max() ? nanosecondsPerSecond
                                                                            : std::max<std::int64_t>(earliest, deadline - monotonicNow());

@@ -16,15 +16,15 @@ namespace velmora::linux_backend {
 /// always keeps the newest one: a window that stands still has a picture for whoever comes.
 ///
 /// Buffers that are empty or marked as corrupt are skipped, as are those that repeat the one before. When the window's format changes and
-/// no picture comes in it, the stream is connected anew: some desktops need that. So it is when the first picture does not come: one that
-/// was lost on its way is not sent again while the window stands still.
+/// no picture comes in it, the stream is connected anew: some desktops need that. The same is done when the first picture does not come:
+/// one that was lost on its way is not sent again while the window stands still.
 class CastStream {
 public:
     struct Callbacks {
         /// The first picture is there, and the window has this size; pixels. `application` is the name of the desktop entry of the window's
-        /// application where the node tells it, else empty. Once.
+        /// application where the node gives it, else empty. Once.
         UniqueFunction<void(std::int32_t width, std::int32_t height, const std::string& application)> firstPicture;
-        /// The cast has ended by itself. At most once, also told to who is attached.
+        /// The cast has ended by itself. At most once; whoever is attached is told too.
         UniqueFunction<void(const Error&)> stopped;
     };
 
@@ -37,7 +37,7 @@ public:
 
     using Attachment = std::uint64_t;
 
-    /// Delivers pictures from now on, beginning with the newest; on the stream's thread, also before this returns. Who was attached
+    /// Delivers pictures from now on, beginning with the newest; on the stream's thread, even before this returns. Whoever was attached
     /// before hears nothing more. Fails when the cast has ended. Any thread but the stream's.
     Result<Attachment> attach(const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler,
         engine::VideoSource::Callbacks callbacks);

@@ -1,4 +1,4 @@
-// What the portal's response means where a user may grant or refuse: of a shared window and of a shortcut.
+// What the portal's response means where a user may grant or refuse something: a shared window, a shortcut.
 #pragma once
 
 #include "platform/linux/portal/Errors.h"

@@ -22,7 +22,7 @@
 
 namespace velmora::linux_backend {
 
-/// (sa{sv}): a shortcut and what is said of it.
+/// (sa{sv}): a shortcut and what is said about it.
 struct PortalShortcut {
     QString id;
     QVariantMap properties;
@@ -51,7 +51,7 @@ using platform::HotKeyStatus;
 
 constexpr const char* globalShortcuts = "org.freedesktop.portal.GlobalShortcuts";
 constexpr int patience = 10'000;  // milliseconds, for answers that no user has to give
-// Some desktops keep what was bound by this name, so it never changes. Neither does that of the session, for the same reason.
+// Some desktops keep what was bound under this name, so it never changes. Nor does the session's, for the same reason.
 constexpr const char* shortcutName = "toggle-recording";
 constexpr const char* sessionToken = "velmora_shortcuts";
 
@@ -145,7 +145,7 @@ public:
         if (current_ != reference)
             return;
         current_.reset();
-        // Not at once: what is registered again straight away is not asked for again.
+        // Not at once: what is registered again straight away need not be asked for again.
         QMetaObject::invokeMethod(
             this,
             [this] {
@@ -187,7 +187,7 @@ private slots:
     void wasClosed()
     {
         handle_.clear();
-        decide(hot_key_status::portalRefused, "The desktop has ended the shortcut. " + advice_);
+        decide(hot_key_status::portalRefused, "The desktop has taken the shortcut back. " + advice_);
     }
 
 private:

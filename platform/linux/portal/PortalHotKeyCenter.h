@@ -11,7 +11,7 @@ namespace velmora::linux_backend {
 /// Statuses of a registration that failed, beside HotKeyCenter::pending.
 namespace hot_key_status {
 inline constexpr platform::HotKeyStatus portalMissing = -11;  ///< no portal answers, or this desktop's has no shortcuts
-inline constexpr platform::HotKeyStatus portalRefused = -12;  ///< the portal or the user said no, or the desktop has ended it
+inline constexpr platform::HotKeyStatus portalRefused = -12;  ///< the portal or the user said no, or the desktop has taken it back
 inline constexpr platform::HotKeyStatus unbound = -13;  ///< the desktop knows the shortcut, but has no keys for it
 }  // namespace hot_key_status
 
@@ -20,9 +20,9 @@ struct PortalHotKeyCenterOptions {
     std::string desktop = {};  ///< as XDG_CURRENT_DESKTOP names it; empty: that of the environment
 };
 
-/// The first registration asks the desktop, which may ask its user, and is pending; once it is decided, registering the same again tells
+/// The first registration asks the desktop, which may ask its user, and is pending; once it is decided, registering the same again says
 /// how. One hot key at a time. The keys are a wish: the desktop, and its user at any time, may choose others. A registration that has
-/// failed is asked for anew when it is made once more.
+/// failed is asked for again when it is made again.
 class PortalHotKeyCenter final : public platform::HotKeyCenter {
 public:
     explicit PortalHotKeyCenter(PortalHotKeyCenterOptions options = {});

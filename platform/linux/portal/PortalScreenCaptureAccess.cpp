@@ -7,7 +7,7 @@
 
 namespace velmora::linux_backend {
 
-/// Answers that are on their way hold it weakly.
+/// Pending answers hold it weakly.
 struct PortalScreenCaptureAccess::State {
     void learn(const Result<void>& answer)
     {

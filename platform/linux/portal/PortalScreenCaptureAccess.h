@@ -9,7 +9,7 @@
 namespace velmora::linux_backend {
 
 /// There is access when the portal can share single windows: which ones, its user decides window by window. Every question asks the portal
-/// again, which may have to be started for it, until the answer is a good one.
+/// again (which may have to be started for it) until the answer is a good one.
 class PortalScreenCaptureAccess final : public platform::ScreenCaptureAccess {
 public:
     /// `busAddress` empty: the session bus.

@@ -43,8 +43,8 @@ struct Cast {
     std::unique_ptr<CastStream> stream;
     bool isEnded = false;
 
-    std::string application;  ///< the name of its desktop entry, where the desktop tells it
-    std::vector<engine::SoundingApplication> listed;  ///< of which each was offered as the one whose sound to take
+    std::string application;  ///< the name of its desktop entry, where the desktop gives it
+    std::vector<engine::SoundingApplication> listed;  ///< each was offered as the one whose sound to take
     std::optional<engine::SoundingApplication> sounding;  ///< the one whose sound is taken
 };
 
@@ -83,7 +83,7 @@ platform::RunningApplication runningApplication(const engine::SoundingApplicatio
     };
 }
 
-/// Whether an application of that desktop entry would call itself so: "org.mozilla.firefox" and "firefox" are one.
+/// Whether an application of that desktop entry would call itself that: "org.mozilla.firefox" and "firefox" are one.
 bool hasDesktopEntry(const engine::ApplicationIdentity& application, std::string_view entry)
 {
     const auto last = entry.substr(entry.rfind('.') + 1);
@@ -95,8 +95,8 @@ bool hasDesktopEntry(const engine::ApplicationIdentity& application, std::string
     return false;
 }
 
-/// What there is to choose from for a window for which `before` was chosen the last time. `entry` is the desktop entry of its application,
-/// or empty. An application that was chosen before is added to `applications` where it is not there.
+/// What there is to choose from for a window for which `before` was chosen last time. `entry` is the desktop entry of its application,
+/// or empty. An application that was chosen before is added to `applications` if it is missing.
 platform::SoundChoices soundChoices(std::vector<engine::SoundingApplication>& applications,
     const std::optional<engine::ApplicationIdentity>& before, const std::string& entry)
 {
@@ -112,7 +112,7 @@ platform::SoundChoices soundChoices(std::vector<engine::SoundingApplication>& ap
         std::stable_partition(applications.begin(), applications.end(), isOwn);
         choices.suggestion = Suggestion::windowsOwn;
     } else if (before && before->isKnown()) {
-        // Of two instances it cannot be told which one was meant.
+        // With two instances it cannot be told which one was meant.
         choices.suggestion = count(isAsBefore) <= 1 ? Suggestion::asBefore : Suggestion::nothing;
         if (count(isAsBefore) == 0)
             applications.insert(applications.begin(), {.identity = *before, .processID = 0, .nowPlaying = {}, .isPlaying = false});
@@ -276,7 +276,7 @@ public:
         };
     }
 
-    /// Held until it is released as often as it was taken: so it ends here, whatever becomes of work that is left on the way.
+    /// Held until it is released as often as it was taken: so it ends here, whatever becomes of work that is never run.
     std::shared_ptr<Cast> take(std::uint32_t id)
     {
         auto live = live_.lock();
@@ -324,7 +324,7 @@ private:
         const bool wasKnown = grant.id != 0;
         grant.restoreToken = (*window)->restoreToken;
         grant.grantedAt = wasKnown ? grant.grantedAt : std::time(nullptr);
-        // The old token is used up, whatever comes of this session.
+        // The old token is used up, whatever becomes of this session.
         if (wasKnown)
             remember(grant);
 
@@ -435,7 +435,7 @@ private:
     QTimer patience_;
     QTimer unclaimed_;
     RequestCompletion completion_;
-    std::shared_ptr<Cast> requested_;  // on its way
+    std::shared_ptr<Cast> requested_;  // not granted yet
     std::shared_ptr<Cast> offered_;  // until a stream takes it
     std::vector<std::shared_ptr<Cast>> taken_;  // by streams
     std::weak_ptr<Cast> live_;  // the last one that was granted

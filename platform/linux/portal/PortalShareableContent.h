@@ -26,17 +26,17 @@ struct PortalShareableContentOptions {
     std::filesystem::path grantsFile = WindowGrants::usualFile();
     std::chrono::milliseconds firstPicturePatience{10'000};  ///< for a shared window to show itself
     std::chrono::milliseconds unclaimedPatience{10'000};  ///< for a granted window to be captured
-    /// What plays now. May wait; called on a thread of its own. None: nothing can sound.
+    /// What is playing now. May wait; called on a thread of its own. None: nothing can play.
     std::function<Result<std::vector<engine::SoundStream>>()> listSoundStreams = {};
 };
 
-/// Lists an entry for the desktop's own chooser, and the windows that the user has granted before. A desktop tells neither title nor
+/// Lists an entry for the desktop's own chooser, and the windows that the user has granted before. A desktop gives neither title nor
 /// application of a window, so an entry says when it was granted; its frame has the size that the window had then. Every entry needs a
-/// request, which shares the window, asking the user where the desktop wants that; from then on it is on the screen, until the stream of
-/// it, or the desktop, ends the sharing. One window is shared at a time. There are no displays and no applications.
+/// request, which shares the window, asking the user where the desktop wants that; from then on it is on the screen, until its stream
+/// or the desktop ends the sharing. One window is shared at a time. There are no displays and no applications.
 ///
-/// Whose sound goes with a window is known where the desktop tells its application and exactly one that sounds is that one. Else the user
-/// chooses; what was chosen is kept with the grant, and counts more than what the desktop tells.
+/// Whose sound goes with a window is known where the desktop names its application and exactly one that plays sound is that one. Otherwise
+/// the user chooses; what was chosen is kept with the grant, and counts more than what the desktop says.
 class PortalShareableContent final : public platform::ShareableContentProvider {
 public:
     /// The entry for the desktop's chooser.

@@ -74,11 +74,11 @@ public:
         , opened_(std::move(opened))
         , closed_(std::move(closed))
     {
-        // Later, also when there is nobody to ask: the caller has not got hold of this object yet.
+        // Later, even when there is nobody to ask: the caller does not have this object yet.
         QMetaObject::invokeMethod(this, &Implementation::begin, Qt::QueuedConnection);
     }
 
-    /// Nobody is told anything any more.
+    /// From now on nobody is told anything.
     void abandon()
     {
         opened_ = nullptr;
@@ -120,7 +120,7 @@ private:
     void createSession()
     {
         ask("CreateSession", {}, {{QStringLiteral("session_handle_token"), portal::makeToken()}}, [this](const QVariantMap& results) {
-            // A string, though it is a path: so says the interface.
+            // A string, though it is a path: the interface says so.
             handle_ = results.value(QStringLiteral("session_handle")).toString();
             if (handle_.isEmpty())
                 return fail(PortalErrorCode::refused, "The desktop's portal made no session.");

@@ -20,7 +20,7 @@ struct SharedWindow {
 };
 
 /// Asks the desktop to share one window, cursor drawn in, until the user revokes it; the desktop shows its own chooser, unless
-/// `restoreToken` stands for a window that is still there. The window is shared for as long as this object lives: deleting it closes the
+/// `restoreToken` stands for a window that is still there. The window is shared as long as this object lives: deleting it closes the
 /// chooser or ends the sharing. Main thread only, with a Qt event loop; nothing here waits.
 class ScreenCastSession {
 public:

@@ -139,7 +139,7 @@ void WindowGrants::write(const std::vector<WindowGrant>& grants) const
     QSaveFile file{pathText(file_)};
     if (!file.open(QIODevice::WriteOnly))
         return;
-    // Before the first byte: nobody else gets to see one.
+    // Before the first byte, so that nobody else gets to see one.
     if (!file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner))
         return;
     file.write(QJsonDocument{QJsonObject{{QStringLiteral("version"), version}, {QStringLiteral("grants"), array}}}.toJson());

@@ -11,7 +11,7 @@
 
 namespace velmora::linux_backend {
 
-/// The desktop tells neither title nor application of a window, so a grant is known by when it was given.
+/// The desktop gives neither title nor application of a window, so a grant is known by when it was given.
 struct WindowGrant {
     std::uint32_t id = 0;
     std::string restoreToken;  ///< good for one session
@@ -25,7 +25,8 @@ struct WindowGrant {
 };
 
 /// Kept in one file that only its owner may read: who has a token may see the window. A file that is missing, damaged, or somebody else's
-/// counts as one without grants, as does one of a later version. Files of before 2, which have no version, know of no sound. Reading is safe on any thread, the rest is the main thread's.
+/// counts as one without grants, as does one of a later version. Files from before version 2 carry no version, and know of no sound.
+/// Reading is safe on any thread, the rest is the main thread's.
 class WindowGrants {
 public:
     static constexpr std::int32_t version = 2;
@@ -37,16 +38,17 @@ public:
     /// "velmora/window-grants.json" in the user's folder for state (XDG Base Directory).
     [[nodiscard]] static std::filesystem::path usualFile();
 
-    /// The last one that was used first.
+    /// The most recently used one first.
     [[nodiscard]] std::vector<WindowGrant> grants() const;
 
     /// An ID that no grant has.
     [[nodiscard]] std::uint32_t freeID() const;
 
-    /// Puts the grant first, in place of that of the same ID; beyond the maximum, the oldest is forgotten. What cannot be written is lost.
+    /// Puts the grant first, in place of the one with the same ID; beyond the maximum, the oldest is forgotten. What cannot be written is
+    /// lost.
     void store(const WindowGrant& grant);
 
-    /// The token of this grant is used up, and no other has come for it.
+    /// The token of this grant is used up, and no other has come in its place.
     void remove(std::uint32_t id);
 
 private:

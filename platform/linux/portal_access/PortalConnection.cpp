@@ -8,7 +8,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
-// As the desktop file is named.
+// The name of the desktop file.
 constexpr const char* applicationID = "com.velmora.Velmora";
 constexpr const char* registry = "org.freedesktop.host.portal.Registry";
 
@@ -74,7 +74,7 @@ PortalConnection::~PortalConnection()
 
 QDBusPendingCall PortalConnection::call(const QDBusMessage& message, int milliseconds)
 {
-    // Where it was asked of a portal that may not be there, whoever starts one has to ask again.
+    // If it was sent to a portal that may not be there, whoever starts one has to send it again.
     const bool mayBeLost = introduction_ == Introduction::asked && message.autoStartService() && !introductionStartsPortal_;
     if (introduction_ == Introduction::none || mayBeLost)
         introduce(message.autoStartService());
@@ -87,13 +87,13 @@ void PortalConnection::introduce(bool startsPortal)
     introductionStartsPortal_ = startsPortal;
     auto message = portal::methodCall(registry, "Register", {QLatin1String{applicationID}, QVariantMap{}});
     message.setAutoStartService(startsPortal);
-    // Nothing waits for the answer: calls arrive in their order, also at a portal that is being started.
+    // Nothing waits for the answer: calls arrive in order, even at a portal that is being started.
     auto* asked = new QDBusPendingCallWatcher{bus_.asyncCall(message), this};
     connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked, number = ++introductions_] {
         asked->deleteLater();
         if (number != introductions_)
             return;
-        // A refusal of the portal's own is an answer; the bus says that there is none.
+        // A refusal by the portal itself is an answer; the bus says when there is no portal.
         const bool isHeard = asked->reply().service().startsWith(u':');
         introduction_ = isHeard ? Introduction::made : Introduction::none;
     });
@@ -101,7 +101,7 @@ void PortalConnection::introduce(bool startsPortal)
 
 void PortalConnection::ownerChanged(const QString& before, const QString& now)
 {
-    // The one that appears where there was none is the one that the introduction started, if it was to start any.
+    // One that appears where there was none is the one that the introduction started, if it was to start one.
     const bool isAwaited = before.isEmpty() && introduction_ != Introduction::none && introductionStartsPortal_;
     if (!isAwaited) {
         ++introductions_;

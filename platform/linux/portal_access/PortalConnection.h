@@ -19,7 +19,7 @@ inline constexpr const char* service = "org.freedesktop.portal.Desktop";
 inline constexpr const char* path = "/org/freedesktop/portal/desktop";
 inline constexpr const char* session = "org.freedesktop.portal.Session";
 
-/// A call of the portal's object itself.
+/// A call to the portal's object itself.
 [[nodiscard]] QDBusMessage methodCall(const char* interface, const char* method, const QVariantList& arguments);
 
 /// All properties of an interface of the portal.
@@ -30,24 +30,24 @@ inline constexpr const char* session = "org.freedesktop.portal.Session";
 
 }  // namespace portal
 
-/// One for each bus. A portal hears first which program this is (org.freedesktop.host.portal.Registry), and one that was started anew hears
-/// it again: portals from 1.19.4 on take it for an error when it comes behind another call, those from 1.21 on give no shortcuts without
-/// it; those before do not understand it, which is no harm. Main thread only.
+/// One for each bus. A portal is first told which program this is (org.freedesktop.host.portal.Registry), and one that was restarted is
+/// told again: portals from 1.19.4 on take it for an error when it comes after another call, those from 1.21 on give no shortcuts without
+/// it; older ones do not understand it, which does no harm. Main thread only.
 class PortalConnection final : public QObject {
     Q_OBJECT
 
 public:
-    /// Of the session's bus, or of the one at `address`; it lives as long as the application object, which there has to be.
+    /// That of the session's bus, or of the one at `address`; it lives as long as the application object, which has to exist.
     static PortalConnection& of(const std::string& address);
 
     ~PortalConnection() override;
 
     [[nodiscard]] bool isConnected() const { return bus_.isConnected(); }
 
-    /// For signals of the portal, and for what is said to objects that it made; questions go through call().
+    /// For signals from the portal, and for what is said to objects that it made; questions go through call().
     [[nodiscard]] QDBusConnection& bus() { return bus_; }
 
-    /// A question that waits for `milliseconds` (-1: what Qt takes for long enough). It starts a portal that does not run, unless the
+    /// A question that waits for `milliseconds` (-1: what Qt takes for long enough). It starts a portal that is not running, unless the
     /// message says otherwise.
     QDBusPendingCall call(const QDBusMessage& message, int milliseconds = -1);
 
@@ -70,7 +70,7 @@ private:
     QDBusServiceWatcher watcher_;
     Introduction introduction_ = Introduction::none;
     bool introductionStartsPortal_ = false;
-    int introductions_ = 0;  ///< so that a late answer to another one counts for nothing
+    int introductions_ = 0;  ///< so that a late answer to an earlier one counts for nothing
 };
 
 }  // namespace velmora::linux_backend

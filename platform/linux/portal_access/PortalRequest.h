@@ -15,7 +15,7 @@ namespace velmora::linux_backend {
 /// What org.freedesktop.portal.Request::Response says.
 struct PortalResponse {
     static constexpr uint succeeded = 0;
-    static constexpr uint cancelled = 1;  ///< any other is an end of another kind: closed, or nobody knows
+    static constexpr uint cancelled = 1;  ///< any other code is an end of another kind: closed, or unknown
 
     uint code = succeeded;
     QVariantMap results;

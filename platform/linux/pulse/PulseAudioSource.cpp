@@ -118,7 +118,7 @@ void PulseAudioSource::Session::tick()
 {
     pa_context_rttime_restart(timers_.get(), timer_, pa_rtclock_now() + tickInterval);
     if (!isStarted_) {
-        // For who waits in start: it looks whether the time is up.
+        // For whoever waits in start, to see whether the time is up.
         pa_threaded_mainloop_signal(loop_.get(), 0);
         return;
     }

@@ -15,7 +15,7 @@ namespace {
 // Stamps are interpolated between the reports of the server and its own estimates of its delays.
 constexpr std::int64_t stampTolerance = 20'000'000;
 
-// What one read brings. Short enough for the track to stay near, long enough to leave the sink's own rhythm alone.
+// What one read brings. Short enough for the track to keep up, long enough to leave the sink's own rhythm alone.
 constexpr std::uint32_t framesPerFragment = 2048;
 
 void discard(pa_operation* operation)
@@ -127,7 +127,7 @@ void PulseConnection::ask(std::uint32_t sinkInput)
 
 void PulseConnection::onSinkInput(const pa_sink_input_info& info)
 {
-    // The server says what it is before it tells of its streams.
+    // The server says what it is before it tells us of its streams.
     if (state_ != State::realServer)
         return;
     const auto known = selected_.find(info.index);
@@ -195,7 +195,7 @@ void PulseConnection::onRecordingState(Recording& recording)
 {
     if (PA_STREAM_IS_GOOD(pa_stream_get_state(recording.stream.get())))
         return;
-    // The server ends it when the stream that it listens to moves to another sink; the change that is told next begins it anew there.
+    // The server ends it when the stream that it listens to moves to another sink; the change that is reported next starts it again there.
     forget(recording.sinkInput);
 }
 
@@ -209,10 +209,10 @@ void PulseConnection::read(Recording& recording)
         const auto now = monotonicNow();
         pa_usec_t latency = 0;
         int negative = 0;
-        // Before the first report of the server nothing is known of the time: at most the very beginning.
+        // Before the server's first report nothing is known of the time: the very beginning at most is lost.
         if (pa_stream_get_latency(stream, &latency, &negative) == 0) {
             const auto delay = static_cast<std::int64_t>(latency) * 1000;
-            // A monitor is ahead of its sink: what it brings is often still to be heard.
+            // A monitor is ahead of its sink: what it brings has often not been heard yet.
             const auto stamp = negative ? now + delay : now - delay;
             const auto count = size / frameSize * static_cast<std::size_t>(format_.channelCount);
             samples_.assign(count, 0.0F);  // a hole is silence

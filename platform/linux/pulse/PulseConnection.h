@@ -15,7 +15,7 @@
 
 namespace velmora::linux_backend {
 
-/// Of the errors of a sound source.
+/// The domain of the errors of a sound source.
 inline constexpr const char* pulseErrorDomain = "Velmora.PulseAudioSource";
 
 /// Lives on the loop's thread; what it records goes into the mixer of `delivery`. A connection that is of no use stays quiet and is thrown
@@ -29,8 +29,8 @@ public:
         broken
     };
 
-    /// Fails when the attempt cannot even begin; whether a server answers is told by `changed`, as every change of the state is. No server
-    /// is ever started.
+    /// Fails when the attempt cannot even begin; whether a server answers is reported through `changed`, like every change of the state. No
+    /// server is ever started.
     static Result<std::unique_ptr<PulseConnection>> create(pa_mainloop_api* api, const engine::StreamMatcher& matcher,
         engine::AudioSourceFormat format, engine::BlockDelivery& delivery, std::function<void()> changed);
     ~PulseConnection();

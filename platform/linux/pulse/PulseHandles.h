@@ -32,7 +32,7 @@ using PulseStreamHandle = std::unique_ptr<pa_stream, PulseDeleter>;
 /// What a request returns is not kept: its callback comes anyway.
 using PulseOperationHandle = std::unique_ptr<pa_operation, PulseDeleter>;
 
-/// Holds the loop's lock: outside its thread, its objects are touched under it only.
+/// Holds the loop's lock: outside its thread, its objects are touched only under it.
 class PulseLoopLock {
 public:
     explicit PulseLoopLock(pa_threaded_mainloop* loop) : loop_(loop) { pa_threaded_mainloop_lock(loop_); }

@@ -1,4 +1,4 @@
-// What a PulseAudio server tells of a stream's program.
+// What a PulseAudio server says of a stream's program.
 #pragma once
 
 #include "engine/sound/StreamMatcher.h"

@@ -9,7 +9,7 @@
 namespace velmora::linux_backend {
 
 /// As they are now, without following them. Waits for the server, two seconds at most; fails when none answers, and when it is PipeWire's
-/// PulseAudio service, whose streams PipeWire itself tells more of. No server is ever started. Any thread.
+/// PulseAudio service, of whose streams PipeWire itself says more. No server is ever started. Any thread.
 [[nodiscard]] Result<std::vector<engine::SoundStream>> listPulseSoundStreams();
 
 /// Whether that error says that the server is PipeWire's.

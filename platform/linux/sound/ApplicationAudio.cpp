@@ -20,8 +20,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// How often the files are looked at by which servers are found, and every how many looks a server is asked for: where one's file lies,
-// and where none does.
+// How often the files by which servers are found are looked at, and after how many looks a server is asked for: where there is such a file,
+// and where there is none.
 constexpr auto lookInterval = 250ms;
 constexpr int looksPerAttempt = 2;
 constexpr int looksPerAttemptWithoutAFile = 20;
@@ -29,7 +29,7 @@ constexpr int looksPerAttemptWithoutAFile = 20;
 // How many looks after its file was made a PulseAudio server may take to answer.
 constexpr int looksForAnAnswer = 20;
 
-/// It is this process that is short of something, not the servers that are not there.
+/// It is this process that lacks something, not the servers that are missing.
 bool isOutOfResources(const Error& error)
 {
     return error.domain == posixErrorDomain
@@ -121,7 +121,7 @@ private:
         static_cast<void>(choose());
     }
 
-    /// A source finds its own server again, not one of the other kind. Whoever serves PulseAudio's clients makes that file.
+    /// A source finds its own kind of server again, not the other. Whoever serves PulseAudio's clients makes that file.
     void lookForAnotherKind()
     {
         const auto file = sockets_.pulse();
@@ -146,7 +146,7 @@ private:
     const SoundServerSockets sockets_;
     engine::AudioTarget target_;
     engine::AudioSourceFormat format_;
-    std::shared_ptr<BlockCallback> block_;  ///< of one source after the other
+    std::shared_ptr<BlockCallback> block_;  ///< of one source after another
 
     // Touched by start, then by the watcher, then by stop.
     std::unique_ptr<engine::AudioSource> source_;

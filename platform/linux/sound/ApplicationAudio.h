@@ -10,7 +10,7 @@
 namespace velmora::linux_backend {
 
 /// A source that asks who serves sound: a real PulseAudio server if one answers, because then the applications play there and a PipeWire
-/// server beside it serves pictures only; else PipeWire. Where neither does, nothing is delivered until one answers, and where a server of
+/// server beside it serves only pictures; else PipeWire. Where neither does, nothing is delivered until one answers, and where a server of
 /// the other kind takes over, its sound is delivered from then on. The start fails with one error, "no sound server", only where none can
 /// ever be found, or where this process lacks what it needs to look for one.
 [[nodiscard]] std::unique_ptr<engine::AudioSource> makeApplicationAudioSource();

@@ -7,13 +7,13 @@
 
 namespace velmora::linux_backend {
 
-/// The files of both kinds of server, by the environment of this process (as libpulse and libpipewire find them). A server that starts
-/// makes its file anew; one that is killed leaves it.
+/// The files of both kinds of server, found by the environment of this process as libpulse and libpipewire do. A server that starts
+/// makes its file anew; one that is killed leaves it behind.
 class SoundServerSockets {
 public:
     SoundServerSockets();
 
-    /// Tells one file of a name from the next.
+    /// Tells one file from the next with the same name.
     struct Identity {
         std::uint64_t device = 0;
         std::uint64_t number = 0;
@@ -27,7 +27,7 @@ public:
 
     [[nodiscard]] std::optional<Identity> pulse() const;
 
-    /// Something lies where a server of either kind would, or the environment names one, which may be anywhere.
+    /// There is a file where a server of either kind would have one, or the environment names one, which may be anywhere.
     [[nodiscard]] bool isAnyThere() const;
 
 private:

@@ -30,7 +30,7 @@ using Event = XcbOwned<xcb_generic_event_t>;
     return event.response_type & 0x7f;
 }
 
-/// Owns the connection. xcb itself is thread-safe; who reads the events must be one thread. A connection that broke makes every
+/// Owns the connection. xcb itself is thread-safe, but only one thread may read the events. A broken connection makes every
 /// reply empty and `isBroken()` true; nothing here ends the program.
 class Connection {
 public:
@@ -45,7 +45,7 @@ public:
     [[nodiscard]] const xcb_screen_t& screen() const { return *screen_; }
     [[nodiscard]] xcb_window_t root() const { return screen_->root; }
 
-    /// Of the screen among the server's: 0 is the first.
+    /// The number of the screen among the server's: 0 is the first.
     [[nodiscard]] int screenNumber() const;
     [[nodiscard]] int fileDescriptor() const { return xcb_get_file_descriptor(connection_); }
     [[nodiscard]] bool isBroken() const { return xcb_connection_has_error(connection_) != 0; }
@@ -83,7 +83,7 @@ public:
     /// The next event, if one has arrived.
     [[nodiscard]] Event poll() const { return Event{xcb_poll_for_event(connection_)}; }
 
-    /// The next event that was read already, without looking at the socket.
+    /// The next event that has already been read, without looking at the socket.
     [[nodiscard]] Event pollQueued() const { return Event{xcb_poll_for_queued_event(connection_)}; }
 
     void flush() const { xcb_flush(connection_); }
@@ -95,13 +95,13 @@ private:
     const xcb_screen_t* screen_;
 };
 
-/// The values of a property of 32-bit items; empty when it is missing or of another format.
+/// The values of a property of 32-bit items; empty when it is missing or has another format.
 [[nodiscard]] std::vector<std::uint32_t> values32(const xcb_get_property_reply_t* property);
 
-/// The bytes of a property of 8-bit items; empty when it is missing or of another format.
+/// The bytes of a property of 8-bit items; empty when it is missing or has another format.
 [[nodiscard]] std::string bytes8(const xcb_get_property_reply_t* property);
 
-/// Whether event `sequence` lies before request `request`: both count a connection's requests modulo 2^32.
+/// Whether event `sequence` comes before request `request`: both count a connection's requests modulo 2^32.
 [[nodiscard]] inline bool isBefore(std::uint32_t sequence, std::uint32_t request)
 {
     return static_cast<std::int32_t>(sequence - request) < 0;

@@ -20,7 +20,7 @@ struct CursorImage {
     std::vector<std::uint32_t> pixels;
 };
 
-/// Where the cursor is to be drawn: `rectangle` is that of the whole image, which may reach beyond the picture.
+/// Where the cursor is to be drawn: `rectangle` is that of the whole image, which may extend beyond the picture.
 struct CursorPlacement {
     bool isVisible = false;
     PixelRect rectangle;
@@ -36,8 +36,8 @@ void drawCursor(const CursorImage& image, const CursorPlacement& placement, std:
 /// Puts back what drawCursor took away and forgets it.
 void restorePixels(engine::SavedPixels& saved, std::byte* pixels, std::int32_t width);
 
-/// Follows the pointer of the connection's screen. Movement is told by the X Input extension's raw events, which arrive whatever
-/// window the pointer is in; a jump made by a program (WarpPointer) makes none and is seen when somebody looks.
+/// Follows the pointer of the connection's screen. Movement is reported by the X Input extension's raw events, which arrive whatever
+/// window the pointer is in; a jump made by a program (WarpPointer) causes none and is seen when somebody looks.
 class CursorTracker {
 public:
     static std::unique_ptr<CursorTracker> create(const Connection& connection);

@@ -209,10 +209,10 @@ void DesktopEntries::read()
             else if (entry->path().extension() == ".desktop" && entry->is_regular_file(ignored))
                 files.push_back(entry->path());
         }
-        // The order of a directory is chance; the first of two entries for one class must not be.
+        // The order of a directory is arbitrary; which of two entries for one class comes first must not be.
         std::sort(files.begin(), files.end());
         for (const auto& file : files) {
-            // An entry hides those of the same id in less important directories.
+            // An entry hides those with the same id in less important directories.
             if (!seen.insert(fs::relative(file, applications, error).string()).second)
                 continue;
             std::ifstream stream(file, std::ios::binary);

@@ -18,14 +18,14 @@ struct DesktopEntry {
     bool isHidden = false;  ///< counts as deleted
 };
 
-/// Reads the text of a desktop entry. Nothing when it is no application or has no name. `locales` as from `preferredLocales`.
+/// Reads the text of a desktop entry. Nothing when it is not an application or has no name. `locales` as from `preferredLocales`.
 [[nodiscard]] std::optional<DesktopEntry> parseDesktopEntry(std::string_view text, const std::vector<std::string>& locales);
 
 /// The keys that "Name[…]" is looked for under, best first, for a POSIX locale name such as "de_AT.UTF-8@euro".
 [[nodiscard]] std::vector<std::string> preferredLocales(std::string_view localeName);
 
-/// The installed applications, looked up by the class of a window. Reads the entries on the first look-up and again after one
-/// of their directories changed. Used on one thread.
+/// The installed applications, looked up by the class of a window. Reads the entries at the first look-up and again after one
+/// of their directories has changed. Used on one thread.
 class DesktopEntries {
 public:
     /// `dataDirectories`, most important first, each with a folder "applications".
@@ -38,7 +38,7 @@ public:
     /// matter.
     [[nodiscard]] std::optional<std::string> nameFor(std::string_view windowClass, std::string_view instance);
 
-    /// Call once before a series of look-ups: looks whether a directory has changed.
+    /// To be called once before a series of look-ups: looks whether a directory has changed.
     void refresh();
 
 private:

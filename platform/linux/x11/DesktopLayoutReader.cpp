@@ -51,7 +51,7 @@ std::optional<PixelRect> focusedWindow(const Connection& connection)
     }
     if (focused == XCB_WINDOW_NONE || focused == XCB_INPUT_FOCUS_POINTER_ROOT || focused == connection.root())
         return {};
-    // The ground of a desktop lies under all monitors and tells nothing.
+    // The background window of a desktop is on all monitors and says nothing.
     const auto types = take(connection, ask(connection, focused, connection.atom("_NET_WM_WINDOW_TYPE"), manyValues));
     if (std::find(types.begin(), types.end(), connection.atom("_NET_WM_WINDOW_TYPE_DESKTOP")) != types.end())
         return {};
@@ -59,7 +59,7 @@ std::optional<PixelRect> focusedWindow(const Connection& connection)
 }
 
 /// Of every window that is on the screen. Not every window manager lists panels among its windows, so the root's own children are asked
-/// beside them.
+/// as well.
 std::vector<Strut> struts(const Connection& connection)
 {
     auto windows = rootValues(connection, "_NET_CLIENT_LIST");
@@ -118,7 +118,7 @@ DesktopLayout readDesktopLayout(const Connection& connection)
     layout.focusedWindow = focusedWindow(connection);
     const auto currentDesktop = rootValues(connection, "_NET_CURRENT_DESKTOP");
     const std::size_t desktop = currentDesktop.empty() ? 0 : currentDesktop.front();
-    // GNOME's window manager, whose own panel is no window, tells the work area of each monitor.
+    // GNOME's window manager, whose own panel is not a window, gives the work area of each monitor.
     layout.monitorWorkAreas = workAreasFrom(rootValues(connection, "_GTK_WORKAREAS_D" + std::to_string(desktop)));
     if (const auto areas = workAreasFrom(rootValues(connection, "_NET_WORKAREA")); !areas.empty())
         layout.workArea = areas[std::min(desktop, areas.size() - 1)];

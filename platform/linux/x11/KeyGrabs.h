@@ -14,7 +14,7 @@
 namespace velmora::linux_backend {
 
 /// Used on the event thread only. Each registration is grabbed on the root in every state of the locks, or in none: a combination that is
-/// another's in one of them is not ours. When the keyboard's mapping changes, what it changes is grabbed anew; a combination that is
+/// another's in one of them is not ours. When the keyboard's mapping changes, what it affects is grabbed again; a combination that is
 /// another's by then is silent until the next change that frees it.
 class KeyGrabs final : public X11EventThread::Listener {
 public:

@@ -8,7 +8,7 @@
 namespace velmora::linux_backend {
 
 /// The X keycode of the key at position `keyCode` of the ANSI layout (platform::HotKeyCenter), whatever that key types under the
-/// layout in use. None for a number that is no position. X keycodes are the kernel's (linux/input-event-codes.h) plus 8.
+/// layout in use. None for a number that is not a position. X keycodes are the kernel's (linux/input-event-codes.h) plus 8.
 [[nodiscard]] std::optional<xcb_keycode_t> keycodeAt(std::uint32_t keyCode);
 
 }  // namespace velmora::linux_backend

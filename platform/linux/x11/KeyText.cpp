@@ -24,7 +24,7 @@ std::string textOfKey(std::span<const xcb_keysym_t> symbols, unsigned layout)
     const bool hasLayout = layout < layoutsInOrder && second < symbols.size() && symbols[second] != XCB_NO_SYMBOL;
     const xcb_keysym_t symbol = hasLayout ? symbols[second] : symbols.empty() ? XCB_NO_SYMBOL : symbols[0];
     std::array<char, 8> text{};
-    // The length has the 0 in it.
+    // The length includes the 0.
     if (xkb_keysym_to_utf8(xkb_keysym_to_upper(symbol), text.data(), text.size()) <= 1)
         return {};
     constexpr unsigned char lastControl = 0x20;

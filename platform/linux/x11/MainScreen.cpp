@@ -106,7 +106,7 @@ PixelRect mainMonitor(const DesktopLayout& layout)
         chosen = layout.monitors.begin();
     if (layout.focusedWindow) {
         const auto shown = [&](const Monitor& monitor) { return area(monitor.frame.intersected(*layout.focusedWindow)); };
-        // The primary stays chosen where two show as much.
+        // The primary one stays chosen where two show equally much.
         for (auto other = layout.monitors.begin(); other != layout.monitors.end(); ++other) {
             if (shown(*other) > shown(*chosen))
                 chosen = other;

@@ -15,7 +15,7 @@ struct Monitor {
     bool isPrimary = false;
 };
 
-/// What a panel reserves at the edges of the root window, whichever monitor it stands on (EWMH, _NET_WM_STRUT_PARTIAL, in its order). The
+/// What a panel reserves at the edges of the root window, whichever monitor it is on (EWMH, _NET_WM_STRUT_PARTIAL, in its order). The
 /// end of a range is its last pixel.
 struct Strut {
     std::uint32_t left = 0;
@@ -36,23 +36,23 @@ struct Strut {
     static std::optional<Strut> fromValues(const std::vector<std::uint32_t>& partial, const std::vector<std::uint32_t>& whole);
 };
 
-/// The rectangles of a property that tells work areas: x, y, width and height of each. A rest of fewer values is left out.
+/// The rectangles of a property that lists work areas: x, y, width and height of each. Fewer values left over at the end are ignored.
 [[nodiscard]] std::vector<PixelRect> workAreasFrom(const std::vector<std::uint32_t>& values);
 
-/// A desktop as its X server describes it. Rectangles lie in the root window.
+/// A desktop as its X server describes it. Rectangles are in the root window.
 struct DesktopLayout {
     PixelRect root;
     std::vector<Monitor> monitors;
     std::vector<Strut> struts;
-    std::vector<PixelRect> monitorWorkAreas;  ///< one for each monitor, in any order, from window managers that tell them so
+    std::vector<PixelRect> monitorWorkAreas;  ///< one for each monitor, in any order, from window managers that report them that way
     std::optional<PixelRect> workArea;  ///< _NET_WORKAREA: one rectangle for all monitors together
     std::optional<PixelRect> focusedWindow;
 };
 
 /// The monitor that shows most of the focused window, else the primary, else the first; a root without monitors is one. Its visible frame
-/// is what struts, and what the window manager tells beside them, leave of it; a desktop that would leave nothing leaves all.
+/// is what struts, and whatever else the window manager reports, leave of it; a desktop that would leave nothing leaves all.
 /// A strut that would take a whole monitor belongs to a panel at the edge of the monitor behind it. _NET_WORKAREA counts where there is one
-/// monitor, or where nothing else tells of a panel: of several monitors it has the worst of each.
+/// monitor, or where nothing else tells of a panel: with several monitors it has the worst of each.
 /// None when there is neither root nor monitor.
 [[nodiscard]] std::optional<platform::ScreenFrames> mainScreen(const DesktopLayout& layout);
 

@@ -27,7 +27,7 @@ struct KeySymbols {
 };
 
 /// `modifierKeys` has the keys of the eight modifiers in the protocol's order (Shift, Lock, Control, Mod1 to Mod5), equally many for
-/// each, 0 where there is no key. Where several modifiers have keys of the same symbol, the first counts.
+/// each, 0 where there is no key. Where several modifiers have keys with the same symbol, the first counts.
 [[nodiscard]] ModifierMasks findModifierMasks(std::span<const xcb_keycode_t> modifierKeys, const KeySymbols& symbols);
 
 /// As the server has them now. None when it is gone.
@@ -40,7 +40,7 @@ struct KeySymbols {
 /// Every state of the locks in which a shortcut has to work: none, Lock, NumLock, both.
 [[nodiscard]] std::vector<std::uint16_t> lockStates(const ModifierMasks& masks);
 
-/// `state` of a key event without locks, buttons and layouts.
+/// The `state` of a key event without locks, buttons and layouts.
 [[nodiscard]] std::uint16_t withoutLocks(std::uint16_t state, const ModifierMasks& masks);
 
 }  // namespace velmora::linux_backend

@@ -66,7 +66,7 @@ std::string executableName(std::int32_t processId)
     std::error_code error;
     const auto executable = std::filesystem::read_symlink(processFolder(processId) / "exe", error);
     if (!error) {
-        // Of a program that was replaced while it runs.
+        // For a program that was replaced while it runs.
         constexpr std::string_view deleted = " (deleted)";
         auto name = executable.filename().string();
         if (name.ends_with(deleted))

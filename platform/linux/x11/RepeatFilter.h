@@ -7,7 +7,7 @@
 
 namespace velmora::linux_backend {
 
-/// A server puts a release of the same moment before each repetition that it makes up (unless a client asks it not to), and no hand
+/// A server puts a release with the same time before each repetition that it makes up (unless a client asks it not to), and no hand
 /// releases and presses a key within one tick of the server's clock, a few milliseconds. So nothing has to be remembered of what is
 /// held, and a release that never came spoils nothing.
 class RepeatFilter {

@@ -32,7 +32,7 @@ public:
     [[nodiscard]] const std::shared_ptr<engine::MemoryBlock>& block() const { return block_; }
     [[nodiscard]] ImageTransport transport() const { return transport_; }
 
-    /// Fetches `part` of `drawable` as packed rows of 4 bytes a pixel to `offset`: one request, so what arrives is one moment of
+    /// Fetches `part` of `drawable` as packed rows of 4 bytes per pixel to `offset`: one request, so what arrives is one moment of
     /// the drawable. Returns that request's number; nothing when the server refused (the part is not inside, say).
     [[nodiscard]] std::optional<std::uint32_t> fetch(xcb_drawable_t drawable, PixelRect part, std::size_t offset);
 

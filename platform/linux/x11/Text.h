@@ -6,7 +6,7 @@
 
 namespace velmora::linux_backend {
 
-/// `bytes` with every part that is no valid UTF-8 replaced by U+FFFD and cut at the first NUL.
+/// `bytes` with every part that is not valid UTF-8 replaced by U+FFFD and cut at the first NUL.
 [[nodiscard]] std::string validUtf8(std::string_view bytes);
 
 /// ISO 8859-1 as UTF-8, cut at the first NUL.

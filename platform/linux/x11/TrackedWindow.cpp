@@ -27,7 +27,7 @@ const xcb_visualtype_t* findVisual(const xcb_screen_t& screen, xcb_visualid_t id
     return nullptr;
 }
 
-/// BGRA in memory: 4 bytes a pixel, least significant first, red in bits 16 to 23.
+/// BGRA in memory: 4 bytes per pixel, least significant first, red in bits 16 to 23.
 bool isPictureFormat(const Connection& connection, xcb_visualid_t visualId)
 {
     std::uint8_t depth = 0;
@@ -100,7 +100,7 @@ Result<void> TrackedWindow::begin()
     const auto named = connection_.newId();
     const auto askedBefore = xcb_composite_name_window_pixmap_checked(connection_.xcb(), window_, named);
     const auto redirected = xcb_composite_redirect_window_checked(connection_.xcb(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
-    // Delta rectangles: each part that changes is told once until it is subtracted, however many requests draw it.
+    // Delta rectangles: each part that changes is reported once until it is subtracted, however many requests draw it.
     const auto damage = connection_.newId();
     const auto followed = xcb_damage_create_checked(connection_.xcb(), damage, window_, XCB_DAMAGE_REPORT_LEVEL_DELTA_RECTANGLES);
     begun_ = xcb_damage_subtract(connection_.xcb(), damage, XCB_NONE, XCB_NONE).sequence;
@@ -144,7 +144,7 @@ void TrackedWindow::handle(const xcb_generic_event_t& event)
         break;
     }
     case XCB_MAP_NOTIFY:
-        // Of the window or of an ancestor: either makes it viewable, and with that its pixmap a new one.
+        // Of the window or of an ancestor: either makes it viewable, and then its pixmap is a new one.
         pixmapStale_ = true;
         break;
     case XCB_UNMAP_NOTIFY:

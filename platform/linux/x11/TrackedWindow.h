@@ -13,7 +13,7 @@
 namespace velmora::linux_backend {
 
 /// Keeps a window redirected (Composite), so that its pixels are there however it is covered or moved off the screen, names the
-/// pixmap that they are in, and collects what is drawn (Damage). The window itself is redirected, not its frame: the pixmap is
+/// pixmap that holds them, and collects what is drawn (Damage). The window itself is redirected, not its frame: the pixmap is
 /// then exactly the client area with its child windows. Events of the connection are fed in by its reader.
 class TrackedWindow {
 public:
@@ -33,11 +33,11 @@ public:
     /// True when events came in after which `refresh` has to be called.
     [[nodiscard]] bool needsRefresh() const { return pixmapStale_ || stateStale_ || ancestorsStale_; }
 
-    /// Asks the server for what the events made out of date. True when the content is another one: all of it must be fetched.
+    /// Asks the server for what the events made out of date. True when the content is a different one: all of it must be fetched.
     bool refresh();
 
     /// Destroyed or withdrawn by its program (ICCCM 4.1.4). Minimised or on another workspace is not gone: what was seen last
-    /// stays to be fetched.
+    /// can still be fetched.
     [[nodiscard]] bool isGone() const { return isGone_; }
 
     [[nodiscard]] xcb_window_t window() const { return window_; }
@@ -61,7 +61,7 @@ public:
     /// What its program has drawn since the last call, in order, clipped to the content.
     [[nodiscard]] std::vector<Damage>& damage() { return damage_; }
 
-    /// Makes the server report anew what it has reported. Returns the number of that request.
+    /// Makes the server report again what it has already reported. Returns the number of that request.
     std::uint32_t subtractDamage();
 
 private:

@@ -30,7 +30,7 @@ bool selectEvents(const Connection& connection)
 
 struct X11DisplayChanges::State {
     std::function<void()> changed;  // the main thread's
-    std::atomic<bool> isTold = false;  // and not heard yet
+    std::atomic<bool> isTold = false;  // but not heard yet
 };
 
 class X11DisplayChanges::Listener final : public X11EventThread::Listener {

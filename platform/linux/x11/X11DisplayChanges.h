@@ -1,4 +1,4 @@
-// Tells when the displays of an X server change.
+// Says when the displays of an X server change.
 #pragma once
 
 #include "base/Result.h"
@@ -10,11 +10,11 @@
 
 namespace velmora::linux_backend {
 
-/// A display was added, removed, moved or changed its mode, as RandR tells it. Main thread only.
+/// A display was added, removed, moved or changed its mode, as RandR reports it. Main thread only.
 class X11DisplayChanges {
 public:
-    /// Listens from now on. `changed` is called by way of `mainExecutor`, as long as this object lives; what has not been heard of yet
-    /// is told with one call. Fails when the display cannot be reached or does not offer RandR 1.2.
+    /// Listens from now on. `changed` is called by way of `mainExecutor`, as long as this object lives; all changes not yet heard of
+    /// are reported with one call. Fails when the display cannot be reached or does not offer RandR 1.2.
     static Result<std::unique_ptr<X11DisplayChanges>> observe(
         std::shared_ptr<X11EventThread> events, std::shared_ptr<Executor> mainExecutor, std::function<void()> changed);
 

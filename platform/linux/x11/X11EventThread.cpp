@@ -76,7 +76,7 @@ void X11EventThread::loop()
             endJobs();
             return;
         }
-        // Waiting for a reply and flushing can read events in, after which the socket would not wake us.
+        // Flushing and waiting for a reply can read in events, after which the socket would not wake us.
         connection_->flush();
         if (const Event event = connection_->pollQueued()) {
             dispatch(*event);

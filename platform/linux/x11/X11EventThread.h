@@ -1,4 +1,4 @@
-// What the X server tells at any time, and the thread that sleeps until it does.
+// What the X server reports at any time, and the thread that sleeps until it does.
 #pragma once
 
 #include "base/Mutex.h"
@@ -18,7 +18,7 @@ namespace velmora::linux_backend {
 /// else. Connects with the first run(). A connection that was lost stays lost: the thread ends, and every later run() fails.
 class X11EventThread {
 public:
-    /// Called on the thread only.
+    /// Called only on the thread.
     class Listener {
     public:
         virtual ~Listener() = default;
@@ -41,8 +41,8 @@ public:
     X11EventThread(const X11EventThread&) = delete;
     X11EventThread& operator=(const X11EventThread&) = delete;
 
-    /// Runs `work` on the thread and returns when it has run; events that earlier work had read in were handled before. Main thread only.
-    /// Fails, `work` not run, when the display cannot be reached (the next call tries again) or the connection was lost.
+    /// Runs `work` on the thread and returns when it has run; events that earlier work had read in have been handled before. Main thread
+    /// only. Fails, without running `work`, when the display cannot be reached (the next call tries again) or the connection was lost.
     Result<void> run(UniqueFunction<void(Context&)> work);
 
 private:

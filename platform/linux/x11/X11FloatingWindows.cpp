@@ -60,7 +60,7 @@ std::vector<CoveringWindow> windowsAbove(const Connection& connection, xcb_windo
     return above;
 }
 
-/// Used on the event thread only.
+/// Used only on the event thread.
 class CoverWatch final : public X11EventThread::Listener {
 public:
     CoverWatch(xcb_window_t window, const PixelRect& part) : window_(window), part_(part) { }
@@ -196,7 +196,7 @@ std::unique_ptr<platform::FloatingWindows::InFront> X11FloatingWindows::keepInFr
     const auto ran = events_->run([&](X11EventThread::Context& context) {
         selectStackingEvents(context.connection, true);
         context.listeners.push_back(watch);
-        // What covers it already changes nothing any more.
+        // What already covers it causes no further event.
         watch->raiseIfCovered(context.connection);
         context.connection.flush();
     });

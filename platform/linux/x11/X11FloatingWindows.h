@@ -16,13 +16,13 @@ struct CoveringWindow {
     bool isOfTheSameProgram = false;
 };
 
-/// Whether one of the windows above covers some of `part`. Rectangles lie in the root window. Windows that cover a whole monitor, and those of
-/// the program itself (its menus), do not count.
+/// Whether one of the windows above covers some of `part`. Rectangles are in the root window. Windows that cover a whole monitor, and those
+/// of the program itself (its menus), do not count.
 [[nodiscard]] bool isCovered(const PixelRect& part, const std::vector<CoveringWindow>& above, const std::vector<PixelRect>& monitors);
 
 /// Composited means that the selection _NET_WM_CM_Sn has an owner (EWMH). Needs XFixes 2 for clickable areas; without it all is clickable.
-/// A window that is kept in front has to be a child of the root, as those are that override redirection; the event thread hears of every
-/// change beside it. One that another program raises as stubbornly is given up.
+/// A window that is kept in front has to be a child of the root, as those that override redirection are; the event thread hears of every
+/// change beside it. If another program raises its own just as stubbornly, ours gives up.
 class X11FloatingWindows final : public platform::FloatingWindows {
 public:
     static constexpr int mostRaises = 50;

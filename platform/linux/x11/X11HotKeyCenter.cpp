@@ -8,7 +8,7 @@
 
 namespace velmora::linux_backend {
 
-/// What belongs to the main thread. Presses that are on their way hold it weakly.
+/// What belongs to the main thread. Presses on their way hold it weakly.
 struct X11HotKeyCenter::State {
     void deliver(HotKeyReference pressed)
     {
@@ -111,7 +111,7 @@ void X11HotKeyCenter::unregisterEventHotKey(HotKeyReference reference)
 std::string X11HotKeyCenter::keyText(std::uint32_t keyCode) const
 {
     std::string text;
-    // Where the display is gone, nobody tells.
+    // Where the display is gone, nothing is reported.
     static_cast<void>(events_->run([&](X11EventThread::Context& context) { text = readTextOfKey(context.connection, keyCode); }));
     return text;
 }

@@ -16,7 +16,7 @@ class KeyGrabs;
 namespace hot_key_status {
 inline constexpr platform::HotKeyStatus taken = 10;  ///< BadAccess: the combination is another program's, or ours already
 inline constexpr platform::HotKeyStatus displayUnavailable = -1;  ///< the X display cannot be reached, or was lost
-inline constexpr platform::HotKeyStatus keyMissing = -2;  ///< no position of a key, or the server's keyboard ends before it
+inline constexpr platform::HotKeyStatus keyMissing = -2;  ///< not the position of a key, or the server's keyboard ends before it
 inline constexpr platform::HotKeyStatus modifierMissing = -3;  ///< no modifier, or one that no key of this keyboard gives
 }  // namespace hot_key_status
 
@@ -37,8 +37,8 @@ public:
         std::uint32_t keyCode, std::uint32_t modifiers, platform::HotKeyID hotKeyID) override;
     void unregisterEventHotKey(HotKeyReference reference) override;
 
-    /// Under the layout that is in use at the call. The observer hears of another mapping, from the first registration on, and not of the
-    /// user's way from one layout of that mapping to the next.
+    /// Under the layout that is in use at the call. From the first registration on the observer hears of a new mapping, but not of the
+    /// user's switching from one layout of that mapping to the next.
     [[nodiscard]] std::string keyText(std::uint32_t keyCode) const override;
     void observeKeyTexts(std::function<void()> changed) override;
 

@@ -145,12 +145,12 @@ std::optional<std::uint32_t> firstValue(const std::vector<std::uint32_t>& values
     return values.empty() ? std::nullopt : std::optional{values.front()};
 }
 
-/// Nothing when the window has vanished since it was listed.
+/// None when the window has vanished since it was listed.
 std::optional<WindowAnswers> takeAnswers(const Connection& connection, const Atoms& atoms, std::optional<std::uint32_t> currentWorkspace,
     xcb_window_t id, const WindowQuestions& asked)
 {
     const auto property = [&](xcb_get_property_cookie_t cookie) { return connection.reply(xcb_get_property_reply, cookie); };
-    // Every reply is taken, whatever the first say: one that is left would stay with the connection.
+    // Every reply is taken, whatever the first ones say: one that is left would stay with the connection.
     const auto attributes = connection.reply(xcb_get_window_attributes_reply, asked.attributes);
     const auto geometry = connection.reply(xcb_get_geometry_reply, asked.geometry);
     const auto position = connection.reply(xcb_translate_coordinates_reply, asked.position);
@@ -196,7 +196,7 @@ std::optional<WindowAnswers> takeAnswers(const Connection& connection, const Ato
     return answers;
 }
 
-/// The processes at the other end of the server's sockets, by the part of their resource identifiers that tells the client.
+/// The processes at the other end of the server's sockets, by the part of their resource identifiers that names the client.
 class ConnectedProcesses {
 public:
     ConnectedProcesses(const Connection& connection, const std::vector<xcb_window_t>& windows)
@@ -368,7 +368,7 @@ Result<ShareableContent> query(
 
     std::vector<xcb_window_t> windows;
     if (stacking && stacking->type == XCB_ATOM_WINDOW) {
-        // Bottom to top (EWMH); the plain list has the oldest first, whose best guess is the same turn.
+        // Bottom to top (EWMH); the plain list has the oldest first, for which the best guess is to reverse it too.
         windows = values32(stacking.get());
         std::reverse(windows.begin(), windows.end());
     } else if (list && list->type == XCB_ATOM_WINDOW) {

@@ -14,9 +14,9 @@ namespace velmora::linux_backend {
 /// WM_STATE, and without a window manager the mapped top-level windows), topmost first.
 ///
 /// A window's frame is its client area in the root's pixels without shadows that its program draws. Layer 0 is a window of type
-/// normal, dialog, utility or none. On screen is one that is viewable, not minimised and on the current workspace. Its application
-/// is named by its desktop entry, else by its class; the bundle identifier is the class, else the executable's name; the process is 0
-/// when it is unknown or of another machine.
+/// normal, dialog, utility or none. A window is on screen when it is viewable, not minimised and on the current workspace. Its
+/// application's name is from its desktop entry, else its class; the bundle identifier is the class, else the executable's name; the
+/// process is 0 when it is unknown or on another machine.
 ///
 /// Each query makes a connection of its own on a queue of this object, where its completion runs too; a list of 100 windows takes a
 /// handful of round trips. Callable from any thread.

@@ -1,4 +1,4 @@
-// The colours that an XEmbed tray tells its icons.
+// The colours that an XEmbed tray gives its icons.
 #pragma once
 
 #include "platform/TrayAppearance.h"
@@ -9,8 +9,8 @@
 
 namespace velmora::linux_backend {
 
-/// By the freedesktop.org System Tray Protocol 0.3, _NET_SYSTEM_TRAY_COLORS. Asks the server anew each time; connects when it is first
-/// used. A panel that hosts items of both kinds draws both on the same ground.
+/// By the freedesktop.org System Tray Protocol 0.3, _NET_SYSTEM_TRAY_COLORS. Asks the server each time; connects when it is first
+/// used. A panel that hosts items of both kinds draws both on the same background.
 class X11TrayAppearance final : public platform::TrayAppearance {
 public:
     /// `displayName` as in DISPLAY; empty means that variable.

@@ -69,7 +69,7 @@ Result<std::unique_ptr<Connection>> connect(const std::string& displayName)
 
 }  // namespace
 
-/// What runs: everything in it but the wake-up and the flag belongs to the thread once that has begun.
+/// A running capture: everything in it but the wake-up and the flag belongs to the thread once that has begun.
 class X11VideoSource::Capture final : public engine::PictureContent {
 public:
     static Result<std::unique_ptr<Capture>> create(std::uint32_t windowID, const platform::StreamConfiguration& configuration,
@@ -184,7 +184,7 @@ std::optional<Error> X11VideoSource::Capture::step()
     noteDamage();
 
     const auto now = monotonicNow();
-    // Without an event as well now and then: a window may have come between, a program may have moved the pointer.
+    // Now and then without an event too: a window may have come between, a program may have moved the pointer.
     if (cursor_ && now >= cursorChecked_ + (cursor_->mayHaveChanged() ? stream_->interval() : engine::PictureStream::repeatInterval))
         placeCursor();
     if (auto worked = stream_->work(); !worked)
@@ -245,7 +245,7 @@ void X11VideoSource::Capture::placeCursor()
     stream_->setOverlayIsOutdated(cursorWanted_ != cursorDrawn_);
 }
 
-/// False when that did not work out: the content has changed its size, say.
+/// False when that did not work: the content has changed its size, say.
 Result<bool> X11VideoSource::Capture::fetch(engine::PooledPicture& picture)
 {
     restorePixels(picture.underCursor, picture.pixels, stream_->width());
@@ -293,7 +293,7 @@ Result<void> X11VideoSource::Capture::reserveScratch(std::size_t size)
 /// Fetches `box` of the content so that what was fetched and what was there before make one moment of the window: when something was
 /// drawn outside of `box` before the fetch, all is fetched instead. What was drawn before the fetch is accounted for here: it is in
 /// this picture, and the others lack it. What was drawn after the subtraction stays in the window's damage as well, because the
-/// server may not report those parts again when they are drawn once more after the fetch.
+/// server may not report those parts again when they are drawn again after the fetch.
 bool X11VideoSource::Capture::fetchOneMoment(engine::PooledPicture* picture, ServerMemory& memory, PixelRect box)
 {
     const PixelRect whole{0, 0, window_->content().width, window_->content().height};

@@ -17,14 +17,14 @@ namespace velmora::linux_backend {
 /// frame and without shadows that its program draws. Other windows of the program are not in the picture.
 /// What was covered or off the screen at the start is there once the program has drawn it again, which the server asks it to do.
 ///
-/// A picture is taken when something is drawn or the pointer moves over the window, at most one a minimum frame interval on
+/// A picture is taken when something is drawn or the pointer moves over the window, at most one per minimum frame interval on
 /// average (one that is late may be followed by one up to a quarter of the interval early), and its time stamp is the moment it
 /// was taken. The last picture comes again, same memory and nothing dirty, when 0.5 s pass without a new one. Each picture is one
-/// moment of the window: it is fetched in one request, and only the bound of what changed. While all of a small pool of pictures are
-/// held by consumers, none is taken.
+/// moment of the window: it is fetched in one request, and only the bounds of what changed. While consumers hold all of a small pool of
+/// pictures, none is taken.
 ///
-/// A window of another size than the configuration's, from the start or after a resize, is fitted in: aspect kept, centred, black
-/// around. One that is minimised or on another workspace is a still picture until it comes back. One that is destroyed or withdrawn
+/// A window whose size is not the configuration's, from the start or after a resize, is fitted in: aspect kept, centred, black
+/// around it. One that is minimised or on another workspace is a still picture until it comes back. One that is destroyed or withdrawn
 /// ends the stream ("Velmora.X11", windowUnavailable), as does a lost connection.
 class X11VideoSource final : public engine::VideoSource {
 public:
@@ -32,7 +32,7 @@ public:
         std::string displayName;  ///< as in DISPLAY; empty: that variable
         ImageTransport transport = ImageTransport::fileDescriptor;  ///< the best that may be used
         /// Called on the capture's thread, in place of `stopped`, when the connection is lost because there is no server any more; need
-        /// not return. Without one `stopped` is called then too.
+        /// not return. Where it is empty, `stopped` is called in that case too.
         std::function<void()> displayIsGone = {};
     };
 

@@ -58,7 +58,7 @@ bool X11WindowActivation::connect()
     return true;
 }
 
-/// The server's time now, which a window manager takes for a fresh act of the user's: that of a property that changes for it.
+/// The server's time now, which a window manager takes for a fresh act of the user's; read from a property that is changed for this.
 xcb_timestamp_t X11WindowActivation::serverTime(xcb_window_t window) const
 {
     const auto property = connection_->atom("_VELMORA_TIME");
@@ -67,7 +67,7 @@ xcb_timestamp_t X11WindowActivation::serverTime(xcb_window_t window) const
     xcb_change_property(connection_->xcb(), XCB_PROP_MODE_APPEND, window, property, XCB_ATOM_STRING, 8, 0, nullptr);
     const std::uint32_t none = 0;
     xcb_change_window_attributes(connection_->xcb(), window, XCB_CW_EVENT_MASK, &none);
-    // Behind the reply to any later request, the event has arrived.
+    // By the reply to any later request, the event has arrived.
     const auto roundTrip = connection_->reply(xcb_get_input_focus_reply, xcb_get_input_focus(connection_->xcb()));
     xcb_timestamp_t time = XCB_CURRENT_TIME;
     while (const Event event = connection_->poll()) {

@@ -10,7 +10,7 @@
 
 namespace velmora::linux_backend {
 
-/// Connects when it is first used. Without a server nothing happens and no screen is told.
+/// Connects when it is first used. Without a server nothing happens and no screen is known.
 class X11WindowActivation final : public platform::WindowActivation {
 public:
     /// `displayName` as in DISPLAY; empty means that variable.

@@ -11,11 +11,11 @@ namespace {
 
 TEST(FittingSize, IsTheGivenOneWhereItFitsAndElseWhatThereIsRoomFor)
 {
-    // 1366 x 768 pixels with one and a half a point, and a panel of 24 points.
+    // 1366 x 768 pixels at one and a half per point, and a panel of 24 points.
     const QSize small{910, 488};
     const QMargins frame{1, 28, 1, 1};
     EXPECT_EQ(fittingSize({560, 400}, small, frame), QSize(560, 400));
-    EXPECT_EQ(fittingSize({680, 600}, small, frame), QSize(680, 488 - 29)) << "the other direction stays";
+    EXPECT_EQ(fittingSize({680, 600}, small, frame), QSize(680, 488 - 29)) << "the other direction stays as it is";
     EXPECT_EQ(fittingSize({640, 530}, small, {}), QSize(640, 488));
     EXPECT_EQ(fittingSize({1000, 300}, small, frame), QSize(908, 300));
     EXPECT_EQ(fittingSize({680, 600}, {1366, 740}, frame), QSize(680, 600));

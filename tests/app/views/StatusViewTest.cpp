@@ -69,7 +69,7 @@ protected:
         executor->runAll();
     }
 
-    /// What assistive technology reads of the control that has the keyboard.
+    /// What assistive technology reads of the control that has the focus.
     [[nodiscard]] QString focused() const
     {
         auto* item = window->window().activeFocusItem();
@@ -86,7 +86,7 @@ protected:
         ASSERT_EQ(focused(), QString::fromUtf8(command));
     }
 
-    /// Names of all that has this role and is to be seen.
+    /// Names of all that has this role and is visible.
     [[nodiscard]] QStringList named(QAccessible::Role role) const
     {
         QStringList names;

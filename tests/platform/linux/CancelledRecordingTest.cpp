@@ -54,7 +54,7 @@ protected:
         return found;
     }
 
-    /// Cancels and lets go, as the recording's owner does; returns when the writer has done with the file.
+    /// Cancels and lets go, as the recording's owner does; returns when the writer is done with the file.
     static void cancel(Writing& writing)
     {
         writing.writer->cancelWriting();
@@ -91,7 +91,7 @@ TEST_F(CancelledRecordingTest, IsGoneFromItsPathAtOnceAndPlaysWholeFromTheTrash)
     const auto summary = mp4::readMovieSummary(trashed()[0]);
     EXPECT_FALSE(summary->isFragmented);
     EXPECT_EQ(summary->duration, (MediaTime{2, 1}));
-    EXPECT_TRUE((*mp4::PosixFile::openForUpdating(trashed()[0]))->tryLock().value()) << "nobody writes it any more";
+    EXPECT_TRUE((*mp4::PosixFile::openForUpdating(trashed()[0]))->tryLock().value()) << "nobody is writing it any more";
 }
 
 TEST_F(CancelledRecordingTest, OfASecondIsKeptAndOfLessIsDeleted)
@@ -177,7 +177,7 @@ TEST_F(CancelledRecordingTest, PlaysFromTheTrashWhileTheDiskIsStillAtItAndIsWhol
     const auto gate = std::make_shared<DiskGate>();
     auto writing = begin(makeSlowWriter(gate));
     appendPictures(writing, 0, 30);
-    // The first fragment lies on the disk, the second is held up on its way there.
+    // The first fragment is on the disk, the second is held up on its way there.
     while (!mp4::readMovieSummary(path()) || mp4::readMovieSummary(path())->duration < MediaTime(1, 2))
         std::this_thread::yield();
     gate->close();

@@ -94,7 +94,7 @@ TEST_F(JournalSinkTest, WithoutEitherThereIsNoLogAndNoHarm)
     const auto descriptors = openDescriptors();
     const auto sink = makeLogSink(sockets);
     const auto withImpossiblePaths = makeLogSink({std::string(200, 'x'), ""});
-    EXPECT_EQ(openDescriptors(), descriptors) << "no socket is kept that leads nowhere";
+    EXPECT_EQ(openDescriptors(), descriptors) << "a socket that leads nowhere is not kept";
     sink->write({"s", "c", LogLevel::error, "m"});
     withImpossiblePaths->write({"s", "c", LogLevel::error, "m"});
     EXPECT_TRUE(std::filesystem::is_empty(folder.path())) << "nothing is written to a file instead";

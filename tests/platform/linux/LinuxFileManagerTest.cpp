@@ -125,7 +125,7 @@ TEST_F(LinuxFileManagerTest, AFileThatSomebodyRecordsIntoIsNotRemoved)
     EXPECT_EQ(refused.error().code, EBUSY);
     EXPECT_TRUE((*recorder)->isStillInFolder());
     std::filesystem::create_symlink(folder.path() / "clip.mp4", folder.path() / "link");
-    EXPECT_TRUE(fileManager->removeFile(folder.path() / "link")) << "a link to it is another thing";
+    EXPECT_TRUE(fileManager->removeFile(folder.path() / "link")) << "a link to it is a different thing";
     EXPECT_TRUE((*recorder)->isStillInFolder());
     recorder->reset();
     EXPECT_TRUE(fileManager->removeFile(folder.path() / "clip.mp4"));
@@ -160,7 +160,7 @@ TEST_F(LinuxFileManagerTest, AFolderIsWritableWhenThisUserMayCreateFilesInItAndI
     EXPECT_EQ(fileManager->checkWritable(folder.path() / "file").error().code, ENOTDIR);
 
     std::filesystem::permissions(folder.path(), std::filesystem::perms{0555});
-    // The superuser may write anywhere.
+    // The superuser may write everywhere.
     const bool isSuperuser = ::geteuid() == 0;
     if (isSuperuser) {
         ASSERT_EQ(::seteuid(65534), 0);

@@ -15,7 +15,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr uint chosen = 0;  // of the responses the only one with an answer
+constexpr uint chosen = 0;  // the only response with an answer
 constexpr const char* folderDialogDomain = "Velmora.FolderChooser";
 
 }  // namespace
@@ -25,9 +25,9 @@ std::optional<std::filesystem::path> localPath(const QString& uri)
     const QUrl url{uri, QUrl::StrictMode};
     if (!url.isLocalFile())
         return std::nullopt;
-    // A name of any bytes comes as a link.
+    // A name with any bytes comes as a link.
     auto bytes = QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1());
-    // What stands behind a 0 would be dropped by the system, and a relative path would be one from wherever we were started.
+    // The system would drop what comes after a 0, and a relative path would count from wherever we were started.
     if (!bytes.startsWith('/') || bytes.contains('\0'))
         return std::nullopt;
     return std::filesystem::path{bytes.toStdString()};
@@ -40,7 +40,7 @@ tl::unexpected<Error> folderDialogError(const char* why)
 
 Result<std::optional<std::filesystem::path>> folderAnswer(uint response, const QVariantMap& results)
 {
-    // Escape and the dialog's close button are another response than its button Cancel.
+    // Escape and the dialog's close button give a different response from its button Cancel.
     if (response != chosen)
         return std::optional<std::filesystem::path>{};
     const auto uris = results.value(QStringLiteral("uris")).toStringList();
@@ -48,7 +48,7 @@ Result<std::optional<std::filesystem::path>> folderAnswer(uint response, const Q
         if (auto folder = localPath(uris.front()))
             return folder;
     }
-    return fail(folderDialogDomain, platform::FolderChooser::unusableChoice, "What was chosen is no folder of this computer.");
+    return fail(folderDialogDomain, platform::FolderChooser::unusableChoice, "What was chosen is not a folder on this computer.");
 }
 
 void DesktopMotion::take(const QString& group, const QString& key, const QVariant& value)

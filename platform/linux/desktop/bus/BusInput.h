@@ -14,17 +14,17 @@
 
 namespace velmora::linux_backend {
 
-/// The absolute path that a file: URI names, of any bytes but 0 (RFC 8089); none for every other text.
+/// The absolute path that a file: URI names, of any bytes but 0 (RFC 8089); none for any other text.
 [[nodiscard]] std::optional<std::filesystem::path> localPath(const QString& uri);
 
 /// What org.freedesktop.portal.Request::Response says of a folder dialog: the folder, none where the user cancelled or closed it, or an
 /// error of code FolderChooser::unusableChoice.
 [[nodiscard]] Result<std::optional<std::filesystem::path>> folderAnswer(uint response, const QVariantMap& results);
 
-/// The error of a folder dialog that cannot be had.
+/// The error for a folder dialog that is not available.
 [[nodiscard]] tl::unexpected<Error> folderDialogError(const char* why);
 
-/// Whether the desktop wants less motion, by what its settings portal tells of GNOME's and KDE's settings.
+/// Whether the desktop wants less motion, by what its settings portal says of GNOME's and KDE's settings.
 class DesktopMotion {
 public:
     static constexpr const char* interfaceGroup = "org.gnome.desktop.interface";
@@ -32,7 +32,7 @@ public:
     static constexpr const char* kdeGroup = "org.kde.kdeglobals.KDE";
     static constexpr const char* durationKey = "AnimationDurationFactor";
 
-    /// `value` may be wrapped in variants: that of the signal is once, that of Read twice.
+    /// `value` may be wrapped in variants: the signal's is wrapped once, that of Read twice.
     void take(const QString& group, const QString& key, const QVariant& value);
 
     [[nodiscard]] bool isReduced() const { return !hasAnimations_ || !hasDuration_; }
@@ -49,7 +49,7 @@ public:
 
     void add(uint id, platform::NotificationContent content) { shown_.insert_or_assign(id, std::move(content)); }
 
-    /// Another service begins to count anew: its numbers do not mean what the last one's did.
+    /// Another service counts from the beginning: its numbers do not mean what the last one's did.
     void clear() { shown_.clear(); }
 
     /// What the user has done; none where the signal is about somebody else's notification, or about a close that was not the user's.

@@ -26,7 +26,7 @@ protected:
     const std::shared_ptr<platform::SharingServices> sharing = makeSharingServices();
 };
 
-/// Bytes that are no UTF-8, and such as a shell or a format would take for its own.
+/// Bytes that are not UTF-8, and such as a shell or a format would take for its own.
 const std::filesystem::path odd = "/clips/caf\xE9 \"$HOME\" \\0101 %s 'b'.mp4\n";
 
 TEST_F(LinuxSharingServicesTest, ThePathIsCopiedWithEveryByteOfIt)

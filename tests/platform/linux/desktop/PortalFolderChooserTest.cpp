@@ -134,7 +134,7 @@ TEST_F(PortalFolderChooserTest, TheChosenFolderIsTheAnswerWithEveryByteOfItsName
 TEST_F(PortalFolderChooserTest, ADialogThatIsCancelledOrClosedIsNoError)
 {
     startPortal();
-    // 1: Cancel; 2: Escape and the close button of the window; 3: what a portal to come may say.
+    // 1: Cancel; 2: Escape and the close button of the window; 3: what a future portal may say.
     const QVariantMap leftOver{{QStringLiteral("uris"), QStringList{QStringLiteral("file:///not/chosen")}}};
     for (const uint response : {1U, 2U, 3U}) {
         completions = portal->asked = 0;
@@ -162,7 +162,7 @@ TEST_F(PortalFolderChooserTest, APortalThatNamesItsRequestsItselfIsHeardToo)
     portal->makesItsOwnHandles = true;
     ask();
     awaitDialog();
-    // Until the client has heard the name, it is told again.
+    // The client is told again until it has heard the name.
     ASSERT_TRUE(test::PrivateBus::runUntil([this] {
         portal->choose("file:///later");
         return completions > 0;

@@ -28,7 +28,7 @@ public:
 
     [[nodiscard]] const std::string& address() const { return address_; }
 
-    /// One of a service of the test's; each name once.
+    /// One for a service of the test's; each name once.
     [[nodiscard]] QDBusConnection connect(const char* name) const
     {
         return QDBusConnection::connectToBus(QString::fromStdString(address_), QString::fromLatin1(name));

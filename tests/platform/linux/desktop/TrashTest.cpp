@@ -70,7 +70,7 @@ protected:
         return trash().put(path, [&](const fs::path& to) { return moveInOneStep(path, to); });
     }
 
-    /// As where the user's own trash is on another file system than the file.
+    /// As where the user's own trash is on a different file system from the file.
     [[nodiscard]] Result<engine::TrashedFile> putFromElsewhere(const fs::path& path) const
     {
         return trash().put(path, [&](const fs::path& to) -> Result<void> {
@@ -234,7 +234,7 @@ TEST_F(TrashTest, AFileInItsPlaceIsNoTrashAndTheFileStays)
     EXPECT_THAT(trashNames(home() / "files"), IsEmpty());
 }
 
-/// For this thread, who may not write to what is root's.
+/// For this thread, which may not write to what is root's.
 class WithoutPrivileges {
 public:
     WithoutPrivileges() { ::setfsuid(65534); }
@@ -335,7 +335,7 @@ TEST_F(TrashTest, OfAnotherFileSystemIsTheSharedOneWhereAnAdministratorMadeItSaf
     ASSERT_TRUE(trashed);
     EXPECT_EQ(trashed->file, top_ / own / "files/link.mp4");
 
-    // One that cannot be used is no reason to delete the file.
+    // A trash that cannot be used is no reason to delete the file.
     fs::remove(shared);
     fs::create_directory(shared);
     ASSERT_EQ(::chmod(shared.c_str(), 01777), 0);

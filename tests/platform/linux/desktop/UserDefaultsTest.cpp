@@ -31,7 +31,7 @@ TEST(UserDefaults, WhatIsMissingOrOfAnotherTypeIsFalse)
 
 TEST(UserDefaults, AValueIsItsTextWhateverItClaimsToBe)
 {
-    // Qt's notation for values of any kind, among them those that end a program without a display.
+    // Qt's notation for values of any kind, among them some that end a program without a display.
     const test::TemporaryDirectory folder;
     const auto file = folder.path() / "velmora.conf";
     std::ofstream{file} << R"([General]

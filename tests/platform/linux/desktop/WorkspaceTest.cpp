@@ -38,7 +38,7 @@ public:
             ::close(watched_);
     }
 
-    /// Whether somebody still holds the inhibitor that was given out last.
+    /// Whether somebody still holds the inhibitor last given out.
     [[nodiscard]] bool isInhibited() const
     {
         pollfd watched{watched_, 0, 0};
@@ -91,7 +91,7 @@ private:
     QDBusConnection connection_;
 };
 
-/// The settings of a portal, played by the test, by the names "group key".
+/// The settings of a portal, played by the test, under names of the form "group key".
 class ScriptedSettingsPortal final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")

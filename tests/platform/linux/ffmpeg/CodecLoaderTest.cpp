@@ -1,4 +1,4 @@
-// The real module, loaded as the program does it. This executable itself links nothing of FFmpeg.
+// The real module, loaded as the program loads it. This executable itself links nothing of FFmpeg.
 
 #include "platform/linux/ffmpeg/CodecLoader.h"
 #include "platform/linux/modules/ModuleLoader.h"
@@ -89,7 +89,7 @@ TEST(CodecLoader, WhySessionsCannotBeMadeIsSaidInWords)
         const auto session = sessions->makeSession(width, height, FourCharacterCode{"avc1"}, [](auto, const auto&) {});
         return session ? "it can" : sessions->description(session.error());
     };
-    EXPECT_EQ(why(16385, 100), "The window is larger than an encoder takes: 16384 pixels in width or height.");
+    EXPECT_EQ(why(16385, 100), "The window is larger than an encoder accepts: 16384 pixels in width or height.");
     EXPECT_EQ(why(100, 16385), why(16385, 100));
     EXPECT_EQ(why(0, 100), "The encoder cannot be started: Invalid argument.");
 }

@@ -30,7 +30,7 @@ MediaTime at(std::int64_t nanoseconds)
     return MediaTime::nanoseconds(nanoseconds);
 }
 
-/// The real software encoder, which fails or holds packets back as it is told.
+/// The real software encoder, which fails or holds packets back as told.
 class FaultyEncoder final : public VideoEncoder {
 public:
     struct Faults {
@@ -105,7 +105,7 @@ protected:
         return *session;
     }
 
-    /// Two of the factory's may differ: it measures what the machine has left for each.
+    /// Two from the factory may differ: it measures what the machine has left for each.
     std::shared_ptr<CompressionSession> makeSessionOfNormalEffort(std::int32_t width, std::int32_t height)
     {
         return makeFaultySession(width, height, std::make_shared<FaultyEncoder::Faults>());
@@ -185,7 +185,7 @@ TEST_F(CompressionSessionTest, TheStreamIsHighProfileWithoutReorderingAndAKeyFra
     Canvas canvas{320, 180};
     for (int frame = 0; frame < 100; ++frame) {
         test::paintMovingScene(canvas, frame);
-        // 240 frames a second: 30 frames are over before half a second is.
+        // 240 frames a second: 30 frames have passed before half a second has.
         ASSERT_EQ(session->encodeFrame(canvas.picture(), at(frame * second / 240), at(second / 240)), 0);
         ASSERT_EQ(session->completeFrames(), 0);
     }
@@ -316,7 +316,7 @@ TEST_F(CompressionSessionTest, APictureOfOnePixelCanBeEncoded)
 
 TEST_F(CompressionSessionTest, OnlyChangedPartsAreConvertedAndTheResultIsThatOfTheWhole)
 {
-    // The same pictures once with their changes told and once without: the streams must be the same.
+    // The same pictures, once with their changes given and once without: the streams must be the same.
     std::vector<std::vector<std::byte>> streams[2];
     for (int run = 0; run < 2; ++run) {
         output_ = std::make_shared<SessionOutput>();
@@ -344,7 +344,7 @@ TEST_F(CompressionSessionTest, OnlyChangedPartsAreConvertedAndTheResultIsThatOfT
 
 TEST_F(CompressionSessionTest, WhatIsNotToldToHaveChangedIsNotLookedAt)
 {
-    // The second picture is altogether another one, but says that it equals the first: what comes out shows what was converted.
+    // The second picture is completely different, but says that it equals the first: what comes out shows what was converted.
     const auto session = makeSession(64, 64);
     Canvas canvas{64, 64};
     canvas.fill({200, 200, 200});

@@ -1,4 +1,4 @@
-// Decoding what the tests encoded.
+// Decoding what the tests have encoded.
 #pragma once
 
 #include "media/SampleBuffer.h"

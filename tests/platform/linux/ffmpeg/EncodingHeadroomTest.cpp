@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 using linux_backend::testing::settingsFor;
 using linux_backend::testing::softwareEncoder;
 
-/// Takes, by a clock of the test's, so long for each picture.
+/// Takes this long for each picture, by a clock of the test's.
 class TimedEncoder final : public VideoEncoder {
 public:
     TimedEncoder(std::chrono::nanoseconds& time, std::vector<std::chrono::nanoseconds> costs) : time_(time), costs_(std::move(costs)) { }
@@ -50,7 +50,7 @@ protected:
         return measured.value_or(0ns);
     }
 
-    /// What a selection with this one candidate chooses when its pictures cost so much.
+    /// What a selection with this one candidate chooses when its pictures cost this much.
     EncodingEffort choose(const VideoEncoderCandidate& candidate, std::chrono::nanoseconds cost)
     {
         const std::vector<VideoEncoderCandidate> candidates{candidate};

@@ -1,4 +1,4 @@
-// FFmpeg's own log lines would bury what the tests say; the module turns them off as well.
+// FFmpeg's own log lines would bury what the tests say; the module turns them off too.
 
 #include <gtest/gtest.h>
 

@@ -22,7 +22,7 @@ constexpr std::int32_t noiseHeight = 270;
 
 constexpr double averageRate = 8e6;
 
-/// The average and a buffer of 6 Mbit, which the encoder overdraws by a few per cent of a picture that it guessed wrong.
+/// The average and a buffer of 6 Mbit, which the encoder overdraws by a few per cent of a picture that it misjudged.
 constexpr double mostInOneSecond = 1.05 * (8e6 + 6e6);
 
 /// The frame's number in a strip at the top and one at the bottom, noise between.
@@ -86,7 +86,7 @@ public:
         return bits;
     }
 
-    /// The most bits that any span of this length has, begun at any frame.
+    /// The most bits that any span of this length has, starting at any frame.
     [[nodiscard]] double mostBitsWithin(std::int64_t span)
     {
         double most = 0;

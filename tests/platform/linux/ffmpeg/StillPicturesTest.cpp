@@ -113,7 +113,7 @@ private:
     Log& log_;
 };
 
-/// The idr_pic_id of an access unit's first slice; none when it is no key frame.
+/// The idr_pic_id of an access unit's first slice; none when it is not a key frame.
 std::optional<int> numberOfKeyFrame(const SampleBuffer& sample)
 {
     const std::string fields = testing::traceH264Headers(sample.format->video()->decoderConfiguration, sample.data.bytes);
@@ -131,14 +131,14 @@ protected:
         settings_.height = stillHeight;
     }
 
-    /// A picture other than all before.
+    /// A picture unlike all before it.
     void move()
     {
         test::paintMovingScene(canvas_, ++scene_);
         encode({1, ++sequence_, {{0, 0, stillWidth, stillHeight}}}, second / 60);
     }
 
-    /// The picture before once more, half a second later.
+    /// The previous picture again, half a second later.
     void rest(std::int64_t after = second / 2) { encode({1, ++sequence_, {}}, after); }
 
     void restTimes(int count)
@@ -160,7 +160,7 @@ protected:
         }
     }
 
-    /// Every sample decodes to the picture that it was made of.
+    /// Every sample decodes to the picture that it was made from.
     void expectEachShowsItsPicture()
     {
         const auto frames = testing::decodeVideo(samples_);
@@ -193,7 +193,7 @@ protected:
         }
     }
 
-    /// What is no key frame follows what the encoder made last, and nothing that was put out again meanwhile.
+    /// What is not a key frame follows what the encoder made last, and nothing that was put out again meanwhile.
     void expectFramesReferToWhatCameBefore()
     {
         std::set<const std::byte*> made;

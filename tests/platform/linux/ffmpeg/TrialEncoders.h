@@ -33,7 +33,7 @@ inline VideoEncoderCandidate brokenEncoder(std::vector<VideoEncoderCandidate::Op
     return candidate;
 }
 
-/// The software encoder with its in- and output changed on the way.
+/// The software encoder with its input and output changed on the way.
 class AlteringEncoder final : public VideoEncoder {
 public:
     struct Alterations {

@@ -117,7 +117,7 @@ protected:
             }};
     }
 
-    /// As a driver does that takes the program with it.
+    /// Like a driver that takes the program with it.
     static tl::expected<std::unique_ptr<VideoEncoder>, AvError> crash(const VideoEncoderSettings&)
     {
         ::kill(::getpid(), SIGKILL);

@@ -160,7 +160,7 @@ protected:
         return path("part.mp4");
     }
 
-    /// Each `distance`th picture, by its beginning, by a time within it and by its last moment.
+    /// Every `distance`th picture, by its beginning, by a time within it and by its last moment.
     void expectSeeksShowTheirPictures(const std::filesystem::path& file, std::size_t distance)
     {
         const auto decoded = decodeFile(file);
@@ -173,7 +173,7 @@ protected:
             const double end = i + 1 < decoded.pictures.size() ? decoded.pictures[i + 1].time : decoded.duration;
             const std::size_t other = (i + decoded.pictures.size() / 2) % decoded.pictures.size();
             for (const double time : {picture.time + tick, (picture.time + end) / 2, end - 2 * tick}) {
-                // From elsewhere: what is shown anyway proves nothing.
+                // Coming from elsewhere: what is shown anyway proves nothing.
                 viewer->seek(MediaTime::fromSeconds(decoded.pictures[other].time + tick, 90'000));
                 ASSERT_TRUE(viewer.waitForPicture(decoded.pictures[other].number)) << viewer.shown.back();
                 viewer->seek(MediaTime::fromSeconds(time, 90'000));
@@ -227,7 +227,7 @@ TEST_F(MpvPlayerTest, ASeekShowsThePictureOfThatTimeAlsoInAStillStretchAndAtUnev
 
 TEST_F(MpvPlayerTest, ASeekInATrimmedClipCountsFromItsFirstShownPicture)
 {
-    // Key frames lie 30 pictures apart: many come before the part, unseen.
+    // Key frames are 30 pictures apart: many come before the part, unseen.
     expectSeeksShowTheirPictures(trim({seconds(0.41), seconds(1.32)}), 7);
 }
 
@@ -306,7 +306,7 @@ TEST_F(MpvPlayerTest, PlayingAtTheEndTimeOrBehindItPausesAtOnce)
         viewer.shown.clear();
         viewer.times.clear();
         viewer->play();
-        EXPECT_THAT(viewer.times, IsEmpty()) << "nothing is told within a call";
+        EXPECT_THAT(viewer.times, IsEmpty()) << "nothing is reported within a call";
         ASSERT_TRUE(viewer.waitForTime(seconds(time)));
         EXPECT_THAT(viewer.times, ElementsAre(seconds(time)));
         // It is paused: another place can be looked at, and stays.

@@ -1,4 +1,4 @@
-// The main thread of a test: work of other threads waits until the test runs it.
+// The main thread of a test: work from other threads waits until the test runs it.
 #pragma once
 
 #include "base/Mutex.h"

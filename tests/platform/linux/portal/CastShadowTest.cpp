@@ -1,4 +1,4 @@
-// Where a window is in the picture that the desktop gives of it.
+// Where a window is in the picture of it that the desktop gives.
 #include "platform/linux/portal/CastShadow.h"
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace {
 constexpr std::int32_t width = 320;
 constexpr std::int32_t height = 240;
 
-/// See-through by half all over, but for what is filled.
+/// Half see-through all over, but for what is filled.
 class Picture {
 public:
     void fill(const PixelRect& part, std::uint8_t alpha)

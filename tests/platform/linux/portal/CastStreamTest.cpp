@@ -44,7 +44,7 @@ public:
         return size_.value_or(PixelRect{});
     }
 
-    /// As it was told with the size.
+    /// As given with the size.
     std::string application()
     {
         MutexLock lock(mutex_);
@@ -238,7 +238,7 @@ TEST_F(CastStreamTest, AfterASkippedBufferEverythingIsTakenAnew)
 {
     openAndAttach();
     cast->showInVain({.number = 77, .crop = {}, .damage = {{0, 0, 640, 480}}, .isCorrupt = true, .time = {}});
-    // Its damage tells of less than what has changed since the last picture that could be read.
+    // Its damage covers less than has changed since the last picture that could be read.
     cast->show({.number = 2, .crop = {}, .damage = {{0, 0, 8, 8}}, .time = {}});
     waitForNumber(2);
     EXPECT_EQ(recorder.complaints(), "");

@@ -86,7 +86,7 @@ protected:
         return choices;
     }
 
-    /// The user chooses the application of that name among those that are offered.
+    /// The user chooses the application with that name among those offered.
     void choose(std::uint32_t id, const std::string& name)
     {
         const auto choices = soundChoices(id);
@@ -413,7 +413,7 @@ TEST_F(PortalShareableContentTest, WhereTheDesktopTellsTheApplicationItsSoundIsT
     EXPECT_EQ(choices->suggestion, Suggestion::windowsOwn);
     EXPECT_EQ(names(*choices).front(), "Player");
     play({playing("Browser")});
-    EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::onlyPlaying) << "it does not sound";
+    EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::onlyPlaying) << "it plays no sound";
     choose(window.windowID, "Browser");
     play({playing("Browser"), playing("Player")});
     EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::asBefore) << "the user's word counts more";
@@ -425,7 +425,7 @@ TEST_F(PortalShareableContentTest, AWindowWhoseSoundIsBeingChosenStaysGrantedUnt
     const auto window = grant();
     play({playing("Player")});
     ASSERT_TRUE(soundChoices(window.windowID));
-    // Longer than a window waits that nobody takes.
+    // Longer than a window that nobody takes waits.
     bool isOver = false;
     QTimer::singleShot(600, [&] { isOver = true; });
     PrivateBus::runUntil([&] { return isOver; });
@@ -484,7 +484,7 @@ TEST(PortalScreenCaptureAccess, WithoutABusThereIsNoneWhichIsToldOnce)
     static_cast<void>(access.preflightScreenCaptureAccess());
     ASSERT_TRUE(PrivateBus::runUntil([&] { return changes == 1; }));
     EXPECT_NE(access.explanation(), "");
-    // What the observer has asked is answered, too, and changes nothing.
+    // What the observer has asked is answered too, and changes nothing.
     QCoreApplication::processEvents();
     EXPECT_EQ(changes, 1);
 }

@@ -32,7 +32,7 @@ protected:
         return PrivateBus::runUntil([this] { return answer.has_value(); });
     }
 
-    /// That of a window which the user has just chosen.
+    /// That of a window that the user has just chosen.
     std::string chosenToken()
     {
         portal->node = cast.nodeID();

@@ -155,7 +155,7 @@ struct TestCast::Implementation {
         }
     }
 
-    /// Whoever leaves keeps the picture that he looks at, and the node lives on with its buffers: after a few there would be none.
+    /// Whoever leaves keeps the picture that it is looking at, and the node lives on with its buffers: after a few there would be none.
     void takeBack()
     {
         while (pw_stream_dequeue_buffer(stream.get())) { }
@@ -167,7 +167,7 @@ struct TestCast::Implementation {
         auto* buffer = free.front();
         free.erase(free.begin());
         fill(*buffer->buffer, frame);
-        // One that was on its way when everybody left is so still.
+        // One that was on its way when everybody left still is.
         static_cast<void>(pw_stream_queue_buffer(stream.get(), buffer));
         pw_stream_trigger_process(stream.get());
         timespec interval = repeatInterval;

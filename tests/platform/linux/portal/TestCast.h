@@ -12,7 +12,7 @@
 
 namespace velmora::linux_backend {
 
-/// A node of the server of this desktop. Frames carry numbers that readFrameNumber() reads.
+/// A node on this desktop's server. Frames carry numbers that readFrameNumber() reads.
 class TestCast {
 public:
     struct Options {
@@ -26,7 +26,7 @@ public:
         std::uint32_t number = 0;
         std::optional<PixelRect> crop;  ///< the window within the picture; the rest is noise
         std::int32_t shadow = 0;  ///< pixels at the crop's edge that are half transparent and not the window; the window then is opaque
-        std::vector<PixelRect> damage;  ///< none: nothing is told
+        std::vector<PixelRect> damage;  ///< none: nothing is reported
         bool isCorrupt = false;  ///< and shows another number
         bool isEmpty = false;
         std::optional<std::int64_t> time;  ///< none: now
@@ -43,7 +43,7 @@ public:
     /// Waits until the server has named it.
     [[nodiscard]] std::uint32_t nodeID();
 
-    /// Waits until somebody takes pictures, then hands one over. It is repeated, its time unchanged and no damage told, until there is
+    /// Waits until somebody takes pictures, then hands one over. It is repeated, its time unchanged and no damage reported, until there is
     /// another: what comes while the server is still busy with the one before may get lost.
     void show(const Frame& frame);
     /// Only if somebody takes pictures just now.
@@ -53,13 +53,13 @@ public:
     void showInVain(const Frame& frame);
     void show(std::uint32_t number) { show({.number = number, .crop = {}, .damage = {}, .time = {}}); }
 
-    /// From now on pictures of another size, in a new format.
+    /// From now on, pictures of another size, in a new format.
     void resize(std::int32_t width, std::int32_t height);
 
     /// How often somebody began to take pictures.
     [[nodiscard]] int connections();
 
-    /// Waits until as many have begun.
+    /// Waits until that many have begun.
     void waitForConnections(int count);
 
     /// Waits until whoever took pictures has left.

@@ -41,7 +41,7 @@ public:
     enum class User { choosesAtOnce, cancels, fails, thinks };
     User user = User::choosesAtOnce;
     std::uint32_t node = 0;
-    /// Tokens are given out.
+    /// Whether tokens are given out.
     bool remembers = true;
 
     /// The user who thinks has chosen.
@@ -53,7 +53,7 @@ public:
     int restored = 0;  ///< sessions that needed none
     int dialogsClosed = 0;  ///< by the program
     int sessionsClosed = 0;  ///< by the program
-    QVariantMap sources;  ///< as the last session wanted them
+    QVariantMap sources;  ///< as the last session asked for them
 
 public slots:
     uint CreateSession(const QDBusObjectPath& handle, const QDBusObjectPath& session, const QString& application,

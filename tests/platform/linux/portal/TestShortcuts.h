@@ -30,7 +30,7 @@ public:
 
     void exportWith(QObject& portal, const QDBusConnection& connection);
 
-    /// What the user makes of the next question: the keys' name; empty: no keys.
+    /// The user's answer to the next question: the keys' name; empty: no keys.
     QString keys = QStringLiteral("Alt+Super+K");
     bool isAllowed = true;
 

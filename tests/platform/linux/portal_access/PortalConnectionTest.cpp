@@ -51,8 +51,8 @@ public:
     }
 
     std::vector<std::string> heard;
-    bool knowsNoPrograms = false;  ///< as those before 1.19.4
-    bool thinks = false;  ///< about who it speaks to
+    bool knowsNoPrograms = false;  ///< like those before 1.19.4
+    bool thinks = false;  ///< about whom it speaks to
 
 private:
     QDBusConnection connection_;
@@ -122,7 +122,7 @@ TEST_F(PortalConnectionTest, AnOldPortalThatDoesNotUnderstandAnswersTheRestAndIs
 TEST_F(PortalConnectionTest, APortalThatWasStartedAnewHearsItBeforeAnythingElse)
 {
     std::optional<WritingPortal> portal{std::in_place, bus, "first"};
-    // Who listens for a portal asks it at once.
+    // Whoever listens for a portal asks it at once.
     int appearances = 0;
     int ends = 0;
     QObject::connect(&connection(), &PortalConnection::appeared, &connection(), [&] {

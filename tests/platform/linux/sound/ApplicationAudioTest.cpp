@@ -33,7 +33,7 @@ protected:
         ASSERT_TRUE(started) << started.error().localizedDescription;
     }
 
-    /// A player that begins now and ends.
+    /// A player that begins now and then ends.
     void expectThePlayerIsHeard()
     {
         {

@@ -1,4 +1,4 @@
-// A few processes that the tests of the sound graph agree on.
+// A few processes that the tests of the sound graph share.
 #pragma once
 
 #include "engine/sound/ProcessTree.h"

@@ -77,7 +77,7 @@ protected:
     }
 
     /// Lets the player click and looks for the clicks at the times at which it says that they are heard. Three of ten must be there: on
-    /// a loaded machine a player misses its turn after it has told the time, and a click that falls into a pause is lost.
+    /// a loaded machine a player misses its turn after it has given the time, and a click that falls into a pause is lost.
     void expectClicksInTime(ChildProcess& target)
     {
         int inTime = 0;
@@ -102,7 +102,7 @@ protected:
         RecordProperty("click_errors", errors);
     }
 
-    /// The time of a click less than 100 ms from `time`: beside a sine at half of full scale it is the only sample above 0.9.
+    /// The time of a click less than 100 ms from `time`: over a sine at half of full scale it is the only sample above 0.9.
     std::optional<std::int64_t> clickNear(std::int64_t time)
     {
         const auto blocks = recorder_.blocks();

@@ -35,7 +35,7 @@ protected:
         ASSERT_TRUE(started) << started.error().localizedDescription;
     }
 
-    /// The number of the only stream that plays.
+    /// The number of the only stream that is playing.
     static std::string onlySinkInput()
     {
         const auto list = test::outputOf({"pactl", "list", "short", "sink-inputs"});

@@ -1,5 +1,5 @@
-// What a server tells may be late, doubled, lost or about what has gone: the graph never wants a link that cannot be, and knows better as
-// soon as it is told.
+// What a server says may be late, doubled, lost or about what has gone: the graph never wants a link that cannot exist, and knows better
+// as soon as it is told.
 
 #include "platform/linux/pipewire/SoundGraph.h"
 #include "tests/platform/linux/sound/InventedProcesses.h"

@@ -1,4 +1,4 @@
-// What real sound servers tell of who plays.
+// What real sound servers say about who is playing.
 #include "platform/linux/pipewire/PipeWireSoundStreams.h"
 #include "platform/linux/pulse/PulseSoundStreams.h"
 #include "platform/linux/sound/ApplicationAudio.h"
@@ -16,7 +16,7 @@ namespace {
 
 using test::ChildProcess;
 
-/// The stream of that process, once there is one of which the condition holds.
+/// The stream of that process, once there is one for which the condition holds.
 std::optional<engine::SoundStream> awaitStream(const std::function<Result<std::vector<engine::SoundStream>>()>& list, pid_t process,
     const std::function<bool(const engine::SoundStream&)>& condition)
 {

@@ -14,7 +14,7 @@ using platform::ScreenFrames;
 constexpr PixelRect left{0, 0, 800, 600};
 constexpr PixelRect right{800, 0, 480, 600};
 
-/// A server of its own with two monitors, and no window manager.
+/// A server of the test's own with two monitors, and no window manager.
 class DesktopLayoutReaderTest : public ::testing::Test {
 protected:
     xcb_window_t showWindow(const PixelRect& frame)

@@ -29,7 +29,7 @@ TEST(KeyText, TheLayoutInUseIsTheOneThatCounts)
     const Symbols both{XK_c, XK_C, XK_Cyrillic_es, XK_Cyrillic_ES, XK_copyright, XK_cent};
     EXPECT_EQ(textOfKey(both, 0), "C");
     EXPECT_EQ(textOfKey(both, 1), "С");
-    EXPECT_EQ(textOfKey(both, 2), "C") << "a third layout stands at no place that the protocol fixes";
+    EXPECT_EQ(textOfKey(both, 2), "C") << "a third layout has no place that the protocol fixes";
     EXPECT_EQ(textOfKey(Symbols{XK_c, XK_C}, 1), "C");
     EXPECT_EQ(textOfKey(Symbols{XK_c, XK_C, 0, 0}, 1), "C");
 }

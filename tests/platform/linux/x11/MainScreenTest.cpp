@@ -136,7 +136,7 @@ TEST(MainScreen, OfTwoPanelsAtOneEdgeTheThickerCounts)
     EXPECT_EQ(visibleFrame(layout, onTheLeft), (PixelRect{0, 48, 1920, 1032}));
 }
 
-// The reserve counts from the root's edge, the panel stands at the monitor's.
+// The reserve counts from the root's edge, the panel is at the monitor's.
 TEST(MainScreen, APanelBelowASmallerMonitorReservesWhatLiesUnderThatMonitorToo)
 {
     auto layout = twoMonitors();
@@ -206,7 +206,7 @@ TEST(MainScreen, WithOneMonitorTheWorkAreaOfTheWindowManagerCountsToo)
     layout.workArea = PixelRect{64, 0, 1856, 1080};
     EXPECT_EQ(visibleFrame(layout, onTheLeft), (PixelRect{64, 32, 1856, 1048}));
     layout.workArea = PixelRect{5000, 0, 10, 10};
-    EXPECT_EQ(visibleFrame(layout, onTheLeft), (PixelRect{0, 32, 1920, 1048})) << "one that lies elsewhere is nonsense";
+    EXPECT_EQ(visibleFrame(layout, onTheLeft), (PixelRect{0, 32, 1920, 1048})) << "one that is elsewhere is nonsense";
 }
 
 TEST(MainScreen, WithTwoMonitorsTheOneWorkAreaCountsOnlyWhereNothingElseTellsOfAPanel)

@@ -17,7 +17,7 @@ constexpr std::uint16_t mod2 = XCB_MOD_MASK_2;
 constexpr std::uint16_t mod3 = XCB_MOD_MASK_3;
 constexpr std::uint16_t mod4 = XCB_MOD_MASK_4;
 
-/// A keyboard with keys 10, 11, … of two symbols each, and two keys for each modifier.
+/// A keyboard with keys 10, 11, … with two symbols each, and two keys for each modifier.
 struct Keyboard {
     static constexpr xcb_keycode_t shift = 10, control = 11, altLeft = 12, altRight = 13, superLeft = 14, superRight = 15, numLock = 16;
 

@@ -29,7 +29,7 @@ struct WindowSpec {
     std::string type = {};  ///< "_NET_WM_WINDOW_TYPE_…"
 };
 
-/// A second client of the X server, beside the code under test. Used on the test's thread.
+/// A second client of the X server, besides the code under test. Used on the test's thread.
 class TestDesktop {
 public:
     explicit TestDesktop(const std::string& displayName = "");

@@ -10,7 +10,7 @@ namespace {
 constexpr PixelRect whereItStands{400, 20, 340, 110};
 constexpr PixelRect allOfIt{0, 0, 340, 110};
 
-/// A server of its own without a window manager, which would have a say in the order of windows.
+/// A server of the test's own without a window manager, which would have a say in the order of windows.
 class X11FloatingWindowsTest : public ::testing::Test {
 protected:
     xcb_window_t show(TestDesktop& desktop, const PixelRect& frame)
@@ -78,7 +78,7 @@ TEST_F(X11FloatingWindowsTest, WhatCoversNothingOfThePartStaysAbove)
     ASSERT_TRUE(inFront);
     const auto beside = show(others, {740, 20, 100, 100});
     settle();
-    EXPECT_TRUE(isOnTop(beside)) << "it lies over the margin only";
+    EXPECT_TRUE(isOnTop(beside)) << "it is only over the margin";
 }
 
 TEST_F(X11FloatingWindowsTest, OurOwnMenusAndWhatCoversTheMonitorStayAbove)

@@ -34,7 +34,7 @@ constexpr xcb_keycode_t keyNumLock = 77;
 
 constexpr std::uint16_t altSuper = XCB_MOD_MASK_1 | XCB_MOD_MASK_4;
 
-/// Hands are slower than the server's clock, by which it tells their presses from its own repetitions.
+/// Hands are slower than the server's clock, by which it tells their presses from the repetitions that it makes up.
 constexpr std::chrono::milliseconds fastestFinger{20};
 
 /// Another client of the server: the user's hands, and a program that wants keys too.
@@ -172,7 +172,7 @@ protected:
         executor_->runAll();
     }
 
-    /// As the user's settings do it, which returns when the server has it.
+    /// As the user's settings do it; returns when the server has it.
     void setLayout(const std::string& layout)
     {
         EXPECT_EQ(std::system(("setxkbmap -display " + server_.displayName() + " " + layout).c_str()), 0);

@@ -284,7 +284,7 @@ TEST(X11ShareableContent, AWindowManagerWithoutListsIsReadFromItsWindows)
 {
     PrivateServer server{{"-screen", "0", "800x600x24"}};
     TestDesktop desktop{server.displayName()};
-    // A frame with a client in it, as a window manager that knows ICCCM only makes it.
+    // A frame with a client in it, as a window manager that knows only ICCCM makes it.
     const auto frame = desktop.showWindow({.frame = {100, 100, 420, 340}, .title = "frame"});
     const auto client = desktop.makeWindow({.frame = {0, 0, 400, 300}, .title = "client"});
     xcb_reparent_window(desktop.xcb(), client, frame, 10, 30);

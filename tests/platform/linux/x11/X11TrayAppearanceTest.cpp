@@ -18,7 +18,7 @@ TEST(X11TrayAppearance, TellsTheForegroundThatTheTrayAsksFor)
     const auto tray = desktop.makeWindow({});
     xcb_set_selection_owner(desktop.xcb(), tray, desktop.atom("_NET_SYSTEM_TRAY_S0"), XCB_CURRENT_TIME);
     desktop.sync();
-    EXPECT_EQ(appearance.itemColor(), std::nullopt) << "a tray that tells no colours";
+    EXPECT_EQ(appearance.itemColor(), std::nullopt) << "a tray that gives no colours";
 
     desktop.setValues(tray, "_NET_SYSTEM_TRAY_COLORS", "CARDINAL", {0x1234, 0x8000, 0xFFFF, 1, 2, 3, 4, 5, 6, 7, 8, 9});
     desktop.sync();

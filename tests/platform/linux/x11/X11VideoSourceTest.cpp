@@ -55,7 +55,7 @@ public:
         recorder.waitFor("frames", [&] { return numbersOf(recorder.pictures()).size() >= count; });
     }
 
-    /// Leaves the window with a frame that the last picture must come to show.
+    /// Leaves the window with a frame that the last picture must end up showing.
     void expectToEndUpToDate()
     {
         const auto answer = program.command("still");
@@ -63,7 +63,7 @@ public:
         recorder.waitFor("the last frame", [&] { return recorder.pictures().back().reading.number() == number; });
     }
 
-    /// Returns when a frame was seen at `part`, where the resized window lies in the picture.
+    /// Returns when a frame has been seen at `part`, where the resized window is in the picture.
     void resize(const std::string& size, test::PicturePart part)
     {
         recorder.setPart(part);
@@ -174,7 +174,7 @@ TEST(X11VideoSource, AResizedWindowIsFittedInWithBlackBars)
     EXPECT_EQ(colours[120 * 640], 0xffffffU) << "the first block of a strip is white";
     EXPECT_EQ(colours[359 * 640], 0xffffffU);
 
-    // Back at the first size nothing of the bars may stay, whatever picture of the pool is used.
+    // Back at the first size nothing of the bars may be left, whatever picture of the pool is used.
     EXPECT_EQ(capture.program.command("go"), "ok");
     capture.resize("640x480", {0, 0, 640, 480});
     capture.expectToEndUpToDate();
@@ -238,7 +238,7 @@ TEST(X11VideoSource, NothingIsDeliveredAfterTheStop)
     capture.source.stop();
     const auto count = capture.recorder.pictures().size();
     capture.source.stop();
-    // The window goes on drawing, then closes: both would be told if anybody still listened.
+    // The window goes on drawing, then closes: both would be reported if anybody still listened.
     capture.program.finish();
     TestDesktop desktop;
     desktop.waitUntil("the window is gone", [&] { return !desktop.isViewable(capture.program.window()); });
@@ -260,7 +260,7 @@ TEST(X11VideoSource, ADeliveredPictureNeverChangesWhileItIsHeld)
     for (const auto& [sample, pixels] : kept)
         EXPECT_EQ(std::memcmp(sample->imageBuffer->baseAddress, pixels.data(), pixels.size()), 0);
     EXPECT_EQ(capture.recorder.complaints(), "");
-    // Also when the source is gone.
+    // Even when the source is gone.
     capture.source.stop();
     for (const auto& [sample, pixels] : kept)
         EXPECT_EQ(std::memcmp(sample->imageBuffer->baseAddress, pixels.data(), pixels.size()), 0);

@@ -229,7 +229,7 @@ TEST(X11VideoSourceWindow, WhatIsDrawnWhileAPictureIsFetchedIsMissedByNone)
             }
         }
         captured.waitUntilRight("all that was drawn");
-        // Now every picture of the pool in turn: with the others held, a small change must make it right as well.
+        // Now every picture of the pool in turn: with the others held, a small change must make it right too.
         held.clear();
         for (int picture = 0; picture < 5; ++picture) {
             held.push_back(captured.recorder.lastSample());
@@ -310,7 +310,7 @@ TEST(X11VideoSourceWindow, ShadowsThatTheProgramDrawsAreNotInThePicture)
     std::vector<std::uint32_t> expected(400 * 300, 0xeeeeee);
     expected[0] = 0xff0000;
     recorder.waitForColours("the inside", expected);
-    // Partial changes arrive at the right place, and those of the shadow are not told.
+    // Partial changes arrive in the right place, and those of the shadow are not told.
     desktop.fill(window, {409, 304, 10, 10}, 0x00ff00);
     expected[400 * 300 - 1] = 0x00ff00;
     recorder.waitForColours("a change in the corner", expected);
