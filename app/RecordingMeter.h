@@ -50,7 +50,8 @@ public:
     /// Called once, on the writer's queue, when the first sample is in the file. Set before the recording starts.
     std::function<void(MediaTime firstSampleTime)> onFirstSample;
 
-    /// Called for everything of interest, on any thread; for each failure once until it has passed. Set before the capture starts.
+    /// Called for everything of interest, on any thread; for each failure once until it has passed, of a file
+    /// once for its pictures and once for its sound. Set before the capture starts.
     std::function<void(RecordingReport)> onReport;
 
     void report(RecordingReport::Event event, std::string reason = {}, std::uint64_t file = 0) const

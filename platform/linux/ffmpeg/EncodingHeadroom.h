@@ -16,8 +16,9 @@ using MonotonicClock = std::function<std::chrono::nanoseconds()>;
 /// needs the processors too, and what a busier moment costs is not known yet.
 inline constexpr std::chrono::milliseconds greatestPictureTime{6};
 
-/// Encodes some pictures of moving shades and grain and says how long one takes: the median, without the first few, which warm up. By the
-/// clock, so that a machine that is busy counts as slow. Stops early where a few pictures take long. The encoder is used up.
+/// Encodes some pictures of moving shades and grain and says how long one takes: the median, without the first few, which warm up, where
+/// there is time for more. By the clock, so that a machine that is busy counts as slow. Stops early where a few pictures take long. The
+/// encoder is used up.
 [[nodiscard]] tl::expected<std::chrono::nanoseconds, AvError> measurePictureTime(
     VideoEncoder& encoder, const VideoEncoderSettings& settings, const MonotonicClock& now = steadyTime);
 

@@ -50,7 +50,7 @@ struct DesktopLayout {
 };
 
 /// The monitor that shows most of the focused window, else the primary, else the first; a root without monitors is one. Its visible frame
-/// is what struts, and whatever else the window manager reports, leave of it; a desktop that would leave nothing leaves all.
+/// is what struts, and whatever else the window manager reports, leave of it; one that would leave nothing does not count.
 /// A strut that would take a whole monitor belongs to a panel at the edge of the monitor behind it. _NET_WORKAREA counts where there is one
 /// monitor, or where nothing else tells of a panel: with several monitors it has the worst of each.
 /// None when there is neither root nor monitor.
