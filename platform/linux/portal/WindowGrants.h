@@ -25,8 +25,8 @@ struct WindowGrant {
 };
 
 /// Kept in one file that only its owner may read: who has a token may see the window. A file that is missing, damaged, somebody else's,
-/// or for others to read counts as one without grants, as does one of a later version. Files from before version 2 carry no version, and know of no sound.
-/// Reading is safe on any thread, the rest is the main thread's.
+/// or for others to read counts as one without grants, as does one of a later version. Files from before version 2 carry no version, and
+/// know of no sound. Reading is safe on any thread, the rest is the main thread's.
 class WindowGrants {
 public:
     static constexpr std::int32_t version = 2;
