@@ -3,8 +3,8 @@
 
 #include "base/WaitGroup.h"
 #include "capture/CaptureState.h"
-#include "capture/ClipExporter.h"
 #include "capture/ScreenCaptureKitService.h"
+#include "capture/replay/ClipExporter.h"
 #include "library/ClipLibrary.h"
 #include "platform/Clock.h"
 #include "platform/Workspace.h"

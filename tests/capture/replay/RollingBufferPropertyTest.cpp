@@ -1,5 +1,5 @@
 // Random streams through the buffer and through a model of it that is slow and plain.
-#include "capture/RollingBuffer.h"
+#include "capture/replay/RollingBuffer.h"
 
 #include "tests/support/Samples.h"
 
