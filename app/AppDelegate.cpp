@@ -158,7 +158,7 @@ void AppDelegate::present(std::shared_ptr<ApplicationWindow>& window, const Wind
 {
     if (!window || description.content == WindowContent::clipPreview)
         window = services_.windows->makeWindow(description);
-    window->makeKeyAndOrderFront(description.content == WindowContent::onboarding);
+    window->makeKeyAndOrderFront();
 }
 
 void AppDelegate::presentOnboarding()

@@ -236,7 +236,7 @@ private:
             return menuBar.statusItem().popUpMenu();
         if (!statusWindow_)
             statusWindow_ = makeStatusWindow(menuBar, *CaptureCoordinator::shared(), SharedServices::current().platform.windowActivation);
-        statusWindow_->makeKeyAndOrderFront(false);
+        statusWindow_->makeKeyAndOrderFront();
     }
 
     const std::shared_ptr<MainThreadExecutor> mainExecutor_;

@@ -210,7 +210,6 @@ void CaptureCoordinator::recordingWasFinished(
 
 void CaptureCoordinator::recordingWasSaved(const CaptureState& recording, const std::filesystem::path& clip)
 {
-    emit objectWillChange();
     lastSavedClipURL_ = clip;
     emit lastSavedClipURLChanged();
     leave(recording);
@@ -268,14 +267,12 @@ Error CaptureCoordinator::report(Error error, bool isToldByCallers)
 
 void CaptureCoordinator::setState(CaptureState state)
 {
-    emit objectWillChange();
     state_ = std::move(state);
     emit stateChanged();
 }
 
 void CaptureCoordinator::setSelectedWindow(std::optional<CapturedWindowInfo> window)
 {
-    emit objectWillChange();
     selectedWindow_ = std::move(window);
     emit selectedWindowChanged();
 }

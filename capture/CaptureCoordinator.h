@@ -23,8 +23,8 @@
 namespace velmora {
 
 /// Main thread only. While an operation waits for the service or the library, others may run: the last start wins, a stop voids a start
-/// in flight, and a recording may begin while the one before is being saved. Every change of a property is announced by
-/// objectWillChange() before it takes effect and by the property's own signal after.
+/// in flight, and a recording may begin while the one before is being saved. Every change of a property is followed by the property's own
+/// signal.
 class CaptureCoordinator final : public QObject,
                                  public ScreenCaptureKitServiceDelegate,
                                  public KeyboardShortcutManagerDelegate,
@@ -123,7 +123,6 @@ public:
     std::function<void(const std::string& message)> onCaptureError;
 
 signals:
-    void objectWillChange();
     void stateChanged();
     void selectedWindowChanged();
     void lastSavedClipURLChanged();

@@ -144,7 +144,6 @@ std::shared_ptr<ClipLibrary::Changes> ClipLibrary::observeChanges()
 
 void ClipLibrary::setOutputDirectory(const std::filesystem::path& directory)
 {
-    emit objectWillChange();
     customOutputDirectory_ = directory;
     emit customOutputDirectoryChanged();
     PathUtilities::ensureDirectoryExists(directory, *services_.clips.fileManager);
@@ -186,7 +185,6 @@ void ClipLibrary::revealInFinder(const ClipItem& clip)
 
 void ClipLibrary::setRecentClips(std::vector<ClipItem> clips)
 {
-    emit objectWillChange();
     recentClips_ = std::move(clips);
     emit recentClipsChanged();
 }

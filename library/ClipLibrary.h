@@ -14,8 +14,7 @@
 
 namespace velmora {
 
-/// Main thread only. Every change of a property is announced by objectWillChange() before it takes effect and by the property's own
-/// signal after.
+/// Main thread only. Every change of a property is followed by the property's own signal.
 class ClipLibrary final : public QObject {
     Q_OBJECT
 
@@ -56,7 +55,6 @@ public:
     void revealInFinder(const ClipItem& clip);
 
 signals:
-    void objectWillChange();
     void recentClipsChanged();
     void customOutputDirectoryChanged();
 

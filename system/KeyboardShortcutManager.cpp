@@ -120,7 +120,6 @@ void KeyboardShortcutManager::unregisterAll()
 
 void KeyboardShortcutManager::updateToggleRecordingShortcut(const ShortcutDefinition& shortcut)
 {
-    emit objectWillChange();
     toggleRecordingShortcut_ = shortcut;
     emit toggleRecordingShortcutChanged();
     registerAll();
@@ -134,14 +133,12 @@ void KeyboardShortcutManager::unregisterHotKey()
 
 void KeyboardShortcutManager::setIsRegistered(bool isRegistered)
 {
-    emit objectWillChange();
     isRegistered_ = isRegistered;
     emit isRegisteredChanged();
 }
 
 void KeyboardShortcutManager::setRegistrationErrorMessage(std::optional<std::string> message)
 {
-    emit objectWillChange();
     registrationErrorMessage_ = std::move(message);
     emit registrationErrorMessageChanged();
 }

@@ -25,8 +25,7 @@ public:
     virtual void shortcutManagerDidTriggerToggleRecording() = 0;
 };
 
-/// Main thread only. Registers the shortcut when it is made. Every change of a property is announced by objectWillChange() before it takes
-/// effect and by the property's own signal after.
+/// Main thread only. Registers the shortcut when it is made. Every change of a property is followed by the property's own signal.
 class KeyboardShortcutManager final : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isRegistered READ isRegistered NOTIFY isRegisteredChanged)
@@ -76,7 +75,6 @@ public:
     void updateToggleRecordingShortcut(const ShortcutDefinition& shortcut);
 
 signals:
-    void objectWillChange();
     void toggleRecordingShortcutChanged();
     void isRegisteredChanged();
     void registrationErrorMessageChanged();

@@ -77,14 +77,12 @@ void PermissionManager::requestNotificationPermission(UniqueFunction<void(bool)>
 
 void PermissionManager::setHasScreenRecordingPermission(bool isGranted)
 {
-    emit objectWillChange();
     hasScreenRecordingPermission_ = isGranted;
     emit hasScreenRecordingPermissionChanged();
 }
 
 void PermissionManager::setHasNotificationPermission(bool isGranted)
 {
-    emit objectWillChange();
     hasNotificationPermission_ = isGranted;
     emit hasNotificationPermissionChanged();
 }

@@ -13,8 +13,8 @@
 
 namespace velmora {
 
-/// Main thread only. Nothing polls: the flags change by the operations below, and what follows them, alone. Every change is announced by
-/// objectWillChange() before it takes effect and by the property's own signal after.
+/// Main thread only. Nothing polls: the flags change by the operations below, and what follows them, alone. Every change is followed by
+/// the property's own signal.
 class PermissionManager final : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool hasScreenRecordingPermission READ hasScreenRecordingPermission NOTIFY hasScreenRecordingPermissionChanged)
@@ -54,7 +54,6 @@ public:
     void requestNotificationPermission(UniqueFunction<void(bool)> completion);
 
 signals:
-    void objectWillChange();
     void hasScreenRecordingPermissionChanged();
     void hasNotificationPermissionChanged();
 
