@@ -34,9 +34,9 @@ class CaptureCoordinator final : public QObject,
 
 public:
     struct Services {
-        std::shared_ptr<ClipLibrary> library;
-        std::shared_ptr<PermissionManager> permissionManager;
-        std::shared_ptr<KeyboardShortcutManager> shortcutManager;
+        ClipLibrary& library;
+        PermissionManager& permissionManager;
+        KeyboardShortcutManager& shortcutManager;
         std::shared_ptr<ScreenCaptureKitService> captureService;
         std::shared_ptr<platform::AssetWriterFactory> assetWriters;
         std::shared_ptr<platform::FileManager> fileManager;
@@ -56,7 +56,7 @@ public:
     using CallerTells = std::function<bool()>;
 
     /// The one coordinator of the process.
-    static std::shared_ptr<CaptureCoordinator> shared();
+    static CaptureCoordinator& shared();
 
     CaptureCoordinator(Private, Services services);
     ~CaptureCoordinator() override;
@@ -67,7 +67,7 @@ public:
     /// The recording that was saved last.
     [[nodiscard]] const std::optional<std::filesystem::path>& lastSavedClipURL() const { return lastSavedClipURL_; }
 
-    [[nodiscard]] ClipLibrary& library() const { return *services_.library; }
+    [[nodiscard]] ClipLibrary& library() const { return services_.library; }
 
     /// Writes instant-replay clips. No control asks for one.
     [[nodiscard]] const ClipExporter& exporter() const { return exporter_; }

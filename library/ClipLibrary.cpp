@@ -29,15 +29,15 @@ struct ClipLibrary::Scan {
     std::shared_ptr<Changes> changes;  ///< since the folder was listed
 };
 
-std::shared_ptr<ClipLibrary> ClipLibrary::shared()
+ClipLibrary& ClipLibrary::shared()
 {
-    static const auto& instance = *new std::shared_ptr<ClipLibrary>([] {
+    static auto& instance = *[] {
         const auto& shared = SharedServices::current();
-        return std::make_shared<ClipLibrary>(Services{
+        return new ClipLibrary{{
             .clips = {shared.platform.fileManager, shared.platform.assetReader, shared.clock, shared.mainExecutor},
             .workspace = shared.platform.workspace,
-        });
-    }());
+        }};
+    }();
     return instance;
 }
 

@@ -29,7 +29,7 @@ public:
     ~ClipLibrary() override;
 
     /// The one library of the process.
-    static std::shared_ptr<ClipLibrary> shared();
+    static ClipLibrary& shared();
 
     /// The clips of the effective folder, newest first.
     [[nodiscard]] const std::vector<ClipItem>& recentClips() const { return recentClips_; }

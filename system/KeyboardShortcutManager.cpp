@@ -13,12 +13,12 @@ constexpr platform::HotKeyStatus noError = 0;
 
 }  // namespace
 
-std::shared_ptr<KeyboardShortcutManager> KeyboardShortcutManager::shared()
+KeyboardShortcutManager& KeyboardShortcutManager::shared()
 {
-    static const auto& instance = *new std::shared_ptr<KeyboardShortcutManager>([] {
+    static auto& instance = *[] {
         const auto& shared = SharedServices::current();
-        return std::make_shared<KeyboardShortcutManager>(Services{shared.platform.hotKeyCenter, shared.clock, shared.mainExecutor});
-    }());
+        return new KeyboardShortcutManager{{shared.platform.hotKeyCenter, shared.clock, shared.mainExecutor}};
+    }();
     return instance;
 }
 

@@ -47,7 +47,7 @@ public:
     ~KeyboardShortcutManager() override;
 
     /// The one manager of the process.
-    static std::shared_ptr<KeyboardShortcutManager> shared();
+    static KeyboardShortcutManager& shared();
 
     void setDelegate(std::weak_ptr<KeyboardShortcutManagerDelegate> delegate) { delegate_ = std::move(delegate); }
 

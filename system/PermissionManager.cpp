@@ -13,13 +13,13 @@ constexpr std::string_view screenRecordingSettings = "x-apple.systempreferences:
 
 }  // namespace
 
-std::shared_ptr<PermissionManager> PermissionManager::shared()
+PermissionManager& PermissionManager::shared()
 {
-    static const auto& instance = *new std::shared_ptr<PermissionManager>([] {
+    static auto& instance = *[] {
         const auto& shared = SharedServices::current();
-        return std::make_shared<PermissionManager>(Services{
-            shared.platform.screenCaptureAccess, shared.platform.userNotificationCenter, shared.platform.workspace, shared.mainExecutor});
-    }());
+        return new PermissionManager{
+            {shared.platform.screenCaptureAccess, shared.platform.userNotificationCenter, shared.platform.workspace, shared.mainExecutor}};
+    }();
     return instance;
 }
 

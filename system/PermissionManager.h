@@ -33,7 +33,7 @@ public:
     ~PermissionManager() override;
 
     /// The one manager of the process.
-    static std::shared_ptr<PermissionManager> shared();
+    static PermissionManager& shared();
 
     [[nodiscard]] bool hasScreenRecordingPermission() const { return hasScreenRecordingPermission_; }
     [[nodiscard]] bool hasNotificationPermission() const { return hasNotificationPermission_; }

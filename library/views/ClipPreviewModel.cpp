@@ -311,9 +311,9 @@ void ClipPreviewModel::exportTrimmed(bool replaceOriginal)
                 if (session->status() == platform::ExportSession::Status::completed) {
                     if (replaceOriginal) {
                         static_cast<void>(services.fileManager->removeFile(clip));
-                        services.library->reloadClips();
+                        services.library.reloadClips();
                     } else {
-                        services.library->addClip(session->outputURL(), [] {});
+                        services.library.addClip(session->outputURL(), [] {});
                     }
                 }
                 if (const auto self = weak.lock())

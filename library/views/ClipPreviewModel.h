@@ -55,7 +55,7 @@ public:
         std::shared_ptr<platform::AssetReader> assetReader;
         std::shared_ptr<platform::ExportSessionFactory> exportSessions;
         std::shared_ptr<platform::FileManager> fileManager;
-        std::shared_ptr<ClipLibrary> library;
+        ClipLibrary& library;
         std::shared_ptr<Executor> mainExecutor;
         std::shared_ptr<RunningExports> runningExports;
         std::function<void(const QPoint&)> share;  ///< opens the share menu there, in points of the screen

@@ -60,8 +60,8 @@ protected:
     {
         addLiveWindow(film);
         delegate = AppDelegate::create({
-            .coordinator = coordinator,
-            .permissionManager = permissionManager,
+            .coordinator = *coordinator,
+            .permissionManager = *permissionManager,
             .userDefaults = userDefaults,
             .windows = windows,
             .alerts = alerts,
@@ -78,7 +78,7 @@ protected:
                 [this](std::weak_ptr<WindowPresenting> presenting) {
                     auto item = std::make_unique<ScriptedStatusItem>();
                     statusItem = item.get();
-                    return std::make_unique<MenuBarController>(MenuBarController::Services{coordinator, library, workspace, alerts,
+                    return std::make_unique<MenuBarController>(MenuBarController::Services{*coordinator, *library, workspace, alerts,
                                                                    std::move(presenting), [this] { events.emplace_back("terminate"); }},
                         std::move(item));
                 },
@@ -400,9 +400,9 @@ TEST_F(ShellRecordingTest, AStopAsTheWindowClosesGivesOneAlertWithBothTexts)
 class ShellCommandTest : public ShellRecordingTest {
 protected:
     ShellCommandTest()
-        : control({.coordinator = coordinator,
-            .permissionManager = permissionManager,
-            .shortcutManager = shortcutManager,
+        : control({.coordinator = *coordinator,
+            .permissionManager = *permissionManager,
+            .shortcutManager = *shortcutManager,
             .windowService = std::make_shared<WindowSelectionService>(content, executor),
             .windows = nullptr,
             .userDefaults = userDefaults,
@@ -534,7 +534,7 @@ TEST_F(ShellTest, WithoutADelegateWindowsStayClosed)
 {
     launchQuietly();
     EXPECT_EQ(AppDelegate::shared(), delegate);
-    MenuBarController lonely{{coordinator, library, workspace, alerts, {}, [] {}}, std::make_unique<ScriptedStatusItem>()};
+    MenuBarController lonely{{*coordinator, *library, workspace, alerts, {}, [] {}}, std::make_unique<ScriptedStatusItem>()};
     for (const auto action : {MenuAction::selectWindow, MenuAction::openGuide, MenuAction::openSettings, MenuAction::openRecentClip}) {
         MenuItem item;
         item.action = action;

@@ -109,7 +109,7 @@ TEST_F(CaptureCoordinatorTest, IsNotConfiguredWithoutThePermission)
     access->isGranted = false;
     permissionManager->checkPermissions();
     const auto fresh = CaptureCoordinator::create(
-        {library, permissionManager, shortcutManager, captureService, writers, fileManager, workspace, clock, executor});
+        {*library, *permissionManager, *shortcutManager, captureService, writers, fileManager, workspace, clock, executor});
     EXPECT_EQ(fresh->state(), state(CaptureState::NotConfigured{}));
 }
 

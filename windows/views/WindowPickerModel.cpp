@@ -23,15 +23,15 @@ bool containsAny(const QString& name, const std::array<QLatin1String, count>& pa
 }  // namespace
 
 WindowPickerModel::WindowPickerModel(
-    std::shared_ptr<WindowSelectionService> windowService, std::shared_ptr<CaptureCoordinator> coordinator, QObject* parent)
+    std::shared_ptr<WindowSelectionService> windowService, CaptureCoordinator& coordinator, QObject* parent)
     : QAbstractListModel(parent)
     , windowService_(std::move(windowService))
-    , coordinator_(std::move(coordinator))
+    , coordinator_(coordinator)
     , sound_(windowService_)
 {
     connect(windowService_.get(), &WindowSelectionService::availableWindowsChanged, this, &WindowPickerModel::filter);
     connect(windowService_.get(), &WindowSelectionService::isLoadingChanged, this, &WindowPickerModel::contentChanged);
-    connect(coordinator_.get(), &CaptureCoordinator::selectedWindowChanged, this, [this] {
+    connect(&coordinator_, &CaptureCoordinator::selectedWindowChanged, this, [this] {
         if (!filteredWindows_.empty())
             emit dataChanged(index(0), index(rowCount() - 1), {IsActive});
     });
@@ -72,7 +72,7 @@ void WindowPickerModel::viewWillAppear()
     windowService_->refreshWindows([self = QPointer{this}] {
         if (!self)
             return;
-        const auto& chosen = self->coordinator_->selectedWindow();
+        const auto& chosen = self->coordinator_.selectedWindow();
         const auto& available = self->windowService_->availableWindows();
         if (chosen)
             self->setSelectedID(chosen->id);
@@ -175,7 +175,7 @@ void WindowPickerModel::cancel()
 void WindowPickerModel::capture(const CapturedWindowInfo& window)
 {
     isStarting_ = true;
-    coordinator_->selectWindowAndStartCapture(window, [self = QPointer{this}, id = window.id](const auto&) {
+    coordinator_.selectWindowAndStartCapture(window, [self = QPointer{this}, id = window.id](const auto&) {
         if (!self)
             return;
         self->isStarting_ = false;
@@ -187,8 +187,8 @@ void WindowPickerModel::capture(const CapturedWindowInfo& window)
 
 void WindowPickerModel::report(const Error& error)
 {
-    if (coordinator_->onCaptureError)
-        coordinator_->onCaptureError(std::string{capture_message::failedToCapture} + error.localizedDescription);
+    if (coordinator_.onCaptureError)
+        coordinator_.onCaptureError(std::string{capture_message::failedToCapture} + error.localizedDescription);
 }
 
 int WindowPickerModel::rowCount(const QModelIndex& parent) const
@@ -212,7 +212,7 @@ QVariant WindowPickerModel::data(const QModelIndex& index, int role) const
     case Symbol:
         return symbolName(QString::fromStdString(window.appName));
     case IsActive:
-        return coordinator_->selectedWindow() && coordinator_->selectedWindow()->id == window.id;
+        return coordinator_.selectedWindow() && coordinator_.selectedWindow()->id == window.id;
     default:
         return {};
     }

@@ -34,8 +34,7 @@ class WindowPickerModel final : public QAbstractListModel {
 public:
     enum Role { AppName = Qt::UserRole, Title, SizeText, Symbol, IsActive };
 
-    WindowPickerModel(
-        std::shared_ptr<WindowSelectionService> windowService, std::shared_ptr<CaptureCoordinator> coordinator, QObject* parent = nullptr);
+    WindowPickerModel(std::shared_ptr<WindowSelectionService> windowService, CaptureCoordinator& coordinator, QObject* parent = nullptr);
 
     /// Exactly one of these three is true, and says what stands in the middle of the picker.
     [[nodiscard]] bool isLoading() const { return windowService_->isLoading(); }
@@ -112,7 +111,7 @@ private:
     void report(const Error& error);
 
     std::shared_ptr<WindowSelectionService> windowService_;
-    std::shared_ptr<CaptureCoordinator> coordinator_;
+    CaptureCoordinator& coordinator_;
     QString searchText_;
     std::optional<std::uint32_t> selectedID_;
     std::vector<CapturedWindowInfo> filteredWindows_;
