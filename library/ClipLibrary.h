@@ -1,6 +1,7 @@
 // The clips in the output folder, and the choice of that folder.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "library/ClipItem.h"
 #include "platform/Workspace.h"
 
@@ -77,7 +78,7 @@ private:
     std::vector<std::weak_ptr<Changes>> observedChanges_;  ///< of whoever describes files meanwhile
 
     // Gone with the library, so that a late result finds nobody.
-    std::shared_ptr<ClipLibrary*> self_ = std::make_shared<ClipLibrary*>(this);
+    const SelfReference<ClipLibrary> self_{*this};
 };
 
 }  // namespace velmora

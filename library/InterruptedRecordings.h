@@ -33,7 +33,7 @@ public:
     void repair(const std::filesystem::path& directory, UniqueFunction<void(std::size_t)> completion);
 
     /// Looks through the library's folder now, and through another one when it is chosen; has the library look again where something was
-    /// repaired. Main thread.
+    /// repaired. `library` outlives this. Main thread.
     void follow(ClipLibrary& library);
 
     /// Returns when everything that was asked for has been looked at.

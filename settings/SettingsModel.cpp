@@ -1,7 +1,5 @@
 #include "settings/SettingsModel.h"
 
-#include <QPointer>
-
 #include <utility>
 
 namespace velmora {
@@ -77,8 +75,8 @@ void SettingsModel::chooseDestinationFolder()
     setFolderError({});
     services_.folderChooser->chooseFolder(
         {.title = "Choose Folder", .prompt = "Choose Folder", .directory = services_.library.effectiveOutputDirectory()},
-        [self = QPointer{this}](const Result<std::optional<std::filesystem::path>>& folder) {
-            if (self)
+        [weak = self_.weak()](const Result<std::optional<std::filesystem::path>>& folder) {
+            if (const auto self = weak.lock())
                 self->folderWasChosen(folder);
         });
 }

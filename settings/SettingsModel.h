@@ -1,6 +1,7 @@
 // What the settings show and do.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "library/ClipLibrary.h"
 #include "platform/FileManager.h"
 #include "platform/FolderChooser.h"
@@ -112,6 +113,7 @@ private:
     QString folderError_;
     bool isChoosingFolder_ = false;
     bool hasTray_ = true;
+    const SelfReference<SettingsModel> self_{*this};
 };
 
 }  // namespace velmora

@@ -61,11 +61,11 @@ platform::HotKeyStatus KeyboardShortcutManager::handleHotKeyEvent(const platform
 
 void KeyboardShortcutManager::handleHotKeyTrigger(std::uint32_t id)
 {
-    services_.mainExecutor->async([weak = std::weak_ptr(self_), id] {
+    services_.mainExecutor->async([weak = self_.weak(), id] {
         const auto self = weak.lock();
         if (!self || id != toggleRecordingHotKeyID)
             return;
-        auto& manager = **self;
+        auto& manager = *self;
         const auto now = manager.services_.clock->now();
         if (manager.lastRecordingTriggerTime_ && now - *manager.lastRecordingTriggerTime_ <= debounceInterval)
             return;

@@ -1,6 +1,7 @@
 // The global shortcut that starts and stops a recording.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "base/SerialQueue.h"
 #include "platform/Clock.h"
 #include "platform/HotKeyCenter.h"
@@ -100,7 +101,7 @@ private:
     std::optional<std::chrono::system_clock::time_point> lastRecordingTriggerTime_;  // none: the distant past
 
     // Gone with the manager, so that a late press finds nobody.
-    std::shared_ptr<KeyboardShortcutManager*> self_ = std::make_shared<KeyboardShortcutManager*>(this);
+    const SelfReference<KeyboardShortcutManager> self_{*this};
 };
 
 }  // namespace velmora

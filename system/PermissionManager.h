@@ -1,6 +1,7 @@
 // What this program knows of its permissions.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "base/SerialQueue.h"
 #include "platform/ScreenCaptureAccess.h"
 #include "platform/UserNotificationCenter.h"
@@ -66,7 +67,7 @@ private:
     bool hasNotificationPermission_ = false;
 
     // Gone with the manager, so that a late answer finds nobody.
-    std::shared_ptr<PermissionManager*> self_ = std::make_shared<PermissionManager*>(this);
+    const SelfReference<PermissionManager> self_{*this};
 };
 
 }  // namespace velmora

@@ -1,6 +1,7 @@
 // What the preview of a clip shows and does.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "library/ClipLibrary.h"
 #include "library/views/RunningExports.h"
 #include "platform/Asset.h"
@@ -171,7 +172,7 @@ private:
     std::vector<QImage> thumbnails_;
 
     // Gone with the model, so that a late result finds nobody.
-    std::shared_ptr<ClipPreviewModel*> self_ = std::make_shared<ClipPreviewModel*>(this);
+    const SelfReference<ClipPreviewModel> self_{*this};
 };
 
 }  // namespace velmora

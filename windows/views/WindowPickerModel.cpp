@@ -2,8 +2,6 @@
 
 #include "capture/CaptureMessages.h"
 
-#include <QPointer>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -69,7 +67,8 @@ void WindowPickerModel::viewWillAppear()
     setSearchText({});
     setSelectedID(std::nullopt);
     emit appeared();
-    windowService_->refreshWindows([self = QPointer{this}] {
+    windowService_->refreshWindows([weak = self_.weak()] {
+        const auto self = weak.lock();
         if (!self)
             return;
         const auto& chosen = self->coordinator_.selectedWindow();
@@ -121,7 +120,8 @@ void WindowPickerModel::start()
     if (!windowService_->needsRequest(chosen->id))
         return capture(*chosen);
     windowService_->requestWindow(
-        chosen->id, [self = QPointer{this}, request = ++request_](Result<std::optional<CapturedWindowInfo>> granted) {
+        chosen->id, [weak = self_.weak(), request = ++request_](Result<std::optional<CapturedWindowInfo>> granted) {
+            const auto self = weak.lock();
             if (!self)
                 return;
             if (!granted)
@@ -135,7 +135,8 @@ void WindowPickerModel::askForSound(const CapturedWindowInfo& window, int reques
 {
     if (request != request_)
         return windowService_->giveBackWindow(window.id);
-    windowService_->getSoundChoices(window.id, [self = QPointer{this}, window, request](std::optional<platform::SoundChoices> choices) {
+    windowService_->getSoundChoices(window.id, [weak = self_.weak(), window, request](std::optional<platform::SoundChoices> choices) {
+        const auto self = weak.lock();
         if (!self)
             return;
         if (request != self->request_)
@@ -175,7 +176,8 @@ void WindowPickerModel::cancel()
 void WindowPickerModel::capture(const CapturedWindowInfo& window)
 {
     isStarting_ = true;
-    coordinator_.selectWindowAndStartCapture(window, [self = QPointer{this}, id = window.id](const auto&) {
+    coordinator_.selectWindowAndStartCapture(window, [weak = self_.weak(), id = window.id](const auto&) {
+        const auto self = weak.lock();
         if (!self)
             return;
         self->isStarting_ = false;

@@ -1,6 +1,7 @@
 // What the window picker shows and does.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "capture/CaptureCoordinator.h"
 #include "windows/WindowSelectionService.h"
 #include "windows/views/SoundChoiceModel.h"
@@ -119,6 +120,7 @@ private:
     std::optional<CapturedWindowInfo> granted_;  ///< whose sound is being chosen
     bool isStarting_ = false;  ///< the capture that was asked for; it is not the picker's to end
     int request_ = 0;  ///< the last one; earlier ones are abandoned
+    const SelfReference<WindowPickerModel> self_{*this};
 };
 
 }  // namespace velmora
