@@ -25,16 +25,6 @@ constexpr std::int64_t answerTimeout = 2'000'000'000;
 // Stamps are the graph's own clock: exact, but for the blocks that InputTimeline exists for.
 constexpr std::int64_t stampTolerance = 1'000'000;
 
-void initializeLibrary()
-{
-    // Never undone: the library may serve other parts of the program, too.
-    static const bool done = [] {
-        pw_init(nullptr, nullptr);
-        return true;
-    }();
-    static_cast<void>(done);
-}
-
 }  // namespace
 
 /// Everything between start and stop. Its objects belong to the loop's thread; start touches them under the loop's lock, the
@@ -86,9 +76,10 @@ private:
 
 Result<void> PipeWireAudioSource::Session::start()
 {
-    loop_.reset(pw_thread_loop_new("velmora-sound", nullptr));
-    if (!loop_)
-        return fail(posixError(errno, "PipeWire gave no event loop"));
+    auto made = makeThreadLoop("velmora-sound");
+    if (!made)
+        return fail(std::move(made.error()));
+    loop_ = std::move(*made);
     auto* loop = pw_thread_loop_get_loop(loop_.get());
     // The configuration for clients that process in real time: it raises the priority of the thread that copies.
     context_.reset(pw_context_new(loop, pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0));
@@ -174,7 +165,6 @@ Result<void> PipeWireAudioSource::start(const engine::AudioTarget& target, engin
 {
     if (auto supported = engine::checkFormat(format); !supported)
         return supported;
-    initializeLibrary();
     auto session = std::make_unique<Session>(target, format, std::move(block));
     if (auto started = session->start(); !started)
         return started;

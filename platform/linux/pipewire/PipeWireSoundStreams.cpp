@@ -112,9 +112,10 @@ const pw_node_events Look::nodeEvents = [] {
 
 Result<std::vector<engine::SoundStream>> Look::take()
 {
-    loop_.reset(pw_main_loop_new(nullptr));
-    if (!loop_)
-        return fail(posixError(errno, "PipeWire gave no event loop"));
+    auto made = makeMainLoop();
+    if (!made)
+        return fail(std::move(made.error()));
+    loop_ = std::move(*made);
     auto* loop = pw_main_loop_get_loop(loop_.get());
     timer_ = LoopSource{loop,
         pw_loop_add_timer(
@@ -198,12 +199,6 @@ std::vector<engine::SoundStream> Look::streams() const
 
 Result<std::vector<engine::SoundStream>> listPipeWireSoundStreams()
 {
-    // Never undone: the library may serve other parts of the program, too.
-    static const bool isInitialized = [] {
-        pw_init(nullptr, nullptr);
-        return true;
-    }();
-    static_cast<void>(isInitialized);
     return Look{}.take();
 }
 

@@ -38,16 +38,6 @@ std::string applicationOf(const spa_dict* properties)
     return {};
 }
 
-void initializeLibrary()
-{
-    // Never undone: the library may serve other parts of the program, too.
-    static const bool done = [] {
-        pw_init(nullptr, nullptr);
-        return true;
-    }();
-    static_cast<void>(done);
-}
-
 }  // namespace
 
 /// Its objects belong to the loop's thread; others touch them under the loop's lock.
@@ -185,10 +175,10 @@ CastStream::Session::~Session()
 
 Result<void> CastStream::Session::start(FileDescriptor remote)
 {
-    initializeLibrary();
-    loop_.reset(pw_thread_loop_new("velmora-cast", nullptr));
-    if (!loop_)
-        return fail(posixError(errno, "PipeWire gave no event loop"));
+    auto made = makeThreadLoop("velmora-cast");
+    if (!made)
+        return fail(std::move(made.error()));
+    loop_ = std::move(*made);
     context_.reset(pw_context_new(loop(), nullptr, 0));
     if (!context_)
         return fail(posixError(errno, "PipeWire gave no context"));

@@ -71,13 +71,14 @@ private:
 
 Result<void> PulseAudioSource::Session::start()
 {
-    loop_.reset(pa_threaded_mainloop_new());
-    if (!loop_)
-        return fail(pulseErrorDomain, PA_ERR_INTERNAL, "PulseAudio gave no event loop.");
-    pa_threaded_mainloop_set_name(loop_.get(), "velmora-sound");
-    timers_.reset(pa_context_new(api(), "Velmora"));
-    if (!timers_)
-        return fail(pulseErrorDomain, PA_ERR_INTERNAL, "PulseAudio gave no context.");
+    auto loop = makePulseLoop("velmora-sound");
+    if (!loop)
+        return fail(std::move(loop.error()));
+    loop_ = std::move(*loop);
+    auto timers = makePulseContext(api());
+    if (!timers)
+        return fail(std::move(timers.error()));
+    timers_ = std::move(*timers);
     if (auto connected = connect(); !connected)
         return connected;
     timer_ = pa_context_rttime_new(

@@ -38,10 +38,11 @@ Result<std::unique_ptr<PulseConnection>> PulseConnection::create(pa_mainloop_api
     engine::AudioSourceFormat format, engine::BlockDelivery& delivery, std::function<void()> changed)
 {
     std::unique_ptr<PulseConnection> connection{new PulseConnection(matcher, format, delivery, std::move(changed))};
+    auto made = makePulseContext(api);
+    if (!made)
+        return fail(std::move(made.error()));
     auto& context = connection->context_;
-    context.reset(pa_context_new(api, "Velmora"));
-    if (!context)
-        return fail(pulseErrorDomain, PA_ERR_INTERNAL, "PulseAudio gave no context.");
+    context = std::move(*made);
     pa_context_set_state_callback(
         context.get(), [](pa_context*, void* self) { static_cast<PulseConnection*>(self)->onContextState(); }, connection.get());
     pa_context_set_subscribe_callback(
