@@ -1,12 +1,13 @@
 #include "platform/linux/pipewire/PipeWireSoundStreams.h"
 
+#include "base/MonotonicClock.h"
 #include "platform/linux/pipewire/Dictionary.h"
 #include "platform/linux/pipewire/PipeWireHandles.h"
 
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cstring>
-#include <ctime>
 #include <map>
 #include <memory>
 #include <string>
@@ -16,7 +17,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr timespec patience{2, 0};
+constexpr std::chrono::seconds patience{2};
 
 /// One look at the server, in the loop of whoever asks.
 class Look {
@@ -133,7 +134,7 @@ Result<std::vector<engine::SoundStream>> Look::take()
     registry_.reset(reinterpret_cast<pw_proxy*>(registry));
     pw_registry_add_listener(registry, registryListener_.get(), &registryEvents, this);
     ask();
-    timespec once = patience;
+    auto once = toTimespec(patience);
     pw_loop_update_timer(loop, timer_.get(), &once, nullptr, false);
     pw_main_loop_run(loop_.get());
     if (error_ != 0)

@@ -3,6 +3,7 @@
 #include "base/MonotonicClock.h"
 #include "platform/linux/pulse/PulseProperties.h"
 
+#include <chrono>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -13,7 +14,7 @@ namespace velmora::linux_backend {
 namespace {
 
 // Stamps are interpolated between the reports of the server and its own estimates of its delays.
-constexpr std::int64_t stampTolerance = 20'000'000;
+constexpr std::chrono::milliseconds stampTolerance{20};
 
 // What one read brings. Short enough for the track to stay near, long enough to leave the sink's own rhythm alone.
 constexpr std::uint32_t framesPerFragment = 2048;
@@ -207,12 +208,12 @@ void PulseConnection::read(Recording& recording)
     const void* data = nullptr;
     std::size_t size = 0;
     while (pa_stream_peek(stream, &data, &size) == 0 && size > 0) {
-        const auto now = monotonicNow();
+        const auto now = MonotonicClock::now();
         pa_usec_t latency = 0;
         int negative = 0;
         // Before the first report of the server nothing is known of the time: at most the very beginning.
         if (pa_stream_get_latency(stream, &latency, &negative) == 0) {
-            const auto delay = static_cast<std::int64_t>(latency) * 1000;
+            const std::chrono::microseconds delay{static_cast<std::int64_t>(latency)};
             // A monitor is ahead of its sink: what it brings is often still to be heard.
             const auto stamp = negative ? now + delay : now - delay;
             const auto count = size / frameSize * static_cast<std::size_t>(format_.channelCount);
@@ -223,7 +224,7 @@ void PulseConnection::read(Recording& recording)
         }
         pa_stream_drop(stream);
     }
-    delivery_.deliver(monotonicNow());
+    delivery_.deliver(MonotonicClock::now());
 }
 
 void PulseConnection::forget(std::uint32_t sinkInput)
