@@ -40,7 +40,7 @@ void AppControl::activate()
 {
     if (!services_.userDefaults->boolean(hasCompletedWalkthroughKey))
         services_.windows->presentOnboarding();
-    else if (services_.coordinator->selectedWindow())
+    else if (services_.coordinator.selectedWindow())
         services_.showMenu();
     else
         services_.windows->presentWindowPicker();
@@ -48,7 +48,7 @@ void AppControl::activate()
 
 void AppControl::toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells)
 {
-    auto& coordinator = *services_.coordinator;
+    auto& coordinator = services_.coordinator;
     if (coordinator.isRecording())
         return coordinator.stopRecording(savedClip(std::move(completion)), std::move(callerTells));
     if (const auto started = coordinator.startRecording(callerTells))
@@ -101,7 +101,7 @@ void AppControl::selectWindow(
 void AppControl::capture(
     const CapturedWindowInfo& window, std::string remark, UniqueFunction<void(Result<std::string>)> completion, CallerTells callerTells)
 {
-    services_.coordinator->selectWindowAndStartCapture(
+    services_.coordinator.selectWindowAndStartCapture(
         window,
         [this, id = window.id, remark = std::move(remark), completion = std::move(completion)](
             const Result<CaptureCoordinator::StartOutcome>& outcome) mutable {
@@ -119,7 +119,7 @@ void AppControl::capture(
 
 void AppControl::stopCapture(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells)
 {
-    auto& coordinator = *services_.coordinator;
+    auto& coordinator = services_.coordinator;
     if (coordinator.isRecording())
         return coordinator.stopRecordingAndCapture(savedClip(std::move(completion)), std::move(callerTells));
     coordinator.stopCapture();
@@ -128,12 +128,12 @@ void AppControl::stopCapture(UniqueFunction<void(Result<SavedClip>)> completion,
 
 QJsonObject AppControl::status() const
 {
-    const auto& coordinator = *services_.coordinator;
+    const auto& coordinator = services_.coordinator;
     QJsonObject status{
         {QStringLiteral("state"), QLatin1String{name(coordinator.state())}},
         {QStringLiteral("description"), text(coordinator.state().statusDescription())},
         {QStringLiteral("isRecording"), coordinator.isRecording()},
-        {QStringLiteral("shortcutIsRegistered"), services_.shortcutManager->isRegistered()},
+        {QStringLiteral("shortcutIsRegistered"), services_.shortcutManager.isRegistered()},
     };
     if (const auto& window = coordinator.selectedWindow()) {
         status.insert(QStringLiteral("window"),
@@ -147,9 +147,9 @@ QJsonObject AppControl::status() const
         status.insert(QStringLiteral("lastSavedClip"), bus_requests::text(*clip));
     if (const auto notice = services_.notice ? services_.notice() : std::string{}; !notice.empty())
         status.insert(QStringLiteral("notice"), text(notice));
-    if (const auto& error = services_.shortcutManager->registrationErrorMessage())
+    if (const auto& error = services_.shortcutManager.registrationErrorMessage())
         status.insert(QStringLiteral("shortcutError"), text(*error));
-    if (const auto explanation = services_.permissionManager->screenRecordingExplanation(); !explanation.empty())
+    if (const auto explanation = services_.permissionManager.screenRecordingExplanation(); !explanation.empty())
         status.insert(QStringLiteral("permissionExplanation"), text(explanation));
     return status;
 }

@@ -22,9 +22,9 @@ namespace velmora {
 class AppControl final : public InstanceControl {
 public:
     struct Services {
-        std::shared_ptr<CaptureCoordinator> coordinator;
-        std::shared_ptr<PermissionManager> permissionManager;
-        std::shared_ptr<KeyboardShortcutManager> shortcutManager;
+        CaptureCoordinator& coordinator;
+        PermissionManager& permissionManager;
+        KeyboardShortcutManager& shortcutManager;
         std::shared_ptr<WindowSelectionService> windowService;
         std::shared_ptr<WindowPresenting> windows;
         std::shared_ptr<platform::UserDefaults> userDefaults;

@@ -53,22 +53,21 @@ AppDelegate::AppDelegate(Private, Services services) : services_(std::move(servi
 void AppDelegate::applicationDidFinishLaunching()
 {
     menuBarController_ = services_.makeMenuBarController(weak_from_this());
-    services_.coordinator->onClipSaved = [self = weak_from_this()](
-                                             const std::filesystem::path& clip, double duration, bool isFullDuration) {
+    services_.coordinator.onClipSaved = [self = weak_from_this()](const std::filesystem::path& clip, double duration, bool isFullDuration) {
         if (const auto delegate = self.lock())
             delegate->clipWasSaved(clip, duration, isFullDuration);
     };
-    services_.coordinator->onCaptureError = [self = weak_from_this()](const std::string& message) {
+    services_.coordinator.onCaptureError = [self = weak_from_this()](const std::string& message) {
         if (const auto delegate = self.lock())
             delegate->captureFailed(message);
     };
     // The image follows the state however it changes: by the shortcut, by a window that closes, by sleep.
     QObject::connect(
-        services_.coordinator.get(), &CaptureCoordinator::stateChanged, menuBarController_.get(), &MenuBarController::updateStatusItemIcon);
+        &services_.coordinator, &CaptureCoordinator::stateChanged, menuBarController_.get(), &MenuBarController::updateStatusItemIcon);
 
     observeRecordings();
 
-    if (!services_.userDefaults->boolean(hasCompletedWalkthroughKey) || !services_.permissionManager->hasScreenRecordingPermission())
+    if (!services_.userDefaults->boolean(hasCompletedWalkthroughKey) || !services_.permissionManager.hasScreenRecordingPermission())
         presentOnboarding();
 }
 
@@ -78,9 +77,9 @@ void AppDelegate::observeRecordings()
     const auto& observer = services_.recordingObserver;
     if (!observer)
         return;
-    observer->onNothingMoreCanBeWritten = [coordinator = std::weak_ptr(services_.coordinator)](const std::string&) {
-        if (const auto running = coordinator.lock())
-            running->stopRecording();
+    observer->onNothingMoreCanBeWritten = [self = weak_from_this()](const std::string&) {
+        if (const auto delegate = self.lock())
+            delegate->services_.coordinator.stopRecording();
     };
     observer->onFileWasMoved = [notifications = services_.notificationController](
                                    const std::filesystem::path& place) { notifications->showClipMoved(place); };
@@ -107,7 +106,7 @@ void AppDelegate::applicationShouldTerminate(UniqueFunction<void()> terminate)
 {
     // After the end of a recording that was asked for just before.
     services_.mainExecutor->async([self = shared_from_this(), terminate = std::move(terminate)]() mutable {
-        self->services_.coordinator->stopCapture();
+        self->services_.coordinator.stopCapture();
         self->awaitSaves(std::move(terminate));
     });
 }
@@ -115,7 +114,7 @@ void AppDelegate::applicationShouldTerminate(UniqueFunction<void()> terminate)
 void AppDelegate::awaitSaves(UniqueFunction<void()> completion)
 {
     ++saveWaits_;
-    services_.coordinator->notifyWhenSaved([self = shared_from_this(), completion = std::move(completion)]() mutable {
+    services_.coordinator.notifyWhenSaved([self = shared_from_this(), completion = std::move(completion)]() mutable {
         --self->saveWaits_;
         self->updateNotice();
         completion();
@@ -125,7 +124,7 @@ void AppDelegate::awaitSaves(UniqueFunction<void()> completion)
 
 void AppDelegate::applicationWillTerminate()
 {
-    services_.coordinator->stopCapture();
+    services_.coordinator.stopCapture();
 }
 
 void AppDelegate::clipWasSaved(const std::filesystem::path& clip, double duration, bool isFullDuration)
@@ -138,14 +137,14 @@ void AppDelegate::clipWasSaved(const std::filesystem::path& clip, double duratio
 void AppDelegate::captureFailed(const std::string& message)
 {
     std::string text = std::exchange(heldMessage_, {});
-    if (!services_.coordinator->isToldByCallers()) {
+    if (!services_.coordinator.isToldByCallers()) {
         if (!text.empty())
             text += "\n\n";
         text += services_.recordingObserver ? services_.recordingObserver->explained(message) : message;
     }
     if (text.empty())
         return;
-    if (services_.coordinator->isStopInVain()) {
+    if (services_.coordinator.isStopInVain()) {
         heldMessage_ = std::move(text);
         return;
     }
@@ -158,7 +157,7 @@ void AppDelegate::present(std::shared_ptr<ApplicationWindow>& window, const Wind
 {
     if (!window || description.content == WindowContent::clipPreview)
         window = services_.windows->makeWindow(description);
-    window->makeKeyAndOrderFront(description.content == WindowContent::onboarding);
+    window->makeKeyAndOrderFront();
 }
 
 void AppDelegate::presentOnboarding()

@@ -23,8 +23,8 @@ class AppDelegate final : public std::enable_shared_from_this<AppDelegate>, publ
 
 public:
     struct Services {
-        std::shared_ptr<CaptureCoordinator> coordinator;
-        std::shared_ptr<PermissionManager> permissionManager;
+        CaptureCoordinator& coordinator;
+        PermissionManager& permissionManager;
         std::shared_ptr<platform::UserDefaults> userDefaults;
         std::shared_ptr<ApplicationWindowFactory> windows;
         std::shared_ptr<AlertPresenter> alerts;

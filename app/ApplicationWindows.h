@@ -30,9 +30,8 @@ class ApplicationWindow {
 public:
     virtual ~ApplicationWindow() = default;
 
-    /// Shows the window, gives it the focus and brings it to the front, on the current workspace. `regardless`: even above the windows
-    /// of other programs.
-    virtual void makeKeyAndOrderFront(bool regardless) = 0;
+    /// Shows the window, gives it the focus and brings it to the front, on the current workspace, even above other programs' windows.
+    virtual void makeKeyAndOrderFront() = 0;
 };
 
 class ApplicationWindowFactory {

@@ -1,7 +1,7 @@
 #include "app/KeptRecording.h"
 
 #include "app/ForwardingAssetWriter.h"
-#include "capture/ClipExporterError.h"
+#include "capture/replay/ClipExporterError.h"
 
 #include <cerrno>
 #include <utility>

@@ -4,9 +4,11 @@
 #include "app/NewFile.h"
 #include "app/RecordingObserver.h"
 #include "app/TerminationSignals.h"
+#include "base/MonotonicClock.h"
 #include "capture/CaptureMessages.h"
 #include "capture/ScreenCaptureKitService.h"
 #include "library/PathUtilities.h"
+#include "media/LiveTime.h"
 #include "windows/SoundDecision.h"
 #include "windows/WindowSelectionService.h"
 
@@ -29,11 +31,6 @@ using namespace std::chrono_literals;
 
 constexpr auto progressInterval = 250ms;
 constexpr auto soundIsRecentFor = 1500ms;
-
-std::chrono::nanoseconds monotonicNow()
-{
-    return std::chrono::steady_clock::now().time_since_epoch();
-}
 
 class RecordCommand final : public ScreenCaptureKitServiceDelegate, public std::enable_shared_from_this<RecordCommand> {
 public:
@@ -196,10 +193,10 @@ private:
 
     void firstSampleIsWritten(MediaTime time)
     {
-        firstSample_ = std::chrono::nanoseconds{time.converted(MediaTime::nanosecondScale).value};
+        firstSample_ = momentOf(time);
         if (!command_.duration)
             return;
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(firstSample_ + *command_.duration - monotonicNow());
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*firstSample_ + *command_.duration - MonotonicClock::now());
         QTimer::singleShot(std::max(left, 0ms), Qt::PreciseTimer, &signals_, [this] { endRecording(); });
     }
 
@@ -275,7 +272,7 @@ private:
             return;
         std::error_code ignored;
         const auto bytes = url_.empty() ? 0 : std::filesystem::file_size(url_, ignored);
-        const auto elapsed = firstSample_ == 0ns ? 0ns : monotonicNow() - firstSample_;
+        const auto elapsed = firstSample_ ? MonotonicClock::now() - *firstSample_ : 0ns;
         const auto seconds = std::chrono::duration<double>(elapsed).count();
         std::fprintf(stderr, "\r\033[K%7.1f s   %llu frames   %llu dropped   %.1f MB   %s", seconds,
             static_cast<unsigned long long>(meter_->writtenFrames), static_cast<unsigned long long>(meter_->droppedFrames),
@@ -287,8 +284,8 @@ private:
     {
         if (!meter_->writesSound)
             return "without sound";
-        const std::chrono::nanoseconds last{meter_->lastSoundNanoseconds};
-        return last != 0ns && monotonicNow() - last < soundIsRecentFor ? "sound" : "no sound arriving";
+        const auto last = meter_->lastSound.load();
+        return last != MonotonicTime{} && MonotonicClock::now() - last < soundIsRecentFor ? "sound" : "no sound arriving";
     }
 
     void clearProgress()
@@ -307,7 +304,7 @@ private:
     TerminationSignals signals_;
     QTimer progress_;
     std::filesystem::path url_;
-    std::chrono::nanoseconds firstSample_ = 0ns;
+    std::optional<MonotonicTime> firstSample_;
     std::optional<std::string> earlyEnd_;  ///< why, where nobody asked for the end
     std::string whyNothing_ = "Nothing has been recorded yet.";  ///< what the user is told if the end comes before the first picture
     bool isEnding_ = false;

@@ -1,6 +1,7 @@
 #include "app/RecordingMeter.h"
 
 #include "app/ForwardingAssetWriter.h"
+#include "media/LiveTime.h"
 
 #include <algorithm>
 #include <string>
@@ -53,7 +54,7 @@ public:
         if (mediaType_ == MediaType::video)
             countFrame(*sample, appended);
         else if (appended && !isSilent(*sample))
-            meter_->lastSoundNanoseconds = sample->presentationTimeStamp.converted(MediaTime::nanosecondScale).value;
+            meter_->lastSound = momentOf(sample->presentationTimeStamp);
         return appended;
     }
 

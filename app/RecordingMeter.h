@@ -1,6 +1,7 @@
 // What a recording is doing, for a progress line: counted between the features and the back end, which know nothing of it.
 #pragma once
 
+#include "base/MonotonicClock.h"
 #include "media/MediaTime.h"
 #include "platform/AssetWriter.h"
 #include "platform/CaptureStream.h"
@@ -41,7 +42,7 @@ public:
     std::atomic<std::uint64_t> writtenFrames = 0;
     std::atomic<std::uint64_t> droppedFrames = 0;  ///< not encoded, or not accepted by the file
     std::atomic<bool> writesSound = false;  ///< the file has sound at all
-    std::atomic<std::int64_t> lastSoundNanoseconds = 0;  ///< time stamp of the last block that was not silent; 0 when none was
+    std::atomic<MonotonicTime> lastSound{};  ///< time stamp of the last block that was not silent; the clock's zero when none was
 
     /// Called once, on a thread of the encoder's, when its first picture comes out: it is ready. That picture goes nowhere, or a file that is
     /// opened quickly would begin with it and lack those that the encoder dropped meanwhile. Set before the capture starts.

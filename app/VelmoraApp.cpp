@@ -7,6 +7,7 @@
 #include "app/MainThreadClock.h"
 #include "app/MainThreadExecutor.h"
 #include "app/RecordingObserver.h"
+#include "app/SharedInstances.h"
 #include "app/TerminationSignals.h"
 #include "app/control/ControlCommands.h"
 #include "app/control/InstanceBus.h"
@@ -77,39 +78,33 @@ platform::ApplicationIcon applicationIcon()
 /// Everything that lives as long as the program, from the ground up.
 class VelmoraApp {
 public:
-    explicit VelmoraApp(QApplication& application) : mainExecutor_(std::make_shared<MainThreadExecutor>())
+    explicit VelmoraApp(QApplication& application) : mainExecutor_(std::make_shared<MainThreadExecutor>()), services_(installServices())
     {
-        SharedServices::install({recordingObserver_->observed(platform::makePlatformServices(mainExecutor_, applicationIcon)),
-            mainExecutor_, std::make_shared<MainThreadClock>()});
-        const auto& services = SharedServices::current();
-        Log::setSink(services.platform.logSink);
-
-        followTheDesktopsMotion(*services.platform.workspace);
-        const auto alerts = makeAlertWindows(services.platform.windowActivation);
-        const auto windows = std::make_shared<QuickWindowFactory>(
-            services.platform.windowActivation, [runningExports = runningExports_](const WindowDescription& description) {
-                return makeWindowContent(description, SharedServices::current(), runningExports);
-            });
+        followTheDesktopsMotion(*services_.platform.workspace);
+        const auto alerts = makeAlertWindows(services_.platform.windowActivation);
+        const auto windows = std::make_shared<QuickWindowFactory>(services_.platform.windowActivation,
+            [parts = WindowContentParts{services_, instances_, runningExports_, presentingWindows}](
+                const WindowDescription& description) { return makeWindowContent(description, parts); });
         appDelegate_ = AppDelegate::create({
-            .coordinator = CaptureCoordinator::shared(),
-            .permissionManager = PermissionManager::shared(),
-            .userDefaults = services.platform.userDefaults,
+            .coordinator = instances_.coordinator,
+            .permissionManager = instances_.permissionManager,
+            .userDefaults = services_.platform.userDefaults,
             .windows = windows,
             .alerts = alerts,
-            .notificationController = makeNotificationController(services),
+            .notificationController = makeNotificationController(services_),
             .mainExecutor = mainExecutor_,
             .makeMenuBarController =
                 [this, alerts](std::weak_ptr<WindowPresenting> presenting) {
                     return std::make_unique<MenuBarController>(
                         MenuBarController::Services{
-                            .coordinator = CaptureCoordinator::shared(),
-                            .library = ClipLibrary::shared(),
-                            .workspace = SharedServices::current().platform.workspace,
+                            .coordinator = instances_.coordinator,
+                            .library = instances_.library,
+                            .workspace = services_.platform.workspace,
                             .alerts = alerts,
                             .windows = std::move(presenting),
                             .terminate = [this] { terminate(); },
                         },
-                        makeTrayStatusItem(SharedServices::current().platform.trayAppearance));
+                        makeTrayStatusItem(services_.platform.trayAppearance));
                 },
             .recordingObserver = recordingObserver_,
         });
@@ -125,13 +120,12 @@ public:
         appDelegate_->applicationDidFinishLaunching();
         auto* menuBar = appDelegate_->menuBarController();
         control_ = std::make_unique<AppControl>(AppControl::Services{
-            .coordinator = CaptureCoordinator::shared(),
-            .permissionManager = PermissionManager::shared(),
-            .shortcutManager = KeyboardShortcutManager::shared(),
-            .windowService = std::make_shared<WindowSelectionService>(
-                SharedServices::current().platform.shareableContent, SharedServices::current().mainExecutor),
+            .coordinator = instances_.coordinator,
+            .permissionManager = instances_.permissionManager,
+            .shortcutManager = instances_.shortcutManager,
+            .windowService = std::make_shared<WindowSelectionService>(services_.platform.shareableContent, mainExecutor_),
             .windows = appDelegate_,
-            .userDefaults = SharedServices::current().platform.userDefaults,
+            .userDefaults = services_.platform.userDefaults,
             .showMenu = [this, menuBar] { showMenu(*menuBar); },
             .quit =
                 [menuBar] {
@@ -143,9 +137,8 @@ public:
             .recordingObserver = recordingObserver_,
         });
         bus.serve(*control_);
-        const auto& platform = SharedServices::current().platform;
-        interruptedRecordings_.emplace(platform.fileManager, platform.assetRepairer, mainExecutor_);
-        interruptedRecordings_->follow(*ClipLibrary::shared());
+        interruptedRecordings_.emplace(services_.platform.fileManager, services_.platform.assetRepairer, mainExecutor_);
+        interruptedRecordings_->follow(instances_.library);
         followTheClipsFolder();
         if (!hasTray())
             showMenu(*menuBar);
@@ -155,24 +148,34 @@ public:
     void finish()
     {
         runningExports_->cancelAll();
-        CaptureCoordinator::shared()->drain();
+        instances_.coordinator.drain();
     }
 
 private:
+    [[nodiscard]] const SharedServices& installServices() const
+    {
+        SharedServices::install({recordingObserver_->observed(platform::makePlatformServices(mainExecutor_, applicationIcon)),
+            mainExecutor_, std::make_shared<MainThreadClock>()});
+        const auto& services = SharedServices::current();
+        Log::setSink(services.platform.logSink);
+        return services;
+    }
+
+    static std::shared_ptr<WindowPresenting> presentingWindows() { return AppDelegate::shared(); }
+
     // Commands make clips there too, and people with a file browser.
     void followTheClipsFolder()
     {
-        const auto watch = [this] { folderWatch_.watch(ClipLibrary::shared()->effectiveOutputDirectory()); };
-        QObject::connect(ClipLibrary::shared().get(), &ClipLibrary::recentClipsChanged, &folderWatch_, watch);
+        const auto watch = [this] { folderWatch_.watch(instances_.library.effectiveOutputDirectory()); };
+        QObject::connect(&instances_.library, &ClipLibrary::recentClipsChanged, &folderWatch_, watch);
         watch();
     }
 
-    static void reloadClips()
+    void reloadClips()
     {
         // A scan makes the folder; one that somebody deleted stays away until there is a clip for it.
-        const auto library = ClipLibrary::shared();
-        if (SharedServices::current().platform.fileManager->fileExists(library->effectiveOutputDirectory()))
-            library->reloadClips();
+        if (services_.platform.fileManager->fileExists(instances_.library.effectiveOutputDirectory()))
+            instances_.library.reloadClips();
     }
 
     static void followTheDesktopsMotion(platform::Workspace& workspace)
@@ -192,15 +195,15 @@ private:
             .workspace = workspace,
             .clock = services.clock,
             .mainExecutor = services.mainExecutor,
-            .windows = [] { return AppDelegate::shared(); },
+            .windows = presentingWindows,
             .makePanel =
                 [workspace, sharing, activation = services.platform.windowActivation, floating = services.platform.floatingWindows] {
                     return makeHudPanelWindow(
                         {
                             .preview =
                                 [](const std::filesystem::path& clip) {
-                                    if (const auto delegate = AppDelegate::shared())
-                                        delegate->presentClipPreview(clip);
+                                    if (const auto windows = presentingWindows())
+                                        windows->presentClipPreview(clip);
                                 },
                             .share = [sharing](const std::filesystem::path& clip,
                                          const QPoint& position) { popUpShareMenu(sharing, clip, position); },
@@ -235,15 +238,17 @@ private:
         if (hasTray())
             return menuBar.statusItem().popUpMenu();
         if (!statusWindow_)
-            statusWindow_ = makeStatusWindow(menuBar, *CaptureCoordinator::shared(), SharedServices::current().platform.windowActivation);
-        statusWindow_->makeKeyAndOrderFront(false);
+            statusWindow_ = makeStatusWindow(menuBar, instances_.coordinator, services_.platform.windowActivation);
+        statusWindow_->makeKeyAndOrderFront();
     }
 
     const std::shared_ptr<MainThreadExecutor> mainExecutor_;
     const std::shared_ptr<RecordingObserver> recordingObserver_ = RecordingObserver::create(mainExecutor_);
+    const SharedServices& services_;
+    const SharedInstances instances_{};
     const std::shared_ptr<RunningExports> runningExports_ = std::make_shared<RunningExports>();
     TerminationSignals signals_;
-    FolderWatch folderWatch_{reloadClips};
+    FolderWatch folderWatch_{[this] { reloadClips(); }};
     std::optional<InterruptedRecordings> interruptedRecordings_;
     std::shared_ptr<AppDelegate> appDelegate_;
     std::unique_ptr<AppControl> control_;

@@ -31,14 +31,14 @@ std::shared_ptr<CaptureCoordinator> CaptureCoordinator::create(Services services
 {
     auto coordinator = std::make_shared<CaptureCoordinator>(Private{}, std::move(services));
     coordinator->services_.captureService->setDelegate(coordinator);
-    coordinator->services_.shortcutManager->setDelegate(coordinator);
+    coordinator->services_.shortcutManager.setDelegate(coordinator);
     coordinator->observeWorkspace();
-    if (coordinator->services_.permissionManager->hasScreenRecordingPermission())
+    if (coordinator->services_.permissionManager.hasScreenRecordingPermission())
         coordinator->setState({CaptureState::WaitingForWindowSelection{}});
     return coordinator;
 }
 
-std::shared_ptr<CaptureCoordinator> CaptureCoordinator::shared()
+CaptureCoordinator& CaptureCoordinator::shared()
 {
     static const auto& instance = *new std::shared_ptr<CaptureCoordinator>([] {
         const auto& shared = SharedServices::current();
@@ -63,7 +63,7 @@ std::shared_ptr<CaptureCoordinator> CaptureCoordinator::shared()
             .mainExecutor = shared.mainExecutor,
         });
     }());
-    return instance;
+    return *instance;
 }
 
 CaptureCoordinator::CaptureCoordinator(Private, Services services)
@@ -94,7 +94,7 @@ void CaptureCoordinator::observeWorkspace()
         .didWake =
             [later] {
                 Log::app().info(log_line::systemWoke);
-                later([](CaptureCoordinator& self) { self.services_.permissionManager->checkPermissions(); });
+                later([](CaptureCoordinator& self) { self.services_.permissionManager.checkPermissions(); });
             },
         .screenParametersDidChange = [] { Log::app().info(log_line::displayConfigurationChanged); },
         .accessibilityDisplayOptionsDidChange = {},
@@ -103,7 +103,7 @@ void CaptureCoordinator::observeWorkspace()
 
 void CaptureCoordinator::selectWindowAndStartCapture(const CapturedWindowInfo& window, StartCompletion completion, CallerTells callerTells)
 {
-    if (!services_.permissionManager->hasScreenRecordingPermission()) {
+    if (!services_.permissionManager.hasScreenRecordingPermission()) {
         setState({CaptureState::NotConfigured{}});
         return completion(
             fail(report({errorDomain, notPermitted, std::string{capture_message::permissionRequired}, nullptr}, isTold(callerTells))));
@@ -144,7 +144,7 @@ Result<void> CaptureCoordinator::startRecording(const CallerTells& callerTells)
 {
     if (!selectedWindow_ || !services_.captureService->isCapturing())
         return fail(report({errorDomain, noWindow, std::string{capture_message::selectWindowFirst}, nullptr}, isTold(callerTells)));
-    const auto folder = services_.library->effectiveOutputDirectory();
+    const auto folder = services_.library.effectiveOutputDirectory();
     PathUtilities::ensureDirectoryExists(folder, *services_.fileManager);
     const auto url = PathUtilities::generateUniqueFileURL(
         folder, PathUtilities::prefixRecording, *services_.fileManager, PathUtilities::defaultExtension, services_.clock->now());
@@ -202,7 +202,7 @@ void CaptureCoordinator::recordingWasFinished(
         leave(recording);
         return answer(std::move(callers), fail(report(withPrefix(capture_message::failedToSave, result.error()), isToldByAll)));
     }
-    services_.library->addClip(*result, [self = shared_from_this(), recording, callers = std::move(callers), clip = *result]() mutable {
+    services_.library.addClip(*result, [self = shared_from_this(), recording, callers = std::move(callers), clip = *result]() mutable {
         self->recordingWasSaved(recording, clip);
         self->answer(std::move(callers), clip);
     });
@@ -210,7 +210,6 @@ void CaptureCoordinator::recordingWasFinished(
 
 void CaptureCoordinator::recordingWasSaved(const CaptureState& recording, const std::filesystem::path& clip)
 {
-    emit objectWillChange();
     lastSavedClipURL_ = clip;
     emit lastSavedClipURLChanged();
     leave(recording);
@@ -268,14 +267,12 @@ Error CaptureCoordinator::report(Error error, bool isToldByCallers)
 
 void CaptureCoordinator::setState(CaptureState state)
 {
-    emit objectWillChange();
     state_ = std::move(state);
     emit stateChanged();
 }
 
 void CaptureCoordinator::setSelectedWindow(std::optional<CapturedWindowInfo> window)
 {
-    emit objectWillChange();
     selectedWindow_ = std::move(window);
     emit selectedWindowChanged();
 }

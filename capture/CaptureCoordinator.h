@@ -3,8 +3,8 @@
 
 #include "base/WaitGroup.h"
 #include "capture/CaptureState.h"
-#include "capture/ClipExporter.h"
 #include "capture/ScreenCaptureKitService.h"
+#include "capture/replay/ClipExporter.h"
 #include "library/ClipLibrary.h"
 #include "platform/Clock.h"
 #include "platform/Workspace.h"
@@ -23,8 +23,8 @@
 namespace velmora {
 
 /// Main thread only. While an operation waits for the service or the library, others may run: the last start wins, a stop voids a start
-/// in flight, and a recording may begin while the one before is being saved. Every change of a property is announced by
-/// objectWillChange() before it takes effect and by the property's own signal after.
+/// in flight, and a recording may begin while the one before is being saved. Every change of a property is followed by the property's own
+/// signal.
 class CaptureCoordinator final : public QObject,
                                  public ScreenCaptureKitServiceDelegate,
                                  public KeyboardShortcutManagerDelegate,
@@ -34,9 +34,9 @@ class CaptureCoordinator final : public QObject,
 
 public:
     struct Services {
-        std::shared_ptr<ClipLibrary> library;
-        std::shared_ptr<PermissionManager> permissionManager;
-        std::shared_ptr<KeyboardShortcutManager> shortcutManager;
+        ClipLibrary& library;
+        PermissionManager& permissionManager;
+        KeyboardShortcutManager& shortcutManager;
         std::shared_ptr<ScreenCaptureKitService> captureService;
         std::shared_ptr<platform::AssetWriterFactory> assetWriters;
         std::shared_ptr<platform::FileManager> fileManager;
@@ -56,7 +56,7 @@ public:
     using CallerTells = std::function<bool()>;
 
     /// The one coordinator of the process.
-    static std::shared_ptr<CaptureCoordinator> shared();
+    static CaptureCoordinator& shared();
 
     CaptureCoordinator(Private, Services services);
     ~CaptureCoordinator() override;
@@ -67,7 +67,7 @@ public:
     /// The recording that was saved last.
     [[nodiscard]] const std::optional<std::filesystem::path>& lastSavedClipURL() const { return lastSavedClipURL_; }
 
-    [[nodiscard]] ClipLibrary& library() const { return *services_.library; }
+    [[nodiscard]] ClipLibrary& library() const { return services_.library; }
 
     /// Writes instant-replay clips. No control triggers one.
     [[nodiscard]] const ClipExporter& exporter() const { return exporter_; }
@@ -123,7 +123,6 @@ public:
     std::function<void(const std::string& message)> onCaptureError;
 
 signals:
-    void objectWillChange();
     void stateChanged();
     void selectedWindowChanged();
     void lastSavedClipURLChanged();

@@ -1,8 +1,8 @@
 #include "capture/ManualRecordingWriter.h"
 
-#include "capture/ClipAudioSettings.h"
-#include "capture/ClipExporterError.h"
 #include "capture/VideoHardwareEncoder.h"
+#include "capture/replay/ClipAudioSettings.h"
+#include "capture/replay/ClipExporterError.h"
 #include "system/Log.h"
 
 namespace velmora {

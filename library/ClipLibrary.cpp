@@ -29,15 +29,15 @@ struct ClipLibrary::Scan {
     std::shared_ptr<Changes> changes;  ///< since the folder was listed
 };
 
-std::shared_ptr<ClipLibrary> ClipLibrary::shared()
+ClipLibrary& ClipLibrary::shared()
 {
-    static const auto& instance = *new std::shared_ptr<ClipLibrary>([] {
+    static auto& instance = *[] {
         const auto& shared = SharedServices::current();
-        return std::make_shared<ClipLibrary>(Services{
+        return new ClipLibrary{{
             .clips = {shared.platform.fileManager, shared.platform.assetReader, shared.clock, shared.mainExecutor},
             .workspace = shared.platform.workspace,
-        });
-    }());
+        }};
+    }();
     return instance;
 }
 
@@ -57,9 +57,9 @@ void ClipLibrary::reloadClips()
 {
     const auto directory = effectiveOutputDirectory();
     PathUtilities::ensureDirectoryExists(directory, *services_.clips.fileManager);
-    services_.clips.mainExecutor->async([weak = std::weak_ptr(self_), directory] {
+    services_.clips.mainExecutor->async([weak = self_.weak(), directory] {
         if (const auto self = weak.lock())
-            (*self)->scan(directory);
+            self->scan(directory);
     });
 }
 
@@ -87,13 +87,13 @@ void ClipLibrary::continueScan(std::shared_ptr<Scan> scan)
     if (scan->next == scan->files.size())
         return publish(*scan);
     const auto& file = scan->files[scan->next++];
-    ClipItem::load(file, services_.clips, [weak = std::weak_ptr(self_), scan = std::move(scan)](std::optional<ClipItem> item) mutable {
+    ClipItem::load(file, services_.clips, [weak = self_.weak(), scan = std::move(scan)](std::optional<ClipItem> item) mutable {
         const auto self = weak.lock();
         if (!self)
             return;
         if (item)
             scan->clips.push_back(std::move(*item));
-        (*self)->continueScan(std::move(scan));
+        self->continueScan(std::move(scan));
     });
 }
 
@@ -144,7 +144,6 @@ std::shared_ptr<ClipLibrary::Changes> ClipLibrary::observeChanges()
 
 void ClipLibrary::setOutputDirectory(const std::filesystem::path& directory)
 {
-    emit objectWillChange();
     customOutputDirectory_ = directory;
     emit customOutputDirectoryChanged();
     PathUtilities::ensureDirectoryExists(directory, *services_.clips.fileManager);
@@ -154,16 +153,15 @@ void ClipLibrary::setOutputDirectory(const std::filesystem::path& directory)
 void ClipLibrary::addClip(const std::filesystem::path& url, UniqueFunction<void()> completion)
 {
     ClipItem::load(url, services_.clips,
-        [weak = std::weak_ptr(self_), changes = observeChanges(), completion = std::move(completion)](
-            std::optional<ClipItem> item) mutable {
+        [weak = self_.weak(), changes = observeChanges(), completion = std::move(completion)](std::optional<ClipItem> item) mutable {
             const auto change = item ? changes->find(item->url) : changes->end();
             const bool wasDeletedMeanwhile = change != changes->end() && !change->second;
             if (const auto self = weak.lock(); self && item && !wasDeletedMeanwhile) {
-                (*self)->noteChange(item->url, item);
-                auto clips = (*self)->recentClips_;
+                self->noteChange(item->url, item);
+                auto clips = self->recentClips_;
                 std::erase_if(clips, [&](const ClipItem& clip) { return clip.url == item->url; });
                 clips.insert(clips.begin(), std::move(*item));
-                (*self)->setRecentClips(std::move(clips));
+                self->setRecentClips(std::move(clips));
             }
             completion();
         });
@@ -186,7 +184,6 @@ void ClipLibrary::revealInFinder(const ClipItem& clip)
 
 void ClipLibrary::setRecentClips(std::vector<ClipItem> clips)
 {
-    emit objectWillChange();
     recentClips_ = std::move(clips);
     emit recentClipsChanged();
 }

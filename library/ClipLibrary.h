@@ -1,6 +1,7 @@
 // The clips in the output folder, and the choice of that folder.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "library/ClipItem.h"
 #include "platform/Workspace.h"
 
@@ -14,8 +15,7 @@
 
 namespace velmora {
 
-/// Main thread only. Every change of a property is announced by objectWillChange() before it takes effect and by the property's own
-/// signal after.
+/// Main thread only. Every change of a property is followed by the property's own signal.
 class ClipLibrary final : public QObject {
     Q_OBJECT
 
@@ -30,7 +30,7 @@ public:
     ~ClipLibrary() override;
 
     /// The one library of the process.
-    static std::shared_ptr<ClipLibrary> shared();
+    static ClipLibrary& shared();
 
     /// The clips of the effective folder, newest first.
     [[nodiscard]] const std::vector<ClipItem>& recentClips() const { return recentClips_; }
@@ -56,7 +56,6 @@ public:
     void revealInFinder(const ClipItem& clip);
 
 signals:
-    void objectWillChange();
     void recentClipsChanged();
     void customOutputDirectoryChanged();
 
@@ -79,7 +78,7 @@ private:
     std::vector<std::weak_ptr<Changes>> observedChanges_;  ///< for each call that is describing files
 
     // Gone with the library, so that a late result finds nobody.
-    std::shared_ptr<ClipLibrary*> self_ = std::make_shared<ClipLibrary*>(this);
+    const SelfReference<ClipLibrary> self_{*this};
 };
 
 }  // namespace velmora

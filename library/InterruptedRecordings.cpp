@@ -2,8 +2,6 @@
 
 #include "library/PathUtilities.h"
 
-#include <QPointer>
-
 #include <utility>
 
 namespace velmora {
@@ -46,10 +44,10 @@ void InterruptedRecordings::repair(const std::filesystem::path& directory, Uniqu
 
 void InterruptedRecordings::follow(ClipLibrary& library)
 {
-    const auto repairFolder = [this, followed = QPointer{&library}] {
-        repair(followed->effectiveOutputDirectory(), [followed](std::size_t repaired) {
-            if (repaired > 0 && followed)
-                followed->reloadClips();
+    const auto repairFolder = [this, &library] {
+        repair(library.effectiveOutputDirectory(), [&library](std::size_t repaired) {
+            if (repaired > 0)
+                library.reloadClips();
         });
     };
     QObject::connect(&library, &ClipLibrary::customOutputDirectoryChanged, &following_, repairFolder);

@@ -8,12 +8,12 @@ namespace velmora {
 
 OnboardingModel::OnboardingModel(Services services) : services_(std::move(services))
 {
-    connect(services_.permissionManager.get(), &PermissionManager::hasScreenRecordingPermissionChanged, this,
-        &OnboardingModel::permissionChanged);
-    const auto* shortcuts = services_.shortcutManager.get();
+    connect(
+        &services_.permissionManager, &PermissionManager::hasScreenRecordingPermissionChanged, this, &OnboardingModel::permissionChanged);
+    const auto* shortcuts = &services_.shortcutManager;
     connect(shortcuts, &KeyboardShortcutManager::isRegisteredChanged, this, &OnboardingModel::shortcutKeysChanged);
     connect(shortcuts, &KeyboardShortcutManager::keyTextChanged, this, &OnboardingModel::shortcutKeysChanged);
-    connect(services_.coordinator.get(), &CaptureCoordinator::selectedWindowChanged, this, &OnboardingModel::selectedWindowChanged);
+    connect(&services_.coordinator, &CaptureCoordinator::selectedWindowChanged, this, &OnboardingModel::selectedWindowChanged);
 }
 
 void OnboardingModel::setCurrentStep(int step)
@@ -31,19 +31,19 @@ QString OnboardingModel::stepText() const
 
 QString OnboardingModel::permissionExplanation() const
 {
-    return QString::fromStdString(services_.permissionManager->screenRecordingExplanation());
+    return QString::fromStdString(services_.permissionManager.screenRecordingExplanation());
 }
 
 QString OnboardingModel::selectedWindowName() const
 {
-    const auto& window = services_.coordinator->selectedWindow();
+    const auto& window = services_.coordinator.selectedWindow();
     return window ? QString::fromStdString(window->displayName()) : QString{};
 }
 
 QString OnboardingModel::shortcutKeys() const
 {
-    const auto bound = services_.shortcutManager->boundKeys();
-    return QString::fromStdString(bound.empty() ? "Alt+Super+" + services_.shortcutManager->keyText() : bound);
+    const auto bound = services_.shortcutManager.boundKeys();
+    return QString::fromStdString(bound.empty() ? "Alt+Super+" + services_.shortcutManager.keyText() : bound);
 }
 
 bool OnboardingModel::hasCompletedWalkthrough() const
@@ -69,7 +69,7 @@ QVariantList OnboardingModel::privacyLines()
 
 void OnboardingModel::viewWillAppear()
 {
-    services_.permissionManager->checkPermissions();
+    services_.permissionManager.checkPermissions();
     placeCaption_ = services_.placeCaption();
     hasTray_ = services_.hasTray();
     emit placeChanged();
@@ -91,8 +91,8 @@ void OnboardingModel::back()
 
 void OnboardingModel::openSystemSettings()
 {
-    services_.permissionManager->requestScreenRecordingPermission();
-    services_.permissionManager->openScreenRecordingSystemPreferences();
+    services_.permissionManager.requestScreenRecordingPermission();
+    services_.permissionManager.openScreenRecordingSystemPreferences();
 }
 
 void OnboardingModel::finishWalkthrough()

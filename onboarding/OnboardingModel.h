@@ -40,9 +40,9 @@ class OnboardingModel final : public QObject {
 
 public:
     struct Services {
-        std::shared_ptr<CaptureCoordinator> coordinator;
-        std::shared_ptr<PermissionManager> permissionManager;
-        std::shared_ptr<KeyboardShortcutManager> shortcutManager;
+        CaptureCoordinator& coordinator;
+        PermissionManager& permissionManager;
+        KeyboardShortcutManager& shortcutManager;
         std::shared_ptr<platform::UserDefaults> userDefaults;
         std::function<void()> presentWindowPicker;
 
@@ -71,12 +71,12 @@ public:
     [[nodiscard]] bool canGoBack() const { return currentStep_ >= 1; }
     [[nodiscard]] bool isLastStep() const { return currentStep_ >= stepCount - 1; }
 
-    [[nodiscard]] bool hasScreenRecordingPermission() const { return services_.permissionManager->hasScreenRecordingPermission(); }
+    [[nodiscard]] bool hasScreenRecordingPermission() const { return services_.permissionManager.hasScreenRecordingPermission(); }
 
     /// Why the screen cannot be recorded; may be empty. Plain text, like the name of the window.
     [[nodiscard]] QString permissionExplanation() const;
 
-    [[nodiscard]] bool hasSelectedWindow() const { return services_.coordinator->selectedWindow().has_value(); }
+    [[nodiscard]] bool hasSelectedWindow() const { return services_.coordinator.selectedWindow().has_value(); }
     [[nodiscard]] QString selectedWindowName() const;
 
     [[nodiscard]] const QString& placeCaption() const { return placeCaption_; }
@@ -104,7 +104,7 @@ public:
     Q_INVOKABLE void openSystemSettings();
 
     /// "I've Granted It — Check Status".
-    Q_INVOKABLE void checkStatus() { services_.permissionManager->checkPermissions(); }
+    Q_INVOKABLE void checkStatus() { services_.permissionManager.checkPermissions(); }
 
     /// "Choose Video Window to Clip..." and "Change Window...".
     Q_INVOKABLE void chooseWindow() { services_.presentWindowPicker(); }

@@ -1,7 +1,5 @@
 #include "settings/SettingsModel.h"
 
-#include <QPointer>
-
 #include <utility>
 
 namespace velmora {
@@ -17,18 +15,17 @@ QString text(const std::string& utf8)
 
 SettingsModel::SettingsModel(Services services) : services_(std::move(services))
 {
-    connect(services_.library.get(), &ClipLibrary::customOutputDirectoryChanged, this, &SettingsModel::savedClipsFolderChanged);
-    const auto* shortcuts = services_.shortcutManager.get();
+    connect(&services_.library, &ClipLibrary::customOutputDirectoryChanged, this, &SettingsModel::savedClipsFolderChanged);
+    const auto* shortcuts = &services_.shortcutManager;
     connect(shortcuts, &KeyboardShortcutManager::isRegisteredChanged, this, &SettingsModel::shortcutChanged);
     connect(shortcuts, &KeyboardShortcutManager::registrationErrorMessageChanged, this, &SettingsModel::shortcutChanged);
     connect(shortcuts, &KeyboardShortcutManager::keyTextChanged, this, &SettingsModel::shortcutChanged);
-    connect(services_.permissionManager.get(), &PermissionManager::hasScreenRecordingPermissionChanged, this,
-        &SettingsModel::permissionChanged);
+    connect(&services_.permissionManager, &PermissionManager::hasScreenRecordingPermissionChanged, this, &SettingsModel::permissionChanged);
 }
 
 QString SettingsModel::savedClipsFolder() const
 {
-    const auto folder = services_.library->effectiveOutputDirectory();
+    const auto folder = services_.library.effectiveOutputDirectory();
     return text((folder.has_filename() || !folder.has_relative_path() ? folder : folder.parent_path()).string());
 }
 
@@ -36,12 +33,12 @@ QString SettingsModel::shortcutErrorMessage() const
 {
     if (isShortcutRegistered())
         return {};
-    return text(services_.shortcutManager->registrationErrorMessage().value_or("The shortcut is not active."));
+    return text(services_.shortcutManager.registrationErrorMessage().value_or("The shortcut is not active."));
 }
 
 QString SettingsModel::shortcutHelp() const
 {
-    if (isShortcutRegistered() || services_.shortcutManager->isRegistrationErrorExplained())
+    if (isShortcutRegistered() || services_.shortcutManager.isRegistrationErrorExplained())
         return {};
     return QStringLiteral("Another program uses these keys, or the desktop keeps them. Bind keys of your own to the command "
                           "'velmora toggle' instead.");
@@ -49,19 +46,19 @@ QString SettingsModel::shortcutHelp() const
 
 QString SettingsModel::shortcutKeys() const
 {
-    const auto bound = services_.shortcutManager->boundKeys();
-    return bound.empty() ? QStringLiteral("On this keyboard: Alt + Super + ") + text(services_.shortcutManager->keyText())
+    const auto bound = services_.shortcutManager.boundKeys();
+    return bound.empty() ? QStringLiteral("On this keyboard: Alt + Super + ") + text(services_.shortcutManager.keyText())
                          : QStringLiteral("On this desktop: ") + text(bound);
 }
 
 QString SettingsModel::permissionExplanation() const
 {
-    return text(services_.permissionManager->screenRecordingExplanation());
+    return text(services_.permissionManager.screenRecordingExplanation());
 }
 
 void SettingsModel::viewWillAppear()
 {
-    services_.permissionManager->checkPermissions();
+    services_.permissionManager.checkPermissions();
     // The folder of the user's videos may be another one by now.
     emit savedClipsFolderChanged();
     // So may the keyboard's layout.
@@ -77,16 +74,16 @@ void SettingsModel::chooseDestinationFolder()
         return;
     setFolderError({});
     services_.folderChooser->chooseFolder(
-        {.title = "Choose Folder", .prompt = "Choose Folder", .directory = services_.library->effectiveOutputDirectory()},
-        [self = QPointer{this}](const Result<std::optional<std::filesystem::path>>& folder) {
-            if (self)
+        {.title = "Choose Folder", .prompt = "Choose Folder", .directory = services_.library.effectiveOutputDirectory()},
+        [weak = self_.weak()](const Result<std::optional<std::filesystem::path>>& folder) {
+            if (const auto self = weak.lock())
                 self->folderWasChosen(folder);
         });
 }
 
 void SettingsModel::openFolder()
 {
-    services_.workspace->open(services_.library->effectiveOutputDirectory());
+    services_.workspace->open(services_.library.effectiveOutputDirectory());
 }
 
 void SettingsModel::folderWasChosen(const Result<std::optional<std::filesystem::path>>& folder)
@@ -105,7 +102,7 @@ void SettingsModel::useFolder(const std::filesystem::path& folder)
     if (usable)
         usable = services_.fileManager->checkWritable(folder);
     if (usable)
-        services_.library->setOutputDirectory(folder);
+        services_.library.setOutputDirectory(folder);
     else
         setFolderError(text(usable.error().localizedDescription));
 }

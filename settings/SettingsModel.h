@@ -1,6 +1,7 @@
 // What the settings show and do.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "library/ClipLibrary.h"
 #include "platform/FileManager.h"
 #include "platform/FolderChooser.h"
@@ -35,9 +36,9 @@ class SettingsModel final : public QObject {
 
 public:
     struct Services {
-        std::shared_ptr<ClipLibrary> library;
-        std::shared_ptr<PermissionManager> permissionManager;
-        std::shared_ptr<KeyboardShortcutManager> shortcutManager;
+        ClipLibrary& library;
+        PermissionManager& permissionManager;
+        KeyboardShortcutManager& shortcutManager;
         std::shared_ptr<platform::Workspace> workspace;
         std::shared_ptr<platform::FileManager> fileManager;
         std::shared_ptr<platform::FolderChooser> folderChooser;
@@ -55,7 +56,7 @@ public:
     /// Why the folder chosen last is not the clips folder now; empty when it is.
     [[nodiscard]] const QString& folderError() const { return folderError_; }
 
-    [[nodiscard]] bool isShortcutRegistered() const { return services_.shortcutManager->isRegistered(); }
+    [[nodiscard]] bool isShortcutRegistered() const { return services_.shortcutManager.isRegistered(); }
 
     /// Why the shortcut is not registered. Never empty while it is not.
     [[nodiscard]] QString shortcutErrorMessage() const;
@@ -66,7 +67,7 @@ public:
     /// The keys as this keyboard or this desktop names them, and which of the two.
     [[nodiscard]] QString shortcutKeys() const;
 
-    [[nodiscard]] bool hasScreenRecordingPermission() const { return services_.permissionManager->hasScreenRecordingPermission(); }
+    [[nodiscard]] bool hasScreenRecordingPermission() const { return services_.permissionManager.hasScreenRecordingPermission(); }
 
     /// Whether the icon that the settings mention is in a tray; if not, there is a small window instead.
     [[nodiscard]] bool hasTray() const { return hasTray_; }
@@ -87,7 +88,7 @@ public:
     Q_INVOKABLE void openWalkthrough() { services_.presentOnboarding(); }
 
     /// "Grant Access".
-    Q_INVOKABLE void grantAccess() { services_.permissionManager->openScreenRecordingSystemPreferences(); }
+    Q_INVOKABLE void grantAccess() { services_.permissionManager.openScreenRecordingSystemPreferences(); }
 
     Q_INVOKABLE void close() { emit dismissed(); }
 
@@ -112,6 +113,7 @@ private:
     QString folderError_;
     bool isChoosingFolder_ = false;
     bool hasTray_ = true;
+    const SelfReference<SettingsModel> self_{*this};
 };
 
 }  // namespace velmora

@@ -13,12 +13,12 @@ constexpr platform::HotKeyStatus noError = 0;
 
 }  // namespace
 
-std::shared_ptr<KeyboardShortcutManager> KeyboardShortcutManager::shared()
+KeyboardShortcutManager& KeyboardShortcutManager::shared()
 {
-    static const auto& instance = *new std::shared_ptr<KeyboardShortcutManager>([] {
+    static auto& instance = *[] {
         const auto& shared = SharedServices::current();
-        return std::make_shared<KeyboardShortcutManager>(Services{shared.platform.hotKeyCenter, shared.clock, shared.mainExecutor});
-    }());
+        return new KeyboardShortcutManager{{shared.platform.hotKeyCenter, shared.clock, shared.mainExecutor}};
+    }();
     return instance;
 }
 
@@ -61,11 +61,11 @@ platform::HotKeyStatus KeyboardShortcutManager::handleHotKeyEvent(const platform
 
 void KeyboardShortcutManager::handleHotKeyTrigger(std::uint32_t id)
 {
-    services_.mainExecutor->async([weak = std::weak_ptr(self_), id] {
+    services_.mainExecutor->async([weak = self_.weak(), id] {
         const auto self = weak.lock();
         if (!self || id != toggleRecordingHotKeyID)
             return;
-        auto& manager = **self;
+        auto& manager = *self;
         const auto now = manager.services_.clock->now();
         if (manager.lastRecordingTriggerTime_ && now - *manager.lastRecordingTriggerTime_ <= debounceInterval)
             return;
@@ -120,7 +120,6 @@ void KeyboardShortcutManager::unregisterAll()
 
 void KeyboardShortcutManager::updateToggleRecordingShortcut(const ShortcutDefinition& shortcut)
 {
-    emit objectWillChange();
     toggleRecordingShortcut_ = shortcut;
     emit toggleRecordingShortcutChanged();
     registerAll();
@@ -134,14 +133,12 @@ void KeyboardShortcutManager::unregisterHotKey()
 
 void KeyboardShortcutManager::setIsRegistered(bool isRegistered)
 {
-    emit objectWillChange();
     isRegistered_ = isRegistered;
     emit isRegisteredChanged();
 }
 
 void KeyboardShortcutManager::setRegistrationErrorMessage(std::optional<std::string> message)
 {
-    emit objectWillChange();
     registrationErrorMessage_ = std::move(message);
     emit registrationErrorMessageChanged();
 }

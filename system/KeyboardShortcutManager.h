@@ -1,6 +1,7 @@
 // The global shortcut that starts and stops a recording.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "base/SerialQueue.h"
 #include "platform/Clock.h"
 #include "platform/HotKeyCenter.h"
@@ -25,8 +26,7 @@ public:
     virtual void shortcutManagerDidTriggerToggleRecording() = 0;
 };
 
-/// Main thread only. Registers the shortcut when it is made. Every change of a property is announced by objectWillChange() before it takes
-/// effect and by the property's own signal after.
+/// Main thread only. Registers the shortcut when it is made. Every change of a property is followed by the property's own signal.
 class KeyboardShortcutManager final : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isRegistered READ isRegistered NOTIFY isRegisteredChanged)
@@ -48,7 +48,7 @@ public:
     ~KeyboardShortcutManager() override;
 
     /// The one manager of the process.
-    static std::shared_ptr<KeyboardShortcutManager> shared();
+    static KeyboardShortcutManager& shared();
 
     void setDelegate(std::weak_ptr<KeyboardShortcutManagerDelegate> delegate) { delegate_ = std::move(delegate); }
 
@@ -76,7 +76,6 @@ public:
     void updateToggleRecordingShortcut(const ShortcutDefinition& shortcut);
 
 signals:
-    void objectWillChange();
     void toggleRecordingShortcutChanged();
     void isRegisteredChanged();
     void registrationErrorMessageChanged();
@@ -102,7 +101,7 @@ private:
     std::optional<std::chrono::system_clock::time_point> lastRecordingTriggerTime_;  // none: the distant past
 
     // Gone with the manager, so that a late press finds nobody.
-    std::shared_ptr<KeyboardShortcutManager*> self_ = std::make_shared<KeyboardShortcutManager*>(this);
+    const SelfReference<KeyboardShortcutManager> self_{*this};
 };
 
 }  // namespace velmora

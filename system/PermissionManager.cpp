@@ -13,13 +13,13 @@ constexpr std::string_view screenRecordingSettings = "x-apple.systempreferences:
 
 }  // namespace
 
-std::shared_ptr<PermissionManager> PermissionManager::shared()
+PermissionManager& PermissionManager::shared()
 {
-    static const auto& instance = *new std::shared_ptr<PermissionManager>([] {
+    static auto& instance = *[] {
         const auto& shared = SharedServices::current();
-        return std::make_shared<PermissionManager>(Services{
-            shared.platform.screenCaptureAccess, shared.platform.userNotificationCenter, shared.platform.workspace, shared.mainExecutor});
-    }());
+        return new PermissionManager{
+            {shared.platform.screenCaptureAccess, shared.platform.userNotificationCenter, shared.platform.workspace, shared.mainExecutor}};
+    }();
     return instance;
 }
 
@@ -39,10 +39,10 @@ void PermissionManager::checkPermissions()
 {
     setHasScreenRecordingPermission(services_.screenCaptureAccess->preflightScreenCaptureAccess());
     services_.notificationCenter->getAuthorizationStatus(
-        [weak = std::weak_ptr(self_), mainExecutor = services_.mainExecutor](platform::AuthorizationStatus status) {
+        [weak = self_.weak(), mainExecutor = services_.mainExecutor](platform::AuthorizationStatus status) {
             mainExecutor->async([weak, status] {
                 if (const auto self = weak.lock())
-                    (*self)->setHasNotificationPermission(status == platform::AuthorizationStatus::authorized);
+                    self->setHasNotificationPermission(status == platform::AuthorizationStatus::authorized);
             });
         });
 }
@@ -62,14 +62,13 @@ void PermissionManager::requestNotificationPermission(UniqueFunction<void(bool)>
 {
     constexpr unsigned options = platform::authorization_option::alert | platform::authorization_option::sound;
     services_.notificationCenter->requestAuthorization(options,
-        [weak = std::weak_ptr(self_), mainExecutor = services_.mainExecutor, completion = std::move(completion)](
-            Result<bool> answer) mutable {
+        [weak = self_.weak(), mainExecutor = services_.mainExecutor, completion = std::move(completion)](Result<bool> answer) mutable {
             mainExecutor->async([weak, completion = std::move(completion), answer = std::move(answer)]() mutable {
                 if (!answer)
                     Log::permissions().error(log_line::notificationPermissionError, answer.error().localizedDescription);
                 const bool isGranted = answer.value_or(false);
                 if (const auto self = weak.lock())
-                    (*self)->setHasNotificationPermission(isGranted);
+                    self->setHasNotificationPermission(isGranted);
                 completion(isGranted);
             });
         });
@@ -77,14 +76,12 @@ void PermissionManager::requestNotificationPermission(UniqueFunction<void(bool)>
 
 void PermissionManager::setHasScreenRecordingPermission(bool isGranted)
 {
-    emit objectWillChange();
     hasScreenRecordingPermission_ = isGranted;
     emit hasScreenRecordingPermissionChanged();
 }
 
 void PermissionManager::setHasNotificationPermission(bool isGranted)
 {
-    emit objectWillChange();
     hasNotificationPermission_ = isGranted;
     emit hasNotificationPermissionChanged();
 }

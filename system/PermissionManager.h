@@ -1,6 +1,7 @@
 // What this program knows about its permissions.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "base/SerialQueue.h"
 #include "platform/ScreenCaptureAccess.h"
 #include "platform/UserNotificationCenter.h"
@@ -13,8 +14,8 @@
 
 namespace velmora {
 
-/// Main thread only. Nothing polls: the flags change by the operations below, and what follows them, alone. Every change is announced by
-/// objectWillChange() before it takes effect and by the property's own signal after.
+/// Main thread only. Nothing polls: the flags change by the operations below, and what follows them, alone. Every change is followed by
+/// the property's own signal.
 class PermissionManager final : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool hasScreenRecordingPermission READ hasScreenRecordingPermission NOTIFY hasScreenRecordingPermissionChanged)
@@ -33,7 +34,7 @@ public:
     ~PermissionManager() override;
 
     /// The one manager of the process.
-    static std::shared_ptr<PermissionManager> shared();
+    static PermissionManager& shared();
 
     [[nodiscard]] bool hasScreenRecordingPermission() const { return hasScreenRecordingPermission_; }
     [[nodiscard]] bool hasNotificationPermission() const { return hasNotificationPermission_; }
@@ -54,7 +55,6 @@ public:
     void requestNotificationPermission(UniqueFunction<void(bool)> completion);
 
 signals:
-    void objectWillChange();
     void hasScreenRecordingPermissionChanged();
     void hasNotificationPermissionChanged();
 
@@ -67,7 +67,7 @@ private:
     bool hasNotificationPermission_ = false;
 
     // Gone with the manager, so that a late answer finds nobody.
-    std::shared_ptr<PermissionManager*> self_ = std::make_shared<PermissionManager*>(this);
+    const SelfReference<PermissionManager> self_{*this};
 };
 
 }  // namespace velmora

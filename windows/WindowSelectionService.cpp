@@ -23,13 +23,13 @@ void WindowSelectionService::refreshWindows(UniqueFunction<void()> completion)
     setIsLoading(true);
     setLastError(std::nullopt);
     content_->getShareableContent(true, false,
-        [weak = std::weak_ptr(self_), mainExecutor = mainExecutor_, completion = std::move(completion)](
+        [weak = self_.weak(), mainExecutor = mainExecutor_, completion = std::move(completion)](
             Result<platform::ShareableContent> result) mutable {
             mainExecutor->async([weak, completion = std::move(completion), result = std::move(result)]() mutable {
                 const auto self = weak.lock();
                 if (!self)
                     return;
-                (*self)->publish(std::move(result));
+                self->publish(std::move(result));
                 completion();
             });
         });
@@ -37,9 +37,8 @@ void WindowSelectionService::refreshWindows(UniqueFunction<void()> completion)
 
 void WindowSelectionService::requestWindow(std::uint32_t id, RequestCompletion completion)
 {
-    content_->requestWindow(id,
-        [weak = std::weak_ptr(self_), completion = std::move(completion)](
-            Result<std::optional<platform::ShareableWindow>> granted) mutable {
+    content_->requestWindow(
+        id, [weak = self_.weak(), completion = std::move(completion)](Result<std::optional<platform::ShareableWindow>> granted) mutable {
             if (weak.expired())
                 return;
             if (!granted)
@@ -54,7 +53,7 @@ void WindowSelectionService::requestWindow(std::uint32_t id, RequestCompletion c
 void WindowSelectionService::getSoundChoices(std::uint32_t id, SoundCompletion completion)
 {
     content_->getSoundChoices(
-        id, [weak = std::weak_ptr(self_), completion = std::move(completion)](std::optional<platform::SoundChoices> choices) mutable {
+        id, [weak = self_.weak(), completion = std::move(completion)](std::optional<platform::SoundChoices> choices) mutable {
             if (!weak.expired())
                 completion(std::move(choices));
         });

@@ -1,6 +1,7 @@
 // The list of windows that the picker shows.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "base/SerialQueue.h"
 #include "platform/ShareableContent.h"
 #include "windows/CapturedWindowInfo.h"
@@ -83,7 +84,7 @@ private:
     std::optional<std::string> lastError_;
 
     // Gone with the service, so that a late result finds nobody.
-    std::shared_ptr<WindowSelectionService*> self_ = std::make_shared<WindowSelectionService*>(this);
+    const SelfReference<WindowSelectionService> self_{*this};
 };
 
 }  // namespace velmora

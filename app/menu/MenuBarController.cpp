@@ -31,13 +31,12 @@ void MenuBarController::setupStatusItem()
 
 void MenuBarController::updateStatusItemIcon()
 {
-    statusItem_->setImage(BrandAssets::menuBarImage(services_.coordinator->state()));
+    statusItem_->setImage(BrandAssets::menuBarImage(services_.coordinator.state()));
 }
 
 std::vector<MenuItem> MenuBarController::menuNeedsUpdate() const
 {
-    return describeMenu(
-        {services_.coordinator->state(), services_.coordinator->selectedWindow(), services_.library->recentClips(), notice_});
+    return describeMenu({services_.coordinator.state(), services_.coordinator.selectedWindow(), services_.library.recentClips(), notice_});
 }
 
 void MenuBarController::setNotice(const std::string& notice)
@@ -75,8 +74,8 @@ void MenuBarController::handle(const MenuItem& item)
 
 void MenuBarController::handleToggleRecording()
 {
-    if (services_.coordinator->selectedWindow()) {
-        services_.coordinator->toggleRecording();
+    if (services_.coordinator.selectedWindow()) {
+        services_.coordinator.toggleRecording();
         updateStatusItemIcon();
         return;
     }
@@ -97,7 +96,7 @@ void MenuBarController::handleSelectWindow()
 
 void MenuBarController::handleStopCapture()
 {
-    services_.coordinator->stopCapture();
+    services_.coordinator.stopCapture();
     updateStatusItemIcon();
 }
 
@@ -109,7 +108,7 @@ void MenuBarController::handleOpenRecentClip(const std::filesystem::path& clip)
 
 void MenuBarController::handleOpenFolder()
 {
-    services_.workspace->open(services_.library->effectiveOutputDirectory());
+    services_.workspace->open(services_.library.effectiveOutputDirectory());
 }
 
 void MenuBarController::handleOpenGuide()
@@ -126,7 +125,7 @@ void MenuBarController::handleOpenSettings()
 
 void MenuBarController::handleQuit()
 {
-    services_.coordinator->stopCapture();
+    services_.coordinator.stopCapture();
     services_.terminate();
 }
 

@@ -24,8 +24,8 @@ class MenuBarController final : public QObject {
 
 public:
     struct Services {
-        std::shared_ptr<CaptureCoordinator> coordinator;
-        std::shared_ptr<ClipLibrary> library;
+        CaptureCoordinator& coordinator;
+        ClipLibrary& library;
         std::shared_ptr<platform::Workspace> workspace;
         std::shared_ptr<AlertPresenter> alerts;
         std::weak_ptr<WindowPresenting> windows;

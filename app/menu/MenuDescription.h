@@ -34,7 +34,7 @@ struct MenuItem {
     std::optional<KeyEquivalent> keyEquivalent;
     std::filesystem::path representedFile;  ///< openRecentClip: the clip
     std::vector<MenuItem> submenu;  ///< not empty: the item opens it and has no action of its own
-    std::string submenuTitle;
+    std::string submenuTitle;  ///< what assistive technology calls the submenu
 
     friend bool operator==(const MenuItem&, const MenuItem&) = default;
 };

@@ -74,6 +74,7 @@ void addItem(QMenu& menu, const MenuItem& item, LabelSyntax syntax, const std::f
         auto* submenu = syntax == LabelSyntax::widget ? new StyledMenu{&menu} : new QMenu{&menu};
         submenu->setFont(menuFont(false));
         submenu->setTitle(label);
+        submenu->setAccessibleName(oneLine(QString::fromStdString(item.submenuTitle)));
         menu.addMenu(submenu);
         renderMenu(*submenu, item.submenu, syntax, triggered);
         return;

@@ -42,7 +42,7 @@ public:
         QObject::connect(&view_, &QWindow::visibleChanged, &view_, [this](bool isVisible) { visibilityChanged(isVisible); });
     }
 
-    void makeKeyAndOrderFront([[maybe_unused]] bool regardless) override
+    void makeKeyAndOrderFront() override
     {
         if (!view_.isVisible() && content_.willAppear)
             content_.willAppear();
@@ -50,7 +50,6 @@ public:
         view_.show();
         view_.raise();
         view_.requestActivate();
-        // Asked for by the user, so above other programs' windows in any case, `regardless` or not.
         activation_->activate(view_.winId());
     }
 

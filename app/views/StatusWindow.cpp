@@ -55,7 +55,7 @@ public:
         QCoreApplication::instance()->installNativeEventFilter(this);
     }
 
-    void makeKeyAndOrderFront(bool) override
+    void makeKeyAndOrderFront() override
     {
         // What is asked for again is wanted.
         view_.isUsed = std::exchange(wasShown_, true);

@@ -1,6 +1,5 @@
 #include "app/views/WindowContents.h"
 
-#include "app/AppDelegate.h"
 #include "app/FocusedFolderChooser.h"
 #include "app/menu/ShareMenu.h"
 #include "app/menu/TrayStatusItem.h"
@@ -44,29 +43,29 @@ QString placeCaption()
                           "back. The icon appears as soon as there is a tray.");
 }
 
-QuickContent makePicker(const SharedServices& services)
+QuickContent makePicker(const WindowContentParts& parts)
 {
     auto model = std::make_shared<WindowPickerModel>(
-        std::make_shared<WindowSelectionService>(services.platform.shareableContent, services.mainExecutor), CaptureCoordinator::shared());
+        std::make_shared<WindowSelectionService>(parts.services.platform.shareableContent, parts.services.mainExecutor),
+        parts.instances.coordinator);
     auto* picker = model.get();
     auto content = contentOf("qrc:/Velmora/Windows/WindowPickerView.qml", std::move(model));
     content.didDisappear = [picker] { picker->viewDidDisappear(); };
     return content;
 }
 
-QuickContent makePreview(
-    const std::filesystem::path& clip, const SharedServices& services, const std::shared_ptr<RunningExports>& runningExports)
+QuickContent makePreview(const std::filesystem::path& clip, const WindowContentParts& parts)
 {
-    const auto& platform = services.platform;
+    const auto& platform = parts.services.platform;
     auto model = std::make_shared<ClipPreviewModel>(clip,
         ClipPreviewModel::Services{
             .players = platform.players,
             .assetReader = platform.assetReader,
             .exportSessions = platform.exportSessions,
             .fileManager = platform.fileManager,
-            .library = ClipLibrary::shared(),
-            .mainExecutor = services.mainExecutor,
-            .runningExports = runningExports,
+            .library = parts.instances.library,
+            .mainExecutor = parts.services.mainExecutor,
+            .runningExports = parts.runningExports,
             .share = [sharing = platform.sharingServices, clip](const QPoint& position) { popUpShareMenu(sharing, clip, position); },
             .reveal = [workspace = platform.workspace, clip] { workspace->activateFileViewerSelecting({clip}); },
         });
@@ -81,39 +80,39 @@ QuickContent makePreview(
     };
 }
 
-QuickContent makeSettings(const SharedServices& services)
+QuickContent makeSettings(const WindowContentParts& parts)
 {
-    const auto& platform = services.platform;
+    const auto& platform = parts.services.platform;
     return contentOf("qrc:/Velmora/Settings/SettingsView.qml",
         std::make_shared<SettingsModel>(SettingsModel::Services{
-            .library = ClipLibrary::shared(),
-            .permissionManager = PermissionManager::shared(),
-            .shortcutManager = KeyboardShortcutManager::shared(),
+            .library = parts.instances.library,
+            .permissionManager = parts.instances.permissionManager,
+            .shortcutManager = parts.instances.shortcutManager,
             .workspace = platform.workspace,
             .fileManager = platform.fileManager,
             .folderChooser = std::make_shared<FocusedFolderChooser>(
                 platform.folderChooser, makeFolderChooserWindow(platform.fileManager, platform.windowActivation), focusedX11Window),
             .presentOnboarding =
-                [] {
-                    if (const auto delegate = AppDelegate::shared())
-                        delegate->presentOnboarding();
+                [windows = parts.windows] {
+                    if (const auto presenting = windows())
+                        presenting->presentOnboarding();
                 },
             .hasTray = hasTray,
         }));
 }
 
-QuickContent makeOnboarding(const SharedServices& services)
+QuickContent makeOnboarding(const WindowContentParts& parts)
 {
     return contentOf("qrc:/Velmora/Onboarding/OnboardingView.qml",
         std::make_shared<OnboardingModel>(OnboardingModel::Services{
-            .coordinator = CaptureCoordinator::shared(),
-            .permissionManager = PermissionManager::shared(),
-            .shortcutManager = KeyboardShortcutManager::shared(),
-            .userDefaults = services.platform.userDefaults,
+            .coordinator = parts.instances.coordinator,
+            .permissionManager = parts.instances.permissionManager,
+            .shortcutManager = parts.instances.shortcutManager,
+            .userDefaults = parts.services.platform.userDefaults,
             .presentWindowPicker =
-                [] {
-                    if (const auto delegate = AppDelegate::shared())
-                        delegate->presentWindowPicker();
+                [windows = parts.windows] {
+                    if (const auto presenting = windows())
+                        presenting->presentWindowPicker();
                 },
             .placeCaption = placeCaption,
             .hasTray = hasTray,
@@ -122,20 +121,19 @@ QuickContent makeOnboarding(const SharedServices& services)
 
 }  // namespace
 
-QuickContent makeWindowContent(
-    const WindowDescription& description, const SharedServices& services, const std::shared_ptr<RunningExports>& runningExports)
+QuickContent makeWindowContent(const WindowDescription& description, const WindowContentParts& parts)
 {
     switch (description.content) {
     case WindowContent::windowPicker:
-        return makePicker(services);
+        return makePicker(parts);
     case WindowContent::clipPreview:
-        return makePreview(description.clip, services, runningExports);
+        return makePreview(description.clip, parts);
     case WindowContent::settings:
-        return makeSettings(services);
+        return makeSettings(parts);
     case WindowContent::onboarding:
         break;
     }
-    return makeOnboarding(services);
+    return makeOnboarding(parts);
 }
 
 }  // namespace velmora

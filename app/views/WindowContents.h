@@ -1,14 +1,25 @@
 // What is in each of the program's windows.
 #pragma once
 
+#include "app/SharedInstances.h"
+#include "app/WindowPresenting.h"
 #include "app/views/QuickWindows.h"
 #include "library/views/RunningExports.h"
 #include "system/SharedServices.h"
 
+#include <functional>
+#include <memory>
+
 namespace velmora {
 
-/// `runningExports` keeps what previews export.
-QuickContent makeWindowContent(
-    const WindowDescription& description, const SharedServices& services, const std::shared_ptr<RunningExports>& runningExports);
+/// What the contents are made from.
+struct WindowContentParts {
+    const SharedServices& services;
+    SharedInstances instances;
+    std::shared_ptr<RunningExports> runningExports;  ///< keeps what previews export
+    std::function<std::shared_ptr<WindowPresenting>()> windows;  ///< none before there is a delegate and after
+};
+
+QuickContent makeWindowContent(const WindowDescription& description, const WindowContentParts& parts);
 
 }  // namespace velmora

@@ -1,11 +1,15 @@
 #include "engine/capture/CaptureStreams.h"
 
+#include "media/LiveTime.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <future>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -24,7 +28,7 @@ constexpr const char* errorDomain = "Velmora.CaptureStream";
 enum ErrorCode { noMicrophone = 1, noSound = 2 };
 
 /// A sound server delivers silence too. One that has delivered nothing for this long is not there.
-constexpr std::int64_t longestWaitForSound = 3'000'000'000;
+constexpr std::chrono::seconds longestWaitForSound{3};
 
 /// The cause that a person can do something about, where that is known.
 Error whyThereIsNoSound(const Error& error)
@@ -58,7 +62,7 @@ struct Delivery {
 
     std::atomic<bool> expectsSound = false;  ///< it has been started and has not come yet
     std::atomic<bool> missesSound = false;  ///< it was waited for in vain
-    std::int64_t firstPicture = 0;  ///< nanoseconds; 0 before there is one; of the pictures' thread
+    std::optional<MonotonicTime> firstPicture;  ///< of the pictures' thread
 };
 
 /// Tells the delegate of a stream that runs.
@@ -91,10 +95,10 @@ void notePicture(Delivery& delivery, const SampleBuffer& picture)
 {
     if (!delivery.expectsSound || delivery.missesSound)
         return;
-    const auto time = picture.presentationTimeStamp.converted(MediaTime::nanosecondScale).value;
-    if (delivery.firstPicture == 0)
+    const auto time = momentOf(picture.presentationTimeStamp);
+    if (!delivery.firstPicture)
         delivery.firstPicture = time;
-    if (time - delivery.firstPicture < longestWaitForSound)
+    if (time - *delivery.firstPicture < longestWaitForSound)
         return;
     delivery.missesSound = true;
     loseSound(delivery, {errorDomain, noSound, "No sound server answers.", nullptr});

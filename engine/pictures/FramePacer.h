@@ -1,26 +1,27 @@
 // When the next picture may be taken.
 #pragma once
 
+#include "base/MonotonicClock.h"
+
 #include <algorithm>
-#include <cstdint>
+#include <chrono>
 
 namespace velmora::engine {
 
 /// Holds pictures to one an interval on average. After one that was taken late, the next may come up to a quarter of the interval
 /// early, because a source that draws at the very rate of the limit would otherwise lose a frame to every late wake-up.
-/// Times are nanoseconds of one clock.
 class FramePacer {
 public:
-    explicit FramePacer(std::int64_t interval) : interval_(interval) { }
+    explicit FramePacer(std::chrono::nanoseconds interval) : interval_(interval) { }
 
     /// The time from which a picture may be taken.
-    [[nodiscard]] std::int64_t due() const { return next_ - interval_ / 4; }
+    [[nodiscard]] MonotonicTime due() const { return next_ - interval_ / 4; }
 
-    void taken(std::int64_t now) { next_ = std::max(next_, now) + interval_; }
+    void taken(MonotonicTime now) { next_ = std::max(next_, now) + interval_; }
 
 private:
-    std::int64_t interval_;
-    std::int64_t next_ = 0;
+    std::chrono::nanoseconds interval_;
+    MonotonicTime next_;
 };
 
 }  // namespace velmora::engine

@@ -1,5 +1,7 @@
 #include "engine/pictures/PictureSamples.h"
 
+#include "media/LiveTime.h"
+
 #include <algorithm>
 #include <atomic>
 #include <utility>
@@ -29,7 +31,7 @@ PictureSamples::PictureSamples(const platform::StreamConfiguration& configuratio
     format_ = std::make_shared<const FormatDescription>(std::move(format));
 }
 
-SampleBufferRef PictureSamples::make(PicturePool& pool, PooledPicture& picture, std::int64_t time, std::vector<PixelRect> dirty)
+SampleBufferRef PictureSamples::make(PicturePool& pool, PooledPicture& picture, MonotonicTime time, std::vector<PixelRect> dirty)
 {
     auto pixels = std::make_shared<PixelBuffer>();
     pixels->width = pool.width();
@@ -41,8 +43,8 @@ SampleBufferRef PictureSamples::make(PicturePool& pool, PooledPicture& picture, 
 
     auto sample = std::make_shared<SampleBuffer>();
     sample->format = format_;
-    sample->presentationTimeStamp = MediaTime::nanoseconds(time);
-    sample->duration = MediaTime::nanoseconds(interval_);
+    sample->presentationTimeStamp = liveTime(time);
+    sample->duration = MediaTime::nanoseconds(interval_.count());
     sample->imageBuffer = std::move(pixels);
     return sample;
 }

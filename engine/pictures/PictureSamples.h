@@ -1,10 +1,12 @@
 // Turns the pictures of a pool into the samples of one stream.
 #pragma once
 
+#include "base/MonotonicClock.h"
 #include "engine/pictures/PicturePool.h"
 #include "media/SampleBuffer.h"
 #include "platform/StreamConfiguration.h"
 
+#include <chrono>
 #include <cstdint>
 #include <vector>
 
@@ -15,14 +17,14 @@ class PictureSamples {
 public:
     explicit PictureSamples(const platform::StreamConfiguration& configuration);
 
-    /// The minimum frame interval in nanoseconds; 0 when the configuration sets no limit.
-    [[nodiscard]] std::int64_t interval() const { return interval_; }
+    /// The minimum frame interval; 0 when the configuration sets no limit.
+    [[nodiscard]] std::chrono::nanoseconds interval() const { return interval_; }
 
-    /// `time` counts the nanoseconds of CLOCK_MONOTONIC; `dirty` is what has changed since the sample before. The sample holds the picture.
-    [[nodiscard]] SampleBufferRef make(PicturePool& pool, PooledPicture& picture, std::int64_t time, std::vector<PixelRect> dirty);
+    /// A picture as it was at `time`; `dirty` is what has changed since the sample before. The sample holds the picture.
+    [[nodiscard]] SampleBufferRef make(PicturePool& pool, PooledPicture& picture, MonotonicTime time, std::vector<PixelRect> dirty);
 
 private:
-    std::int64_t interval_;
+    std::chrono::nanoseconds interval_;
     FormatDescriptionRef format_;
     std::uint64_t stream_;
     std::uint64_t sequence_ = 0;

@@ -53,7 +53,7 @@ void PictureStream::damage(PixelRect part)
         return;
     unpainted_.paint(part);
     if (unpainted_.isEmpty())
-        paintDue_ = 0;
+        paintDue_ = {};
 }
 
 void PictureStream::awaitFirstPaint()
@@ -61,18 +61,18 @@ void PictureStream::awaitFirstPaint()
     paintDue_ = now_() + longestFirstPaint;
 }
 
-std::int64_t PictureStream::due() const
+MonotonicTime PictureStream::due() const
 {
     return std::max({pacer_.due(), retryDue_, paintDue_});
 }
 
-std::int64_t PictureStream::deadline() const
+MonotonicTime PictureStream::deadline() const
 {
     const auto time = last_ ? lastTime_ + repeatInterval : never;
     return isOutdated() ? std::min(time, due()) : time;
 }
 
-Result<void> PictureStream::work(std::optional<std::int64_t> contentTime)
+Result<void> PictureStream::work(std::optional<MonotonicTime> contentTime)
 {
     if (isOutdated() && now_() >= due()) {
         if (auto taken = take(contentTime); !taken)
@@ -89,7 +89,7 @@ void PictureStream::repeat()
         deliver(*last_, now, {});
 }
 
-Result<void> PictureStream::take(std::optional<std::int64_t> contentTime)
+Result<void> PictureStream::take(std::optional<MonotonicTime> contentTime)
 {
     const auto now = now_();
     retryDue_ = now + samples_.interval();
@@ -107,12 +107,13 @@ Result<void> PictureStream::take(std::optional<std::int64_t> contentTime)
     else
         picture->fitted = {};
     picture->missed.clear();
-    retryDue_ = 0;
+    retryDue_ = {};
     overlayIsOutdated_ = false;
     pacer_.taken(now);
     last_ = picture;
     const bool isUsable = contentTime && *contentTime > lastTime_ && *contentTime <= now && *contentTime > now - repeatInterval;
-    deliver(*picture, isUsable ? *contentTime : std::max(now, lastTime_ + 1), std::exchange(changed_, {}).rectangles());
+    deliver(*picture, isUsable ? *contentTime : std::max(now, lastTime_ + std::chrono::nanoseconds{1}),
+        std::exchange(changed_, {}).rectangles());
     return {};
 }
 
@@ -145,7 +146,7 @@ Result<bool> PictureStream::fit(PooledPicture& picture)
     return true;
 }
 
-void PictureStream::deliver(PooledPicture& picture, std::int64_t time, std::vector<PixelRect> dirty)
+void PictureStream::deliver(PooledPicture& picture, MonotonicTime time, std::vector<PixelRect> dirty)
 {
     lastTime_ = time;
     deliver_(samples_.make(pool_, picture, time, std::move(dirty)));

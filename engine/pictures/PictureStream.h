@@ -10,9 +10,9 @@
 #include "engine/pictures/PictureSamples.h"
 #include "engine/pictures/UnpaintedArea.h"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -44,14 +44,14 @@ public:
 /// consumers hold the whole pool none is taken. Content of another size is fitted in: its shape kept, centred, black around it.
 ///
 /// A back end reports what has changed, calls work() at deadline() and whenever something has changed, and hands out pixels when asked.
-/// Used on one thread. Times are nanoseconds of CLOCK_MONOTONIC.
+/// Used on one thread.
 class PictureStream {
 public:
-    using Clock = std::function<std::int64_t()>;
+    using Clock = std::function<MonotonicTime()>;
 
-    static constexpr std::int64_t repeatInterval = nanosecondsPerSecond / 2;
-    static constexpr std::int64_t longestFirstPaint = nanosecondsPerSecond / 2;
-    static constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
+    static constexpr std::chrono::milliseconds repeatInterval{500};
+    static constexpr std::chrono::milliseconds longestFirstPaint{500};
+    static constexpr MonotonicTime never = MonotonicTime::max();
 
     /// The greatest width and height of a stream's pictures; the least is 1. Window systems have 16-bit sizes and signed coordinates.
     static constexpr std::int64_t largestSide = 32767;
@@ -64,7 +64,7 @@ public:
     /// `memory` is zeroed and of at least the required size. `content` outlives the stream. `makeScaler` is called with the first picture that
     /// needs it. `deliver` gets every picture. There is nothing to take before contentReplaced().
     PictureStream(const platform::StreamConfiguration& configuration, std::shared_ptr<MemoryBlock> memory, PictureContent& content,
-        PictureScalerFactory makeScaler, UniqueFunction<void(SampleBufferRef)> deliver, Clock now = monotonicNow);
+        PictureScalerFactory makeScaler, UniqueFunction<void(SampleBufferRef)> deliver, Clock now = MonotonicClock::now);
 
     /// The content has this size from now on, in pixels and at least 1 x 1, and nothing of it is known.
     void contentReplaced(std::int32_t width, std::int32_t height);
@@ -83,26 +83,26 @@ public:
 
     /// Takes a picture if one is due, repeats the last if a repeat is. The picture's time is `contentTime` if it can be: if it is missing,
     /// stands still, lies ahead or half a second back, the time is the clock's. An error ends the stream.
-    Result<void> work(std::optional<std::int64_t> contentTime = std::nullopt);
+    Result<void> work(std::optional<MonotonicTime> contentTime = std::nullopt);
 
     /// The same, but takes none: for when the content cannot be read.
     void repeat();
 
     /// When work() has something to do if nothing is reported before then; `never` before the first change.
-    [[nodiscard]] std::int64_t deadline() const;
+    [[nodiscard]] MonotonicTime deadline() const;
 
     [[nodiscard]] bool isScaled() const { return contentWidth_ != whole_.width || contentHeight_ != whole_.height; }
     [[nodiscard]] std::int32_t width() const { return whole_.width; }
     [[nodiscard]] std::int32_t height() const { return whole_.height; }
     [[nodiscard]] std::size_t bytesPerRow() const { return pool_.bytesPerRow(); }
-    [[nodiscard]] std::int64_t interval() const { return samples_.interval(); }
+    [[nodiscard]] std::chrono::nanoseconds interval() const { return samples_.interval(); }
 
 private:
     [[nodiscard]] bool isOutdated() const { return !changed_.isEmpty() || overlayIsOutdated_; }
-    [[nodiscard]] std::int64_t due() const;
-    Result<void> take(std::optional<std::int64_t> contentTime);
+    [[nodiscard]] MonotonicTime due() const;
+    Result<void> take(std::optional<MonotonicTime> contentTime);
     Result<bool> fit(PooledPicture& picture);
-    void deliver(PooledPicture& picture, std::int64_t time, std::vector<PixelRect> dirty);
+    void deliver(PooledPicture& picture, MonotonicTime time, std::vector<PixelRect> dirty);
 
     const PixelRect whole_;
     PictureContent& content_;
@@ -119,10 +119,10 @@ private:
     DamageRegion changed_;  // since the last delivered picture, in that picture's coordinates
     bool overlayIsOutdated_ = false;
     UnpaintedArea unpainted_;
-    std::int64_t paintDue_ = 0;  // of the first picture
-    std::int64_t retryDue_ = 0;  // no picture was free, or none could be fetched
+    MonotonicTime paintDue_;  // of the first picture
+    MonotonicTime retryDue_;  // no picture was free, or none could be fetched
     PooledPicture* last_ = nullptr;
-    std::int64_t lastTime_ = 0;
+    MonotonicTime lastTime_;
 };
 
 }  // namespace velmora::engine

@@ -13,7 +13,7 @@ constexpr std::int64_t secondsKept = 3;
 
 }  // namespace
 
-AudioMixer::AudioMixer(std::int32_t sampleRate, std::int32_t channelCount, std::int64_t origin)
+AudioMixer::AudioMixer(std::int32_t sampleRate, std::int32_t channelCount, MonotonicTime origin)
     : clock_{origin, sampleRate}
     , channelCount_(static_cast<std::size_t>(channelCount))
     , capacity_(secondsKept * sampleRate)
@@ -22,9 +22,9 @@ AudioMixer::AudioMixer(std::int32_t sampleRate, std::int32_t channelCount, std::
     assert(sampleRate > 0 && channelCount > 0);
 }
 
-int AudioMixer::addInput(std::int64_t tolerance)
+int AudioMixer::addInput(std::chrono::nanoseconds tolerance)
 {
-    const auto frames = std::max<std::int64_t>(1, tolerance * clock_.sampleRate / FrameClock::second);
+    const auto frames = std::max<std::int64_t>(1, tolerance.count() * clock_.sampleRate / FrameClock::second);
     inputs_.emplace(++lastInput_, Input{InputTimeline{static_cast<std::int32_t>(frames)}});
     return lastInput_;
 }
@@ -34,7 +34,7 @@ void AudioMixer::removeInput(int input)
     inputs_.erase(input);
 }
 
-void AudioMixer::write(int input, std::int64_t stamp, std::span<const float> samples, std::int64_t now)
+void AudioMixer::write(int input, MonotonicTime stamp, std::span<const float> samples, MonotonicTime now)
 {
     const auto found = inputs_.find(input);
     assert(found != inputs_.end());
@@ -85,7 +85,7 @@ void AudioMixer::add(std::int64_t position, std::span<const float> samples)
     }
 }
 
-std::int64_t AudioMixer::readableFrames(std::int64_t now) const
+std::int64_t AudioMixer::readableFrames(MonotonicTime now) const
 {
     bool anySpeaks = false;
     std::int64_t horizon = 0;
@@ -103,7 +103,7 @@ std::int64_t AudioMixer::readableFrames(std::int64_t now) const
     return std::clamp<std::int64_t>(horizon - next_, 0, capacity_);
 }
 
-std::int64_t AudioMixer::read(std::span<float> samples)
+MonotonicTime AudioMixer::read(std::span<float> samples)
 {
     const auto stamp = clock_.timeOf(next_);
     const auto frames = static_cast<std::int64_t>(samples.size() / channelCount_);

@@ -1,9 +1,11 @@
 // Mixes several sources of sound into one track without gaps.
 #pragma once
 
+#include "base/MonotonicClock.h"
 #include "engine/sound/FrameClock.h"
 #include "engine/sound/InputTimeline.h"
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <span>
@@ -12,7 +14,7 @@
 namespace velmora::engine {
 
 /// Adds interleaved 32-bit float blocks at the places that their time stamps say, and gives out the sum as one track that counts
-/// CLOCK_MONOTONIC from its origin, digital silence where no source spoke. Times are nanoseconds. Used by one thread.
+/// CLOCK_MONOTONIC from its origin, digital silence where no source spoke. Used by one thread.
 ///
 /// While sources speak, the track follows them: it is given out as far as all of them have come, yet never further ahead of the clock
 /// than `greatestLead`, because what a slow device plays in two seconds is known now and another source may still add to it. When
@@ -20,29 +22,29 @@ namespace velmora::engine {
 /// left out.
 class AudioMixer {
 public:
-    static constexpr std::int64_t silenceAfter = 250'000'000;
-    static constexpr std::int64_t silenceDelay = 100'000'000;
-    static constexpr std::int64_t greatestLead = 50'000'000;
+    static constexpr std::chrono::milliseconds silenceAfter{250};
+    static constexpr std::chrono::milliseconds silenceDelay{100};
+    static constexpr std::chrono::milliseconds greatestLead{50};
 
-    AudioMixer(std::int32_t sampleRate, std::int32_t channelCount, std::int64_t origin);
+    AudioMixer(std::int32_t sampleRate, std::int32_t channelCount, MonotonicTime origin);
 
-    /// `tolerance`: how far, in nanoseconds, this source's time stamps jitter when all is well.
-    int addInput(std::int64_t tolerance);
+    /// `tolerance`: how far this source's time stamps jitter when all is well.
+    int addInput(std::chrono::nanoseconds tolerance);
     void removeInput(int input);
 
     /// Adds a block of `input` whose first frame is heard at `stamp`; `now` is when it came.
-    void write(int input, std::int64_t stamp, std::span<const float> samples, std::int64_t now);
+    void write(int input, MonotonicTime stamp, std::span<const float> samples, MonotonicTime now);
 
     /// Frames that can be given out at `now`.
-    [[nodiscard]] std::int64_t readableFrames(std::int64_t now) const;
+    [[nodiscard]] std::int64_t readableFrames(MonotonicTime now) const;
 
     /// Gives out the next frames, as many as `samples` holds; no more than are readable. Returns the time stamp of the first.
-    std::int64_t read(std::span<float> samples);
+    MonotonicTime read(std::span<float> samples);
 
 private:
     struct Input {
         InputTimeline timeline;
-        std::int64_t lastWritten = 0;
+        MonotonicTime lastWritten{};
     };
 
     void add(std::int64_t position, std::span<const float> samples);

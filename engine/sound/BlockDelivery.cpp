@@ -1,5 +1,7 @@
 #include "engine/sound/BlockDelivery.h"
 
+#include "media/LiveTime.h"
+
 #include <memory>
 #include <utility>
 #include <vector>
@@ -13,7 +15,7 @@ Result<void> checkFormat(const AudioSourceFormat& format)
     return {};
 }
 
-BlockDelivery::BlockDelivery(const AudioSourceFormat& format, AudioSource::BlockCallback block, std::int64_t origin)
+BlockDelivery::BlockDelivery(const AudioSourceFormat& format, AudioSource::BlockCallback block, MonotonicTime origin)
     : format_(format)
     , description_(
           std::make_shared<const FormatDescription>(AudioFormat{FourCharacterCode{"lpcm"}, format.sampleRate, format.channelCount, {}}))
@@ -22,7 +24,7 @@ BlockDelivery::BlockDelivery(const AudioSourceFormat& format, AudioSource::Block
 {
 }
 
-void BlockDelivery::deliver(std::int64_t now)
+void BlockDelivery::deliver(MonotonicTime now)
 {
     for (auto readable = mixer_.readableFrames(now); readable >= framesPerBlock; readable -= framesPerBlock) {
         auto samples = std::make_shared<std::vector<float>>(static_cast<std::size_t>(framesPerBlock * format_.channelCount));
@@ -30,7 +32,7 @@ void BlockDelivery::deliver(std::int64_t now)
 
         auto sample = std::make_shared<SampleBuffer>();
         sample->format = description_;
-        sample->presentationTimeStamp = MediaTime::nanoseconds(stamp);
+        sample->presentationTimeStamp = liveTime(stamp);
         sample->duration = MediaTime{framesPerBlock, format_.sampleRate};
         sample->sampleCount = framesPerBlock;
         sample->data.bytes = std::as_bytes(std::span{*samples});

@@ -1,6 +1,7 @@
 // Turns a track of sound into sample buffers.
 #pragma once
 
+#include "base/MonotonicClock.h"
 #include "engine/sound/AudioMixer.h"
 #include "engine/sound/AudioSource.h"
 
@@ -16,12 +17,12 @@ class BlockDelivery {
 public:
     static constexpr std::int64_t framesPerBlock = 1024;
 
-    BlockDelivery(const AudioSourceFormat& format, AudioSource::BlockCallback block, std::int64_t origin);
+    BlockDelivery(const AudioSourceFormat& format, AudioSource::BlockCallback block, MonotonicTime origin);
 
     [[nodiscard]] AudioMixer& mixer() { return mixer_; }
 
     /// Hands on every whole block that is ready at `now`.
-    void deliver(std::int64_t now);
+    void deliver(MonotonicTime now);
 
 private:
     AudioSourceFormat format_;

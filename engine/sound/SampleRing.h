@@ -1,10 +1,11 @@
 // Hands blocks of sound from a real-time thread to another thread.
 #pragma once
 
+#include "base/MonotonicClock.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
-#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -17,7 +18,7 @@ public:
     SampleRing(std::size_t samples, std::size_t blocks) : samples_(powerOfTwo(samples)), blocks_(powerOfTwo(blocks)) { }
 
     /// False when the block was dropped.
-    bool write(std::int64_t stamp, std::span<const float> samples)
+    bool write(MonotonicTime stamp, std::span<const float> samples)
     {
         const auto head = written_.load(std::memory_order_relaxed);
         const auto tail = read_.load(std::memory_order_acquire);
@@ -35,7 +36,7 @@ public:
     }
 
     /// Takes out the oldest block: its samples go into `samples`, its stamp into `stamp`. False when there is none.
-    bool read(std::int64_t& stamp, std::vector<float>& samples)
+    bool read(MonotonicTime& stamp, std::vector<float>& samples)
     {
         const auto tail = read_.load(std::memory_order_relaxed);
         if (tail == written_.load(std::memory_order_acquire))
@@ -53,7 +54,7 @@ public:
 
 private:
     struct Block {
-        std::int64_t stamp = 0;
+        MonotonicTime stamp;
         std::size_t begin = 0;  ///< counts samples since the beginning
         std::size_t count = 0;
     };

@@ -52,7 +52,6 @@ ClipPreviewModel::ClipPreviewModel(std::filesystem::path clipURL, Services servi
 
 ClipPreviewModel::~ClipPreviewModel()
 {
-    self_.reset();
     tearDown();
 }
 
@@ -72,18 +71,17 @@ void ClipPreviewModel::setupPlayer()
         fail(QString::fromStdString(player.error().localizedDescription));
     }
 
-    services_.assetReader->loadDuration(
-        clipURL_, [later = std::weak_ptr(self_), executor = services_.mainExecutor](Result<MediaTime> duration) {
-            executor->async([later, duration = std::move(duration)] {
-                if (const auto self = later.lock(); self && duration)
-                    (*self)->setDuration(duration->seconds());
-            });
+    services_.assetReader->loadDuration(clipURL_, [later = self_.weak(), executor = services_.mainExecutor](Result<MediaTime> duration) {
+        executor->async([later, duration = std::move(duration)] {
+            if (const auto self = later.lock(); self && duration)
+                self->setDuration(duration->seconds());
         });
+    });
     services_.assetReader->loadPictureTimes(
-        clipURL_, [later = std::weak_ptr(self_), executor = services_.mainExecutor](Result<std::vector<MediaTime>> times) {
+        clipURL_, [later = self_.weak(), executor = services_.mainExecutor](Result<std::vector<MediaTime>> times) {
             executor->async([later, times = std::move(times)]() mutable {
                 if (const auto self = later.lock(); self && times)
-                    (*self)->pictureTimes_ = std::move(*times);
+                    self->pictureTimes_ = std::move(*times);
             });
         });
 }
@@ -274,14 +272,14 @@ void ClipPreviewModel::loadThumbnail(int number)
         return;
     const auto time = MediaTime::fromSeconds(totalDuration_ * (number + 0.5) / thumbnailCount, preferredTimescale);
     services_.assetReader->generateImage(clipURL_, time, thumbnailWidth, thumbnailHeight,
-        [number, later = std::weak_ptr(self_), executor = services_.mainExecutor](Result<PixelBufferRef> picture) {
+        [number, later = self_.weak(), executor = services_.mainExecutor](Result<PixelBufferRef> picture) {
             executor->async([number, later, picture = std::move(picture)] {
                 const auto self = later.lock();
                 if (!self || !picture)
                     return;
-                (*self)->thumbnails_.push_back(image(*picture));
-                emit(*self)->thumbnailsChanged();
-                (*self)->loadThumbnail(number + 1);
+                self->thumbnails_.push_back(image(*picture));
+                emit self->thumbnailsChanged();
+                self->loadThumbnail(number + 1);
             });
         });
 }
@@ -305,21 +303,20 @@ void ClipPreviewModel::exportTrimmed(bool replaceOriginal)
     session->setTimeRange({mediaTime(trimStartTime_), exportEnd()});
 
     // The clip is added even if this window has been closed meanwhile.
-    services_.runningExports->start(
-        session, [weak = std::weak_ptr(self_), session, services = services_, clip = clipURL_, replaceOriginal] {
-            services.mainExecutor->async([weak, session, services, clip, replaceOriginal] {
-                if (session->status() == platform::ExportSession::Status::completed) {
-                    if (replaceOriginal) {
-                        static_cast<void>(services.fileManager->removeFile(clip));
-                        services.library->reloadClips();
-                    } else {
-                        services.library->addClip(session->outputURL(), [] {});
-                    }
+    services_.runningExports->start(session, [weak = self_.weak(), session, services = services_, clip = clipURL_, replaceOriginal] {
+        services.mainExecutor->async([weak, session, services, clip, replaceOriginal] {
+            if (session->status() == platform::ExportSession::Status::completed) {
+                if (replaceOriginal) {
+                    static_cast<void>(services.fileManager->removeFile(clip));
+                    services.library.reloadClips();
+                } else {
+                    services.library.addClip(session->outputURL(), [] {});
                 }
-                if (const auto self = weak.lock())
-                    (*self)->finishExport(*session);
-            });
+            }
+            if (const auto self = weak.lock())
+                self->finishExport(*session);
         });
+    });
 }
 
 MediaTime ClipPreviewModel::exportEnd() const

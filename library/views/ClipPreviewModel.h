@@ -1,6 +1,7 @@
 // What the preview of a clip shows and does.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "library/ClipLibrary.h"
 #include "library/views/RunningExports.h"
 #include "platform/Asset.h"
@@ -55,7 +56,7 @@ public:
         std::shared_ptr<platform::AssetReader> assetReader;
         std::shared_ptr<platform::ExportSessionFactory> exportSessions;
         std::shared_ptr<platform::FileManager> fileManager;
-        std::shared_ptr<ClipLibrary> library;
+        ClipLibrary& library;
         std::shared_ptr<Executor> mainExecutor;
         std::shared_ptr<RunningExports> runningExports;
         std::function<void(const QPoint&)> share;  ///< opens the share menu there, in points of the screen
@@ -171,7 +172,7 @@ private:
     std::vector<QImage> thumbnails_;
 
     // Gone with the model, so that a late result finds nobody.
-    std::shared_ptr<ClipPreviewModel*> self_ = std::make_shared<ClipPreviewModel*>(this);
+    const SelfReference<ClipPreviewModel> self_{*this};
 };
 
 }  // namespace velmora

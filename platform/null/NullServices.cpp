@@ -49,19 +49,6 @@ private:
     std::string reason_;
 };
 
-class NullExportSessions final : public platform::ExportSessionFactory {
-public:
-    explicit NullExportSessions(std::string reason) : reason_(std::move(reason)) { }
-
-    Result<std::shared_ptr<platform::ExportSession>> makeExportSession(const std::filesystem::path&, platform::ExportPreset) override
-    {
-        return fail(unavailable(reason_));
-    }
-
-private:
-    std::string reason_;
-};
-
 class NullHotKeyCenter final : public platform::HotKeyCenter {
 public:
     tl::expected<EventHandlerReference, platform::HotKeyStatus> installEventHandler(EventHandler) override { return 1; }
@@ -113,11 +100,6 @@ std::shared_ptr<platform::ShareableContentProvider> makeShareableContent(std::st
 std::shared_ptr<platform::CaptureStreamFactory> makeCaptureStreams(std::string reason)
 {
     return std::make_shared<NullCaptureStreams>(std::move(reason));
-}
-
-std::shared_ptr<platform::ExportSessionFactory> makeExportSessions(std::string reason)
-{
-    return std::make_shared<NullExportSessions>(std::move(reason));
 }
 
 std::shared_ptr<platform::HotKeyCenter> makeHotKeyCenter()

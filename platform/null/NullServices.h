@@ -2,7 +2,6 @@
 #pragma once
 
 #include "platform/CaptureStream.h"
-#include "platform/ExportSession.h"
 #include "platform/FloatingWindows.h"
 #include "platform/HotKeyCenter.h"
 #include "platform/ScreenCaptureAccess.h"
@@ -20,9 +19,6 @@ std::shared_ptr<platform::ShareableContentProvider> makeShareableContent(std::st
 
 /// Streams that fail to start with `reason`.
 std::shared_ptr<platform::CaptureStreamFactory> makeCaptureStreams(std::string reason);
-
-/// No export session can be made; `reason` is the error's description.
-std::shared_ptr<platform::ExportSessionFactory> makeExportSessions(std::string reason);
 
 /// No hot key can be registered: every registration fails with this status.
 inline constexpr platform::HotKeyStatus hotKeysUnavailable = -1;

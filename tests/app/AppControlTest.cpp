@@ -51,9 +51,9 @@ protected:
 
     const platform::AudibleApplication player{{"player-bin", "Player", 12}, "Film", true};
     AppControl control{AppControl::Services{
-        .coordinator = coordinator,
-        .permissionManager = permissionManager,
-        .shortcutManager = shortcutManager,
+        .coordinator = *coordinator,
+        .permissionManager = *permissionManager,
+        .shortcutManager = *shortcutManager,
         .windowService = std::make_shared<WindowSelectionService>(content, executor),
         .windows = nullptr,
         .userDefaults = nullptr,

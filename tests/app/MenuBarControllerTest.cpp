@@ -38,13 +38,8 @@ struct ScriptedAlerts final : AlertPresenter {
 
 struct ShownWindows final : ApplicationWindowFactory {
     struct Window final : ApplicationWindow {
-        void makeKeyAndOrderFront(bool regardless) override
-        {
-            ++shown;
-            shownRegardless = regardless;
-        }
+        void makeKeyAndOrderFront() override { ++shown; }
         int shown = 0;
-        bool shownRegardless = false;
     };
 
     std::shared_ptr<ApplicationWindow> makeWindow(const WindowDescription& description) override
@@ -65,8 +60,8 @@ protected:
     {
         addLiveWindow(film);
         delegate = AppDelegate::create({
-            .coordinator = coordinator,
-            .permissionManager = permissionManager,
+            .coordinator = *coordinator,
+            .permissionManager = *permissionManager,
             .userDefaults = userDefaults,
             .windows = windows,
             .alerts = alerts,
@@ -83,7 +78,7 @@ protected:
                 [this](std::weak_ptr<WindowPresenting> presenting) {
                     auto item = std::make_unique<ScriptedStatusItem>();
                     statusItem = item.get();
-                    return std::make_unique<MenuBarController>(MenuBarController::Services{coordinator, library, workspace, alerts,
+                    return std::make_unique<MenuBarController>(MenuBarController::Services{*coordinator, *library, workspace, alerts,
                                                                    std::move(presenting), [this] { events.emplace_back("terminate"); }},
                         std::move(item));
                 },
@@ -140,7 +135,6 @@ TEST_F(ShellTest, TheFirstLaunchShowsTheWalkthroughInFrontOfEverything)
     EXPECT_THAT(windows->descriptions,
         ElementsAre(WindowDescription{WindowContent::onboarding, 640, 530, true, false, "Welcome to Velmora — Quick Walkthrough", {}}));
     EXPECT_EQ(windows->windows[0]->shown, 1);
-    EXPECT_TRUE(windows->windows[0]->shownRegardless);
 }
 
 TEST_F(ShellTest, ALaterLaunchShowsNothingButTheItem)
@@ -181,7 +175,6 @@ TEST_F(ShellTest, ThePickerOpensFromTheMenuAndIsReused)
     EXPECT_THAT(windows->descriptions,
         ElementsAre(WindowDescription{WindowContent::windowPicker, 560, 480, false, true, "Select Video Window — Velmora", {}}));
     EXPECT_EQ(windows->windows[0]->shown, 2);
-    EXPECT_FALSE(windows->windows[0]->shownRegardless);
 }
 
 TEST_F(ShellTest, ClosingEveryWindowLeavesTheProgramRunning)
@@ -407,9 +400,9 @@ TEST_F(ShellRecordingTest, AStopAsTheWindowClosesGivesOneAlertWithBothTexts)
 class ShellCommandTest : public ShellRecordingTest {
 protected:
     ShellCommandTest()
-        : control({.coordinator = coordinator,
-            .permissionManager = permissionManager,
-            .shortcutManager = shortcutManager,
+        : control({.coordinator = *coordinator,
+            .permissionManager = *permissionManager,
+            .shortcutManager = *shortcutManager,
             .windowService = std::make_shared<WindowSelectionService>(content, executor),
             .windows = nullptr,
             .userDefaults = userDefaults,
@@ -541,7 +534,7 @@ TEST_F(ShellTest, WithoutADelegateWindowsStayClosed)
 {
     launchQuietly();
     EXPECT_EQ(AppDelegate::shared(), delegate);
-    MenuBarController lonely{{coordinator, library, workspace, alerts, {}, [] {}}, std::make_unique<ScriptedStatusItem>()};
+    MenuBarController lonely{{*coordinator, *library, workspace, alerts, {}, [] {}}, std::make_unique<ScriptedStatusItem>()};
     for (const auto action : {MenuAction::selectWindow, MenuAction::openGuide, MenuAction::openSettings, MenuAction::openRecentClip}) {
         MenuItem item;
         item.action = action;

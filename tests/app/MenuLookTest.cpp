@@ -121,6 +121,15 @@ TEST(MenuLook, ALongTitleIsElidedAndTheKeysStayInTheMenu)
     EXPECT_TRUE(entry->text().endsWith(QStringLiteral(".mp4 (12:34)"))) << "assistive technology reads all of it";
 }
 
+TEST(MenuLook, AssistiveTechnologyReadsASubmenusOwnTitleAndTheItemShowsTheItems)
+{
+    Menu menu{film, oneClip("a.mp4")};
+    auto& item = menu.action("Recent Clips");
+    ASSERT_TRUE(item.menu());
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(item.menu())->text(QAccessible::Name), QStringLiteral("Recent Clips"));
+    EXPECT_EQ(item.text(), QString::fromUtf8("🎞️ Recent Clips"));
+}
+
 TEST(MenuLook, EveryKindOfTitleIsOneRowAsHighAsTheOthers)
 {
     Menu ordinary{film, oneClip("a.mp4")};

@@ -59,11 +59,11 @@ TEST_F(RecordingMeterTest, TellsSoundFromSilence)
     writer->add(audio);
     EXPECT_TRUE(meter->writesSound);
     audio->append(test::audioSample(1000));
-    EXPECT_EQ(meter->lastSoundNanoseconds, 0);
+    EXPECT_EQ(meter->lastSound.load(), MonotonicTime{});
     auto loud = std::make_shared<SampleBuffer>(*test::audioSample(2000));
     loud->data = DataBlock::owning(std::vector<std::byte>(8192, std::byte{1}));
     audio->append(loud);
-    EXPECT_EQ(meter->lastSoundNanoseconds, 2000);
+    EXPECT_EQ(meter->lastSound.load(), MonotonicTime{std::chrono::nanoseconds{2000}});
     EXPECT_EQ(meter->writtenFrames, 0U);
 }
 

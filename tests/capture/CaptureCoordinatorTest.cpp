@@ -109,7 +109,7 @@ TEST_F(CaptureCoordinatorTest, IsNotConfiguredWithoutThePermission)
     access->isGranted = false;
     permissionManager->checkPermissions();
     const auto fresh = CaptureCoordinator::create(
-        {library, permissionManager, shortcutManager, captureService, writers, fileManager, workspace, clock, executor});
+        {*library, *permissionManager, *shortcutManager, captureService, writers, fileManager, workspace, clock, executor});
     EXPECT_EQ(fresh->state(), state(CaptureState::NotConfigured{}));
 }
 
@@ -684,15 +684,13 @@ TEST_F(CaptureCoordinatorTest, AChangeOfDisplaysIsOnlyLogged)
     EXPECT_EQ(coordinator->state(), state(CaptureState::Capturing{film}));
 }
 
-TEST_F(CaptureCoordinatorTest, ObserversHearOfAChangeBeforeItTakesEffect)
+TEST_F(CaptureCoordinatorTest, ObserversHearOfAChangeOnceItHasTakenEffect)
 {
     std::vector<std::string> heard;
-    QObject::connect(coordinator.get(), &CaptureCoordinator::objectWillChange, coordinator.get(),
-        [&] { heard.push_back("will " + coordinator->state().statusDescription()); });
     QObject::connect(coordinator.get(), &CaptureCoordinator::stateChanged, coordinator.get(),
-        [&] { heard.push_back("did " + coordinator->state().statusDescription()); });
+        [&] { heard.push_back(coordinator->state().statusDescription()); });
     coordinator->captureServiceDidEncounterError(*captureService, {"Test", 1, "x", nullptr});
-    EXPECT_THAT(heard, ElementsAre("will Waiting for window selection", "did Capture unavailable (x)"));
+    EXPECT_THAT(heard, ElementsAre("Capture unavailable (x)"));
 }
 
 TEST(CaptureStateTest, EachCaseHasItsText)

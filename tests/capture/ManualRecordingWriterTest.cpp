@@ -1,6 +1,6 @@
 #include "capture/ManualRecordingWriter.h"
 
-#include "capture/ClipExporterError.h"
+#include "capture/replay/ClipExporterError.h"
 #include "platform/fake/FakeAssetWriter.h"
 #include "platform/fake/FakeFileManager.h"
 #include "tests/support/CapturedLog.h"

@@ -50,9 +50,9 @@ struct OnboardingFixture : CoordinatorFixture {
     bool hasTray = true;
     int pickers = 0;
     OnboardingModel model{{
-        .coordinator = coordinator,
-        .permissionManager = permissionManager,
-        .shortcutManager = shortcutManager,
+        .coordinator = *coordinator,
+        .permissionManager = *permissionManager,
+        .shortcutManager = *shortcutManager,
         .userDefaults = userDefaults,
         .presentWindowPicker = [this] { ++pickers; },
         .placeCaption = [this] { return place; },

@@ -198,9 +198,9 @@ TEST_F(OnboardingModelTest, TheConfigurationFolderHoldsNothingButTheFlagAfterwar
 {
     const auto configuration = folder.path() / "config";
     OnboardingModel real{{
-        .coordinator = coordinator,
-        .permissionManager = permissionManager,
-        .shortcutManager = shortcutManager,
+        .coordinator = *coordinator,
+        .permissionManager = *permissionManager,
+        .shortcutManager = *shortcutManager,
         .userDefaults = linux_backend::makeUserDefaults(configuration / "velmora" / "velmora.conf"),
         .presentWindowPicker = [] {},
         .placeCaption = [] { return QString{}; },

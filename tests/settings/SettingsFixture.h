@@ -40,9 +40,9 @@ struct SettingsFixture : CoordinatorFixture {
     int walkthroughs = 0;
     bool hasTray = true;
     SettingsModel model{{
-        .library = library,
-        .permissionManager = permissionManager,
-        .shortcutManager = shortcutManager,
+        .library = *library,
+        .permissionManager = *permissionManager,
+        .shortcutManager = *shortcutManager,
         .workspace = workspace,
         .fileManager = fileManager,
         .folderChooser = folderChooser,

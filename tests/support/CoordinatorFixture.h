@@ -74,7 +74,7 @@ struct CoordinatorFixture {
     std::shared_ptr<ScreenCaptureKitService> captureService = ScreenCaptureKitService::create(
         {content, streams, compressionSessions, assetWriters, fileManager, std::make_shared<fake::FakeScreens>(), executor});
     std::shared_ptr<CaptureCoordinator> coordinator = CaptureCoordinator::create(
-        {library, permissionManager, shortcutManager, captureService, assetWriters, fileManager, workspace, clock, executor});
+        {*library, *permissionManager, *shortcutManager, captureService, assetWriters, fileManager, workspace, clock, executor});
 };
 
 }  // namespace velmora::test

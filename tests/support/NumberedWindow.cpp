@@ -9,6 +9,7 @@
 // Commands on standard input, one a line: "resize WxH", "move X,Y", "title TEXT", "still", "go", "quit". Each is answered with "ok"
 // when the server has carried it out; "still 17" for "still", with the number of the frame that stays. End of input ends the program.
 
+#include "base/MonotonicClock.h"
 #include "tests/support/FrameNumber.h"
 #include "tests/support/Scene.h"
 
@@ -38,9 +39,7 @@ constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 
 std::int64_t monotonicNow()
 {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * nanosecondsPerSecond + now.tv_nsec;
+    return MonotonicClock::now().time_since_epoch().count();
 }
 
 struct Options {

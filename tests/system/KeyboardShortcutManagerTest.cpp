@@ -150,7 +150,7 @@ TEST_F(KeyboardShortcutManagerTest, ASecondRegistrationThatFailsLeavesNothingReg
     EXPECT_EQ(manager().boundKeys(), "");
 }
 
-TEST_F(KeyboardShortcutManagerTest, ObserversHearOfEachStepOfARegistrationBeforeItTakesEffect)
+TEST_F(KeyboardShortcutManagerTest, ObserversHearOfEachStepOfARegistrationOnceItHasTakenEffect)
 {
     centre->registerStatus = 10;
     manager();
@@ -160,20 +160,16 @@ TEST_F(KeyboardShortcutManagerTest, ObserversHearOfEachStepOfARegistrationBefore
         return Seen{
             manager().isRegistered(), manager().registrationErrorMessage().has_value(), manager().toggleRecordingShortcut().displayString};
     };
-    std::vector<Seen> before;
     std::vector<Seen> after;
     const auto noteAfter = [&] { after.push_back(now()); };
-    QObject::connect(&manager(), &KeyboardShortcutManager::objectWillChange, [&] { before.push_back(now()); });
     QObject::connect(&manager(), &KeyboardShortcutManager::isRegisteredChanged, noteAfter);
     QObject::connect(&manager(), &KeyboardShortcutManager::registrationErrorMessageChanged, noteAfter);
     QObject::connect(&manager(), &KeyboardShortcutManager::toggleRecordingShortcutChanged, noteAfter);
     manager().updateToggleRecordingShortcut({9, 0x100, "⌘V"});
     manager().unregisterAll();
-    const Seen failed{false, true, "⌥⌘C"};
     const Seen changed{false, true, "⌘V"};
     const Seen cleared{false, false, "⌘V"};
     const Seen registered{true, false, "⌘V"};
-    EXPECT_THAT(before, ElementsAre(failed, changed, changed, cleared, registered));
     EXPECT_THAT(after, ElementsAre(changed, changed, cleared, registered, cleared));
     QObject::disconnect(&manager(), nullptr, nullptr, nullptr);
 }

@@ -7,6 +7,7 @@
 // "go", "minimise", "quit". Each is answered with "ok" when the compositor has heard of it; "still 17" for "still", with the number of the
 // frame that stays. End of input ends the program, and so does the desktop that closes the window.
 
+#include "base/MonotonicClock.h"
 #include "tests/support/FrameNumber.h"
 #include "tests/wayland/Handles.h"
 
@@ -37,9 +38,7 @@ constexpr std::uint32_t shadowColour = 0x80800080U;  // premultiplied
 
 std::int64_t monotonicNow()
 {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * nanosecondsPerSecond + now.tv_nsec;
+    return MonotonicClock::now().time_since_epoch().count();
 }
 
 struct Options {

@@ -1,7 +1,5 @@
 #include "windows/views/SoundChoiceModel.h"
 
-#include <QPointer>
-
 #include <algorithm>
 #include <utility>
 
@@ -43,8 +41,8 @@ void SoundChoiceModel::show(std::uint32_t windowID, platform::SoundChoices choic
 
 void SoundChoiceModel::refresh()
 {
-    windowService_->getSoundChoices(windowID_, [self = QPointer{this}, id = windowID_](std::optional<platform::SoundChoices> choices) {
-        if (self && self->windowID_ == id)
+    windowService_->getSoundChoices(windowID_, [weak = self_.weak(), id = windowID_](std::optional<platform::SoundChoices> choices) {
+        if (const auto self = weak.lock(); self && self->windowID_ == id)
             self->list(std::move(choices).value_or(platform::SoundChoices{}));
     });
 }

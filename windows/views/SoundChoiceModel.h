@@ -1,6 +1,7 @@
 // The picker's question: whose sound goes with a window?
 #pragma once
 
+#include "base/SelfReference.h"
 #include "windows/WindowSelectionService.h"
 
 #include <QAbstractListModel>
@@ -59,6 +60,7 @@ private:
     std::uint32_t windowID_ = 0;
     platform::SoundChoices choices_;
     std::optional<platform::SoundChoice> selected_;
+    const SelfReference<SoundChoiceModel> self_{*this};
 };
 
 }  // namespace velmora

@@ -2,8 +2,6 @@
 
 #include "capture/CaptureMessages.h"
 
-#include <QPointer>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -23,15 +21,15 @@ bool containsAny(const QString& name, const std::array<QLatin1String, count>& pa
 }  // namespace
 
 WindowPickerModel::WindowPickerModel(
-    std::shared_ptr<WindowSelectionService> windowService, std::shared_ptr<CaptureCoordinator> coordinator, QObject* parent)
+    std::shared_ptr<WindowSelectionService> windowService, CaptureCoordinator& coordinator, QObject* parent)
     : QAbstractListModel(parent)
     , windowService_(std::move(windowService))
-    , coordinator_(std::move(coordinator))
+    , coordinator_(coordinator)
     , sound_(windowService_)
 {
     connect(windowService_.get(), &WindowSelectionService::availableWindowsChanged, this, &WindowPickerModel::filter);
     connect(windowService_.get(), &WindowSelectionService::isLoadingChanged, this, &WindowPickerModel::contentChanged);
-    connect(coordinator_.get(), &CaptureCoordinator::selectedWindowChanged, this, [this] {
+    connect(&coordinator_, &CaptureCoordinator::selectedWindowChanged, this, [this] {
         if (!filteredWindows_.empty())
             emit dataChanged(index(0), index(rowCount() - 1), {IsActive});
     });
@@ -69,10 +67,11 @@ void WindowPickerModel::viewWillAppear()
     setSearchText({});
     setSelectedID(std::nullopt);
     emit appeared();
-    windowService_->refreshWindows([self = QPointer{this}] {
+    windowService_->refreshWindows([weak = self_.weak()] {
+        const auto self = weak.lock();
         if (!self)
             return;
-        const auto& chosen = self->coordinator_->selectedWindow();
+        const auto& chosen = self->coordinator_.selectedWindow();
         const auto& available = self->windowService_->availableWindows();
         if (chosen)
             self->setSelectedID(chosen->id);
@@ -121,7 +120,8 @@ void WindowPickerModel::start()
     if (!windowService_->needsRequest(chosen->id))
         return capture(*chosen);
     windowService_->requestWindow(
-        chosen->id, [self = QPointer{this}, request = ++request_](Result<std::optional<CapturedWindowInfo>> granted) {
+        chosen->id, [weak = self_.weak(), request = ++request_](Result<std::optional<CapturedWindowInfo>> granted) {
+            const auto self = weak.lock();
             if (!self)
                 return;
             if (!granted)
@@ -135,7 +135,8 @@ void WindowPickerModel::askForSound(const CapturedWindowInfo& window, int reques
 {
     if (request != request_)
         return windowService_->giveBackWindow(window.id);
-    windowService_->getSoundChoices(window.id, [self = QPointer{this}, window, request](std::optional<platform::SoundChoices> choices) {
+    windowService_->getSoundChoices(window.id, [weak = self_.weak(), window, request](std::optional<platform::SoundChoices> choices) {
+        const auto self = weak.lock();
         if (!self)
             return;
         if (request != self->request_)
@@ -175,7 +176,8 @@ void WindowPickerModel::cancel()
 void WindowPickerModel::capture(const CapturedWindowInfo& window)
 {
     isStarting_ = true;
-    coordinator_->selectWindowAndStartCapture(window, [self = QPointer{this}, id = window.id](const auto&) {
+    coordinator_.selectWindowAndStartCapture(window, [weak = self_.weak(), id = window.id](const auto&) {
+        const auto self = weak.lock();
         if (!self)
             return;
         self->isStarting_ = false;
@@ -187,8 +189,8 @@ void WindowPickerModel::capture(const CapturedWindowInfo& window)
 
 void WindowPickerModel::report(const Error& error)
 {
-    if (coordinator_->onCaptureError)
-        coordinator_->onCaptureError(std::string{capture_message::failedToCapture} + error.localizedDescription);
+    if (coordinator_.onCaptureError)
+        coordinator_.onCaptureError(std::string{capture_message::failedToCapture} + error.localizedDescription);
 }
 
 int WindowPickerModel::rowCount(const QModelIndex& parent) const
@@ -212,7 +214,7 @@ QVariant WindowPickerModel::data(const QModelIndex& index, int role) const
     case Symbol:
         return symbolName(QString::fromStdString(window.appName));
     case IsActive:
-        return coordinator_->selectedWindow() && coordinator_->selectedWindow()->id == window.id;
+        return coordinator_.selectedWindow() && coordinator_.selectedWindow()->id == window.id;
     default:
         return {};
     }

@@ -1,6 +1,7 @@
 // What the window picker shows and does.
 #pragma once
 
+#include "base/SelfReference.h"
 #include "capture/CaptureCoordinator.h"
 #include "windows/WindowSelectionService.h"
 #include "windows/views/SoundChoiceModel.h"
@@ -34,8 +35,7 @@ class WindowPickerModel final : public QAbstractListModel {
 public:
     enum Role { AppName = Qt::UserRole, Title, SizeText, Symbol, IsActive };
 
-    WindowPickerModel(
-        std::shared_ptr<WindowSelectionService> windowService, std::shared_ptr<CaptureCoordinator> coordinator, QObject* parent = nullptr);
+    WindowPickerModel(std::shared_ptr<WindowSelectionService> windowService, CaptureCoordinator& coordinator, QObject* parent = nullptr);
 
     /// Exactly one of these three is true, and decides what the middle of the picker shows.
     [[nodiscard]] bool isLoading() const { return windowService_->isLoading(); }
@@ -112,7 +112,7 @@ private:
     void report(const Error& error);
 
     std::shared_ptr<WindowSelectionService> windowService_;
-    std::shared_ptr<CaptureCoordinator> coordinator_;
+    CaptureCoordinator& coordinator_;
     QString searchText_;
     std::optional<std::uint32_t> selectedID_;
     std::vector<CapturedWindowInfo> filteredWindows_;
@@ -120,6 +120,7 @@ private:
     std::optional<CapturedWindowInfo> granted_;  ///< whose sound is being chosen
     bool isStarting_ = false;  ///< a capture has been asked for; it is not the picker's to end
     int request_ = 0;  ///< the last one; earlier ones are abandoned
+    const SelfReference<WindowPickerModel> self_{*this};
 };
 
 }  // namespace velmora

@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/LinuxUserNotificationCenter.h"
 
+#include "platform/linux/desktop/bus/BusConnection.h"
 #include "platform/linux/desktop/bus/BusInput.h"
 
 #include <QDBusArgument>
@@ -48,9 +49,7 @@ class LinuxUserNotificationCenter final : public QObject, public platform::UserN
 public:
     explicit LinuxUserNotificationCenter(UserNotificationCenterOptions options)
         : options_(std::move(options))
-        , bus_(options_.busAddress.empty()
-                  ? QDBusConnection::sessionBus()
-                  : QDBusConnection::connectToBus(text(options_.busAddress), QStringLiteral("velmora-notifications")))
+        , bus_(busAt(options_.busAddress, QStringLiteral("velmora-notifications")))
     {
         if (!bus_.isConnected())
             return;

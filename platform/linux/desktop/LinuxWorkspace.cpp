@@ -1,7 +1,9 @@
 #include "platform/linux/desktop/LinuxWorkspace.h"
 
+#include "base/SelfReference.h"
 #include "platform/linux/desktop/FileUri.h"
 #include "platform/linux/desktop/PortalMotion.h"
+#include "platform/linux/desktop/bus/BusConnection.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -9,7 +11,6 @@
 #include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
 #include <QObject>
-#include <QPointer>
 #include <QProcess>
 
 #include <cstdlib>
@@ -25,11 +26,6 @@ constexpr std::string_view screenRecordingSettings = "x-apple.systempreferences:
 constexpr const char* logindService = "org.freedesktop.login1";
 constexpr const char* logindPath = "/org/freedesktop/login1";
 constexpr const char* logindManager = "org.freedesktop.login1.Manager";
-
-QDBusConnection busAt(const std::string& address, const QString& name, QDBusConnection usual)
-{
-    return address.empty() ? std::move(usual) : QDBusConnection::connectToBus(QString::fromStdString(address), name);
-}
 
 void startDetached(const std::string& program, const std::vector<std::string>& arguments)
 {
@@ -62,7 +58,7 @@ class LinuxWorkspace final : public QObject, public platform::Workspace {
 public:
     explicit LinuxWorkspace(LinuxWorkspaceOptions options)
         : options_(std::move(options))
-        , session_(busAt(options_.sessionBusAddress, QStringLiteral("velmora-workspace-session"), QDBusConnection::sessionBus()))
+        , session_(busAt(options_.sessionBusAddress, QStringLiteral("velmora-workspace-session")))
     {
         if (!options_.startDetached)
             options_.startDetached = startDetached;
@@ -73,7 +69,7 @@ public:
         observers_.push_back(std::move(observer));
         if (observers_.size() > 1)
             return;
-        auto system = busAt(options_.systemBusAddress, QStringLiteral("velmora-workspace-system"), QDBusConnection::systemBus());
+        auto system = busAt(options_.systemBusAddress, QStringLiteral("velmora-workspace-system"), QDBusConnection::SystemBus);
         if (system.isConnected()) {
             system_ = std::move(system);
             system_->connect(QLatin1String{logindService}, QLatin1String{logindPath}, QLatin1String{logindManager},
@@ -81,8 +77,8 @@ public:
             delaySleep();
         }
         if (options_.observeDisplays) {
-            options_.observeDisplays([self = QPointer{this}] {
-                if (self)
+            options_.observeDisplays([weak = self_.weak()] {
+                if (const auto self = weak.lock())
                     self->tell(&platform::WorkspaceObserver::screenParametersDidChange);
             });
         }
@@ -174,6 +170,7 @@ private:
     std::vector<platform::WorkspaceObserver> observers_;
     Inhibitor inhibitor_;
     std::optional<PortalMotion> motion_;
+    const SelfReference<LinuxWorkspace> self_{*this};
 };
 
 }  // namespace

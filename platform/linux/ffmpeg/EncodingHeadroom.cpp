@@ -53,13 +53,8 @@ void paint(AVFrame& frame, std::size_t number, const Grain& grain)
 
 }  // namespace
 
-std::chrono::nanoseconds steadyTime()
-{
-    return std::chrono::steady_clock::now().time_since_epoch();
-}
-
 tl::expected<std::chrono::nanoseconds, AvError> measurePictureTime(
-    VideoEncoder& encoder, const VideoEncoderSettings& settings, const MonotonicClock& now)
+    VideoEncoder& encoder, const VideoEncoderSettings& settings, const std::function<MonotonicTime()>& now)
 {
     const Grain grain;
     std::vector<VideoEncoder::Packet> packets;

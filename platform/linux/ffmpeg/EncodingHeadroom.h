@@ -1,16 +1,13 @@
 // How hard a software encoder may try on this machine, beside all else that runs on it.
 #pragma once
 
+#include "base/MonotonicClock.h"
 #include "platform/linux/ffmpeg/VideoEncoder.h"
 
 #include <chrono>
 #include <functional>
 
 namespace velmora::linux_backend {
-
-/// A time that only goes forward.
-using MonotonicClock = std::function<std::chrono::nanoseconds()>;
-[[nodiscard]] std::chrono::nanoseconds steadyTime();
 
 /// What a picture may take of the sixtieth of a second that it has, about a third: the window's own program, which decodes and draws it,
 /// needs the processors too, and what a busier moment costs is not known yet.
@@ -20,7 +17,7 @@ inline constexpr std::chrono::milliseconds greatestPictureTime{6};
 /// there is time for more. By the clock, so that a machine that is busy counts as slow. Stops early where a few pictures take long. The
 /// encoder is used up.
 [[nodiscard]] tl::expected<std::chrono::nanoseconds, AvError> measurePictureTime(
-    VideoEncoder& encoder, const VideoEncoderSettings& settings, const MonotonicClock& now = steadyTime);
+    VideoEncoder& encoder, const VideoEncoderSettings& settings, const std::function<MonotonicTime()>& now = MonotonicClock::now);
 
 /// Normal effort where a picture takes no longer than `greatestPictureTime` with it.
 [[nodiscard]] EncodingEffort effortWithin(std::chrono::nanoseconds pictureTime);

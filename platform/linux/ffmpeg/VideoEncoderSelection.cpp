@@ -62,7 +62,7 @@ int VideoEncoderSelection::check(const VideoEncoderSettings& settings)
     return lastError_;
 }
 
-EncodingEffort VideoEncoderSelection::effortFor(VideoEncoderSettings settings, const MonotonicClock& now)
+EncodingEffort VideoEncoderSelection::effortFor(VideoEncoderSettings settings, const std::function<MonotonicTime()>& now)
 {
     const auto index = firstThatWorks(0, settings);
     if (index == candidates_.size() || !candidates_[index].isSoftware)

@@ -34,7 +34,7 @@ public:
 
     /// How hard the encoder for pictures of this size may try, measured now. Normal where the encoder costs this machine nothing, or there
     /// is none. Takes as long as some pictures do.
-    [[nodiscard]] EncodingEffort effortFor(VideoEncoderSettings settings, const MonotonicClock& now = steadyTime);
+    [[nodiscard]] EncodingEffort effortFor(VideoEncoderSettings settings, const std::function<MonotonicTime()>& now = MonotonicClock::now);
 
     /// A candidate that passed its trial and cannot be opened now (a graphics card has few encoders) gives way to the next.
     tl::expected<std::unique_ptr<VideoEncoder>, AvError> open(const VideoEncoderSettings& settings);

@@ -11,7 +11,11 @@ namespace {
 
 constexpr std::size_t channelCount = 2;
 constexpr std::uint32_t framesPerSignal = 1024;
-constexpr std::int64_t second = 1'000'000'000;
+
+constexpr std::chrono::nanoseconds durationOf(std::int64_t frames, std::int32_t sampleRate)
+{
+    return frames * std::chrono::nanoseconds{std::chrono::seconds{1}} / sampleRate;
+}
 
 }  // namespace
 
@@ -86,8 +90,8 @@ void CaptureNode::setDeviceLatency(const spa_latency_info& latency)
 {
     latencyQuanta_.store((latency.min_quantum + latency.max_quantum) / 2, std::memory_order_relaxed);
     const auto frames = (std::int64_t{latency.min_rate} + latency.max_rate) / 2;
-    const auto nanoseconds = static_cast<std::int64_t>(latency.min_ns / 2 + latency.max_ns / 2);
-    latencyNanoseconds_.store(nanoseconds + frames * second / sampleRate_, std::memory_order_relaxed);
+    const std::chrono::nanoseconds time{static_cast<std::int64_t>(latency.min_ns / 2 + latency.max_ns / 2)};
+    latency_.store(time + durationOf(frames, sampleRate_), std::memory_order_relaxed);
 
     std::array<std::uint8_t, 512> bytes{};
     spa_pod_builder builder{};
@@ -108,12 +112,13 @@ void CaptureNode::process()
             const auto offset = std::min(data.chunk->offset, data.maxsize);
             const auto size = std::min(data.chunk->size, data.maxsize - offset);
             const auto frames = size / (sizeof(float) * channelCount);
-            const auto quantum = static_cast<std::int64_t>(frames) * second / sampleRate_;
-            const auto latency = latencyNanoseconds_.load(std::memory_order_relaxed)
-                + static_cast<std::int64_t>(latencyQuanta_.load(std::memory_order_relaxed) * static_cast<float>(quantum));
+            const auto quantum = durationOf(static_cast<std::int64_t>(frames), sampleRate_);
+            const auto latency = latency_.load(std::memory_order_relaxed)
+                + std::chrono::nanoseconds{
+                    static_cast<std::int64_t>(latencyQuanta_.load(std::memory_order_relaxed) * static_cast<float>(quantum.count()))};
             const auto* samples = reinterpret_cast<const float*>(static_cast<const std::byte*>(data.data) + offset);
             // A full ring means that the loop's thread is stuck; then this block is lost, and the count of frames shows it.
-            ring_.write(time.now + latency, {samples, frames * channelCount});
+            ring_.write(MonotonicTime{std::chrono::nanoseconds{time.now}} + latency, {samples, frames * channelCount});
             framesSinceSignal_ += static_cast<std::uint32_t>(frames);
         }
         pw_stream_queue_buffer(stream, buffer);

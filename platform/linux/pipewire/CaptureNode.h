@@ -1,11 +1,13 @@
 // The stream to which the sound of the chosen application is linked.
 #pragma once
 
+#include "base/MonotonicClock.h"
 #include "base/Result.h"
 #include "engine/sound/SampleRing.h"
 #include "platform/linux/pipewire/PipeWireHandles.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -35,7 +37,7 @@ public:
     void setDeviceLatency(const spa_latency_info& latency);
 
     /// Takes the oldest block out; false when there is none.
-    bool take(std::int64_t& stamp, std::vector<float>& samples) { return ring_.read(stamp, samples); }
+    bool take(MonotonicTime& stamp, std::vector<float>& samples) { return ring_.read(stamp, samples); }
 
 private:
     CaptureNode(pw_loop* loop, spa_source* arrived, std::int32_t sampleRate);
@@ -49,9 +51,9 @@ private:
     const std::int32_t sampleRate_;
     engine::SampleRing ring_;
     std::uint32_t framesSinceSignal_ = 0;  // the real-time thread's
-    // Quanta, samples and nanoseconds of delay; a mixture of old and new values for one block does no harm.
+    // Quanta and time of delay; a mixture of old and new values for one block does no harm.
     std::atomic<float> latencyQuanta_{0};
-    std::atomic<std::int64_t> latencyNanoseconds_{0};
+    std::atomic<std::chrono::nanoseconds> latency_{};
     bool active_ = false;
     std::atomic<pw_stream*> published_{nullptr};
     StreamHandle stream_;

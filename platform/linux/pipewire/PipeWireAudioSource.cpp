@@ -8,32 +8,25 @@
 #include "platform/linux/pipewire/ServerConnection.h"
 
 #include <cerrno>
+#include <chrono>
 #include <ctime>
 #include <utility>
 
 namespace velmora::linux_backend {
 
+using namespace std::chrono_literals;
+
 namespace {
 
 // How often silence is handed on and lost servers are looked for.
-constexpr timespec tickInterval{0, 50'000'000};
-constexpr std::int64_t reconnectInterval = 250'000'000;
+constexpr auto tickInterval = 50ms;
+constexpr auto reconnectInterval = 250ms;
 
 // How long a server may take to answer the first question.
-constexpr std::int64_t answerTimeout = 2'000'000'000;
+constexpr std::chrono::nanoseconds answerTimeout = 2s;
 
 // Stamps are the graph's own clock: exact, except for the blocks that InputTimeline exists for.
-constexpr std::int64_t stampTolerance = 1'000'000;
-
-void initializeLibrary()
-{
-    // Never undone: the library may serve other parts of the program too.
-    static const bool done = [] {
-        pw_init(nullptr, nullptr);
-        return true;
-    }();
-    static_cast<void>(done);
-}
+constexpr auto stampTolerance = 1ms;
 
 }  // namespace
 
@@ -44,7 +37,7 @@ public:
     Session(const engine::AudioTarget& target, engine::AudioSourceFormat format, BlockCallback block)
         : format_(format)
         , matcher_(target, systemProcesses())
-        , delivery_(format, std::move(block), monotonicNow())
+        , delivery_(format, std::move(block), MonotonicClock::now())
         , input_(delivery_.mixer().addInput(stampTolerance))
     {
     }
@@ -75,7 +68,7 @@ private:
     engine::BlockDelivery delivery_;
     const int input_;
     std::vector<float> samples_;
-    std::int64_t lastAttempt_ = 0;
+    MonotonicTime lastAttempt_;
 
     ThreadLoopHandle loop_;
     ContextHandle context_;
@@ -86,9 +79,10 @@ private:
 
 Result<void> PipeWireAudioSource::Session::start()
 {
-    loop_.reset(pw_thread_loop_new("velmora-sound", nullptr));
-    if (!loop_)
-        return fail(posixError(errno, "PipeWire gave no event loop"));
+    auto made = makeThreadLoop("velmora-sound");
+    if (!made)
+        return fail(std::move(made.error()));
+    loop_ = std::move(*made);
     auto* loop = pw_thread_loop_get_loop(loop_.get());
     // The configuration for clients that process in real time: it raises the priority of the thread that copies.
     context_.reset(pw_context_new(loop, pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0));
@@ -111,7 +105,7 @@ Result<void> PipeWireAudioSource::Session::start()
 
     // A server that accepts a connection and then says nothing would keep the caller for ever.
     timespec deadline{};
-    pw_thread_loop_get_time(loop_.get(), &deadline, answerTimeout);
+    pw_thread_loop_get_time(loop_.get(), &deadline, answerTimeout.count());
     while (!connection_->hasAnswered() && !connection_->isBroken()) {
         if (pw_thread_loop_timed_wait_full(loop_.get(), &deadline) < 0)
             return fail(posixError(ETIMEDOUT, "The PipeWire server did not answer"));
@@ -119,15 +113,15 @@ Result<void> PipeWireAudioSource::Session::start()
     if (connection_->isBroken())
         return fail(posixError(ECONNRESET, "The PipeWire server closed the connection"));
 
-    timespec first = tickInterval;
-    timespec interval = tickInterval;
+    auto first = toTimespec(tickInterval);
+    auto interval = first;
     pw_loop_update_timer(loop, timer_.get(), &first, &interval, false);
     return {};
 }
 
 Result<void> PipeWireAudioSource::Session::connect()
 {
-    lastAttempt_ = monotonicNow();
+    lastAttempt_ = MonotonicClock::now();
     auto* loop = loop_.get();
     auto connection = ServerConnection::create(context_.get(), pw_thread_loop_get_loop(loop), arrived_.get(), format_.sampleRate, matcher_,
         [loop] { pw_thread_loop_signal(loop, false); });
@@ -144,9 +138,9 @@ void PipeWireAudioSource::Session::disconnect()
 
 void PipeWireAudioSource::Session::drain()
 {
-    const auto now = monotonicNow();
+    const auto now = MonotonicClock::now();
     if (connection_) {
-        std::int64_t stamp = 0;
+        MonotonicTime stamp;
         while (connection_->captureNode().take(stamp, samples_))
             delivery_.mixer().write(input_, stamp, samples_, now);
     }
@@ -159,7 +153,7 @@ void PipeWireAudioSource::Session::tick()
     if (connection_ && connection_->isBroken())
         disconnect();
     // Without a server there is nobody to report to: the track goes on in silence until one answers again.
-    if (!connection_ && monotonicNow() - lastAttempt_ >= reconnectInterval)
+    if (!connection_ && MonotonicClock::now() - lastAttempt_ >= reconnectInterval)
         static_cast<void>(connect());
 }
 
@@ -174,7 +168,6 @@ Result<void> PipeWireAudioSource::start(const engine::AudioTarget& target, engin
 {
     if (auto supported = engine::checkFormat(format); !supported)
         return supported;
-    initializeLibrary();
     auto session = std::make_unique<Session>(target, format, std::move(block));
     if (auto started = session->start(); !started)
         return started;

@@ -1,6 +1,9 @@
 // Owners of libpipewire's objects.
 #pragma once
 
+#include "base/Result.h"
+
+#include <cerrno>
 #include <memory>
 #include <pipewire/pipewire.h>
 #include <utility>
@@ -22,6 +25,35 @@ using ContextHandle = std::unique_ptr<pw_context, PipeWireDeleter>;
 using CoreHandle = std::unique_ptr<pw_core, PipeWireDeleter>;
 using StreamHandle = std::unique_ptr<pw_stream, PipeWireDeleter>;
 using ProxyHandle = std::unique_ptr<pw_proxy, PipeWireDeleter>;
+
+/// Starts the library where it was not; nothing of it is called before. Any thread. Both kinds of loops come from here, and all else needs one.
+inline void startPipeWire()
+{
+    // Never undone: the library may serve other parts of the program, too.
+    static const bool isStarted = [] {
+        pw_init(nullptr, nullptr);
+        return true;
+    }();
+    static_cast<void>(isStarted);
+}
+
+/// A loop with a thread of its own, of that name.
+[[nodiscard]] inline Result<ThreadLoopHandle> makeThreadLoop(const char* name)
+{
+    startPipeWire();
+    if (ThreadLoopHandle loop{pw_thread_loop_new(name, nullptr)})
+        return loop;
+    return fail(posixError(errno, "PipeWire gave no event loop"));
+}
+
+/// A loop for the thread that runs it.
+[[nodiscard]] inline Result<MainLoopHandle> makeMainLoop()
+{
+    startPipeWire();
+    if (MainLoopHandle loop{pw_main_loop_new(nullptr)})
+        return loop;
+    return fail(posixError(errno, "PipeWire gave no event loop"));
+}
 
 /// A listener that ends with its owner. It stays where it is: the library keeps its address. It must end before what it listens to,
 /// so an owner declares it after that.

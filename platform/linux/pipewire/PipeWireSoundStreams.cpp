@@ -1,12 +1,13 @@
 #include "platform/linux/pipewire/PipeWireSoundStreams.h"
 
+#include "base/MonotonicClock.h"
 #include "platform/linux/pipewire/Dictionary.h"
 #include "platform/linux/pipewire/PipeWireHandles.h"
 
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cstring>
-#include <ctime>
 #include <map>
 #include <memory>
 #include <string>
@@ -16,7 +17,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr timespec patience{2, 0};
+constexpr std::chrono::seconds patience{2};
 
 /// One look at the server, in the loop of whoever asks.
 class Look {
@@ -112,9 +113,10 @@ const pw_node_events Look::nodeEvents = [] {
 
 Result<std::vector<engine::SoundStream>> Look::take()
 {
-    loop_.reset(pw_main_loop_new(nullptr));
-    if (!loop_)
-        return fail(posixError(errno, "PipeWire gave no event loop"));
+    auto made = makeMainLoop();
+    if (!made)
+        return fail(std::move(made.error()));
+    loop_ = std::move(*made);
     auto* loop = pw_main_loop_get_loop(loop_.get());
     timer_ = LoopSource{loop,
         pw_loop_add_timer(
@@ -132,7 +134,7 @@ Result<std::vector<engine::SoundStream>> Look::take()
     registry_.reset(reinterpret_cast<pw_proxy*>(registry));
     pw_registry_add_listener(registry, registryListener_.get(), &registryEvents, this);
     ask();
-    timespec once = patience;
+    auto once = toTimespec(patience);
     pw_loop_update_timer(loop, timer_.get(), &once, nullptr, false);
     pw_main_loop_run(loop_.get());
     if (error_ != 0)
@@ -198,12 +200,6 @@ std::vector<engine::SoundStream> Look::streams() const
 
 Result<std::vector<engine::SoundStream>> listPipeWireSoundStreams()
 {
-    // Never undone: the library may serve other parts of the program too.
-    static const bool isInitialized = [] {
-        pw_init(nullptr, nullptr);
-        return true;
-    }();
-    static_cast<void>(isInitialized);
     return Look{}.take();
 }
 

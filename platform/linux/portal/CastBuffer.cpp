@@ -93,7 +93,7 @@ CastNews CastBuffer::news() const
     CastNews news;
     const auto* header = static_cast<const spa_meta_header*>(spa_buffer_find_meta_data(&buffer_, SPA_META_Header, sizeof(spa_meta_header)));
     if (header && header->pts > 0)
-        news.time = header->pts;
+        news.time = MonotonicTime{std::chrono::nanoseconds{header->pts}};
     if (const auto* damage = spa_buffer_find_meta(&buffer_, SPA_META_VideoDamage)) {
         const auto* regions = static_cast<const spa_meta_region*>(damage->data);
         for (std::size_t index = 0; index < damage->size / sizeof(spa_meta_region); ++index) {

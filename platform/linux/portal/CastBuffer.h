@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "base/MonotonicClock.h"
 #include "base/Result.h"
 #include "platform/linux/portal/CastFormats.h"
 
@@ -25,7 +26,7 @@ struct CastPicture {
 
 /// What a buffer says besides its picture.
 struct CastNews {
-    std::optional<std::int64_t> time;  ///< CLOCK_MONOTONIC nanoseconds
+    std::optional<MonotonicTime> time;
     std::vector<PixelRect> damage;  ///< within the whole picture
 };
 

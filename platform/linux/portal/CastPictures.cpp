@@ -63,7 +63,7 @@ void CastPictures::changed(PixelRect content, const std::optional<std::vector<Pi
         stream_.damage(rectangle);
 }
 
-Result<void> CastPictures::work(const CastPicture* newest, std::optional<std::int64_t> time)
+Result<void> CastPictures::work(const CastPicture* newest, std::optional<MonotonicTime> time)
 {
     if (!newest) {
         stream_.repeat();

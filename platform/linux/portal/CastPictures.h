@@ -1,6 +1,7 @@
 // Makes the pictures of a stream out of those of a cast.
 #pragma once
 
+#include "base/MonotonicClock.h"
 #include "engine/pictures/PictureStream.h"
 #include "engine/pictures/VideoSource.h"
 #include "platform/StreamConfiguration.h"
@@ -14,7 +15,6 @@
 namespace velmora::linux_backend {
 
 /// The stream's pictures and, when they are taken, the newest picture of the cast. Used on one thread, which calls work() at deadline().
-/// Times are CLOCK_MONOTONIC nanoseconds.
 class CastPictures final : engine::PictureContent {
 public:
     static Result<std::unique_ptr<CastPictures>> create(const platform::StreamConfiguration& configuration,
@@ -24,10 +24,10 @@ public:
     void changed(PixelRect content, const std::optional<std::vector<PixelRect>>& damage);
 
     /// When work() has something to do.
-    [[nodiscard]] std::int64_t deadline() const { return stream_.deadline(); }
+    [[nodiscard]] MonotonicTime deadline() const { return stream_.deadline(); }
 
     /// Delivers what is due. `newest` is the newest picture of the cast, taken at `time`; null when there is none to be read now.
-    Result<void> work(const CastPicture* newest, std::optional<std::int64_t> time);
+    Result<void> work(const CastPicture* newest, std::optional<MonotonicTime> time);
 
     [[nodiscard]] engine::VideoSource::Callbacks& callbacks() { return callbacks_; }
 

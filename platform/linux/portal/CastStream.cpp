@@ -7,9 +7,9 @@
 #include "platform/linux/portal/CastShadow.h"
 #include "platform/linux/portal/Errors.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <ctime>
-#include <limits>
+#include <chrono>
 #include <map>
 #include <optional>
 #include <string>
@@ -19,12 +19,14 @@
 
 namespace velmora::linux_backend {
 
+using namespace std::chrono_literals;
+
 namespace {
 
 constexpr std::uint32_t framesPerSecond = 60;
-constexpr timespec reconnectAfter{0, 400'000'000};
+constexpr auto reconnectAfter = 400ms;
 // For a first picture, the first time; then twice as long each time, for machines that are slow to draw one.
-constexpr time_t firstPictureSeconds = 1;
+constexpr std::chrono::seconds firstPicturePatience{1};
 
 /// KWin names the stream of a window like this, followed by the name of the application's desktop entry.
 std::string applicationOf(const spa_dict* properties)
@@ -36,16 +38,6 @@ std::string applicationOf(const spa_dict* properties)
             return name + prefix.size();
     }
     return {};
-}
-
-void initializeLibrary()
-{
-    // Never undone: the library may serve other parts of the program too.
-    static const bool done = [] {
-        pw_init(nullptr, nullptr);
-        return true;
-    }();
-    static_cast<void>(done);
 }
 
 }  // namespace
@@ -69,7 +61,11 @@ private:
     void disconnectStream();
     void reconnect();
     void watchNode(const char* type);
-    void armWatchdog(timespec once) { pw_loop_update_timer(loop(), watchdog_.get(), &once, nullptr, false); }
+    void armWatchdog(std::chrono::nanoseconds patience)
+    {
+        auto once = toTimespec(patience);
+        pw_loop_update_timer(loop(), watchdog_.get(), &once, nullptr, false);
+    }
     void onState(pw_stream_state state, const char* error);
     void onFormat(const spa_pod* parameter);
     void onAddBuffer(pw_buffer* buffer);
@@ -91,15 +87,15 @@ private:
     Callbacks callbacks_;
     std::optional<Error> ended_;
     bool hadPicture_ = false;
-    time_t firstPicturePatience_ = firstPictureSeconds;
+    std::chrono::seconds firstPicturePatience_ = firstPicturePatience;
     std::string application_;
 
     std::optional<CastFormat> format_;
     std::map<pw_buffer*, std::unique_ptr<CastBuffer>> buffers_;
     pw_buffer* newest_ = nullptr;  // ours until a newer one comes
     CastPicture newestPicture_;
-    std::optional<std::int64_t> newestTime_;
-    std::optional<std::int64_t> lastTime_;  // of any buffer in this format
+    std::optional<MonotonicTime> newestTime_;
+    std::optional<MonotonicTime> lastTime_;  // of any buffer in this format
     std::optional<PixelRect> crop_;  // in which the window is at window_
     PixelRect window_;
     bool missedSome_ = false;  // a buffer was skipped, and nothing says what its damage was
@@ -185,10 +181,10 @@ CastStream::Session::~Session()
 
 Result<void> CastStream::Session::start(FileDescriptor remote)
 {
-    initializeLibrary();
-    loop_.reset(pw_thread_loop_new("velmora-cast", nullptr));
-    if (!loop_)
-        return fail(posixError(errno, "PipeWire gave no event loop"));
+    auto made = makeThreadLoop("velmora-cast");
+    if (!made)
+        return fail(std::move(made.error()));
+    loop_ = std::move(*made);
     context_.reset(pw_context_new(loop(), nullptr, 0));
     if (!context_)
         return fail(posixError(errno, "PipeWire gave no context"));
@@ -291,7 +287,7 @@ void CastStream::Session::onFormat(const spa_pod* parameter)
     auto buffers = parameters.buffers(*format_);
     pw_stream_update_params(stream_.get(), buffers.data(), static_cast<std::uint32_t>(buffers.size()));
     if (!hadPicture_)
-        armWatchdog({std::exchange(firstPicturePatience_, firstPicturePatience_ * 2), 0});
+        armWatchdog(std::exchange(firstPicturePatience_, firstPicturePatience_ * 2));
     else if (!isConnectedAnew)
         armWatchdog(reconnectAfter);
 }
@@ -389,10 +385,8 @@ void CastStream::Session::work()
         return stop(done.error());
     const auto deadline = pictures_->deadline();
     // A change for which there is no picture waits for it.
-    const auto earliest = newest_ ? 1'000'000 : nanosecondsPerSecond / 10;
-    const auto left = deadline == std::numeric_limits<std::int64_t>::max() ? nanosecondsPerSecond
-                                                                           : std::max<std::int64_t>(earliest, deadline - monotonicNow());
-    timespec next{static_cast<time_t>(left / nanosecondsPerSecond), static_cast<long>(left % nanosecondsPerSecond)};
+    const std::chrono::nanoseconds earliest = newest_ ? 1ms : 100ms;
+    auto next = toTimespec(deadline == engine::PictureStream::never ? 1s : std::max(earliest, deadline - MonotonicClock::now()));
     pw_loop_update_timer(loop(), timer_.get(), &next, nullptr, false);
 }
 

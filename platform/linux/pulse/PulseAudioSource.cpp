@@ -7,6 +7,7 @@
 #include "platform/linux/pulse/PulseConnection.h"
 #include "platform/linux/pulse/PulseHandles.h"
 
+#include <chrono>
 #include <utility>
 
 namespace velmora::linux_backend {
@@ -17,8 +18,8 @@ constexpr pa_usec_t tickInterval = 50'000;
 
 // How long a server may take to say what it is, and how often one that is lost is looked for: an attempt without one costs a few
 // system calls.
-constexpr std::int64_t answerTimeout = 2'000'000'000;
-constexpr std::int64_t reconnectInterval = 250'000'000;
+constexpr std::chrono::seconds answerTimeout{2};
+constexpr std::chrono::milliseconds reconnectInterval{250};
 
 }  // namespace
 
@@ -29,7 +30,7 @@ public:
     Session(const engine::AudioTarget& target, engine::AudioSourceFormat format, BlockCallback block)
         : format_(format)
         , matcher_(target, systemProcesses())
-        , delivery_(format, std::move(block), monotonicNow())
+        , delivery_(format, std::move(block), MonotonicClock::now())
     {
     }
 
@@ -53,7 +54,7 @@ private:
 
     Result<void> connect();
     void tick();
-    [[nodiscard]] bool isLate() const { return monotonicNow() - lastAttempt_ > answerTimeout; }
+    [[nodiscard]] bool isLate() const { return MonotonicClock::now() - lastAttempt_ > answerTimeout; }
 
     pa_mainloop_api* api() { return pa_threaded_mainloop_get_api(loop_.get()); }
 
@@ -61,7 +62,7 @@ private:
     const engine::StreamMatcher matcher_;
     engine::BlockDelivery delivery_;
     bool isStarted_ = false;
-    std::int64_t lastAttempt_ = 0;
+    MonotonicTime lastAttempt_;
 
     PulseLoopHandle loop_;
     PulseContextHandle timers_;  ///< never connected: only a context makes timers of the monotonic clock
@@ -71,13 +72,14 @@ private:
 
 Result<void> PulseAudioSource::Session::start()
 {
-    loop_.reset(pa_threaded_mainloop_new());
-    if (!loop_)
-        return fail(pulseErrorDomain, PA_ERR_INTERNAL, "PulseAudio gave no event loop.");
-    pa_threaded_mainloop_set_name(loop_.get(), "velmora-sound");
-    timers_.reset(pa_context_new(api(), "Velmora"));
-    if (!timers_)
-        return fail(pulseErrorDomain, PA_ERR_INTERNAL, "PulseAudio gave no context.");
+    auto loop = makePulseLoop("velmora-sound");
+    if (!loop)
+        return fail(std::move(loop.error()));
+    loop_ = std::move(*loop);
+    auto timers = makePulseContext(api());
+    if (!timers)
+        return fail(std::move(timers.error()));
+    timers_ = std::move(*timers);
     if (auto connected = connect(); !connected)
         return connected;
     timer_ = pa_context_rttime_new(
@@ -105,7 +107,7 @@ Result<void> PulseAudioSource::Session::start()
 
 Result<void> PulseAudioSource::Session::connect()
 {
-    lastAttempt_ = monotonicNow();
+    lastAttempt_ = MonotonicClock::now();
     auto connection =
         PulseConnection::create(api(), matcher_, format_, delivery_, [loop = loop_.get()] { pa_threaded_mainloop_signal(loop, 0); });
     if (!connection)
@@ -122,14 +124,14 @@ void PulseAudioSource::Session::tick()
         pa_threaded_mainloop_signal(loop_.get(), 0);
         return;
     }
-    delivery_.deliver(monotonicNow());
+    delivery_.deliver(MonotonicClock::now());
     if (connection_) {
         const auto state = connection_->state();
         if (state == State::broken || state == State::pipeWire || (state == State::connecting && isLate()))
             connection_.reset();
     }
     // Without a server there is nobody to report to: the track goes on in silence until one answers again.
-    if (!connection_ && monotonicNow() - lastAttempt_ >= reconnectInterval)
+    if (!connection_ && MonotonicClock::now() - lastAttempt_ >= reconnectInterval)
         static_cast<void>(connect());
 }
 

@@ -3,6 +3,7 @@
 #include "base/MonotonicClock.h"
 #include "platform/linux/pulse/PulseProperties.h"
 
+#include <chrono>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -13,7 +14,7 @@ namespace velmora::linux_backend {
 namespace {
 
 // Stamps are interpolated between the reports of the server and its own estimates of its delays.
-constexpr std::int64_t stampTolerance = 20'000'000;
+constexpr std::chrono::milliseconds stampTolerance{20};
 
 // What one read brings. Short enough for the track to keep up, long enough to leave the sink's own rhythm alone.
 constexpr std::uint32_t framesPerFragment = 2048;
@@ -38,10 +39,11 @@ Result<std::unique_ptr<PulseConnection>> PulseConnection::create(pa_mainloop_api
     engine::AudioSourceFormat format, engine::BlockDelivery& delivery, std::function<void()> changed)
 {
     std::unique_ptr<PulseConnection> connection{new PulseConnection(matcher, format, delivery, std::move(changed))};
+    auto made = makePulseContext(api);
+    if (!made)
+        return fail(std::move(made.error()));
     auto& context = connection->context_;
-    context.reset(pa_context_new(api, "Velmora"));
-    if (!context)
-        return fail(pulseErrorDomain, PA_ERR_INTERNAL, "PulseAudio gave no context.");
+    context = std::move(*made);
     pa_context_set_state_callback(
         context.get(), [](pa_context*, void* self) { static_cast<PulseConnection*>(self)->onContextState(); }, connection.get());
     pa_context_set_subscribe_callback(
@@ -206,12 +208,12 @@ void PulseConnection::read(Recording& recording)
     const void* data = nullptr;
     std::size_t size = 0;
     while (pa_stream_peek(stream, &data, &size) == 0 && size > 0) {
-        const auto now = monotonicNow();
+        const auto now = MonotonicClock::now();
         pa_usec_t latency = 0;
         int negative = 0;
         // Before the server's first report nothing is known of the time: the very beginning at most is lost.
         if (pa_stream_get_latency(stream, &latency, &negative) == 0) {
-            const auto delay = static_cast<std::int64_t>(latency) * 1000;
+            const std::chrono::microseconds delay{static_cast<std::int64_t>(latency)};
             // A monitor is ahead of its sink: what it brings has often not been heard yet.
             const auto stamp = negative ? now + delay : now - delay;
             const auto count = size / frameSize * static_cast<std::size_t>(format_.channelCount);
@@ -222,7 +224,7 @@ void PulseConnection::read(Recording& recording)
         }
         pa_stream_drop(stream);
     }
-    delivery_.deliver(monotonicNow());
+    delivery_.deliver(MonotonicClock::now());
 }
 
 void PulseConnection::forget(std::uint32_t sinkInput)

@@ -15,9 +15,6 @@
 
 namespace velmora::linux_backend {
 
-/// The domain of the errors of a sound source.
-inline constexpr const char* pulseErrorDomain = "Velmora.PulseAudioSource";
-
 /// Lives on the loop's thread; what it records goes into the mixer of `delivery`. A connection that is of no use stays quiet and is thrown
 /// away by its owner.
 class PulseConnection {

@@ -1,10 +1,14 @@
 // Owners of libpulse's objects.
 #pragma once
 
+#include "base/Result.h"
+
 #include <memory>
 #include <pulse/pulseaudio.h>
 
 namespace velmora::linux_backend {
+
+inline constexpr const char* pulseErrorDomain = "Velmora.PulseAudioSource";
 
 struct PulseDeleter {
     void operator()(pa_threaded_mainloop* loop) const { pa_threaded_mainloop_free(loop); }
@@ -31,6 +35,24 @@ using PulseStreamHandle = std::unique_ptr<pa_stream, PulseDeleter>;
 
 /// What a request returns is not kept: its callback comes anyway.
 using PulseOperationHandle = std::unique_ptr<pa_operation, PulseDeleter>;
+
+/// A loop whose thread has not started. The library itself needs no start: everything else in it needs a loop.
+[[nodiscard]] inline Result<PulseLoopHandle> makePulseLoop(const char* threadName)
+{
+    PulseLoopHandle loop{pa_threaded_mainloop_new()};
+    if (!loop)
+        return fail(pulseErrorDomain, PA_ERR_INTERNAL, "PulseAudio gave no event loop.");
+    pa_threaded_mainloop_set_name(loop.get(), threadName);
+    return loop;
+}
+
+/// The program as the server knows it, not connected.
+[[nodiscard]] inline Result<PulseContextHandle> makePulseContext(pa_mainloop_api* api)
+{
+    if (PulseContextHandle context{pa_context_new(api, "Velmora")})
+        return context;
+    return fail(pulseErrorDomain, PA_ERR_INTERNAL, "PulseAudio gave no context.");
+}
 
 /// Holds the loop's lock: outside its thread, its objects are touched only under it.
 class PulseLoopLock {

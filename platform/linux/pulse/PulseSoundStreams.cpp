@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace velmora::linux_backend {
 
@@ -47,12 +48,14 @@ private:
 
 Result<std::vector<engine::SoundStream>> Look::take()
 {
-    loop_.reset(pa_threaded_mainloop_new());
-    if (!loop_)
-        return fail(errorDomain, PA_ERR_INTERNAL, "PulseAudio gave no event loop.");
-    context_.reset(pa_context_new(api(), "Velmora"));
-    if (!context_)
-        return fail(errorDomain, PA_ERR_INTERNAL, "PulseAudio gave no context.");
+    auto loop = makePulseLoop("velmora-streams");
+    if (!loop)
+        return fail(std::move(loop.error()));
+    loop_ = std::move(*loop);
+    auto context = makePulseContext(api());
+    if (!context)
+        return fail(std::move(context.error()));
+    context_ = std::move(*context);
     pa_context_set_state_callback(
         context_.get(), [](pa_context*, void* self) { static_cast<Look*>(self)->onState(); }, this);
     if (pa_context_connect(context_.get(), nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)

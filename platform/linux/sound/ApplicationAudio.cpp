@@ -1,5 +1,6 @@
 #include "platform/linux/sound/ApplicationAudio.h"
 
+#include "base/MonotonicClock.h"
 #include "base/Mutex.h"
 #include "engine/sound/BlockDelivery.h"
 #include "platform/linux/pipewire/PipeWireAudioSource.h"
@@ -103,7 +104,7 @@ private:
 
     bool stopsWithin(std::chrono::milliseconds time)
     {
-        const auto deadline = std::chrono::steady_clock::now() + time;
+        const auto deadline = MonotonicClock::now() + time;
         MutexLock lock{mutex_};
         while (!isStopping_) {
             if (!stopping_.waitUntil(mutex_, deadline))

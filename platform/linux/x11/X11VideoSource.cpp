@@ -12,8 +12,8 @@
 #include <atomic>
 #include <cassert>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
-#include <ctime>
 #include <optional>
 #include <poll.h>
 #include <pthread.h>
@@ -92,8 +92,8 @@ private:
     Result<void> reserveScratch(std::size_t size);
     void placeCursor();
     void invalidate();
-    [[nodiscard]] std::int64_t deadline() const;
-    void waitUntil(std::int64_t time);
+    [[nodiscard]] MonotonicTime deadline() const;
+    void waitUntil(MonotonicTime time);
 
     const Options options_;
     Callbacks callbacks_;
@@ -108,7 +108,7 @@ private:
     bool subtractPending_ = true;  // damage was reported that the server holds back from now on
     CursorPlacement cursorWanted_;
     CursorPlacement cursorDrawn_;  // in the last delivered picture
-    std::int64_t cursorChecked_ = 0;
+    MonotonicTime cursorChecked_;
 
     std::atomic<bool> stopping_{false};
     WakeUp wakeUp_;
@@ -183,7 +183,7 @@ std::optional<Error> X11VideoSource::Capture::step()
         return ended(X11ErrorCode::windowUnavailable, "The window was closed.");
     noteDamage();
 
-    const auto now = monotonicNow();
+    const auto now = MonotonicClock::now();
     // Now and then without an event too: a window may have come between, a program may have moved the pointer.
     if (cursor_ && now >= cursorChecked_ + (cursor_->mayHaveChanged() ? stream_->interval() : engine::PictureStream::repeatInterval))
         placeCursor();
@@ -238,7 +238,7 @@ void X11VideoSource::Capture::invalidate()
 
 void X11VideoSource::Capture::placeCursor()
 {
-    cursorChecked_ = monotonicNow();
+    cursorChecked_ = MonotonicClock::now();
     const auto& content = window_->content();
     cursorWanted_ = cursor_->locate(
         window_->window(), window_->topLevel(), window_->contentX(), window_->contentY(), {0, 0, content.width, content.height});
@@ -355,20 +355,21 @@ bool X11VideoSource::Capture::fetchInto(engine::PooledPicture* picture, ServerMe
     return true;
 }
 
-std::int64_t X11VideoSource::Capture::deadline() const
+MonotonicTime X11VideoSource::Capture::deadline() const
 {
     const auto time = stream_->deadline();
     return cursor_ && cursor_->mayHaveChanged() ? std::min(time, cursorChecked_ + stream_->interval()) : time;
 }
 
-void X11VideoSource::Capture::waitUntil(std::int64_t time)
+void X11VideoSource::Capture::waitUntil(MonotonicTime time)
 {
     if (readQueuedEvents())
         return;
     connection_->flush();
-    const auto left =
-        time == engine::PictureStream::never ? engine::PictureStream::repeatInterval : std::max<std::int64_t>(0, time - monotonicNow());
-    const timespec timeout{static_cast<time_t>(left / nanosecondsPerSecond), static_cast<long>(left % nanosecondsPerSecond)};
+    const std::chrono::nanoseconds left = time == engine::PictureStream::never
+        ? engine::PictureStream::repeatInterval
+        : std::max(std::chrono::nanoseconds{0}, time - MonotonicClock::now());
+    const auto timeout = toTimespec(left);
     pollfd descriptors[] = {{connection_->fileDescriptor(), POLLIN, 0}, {wakeUp_.descriptor(), POLLIN, 0}};
     ppoll(descriptors, 2, &timeout, nullptr);
 }

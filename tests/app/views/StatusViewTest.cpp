@@ -102,7 +102,7 @@ protected:
     std::shared_ptr<LoggedPresenter> presenter = std::make_shared<LoggedPresenter>();
     std::shared_ptr<LoggedAlerts> alerts = std::make_shared<LoggedAlerts>();
     MenuBarController menuBar{
-        {coordinator, library, workspace, alerts, presenter, [this] { isQuit = true; }}, std::make_unique<NoStatusItem>()};
+        {*coordinator, *library, workspace, alerts, presenter, [this] { isQuit = true; }}, std::make_unique<NoStatusItem>()};
     StatusModel model{menuBar, *coordinator};
     std::optional<ViewTestWindow> window;
 };

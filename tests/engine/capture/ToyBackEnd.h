@@ -47,11 +47,10 @@ public:
     }
 
     /// Returns when somebody draws, even if nothing, or at `time`; tells the stream what happened.
-    void waitAndTell(PictureStream& stream, std::int64_t time)
+    void waitAndTell(PictureStream& stream, MonotonicTime time)
     {
         MutexLock lock(mutex_);
-        const auto left = std::min(time - monotonicNow(), nanosecondsPerSecond);
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::nanoseconds{left};
+        const auto deadline = std::min(time, MonotonicClock::now() + std::chrono::seconds{1});
         while (!isAwake_ && changed_.waitUntil(mutex_, deadline)) { }
         isAwake_ = false;
         if (std::exchange(isReplaced_, false))

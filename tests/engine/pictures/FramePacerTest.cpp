@@ -1,12 +1,16 @@
 #include "engine/pictures/FramePacer.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
 #include <random>
 
 namespace velmora::engine {
 namespace {
 
-constexpr std::int64_t interval = 16'666'667;
+using namespace std::chrono_literals;
+
+constexpr auto interval = 16'666'667ns;
+constexpr MonotonicTime beginning{1s};
 
 /// How many of `count` frames, drawn at `times`, are seen by a capture that takes the newest whenever it may.
 template <typename TimeOf, typename Lateness>
@@ -30,26 +34,26 @@ int framesSeen(int count, TimeOf timeOf, Lateness lateness)
 
 TEST(FramePacer, TheFirstPictureIsDueAtOnce)
 {
-    EXPECT_LE(FramePacer{interval}.due(), 0);
+    EXPECT_LE(FramePacer{interval}.due(), MonotonicTime{});
 }
 
 TEST(FramePacer, SeesEveryFrameOfASourceAtTheLimit)
 {
-    const auto steady = [](int index) { return 1'000'000'000 + index * interval; };
-    EXPECT_EQ(framesSeen(6000, steady, [] { return 300'000; }), 6000);
+    const auto steady = [](int index) { return beginning + index * interval; };
+    EXPECT_EQ(framesSeen(6000, steady, [] { return 300us; }), 6000);
 }
 
 TEST(FramePacer, SeesEveryFrameInSpiteOfJitter)
 {
     std::mt19937 random{3};
-    const auto jitter = [](int index) { return 1'000'000'000 + index * interval + (index * 7919 % 11) * 300'000; };
-    EXPECT_EQ(framesSeen(6000, jitter, [&] { return static_cast<std::int64_t>(random() % 900'000); }), 6000);
+    const auto jitter = [](int index) { return beginning + index * interval + (index * 7919 % 11) * 300us; };
+    EXPECT_EQ(framesSeen(6000, jitter, [&] { return std::chrono::nanoseconds{random() % 900'000}; }), 6000);
 }
 
 TEST(FramePacer, AFasterSourceIsHeldToTheMeanRate)
 {
-    const auto fast = [](int index) { return 1'000'000'000 + index * (interval / 4); };
-    const int seen = framesSeen(6000, fast, [] { return 100'000; });
+    const auto fast = [](int index) { return beginning + index * (interval / 4); };
+    const int seen = framesSeen(6000, fast, [] { return 100us; });
     EXPECT_LE(seen, 1501);
     EXPECT_GE(seen, 1480);
 }
@@ -58,13 +62,13 @@ TEST(FramePacer, OnePictureIsNeverCloserThanThreeQuartersOfTheInterval)
 {
     FramePacer pacer{interval};
     std::mt19937 random{5};
-    std::int64_t last = -interval;
-    std::int64_t now = 0;
+    MonotonicTime last{-interval};
+    MonotonicTime now;
     for (int count = 0; count < 10000; ++count) {
-        now = std::max(now, pacer.due()) + static_cast<std::int64_t>(random() % static_cast<unsigned>(interval));
+        now = std::max(now, pacer.due()) + std::chrono::nanoseconds{random() % static_cast<unsigned>(interval.count())};
         if (count % 3 != 0)
             now = std::max(last, pacer.due());
-        EXPECT_GE(now - last, interval / 4 * 3 - 1);
+        EXPECT_GE(now - last, interval / 4 * 3 - 1ns);
         pacer.taken(now);
         last = now;
     }
@@ -73,11 +77,11 @@ TEST(FramePacer, OnePictureIsNeverCloserThanThreeQuartersOfTheInterval)
 TEST(FramePacer, APauseGivesNoCreditForABurst)
 {
     FramePacer pacer{interval};
-    pacer.taken(0);
-    pacer.taken(100 * interval);
-    EXPECT_GE(pacer.due(), 100 * interval + interval / 4 * 3 - 1);
-    pacer.taken(101 * interval);
-    EXPECT_GE(pacer.due(), 101 * interval + interval / 4 * 3 - 1);
+    pacer.taken({});
+    pacer.taken(MonotonicTime{100 * interval});
+    EXPECT_GE(pacer.due(), MonotonicTime{100 * interval + interval / 4 * 3 - 1ns});
+    pacer.taken(MonotonicTime{101 * interval});
+    EXPECT_GE(pacer.due(), MonotonicTime{101 * interval + interval / 4 * 3 - 1ns});
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "engine/pictures/PictureStream.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -20,7 +21,7 @@ public:
     static constexpr std::uint32_t overlayColour = 0xabcdef;
 
     /// A fetch takes time, on this clock.
-    explicit PaintedContent(std::int64_t& clock) : clock_(clock) { }
+    explicit PaintedContent(MonotonicTime& clock) : clock_(clock) { }
 
     static std::shared_ptr<MemoryBlock> memory(std::size_t size)
     {
@@ -73,7 +74,7 @@ public:
         return ContentPixels{reinterpret_cast<const std::byte*>(pixels_.data()), static_cast<std::size_t>(width_) * 4};
     }
 
-    std::int64_t slowness = 0;  ///< nanoseconds that a fetch takes
+    std::chrono::nanoseconds slowness{0};  ///< how long a fetch takes
     int refusals = 0;  ///< how many fetches fail to work out
     std::optional<Error> error;  ///< of every fetch
     std::function<void()> whileFetched;  ///< once, before pixels are read
@@ -101,7 +102,7 @@ private:
         }
     }
 
-    std::int64_t& clock_;
+    MonotonicTime& clock_;
     std::int32_t width_ = 0;
     std::int32_t height_ = 0;
     std::vector<std::uint32_t> pixels_;

@@ -1,5 +1,7 @@
 #include "tests/engine/pictures/PictureRecorder.h"
 
+#include "media/LiveTime.h"
+
 #include <cstring>
 #include <ctime>
 #include <gtest/gtest.h>
@@ -49,7 +51,7 @@ void Recorder::record(const SampleBufferRef& sample)
     check(*sample);
     const auto& picture = *sample->imageBuffer;
     const test::PictureView view{picture.baseAddress, picture.bytesPerRow, picture.width, picture.height, 4};
-    pictures_.push_back({sample->presentationTimeStamp.value, picture.change, picture.baseAddress,
+    pictures_.push_back({momentOf(sample->presentationTimeStamp), picture.change, picture.baseAddress,
         part_ ? test::readFrameNumber(view, *part_) : test::readFrameNumber(view)});
     if (!isHolding_)
         held_.clear();
@@ -79,7 +81,7 @@ void Recorder::check(const SampleBuffer& sample)
         const auto& last = pictures_.back();
         if (picture.change.stream != last.change.stream || picture.change.sequence != last.change.sequence + 1)
             complain("count");
-        if (sample.presentationTimeStamp.value <= last.time)
+        if (momentOf(sample.presentationTimeStamp) <= last.time)
             complain("time runs backwards");
     }
     for (const auto& dirty : picture.change.dirty) {

@@ -22,7 +22,7 @@ namespace velmora::engine {
 inline constexpr std::chrono::seconds patience{40};
 
 struct SeenPicture {
-    std::int64_t time = 0;
+    MonotonicTime time;
     PictureChange change;
     const std::byte* address = nullptr;
     test::FrameNumberReading reading;

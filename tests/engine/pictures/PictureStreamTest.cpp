@@ -16,8 +16,8 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-constexpr std::int64_t millisecond = 1'000'000;
-constexpr std::int64_t sixtieth = 16'666'667;  // as the configuration has it, rounded
+constexpr std::chrono::milliseconds millisecond{1};
+constexpr std::chrono::nanoseconds sixtieth{16'666'667};  // as the configuration has it, rounded
 constexpr std::uint32_t red = 0xff0000;
 constexpr std::uint32_t green = 0x00ff00;
 constexpr std::uint32_t blue = 0x0000ff;
@@ -41,14 +41,14 @@ protected:
         stream.damage(part);
     }
 
-    void work(std::optional<std::int64_t> contentTime = std::nullopt)
+    void work(std::optional<MonotonicTime> contentTime = std::nullopt)
     {
         const auto worked = stream.work(contentTime);
         EXPECT_TRUE(worked) << worked.error().localizedDescription;
     }
 
     /// As a back end with nothing to report does: looks when it is time, `lateness` late each time.
-    void runUntil(std::int64_t time, std::int64_t lateness = 0)
+    void runUntil(MonotonicTime time, std::chrono::nanoseconds lateness = {})
     {
         for (auto next = stream.deadline(); next != PictureStream::never && next + lateness <= time; next = stream.deadline()) {
             now = std::max(now, next) + lateness;
@@ -57,9 +57,9 @@ protected:
         now = std::max(now, time);
     }
 
-    [[nodiscard]] std::vector<std::int64_t> times() const
+    [[nodiscard]] std::vector<MonotonicTime> times() const
     {
-        std::vector<std::int64_t> all;
+        std::vector<MonotonicTime> all;
         for (const auto& picture : recorder.pictures())
             all.push_back(picture.time);
         return all;
@@ -73,9 +73,9 @@ protected:
         return recorder.lastColours()[static_cast<std::size_t>(y * 16 + x)];
     }
 
-    static constexpr std::int64_t beginning = 1000 * nanosecondsPerSecond;
+    static constexpr MonotonicTime beginning{std::chrono::seconds{1000}};
 
-    std::int64_t now = beginning;
+    MonotonicTime now = beginning;
     PaintedContent content{now};
     Recorder recorder;
     int scalersMade = 0;
@@ -553,7 +553,7 @@ TEST_F(PictureStreamTest, ATimeOfTheContentThatCannotBeIsReplacedByTheClocks)
         now += 100 * millisecond;
         draw({0, 0, 1, 1}, green);
         work(now + offset);
-        EXPECT_EQ(times().back(), now) << offset;
+        EXPECT_EQ(times().back(), now) << offset.count();
     }
     now += 1000 * millisecond;
     draw({0, 0, 1, 1}, blue);

@@ -1,7 +1,9 @@
 #include "engine/sound/AudioMixer.h"
 
 #include "engine/sound/BlockDelivery.h"
+#include "media/LiveTime.h"
 
+#include <chrono>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <vector>
@@ -10,8 +12,8 @@ namespace velmora::engine {
 namespace {
 
 constexpr std::int32_t rate = 48000;
-constexpr std::int64_t millisecond = 1'000'000;
-constexpr std::int64_t origin = 5'000'000'000'000;  // a machine that has been up for a while
+constexpr std::chrono::milliseconds millisecond{1};
+constexpr MonotonicTime origin{std::chrono::seconds{5000}};  // a machine that has been up for a while
 
 /// 10 ms of one value on both channels.
 std::vector<float> tenMilliseconds(float value)
@@ -29,18 +31,19 @@ std::vector<float> readFrames(AudioMixer& mixer, std::size_t frames)
 TEST(FrameClock, IsExactAfterAMonth)
 {
     constexpr FrameClock clock{origin, rate};
-    constexpr std::int64_t seconds = 31 * 24 * 3600;
-    EXPECT_EQ(clock.frameAt(origin + seconds * FrameClock::second), seconds * rate);
-    EXPECT_EQ(clock.timeOf(seconds * rate), origin + seconds * FrameClock::second);
-    EXPECT_EQ(clock.timeOf(seconds * rate + 1), origin + seconds * FrameClock::second + 20833);
-    EXPECT_EQ(clock.frameAt(origin + seconds * FrameClock::second + 20833), seconds * rate + 1);
+    constexpr std::chrono::seconds month{31 * 24 * 3600};
+    constexpr std::chrono::nanoseconds oneFrame{20833};
+    EXPECT_EQ(clock.frameAt(origin + month), month.count() * rate);
+    EXPECT_EQ(clock.timeOf(month.count() * rate), origin + month);
+    EXPECT_EQ(clock.timeOf(month.count() * rate + 1), origin + month + oneFrame);
+    EXPECT_EQ(clock.frameAt(origin + month + oneFrame), month.count() * rate + 1);
 }
 
 TEST(FrameClock, TimesBeforeTheOriginAreNegativeFrames)
 {
     constexpr FrameClock clock{origin, rate};
-    EXPECT_EQ(clock.frameAt(origin - 20833), -1);
-    EXPECT_EQ(clock.frameAt(origin - 3 * FrameClock::second), -3 * rate);
+    EXPECT_EQ(clock.frameAt(origin - std::chrono::nanoseconds{20833}), -1);
+    EXPECT_EQ(clock.frameAt(origin - std::chrono::seconds{3}), -3 * rate);
 }
 
 TEST(AudioMixer, GivesSilenceAtADistanceFromTheClockWhileNobodySpeaks)
@@ -142,7 +145,7 @@ TEST(AudioMixer, ADriftingSourceKeepsItsToneAndItsPlace)
     std::vector<float> block(960);
     double value = 0;
     for (int i = 0; i < 3000; ++i) {
-        const auto stamp = origin + i * (10 * millisecond + 2000);
+        const auto stamp = origin + i * (10 * millisecond + std::chrono::microseconds{2});
         for (std::size_t frame = 0; frame < 480; ++frame, value += 1e-6)
             block[2 * frame] = block[2 * frame + 1] = static_cast<float>(value);
         mixer.write(input, stamp, block, stamp);
@@ -163,7 +166,7 @@ TEST(BlockDelivery, HandsOnBlocksThatFollowEachOtherExactly)
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         EXPECT_EQ(blocks[i]->sampleCount, 1024);
         EXPECT_EQ(blocks[i]->format, blocks[0]->format);
-        const auto exact = MediaTime::nanoseconds(origin).seconds() + static_cast<double>(i) * 1024 / rate;
+        const auto exact = liveTime(origin).seconds() + static_cast<double>(i) * 1024 / rate;
         EXPECT_NEAR(blocks[i]->presentationTimeStamp.seconds(), exact, 1e-8);
         EXPECT_EQ(blocks[i]->data.bytes.size(), 1024U * 8);
     }

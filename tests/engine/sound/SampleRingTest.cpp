@@ -1,5 +1,6 @@
 #include "engine/sound/SampleRing.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
 #include <numeric>
 #include <thread>
@@ -8,20 +9,25 @@
 namespace velmora::engine {
 namespace {
 
+MonotonicTime at(int nanosecond)
+{
+    return MonotonicTime{std::chrono::nanoseconds{nanosecond}};
+}
+
 TEST(SampleRing, GivesBlocksBackInTheirOrderWithTheirStamps)
 {
     SampleRing ring{16, 4};
     const std::vector<float> first{1, 2, 3};
     const std::vector<float> second{4, 5};
-    ASSERT_TRUE(ring.write(10, first));
-    ASSERT_TRUE(ring.write(20, second));
-    std::int64_t stamp = 0;
+    ASSERT_TRUE(ring.write(at(10), first));
+    ASSERT_TRUE(ring.write(at(20), second));
+    MonotonicTime stamp;
     std::vector<float> samples;
     ASSERT_TRUE(ring.read(stamp, samples));
-    EXPECT_EQ(stamp, 10);
+    EXPECT_EQ(stamp, at(10));
     EXPECT_EQ(samples, first);
     ASSERT_TRUE(ring.read(stamp, samples));
-    EXPECT_EQ(stamp, 20);
+    EXPECT_EQ(stamp, at(20));
     EXPECT_EQ(samples, second);
     EXPECT_FALSE(ring.read(stamp, samples));
 }
@@ -30,15 +36,15 @@ TEST(SampleRing, DropsABlockThatDoesNotFitAndKeepsTheRest)
 {
     SampleRing ring{8, 4};
     const std::vector<float> block{1, 2, 3, 4, 5};
-    EXPECT_TRUE(ring.write(1, block));
-    EXPECT_FALSE(ring.write(2, block));
-    std::int64_t stamp = 0;
+    EXPECT_TRUE(ring.write(at(1), block));
+    EXPECT_FALSE(ring.write(at(2), block));
+    MonotonicTime stamp;
     std::vector<float> samples;
     ASSERT_TRUE(ring.read(stamp, samples));
     EXPECT_EQ(samples, block);
-    EXPECT_TRUE(ring.write(3, block));
+    EXPECT_TRUE(ring.write(at(3), block));
     ASSERT_TRUE(ring.read(stamp, samples));
-    EXPECT_EQ(stamp, 3);
+    EXPECT_EQ(stamp, at(3));
     EXPECT_EQ(samples, block);
 }
 
@@ -46,9 +52,9 @@ TEST(SampleRing, DropsABlockWhenThereAreTooMany)
 {
     SampleRing ring{64, 2};
     const std::vector<float> block{1};
-    EXPECT_TRUE(ring.write(1, block));
-    EXPECT_TRUE(ring.write(2, block));
-    EXPECT_FALSE(ring.write(3, block));
+    EXPECT_TRUE(ring.write(at(1), block));
+    EXPECT_TRUE(ring.write(at(2), block));
+    EXPECT_FALSE(ring.write(at(3), block));
 }
 
 TEST(SampleRing, CarriesEverythingFromOneThreadToAnother)
@@ -61,19 +67,19 @@ TEST(SampleRing, CarriesEverythingFromOneThreadToAnother)
             std::vector<float> block(static_cast<std::size_t>(i % 200));
             std::iota(block.begin(), block.end(), next);
             next = static_cast<float>((static_cast<int>(next) + i % 200) % 100000);
-            while (!ring.write(i, block))
+            while (!ring.write(at(i), block))
                 std::this_thread::yield();
         }
     }};
     float expected = 0;
-    std::int64_t stamp = 0;
+    MonotonicTime stamp;
     std::vector<float> samples;
     for (int i = 0; i < count;) {
         if (!ring.read(stamp, samples)) {
             std::this_thread::yield();
             continue;
         }
-        EXPECT_EQ(stamp, i);
+        EXPECT_EQ(stamp, at(i));
         ASSERT_EQ(samples.size(), static_cast<std::size_t>(i % 200));
         for (std::size_t frame = 0; frame < samples.size(); ++frame)
             ASSERT_EQ(samples[frame], expected + static_cast<float>(frame));

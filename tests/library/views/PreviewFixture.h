@@ -64,7 +64,7 @@ struct PreviewFixture {
                 .assetReader = assetReader,
                 .exportSessions = exportSessions,
                 .fileManager = fileManager,
-                .library = library,
+                .library = *library,
                 .mainExecutor = executor,
                 .runningExports = runningExports,
                 .share = [this](const QPoint& position) { shared.push_back(position); },

@@ -26,12 +26,5 @@ TEST(NullServices, SayWhyNothingCanBeCaptured)
     EXPECT_TRUE(stopped);
 }
 
-TEST(NullServices, SayWhyNothingCanBeExported)
-{
-    const auto session = makeExportSessions("No codec.")->makeExportSession("/clip.mp4", platform::ExportPreset::passthrough);
-    ASSERT_FALSE(session);
-    EXPECT_EQ(session.error().localizedDescription, "No codec.");
-}
-
 }  // namespace
 }  // namespace velmora::null_backend

@@ -1,5 +1,7 @@
 #include "tests/support/recording/Velmora.h"
 
+#include "base/MonotonicClock.h"
+
 #include <QByteArray>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -86,7 +88,7 @@ bool waitUntil(const std::function<bool()>& condition)
 
 std::int64_t monotonicNow()
 {
-    return std::chrono::nanoseconds{std::chrono::steady_clock::now().time_since_epoch()}.count();
+    return MonotonicClock::now().time_since_epoch().count();
 }
 
 std::vector<ListedWindow> listWindows()

@@ -44,7 +44,7 @@ protected:
 
     [[nodiscard]] QVariant cell(int row, WindowPickerModel::Role role) const { return model.data(model.index(row), role); }
 
-    WindowPickerModel model{std::make_shared<WindowSelectionService>(content, executor), coordinator};
+    WindowPickerModel model{std::make_shared<WindowSelectionService>(content, executor), *coordinator};
     int dismissals = 0;
 };
 

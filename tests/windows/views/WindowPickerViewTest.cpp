@@ -67,7 +67,7 @@ protected:
         return names.join(QLatin1Char(' '));
     }
 
-    WindowPickerModel model{std::make_shared<WindowSelectionService>(content, executor), coordinator};
+    WindowPickerModel model{std::make_shared<WindowSelectionService>(content, executor), *coordinator};
     std::optional<ViewTestWindow> window;
     int dismissals = 0;
 };

@@ -18,7 +18,7 @@ using linux_backend::testing::softwareEncoder;
 /// Takes this long for each picture, by a clock of the test's.
 class TimedEncoder final : public VideoEncoder {
 public:
-    TimedEncoder(std::chrono::nanoseconds& time, std::vector<std::chrono::nanoseconds> costs) : time_(time), costs_(std::move(costs)) { }
+    TimedEncoder(MonotonicTime& time, std::vector<std::chrono::nanoseconds> costs) : time_(time), costs_(std::move(costs)) { }
 
     [[nodiscard]] engine::Yuv420View::Layout layout() const override { return engine::Yuv420View::Layout::i420; }
     [[nodiscard]] FormatDescriptionRef format() const override { return nullptr; }
@@ -35,7 +35,7 @@ public:
     int failure = 0;
 
 private:
-    std::chrono::nanoseconds& time_;
+    MonotonicTime& time_;
     const std::vector<std::chrono::nanoseconds> costs_;
 };
 
@@ -65,7 +65,7 @@ protected:
         return selection.effortFor(settingsFor(64, 64), [this] { return time_; });
     }
 
-    std::chrono::nanoseconds time_{0};
+    MonotonicTime time_;
     std::size_t encoded_ = 0;
 };
 
@@ -116,7 +116,7 @@ TEST_F(EncodingHeadroomTest, AnEncoderInHardwareIsNotMeasured)
     auto candidate = softwareEncoder();
     candidate.isSoftware = false;
     EXPECT_EQ(choose(candidate, 1s), EncodingEffort::normal);
-    EXPECT_EQ(time_, 0ns);
+    EXPECT_EQ(time_.time_since_epoch(), 0ns);
 }
 
 }  // namespace

@@ -255,7 +255,7 @@ TEST_F(CastStreamTest, AStillWindowIsRepeatedEveryHalfSecond)
     while (pictures[first].reading.number() != 2U)
         ++first;
     for (auto index = first + 1; index < pictures.size(); ++index) {
-        EXPECT_GE(pictures[index].time - pictures[index - 1].time, 500'000'000);
+        EXPECT_GE(pictures[index].time - pictures[index - 1].time, std::chrono::milliseconds{500});
         EXPECT_TRUE(pictures[index].change.dirty.empty());
         EXPECT_EQ(pictures[index].address, pictures[first].address);
     }
@@ -264,21 +264,21 @@ TEST_F(CastStreamTest, AStillWindowIsRepeatedEveryHalfSecond)
 
 TEST_F(CastStreamTest, ABufferThatRepeatsTheOneBeforeIsNoNewPicture)
 {
-    const auto time = monotonicNow();
+    const auto time = MonotonicClock::now();
     open();
     cast->show({.number = 1, .crop = {}, .damage = {}, .time = time});
     watcher.waitForSize();
     attach();
     waitForNumber(1);
     cast->showInVain({.number = 77, .crop = {}, .damage = {}, .time = time});
-    cast->show({.number = 2, .crop = {}, .damage = {}, .time = monotonicNow()});
+    cast->show({.number = 2, .crop = {}, .damage = {}, .time = MonotonicClock::now()});
     waitForNumber(2);
     expectNumbersAndNoOthers({1, 2});
 }
 
 TEST_F(CastStreamTest, APictureWhoseTimeStandsStillIsTakenWhenItIsDamaged)
 {
-    const auto time = monotonicNow();
+    const auto time = MonotonicClock::now();
     open();
     cast->show({.number = 1, .crop = {}, .damage = {}, .time = time});
     watcher.waitForSize();

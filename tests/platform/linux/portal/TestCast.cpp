@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -23,7 +24,7 @@ namespace {
 
 constexpr std::int32_t bytesPerPixel = 4;
 constexpr std::int64_t lookAgain = 5'000'000;  // nanoseconds
-constexpr timespec repeatInterval{0, 400'000'000};
+constexpr std::chrono::milliseconds repeatInterval{400};
 
 /// Both strips, and beside them a colour that tells red from blue.
 std::uint32_t colourAt(std::int32_t x, std::int32_t y, const PixelRect& window, std::uint32_t number)
@@ -170,7 +171,7 @@ struct TestCast::Implementation {
         // One that was on its way when everybody left still is.
         static_cast<void>(pw_stream_queue_buffer(stream.get(), buffer));
         pw_stream_trigger_process(stream.get());
-        timespec interval = repeatInterval;
+        auto interval = toTimespec(repeatInterval);
         pw_loop_update_timer(pw_thread_loop_get_loop(loop.get()), timer.get(), &interval, &interval, false);
         return buffer;
     }
@@ -180,7 +181,7 @@ struct TestCast::Implementation {
         if (!isStreaming || free.empty())
             return;
         auto shown = frame;
-        shown.time = frame.time.value_or(monotonicNow());
+        shown.time = frame.time.value_or(MonotonicClock::now());
         draw(shown);
         handOver(shown);
         shown.damage.clear();
@@ -206,7 +207,7 @@ struct TestCast::Implementation {
         *data.chunk = {0, frame.isEmpty ? 0U : static_cast<std::uint32_t>(stride * options.height), stride, 0};
         std::memcpy(data.data, picture.data(), picture.size() * bytesPerPixel);
         if (auto* header = static_cast<spa_meta_header*>(spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)))) {
-            header->pts = *frame.time;
+            header->pts = frame.time->time_since_epoch().count();
             header->flags = frame.isCorrupt ? SPA_META_HEADER_FLAG_CORRUPTED : 0;
         }
         if (auto* crop = static_cast<spa_meta_region*>(spa_buffer_find_meta_data(&buffer, SPA_META_VideoCrop, sizeof(spa_meta_region))))
@@ -304,17 +305,17 @@ void TestCast::showInVain(const Frame& frame)
     const auto before = std::exchange(own.last, std::nullopt);
     const auto picture = own.picture;
     auto shown = frame;
-    shown.time = frame.time.value_or(monotonicNow());
+    shown.time = frame.time.value_or(MonotonicClock::now());
     own.draw(shown);
     const pw_buffer* buffer = nullptr;
-    std::int64_t handedOver = 0;
+    MonotonicTime handedOver;
     own.waitFor("the buffer coming back", [&] {
         own.collect();
         if (buffer && std::find(own.free.begin(), own.free.end(), buffer) != own.free.end())
             return true;
-        if (!own.free.empty() && monotonicNow() - handedOver > repeatInterval.tv_nsec) {
+        if (!own.free.empty() && MonotonicClock::now() - handedOver > repeatInterval) {
             buffer = own.handOver(shown);
-            handedOver = monotonicNow();
+            handedOver = MonotonicClock::now();
         }
         return false;
     });

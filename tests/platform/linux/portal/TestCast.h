@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "base/MonotonicClock.h"
 #include "platform/linux/kernel/FileDescriptor.h"
 
 #include <cstdint>
@@ -29,7 +30,7 @@ public:
         std::vector<PixelRect> damage;  ///< none: nothing is reported
         bool isCorrupt = false;  ///< and shows another number
         bool isEmpty = false;
-        std::optional<std::int64_t> time;  ///< none: now
+        std::optional<MonotonicTime> time;  ///< none: now
         /// Draws the number only into the damage, so that damage that is left out shows.
         bool drawsDamageOnly = false;
     };

@@ -211,11 +211,11 @@ TEST(X11VideoSource, AScalerThatCannotBeMadeEndsTheStream)
 
 TEST(X11VideoSource, TimeStampsAreTheMomentsOfTheFrames)
 {
-    const auto before = monotonicNow();
+    const auto before = MonotonicClock::now();
     NumberedCapture capture{{"--size", "640x480", "--fps", "10"}, 640, 480};
     capture.waitForNumbers(12);
     capture.source.stop();
-    const auto after = monotonicNow();
+    const auto after = MonotonicClock::now();
     const auto pictures = capture.recorder.pictures();
     const auto shown = capture.program.finish();
     std::map<std::uint32_t, std::int64_t> shownAt(shown.begin(), shown.end());
@@ -225,7 +225,7 @@ TEST(X11VideoSource, TimeStampsAreTheMomentsOfTheFrames)
         // A frame that is in the picture was drawn before the next one was shown.
         const auto number = pictures[index].reading.number().value();
         if (const auto next = shownAt.find(number + 1); next != shownAt.end() && index > 0) {
-            EXPECT_LE(pictures[index].time, next->second);
+            EXPECT_LE(pictures[index].time, MonotonicTime{std::chrono::nanoseconds{next->second}});
         }
     }
     EXPECT_EQ(capture.recorder.lastSample()->duration, (MediaTime{16'666'667, 1'000'000'000}));

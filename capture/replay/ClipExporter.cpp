@@ -1,8 +1,8 @@
-#include "capture/ClipExporter.h"
+#include "capture/replay/ClipExporter.h"
 
 #include "base/SerialQueue.h"
-#include "capture/ClipAudioSettings.h"
-#include "capture/ClipExporterError.h"
+#include "capture/replay/ClipAudioSettings.h"
+#include "capture/replay/ClipExporterError.h"
 #include "system/Log.h"
 
 #include <algorithm>

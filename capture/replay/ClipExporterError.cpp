@@ -1,4 +1,4 @@
-#include "capture/ClipExporterError.h"
+#include "capture/replay/ClipExporterError.h"
 
 #include <cassert>
 

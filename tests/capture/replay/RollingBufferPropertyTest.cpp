@@ -1,5 +1,5 @@
 // Random streams through the buffer and through a slow, plain model of it.
-#include "capture/RollingBuffer.h"
+#include "capture/replay/RollingBuffer.h"
 
 #include "tests/support/Samples.h"
 

@@ -1,6 +1,6 @@
 // From the encoder's samples through the rolling buffer into a file, and what a player makes of it.
-#include "capture/ClipExporter.h"
-#include "capture/ClipExporterError.h"
+#include "capture/replay/ClipExporter.h"
+#include "capture/replay/ClipExporterError.h"
 #include "engine/files/AssetWriter.h"
 #include "media/mp4/MovieReader.h"
 #include "platform/linux/LinuxFileManager.h"

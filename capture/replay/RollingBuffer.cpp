@@ -1,6 +1,4 @@
-#include "capture/RollingBuffer.h"
-
-#include "capture/VideoHardwareEncoder.h"
+#include "capture/replay/RollingBuffer.h"
 
 #include <algorithm>
 #include <cassert>
@@ -103,7 +101,7 @@ void RollingBuffer::extractRecentClip(
 
 void RollingBuffer::storeVideo(SampleBufferRef sample)
 {
-    isKeyFrameFlags_.push_back(VideoHardwareEncoder::isKeyFrame(*sample));
+    isKeyFrameFlags_.push_back(sample->isSync());
     videoSamples_.push_back(std::move(sample));
     pruneByTime();
 }

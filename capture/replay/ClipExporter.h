@@ -3,7 +3,7 @@
 
 #include "base/Result.h"
 #include "base/UniqueFunction.h"
-#include "capture/RollingBuffer.h"
+#include "capture/replay/RollingBuffer.h"
 #include "platform/AssetWriter.h"
 #include "platform/FileManager.h"
 

@@ -1,4 +1,4 @@
-#include "capture/RollingBuffer.h"
+#include "capture/replay/RollingBuffer.h"
 
 #include "tests/support/Samples.h"
 

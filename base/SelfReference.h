@@ -1,0 +1,25 @@
+// What tells a late callback whether the object that it is meant for is still there.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+namespace velmora {
+
+/// The last member of `T`, and the first that goes. A callback that may come late holds `weak()` and locks it when it runs: it is empty
+/// then where the object has gone. It keeps nothing alive, so it is locked where the object ends, on the same thread. A type whose callbacks
+/// run on other threads is a std::enable_shared_from_this instead, and they hold weak_from_this().
+template <typename T>
+class SelfReference {
+public:
+    explicit SelfReference(T& self) : self_(std::make_shared<std::byte>(), &self) { }
+    SelfReference(const SelfReference&) = delete;
+    SelfReference& operator=(const SelfReference&) = delete;
+
+    [[nodiscard]] std::weak_ptr<T> weak() const { return self_; }
+
+private:
+    const std::shared_ptr<T> self_;
+};
+
+}  // namespace velmora
