@@ -180,10 +180,16 @@ Result<void> RecordingWriter::moveFile(const std::filesystem::path& path)
 
 void RecordingWriter::cancel()
 {
+    const auto file = state_->file.load();
+    // Where somebody put it, perhaps to keep it, it shall play.
+    if (file && !file->isStillInFolder() && file->currentPath()) {
+        finish({}, [](const Result<bool>&) {});
+        return;
+    }
     state_->cancelled = true;
     for (auto& track : tracks_)
         track.pending.clear();
-    if (const auto file = state_->file.load())
+    if (file)
         static_cast<void>(file->removeFromFolder());
     state_->queue.async([state = state_] { state->closeFile(); });
 }

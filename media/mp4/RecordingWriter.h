@@ -12,7 +12,8 @@
 
 namespace velmora::mp4 {
 
-/// Gathers samples into fragments and hands each to a thread of its own. Used on one thread, except error() and bytesInFlight(),
+/// Gathers samples into fragments and hands each to a thread of its own. Only create(), moveFile() and cancel() touch the disk on the
+/// caller's thread, and none of them writes media. Used on one thread, except error() and bytesInFlight(),
 /// which are safe on any. May be destroyed at any time, also in a completion; without finish() or cancel() the file then stays as a
 /// crash would leave it, without the last, incomplete fragment.
 class RecordingWriter {
@@ -20,7 +21,7 @@ public:
     /// True when the file is whole; false when nothing was recorded and the file is removed.
     using Completion = UniqueFunction<void(Result<bool>)>;
 
-    /// Writes the head of the layout into a file just created; the only call that touches the disk on the caller's thread.
+    /// Writes the head of the layout into a file just created.
     static Result<std::unique_ptr<RecordingWriter>> create(std::shared_ptr<File> file, RecordingOptions options = {});
 
     ~RecordingWriter();
@@ -42,7 +43,8 @@ public:
     /// for every file that was moved.
     Result<void> moveFile(const std::filesystem::path& path);
 
-    /// Removes the file, at once; what is still queued is dropped. Nothing may be called afterwards.
+    /// Removes the file, at once; what is still queued is dropped. A file that somebody has moved, or whose folder has another name by
+    /// now, is made whole where it lies instead, if anything was recorded. Nothing may be called afterwards.
     void cancel();
 
     /// Bytes of media that have been appended but have not reached the disk.

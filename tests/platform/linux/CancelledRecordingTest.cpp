@@ -160,6 +160,46 @@ TEST_F(CancelledRecordingTest, IsTakenFromItsPathOnlyWhereItIsThatFile)
     EXPECT_THAT(trashed("info"), IsEmpty());
 }
 
+TEST_F(CancelledRecordingTest, WhoseFolderWasRenamedMeanwhilePlaysWholeFromTheTrashToo)
+{
+    std::filesystem::create_directory(path("folder"));
+    auto writing = begin(makeTrashingWriter("folder/clip.mp4"));
+    appendPictures(writing);
+    std::filesystem::rename(path("folder"), path("renamed"));
+    writing.writer->cancelWriting();
+    EXPECT_TRUE(std::filesystem::is_empty(path("renamed")));
+    cancel(writing);
+    ASSERT_THAT(trashed(), ElementsAre(home_.path() / "Trash/files/clip.mp4"));
+    EXPECT_EQ(decodeClean(trashed()[0]).pictures.size(), 60U);
+    EXPECT_FALSE(mp4::readMovieSummary(trashed()[0])->isFragmented);
+}
+
+TEST_F(CancelledRecordingTest, WithoutAKeyFrameIsDeletedFromAFolderThatWasRenamedToo)
+{
+    std::filesystem::create_directory(path("folder"));
+    auto writer = makeTrashingWriter("folder/clip.mp4");
+    std::filesystem::rename(path("folder"), path("renamed"));
+    writer->cancelWriting();
+    writer.reset();
+    while (!std::filesystem::is_empty(path("renamed")))
+        std::this_thread::yield();
+    EXPECT_THAT(trashed(), IsEmpty());
+}
+
+TEST_F(CancelledRecordingTest, ThatItsUserHasRenamedIsWholeWhereItLies)
+{
+    auto writing = begin(makeTrashingWriter());
+    appendPictures(writing);
+    std::filesystem::rename(path(), path("mine.mp4"));
+    cancel(writing);
+    // The lock is given up when the file is closed.
+    while (!(*mp4::PosixFile::openForUpdating(path("mine.mp4")))->tryLock().value())
+        std::this_thread::yield();
+    EXPECT_FALSE(mp4::readMovieSummary(path("mine.mp4"))->isFragmented);
+    EXPECT_EQ(decodeClean(path("mine.mp4")).pictures.size(), 60U);
+    EXPECT_THAT(trashed(), IsEmpty());
+}
+
 TEST_F(CancelledRecordingTest, DoesNotReplaceAnEarlierOneOfItsName)
 {
     for (const std::size_t pictures : {30U, 60U}) {
