@@ -69,13 +69,16 @@ private:
     /// Sends what is pending on its way. `now` is as late as anything is known to be.
     void flush(std::optional<MediaTime> now);
     static bool isSound(const TrackState& track);
+    [[nodiscard]] bool hasSoundAbout(MediaTime time) const;
     static std::uint32_t durationOfLast(const TrackState& track, std::optional<MediaTime> now);
 
     std::shared_ptr<State> state_;
     const MediaTime longestFragment_;
+    const MediaTime longestPause_;
     const std::uint64_t largestFragment_;
     std::vector<TrackState> tracks_;
     std::optional<MediaTime> fragmentStart_;
+    std::optional<MediaTime> handedOn_;  ///< what lies before is on its way to the disk
     std::uint64_t pendingBytes_ = 0;
 };
 
