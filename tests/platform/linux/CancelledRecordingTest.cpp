@@ -62,6 +62,13 @@ protected:
         writing = {};
     }
 
+    /// The lock is given up when the file is closed.
+    static void awaitClosed(const std::filesystem::path& file)
+    {
+        while (!(*mp4::PosixFile::openForUpdating(file))->tryLock().value())
+            std::this_thread::yield();
+    }
+
     TemporaryDirectory clips_;
     TemporaryDirectory home_;
     std::shared_ptr<const Trash> trash_ =
@@ -174,6 +181,19 @@ TEST_F(CancelledRecordingTest, WhoseFolderWasRenamedMeanwhilePlaysWholeFromTheTr
     EXPECT_FALSE(mp4::readMovieSummary(trashed()[0])->isFragmented);
 }
 
+TEST_F(CancelledRecordingTest, WhoseFolderWasRenamedIsWholeThereWhereNoTrashCanBeReached)
+{
+    std::ofstream{home_.path() / "Trash"} << "a file";
+    std::filesystem::create_directory(path("folder"));
+    auto writing = begin(makeTrashingWriter("folder/clip.mp4"));
+    appendPictures(writing);
+    std::filesystem::rename(path("folder"), path("renamed"));
+    cancel(writing);
+    awaitClosed(path("renamed") / "clip.mp4");
+    EXPECT_FALSE(mp4::readMovieSummary(path("renamed") / "clip.mp4")->isFragmented);
+    EXPECT_EQ(decodeClean(path("renamed") / "clip.mp4").pictures.size(), 60U);
+}
+
 TEST_F(CancelledRecordingTest, WithoutAKeyFrameIsDeletedFromAFolderThatWasRenamedToo)
 {
     std::filesystem::create_directory(path("folder"));
@@ -192,9 +212,7 @@ TEST_F(CancelledRecordingTest, ThatItsUserHasRenamedIsWholeWhereItLies)
     appendPictures(writing);
     std::filesystem::rename(path(), path("mine.mp4"));
     cancel(writing);
-    // The lock is given up when the file is closed.
-    while (!(*mp4::PosixFile::openForUpdating(path("mine.mp4")))->tryLock().value())
-        std::this_thread::yield();
+    awaitClosed(path("mine.mp4"));
     EXPECT_FALSE(mp4::readMovieSummary(path("mine.mp4"))->isFragmented);
     EXPECT_EQ(decodeClean(path("mine.mp4")).pictures.size(), 60U);
     EXPECT_THAT(trashed(), IsEmpty());
