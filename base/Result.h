@@ -11,7 +11,7 @@ namespace velmora {
 
 /// A failure in a form that both a person and a program can read.
 ///
-/// `domain` and `code` identify the failure ("Velmora.ScreenCaptureKitService", -1); `localizedDescription` is one sentence for
+/// `domain` and `code` identify the failure ("Velmora.ScreenCaptureKitService", -1); `localizedDescription` is a sentence or two for
 /// the user and is never empty. `underlying` is the failure that caused this one, as it was received.
 struct Error {
     std::string domain;

@@ -7,8 +7,9 @@
 namespace velmora {
 
 /// `value` / `timescale` seconds. Live time stamps count CLOCK_MONOTONIC nanoseconds (time scale 1 000 000 000) for sound and
-/// picture alike. An invalid time means "unknown"; it compares unordered to everything, itself included. Comparison, addition and
-/// conversion are done in 128 bits and never overflow; doubles appear only where an interface says seconds.
+/// picture alike. An invalid time means "unknown"; it compares unordered to everything, itself included. Comparison never
+/// overflows. The results of conversion, addition and subtraction, and what is added on the common scale, have to fit 64 bits, which the
+/// caller sees to. Doubles appear only where an interface says seconds.
 struct MediaTime {
     static constexpr std::int32_t nanosecondScale = 1'000'000'000;
 

@@ -26,8 +26,9 @@ public:
     /// Clicks outside `area` go to what lies below the window; without a value, none do.
     virtual void setClickableArea(std::uint64_t nativeWindow, std::optional<PixelRect> area) = 0;
 
-    /// Raises the window, without giving it the focus, whenever another program's window covers some of its `part`. A window that covers a
-    /// whole monitor is left alone: nobody may look behind a screen lock. Null if the desktop cannot do this.
+    /// Raises the window, without giving it the focus, when another program's window covers some of its `part`; a back end may give up
+    /// against one that raises itself as often. A window that covers a whole monitor is left alone: nobody may look behind a screen lock.
+    /// Null if the desktop cannot do this.
     [[nodiscard]] virtual std::unique_ptr<InFront> keepInFront(std::uint64_t nativeWindow, const PixelRect& part) = 0;
 };
 

@@ -75,7 +75,8 @@ class UserNotificationCenterDelegate {
 public:
     virtual ~UserNotificationCenterDelegate() = default;
 
-    /// Before a notification is shown while the program is active: answers with presentation options.
+    /// On a platform that holds back the notifications of the active program: asks before one is shown, for presentation options. Linux
+    /// desktops show them all the same and never ask.
     virtual void willPresent(const NotificationContent& content, UniqueFunction<void(unsigned)> completion) = 0;
     virtual void didReceive(const NotificationResponse& response, UniqueFunction<void()> completion) = 0;
 };

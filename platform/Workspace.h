@@ -37,7 +37,7 @@ public:
     /// Opens a file or folder with the user's program for it.
     virtual void open(const std::filesystem::path& path) = 0;
 
-    /// Opens a link. The settings links of other desktops are mapped to this desktop's own page.
+    /// Opens a link. That to the settings of screen recording opens this desktop's own page for it; nothing where none is known.
     virtual void openURL(std::string_view url) = 0;
 
     /// Shows the files selected in the file browser.

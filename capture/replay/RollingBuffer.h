@@ -34,8 +34,8 @@ struct RollingBufferExtraction {
 /// Keeps compressed pictures and raw sound for a bounded time and extracts the last seconds of them, from a key frame on.
 ///
 /// What is kept goes back to the newest picture that is older than the retention, yet always to the key frame that a clip of the target
-/// duration begins with; sound goes back two seconds further. Whatever the times say, pictures beyond the newest 1800 are dropped, and
-/// with the next picture also blocks of sound beyond the newest 2000.
+/// duration begins with; sound goes back two seconds further, but none is dropped while all of it is older than that. Whatever the times say,
+/// pictures beyond the newest 1800 are dropped, and with the next picture also blocks of sound beyond the newest 2000.
 ///
 /// Called on any thread; all work runs on the queue "com.velmora.rollingBuffer", in the order of submission, and completions are called
 /// there. A query keeps the buffer alive until it is answered; a submitted sample does not.

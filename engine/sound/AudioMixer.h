@@ -19,7 +19,7 @@ namespace velmora::engine {
 /// While sources speak, the track follows them: it is given out as far as all of them have come, yet never further ahead of the clock
 /// than `greatestLead`, because what a slow device plays in two seconds is known now and another source may still add to it. When
 /// none has spoken for `silenceAfter`, it follows the clock at a distance of `silenceDelay`. What comes too late for its place is
-/// left out.
+/// left out, and so is what lies more than three seconds after the next frame to be given out.
 class AudioMixer {
 public:
     static constexpr std::chrono::milliseconds silenceAfter{250};

@@ -11,7 +11,8 @@
 
 namespace velmora::engine {
 
-/// Whose sound is wanted. Matched in this order: process tree, portal application, name; the name only where no process is known.
+/// Whose sound is wanted. Matched in this order: process tree, portal application, name; the name only where this process or that of the
+/// sound is unknown, and for an application that isFollowedByName.
 struct AudioTarget {
     std::int32_t processID = 0;  ///< the process that owns the window; 0 when unknown
     std::string applicationName;

@@ -11,7 +11,7 @@
 
 namespace velmora::engine {
 
-/// One thread writes, one reads; neither ever waits, locks or allocates. A block that does not fit is dropped whole.
+/// One thread writes, one reads; neither ever waits or locks, and the writer never allocates. A block that does not fit is dropped whole.
 class SampleRing {
 public:
     /// Room for `samples` values in at most `blocks` blocks, both rounded up to powers of two.
@@ -35,7 +35,8 @@ public:
         return true;
     }
 
-    /// Takes out the oldest block: its samples go into `samples`, its stamp into `stamp`. False when there is none.
+    /// Takes out the oldest block: its samples go into `samples`, its stamp into `stamp`. False when there is none. Allocates
+    /// where `samples` has had no block of that size yet.
     bool read(MonotonicTime& stamp, std::vector<float>& samples)
     {
         const auto tail = read_.load(std::memory_order_relaxed);

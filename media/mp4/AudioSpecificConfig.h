@@ -11,10 +11,10 @@ namespace velmora::mp4 {
 /// than the one before it: the other kinds carry state over many (long-term prediction, spectral band replication).
 [[nodiscard]] bool isPlainAacLc(std::span<const std::byte> configuration);
 
-/// How many frames a second the decoder puts out; 0 where the configuration does not say.
+/// How many frames a second AAC-LC is decoded to; 0 where the configuration does not say. Of another kind of AAC it is not the answer.
 [[nodiscard]] std::int32_t sampleRateOf(std::span<const std::byte> configuration);
 
-/// How many frames are in a packet of AAC-LC: 1024, or 960.
+/// How many frames are in a packet of AAC-LC: 1024, or 960. Only for a configuration that isPlainAacLc().
 [[nodiscard]] std::int32_t packetFramesOf(std::span<const std::byte> configuration);
 
 }  // namespace velmora::mp4

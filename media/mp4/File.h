@@ -11,8 +11,8 @@
 
 namespace velmora::mp4 {
 
-/// Offsets and sizes are bytes from the beginning of the file. Used on one thread at a time, except removeFromFolder(), moveTo() and
-/// isStillInFolder(), which are safe on any. Errors are the system's (domain posixErrorDomain, an errno value as code).
+/// Offsets and sizes are bytes from the beginning of the file. Used on one thread at a time, except removeFromFolder(), moveTo(),
+/// isStillInFolder() and currentPath(), which are safe on any. Errors are the system's (domain posixErrorDomain, an errno value as code).
 class File {
 public:
     /// Closes the file and gives up its lock.
@@ -47,12 +47,13 @@ public:
     /// Where the file lies now, whoever moved it there; none when it has been deleted or nobody can tell.
     virtual std::optional<std::filesystem::path> currentPath() { return std::nullopt; }
 
-    /// Removes the file's entry if isStillInFolder().
+    /// Removes the file's entry, if the file still has the name by which this was opened. In the folder where this created it, that holds
+    /// even when the folder has been renamed.
     virtual Result<void> removeFromFolder() = 0;
 
     /// Gives the file another name on the same volume, in one step that never replaces what already has that name: EEXIST then, and
-    /// also if that is a link that leads nowhere. Moves this file and no other: ENOENT unless isStillInFolder(). Afterwards this
-    /// object no longer has a name for the file: isStillInFolder() is false.
+    /// also if that is a link that leads nowhere. Moves this file and no other: ENOENT where removeFromFolder() would remove nothing.
+    /// Afterwards this object no longer has a name for the file: isStillInFolder() is false.
     virtual Result<void> moveTo(const std::filesystem::path& path) = 0;
 
     /// Whether a process that the lock does not reveal may be writing the file: one on another computer, if the file system keeps its

@@ -34,8 +34,9 @@ struct MovieFile {
     std::optional<Unread> unread;  ///< never for a recording of ours, which ends where it was cut off
     std::optional<RecordingState> recording;  ///< set for files of our own writer
     std::uint64_t fileSize = 0;
+    // Of an unfinished recording of ours; of other files they say nothing.
     std::uint64_t lastFragment = 0;  ///< offset of the last whole fragment; 0 without fragments
-    std::uint64_t wholeEnd = 0;  ///< where the last whole fragment ends, or where the first would begin; of an unfinished recording
+    std::uint64_t wholeEnd = 0;  ///< where the last whole fragment ends, or where the first would begin
 };
 
 /// Reads the index of `file`, progressive or fragmented, from the bytes before `end`. Errors: the system's; ErrorCode::notAMovie,

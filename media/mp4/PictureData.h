@@ -13,8 +13,8 @@ struct PictureContent {
     bool hasParameterSets = false;  ///< both kinds
 };
 
-/// The content of a sample of `track`, which is H.264 (ISO 14496-15 5.3.4.2). What is not a sequence of NAL units has none. Errors: the
-/// system's.
+/// The content of a sample of `track`, which is H.264 (ISO 14496-15 5.3.4.2). What precedes bytes that are no NAL unit
+/// counts, nothing from there on does. Errors: the system's.
 Result<PictureContent> readPictureContent(File& file, const Track& track, const Sample& sample);
 
 /// Whether the track's sample entry holds parameter sets: if it has none, or if others may follow ("avc3"), they come with the pictures.

@@ -28,19 +28,24 @@ Result<off_t> fileOffset(std::uint64_t offset)
     return static_cast<off_t>(offset);
 }
 
+std::filesystem::path folderOf(const std::filesystem::path& path)
+{
+    return path.has_parent_path() ? path.parent_path() : std::filesystem::path{"."};
+}
+
 Error pathError(int errnoValue, const std::filesystem::path& path)
 {
     return posixError(errnoValue, path.filename().string());
 }
 
 // Replaces a name that nothing had and that only this call can have given; for file systems that have no better way.
-int moveOverReservation(const std::filesystem::path& from, const std::filesystem::path& to)
+int moveOverReservation(int folder, const std::filesystem::path& from, const std::filesystem::path& to)
 {
     const int reserved = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
     if (reserved < 0)
         return errno;
     ::close(reserved);
-    if (::rename(from.c_str(), to.c_str()) == 0)
+    if (::renameat(folder, from.c_str(), AT_FDCWD, to.c_str()) == 0)
         return 0;
     const int errnoValue = errno;
     ::unlink(to.c_str());
@@ -59,10 +64,16 @@ bool hasTrustworthyLocks(std::uint64_t fileSystemType)
 
 Result<std::unique_ptr<File>> PosixFile::create(const std::filesystem::path& path)
 {
-    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
-    if (descriptor < 0)
+    const int folder = ::open(folderOf(path).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0)
         return fail(pathError(errno, path));
-    return std::unique_ptr<File>{new PosixFile{descriptor, path}};
+    const int descriptor = ::openat(folder, path.filename().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+    if (descriptor < 0) {
+        const int errnoValue = errno;
+        ::close(folder);
+        return fail(pathError(errnoValue, path));
+    }
+    return std::unique_ptr<File>{new PosixFile{descriptor, path, {folder, path.filename()}}};
 }
 
 Result<std::unique_ptr<File>> PosixFile::openForReading(const std::filesystem::path& path)
@@ -89,7 +100,7 @@ Result<std::unique_ptr<File>> PosixFile::open(const std::filesystem::path& path,
     const int descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0)
         return fail(pathError(errno, path));
-    std::unique_ptr<File> file{new PosixFile{descriptor, path}};
+    std::unique_ptr<File> file{new PosixFile{descriptor, path, {AT_FDCWD, path}}};
     if (::fstat(descriptor, &status) != 0)
         return fail(pathError(errno, path));
     if (!S_ISREG(status.st_mode))
@@ -100,6 +111,8 @@ Result<std::unique_ptr<File>> PosixFile::open(const std::filesystem::path& path,
 PosixFile::~PosixFile()
 {
     ::close(descriptor_);
+    if (entry_.folder != AT_FDCWD)
+        ::close(entry_.folder);
 }
 
 Error PosixFile::error(int errnoValue) const
@@ -183,8 +196,7 @@ Result<void> PosixFile::sync()
 
 Result<void> PosixFile::syncFolder()
 {
-    const auto folder = path_.has_parent_path() ? path_.parent_path() : std::filesystem::path{"."};
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int descriptor = ::open(folderOf(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)
         return fail(error(errno));
     const int result = ::fsync(descriptor);
@@ -205,17 +217,17 @@ Result<bool> PosixFile::tryLock()
     return fail(error(errno));
 }
 
-bool PosixFile::isAt(const std::filesystem::path& path) const
+bool PosixFile::isAt(int folder, const std::filesystem::path& name) const
 {
     struct stat named { };
     struct stat ours { };
-    return ::lstat(path.c_str(), &named) == 0 && ::fstat(descriptor_, &ours) == 0 && named.st_dev == ours.st_dev
-        && named.st_ino == ours.st_ino;
+    return ::fstatat(folder, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 && ::fstat(descriptor_, &ours) == 0
+        && named.st_dev == ours.st_dev && named.st_ino == ours.st_ino;
 }
 
 bool PosixFile::isStillInFolder()
 {
-    return isAt(path_);
+    return isAt(AT_FDCWD, path_);
 }
 
 std::optional<std::filesystem::path> PosixFile::currentPath()
@@ -223,49 +235,49 @@ std::optional<std::filesystem::path> PosixFile::currentPath()
     // For a deleted file this is a name that leads nowhere.
     std::error_code error;
     auto path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor_), error);
-    if (error || !isAt(path))
+    if (error || !isAt(AT_FDCWD, path))
         return std::nullopt;
     return path;
 }
 
 Result<void> PosixFile::removeFromFolder()
 {
-    if (!isStillInFolder())
+    if (!isAt(entry_.folder, entry_.name))
         return {};
-    if (::unlink(path_.c_str()) != 0 && errno != ENOENT)
+    if (::unlinkat(entry_.folder, entry_.name.c_str(), 0) != 0 && errno != ENOENT)
         return fail(error(errno));
     return {};
 }
 
 Result<void> PosixFile::moveTo(const std::filesystem::path& path)
 {
-    if (!isStillInFolder())
+    if (!isAt(entry_.folder, entry_.name))
         return fail(pathError(ENOENT, path));
     if (auto renamed = renameTo(path); !renamed)
         return renamed;
-    if (isAt(path))
+    if (isAt(AT_FDCWD, path))
         return {};
     // Between the check and the rename another file took the name that was ours: it goes back.
-    static_cast<void>(::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE));
+    static_cast<void>(::renameat2(AT_FDCWD, path.c_str(), entry_.folder, entry_.name.c_str(), RENAME_NOREPLACE));
     return fail(pathError(ENOENT, path));
 }
 
 Result<void> PosixFile::renameTo(const std::filesystem::path& path) const
 {
-    if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0)
+    if (::renameat2(entry_.folder, entry_.name.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0)
         return {};
     if (errno != EINVAL && errno != ENOSYS)
         return fail(pathError(errno, path));
     // A file system that can only rename by replacing; a second name never replaces.
-    if (::link(path_.c_str(), path.c_str()) != 0) {
+    if (::linkat(entry_.folder, entry_.name.c_str(), AT_FDCWD, path.c_str(), 0) != 0) {
         // FAT has no second names, and says so in one of these ways.
         if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS && errno != EINVAL)
             return fail(pathError(errno, path));
-        if (const int errnoValue = moveOverReservation(path_, path); errnoValue != 0)
+        if (const int errnoValue = moveOverReservation(entry_.folder, entry_.name, path); errnoValue != 0)
             return fail(pathError(errnoValue, path));
         return {};
     }
-    if (::unlink(path_.c_str()) == 0)
+    if (::unlinkat(entry_.folder, entry_.name.c_str(), 0) == 0)
         return {};
     const int errnoValue = errno;
     ::unlink(path.c_str());

@@ -16,7 +16,8 @@ namespace velmora::mp4 {
 
 class PosixFile final : public File {
 public:
-    /// Creates the file for reading and writing; fails when anything has that name already, a dangling link included.
+    /// Creates the file for reading and writing; fails when anything has that name already, a dangling link included. Holds its folder
+    /// open, so that the file is moved and removed in it whatever it is called by then.
     static Result<std::unique_ptr<File>> create(const std::filesystem::path& path);
 
     /// Opens a regular file for reading, through links too. Anything else (a FIFO, a device, a folder) is refused without being
@@ -49,16 +50,28 @@ public:
         File& source, std::uint64_t from, std::uint64_t to, std::size_t count, std::span<std::byte> buffer) override;
 
 private:
-    PosixFile(int descriptor, std::filesystem::path path) : descriptor_(descriptor), path_(std::move(path)) { }
+    /// The name of a file in a folder that is open, or AT_FDCWD and a path.
+    struct Entry {
+        int folder;
+        std::filesystem::path name;
+    };
+
+    PosixFile(int descriptor, std::filesystem::path path, Entry entry)
+        : descriptor_(descriptor)
+        , path_(std::move(path))
+        , entry_(std::move(entry))
+    {
+    }
 
     static Result<std::unique_ptr<File>> open(const std::filesystem::path& path, int flags);
 
     [[nodiscard]] Error error(int errnoValue) const;
-    [[nodiscard]] bool isAt(const std::filesystem::path& path) const;
+    [[nodiscard]] bool isAt(int folder, const std::filesystem::path& name) const;
     [[nodiscard]] Result<void> renameTo(const std::filesystem::path& path) const;
 
     const int descriptor_;
     const std::filesystem::path path_;
+    const Entry entry_;
 };
 
 }  // namespace velmora::mp4

@@ -145,7 +145,7 @@ Result<void> RecordingFile::writeFragment(const RecordedFragment& fragment)
                 return fail(makeError(ErrorCode::tooLarge, "The recording is too long for one file."));
             offset += size;
         }
-        samples.setLastDuration(run.samples.back().duration);
+        samples.setLastDuration(run.closingDuration > 0 ? run.closingDuration : run.samples.back().duration);
     }
     return {};
 }

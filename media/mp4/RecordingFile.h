@@ -14,8 +14,10 @@
 namespace velmora::mp4 {
 
 struct RecordingOptions {
-    /// No more time than this passes from the beginning of a fragment to its end: what a crash can cost.
+    /// No more time than this passes from the beginning of a fragment to its end: what a crash can cost, beside what is on its way.
     MediaTime longestFragment{800, 1000};
+    /// The next picture comes no later than this. Without sound, which tells how time goes on between two, a fragment ends early.
+    MediaTime longestPause{500, 1000};
     std::uint64_t largestFragment = std::uint64_t{32} << 20;  ///< bytes
     std::uint32_t reserveSize = defaultReserveSize;
     std::uint64_t creationTime = currentFileTime();
@@ -40,6 +42,7 @@ struct RecordedSample {
 struct RecordedRun {
     std::size_t track = 0;
     std::vector<RecordedSample> samples;
+    std::uint32_t closingDuration = 0;  ///< of the last sample, if none ever follows; 0: the one that it has
 };
 
 /// Samples that reach the disk together; at most one run for each track.

@@ -64,7 +64,8 @@ inline constexpr std::array<std::uint8_t, 16> writerMark{
 [[nodiscard]] std::vector<std::byte> serializeWholeHead(const Movie& movie, std::uint64_t mediaSize);
 
 /// Makes the recording in `file` whole: `movie` is the final index, `reserveSize` the size of the "free" box at reserveOffset, the end
-/// of the file the end of its media. After a failure the file is what it was before, a fragmented MP4 that plays.
+/// of the file the end of its media. After a failure the file plays as before, a fragmented MP4: there may be an index at its end that
+/// does not count. Only if it was the last sync that failed, it is whole.
 Result<void> finishInPlace(File& file, std::uint32_t reserveSize, const Movie& movie);
 
 }  // namespace velmora::mp4

@@ -65,6 +65,7 @@ Result<std::unique_ptr<RecordingWriter>> RecordingWriter::create(std::shared_ptr
 RecordingWriter::RecordingWriter(std::shared_ptr<State> state, const RecordingOptions& options)
     : state_(std::move(state))
     , longestFragment_(options.longestFragment)
+    , longestPause_(options.longestPause)
     , largestFragment_(options.largestFragment)
 {
 }
@@ -109,14 +110,25 @@ void RecordingWriter::append(std::size_t track, RecordedSample sample)
     target.hasSamples = true;
     if (!fragmentStart_ || begin < *fragmentStart_)
         fragmentStart_ = begin;
+    if (!handedOn_)
+        handedOn_ = begin;
     pendingBytes_ += size;
     state_->bytesInFlight += size;
     target.pending.push_back(std::move(sample));
+    if (!isSound(target) && !hasSoundAbout(begin) && begin + longestPause_ - *handedOn_ > longestFragment_)
+        flush(begin);
 }
 
 bool RecordingWriter::isSound(const TrackState& track)
 {
     return track.configuration.format->mediaType() == MediaType::audio;
+}
+
+bool RecordingWriter::hasSoundAbout(MediaTime time) const
+{
+    return std::any_of(tracks_.begin(), tracks_.end(), [&](const TrackState& track) {
+        return isSound(track) && track.hasSamples && MediaTime{track.lastDecodeTime, track.configuration.timescale} + longestPause_ >= time;
+    });
 }
 
 std::uint32_t RecordingWriter::durationOfLast(const TrackState& track, std::optional<MediaTime> now)
@@ -141,8 +153,9 @@ void RecordingWriter::flush(std::optional<MediaTime> now)
         auto& track = tracks_[i];
         if (track.pending.empty())
             continue;
+        const auto closingDuration = durationOfLast(track, std::nullopt);
         track.pending.back().duration = durationOfLast(track, now);
-        fragment.push_back({i, std::move(track.pending)});
+        fragment.push_back({i, std::move(track.pending), closingDuration});
         track.pending.clear();
     }
     if (fragment.empty())
@@ -156,6 +169,8 @@ void RecordingWriter::flush(std::optional<MediaTime> now)
     });
     pendingBytes_ = 0;
     fragmentStart_.reset();
+    if (now)
+        handedOn_ = now;
 }
 
 void RecordingWriter::finish(std::vector<TrackEnd> ends, Completion completion)
@@ -180,10 +195,16 @@ Result<void> RecordingWriter::moveFile(const std::filesystem::path& path)
 
 void RecordingWriter::cancel()
 {
+    const auto file = state_->file.load();
+    // Where somebody put it, perhaps to keep it, it shall play.
+    if (file && !file->isStillInFolder() && file->currentPath()) {
+        finish({}, [](const Result<bool>&) {});
+        return;
+    }
     state_->cancelled = true;
     for (auto& track : tracks_)
         track.pending.clear();
-    if (const auto file = state_->file.load())
+    if (file)
         static_cast<void>(file->removeFromFolder());
     state_->queue.async([state = state_] { state->closeFile(); });
 }

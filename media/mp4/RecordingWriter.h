@@ -12,7 +12,8 @@
 
 namespace velmora::mp4 {
 
-/// Gathers samples into fragments and hands each to a thread of its own. Used on one thread, except error() and bytesInFlight(),
+/// Gathers samples into fragments and hands each to a thread of its own. Only create(), moveFile() and cancel() touch the disk on the
+/// caller's thread, and none of them writes media. Used on one thread, except error() and bytesInFlight(),
 /// which are safe on any. May be destroyed at any time, also in a completion; without finish() or cancel() the file then stays as a
 /// crash would leave it, without the last, incomplete fragment.
 class RecordingWriter {
@@ -20,7 +21,7 @@ public:
     /// True when the file is whole; false when nothing was recorded and the file is removed.
     using Completion = UniqueFunction<void(Result<bool>)>;
 
-    /// Writes the head of the layout into a file just created; the only call that touches the disk on the caller's thread.
+    /// Writes the head of the layout into a file just created.
     static Result<std::unique_ptr<RecordingWriter>> create(std::shared_ptr<File> file, RecordingOptions options = {});
 
     ~RecordingWriter();
@@ -42,7 +43,8 @@ public:
     /// for every file that was moved.
     Result<void> moveFile(const std::filesystem::path& path);
 
-    /// Removes the file, at once; what is still queued is dropped. Nothing may be called afterwards.
+    /// Removes the file, at once; what is still queued is dropped. A file that somebody has moved, or whose folder has another name by
+    /// now, is made whole where it lies instead, if anything was recorded. Nothing may be called afterwards.
     void cancel();
 
     /// Bytes of media that have been appended but have not reached the disk.
@@ -67,13 +69,16 @@ private:
     /// Sends what is pending on its way. `now` is as late as anything is known to be.
     void flush(std::optional<MediaTime> now);
     static bool isSound(const TrackState& track);
+    [[nodiscard]] bool hasSoundAbout(MediaTime time) const;
     static std::uint32_t durationOfLast(const TrackState& track, std::optional<MediaTime> now);
 
     std::shared_ptr<State> state_;
     const MediaTime longestFragment_;
+    const MediaTime longestPause_;
     const std::uint64_t largestFragment_;
     std::vector<TrackState> tracks_;
     std::optional<MediaTime> fragmentStart_;
+    std::optional<MediaTime> handedOn_;  ///< what lies before is on its way to the disk
     std::uint64_t pendingBytes_ = 0;
 };
 

@@ -134,8 +134,7 @@ Result<RepairReport> repair(File& file)
     if (!size)
         return fail(size.error());
     closeRecordedMovie(movieFile->movie, {});
-    if (const auto result = file.truncate(movieFile->wholeEnd); !result)
-        return fail(result.error());
+    // The incomplete end stays, dead like the fragments' indexes: what is cut off is lost even if the rest fails.
     if (const auto result = finishInPlace(file, movieFile->recording->reserveSize, movieFile->movie); !result)
         return fail(result.error());
     return RepairReport{false, presentationDuration(movieFile->movie), *size - movieFile->wholeEnd};

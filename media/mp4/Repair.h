@@ -16,11 +16,12 @@ Result<MovieFile> readWholeFragments(File& file);
 struct RepairReport {
     bool wasFinished = false;  ///< there was nothing to do, and nothing was done
     MediaTime duration;
-    std::uint64_t droppedBytes = 0;  ///< an incomplete fragment at the end
+    std::uint64_t droppedBytes = 0;  ///< an incomplete fragment at the end, which the index leaves out
 };
 
-/// Finishes the file as the recorder would have, in place. Waits for the disk; any thread. Errors, all of which leave the file as it
-/// was: ErrorCode::foreign (not ours, damaged or not), inUse (being recorded), nothingInside, damaged, notAMovie; the system's.
+/// Finishes the file as the recorder would have, in place. Waits for the disk; any thread. Errors: ErrorCode::foreign (not ours),
+/// inUse (being recorded), nothingInside, damaged and tooLarge (the index, of a file of any origin), notAMovie, which write nothing; the
+/// system's, after which the file is as finishInPlace() leaves it.
 Result<RepairReport> repair(const std::filesystem::path& path);
 
 /// The same for a file that is open for reading and writing.

@@ -9,10 +9,12 @@
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace velmora::linux_backend {
 
@@ -22,6 +24,19 @@ std::string environment(const char* name)
 {
     const char* value = std::getenv(name);
     return value ? value : "";
+}
+
+std::optional<std::filesystem::path> accountsHome()
+{
+    passwd account{};
+    passwd* found = nullptr;
+    std::vector<char> texts(1024);
+    constexpr std::size_t longest = 1 << 20;
+    while (::getpwuid_r(::getuid(), &account, texts.data(), texts.size(), &found) == ERANGE && texts.size() < longest)
+        texts.resize(texts.size() * 2);
+    if (!found || !found->pw_dir || *found->pw_dir == '\0')
+        return std::nullopt;
+    return found->pw_dir;
 }
 
 std::filesystem::path configurationDirectory(const std::filesystem::path& home)
@@ -59,8 +74,7 @@ public:
     {
         if (const auto home = environment("HOME"); !home.empty() && home.front() == '/')
             return home;
-        const passwd* entry = ::getpwuid(::getuid());
-        return entry && entry->pw_dir ? entry->pw_dir : "/";
+        return accountsHome().value_or("/");
     }
 
     [[nodiscard]] bool fileExists(const std::filesystem::path& path, bool* isDirectory) const override

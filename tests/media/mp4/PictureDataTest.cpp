@@ -65,6 +65,12 @@ TEST(PictureData, WhatIsNoSequenceOfUnitsHasNothing)
         EXPECT_FALSE(contentOf(picture).startsAfresh);
 }
 
+TEST(PictureData, WhatPrecedesBytesThatAreNoUnitCountsAndWhatFollowsDoesNot)
+{
+    EXPECT_TRUE(contentOf(bytes({0, 0, 0, 2, 0x65, 1, 0, 0, 0, 9, 0x41})).startsAfresh);
+    EXPECT_FALSE(contentOf(bytes({0, 0, 0, 2, 0x41, 1, 0, 0, 0, 0, 0, 0, 0, 2, 0x65, 1})).startsAfresh);
+}
+
 TEST(PictureData, ASampleEntryMayBeWithoutParameterSets)
 {
     EXPECT_TRUE(hasParameterSetsInEntry(trackWith(bytes({1, 100, 0, 31, 0xFF, 0xE1}))));

@@ -118,6 +118,31 @@ TEST(PosixFile, KnowsWhetherItsNameStillLeadsToIt)
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "a"));
 }
 
+TEST(PosixFile, MovesAndRemovesItsFileInAFolderThatWasRenamedMeanwhile)
+{
+    const TemporaryDirectory folder;
+    const auto create = [&](const char* name) {
+        std::filesystem::create_directory(folder.path() / "clips");
+        auto file = PosixFile::create(folder.path() / "clips/clip");
+        std::filesystem::rename(folder.path() / "clips", folder.path() / name);
+        EXPECT_FALSE((*file)->isStillInFolder());
+        return std::move(*file);
+    };
+    EXPECT_TRUE(create("renamed")->moveTo(folder.path() / "moved"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "renamed/clip"));
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "moved"));
+    EXPECT_TRUE(create("again")->removeFromFolder());
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "again/clip"));
+    // What has its name elsewhere is another file.
+    const auto file = create("third");
+    std::filesystem::rename(folder.path() / "third/clip", folder.path() / "third/mine");
+    std::ofstream{folder.path() / "third/clip"} << "another";
+    EXPECT_EQ(file->moveTo(folder.path() / "not moved").error().code, ENOENT);
+    EXPECT_TRUE(file->removeFromFolder());
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "third/clip"));
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "third/mine"));
+}
+
 TEST(PosixFile, DoesNotUpdateThroughALink)
 {
     const TemporaryDirectory folder;

@@ -28,13 +28,13 @@ int renameat2(int oldFolder, const char* oldPath, int newFolder, const char* new
     return static_cast<int>(::syscall(SYS_renameat2, oldFolder, oldPath, newFolder, newPath, flags));
 }
 
-extern "C" int link(const char* from, const char* to) noexcept;
+extern "C" int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) noexcept;
 
-int link(const char* from, const char* to) noexcept
+int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) noexcept
 {
     if (const int error = velmora::test::linkError; error > 0) {
         errno = error;
         return -1;
     }
-    return static_cast<int>(::syscall(SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, 0));
+    return static_cast<int>(::syscall(SYS_linkat, fromFolder, from, toFolder, to, flags));
 }

@@ -191,6 +191,34 @@ TEST(Repair, TheLockOfAKilledRecorderIsGone)
     EXPECT_EQ(expectPlays(path).pictures.size(), 60U);
 }
 
+TEST(Repair, WhatFailsLosesNothingOfTheFileNotEvenItsIncompleteEnd)
+{
+    // Once with an index in the reserve, once with one at the end.
+    for (const std::uint32_t reserveSize : {defaultReserveSize, std::uint32_t{512}}) {
+        auto options = testOptions();
+        options.reserveSize = reserveSize;
+        const auto& recording = makeRecording({.soundFrames = 130'000});
+        const auto file = std::make_shared<MemoryFile>();
+        writeUnfinished(file, recording, recording.fragments.size(), options);
+        ASSERT_TRUE(file->truncate(*file->size() - 100));
+        const auto before = file->content();
+        file->writeCount = 0;
+        file->faults.failingWrite = 0;
+        EXPECT_EQ(codeOf(repair(*file)), ENOSPC);
+        EXPECT_EQ(file->content(), before);
+        file->faults = {};
+        file->syncCount = 0;
+        file->faults.failingSync = 0;
+        EXPECT_EQ(codeOf(repair(*file)), EIO);
+        EXPECT_EQ(file->content().size(), before.size());
+        file->faults = {};
+        const auto report = repair(*file);
+        ASSERT_TRUE(report) << report.error().localizedDescription;
+        EXPECT_GT(report->droppedBytes, 0U);
+        EXPECT_EQ(expectPlays(*file).pictures.size(), 75U);
+    }
+}
+
 TEST(Repair, RefusesFilesOfOthers)
 {
     const TemporaryDirectory folder;

@@ -637,6 +637,9 @@ TEST(TrimPlanner, SoundThatCannotBeCutAtAPacketIsRefused)
     // AAC with spectral band replication.
     source.tracks[1].format = soundFormat({std::byte{0x2B}, std::byte{0x11}, std::byte{0x88}, std::byte{0}});
     EXPECT_EQ(codeOf(planTrim(source, seconds(1, 2))), unsupported);
+    // Low delay, whose number is escaped.
+    source.tracks[1].format = soundFormat({std::byte{0xF8}, std::byte{0xE6}, std::byte{0x40}});
+    EXPECT_EQ(codeOf(planTrim(source, seconds(1, 2))), unsupported);
     source.tracks[1].format = soundFormat({});
     EXPECT_EQ(codeOf(planTrim(source, seconds(1, 2))), unsupported);
     source.tracks[1].format = std::make_shared<const FormatDescription>(AudioFormat{"Opus", soundRate, 2, {}});

@@ -62,6 +62,13 @@ protected:
         writing = {};
     }
 
+    /// The lock is given up when the file is closed.
+    static void awaitClosed(const std::filesystem::path& file)
+    {
+        while (!(*mp4::PosixFile::openForUpdating(file))->tryLock().value())
+            std::this_thread::yield();
+    }
+
     TemporaryDirectory clips_;
     TemporaryDirectory home_;
     std::shared_ptr<const Trash> trash_ =
@@ -158,6 +165,57 @@ TEST_F(CancelledRecordingTest, IsTakenFromItsPathOnlyWhereItIsThatFile)
     EXPECT_TRUE(std::filesystem::exists(path("mine.mp4")));
     EXPECT_THAT(trashed(), IsEmpty());
     EXPECT_THAT(trashed("info"), IsEmpty());
+}
+
+TEST_F(CancelledRecordingTest, WhoseFolderWasRenamedMeanwhilePlaysWholeFromTheTrashToo)
+{
+    std::filesystem::create_directory(path("folder"));
+    auto writing = begin(makeTrashingWriter("folder/clip.mp4"));
+    appendPictures(writing);
+    std::filesystem::rename(path("folder"), path("renamed"));
+    writing.writer->cancelWriting();
+    EXPECT_TRUE(std::filesystem::is_empty(path("renamed")));
+    cancel(writing);
+    ASSERT_THAT(trashed(), ElementsAre(home_.path() / "Trash/files/clip.mp4"));
+    EXPECT_EQ(decodeClean(trashed()[0]).pictures.size(), 60U);
+    EXPECT_FALSE(mp4::readMovieSummary(trashed()[0])->isFragmented);
+}
+
+TEST_F(CancelledRecordingTest, WhoseFolderWasRenamedIsWholeThereWhereNoTrashCanBeReached)
+{
+    std::ofstream{home_.path() / "Trash"} << "a file";
+    std::filesystem::create_directory(path("folder"));
+    auto writing = begin(makeTrashingWriter("folder/clip.mp4"));
+    appendPictures(writing);
+    std::filesystem::rename(path("folder"), path("renamed"));
+    cancel(writing);
+    awaitClosed(path("renamed") / "clip.mp4");
+    EXPECT_FALSE(mp4::readMovieSummary(path("renamed") / "clip.mp4")->isFragmented);
+    EXPECT_EQ(decodeClean(path("renamed") / "clip.mp4").pictures.size(), 60U);
+}
+
+TEST_F(CancelledRecordingTest, WithoutAKeyFrameIsDeletedFromAFolderThatWasRenamedToo)
+{
+    std::filesystem::create_directory(path("folder"));
+    auto writer = makeTrashingWriter("folder/clip.mp4");
+    std::filesystem::rename(path("folder"), path("renamed"));
+    writer->cancelWriting();
+    writer.reset();
+    while (!std::filesystem::is_empty(path("renamed")))
+        std::this_thread::yield();
+    EXPECT_THAT(trashed(), IsEmpty());
+}
+
+TEST_F(CancelledRecordingTest, ThatItsUserHasRenamedIsWholeWhereItLies)
+{
+    auto writing = begin(makeTrashingWriter());
+    appendPictures(writing);
+    std::filesystem::rename(path(), path("mine.mp4"));
+    cancel(writing);
+    awaitClosed(path("mine.mp4"));
+    EXPECT_FALSE(mp4::readMovieSummary(path("mine.mp4"))->isFragmented);
+    EXPECT_EQ(decodeClean(path("mine.mp4")).pictures.size(), 60U);
+    EXPECT_THAT(trashed(), IsEmpty());
 }
 
 TEST_F(CancelledRecordingTest, DoesNotReplaceAnEarlierOneOfItsName)

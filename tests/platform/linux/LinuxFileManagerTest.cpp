@@ -8,6 +8,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -89,6 +90,19 @@ TEST_F(LinuxFileManagerTest, TheConfigurationFolderIsBelowTheHomeFolderUnlessAnA
     std::filesystem::create_directory(folder.path() / ".config");
     std::ofstream{folder.path() / ".config" / "user-dirs.dirs"} << "XDG_VIDEOS_DIR=\"/films\"\n";
     EXPECT_EQ(fileManager->moviesDirectories(), std::vector<std::filesystem::path>{"/films"});
+}
+
+TEST_F(LinuxFileManagerTest, WithoutTheVariableTheHomeFolderIsTheAccountsAndNoOtherThreadsAccountIsOverwritten)
+{
+    const auto* ours = ::getpwuid(::getuid());
+    ASSERT_TRUE(ours);
+    const std::filesystem::path expected = ours->pw_dir;
+    const uid_t other = ::getuid() == 1 ? 0 : 1;
+    const auto* entry = ::getpwuid(other);
+    ASSERT_TRUE(entry);
+    const Environment home{"HOME", ""};
+    EXPECT_EQ(fileManager->homeDirectory(), expected);
+    EXPECT_EQ(entry->pw_uid, other);
 }
 
 TEST_F(LinuxFileManagerTest, TellsFilesFromFolders)
