@@ -135,18 +135,18 @@ void WindowPickerModel::askForSound(const CapturedWindowInfo& window, int reques
 {
     if (request != request_)
         return windowService_->giveBackWindow(window.id);
-    windowService_->getSoundChoices(window.id, [self = QPointer{this}, window, request](std::optional<platform::SoundChoices> choices) {
+    windowService_->suggestSound(window.id, [self = QPointer{this}, window, request](std::optional<SoundSuggestion> suggestion) {
         if (!self)
             return;
         if (request != self->request_)
             return self->windowService_->giveBackWindow(window.id);
-        if (!choices)
+        if (!suggestion)
             return self->capture(window);
-        if (choices->suggestion == platform::SoundChoices::Suggestion::windowsOwn) {
-            self->windowService_->chooseSound(window.id, {choices->applications.front().application});
+        if (suggestion->reason == SoundSuggestion::Reason::windowsOwn) {
+            self->windowService_->chooseSound(window.id, *suggestion->choice);
             return self->capture(window);
         }
-        self->sound_.show(window.id, std::move(*choices));
+        self->sound_.show(window.id, std::move(*suggestion));
         self->granted_ = window;
         emit self->isChoosingSoundChanged();
     });

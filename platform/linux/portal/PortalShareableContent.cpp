@@ -6,8 +6,6 @@
 #include "platform/linux/portal/Errors.h"
 #include "platform/linux/portal/ScreenCastSession.h"
 
-#include <QDateTime>
-#include <QLocale>
 #include <QTimer>
 
 #include <algorithm>
@@ -48,26 +46,19 @@ struct Cast {
     std::optional<engine::SoundingApplication> sounding;  ///< the one whose sound is taken
 };
 
-platform::ShareableWindow makeEntry(std::uint32_t id, const std::string& name, std::string title)
-{
-    platform::ShareableWindow entry;
-    entry.windowID = id;
-    entry.title = std::move(title);
-    entry.owningApplication = platform::RunningApplication{.bundleIdentifier = {}, .applicationName = name, .processID = 0};
-    return entry;
-}
-
 platform::ShareableWindow chooserEntry()
 {
-    auto entry = makeEntry(PortalShareableContent::chooserID, "Choose a window…", "in this desktop's own dialog");
+    platform::ShareableWindow entry;
+    entry.windowID = PortalShareableContent::chooserID;
     entry.isChoice = true;
     return entry;
 }
 
 platform::ShareableWindow entryFor(const WindowGrant& grant, bool isOnScreen)
 {
-    const auto time = QLocale{}.toString(QDateTime::fromSecsSinceEpoch(grant.grantedAt), QLocale::ShortFormat);
-    auto entry = makeEntry(grant.id, "Shared window", "chosen " + time.toStdString());
+    platform::ShareableWindow entry;
+    entry.windowID = grant.id;
+    entry.chosenAt = std::chrono::sys_seconds{std::chrono::seconds{grant.grantedAt}};
     entry.frame = {0, 0, std::max<double>(smallestSide, grant.width), std::max<double>(smallestSide, grant.height)};
     entry.isOnScreen = isOnScreen;
     return entry;
@@ -100,31 +91,19 @@ bool hasDesktopEntry(const engine::ApplicationIdentity& application, std::string
 platform::SoundChoices soundChoices(std::vector<engine::SoundingApplication>& applications,
     const std::optional<engine::ApplicationIdentity>& before, const std::string& entry)
 {
-    using Suggestion = platform::SoundChoices::Suggestion;
-    const auto count = [&](const auto& isIt) { return std::count_if(applications.begin(), applications.end(), isIt); };
-    const auto isOwn = [&](const auto& application) { return !entry.empty() && hasDesktopEntry(application.identity, entry); };
-    const auto isAsBefore = [&](const auto& application) { return before && engine::isSameApplication(*before, application.identity); };
-    const bool isKnown = count(isOwn) == 1
-        && (!before || count([&](const auto& application) { return isOwn(application) && isAsBefore(application); }) == 1);
-
     platform::SoundChoices choices;
-    if (isKnown) {
-        std::stable_partition(applications.begin(), applications.end(), isOwn);
-        choices.suggestion = Suggestion::windowsOwn;
-    } else if (before && before->isKnown()) {
-        // Of two instances it cannot be told which one was meant.
-        choices.suggestion = count(isAsBefore) <= 1 ? Suggestion::asBefore : Suggestion::nothing;
-        if (count(isAsBefore) == 0)
-            applications.insert(applications.begin(), {.identity = *before, .processID = 0, .nowPlaying = {}, .isPlaying = false});
-        else
-            std::stable_partition(applications.begin(), applications.end(), isAsBefore);
-    } else if (before) {
-        choices.suggestion = Suggestion::noSoundAsBefore;
-    } else if (count([](const auto& application) { return application.isPlaying; }) == 1) {
-        choices.suggestion = Suggestion::onlyPlaying;
+    bool isThere = false;
+    for (const auto& application : applications) {
+        const bool wasChosen = before && engine::isSameApplication(*before, application.identity);
+        isThere = isThere || wasChosen;
+        choices.applications.push_back({runningApplication(application), application.nowPlaying, application.isPlaying,
+            !entry.empty() && hasDesktopEntry(application.identity, entry), wasChosen});
     }
-    for (const auto& application : applications)
-        choices.applications.push_back({runningApplication(application), application.nowPlaying, application.isPlaying});
+    choices.wasNoSoundChosen = before && !before->isKnown();
+    if (before && before->isKnown() && !isThere) {
+        applications.push_back({.identity = *before, .processID = 0, .nowPlaying = {}, .isPlaying = false});
+        choices.applications.push_back({.application = runningApplication(applications.back()), .nowPlaying = {}, .wasChosen = true});
+    }
     return choices;
 }
 
