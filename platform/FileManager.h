@@ -14,7 +14,6 @@ namespace velmora::platform {
 struct FileAttributes {
     std::optional<std::chrono::system_clock::time_point> creationDate;
     std::optional<std::int64_t> size;  ///< bytes
-    bool isRegularFile = false;
 };
 
 /// Thread-safe. Paths are absolute.
