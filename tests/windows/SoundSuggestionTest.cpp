@@ -95,8 +95,7 @@ TEST(SoundSuggestion, OfTwoInstancesOfTheWindowsApplicationItIsNotKnownWhichOneI
 
 TEST(SoundSuggestion, OfTwoInstancesOfTheWindowsApplicationTheOnlyOneThatPlaysIsNoMoreThanThat)
 {
-    const auto suggestion =
-        suggested({{.name = "Player", .ownsWindow = true}, {.name = "Player", .isPlaying = false, .ownsWindow = true}});
+    const auto suggestion = suggested({{.name = "Player", .ownsWindow = true}, {.name = "Player", .isPlaying = false, .ownsWindow = true}});
     EXPECT_EQ(choice(suggestion), "Player");
     EXPECT_EQ(suggestion.reason, Reason::onlyPlaying) << "the user is asked";
 }
@@ -134,16 +133,14 @@ TEST(SoundSuggestion, OfTwoInstancesOfWhatWasChosenNeitherIsSuggestedAndBothCome
 
 TEST(SoundSuggestion, OfTwoInstancesOfWhatWasChosenNotEvenTheOneThatPlaysIsSuggested)
 {
-    const auto suggestion =
-        suggested({{.name = "Player", .wasChosen = true}, {.name = "Player", .isPlaying = false, .wasChosen = true}});
+    const auto suggestion = suggested({{.name = "Player", .wasChosen = true}, {.name = "Player", .isPlaying = false, .wasChosen = true}});
     EXPECT_EQ(choice(suggestion), "");
     EXPECT_EQ(suggestion.reason, Reason::none);
 }
 
 TEST(SoundSuggestion, OfTwoInstancesOfWhatWasChosenTheWindowsOwnIsTheOne)
 {
-    const auto suggestion =
-        suggested({{.name = "Player", .wasChosen = true}, {.name = "Player", .ownsWindow = true, .wasChosen = true}});
+    const auto suggestion = suggested({{.name = "Player", .wasChosen = true}, {.name = "Player", .ownsWindow = true, .wasChosen = true}});
     EXPECT_EQ(suggestion.reason, Reason::windowsOwn);
     EXPECT_TRUE(suggestion.applications.front().ownsWindow);
 }
