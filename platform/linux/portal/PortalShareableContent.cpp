@@ -2,6 +2,7 @@
 
 #include "base/Mutex.h"
 #include "platform/linux/kernel/ProcessRecords.h"
+#include "platform/linux/portal/CastLife.h"
 #include "platform/linux/portal/CastStream.h"
 #include "platform/linux/portal/Errors.h"
 #include "platform/linux/portal/ScreenCastSession.h"
@@ -26,20 +27,11 @@ constexpr double smallestSide = 100;
 
 /// A window while it is shared. Made and destroyed on the main thread.
 struct Cast {
-    Cast() = default;
-    ~Cast()
-    {
-        if (gone)
-            gone();
-    }
-    Cast(const Cast&) = delete;
-    Cast& operator=(const Cast&) = delete;
-
-    UniqueFunction<void()> gone;
+    CastLife life;
+    QTimer patience;  ///< with the first picture, or with those who want to capture it
     WindowGrant grant;
     std::unique_ptr<ScreenCastSession> session;
     std::unique_ptr<CastStream> stream;
-    bool isEnded = false;
 
     std::string application;  ///< the name of its desktop entry, where the desktop tells it
     std::vector<engine::SoundingApplication> listed;  ///< of which each was offered as the one whose sound to take
@@ -122,11 +114,6 @@ public:
         , options_(std::move(options))
         , grants_(options_.grantsFile)
     {
-        patience_.setSingleShot(true);
-        unclaimed_.setSingleShot(true);
-        QObject::connect(&patience_, &QTimer::timeout,
-            [this] { finish(failPortal(PortalErrorCode::noPicture, "The desktop shared the window, but showed no picture of it.")); });
-        QObject::connect(&unclaimed_, &QTimer::timeout, [this] { offered_.reset(); });
     }
 
     platform::ShareableContent content(bool onScreenOnly)
@@ -158,24 +145,37 @@ public:
     void request(std::uint32_t id, RequestCompletion completion)
     {
         finish(std::optional<platform::ShareableWindow>{});
-        if (auto live = live_.lock(); live && !live->isEnded && live->grant.id == id) {
-            offer(std::move(live));
-            return mainExecutor_->async([entry = entryFor(offered_->grant, true), completion = std::move(completion)]() mutable {
+        if (const auto cast = live(id)) {
+            happen(cast, CastLife::Event::requestedAgain);
+            return mainExecutor_->async([entry = entryFor(cast->grant, true), completion = std::move(completion)]() mutable {
                 completion(std::optional{std::move(entry)});
             });
         }
         completion_ = std::move(completion);
         requested_ = std::make_shared<Cast>();
+        requested_->patience.setSingleShot(true);
+        casts_.push_back(requested_);
         const auto known = grants_.grants();
         const auto found = std::find_if(known.begin(), known.end(), [&](const auto& grant) { return grant.id == id; });
         requested_->grant = found == known.end() ? WindowGrant{} : *found;
         const std::weak_ptr<State> weak = weak_from_this();
         const std::weak_ptr<Cast> cast = requested_;
+        QObject::connect(&requested_->patience, &QTimer::timeout, [weak, cast] {
+            const auto self = weak.lock();
+            const auto waiting = cast.lock();
+            if (!self || !waiting)
+                return;
+            self->lostPatience(waiting);
+            // The timer is not to go while it calls.
+            self->mainExecutor_->async([waiting] {});
+        });
         requested_->session = std::make_unique<ScreenCastSession>(
             options_.busAddress, requested_->grant.restoreToken,
-            [weak](Result<std::optional<SharedWindow>> window) {
-                if (const auto self = weak.lock())
-                    self->opened(std::move(window));
+            [weak, cast](Result<std::optional<SharedWindow>> window) {
+                const auto self = weak.lock();
+                const auto asked = cast.lock();
+                if (self && asked)
+                    self->opened(asked, std::move(window));
             },
             [weak, cast] {
                 const auto self = weak.lock();
@@ -188,10 +188,9 @@ public:
     void getSoundChoices(std::uint32_t id, SoundCompletion completion)
     {
         const auto cast = live(id);
-        if (cast && cast == offered_)
-            unclaimed_.stop();
         if (!cast || !options_.listSoundStreams)
             return mainExecutor_->async([completion = std::move(completion)]() mutable { completion(std::nullopt); });
+        happen(cast, CastLife::Event::soundAsked);
         const std::weak_ptr<State> weak = weak_from_this();
         soundQueue_.async([weak, cast = std::weak_ptr(cast), list = options_.listSoundStreams, executor = mainExecutor_,
                               completion = std::move(completion)]() mutable {
@@ -200,8 +199,8 @@ public:
                 const auto asked = cast.lock();
                 if (self && asked && streams)
                     return completion(choicesFor(*asked, *streams));
-                if (self && asked && asked == self->offered_)
-                    self->unclaimed_.start(self->options_.unclaimedPatience);
+                if (self && asked)
+                    self->happen(asked, CastLife::Event::soundDecided);
                 completion(std::nullopt);
             });
         });
@@ -222,16 +221,13 @@ public:
             cast->grant.sound = chosen->identity;
         }
         remember(cast->grant);
-        if (cast == offered_)
-            unclaimed_.start(options_.unclaimedPatience);
+        happen(cast, CastLife::Event::soundDecided);
     }
 
     void giveBack(std::uint32_t id)
     {
-        if (!offered_ || offered_->grant.id != id)
-            return;
-        unclaimed_.stop();
-        offered_.reset();
+        if (const auto cast = live(id))
+            happen(cast, CastLife::Event::givenBack);
     }
 
     [[nodiscard]] std::optional<engine::AudioTarget> audioTarget(std::uint32_t id) const
@@ -255,25 +251,23 @@ public:
         };
     }
 
-    /// Held until it is released as often as it was taken: so it ends here, whatever becomes of work that is left on the way.
+    /// It is kept until it is released as often as it was taken.
     std::shared_ptr<Cast> take(std::uint32_t id)
     {
-        auto live = live_.lock();
-        offered_.reset();
-        unclaimed_.stop();
-        if (!live || live->grant.id != id || live->isEnded)
+        const auto cast = live_.lock();
+        if (!cast)
             return nullptr;
-        taken_.push_back(live);
-        return live;
+        if (cast->grant.id == id)
+            return happen(cast, CastLife::Event::taken) ? cast : nullptr;
+        happen(cast, CastLife::Event::givenBack);
+        return nullptr;
     }
 
-    void release(const Cast* cast)
+    void release(const Cast* released)
     {
-        const auto found = std::find_if(taken_.begin(), taken_.end(), [&](const auto& taken) { return taken.get() == cast; });
-        if (found == taken_.end())
-            return;
-        const auto last = *found;
-        taken_.erase(found);
+        const auto found = std::find_if(casts_.begin(), casts_.end(), [&](const auto& cast) { return cast.get() == released; });
+        if (found != casts_.end())
+            happen(std::shared_ptr{*found}, CastLife::Event::released);
     }
 
     [[nodiscard]] const std::shared_ptr<Executor>& mainExecutor() const { return mainExecutor_; }
@@ -282,7 +276,33 @@ private:
     [[nodiscard]] std::shared_ptr<Cast> live(std::uint32_t id) const
     {
         auto cast = live_.lock();
-        return cast && !cast->isEnded && cast->grant.id == id ? cast : nullptr;
+        return cast && cast->life.isGranted() && cast->grant.id == id ? cast : nullptr;
+    }
+
+    /// The one place where a cast's state changes, and what hangs on it. False when nothing comes of the event.
+    bool happen(const std::shared_ptr<Cast>& cast, CastLife::Event event)
+    {
+        if (!cast->life.happen(event))
+            return false;
+        if (cast->life.state() == CastLife::State::connecting)
+            cast->patience.start(options_.firstPicturePatience);
+        else if (cast->life.isToBeTakenSoon())
+            cast->patience.start(options_.unclaimedPatience);
+        else
+            cast->patience.stop();
+        if (!cast->life.isGranted() && cast == live_.lock())
+            nothingIsShared();
+        if (cast->life.state() == CastLife::State::over)
+            std::erase(casts_, cast);
+        return true;
+    }
+
+    void lostPatience(const std::shared_ptr<Cast>& cast)
+    {
+        if (cast->life.state() == CastLife::State::connecting)
+            finish(failPortal(PortalErrorCode::noPicture, "The desktop shared the window, but showed no picture of it."));
+        else
+            happen(cast, CastLife::Event::givenBack);
     }
 
     static platform::SoundChoices choicesFor(Cast& cast, const std::vector<engine::SoundStream>& streams)
@@ -293,13 +313,15 @@ private:
         return choices;
     }
 
-    void opened(Result<std::optional<SharedWindow>> window)
+    void opened(const std::shared_ptr<Cast>& asked, Result<std::optional<SharedWindow>> window)
     {
         if (!window)
             return finish(fail(std::move(window.error())));
         if (!*window)
             return finish(std::optional<platform::ShareableWindow>{});
-        auto& grant = requested_->grant;
+        if (!happen(asked, CastLife::Event::handedOut))
+            return;
+        auto& grant = asked->grant;
         const bool wasKnown = grant.id != 0;
         grant.restoreToken = (*window)->restoreToken;
         grant.grantedAt = wasKnown ? grant.grantedAt : std::time(nullptr);
@@ -308,7 +330,7 @@ private:
             remember(grant);
 
         const std::weak_ptr<State> weak = weak_from_this();
-        const std::weak_ptr<Cast> cast = requested_;
+        const std::weak_ptr<Cast> cast = asked;
         const auto post = [weak, cast, executor = mainExecutor_](auto work) {
             executor->async([weak, cast, work = std::move(work)]() mutable {
                 const auto self = weak.lock();
@@ -331,14 +353,16 @@ private:
                     }});
         if (!stream)
             return finish(fail(std::move(stream.error())));
-        requested_->stream = std::move(*stream);
-        patience_.start(options_.firstPicturePatience);
+        asked->stream = std::move(*stream);
     }
 
     void shown(const std::shared_ptr<Cast>& cast, std::int32_t width, std::int32_t height)
     {
-        if (cast != requested_)
+        if (!happen(cast, CastLife::Event::shown))
             return;
+        // Of what was granted before, only a capture is wanted any more.
+        if (const auto before = live_.lock())
+            happen(before, CastLife::Event::givenBack);
         auto& grant = cast->grant;
         if (grant.id == 0)
             grant.id = freeID();
@@ -350,12 +374,6 @@ private:
             shared_ = grant;
         }
         live_ = cast;
-        cast->gone = [weak = weak_from_this()] {
-            const auto self = weak.lock();
-            if (self && self->live_.expired())
-                self->nothingIsShared();
-        };
-        offer(cast);
         finish(std::optional{entryFor(grant, true)});
     }
 
@@ -375,14 +393,13 @@ private:
     /// Sharing ended by itself.
     void ended(const std::shared_ptr<Cast>& cast, const Error& error)
     {
-        cast->isEnded = true;
-        if (cast == requested_)
-            return finish(fail(error));
-        cast->stream->end(error);
-        if (cast != live_.lock())
+        const bool wasGranted = cast->life.isGranted();
+        if (!happen(cast, CastLife::Event::endedByDesktop))
             return;
-        nothingIsShared();
-        offered_.reset();
+        if (wasGranted)
+            cast->stream->end(error);
+        else
+            finish(fail(error));
     }
 
     void remember(const WindowGrant& grant)
@@ -393,16 +410,10 @@ private:
             grants_.store(grant);
     }
 
-    void offer(std::shared_ptr<Cast> cast)
-    {
-        offered_ = std::move(cast);
-        unclaimed_.start(options_.unclaimedPatience);
-    }
-
     void finish(Result<std::optional<platform::ShareableWindow>> result)
     {
-        patience_.stop();
-        requested_.reset();
+        if (const auto cast = std::exchange(requested_, nullptr))
+            happen(cast, CastLife::Event::requestEnded);
         if (auto completion = std::exchange(completion_, nullptr))
             completion(std::move(result));
     }
@@ -411,12 +422,9 @@ private:
     const PortalShareableContentOptions options_;
     SerialQueue soundQueue_{"com.velmora.portal.sound"};
     WindowGrants grants_;
-    QTimer patience_;
-    QTimer unclaimed_;
     RequestCompletion completion_;
+    std::vector<std::shared_ptr<Cast>> casts_;  // until they are over, so that they end here
     std::shared_ptr<Cast> requested_;  // on its way
-    std::shared_ptr<Cast> offered_;  // until a stream takes it
-    std::vector<std::shared_ptr<Cast>> taken_;  // by streams
     std::weak_ptr<Cast> live_;  // the last one that was granted
     Mutex mutex_;
     std::optional<WindowGrant> shared_ GUARDED_BY(mutex_);
