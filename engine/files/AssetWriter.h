@@ -86,6 +86,7 @@ public:
 
     [[nodiscard]] platform::SoundPreparation* soundPreparation() override { return this; }
     void prepareSound(const platform::AudioOutputSettings& settings) override { encoders_->prepare(settings); }
+    void waitUntilPrepared() const { encoders_->drain(); }
 
     Result<std::shared_ptr<platform::AssetWriter>> makeAssetWriter(
         const std::filesystem::path& outputURL, platform::AssetFileType fileType) override;
