@@ -12,6 +12,8 @@ public:
     {
     }
 
+    [[nodiscard]] platform::SoundPreparation* soundPreparation() override { return inner_->soundPreparation(); }
+
     Result<std::shared_ptr<platform::AssetWriter>> makeAssetWriter(
         const std::filesystem::path& outputURL, platform::AssetFileType fileType) override
     {

@@ -1,6 +1,7 @@
 #include "capture/ScreenCaptureKitService.h"
 
 #include "base/Fatal.h"
+#include "capture/ClipAudioSettings.h"
 #include "system/Log.h"
 #include "windows/WindowCatalogue.h"
 
@@ -178,6 +179,8 @@ void ScreenCaptureKitService::startStream(std::shared_ptr<Start> start, const Sh
     const auto filter = filterFor(content, display, start->live, start->window);
     const double scale = static_cast<double>(services_.screens->mainScreenBackingScaleFactor().value_or(backingScaleWithoutScreen));
     start->configuration = configurationFor(display, start->live, scale);
+    if (auto* preparation = services_.assetWriters->soundPreparation())
+        preparation->prepareSound(clipAudioSettings);
     start->stream = services_.captureStreams->makeStream(filter, start->configuration, weak_from_this());
 
     const std::pair<StreamOutputType, std::shared_ptr<SerialQueue>> outputs[] = {
@@ -237,7 +240,7 @@ void ScreenCaptureKitService::stopCapture()
     }
     if (auto stream = std::exchange(stream_, nullptr))
         stop(std::move(stream));
-    encoder_.invalidate();
+    encoder_.abandon();
     activeWindow_.reset();
     Log::capture().info(log_line::stoppedWindowCapture);
 }
@@ -306,6 +309,7 @@ void ScreenCaptureKitService::drain()
     // A picture that is being handled holds this service: if it were the last owner, its queue would go on while the program ends.
     sampleQueue_->drain();
     audioQueue_->drain();
+    encoder_.endingQueue().drain();
     encoder_.outputQueue().drain();
     for (const auto& retired : std::exchange(retiredWriters_, {})) {
         if (const auto writer = retired.lock())
@@ -347,7 +351,7 @@ void ScreenCaptureKitService::encode(const platform::CaptureStream& stream, cons
     encoder_.encode(sample.imageBuffer, sample.presentationTimeStamp, sample.duration);
     // A stop that came while the first picture's session was being made found none to end.
     if (!isCapturing_ || &stream != liveStream_)
-        encoder_.invalidate();
+        encoder_.abandon();
 }
 
 void ScreenCaptureKitService::streamDidStopWithError(const platform::CaptureStream& stream, const Error& error)

@@ -38,7 +38,7 @@ void VideoHardwareEncoder::encode(const PixelBufferRef& pixelBuffer, MediaTime p
     if (!session)
         return;
 
-    const CompressionStatus status = session->encodeFrame(pixelBuffer, presentationTimeStamp, duration);
+    const CompressionStatus status = session->compression->encodeFrame(pixelBuffer, presentationTimeStamp, duration);
     if (status != 0)
         Log::capture().error(log_line::encodeFrameFailed, status);
 }
@@ -46,16 +46,19 @@ void VideoHardwareEncoder::encode(const PixelBufferRef& pixelBuffer, MediaTime p
 void VideoHardwareEncoder::setUpSession(std::int32_t width, std::int32_t height)
 {
     invalidate();
+    // Two encoders at once would be measured as one that is slow.
+    endingQueue_.drain();
     currentWidth_ = width;
     currentHeight_ = height;
 
-    auto deliver = [context = std::weak_ptr(output_)](CompressionStatus status, SampleBufferRef sample) {
+    const auto isAbandoned = std::make_shared<std::atomic<bool>>(false);
+    auto deliver = [context = std::weak_ptr(output_), isAbandoned](CompressionStatus status, SampleBufferRef sample) {
         auto output = context.lock();
-        if (status != 0 || !sample || !output)
+        if (status != 0 || !sample || !output || *isAbandoned)
             return;
         auto& queue = output->queue;
-        queue.async([output = std::move(output), sample = std::move(sample)] {
-            if (const auto callback = output->onEncodedSample.load())
+        queue.async([output = std::move(output), isAbandoned, sample = std::move(sample)] {
+            if (const auto callback = output->onEncodedSample.load(); callback && !*isAbandoned)
                 (*callback)(sample);
         });
     };
@@ -73,18 +76,32 @@ void VideoHardwareEncoder::setUpSession(std::int32_t width, std::int32_t height)
     created.setProperty(CompressionProperty::averageBitRate, averageBitRate);
     created.setProperty(CompressionProperty::allowFrameReordering, false);
     created.prepareToEncodeFrames();
-    session_.store(std::move(*session));
+    session_.store(std::make_shared<const Session>(Session{std::move(*session), isAbandoned}));
     Log::capture().info(log_line::initializedEncoder, width, height);
 }
 
 void VideoHardwareEncoder::invalidate()
 {
-    if (const auto session = session_.exchange(nullptr)) {
-        session->completeFrames();
-        session->invalidate();
+    if (const auto session = session_.exchange(nullptr))
+        session->end();
+    currentWidth_ = 0;
+    currentHeight_ = 0;
+}
+
+void VideoHardwareEncoder::abandon()
+{
+    if (auto session = session_.exchange(nullptr)) {
+        *session->isAbandoned = true;
+        endingQueue_.async([session = std::move(session)] { session->end(); });
     }
     currentWidth_ = 0;
     currentHeight_ = 0;
+}
+
+void VideoHardwareEncoder::Session::end() const
+{
+    compression->completeFrames();
+    compression->invalidate();
 }
 
 bool VideoHardwareEncoder::isKeyFrame(const SampleBuffer& sample)

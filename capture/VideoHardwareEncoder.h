@@ -32,14 +32,21 @@ public:
     /// On the capture service's sample queue. Returns without waiting for the compression.
     void encode(const PixelBufferRef& pixelBuffer, MediaTime presentationTimeStamp, MediaTime duration);
 
-    /// Delivers what is pending and drops the session. Any thread.
+    /// Delivers what is pending and drops the session; waits for the compression. Any thread.
     void invalidate();
+
+    /// As invalidate(), but waits for nothing: what is pending is completed and the session ended on a queue of its own, and from now on none
+    /// of its samples is delivered. A session made later is made after that. Any thread.
+    void abandon();
 
     /// The size that the session was made for, or that its creation failed for; 0 when none.
     [[nodiscard]] std::int64_t currentWidth() const { return currentWidth_; }
     [[nodiscard]] std::int64_t currentHeight() const { return currentHeight_; }
 
     [[nodiscard]] const SerialQueue& outputQueue() const { return output_->queue; }
+
+    /// Where abandoned sessions end.
+    [[nodiscard]] const SerialQueue& endingQueue() const { return endingQueue_; }
 
     /// True unless the first attachment dictionary says that the sample is not a sync sample or depends on others.
     static bool isKeyFrame(const SampleBuffer& sample);
@@ -51,13 +58,21 @@ private:
         SharedCell<const EncodedSampleCallback> onEncodedSample;
     };
 
+    struct Session {
+        std::shared_ptr<platform::CompressionSession> compression;
+        std::shared_ptr<std::atomic<bool>> isAbandoned;
+
+        void end() const;
+    };
+
     void setUpSession(std::int32_t width, std::int32_t height);
 
     std::shared_ptr<platform::CompressionSessionFactory> sessions_;
-    SharedCell<platform::CompressionSession> session_;
+    SharedCell<const Session> session_;
     std::atomic<std::int64_t> currentWidth_ = 0;
     std::atomic<std::int64_t> currentHeight_ = 0;
     std::shared_ptr<Output> output_;
+    SerialQueue endingQueue_{"com.velmora.encoder.ending"};
 };
 
 }  // namespace velmora

@@ -75,9 +75,21 @@ public:
     [[nodiscard]] virtual std::optional<std::filesystem::path> placeOfMovedFile() const = 0;
 };
 
+/// Writers that have the sound of the next recording made ready before it begins, which loads libraries and opens a codec.
+class SoundPreparation {
+public:
+    virtual ~SoundPreparation() = default;
+
+    /// Any thread; returns at once. Until it is done, and for other settings, an input of sound waits for what it needs.
+    virtual void prepareSound(const AudioOutputSettings& settings) = 0;
+};
+
 class AssetWriterFactory {
 public:
     virtual ~AssetWriterFactory() = default;
+
+    /// Null where there is nothing to make ready. As long as the factory.
+    [[nodiscard]] virtual SoundPreparation* soundPreparation() { return nullptr; }
 
     /// Creates the file; fails with the system's error when that is not possible or when something is there already.
     virtual Result<std::shared_ptr<AssetWriter>> makeAssetWriter(const std::filesystem::path& outputURL, AssetFileType fileType) = 0;

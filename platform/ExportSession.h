@@ -46,7 +46,6 @@ public:
 
     /// The name that the output has, once completed.
     [[nodiscard]] virtual std::filesystem::path outputURL() const = 0;
-    [[nodiscard]] virtual AssetFileType outputFileType() const = 0;
     [[nodiscard]] virtual Status status() const = 0;
     [[nodiscard]] virtual std::optional<Error> error() const = 0;  ///< if it failed
     [[nodiscard]] virtual double progress() const = 0;  ///< 0 to 1; 1 only when completed

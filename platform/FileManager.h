@@ -15,7 +15,6 @@ struct FileAttributes {
     /// The time of the last modification where the file system keeps none.
     std::optional<std::chrono::system_clock::time_point> creationDate;
     std::optional<std::int64_t> size;  ///< bytes
-    bool isRegularFile = false;
 };
 
 /// Thread-safe. Paths are absolute.

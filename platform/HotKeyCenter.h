@@ -25,12 +25,42 @@ struct HotKeyEvent {
     std::optional<HotKeyID> hotKeyID;  ///< none when the event does not say
 };
 
+/// 0 is no reference.
+using HotKeyReference = std::uint64_t;
+
+/// A desktop that decides on hot keys in its own time and by its own rules. Main thread only.
+class HotKeyDecisions {
+public:
+    virtual ~HotKeyDecisions() = default;
+
+    /// `changed` is called when registering the same again may come out differently. It replaces the observer before; none ends that.
+    virtual void observeDecisions(std::function<void()> changed) = 0;
+
+    /// For the user: why the last registration failed, and what to do about it. Empty where nothing is known beyond its status.
+    [[nodiscard]] virtual std::string explanation() const = 0;
+
+    /// What the desktop calls the keys that it has bound to the hot key. Empty where they are those that were registered.
+    [[nodiscard]] virtual std::string boundKeys(HotKeyReference reference) const = 0;
+};
+
+/// What stands on the keys of the user's keyboard. Main thread only.
+class KeyTexts {
+public:
+    virtual ~KeyTexts() = default;
+
+    /// On the key at this position: "C", "J" on a Dvorak layout, "С" on a Cyrillic one. Empty where nobody tells.
+    [[nodiscard]] virtual std::string keyText(std::uint32_t keyCode) const = 0;
+
+    /// `changed` is called when another text may stand on the keys. It replaces the observer before; none ends that.
+    virtual void observeKeyTexts(std::function<void()> changed) = 0;
+};
+
 /// Main thread only.
 class HotKeyCenter {
 public:
     /// 0 is not a reference.
     using EventHandlerReference = std::uint64_t;
-    using HotKeyReference = std::uint64_t;
+    using HotKeyReference = platform::HotKeyReference;
 
     /// Called on the main thread with every press of a registered hot key of this process.
     using EventHandler = std::function<HotKeyStatus(const HotKeyEvent&)>;
@@ -53,22 +83,11 @@ public:
         std::uint32_t keyCode, std::uint32_t modifiers, HotKeyID hotKeyID) = 0;
     virtual void unregisterEventHotKey(HotKeyReference reference) = 0;
 
-    /// Where the desktop decides on hot keys in its own time: `changed` is called when registering the same again may come out
-    /// differently. It replaces the observer before; none ends that.
-    virtual void observeDecisions(std::function<void()> /*changed*/) { }
+    /// Null where what a registration says is all there is to know. As long as the center.
+    [[nodiscard]] virtual HotKeyDecisions* decisions() { return nullptr; }
 
-    /// For the user: why the last registration failed, and what to do about it. Empty where nothing is known beyond its status.
-    [[nodiscard]] virtual std::string explanation() const { return {}; }
-
-    /// What stands on the key at this position of the user's keyboard: "C", "J" on a Dvorak layout, "С" on a Cyrillic one. Empty where nobody
-    /// tells.
-    [[nodiscard]] virtual std::string keyText(std::uint32_t /*keyCode*/) const { return {}; }
-
-    /// `changed` is called when another text may stand on the keys. It replaces the observer before; none ends that.
-    virtual void observeKeyTexts(std::function<void()> /*changed*/) { }
-
-    /// What the desktop calls the keys that it has bound to the hot key. Empty where they are those that were registered.
-    [[nodiscard]] virtual std::string boundKeys(HotKeyReference /*reference*/) const { return {}; }
+    /// Null where nobody tells what stands on a key. As long as the center.
+    [[nodiscard]] virtual KeyTexts* keyTexts() { return nullptr; }
 };
 
 }  // namespace velmora::platform

@@ -6,6 +6,16 @@
 
 namespace velmora::platform {
 
+/// A desktop whose answer takes its time: preflightScreenCaptureAccess() tells what is known, which is access as long as nothing is. Main
+/// thread only.
+class LateAccess {
+public:
+    virtual ~LateAccess() = default;
+
+    /// `changed` is called on the main thread when the answer has come and is another one. It replaces the observer before; none ends that.
+    virtual void observeAccess(std::function<void()> changed) = 0;
+};
+
 /// Main thread only.
 class ScreenCaptureAccess {
 public:
@@ -17,9 +27,8 @@ public:
     /// May show the system's own prompt; true when access is there afterwards.
     virtual bool requestScreenCaptureAccess() = 0;
 
-    /// Where the answer takes its time, preflightScreenCaptureAccess() tells what is known, which is access as long as nothing is, and
-    /// `changed` is called on the main thread when it has come to know better. It replaces the observer before; none ends that.
-    virtual void observeAccess(std::function<void()> /*changed*/) { }
+    /// Null where what the calls above say is final. As long as this object.
+    [[nodiscard]] virtual LateAccess* lateAccess() { return nullptr; }
 
     /// One sentence on why there is no access, as the last call found it; empty when there is access or nothing more is known.
     [[nodiscard]] virtual std::string explanation() const = 0;

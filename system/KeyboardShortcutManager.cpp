@@ -25,18 +25,23 @@ KeyboardShortcutManager& KeyboardShortcutManager::shared()
 KeyboardShortcutManager::KeyboardShortcutManager(Services services) : services_(std::move(services))
 {
     installEventHandler();
-    services_.hotKeyCenter->observeDecisions([this] {
-        if (isWanted_)
-            registerAll();
-    });
-    services_.hotKeyCenter->observeKeyTexts([this] { emit keyTextChanged(); });
+    if (auto* decisions = services_.hotKeyCenter->decisions()) {
+        decisions->observeDecisions([this] {
+            if (isWanted_)
+                registerAll();
+        });
+    }
+    if (auto* keyTexts = services_.hotKeyCenter->keyTexts())
+        keyTexts->observeKeyTexts([this] { emit keyTextChanged(); });
     registerAll();
 }
 
 KeyboardShortcutManager::~KeyboardShortcutManager()
 {
-    services_.hotKeyCenter->observeDecisions(nullptr);
-    services_.hotKeyCenter->observeKeyTexts(nullptr);
+    if (auto* decisions = services_.hotKeyCenter->decisions())
+        decisions->observeDecisions(nullptr);
+    if (auto* keyTexts = services_.hotKeyCenter->keyTexts())
+        keyTexts->observeKeyTexts(nullptr);
     unregisterHotKey();
     setIsRegistered(false);
     if (eventHandler_)
@@ -78,12 +83,14 @@ void KeyboardShortcutManager::handleHotKeyTrigger(std::uint32_t id)
 
 std::string KeyboardShortcutManager::boundKeys() const
 {
-    return toggleRecordingHotKey_ ? services_.hotKeyCenter->boundKeys(*toggleRecordingHotKey_) : std::string{};
+    const auto* decisions = services_.hotKeyCenter->decisions();
+    return decisions && toggleRecordingHotKey_ ? decisions->boundKeys(*toggleRecordingHotKey_) : std::string{};
 }
 
 std::string KeyboardShortcutManager::keyText() const
 {
-    auto text = services_.hotKeyCenter->keyText(toggleRecordingShortcut_.keyCode);
+    const auto* keyTexts = services_.hotKeyCenter->keyTexts();
+    auto text = keyTexts ? keyTexts->keyText(toggleRecordingShortcut_.keyCode) : std::string{};
     return text.empty() ? "C" : std::move(text);
 }
 
@@ -102,7 +109,8 @@ void KeyboardShortcutManager::registerAll()
         return;
     }
     setIsRegistered(false);
-    auto reason = services_.hotKeyCenter->explanation();
+    const auto* decisions = services_.hotKeyCenter->decisions();
+    auto reason = decisions ? decisions->explanation() : std::string{};
     isRegistrationErrorExplained_ = !reason.empty();
     setRegistrationErrorMessage(isRegistrationErrorExplained_
             ? std::move(reason)

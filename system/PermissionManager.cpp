@@ -25,14 +25,17 @@ PermissionManager& PermissionManager::shared()
 
 PermissionManager::PermissionManager(Services services) : services_(std::move(services))
 {
-    services_.screenCaptureAccess->observeAccess(
-        [this] { setHasScreenRecordingPermission(services_.screenCaptureAccess->preflightScreenCaptureAccess()); });
+    if (auto* lateAccess = services_.screenCaptureAccess->lateAccess()) {
+        lateAccess->observeAccess(
+            [this] { setHasScreenRecordingPermission(services_.screenCaptureAccess->preflightScreenCaptureAccess()); });
+    }
     checkPermissions();
 }
 
 PermissionManager::~PermissionManager()
 {
-    services_.screenCaptureAccess->observeAccess(nullptr);
+    if (auto* lateAccess = services_.screenCaptureAccess->lateAccess())
+        lateAccess->observeAccess(nullptr);
 }
 
 void PermissionManager::checkPermissions()

@@ -13,7 +13,6 @@ namespace velmora {
 namespace {
 
 using platform::AudibleApplication;
-using platform::SoundChoices;
 
 constexpr const char* errorDomain = "Velmora.SoundDecision";
 enum ErrorCode { notDecided = 1, notThere = 2, ambiguous = 3 };
@@ -44,41 +43,39 @@ std::string listed(const std::vector<AudibleApplication>& applications)
     return names.join(QStringLiteral(", ")).toStdString();
 }
 
-Result<SoundDecision> decideUnasked(const SoundChoices& choices)
+Result<SoundDecision> decideUnasked(const SoundSuggestion& suggestion)
 {
-    switch (choices.suggestion) {
-    case SoundChoices::Suggestion::windowsOwn:
-    case SoundChoices::Suggestion::asBefore:
-        return SoundDecision{platform::SoundChoice{choices.applications.front().application}, {}};
-    case SoundChoices::Suggestion::noSoundAsBefore:
-        return SoundDecision{platform::SoundChoice{}, {}};
-    case SoundChoices::Suggestion::nothing:
-    case SoundChoices::Suggestion::onlyPlaying:
-        break;
-    }
-    if (choices.applications.empty())
+    switch (suggestion.reason) {
+    case SoundSuggestion::Reason::windowsOwn:
+    case SoundSuggestion::Reason::asBefore:
+        return SoundDecision{suggestion.choice, {}};
+    case SoundSuggestion::Reason::nothingSounds:
         return SoundDecision{
             std::nullopt, "No application is playing: the window has no sound. Start one and choose it with --sound NAME."};
+    case SoundSuggestion::Reason::none:
+    case SoundSuggestion::Reason::onlyPlaying:
+        break;
+    }
     return fail(errorDomain, notDecided,
         "The desktop does not say whose window this is. Choose whose sound goes with it, with --sound NAME or --sound none. Available: "
-            + listed(choices.applications) + '.');
+            + listed(suggestion.applications) + '.');
 }
 
 }  // namespace
 
-Result<SoundDecision> decideSound(const std::optional<SoundChoices>& choices, const std::optional<std::string>& wanted)
+Result<SoundDecision> decideSound(const std::optional<SoundSuggestion>& suggestion, const std::optional<std::string>& wanted)
 {
     if (wanted == noSoundWord)
         return SoundDecision{platform::SoundChoice{}, {}};
-    if (!choices) {
+    if (!suggestion) {
         if (wanted)
             return fail(errorDomain, notThere, "No sound server answers: there is no sound to choose.");
         return SoundDecision{std::nullopt, {}};
     }
     if (!wanted)
-        return decideUnasked(*choices);
+        return decideUnasked(*suggestion);
     std::vector<AudibleApplication> meant;
-    for (const auto& application : choices->applications) {
+    for (const auto& application : suggestion->applications) {
         if (isMeant(application, text(*wanted)))
             meant.push_back(application);
     }
@@ -87,10 +84,10 @@ Result<SoundDecision> decideSound(const std::optional<SoundChoices>& choices, co
     if (meant.size() > 1)
         return fail(errorDomain, ambiguous,
             "Several applications are called " + *wanted + ". Give --sound the number of a process: " + listed(meant) + '.');
-    if (choices->applications.empty())
+    if (suggestion->applications.empty())
         return fail(errorDomain, notThere, "No application called " + *wanted + " is playing, nor is any other.");
     return fail(
-        errorDomain, notThere, "No application called " + *wanted + " is playing. Available: " + listed(choices->applications) + '.');
+        errorDomain, notThere, "No application called " + *wanted + " is playing. Available: " + listed(suggestion->applications) + '.');
 }
 
 void requestWindowWithSound(WindowSelectionService& service, std::uint32_t id, std::optional<std::string> wantedSound,
@@ -104,10 +101,10 @@ void requestWindowWithSound(WindowSelectionService& service, std::uint32_t id, s
             if (!*granted)
                 return completion(std::optional<RequestedWindow>{});
             const auto grantedID = (*granted)->id;
-            service.getSoundChoices(grantedID,
+            service.suggestSound(grantedID,
                 [&service, wantedSound = std::move(wantedSound), completion = std::move(completion), window = std::move(**granted)](
-                    const std::optional<SoundChoices>& choices) mutable {
-                    auto decided = decideSound(choices, wantedSound);
+                    const std::optional<SoundSuggestion>& suggestion) mutable {
+                    auto decided = decideSound(suggestion, wantedSound);
                     if (!decided) {
                         service.giveBackWindow(window.id);
                         return completion(fail(std::move(decided.error())));

@@ -3,8 +3,9 @@
 
 #include "base/Result.h"
 #include "base/UniqueFunction.h"
-#include "platform/ShareableContent.h"
+#include "platform/WindowRequests.h"
 #include "windows/CapturedWindowInfo.h"
+#include "windows/SoundSuggestion.h"
 
 #include <cstdint>
 #include <optional>
@@ -28,8 +29,7 @@ struct SoundDecision {
 
 /// `wanted` is the name of an application, its process number, or "none"; where nothing is wanted, what was chosen before counts, or
 /// what the desktop knows. Where that leaves a choice open, the error says what there is and how to choose.
-[[nodiscard]] Result<SoundDecision> decideSound(
-    const std::optional<platform::SoundChoices>& choices, const std::optional<std::string>& wanted);
+[[nodiscard]] Result<SoundDecision> decideSound(const std::optional<SoundSuggestion>& suggestion, const std::optional<std::string>& wanted);
 
 struct RequestedWindow {
     CapturedWindowInfo window;

@@ -1,6 +1,7 @@
 #include "windows/WindowCatalogue.h"
 
 #include <QCollator>
+#include <QDateTime>
 #include <QLocale>
 #include <QString>
 
@@ -27,20 +28,42 @@ QCollator displayCollator()
     return collator;
 }
 
+std::string titleOf(const platform::ShareableWindow& window)
+{
+    if (window.isChoice)
+        return "in this desktop's own dialog";
+    if (window.chosenAt) {
+        const auto time = QDateTime::fromSecsSinceEpoch(window.chosenAt->time_since_epoch().count());
+        return "chosen " + QLocale{}.toString(time, QLocale::ShortFormat).toStdString();
+    }
+    return trimmed(window.title.value_or(std::string{}));
+}
+
+std::string applicationNameOf(const platform::ShareableWindow& window)
+{
+    if (window.isChoice)
+        return "Choose a window…";
+    if (window.chosenAt)
+        return "Shared window";
+    const auto& name = window.owningApplication->applicationName;
+    return name.empty() ? "Application" : name;
+}
+
 }  // namespace
 
 std::optional<CapturedWindowInfo> entry(const platform::ShareableWindow& window, std::int32_t ownProcessID)
 {
     const auto& application = window.owningApplication;
-    if (!application || application->processID == ownProcessID || window.windowLayer != 0)
+    const bool isNamedByUs = window.isChoice || window.chosenAt;
+    if (!isNamedByUs && (!application || application->processID == ownProcessID || window.windowLayer != 0))
         return std::nullopt;
     if (!window.isChoice && !(window.frame.width >= minimumSide && window.frame.height >= minimumSide))
         return std::nullopt;
     return CapturedWindowInfo{
         .id = window.windowID,
-        .title = trimmed(window.title.value_or(std::string{})),
-        .appName = application->applicationName.empty() ? "Application" : application->applicationName,
-        .bundleID = application->bundleIdentifier,
+        .title = titleOf(window),
+        .appName = applicationNameOf(window),
+        .bundleID = application ? application->bundleIdentifier : std::string{},
         .frame = window.frame,
         .isOnScreen = window.isOnScreen,
     };

@@ -12,7 +12,8 @@
 namespace velmora::window_catalogue {
 
 /// The entry for `window`; none when it may not be recorded: no owning application, one of our own windows, not on layer 0, or smaller
-/// than 100 points in either direction, unless it is only a choice, which has no size yet.
+/// than 100 points in either direction, unless it is only a choice, which has no size yet. What the desktop lets the user choose has no
+/// application that is known, and is called by what it is and when it was chosen.
 [[nodiscard]] std::optional<CapturedWindowInfo> entry(const platform::ShareableWindow& window, std::int32_t ownProcessID);
 
 /// The eligible windows: titled before untitled, then by application name as the user's language compares it, ignoring case; ties keep

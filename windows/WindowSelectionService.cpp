@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 
+#include <cassert>
 #include <utility>
 
 namespace velmora {
@@ -35,9 +36,22 @@ void WindowSelectionService::refreshWindows(UniqueFunction<void()> completion)
         });
 }
 
+platform::WindowRequests& WindowSelectionService::requests() const
+{
+    auto* requests = content_->requests();
+    assert(requests && "only what needs a request is requested");
+    return *requests;
+}
+
+bool WindowSelectionService::needsRequest(std::uint32_t id) const
+{
+    const auto* requests = content_->requests();
+    return requests && requests->needsRequest(id);
+}
+
 void WindowSelectionService::requestWindow(std::uint32_t id, RequestCompletion completion)
 {
-    content_->requestWindow(
+    requests().requestWindow(
         id, [weak = self_.weak(), completion = std::move(completion)](Result<std::optional<platform::ShareableWindow>> granted) mutable {
             if (weak.expired())
                 return;
@@ -50,13 +64,24 @@ void WindowSelectionService::requestWindow(std::uint32_t id, RequestCompletion c
         });
 }
 
-void WindowSelectionService::getSoundChoices(std::uint32_t id, SoundCompletion completion)
+void WindowSelectionService::suggestSound(std::uint32_t id, SoundCompletion completion)
 {
-    content_->getSoundChoices(
+    requests().getSoundChoices(
         id, [weak = self_.weak(), completion = std::move(completion)](std::optional<platform::SoundChoices> choices) mutable {
             if (!weak.expired())
-                completion(std::move(choices));
+                completion(choices ? std::optional{velmora::suggestSound(std::move(*choices))} : std::nullopt);
         });
+}
+
+void WindowSelectionService::chooseSound(std::uint32_t id, const platform::SoundChoice& choice)
+{
+    requests().chooseSound(id, choice);
+}
+
+void WindowSelectionService::giveBackWindow(std::uint32_t id)
+{
+    if (auto* requests = content_->requests())
+        requests->giveBackWindow(id);
 }
 
 void WindowSelectionService::publish(Result<platform::ShareableContent> result)

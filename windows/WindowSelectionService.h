@@ -4,7 +4,9 @@
 #include "base/SelfReference.h"
 #include "base/SerialQueue.h"
 #include "platform/ShareableContent.h"
+#include "platform/WindowRequests.h"
 #include "windows/CapturedWindowInfo.h"
+#include "windows/SoundSuggestion.h"
 #include "windows/WindowCatalogue.h"
 
 #include <QObject>
@@ -41,7 +43,7 @@ public:
     void refreshWindows(UniqueFunction<void()> completion = [] {});
 
     /// True for an entry that the user has to grant in the desktop's own dialog: then requestWindow() comes before a capture.
-    [[nodiscard]] bool needsRequest(std::uint32_t id) const { return content_->needsRequest(id); }
+    [[nodiscard]] bool needsRequest(std::uint32_t id) const;
 
     using RequestCompletion = UniqueFunction<void(Result<std::optional<CapturedWindowInfo>>)>;
 
@@ -49,17 +51,17 @@ public:
     /// if the service is gone first.
     void requestWindow(std::uint32_t id, RequestCompletion completion);
 
-    using SoundCompletion = UniqueFunction<void(std::optional<platform::SoundChoices>)>;
+    using SoundCompletion = UniqueFunction<void(std::optional<SoundSuggestion>)>;
 
     /// Whose sound may go with the window that was granted, asked afresh each time; none when nothing can sound. `completion` is called
     /// once, on the main thread, never when the service is gone first.
-    void getSoundChoices(std::uint32_t id, SoundCompletion completion);
+    void suggestSound(std::uint32_t id, SoundCompletion completion);
 
     /// One of the choices; none: no sound. Holds for captures that begin from now on.
-    void chooseSound(std::uint32_t id, const platform::SoundChoice& choice) { content_->chooseSound(id, choice); }
+    void chooseSound(std::uint32_t id, const platform::SoundChoice& choice);
 
-    /// A granted window is not to be captured after all; nothing for one that is captured.
-    void giveBackWindow(std::uint32_t id) { content_->giveBackWindow(id); }
+    /// A granted window is not to be captured after all; nothing for one that is captured, and for one that needed no request.
+    void giveBackWindow(std::uint32_t id);
 
     /// See window_catalogue::findWindow.
     static void findSCWindow(
@@ -72,6 +74,7 @@ signals:
     void lastErrorChanged();
 
 private:
+    [[nodiscard]] platform::WindowRequests& requests() const;
     void publish(Result<platform::ShareableContent> result);
     void setAvailableWindows(std::vector<CapturedWindowInfo> windows);
     void setIsLoading(bool isLoading);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/codecs/AudioEncoder.h"
+#include "engine/codecs/ReadyAudioEncoder.h"
 #include "engine/files/Trash.h"
 #include "media/mp4/RecordingWriter.h"
 #include "platform/AssetWriter.h"
@@ -75,20 +76,24 @@ private:
     std::shared_ptr<AudioInput> audio_;
 };
 
-class AssetWriterFactory final : public platform::AssetWriterFactory {
+class AssetWriterFactory final : public platform::AssetWriterFactory, public platform::SoundPreparation {
 public:
     explicit AssetWriterFactory(AudioEncoderFactory encoders, std::shared_ptr<const Trash> trash = nullptr)
-        : encoders_(std::move(encoders))
+        : encoders_(std::make_shared<ReadyAudioEncoder>(std::move(encoders)))
         , trash_(std::move(trash))
     {
     }
+
+    [[nodiscard]] platform::SoundPreparation* soundPreparation() override { return this; }
+    void prepareSound(const platform::AudioOutputSettings& settings) override { encoders_->prepare(settings); }
+    void waitUntilPrepared() const { encoders_->drain(); }
 
     Result<std::shared_ptr<platform::AssetWriter>> makeAssetWriter(
         const std::filesystem::path& outputURL, platform::AssetFileType fileType) override;
 
 private:
-    AudioEncoderFactory encoders_;
-    std::shared_ptr<const Trash> trash_;
+    const std::shared_ptr<ReadyAudioEncoder> encoders_;
+    const std::shared_ptr<const Trash> trash_;
 };
 
 }  // namespace velmora::engine

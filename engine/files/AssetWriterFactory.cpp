@@ -12,7 +12,8 @@ Result<std::shared_ptr<platform::AssetWriter>> AssetWriterFactory::makeAssetWrit
     auto file = mp4::PosixFile::create(outputURL);
     if (!file)
         return fail(file.error());
-    auto writer = AssetWriter::create(std::move(*file), encoders_, outputURL, {.trash = trash_});
+    auto encoders = [ready = encoders_](const platform::AudioOutputSettings& settings) { return ready->take(settings); };
+    auto writer = AssetWriter::create(std::move(*file), std::move(encoders), outputURL, {.trash = trash_});
     if (!writer) {
         // Another recorder was quicker: the name is taken.
         const auto& error = writer.error();

@@ -198,7 +198,6 @@ public:
     void cancelExport() override { export_->cancel(); }
 
     [[nodiscard]] std::filesystem::path outputURL() const override { return export_->outputURL(); }
-    [[nodiscard]] platform::AssetFileType outputFileType() const override { return fileType_; }
     [[nodiscard]] Status status() const override { return export_->status(); }
     [[nodiscard]] std::optional<Error> error() const override { return export_->error(); }
     [[nodiscard]] double progress() const override { return export_->progress(); }

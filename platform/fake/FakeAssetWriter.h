@@ -176,8 +176,11 @@ inline bool FakeAssetWriterInput::append(const SampleBufferRef& sample)
 }
 
 /// Creates a real, empty file for each writer, so that the features' own handling of files is seen.
-class FakeAssetWriters final : public platform::AssetWriterFactory {
+class FakeAssetWriters final : public platform::AssetWriterFactory, public platform::SoundPreparation {
 public:
+    [[nodiscard]] platform::SoundPreparation* soundPreparation() override { return this; }
+    void prepareSound(const platform::AudioOutputSettings& settings) override { preparedSounds.push_back(settings); }
+
     Result<std::shared_ptr<platform::AssetWriter>> makeAssetWriter(
         const std::filesystem::path& outputURL, platform::AssetFileType type) override
     {
@@ -198,6 +201,7 @@ public:
     std::vector<MediaType> refused;
     std::function<void(FakeAssetWriter&)> onCreate;
     std::optional<platform::AssetFileType> fileType;
+    std::vector<platform::AudioOutputSettings> preparedSounds;
     bool foundFileAtCreation = false;
     std::vector<std::shared_ptr<FakeAssetWriter>> writers;
 };

@@ -30,6 +30,7 @@ struct CompressionSessionRecord {
     bool invalidated = false;
     platform::CompressionStatus encodeStatus = 0;
     bool encodesAtOnce = true;  ///< else frames wait until completeFrames
+    std::function<void()> onComplete;  ///< called first of all by completeFrames; a test may wait in it
 };
 
 class FakeCompressionSession final : public platform::CompressionSession {
@@ -66,6 +67,8 @@ public:
 
     platform::CompressionStatus completeFrames() override
     {
+        if (record_->onComplete)
+            record_->onComplete();
         MutexLock lock(mutex_);
         record_->completed = true;
         while (delivered_ < record_->frames.size())

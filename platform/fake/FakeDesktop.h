@@ -13,7 +13,7 @@
 
 namespace velmora::fake {
 
-class FakeScreenCaptureAccess final : public platform::ScreenCaptureAccess {
+class FakeScreenCaptureAccess final : public platform::ScreenCaptureAccess, public platform::LateAccess {
 public:
     [[nodiscard]] bool preflightScreenCaptureAccess() override { return isGranted; }
 
@@ -23,10 +23,12 @@ public:
         return answer;
     }
 
+    [[nodiscard]] platform::LateAccess* lateAccess() override { return answersLate ? this : nullptr; }
     void observeAccess(std::function<void()> observer) override { changed = std::move(observer); }
     [[nodiscard]] std::string explanation() const override { return reason; }
 
     bool isGranted = true;
+    bool answersLate = true;
     bool answer = true;  ///< to the next request
     int requestCount = 0;
     std::string reason;

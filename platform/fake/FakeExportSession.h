@@ -44,7 +44,6 @@ public:
     }
 
     [[nodiscard]] std::filesystem::path outputURL() const override { return output; }
-    [[nodiscard]] platform::AssetFileType outputFileType() const override { return fileType; }
     [[nodiscard]] Status status() const override { return status_; }
     [[nodiscard]] std::optional<Error> error() const override { return error_; }
     [[nodiscard]] double progress() const override { return progress_; }

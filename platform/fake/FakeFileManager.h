@@ -47,7 +47,6 @@ public:
         if (const auto date = creationDates.find(path); date != creationDates.end())
             attributes.creationDate = date->second;
         std::error_code error;
-        attributes.isRegularFile = std::filesystem::is_regular_file(path, error);
         if (const auto size = std::filesystem::file_size(path, error); !error)
             attributes.size = static_cast<std::int64_t>(size);
         return attributes;

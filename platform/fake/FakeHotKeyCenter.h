@@ -11,7 +11,7 @@
 
 namespace velmora::fake {
 
-class FakeHotKeyCenter final : public platform::HotKeyCenter {
+class FakeHotKeyCenter final : public platform::HotKeyCenter, public platform::HotKeyDecisions, public platform::KeyTexts {
 public:
     struct Registration {
         std::uint32_t keyCode = 0;
@@ -42,15 +42,18 @@ public:
 
     void unregisterEventHotKey(HotKeyReference reference) override { registrations.erase(reference); }
 
+    [[nodiscard]] platform::HotKeyDecisions* decisions() override { return hasDecisions ? this : nullptr; }
     void observeDecisions(std::function<void()> changed) override { decided = std::move(changed); }
     [[nodiscard]] std::string explanation() const override { return reason; }
+    [[nodiscard]] std::string boundKeys(HotKeyReference) const override { return keys; }
+
+    [[nodiscard]] platform::KeyTexts* keyTexts() override { return hasKeyTexts ? this : nullptr; }
     [[nodiscard]] std::string keyText(std::uint32_t keyCode) const override
     {
         const auto found = texts.find(keyCode);
         return found == texts.end() ? std::string{} : found->second;
     }
     void observeKeyTexts(std::function<void()> changed) override { textsChanged = std::move(changed); }
-    [[nodiscard]] std::string boundKeys(HotKeyReference) const override { return keys; }
 
     /// What the handler answers; none without a handler.
     std::optional<platform::HotKeyStatus> press(std::optional<platform::HotKeyID> hotKeyID)
@@ -64,6 +67,8 @@ public:
 
     platform::HotKeyStatus installStatus = 0;
     platform::HotKeyStatus registerStatus = 0;
+    bool hasDecisions = true;
+    bool hasKeyTexts = true;
     std::string reason;
     std::string keys;
     std::map<std::uint32_t, std::string> texts;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/ShareableContent.h"
+#include "platform/WindowRequests.h"
 
 #include <set>
 #include <utility>
@@ -10,7 +11,7 @@
 namespace velmora::fake {
 
 /// Answers at once with `content` (or `error`), or keeps the queries until answerNext() when `holdsAnswers` is set.
-class FakeShareableContent final : public platform::ShareableContentProvider {
+class FakeShareableContent final : public platform::ShareableContentProvider, public platform::WindowRequests {
 public:
     struct Query {
         bool excludingDesktopWindows;
@@ -28,11 +29,13 @@ public:
             completion(answer(queries.back()));
     }
 
+    [[nodiscard]] platform::WindowRequests* requests() override { return grantsWindows ? this : nullptr; }
+
     [[nodiscard]] bool needsRequest(std::uint32_t windowID) const override { return windowsToRequest.contains(windowID); }
 
     void requestWindow(std::uint32_t windowID, RequestCompletion completion) override
     {
-        requests.push_back(windowID);
+        requestedWindows.push_back(windowID);
         pendingRequest = std::move(completion);
     }
 
@@ -65,8 +68,9 @@ public:
     std::optional<Error> error;
     bool holdsAnswers = false;
     std::vector<Query> queries;
+    bool grantsWindows = true;  ///< this desktop has requests
     std::set<std::uint32_t> windowsToRequest;
-    std::vector<std::uint32_t> requests;
+    std::vector<std::uint32_t> requestedWindows;
     RequestCompletion pendingRequest;
     std::vector<std::uint32_t> soundQuestions;
     SoundCompletion pendingSoundQuestion;

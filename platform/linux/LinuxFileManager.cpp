@@ -104,10 +104,9 @@ public:
     [[nodiscard]] Result<platform::FileAttributes> attributesOfItem(const std::filesystem::path& path) const override
     {
         struct statx found { };
-        if (::statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME, &found) != 0)
+        if (::statx(AT_FDCWD, path.c_str(), 0, STATX_SIZE | STATX_MTIME | STATX_BTIME, &found) != 0)
             return fail(posixError(errno, path.native()));
         platform::FileAttributes attributes;
-        attributes.isRegularFile = S_ISREG(found.stx_mode);
         attributes.size = static_cast<std::int64_t>(found.stx_size);
         // Not every file system keeps a time of birth.
         if ((found.stx_mask & STATX_BTIME) != 0)

@@ -70,7 +70,7 @@ TEST_F(AppControlTest, AWindowThatNeedsNoRequestIsCapturedAtOnce)
     select(1);
     ASSERT_TRUE(answer && *answer) << complaint();
     EXPECT_EQ(coordinator->selectedWindow()->id, 1U);
-    EXPECT_THAT(content->requests, IsEmpty());
+    EXPECT_THAT(content->requestedWindows, IsEmpty());
     EXPECT_THAT(content->soundQuestions, IsEmpty());
 }
 
@@ -227,12 +227,12 @@ protected:
 TEST_F(AppControlRequestTest, TheGrantedWindowIsCapturedWithTheSoundThatWasWanted)
 {
     select(1, "Player");
-    EXPECT_THAT(content->requests, ElementsAre(1U));
+    EXPECT_THAT(content->requestedWindows, ElementsAre(1U));
     EXPECT_EQ(answers, 0);
     grant();
     EXPECT_EQ(answers, 0);
     EXPECT_FALSE(coordinator->selectedWindow());
-    answerSound(SoundChoices{{player}, SoundChoices::Suggestion::onlyPlaying});
+    answerSound(SoundChoices{{player}});
     ASSERT_TRUE(answer && *answer) << complaint();
     EXPECT_EQ(**answer, "");
     EXPECT_EQ(answers, 1);
@@ -244,7 +244,7 @@ TEST_F(AppControlRequestTest, AWindowWhoseSoundIsLeftOpenIsNotCapturedAndTheErro
 {
     select(1);
     grant();
-    answerSound(SoundChoices{{player}, SoundChoices::Suggestion::onlyPlaying});
+    answerSound(SoundChoices{{player}});
     EXPECT_THAT(complaint(), HasSubstr("--sound NAME"));
     EXPECT_THAT(complaint(), HasSubstr("Player"));
     EXPECT_FALSE(coordinator->selectedWindow());

@@ -30,6 +30,15 @@ protected:
     std::shared_ptr<platform::AssetWriterInput> audio;
 };
 
+TEST_F(RecordingMeterTest, SoundIsMadeReadyByTheWritersThatAreMetered)
+{
+    const auto writers = metered(inner, meter);
+    ASSERT_TRUE(writers->soundPreparation());
+    writers->soundPreparation()->prepareSound({.bitRate = 1234});
+    ASSERT_EQ(inner->preparedSounds.size(), 1U);
+    EXPECT_EQ(inner->preparedSounds[0].bitRate, 1234);
+}
+
 TEST_F(RecordingMeterTest, CountsFramesAndTellsOfTheFirstOnce)
 {
     std::vector<std::int64_t> firsts;

@@ -15,6 +15,7 @@
 #include <future>
 #include <gtest/gtest.h>
 #include <limits>
+#include <thread>
 
 namespace velmora {
 namespace {
@@ -81,6 +82,7 @@ protected:
     {
         service->sampleQueue().drain();
         service->audioQueue().drain();
+        service->encoder().endingQueue().drain();
         service->encoder().outputQueue().drain();
     }
 
@@ -132,6 +134,14 @@ TEST_F(ScreenCaptureKitServiceTest, AStartFindsTheLiveWindowThenAsksForEverythin
     EXPECT_EQ(content->queries, (std::vector<fake::FakeShareableContent::Query>{{true, true}, {false, false}}));
     EXPECT_TRUE(service->isCapturing());
     EXPECT_EQ(service->activeWindow(), chosen);
+}
+
+TEST_F(ScreenCaptureKitServiceTest, TheSoundOfARecordingIsMadeReadyWhenTheCaptureStarts)
+{
+    startOrFail();
+    ASSERT_EQ(writers->preparedSounds.size(), 1U);
+    ASSERT_TRUE(service->startManualRecording(url));
+    EXPECT_EQ(writers->writers.back()->inputs.front()->settings, writers->preparedSounds.front()) << "what is made ready is what is used";
 }
 
 TEST_F(ScreenCaptureKitServiceTest, ConfiguresTheStreamWithEveryValue)
@@ -367,7 +377,32 @@ TEST_F(ScreenCaptureKitServiceTest, AStopOfAnIdleServiceDoesNothing)
     EXPECT_TRUE(log->lines().empty());
 }
 
-TEST_F(ScreenCaptureKitServiceTest, AStopEndsStreamAndEncoderAtOnce)
+TEST_F(ScreenCaptureKitServiceTest, AStopDoesNotWaitForPicturesThatAreBeingEncoded)
+{
+    startOrFail();
+    stream().deliver(test::screenSample(1), StreamOutputType::screen);
+    settle();
+    std::promise<void> released;
+    bool isOnTheCallersThread = false;
+    sessions->records[0]->onComplete = [&, caller = std::this_thread::get_id()] {
+        isOnTheCallersThread = std::this_thread::get_id() == caller;
+        // There it would wait for ever.
+        if (!isOnTheCallersThread)
+            released.get_future().wait();
+    };
+    service->stopCapture();
+    EXPECT_FALSE(service->isCapturing());
+    bool hasGoneOn = false;
+    executor->async([&] { hasGoneOn = true; });
+    executor->runAll();
+    EXPECT_TRUE(hasGoneOn);
+    released.set_value();
+    service->drain();
+    EXPECT_FALSE(isOnTheCallersThread);
+    EXPECT_TRUE(sessions->records[0]->invalidated) << "the end of the program waits for it";
+}
+
+TEST_F(ScreenCaptureKitServiceTest, AStopEndsStreamAndEncoder)
 {
     startOrFail();
     stream().deliver(test::screenSample(1), StreamOutputType::screen);
@@ -378,6 +413,7 @@ TEST_F(ScreenCaptureKitServiceTest, AStopEndsStreamAndEncoderAtOnce)
     EXPECT_FALSE(service->activeWindow());
     EXPECT_EQ(stream().stopCount, 1);
     EXPECT_EQ(service->encoder().currentWidth(), 0);
+    settle();
     EXPECT_TRUE(sessions->records[0]->invalidated);
     EXPECT_EQ(log->count("Error stopping capture stream: <private>"), 1U);
     EXPECT_EQ(log->messages().back(), "Stopped window capture.");

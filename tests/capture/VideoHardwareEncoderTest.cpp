@@ -4,7 +4,9 @@
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Samples.h"
 
+#include <future>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace velmora {
 namespace {
@@ -248,6 +250,66 @@ TEST_F(VideoHardwareEncoderTest, ReleasingTheEncoderInvalidatesItsSessionAndLate
     EXPECT_TRUE(record->invalidated);
     sessions->sessions[0]->emitOutput(0, test::videoSample(9, true));
     EXPECT_EQ(delivered, std::vector<std::int64_t>{1});
+}
+
+TEST_F(VideoHardwareEncoderTest, ASessionThatIsAbandonedEndsElsewhereAndNoneOfItsSamplesArrives)
+{
+    sessions->encodesAtOnce = false;
+    encode(1);
+    std::promise<void> released;
+    std::promise<void> isCompleting;
+    sessions->records[0]->onComplete = [&, caller = std::this_thread::get_id()] {
+        // Here it would wait for ever.
+        ASSERT_NE(std::this_thread::get_id(), caller);
+        isCompleting.set_value();
+        released.get_future().wait();
+    };
+    encoder->abandon();
+    EXPECT_EQ(encoder->currentWidth(), 0);
+    EXPECT_EQ(encoder->currentHeight(), 0);
+    isCompleting.get_future().wait();
+    released.set_value();
+    encoder->endingQueue().drain();
+    EXPECT_TRUE(sessions->records[0]->completed);
+    EXPECT_TRUE(sessions->records[0]->invalidated);
+    drainOutput();
+    EXPECT_TRUE(delivered.empty());
+}
+
+TEST_F(VideoHardwareEncoderTest, ASampleThatWaitsForDeliveryWhenItsSessionIsAbandonedDoesNotArrive)
+{
+    std::promise<void> isDelivering;
+    std::promise<void> released;
+    encoder->setOnEncodedSample([&](const SampleBufferRef& sample) {
+        delivered.push_back(sample->presentationTimeStamp.value);
+        if (delivered.size() > 1)
+            return;
+        isDelivering.set_value();
+        released.get_future().wait();
+    });
+    encode(1);
+    encode(2);
+    isDelivering.get_future().wait();
+    encoder->abandon();
+    encode(3);
+    released.set_value();
+    drainOutput();
+    EXPECT_EQ(delivered, (std::vector<std::int64_t>{1, 3})) << "the last one is of the session after it";
+}
+
+TEST_F(VideoHardwareEncoderTest, TheSessionAfterAnAbandonedOneIsMadeWhenThatHasEnded)
+{
+    encode(1);
+    std::promise<void> released;
+    sessions->records[0]->onComplete = [&] { released.get_future().wait(); };
+    encoder->abandon();
+    bool hadEnded = false;
+    sessions->onMake = [&] { hadEnded = sessions->records[0]->invalidated; };
+    std::thread later{[&] { released.set_value(); }};
+    encode(2);
+    later.join();
+    EXPECT_TRUE(hadEnded);
+    EXPECT_EQ(sessions->attempts, 2);
 }
 
 SampleBuffer sampleWith(std::optional<AttachmentsArray> attachments)

@@ -230,6 +230,24 @@ TEST_F(KeyboardShortcutManagerTest, TheKeysTextIsThatOfTheKeyboardAndItsChangesA
     EXPECT_EQ(told, std::vector<std::string>{"С"});
 }
 
+TEST_F(KeyboardShortcutManagerTest, WhereADesktopTellsNoMoreTheStatusIsTheMessageAndTheKeyIsC)
+{
+    centre->hasDecisions = false;
+    centre->hasKeyTexts = false;
+    centre->reason = "Not to be asked.";
+    centre->keys = "F9";
+    centre->texts = {{8, "J"}};
+    centre->registerStatus = 10;
+    EXPECT_EQ(manager().registrationErrorMessage(), "Failed to register ⌥⌘C (Status: 10)");
+    EXPECT_FALSE(manager().isRegistrationErrorExplained());
+    EXPECT_EQ(manager().keyText(), "C");
+    centre->registerStatus = 0;
+    manager().registerAll();
+    EXPECT_EQ(manager().boundKeys(), "");
+    EXPECT_FALSE(centre->decided);
+    EXPECT_FALSE(centre->textsChanged);
+}
+
 TEST_F(KeyboardShortcutManagerTest, WhatTheDesktopSaysOfAFailureIsTheMessage)
 {
     centre->registerStatus = -11;

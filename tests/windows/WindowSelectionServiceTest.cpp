@@ -4,6 +4,10 @@
 #include "platform/fake/ManualExecutor.h"
 #include "tests/support/CapturedLog.h"
 
+#include <QDateTime>
+#include <QLocale>
+
+#include <chrono>
 #include <gtest/gtest.h>
 #include <string>
 #include <unistd.h>
@@ -151,6 +155,42 @@ TEST_F(WindowSelectionServiceTest, AWindowWithoutAnApplicationIsNotListed)
     auto orphan = makeWindow(1, "A", "titled");
     orphan.owningApplication.reset();
     EXPECT_TRUE(refresh({orphan}).empty());
+}
+
+TEST_F(WindowSelectionServiceTest, AWindowThatIsStillToBeChosenIsNamedByWhatToDoAndNeedsNeitherSizeNorApplication)
+{
+    ShareableWindow chooser;
+    chooser.windowID = 1;
+    chooser.isChoice = true;
+    const auto windows = refresh({chooser});
+    ASSERT_EQ(ids(windows), Ids{1});
+    EXPECT_EQ(windows[0].displayName(), "Choose a window… — in this desktop's own dialog");
+}
+
+TEST_F(WindowSelectionServiceTest, AWindowOfWhichTheDesktopTellsNothingIsNamedByWhenItWasChosen)
+{
+    // Noon of the last day of 2025, wherever the test runs.
+    const QDateTime noon{QDate{2025, 12, 31}, QTime{12, 0}};
+    ShareableWindow chosen;
+    chosen.windowID = 2;
+    chosen.chosenAt = std::chrono::sys_seconds{std::chrono::seconds{noon.toSecsSinceEpoch()}};
+    chosen.frame = {0, 0, 640, 480};
+    const auto windows = refresh({chosen});
+    ASSERT_EQ(ids(windows), Ids{2});
+    EXPECT_EQ(windows[0].appName, "Shared window");
+    EXPECT_EQ(windows[0].title, "chosen " + QLocale{}.toString(noon, QLocale::ShortFormat).toStdString());
+    EXPECT_NE(windows[0].title.find("31"), std::string::npos) << windows[0].title;
+}
+
+TEST_F(WindowSelectionServiceTest, OnADesktopWithoutRequestsNothingNeedsOneAndGivingBackIsNothing)
+{
+    content->windowsToRequest = {1};
+    EXPECT_TRUE(service.needsRequest(1));
+    EXPECT_FALSE(service.needsRequest(2));
+    content->grantsWindows = false;
+    EXPECT_FALSE(service.needsRequest(1));
+    service.giveBackWindow(1);
+    EXPECT_TRUE(content->windowsGivenBack.empty());
 }
 
 TEST_F(WindowSelectionServiceTest, EveryEligibleWindowIsListedOnceUnderItsOwnNumber)

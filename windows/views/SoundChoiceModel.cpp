@@ -5,56 +5,35 @@
 
 namespace velmora {
 
-namespace {
-
-using Suggestion = platform::SoundChoices::Suggestion;
-
-}  // namespace
-
 SoundChoiceModel::SoundChoiceModel(std::shared_ptr<WindowSelectionService> windowService, QObject* parent)
     : QAbstractListModel(parent)
     , windowService_(std::move(windowService))
 {
 }
 
-void SoundChoiceModel::show(std::uint32_t windowID, platform::SoundChoices choices)
+void SoundChoiceModel::show(std::uint32_t windowID, SoundSuggestion suggestion)
 {
     windowID_ = windowID;
-    selected_.reset();
-    const bool hasApplications = !choices.applications.empty();
-    switch (choices.suggestion) {
-    case Suggestion::windowsOwn:
-    case Suggestion::onlyPlaying:
-    case Suggestion::asBefore:
-        selected_ = platform::SoundChoice{choices.applications.front().application};
-        break;
-    case Suggestion::noSoundAsBefore:
-        selected_ = platform::SoundChoice{};
-        break;
-    case Suggestion::nothing:
-        if (!hasApplications)
-            selected_ = platform::SoundChoice{};
-        break;
-    }
-    list(std::move(choices));
+    selected_ = suggestion.choice;
+    list(std::move(suggestion));
 }
 
 void SoundChoiceModel::refresh()
 {
-    windowService_->getSoundChoices(windowID_, [weak = self_.weak(), id = windowID_](std::optional<platform::SoundChoices> choices) {
+    windowService_->suggestSound(windowID_, [weak = self_.weak(), id = windowID_](std::optional<SoundSuggestion> suggestion) {
         if (const auto self = weak.lock(); self && self->windowID_ == id)
-            self->list(std::move(choices).value_or(platform::SoundChoices{}));
+            self->list(std::move(suggestion).value_or(SoundSuggestion{}));
     });
 }
 
-void SoundChoiceModel::list(platform::SoundChoices choices)
+void SoundChoiceModel::list(SoundSuggestion suggestion)
 {
     beginResetModel();
-    choices_ = std::move(choices);
+    suggestion_ = std::move(suggestion);
     const bool isListed = selected_
-        && (!selected_->application || std::any_of(choices_.applications.begin(), choices_.applications.end(), [this](const auto& each) {
-               return each.application == selected_->application;
-           }));
+        && (!selected_->application
+            || std::any_of(suggestion_.applications.begin(), suggestion_.applications.end(),
+                [this](const auto& each) { return each.application == selected_->application; }));
     if (!isListed)
         selected_.reset();
     endResetModel();
@@ -87,7 +66,7 @@ void SoundChoiceModel::moveSelection(int step)
 
 int SoundChoiceModel::rowCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : static_cast<int>(choices_.applications.size()) + 1;
+    return parent.isValid() ? 0 : static_cast<int>(suggestion_.applications.size()) + 1;
 }
 
 QVariant SoundChoiceModel::data(const QModelIndex& index, int role) const
@@ -96,7 +75,7 @@ QVariant SoundChoiceModel::data(const QModelIndex& index, int role) const
         return {};
     const int row = index.row();
     const bool isNoSound = row == rowCount() - 1;
-    const auto* application = isNoSound ? nullptr : &choices_.applications[static_cast<std::size_t>(row)];
+    const auto* application = isNoSound ? nullptr : &suggestion_.applications[static_cast<std::size_t>(row)];
     switch (role) {
     case AppName:
     case Qt::DisplayRole:
@@ -122,19 +101,19 @@ QHash<int, QByteArray> SoundChoiceModel::roleNames() const
 platform::SoundChoice SoundChoiceModel::choiceAt(int row) const
 {
     const auto place = static_cast<std::size_t>(row);
-    return place < choices_.applications.size() ? platform::SoundChoice{choices_.applications[place].application} : platform::SoundChoice{};
+    return place < suggestion_.applications.size() ? platform::SoundChoice{suggestion_.applications[place].application}
+                                                   : platform::SoundChoice{};
 }
 
 bool SoundChoiceModel::isAsBefore(int row) const
 {
-    return (choices_.suggestion == Suggestion::asBefore && row == 0)
-        || (choices_.suggestion == Suggestion::noSoundAsBefore && row == rowCount() - 1);
+    return suggestion_.reason == SoundSuggestion::Reason::asBefore && choiceAt(row) == suggestion_.choice;
 }
 
 QString SoundChoiceModel::detail(const platform::AudibleApplication& application) const
 {
     const auto& [bundle, name, process] = application.application;
-    const auto sameName = std::count_if(choices_.applications.begin(), choices_.applications.end(),
+    const auto sameName = std::count_if(suggestion_.applications.begin(), suggestion_.applications.end(),
         [&name = name](const auto& other) { return other.application.applicationName == name; });
     QStringList parts;
     if (!application.nowPlaying.empty())

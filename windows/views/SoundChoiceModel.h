@@ -28,7 +28,7 @@ public:
     explicit SoundChoiceModel(std::shared_ptr<WindowSelectionService> windowService, QObject* parent = nullptr);
 
     /// Begins anew, with what is suggested selected; nothing where nothing is.
-    void show(std::uint32_t windowID, platform::SoundChoices choices);
+    void show(std::uint32_t windowID, SoundSuggestion suggestion);
 
     /// "Refresh List": asks again, and keeps the selection if it is still listed.
     Q_INVOKABLE void refresh();
@@ -51,14 +51,14 @@ signals:
     void selectionChanged();
 
 private:
-    void list(platform::SoundChoices choices);
+    void list(SoundSuggestion suggestion);
     [[nodiscard]] platform::SoundChoice choiceAt(int row) const;
     [[nodiscard]] bool isAsBefore(int row) const;
     [[nodiscard]] QString detail(const platform::AudibleApplication& application) const;
 
     std::shared_ptr<WindowSelectionService> windowService_;
     std::uint32_t windowID_ = 0;
-    platform::SoundChoices choices_;
+    SoundSuggestion suggestion_;
     std::optional<platform::SoundChoice> selected_;
     const SelfReference<SoundChoiceModel> self_{*this};
 };

@@ -135,19 +135,19 @@ void WindowPickerModel::askForSound(const CapturedWindowInfo& window, int reques
 {
     if (request != request_)
         return windowService_->giveBackWindow(window.id);
-    windowService_->getSoundChoices(window.id, [weak = self_.weak(), window, request](std::optional<platform::SoundChoices> choices) {
+    windowService_->suggestSound(window.id, [weak = self_.weak(), window, request](std::optional<SoundSuggestion> suggestion) {
         const auto self = weak.lock();
         if (!self)
             return;
         if (request != self->request_)
             return self->windowService_->giveBackWindow(window.id);
-        if (!choices)
+        if (!suggestion)
             return self->capture(window);
-        if (choices->suggestion == platform::SoundChoices::Suggestion::windowsOwn) {
-            self->windowService_->chooseSound(window.id, {choices->applications.front().application});
+        if (suggestion->reason == SoundSuggestion::Reason::windowsOwn) {
+            self->windowService_->chooseSound(window.id, *suggestion->choice);
             return self->capture(window);
         }
-        self->sound_.show(window.id, std::move(*choices));
+        self->sound_.show(window.id, std::move(*suggestion));
         self->granted_ = window;
         emit self->isChoosingSoundChanged();
     });

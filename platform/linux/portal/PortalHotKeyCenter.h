@@ -23,7 +23,7 @@ struct PortalHotKeyCenterOptions {
 /// The first registration asks the desktop, which may ask its user, and is pending; once it is decided, registering the same again says
 /// how. One hot key at a time. The keys are a wish: the desktop, and its user at any time, may choose others. A registration that has
 /// failed is asked for again when it is made again.
-class PortalHotKeyCenter final : public platform::HotKeyCenter {
+class PortalHotKeyCenter final : public platform::HotKeyCenter, public platform::HotKeyDecisions {
 public:
     explicit PortalHotKeyCenter(PortalHotKeyCenterOptions options = {});
     ~PortalHotKeyCenter() override;
@@ -35,6 +35,8 @@ public:
     tl::expected<HotKeyReference, platform::HotKeyStatus> registerEventHotKey(
         std::uint32_t keyCode, std::uint32_t modifiers, platform::HotKeyID hotKeyID) override;
     void unregisterEventHotKey(HotKeyReference reference) override;
+
+    [[nodiscard]] platform::HotKeyDecisions* decisions() override { return this; }
     void observeDecisions(std::function<void()> changed) override;
     [[nodiscard]] std::string explanation() const override;
     [[nodiscard]] std::string boundKeys(HotKeyReference reference) const override;

@@ -2,12 +2,11 @@
 
 #include "base/Mutex.h"
 #include "platform/linux/kernel/ProcessRecords.h"
+#include "platform/linux/portal/CastLife.h"
 #include "platform/linux/portal/CastStream.h"
 #include "platform/linux/portal/Errors.h"
 #include "platform/linux/portal/ScreenCastSession.h"
 
-#include <QDateTime>
-#include <QLocale>
 #include <QTimer>
 
 #include <algorithm>
@@ -28,46 +27,30 @@ constexpr double smallestSide = 100;
 
 /// A window while it is shared. Made and destroyed on the main thread.
 struct Cast {
-    Cast() = default;
-    ~Cast()
-    {
-        if (gone)
-            gone();
-    }
-    Cast(const Cast&) = delete;
-    Cast& operator=(const Cast&) = delete;
-
-    UniqueFunction<void()> gone;
+    CastLife life;
+    QTimer patience;  ///< with the first picture, or with those who want to capture it
     WindowGrant grant;
     std::unique_ptr<ScreenCastSession> session;
     std::unique_ptr<CastStream> stream;
-    bool isEnded = false;
 
     std::string application;  ///< the name of its desktop entry, where the desktop gives it
     std::vector<engine::SoundingApplication> listed;  ///< each was offered as the one whose sound to take
     std::optional<engine::SoundingApplication> sounding;  ///< the one whose sound is taken
 };
 
-platform::ShareableWindow makeEntry(std::uint32_t id, const std::string& name, std::string title)
-{
-    platform::ShareableWindow entry;
-    entry.windowID = id;
-    entry.title = std::move(title);
-    entry.owningApplication = platform::RunningApplication{.bundleIdentifier = {}, .applicationName = name, .processID = 0};
-    return entry;
-}
-
 platform::ShareableWindow chooserEntry()
 {
-    auto entry = makeEntry(PortalShareableContent::chooserID, "Choose a window…", "in this desktop's own dialog");
+    platform::ShareableWindow entry;
+    entry.windowID = PortalShareableContent::chooserID;
     entry.isChoice = true;
     return entry;
 }
 
 platform::ShareableWindow entryFor(const WindowGrant& grant, bool isOnScreen)
 {
-    const auto time = QLocale{}.toString(QDateTime::fromSecsSinceEpoch(grant.grantedAt), QLocale::ShortFormat);
-    auto entry = makeEntry(grant.id, "Shared window", "chosen " + time.toStdString());
+    platform::ShareableWindow entry;
+    entry.windowID = grant.id;
+    entry.chosenAt = std::chrono::sys_seconds{std::chrono::seconds{grant.grantedAt}};
     entry.frame = {0, 0, std::max<double>(smallestSide, grant.width), std::max<double>(smallestSide, grant.height)};
     entry.isOnScreen = isOnScreen;
     return entry;
@@ -100,31 +83,19 @@ bool hasDesktopEntry(const engine::ApplicationIdentity& application, std::string
 platform::SoundChoices soundChoices(std::vector<engine::SoundingApplication>& applications,
     const std::optional<engine::ApplicationIdentity>& before, const std::string& entry)
 {
-    using Suggestion = platform::SoundChoices::Suggestion;
-    const auto count = [&](const auto& isIt) { return std::count_if(applications.begin(), applications.end(), isIt); };
-    const auto isOwn = [&](const auto& application) { return !entry.empty() && hasDesktopEntry(application.identity, entry); };
-    const auto isAsBefore = [&](const auto& application) { return before && engine::isSameApplication(*before, application.identity); };
-    const bool isKnown = count(isOwn) == 1
-        && (!before || count([&](const auto& application) { return isOwn(application) && isAsBefore(application); }) == 1);
-
     platform::SoundChoices choices;
-    if (isKnown) {
-        std::stable_partition(applications.begin(), applications.end(), isOwn);
-        choices.suggestion = Suggestion::windowsOwn;
-    } else if (before && before->isKnown()) {
-        // With two instances it cannot be told which one was meant.
-        choices.suggestion = count(isAsBefore) <= 1 ? Suggestion::asBefore : Suggestion::nothing;
-        if (count(isAsBefore) == 0)
-            applications.insert(applications.begin(), {.identity = *before, .processID = 0, .nowPlaying = {}, .isPlaying = false});
-        else
-            std::stable_partition(applications.begin(), applications.end(), isAsBefore);
-    } else if (before) {
-        choices.suggestion = Suggestion::noSoundAsBefore;
-    } else if (count([](const auto& application) { return application.isPlaying; }) == 1) {
-        choices.suggestion = Suggestion::onlyPlaying;
+    bool isThere = false;
+    for (const auto& application : applications) {
+        const bool wasChosen = before && engine::isSameApplication(*before, application.identity);
+        isThere = isThere || wasChosen;
+        choices.applications.push_back({runningApplication(application), application.nowPlaying, application.isPlaying,
+            !entry.empty() && hasDesktopEntry(application.identity, entry), wasChosen});
     }
-    for (const auto& application : applications)
-        choices.applications.push_back({runningApplication(application), application.nowPlaying, application.isPlaying});
+    choices.wasNoSoundChosen = before && !before->isKnown();
+    if (before && before->isKnown() && !isThere) {
+        applications.push_back({.identity = *before, .processID = 0, .nowPlaying = {}, .isPlaying = false});
+        choices.applications.push_back({.application = runningApplication(applications.back()), .nowPlaying = {}, .wasChosen = true});
+    }
     return choices;
 }
 
@@ -143,11 +114,6 @@ public:
         , options_(std::move(options))
         , grants_(options_.grantsFile)
     {
-        patience_.setSingleShot(true);
-        unclaimed_.setSingleShot(true);
-        QObject::connect(&patience_, &QTimer::timeout,
-            [this] { finish(failPortal(PortalErrorCode::noPicture, "The desktop shared the window, but showed no picture of it.")); });
-        QObject::connect(&unclaimed_, &QTimer::timeout, [this] { offered_.reset(); });
     }
 
     platform::ShareableContent content(bool onScreenOnly)
@@ -179,24 +145,37 @@ public:
     void request(std::uint32_t id, RequestCompletion completion)
     {
         finish(std::optional<platform::ShareableWindow>{});
-        if (auto live = live_.lock(); live && !live->isEnded && live->grant.id == id) {
-            offer(std::move(live));
-            return mainExecutor_->async([entry = entryFor(offered_->grant, true), completion = std::move(completion)]() mutable {
+        if (const auto cast = live(id)) {
+            happen(cast, CastLife::Event::requestedAgain);
+            return mainExecutor_->async([entry = entryFor(cast->grant, true), completion = std::move(completion)]() mutable {
                 completion(std::optional{std::move(entry)});
             });
         }
         completion_ = std::move(completion);
         requested_ = std::make_shared<Cast>();
+        requested_->patience.setSingleShot(true);
+        casts_.push_back(requested_);
         const auto known = grants_.grants();
         const auto found = std::find_if(known.begin(), known.end(), [&](const auto& grant) { return grant.id == id; });
         requested_->grant = found == known.end() ? WindowGrant{} : *found;
         const std::weak_ptr<State> weak = weak_from_this();
         const std::weak_ptr<Cast> cast = requested_;
+        QObject::connect(&requested_->patience, &QTimer::timeout, [weak, cast] {
+            const auto self = weak.lock();
+            const auto waiting = cast.lock();
+            if (!self || !waiting)
+                return;
+            self->lostPatience(waiting);
+            // The timer is not to go while it calls.
+            self->mainExecutor_->async([waiting] {});
+        });
         requested_->session = std::make_unique<ScreenCastSession>(
             options_.busAddress, requested_->grant.restoreToken,
-            [weak](Result<std::optional<SharedWindow>> window) {
-                if (const auto self = weak.lock())
-                    self->opened(std::move(window));
+            [weak, cast](Result<std::optional<SharedWindow>> window) {
+                const auto self = weak.lock();
+                const auto asked = cast.lock();
+                if (self && asked)
+                    self->opened(asked, std::move(window));
             },
             [weak, cast] {
                 const auto self = weak.lock();
@@ -209,10 +188,9 @@ public:
     void getSoundChoices(std::uint32_t id, SoundCompletion completion)
     {
         const auto cast = live(id);
-        if (cast && cast == offered_)
-            unclaimed_.stop();
         if (!cast || !options_.listSoundStreams)
             return mainExecutor_->async([completion = std::move(completion)]() mutable { completion(std::nullopt); });
+        happen(cast, CastLife::Event::soundAsked);
         const std::weak_ptr<State> weak = weak_from_this();
         soundQueue_.async([weak, cast = std::weak_ptr(cast), list = options_.listSoundStreams, executor = mainExecutor_,
                               completion = std::move(completion)]() mutable {
@@ -221,8 +199,8 @@ public:
                 const auto asked = cast.lock();
                 if (self && asked && streams)
                     return completion(choicesFor(*asked, *streams));
-                if (self && asked && asked == self->offered_)
-                    self->unclaimed_.start(self->options_.unclaimedPatience);
+                if (self && asked)
+                    self->happen(asked, CastLife::Event::soundDecided);
                 completion(std::nullopt);
             });
         });
@@ -243,16 +221,13 @@ public:
             cast->grant.sound = chosen->identity;
         }
         remember(cast->grant);
-        if (cast == offered_)
-            unclaimed_.start(options_.unclaimedPatience);
+        happen(cast, CastLife::Event::soundDecided);
     }
 
     void giveBack(std::uint32_t id)
     {
-        if (!offered_ || offered_->grant.id != id)
-            return;
-        unclaimed_.stop();
-        offered_.reset();
+        if (const auto cast = live(id))
+            happen(cast, CastLife::Event::givenBack);
     }
 
     [[nodiscard]] std::optional<engine::AudioTarget> audioTarget(std::uint32_t id) const
@@ -279,22 +254,20 @@ public:
     /// Held until it is released as often as it was taken: so it ends here, whatever becomes of work that is never run.
     std::shared_ptr<Cast> take(std::uint32_t id)
     {
-        auto live = live_.lock();
-        offered_.reset();
-        unclaimed_.stop();
-        if (!live || live->grant.id != id || live->isEnded)
+        const auto cast = live_.lock();
+        if (!cast)
             return nullptr;
-        taken_.push_back(live);
-        return live;
+        if (cast->grant.id == id)
+            return happen(cast, CastLife::Event::taken) ? cast : nullptr;
+        happen(cast, CastLife::Event::givenBack);
+        return nullptr;
     }
 
-    void release(const Cast* cast)
+    void release(const Cast* released)
     {
-        const auto found = std::find_if(taken_.begin(), taken_.end(), [&](const auto& taken) { return taken.get() == cast; });
-        if (found == taken_.end())
-            return;
-        const auto last = *found;
-        taken_.erase(found);
+        const auto found = std::find_if(casts_.begin(), casts_.end(), [&](const auto& cast) { return cast.get() == released; });
+        if (found != casts_.end())
+            happen(std::shared_ptr{*found}, CastLife::Event::released);
     }
 
     [[nodiscard]] const std::shared_ptr<Executor>& mainExecutor() const { return mainExecutor_; }
@@ -303,7 +276,33 @@ private:
     [[nodiscard]] std::shared_ptr<Cast> live(std::uint32_t id) const
     {
         auto cast = live_.lock();
-        return cast && !cast->isEnded && cast->grant.id == id ? cast : nullptr;
+        return cast && cast->life.isGranted() && cast->grant.id == id ? cast : nullptr;
+    }
+
+    /// The one place where a cast's state changes, and what hangs on it. False when nothing comes of the event.
+    bool happen(const std::shared_ptr<Cast>& cast, CastLife::Event event)
+    {
+        if (!cast->life.happen(event))
+            return false;
+        if (cast->life.state() == CastLife::State::connecting)
+            cast->patience.start(options_.firstPicturePatience);
+        else if (cast->life.isToBeTakenSoon())
+            cast->patience.start(options_.unclaimedPatience);
+        else
+            cast->patience.stop();
+        if (!cast->life.isGranted() && cast == live_.lock())
+            nothingIsShared();
+        if (cast->life.state() == CastLife::State::over)
+            std::erase(casts_, cast);
+        return true;
+    }
+
+    void lostPatience(const std::shared_ptr<Cast>& cast)
+    {
+        if (cast->life.state() == CastLife::State::connecting)
+            finish(failPortal(PortalErrorCode::noPicture, "The desktop shared the window, but showed no picture of it."));
+        else
+            happen(cast, CastLife::Event::givenBack);
     }
 
     static platform::SoundChoices choicesFor(Cast& cast, const std::vector<engine::SoundStream>& streams)
@@ -314,13 +313,15 @@ private:
         return choices;
     }
 
-    void opened(Result<std::optional<SharedWindow>> window)
+    void opened(const std::shared_ptr<Cast>& asked, Result<std::optional<SharedWindow>> window)
     {
         if (!window)
             return finish(fail(std::move(window.error())));
         if (!*window)
             return finish(std::optional<platform::ShareableWindow>{});
-        auto& grant = requested_->grant;
+        if (!happen(asked, CastLife::Event::handedOut))
+            return;
+        auto& grant = asked->grant;
         const bool wasKnown = grant.id != 0;
         grant.restoreToken = (*window)->restoreToken;
         grant.grantedAt = wasKnown ? grant.grantedAt : std::time(nullptr);
@@ -329,7 +330,7 @@ private:
             remember(grant);
 
         const std::weak_ptr<State> weak = weak_from_this();
-        const std::weak_ptr<Cast> cast = requested_;
+        const std::weak_ptr<Cast> cast = asked;
         const auto post = [weak, cast, executor = mainExecutor_](auto work) {
             executor->async([weak, cast, work = std::move(work)]() mutable {
                 const auto self = weak.lock();
@@ -352,14 +353,16 @@ private:
                     }});
         if (!stream)
             return finish(fail(std::move(stream.error())));
-        requested_->stream = std::move(*stream);
-        patience_.start(options_.firstPicturePatience);
+        asked->stream = std::move(*stream);
     }
 
     void shown(const std::shared_ptr<Cast>& cast, std::int32_t width, std::int32_t height)
     {
-        if (cast != requested_)
+        if (!happen(cast, CastLife::Event::shown))
             return;
+        // Of what was granted before, only a capture is wanted any more.
+        if (const auto before = live_.lock())
+            happen(before, CastLife::Event::givenBack);
         auto& grant = cast->grant;
         if (grant.id == 0)
             grant.id = freeID();
@@ -371,12 +374,6 @@ private:
             shared_ = grant;
         }
         live_ = cast;
-        cast->gone = [weak = weak_from_this()] {
-            const auto self = weak.lock();
-            if (self && self->live_.expired())
-                self->nothingIsShared();
-        };
-        offer(cast);
         finish(std::optional{entryFor(grant, true)});
     }
 
@@ -396,14 +393,13 @@ private:
     /// Sharing ended by itself.
     void ended(const std::shared_ptr<Cast>& cast, const Error& error)
     {
-        cast->isEnded = true;
-        if (cast == requested_)
-            return finish(fail(error));
-        cast->stream->end(error);
-        if (cast != live_.lock())
+        const bool wasGranted = cast->life.isGranted();
+        if (!happen(cast, CastLife::Event::endedByDesktop))
             return;
-        nothingIsShared();
-        offered_.reset();
+        if (wasGranted)
+            cast->stream->end(error);
+        else
+            finish(fail(error));
     }
 
     void remember(const WindowGrant& grant)
@@ -414,16 +410,10 @@ private:
             grants_.store(grant);
     }
 
-    void offer(std::shared_ptr<Cast> cast)
-    {
-        offered_ = std::move(cast);
-        unclaimed_.start(options_.unclaimedPatience);
-    }
-
     void finish(Result<std::optional<platform::ShareableWindow>> result)
     {
-        patience_.stop();
-        requested_.reset();
+        if (const auto cast = std::exchange(requested_, nullptr))
+            happen(cast, CastLife::Event::requestEnded);
         if (auto completion = std::exchange(completion_, nullptr))
             completion(std::move(result));
     }
@@ -432,12 +422,9 @@ private:
     const PortalShareableContentOptions options_;
     SerialQueue soundQueue_{"com.velmora.portal.sound"};
     WindowGrants grants_;
-    QTimer patience_;
-    QTimer unclaimed_;
     RequestCompletion completion_;
-    std::shared_ptr<Cast> requested_;  // not granted yet
-    std::shared_ptr<Cast> offered_;  // until a stream takes it
-    std::vector<std::shared_ptr<Cast>> taken_;  // by streams
+    std::vector<std::shared_ptr<Cast>> casts_;  // until they are over, so that they end here
+    std::shared_ptr<Cast> requested_;  // on its way
     std::weak_ptr<Cast> live_;  // the last one that was granted
     Mutex mutex_;
     std::optional<WindowGrant> shared_ GUARDED_BY(mutex_);

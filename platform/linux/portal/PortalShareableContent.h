@@ -8,6 +8,7 @@
 #include "engine/sound/SoundingApplications.h"
 #include "platform/ShareableContent.h"
 #include "platform/StreamConfiguration.h"
+#include "platform/WindowRequests.h"
 #include "platform/linux/portal/WindowGrants.h"
 
 #include <chrono>
@@ -35,9 +36,8 @@ struct PortalShareableContentOptions {
 /// request, which shares the window, asking the user where the desktop wants that; from then on it is on the screen, until its stream
 /// or the desktop ends the sharing. One window is shared at a time. There are no displays and no applications.
 ///
-/// Whose sound goes with a window is known where the desktop names its application and exactly one that plays sound is that one. Otherwise
-/// the user chooses; what was chosen is kept with the grant, and counts more than what the desktop says.
-class PortalShareableContent final : public platform::ShareableContentProvider {
+/// Whose sound was chosen for a window is kept with its grant.
+class PortalShareableContent final : public platform::ShareableContentProvider, public platform::WindowRequests {
 public:
     /// The entry for the desktop's chooser.
     static constexpr std::uint32_t chooserID = 1;
@@ -49,9 +49,10 @@ public:
 
     /// On any thread; completes before it returns.
     void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly, Completion completion) override;
+    [[nodiscard]] platform::WindowRequests* requests() override { return this; }
+
     [[nodiscard]] bool needsRequest(std::uint32_t windowID) const override;
     void requestWindow(std::uint32_t windowID, RequestCompletion completion) override;
-
     void getSoundChoices(std::uint32_t windowID, SoundCompletion completion) override;
     void chooseSound(std::uint32_t windowID, const platform::SoundChoice& choice) override;
     void giveBackWindow(std::uint32_t windowID) override;

@@ -22,7 +22,7 @@ inline constexpr platform::HotKeyStatus modifierMissing = -3;  ///< no modifier,
 
 /// Grabs the combinations on the root window (XGrabKey) with any state of CapsLock and NumLock: a press goes to no other program.
 /// Option is Alt, Command is Super. While a menu or a screen lock has the keyboard to itself, no press arrives.
-class X11HotKeyCenter final : public platform::HotKeyCenter {
+class X11HotKeyCenter final : public platform::HotKeyCenter, public platform::KeyTexts {
 public:
     /// Connects with the first registration. Handlers are called by way of `mainExecutor`.
     X11HotKeyCenter(std::shared_ptr<X11EventThread> events, std::shared_ptr<Executor> mainExecutor);
@@ -36,6 +36,8 @@ public:
     tl::expected<HotKeyReference, platform::HotKeyStatus> registerEventHotKey(
         std::uint32_t keyCode, std::uint32_t modifiers, platform::HotKeyID hotKeyID) override;
     void unregisterEventHotKey(HotKeyReference reference) override;
+
+    [[nodiscard]] platform::KeyTexts* keyTexts() override { return this; }
 
     /// Under the layout that is in use at the call. From the first registration on the observer hears of a new mapping, but not of the
     /// user's switching from one layout of that mapping to the next.

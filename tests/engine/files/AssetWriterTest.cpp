@@ -336,6 +336,26 @@ TEST(AssetWriter, AFileThatWasMovedMeanwhileFailsAndNamesThePlaceWhereItLiesWhol
     EXPECT_EQ(decodeClean(place).pictures.size(), 60U);
 }
 
+TEST(AssetWriter, SoundThatWasMadeReadyIsEncodedByWhatIsThereAndNothingIsMadeForIt)
+{
+    const TemporaryDirectory folder;
+    std::atomic<int> madeHere = 0;
+    AssetWriterFactory factory{[&, caller = std::this_thread::get_id()](const AudioOutputSettings& settings) {
+        madeHere += std::this_thread::get_id() == caller ? 1 : 0;
+        return aacEncoders(settings);
+    }};
+    const AudioOutputSettings settings;
+    ASSERT_TRUE(factory.soundPreparation());
+    factory.soundPreparation()->prepareSound(settings);
+    for (const auto* name : {"first.mp4", "second.mp4"}) {
+        factory.waitUntilPrepared();
+        const auto writer = factory.makeAssetWriter(folder.path() / name, platform::AssetFileType::mpeg4).value();
+        const auto input = writer->makeInput(MediaType::audio, settings, nullptr);
+        EXPECT_TRUE(writer->canAdd(*input));
+    }
+    EXPECT_EQ(madeHere, 0);
+}
+
 // Two who want the same name at once, again and again: each removes what nobody holds, then creates.
 TEST(AssetWriter, OfTwoWritersOfOneNameNoneLosesItsFileToTheOther)
 {

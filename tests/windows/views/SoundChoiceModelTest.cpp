@@ -12,11 +12,22 @@ using platform::AudibleApplication;
 using platform::SoundChoice;
 using platform::SoundChoices;
 using ::testing::ElementsAre;
-using Suggestion = SoundChoices::Suggestion;
 
 AudibleApplication application(const std::string& name, std::int32_t process = 0, const std::string& nowPlaying = {}, bool isPlaying = true)
 {
     return {{name + "-bin", name, process}, nowPlaying, isPlaying};
+}
+
+/// It was chosen for the window before.
+AudibleApplication chosenBefore(AudibleApplication application)
+{
+    application.wasChosen = true;
+    return application;
+}
+
+SoundSuggestion offer(std::vector<AudibleApplication> applications, bool wasNoSoundChosen = false)
+{
+    return suggestSound({std::move(applications), wasNoSoundChosen});
 }
 
 class SoundChoiceModelTest : public testing::Test {
@@ -35,13 +46,13 @@ protected:
 
 TEST_F(SoundChoiceModelTest, NoSoundIsAlwaysTheLastRow)
 {
-    model.show(7, {{application("Player"), application("Browser")}, Suggestion::nothing});
+    model.show(7, offer({application("Player"), application("Browser")}));
     EXPECT_THAT(column(SoundChoiceModel::AppName), ElementsAre("Player", "Browser", "No sound"));
 }
 
 TEST_F(SoundChoiceModelTest, WhereNothingIsSuggestedTheUserHasToChoose)
 {
-    model.show(7, {{application("Player"), application("Browser")}, Suggestion::nothing});
+    model.show(7, offer({application("Player"), application("Browser")}));
     EXPECT_EQ(model.selectedRow(), -1);
     EXPECT_FALSE(model.canStart());
     model.select(1);
@@ -51,38 +62,39 @@ TEST_F(SoundChoiceModelTest, WhereNothingIsSuggestedTheUserHasToChoose)
 
 TEST_F(SoundChoiceModelTest, WhatIsSuggestedIsSelected)
 {
-    for (const auto suggestion : {Suggestion::onlyPlaying, Suggestion::asBefore}) {
-        model.show(7, {{application("Player"), application("Browser")}, suggestion});
-        EXPECT_EQ(model.selectedRow(), 0);
-    }
-    model.show(7, {{application("Player")}, Suggestion::noSoundAsBefore});
+    model.show(7, offer({application("Player"), application("Browser", 0, {}, false)}));
+    EXPECT_EQ(model.selectedRow(), 0);
+    EXPECT_EQ(*model.selected(), SoundChoice{application("Player").application});
+    model.show(7, offer({application("Player"), chosenBefore(application("Browser"))}));
+    EXPECT_EQ(model.selectedRow(), 0);
+    EXPECT_EQ(*model.selected(), SoundChoice{application("Browser").application});
+    model.show(7, offer({application("Player")}, true));
     EXPECT_EQ(model.selectedRow(), 1);
     EXPECT_EQ(*model.selected(), SoundChoice{});
 }
 
 TEST_F(SoundChoiceModelTest, WithoutApplicationsNoSoundIsAllThatThereIs)
 {
-    model.show(7, {});
+    model.show(7, offer({}));
     EXPECT_EQ(model.selectedRow(), 0);
     EXPECT_TRUE(model.canStart());
 }
 
 TEST_F(SoundChoiceModelTest, WhatWasChosenBeforeIsMarked)
 {
-    model.show(7, {{application("Player"), application("Browser")}, Suggestion::asBefore});
+    model.show(7, offer({chosenBefore(application("Player")), application("Browser")}));
     EXPECT_THAT(column(SoundChoiceModel::IsAsBefore), ElementsAre("true", "false", "false"));
-    model.show(7, {{application("Player")}, Suggestion::noSoundAsBefore});
+    model.show(7, offer({application("Player")}, true));
     EXPECT_THAT(column(SoundChoiceModel::IsAsBefore), ElementsAre("false", "true"));
-    model.show(7, {{application("Player")}, Suggestion::onlyPlaying});
+    model.show(7, offer({application("Player")}));
     EXPECT_THAT(column(SoundChoiceModel::IsAsBefore), ElementsAre("false", "false"));
 }
 
 TEST_F(SoundChoiceModelTest, RowsSayWhatPlaysWhetherItPausesAndWhichOfTwoItIs)
 {
     model.show(7,
-        {{application("Player", 12, "<b>Film</b>"), application("Player", 34), application("Browser", 5, "Page", false),
-             application("Game", 6, {}, false)},
-            Suggestion::nothing});
+        offer({application("Player", 12, "<b>Film</b>"), application("Player", 34), application("Browser", 5, "Page", false),
+            application("Game", 6, {}, false)}));
     EXPECT_THAT(column(SoundChoiceModel::Detail),
         ElementsAre("<b>Film</b> · process 12", "playing now · process 34", "Page · not playing now", "not playing now",
             "The clip will be silent"));
@@ -92,7 +104,7 @@ TEST_F(SoundChoiceModelTest, RowsSayWhatPlaysWhetherItPausesAndWhichOfTwoItIs)
 
 TEST_F(SoundChoiceModelTest, ArrowsMoveTheSelectionToTheEndsAndNotBeyond)
 {
-    model.show(7, {{application("Player"), application("Browser")}, Suggestion::nothing});
+    model.show(7, offer({application("Player"), application("Browser")}));
     model.moveSelection(-1);
     EXPECT_EQ(model.selectedRow(), 2);
     model.moveSelection(1);
@@ -105,30 +117,30 @@ TEST_F(SoundChoiceModelTest, ArrowsMoveTheSelectionToTheEndsAndNotBeyond)
 
 TEST_F(SoundChoiceModelTest, RefreshingKeepsTheSelectionWhereverItIsListed)
 {
-    model.show(7, {{application("Player"), application("Browser")}, Suggestion::nothing});
+    model.show(7, offer({application("Player"), application("Browser")}));
     model.select(1);
     model.refresh();
     EXPECT_THAT(content->soundQuestions, ElementsAre(7U));
-    content->pendingSoundQuestion(SoundChoices{{application("Browser"), application("Game")}, Suggestion::nothing});
+    content->pendingSoundQuestion(SoundChoices{{application("Browser"), application("Game")}});
     EXPECT_EQ(model.selectedRow(), 0);
     EXPECT_EQ(*model.selected(), SoundChoice{application("Browser").application});
 }
 
 TEST_F(SoundChoiceModelTest, RefreshingSelectsNothingInPlaceOfWhatHasGone)
 {
-    model.show(7, {{application("Player")}, Suggestion::onlyPlaying});
+    model.show(7, offer({application("Player")}));
     model.refresh();
-    content->pendingSoundQuestion(SoundChoices{{application("Game")}, Suggestion::onlyPlaying});
+    content->pendingSoundQuestion(SoundChoices{{application("Game")}});
     EXPECT_FALSE(model.canStart()) << "another application is not taken by itself";
 }
 
 TEST_F(SoundChoiceModelTest, AnAnswerForTheWindowBeforeIsNotShown)
 {
-    model.show(7, {{application("Player")}, Suggestion::nothing});
+    model.show(7, offer({application("Player")}));
     model.refresh();
     auto late = std::move(content->pendingSoundQuestion);
-    model.show(8, {{application("Browser")}, Suggestion::nothing});
-    late(SoundChoices{{application("Player")}, Suggestion::nothing});
+    model.show(8, offer({application("Browser")}));
+    late(SoundChoices{{application("Player")}});
     EXPECT_THAT(column(SoundChoiceModel::AppName), ElementsAre("Browser", "No sound"));
 }
 

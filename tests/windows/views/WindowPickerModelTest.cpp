@@ -147,7 +147,7 @@ TEST_F(WindowPickerRequestTest, AWindowThatIsStillToBeChosenIsListedWithoutASize
 TEST_F(WindowPickerRequestTest, AWindowThatNeedsItIsRequestedBeforeItIsCaptured)
 {
     startRequest();
-    EXPECT_THAT(content->requests, ElementsAre(1U));
+    EXPECT_THAT(content->requestedWindows, ElementsAre(1U));
     EXPECT_FALSE(coordinator->selectedWindow());
     EXPECT_EQ(dismissals, 0);
 }
@@ -155,7 +155,7 @@ TEST_F(WindowPickerRequestTest, AWindowThatNeedsItIsRequestedBeforeItIsCaptured)
 TEST_F(WindowPickerRequestTest, WhatIsGrantedIsCapturedAndNotWhatWasAskedFor)
 {
     startRequest();
-    ASSERT_THAT(content->requests, ElementsAre(1U));
+    ASSERT_THAT(content->requestedWindows, ElementsAre(1U));
     auto granted = content->content.windows.front();
     granted.windowID = 7;
     content->content.windows.push_back(granted);
@@ -170,7 +170,7 @@ TEST_F(WindowPickerRequestTest, WhatIsGrantedIsCapturedAndNotWhatWasAskedFor)
 TEST_F(WindowPickerRequestTest, ACancelledRequestCallsNothingAndLeavesThePickerOpen)
 {
     startRequest();
-    ASSERT_THAT(content->requests, ElementsAre(1U));
+    ASSERT_THAT(content->requestedWindows, ElementsAre(1U));
     content->pendingRequest(std::optional<platform::ShareableWindow>{});
     executor->runAll();
     EXPECT_FALSE(coordinator->selectedWindow());
@@ -181,7 +181,7 @@ TEST_F(WindowPickerRequestTest, ACancelledRequestCallsNothingAndLeavesThePickerO
 TEST_F(WindowPickerRequestTest, AFailedRequestIsToldToTheUser)
 {
     startRequest();
-    ASSERT_THAT(content->requests, ElementsAre(1U));
+    ASSERT_THAT(content->requestedWindows, ElementsAre(1U));
     content->pendingRequest(fail("Velmora.Test", 1, "No portal."));
     executor->runAll();
     EXPECT_FALSE(coordinator->selectedWindow());
@@ -191,26 +191,26 @@ TEST_F(WindowPickerRequestTest, AFailedRequestIsToldToTheUser)
 /// Window 7 has been granted, and a player and a browser are playing.
 class WindowPickerSoundTest : public WindowPickerRequestTest {
 protected:
-    using Suggestion = platform::SoundChoices::Suggestion;
-
-    void grantAndAnswer(Suggestion suggestion)
+    void grantAndAnswer(platform::SoundChoices choices)
     {
         startRequest();
         auto granted = content->content.windows.front();
         granted.windowID = 7;
         content->content.windows.push_back(granted);
         content->pendingRequest(std::optional{granted});
-        content->pendingSoundQuestion(platform::SoundChoices{{player, browser}, suggestion});
+        content->pendingSoundQuestion(std::move(choices));
         executor->runAll();
     }
 
     const platform::AudibleApplication player{{"player-bin", "Player", 12}, "Film", true};
+    const platform::AudibleApplication owner{{"player-bin", "Player", 12}, "Film", true, true};
+    const platform::AudibleApplication playerAsBefore{{"player-bin", "Player", 12}, "Film", true, false, true};
     const platform::AudibleApplication browser{{"browser-bin", "Browser", 34}, "Page", true};
 };
 
 TEST_F(WindowPickerSoundTest, AfterTheGrantThePickerAsksWhoseSoundItIs)
 {
-    grantAndAnswer(Suggestion::nothing);
+    grantAndAnswer({{player, browser}});
     EXPECT_TRUE(model.isChoosingSound());
     EXPECT_FALSE(coordinator->selectedWindow());
     EXPECT_EQ(dismissals, 0);
@@ -228,7 +228,7 @@ TEST_F(WindowPickerSoundTest, AfterTheGrantThePickerAsksWhoseSoundItIs)
 
 TEST_F(WindowPickerSoundTest, EvenTheOnlyOneIsShownBeforeItIsTaken)
 {
-    grantAndAnswer(Suggestion::onlyPlaying);
+    grantAndAnswer({{player}});
     EXPECT_TRUE(model.isChoosingSound());
     EXPECT_EQ(model.sound()->selectedRow(), 0);
     EXPECT_THAT(content->chosenSounds, IsEmpty());
@@ -236,7 +236,7 @@ TEST_F(WindowPickerSoundTest, EvenTheOnlyOneIsShownBeforeItIsTaken)
 
 TEST_F(WindowPickerSoundTest, NoSoundCanBeChosen)
 {
-    grantAndAnswer(Suggestion::asBefore);
+    grantAndAnswer({{playerAsBefore, browser}});
     model.sound()->select(2);
     model.start();
     executor->runAll();
@@ -246,7 +246,7 @@ TEST_F(WindowPickerSoundTest, NoSoundCanBeChosen)
 
 TEST_F(WindowPickerSoundTest, TheWindowsOwnSoundIsTakenWithoutAQuestion)
 {
-    grantAndAnswer(Suggestion::windowsOwn);
+    grantAndAnswer({{browser, owner}});
     EXPECT_FALSE(model.isChoosingSound());
     EXPECT_THAT(content->chosenSounds, ElementsAre(::testing::Pair(7U, platform::SoundChoice{player.application})));
     EXPECT_TRUE(coordinator->selectedWindow());
@@ -254,7 +254,7 @@ TEST_F(WindowPickerSoundTest, TheWindowsOwnSoundIsTakenWithoutAQuestion)
 
 TEST_F(WindowPickerSoundTest, GoingBackGivesTheWindowBackAndCallsNothing)
 {
-    grantAndAnswer(Suggestion::onlyPlaying);
+    grantAndAnswer({{player}});
     model.cancel();
     executor->runAll();
     EXPECT_FALSE(model.isChoosingSound());
@@ -269,7 +269,7 @@ TEST_F(WindowPickerSoundTest, GoingBackGivesTheWindowBackAndCallsNothing)
 
 TEST_F(WindowPickerSoundTest, AClosedPickerGivesTheWindowBack)
 {
-    grantAndAnswer(Suggestion::onlyPlaying);
+    grantAndAnswer({{player}});
     model.viewDidDisappear();
     EXPECT_FALSE(model.isChoosingSound());
     EXPECT_THAT(content->windowsGivenBack, ElementsAre(7U));
@@ -277,7 +277,7 @@ TEST_F(WindowPickerSoundTest, AClosedPickerGivesTheWindowBack)
 
 TEST_F(WindowPickerSoundTest, APickerThatIsClosedWhileTheCaptureBeginsLeavesItTheWindow)
 {
-    grantAndAnswer(Suggestion::onlyPlaying);
+    grantAndAnswer({{player}});
     model.start();
     model.viewDidDisappear();
     EXPECT_THAT(content->windowsGivenBack, IsEmpty());
@@ -305,7 +305,7 @@ TEST_F(WindowPickerSoundTest, SoundsThatComeAfterThePickerWasClosedAreNotAskedFo
     granted.windowID = 7;
     content->pendingRequest(std::optional{granted});
     model.viewDidDisappear();
-    content->pendingSoundQuestion(platform::SoundChoices{{player}, Suggestion::windowsOwn});
+    content->pendingSoundQuestion(platform::SoundChoices{{owner}});
     executor->runAll();
     EXPECT_FALSE(model.isChoosingSound());
     EXPECT_THAT(content->windowsGivenBack, ElementsAre(7U));
@@ -314,7 +314,7 @@ TEST_F(WindowPickerSoundTest, SoundsThatComeAfterThePickerWasClosedAreNotAskedFo
 
 TEST_F(WindowPickerSoundTest, TheNextOpeningBeginsWithTheWindows)
 {
-    grantAndAnswer(Suggestion::onlyPlaying);
+    grantAndAnswer({{player}});
     appear();
     EXPECT_FALSE(model.isChoosingSound());
 }

@@ -195,8 +195,7 @@ TEST_F(WindowPickerViewTest, InTheSecondStepReturnPressesTheFocusedButtonAndStar
         granted.windowID = 7;
         content->content.windows.push_back(granted);
         content->pendingRequest(std::optional{granted});
-        content->pendingSoundQuestion(
-            platform::SoundChoices{{{{"player-bin", "Player", 12}, "Film", true}}, platform::SoundChoices::Suggestion::onlyPlaying});
+        content->pendingSoundQuestion(platform::SoundChoices{{{{"player-bin", "Player", 12}, "Film", true}}});
         executor->runAll();
         static_cast<void>(window->grab());
         ASSERT_TRUE(window->shows(QStringLiteral("Choose Its Sound")));

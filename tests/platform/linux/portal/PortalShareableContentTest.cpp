@@ -208,7 +208,7 @@ TEST_F(PortalShareableContentTest, AGrantedWindowIsListedByTheNextProgramAndNeed
     content = makeContent();
     ASSERT_THAT(windows(), SizeIs(2));
     EXPECT_EQ(windows()[0].windowID, window.windowID);
-    EXPECT_EQ(windows()[0].title, window.title);
+    EXPECT_EQ(windows()[0].chosenAt, window.chosenAt);
     EXPECT_EQ(windows()[0].frame, window.frame);
     EXPECT_FALSE(windows()[0].isOnScreen);
     EXPECT_EQ(grant(window.windowID), window);
@@ -297,7 +297,19 @@ std::vector<std::string> names(const platform::SoundChoices& choices)
     return result;
 }
 
-using Suggestion = platform::SoundChoices::Suggestion;
+/// The names of those of which that is so.
+std::vector<std::string> names(const platform::SoundChoices& choices, bool platform::AudibleApplication::*fact)
+{
+    std::vector<std::string> result;
+    for (const auto& each : choices.applications) {
+        if (each.*fact)
+            result.push_back(each.application.applicationName);
+    }
+    return result;
+}
+
+constexpr auto ownsWindow = &platform::AudibleApplication::ownsWindow;
+constexpr auto wasChosen = &platform::AudibleApplication::wasChosen;
 
 TEST_F(PortalShareableContentTest, WithoutASoundServerThereIsNoSoundToChoose)
 {
@@ -317,7 +329,7 @@ TEST_F(PortalShareableContentTest, AWindowThatIsNotGrantedHasNoSoundToChoose)
     EXPECT_FALSE(soundChoices(77));
 }
 
-TEST_F(PortalShareableContentTest, ApplicationsThatSoundAreOfferedAndTheOnlyOneThatPlaysIsSuggested)
+TEST_F(PortalShareableContentTest, ApplicationsThatSoundAreOfferedThoseThatPlayFirst)
 {
     const auto window = grant();
     play({playing("Waiting", false), playing("Player")});
@@ -326,15 +338,10 @@ TEST_F(PortalShareableContentTest, ApplicationsThatSoundAreOfferedAndTheOnlyOneT
     EXPECT_THAT(names(*choices), ElementsAre("Player", "Waiting"));
     EXPECT_EQ(choices->applications[0], (platform::AudibleApplication{{"Player-bin", "Player", 0}, "Player's film", true}));
     EXPECT_FALSE(choices->applications[1].isPlaying);
-    EXPECT_EQ(choices->suggestion, Suggestion::onlyPlaying);
+    EXPECT_THAT(names(*choices, ownsWindow), SizeIs(0)) << "this desktop does not tell";
+    EXPECT_THAT(names(*choices, wasChosen), SizeIs(0));
+    EXPECT_FALSE(choices->wasNoSoundChosen);
     EXPECT_FALSE(content->audioTarget(window.windowID)) << "nobody has chosen";
-}
-
-TEST_F(PortalShareableContentTest, OfSeveralThatPlayNoneIsSuggested)
-{
-    const auto window = grant();
-    play({playing("Player"), playing("Browser")});
-    EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::nothing);
 }
 
 TEST_F(PortalShareableContentTest, TheChosenSoundIsTheWindowsAndNoSoundIsNone)
@@ -352,7 +359,7 @@ TEST_F(PortalShareableContentTest, TheChosenSoundIsTheWindowsAndNoSoundIsNone)
     EXPECT_FALSE(content->audioTarget(window.windowID));
 }
 
-TEST_F(PortalShareableContentTest, WhatWasChosenIsSuggestedByTheNextProgramEvenWhenItDoesNotPlay)
+TEST_F(PortalShareableContentTest, TheNextProgramKnowsWhatWasChosenAndOffersItEvenWhenItIsNotThere)
 {
     const auto window = grant();
     play({playing("Player"), playing("Browser")});
@@ -363,13 +370,13 @@ TEST_F(PortalShareableContentTest, WhatWasChosenIsSuggestedByTheNextProgramEvenW
     grant(window.windowID);
     auto choices = soundChoices(window.windowID);
     ASSERT_TRUE(choices);
-    EXPECT_EQ(choices->suggestion, Suggestion::asBefore);
-    EXPECT_THAT(names(*choices), ElementsAre("Player", "Browser"));
+    EXPECT_THAT(names(*choices, wasChosen), ElementsAre("Player"));
+    EXPECT_THAT(names(*choices), ElementsAre("Browser", "Player"));
     play({playing("Browser")});
     choices = soundChoices(window.windowID);
-    EXPECT_EQ(choices->suggestion, Suggestion::asBefore);
-    EXPECT_THAT(names(*choices), ElementsAre("Player", "Browser"));
-    EXPECT_FALSE(choices->applications[0].isPlaying);
+    EXPECT_THAT(names(*choices, wasChosen), ElementsAre("Player"));
+    EXPECT_THAT(names(*choices), ElementsAre("Browser", "Player"));
+    EXPECT_FALSE(choices->applications[1].isPlaying);
     choose(window.windowID, "Player");
     EXPECT_EQ(content->audioTarget(window.windowID)->applicationName, "Player");
 }
@@ -384,10 +391,11 @@ TEST_F(PortalShareableContentTest, NoSoundIsRememberedToo)
     cast->waitUntilAlone();
     content = makeContent();
     grant(window.windowID);
-    EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::noSoundAsBefore);
+    EXPECT_TRUE(soundChoices(window.windowID)->wasNoSoundChosen);
+    EXPECT_THAT(names(*soundChoices(window.windowID), wasChosen), SizeIs(0));
 }
 
-TEST_F(PortalShareableContentTest, OfTwoInstancesOfWhatWasChosenNoneIsSuggested)
+TEST_F(PortalShareableContentTest, OfTwoInstancesOfWhatWasChosenItIsSaidOfBoth)
 {
     const auto window = grant();
     auto first = playing("Player");
@@ -399,10 +407,10 @@ TEST_F(PortalShareableContentTest, OfTwoInstancesOfWhatWasChosenNoneIsSuggested)
     second.identity.processID = ::getppid();
     second.identity.processIDIsCertain = true;
     play({first, second});
-    EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::nothing);
+    EXPECT_THAT(names(*soundChoices(window.windowID), wasChosen), ElementsAre("Player", "Player"));
 }
 
-TEST_F(PortalShareableContentTest, WhereTheDesktopTellsTheApplicationItsSoundIsTheWindowsOwn)
+TEST_F(PortalShareableContentTest, WhereTheDesktopTellsTheApplicationOfTheWindowItIsSaidOfThatOne)
 {
     cast = std::make_unique<TestCast>(TestCast::Options{.name = "kwin-screencast-org.example.player"});
     portal.node = cast->nodeID();
@@ -410,13 +418,13 @@ TEST_F(PortalShareableContentTest, WhereTheDesktopTellsTheApplicationItsSoundIsT
     play({playing("Browser"), playing("Player")});
     const auto choices = soundChoices(window.windowID);
     ASSERT_TRUE(choices);
-    EXPECT_EQ(choices->suggestion, Suggestion::windowsOwn);
-    EXPECT_EQ(names(*choices).front(), "Player");
+    EXPECT_THAT(names(*choices, ownsWindow), ElementsAre("Player"));
     play({playing("Browser")});
-    EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::onlyPlaying) << "it plays no sound";
+    EXPECT_THAT(names(*soundChoices(window.windowID), ownsWindow), SizeIs(0)) << "it does not sound";
     choose(window.windowID, "Browser");
     play({playing("Browser"), playing("Player")});
-    EXPECT_EQ(soundChoices(window.windowID)->suggestion, Suggestion::asBefore) << "the user's word counts more";
+    EXPECT_THAT(names(*soundChoices(window.windowID), ownsWindow), ElementsAre("Player"));
+    EXPECT_THAT(names(*soundChoices(window.windowID), wasChosen), ElementsAre("Browser"));
 }
 
 TEST_F(PortalShareableContentTest, AWindowWhoseSoundIsBeingChosenStaysGrantedUntilItIsGivenBack)
