@@ -1,7 +1,7 @@
 #include "capture/ScreenCaptureKitService.h"
 
 #include "base/Fatal.h"
-#include "capture/ClipAudioSettings.h"
+#include "capture/replay/ClipAudioSettings.h"
 #include "system/Log.h"
 #include "windows/WindowCatalogue.h"
 
