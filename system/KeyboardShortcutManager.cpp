@@ -99,6 +99,7 @@ void KeyboardShortcutManager::registerAll()
     isWanted_ = true;
     unregisterHotKey();
     setIsRegistered(false);
+    isRegistrationErrorExplained_ = false;
     setRegistrationErrorMessage(std::nullopt);
     const auto registered = services_.hotKeyCenter->registerEventHotKey(
         toggleRecordingShortcut_.keyCode, toggleRecordingShortcut_.modifiers, {hotKeySignature, toggleRecordingHotKeyID});

@@ -49,7 +49,7 @@ TEST_F(RepairCommandTest, SaysThatThereWasNothingToDo)
     repairer.answer = platform::AssetRepairer::Outcome::nothingToDo;
     EXPECT_EQ(run(), command_line::succeeded);
     EXPECT_EQ(output, "/clips/a.mp4\n");
-    EXPECT_NE(errors.find("Nothing to repair"), std::string::npos);
+    EXPECT_EQ(errors, "Nothing to repair: the file is whole.\n");
 }
 
 TEST_F(RepairCommandTest, SaysWhyItCannot)

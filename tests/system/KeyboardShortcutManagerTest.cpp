@@ -305,6 +305,28 @@ TEST_F(KeyboardShortcutManagerTest, WithItsEndItIsRegisteredNoLonger)
     EXPECT_EQ(announced, false);
 }
 
+TEST_F(KeyboardShortcutManagerTest, WithItsEndNobodyTellsItOfKeysAndDecisions)
+{
+    manager();
+    ASSERT_TRUE(centre->textsChanged);
+    ASSERT_TRUE(centre->decided);
+    manager_.reset();
+    EXPECT_FALSE(centre->textsChanged);
+    EXPECT_FALSE(centre->decided);
+}
+
+TEST_F(KeyboardShortcutManagerTest, NothingIsExplainedWhereNothingFailed)
+{
+    EXPECT_FALSE(manager().isRegistrationErrorExplained());
+    centre->reason = "Bind keys in the settings.";
+    centre->registerStatus = -11;
+    manager().registerAll();
+    ASSERT_TRUE(manager().isRegistrationErrorExplained());
+    centre->registerStatus = 0;
+    manager().registerAll();
+    EXPECT_FALSE(manager().isRegistrationErrorExplained());
+}
+
 TEST_F(KeyboardShortcutManagerTest, ADelegateThatIsGoneIsNotCalled)
 {
     manager();

@@ -1,8 +1,8 @@
 // Files made to keep a reader busy: small themselves, large in what they claim.
 
-#include "media/mp4/BoxWriter.h"
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/RecordingLayout.h"
+#include "tests/media/mp4/HandmadeMovie.h"
 #include "tests/media/mp4/Recordings.h"
 #include "tests/support/media/MemoryFile.h"
 
@@ -14,83 +14,6 @@ namespace velmora::mp4 {
 namespace {
 
 using namespace velmora::test;
-
-/// Samples of one byte, one after another from the beginning of the file: a few hundred bytes, however many samples.
-void writeTrack(BoxWriter& writer, std::uint32_t id, std::uint32_t sampleCount)
-{
-    const auto trak = writer.box("trak");
-    {
-        const auto tkhd = writer.fullBox("tkhd", 0, 7);
-        writer.zeros(8);
-        writer.u32(id);
-        writer.zeros(68);
-    }
-    const auto mdia = writer.box("mdia");
-    {
-        const auto mdhd = writer.fullBox("mdhd", 0, 0);
-        writer.zeros(8);
-        writer.u32(1000);
-        writer.zeros(8);
-    }
-    {
-        const auto hdlr = writer.fullBox("hdlr", 0, 0);
-        writer.u32(0);
-        writer.text("soun");
-        writer.zeros(13);
-    }
-    const auto minf = writer.box("minf");
-    const auto stbl = writer.box("stbl");
-    {
-        const auto stsd = writer.fullBox("stsd", 0, 0);
-        writer.u32(1);
-        const auto entry = writer.box("mp4a");
-        writer.zeros(28);
-    }
-    {
-        const auto stts = writer.fullBox("stts", 0, 0);
-        writer.u32(1);
-        writer.u32(sampleCount);
-        writer.u32(1);
-    }
-    {
-        const auto stsc = writer.fullBox("stsc", 0, 0);
-        writer.u32(1);
-        writer.u32(1);
-        writer.u32(sampleCount);
-        writer.u32(1);
-    }
-    {
-        const auto stsz = writer.fullBox("stsz", 0, 0);
-        writer.u32(1);
-        writer.u32(sampleCount);
-    }
-    const auto stco = writer.fullBox("stco", 0, 0);
-    writer.u32(1);
-    writer.u32(0);
-}
-
-/// `extra` is called while the "moov" is open.
-template <typename Extra>
-std::vector<std::byte> movieWith(Extra extra)
-{
-    BoxWriter writer;
-    {
-        const auto ftyp = writer.box("ftyp");
-        writer.text("isom");
-        writer.u32(0);
-    }
-    {
-        const auto moov = writer.box("moov");
-        {
-            const auto mvhd = writer.fullBox("mvhd", 0, 0);
-            writer.zeros(8);
-            writer.u32(1000);
-            writer.zeros(84);
-        }
-        extra(writer);
-    }
-    return writer.take();
-}
 
 /// A track whose samples are in fragments, of which there are none yet.
 std::vector<std::byte> fragmentedMovie()

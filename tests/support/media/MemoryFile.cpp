@@ -48,6 +48,8 @@ Result<std::size_t> MemoryFile::writeSomeAt(std::uint64_t offset, std::span<cons
 
 Result<std::size_t> MemoryFile::readSomeAt(std::uint64_t offset, std::span<std::byte> bytes)
 {
+    if (readCount++ == faults.failingRead)
+        return fail(posixError(EIO, "memory"));
     if (offset >= size_)
         return std::size_t{0};
     const auto inPage = static_cast<std::size_t>(offset % pageSize);

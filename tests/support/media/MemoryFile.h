@@ -30,6 +30,8 @@ public:
         /// No call moves more than this.
         std::size_t largestTransfer = std::numeric_limits<std::size_t>::max();
         std::size_t failingSync = std::numeric_limits<std::size_t>::max();
+        /// The read of this number (from 0) fails with EIO.
+        std::size_t failingRead = std::numeric_limits<std::size_t>::max();
     };
 
     /// One change, as it was requested.
@@ -73,6 +75,7 @@ public:
     std::atomic<bool> isInFolder = true;  ///< removal is safe on any thread
     std::size_t writeCount = 0;
     std::size_t syncCount = 0;
+    std::size_t readCount = 0;
     /// Called before every write; a test may wait in it.
     std::function<void()> beforeWrite;
     /// When set, every change is recorded here.
