@@ -1,4 +1,4 @@
-// What tells a late callback whether the object that it is meant for is still there.
+// Tells a late callback whether the object that it is meant for still exists.
 #pragma once
 
 #include <cstddef>
@@ -6,9 +6,9 @@
 
 namespace velmora {
 
-/// The last member of `T`, and the first that goes. A callback that may come late holds `weak()` and locks it when it runs: it is empty
-/// then where the object has gone. It keeps nothing alive, so it is locked where the object ends, on the same thread. A type whose callbacks
-/// run on other threads is a std::enable_shared_from_this instead, and they hold weak_from_this().
+/// The last member of `T`, so the first to go. A callback that may come late holds `weak()` and locks it when it runs: the result is empty
+/// once the object is gone. It keeps nothing alive, so it is locked only on the thread on which the object ends. A type whose callbacks run
+/// on other threads derives from std::enable_shared_from_this instead, and they hold weak_from_this().
 template <typename T>
 class SelfReference {
 public:

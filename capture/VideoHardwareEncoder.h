@@ -35,8 +35,8 @@ public:
     /// Delivers what is pending and drops the session; waits for the compression. Any thread.
     void invalidate();
 
-    /// As invalidate(), but waits for nothing: what is pending is completed and the session ended on a queue of its own, and from now on none
-    /// of its samples is delivered. A session made later is made after that. Any thread.
+    /// Like invalidate(), but waits for nothing: the session is completed and ended on a queue of its own, and from now on none of its samples
+    /// is delivered. The next session is made only after that. Any thread.
     void abandon();
 
     /// The size that the session was made for, or that its creation failed for; 0 when none.

@@ -71,7 +71,7 @@ public:
     [[nodiscard]] virtual Status status() const = 0;
     [[nodiscard]] virtual std::optional<Error> error() const = 0;
 
-    /// Where the whole file lies if the writer failed because the file was moved meanwhile; none otherwise. Threads as for status().
+    /// Where the whole file is if the writer failed because the file was moved meanwhile; none otherwise. Threads as for status().
     [[nodiscard]] virtual std::optional<std::filesystem::path> placeOfMovedFile() const = 0;
 };
 
@@ -80,7 +80,7 @@ class SoundPreparation {
 public:
     virtual ~SoundPreparation() = default;
 
-    /// Any thread; returns at once. Until it is done, and for other settings, an input of sound waits for what it needs.
+    /// Any thread; returns at once. Until it is done, and for other settings, making a sound input waits for what it needs.
     virtual void prepareSound(const AudioOutputSettings& settings) = 0;
 };
 
@@ -91,7 +91,7 @@ public:
     /// Null where there is nothing to make ready. As long as the factory.
     [[nodiscard]] virtual SoundPreparation* soundPreparation() { return nullptr; }
 
-    /// Creates the file; fails with the system's error when that is not possible or when something is there already.
+    /// Creates the file; fails with the system's error when that is not possible or when something has that name.
     virtual Result<std::shared_ptr<AssetWriter>> makeAssetWriter(const std::filesystem::path& outputURL, AssetFileType fileType) = 0;
 };
 

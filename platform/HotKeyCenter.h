@@ -1,4 +1,4 @@
-// Seam: key combinations that reach the program whatever program has the focus.
+// Seam: key combinations that reach the program whichever program has the focus.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,7 @@ struct HotKeyEvent {
     std::optional<HotKeyID> hotKeyID;  ///< none when the event does not say
 };
 
-/// 0 is no reference.
+/// 0 is not a reference.
 using HotKeyReference = std::uint64_t;
 
 /// A desktop that decides on hot keys in its own time and by its own rules. Main thread only.
@@ -33,13 +33,14 @@ class HotKeyDecisions {
 public:
     virtual ~HotKeyDecisions() = default;
 
-    /// `changed` is called when registering the same again may come out differently. It replaces the observer before; none ends that.
+    /// `changed` is called when registering the same again may come out differently. Replaces the previous observer; an empty one
+    /// ends it.
     virtual void observeDecisions(std::function<void()> changed) = 0;
 
     /// For the user: why the last registration failed, and what to do about it. Empty where nothing is known beyond its status.
     [[nodiscard]] virtual std::string explanation() const = 0;
 
-    /// What the desktop calls the keys that it has bound to the hot key. Empty where they are those that were registered.
+    /// What the desktop calls the keys that it has bound to the hot key. Empty where they are the registered ones.
     [[nodiscard]] virtual std::string boundKeys(HotKeyReference reference) const = 0;
 };
 
@@ -48,10 +49,10 @@ class KeyTexts {
 public:
     virtual ~KeyTexts() = default;
 
-    /// On the key at this position: "C", "J" on a Dvorak layout, "С" on a Cyrillic one. Empty where nobody tells.
+    /// On the key at this position: "C", "J" on a Dvorak layout, "С" on a Cyrillic one. Empty where it is unknown.
     [[nodiscard]] virtual std::string keyText(std::uint32_t keyCode) const = 0;
 
-    /// `changed` is called when another text may stand on the keys. It replaces the observer before; none ends that.
+    /// `changed` is called when another text may stand on the keys. Replaces the previous observer; an empty one ends it.
     virtual void observeKeyTexts(std::function<void()> changed) = 0;
 };
 
@@ -83,10 +84,10 @@ public:
         std::uint32_t keyCode, std::uint32_t modifiers, HotKeyID hotKeyID) = 0;
     virtual void unregisterEventHotKey(HotKeyReference reference) = 0;
 
-    /// Null where what a registration says is all there is to know. As long as the center.
+    /// Null where the status of a registration is all there is to know. As long as the center.
     [[nodiscard]] virtual HotKeyDecisions* decisions() { return nullptr; }
 
-    /// Null where nobody tells what stands on a key. As long as the center.
+    /// Null where what stands on a key is unknown. As long as the center.
     [[nodiscard]] virtual KeyTexts* keyTexts() { return nullptr; }
 };
 

@@ -6,13 +6,14 @@
 
 namespace velmora::platform {
 
-/// A desktop whose answer takes its time: preflightScreenCaptureAccess() tells what is known, which is access as long as nothing is. Main
+/// A desktop whose answer takes its time: preflightScreenCaptureAccess() says what is known, and assumes access as long as nothing is. Main
 /// thread only.
 class LateAccess {
 public:
     virtual ~LateAccess() = default;
 
-    /// `changed` is called on the main thread when the answer has come and is another one. It replaces the observer before; none ends that.
+    /// `changed` is called on the main thread when the answer has come and differs. Replaces the previous observer; an empty one
+    /// ends it.
     virtual void observeAccess(std::function<void()> changed) = 0;
 };
 

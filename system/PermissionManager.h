@@ -14,8 +14,8 @@
 
 namespace velmora {
 
-/// Main thread only. Nothing polls: the flags change by the operations below, and what follows them, alone. Every change is followed by
-/// the property's own signal.
+/// Main thread only. Nothing polls: the flags change only through the operations below and what follows from them. Every change is
+/// followed by the property's own signal.
 class PermissionManager final : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool hasScreenRecordingPermission READ hasScreenRecordingPermission NOTIFY hasScreenRecordingPermissionChanged)

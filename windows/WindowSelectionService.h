@@ -53,14 +53,14 @@ public:
 
     using SoundCompletion = UniqueFunction<void(std::optional<SoundSuggestion>)>;
 
-    /// Whose sound may go with the window that was granted, asked afresh each time; none when nothing can sound. `completion` is called
-    /// once, on the main thread, never when the service is gone first.
+    /// Whose sound may go with the window that was granted, asked afresh each time; none when there can be no sound. `completion` is called
+    /// once, on the main thread, never if the service is gone first.
     void suggestSound(std::uint32_t id, SoundCompletion completion);
 
-    /// One of the choices; none: no sound. Holds for captures that begin from now on.
+    /// One of the choices; none: no sound. Applies to captures that begin from now on.
     void chooseSound(std::uint32_t id, const platform::SoundChoice& choice);
 
-    /// A granted window is not to be captured after all; nothing for one that is captured, and for one that needed no request.
+    /// A granted window is not to be captured after all. Does nothing for one that is being captured, or that needed no request.
     void giveBackWindow(std::uint32_t id);
 
     /// See window_catalogue::findWindow.

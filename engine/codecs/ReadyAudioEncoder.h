@@ -1,4 +1,4 @@
-// A sound encoder that is there before it is asked for.
+// A sound encoder that is ready before it is asked for.
 #pragma once
 
 #include "base/Mutex.h"
@@ -15,13 +15,13 @@ class ReadyAudioEncoder {
 public:
     explicit ReadyAudioEncoder(AudioEncoderFactory make) : make_(std::move(make)) { }
 
-    /// Makes one on a thread of its own unless one is ready; from then on another whenever the last was taken.
+    /// Makes one on a thread of its own unless one is ready, and from then on another whenever the last one is taken.
     void prepare(const platform::AudioOutputSettings& settings);
 
-    /// The one that is ready; else it is made here and now. Fails where there is none.
+    /// The one that is ready, or one made here and now. Fails if none can be made.
     Result<std::unique_ptr<AudioEncoder>> take(const platform::AudioOutputSettings& settings);
 
-    /// Returns when everything that was begun is ready.
+    /// Returns when whatever is being made is ready.
     void drain() const { queue_.drain(); }
 
 private:

@@ -63,7 +63,7 @@ public:
     Result<void> write(const RecordedFragment& fragment);
 
     /// Makes the file whole. False when nothing was recorded; the file is removed then. Fails if the file is no longer where it was
-    /// created: the error names the place where it now lies whole (placeOfMovedFile). `ends` belongs to the tracks by index.
+    /// created: the error names the place where the whole file now is (placeOfMovedFile). `ends` belongs to the tracks by index.
     Result<bool> finish(const std::vector<TrackEnd>& ends);
 
 private:

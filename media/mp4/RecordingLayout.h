@@ -36,7 +36,7 @@ enum class ErrorCode : int {
     tooLarge = 6,  ///< more samples or bytes than this system handles
     invalidRange = 7,  ///< a part that the movie does not have
     unsupported = 8,  ///< a kind of movie that this system reads but does not change
-    moved = 9,  ///< underlies the failure when a file lies whole elsewhere; its description is that path
+    moved = 9,  ///< underlies the failure when the whole file is elsewhere; its description is that path
 };
 
 [[nodiscard]] Error makeError(ErrorCode code, std::string description);
@@ -44,7 +44,7 @@ enum class ErrorCode : int {
 /// ErrorCode::damaged, with the words "The file is damaged: ", what is wrong, and a full stop.
 [[nodiscard]] tl::unexpected<Error> damagedFile(const char* what);
 
-/// Where a file that was moved while it was being recorded lies whole; none if `error` is about something else.
+/// Where the whole file is that was moved while it was being recorded; none if `error` is about something else.
 [[nodiscard]] std::optional<std::filesystem::path> placeOfMovedFile(const Error& error);
 
 /// Room for the index of the first minutes of a recording.

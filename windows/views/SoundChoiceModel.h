@@ -27,7 +27,7 @@ public:
 
     explicit SoundChoiceModel(std::shared_ptr<WindowSelectionService> windowService, QObject* parent = nullptr);
 
-    /// Begins anew, with what is suggested selected; nothing where nothing is.
+    /// Starts over, with the suggestion selected, if there is one.
     void show(std::uint32_t windowID, SoundSuggestion suggestion);
 
     /// "Refresh List": asks again, and keeps the selection if it is still listed.

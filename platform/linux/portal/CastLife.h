@@ -6,20 +6,20 @@
 
 namespace velmora::linux_backend {
 
-/// What comes too late, twice or out of turn changes nothing; happen() says so, and whoever brought it has nothing more to do. Knows no bus,
+/// What comes too late, twice or out of turn changes nothing; happen() says so, and whoever reported it has nothing more to do. Knows no bus,
 /// no stream and no timer. Used on one thread.
 class CastLife {
 public:
     enum class State {
-        asking,  ///< the desktop asks its user
+        asking,  ///< the desktop is asking the user
         connecting,  ///< it has handed out a window, whose first picture is awaited
         offered,  ///< granted, and to be captured soon
         deciding,  ///< granted, and kept while its sound is chosen
         captured,
         offeredAgain,  ///< captured, and granted once more
         decidingAgain,  ///< captured, and kept while its sound is chosen for the next capture
-        ended,  ///< the desktop shares it no more; a capture has still to let go of it
-        over,  ///< nobody has it any more
+        ended,  ///< the desktop has stopped sharing it; a capture has yet to let go of it
+        over,  ///< nobody holds it any longer
     };
 
     enum class Event {
