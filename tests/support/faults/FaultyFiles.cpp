@@ -67,13 +67,19 @@ const Fault& fault()
     return read;
 }
 
-bool concerns(int descriptor)
+/// Empty when that is not known.
+std::string pathOf(int descriptor)
 {
     char link[64];
     char path[PATH_MAX];
     std::snprintf(link, sizeof link, "/proc/self/fd/%d", descriptor);
     const auto length = ::readlink(link, path, sizeof path);
-    return length > 0 && std::string{path, static_cast<std::size_t>(length)}.find(fault().files) != std::string::npos;
+    return length > 0 ? std::string{path, static_cast<std::size_t>(length)} : std::string{};
+}
+
+bool concerns(const std::string& path)
+{
+    return path.find(fault().files) != std::string::npos;
 }
 
 /// Whether the fault is meant for this call. Does not return from one that is the last.
@@ -90,7 +96,7 @@ bool strikes()
 
 bool strikes(const char* call, int descriptor)
 {
-    return fault().call == call && concerns(descriptor) && strikes();
+    return fault().call == call && concerns(pathOf(descriptor)) && strikes();
 }
 
 template <typename Function>
@@ -165,7 +171,8 @@ ssize_t copy_file_range(int from, off64_t* fromOffset, int to, off64_t* toOffset
 int renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) noexcept
 {
     static auto* const real = next<int(int, const char*, int, const char*, unsigned)>("renameat2");
-    const bool isConcerned = fault().call == "rename" && std::string{from}.find(fault().files) != std::string::npos;
+    const auto folder = fromFolder == AT_FDCWD ? std::string{} : pathOf(fromFolder) + '/';
+    const bool isConcerned = fault().call == "rename" && concerns(folder + from);
     return isConcerned && strikes() ? failed<int>() : real(fromFolder, from, toFolder, to, flags);
 }
 }
