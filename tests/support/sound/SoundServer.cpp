@@ -122,7 +122,19 @@ void PipeWireServer::startPrograms()
     waitUntil([&] { return listens(runtime / "pipewire-0"); }, "pipewire");
     wirePlumber_ = std::make_unique<ChildProcess>(std::vector<std::string>{"wireplumber"});
     pulse_ = std::make_unique<ChildProcess>(std::vector<std::string>{"pipewire-pulse"});
-    waitUntil([] { return outputOf({"pactl", "get-default-sink"}) == std::string{sinkName} + "\n"; }, "the sink");
+    const auto isReady = [this] {
+        // A service manager starts one again that fails on its way.
+        if (pulse_->endsWithin(std::chrono::seconds{0}))
+            pulse_ = std::make_unique<ChildProcess>(std::vector<std::string>{"pipewire-pulse"});
+        return outputOf({"pactl", "get-default-sink"}) == std::string{sinkName} + "\n";
+    };
+    try {
+        waitUntil(isReady, "the sink");
+    } catch (const std::runtime_error& error) {
+        // Hundreds of questions asked in vain would hide in the report what the servers said.
+        throw std::runtime_error(
+            std::string{error.what()} + '\n' + pipeWire_->transcript() + wirePlumber_->transcript() + pulse_->transcript());
+    }
 }
 
 void PipeWireServer::kill()
