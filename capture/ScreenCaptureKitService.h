@@ -74,7 +74,8 @@ public:
     /// failed.
     void startCapture(const CapturedWindowInfo& window, StartCompletion completion);
 
-    /// Stops at once; a running recording is discarded, its file gone. When idle it does nothing but void a start in flight.
+    /// Stops at once; a running recording is discarded, and its file is gone once the writer's queue gets to it. When idle it does nothing
+    /// but void a start in flight.
     void stopCapture();
 
     /// Begins a recording to `url`. Fails with noCaptureSession, or with the writer's own error unchanged.
@@ -121,8 +122,8 @@ private:
     std::optional<CapturedWindowInfo> activeWindow_;
     std::atomic<bool> isCapturing_ = false;  // read by the sample queues without a lock
 
-    // The lock is held to test, install, detach or hand on one sample; only stopCapture() bypasses it. The cell keeps that from being a
-    // data race.
+    // The lock is held to test, detach or hand on one sample, and to make and install a writer, which opens its file; only stopCapture()
+    // bypasses it. The cell keeps that from being a data race.
     SharedCell<ManualRecordingWriter> activeManualWriter_;
     mutable Mutex manualWriterLock_;
 

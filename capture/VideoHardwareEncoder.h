@@ -13,7 +13,8 @@
 namespace velmora {
 
 /// H.264 High, 8 Mbit/s, a key frame at least every 30 frames, no frame reordering. A session exists from the first frame on, and is made
-/// anew only when the frame size changes or after invalidate(). Failures are logged and cost the frame; nothing is reported.
+/// anew when the frame size changes, after invalidate(), or for the next frame where it could not be made. Failures are logged and cost the
+/// frame; nothing is reported.
 class VideoHardwareEncoder {
 public:
     using EncodedSampleCallback = std::function<void(const SampleBufferRef&)>;
@@ -29,7 +30,7 @@ public:
     /// Sets where compressed samples go: one at a time, in the session's order, on the queue "com.velmora.encoder.output". Any thread.
     void setOnEncodedSample(EncodedSampleCallback callback);
 
-    /// On the capture service's sample queue. Returns without waiting for the compression.
+    /// On the capture service's sample queue. Returns without waiting for the compression; a frame that needs a new session waits for that.
     void encode(const PixelBufferRef& pixelBuffer, MediaTime presentationTimeStamp, MediaTime duration);
 
     /// Delivers what is pending and drops the session; waits for the compression. Any thread.

@@ -37,7 +37,8 @@ public:
     virtual void markAsFinished() = 0;
 };
 
-/// Writes one file. All calls on one queue; nothing blocks on the disk.
+/// Writes one file. Used by one thread at a time: whoever made it adds the sound, all else is done on one queue. No call waits for media to
+/// reach the disk; cancelWriting() waits for the file to be moved or removed.
 ///
 /// unknown -> startWriting -> writing -> finishWriting -> completed or failed; or cancelled. A writer that is finished without having
 /// been started removes its file and fails without an error. A writer that fails in mid-file (a full disk) leaves what was written

@@ -29,15 +29,15 @@ struct CancelledRecordings {
 /// frame. A gap of more than ten minutes is an error of the time stamps, and the block is refused.
 ///
 /// A recording that is cancelled leaves its path for the trash in one step, and is finished there on the thread that writes the file. One
-/// of under a second, or one that cannot be moved, is deleted. The writer's end waits until that is done, but not for ever: a recording
-/// that the program leaves unfinished plays as it is.
+/// of under a second, or one that cannot be moved, is deleted, but never one that somebody has moved: that is made whole where it is. The
+/// writer's end waits until that is done, but not for ever: a recording that the program leaves unfinished plays as it is.
 ///
 /// After the file has failed (a full disk) one more sample is asked for and refused, so that the caller hears of it once; from then
 /// on no input is ready.
 class AssetWriter final : public platform::AssetWriter {
 public:
-    /// Writes into `file`, just created at `path`. `encoders` is called on the writer's queue by makeInput, never later, so that no
-    /// sample waits for a codec to be loaded; an input whose encoder could not be made cannot be added.
+    /// Writes into `file`, just created at `path`. `encoders` is called by makeInput, on its caller's thread and never later, so that
+    /// no sample waits for a codec to be loaded; an input whose encoder could not be made cannot be added.
     static Result<std::shared_ptr<AssetWriter>> create(
         std::shared_ptr<mp4::File> file, AudioEncoderFactory encoders, std::filesystem::path path = {}, CancelledRecordings cancelled = {});
 
