@@ -14,7 +14,10 @@
 #include <iterator>
 #include <numeric>
 #include <optional>
+#include <poll.h>
 #include <span>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace velmora::test {
 namespace {
@@ -198,13 +201,22 @@ TEST(ServiceFaults, ARecordingThatACrashCutOffIsWholeAtTheNextStart)
     expectAClip(file);
 }
 
-/// As if they had crashed.
+/// As if it had crashed. Its environment is gone before its sockets and locks are, which only the end of its last thread releases.
+void killAndAwait(pid_t process)
+{
+    pollfd handle{static_cast<int>(::syscall(SYS_pidfd_open, process, 0)), POLLIN, 0};
+    ASSERT_GE(handle.fd, 0);
+    EXPECT_EQ(::kill(process, SIGKILL), 0);
+    EXPECT_EQ(::poll(&handle, 1, 20'000), 1);
+    ::close(handle.fd);
+}
+
 void killSoundServers()
 {
     for (const auto* name : {"pipewire-pulse", "wireplumber", "pipewire"}) {
         for (const auto server : processesOfThisDesktop(name))
-            ::kill(server, SIGKILL);
-        ASSERT_TRUE(waitUntil([name] { return processesOfThisDesktop(name).empty(); }));
+            ASSERT_NO_FATAL_FAILURE(killAndAwait(server));
+        ASSERT_THAT(processesOfThisDesktop(name), IsEmpty());
     }
 }
 
@@ -250,6 +262,7 @@ TEST(ServiceFaults, ASoundServerThatComesBackInMidRecordingIsHeardAgain)
 {
     const TemporaryDirectory directory;
     writeTone(directory.path() / "440.wav", 440, 60);
+    killSoundServers();
     std::optional<SoundServers> servers{std::in_place};
     const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}, directory.path() / "440.wav"};
     awaitPlayingStreams(1);
