@@ -24,6 +24,7 @@ public:
 
     template <typename F>
     requires(!std::is_same_v<std::decay_t<F>, UniqueFunction> && std::is_invocable_r_v<R, std::decay_t<F>&, Args...>)
+        // The constraint keeps it from hiding the move constructor. NOLINTNEXTLINE(bugprone-forwarding-reference-overload)
         UniqueFunction(F&& callable)
     {
         using Callable = std::decay_t<F>;

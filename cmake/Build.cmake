@@ -33,6 +33,12 @@ if(VELMORA_SANITIZE)
     target_link_options(velmora_options INTERFACE -fsanitize=${VELMORA_SANITIZE})
 endif()
 
+# Fifty programs hold the same libraries, and a change of one source links most of them: lld takes a sixth of the time.
+find_program(LLD_PROGRAM ld.lld)
+if(LLD_PROGRAM)
+    add_link_options(-fuse-ld=lld)
+endif()
+
 # Paths below the project count as relative, so that every clone and work tree on a machine shares one cache.
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)

@@ -17,7 +17,7 @@ public:
         std::vector<ShareableWindow> exceptingWindows, ShareableWindow window)
     {
         ContentFilter filter{Kind::displayIncludingApplications, std::move(window)};
-        filter.display_ = std::move(display);
+        filter.display_ = display;
         filter.applications_ = std::move(applications);
         filter.exceptingWindows_ = std::move(exceptingWindows);
         return filter;
