@@ -6,8 +6,8 @@ StepPage {
     id: page
 
     property var menuMethodText
-    property bool hasTray
-    property string shortcutKeys
+    property string keyboardCaption
+    property string menuCaption
 
     step: 2
 
@@ -18,7 +18,7 @@ StepPage {
     MethodCard {
         title: "METHOD 1: Fast Keyboard Shortcut"
         description: "Press once to START recording — the Orbelle mark lights up in coral. Press again to STOP and save instantly! (Tip: 'C' stands for Capture and matches the Orbelle mark!)"
-        caption: "On this keyboard: " + page.shortcutKeys + "."
+        caption: page.keyboardCaption
 
         Row {
             anchors.centerIn: parent
@@ -41,7 +41,7 @@ StepPage {
     MethodCard {
         title: "METHOD 2: One-Click Menu Bar (No Keys to Memorize)"
         emphasized: page.menuMethodText
-        caption: page.hasTray ? "On this desktop the menu bar is your panel's tray." : "This desktop has no tray: the menu is open in Velmora's small window."
+        caption: page.menuCaption
 
         Symbol {
             anchors.centerIn: parent

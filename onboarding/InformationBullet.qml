@@ -8,6 +8,7 @@ RowLayout {
     required property string symbol
     required property string title
     required property string body
+    property string caption
 
     Layout.fillWidth: true
     spacing: Theme.largeGap
@@ -32,6 +33,12 @@ RowLayout {
             Layout.fillWidth: true
             text: bullet.body
             color: Theme.secondaryText
+        }
+        Caption {
+            Layout.fillWidth: true
+            visible: text !== ""
+            text: bullet.caption
+            color: Theme.tertiaryText
         }
     }
 }

@@ -6,6 +6,7 @@ StepPage {
     id: page
 
     property string placeCaption
+    property string crowdedPlaceCaption
 
     step: 1
 
@@ -48,6 +49,7 @@ StepPage {
             symbol: "laptopcomputer"
             title: "Using a MacBook with a notch?"
             body: "Velmora will show in the menu bar to the right of the notch. If your menu bar is crowded, it will be alongside your other status icons."
+            caption: page.crowdedPlaceCaption
         }
         InformationBullet {
             symbol: "cursorarrow.click"

@@ -11,9 +11,12 @@ OnboardingModel::OnboardingModel(Services services) : services_(std::move(servic
     connect(
         &services_.permissionManager, &PermissionManager::hasScreenRecordingPermissionChanged, this, &OnboardingModel::permissionChanged);
     const auto* shortcuts = &services_.shortcutManager;
-    connect(shortcuts, &KeyboardShortcutManager::isRegisteredChanged, this, &OnboardingModel::shortcutKeysChanged);
-    connect(shortcuts, &KeyboardShortcutManager::keyTextChanged, this, &OnboardingModel::shortcutKeysChanged);
+    connect(shortcuts, &KeyboardShortcutManager::isRegisteredChanged, this, &OnboardingModel::captionsChanged);
+    connect(shortcuts, &KeyboardShortcutManager::registrationErrorMessageChanged, this, &OnboardingModel::captionsChanged);
+    connect(shortcuts, &KeyboardShortcutManager::keyTextChanged, this, &OnboardingModel::captionsChanged);
     connect(&services_.coordinator, &CaptureCoordinator::selectedWindowChanged, this, &OnboardingModel::selectedWindowChanged);
+    connect(this, &OnboardingModel::selectedWindowChanged, this, &OnboardingModel::captionsChanged);
+    connect(this, &OnboardingModel::permissionChanged, this, &OnboardingModel::captionsChanged);
 }
 
 void OnboardingModel::setCurrentStep(int step)
@@ -40,8 +43,21 @@ QString OnboardingModel::selectedWindowName() const
     return window ? QString::fromStdString(window->displayName()) : QString{};
 }
 
+WalkthroughCaptions OnboardingModel::captions() const
+{
+    return WalkthroughCaptions{WalkthroughFacts{
+        .hasTray = hasTray_,
+        .shortcutKeys = shortcutKeys(),
+        .hasSelectedWindow = hasSelectedWindow(),
+        .hasScreenRecordingPermission = hasScreenRecordingPermission(),
+    }};
+}
+
 QString OnboardingModel::shortcutKeys() const
 {
+    // Without an error the desktop has yet to decide.
+    if (!services_.shortcutManager.isRegistered() && services_.shortcutManager.registrationErrorMessage())
+        return {};
     const auto bound = services_.shortcutManager.boundKeys();
     return QString::fromStdString(bound.empty() ? "Alt+Super+" + services_.shortcutManager.keyText() : bound);
 }
@@ -70,10 +86,8 @@ QVariantList OnboardingModel::privacyLines()
 void OnboardingModel::viewWillAppear()
 {
     services_.permissionManager.checkPermissions();
-    placeCaption_ = services_.placeCaption();
     hasTray_ = services_.hasTray();
-    emit placeChanged();
-    emit shortcutKeysChanged();
+    emit captionsChanged();
     emit appeared();
 }
 

@@ -3,6 +3,7 @@
 
 #include "capture/CaptureCoordinator.h"
 #include "onboarding/EmphasizedText.h"
+#include "onboarding/WalkthroughCaptions.h"
 #include "platform/UserDefaults.h"
 #include "system/KeyboardShortcutManager.h"
 #include "system/PermissionManager.h"
@@ -32,9 +33,7 @@ class OnboardingModel final : public QObject {
     Q_PROPERTY(QString permissionExplanation READ permissionExplanation NOTIFY permissionChanged)
     Q_PROPERTY(bool hasSelectedWindow READ hasSelectedWindow NOTIFY selectedWindowChanged)
     Q_PROPERTY(QString selectedWindowName READ selectedWindowName NOTIFY selectedWindowChanged)
-    Q_PROPERTY(QString placeCaption READ placeCaption NOTIFY placeChanged)
-    Q_PROPERTY(bool hasTray READ hasTray NOTIFY placeChanged)
-    Q_PROPERTY(QString shortcutKeys READ shortcutKeys NOTIFY shortcutKeysChanged)
+    Q_PROPERTY(velmora::WalkthroughCaptions captions READ captions NOTIFY captionsChanged)
     Q_PROPERTY(velmora::EmphasizedText menuMethodText READ menuMethodText CONSTANT)
     Q_PROPERTY(QVariantList privacyLines READ privacyLines CONSTANT)
 
@@ -46,10 +45,7 @@ public:
         std::shared_ptr<platform::UserDefaults> userDefaults;
         std::function<void()> presentWindowPicker;
 
-        /// Where this desktop shows the program, now: a sentence or two. Asked each time the walkthrough is shown.
-        std::function<QString()> placeCaption;
-
-        /// Whether this desktop has a tray, now; asked as often.
+        /// Whether this desktop has a tray, now. Asked each time the walkthrough is shown.
         std::function<bool()> hasTray;
     };
 
@@ -79,11 +75,8 @@ public:
     [[nodiscard]] bool hasSelectedWindow() const { return services_.coordinator.selectedWindow().has_value(); }
     [[nodiscard]] QString selectedWindowName() const;
 
-    [[nodiscard]] const QString& placeCaption() const { return placeCaption_; }
-    [[nodiscard]] bool hasTray() const { return hasTray_; }
-
-    /// "Alt+Super+C": the shortcut as this keyboard, or this desktop, has it.
-    [[nodiscard]] QString shortcutKeys() const;
+    /// What the steps' words mean on this computer, as it is now.
+    [[nodiscard]] WalkthroughCaptions captions() const;
 
     /// Whether the walkthrough has ever been finished or skipped.
     [[nodiscard]] bool hasCompletedWalkthrough() const;
@@ -119,8 +112,7 @@ signals:
     void currentStepChanged();
     void permissionChanged();
     void selectedWindowChanged();
-    void placeChanged();
-    void shortcutKeysChanged();
+    void captionsChanged();
 
     /// The walkthrough is on the screen again.
     void appeared();
@@ -129,9 +121,11 @@ signals:
     void dismissed();
 
 private:
+    /// "Alt+Super+C": the shortcut as this keyboard, or this desktop, has it; empty if it could not be bound.
+    [[nodiscard]] QString shortcutKeys() const;
+
     const Services services_;
     int currentStep_ = 0;
-    QString placeCaption_;
     bool hasTray_ = true;
 };
 

@@ -66,17 +66,17 @@ Rectangle {
 
             WelcomeStep {
                 visibleStep: root.model.visibleStep
-                hasTray: root.model.hasTray
-                shortcutKeys: root.model.shortcutKeys
+                caption: root.model.captions.welcome
             }
             MenuBarStep {
                 visibleStep: root.model.visibleStep
-                placeCaption: root.model.placeCaption
+                placeCaption: root.model.captions.place
+                crowdedPlaceCaption: root.model.captions.crowdedPlace
             }
             CommandsStep {
                 visibleStep: root.model.visibleStep
-                hasTray: root.model.hasTray
-                shortcutKeys: root.model.shortcutKeys
+                keyboardCaption: root.model.captions.keyboardMethod
+                menuCaption: root.model.captions.menuMethod
                 menuMethodText: root.model.menuMethodText
             }
             PermissionStep {
@@ -95,7 +95,8 @@ Rectangle {
             }
             ReadyStep {
                 visibleStep: root.model.visibleStep
-                hasTray: root.model.hasTray
+                readyCaption: root.model.captions.ready
+                reopenCaption: root.model.captions.reopen
                 hasSelectedWindow: root.model.hasSelectedWindow
                 selectedWindowName: root.model.selectedWindowName
                 onChooseWindow: root.model.chooseWindow()
@@ -123,8 +124,12 @@ Rectangle {
                         root.takeFocus(focusReason);
                 }
             }
-            Item {
+            Caption {
                 Layout.fillWidth: true
+                Layout.leftMargin: Theme.gap
+                horizontalAlignment: Text.AlignRight
+                color: Theme.tertiaryText
+                text: root.model.isLastStep ? root.model.captions.done : ""
             }
             TextButton {
                 visible: !root.model.isLastStep

@@ -18,6 +18,7 @@ StepPage {
     StepHeading {
         title: "macOS Screen Recording Permission"
         subtitle: "Velmora needs your approval to capture the specific video window you choose."
+        caption: page.isGranted ? "On this computer: the desktop's permission to record the screen." : ""
     }
     Card {
         Layout.fillWidth: true

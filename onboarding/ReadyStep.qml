@@ -7,7 +7,8 @@ StepPage {
 
     property bool hasSelectedWindow
     property string selectedWindowName
-    property bool hasTray
+    property string readyCaption
+    property string reopenCaption
 
     signal chooseWindow
 
@@ -76,6 +77,12 @@ StepPage {
                 text: page.hasSelectedWindow ? "Change Window..." : "Choose Video Window to Clip..."
                 onClicked: page.chooseWindow()
             }
+            Label {
+                Layout.fillWidth: true
+                text: page.readyCaption
+                color: Theme.secondaryText
+                horizontalAlignment: Text.AlignHCenter
+            }
         }
     }
     ColumnLayout {
@@ -88,7 +95,7 @@ StepPage {
         }
         Caption {
             Layout.fillWidth: true
-            text: page.hasTray ? "On this desktop: the Orbelle in your panel's tray." : "This desktop has no tray: select it in Velmora's small window."
+            text: page.reopenCaption
             color: Theme.tertiaryText
             horizontalAlignment: Text.AlignHCenter
         }

@@ -7,6 +7,7 @@ ColumnLayout {
 
     required property string title
     required property string subtitle
+    property string caption
 
     Layout.fillWidth: true
     spacing: 4
@@ -22,5 +23,11 @@ ColumnLayout {
         Layout.fillWidth: true
         text: heading.subtitle
         color: Theme.secondaryText
+    }
+    Caption {
+        Layout.fillWidth: true
+        visible: text !== ""
+        text: heading.caption
+        color: Theme.tertiaryText
     }
 }

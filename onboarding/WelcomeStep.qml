@@ -5,8 +5,7 @@ import Velmora.Brand
 StepPage {
     id: page
 
-    property bool hasTray
-    property string shortcutKeys
+    property string caption
 
     step: 0
 
@@ -48,7 +47,7 @@ StepPage {
         }
         Caption {
             Layout.fillWidth: true
-            text: "On this computer ⌥⌘C is " + page.shortcutKeys + ", and the menu bar is " + (page.hasTray ? "your panel's tray." : "Velmora's small window.")
+            text: page.caption
             color: Theme.tertiaryText
             horizontalAlignment: Text.AlignHCenter
         }

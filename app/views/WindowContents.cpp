@@ -35,14 +35,6 @@ std::uint64_t focusedX11Window()
     return focused && qGuiApp->nativeInterface<QNativeInterface::QX11Application>() ? focused->winId() : 0;
 }
 
-QString placeCaption()
-{
-    if (hasTray())
-        return QStringLiteral("On this desktop the menu bar is your panel's tray, and the Dock is its task bar or launcher.");
-    return QStringLiteral("This desktop has no tray: Velmora's menu is open in a small window of its own. Start Velmora again to bring it "
-                          "back. The icon appears as soon as there is a tray.");
-}
-
 QuickContent makePicker(const WindowContentParts& parts)
 {
     auto model = std::make_shared<WindowPickerModel>(
@@ -114,7 +106,6 @@ QuickContent makeOnboarding(const WindowContentParts& parts)
                     if (const auto presenting = windows())
                         presenting->presentWindowPicker();
                 },
-            .placeCaption = placeCaption,
             .hasTray = hasTray,
         }));
 }

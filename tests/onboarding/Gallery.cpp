@@ -23,7 +23,6 @@ void drawSteps(const QDir& directory)
         if (!window.grab().save(file))
             std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
     };
-    fixture.place = QStringLiteral("On this desktop the menu bar is your panel's tray, and the Dock is its task bar or launcher.");
     fixture.appear();
     draw(0, "1");
     draw(1, "2");
@@ -36,10 +35,13 @@ void drawSteps(const QDir& directory)
     draw(4, "5-chosen");
     fixture.withdrawPermission("Windows of a Wayland session cannot be captured yet; log in to an X11 session.");
     draw(3, "4");
-    fixture.place = QStringLiteral("This desktop has no tray: Velmora's menu is open in a small window of its own. Start Velmora again to "
-                                   "bring it back. The icon appears as soon as there is a tray.");
+    fixture.hasTray = false;
+    fixture.refuseShortcut();
     fixture.model.viewWillAppear();
+    draw(0, "1-no-tray");
     draw(1, "2-no-tray");
+    draw(2, "3-no-shortcut");
+    draw(4, "5-no-shortcut");
 }
 
 }  // namespace

@@ -33,6 +33,13 @@ struct OnboardingFixture : CoordinatorFixture {
         executor->runAll();
     }
 
+    void refuseShortcut()
+    {
+        hotKeyCenter->registerStatus = -9878;
+        shortcutManager->registerAll();
+        executor->runAll();
+    }
+
     void chooseWindow(const char* title)
     {
         const CapturedWindowInfo window{
@@ -42,11 +49,19 @@ struct OnboardingFixture : CoordinatorFixture {
         executor->runAll();
     }
 
+    /// What is true as long as a test changes nothing.
+    [[nodiscard]] static WalkthroughFacts facts()
+    {
+        return {.hasTray = true,
+            .shortcutKeys = QStringLiteral("Alt+Super+C"),
+            .hasSelectedWindow = false,
+            .hasScreenRecordingPermission = true};
+    }
+
     static inline const QUrl view{QStringLiteral("qrc:/Velmora/Onboarding/OnboardingView.qml")};
     static constexpr QSize size{640, 530};
 
     std::shared_ptr<fake::FakeUserDefaults> userDefaults = std::make_shared<fake::FakeUserDefaults>();
-    QString place = QStringLiteral("In the tray.");
     bool hasTray = true;
     int pickers = 0;
     OnboardingModel model{{
@@ -55,7 +70,6 @@ struct OnboardingFixture : CoordinatorFixture {
         .shortcutManager = *shortcutManager,
         .userDefaults = userDefaults,
         .presentWindowPicker = [this] { ++pickers; },
-        .placeCaption = [this] { return place; },
         .hasTray = [this] { return hasTray; },
     }};
 };

@@ -75,17 +75,18 @@ TEST_F(OnboardingModelTest, ANumberThatNoStepHasShowsTheFirst)
 
 TEST_F(OnboardingModelTest, TheKeysAreNamedAsTheyAreOnTheKeyboardOrAsTheDesktopHasBoundThem)
 {
-    EXPECT_EQ(model.shortcutKeys(), QStringLiteral("Alt+Super+C"));
-    QStringList shown;
-    QObject::connect(&model, &OnboardingModel::shortcutKeysChanged, &model, [&] { shown.append(model.shortcutKeys()); });
+    EXPECT_EQ(model.captions().keyboardMethod, QStringLiteral("On this keyboard: Alt+Super+C."));
+    QString shown;
+    QObject::connect(&model, &OnboardingModel::captionsChanged, &model, [&] { shown = model.captions().keyboardMethod; });
     hotKeyCenter->texts[8] = "J";
     appear();
+    EXPECT_EQ(shown, QStringLiteral("On this keyboard: Alt+Super+J."));
     hotKeyCenter->texts[8] = "С";
     hotKeyCenter->textsChanged();
-    EXPECT_EQ(shown, (QStringList{QStringLiteral("Alt+Super+J"), QStringLiteral("Alt+Super+С")}));
+    EXPECT_EQ(shown, QStringLiteral("On this keyboard: Alt+Super+С."));
     hotKeyCenter->keys = "Ctrl+F9";
     shortcutManager->registerAll();
-    EXPECT_EQ(shown.back(), QStringLiteral("Ctrl+F9"));
+    EXPECT_EQ(shown, QStringLiteral("On this keyboard: Ctrl+F9."));
 }
 
 TEST_F(OnboardingModelTest, FinishingSetsTheFlagClosesAndThenOpensThePicker)
@@ -185,13 +186,51 @@ TEST_F(OnboardingModelTest, TheChosenWindowFollowsTheCoordinator)
     EXPECT_FALSE(model.hasSelectedWindow());
 }
 
-TEST_F(OnboardingModelTest, ThePlaceIsAskedForEachTimeThatItIsShown)
+TEST_F(OnboardingModelTest, TheCaptionsFollowTheTrayEachTimeThatItIsShown)
 {
     appear();
-    EXPECT_EQ(model.placeCaption(), QStringLiteral("In the tray."));
-    place = QStringLiteral("In a window.");
+    EXPECT_EQ(model.captions(), WalkthroughCaptions(facts()));
+    hasTray = false;
+    EXPECT_EQ(model.captions(), WalkthroughCaptions(facts())) << "it has not been shown since";
     appear();
-    EXPECT_EQ(model.placeCaption(), QStringLiteral("In a window."));
+    auto without = facts();
+    without.hasTray = false;
+    EXPECT_EQ(model.captions(), WalkthroughCaptions(without));
+}
+
+TEST_F(OnboardingModelTest, TheCaptionsFollowTheWindowAndThePermissionAndSaySo)
+{
+    appear();
+    int changes = 0;
+    QObject::connect(&model, &OnboardingModel::captionsChanged, &model, [&] { ++changes; });
+    chooseWindow("Film");
+    auto expected = facts();
+    expected.hasSelectedWindow = true;
+    EXPECT_EQ(model.captions(), WalkthroughCaptions(expected));
+    EXPECT_EQ(std::exchange(changes, 0), 1);
+    withdrawPermission();
+    expected.hasScreenRecordingPermission = false;
+    EXPECT_EQ(model.captions(), WalkthroughCaptions(expected));
+    EXPECT_GT(changes, 0);
+}
+
+TEST_F(OnboardingModelTest, WithoutAShortcutTheCaptionsNameNoKeysUntilThereIsOne)
+{
+    appear();
+    int changes = 0;
+    QObject::connect(&model, &OnboardingModel::captionsChanged, &model, [&] { ++changes; });
+    shortcutManager->unregisterAll();
+    EXPECT_EQ(model.captions(), WalkthroughCaptions(facts())) << "nobody has refused them";
+    refuseShortcut();
+    auto refused = facts();
+    refused.shortcutKeys.clear();
+    EXPECT_EQ(model.captions(), WalkthroughCaptions(refused));
+    EXPECT_GT(std::exchange(changes, 0), 0);
+    hotKeyCenter->registerStatus = 0;
+    shortcutManager->registerAll();
+    executor->runAll();
+    EXPECT_EQ(model.captions(), WalkthroughCaptions(facts()));
+    EXPECT_GT(changes, 0);
 }
 
 TEST_F(OnboardingModelTest, TheConfigurationFolderHoldsNothingButTheFlagAfterwards)
@@ -203,7 +242,6 @@ TEST_F(OnboardingModelTest, TheConfigurationFolderHoldsNothingButTheFlagAfterwar
         .shortcutManager = *shortcutManager,
         .userDefaults = linux_backend::makeUserDefaults(configuration / "velmora" / "velmora.conf"),
         .presentWindowPicker = [] {},
-        .placeCaption = [] { return QString{}; },
         .hasTray = [] { return true; },
     }};
     for (int step = 0; step < 4; ++step)

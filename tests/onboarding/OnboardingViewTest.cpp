@@ -86,19 +86,21 @@ TEST_F(OnboardingViewTest, TheSecondStepSaysWhereTheProgramIsAndWhereItIsHere)
              "Always 1 click away",
              "Click the Orbelle icon at any time to choose a video window, save clips, view recent clips, or open settings.",
              "Why no Dock icon?", "To stay completely out of your way while you watch videos full-screen or switch between work apps.",
-             "In the tray."})
+             "On this desktop the menu bar is your panel's tray, and the Dock is its task bar or launcher.",
+             "Without a notch: among the other icons of the tray."})
         EXPECT_TRUE(window.shows(QString::fromUtf8(text))) << text;
-    place = QStringLiteral("In a window of its own.");
+    hasTray = false;
     appear();
-    EXPECT_TRUE(window.shows(place));
+    EXPECT_TRUE(window.shows(model.captions().place));
+    EXPECT_TRUE(window.shows(QStringLiteral("Without a tray: in the small window's title bar.")));
 }
 
 TEST_F(OnboardingViewTest, TheCaptionsNameTheShortcutAsTheKeyboardHasIt)
 {
-    EXPECT_TRUE(window.shows(QStringLiteral("On this computer ⌥⌘C is Alt+Super+C, and the menu bar is your panel's tray.")));
+    EXPECT_TRUE(window.shows(QStringLiteral("“Your Mac” is this computer, the menu bar is your panel's tray, and ⌥⌘C is Alt+Super+C.")));
     hotKeyCenter->texts[8] = "J";
     hotKeyCenter->textsChanged();
-    EXPECT_TRUE(window.shows(QStringLiteral("On this computer ⌥⌘C is Alt+Super+J, and the menu bar is your panel's tray.")));
+    EXPECT_TRUE(window.shows(QStringLiteral("“Your Mac” is this computer, the menu bar is your panel's tray, and ⌥⌘C is Alt+Super+J.")));
     show(2);
     EXPECT_TRUE(window.shows(QStringLiteral("On this keyboard: Alt+Super+J.")));
     EXPECT_TRUE(window.shows(QStringLiteral("C"))) << "what is given stays";
@@ -165,6 +167,7 @@ TEST_F(OnboardingViewTest, GrantingThePermissionAndCheckingTheStatusSwitchesTheF
     window.press(QString::fromUtf8("I've Granted It — Check Status"));
     EXPECT_TRUE(window.shows(QString::fromUtf8("Permission is Granted! ✅")));
     EXPECT_TRUE(window.shows(QStringLiteral("Velmora is fully authorized to capture your chosen video window.")));
+    EXPECT_TRUE(window.shows(QStringLiteral("On this computer: the desktop's permission to record the screen.")));
     EXPECT_FALSE(window.hasButton(QStringLiteral("Open System Settings")));
     EXPECT_TRUE(window.hasAlert(QString::fromUtf8("Permission is Granted! ✅")));
     EXPECT_EQ(window.focusedButton(), QString::fromUtf8("Next →")) << "the button that had the keyboard is gone";
@@ -183,6 +186,7 @@ TEST_F(OnboardingViewTest, TheFifthStepLeadsToThePicker)
 {
     show(4);
     for (const auto* text : {"Select your first video window to begin clipping.", "No video window selected yet.",
+             "Then press Alt+Super+C to record it, and again to save the clip.", "Done opens the list of windows and records nothing yet.",
              "Play a video in your browser or media player, then click below to choose it:",
              "💡 Tip: You can reopen this guide anytime by clicking the Orbelle in your menu bar and selecting 'How to Use & "
              "Walkthrough...'."})
@@ -205,14 +209,16 @@ TEST_F(OnboardingViewTest, TheChosenWindowIsNamedAsPlainText)
         }
     });
     EXPECT_FALSE(window.shows(QStringLiteral("No video window selected yet.")));
+    EXPECT_TRUE(window.shows(QStringLiteral("Press Alt+Super+C to record it, and again to save the clip.")));
+    EXPECT_TRUE(window.shows(QStringLiteral("Done closes this guide and records nothing yet.")));
     window.press(QStringLiteral("Change Window..."));
     EXPECT_EQ(pickers, 1);
 }
 
 TEST_F(OnboardingViewTest, NoStepHasACutOffTextOrNeedsScrolling)
 {
-    place = QStringLiteral("This desktop has no tray: Velmora's menu is open in a small window of its own. Start Velmora again to bring it "
-                           "back. The icon appears as soon as there is a tray.");
+    hasTray = false;
+    refuseShortcut();
     appear();
     withdrawPermission("Windows of a Wayland session cannot be captured yet; log in to an X11 session.");
     for (int step = 0; step < 5; ++step)
@@ -220,8 +226,12 @@ TEST_F(OnboardingViewTest, NoStepHasACutOffTextOrNeedsScrolling)
     chooseWindow("Film");
     expectAllIsSeen(4);
     access->isGranted = true;
+    hasTray = true;
     appear();
-    expectAllIsSeen(3);
+    for (int step = 0; step < 5; ++step)
+        expectAllIsSeen(step);
+    show(4);
+    window.expectNothingIsCutOff({24, 0, 592, 530});
 }
 
 TEST_F(OnboardingViewTest, TheCardsOfTheFirstStepAreInOrderEachWithItsSymbol)
