@@ -104,7 +104,7 @@ public:
                             .windows = std::move(presenting),
                             .terminate = [this] { terminate(); },
                         },
-                        makeTrayStatusItem(services_.platform.trayAppearance));
+                        makeTrayStatusItem(services_.platform.trayAppearance, prepareWindowContents));
                 },
             .recordingObserver = recordingObserver_,
         });

@@ -13,6 +13,7 @@
 #include <QPainter>
 #include <QPixmap>
 #include <QSystemTrayIcon>
+#include <QTimer>
 #include <QVariant>
 
 #include <utility>
@@ -53,11 +54,15 @@ bool hostDrawsTheMenu()
 
 class TrayStatusItem final : public StatusItem {
 public:
-    explicit TrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance)
+    TrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance, std::function<void()> menuDidOpen)
         : appearance_(std::move(appearance))
+        , menuDidOpen_(std::move(menuDidOpen))
         , popup_([this](const MenuItem& item) { trigger(item); })
     {
-        QObject::connect(&busMenu_, &QMenu::aboutToShow, &busMenu_, [this] { fillBusMenu(); });
+        QObject::connect(&busMenu_, &QMenu::aboutToShow, &busMenu_, [this] {
+            fillBusMenu();
+            announceMenu();
+        });
         QObject::connect(&tray_, &QSystemTrayIcon::activated, &tray_, [this](QSystemTrayIcon::ActivationReason reason) {
             if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::MiddleClick || reason == QSystemTrayIcon::Context)
                 popUpMenu();
@@ -87,8 +92,10 @@ public:
 
     void popUpMenu() override
     {
-        if (delegate_.menuNeedsUpdate)
-            popup_.popUp(delegate_.menuNeedsUpdate(), QCursor::pos());
+        if (!delegate_.menuNeedsUpdate)
+            return;
+        popup_.popUp(delegate_.menuNeedsUpdate(), QCursor::pos());
+        announceMenu();
     }
 
 private:
@@ -114,6 +121,12 @@ private:
             renderMenu(busMenu_, delegate_.menuNeedsUpdate(), LabelSyntax::dbusmenu, [this](const MenuItem& item) { trigger(item); });
     }
 
+    void announceMenu()
+    {
+        // Once it has been painted.
+        QTimer::singleShot(0, &busMenu_, menuDidOpen_);
+    }
+
     void trigger(const MenuItem& item)
     {
         if (delegate_.menuItemTriggered)
@@ -121,6 +134,7 @@ private:
     }
 
     const std::shared_ptr<platform::TrayAppearance> appearance_;
+    const std::function<void()> menuDidOpen_;
     MenuDelegate delegate_;
     PopupMenu popup_;
     QMenu busMenu_;
@@ -131,9 +145,9 @@ private:
 
 }  // namespace
 
-std::unique_ptr<StatusItem> makeTrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance)
+std::unique_ptr<StatusItem> makeTrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance, std::function<void()> menuDidOpen)
 {
-    return std::make_unique<TrayStatusItem>(std::move(appearance));
+    return std::make_unique<TrayStatusItem>(std::move(appearance), std::move(menuDidOpen));
 }
 
 bool hasTray()

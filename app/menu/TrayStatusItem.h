@@ -12,7 +12,8 @@ namespace velmora {
 /// with it. A click opens our own menu at the pointer; a host that draws the menu itself gets it over the bus.
 /// The image is in the colour that the tray gives; where it gives none, a host that knows our icons by name gets the name and colours them
 /// itself, and any other gets a light mark with a dark edge, which shows on every background.
-std::unique_ptr<StatusItem> makeTrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance);
+/// `menuDidOpen` is called each time that a menu of the item has come onto the screen.
+std::unique_ptr<StatusItem> makeTrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance, std::function<void()> menuDidOpen);
 
 /// Whether the desktop has a place for the item now.
 [[nodiscard]] bool hasTray();

@@ -6,8 +6,12 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QPixmap>
+#include <QQmlComponent>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
+#include <QThreadPool>
+
+#include <set>
 
 // Generated. Referring to them brings the modules into the program, where they register their types before main.
 extern void qml_register_types_Velmora_Library();
@@ -32,12 +36,25 @@ Motion& motion()
 }
 
 /// In the sizes that title bars, lists of windows and task bars use.
-QIcon windowIcon()
+QList<QImage> windowIconImages()
 {
-    QIcon icon;
+    QList<QImage> images;
     for (const int side : {16, 24, 32, 48, 64, 128})
-        icon.addPixmap(QPixmap::fromImage(appIconImage(side, 0, false, 1)));
-    return icon;
+        images.append(appIconImage(side, 0, false, 1));
+    return images;
+}
+
+/// Beside what the first window still has to do: drawing takes as long as a frame.
+void drawWindowIcon()
+{
+    QThreadPool::globalInstance()->start([] {
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [images = windowIconImages()] {
+            QIcon icon;
+            for (const auto& image : images)
+                icon.addPixmap(QPixmap::fromImage(image));
+            QGuiApplication::setWindowIcon(icon);
+        });
+    });
 }
 
 }  // namespace
@@ -52,13 +69,20 @@ QQmlEngine& quickEngine()
                  &qml_register_types_Velmora_Settings, &qml_register_types_Velmora_Windows, &qml_register_types_Velmora_App})
             [[maybe_unused]] const auto linked = types;
         installBrandModule(*made);
-        QGuiApplication::setWindowIcon(windowIcon());
+        drawWindowIcon();
         if (motion().isReduced)
             setReducesMotion(*made, true);
         motion().engine = made;
         return made;
     }();
     return engine;
+}
+
+void prepareView(const QUrl& view)
+{
+    static std::set<QUrl> prepared;
+    if (prepared.insert(view).second)
+        new QQmlComponent{&quickEngine(), view, QQmlComponent::Asynchronous, &quickEngine()};
 }
 
 void setReducesMotion(bool reducesMotion)

@@ -44,8 +44,8 @@ public:
 
     void makeKeyAndOrderFront() override
     {
-        if (!view_.isVisible() && content_.willAppear)
-            content_.willAppear();
+        if (!view_.isVisible())
+            appear();
         view_.setWindowStates(view_.windowStates() & ~Qt::WindowMinimized);
         view_.show();
         view_.raise();
@@ -54,6 +54,22 @@ public:
     }
 
 private:
+    void appear()
+    {
+        if (content_.willAppear)
+            content_.willAppear();
+        QObject::disconnect(firstFrame_);
+        if (content_.didAppear)
+            firstFrame_ = QObject::connect(
+                &view_, &QQuickWindow::frameSwapped, &view_,
+                [this] {
+                    // It may have been closed since.
+                    if (view_.isVisible())
+                        content_.didAppear();
+                },
+                static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
+    }
+
     void visibilityChanged(bool isVisible)
     {
         if (isVisible)
@@ -69,6 +85,7 @@ private:
     const QuickContent content_;
     const std::shared_ptr<platform::WindowActivation> activation_;
     FittedView view_;
+    QMetaObject::Connection firstFrame_;
 
     // A window that nobody refers to any more lives until it is closed.
     std::shared_ptr<QuickWindow> whileVisible_;

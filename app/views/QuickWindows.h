@@ -17,6 +17,7 @@ struct QuickContent {
     QUrl view;
     std::shared_ptr<QObject> model;
     std::function<void()> willAppear;  ///< each time that the window is shown after being hidden
+    std::function<void()> didAppear;  ///< then, once its first frame is on the screen: for what would keep it from there
     std::function<void()> didDisappear;  ///< each time that the window has been closed
     std::function<void(std::function<void()> close)> onDismiss;  ///< given, once, the way to close the window
 };

@@ -4,6 +4,7 @@
 #include "app/menu/ShareMenu.h"
 #include "app/menu/TrayStatusItem.h"
 #include "app/views/FolderChooserWindow.h"
+#include "app/views/QuickEngine.h"
 #include "library/views/ClipPreviewModel.h"
 #include "onboarding/OnboardingModel.h"
 #include "settings/SettingsModel.h"
@@ -16,6 +17,9 @@ namespace velmora {
 
 namespace {
 
+constexpr const char* pickerView = "qrc:/Velmora/Windows/WindowPickerView.qml";
+constexpr const char* previewView = "qrc:/Velmora/Library/ClipPreviewView.qml";
+
 template <typename Model>
 QuickContent contentOf(const char* view, std::shared_ptr<Model> model)
 {
@@ -24,6 +28,7 @@ QuickContent contentOf(const char* view, std::shared_ptr<Model> model)
         .view = QUrl{QLatin1String{view}},
         .model = std::move(model),
         .willAppear = [shown] { shown->viewWillAppear(); },
+        .didAppear = {},
         .didDisappear = {},
         .onDismiss = [shown](std::function<void()> close) { QObject::connect(shown, &Model::dismissed, shown, std::move(close)); },
     };
@@ -41,7 +46,7 @@ QuickContent makePicker(const WindowContentParts& parts)
         std::make_shared<WindowSelectionService>(parts.services.platform.shareableContent, parts.services.mainExecutor),
         parts.instances.coordinator);
     auto* picker = model.get();
-    auto content = contentOf("qrc:/Velmora/Windows/WindowPickerView.qml", std::move(model));
+    auto content = contentOf(pickerView, std::move(model));
     content.didDisappear = [picker] { picker->viewDidDisappear(); };
     return content;
 }
@@ -63,9 +68,11 @@ QuickContent makePreview(const std::filesystem::path& clip, const WindowContentP
         });
     auto* preview = model.get();
     return {
-        .view = QUrl{QStringLiteral("qrc:/Velmora/Library/ClipPreviewView.qml")},
+        .view = QUrl{QLatin1String{previewView}},
         .model = std::move(model),
-        .willAppear = [preview] { preview->setupPlayer(); },
+        .willAppear = {},
+        // The first one loads the player's library.
+        .didAppear = [preview] { preview->setupPlayer(); },
         .didDisappear = [preview] { preview->tearDown(); },
         .onDismiss =
             [preview](std::function<void()> close) { QObject::connect(preview, &ClipPreviewModel::dismissed, preview, std::move(close)); },
@@ -111,6 +118,12 @@ QuickContent makeOnboarding(const WindowContentParts& parts)
 }
 
 }  // namespace
+
+void prepareWindowContents()
+{
+    prepareView(QUrl{QLatin1String{pickerView}});
+    prepareView(QUrl{QLatin1String{previewView}});
+}
 
 QuickContent makeWindowContent(const WindowDescription& description, const WindowContentParts& parts)
 {

@@ -20,6 +20,9 @@ struct WindowContentParts {
     std::function<std::shared_ptr<WindowPresenting>()> windows;  ///< none before there is a delegate and after
 };
 
+/// Has the views of the windows that a menu leads to, the picker and the preview, read in advance: for when a menu opens.
+void prepareWindowContents();
+
 QuickContent makeWindowContent(const WindowDescription& description, const WindowContentParts& parts);
 
 }  // namespace velmora

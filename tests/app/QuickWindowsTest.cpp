@@ -8,10 +8,12 @@
 #include <QScreen>
 
 #include <fstream>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace velmora {
 namespace {
+
+using ::testing::ElementsAre;
 
 /// Windows that show an empty view.
 class QuickWindowsTest : public testing::Test {
@@ -30,8 +32,9 @@ protected:
                                        return QuickContent{
                                            .view = QUrl::fromLocalFile(QString::fromStdString((directory.path() / "View.qml").string())),
                                            .model = std::make_shared<QObject>(),
-                                           .willAppear = {},
-                                           .didDisappear = {},
+                                           .willAppear = [this] { calls.push_back("will appear"); },
+                                           .didAppear = [this] { calls.push_back("did appear"); },
+                                           .didDisappear = [this] { calls.push_back("did disappear"); },
                                            .onDismiss = {},
                                        };
                                    }};
@@ -43,7 +46,19 @@ protected:
         return nullptr;
     }
 
+    /// Until a frame of the window, and what waits for it, has come.
+    void awaitFrame(QQuickView& view)
+    {
+        bool isDrawn = false;
+        const auto connection = QObject::connect(
+            &view, &QQuickWindow::frameSwapped, &view, [&] { isDrawn = true; }, Qt::QueuedConnection);
+        while (!isDrawn)
+            application.processEvents(QEventLoop::WaitForMoreEvents);
+        QObject::disconnect(connection);
+    }
+
     QGuiApplication& application = test::application();
+    std::vector<std::string> calls;
     test::TemporaryDirectory directory;
     PixelRect frame;
     std::shared_ptr<fake::FakeWindowActivation> activation = std::make_shared<fake::FakeWindowActivation>();
@@ -106,6 +121,36 @@ TEST_F(QuickWindowsTest, TheButtonsOfTheTitleBarAreThoseOfTheKindOfWindow)
             window.reset();
         }
     }
+}
+
+TEST_F(QuickWindowsTest, WhatWouldKeepTheFirstFrameFromTheScreenIsDoneAfterItEachTimeThatTheWindowOpens)
+{
+    auto* view = open({WindowContent::clipPreview, 200, 100, true, false, "first frame", {}});
+    ASSERT_TRUE(view);
+    for (int opening = 0; opening < 2; ++opening) {
+        calls.clear();
+        window->makeKeyAndOrderFront();
+        EXPECT_THAT(calls, ElementsAre("will appear"));
+        awaitFrame(*view);
+        EXPECT_THAT(calls, ElementsAre("will appear", "did appear"));
+        view->update();
+        awaitFrame(*view);
+        EXPECT_THAT(calls, ElementsAre("will appear", "did appear")) << "once is enough";
+        view->close();
+        application.processEvents();
+    }
+}
+
+TEST_F(QuickWindowsTest, WhatIsClosedBeforeItsFirstFrameBeginsNothing)
+{
+    auto* view = open({WindowContent::clipPreview, 200, 100, true, false, "closed at once", {}});
+    ASSERT_TRUE(view);
+    const auto closing = QObject::connect(view, &QQuickWindow::frameSwapped, view, [view] { view->close(); });
+    window->makeKeyAndOrderFront();
+    awaitFrame(*view);
+    application.processEvents();
+    EXPECT_THAT(calls, ElementsAre("will appear", "did disappear"));
+    QObject::disconnect(closing);
 }
 
 }  // namespace

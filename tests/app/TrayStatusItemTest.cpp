@@ -17,7 +17,7 @@ struct UntoldAppearance final : platform::TrayAppearance {
 TEST(TrayStatusItem, AssistiveTechnologyReadsTheImagesDescriptionOfItsMenu)
 {
     auto& application = static_cast<QApplication&>(test::application());
-    const auto item = makeTrayStatusItem(std::make_shared<UntoldAppearance>());
+    const auto item = makeTrayStatusItem(std::make_shared<UntoldAppearance>(), [] {});
     item->setMenuDelegate({.menuNeedsUpdate = [] { return std::vector<MenuItem>{MenuItem{}}; }, .menuItemTriggered = {}});
     auto image = BrandAssets::menuBarImage(CaptureState{CaptureState::WaitingForWindowSelection{}});
     for (const auto* description : {"Velmora", "Another"}) {
@@ -29,6 +29,23 @@ TEST(TrayStatusItem, AssistiveTechnologyReadsTheImagesDescriptionOfItsMenu)
         EXPECT_EQ(QAccessible::queryAccessibleInterface(menu)->text(QAccessible::Name), QLatin1String(description));
         menu->close();
     }
+}
+
+TEST(TrayStatusItem, SaysThatItsMenuIsOpenOnceItIsOnTheScreen)
+{
+    auto& application = static_cast<QApplication&>(test::application());
+    int openings = 0;
+    const auto item = makeTrayStatusItem(std::make_shared<UntoldAppearance>(), [&] {
+        EXPECT_TRUE(application.activePopupWidget());
+        ++openings;
+    });
+    item->setMenuDelegate({.menuNeedsUpdate = [] { return std::vector<MenuItem>{MenuItem{}}; }, .menuItemTriggered = {}});
+    item->popUpMenu();
+    EXPECT_EQ(openings, 0) << "it is not painted yet";
+    while (openings == 0)
+        application.processEvents(QEventLoop::WaitForMoreEvents);
+    application.activePopupWidget()->close();
+    EXPECT_EQ(openings, 1);
 }
 
 }  // namespace
