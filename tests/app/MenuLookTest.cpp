@@ -165,7 +165,8 @@ TEST(MenuLook, AnOpenMenuFollowsWhatIsSaidBeneathItsTitlesAndNothingElse)
     menu.updateCaptions(items("", false));
     EXPECT_EQ(menu.actions().back()->text(), QString::fromUtf8("✕ Quit Velmora\tSuper+Q"));
     EXPECT_LT(menu.height(), height);
-    menu.updateCaptions(describeMenu({.state = state, .selectedWindow = std::nullopt, .recentClips = {}, .stateCaption = "x"}));
+    const CaptureState saving{CaptureState::SavingClip{}};
+    menu.updateCaptions(describeMenu({.state = saving, .selectedWindow = window, .recentClips = {}, .stateCaption = "x"}));
     EXPECT_EQ(menu.actions().at(1)->text(), QString::fromUtf8("🔴 Recording Live...")) << "other rows wait for the next opening";
     menu.close();
 }
