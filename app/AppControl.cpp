@@ -143,6 +143,11 @@ QJsonObject AppControl::status() const
                 {QStringLiteral("application"), text(window->appName)},
             });
     }
+    const auto& observer = services_.recordingObserver;
+    if (const auto progress = observer && coordinator.isRecording() ? observer->progress() : std::nullopt) {
+        status.insert(QStringLiteral("recordingSeconds"), std::chrono::duration<double>{progress->elapsed}.count());
+        status.insert(QStringLiteral("recordingBytes"), static_cast<qint64>(progress->bytes));
+    }
     if (const auto& clip = coordinator.lastSavedClipURL())
         status.insert(QStringLiteral("lastSavedClip"), bus_requests::text(*clip));
     if (const auto notice = services_.notice ? services_.notice() : std::string{}; !notice.empty())

@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 
+#include "capture/CaptureMessages.h"
 #include "onboarding/CompletedWalkthrough.h"
 
 #include <utility>
@@ -7,6 +8,8 @@
 namespace velmora {
 
 namespace {
+
+constexpr std::chrono::seconds progressInterval{1};
 
 std::weak_ptr<AppDelegate>& sharedDelegate()
 {
@@ -66,6 +69,7 @@ void AppDelegate::applicationDidFinishLaunching()
         &services_.coordinator, &CaptureCoordinator::stateChanged, menuBarController_.get(), &MenuBarController::updateStatusItemIcon);
 
     observeRecordings();
+    observeState();
 
     if (!services_.userDefaults->boolean(hasCompletedWalkthroughKey) || !services_.permissionManager.hasScreenRecordingPermission())
         presentOnboarding();
@@ -85,8 +89,53 @@ void AppDelegate::observeRecordings()
                                    const std::filesystem::path& place) { notifications->showClipMoved(place); };
     observer->onChange = [self = weak_from_this()] {
         if (const auto delegate = self.lock())
-            delegate->updateNotice();
+            delegate->updateRemarks();
     };
+    observer->onFileChange = [self = weak_from_this()] {
+        if (const auto delegate = self.lock())
+            delegate->followRecording();
+    };
+}
+
+void AppDelegate::observeState()
+{
+    auto& coordinator = services_.coordinator;
+    auto& shortcuts = services_.shortcutManager;
+    const auto update = [this] { updateRemarks(); };
+    auto* context = menuBarController_.get();
+    QObject::connect(&coordinator, &CaptureCoordinator::stateChanged, context, update);
+    QObject::connect(&coordinator, &CaptureCoordinator::selectedWindowChanged, context, [this] {
+        if (services_.coordinator.selectedWindow())
+            lostWindow_.clear();
+        updateRemarks();
+    });
+    QObject::connect(&services_.permissionManager, &PermissionManager::hasScreenRecordingPermissionChanged, context, update);
+    QObject::connect(&shortcuts, &KeyboardShortcutManager::isRegisteredChanged, context, update);
+    QObject::connect(&shortcuts, &KeyboardShortcutManager::registrationErrorMessageChanged, context, update);
+    services_.workspace->addObserver({
+        .willSleep =
+            [self = weak_from_this()](const UniqueFunction<void()>&) {
+                if (const auto delegate = self.lock(); delegate && delegate->services_.coordinator.selectedWindow())
+                    delegate->lostWindow_ = machineSlept;
+            },
+        .didWake = {},
+        .screenParametersDidChange = {},
+        .accessibilityDisplayOptionsDidChange = {},
+    });
+    updateRemarks();
+}
+
+/// Nothing runs by the clock but this, and this only while a recording does.
+void AppDelegate::followRecording()
+{
+    nextProgress_.reset();
+    if (services_.recordingObserver->progress()) {
+        nextProgress_ = services_.clock->schedule(progressInterval, [self = weak_from_this()] {
+            if (const auto delegate = self.lock())
+                delegate->followRecording();
+        });
+    }
+    updateRemarks();
 }
 
 std::string AppDelegate::notice() const
@@ -96,10 +145,24 @@ std::string AppDelegate::notice() const
     return services_.recordingObserver ? services_.recordingObserver->notice() : std::string{};
 }
 
-void AppDelegate::updateNotice()
+void AppDelegate::updateRemarks()
 {
-    if (menuBarController_)
-        menuBarController_->setNotice(notice());
+    if (!menuBarController_)
+        return;
+    const auto& shortcuts = services_.shortcutManager;
+    StateFacts facts{
+        .state = services_.coordinator.state(),
+        .permissionExplanation = services_.permissionManager.screenRecordingExplanation(),
+        .lostWindow = lostWindow_,
+        .isShortcutRegistered = shortcuts.isRegistered(),
+        .notice = notice(),
+    };
+    // A file that is being finished is no longer being recorded.
+    if (services_.recordingObserver && services_.coordinator.isRecording())
+        facts.progress = services_.recordingObserver->progress();
+    if (shortcuts.isRegistrationErrorExplained())
+        facts.shortcutReason = shortcuts.registrationErrorMessage().value_or("");
+    menuBarController_->setRemarks(remarks(facts));
 }
 
 void AppDelegate::applicationShouldTerminate(UniqueFunction<void()> terminate)
@@ -116,10 +179,10 @@ void AppDelegate::awaitSaves(UniqueFunction<void()> completion)
     ++saveWaits_;
     services_.coordinator.notifyWhenSaved([self = shared_from_this(), completion = std::move(completion)]() mutable {
         --self->saveWaits_;
-        self->updateNotice();
+        self->updateRemarks();
         completion();
     });
-    updateNotice();
+    updateRemarks();
 }
 
 void AppDelegate::applicationWillTerminate()
@@ -136,6 +199,10 @@ void AppDelegate::clipWasSaved(const std::filesystem::path& clip, double duratio
 
 void AppDelegate::captureFailed(const std::string& message)
 {
+    if (message == capture_message::windowClosed) {
+        lostWindow_ = windowIsGone;
+        updateRemarks();
+    }
     std::string text = std::exchange(heldMessage_, {});
     if (!services_.coordinator.isToldByCallers()) {
         if (!text.empty())

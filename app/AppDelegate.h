@@ -7,7 +7,10 @@
 #include "app/WindowPresenting.h"
 #include "app/menu/MenuBarController.h"
 #include "capture/CaptureCoordinator.h"
+#include "platform/Clock.h"
 #include "platform/UserDefaults.h"
+#include "platform/Workspace.h"
+#include "system/KeyboardShortcutManager.h"
 #include "system/PermissionManager.h"
 
 #include <filesystem>
@@ -25,10 +28,13 @@ public:
     struct Services {
         CaptureCoordinator& coordinator;
         PermissionManager& permissionManager;
+        KeyboardShortcutManager& shortcutManager;
         std::shared_ptr<platform::UserDefaults> userDefaults;
         std::shared_ptr<ApplicationWindowFactory> windows;
         std::shared_ptr<AlertPresenter> alerts;
         std::shared_ptr<ClipSavedNotificationController> notificationController;
+        std::shared_ptr<platform::Workspace> workspace;
+        std::shared_ptr<platform::Clock> clock;
         std::shared_ptr<Executor> mainExecutor;
 
         /// Makes the controller of the item in the menu bar. Called once, at launch.
@@ -76,12 +82,16 @@ private:
     void clipWasSaved(const std::filesystem::path& clip, double duration, bool isFullDuration);
     void captureFailed(const std::string& message);
     void observeRecordings();
-    void updateNotice();
+    void observeState();
+    void followRecording();
+    void updateRemarks();
 
     const Services services_;
     std::unique_ptr<MenuBarController> menuBarController_;
     int saveWaits_ = 0;  // how many wait for the saves
     std::string heldMessage_;  // to be told together with what is sure to follow
+    std::string lostWindow_;  // why no window is chosen any more, if the user did not ask for that
+    std::unique_ptr<platform::Timer> nextProgress_;  // while a recording runs
     std::shared_ptr<ApplicationWindow> onboardingWindow_;
     std::shared_ptr<ApplicationWindow> windowPickerWindow_;
     std::shared_ptr<ApplicationWindow> previewWindow_;

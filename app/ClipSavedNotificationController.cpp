@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QUuid>
 
+#include <algorithm>
 #include <utility>
 
 namespace velmora {
@@ -21,6 +22,15 @@ std::string titleText(double seconds, bool isFullDuration)
 }
 
 }  // namespace
+
+std::string savedClipCaption(const std::vector<ClipItem>& clips, const std::filesystem::path& clip)
+{
+    const auto saved = std::find_if(clips.begin(), clips.end(), [&](const ClipItem& item) { return item.url == clip; });
+    if (saved == clips.end())
+        return {};
+    const auto length = saved->duration > 0 ? saved->formattedDuration() + ", " : std::string{};
+    return "The whole recording: " + length + saved->formattedFileSize();
+}
 
 std::shared_ptr<ClipSavedNotificationController> ClipSavedNotificationController::create(Services services)
 {
@@ -73,7 +83,10 @@ void ClipSavedNotificationController::presentHUD(const std::filesystem::path& cl
         if (const auto controller = self.lock())
             controller->dismissHUD();
     };
-    hudWindow_->setContent({clip, title, dismiss});
+    hudWindow_->setContent({.clip = clip,
+        .title = title,
+        .caption = services_.describeClip ? services_.describeClip(clip) : std::string{},
+        .onDismiss = dismiss});
     hudWindow_->place();
     hudWindow_->orderFrontAndFadeIn();
     dismissTimer_ = services_.clock->schedule(timeOnScreen, dismiss);

@@ -3,6 +3,7 @@
 
 #include "app/WindowPresenting.h"
 #include "base/SerialQueue.h"
+#include "library/ClipItem.h"
 #include "platform/Clock.h"
 #include "platform/UserNotificationCenter.h"
 #include "platform/Workspace.h"
@@ -12,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace velmora {
 
@@ -20,7 +22,8 @@ class HudPanel {
 public:
     struct Content {
         std::filesystem::path clip;
-        std::string title;  ///< plain text
+        std::string title;  ///< plain text, as the caption is
+        std::string caption = {};  ///< the clip's length and size; empty where they are not known
         std::function<void()> onDismiss;
     };
 
@@ -37,6 +40,9 @@ public:
     /// Fades it out over `duration`, hides it and then calls `completion`; does not call it if it is shown again before that.
     virtual void fadeOutAndOrderOut(std::chrono::milliseconds duration) = 0;
 };
+
+/// What the panel says of a saved clip beneath its title: "The whole recording: 1:05, 12.3 MB". Empty where the clip is not among `clips`.
+[[nodiscard]] std::string savedClipCaption(const std::vector<ClipItem>& clips, const std::filesystem::path& clip);
 
 /// Main thread, except where said.
 class ClipSavedNotificationController final : public platform::UserNotificationCenterDelegate,
@@ -62,6 +68,7 @@ public:
         std::shared_ptr<Executor> mainExecutor;
         std::function<std::shared_ptr<WindowPresenting>()> windows;  ///< none when there is no delegate
         std::function<std::unique_ptr<HudPanel>()> makePanel;  ///< called for the first panel only
+        std::function<std::string(const std::filesystem::path&)> describeClip = {};  ///< gives a clip's caption; none: panels have none
     };
 
     /// Becomes the centre's delegate and registers the one category.

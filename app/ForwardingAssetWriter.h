@@ -28,6 +28,7 @@ public:
     void cancelWriting() override { inner_->cancelWriting(); }
     [[nodiscard]] Status status() const override { return inner_->status(); }
     [[nodiscard]] std::optional<Error> error() const override { return inner_->error(); }
+    [[nodiscard]] std::uint64_t fileSize() const override { return inner_->fileSize(); }
     [[nodiscard]] std::optional<std::filesystem::path> placeOfMovedFile() const override { return inner_->placeOfMovedFile(); }
 
 protected:

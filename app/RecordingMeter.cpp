@@ -25,13 +25,15 @@ bool isSilent(const SampleBuffer& block)
 class MeteredInput final : public platform::AssetWriterInput {
 public:
     MeteredInput(std::shared_ptr<platform::AssetWriterInput> inner, MediaType mediaType, std::shared_ptr<RecordingMeter> meter,
-        std::weak_ptr<platform::AssetWriter> writer, std::uint64_t file, FormatDescriptionRef format)
+        std::weak_ptr<platform::AssetWriter> writer, std::uint64_t file, FormatDescriptionRef format,
+        std::shared_ptr<std::atomic<std::uint64_t>> fileSize)
         : inner_(std::move(inner))
         , mediaType_(mediaType)
         , meter_(std::move(meter))
         , writer_(std::move(writer))
         , file_(file)
         , format_(std::move(format))
+        , fileSize_(std::move(fileSize))
     {
     }
 
@@ -51,6 +53,8 @@ public:
         if (!appended)
             reportRefusal(*sample);
         hasSamples_ = hasSamples_ || appended;
+        if (const auto writer = writer_.lock())
+            *fileSize_ = writer->fileSize();
         if (mediaType_ == MediaType::video)
             countFrame(*sample, appended);
         else if (appended && !isSilent(*sample))
@@ -97,6 +101,7 @@ private:
     std::weak_ptr<platform::AssetWriter> writer_;
     const std::uint64_t file_;
     const FormatDescriptionRef format_;
+    const std::shared_ptr<std::atomic<std::uint64_t>> fileSize_;
     bool hasSamples_ = false;
     bool isRefusalReported_ = false;
 };
@@ -108,14 +113,15 @@ public:
         , meter_(std::move(meter))
         , file_(file)
     {
-        meter_->report(Event::fileBegins, {}, file_);
+        if (meter_->onReport)
+            meter_->onReport({.event = Event::fileBegins, .file = file_, .size = fileSize_});
     }
 
     std::shared_ptr<platform::AssetWriterInput> makeInput(
         MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override
     {
         return std::make_shared<MeteredInput>(
-            inner()->makeInput(mediaType, settings, sourceFormatHint), mediaType, meter_, inner(), file_, sourceFormatHint);
+            inner()->makeInput(mediaType, settings, sourceFormatHint), mediaType, meter_, inner(), file_, sourceFormatHint, fileSize_);
     }
 
     [[nodiscard]] bool canAdd(const platform::AssetWriterInput& input) const override
@@ -156,6 +162,7 @@ public:
 private:
     const std::shared_ptr<RecordingMeter> meter_;
     const std::uint64_t file_;
+    const std::shared_ptr<std::atomic<std::uint64_t>> fileSize_ = std::make_shared<std::atomic<std::uint64_t>>(0);
     std::shared_ptr<MeteredInput> video_;
 };
 

@@ -34,6 +34,8 @@ struct RecordingReport {
     Event event;
     std::string reason = {};  ///< for people, where there is one; for a file that was moved, the path where it is
     std::uint64_t file = 0;  ///< which of the files: 1 is the first
+    std::shared_ptr<const std::atomic<std::uint64_t>> size = nullptr;  ///< fileBegins: the file's bytes on the disk, as samples come
+    MonotonicTime time = MonotonicClock::now();
 };
 
 /// Counters that the wrapped services keep while a file is being written. Read on any thread.
@@ -58,7 +60,7 @@ public:
     void report(RecordingReport::Event event, std::string reason = {}, std::uint64_t file = 0) const
     {
         if (onReport)
-            onReport({event, std::move(reason), file});
+            onReport({.event = event, .reason = std::move(reason), .file = file});
     }
 };
 

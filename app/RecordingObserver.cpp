@@ -2,6 +2,7 @@
 
 #include "capture/CaptureMessages.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace velmora {
@@ -42,6 +43,7 @@ void RecordingObserver::handle(const RecordingReport& report)
 {
     using Event = RecordingReport::Event;
     const auto before = notice();
+    const auto openFileBefore = fileIsOpen_ ? file_ : 0;
     switch (report.event) {
     case Event::captureBegins:
         encoderProblem_.clear();
@@ -66,6 +68,8 @@ void RecordingObserver::handle(const RecordingReport& report)
     case Event::fileBegins:
         file_ = report.file;
         fileIsOpen_ = true;
+        fileBegan_ = report.time;
+        fileSize_ = report.size;
         earlyEnd_.clear();
         explanation_.clear();
         if (!encoderProblem_.empty())
@@ -91,6 +95,8 @@ void RecordingObserver::handle(const RecordingReport& report)
     }
     if (onChange && notice() != before)
         onChange();
+    if (onFileChange && (fileIsOpen_ ? file_ : 0) != openFileBefore)
+        onFileChange();
 }
 
 void RecordingObserver::endEarly(const std::string& reason)
@@ -105,6 +111,14 @@ std::string RecordingObserver::notice() const
     if (!text.empty() && !soundProblem_.empty())
         text += ' ';
     return text + soundProblem_;
+}
+
+std::optional<RecordingProgress> RecordingObserver::progress(MonotonicTime now) const
+{
+    if (!fileIsOpen_ || !earlyEnd_.empty())
+        return std::nullopt;
+    return RecordingProgress{
+        std::max<std::chrono::nanoseconds>(now - fileBegan_, std::chrono::nanoseconds{0}), fileSize_ ? fileSize_->load() : 0};
 }
 
 std::string RecordingObserver::explained(const std::string& message) const

@@ -5,13 +5,24 @@
 #include "base/SerialQueue.h"
 #include "platform/PlatformServices.h"
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace velmora {
+
+/// Of the recording in progress.
+struct RecordingProgress {
+    std::chrono::nanoseconds elapsed{0};  ///< since its file was made
+    std::uint64_t bytes = 0;  ///< of it that are on the disk
+
+    friend bool operator==(const RecordingProgress&, const RecordingProgress&) = default;
+};
 
 /// Hears from the services that a capture uses what goes wrong in them, and knows when going on is of no use: where no encoder can be made, the
 /// running one fails or gives way to one whose pictures do not belong in the same file, or nothing more can be written. Needs neither a
@@ -39,8 +50,15 @@ public:
     /// The notice has changed.
     std::function<void()> onChange;
 
+    /// A file has begun or ended: there is progress, or none any more.
+    std::function<void()> onFileChange;
+
     /// What is wrong with the capture or was with its last recording, in whole sentences; empty when nothing is.
     [[nodiscard]] std::string notice() const;
+
+    /// How far the recording in progress is at `now`; none when nothing is being recorded, nor where nothing more can be written, nor while a
+    /// file is being finished. Reads what was counted and waits for nothing.
+    [[nodiscard]] std::optional<RecordingProgress> progress(MonotonicTime now = MonotonicClock::now()) const;
 
     /// A message about a recording that could not be saved, followed by what is known of the reason, where it does not say so itself. Any
     /// other message as it is.
@@ -53,6 +71,8 @@ private:
     std::shared_ptr<RecordingMeter> meter_;
     std::uint64_t file_ = 0;  ///< the one that began last
     bool fileIsOpen_ = false;
+    MonotonicTime fileBegan_{};
+    std::shared_ptr<const std::atomic<std::uint64_t>> fileSize_;
     std::string encoderProblem_;
     std::string soundProblem_;
     std::string earlyEnd_;  ///< why the recording that began last ended before it was asked to

@@ -88,10 +88,13 @@ public:
         appDelegate_ = AppDelegate::create({
             .coordinator = instances_.coordinator,
             .permissionManager = instances_.permissionManager,
+            .shortcutManager = instances_.shortcutManager,
             .userDefaults = services_.platform.userDefaults,
             .windows = windows,
             .alerts = alerts,
-            .notificationController = makeNotificationController(services_),
+            .notificationController = makeNotificationController(services_, instances_.library),
+            .workspace = services_.platform.workspace,
+            .clock = services_.clock,
             .mainExecutor = mainExecutor_,
             .makeMenuBarController =
                 [this, alerts](std::weak_ptr<WindowPresenting> presenting) {
@@ -186,7 +189,8 @@ private:
         follow();
     }
 
-    static std::shared_ptr<ClipSavedNotificationController> makeNotificationController(const SharedServices& services)
+    static std::shared_ptr<ClipSavedNotificationController> makeNotificationController(
+        const SharedServices& services, const ClipLibrary& library)
     {
         const auto workspace = services.platform.workspace;
         const auto sharing = services.platform.sharingServices;
@@ -211,6 +215,7 @@ private:
                         },
                         {activation, floating});
                 },
+            .describeClip = [&library](const std::filesystem::path& clip) { return savedClipCaption(library.recentClips(), clip); },
         });
     }
 

@@ -72,6 +72,10 @@ public:
     [[nodiscard]] virtual Status status() const = 0;
     [[nodiscard]] virtual std::optional<Error> error() const = 0;
 
+    /// Bytes of the file so far, without what is still on its way to the disk; 0 before there are samples on it. Threads as for the samples;
+    /// takes no lock.
+    [[nodiscard]] virtual std::uint64_t fileSize() const = 0;
+
     /// Where the whole file is if the writer failed because the file was moved meanwhile; none otherwise. Threads as for status().
     [[nodiscard]] virtual std::optional<std::filesystem::path> placeOfMovedFile() const = 0;
 };

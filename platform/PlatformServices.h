@@ -12,6 +12,7 @@
 #include "platform/FolderChooser.h"
 #include "platform/HotKeyCenter.h"
 #include "platform/LogSink.h"
+#include "platform/LoginItem.h"
 #include "platform/Player.h"
 #include "platform/ScreenCaptureAccess.h"
 #include "platform/Screens.h"
@@ -50,6 +51,7 @@ struct PlatformServices {
     std::shared_ptr<FloatingWindows> floatingWindows;
     std::shared_ptr<TrayAppearance> trayAppearance;
     std::shared_ptr<FolderChooser> folderChooser;
+    std::shared_ptr<LoginItem> loginItem;
 };
 
 }  // namespace velmora::platform

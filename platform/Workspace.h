@@ -5,10 +5,20 @@
 
 #include <filesystem>
 #include <functional>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace velmora::platform {
+
+/// Where a desktop has keys bound to commands of the user's.
+struct KeySettings {
+    std::string place;  ///< for people, as the desktop names it
+    bool canBeOpened = false;  ///< its program is there
+
+    friend bool operator==(const KeySettings&, const KeySettings&) = default;
+};
 
 /// Called on the main thread. An empty function is not called.
 struct WorkspaceObserver {
@@ -39,6 +49,12 @@ public:
 
     /// Opens a link. That to the settings of screen recording opens this desktop's own page for it; nothing where none is known.
     virtual void openURL(std::string_view url) = 0;
+
+    /// None where it is not known of this desktop.
+    [[nodiscard]] virtual std::optional<KeySettings> keySettings() const = 0;
+
+    /// Shows that page, if it can be opened.
+    virtual void openKeySettings() = 0;
 
     /// Shows the files selected in the file browser.
     virtual void activateFileViewerSelecting(const std::vector<std::filesystem::path>& files) = 0;

@@ -13,7 +13,7 @@ QString text(const std::string& utf8)
 
 }  // namespace
 
-SettingsModel::SettingsModel(Services services) : services_(std::move(services))
+SettingsModel::SettingsModel(Services services) : services_(std::move(services)), logIn_(services_.loginItem->status())
 {
     connect(&services_.library, &ClipLibrary::customOutputDirectoryChanged, this, &SettingsModel::savedClipsFolderChanged);
     const auto* shortcuts = &services_.shortcutManager;
@@ -56,6 +56,38 @@ QString SettingsModel::permissionExplanation() const
     return text(services_.permissionManager.screenRecordingExplanation());
 }
 
+QString SettingsModel::logInRemark() const
+{
+    return logInError_.isEmpty() ? text(logIn_.remark) : logInError_;
+}
+
+void SettingsModel::setStartsAtLogIn(bool starts)
+{
+    const auto changed = services_.loginItem->setOn(starts);
+    readLogIn(changed ? QString{} : text(changed.error().localizedDescription));
+}
+
+void SettingsModel::readLogIn(const QString& error)
+{
+    logIn_ = services_.loginItem->status();
+    logInError_ = error;
+    emit logInChanged();
+}
+
+QString SettingsModel::keyAdvice() const
+{
+    const auto keys = services_.workspace->keySettings();
+    return QStringLiteral("Keys of your own start and stop a recording when they are bound to the command 'velmora toggle' in ")
+        + (keys ? QStringLiteral("the desktop's settings: ") + text(keys->place) : QStringLiteral("your desktop's keyboard settings"))
+        + QLatin1Char('.');
+}
+
+bool SettingsModel::canOpenKeySettings() const
+{
+    const auto keys = services_.workspace->keySettings();
+    return keys && keys->canBeOpened;
+}
+
 void SettingsModel::viewWillAppear()
 {
     services_.permissionManager.checkPermissions();
@@ -65,6 +97,7 @@ void SettingsModel::viewWillAppear()
     emit shortcutChanged();
     setFolderError({});
     hasTray_ = services_.hasTray();
+    readLogIn({});
     emit appeared();
 }
 

@@ -5,6 +5,7 @@
 #include "library/ClipLibrary.h"
 #include "platform/FileManager.h"
 #include "platform/FolderChooser.h"
+#include "platform/LoginItem.h"
 #include "platform/Workspace.h"
 #include "system/KeyboardShortcutManager.h"
 #include "system/PermissionManager.h"
@@ -32,6 +33,11 @@ class SettingsModel final : public QObject {
     Q_PROPERTY(QString shortcutKeys READ shortcutKeys NOTIFY shortcutChanged)
     Q_PROPERTY(bool hasScreenRecordingPermission READ hasScreenRecordingPermission NOTIFY permissionChanged)
     Q_PROPERTY(bool hasTray READ hasTray NOTIFY appeared)
+    Q_PROPERTY(bool startsAtLogIn READ startsAtLogIn NOTIFY logInChanged)
+    Q_PROPERTY(bool canChangeLogIn READ canChangeLogIn NOTIFY logInChanged)
+    Q_PROPERTY(QString logInRemark READ logInRemark NOTIFY logInChanged)
+    Q_PROPERTY(QString keyAdvice READ keyAdvice NOTIFY appeared)
+    Q_PROPERTY(bool canOpenKeySettings READ canOpenKeySettings NOTIFY appeared)
     Q_PROPERTY(QString permissionExplanation READ permissionExplanation NOTIFY permissionChanged)
 
 public:
@@ -42,6 +48,7 @@ public:
         std::shared_ptr<platform::Workspace> workspace;
         std::shared_ptr<platform::FileManager> fileManager;
         std::shared_ptr<platform::FolderChooser> folderChooser;
+        std::shared_ptr<platform::LoginItem> loginItem;
         std::function<void()> presentOnboarding;
 
         /// Whether this desktop has a tray, now. Asked each time the settings are shown.
@@ -75,6 +82,23 @@ public:
     /// Why the screen cannot be recorded; may be empty.
     [[nodiscard]] QString permissionExplanation() const;
 
+    /// Whether the program starts with the user's session, as the desktop's list said last.
+    [[nodiscard]] bool startsAtLogIn() const { return logIn_.isOn; }
+    [[nodiscard]] bool canChangeLogIn() const { return logIn_.canBeChanged; }
+
+    /// Why that could not be or cannot be changed; empty where there is nothing to say.
+    [[nodiscard]] QString logInRemark() const;
+
+    /// Asks the desktop's list for the change; what that says afterwards is shown.
+    Q_INVOKABLE void setStartsAtLogIn(bool starts);
+
+    /// How keys of the user's own reach the program.
+    [[nodiscard]] QString keyAdvice() const;
+
+    /// Whether the desktop has a page for that which can be shown.
+    [[nodiscard]] bool canOpenKeySettings() const;
+    Q_INVOKABLE void openKeySettings() { services_.workspace->openKeySettings(); }
+
     /// Called each time the settings are shown.
     Q_INVOKABLE void viewWillAppear();
 
@@ -97,6 +121,7 @@ signals:
     void folderErrorChanged();
     void shortcutChanged();
     void permissionChanged();
+    void logInChanged();
 
     /// The settings are on the screen again.
     void appeared();
@@ -108,11 +133,14 @@ private:
     void folderWasChosen(const Result<std::optional<std::filesystem::path>>& folder);
     void useFolder(const std::filesystem::path& folder);
     void setFolderError(const QString& error);
+    void readLogIn(const QString& error);
 
     const Services services_;
     QString folderError_;
     bool isChoosingFolder_ = false;
     bool hasTray_ = true;
+    platform::LoginItem::Status logIn_;
+    QString logInError_;
     const SelfReference<SettingsModel> self_{*this};
 };
 

@@ -54,7 +54,7 @@ Rectangle {
                         text: "The Orbelle • Obsidian Slate & Electric Coral edition"
                         color: Theme.tertiaryText
                     }
-                    Caption {
+                    Label {
                         Layout.fillWidth: true
                         text: "On this computer: native to Linux"
                         color: Theme.tertiaryText
@@ -110,6 +110,11 @@ Rectangle {
                     Layout.fillWidth: true
                     text: "Clips are saved locally in MP4 format with timestamps and will never overwrite existing files."
                 }
+                Caption {
+                    Layout.fillWidth: true
+                    text: "Another folder that you choose holds until Velmora ends."
+                    color: Theme.tertiaryText
+                }
             }
 
             SettingsSection {
@@ -158,7 +163,7 @@ Rectangle {
                             text: "Option + Command + C"
                             font: Theme.emphasisFont
                         }
-                        Caption {
+                        Label {
                             Layout.alignment: Qt.AlignRight
                             text: root.model.shortcutKeys
                             color: Theme.tertiaryText
@@ -216,7 +221,7 @@ Rectangle {
                         width: parent.width
                         text: "All capture and encoding is strictly 100% local on your Mac. No network calls, telemetry, or external analytics."
                     }
-                    Caption {
+                    Label {
                         width: parent.width
                         text: "“Your Mac” is this computer."
                         color: Theme.tertiaryText
@@ -250,6 +255,57 @@ Rectangle {
                     Layout.fillWidth: true
                     visible: !root.model.hasScreenRecordingPermission && text !== ""
                     text: root.model.permissionExplanation
+                }
+            }
+
+            SettingsSection {
+                title: "On this computer"
+
+                Column {
+                    Layout.fillWidth: true
+                    spacing: 4
+
+                    Switch {
+                        width: parent.width
+                        text: "Start at log-in"
+                        checked: root.model.startsAtLogIn
+                        enabled: root.model.canChangeLogIn
+                        onClicked: {
+                            root.model.setStartsAtLogIn(checked);
+                            // What was not done is not shown.
+                            checked = Qt.binding(() => root.model.startsAtLogIn);
+                        }
+                    }
+                    Caption {
+                        width: parent.width
+                        text: "Velmora then waits in the background each time you log in. Nothing is recorded before you choose a window."
+                    }
+                }
+                StatusLine {
+                    Layout.fillWidth: true
+                    visible: text !== ""
+                    symbol: "exclamationmark.triangle.fill"
+                    tint: Theme.tip
+                    text: root.model.logInRemark
+                }
+                Column {
+                    Layout.fillWidth: true
+                    Layout.topMargin: 4
+                    spacing: 4
+
+                    Label {
+                        width: parent.width
+                        text: "Keys of your own"
+                    }
+                    Caption {
+                        width: parent.width
+                        text: root.model.keyAdvice
+                    }
+                }
+                TextButton {
+                    visible: root.model.canOpenKeySettings
+                    text: "Open Keyboard Settings"
+                    onClicked: root.model.openKeySettings()
                 }
             }
         }

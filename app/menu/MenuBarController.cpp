@@ -4,12 +4,6 @@
 
 namespace velmora {
 
-namespace {
-
-constexpr const char* toolTip = "Velmora — Instant Video Clipping (Click to open menu)";
-
-}  // namespace
-
 MenuBarController::MenuBarController(Services services, std::unique_ptr<StatusItem> statusItem)
     : services_(std::move(services))
     , statusItem_(std::move(statusItem))
@@ -21,7 +15,7 @@ MenuBarController::~MenuBarController() = default;
 
 void MenuBarController::setupStatusItem()
 {
-    statusItem_->setToolTip(toolTip);
+    statusItem_->setToolTip(toolTip(remarks_));
     statusItem_->setMenuDelegate({
         .menuNeedsUpdate = [this] { return menuNeedsUpdate(); },
         .menuItemTriggered = [this](const MenuItem& item) { handle(item); },
@@ -36,16 +30,25 @@ void MenuBarController::updateStatusItemIcon()
 
 std::vector<MenuItem> MenuBarController::menuNeedsUpdate() const
 {
-    return describeMenu({services_.coordinator.state(), services_.coordinator.selectedWindow(), services_.library.recentClips(), notice_});
+    const auto& coordinator = services_.coordinator;
+    return describeMenu({
+        .state = coordinator.state(),
+        .selectedWindow = coordinator.selectedWindow(),
+        .recentClips = services_.library.recentClips(),
+        .isRecording = coordinator.isRecording(),
+        .stateCaption = stateCaption(remarks_),
+        .notice = remarks_.notice,
+    });
 }
 
-void MenuBarController::setNotice(const std::string& notice)
+void MenuBarController::setRemarks(StateRemarks remarks)
 {
-    if (notice == notice_)
+    if (remarks == remarks_)
         return;
-    notice_ = notice;
-    statusItem_->setToolTip(notice.empty() ? std::string{toolTip} : std::string{toolTip} + '\n' + notice);
-    emit noticeChanged();
+    remarks_ = std::move(remarks);
+    statusItem_->setToolTip(toolTip(remarks_));
+    statusItem_->captionsChanged();
+    emit remarksChanged();
 }
 
 void MenuBarController::handle(const MenuItem& item)

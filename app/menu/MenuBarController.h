@@ -4,6 +4,7 @@
 #include "app/ApplicationWindows.h"
 #include "app/WindowPresenting.h"
 #include "app/menu/MenuDescription.h"
+#include "app/menu/StateRemarks.h"
 #include "app/menu/StatusItem.h"
 #include "capture/CaptureCoordinator.h"
 #include "library/ClipLibrary.h"
@@ -13,7 +14,6 @@
 
 #include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace velmora {
@@ -38,8 +38,8 @@ public:
     /// Sets the item's image to that of the coordinator's state.
     void updateStatusItemIcon();
 
-    /// What is wrong or being waited for, in whole sentences: the tooltip's second line and a caption in the menu. Nothing when empty.
-    void setNotice(const std::string& notice);
+    /// What is said beside the given texts, in the tooltip and in the menu.
+    void setRemarks(StateRemarks remarks);
 
     /// What the menu has in it now.
     [[nodiscard]] std::vector<MenuItem> menuNeedsUpdate() const;
@@ -50,7 +50,7 @@ public:
     [[nodiscard]] StatusItem& statusItem() const { return *statusItem_; }
 
 signals:
-    void noticeChanged();
+    void remarksChanged();
 
 private:
     void setupStatusItem();
@@ -65,7 +65,7 @@ private:
 
     const Services services_;
     const std::unique_ptr<StatusItem> statusItem_;
-    std::string notice_;
+    StateRemarks remarks_;
 };
 
 }  // namespace velmora

@@ -24,10 +24,11 @@ struct KeyEquivalent {
 };
 
 struct MenuItem {
-    enum class Kind { separator, header, entry };
+    enum class Kind { separator, header, entry, remark };  ///< a remark takes as many lines as it needs, where they can be wrapped
 
     Kind kind = Kind::entry;
     std::string title;  ///< plain text
+    std::string caption = {};  ///< what is said beneath the title, in lines; a menu that is drawn by others goes without
     std::string ending;  ///< of the title: what is kept of it when it is shortened
     MenuAction action = MenuAction::none;
     bool isEnabled = true;
@@ -44,11 +45,16 @@ struct MenuContent {
     const CaptureState& state;
     const std::optional<CapturedWindowInfo>& selectedWindow;
     const std::vector<ClipItem>& recentClips;  ///< newest first
+    bool isRecording = false;  ///< frames go into a file, which the capture's end discards
+    std::string stateCaption = {};  ///< beneath the state
     std::string notice = {};  ///< what is wrong or being waited for; a caption below the state where there is something to say
 };
 
 /// How many clips the submenu lists at most.
 inline constexpr std::size_t recentClipCount = 5;
+
+/// Whether one menu can be made the other by changing captions.
+[[nodiscard]] bool differOnlyInCaptions(const std::vector<MenuItem>& menu, const std::vector<MenuItem>& other);
 
 [[nodiscard]] std::vector<MenuItem> describeMenu(const MenuContent& content);
 

@@ -33,6 +33,38 @@ constexpr int rightMargin = 24;
 constexpr int separatorHeight = 13;
 /// A longer title is cut in its middle: the keys and the arrow after it stay on the screen, and so does the end of the title.
 constexpr int widestTitle = 400;
+constexpr int captionFontSize = 11;
+constexpr int captionGap = 2;
+constexpr int captionFlags = Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap;
+
+/// An item's text in its parts.
+struct ItemText {
+    explicit ItemText(const QString& text)
+        : title(text.section(QLatin1Char('\t'), 0, 0))
+        , keys(text.section(QLatin1Char('\t'), 1))
+        , caption(title.section(QLatin1Char('\n'), 1))
+    {
+        title = shown(title.section(QLatin1Char('\n'), 0, 0));
+        caption = shown(caption);
+    }
+
+    static QString shown(QString text) { return text.replace(QLatin1String("&&"), QLatin1String("&")); }
+
+    QString title;
+    QString keys;
+    QString caption;
+};
+
+QFont captionFont(QFont font)
+{
+    font.setPixelSize(captionFontSize);
+    return font;
+}
+
+QSize captionSize(const QString& caption, const QFont& font)
+{
+    return QFontMetrics{captionFont(font)}.boundingRect(0, 0, widestTitle, 0, captionFlags, caption).size();
+}
 
 void drawTitle(QPainter& painter, const QRect& place, const QFont& font, const QString& title)
 {
@@ -84,15 +116,26 @@ void drawItem(QPainter& painter, const QStyleOptionMenuItem& item)
     const bool isHeader = item.font.bold();
     const auto color = isSelected ? BrandColors::studioWhite : isEnabled || isHeader ? BrandColors::snowSlate : BrandColors::secondarySlate;
     painter.setPen(color);
-    const auto tab = item.text.indexOf(QLatin1Char('\t'));
+    const ItemText text{item.text};
     auto place = item.rect.adjusted(leftMargin + iconSize + iconGap, 0, -rightMargin, 0);
-    if (tab >= 0) {
+    if (!text.caption.isEmpty()) {
+        const auto size = captionSize(text.caption, item.font);
+        place.setHeight(place.height() - size.height() - captionGap);
+        painter.save();
+        painter.setFont(captionFont(item.font));
+        painter.setPen(isSelected ? BrandColors::studioWhite : BrandColors::secondarySlate);
+        // At the width that its height was made for, however wide the menu has become.
+        painter.drawText(QRect{{place.x(), place.bottom() + 1 + captionGap - itemMargin}, QSize{widestTitle, size.height()}},
+            captionFlags, text.caption);
+        painter.restore();
+    }
+    if (!text.keys.isEmpty()) {
         const QRect keys{place.right() + 1 - item.reservedShortcutWidth, place.y(), item.reservedShortcutWidth, place.height()};
         painter.setFont(item.font);
-        painter.drawText(keys, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, item.text.mid(tab + 1));
+        painter.drawText(keys, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text.keys);
     }
     place.setWidth(std::max(0, place.width() - item.reservedShortcutWidth));
-    drawTitle(painter, place, item.font, item.text.left(tab).replace(QLatin1String("&&"), QLatin1String("&")));
+    drawTitle(painter, place, item.font, text.title);
     if (item.menuItemType == QStyleOptionMenuItem::SubMenu)
         drawArrow(painter, item.rect, color);
     painter.restore();
@@ -139,8 +182,18 @@ public:
             return {leftMargin + iconSize, separatorHeight};
         // There is as much room between a title and its keys as after them.
         const int behind = item->text.contains(QLatin1Char('\t')) ? 2 * rightMargin : rightMargin;
-        return {leftMargin + iconSize + iconGap + std::min(contents.width(), widestTitle) + behind,
-            std::max(contents.height(), iconSize) + 2 * itemMargin};
+        auto title = contents;
+        int beneath = 0;
+        if (const ItemText text{item->text}; !text.caption.isEmpty()) {
+            const auto caption = captionSize(text.caption, item->font);
+            const QFontMetrics metrics{item->font};
+            title = {std::max(metrics.horizontalAdvance(text.title), caption.width()), metrics.height()};
+            beneath = captionGap + caption.height();
+            if (text.title.isEmpty())
+                return {leftMargin + iconSize + iconGap + std::min(title.width(), widestTitle) + behind, beneath + 2 * itemMargin};
+        }
+        return {leftMargin + iconSize + iconGap + std::min(title.width(), widestTitle) + behind,
+            std::max(title.height(), iconSize) + beneath + 2 * itemMargin};
     }
 
     void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter, const QWidget* widget) const override

@@ -47,6 +47,7 @@ void render(QAction& action, const MenuItem& item)
 }
 
 constexpr qsizetype longestBusLabel = 80;
+constexpr qsizetype longestCaptionLine = 240;
 
 /// What a host shows beside other programs' labels: it draws it at its full length.
 std::string titleOnTheBus(const MenuItem& item)
@@ -68,7 +69,7 @@ void addItem(QMenu& menu, const MenuItem& item, LabelSyntax syntax, const std::f
         menu.addSeparator();
         return;
     }
-    QString label = escapedLabel(syntax == LabelSyntax::dbusmenu ? titleOnTheBus(item) : item.title, syntax);
+    const QString label = syntax == LabelSyntax::dbusmenu ? escapedLabel(titleOnTheBus(item), syntax) : widgetText(item);
     if (!item.submenu.empty()) {
         // On the bus there is no look.
         auto* submenu = syntax == LabelSyntax::widget ? new StyledMenu{&menu} : new QMenu{&menu};
@@ -79,8 +80,6 @@ void addItem(QMenu& menu, const MenuItem& item, LabelSyntax syntax, const std::f
         renderMenu(*submenu, item.submenu, syntax, triggered);
         return;
     }
-    if (item.keyEquivalent && syntax == LabelSyntax::widget)
-        label += QLatin1Char('\t') + keyEquivalentText(*item.keyEquivalent);
     auto* action = menu.addAction(label);
     if (item.keyEquivalent && syntax == LabelSyntax::dbusmenu)
         showOnTheBus(*action, *item.keyEquivalent);
@@ -104,6 +103,25 @@ QString escapedLabel(const std::string& title, LabelSyntax syntax)
     if (const auto first = label.indexOf(QLatin1Char('&')); first >= 0)
         label.insert(first, QLatin1Char('&'));
     return label;
+}
+
+QString shownCaption(const std::string& caption)
+{
+    auto lines = QString::fromStdString(caption).split(QLatin1Char('\n'));
+    for (auto& line : lines)
+        line = shortened(oneLine(line), longestCaptionLine, 0);
+    return lines.join(QLatin1Char('\n'));
+}
+
+QString widgetText(const MenuItem& item)
+{
+    const bool isRemark = item.kind == MenuItem::Kind::remark;
+    auto text = isRemark ? QString{} : escapedLabel(item.title, LabelSyntax::widget);
+    if (const auto& caption = isRemark ? item.title : item.caption; !caption.empty())
+        text += QLatin1Char('\n') + shownCaption(caption).replace(QLatin1Char('&'), QLatin1String("&&"));
+    if (item.keyEquivalent)
+        text += QLatin1Char('\t') + keyEquivalentText(*item.keyEquivalent);
+    return text;
 }
 
 QString keyEquivalentText(const KeyEquivalent& keyEquivalent)

@@ -18,6 +18,18 @@ void PopupMenu::popUp(std::vector<MenuItem> items, const QPoint& position)
     popup(position);
 }
 
+void PopupMenu::updateCaptions(std::vector<MenuItem> items)
+{
+    if (!differOnlyInCaptions(items, items_))
+        return;
+    const auto shown = actions();
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (items[i].caption != items_[i].caption)
+            shown.at(static_cast<qsizetype>(i))->setText(widgetText(items[i]));
+    }
+    items_ = std::move(items);
+}
+
 void PopupMenu::keyPressEvent(QKeyEvent* event)
 {
     const auto chosen = std::find_if(items_.begin(), items_.end(), [&](const MenuItem& item) {

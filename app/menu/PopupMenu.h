@@ -18,6 +18,9 @@ public:
 
     void popUp(std::vector<MenuItem> items, const QPoint& position);
 
+    /// Shows `items` where they differ from what is shown in nothing but captions; does nothing otherwise.
+    void updateCaptions(std::vector<MenuItem> items);
+
 protected:
     void keyPressEvent(QKeyEvent* event) override;
 

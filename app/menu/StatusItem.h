@@ -26,6 +26,9 @@ public:
     virtual void setMenuDelegate(MenuDelegate delegate) = 0;
     virtual void setImage(const MenuBarImage& image) = 0;
 
+    /// What is said beneath the menu's titles has changed: a menu of ours that is open follows.
+    virtual void captionsChanged() = 0;
+
     /// Opens the menu where the pointer is.
     virtual void popUpMenu() = 0;
 };

@@ -71,6 +71,12 @@ public:
 
     void setToolTip(const std::string& text) override { tray_.setToolTip(QString::fromStdString(text)); }
 
+    void captionsChanged() override
+    {
+        if (popup_.isVisible() && delegate_.menuNeedsUpdate)
+            popup_.updateCaptions(delegate_.menuNeedsUpdate());
+    }
+
     void setMenuDelegate(MenuDelegate delegate) override
     {
         delegate_ = std::move(delegate);

@@ -68,6 +68,11 @@ Prints the version.
 .SH KEYS
 \fBAlt+Super+C\fR, anywhere in the desktop, does what \fBvelmora toggle\fR does. Where the desktop keeps that combination for itself, bind a
 key of your own to \fBvelmora toggle\fR.
+.SH STATUS
+The object that \fBvelmora status \-\-json\fR prints always has \fIstate\fR, \fIdescription\fR, \fIisRecording\fR and
+\fIshortcutIsRegistered\fR. While a recording runs it has \fIrecordingSeconds\fR, how long that is, and \fIrecordingBytes\fR, how large its file
+is on the disk. Where there is something to say it has \fIwindow\fR (with \fIid\fR, \fItitle\fR and \fIapplication\fR), \fIlastSavedClip\fR,
+\fInotice\fR, \fIshortcutError\fR and \fIpermissionExplanation\fR.
 .SH EXIT STATUS
 .TP
 .B 0
@@ -106,7 +111,7 @@ The clips, unless another folder is chosen in the settings. Without a videos fol
 That the walkthrough of the first start has been completed.
 .TP
 .I ~/.config/autostart/com.velmora.Velmora.desktop
-Starts the program at log\-in, once that has been switched on in the settings of the desktop.
+Starts the program at log\-in, once that has been switched on in its settings or those of the desktop.
 .SH EXAMPLES
 Record ten seconds of a window whose number \fBvelmora windows\fR prints:
 .PP

@@ -13,6 +13,7 @@ Item {
     implicitHeight: 110
     Accessible.role: Accessible.Notification
     Accessible.name: model.title
+    Accessible.description: model.caption
 
     // What the window's mask leaves of the corners.
     Rectangle {
@@ -50,12 +51,25 @@ Item {
                 Layout.fillWidth: true
                 spacing: 10
 
-                Label {
+                ColumnLayout {
                     Layout.fillWidth: true
-                    text: root.model.title
-                    font: Theme.panelTitleFont
-                    elide: Text.ElideRight
-                    wrapMode: Text.NoWrap
+                    spacing: 1
+
+                    Label {
+                        Layout.fillWidth: true
+                        text: root.model.title
+                        font: Theme.panelTitleFont
+                        elide: Text.ElideRight
+                        wrapMode: Text.NoWrap
+                    }
+                    Label {
+                        Layout.fillWidth: true
+                        visible: text !== ""
+                        text: root.model.caption
+                        color: Theme.secondaryText
+                        elide: Text.ElideRight
+                        wrapMode: Text.NoWrap
+                    }
                 }
                 RowLayout {
                     spacing: 6

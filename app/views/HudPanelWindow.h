@@ -21,6 +21,7 @@ class ClipSavedHUDModel final : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("made by the program")
     Q_PROPERTY(QString title READ title NOTIFY contentChanged)
+    Q_PROPERTY(QString caption READ caption NOTIFY contentChanged)
     Q_PROPERTY(int shadowMargin READ shadowMargin NOTIFY shadowMarginChanged)
 
 public:
@@ -33,6 +34,7 @@ public:
     explicit ClipSavedHUDModel(Actions actions);
 
     [[nodiscard]] QString title() const { return QString::fromStdString(content_.title); }
+    [[nodiscard]] QString caption() const { return QString::fromStdString(content_.caption); }
     void setContent(HudPanel::Content content);
 
     /// What the window has around the panel for its shadow, in points; 0: there is no shadow, and the window's mask cuts the corners.

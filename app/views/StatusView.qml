@@ -71,14 +71,18 @@ Rectangle {
                     required property string title
                     required property string emoji
                     required property string words
+                    required property string caption
                     required property string shortcut
                     required property string keySequence
                     required property bool isSeparator
+                    required property bool isRemark
                     required property bool isHeader
                     required property bool isActionable
 
                     Layout.fillWidth: true
-                    implicitHeight: isSeparator ? 13 : isHeader ? 44 : 32
+                    implicitHeight: isSeparator ? 13 : isHeader ? 44 : titleHeight + (remark.visible ? remark.implicitHeight + 2 : 0)
+                    readonly property int titleHeight: isRemark ? 10 : 32
+
                     focus: index === root.model.currentRow
                     onActiveFocusChanged: {
                         if (activeFocus)
@@ -106,7 +110,8 @@ Rectangle {
                         visible: entry.isActionable
                         focus: true
                         text: Theme.oneLine(entry.title)
-                        Accessible.description: entry.shortcut
+                        bottomPadding: entry.height - entry.titleHeight
+                        Accessible.description: entry.shortcut + (entry.shortcut !== "" && entry.caption !== "" ? ". " : "") + entry.caption
                         Keys.onReturnPressed: event => event.isAutoRepeat || root.model.trigger(entry.index)
                         Keys.onEnterPressed: event => event.isAutoRepeat || root.model.trigger(entry.index)
                         onClicked: root.model.trigger(entry.index)
@@ -119,15 +124,28 @@ Rectangle {
                         }
                     }
                     EntryTitle {
-                        visible: !entry.isActionable && !entry.isSeparator && !entry.isHeader
-                        anchors.fill: parent
+                        visible: !entry.isActionable && !entry.isSeparator && !entry.isHeader && !entry.isRemark
+                        anchors.left: parent.left
+                        anchors.right: parent.right
                         anchors.leftMargin: 20
                         anchors.rightMargin: 20
+                        height: entry.titleHeight
                         emoji: entry.emoji
                         words: entry.words
                         color: Theme.secondaryText
                         Accessible.role: Accessible.StaticText
                         Accessible.name: Theme.oneLine(entry.title)
+                        Accessible.description: entry.caption
+                    }
+                    Caption {
+                        id: remark
+
+                        visible: entry.caption !== ""
+                        x: 20
+                        y: entry.titleHeight - 6
+                        width: parent.width - 2 * x
+                        text: entry.caption
+                        Accessible.ignored: !entry.isRemark
                     }
                     Shortcut {
                         sequence: entry.keySequence

@@ -97,24 +97,40 @@ StatusModel::StatusModel(MenuBarController& menuBar, const CaptureCoordinator& c
     connect(&coordinator, &CaptureCoordinator::stateChanged, this, &StatusModel::update);
     connect(&coordinator, &CaptureCoordinator::selectedWindowChanged, this, &StatusModel::update);
     connect(&coordinator.library(), &ClipLibrary::recentClipsChanged, this, &StatusModel::update);
-    connect(&menuBar, &MenuBarController::noticeChanged, this, &StatusModel::update);
+    connect(&menuBar, &MenuBarController::remarksChanged, this, &StatusModel::update);
     update();
 }
 
 void StatusModel::update()
 {
-    const auto current =
-        currentRow_ < rowCount() ? std::optional{items_[static_cast<std::size_t>(std::max(currentRow_, 0))]} : std::nullopt;
-    beginResetModel();
-    items_.clear();
+    std::vector<MenuItem> items;
     for (auto& item : menuBar_.menuNeedsUpdate()) {
         auto entries = std::exchange(item.submenu, {});
         if (!entries.empty())
             item.isEnabled = false;
-        items_.push_back(std::move(item));
+        items.push_back(std::move(item));
         for (auto& entry : entries)
-            items_.push_back(std::move(entry));
+            items.push_back(std::move(entry));
     }
+    setItems(std::move(items));
+}
+
+void StatusModel::setItems(std::vector<MenuItem> items)
+{
+    if (differOnlyInCaptions(items, items_)) {
+        // Whoever is at a row, with the pointer or a screen reader, stays there.
+        for (int row = 0; row < rowCount(); ++row) {
+            auto& shown = items_[static_cast<std::size_t>(row)].caption;
+            auto& caption = items[static_cast<std::size_t>(row)].caption;
+            if (std::exchange(shown, caption) != caption)
+                emit dataChanged(index(row), index(row), {Caption});
+        }
+        return;
+    }
+    const auto current =
+        currentRow_ < rowCount() ? std::optional{items_[static_cast<std::size_t>(std::max(currentRow_, 0))]} : std::nullopt;
+    beginResetModel();
+    items_ = std::move(items);
     const int before = std::exchange(currentRow_, rowLike(current));
     endResetModel();
     if (currentRow_ != before)
@@ -178,22 +194,29 @@ QVariant StatusModel::data(const QModelIndex& index, int role) const
     if (!checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
     const auto& item = items_[static_cast<std::size_t>(index.row())];
+    const bool isRemark = item.kind == MenuItem::Kind::remark;
     switch (role) {
     case Title:
         return QString::fromStdString(item.title);
     case Emoji:
         return leadingEmoji(QString::fromStdString(item.title));
     case Words: {
+        if (isRemark)
+            return QString{};
         const auto title = QString::fromStdString(item.title);
         const auto emoji = leadingEmoji(title);
         return emoji.isEmpty() ? title : title.mid(emoji.size()).trimmed();
     }
+    case Caption:
+        return shownCaption(isRemark ? item.title : item.caption);
     case KeySequence:
         return item.keyEquivalent ? keySequence(*item.keyEquivalent).toString(QKeySequence::PortableText) : QString{};
     case Shortcut:
         return item.keyEquivalent ? keyEquivalentText(*item.keyEquivalent) : QString{};
     case IsSeparator:
         return item.kind == MenuItem::Kind::separator;
+    case IsRemark:
+        return isRemark;
     case IsHeader:
         return item.kind == MenuItem::Kind::header;
     case IsActionable:
@@ -205,8 +228,9 @@ QVariant StatusModel::data(const QModelIndex& index, int role) const
 
 QHash<int, QByteArray> StatusModel::roleNames() const
 {
-    return {{Title, "title"}, {Emoji, "emoji"}, {Words, "words"}, {Shortcut, "shortcut"}, {KeySequence, "keySequence"},
-        {IsSeparator, "isSeparator"}, {IsHeader, "isHeader"}, {IsActionable, "isActionable"}};
+    return {{Title, "title"}, {Emoji, "emoji"}, {Words, "words"}, {Caption, "caption"}, {Shortcut, "shortcut"},
+        {KeySequence, "keySequence"}, {IsSeparator, "isSeparator"}, {IsRemark, "isRemark"}, {IsHeader, "isHeader"},
+        {IsActionable, "isActionable"}};
 }
 
 std::shared_ptr<ApplicationWindow> makeStatusWindow(

@@ -22,8 +22,8 @@ class StatusModel final : public QAbstractListModel {
     Q_PROPERTY(int currentRow READ currentRow WRITE setCurrentRow NOTIFY currentRowChanged)
 
 public:
-    /// A title's words are what follows the symbol that it begins with, where that wants to be a coloured picture.
-    enum Role { Title = Qt::UserRole, Emoji, Words, Shortcut, KeySequence, IsSeparator, IsHeader, IsActionable };
+    /// A title's words are what follows the symbol that it begins with, where that wants to be a coloured picture; a remark is all caption.
+    enum Role { Title = Qt::UserRole, Emoji, Words, Caption, Shortcut, KeySequence, IsSeparator, IsRemark, IsHeader, IsActionable };
 
     /// `menuBar` outlives this.
     StatusModel(MenuBarController& menuBar, const CaptureCoordinator& coordinator);
@@ -45,6 +45,7 @@ signals:
 
 private:
     [[nodiscard]] bool isActionable(int row) const;
+    void setItems(std::vector<MenuItem> items);
     [[nodiscard]] int rowLike(const std::optional<MenuItem>& wanted) const;
 
     MenuBarController& menuBar_;

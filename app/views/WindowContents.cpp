@@ -91,6 +91,7 @@ QuickContent makeSettings(const WindowContentParts& parts)
             .fileManager = platform.fileManager,
             .folderChooser = std::make_shared<FocusedFolderChooser>(
                 platform.folderChooser, makeFolderChooserWindow(platform.fileManager, platform.windowActivation), focusedX11Window),
+            .loginItem = platform.loginItem,
             .presentOnboarding =
                 [windows = parts.windows] {
                     if (const auto presenting = windows())

@@ -435,6 +435,11 @@ std::optional<Error> AssetWriter::error() const
     return session_->error;
 }
 
+std::uint64_t AssetWriter::fileSize() const
+{
+    return session_->recording ? session_->recording->fileSize() : 0;
+}
+
 std::optional<std::filesystem::path> AssetWriter::placeOfMovedFile() const
 {
     const auto failure = error();

@@ -55,6 +55,7 @@ public:
     void cancelWriting() override;
     [[nodiscard]] Status status() const override;
     [[nodiscard]] std::optional<Error> error() const override;
+    [[nodiscard]] std::uint64_t fileSize() const override;
     [[nodiscard]] std::optional<std::filesystem::path> placeOfMovedFile() const override;
 
 private:

@@ -66,6 +66,9 @@ public:
     /// created: the error names the place where the whole file now is (placeOfMovedFile). `ends` belongs to the tracks by index.
     Result<bool> finish(const std::vector<TrackEnd>& ends);
 
+    /// Bytes from the beginning of the file to the end of the last whole fragment.
+    [[nodiscard]] std::uint64_t size() const { return end_; }
+
 private:
     RecordingFile(std::shared_ptr<File> file, const RecordingOptions& options);
 

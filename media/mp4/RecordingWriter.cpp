@@ -32,6 +32,7 @@ struct RecordingWriter::State {
     SharedCell<File> file;
     std::unique_ptr<RecordingFile> recording;  // on the queue
     std::atomic<std::uint64_t> bytesInFlight{0};
+    std::atomic<std::uint64_t> fileSize{0};
     std::atomic<bool> cancelled{false};
 
     mutable Mutex mutex;
@@ -164,6 +165,8 @@ void RecordingWriter::flush(std::optional<MediaTime> now)
         if (!state->cancelled) {
             if (const auto result = state->recording->write(fragment); !result)
                 state->note(result.error());
+            else
+                state->fileSize = state->recording->size();
         }
         state->bytesInFlight -= bytes;
     });
@@ -212,6 +215,11 @@ void RecordingWriter::cancel()
 std::uint64_t RecordingWriter::bytesInFlight() const
 {
     return state_->bytesInFlight;
+}
+
+std::uint64_t RecordingWriter::fileSize() const
+{
+    return state_->fileSize;
 }
 
 std::optional<Error> RecordingWriter::error() const

@@ -13,8 +13,8 @@
 namespace velmora::mp4 {
 
 /// Gathers samples into fragments and hands each to a thread of its own. Only create(), moveFile() and cancel() touch the disk on the
-/// caller's thread, and none of them writes media. Used on one thread, except error() and bytesInFlight(),
-/// which are safe on any. May be destroyed at any time, also in a completion; without finish() or cancel() the file then stays as a
+/// caller's thread, and none of them writes media. Used on one thread, except error(), bytesInFlight() and
+/// fileSize(), which are safe on any. May be destroyed at any time, also in a completion; without finish() or cancel() the file then stays as a
 /// crash would leave it, without the last, incomplete fragment.
 class RecordingWriter {
 public:
@@ -49,6 +49,9 @@ public:
 
     /// Bytes of media that have been appended but have not reached the disk.
     [[nodiscard]] std::uint64_t bytesInFlight() const;
+
+    /// Bytes of the file with the fragments that have reached the disk; 0 before the first. Takes no lock.
+    [[nodiscard]] std::uint64_t fileSize() const;
 
     /// What ended the recording early, usually a full disk.
     [[nodiscard]] std::optional<Error> error() const;

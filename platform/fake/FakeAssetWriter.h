@@ -123,6 +123,7 @@ public:
 
     [[nodiscard]] Status status() const override { return currentStatus; }
     [[nodiscard]] std::optional<Error> error() const override { return currentError; }
+    [[nodiscard]] std::uint64_t fileSize() const override { return size; }
     [[nodiscard]] std::optional<std::filesystem::path> placeOfMovedFile() const override { return movedTo; }
 
     [[nodiscard]] std::shared_ptr<FakeAssetWriterInput> input(MediaType mediaType) const
@@ -148,6 +149,7 @@ public:
     std::optional<Error> currentError;
     std::optional<std::filesystem::path> movedTo;
     MediaTime sessionTime;
+    std::uint64_t size = 0;
     int startCount = 0;
     int finishCount = 0;
     int cancelCount = 0;

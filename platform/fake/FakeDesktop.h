@@ -1,6 +1,7 @@
 // What the desktop around the program does and is asked to do, under a test's control.
 #pragma once
 
+#include "platform/LoginItem.h"
 #include "platform/ScreenCaptureAccess.h"
 #include "platform/SharingServices.h"
 #include "platform/UserDefaults.h"
@@ -41,6 +42,8 @@ public:
     [[nodiscard]] bool accessibilityDisplayShouldReduceMotion() const override { return shouldReduceMotion; }
     void open(const std::filesystem::path& path) override { opened.push_back(path); }
     void openURL(std::string_view url) override { openedURLs.emplace_back(url); }
+    [[nodiscard]] std::optional<platform::KeySettings> keySettings() const override { return keys; }
+    void openKeySettings() override { ++keySettingsOpened; }
     void activateFileViewerSelecting(const std::vector<std::filesystem::path>& files) override { revealed.push_back(files); }
 
     void sleep()
@@ -69,8 +72,27 @@ public:
     bool shouldReduceMotion = false;
     std::vector<std::filesystem::path> opened;
     std::vector<std::string> openedURLs;
+    std::optional<platform::KeySettings> keys;
+    int keySettingsOpened = 0;
     std::vector<std::vector<std::filesystem::path>> revealed;
     int readyCount = 0;  ///< observers that let the machine sleep
+};
+
+/// A list that other programs change too: what counts is `current`.
+class FakeLoginItem final : public platform::LoginItem {
+public:
+    [[nodiscard]] Status status() const override { return current; }
+
+    Result<void> setOn(bool isOn) override
+    {
+        if (error)
+            return fail(*error);
+        current.isOn = isOn;
+        return {};
+    }
+
+    Status current;
+    std::optional<Error> error;
 };
 
 class FakeUserDefaults final : public platform::UserDefaults {

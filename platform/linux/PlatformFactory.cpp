@@ -9,6 +9,7 @@
 #include "platform/linux/JournalSink.h"
 #include "platform/linux/LinuxFileManager.h"
 #include "platform/linux/MemoryAllocation.h"
+#include "platform/linux/desktop/AutostartEntry.h"
 #include "platform/linux/desktop/LinuxSharingServices.h"
 #include "platform/linux/desktop/LinuxUserDefaults.h"
 #include "platform/linux/desktop/LinuxUserNotificationCenter.h"
@@ -156,6 +157,7 @@ PlatformServices makePlatformServices(
     services.userDefaults = makeUserDefaults();
     services.sharingServices = makeSharingServices();
     services.folderChooser = makePortalFolderChooser();
+    services.loginItem = makeLoginItem(AutostartOptions::fromEnvironment(services.fileManager->homeDirectory()));
     // Xwayland would answer too, but shows only some of the windows, and those not whole.
     if (!environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland")
         usePortal(services, mainExecutor);

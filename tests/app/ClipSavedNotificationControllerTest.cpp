@@ -68,6 +68,7 @@ protected:
         .mainExecutor = executor,
         .windows = [this] { return windows; },
         .makePanel = [this] { return std::make_unique<LoggedPanel>(panel); },
+        .describeClip = [](const std::filesystem::path& clip) { return "about " + clip.filename().string(); },
     });
 
     void save(double duration = 0, bool isFullDuration = true, const char* file = "/clips/a.mp4")
@@ -128,6 +129,30 @@ TEST_F(ClipSavedNotificationControllerTest, AnUnknownDurationIsFull)
         save(duration, false);
         EXPECT_EQ(panel.content.title, "Clip Saved (Full buffered)");
     }
+}
+
+TEST_F(ClipSavedNotificationControllerTest, ThePanelsCaptionIsOfTheClipThatItIsAbout)
+{
+    save(0, true, "/clips/a.mp4");
+    EXPECT_EQ(panel.content.caption, "about a.mp4");
+    save(0, true, "/clips/b.mp4");
+    EXPECT_EQ(panel.content.caption, "about b.mp4");
+    EXPECT_EQ(panel.content.title, "Clip Saved (Full)");
+}
+
+TEST(SavedClipCaption, SaysTheClipsLengthAndSizeAndNothingOfAClipThatIsNotListed)
+{
+    ClipItem clip;
+    clip.url = "/clips/a.mp4";
+    clip.duration = 64.6;
+    clip.fileSize = 12'345'678;
+    ClipItem unreadable;
+    unreadable.url = "/clips/b.mp4";
+    unreadable.fileSize = 2000;
+    const std::vector clips{clip, unreadable};
+    EXPECT_EQ(savedClipCaption(clips, "/clips/a.mp4"), "The whole recording: 1:05, 12.3 MB");
+    EXPECT_EQ(savedClipCaption(clips, "/clips/b.mp4"), "The whole recording: 2 KB");
+    EXPECT_EQ(savedClipCaption(clips, "/clips/c.mp4"), "");
 }
 
 TEST_F(ClipSavedNotificationControllerTest, ADurationHasOneDecimal)

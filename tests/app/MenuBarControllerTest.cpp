@@ -10,6 +10,7 @@
 namespace velmora {
 namespace {
 
+using namespace std::chrono_literals;
 using test::film;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -18,9 +19,11 @@ struct ScriptedStatusItem final : StatusItem {
     void setToolTip(const std::string& text) override { toolTip = text; }
     void setMenuDelegate(MenuDelegate delegate) override { menuDelegate = std::move(delegate); }
     void setImage(const MenuBarImage& newImage) override { image = newImage; }
+    void captionsChanged() override { ++captionChanges; }
     void popUpMenu() override { }
 
     std::string toolTip;
+    int captionChanges = 0;
     MenuDelegate menuDelegate;
     std::optional<MenuBarImage> image;
 };
@@ -62,6 +65,7 @@ protected:
         delegate = AppDelegate::create({
             .coordinator = *coordinator,
             .permissionManager = *permissionManager,
+            .shortcutManager = *shortcutManager,
             .userDefaults = userDefaults,
             .windows = windows,
             .alerts = alerts,
@@ -73,6 +77,8 @@ protected:
                 .windows = [] { return AppDelegate::shared(); },
                 .makePanel = [] { return nullptr; },
             }),
+            .workspace = workspace,
+            .clock = clock,
             .mainExecutor = executor,
             .makeMenuBarController =
                 [this](std::weak_ptr<WindowPresenting> presenting) {
@@ -292,7 +298,7 @@ protected:
     {
         std::vector<std::string> titles;
         for (const auto& item : statusItem->menuDelegate.menuNeedsUpdate()) {
-            if (!item.isEnabled && item.kind == MenuItem::Kind::entry)
+            if (!item.isEnabled && (item.kind == MenuItem::Kind::entry || item.kind == MenuItem::Kind::remark))
                 titles.push_back(item.title);
         }
         return titles;
@@ -363,6 +369,118 @@ TEST_F(ShellRecordingTest, ARecordingThatCannotGoOnIsSavedAndTheReasonIsInTheToo
     meter->report(RecordingReport::Event::fileBegins, {}, 2);
     executor->runAll();
     EXPECT_EQ(statusItem->toolTip, firstLine);
+}
+
+TEST_F(ShellRecordingTest, ARecordingsLengthAndSizeAreSaidOnceASecondAndNothingRunsByTheClockWithoutOne)
+{
+    const auto idle = clock->pendingCount();
+    std::vector<std::string> toolTips;
+    QObject::connect(delegate->menuBarController(), &MenuBarController::remarksChanged, delegate->menuBarController(),
+        [&] { toolTips.push_back(statusItem->toolTip); });
+    choose(MenuAction::toggleRecording);
+    const auto size = std::make_shared<std::atomic<std::uint64_t>>(0);
+    meter->onReport({.event = RecordingReport::Event::fileBegins, .file = 1, .size = size, .time = MonotonicClock::now() - 70s});
+    executor->runAll();
+    EXPECT_EQ(clock->pendingCount(), idle + 1);
+    ASSERT_EQ(toolTips.size(), 1U);
+    EXPECT_THAT(toolTips[0], testing::StartsWith(std::string{firstLine} + "\nRecording: 1:1"));
+    *size = 1'500'000;
+    clock->advance(999ms);
+    EXPECT_EQ(toolTips.size(), 1U);
+    const int before = statusItem->captionChanges;
+    clock->advance(1ms);
+    EXPECT_EQ(statusItem->captionChanges, before + 1) << "an open menu follows";
+    ASSERT_EQ(toolTips.size(), 2U);
+    EXPECT_THAT(toolTips[1], testing::EndsWith(", 1.5 MB so far"));
+    EXPECT_EQ(clock->pendingCount(), idle + 1);
+    EXPECT_THAT(statusItem->menuDelegate.menuNeedsUpdate().at(1).caption, testing::EndsWith(", 1.5 MB so far"));
+
+    choose(MenuAction::toggleRecording);
+    meter->report(RecordingReport::Event::fileEnds, {}, 1);
+    executor->runAll();
+    EXPECT_EQ(clock->pendingCount(), idle);
+    EXPECT_EQ(statusItem->toolTip, firstLine) << "while the file is finished";
+}
+
+TEST_F(ShellRecordingTest, AWindowThatIsLostIsSaidUntilAnotherIsChosen)
+{
+    streams->streams.back()->stopWithError({"Test", 1, "window gone", nullptr});
+    executor->runAll();
+    EXPECT_EQ(statusItem->toolTip, std::string{firstLine} + "\nThe window was closed or is no longer available.");
+    EXPECT_EQ(statusItem->menuDelegate.menuNeedsUpdate().at(1).caption, "The window was closed or is no longer available.");
+    capture();
+    EXPECT_EQ(statusItem->toolTip, firstLine);
+    choose(MenuAction::stopCapture);
+    EXPECT_EQ(statusItem->toolTip, firstLine) << "what the user asked for is no loss";
+}
+
+TEST_F(ShellRecordingTest, AfterSleepItIsSaidWhyNoWindowIsChosen)
+{
+    workspace->sleep();
+    executor->runAll();
+    EXPECT_EQ(statusItem->toolTip, std::string{firstLine} + "\nThe capture was stopped because the computer went to sleep.");
+    capture();
+    choose(MenuAction::stopCapture);
+    workspace->sleep();
+    executor->runAll();
+    EXPECT_EQ(statusItem->toolTip, firstLine) << "there was nothing to stop";
+}
+
+TEST_F(ShellRecordingTest, ACaptureThatCannotStartOrIsNotAllowedIsSaidAtTheGivenRow)
+{
+    streams->prepare = [](auto& stream) { stream.startError = Error{"Test", 1, "no pixels", nullptr}; };
+    capture();
+    EXPECT_EQ(statusItem->toolTip, std::string{firstLine} + "\nCapture unavailable (no pixels). Choose a window to try again.");
+    auto row = statusItem->menuDelegate.menuNeedsUpdate().at(1);
+    EXPECT_EQ(row.title, "🟢 Ready — Press ⌥⌘C to Start Recording");
+    EXPECT_EQ(row.caption, "Capture unavailable (no pixels). Choose a window to try again.");
+    coordinator->stopCapture();
+    access->isGranted = false;
+    access->reason = "There is no display.";
+    permissionManager->checkPermissions();
+    capture();
+    EXPECT_EQ(statusItem->toolTip, std::string{firstLine} + "\nNot configured: There is no display.");
+    row = statusItem->menuDelegate.menuNeedsUpdate().at(1);
+    EXPECT_EQ(row.title, "⚠️ No Video Window Selected");
+    EXPECT_EQ(row.caption, "Not configured: There is no display.");
+}
+
+TEST_F(ShellRecordingTest, AShortcutThatIsLostOrComesBackIsSaidAtOnce)
+{
+    hotKeyCenter->registerStatus = -9878;
+    shortcutManager->registerAll();
+    EXPECT_THAT(statusItem->toolTip, testing::HasSubstr("Bind a key of your own to 'velmora toggle'"));
+    hotKeyCenter->reason = "Bind keys in the settings.";
+    shortcutManager->registerAll();
+    EXPECT_EQ(statusItem->toolTip, std::string{firstLine} + "\nBind keys in the settings.");
+    EXPECT_EQ(statusItem->menuDelegate.menuNeedsUpdate().at(1).caption, "Bind keys in the settings.");
+    hotKeyCenter->registerStatus = 0;
+    shortcutManager->registerAll();
+    EXPECT_EQ(statusItem->toolTip, firstLine);
+}
+
+TEST_F(ShellRecordingTest, WhatTheMenuSaysWouldEndARecordingUnsavedDoesSoAndNothingElse)
+{
+    for (const auto action : {MenuAction::selectWindow, MenuAction::stopCapture, MenuAction::quit, MenuAction::openFolder,
+             MenuAction::openGuide, MenuAction::openSettings}) {
+        SCOPED_TRACE(static_cast<int>(action));
+        if (!coordinator->selectedWindow())
+            capture();
+        clock->advance(1s);
+        coordinator->startRecording();
+        ASSERT_TRUE(coordinator->isRecording());
+        bool isAnnounced = false;
+        for (const auto& item : statusItem->menuDelegate.menuNeedsUpdate())
+            isAnnounced = isAnnounced || (item.action == action && !item.caption.empty());
+        choose(action);
+        if (action == MenuAction::selectWindow)
+            capture();  // the list of windows has opened, and one is chosen in it
+        coordinator->drain();
+        EXPECT_EQ(coordinator->isRecording(), !isAnnounced);
+        EXPECT_EQ(writers->writers.back()->cancelCount, isAnnounced ? 1 : 0);
+        coordinator->stopCapture();
+        executor->runAll();
+    }
 }
 
 TEST_F(ShellRecordingTest, AnAlertAboutASaveThatFailedHoldsTheReasonToo)
@@ -470,6 +588,23 @@ TEST_F(ShellCommandTest, ACommandThatTellsOfItsFailureOpensNoAlertToo)
     executor->runAll();
     EXPECT_THAT(answers, ElementsAre(testing::_, testing::_, "Screen recording permission is required."));
     EXPECT_THAT(alertTexts(), IsEmpty());
+}
+
+TEST_F(ShellCommandTest, TheStatusHasTheLengthAndSizeOfARecordingWhileOneRuns)
+{
+    const auto has = [this](const char* field) { return control.status().contains(QLatin1String{field}); };
+    EXPECT_FALSE(has("recordingSeconds") || has("recordingBytes"));
+    choose(MenuAction::toggleRecording);
+    const auto size = std::make_shared<std::atomic<std::uint64_t>>(12'345'678);
+    const auto began = MonotonicClock::now() - 70s;
+    meter->onReport({.event = RecordingReport::Event::fileBegins, .file = 1, .size = size, .time = began});
+    executor->runAll();
+    const auto seconds = control.status().value(QLatin1String{"recordingSeconds"}).toDouble();
+    EXPECT_GE(seconds, 70);
+    EXPECT_LE(seconds, std::chrono::duration<double>{MonotonicClock::now() - began}.count());
+    EXPECT_EQ(control.status().value(QLatin1String{"recordingBytes"}).toInteger(), 12'345'678);
+    choose(MenuAction::toggleRecording);
+    EXPECT_FALSE(has("recordingSeconds") || has("recordingBytes")) << "the file is being finished";
 }
 
 TEST_F(ShellCommandTest, AStartThatFailsForACommandThatTellsOpensNoAlertToo)

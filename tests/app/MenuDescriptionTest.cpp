@@ -83,6 +83,43 @@ TEST(MenuDescription, WhileSavingItSaysSo)
     EXPECT_EQ(menu(CaptureState::SavingClip{"saving"}, bunny)[1].title, "⏳ Saving Clip to Disk...");
 }
 
+std::map<MenuAction, std::string> captions(const std::vector<MenuItem>& items)
+{
+    std::map<MenuAction, std::string> found;
+    for (const auto& item : items) {
+        if (!item.caption.empty())
+            found[item.action] = item.caption;
+    }
+    return found;
+}
+
+TEST(MenuDescription, WhileRecordingItSaysWhatWouldEndItUnsavedBeforeThatIsChosen)
+{
+    const CaptureState state{CaptureState::RecordingClip{bunny, {}}};
+    const std::optional window{bunny};
+    EXPECT_THAT(captions(describeMenu({.state = state, .selectedWindow = window, .recentClips = {}, .isRecording = true})),
+        ElementsAre(std::pair{MenuAction::selectWindow, "Choosing a window ends the recording without saving it."},
+            std::pair{MenuAction::stopCapture, "Ends the recording without saving it."},
+            std::pair{MenuAction::quit, "Ends the recording without saving it."}));
+}
+
+TEST(MenuDescription, ARecordingThatIsBeingSavedIsNoLongerEndedByAnything)
+{
+    EXPECT_TRUE(captions(menu(CaptureState::RecordingClip{bunny, {}}, bunny)).empty());
+    EXPECT_TRUE(captions(menu(CaptureState::Capturing{bunny}, bunny)).empty());
+}
+
+TEST(MenuDescription, WhatIsSaidOfTheStateStandsAtItsRow)
+{
+    const CaptureState state{CaptureState::CaptureUnavailable{"no pixels"}};
+    for (const auto& window : {std::optional{bunny}, std::optional<CapturedWindowInfo>{}}) {
+        const auto items = describeMenu({.state = state, .selectedWindow = window, .recentClips = {}, .stateCaption = "said"});
+        EXPECT_EQ(items[1].title, window ? "🟢 Ready — Press ⌥⌘C to Start Recording" : "⚠️ No Video Window Selected");
+        EXPECT_EQ(items[1].caption, "said");
+        EXPECT_EQ(captions(items).size(), 1U);
+    }
+}
+
 TEST(MenuDescription, EveryOtherStateWithAWindowIsReady)
 {
     for (const CaptureState::Case& state : {CaptureState::Case{CaptureState::CaptureUnavailable{"gone"}},

@@ -1,6 +1,7 @@
 #include "app/menu/MenuLook.h"
 
 #include "app/menu/MenuRenderer.h"
+#include "app/menu/PopupMenu.h"
 #include "brand/BrandColors.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/QuickTestWindow.h"
@@ -88,6 +89,119 @@ TEST(MenuLook, TheWarningSignIsAColouredPictureAsTheOtherSymbolsAre)
     Menu menu{std::nullopt};
     const auto isAmber = [](const QColor& color) { return color.red() > 180 && color.green() > 120 && color.blue() < 100; };
     EXPECT_GT(count(menu.row(menu.action("No Video Window")), isAmber), 20);
+}
+
+/// Menus that say something of the state, and what ends a recording.
+struct CaptionedMenu {
+    explicit CaptionedMenu(const std::string& caption, bool isRecording = true)
+    {
+        const CaptureState state{CaptureState::RecordingClip{film, {}}};
+        const std::optional window{film};
+        renderMenu(menu,
+            describeMenu(
+                {.state = state, .selectedWindow = window, .recentClips = {}, .isRecording = isRecording, .stateCaption = caption}),
+            LabelSyntax::widget, [](const MenuItem&) {});
+        menu.ensurePolished();
+        menu.resize(menu.sizeHint());
+    }
+
+    [[nodiscard]] QRect place(int item) const { return menu.actionGeometry(menu.actions().at(item)); }
+    [[nodiscard]] QImage row(int item) { return menu.grab(place(item)).toImage(); }
+
+    QGuiApplication& application = test::application();
+    StyledMenu menu;
+};
+
+TEST(MenuLook, ACaptionStandsBeneathItsTitleInARowOfItsOwnHeight)
+{
+    CaptionedMenu plain{"", false};
+    CaptionedMenu captioned{"0:05, 1.2 MB so far", false};
+    EXPECT_GT(captioned.place(1).height(), plain.place(1).height() + 8);
+    EXPECT_EQ(captioned.place(2).height(), plain.place(2).height());
+    EXPECT_EQ(captioned.menu.actions().at(1)->text(), QString::fromUtf8("🔴 Recording Live...\n0:05, 1.2 MB so far"));
+    // The title is where it was, and the caption is below it.
+    const auto before = plain.row(1);
+    const auto after = captioned.row(1);
+    const int lines = before.height() - 8;
+    EXPECT_EQ(after.copy(0, 0, before.width(), lines), before.copy(0, 0, before.width(), lines));
+    const auto beneath = after.copy(0, lines, after.width(), after.height() - lines);
+    EXPECT_GT(brightest(beneath), 120);
+    EXPECT_EQ(brightest(after.copy(0, after.height() - 3, after.width(), 3)), brightest(before.copy(0, 0, 200, 3))) << "nothing is cut off";
+}
+
+TEST(MenuLook, ACaptionedCommandKeepsItsKeysAndItsCaptionIsWhiteWhereItIsSelected)
+{
+    CaptionedMenu menu{""};
+    auto* quit = menu.menu.actions().back();
+    EXPECT_TRUE(quit->text().endsWith(QStringLiteral("\nEnds the recording without saving it.\tSuper+Q"))) << quit->text().toStdString();
+    const int last = static_cast<int>(menu.menu.actions().size()) - 1;
+    const auto keys = [&] {
+        auto row = menu.row(last);
+        return row.copy(row.width() - 100, 0, 100, row.height());
+    };
+    EXPECT_GT(brightest(keys()), 240);
+    menu.menu.setActiveAction(quit);
+    const auto row = menu.row(last);
+    EXPECT_EQ(brightest(row.copy(0, row.height() / 2 + 4, row.width() / 2, row.height() / 2 - 8)), 255);
+}
+
+TEST(MenuLook, AnOpenMenuFollowsWhatIsSaidBeneathItsTitlesAndNothingElse)
+{
+    test::application();
+    const CaptureState state{CaptureState::RecordingClip{film, {}}};
+    const std::optional window{film};
+    const auto items = [&](const char* caption, bool isRecording = true) {
+        return describeMenu(
+            {.state = state, .selectedWindow = window, .recentClips = {}, .isRecording = isRecording, .stateCaption = caption});
+    };
+    PopupMenu menu{[](const MenuItem&) {}};
+    menu.popUp(items("0:01"), {});
+    const auto before = menu.actions();
+    const int height = menu.height();
+    menu.updateCaptions(items("0:02, 1 MB so far"));
+    EXPECT_EQ(menu.actions(), before) << "the same rows, so that what is selected stays so";
+    EXPECT_EQ(menu.actions().at(1)->text(), QString::fromUtf8("🔴 Recording Live...\n0:02, 1 MB so far"));
+    EXPECT_EQ(menu.height(), height);
+    menu.updateCaptions(items("", false));
+    EXPECT_EQ(menu.actions().back()->text(), QString::fromUtf8("✕ Quit Velmora\tSuper+Q"));
+    EXPECT_LT(menu.height(), height);
+    const CaptureState saving{CaptureState::SavingClip{}};
+    menu.updateCaptions(describeMenu({.state = saving, .selectedWindow = window, .recentClips = {}, .stateCaption = "x"}));
+    EXPECT_EQ(menu.actions().at(1)->text(), QString::fromUtf8("🔴 Recording Live...")) << "other rows wait for the next opening";
+    menu.close();
+}
+
+TEST(MenuLook, ANoticeTakesTheLinesThatItNeeds)
+{
+    test::application();
+    const CaptureState state{CaptureState::Capturing{film}};
+    const std::optional window{film};
+    const std::string notice =
+        "The recording ended early: Another encoder has taken over, and its pictures do not belong in the same file.";
+    const auto described = describeMenu({.state = state, .selectedWindow = window, .recentClips = {}, .notice = notice});
+    StyledMenu menu;
+    renderMenu(menu, described, LabelSyntax::widget, [](const MenuItem&) {});
+    menu.ensurePolished();
+    menu.resize(menu.sizeHint());
+    auto* row = menu.actions().at(3);
+    EXPECT_EQ(row->text(), QLatin1Char('\n') + QString::fromStdString(notice));
+    EXPECT_GT(menu.actionGeometry(row).height(), menu.actionGeometry(menu.actions().at(2)).height());
+    QMenu onTheBus;
+    renderMenu(onTheBus, described, LabelSyntax::dbusmenu, [](const MenuItem&) {});
+    EXPECT_TRUE(onTheBus.actions().at(3)->text().startsWith(QStringLiteral("The recording ended early")));
+}
+
+TEST(MenuLook, ALongCaptionIsWrappedAndTheMenuStaysAsWideAsForALongTitle)
+{
+    CaptionedMenu menu{std::string(30, 'W') + " and " + std::string(2000, 'w') + " \n& more " + std::string(200, ' ') + "words"};
+    EXPECT_LE(menu.menu.width(), 640);
+    EXPECT_GT(menu.place(1).height(), 60);
+    EXPECT_LT(menu.place(1).height(), 250);
+    EXPECT_FALSE(menu.menu.grab().isNull());
+    CaptionedMenu wrapped{"Windows of this session cannot be captured yet, because the desktop has no portal that can share a window; "
+                          "log in to another session, or ask whoever looks after this computer."};
+    const auto row = wrapped.row(1);
+    EXPECT_EQ(brightest(row.copy(row.width() - 20, 0, 20, row.height())), brightest(row.copy(0, 0, 8, 3))) << "nothing goes to the edge";
 }
 
 TEST(MenuLook, TheSelectedItemIsCoralAndItsTextWhite)

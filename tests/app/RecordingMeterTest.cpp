@@ -76,6 +76,31 @@ TEST_F(RecordingMeterTest, TellsSoundFromSilence)
     EXPECT_EQ(meter->writtenFrames, 0U);
 }
 
+TEST_F(RecordingMeterTest, TheFileThatBeginsSaysHowLargeItIsAsSamplesCome)
+{
+    std::vector<RecordingReport> begun;
+    meter->onReport = [&](RecordingReport report) {
+        if (report.event == RecordingReport::Event::fileBegins)
+            begun.push_back(std::move(report));
+    };
+    const auto writers = metered(inner, meter);
+    const auto before = MonotonicClock::now();
+    const auto first = writers->makeAssetWriter(folder.path() / "1.mp4", platform::AssetFileType::mpeg4).value();
+    const auto second = writers->makeAssetWriter(folder.path() / "2.mp4", platform::AssetFileType::mpeg4).value();
+    ASSERT_EQ(begun.size(), 2U);
+    ASSERT_TRUE(begun[0].size && begun[1].size);
+    EXPECT_GE(begun[0].time, before);
+    EXPECT_LE(begun[1].time, MonotonicClock::now());
+    const auto pictures = first->makeInput(MediaType::video, std::nullopt, test::videoSample(0, true)->format);
+    first->add(pictures);
+    inner->writers.at(1)->size = 300'000;
+    EXPECT_EQ(first->fileSize(), 300'000U);
+    EXPECT_EQ(*begun[0].size, 0U);
+    pictures->append(test::videoSample(100, true));
+    EXPECT_EQ(*begun[0].size, 300'000U);
+    EXPECT_EQ(*begun[1].size, 0U) << "another file";
+}
+
 TEST_F(RecordingMeterTest, PassesEverythingElseThrough)
 {
     fake().refused = {MediaType::audio};

@@ -116,6 +116,7 @@ TEST_F(RecordingObserverTest, AFullDiskEndsTheRecordingAndTheReasonStaysUntilThe
     append(test::videoSample(200, false));
     append(test::videoSample(300, false));
     EXPECT_THAT(ends, ElementsAre("No space left on device"));
+    EXPECT_FALSE(observer->progress()) << "it grows no longer";
     finishFile();
     EXPECT_EQ(observer->notice(), "The recording ended early: No space left on device.");
     const std::string message = "Failed saving recording: No space left on device";
@@ -273,6 +274,53 @@ TEST_F(RecordingObserverTest, SoundThatTheFileDoesNotTakeIsSaid)
     EXPECT_FALSE(file->canAdd(*file->makeInput(MediaType::audio, platform::AudioOutputSettings{}, nullptr)));
     executor->runAll();
     EXPECT_EQ(observer->notice(), "Without sound: It cannot be encoded.");
+}
+
+TEST_F(RecordingObserverTest, SaysHowLongARecordingRunsAndHowLargeItIsWhileOneDoes)
+{
+    using namespace std::chrono_literals;
+    int changes = 0;
+    observer->onFileChange = [&] { ++changes; };
+    EXPECT_FALSE(observer->progress());
+    const auto before = MonotonicClock::now();
+    beginFile();
+    const auto after = MonotonicClock::now();
+    EXPECT_EQ(changes, 1);
+    ASSERT_TRUE(observer->progress());
+    EXPECT_LE(observer->progress(before + 65s)->elapsed, 65s);
+    EXPECT_GE(observer->progress(after + 65s)->elapsed, 65s);
+    EXPECT_EQ(observer->progress()->bytes, 0U);
+    EXPECT_EQ(observer->progress(before - 1h)->elapsed, 0s);
+    writers->writers.back()->size = 12'300'000;
+    append(test::videoSample(100, true));
+    EXPECT_EQ(observer->progress()->bytes, 12'300'000U);
+    EXPECT_EQ(changes, 1) << "nobody is told of each sample";
+    finishFile();
+    EXPECT_FALSE(observer->progress());
+    EXPECT_EQ(changes, 2);
+}
+
+TEST_F(RecordingObserverTest, ARecordingThatBeginsWhileTheOneBeforeIsFinishedHasItsOwnLengthAndSize)
+{
+    beginFile();
+    append(test::videoSample(100, true));
+    const auto first = file;
+    writers->writers.at(0)->holdsFinish = true;
+    int changes = 0;
+    observer->onFileChange = [&] { ++changes; };
+    beginFile();
+    EXPECT_EQ(changes, 1);
+    writers->writers.at(0)->size = 999;
+    first->finishWriting([] {});
+    executor->runAll();
+    ASSERT_TRUE(observer->progress());
+    EXPECT_EQ(observer->progress()->bytes, 0U);
+    writers->writers.at(0)->answerFinish();
+    executor->runAll();
+    EXPECT_TRUE(observer->progress());
+    file->cancelWriting();
+    executor->runAll();
+    EXPECT_FALSE(observer->progress());
 }
 
 TEST_F(RecordingObserverTest, TheStreamIsTheOneThatWasMade)

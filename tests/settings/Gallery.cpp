@@ -25,6 +25,8 @@ void drawSettings(const QDir& directory)
     SettingsFixture fixture;
     ViewTestWindow window{settingsView, fixture.model, settingsSize};
     fixture.library->setOutputDirectory("/media/films/Velmora");
+    fixture.loginItem->current.isOn = true;
+    fixture.workspace->keys = platform::KeySettings{"Settings, Keyboard, View and Customize Shortcuts, Custom Shortcuts", true};
     fixture.appear();
     draw(directory, "settings", window);
     window.type(Qt::Key_Tab);
@@ -34,6 +36,9 @@ void drawSettings(const QDir& directory)
 
     fixture.library->setOutputDirectory("/media/a disk with a long name/Films and more films/Recordings of this year/November/Velmora");
     fixture.refuseShortcut();
+    fixture.loginItem->current = {
+        false, false, "~/.config/autostart/com.velmora.Velmora.desktop starts another program. Remove it to have Velmora start at log-in."};
+    fixture.appear();
     fixture.withdrawPermission("Windows of a Wayland session cannot be captured yet; log in to an X11 session.");
     fixture.fileManager->writeError = posixError(EROFS, "/media/cdrom/Velmora");
     fixture.choose(fixture.folder.path());

@@ -37,6 +37,7 @@ struct SettingsFixture : CoordinatorFixture {
     }
 
     std::shared_ptr<fake::FakeFolderChooser> folderChooser = std::make_shared<fake::FakeFolderChooser>();
+    std::shared_ptr<fake::FakeLoginItem> loginItem = std::make_shared<fake::FakeLoginItem>();
     int walkthroughs = 0;
     bool hasTray = true;
     SettingsModel model{{
@@ -46,6 +47,7 @@ struct SettingsFixture : CoordinatorFixture {
         .workspace = workspace,
         .fileManager = fileManager,
         .folderChooser = folderChooser,
+        .loginItem = loginItem,
         .presentOnboarding = [this] { ++walkthroughs; },
         .hasTray = [this] { return hasTray; },
     }};

@@ -216,6 +216,58 @@ TEST_F(SettingsModelTest, GrantAccessOpensTheDesktopsSettingsAndAsksForNothing)
     EXPECT_THAT(workspace->openedURLs[0], HasSubstr("Privacy_ScreenCapture"));
 }
 
+TEST_F(SettingsModelTest, TheLogInSwitchShowsWhatTheDesktopsListSaysEachTimeThatTheSettingsAreShown)
+{
+    EXPECT_FALSE(model.startsAtLogIn());
+    EXPECT_TRUE(model.canChangeLogIn());
+    EXPECT_TRUE(model.logInRemark().isEmpty());
+    int changes = 0;
+    QObject::connect(&model, &SettingsModel::logInChanged, &model, [&] { ++changes; });
+    model.setStartsAtLogIn(true);
+    EXPECT_TRUE(loginItem->current.isOn);
+    EXPECT_TRUE(model.startsAtLogIn());
+    EXPECT_EQ(changes, 1);
+    loginItem->current = {false, false, "Another program."};
+    EXPECT_TRUE(model.startsAtLogIn());
+    appear();
+    EXPECT_EQ(changes, 2);
+    EXPECT_FALSE(model.startsAtLogIn());
+    EXPECT_FALSE(model.canChangeLogIn());
+    EXPECT_EQ(model.logInRemark(), QStringLiteral("Another program."));
+}
+
+TEST_F(SettingsModelTest, ASwitchThatCouldNotBeTurnedStaysAndSaysWhyUntilTheNextTryOrTheNextOpening)
+{
+    const auto refuse = [this] {
+        loginItem->error = posixError(EROFS, "entry");
+        model.setStartsAtLogIn(true);
+        EXPECT_FALSE(model.startsAtLogIn());
+        EXPECT_THAT(model.logInRemark().toStdString(), HasSubstr("Read-only file system"));
+    };
+    refuse();
+    loginItem->error.reset();
+    model.setStartsAtLogIn(true);
+    EXPECT_TRUE(model.startsAtLogIn());
+    EXPECT_TRUE(model.logInRemark().isEmpty());
+    model.setStartsAtLogIn(false);
+    refuse();
+    appear();
+    EXPECT_TRUE(model.logInRemark().isEmpty());
+}
+
+TEST_F(SettingsModelTest, WhereTheDesktopsKeySettingsAreIsSaidAndTheyOpenWhereTheyCan)
+{
+    EXPECT_THAT(model.keyAdvice().toStdString(), HasSubstr("'velmora toggle' in your desktop's keyboard settings."));
+    EXPECT_FALSE(model.canOpenKeySettings());
+    workspace->keys = platform::KeySettings{"Settings, Keyboard", false};
+    EXPECT_THAT(model.keyAdvice().toStdString(), HasSubstr("'velmora toggle' in the desktop's settings: Settings, Keyboard."));
+    EXPECT_FALSE(model.canOpenKeySettings());
+    workspace->keys->canBeOpened = true;
+    EXPECT_TRUE(model.canOpenKeySettings());
+    model.openKeySettings();
+    EXPECT_EQ(workspace->keySettingsOpened, 1);
+}
+
 TEST_F(SettingsModelTest, TheWalkthroughOpensFromHere)
 {
     model.openWalkthrough();

@@ -1,4 +1,5 @@
 #include "brand/BrandColors.h"
+#include "brand/Theme.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/settings/SettingsFixture.h"
@@ -31,7 +32,8 @@ TEST_F(SettingsViewTest, SaysEverythingThatItHasToSay)
             "💡 Prefer using your mouse? You can trigger recording directly by clicking the Orbelle icon in your top menu bar.",
             "Privacy & Permissions",
             "All capture and encoding is strictly 100% local on your Mac. No network calls, telemetry, or external analytics.",
-            "Screen Recording Permission:", "Granted", "On this keyboard: Alt + Super + C"})
+            "Screen Recording Permission:", "Granted", "On this keyboard: Alt + Super + C",
+            "Another folder that you choose holds until Velmora ends."})
         EXPECT_TRUE(window.shows(QString::fromUtf8(text))) << text;
     for (const auto* text : {"Change...", "Open", "Open First-Time Walkthrough..."})
         EXPECT_TRUE(window.hasButton(QString::fromUtf8(text))) << text;
@@ -51,7 +53,7 @@ TEST_F(SettingsViewTest, TheSectionsStandBelowEachOtherAndSoDoesWhatIsInThem)
     for (const auto& [y, text] : headings)
         order.append(text);
     EXPECT_EQ(order.join(QLatin1Char('|')).toStdString(),
-        "Velmora|Clips Storage|Help & Walkthrough|Keyboard & Mouse Controls|Privacy & Permissions");
+        "Velmora|Clips Storage|Help & Walkthrough|Keyboard & Mouse Controls|Privacy & Permissions|On this computer");
     const auto top = [this](const char* text) {
         double y = -1;
         window.forEachVisible([&](QQuickItem& item) {
@@ -72,7 +74,7 @@ TEST_F(SettingsViewTest, TheSectionsStandBelowEachOtherAndSoDoesWhatIsInThem)
              "💡 Prefer using your mouse? You can trigger recording directly by clicking the Orbelle icon in your top menu bar.",
              "Privacy & Permissions",
              "All capture and encoding is strictly 100% local on your Mac. No network calls, telemetry, or external analytics.",
-             "Screen Recording Permission:"}) {
+             "Screen Recording Permission:", "On this computer", "Start at log-in", "Keys of your own"}) {
         EXPECT_GT(top(text), before) << text;
         before = top(text);
     }
@@ -186,7 +188,7 @@ TEST_F(SettingsViewTest, TabReachesEveryButtonAndScrollsToIt)
     withdrawPermission();
     appear();
     QStringList reached;
-    for (int presses = 0; presses < 5; ++presses) {
+    for (int presses = 0; presses < 6; ++presses) {
         window.type(Qt::Key_Tab);
         reached.append(window.focusedButton());
         const auto* item = window.window().activeFocusItem();
@@ -233,6 +235,55 @@ TEST_F(SettingsViewTest, EscapeCloses)
     QObject::connect(&model, &SettingsModel::dismissed, &model, [&] { ++dismissals; });
     window.type(Qt::Key_Escape);
     EXPECT_EQ(dismissals, 1);
+}
+
+TEST_F(SettingsViewTest, TheLogInSwitchFollowsTheDesktopsListAndStaysWhereItCannotBeTurned)
+{
+    const auto text = QStringLiteral("Start at log-in");
+    const auto isChecked = [&] { return window.button(text).property("checked").toBool(); };
+    workspace->keys = platform::KeySettings{"Settings, Keyboard", true};
+    appear();
+    window.type(Qt::Key_End);
+    EXPECT_FALSE(isChecked());
+    const auto off = window.grab(window.button(text));
+    window.press(text);
+    EXPECT_TRUE(loginItem->current.isOn);
+    EXPECT_TRUE(isChecked());
+    const auto on = window.grab(window.button(text));
+    EXPECT_NE(on, off);
+    const auto coral = [](const QImage& image) { return image.pixelColor(image.width() - 34, image.height() / 2); };
+    EXPECT_EQ(coral(on).rgb(), Theme::hovered(BrandColors::coral).rgb()) << "with the pointer above it";
+    EXPECT_NE(coral(off), coral(on));
+    loginItem->error = posixError(EROFS, "entry");
+    window.press(text);
+    EXPECT_TRUE(isChecked());
+    EXPECT_TRUE(window.hasAlert(model.logInRemark()));
+    loginItem->error.reset();
+    window.button(text).forceActiveFocus(Qt::TabFocusReason);
+    window.type(Qt::Key_Space, QStringLiteral(" "));
+    EXPECT_FALSE(loginItem->current.isOn);
+    window.type(Qt::Key_Return);
+    EXPECT_TRUE(loginItem->current.isOn);
+    EXPECT_TRUE(isChecked());
+    auto* accessible = QAccessible::queryAccessibleInterface(&window.button(text));
+    EXPECT_EQ(accessible->role(), QAccessible::CheckBox);
+    EXPECT_TRUE(accessible->state().checked);
+    loginItem->current = {false, false, "Another program is started."};
+    appear();
+    window.type(Qt::Key_End);
+    EXPECT_FALSE(isChecked());
+    EXPECT_FALSE(window.button(text).isEnabled());
+    EXPECT_TRUE(window.shows(QStringLiteral("Another program is started.")));
+    window.press(QStringLiteral("Open Keyboard Settings"));
+    EXPECT_EQ(workspace->keySettingsOpened, 1);
+}
+
+TEST_F(SettingsViewTest, WithoutAPageOfKeysThereIsNoButtonForIt)
+{
+    workspace->keys = platform::KeySettings{"Settings, Keyboard", false};
+    appear();
+    EXPECT_FALSE(window.hasButton(QStringLiteral("Open Keyboard Settings")));
+    EXPECT_TRUE(window.shows(model.keyAdvice()));
 }
 
 TEST_F(SettingsViewTest, TheStatesHaveTheirColours)

@@ -12,7 +12,9 @@
 #include <QDBusUnixFileDescriptor>
 #include <QObject>
 #include <QProcess>
+#include <QStandardPaths>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -35,11 +37,46 @@ void startDetached(const std::string& program, const std::vector<std::string>& a
     QProcess::startDetached(QString::fromStdString(program), list);
 }
 
+/// A desktop's page of the keys that are bound to commands.
+struct KeyPage {
+    const char* desktop;  ///< in XDG_CURRENT_DESKTOP, in capitals
+    const char* place;
+    std::vector<std::string> command;
+};
+
+const std::vector<KeyPage>& keyPages()
+{
+    static const std::vector<KeyPage> pages{
+        {"GNOME", "Settings, Keyboard, View and Customize Shortcuts, Custom Shortcuts", {"gnome-control-center", "keyboard"}},
+        {"KDE", "System Settings, Shortcuts, Add Command", {"systemsettings", "kcm_keys"}},
+        {"XFCE", "Settings, Keyboard, Application Shortcuts", {"xfce4-keyboard-settings"}},
+    };
+    return pages;
+}
+
+QString currentDesktop()
+{
+    const char* value = std::getenv("XDG_CURRENT_DESKTOP");
+    return QString::fromLocal8Bit(value ? value : "").toUpper();
+}
+
+const KeyPage* keyPage()
+{
+    const auto desktop = currentDesktop();
+    const auto page = std::find_if(
+        keyPages().begin(), keyPages().end(), [&](const KeyPage& candidate) { return desktop.contains(QLatin1String{candidate.desktop}); });
+    return page == keyPages().end() ? nullptr : &*page;
+}
+
+bool hasProgram(const std::string& name)
+{
+    return !QStandardPaths::findExecutable(QString::fromStdString(name)).isEmpty();
+}
+
 /// The program that shows this desktop's own page of privacy settings.
 std::vector<std::string> privacySettings()
 {
-    const char* value = std::getenv("XDG_CURRENT_DESKTOP");
-    const auto desktop = QString::fromLocal8Bit(value ? value : "").toUpper();
+    const auto desktop = currentDesktop();
     if (desktop.contains(QLatin1String("GNOME")))
         return {"gnome-control-center", "privacy"};
     if (desktop.contains(QLatin1String("KDE")))
@@ -62,6 +99,8 @@ public:
     {
         if (!options_.startDetached)
             options_.startDetached = startDetached;
+        if (!options_.hasProgram)
+            options_.hasProgram = hasProgram;
     }
 
     void addObserver(platform::WorkspaceObserver observer) override
@@ -99,12 +138,21 @@ public:
     {
         if (url != screenRecordingSettings)
             return options_.startDetached("xdg-open", {std::string{url}});
-        auto command = privacySettings();
-        if (command.empty())
-            return;
-        const auto program = command.front();
-        command.erase(command.begin());
-        options_.startDetached(program, command);
+        start(privacySettings());
+    }
+
+    [[nodiscard]] std::optional<platform::KeySettings> keySettings() const override
+    {
+        const auto* page = keyPage();
+        if (!page)
+            return std::nullopt;
+        return platform::KeySettings{page->place, options_.hasProgram(page->command.front())};
+    }
+
+    void openKeySettings() override
+    {
+        if (const auto* page = keyPage(); page && options_.hasProgram(page->command.front()))
+            start(page->command);
     }
 
     void activateFileViewerSelecting(const std::vector<std::filesystem::path>& files) override
@@ -141,6 +189,16 @@ private slots:
     }
 
 private:
+    /// A program with its arguments; nothing where there is none.
+    void start(std::vector<std::string> command) const
+    {
+        if (command.empty())
+            return;
+        const auto program = command.front();
+        command.erase(command.begin());
+        options_.startDetached(program, command);
+    }
+
     void delaySleep()
     {
         auto call = QDBusMessage::createMethodCall(

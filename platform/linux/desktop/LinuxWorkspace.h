@@ -20,6 +20,9 @@ struct LinuxWorkspaceOptions {
 
     /// Starts a program and forgets it; empty: really starts it.
     std::function<void(const std::string& program, const std::vector<std::string>& arguments)> startDetached;
+
+    /// Whether a program of that name can be started; empty: looks for it.
+    std::function<bool(const std::string& program)> hasProgram = {};
 };
 
 std::shared_ptr<platform::Workspace> makeWorkspace(LinuxWorkspaceOptions options);

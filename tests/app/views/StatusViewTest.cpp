@@ -22,6 +22,7 @@ struct NoStatusItem final : StatusItem {
     void setToolTip(const std::string&) override { }
     void setMenuDelegate(MenuDelegate) override { }
     void setImage(const MenuBarImage&) override { }
+    void captionsChanged() override { }
     void popUpMenu() override { }
 };
 
@@ -257,6 +258,74 @@ TEST_F(StatusViewTest, TheWarningSignIsAColouredPictureAsTheOtherSymbolsAre)
         }
     });
     EXPECT_GT(amber, 20);
+}
+
+TEST_F(StatusViewTest, WhatIsSaidOfTheStateStandsBeneathItsRowAndNothingMovesWhenItChanges)
+{
+    show();
+    capture();
+    coordinator->startRecording();
+    static_cast<void>(window->grab());
+    const double before = window->root()->implicitHeight();
+    menuBar.setRemarks({.progress = "0:01"});
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(window->shows(QStringLiteral("0:01")));
+    EXPECT_GT(window->root()->implicitHeight(), before);
+    goTo("⏹️ Stop Clipping This Window");
+    auto* current = window->window().activeFocusItem();
+    const double height = window->root()->implicitHeight();
+    menuBar.setRemarks({.progress = "0:02, 1 MB so far"});
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(window->shows(QStringLiteral("0:02, 1 MB so far")));
+    EXPECT_EQ(window->window().activeFocusItem(), current) << "the row is the same object";
+    EXPECT_EQ(window->root()->implicitHeight(), height);
+    window->expectNoTextsOverlap();
+    menuBar.setRemarks({});
+    static_cast<void>(window->grab());
+    EXPECT_EQ(window->root()->implicitHeight(), before);
+}
+
+TEST_F(StatusViewTest, WhatEndsARecordingUnsavedSaysSoBeneathItsRowAndToAScreenReader)
+{
+    show();
+    capture();
+    const auto unsaved = QStringLiteral("Ends the recording without saving it.");
+    static_cast<void>(window->grab());
+    EXPECT_FALSE(window->shows(unsaved));
+    coordinator->startRecording();
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(window->shows(unsaved));
+    EXPECT_TRUE(window->shows(QStringLiteral("Choosing a window ends the recording without saving it.")));
+    window->expectNoTextsOverlap();
+    window->forEachVisible([&](QQuickItem& item) {
+        auto* accessible = QAccessible::queryAccessibleInterface(&item);
+        if (accessible && accessible->text(QAccessible::Name) == QString::fromUtf8("✕ Quit Velmora")) {
+            EXPECT_EQ(accessible->text(QAccessible::Description), QStringLiteral("Super+Q. ") + unsaved);
+        }
+    });
+}
+
+TEST_F(StatusViewTest, ALongRemarkIsWrappedInsideTheWindow)
+{
+    show();
+    capture();
+    const std::string reason = "Windows of a Wayland session cannot be captured yet; log in to an X11 session, or ask whoever looks after "
+                               "this computer for a portal that can share windows.";
+    menuBar.setRemarks({.problem = reason, .shortcut = reason});
+    static_cast<void>(window->grab());
+    window->expectNothingIsCutOff({16, 0, 368, 2000});
+    menuBar.setRemarks({.notice = reason});
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(window->shows(QString::fromStdString(reason)));
+    EXPECT_TRUE(named(QAccessible::StaticText).contains(QString::fromStdString(reason)));
+    window->expectNothingIsCutOff({16, 0, 368, 2000});
+    window->expectNoTextsOverlap();
+    for (const auto& [kind, text] : test::oddTexts()) {
+        SCOPED_TRACE(kind);
+        menuBar.setRemarks({.problem = text.toStdString()});
+        EXPECT_FALSE(window->grab().isNull());
+        window->expectNoTextsOverlap();
+    }
 }
 
 TEST_F(StatusViewTest, EveryKindOfTitleTakesItsOneRow)

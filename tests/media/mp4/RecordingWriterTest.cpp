@@ -74,6 +74,20 @@ TEST(RecordingWriter, WritesWhatWasAppended)
     EXPECT_THAT(decoded.peaks(), ElementsAreArray(recording.clicks));
 }
 
+TEST(RecordingWriter, SaysHowLargeTheFileIsAsItsFragmentsReachTheDisk)
+{
+    const auto& recording = makeRecording();
+    const auto file = std::make_shared<MemoryFile>();
+    auto writer = RecordingWriter::create(file, testOptions());
+    ASSERT_TRUE(writer);
+    EXPECT_EQ((*writer)->fileSize(), 0U);
+    (*writer)->start(recording.tracks);
+    for (auto& [track, sample] : samplesOf(recording))
+        (*writer)->append(track, std::move(sample));
+    ASSERT_TRUE(finish(**writer, recording));
+    EXPECT_EQ((*writer)->fileSize(), file->size().value());
+}
+
 TEST(RecordingWriter, NoFragmentHoldsMoreThanEightTenthsOfASecond)
 {
     const auto& recording = makeRecording({.pictureCount = 120, .soundFrames = 192000});

@@ -146,6 +146,8 @@ protected:
                     started.push_back(program);
                     started.insert(started.end(), arguments.begin(), arguments.end());
                 },
+            .hasProgram = [this](
+                              const std::string& program) { return std::find(missing.begin(), missing.end(), program) == missing.end(); },
         });
     }
 
@@ -174,6 +176,7 @@ protected:
     test::PrivateBus bus;
     std::shared_ptr<platform::Workspace> workspace;
     std::vector<std::string> started;
+    std::vector<std::string> missing;
     std::vector<std::string> events;
     std::function<void()> displaysChanged;
     UniqueFunction<void()> readyToSleep;
@@ -198,6 +201,27 @@ TEST_F(WorkspaceTest, TheSettingsLinkOpensTheDesktopsOwnPage)
     ::unsetenv("XDG_CURRENT_DESKTOP");
     workspace->openURL(link);
     EXPECT_THAT(started, ElementsAre("gnome-control-center", "privacy", "systemsettings", "xfce4-settings-manager"));
+}
+
+TEST_F(WorkspaceTest, TheDesktopsPageOfKeysIsKnownAndOpensWhereItsProgramIsThere)
+{
+    EXPECT_FALSE(workspace->keySettings());
+    workspace->openKeySettings();
+    EXPECT_THAT(started, IsEmpty());
+    for (const auto* desktop : {"ubuntu:GNOME", "KDE", "XFCE"}) {
+        ::setenv("XDG_CURRENT_DESKTOP", desktop, 1);
+        ASSERT_TRUE(workspace->keySettings());
+        EXPECT_TRUE(workspace->keySettings()->canBeOpened);
+        EXPECT_THAT(workspace->keySettings()->place, testing::HasSubstr("Settings, "));
+        workspace->openKeySettings();
+    }
+    missing = {"xfce4-keyboard-settings"};
+    EXPECT_FALSE(workspace->keySettings()->canBeOpened);
+    workspace->openKeySettings();
+    EXPECT_THAT(started, ElementsAre("gnome-control-center", "keyboard", "systemsettings", "kcm_keys", "xfce4-keyboard-settings"));
+    ::setenv("XDG_CURRENT_DESKTOP", "openbox", 1);
+    EXPECT_FALSE(workspace->keySettings());
+    ::unsetenv("XDG_CURRENT_DESKTOP");
 }
 
 TEST_F(WorkspaceTest, AFileIsShownSelectedInTheFileBrowser)

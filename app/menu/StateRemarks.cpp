@@ -1,0 +1,71 @@
+#include "app/menu/StateRemarks.h"
+
+#include "capture/CaptureMessages.h"
+#include "library/ClipFormat.h"
+
+#include <cmath>
+#include <initializer_list>
+
+namespace velmora {
+
+namespace {
+
+constexpr const char* givenToolTip = "Velmora — Instant Video Clipping (Click to open menu)";
+constexpr const char* bindAKey =
+    "The shortcut is not active. Bind a key of your own to 'velmora toggle' in the desktop's keyboard settings.";
+
+std::string progressText(const RecordingProgress& progress)
+{
+    // A length that has not been reached yet is not said.
+    auto text = formattedDuration(std::floor(std::chrono::duration<double>{progress.elapsed}.count()));
+    if (progress.bytes > 0)
+        text += ", " + formattedFileSize(static_cast<std::int64_t>(progress.bytes)) + " so far";
+    return text;
+}
+
+std::string problemText(const StateFacts& facts)
+{
+    if (facts.state.is<CaptureState::CaptureUnavailable>())
+        return facts.state.statusDescription() + ". Choose a window to try again.";
+    if (facts.state.is<CaptureState::NotConfigured>())
+        return facts.state.statusDescription() + ": "
+            + (facts.permissionExplanation.empty() ? std::string{capture_message::permissionRequired} : facts.permissionExplanation);
+    return facts.state.is<CaptureState::WaitingForWindowSelection>() ? facts.lostWindow : std::string{};
+}
+
+std::string lines(std::initializer_list<std::string> texts)
+{
+    std::string all;
+    for (const auto& text : texts) {
+        if (!text.empty())
+            all += (all.empty() ? "" : "\n") + text;
+    }
+    return all;
+}
+
+}  // namespace
+
+StateRemarks remarks(const StateFacts& facts)
+{
+    return {
+        .progress = facts.progress ? progressText(*facts.progress) : std::string{},
+        .problem = problemText(facts),
+        .shortcut = facts.isShortcutRegistered ? std::string{}
+            : facts.shortcutReason.empty()     ? bindAKey
+                                               : facts.shortcutReason,
+        .notice = facts.notice,
+    };
+}
+
+std::string toolTip(const StateRemarks& remarks)
+{
+    return lines({givenToolTip, remarks.progress.empty() ? std::string{} : "Recording: " + remarks.progress, remarks.problem,
+        remarks.notice, remarks.shortcut});
+}
+
+std::string stateCaption(const StateRemarks& remarks)
+{
+    return lines({remarks.progress, remarks.problem, remarks.shortcut});
+}
+
+}  // namespace velmora
