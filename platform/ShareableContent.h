@@ -21,6 +21,14 @@ struct RunningApplication {
     friend bool operator==(const RunningApplication&, const RunningApplication&) = default;
 };
 
+/// As the desktop counts and calls it.
+struct DesktopWorkspace {
+    std::uint32_t number = 0;  ///< from 1
+    std::string name;  ///< may be empty
+
+    friend bool operator==(const DesktopWorkspace&, const DesktopWorkspace&) = default;
+};
+
 struct ShareableWindow {
     std::uint32_t windowID = 0;
     std::optional<std::string> title;
@@ -31,6 +39,8 @@ struct ShareableWindow {
     bool isChoice = false;  ///< no window yet but one to be chosen by the user when this is requested; it has no frame
     /// When the user chose it, of a window that the desktop tells nothing else of.
     std::optional<std::chrono::sys_seconds> chosenAt = std::nullopt;
+    bool isMinimised = false;  ///< false where the desktop does not say
+    std::optional<DesktopWorkspace> otherWorkspace = std::nullopt;  ///< it is there and not on the current one; none where that is unknown
 
     friend bool operator==(const ShareableWindow&, const ShareableWindow&) = default;
 };

@@ -36,6 +36,12 @@ void WindowSelectionService::refreshWindows(UniqueFunction<void()> completion)
         });
 }
 
+WindowAbsence WindowSelectionService::absence(std::uint32_t id) const
+{
+    const auto found = absences_.find(id);
+    return found == absences_.end() ? WindowAbsence{} : found->second;
+}
+
 platform::WindowRequests& WindowSelectionService::requests() const
 {
     auto* requests = content_->requests();
@@ -86,7 +92,12 @@ void WindowSelectionService::giveBackWindow(std::uint32_t id)
 
 void WindowSelectionService::publish(Result<platform::ShareableContent> result)
 {
+    absences_.clear();
     if (result) {
+        for (const auto& window : result->windows) {
+            if (window.isMinimised || window.otherWorkspace)
+                absences_[window.windowID] = {window.isMinimised, window.otherWorkspace};
+        }
         setAvailableWindows(window_catalogue::entries(result->windows, static_cast<std::int32_t>(QCoreApplication::applicationPid())));
     } else {
         const auto& description = result.error().localizedDescription;

@@ -12,11 +12,20 @@
 #include <QObject>
 #include <QString>
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
 
 namespace velmora {
+
+/// What keeps a listed window from the screen, as far as the desktop says.
+struct WindowAbsence {
+    bool isMinimised = false;
+    std::optional<platform::DesktopWorkspace> otherWorkspace = std::nullopt;
+
+    friend bool operator==(const WindowAbsence&, const WindowAbsence&) = default;
+};
 
 /// Main thread only. Every change of a property is announced by objectWillChange() before it takes effect and by the property's own
 /// signal after.
@@ -31,6 +40,9 @@ public:
 
     /// The eligible windows of the last successful query, in display order.
     [[nodiscard]] const std::vector<CapturedWindowInfo>& availableWindows() const { return availableWindows_; }
+
+    /// As the query found it that availableWindows() is from.
+    [[nodiscard]] WindowAbsence absence(std::uint32_t id) const;
 
     /// True while a query is outstanding.
     [[nodiscard]] bool isLoading() const { return isLoading_; }
@@ -83,6 +95,7 @@ private:
     std::shared_ptr<platform::ShareableContentProvider> content_;
     std::shared_ptr<Executor> mainExecutor_;
     std::vector<CapturedWindowInfo> availableWindows_;
+    std::map<std::uint32_t, WindowAbsence> absences_;  ///< of windows that are kept from the screen
     bool isLoading_ = false;
     std::optional<std::string> lastError_;
 
