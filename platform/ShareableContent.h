@@ -59,6 +59,7 @@ struct ShareableContent {
     std::vector<RunningApplication> applications;
 };
 
+class WindowIcons;
 class WindowRequests;
 
 class ShareableContentProvider {
@@ -73,6 +74,9 @@ public:
     /// Where the desktop lets windows be captured only once their user has granted them; as long as the provider. Null: all that are
     /// listed can be captured as they are.
     [[nodiscard]] virtual WindowRequests* requests() { return nullptr; }
+
+    /// The icons of what is listed; as long as the provider. Null where the desktop tells of none.
+    [[nodiscard]] virtual WindowIcons* icons() { return nullptr; }
 };
 
 }  // namespace velmora::platform

@@ -3,6 +3,7 @@
 
 #include "base/SelfReference.h"
 #include "base/SerialQueue.h"
+#include "platform/ApplicationIcon.h"
 #include "platform/ShareableContent.h"
 #include "platform/WindowRequests.h"
 #include "windows/CapturedWindowInfo.h"
@@ -12,6 +13,8 @@
 #include <QObject>
 #include <QString>
 
+#include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -53,6 +56,18 @@ public:
     /// Queries the desktop afresh and replaces availableWindows(). `completion` is called once, on the main thread, when the result or
     /// the failure has been published; never if the service is gone first. Calls may overlap: the later completion wins.
     void refreshWindows(UniqueFunction<void()> completion = [] {});
+
+    /// Whether the desktop tells of icons at all.
+    [[nodiscard]] bool hasIcons() const;
+
+    using IconFound = std::function<void(std::uint32_t id, const platform::ApplicationIcon& icon)>;
+
+    /// Looks for the icons of the first 256 windows that are listed. `found` is called for each that has one, on the main thread, until the
+    /// list changes or the service is gone.
+    void findIcons(int side, IconFound found);
+
+    /// None is found any more of those that were asked for.
+    void stopFindingIcons();
 
     /// True for an entry that the user has to grant in the desktop's own dialog: then requestWindow() comes before a capture.
     [[nodiscard]] bool needsRequest(std::uint32_t id) const;
@@ -96,6 +111,7 @@ private:
     std::shared_ptr<Executor> mainExecutor_;
     std::vector<CapturedWindowInfo> availableWindows_;
     std::map<std::uint32_t, WindowAbsence> absences_;  ///< of windows that are kept from the screen
+    std::shared_ptr<std::atomic<bool>> areIconsWanted_ = std::make_shared<std::atomic<bool>>(false);  ///< by the last search for them
     bool isLoading_ = false;
     std::optional<std::string> lastError_;
 

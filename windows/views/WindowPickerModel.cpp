@@ -13,6 +13,8 @@ namespace velmora {
 
 namespace {
 
+constexpr int iconPixels = 48;  // 24 points on the finest screens that we draw for
+
 template <std::size_t count>
 bool containsAny(const QString& name, const std::array<QLatin1String, count>& parts)
 {
@@ -28,7 +30,7 @@ WindowPickerModel::WindowPickerModel(
     , coordinator_(coordinator)
     , sound_(windowService_)
 {
-    connect(windowService_.get(), &WindowSelectionService::availableWindowsChanged, this, &WindowPickerModel::filter);
+    connect(windowService_.get(), &WindowSelectionService::availableWindowsChanged, this, &WindowPickerModel::takeWindows);
     connect(windowService_.get(), &WindowSelectionService::isLoadingChanged, this, &WindowPickerModel::contentChanged);
     for (const auto changed : {&WindowPickerModel::contentChanged, &WindowPickerModel::selectionChanged})
         connect(this, changed, this, &WindowPickerModel::selectionCaptionChanged);
@@ -97,6 +99,8 @@ void WindowPickerModel::viewWillAppear()
 void WindowPickerModel::viewDidDisappear()
 {
     abandonRequest();
+    windowService_->stopFindingIcons();
+    icons_.clear();
 }
 
 void WindowPickerModel::refreshWindows()
@@ -234,6 +238,10 @@ QVariant WindowPickerModel::data(const QModelIndex& index, int role) const
         if (window.isOnScreen || windowService_->needsRequest(window.id))
             return QString{};
         return absenceText(windowService_->absence(window.id), isActive(window));
+    case Icon: {
+        const auto icon = icons_.find(window.id);
+        return icon == icons_.end() ? QImage{} : icon->second;
+    }
     default:
         return {};
     }
@@ -241,7 +249,8 @@ QVariant WindowPickerModel::data(const QModelIndex& index, int role) const
 
 QHash<int, QByteArray> WindowPickerModel::roleNames() const
 {
-    return {{AppName, "appName"}, {Title, "title"}, {SizeText, "sizeText"}, {Symbol, "symbol"}, {IsActive, "isActive"}, {Absence, "absence"}};
+    return {{AppName, "appName"}, {Title, "title"}, {SizeText, "sizeText"}, {Symbol, "symbol"}, {IsActive, "isActive"},
+        {Absence, "absence"}, {Icon, "applicationIcon"}};
 }
 
 QString WindowPickerModel::symbolName(const QString& appName)
@@ -289,6 +298,23 @@ void WindowPickerModel::setSelectedID(std::optional<std::uint32_t> id)
         return;
     selectedID_ = id;
     emit selectionChanged();
+}
+
+void WindowPickerModel::takeWindows()
+{
+    icons_.clear();
+    filter();
+    windowService_->findIcons(iconPixels, [this](std::uint32_t id, const platform::ApplicationIcon& icon) { takeIcon(id, icon); });
+}
+
+void WindowPickerModel::takeIcon(std::uint32_t id, const platform::ApplicationIcon& icon)
+{
+    icons_[id] =
+        QImage{icon.rgba.data(), icon.side, icon.side, QImage::Format_RGBA8888}.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    for (int row = 0; row < rowCount(); ++row) {
+        if (filteredWindows_[static_cast<std::size_t>(row)].id == id)
+            emit dataChanged(index(row), index(row), {Icon});
+    }
 }
 
 void WindowPickerModel::filter()

@@ -7,10 +7,12 @@
 #include "windows/views/SoundChoiceModel.h"
 
 #include <QAbstractListModel>
+#include <QImage>
 #include <QString>
 #include <QtQmlIntegration>
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -25,6 +27,7 @@ class WindowPickerModel final : public QAbstractListModel {
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY contentChanged)
     Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY contentChanged)
     Q_PROPERTY(bool hasRows READ hasRows NOTIFY contentChanged)
+    Q_PROPERTY(bool hasIcons READ hasIcons CONSTANT)
     Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
     Q_PROPERTY(int selectedRow READ selectedRow NOTIFY selectionChanged)
     Q_PROPERTY(bool canStart READ canStart NOTIFY selectionChanged)
@@ -34,7 +37,7 @@ class WindowPickerModel final : public QAbstractListModel {
     Q_PROPERTY(velmora::SoundChoiceModel* sound READ sound CONSTANT)
 
 public:
-    enum Role { AppName = Qt::UserRole, Title, SizeText, Symbol, IsActive, Absence };
+    enum Role { AppName = Qt::UserRole, Title, SizeText, Symbol, IsActive, Absence, Icon };
 
     WindowPickerModel(std::shared_ptr<WindowSelectionService> windowService, CaptureCoordinator& coordinator, QObject* parent = nullptr);
 
@@ -42,6 +45,9 @@ public:
     [[nodiscard]] bool isLoading() const { return windowService_->isLoading(); }
     [[nodiscard]] bool isEmpty() const { return !isLoading() && filteredWindows_.empty(); }
     [[nodiscard]] bool hasRows() const { return !isLoading() && !filteredWindows_.empty(); }
+
+    /// Whether rows have a place for the icon of their application, which comes when it has been found.
+    [[nodiscard]] bool hasIcons() const { return windowService_->hasIcons(); }
 
     [[nodiscard]] const QString& searchText() const { return searchText_; }
     void setSearchText(const QString& text);
@@ -117,6 +123,8 @@ private:
     [[nodiscard]] bool isActive(const CapturedWindowInfo& window) const;
     void setSelectedID(std::optional<std::uint32_t> id);
     void filter();
+    void takeWindows();
+    void takeIcon(std::uint32_t id, const platform::ApplicationIcon& icon);
     void askForSound(const CapturedWindowInfo& window, int request);
     void abandonRequest();
     void capture(const CapturedWindowInfo& window);
@@ -127,6 +135,7 @@ private:
     QString searchText_;
     std::optional<std::uint32_t> selectedID_;
     bool isSelectionInSight_ = true;
+    std::map<std::uint32_t, QImage> icons_;  ///< of the windows that are listed, while the picker is shown
     std::vector<CapturedWindowInfo> filteredWindows_;
     SoundChoiceModel sound_;
     std::optional<CapturedWindowInfo> granted_;  ///< whose sound is being chosen

@@ -161,6 +161,7 @@ Rectangle {
                     required property string symbol
                     required property bool isActive
                     required property string absence
+                    required property var applicationIcon
 
                     width: ListView.view.width
                     topPadding: 4
@@ -185,6 +186,12 @@ Rectangle {
                                 color: Theme.coral
                                 size: 20
                             }
+                        }
+                        AppIcon {
+                            Layout.preferredWidth: 24
+                            Layout.preferredHeight: 24
+                            visible: root.model.hasIcons
+                            picture: row.applicationIcon
                         }
                         ColumnLayout {
                             Layout.fillWidth: true

@@ -77,7 +77,8 @@ TEST_F(WindowPickerViewTest, SaysWhatItIsForFromTopToBottom)
     appearWithThree();
     EXPECT_EQ(window->texts().join(QLatin1Char('|')).toStdString(),
         "Choose Video Window|Select what you are watching (Safari, Chrome, YouTube, QuickTime, VLC, etc.)|Any browser or player will do, "
-        "such as Firefox, Chromium, VLC or mpv.|Search by app name or window title...|Alpha|a film|1279 × 720 pt|Beta|b film|1279 × 720 pt|Gamma|1279 × 720 pt|Tip: Make sure the browser or video player "
+        "such as Firefox, Chromium, VLC or mpv.|Search by app name or window title...|Alpha|a film|1279 × 720 pt|Beta|b film|1279 × 720 "
+        "pt|Gamma|1279 × 720 pt|Tip: Make sure the browser or video player "
         "window is open on your screen (not minimized into the Dock).|On this desktop the Dock is the task bar or launcher, and 1 "
         "pt is 1 pixel.|Refresh List|Cancel|Start Clipping This Window");
     EXPECT_EQ(symbols().toStdString(), "magnifyingglass macwindow macwindow macwindow lightbulb.fill arrow.clockwise");
@@ -371,6 +372,73 @@ TEST_F(WindowPickerViewTest, CaptionsSayWhatIsCalledOtherwiseHereInTheSizeOfWhat
     EXPECT_GT(sizeOf("On this desktop the Dock is the task bar"), 0);
     EXPECT_EQ(sizeOf("On this desktop the Dock is the task bar"), sizeOf("Tip: Make sure"));
     EXPECT_EQ(sizeOf("1279"), sizeOf("On this desktop the Dock is the task bar"));
+}
+
+TEST_F(WindowPickerViewTest, AWindowThatIsAwaySaysSoInItsRowAndToAScreenReader)
+{
+    addLiveWindow(listed(1, "Alpha", "a film"));
+    auto& away = content->content.windows.front();
+    away.isOnScreen = false;
+    away.isMinimised = true;
+    appear({listed(2, "Beta", "b film")});
+    EXPECT_TRUE(window->shows(QStringLiteral("Cannot be recorded: minimized")));
+    auto* row = first("QQuickItemDelegate");
+    ASSERT_TRUE(row);
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(row)->text(QAccessible::Name),
+        QString::fromUtf8("Alpha, a film, 1279 × 720 pt, Cannot be recorded: minimized"));
+    window->expectNothingIsCutOff({24, 0, 512, 480});
+    window->expectNoTextsOverlap();
+}
+
+TEST_F(WindowPickerViewTest, TheApplicationsOwnIconIsBesideTheSymbolAndMovesNothing)
+{
+    appear({listed(1, "Alpha", "a film")});
+    const auto placeOfName = [this] {
+        QRectF place;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText") && item.property("text").toString() == QStringLiteral("Alpha"))
+                place = item.mapRectToScene({0, 0, item.width(), item.height()});
+        });
+        return place;
+    };
+    const auto before = placeOfName();
+    ASSERT_FALSE(content->iconQuestions.empty());
+    platform::ApplicationIcon icon{.side = 48, .rgba = {}};
+    for (int pixel = 0; pixel < 48 * 48; ++pixel)
+        icon.rgba.insert(icon.rgba.end(), {0, 200, 0, 255});
+    content->iconQuestions.back().found(1, icon);
+    executor->runAll();
+    const auto picture = window->grab();
+    EXPECT_EQ(placeOfName(), before);
+    EXPECT_EQ(symbols().toStdString(), "magnifyingglass macwindow lightbulb.fill arrow.clockwise") << "the symbol stays";
+    QRect green;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (picture.pixelColor(x, y) == QColor(0, 200, 0))
+                green = green.united({x, y, 1, 1});
+        }
+    }
+    EXPECT_EQ(green.size(), QSize(24, 24));
+    EXPECT_LT(green.right(), before.left());
+    EXPECT_GT(green.left(), 24 + 20 + 28) << "right of the symbol";
+}
+
+TEST_F(WindowPickerViewTest, WithoutIconsThereIsNoPlaceForThem)
+{
+    const auto leftOfName = [this] {
+        double left = 0;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText") && item.property("text").toString() == QStringLiteral("Alpha"))
+                left = item.mapRectToScene({0, 0, 1, 1}).left();
+        });
+        return left;
+    };
+    appear({listed(1, "Alpha", "a film")});
+    const double withPlace = leftOfName();
+    content->hasIcons = false;
+    window.emplace(QUrl{QStringLiteral("qrc:/Velmora/Windows/WindowPickerView.qml")}, model, QSize{560, 480});
+    static_cast<void>(window->grab());
+    EXPECT_EQ(leftOfName(), withPlace - 36);
 }
 
 TEST_F(WindowPickerViewTest, ATitleFromRightToLeftBeginsBesideItsIcon)
