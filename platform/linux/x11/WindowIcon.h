@@ -26,7 +26,6 @@ using ReadItems = std::function<std::vector<std::uint32_t>(std::uint32_t offset,
 
 /// A picture in the middle of a square of `side` pixels, as large as it can be in its own shape; enlarged or reduced by the average of what a
 /// pixel covers. `argb` has width x height items.
-[[nodiscard]] platform::ApplicationIcon fitIcon(
-    const std::uint32_t* argb, std::uint32_t width, std::uint32_t height, int side);
+[[nodiscard]] platform::ApplicationIcon fitIcon(const std::uint32_t* argb, std::uint32_t width, std::uint32_t height, int side);
 
 }  // namespace velmora::linux_backend
