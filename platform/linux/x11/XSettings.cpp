@@ -30,7 +30,7 @@ public:
     {
         taken = rest_.substr(0, count);
         // Each text is filled up to a multiple of four bytes.
-        return taken.size() == count && skip((count + 3) / 4 * 4);
+        return skip((count + 3) / 4 * 4);
     }
 
     bool take(std::uint32_t& value, std::size_t byteCount)

@@ -532,6 +532,18 @@ TEST_F(WindowPickerModelTest, IconsAreThoseOfThePresentListAndGoWithThePicker)
     EXPECT_FALSE(content->iconQuestions[1].found(1, plainIcon(100)));
 }
 
+TEST_F(WindowPickerModelTest, WhatTheSearchHidesIsNamedWhateverTheViewSays)
+{
+    list({window(1, "Alpha", "a"), window(2, "Beta", "b")});
+    appear();
+    model.setSelectionInSight(true);
+    EXPECT_EQ(model.selectionCaption(), QString{});
+    model.setSearchText(QStringLiteral("Beta"));
+    EXPECT_EQ(model.selectionCaption(), QString::fromUtf8("Selected: Alpha — a"));
+    model.setSearchText({});
+    EXPECT_EQ(model.selectionCaption(), QString{});
+}
+
 TEST_F(WindowPickerModelTest, AFailedQueryDoesNotCallTheSelectedWindowGone)
 {
     list({window(1, "Alpha", "a")});

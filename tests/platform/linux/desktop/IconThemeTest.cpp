@@ -121,6 +121,15 @@ TEST_F(IconThemeTest, ANameLeadsNowhereElse)
     EXPECT_EQ(middle("secret", root.string()), none);
 }
 
+TEST_F(IconThemeTest, AThemeIsAFolderAmongTheThemes)
+{
+    fs::create_directories(root / "system");
+    write("outside/index.theme", "[Icon Theme]\nDirectories=apps\n[apps]\nSize=48\n");
+    picture("outside/apps/player.png", {48, 48}, Qt::red);
+    EXPECT_EQ(middle("player", "../outside"), none);
+    EXPECT_EQ(middle("player", (root / "outside").string()), none);
+}
+
 TEST_F(IconThemeTest, ThemesThatBuildOnEachOtherComeToAnEnd)
 {
     write("system/Own/index.theme", "[Icon Theme]\nInherits=Other\nDirectories=apps\n[apps]\nSize=48\n");

@@ -128,6 +128,16 @@ TEST(WindowIcon, WhatSaysItIsLongerThanThePropertyIsNotRead)
     }
 }
 
+TEST(WindowIcon, ASizeThatIsTooLargeToBeCountedEndsTheSearch)
+{
+    IconProperty property;
+    // In 32 bits the product is 1.
+    property.addHead(0xffffffff, 0xffffffff);
+    property.addItem(red);
+    property.add(48, 48, green);
+    EXPECT_FALSE(property.icon(48));
+}
+
 TEST(WindowIcon, APropertyThatShrinksWhileItIsReadIsNoIcon)
 {
     IconProperty property;
