@@ -1,4 +1,4 @@
-// Seam: the program's own icon, for services that show it.
+// Seam: the icon of an application, our own for services that show it.
 #pragma once
 
 #include <cstdint>

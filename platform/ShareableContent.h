@@ -21,6 +21,14 @@ struct RunningApplication {
     friend bool operator==(const RunningApplication&, const RunningApplication&) = default;
 };
 
+/// As the desktop counts and calls it.
+struct DesktopWorkspace {
+    std::uint32_t number = 0;  ///< from 1
+    std::string name;  ///< may be empty
+
+    friend bool operator==(const DesktopWorkspace&, const DesktopWorkspace&) = default;
+};
+
 struct ShareableWindow {
     std::uint32_t windowID = 0;
     std::optional<std::string> title;
@@ -31,6 +39,8 @@ struct ShareableWindow {
     bool isChoice = false;  ///< no window yet but one to be chosen by the user when this is requested; it has no frame
     /// When the user chose it, of a window that the desktop tells nothing else of.
     std::optional<std::chrono::sys_seconds> chosenAt = std::nullopt;
+    bool isMinimised = false;  ///< false where the desktop does not say
+    std::optional<DesktopWorkspace> otherWorkspace = std::nullopt;  ///< it is there and not on the current one; none where that is unknown
 
     friend bool operator==(const ShareableWindow&, const ShareableWindow&) = default;
 };
@@ -49,6 +59,7 @@ struct ShareableContent {
     std::vector<RunningApplication> applications;
 };
 
+class WindowIcons;
 class WindowRequests;
 
 class ShareableContentProvider {
@@ -63,6 +74,9 @@ public:
     /// Where the desktop lets windows be captured only once their user has granted them; as long as the provider. Null: all that are
     /// listed can be captured as they are.
     [[nodiscard]] virtual WindowRequests* requests() { return nullptr; }
+
+    /// The icons of what is listed; as long as the provider. Null where the desktop tells of none.
+    [[nodiscard]] virtual WindowIcons* icons() { return nullptr; }
 };
 
 }  // namespace velmora::platform

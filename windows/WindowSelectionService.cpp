@@ -1,5 +1,6 @@
 #include "windows/WindowSelectionService.h"
 
+#include "platform/WindowIcons.h"
 #include "system/Log.h"
 
 #include <QCoreApplication>
@@ -17,7 +18,10 @@ WindowSelectionService::WindowSelectionService(
 {
 }
 
-WindowSelectionService::~WindowSelectionService() = default;
+WindowSelectionService::~WindowSelectionService()
+{
+    stopFindingIcons();
+}
 
 void WindowSelectionService::refreshWindows(UniqueFunction<void()> completion)
 {
@@ -34,6 +38,46 @@ void WindowSelectionService::refreshWindows(UniqueFunction<void()> completion)
                 completion();
             });
         });
+}
+
+WindowAbsence WindowSelectionService::absence(std::uint32_t id) const
+{
+    const auto found = absences_.find(id);
+    return found == absences_.end() ? WindowAbsence{} : found->second;
+}
+
+bool WindowSelectionService::hasIcons() const
+{
+    return content_->icons() != nullptr;
+}
+
+void WindowSelectionService::findIcons(int side, IconFound found)
+{
+    constexpr std::size_t mostIcons = 256;
+    stopFindingIcons();
+    auto* icons = content_->icons();
+    if (!icons || availableWindows_.empty())
+        return;
+    std::vector<std::uint32_t> ids;
+    for (const auto& window : availableWindows_) {
+        if (ids.size() < mostIcons)
+            ids.push_back(window.id);
+    }
+    areIconsWanted_ = std::make_shared<std::atomic<bool>>(true);
+    icons->findIcons(std::move(ids), side,
+        [wanted = areIconsWanted_, mainExecutor = mainExecutor_, found = std::make_shared<const IconFound>(std::move(found))](
+            std::uint32_t id, platform::ApplicationIcon icon) {
+            mainExecutor->async([wanted, found, id, icon = std::move(icon)] {
+                if (*wanted)
+                    (*found)(id, icon);
+            });
+            return wanted->load();
+        });
+}
+
+void WindowSelectionService::stopFindingIcons()
+{
+    *areIconsWanted_ = false;
 }
 
 platform::WindowRequests& WindowSelectionService::requests() const
@@ -86,7 +130,12 @@ void WindowSelectionService::giveBackWindow(std::uint32_t id)
 
 void WindowSelectionService::publish(Result<platform::ShareableContent> result)
 {
+    absences_.clear();
     if (result) {
+        for (const auto& window : result->windows) {
+            if (window.isMinimised || window.otherWorkspace)
+                absences_[window.windowID] = {window.isMinimised, window.otherWorkspace};
+        }
         setAvailableWindows(window_catalogue::entries(result->windows, static_cast<std::int32_t>(QCoreApplication::applicationPid())));
     } else {
         const auto& description = result.error().localizedDescription;
@@ -106,6 +155,7 @@ void WindowSelectionService::findSCWindow(
 void WindowSelectionService::setAvailableWindows(std::vector<CapturedWindowInfo> windows)
 {
     emit objectWillChange();
+    stopFindingIcons();
     availableWindows_ = std::move(windows);
     emit availableWindowsChanged();
 }

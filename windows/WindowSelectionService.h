@@ -3,6 +3,7 @@
 
 #include "base/SelfReference.h"
 #include "base/SerialQueue.h"
+#include "platform/ApplicationIcon.h"
 #include "platform/ShareableContent.h"
 #include "platform/WindowRequests.h"
 #include "windows/CapturedWindowInfo.h"
@@ -12,11 +13,22 @@
 #include <QObject>
 #include <QString>
 
+#include <atomic>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
 
 namespace velmora {
+
+/// What keeps a listed window from the screen, as far as the desktop says.
+struct WindowAbsence {
+    bool isMinimised = false;
+    std::optional<platform::DesktopWorkspace> otherWorkspace = std::nullopt;
+
+    friend bool operator==(const WindowAbsence&, const WindowAbsence&) = default;
+};
 
 /// Main thread only. Every change of a property is announced by objectWillChange() before it takes effect and by the property's own
 /// signal after.
@@ -32,6 +44,9 @@ public:
     /// The eligible windows of the last successful query, in display order.
     [[nodiscard]] const std::vector<CapturedWindowInfo>& availableWindows() const { return availableWindows_; }
 
+    /// As the query found it that availableWindows() is from.
+    [[nodiscard]] WindowAbsence absence(std::uint32_t id) const;
+
     /// True while a query is outstanding.
     [[nodiscard]] bool isLoading() const { return isLoading_; }
 
@@ -41,6 +56,18 @@ public:
     /// Queries the desktop afresh and replaces availableWindows(). `completion` is called once, on the main thread, when the result or
     /// the failure has been published; never if the service is gone first. Calls may overlap: the later completion wins.
     void refreshWindows(UniqueFunction<void()> completion = [] {});
+
+    /// Whether the desktop tells of icons at all.
+    [[nodiscard]] bool hasIcons() const;
+
+    using IconFound = std::function<void(std::uint32_t id, const platform::ApplicationIcon& icon)>;
+
+    /// Looks for the icons of the first 256 windows that are listed. `found` is called for each that has one, on the main thread, until the
+    /// list changes or the service is gone.
+    void findIcons(int side, IconFound found);
+
+    /// None is found any more of those that were asked for.
+    void stopFindingIcons();
 
     /// True for an entry that the user has to grant in the desktop's own dialog: then requestWindow() comes before a capture.
     [[nodiscard]] bool needsRequest(std::uint32_t id) const;
@@ -83,6 +110,8 @@ private:
     std::shared_ptr<platform::ShareableContentProvider> content_;
     std::shared_ptr<Executor> mainExecutor_;
     std::vector<CapturedWindowInfo> availableWindows_;
+    std::map<std::uint32_t, WindowAbsence> absences_;  ///< of windows that are kept from the screen
+    std::shared_ptr<std::atomic<bool>> areIconsWanted_ = std::make_shared<std::atomic<bool>>(false);  ///< by the last search for them
     bool isLoading_ = false;
     std::optional<std::string> lastError_;
 

@@ -6,6 +6,8 @@ Label {
     property string line
 
     text: Theme.oneLine(line)
+    // From the left whatever its own direction: it stays beside what it names.
+    horizontalAlignment: Text.AlignLeft
     elide: Text.ElideRight
     wrapMode: Text.NoWrap
 }

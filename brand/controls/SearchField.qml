@@ -49,8 +49,9 @@ T.TextField {
     }
 
     Text {
-        x: field.leftPadding
-        width: field.width - field.leftPadding - field.rightPadding
+        // The caret stands before it, not on it.
+        x: field.leftPadding + 4
+        width: field.width - x - field.rightPadding
         anchors.verticalCenter: parent.verticalCenter
         visible: field.text === "" && field.preeditText === ""
         text: field.placeholderText

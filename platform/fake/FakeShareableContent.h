@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/ShareableContent.h"
+#include "platform/WindowIcons.h"
 #include "platform/WindowRequests.h"
 
 #include <set>
@@ -11,7 +12,9 @@
 namespace velmora::fake {
 
 /// Answers at once with `content` (or `error`), or keeps the queries until answerNext() when `holdsAnswers` is set.
-class FakeShareableContent final : public platform::ShareableContentProvider, public platform::WindowRequests {
+class FakeShareableContent final : public platform::ShareableContentProvider,
+                                   public platform::WindowRequests,
+                                   public platform::WindowIcons {
 public:
     struct Query {
         bool excludingDesktopWindows;
@@ -30,6 +33,14 @@ public:
     }
 
     [[nodiscard]] platform::WindowRequests* requests() override { return grantsWindows ? this : nullptr; }
+
+    [[nodiscard]] platform::WindowIcons* icons() override { return hasIcons ? this : nullptr; }
+
+    /// Kept until a test answers.
+    void findIcons(std::vector<std::uint32_t> windowIDs, int side, Found found) override
+    {
+        iconQuestions.push_back({std::move(windowIDs), side, std::move(found)});
+    }
 
     [[nodiscard]] bool needsRequest(std::uint32_t windowID) const override { return windowsToRequest.contains(windowID); }
 
@@ -64,6 +75,14 @@ public:
         completion(answer(query));
     }
 
+    struct IconQuestion {
+        std::vector<std::uint32_t> windowIDs;
+        int side;
+        Found found;
+    };
+
+    bool hasIcons = true;  ///< this desktop tells of icons
+    std::vector<IconQuestion> iconQuestions;
     platform::ShareableContent content;
     std::optional<Error> error;
     bool holdsAnswers = false;

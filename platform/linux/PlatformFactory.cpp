@@ -10,6 +10,7 @@
 #include "platform/linux/LinuxFileManager.h"
 #include "platform/linux/MemoryAllocation.h"
 #include "platform/linux/desktop/AutostartEntry.h"
+#include "platform/linux/desktop/IconTheme.h"
 #include "platform/linux/desktop/LinuxSharingServices.h"
 #include "platform/linux/desktop/LinuxUserDefaults.h"
 #include "platform/linux/desktop/LinuxUserNotificationCenter.h"
@@ -68,7 +69,9 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
     const auto events = std::make_shared<X11EventThread>();
     services.hotKeyCenter = std::make_shared<X11HotKeyCenter>(events, mainExecutor);
     services.screenCaptureAccess = std::make_shared<X11ScreenCaptureAccess>();
-    services.shareableContent = std::make_shared<X11ShareableContent>();
+    services.shareableContent = std::make_shared<X11ShareableContent>("", DesktopEntries::fromEnvironment(),
+        [theme = IconTheme::fromEnvironment()](
+            const std::string& icon, const std::string& name, int side) mutable { return theme.draw(icon, name, side); });
     services.captureStreams = engine::makeCaptureStreams({
         .makeVideoSource =
             [whenTheDisplayGoes](const ContentFilter& filter, const StreamConfiguration& configuration) {

@@ -345,5 +345,74 @@ TEST_F(WindowSelectionServiceTest, AResultThatComesAfterTheServiceIsGoneIsLost)
     EXPECT_FALSE(called);
 }
 
+TEST_F(WindowSelectionServiceTest, IconsAreLookedForInTheOrderOfTheListAndToldOnTheMainThread)
+{
+    refresh({makeWindow(1, "B", "b"), makeWindow(2, "A", "a")});
+    std::vector<std::uint32_t> found;
+    service.findIcons(48, [&](std::uint32_t id, const platform::ApplicationIcon& icon) {
+        found.push_back(id);
+        EXPECT_EQ(icon.rgba, (std::vector<std::uint8_t>{1, 2, 3, 4}));
+    });
+    ASSERT_EQ(content->iconQuestions.size(), 1U);
+    auto& question = content->iconQuestions.front();
+    EXPECT_EQ(question.windowIDs, (Ids{2, 1}));
+    EXPECT_EQ(question.side, 48);
+    EXPECT_TRUE(question.found(1, {1, {1, 2, 3, 4}}));
+    EXPECT_TRUE(found.empty()) << "not on the thread that found it";
+    executor->runAll();
+    EXPECT_EQ(found, Ids{1});
+}
+
+TEST_F(WindowSelectionServiceTest, AnIconThatComesWithTheNextListOrAfterTheServiceIsNotTold)
+{
+    int told = 0;
+    const auto count = [&](std::uint32_t, const platform::ApplicationIcon&) { ++told; };
+    refresh({makeWindow(1, "A", "a")});
+    service.findIcons(48, count);
+    EXPECT_TRUE(content->iconQuestions[0].found(1, {}));
+    refresh({makeWindow(1, "B", "b")});
+    EXPECT_EQ(told, 1) << "it came before the list";
+    EXPECT_TRUE(content->iconQuestions[0].found(1, {}) == false) << "no more are wanted";
+    executor->runAll();
+    EXPECT_EQ(told, 1);
+
+    service.findIcons(48, count);
+    EXPECT_TRUE(content->iconQuestions[1].found(1, {}));
+    service.stopFindingIcons();
+    executor->runAll();
+    EXPECT_EQ(told, 1) << "stopped while it was on its way";
+    {
+        WindowSelectionService shortLived{content, executor};
+        shortLived.refreshWindows();
+        executor->runAll();
+        shortLived.findIcons(48, count);
+    }
+    EXPECT_FALSE(content->iconQuestions[2].found(1, {}));
+    executor->runAll();
+    EXPECT_EQ(told, 1);
+}
+
+TEST_F(WindowSelectionServiceTest, OfManyWindowsTheFirst256HaveIcons)
+{
+    std::vector<ShareableWindow> windows;
+    for (std::uint32_t id = 1; id <= 300; ++id)
+        windows.push_back(makeWindow(id, "A", "a"));
+    refresh(windows);
+    service.findIcons(48, [](std::uint32_t, const platform::ApplicationIcon&) {});
+    ASSERT_EQ(content->iconQuestions.size(), 1U);
+    EXPECT_EQ(content->iconQuestions[0].windowIDs.size(), 256U);
+    EXPECT_EQ(content->iconQuestions[0].windowIDs.back(), 256U);
+}
+
+TEST_F(WindowSelectionServiceTest, WhereTheDesktopTellsOfNoIconsNoneAreLookedFor)
+{
+    EXPECT_TRUE(service.hasIcons());
+    content->hasIcons = false;
+    EXPECT_FALSE(service.hasIcons());
+    refresh({makeWindow(1, "A", "a")});
+    service.findIcons(48, [](std::uint32_t, const platform::ApplicationIcon&) { ADD_FAILURE(); });
+    EXPECT_TRUE(content->iconQuestions.empty());
+}
+
 }  // namespace
 }  // namespace velmora

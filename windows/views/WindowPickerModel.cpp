@@ -1,5 +1,6 @@
 #include "windows/views/WindowPickerModel.h"
 
+#include "brand/ShownText.h"
 #include "capture/CaptureMessages.h"
 
 #include <algorithm>
@@ -11,6 +12,8 @@
 namespace velmora {
 
 namespace {
+
+constexpr int iconPixels = 48;  // 24 points on the finest screens that we draw for
 
 template <std::size_t count>
 bool containsAny(const QString& name, const std::array<QLatin1String, count>& parts)
@@ -27,11 +30,13 @@ WindowPickerModel::WindowPickerModel(
     , coordinator_(coordinator)
     , sound_(windowService_)
 {
-    connect(windowService_.get(), &WindowSelectionService::availableWindowsChanged, this, &WindowPickerModel::filter);
+    connect(windowService_.get(), &WindowSelectionService::availableWindowsChanged, this, &WindowPickerModel::takeWindows);
     connect(windowService_.get(), &WindowSelectionService::isLoadingChanged, this, &WindowPickerModel::contentChanged);
+    for (const auto changed : {&WindowPickerModel::contentChanged, &WindowPickerModel::selectionChanged})
+        connect(this, changed, this, &WindowPickerModel::selectionCaptionChanged);
     connect(&coordinator_, &CaptureCoordinator::selectedWindowChanged, this, [this] {
         if (!filteredWindows_.empty())
-            emit dataChanged(index(0), index(rowCount() - 1), {IsActive});
+            emit dataChanged(index(0), index(rowCount() - 1), {IsActive, Absence});
     });
     filter();
 }
@@ -52,13 +57,24 @@ int WindowPickerModel::selectedRow() const
     return row == filteredWindows_.end() ? -1 : static_cast<int>(std::distance(filteredWindows_.begin(), row));
 }
 
-QString WindowPickerModel::hiddenSelection() const
+void WindowPickerModel::setSelectionInSight(bool isInSight)
 {
-    if (selectedRow() >= 0)
+    if (isSelectionInSight_ == isInSight)
+        return;
+    isSelectionInSight_ = isInSight;
+    emit selectionCaptionChanged();
+}
+
+QString WindowPickerModel::selectionCaption() const
+{
+    if (!selectedID_ || (hasRows() && selectedRow() >= 0 && isSelectionInSight_))
         return {};
     const auto& available = windowService_->availableWindows();
-    const auto hidden = std::find_if(available.begin(), available.end(), [this](const auto& window) { return window.id == selectedID_; });
-    return hidden == available.end() ? QString{} : QString::fromStdString(hidden->displayName());
+    const auto selected = std::find_if(available.begin(), available.end(), [this](const auto& window) { return window.id == selectedID_; });
+    if (selected != available.end())
+        return QStringLiteral("Selected: ") + QString::fromStdString(selected->displayName());
+    const bool isListKnown = !isLoading() && !windowService_->lastError();
+    return isListKnown ? QStringLiteral("The selected window is gone: choose another one.") : QString{};
 }
 
 void WindowPickerModel::viewWillAppear()
@@ -83,6 +99,8 @@ void WindowPickerModel::viewWillAppear()
 void WindowPickerModel::viewDidDisappear()
 {
     abandonRequest();
+    windowService_->stopFindingIcons();
+    icons_.clear();
 }
 
 void WindowPickerModel::refreshWindows()
@@ -214,7 +232,16 @@ QVariant WindowPickerModel::data(const QModelIndex& index, int role) const
     case Symbol:
         return symbolName(QString::fromStdString(window.appName));
     case IsActive:
-        return coordinator_.selectedWindow() && coordinator_.selectedWindow()->id == window.id;
+        return isActive(window);
+    case Absence:
+        // One that is to be requested is neither here nor away.
+        if (window.isOnScreen || windowService_->needsRequest(window.id))
+            return QString{};
+        return absenceText(windowService_->absence(window.id), isActive(window));
+    case Icon: {
+        const auto icon = icons_.find(window.id);
+        return icon == icons_.end() ? QImage{} : icon->second;
+    }
     default:
         return {};
     }
@@ -222,7 +249,8 @@ QVariant WindowPickerModel::data(const QModelIndex& index, int role) const
 
 QHash<int, QByteArray> WindowPickerModel::roleNames() const
 {
-    return {{AppName, "appName"}, {Title, "title"}, {SizeText, "sizeText"}, {Symbol, "symbol"}, {IsActive, "isActive"}};
+    return {{AppName, "appName"}, {Title, "title"}, {SizeText, "sizeText"}, {Symbol, "symbol"}, {IsActive, "isActive"},
+        {Absence, "absence"}, {Icon, "applicationIcon"}};
 }
 
 QString WindowPickerModel::symbolName(const QString& appName)
@@ -236,6 +264,21 @@ QString WindowPickerModel::symbolName(const QString& appName)
     return containsAny(name, players) ? QStringLiteral("play.rectangle.fill") : QStringLiteral("macwindow");
 }
 
+QString WindowPickerModel::absenceText(const WindowAbsence& absence, bool isActive)
+{
+    QString reason = QStringLiteral("not on the screen");
+    if (absence.otherWorkspace) {
+        const auto& [number, name] = *absence.otherWorkspace;
+        reason = name.empty() ? QStringLiteral("on workspace %1").arg(number)
+                              : QStringLiteral("on workspace “%1”").arg(oneLine(QString::fromStdString(name)));
+        if (absence.isMinimised)
+            reason.prepend(QStringLiteral("minimized, "));
+    } else if (absence.isMinimised) {
+        reason = QStringLiteral("minimized");
+    }
+    return (isActive ? QStringLiteral("Its picture stands still: ") : QStringLiteral("Cannot be recorded: ")) + reason;
+}
+
 QString WindowPickerModel::sizeText(const Rect& frame)
 {
     // A window that is still to be chosen.
@@ -244,12 +287,34 @@ QString WindowPickerModel::sizeText(const Rect& frame)
     return QStringLiteral("%1 × %2 pt").arg(static_cast<qint64>(frame.width)).arg(static_cast<qint64>(frame.height));
 }
 
+bool WindowPickerModel::isActive(const CapturedWindowInfo& window) const
+{
+    return coordinator_.selectedWindow() && coordinator_.selectedWindow()->id == window.id;
+}
+
 void WindowPickerModel::setSelectedID(std::optional<std::uint32_t> id)
 {
     if (selectedID_ == id)
         return;
     selectedID_ = id;
     emit selectionChanged();
+}
+
+void WindowPickerModel::takeWindows()
+{
+    icons_.clear();
+    filter();
+    windowService_->findIcons(iconPixels, [this](std::uint32_t id, const platform::ApplicationIcon& icon) { takeIcon(id, icon); });
+}
+
+void WindowPickerModel::takeIcon(std::uint32_t id, const platform::ApplicationIcon& icon)
+{
+    icons_[id] =
+        QImage{icon.rgba.data(), icon.side, icon.side, QImage::Format_RGBA8888}.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    for (int row = 0; row < rowCount(); ++row) {
+        if (filteredWindows_[static_cast<std::size_t>(row)].id == id)
+            emit dataChanged(index(row), index(row), {Icon});
+    }
 }
 
 void WindowPickerModel::filter()

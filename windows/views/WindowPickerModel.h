@@ -7,10 +7,12 @@
 #include "windows/views/SoundChoiceModel.h"
 
 #include <QAbstractListModel>
+#include <QImage>
 #include <QString>
 #include <QtQmlIntegration>
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -25,15 +27,17 @@ class WindowPickerModel final : public QAbstractListModel {
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY contentChanged)
     Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY contentChanged)
     Q_PROPERTY(bool hasRows READ hasRows NOTIFY contentChanged)
+    Q_PROPERTY(bool hasIcons READ hasIcons CONSTANT)
     Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
     Q_PROPERTY(int selectedRow READ selectedRow NOTIFY selectionChanged)
     Q_PROPERTY(bool canStart READ canStart NOTIFY selectionChanged)
-    Q_PROPERTY(QString hiddenSelection READ hiddenSelection NOTIFY selectionChanged)
+    Q_PROPERTY(bool isSelectionInSight READ isSelectionInSight WRITE setSelectionInSight NOTIFY selectionCaptionChanged)
+    Q_PROPERTY(QString selectionCaption READ selectionCaption NOTIFY selectionCaptionChanged)
     Q_PROPERTY(bool isChoosingSound READ isChoosingSound NOTIFY isChoosingSoundChanged)
     Q_PROPERTY(velmora::SoundChoiceModel* sound READ sound CONSTANT)
 
 public:
-    enum Role { AppName = Qt::UserRole, Title, SizeText, Symbol, IsActive };
+    enum Role { AppName = Qt::UserRole, Title, SizeText, Symbol, IsActive, Absence, Icon };
 
     WindowPickerModel(std::shared_ptr<WindowSelectionService> windowService, CaptureCoordinator& coordinator, QObject* parent = nullptr);
 
@@ -41,6 +45,9 @@ public:
     [[nodiscard]] bool isLoading() const { return windowService_->isLoading(); }
     [[nodiscard]] bool isEmpty() const { return !isLoading() && filteredWindows_.empty(); }
     [[nodiscard]] bool hasRows() const { return !isLoading() && !filteredWindows_.empty(); }
+
+    /// Whether rows have a place for the icon of their application, which comes when it has been found.
+    [[nodiscard]] bool hasIcons() const { return windowService_->hasIcons(); }
 
     [[nodiscard]] const QString& searchText() const { return searchText_; }
     void setSearchText(const QString& text);
@@ -50,8 +57,13 @@ public:
     [[nodiscard]] std::optional<std::uint32_t> selectedID() const { return selectedID_; }
     [[nodiscard]] bool canStart() const { return selectedID_.has_value(); }
 
-    /// The name of the window that would be started but that the search hides; empty when it hides none.
-    [[nodiscard]] QString hiddenSelection() const;
+    /// Whether all of the selected row can be seen, as the view says; true until it has said anything.
+    [[nodiscard]] bool isSelectionInSight() const { return isSelectionInSight_; }
+    void setSelectionInSight(bool isInSight);
+
+    /// Names the window that would be started where its row is not to be seen: hidden by the search, scrolled away, or because the list is
+    /// being read. Says so where it is listed no more. Otherwise empty.
+    [[nodiscard]] QString selectionCaption() const;
 
     /// The second step, for a granted window whose application the desktop does not name. start() goes on with what is selected
     /// there, cancel() goes back to the windows.
@@ -88,6 +100,9 @@ public:
     /// The symbol for an application of this name.
     [[nodiscard]] static QString symbolName(const QString& appName);
 
+    /// Why a window that is not on the screen cannot be recorded, or stands still in a clip if it is the one that is captured.
+    [[nodiscard]] static QString absenceText(const WindowAbsence& absence, bool isActive);
+
     /// "1280 × 720 pt"; fractions are dropped.
     [[nodiscard]] static QString sizeText(const Rect& frame);
 
@@ -95,6 +110,7 @@ signals:
     void contentChanged();
     void searchTextChanged();
     void selectionChanged();
+    void selectionCaptionChanged();
     void isChoosingSoundChanged();
 
     /// The picker is on the screen again.
@@ -104,8 +120,11 @@ signals:
     void dismissed();
 
 private:
+    [[nodiscard]] bool isActive(const CapturedWindowInfo& window) const;
     void setSelectedID(std::optional<std::uint32_t> id);
     void filter();
+    void takeWindows();
+    void takeIcon(std::uint32_t id, const platform::ApplicationIcon& icon);
     void askForSound(const CapturedWindowInfo& window, int request);
     void abandonRequest();
     void capture(const CapturedWindowInfo& window);
@@ -115,6 +134,8 @@ private:
     CaptureCoordinator& coordinator_;
     QString searchText_;
     std::optional<std::uint32_t> selectedID_;
+    bool isSelectionInSight_ = true;
+    std::map<std::uint32_t, QImage> icons_;  ///< of the windows that are listed, while the picker is shown
     std::vector<CapturedWindowInfo> filteredWindows_;
     SoundChoiceModel sound_;
     std::optional<CapturedWindowInfo> granted_;  ///< whose sound is being chosen

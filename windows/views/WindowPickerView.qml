@@ -22,7 +22,9 @@ Rectangle {
     ColumnLayout {
         anchors.fill: parent
         anchors.margins: Theme.windowMargin
-        spacing: Theme.largeGap
+        anchors.topMargin: 18
+        anchors.bottomMargin: 20
+        spacing: 12
         visible: !root.model.isChoosingSound
         onVisibleChanged: {
             if (visible)
@@ -30,7 +32,7 @@ Rectangle {
         }
 
         ColumnLayout {
-            spacing: 4
+            spacing: 2
 
             Label {
                 text: "Choose Video Window"
@@ -41,6 +43,13 @@ Rectangle {
             Label {
                 Layout.fillWidth: true
                 text: "Select what you are watching (Safari, Chrome, YouTube, QuickTime, VLC, etc.)"
+                color: Theme.secondaryText
+                elide: Text.ElideRight
+                wrapMode: Text.NoWrap
+            }
+            Label {
+                Layout.fillWidth: true
+                text: "Any browser or player will do, such as Firefox, Chromium, VLC or mpv."
                 color: Theme.secondaryText
                 elide: Text.ElideRight
                 wrapMode: Text.NoWrap
@@ -111,8 +120,12 @@ Rectangle {
                 id: list
 
                 anchors.fill: parent
-                anchors.topMargin: 6
-                anchors.bottomMargin: 6
+                anchors.topMargin: 4
+                anchors.bottomMargin: 4
+
+                readonly property bool isSelectionInSight: currentItem !== null && currentItem.y >= contentY - 1
+                    && currentItem.y + currentItem.height <= contentY + height + 1
+
                 visible: root.model.hasRows
                 activeFocusOnTab: true
                 clip: true
@@ -120,7 +133,6 @@ Rectangle {
                 currentIndex: root.model.selectedRow
                 boundsBehavior: Flickable.StopAtBounds
                 highlightMoveDuration: 0
-                spacing: 2
                 Accessible.role: Accessible.List
                 Accessible.name: "Windows"
                 Keys.onUpPressed: root.model.moveSelection(-1)
@@ -128,6 +140,12 @@ Rectangle {
                 Keys.onReturnPressed: event => event.isAutoRepeat || root.model.start()
                 Keys.onEnterPressed: event => event.isAutoRepeat || root.model.start()
                 onCurrentIndexChanged: positionViewAtIndex(currentIndex, ListView.Contain)
+
+                Binding {
+                    target: root.model
+                    property: "isSelectionInSight"
+                    value: list.isSelectionInSight
+                }
 
                 T.ScrollBar.vertical: ThinScrollBar {
                     id: scrollBar
@@ -142,12 +160,16 @@ Rectangle {
                     required property string sizeText
                     required property string symbol
                     required property bool isActive
+                    required property string absence
+                    required property var applicationIcon
 
                     width: ListView.view.width
+                    topPadding: 4
+                    bottomPadding: 4
                     gutter: scrollBar.visible ? scrollBar.width - 2 : 0
                     highlighted: ListView.isCurrentItem
                     showsFocus: highlighted && ListView.view.activeFocus
-                    text: [Theme.oneLine(appName), Theme.oneLine(title), sizeText, isActive ? "Active" : ""].filter(part => part !== "").join(", ")
+                    text: [Theme.oneLine(appName), Theme.oneLine(title), sizeText, absence, isActive ? "Active" : ""].filter(part => part !== "").join(", ")
                     onClicked: root.model.select(index)
                     onDoubleClicked: root.model.start()
 
@@ -165,6 +187,12 @@ Rectangle {
                                 size: 20
                             }
                         }
+                        AppIcon {
+                            Layout.preferredWidth: 24
+                            Layout.preferredHeight: 24
+                            visible: root.model.hasIcons
+                            picture: row.applicationIcon
+                        }
                         ColumnLayout {
                             Layout.fillWidth: true
                             spacing: 3
@@ -180,12 +208,24 @@ Rectangle {
                                 line: row.title
                                 color: Theme.secondaryText
                             }
-                            Label {
-                                visible: text !== ""
-                                text: row.sizeText
-                                color: Theme.secondaryText
-                                opacity: 0.8
-                                font: Theme.captionFont
+                            RowLayout {
+                                spacing: 12
+
+                                Label {
+                                    visible: text !== ""
+                                    text: row.sizeText
+                                    color: Theme.secondaryText
+                                    opacity: 0.8
+                                    font: Theme.captionFont
+                                    wrapMode: Text.NoWrap
+                                }
+                                LineLabel {
+                                    Layout.fillWidth: true
+                                    visible: text !== ""
+                                    line: row.absence
+                                    color: Theme.tip
+                                    font: Theme.captionFont
+                                }
                             }
                         }
                         Badge {
@@ -206,18 +246,25 @@ Rectangle {
                 color: Theme.tip
                 size: 16
             }
-            Label {
+            ColumnLayout {
                 Layout.fillWidth: true
-                text: "Tip: Make sure the browser or video player window is open on your screen (not minimized into the Dock)."
-                color: Theme.secondaryText
-                font: Theme.captionFont
+                spacing: 2
+
+                Caption {
+                    Layout.fillWidth: true
+                    text: "Tip: Make sure the browser or video player window is open on your screen (not minimized into the Dock)."
+                }
+                Caption {
+                    Layout.fillWidth: true
+                    text: "On this desktop the Dock is the task bar or launcher, and 1 pt is 1 pixel."
+                }
             }
         }
 
         LineLabel {
             Layout.fillWidth: true
-            visible: root.model.hiddenSelection !== ""
-            line: "Selected: " + root.model.hiddenSelection
+            visible: root.model.selectionCaption !== ""
+            line: root.model.selectionCaption
             color: Theme.secondaryText
             font: Theme.captionFont
             horizontalAlignment: Text.AlignRight

@@ -117,6 +117,8 @@ std::optional<DesktopEntry> parseDesktopEntry(std::string_view text, const std::
             entry.isHidden = value == "true";
         } else if (key == "StartupWMClass") {
             entry.startupWMClass = unescaped(value);
+        } else if (key == "Icon") {
+            entry.icon = unescaped(value);
         } else if (key.starts_with("Name")) {
             auto rank = locales.size();
             if (key.size() > 4) {
@@ -221,23 +223,35 @@ void DesktopEntries::read()
             if (!entry || entry->isHidden)
                 continue;
             if (!entry->startupWMClass.empty())
-                byClass_.emplace(lowered(entry->startupWMClass), entry->name);
-            byFileName_.emplace(lowered(file.stem().string()), entry->name);
+                byClass_.emplace(lowered(entry->startupWMClass), Application{entry->name, entry->icon});
+            byFileName_.emplace(lowered(file.stem().string()), Application{entry->name, entry->icon});
         }
     }
 }
 
-std::optional<std::string> DesktopEntries::nameFor(std::string_view windowClass, std::string_view instance)
+const DesktopEntries::Application* DesktopEntries::find(std::string_view windowClass, std::string_view instance)
 {
     if (!isRead_)
         read();
-    for (const auto* names : {&byClass_, &byFileName_}) {
+    for (const auto* applications : {&byClass_, &byFileName_}) {
         for (const auto key : {windowClass, instance}) {
-            if (const auto found = names->find(lowered(key)); !key.empty() && found != names->end())
-                return found->second;
+            if (const auto found = applications->find(lowered(key)); !key.empty() && found != applications->end())
+                return &found->second;
         }
     }
-    return std::nullopt;
+    return nullptr;
+}
+
+std::optional<std::string> DesktopEntries::nameFor(std::string_view windowClass, std::string_view instance)
+{
+    const auto* application = find(windowClass, instance);
+    return application ? std::optional{application->name} : std::nullopt;
+}
+
+std::string DesktopEntries::iconFor(std::string_view windowClass, std::string_view instance)
+{
+    const auto* application = find(windowClass, instance);
+    return application ? application->icon : std::string{};
 }
 
 }  // namespace velmora::linux_backend

@@ -1,4 +1,4 @@
-// The names under which applications are installed (freedesktop.org desktop entries, version 1.5).
+// The names and icons under which applications are installed (freedesktop.org desktop entries, version 1.5).
 #pragma once
 
 #include <cstdint>
@@ -15,6 +15,7 @@ namespace velmora::linux_backend {
 struct DesktopEntry {
     std::string name;  ///< in the locale asked for
     std::string startupWMClass;  ///< may be empty
+    std::string icon;  ///< a name in the icon theme or an absolute path; may be empty
     bool isHidden = false;  ///< counts as deleted
 };
 
@@ -38,20 +39,30 @@ public:
     /// matter.
     [[nodiscard]] std::optional<std::string> nameFor(std::string_view windowClass, std::string_view instance);
 
+    /// What that entry says of its icon; empty where there is no entry or no icon.
+    [[nodiscard]] std::string iconFor(std::string_view windowClass, std::string_view instance);
+
     /// To be called once before a series of look-ups: looks whether a directory has changed.
     void refresh();
 
 private:
     using Stamps = std::map<std::filesystem::path, std::filesystem::file_time_type>;
 
+    struct Application {
+        std::string name;
+        std::string icon;
+    };
+    using Applications = std::map<std::string, Application>;
+
     void read();
+    [[nodiscard]] const Application* find(std::string_view windowClass, std::string_view instance);
 
     std::vector<std::filesystem::path> directories_;
     std::vector<std::string> locales_;
     Stamps stamps_;
     bool isRead_ = false;
-    std::map<std::string, std::string> byClass_;
-    std::map<std::string, std::string> byFileName_;
+    Applications byClass_;
+    Applications byFileName_;
 };
 
 }  // namespace velmora::linux_backend

@@ -1,9 +1,12 @@
 #include "platform/linux/x11/X11ShareableContent.h"
 
+#include "base/Mutex.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/Errors.h"
 #include "platform/linux/x11/ProcessIds.h"
 #include "platform/linux/x11/Text.h"
+#include "platform/linux/x11/WindowIcon.h"
+#include "platform/linux/x11/XSettings.h"
 
 #include <algorithm>
 #include <array>
@@ -45,6 +48,8 @@ enum AtomName : std::size_t {
     typeDock,
     windowState,
     stateHidden,
+    stateShaded,
+    desktopNames,
     windowDesktop,
     frameExtents,
     managedState,
@@ -56,7 +61,7 @@ enum AtomName : std::size_t {
 constexpr std::array<std::string_view, atomCount> atomNames = {"_NET_CLIENT_LIST_STACKING", "_NET_CLIENT_LIST", "_NET_CURRENT_DESKTOP",
     "_NET_WM_NAME", "_NET_WM_PID", "_NET_WM_WINDOW_TYPE", "_NET_WM_WINDOW_TYPE_NORMAL", "_NET_WM_WINDOW_TYPE_DIALOG",
     "_NET_WM_WINDOW_TYPE_UTILITY", "_NET_WM_WINDOW_TYPE_DESKTOP", "_NET_WM_WINDOW_TYPE_DOCK", "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN",
-    "_NET_WM_DESKTOP", "_GTK_FRAME_EXTENTS", "WM_STATE", "UTF8_STRING", "COMPOUND_TEXT"};
+    "_NET_WM_STATE_SHADED", "_NET_DESKTOP_NAMES", "_NET_WM_DESKTOP", "_GTK_FRAME_EXTENTS", "WM_STATE", "UTF8_STRING", "COMPOUND_TEXT"};
 
 using Atoms = std::array<xcb_atom_t, atomCount>;
 
@@ -145,10 +150,33 @@ std::optional<std::uint32_t> firstValue(const std::vector<std::uint32_t>& values
     return values.empty() ? std::nullopt : std::optional{values.front()};
 }
 
-/// None when the window has vanished since it was listed.
-std::optional<WindowAnswers> takeAnswers(const Connection& connection, const Atoms& atoms, std::optional<std::uint32_t> currentWorkspace,
-    xcb_window_t id, const WindowQuestions& asked)
+struct Workspaces {
+    std::optional<std::uint32_t> current;  ///< from 0
+    std::vector<std::string> names;  ///< may be fewer than there are workspaces
+
+    [[nodiscard]] platform::DesktopWorkspace describe(std::uint32_t index) const
+    {
+        return {index + 1, index < names.size() ? names[index] : std::string{}};
+    }
+};
+
+/// Each name is ended by a NUL (EWMH _NET_DESKTOP_NAMES); the last one may lack it.
+std::vector<std::string> namesIn(std::string_view bytes)
 {
+    std::vector<std::string> names;
+    while (!bytes.empty()) {
+        const auto end = bytes.find('\0');
+        names.push_back(validUtf8(bytes.substr(0, end)));
+        bytes.remove_prefix(end == std::string_view::npos ? bytes.size() : end + 1);
+    }
+    return names;
+}
+
+/// None when the window has vanished since it was listed.
+std::optional<WindowAnswers> takeAnswers(
+    const Connection& connection, const Atoms& atoms, const Workspaces& workspaces, xcb_window_t id, const WindowQuestions& asked)
+{
+    const auto& currentWorkspace = workspaces.current;
     const auto property = [&](xcb_get_property_cookie_t cookie) { return connection.reply(xcb_get_property_reply, cookie); };
     // Every reply is taken, whatever the first ones say: one that is left would stay with the connection.
     const auto attributes = connection.reply(xcb_get_window_attributes_reply, asked.attributes);
@@ -179,9 +207,14 @@ std::optional<WindowAnswers> takeAnswers(const Connection& connection, const Ato
     }
     answers.window.windowLayer = layerOf(atoms, types);
     answers.isDesktop = answers.window.windowLayer == desktopLayer;
-    const bool isHidden = std::find(states.begin(), states.end(), atoms[stateHidden]) != states.end() || managedState == iconicState;
+    const auto isIn = [&](AtomName state) { return std::find(states.begin(), states.end(), atoms[state]) != states.end(); };
+    const bool isHidden = isIn(stateHidden) || managedState == iconicState;
     const bool isHere = !workspace || !currentWorkspace || *workspace == allWorkspaces || *workspace == *currentWorkspace;
     answers.window.isOnScreen = attributes->map_state == XCB_MAP_STATE_VIEWABLE && !isHidden && isHere;
+    // Window managers also call windows of other workspaces iconic, and rolled up ones iconic or hidden.
+    answers.window.isMinimised = !isIn(stateShaded) && (isIn(stateHidden) || (managedState == iconicState && isHere));
+    if (!isHere)
+        answers.window.otherWorkspace = workspaces.describe(*workspace);
 
     // Two strings, each ended by a NUL (ICCCM 4.1.2.5).
     const auto classBytes = bytes8(windowClass.get());
@@ -336,6 +369,9 @@ std::vector<ShareableDisplay> displaysOf(const Connection& connection)
     return displays;
 }
 
+/// The icons that desktop entries name, by window.
+using IconNames = std::map<xcb_window_t, std::string>;
+
 RunningApplication applicationOf(const WindowAnswers& answers, DesktopEntries& entries)
 {
     RunningApplication application;
@@ -349,7 +385,7 @@ RunningApplication applicationOf(const WindowAnswers& answers, DesktopEntries& e
 }
 
 Result<ShareableContent> query(
-    const std::string& displayName, DesktopEntries& entries, bool excludingDesktopWindows, bool onScreenWindowsOnly)
+    const std::string& displayName, DesktopEntries& entries, bool excludingDesktopWindows, bool onScreenWindowsOnly, IconNames& iconNames)
 {
     auto opened = Connection::open(displayName.empty() ? nullptr : displayName.c_str());
     if (!opened)
@@ -362,9 +398,13 @@ Result<ShareableContent> query(
     const auto askedStacking = askProperty(connection, connection.root(), atoms[clientListStacking]);
     const auto askedList = askProperty(connection, connection.root(), atoms[clientList]);
     const auto askedWorkspace = askProperty(connection, connection.root(), atoms[currentDesktop]);
+    const auto askedNames = askProperty(connection, connection.root(), atoms[desktopNames]);
     const auto stacking = connection.reply(xcb_get_property_reply, askedStacking);
     const auto list = connection.reply(xcb_get_property_reply, askedList);
-    const auto workspace = firstValue(values32(connection.reply(xcb_get_property_reply, askedWorkspace).get()));
+    const Workspaces workspaces{
+        .current = firstValue(values32(connection.reply(xcb_get_property_reply, askedWorkspace).get())),
+        .names = namesIn(bytes8(connection.reply(xcb_get_property_reply, askedNames).get())),
+    };
 
     std::vector<xcb_window_t> windows;
     if (stacking && stacking->type == XCB_ATOM_WINDOW) {
@@ -388,12 +428,14 @@ Result<ShareableContent> query(
     ShareableContent content;
     entries.refresh();
     for (std::size_t index = 0; index < windows.size(); ++index) {
-        auto answers = takeAnswers(connection, atoms, workspace, windows[index], asked[index]);
+        auto answers = takeAnswers(connection, atoms, workspaces, windows[index], asked[index]);
         if (!answers || (excludingDesktopWindows && answers->isDesktop) || (onScreenWindowsOnly && !answers->window.isOnScreen))
             continue;
         answers->process.connected = processes.of(windows[index]);
         const auto application = applicationOf(*answers, entries);
         answers->window.owningApplication = application;
+        if (auto icon = entries.iconFor(application.bundleIdentifier, answers->instanceName); !icon.empty())
+            iconNames[windows[index]] = std::move(icon);
         if (std::find(content.applications.begin(), content.applications.end(), application) == content.applications.end())
             content.applications.push_back(application);
         content.windows.push_back(std::move(answers->window));
@@ -407,20 +449,70 @@ Result<ShareableContent> query(
 }  // namespace
 
 struct X11ShareableContent::State {
-    std::string displayName;
-    DesktopEntries entries;
+    const std::string displayName;
+    DesktopEntries entries;  ///< the lists' queue's
+    const ThemedIcon themedIcon;
+
+    Mutex mutex;
+    IconNames iconNames GUARDED_BY(mutex);  ///< of the last list of all windows
+
+    State(std::string display, DesktopEntries installed, ThemedIcon themed)
+        : displayName(std::move(display))
+        , entries(std::move(installed))
+        , themedIcon(std::move(themed))
+    {
+    }
+
+    void findIcons(const std::vector<std::uint32_t>& windows, int side, Found& found)
+    {
+        const auto opened = Connection::open(displayName.empty() ? nullptr : displayName.c_str());
+        if (!opened)
+            return;
+        const auto& connection = **opened;
+        const auto theme = themedIcon ? readSetting(connection, "Net/IconThemeName").value_or(std::string{}) : std::string{};
+        for (const auto window : windows) {
+            std::optional<platform::ApplicationIcon> icon;
+            if (const auto name = iconName(window); themedIcon && !name.empty())
+                icon = themedIcon(name, theme, side);
+            if (!icon)
+                icon = readWindowIcon(connection, window, side);
+            if (icon && !found(window, std::move(*icon)))
+                return;
+        }
+    }
+
+    std::string iconName(xcb_window_t window)
+    {
+        const MutexLock lock{mutex};
+        const auto name = iconNames.find(window);
+        return name == iconNames.end() ? std::string{} : name->second;
+    }
 };
 
-X11ShareableContent::X11ShareableContent(std::string displayName, DesktopEntries entries)
-    : state_(std::make_shared<State>(State{std::move(displayName), std::move(entries)}))
+X11ShareableContent::X11ShareableContent(std::string displayName, DesktopEntries entries, ThemedIcon themedIcon)
+    : state_(std::make_shared<State>(std::move(displayName), std::move(entries), std::move(themedIcon)))
     , queue_("com.velmora.x11.windowList")
+    , iconQueue_("com.velmora.x11.windowIcons", SerialQueue::QualityOfService::utility)
 {
 }
 
 void X11ShareableContent::getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly, Completion completion)
 {
     queue_.async([state = state_, excludingDesktopWindows, onScreenWindowsOnly, completion = std::move(completion)]() mutable {
-        completion(query(state->displayName, state->entries, excludingDesktopWindows, onScreenWindowsOnly));
+        IconNames iconNames;
+        auto content = query(state->displayName, state->entries, excludingDesktopWindows, onScreenWindowsOnly, iconNames);
+        if (!onScreenWindowsOnly) {
+            const MutexLock lock{state->mutex};
+            state->iconNames = std::move(iconNames);
+        }
+        completion(std::move(content));
+    });
+}
+
+void X11ShareableContent::findIcons(std::vector<std::uint32_t> windowIDs, int side, Found found)
+{
+    iconQueue_.async([state = state_, windowIDs = std::move(windowIDs), side, found = std::move(found)]() mutable {
+        state->findIcons(windowIDs, side, found);
     });
 }
 

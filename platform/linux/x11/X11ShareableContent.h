@@ -3,9 +3,12 @@
 
 #include "base/SerialQueue.h"
 #include "platform/ShareableContent.h"
+#include "platform/WindowIcons.h"
 #include "platform/linux/x11/DesktopEntries.h"
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace velmora::linux_backend {
@@ -19,19 +22,29 @@ namespace velmora::linux_backend {
 /// process is 0 when it is unknown or on another machine.
 ///
 /// Each query makes a connection of its own on a queue of this object, where its completion runs too; a list of 100 windows takes a
-/// handful of round trips. Callable from any thread.
-class X11ShareableContent final : public platform::ShareableContentProvider {
+/// handful of round trips. Icons have a second queue, so that no list waits for them. Callable from any thread.
+class X11ShareableContent final : public platform::ShareableContentProvider, public platform::WindowIcons {
 public:
-    /// `displayName` as in DISPLAY; empty: that variable.
-    explicit X11ShareableContent(std::string displayName = "", DesktopEntries entries = DesktopEntries::fromEnvironment());
+    /// Draws an icon of a desktop entry, by its name in the desktop's theme or by its path. Called on the icons' queue.
+    using ThemedIcon = std::function<std::optional<platform::ApplicationIcon>(const std::string& icon, const std::string& theme, int side)>;
+
+    /// `displayName` as in DISPLAY; empty: that variable. Without `themedIcon` only the icons count that windows bring themselves.
+    explicit X11ShareableContent(
+        std::string displayName = "", DesktopEntries entries = DesktopEntries::fromEnvironment(), ThemedIcon themedIcon = {});
 
     void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly, Completion completion) override;
+
+    [[nodiscard]] platform::WindowIcons* icons() override { return this; }
+
+    /// The icon of the window's desktop entry, else its own. Where an icon cannot be read, that of the next window is.
+    void findIcons(std::vector<std::uint32_t> windowIDs, int side, Found found) override;
 
 private:
     struct State;
 
-    std::shared_ptr<State> state_;  // used on the queue, kept by its work
+    std::shared_ptr<State> state_;  // kept by the queues' work
     SerialQueue queue_;
+    SerialQueue iconQueue_;
 };
 
 }  // namespace velmora::linux_backend

@@ -402,6 +402,158 @@ TEST_F(WindowPickerModelTest, RowsShowNameTitleSizeAndSymbol)
     EXPECT_EQ(cell(0, WindowPickerModel::Symbol), QStringLiteral("play.rectangle.fill"));
 }
 
+TEST_F(WindowPickerModelTest, AWindowThatIsAwaySaysWhereItIsAndThatItCannotBeRecorded)
+{
+    list({window(1, "A", "here"), window(2, "B", "minimised"), window(3, "C", "elsewhere"), window(4, "D", "elsewhere by name"),
+        window(5, "E", "both"), window(6, "F", "who knows")});
+    auto& windows = content->content.windows;
+    for (std::size_t index = 1; index < windows.size(); ++index)
+        windows[index].isOnScreen = false;
+    windows[1].isMinimised = true;
+    windows[2].otherWorkspace = platform::DesktopWorkspace{3, ""};
+    windows[3].otherWorkspace = platform::DesktopWorkspace{3, "Mail\nand more"};
+    windows[4].isMinimised = true;
+    windows[4].otherWorkspace = platform::DesktopWorkspace{2, ""};
+    appear();
+    QStringList said;
+    for (int row = 0; row < model.rowCount(); ++row)
+        said.append(cell(row, WindowPickerModel::Absence).toString());
+    EXPECT_EQ(said.join(QLatin1Char('|')).toStdString(),
+        "|Cannot be recorded: minimized|Cannot be recorded: on workspace 3|Cannot be recorded: on workspace “Mail and more”|Cannot be "
+        "recorded: minimized, on workspace 2|Cannot be recorded: not on the screen");
+    EXPECT_EQ(model.rowCount(), 6) << "it is listed all the same";
+}
+
+TEST_F(WindowPickerModelTest, WhatIsSaidOfAWindowThatWasAwayGoesWithTheNextList)
+{
+    list({window(1, "A", "away")});
+    auto& away = content->content.windows.front();
+    away.isOnScreen = false;
+    away.isMinimised = true;
+    appear();
+    EXPECT_NE(cell(0, WindowPickerModel::Absence).toString(), QString{});
+    away.isOnScreen = true;
+    away.isMinimised = false;
+    model.refreshWindows();
+    executor->runAll();
+    EXPECT_EQ(cell(0, WindowPickerModel::Absence).toString(), QString{});
+    away.isOnScreen = false;
+    model.refreshWindows();
+    executor->runAll();
+    EXPECT_EQ(cell(0, WindowPickerModel::Absence).toString(), QStringLiteral("Cannot be recorded: not on the screen"));
+}
+
+TEST_F(WindowPickerModelTest, TheWindowThatIsCapturedStandsStillWhileItIsAway)
+{
+    list({window(1, "A", "film")});
+    coordinator->selectWindowAndStartCapture(window(1, "A", "film"));
+    executor->runAll();
+    auto& away = content->content.windows.front();
+    away.isOnScreen = false;
+    away.isMinimised = true;
+    appear();
+    EXPECT_EQ(cell(0, WindowPickerModel::Absence).toString(), QStringLiteral("Its picture stands still: minimized"));
+}
+
+TEST_F(WindowPickerModelTest, AWindowThatIsStillToBeGrantedIsNotCalledAway)
+{
+    list({window(1, "Choose", "a window")});
+    content->content.windows.front().isOnScreen = false;
+    content->windowsToRequest = {1};
+    appear();
+    EXPECT_EQ(cell(0, WindowPickerModel::Absence).toString(), QString{});
+}
+
+TEST_F(WindowPickerModelTest, WhatMayNotBeRecordedIsNotListedBecauseItIsAway)
+{
+    list({window(1, "Panel", "dock"), window(2, "Small", "tile")});
+    auto& windows = content->content.windows;
+    windows[0].windowLayer = 20;
+    windows[1].frame.width = 99;
+    for (auto& one : windows) {
+        one.isOnScreen = false;
+        one.isMinimised = true;
+    }
+    appear();
+    EXPECT_THAT(shown(), IsEmpty());
+}
+
+platform::ApplicationIcon plainIcon(std::uint8_t red)
+{
+    platform::ApplicationIcon icon{.side = 48, .rgba = {}};
+    for (int pixel = 0; pixel < 48 * 48; ++pixel)
+        icon.rgba.insert(icon.rgba.end(), {red, 0, 0, 255});
+    return icon;
+}
+
+TEST_F(WindowPickerModelTest, TheListDoesNotWaitForIconsAndTheyComeToTheirRows)
+{
+    list({window(1, "Alpha", "a"), window(2, "Beta", "b")});
+    appear();
+    EXPECT_TRUE(model.hasRows());
+    EXPECT_TRUE(cell(1, WindowPickerModel::Icon).value<QImage>().isNull());
+    QList<int> changedRows;
+    QObject::connect(&model, &WindowPickerModel::dataChanged, &model, [&](const QModelIndex& from) { changedRows.append(from.row()); });
+    ASSERT_EQ(content->iconQuestions.size(), 1U);
+    content->iconQuestions[0].found(2, plainIcon(200));
+    executor->runAll();
+    EXPECT_EQ(changedRows, QList<int>{1});
+    EXPECT_EQ(cell(1, WindowPickerModel::Icon).value<QImage>().pixelColor(24, 24), QColor(200, 0, 0));
+    EXPECT_TRUE(cell(0, WindowPickerModel::Icon).value<QImage>().isNull());
+}
+
+TEST_F(WindowPickerModelTest, AnIconThatComesWhileTheSearchHidesItsRowIsThereAfterwards)
+{
+    list({window(1, "Alpha", "a"), window(2, "Beta", "b")});
+    appear();
+    model.setSearchText(QStringLiteral("Beta"));
+    content->iconQuestions[0].found(1, plainIcon(200));
+    executor->runAll();
+    EXPECT_TRUE(cell(0, WindowPickerModel::Icon).value<QImage>().isNull()) << "not in the row of another window";
+    model.setSearchText({});
+    EXPECT_FALSE(cell(0, WindowPickerModel::Icon).value<QImage>().isNull());
+}
+
+TEST_F(WindowPickerModelTest, IconsAreThoseOfThePresentListAndGoWithThePicker)
+{
+    list({window(1, "Alpha", "a")});
+    appear();
+    content->iconQuestions[0].found(1, plainIcon(200));
+    executor->runAll();
+    model.refreshWindows();
+    executor->runAll();
+    EXPECT_TRUE(cell(0, WindowPickerModel::Icon).value<QImage>().isNull()) << "the number may be another window's by now";
+    ASSERT_EQ(content->iconQuestions.size(), 2U);
+    content->iconQuestions[1].found(1, plainIcon(100));
+    executor->runAll();
+    EXPECT_FALSE(cell(0, WindowPickerModel::Icon).value<QImage>().isNull());
+    model.viewDidDisappear();
+    EXPECT_TRUE(cell(0, WindowPickerModel::Icon).value<QImage>().isNull());
+    EXPECT_FALSE(content->iconQuestions[1].found(1, plainIcon(100)));
+}
+
+TEST_F(WindowPickerModelTest, WhatTheSearchHidesIsNamedWhateverTheViewSays)
+{
+    list({window(1, "Alpha", "a"), window(2, "Beta", "b")});
+    appear();
+    model.setSelectionInSight(true);
+    EXPECT_EQ(model.selectionCaption(), QString{});
+    model.setSearchText(QStringLiteral("Beta"));
+    EXPECT_EQ(model.selectionCaption(), QString::fromUtf8("Selected: Alpha — a"));
+    model.setSearchText({});
+    EXPECT_EQ(model.selectionCaption(), QString{});
+}
+
+TEST_F(WindowPickerModelTest, AFailedQueryDoesNotCallTheSelectedWindowGone)
+{
+    list({window(1, "Alpha", "a")});
+    appear();
+    content->error = Error{"Velmora.Test", 1, "no", nullptr};
+    model.refreshWindows();
+    executor->runAll();
+    EXPECT_EQ(model.selectionCaption(), QString{});
+}
+
 TEST(WindowPickerSymbols, BrowsersGetTheGlobePlayersAPlaySignOthersAWindow)
 {
     for (const auto* name : {"Safari", "Google Chrome", "FIREFOX", "Microsoft Edge", "Brave Browser", "Edge VLC"})

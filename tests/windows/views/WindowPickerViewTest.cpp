@@ -76,9 +76,11 @@ TEST_F(WindowPickerViewTest, SaysWhatItIsForFromTopToBottom)
 {
     appearWithThree();
     EXPECT_EQ(window->texts().join(QLatin1Char('|')).toStdString(),
-        "Choose Video Window|Select what you are watching (Safari, Chrome, YouTube, QuickTime, VLC, etc.)|Search by app name or window "
-        "title...|Alpha|a film|1279 × 720 pt|Beta|b film|1279 × 720 pt|Gamma|1279 × 720 pt|Tip: Make sure the browser or video player "
-        "window is open on your screen (not minimized into the Dock).|Refresh List|Cancel|Start Clipping This Window");
+        "Choose Video Window|Select what you are watching (Safari, Chrome, YouTube, QuickTime, VLC, etc.)|Any browser or player will do, "
+        "such as Firefox, Chromium, VLC or mpv.|Search by app name or window title...|Alpha|a film|1279 × 720 pt|Beta|b film|1279 × 720 "
+        "pt|Gamma|1279 × 720 pt|Tip: Make sure the browser or video player "
+        "window is open on your screen (not minimized into the Dock).|On this desktop the Dock is the task bar or launcher, and 1 "
+        "pt is 1 pixel.|Refresh List|Cancel|Start Clipping This Window");
     EXPECT_EQ(symbols().toStdString(), "magnifyingglass macwindow macwindow macwindow lightbulb.fill arrow.clockwise");
     for (const auto* text : {"Refresh List", "Cancel", "Start Clipping This Window"})
         EXPECT_TRUE(window->hasButton(QLatin1String(text))) << text;
@@ -229,6 +231,236 @@ TEST_F(WindowPickerViewTest, ASelectionThatTheSearchHidesIsNamedBesideTheButton)
     window->type(Qt::Key_Backspace);
     window->type(Qt::Key_Backspace);
     EXPECT_FALSE(window->shows(QString::fromUtf8("Selected: Beta — b film")));
+}
+
+/// Many enough to be out of sight: "Application 10" to "Application 49".
+std::vector<CapturedWindowInfo> fortyWindows()
+{
+    std::vector<CapturedWindowInfo> windows;
+    for (std::uint32_t id = 10; id < 50; ++id)
+        windows.push_back(listed(id, ("Application " + std::to_string(id)).c_str(), "a film"));
+    return windows;
+}
+
+TEST_F(WindowPickerViewTest, ASelectionThatIsScrolledOutOfSightIsNamedBesideTheButton)
+{
+    appear(fortyWindows());
+    const auto caption = QString::fromUtf8("Selected: Application 10 — a film");
+    auto& list = *first("QQuickListView");
+    EXPECT_FALSE(window->shows(caption));
+    list.setProperty("contentY", 1000);
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(window->shows(caption));
+    list.setProperty("contentY", 0);
+    static_cast<void>(window->grab());
+    EXPECT_FALSE(window->shows(caption));
+    list.setProperty("contentY", 20);
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(window->shows(caption)) << "its name is cut off";
+}
+
+TEST_F(WindowPickerViewTest, TheArrowsBringBackWhatWasScrolledOutOfSight)
+{
+    appear(fortyWindows());
+    first("QQuickListView")->setProperty("contentY", 1000);
+    window->type(Qt::Key_Down);
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(window->shows(QStringLiteral("Application 11")));
+    EXPECT_FALSE(window->texts().join(QLatin1Char('|')).contains(QStringLiteral("Selected: ")));
+}
+
+TEST_F(WindowPickerViewTest, EveryRowThatTheArrowsReachIsInSight)
+{
+    appear(fortyWindows());
+    const auto isSelectionNamed = [this] { return window->texts().join(QLatin1Char('|')).contains(QStringLiteral("Selected: ")); };
+    for (int step = 0; step < 39; ++step) {
+        window->type(Qt::Key_Down);
+        static_cast<void>(window->grab());
+        ASSERT_FALSE(isSelectionNamed()) << step;
+    }
+    EXPECT_EQ(model.selectedID(), 49U);
+    for (int step = 0; step < 39; ++step) {
+        window->type(Qt::Key_Up);
+        static_cast<void>(window->grab());
+        ASSERT_FALSE(isSelectionNamed()) << step;
+    }
+    EXPECT_EQ(model.selectedID(), 10U);
+}
+
+TEST_F(WindowPickerViewTest, TheListIsRefreshedAroundTheSelection)
+{
+    appear(fortyWindows());
+    model.select(30);
+    static_cast<void>(window->grab());
+    model.refreshWindows();
+    executor->runAll();
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(window->shows(QStringLiteral("Application 40")));
+    EXPECT_FALSE(window->texts().join(QLatin1Char('|')).contains(QStringLiteral("Selected: ")));
+}
+
+TEST_F(WindowPickerViewTest, WhileTheListIsReadAgainTheSelectionIsNamed)
+{
+    appearWithThree();
+    model.refreshWindows();
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(window->shows(QString::fromUtf8("Selected: Alpha — a film")));
+    executor->runAll();
+    static_cast<void>(window->grab());
+    EXPECT_FALSE(window->shows(QString::fromUtf8("Selected: Alpha — a film")));
+}
+
+TEST_F(WindowPickerViewTest, ASelectionThatIsGoneIsNotPromised)
+{
+    appearWithThree();
+    content->content.windows.erase(content->content.windows.begin());
+    model.refreshWindows();
+    executor->runAll();
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(window->shows(QStringLiteral("The selected window is gone: choose another one.")));
+    window->type(Qt::Key_Down);
+    EXPECT_FALSE(window->shows(QStringLiteral("The selected window is gone: choose another one.")));
+}
+
+TEST_F(WindowPickerViewTest, ThreeWholeRowsAreInSightAndMoreAreGuessed)
+{
+    appear(fortyWindows());
+    const auto rowsInSight = [this] {
+        const auto& list = *first("QQuickListView");
+        const QRectF area = list.mapRectToScene({0, 0, list.width(), list.height()});
+        double rows = 0;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickItemDelegate"))
+                rows += std::max(0.0, area.intersected(item.mapRectToScene({0, 0, item.width(), item.height()})).height()) / item.height();
+        });
+        return rows;
+    };
+    EXPECT_GT(rowsInSight(), 3.2);
+    first("QQuickListView")->setProperty("contentY", 1000);
+    static_cast<void>(window->grab());
+    EXPECT_GT(rowsInSight(), 2.9) << "and with a selection that is named";
+}
+
+TEST_F(WindowPickerViewTest, TheCaretStandsBeforeThePlaceholder)
+{
+    appearWithThree();
+    QQuickItem* placeholder = nullptr;
+    window->forEachVisible([&](QQuickItem& item) {
+        if (item.inherits("QQuickText") && item.property("text").toString().startsWith(QStringLiteral("Search by")))
+            placeholder = &item;
+    });
+    ASSERT_TRUE(placeholder);
+    const auto caret = placeholder->parentItem()->property("cursorRectangle").toRectF();
+    ASSERT_TRUE(placeholder->parentItem()->hasActiveFocus());
+    EXPECT_GE(placeholder->x(), caret.x() + 3);
+    EXPECT_LE(placeholder->x(), caret.x() + 6) << "yet where the text will be";
+}
+
+TEST_F(WindowPickerViewTest, CaptionsSayWhatIsCalledOtherwiseHereInTheSizeOfWhatTheyExplain)
+{
+    appearWithThree();
+    const auto sizeOf = [this](const char* text) {
+        int pixels = 0;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText") && item.property("text").toString().startsWith(QLatin1String(text)))
+                pixels = item.property("font").value<QFont>().pixelSize();
+        });
+        return pixels;
+    };
+    EXPECT_GT(sizeOf("Any browser or player will do"), 0);
+    EXPECT_EQ(sizeOf("Any browser or player will do"), sizeOf("Select what you are watching"));
+    EXPECT_GT(sizeOf("On this desktop the Dock is the task bar"), 0);
+    EXPECT_EQ(sizeOf("On this desktop the Dock is the task bar"), sizeOf("Tip: Make sure"));
+    EXPECT_EQ(sizeOf("1279"), sizeOf("On this desktop the Dock is the task bar"));
+}
+
+TEST_F(WindowPickerViewTest, AWindowThatIsAwaySaysSoInItsRowAndToAScreenReader)
+{
+    addLiveWindow(listed(1, "Alpha", "a film"));
+    auto& away = content->content.windows.front();
+    away.isOnScreen = false;
+    away.isMinimised = true;
+    appear({listed(2, "Beta", "b film")});
+    EXPECT_TRUE(window->shows(QStringLiteral("Cannot be recorded: minimized")));
+    auto* row = first("QQuickItemDelegate");
+    ASSERT_TRUE(row);
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(row)->text(QAccessible::Name),
+        QString::fromUtf8("Alpha, a film, 1279 × 720 pt, Cannot be recorded: minimized"));
+    window->expectNothingIsCutOff({24, 0, 512, 480});
+    window->expectNoTextsOverlap();
+}
+
+TEST_F(WindowPickerViewTest, TheApplicationsOwnIconIsBesideTheSymbolAndMovesNothing)
+{
+    appear({listed(1, "Alpha", "a film")});
+    const auto placeOfName = [this] {
+        QRectF place;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText") && item.property("text").toString() == QStringLiteral("Alpha"))
+                place = item.mapRectToScene({0, 0, item.width(), item.height()});
+        });
+        return place;
+    };
+    const auto before = placeOfName();
+    ASSERT_FALSE(content->iconQuestions.empty());
+    platform::ApplicationIcon icon{.side = 48, .rgba = {}};
+    for (int pixel = 0; pixel < 48 * 48; ++pixel)
+        icon.rgba.insert(icon.rgba.end(), {0, 200, 0, 255});
+    content->iconQuestions.back().found(1, icon);
+    executor->runAll();
+    const auto picture = window->grab();
+    EXPECT_EQ(placeOfName(), before);
+    EXPECT_EQ(symbols().toStdString(), "magnifyingglass macwindow lightbulb.fill arrow.clockwise") << "the symbol stays";
+    QRect green;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (picture.pixelColor(x, y) == QColor(0, 200, 0))
+                green = green.united({x, y, 1, 1});
+        }
+    }
+    EXPECT_EQ(green.size(), QSize(24, 24));
+    EXPECT_LT(green.right(), before.left());
+    EXPECT_GT(green.left(), 24 + 20 + 28) << "right of the symbol";
+}
+
+TEST_F(WindowPickerViewTest, WithoutIconsThereIsNoPlaceForThem)
+{
+    const auto leftOfName = [this] {
+        double left = 0;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText") && item.property("text").toString() == QStringLiteral("Alpha"))
+                left = item.mapRectToScene({0, 0, 1, 1}).left();
+        });
+        return left;
+    };
+    appear({listed(1, "Alpha", "a film")});
+    const double withPlace = leftOfName();
+    content->hasIcons = false;
+    window.emplace(QUrl{QStringLiteral("qrc:/Velmora/Windows/WindowPickerView.qml")}, model, QSize{560, 480});
+    static_cast<void>(window->grab());
+    EXPECT_EQ(leftOfName(), withPlace - 36);
+}
+
+TEST_F(WindowPickerViewTest, ATitleFromRightToLeftBeginsBesideItsIcon)
+{
+    const std::string title = QString::fromUtf8("חדשות הערב").toStdString();
+    appear({listed(1, title.c_str(), title.c_str()), listed(2, "Beta", "left to right")});
+    int seen = 0;
+    window->forEachVisible([&](QQuickItem& item) {
+        if (!item.inherits("QQuickText") || item.property("text").toString().toStdString() != title)
+            return;
+        ++seen;
+        const auto picture = window->grab(item);
+        int leftmost = picture.width();
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < leftmost; ++x) {
+                if (qGray(picture.pixel(x, y)) > 100)
+                    leftmost = x;
+            }
+        }
+        EXPECT_LT(leftmost, 10);
+    });
+    EXPECT_EQ(seen, 2);
 }
 
 TEST_F(WindowPickerViewTest, EveryKindOfTitleAndNameTakesOneLineOfItsRow)

@@ -134,5 +134,16 @@ TEST_F(DesktopEntriesOnDisk, TheNameIsInTheLanguageAskedFor)
     EXPECT_EQ(entries("de_CH.UTF-8").nameFor("a", ""), "Dateien");
 }
 
+TEST_F(DesktopEntriesOnDisk, TheEntryThatNamesAnApplicationNamesItsIcon)
+{
+    write("home/applications/player.desktop", "Name=Player\nIcon=film-player\nIcon[de]=filmspieler\nStartupWMClass=PlayerClass\n");
+    write("home/applications/plain.desktop", "Name=Plain\n");
+    auto found = entries("de_DE.UTF-8");
+    EXPECT_EQ(found.iconFor("playerclass", ""), "film-player");
+    EXPECT_EQ(found.iconFor("Other", "player"), "film-player");
+    EXPECT_EQ(found.iconFor("plain", ""), "");
+    EXPECT_EQ(found.iconFor("missing", ""), "");
+}
+
 }  // namespace
 }  // namespace velmora::linux_backend

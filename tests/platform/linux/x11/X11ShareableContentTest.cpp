@@ -9,6 +9,8 @@
 #include <fstream>
 #include <future>
 #include <gtest/gtest.h>
+#include <map>
+#include <memory>
 #include <unistd.h>
 
 namespace velmora::linux_backend {
@@ -118,6 +120,252 @@ TEST(X11ShareableContent, AWindowOnAnotherWorkspaceIsListedAsNotOnScreen)
     // On all workspaces it is on this one too.
     desktop.message(window, "_NET_WM_DESKTOP", {0xffffffff, 1});
     desktop.waitUntil("the window is everywhere", [&] { return find(contentOf(), window)->isOnScreen; });
+}
+
+TEST(X11ShareableContent, AMinimisedWindowIsKnownAsSuch)
+{
+    TestDesktop desktop;
+    const auto window = desktop.showWindow({});
+    EXPECT_FALSE(find(contentOf(), window)->isMinimised);
+    desktop.minimise(window);
+    EXPECT_TRUE(find(contentOf(), window)->isMinimised);
+    EXPECT_EQ(find(contentOf(), window)->otherWorkspace, std::nullopt);
+    desktop.restore(window);
+    desktop.waitUntil("the window is on screen", [&] { return find(contentOf(true, true), window).has_value(); });
+    EXPECT_FALSE(find(contentOf(), window)->isMinimised);
+}
+
+TEST(X11ShareableContent, AWindowOnAnotherWorkspaceSaysOnWhichAndIsNotCalledMinimised)
+{
+    TestDesktop desktop;
+    const auto window = desktop.showWindow({});
+    EXPECT_EQ(find(contentOf(), window)->otherWorkspace, std::nullopt);
+    desktop.message(window, "_NET_WM_DESKTOP", {1, 1});
+    desktop.waitUntil("the window is elsewhere", [&] { return !find(contentOf(), window)->isOnScreen; });
+    const auto listed = find(contentOf(), window);
+    ASSERT_TRUE(listed->otherWorkspace);
+    EXPECT_EQ(listed->otherWorkspace->number, 2U);
+    EXPECT_FALSE(listed->isMinimised);
+}
+
+TEST(X11ShareableContent, AMinimisedWindowOnAnotherWorkspaceIsBoth)
+{
+    TestDesktop desktop;
+    const auto window = desktop.showWindow({});
+    desktop.minimise(window);
+    desktop.message(window, "_NET_WM_DESKTOP", {1, 1});
+    desktop.waitUntil("the window is elsewhere", [&] { return find(contentOf(), window)->otherWorkspace.has_value(); });
+    EXPECT_TRUE(find(contentOf(), window)->isMinimised);
+}
+
+TEST(X11ShareableContent, ARolledUpWindowIsNotCalledMinimised)
+{
+    TestDesktop desktop;
+    const auto window = desktop.showWindow({});
+    desktop.message(window, "_NET_WM_STATE", {1, desktop.atom("_NET_WM_STATE_SHADED"), 0, 1});
+    desktop.waitUntil("the window is rolled up", [&] { return !find(contentOf(), window)->isOnScreen; });
+    EXPECT_FALSE(find(contentOf(), window)->isMinimised);
+    EXPECT_EQ(find(contentOf(), window)->otherWorkspace, std::nullopt);
+}
+
+/// A server without a window manager, whose part the test plays.
+struct BareDesktop {
+    PrivateServer server{{"-screen", "0", "800x600x24"}};
+    TestDesktop desktop{server.displayName()};
+    X11ShareableContent provider{server.displayName()};
+
+    BareDesktop() = default;
+    ~BareDesktop() { xcb_delete_property(desktop.xcb(), desktop.root(), desktop.atom("_NET_CLIENT_LIST")); }
+    BareDesktop(const BareDesktop&) = delete;
+    BareDesktop& operator=(const BareDesktop&) = delete;
+
+    xcb_window_t managedWindow()
+    {
+        const auto window = desktop.showWindow({});
+        desktop.setValues(desktop.root(), "_NET_CLIENT_LIST", "WINDOW", {window});
+        return window;
+    }
+
+    ShareableWindow listed(xcb_window_t window)
+    {
+        desktop.sync();
+        const auto content = query(provider);
+        EXPECT_TRUE(content);
+        return content ? find(*content, window).value_or(ShareableWindow{}) : ShareableWindow{};
+    }
+};
+
+TEST(X11ShareableContent, AnotherWorkspaceHasTheNameThatTheDesktopGivesIt)
+{
+    BareDesktop bare;
+    const auto window = bare.managedWindow();
+    auto& desktop = bare.desktop;
+    desktop.setValues(desktop.root(), "_NET_CURRENT_DESKTOP", "CARDINAL", {0});
+    desktop.setText(desktop.root(), "_NET_DESKTOP_NAMES", "UTF8_STRING", std::string{"Work\0M\xc3\xa4il \xff", 13});
+    desktop.setValues(window, "_NET_WM_DESKTOP", "CARDINAL", {1});
+    using platform::DesktopWorkspace;
+    EXPECT_EQ(bare.listed(window).otherWorkspace, (DesktopWorkspace{2, "M\xc3\xa4il \xef\xbf\xbd"}));
+    desktop.setValues(window, "_NET_WM_DESKTOP", "CARDINAL", {2});
+    EXPECT_EQ(bare.listed(window).otherWorkspace, (DesktopWorkspace{3, ""})) << "there is no third name";
+    desktop.setValues(window, "_NET_WM_DESKTOP", "CARDINAL", {0});
+    EXPECT_EQ(bare.listed(window).otherWorkspace, std::nullopt);
+    desktop.setValues(window, "_NET_WM_DESKTOP", "CARDINAL", {0xfffffffe});
+    EXPECT_EQ(bare.listed(window).otherWorkspace, (DesktopWorkspace{0xffffffff, ""}));
+}
+
+TEST(X11ShareableContent, OnlyOneOfSeveralMeaningsOfIconicIsMinimised)
+{
+    BareDesktop bare;
+    const auto window = bare.managedWindow();
+    auto& desktop = bare.desktop;
+    desktop.setValues(desktop.root(), "_NET_CURRENT_DESKTOP", "CARDINAL", {0});
+    desktop.setValues(window, "_NET_WM_DESKTOP", "CARDINAL", {0});
+    desktop.setValues(window, "WM_STATE", "WM_STATE", {3, 0});
+    EXPECT_TRUE(bare.listed(window).isMinimised);
+    desktop.setValues(window, "_NET_WM_DESKTOP", "CARDINAL", {1});
+    EXPECT_FALSE(bare.listed(window).isMinimised) << "iconic, because it is elsewhere";
+    desktop.setValues(window, "_NET_WM_STATE", "ATOM", {desktop.atom("_NET_WM_STATE_HIDDEN")});
+    EXPECT_TRUE(bare.listed(window).isMinimised);
+    desktop.setValues(window, "_NET_WM_STATE", "ATOM", {desktop.atom("_NET_WM_STATE_SHADED"), desktop.atom("_NET_WM_STATE_HIDDEN")});
+    EXPECT_FALSE(bare.listed(window).isMinimised) << "hidden, because it is rolled up";
+}
+
+/// All icons of those windows, by window, once all have been looked for.
+std::map<std::uint32_t, platform::ApplicationIcon> iconsOf(X11ShareableContent& provider, const std::vector<std::uint32_t>& windows)
+{
+    std::map<std::uint32_t, platform::ApplicationIcon> found;
+    std::promise<void> over;
+    // The search lets go of what it calls when it is over.
+    provider.icons()->findIcons(windows, 48, [&found, last = std::shared_ptr<void>(nullptr, [&over](void*) {
+        over.set_value();
+    })](std::uint32_t id, platform::ApplicationIcon icon) {
+        EXPECT_TRUE(found.emplace(id, std::move(icon)).second);
+        return true;
+    });
+    over.get_future().wait();
+    return found;
+}
+
+std::vector<std::uint32_t> iconItems(std::uint32_t side, std::uint32_t pixel)
+{
+    std::vector<std::uint32_t> items(2 + std::size_t{side} * side, pixel);
+    items[0] = items[1] = side;
+    return items;
+}
+
+TEST(X11ShareableContent, AWindowsOwnIconIsFoundAndABrokenOneIsPassedOver)
+{
+    // Without a window manager, which gives an icon to those that have none.
+    BareDesktop bare;
+    auto& desktop = bare.desktop;
+    const auto whole = desktop.showWindow({});
+    const auto lying = desktop.showWindow({});
+    const auto tiny = desktop.showWindow({});
+    const auto empty = desktop.showWindow({});
+    const auto text = desktop.showWindow({});
+    const auto without = desktop.showWindow({});
+    const auto gone = desktop.showWindow({});
+    const auto large = desktop.showWindow({});
+    desktop.setValues(whole, "_NET_WM_ICON", "CARDINAL", iconItems(64, 0xff0000ff));
+    desktop.setValues(lying, "_NET_WM_ICON", "CARDINAL", {16384, 16384, 0xff0000ff});
+    desktop.setValues(tiny, "_NET_WM_ICON", "CARDINAL", {1, 1, 0xff0000ff});
+    desktop.setValues(empty, "_NET_WM_ICON", "CARDINAL", {});
+    desktop.setText(text, "_NET_WM_ICON", "UTF8_STRING", std::string(4 * (2 + 64 * 64), ' '));
+    desktop.setValues(large, "_NET_WM_ICON", "CARDINAL", iconItems(512, 0xff00ff00));
+    desktop.destroy(gone);
+    desktop.sync();
+    const auto icons = iconsOf(bare.provider, {lying, tiny, empty, text, without, gone, whole, large});
+    ASSERT_EQ(icons.size(), 2U);
+    ASSERT_TRUE(icons.contains(whole) && icons.contains(large));
+    EXPECT_EQ(icons.at(whole).side, 48);
+    EXPECT_EQ(icons.at(whole).rgba.size(), 48U * 48 * 4);
+    EXPECT_EQ(icons.at(whole).rgba[2], 255);
+    EXPECT_EQ(icons.at(large).rgba[1], 255);
+}
+
+TEST(X11ShareableContent, TheIconOfTheDesktopEntryComesBeforeTheWindowsOwn)
+{
+    const auto folder = fs::temp_directory_path() / ("icons-" + std::to_string(getpid()));
+    fs::create_directories(folder / "applications");
+    std::ofstream(folder / "applications/player.desktop")
+        << "[Desktop Entry]\nType=Application\nName=Player\nIcon=film-player\nStartupWMClass=TestClass\n";
+    std::ofstream(folder / "applications/other.desktop")
+        << "[Desktop Entry]\nType=Application\nName=Other\nIcon=missing\nStartupWMClass=OtherClass\n";
+    TestDesktop desktop;
+    const auto installed = desktop.showWindow({});
+    const auto missing = desktop.showWindow({.className = "OtherClass"});
+    for (const auto window : {installed, missing})
+        desktop.setValues(window, "_NET_WM_ICON", "CARDINAL", iconItems(48, 0xff0000ff));
+    desktop.sync();
+    std::vector<std::string> asked;
+    X11ShareableContent provider{
+        "", DesktopEntries{{folder}, "C"}, [&asked](const std::string& icon, const std::string&, int side) {
+            asked.push_back(icon);
+            return icon == "film-player" ? std::optional{platform::ApplicationIcon{side, {1, 2, 3, 4}}} : std::nullopt;
+        }};
+    ASSERT_TRUE(query(provider));
+    const auto icons = iconsOf(provider, {installed, missing});
+    fs::remove_all(folder);
+    EXPECT_EQ(asked, (std::vector<std::string>{"film-player", "missing"}));
+    ASSERT_TRUE(icons.contains(installed) && icons.contains(missing));
+    EXPECT_EQ(icons.at(installed).rgba, (std::vector<std::uint8_t>{1, 2, 3, 4}));
+    EXPECT_EQ(icons.at(missing).rgba[2], 255) << "what the entry names is not there";
+}
+
+TEST(X11ShareableContent, TheThemeIsTheOneThatTheDesktopTellsItsClients)
+{
+    BareDesktop bare;
+    const auto window = bare.managedWindow();
+    auto& desktop = bare.desktop;
+    const auto folder = fs::temp_directory_path() / ("themes-" + std::to_string(getpid()));
+    fs::create_directories(folder / "applications");
+    std::ofstream(folder / "applications/TestClass.desktop") << "[Desktop Entry]\nType=Application\nName=Player\nIcon=player\n";
+    std::vector<std::string> themes;
+    X11ShareableContent provider{
+        bare.server.displayName(), DesktopEntries{{folder}, "C"}, [&themes](const std::string&, const std::string& theme, int) {
+            themes.push_back(theme);
+            return std::optional<platform::ApplicationIcon>{};
+        }};
+    desktop.sync();
+    ASSERT_TRUE(query(provider));
+    fs::remove_all(folder);
+    iconsOf(provider, {window});
+    const auto owner = desktop.makeWindow({});
+    xcb_set_selection_owner(desktop.xcb(), owner, desktop.atom("_XSETTINGS_S0"), XCB_CURRENT_TIME);
+    using namespace std::string_literals;
+    desktop.setText(owner, "_XSETTINGS_SETTINGS", "_XSETTINGS_SETTINGS",
+        "\0\0\0\0\1\0\0\0\1\0\0\0\1\0\x11\0Net/IconThemeName\0\0\0\0\0\0\0\7\0\0\0Papirus\0"s);
+    desktop.sync();
+    iconsOf(provider, {window});
+    EXPECT_EQ(themes, (std::vector<std::string>{"", "Papirus"}));
+}
+
+TEST(X11ShareableContent, AListComesWhileIconsAreStillBeingDrawn)
+{
+    const auto folder = fs::temp_directory_path() / ("slow-" + std::to_string(getpid()));
+    fs::create_directories(folder / "applications");
+    std::ofstream(folder / "applications/TestClass.desktop") << "[Desktop Entry]\nType=Application\nName=Player\nIcon=player\n";
+    TestDesktop desktop;
+    const auto first = desktop.showWindow({});
+    const auto second = desktop.showWindow({});
+    std::promise<void> goOn;
+    auto mayGoOn = goOn.get_future();
+    int drawn = 0;
+    X11ShareableContent provider{"", DesktopEntries{{folder}, "C"}, [&](const std::string&, const std::string&, int side) {
+                                     if (++drawn == 1)
+                                         mayGoOn.wait();
+                                     return std::optional{platform::ApplicationIcon{side, {}}};
+                                 }};
+    ASSERT_TRUE(query(provider));
+    fs::remove_all(folder);
+    std::promise<void> over;
+    provider.icons()->findIcons({first, second}, 48, [last = std::shared_ptr<void>(nullptr, [&over](void*) {
+        over.set_value();
+    })](std::uint32_t, platform::ApplicationIcon) { return false; });
+    EXPECT_TRUE(query(provider));
+    goOn.set_value();
+    over.get_future().wait();
+    EXPECT_EQ(drawn, 1) << "no more were wanted after the first";
 }
 
 TEST(X11ShareableContent, OnlyOrdinaryWindowsAreOnLayer0)
