@@ -49,6 +49,10 @@ CastPictures::CastPictures(const platform::StreamConfiguration& configuration, s
     , stream_(configuration, std::move(memory), *this, std::move(makeScaler),
           [this](SampleBufferRef picture) { callbacks_.picture(std::move(picture)); })
 {
+    stream_.observeSize([this](std::int32_t width, std::int32_t height) {
+        if (callbacks_.settled)
+            callbacks_.settled(width, height);
+    });
 }
 
 void CastPictures::changed(PixelRect content, const std::optional<std::vector<PixelRect>>& damage)
@@ -71,6 +75,15 @@ Result<void> CastPictures::work(const CastPicture* newest, std::optional<Monoton
     }
     newest_ = newest;
     return stream_.work(time);
+}
+
+Result<void> CastPictures::updateSize(std::int32_t width, std::int32_t height, const CastPicture& newest)
+{
+    auto memory = allocateAnonymousMemory(engine::PictureStream::requiredBytes(width, height));
+    if (!memory)
+        return fail(std::move(memory.error()));
+    newest_ = &newest;
+    return stream_.updateSize(width, height, std::move(*memory));
 }
 
 Result<bool> CastPictures::fetch(engine::PooledPicture& picture)

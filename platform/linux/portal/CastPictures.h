@@ -29,6 +29,9 @@ public:
     /// Delivers what is due. `newest` is the newest picture of the cast, taken at `time`; null when there is none to be read now.
     Result<void> work(const CastPicture* newest, std::optional<MonotonicTime> time);
 
+    /// PictureStream::updateSize(), from the newest picture of the cast.
+    Result<void> updateSize(std::int32_t width, std::int32_t height, const CastPicture& newest);
+
     [[nodiscard]] engine::VideoSource::Callbacks& callbacks() { return callbacks_; }
 
 private:

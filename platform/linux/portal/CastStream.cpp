@@ -53,6 +53,7 @@ public:
     Result<void> start(FileDescriptor remote);
     Result<Attachment> attach(const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler,
         engine::VideoSource::Callbacks callbacks);
+    Result<void> updateSize(Attachment attachment, std::int32_t width, std::int32_t height);
     void detach(Attachment attachment);
     void end(const Error& error);
 
@@ -74,6 +75,7 @@ private:
     void examine(pw_buffer* buffer);
     [[nodiscard]] PixelRect windowIn(const CastPicture& picture, const CastBuffer& buffer);
     void work();
+    void armTimer();
     void stop(PortalErrorCode code, const std::string& description) { stop(failPortal(code, description).value()); }
     void stop(const Error& error);
     [[nodiscard]] pw_loop* loop() const { return pw_thread_loop_get_loop(loop_.get()); }
@@ -383,6 +385,11 @@ void CastStream::Session::work()
     }
     if (!done)
         return stop(done.error());
+    armTimer();
+}
+
+void CastStream::Session::armTimer()
+{
     const auto deadline = pictures_->deadline();
     // A change for which there is no picture waits for it.
     const std::chrono::nanoseconds earliest = newest_ ? 1ms : 100ms;
@@ -416,6 +423,21 @@ Result<CastStream::Attachment> CastStream::Session::attach(
     return ++attachment_;
 }
 
+Result<void> CastStream::Session::updateSize(Attachment attachment, std::int32_t width, std::int32_t height)
+{
+    ThreadLoopLock lock{loop_.get()};
+    if (ended_)
+        return fail(*ended_);
+    if (!pictures_ || attachment != attachment_ || !newest_)
+        return failPortal(PortalErrorCode::windowUnavailable, "There is no picture of the window now.");
+    const auto& buffer = *buffers_.at(newest_);
+    buffer.beginReading();
+    auto updated = pictures_->updateSize(width, height, newestPicture_);
+    buffer.endReading();
+    armTimer();
+    return updated;
+}
+
 void CastStream::Session::detach(Attachment attachment)
 {
     ThreadLoopLock lock{loop_.get()};
@@ -445,6 +467,11 @@ Result<CastStream::Attachment> CastStream::attach(
     const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler, engine::VideoSource::Callbacks callbacks)
 {
     return session_->attach(configuration, std::move(makeScaler), std::move(callbacks));
+}
+
+Result<void> CastStream::updateSize(Attachment attachment, std::int32_t width, std::int32_t height)
+{
+    return session_->updateSize(attachment, width, height);
 }
 
 void CastStream::detach(Attachment attachment)
