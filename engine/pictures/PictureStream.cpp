@@ -83,16 +83,20 @@ void PictureStream::damage(PixelRect part)
         paintDue_ = {};
 }
 
-Result<void> PictureStream::updateSize(std::int32_t width, std::int32_t height, std::shared_ptr<MemoryBlock> memory)
+Result<void> PictureStream::updateSize(std::int32_t width, std::int32_t height, Result<std::shared_ptr<MemoryBlock>> memory)
 {
     assert(isPossible(width, height));
+    if (!memory) {
+        awaitSettling();
+        return fail(std::move(memory.error()));
+    }
     if (width != contentWidth_ || height != contentHeight_) {
         awaitSettling();
         return fail(errorDomain, noPicture, "The content has another size.");
     }
     const auto formerWhole = std::exchange(whole_, {0, 0, width, height});
     auto formerSamples = std::exchange(samples_, PictureSamples{resized(configuration_, width, height)});
-    auto formerPool = std::exchange(pool_, PicturePool{std::move(memory), width, height});
+    auto formerPool = std::exchange(pool_, PicturePool{std::move(*memory), width, height});
     auto* const formerLast = std::exchange(last_, nullptr);
     changed_.clear();
     changed_.add(whole_);

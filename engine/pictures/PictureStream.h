@@ -39,9 +39,10 @@ public:
     virtual Result<std::optional<ContentPixels>> fetchAll() = 0;
 };
 
-/// Owns the pictures of one stream, all of one size: the configuration's, until updateSize(). A picture is taken where and when the content changes, at most one an
-/// interval (FramePacer); the last one is repeated, same memory and nothing dirty, when half a second passes without a new one. While
-/// consumers hold the whole pool none is taken. Content of another size is fitted in: its shape kept, centred, black around it.
+/// Owns the pictures of one stream, all of one size: the configuration's, until updateSize(). A picture is taken where and when the
+/// content changes, at most one an interval (FramePacer); the last one is repeated, same memory and nothing dirty, when half a second
+/// passes without a new one. While consumers hold the whole pool none is taken. Content of another size is fitted in: its shape kept,
+/// centred, black around it.
 ///
 /// A back end reports what has changed, calls work() at deadline() and whenever something has changed, and hands out pixels when asked.
 /// Used on one thread.
@@ -82,10 +83,11 @@ public:
     /// once, and again when it has changed, or a second after updateSize() has failed.
     void observeSize(UniqueFunction<void(std::int32_t width, std::int32_t height)> settled) { settled_ = std::move(settled); }
 
-    /// The pictures have this size, which is the content's, from now on, and the first is delivered before this returns; what is dirty counts anew. `memory` is as at
-    /// construction; width(), height() and bytesPerRow() are the new ones when that picture is fetched. An error: the content has another size
-    /// by now or cannot be had, and all is as before. Pictures that are still held keep the memory they are in.
-    Result<void> updateSize(std::int32_t width, std::int32_t height, std::shared_ptr<MemoryBlock> memory);
+    /// The pictures have this size, which is the content's, from now on, and the first is delivered before this returns; what is dirty
+    /// counts anew. `memory` is as at construction, or why there is none; width(), height() and bytesPerRow() are the new ones when that
+    /// picture is fetched. An error: there is no memory, or the content has another size by now or cannot be had, and all is as before.
+    /// Pictures that are still held keep the memory they are in.
+    Result<void> updateSize(std::int32_t width, std::int32_t height, Result<std::shared_ptr<MemoryBlock>> memory);
 
     /// Whether what is drawn over the content, a pointer for example, has moved or looks different since the last picture.
     void setOverlayIsOutdated(bool isOutdated) { overlayIsOutdated_ = isOutdated; }

@@ -77,13 +77,12 @@ Result<void> CastPictures::work(const CastPicture* newest, std::optional<Monoton
     return stream_.work(time);
 }
 
-Result<void> CastPictures::updateSize(std::int32_t width, std::int32_t height, const CastPicture& newest)
+Result<void> CastPictures::updateSize(std::int32_t width, std::int32_t height, const CastPicture* newest)
 {
-    auto memory = allocateAnonymousMemory(engine::PictureStream::requiredBytes(width, height));
-    if (!memory)
-        return fail(std::move(memory.error()));
-    newest_ = &newest;
-    return stream_.updateSize(width, height, std::move(*memory));
+    if (!newest)
+        return stream_.updateSize(width, height, failPortal(PortalErrorCode::windowUnavailable, "There is no picture of the window now."));
+    newest_ = newest;
+    return stream_.updateSize(width, height, allocateAnonymousMemory(engine::PictureStream::requiredBytes(width, height)));
 }
 
 Result<bool> CastPictures::fetch(engine::PooledPicture& picture)

@@ -74,6 +74,8 @@ private:
     void onProcess();
     void examine(pw_buffer* buffer);
     [[nodiscard]] PixelRect windowIn(const CastPicture& picture, const CastBuffer& buffer);
+    template <typename Use>
+    Result<void> useNewest(Use use);
     void work();
     void armTimer();
     void stop(PortalErrorCode code, const std::string& description) { stop(failPortal(code, description).value()); }
@@ -369,20 +371,25 @@ PixelRect CastStream::Session::windowIn(const CastPicture& picture, const CastBu
     return window_;
 }
 
+/// With the newest picture, which can be read meanwhile; null when there is none.
+template <typename Use>
+Result<void> CastStream::Session::useNewest(Use use)
+{
+    if (!newest_)
+        return use(nullptr);
+    const auto& buffer = *buffers_.at(newest_);
+    buffer.beginReading();
+    auto done = use(&newestPicture_);
+    buffer.endReading();
+    return done;
+}
+
 /// Delivers what is due, and comes again when the next is.
 void CastStream::Session::work()
 {
     if (!pictures_ || ended_)
         return;
-    Result<void> done;
-    if (newest_) {
-        const auto& buffer = *buffers_.at(newest_);
-        buffer.beginReading();
-        done = pictures_->work(&newestPicture_, newestTime_);
-        buffer.endReading();
-    } else {
-        done = pictures_->work(nullptr, std::nullopt);
-    }
+    const auto done = useNewest([this](const CastPicture* newest) { return pictures_->work(newest, newestTime_); });
     if (!done)
         return stop(done.error());
     armTimer();
@@ -428,12 +435,9 @@ Result<void> CastStream::Session::updateSize(Attachment attachment, std::int32_t
     ThreadLoopLock lock{loop_.get()};
     if (ended_)
         return fail(*ended_);
-    if (!pictures_ || attachment != attachment_ || !newest_)
-        return failPortal(PortalErrorCode::windowUnavailable, "There is no picture of the window now.");
-    const auto& buffer = *buffers_.at(newest_);
-    buffer.beginReading();
-    auto updated = pictures_->updateSize(width, height, newestPicture_);
-    buffer.endReading();
+    if (!pictures_ || attachment != attachment_)
+        return failPortal(PortalErrorCode::windowUnavailable, "The window's pictures go elsewhere by now.");
+    auto updated = useNewest([&](const CastPicture* newest) { return pictures_->updateSize(width, height, newest); });
     armTimer();
     return updated;
 }

@@ -195,7 +195,7 @@ Result<void> X11VideoSource::Capture::updateSize(std::int32_t width, std::int32_
 {
     auto memory = ServerMemory::allocate(*connection_, engine::PictureStream::requiredBytes(width, height), options_.transport);
     if (!memory)
-        return fail(std::move(memory.error()));
+        return stream_->updateSize(width, height, fail(std::move(memory.error())));
     std::swap(memory_, *memory);
     auto updated = stream_->updateSize(width, height, memory_->block());
     if (!updated)

@@ -774,6 +774,24 @@ TEST_F(ResizedPictures, AnUpdateWithoutAPictureChangesNothingAndTheSizeIsToldAga
     expectContent();
 }
 
+TEST_F(ResizedPictures, AnUpdateWithoutMemoryChangesNothingAndTheSizeIsToldAgainASecondLater)
+{
+    resize(32, 24, green);
+    runUntil(now + std::chrono::seconds{2});
+    const Error none{"test", 12, "No memory.", nullptr};
+    const auto updated = stream.updateSize(32, 24, fail(none));
+    ASSERT_FALSE(updated);
+    EXPECT_EQ(updated.error(), none);
+    const auto failedAt = now;
+    runUntil(failedAt + 999 * millisecond);
+    EXPECT_THAT(told, SizeIs(1));
+    EXPECT_EQ(recorder.pictures().back().width, 16);
+    runUntil(failedAt + 1000 * millisecond);
+    EXPECT_THAT(told, SizeIs(2));
+    EXPECT_TRUE(update(32, 24));
+    expectContent();
+}
+
 TEST_F(ResizedPictures, ASizeThatTheContentNoLongerHasIsRefused)
 {
     resize(32, 24, green);
@@ -787,6 +805,18 @@ TEST_F(ResizedPictures, ASizeThatTheContentNoLongerHasIsRefused)
     expectContent();
     runUntil(now + std::chrono::seconds{5});
     EXPECT_THAT(told, SizeIs(1));
+}
+
+TEST_F(ResizedPictures, TheContentsSizeIsToldAgainASecondAfterAnotherWasRefused)
+{
+    resize(32, 24, green);
+    runUntil(now + std::chrono::seconds{2});
+    EXPECT_FALSE(update(24, 24));
+    const auto refusedAt = now;
+    runUntil(refusedAt + 999 * millisecond);
+    EXPECT_THAT(told, SizeIs(1));
+    runUntil(refusedAt + 1000 * millisecond);
+    EXPECT_THAT(told, ElementsAre(std::pair{32, 24}, std::pair{32, 24}));
 }
 
 TEST_F(ResizedPictures, ContentThatChangesItsSizeWhileTheUpdateLooksIsRefused)
