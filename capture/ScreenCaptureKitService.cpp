@@ -393,7 +393,7 @@ void ScreenCaptureKitService::sizeWasChecked(PictureSize size, bool isPossible)
     if (!isPossible && settledSize_ == size)
         settledSize_.reset();
     // A recording has begun meanwhile, or the window has gone on to another size.
-    if (!isPossible || isRecordingManualClip() || settledSize_ != size)
+    if (settledSize_ != size || isRecordingManualClip())
         return followSize();
     isFollowingSize_ = true;
     sizeGate_.beginChange(size);

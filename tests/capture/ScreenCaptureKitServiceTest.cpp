@@ -743,8 +743,10 @@ protected:
     [[nodiscard]] std::vector<std::pair<std::int64_t, std::int32_t>> recorded() const
     {
         std::vector<std::pair<std::int64_t, std::int32_t>> all;
-        for (const auto& sample : writers->writers.at(0)->input(MediaType::video)->samples)
-            all.emplace_back(sample->presentationTimeStamp.value, sample->format->video()->width);
+        if (const auto input = writers->writers.at(0)->input(MediaType::video)) {
+            for (const auto& sample : input->samples)
+                all.emplace_back(sample->presentationTimeStamp.value, sample->format->video()->width);
+        }
         return all;
     }
 
@@ -765,11 +767,14 @@ TEST_F(ResizedWindow, WhileNoRecordingRunsTheStreamGoesOnInTheSizeThatHasSettled
 
 TEST_F(ResizedWindow, DuringARecordingNothingChangesAndWhenItEndsTheSizeIsFollowed)
 {
+    std::atomic<int> checks = 0;
+    sessions->onCheck = [&] { ++checks; };
     ASSERT_TRUE(service->startManualRecording(url));
     settleAt(1920, 1080);
     deliver(1000, 1280, 720);
     settleAt(1600, 900);
     EXPECT_TRUE(stream().sizesAsked.empty());
+    EXPECT_EQ(checks, 0) << "a check takes the processor from the recording";
     ASSERT_TRUE(stopRecording());
     runAll();
     EXPECT_EQ(stream().sizesAsked, (Sizes{{1600, 900}}));
@@ -864,6 +869,24 @@ TEST_F(ResizedWindow, AWindowOfOnePixelIsNotFollowed)
     EXPECT_TRUE(stream().sizesAsked.empty());
 }
 
+TEST_F(ResizedWindow, AWindowThatGoesDuringAChangeEndsTheCaptureAndTheRecordingThatWaitedForTheNewSize)
+{
+    deliver(1000, 1280, 720);
+    settleAt(1920, 1080);
+    ASSERT_TRUE(service->startManualRecording(url));
+    const auto gone = streams->streams.back();
+    gone->stopWithError({"Stream", 1, "The window is gone.", nullptr});
+    runAll();
+    EXPECT_EQ(delegate->reasons, std::vector<std::string>{"The window is gone."});
+    EXPECT_FALSE(service->isRecordingManualClip());
+    gone->answerUpdate(fail(refusal));
+    runAll();
+    EXPECT_FALSE(service->isCapturing());
+    EXPECT_EQ(gone->sizesAsked.size(), 1U);
+    service->drain();
+    EXPECT_FALSE(std::filesystem::exists(url));
+}
+
 TEST_F(ResizedWindow, AChangeThatAStopOvertookLeavesTheNextCaptureAlone)
 {
     settleAt(1920, 1080);
@@ -877,8 +900,33 @@ TEST_F(ResizedWindow, AChangeThatAStopOvertookLeavesTheNextCaptureAlone)
     deliver(1000, 1280, 720);
     ASSERT_TRUE(stopRecording());
     EXPECT_EQ(recorded().size(), 1U);
-    settleAt(1600, 900);
-    EXPECT_EQ(stream().sizesAsked, (Sizes{{1600, 900}}));
+    runAll();
+    EXPECT_TRUE(stream().sizesAsked.empty());
+    settleAt(1920, 1080);
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{1920, 1080}}));
+}
+
+TEST_F(ResizedWindow, ACheckThatAStopOvertookLeavesTheNextCaptureAlone)
+{
+    std::promise<void> isChecked;
+    sessions->onCheck = [open = isChecked.get_future().share()] { open.wait(); };
+    stream().settle(1920, 1080);
+    executor->runAll();
+    startOrFail();
+    stream().settle(1920, 1080);
+    executor->runAll();
+    isChecked.set_value();
+    runAll();
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{1920, 1080}})) << "by its own check alone";
+}
+
+TEST_F(ResizedWindow, TheNextCaptureBeginsWithTheSizeThatItIsStartedIn)
+{
+    settleAt(1920, 1080);
+    answer({});
+    startOrFail();
+    settleAt(1920, 1080);
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{1920, 1080}}));
 }
 
 class SlowEncoderTest : public ScreenCaptureKitServiceTest {

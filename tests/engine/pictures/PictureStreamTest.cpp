@@ -774,6 +774,35 @@ TEST_F(ResizedPictures, AnUpdateWithoutAPictureChangesNothingAndTheSizeIsToldAga
     expectContent();
 }
 
+TEST_F(ResizedPictures, AfterAFailedUpdateTheLastPictureIsRepeatedWhileTheContentCannotBeHad)
+{
+    resize(32, 24, green);
+    content.refusals = 1000;
+    EXPECT_FALSE(update(32, 24));
+    const auto before = recorder.pictures();
+    runUntil(now + 600 * millisecond);
+    const auto after = recorder.pictures();
+    ASSERT_THAT(after, SizeIs(before.size() + 1));
+    EXPECT_EQ(after.back().address, before.back().address);
+    EXPECT_EQ(after.back().width, 16);
+}
+
+TEST_F(ResizedPictures, AFailedUpdateToTheSizeThatThePicturesHaveForgetsNothingThatWasDrawnMeanwhile)
+{
+    // So that the pictures of the pool have been used.
+    for (std::int32_t x = 0; x < 4; ++x) {
+        now += sixtieth * 2;
+        draw({x, 0, 1, 1}, green);
+        work();
+    }
+    content.refusals = 1;
+    content.whileFetched = [this] { draw({3, 4, 5, 2}, blue); };
+    EXPECT_FALSE(update(16, 12));
+    now += sixtieth * 2;
+    work();
+    expectContent();
+}
+
 TEST_F(ResizedPictures, AnUpdateWithoutMemoryChangesNothingAndTheSizeIsToldAgainASecondLater)
 {
     resize(32, 24, green);
