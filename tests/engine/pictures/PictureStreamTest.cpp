@@ -618,7 +618,7 @@ protected:
     /// That each pixel of the last picture is one of the content's.
     void expectContent() const
     {
-        const auto& last = recorder.pictures().back();
+        const auto last = recorder.pictures().back();
         EXPECT_EQ(recorder.lastColours(), content.colours()) << last.width << " x " << last.height;
     }
 
