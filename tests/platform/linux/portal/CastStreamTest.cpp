@@ -101,9 +101,11 @@ protected:
         });
     }
 
-    void waitForSettledSizes(std::size_t count)
+    /// Waits until that many sizes have.
+    bool haveSettled(std::size_t count)
     {
         recorder.waitFor("a size that has settled", [&] { return recorder.settled().size() >= count; });
+        return recorder.settled().size() >= count;
     }
 
     void expectNumbersAndNoOthers(const std::set<std::uint32_t>& numbers)
@@ -313,7 +315,7 @@ TEST_F(CastStreamTest, AResizedWindowGoesOnInItsOwnSizeWhenToldTo)
     for (const auto& [width, height] : {std::pair{801, 403}, std::pair{320, 240}}) {
         cast->resize(width, height);
         cast->show(++number);
-        waitForSettledSizes(number - 1);
+        ASSERT_TRUE(haveSettled(number - 1));
         EXPECT_EQ(recorder.settled().back(), std::pair(width, height));
         const auto updated = stream->updateSize(attachment, width, height);
         ASSERT_TRUE(updated) << updated.error().localizedDescription;
@@ -335,14 +337,14 @@ TEST_F(CastStreamTest, WithoutAPictureTheSizeIsNotUpdatedAndToldAgainASecondLate
     openAndAttach();
     const PixelRect part{20, 10, 400, 300};
     cast->show({.number = 2, .crop = part, .damage = {}, .time = {}});
-    waitForSettledSizes(1);
+    ASSERT_TRUE(haveSettled(1));
     // In the new format there is no picture yet.
     const auto before = cast->connections();
     cast->resize(800, 600);
     cast->waitForConnections(before + 1);
     EXPECT_FALSE(stream->updateSize(attachment, part.width, part.height));
     cast->show({.number = 3, .crop = part, .damage = {}, .time = {}});
-    waitForSettledSizes(2);
+    ASSERT_TRUE(haveSettled(2));
     EXPECT_EQ(recorder.settled().back(), std::pair(part.width, part.height));
     EXPECT_TRUE(stream->updateSize(attachment, part.width, part.height));
     EXPECT_EQ(recorder.pictures().back().reading.number(), 3U);

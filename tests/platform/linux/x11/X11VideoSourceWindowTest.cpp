@@ -355,6 +355,7 @@ TEST(X11VideoSourceWindow, AWindowThatIsResizedAllTheTimeAndThenGoesWhileItsSize
     }
     resize(321, 123);
     captured.recorder.waitFor("an update", [&] { return captured.source.updateSize(width, height).has_value(); });
+    EXPECT_FALSE(captured.source.updateSize(width + 1, height)) << "which the window does not have";
     captured.expected.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), 0);
     captured.fill({0, 0, width, height}, 0x2080c0);
     captured.waitUntilRight();
