@@ -222,6 +222,11 @@ public:
         return session;
     }
 
+    [[nodiscard]] platform::CompressionStatus checkSize(std::int32_t width, std::int32_t height) override
+    {
+        return inner_->checkSize(width, height);
+    }
+
     [[nodiscard]] std::string description(platform::CompressionStatus status) const override { return inner_->description(status); }
 
 private:
@@ -263,6 +268,12 @@ public:
         meter_->report(Event::soundIsThere);
         if (const auto delegate = delegate_.lock())
             delegate->streamDidRegainSound(stream);
+    }
+
+    void streamContentDidSettle(const platform::CaptureStream& stream, std::int32_t width, std::int32_t height) override
+    {
+        if (const auto delegate = delegate_.lock())
+            delegate->streamContentDidSettle(stream, width, height);
     }
 
 private:

@@ -121,7 +121,7 @@ std::shared_ptr<ScreenCaptureKitService> ScreenCaptureKitService::create(Service
         if (!self)
             return;
         MutexLock lock(self->manualWriterLock_);
-        if (const auto writer = self->activeManualWriter_.load())
+        if (const auto writer = self->activeManualWriter_.load(); writer && self->sizeGate_.admits(sample->presentationTimeStamp))
             writer->appendVideoSample(sample);
     });
     return service;
@@ -213,6 +213,7 @@ void ScreenCaptureKitService::streamDidStart(const std::shared_ptr<Start>& start
     liveStream_ = stream_.get();
     activeWindow_ = start->window;
     isCapturing_ = true;
+    pictureSize_ = {static_cast<std::int32_t>(start->configuration.width), static_cast<std::int32_t>(start->configuration.height)};
     Log::capture().info(
         log_line::startedWindowCapture, start->window.displayName(), start->configuration.width, start->configuration.height);
     start->completion(StartOutcome::started);
@@ -241,6 +242,9 @@ void ScreenCaptureKitService::stopCapture()
     if (auto stream = std::exchange(stream_, nullptr))
         stop(std::move(stream));
     encoder_.abandon();
+    settledSize_.reset();
+    isFollowingSize_ = false;
+    sizeGate_.reset();
     activeWindow_.reset();
     Log::capture().info(log_line::stoppedWindowCapture);
 }
@@ -289,6 +293,7 @@ void ScreenCaptureKitService::stopManualRecording(StopRecordingCompletion comple
     }
     retire(writer);
     writer->finish(std::move(finish));
+    followSize();
 }
 
 bool ScreenCaptureKitService::isRecordingManualClip() const
@@ -348,10 +353,71 @@ void ScreenCaptureKitService::streamDidOutputSampleBuffer(
 
 void ScreenCaptureKitService::encode(const platform::CaptureStream& stream, const SampleBuffer& sample)
 {
+    sizeGate_.note({sample.imageBuffer->width, sample.imageBuffer->height}, sample.presentationTimeStamp);
     encoder_.encode(sample.imageBuffer, sample.presentationTimeStamp, sample.duration);
     // A stop that came while the first picture's session was being made found none to end.
     if (!isCapturing_ || &stream != liveStream_)
         encoder_.abandon();
+}
+
+void ScreenCaptureKitService::streamContentDidSettle(const platform::CaptureStream& stream, std::int32_t width, std::int32_t height)
+{
+    if (width < minimumPixels || height < minimumPixels)
+        return;
+    services_.mainExecutor->async([weak = weak_from_this(), settled = &stream, size = PictureSize{width, height}] {
+        const auto self = weak.lock();
+        if (!self || self->stream_.get() != settled)
+            return;
+        self->settledSize_ = size;
+        self->followSize();
+    });
+}
+
+void ScreenCaptureKitService::followSize()
+{
+    if (!stream_ || !settledSize_ || settledSize_ == pictureSize_ || isFollowingSize_ || isRecordingManualClip())
+        return;
+    isFollowingSize_ = true;
+    encoder_.checkSize(settledSize_->width, settledSize_->height,
+        [executor = services_.mainExecutor, weak = weak_from_this(), generation = startGeneration_, size = *settledSize_](bool isPossible) {
+            executor->async([weak, generation, size, isPossible] {
+                if (const auto self = weak.lock(); self && self->startGeneration_ == generation)
+                    self->sizeWasChecked(size, isPossible);
+            });
+        });
+}
+
+void ScreenCaptureKitService::sizeWasChecked(PictureSize size, bool isPossible)
+{
+    isFollowingSize_ = false;
+    if (!isPossible && settledSize_ == size)
+        settledSize_.reset();
+    // A recording has begun meanwhile, or the window has gone on to another size.
+    if (settledSize_ != size || isRecordingManualClip())
+        return followSize();
+    isFollowingSize_ = true;
+    sizeGate_.beginChange(size);
+    stream_->updateSize(size.width, size.height,
+        [executor = services_.mainExecutor, weak = weak_from_this(), generation = startGeneration_, size](const Result<void>& result) {
+            executor->async([weak, generation, size, isDone = result.has_value()] {
+                if (const auto self = weak.lock(); self && self->startGeneration_ == generation)
+                    self->sizeWasUpdated(size, isDone);
+            });
+        });
+}
+
+void ScreenCaptureKitService::sizeWasUpdated(PictureSize size, bool isDone)
+{
+    isFollowingSize_ = false;
+    if (isDone) {
+        pictureSize_ = size;
+    } else {
+        sizeGate_.abandonChange();
+        // The stream says so again when it is still like that in a second.
+        if (settledSize_ == size)
+            settledSize_.reset();
+    }
+    followSize();
 }
 
 void ScreenCaptureKitService::streamDidStopWithError(const platform::CaptureStream& stream, const Error& error)

@@ -7,6 +7,7 @@
 #include "base/SharedCell.h"
 #include "base/WaitGroup.h"
 #include "capture/ManualRecordingWriter.h"
+#include "capture/PictureSizeGate.h"
 #include "capture/VideoHardwareEncoder.h"
 #include "platform/CaptureStream.h"
 #include "platform/FileManager.h"
@@ -36,7 +37,8 @@ public:
 };
 
 /// Owns the stream, sends every picture to the encoder, and feeds compressed frames and raw sound to the writer of the running
-/// recording. Main thread only, except for what the stream and the encoder call. At most one stream and one recording exist.
+/// recording. While no recording runs, the pictures follow the size that the window has settled at: what a recording holds has one size.
+/// Main thread only, except for what the stream and the encoder call. At most one stream and one recording exist.
 class ScreenCaptureKitService final : public platform::StreamOutput,
                                       public platform::StreamDelegate,
                                       public std::enable_shared_from_this<ScreenCaptureKitService> {
@@ -101,6 +103,7 @@ public:
     void streamDidOutputSampleBuffer(
         const platform::CaptureStream& stream, const SampleBufferRef& sample, platform::StreamOutputType type) override;
     void streamDidStopWithError(const platform::CaptureStream& stream, const Error& error) override;
+    void streamContentDidSettle(const platform::CaptureStream& stream, std::int32_t width, std::int32_t height) override;
 
 private:
     struct Start;
@@ -110,6 +113,9 @@ private:
     void streamDidStart(const std::shared_ptr<Start>& start, Result<void> result);
     [[nodiscard]] bool endIfSuperseded(Start& start);
     void encode(const platform::CaptureStream& stream, const SampleBuffer& sample);
+    void followSize();
+    void sizeWasChecked(PictureSize size, bool isPossible);
+    void sizeWasUpdated(PictureSize size, bool isDone);
     void retire(const std::shared_ptr<ManualRecordingWriter>& writer);
     void stop(std::shared_ptr<platform::CaptureStream> stream);
 
@@ -129,6 +135,11 @@ private:
 
     // The running stream, for the sample queues: a picture that an earlier stream left in a queue is no longer ours.
     std::atomic<const platform::CaptureStream*> liveStream_ = nullptr;
+
+    std::optional<PictureSize> settledSize_;  // of the window, where the pictures have or had another one
+    PictureSize pictureSize_;
+    bool isFollowingSize_ = false;  // a size is being checked, or the stream has been told one
+    PictureSizeGate sizeGate_;
 
     std::uint64_t startGeneration_ = 0;
     std::vector<std::weak_ptr<ManualRecordingWriter>> retiredWriters_;

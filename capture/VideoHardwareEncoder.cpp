@@ -80,6 +80,13 @@ void VideoHardwareEncoder::setUpSession(std::int32_t width, std::int32_t height)
     Log::capture().info(log_line::initializedEncoder, width, height);
 }
 
+void VideoHardwareEncoder::checkSize(std::int32_t width, std::int32_t height, UniqueFunction<void(bool isPossible)> completion)
+{
+    endingQueue_.async([sessions = sessions_, width, height, completion = std::move(completion)]() mutable {
+        completion(sessions->checkSize(width, height) == 0);
+    });
+}
+
 void VideoHardwareEncoder::invalidate()
 {
     if (const auto session = session_.exchange(nullptr))

@@ -33,6 +33,10 @@ public:
     /// On the capture service's sample queue. Returns without waiting for the compression; a frame that needs a new session waits for that.
     void encode(const PixelBufferRef& pixelBuffer, MediaTime presentationTimeStamp, MediaTime duration);
 
+    /// Whether pictures of this size could be encoded: found out on a queue, where `completion` is called. No session is made, and the one there
+    /// is goes on. Any thread.
+    void checkSize(std::int32_t width, std::int32_t height, UniqueFunction<void(bool isPossible)> completion);
+
     /// Delivers what is pending and drops the session; waits for the compression. Any thread.
     void invalidate();
 
@@ -46,7 +50,7 @@ public:
 
     [[nodiscard]] const SerialQueue& outputQueue() const { return output_->queue; }
 
-    /// Where abandoned sessions end.
+    /// Where abandoned sessions end and sizes are checked.
     [[nodiscard]] const SerialQueue& endingQueue() const { return endingQueue_; }
 
     /// True unless the first attachment dictionary says that the sample is not a sync sample or depends on others.

@@ -8,6 +8,7 @@
 #include "platform/ContentFilter.h"
 #include "platform/StreamConfiguration.h"
 
+#include <cstdint>
 #include <memory>
 
 namespace velmora::platform {
@@ -36,12 +37,19 @@ public:
 
     /// Sound has come after all. On any thread.
     virtual void streamDidRegainSound([[maybe_unused]] const CaptureStream& stream) { }
+
+    /// What is captured has had this size, in pixels, for a second, and it is not that of the pictures. Said once, and again when it has
+    /// changed, or a second after an update of the size that failed. On any thread.
+    virtual void streamContentDidSettle(
+        [[maybe_unused]] const CaptureStream& stream, [[maybe_unused]] std::int32_t width, [[maybe_unused]] std::int32_t height)
+    {
+    }
 };
 
 /// Delivers the pictures and sound of one filter until it is stopped or stops with an error.
 ///
 /// Pictures come when something has changed, on average no closer than the configuration's minimum frame interval, all of the configuration's
-/// size, and at least every 0.5 s (the last picture again, with a new time stamp). Sound comes in blocks of at least 1024 frames
+/// size or of that of the last update, and at least every 0.5 s (the last picture again, with a new time stamp). Sound comes in blocks of at least 1024 frames
 /// of interleaved 32-bit float, without a gap while the sound server lives. Time stamps of both count CLOCK_MONOTONIC.
 /// Once a stop has been asked for, nothing but its completion arrives. Outputs and delegate are held weakly.
 class CaptureStream {
@@ -55,6 +63,11 @@ public:
 
     /// Once. `completion` is called exactly once, on any thread.
     virtual void startCapture(Completion completion) = 0;
+
+    /// The running stream goes on in pictures of another size, in pixels, without a pause. `completion` is called exactly once, on any thread:
+    /// with an error when no picture of that size has been or will be delivered, so that all is as before, else when every picture that has yet
+    /// to be handed to its queue has the new size and one of them has been.
+    virtual void updateSize(std::int32_t width, std::int32_t height, Completion completion) = 0;
 
     /// `completion` is called exactly once, on any thread, after the last sample has been handed to its queue.
     virtual void stopCapture(Completion completion) = 0;

@@ -54,6 +54,13 @@ public:
     virtual tl::expected<std::shared_ptr<CompressionSession>, CompressionStatus> makeSession(
         std::int32_t width, std::int32_t height, FourCharacterCode codec, CompressionSession::OutputCallback output) = 0;
 
+    /// 0 when pictures of this size can be compressed; else what makeSession() would fail with. Takes as long as the first session for a size
+    /// takes to be made, and saves that session the time. Any thread.
+    [[nodiscard]] virtual CompressionStatus checkSize([[maybe_unused]] std::int32_t width, [[maybe_unused]] std::int32_t height)
+    {
+        return 0;
+    }
+
     /// What a status from makeSession() means, for people; empty when only the number is known.
     [[nodiscard]] virtual std::string description([[maybe_unused]] CompressionStatus status) const { return {}; }
 };

@@ -1,5 +1,6 @@
 #include "engine/capture/CaptureStreams.h"
 
+#include "engine/pictures/PictureStream.h"
 #include "media/LiveTime.h"
 
 #include <algorithm>
@@ -25,7 +26,7 @@ using platform::StreamConfiguration;
 using platform::StreamOutputType;
 
 constexpr const char* errorDomain = "Velmora.CaptureStream";
-enum ErrorCode { noMicrophone = 1, noSound = 2 };
+enum ErrorCode { noMicrophone = 1, noSound = 2, impossibleSize = 3, hasEnded = 4 };
 
 /// A sound server delivers silence too. One that has delivered nothing for this long is not there.
 constexpr std::chrono::seconds longestWaitForSound{3};
@@ -165,6 +166,13 @@ public:
             [self = shared_from_this(), completion = std::move(completion)]() mutable { completion(self->startSources()); });
     }
 
+    void updateSize(std::int32_t width, std::int32_t height, Completion completion) override
+    {
+        delivery_->control->async([self = shared_from_this(), width, height, completion = std::move(completion)]() mutable {
+            completion(self->updatePictures(width, height));
+        });
+    }
+
     void stopCapture(Completion completion) override
     {
         delivery_->stopping = true;
@@ -186,10 +194,23 @@ private:
                     deliver(delivery, picture, StreamOutputType::screen);
                 },
             .stopped = [delivery = delivery_](const Error& error) { reportStop(delivery, error); },
+            .settled =
+                [delivery = delivery_](std::int32_t width, std::int32_t height) {
+                    tell(*delivery, [&](auto& delegate, const auto& stream) { delegate.streamContentDidSettle(stream, width, height); });
+                },
         });
         if (!started && audio_)
             audio_->stop();
         return started;
+    }
+
+    Result<void> updatePictures(std::int32_t width, std::int32_t height)
+    {
+        if (!PictureStream::isPossible(width, height))
+            return fail(errorDomain, impossibleSize, "The picture size is out of range.");
+        if (delivery_->stopping)
+            return fail(errorDomain, hasEnded, "The stream has ended.");
+        return video_->updateSize(width, height);
     }
 
     void startSound()

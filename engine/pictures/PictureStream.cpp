@@ -9,20 +9,44 @@
 
 namespace velmora::engine {
 
+namespace {
+
+constexpr const char* errorDomain = "Velmora.PictureStream";
+constexpr int noPicture = 1;
+
+platform::StreamConfiguration resized(platform::StreamConfiguration configuration, std::int32_t width, std::int32_t height)
+{
+    configuration.width = width;
+    configuration.height = height;
+    return configuration;
+}
+
+}  // namespace
+
+bool PictureStream::isPossible(std::int64_t width, std::int64_t height)
+{
+    return width >= 1 && height >= 1 && width <= largestSide && height <= largestSide;
+}
+
 bool PictureStream::isPossible(const platform::StreamConfiguration& configuration)
 {
-    return configuration.width >= 1 && configuration.height >= 1 && configuration.width <= largestSide
-        && configuration.height <= largestSide;
+    return isPossible(configuration.width, configuration.height);
+}
+
+std::size_t PictureStream::requiredBytes(std::int32_t width, std::int32_t height)
+{
+    return PicturePool::requiredBytes(width, height);
 }
 
 std::size_t PictureStream::requiredBytes(const platform::StreamConfiguration& configuration)
 {
-    return PicturePool::requiredBytes(static_cast<std::int32_t>(configuration.width), static_cast<std::int32_t>(configuration.height));
+    return requiredBytes(static_cast<std::int32_t>(configuration.width), static_cast<std::int32_t>(configuration.height));
 }
 
 PictureStream::PictureStream(const platform::StreamConfiguration& configuration, std::shared_ptr<MemoryBlock> memory,
     PictureContent& content, PictureScalerFactory makeScaler, UniqueFunction<void(SampleBufferRef)> deliver, Clock now)
-    : whole_{0, 0, static_cast<std::int32_t>(configuration.width), static_cast<std::int32_t>(configuration.height)}
+    : configuration_(configuration)
+    , whole_{0, 0, static_cast<std::int32_t>(configuration.width), static_cast<std::int32_t>(configuration.height)}
     , content_(content)
     , makeScaler_(std::move(makeScaler))
     , deliver_(std::move(deliver))
@@ -36,8 +60,11 @@ PictureStream::PictureStream(const platform::StreamConfiguration& configuration,
 
 void PictureStream::contentReplaced(std::int32_t width, std::int32_t height)
 {
+    const bool isResized = width != contentWidth_ || height != contentHeight_;
     contentWidth_ = width;
     contentHeight_ = height;
+    if (isResized)
+        awaitSettling();
     pool_.invalidate();
     changed_.add(whole_);
     unpainted_ = UnpaintedArea{{0, 0, width, height}};
@@ -56,6 +83,41 @@ void PictureStream::damage(PixelRect part)
         paintDue_ = {};
 }
 
+Result<void> PictureStream::updateSize(std::int32_t width, std::int32_t height, Result<std::shared_ptr<MemoryBlock>> memory)
+{
+    assert(isPossible(width, height));
+    if (!memory) {
+        awaitSettling();
+        return fail(std::move(memory.error()));
+    }
+    if (width != contentWidth_ || height != contentHeight_) {
+        awaitSettling();
+        return fail(errorDomain, noPicture, "The content has another size.");
+    }
+    const auto formerWhole = std::exchange(whole_, {0, 0, width, height});
+    auto formerSamples = std::exchange(samples_, PictureSamples{resized(configuration_, width, height)});
+    auto formerPool = std::exchange(pool_, PicturePool{std::move(*memory), width, height});
+    auto* const formerLast = std::exchange(last_, nullptr);
+    changed_.clear();
+    changed_.add(whole_);
+
+    auto taken = take(std::nullopt);
+    if (!last_) {
+        whole_ = formerWhole;
+        samples_ = std::move(formerSamples);
+        pool_ = std::move(formerPool);
+        last_ = formerLast;
+        // What was reported meanwhile was reported to pictures that are gone.
+        pool_.invalidate();
+        changed_.clear();
+        changed_.add(whole_);
+        if (taken)
+            taken = fail(errorDomain, noPicture, "No picture of that size can be had now.");
+    }
+    awaitSettling();
+    return taken;
+}
+
 void PictureStream::awaitFirstPaint()
 {
     paintDue_ = now_() + longestFirstPaint;
@@ -68,7 +130,7 @@ MonotonicTime PictureStream::due() const
 
 MonotonicTime PictureStream::deadline() const
 {
-    const auto time = last_ ? lastTime_ + repeatInterval : never;
+    const auto time = std::min(last_ ? lastTime_ + repeatInterval : never, settleDue_);
     return isOutdated() ? std::min(time, due()) : time;
 }
 
@@ -87,6 +149,11 @@ void PictureStream::repeat()
     const auto now = now_();
     if (last_ && now >= lastTime_ + repeatInterval)
         deliver(*last_, now, {});
+    if (now < settleDue_)
+        return;
+    settleDue_ = never;
+    if (settled_)
+        settled_(contentWidth_, contentHeight_);
 }
 
 Result<void> PictureStream::take(std::optional<MonotonicTime> contentTime)

@@ -39,9 +39,10 @@ public:
     virtual Result<std::optional<ContentPixels>> fetchAll() = 0;
 };
 
-/// Owns the pictures of one stream, all of the configuration's size. A picture is taken where and when the content changes, at most one an
-/// interval (FramePacer); the last one is repeated, same memory and nothing dirty, when half a second passes without a new one. While
-/// consumers hold the whole pool none is taken. Content of another size is fitted in: its shape kept, centred, black around it.
+/// Owns the pictures of one stream, all of one size: the configuration's, until updateSize(). A picture is taken where and when the
+/// content changes, at most one an interval (FramePacer); the last one is repeated, same memory and nothing dirty, when half a second
+/// passes without a new one. While consumers hold the whole pool none is taken. Content of another size is fitted in: its shape kept,
+/// centred, black around it.
 ///
 /// A back end reports what has changed, calls work() at deadline() and whenever something has changed, and hands out pixels when asked.
 /// Used on one thread.
@@ -51,14 +52,17 @@ public:
 
     static constexpr std::chrono::milliseconds repeatInterval{500};
     static constexpr std::chrono::milliseconds longestFirstPaint{500};
+    static constexpr std::chrono::seconds settlingTime{1};  ///< a size that stays for so long is one that somebody wanted
     static constexpr MonotonicTime never = MonotonicTime::max();
 
     /// The greatest width and height of a stream's pictures; the least is 1. Window systems have 16-bit sizes and signed coordinates.
     static constexpr std::int64_t largestSide = 32767;
 
+    [[nodiscard]] static bool isPossible(std::int64_t width, std::int64_t height);
     [[nodiscard]] static bool isPossible(const platform::StreamConfiguration& configuration);
 
-    /// How large the memory of the pictures must be, for a configuration that is possible.
+    /// How large the memory of the pictures must be, for a size that is possible.
+    [[nodiscard]] static std::size_t requiredBytes(std::int32_t width, std::int32_t height);
     [[nodiscard]] static std::size_t requiredBytes(const platform::StreamConfiguration& configuration);
 
     /// `memory` is zeroed and of at least the required size. `content` outlives the stream. `makeScaler` is called with the first picture that
@@ -74,6 +78,16 @@ public:
 
     /// The first picture waits until all of the content has been drawn, half a second at most: what is there now is not the content's own.
     void awaitFirstPaint();
+
+    /// Within work() and repeat(), `settled` is told the content's size when it has stayed for a second and is not that of the pictures;
+    /// once, and again when it has changed, or a second after updateSize() has failed.
+    void observeSize(UniqueFunction<void(std::int32_t width, std::int32_t height)> settled) { settled_ = std::move(settled); }
+
+    /// The pictures have this size, which is the content's, from now on, and the first is delivered before this returns; what is dirty
+    /// counts anew. `memory` is as at construction, or why there is none; width(), height() and bytesPerRow() are the new ones when that
+    /// picture is fetched. An error: there is no memory, or the content has another size by now or cannot be had, and all is as before.
+    /// Pictures that are still held keep the memory they are in.
+    Result<void> updateSize(std::int32_t width, std::int32_t height, Result<std::shared_ptr<MemoryBlock>> memory);
 
     /// Whether what is drawn over the content, a pointer for example, has moved or looks different since the last picture.
     void setOverlayIsOutdated(bool isOutdated) { overlayIsOutdated_ = isOutdated; }
@@ -100,14 +114,17 @@ public:
 private:
     [[nodiscard]] bool isOutdated() const { return !changed_.isEmpty() || overlayIsOutdated_; }
     [[nodiscard]] MonotonicTime due() const;
+    void awaitSettling() { settleDue_ = isScaled() ? now_() + settlingTime : never; }
     Result<void> take(std::optional<MonotonicTime> contentTime);
     Result<bool> fit(PooledPicture& picture);
     void deliver(PooledPicture& picture, MonotonicTime time, std::vector<PixelRect> dirty);
 
-    const PixelRect whole_;
+    const platform::StreamConfiguration configuration_;
+    PixelRect whole_;
     PictureContent& content_;
     PictureScalerFactory makeScaler_;
     UniqueFunction<void(SampleBufferRef)> deliver_;
+    UniqueFunction<void(std::int32_t, std::int32_t)> settled_;
     const Clock now_;
     PictureSamples samples_;
     PicturePool pool_;
@@ -121,6 +138,7 @@ private:
     UnpaintedArea unpainted_;
     MonotonicTime paintDue_;  // of the first picture
     MonotonicTime retryDue_;  // no picture was free, or none could be fetched
+    MonotonicTime settleDue_ = never;
     PooledPicture* last_ = nullptr;
     MonotonicTime lastTime_;
 };

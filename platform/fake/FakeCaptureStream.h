@@ -45,6 +45,22 @@ public:
 
     void answerStart() { std::exchange(heldStart_, nullptr)(startResult()); }
 
+    void updateSize(std::int32_t width, std::int32_t height, Completion completion) override
+    {
+        sizesAsked.emplace_back(width, height);
+        heldUpdate_ = std::move(completion);
+    }
+
+    /// The answer to the last update. As the real one, deliver a picture of the new size before one that is good.
+    void answerUpdate(Result<void> result) { std::exchange(heldUpdate_, nullptr)(std::move(result)); }
+
+    /// The window has had this size for a second.
+    void settle(std::int32_t width, std::int32_t height)
+    {
+        if (const auto target = delegate.lock())
+            target->streamContentDidSettle(*this, width, height);
+    }
+
     void stopCapture(Completion completion) override
     {
         ++stopCount;
@@ -93,6 +109,7 @@ public:
     bool holdsStop = false;  ///< a stream that takes its time to stop, until answerStop()
     bool started = false;
     int stopCount = 0;
+    std::vector<std::pair<std::int32_t, std::int32_t>> sizesAsked;  ///< by updates
 
 private:
     [[nodiscard]] Result<void> startResult() const
@@ -111,6 +128,7 @@ private:
 
     Completion heldStart_;
     Completion heldStop_;
+    Completion heldUpdate_;
 };
 
 class FakeCaptureStreams final : public platform::CaptureStreamFactory {

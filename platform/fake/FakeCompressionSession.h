@@ -88,9 +88,10 @@ public:
 private:
     static SampleBufferRef encoded(const CompressionSessionRecord::Frame& frame, bool keyFrame)
     {
-        static const auto format = std::make_shared<const FormatDescription>(VideoFormat{FourCharacterCode{"avc1"}, 640, 480, {}, {}});
+        const auto& picture = *frame.pixelBuffer;
         auto sample = std::make_shared<SampleBuffer>();
-        sample->format = format;
+        sample->format =
+            std::make_shared<const FormatDescription>(VideoFormat{FourCharacterCode{"avc1"}, picture.width, picture.height, {}, {}});
         sample->presentationTimeStamp = frame.presentationTimeStamp;
         sample->duration = frame.duration;
         sample->data = DataBlock::owning(std::vector<std::byte>(16));
@@ -132,6 +133,13 @@ public:
         return session;
     }
 
+    platform::CompressionStatus checkSize(std::int32_t width, std::int32_t height) override
+    {
+        if (onCheck)
+            onCheck();
+        return width > largestSide || height > largestSide ? -1 : 0;
+    }
+
     /// Null before the first. Any thread.
     [[nodiscard]] std::shared_ptr<FakeCompressionSession> newest() const
     {
@@ -142,6 +150,8 @@ public:
     platform::CompressionStatus createStatus = 0;
     bool encodesAtOnce = true;
     std::function<void()> onMake;  ///< called first of all; a test may wait in it
+    std::function<void()> onCheck;  ///< called first of all by checkSize; a test may wait in it
+    std::int32_t largestSide = 4096;
     int attempts = 0;
     std::vector<std::shared_ptr<CompressionSessionRecord>> records;
     std::vector<std::shared_ptr<FakeCompressionSession>> sessions;

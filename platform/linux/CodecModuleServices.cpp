@@ -22,6 +22,12 @@ public:
         return (*module)->compressionSessions()->makeSession(width, height, codec, std::move(output));
     }
 
+    [[nodiscard]] platform::CompressionStatus checkSize(std::int32_t width, std::int32_t height) override
+    {
+        const auto module = codecModule();
+        return module ? (*module)->compressionSessions()->checkSize(width, height) : moduleMissing;
+    }
+
     [[nodiscard]] std::string description(platform::CompressionStatus status) const override
     {
         const auto module = codecModule();

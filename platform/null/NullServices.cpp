@@ -29,6 +29,7 @@ public:
     }
 
     void startCapture(Completion completion) override { completion(fail(unavailable(reason_))); }
+    void updateSize(std::int32_t, std::int32_t, Completion completion) override { completion(fail(unavailable(reason_))); }
     void stopCapture(Completion completion) override { completion({}); }
 
 private:

@@ -137,5 +137,12 @@ TEST_F(RecordingMeterTest, CountsPicturesThatWereNotEncodedWhileAFileIsWritten)
     EXPECT_EQ(outputs, 3);
 }
 
+TEST_F(RecordingMeterTest, ASizeIsCheckedByTheEncodersThatAreMetered)
+{
+    const auto sessions = metered(std::make_shared<fake::FakeCompressionSessions>(), meter);
+    EXPECT_EQ(sessions->checkSize(4096, 4096), 0);
+    EXPECT_NE(sessions->checkSize(4097, 4096), 0);
+}
+
 }  // namespace
 }  // namespace velmora

@@ -707,6 +707,228 @@ TEST_F(ScreenCaptureKitServiceTest, DrainingWaitsUntilEveryFinishedFileIsOnTheDi
     EXPECT_EQ(saved, (std::vector<std::filesystem::path>{folder.path() / "second.mp4", folder.path() / "first.mp4"}));
 }
 
+/// The window, of 1280 x 720, is resized.
+class ResizedWindow : public ScreenCaptureKitServiceTest {
+protected:
+    using Sizes = std::vector<std::pair<std::int32_t, std::int32_t>>;
+
+    ResizedWindow() { startOrFail(); }
+
+    void runAll()
+    {
+        executor->runAll();
+        service->encoder().endingQueue().drain();
+        executor->runAll();
+    }
+
+    void settleAt(std::int32_t width, std::int32_t height)
+    {
+        stream().settle(width, height);
+        runAll();
+    }
+
+    void answer(Result<void> result)
+    {
+        stream().answerUpdate(std::move(result));
+        runAll();
+    }
+
+    void deliver(std::int64_t time, std::int32_t width, std::int32_t height)
+    {
+        stream().deliver(test::screenSample(time, width, height), StreamOutputType::screen);
+        settle();
+    }
+
+    /// Times of what the only recording holds, each with its width.
+    [[nodiscard]] std::vector<std::pair<std::int64_t, std::int32_t>> recorded() const
+    {
+        std::vector<std::pair<std::int64_t, std::int32_t>> all;
+        if (const auto input = writers->writers.at(0)->input(MediaType::video)) {
+            for (const auto& sample : input->samples)
+                all.emplace_back(sample->presentationTimeStamp.value, sample->format->video()->width);
+        }
+        return all;
+    }
+
+    const Error refusal{"test", 1, "Not now.", nullptr};
+};
+
+TEST_F(ResizedWindow, WhileNoRecordingRunsTheStreamGoesOnInTheSizeThatHasSettled)
+{
+    settleAt(1920, 1080);
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{1920, 1080}}));
+    answer({});
+    settleAt(961, 541);
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{1920, 1080}, {961, 541}}));
+    EXPECT_EQ(streams->streams.size(), 1U);
+    EXPECT_EQ(stream().stopCount, 0);
+    EXPECT_TRUE(service->isCapturing());
+}
+
+TEST_F(ResizedWindow, DuringARecordingNothingChangesAndWhenItEndsTheSizeIsFollowed)
+{
+    std::atomic<int> checks = 0;
+    sessions->onCheck = [&] { ++checks; };
+    ASSERT_TRUE(service->startManualRecording(url));
+    settleAt(1920, 1080);
+    deliver(1000, 1280, 720);
+    settleAt(1600, 900);
+    EXPECT_TRUE(stream().sizesAsked.empty());
+    EXPECT_EQ(checks, 0) << "a check takes the processor from the recording";
+    ASSERT_TRUE(stopRecording());
+    runAll();
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{1600, 900}}));
+}
+
+TEST_F(ResizedWindow, ARecordingThatBeginsWhileTheSizeIsCheckedHasTheFormerOne)
+{
+    std::promise<void> isChecked;
+    sessions->onCheck = [open = isChecked.get_future().share()] { open.wait(); };
+    stream().settle(1920, 1080);
+    executor->runAll();
+    ASSERT_TRUE(service->startManualRecording(url));
+    isChecked.set_value();
+    runAll();
+    EXPECT_TRUE(stream().sizesAsked.empty());
+    deliver(1000, 1280, 720);
+    ASSERT_TRUE(stopRecording());
+    EXPECT_EQ(recorded(), (std::vector<std::pair<std::int64_t, std::int32_t>>{{1000, 1280}}));
+    runAll();
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{1920, 1080}}));
+}
+
+TEST_F(ResizedWindow, APressInTheVeryMomentOfTheChangeRecordsTheNewSizeFromItsFirstPictureAndNothingOfTheFormer)
+{
+    sessions->encodesAtOnce = false;  // the first encoder has pictures left when the new size comes
+    deliver(1000, 1280, 720);
+    sessions->encodesAtOnce = true;
+    settleAt(1920, 1080);
+    ASSERT_TRUE(service->startManualRecording(url));
+    deliver(2000, 1280, 720);
+    sessions->newest()->emitOutput(0, test::videoSample(2000, true));
+    settle();
+    deliver(3000, 1920, 1080);
+    sessions->sessions.front()->emitOutput(0, test::videoSample(2500, true));
+    settle();
+    answer({});
+    deliver(4000, 1920, 1080);
+    ASSERT_TRUE(stopRecording());
+    EXPECT_EQ(recorded(), (std::vector<std::pair<std::int64_t, std::int32_t>>{{3000, 1920}, {4000, 1920}}));
+}
+
+TEST_F(ResizedWindow, APressInTheMomentOfAChangeThatFailsRecordsTheFormerSize)
+{
+    deliver(1000, 1280, 720);
+    settleAt(1920, 1080);
+    ASSERT_TRUE(service->startManualRecording(url));
+    answer(fail(refusal));
+    sessions->newest()->emitOutput(0, test::videoSample(2000, true));
+    settle();
+    ASSERT_TRUE(stopRecording());
+    EXPECT_EQ(recorded().size(), 1U);
+    runAll();
+    EXPECT_EQ(stream().sizesAsked.size(), 1U) << "until the stream says so again";
+    settleAt(1920, 1080);
+    EXPECT_EQ(stream().sizesAsked.size(), 2U);
+}
+
+TEST_F(ResizedWindow, ASizeThatNoEncoderTakesIsNotFollowed)
+{
+    settleAt(5000, 400);
+    ASSERT_TRUE(service->startManualRecording(url));
+    deliver(1000, 1280, 720);
+    ASSERT_TRUE(stopRecording());
+    runAll();
+    EXPECT_TRUE(stream().sizesAsked.empty());
+    EXPECT_EQ(recorded().size(), 1U);
+    settleAt(4000, 400);
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{4000, 400}}));
+}
+
+TEST_F(ResizedWindow, OfSizesThatSettleDuringACheckOrAChangeTheLastIsFollowed)
+{
+    std::promise<void> isChecked;
+    sessions->onCheck = [open = isChecked.get_future().share()] { open.wait(); };
+    stream().settle(1920, 1080);
+    executor->runAll();
+    stream().settle(800, 600);
+    executor->runAll();
+    isChecked.set_value();
+    runAll();
+    runAll();
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{800, 600}}));
+    settleAt(1000, 700);
+    EXPECT_EQ(stream().sizesAsked.size(), 1U) << "one change at a time";
+    answer({});
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{800, 600}, {1000, 700}}));
+}
+
+TEST_F(ResizedWindow, AWindowOfOnePixelIsNotFollowed)
+{
+    settleAt(1, 720);
+    EXPECT_TRUE(stream().sizesAsked.empty());
+}
+
+TEST_F(ResizedWindow, AWindowThatGoesDuringAChangeEndsTheCaptureAndTheRecordingThatWaitedForTheNewSize)
+{
+    deliver(1000, 1280, 720);
+    settleAt(1920, 1080);
+    ASSERT_TRUE(service->startManualRecording(url));
+    const auto gone = streams->streams.back();
+    gone->stopWithError({"Stream", 1, "The window is gone.", nullptr});
+    runAll();
+    EXPECT_EQ(delegate->reasons, std::vector<std::string>{"The window is gone."});
+    EXPECT_FALSE(service->isRecordingManualClip());
+    gone->answerUpdate(fail(refusal));
+    runAll();
+    EXPECT_FALSE(service->isCapturing());
+    EXPECT_EQ(gone->sizesAsked.size(), 1U);
+    service->drain();
+    EXPECT_FALSE(std::filesystem::exists(url));
+}
+
+TEST_F(ResizedWindow, AChangeThatAStopOvertookLeavesTheNextCaptureAlone)
+{
+    settleAt(1920, 1080);
+    const auto former = streams->streams.back();
+    startOrFail();
+    former->settle(1600, 900);
+    former->answerUpdate({});
+    runAll();
+    EXPECT_TRUE(stream().sizesAsked.empty());
+    ASSERT_TRUE(service->startManualRecording(url));
+    deliver(1000, 1280, 720);
+    ASSERT_TRUE(stopRecording());
+    EXPECT_EQ(recorded().size(), 1U);
+    runAll();
+    EXPECT_TRUE(stream().sizesAsked.empty());
+    settleAt(1920, 1080);
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{1920, 1080}}));
+}
+
+TEST_F(ResizedWindow, ACheckThatAStopOvertookLeavesTheNextCaptureAlone)
+{
+    std::promise<void> isChecked;
+    sessions->onCheck = [open = isChecked.get_future().share()] { open.wait(); };
+    stream().settle(1920, 1080);
+    executor->runAll();
+    startOrFail();
+    stream().settle(1920, 1080);
+    executor->runAll();
+    isChecked.set_value();
+    runAll();
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{1920, 1080}})) << "by its own check alone";
+}
+
+TEST_F(ResizedWindow, TheNextCaptureBeginsWithTheSizeThatItIsStartedIn)
+{
+    settleAt(1920, 1080);
+    answer({});
+    startOrFail();
+    settleAt(1920, 1080);
+    EXPECT_EQ(stream().sizesAsked, (Sizes{{1920, 1080}}));
+}
+
 class SlowEncoderTest : public ScreenCaptureKitServiceTest {
 protected:
     /// Returns with a picture waiting for the first encoder, which exists once `encoderIsMade_` has its value.

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iterator>
+#include <optional>
 #include <regex>
 
 namespace velmora::test {
@@ -40,6 +41,36 @@ TEST(TrayProgramTest, TheShortcutStartsARecordingAndTheNextOneSavesIt)
     const auto clip = program.lastSavedClip();
     ASSERT_THAT(clip, HasSubstr("Velmora-Recording-"));
     expectAClip(clip);
+}
+
+TEST(TrayProgramTest, AWindowThatIsResizedWhileNothingIsRecordedIsRecordedInItsNewSize)
+{
+    NumberedWindow window{{"--size", "640x360", "--position", "50,50"}};
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_EQ(window.command("resize 960x700"), "ok");
+    // Nothing tells when the pictures have changed but the clips, the first of which may be from before.
+    std::optional<ClipVideo> video;
+    ASSERT_TRUE(waitUntil([&] {
+        if (program.run({"toggle"}).status != 0 || !program.hasState("recordingClip"))
+            return false;
+        record(700ms);
+        const auto saved = program.run({"toggle"});
+        EXPECT_EQ(saved.status, 0) << saved.messages;
+        const auto clip = readClip(saved.lastLine());
+        EXPECT_THAT(clip.complaints, IsEmpty());
+        video = clip.video;
+        EXPECT_TRUE(video && !video->pictures.empty());
+        for (const auto& picture : video->pictures) {
+            EXPECT_EQ(picture.width, video->width);
+            EXPECT_EQ(picture.height, video->height);
+        }
+        return ::testing::Test::HasFailure() || video->width != 640;
+    }));
+    EXPECT_EQ(video->width, 960);
+    EXPECT_EQ(video->height, 700);
+    for (const auto& picture : video->pictures)
+        EXPECT_TRUE(picture.reading.isReadable()) << picture.time;
 }
 
 TEST(TrayProgramTest, HoldingTheKeysIsOnePress)

@@ -24,6 +24,14 @@ constexpr std::int32_t greatestSize = 16384;
 
 constexpr CompressionStatus tooLarge = AVERROR(ERANGE);
 
+VideoEncoderSettings settingsFor(std::int32_t width, std::int32_t height)
+{
+    VideoEncoderSettings settings;
+    settings.width = engine::paddedToEven(width);
+    settings.height = engine::paddedToEven(height);
+    return settings;
+}
+
 CompressionStatus applyProperty(VideoEncoderSettings& settings, CompressionProperty property, const CompressionPropertyValue& value)
 {
     const auto* number = std::get_if<std::int64_t>(&value);
@@ -163,8 +171,7 @@ LibavCompressionSession::LibavCompressionSession(
     : state_(std::make_shared<State>(width, height, std::move(output), std::move(open)))
 {
     MutexLock lock(state_->mutex);
-    state_->settings.width = engine::paddedToEven(width);
-    state_->settings.height = engine::paddedToEven(height);
+    state_->settings = settingsFor(width, height);
     state_->settings.effort = effort;
 }
 
@@ -260,18 +267,23 @@ void LibavCompressionSession::invalidate()
 tl::expected<std::shared_ptr<platform::CompressionSession>, CompressionStatus> LibavCompressionSessionFactory::makeSession(
     std::int32_t width, std::int32_t height, FourCharacterCode codec, platform::CompressionSession::OutputCallback output)
 {
-    if (codec != FourCharacterCode{"avc1"} || width < 1 || height < 1)
+    if (codec != FourCharacterCode{"avc1"})
         return tl::unexpected(AVERROR(EINVAL));
-    if (width > greatestSize || height > greatestSize)
-        return tl::unexpected(tooLarge);
-    VideoEncoderSettings settings;
-    settings.width = engine::paddedToEven(width);
-    settings.height = engine::paddedToEven(height);
-    if (const int error = VideoEncoderSelection::shared().check(settings))
+    if (const auto error = checkSize(width, height))
         return tl::unexpected(error);
+    auto settings = settingsFor(width, height);
     settings.effort = VideoEncoderSelection::shared().effortFor(settings);
     return std::make_shared<LibavCompressionSession>(width, height, settings.effort, std::move(output),
         [](const VideoEncoderSettings& wanted) { return VideoEncoderSelection::shared().open(wanted); });
+}
+
+CompressionStatus LibavCompressionSessionFactory::checkSize(std::int32_t width, std::int32_t height)
+{
+    if (width < 1 || height < 1)
+        return AVERROR(EINVAL);
+    if (width > greatestSize || height > greatestSize)
+        return tooLarge;
+    return VideoEncoderSelection::shared().check(settingsFor(width, height));
 }
 
 std::string LibavCompressionSessionFactory::description(platform::CompressionStatus status) const

@@ -47,6 +47,7 @@ public:
     /// Fails with the AVERROR of the last encoder when none can encode this size.
     tl::expected<std::shared_ptr<platform::CompressionSession>, platform::CompressionStatus> makeSession(
         std::int32_t width, std::int32_t height, FourCharacterCode codec, platform::CompressionSession::OutputCallback output) override;
+    [[nodiscard]] platform::CompressionStatus checkSize(std::int32_t width, std::int32_t height) override;
     [[nodiscard]] std::string description(platform::CompressionStatus status) const override;
 };
 

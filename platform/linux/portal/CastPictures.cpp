@@ -49,6 +49,10 @@ CastPictures::CastPictures(const platform::StreamConfiguration& configuration, s
     , stream_(configuration, std::move(memory), *this, std::move(makeScaler),
           [this](SampleBufferRef picture) { callbacks_.picture(std::move(picture)); })
 {
+    stream_.observeSize([this](std::int32_t width, std::int32_t height) {
+        if (callbacks_.settled)
+            callbacks_.settled(width, height);
+    });
 }
 
 void CastPictures::changed(PixelRect content, const std::optional<std::vector<PixelRect>>& damage)
@@ -71,6 +75,14 @@ Result<void> CastPictures::work(const CastPicture* newest, std::optional<Monoton
     }
     newest_ = newest;
     return stream_.work(time);
+}
+
+Result<void> CastPictures::updateSize(std::int32_t width, std::int32_t height, const CastPicture* newest)
+{
+    if (!newest)
+        return stream_.updateSize(width, height, failPortal(PortalErrorCode::windowUnavailable, "There is no picture of the window now."));
+    newest_ = newest;
+    return stream_.updateSize(width, height, allocateAnonymousMemory(engine::PictureStream::requiredBytes(width, height)));
 }
 
 Result<bool> CastPictures::fetch(engine::PooledPicture& picture)

@@ -14,7 +14,8 @@
 
 namespace velmora::linux_backend {
 
-/// The stream's pictures and, when they are taken, the newest picture of the cast. Used on one thread, which calls work() at deadline().
+/// The stream's pictures and, when they are taken, the newest picture of the cast. Used by one thread at a time; work() is
+/// called at deadline().
 class CastPictures final : engine::PictureContent {
 public:
     static Result<std::unique_ptr<CastPictures>> create(const platform::StreamConfiguration& configuration,
@@ -29,6 +30,9 @@ public:
     /// Delivers what is due. `newest` is the newest picture of the cast, taken at `time`; null when there is none to be read now.
     Result<void> work(const CastPicture* newest, std::optional<MonotonicTime> time);
 
+    /// PictureStream::updateSize(), from the newest picture of the cast; null when there is none to be read now, which fails it.
+    Result<void> updateSize(std::int32_t width, std::int32_t height, const CastPicture* newest);
+
     [[nodiscard]] engine::VideoSource::Callbacks& callbacks() { return callbacks_; }
 
 private:
@@ -40,7 +44,7 @@ private:
 
     engine::VideoSource::Callbacks callbacks_;
     engine::PictureStream stream_;
-    const CastPicture* newest_ = nullptr;  // while work() runs
+    const CastPicture* newest_ = nullptr;  // while work() or updateSize() runs
     std::vector<std::byte> scratch_;  // the content in our order of colours, before it is scaled
     PixelRect content_;
 };

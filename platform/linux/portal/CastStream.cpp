@@ -53,6 +53,7 @@ public:
     Result<void> start(FileDescriptor remote);
     Result<Attachment> attach(const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler,
         engine::VideoSource::Callbacks callbacks);
+    Result<void> updateSize(Attachment attachment, std::int32_t width, std::int32_t height);
     void detach(Attachment attachment);
     void end(const Error& error);
 
@@ -73,7 +74,10 @@ private:
     void onProcess();
     void examine(pw_buffer* buffer);
     [[nodiscard]] PixelRect windowIn(const CastPicture& picture, const CastBuffer& buffer);
+    template <typename Use>
+    Result<void> useNewest(Use use);
     void work();
+    void armTimer();
     void stop(PortalErrorCode code, const std::string& description) { stop(failPortal(code, description).value()); }
     void stop(const Error& error);
     [[nodiscard]] pw_loop* loop() const { return pw_thread_loop_get_loop(loop_.get()); }
@@ -367,22 +371,32 @@ PixelRect CastStream::Session::windowIn(const CastPicture& picture, const CastBu
     return window_;
 }
 
+/// With the newest picture, which can be read meanwhile; null when there is none.
+template <typename Use>
+Result<void> CastStream::Session::useNewest(Use use)
+{
+    if (!newest_)
+        return use(nullptr);
+    const auto& buffer = *buffers_.at(newest_);
+    buffer.beginReading();
+    auto done = use(&newestPicture_);
+    buffer.endReading();
+    return done;
+}
+
 /// Delivers what is due, and comes again when the next is.
 void CastStream::Session::work()
 {
     if (!pictures_ || ended_)
         return;
-    Result<void> done;
-    if (newest_) {
-        const auto& buffer = *buffers_.at(newest_);
-        buffer.beginReading();
-        done = pictures_->work(&newestPicture_, newestTime_);
-        buffer.endReading();
-    } else {
-        done = pictures_->work(nullptr, std::nullopt);
-    }
+    const auto done = useNewest([this](const CastPicture* newest) { return pictures_->work(newest, newestTime_); });
     if (!done)
         return stop(done.error());
+    armTimer();
+}
+
+void CastStream::Session::armTimer()
+{
     const auto deadline = pictures_->deadline();
     // A change for which there is no picture waits for it.
     const std::chrono::nanoseconds earliest = newest_ ? 1ms : 100ms;
@@ -416,6 +430,18 @@ Result<CastStream::Attachment> CastStream::Session::attach(
     return ++attachment_;
 }
 
+Result<void> CastStream::Session::updateSize(Attachment attachment, std::int32_t width, std::int32_t height)
+{
+    ThreadLoopLock lock{loop_.get()};
+    if (ended_)
+        return fail(*ended_);
+    if (!pictures_ || attachment != attachment_)
+        return failPortal(PortalErrorCode::windowUnavailable, "The window's pictures go elsewhere by now.");
+    auto updated = useNewest([&](const CastPicture* newest) { return pictures_->updateSize(width, height, newest); });
+    armTimer();
+    return updated;
+}
+
 void CastStream::Session::detach(Attachment attachment)
 {
     ThreadLoopLock lock{loop_.get()};
@@ -445,6 +471,11 @@ Result<CastStream::Attachment> CastStream::attach(
     const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler, engine::VideoSource::Callbacks callbacks)
 {
     return session_->attach(configuration, std::move(makeScaler), std::move(callbacks));
+}
+
+Result<void> CastStream::updateSize(Attachment attachment, std::int32_t width, std::int32_t height)
+{
+    return session_->updateSize(attachment, width, height);
 }
 
 void CastStream::detach(Attachment attachment)

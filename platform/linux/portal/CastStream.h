@@ -42,6 +42,10 @@ public:
     Result<Attachment> attach(const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler,
         engine::VideoSource::Callbacks callbacks);
 
+    /// PictureStream::updateSize() for the attachment's pictures; fails when there is another one by now, or the cast has ended. Any thread but
+    /// the stream's.
+    Result<void> updateSize(Attachment attachment, std::int32_t width, std::int32_t height);
+
     /// Returns when none of the attachment's callbacks runs or will run. Any thread but the stream's.
     void detach(Attachment attachment);
 

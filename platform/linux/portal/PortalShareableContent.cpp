@@ -457,6 +457,13 @@ public:
         return {};
     }
 
+    Result<void> updateSize(std::int32_t width, std::int32_t height) override
+    {
+        if (!attachment_)
+            return fail(noLongerShared());
+        return cast_->stream->updateSize(*attachment_, width, height);
+    }
+
     void stop() override
     {
         if (!cast_)

@@ -2,6 +2,7 @@
 
 #include "base/MonotonicClock.h"
 #include "engine/pictures/PictureStream.h"
+#include "engine/pictures/SizeRequest.h"
 #include "platform/linux/kernel/WakeUp.h"
 #include "platform/linux/x11/Connection.h"
 #include "platform/linux/x11/Cursor.h"
@@ -76,11 +77,18 @@ public:
         const Options& options, engine::PictureScalerFactory makeScaler, Callbacks callbacks);
     ~Capture() override;
 
+    Result<void> askForSize(std::int32_t width, std::int32_t height)
+    {
+        return sizeRequest_.ask(width, height, [this] { wakeUp_.signal(); });
+    }
+
 private:
     Capture(const Options& options, Callbacks callbacks) : options_(options), callbacks_(std::move(callbacks)) { }
 
     void run();
+    std::optional<Error> loop();
     std::optional<Error> step();
+    Result<void> updateSize(std::int32_t width, std::int32_t height);
     void handle(const xcb_generic_event_t& event);
     void readEvents();
     bool readQueuedEvents();
@@ -111,6 +119,7 @@ private:
     MonotonicTime cursorChecked_;
 
     std::atomic<bool> stopping_{false};
+    engine::SizeRequest sizeRequest_;
     WakeUp wakeUp_;
     std::thread thread_;
 };
@@ -138,6 +147,10 @@ Result<std::unique_ptr<X11VideoSource::Capture>> X11VideoSource::Capture::create
     capture->memory_ = std::move(*memory);
     capture->stream_.emplace(configuration, capture->memory_->block(), *capture, std::move(makeScaler),
         [running = capture.get()](SampleBufferRef picture) { running->callbacks_.picture(std::move(picture)); });
+    capture->stream_->observeSize([running = capture.get()](std::int32_t width, std::int32_t height) {
+        if (running->callbacks_.settled)
+            running->callbacks_.settled(width, height);
+    });
     if (configuration.showsCursor)
         capture->cursor_ = CursorTracker::create(*capture->connection_);
     capture->invalidate();
@@ -158,16 +171,36 @@ X11VideoSource::Capture::~Capture()
 void X11VideoSource::Capture::run()
 {
     pthread_setname_np(pthread_self(), "x11Capture");
+    const auto error = loop();
+    sizeRequest_.end();
+    if (!error)
+        return;
+    if (options_.displayIsGone && connection_->isBroken() && !connect(options_.displayName))
+        options_.displayIsGone();
+    else
+        callbacks_.stopped(*error);
+}
+
+std::optional<Error> X11VideoSource::Capture::loop()
+{
     while (!stopping_.load(std::memory_order_acquire)) {
-        if (const auto error = step()) {
-            if (options_.displayIsGone && connection_->isBroken() && !connect(options_.displayName))
-                options_.displayIsGone();
-            else
-                callbacks_.stopped(*error);
-            return;
-        }
+        if (auto error = step())
+            return error;
         waitUntil(deadline());
     }
+    return std::nullopt;
+}
+
+Result<void> X11VideoSource::Capture::updateSize(std::int32_t width, std::int32_t height)
+{
+    auto memory = ServerMemory::allocate(*connection_, engine::PictureStream::requiredBytes(width, height), options_.transport);
+    if (!memory)
+        return stream_->updateSize(width, height, fail(std::move(memory.error())));
+    std::swap(memory_, *memory);
+    auto updated = stream_->updateSize(width, height, memory_->block());
+    if (!updated)
+        std::swap(memory_, *memory);
+    return updated;
 }
 
 /// One turn of the loop: takes note of what happened, takes or repeats a picture if it is time. An error ends the stream.
@@ -182,6 +215,7 @@ std::optional<Error> X11VideoSource::Capture::step()
     if (window_->isGone())
         return ended(X11ErrorCode::windowUnavailable, "The window was closed.");
     noteDamage();
+    sizeRequest_.answer([this](std::int32_t width, std::int32_t height) { return updateSize(width, height); });
 
     const auto now = MonotonicClock::now();
     // Now and then without an event too: a window may have come between, a program may have moved the pointer.
@@ -372,6 +406,7 @@ void X11VideoSource::Capture::waitUntil(MonotonicTime time)
     const auto timeout = toTimespec(left);
     pollfd descriptors[] = {{connection_->fileDescriptor(), POLLIN, 0}, {wakeUp_.descriptor(), POLLIN, 0}};
     ppoll(descriptors, 2, &timeout, nullptr);
+    wakeUp_.clear();
 }
 
 X11VideoSource::X11VideoSource(
@@ -404,6 +439,12 @@ Result<void> X11VideoSource::start(Callbacks callbacks)
         return fail(std::move(capture.error()));
     capture_ = std::move(*capture);
     return {};
+}
+
+Result<void> X11VideoSource::updateSize(std::int32_t width, std::int32_t height)
+{
+    assert(capture_);
+    return capture_->askForSize(width, height);
 }
 
 void X11VideoSource::stop()

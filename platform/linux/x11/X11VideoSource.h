@@ -23,7 +23,7 @@ namespace velmora::linux_backend {
 /// moment of the window: it is fetched in one request, and only the bounds of what changed. While consumers hold all of a small pool of
 /// pictures, none is taken.
 ///
-/// A window whose size is not the configuration's, from the start or after a resize, is fitted in: aspect kept, centred, black
+/// A window whose size is not that of the pictures, from the start or after a resize, is fitted in: aspect kept, centred, black
 /// around it. One that is minimised or on another workspace is a still picture until it comes back. One that is destroyed or withdrawn
 /// ends the stream ("Velmora.X11", windowUnavailable), as does a lost connection.
 class X11VideoSource final : public engine::VideoSource {
@@ -45,6 +45,7 @@ public:
     static Result<void> checkAvailable(const std::string& displayName = "");
 
     Result<void> start(Callbacks callbacks) override;
+    Result<void> updateSize(std::int32_t width, std::int32_t height) override;
     void stop() override;
 
 private:

@@ -20,6 +20,8 @@ using platform::StreamOutputType;
 // A test's hold on a source, which the stream owns.
 struct SourceState {
     std::optional<Error> startError;
+    std::optional<Error> updateError;
+    std::vector<std::pair<std::int32_t, std::int32_t>> sizesAsked;
     bool started = false;
     std::atomic<int> stopCount = 0;
     AudioTarget target;
@@ -38,6 +40,14 @@ public:
             return fail(*state_->startError);
         state_->video = std::move(callbacks);
         state_->started = true;
+        return {};
+    }
+
+    Result<void> updateSize(std::int32_t width, std::int32_t height) override
+    {
+        state_->sizesAsked.emplace_back(width, height);
+        if (state_->updateError)
+            return fail(*state_->updateError);
         return {};
     }
 
@@ -79,11 +89,16 @@ public:
 
     void streamDidLoseSound(const platform::CaptureStream&, const Error& error) override { losses.push_back(error.localizedDescription); }
     void streamDidRegainSound(const platform::CaptureStream&) override { ++regains; }
+    void streamContentDidSettle(const platform::CaptureStream&, std::int32_t width, std::int32_t height) override
+    {
+        settled.emplace_back(width, height);
+    }
 
     std::vector<std::pair<StreamOutputType, SampleBufferRef>> received;
     std::promise<Error> stopped;
     std::vector<std::string> losses;
     int regains = 0;
+    std::vector<std::pair<std::int32_t, std::int32_t>> settled;
 };
 
 class LinuxCaptureStreamTest : public testing::Test {
@@ -175,6 +190,37 @@ private:
     const char* const name_;
     std::optional<std::string> old_;
 };
+
+TEST_F(LinuxCaptureStreamTest, TellsItsDelegateWhichSizeTheWindowHasSettledAtWhileItRuns)
+{
+    make();
+    ASSERT_TRUE(start());
+    video->video.settled(1920, 1080);
+    EXPECT_EQ(receiver->settled, (std::vector<std::pair<std::int32_t, std::int32_t>>{{1920, 1080}}));
+    stop();
+    video->video.settled(640, 480);
+    EXPECT_EQ(receiver->settled.size(), 1U);
+}
+
+TEST_F(LinuxCaptureStreamTest, AnUpdateOfTheSizeIsTheSourcesUnlessNoPictureHasThatSizeOrTheStreamHasEnded)
+{
+    const auto update = [this](std::int32_t width, std::int32_t height) {
+        std::promise<Result<void>> done;
+        stream->updateSize(width, height, [&](Result<void> result) { done.set_value(std::move(result)); });
+        return done.get_future().get();
+    };
+    make();
+    ASSERT_TRUE(start());
+    EXPECT_TRUE(update(1920, 1080));
+    EXPECT_FALSE(update(0, 1080));
+    EXPECT_FALSE(update(1920, 32768));
+    video->updateError = Error{"X11", 9, "It is gone.", nullptr};
+    EXPECT_EQ(update(960, 540).error(), *video->updateError);
+    EXPECT_EQ(video->sizesAsked, (std::vector<std::pair<std::int32_t, std::int32_t>>{{1920, 1080}, {960, 540}}));
+    stop();
+    EXPECT_FALSE(update(640, 480));
+    EXPECT_EQ(video->sizesAsked.size(), 2U);
+}
 
 TEST_F(LinuxCaptureStreamTest, SoundThatCannotBeHadIsToldWithWhatAPersonCanDo)
 {

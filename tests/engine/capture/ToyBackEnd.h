@@ -3,6 +3,7 @@
 
 #include "base/Mutex.h"
 #include "engine/pictures/PictureStream.h"
+#include "engine/pictures/SizeRequest.h"
 #include "engine/pictures/VideoSource.h"
 
 #include <algorithm>
@@ -102,14 +103,19 @@ public:
     Result<void> start(Callbacks callbacks) override
     {
         callbacks_ = std::move(callbacks);
+        stream_.observeSize(std::move(callbacks_.settled));
         thread_ = std::thread{[this] {
-            while (!isStopping_) {
-                window_.waitAndTell(stream_, stream_.deadline());
-                if (const auto worked = stream_.work(); !worked)
-                    return callbacks_.stopped(worked.error());
-            }
+            const auto worked = work();
+            sizeRequest_.end();
+            if (!worked)
+                callbacks_.stopped(worked.error());
         }};
         return {};
+    }
+
+    Result<void> updateSize(std::int32_t width, std::int32_t height) override
+    {
+        return sizeRequest_.ask(width, height, [this] { window_.draw({}); });
     }
 
     void stop() override
@@ -121,6 +127,19 @@ public:
     }
 
 private:
+    Result<void> work()
+    {
+        while (!isStopping_) {
+            window_.waitAndTell(stream_, stream_.deadline());
+            sizeRequest_.answer([this](std::int32_t width, std::int32_t height) {
+                return stream_.updateSize(width, height, std::make_shared<ToyMemory>(PictureStream::requiredBytes(width, height)));
+            });
+            if (auto worked = stream_.work(); !worked)
+                return worked;
+        }
+        return {};
+    }
+
     Result<bool> fetch(PooledPicture& picture) override
     {
         const auto content = window_.look(stream_, moment_);
@@ -139,6 +158,7 @@ private:
     Callbacks callbacks_;
     PictureStream stream_;
     std::vector<std::uint32_t> moment_;
+    SizeRequest sizeRequest_;
     std::atomic<bool> isStopping_ = false;
     std::thread thread_;
 };

@@ -28,7 +28,7 @@ void drawNumber(ToyWindow& window, int number, PixelRect area = {0, 0, sceneWidt
     window.draw(bars);
 }
 
-/// Encodes the pictures of a stream and writes them to a file, all with the real services.
+/// Encodes the pictures of a stream and writes them to a file, all with the real services. When they have another size, it begins anew.
 class RecordedStream final : public platform::StreamOutput {
 public:
     explicit RecordedStream(std::filesystem::path path) : path_(std::move(path)) { }
@@ -36,8 +36,9 @@ public:
     void streamDidOutputSampleBuffer(const platform::CaptureStream&, const SampleBufferRef& sample, platform::StreamOutputType) override
     {
         MutexLock lock(mutex_);
-        if (!session_)
-            open();
+        const std::pair size{sample->imageBuffer->width, sample->imageBuffer->height};
+        if (!session_ || size != size_)
+            open(size);
         EXPECT_EQ(session_->encodeFrame(sample->imageBuffer, sample->presentationTimeStamp, sample->duration), 0);
         EXPECT_EQ(session_->completeFrames(), 0);
         changed_.notifyAll();
@@ -50,6 +51,15 @@ public:
         const auto deadline = std::chrono::steady_clock::now() + patience;
         while (encodedCount() < count && changed_.waitUntil(mutex_, deadline)) { }
         ASSERT_GE(encodedCount(), count);
+    }
+
+    /// Waits for compressed pictures of this size.
+    void waitForSize(std::pair<std::int32_t, std::int32_t> size)
+    {
+        MutexLock lock(mutex_);
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (size_ != size && changed_.waitUntil(mutex_, deadline)) { }
+        ASSERT_EQ(size_, size);
     }
 
     std::size_t encodedCount() const
@@ -75,10 +85,16 @@ public:
     }
 
 private:
-    void open()
+    void open(std::pair<std::int32_t, std::int32_t> size) REQUIRES(mutex_)
     {
+        session_.reset();
+        size_ = size;
+        {
+            MutexLock lock(samplesMutex_);
+            samples_.clear();
+        }
         auto made = linux_backend::makeCompressionSessions()->makeSession(
-            sceneWidth, sceneHeight, FourCharacterCode{"avc1"}, [this](platform::CompressionStatus status, SampleBufferRef sample) {
+            size.first, size.second, FourCharacterCode{"avc1"}, [this](platform::CompressionStatus status, SampleBufferRef sample) {
                 EXPECT_EQ(status, 0);
                 MutexLock lock(samplesMutex_);
                 samples_.push_back(std::move(sample));
@@ -91,7 +107,37 @@ private:
     ConditionVariable changed_;
     mutable Mutex samplesMutex_;
     std::vector<SampleBufferRef> samples_ GUARDED_BY(samplesMutex_);
+    std::pair<std::int32_t, std::int32_t> size_ GUARDED_BY(mutex_);
     std::shared_ptr<platform::CompressionSession> session_;
+};
+
+/// The size that the window has settled at.
+class SettledSize final : public platform::StreamDelegate {
+public:
+    std::pair<std::int32_t, std::int32_t> wait()
+    {
+        MutexLock lock(mutex_);
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (!size_ && changed_.waitUntil(mutex_, deadline)) { }
+        return size_.value_or(std::pair{0, 0});
+    }
+
+    void streamDidStopWithError(const platform::CaptureStream&, const Error& error) override
+    {
+        ADD_FAILURE() << error.localizedDescription;
+    }
+
+    void streamContentDidSettle(const platform::CaptureStream&, std::int32_t width, std::int32_t height) override
+    {
+        MutexLock lock(mutex_);
+        size_ = {width, height};
+        changed_.notifyAll();
+    }
+
+private:
+    Mutex mutex_;
+    ConditionVariable changed_;
+    std::optional<std::pair<std::int32_t, std::int32_t>> size_ GUARDED_BY(mutex_);
 };
 
 class ToyBackEnd : public ::testing::Test {
@@ -106,8 +152,7 @@ protected:
             .makeAudioSource = [] { return std::unique_ptr<AudioSource>{}; },
             .shareableContent = std::make_shared<fake::FakeShareableContent>(),
         });
-        stream_ = streams->makeStream(platform::ContentFilter::desktopIndependentWindow({}), pictureSize(sceneWidth, sceneHeight),
-            std::weak_ptr<platform::StreamDelegate>{});
+        stream_ = streams->makeStream(platform::ContentFilter::desktopIndependentWindow({}), pictureSize(sceneWidth, sceneHeight), settled);
         EXPECT_TRUE(stream_->addStreamOutput(recorded, platform::StreamOutputType::screen, queue_));
     }
 
@@ -116,6 +161,13 @@ protected:
         std::promise<Result<void>> started;
         stream_->startCapture([&](Result<void> result) { started.set_value(std::move(result)); });
         EXPECT_TRUE(started.get_future().get());
+    }
+
+    Result<void> update(std::int32_t width, std::int32_t height)
+    {
+        std::promise<Result<void>> updated;
+        stream_->updateSize(width, height, [&](Result<void> result) { updated.set_value(std::move(result)); });
+        return updated.get_future().get();
     }
 
     DecodedFile stop()
@@ -129,6 +181,7 @@ protected:
 
     ToyWindow window{sceneWidth, sceneHeight};
     test::TemporaryDirectory folder;
+    std::shared_ptr<SettledSize> settled = std::make_shared<SettledSize>();
     std::shared_ptr<RecordedStream> recorded = std::make_shared<RecordedStream>(folder.path() / "clip.mp4");
 
 private:
@@ -180,6 +233,25 @@ TEST_F(ToyBackEnd, AWindowThatGrowsIsFittedIn)
     EXPECT_EQ(file.pictures.front().number, 5);
     EXPECT_EQ(file.pictures.back().number, 1234);
     EXPECT_EQ(file.width, sceneWidth);
+}
+
+TEST_F(ToyBackEnd, AWindowThatGrewIsRecordedInItsOwnSizeOnceTheStreamIsToldTo)
+{
+    constexpr std::pair grown{sceneWidth * 2, sceneHeight * 3};
+    drawNumber(window, 5);
+    start();
+    recorded->waitFor(1);
+    window.resize(grown.first, grown.second, 0);
+    drawNumber(window, 1234, {0, 0, grown.first, grown.second});
+    EXPECT_EQ(settled->wait(), grown);
+    EXPECT_FALSE(update(grown.first + 1, grown.second)) << "which the window does not have";
+    EXPECT_TRUE(update(grown.first, grown.second));
+    recorded->waitForSize(grown);
+    const auto file = stop();
+    EXPECT_EQ(std::pair(file.width, file.height), grown);
+    ASSERT_FALSE(file.pictures.empty());
+    for (const auto& picture : file.pictures)
+        EXPECT_EQ(picture.number, 1234) << picture.time;
 }
 
 }  // namespace

@@ -24,6 +24,11 @@ VideoSource::Callbacks Recorder::callbacks()
         stops_.push_back(error);
         changed_.notifyAll();
     };
+    callbacks.settled = [this](std::int32_t width, std::int32_t height) {
+        MutexLock lock(mutex_);
+        settled_.emplace_back(width, height);
+        changed_.notifyAll();
+    };
     return callbacks;
 }
 
@@ -51,7 +56,7 @@ void Recorder::record(const SampleBufferRef& sample)
     check(*sample);
     const auto& picture = *sample->imageBuffer;
     const test::PictureView view{picture.baseAddress, picture.bytesPerRow, picture.width, picture.height, 4};
-    pictures_.push_back({momentOf(sample->presentationTimeStamp), picture.change, picture.baseAddress,
+    pictures_.push_back({momentOf(sample->presentationTimeStamp), picture.change, picture.baseAddress, picture.width, picture.height,
         part_ ? test::readFrameNumber(view, *part_) : test::readFrameNumber(view)});
     if (!isHolding_)
         held_.clear();
@@ -73,17 +78,22 @@ void Recorder::check(const SampleBuffer& sample)
     if (!sample.format || !sample.format->video() || sample.format->video()->width != picture.width
         || sample.format->video()->height != picture.height || sample.format->video()->codec != FourCharacterCode{"BGRA"})
         complain("format");
-    if (pictures_.empty()) {
+    const bool isResized = !pictures_.empty() && (pictures_.back().width != picture.width || pictures_.back().height != picture.height);
+    if (isResized && pictures_.back().change.stream == picture.change.stream)
+        complain("another size under the same number");
+    if (pictures_.empty() || isResized) {
         accumulated_.assign(width * static_cast<std::size_t>(picture.height), 0x55555555);
         if (picture.change.dirty != std::vector<PixelRect>{whole})
             complain("the first picture is not dirty all over");
+        if (picture.change.sequence != 0)
+            complain("the count does not begin at 0");
     } else {
         const auto& last = pictures_.back();
         if (picture.change.stream != last.change.stream || picture.change.sequence != last.change.sequence + 1)
             complain("count");
-        if (momentOf(sample.presentationTimeStamp) <= last.time)
-            complain("time runs backwards");
     }
+    if (!pictures_.empty() && momentOf(sample.presentationTimeStamp) <= pictures_.back().time)
+        complain("time runs backwards");
     for (const auto& dirty : picture.change.dirty) {
         if (dirty.isEmpty() || dirty.intersected(whole) != dirty) {
             complain("dirty beyond the picture");
@@ -113,6 +123,12 @@ std::vector<Error> Recorder::stops() const
 {
     MutexLock lock(mutex_);
     return stops_;
+}
+
+std::vector<std::pair<std::int32_t, std::int32_t>> Recorder::settled() const
+{
+    MutexLock lock(mutex_);
+    return settled_;
 }
 
 SampleBufferRef Recorder::lastSample() const

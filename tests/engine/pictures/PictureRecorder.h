@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velmora::engine {
@@ -25,11 +26,13 @@ struct SeenPicture {
     MonotonicTime time;
     PictureChange change;
     const std::byte* address = nullptr;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
     test::FrameNumberReading reading;
 };
 
 /// Records what a source delivers. For every picture it checks that the dirty rectangles tell the truth: a copy that is brought up to
-/// date with them alone must equal the picture.
+/// date with them alone must equal the picture. A picture of another size begins the count anew.
 class Recorder {
 public:
     Recorder() = default;
@@ -44,6 +47,9 @@ public:
 
     [[nodiscard]] std::vector<SeenPicture> pictures() const;
     [[nodiscard]] std::vector<Error> stops() const;
+
+    /// The sizes that the content has settled at.
+    [[nodiscard]] std::vector<std::pair<std::int32_t, std::int32_t>> settled() const;
     [[nodiscard]] SampleBufferRef lastSample() const;
 
     /// Colours (without alpha) of the last picture.
@@ -66,6 +72,7 @@ private:
     mutable ConditionVariable changed_;
     std::vector<SeenPicture> pictures_ GUARDED_BY(mutex_);
     std::vector<Error> stops_ GUARDED_BY(mutex_);
+    std::vector<std::pair<std::int32_t, std::int32_t>> settled_ GUARDED_BY(mutex_);
     std::vector<std::uint32_t> accumulated_ GUARDED_BY(mutex_);
     std::vector<SampleBufferRef> held_ GUARDED_BY(mutex_);
     bool isHolding_ GUARDED_BY(mutex_) = false;

@@ -594,6 +594,284 @@ TEST_F(PictureStreamTest, DamageBeyondTheContentIsNoneOfThePictures)
     EXPECT_THAT(lastDirty(), ElementsAre(PixelRect{14, 10, 2, 2}));
 }
 
+class ResizedPictures : public PictureStreamTest {
+protected:
+    ResizedPictures()
+    {
+        stream.observeSize([this](std::int32_t width, std::int32_t height) { told.emplace_back(width, height); });
+        begin();
+    }
+
+    void resize(std::int32_t width, std::int32_t height, std::uint32_t colour)
+    {
+        content.resize(width, height, colour);
+        stream.contentReplaced(width, height);
+        work();
+    }
+
+    Result<void> update(std::int32_t width, std::int32_t height)
+    {
+        memory = PaintedContent::memory(PictureStream::requiredBytes(width, height));
+        return stream.updateSize(width, height, memory);
+    }
+
+    /// That each pixel of the last picture is one of the content's.
+    void expectContent() const
+    {
+        const auto last = recorder.pictures().back();
+        EXPECT_EQ(recorder.lastColours(), content.colours()) << last.width << " x " << last.height;
+    }
+
+    std::shared_ptr<MemoryBlock> memory;
+    std::vector<std::pair<std::int32_t, std::int32_t>> told;
+};
+
+TEST_F(ResizedPictures, ASizeThatHasStayedForASecondIsToldOnce)
+{
+    resize(8, 6, green);
+    const auto resizedAt = now;
+    runUntil(resizedAt + 999 * millisecond);
+    EXPECT_THAT(told, IsEmpty());
+    runUntil(resizedAt + 1000 * millisecond);
+    EXPECT_THAT(told, ElementsAre(std::pair{8, 6}));
+    runUntil(resizedAt + std::chrono::seconds{20});
+    EXPECT_THAT(told, SizeIs(1));
+}
+
+TEST_F(ResizedPictures, ASizeThatNeverSettlesIsNeverTold)
+{
+    for (std::int32_t step = 0; step < 40; ++step) {
+        resize(20 + step, 30, green);
+        runUntil(now + 900 * millisecond);
+    }
+    EXPECT_THAT(told, IsEmpty());
+    runUntil(now + 100 * millisecond);
+    EXPECT_THAT(told, ElementsAre(std::pair{59, 30}));
+}
+
+TEST_F(ResizedPictures, ContentThatIsReplacedInTheSameSizeSettlesNoLater)
+{
+    resize(8, 6, green);
+    const auto resizedAt = now;
+    for (int i = 0; i < 10; ++i) {
+        runUntil(now + 100 * millisecond);
+        stream.contentReplaced(8, 6);
+    }
+    runUntil(resizedAt + 1000 * millisecond);
+    EXPECT_THAT(told, ElementsAre(std::pair{8, 6}));
+}
+
+TEST_F(ResizedPictures, TheSizeThatThePicturesHaveIsNotTold)
+{
+    runUntil(now + std::chrono::seconds{5});
+    resize(8, 6, green);
+    runUntil(now + 500 * millisecond);
+    resize(16, 12, blue);
+    runUntil(now + std::chrono::seconds{5});
+    EXPECT_THAT(told, IsEmpty());
+}
+
+TEST_F(ResizedPictures, AfterAnUpdateEveryPictureIsTheContentPixelByPixel)
+{
+    for (const auto& [width, height] : std::vector<std::pair<std::int32_t, std::int32_t>>{{8, 6}, {32, 24}, {15, 11}, {1, 40}, {301, 1}}) {
+        resize(width, height, green);
+        now += sixtieth;
+        ASSERT_TRUE(update(width, height));
+        EXPECT_EQ(recorder.pictures().back().width, width);
+        EXPECT_EQ(recorder.pictures().back().height, height);
+        expectContent();
+        now += sixtieth * 2;
+        draw({0, 0, 1, 1}, red);
+        work();
+        expectContent();
+        EXPECT_THAT(lastDirty(), ElementsAre(PixelRect{0, 0, 1, 1}));
+        runUntil(now + 500 * millisecond);
+        expectContent();
+    }
+    EXPECT_FALSE(stream.isScaled());
+}
+
+TEST_F(ResizedPictures, TheFirstOfTheNewSizeComesWithinTheUpdateAndNotBeforeTheLastOfTheOld)
+{
+    resize(32, 24, green);
+    const auto before = recorder.pictures().size();
+    ASSERT_TRUE(update(32, 24));
+    const auto pictures = recorder.pictures();
+    ASSERT_THAT(pictures, SizeIs(before + 1));
+    EXPECT_GT(pictures[before].time, pictures[before - 1].time);
+    EXPECT_THAT(lastDirty(), ElementsAre(PixelRect{0, 0, 32, 24}));
+}
+
+TEST_F(ResizedPictures, AfterAnUpdateThePicturesComeAtTheSameRate)
+{
+    resize(32, 24, green);
+    ASSERT_TRUE(update(32, 24));
+    const auto before = recorder.pictures().size();
+    for (const auto end = now + std::chrono::seconds{1}; now < end; now += millisecond) {
+        draw({0, 0, 32, 24}, blue);
+        work();
+    }
+    EXPECT_NEAR(static_cast<double>(recorder.pictures().size() - before), 60, 2);
+}
+
+TEST_F(ResizedPictures, PicturesOfTheOldSizeThatAreHeldStayAsTheyAreInTheirOwnMemory)
+{
+    auto held = recorder.lastSample();
+    resize(32, 24, green);
+    ASSERT_TRUE(update(32, 24));
+    const std::weak_ptr<MemoryBlock> second = std::exchange(memory, nullptr);
+    auto heldSecond = recorder.lastSample();
+    for (int i = 0; i < 20; ++i) {
+        now += sixtieth;
+        draw({0, 0, 32, 24}, blue);
+        work();
+    }
+    const auto* first = reinterpret_cast<const std::uint32_t*>(held->imageBuffer->baseAddress);
+    EXPECT_THAT(std::vector<std::uint32_t>(first, first + 16 * 12), Each(red));
+    const auto* later = reinterpret_cast<const std::uint32_t*>(heldSecond->imageBuffer->baseAddress);
+    EXPECT_THAT(std::vector<std::uint32_t>(later, later + 32 * 24), Each(green));
+
+    resize(8, 6, red);
+    ASSERT_TRUE(update(8, 6));
+    EXPECT_FALSE(second.expired());
+    heldSecond.reset();
+    EXPECT_TRUE(second.expired()) << "memory that nobody needs";
+}
+
+TEST_F(ResizedPictures, AConsumerThatHoldsEverythingStillGetsTheNewSize)
+{
+    recorder.hold(true);
+    for (int i = 0; i < 20; ++i) {
+        now += sixtieth;
+        draw({0, 0, 16, 12}, blue);
+        work();
+    }
+    resize(32, 24, green);
+    ASSERT_TRUE(update(32, 24));
+    expectContent();
+    recorder.hold(false);
+}
+
+TEST_F(ResizedPictures, AnUpdateWithoutAPictureChangesNothingAndTheSizeIsToldAgainASecondLater)
+{
+    resize(32, 24, green);
+    runUntil(now + std::chrono::seconds{2});
+    const auto before = recorder.pictures().size();
+    content.refusals = 1;
+    content.whileFetched = [this] { draw({0, 0, 32, 12}, blue); };
+    EXPECT_FALSE(update(32, 24));
+    EXPECT_THAT(recorder.pictures(), SizeIs(before));
+    EXPECT_THAT(told, SizeIs(1));
+
+    now += sixtieth * 2;
+    work();
+    EXPECT_EQ(recorder.pictures().back().width, 16);
+    EXPECT_EQ(seen(8, 2), blue) << "what was drawn meanwhile";
+    EXPECT_EQ(seen(8, 9), green);
+    runUntil(now + std::chrono::seconds{3});
+    EXPECT_THAT(told, SizeIs(2));
+    EXPECT_TRUE(update(32, 24));
+    expectContent();
+}
+
+TEST_F(ResizedPictures, AfterAFailedUpdateTheLastPictureIsRepeatedWhileTheContentCannotBeHad)
+{
+    resize(32, 24, green);
+    content.refusals = 1000;
+    EXPECT_FALSE(update(32, 24));
+    const auto before = recorder.pictures();
+    runUntil(now + 600 * millisecond);
+    const auto after = recorder.pictures();
+    ASSERT_THAT(after, SizeIs(before.size() + 1));
+    EXPECT_EQ(after.back().address, before.back().address);
+    EXPECT_EQ(after.back().width, 16);
+}
+
+TEST_F(ResizedPictures, AFailedUpdateToTheSizeThatThePicturesHaveForgetsNothingThatWasDrawnMeanwhile)
+{
+    // So that the pictures of the pool have been used.
+    for (std::int32_t x = 0; x < 4; ++x) {
+        now += sixtieth * 2;
+        draw({x, 0, 1, 1}, green);
+        work();
+    }
+    content.refusals = 1;
+    content.whileFetched = [this] { draw({3, 4, 5, 2}, blue); };
+    EXPECT_FALSE(update(16, 12));
+    now += sixtieth * 2;
+    work();
+    expectContent();
+}
+
+TEST_F(ResizedPictures, AnUpdateWithoutMemoryChangesNothingAndTheSizeIsToldAgainASecondLater)
+{
+    resize(32, 24, green);
+    runUntil(now + std::chrono::seconds{2});
+    const Error none{"test", 12, "No memory.", nullptr};
+    const auto updated = stream.updateSize(32, 24, fail(none));
+    ASSERT_FALSE(updated);
+    EXPECT_EQ(updated.error(), none);
+    const auto failedAt = now;
+    runUntil(failedAt + 999 * millisecond);
+    EXPECT_THAT(told, SizeIs(1));
+    EXPECT_EQ(recorder.pictures().back().width, 16);
+    runUntil(failedAt + 1000 * millisecond);
+    EXPECT_THAT(told, SizeIs(2));
+    EXPECT_TRUE(update(32, 24));
+    expectContent();
+}
+
+TEST_F(ResizedPictures, ASizeThatTheContentNoLongerHasIsRefused)
+{
+    resize(32, 24, green);
+    runUntil(now + std::chrono::seconds{1});
+    resize(24, 24, blue);
+    EXPECT_FALSE(update(32, 24));
+    resize(16, 12, red);
+    EXPECT_FALSE(update(24, 24));
+    now += sixtieth * 2;
+    work();
+    expectContent();
+    runUntil(now + std::chrono::seconds{5});
+    EXPECT_THAT(told, SizeIs(1));
+}
+
+TEST_F(ResizedPictures, TheContentsSizeIsToldAgainASecondAfterAnotherWasRefused)
+{
+    resize(32, 24, green);
+    runUntil(now + std::chrono::seconds{2});
+    EXPECT_FALSE(update(24, 24));
+    const auto refusedAt = now;
+    runUntil(refusedAt + 999 * millisecond);
+    EXPECT_THAT(told, SizeIs(1));
+    runUntil(refusedAt + 1000 * millisecond);
+    EXPECT_THAT(told, ElementsAre(std::pair{32, 24}, std::pair{32, 24}));
+}
+
+TEST_F(ResizedPictures, ContentThatChangesItsSizeWhileTheUpdateLooksIsRefused)
+{
+    resize(32, 24, green);
+    content.refusals = 1;
+    content.whileFetched = [this] {
+        content.resize(16, 12, blue);
+        stream.contentReplaced(16, 12);
+    };
+    EXPECT_FALSE(update(32, 24));
+    now += sixtieth * 2;
+    work();
+    expectContent();
+}
+
+TEST_F(ResizedPictures, ContentThatFailsInAnUpdateFailsItWithItsError)
+{
+    resize(32, 24, green);
+    content.error = Error{"test", 5, "The content is gone.", nullptr};
+    const auto updated = update(32, 24);
+    ASSERT_FALSE(updated);
+    EXPECT_EQ(updated.error(), *content.error);
+    EXPECT_EQ(stream.width(), 16);
+}
+
 TEST(PictureStream, SizesFromOnePixelTo32767AreItsOwn)
 {
     EXPECT_TRUE(PictureStream::isPossible(pictureSize(1, 1)));

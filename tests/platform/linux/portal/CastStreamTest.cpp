@@ -101,6 +101,13 @@ protected:
         });
     }
 
+    /// Waits until that many sizes have.
+    bool haveSettled(std::size_t count)
+    {
+        recorder.waitFor("a size that has settled", [&] { return recorder.settled().size() >= count; });
+        return recorder.settled().size() >= count;
+    }
+
     void expectNumbersAndNoOthers(const std::set<std::uint32_t>& numbers)
     {
         for (const auto& picture : recorder.pictures()) {
@@ -299,6 +306,49 @@ TEST_F(CastStreamTest, AResizedWindowIsFittedIn)
     waitForNumber(2);
     EXPECT_EQ(recorder.complaints(), "");
     EXPECT_TRUE(recorder.stops().empty());
+}
+
+TEST_F(CastStreamTest, AResizedWindowGoesOnInItsOwnSizeWhenToldTo)
+{
+    openAndAttach();
+    std::uint32_t number = 1;
+    for (const auto& [width, height] : {std::pair{801, 403}, std::pair{320, 240}}) {
+        cast->resize(width, height);
+        cast->show(++number);
+        ASSERT_TRUE(haveSettled(number - 1));
+        EXPECT_EQ(recorder.settled().back(), std::pair(width, height));
+        const auto updated = stream->updateSize(attachment, width, height);
+        ASSERT_TRUE(updated) << updated.error().localizedDescription;
+        EXPECT_EQ(recorder.pictures().back().width, width);
+        EXPECT_EQ(recorder.pictures().back().height, height);
+        EXPECT_EQ(recorder.pictures().back().reading.number(), number);
+        EXPECT_FALSE(stream->updateSize(attachment, width + 1, height)) << "which the window does not have";
+        EXPECT_FALSE(stream->updateSize(attachment + 1, width, height)) << "of pictures that are not there";
+        cast->show(number + 10);
+        waitForNumber(number + 10);
+        EXPECT_EQ(recorder.pictures().back().width, width);
+    }
+    EXPECT_EQ(recorder.complaints(), "");
+    EXPECT_TRUE(recorder.stops().empty());
+}
+
+TEST_F(CastStreamTest, WithoutAPictureTheSizeIsNotUpdatedAndToldAgainASecondLater)
+{
+    openAndAttach();
+    const PixelRect part{20, 10, 400, 300};
+    cast->show({.number = 2, .crop = part, .damage = {}, .time = {}});
+    ASSERT_TRUE(haveSettled(1));
+    // In the new format there is no picture yet.
+    const auto before = cast->connections();
+    cast->resize(800, 600);
+    cast->waitForConnections(before + 1);
+    EXPECT_FALSE(stream->updateSize(attachment, part.width, part.height));
+    cast->show({.number = 3, .crop = part, .damage = {}, .time = {}});
+    ASSERT_TRUE(haveSettled(2));
+    EXPECT_EQ(recorder.settled().back(), std::pair(part.width, part.height));
+    EXPECT_TRUE(stream->updateSize(attachment, part.width, part.height));
+    EXPECT_EQ(recorder.pictures().back().reading.number(), 3U);
+    EXPECT_EQ(recorder.complaints(), "");
 }
 
 TEST_F(CastStreamTest, AfterANewFormatWithoutPicturesTheStreamIsConnectedAnew)

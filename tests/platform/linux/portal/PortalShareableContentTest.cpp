@@ -181,6 +181,20 @@ TEST_F(PortalShareableContentTest, AChosenWindowIsOnScreenWithItsSizeAndShowsIts
     EXPECT_EQ(recorder.complaints(), "");
 }
 
+TEST_F(PortalShareableContentTest, AChosenWindowThatIsResizedGoesOnInItsOwnSizeWhenToldTo)
+{
+    start(grant());
+    recorder.waitForPictures(1);
+    cast->resize(800, 400);
+    cast->show(2);
+    recorder.waitFor("a size that has settled", [&] { return !recorder.settled().empty(); });
+    EXPECT_TRUE(source->updateSize(800, 400));
+    EXPECT_EQ(recorder.pictures().back().width, 800);
+    EXPECT_EQ(recorder.pictures().back().reading.number(), 2U);
+    EXPECT_EQ(recorder.complaints(), "");
+    source->stop();
+}
+
 TEST_F(PortalShareableContentTest, ACancelledChooserGrantsNothing)
 {
     portal.user = TestPortal::User::cancels;

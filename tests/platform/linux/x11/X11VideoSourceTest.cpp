@@ -184,6 +184,30 @@ TEST(X11VideoSource, AResizedWindowIsFittedInWithBlackBars)
     EXPECT_TRUE(capture.recorder.stops().empty());
 }
 
+TEST_P(EveryTransport, AResizedWindowGoesOnInItsOwnSizeWhenToldTo)
+{
+    NumberedCapture capture{{"--size", "640x480", "--position", "50,50"}, 640, 480, GetParam()};
+    capture.waitForNumbers(5);
+    TestDesktop desktop;
+    for (const auto& [width, height] : {std::pair{801, 603}, std::pair{320, 240}}) {
+        const auto settledBefore = capture.recorder.settled().size();
+        ASSERT_EQ(capture.program.command("resize " + std::to_string(width) + "x" + std::to_string(height)), "ok");
+        capture.recorder.waitFor("the size", [&] { return capture.recorder.settled().size() > settledBefore; });
+        ASSERT_GT(capture.recorder.settled().size(), settledBefore);
+        EXPECT_EQ(capture.recorder.settled().back(), std::pair(width, height));
+        const auto updated = capture.source.updateSize(width, height);
+        ASSERT_TRUE(updated) << updated.error().localizedDescription;
+        EXPECT_EQ(capture.recorder.pictures().back().width, width);
+        EXPECT_FALSE(capture.source.updateSize(width + 1, height)) << "which the window does not have";
+        capture.expectToEndUpToDate();
+        capture.recorder.waitForColours("the window's pixels", desktop.grab(capture.program.window(), {0, 0, width, height}));
+        EXPECT_EQ(capture.program.command("go"), "ok");
+    }
+    EXPECT_EQ(capture.recorder.complaints(), "");
+    EXPECT_TRUE(capture.recorder.stops().empty());
+    capture.source.stop();
+}
+
 TEST(X11VideoSource, AWindowOfAnotherSizeThanAskedForIsFittedInFromTheStart)
 {
     engine::Recorder recorder;

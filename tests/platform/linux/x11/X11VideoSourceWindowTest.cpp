@@ -332,6 +332,45 @@ TEST(X11VideoSourceWindow, ADestroyedWindowEndsTheStreamOnce)
     EXPECT_EQ(captured.recorder.complaints(), "");
 }
 
+TEST(X11VideoSourceWindow, AWindowThatIsResizedAllTheTimeAndThenGoesWhileItsSizeIsUpdatedIsNeverShownWrong)
+{
+    CapturedWindow captured{{.overridesRedirect = true}};
+    captured.waitUntilRight();
+    auto& width = captured.width;
+    auto& height = captured.height;
+    const auto resize = [&](std::int32_t newWidth, std::int32_t newHeight) {
+        width = newWidth;
+        height = newHeight;
+        const std::uint32_t size[] = {static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
+        xcb_configure_window(captured.desktop.xcb(), captured.window, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size);
+        xcb_flush(captured.desktop.xcb());
+    };
+    for (std::int32_t step = 0; step < 60; ++step) {
+        resize(200 + step * 131 % 400, 150 + step * 71 % 300);
+        // The capture may or may not have heard of the size.
+        if (captured.source.updateSize(width, height)) {
+            EXPECT_EQ(captured.recorder.pictures().back().width, width);
+            EXPECT_EQ(captured.recorder.pictures().back().height, height);
+        }
+    }
+    resize(321, 123);
+    captured.recorder.waitFor("an update", [&] { return captured.source.updateSize(width, height).has_value(); });
+    EXPECT_FALSE(captured.source.updateSize(width + 1, height)) << "which the window does not have";
+    captured.expected.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), 0);
+    captured.fill({0, 0, width, height}, 0x2080c0);
+    captured.waitUntilRight();
+
+    resize(640, 480);
+    xcb_destroy_window(captured.desktop.xcb(), captured.window);
+    xcb_flush(captured.desktop.xcb());
+    static_cast<void>(captured.source.updateSize(width, height));  // there may still have been time
+    captured.recorder.waitForStop();
+    EXPECT_EQ(captured.recorder.stops().size(), 1U);
+    EXPECT_EQ(captured.recorder.stops().front().code, unavailable);
+    EXPECT_FALSE(captured.source.updateSize(width, height));
+    EXPECT_EQ(captured.recorder.complaints(), "");
+}
+
 TEST(X11VideoSourceWindow, AWithdrawnWindowEndsTheStream)
 {
     CapturedWindow captured;
