@@ -126,6 +126,16 @@ QString ClipPreviewModel::formatTime(double seconds)
     return QStringLiteral("%1:%2").arg(whole / 60, 2, 10, QLatin1Char('0')).arg(whole % 60, 2, 10, QLatin1Char('0'));
 }
 
+QString ClipPreviewModel::formatTenths(double seconds)
+{
+    // Less than nothing is selected where the start has passed the end.
+    const auto tenths = std::isfinite(seconds) ? std::llround(std::max(0.0, seconds) * 10) : 0;
+    return QStringLiteral("%1:%2.%3")
+        .arg(tenths / 600, 2, 10, QLatin1Char('0'))
+        .arg(tenths / 10 % 60, 2, 10, QLatin1Char('0'))
+        .arg(tenths % 10);
+}
+
 bool ClipPreviewModel::drawPicture(const platform::PictureTarget& target) const
 {
     return player_ && player_->drawPicture(target);
@@ -133,13 +143,44 @@ bool ClipPreviewModel::drawPicture(const platform::PictureTarget& target) const
 
 void ClipPreviewModel::togglePlaying()
 {
-    if (!player_ || !problem_.isEmpty())
-        return;
-    setPlaying(!isPlaying_);
     if (isPlaying_)
-        player_->play();
+        pause();
     else
-        player_->pause();
+        play();
+}
+
+void ClipPreviewModel::play()
+{
+    if (!player_ || !problem_.isEmpty() || isPlaying_)
+        return;
+    // A selection without length would pause at once, wherever it begins.
+    if (isAtSelectionsEnd() && mediaTime(trimStartTime_) < mediaTime(trimEndTime_))
+        seek(trimStartTime_);
+    setPlaying(true);
+    player_->play();
+}
+
+void ClipPreviewModel::pause()
+{
+    if (!isPlaying_)
+        return;
+    setPlaying(false);
+    player_->pause();
+}
+
+void ClipPreviewModel::goOneSecondBack()
+{
+    seek(std::max(0.0, currentTime_ - 1));
+}
+
+void ClipPreviewModel::goToBeginning()
+{
+    seek(0);
+}
+
+void ClipPreviewModel::goToEnd()
+{
+    seek(totalDuration_);
 }
 
 void ClipPreviewModel::timePassed(MediaTime time)
@@ -147,11 +188,16 @@ void ClipPreviewModel::timePassed(MediaTime time)
     currentTime_ = time.seconds();
     shownTime_ = time;
     emit currentTimeChanged();
-    // Both on the player's scale: a rounded end has to be reached too.
-    if (isPlaying_ && (trimEndTime_ <= currentTime_ || mediaTime(trimEndTime_) <= time)) {
+    if (isPlaying_ && isAtSelectionsEnd()) {
         player_->pause();
         setPlaying(false);
     }
+}
+
+bool ClipPreviewModel::isAtSelectionsEnd() const
+{
+    // Both on the player's scale: a rounded end has to be reached too.
+    return trimEndTime_ <= currentTime_ || mediaTime(trimEndTime_) <= shownTime_;
 }
 
 void ClipPreviewModel::setPlaying(bool isPlaying)
@@ -228,6 +274,12 @@ double ClipPreviewModel::steppedTime(MediaTime time, int pictures) const
 void ClipPreviewModel::stepCurrentTime(int pictures)
 {
     seek(std::min(steppedTime(shownTime_, pictures), scrubMaximum()));
+}
+
+void ClipPreviewModel::pauseAndStep(int pictures)
+{
+    pause();
+    stepCurrentTime(pictures);
 }
 
 void ClipPreviewModel::stepTrimStart(int pictures)

@@ -40,13 +40,18 @@ class ClipPreviewModel final : public QObject {
     Q_PROPERTY(double endMinimum READ endMinimum NOTIFY boundsChanged)
     Q_PROPERTY(double endMaximum READ scrubMaximum NOTIFY boundsChanged)
     Q_PROPERTY(QString totalDurationText READ totalDurationText NOTIFY boundsChanged)
+    Q_PROPERTY(QString totalDurationTenths READ totalDurationTenths NOTIFY boundsChanged)
     Q_PROPERTY(double currentTime READ currentTime NOTIFY currentTimeChanged)
     Q_PROPERTY(QString currentTimeText READ currentTimeText NOTIFY currentTimeChanged)
+    Q_PROPERTY(QString currentTimeTenths READ currentTimeTenths NOTIFY currentTimeChanged)
     Q_PROPERTY(double trimStartTime READ trimStartTime NOTIFY trimChanged)
     Q_PROPERTY(double trimEndTime READ trimEndTime NOTIFY trimChanged)
     Q_PROPERTY(QString startText READ startText NOTIFY trimChanged)
     Q_PROPERTY(QString endText READ endText NOTIFY trimChanged)
     Q_PROPERTY(QString selectedText READ selectedText NOTIFY trimChanged)
+    Q_PROPERTY(QString startTenths READ startTenths NOTIFY trimChanged)
+    Q_PROPERTY(QString endTenths READ endTenths NOTIFY trimChanged)
+    Q_PROPERTY(QString selectedTenths READ selectedTenths NOTIFY trimChanged)
     Q_PROPERTY(bool isExportingTrim READ isExportingTrim NOTIFY exportChanged)
     Q_PROPERTY(QString trimStatusMessage READ trimStatusMessage NOTIFY exportChanged)
 
@@ -97,6 +102,11 @@ public:
     [[nodiscard]] QString startText() const { return QStringLiteral("Start: ") + formatTime(trimStartTime_); }
     [[nodiscard]] QString endText() const { return QStringLiteral("End: ") + formatTime(trimEndTime_); }
     [[nodiscard]] QString selectedText() const { return QStringLiteral("Selected: ") + formatTime(trimEndTime_ - trimStartTime_); }
+    [[nodiscard]] QString totalDurationTenths() const { return formatTenths(totalDuration_); }
+    [[nodiscard]] QString currentTimeTenths() const { return formatTenths(currentTime_); }
+    [[nodiscard]] QString startTenths() const { return formatTenths(trimStartTime_); }
+    [[nodiscard]] QString endTenths() const { return formatTenths(trimEndTime_); }
+    [[nodiscard]] QString selectedTenths() const { return formatTenths(trimEndTime_ - trimStartTime_); }
     [[nodiscard]] bool isExportingTrim() const { return isExportingTrim_; }
     [[nodiscard]] const QString& trimStatusMessage() const { return trimStatusMessage_; }
     [[nodiscard]] const std::vector<QImage>& thumbnails() const { return thumbnails_; }
@@ -105,12 +115,20 @@ public:
     [[nodiscard]] bool drawPicture(const platform::PictureTarget& target) const;
 
     Q_INVOKABLE void togglePlaying();
+    /// From here on; at the selection's end, or behind it, the selection from its start.
+    Q_INVOKABLE void play();
+    Q_INVOKABLE void pause();
+    /// What plays goes on from there.
+    Q_INVOKABLE void goOneSecondBack();
+    Q_INVOKABLE void goToBeginning();
+    Q_INVOKABLE void goToEnd();
     Q_INVOKABLE void scrub(double seconds);
     Q_INVOKABLE void moveTrimStart(double seconds);
     Q_INVOKABLE void moveTrimEnd(double seconds);
 
     /// Step by so many pictures, forwards or back.
     Q_INVOKABLE void stepCurrentTime(int pictures);
+    Q_INVOKABLE void pauseAndStep(int pictures);
     Q_INVOKABLE void stepTrimStart(int pictures);
     Q_INVOKABLE void stepTrimEnd(int pictures);
 
@@ -128,6 +146,8 @@ public:
 
     /// "%02d:%02d" of minutes and seconds; hours count as minutes.
     [[nodiscard]] static QString formatTime(double seconds);
+    /// The same with the tenths of a second, "%02d:%02d.%d".
+    [[nodiscard]] static QString formatTenths(double seconds);
 
 signals:
     void playerChanged();
@@ -151,6 +171,7 @@ private:
     void loadThumbnail(int number);
     void finishExport(const platform::ExportSession& session);
     void setExport(bool isRunning, const QString& message);
+    [[nodiscard]] bool isAtSelectionsEnd() const;
     [[nodiscard]] MediaTime exportEnd() const;
     [[nodiscard]] std::ptrdiff_t pictureAt(MediaTime time) const;
     [[nodiscard]] double steppedTime(MediaTime time, int pictures) const;

@@ -32,6 +32,41 @@ Rectangle {
         onActivated: root.model.setTrimEndHere()
     }
     Shortcut {
+        sequence: "J"
+        enabled: root.model.canPlay
+        onActivated: root.model.goOneSecondBack()
+    }
+    Shortcut {
+        sequence: "K"
+        enabled: root.model.canPlay
+        onActivated: root.model.pause()
+    }
+    Shortcut {
+        sequence: "L"
+        enabled: root.model.canPlay
+        onActivated: root.model.play()
+    }
+    Shortcut {
+        sequence: ","
+        enabled: root.model.canPlay
+        onActivated: root.model.pauseAndStep(-1)
+    }
+    Shortcut {
+        sequence: "."
+        enabled: root.model.canPlay
+        onActivated: root.model.pauseAndStep(1)
+    }
+    Shortcut {
+        sequence: "Home"
+        enabled: root.model.canPlay
+        onActivated: root.model.goToBeginning()
+    }
+    Shortcut {
+        sequence: "End"
+        enabled: root.model.canPlay
+        onActivated: root.model.goToEnd()
+    }
+    Shortcut {
         sequences: [StandardKey.Cancel]
         onActivated: root.model.dismiss()
     }
@@ -39,6 +74,24 @@ Rectangle {
     component PictureSlider: Slider {
         stepsByItself: false
         live: true
+    }
+
+    // A time in whole seconds, and as a caption beside it the same with its tenths.
+    component Time: RowLayout {
+        property alias text: whole.text
+        property alias tenths: caption.text
+
+        spacing: Theme.gap
+
+        TimeLabel {
+            id: whole
+            color: Theme.secondaryText
+        }
+        TimeLabel {
+            id: caption
+            color: Theme.secondaryText
+            font: Theme.captionFont
+        }
     }
 
     ScrollArea {
@@ -132,9 +185,9 @@ Rectangle {
                     enabled: root.model.canPlay
                     onClicked: root.model.togglePlaying()
                 }
-                TimeLabel {
+                Time {
                     text: root.model.currentTimeText
-                    color: Theme.secondaryText
+                    tenths: root.model.currentTimeTenths
                 }
                 PictureSlider {
                     Layout.fillWidth: true
@@ -146,9 +199,9 @@ Rectangle {
                     onMoved: root.model.scrub(value)
                     onStepped: direction => root.model.stepCurrentTime(direction)
                 }
-                TimeLabel {
+                Time {
                     text: root.model.totalDurationText
-                    color: Theme.secondaryText
+                    tenths: root.model.totalDurationTenths
                 }
             }
 
@@ -181,9 +234,9 @@ Rectangle {
                         columnSpacing: Theme.largeGap
                         rowSpacing: 4
 
-                        TimeLabel {
+                        Time {
                             text: root.model.startText
-                            color: Theme.secondaryText
+                            tenths: root.model.startTenths
                         }
                         PictureSlider {
                             Layout.fillWidth: true
@@ -194,9 +247,9 @@ Rectangle {
                             onMoved: root.model.moveTrimStart(value)
                             onStepped: direction => root.model.stepTrimStart(direction)
                         }
-                        TimeLabel {
+                        Time {
                             text: root.model.endText
-                            color: Theme.secondaryText
+                            tenths: root.model.endTenths
                         }
                         PictureSlider {
                             Layout.fillWidth: true
@@ -209,9 +262,9 @@ Rectangle {
                             onStepped: direction => root.model.stepTrimEnd(direction)
                         }
                     }
-                    TimeLabel {
+                    Time {
                         text: root.model.selectedText
-                        color: Theme.secondaryText
+                        tenths: root.model.selectedTenths
                     }
                 }
             }

@@ -203,14 +203,60 @@ TEST_F(ClipPreviewModelTest, PlayingStopsAtAnEndThatIsNoMultipleOfThePlayersTime
     EXPECT_FALSE(model->isPlaying());
 }
 
-TEST_F(ClipPreviewModelTest, PlayingFromTheEndStopsAgain)
+TEST_F(ClipPreviewModelTest, PlayAtTheSelectionsEndPlaysItAgainFromItsStartAndPausesThereAgain)
 {
     appear();
-    model->scrub(10);
+    model->moveTrimStart(3);
+    model->moveTrimEnd(5);
     model->togglePlaying();
-    player().stopByItself({10, 1});
+    EXPECT_EQ(player().seeks.back(), (MediaTime{3, 1}));
+    EXPECT_EQ(model->currentTime(), 3);
+    EXPECT_TRUE(player().isPlaying);
+    player().stopByItself({5, 1});
     EXPECT_FALSE(model->isPlaying());
     EXPECT_EQ(model->playSymbol().toStdString(), "play.circle.fill");
+    model->togglePlaying();
+    EXPECT_EQ(player().seeks.back(), (MediaTime{3, 1}));
+    EXPECT_TRUE(model->isPlaying());
+}
+
+TEST_F(ClipPreviewModelTest, PlayBehindTheSelectionPlaysItFromItsStartAndBeforeItFromThere)
+{
+    appear();
+    model->moveTrimStart(3);
+    model->moveTrimEnd(5);
+    model->scrub(8);
+    model->togglePlaying();
+    EXPECT_EQ(player().seeks.back(), (MediaTime{3, 1}));
+    model->togglePlaying();
+    model->scrub(1);
+    model->togglePlaying();
+    EXPECT_EQ(player().seeks.back(), (MediaTime{1, 1})) << "what comes before the selection can be watched";
+    EXPECT_TRUE(player().isPlaying);
+}
+
+TEST_F(ClipPreviewModelTest, PlayAtAnEndThatIsNoMultipleOfThePlayersTimeBeginsAgain)
+{
+    assetReader->durations[clip] = MediaTime{5'933'367, 1'000'000};
+    appear();
+    model->togglePlaying();
+    player().stopByItself({3560, 600});
+    model->togglePlaying();
+    ASSERT_THAT(player().seeks, SizeIs(1));
+    EXPECT_EQ(player().seeks.back(), MediaTime::zero());
+    EXPECT_TRUE(model->isPlaying());
+}
+
+TEST_F(ClipPreviewModelTest, ASelectionWithoutLengthIsNotPlayedAgain)
+{
+    appear();
+    model->moveTrimEnd(4);
+    model->moveTrimStart(4);
+    const auto seeks = player().seeks;
+    model->togglePlaying();
+    EXPECT_EQ(player().seeks, seeks);
+    player().stopByItself({4, 1});
+    EXPECT_FALSE(model->isPlaying());
 }
 
 TEST_F(ClipPreviewModelTest, AnObservationAtTheEndWhileItIsPausedStopsNothing)

@@ -181,6 +181,96 @@ TEST_F(ClipPreviewViewTest, IAndOMarkTheSelectionAndEscapeCloses)
     EXPECT_EQ(dismissals, 1);
 }
 
+TEST_F(ClipPreviewViewTest, LPlaysKPausesAndJGoesOneSecondBack)
+{
+    appear();
+    model->scrub(4);
+    slider("Start").forceActiveFocus();
+    window->type(Qt::Key_K, QStringLiteral("k"));
+    EXPECT_FALSE(player().isPlaying) << "nothing to pause";
+    window->type(Qt::Key_L, QStringLiteral("l"));
+    window->type(Qt::Key_L, QStringLiteral("l"));
+    EXPECT_TRUE(player().isPlaying) << "it plays already";
+    player().passTime({5, 1});
+    window->type(Qt::Key_J, QStringLiteral("j"));
+    EXPECT_EQ(model->currentTime(), 4);
+    EXPECT_EQ(player().seeks.back(), (MediaTime{4, 1}));
+    EXPECT_TRUE(player().isPlaying) << "and goes on from there";
+    window->type(Qt::Key_K, QStringLiteral("k"));
+    EXPECT_FALSE(player().isPlaying);
+    model->scrub(0.4);
+    window->type(Qt::Key_J, QStringLiteral("j"));
+    EXPECT_EQ(model->currentTime(), 0);
+    EXPECT_EQ(model->trimStartTime(), 0);
+    EXPECT_EQ(model->trimEndTime(), 10);
+}
+
+TEST_F(ClipPreviewViewTest, CommaAndDotShowOnePictureBackAndForwardsAndPause)
+{
+    appear();
+    slider("End").forceActiveFocus();
+    window->type(Qt::Key_Period, QStringLiteral("."));
+    window->type(Qt::Key_Period, QStringLiteral("."));
+    EXPECT_EQ(model->currentTime(), 0.04);
+    window->type(Qt::Key_Comma, QStringLiteral(","));
+    EXPECT_EQ(model->currentTime(), 0.02);
+    EXPECT_EQ(model->trimEndTime(), 10) << "the handles stay";
+    model->togglePlaying();
+    player().passTime({3, 1});
+    window->type(Qt::Key_Period, QStringLiteral("."));
+    EXPECT_FALSE(player().isPlaying);
+    EXPECT_TRUE(window->hasButton(QStringLiteral("Play")));
+    EXPECT_EQ(player().seeks.back(), (MediaTime{151, 50}));
+}
+
+TEST_F(ClipPreviewViewTest, HomeAndEndGoToTheClipsBeginningAndItsEnd)
+{
+    appear();
+    model->moveTrimEnd(6);
+    slider("Start").forceActiveFocus();
+    window->type(Qt::Key_End);
+    EXPECT_EQ(model->currentTime(), 10);
+    EXPECT_EQ(player().seeks.back(), (MediaTime{10, 1}));
+    window->type(Qt::Key_Home);
+    EXPECT_EQ(model->currentTime(), 0);
+    EXPECT_EQ(player().seeks.back(), MediaTime::zero());
+    EXPECT_EQ(model->trimStartTime(), 0);
+    EXPECT_EQ(model->trimEndTime(), 6);
+}
+
+TEST_F(ClipPreviewViewTest, AKeyBeforeTheDurationIsKnownOrForAClipThatCannotBePlayedMovesNothing)
+{
+    assetReader->answersAtOnce = false;
+    appear();
+    for (const auto key : {Qt::Key_End, Qt::Key_J, Qt::Key_Home, Qt::Key_Period, Qt::Key_Comma})
+        window->type(key);
+    EXPECT_EQ(model->currentTime(), 0);
+    assetReader->answerAll();
+    executor->runAll();
+    player().fail({"mpv", -17, "unrecognized file format", nullptr});
+    const auto seeks = player().seeks;
+    for (const auto key : {Qt::Key_End, Qt::Key_L, Qt::Key_J, Qt::Key_Home, Qt::Key_Period, Qt::Key_Comma})
+        window->type(key);
+    EXPECT_EQ(player().seeks, seeks);
+    EXPECT_FALSE(player().isPlaying);
+}
+
+TEST_F(ClipPreviewViewTest, ACaptionBesideEachTimeHasItsTenths)
+{
+    assetReader->durations[clip] = MediaTime{7596, 100};
+    appear();
+    model->moveTrimEnd(59.96);
+    model->moveTrimStart(1.44);
+    model->scrub(3.25);
+    for (const auto* time : {"00:03", "01:16", "Start: 00:01", "End: 01:00", "Selected: 00:59"})
+        EXPECT_TRUE(showsTime(time)) << time << " stays";
+    for (const auto* caption : {"00:03.3", "01:16.0", "00:01.4", "01:00.0", "00:58.5"})
+        EXPECT_TRUE(showsTime(caption)) << caption;
+    static_cast<void>(window->grab());
+    window->expectNothingIsCutOff({0, 0, 680, 600});
+    window->expectNoTextsOverlap();
+}
+
 TEST_F(ClipPreviewViewTest, EveryControlCanBeReachedByTheKeyboard)
 {
     appear();
