@@ -64,6 +64,7 @@ void ClipPreviewModel::setupPlayer()
         player_ = std::move(*player);
         player_->setPictureObserver([this] { emit pictureChanged(); });
         player_->setFailureObserver([this](const Error& error) { fail(QString::fromStdString(error.localizedDescription)); });
+        applySound();
         timeObserverToken_ = player_->addPeriodicTimeObserver(observationInterval, [this](MediaTime time) { timePassed(time); });
         emit playerChanged();
     } else {
@@ -116,6 +117,16 @@ double ClipPreviewModel::scrubMaximum() const
 double ClipPreviewModel::startMaximum() const
 {
     return std::max(trimEndTime_, shortestRange);
+}
+
+QString ClipPreviewModel::soundSymbol() const
+{
+    return heardVolume() > 0 ? QStringLiteral("speaker.wave.2") : QStringLiteral("speaker.slash");
+}
+
+QString ClipPreviewModel::soundAction() const
+{
+    return isMuted_ ? QStringLiteral("Unmute") : QStringLiteral("Mute");
 }
 
 QString ClipPreviewModel::formatTime(double seconds)
@@ -251,6 +262,19 @@ void ClipPreviewModel::moveTrimEnd(double seconds)
     seek(seconds);
 }
 
+void ClipPreviewModel::dragTrimStart(double seconds)
+{
+    pause();
+    moveTrimStart(std::clamp(seconds, 0.0, startMaximum()));
+}
+
+void ClipPreviewModel::dragTrimEnd(double seconds)
+{
+    pause();
+    // Where the start has passed an end of less than a tenth of a second, the end comes after it at once.
+    moveTrimEnd(std::max(std::min(seconds, scrubMaximum()), endMinimum()));
+}
+
 std::ptrdiff_t ClipPreviewModel::pictureAt(MediaTime time) const
 {
     const auto next = std::upper_bound(
@@ -383,22 +407,75 @@ MediaTime ClipPreviewModel::exportEnd() const
 void ClipPreviewModel::finishExport(const platform::ExportSession& session)
 {
     if (session.status() == platform::ExportSession::Status::completed)
-        return setExport(false, QStringLiteral("Trimmed clip saved as ") + QString::fromStdString(session.outputURL().filename().string()));
+        return setExport(false, QStringLiteral("Trimmed clip saved as ") + QString::fromStdString(session.outputURL().filename().string()),
+            session.outputURL());
     const auto error = session.error();
     setExport(
         false, QStringLiteral("Trim error: ") + (error ? QString::fromStdString(error->localizedDescription) : QStringLiteral("unknown")));
 }
 
-void ClipPreviewModel::setExport(bool isRunning, const QString& message)
+void ClipPreviewModel::setExport(bool isRunning, const QString& message, std::filesystem::path savedClip)
 {
     isExportingTrim_ = isRunning;
     trimStatusMessage_ = message;
+    savedClip_ = std::move(savedClip);
     emit exportChanged();
 }
 
 void ClipPreviewModel::share(double x, double y)
 {
-    services_.share(QPoint{qRound(x), qRound(y)});
+    services_.share(clipURL_, QPoint{qRound(x), qRound(y)});
+}
+
+void ClipPreviewModel::playSavedClip()
+{
+    pause();
+    if (hasSavedClip())
+        services_.play(savedClip_);
+}
+
+void ClipPreviewModel::shareSavedClip(double x, double y)
+{
+    if (hasSavedClip())
+        services_.share(savedClip_, QPoint{qRound(x), qRound(y)});
+}
+
+void ClipPreviewModel::revealSavedClip()
+{
+    if (hasSavedClip())
+        services_.reveal(savedClip_);
+}
+
+void ClipPreviewModel::copySavedClip()
+{
+    if (hasSavedClip())
+        services_.copy(savedClip_);
+}
+
+void ClipPreviewModel::setVolume(double volume)
+{
+    setSound(std::clamp(volume, 0.0, fullVolume), false);
+}
+
+void ClipPreviewModel::toggleMuted()
+{
+    setSound(volume_, !isMuted_);
+}
+
+void ClipPreviewModel::setSound(double volume, bool isMuted)
+{
+    volume_ = volume;
+    isMuted_ = isMuted;
+    applySound();
+    emit soundChanged();
+}
+
+void ClipPreviewModel::applySound()
+{
+    if (!player_)
+        return;
+    player_->setVolume(volume_ / fullVolume);
+    player_->setMuted(isMuted_);
 }
 
 }  // namespace velmora
