@@ -249,6 +249,7 @@ Rectangle {
                     onClicked: root.model.togglePlaying()
                 }
                 SteppedTime {
+                    Layout.fillWidth: false
                     text: root.model.currentTimeText
                     tenths: root.model.currentTimeTenths
                     enabled: root.model.canPlay
@@ -309,7 +310,10 @@ Rectangle {
                             Accessible.name: "Selection in the clip"
                         }
                         SteppedTime {
-                            Layout.fillWidth: true
+                            id: startTime
+
+                            Layout.preferredWidth: Math.max(startTime.implicitWidth, endTime.implicitWidth)
+                            Layout.fillWidth: false
                             text: root.model.startText
                             tenths: root.model.startTenths
                             enabled: root.model.canTrim
@@ -329,7 +333,10 @@ Rectangle {
                             onStepped: direction => root.model.stepTrimStart(direction)
                         }
                         SteppedTime {
-                            Layout.fillWidth: true
+                            id: endTime
+
+                            Layout.preferredWidth: Math.max(startTime.implicitWidth, endTime.implicitWidth)
+                            Layout.fillWidth: false
                             text: root.model.endText
                             tenths: root.model.endTenths
                             enabled: root.model.canTrim
