@@ -41,6 +41,10 @@ public:
     /// the end of the file.
     virtual void setForwardPlaybackEndTime(std::optional<MediaTime> time) = 0;
 
+    /// The sound of this player alone: 0 is silence, 1 is as it is in the file and where it begins. Nothing of it is stored.
+    virtual void setVolume(double volume) = 0;
+    virtual void setMuted(bool isMuted) = 0;
+
     /// `observer` is called with the time that is playing, no more often than every `interval`, and with that at which playing pauses, by
     /// itself or not.
     virtual TimeObserverToken addPeriodicTimeObserver(MediaTime interval, TimeObserver observer) = 0;

@@ -12,6 +12,9 @@ struct SharingService {
     std::string title;  ///< as a menu shows it
 };
 
+/// The service that puts the file itself on the clipboard, on every desktop that has one.
+inline constexpr const char* copyFileService = "copy-file";
+
 /// Main thread only.
 class SharingServices {
 public:

@@ -63,8 +63,17 @@ QuickContent makePreview(const std::filesystem::path& clip, const WindowContentP
             .library = parts.instances.library,
             .mainExecutor = parts.services.mainExecutor,
             .runningExports = parts.runningExports,
-            .share = [sharing = platform.sharingServices, clip](const QPoint& position) { popUpShareMenu(sharing, clip, position); },
-            .reveal = [workspace = platform.workspace, clip] { workspace->activateFileViewerSelecting({clip}); },
+            .share = [sharing = platform.sharingServices](
+                         const std::filesystem::path& file, const QPoint& position) { popUpShareMenu(sharing, file, position); },
+            .reveal = [workspace = platform.workspace](
+                          const std::filesystem::path& file) { workspace->activateFileViewerSelecting({file}); },
+            .copy = [sharing = platform.sharingServices](
+                        const std::filesystem::path& file) { sharing->perform(platform::copyFileService, file); },
+            .play =
+                [windows = parts.windows](const std::filesystem::path& file) {
+                    if (const auto presenting = windows())
+                        presenting->presentClipPreview(file);
+                },
         });
     auto* preview = model.get();
     return {

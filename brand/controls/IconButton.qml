@@ -10,6 +10,8 @@ T.Button {
     property real symbolSize: 18
     property color symbolColor: Theme.text
     property bool bordered: true
+    // What is said when it is pointed at or has the keyboard.
+    property string toolTip: text
 
     readonly property color surfaceColor: bordered ? Theme.cardSlate : "transparent"
 
@@ -21,9 +23,19 @@ T.Button {
 
     Accessible.role: Accessible.Button
     Accessible.name: text
+    Accessible.description: toolTip
     Accessible.onPressAction: button.enabled && button.clicked()
     Keys.onReturnPressed: event => event.isAutoRepeat || button.clicked()
     Keys.onEnterPressed: event => event.isAutoRepeat || button.clicked()
+
+    Loader {
+        active: (button.hovered || button.visualFocus) && button.toolTip !== ""
+        sourceComponent: ToolTip {
+            parent: button
+            text: button.toolTip
+            visible: !button.down
+        }
+    }
 
     contentItem: Item {
         Symbol {

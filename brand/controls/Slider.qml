@@ -10,11 +10,26 @@ T.Slider {
     property string text
     // Whether keys move the handle by stepSize; else stepped() says how a key or assistive technology would.
     property bool stepsByItself: true
+    // What the whole groove stands for, of which the handle may have only the part between `from` and `to`.
+    property real grooveFrom: from
+    property real grooveTo: to
+    property real tintFrom: from
+    property real tintTo: value
+
+    readonly property real handleSize: 16
 
     signal stepped(int direction)
 
+    // From the groove's beginning to that value, where the middle of the handle has it.
+    function offset(of: real): real {
+        const part = (of - grooveFrom) / (grooveTo - grooveFrom);
+        return Math.max(0, Math.min(1, part)) * (width - handleSize);
+    }
+
     implicitWidth: 200
     implicitHeight: 24
+    leftPadding: offset(from)
+    rightPadding: width - handleSize - offset(to)
     opacity: enabled ? 1 : Theme.disabledOpacity
     focusPolicy: Qt.StrongFocus
     hoverEnabled: true
@@ -28,15 +43,16 @@ T.Slider {
     Keys.onLeftPressed: slider.stepped(-1)
 
     background: RoundedRectangle {
-        x: slider.leftPadding
+        x: slider.handleSize / 2
         y: slider.topPadding + (slider.availableHeight - height) / 2
-        width: slider.availableWidth
+        width: slider.width - slider.handleSize
         height: 4
         radius: 2
         color: Theme.borderSlate
 
         RoundedRectangle {
-            width: slider.handle.x - slider.leftPadding + slider.handle.width / 2
+            x: slider.offset(slider.tintFrom)
+            width: Math.max(0, slider.offset(slider.tintTo) - x)
             height: parent.height
             radius: parent.radius
             color: slider.tint
@@ -46,8 +62,8 @@ T.Slider {
     handle: Item {
         x: slider.leftPadding + slider.visualPosition * (slider.availableWidth - width)
         y: slider.topPadding + (slider.availableHeight - height) / 2
-        width: 16
-        height: 16
+        width: slider.handleSize
+        height: slider.handleSize
 
         RoundedRectangle {
             anchors.centerIn: parent

@@ -11,6 +11,8 @@ T.Button {
     property bool plain: false
     property bool compact: false
     property string symbol
+    // What assistive technology says.
+    property string accessibleName: text
 
     readonly property color surfaceColor: prominent ? Theme.coral : plain ? "transparent" : Theme.cardSlate
     readonly property color foreground: prominent ? Theme.studioWhite : plain && !hovered ? Theme.secondaryText : Theme.text
@@ -25,7 +27,7 @@ T.Button {
     hoverEnabled: true
 
     Accessible.role: Accessible.Button
-    Accessible.name: text
+    Accessible.name: accessibleName
     Accessible.onPressAction: button.enabled && button.clicked()
     Keys.onReturnPressed: event => event.isAutoRepeat || button.clicked()
     Keys.onEnterPressed: event => event.isAutoRepeat || button.clicked()

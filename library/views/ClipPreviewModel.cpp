@@ -64,6 +64,7 @@ void ClipPreviewModel::setupPlayer()
         player_ = std::move(*player);
         player_->setPictureObserver([this] { emit pictureChanged(); });
         player_->setFailureObserver([this](const Error& error) { fail(QString::fromStdString(error.localizedDescription)); });
+        applySound();
         timeObserverToken_ = player_->addPeriodicTimeObserver(observationInterval, [this](MediaTime time) { timePassed(time); });
         emit playerChanged();
     } else {
@@ -118,12 +119,32 @@ double ClipPreviewModel::startMaximum() const
     return std::max(trimEndTime_, shortestRange);
 }
 
+QString ClipPreviewModel::soundSymbol() const
+{
+    return heardVolume() > 0 ? QStringLiteral("speaker.wave.2") : QStringLiteral("speaker.slash");
+}
+
+QString ClipPreviewModel::soundAction() const
+{
+    return isMuted_ ? QStringLiteral("Unmute") : QStringLiteral("Mute");
+}
+
 QString ClipPreviewModel::formatTime(double seconds)
 {
     if (!std::isfinite(seconds))
         return QStringLiteral("00:00");
     const auto whole = static_cast<qint64>(std::llround(seconds));
     return QStringLiteral("%1:%2").arg(whole / 60, 2, 10, QLatin1Char('0')).arg(whole % 60, 2, 10, QLatin1Char('0'));
+}
+
+QString ClipPreviewModel::formatTenths(double seconds)
+{
+    // Less than nothing is selected where the start has passed the end.
+    const auto tenths = std::isfinite(seconds) ? std::llround(std::max(0.0, seconds) * 10) : 0;
+    return QStringLiteral("%1:%2.%3")
+        .arg(tenths / 600, 2, 10, QLatin1Char('0'))
+        .arg(tenths / 10 % 60, 2, 10, QLatin1Char('0'))
+        .arg(tenths % 10);
 }
 
 bool ClipPreviewModel::drawPicture(const platform::PictureTarget& target) const
@@ -133,13 +154,44 @@ bool ClipPreviewModel::drawPicture(const platform::PictureTarget& target) const
 
 void ClipPreviewModel::togglePlaying()
 {
-    if (!player_ || !problem_.isEmpty())
-        return;
-    setPlaying(!isPlaying_);
     if (isPlaying_)
-        player_->play();
+        pause();
     else
-        player_->pause();
+        play();
+}
+
+void ClipPreviewModel::play()
+{
+    if (!player_ || !problem_.isEmpty() || isPlaying_)
+        return;
+    // A selection without length would pause at once, wherever it begins.
+    if (isAtSelectionsEnd() && mediaTime(trimStartTime_) < mediaTime(trimEndTime_))
+        seek(trimStartTime_);
+    setPlaying(true);
+    player_->play();
+}
+
+void ClipPreviewModel::pause()
+{
+    if (!isPlaying_)
+        return;
+    setPlaying(false);
+    player_->pause();
+}
+
+void ClipPreviewModel::goOneSecondBack()
+{
+    seek(std::max(0.0, currentTime_ - 1));
+}
+
+void ClipPreviewModel::goToBeginning()
+{
+    seek(0);
+}
+
+void ClipPreviewModel::goToEnd()
+{
+    seek(totalDuration_);
 }
 
 void ClipPreviewModel::timePassed(MediaTime time)
@@ -147,11 +199,16 @@ void ClipPreviewModel::timePassed(MediaTime time)
     currentTime_ = time.seconds();
     shownTime_ = time;
     emit currentTimeChanged();
-    // Both on the player's scale: a rounded end has to be reached too.
-    if (isPlaying_ && (trimEndTime_ <= currentTime_ || mediaTime(trimEndTime_) <= time)) {
+    if (isPlaying_ && isAtSelectionsEnd()) {
         player_->pause();
         setPlaying(false);
     }
+}
+
+bool ClipPreviewModel::isAtSelectionsEnd() const
+{
+    // Both on the player's scale: a rounded end has to be reached too.
+    return trimEndTime_ <= currentTime_ || mediaTime(trimEndTime_) <= shownTime_;
 }
 
 void ClipPreviewModel::setPlaying(bool isPlaying)
@@ -205,6 +262,19 @@ void ClipPreviewModel::moveTrimEnd(double seconds)
     seek(seconds);
 }
 
+void ClipPreviewModel::dragTrimStart(double seconds)
+{
+    pause();
+    moveTrimStart(std::clamp(seconds, 0.0, startMaximum()));
+}
+
+void ClipPreviewModel::dragTrimEnd(double seconds)
+{
+    pause();
+    // Where the start has passed an end of less than a tenth of a second, the end comes after it at once.
+    moveTrimEnd(std::max(std::min(seconds, scrubMaximum()), endMinimum()));
+}
+
 std::ptrdiff_t ClipPreviewModel::pictureAt(MediaTime time) const
 {
     const auto next = std::upper_bound(
@@ -228,6 +298,12 @@ double ClipPreviewModel::steppedTime(MediaTime time, int pictures) const
 void ClipPreviewModel::stepCurrentTime(int pictures)
 {
     seek(std::min(steppedTime(shownTime_, pictures), scrubMaximum()));
+}
+
+void ClipPreviewModel::pauseAndStep(int pictures)
+{
+    pause();
+    stepCurrentTime(pictures);
 }
 
 void ClipPreviewModel::stepTrimStart(int pictures)
@@ -331,22 +407,75 @@ MediaTime ClipPreviewModel::exportEnd() const
 void ClipPreviewModel::finishExport(const platform::ExportSession& session)
 {
     if (session.status() == platform::ExportSession::Status::completed)
-        return setExport(false, QStringLiteral("Trimmed clip saved as ") + QString::fromStdString(session.outputURL().filename().string()));
+        return setExport(false, QStringLiteral("Trimmed clip saved as ") + QString::fromStdString(session.outputURL().filename().string()),
+            session.outputURL());
     const auto error = session.error();
     setExport(
         false, QStringLiteral("Trim error: ") + (error ? QString::fromStdString(error->localizedDescription) : QStringLiteral("unknown")));
 }
 
-void ClipPreviewModel::setExport(bool isRunning, const QString& message)
+void ClipPreviewModel::setExport(bool isRunning, const QString& message, std::filesystem::path savedClip)
 {
     isExportingTrim_ = isRunning;
     trimStatusMessage_ = message;
+    savedClip_ = std::move(savedClip);
     emit exportChanged();
 }
 
 void ClipPreviewModel::share(double x, double y)
 {
-    services_.share(QPoint{qRound(x), qRound(y)});
+    services_.share(clipURL_, QPoint{qRound(x), qRound(y)});
+}
+
+void ClipPreviewModel::playSavedClip()
+{
+    pause();
+    if (hasSavedClip())
+        services_.play(savedClip_);
+}
+
+void ClipPreviewModel::shareSavedClip(double x, double y)
+{
+    if (hasSavedClip())
+        services_.share(savedClip_, QPoint{qRound(x), qRound(y)});
+}
+
+void ClipPreviewModel::revealSavedClip()
+{
+    if (hasSavedClip())
+        services_.reveal(savedClip_);
+}
+
+void ClipPreviewModel::copySavedClip()
+{
+    if (hasSavedClip())
+        services_.copy(savedClip_);
+}
+
+void ClipPreviewModel::setVolume(double volume)
+{
+    setSound(std::clamp(volume, 0.0, fullVolume), false);
+}
+
+void ClipPreviewModel::toggleMuted()
+{
+    setSound(volume_, !isMuted_);
+}
+
+void ClipPreviewModel::setSound(double volume, bool isMuted)
+{
+    volume_ = volume;
+    isMuted_ = isMuted;
+    applySound();
+    emit soundChanged();
+}
+
+void ClipPreviewModel::applySound()
+{
+    if (!player_)
+        return;
+    player_->setVolume(volume_ / fullVolume);
+    player_->setMuted(isMuted_);
 }
 
 }  // namespace velmora

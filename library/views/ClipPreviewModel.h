@@ -40,15 +40,26 @@ class ClipPreviewModel final : public QObject {
     Q_PROPERTY(double endMinimum READ endMinimum NOTIFY boundsChanged)
     Q_PROPERTY(double endMaximum READ scrubMaximum NOTIFY boundsChanged)
     Q_PROPERTY(QString totalDurationText READ totalDurationText NOTIFY boundsChanged)
+    Q_PROPERTY(QString totalDurationTenths READ totalDurationTenths NOTIFY boundsChanged)
     Q_PROPERTY(double currentTime READ currentTime NOTIFY currentTimeChanged)
     Q_PROPERTY(QString currentTimeText READ currentTimeText NOTIFY currentTimeChanged)
+    Q_PROPERTY(QString currentTimeTenths READ currentTimeTenths NOTIFY currentTimeChanged)
     Q_PROPERTY(double trimStartTime READ trimStartTime NOTIFY trimChanged)
     Q_PROPERTY(double trimEndTime READ trimEndTime NOTIFY trimChanged)
     Q_PROPERTY(QString startText READ startText NOTIFY trimChanged)
     Q_PROPERTY(QString endText READ endText NOTIFY trimChanged)
     Q_PROPERTY(QString selectedText READ selectedText NOTIFY trimChanged)
+    Q_PROPERTY(QString startTenths READ startTenths NOTIFY trimChanged)
+    Q_PROPERTY(QString endTenths READ endTenths NOTIFY trimChanged)
+    Q_PROPERTY(QString selectedTenths READ selectedTenths NOTIFY trimChanged)
     Q_PROPERTY(bool isExportingTrim READ isExportingTrim NOTIFY exportChanged)
     Q_PROPERTY(QString trimStatusMessage READ trimStatusMessage NOTIFY exportChanged)
+    Q_PROPERTY(bool hasSavedClip READ hasSavedClip NOTIFY exportChanged)
+    Q_PROPERTY(double volume READ volume NOTIFY soundChanged)
+    Q_PROPERTY(bool isMuted READ isMuted NOTIFY soundChanged)
+    Q_PROPERTY(double heardVolume READ heardVolume NOTIFY soundChanged)
+    Q_PROPERTY(QString soundSymbol READ soundSymbol NOTIFY soundChanged)
+    Q_PROPERTY(QString soundAction READ soundAction NOTIFY soundChanged)
 
 public:
     struct Services {
@@ -59,12 +70,15 @@ public:
         ClipLibrary& library;
         std::shared_ptr<Executor> mainExecutor;
         std::shared_ptr<RunningExports> runningExports;
-        std::function<void(const QPoint&)> share;  ///< opens the share menu there, in points of the screen
-        std::function<void()> reveal;
+        std::function<void(const std::filesystem::path&, const QPoint&)> share;  ///< opens the share menu there, in points of the screen
+        std::function<void(const std::filesystem::path&)> reveal;
+        std::function<void(const std::filesystem::path&)> copy;  ///< to the clipboard
+        std::function<void(const std::filesystem::path&)> play;  ///< in a window of its own
     };
 
     /// Thumbnails in the filmstrip, once all are there.
     static constexpr int thumbnailCount = 12;
+    static constexpr double fullVolume = 100;
 
     ClipPreviewModel(std::filesystem::path clipURL, Services services, QObject* parent = nullptr);
     ~ClipPreviewModel() override;
@@ -97,20 +111,45 @@ public:
     [[nodiscard]] QString startText() const { return QStringLiteral("Start: ") + formatTime(trimStartTime_); }
     [[nodiscard]] QString endText() const { return QStringLiteral("End: ") + formatTime(trimEndTime_); }
     [[nodiscard]] QString selectedText() const { return QStringLiteral("Selected: ") + formatTime(trimEndTime_ - trimStartTime_); }
+    [[nodiscard]] QString totalDurationTenths() const { return formatTenths(totalDuration_); }
+    [[nodiscard]] QString currentTimeTenths() const { return formatTenths(currentTime_); }
+    [[nodiscard]] QString startTenths() const { return formatTenths(trimStartTime_); }
+    [[nodiscard]] QString endTenths() const { return formatTenths(trimEndTime_); }
+    [[nodiscard]] QString selectedTenths() const { return formatTenths(trimEndTime_ - trimStartTime_); }
     [[nodiscard]] bool isExportingTrim() const { return isExportingTrim_; }
     [[nodiscard]] const QString& trimStatusMessage() const { return trimStatusMessage_; }
+    /// Whether the message names a clip that was saved here: what the four calls at its side are for.
+    [[nodiscard]] bool hasSavedClip() const { return !savedClip_.empty(); }
+    /// In hundredths of what is in the file.
+    [[nodiscard]] double volume() const { return volume_; }
+    [[nodiscard]] bool isMuted() const { return isMuted_; }
+    [[nodiscard]] double heardVolume() const { return isMuted_ ? 0 : volume_; }
+    [[nodiscard]] QString soundSymbol() const;
+    [[nodiscard]] QString soundAction() const;
     [[nodiscard]] const std::vector<QImage>& thumbnails() const { return thumbnails_; }
 
     /// Draws what the player shows now; false when there is nothing yet.
     [[nodiscard]] bool drawPicture(const platform::PictureTarget& target) const;
 
     Q_INVOKABLE void togglePlaying();
+    /// From here on; at the selection's end, or behind it, the selection from its start.
+    Q_INVOKABLE void play();
+    Q_INVOKABLE void pause();
+    /// What plays goes on from there.
+    Q_INVOKABLE void goOneSecondBack();
+    Q_INVOKABLE void goToBeginning();
+    Q_INVOKABLE void goToEnd();
     Q_INVOKABLE void scrub(double seconds);
     Q_INVOKABLE void moveTrimStart(double seconds);
     Q_INVOKABLE void moveTrimEnd(double seconds);
 
+    /// To there, as far as the slider allows, and paused: the picture there is looked at.
+    void dragTrimStart(double seconds);
+    void dragTrimEnd(double seconds);
+
     /// Step by so many pictures, forwards or back.
     Q_INVOKABLE void stepCurrentTime(int pictures);
+    Q_INVOKABLE void pauseAndStep(int pictures);
     Q_INVOKABLE void stepTrimStart(int pictures);
     Q_INVOKABLE void stepTrimEnd(int pictures);
 
@@ -123,11 +162,22 @@ public:
     void exportTrimmed(bool replaceOriginal);
 
     Q_INVOKABLE void share(double x, double y);
-    Q_INVOKABLE void reveal() { services_.reveal(); }
+    Q_INVOKABLE void reveal() { services_.reveal(clipURL_); }
+    Q_INVOKABLE void playSavedClip();
+    Q_INVOKABLE void shareSavedClip(double x, double y);
+    Q_INVOKABLE void revealSavedClip();
+    Q_INVOKABLE void copySavedClip();
+
+    /// Of this preview only, and for as long as it is open. A volume that is chosen is heard: it ends the muting.
+    Q_INVOKABLE void setVolume(double volume);
+    Q_INVOKABLE void toggleMuted();
+
     Q_INVOKABLE void dismiss() { emit dismissed(); }
 
     /// "%02d:%02d" of minutes and seconds; hours count as minutes.
     [[nodiscard]] static QString formatTime(double seconds);
+    /// The same with the tenths of a second, "%02d:%02d.%d".
+    [[nodiscard]] static QString formatTenths(double seconds);
 
 signals:
     void playerChanged();
@@ -139,6 +189,7 @@ signals:
     void trimChanged();
     void thumbnailsChanged();
     void exportChanged();
+    void soundChanged();
     void dismissed();
 
 private:
@@ -150,7 +201,10 @@ private:
     void fail(const QString& problem);
     void loadThumbnail(int number);
     void finishExport(const platform::ExportSession& session);
-    void setExport(bool isRunning, const QString& message);
+    void setExport(bool isRunning, const QString& message, std::filesystem::path savedClip = {});
+    void setSound(double volume, bool isMuted);
+    void applySound();
+    [[nodiscard]] bool isAtSelectionsEnd() const;
     [[nodiscard]] MediaTime exportEnd() const;
     [[nodiscard]] std::ptrdiff_t pictureAt(MediaTime time) const;
     [[nodiscard]] double steppedTime(MediaTime time, int pictures) const;
@@ -168,6 +222,9 @@ private:
     double trimEndTime_ = 0;
     bool isExportingTrim_ = false;
     QString trimStatusMessage_;
+    std::filesystem::path savedClip_;
+    double volume_ = fullVolume;
+    bool isMuted_ = false;
     std::vector<MediaTime> pictureTimes_;
     std::vector<QImage> thumbnails_;
 

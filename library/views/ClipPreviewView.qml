@@ -32,6 +32,46 @@ Rectangle {
         onActivated: root.model.setTrimEndHere()
     }
     Shortcut {
+        sequence: "J"
+        enabled: root.model.canPlay
+        onActivated: root.model.goOneSecondBack()
+    }
+    Shortcut {
+        sequence: "K"
+        enabled: root.model.canPlay
+        onActivated: root.model.pause()
+    }
+    Shortcut {
+        sequence: "L"
+        enabled: root.model.canPlay
+        onActivated: root.model.play()
+    }
+    Shortcut {
+        sequence: ","
+        enabled: root.model.canPlay
+        onActivated: root.model.pauseAndStep(-1)
+    }
+    Shortcut {
+        sequence: "."
+        enabled: root.model.canPlay
+        onActivated: root.model.pauseAndStep(1)
+    }
+    Shortcut {
+        sequence: "M"
+        enabled: root.model.canPlay
+        onActivated: root.model.toggleMuted()
+    }
+    Shortcut {
+        sequence: "Home"
+        enabled: root.model.canPlay
+        onActivated: root.model.goToBeginning()
+    }
+    Shortcut {
+        sequence: "End"
+        enabled: root.model.canPlay
+        onActivated: root.model.goToEnd()
+    }
+    Shortcut {
         sequences: [StandardKey.Cancel]
         onActivated: root.model.dismiss()
     }
@@ -39,6 +79,81 @@ Rectangle {
     component PictureSlider: Slider {
         stepsByItself: false
         live: true
+    }
+
+    // A time in whole seconds, and as a caption beside it the same with its tenths.
+    component Time: RowLayout {
+        property alias text: whole.text
+        property alias tenths: caption.text
+
+        spacing: Theme.gap
+
+        TimeLabel {
+            id: whole
+            color: Theme.secondaryText
+        }
+        TimeLabel {
+            id: caption
+            color: Theme.secondaryText
+            font: Theme.captionFont
+        }
+    }
+
+    // A time with buttons that go one picture back and forwards. The keyboard has keys for that.
+    component SteppedTime: RowLayout {
+        id: steppedTime
+
+        property alias text: time.text
+        property alias tenths: time.tenths
+        property alias backName: back.text
+        property alias backToolTip: back.toolTip
+        property alias forwardsName: forwards.text
+        property alias forwardsToolTip: forwards.toolTip
+
+        signal stepped(int direction)
+
+        spacing: 0
+
+        Time {
+            id: time
+        }
+        Item {
+            Layout.fillWidth: true
+        }
+        StepButton {
+            id: back
+            Layout.leftMargin: Theme.smallGap
+            symbol: "chevron.left"
+            onClicked: steppedTime.stepped(-1)
+        }
+        StepButton {
+            id: forwards
+            symbol: "chevron.right"
+            onClicked: steppedTime.stepped(1)
+        }
+    }
+
+    component StepButton: IconButton {
+        symbolSize: 14
+        symbolColor: Theme.secondaryText
+        bordered: false
+        focusPolicy: Qt.NoFocus
+        autoRepeat: true
+    }
+
+    // On the filmstrip's scale, with the tint over what is kept.
+    component TrimSlider: PictureSlider {
+        Layout.fillWidth: true
+        enabled: root.model.canTrim
+        grooveFrom: 0
+        grooveTo: root.model.endMaximum
+        tintFrom: root.model.trimStartTime
+        tintTo: root.model.trimEndTime
+    }
+
+    component SavedClipButton: TextButton {
+        compact: true
+        visible: root.model.hasSavedClip
     }
 
     ScrollArea {
@@ -130,11 +245,19 @@ Rectangle {
                     symbolSize: 34
                     bordered: false
                     enabled: root.model.canPlay
+                    toolTip: text + " (Space)"
                     onClicked: root.model.togglePlaying()
                 }
-                TimeLabel {
+                SteppedTime {
+                    Layout.fillWidth: false
                     text: root.model.currentTimeText
-                    color: Theme.secondaryText
+                    tenths: root.model.currentTimeTenths
+                    enabled: root.model.canPlay
+                    backName: "Previous Picture"
+                    backToolTip: "Previous picture (comma key)"
+                    forwardsName: "Next Picture"
+                    forwardsToolTip: "Next picture (full stop key)"
+                    onStepped: direction => root.model.pauseAndStep(direction)
                 }
                 PictureSlider {
                     Layout.fillWidth: true
@@ -146,9 +269,9 @@ Rectangle {
                     onMoved: root.model.scrub(value)
                     onStepped: direction => root.model.stepCurrentTime(direction)
                 }
-                TimeLabel {
+                Time {
                     text: root.model.totalDurationText
-                    color: Theme.secondaryText
+                    tenths: root.model.totalDurationTenths
                 }
             }
 
@@ -163,45 +286,68 @@ Rectangle {
                     anchors.right: parent.right
                     spacing: 6
 
-                    Label {
-                        text: "Trim Clip Range"
-                        font: Theme.headlineFont
-                        Accessible.role: Accessible.Heading
-                        Accessible.name: text
-                    }
-                    Filmstrip {
-                        Layout.fillWidth: true
-                        Layout.preferredHeight: 34
-                        Layout.topMargin: 4
-                        Layout.bottomMargin: 2
-                        model: root.model
-                    }
                     GridLayout {
                         columns: 2
                         columnSpacing: Theme.largeGap
                         rowSpacing: 4
 
-                        TimeLabel {
-                            text: root.model.startText
-                            color: Theme.secondaryText
+                        Label {
+                            text: "Trim Clip Range"
+                            font: Theme.headlineFont
+                            Accessible.role: Accessible.Heading
+                            Accessible.name: text
                         }
-                        PictureSlider {
+                        Filmstrip {
                             Layout.fillWidth: true
-                            text: "Start"
+                            Layout.preferredHeight: 34
+                            Layout.bottomMargin: 2
+                            // Its ends are where the middles of the handles can come to.
+                            Layout.leftMargin: start.handleSize / 2
+                            Layout.rightMargin: start.handleSize / 2
+                            model: root.model
                             enabled: root.model.canTrim
+                            Accessible.role: Accessible.Graphic
+                            Accessible.name: "Selection in the clip"
+                        }
+                        SteppedTime {
+                            id: startTime
+
+                            Layout.preferredWidth: Math.max(startTime.implicitWidth, endTime.implicitWidth)
+                            Layout.fillWidth: false
+                            text: root.model.startText
+                            tenths: root.model.startTenths
+                            enabled: root.model.canTrim
+                            backName: "Move Start Back"
+                            backToolTip: "Start one picture earlier (Left in its slider)"
+                            forwardsName: "Move Start Forwards"
+                            forwardsToolTip: "Start one picture later (Right in its slider)"
+                            onStepped: direction => root.model.stepTrimStart(direction)
+                        }
+                        TrimSlider {
+                            id: start
+
+                            text: "Start"
                             to: root.model.startMaximum
                             value: root.model.trimStartTime
                             onMoved: root.model.moveTrimStart(value)
                             onStepped: direction => root.model.stepTrimStart(direction)
                         }
-                        TimeLabel {
+                        SteppedTime {
+                            id: endTime
+
+                            Layout.preferredWidth: Math.max(startTime.implicitWidth, endTime.implicitWidth)
+                            Layout.fillWidth: false
                             text: root.model.endText
-                            color: Theme.secondaryText
-                        }
-                        PictureSlider {
-                            Layout.fillWidth: true
-                            text: "End"
+                            tenths: root.model.endTenths
                             enabled: root.model.canTrim
+                            backName: "Move End Back"
+                            backToolTip: "End one picture earlier (Left in its slider)"
+                            forwardsName: "Move End Forwards"
+                            forwardsToolTip: "End one picture later (Right in its slider)"
+                            onStepped: direction => root.model.stepTrimEnd(direction)
+                        }
+                        TrimSlider {
+                            text: "End"
                             from: root.model.endMinimum
                             to: root.model.endMaximum
                             value: root.model.trimEndTime
@@ -209,9 +355,9 @@ Rectangle {
                             onStepped: direction => root.model.stepTrimEnd(direction)
                         }
                     }
-                    TimeLabel {
+                    Time {
                         text: root.model.selectedText
-                        color: Theme.secondaryText
+                        tenths: root.model.selectedTenths
                     }
                 }
             }
@@ -234,6 +380,7 @@ Rectangle {
 
                     text: "Share"
                     symbol: "square.and.arrow.up"
+                    toolTip: "Share this clip"
                     onClicked: {
                         const corner = share.mapToGlobal(0, share.height + 4);
                         root.model.share(corner.x, corner.y);
@@ -242,23 +389,77 @@ Rectangle {
                 IconButton {
                     text: "Reveal in Finder"
                     symbol: "folder"
+                    toolTip: "Show this clip in the file manager"
                     onClicked: root.model.reveal()
+                }
+                Item {
+                    Layout.fillWidth: true
+                }
+                IconButton {
+                    text: root.model.soundAction
+                    symbol: root.model.soundSymbol
+                    bordered: false
+                    enabled: root.model.canPlay
+                    toolTip: text + " (M)"
+                    onClicked: root.model.toggleMuted()
+                }
+                Slider {
+                    implicitWidth: 110
+                    text: "Volume"
+                    enabled: root.model.canPlay
+                    live: true
+                    tint: Theme.secondaryText
+                    to: 100
+                    stepSize: 5
+                    value: root.model.volume
+                    tintTo: root.model.heardVolume
+                    onMoved: root.model.setVolume(value)
                 }
             }
 
-            LineLabel {
+            RowLayout {
                 Layout.fillWidth: true
-                Layout.preferredHeight: 18
-                Layout.topMargin: 8
-                Layout.bottomMargin: 14
+                Layout.preferredHeight: Theme.compactHeight
+                Layout.topMargin: 6
+                Layout.bottomMargin: 8
                 Layout.leftMargin: Theme.windowMargin
                 Layout.rightMargin: Theme.windowMargin
-                line: root.model.trimStatusMessage
-                font: Theme.captionFont
-                color: Theme.secondaryText
-                elide: Text.ElideMiddle
-                Accessible.role: Accessible.StatusBar
-                Accessible.name: text
+                spacing: 6
+
+                LineLabel {
+                    Layout.fillWidth: true
+                    line: root.model.trimStatusMessage
+                    font: Theme.captionFont
+                    color: Theme.secondaryText
+                    elide: Text.ElideMiddle
+                    Accessible.role: Accessible.StatusBar
+                    Accessible.name: text
+                }
+                SavedClipButton {
+                    text: "Play"
+                    accessibleName: "Play Trimmed Clip"
+                    onClicked: root.model.playSavedClip()
+                }
+                SavedClipButton {
+                    id: shareSaved
+
+                    text: "Share"
+                    accessibleName: "Share Trimmed Clip"
+                    onClicked: {
+                        const corner = shareSaved.mapToGlobal(0, shareSaved.height + 4);
+                        root.model.shareSavedClip(corner.x, corner.y);
+                    }
+                }
+                SavedClipButton {
+                    text: "Reveal"
+                    accessibleName: "Reveal Trimmed Clip"
+                    onClicked: root.model.revealSavedClip()
+                }
+                SavedClipButton {
+                    text: "Copy"
+                    accessibleName: "Copy Trimmed Clip"
+                    onClicked: root.model.copySavedClip()
+                }
             }
         }
     }

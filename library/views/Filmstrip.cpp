@@ -2,11 +2,15 @@
 
 #include "brand/BrandColors.h"
 
+#include <QCursor>
+#include <QHoverEvent>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPen>
 
 #include <algorithm>
+#include <cmath>
 
 namespace velmora {
 
@@ -14,6 +18,8 @@ namespace {
 
 constexpr double cornerRadius = 6;
 constexpr double frameWidth = 3;
+constexpr double sideWidth = 8;
+constexpr double grooveWidth = 2;
 constexpr double frameCornerRadius = 5.5;
 constexpr double dimming = 0.72;
 
@@ -29,6 +35,8 @@ QRectF croppedSource(const QImage& image, const QSizeF& cell)
 Filmstrip::Filmstrip(QQuickItem* parent) : QQuickPaintedItem(parent)
 {
     setAntialiasing(true);
+    setAcceptedMouseButtons(Qt::LeftButton);
+    setAcceptHoverEvents(true);
 }
 
 void Filmstrip::setModel(ClipPreviewModel* model)
@@ -46,13 +54,78 @@ void Filmstrip::setModel(ClipPreviewModel* model)
     update();
 }
 
+double Filmstrip::pointsPerSecond() const
+{
+    return model_ && model_->totalDuration() > 0 ? width() / model_->totalDuration() : 0;
+}
+
 QRectF Filmstrip::selection() const
 {
-    if (!model_ || model_->totalDuration() <= 0)
+    const double scale = pointsPerSecond();
+    if (scale <= 0)
         return {};
-    const double scale = width() / model_->totalDuration();
     const double begin = model_->trimStartTime() * scale;
     return {begin, 0, std::max(0.0, model_->trimEndTime() * scale - begin), height()};
+}
+
+Filmstrip::Side Filmstrip::sideAt(double x) const
+{
+    if (pointsPerSecond() <= 0)
+        return Side::none;
+    const QRectF selected = selection();
+    // Of a selection so short that both can be taken, each half has its own.
+    if (x < selected.center().x())
+        return std::abs(x - selected.left()) <= reach ? Side::start : Side::none;
+    return std::abs(x - selected.right()) <= reach ? Side::end : Side::none;
+}
+
+bool Filmstrip::contains(const QPointF& point) const
+{
+    return QRectF{-reach, 0, width() + 2 * reach, height()}.contains(point);
+}
+
+void Filmstrip::mousePressEvent(QMouseEvent* event)
+{
+    dragged_ = sideAt(event->position().x());
+    event->setAccepted(dragged_ != Side::none);
+    if (dragged_ == Side::none)
+        return;
+    const QRectF selected = selection();
+    taken_ = event->position().x() - (dragged_ == Side::start ? selected.left() : selected.right());
+    // What scrolls a low window would take the drag over.
+    setKeepMouseGrab(true);
+}
+
+void Filmstrip::mouseMoveEvent(QMouseEvent* event)
+{
+    const double scale = pointsPerSecond();
+    if (scale <= 0)
+        return;
+    const double seconds = (event->position().x() - taken_) / scale;
+    if (dragged_ == Side::start)
+        model_->dragTrimStart(seconds);
+    else if (dragged_ == Side::end)
+        model_->dragTrimEnd(seconds);
+}
+
+void Filmstrip::mouseReleaseEvent(QMouseEvent* /*event*/)
+{
+    dragged_ = Side::none;
+    setKeepMouseGrab(false);
+}
+
+void Filmstrip::mouseUngrabEvent()
+{
+    dragged_ = Side::none;
+    setKeepMouseGrab(false);
+}
+
+void Filmstrip::hoverMoveEvent(QHoverEvent* event)
+{
+    if (sideAt(event->position().x()) == Side::none)
+        unsetCursor();
+    else
+        setCursor(Qt::SizeHorCursor);
 }
 
 void Filmstrip::paint(QPainter* painter)
@@ -82,10 +155,16 @@ void Filmstrip::paint(QPainter* painter)
     painter->fillPath(shaded.subtracted(hole), shade);
     if (selected.isEmpty())
         return;
-    painter->setPen(QPen{BrandColors::coral, frameWidth});
-    painter->setBrush(Qt::NoBrush);
-    constexpr double inset = frameWidth / 2;
-    painter->drawRoundedRect(selected.adjusted(inset, inset, -inset, -inset), frameCornerRadius - inset, frameCornerRadius - inset);
+    const double side = std::min(sideWidth, selected.width() / 2);
+    QPainterPath window;
+    window.addRoundedRect(selected.adjusted(side, frameWidth, -side, -frameWidth), 2, 2);
+    painter->fillPath(hole.subtracted(window), BrandColors::coral);
+    if (side < sideWidth)
+        return;
+    // Each side has a groove to take it by.
+    painter->setPen(QPen{BrandColors::studioWhite, grooveWidth, Qt::SolidLine, Qt::RoundCap});
+    for (const double middle : {selected.left() + side / 2, selected.right() - side / 2})
+        painter->drawLine(QPointF{middle, height() * 0.36}, QPointF{middle, height() * 0.64});
 }
 
 }  // namespace velmora

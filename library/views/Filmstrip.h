@@ -8,7 +8,8 @@
 
 namespace velmora {
 
-/// What lies outside the selection is dimmed; a frame surrounds the rest.
+/// What lies outside the selection is dimmed; a frame surrounds the rest. The frame's sides can be dragged, and the player shows the
+/// picture under the side that is.
 class Filmstrip : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
@@ -20,15 +21,32 @@ public:
     [[nodiscard]] ClipPreviewModel* model() const { return model_; }
     void setModel(ClipPreviewModel* model);
 
+    /// How far beside its edge a side can still be taken, in points.
+    static constexpr double reach = 8;
+
     void paint(QPainter* painter) override;
+    [[nodiscard]] bool contains(const QPointF& point) const override;
 
 signals:
     void modelChanged();
 
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseUngrabEvent() override;
+    void hoverMoveEvent(QHoverEvent* event) override;
+
 private:
+    enum class Side { none, start, end };
+
+    [[nodiscard]] double pointsPerSecond() const;
     [[nodiscard]] QRectF selection() const;
+    [[nodiscard]] Side sideAt(double x) const;
 
     QPointer<ClipPreviewModel> model_;
+    Side dragged_ = Side::none;
+    double taken_ = 0;  ///< how far right of its edge the side was taken
 };
 
 }  // namespace velmora

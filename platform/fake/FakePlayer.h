@@ -20,6 +20,8 @@ struct PlayerRecord {
     std::filesystem::path file;
     bool isPlaying = false;
     bool isDestroyed = false;
+    double volume = 1;
+    bool isMuted = false;
     std::vector<MediaTime> seeks;
     std::optional<MediaTime> endTime;
     std::map<platform::Player::TimeObserverToken, Observer> observers;
@@ -67,6 +69,9 @@ public:
     void pause() override { record_->isPlaying = false; }
     void seek(MediaTime time) override { record_->seeks.push_back(time); }
     void setForwardPlaybackEndTime(std::optional<MediaTime> time) override { record_->endTime = time; }
+
+    void setVolume(double volume) override { record_->volume = volume; }
+    void setMuted(bool isMuted) override { record_->isMuted = isMuted; }
 
     TimeObserverToken addPeriodicTimeObserver(MediaTime interval, TimeObserver observer) override
     {

@@ -4,6 +4,8 @@
 #include "brand/BrandColors.h"
 #include "brand/CaptureStatus.h"
 
+#include <QThread>
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -307,6 +309,72 @@ TEST(Slider, MovesWithTheArrowKeysAndIsFilledUpToItsHandle)
     expectNear(image.pixelColor(60, middle), BrandColors::coral);
     expectNear(image.pixelColor(8 + 120, middle), Qt::white);
     expectNear(image.pixelColor(190, middle), BrandColors::borderSlate);
+}
+
+TEST(Slider, HasItsHandleAndItsTintWhereTheWholeGrooveHasTheirValues)
+{
+    const QuickTestWindow window{
+        QLatin1String("Slider { objectName: 'slider'; x: 20; y: 20; width: 216; from: 2; to: 6; value: 4; grooveFrom: 0; grooveTo: 10;"
+                      "tintFrom: 4; tintTo: 9; text: 'Start' }")};
+    const auto image = window.grab(*window.item("slider"));
+    const int middle = image.height() / 2;
+    const auto at = [](double value) { return 8 + qRound(value * 20); };
+    expectNear(image.pixelColor(at(4) - 5, middle), Qt::white);
+    expectNear(image.pixelColor(at(4) + 5, middle), Qt::white);
+    expectNear(image.pixelColor(at(4) - 10, middle), BrandColors::borderSlate);
+    expectNear(image.pixelColor(at(4) + 10, middle), BrandColors::coral);
+    expectNear(image.pixelColor(at(9) - 3, middle), BrandColors::coral);
+    expectNear(image.pixelColor(at(9) + 2, middle), BrandColors::borderSlate);
+    expectNear(image.pixelColor(at(10) + 4, middle), BrandColors::obsidian);
+}
+
+TEST(Slider, ItsHandleCanNeitherPassItsOwnBoundsNorIsThereAnyLengthNeeded)
+{
+    QuickTestWindow window{
+        QLatin1String("Slider { objectName: 'slider'; x: 20; y: 20; width: 216; from: 2; to: 6; value: 4; grooveFrom: 0; grooveTo: 10;"
+                      "text: 'Start' }")};
+    auto& slider = *window.item("slider");
+    const auto& handle = *qvariant_cast<QQuickItem*>(slider.property("handle"));
+    slider.setProperty("value", 6);
+    EXPECT_NEAR(handle.x(), 120, 0.01);
+    slider.setProperty("value", 0);
+    EXPECT_NEAR(handle.x(), 40, 0.01);
+    slider.setProperty("from", 6);
+    EXPECT_NEAR(handle.x(), 120, 0.01) << "from one bound to the same";
+}
+
+TEST(ToolTip, ComesWhereAnIconIsPointedAtAndCanBeRead)
+{
+    QuickTestWindow window{
+        QLatin1String("IconButton { objectName: 'icon'; x: 20; y: 80; text: 'Share'; toolTip: 'Share it'; symbol: 'globe' }")};
+    auto& icon = *window.item("icon");
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&icon)->text(QAccessible::Name), QStringLiteral("Share"));
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&icon)->text(QAccessible::Description), QStringLiteral("Share it"));
+    const auto shown = [&window]() -> QQuickItem* {
+        for (auto* item : window.window().contentItem()->findChildren<QQuickItem*>()) {
+            if (item->inherits("QQuickText") && item->isVisible() && item->property("text") == QStringLiteral("Share it"))
+                return item;
+        }
+        return nullptr;
+    };
+    const auto waitUntil = [](const auto& condition) {
+        for (int round = 0; round < 2000 && !condition(); ++round) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+            QThread::msleep(2);
+        }
+        return condition();
+    };
+    window.movePointer(icon);
+    EXPECT_FALSE(shown()) << "not under a pointer that only passes";
+    ASSERT_TRUE(waitUntil([&] { return shown() != nullptr; }));
+    const auto* text = shown();
+    const auto place = text->mapRectToScene({0, 0, text->width(), text->height()});
+    EXPECT_LT(place.bottom(), icon.y());
+    EXPECT_GE(place.left(), 8);
+    EXPECT_EQ(text->property("color").value<QColor>(), BrandColors::snowSlate);
+    expectNear(window.grab().pixelColor(qRound(place.left()) - 3, qRound(place.center().y())), BrandColors::borderSlate);
+    window.movePointer({300, 180});
+    EXPECT_TRUE(waitUntil([&] { return shown() == nullptr; }));
 }
 
 TEST(Card, IsSlateWithABorderOfOnePointAndRoundCorners)

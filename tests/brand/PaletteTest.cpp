@@ -83,6 +83,11 @@ TEST_F(PaletteTest, EveryTextCanBeReadOnEveryGround)
         expectContrast(name, leastForText);
 }
 
+TEST_F(PaletteTest, AToolTipCanBeRead)
+{
+    EXPECT_GE(contrast(color("text"), color("borderSlate")), leastForText);
+}
+
 TEST_F(PaletteTest, TextsOfLessWeightAreFainterInTheirOrder)
 {
     const QColor ground = color("obsidian");

@@ -14,7 +14,6 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr const char* copyFile = "copy-file";
 constexpr const char* copyPath = "copy-path";
 constexpr const char* sendByEMail = "send-by-e-mail";
 
@@ -28,7 +27,7 @@ class LinuxSharingServices final : public platform::SharingServices {
 public:
     [[nodiscard]] std::vector<platform::SharingService> services() const override
     {
-        return {{copyFile, "Copy File"}, {copyPath, "Copy Path"}, {sendByEMail, "Send by E-Mail…"}};
+        return {{platform::copyFileService, "Copy File"}, {copyPath, "Copy Path"}, {sendByEMail, "Send by E-Mail…"}};
     }
 
     void perform(const std::string& identifier, const std::filesystem::path& file) override
@@ -40,7 +39,7 @@ public:
             return;
         if (identifier == copyPath)
             board->setMimeData(pathAsText(file).release());
-        else if (identifier == copyFile)
+        else if (identifier == platform::copyFileService)
             board->setMimeData(fileReference(file).release());
     }
 

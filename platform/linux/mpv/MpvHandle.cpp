@@ -126,6 +126,11 @@ void MpvHandle::setFlag(const char* property, bool value)
     mpv_set_property_async(core_, 0, property, MPV_FORMAT_FLAG, &flag);
 }
 
+void MpvHandle::setNumber(const char* property, double value)
+{
+    mpv_set_property_async(core_, 0, property, MPV_FORMAT_DOUBLE, &value);
+}
+
 bool MpvHandle::flag(const char* property) const
 {
     int value = 0;

@@ -27,10 +27,11 @@ public:
     [[nodiscard]] mpv_handle* core() const { return core_; }
     [[nodiscard]] mpv_render_context* renderer() const { return renderer_; }
 
-    /// These three are carried out later, in the order given. How a command went comes as a reply with its number.
+    /// These four are carried out later, in the order given. How a command went comes as a reply with its number.
     void command(std::initializer_list<const char*> arguments, std::uint64_t number = 0);
     void setText(const char* property, const std::string& value);
     void setFlag(const char* property, bool value);
+    void setNumber(const char* property, double value);
     [[nodiscard]] bool flag(const char* property) const;  ///< false if there is none
     [[nodiscard]] std::optional<double> number(const char* property) const;
 

@@ -31,6 +31,9 @@ constexpr MediaTime bufferedSound{2, 1};
 /// libmpv takes a picture for that of a time even when it comes as much as five milliseconds before that time.
 constexpr MediaTime seekTolerance{49, 10'000};
 
+/// libmpv's own scale, on which the loudness that is heard rises evenly.
+constexpr double fullVolume = 100;
+
 constexpr std::uint64_t seekNumber = 1;
 
 MediaTime fromSeconds(double seconds)
@@ -104,6 +107,9 @@ public:
         if (isBehindEnd())
             later(&MpvPlayer::endWhenPlaying);
     }
+
+    void setVolume(double volume) override { mpv_->setNumber("volume", std::clamp(volume, 0.0, 1.0) * fullVolume); }
+    void setMuted(bool isMuted) override { mpv_->setFlag("mute", isMuted); }
 
     TimeObserverToken addPeriodicTimeObserver(MediaTime interval, TimeObserver observer) override
     {
@@ -404,6 +410,8 @@ public:
     void pause() override { player_->pause(); }
     void seek(MediaTime time) override { player_->seek(time); }
     void setForwardPlaybackEndTime(std::optional<MediaTime> time) override { player_->setForwardPlaybackEndTime(time); }
+    void setVolume(double volume) override { player_->setVolume(volume); }
+    void setMuted(bool isMuted) override { player_->setMuted(isMuted); }
     TimeObserverToken addPeriodicTimeObserver(MediaTime interval, TimeObserver observer) override
     {
         tokens_.push_back(player_->addPeriodicTimeObserver(interval, std::move(observer)));

@@ -14,6 +14,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Pair;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
@@ -203,14 +204,60 @@ TEST_F(ClipPreviewModelTest, PlayingStopsAtAnEndThatIsNoMultipleOfThePlayersTime
     EXPECT_FALSE(model->isPlaying());
 }
 
-TEST_F(ClipPreviewModelTest, PlayingFromTheEndStopsAgain)
+TEST_F(ClipPreviewModelTest, PlayAtTheSelectionsEndPlaysItAgainFromItsStartAndPausesThereAgain)
 {
     appear();
-    model->scrub(10);
+    model->moveTrimStart(3);
+    model->moveTrimEnd(5);
     model->togglePlaying();
-    player().stopByItself({10, 1});
+    EXPECT_EQ(player().seeks.back(), (MediaTime{3, 1}));
+    EXPECT_EQ(model->currentTime(), 3);
+    EXPECT_TRUE(player().isPlaying);
+    player().stopByItself({5, 1});
     EXPECT_FALSE(model->isPlaying());
     EXPECT_EQ(model->playSymbol().toStdString(), "play.circle.fill");
+    model->togglePlaying();
+    EXPECT_EQ(player().seeks.back(), (MediaTime{3, 1}));
+    EXPECT_TRUE(model->isPlaying());
+}
+
+TEST_F(ClipPreviewModelTest, PlayBehindTheSelectionPlaysItFromItsStartAndBeforeItFromThere)
+{
+    appear();
+    model->moveTrimStart(3);
+    model->moveTrimEnd(5);
+    model->scrub(8);
+    model->togglePlaying();
+    EXPECT_EQ(player().seeks.back(), (MediaTime{3, 1}));
+    model->togglePlaying();
+    model->scrub(1);
+    model->togglePlaying();
+    EXPECT_EQ(player().seeks.back(), (MediaTime{1, 1})) << "what comes before the selection can be watched";
+    EXPECT_TRUE(player().isPlaying);
+}
+
+TEST_F(ClipPreviewModelTest, PlayAtAnEndThatIsNoMultipleOfThePlayersTimeBeginsAgain)
+{
+    assetReader->durations[clip] = MediaTime{5'933'367, 1'000'000};
+    appear();
+    model->togglePlaying();
+    player().stopByItself({3560, 600});
+    model->togglePlaying();
+    ASSERT_THAT(player().seeks, SizeIs(1));
+    EXPECT_EQ(player().seeks.back(), MediaTime::zero());
+    EXPECT_TRUE(model->isPlaying());
+}
+
+TEST_F(ClipPreviewModelTest, ASelectionWithoutLengthIsNotPlayedAgain)
+{
+    appear();
+    model->moveTrimEnd(4);
+    model->moveTrimStart(4);
+    const auto seeks = player().seeks;
+    model->togglePlaying();
+    EXPECT_EQ(player().seeks, seeks);
+    player().stopByItself({4, 1});
+    EXPECT_FALSE(model->isPlaying());
 }
 
 TEST_F(ClipPreviewModelTest, AnObservationAtTheEndWhileItIsPausedStopsNothing)
@@ -692,13 +739,120 @@ TEST_F(ClipPreviewModelTest, AThumbnailThatCannotBeMadeEndsTheStrip)
     EXPECT_THAT(model->thumbnails(), IsEmpty());
 }
 
+TEST_F(ClipPreviewModelTest, WhatWasSavedCanBePlayedSharedRevealedAndCopiedAndTheClipItselfStaysOutOfIt)
+{
+    appear();
+    EXPECT_FALSE(model->hasSavedClip());
+    model->saveTrimmedClip();
+    EXPECT_FALSE(model->hasSavedClip()) << "not yet";
+    completeExport();
+    EXPECT_TRUE(model->hasSavedClip());
+    const auto saved = session().outputURL();
+    model->togglePlaying();
+    model->playSavedClip();
+    model->shareSavedClip(10.4, 20.6);
+    model->revealSavedClip();
+    model->copySavedClip();
+    EXPECT_THAT(played, ElementsAre(saved));
+    EXPECT_FALSE(player().isPlaying) << "one clip is heard at a time";
+    EXPECT_THAT(shared, ElementsAre(Pair(saved, QPoint{10, 21})));
+    EXPECT_THAT(revealed, ElementsAre(saved));
+    EXPECT_THAT(copied, ElementsAre(saved));
+}
+
+TEST_F(ClipPreviewModelTest, OnlyAMessageThatNamesASavedClipHasOne)
+{
+    appear();
+    model->saveTrimmedClip();
+    completeExport();
+    model->saveTrimmedClip();
+    EXPECT_FALSE(model->hasSavedClip()) << "the line says that another one is being saved";
+    session().fail({"Velmora.MP4", 5, "broken", nullptr});
+    executor->runAll();
+    EXPECT_FALSE(model->hasSavedClip());
+    model->playSavedClip();
+    model->shareSavedClip(1, 2);
+    model->revealSavedClip();
+    model->copySavedClip();
+    EXPECT_THAT(played, IsEmpty());
+    EXPECT_THAT(shared, IsEmpty());
+    EXPECT_THAT(revealed, IsEmpty());
+    EXPECT_THAT(copied, IsEmpty());
+}
+
+TEST_F(ClipPreviewModelTest, ASideThatIsDraggedShowsItsPictureAndStaysWithinItsSlider)
+{
+    appear();
+    model->moveTrimEnd(6);
+    model->scrub(1);
+    model->togglePlaying();
+    model->dragTrimStart(2);
+    EXPECT_FALSE(player().isPlaying) << "the picture there is looked at";
+    EXPECT_EQ(player().seeks.back(), (MediaTime{2, 1}));
+    EXPECT_EQ(model->trimStartTime(), 2);
+    model->dragTrimStart(8);
+    EXPECT_EQ(model->trimStartTime(), 6) << "not past the end";
+    model->dragTrimStart(-3);
+    EXPECT_EQ(model->trimStartTime(), 0);
+    model->dragTrimStart(4);
+    model->dragTrimEnd(3);
+    EXPECT_EQ(model->trimEndTime(), 4) << "not below the start";
+    model->dragTrimEnd(30);
+    EXPECT_EQ(model->trimEndTime(), 10);
+    EXPECT_EQ(player().seeks.back(), (MediaTime{10, 1}));
+}
+
+TEST_F(ClipPreviewModelTest, TheSoundIsThatOfThePlayerAndAChosenVolumeEndsTheMuting)
+{
+    model->setVolume(40);
+    model->toggleMuted();
+    appear();
+    EXPECT_EQ(player().volume, 0.4) << "chosen before there was a player";
+    EXPECT_TRUE(player().isMuted);
+    EXPECT_EQ(model->volume(), 40);
+    EXPECT_EQ(model->heardVolume(), 0);
+    EXPECT_EQ(model->soundSymbol().toStdString(), "speaker.slash");
+    EXPECT_EQ(model->soundAction().toStdString(), "Unmute");
+    const auto changes = count(&ClipPreviewModel::soundChanged);
+    model->toggleMuted();
+    EXPECT_FALSE(player().isMuted);
+    EXPECT_EQ(player().volume, 0.4) << "as it was";
+    EXPECT_EQ(model->heardVolume(), 40);
+    EXPECT_EQ(model->soundSymbol().toStdString(), "speaker.wave.2");
+    EXPECT_EQ(model->soundAction().toStdString(), "Mute");
+    model->toggleMuted();
+    model->setVolume(55);
+    EXPECT_FALSE(player().isMuted);
+    EXPECT_EQ(player().volume, 0.55);
+    EXPECT_EQ(*changes, 3);
+    model->setVolume(0);
+    EXPECT_EQ(model->soundSymbol().toStdString(), "speaker.slash") << "nothing is heard";
+    model->setVolume(140);
+    EXPECT_EQ(player().volume, 1);
+    model->setVolume(-1);
+    EXPECT_EQ(player().volume, 0);
+}
+
+TEST_F(ClipPreviewModelTest, EachPreviewBeginsWithTheWholeSound)
+{
+    appear();
+    EXPECT_EQ(player().volume, 1);
+    EXPECT_FALSE(player().isMuted);
+    model->setVolume(10);
+    model->toggleMuted();
+    const auto other = makeModel();
+    other->setupPlayer();
+    EXPECT_EQ(player().volume, 1);
+    EXPECT_FALSE(player().isMuted);
+}
+
 TEST_F(ClipPreviewModelTest, SharingRevealingAndClosingAreHandedOn)
 {
     const auto dismissals = count(&ClipPreviewModel::dismissed);
     model->share(10.4, 20.6);
-    EXPECT_THAT(shared, ElementsAre(QPoint{10, 21}));
+    EXPECT_THAT(shared, ElementsAre(Pair(clip, QPoint{10, 21})));
     model->reveal();
-    EXPECT_EQ(reveals, 1);
+    EXPECT_THAT(revealed, ElementsAre(clip));
     model->dismiss();
     EXPECT_EQ(*dismissals, 1);
 }

@@ -4,6 +4,7 @@
 #include "tests/library/views/PreviewView.h"
 
 #include <gmock/gmock.h>
+#include <set>
 
 namespace velmora {
 namespace {
@@ -42,12 +43,52 @@ protected:
     {
         auto& one = slider(name);
         const auto at = one.mapToScene({8 + part * (one.width() - 16), one.height() / 2});
-        for (const auto kind : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
-            const auto buttons = kind == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton;
-            QMouseEvent event(kind, at, window->window().mapToGlobal(at), Qt::LeftButton, buttons, Qt::NoModifier);
-            QCoreApplication::sendEvent(const_cast<QQuickWindow*>(&window->window()), &event);
-            QCoreApplication::processEvents();
+        mouse(QEvent::MouseButtonPress, at);
+        mouse(QEvent::MouseButtonRelease, at);
+    }
+
+    void mouse(QEvent::Type kind, const QPointF& at)
+    {
+        const auto button = kind == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
+        const auto buttons = kind == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+        QMouseEvent event(kind, at, window->window().mapToGlobal(at), button, buttons, Qt::NoModifier);
+        QCoreApplication::sendEvent(const_cast<QQuickWindow*>(&window->window()), &event);
+        QCoreApplication::processEvents();
+    }
+
+    [[nodiscard]] QQuickItem& itemOf(const char* type) const
+    {
+        QQuickItem* found = nullptr;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits(type))
+                found = &item;
+        });
+        if (!found)
+            throw std::runtime_error(std::string{"there is no "} + type);
+        return *found;
+    }
+    [[nodiscard]] QQuickItem& filmstrip() const { return itemOf("velmora::Filmstrip"); }
+
+    /// Where the strip has that time, half way up, and `aside` points beside it.
+    [[nodiscard]] QPointF onStrip(double seconds, double aside = 0) const
+    {
+        const auto& strip = filmstrip();
+        return strip.mapToScene({seconds / model->totalDuration() * strip.width() + aside, strip.height() / 2});
+    }
+
+    /// The columns of the window, in points, between which that row is coral.
+    [[nodiscard]] static std::pair<int, int> coralColumns(const QImage& picture, int y)
+    {
+        std::pair<int, int> columns{-1, -1};
+        for (int x = 0; x < picture.width(); ++x) {
+            const auto color = picture.pixelColor(x, y);
+            if (color.red() < 200 || color.green() > 100 || color.blue() > 100)
+                continue;
+            if (columns.first < 0)
+                columns.first = x;
+            columns.second = x + 1;
         }
+        return columns;
     }
 
     /// All times and numbers that are written digit by digit.
@@ -108,7 +149,7 @@ TEST_F(ClipPreviewViewTest, AHandleThatIsMovedMovesItsEndAndTheOthersBounds)
     EXPECT_NEAR(model->trimEndTime(), 6, 0.1);
     EXPECT_EQ(highest("Start"), model->trimEndTime());
     EXPECT_EQ(model->currentTime(), model->trimEndTime());
-    pressAt("Start", 0.5);
+    pressAt("Start", 0.3);
     EXPECT_NEAR(model->trimStartTime(), 3, 0.1);
     EXPECT_EQ(lowest("End"), model->trimStartTime());
     EXPECT_EQ(value("Position"), model->trimStartTime());
@@ -138,7 +179,7 @@ TEST_F(ClipPreviewViewTest, SpaceOnAButtonPressesThatButton)
     window->button(QStringLiteral("Reveal in Finder")).forceActiveFocus();
     window->type(Qt::Key_Space, QStringLiteral(" "));
     EXPECT_FALSE(player().isPlaying);
-    EXPECT_EQ(reveals, 1);
+    EXPECT_THAT(revealed, ElementsAre(clip));
 }
 
 TEST_F(ClipPreviewViewTest, ArrowsStepByOnePictureInTheHandleThatHasTheKeyboard)
@@ -181,16 +222,334 @@ TEST_F(ClipPreviewViewTest, IAndOMarkTheSelectionAndEscapeCloses)
     EXPECT_EQ(dismissals, 1);
 }
 
+TEST_F(ClipPreviewViewTest, LPlaysKPausesAndJGoesOneSecondBack)
+{
+    appear();
+    model->scrub(4);
+    slider("Start").forceActiveFocus();
+    window->type(Qt::Key_K, QStringLiteral("k"));
+    EXPECT_FALSE(player().isPlaying) << "nothing to pause";
+    window->type(Qt::Key_L, QStringLiteral("l"));
+    window->type(Qt::Key_L, QStringLiteral("l"));
+    EXPECT_TRUE(player().isPlaying) << "it plays already";
+    player().passTime({5, 1});
+    window->type(Qt::Key_J, QStringLiteral("j"));
+    EXPECT_EQ(model->currentTime(), 4);
+    EXPECT_EQ(player().seeks.back(), (MediaTime{4, 1}));
+    EXPECT_TRUE(player().isPlaying) << "and goes on from there";
+    window->type(Qt::Key_K, QStringLiteral("k"));
+    EXPECT_FALSE(player().isPlaying);
+    model->scrub(0.4);
+    window->type(Qt::Key_J, QStringLiteral("j"));
+    EXPECT_EQ(model->currentTime(), 0);
+    EXPECT_EQ(model->trimStartTime(), 0);
+    EXPECT_EQ(model->trimEndTime(), 10);
+}
+
+TEST_F(ClipPreviewViewTest, CommaAndDotShowOnePictureBackAndForwardsAndPause)
+{
+    appear();
+    slider("End").forceActiveFocus();
+    window->type(Qt::Key_Period, QStringLiteral("."));
+    window->type(Qt::Key_Period, QStringLiteral("."));
+    EXPECT_EQ(model->currentTime(), 0.04);
+    window->type(Qt::Key_Comma, QStringLiteral(","));
+    EXPECT_EQ(model->currentTime(), 0.02);
+    EXPECT_EQ(model->trimEndTime(), 10) << "the handles stay";
+    model->togglePlaying();
+    player().passTime({3, 1});
+    window->type(Qt::Key_Period, QStringLiteral("."));
+    EXPECT_FALSE(player().isPlaying);
+    EXPECT_TRUE(window->hasButton(QStringLiteral("Play")));
+    EXPECT_EQ(player().seeks.back(), (MediaTime{151, 50}));
+}
+
+TEST_F(ClipPreviewViewTest, HomeAndEndGoToTheClipsBeginningAndItsEnd)
+{
+    appear();
+    model->moveTrimEnd(6);
+    slider("Start").forceActiveFocus();
+    window->type(Qt::Key_End);
+    EXPECT_EQ(model->currentTime(), 10);
+    EXPECT_EQ(player().seeks.back(), (MediaTime{10, 1}));
+    window->type(Qt::Key_Home);
+    EXPECT_EQ(model->currentTime(), 0);
+    EXPECT_EQ(player().seeks.back(), MediaTime::zero());
+    EXPECT_EQ(model->trimStartTime(), 0);
+    EXPECT_EQ(model->trimEndTime(), 6);
+}
+
+TEST_F(ClipPreviewViewTest, AKeyBeforeTheDurationIsKnownOrForAClipThatCannotBePlayedMovesNothing)
+{
+    assetReader->answersAtOnce = false;
+    appear();
+    for (const auto key : {Qt::Key_End, Qt::Key_J, Qt::Key_Home, Qt::Key_Period, Qt::Key_Comma})
+        window->type(key);
+    EXPECT_EQ(model->currentTime(), 0);
+    assetReader->answerAll();
+    executor->runAll();
+    player().fail({"mpv", -17, "unrecognized file format", nullptr});
+    const auto seeks = player().seeks;
+    for (const auto key : {Qt::Key_End, Qt::Key_L, Qt::Key_J, Qt::Key_Home, Qt::Key_Period, Qt::Key_Comma})
+        window->type(key);
+    EXPECT_EQ(player().seeks, seeks);
+    EXPECT_FALSE(player().isPlaying);
+}
+
+TEST_F(ClipPreviewViewTest, ACaptionBesideEachTimeHasItsTenths)
+{
+    assetReader->durations[clip] = MediaTime{7596, 100};
+    appear();
+    model->moveTrimEnd(59.96);
+    model->moveTrimStart(1.44);
+    model->scrub(3.25);
+    for (const auto* time : {"00:03", "01:16", "Start: 00:01", "End: 01:00", "Selected: 00:59"})
+        EXPECT_TRUE(showsTime(time)) << time << " stays";
+    for (const auto* caption : {"00:03.3", "01:16.0", "00:01.4", "01:00.0", "00:58.5"})
+        EXPECT_TRUE(showsTime(caption)) << caption;
+    static_cast<void>(window->grab());
+    window->expectNothingIsCutOff({0, 0, 680, 600});
+    window->expectNoTextsOverlap();
+}
+
+TEST_F(ClipPreviewViewTest, TheHandlesAndTheFilmstripAgreeToThePixel)
+{
+    appear();
+    for (const auto& [begin, end] : {std::pair{0.0, 10.0}, std::pair{2.5, 7.0}, std::pair{0.0, 3.3}, std::pair{6.7, 10.0}}) {
+        model->moveTrimStart(0);
+        model->moveTrimEnd(end);
+        model->moveTrimStart(begin);
+        static_cast<void>(window->grab());
+        const auto middle = [this](const char* name) {
+            const auto& handle = *qvariant_cast<QQuickItem*>(slider(name).property("handle"));
+            return handle.mapToScene({handle.width() / 2, 0}).x();
+        };
+        EXPECT_NEAR(middle("Start"), onStrip(begin).x(), 0.01);
+        EXPECT_NEAR(middle("End"), onStrip(end).x(), 0.01);
+    }
+}
+
+TEST_F(ClipPreviewViewTest, TheTintLiesOverWhatIsKeptInBothSlidersAsInTheFilmstrip)
+{
+    appear();
+    model->moveTrimEnd(7);
+    model->moveTrimStart(2.5);
+    const auto picture = window->grab();
+    const auto row = [](const QQuickItem& item) { return qRound(item.mapToScene({0, item.height() / 2}).y()); };
+    const auto kept = coralColumns(picture, qRound(filmstrip().mapToScene({0, 1}).y()) + 6);
+    EXPECT_NEAR(kept.first, onStrip(2.5).x(), 1);
+    EXPECT_NEAR(kept.second, onStrip(7).x(), 1);
+    const auto start = coralColumns(picture, row(slider("Start")));
+    const auto end = coralColumns(picture, row(slider("End")));
+    EXPECT_NEAR(start.first, kept.first + 8, 1) << "the handle covers half of its width";
+    EXPECT_NEAR(start.second, kept.second, 1);
+    EXPECT_NEAR(end.first, kept.first, 1);
+    EXPECT_NEAR(end.second, kept.second - 8, 1);
+}
+
+TEST_F(ClipPreviewViewTest, ASideOfTheFilmstripIsDraggedFromWhereItWasTaken)
+{
+    appear();
+    model->moveTrimEnd(7);
+    model->moveTrimStart(2);
+    static_cast<void>(window->grab());
+    mouse(QEvent::MouseButtonPress, onStrip(2, 5));
+    EXPECT_EQ(model->trimStartTime(), 2) << "taking it moves nothing";
+    mouse(QEvent::MouseMove, onStrip(4, 5));
+    EXPECT_NEAR(model->trimStartTime(), 4, 1e-6);
+    EXPECT_NEAR(player().seeks.back().seconds(), 4, 1e-6) << "the player shows the picture there";
+    EXPECT_NEAR(value("Start"), 4, 1e-6);
+    mouse(QEvent::MouseMove, onStrip(9, 5));
+    EXPECT_EQ(model->trimStartTime(), 7) << "not past the end";
+    mouse(QEvent::MouseMove, onStrip(3, 5));
+    mouse(QEvent::MouseButtonRelease, onStrip(3, 5));
+    mouse(QEvent::MouseMove, onStrip(5, 5));
+    EXPECT_NEAR(model->trimStartTime(), 3, 1e-6) << "let go of";
+
+    mouse(QEvent::MouseButtonPress, onStrip(7, 7));
+    mouse(QEvent::MouseMove, onStrip(8.5, 7));
+    EXPECT_NEAR(model->trimEndTime(), 8.5, 1e-6);
+    EXPECT_NEAR(model->currentTime(), 8.5, 1e-6);
+    mouse(QEvent::MouseMove, onStrip(1, 7));
+    EXPECT_NEAR(model->trimEndTime(), 3, 1e-6) << "not below the start";
+    mouse(QEvent::MouseButtonRelease, onStrip(1, 7));
+}
+
+TEST_F(ClipPreviewViewTest, TheFilmstripsSidesCanBeTakenFromOutsideItAndNothingElseOfItCan)
+{
+    appear();
+    static_cast<void>(window->grab());
+    mouse(QEvent::MouseButtonPress, onStrip(10, 6));
+    mouse(QEvent::MouseMove, onStrip(6, 6));
+    mouse(QEvent::MouseButtonRelease, onStrip(6, 6));
+    EXPECT_NEAR(model->trimEndTime(), 6, 1e-6);
+    for (const auto& beside : {onStrip(6, 9), onStrip(6, -9), onStrip(3), onStrip(9)}) {
+        mouse(QEvent::MouseButtonPress, beside);
+        mouse(QEvent::MouseMove, onStrip(5));
+        mouse(QEvent::MouseButtonRelease, onStrip(5));
+    }
+    EXPECT_NEAR(model->trimEndTime(), 6, 1e-6);
+    EXPECT_EQ(model->trimStartTime(), 0);
+}
+
+TEST_F(ClipPreviewViewTest, BothSidesOfAnEmptySelectionCanBeTakenAtEitherEnd)
+{
+    appear();
+    model->moveTrimStart(10);
+    static_cast<void>(window->grab());
+    mouse(QEvent::MouseButtonPress, onStrip(10, -3));
+    mouse(QEvent::MouseMove, onStrip(4, -3));
+    mouse(QEvent::MouseButtonRelease, onStrip(4, -3));
+    EXPECT_NEAR(model->trimStartTime(), 4, 1e-6);
+    EXPECT_EQ(model->trimEndTime(), 10);
+    model->moveTrimStart(0);
+    model->moveTrimEnd(0);
+    mouse(QEvent::MouseButtonPress, onStrip(0, 3));
+    mouse(QEvent::MouseMove, onStrip(5, 3));
+    mouse(QEvent::MouseButtonRelease, onStrip(5, 3));
+    EXPECT_NEAR(model->trimEndTime(), 5, 1e-6);
+}
+
+TEST_F(ClipPreviewViewTest, AFilmstripOfUnknownLengthCannotBeDragged)
+{
+    assetReader->durations.clear();
+    appear();
+    static_cast<void>(window->grab());
+    const auto seeks = player().seeks;
+    const auto& strip = filmstrip();
+    mouse(QEvent::MouseButtonPress, strip.mapToScene({0, 10}));
+    mouse(QEvent::MouseMove, strip.mapToScene({90, 10}));
+    mouse(QEvent::MouseButtonRelease, strip.mapToScene({90, 10}));
+    EXPECT_EQ(player().seeks, seeks);
+    EXPECT_EQ(model->trimEndTime(), 0);
+}
+
+TEST_F(ClipPreviewViewTest, ButtonsBesideTheTimesGoOnePictureBackAndForwards)
+{
+    appear();
+    model->togglePlaying();
+    window->press(QStringLiteral("Next Picture"));
+    EXPECT_FALSE(player().isPlaying);
+    window->press(QStringLiteral("Next Picture"));
+    EXPECT_EQ(model->currentTime(), 0.04);
+    window->press(QStringLiteral("Previous Picture"));
+    EXPECT_EQ(model->currentTime(), 0.02);
+    window->press(QStringLiteral("Move Start Forwards"));
+    window->press(QStringLiteral("Move Start Forwards"));
+    window->press(QStringLiteral("Move Start Back"));
+    EXPECT_EQ(model->trimStartTime(), 0.02);
+    window->press(QStringLiteral("Move End Back"));
+    window->press(QStringLiteral("Move End Back"));
+    EXPECT_EQ(model->trimEndTime(), 9.96);
+    window->press(QStringLiteral("Move End Forwards"));
+    EXPECT_EQ(model->trimEndTime(), 9.98);
+    EXPECT_EQ(player().seeks.back(), (MediaTime{499, 50})) << "its picture is shown";
+}
+
+TEST_F(ClipPreviewViewTest, TheLineThatNamesWhatWasSavedHasItsButtons)
+{
+    appear();
+    const auto named = [this](const char* name) {
+        QQuickItem* found = nullptr;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (!item.inherits("QQuickAbstractButton"))
+                return;
+            if (QAccessible::queryAccessibleInterface(&item)->text(QAccessible::Name) == QLatin1String(name))
+                found = &item;
+        });
+        return found;
+    };
+    window->press(QStringLiteral("Save Trimmed Clip"));
+    EXPECT_FALSE(named("Play Trimmed Clip"));
+    completeExport();
+    static_cast<void>(window->grab());
+    const auto saved = session().outputURL();
+    auto* share = named("Share Trimmed Clip");
+    ASSERT_TRUE(named("Play Trimmed Clip") && share && named("Reveal Trimmed Clip") && named("Copy Trimmed Clip"));
+    std::vector<std::string> order;
+    window->button(QStringLiteral("Save Trimmed Clip")).forceActiveFocus(Qt::TabFocusReason);
+    for (int i = 0; i < 8; ++i) {
+        window->type(Qt::Key_Tab);
+        order.push_back(window->window().activeFocusItem()->property("text").toString().toStdString());
+    }
+    EXPECT_THAT(order, ElementsAre("Share", "Reveal in Finder", "Mute", "Volume", "Play", "Share", "Reveal", "Copy"));
+    window->click(*named("Play Trimmed Clip"));
+    window->click(*share);
+    window->click(*named("Reveal Trimmed Clip"));
+    window->click(*named("Copy Trimmed Clip"));
+    EXPECT_THAT(played, ElementsAre(saved));
+    EXPECT_THAT(revealed, ElementsAre(saved));
+    EXPECT_THAT(copied, ElementsAre(saved));
+    ASSERT_EQ(shared.size(), 1U);
+    EXPECT_EQ(shared.front().first, saved);
+    EXPECT_EQ(shared.front().second, share->mapToGlobal({0, share->height() + 4}).toPoint());
+}
+
+TEST_F(ClipPreviewViewTest, TheSoundCanBeMutedAndItsVolumeChanged)
+{
+    appear();
+    EXPECT_EQ(value("Volume"), 100);
+    slider("Volume").forceActiveFocus();
+    window->type(Qt::Key_Left);
+    EXPECT_EQ(player().volume, 0.95);
+    pressAt("Volume", 0.5);
+    EXPECT_NEAR(player().volume, 0.5, 0.03);
+    window->press(QStringLiteral("Mute"));
+    EXPECT_TRUE(player().isMuted);
+    EXPECT_NEAR(value("Volume"), 50, 3) << "what it will be again";
+    slider("Start").forceActiveFocus();
+    window->type(Qt::Key_M, QStringLiteral("m"));
+    EXPECT_FALSE(player().isMuted);
+    window->type(Qt::Key_M, QStringLiteral("m"));
+    pressAt("Volume", 0.8);
+    EXPECT_FALSE(player().isMuted);
+    EXPECT_NEAR(player().volume, 0.8, 0.03);
+    EXPECT_EQ(model->currentTime(), 0);
+}
+
+TEST_F(ClipPreviewViewTest, EveryIconSaysWhatItMeansWhereItIsPointedAt)
+{
+    appear();
+    static_cast<void>(window->grab());
+    std::vector<QQuickItem*> icons;
+    window->forEachVisible([&](QQuickItem& item) {
+        if (item.inherits("QQuickAbstractButton") && item.property("symbolSize").isValid())
+            icons.push_back(&item);
+    });
+    EXPECT_EQ(icons.size(), 10U);
+    std::set<QString> seen;
+    for (auto* icon : icons) {
+        const auto toolTip = icon->property("toolTip").toString();
+        SCOPED_TRACE(toolTip.toStdString());
+        EXPECT_TRUE(seen.insert(toolTip).second);
+        EXPECT_EQ(QAccessible::queryAccessibleInterface(icon)->text(QAccessible::Description), toolTip);
+        // It takes its time: those at the edges stand for all.
+        if (icon != icons.front() && icon != icons.back())
+            continue;
+        window->movePointer(*icon);
+        QQuickItem* tip = nullptr;
+        window->settle([&] {
+            for (auto* text : window->window().contentItem()->findChildren<QQuickItem*>()) {
+                if (text->inherits("QQuickText") && text->isVisible() && text->property("text").toString() == toolTip)
+                    tip = text;
+            }
+            return tip != nullptr;
+        });
+        ASSERT_TRUE(tip);
+        EXPECT_TRUE(QRectF(0, 0, 680, 600).contains(tip->mapRectToScene({0, 0, tip->width(), tip->height()})));
+    }
+}
+
 TEST_F(ClipPreviewViewTest, EveryControlCanBeReachedByTheKeyboard)
 {
     appear();
     std::vector<std::string> order;
-    for (int i = 0; i < 7; ++i) {
+    for (int i = 0; i < 9; ++i) {
         window->type(Qt::Key_Tab);
         const auto* focused = window->window().activeFocusItem();
         order.push_back(focused ? focused->property("text").toString().toStdString() : "");
     }
-    EXPECT_THAT(order, ElementsAre("Play", "Position", "Start", "End", "Save Trimmed Clip", "Share", "Reveal in Finder"));
+    EXPECT_THAT(order, ElementsAre("Play", "Position", "Start", "End", "Save Trimmed Clip", "Share", "Reveal in Finder", "Mute", "Volume"));
 }
 
 TEST_F(ClipPreviewViewTest, WhileAnExportRunsSavingIsDisabledAndTheLineSaysSo)
@@ -335,8 +694,9 @@ TEST_F(ClipPreviewViewTest, ShareOpensItsMenuBelowItsButton)
     window->press(QStringLiteral("Share"));
     ASSERT_EQ(shared.size(), 1U);
     const auto corner = share.mapToGlobal({0, share.height()}).toPoint();
-    EXPECT_EQ(shared.front().x(), corner.x());
-    EXPECT_NEAR(shared.front().y(), corner.y() + 4, 1);
+    EXPECT_EQ(shared.front().first, clip);
+    EXPECT_EQ(shared.front().second.x(), corner.x());
+    EXPECT_NEAR(shared.front().second.y(), corner.y() + 4, 1);
 }
 
 TEST_F(ClipPreviewViewTest, ThePlayersPictureFillsItsPlace)

@@ -7,6 +7,7 @@
 
 #include <QDir>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace velmora::test {
@@ -64,6 +65,12 @@ void drawPreview(const QDir& directory)
     draw(directory, "preview-exporting", window);
     fixture.completeExport();
     draw(directory, "preview-saved", window);
+    window.movePointer(window.button(QStringLiteral("Reveal in Finder")));
+    window.settle([&] {
+        const auto items = window.window().contentItem()->findChildren<QQuickItem*>();
+        return std::ranges::any_of(items, [](const QQuickItem* item) { return item->inherits("QQuickPopupItem") && item->isVisible(); });
+    });
+    draw(directory, "preview-tool-tip", window);
     window.press(QStringLiteral("Save Trimmed Clip"));
     fixture.session().fail(posixError(ENOSPC,
         "/media/a disk with a long name/Films and more films/Recordings of this year/November/Velmora/Trimmed-2026-11-21_10-20-30.mp4"));

@@ -14,6 +14,7 @@
 
 #include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velmora::test {
@@ -67,8 +68,10 @@ struct PreviewFixture {
                 .library = *library,
                 .mainExecutor = executor,
                 .runningExports = runningExports,
-                .share = [this](const QPoint& position) { shared.push_back(position); },
-                .reveal = [this] { ++reveals; },
+                .share = [this](const std::filesystem::path& file, const QPoint& position) { shared.emplace_back(file, position); },
+                .reveal = [this](const std::filesystem::path& file) { revealed.push_back(file); },
+                .copy = [this](const std::filesystem::path& file) { copied.push_back(file); },
+                .play = [this](const std::filesystem::path& file) { played.push_back(file); },
             });
     }
 
@@ -113,8 +116,10 @@ struct PreviewFixture {
     std::shared_ptr<ClipLibrary> library =
         std::make_shared<ClipLibrary>(ClipLibrary::Services{{fileManager, assetReader, clock, executor}, workspace});
     std::filesystem::path clip;
-    std::vector<QPoint> shared;
-    int reveals = 0;
+    std::vector<std::pair<std::filesystem::path, QPoint>> shared;
+    std::vector<std::filesystem::path> revealed;
+    std::vector<std::filesystem::path> copied;
+    std::vector<std::filesystem::path> played;
     std::unique_ptr<ClipPreviewModel> model;
 };
 

@@ -114,7 +114,7 @@ private:
     std::unique_ptr<Player> player_;
 };
 
-/// Away from the machine's sound, and from whoever runs the tests.
+/// Away from the machine's sound, and from whoever runs the tests: what is played is written to a file.
 class MpvPlayerTest : public testing::Test {
 protected:
     static void SetUpTestSuite()
@@ -124,15 +124,28 @@ protected:
             ::setenv(name, shared_->path().c_str(), 1);
         ::setenv("PULSE_SERVER", "unix:/nowhere", 1);
         ::unsetenv("XDG_CONFIG_HOME");
-        writeSilentSoundCard(shared_->path());
+        writeSoundCard(shared_->path());
         writeClip(unevenFile(), unevenClip(5));
         uneven_ = decodeFile(unevenFile());
     }
     static void TearDownTestSuite() { shared_.reset(); }
 
-    static void writeSilentSoundCard(const std::filesystem::path& home)
+    static void writeSoundCard(const std::filesystem::path& home)
     {
-        std::ofstream{home / ".asoundrc"} << "pcm.!default { type null }\n";
+        std::ofstream{home / ".asoundrc"}
+            << "pcm.!default { type plug slave { format S16_LE rate 48000 channels 2 pcm { type file format raw file \""
+            << soundFile().string() << "\" slave.pcm { type null } } } }\n";
+    }
+    [[nodiscard]] static std::filesystem::path soundFile() { return shared_->path() / "sound.raw"; }
+
+    /// The loudest sample of what was played last, of 32768.
+    [[nodiscard]] static int loudestSample()
+    {
+        std::ifstream file{soundFile(), std::ios::binary};
+        int loudest = 0;
+        for (std::int16_t sample = 0; file.read(reinterpret_cast<char*>(&sample), sizeof sample);)
+            loudest = std::max(loudest, std::abs(static_cast<int>(sample)));
+        return loudest;
     }
 
     [[nodiscard]] static std::filesystem::path unevenFile() { return shared_->path() / "uneven.mp4"; }
@@ -402,6 +415,33 @@ TEST_F(MpvPlayerTest, AnObserverThatWasRemovedHearsNothingMore)
     EXPECT_EQ(heard, before);
 }
 
+TEST_F(MpvPlayerTest, VolumeAndMutingAreHeardAndThoseOfThatPlayerAlone)
+{
+    const auto play = [this](const auto& prepare) {
+        std::filesystem::remove(soundFile());
+        {
+            auto viewer = view(unevenFile());
+            prepare(viewer);
+            viewer->play();
+            EXPECT_TRUE(viewer.waitForTime(seconds(0.7)));
+        }
+        EXPECT_TRUE(std::filesystem::exists(soundFile()) && std::filesystem::file_size(soundFile()) > 20'000);
+        return loudestSample();
+    };
+    const int whole = play([](Viewer&) {});
+    ASSERT_GT(whole, 3000);
+    EXPECT_EQ(play([](Viewer& viewer) { viewer->setMuted(true); }), 0);
+    const int part = play([](Viewer& viewer) {
+        viewer->setMuted(true);
+        viewer->setVolume(0.5);
+        viewer->setMuted(false);
+    });
+    EXPECT_GT(part, 100);
+    EXPECT_LT(part, whole / 2);
+    EXPECT_EQ(play([](Viewer& viewer) { viewer->setVolume(0); }), 0);
+    EXPECT_NEAR(play([](Viewer&) {}), whole, 0.02 * whole) << "nothing was kept";
+}
+
 TEST_F(MpvPlayerTest, APictureKeepsItsShapeWithOpaqueBlackAroundIt)
 {
     auto viewer = view(unevenFile());
@@ -483,7 +523,7 @@ TEST_F(MpvPlayerTest, TheUsersConfigurationAndScriptsCountForNothing)
     std::ofstream{path("mpv.conf")} << "start=3\n";
     std::ofstream{path("clip.srt")} << "1\n00:00:00,000 --> 00:01:00,000\nwords\n";
     std::filesystem::copy_file(unevenFile(), path("clip.mp4"));
-    writeSilentSoundCard(folder_.path());
+    writeSoundCard(folder_.path());
     ::setenv("HOME", folder_.path().c_str(), 1);
     ::setenv("MPV_HOME", path("mpv").c_str(), 1);
     {
