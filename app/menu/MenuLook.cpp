@@ -125,8 +125,8 @@ void drawItem(QPainter& painter, const QStyleOptionMenuItem& item)
         painter.setFont(captionFont(item.font));
         painter.setPen(isSelected ? BrandColors::studioWhite : BrandColors::secondarySlate);
         // At the width that its height was made for, however wide the menu has become.
-        painter.drawText(QRect{{place.x(), place.bottom() + 1 + captionGap - itemMargin}, QSize{widestTitle, size.height()}},
-            captionFlags, text.caption);
+        painter.drawText(QRect{{place.x(), place.bottom() + 1 + captionGap - itemMargin}, QSize{widestTitle, size.height()}}, captionFlags,
+            text.caption);
         painter.restore();
     }
     if (!text.keys.isEmpty()) {
