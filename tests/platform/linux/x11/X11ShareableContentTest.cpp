@@ -348,23 +348,27 @@ TEST(X11ShareableContent, AListComesWhileIconsAreStillBeingDrawn)
     TestDesktop desktop;
     const auto first = desktop.showWindow({});
     const auto second = desktop.showWindow({});
+    std::promise<void> begun;
     std::promise<void> goOn;
     auto mayGoOn = goOn.get_future();
     int drawn = 0;
     X11ShareableContent provider{"", DesktopEntries{{folder}, "C"}, [&](const std::string&, const std::string&, int side) {
-                                     if (++drawn == 1)
+                                     if (++drawn == 1) {
+                                         begun.set_value();
                                          mayGoOn.wait();
+                                     }
                                      return std::optional{platform::ApplicationIcon{side, {}}};
                                  }};
     ASSERT_TRUE(query(provider));
-    fs::remove_all(folder);
     std::promise<void> over;
     provider.icons()->findIcons({first, second}, 48, [last = std::shared_ptr<void>(nullptr, [&over](void*) {
         over.set_value();
     })](std::uint32_t, platform::ApplicationIcon) { return false; });
+    begun.get_future().wait();
     EXPECT_TRUE(query(provider));
     goOn.set_value();
     over.get_future().wait();
+    fs::remove_all(folder);
     EXPECT_EQ(drawn, 1) << "no more were wanted after the first";
 }
 
