@@ -410,6 +410,25 @@ TEST_F(ClipPreviewViewTest, BothSidesOfAnEmptySelectionCanBeTakenAtEitherEnd)
     EXPECT_NEAR(model->trimEndTime(), 5, 1e-6);
 }
 
+TEST_F(ClipPreviewViewTest, EachHalfOfAShortSelectionHasItsOwnSide)
+{
+    appear();
+    static_cast<void>(window->grab());
+    // Twelve points wide.
+    model->moveTrimStart(5);
+    model->moveTrimEnd(5 + 12 * 10 / filmstrip().width());
+    mouse(QEvent::MouseButtonPress, onStrip(5, 5));
+    mouse(QEvent::MouseMove, onStrip(2, 5));
+    mouse(QEvent::MouseButtonRelease, onStrip(2, 5));
+    EXPECT_NEAR(model->trimStartTime(), 2, 1e-6);
+    model->moveTrimStart(5);
+    mouse(QEvent::MouseButtonPress, onStrip(5, 7));
+    mouse(QEvent::MouseMove, onStrip(8, 7));
+    mouse(QEvent::MouseButtonRelease, onStrip(8, 7));
+    EXPECT_EQ(model->trimStartTime(), 5);
+    EXPECT_GT(model->trimEndTime(), 8);
+}
+
 TEST_F(ClipPreviewViewTest, AFilmstripOfUnknownLengthCannotBeDragged)
 {
     assetReader->durations.clear();
@@ -521,6 +540,7 @@ TEST_F(ClipPreviewViewTest, EveryIconSaysWhatItMeansWhereItIsPointedAt)
     for (auto* icon : icons) {
         const auto toolTip = icon->property("toolTip").toString();
         SCOPED_TRACE(toolTip.toStdString());
+        EXPECT_FALSE(toolTip.isEmpty());
         EXPECT_TRUE(seen.insert(toolTip).second);
         EXPECT_EQ(QAccessible::queryAccessibleInterface(icon)->text(QAccessible::Description), toolTip);
         // It takes its time: those at the edges stand for all.
