@@ -28,21 +28,39 @@ Control parsed(const std::string& line)
     return {fields[0], fields[1], {x, y, width, height}, fields[3], fields[4]};
 }
 
+AssistiveTechnology* running = nullptr;  // whose bus programs are on
+
 }  // namespace
 
 AssistiveTechnology::AssistiveTechnology() : bus_({"/usr/libexec/at-spi-bus-launcher", "--launch-immediately"})
 {
     if (!waitUntil([] { return isOnTheBus("org.a11y.Bus"); }))
         throw std::runtime_error("there is no bus for assistive technology");
+    running = this;
+}
+
+AssistiveTechnology::~AssistiveTechnology()
+{
+    running = nullptr;
 }
 
 std::vector<Control> AssistiveTechnology::controls(const std::string& program)
 {
+    // A desktop may have started the bus itself.
+    static std::optional<ChildProcess> readerOfTheDesktop;
+    auto& reader = running ? running->reader_ : readerOfTheDesktop;
+    if (!reader || reader->endsWithin(std::chrono::seconds{0}))
+        reader.emplace(std::vector<std::string>{VELMORA_ACCESSIBLE_CONTROLS, "--serve"});
+    reader->send(program);
     std::vector<Control> controls;
-    std::istringstream lines{runProgram({VELMORA_ACCESSIBLE_CONTROLS, program}).output};
-    for (std::string line; std::getline(lines, line);)
-        controls.push_back(parsed(line));
-    return controls;
+    while (true) {
+        const auto line = reader->readLine(patience);
+        if (!line)
+            reader.reset();
+        if (!line || line->empty())
+            return controls;
+        controls.push_back(parsed(*line));
+    }
 }
 
 std::optional<Control> AssistiveTechnology::find(const std::string& role, const std::string& name, const std::string& program)

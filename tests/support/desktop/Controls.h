@@ -25,6 +25,9 @@ struct Control {
 class AssistiveTechnology {
 public:
     AssistiveTechnology();
+    ~AssistiveTechnology();
+    AssistiveTechnology(const AssistiveTechnology&) = delete;
+    AssistiveTechnology& operator=(const AssistiveTechnology&) = delete;
 
     [[nodiscard]] static Environment environment() { return {{"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"}}; }
 
@@ -43,6 +46,7 @@ public:
 
 private:
     Program bus_;
+    std::optional<ChildProcess> reader_;  ///< from the first question on
 };
 
 /// Notices the next menu that a program opens: an open menu belongs to no window. Listens from its construction on.
