@@ -304,6 +304,17 @@ protected:
         return titles;
     }
 
+    /// What waits for the last clip would otherwise keep itself.
+    void finishSaving()
+    {
+        writers->writers.back()->awaitFinish();
+        writers->writers.back()->answerFinish();
+        bool isSaved = false;
+        coordinator->notifyWhenSaved([&] { isSaved = true; });
+        executor->runUntil([&] { return isSaved; });
+        executor->runAll();
+    }
+
     void terminate()
     {
         delegate->applicationShouldTerminate([this] { events.emplace_back("end"); });
@@ -400,6 +411,7 @@ TEST_F(ShellRecordingTest, ARecordingsLengthAndSizeAreSaidOnceASecondAndNothingR
     executor->runAll();
     EXPECT_EQ(clock->pendingCount(), idle);
     EXPECT_EQ(statusItem->toolTip, firstLine) << "while the file is finished";
+    finishSaving();
 }
 
 TEST_F(ShellRecordingTest, AWindowThatIsLostIsSaidUntilAnotherIsChosen)
@@ -605,6 +617,7 @@ TEST_F(ShellCommandTest, TheStatusHasTheLengthAndSizeOfARecordingWhileOneRuns)
     EXPECT_EQ(control.status().value(QLatin1String{"recordingBytes"}).toInteger(), 12'345'678);
     choose(MenuAction::toggleRecording);
     EXPECT_FALSE(has("recordingSeconds") || has("recordingBytes")) << "the file is being finished";
+    finishSaving();
 }
 
 TEST_F(ShellCommandTest, AStartThatFailsForACommandThatTellsOpensNoAlertToo)

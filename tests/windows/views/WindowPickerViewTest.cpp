@@ -330,7 +330,8 @@ TEST_F(WindowPickerViewTest, ThreeWholeRowsAreInSightAndMoreAreGuessed)
         const QRectF area = list.mapRectToScene({0, 0, list.width(), list.height()});
         double rows = 0;
         window->forEachVisible([&](QQuickItem& item) {
-            if (item.inherits("QQuickItemDelegate"))
+            // Without a height it shows nothing.
+            if (item.inherits("QQuickItemDelegate") && item.height() > 0)
                 rows += std::max(0.0, area.intersected(item.mapRectToScene({0, 0, item.width(), item.height()})).height()) / item.height();
         });
         return rows;
