@@ -19,7 +19,7 @@ class FakeAssetWriterInput final : public platform::AssetWriterInput {
 public:
     FakeAssetWriterInput(FakeAssetWriter& owner, MediaType type, std::optional<platform::AudioOutputSettings> s, FormatDescriptionRef hint)
         : mediaType(type)
-        , settings(std::move(s))
+        , settings(s)
         , sourceFormatHint(std::move(hint))
         , writer(owner)
     {
