@@ -1,4 +1,4 @@
-// The icons of installed applications (freedesktop.org Icon Theme Specification, version 0.13).
+// The icons of installed applications, found as freedesktop.org has it for icon themes (version 0.13).
 #pragma once
 
 #include "platform/ApplicationIcon.h"
