@@ -6,8 +6,15 @@
 
 namespace velmora {
 
-/// CLOCK_MONOTONIC, which X, PipeWire and the media times of a recording count in nanoseconds. A clock as std::chrono describes one; the
-/// library's own steady clock does not say which of the system's it is.
+/// The clock of the system that captured samples are stamped with: on Linux CLOCK_MONOTONIC, which X and PipeWire count in nanoseconds; on
+/// a Mac the host time of mach_absolute_time(), which stands still while the machine sleeps, as CLOCK_MONOTONIC does not there.
+#if defined(__APPLE__)
+inline constexpr clockid_t captureClock = CLOCK_UPTIME_RAW;
+#else
+inline constexpr clockid_t captureClock = CLOCK_MONOTONIC;
+#endif
+
+/// A clock as std::chrono describes one; the library's own steady clock does not say which of the system's it is.
 struct MonotonicClock {
     using duration = std::chrono::nanoseconds;
     using rep = duration::rep;
@@ -18,7 +25,7 @@ struct MonotonicClock {
     [[nodiscard]] static time_point now() noexcept
     {
         timespec now{};
-        ::clock_gettime(CLOCK_MONOTONIC, &now);
+        ::clock_gettime(captureClock, &now);
         return time_point{std::chrono::seconds{now.tv_sec} + std::chrono::nanoseconds{now.tv_nsec}};
     }
 };

@@ -1,5 +1,6 @@
 #include "base/SerialQueue.h"
 
+#include "base/CurrentThread.h"
 #include "base/Mutex.h"
 
 #include <cassert>
@@ -7,27 +8,7 @@
 #include <utility>
 #include <vector>
 
-#if defined(__linux__)
-#include <pthread.h>
-#endif
-
 namespace velmora {
-
-namespace {
-
-void nameThisThread(const std::string& label)
-{
-#if defined(__linux__)
-    // The kernel keeps 15 characters; the last component of the label is the telling one.
-    const auto dot = label.rfind('.');
-    const std::string name = label.substr(dot == std::string::npos ? 0 : dot + 1).substr(0, 15);
-    pthread_setname_np(pthread_self(), name.c_str());
-#else
-    static_cast<void>(label);
-#endif
-}
-
-}  // namespace
 
 struct SerialQueue::State {
     std::string label;
@@ -41,7 +22,7 @@ struct SerialQueue::State {
 
     void run()
     {
-        nameThisThread(label);
+        setUpCurrentThread(label, qualityOfService);
         // The two vectors trade places, so a queue that has hit its stride allocates nothing.
         std::vector<UniqueFunction<void()>> batch;
         for (;;) {

@@ -6,7 +6,7 @@
 
 namespace velmora {
 
-/// `value` / `timescale` seconds. Live time stamps count CLOCK_MONOTONIC nanoseconds (time scale 1 000 000 000) for sound and
+/// `value` / `timescale` seconds. Live time stamps count MonotonicClock's nanoseconds (time scale 1 000 000 000) for sound and
 /// picture alike. An invalid time means "unknown"; it compares unordered to everything, itself included. Comparison never
 /// overflows. The results of conversion, addition and subtraction, and what is added on the common scale, have to fit 64 bits, which the
 /// caller sees to. Doubles appear only where an interface says seconds.

@@ -1,7 +1,8 @@
 #include "media/mp4/PosixFile.h"
 
+#include "media/mp4/FileSystem.h"
+
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
@@ -10,7 +11,6 @@
 #include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/vfs.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -54,17 +54,9 @@ int moveOverReservation(int folder, const std::filesystem::path& from, const std
 
 }  // namespace
 
-bool hasTrustworthyLocks(std::uint64_t fileSystemType)
-{
-    // NFS, SMB, SMB2, CIFS, FUSE, 9P, Ceph, AFS, Coda, OCFS2, GFS2.
-    constexpr std::array<std::uint64_t, 11> shared{
-        0x6969, 0x517B, 0xFE534D42, 0xFF534D42, 0x65735546, 0x01021997, 0x00C36400, 0x5346414F, 0x73757245, 0x7461636F, 0x01161970};
-    return std::find(shared.begin(), shared.end(), fileSystemType) == shared.end();
-}
-
 Result<std::unique_ptr<File>> PosixFile::create(const std::filesystem::path& path)
 {
-    const int folder = ::open(folderOf(path).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    const int folder = ::open(folderOf(path).c_str(), file_system::folderFlags());
     if (folder < 0)
         return fail(pathError(errno, path));
     const int descriptor = ::openat(folder, path.filename().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
@@ -177,20 +169,15 @@ Result<void> PosixFile::allocate(std::uint64_t size)
     const auto length = fileOffset(size);
     if (!length)
         return fail(error(EFBIG));
-    int result = 0;
-    do
-        result = ::posix_fallocate(descriptor_, 0, *length);
-    while (result == EINTR);
-    if (result != 0)
-        return fail(error(result));
+    if (const int errnoValue = file_system::allocate(descriptor_, *length); errnoValue != 0)
+        return fail(error(errnoValue));
     return {};
 }
 
 Result<void> PosixFile::sync()
 {
-    // EINVAL: a file system that cannot be asked to.
-    if (::fdatasync(descriptor_) != 0 && errno != EINVAL)
-        return fail(error(errno));
+    if (const int errnoValue = file_system::sync(descriptor_); errnoValue != 0)
+        return fail(error(errnoValue));
     return {};
 }
 
@@ -232,10 +219,8 @@ bool PosixFile::isStillInFolder()
 
 std::optional<std::filesystem::path> PosixFile::currentPath()
 {
-    // For a deleted file this is a name that leads nowhere.
-    std::error_code error;
-    auto path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor_), error);
-    if (error || !isAt(AT_FDCWD, path))
+    auto path = file_system::pathOf(descriptor_);
+    if (!path || !isAt(AT_FDCWD, *path))
         return std::nullopt;
     return path;
 }
@@ -258,16 +243,17 @@ Result<void> PosixFile::moveTo(const std::filesystem::path& path)
     if (isAt(AT_FDCWD, path))
         return {};
     // Between the check and the rename another file took the name that was ours: it goes back.
-    static_cast<void>(::renameat2(AT_FDCWD, path.c_str(), entry_.folder, entry_.name.c_str(), RENAME_NOREPLACE));
+    static_cast<void>(file_system::renameWithoutReplacing(AT_FDCWD, path.c_str(), entry_.folder, entry_.name.c_str()));
     return fail(pathError(ENOENT, path));
 }
 
 Result<void> PosixFile::renameTo(const std::filesystem::path& path) const
 {
-    if (::renameat2(entry_.folder, entry_.name.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0)
+    const int refusal = file_system::renameWithoutReplacing(entry_.folder, entry_.name.c_str(), AT_FDCWD, path.c_str());
+    if (refusal == 0)
         return {};
-    if (errno != EINVAL && errno != ENOSYS)
-        return fail(pathError(errno, path));
+    if (refusal != ENOSYS)
+        return fail(pathError(refusal, path));
     // A file system that can only rename by replacing; a second name never replaces.
     if (::linkat(entry_.folder, entry_.name.c_str(), AT_FDCWD, path.c_str(), 0) != 0) {
         // FAT has no second names, and says so in one of these ways.
@@ -286,13 +272,13 @@ Result<void> PosixFile::renameTo(const std::filesystem::path& path) const
 
 Result<bool> PosixFile::mayHaveWriterElsewhere()
 {
-    struct statfs fileSystem { };
     struct stat status { };
-    if (::fstatfs(descriptor_, &fileSystem) != 0 || ::fstat(descriptor_, &status) != 0)
+    const auto hasTrustworthyLocks = file_system::hasTrustworthyLocks(descriptor_);
+    if (!hasTrustworthyLocks || ::fstat(descriptor_, &status) != 0)
         return fail(error(errno));
     constexpr std::int64_t silence = 60;  // seconds
     // A clock ahead of ours counts too.
-    return !hasTrustworthyLocks(static_cast<std::uint32_t>(fileSystem.f_type)) && ::time(nullptr) - status.st_mtime < silence;
+    return !*hasTrustworthyLocks && ::time(nullptr) - status.st_mtime < silence;
 }
 
 Result<std::size_t> PosixFile::copySomeFrom(
@@ -302,13 +288,9 @@ Result<std::size_t> PosixFile::copySomeFrom(
     const auto sourceOffset = fileOffset(from);
     const auto targetOffset = fileOffset(to);
     if (other && sourceOffset && targetOffset) {
-        auto in = *sourceOffset;
-        auto out = *targetOffset;
-        const auto copied = ::copy_file_range(other->descriptor_, &in, descriptor_, &out, std::min(count, largestTransfer), 0);
-        if (copied > 0)
-            return static_cast<std::size_t>(copied);
-        // Anything else, even an alleged end, is left to reading and writing: some file systems report an end of files that have
-        // more, and one file system may be unable to copy to another.
+        if (const auto copied =
+                file_system::copyRange(other->descriptor_, *sourceOffset, descriptor_, *targetOffset, std::min(count, largestTransfer)))
+            return *copied;
     }
     return File::copySomeFrom(source, from, to, count, buffer);
 }

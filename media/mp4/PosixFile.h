@@ -10,10 +10,6 @@
 
 namespace velmora::mp4 {
 
-/// Whether every process that could write the files of a file system of that type (statfs(2)) sees its locks. Those of network and
-/// user-space file systems may end at this computer.
-[[nodiscard]] bool hasTrustworthyLocks(std::uint64_t fileSystemType);
-
 class PosixFile final : public File {
 public:
     /// Creates the file for reading and writing; fails when anything has that name already, a dangling link included. Holds its folder

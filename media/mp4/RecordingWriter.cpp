@@ -196,6 +196,12 @@ Result<void> RecordingWriter::moveFile(const std::filesystem::path& path)
     return file ? file->moveTo(path) : fail(posixError(EBADF, path.filename().native()));
 }
 
+std::optional<std::filesystem::path> RecordingWriter::currentPath() const
+{
+    const auto file = state_->file.load();
+    return file ? file->currentPath() : std::nullopt;
+}
+
 void RecordingWriter::cancel()
 {
     const auto file = state_->file.load();

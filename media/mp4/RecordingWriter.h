@@ -43,6 +43,9 @@ public:
     /// for every file that was moved.
     Result<void> moveFile(const std::filesystem::path& path);
 
+    /// Where the file lies now, as File::currentPath() says it.
+    [[nodiscard]] std::optional<std::filesystem::path> currentPath() const;
+
     /// Removes the file, at once; what is still queued is dropped. A file that somebody has moved, or whose folder has another name by
     /// now, is made whole where it lies instead, if anything was recorded. Nothing may be called afterwards.
     void cancel();

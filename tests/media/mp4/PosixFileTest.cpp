@@ -22,16 +22,6 @@ std::vector<std::byte> bytes(std::string_view text)
     return {span.begin(), span.end()};
 }
 
-TEST(PosixFile, KnowsWhoseLocksEndAtThisComputer)
-{
-    EXPECT_FALSE(hasTrustworthyLocks(0x6969));  // NFS
-    EXPECT_FALSE(hasTrustworthyLocks(0xFE534D42));  // SMB
-    EXPECT_FALSE(hasTrustworthyLocks(0x65735546));  // FUSE
-    EXPECT_TRUE(hasTrustworthyLocks(0xEF53));  // ext4
-    EXPECT_TRUE(hasTrustworthyLocks(0x9123683E));  // btrfs
-    EXPECT_TRUE(hasTrustworthyLocks(0x4D44));  // FAT
-}
-
 TEST(PosixFile, ReadsBackWhatWasWrittenAtAnOffset)
 {
     const TemporaryDirectory folder;

@@ -1,0 +1,54 @@
+// The Carbon Event Manager's hot keys, as the "Carbon Event Manager Reference" has them:
+// https://developer.apple.com/legacy/library/documentation/Carbon/Reference/Carbon_Event_Manager_Ref/Reference/reference.html
+// Compared with a page: that the functions are there, and the parameters of InstallEventHandler (that page) and of RegisterEventHotKey
+// (http://cocoatutorial.grapewave.com/2010/01/adding-a-hotkey-listener/). Unconfirmed: the other functions' parameters, the widths of the
+// first group, and all numbers.
+#pragma once
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef int32_t OSStatus;
+typedef uint32_t UInt32;
+typedef uint32_t OSType;
+typedef uint32_t OptionBits;
+typedef unsigned long ItemCount;
+typedef unsigned long ByteCount;
+enum { noErr = 0 };
+
+typedef struct OpaqueEventRef* EventRef;
+typedef struct OpaqueEventHandlerRef* EventHandlerRef;
+typedef struct OpaqueEventHandlerCallRef* EventHandlerCallRef;
+typedef struct OpaqueEventTargetRef* EventTargetRef;
+typedef struct EventHotKeyRefStructure* EventHotKeyRef;
+typedef OSType EventParamName;
+typedef OSType EventParamType;
+typedef struct EventTypeSpec {
+    UInt32 eventClass;
+    UInt32 eventKind;
+} EventTypeSpec;
+typedef struct EventHotKeyID {
+    OSType signature;
+    UInt32 id;
+} EventHotKeyID;
+typedef OSStatus (*EventHandlerProcPtr)(EventHandlerCallRef, EventRef, void*);
+typedef EventHandlerProcPtr EventHandlerUPP;
+
+enum { kEventClassKeyboard = 0x6B657962 /* 'keyb' */, kEventHotKeyPressed = 5 };
+enum { kEventParamDirectObject = 0x2D2D2D2D /* '----' */, typeEventHotKeyID = 0x686B6964 /* 'hkid' */ };
+enum { eventNotHandledErr = -9874, eventHotKeyExistsErr = -9878 };
+enum { cmdKey = 0x100, shiftKey = 0x200, optionKey = 0x800, controlKey = 0x1000 };
+
+EventTargetRef GetEventDispatcherTarget(void);
+OSStatus InstallEventHandler(EventTargetRef, EventHandlerUPP, ItemCount, const EventTypeSpec*, void*, EventHandlerRef*);
+OSStatus RemoveEventHandler(EventHandlerRef);
+OSStatus RegisterEventHotKey(UInt32, UInt32, EventHotKeyID, EventTargetRef, OptionBits, EventHotKeyRef*);
+OSStatus UnregisterEventHotKey(EventHotKeyRef);
+OSStatus GetEventParameter(EventRef, EventParamName, EventParamType, EventParamType*, ByteCount, ByteCount*, void*);
+
+#ifdef __cplusplus
+}
+#endif

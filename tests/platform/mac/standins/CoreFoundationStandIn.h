@@ -1,0 +1,25 @@
+// How a test steers the stand-in for Core Foundation, and what it says of its use. It ends the test program where an object is used after it
+// was released for the last time, where NULL is released, and where a constant is taken for another kind of object.
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <cstddef>
+#include <string>
+
+namespace velmora::standin {
+
+/// Objects that somebody still owns; constants, and what the preferences hold, do not count.
+[[nodiscard]] std::size_t ownedObjectCount();
+
+/// The preferences of the current application, as if some other program had written them.
+void putPreferenceText(const std::string& key, const std::string& text);
+void putPreferenceNumber(const std::string& key);
+void clearPreferences();
+
+/// What is stored for other processes, after the last synchronisation that succeeded: the keys whose value is a boolean that is true.
+[[nodiscard]] bool isStoredAsTrue(const std::string& key);
+
+/// The preferences cannot be written from now on.
+void refuseStoring(bool refuses);
+
+}  // namespace velmora::standin

@@ -1,0 +1,4 @@
+#pragma once
+#include_next <stdio.h>
+
+#include "../../additions/rename.h"

@@ -1,0 +1,5 @@
+#pragma once
+#include "../../../additions/statfs.h"
+
+extern "C" int macFstatfs(int descriptor, struct statfs* status);
+#define fstatfs macFstatfs

@@ -1,0 +1,1 @@
+#error "there is no <malloc.h> on a Mac"

@@ -1,0 +1,1 @@
+#error "there is no <sys/epoll.h> on a Mac"

@@ -1,0 +1,1 @@
+#error "there is no <sys/eventfd.h> on a Mac"

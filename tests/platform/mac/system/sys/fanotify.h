@@ -1,0 +1,1 @@
+#error "there is no <sys/fanotify.h> on a Mac"

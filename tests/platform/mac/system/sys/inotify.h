@@ -1,0 +1,1 @@
+#error "there is no <sys/inotify.h> on a Mac"

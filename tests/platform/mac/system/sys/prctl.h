@@ -1,0 +1,1 @@
+#error "there is no <sys/prctl.h> on a Mac"

@@ -1,0 +1,1 @@
+#error "there is no <sys/sendfile.h> on a Mac"

@@ -1,0 +1,1 @@
+#error "there is no <sys/signalfd.h> on a Mac"

@@ -1,0 +1,1 @@
+#error "there is no <sys/statfs.h> on a Mac"

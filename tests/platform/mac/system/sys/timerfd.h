@@ -1,0 +1,1 @@
+#error "there is no <sys/timerfd.h> on a Mac"

@@ -1,0 +1,1 @@
+#error "there is no <sys/vfs.h> on a Mac"
