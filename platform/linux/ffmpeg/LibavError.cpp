@@ -8,11 +8,16 @@ extern "C" {
 
 namespace velmora::linux_backend {
 
-Error libavError(int averror, std::string_view what)
+std::string libavErrorText(int averror)
 {
     std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
     av_strerror(averror, text.data(), text.size());
-    return Error{std::string{libavErrorDomain}, averror, std::string{what} + ": " + text.data(), nullptr};
+    return text.data();
+}
+
+Error libavError(int averror, std::string_view what)
+{
+    return Error{std::string{libavErrorDomain}, averror, std::string{what} + ": " + libavErrorText(averror), nullptr};
 }
 
 }  // namespace velmora::linux_backend

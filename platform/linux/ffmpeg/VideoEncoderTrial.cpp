@@ -1,6 +1,7 @@
 #include "platform/linux/ffmpeg/VideoEncoderTrial.h"
 
 #include "engine/codecs/AvcFormat.h"
+#include "platform/linux/ffmpeg/LibavDifferences.h"
 #include "platform/linux/ffmpeg/Yuv420Frame.h"
 
 #include <algorithm>
@@ -186,7 +187,7 @@ int tryVideoEncoder(VideoEncoder& encoder, const VideoEncoderSettings& settings)
     const FormatDescriptionRef format = encoder.format();
     if (!format || !areInOrder(packets))
         return AVERROR_INVALIDDATA;
-    if (engine::avcProfile(format->video()->decoderConfiguration) != FF_PROFILE_H264_HIGH)
+    if (engine::avcProfile(format->video()->decoderConfiguration) != profileH264High)
         return AVERROR(ENOTSUP);
     for (const std::size_t first : {std::size_t{0}, laterKeyFrame}) {
         if (!showsPicturesFrom(first, packets, *format->video(), pictures, settings.width, settings.height))

@@ -25,7 +25,8 @@ public:
         av_channel_layout_default(&context_->ch_layout, 2);
         context_->bit_rate = 192000;
         context_->time_base = {1, 48000};
-        context_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+        // Not every 256th packet with the name of the library, so that what it encodes depends on the sound alone.
+        context_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_BITEXACT;
         if (avcodec_open2(context_.get(), nullptr, nullptr) != 0)
             throw std::runtime_error("no AAC encoder");
         frame_->format = AV_SAMPLE_FMT_FLTP;

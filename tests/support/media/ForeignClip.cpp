@@ -1,5 +1,6 @@
 #include "tests/support/media/ForeignClip.h"
 
+#include "platform/linux/ffmpeg/LibavDifferences.h"
 #include "tests/support/media/NumberedPicture.h"
 #include "tests/support/media/Require.h"
 
@@ -75,7 +76,7 @@ void writeForeignClip(const std::filesystem::path& path, const ForeignClip& clip
     stream->time_base = context->time_base;
     stream->sample_aspect_ratio = context->sample_aspect_ratio;
     if (clip.quarterTurns != 0) {
-        auto* matrix = av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, 9 * sizeof(std::int32_t));
+        auto* matrix = linux_backend::newSideData(*stream, AV_PKT_DATA_DISPLAYMATRIX, 9 * sizeof(std::int32_t));
         require(matrix, "no memory");
         // There they are counted counterclockwise.
         av_display_rotation_set(reinterpret_cast<std::int32_t*>(matrix), clip.quarterTurns * 90.0);

@@ -66,7 +66,7 @@ TEST(CodecLoader, TheModuleEncodesSoundAndPictures)
     picture->baseAddress = pixels->data();
     picture->owner = pixels;
     std::vector<SampleBufferRef> samples;
-    const auto session = (*module)->compressionSessions()->makeSession(64, 64, FourCharacterCode{"avc1"},
+    const auto session = (*module)->makeCompressionSessions({})->makeSession(64, 64, FourCharacterCode{"avc1"},
         [&](platform::CompressionStatus, SampleBufferRef sample) { samples.push_back(std::move(sample)); });
     ASSERT_TRUE(session) << session.error();
     EXPECT_EQ((*session)->encodeFrame(picture, MediaTime{0, 1}, MediaTime{1, 60}), 0);
@@ -84,7 +84,7 @@ TEST(CodecLoader, WhySessionsCannotBeMadeIsSaidInWords)
 {
     const auto module = codecModule();
     ASSERT_TRUE(module);
-    const auto sessions = (*module)->compressionSessions();
+    const auto sessions = (*module)->makeCompressionSessions({});
     const auto why = [&](std::int32_t width, std::int32_t height) {
         const auto session = sessions->makeSession(width, height, FourCharacterCode{"avc1"}, [](auto, const auto&) {});
         return session ? "it can" : sessions->description(session.error());
