@@ -1,6 +1,7 @@
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
 
 #include "platform/linux/ffmpeg/EncoderTrialMark.h"
+#include "platform/linux/ffmpeg/LibavError.h"
 
 #include <cstdlib>
 #include <optional>
@@ -33,14 +34,44 @@ std::size_t VideoEncoderSelection::firstThatWorks(std::size_t from, const VideoE
     for (std::size_t index = from; index < candidates_.size(); ++index) {
         if (!onlyName_.empty() && onlyName_ != candidates_[index].name)
             continue;
-        const auto [outcome, isNew] = outcomes_.try_emplace({index, {settings.width, settings.height}}, 0);
-        if (isNew)
-            outcome->second = outcomeOf(candidates_[index], settings);
-        if (outcome->second == 0)
+        const int outcome = keptOutcome(index, settings);
+        if (outcome == 0)
             return index;
-        lastError_ = outcome->second;
+        lastError_ = outcome;
     }
     return candidates_.size();
+}
+
+int VideoEncoderSelection::keptOutcome(std::size_t index, const VideoEncoderSettings& settings)
+{
+    const auto [outcome, isNew] = outcomes_.try_emplace({index, {settings.width, settings.height}}, 0);
+    if (isNew)
+        outcome->second = outcomeOf(candidates_[index], settings);
+    return outcome->second;
+}
+
+std::vector<EncoderTrialReport> VideoEncoderSelection::tryAll(const VideoEncoderSettings& settings)
+{
+    using Outcome = EncoderTrialReport::Outcome;
+    std::vector<EncoderTrialReport> reports;
+    MutexLock lock(mutex_);
+    for (std::size_t index = 0; index < candidates_.size(); ++index) {
+        const auto& candidate = candidates_[index];
+        auto& report =
+            reports.emplace_back(EncoderTrialReport{candidate.label ? candidate.label : candidate.name, {}, {}, candidate.isSoftware});
+        if (!onlyName_.empty() && onlyName_ != candidate.name) {
+            report.outcome = Outcome::ruledOut;
+            continue;
+        }
+        const int outcome = keptOutcome(index, settings);
+        report.outcome = outcome == 0              ? Outcome::works
+            : outcome == AVERROR_ENCODER_NOT_FOUND ? Outcome::missing
+            : outcome == AVERROR(EOWNERDEAD)       ? Outcome::endedAProgram
+                                                   : Outcome::fails;
+        if (report.outcome == Outcome::fails)
+            report.reason = libavErrorText(outcome);
+    }
+    return reports;
 }
 
 int VideoEncoderSelection::outcomeOf(const VideoEncoderCandidate& candidate, const VideoEncoderSettings& settings)

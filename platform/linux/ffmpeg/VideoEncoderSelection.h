@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Mutex.h"
+#include "platform/linux/ffmpeg/CodecModule.h"
 #include "platform/linux/ffmpeg/EncodingHeadroom.h"
 #include "platform/linux/ffmpeg/VideoEncoderTrial.h"
 
@@ -10,6 +11,7 @@
 #include <map>
 #include <span>
 #include <utility>
+#include <vector>
 
 namespace velmora::linux_backend {
 
@@ -32,6 +34,9 @@ public:
     /// 0 when there is an encoder for pictures of this size, else the AVERROR of the last candidate.
     [[nodiscard]] int check(const VideoEncoderSettings& settings);
 
+    /// What became of every candidate, the preferred one first, and of those behind the first that works too.
+    [[nodiscard]] std::vector<EncoderTrialReport> tryAll(const VideoEncoderSettings& settings);
+
     /// How hard the encoder for pictures of this size may try, measured now. Normal where the encoder costs this machine nothing, or there
     /// is none. Takes as long as some pictures do.
     [[nodiscard]] EncodingEffort effortFor(VideoEncoderSettings settings, const std::function<MonotonicTime()>& now = MonotonicClock::now);
@@ -41,6 +46,9 @@ public:
 
 private:
     using Size = std::pair<std::int32_t, std::int32_t>;
+
+    /// That of the candidate's one trial for this size.
+    int keptOutcome(std::size_t index, const VideoEncoderSettings& settings) REQUIRES(mutex_);
 
     /// Index of the first candidate at or after `from` that passes its trial; the number of candidates when none does.
     std::size_t firstThatWorks(std::size_t from, const VideoEncoderSettings& settings);

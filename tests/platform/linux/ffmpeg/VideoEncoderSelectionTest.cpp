@@ -1,8 +1,10 @@
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
 
+#include "platform/linux/ffmpeg/LibavDifferences.h"
 #include "tests/platform/linux/ffmpeg/TrialEncoders.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
@@ -51,15 +53,13 @@ TEST(VideoEncoderCandidates, EveryEncoderTakesTheMemoryAndTheLayoutThatItIsGiven
     for (const auto& candidate : videoEncoderCandidates()) {
         const AVCodec* codec = avcodec_find_encoder_by_name(candidate.name);
         ASSERT_TRUE(codec);
-        if (!codec->pix_fmts)
+        const auto formats = pixelFormats(*codec);
+        if (formats.empty())
             continue;  // decided by the driver
         const AVPixelFormat wanted = candidate.device == AV_HWDEVICE_TYPE_VAAPI ? AV_PIX_FMT_VAAPI
             : candidate.layout == engine::Yuv420View::Layout::i420              ? AV_PIX_FMT_YUV420P
                                                                                 : AV_PIX_FMT_NV12;
-        bool found = false;
-        for (const AVPixelFormat* format = codec->pix_fmts; *format != AV_PIX_FMT_NONE; ++format)
-            found = found || *format == wanted;
-        EXPECT_TRUE(found) << candidate.name;
+        EXPECT_NE(std::find(formats.begin(), formats.end(), wanted), formats.end()) << candidate.name;
     }
 }
 
@@ -73,6 +73,29 @@ TEST(VideoEncoderSelection, TakesTheFirstThatStandsItsTrial)
     const auto encoder = selection.open(settingsFor(64, 64));
     ASSERT_TRUE(encoder);
     EXPECT_EQ((*encoder)->layout(), engine::Yuv420View::Layout::nv12);
+}
+
+TEST(VideoEncoderSelection, ReportsWhatBecameOfEveryCandidateThoseBehindTheFirstThatWorksToo)
+{
+    using Outcome = EncoderTrialReport::Outcome;
+    const auto withoutHighProfile = brokenEncoder({{"profile", "baseline"}, {"x264-params", "cabac=0:8x8dct=0:annexb=0"}});
+    std::vector<VideoEncoderCandidate> candidates{softwareEncoder(), withoutHighProfile, softwareEncoder(), softwareEncoder()};
+    candidates[0].name = "h264_imaginary";
+    candidates[2].label = "libx264 (again)";
+    VideoEncoderSelection selection{candidates, ""};
+    const auto reports = selection.tryAll(settingsFor(64, 64));
+    ASSERT_EQ(reports.size(), 4U);
+    EXPECT_EQ(reports[0].name, "h264_imaginary");
+    EXPECT_EQ(reports[0].outcome, Outcome::missing);
+    EXPECT_EQ(reports[1].outcome, Outcome::fails);
+    EXPECT_NE(reports[1].reason, "");
+    EXPECT_EQ(reports[2].name, "libx264 (again)");
+    EXPECT_EQ(reports[2].outcome, Outcome::works);
+    EXPECT_EQ(reports[3].outcome, Outcome::works);
+    EXPECT_TRUE(reports[3].isSoftware);
+
+    VideoEncoderSelection one{candidates, "h264_imaginary"};
+    EXPECT_EQ(one.tryAll(settingsFor(64, 64))[3].outcome, Outcome::ruledOut);
 }
 
 TEST(VideoEncoderSelection, ConsidersOnlyTheOneThatIsNamed)
