@@ -94,8 +94,14 @@ public:
     virtual void getAuthorizationStatus(UniqueFunction<void(AuthorizationStatus)> completion) = 0;
     virtual void requestAuthorization(unsigned options, UniqueFunction<void(Result<bool>)> completion) = 0;
 
-    /// Shows the notification at once; when that is not possible, nothing happens.
-    virtual void add(const NotificationRequest& request) = 0;
+    /// Shows the notification at once; the completion hears whether that was possible.
+    virtual void add(const NotificationRequest& request, UniqueFunction<void(Result<void>)> completion) = 0;
+
+    /// For those who can do nothing about it.
+    void add(const NotificationRequest& request)
+    {
+        add(request, [](const Result<void>&) {});
+    }
 };
 
 }  // namespace velmora::platform

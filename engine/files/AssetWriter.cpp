@@ -305,6 +305,11 @@ AssetWriter::~AssetWriter()
         trashed_.wait_for(cancelled_.patience);
 }
 
+void AssetWriter::askForKeyFrame(KeyFrameRequests& requests)
+{
+    firstKeyFrame_ = requests.ask();
+}
+
 std::shared_ptr<platform::AssetWriterInput> AssetWriter::makeInput(
     MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint)
 {
@@ -357,6 +362,7 @@ void AssetWriter::startSession(MediaTime time)
 {
     assert(session_->currentStatus() == Status::writing && time.isValid() && !session_->start.isValid());
     session_->start = time;
+    firstKeyFrame_.end();
 }
 
 void AssetWriter::finishWriting(UniqueFunction<void()> completion)
@@ -381,6 +387,7 @@ void AssetWriter::finishWriting(UniqueFunction<void()> completion)
 
 void AssetWriter::cancelWriting()
 {
+    firstKeyFrame_.end();
     if (session_->isFinishing)
         return;
     if (!moveToTrash()) {
@@ -395,14 +402,19 @@ bool AssetWriter::moveToTrash()
 {
     if (!cancelled_.trash || !session_->start.isValid())
         return false;
-    auto trashed = cancelled_.trash->put(path_, [&](const std::filesystem::path& to) { return session_->recording->moveFile(to); });
+    // Its folder may have another name by now, by which the trash beside it is found.
+    const auto path = session_->recording->currentPath().value_or(path_);
+    auto trashed = cancelled_.trash->put(path, [&](const std::filesystem::path& to) { return session_->recording->moveFile(to); });
     if (!trashed)
         return false;
     std::promise<void> done;
     trashed_ = done.get_future();
-    endRecording([trash = cancelled_.trash, trashed = std::move(*trashed), done = std::move(done)](const Result<bool>&) mutable {
+    endRecording([trash = cancelled_.trash, kept = cancelled_.kept, trashed = std::move(*trashed), done = std::move(done)](
+                     const Result<bool>&) mutable {
         if (!holdsEnough(trashed.file))
             trash->remove(trashed);
+        else if (kept)
+            kept(trashed);
         done.set_value();
     });
     return true;
@@ -410,6 +422,7 @@ bool AssetWriter::moveToTrash()
 
 void AssetWriter::endRecording(mp4::RecordingWriter::Completion completion)
 {
+    firstKeyFrame_.end();
     session_->update();
     if (audio_ && session_->currentStatus() == Status::writing)
         audio_->flush();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/codecs/AudioEncoder.h"
+#include "engine/codecs/KeyFrameRequests.h"
 #include "engine/codecs/ReadyAudioEncoder.h"
 #include "engine/files/Trash.h"
 #include "media/mp4/RecordingWriter.h"
@@ -18,6 +19,7 @@ namespace velmora::engine {
 /// What becomes of a recording that is cancelled.
 struct CancelledRecordings {
     std::shared_ptr<const Trash> trash;  ///< null: they are deleted
+    std::function<void(const TrashedFile&)> kept = {};  ///< called for each that is whole there, on the thread that writes the file
     std::chrono::milliseconds patience{5000};  ///< how long the end of a writer waits for the disk, at most
 };
 
@@ -44,6 +46,9 @@ public:
     ~AssetWriter() override;
     AssetWriter(const AssetWriter&) = delete;
     AssetWriter& operator=(const AssetWriter&) = delete;
+
+    /// Asks for the key frame that the file begins with, until the session starts or the writer ends.
+    void askForKeyFrame(KeyFrameRequests& requests);
 
     std::shared_ptr<platform::AssetWriterInput> makeInput(
         MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override;
@@ -73,15 +78,18 @@ private:
     const CancelledRecordings cancelled_;
     std::shared_ptr<Session> session_;
     std::future<void> trashed_;  ///< valid once the recording is on its way to the trash
+    KeyFrameRequests::Registration firstKeyFrame_;
     std::shared_ptr<VideoInput> video_;
     std::shared_ptr<AudioInput> audio_;
 };
 
 class AssetWriterFactory final : public platform::AssetWriterFactory, public platform::SoundPreparation {
 public:
-    explicit AssetWriterFactory(AudioEncoderFactory encoders, std::shared_ptr<const Trash> trash = nullptr)
+    /// Each writer asks for a key frame as soon as its file is there.
+    explicit AssetWriterFactory(AudioEncoderFactory encoders, CancelledRecordings cancelled = {}, KeyFrameRequests keyFrameRequests = {})
         : encoders_(std::make_shared<ReadyAudioEncoder>(std::move(encoders)))
-        , trash_(std::move(trash))
+        , cancelled_(std::move(cancelled))
+        , keyFrameRequests_(std::move(keyFrameRequests))
     {
     }
 
@@ -94,7 +102,8 @@ public:
 
 private:
     const std::shared_ptr<ReadyAudioEncoder> encoders_;
-    const std::shared_ptr<const Trash> trash_;
+    const CancelledRecordings cancelled_;
+    KeyFrameRequests keyFrameRequests_;
 };
 
 }  // namespace velmora::engine

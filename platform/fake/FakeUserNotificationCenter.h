@@ -28,7 +28,21 @@ public:
         completion(authorization);
     }
 
-    void add(const platform::NotificationRequest& request) override { requests.push_back(request); }
+    using UserNotificationCenter::add;
+
+    /// Held until `answerRequests`, as a real centre answers later.
+    void add(const platform::NotificationRequest& request, UniqueFunction<void(Result<void>)> completion) override
+    {
+        requests.push_back(request);
+        addCompletions_.push_back(std::move(completion));
+    }
+
+    /// All that were not answered yet.
+    void answerRequests(const Result<void>& outcome = {})
+    {
+        for (auto& completion : std::exchange(addCompletions_, {}))
+            completion(outcome);
+    }
 
     void answerSettings()
     {
@@ -63,6 +77,7 @@ public:
 private:
     std::weak_ptr<platform::UserNotificationCenterDelegate> delegate_;
     std::vector<UniqueFunction<void(platform::AuthorizationStatus)>> settingsCompletions_;
+    std::vector<UniqueFunction<void(Result<void>)>> addCompletions_;
 };
 
 }  // namespace velmora::fake

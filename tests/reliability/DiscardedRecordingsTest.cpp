@@ -33,7 +33,8 @@ protected:
 
     [[nodiscard]] std::shared_ptr<platform::AssetWriterFactory> trashingWriters() const
     {
-        return std::make_shared<engine::AssetWriterFactory>(RecordingEngine::makeSoundEncoder, trash_);
+        return std::make_shared<engine::AssetWriterFactory>(
+            RecordingEngine::makeSoundEncoder, engine::CancelledRecordings{.trash = trash_});
     }
 
     [[nodiscard]] static std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder)
@@ -100,7 +101,8 @@ TEST_F(DiscardedRecordings, DoNotTouchTheNextOneOfTheirNameHoweverLongTheyTake)
     const auto files = linux_backend::makeFileManager();
     const auto pictures = encodeClip(steadyTimes(90, 60), {.width = 64, .height = 48});
     const auto gate = std::make_shared<DiskGate>();
-    SlowAssetWriters slow{gate, RecordingEngine::makeSoundEncoder, engine::CancelledRecordings{trash_, std::chrono::hours{1}}};
+    SlowAssetWriters slow{
+        gate, RecordingEngine::makeSoundEncoder, engine::CancelledRecordings{.trash = trash_, .patience = std::chrono::hours{1}}};
     const auto discarded = *ManualRecordingWriter::create(path, slow, files);
     gate->close();
     for (const auto& picture : pictures.samples)
@@ -126,7 +128,7 @@ TEST_F(DiscardedRecordings, KeepNeitherTheMachineFromSleepingNorLeaveTheProgramU
 {
     const auto gate = std::make_shared<DiskGate>();
     RecordingEngine engine{parts(std::make_shared<SlowAssetWriters>(
-        gate, RecordingEngine::makeSoundEncoder, engine::CancelledRecordings{trash_, std::chrono::hours{1}}))};
+        gate, RecordingEngine::makeSoundEncoder, engine::CancelledRecordings{.trash = trash_, .patience = std::chrono::hours{1}}))};
     engine.start();
     const auto clip = clips(engine).at(0);
     gate->close();

@@ -29,8 +29,14 @@ namespace {
 
 constexpr const char* notifications = "org.freedesktop.Notifications";  // the service and its interface
 constexpr const char* notificationsPath = "/org/freedesktop/Notifications";
+constexpr uchar lowUrgency = 0;
 constexpr uchar normalUrgency = 1;
 constexpr int usualTimeout = -1;
+
+constexpr const char* errorDomain = "Velmora.UserNotificationCenter";
+constexpr int noBus = 1;
+constexpr int noService = 2;
+constexpr int notShown = 3;
 
 QString text(const std::string& utf8)
 {
@@ -49,7 +55,8 @@ class LinuxUserNotificationCenter final : public QObject, public platform::UserN
 public:
     explicit LinuxUserNotificationCenter(UserNotificationCenterOptions options)
         : options_(std::move(options))
-        , bus_(busAt(options_.busAddress, QStringLiteral("velmora-notifications")))
+        , bus_(busAt(options_.busAddress,
+              options_.isQuiet ? QStringLiteral("velmora-quiet-notifications") : QStringLiteral("velmora-notifications")))
     {
         if (!bus_.isConnected())
             return;
@@ -76,14 +83,15 @@ public:
     void requestAuthorization(unsigned, UniqueFunction<void(Result<bool>)> completion) override
     {
         if (!bus_.isConnected())
-            return completion(fail("Velmora.UserNotificationCenter", 1, "There is no session bus, so there are no notifications."));
+            return completion(fail(errorDomain, noBus, "There is no session bus, so there are no notifications."));
         withCapabilities(
             [completion = std::move(completion)](const QStringList& capabilities) mutable { completion(canShowActions(capabilities)); });
     }
 
-    void add(const NotificationRequest& request) override
+    void add(const NotificationRequest& request, UniqueFunction<void(Result<void>)> completion) override
     {
-        withCapabilities([this, content = request.content](const QStringList& capabilities) { show(content, capabilities); });
+        withCapabilities([this, content = request.content, completion = std::move(completion)](
+                             const QStringList& capabilities) mutable { show(content, capabilities, std::move(completion)); });
     }
 
 private slots:
@@ -108,21 +116,24 @@ private:
         });
     }
 
-    void show(const NotificationContent& content, const QStringList& capabilities)
+    void show(const NotificationContent& content, const QStringList& capabilities, UniqueFunction<void(Result<void>)> completion)
     {
         if (capabilities.isEmpty())
-            return;
+            return completion(fail(errorDomain, noService, "There is no notification service."));
         auto call = methodCall("Notify");
         const QString body = text(content.body);
         call.setArguments({QStringLiteral("Velmora"), uint{0}, QString{}, text(content.title),
             capabilities.contains(QLatin1String("body-markup")) ? body.toHtmlEscaped() : body, actions(content, capabilities),
             hints(content, capabilities), timeout(content)});
         auto* sent = new QDBusPendingCallWatcher{bus_.asyncCall(call), this};
-        connect(sent, &QDBusPendingCallWatcher::finished, this, [this, sent, content] {
+        auto shared = std::make_shared<UniqueFunction<void(Result<void>)>>(std::move(completion));
+        connect(sent, &QDBusPendingCallWatcher::finished, this, [this, sent, content, shared] {
             const QDBusPendingReply<uint> reply = *sent;
-            if (reply.isValid())
-                shown_.add(reply.value(), content);
             sent->deleteLater();
+            if (!reply.isValid())
+                return (*shared)(fail(errorDomain, notShown, reply.error().message().toStdString()));
+            shown_.add(reply.value(), content);
+            (*shared)({});
         });
     }
 
@@ -143,8 +154,8 @@ private:
     [[nodiscard]] QVariantMap hints(const NotificationContent& content, const QStringList& capabilities) const
     {
         QVariantMap hints{
-            {QStringLiteral("urgency"), QVariant::fromValue(normalUrgency)},
-            {QStringLiteral("category"), QStringLiteral("transfer.complete")},
+            {QStringLiteral("urgency"), QVariant::fromValue(options_.isQuiet ? lowUrgency : normalUrgency)},
+            {QStringLiteral("category"), options_.isQuiet ? QStringLiteral("transfer") : QStringLiteral("transfer.complete")},
             {QStringLiteral("desktop-entry"), QStringLiteral("com.velmora.Velmora")},
         };
         if (content.playsDefaultSound && capabilities.contains(QLatin1String("sound")))

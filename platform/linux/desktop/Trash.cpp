@@ -5,15 +5,18 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
+#include <mntent.h>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace velmora::linux_backend {
@@ -21,6 +24,14 @@ namespace velmora::linux_backend {
 namespace {
 
 constexpr std::string_view infoSuffix = ".trashinfo";
+constexpr std::string_view infoHeading = "[Trash Info]";
+constexpr std::string_view pathKey = "Path=";
+constexpr std::string_view dateKey = "DeletionDate=";
+// Readers have to ignore keys that they do not know. Both values are of one length, so that one takes the other's place.
+constexpr std::string_view ownKey = "X-Velmora-Recording=";
+constexpr std::string_view notOffered = "new";
+constexpr std::string_view offered = "old";
+constexpr std::size_t longestInfo = 65536;
 constexpr int mostNames = 1000;
 constexpr mode_t privateFolder = 0700;
 
@@ -93,7 +104,109 @@ std::string localDate()
 std::string infoText(const std::string& origin)
 {
     const auto encoded = QByteArray::fromStdString(origin).toPercentEncoding("/").toStdString();
-    return "[Trash Info]\nPath=" + encoded + "\nDeletionDate=" + localDate() + '\n';
+    const auto line = [](std::string_view key, std::string_view value) { return std::string{key}.append(value) + '\n'; };
+    return line(infoHeading, {}) + line(pathKey, encoded) + line(dateKey, localDate()) + line(ownKey, notOffered);
+}
+
+/// What an information file says.
+struct Info {
+    std::filesystem::path origin;  ///< as it is written there
+    std::chrono::system_clock::time_point deleted;
+    std::string_view offer;  ///< part of the text
+};
+
+std::optional<std::chrono::system_clock::time_point> timeOf(const std::string& localDate)
+{
+    std::tm local{};
+    if (!::strptime(localDate.c_str(), "%Y-%m-%dT%H:%M:%S", &local))
+        return std::nullopt;
+    local.tm_isdst = -1;  // whatever it was then
+    ::tzset();
+    return std::chrono::system_clock::from_time_t(std::mktime(&local));
+}
+
+/// None for what we have not written ourselves.
+std::optional<Info> parsedInfo(std::string_view text)
+{
+    const auto nextLine = [&text] {
+        const auto line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        return line;
+    };
+    if (nextLine() != infoHeading)
+        return std::nullopt;
+    std::optional<std::string_view> path;
+    std::optional<std::string_view> date;
+    std::optional<std::string_view> offer;
+    while (!text.empty()) {
+        const auto line = nextLine();
+        // Of a key that is there twice, the first counts.
+        for (const auto& [key, value] : {std::pair{pathKey, &path}, {dateKey, &date}, {ownKey, &offer}}) {
+            if (line.starts_with(key) && !*value)
+                *value = line.substr(key.size());
+        }
+    }
+    if (!path || !date || !offer)
+        return std::nullopt;
+    const auto origin = QByteArray::fromPercentEncoding({path->data(), static_cast<qsizetype>(path->size())}).toStdString();
+    const auto deleted = timeOf(std::string{*date});
+    if (!deleted || origin.empty() || origin.find('\0') != std::string::npos)
+        return std::nullopt;
+    return Info{origin, *deleted, *offer};
+}
+
+/// Closes itself.
+class OpenInfo {
+public:
+    OpenInfo(const std::filesystem::path& path, int flags)
+        : descriptor_(::open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY))
+    {
+    }
+    ~OpenInfo()
+    {
+        if (descriptor_ >= 0)
+            ::close(descriptor_);
+    }
+    OpenInfo(const OpenInfo&) = delete;
+    OpenInfo& operator=(const OpenInfo&) = delete;
+
+    [[nodiscard]] std::string text() const
+    {
+        struct stat status { };
+        if (descriptor_ < 0 || ::fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode))
+            return {};
+        std::string text(longestInfo, '\0');
+        const auto size = ::pread(descriptor_, text.data(), text.size(), 0);
+        text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+        return text;
+    }
+
+    void overwrite(std::size_t position, std::string_view text) const
+    {
+        static_cast<void>(::pwrite(descriptor_, text.data(), text.size(), static_cast<off_t>(position)));
+    }
+
+private:
+    const int descriptor_;
+};
+
+bool isRegularFile(const std::filesystem::path& path)
+{
+    struct stat status { };
+    return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool isOwnFolder(const std::filesystem::path& path, uid_t user)
+{
+    struct stat status { };
+    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == user;
+}
+
+/// That of the file system which a trash is for; `trash` is not the user's own.
+std::filesystem::path topOf(const std::filesystem::path& trash)
+{
+    const auto parent = trash.parent_path();
+    return parent.filename() == ".Trash" ? parent.parent_path() : parent;
 }
 
 /// The name in the trash at the `attempt`-th attempt, counted from 1, short enough for the information's suffix.
@@ -159,7 +272,7 @@ Trash::Places Trash::placesOfUser(const std::filesystem::path& home)
     const char* chosen = std::getenv("XDG_DATA_HOME");
     // The base directory rules say that a relative path is to be ignored.
     const auto data = chosen && *chosen == '/' ? std::filesystem::path{chosen} : home / ".local/share";
-    return {data / "Trash", mountPoint, ::geteuid()};
+    return {data / "Trash", mountPoint, ::geteuid(), mountPoints};
 }
 
 Result<engine::TrashedFile> Trash::put(const std::filesystem::path& path, const Move& move) const
@@ -198,6 +311,69 @@ void Trash::remove(const engine::TrashedFile& trashed) const
     ::unlink(trashed.info.c_str());
 }
 
+/// Those that are there, each once: a file system may be mounted at more places than one.
+std::vector<std::filesystem::path> Trash::folders() const
+{
+    std::vector<std::filesystem::path> found;
+    std::vector<std::pair<dev_t, ino_t>> known;
+    const auto add = [&](const std::filesystem::path& trash) {
+        struct stat status { };
+        if (::stat((trash / "info").c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
+            return;
+        const std::pair identity{status.st_dev, status.st_ino};
+        if (std::find(known.begin(), known.end(), identity) != known.end())
+            return;
+        known.push_back(identity);
+        found.push_back(trash);
+    };
+    add(places_.home);
+    const auto user = std::to_string(places_.user);
+    for (const auto& top : places_.topDirectories ? places_.topDirectories() : std::vector<std::filesystem::path>{}) {
+        if (isSharedTrash(top / ".Trash") && isOwnFolder(top / ".Trash" / user, places_.user))
+            add(top / ".Trash" / user);
+        if (isOwnFolder(top / (".Trash-" + user), places_.user))
+            add(top / (".Trash-" + user));
+    }
+    return found;
+}
+
+std::vector<engine::TrashEntry> Trash::entries() const
+{
+    std::vector<engine::TrashEntry> found;
+    for (const auto& trash : folders()) {
+        std::error_code error;
+        for (std::filesystem::directory_iterator infos{trash / "info", error}, end; !error && infos != end; infos.increment(error)) {
+            const auto& info = infos->path();
+            if (info.extension() != infoSuffix)
+                continue;
+            if (auto known = entry({trash / "files" / info.stem(), info}))
+                found.push_back(std::move(*known));
+        }
+    }
+    return found;
+}
+
+std::optional<engine::TrashEntry> Trash::entry(const engine::TrashedFile& trashed) const
+{
+    const auto text = OpenInfo{trashed.info, O_RDONLY}.text();
+    const auto info = parsedInfo(text);
+    if (!info || !isRegularFile(trashed.file))
+        return std::nullopt;
+    auto origin = info->origin;
+    // Below the top of a file system the path is relative to it.
+    if (origin.is_relative())
+        origin = topOf(trashed.info.parent_path().parent_path()) / origin;
+    return engine::TrashEntry{trashed, origin.lexically_normal(), info->deleted, info->offer != notOffered};
+}
+
+void Trash::noteOffered(const engine::TrashedFile& trashed) const
+{
+    const OpenInfo file{trashed.info, O_RDWR};
+    const auto text = file.text();
+    if (const auto info = parsedInfo(text); info && info->offer == notOffered)
+        file.overwrite(static_cast<std::size_t>(info->offer.data() - text.data()), offered);
+}
+
 std::filesystem::path mountPoint(const std::filesystem::path& folder)
 {
     std::error_code error;
@@ -209,6 +385,22 @@ std::filesystem::path mountPoint(const std::filesystem::path& folder)
     while (point.has_relative_path() && ::stat(point.parent_path().c_str(), &status) == 0 && status.st_dev == device)
         point = point.parent_path();
     return point;
+}
+
+std::vector<std::filesystem::path> mountPoints()
+{
+    std::vector<std::filesystem::path> points;
+    auto* table = ::setmntent("/proc/self/mounts", "re");
+    if (!table)
+        return points;
+    mntent entry{};
+    std::array<char, 4096> buffer{};
+    while (::getmntent_r(table, &entry, buffer.data(), static_cast<int>(buffer.size()))) {
+        if (std::string_view{entry.mnt_type} != "autofs")
+            points.emplace_back(entry.mnt_dir);
+    }
+    ::endmntent(table);
+    return points;
 }
 
 }  // namespace velmora::linux_backend

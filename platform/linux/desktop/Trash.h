@@ -5,7 +5,9 @@
 
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <sys/types.h>
+#include <vector>
 
 namespace velmora::linux_backend {
 
@@ -20,6 +22,9 @@ public:
         std::function<std::filesystem::path(const std::filesystem::path& folder)> topDirectory;
 
         uid_t user = 0;
+
+        /// All folders at which file systems are mounted: their trashes are looked through for what is in them; empty: nobody knows.
+        std::function<std::vector<std::filesystem::path>()> topDirectories = {};
     };
 
     /// Those of the user whose process this is, by XDG_DATA_HOME or else below `home`.
@@ -29,12 +34,20 @@ public:
 
     [[nodiscard]] Result<engine::TrashedFile> put(const std::filesystem::path& path, const Move& move) const override;
     void remove(const engine::TrashedFile& trashed) const override;
+    [[nodiscard]] std::vector<engine::TrashEntry> entries() const override;
+    [[nodiscard]] std::optional<engine::TrashEntry> entry(const engine::TrashedFile& trashed) const override;
+    void noteOffered(const engine::TrashedFile& trashed) const override;
 
 private:
+    [[nodiscard]] std::vector<std::filesystem::path> folders() const;
+
     const Places places_;
 };
 
 /// The outermost folder above `folder`, or `folder` itself, that is on the same file system; empty where `folder` cannot be examined.
 [[nodiscard]] std::filesystem::path mountPoint(const std::filesystem::path& folder);
+
+/// Where file systems are mounted, without those that are mounted by looking at them.
+[[nodiscard]] std::vector<std::filesystem::path> mountPoints();
 
 }  // namespace velmora::linux_backend

@@ -394,6 +394,14 @@ TEST_F(LinuxAssetReaderTest, ADamagedFileGivesAPictureOfItsSizeOrAnError)
     EXPECT_GT(refused, 5);
 }
 
+TEST_F(LinuxAssetReaderTest, EachReasonHasItsNumber)
+{
+    const auto number = [](AssetReaderErrorCode code) { return static_cast<int>(code); };
+    EXPECT_EQ(number(AssetReaderErrorCode::invalidRequest), 1);
+    EXPECT_EQ(number(AssetReaderErrorCode::nothingInside), 2);
+    EXPECT_EQ(number(AssetReaderErrorCode::tooLarge), 3);
+}
+
 TEST_F(LinuxAssetReaderTest, APictureTooFarFromItsKeyFrameIsAnError)
 {
     writeForeignClip(path("endless.mp4"),

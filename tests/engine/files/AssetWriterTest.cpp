@@ -55,7 +55,7 @@ TEST(AssetWriter, WritesPicturesAndSoundAtTheirTimes)
     EXPECT_THAT(decoded.peaks(), ElementsAre(480, 50'000, 95'000));
     EXPECT_EQ(decoded.firstFrame, 0);
     EXPECT_EQ(decoded.colour, ColourDescription::bt709());
-    EXPECT_EQ(mp4::readMovieSummary(path)->duration, (MediaTime{2, 1}));
+    EXPECT_EQ(mp4::readMovieSummary(path).value().duration, (MediaTime{2, 1}));
 }
 
 TEST(AssetWriter, SoundThatBeginsBeforeTheSessionIsCutToTheFrame)
@@ -130,7 +130,7 @@ TEST(AssetWriter, TheLastPictureLastsUntilTheSoundEndsButNotLongerThanHalfASecon
         appendPictures(writing, 0, 30);  // the last one at 29/30 s
         EXPECT_TRUE(appendSound(writing, clicks(soundFrames, {}), 0));
         finish(*writing.writer);
-        return mp4::readMovieSummary(folder.path() / name)->tracks[0].duration.seconds();
+        return mp4::readMovieSummary(folder.path() / name).value().tracks[0].duration.seconds();
     };
     EXPECT_NEAR(durationWith(48'000 + 9600, "short.mp4"), 1.2, 1e-4);
     EXPECT_NEAR(durationWith(48'000 * 3, "long.mp4"), 29.0 / 30 + 0.5, 1e-4);
@@ -277,6 +277,57 @@ TEST(AssetWriter, OpensItsFileWhenItIsMade)
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "clip.mp4"));
 }
 
+TEST(AssetWriter, AsksForAKeyFrameFromTheMomentItsFileIsThereUntilTheSessionStarts)
+{
+    const TemporaryDirectory folder;
+    KeyFrameRequests requests;
+    AssetWriterFactory factory{aacEncoders, {}, requests};
+    bool wasThere = false;
+    const auto observation = requests.observe([&] { wasThere = std::filesystem::exists(folder.path() / "clip.mp4"); });
+    auto writer = factory.makeAssetWriter(folder.path() / "clip.mp4", platform::AssetFileType::mpeg4).value();
+    EXPECT_TRUE(requests.last());
+    EXPECT_TRUE(wasThere);
+    auto writing = begin(std::move(writer));
+    EXPECT_FALSE(requests.last());
+    appendPictures(writing);
+    finish(*writing.writer);
+    EXPECT_EQ(decodeClean(folder.path() / "clip.mp4").pictures.size(), 60U);
+}
+
+TEST(AssetWriter, AWriterThatEndsBeforeItsFirstKeyFrameNoLongerAsksForIt)
+{
+    const TemporaryDirectory folder;
+    KeyFrameRequests requests;
+    AssetWriterFactory factory{aacEncoders, {}, requests};
+    const auto make = [&] {
+        auto writer = factory.makeAssetWriter(folder.path() / "clip.mp4", platform::AssetFileType::mpeg4).value();
+        EXPECT_TRUE(requests.last());
+        return writer;
+    };
+    const auto cancelled = make();
+    cancelled->cancelWriting();
+    EXPECT_FALSE(requests.last());
+    const auto finished = make();
+    finish(*finished);
+    EXPECT_FALSE(requests.last());
+    auto released = make();
+    // Whoever has an input may keep it for longer.
+    const auto input = released->makeInput(MediaType::audio, AudioOutputSettings{}, nullptr);
+    released.reset();
+    EXPECT_FALSE(requests.last());
+}
+
+TEST(AssetWriter, AFileThatCannotBeMadeAsksForNothing)
+{
+    const TemporaryDirectory folder;
+    KeyFrameRequests requests;
+    int asked = 0;
+    const auto observation = requests.observe([&] { ++asked; });
+    AssetWriterFactory factory{aacEncoders, {}, requests};
+    EXPECT_FALSE(factory.makeAssetWriter(folder.path() / "missing" / "clip.mp4", platform::AssetFileType::mpeg4));
+    EXPECT_EQ(asked, 0);
+}
+
 TEST(AssetWriter, FinishingWithoutHavingStartedRemovesTheFileAndFailsWithoutAnError)
 {
     const TemporaryDirectory folder;
@@ -334,6 +385,19 @@ TEST(AssetWriter, AFileThatWasMovedMeanwhileFailsAndNamesThePlaceWhereItLiesWhol
     EXPECT_EQ(writing.writer->error()->localizedDescription,
         "The file was moved while it was being recorded. The whole clip is at " + place.native() + ".");
     EXPECT_EQ(decodeClean(place).pictures.size(), 60U);
+}
+
+TEST(AssetWriter, TheSoundsEncoderIsMadeForTheSettingsThatWereAskedFor)
+{
+    const TemporaryDirectory folder;
+    std::vector<AudioOutputSettings> asked;
+    const auto writer = makeWriter(folder.path() / "clip.mp4", [&](const AudioOutputSettings& settings) {
+        asked.push_back(settings);
+        return aacEncoders(settings);
+    });
+    const AudioOutputSettings settings{.channelCount = 1, .sampleRate = 44100, .bitRate = 96000};
+    EXPECT_TRUE(writer->canAdd(*writer->makeInput(MediaType::audio, settings, nullptr)));
+    EXPECT_THAT(asked, ElementsAre(settings));
 }
 
 TEST(AssetWriter, SoundThatWasMadeReadyIsEncodedByWhatIsThereAndNothingIsMadeForIt)
@@ -412,7 +476,7 @@ TEST(AssetWriter, DestroyedWithoutFinishingLeavesAFileThatPlays)
     }
     const auto decoded = decodeClean(path);
     EXPECT_GE(decoded.pictures.size(), 60U - 25);
-    EXPECT_TRUE(mp4::readMovieSummary(path)->isFragmented);
+    EXPECT_TRUE(mp4::readMovieSummary(path).value().isFragmented);
     EXPECT_THAT(decoded.peaks(), ::testing::Contains(1000));
 }
 
@@ -468,7 +532,7 @@ TEST(AssetWriter, AFullDiskRefusesOneMoreSampleAndIsSilentThen)
     disk.file->saveTo(folder.path() / "clip.mp4");
     const auto decoded = decodeClean(folder.path() / "clip.mp4");
     EXPECT_GT(decoded.pictures.size(), 10U);
-    EXPECT_FALSE(mp4::readMovieSummary(folder.path() / "clip.mp4")->isFragmented);
+    EXPECT_FALSE(mp4::readMovieSummary(folder.path() / "clip.mp4").value().isFragmented);
 }
 
 TEST(AssetWriter, CancellingAfterAFailureRemovesTheFile)
@@ -538,7 +602,7 @@ TEST(AssetWriter, ABlockOfSoundFarInTheFutureIsRefused)
     appendPictures(writing);
     finish(*writing.writer);
     EXPECT_EQ(writing.writer->status(), Status::completed);
-    EXPECT_NEAR(mp4::readMovieSummary(folder.path() / "clip.mp4")->duration.seconds(), 2.0, 0.01);
+    EXPECT_NEAR(mp4::readMovieSummary(folder.path() / "clip.mp4").value().duration.seconds(), 2.0, 0.01);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
@@ -125,8 +126,7 @@ TEST_F(TrashTest, KeepsTheFileWithWhereItLayAndTheLocalTime)
     const auto info = textOf(trashed->info);
     const auto start = "[Trash Info]\nPath=" + clips_.path().native() + "/My%20clip%20100%25.mp4\nDeletionDate=";
     ASSERT_TRUE(info.starts_with(start)) << info;
-    ASSERT_EQ(info.size(), start.size() + before.size() + 1);
-    EXPECT_EQ(info.back(), '\n');
+    EXPECT_EQ(info.substr(start.size() + before.size()), "\nX-Velmora-Recording=new\n");
     const auto date = info.substr(start.size(), before.size());
     EXPECT_GE(date, before);
     EXPECT_LE(date, after);
@@ -394,6 +394,124 @@ TEST_F(TrashTest, OnARealOtherFileSystemTheKernelDecides)
     }
     EXPECT_FALSE(fs::exists(file));
     fs::remove_all(top_);
+}
+
+/// With one that has a top folder, and one that somebody else put in.
+class TrashEntriesTest : public TrashTest {
+protected:
+    [[nodiscard]] std::vector<engine::TrashEntry> entries() const { return trash().entries(); }
+
+    /// As if a file browser, or somebody unkind, had written it.
+    void putByAnother(const std::string& name, const std::string& info) const
+    {
+        fs::create_directories(home() / "files");
+        fs::create_directories(home() / "info");
+        writeText(home() / "files" / name, "theirs");
+        writeText(home() / "info" / (name + ".trashinfo"), info);
+    }
+};
+
+TEST_F(TrashEntriesTest, AreTheFilesThatWerePutInWithWhereAndWhen)
+{
+    EXPECT_THAT(entries(), IsEmpty());
+    const auto file = makeFile("My \xFF clip\n100%.mp4");
+    const auto before = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    const auto trashed = put(file);
+    ASSERT_TRUE(trashed);
+    const auto found = entries();
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].trashed.file, trashed->file);
+    EXPECT_EQ(found[0].trashed.info, trashed->info);
+    EXPECT_EQ(found[0].origin, file);
+    EXPECT_GE(found[0].deleted, before);
+    EXPECT_LE(found[0].deleted, std::chrono::system_clock::now());
+    EXPECT_FALSE(found[0].wasOffered);
+}
+
+TEST_F(TrashEntriesTest, AreNotThoseOfOthersNorWhatHasNoFileAnyMore)
+{
+    putByAnother("theirs.mp4", "[Trash Info]\nPath=/a/theirs.mp4\nDeletionDate=2026-01-02T03:04:05\n");
+    putByAnother("no-heading.mp4", "Path=/a/b.mp4\nDeletionDate=2026-01-02T03:04:05\nX-Velmora-Recording=new\n");
+    putByAnother("no-path.mp4", "[Trash Info]\nDeletionDate=2026-01-02T03:04:05\nX-Velmora-Recording=new\n");
+    putByAnother("no-date.mp4", "[Trash Info]\nPath=/a/b.mp4\nX-Velmora-Recording=new\n");
+    putByAnother("odd-date.mp4", "[Trash Info]\nPath=/a/b.mp4\nDeletionDate=today\nX-Velmora-Recording=new\n");
+    putByAnother("zero.mp4", "[Trash Info]\nPath=/a%00/b.mp4\nDeletionDate=2026-01-02T03:04:05\nX-Velmora-Recording=new\n");
+    putByAnother("empty.mp4", "");
+    ASSERT_TRUE(put(makeFile("emptied.mp4")));
+    fs::remove(home() / "files/emptied.mp4");
+    ASSERT_TRUE(put(makeFile("folder.mp4")));
+    fs::remove(home() / "files/folder.mp4");
+    fs::create_directory(home() / "files/folder.mp4");
+    ASSERT_TRUE(put(makeFile("link.mp4")));
+    fs::rename(home() / "files/link.mp4", data_.path() / "target");
+    fs::create_symlink(data_.path() / "target", home() / "files/link.mp4");
+    ASSERT_EQ(::mkfifo((home() / "info/fifo.mp4.trashinfo").c_str(), 0600), 0);
+    EXPECT_THAT(entries(), IsEmpty());
+}
+
+TEST_F(TrashEntriesTest, HaveTheFirstOfAKeyThatIsThereTwiceAndIgnoreOtherKeys)
+{
+    putByAnother("clip.mp4",
+        "[Trash Info]\nSize=3\nX-Velmora-Recording=old\nPath=/first%20one.mp4\nPath=/second.mp4\nDeletionDate=2026-01-02T03:04:05\n"
+        "X-Velmora-Recording=new\nDeletionDate=2027-01-02T03:04:05\n");
+    const auto found = entries();
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].origin, "/first one.mp4");
+    EXPECT_TRUE(found[0].wasOffered);
+    std::tm local{};
+    const auto time = std::chrono::system_clock::to_time_t(found[0].deleted);
+    ASSERT_TRUE(::localtime_r(&time, &local));
+    EXPECT_EQ(local.tm_year, 126);
+    EXPECT_EQ(local.tm_hour, 3);
+    EXPECT_EQ(local.tm_sec, 5);
+}
+
+TEST_F(TrashEntriesTest, OfOtherFileSystemsHaveTheirWholePathAndAreListedOnce)
+{
+    top_ = clips_.path();
+    fs::create_directory(top_ / "films");
+    const auto own = putFromElsewhere(makeFile("films/own.mp4"));
+    const auto shared = top_ / ".Trash";
+    fs::create_directory(shared);
+    ASSERT_EQ(::chmod(shared.c_str(), 01777), 0);
+    const auto inShared = putFromElsewhere(makeFile("films/shared.mp4"));
+    ASSERT_TRUE(own && inShared);
+    const Trash trash{{home(), {}, user_, [this] { return std::vector<fs::path>{top_, "/nowhere", top_}; }}};
+    std::vector<fs::path> origins;
+    for (const auto& entry : trash.entries())
+        origins.push_back(entry.origin);
+    EXPECT_THAT(origins, ::testing::UnorderedElementsAre(top_ / "films/own.mp4", top_ / "films/shared.mp4"));
+
+    // What somebody else could have put in our way.
+    const Trash another{{home(), {}, user_ + 1, [this] { return std::vector<fs::path>{top_}; }}};
+    fs::create_directory_symlink(top_ / (".Trash-" + std::to_string(user_)), top_ / (".Trash-" + std::to_string(user_ + 1)));
+    EXPECT_THAT(another.entries(), IsEmpty());
+}
+
+TEST_F(TrashEntriesTest, RememberThatTheyWereOffered)
+{
+    const auto first = put(makeFile("first.mp4"));
+    ASSERT_TRUE(first && put(makeFile("second.mp4")));
+    const auto before = textOf(first->info);
+    trash().noteOffered(*first);
+    trash().noteOffered(*first);
+    EXPECT_TRUE(trash().entry(*first)->wasOffered);
+    EXPECT_EQ(textOf(first->info).size(), before.size());
+    EXPECT_EQ(textOf(first->info).substr(0, before.size() - 4), before.substr(0, before.size() - 4));
+    for (const auto& entry : entries())
+        EXPECT_EQ(entry.wasOffered, entry.origin.filename() == "first.mp4");
+
+    trash().remove(*first);
+    trash().noteOffered(*first);
+    EXPECT_FALSE(fs::exists(first->info)) << "the trash was emptied meanwhile";
+}
+
+TEST(Trash, KnowsWhereFileSystemsAreMounted)
+{
+    const auto points = mountPoints();
+    EXPECT_THAT(points, ::testing::Contains(fs::path{"/"}));
+    EXPECT_THAT(points, ::testing::Contains(fs::path{"/proc"}));
+    EXPECT_TRUE(Trash::placesOfUser("/users/me").topDirectories);
 }
 
 TEST(Trash, AMountPointIsTheOutermostFolderOnTheSameFileSystem)

@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/LinuxUserNotificationCenter.h"
 
+#include "tests/brand/OddTexts.h"
 #include "tests/platform/linux/desktop/PrivateBus.h"
 
 #include <QDBusArgument>
@@ -138,8 +139,10 @@ TEST_F(UserNotificationCenterTest, IsDeniedWithoutAService)
     ASSERT_TRUE(test::PrivateBus::runUntil([&] { return answer.has_value(); }));
     ASSERT_TRUE(answer->has_value());
     EXPECT_FALSE(**answer);
-    centre->add({"id", {"nobody sees this", "", false, "SAVED", {}}});
-    settle();
+    std::optional<Result<void>> shown;
+    centre->add({"id", {"nobody sees this", "", false, "SAVED", {}}}, [&](Result<void> outcome) { shown = std::move(outcome); });
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return shown.has_value(); }));
+    EXPECT_EQ(shown->error().localizedDescription, "There is no notification service.");
 }
 
 TEST_F(UserNotificationCenterTest, ShowsTitleBodyAndTheActionsOfTheCategory)
@@ -165,10 +168,42 @@ TEST_F(UserNotificationCenterTest, AsksForTheTimeOnTheScreenThatItsContentWants)
     EXPECT_EQ(service->shown.at(0).timeout, -1) << "the service decides";
     platform::NotificationContent content{"longer", "", false, "SAVED", {}};
     content.leastTimeOnScreen = std::chrono::milliseconds{12345};
-    centre->add({"id", content});
-    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return service->shown.size() == 2; }));
+    std::optional<Result<void>> shown;
+    centre->add({"id", content}, [&](Result<void> outcome) { shown = std::move(outcome); });
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return shown.has_value(); }));
+    EXPECT_TRUE(*shown) << "a completion hears that it was shown";
     EXPECT_EQ(service->shown.at(1).timeout, 12345);
-    settle();
+}
+
+TEST_F(UserNotificationCenterTest, AQuietOneBesideItHasLowUrgencyAndActionsAndResponsesOfItsOwn)
+{
+    startService();
+    show("saved");
+    const auto quietDelegate = std::make_shared<LoggedResponses>();
+    auto quiet = makeUserNotificationCenter({.makeIcon = {}, .busAddress = bus.address(), .isQuiet = true});
+    quiet->setDelegate(quietDelegate);
+    quiet->setNotificationCategories({{"DISCARDED", {{"RESTORE", "Restore", false}}}});
+    platform::NotificationContent content{"not saved", "", false, "DISCARDED", {}};
+    quiet->add({"id", content});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return service->shown.size() == 2; }));
+    const auto& shown = service->shown.at(1);
+    EXPECT_EQ(shown.hints.value(QStringLiteral("urgency")).toInt(), 0);
+    EXPECT_EQ(shown.hints.value(QStringLiteral("category")), QStringLiteral("transfer"));
+    EXPECT_FALSE(shown.hints.contains(QStringLiteral("sound-name")));
+    EXPECT_EQ(shown.actions, (QStringList{QStringLiteral("default"), QString{}, QStringLiteral("RESTORE"), QStringLiteral("Restore")}));
+    show("saved again");
+    EXPECT_EQ(service->shown.at(2).hints.value(QStringLiteral("urgency")).toInt(), 1);
+    EXPECT_EQ(service->shown.at(2).actions.size(), 6);
+
+    std::optional<AuthorizationStatus> answered;
+    quiet->getAuthorizationStatus([&](AuthorizationStatus found) { answered = found; });
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return answered.has_value(); }));
+    emit service->ActionInvoked(2, QStringLiteral("RESTORE"));
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !quietDelegate->responses.empty(); }));
+    EXPECT_THAT(quietDelegate->responses, ElementsAre("RESTORE not saved"));
+    EXPECT_TRUE(delegate->responses.empty());
+    quiet.reset();
+    QDBusConnection::disconnectFromBus(QStringLiteral("velmora-quiet-notifications"));
 }
 
 TEST_F(UserNotificationCenterTest, TheIconTravelsWithTheNotification)
@@ -198,6 +233,18 @@ TEST_F(UserNotificationCenterTest, AServiceWithoutMarkupGetsTheTextAsItIs)
     EXPECT_EQ(service->shown.at(0).body, QStringLiteral("a & b"));
     EXPECT_TRUE(service->shown.at(0).actions.isEmpty());
     EXPECT_FALSE(service->shown.at(0).hints.contains(QStringLiteral("sound-name")));
+}
+
+TEST_F(UserNotificationCenterTest, EveryKindOfNameReachesTheServiceWholeAndAsText)
+{
+    startService();
+    for (const auto& [kind, name] : test::oddNames()) {
+        SCOPED_TRACE(kind);
+        show("Clip Saved", name + ".mp4 has been saved to your library.");
+        auto expected = QString::fromStdString(name + ".mp4 has been saved to your library.");
+        EXPECT_EQ(service->shown.back().body, expected.toHtmlEscaped());
+        EXPECT_FALSE(service->shown.back().body.contains(QLatin1Char('<')));
+    }
 }
 
 TEST_F(UserNotificationCenterTest, WhatTheUserDoesReachesTheDelegateWithItsNotification)
