@@ -5,18 +5,31 @@
 #include "windows/SoundDecision.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace velmora {
 
 namespace {
 
-constexpr const char* errorDomain = "Velmora.AppControl";
-enum ErrorCode { captureFailed = 1, noSuchWindow = 2, noSuchFile = 3, soundIsKnown = 4, overtaken = 5 };
+enum ErrorCode { captureFailed = 1, noSuchFile = 3, soundIsKnown = 4, overtaken = 5 };
+
+tl::unexpected<Error> noWindow(std::string message)
+{
+    return fail(InstanceControl::errorDomain, InstanceControl::noSuchWindow, std::move(message));
+}
 
 QString text(const std::string& utf8)
 {
     return QString::fromStdString(utf8);
+}
+
+bool fits(const CapturedWindowInfo& window, const WindowDescriptor& descriptor)
+{
+    const auto equals = [](const std::string& a, const std::string& b) { return text(a).compare(text(b), Qt::CaseInsensitive) == 0; };
+    const auto& application = descriptor.application;
+    return (application.empty() || equals(window.appName, application) || equals(window.bundleID, application))
+        && text(window.title).contains(text(descriptor.title), Qt::CaseInsensitive);
 }
 
 const char* name(const CaptureState& state)
@@ -34,7 +47,39 @@ const char* name(const CaptureState& state)
 
 }  // namespace
 
-AppControl::AppControl(Services services) : services_(std::move(services)) { }
+AppControl::AppControl(Services services) : services_(std::move(services)), lastState_(services_.coordinator.state())
+{
+    observeEvents();
+}
+
+void AppControl::observeEvents()
+{
+    const auto& coordinator = services_.coordinator;
+    using Kind = InstanceEvent::Kind;
+    QObject::connect(&coordinator, &CaptureCoordinator::stateChanged, &observing_, [this] { stateHasChanged(); });
+    QObject::connect(&coordinator, &CaptureCoordinator::lastSavedClipURLChanged, &observing_,
+        [this] { tell({.kind = Kind::clipSaved, .clip = *services_.coordinator.lastSavedClipURL()}); });
+    QObject::connect(&coordinator, &CaptureCoordinator::captureFailed, &observing_,
+        [this](const std::string& message) { tell({.kind = Kind::captureFailed, .text = message}); });
+}
+
+void AppControl::tell(const InstanceEvent& event) const
+{
+    if (eventObserver_)
+        eventObserver_(event);
+}
+
+void AppControl::stateHasChanged()
+{
+    const auto& state = services_.coordinator.state();
+    const auto last = std::exchange(lastState_, state);
+    using Kind = InstanceEvent::Kind;
+    if (std::string_view{name(state)} != name(last))
+        tell({.kind = Kind::stateChanged, .text = name(state)});
+    // A recording may follow another that is still being saved.
+    if (state.is<CaptureState::RecordingClip>() && state != last)
+        tell({.kind = Kind::recordingStarted});
+}
 
 void AppControl::activate()
 {
@@ -73,14 +118,42 @@ CaptureCoordinator::SaveCompletion AppControl::savedClip(UniqueFunction<void(Res
 void AppControl::selectWindow(
     std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion, CallerTells callerTells)
 {
-    services_.windowService->refreshWindows([this, windowID, sound = std::move(sound), completion = std::move(completion),
+    const auto choose = [windowID](const std::vector<CapturedWindowInfo>& windows) -> Result<CapturedWindowInfo> {
+        const auto chosen = std::find_if(windows.begin(), windows.end(), [&](const auto& window) { return window.id == windowID; });
+        if (chosen == windows.end())
+            return noWindow("There is no window " + std::to_string(windowID) + " that can be recorded.");
+        return *chosen;
+    };
+    selectChosen(choose, std::move(sound), std::move(completion), std::move(callerTells));
+}
+
+void AppControl::selectMatchingWindow(WindowDescriptor descriptor, std::optional<std::string> sound,
+    UniqueFunction<void(Result<std::string>)> completion, CallerTells callerTells)
+{
+    const auto choose = [descriptor = std::move(descriptor)](const std::vector<CapturedWindowInfo>& windows) -> Result<CapturedWindowInfo> {
+        const CapturedWindowInfo* chosen = nullptr;
+        for (const auto& window : windows) {
+            if (fits(window, descriptor) && (!chosen || (window.isOnScreen && !chosen->isOnScreen)))
+                chosen = &window;
+        }
+        if (!chosen)
+            return noWindow("There is no such window that can be recorded.");
+        return *chosen;
+    };
+    selectChosen(choose, std::move(sound), std::move(completion), std::move(callerTells));
+}
+
+void AppControl::selectChosen(
+    ChooseWindow choose, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion, CallerTells callerTells)
+{
+    services_.windowService->refreshWindows([this, choose = std::move(choose), sound = std::move(sound), completion = std::move(completion),
                                                 callerTells = std::move(callerTells)]() mutable {
         if (const auto& error = services_.windowService->lastError())
             return completion(fail(errorDomain, captureFailed, *error));
-        const auto& windows = services_.windowService->availableWindows();
-        const auto chosen = std::find_if(windows.begin(), windows.end(), [&](const auto& window) { return window.id == windowID; });
-        if (chosen == windows.end())
-            return completion(fail(errorDomain, noSuchWindow, "There is no window " + std::to_string(windowID) + " that can be recorded."));
+        const auto chosen = choose(services_.windowService->availableWindows());
+        if (!chosen)
+            return completion(fail(chosen.error()));
+        const auto windowID = chosen->id;
         if (!services_.windowService->needsRequest(windowID)) {
             if (sound)
                 return completion(fail(errorDomain, soundIsKnown, soundIsTheWindowsOwn));
@@ -126,6 +199,16 @@ void AppControl::stopCapture(UniqueFunction<void(Result<SavedClip>)> completion,
     completion(SavedClip{});
 }
 
+Result<void> AppControl::setReplayDuration(std::optional<double> seconds)
+{
+    return services_.coordinator.setReplayDuration(seconds);
+}
+
+void AppControl::saveReplay(std::optional<double> seconds, UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells)
+{
+    services_.coordinator.saveReplay(seconds, savedClip(std::move(completion)), std::move(callerTells));
+}
+
 QJsonObject AppControl::status() const
 {
     const auto& coordinator = services_.coordinator;
@@ -135,6 +218,11 @@ QJsonObject AppControl::status() const
         {QStringLiteral("isRecording"), coordinator.isRecording()},
         {QStringLiteral("shortcutIsRegistered"), services_.shortcutManager.isRegistered()},
     };
+    status.insert(QStringLiteral("clipsFolder"), bus_requests::text(coordinator.library().effectiveOutputDirectory()));
+    if (const auto replay = coordinator.replay()) {
+        status.insert(QStringLiteral("replay"),
+            QJsonObject{{QStringLiteral("seconds"), replay->seconds}, {QStringLiteral("bytes"), static_cast<qint64>(replay->bytes)}});
+    }
     if (const auto& window = coordinator.selectedWindow()) {
         status.insert(QStringLiteral("window"),
             QJsonObject{

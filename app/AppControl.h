@@ -12,9 +12,13 @@
 #include "system/PermissionManager.h"
 #include "windows/WindowSelectionService.h"
 
+#include <QObject>
+
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace velmora {
 
@@ -45,16 +49,32 @@ public:
     void selectWindow(std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion,
         CallerTells callerTells) override;
     void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) override;
+    void selectMatchingWindow(WindowDescriptor descriptor, std::optional<std::string> sound,
+        UniqueFunction<void(Result<std::string>)> completion, CallerTells callerTells) override;
+    Result<void> setReplayDuration(std::optional<double> seconds) override;
+    void saveReplay(std::optional<double> seconds, UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) override;
+    void setEventObserver(EventObserver observer) override { eventObserver_ = std::move(observer); }
     [[nodiscard]] QJsonObject status() const override;
     Result<void> presentClipPreview(const std::filesystem::path& file) override;
     void quit() override { services_.quit(); }
 
 private:
+    /// Among those that can be recorded, in their order.
+    using ChooseWindow = UniqueFunction<Result<CapturedWindowInfo>(const std::vector<CapturedWindowInfo>&)>;
+
+    void observeEvents();
+    void tell(const InstanceEvent& event) const;
+    void stateHasChanged();
+    void selectChosen(ChooseWindow choose, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion,
+        CallerTells callerTells);
     CaptureCoordinator::SaveCompletion savedClip(UniqueFunction<void(Result<SavedClip>)> completion) const;
     void capture(const CapturedWindowInfo& window, std::string remark, UniqueFunction<void(Result<std::string>)> completion,
         CallerTells callerTells);
 
     const Services services_;
+    EventObserver eventObserver_;
+    CaptureState lastState_;
+    const QObject observing_;
 };
 
 }  // namespace velmora

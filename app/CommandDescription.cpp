@@ -13,15 +13,16 @@ constexpr Argument clip{"FILE", Argument::Kind::clip};
 constexpr Argument newFile{"FILE", Argument::Kind::newFile};
 constexpr Argument seconds{"SECONDS", Argument::Kind::text};
 constexpr Argument application{"NAME", Argument::Kind::text};
+constexpr Argument soundingApplication{"APP", Argument::Kind::text};
+constexpr Argument title{"TEXT", Argument::Kind::text};
+constexpr Argument recording{"NAME", Argument::Kind::text};
+constexpr Argument replay{"on|off|save", Argument::Kind::word};
 constexpr Argument time{"TIME", Argument::Kind::text};
 
 OptionDescription soundOption()
 {
-    return {"sound", application, false, "Whose sound goes with the window: an application's name, its process, or none."};
+    return {"sound", soundingApplication, false, "Whose sound goes with the window: an application's name, its process, or none."};
 }
-
-constexpr std::string_view soundDetails =
-    "On a Wayland desktop, which does not say whose window it is, --sound does; what was chosen for a window is kept.";
 
 CommandGroup theProgram()
 {
@@ -51,10 +52,16 @@ CommandGroup forTheRunningProgram()
                 .summary = "Opens the list of windows to choose the one to record.",
                 .details = "If the program is installed and not yet running, it is started."},
             {.name = "select",
-                .argument = window,
-                .options = {soundOption()},
+                .argument = {},
+                .optionalArgument = window,
+                .options = {{"application", application, false, "In place of ID: a window of the application with this name."},
+                    {"title", title, false, "In place of ID: a window with this text in its title."},
+                    {"wait", {}, false, "Waits until there is such a window."}, soundOption()},
                 .summary = "Chooses the window to record.",
-                .details = soundDetails},
+                .details =
+                    "A name or a text is compared without regard to case. Where more than one window fits, the frontmost that is on screen "
+                    "is chosen. On a Wayland desktop, which does not say whose window it is, --sound does; what was chosen for a window is "
+                    "kept."},
             {.name = "stop",
                 .argument = {},
                 .options = {},
@@ -65,6 +72,20 @@ CommandGroup forTheRunningProgram()
                 .options = {{"json", {}, false, "Prints it as a JSON object, for programs."}},
                 .summary = "Says what the program is doing.",
                 .details = {}},
+            {.name = "events",
+                .argument = {},
+                .options = {{"json", {}, false, "Prints each as a JSON object on a line of its own, for programs."}},
+                .summary = "Prints what happens in the program, a line for each event, until the program ends or Ctrl+C.",
+                .details = "The first line is the state that it is in. A clip's line comes when its file is safe."},
+            {.name = "replay",
+                .argument = replay,
+                .optionalArgument = seconds,
+                .options = {},
+                .summary = "Keeps the last seconds of the chosen window in memory, and saves them as a clip when asked to.",
+                .details =
+                    "With on it keeps SECONDS, 15 unless told and at most 25, until off or the end of the program; another window or sleep "
+                    "begins anew with nothing. With save it saves SECONDS of them, or all, from a key frame on, and prints the clip's "
+                    "path once it is safe. Meanwhile the pictures keep the window's size as in a recording."},
             {.name = "preview", .argument = clip, .options = {}, .summary = "Opens a clip.", .details = {}},
             {.name = "quit",
                 .argument = {},
@@ -84,6 +105,14 @@ CommandGroup withoutTheProgram()
                 .options = {{"json", {}, false, "Prints them as a JSON array, for programs."}},
                 .summary = "Lists the windows that can be recorded.",
                 .details = {}},
+            {.name = "doctor",
+                .argument = {},
+                .options = {{"json", {}, false, "Prints it as a JSON object, for programs."}},
+                .summary = "Says what this desktop has of what a recording needs, and what to do about what it lacks.",
+                .details = "A line each for the encoders, tried out, the display, the desktop's portal, the shortcut, the sound server, "
+                           "notifications, the tray and the clips folder: what to paste into a report of a bug. It records nothing, "
+                           "changes nothing, and ends after 15 seconds whatever hangs. The exit status is 1 where nothing could be "
+                           "recorded."},
             {.name = "record",
                 .argument = {},
                 .options = {{"window", window, true, "The window's number, as 'velmora windows' lists it."},
@@ -100,6 +129,14 @@ CommandGroup withoutTheProgram()
                 .options = {},
                 .summary = "Makes an ordinary MP4 of a recording that was cut off.",
                 .details = {}},
+            {.name = "restore",
+                .argument = {},
+                .optionalArgument = recording,
+                .options = {{"list", {}, false, "Lists what can be restored instead, newest first."},
+                    {"json", {}, false, "With --list: prints them as a JSON array, for programs."}},
+                .summary = "Puts the newest recording that was discarded, or the one called NAME, from the desktop's trash into the clips "
+                           "folder, and prints its path.",
+                .details = "An existing file is never overwritten."},
             {.name = "trim",
                 .argument = clip,
                 .options = {{"start", time, true, "Where the part begins."}, {"end", time, true, "Where the part ends."},
@@ -142,6 +179,8 @@ std::string CommandDescription::synopsis() const
         text += ' ' + std::string{name};
     if (argument)
         text += ' ' + std::string{argument->name};
+    if (optionalArgument)
+        text += " [" + std::string{optionalArgument->name} + ']';
     for (const auto& option : options) {
         auto typed = "--" + std::string{option.name};
         if (option.argument)

@@ -16,6 +16,7 @@ struct ArgumentDescription {
         window,  ///< a number that 'velmora windows' lists
         clip,  ///< an existing MP4 file
         newFile,  ///< a file that does not exist yet
+        word,  ///< one of those that its name lists: "on|off"
         text,  ///< nothing can be offered
     };
 
@@ -33,6 +34,7 @@ struct OptionDescription {
 struct CommandDescription {
     std::string_view name;  ///< empty: the program's name alone
     std::optional<ArgumentDescription> argument;  ///< always required
+    std::optional<ArgumentDescription> optionalArgument = std::nullopt;  ///< after it, if there is one
     std::vector<OptionDescription> options;  ///< beside --help, which every command has
     std::string_view summary;  ///< a sentence
     std::string_view details;  ///< further sentences, if any

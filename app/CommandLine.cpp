@@ -51,14 +51,19 @@ public:
         if (parser_.isSet(helpOption))
             return Print{helpText()};
         const auto& positional = parser_.positionalArguments();
-        if (positional.size() == (description_->argument ? 1 : 0))
+        const qsizetype least = description_->argument ? 1 : 0;
+        const qsizetype most = least + (description_->optionalArgument ? 1 : 0);
+        if (positional.size() >= least && positional.size() <= most)
             return std::nullopt;
-        return wrong(description_->argument ? usage : QStringLiteral("Unexpected argument '%1'.").arg(positional.constFirst()));
+        return wrong(most > 0 ? usage : QStringLiteral("Unexpected argument '%1'.").arg(positional.constFirst()));
     }
 
     [[nodiscard]] bool isSet(const char* option) const { return parser_.isSet(QLatin1String{option}); }
     [[nodiscard]] QString value(const char* option) const { return parser_.value(QLatin1String{option}); }
     [[nodiscard]] QString positional() const { return parser_.positionalArguments().constFirst(); }
+
+    /// Null where it was left out.
+    [[nodiscard]] QString optionalPositional() const { return parser_.positionalArguments().value(description_->argument ? 1 : 0); }
 
 private:
     static constexpr QLatin1String helpOption{"help"};
@@ -74,6 +79,14 @@ Parsed parseWindows(const QStringList& arguments)
     if (auto instead = given.parse())
         return std::move(*instead);
     return Windows{.json = given.isSet("json")};
+}
+
+Parsed parseDoctor(const QStringList& arguments)
+{
+    Arguments given{arguments};
+    if (auto instead = given.parse())
+        return std::move(*instead);
+    return Doctor{.json = given.isSet("json")};
 }
 
 std::optional<std::uint32_t> parseWindowID(const QString& text)
@@ -260,16 +273,85 @@ Parsed parseTrim(const QStringList& arguments)
 
 Parsed parseSelect(const QStringList& arguments)
 {
+    const auto usage = QStringLiteral("'velmora select' takes one window's number; 'velmora windows' lists them.");
     Arguments given{arguments};
-    if (auto instead = given.parse(QStringLiteral("'velmora select' takes one window's number; 'velmora windows' lists them.")))
+    if (auto instead = given.parse(usage))
         return std::move(*instead);
-    const auto windowID = parseWindowID(given.positional());
-    if (!windowID)
-        return notAWindow(given.positional());
+    Control control{.action = Control::Action::select, .windowID = 0, .json = false, .file = {}};
+    for (const auto& [option, text] : {std::pair{"application", &control.application}, {"title", &control.title}}) {
+        *text = given.value(option).toStdString();
+        if (given.isSet(option) && text->empty())
+            return wrong(QStringLiteral("--%1 needs a text.").arg(QLatin1String{option}));
+    }
+    const bool isDescribed = !control.application.empty() || !control.title.empty();
+    const auto number = given.optionalPositional();
+    if (number.isNull() && !isDescribed)
+        return wrong(usage);
+    if (!number.isNull() && isDescribed)
+        return wrong(QStringLiteral("Give a window's number, or --application and --title, but not both."));
+    control.wait = given.isSet("wait");
+    if (control.wait && !isDescribed)
+        return wrong(QStringLiteral("--wait goes with --application or --title."));
+    if (!isDescribed) {
+        const auto windowID = parseWindowID(number);
+        if (!windowID)
+            return notAWindow(number);
+        control.windowID = *windowID;
+    }
     const auto sound = parseSound(given);
     if (!sound)
         return wrong(sound.error());
-    return Control{.action = Control::Action::select, .windowID = *windowID, .json = false, .file = {}, .sound = *sound};
+    control.sound = *sound;
+    return control;
+}
+
+Parsed parseReplay(const QStringList& arguments)
+{
+    const auto usage = QStringLiteral("'velmora replay' takes on, off or save, and seconds after on or save.");
+    Arguments given{arguments};
+    if (auto instead = given.parse(usage))
+        return std::move(*instead);
+    Control control{.action = Control::Action::replayOn, .windowID = 0, .json = false, .file = {}};
+    if (given.positional() == QLatin1String("save"))
+        control.action = Control::Action::replaySave;
+    else if (given.positional() == QLatin1String("off"))
+        control.action = Control::Action::replayOff;
+    else if (given.positional() != QLatin1String("on"))
+        return wrong(usage);
+    const auto length = given.optionalPositional();
+    if (length.isNull())
+        return control;
+    if (control.action == Control::Action::replayOff)
+        return wrong(usage);
+    const auto seconds = parsePlainNumber(length, true);
+    if (!seconds || *seconds <= 0)
+        return wrong(QStringLiteral("'%1' is not a number of seconds above zero.").arg(length));
+    control.seconds = *seconds;
+    return control;
+}
+
+Parsed parseRestore(const QStringList& arguments)
+{
+    Arguments given{arguments};
+    if (auto instead = given.parse(QStringLiteral("'velmora restore' takes at most one name; 'velmora restore --list' lists them.")))
+        return std::move(*instead);
+    Restore restore{.list = given.isSet("list"), .json = given.isSet("json")};
+    const auto name = given.optionalPositional();
+    if (restore.json && !restore.list)
+        return wrong(QStringLiteral("--json goes with --list."));
+    if (restore.list && !name.isNull())
+        return wrong(QStringLiteral("--list takes no name."));
+    if (!name.isNull())
+        restore.name = bytesOf(name);
+    return restore;
+}
+
+Parsed parseEvents(const QStringList& arguments)
+{
+    Arguments given{arguments};
+    if (auto instead = given.parse())
+        return std::move(*instead);
+    return Events{.json = given.isSet("json")};
 }
 
 Parsed parsePreview(const QStringList& arguments)
@@ -306,6 +388,7 @@ Parser parserOf(const QString& command)
 {
     static const QHash<QString, Parser> parsers{
         {QStringLiteral("windows"), parseWindows},
+        {QStringLiteral("doctor"), parseDoctor},
         {QStringLiteral("record"), parseRecord},
         {QStringLiteral("repair"), parseRepair},
         {QStringLiteral("trim"), parseTrim},
@@ -314,6 +397,9 @@ Parser parserOf(const QString& command)
         {QStringLiteral("select"), parseSelect},
         {QStringLiteral("stop"), parsePlainControl<Control::Action::stop>},
         {QStringLiteral("status"), parseStatus},
+        {QStringLiteral("events"), parseEvents},
+        {QStringLiteral("replay"), parseReplay},
+        {QStringLiteral("restore"), parseRestore},
         {QStringLiteral("preview"), parsePreview},
         {QStringLiteral("quit"), parsePlainControl<Control::Action::quit>},
     };

@@ -24,6 +24,10 @@ struct Windows {
     bool json = false;
 };
 
+struct Doctor {
+    bool json = false;
+};
+
 struct Record {
     std::uint32_t windowID = 0;
     std::optional<std::chrono::nanoseconds> duration;  ///< none: until a signal
@@ -41,18 +45,32 @@ struct Trim {
     std::optional<std::filesystem::path> output;  ///< absolute; none: beside the file
 };
 
+struct Restore {
+    std::optional<std::filesystem::path> name = std::nullopt;  ///< of the recording, or its path in the trash; none: the newest
+    bool list = false;
+    bool json = false;
+};
+
+struct Events {
+    bool json = false;
+};
+
 /// The program itself, in the tray.
 struct Run { };
 
 /// Something for the program that is already running.
 struct Control {
-    enum class Action { toggle, choose, select, stop, status, preview, quit };
+    enum class Action { toggle, choose, select, stop, status, replayOn, replayOff, replaySave, preview, quit };
 
     Action action = Action::status;
     std::uint32_t windowID = 0;  ///< select
     bool json = false;  ///< status
     std::filesystem::path file;  ///< preview; absolute
     std::optional<std::string> sound = std::nullopt;  ///< select
+    std::string application = {};  ///< select, in place of the window's number; empty: any
+    std::string title = {};  ///< the same
+    bool wait = false;  ///< select: until there is such a window
+    double seconds = 0;  ///< replay; 0: as long as is usual
 };
 
 /// Text for standard output, after which the program ends.
@@ -60,7 +78,7 @@ struct Print {
     QString text;
 };
 
-using Command = std::variant<Run, Control, Windows, Record, Repair, Trim, Print>;
+using Command = std::variant<Run, Control, Windows, Doctor, Record, Repair, Trim, Restore, Events, Print>;
 
 /// An argument as the system gave it. Bytes that are not UTF-8 become lone surrogates, U+DC80 to U+DCFF, which no UTF-8 makes: parse()
 /// puts them back into the paths.

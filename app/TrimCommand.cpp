@@ -18,7 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto progressInterval = 100ms;
+constexpr auto trimProgressInterval = 100ms;
 
 class TrimCommand final {
 public:
@@ -41,7 +41,7 @@ public:
         QObject::connect(&signals_, &TerminationSignals::received, &signals_, [this] { session_->cancelExport(); });
         if (isatty(STDERR_FILENO)) {
             QObject::connect(&progress_, &QTimer::timeout, &progress_, [this] { printProgress(); });
-            progress_.start(progressInterval);
+            progress_.start(trimProgressInterval);
         }
         // Nothing here goes away before end() has run.
         session_->exportAsynchronously([this, executor = services_.mainExecutor] { executor->async([this] { end(); }); });

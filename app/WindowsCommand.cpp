@@ -1,5 +1,6 @@
 #include "app/WindowsCommand.h"
 
+#include "app/TerminalText.h"
 #include "windows/WindowCatalogue.h"
 
 #include <QCoreApplication>
@@ -11,20 +12,6 @@
 #include <utility>
 
 namespace velmora {
-
-namespace {
-
-QString withoutControlCharacters(const std::string& value)
-{
-    QString result = QString::fromStdString(value);
-    for (auto& character : result) {
-        if (character.category() == QChar::Other_Control || character.category() == QChar::Other_Format)
-            character = QChar::ReplacementCharacter;
-    }
-    return result;
-}
-
-}  // namespace
 
 int runWindowsCommand(const command_line::Windows& command, const platform::PlatformServices& services,
     std::shared_ptr<Executor> mainExecutor, std::int32_t runningProgram)
@@ -80,7 +67,7 @@ std::string windowsAsTable(const std::vector<CapturedWindowInfo>& windows)
                      .arg(window.id, 10)
                      .arg(size, -11)
                      .arg(window.isOnScreen ? QStringLiteral("on screen") : QStringLiteral("hidden"), -9)
-                     .arg(withoutControlCharacters(window.displayName()));
+                     .arg(withoutControlCharacters(QString::fromStdString(window.displayName())));
     }
     return table.toStdString();
 }

@@ -13,7 +13,7 @@ namespace velmora {
 namespace {
 
 constexpr const char* errorDomain = "Velmora.CaptureCoordinator";
-enum ErrorCode { notPermitted = 1, noWindow = 2, stoppedByItself = 3, noRecording = 4 };
+enum ErrorCode { notPermitted = 1, noWindow = 2, stoppedByItself = 3, noRecording = 4, noReplay = 5 };
 
 Error withPrefix(std::string_view prefix, const Error& error)
 {
@@ -56,7 +56,7 @@ CaptureCoordinator& CaptureCoordinator::shared()
                 .screens = platform.screens,
                 .mainExecutor = shared.mainExecutor,
             }),
-            .assetWriters = platform.assetWriters,
+            .assetWriters = platform.exportWriters,
             .fileManager = platform.fileManager,
             .workspace = platform.workspace,
             .clock = shared.clock,
@@ -218,6 +218,96 @@ void CaptureCoordinator::recordingWasSaved(const CaptureState& recording, const 
         onClipSaved(clip, 0.0, true);
 }
 
+Result<void> CaptureCoordinator::setReplayDuration(std::optional<double> seconds)
+{
+    // Not a number is not above zero either.
+    if (seconds && !(*seconds > 0 && *seconds <= longestReplay))
+        return fail(errorDomain, noReplay, "Instant replay keeps at most 25 seconds.");
+    services_.captureService->setReplayDuration(seconds);
+    return {};
+}
+
+std::optional<CaptureCoordinator::ReplayState> CaptureCoordinator::replay() const
+{
+    const auto& seconds = services_.captureService->replayDuration();
+    if (!seconds)
+        return std::nullopt;
+    const auto buffer = services_.captureService->replayBuffer();
+    return ReplayState{*seconds, buffer ? buffer->bytesHeld() : 0};
+}
+
+void CaptureCoordinator::saveReplay(std::optional<double> seconds, SaveCompletion completion, CallerTells callerTells)
+{
+    saves_.enter();
+    StopCaller caller{std::move(completion), std::move(callerTells)};
+    const auto& kept = services_.captureService->replayDuration();
+    if (!kept)
+        return replayFailed(std::move(caller), {errorDomain, noReplay, "Instant replay is off; 'velmora replay on' begins it.", nullptr});
+    if (seconds && !(*seconds > 0 && *seconds <= longestReplay))
+        return replayFailed(std::move(caller), {errorDomain, noReplay, "Instant replay keeps at most 25 seconds.", nullptr});
+    const auto buffer = services_.captureService->replayBuffer();
+    if (!buffer)
+        return replayFailed(std::move(caller), {errorDomain, noWindow, std::string{capture_message::selectWindowFirst}, nullptr});
+    buffer->extractRecentClip(seconds.value_or(*kept),
+        [self = shared_from_this(), caller = std::move(caller)](std::optional<RollingBufferExtraction> extraction) mutable {
+            auto& executor = *self->services_.mainExecutor;
+            executor.async([self = std::move(self), caller = std::move(caller), extraction = std::move(extraction)]() mutable {
+                if (!extraction)
+                    return self->replayFailed(std::move(caller), {errorDomain, noReplay, "Nothing has been kept yet.", nullptr});
+                self->replaySaves_.push_back({std::move(*extraction), std::move(caller)});
+                if (self->replaySaves_.size() == 1)
+                    self->exportNextReplay();
+            });
+        });
+}
+
+// One after another: a name is free until its file is there.
+void CaptureCoordinator::exportNextReplay()
+{
+    const auto folder = services_.library.effectiveOutputDirectory();
+    PathUtilities::ensureDirectoryExists(folder, *services_.fileManager);
+    const auto url = PathUtilities::generateUniqueFileURL(
+        folder, PathUtilities::prefixInstant, *services_.fileManager, PathUtilities::defaultExtension, services_.clock->now());
+    exporter_.exportClip(replaySaves_.front().extraction, url, [self = shared_from_this()](Result<std::filesystem::path> result) mutable {
+        auto& executor = *self->services_.mainExecutor;
+        executor.async([self = std::move(self), result = std::move(result)] {
+            auto save = std::move(self->replaySaves_.front());
+            self->replaySaves_.pop_front();
+            if (!self->replaySaves_.empty())
+                self->exportNextReplay();
+            self->replayWasExported(std::move(save), result);
+        });
+    });
+}
+
+void CaptureCoordinator::replayWasExported(ReplaySave save, const Result<std::filesystem::path>& result)
+{
+    if (!result)
+        return replayFailed(std::move(save.caller), withPrefix(capture_message::failedToSave, result.error()));
+    services_.library.addClip(*result,
+        [self = shared_from_this(), caller = std::move(save.caller), clip = *result, duration = save.extraction.actualDuration,
+            isFull = save.extraction.isFullDuration]() mutable {
+            self->clipWasSaved(clip, duration, isFull);
+            caller.completion(clip);
+            self->saves_.leave();
+        });
+}
+
+void CaptureCoordinator::replayFailed(StopCaller caller, Error error)
+{
+    const bool isToldByCaller = isTold(caller.tells);
+    caller.completion(fail(report(std::move(error), isToldByCaller)));
+    saves_.leave();
+}
+
+void CaptureCoordinator::clipWasSaved(const std::filesystem::path& clip, double duration, bool isFullDuration)
+{
+    lastSavedClipURL_ = clip;
+    emit lastSavedClipURLChanged();
+    if (onClipSaved)
+        onClipSaved(clip, duration, isFullDuration);
+}
+
 void CaptureCoordinator::answer(std::vector<StopCaller> callers, const Result<std::filesystem::path>& result)
 {
     for (auto& caller : callers)
@@ -261,6 +351,7 @@ Error CaptureCoordinator::report(Error error, bool isToldByCallers)
     isToldByCallers_ = isToldByCallers;
     if (onCaptureError)
         onCaptureError(error.localizedDescription);
+    emit captureFailed(error.localizedDescription);
     isToldByCallers_ = false;
     return error;
 }

@@ -13,6 +13,8 @@
 
 #include <QObject>
 
+#include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -97,6 +99,25 @@ public:
     /// The same, but the capture stops with the recording: nothing can begin in between.
     void stopRecordingAndCapture(SaveCompletion completion, CallerTells callerTells = {});
 
+    /// Keeps the last seconds of what is captured in memory, of this window and those that are chosen later, for this run of the program; none:
+    /// no longer. Fails where that is more than longestReplay or not above zero.
+    Result<void> setReplayDuration(std::optional<double> seconds);
+
+    struct ReplayState {
+        double seconds = 0;  ///< to be kept
+        std::uint64_t bytes = 0;  ///< that are held for it
+    };
+
+    /// None while nothing is to be kept.
+    [[nodiscard]] std::optional<ReplayState> replay() const;
+
+    /// Saves the last `seconds` of what is kept as a clip (none: all), whatever else goes on, and tells where. A shorter clip is saved where
+    /// less is kept.
+    void saveReplay(
+        std::optional<double> seconds, SaveCompletion completion = [](const auto&) {}, CallerTells callerTells = {});
+
+    static constexpr double longestReplay = 25;  ///< seconds; the buffer's pictures last for 30 at the full rate
+
     /// True between a request to end a recording and the message that it could not be saved, because something else had ended it
     /// first.
     [[nodiscard]] bool isStopInVain() const { return pendingStop_ && !isRecording(); }
@@ -116,7 +137,7 @@ public:
     void captureServiceDidEncounterError(ScreenCaptureKitService& service, const Error& error) override;
     void captureServiceDidStopUnexpectedly(ScreenCaptureKitService& service, const std::string& reason) override;
 
-    /// Set by the shell. The duration is 0 (not measured) and the flag true for every recording.
+    /// Set by the shell. The duration is 0 (not measured) and the flag true for every recording; for a replay they are its own.
     std::function<void(const std::filesystem::path& clip, double duration, bool isFullDuration)> onClipSaved;
 
     /// Set by the shell; gets a message for the user.
@@ -126,6 +147,9 @@ signals:
     void stateChanged();
     void selectedWindowChanged();
     void lastSavedClipURLChanged();
+
+    /// The shell gets the same message.
+    void captureFailed(const std::string& message);
 
 private:
     struct StopCaller {
@@ -139,7 +163,17 @@ private:
         bool stopsCapture = false;
     };
 
+    /// A request to save what was kept until then.
+    struct ReplaySave {
+        RollingBufferExtraction extraction;
+        StopCaller caller;
+    };
+
     void observeWorkspace();
+    void exportNextReplay();
+    void replayWasExported(ReplaySave save, const Result<std::filesystem::path>& result);
+    void replayFailed(StopCaller caller, Error error);
+    void clipWasSaved(const std::filesystem::path& clip, double duration, bool isFullDuration);
     void stopAndSave(StopCaller caller, bool stopsCapture);
     void beginSaving();
     void recordingWasFinished(const CaptureState& recording, std::vector<StopCaller> callers, const Result<std::filesystem::path>& result);
@@ -156,6 +190,7 @@ private:
     std::optional<CapturedWindowInfo> selectedWindow_;
     std::optional<std::filesystem::path> lastSavedClipURL_;
     std::optional<Stop> pendingStop_;  // the request to end the recording is on its way to the service
+    std::deque<ReplaySave> replaySaves_;  // the first is being written: only then its name is taken
     WaitGroup saves_;
     bool isToldByCallers_ = false;
 };

@@ -24,6 +24,9 @@ namespace {
 constexpr std::int64_t minimumPixels = 2;
 constexpr float backingScaleWithoutScreen = 2.0F;
 
+// Key frames are at most half a second apart: so much beyond what may be asked for always holds one to begin with.
+constexpr double replayReserve = 1;  // seconds
+
 tl::unexpected<Error> serviceError(ScreenCaptureKitService::ErrorCode code)
 {
     const char* message = "";
@@ -121,8 +124,13 @@ std::shared_ptr<ScreenCaptureKitService> ScreenCaptureKitService::create(Service
         if (!self)
             return;
         MutexLock lock(self->manualWriterLock_);
-        if (const auto writer = self->activeManualWriter_.load(); writer && self->sizeGate_.admits(sample->presentationTimeStamp))
+        const auto writer = self->activeManualWriter_.load();
+        if ((!writer && !self->replay_.buffer) || !self->sizeGate_.admits(sample->presentationTimeStamp))
+            return;
+        if (writer)
             writer->appendVideoSample(sample);
+        if (self->replay_.buffer)
+            self->replay_.appendVideoSample(sample);
     });
     return service;
 }
@@ -213,6 +221,7 @@ void ScreenCaptureKitService::streamDidStart(const std::shared_ptr<Start>& start
     liveStream_ = stream_.get();
     activeWindow_ = start->window;
     isCapturing_ = true;
+    beginReplay();
     pictureSize_ = {static_cast<std::int32_t>(start->configuration.width), static_cast<std::int32_t>(start->configuration.height)};
     Log::capture().info(
         log_line::startedWindowCapture, start->window.displayName(), start->configuration.width, start->configuration.height);
@@ -242,6 +251,8 @@ void ScreenCaptureKitService::stopCapture()
     if (auto stream = std::exchange(stream_, nullptr))
         stop(std::move(stream));
     encoder_.abandon();
+    if (replayDuration_)
+        beginReplay();
     settledSize_.reset();
     isFollowingSize_ = false;
     sizeGate_.reset();
@@ -296,6 +307,51 @@ void ScreenCaptureKitService::stopManualRecording(StopRecordingCompletion comple
     followSize();
 }
 
+void ScreenCaptureKitService::setReplayDuration(std::optional<double> seconds)
+{
+    replayDuration_ = seconds;
+    beginReplay();
+    followSize();
+}
+
+/// What was kept before is let go.
+void ScreenCaptureKitService::beginReplay()
+{
+    Replay replay;
+    if (replayDuration_ && isCapturing_)
+        replay.buffer = RollingBuffer::create(*replayDuration_, *replayDuration_ + replayReserve);
+    // The former buffer ends outside the lock: that may take as long as letting go of all its samples.
+    MutexLock lock(manualWriterLock_);
+    std::swap(replay_, replay);
+}
+
+std::shared_ptr<RollingBuffer> ScreenCaptureKitService::replayBuffer() const
+{
+    MutexLock lock(manualWriterLock_);
+    return replay_.buffer;
+}
+
+void ScreenCaptureKitService::Replay::appendVideoSample(const SampleBufferRef& sample)
+{
+    const bool isOfTheSame = sample->format == format || (sample->format && format && *sample->format == *format);
+    if (!isOfTheSame || !format) {
+        if (!sample->format || !sample->isSync())
+            return;
+        // No file holds pictures of two encoders.
+        if (format)
+            buffer->clear();
+        format = sample->format;
+    }
+    buffer->appendVideoSample(sample);
+}
+
+void ScreenCaptureKitService::Replay::appendAudioSample(const SampleBufferRef& sample) const
+{
+    // Without pictures nothing would bound it.
+    if (format)
+        buffer->appendAudioSample(sample);
+}
+
 bool ScreenCaptureKitService::isRecordingManualClip() const
 {
     MutexLock lock(manualWriterLock_);
@@ -340,6 +396,8 @@ void ScreenCaptureKitService::streamDidOutputSampleBuffer(
         MutexLock lock(manualWriterLock_);
         if (const auto writer = activeManualWriter_.load())
             writer->appendAudioSample(sample);
+        if (replay_.buffer)
+            replay_.appendAudioSample(sample);
         break;
     }
     case StreamOutputType::screen:
@@ -375,7 +433,7 @@ void ScreenCaptureKitService::streamContentDidSettle(const platform::CaptureStre
 
 void ScreenCaptureKitService::followSize()
 {
-    if (!stream_ || !settledSize_ || settledSize_ == pictureSize_ || isFollowingSize_ || isRecordingManualClip())
+    if (!stream_ || !settledSize_ || settledSize_ == pictureSize_ || isFollowingSize_ || keepsSize())
         return;
     isFollowingSize_ = true;
     encoder_.checkSize(settledSize_->width, settledSize_->height,
@@ -393,7 +451,7 @@ void ScreenCaptureKitService::sizeWasChecked(PictureSize size, bool isPossible)
     if (!isPossible && settledSize_ == size)
         settledSize_.reset();
     // A recording has begun meanwhile, or the window has gone on to another size.
-    if (settledSize_ != size || isRecordingManualClip())
+    if (settledSize_ != size || keepsSize())
         return followSize();
     isFollowingSize_ = true;
     sizeGate_.beginChange(size);

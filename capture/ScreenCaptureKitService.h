@@ -9,6 +9,7 @@
 #include "capture/ManualRecordingWriter.h"
 #include "capture/PictureSizeGate.h"
 #include "capture/VideoHardwareEncoder.h"
+#include "capture/replay/RollingBuffer.h"
 #include "platform/CaptureStream.h"
 #include "platform/FileManager.h"
 #include "platform/Screens.h"
@@ -94,6 +95,14 @@ public:
     void notifyWhenStopped(UniqueFunction<void()> completion);
 
     [[nodiscard]] bool isRecordingManualClip() const;
+
+    /// Keeps the last `seconds` of what is captured, from now on and for every stream that is started later; each begins anew. None: keeps
+    /// nothing any more. While something is kept, the pictures keep their size.
+    void setReplayDuration(std::optional<double> seconds);
+    [[nodiscard]] const std::optional<double>& replayDuration() const { return replayDuration_; }
+
+    /// What is kept of the running stream; null when nothing is.
+    [[nodiscard]] std::shared_ptr<RollingBuffer> replayBuffer() const;
     [[nodiscard]] bool isCapturing() const { return isCapturing_; }
     [[nodiscard]] const std::optional<CapturedWindowInfo>& activeWindow() const { return activeWindow_; }
     [[nodiscard]] const VideoHardwareEncoder& encoder() const { return encoder_; }
@@ -107,6 +116,18 @@ public:
 
 private:
     struct Start;
+
+    /// Samples of one stream and one encoder.
+    struct Replay {
+        std::shared_ptr<RollingBuffer> buffer;
+        FormatDescriptionRef format;  ///< of the pictures; null until there is a key frame
+
+        void appendVideoSample(const SampleBufferRef& sample);
+        void appendAudioSample(const SampleBufferRef& sample) const;
+    };
+
+    [[nodiscard]] bool keepsSize() const { return replayDuration_ || isRecordingManualClip(); }
+    void beginReplay();
 
     void continueWithContent(std::shared_ptr<Start> start, Result<platform::ShareableContent> content);
     void startStream(std::shared_ptr<Start> start, const platform::ShareableContent& content);
@@ -132,6 +153,9 @@ private:
     // bypasses it. The cell keeps that from being a data race.
     SharedCell<ManualRecordingWriter> activeManualWriter_;
     mutable Mutex manualWriterLock_;
+
+    std::optional<double> replayDuration_;
+    Replay replay_ GUARDED_BY(manualWriterLock_);  // without a buffer while nothing is kept
 
     // The running stream, for the sample queues: a picture that an earlier stream left in a queue is no longer ours.
     std::atomic<const platform::CaptureStream*> liveStream_ = nullptr;

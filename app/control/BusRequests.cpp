@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QUrl>
 
+#include <utility>
+
 namespace velmora::bus_requests {
 
 namespace {
@@ -51,6 +53,10 @@ Options options(const QVariantMap& options)
     understood.callerTells = callerTells.typeId() == QMetaType::Bool && callerTells.toBool();
     if (const auto sound = options.value(QLatin1String{soundOption}); sound.typeId() == QMetaType::QString)
         understood.sound = sound.toString().toStdString();
+    for (const auto& [name, text] : {std::pair{applicationOption, &understood.application}, {titleOption, &understood.title}}) {
+        if (const auto given = options.value(QLatin1String{name}); given.typeId() == QMetaType::QString)
+            *text = given.toString().toStdString();
+    }
     return understood;
 }
 

@@ -25,9 +25,14 @@ namespace velmora::bus_requests {
 inline constexpr const char* callerTellsOption = "caller-tells";  ///< boolean: whoever calls tells the user when it fails
 inline constexpr const char* soundOption = "sound";  ///< string: the application whose sound goes with a window
 
+inline constexpr const char* applicationOption = "application";  ///< string: whose window is wanted
+inline constexpr const char* titleOption = "title";  ///< string: which is in its title
+
 struct Options {
     bool callerTells = false;
-    std::optional<std::string> sound;
+    std::optional<std::string> sound = std::nullopt;
+    std::string application = {};
+    std::string title = {};
 };
 
 /// What is unknown, or of another type, is left out.

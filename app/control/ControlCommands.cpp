@@ -1,5 +1,6 @@
 #include "app/control/ControlCommands.h"
 
+#include "app/TerminationSignals.h"
 #include "app/control/BusRequests.h"
 #include "app/control/InstanceBus.h"
 
@@ -12,6 +13,7 @@
 #include <QJsonObject>
 #include <QVariantMap>
 
+#include <chrono>
 #include <cstdio>
 #include <limits>
 #include <optional>
@@ -24,6 +26,9 @@ namespace {
 
 using namespace instance_bus;
 using command_line::Control;
+
+// Nobody tells of windows that come.
+constexpr std::chrono::milliseconds waitInterval{500};
 
 int fail(const QString& message)
 {
@@ -44,6 +49,7 @@ QDBusMessage methodCall(const char* interface, const char* method, const QVarian
 struct Refusal {
     QString message;  ///< for the user
     bool isUnknownMethod = false;
+    bool isNoSuchWindow = false;
 };
 
 tl::expected<QVariantList, Refusal> send(const QDBusConnection& connection, const QDBusMessage& call)
@@ -58,7 +64,27 @@ tl::expected<QVariantList, Refusal> send(const QDBusConnection& connection, cons
         return tl::unexpected(Refusal{QStringLiteral("Velmora is not running. Start it with 'velmora'.")});
     if (error.type() == QDBusError::NoReply || error.type() == QDBusError::Disconnected)
         return tl::unexpected(Refusal{QStringLiteral("Velmora ended before it answered.")});
-    return tl::unexpected(Refusal{reply.errorMessage(), error.type() == QDBusError::UnknownMethod});
+    return tl::unexpected(
+        Refusal{reply.errorMessage(), error.type() == QDBusError::UnknownMethod, error.name() == QLatin1String{noSuchWindowError}});
+}
+
+/// A window by what it says of itself, not by its number.
+bool isDescribed(const Control& command)
+{
+    return !command.application.empty() || !command.title.empty();
+}
+
+QVariantMap options(const Control& command)
+{
+    QVariantMap options;
+    const auto insert = [&options](const char* name, const std::string& text) {
+        if (!text.empty())
+            options.insert(QLatin1String{name}, QString::fromStdString(text));
+    };
+    insert(bus_requests::soundOption, command.sound.value_or(""));
+    insert(bus_requests::applicationOption, command.application);
+    insert(bus_requests::titleOption, command.title);
+    return options;
 }
 
 QDBusMessage methodCall(const Control& command)
@@ -72,11 +98,19 @@ QDBusMessage methodCall(const Control& command)
         return call;
     }
     case Control::Action::select:
+        if (isDescribed(command))
+            return methodCall(controlInterface, "SelectMatching", {options(command)});
         if (command.sound)
             return methodCall(controlInterface, "SelectWithSound", {command.windowID, QString::fromStdString(*command.sound)});
         return methodCall(controlInterface, "Select", {command.windowID});
     case Control::Action::stop:
         return methodCall(controlInterface, "Stop", {});
+    case Control::Action::replayOn:
+        return methodCall(controlInterface, "ReplayOn", {command.seconds});
+    case Control::Action::replayOff:
+        return methodCall(controlInterface, "ReplayOff", {});
+    case Control::Action::replaySave:
+        return methodCall(controlInterface, "ReplaySave", {command.seconds});
     case Control::Action::status:
         return methodCall(controlInterface, "Status", {});
     case Control::Action::preview:
@@ -90,16 +124,19 @@ QDBusMessage methodCall(const Control& command)
 /// The same for whoever reads our standard error, where the program would tell the user of a failure too.
 std::optional<QDBusMessage> methodCallOfATeller(const Control& command)
 {
-    QVariantMap options{{QLatin1String{bus_requests::callerTellsOption}, true}};
-    if (command.sound)
-        options.insert(QLatin1String{bus_requests::soundOption}, QString::fromStdString(*command.sound));
+    auto told = options(command);
+    told.insert(QLatin1String{bus_requests::callerTellsOption}, true);
     switch (command.action) {
     case Control::Action::toggle:
-        return methodCall(controlInterface, "ToggleWithOptions", {options});
+        return methodCall(controlInterface, "ToggleWithOptions", {told});
     case Control::Action::select:
-        return methodCall(controlInterface, "SelectWithOptions", {command.windowID, options});
+        if (isDescribed(command))
+            return methodCall(controlInterface, "SelectMatching", {told});
+        return methodCall(controlInterface, "SelectWithOptions", {command.windowID, told});
     case Control::Action::stop:
-        return methodCall(controlInterface, "StopWithOptions", {options});
+        return methodCall(controlInterface, "StopWithOptions", {told});
+    case Control::Action::replaySave:
+        return methodCall(controlInterface, "ReplaySaveWithOptions", {command.seconds, told});
     default:
         return std::nullopt;
     }
@@ -124,7 +161,8 @@ void printLine(const QString& line)
 
 std::optional<std::filesystem::path> savedClip(const Control& command, const QString& answer)
 {
-    const bool answersWithAClip = command.action == Control::Action::toggle || command.action == Control::Action::stop;
+    const bool answersWithAClip = command.action == Control::Action::toggle || command.action == Control::Action::stop
+        || command.action == Control::Action::replaySave;
     return answersWithAClip ? bus_requests::file(answer) : std::nullopt;
 }
 
@@ -145,7 +183,12 @@ void printStatus(const QString& answer, bool json)
 
 int runControlCommand(const Control& command, QDBusConnection connection)
 {
-    const auto answer = send(connection, command);
+    auto answer = send(connection, command);
+    while (!answer && answer.error().isNoSuchWindow && command.wait) {
+        if (TerminationSignals::await(waitInterval))
+            return fail(QStringLiteral("Cancelled."));
+        answer = send(connection, command);
+    }
     if (!answer)
         return fail(answer.error().message);
     const QString first = answer->isEmpty() ? QString{} : answer->constFirst().toString();
@@ -156,6 +199,14 @@ int runControlCommand(const Control& command, QDBusConnection connection)
     else if (!first.isEmpty())
         printLine(first);
     return command_line::succeeded;
+}
+
+tl::expected<QJsonObject, QString> runningInstanceStatus(const QDBusConnection& connection)
+{
+    const auto answer = send(connection, methodCall(controlInterface, "Status", {}));
+    if (!answer)
+        return tl::unexpected(answer.error().message);
+    return QJsonDocument::fromJson(answer->value(0).toString().toUtf8()).object();
 }
 
 std::int32_t runningInstanceProcess(const QDBusConnection& connection)

@@ -10,6 +10,7 @@
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QJsonDocument>
+#include <QPointer>
 #include <QVariantMap>
 
 #include <utility>
@@ -19,6 +20,8 @@ namespace velmora {
 namespace {
 
 using namespace instance_bus;
+
+constexpr double usualReplay = 15;  // seconds
 
 /// A call whose answer comes later. Answered exactly once; a call that is dropped unanswered answers with an error.
 class PendingCall {
@@ -36,14 +39,21 @@ public:
     }
 
     void succeed(const QVariantList& values = {}) { connection_.send(std::exchange(call_, {}).createReply(values)); }
-    void fail(const QString& message) { connection_.send(std::exchange(call_, {}).createErrorReply(QLatin1String{failedError}, message)); }
+    void fail(const QString& message, const char* name = failedError)
+    {
+        connection_.send(std::exchange(call_, {}).createErrorReply(QLatin1String{name}, message));
+    }
+    void fail(const Error& error)
+    {
+        fail(QString::fromStdString(error.localizedDescription), InstanceControl::isNoSuchWindow(error) ? noSuchWindowError : failedError);
+    }
 
     void finish(const Result<InstanceControl::SavedClip>& result)
     {
         if (result)
             succeed({*result ? bus_requests::text(**result) : QString{}});
         else
-            fail(QString::fromStdString(result.error().localizedDescription));
+            fail(result.error());
     }
 
 private:
@@ -108,7 +118,17 @@ public:
         , connection_(std::move(connection))
         , control_(control)
     {
+        control_.setEventObserver([adaptor = QPointer{this}](const InstanceEvent& event) {
+            if (adaptor)
+                adaptor->announce(event);
+        });
     }
+
+signals:
+    void StateChanged(const QString& state);
+    void RecordingStarted();
+    void ClipSaved(const QString& path);
+    void CaptureFailed(const QString& message);
 
 public slots:
     // Each call that can fail in front of the user exists without options too, as it did before there were any.
@@ -145,6 +165,38 @@ public slots:
         return {};
     }
 
+    /// The window that the options describe.
+    QString SelectMatching(const QVariantMap& options, const QDBusMessage& call)
+    {
+        auto understood = bus_requests::options(options);
+        PendingCall pending{connection_, call};
+        if (understood.application.empty() && understood.title.empty()) {
+            pending.fail(QStringLiteral("Neither an application nor a title is given."));
+            return {};
+        }
+        control_.selectMatchingWindow({std::move(understood.application), std::move(understood.title)}, std::move(understood.sound),
+            selected(std::move(pending)), callerTells(connection_, call, understood.callerTells));
+        return {};
+    }
+
+    /// Zero seconds: as long as is usual.
+    void ReplayOn(double seconds, const QDBusMessage& call) { setReplayDuration(seconds == 0 ? usualReplay : seconds, call); }
+
+    void ReplayOff(const QDBusMessage& call) { setReplayDuration(std::nullopt, call); }
+
+    /// The path of the clip that was saved. Zero seconds: all that is kept.
+    QString ReplaySave(double seconds, const QDBusMessage& call)
+    {
+        saveReplay(seconds, {}, call);
+        return {};
+    }
+
+    QString ReplaySaveWithOptions(double seconds, const QVariantMap& options, const QDBusMessage& call)
+    {
+        saveReplay(seconds, bus_requests::options(options), call);
+        return {};
+    }
+
     /// The path of the clip that was saved, if any.
     QString Stop(const QDBusMessage& call)
     {
@@ -170,7 +222,7 @@ public slots:
         if (const auto shown = control_.presentClipPreview(*file))
             pending.succeed();
         else
-            pending.fail(QString::fromStdString(shown.error().localizedDescription));
+            pending.fail(shown.error());
     }
 
     void Quit(const QDBusMessage& call)
@@ -189,15 +241,53 @@ private:
 
     void select(uint windowID, bus_requests::Options options, const QDBusMessage& call)
     {
-        control_.selectWindow(
-            windowID, std::move(options.sound),
-            [pending = PendingCall{connection_, call}](const Result<std::string>& result) mutable {
-                if (result)
-                    pending.succeed({QString::fromStdString(*result)});
-                else
-                    pending.fail(QString::fromStdString(result.error().localizedDescription));
-            },
+        control_.selectWindow(windowID, std::move(options.sound), selected(PendingCall{connection_, call}),
             callerTells(connection_, call, options.callerTells));
+    }
+
+    static UniqueFunction<void(Result<std::string>)> selected(PendingCall pending)
+    {
+        return [pending = std::move(pending)](const Result<std::string>& result) mutable {
+            if (result)
+                pending.succeed({QString::fromStdString(*result)});
+            else
+                pending.fail(result.error());
+        };
+    }
+
+    void setReplayDuration(std::optional<double> seconds, const QDBusMessage& call)
+    {
+        PendingCall pending{connection_, call};
+        if (const auto done = control_.setReplayDuration(seconds))
+            pending.succeed();
+        else
+            pending.fail(done.error());
+    }
+
+    void saveReplay(double seconds, const bus_requests::Options& options, const QDBusMessage& call)
+    {
+        control_.saveReplay(
+            seconds == 0 ? std::nullopt : std::optional{seconds},
+            [pending = PendingCall{connection_, call}](const auto& result) mutable { pending.finish(result); },
+            callerTells(connection_, call, options.callerTells));
+    }
+
+    void announce(const InstanceEvent& event)
+    {
+        switch (event.kind) {
+        case InstanceEvent::Kind::stateChanged:
+            emit StateChanged(QString::fromStdString(event.text));
+            break;
+        case InstanceEvent::Kind::recordingStarted:
+            emit RecordingStarted();
+            break;
+        case InstanceEvent::Kind::clipSaved:
+            emit ClipSaved(bus_requests::text(event.clip));
+            break;
+        case InstanceEvent::Kind::captureFailed:
+            emit CaptureFailed(QString::fromStdString(event.text));
+            break;
+        }
     }
 
     void stop(const bus_requests::Options& options, const QDBusMessage& call)

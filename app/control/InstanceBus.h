@@ -20,6 +20,7 @@ inline constexpr const char* toggleAction = "toggle";
 inline constexpr const char* chooseWindowAction = "choose-window";
 inline constexpr const char* controlInterface = "com.velmora.Velmora.Control";
 inline constexpr const char* failedError = "com.velmora.Velmora.Error.Failed";
+inline constexpr const char* noSuchWindowError = "com.velmora.Velmora.Error.NoSuchWindow";
 
 }  // namespace instance_bus
 

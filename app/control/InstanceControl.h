@@ -14,6 +14,25 @@
 
 namespace velmora {
 
+/// Something that has happened in the program.
+struct InstanceEvent {
+    enum class Kind { stateChanged, recordingStarted, clipSaved, captureFailed };
+
+    Kind kind = Kind::stateChanged;
+    std::string text = {};  ///< the state's name, the message for the user
+    std::filesystem::path clip = {};  ///< once its file is safe
+
+    friend bool operator==(const InstanceEvent&, const InstanceEvent&) = default;
+};
+
+/// A window to be chosen by what it says of itself. Texts are compared without regard to case; empty: any.
+struct WindowDescriptor {
+    std::string application = {};  ///< its whole name, as windows are listed, or its identifier
+    std::string title = {};  ///< some of it
+
+    friend bool operator==(const WindowDescriptor&, const WindowDescriptor&) = default;
+};
+
 /// Main thread only. Every completion is called exactly once, on the main thread.
 class InstanceControl {
 public:
@@ -22,6 +41,14 @@ public:
 
     /// Asked when a call has failed: true where the caller tells the user, so that nothing else need. None: it does not.
     using CallerTells = std::function<bool()>;
+
+    using EventObserver = std::function<void(const InstanceEvent&)>;
+
+    // What a failure is marked with when there is no such window.
+    static constexpr const char* errorDomain = "Velmora.InstanceControl";
+    static constexpr int noSuchWindow = 2;
+
+    [[nodiscard]] static bool isNoSuchWindow(const Error& error) { return error.domain == errorDomain && error.code == noSuchWindow; }
 
     virtual ~InstanceControl() = default;
 
@@ -38,6 +65,19 @@ public:
     /// leaves it to be chosen. Completes with what the user has to know of it, if anything.
     virtual void selectWindow(std::uint32_t windowID, std::optional<std::string> sound,
         UniqueFunction<void(Result<std::string>)> completion, CallerTells callerTells) = 0;
+
+    /// The same for the frontmost window that fits; one that is on screen comes first. Fails with noSuchWindow where there is none.
+    virtual void selectMatchingWindow(WindowDescriptor descriptor, std::optional<std::string> sound,
+        UniqueFunction<void(Result<std::string>)> completion, CallerTells callerTells) = 0;
+
+    /// Keeps the last seconds of what is captured from now on; none: no longer. Fails where that is too long.
+    virtual Result<void> setReplayDuration(std::optional<double> seconds) = 0;
+
+    /// Saves the last `seconds` of what is kept (none: all), and completes when the file is safe.
+    virtual void saveReplay(std::optional<double> seconds, UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) = 0;
+
+    /// Told of every event from now on, in the order in which they happen. None: nobody is.
+    virtual void setEventObserver(EventObserver observer) = 0;
 
     /// Saves a recording in progress, then stops capturing.
     virtual void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) = 0;

@@ -38,7 +38,10 @@ std::string synopsis(const CommandDescription& command)
     if (!command.name.empty())
         text += ' ' + bold(command.name);
     if (command.argument)
-        text += ' ' + argumentText(*command.argument);
+        text += ' '
+            + (command.argument->kind == ArgumentDescription::Kind::word ? bold(command.argument->name) : argumentText(*command.argument));
+    if (command.optionalArgument)
+        text += " [" + argumentText(*command.optionalArgument) + ']';
     for (const auto& option : command.options)
         text += ' ' + (option.isRequired ? optionText(option) : "[" + optionText(option) + "]");
     return text;
@@ -71,15 +74,46 @@ key of your own to \fBvelmora toggle\fR.
 .SH STATUS
 The object that \fBvelmora status \-\-json\fR prints always has \fIstate\fR, \fIdescription\fR, \fIisRecording\fR and
 \fIshortcutIsRegistered\fR. While a recording runs it has \fIrecordingSeconds\fR, how long that is, and \fIrecordingBytes\fR, how large its file
-is on the disk. Where there is something to say it has \fIwindow\fR (with \fIid\fR, \fItitle\fR and \fIapplication\fR), \fIlastSavedClip\fR,
+is on the disk. \fIclipsFolder\fR is where clips go. While instant replay is on it has \fIreplay\fR, with \fIseconds\fR and the \fIbytes\fR that
+it holds. Where there is something to say it has \fIwindow\fR (with \fIid\fR, \fItitle\fR and \fIapplication\fR), \fIlastSavedClip\fR,
 \fInotice\fR, \fIshortcutError\fR and \fIpermissionExplanation\fR.
+.PP
+\fIstate\fR is one of \fInotConfigured\fR (no permission), \fIwaitingForWindowSelection\fR, \fIcapturing\fR, \fIrecordingClip\fR and
+\fIcaptureUnavailable\fR. A path that is no text is a file: URI, here and in all that follows.
+.SH EVENTS
+Each object that \fBvelmora events \-\-json\fR prints has \fIevent\fR, which is one of these. Programs ignore events and keys that they do not
+know.
+.TP
+.I state
+There is another state, \fIstate\fR; the first object says which there is.
+.TP
+.I recordingStarted
+A recording has begun.
+.TP
+.I clipSaved
+The clip \fIpath\fR is safe on the disk.
+.TP
+.I captureFailed
+\fImessage\fR is what the user is told: the window was closed, or something could not be begun or saved.
+.PP
+On the session bus they are the signals StateChanged(s), RecordingStarted(), ClipSaved(s) and CaptureFailed(s) of
+com.velmora.Velmora.Control at /com/velmora/Velmora, of the service com.velmora.Velmora. Its methods that scripts may rely on are Toggle() and
+Stop(), which return the saved clip's path or nothing, Select(u), SelectMatching(a{sv}) with \fIapplication\fR, \fItitle\fR and \fIsound\fR as
+strings, ReplayOn(d) and ReplaySave(d), whose argument is a number of seconds or 0 for the usual, ReplayOff(), and Status(), which
+returns the object above.
+.SH RESTORE
+Each object of the array that \fBvelmora restore \-\-list \-\-json\fR prints has \fIname\fR, \fIpath\fR (in the trash), \fIorigin\fR (where it was
+recorded), \fIdiscardedAt\fR (UTC, ISO 8601), \fIseconds\fR and \fIbytes\fR.
+.SH DOCTOR
+The object that \fBvelmora doctor \-\-json\fR prints has \fIversion\fR, \fIsystem\fR, \fIcanRecord\fR and \fIfindings\fR, an array of
+objects with \fItopic\fR, \fIseverity\fR (good, note, warning or fault), \fItext\fR and \fIremedy\fR.
 .SH EXIT STATUS
 .TP
 .B 0
 It was done.
 .TP
 .B 1
-It failed; standard error says why.
+It failed; standard error says why. Of \fBvelmora doctor\fR: a fault stands in the way of every recording; warnings alone do not count.
 .TP
 .B 2
 The command line makes no sense.

@@ -1,6 +1,8 @@
 #include "app/CommandDescription.h"
 #include "app/reference/CommandReference.h"
 
+#include <algorithm>
+
 namespace velmora::command_line {
 
 namespace {
@@ -49,8 +51,25 @@ std::string optionNames(const CommandDescription& command)
     return names + "--help";
 }
 
-const char* bashCandidates(Kind kind)
+/// "on|off" as "on off".
+std::string words(const ArgumentDescription& argument)
 {
+    std::string text{argument.name};
+    std::replace(text.begin(), text.end(), '|', ' ');
+    return text;
+}
+
+/// What a shell offers where no option is being typed; none: nothing.
+const std::optional<ArgumentDescription>& offeredArgument(const CommandDescription& command)
+{
+    return command.argument ? command.argument : command.optionalArgument;
+}
+
+std::string bashCandidates(const ArgumentDescription& argument)
+{
+    if (argument.kind == Kind::word)
+        return "[ \"$COMP_CWORD\" -ne 2 ] || _velmora_words \"$current\" '" + words(argument) + "'";
+    const auto kind = argument.kind;
     switch (kind) {
     case Kind::window:
         return "_velmora_windows \"$1\" \"$current\"";
@@ -58,6 +77,7 @@ const char* bashCandidates(Kind kind)
         return "_velmora_files \"$current\" '!*.[mM][pP]4'";
     case Kind::newFile:
         return "_velmora_files \"$current\"";
+    case Kind::word:
     case Kind::text:
         break;
     }
@@ -70,20 +90,22 @@ std::string bashCommand(const CommandDescription& command)
     std::string values;
     for (const auto& option : command.options) {
         if (option.argument)
-            values += "                --" + std::string{option.name} + ") " + bashCandidates(option.argument->kind) + "; return ;;\n";
+            values += "                --" + std::string{option.name} + ") " + bashCandidates(*option.argument) + "; return ;;\n";
     }
     if (!values.empty())
         text += "            case $previous in\n" + values + "            esac\n";
     const auto options = "_velmora_words \"$current\" '" + optionNames(command) + "'";
-    if (!command.argument)
+    if (!offeredArgument(command))
         return text + "            " + options + "\n            ;;\n";
     return text + "            case $current in\n                -*) " + options + " ;;\n                *) "
-        + bashCandidates(command.argument->kind) + " ;;\n            esac\n            ;;\n";
+        + bashCandidates(*offeredArgument(command)) + " ;;\n            esac\n            ;;\n";
 }
 
-const char* zshAction(Kind kind)
+std::string zshAction(const ArgumentDescription& argument)
 {
-    switch (kind) {
+    switch (argument.kind) {
+    case Kind::word:
+        return "(" + words(argument) + ")";
     case Kind::window:
         return "_velmora_windows";
     case Kind::clip:
@@ -98,7 +120,7 @@ const char* zshAction(Kind kind)
 
 std::string zshArgument(const ArgumentDescription& argument)
 {
-    return ":" + std::string{argument.name} + ":" + zshAction(argument.kind);
+    return ":" + std::string{argument.name} + ":" + zshAction(argument);
 }
 
 std::string zshCommand(const CommandDescription& command)
@@ -114,12 +136,16 @@ std::string zshCommand(const CommandDescription& command)
     }
     if (command.argument)
         text += " \\\n                " + quoted("1" + zshArgument(*command.argument));
+    if (command.optionalArgument)
+        text += " \\\n                " + quoted((command.argument ? "2:" : "1:") + zshArgument(*command.optionalArgument));
     return text + "\n            ;;\n";
 }
 
-std::string fishArgument(Kind kind)
+std::string fishArgument(const ArgumentDescription& argument)
 {
-    switch (kind) {
+    switch (argument.kind) {
+    case Kind::word:
+        return " -a '" + words(argument) + "'";
     case Kind::window:
         return " -a '(__velmora_windows)'";
     case Kind::clip:
@@ -242,11 +268,11 @@ complete -c velmora -n __fish_use_subcommand -l version -d 'Prints the version'
         for (const auto& option : command.options) {
             text += condition + " -l " + std::string{option.name};
             if (option.argument)
-                text += " -x" + fishArgument(option.argument->kind);
+                text += " -x" + fishArgument(*option.argument);
             text += " -d " + fishQuoted(withoutFullStop(option.summary)) + '\n';
         }
-        if (command.argument)
-            text += condition + fishArgument(command.argument->kind) + '\n';
+        if (const auto& argument = offeredArgument(command); argument && argument->kind != Kind::text)
+            text += condition + fishArgument(*argument) + '\n';
     });
     return text;
 }

@@ -28,6 +28,14 @@ bool endsAtOrAfter(const SampleBuffer& sample, MediaTime time)
     return sample.duration.isValid() ? sample.duration >= time - begin : begin >= time;
 }
 
+std::uint64_t bytesOfFirst(const std::vector<SampleBufferRef>& samples, std::size_t count)
+{
+    std::uint64_t bytes = 0;
+    for (std::size_t i = 0; i < count; ++i)
+        bytes += samples[i]->data.bytes.size();
+    return bytes;
+}
+
 template <typename Container>
 void removeFirst(Container& container, std::size_t count)
 {
@@ -74,6 +82,7 @@ void RollingBuffer::clear()
             self->videoSamples_.clear();
             self->isKeyFrameFlags_.clear();
             self->audioSamples_.clear();
+            self->bytesHeld_ = 0;
         }
     });
 }
@@ -102,12 +111,14 @@ void RollingBuffer::extractRecentClip(
 void RollingBuffer::storeVideo(SampleBufferRef sample)
 {
     isKeyFrameFlags_.push_back(sample->isSync());
+    bytesHeld_ += sample->data.bytes.size();
     videoSamples_.push_back(std::move(sample));
     pruneByTime();
 }
 
 void RollingBuffer::storeAudio(SampleBufferRef sample)
 {
+    bytesHeld_ += sample->data.bytes.size();
     audioSamples_.push_back(std::move(sample));
     pruneAudio();
 }
@@ -155,12 +166,14 @@ void RollingBuffer::pruneAudio()
 void RollingBuffer::removeOldestVideo(std::size_t count)
 {
     assert(videoSamples_.size() == isKeyFrameFlags_.size());
+    bytesHeld_ -= bytesOfFirst(videoSamples_, count);
     removeFirst(videoSamples_, count);
     removeFirst(isKeyFrameFlags_, count);
 }
 
 void RollingBuffer::removeOldestAudio(std::size_t count)
 {
+    bytesHeld_ -= bytesOfFirst(audioSamples_, count);
     removeFirst(audioSamples_, count);
 }
 

@@ -4,7 +4,9 @@
 #include "base/SerialQueue.h"
 #include "media/SampleBuffer.h"
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -83,6 +85,9 @@ public:
     void extractRecentClip(
         std::optional<double> requestedDuration, UniqueFunction<void(std::optional<RollingBufferExtraction>)> completion);
 
+    /// Bytes of the pictures and blocks of sound that it holds, without those that are still being submitted. Any thread; takes no lock.
+    [[nodiscard]] std::uint64_t bytesHeld() const { return bytesHeld_; }
+
     /// Returns when everything submitted so far has run. Never called from the buffer's queue.
     void drain() { queue_.drain(); }
 
@@ -109,6 +114,8 @@ private:
     std::vector<SampleBufferRef> videoSamples_;
     std::vector<bool> isKeyFrameFlags_;  ///< for each of videoSamples_
     std::vector<SampleBufferRef> audioSamples_;
+
+    std::atomic<std::uint64_t> bytesHeld_ = 0;  ///< changed on the queue only
 
     // Last: its end waits for work that uses the members above.
     SerialQueue queue_{"com.velmora.rollingBuffer", SerialQueue::QualityOfService::userInitiated};

@@ -88,6 +88,38 @@ TEST_F(AppControlTest, AWindowThatIsNotListedIsAnError)
     EXPECT_THAT(complaint(), HasSubstr("no window 1"));
 }
 
+TEST_F(AppControlTest, AWindowIsFoundByItsApplicationAndSomeOfItsTitleWithoutRegardToCase)
+{
+    auto add = [this](std::uint32_t id, const char* application, const char* title, bool isOnScreen = true) {
+        auto made = window(id);
+        made.appName = application;
+        made.bundleID = std::string{application} + "-id";
+        made.title = title;
+        addLiveWindow(made);
+        content->content.windows.back().isOnScreen = isOnScreen;
+    };
+    add(1, "Éditor", "Notes", false);
+    add(2, "Player", "A Film");
+    add(3, "Éditor", "My notes");
+    add(4, "Player", "Another film");
+    const auto chosen = [this](WindowDescriptor descriptor) {
+        answer.reset();
+        control.selectMatchingWindow(std::move(descriptor), {}, [this](auto result) { answer = std::move(result); }, {});
+        executor->runAll();
+        return answer && *answer ? coordinator->selectedWindow()->id : 0;
+    };
+    EXPECT_EQ(chosen({.application = "player"}), 2U);
+    EXPECT_EQ(chosen({.application = "PLAYER-ID", .title = "FILM"}), 2U);
+    EXPECT_EQ(chosen({.title = "another"}), 4U);
+    EXPECT_EQ(chosen({.application = "éditor", .title = "notes"}), 3U) << "the one on the screen";
+    EXPECT_EQ(chosen({.application = "Play"}), 0U);
+    ASSERT_TRUE(answer && !*answer);
+    EXPECT_TRUE(InstanceControl::isNoSuchWindow(answer->error()));
+    content->content.windows.resize(1);
+    EXPECT_EQ(chosen({.title = "notes"}), 0U);
+    EXPECT_FALSE(InstanceControl::isNoSuchWindow(answer->error())) << "it is there, but cannot be captured";
+}
+
 /// What a toggle or a stop was answered.
 struct SaveAnswer {
     std::optional<Result<InstanceControl::SavedClip>> result;
@@ -128,6 +160,60 @@ protected:
 
     [[nodiscard]] std::filesystem::path file(std::size_t number) const { return writers->writers.at(number)->outputURL; }
 };
+
+TEST_F(AppControlSavesTest, EventsAreToldInTheirOrderAndAClipOnceItsFileIsSafe)
+{
+    using Kind = InstanceEvent::Kind;
+    std::vector<InstanceEvent> events;
+    control.setEventObserver([&](const InstanceEvent& event) { events.push_back(event); });
+    startRecording();
+    SaveAnswer saved;
+    control.toggleRecording(saved.take(), {});
+    executor->runAll();
+    EXPECT_EQ(
+        events, (std::vector<InstanceEvent>{{.kind = Kind::stateChanged, .text = "recordingClip"}, {.kind = Kind::recordingStarted}}));
+    finish(0, saved);
+    SaveAnswer failed;
+    startRecording();
+    control.toggleRecording(failed.take(), {});
+    executor->runAll();
+    writers->writers.at(1)->fail({"POSIX", 28, "No space left on device", nullptr});
+    finish(1, failed);
+    const std::vector<InstanceEvent> expected{{.kind = Kind::stateChanged, .text = "recordingClip"}, {.kind = Kind::recordingStarted},
+        {.kind = Kind::clipSaved, .clip = file(0)}, {.kind = Kind::stateChanged, .text = "capturing"},
+        {.kind = Kind::stateChanged, .text = "recordingClip"}, {.kind = Kind::recordingStarted},
+        {.kind = Kind::stateChanged, .text = "capturing"}, {.kind = Kind::captureFailed, .text = failed.complaint()}};
+    EXPECT_EQ(events, expected);
+    control.setEventObserver({});
+    coordinator->stopCapture();
+    EXPECT_EQ(events.size(), expected.size());
+}
+
+TEST_F(AppControlSavesTest, ARecordingThatFollowsOneThatIsStillBeingSavedIsAnEventToo)
+{
+    std::vector<InstanceEvent> events;
+    startRecording();
+    SaveAnswer first;
+    control.toggleRecording(first.take(), {});
+    executor->runAll();
+    control.setEventObserver([&](const InstanceEvent& event) { events.push_back(event); });
+    startRecording();
+    EXPECT_EQ(events, (std::vector<InstanceEvent>{{.kind = InstanceEvent::Kind::recordingStarted}}));
+    finish(0, first);
+}
+
+TEST_F(AppControlSavesTest, TheStatusSaysWhereClipsGoAndWhatAReplayHolds)
+{
+    EXPECT_EQ(control.status().value(QLatin1String("clipsFolder")).toString().toStdString(), library->effectiveOutputDirectory().native());
+    EXPECT_FALSE(control.status().contains(QLatin1String("replay")));
+    ASSERT_TRUE(control.setReplayDuration(10));
+    const auto replay = control.status().value(QLatin1String("replay")).toObject();
+    EXPECT_EQ(replay.value(QLatin1String("seconds")).toDouble(), 10);
+    EXPECT_EQ(replay.value(QLatin1String("bytes")).toInteger(), 0);
+    EXPECT_FALSE(control.setReplayDuration(25.1));
+    ASSERT_TRUE(control.setReplayDuration(std::nullopt));
+    EXPECT_FALSE(control.status().contains(QLatin1String("replay")));
+}
 
 TEST_F(AppControlSavesTest, EveryToggleIsAnsweredWithItsOwnClip)
 {

@@ -201,6 +201,13 @@ TEST(CommandLine, SpeaksToTheProgramThatRuns)
     EXPECT_EQ(commandOf<Control>({"preview", "clip.mp4"}).file, std::filesystem::current_path() / "clip.mp4");
 }
 
+TEST(CommandLine, TheDoctorTakesJsonAndNothingElse)
+{
+    EXPECT_FALSE(commandOf<Doctor>({"doctor"}).json);
+    EXPECT_TRUE(commandOf<Doctor>({"doctor", "--json"}).json);
+    EXPECT_FALSE(parse({"velmora", "doctor", "me"}));
+}
+
 TEST(CommandLine, RefusesTooLittleAndTooMuchForTheProgramThatRuns)
 {
     EXPECT_NE(complaint({"toggle", "now"}).find("'now'"), std::string::npos);
@@ -209,6 +216,53 @@ TEST(CommandLine, RefusesTooLittleAndTooMuchForTheProgramThatRuns)
     EXPECT_NE(complaint({"preview"}).find("one file"), std::string::npos);
     EXPECT_NE(complaint({"preview", "a", "b"}).find("one file"), std::string::npos);
     EXPECT_NE(complaint({"stop", "--json"}).find("json"), std::string::npos);
+}
+
+TEST(CommandLine, ChoosesAWindowByItsApplicationOrItsTitleInPlaceOfItsNumber)
+{
+    const auto described = commandOf<Control>({"select", "--application", "Player One", "--title", "film", "--wait", "--sound", "none"});
+    EXPECT_EQ(described.action, Control::Action::select);
+    EXPECT_EQ(described.application, "Player One");
+    EXPECT_EQ(described.title, "film");
+    EXPECT_EQ(described.sound, "none");
+    EXPECT_TRUE(described.wait);
+    EXPECT_FALSE(commandOf<Control>({"select", "--title", "film"}).wait);
+    EXPECT_NE(complaint({"select", "7", "--title", "film"}).find("not both"), std::string::npos);
+    EXPECT_NE(complaint({"select", "7", "--wait"}).find("--wait"), std::string::npos);
+    EXPECT_NE(complaint({"select", "--title", ""}).find("--title"), std::string::npos);
+    EXPECT_NE(complaint({"select", "--application="}).find("--application"), std::string::npos);
+}
+
+TEST(CommandLine, KeepsSavesAndForgetsAReplay)
+{
+    using Action = Control::Action;
+    EXPECT_EQ(commandOf<Control>({"replay", "on"}).action, Action::replayOn);
+    EXPECT_EQ(commandOf<Control>({"replay", "on"}).seconds, 0);
+    EXPECT_EQ(commandOf<Control>({"replay", "on", "12.5"}).seconds, 12.5);
+    EXPECT_EQ(commandOf<Control>({"replay", "off"}).action, Action::replayOff);
+    EXPECT_EQ(commandOf<Control>({"replay", "save"}).action, Action::replaySave);
+    EXPECT_EQ(commandOf<Control>({"replay", "save", "3"}).seconds, 3);
+    for (const QStringList& wrongUse : {QStringList{"replay"}, {"replay", "maybe"}, {"replay", "off", "3"}, {"replay", "on", "1", "2"}})
+        EXPECT_NE(complaint(wrongUse).find("on, off or save"), std::string::npos);
+    for (const auto* text : {"0", "soon", "inf", "1e3", ""})
+        EXPECT_NE(complaint({"replay", "save", text}).find("above zero"), std::string::npos) << text;
+}
+
+TEST(CommandLine, RestoresTheNewestOrTheOneOfThatNameOrListsThem)
+{
+    EXPECT_FALSE(commandOf<Restore>({"restore"}).name);
+    EXPECT_EQ(commandOf<Restore>({"restore", "a.mp4"}).name, "a.mp4");
+    EXPECT_TRUE(commandOf<Restore>({"restore", "--list"}).list);
+    EXPECT_TRUE(commandOf<Restore>({"restore", "--list", "--json"}).json);
+    EXPECT_NE(complaint({"restore", "--json"}).find("--list"), std::string::npos);
+    EXPECT_NE(complaint({"restore", "--list", "a.mp4"}).find("--list"), std::string::npos);
+    EXPECT_NE(complaint({"restore", "a.mp4", "b.mp4"}).find("at most one"), std::string::npos);
+}
+
+TEST(CommandLine, TellsEventsToPeopleOrToPrograms)
+{
+    EXPECT_FALSE(commandOf<Events>({"events"}).json);
+    EXPECT_TRUE(commandOf<Events>({"events", "--json"}).json);
 }
 
 TEST(CommandLine, HelpsAtEveryPlaceItIsAskedFor)
@@ -234,12 +288,12 @@ TEST(CommandLine, UnderstandsEveryCommandThatIsDescribedWithEveryOption)
                     arguments.append(option.name == "end" ? QStringLiteral("2") : QStringLiteral("1"));
             }
             if (command.argument)
-                arguments.append(QStringLiteral("1"));
+                arguments.append(command.argument->kind == ArgumentDescription::Kind::word ? QStringLiteral("on") : QStringLiteral("1"));
             const auto understood = parsed(arguments);
             EXPECT_TRUE(understood.has_value()) << command.name << ": " << (understood ? "" : understood.error().toStdString());
         }
     }
-    EXPECT_EQ(count, 11);
+    EXPECT_EQ(count, 15);
 }
 
 TEST(CommandLine, ExplainsItselfInLinesOf80Columns)

@@ -1,9 +1,11 @@
 #include "app/control/InstanceBus.h"
 #include "app/control/ControlCommands.h"
+#include "app/control/EventsCommand.h"
 #include "tests/support/sound/ChildProcess.h"
 
 #include <QCoreApplication>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVirtualObject>
 #include <QEventLoop>
@@ -12,6 +14,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <thread>
@@ -46,6 +49,30 @@ public:
             + (sound ? QStringLiteral(" with the sound of ") + QString::fromStdString(*sound) : QString{}));
         completion(selected ? Result<std::string>{remark} : Result<std::string>{tl::unexpected(selected.error())});
     }
+    void selectMatchingWindow(WindowDescriptor descriptor, std::optional<std::string> sound,
+        UniqueFunction<void(Result<std::string>)> completion, CallerTells) override
+    {
+        calls.append(
+            QStringLiteral("select %1, %2").arg(QString::fromStdString(descriptor.application), QString::fromStdString(descriptor.title))
+            + (sound ? QStringLiteral(" with the sound of ") + QString::fromStdString(*sound) : QString{}));
+        if (missingWindows > 0) {
+            --missingWindows;
+            return completion(fail(errorDomain, noSuchWindow, "There is no such window."));
+        }
+        completion(remark);
+    }
+    Result<void> setReplayDuration(std::optional<double> seconds) override
+    {
+        calls.append(seconds ? QStringLiteral("replay %1").arg(*seconds) : QStringLiteral("no replay"));
+        return selected;
+    }
+    void saveReplay(std::optional<double> seconds, UniqueFunction<void(Result<SavedClip>)> completion, CallerTells tells) override
+    {
+        wasToldByCaller = tells && tells();
+        calls.append(seconds ? QStringLiteral("save %1").arg(*seconds) : QStringLiteral("save all"));
+        completion(clip);
+    }
+    void setEventObserver(EventObserver newObserver) override { observer = std::move(newObserver); }
     void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells tells) override
     {
         wasToldByCaller = tells && tells();
@@ -53,7 +80,12 @@ public:
         calls.append(QStringLiteral("stop"));
         completion(clip);
     }
-    [[nodiscard]] QJsonObject status() const override { return {{QStringLiteral("description"), QStringLiteral("Not configured")}}; }
+    [[nodiscard]] QJsonObject status() const override
+    {
+        if (const auto work = std::exchange(onStatus, nullptr))
+            work();
+        return statusObject;
+    }
     Result<void> presentClipPreview(const std::filesystem::path& file) override
     {
         calls.append(QStringLiteral("preview ") + QString::fromStdString(file.string()));
@@ -61,6 +93,10 @@ public:
     }
     void quit() override { calls.append(QStringLiteral("quit")); }
 
+    QJsonObject statusObject{{QStringLiteral("description"), QStringLiteral("Not configured")}};
+    mutable std::function<void()> onStatus;  ///< called by the next question
+    EventObserver observer;
+    int missingWindows = 0;
     QStringList calls;
     CallerTells callerTells;
     bool wasToldByCaller = false;
@@ -205,8 +241,8 @@ TEST_F(InstanceBusTest, ASecondStartBringsUpTheFirst)
 TEST_F(InstanceBusTest, EachCommandSaysClearlyThatNothingRuns)
 {
     using Action = Control::Action;
-    for (const auto action :
-        {Action::toggle, Action::choose, Action::select, Action::stop, Action::status, Action::preview, Action::quit}) {
+    for (const auto action : {Action::toggle, Action::choose, Action::select, Action::stop, Action::status, Action::replayOn,
+             Action::replayOff, Action::replaySave, Action::preview, Action::quit}) {
         const auto answer = run(control(action));
         EXPECT_EQ(answer.status, command_line::failed);
         EXPECT_EQ(answer.errors, "Velmora is not running. Start it with 'velmora'.\n");
@@ -323,6 +359,104 @@ TEST_F(InstanceBusTest, OverlappingCallsAreEachAnsweredWithTheirOwnClipInWhateve
     EXPECT_EQ(replies[0].error().message(), QStringLiteral("Failed saving recording: x"));
     EXPECT_EQ(replies[1].value(), QStringLiteral("/clips/b.mp4"));
     EXPECT_EQ(replies[2].value(), QStringLiteral("/clips/c.mp4"));
+}
+
+TEST_F(InstanceBusTest, AWindowIsSelectedByWhatItSaysOfItself)
+{
+    const auto instance = runningInstance();
+    auto select = control(Control::Action::select);
+    select.application = "Player";
+    select.title = "Fílm";
+    EXPECT_EQ(run(select).status, command_line::succeeded);
+    select.title.clear();
+    select.sound = "none";
+    EXPECT_EQ(run(select).status, command_line::succeeded);
+    EXPECT_EQ(
+        control_.calls, (QStringList{QStringLiteral("select Player, Fílm"), QStringLiteral("select Player,  with the sound of none")}));
+}
+
+TEST_F(InstanceBusTest, OnlyWhoWaitsAsksForAWindowAgain)
+{
+    const auto instance = runningInstance();
+    auto select = control(Control::Action::select);
+    select.title = "film";
+    control_.missingWindows = 1;
+    const auto impatient = run(select);
+    EXPECT_EQ(impatient.status, command_line::failed);
+    EXPECT_EQ(impatient.errors, "There is no such window.\n");
+    control_.missingWindows = 2;
+    select.wait = true;
+    const auto patient = run(select);
+    EXPECT_EQ(patient.status, command_line::succeeded) << patient.errors;
+    EXPECT_EQ(control_.calls.size(), 4);
+}
+
+TEST_F(InstanceBusTest, AReplayIsKeptSavedAndForgotten)
+{
+    const auto instance = runningInstance();
+    auto replay = control(Control::Action::replayOn);
+    EXPECT_EQ(run(replay).status, command_line::succeeded);
+    replay.seconds = 20;
+    EXPECT_EQ(run(replay).output, "");
+    replay.action = Control::Action::replaySave;
+    control_.clip = InstanceControl::SavedClip{"/clips/a.mp4"};
+    EXPECT_EQ(run(replay).output, "/clips/a.mp4\n");
+    replay.seconds = 0;
+    EXPECT_EQ(run(replay).output, "/clips/a.mp4\n");
+    EXPECT_EQ(run(control(Control::Action::replayOff)).status, command_line::succeeded);
+    EXPECT_EQ(control_.calls,
+        (QStringList{QStringLiteral("replay 15"), QStringLiteral("replay 20"), QStringLiteral("save 20"), QStringLiteral("save all"),
+            QStringLiteral("no replay")}));
+    control_.selected = fail("Velmora.Test", 1, "Instant replay keeps at most 25 seconds.");
+    replay.action = Control::Action::replayOn;
+    const auto refused = run(replay);
+    EXPECT_EQ(refused.status, command_line::failed);
+    EXPECT_EQ(refused.errors, "Instant replay keeps at most 25 seconds.\n");
+}
+
+TEST_F(InstanceBusTest, EventsArePrintedInTheirOrderUntilTheProgramEnds)
+{
+    using Kind = InstanceEvent::Kind;
+    auto instance = runningInstance();
+    control_.statusObject = {{QStringLiteral("state"), QStringLiteral("capturing")}};
+    const auto question = QDBusMessage::createMethodCall(QLatin1String{instance_bus::serviceName}, QLatin1String{instance_bus::objectPath},
+        QLatin1String{instance_bus::controlInterface}, QStringLiteral("Status"));
+    const auto happen = [&] {
+        // Beside the answer, and the same as it says: no news.
+        control_.observer({.kind = Kind::stateChanged, .text = "capturing"});
+        QTimer::singleShot(0, &application_, [&] {
+            control_.observer({.kind = Kind::stateChanged, .text = "recordingClip"});
+            control_.observer({.kind = Kind::recordingStarted});
+            control_.observer({.kind = Kind::clipSaved, .clip = "/clips/\xFF \"a\".mp4"});
+            control_.observer({.kind = Kind::captureFailed, .text = "No\nroom"});
+            // Signals leave through a queue of their own: once a question that comes later is answered, they have left.
+            auto* asked = new QDBusPendingCallWatcher{connect("asker").asyncCall(question), &application_};
+            QObject::connect(asked, &QDBusPendingCallWatcher::finished, [&] { instance.reset(); });
+        });
+    };
+    control_.onStatus = happen;
+    const auto forPrograms = run([](const QDBusConnection& connection) { return runEventsCommand({.json = true}, connection); });
+    EXPECT_EQ(forPrograms.status, command_line::succeeded) << forPrograms.errors;
+    EXPECT_EQ(forPrograms.output,
+        "{\"event\":\"state\",\"state\":\"capturing\"}\n{\"event\":\"state\",\"state\":\"recordingClip\"}\n{\"event\":\"recordingStarted\"}"
+        "\n"
+        "{\"event\":\"clipSaved\",\"path\":\"file:///clips/"
+        "%FF%20%22a%22.mp4\"}\n{\"event\":\"captureFailed\",\"message\":\"No\\nroom\"}\n");
+
+    QDBusConnection::disconnectFromBus(QStringLiteral("instance"));
+    instance = runningInstance();
+    control_.onStatus = happen;
+    const auto forPeople = run([](const QDBusConnection& connection) { return runEventsCommand({}, connection); });
+    EXPECT_EQ(forPeople.output,
+        "state capturing\nstate recordingClip\nrecordingStarted\nclipSaved file:///clips/%FF%20%22a%22.mp4\ncaptureFailed No\uFFFDroom\n");
+}
+
+TEST_F(InstanceBusTest, WithoutAProgramThereAreNoEvents)
+{
+    const auto answer = run([](const QDBusConnection& connection) { return runEventsCommand({}, connection); });
+    EXPECT_EQ(answer.status, command_line::failed);
+    EXPECT_EQ(answer.errors, "Velmora is not running. Start it with 'velmora'.\n");
+    EXPECT_EQ(answer.output, "");
 }
 
 /// Where this process's standard error goes while this lives, and what was written there.

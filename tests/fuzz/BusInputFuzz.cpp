@@ -97,14 +97,13 @@ void answerFolder(fuzz::FuzzedInput& input)
         requireUsable(**answer);
 }
 
-void changeSetting(fuzz::FuzzedInput& input, DesktopMotion& motion)
+void changeSetting(fuzz::FuzzedInput& input, DesktopDisplay& display)
 {
-    const bool isGnome = input.choice(2) == 0;
-    const auto group =
-        input.choice(4) == 0 ? input.text() : QString::fromLatin1(isGnome ? DesktopMotion::interfaceGroup : DesktopMotion::kdeGroup);
-    const auto key =
-        input.choice(4) == 0 ? input.text() : QString::fromLatin1(isGnome ? DesktopMotion::animationsKey : DesktopMotion::durationKey);
-    motion.take(group, key, anyValue(input));
+    const auto& setting = DesktopDisplay::settings[input.choice(static_cast<unsigned>(std::size(DesktopDisplay::settings)))];
+    const auto group = input.choice(4) == 0 ? input.text() : QString::fromLatin1(setting.group);
+    const auto key = input.choice(4) == 0 ? input.text() : QString::fromLatin1(setting.key);
+    display.take(group, key, anyValue(input));
+    fuzz::require(display.textScale() >= 0.5 && display.textScale() <= 3, "text of no size");
 }
 
 /// Beside what is under test, the same done in the simplest way.
@@ -152,7 +151,7 @@ struct Notifications {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fuzz::FuzzedInput input{{data, size}};
-    DesktopMotion motion;
+    DesktopDisplay display;
     Notifications notifications;
     while (!input.isAtEnd()) {
         switch (input.choice(5)) {
@@ -166,7 +165,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
             answerFolder(input);
             break;
         case 3:
-            changeSetting(input, motion);
+            changeSetting(input, display);
             break;
         default:
             notifications.happen(input);
@@ -174,10 +173,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         }
     }
     // Whatever was said, what the desktop says now counts.
-    for (const bool hasAnimations : {false, true}) {
-        motion.take(QString::fromLatin1(DesktopMotion::interfaceGroup), QString::fromLatin1(DesktopMotion::animationsKey), hasAnimations);
-        motion.take(QString::fromLatin1(DesktopMotion::kdeGroup), QString::fromLatin1(DesktopMotion::durationKey), 1.0);
-        fuzz::require(motion.isReduced() != hasAnimations, "a setting is not followed any more");
+    const auto say = [&](const DesktopDisplay::Setting& setting, const QVariant& value) {
+        display.take(QString::fromLatin1(setting.group), QString::fromLatin1(setting.key), value);
+    };
+    for (const bool isWanted : {false, true}) {
+        say(DesktopDisplay::animations, !isWanted);
+        say(DesktopDisplay::animationDuration, 1.0);
+        say(DesktopDisplay::contrast, isWanted ? 1U : 0U);
+        fuzz::require(display.reducesMotion() == isWanted && display.increasesContrast() == isWanted, "a setting is not followed any more");
     }
     return 0;
 }

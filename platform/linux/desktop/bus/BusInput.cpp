@@ -9,6 +9,7 @@
 #include <QVariant>
 
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace velmora::linux_backend {
@@ -16,6 +17,9 @@ namespace velmora::linux_backend {
 namespace {
 
 constexpr uint chosen = 0;  // the only response with an answer
+constexpr uint moreContrast = 1;
+constexpr double smallestText = 0.5;
+constexpr double largestText = 3;
 constexpr const char* folderDialogDomain = "Velmora.FolderChooser";
 
 }  // namespace
@@ -51,17 +55,36 @@ Result<std::optional<std::filesystem::path>> folderAnswer(uint response, const Q
     return fail(folderDialogDomain, platform::FolderChooser::unusableChoice, "What was chosen is not a folder on this computer.");
 }
 
-void DesktopMotion::take(const QString& group, const QString& key, const QVariant& value)
+bool DesktopDisplay::take(const QString& group, const QString& key, const QVariant& value)
 {
     if (value.userType() == qMetaTypeId<QDBusVariant>())
         return take(group, key, value.value<QDBusVariant>().variant());
-    if (group == QLatin1String{interfaceGroup} && key == QLatin1String{animationsKey} && value.userType() == QMetaType::Bool) {
+    const auto wanted = [this] { return std::tuple{reducesMotion(), increasesContrast(), textScale()}; };
+    const auto before = wanted();
+    set(group, key, value);
+    return wanted() != before;
+}
+
+void DesktopDisplay::set(const QString& group, const QString& key, const QVariant& value)
+{
+    const auto is = [&](const Setting& setting, int type) {
+        return group == QLatin1String{setting.group} && key == QLatin1String{setting.key}
+        && (type == QMetaType::UnknownType || value.userType() == type);
+    };
+    bool isNumber = false;
+    if (is(animations, QMetaType::Bool)) {
         hasAnimations_ = value.toBool();
-    } else if (group == QLatin1String{kdeGroup} && key == QLatin1String{durationKey}) {
+    } else if (is(animationDuration, QMetaType::UnknownType)) {
         // A number, or the text of one, as it stands in the configuration.
-        bool isNumber = false;
         const double factor = value.toDouble(&isNumber);
         hasDuration_ = !isNumber || factor > 0;
+    } else if (is(contrast, QMetaType::UInt)) {
+        contrast_ = value.toUInt() == moreContrast;
+    } else if (is(highContrast, QMetaType::Bool)) {
+        hasHighContrast_ = value.toBool();
+    } else if (is(textScaling, QMetaType::Double)) {
+        const double factor = value.toDouble();
+        textScale_ = factor >= smallestText && factor <= largestText ? factor : 1;
     }
 }
 

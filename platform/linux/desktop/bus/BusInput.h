@@ -24,22 +24,40 @@ namespace velmora::linux_backend {
 /// The error for a folder dialog that is not available.
 [[nodiscard]] tl::unexpected<Error> folderDialogError(const char* why);
 
-/// Whether the desktop wants less motion, by what its settings portal says of GNOME's and KDE's settings.
-class DesktopMotion {
+/// How the user wants everything on display, by what the desktop's settings portal says of its own, GNOME's and KDE's settings.
+class DesktopDisplay {
 public:
-    static constexpr const char* interfaceGroup = "org.gnome.desktop.interface";
-    static constexpr const char* animationsKey = "enable-animations";
-    static constexpr const char* kdeGroup = "org.kde.kdeglobals.KDE";
-    static constexpr const char* durationKey = "AnimationDurationFactor";
+    struct Setting {
+        const char* group;
+        const char* key;
+    };
 
-    /// `value` may be wrapped in variants: the signal's is wrapped once, that of Read twice.
-    void take(const QString& group, const QString& key, const QVariant& value);
+    /// `enable-animations` is answered by other desktops too; an `AnimationDurationFactor` of 0 is none. `contrast` is 1 where more of it is
+    /// wanted, and decides wherever it is known: back ends before it have GNOME's key instead.
+    static constexpr Setting animations{"org.gnome.desktop.interface", "enable-animations"};
+    static constexpr Setting animationDuration{"org.kde.kdeglobals.KDE", "AnimationDurationFactor"};
+    static constexpr Setting contrast{"org.freedesktop.appearance", "contrast"};
+    static constexpr Setting highContrast{"org.gnome.desktop.a11y.interface", "high-contrast"};
+    static constexpr Setting textScaling{"org.gnome.desktop.interface", "text-scaling-factor"};
+    static constexpr Setting settings[] = {animations, animationDuration, contrast, highContrast, textScaling};
 
-    [[nodiscard]] bool isReduced() const { return !hasAnimations_ || !hasDuration_; }
+    /// `value` may be wrapped in variants: the signal's is wrapped once, that of Read twice. Whether what is wanted has changed.
+    bool take(const QString& group, const QString& key, const QVariant& value);
+
+    [[nodiscard]] bool reducesMotion() const { return !hasAnimations_ || !hasDuration_; }
+    [[nodiscard]] bool increasesContrast() const { return contrast_.value_or(hasHighContrast_); }
+
+    /// Of the size of text; 1 where it is not known. Between 0.5 and 3, as the setting is.
+    [[nodiscard]] double textScale() const { return textScale_; }
 
 private:
+    void set(const QString& group, const QString& key, const QVariant& value);
+
     bool hasAnimations_ = true;
     bool hasDuration_ = true;
+    std::optional<bool> contrast_;
+    bool hasHighContrast_ = false;
+    double textScale_ = 1;
 };
 
 /// Notifications that are on the screen, by the number that their service gave them.
