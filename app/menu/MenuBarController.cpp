@@ -37,8 +37,15 @@ std::vector<MenuItem> MenuBarController::menuNeedsUpdate() const
         .recentClips = services_.library.recentClips(),
         .isRecording = coordinator.isRecording(),
         .stateCaption = stateCaption(remarks_),
+        .fileBrowser = services_.workspace->fileBrowserName(),
         .notice = remarks_.notice,
     });
+}
+
+void MenuBarController::captionsChanged()
+{
+    statusItem_->captionsChanged();
+    emit remarksChanged();
 }
 
 void MenuBarController::setRemarks(StateRemarks remarks)
@@ -47,8 +54,7 @@ void MenuBarController::setRemarks(StateRemarks remarks)
         return;
     remarks_ = std::move(remarks);
     statusItem_->setToolTip(toolTip(remarks_));
-    statusItem_->captionsChanged();
-    emit remarksChanged();
+    captionsChanged();
 }
 
 void MenuBarController::handle(const MenuItem& item)

@@ -41,6 +41,9 @@ public:
     /// What is said beside the given texts, in the tooltip and in the menu.
     void setRemarks(StateRemarks remarks);
 
+    /// What captions are made from has changed: the file browser's name.
+    void captionsChanged();
+
     /// What the menu has in it now.
     [[nodiscard]] std::vector<MenuItem> menuNeedsUpdate() const;
 

@@ -125,7 +125,8 @@ std::vector<MenuItem> describeMenu(const MenuContent& content)
         items.push_back(discarding(command("⏹️ Stop Clipping This Window", MenuAction::stopCapture), endsUnsaved));
     items.push_back(separator());
     items.push_back(recentClips(content.recentClips));
-    items.push_back(command("📁 Open Clips Folder in Finder", MenuAction::openFolder, withCommand('o')));
+    items.push_back(withCaption(command("📁 Open Clips Folder in Finder", MenuAction::openFolder, withCommand('o')),
+        "Opens it in " + (content.fileBrowser.empty() ? std::string{"the file manager"} : content.fileBrowser) + " on this desktop."));
     items.push_back(separator());
     items.push_back(command("📖 How to Use & Walkthrough...", MenuAction::openGuide));
     items.push_back(command("⚙️ Settings...", MenuAction::openSettings, withCommand(',')));

@@ -47,6 +47,7 @@ struct MenuContent {
     const std::vector<ClipItem>& recentClips;  ///< newest first
     bool isRecording = false;  ///< frames go into a file, which the capture's end discards
     std::string stateCaption = {};  ///< beneath the state
+    std::string fileBrowser = {};  ///< what people call it here; empty where that is not known
     std::string notice = {};  ///< what is wrong or being waited for; a caption below the state where there is something to say
 };
 

@@ -17,18 +17,7 @@ namespace velmora {
 
 namespace {
 
-constexpr int headerFontSize = 13;
 constexpr int headerImageSize = 16;
-
-QFont menuFont(bool isBold)
-{
-    QFont font;
-    // Without the second family some of the symbols come out in one colour.
-    font.setFamilies({QStringLiteral("Inter"), QStringLiteral("Noto Color Emoji")});
-    font.setPixelSize(headerFontSize);
-    font.setBold(isBold);
-    return font;
-}
 
 void render(QAction& action, const MenuItem& item)
 {
@@ -48,6 +37,7 @@ void render(QAction& action, const MenuItem& item)
 
 constexpr qsizetype longestBusLabel = 80;
 constexpr qsizetype longestCaptionLine = 240;
+constexpr qsizetype mostCaptionLines = 12;
 
 /// What a host shows beside other programs' labels: it draws it at its full length.
 std::string titleOnTheBus(const MenuItem& item)
@@ -108,6 +98,10 @@ QString escapedLabel(const std::string& title, LabelSyntax syntax)
 QString shownCaption(const std::string& caption)
 {
     auto lines = QString::fromStdString(caption).split(QLatin1Char('\n'));
+    if (lines.size() > mostCaptionLines) {
+        lines.resize(mostCaptionLines);
+        lines.back() = QChar{0x2026};
+    }
     for (auto& line : lines)
         line = shortened(oneLine(line), longestCaptionLine, 0);
     return lines.join(QLatin1Char('\n'));

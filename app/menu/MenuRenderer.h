@@ -18,7 +18,7 @@ enum class LabelSyntax { widget, dbusmenu };
 /// A title that reads as it is where "&" (widget) or "_" (dbusmenu) marks a key.
 [[nodiscard]] QString escapedLabel(const std::string& title, LabelSyntax syntax);
 
-/// A caption as it is shown beneath a title: of each line at most 240 characters.
+/// A caption as it is shown beneath a title: at most twelve lines, of each at most 240 characters.
 [[nodiscard]] QString shownCaption(const std::string& caption);
 
 /// "Alt+Super+C": what this desktop calls the keys.

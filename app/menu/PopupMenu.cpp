@@ -3,6 +3,7 @@
 #include "app/menu/MenuRenderer.h"
 
 #include <QKeyEvent>
+#include <QToolTip>
 
 #include <algorithm>
 #include <utility>
@@ -15,6 +16,8 @@ void PopupMenu::popUp(std::vector<MenuItem> items, const QPoint& position)
 {
     items_ = std::move(items);
     renderMenu(*this, items_, LabelSyntax::widget, triggered_);
+    // That of the item in the tray would lie on the menu.
+    QToolTip::hideText();
     popup(position);
 }
 

@@ -1,5 +1,6 @@
 #include "app/menu/StateRemarks.h"
 
+#include "brand/ShownText.h"
 #include "capture/CaptureMessages.h"
 #include "library/ClipFormat.h"
 
@@ -13,6 +14,9 @@ namespace {
 constexpr const char* givenToolTip = "Velmora — Instant Video Clipping (Click to open menu)";
 constexpr const char* bindAKey =
     "The shortcut is not active. Bind a key of your own to 'velmora toggle' in the desktop's keyboard settings.";
+
+// A panel that draws the menu itself shows titles alone: what our captions say beneath three of them is said here.
+constexpr const char* endings = "Quitting, stopping or changing the window ends the recording without saving it.";
 
 std::string progressText(const RecordingProgress& progress)
 {
@@ -50,17 +54,19 @@ StateRemarks remarks(const StateFacts& facts)
     return {
         .progress = facts.progress ? progressText(*facts.progress) : std::string{},
         .problem = problemText(facts),
-        .shortcut = facts.isShortcutRegistered ? std::string{}
-            : facts.shortcutReason.empty()     ? bindAKey
-                                               : facts.shortcutReason,
+        .shortcut = !facts.isShortcutRefused ? std::string{}
+            : facts.shortcutReason.empty()   ? bindAKey
+                                             : facts.shortcutReason,
         .notice = facts.notice,
+        .ending = facts.isRecording && facts.progress ? endings : "",
     };
 }
 
 std::string toolTip(const StateRemarks& remarks)
 {
-    return lines({givenToolTip, remarks.progress.empty() ? std::string{} : "Recording: " + remarks.progress, remarks.problem,
-        remarks.notice, remarks.shortcut});
+    const auto shown = [](const std::string& reason) { return paragraphs(QString::fromStdString(reason)).toStdString(); };
+    return lines({givenToolTip, remarks.progress.empty() ? std::string{} : "Recording: " + remarks.progress, shown(remarks.problem),
+        shown(remarks.notice), shown(remarks.shortcut), remarks.ending});
 }
 
 std::string stateCaption(const StateRemarks& remarks)

@@ -15,6 +15,7 @@ struct StateRemarks {
     std::string problem = {};  ///< why nothing is captured though it should be
     std::string shortcut = {};  ///< why no key starts a recording, and what to do about it
     std::string notice = {};  ///< what else is wrong or being waited for
+    std::string ending = {};  ///< what would end a recording unsaved; where rows have captions these say so
 
     friend bool operator==(const StateRemarks&, const StateRemarks&) = default;
 };
@@ -25,9 +26,10 @@ struct StateFacts {
     std::optional<RecordingProgress> progress = std::nullopt;
     std::string permissionExplanation = {};  ///< why the screen cannot be recorded, as far as the desktop says
     std::string lostWindow = {};  ///< why no window is chosen any more, if the user did not ask for that
-    bool isShortcutRegistered = true;
-    std::string shortcutReason = {};  ///< what the desktop says of a shortcut that is not; with what to do
+    bool isShortcutRefused = false;
+    std::string shortcutReason = {};  ///< what the desktop says of a shortcut that it refused; with what to do
     std::string notice = {};
+    bool isRecording = false;  ///< frames go into a file, which the capture's end discards
 };
 
 /// Why a chosen window is not chosen any more.

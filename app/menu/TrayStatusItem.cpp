@@ -2,20 +2,19 @@
 
 #include "app/menu/MenuRenderer.h"
 #include "app/menu/PopupMenu.h"
+#include "base/SelfReference.h"
 #include "brand/BrandColors.h"
 #include "brand/BrandIcons.h"
 
 #include <QCursor>
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusReply>
 #include <QIcon>
 #include <QPainter>
 #include <QPixmap>
 #include <QSystemTrayIcon>
 #include <QTimer>
-#include <QVariant>
 
+#include <memory>
+#include <optional>
 #include <utility>
 
 namespace velmora {
@@ -41,21 +40,11 @@ QImage withEdge(const MenuBarImage& image, int pixels)
     return result;
 }
 
-/// Whether the item is a StatusNotifierItem, whose host draws the menu itself from what the bus says. Qt asks the same, once.
-bool hostDrawsTheMenu()
-{
-    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.kde.StatusNotifierWatcher"),
-        QStringLiteral("/StatusNotifierWatcher"), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    call.setArguments({QStringLiteral("org.kde.StatusNotifierWatcher"), QStringLiteral("IsStatusNotifierHostRegistered")});
-    call.setAutoStartService(false);
-    const QDBusReply<QVariant> reply = QDBusConnection::sessionBus().call(call);
-    return reply.isValid() && reply.value().toBool();
-}
-
 class TrayStatusItem final : public StatusItem {
 public:
-    TrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance, std::function<void()> menuDidOpen)
+    TrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance, TrayHost& host, std::function<void()> menuDidOpen)
         : appearance_(std::move(appearance))
+        , host_(host)
         , menuDidOpen_(std::move(menuDidOpen))
         , popup_([this](const MenuItem& item) { trigger(item); })
     {
@@ -63,13 +52,18 @@ public:
             fillBusMenu();
             announceMenu();
         });
-        QObject::connect(&tray_, &QSystemTrayIcon::activated, &tray_, [this](QSystemTrayIcon::ActivationReason reason) {
-            if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::MiddleClick || reason == QSystemTrayIcon::Context)
-                popUpMenu();
+        host_.whenAnswered([weak = self_.weak()] {
+            if (const auto self = weak.lock())
+                self->makeItem();
         });
     }
 
-    void setToolTip(const std::string& text) override { tray_.setToolTip(QString::fromStdString(text)); }
+    void setToolTip(const std::string& text) override
+    {
+        toolTip_ = QString::fromStdString(text);
+        if (tray_)
+            tray_->setToolTip(toolTip_);
+    }
 
     void captionsChanged() override
     {
@@ -86,14 +80,8 @@ public:
     void setImage(const MenuBarImage& image) override
     {
         popup_.setAccessibleName(image.accessibleDescription);
-        if (std::exchange(isShown_, true))
-            return tray_.setIcon(icon(image));
-        // An XEmbed icon would show this menu in place of ours on a right click.
-        isOnTheBus_ = hostDrawsTheMenu();
-        if (isOnTheBus_)
-            tray_.setContextMenu(&busMenu_);
-        tray_.setIcon(icon(image));
-        tray_.show();
+        image_ = image;
+        show();
     }
 
     void popUpMenu() override
@@ -105,11 +93,33 @@ public:
     }
 
 private:
+    void makeItem()
+    {
+        tray_.emplace();
+        QObject::connect(&*tray_, &QSystemTrayIcon::activated, &*tray_, [this](QSystemTrayIcon::ActivationReason reason) {
+            if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::MiddleClick || reason == QSystemTrayIcon::Context)
+                popUpMenu();
+        });
+        tray_->setToolTip(toolTip_);
+        // An XEmbed icon would show this menu in place of ours on a right click.
+        if (host_.drawsTheMenu())
+            tray_->setContextMenu(&busMenu_);
+        show();
+    }
+
+    void show()
+    {
+        if (!tray_ || !image_)
+            return;
+        tray_->setIcon(icon(*image_));
+        tray_->show();
+    }
+
     [[nodiscard]] QIcon icon(const MenuBarImage& image) const
     {
         const auto color = image.isTemplate ? appearance_->itemColor() : std::nullopt;
         const auto name = BrandIcons::menuBarIconName(image);
-        if (!color && isOnTheBus_ && QIcon::hasThemeIcon(name))
+        if (!color && host_.drawsTheMenu() && QIcon::hasThemeIcon(name))
             return QIcon::fromTheme(name);
         QIcon icon;
         for (const int size : iconSizes) {
@@ -123,8 +133,14 @@ private:
 
     void fillBusMenu()
     {
-        if (delegate_.menuNeedsUpdate)
-            renderMenu(busMenu_, delegate_.menuNeedsUpdate(), LabelSyntax::dbusmenu, [this](const MenuItem& item) { trigger(item); });
+        if (!delegate_.menuNeedsUpdate)
+            return;
+        auto items = delegate_.menuNeedsUpdate();
+        // A host that is given other rows while its menu is open shows these, and forgets which one was about to be chosen.
+        if (differOnlyInCaptions(items, busItems_))
+            return;
+        busItems_ = std::move(items);
+        renderMenu(busMenu_, busItems_, LabelSyntax::dbusmenu, [this](const MenuItem& item) { trigger(item); });
     }
 
     void announceMenu()
@@ -140,25 +156,24 @@ private:
     }
 
     const std::shared_ptr<platform::TrayAppearance> appearance_;
+    TrayHost& host_;
     const std::function<void()> menuDidOpen_;
     MenuDelegate delegate_;
     PopupMenu popup_;
     QMenu busMenu_;
-    QSystemTrayIcon tray_;
-    bool isShown_ = false;
-    bool isOnTheBus_ = false;
+    std::vector<MenuItem> busItems_;
+    QString toolTip_;
+    std::optional<MenuBarImage> image_;
+    std::optional<QSystemTrayIcon> tray_;
+    const SelfReference<TrayStatusItem> self_{*this};
 };
 
 }  // namespace
 
-std::unique_ptr<StatusItem> makeTrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance, std::function<void()> menuDidOpen)
+std::unique_ptr<StatusItem> makeTrayStatusItem(
+    std::shared_ptr<platform::TrayAppearance> appearance, TrayHost& host, std::function<void()> menuDidOpen)
 {
-    return std::make_unique<TrayStatusItem>(std::move(appearance), std::move(menuDidOpen));
-}
-
-bool hasTray()
-{
-    return QSystemTrayIcon::isSystemTrayAvailable();
+    return std::make_unique<TrayStatusItem>(std::move(appearance), host, std::move(menuDidOpen));
 }
 
 }  // namespace velmora

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/menu/StatusItem.h"
+#include "app/menu/TrayHost.h"
 #include "platform/TrayAppearance.h"
 
 #include <memory>
@@ -13,9 +14,8 @@ namespace velmora {
 /// The image is in the colour that the tray gives; where it gives none, a host that knows our icons by name gets the name and colours them
 /// itself, and any other gets a light mark with a dark edge, which shows on every background.
 /// `menuDidOpen` is called each time that a menu of the item has come onto the screen.
-std::unique_ptr<StatusItem> makeTrayStatusItem(std::shared_ptr<platform::TrayAppearance> appearance, std::function<void()> menuDidOpen);
-
-/// Whether the desktop has a place for the item now.
-[[nodiscard]] bool hasTray();
+/// `host`, which outlives the item, has to have answered before it appears.
+std::unique_ptr<StatusItem> makeTrayStatusItem(
+    std::shared_ptr<platform::TrayAppearance> appearance, TrayHost& host, std::function<void()> menuDidOpen);
 
 }  // namespace velmora

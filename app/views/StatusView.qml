@@ -9,42 +9,62 @@ Rectangle {
 
     required property StatusModel model
 
-    implicitWidth: 400
+    implicitWidth: Math.round(400 * Theme.textScale)
     implicitHeight: content.implicitHeight + 32
     color: Theme.obsidian
     Accessible.role: Accessible.PopupMenu
     Accessible.name: "Velmora"
 
-    component EntryTitle: RowLayout {
+    // Two columns, from the left of a row: symbols stand in the middle of one, words begin the other, as the header's mark and name do.
+    readonly property int symbolColumn: 18
+    readonly property int symbolWidth: 20
+    readonly property int wordsColumn: 48
+
+    component EntryTitle: Item {
         id: titleLine
 
-        property string emoji
+        property string symbol
         property string words
         property string keys
         property color color
+        property font font: Theme.bodyFont
 
-        spacing: Theme.smallGap
+        implicitHeight: line.implicitHeight
 
-        // A symbol that the font for text has too, in one colour.
+        // A picture in its colours, which the font for text may have too, in one.
         Text {
             visible: text !== ""
-            text: titleLine.emoji
+            width: root.symbolWidth
+            horizontalAlignment: Text.AlignHCenter
+            anchors.verticalCenter: parent.verticalCenter
+            text: titleLine.symbol
             textFormat: Text.PlainText
+            color: titleLine.color
             font: Theme.emojiFont
         }
-        LineLabel {
-            Layout.fillWidth: true
-            line: titleLine.words
-            color: titleLine.color
-            elide: Text.ElideMiddle
-            Accessible.ignored: true
-        }
-        Label {
-            visible: text !== ""
-            text: titleLine.keys
-            color: Theme.tertiaryText
-            font: Theme.captionFont
-            Accessible.ignored: true
+        RowLayout {
+            id: line
+
+            x: root.wordsColumn - root.symbolColumn
+            width: parent.width - x
+            height: parent.height
+            spacing: Theme.gap
+
+            LineLabel {
+                Layout.fillWidth: true
+                line: titleLine.words
+                color: titleLine.color
+                font: titleLine.font
+                elide: Text.ElideMiddle
+                Accessible.ignored: true
+            }
+            Label {
+                visible: text !== ""
+                text: titleLine.keys
+                color: Theme.tertiaryText
+                font: Theme.captionFont
+                Accessible.ignored: true
+            }
         }
     }
 
@@ -69,7 +89,7 @@ Rectangle {
 
                     required property int index
                     required property string title
-                    required property string emoji
+                    required property string symbol
                     required property string words
                     required property string caption
                     required property string shortcut
@@ -77,11 +97,13 @@ Rectangle {
                     required property bool isSeparator
                     required property bool isRemark
                     required property bool isHeader
+                    required property bool isState
+                    required property bool isProminent
                     required property bool isActionable
 
                     Layout.fillWidth: true
                     implicitHeight: isSeparator ? 13 : isHeader ? 44 : titleHeight + (remark.visible ? remark.implicitHeight + 2 : 0)
-                    readonly property int titleHeight: isRemark ? 10 : 32
+                    readonly property int titleHeight: isRemark ? 10 : Math.round((isProminent ? 40 : 32) * Theme.textScale)
 
                     focus: index === root.model.currentRow
                     onActiveFocusChanged: {
@@ -101,7 +123,7 @@ Rectangle {
                     }
                     BrandHorizontalLockupView {
                         visible: entry.isHeader
-                        x: 20
+                        x: root.symbolColumn + (root.symbolWidth - height) / 2
                         height: 24
                         anchors.verticalCenter: parent.verticalCenter
                     }
@@ -110,6 +132,8 @@ Rectangle {
                         visible: entry.isActionable
                         focus: true
                         text: Theme.oneLine(entry.title)
+                        prominent: entry.isProminent
+                        leftPadding: root.symbolColumn
                         bottomPadding: entry.height - entry.titleHeight
                         Accessible.description: entry.shortcut + (entry.shortcut !== "" && entry.caption !== "" ? ". " : "") + entry.caption
                         Keys.onReturnPressed: event => event.isAutoRepeat || root.model.trigger(entry.index)
@@ -117,22 +141,24 @@ Rectangle {
                         onClicked: root.model.trigger(entry.index)
 
                         contentItem: EntryTitle {
-                            emoji: entry.emoji
+                            symbol: entry.symbol
                             words: entry.words
                             keys: entry.shortcut
                             color: Theme.text
+                            font: entry.isProminent ? Theme.headlineFont : Theme.bodyFont
                         }
                     }
                     EntryTitle {
                         visible: !entry.isActionable && !entry.isSeparator && !entry.isHeader && !entry.isRemark
                         anchors.left: parent.left
                         anchors.right: parent.right
-                        anchors.leftMargin: 20
+                        anchors.leftMargin: root.symbolColumn
                         anchors.rightMargin: 20
                         height: entry.titleHeight
-                        emoji: entry.emoji
+                        symbol: entry.symbol
                         words: entry.words
-                        color: Theme.secondaryText
+                        color: entry.isState ? Theme.text : Theme.secondaryText
+                        font: entry.isState ? Theme.headlineFont : Theme.bodyFont
                         Accessible.role: Accessible.StaticText
                         Accessible.name: Theme.oneLine(entry.title)
                         Accessible.description: entry.caption
@@ -141,9 +167,9 @@ Rectangle {
                         id: remark
 
                         visible: entry.caption !== ""
-                        x: 20
+                        x: root.wordsColumn
                         y: entry.titleHeight - 6
-                        width: parent.width - 2 * x
+                        width: parent.width - x - 20
                         text: entry.caption
                         Accessible.ignored: !entry.isRemark
                     }

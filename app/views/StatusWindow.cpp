@@ -1,18 +1,21 @@
 #include "app/views/StatusWindow.h"
 
 #include "app/menu/MenuRenderer.h"
-#include "app/menu/TrayStatusItem.h"
 #include "app/views/FittedView.h"
 #include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
+#include "base/SelfReference.h"
 #include "brand/ShownText.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QCoreApplication>
+#include <QGuiApplication>
+#include <QQuickWindow>
 #include <QTimer>
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <utility>
 #include <xcb/xcb.h>
 
@@ -21,6 +24,8 @@ namespace velmora {
 namespace {
 
 constexpr std::uint8_t sentByClient = 0x80;
+
+constexpr const char* showsWithoutActivating = "_q_showWithoutActivating";  // what Qt's own Qt::WA_ShowWithoutActivating sets
 
 /// Notices whether somebody did something in it.
 class StatusView final : public FittedView {
@@ -38,56 +43,101 @@ protected:
 };
 
 /// When the desktop starts its panel after us, the window has nothing more to show: it closes, unless it is in use.
-class StatusWindow final : public ApplicationWindow, public QAbstractNativeEventFilter {
+class QuickStatusWindow final : public StatusWindow, public QuickViewOwner, public QAbstractNativeEventFilter {
 public:
-    StatusWindow(MenuBarController& menuBar, const CaptureCoordinator& coordinator, std::shared_ptr<platform::WindowActivation> activation)
+    QuickStatusWindow(MenuBarController& menuBar, const CaptureCoordinator& coordinator,
+        std::shared_ptr<platform::WindowActivation> activation, TrayHost& trayHost)
         : model_(menuBar, coordinator)
         , activation_(std::move(activation))
-        , view_(quickEngine())
+        , trayHost_(trayHost)
     {
-        view_.setFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint
-            | Qt::WindowCloseButtonHint);
-        view_.setTitle(QStringLiteral("Velmora"));
-        view_.setColor(QColor{0x0F, 0x17, 0x2A});
-        view_.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
-        view_.setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/StatusView.qml")});
-        view_.takeSizeOfContents();
+        makeView();
         QCoreApplication::instance()->installNativeEventFilter(this);
+        // A panel that hung, and has come to itself.
+        trayHost.whenAnswered([weak = self_.weak()] {
+            if (const auto self = weak.lock())
+                self->closeForTheTray();
+        });
     }
 
     void makeKeyAndOrderFront() override
     {
-        // What is asked for again is wanted.
-        view_.isUsed = std::exchange(wasShown_, true);
-        model_.update();
-        if (!view_.isVisible())
-            fitAndCentre(view_, *activation_);
-        view_.show();
-        view_.raise();
-        activation_->activate(view_.winId());
+        show();
+        view_->raise();
+        activation_->activate(view_->winId());
     }
+
+    void appear() override
+    {
+        if (!isAnyWindowShown())
+            return makeKeyAndOrderFront();
+        if (!view_)
+            makeView();
+        // A window manager neither activates nor raises it: EWMH, "_NET_WM_USER_TIME".
+        view_->setProperty(showsWithoutActivating, true);
+        show();
+        view_->setProperty(showsWithoutActivating, QVariant{});
+    }
+
+    void releaseView() override { view_.reset(); }
 
     /// A tray that starts says so to the root window: System Tray Protocol 0.3, ICCCM 2.8.
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) override
     {
-        if (eventType != "xcb_generic_event_t")
+        if (!view_ || eventType != "xcb_generic_event_t")
             return false;
         const auto* event = static_cast<xcb_generic_event_t*>(message);
         if ((event->response_type & ~sentByClient) == XCB_CLIENT_MESSAGE) {
             // Qt hears it after us.
-            QTimer::singleShot(0, &view_, [this] {
-                if (view_.isVisible() && !view_.isUsed && hasTray())
-                    view_.close();
-            });
+            QTimer::singleShot(0, &model_, [this] { closeForTheTray(); });
         }
         return false;
     }
 
 private:
+    static bool isAnyWindowShown()
+    {
+        const auto windows = QGuiApplication::topLevelWindows();
+        return std::ranges::any_of(
+            windows, [](const QWindow* window) { return window->isVisible() && qobject_cast<const QQuickWindow*>(window); });
+    }
+
+    void show()
+    {
+        if (!view_)
+            makeView();
+        // What is asked for again is wanted.
+        view_->isUsed = std::exchange(wasShown_, true);
+        model_.update();
+        if (!view_->isVisible())
+            fitAndCentre(*view_, *activation_);
+        view_->show();
+    }
+
+    void closeForTheTray()
+    {
+        if (view_ && view_->isVisible() && !view_->isUsed && trayHost_.isThere())
+            view_->close();
+    }
+
+    void makeView()
+    {
+        view_ = std::make_unique<StatusView>(quickEngine());
+        view_->setFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint
+            | Qt::WindowCloseButtonHint);
+        view_->setTitle(QStringLiteral("Velmora"));
+        view_->setColor(windowColor());
+        view_->setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
+        view_->setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/StatusView.qml")});
+        view_->takeSizeOfContents();
+    }
+
     StatusModel model_;
     const std::shared_ptr<platform::WindowActivation> activation_;
-    StatusView view_;
+    const TrayHost& trayHost_;
+    std::unique_ptr<StatusView> view_;  // none after it was released
     bool wasShown_ = false;
+    const SelfReference<QuickStatusWindow> self_{*this};
 };
 
 }  // namespace
@@ -198,14 +248,13 @@ QVariant StatusModel::data(const QModelIndex& index, int role) const
     switch (role) {
     case Title:
         return QString::fromStdString(item.title);
-    case Emoji:
-        return leadingEmoji(QString::fromStdString(item.title));
+    case Symbol:
+        return leadingSymbol(QString::fromStdString(item.title));
     case Words: {
         if (isRemark)
             return QString{};
         const auto title = QString::fromStdString(item.title);
-        const auto emoji = leadingEmoji(title);
-        return emoji.isEmpty() ? title : title.mid(emoji.size()).trimmed();
+        return title.mid(leadingSymbol(title).size()).trimmed();
     }
     case Caption:
         return shownCaption(isRemark ? item.title : item.caption);
@@ -219,6 +268,10 @@ QVariant StatusModel::data(const QModelIndex& index, int role) const
         return isRemark;
     case IsHeader:
         return item.kind == MenuItem::Kind::header;
+    case IsState:
+        return index.row() == 1;  // beneath the header
+    case IsProminent:
+        return item.action == MenuAction::toggleRecording;
     case IsActionable:
         return isActionable(index.row());
     default:
@@ -228,15 +281,15 @@ QVariant StatusModel::data(const QModelIndex& index, int role) const
 
 QHash<int, QByteArray> StatusModel::roleNames() const
 {
-    return {{Title, "title"}, {Emoji, "emoji"}, {Words, "words"}, {Caption, "caption"}, {Shortcut, "shortcut"},
-        {KeySequence, "keySequence"}, {IsSeparator, "isSeparator"}, {IsRemark, "isRemark"}, {IsHeader, "isHeader"},
-        {IsActionable, "isActionable"}};
+    return {{Title, "title"}, {Symbol, "symbol"}, {Words, "words"}, {Caption, "caption"}, {Shortcut, "shortcut"},
+        {KeySequence, "keySequence"}, {IsSeparator, "isSeparator"}, {IsRemark, "isRemark"}, {IsHeader, "isHeader"}, {IsState, "isState"},
+        {IsProminent, "isProminent"}, {IsActionable, "isActionable"}};
 }
 
-std::shared_ptr<ApplicationWindow> makeStatusWindow(
-    MenuBarController& menuBar, const CaptureCoordinator& coordinator, std::shared_ptr<platform::WindowActivation> activation)
+std::shared_ptr<StatusWindow> makeStatusWindow(MenuBarController& menuBar, const CaptureCoordinator& coordinator,
+    std::shared_ptr<platform::WindowActivation> activation, TrayHost& trayHost)
 {
-    return std::make_shared<StatusWindow>(menuBar, coordinator, std::move(activation));
+    return std::make_shared<QuickStatusWindow>(menuBar, coordinator, std::move(activation), trayHost);
 }
 
 }  // namespace velmora

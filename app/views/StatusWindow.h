@@ -3,6 +3,7 @@
 
 #include "app/ApplicationWindows.h"
 #include "app/menu/MenuBarController.h"
+#include "app/menu/TrayHost.h"
 #include "platform/WindowActivation.h"
 
 #include <QAbstractListModel>
@@ -22,8 +23,22 @@ class StatusModel final : public QAbstractListModel {
     Q_PROPERTY(int currentRow READ currentRow WRITE setCurrentRow NOTIFY currentRowChanged)
 
 public:
-    /// A title's words are what follows the symbol that it begins with, where that wants to be a coloured picture; a remark is all caption.
-    enum Role { Title = Qt::UserRole, Emoji, Words, Caption, Shortcut, KeySequence, IsSeparator, IsRemark, IsHeader, IsActionable };
+    /// A title's words are what follows the symbol that it begins with; a remark is all caption. The row of the state, and the one command
+    /// that the window is about, are more than the others.
+    enum Role {
+        Title = Qt::UserRole,
+        Symbol,
+        Words,
+        Caption,
+        Shortcut,
+        KeySequence,
+        IsSeparator,
+        IsRemark,
+        IsHeader,
+        IsState,
+        IsProminent,
+        IsActionable
+    };
 
     /// `menuBar` outlives this.
     StatusModel(MenuBarController& menuBar, const CaptureCoordinator& coordinator);
@@ -53,8 +68,15 @@ private:
     int currentRow_ = 0;
 };
 
-/// Closes by itself when a tray has come, unless it has been used or shown again.
-std::shared_ptr<ApplicationWindow> makeStatusWindow(
-    MenuBarController& menuBar, const CaptureCoordinator& coordinator, std::shared_ptr<platform::WindowActivation> activation);
+/// The small window of a desktop without a tray: the state, and the menu.
+class StatusWindow : public ApplicationWindow {
+public:
+    /// Shows it as the program starts: another window of ours that is there by then stays above it and keeps the keyboard.
+    virtual void appear() = 0;
+};
+
+/// `trayHost` outlives it. Closes by itself when a tray has come, unless it has been used or shown again.
+std::shared_ptr<StatusWindow> makeStatusWindow(MenuBarController& menuBar, const CaptureCoordinator& coordinator,
+    std::shared_ptr<platform::WindowActivation> activation, TrayHost& trayHost);
 
 }  // namespace velmora

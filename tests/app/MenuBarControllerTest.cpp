@@ -173,6 +173,15 @@ TEST_F(ShellTest, SettingsOpenOnceAndPreviewsEachTime)
     EXPECT_EQ(windows->windows[0]->shown, 2);
 }
 
+TEST_F(ShellTest, AClipThatIsToPlayOpensInAPreviewThatPlaysAtOnce)
+{
+    launchQuietly();
+    delegate->presentPlayingClip("/clips/a.mp4");
+    EXPECT_THAT(windows->descriptions,
+        ElementsAre(WindowDescription{WindowContent::clipPreview, 680, 600, true, true, "Preview & Trim — a.mp4", "/clips/a.mp4", true}));
+    EXPECT_EQ(windows->windows[0]->shown, 1);
+}
+
 TEST_F(ShellTest, ThePickerOpensFromTheMenuAndIsReused)
 {
     launchQuietly();
@@ -402,7 +411,7 @@ TEST_F(ShellRecordingTest, ARecordingsLengthAndSizeAreSaidOnceASecondAndNothingR
     clock->advance(1ms);
     EXPECT_EQ(statusItem->captionChanges, before + 1) << "an open menu follows";
     ASSERT_EQ(toolTips.size(), 2U);
-    EXPECT_THAT(toolTips[1], testing::EndsWith(", 1.5 MB so far"));
+    EXPECT_THAT(toolTips[1], testing::HasSubstr(", 1.5 MB so far\nQuitting"));
     EXPECT_EQ(clock->pendingCount(), idle + 1);
     EXPECT_THAT(statusItem->menuDelegate.menuNeedsUpdate().at(1).caption, testing::EndsWith(", 1.5 MB so far"));
 
@@ -471,6 +480,30 @@ TEST_F(ShellRecordingTest, AShortcutThatIsLostOrComesBackIsSaidAtOnce)
     EXPECT_EQ(statusItem->toolTip, firstLine);
 }
 
+TEST_F(ShellRecordingTest, OfAShortcutThatTheDesktopHasYetToDecideOnNothingIsSaidUntilItRefuses)
+{
+    hotKeyCenter->registerStatus = platform::HotKeyCenter::pending;
+    shortcutManager->registerAll();
+    EXPECT_FALSE(shortcutManager->isRegistered());
+    EXPECT_EQ(statusItem->toolTip, firstLine);
+    EXPECT_EQ(statusItem->menuDelegate.menuNeedsUpdate().at(1).caption, "");
+    hotKeyCenter->registerStatus = -9878;
+    hotKeyCenter->decided();
+    executor->runAll();
+    EXPECT_THAT(statusItem->toolTip, testing::HasSubstr("Bind a key of your own to 'velmora toggle'"));
+}
+
+TEST_F(ShellRecordingTest, TheNameOfTheFileBrowserIsInAnOpenMenuOnceItIsFound)
+{
+    const int before = statusItem->captionChanges;
+    workspace->findFileBrowser("Dolphin");
+    EXPECT_EQ(statusItem->captionChanges, before + 1);
+    const auto menu = statusItem->menuDelegate.menuNeedsUpdate();
+    EXPECT_TRUE(std::any_of(menu.begin(), menu.end(), [](const auto& item) {
+        return item.title == "📁 Open Clips Folder in Finder" && item.caption == "Opens it in Dolphin on this desktop.";
+    }));
+}
+
 TEST_F(ShellRecordingTest, WhatTheMenuSaysWouldEndARecordingUnsavedDoesSoAndNothingElse)
 {
     for (const auto action : {MenuAction::selectWindow, MenuAction::stopCapture, MenuAction::quit, MenuAction::openFolder,
@@ -483,7 +516,7 @@ TEST_F(ShellRecordingTest, WhatTheMenuSaysWouldEndARecordingUnsavedDoesSoAndNoth
         ASSERT_TRUE(coordinator->isRecording());
         bool isAnnounced = false;
         for (const auto& item : statusItem->menuDelegate.menuNeedsUpdate())
-            isAnnounced = isAnnounced || (item.action == action && !item.caption.empty());
+            isAnnounced = isAnnounced || (item.action == action && item.caption.find("without saving") != std::string::npos);
         choose(action);
         if (action == MenuAction::selectWindow)
             capture();  // the list of windows has opened, and one is chosen in it

@@ -1,5 +1,6 @@
 #include "app/menu/MenuDescription.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 
 namespace velmora {
@@ -87,7 +88,7 @@ std::map<MenuAction, std::string> captions(const std::vector<MenuItem>& items)
 {
     std::map<MenuAction, std::string> found;
     for (const auto& item : items) {
-        if (!item.caption.empty())
+        if (!item.caption.empty() && item.action != MenuAction::openFolder)
             found[item.action] = item.caption;
     }
     return found;
@@ -171,6 +172,18 @@ TEST(MenuDescription, WithoutClipsTheSubmenuSaysSo)
     ASSERT_THAT(titles(items[8].submenu), ElementsAre("No clips saved yet"));
     EXPECT_FALSE(items[8].submenu[0].isEnabled);
     EXPECT_EQ(items[8].submenu[0].action, MenuAction::none);
+}
+
+TEST(MenuDescription, TheClipsFoldersCaptionNamesTheFileBrowserThatIsInstalled)
+{
+    const CaptureState state{CaptureState::WaitingForWindowSelection{}};
+    const auto caption = [&](const std::string& name) {
+        const auto items = describeMenu({.state = state, .selectedWindow = std::nullopt, .recentClips = {}, .fileBrowser = name});
+        const auto row = std::find_if(items.begin(), items.end(), [](const auto& item) { return item.action == MenuAction::openFolder; });
+        return row->caption;
+    };
+    EXPECT_EQ(caption("Thunar"), "Opens it in Thunar on this desktop.");
+    EXPECT_EQ(caption(""), "Opens it in the file manager on this desktop.");
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "app/menu/StateRemarks.h"
 
+#include "tests/brand/OddTexts.h"
+
 #include <gmock/gmock.h>
 
 namespace velmora {
@@ -63,9 +65,9 @@ TEST(StateRemarks, AWindowThatWasLostIsSaidUntilThereIsAnother)
 
 TEST(StateRemarks, WithoutAShortcutTheDesktopsReasonOrAWayRoundIsSaid)
 {
-    EXPECT_EQ(remarks({.state = waiting, .shortcutReason = "Bind keys."}).shortcut, "") << "it is registered";
-    EXPECT_EQ(remarks({.state = waiting, .isShortcutRegistered = false, .shortcutReason = "Bind keys."}).shortcut, "Bind keys.");
-    const auto said = remarks({.state = waiting, .isShortcutRegistered = false});
+    EXPECT_EQ(remarks({.state = waiting, .shortcutReason = "Bind keys."}).shortcut, "") << "it is not refused";
+    EXPECT_EQ(remarks({.state = waiting, .isShortcutRefused = true, .shortcutReason = "Bind keys."}).shortcut, "Bind keys.");
+    const auto said = remarks({.state = waiting, .isShortcutRefused = true});
     EXPECT_THAT(said.shortcut, HasSubstr("velmora toggle"));
     EXPECT_THAT(toolTip(said), EndsWith('\n' + said.shortcut));
     EXPECT_EQ(stateCaption(said), said.shortcut);
@@ -76,6 +78,29 @@ TEST(StateRemarks, EachIsALineOfItsOwnAndTheNoticeStaysInItsOwnRow)
     const StateRemarks all{.progress = "0:01", .problem = "problem", .shortcut = "shortcut", .notice = "notice"};
     EXPECT_EQ(toolTip(all), given + "\nRecording: 0:01\nproblem\nnotice\nshortcut");
     EXPECT_EQ(stateCaption(all), "0:01\nproblem\nshortcut");
+}
+
+TEST(StateRemarks, WhatEndsARecordingUnsavedIsSaidToThoseWhoseMenuHasNoCaptions)
+{
+    const auto said = remarks({.state = recording, .progress = RecordingProgress{65s, 0}, .isRecording = true});
+    EXPECT_THAT(toolTip(said), EndsWith("\nQuitting, stopping or changing the window ends the recording without saving it."));
+    EXPECT_EQ(stateCaption(said), "1:05") << "there each row says it";
+    EXPECT_EQ(toolTip(remarks({.state = capturing})), given);
+}
+
+TEST(StateRemarks, OfEveryKindOfReasonTheTooltipIsPlainTextOfABoundedLengthAndItsFirstLineIsOurs)
+{
+    for (const auto& [kind, text] : test::oddBytes()) {
+        SCOPED_TRACE(kind);
+        const CaptureState unavailable{CaptureState::CaptureUnavailable{text}};
+        const auto said = QString::fromStdString(
+            toolTip(remarks({.state = unavailable, .isShortcutRefused = true, .shortcutReason = text, .notice = text})));
+        // Hosts that take some tooltips for markup decide that by the first line.
+        EXPECT_EQ(said.section(QLatin1Char('\n'), 0, 0).toStdString(), given);
+        EXPECT_LT(said.size(), 20'000);
+        for (const auto& line : said.split(QLatin1Char('\n')))
+            EXPECT_TRUE(test::isOrderlyLine(line));
+    }
 }
 
 }  // namespace

@@ -17,7 +17,8 @@ struct UntoldAppearance final : platform::TrayAppearance {
 TEST(TrayStatusItem, AssistiveTechnologyReadsTheImagesDescriptionOfItsMenu)
 {
     auto& application = static_cast<QApplication&>(test::application());
-    const auto item = makeTrayStatusItem(std::make_shared<UntoldAppearance>(), [] {});
+    TrayHost host;
+    const auto item = makeTrayStatusItem(std::make_shared<UntoldAppearance>(), host, [] {});
     item->setMenuDelegate({.menuNeedsUpdate = [] { return std::vector<MenuItem>{MenuItem{}}; }, .menuItemTriggered = {}});
     auto image = BrandAssets::menuBarImage(CaptureState{CaptureState::WaitingForWindowSelection{}});
     for (const auto* description : {"Velmora", "Another"}) {
@@ -35,7 +36,8 @@ TEST(TrayStatusItem, SaysThatItsMenuIsOpenOnceItIsOnTheScreen)
 {
     auto& application = static_cast<QApplication&>(test::application());
     int openings = 0;
-    const auto item = makeTrayStatusItem(std::make_shared<UntoldAppearance>(), [&] {
+    TrayHost host;
+    const auto item = makeTrayStatusItem(std::make_shared<UntoldAppearance>(), host, [&] {
         EXPECT_TRUE(application.activePopupWidget());
         ++openings;
     });

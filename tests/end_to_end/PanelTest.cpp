@@ -7,15 +7,22 @@
 #include "tests/support/recording/Subjects.h"
 
 #include <algorithm>
+#include <csignal>
 #include <gmock/gmock.h>
 #include <iterator>
 #include <regex>
+#include <sstream>
 
 namespace velmora::test {
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
 
 const QColor coral{255, 59, 48};
 /// The left end of the panel, after the handle of its tray.
@@ -94,8 +101,9 @@ std::string itemProperty(const std::string& name)
     return std::regex_search(told.output, found, value) ? found[1].str() : told.output + told.messages;
 }
 
-/// What the program's menu shows in its host, in the order of its rows.
-std::vector<std::string> labelsForTheHost()
+/// The program's menu as its host is told it when it is about to show it: a number that is another after each change, then the rows and
+/// their numbers.
+std::string layoutForTheHost()
 {
     const auto owner = itemOwner();
     if (owner.empty())
@@ -103,11 +111,30 @@ std::vector<std::string> labelsForTheHost()
     runProgram({"dbus-send", "--session", "--print-reply", "--dest=" + owner, "/MenuBar", "com.canonical.dbusmenu.AboutToShow", "int32:0"});
     const auto layout = runProgram({"dbus-send", "--session", "--print-reply", "--dest=" + owner, "/MenuBar",
         "com.canonical.dbusmenu.GetLayout", "int32:0", "int32:-1", "array:string:label"});
+    // The first line is about the message.
+    return layout.output.substr(std::min(layout.output.find('\n'), layout.output.size()));
+}
+
+/// What the program's menu shows in its host, in the order of its rows.
+std::vector<std::string> labelsForTheHost()
+{
+    const auto layout = layoutForTheHost();
     static const std::regex label{R"re(string "label"\s+variant\s+string "(.*)")re"};
     std::vector<std::string> labels;
-    for (std::sregex_iterator found{layout.output.begin(), layout.output.end(), label}; found != std::sregex_iterator{}; ++found)
+    for (std::sregex_iterator found{layout.begin(), layout.end(), label}; found != std::sregex_iterator{}; ++found)
         labels.push_back(shownLabel((*found)[1]));
     return labels;
+}
+
+/// The process that knows items and draws them.
+pid_t hostProcess()
+{
+    const auto told = runProgram({"dbus-send", "--session", "--print-reply=literal", "--dest=org.freedesktop.DBus", "/",
+        "org.freedesktop.DBus.GetConnectionUnixProcessID", "string:org.kde.StatusNotifierWatcher"});
+    std::string type;
+    pid_t pid = 0;
+    std::istringstream{told.output} >> type >> pid;
+    return pid;
 }
 
 class PanelTest : public testing::Test {
@@ -147,7 +174,9 @@ TEST_F(PanelTest, ALeftClickOpensOurMenu)
     click(*item, 1);
     EXPECT_THAT(commands(menu.controls()),
         ElementsAre("👉 Click \"Choose Video Window...\" below to start", "⏺️ Start Recording Live Clip Alt+Super+C",
-            "🎯 Choose Video Window to Clip... Super+W", "🎞️ Recent Clips", "📁 Open Clips Folder in Finder Super+O",
+            "🎯 Choose Video Window to Clip... Super+W", "🎞️ Recent Clips",
+            // Its caption names the file manager, whichever is installed.
+            AllOf(StartsWith("📁 Open Clips Folder in Finder Opens it in "), EndsWith(" on this desktop. Super+O")),
             "📖 How to Use & Walkthrough...", "⚙️ Settings... Super+,", "✕ Quit Velmora Super+Q"));
     pressKeys({"super+comma"});
     EXPECT_TRUE(isShown("^Velmora Settings$"));
@@ -168,6 +197,18 @@ TEST_F(PanelTest, ARightClickOpensThePanelsOwnMenuWithTheSameRows)
     ASSERT_TRUE(waitUntil([&] { return screenPicture({200, 60, 10, 10}) != ground; }));
     pressKeys({"Up", "Up", "Return"});
     EXPECT_TRUE(isShown("^Velmora Settings$"));
+}
+
+TEST_F(PanelTest, AMenuThatIsOpenedAgainIsTheSameToItsHostBecauseOtherRowsWouldTakeTheChoiceFromUnderThePointer)
+{
+    const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
+    TrayProgram program;
+    ASSERT_TRUE(findItem());
+    const auto menu = layoutForTheHost();
+    ASSERT_THAT(menu, HasSubstr("No Video Window Selected"));
+    EXPECT_TRUE(layoutForTheHost() == menu);
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    EXPECT_THAT(layoutForTheHost(), Not(HasSubstr("No Video Window Selected")));
 }
 
 TEST_F(PanelTest, RecentClipsListsTheFiveNewestOfSevenUnderTheirOwnNames)
@@ -200,6 +241,21 @@ TEST_F(PanelTest, RecentClipsListsTheFiveNewestOfSevenUnderTheirOwnNames)
         ElementsAre("8.mp4 (0:02)", "%n &amp; <b>7.mp4 (0:02)", "6 && _.mp4 (0:02)", "_5_.mp4 (0:02)", "3 & 4.mp4 (0:02)"));
     pressKeys({"Down", "Down", "Return"});
     EXPECT_TRUE(isShown("Preview & Trim — 6 && _.mp4"));
+}
+
+TEST_F(PanelTest, APanelThatHangsHoldsNothingUpAndHasTheItemWhenItGoesOn)
+{
+    const auto host = hostProcess();
+    ASSERT_GT(host, 0);
+    ASSERT_EQ(::kill(host, SIGSTOP), 0);
+    TrayProgram program;
+    EXPECT_EQ(program.run({"status"}).status, 0);
+    EXPECT_TRUE(isShown("^Velmora$")) << "the small window";
+    ASSERT_EQ(::kill(host, SIGCONT), 0);
+    // Who waited for the panel until that was given up is not there as one whose menu the panel draws.
+    EXPECT_TRUE(waitUntil([] { return !labelsForTheHost().empty(); }));
+    EXPECT_TRUE(isHidden("^Velmora$"));
+    EXPECT_TRUE(findItem());
 }
 
 TEST_F(PanelTest, TheItemIsBackWhenThePanelIs)

@@ -6,6 +6,8 @@
 #include "tests/support/CoordinatorFixture.h"
 #include "tests/support/Windows.h"
 
+#include <QSet>
+
 #include <gmock/gmock.h>
 
 #include <fstream>
@@ -30,6 +32,7 @@ struct LoggedPresenter final : WindowPresenting {
     void presentOnboarding() override { log.emplace_back("walkthrough"); }
     void presentWindowPicker() override { log.emplace_back("picker"); }
     void presentClipPreview(const std::filesystem::path& clip) override { log.push_back("preview " + clip.filename().string()); }
+    void presentPlayingClip(const std::filesystem::path&) override { ADD_FAILURE() << "nobody asked for that here"; }
     void presentSettings() override { log.emplace_back("settings"); }
 
     std::vector<std::string> log;
@@ -260,6 +263,71 @@ TEST_F(StatusViewTest, TheWarningSignIsAColouredPictureAsTheOtherSymbolsAre)
     EXPECT_GT(amber, 20);
 }
 
+TEST_F(StatusViewTest, TheStateComesFirstThenTheRecordRowAndBothAreLargerThanTheRest)
+{
+    show();
+    capture();
+    static_cast<void>(window->grab());
+    const auto heightOf = [&](const char* words) {
+        const QQuickItem* found = nullptr;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText") && item.property("text").toString() == QString::fromUtf8(words))
+                found = &item;
+        });
+        EXPECT_TRUE(found) << words;
+        return found ? found->property("font").value<QFont>().pixelSize() : 0;
+    };
+    EXPECT_EQ(heightOf("Ready — Press ⌥⌘C to Start Recording"), 15);
+    EXPECT_EQ(heightOf("Start Recording Live Clip"), 15);
+    EXPECT_EQ(heightOf("Change Video Window..."), 13);
+    int prominent = 0;
+    window->forEachVisible([&](QQuickItem& item) {
+        if (!item.inherits("QQuickMenuItem"))
+            return;
+        const auto row = window->grab(item);
+        const auto ground = row.pixelColor(row.width() / 2, 6);
+        const bool isTinted = ground.red() > ground.blue();
+        prominent += isTinted ? 1 : 0;
+        EXPECT_EQ(isTinted, item.property("text").toString().contains(QStringLiteral("Start Recording")));
+    });
+    EXPECT_EQ(prominent, 1);
+}
+
+TEST_F(StatusViewTest, SymbolsStandInOneColumnAndAllWordsBeginInAnother)
+{
+    addClip("סרט.mp4");
+    show();
+    capture();
+    static_cast<void>(window->grab());
+    QSet<int> words;
+    window->forEachVisible([&](QQuickItem& item) {
+        const auto text = item.property("text").toString();
+        if (!item.inherits("QQuickText") || text.isEmpty())
+            return;
+        const double left = item.mapToScene({0, 0}).x();
+        if (left > 250 || text == QStringLiteral("MORA"))
+            return;  // keys, and the end of the name
+        const auto shown = window->grab(item);
+        int first = 0;
+        const auto isPainted = [&] {
+            for (int y = 0; y < shown.height(); ++y) {
+                if (shown.pixelColor(first, y).lightness() > 110)
+                    return true;
+            }
+            return false;
+        };
+        while (first < shown.width() - 1 && !isPainted())
+            ++first;
+        if (left < 60) {
+            EXPECT_NEAR(left + item.width() / 2, 16 + 28, 1) << text.toStdString();
+        } else {
+            EXPECT_NEAR(left + first, 16 + 48, 3) << text.toStdString();
+        }
+        words.insert(left < 60 ? 0 : 1);
+    });
+    EXPECT_EQ(words.size(), 2);
+}
+
 TEST_F(StatusViewTest, WhatIsSaidOfTheStateStandsBeneathItsRowAndNothingMovesWhenItChanges)
 {
     show();
@@ -320,9 +388,9 @@ TEST_F(StatusViewTest, ALongRemarkIsWrappedInsideTheWindow)
     EXPECT_TRUE(named(QAccessible::StaticText).contains(QString::fromStdString(reason)));
     window->expectNothingIsCutOff({16, 0, 368, 2000});
     window->expectNoTextsOverlap();
-    for (const auto& [kind, text] : test::oddTexts()) {
+    for (const auto& [kind, text] : test::oddBytes()) {
         SCOPED_TRACE(kind);
-        menuBar.setRemarks({.problem = text.toStdString()});
+        menuBar.setRemarks({.problem = text, .notice = text});
         EXPECT_FALSE(window->grab().isNull());
         window->expectNoTextsOverlap();
     }
@@ -335,10 +403,10 @@ TEST_F(StatusViewTest, EveryKindOfTitleTakesItsOneRow)
     capture();
     static_cast<void>(window->grab());
     const double ordinary = height();
-    for (const auto& [kind, text] : test::oddTexts()) {
+    for (const auto& [kind, text] : test::oddBytes()) {
         SCOPED_TRACE(kind);
         content->content.windows.clear();
-        capture(text.toStdString());
+        capture(text);
         EXPECT_FALSE(window->grab().isNull());
         EXPECT_EQ(height(), ordinary);
         window->expectNoTextsOverlap();
@@ -363,6 +431,14 @@ TEST_F(StatusViewTest, ALongClipsNameKeepsItsDuration)
         EXPECT_EQ(item.property("elide").toInt(), Qt::ElideMiddle);
     });
     EXPECT_TRUE(isSeen);
+}
+
+TEST_F(StatusViewTest, ItIsAsMuchWiderAsTheTextIsLarger)
+{
+    window.emplace(test::appView("StatusView"), model, QSize{400, 620});
+    EXPECT_EQ(window->root()->implicitWidth(), 400);
+    setTextScale(window->engine(), 1.5);
+    EXPECT_EQ(window->root()->implicitWidth(), 600);
 }
 
 TEST_F(StatusViewTest, WhereItDoesNotFitItScrollsToTheRowThatHasTheKeyboard)
