@@ -8,6 +8,7 @@
 #include "platform/linux/portal/Errors.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <map>
@@ -54,6 +55,7 @@ public:
     Result<Attachment> attach(const platform::StreamConfiguration& configuration, engine::PictureScalerFactory makeScaler,
         engine::VideoSource::Callbacks callbacks);
     Result<void> updateSize(Attachment attachment, std::int32_t width, std::int32_t height);
+    void wantPicture(Attachment attachment);
     void detach(Attachment attachment);
     void end(const Error& error);
 
@@ -77,6 +79,7 @@ private:
     template <typename Use>
     Result<void> useNewest(Use use);
     void work();
+    void deliverWanted();
     void armTimer();
     void stop(PortalErrorCode code, const std::string& description) { stop(failPortal(code, description).value()); }
     void stop(const Error& error);
@@ -107,12 +110,14 @@ private:
 
     std::unique_ptr<CastPictures> pictures_;
     Attachment attachment_ = 0;
+    std::atomic<Attachment> wantedFor_ = 0;  // any thread
 
     // In this order: what is declared last is destroyed first.
     ThreadLoopHandle loop_;
     ContextHandle context_;
     LoopSource timer_;
     LoopSource watchdog_;
+    LoopSource wish_;
     CoreHandle core_;
     ListenerHook coreListener_;
     ProxyHandle registry_;
@@ -178,9 +183,18 @@ const pw_stream_events CastStream::Session::streamEvents = [] {
 
 CastStream::Session::~Session()
 {
-    if (loop_)
-        pw_thread_loop_stop(loop_.get());
-    disconnectStream();
+    if (!loop_)
+        return;
+    {
+        // Before its thread ends: pw_loop_invoke(), by which PipeWire's data thread says that there is a picture, runs that at once, in the
+        // data thread, where no thread is in the loop.
+        ThreadLoopLock lock{loop_.get()};
+        timer_.reset();
+        watchdog_.reset();
+        wish_.reset();
+        disconnectStream();
+    }
+    pw_thread_loop_stop(loop_.get());
 }
 
 Result<void> CastStream::Session::start(FileDescriptor remote)
@@ -198,7 +212,10 @@ Result<void> CastStream::Session::start(FileDescriptor remote)
     watchdog_ = LoopSource{loop(),
         pw_loop_add_timer(
             loop(), [](void* self, std::uint64_t) { static_cast<Session*>(self)->reconnect(); }, this)};
-    if (!timer_.get() || !watchdog_.get())
+    wish_ = LoopSource{loop(),
+        pw_loop_add_event(
+            loop(), [](void* self, std::uint64_t) { static_cast<Session*>(self)->deliverWanted(); }, this)};
+    if (!timer_.get() || !watchdog_.get() || !wish_.get())
         return fail(posixError(errno, "PipeWire gave no timer"));
     // Closes the descriptor, even when it fails.
     core_.reset(pw_context_connect_fd(context_.get(), remote.release(), nullptr, 0));
@@ -395,6 +412,14 @@ void CastStream::Session::work()
     armTimer();
 }
 
+void CastStream::Session::deliverWanted()
+{
+    if (wantedFor_.exchange(0) != attachment_ || !pictures_)
+        return;
+    pictures_->wantPicture();
+    work();
+}
+
 void CastStream::Session::armTimer()
 {
     const auto deadline = pictures_->deadline();
@@ -442,6 +467,12 @@ Result<void> CastStream::Session::updateSize(Attachment attachment, std::int32_t
     return updated;
 }
 
+void CastStream::Session::wantPicture(Attachment attachment)
+{
+    wantedFor_ = attachment;
+    pw_loop_signal_event(loop(), wish_.get());
+}
+
 void CastStream::Session::detach(Attachment attachment)
 {
     ThreadLoopLock lock{loop_.get()};
@@ -476,6 +507,11 @@ Result<CastStream::Attachment> CastStream::attach(
 Result<void> CastStream::updateSize(Attachment attachment, std::int32_t width, std::int32_t height)
 {
     return session_->updateSize(attachment, width, height);
+}
+
+void CastStream::wantPicture(Attachment attachment)
+{
+    session_->wantPicture(attachment);
 }
 
 void CastStream::detach(Attachment attachment)

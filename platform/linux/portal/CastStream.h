@@ -46,6 +46,9 @@ public:
     /// the stream's.
     Result<void> updateSize(Attachment attachment, std::int32_t width, std::int32_t height);
 
+    /// PictureStream::wantPicture(), soon, for the attachment's pictures; nothing when there is another one by now. Returns at once. Any thread.
+    void wantPicture(Attachment attachment);
+
     /// Returns when none of the attachment's callbacks runs or will run. Any thread but the stream's.
     void detach(Attachment attachment);
 

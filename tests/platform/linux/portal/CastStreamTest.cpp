@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <set>
+#include <thread>
 
 namespace velmora::linux_backend {
 namespace {
@@ -450,6 +451,27 @@ TEST_F(CastStreamTest, AfterDetachingNothingComes)
     second.waitFor("frame 2", [&] { return !second.pictures().empty() && second.pictures().back().reading.number() == 2U; });
     stream.reset();
     EXPECT_EQ(recorder.pictures().size(), before);
+}
+
+TEST_F(CastStreamTest, WhenItEndsAmongPicturesNoneOfThemFindsItGone)
+{
+    // Large pictures take a while, so that one is under way at some of these ends.
+    constexpr std::int32_t width = 1920;
+    constexpr std::int32_t height = 1080;
+    std::size_t pictures = 0;
+    for (int ending = 0; ending < 12; ++ending) {
+        cast = std::make_unique<TestCast>(TestCast::Options{.width = width, .height = height});
+        open();
+        cast->show(1);
+        watcher.waitForSize();
+        attach(width, height);
+        for (std::uint32_t number = 2; number <= 6; ++number)
+            cast->show(number);
+        std::this_thread::sleep_for(std::chrono::milliseconds{ending % 8});
+        stream.reset();
+        EXPECT_GT(recorder.pictures().size(), pictures) << ending;
+        pictures = recorder.pictures().size();
+    }
 }
 
 TEST_F(CastStreamTest, WhoLetsGoLateDoesNotDetachItsSuccessor)
