@@ -49,9 +49,9 @@ public:
 /// Delivers the pictures and sound of one filter until it is stopped or stops with an error.
 ///
 /// Pictures come when something has changed, on average no closer than the configuration's minimum frame interval, all of the configuration's
-/// size or of that of the last update, and at least every 0.5 s (the last picture again, with a new time stamp). Sound comes in blocks of at least 1024 frames
-/// of interleaved 32-bit float, without a gap while the sound server lives. Time stamps of both count CLOCK_MONOTONIC.
-/// Once a stop has been asked for, nothing but its completion arrives. Outputs and delegate are held weakly.
+/// size or of that of the last update, and at least every 0.5 s (the last picture again, with a new time stamp). Sound comes in blocks of at
+/// least 1024 frames of interleaved 32-bit float, without a gap while the sound server lives. Time stamps of both are MonotonicClock's. Once
+/// a stop has been asked for, nothing but its completion arrives. Outputs and delegate are held weakly.
 class CaptureStream {
 public:
     using Completion = UniqueFunction<void(Result<void>)>;

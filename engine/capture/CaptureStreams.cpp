@@ -139,8 +139,9 @@ void reportStop(const std::shared_ptr<Delivery>& delivery, const Error& error)
 class CombinedStream final : public CaptureStream, public std::enable_shared_from_this<CombinedStream> {
 public:
     CombinedStream(std::unique_ptr<VideoSource> video, std::unique_ptr<AudioSource> audio, AudioTarget audioTarget,
-        const StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate)
-        : video_(std::move(video))
+        const StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate, KeyFrameRequests keyFrameRequests)
+        : keyFrameRequests_(std::move(keyFrameRequests))
+        , video_(std::move(video))
         , audio_(std::move(audio))
         , audioTarget_(std::move(audioTarget))
         , configuration_(configuration)
@@ -199,7 +200,9 @@ private:
                     tell(*delivery, [&](auto& delegate, const auto& stream) { delegate.streamContentDidSettle(stream, width, height); });
                 },
         });
-        if (!started && audio_)
+        if (started)
+            whoWaits_ = keyFrameRequests_.observe([video = video_.get()] { video->wantPicture(); });
+        else if (audio_)
             audio_->stop();
         return started;
     }
@@ -233,12 +236,15 @@ private:
 
     void stopSources()
     {
+        whoWaits_.end();
         video_->stop();
         if (audio_)
             audio_->stop();
     }
 
+    KeyFrameRequests keyFrameRequests_;
     const std::unique_ptr<VideoSource> video_;
+    KeyFrameRequests::Registration whoWaits_;
     std::unique_ptr<AudioSource> audio_;
     const AudioTarget audioTarget_;
     const StreamConfiguration configuration_;
@@ -273,8 +279,8 @@ public:
         auto audio = target ? parts_.makeAudioSource() : nullptr;
         if (target)
             target->excludesCurrentProcess = configuration.excludesCurrentProcessAudio;
-        return std::make_shared<CombinedStream>(
-            std::move(video), std::move(audio), std::move(target).value_or(AudioTarget{}), configuration, std::move(delegate));
+        return std::make_shared<CombinedStream>(std::move(video), std::move(audio), std::move(target).value_or(AudioTarget{}),
+            configuration, std::move(delegate), parts_.keyFrameRequests);
     }
 
 private:

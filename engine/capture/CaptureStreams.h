@@ -1,6 +1,7 @@
 // A capture stream put together from a source of pictures and a source of sound.
 #pragma once
 
+#include "engine/codecs/KeyFrameRequests.h"
 #include "engine/pictures/VideoSource.h"
 #include "engine/sound/AudioSource.h"
 #include "platform/CaptureStream.h"
@@ -21,6 +22,8 @@ struct CaptureStreamParts {
     std::function<std::optional<AudioTarget>(const platform::ContentFilter&)> audioTarget = {};
     /// Asked for the processes that own other applications' windows.
     std::shared_ptr<platform::ShareableContentProvider> shareableContent;
+    /// While a stream runs, whoever asks here is given a picture to make the key frame of.
+    KeyFrameRequests keyFrameRequests = {};
 };
 
 /// Streams that do without sound where it cannot be had: a start fails only if the source of pictures does.

@@ -7,6 +7,8 @@
 #include <immintrin.h>
 #define VELMORA_HAS_AVX2_PATH 1
 #define VELMORA_AVX2 __attribute__((target("avx2")))
+#else
+#define VELMORA_HAS_AVX2_PATH 0
 #endif
 
 namespace velmora::engine {

@@ -128,9 +128,16 @@ MonotonicTime PictureStream::due() const
     return std::max({pacer_.due(), retryDue_, paintDue_});
 }
 
+MonotonicTime PictureStream::repeatDue() const
+{
+    if (!last_)
+        return never;
+    return lastTime_ + (isPictureWanted_ ? std::min<std::chrono::nanoseconds>(samples_.interval(), repeatInterval) : repeatInterval);
+}
+
 MonotonicTime PictureStream::deadline() const
 {
-    const auto time = std::min(last_ ? lastTime_ + repeatInterval : never, settleDue_);
+    const auto time = std::min(repeatDue(), settleDue_);
     return isOutdated() ? std::min(time, due()) : time;
 }
 
@@ -147,8 +154,8 @@ Result<void> PictureStream::work(std::optional<MonotonicTime> contentTime)
 void PictureStream::repeat()
 {
     const auto now = now_();
-    if (last_ && now >= lastTime_ + repeatInterval)
-        deliver(*last_, now, {});
+    if (now >= repeatDue())
+        deliver(*last_, std::max(now, lastTime_ + std::chrono::nanoseconds{1}), {});
     if (now < settleDue_)
         return;
     settleDue_ = never;
@@ -216,6 +223,7 @@ Result<bool> PictureStream::fit(PooledPicture& picture)
 void PictureStream::deliver(PooledPicture& picture, MonotonicTime time, std::vector<PixelRect> dirty)
 {
     lastTime_ = time;
+    isPictureWanted_ = false;
     deliver_(samples_.make(pool_, picture, time, std::move(dirty)));
 }
 

@@ -95,6 +95,10 @@ public:
     /// From within fetch(): what is drawn over the content differs in this part from the last picture. In the picture's coordinates.
     void overlayChanged(PixelRect part) { changed_.add(part.intersected(whole_)); }
 
+    /// Somebody waits for a picture. If none is taken within an interval of the last one, that is repeated then: at once where the window stands
+    /// still. Before the first picture there is nothing to repeat, and nothing to wait for but that.
+    void wantPicture() { isPictureWanted_ = true; }
+
     /// Takes a picture if one is due, repeats the last if a repeat is. The picture's time is `contentTime` if it can be: if it is missing,
     /// stands still, lies ahead or half a second back, the time is the clock's. An error ends the stream.
     Result<void> work(std::optional<MonotonicTime> contentTime = std::nullopt);
@@ -114,6 +118,7 @@ public:
 private:
     [[nodiscard]] bool isOutdated() const { return !changed_.isEmpty() || overlayIsOutdated_; }
     [[nodiscard]] MonotonicTime due() const;
+    [[nodiscard]] MonotonicTime repeatDue() const;
     void awaitSettling() { settleDue_ = isScaled() ? now_() + settlingTime : never; }
     Result<void> take(std::optional<MonotonicTime> contentTime);
     Result<bool> fit(PooledPicture& picture);
@@ -135,6 +140,7 @@ private:
     std::int32_t contentHeight_ = 0;
     DamageRegion changed_;  // since the last delivered picture, in that picture's coordinates
     bool overlayIsOutdated_ = false;
+    bool isPictureWanted_ = false;  // sooner than the repeat
     UnpaintedArea unpainted_;
     MonotonicTime paintDue_;  // of the first picture
     MonotonicTime retryDue_;  // no picture was free, or none could be fetched

@@ -13,7 +13,7 @@ namespace velmora::engine {
 class VideoSource {
 public:
     struct Callbacks {
-        /// A picture with its CLOCK_MONOTONIC time stamp; the source's contract is that of platform::CaptureStream.
+        /// A picture with its time stamp of MonotonicClock; the source's contract is that of platform::CaptureStream.
         UniqueFunction<void(SampleBufferRef)> picture;
         /// The window is gone or the connection broke. At most once; no picture follows.
         UniqueFunction<void(const Error&)> stopped;
@@ -29,6 +29,10 @@ public:
     /// PictureStream::updateSize() on the source's thread; returns when that is done, or nothing will come of it because the source has ended.
     /// The size is possible. Between start() and stop(), never from a callback.
     virtual Result<void> updateSize(std::int32_t width, std::int32_t height) = 0;
+
+    /// PictureStream::wantPicture() on the source's thread, soon; returns at once. A source that cannot leaves it. Any thread, between start() and
+    /// stop().
+    virtual void wantPicture() { }
 
     /// Returns when no callback is running or will run. Idempotent. Never called from a callback.
     virtual void stop() = 0;

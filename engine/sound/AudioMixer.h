@@ -14,7 +14,7 @@
 namespace velmora::engine {
 
 /// Adds interleaved 32-bit float blocks at the places that their time stamps say, and gives out the sum as one track that counts
-/// CLOCK_MONOTONIC from its origin, digital silence where no source spoke. Used by one thread.
+/// counted by MonotonicClock from its origin, digital silence where no source spoke. Used by one thread.
 ///
 /// While sources speak, the track follows them: it is given out as far as all of them have come, yet never further ahead of the clock
 /// than `greatestLead`, because what a slow device plays in two seconds is known now and another source may still add to it. When

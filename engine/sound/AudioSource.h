@@ -33,7 +33,7 @@ struct AudioSourceFormat {
 };
 
 /// Delivers the sound of one application from a thread of its own, silence included, in blocks of at least 1024 frames of interleaved
-/// 32-bit float with CLOCK_MONOTONIC time stamps. Started once, stopped once.
+/// 32-bit float with time stamps of MonotonicClock. Started once, stopped once.
 class AudioSource {
 public:
     using BlockCallback = UniqueFunction<void(SampleBufferRef)>;

@@ -1,7 +1,6 @@
 #include "platform/linux/CodecModuleServices.h"
 
 #include "engine/files/AssetReader.h"
-#include "engine/files/AssetWriter.h"
 #include "platform/linux/ffmpeg/CodecLoader.h"
 
 #include <string>
@@ -13,29 +12,38 @@ namespace {
 
 class CompressionSessions final : public platform::CompressionSessionFactory {
 public:
+    explicit CompressionSessions(engine::KeyFrameRequests keyFrameRequests) : keyFrameRequests_(std::move(keyFrameRequests)) { }
+
     tl::expected<std::shared_ptr<platform::CompressionSession>, platform::CompressionStatus> makeSession(
         std::int32_t width, std::int32_t height, FourCharacterCode codec, platform::CompressionSession::OutputCallback output) override
     {
         const auto module = codecModule();
         if (!module)
             return tl::unexpected(moduleMissing);
-        return (*module)->compressionSessions()->makeSession(width, height, codec, std::move(output));
+        return sessions(**module)->makeSession(width, height, codec, std::move(output));
     }
 
     [[nodiscard]] platform::CompressionStatus checkSize(std::int32_t width, std::int32_t height) override
     {
         const auto module = codecModule();
-        return module ? (*module)->compressionSessions()->checkSize(width, height) : moduleMissing;
+        return module ? sessions(**module)->checkSize(width, height) : moduleMissing;
     }
 
     [[nodiscard]] std::string description(platform::CompressionStatus status) const override
     {
         const auto module = codecModule();
-        return module ? (*module)->compressionSessions()->description(status) : module.error().localizedDescription;
+        return module ? sessions(**module)->description(status) : module.error().localizedDescription;
     }
 
 private:
     static constexpr platform::CompressionStatus moduleMissing = -1;
+
+    [[nodiscard]] std::shared_ptr<platform::CompressionSessionFactory> sessions(CodecModule& module) const
+    {
+        return module.makeCompressionSessions(keyFrameRequests_);
+    }
+
+    const engine::KeyFrameRequests keyFrameRequests_;
 };
 
 Result<std::unique_ptr<engine::AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings)
@@ -56,14 +64,15 @@ Result<std::unique_ptr<engine::PictureDecoder>> makePictureDecoder(const VideoFo
 
 }  // namespace
 
-std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions()
+std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions(engine::KeyFrameRequests keyFrameRequests)
 {
-    return std::make_shared<CompressionSessions>();
+    return std::make_shared<CompressionSessions>(std::move(keyFrameRequests));
 }
 
-std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters(std::shared_ptr<const engine::Trash> trash)
+std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters(
+    engine::CancelledRecordings cancelled, engine::KeyFrameRequests keyFrameRequests)
 {
-    return std::make_shared<engine::AssetWriterFactory>(makeAudioEncoder, std::move(trash));
+    return std::make_shared<engine::AssetWriterFactory>(makeAudioEncoder, std::move(cancelled), std::move(keyFrameRequests));
 }
 
 std::shared_ptr<platform::AssetReader> makeAssetReader()

@@ -4,19 +4,42 @@
 
 #include "base/Result.h"
 #include "engine/codecs/AudioEncoder.h"
+#include "engine/codecs/KeyFrameRequests.h"
 #include "engine/codecs/PictureDecoder.h"
 #include "engine/codecs/PictureScaler.h"
 #include "platform/CompressionSession.h"
 
+#include <cstdint>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace velmora::linux_backend {
+
+/// What a video encoder did when it was tried out.
+struct EncoderTrialReport {
+    enum class Outcome { works, fails, missing, endedAProgram, ruledOut };  ///< as platform::DesktopFacts has them
+
+    std::string name;
+    Outcome outcome = Outcome::fails;
+    std::string reason = {};  ///< where it fails
+    bool isSoftware = false;
+};
 
 class CodecModule {
 public:
     virtual ~CodecModule() = default;
 
-    virtual std::shared_ptr<platform::CompressionSessionFactory> compressionSessions() = 0;
+    /// Sessions that make the key frames that are asked for.
+    virtual std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions(engine::KeyFrameRequests keyFrameRequests) = 0;
+
+    /// Tries out every video encoder for pictures of this size, the preferred one first. One that ended a program in its trial is not
+    /// tried again in this login session.
+    virtual std::vector<EncoderTrialReport> tryVideoEncoders(std::int32_t width, std::int32_t height) = 0;
+
+    /// The name and version of the library whose encoders these are.
+    [[nodiscard]] virtual std::string libraryVersion() const = 0;
+
     virtual Result<std::unique_ptr<engine::AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings) = 0;
     virtual std::unique_ptr<engine::PictureScaler> makePictureScaler() = 0;
 

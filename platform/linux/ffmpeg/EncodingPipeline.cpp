@@ -16,10 +16,11 @@ constexpr int failuresOfABrokenEncoder = 10;
 
 }  // namespace
 
-EncodingPipeline::EncodingPipeline(std::int32_t width, std::int32_t height, OpenEncoder open)
+EncodingPipeline::EncodingPipeline(std::int32_t width, std::int32_t height, OpenEncoder open, engine::KeyFrameRequests keyFrameRequests)
     : width_(width)
     , height_(height)
     , open_(std::move(open))
+    , keyFrameRequests_(std::move(keyFrameRequests))
 {
 }
 
@@ -48,6 +49,7 @@ void EncodingPipeline::encode(engine::PendingPicture picture, const VideoEncoder
 
     if (!picture.changed.isEmpty())
         stillKeyFrames_.pictureChanged();
+    asked_ = keyFrameRequests_.last();
     int status = prepare(settings);
     if (status == 0 && !repeatKeyFrame(picture, encoderTime))
         status = encodeAnew(std::move(picture), encoderTime);
@@ -85,7 +87,7 @@ bool EncodingPipeline::repeatKeyFrame(const engine::PendingPicture& picture, std
     auto keyFrame = stillKeyFrames_.repeat();
     if (!keyFrame)
         return false;
-    lastKeyFrameTime_ = picture.presentationTimeStamp;
+    keyFrameWasMade(picture.presentationTimeStamp);
     finish({encoderTime, true, std::move(*keyFrame)});
     return true;
 }
@@ -105,8 +107,15 @@ int EncodingPipeline::encodeAnew(engine::PendingPicture picture, std::int64_t en
     const bool asKeyFrame = needsKeyFrame(time);
     const int status = encoder_->encode(*frame, encoderTime, asKeyFrame, packets_);
     if (status == 0 && asKeyFrame)
-        lastKeyFrameTime_ = time;
+        keyFrameWasMade(time);
     return status;
+}
+
+void EncodingPipeline::keyFrameWasMade(MediaTime presentationTimeStamp)
+{
+    lastKeyFrameTime_ = presentationTimeStamp;
+    if (asked_)
+        keyFrameRequests_.fulfil(*asked_);
 }
 
 /// Has the encoder go on with a key frame. Where that would have the number of the one that was put out last, the encoder first makes one
@@ -150,7 +159,7 @@ std::int64_t EncodingPipeline::encoderTimeOf(MediaTime presentationTimeStamp)
 
 bool EncodingPipeline::needsKeyFrame(MediaTime presentationTimeStamp) const
 {
-    return !lastKeyFrameTime_.isValid() || presentationTimeStamp - lastKeyFrameTime_ >= longestWaitForKeyFrame;
+    return asked_ || !lastKeyFrameTime_.isValid() || presentationTimeStamp - lastKeyFrameTime_ >= longestWaitForKeyFrame;
 }
 
 void EncodingPipeline::finish(VideoEncoder::Packet packet)

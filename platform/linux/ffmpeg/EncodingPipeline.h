@@ -1,6 +1,7 @@
 // What happens to a picture on the encoding thread.
 #pragma once
 
+#include "engine/codecs/KeyFrameRequests.h"
 #include "engine/codecs/OutputOrder.h"
 #include "engine/codecs/PictureQueue.h"
 #include "engine/codecs/StillKeyFrames.h"
@@ -25,7 +26,8 @@ public:
         SampleBufferRef sample;
     };
 
-    EncodingPipeline(std::int32_t width, std::int32_t height, OpenEncoder open);
+    /// A picture is made a key frame when one is asked for by then.
+    EncodingPipeline(std::int32_t width, std::int32_t height, OpenEncoder open, engine::KeyFrameRequests keyFrameRequests = {});
 
     /// Opens the encoder unless it is open. 0 or an AVERROR.
     int prepare(const VideoEncoderSettings& settings);
@@ -44,12 +46,14 @@ private:
     bool repeatKeyFrame(const engine::PendingPicture& picture, std::int64_t encoderTime);
     int encodeAnew(engine::PendingPicture picture, std::int64_t encoderTime);
     int bringEncoderBack(std::int64_t encoderTime);
+    void keyFrameWasMade(MediaTime presentationTimeStamp);
     void giveEncoderUp(int status);
     void finish(VideoEncoder::Packet packet);
 
     const std::int32_t width_;
     const std::int32_t height_;
     OpenEncoder open_;
+    engine::KeyFrameRequests keyFrameRequests_;
     std::unique_ptr<VideoEncoder> encoder_;
     std::optional<PictureConverter> converter_;
     engine::StillKeyFrames stillKeyFrames_;
@@ -60,6 +64,7 @@ private:
     MediaTime lastKeyFrameTime_;
     std::int64_t lastEncoderTime_ = -1;
     int failuresInARow_ = 0;
+    std::optional<engine::KeyFrameRequests::Number> asked_;  // by the time that the picture is encoded
 };
 
 }  // namespace velmora::linux_backend

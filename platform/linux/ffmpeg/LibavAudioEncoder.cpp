@@ -1,5 +1,6 @@
 #include "platform/linux/ffmpeg/LibavAudioEncoder.h"
 
+#include "platform/linux/ffmpeg/LibavDifferences.h"
 #include "platform/linux/ffmpeg/LibavError.h"
 
 #include <algorithm>
@@ -18,6 +19,10 @@ float encodable(float value)
 {
     return std::isfinite(value) ? std::clamp(value, -greatestAmplitude, greatestAmplitude) : 0.0F;
 }
+
+/// What the encoder remembers of sound is its last three blocks, and how well it kept its bit rate, which is at the end of its scale
+/// after a few packets of next to nothing.
+constexpr std::int64_t blocksOfSound = 16;
 
 constexpr const char* notEncoded = "The sound could not be encoded";
 
@@ -42,8 +47,9 @@ Result<std::unique_ptr<engine::AudioEncoder>> LibavAudioEncoder::create(const pl
     context->time_base = {1, context->sample_rate};
     av_channel_layout_default(&context->ch_layout, static_cast<int>(settings.channelCount));
     context->bit_rate = settings.bitRate;
-    context->profile = FF_PROFILE_AAC_LOW;
-    context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    context->profile = profileAacLow;
+    // Without the library's name in every 256th packet, what is encoded depends on the sound alone.
+    context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_BITEXACT;
     if (const int error = avcodec_open2(context.get(), codec, nullptr))
         return fail(libavError(error, notEncoded));
 
@@ -89,6 +95,7 @@ Result<void> LibavAudioEncoder::encode(std::span<const float> frames, std::vecto
             float* plane = reinterpret_cast<float*>(frame_->extended_data[channel]) + filled_;
             for (std::size_t i = 0; i < count; ++i)
                 plane[i] = encodable(frames[i * channelCount + channel]);
+            isSilent_ = isSilent_ && std::all_of(plane, plane + count, [](float value) { return value == 0; });
         }
         filled_ += static_cast<int>(count);
         frames = frames.subspan(count * channelCount);
@@ -120,11 +127,22 @@ Result<void> LibavAudioEncoder::flush(std::vector<Packet>& packets)
 
 Result<void> LibavAudioEncoder::encodeBlock(std::vector<Packet>& packets)
 {
-    frame_->pts = encodedBlocks_++ * context_->frame_size;
     filled_ = 0;
+    const bool isSilent = std::exchange(isSilent_, true);
+    if (isSilent && isPacketKnown()) {
+        packets.push_back({lastPacket_, context_->frame_size});
+        return {};
+    }
+    silentBlocks_ = isSilent ? silentBlocks_ + 1 : 0;
+    frame_->pts = encodedBlocks_++ * context_->frame_size;
     if (const int error = avcodec_send_frame(context_.get(), frame_.get()))
         return fail(libavError(error, notEncoded));
     return receive(packets);
+}
+
+bool LibavAudioEncoder::isPacketKnown() const
+{
+    return silentBlocks_ >= blocksOfSound && isLastRepeated_;
 }
 
 Result<void> LibavAudioEncoder::receive(std::vector<Packet>& packets)
@@ -139,7 +157,9 @@ Result<void> LibavAudioEncoder::receive(std::vector<Packet>& packets)
         if (error)
             return fail(libavError(error, notEncoded));
         const std::span data{reinterpret_cast<const std::byte*>(packet->data), static_cast<std::size_t>(packet->size)};
-        packets.push_back({{data, std::shared_ptr<const AVPacket>(std::move(packet))}, context_->frame_size});
+        isLastRepeated_ = std::ranges::equal(data, lastPacket_.bytes);
+        lastPacket_ = {data, std::shared_ptr<const AVPacket>(std::move(packet))};
+        packets.push_back({lastPacket_, context_->frame_size});
     }
 }
 

@@ -4,22 +4,39 @@
 #include "platform/linux/ffmpeg/LibavCompressionSession.h"
 #include "platform/linux/ffmpeg/LibavPictureDecoder.h"
 #include "platform/linux/ffmpeg/LibswscalePictureScaler.h"
+#include "platform/linux/ffmpeg/VideoEncoderSelection.h"
+
+#include <utility>
 
 extern "C" {
+#include <libavutil/avutil.h>
 #include <libavutil/log.h>
 }
 
 namespace velmora::linux_backend {
 
-LibavCodecModule::LibavCodecModule() : compressionSessions_(std::make_shared<LibavCompressionSessionFactory>())
+LibavCodecModule::LibavCodecModule()
 {
     // Looking for hardware that is not there is no news for the terminal; what fails comes back as a status.
     av_log_set_level(AV_LOG_QUIET);
 }
 
-std::shared_ptr<platform::CompressionSessionFactory> LibavCodecModule::compressionSessions()
+std::shared_ptr<platform::CompressionSessionFactory> LibavCodecModule::makeCompressionSessions(engine::KeyFrameRequests keyFrameRequests)
 {
-    return compressionSessions_;
+    return std::make_shared<LibavCompressionSessionFactory>(std::move(keyFrameRequests));
+}
+
+std::vector<EncoderTrialReport> LibavCodecModule::tryVideoEncoders(std::int32_t width, std::int32_t height)
+{
+    VideoEncoderSettings settings;
+    settings.width = width;
+    settings.height = height;
+    return VideoEncoderSelection::shared().tryAll(settings);
+}
+
+std::string LibavCodecModule::libraryVersion() const
+{
+    return std::string{"FFmpeg "} + av_version_info();
 }
 
 Result<std::unique_ptr<engine::AudioEncoder>> LibavCodecModule::makeAudioEncoder(const platform::AudioOutputSettings& settings)

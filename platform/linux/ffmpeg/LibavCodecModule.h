@@ -9,14 +9,13 @@ class LibavCodecModule final : public CodecModule {
 public:
     LibavCodecModule();
 
-    std::shared_ptr<platform::CompressionSessionFactory> compressionSessions() override;
+    std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions(engine::KeyFrameRequests keyFrameRequests) override;
+    std::vector<EncoderTrialReport> tryVideoEncoders(std::int32_t width, std::int32_t height) override;
+    [[nodiscard]] std::string libraryVersion() const override;
     Result<std::unique_ptr<engine::AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings) override;
     std::unique_ptr<engine::PictureScaler> makePictureScaler() override;
     Result<std::unique_ptr<engine::PictureDecoder>> makePictureDecoder(
         const VideoFormat& format, const engine::PictureRequest& request) override;
-
-private:
-    const std::shared_ptr<platform::CompressionSessionFactory> compressionSessions_;
 };
 
 }  // namespace velmora::linux_backend

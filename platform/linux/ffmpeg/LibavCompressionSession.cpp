@@ -62,11 +62,12 @@ CompressionStatus applyProperty(VideoEncoderSettings& settings, CompressionPrope
 
 /// Shared by the session and its thread, which may outlive it when the output callback lets go of the session last.
 struct LibavCompressionSession::State {
-    State(std::int32_t pictureWidth, std::int32_t pictureHeight, OutputCallback callback, EncodingPipeline::OpenEncoder open)
+    State(std::int32_t pictureWidth, std::int32_t pictureHeight, OutputCallback callback, EncodingPipeline::OpenEncoder open,
+        engine::KeyFrameRequests keyFrameRequests)
         : width(pictureWidth)
         , height(pictureHeight)
         , output(std::move(callback))
-        , pipeline(std::in_place, width, height, std::move(open))
+        , pipeline(std::in_place, width, height, std::move(open), std::move(keyFrameRequests))
     {
     }
 
@@ -166,9 +167,9 @@ struct LibavCompressionSession::State {
     }
 };
 
-LibavCompressionSession::LibavCompressionSession(
-    std::int32_t width, std::int32_t height, EncodingEffort effort, OutputCallback output, EncodingPipeline::OpenEncoder open)
-    : state_(std::make_shared<State>(width, height, std::move(output), std::move(open)))
+LibavCompressionSession::LibavCompressionSession(std::int32_t width, std::int32_t height, EncodingEffort effort, OutputCallback output,
+    EncodingPipeline::OpenEncoder open, engine::KeyFrameRequests keyFrameRequests)
+    : state_(std::make_shared<State>(width, height, std::move(output), std::move(open), std::move(keyFrameRequests)))
 {
     MutexLock lock(state_->mutex);
     state_->settings = settingsFor(width, height);
@@ -273,8 +274,9 @@ tl::expected<std::shared_ptr<platform::CompressionSession>, CompressionStatus> L
         return tl::unexpected(error);
     auto settings = settingsFor(width, height);
     settings.effort = VideoEncoderSelection::shared().effortFor(settings);
-    return std::make_shared<LibavCompressionSession>(width, height, settings.effort, std::move(output),
-        [](const VideoEncoderSettings& wanted) { return VideoEncoderSelection::shared().open(wanted); });
+    return std::make_shared<LibavCompressionSession>(
+        width, height, settings.effort, std::move(output),
+        [](const VideoEncoderSettings& wanted) { return VideoEncoderSelection::shared().open(wanted); }, keyFrameRequests_);
 }
 
 CompressionStatus LibavCompressionSessionFactory::checkSize(std::int32_t width, std::int32_t height)

@@ -1,6 +1,7 @@
 #include "platform/linux/ffmpeg/VideoEncoder.h"
 
 #include "engine/codecs/AvcFormat.h"
+#include "platform/linux/ffmpeg/LibavDifferences.h"
 #include "platform/linux/ffmpeg/Yuv420Frame.h"
 
 #include <algorithm>
@@ -164,7 +165,7 @@ private:
         c.rc_buffer_size = static_cast<int>(std::min<std::int64_t>(settings_.bitRate * bufferNumerator / bufferDenominator, INT32_MAX));
         c.gop_size = settings_.maxKeyFrameInterval;
         c.max_b_frames = 0;
-        c.profile = FF_PROFILE_H264_HIGH;
+        c.profile = profileH264High;
         c.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
         c.color_range = AVCOL_RANGE_MPEG;
         c.color_primaries = AVCOL_PRI_BT709;
@@ -290,6 +291,7 @@ const std::vector<VideoEncoderCandidate>& videoEncoderCandidates()
             .options = {{"rc_mode", "VBR"}, {"async_depth", "1"}}},
         // Newer Intel graphics encode only in their low-power unit.
         {.name = "h264_vaapi",
+            .label = "h264_vaapi (low power)",
             .device = AV_HWDEVICE_TYPE_VAAPI,
             .layout = Layout::nv12,
             .options = {{"rc_mode", "VBR"}, {"async_depth", "1"}, {"low_power", "1"}}},

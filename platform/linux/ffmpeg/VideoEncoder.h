@@ -68,6 +68,7 @@ struct VideoEncoderCandidate {
     };
 
     const char* name = nullptr;
+    const char* label = nullptr;  ///< for people, where two candidates have one name; null: the name
     AVHWDeviceType device = AV_HWDEVICE_TYPE_NONE;  ///< whose memory the encoder reads; AV_HWDEVICE_TYPE_NONE: ours
     engine::Yuv420View::Layout layout = engine::Yuv420View::Layout::nv12;
     std::vector<Option> options = {};

@@ -33,6 +33,9 @@ public:
     /// PictureStream::updateSize(), from the newest picture of the cast; null when there is none to be read now, which fails it.
     Result<void> updateSize(std::int32_t width, std::int32_t height, const CastPicture* newest);
 
+    /// PictureStream::wantPicture(); work() has something to do then.
+    void wantPicture() { stream_.wantPicture(); }
+
     [[nodiscard]] engine::VideoSource::Callbacks& callbacks() { return callbacks_; }
 
 private:

@@ -464,6 +464,12 @@ public:
         return cast_->stream->updateSize(*attachment_, width, height);
     }
 
+    void wantPicture() override
+    {
+        if (attachment_)
+            cast_->stream->wantPicture(*attachment_);
+    }
+
     void stop() override
     {
         if (!cast_)

@@ -176,4 +176,13 @@ Result<std::vector<engine::SoundStream>> listSoundStreams()
     return listPipeWireSoundStreams();
 }
 
+Result<std::string> soundServerName()
+{
+    if (listPulseSoundStreams())
+        return "PulseAudio";
+    if (auto streams = listPipeWireSoundStreams(); !streams)
+        return fail(std::move(streams.error()));
+    return "PipeWire";
+}
+
 }  // namespace velmora::linux_backend

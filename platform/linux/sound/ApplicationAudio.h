@@ -5,6 +5,7 @@
 #include "engine/sound/SoundingApplications.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace velmora::linux_backend {
@@ -18,5 +19,8 @@ namespace velmora::linux_backend {
 /// The streams of the server that such a source would take sound from. Waits for it, some seconds at most; fails when there is none. Any
 /// thread.
 [[nodiscard]] Result<std::vector<engine::SoundStream>> listSoundStreams();
+
+/// The name of that server. The same otherwise.
+[[nodiscard]] Result<std::string> soundServerName();
 
 }  // namespace velmora::linux_backend

@@ -70,7 +70,7 @@ Result<std::unique_ptr<Connection>> connect(const std::string& displayName)
 
 }  // namespace
 
-/// A running capture: everything in it but the wake-up and the flag belongs to the thread once that has begun.
+/// A running capture: everything in it but the wake-up and the flags belongs to the thread once that has begun.
 class X11VideoSource::Capture final : public engine::PictureContent {
 public:
     static Result<std::unique_ptr<Capture>> create(std::uint32_t windowID, const platform::StreamConfiguration& configuration,
@@ -80,6 +80,12 @@ public:
     Result<void> askForSize(std::int32_t width, std::int32_t height)
     {
         return sizeRequest_.ask(width, height, [this] { wakeUp_.signal(); });
+    }
+
+    void wantPicture()
+    {
+        isPictureWanted_.store(true, std::memory_order_release);
+        wakeUp_.signal();
     }
 
 private:
@@ -119,6 +125,7 @@ private:
     MonotonicTime cursorChecked_;
 
     std::atomic<bool> stopping_{false};
+    std::atomic<bool> isPictureWanted_{false};
     engine::SizeRequest sizeRequest_;
     WakeUp wakeUp_;
     std::thread thread_;
@@ -221,6 +228,8 @@ std::optional<Error> X11VideoSource::Capture::step()
     // Now and then without an event too: a window may have come between, a program may have moved the pointer.
     if (cursor_ && now >= cursorChecked_ + (cursor_->mayHaveChanged() ? stream_->interval() : engine::PictureStream::repeatInterval))
         placeCursor();
+    if (isPictureWanted_.exchange(false, std::memory_order_acquire))
+        stream_->wantPicture();
     if (auto worked = stream_->work(); !worked)
         return std::move(worked.error());
     noteDamage();
@@ -445,6 +454,12 @@ Result<void> X11VideoSource::updateSize(std::int32_t width, std::int32_t height)
 {
     assert(capture_);
     return capture_->askForSize(width, height);
+}
+
+void X11VideoSource::wantPicture()
+{
+    assert(capture_);
+    capture_->wantPicture();
 }
 
 void X11VideoSource::stop()

@@ -46,6 +46,7 @@ public:
 
     Result<void> start(Callbacks callbacks) override;
     Result<void> updateSize(std::int32_t width, std::int32_t height) override;
+    void wantPicture() override;
     void stop() override;
 
 private:

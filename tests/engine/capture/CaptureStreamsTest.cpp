@@ -24,6 +24,8 @@ struct SourceState {
     std::vector<std::pair<std::int32_t, std::int32_t>> sizesAsked;
     bool started = false;
     std::atomic<int> stopCount = 0;
+    std::atomic<int> wishes = 0;  ///< for a picture
+    std::atomic<int> wishesAtStop = 0;
     AudioTarget target;
     AudioSourceFormat format;
     VideoSource::Callbacks video;
@@ -51,7 +53,13 @@ public:
         return {};
     }
 
-    void stop() override { ++state_->stopCount; }
+    void wantPicture() override { ++state_->wishes; }
+
+    void stop() override
+    {
+        ++state_->stopCount;
+        state_->wishesAtStop = state_->wishes.load();
+    }
 
 private:
     std::shared_ptr<SourceState> state_;
@@ -117,7 +125,8 @@ protected:
         stream = makeCaptureStreams(
             {.makeVideoSource = [this](auto&, auto&) { return std::make_unique<ScriptedVideo>(video); },
                 .makeAudioSource = [this]() -> std::unique_ptr<AudioSource> { return std::make_unique<ScriptedAudio>(audio); },
-                .shareableContent = content})
+                .shareableContent = content,
+                .keyFrameRequests = requests})
                      ->makeStream(platform::ContentFilter::desktopIndependentWindow(window), configuration, receiver);
         ASSERT_TRUE(stream->addStreamOutput(receiver, StreamOutputType::screen, pictures));
         ASSERT_TRUE(stream->addStreamOutput(receiver, StreamOutputType::audio, sounds));
@@ -144,6 +153,7 @@ protected:
         sounds->runAll();
     }
 
+    KeyFrameRequests requests;
     bool capturesAudio = true;
     std::shared_ptr<SourceState> video = std::make_shared<SourceState>();
     std::shared_ptr<SourceState> audio = std::make_shared<SourceState>();
@@ -220,6 +230,49 @@ TEST_F(LinuxCaptureStreamTest, AnUpdateOfTheSizeIsTheSourcesUnlessNoPictureHasTh
     stop();
     EXPECT_FALSE(update(640, 480));
     EXPECT_EQ(video->sizesAsked.size(), 2U);
+}
+
+TEST_F(LinuxCaptureStreamTest, WhoAsksForAKeyFrameGetsAPictureOfTheSourceWhileItRuns)
+{
+    make();
+    static_cast<void>(requests.ask());
+    EXPECT_EQ(video->wishes, 0) << "before the start there is nobody to ask";
+    ASSERT_TRUE(start());
+    static_cast<void>(requests.ask());
+    static_cast<void>(requests.ask());
+    EXPECT_EQ(video->wishes, 2);
+    stop();
+    static_cast<void>(requests.ask());
+    EXPECT_EQ(video->wishes, 2);
+}
+
+TEST_F(LinuxCaptureStreamTest, ASourceIsAskedForNothingOnceItHasBeenStopped)
+{
+    for (int round = 0; round < 50; ++round) {
+        video = std::make_shared<SourceState>();
+        make();
+        ASSERT_TRUE(start());
+        std::atomic<bool> isOver = false;
+        std::thread impatient{[&] {
+            while (!isOver) {
+                static_cast<void>(requests.ask());
+                std::this_thread::yield();
+            }
+        }};
+        stop();
+        isOver = true;
+        impatient.join();
+        EXPECT_EQ(video->wishes.load(), video->wishesAtStop.load());
+    }
+}
+
+TEST_F(LinuxCaptureStreamTest, ASourceThatDidNotStartIsAskedForNothing)
+{
+    make();
+    video->startError = Error{"test", 1, "no", nullptr};
+    ASSERT_FALSE(start());
+    static_cast<void>(requests.ask());
+    EXPECT_EQ(video->wishes, 0);
 }
 
 TEST_F(LinuxCaptureStreamTest, SoundThatCannotBeHadIsToldWithWhatAPersonCanDo)

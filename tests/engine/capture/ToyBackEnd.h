@@ -118,6 +118,12 @@ public:
         return sizeRequest_.ask(width, height, [this] { window_.draw({}); });
     }
 
+    void wantPicture() override
+    {
+        isPictureWanted_ = true;
+        window_.draw({});
+    }
+
     void stop() override
     {
         isStopping_ = true;
@@ -134,6 +140,8 @@ private:
             sizeRequest_.answer([this](std::int32_t width, std::int32_t height) {
                 return stream_.updateSize(width, height, std::make_shared<ToyMemory>(PictureStream::requiredBytes(width, height)));
             });
+            if (isPictureWanted_.exchange(false))
+                stream_.wantPicture();
             if (auto worked = stream_.work(); !worked)
                 return worked;
         }
@@ -159,6 +167,7 @@ private:
     PictureStream stream_;
     std::vector<std::uint32_t> moment_;
     SizeRequest sizeRequest_;
+    std::atomic<bool> isPictureWanted_ = false;
     std::atomic<bool> isStopping_ = false;
     std::thread thread_;
 };

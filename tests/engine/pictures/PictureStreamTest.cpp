@@ -136,6 +136,74 @@ TEST_F(PictureStreamTest, WhoLooksLateRepeatsOnceAndNotOnceForEachHalfSecondThat
     EXPECT_EQ(stream.deadline(), now + 500 * millisecond);
 }
 
+TEST_F(PictureStreamTest, AStillWindowIsRepeatedAtOnceWhenAPictureIsWanted)
+{
+    begin();
+    const auto wanted = beginning + 137 * millisecond;
+    now = wanted;
+    work();
+    stream.wantPicture();
+    EXPECT_LE(stream.deadline(), wanted);
+    work();
+    ASSERT_THAT(times(), ElementsAre(beginning, wanted));
+    const auto pictures = recorder.pictures();
+    EXPECT_EQ(pictures[1].address, pictures[0].address);
+    EXPECT_THAT(pictures[1].change.dirty, IsEmpty());
+    // One for each wish, and half a second of peace after it.
+    runUntil(wanted + 600 * millisecond);
+    EXPECT_THAT(times(), ElementsAre(beginning, wanted, wanted + 500 * millisecond));
+}
+
+TEST_F(PictureStreamTest, AMovingWindowRepeatsNothingForWhoWantsAPicture)
+{
+    begin();
+    std::vector<MonotonicTime> expected{beginning};
+    for (int frame = 1; frame <= 12; ++frame) {
+        stream.wantPicture();
+        runUntil(beginning + frame * sixtieth - std::chrono::nanoseconds{1});
+        draw({0, 0, 4, 4}, frame % 2 ? green : blue);
+        now = beginning + frame * sixtieth;
+        work();
+        expected.push_back(now);
+    }
+    EXPECT_EQ(times(), expected);
+}
+
+TEST_F(PictureStreamTest, APictureThatIsWantedRightAfterAnotherComesAnIntervalAfterIt)
+{
+    begin();
+    now += 3 * millisecond;
+    stream.wantPicture();
+    work();
+    EXPECT_THAT(times(), ElementsAre(beginning));
+    runUntil(beginning + 100 * millisecond);
+    EXPECT_THAT(times(), ElementsAre(beginning, beginning + sixtieth));
+}
+
+TEST_F(PictureStreamTest, APictureThatIsWantedBeforeTheFirstIsTheFirst)
+{
+    stream.wantPicture();
+    EXPECT_EQ(stream.deadline(), PictureStream::never);
+    begin();
+    runUntil(beginning + 400 * millisecond);
+    EXPECT_THAT(times(), ElementsAre(beginning));
+}
+
+TEST_F(PictureStreamTest, APictureThatIsWantedWhileNoneCanBeHadIsTheLastOneAgain)
+{
+    begin();
+    now += 100 * millisecond;
+    content.refusals = 1;
+    draw({0, 0, 4, 4}, green);
+    stream.wantPicture();
+    work();
+    EXPECT_THAT(times(), ElementsAre(beginning, beginning + 100 * millisecond));
+    EXPECT_THAT(lastDirty(), IsEmpty());
+    EXPECT_EQ(seen(0, 0), red);
+    runUntil(now + 2 * sixtieth);
+    EXPECT_EQ(seen(0, 0), green);
+}
+
 TEST_F(PictureStreamTest, AChangeIsTakenAtOnceAfterAPause)
 {
     begin();

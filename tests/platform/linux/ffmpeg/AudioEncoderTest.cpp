@@ -1,10 +1,14 @@
 #include "platform/linux/ffmpeg/LibavAudioEncoder.h"
+#include "platform/linux/ffmpeg/LibavDifferences.h"
 #include "tests/platform/linux/ffmpeg/Decoding.h"
+#include "tests/support/media/AacEncoder.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 #include <numbers>
+#include <set>
 
 namespace velmora::linux_backend {
 namespace {
@@ -29,7 +33,7 @@ std::vector<std::vector<float>> decode(const engine::AudioEncoder& encoder, cons
         time += packet.frames;
     }
     EXPECT_EQ(decoder.context().sample_rate, format.sampleRate);
-    EXPECT_EQ(decoder.context().profile, FF_PROFILE_AAC_LOW);
+    EXPECT_EQ(decoder.context().profile, profileAacLow);
     std::vector<std::vector<float>> channels(static_cast<std::size_t>(format.channelCount));
     for (const auto& frame : decoder.finish()) {
         EXPECT_EQ(frame->ch_layout.nb_channels, format.channelCount);
@@ -186,6 +190,127 @@ TEST(AudioEncoder, ValuesThatAreNoNumbersAreSilenceAndDoNotEndTheSound)
     ASSERT_TRUE(encoder->flush(packets));
     const auto decoded = decode(*encoder, packets);
     EXPECT_NEAR(amplitudeAt(std::span{decoded[0]}.subspan(10000, 24000), 1000), 0.5, 0.02);
+}
+
+/// Sounds and the digital silence between them, in blocks of 1024 frames.
+class BrokenSound {
+public:
+    void addSilence(std::size_t blocks) { samples_.resize(samples_.size() + 2048 * blocks, 0.0F); }
+
+    void addTone(std::size_t blocks)
+    {
+        const auto tone = tones(1024 * blocks, 1000, 3000);
+        samples_.insert(samples_.end(), tone.begin(), tone.end());
+    }
+
+    /// As faint as the last bit of 16.
+    void addNoise(std::size_t blocks, float amplitude = 1.0F / 32768)
+    {
+        for (std::size_t i = 0; i < 2048 * blocks; ++i) {
+            state_ = state_ * 1664525U + 1013904223U;
+            samples_.push_back(amplitude * (static_cast<float>(state_ >> 8) / 8388608.0F - 1));
+        }
+    }
+
+    /// Frames, so that what follows begins anywhere within a block.
+    void addClick(std::size_t frames)
+    {
+        samples_.resize(samples_.size() + 2 * frames, 0.0F);
+        *(samples_.end() - 2) = *(samples_.end() - 1) = 0.9F;
+    }
+
+    [[nodiscard]] std::span<const float> samples() const { return samples_; }
+
+    [[nodiscard]] Packets encode(engine::AudioEncoder& encoder) const
+    {
+        Packets packets;
+        EXPECT_TRUE(encoder.encode(samples_, packets));
+        EXPECT_TRUE(encoder.flush(packets));
+        return packets;
+    }
+
+private:
+    std::vector<float> samples_;
+    std::uint32_t state_ = 1;
+};
+
+/// How many of the packets were encoded and not put out again.
+std::size_t encodedCount(const Packets& packets)
+{
+    std::set<const std::byte*> made;
+    for (const auto& packet : packets)
+        made.insert(packet.data.bytes.data());
+    return made.size();
+}
+
+TEST(AudioEncoder, SilenceIsEncodedAFewTimesOnly)
+{
+    BrokenSound sound;
+    sound.addSilence(500);
+    const auto encoder = makeEncoder();
+    const auto packets = sound.encode(*encoder);
+    EXPECT_EQ(packets.size(), 501U);
+    EXPECT_LE(encodedCount(packets), 20U);
+    for (const auto& channel : decode(*encoder, packets)) {
+        EXPECT_EQ(channel.size(), 501U * 1024);
+        EXPECT_TRUE(std::all_of(channel.begin(), channel.end(), [](float sample) { return sample == 0; }));
+    }
+}
+
+TEST(AudioEncoder, SilenceThatWasNotEncodedIsHeardInNothingThatComesBeforeItOrAfter)
+{
+    BrokenSound sound;
+    sound.addTone(10);
+    // The shortest that is not encoded whole, one at its edge and one that is longer than all that the encoder remembers.
+    for (const std::size_t silence : {3U, 17U, 18U, 19U, 40U, 300U}) {
+        sound.addClick(silence * 77);
+        sound.addSilence(silence);
+        sound.addTone(3);
+        sound.addSilence(silence);
+        sound.addNoise(5, 0.3F);
+        sound.addSilence(silence);
+        sound.addClick(333);
+        sound.addSilence(silence);
+        sound.addNoise(5);
+    }
+    sound.addSilence(30);
+    const auto encoder = makeEncoder();
+    const auto packets = sound.encode(*encoder);
+    EXPECT_LT(encodedCount(packets), packets.size() / 2);
+
+    const auto reference = test::makeAacEncoder();
+    const auto expected = decode(*reference, sound.encode(*reference));
+    const auto decoded = decode(*encoder, packets);
+    for (std::size_t channel = 0; channel < 2; ++channel) {
+        ASSERT_EQ(decoded[channel].size(), expected[channel].size());
+        double greatest = 0;
+        for (std::size_t i = 0; i < decoded[channel].size(); ++i)
+            greatest = std::max(greatest, std::abs(static_cast<double>(decoded[channel][i]) - static_cast<double>(expected[channel][i])));
+        EXPECT_LE(greatest, std::pow(10, -90.0 / 20)) << "channel " << channel;
+    }
+}
+
+TEST(AudioEncoder, TheFaintestNoiseIsNoSilence)
+{
+    BrokenSound sound;
+    sound.addNoise(200);
+    const auto encoder = makeEncoder();
+    const auto packets = sound.encode(*encoder);
+    EXPECT_EQ(encodedCount(packets), packets.size());
+}
+
+TEST(AudioEncoder, OneSampleThatIsNotZeroIsHeardThroughLongSilence)
+{
+    BrokenSound sound;
+    sound.addSilence(100);
+    sound.addClick(700);
+    sound.addSilence(100);
+    const auto encoder = makeEncoder();
+    const auto packets = sound.encode(*encoder);
+    const auto decoded = decode(*encoder, packets);
+    const auto isQuieter = [](float a, float b) { return std::abs(a) < std::abs(b); };
+    const auto peak = std::max_element(decoded[1].begin(), decoded[1].end(), isQuieter) - decoded[1].begin();
+    EXPECT_EQ(peak, 100 * 1024 + 699 + encoder->primingFrames());
 }
 
 TEST(AudioEncoder, OneChannelIsEncodedToo)

@@ -1,4 +1,5 @@
 #include "platform/linux/ffmpeg/LibavCompressionSession.h"
+#include "platform/linux/ffmpeg/LibavDifferences.h"
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
 #include "tests/platform/linux/ffmpeg/Decoding.h"
 #include "tests/platform/linux/ffmpeg/SessionOutput.h"
@@ -20,8 +21,12 @@ using platform::CompressionSession;
 using test::Canvas;
 using test::Colour;
 using test::second;
+using ::testing::AllOf;
 using testing::decodeVideo;
+using ::testing::ElementsAre;
+using ::testing::Gt;
 using testing::isKeyFrame;
+using ::testing::Le;
 using testing::SessionOutput;
 using testing::softwareEncoder;
 
@@ -114,14 +119,16 @@ protected:
     std::shared_ptr<CompressionSession> makeFaultySession(
         std::int32_t width, std::int32_t height, std::shared_ptr<FaultyEncoder::Faults> faults)
     {
-        auto session = std::make_shared<LibavCompressionSession>(width, height, EncodingEffort::normal, SessionOutput::callback(output_),
+        auto session = std::make_shared<LibavCompressionSession>(
+            width, height, EncodingEffort::normal, SessionOutput::callback(output_),
             [faults](const VideoEncoderSettings& settings) -> tl::expected<std::unique_ptr<VideoEncoder>, AvError> {
                 ++faults->openCount;
                 auto encoder = openVideoEncoder(softwareEncoder(), settings);
                 if (!encoder)
                     return encoder;
                 return std::make_unique<FaultyEncoder>(std::move(*encoder), faults);
-            });
+            },
+            requests_);
         setProperties(*session);
         return session;
     }
@@ -135,7 +142,35 @@ protected:
         EXPECT_EQ(session.setProperty(CompressionProperty::allowFrameReordering, false), 0);
     }
 
+    /// Frames at 60 a second, in which so little moves that the encoder sees no other scene.
+    void encodeMotion(CompressionSession& session, int frames)
+    {
+        for (int i = 0; i < frames; ++i, ++motion_) {
+            canvas_.fill({40, 60, 80});
+            canvas_.fill({motion_ % 60, 30, 4, 4}, {200, 220, 240});
+            EXPECT_EQ(session.encodeFrame(canvas_.picture(), at(motion_ * second / 60), at(second / 60)), 0);
+            EXPECT_EQ(session.completeFrames(), 0);
+        }
+    }
+
+    /// Which of the samples so far are key frames.
+    std::vector<std::size_t> keyFrames()
+    {
+        const auto samples = output_->samples();
+        std::vector<std::size_t> indices;
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            if (isKeyFrame(*samples[i]))
+                indices.push_back(i);
+        }
+        return indices;
+    }
+
     std::shared_ptr<SessionOutput> output_ = std::make_shared<SessionOutput>();
+    engine::KeyFrameRequests requests_;
+
+private:
+    Canvas canvas_{64, 64};
+    int motion_ = 0;
 };
 
 TEST_F(CompressionSessionTest, PureColoursComeBackAsTheyWere)
@@ -208,7 +243,7 @@ TEST_F(CompressionSessionTest, TheStreamIsHighProfileWithoutReorderingAndAKeyFra
     for (std::size_t i = 0; i < frames.size(); ++i) {
         EXPECT_EQ(frames[i]->pts, samples[i]->presentationTimeStamp.value);
         EXPECT_NE(frames[i]->pict_type, AV_PICTURE_TYPE_B);
-        EXPECT_EQ(frames[i]->key_frame == 1, isKeyFrame(*samples[i]));
+        EXPECT_EQ(linux_backend::isKeyFrame(*frames[i]), isKeyFrame(*samples[i]));
     }
 }
 
@@ -281,6 +316,118 @@ TEST_F(CompressionSessionTest, TheFirstFrameHalfASecondAfterAKeyFrameIsOne)
             keyFrames.push_back(sample->presentationTimeStamp.value / 1'000'000);
     }
     EXPECT_EQ(keyFrames, (std::vector<std::int64_t>{0, 500, 1200, 1700}));
+}
+
+TEST_F(CompressionSessionTest, TheNextFrameAfterAKeyFrameWasAskedForIsOneAndNoOther)
+{
+    const auto session = makeSessionOfNormalEffort(64, 64);
+    encodeMotion(*session, 7);
+    const auto request = requests_.ask();
+    encodeMotion(*session, 20);
+    EXPECT_THAT(keyFrames(), ElementsAre(0, 7));
+    EXPECT_EQ(decodeVideo(output_->samples()).size(), 27U);
+}
+
+TEST_F(CompressionSessionTest, TheHalfSecondToTheNextKeyFrameBeginsWithTheOneThatWasAskedFor)
+{
+    const auto session = makeSessionOfNormalEffort(64, 64);
+    encodeMotion(*session, 20);
+    const auto request = requests_.ask();
+    encodeMotion(*session, 32);
+    EXPECT_THAT(keyFrames(), ElementsAre(0, 20, AllOf(Gt(30), Le(50))));
+}
+
+TEST_F(CompressionSessionTest, TwoWhoAskTogetherShareAKeyFrameAndOneWhoAsksLaterHasAnother)
+{
+    const auto session = makeSessionOfNormalEffort(64, 64);
+    encodeMotion(*session, 5);
+    const auto one = requests_.ask();
+    const auto other = requests_.ask();
+    encodeMotion(*session, 3);
+    const auto later = requests_.ask();
+    encodeMotion(*session, 3);
+    EXPECT_THAT(keyFrames(), ElementsAre(0, 5, 8));
+}
+
+TEST_F(CompressionSessionTest, AKeyFrameThatIsNoLongerWantedIsNotMade)
+{
+    const auto session = makeSessionOfNormalEffort(64, 64);
+    encodeMotion(*session, 5);
+    auto request = requests_.ask();
+    request.end();
+    encodeMotion(*session, 5);
+    EXPECT_THAT(keyFrames(), ElementsAre(0));
+}
+
+TEST_F(CompressionSessionTest, AFirstFrameFulfilsWhatWasAskedForBeforeIt)
+{
+    const auto request = requests_.ask();
+    const auto session = makeSessionOfNormalEffort(64, 64);
+    encodeMotion(*session, 5);
+    EXPECT_THAT(keyFrames(), ElementsAre(0));
+    EXPECT_FALSE(requests_.last());
+}
+
+TEST_F(CompressionSessionTest, AKeyFrameThatWasAskedForAndFailedIsMadeOfTheNextFrame)
+{
+    const auto faults = std::make_shared<FaultyEncoder::Faults>();
+    faults->failingCall = 5;
+    const auto session = makeFaultySession(64, 64, faults);
+    encodeMotion(*session, 5);
+    const auto request = requests_.ask();
+    encodeMotion(*session, 3);
+    EXPECT_EQ(faults->keyFrameRequests, (std::vector<bool>{true, false, false, false, false, true, true, false}));
+    EXPECT_FALSE(requests_.last());
+}
+
+TEST_F(CompressionSessionTest, AKeyFrameIsAskedForOnceOfAnEncoderThatIsSlowToGiveIt)
+{
+    const auto faults = std::make_shared<FaultyEncoder::Faults>();
+    const auto session = makeFaultySession(64, 64, faults);
+    faults->delay = 1;
+    Canvas canvas{64, 64};
+    for (int frame = 0; frame < 8; ++frame) {
+        std::optional<engine::KeyFrameRequests::Registration> request;
+        canvas.fill({8 * frame, 0, 8, 8}, {200, 220, 240});
+        if (frame == 4)
+            request = requests_.ask();
+        session->encodeFrame(canvas.picture(), at(frame * second / 60), at(second / 60));
+        // A frame is called back when the next has been encoded.
+        output_->waitForCalls(static_cast<std::size_t>(frame));
+    }
+    ASSERT_EQ(session->completeFrames(), 0);
+    EXPECT_THAT(keyFrames(), ElementsAre(0, 4));
+}
+
+TEST_F(CompressionSessionTest, WhatAnEndedSessionWasAskedForIsTheFirstFrameOfTheNext)
+{
+    const auto session = makeSessionOfNormalEffort(64, 64);
+    encodeMotion(*session, 3);
+    const auto request = requests_.ask();
+    session->invalidate();
+    const auto next = makeSessionOfNormalEffort(64, 64);
+    encodeMotion(*next, 3);
+    EXPECT_THAT(keyFrames(), ElementsAre(0, 3));
+    EXPECT_FALSE(requests_.last());
+}
+
+TEST_F(CompressionSessionTest, KeyFramesThatAreAskedForWhileOthersEncodeAndEndAreMadeWithoutARace)
+{
+    const auto session = makeSessionOfNormalEffort(64, 64);
+    std::atomic<bool> isOver = false;
+    std::thread impatient{[&] {
+        while (!isOver) {
+            static_cast<void>(requests_.ask());
+            std::this_thread::yield();
+        }
+    }};
+    encodeMotion(*session, 60);
+    const auto request = requests_.ask();
+    encodeMotion(*session, 1);
+    isOver = true;
+    impatient.join();
+    EXPECT_EQ(keyFrames().back(), 60U);
+    EXPECT_EQ(decodeVideo(output_->samples()).size(), 61U);
 }
 
 TEST_F(CompressionSessionTest, AnOddSizeIsShownPaddedToEven)

@@ -45,8 +45,9 @@ void paintNumberedNoise(Canvas& canvas, std::uint32_t number)
 class Recording {
 public:
     explicit Recording(EncodingEffort effort = EncodingEffort::normal)
-        : session_(noiseWidth, noiseHeight, effort, SessionOutput::callback(output_),
-            [](const VideoEncoderSettings& settings) { return openVideoEncoder(videoEncoderCandidates().back(), settings); })
+        : session_(
+            noiseWidth, noiseHeight, effort, SessionOutput::callback(output_),
+            [](const VideoEncoderSettings& settings) { return openVideoEncoder(videoEncoderCandidates().back(), settings); }, requests_)
     {
     }
 
@@ -73,6 +74,9 @@ public:
             encode(second / framesPerSecond);
     }
 
+    /// The next frame is a key frame.
+    void beginFile() { request_ = requests_.ask(); }
+
     [[nodiscard]] std::int64_t now() const { return time_; }
 
     [[nodiscard]] double bitsBetween(std::int64_t begin, std::int64_t end)
@@ -84,6 +88,13 @@ public:
                 bits += 8.0 * static_cast<double>(sample->data.bytes.size());
         }
         return bits;
+    }
+
+    void expectKeyFrameEvery(std::size_t frames)
+    {
+        const auto samples = output_->samples();
+        for (std::size_t i = 0; i < samples.size(); i += frames)
+            EXPECT_TRUE(testing::isKeyFrame(*samples[i])) << i;
     }
 
     /// The most bits that any span of this length has, starting at any frame.
@@ -120,6 +131,8 @@ private:
     }
 
     std::shared_ptr<SessionOutput> output_ = std::make_shared<SessionOutput>();
+    engine::KeyFrameRequests requests_;
+    engine::KeyFrameRequests::Registration request_;
     LibavCompressionSession session_;
     Canvas canvas_{noiseWidth, noiseHeight};
     std::int64_t time_ = 0;
@@ -181,6 +194,36 @@ TEST(RateControl, MotionAfterAnUnevenGapIsNoBurst)
     recording.addMotion(2 * second, 60);
     EXPECT_LE(recording.mostBitsWithin(second), mostInOneSecond);
     EXPECT_GT(recording.bitsBetween(motion, motion + second), averageRate / 2);
+}
+
+TEST(RateControl, FilesThatBeginOverAndOverInMotionTakeTheAverageRateAndEveryFrameIsWhole)
+{
+    for (const auto effort : {EncodingEffort::normal, EncodingEffort::low}) {
+        Recording recording{effort};
+        for (int i = 0; i < 60; ++i) {
+            recording.beginFile();
+            recording.addNumberedNoise(5, second / 60);
+        }
+        recording.expectKeyFrameEvery(5);
+        EXPECT_LE(recording.bitsBetween(second, recording.now()) / 4, 1.2 * averageRate);
+        EXPECT_LE(recording.mostBitsWithin(second), mostInOneSecond);
+        recording.expectEveryNumberWhole();
+    }
+}
+
+TEST(RateControl, AFileThatBeginsInAStillWindowIsNoBurst)
+{
+    Recording recording;
+    recording.addMotion(second, 60);
+    recording.addStillness(5 * second, 2);
+    for (int i = 0; i < 20; ++i) {
+        recording.beginFile();
+        recording.addStillness(second / 60, 60);
+    }
+    const std::int64_t motion = recording.now();
+    recording.addMotion(2 * second, 60);
+    EXPECT_LE(recording.bitsBetween(motion, motion + second), mostInOneSecond);
+    recording.expectToDecode();
 }
 
 TEST(RateControl, AFrameAfterABurstOfFramesShowsNothingOfTheFrameBefore)

@@ -218,10 +218,12 @@ protected:
     std::uint64_t sequence_ = 0;
     std::int64_t time_ = 0;
     engine::PictureQueue queue_;
-    EncodingPipeline pipeline_{
-        stillWidth, stillHeight, [this](const VideoEncoderSettings& settings) -> tl::expected<std::unique_ptr<VideoEncoder>, AvError> {
+    engine::KeyFrameRequests requests_;
+    EncodingPipeline pipeline_{stillWidth, stillHeight,
+        [this](const VideoEncoderSettings& settings) -> tl::expected<std::unique_ptr<VideoEncoder>, AvError> {
             return std::make_unique<CountingEncoder>(settings, log_);
-        }};
+        },
+        requests_};
     std::vector<SampleBufferRef> samples_;
     std::vector<Canvas> shown_;
 };
@@ -260,6 +262,46 @@ TEST_F(StillPicturesTest, ARepeatBeforeHalfASecondIsOverShowsThePictureToo)
     }
     move();
     move();
+    expectEachShowsItsPicture();
+    expectNeighboursHaveOtherNumbers();
+    expectFramesReferToWhatCameBefore();
+}
+
+TEST_F(StillPicturesTest, AKeyFrameThatIsAskedForInAStillWindowIsOneThatIsThereAlready)
+{
+    move();
+    restTimes(6);
+    const int encoded = log_.encoded;
+    for (int i = 0; i < 5; ++i) {
+        const auto request = requests_.ask();
+        rest(second / 50);
+        EXPECT_TRUE(isKeyFrame(*samples_.back()));
+        EXPECT_FALSE(requests_.last());
+    }
+    EXPECT_EQ(log_.encoded, encoded);
+    move();
+    move();
+    expectEachShowsItsPicture();
+    expectNeighboursHaveOtherNumbers();
+    expectFramesReferToWhatCameBefore();
+}
+
+TEST_F(StillPicturesTest, AKeyFrameThatIsAskedForAtAnyMomentOfMotionAndStillnessShowsItsPicture)
+{
+    for (int moment = 0; moment < 12; ++moment) {
+        for (int i = 0; i < 12; ++i) {
+            std::optional<engine::KeyFrameRequests::Registration> request;
+            if (i == moment)
+                request = requests_.ask();
+            if (i < 4)
+                move();
+            else
+                rest(i % 2 ? second / 2 : second / 10);
+            if (i == moment) {
+                EXPECT_TRUE(isKeyFrame(*samples_.back()));
+            }
+        }
+    }
     expectEachShowsItsPicture();
     expectNeighboursHaveOtherNumbers();
     expectFramesReferToWhatCameBefore();

@@ -1,7 +1,7 @@
 #include "platform/linux/portal_access/PortalConnection.h"
 
+#include "platform/linux/desktop/PortalDisplayOptions.h"
 #include "platform/linux/desktop/PortalFolderChooser.h"
-#include "platform/linux/desktop/PortalMotion.h"
 #include "tests/platform/linux/desktop/PrivateBus.h"
 
 #include <QDBusConnectionInterface>
@@ -85,15 +85,15 @@ TEST_F(PortalConnectionTest, APortalHearsOnceAndFirstWhichProgramThisIs)
     EXPECT_THAT(portal.heard, ElementsAre(introduction, "GetAll", "GetAll", "GetAll"));
 }
 
-TEST_F(PortalConnectionTest, TheFolderDialogAndTheMotionOfTheDesktopSpeakThroughIt)
+TEST_F(PortalConnectionTest, TheFolderDialogAndTheDisplayOptionsOfTheDesktopSpeakThroughIt)
 {
     WritingPortal portal{bus, "portal"};
-    const PortalMotion motion{bus.address(), [] {}};
-    ASSERT_TRUE(isHeard(portal, 3));
+    const PortalDisplayOptions options{bus.address(), [] {}};
+    ASSERT_TRUE(isHeard(portal, 6));
     const auto chooser = makePortalFolderChooser({.busAddress = bus.address()});
     chooser->chooseFolder({"Choose Folder", "Choose", "/", 0}, [](const auto&) {});
-    ASSERT_TRUE(isHeard(portal, 4));
-    EXPECT_THAT(portal.heard, ElementsAre(introduction, "Read", "Read", "Get"));
+    ASSERT_TRUE(isHeard(portal, 7));
+    EXPECT_THAT(portal.heard, ElementsAre(introduction, "Read", "Read", "Read", "Read", "Read", "Get"));
 }
 
 TEST_F(PortalConnectionTest, APortalThatThinksLongAboutTheProgramIsNotToldAgain)

@@ -60,7 +60,10 @@ public:
     {
         const auto answer = program.command("still");
         const auto number = static_cast<std::uint32_t>(std::stoul(answer.substr(6)));
-        recorder.waitFor("the last frame", [&] { return recorder.pictures().back().reading.number() == number; });
+        recorder.waitFor("the last frame", [&] {
+            const auto pictures = recorder.pictures();
+            return !pictures.empty() && pictures.back().reading.number() == number;
+        });
     }
 
     /// Returns when a frame has been seen at `part`, where the resized window is in the picture.
