@@ -12,6 +12,13 @@ namespace velmora::platform {
 /// Sets what holds for the whole process, such as how its memory is allocated. Call it first in main, before there are other threads.
 void prepareProcess();
 
+/// Gives the system back what the allocator holds and nothing uses: for when much was freed that will not be needed soon. Takes about a
+/// millisecond. Any thread.
+void giveBackUnusedMemory();
+
+/// The file system alone, for what needs no other service.
+std::shared_ptr<FileManager> makeFileManager();
+
 /// How a capture ends when its display goes away.
 enum class WhenTheDisplayGoes {
     theProgramEnds,  ///< at once, as every client of a display does; a recording is left as a crash would leave it

@@ -6,6 +6,7 @@
 #include "platform/AssetWriter.h"
 #include "platform/CaptureStream.h"
 #include "platform/CompressionSession.h"
+#include "platform/DiscardedRecordings.h"
 #include "platform/ExportSession.h"
 #include "platform/FileManager.h"
 #include "platform/FloatingWindows.h"
@@ -37,6 +38,10 @@ struct PlatformServices {
     std::shared_ptr<CaptureStreamFactory> captureStreams;
     std::shared_ptr<CompressionSessionFactory> compressionSessions;
     std::shared_ptr<AssetWriterFactory> assetWriters;
+
+    /// For clips whose samples are all there already: what they write is no recording, and nobody counts it.
+    std::shared_ptr<AssetWriterFactory> exportWriters;
+    std::shared_ptr<DiscardedRecordings> discardedRecordings;
     std::shared_ptr<AssetRepairer> assetRepairer;
     std::shared_ptr<AssetReader> assetReader;
     std::shared_ptr<ExportSessionFactory> exportSessions;
@@ -44,6 +49,9 @@ struct PlatformServices {
     std::shared_ptr<HotKeyCenter> hotKeyCenter;
     std::shared_ptr<ScreenCaptureAccess> screenCaptureAccess;
     std::shared_ptr<UserNotificationCenter> userNotificationCenter;
+
+    /// For what is worth knowing but not worth an interruption. It has categories and a delegate of its own.
+    std::shared_ptr<UserNotificationCenter> quietNotificationCenter;
     std::shared_ptr<Workspace> workspace;
     std::shared_ptr<UserDefaults> userDefaults;
     std::shared_ptr<SharingServices> sharingServices;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Result.h"
+#include "base/UniqueFunction.h"
 #include "media/MediaTime.h"
 
 #include <cstddef>
@@ -64,7 +65,12 @@ class PlayerFactory {
 public:
     virtual ~PlayerFactory() = default;
 
-    /// Fails if this machine has no player. A file that cannot be played is reported later.
+    /// Has what all players need loaded on a thread of its own, for when a player is likely to be made. `completion` is called once, on the
+    /// main thread: within this call where nothing is left to be loaded, and also where this machine has no player.
+    virtual void prepare(UniqueFunction<void()> completion) = 0;
+
+    /// Waits for what `prepare` loads, if that is not there. Fails if this machine has no player. A file that cannot be played is reported
+    /// later.
     virtual Result<std::unique_ptr<Player>> makePlayer(const std::filesystem::path& file) = 0;
 };
 

@@ -20,6 +20,15 @@ struct KeySettings {
     friend bool operator==(const KeySettings&, const KeySettings&) = default;
 };
 
+/// How the user wants everything on display.
+struct DisplayOptions {
+    bool reducesMotion = false;
+    bool increasesContrast = false;
+    double textScale = 1;  ///< of the size of text, 0.5 to 3
+
+    friend bool operator==(const DisplayOptions&, const DisplayOptions&) = default;
+};
+
 /// Called on the main thread. An empty function is not called.
 struct WorkspaceObserver {
     /// The machine is about to sleep. It waits, as long as the system allows, until the argument is called or released.
@@ -29,8 +38,11 @@ struct WorkspaceObserver {
     /// A display was added, removed or moved, or changed its mode.
     std::function<void()> screenParametersDidChange;
 
-    /// What the user wants of everything on display has changed: `accessibilityDisplayShouldReduceMotion`.
+    /// What the user wants of everything on display has changed.
     std::function<void()> accessibilityDisplayOptionsDidChange;
+
+    /// `fileBrowserName` has changed: it has been found.
+    std::function<void()> fileBrowserDidChange = {};
 };
 
 /// Main thread only. Nothing here waits for another program; what cannot be done is left undone.
@@ -41,8 +53,12 @@ public:
     /// Adds an observer for the rest of the process. Observing begins with the first one.
     virtual void addObserver(WorkspaceObserver observer) = 0;
 
-    /// Whether the user has asked the desktop for less motion. Known while observers are there; false until the desktop has said so.
-    [[nodiscard]] virtual bool accessibilityDisplayShouldReduceMotion() const = 0;
+    /// What the user has asked the desktop for. Known while observers are there; nothing in particular until the desktop has said so.
+    [[nodiscard]] virtual DisplayOptions accessibilityDisplayOptions() const = 0;
+
+    /// What people call the program that opens folders here, such as "Files". Found while observers are there; empty until then, and
+    /// where there is none.
+    [[nodiscard]] virtual std::string fileBrowserName() const = 0;
 
     /// Opens a file or folder with the user's program for it.
     virtual void open(const std::filesystem::path& path) = 0;

@@ -39,7 +39,8 @@ public:
 class FakeWorkspace final : public platform::Workspace {
 public:
     void addObserver(platform::WorkspaceObserver observer) override { observers.push_back(std::move(observer)); }
-    [[nodiscard]] bool accessibilityDisplayShouldReduceMotion() const override { return shouldReduceMotion; }
+    [[nodiscard]] platform::DisplayOptions accessibilityDisplayOptions() const override { return displayOptions; }
+    [[nodiscard]] std::string fileBrowserName() const override { return fileBrowser; }
     void open(const std::filesystem::path& path) override { opened.push_back(path); }
     void openURL(std::string_view url) override { openedURLs.emplace_back(url); }
     [[nodiscard]] std::optional<platform::KeySettings> keySettings() const override { return keys; }
@@ -60,6 +61,14 @@ public:
                 observer.didWake();
         }
     }
+    void findFileBrowser(std::string name)
+    {
+        fileBrowser = std::move(name);
+        for (auto& observer : observers) {
+            if (observer.fileBrowserDidChange)
+                observer.fileBrowserDidChange();
+        }
+    }
     void changeScreens()
     {
         for (auto& observer : observers) {
@@ -69,7 +78,8 @@ public:
     }
 
     std::vector<platform::WorkspaceObserver> observers;
-    bool shouldReduceMotion = false;
+    platform::DisplayOptions displayOptions;
+    std::string fileBrowser;
     std::vector<std::filesystem::path> opened;
     std::vector<std::string> openedURLs;
     std::optional<platform::KeySettings> keys;

@@ -101,6 +101,13 @@ private:
 
 class FakePlayers final : public platform::PlayerFactory {
 public:
+    void prepare(UniqueFunction<void()> completion) override
+    {
+        preparations_.push_back(std::move(completion));
+        if (isPrepared)
+            finishPreparation();
+    }
+
     Result<std::unique_ptr<platform::Player>> makePlayer(const std::filesystem::path& file) override
     {
         if (createError)
@@ -111,8 +118,20 @@ public:
         return std::make_unique<FakePlayer>(std::move(record));
     }
 
+    /// Everything is loaded.
+    void finishPreparation()
+    {
+        isPrepared = true;
+        for (auto& completion : std::exchange(preparations_, {}))
+            completion();
+    }
+
+    bool isPrepared = true;
     std::optional<Error> createError;
     std::vector<std::shared_ptr<PlayerRecord>> players;
+
+private:
+    std::vector<UniqueFunction<void()>> preparations_;
 };
 
 }  // namespace velmora::fake

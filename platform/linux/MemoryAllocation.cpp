@@ -24,4 +24,9 @@ void limitRetainedMemory()
     ::mallopt(M_ARENA_MAX, heapCount);
 }
 
+void giveBackUnusedMemory()
+{
+    ::malloc_trim(0);
+}
+
 }  // namespace velmora::linux_backend

@@ -4,6 +4,7 @@
 
 #include "engine/capture/CaptureStreams.h"
 #include "engine/files/AssetRepairer.h"
+#include "engine/files/DiscardedRecordings.h"
 #include "engine/files/ExportSessions.h"
 #include "platform/linux/CodecModuleServices.h"
 #include "platform/linux/JournalSink.h"
@@ -63,7 +64,8 @@ void endWithTheDisplay()
     std::_Exit(EXIT_FAILURE);
 }
 
-void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExecutor, WhenTheDisplayGoes whenTheDisplayGoes)
+void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExecutor, WhenTheDisplayGoes whenTheDisplayGoes,
+    const engine::KeyFrameRequests& keyFrameRequests)
 {
     using namespace linux_backend;
     const auto events = std::make_shared<X11EventThread>();
@@ -82,6 +84,7 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
             },
         .makeAudioSource = makeApplicationAudioSource,
         .shareableContent = services.shareableContent,
+        .keyFrameRequests = keyFrameRequests,
     });
     services.windowActivation = std::make_shared<X11WindowActivation>();
     services.floatingWindows = std::make_shared<X11FloatingWindows>(events);
@@ -98,7 +101,7 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
         .startDetached = {}});
 }
 
-void usePortal(PlatformServices& services, const std::shared_ptr<Executor>& mainExecutor)
+void usePortal(PlatformServices& services, const std::shared_ptr<Executor>& mainExecutor, const engine::KeyFrameRequests& keyFrameRequests)
 {
     using namespace linux_backend;
     const auto content =
@@ -112,6 +115,7 @@ void usePortal(PlatformServices& services, const std::shared_ptr<Executor>& main
         .makeAudioSource = makeApplicationAudioSource,
         .audioTarget = [content](const ContentFilter& filter) { return content->audioTarget(filter.window().windowID); },
         .shareableContent = content,
+        .keyFrameRequests = keyFrameRequests,
     });
     services.screenCaptureAccess = std::make_shared<PortalScreenCaptureAccess>();
     services.hotKeyCenter = std::make_shared<PortalHotKeyCenter>();
@@ -142,30 +146,47 @@ void prepareProcess()
     ::signal(SIGXFSZ, SIG_IGN);
 }
 
+void giveBackUnusedMemory()
+{
+    linux_backend::giveBackUnusedMemory();
+}
+
+std::shared_ptr<FileManager> makeFileManager()
+{
+    return linux_backend::makeFileManager();
+}
+
 PlatformServices makePlatformServices(
     std::shared_ptr<Executor> mainExecutor, MakeApplicationIcon makeIcon, WhenTheDisplayGoes whenTheDisplayGoes)
 {
     using namespace linux_backend;
     PlatformServices services;
     services.logSink = makeLogSink();
-    services.fileManager = makeFileManager();
+    services.fileManager = linux_backend::makeFileManager();
     services.screens = std::make_shared<PixelScreens>();
-    services.compressionSessions = makeCompressionSessions();
-    services.assetWriters = makeAssetWriters(std::make_shared<Trash>(Trash::placesOfUser(services.fileManager->homeDirectory())));
+    const engine::KeyFrameRequests keyFrameRequests;
+    services.compressionSessions = makeCompressionSessions(keyFrameRequests);
+    services.exportWriters = makeAssetWriters({});
+    const auto trash = std::make_shared<Trash>(Trash::placesOfUser(services.fileManager->homeDirectory()));
+    const auto discarded = std::make_shared<engine::DiscardedRecordings>(trash);
+    services.discardedRecordings = discarded;
+    services.assetWriters =
+        makeAssetWriters({.trash = trash, .kept = [discarded](const auto& trashed) { discarded->wasKept(trashed); }}, keyFrameRequests);
     services.assetRepairer = engine::makeAssetRepairer();
     services.assetReader = makeAssetReader();
     services.exportSessions = engine::makeExportSessions();
     services.players = makePlayers(services.assetReader, mainExecutor);
-    services.userNotificationCenter = makeUserNotificationCenter({.makeIcon = std::move(makeIcon), .busAddress = {}});
+    services.quietNotificationCenter = makeUserNotificationCenter({.makeIcon = makeIcon, .isQuiet = true});
+    services.userNotificationCenter = makeUserNotificationCenter({.makeIcon = std::move(makeIcon)});
     services.userDefaults = makeUserDefaults();
     services.sharingServices = makeSharingServices();
     services.folderChooser = makePortalFolderChooser();
     services.loginItem = makeLoginItem(AutostartOptions::fromEnvironment(services.fileManager->homeDirectory()));
     // Xwayland would answer too, but shows only some of the windows, and those not whole.
     if (!environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland")
-        usePortal(services, mainExecutor);
+        usePortal(services, mainExecutor, keyFrameRequests);
     else if (!environment("DISPLAY").empty())
-        useX11(services, mainExecutor, whenTheDisplayGoes);
+        useX11(services, mainExecutor, whenTheDisplayGoes, keyFrameRequests);
     else
         useNothing(services, "There is no display: neither DISPLAY nor WAYLAND_DISPLAY is set.");
     return services;

@@ -1,10 +1,12 @@
 #include "platform/linux/desktop/LinuxWorkspace.h"
 
 #include "base/SelfReference.h"
+#include "platform/linux/desktop/FileHandler.h"
 #include "platform/linux/desktop/FileUri.h"
-#include "platform/linux/desktop/PortalMotion.h"
+#include "platform/linux/desktop/PortalDisplayOptions.h"
 #include "platform/linux/desktop/bus/BusConnection.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -13,6 +15,7 @@
 #include <QObject>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QThreadPool>
 
 #include <algorithm>
 #include <cstdlib>
@@ -122,11 +125,17 @@ public:
             });
         }
         if (session_.isConnected())
-            motion_.emplace(
+            display_.emplace(
                 options_.sessionBusAddress, [this] { tell(&platform::WorkspaceObserver::accessibilityDisplayOptionsDidChange); });
+        lookForFileBrowser();
     }
 
-    [[nodiscard]] bool accessibilityDisplayShouldReduceMotion() const override { return motion_ && motion_->isReduced(); }
+    [[nodiscard]] platform::DisplayOptions accessibilityDisplayOptions() const override
+    {
+        return display_ ? display_->options() : platform::DisplayOptions{};
+    }
+
+    [[nodiscard]] std::string fileBrowserName() const override { return fileBrowserName_; }
 
     void open(const std::filesystem::path& path) override
     {
@@ -199,6 +208,21 @@ private:
         options_.startDetached(program, command);
     }
 
+    /// Files are read, of which a slow disk may hold any up.
+    void lookForFileBrowser()
+    {
+        QThreadPool::globalInstance()->start([weak = self_.weak(), places = FileHandlerPlaces::fromEnvironment()] {
+            auto name = fileHandlerName(places, "inode/directory");
+            QMetaObject::invokeMethod(QCoreApplication::instance(), [weak, name = std::move(name)]() mutable {
+                const auto self = weak.lock();
+                if (!self || name == self->fileBrowserName_)
+                    return;
+                self->fileBrowserName_ = std::move(name);
+                self->tell(&platform::WorkspaceObserver::fileBrowserDidChange);
+            });
+        });
+    }
+
     void delaySleep()
     {
         auto call = QDBusMessage::createMethodCall(
@@ -227,7 +251,8 @@ private:
     std::optional<QDBusConnection> system_;
     std::vector<platform::WorkspaceObserver> observers_;
     Inhibitor inhibitor_;
-    std::optional<PortalMotion> motion_;
+    std::optional<PortalDisplayOptions> display_;
+    std::string fileBrowserName_;
     const SelfReference<LinuxWorkspace> self_{*this};
 };
 

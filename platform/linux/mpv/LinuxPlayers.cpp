@@ -1,8 +1,10 @@
 #include "platform/linux/mpv/LinuxPlayers.h"
 
+#include "base/SelfReference.h"
 #include "platform/linux/modules/ModuleLoader.h"
 #include "platform/linux/mpv/PlayerModule.h"
 
+#include <optional>
 #include <utility>
 
 namespace velmora::linux_backend {
@@ -28,6 +30,24 @@ public:
     {
     }
 
+    void prepare(UniqueFunction<void()> completion) override
+    {
+        if (isLoaded_)
+            return completion();
+        if (!loading_)
+            loading_.emplace("com.velmora.player.loading");
+        loading_->async([weak = self_.weak(), executor = mainExecutor_, completion = std::move(completion)]() mutable {
+            static_cast<void>(playerModule());
+            executor->async([weak, completion = std::move(completion)]() mutable {
+                if (const auto self = weak.lock()) {
+                    self->isLoaded_ = true;
+                    self->loading_.reset();
+                }
+                completion();
+            });
+        });
+    }
+
     Result<std::unique_ptr<platform::Player>> makePlayer(const std::filesystem::path& file) override
     {
         const auto module = playerModule();
@@ -44,6 +64,9 @@ public:
 private:
     const std::shared_ptr<platform::AssetReader> assetReader_;
     const std::shared_ptr<Executor> mainExecutor_;
+    bool isLoaded_ = false;
+    std::optional<SerialQueue> loading_;  // while it loads: nothing else needs a thread
+    const SelfReference<LinuxPlayers> self_{*this};
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Players from the player module, which is loaded when the first is made.
+// Players from the player module, which is loaded when the first is made or prepared.
 #pragma once
 
 #include "base/SerialQueue.h"

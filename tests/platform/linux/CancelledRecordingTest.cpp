@@ -33,7 +33,7 @@ protected:
 
     [[nodiscard]] std::shared_ptr<platform::AssetWriter> makeTrashingWriter(const char* name = "clip.mp4") const
     {
-        engine::AssetWriterFactory factory{aacEncoders, trash_};
+        engine::AssetWriterFactory factory{aacEncoders, {.trash = trash_}};
         return factory.makeAssetWriter(path(name), platform::AssetFileType::mpeg4).value();
     }
 
@@ -178,7 +178,26 @@ TEST_F(CancelledRecordingTest, WhoseFolderWasRenamedMeanwhilePlaysWholeFromTheTr
     cancel(writing);
     ASSERT_THAT(trashed(), ElementsAre(home_.path() / "Trash/files/clip.mp4"));
     EXPECT_EQ(decodeClean(trashed()[0]).pictures.size(), 60U);
-    EXPECT_FALSE(mp4::readMovieSummary(trashed()[0])->isFragmented);
+    EXPECT_FALSE(mp4::readMovieSummary(trashed()[0]).value().isFragmented);
+}
+
+TEST_F(CancelledRecordingTest, WhoseFolderWasRenamedPlaysWholeFromTheTrashOfItsFileSystemToo)
+{
+    // The user's own cannot be reached.
+    std::ofstream{home_.path() / "Trash"} << "a file";
+    trash_ = std::make_shared<Trash>(
+        Trash::Places{home_.path() / "Trash", [this](const auto&) { return std::filesystem::canonical(clips_.path()); }, ::geteuid()});
+    std::filesystem::create_directory(path("folder"));
+    auto writing = begin(makeTrashingWriter("folder/clip.mp4"));
+    appendPictures(writing);
+    std::filesystem::rename(path("folder"), path("renamed"));
+    cancel(writing);
+    EXPECT_TRUE(std::filesystem::is_empty(path("renamed")));
+    const auto trash = clips_.path() / (".Trash-" + std::to_string(::geteuid()));
+    ASSERT_TRUE(std::filesystem::exists(trash / "files/clip.mp4"));
+    EXPECT_EQ(decodeClean(trash / "files/clip.mp4").pictures.size(), 60U);
+    std::ifstream info{trash / "info/clip.mp4.trashinfo"};
+    EXPECT_THAT((std::string{std::istreambuf_iterator<char>{info}, {}}), HasSubstr("Path=renamed/clip.mp4\n")) << "where it is restored to";
 }
 
 TEST_F(CancelledRecordingTest, WhoseFolderWasRenamedIsWholeThereWhereNoTrashCanBeReached)
@@ -190,7 +209,7 @@ TEST_F(CancelledRecordingTest, WhoseFolderWasRenamedIsWholeThereWhereNoTrashCanB
     std::filesystem::rename(path("folder"), path("renamed"));
     cancel(writing);
     awaitClosed(path("renamed") / "clip.mp4");
-    EXPECT_FALSE(mp4::readMovieSummary(path("renamed") / "clip.mp4")->isFragmented);
+    EXPECT_FALSE(mp4::readMovieSummary(path("renamed") / "clip.mp4").value().isFragmented);
     EXPECT_EQ(decodeClean(path("renamed") / "clip.mp4").pictures.size(), 60U);
 }
 
@@ -213,7 +232,7 @@ TEST_F(CancelledRecordingTest, ThatItsUserHasRenamedIsWholeWhereItLies)
     std::filesystem::rename(path(), path("mine.mp4"));
     cancel(writing);
     awaitClosed(path("mine.mp4"));
-    EXPECT_FALSE(mp4::readMovieSummary(path("mine.mp4"))->isFragmented);
+    EXPECT_FALSE(mp4::readMovieSummary(path("mine.mp4")).value().isFragmented);
     EXPECT_EQ(decodeClean(path("mine.mp4")).pictures.size(), 60U);
     EXPECT_THAT(trashed(), IsEmpty());
 }
@@ -236,7 +255,7 @@ TEST_F(CancelledRecordingTest, PlaysFromTheTrashWhileTheDiskIsStillAtItAndIsWhol
     auto writing = begin(makeSlowWriter(gate));
     appendPictures(writing, 0, 30);
     // The first fragment is on the disk, the second is held up on its way there.
-    while (!mp4::readMovieSummary(path()) || mp4::readMovieSummary(path())->duration < MediaTime(1, 2))
+    while (!mp4::readMovieSummary(path()) || mp4::readMovieSummary(path()).value().duration < MediaTime(1, 2))
         std::this_thread::yield();
     gate->close();
     appendPictures(writing, 30, 60);
@@ -250,9 +269,9 @@ TEST_F(CancelledRecordingTest, PlaysFromTheTrashWhileTheDiskIsStillAtItAndIsWhol
     writing = {};
     ASSERT_FALSE(error) << error.message();
     EXPECT_GT(decodeClean(path("copy.mp4")).pictures.size(), 20U);
-    EXPECT_TRUE(mp4::readMovieSummary(path("copy.mp4"))->isFragmented);
+    EXPECT_TRUE(mp4::readMovieSummary(path("copy.mp4")).value().isFragmented);
     EXPECT_EQ(decodeClean(trashed()[0]).pictures.size(), 60U);
-    EXPECT_FALSE(mp4::readMovieSummary(trashed()[0])->isFragmented);
+    EXPECT_FALSE(mp4::readMovieSummary(trashed()[0]).value().isFragmented);
 }
 
 TEST_F(CancelledRecordingTest, KeepsItsWriterUntilItIsWhole)
@@ -267,7 +286,7 @@ TEST_F(CancelledRecordingTest, KeepsItsWriterUntilItIsWhole)
     gate->open();
     end.wait();
     ASSERT_EQ(trashed().size(), 1U);
-    EXPECT_FALSE(mp4::readMovieSummary(trashed()[0])->isFragmented);
+    EXPECT_FALSE(mp4::readMovieSummary(trashed()[0]).value().isFragmented);
 }
 
 TEST_F(CancelledRecordingTest, DoesNotKeepItsWriterForEverWhereTheDiskStandsStill)
@@ -280,7 +299,7 @@ TEST_F(CancelledRecordingTest, DoesNotKeepItsWriterForEverWhereTheDiskStandsStil
     EXPECT_FALSE(std::filesystem::exists(path()));
     ASSERT_EQ(trashed().size(), 1U);
     gate->open();
-    while (!mp4::readMovieSummary(trashed()[0]) || mp4::readMovieSummary(trashed()[0])->isFragmented)
+    while (!mp4::readMovieSummary(trashed()[0]) || mp4::readMovieSummary(trashed()[0]).value().isFragmented)
         std::this_thread::yield();
     EXPECT_EQ(decodeClean(trashed()[0]).pictures.size(), 60U);
 }
@@ -290,7 +309,7 @@ TEST_F(CancelledRecordingTest, OfAFullDiskIsWholeUpToThereOrDeletedWhereThatIsLe
     const auto gate = std::make_shared<DiskGate>();
     auto writing = begin(makeSlowWriter(gate));
     appendPictures(writing, 0, 59);
-    while (!mp4::readMovieSummary(path()) || mp4::readMovieSummary(path())->duration < MediaTime(1, 1))
+    while (!mp4::readMovieSummary(path()) || mp4::readMovieSummary(path()).value().duration < MediaTime(1, 1))
         std::this_thread::yield();
     gate->fillUp();
     appendPictures(writing, 59, 60);
@@ -298,7 +317,7 @@ TEST_F(CancelledRecordingTest, OfAFullDiskIsWholeUpToThereOrDeletedWhereThatIsLe
     ASSERT_EQ(trashed().size(), 1U);
     EXPECT_GE(decodeClean(trashed()[0]).pictures.size(), 30U);
     EXPECT_LT(decodeClean(trashed()[0]).pictures.size(), 60U);
-    EXPECT_FALSE(mp4::readMovieSummary(trashed()[0])->isFragmented);
+    EXPECT_FALSE(mp4::readMovieSummary(trashed()[0]).value().isFragmented);
 
     const auto full = std::make_shared<DiskGate>();
     auto nothing = begin(makeSlowWriter(full));

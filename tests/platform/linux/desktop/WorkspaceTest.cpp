@@ -1,6 +1,7 @@
 #include "platform/linux/desktop/LinuxWorkspace.h"
 
 #include "tests/platform/linux/desktop/PrivateBus.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -9,8 +10,10 @@
 #include <QMap>
 #include <QStringList>
 
+#include <cmath>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <unistd.h>
@@ -132,6 +135,11 @@ const QString gnome = QStringLiteral("org.gnome.desktop.interface");
 const QString animations = QStringLiteral("enable-animations");
 const QString kde = QStringLiteral("org.kde.kdeglobals.KDE");
 const QString duration = QStringLiteral("AnimationDurationFactor");
+const QString appearance = QStringLiteral("org.freedesktop.appearance");
+const QString contrast = QStringLiteral("contrast");
+const QString gnomeAccess = QStringLiteral("org.gnome.desktop.a11y.interface");
+const QString highContrast = QStringLiteral("high-contrast");
+const QString scaling = QStringLiteral("text-scaling-factor");
 
 class WorkspaceTest : public testing::Test {
 protected:
@@ -169,7 +177,23 @@ protected:
             .didWake = [this] { events.emplace_back("wake"); },
             .screenParametersDidChange = [this] { events.emplace_back("screens"); },
             .accessibilityDisplayOptionsDidChange =
-                [this] { events.emplace_back(workspace->accessibilityDisplayShouldReduceMotion() ? "less motion" : "motion"); },
+                [this] {
+                    const auto options = workspace->accessibilityDisplayOptions();
+                    if (options.increasesContrast != knownContrast)
+                        events.emplace_back(options.increasesContrast ? "more contrast" : "contrast");
+                    else if (options.textScale != knownScale)
+                        events.push_back("text " + std::to_string(std::lround(options.textScale * 100)));
+                    else
+                        events.emplace_back(options.reducesMotion ? "less motion" : "motion");
+                    knownContrast = options.increasesContrast;
+                    knownScale = options.textScale;
+                },
+            .fileBrowserDidChange =
+                [this] {
+                    // This machine may have one too.
+                    if (followsFileBrowser)
+                        events.push_back("files in " + workspace->fileBrowserName());
+                },
         });
     }
 
@@ -178,6 +202,9 @@ protected:
     std::vector<std::string> started;
     std::vector<std::string> missing;
     std::vector<std::string> events;
+    bool followsFileBrowser = false;
+    bool knownContrast = false;
+    double knownScale = 1;
     std::function<void()> displaysChanged;
     UniqueFunction<void()> readyToSleep;
 };
@@ -284,7 +311,7 @@ TEST_F(WorkspaceTest, ADesktopThatSwitchedAnimationsOffWantsLessMotionAndItsChan
 {
     ScriptedSettingsPortal portal{bus.connect("portal"), {{gnome + QLatin1Char(' ') + animations, false}}};
     observe();
-    EXPECT_FALSE(workspace->accessibilityDisplayShouldReduceMotion()) << "nobody has answered yet";
+    EXPECT_FALSE(workspace->accessibilityDisplayOptions().reducesMotion) << "nobody has answered yet";
     ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
     emit portal.SettingChanged(gnome, animations, QDBusVariant{true});
     ASSERT_TRUE(test::PrivateBus::runUntil([&] { return events.size() == 2; }));
@@ -297,7 +324,7 @@ TEST_F(WorkspaceTest, AnAnimationDurationOfZeroIsLessMotionAndAShortOneIsNot)
 {
     ScriptedSettingsPortal portal{bus.connect("portal"), {{kde + QLatin1Char(' ') + duration, QStringLiteral("0.5")}}};
     observe();
-    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return portal.answered == 2; }));
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return portal.answered == 5; }));
     emit portal.SettingChanged(kde, duration, QDBusVariant{QStringLiteral("0")});
     ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
     emit portal.SettingChanged(kde, duration, QDBusVariant{1.0});
@@ -309,13 +336,76 @@ TEST_F(WorkspaceTest, OtherSettingsAndValuesOfAnotherTypeChangeNothing)
 {
     ScriptedSettingsPortal portal{bus.connect("portal"), {{gnome + QLatin1Char(' ') + animations, QStringLiteral("false")}}};
     observe();
-    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return portal.answered == 2; }));
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return portal.answered == 5; }));
     emit portal.SettingChanged(gnome, QStringLiteral("cursor-blink"), QDBusVariant{false});
     emit portal.SettingChanged(kde, animations, QDBusVariant{false});
     emit portal.SettingChanged(kde, duration, QDBusVariant{QStringLiteral("none")});
     emit portal.SettingChanged(gnome, animations, QDBusVariant{false});
     ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
     EXPECT_THAT(events, ElementsAre("less motion")) << "of the last alone";
+}
+
+TEST_F(WorkspaceTest, MoreContrastIsWantedByThePortalsOwnSettingAndItsChangesAreHeard)
+{
+    ScriptedSettingsPortal portal{bus.connect("portal"), {{appearance + QLatin1Char(' ') + contrast, 1U}}};
+    observe();
+    EXPECT_FALSE(workspace->accessibilityDisplayOptions().increasesContrast) << "nobody has answered yet";
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
+    emit portal.SettingChanged(appearance, contrast, QDBusVariant{0U});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return events.size() == 2; }));
+    emit portal.SettingChanged(appearance, contrast, QDBusVariant{7U});
+    emit portal.SettingChanged(appearance, contrast, QDBusVariant{QStringLiteral("1")});
+    emit portal.SettingChanged(gnome, animations, QDBusVariant{false});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return events.size() == 3; }));
+    EXPECT_THAT(events, ElementsAre("more contrast", "contrast", "less motion")) << "what is not known is no wish";
+}
+
+TEST_F(WorkspaceTest, WhereThePortalHasNoSuchSettingTheOneOfGnomeCountsAndWhereItHasItAlone)
+{
+    ScriptedSettingsPortal portal{bus.connect("portal"), {{gnomeAccess + QLatin1Char(' ') + highContrast, true}}};
+    observe();
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
+    EXPECT_TRUE(workspace->accessibilityDisplayOptions().increasesContrast);
+    emit portal.SettingChanged(appearance, contrast, QDBusVariant{0U});
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return events.size() == 2; }));
+    EXPECT_FALSE(workspace->accessibilityDisplayOptions().increasesContrast);
+    EXPECT_THAT(events, ElementsAre("more contrast", "contrast"));
+}
+
+TEST_F(WorkspaceTest, TextIsAsLargeAsThePortalSaysAndOfItsOwnSizeForAFactorThatIsNone)
+{
+    ScriptedSettingsPortal portal{bus.connect("portal"), {{gnome + QLatin1Char(' ') + scaling, 1.25}}};
+    observe();
+    EXPECT_EQ(workspace->accessibilityDisplayOptions().textScale, 1);
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
+    for (const double factor : {0.0, std::nan(""), 40.0, -1.0, 0.75}) {
+        emit portal.SettingChanged(gnome, scaling, QDBusVariant{2.0});
+        emit portal.SettingChanged(gnome, scaling, QDBusVariant{factor});
+    }
+    ASSERT_TRUE(test::PrivateBus::runUntil([&] { return events.size() == 11; }));
+    EXPECT_THAT(events,
+        ElementsAre("text 125", "text 200", "text 100", "text 200", "text 100", "text 200", "text 100", "text 200", "text 100", "text 200",
+            "text 75"));
+}
+
+TEST_F(WorkspaceTest, TheNameOfTheFileBrowserIsFoundOnceSomebodyObserves)
+{
+    const test::TemporaryDirectory home;
+    std::filesystem::create_directories(home.path() / "applications");
+    std::ofstream{home.path() / "applications" / "mimeapps.list"} << "[Default Applications]\ninode/directory=drawers.desktop\n";
+    std::ofstream{home.path() / "applications" / "drawers.desktop"} << "[Desktop Entry]\nName=Drawers\n";
+    const auto before = qgetenv("XDG_DATA_HOME");
+    const auto configuration = qgetenv("XDG_CONFIG_HOME");
+    qputenv("XDG_DATA_HOME", QByteArray::fromStdString(home.path().string()));
+    qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString(home.path().string()));
+    EXPECT_EQ(workspace->fileBrowserName(), "");
+    followsFileBrowser = true;
+    observe();
+    EXPECT_EQ(workspace->fileBrowserName(), "") << "it is not waited for";
+    EXPECT_TRUE(test::PrivateBus::runUntil([&] { return !events.empty(); }));
+    EXPECT_THAT(events, ElementsAre("files in Drawers"));
+    for (const auto& [name, value] : {std::pair{"XDG_DATA_HOME", before}, std::pair{"XDG_CONFIG_HOME", configuration}})
+        value.isNull() ? qunsetenv(name) : qputenv(name, value);
 }
 
 TEST_F(WorkspaceTest, APortalThatStartsLaterIsAskedThenAndKeepsItsWordWhenItIsGone)
@@ -331,7 +421,7 @@ TEST_F(WorkspaceTest, APortalThatStartsLaterIsAskedThenAndKeepsItsWordWhenItIsGo
     };
     ASSERT_TRUE(test::PrivateBus::runUntil(isGone));
     EXPECT_THAT(events, ElementsAre("less motion"));
-    EXPECT_TRUE(workspace->accessibilityDisplayShouldReduceMotion());
+    EXPECT_TRUE(workspace->accessibilityDisplayOptions().reducesMotion);
 }
 
 }  // namespace

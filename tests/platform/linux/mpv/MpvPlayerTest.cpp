@@ -3,6 +3,7 @@
 #include "engine/files/AssetReader.h"
 #include "engine/files/ExportSessions.h"
 #include "platform/ExportSession.h"
+#include "platform/linux/mpv/LinuxPlayers.h"
 #include "tests/platform/linux/mpv/PumpedMainThread.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/media/DecodedFile.h"
@@ -585,6 +586,26 @@ TEST_F(MpvPlayerTest, ItCanBeClosedByWhatItTells)
         ASSERT_TRUE(mainThread_->runUntil([&] { return isClosed; }));
         mainThread_->runPending();
     }
+}
+
+TEST_F(MpvPlayerTest, WhatPlayersNeedIsLoadedOnAnotherThreadAndToldOfOnThisOneEachTime)
+{
+    const auto players = makePlayers(reader_, mainThread_);
+    int told = 0;
+    players->prepare([&told] { ++told; });
+    players->prepare([&told] { ++told; });
+    EXPECT_EQ(told, 0) << "loading takes longer than these calls";
+    ASSERT_TRUE(mainThread_->runUntil([&told] { return told == 2; }));
+    players->prepare([&told] { ++told; });
+    EXPECT_EQ(told, 3) << "at once";
+    EXPECT_TRUE(players->makePlayer(unevenFile()));
+}
+
+TEST_F(MpvPlayerTest, PlayersThatGoWhileTheirPartsAreBeingLoadedStillAnswer)
+{
+    int told = 0;
+    makePlayers(reader_, mainThread_)->prepare([&told] { ++told; });
+    EXPECT_TRUE(mainThread_->runUntil([&told] { return told == 1; }));
 }
 
 }  // namespace

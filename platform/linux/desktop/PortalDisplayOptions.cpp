@@ -1,4 +1,4 @@
-#include "platform/linux/desktop/PortalMotion.h"
+#include "platform/linux/desktop/PortalDisplayOptions.h"
 
 #include "platform/linux/desktop/bus/BusInput.h"
 #include "platform/linux/portal_access/PortalConnection.h"
@@ -21,13 +21,13 @@ constexpr const char* settings = "org.freedesktop.portal.Settings";
 
 }  // namespace
 
-class PortalMotion::Settings final : public QObject {
+class PortalDisplayOptions::Settings final : public QObject {
     Q_OBJECT
 
 public:
     Settings(PortalConnection& portal, std::function<void()> changed);
 
-    [[nodiscard]] bool isReduced() const { return motion_.isReduced(); }
+    [[nodiscard]] const DesktopDisplay& display() const { return display_; }
 
 private slots:
     void settingChanged(const QDBusMessage& signal);
@@ -39,10 +39,12 @@ private:
 
     PortalConnection& portal_;
     const std::function<void()> changed_;
-    DesktopMotion motion_;
+    DesktopDisplay display_;
 };
 
-PortalMotion::Settings::Settings(PortalConnection& portal, std::function<void()> changed) : portal_(portal), changed_(std::move(changed))
+PortalDisplayOptions::Settings::Settings(PortalConnection& portal, std::function<void()> changed)
+    : portal_(portal)
+    , changed_(std::move(changed))
 {
     // We listen before we ask: what changes in between is heard.
     portal_.bus().connect(QLatin1String{portal::service}, QLatin1String{portal::path}, QLatin1String{settings},
@@ -51,7 +53,7 @@ PortalMotion::Settings::Settings(PortalConnection& portal, std::function<void()>
     ask();
 }
 
-void PortalMotion::Settings::settingChanged(const QDBusMessage& signal)
+void PortalDisplayOptions::Settings::settingChanged(const QDBusMessage& signal)
 {
     if (signal.signature() != QLatin1String{"ssv"})
         return;
@@ -59,13 +61,13 @@ void PortalMotion::Settings::settingChanged(const QDBusMessage& signal)
     take(arguments[0].toString(), arguments[1].toString(), arguments[2]);
 }
 
-void PortalMotion::Settings::ask()
+void PortalDisplayOptions::Settings::ask()
 {
-    ask(DesktopMotion::interfaceGroup, DesktopMotion::animationsKey);
-    ask(DesktopMotion::kdeGroup, DesktopMotion::durationKey);
+    for (const auto& setting : DesktopDisplay::settings)
+        ask(setting.group, setting.key);
 }
 
-void PortalMotion::Settings::ask(const char* group, const char* key)
+void PortalDisplayOptions::Settings::ask(const char* group, const char* key)
 {
     // The portals of older desktops do not know its successor ReadOne.
     auto call = portal::methodCall(settings, "Read", {QLatin1String{group}, QLatin1String{key}});
@@ -79,26 +81,25 @@ void PortalMotion::Settings::ask(const char* group, const char* key)
     });
 }
 
-void PortalMotion::Settings::take(const QString& group, const QString& key, const QVariant& value)
+void PortalDisplayOptions::Settings::take(const QString& group, const QString& key, const QVariant& value)
 {
-    const bool wasReduced = isReduced();
-    motion_.take(group, key, value);
-    if (isReduced() != wasReduced)
+    if (display_.take(group, key, value))
         changed_();
 }
 
-PortalMotion::PortalMotion(const std::string& busAddress, std::function<void()> changed)
+PortalDisplayOptions::PortalDisplayOptions(const std::string& busAddress, std::function<void()> changed)
     : settings_(std::make_unique<Settings>(PortalConnection::of(busAddress), std::move(changed)))
 {
 }
 
-PortalMotion::~PortalMotion() = default;
+PortalDisplayOptions::~PortalDisplayOptions() = default;
 
-bool PortalMotion::isReduced() const
+platform::DisplayOptions PortalDisplayOptions::options() const
 {
-    return settings_->isReduced();
+    const auto& display = settings_->display();
+    return {display.reducesMotion(), display.increasesContrast(), display.textScale()};
 }
 
 }  // namespace velmora::linux_backend
 
-#include "PortalMotion.moc"
+#include "PortalDisplayOptions.moc"
