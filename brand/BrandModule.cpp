@@ -22,13 +22,32 @@ void installBrandModule(QQmlEngine& engine)
     engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
 }
 
-void setReducesMotion(QQmlEngine& engine, bool reducesMotion)
+namespace {
+
+Theme& themeOf(QQmlEngine& engine)
 {
     // The types are registered by the first import.
     QQmlComponent{&engine}.setData("import QtQml\nimport Velmora.Brand\nQtObject { }", {});
     auto* theme = engine.singletonInstance<Theme*>(qmlTypeId("Velmora.Brand", 1, 0, "Theme"));
     assert(theme && "the module is installed");
-    theme->setReducesMotion(reducesMotion);
+    return *theme;
+}
+
+}  // namespace
+
+void setReducesMotion(QQmlEngine& engine, bool reducesMotion)
+{
+    themeOf(engine).setReducesMotion(reducesMotion);
+}
+
+void setIncreasesContrast(QQmlEngine& engine, bool increasesContrast)
+{
+    themeOf(engine).setIncreasesContrast(increasesContrast);
+}
+
+void setTextScale(QQmlEngine& engine, double scale)
+{
+    themeOf(engine).setTextScale(scale);
 }
 
 }  // namespace velmora

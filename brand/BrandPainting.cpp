@@ -169,4 +169,17 @@ QImage shadowImage(const QSizeF& size, double radius, double margin, double scal
     return image;
 }
 
+QRegion roundedRegion(const QSize& size, int radius)
+{
+    QRegion region{0, radius, size.width(), size.height() - 2 * radius};
+    for (int row = 0; row < radius; ++row) {
+        const double height = radius - (row + 0.5);
+        const int inset = static_cast<int>(std::ceil(radius - std::sqrt(radius * radius - height * height) - 0.5));
+        const QSize line{size.width() - 2 * inset, 1};
+        region += QRect{{inset, row}, line};
+        region += QRect{{inset, size.height() - 1 - row}, line};
+    }
+    return region;
+}
+
 }  // namespace velmora

@@ -7,6 +7,7 @@
 #include <QImage>
 #include <QPainter>
 #include <QRectF>
+#include <QRegion>
 
 namespace velmora {
 
@@ -22,5 +23,8 @@ QImage markImage(const OrbelleShape& shape, double size, double margin, const QC
 /// The shadow of a rounded rectangle of `size` points, shown at `scale`, with `margin` points around it, beyond which it does not reach. What
 /// the rectangle itself covers is dark too.
 QImage shadowImage(const QSizeF& size, double radius, double margin, double scale);
+
+/// The pixels of a rectangle whose middles lie inside its round corners: the same at all four.
+QRegion roundedRegion(const QSize& size, int radius);
 
 }  // namespace velmora

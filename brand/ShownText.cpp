@@ -13,7 +13,6 @@ constexpr qsizetype longestLine = 1024;
 constexpr qsizetype longestParagraphs = 4096;
 constexpr int highestTower = 8;
 constexpr char32_t ellipsis = 0x2026;
-constexpr QChar emojiPresentation{0xFE0F};
 
 bool isLineBreak(char32_t character)
 {
@@ -93,11 +92,12 @@ QString shortened(const QString& text, qsizetype length, qsizetype kept)
     return text.left(ends[length - 1 - behind]) + QChar{ellipsis} + text.mid(ends[count - behind]);
 }
 
-QString leadingEmoji(const QString& text)
+QString leadingSymbol(const QString& title)
 {
-    QTextBoundaryFinder finder{QTextBoundaryFinder::Grapheme, text};
-    const auto first = text.left(std::max<qsizetype>(finder.toNextBoundary(), 0));
-    return first.endsWith(emojiPresentation) ? first : QString{};
+    QTextBoundaryFinder finder{QTextBoundaryFinder::Grapheme, title};
+    const auto first = title.left(std::max<qsizetype>(finder.toNextBoundary(), 0));
+    const bool standsAlone = first.size() < title.size() && title.at(first.size()).isSpace();
+    return standsAlone && QChar::category(first.toUcs4().front()) == QChar::Symbol_Other ? first : QString{};
 }
 
 }  // namespace velmora

@@ -15,8 +15,8 @@ namespace velmora {
 /// At most `length` characters as a reader counts them, including an ellipsis in place of what is cut out. The last `kept` stay.
 [[nodiscard]] QString shortened(const QString& text, qsizetype length, qsizetype kept);
 
-/// The symbol that a text begins with and that is to be shown as a coloured picture (U+FE0F, Unicode Technical Standard 51); empty when it
-/// begins with any other character.
-[[nodiscard]] QString leadingEmoji(const QString& text);
+/// The pictogram (Unicode's category So, such as an emoji) that a title begins with, together with what says how it is to be shown; empty
+/// where there is none, or no space after it.
+[[nodiscard]] QString leadingSymbol(const QString& title);
 
 }  // namespace velmora

@@ -5,35 +5,24 @@
 #include <QFontDatabase>
 #include <QFontMetricsF>
 
+#include <algorithm>
+#include <utility>
+
 namespace velmora {
 
 namespace {
 
 const QString emojiFamily = QStringLiteral("Noto Color Emoji");
 
-QStringList families()
+const QStringList& families()
 {
-    const QString inter = QStringLiteral("Inter");
-    const QString system = QFontDatabase::systemFont(QFontDatabase::GeneralFont).family();
-    // The emoji font has digits, so it comes after one for text, and before the system's, many of which have emoji in one colour.
-    return QFontDatabase::hasFamily(inter) ? QStringList{inter, emojiFamily, system} : QStringList{system, emojiFamily};
-}
-
-QFont font(int pixels, QFont::Weight weight)
-{
-    QFont made;
-    made.setFamilies(families());
-    made.setPixelSize(pixels);
-    made.setWeight(weight);
-    return made;
-}
-
-QFont emojiFont(int pixels)
-{
-    QFont made;
-    made.setFamilies({emojiFamily});
-    made.setPixelSize(pixels);
-    return made;
+    static const QStringList found = [] {
+        const QString inter = QStringLiteral("Inter");
+        const QString system = QFontDatabase::systemFont(QFontDatabase::GeneralFont).family();
+        // The emoji font has digits, so it comes after one for text, and before the system's, many of which have emoji in one colour.
+        return QFontDatabase::hasFamily(inter) ? QStringList{inter, emojiFamily, system} : QStringList{system, emojiFamily};
+    }();
+    return found;
 }
 
 QColor over(const QColor& surface, const QColor& film)
@@ -50,16 +39,22 @@ QColor over(const QColor& surface, const QColor& film)
 
 }  // namespace
 
-Theme::Theme()
-    : titleFont_(font(22, QFont::DemiBold))
-    , headlineFont_(font(15, QFont::DemiBold))
-    , panelTitleFont_(font(14, QFont::DemiBold))
-    , bodyFont_(font(13, QFont::Normal))
-    , emphasisFont_(font(13, QFont::DemiBold))
-    , captionFont_(font(11, QFont::Normal))
-    , captionEmphasisFont_(font(11, QFont::DemiBold))
-    , emojiFont_(emojiFont(13))
+Theme::Theme() = default;
+
+QFont Theme::font(int points, QFont::Weight weight) const
 {
+    QFont made;
+    made.setFamilies(families());
+    made.setPixelSize(qRound(points * textScale_));
+    made.setWeight(weight);
+    return made;
+}
+
+QFont Theme::emojiFont() const
+{
+    QFont made = bodyFont();
+    made.setFamilies({emojiFamily});
+    return made;
 }
 
 QColor Theme::hovered(const QColor& surface)
@@ -104,7 +99,10 @@ QString Theme::paragraphs(const QString& text)
 
 QFont Theme::lockupFont(double height, bool isStrong)
 {
-    QFont made = font(qRound(height * 0.6), isStrong ? QFont::Bold : QFont::Light);
+    QFont made;
+    made.setFamilies(families());
+    made.setPixelSize(qRound(height * 0.6));
+    made.setWeight(isStrong ? QFont::Bold : QFont::Light);
     made.setLetterSpacing(QFont::AbsoluteSpacing, height * 0.1);
     return made;
 }
@@ -115,6 +113,20 @@ void Theme::setReducesMotion(bool reducesMotion)
         return;
     reducesMotion_ = reducesMotion;
     emit motionChanged();
+}
+
+void Theme::setIncreasesContrast(bool increasesContrast)
+{
+    const auto* palette = &Palette::of(increasesContrast);
+    if (std::exchange(palette_, palette) != palette)
+        emit lookChanged();
+}
+
+void Theme::setTextScale(double scale)
+{
+    const double bounded = std::clamp(scale, 1.0, largestText);
+    if (std::exchange(textScale_, bounded) != bounded)
+        emit textScaleChanged();
 }
 
 }  // namespace velmora

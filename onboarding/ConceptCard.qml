@@ -13,6 +13,7 @@ Card {
     required property string description
 
     Layout.fillWidth: true
+    Accessible.name: title
     topPadding: 10
     bottomPadding: 10
 

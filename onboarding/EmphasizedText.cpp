@@ -1,7 +1,5 @@
 #include "onboarding/EmphasizedText.h"
 
-#include "brand/BrandColors.h"
-
 namespace velmora {
 
 EmphasizedText::EmphasizedText(const QString& markdown)
@@ -12,15 +10,25 @@ EmphasizedText::EmphasizedText(const QString& markdown)
         const auto opening = markdown.indexOf(mark, end);
         const auto closing = opening < 0 ? -1 : markdown.indexOf(mark, opening + mark.size());
         const auto before = closing < 0 ? markdown.mid(end) : markdown.mid(end, opening - end);
-        plain_ += before;
-        styled_ += before.toHtmlEscaped();
+        parts_.append({before, false});
         if (closing < 0)
             break;
         const auto words = markdown.mid(opening + mark.size(), closing - opening - mark.size());
-        plain_ += words;
-        styled_ += QStringLiteral("<b><font color=\"%1\">%2</font></b>").arg(BrandColors::snowSlate.name(), words.toHtmlEscaped());
+        parts_.append({words, true});
         end = closing + mark.size();
     }
+    for (const auto& part : parts_)
+        plain_ += part.words;
+}
+
+QString EmphasizedText::styled(const QColor& emphasis) const
+{
+    QString styled;
+    for (const auto& part : parts_) {
+        const auto words = part.words.toHtmlEscaped();
+        styled += part.isEmphasized ? QStringLiteral("<b><font color=\"%1\">%2</font></b>").arg(emphasis.name(), words) : words;
+    }
+    return styled;
 }
 
 }  // namespace velmora

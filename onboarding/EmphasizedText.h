@@ -1,6 +1,8 @@
 // A text of our own in which some words are emphasised.
 #pragma once
 
+#include <QColor>
+#include <QList>
 #include <QMetaType>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
@@ -12,7 +14,6 @@ namespace velmora {
 class EmphasizedText {
     Q_GADGET
     QML_VALUE_TYPE(emphasizedText)
-    Q_PROPERTY(QString styled READ styled CONSTANT)
     Q_PROPERTY(QString plain READ plain CONSTANT)
 
 public:
@@ -24,8 +25,8 @@ public:
     {
     }
 
-    /// What is emphasised is bold and as bright as the text of a window.
-    [[nodiscard]] const QString& styled() const { return styled_; }
+    /// What is emphasised is bold and has that colour.
+    [[nodiscard]] Q_INVOKABLE QString styled(const QColor& emphasis) const;
 
     /// Without any emphasis.
     [[nodiscard]] const QString& plain() const { return plain_; }
@@ -35,7 +36,14 @@ public:
 private:
     explicit EmphasizedText(const QString& markdown);
 
-    QString styled_;
+    struct Part {
+        QString words;
+        bool isEmphasized = false;
+
+        friend bool operator==(const Part&, const Part&) = default;
+    };
+
+    QList<Part> parts_;
     QString plain_;
 };
 

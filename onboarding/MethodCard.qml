@@ -14,6 +14,7 @@ Card {
     default property alias picture: place.data
 
     Layout.fillWidth: true
+    Accessible.name: title
 
     contentItem: RowLayout {
         spacing: 20
@@ -35,7 +36,7 @@ Card {
             }
             Label {
                 Layout.fillWidth: true
-                text: card.emphasized ? card.emphasized.styled : card.description
+                text: card.emphasized ? card.emphasized.styled(Theme.text) : card.description
                 textFormat: card.emphasized ? Text.StyledText : Text.PlainText
                 color: Theme.secondaryText
                 Accessible.name: card.emphasized ? card.emphasized.plain : card.description

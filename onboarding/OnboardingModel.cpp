@@ -55,8 +55,7 @@ WalkthroughCaptions OnboardingModel::captions() const
 
 QString OnboardingModel::shortcutKeys() const
 {
-    // Without an error the desktop has yet to decide.
-    if (!services_.shortcutManager.isRegistered() && services_.shortcutManager.registrationErrorMessage())
+    if (services_.shortcutManager.isRefused())
         return {};
     const auto bound = services_.shortcutManager.boundKeys();
     return QString::fromStdString(bound.empty() ? "Alt+Super+" + services_.shortcutManager.keyText() : bound);
@@ -86,9 +85,14 @@ QVariantList OnboardingModel::privacyLines()
 void OnboardingModel::viewWillAppear()
 {
     services_.permissionManager.checkPermissions();
+    trayChanged();
+    emit appeared();
+}
+
+void OnboardingModel::trayChanged()
+{
     hasTray_ = services_.hasTray();
     emit captionsChanged();
-    emit appeared();
 }
 
 void OnboardingModel::next()

@@ -45,7 +45,7 @@ public:
         std::shared_ptr<platform::UserDefaults> userDefaults;
         std::function<void()> presentWindowPicker;
 
-        /// Whether this desktop has a tray, now. Asked each time the walkthrough is shown.
+        /// Whether this desktop has a tray, now. Asked each time the walkthrough is shown, and by `trayChanged`.
         std::function<bool()> hasTray;
     };
 
@@ -88,6 +88,9 @@ public:
 
     /// Called each time the walkthrough is shown.
     Q_INVOKABLE void viewWillAppear();
+
+    /// The answer may be another one now: at the first start the walkthrough is there before the panel has said anything.
+    void trayChanged();
 
     /// "Next →" and "← Back". They do nothing at the ends.
     Q_INVOKABLE void next();

@@ -38,6 +38,8 @@ Rectangle {
                 Layout.fillWidth: true
                 text: root.model.stepText
                 color: Theme.secondaryText
+                elide: Text.ElideRight
+                wrapMode: Text.NoWrap
             }
             Repeater {
                 model: root.model.totalSteps
@@ -130,6 +132,7 @@ Rectangle {
                 horizontalAlignment: Text.AlignRight
                 color: Theme.tertiaryText
                 text: root.model.isLastStep ? root.model.captions.done : ""
+                Accessible.ignored: text === ""
             }
             TextButton {
                 visible: !root.model.isLastStep

@@ -143,7 +143,7 @@ StepPage {
 
                             x: 12
                             width: parent.width - x
-                            text: line.modelData.styled
+                            text: line.modelData.styled(Theme.text)
                             textFormat: Text.StyledText
                             Accessible.name: line.modelData.plain
                         }

@@ -152,7 +152,7 @@ Rectangle {
             elide: Text.ElideMiddle
         }
 
-        RowLayout {
+        FittedRow {
             spacing: Theme.gap
 
             TextButton {

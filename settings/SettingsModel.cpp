@@ -38,7 +38,7 @@ QString SettingsModel::shortcutErrorMessage() const
 
 QString SettingsModel::shortcutHelp() const
 {
-    if (isShortcutRegistered() || services_.shortcutManager.isRegistrationErrorExplained())
+    if (!services_.shortcutManager.isRefused() || services_.shortcutManager.isRegistrationErrorExplained())
         return {};
     return QStringLiteral("Another program uses these keys, or the desktop keeps them. Bind keys of your own to the command "
                           "'velmora toggle' instead.");

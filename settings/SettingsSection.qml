@@ -21,6 +21,7 @@ ColumnLayout {
     }
     Card {
         Layout.fillWidth: true
+        Accessible.name: section.title
 
         contentItem: ColumnLayout {
             id: column

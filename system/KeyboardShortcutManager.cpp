@@ -100,6 +100,7 @@ void KeyboardShortcutManager::registerAll()
     unregisterHotKey();
     setIsRegistered(false);
     isRegistrationErrorExplained_ = false;
+    isUndecided_ = false;
     setRegistrationErrorMessage(std::nullopt);
     const auto registered = services_.hotKeyCenter->registerEventHotKey(
         toggleRecordingShortcut_.keyCode, toggleRecordingShortcut_.modifiers, {hotKeySignature, toggleRecordingHotKeyID});
@@ -110,13 +111,14 @@ void KeyboardShortcutManager::registerAll()
         return;
     }
     setIsRegistered(false);
+    isUndecided_ = registered.error() == platform::HotKeyCenter::pending;
     const auto* decisions = services_.hotKeyCenter->decisions();
     auto reason = decisions ? decisions->explanation() : std::string{};
     isRegistrationErrorExplained_ = !reason.empty();
     setRegistrationErrorMessage(isRegistrationErrorExplained_
             ? std::move(reason)
             : "Failed to register " + toggleRecordingShortcut_.displayString + " (Status: " + std::to_string(registered.error()) + ")");
-    if (registered.error() != platform::HotKeyCenter::pending)
+    if (!isUndecided_)
         Log::hotkey().error(log_line::failedToRegisterShortcut, registered.error());
 }
 

@@ -58,6 +58,9 @@ public:
     /// Why the last registration failed, for the user; none when it did not.
     [[nodiscard]] const std::optional<std::string>& registrationErrorMessage() const { return registrationErrorMessage_; }
 
+    /// Whether no key could be bound. A desktop that has yet to decide has not refused: nothing is said of the shortcut until it has.
+    [[nodiscard]] bool isRefused() const { return !isRegistered_ && !isUndecided_ && registrationErrorMessage_.has_value(); }
+
     /// Whether that message says all that the user can do, because the desktop has given the reason.
     [[nodiscard]] bool isRegistrationErrorExplained() const { return isRegistrationErrorExplained_; }
 
@@ -95,6 +98,7 @@ private:
     bool isRegistered_ = false;
     bool isWanted_ = false;
     std::optional<std::string> registrationErrorMessage_;
+    bool isUndecided_ = false;
     bool isRegistrationErrorExplained_ = false;
     std::optional<platform::HotKeyCenter::EventHandlerReference> eventHandler_;
     std::optional<platform::HotKeyCenter::HotKeyReference> toggleRecordingHotKey_;

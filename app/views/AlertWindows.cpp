@@ -25,7 +25,7 @@ public:
         setFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint | Qt::WindowStaysOnTopHint);
         setModality(Qt::ApplicationModal);
         setTitle(oneLine(model_.messageText()));
-        setColor(QColor{0x0F, 0x17, 0x2A});
+        setColor(windowColor());
         setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
         setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/AlertView.qml")});
         takeSizeOfContents();

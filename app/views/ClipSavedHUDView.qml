@@ -15,11 +15,11 @@ Item {
     Accessible.name: model.title
     Accessible.description: model.caption
 
-    // What the window's mask leaves of the corners.
+    // What the window's mask leaves of the corners in whole pixels belongs to the edge.
     Rectangle {
         anchors.fill: parent
         visible: root.model.shadowMargin === 0
-        color: Theme.obsidian
+        color: Theme.borderSlate
     }
     RoundedShadow {
         anchors.fill: panel
@@ -37,11 +37,14 @@ Item {
         borderWidth: 1
         borderColor: Theme.borderSlate
 
+        // Larger text has only the room that the panel's given size leaves it.
         RowLayout {
-            anchors.fill: parent
-            anchors.leftMargin: 16
-            anchors.rightMargin: 16
+            anchors.verticalCenter: parent.verticalCenter
+            x: 16
+            width: Math.max(parent.width - 2 * x, buttons.implicitWidth + 38 + spacing)
             spacing: 14
+            transformOrigin: Item.Left
+            scale: Math.min(1, (parent.width - 2 * x) / width, (parent.height - 16) / implicitHeight)
 
             BrandAppIconView {
                 size: 38
@@ -55,23 +58,23 @@ Item {
                     Layout.fillWidth: true
                     spacing: 1
 
-                    Label {
+                    LineLabel {
                         Layout.fillWidth: true
-                        text: root.model.title
+                        line: root.model.title
                         font: Theme.panelTitleFont
-                        elide: Text.ElideRight
-                        wrapMode: Text.NoWrap
                     }
-                    Label {
+                    LineLabel {
                         Layout.fillWidth: true
                         visible: text !== ""
-                        text: root.model.caption
+                        line: root.model.caption
                         color: Theme.secondaryText
-                        elide: Text.ElideRight
-                        wrapMode: Text.NoWrap
+                        fontSizeMode: Text.HorizontalFit
+                        minimumPixelSize: Math.min(11, font.pixelSize)
                     }
                 }
                 RowLayout {
+                    id: buttons
+
                     spacing: 6
 
                     TextButton {
@@ -100,6 +103,9 @@ Item {
         }
     }
 
+    HoverHandler {
+        onHoveredChanged: if (hovered) root.model.pointerEntered()
+    }
     DragHandler {
         target: null
         onActiveChanged: if (active) root.Window.window.startSystemMove()

@@ -4,6 +4,7 @@
 #include <QScreen>
 
 #include <algorithm>
+#include <utility>
 
 namespace velmora {
 
@@ -29,6 +30,12 @@ QSize fittingSize(const QSize& given, const QSize& workArea, const QMargins& fra
     return given.boundedTo(workArea.shrunkBy(frame));
 }
 
+QPoint placeInside(const QRect& place, const QRect& area)
+{
+    const auto inside = [](int begin, int length, int from, int room) { return std::max(from, std::min(begin, from + room - length)); };
+    return {inside(place.x(), place.width(), area.x(), area.width()), inside(place.y(), place.height(), area.y(), area.height())};
+}
+
 FittedView::FittedView(QQmlEngine& engine) : QQuickView(&engine, nullptr)
 {
     setResizeMode(QQuickView::SizeRootObjectToView);
@@ -41,9 +48,10 @@ void FittedView::setGivenSize(const QSize& size, bool isResizable)
     fit();
 }
 
-void FittedView::setWorkArea(const QSize& size)
+void FittedView::setWorkArea(const QRect& area)
 {
-    workArea_ = size;
+    workArea_ = area;
+    isPlaced_ = false;
     fit();
 }
 
@@ -61,14 +69,25 @@ void FittedView::exposeEvent(QExposeEvent* event)
 {
     // What the window manager puts round it is known once it is on the screen.
     fit();
+    bringInside();
     QQuickView::exposeEvent(event);
+}
+
+void FittedView::bringInside()
+{
+    // From then on it is where a person wants it.
+    if (workArea_.isEmpty() || !isExposed() || std::exchange(isPlaced_, true))
+        return;
+    const auto frame = QRect{position(), size()}.marginsAdded(frameMargins());
+    if (const auto inside = placeInside(frame, workArea_); inside != frame.topLeft())
+        setFramePosition(inside);
 }
 
 void FittedView::fit()
 {
     if (given_.isEmpty() || !screen())
         return;
-    const auto size = fittingSize(given_, workArea_.isEmpty() ? workAreaSize(*screen()) : workArea_, frameMargins());
+    const auto size = fittingSize(given_, workArea_.isEmpty() ? workAreaSize(*screen()) : workArea_.size(), frameMargins());
     if (size == fitted_)
         return;
     fitted_ = size;

@@ -11,6 +11,9 @@ namespace velmora {
 /// `given`, reduced in each direction in which it does not fit into the work area with its frame around it.
 [[nodiscard]] QSize fittingSize(const QSize& given, const QSize& workArea, const QMargins& frame);
 
+/// Where what has that place, frame included, is inside the area, or begins with it where it is too large.
+[[nodiscard]] QPoint placeInside(const QRect& place, const QRect& area);
+
 class FittedView : public QQuickView {
     Q_OBJECT
 
@@ -20,8 +23,8 @@ public:
     /// The size that the window has, or where it is resizable, its least size. Its contents scroll where it is smaller than that.
     void setGivenSize(const QSize& size, bool isResizable);
 
-    /// For a desktop that knows more about it than Qt does. In points.
-    void setWorkArea(const QSize& size);
+    /// For a desktop that knows more about it than Qt does. In points. Once it has its frame, the window is brought into the area.
+    void setWorkArea(const QRect& area);
 
     /// The same with a fixed size: that of the view that it shows, even when that changes.
     void takeSizeOfContents();
@@ -31,11 +34,13 @@ protected:
 
 private:
     void fit();
+    void bringInside();
 
-    QSize workArea_;
+    QRect workArea_;
     QSize given_;
     QSize fitted_;
     bool isResizable_ = false;
+    bool isPlaced_ = false;  // with its frame, in this area
 };
 
 }  // namespace velmora

@@ -32,7 +32,7 @@ public:
             setModality(Qt::WindowModal);
         }
         setTitle(QString::fromStdString(panel.title));
-        setColor(QColor{0x0F, 0x17, 0x2A});
+        setColor(windowColor());
         setResizeMode(QQuickView::SizeRootObjectToView);
         setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
         setSource(QUrl{QStringLiteral("qrc:/Velmora/Settings/FolderBrowserView.qml")});

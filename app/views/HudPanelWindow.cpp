@@ -2,16 +2,17 @@
 
 #include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
+#include "brand/BrandPainting.h"
 
 #include <QEasingCurve>
 #include <QGuiApplication>
 #include <QMargins>
-#include <QPainterPath>
 #include <QQuickView>
 #include <QRegion>
 #include <QVariantAnimation>
 
 #include <cmath>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <xcb/xcb.h>
@@ -34,63 +35,68 @@ void flush()
         xcb_flush(x11->connection());
 }
 
-QRegion roundedShape()
-{
-    QPainterPath outline;
-    outline.addRoundedRect(QRect{{}, panelSize}, cornerRadius, cornerRadius);
-    return QRegion{outline.toFillPolygon().toPolygon()};
-}
-
-class HudPanelWindow final : public HudPanel {
+class HudPanelWindow final : public HudPanel, public QuickViewOwner {
 public:
     HudPanelWindow(ClipSavedHUDModel::Actions actions, HudPanelServices services)
         : services_(std::move(services))
         , model_(std::move(actions))
-        , view_(&quickEngine(), nullptr)
     {
-        view_.setFlags(Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
-        view_.setTitle(QStringLiteral("Velmora"));
-        // Gives the window a visual with opacity, which does no harm where nobody looks at it.
-        view_.setColor(Qt::transparent);
-        view_.setResizeMode(QQuickView::SizeRootObjectToView);
-        view_.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
-        view_.setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/ClipSavedHUDView.qml")});
+        makeView();
         fade_.setEasingCurve(QEasingCurve::InOutQuad);
-        QObject::connect(&fade_, &QVariantAnimation::valueChanged, &view_, [this](const QVariant& value) { setOpacity(value.toDouble()); });
-        QObject::connect(&fade_, &QVariantAnimation::finished, &view_, [this] { hideIfTransparent(); });
+        QObject::connect(
+            &fade_, &QVariantAnimation::valueChanged, &model_, [this](const QVariant& value) { setOpacity(value.toDouble()); });
+        QObject::connect(&fade_, &QVariantAnimation::finished, &model_, [this] { hideIfTransparent(); });
     }
+
+    void releaseView() override { view_.reset(); }
 
     void setContent(Content content) override { model_.setContent(std::move(content)); }
 
     void place() override
     {
+        if (!view_)
+            makeView();
         setHasShadow(services_.floatingWindows->areComposited());
         const auto workArea = mainWorkArea(*services_.windowActivation);
         if (!workArea)
             return;
         const auto& free = workArea->area;
         const int margin = model_.shadowMargin();
-        view_.setScreen(workArea->screen);
-        view_.setPosition(free.x() + free.width() - fromRightEdge - margin, free.y() + fromTopEdge - margin);
+        view_->setScreen(workArea->screen);
+        view_->setPosition(free.x() + free.width() - fromRightEdge - margin, free.y() + fromTopEdge - margin);
     }
 
     void orderFrontAndFadeIn() override
     {
         fade_.stop();
         setOpacity(0);
-        view_.show();
-        view_.raise();
+        view_->show();
+        view_->raise();
         keepUsable();
         fadeTo(1, fadeIn);
     }
 
     void fadeOutAndOrderOut(std::chrono::milliseconds duration) override
     {
+        if (!view_)
+            return;
         fade_.stop();
         fadeTo(0, duration);
     }
 
 private:
+    void makeView()
+    {
+        view_ = std::make_unique<QQuickView>(&quickEngine(), nullptr);
+        view_->setFlags(Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
+        view_->setTitle(QStringLiteral("Velmora"));
+        // Gives the window a visual with opacity, which does no harm where nobody looks at it.
+        view_->setColor(Qt::transparent);
+        view_->setResizeMode(QQuickView::SizeRootObjectToView);
+        view_->setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model_)}});
+        view_->setSource(QUrl{QStringLiteral("qrc:/Velmora/App/views/ClipSavedHUDView.qml")});
+    }
+
     void fadeTo(double opacity, std::chrono::milliseconds duration)
     {
         if (reducesMotion()) {
@@ -109,7 +115,7 @@ private:
         // A Wayland desktop has no such thing: there the panel comes and goes at once.
         if (isWayland_)
             return;
-        view_.setOpacity(opacity);
+        view_->setOpacity(opacity);
         flush();
     }
 
@@ -118,15 +124,15 @@ private:
         if (opacity_ > 0.0)
             return;
         inFront_.reset();
-        view_.hide();
+        view_->hide();
     }
 
     void setHasShadow(bool hasShadow)
     {
         const int margin = hasShadow ? shadowMargin : 0;
         model_.setShadowMargin(margin);
-        view_.resize(panelSize.grownBy({margin, margin, margin, margin}));
-        view_.setMask(hasShadow ? QRegion{} : roundedShape());
+        view_->resize(panelSize.grownBy({margin, margin, margin, margin}));
+        view_->setMask(hasShadow ? QRegion{} : roundedRegion(panelSize, cornerRadius));
     }
 
     /// Above what other programs show from now on, and out of the way of clicks beside the panel. A shown window is needed for both.
@@ -135,18 +141,18 @@ private:
         inFront_.reset();
         if (isWayland_)
             return;
-        const double scale = view_.devicePixelRatio();
+        const double scale = view_->devicePixelRatio();
         const auto pixels = [scale](int points) { return static_cast<std::int32_t>(std::lround(points * scale)); };
         const int margin = model_.shadowMargin();
         const PixelRect panel{pixels(margin), pixels(margin), pixels(panelSize.width()), pixels(panelSize.height())};
-        services_.floatingWindows->setClickableArea(view_.winId(), margin > 0 ? std::optional{panel} : std::nullopt);
+        services_.floatingWindows->setClickableArea(view_->winId(), margin > 0 ? std::optional{panel} : std::nullopt);
         flush();
-        inFront_ = services_.floatingWindows->keepInFront(view_.winId(), panel);
+        inFront_ = services_.floatingWindows->keepInFront(view_->winId(), panel);
     }
 
     const HudPanelServices services_;
     ClipSavedHUDModel model_;
-    QQuickView view_;
+    std::unique_ptr<QQuickView> view_;  // none after it was released
     const bool isWayland_ = QGuiApplication::platformName().startsWith(QLatin1String{"wayland"});
     double opacity_ = 1;
     QVariantAnimation fade_;

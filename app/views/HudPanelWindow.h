@@ -29,6 +29,7 @@ public:
         std::function<void(const std::filesystem::path&)> preview;
         std::function<void(const std::filesystem::path&, const QPoint&)> share;
         std::function<void(const std::filesystem::path&)> reveal;
+        std::function<void()> preparePreview;  ///< one is likely to be asked for
     };
 
     explicit ClipSavedHUDModel(Actions actions);
@@ -41,6 +42,8 @@ public:
     [[nodiscard]] int shadowMargin() const { return shadowMargin_; }
     void setShadowMargin(int margin);
 
+    /// The pointer has come onto the panel.
+    Q_INVOKABLE void pointerEntered() { actions_.preparePreview(); }
     Q_INVOKABLE void previewAndTrim() { actions_.preview(content_.clip); }
 
     /// `x`, `y`: where the menu opens, on the screen.

@@ -61,8 +61,13 @@ void centre(QWindow& window, platform::WindowActivation& activation)
 void fitAndCentre(FittedView& window, platform::WindowActivation& activation)
 {
     if (const auto workArea = mainWorkArea(activation))
-        window.setWorkArea(workArea->area.size());
+        window.setWorkArea(workArea->area);
     centre(window, activation);
+}
+
+double remainingTextScale(double wanted, double screenScale)
+{
+    return std::max(1.0, wanted / std::max(1.0, screenScale));
 }
 
 }  // namespace velmora

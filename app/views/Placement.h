@@ -34,4 +34,8 @@ void fitAndCentre(FittedView& window, platform::WindowActivation& activation);
 /// What a point covers in part is left out.
 [[nodiscard]] QRect inPoints(const PixelRect& pixels, const QRect& geometry, double scale);
 
+/// How much larger text has to be on a screen whose scale may have some of the desktop's factor for text in it already: where that reaches us as
+/// a finer resolution (Xft.dpi), windows are larger as a whole. At least 1.
+[[nodiscard]] double remainingTextScale(double wanted, double screenScale);
+
 }  // namespace velmora

@@ -3,6 +3,7 @@
 #include "app/views/FittedView.h"
 #include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
+#include "brand/ShownText.h"
 
 #include <QTimer>
 #include <QVariantMap>
@@ -22,38 +23,65 @@ Qt::WindowFlags flagsFor(const WindowDescription& description)
     return flags;
 }
 
-class QuickWindow final : public ApplicationWindow, public std::enable_shared_from_this<QuickWindow> {
+/// Where a window was.
+struct WindowPlace {
+    QRect geometry;
+    Qt::WindowStates states;
+};
+
+class QuickWindow final : public ApplicationWindow, public QuickViewOwner, public std::enable_shared_from_this<QuickWindow> {
 public:
-    QuickWindow(const WindowDescription& description, QuickContent content, std::shared_ptr<platform::WindowActivation> activation)
-        : content_(std::move(content))
+    QuickWindow(WindowDescription description, QuickContent content, std::shared_ptr<platform::WindowActivation> activation)
+        : description_(std::move(description))
+        , content_(std::move(content))
         , activation_(std::move(activation))
-        , view_(quickEngine())
     {
-        const QSize size{description.width, description.height};
-        view_.setFlags(flagsFor(description));
-        view_.setTitle(QString::fromStdString(description.title));
-        view_.setColor(QColor{0x0F, 0x17, 0x2A});
-        view_.setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(content_.model.get())}});
-        view_.setSource(content_.view);
-        view_.setGivenSize(size, description.isResizable);
-        fitAndCentre(view_, *activation_);
+        makeView();
+        fitAndCentre(*view_, *activation_);
         if (content_.onDismiss)
-            content_.onDismiss([this] { view_.close(); });
-        QObject::connect(&view_, &QWindow::visibleChanged, &view_, [this](bool isVisible) { visibilityChanged(isVisible); });
+            content_.onDismiss([this] {
+                if (view_)
+                    view_->close();
+            });
     }
 
     void makeKeyAndOrderFront() override
     {
-        if (!view_.isVisible())
+        if (!view_) {
+            makeView();
+            view_->setGeometry(place_.geometry);
+            view_->setWindowStates(place_.states);
+        }
+        if (!view_->isVisible())
             appear();
-        view_.setWindowStates(view_.windowStates() & ~Qt::WindowMinimized);
-        view_.show();
-        view_.raise();
-        view_.requestActivate();
-        activation_->activate(view_.winId());
+        view_->setWindowStates(view_->windowStates() & ~Qt::WindowMinimized);
+        view_->show();
+        view_->raise();
+        view_->requestActivate();
+        activation_->activate(view_->winId());
+    }
+
+    void releaseView() override
+    {
+        if (view_)
+            place_ = {view_->geometry(), view_->windowStates()};
+        view_.reset();
     }
 
 private:
+    void makeView()
+    {
+        view_ = std::make_unique<FittedView>(quickEngine());
+        const QSize size{description_.width, description_.height};
+        view_->setFlags(flagsFor(description_));
+        view_->setTitle(oneLine(QString::fromStdString(description_.title)));
+        view_->setColor(windowColor());
+        view_->setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(content_.model.get())}});
+        view_->setSource(content_.view);
+        view_->setGivenSize(size, description_.isResizable);
+        QObject::connect(view_.get(), &QWindow::visibleChanged, view_.get(), [this](bool isVisible) { visibilityChanged(isVisible); });
+    }
+
     void appear()
     {
         if (content_.willAppear)
@@ -61,10 +89,10 @@ private:
         QObject::disconnect(firstFrame_);
         if (content_.didAppear)
             firstFrame_ = QObject::connect(
-                &view_, &QQuickWindow::frameSwapped, &view_,
+                view_.get(), &QQuickWindow::frameSwapped, view_.get(),
                 [this] {
                     // It may have been closed since.
-                    if (view_.isVisible())
+                    if (view_->isVisible())
                         content_.didAppear();
                 },
                 static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
@@ -82,9 +110,11 @@ private:
             });
     }
 
+    const WindowDescription description_;
     const QuickContent content_;
     const std::shared_ptr<platform::WindowActivation> activation_;
-    FittedView view_;
+    std::unique_ptr<FittedView> view_;  // none after it was released
+    WindowPlace place_;  // then
     QMetaObject::Connection firstFrame_;
 
     // A window that nobody refers to any more lives until it is closed.

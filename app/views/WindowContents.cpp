@@ -2,9 +2,9 @@
 
 #include "app/FocusedFolderChooser.h"
 #include "app/menu/ShareMenu.h"
-#include "app/menu/TrayStatusItem.h"
 #include "app/views/FolderChooserWindow.h"
 #include "app/views/QuickEngine.h"
+#include "capture/replay/ClipAudioSettings.h"
 #include "library/views/ClipPreviewModel.h"
 #include "onboarding/OnboardingModel.h"
 #include "settings/SettingsModel.h"
@@ -42,19 +42,26 @@ std::uint64_t focusedX11Window()
 
 QuickContent makePicker(const WindowContentParts& parts)
 {
-    auto model = std::make_shared<WindowPickerModel>(
-        std::make_shared<WindowSelectionService>(parts.services.platform.shareableContent, parts.services.mainExecutor),
-        parts.instances.coordinator);
+    const auto service = std::make_shared<WindowSelectionService>(parts.services.platform.shareableContent, parts.services.mainExecutor);
+    auto model = std::make_shared<WindowPickerModel>(service, parts.instances.coordinator);
     auto* picker = model.get();
     auto content = contentOf(pickerView, std::move(model));
+    // Once it is listed a capture is likely to come, and what that loads is dear.
+    QObject::connect(
+        service.get(), &WindowSelectionService::availableWindowsChanged, picker,
+        [writers = parts.services.platform.assetWriters] {
+            if (auto* preparation = writers->soundPreparation())
+                preparation->prepareSound(clipAudioSettings);
+        },
+        Qt::QueuedConnection);
     content.didDisappear = [picker] { picker->viewDidDisappear(); };
     return content;
 }
 
-QuickContent makePreview(const std::filesystem::path& clip, const WindowContentParts& parts)
+QuickContent makePreview(const WindowDescription& description, const WindowContentParts& parts)
 {
     const auto& platform = parts.services.platform;
-    auto model = std::make_shared<ClipPreviewModel>(clip,
+    auto model = std::make_shared<ClipPreviewModel>(description.clip,
         ClipPreviewModel::Services{
             .players = platform.players,
             .assetReader = platform.assetReader,
@@ -67,20 +74,23 @@ QuickContent makePreview(const std::filesystem::path& clip, const WindowContentP
                          const std::filesystem::path& file, const QPoint& position) { popUpShareMenu(sharing, file, position); },
             .reveal = [workspace = platform.workspace](
                           const std::filesystem::path& file) { workspace->activateFileViewerSelecting({file}); },
+            .fileBrowserName = [workspace = platform.workspace] { return workspace->fileBrowserName(); },
             .copy = [sharing = platform.sharingServices](
                         const std::filesystem::path& file) { sharing->perform(platform::copyFileService, file); },
             .play =
                 [windows = parts.windows](const std::filesystem::path& file) {
                     if (const auto presenting = windows())
-                        presenting->presentClipPreview(file);
+                        presenting->presentPlayingClip(file);
                 },
         });
     auto* preview = model.get();
+    if (description.playsAtOnce)
+        preview->playOnceLoaded();
     return {
         .view = QUrl{QLatin1String{previewView}},
         .model = std::move(model),
-        .willAppear = {},
-        // The first one loads the player's library.
+        // Its libraries are loaded beside the first frame. While that view is being made they would keep the linker from it.
+        .willAppear = [players = platform.players] { players->prepare([] {}); },
         .didAppear = [preview] { preview->setupPlayer(); },
         .didDisappear = [preview] { preview->tearDown(); },
         .onDismiss =
@@ -106,25 +116,26 @@ QuickContent makeSettings(const WindowContentParts& parts)
                     if (const auto presenting = windows())
                         presenting->presentOnboarding();
                 },
-            .hasTray = hasTray,
+            .hasTray = [&host = parts.trayHost] { return host.isThere(); },
         }));
 }
 
 QuickContent makeOnboarding(const WindowContentParts& parts)
 {
-    return contentOf("qrc:/Velmora/Onboarding/OnboardingView.qml",
-        std::make_shared<OnboardingModel>(OnboardingModel::Services{
-            .coordinator = parts.instances.coordinator,
-            .permissionManager = parts.instances.permissionManager,
-            .shortcutManager = parts.instances.shortcutManager,
-            .userDefaults = parts.services.platform.userDefaults,
-            .presentWindowPicker =
-                [windows = parts.windows] {
-                    if (const auto presenting = windows())
-                        presenting->presentWindowPicker();
-                },
-            .hasTray = hasTray,
-        }));
+    auto model = std::make_shared<OnboardingModel>(OnboardingModel::Services{
+        .coordinator = parts.instances.coordinator,
+        .permissionManager = parts.instances.permissionManager,
+        .shortcutManager = parts.instances.shortcutManager,
+        .userDefaults = parts.services.platform.userDefaults,
+        .presentWindowPicker =
+            [windows = parts.windows] {
+                if (const auto presenting = windows())
+                    presenting->presentWindowPicker();
+            },
+        .hasTray = [&host = parts.trayHost] { return host.isThere(); },
+    });
+    QObject::connect(&parts.trayHost, &TrayHost::answered, model.get(), &OnboardingModel::trayChanged);
+    return contentOf("qrc:/Velmora/Onboarding/OnboardingView.qml", std::move(model));
 }
 
 }  // namespace
@@ -135,13 +146,19 @@ void prepareWindowContents()
     prepareView(QUrl{QLatin1String{previewView}});
 }
 
+void preparePreview(platform::PlayerFactory& players)
+{
+    prepareView(QUrl{QLatin1String{previewView}});
+    players.prepare([] {});
+}
+
 QuickContent makeWindowContent(const WindowDescription& description, const WindowContentParts& parts)
 {
     switch (description.content) {
     case WindowContent::windowPicker:
         return makePicker(parts);
     case WindowContent::clipPreview:
-        return makePreview(description.clip, parts);
+        return makePreview(description, parts);
     case WindowContent::settings:
         return makeSettings(parts);
     case WindowContent::onboarding:

@@ -8,7 +8,7 @@ RoundedRectangle {
     property color tint: Theme.granted
 
     implicitWidth: Math.ceil(label.implicitWidth) + 18
-    implicitHeight: 23
+    implicitHeight: Math.round(23 * Theme.textScale)
     radius: 6
     color: Theme.withOpacity(badge.tint, 0.15)
 

@@ -12,7 +12,7 @@ Item {
     readonly property color edge: prominent ? Theme.coral : Theme.borderSlate
 
     implicitWidth: Math.max(44, Math.ceil(nameLabel.implicitWidth) + 20)
-    implicitHeight: 40
+    implicitHeight: Math.round(40 * Theme.textScale)
 
     Accessible.role: Accessible.StaticText
     Accessible.name: name === "" ? glyph : name

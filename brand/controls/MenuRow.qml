@@ -7,6 +7,9 @@ import Velmora.Brand
 T.MenuItem {
     id: row
 
+    // The one command that a menu is about.
+    property bool prominent: false
+
     leftInset: 6
     rightInset: 6
     leftPadding: 20
@@ -18,6 +21,7 @@ T.MenuItem {
     Accessible.onPressAction: row.enabled && row.clicked()
 
     background: RowSurface {
+        highlighted: row.prominent
         down: row.down
         hovered: row.hovered
         showsFocus: row.activeFocus

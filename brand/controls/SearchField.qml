@@ -13,8 +13,8 @@ T.TextField {
     opacity: enabled ? 1 : Theme.disabledOpacity
     color: Theme.text
     font: Theme.bodyFont
-    selectionColor: Theme.withOpacity(Theme.coral, 0.5)
-    selectedTextColor: Theme.studioWhite
+    selectionColor: Theme.selectedText
+    selectedTextColor: Theme.onCoral
     placeholderTextColor: Theme.tertiaryText
     selectByMouse: true
     hoverEnabled: true

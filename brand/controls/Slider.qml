@@ -48,7 +48,7 @@ T.Slider {
         width: slider.width - slider.handleSize
         height: 4
         radius: 2
-        color: Theme.borderSlate
+        color: Theme.groove
 
         RoundedRectangle {
             x: slider.offset(slider.tintFrom)

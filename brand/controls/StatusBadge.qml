@@ -8,7 +8,7 @@ RoundedRectangle {
     required property var status
 
     implicitWidth: Math.ceil(row.implicitWidth) + 20
-    implicitHeight: 23
+    implicitHeight: Math.round(23 * Theme.textScale)
     radius: 7
     color: Theme.withOpacity(badge.status.color, 0.15)
 

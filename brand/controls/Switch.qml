@@ -56,7 +56,7 @@ T.Switch {
             width: 16
             height: 16
             radius: 8
-            color: toggle.checked ? Theme.studioWhite : Theme.secondaryText
+            color: toggle.checked ? Theme.onCoral : Theme.secondaryText
         }
         FocusRing {
             visible: toggle.visualFocus

@@ -15,7 +15,7 @@ T.Button {
     property string accessibleName: text
 
     readonly property color surfaceColor: prominent ? Theme.coral : plain ? "transparent" : Theme.cardSlate
-    readonly property color foreground: prominent ? Theme.studioWhite : plain && !hovered ? Theme.secondaryText : Theme.text
+    readonly property color foreground: prominent ? Theme.onCoral : plain && !hovered ? Theme.secondaryText : Theme.text
 
     implicitWidth: Math.ceil(implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: compact ? Theme.compactHeight : Theme.controlHeight

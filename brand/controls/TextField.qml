@@ -43,8 +43,8 @@ FocusScope {
         verticalAlignment: TextInput.AlignVCenter
         color: Theme.text
         font: Theme.bodyFont
-        selectionColor: Theme.withOpacity(Theme.coral, 0.5)
-        selectedTextColor: Theme.studioWhite
+        selectionColor: Theme.selectedText
+        selectedTextColor: Theme.onCoral
         selectByMouse: true
         hoverEnabled: true
         clip: true

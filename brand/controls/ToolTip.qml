@@ -27,7 +27,7 @@ T.ToolTip {
     }
 
     background: RoundedRectangle {
-        color: Theme.borderSlate
+        color: Theme.toolTip
         radius: Theme.compactRadius
         borderWidth: 1
         borderColor: Theme.controlBorder

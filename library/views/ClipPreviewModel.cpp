@@ -1,5 +1,6 @@
 #include "library/views/ClipPreviewModel.h"
 
+#include "brand/ShownText.h"
 #include "library/PathUtilities.h"
 
 #include <algorithm>
@@ -57,25 +58,22 @@ ClipPreviewModel::~ClipPreviewModel()
 
 void ClipPreviewModel::setupPlayer()
 {
-    if (player_)
+    if (std::exchange(isShown_, true))
         return;
     problem_.clear();
-    if (auto player = services_.players->makePlayer(clipURL_)) {
-        player_ = std::move(*player);
-        player_->setPictureObserver([this] { emit pictureChanged(); });
-        player_->setFailureObserver([this](const Error& error) { fail(QString::fromStdString(error.localizedDescription)); });
-        applySound();
-        timeObserverToken_ = player_->addPeriodicTimeObserver(observationInterval, [this](MediaTime time) { timePassed(time); });
-        emit playerChanged();
-    } else {
-        // It can be trimmed unseen.
-        fail(QString::fromStdString(player.error().localizedDescription));
-    }
-
+    services_.players->prepare([later = self_.weak()] {
+        if (const auto self = later.lock())
+            self->makePlayer();
+    });
     services_.assetReader->loadDuration(clipURL_, [later = self_.weak(), executor = services_.mainExecutor](Result<MediaTime> duration) {
         executor->async([later, duration = std::move(duration)] {
-            if (const auto self = later.lock(); self && duration)
+            const auto self = later.lock();
+            if (!self)
+                return;
+            self->isLengthAnswered_ = true;
+            if (duration)
                 self->setDuration(duration->seconds());
+            self->playIfWanted();
         });
     });
     services_.assetReader->loadPictureTimes(
@@ -87,8 +85,44 @@ void ClipPreviewModel::setupPlayer()
         });
 }
 
+void ClipPreviewModel::makePlayer()
+{
+    if (!isShown_ || player_)
+        return;
+    auto player = services_.players->makePlayer(clipURL_);
+    // Without one it can be trimmed unseen.
+    if (!player)
+        return fail(QString::fromStdString(player.error().localizedDescription));
+    player_ = std::move(*player);
+    player_->setPictureObserver([this] { emit pictureChanged(); });
+    player_->setFailureObserver([this](const Error& error) { fail(QString::fromStdString(error.localizedDescription)); });
+    applySound();
+    timeObserverToken_ = player_->addPeriodicTimeObserver(observationInterval, [this](MediaTime time) { timePassed(time); });
+    // What was chosen while it was being loaded.
+    if (isLengthAnswered_)
+        player_->setForwardPlaybackEndTime(mediaTime(trimEndTime_));
+    if (shownTime_ != MediaTime::zero())
+        player_->seek(shownTime_);
+    emit playerChanged();
+    playIfWanted();
+}
+
+void ClipPreviewModel::playOnceLoaded()
+{
+    isPlayingWanted_ = true;
+    playIfWanted();
+}
+
+void ClipPreviewModel::playIfWanted()
+{
+    if (player_ && isLengthAnswered_ && std::exchange(isPlayingWanted_, false))
+        play();
+}
+
 void ClipPreviewModel::tearDown()
 {
+    isShown_ = false;
+    isPlayingWanted_ = false;
     if (!player_)
         return;
     player_->pause();
@@ -154,7 +188,7 @@ bool ClipPreviewModel::drawPicture(const platform::PictureTarget& target) const
 
 void ClipPreviewModel::togglePlaying()
 {
-    if (isPlaying_)
+    if (isPlaying_ || isPlayingWanted_)
         pause();
     else
         play();
@@ -162,6 +196,8 @@ void ClipPreviewModel::togglePlaying()
 
 void ClipPreviewModel::play()
 {
+    if (isShown_ && isLoading())
+        return playOnceLoaded();
     if (!player_ || !problem_.isEmpty() || isPlaying_)
         return;
     // A selection without length would pause at once, wherever it begins.
@@ -173,6 +209,7 @@ void ClipPreviewModel::play()
 
 void ClipPreviewModel::pause()
 {
+    isPlayingWanted_ = false;
     if (!isPlaying_)
         return;
     setPlaying(false);
@@ -438,6 +475,12 @@ void ClipPreviewModel::shareSavedClip(double x, double y)
 {
     if (hasSavedClip())
         services_.share(savedClip_, QPoint{qRound(x), qRound(y)});
+}
+
+QString ClipPreviewModel::revealRemark() const
+{
+    const auto name = services_.fileBrowserName ? oneLine(QString::fromStdString(services_.fileBrowserName())) : QString{};
+    return QStringLiteral("Show this clip in ") + (name.isEmpty() ? QStringLiteral("the file manager") : name);
 }
 
 void ClipPreviewModel::revealSavedClip()

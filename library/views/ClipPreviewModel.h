@@ -55,6 +55,7 @@ class ClipPreviewModel final : public QObject {
     Q_PROPERTY(bool isExportingTrim READ isExportingTrim NOTIFY exportChanged)
     Q_PROPERTY(QString trimStatusMessage READ trimStatusMessage NOTIFY exportChanged)
     Q_PROPERTY(bool hasSavedClip READ hasSavedClip NOTIFY exportChanged)
+    Q_PROPERTY(QString revealRemark READ revealRemark CONSTANT)
     Q_PROPERTY(double volume READ volume NOTIFY soundChanged)
     Q_PROPERTY(bool isMuted READ isMuted NOTIFY soundChanged)
     Q_PROPERTY(double heardVolume READ heardVolume NOTIFY soundChanged)
@@ -72,6 +73,7 @@ public:
         std::shared_ptr<RunningExports> runningExports;
         std::function<void(const std::filesystem::path&, const QPoint&)> share;  ///< opens the share menu there, in points of the screen
         std::function<void(const std::filesystem::path&)> reveal;
+        std::function<std::string()> fileBrowserName = {};  ///< what people call it here; empty where that is not known
         std::function<void(const std::filesystem::path&)> copy;  ///< to the clipboard
         std::function<void(const std::filesystem::path&)> play;  ///< in a window of its own
     };
@@ -83,8 +85,11 @@ public:
     ClipPreviewModel(std::filesystem::path clipURL, Services services, QObject* parent = nullptr);
     ~ClipPreviewModel() override;
 
-    /// The view is shown: makes the player and loads what the file says about itself.
+    /// The view is shown: makes the player, once what it needs is loaded, and loads what the file says about itself.
     void setupPlayer();
+
+    /// Plays as soon as the player and the clip's length are there, unless it is paused before that.
+    void playOnceLoaded();
 
     /// The view is gone: nothing plays any more.
     void tearDown();
@@ -162,6 +167,8 @@ public:
     void exportTrimmed(bool replaceOriginal);
 
     Q_INVOKABLE void share(double x, double y);
+    /// What revealing does on this desktop.
+    [[nodiscard]] QString revealRemark() const;
     Q_INVOKABLE void reveal() { services_.reveal(clipURL_); }
     Q_INVOKABLE void playSavedClip();
     Q_INVOKABLE void shareSavedClip(double x, double y);
@@ -193,6 +200,8 @@ signals:
     void dismissed();
 
 private:
+    void makePlayer();
+    void playIfWanted();
     void timePassed(MediaTime time);
     void setPlaying(bool isPlaying);
     void setDuration(double seconds);
@@ -211,6 +220,9 @@ private:
 
     const std::filesystem::path clipURL_;
     const Services services_;
+    bool isShown_ = false;
+    bool isLengthAnswered_ = false;
+    bool isPlayingWanted_ = false;  // before it can play
     std::unique_ptr<platform::Player> player_;
     std::optional<platform::Player::TimeObserverToken> timeObserverToken_;
     QString problem_;

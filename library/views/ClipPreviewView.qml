@@ -240,6 +240,8 @@ Rectangle {
                 spacing: Theme.largeGap
 
                 IconButton {
+                    // The disc begins where the card beneath does; what is around it is for the pointer.
+                    Layout.leftMargin: -7
                     text: root.model.playAction
                     symbol: root.model.playSymbol
                     symbolSize: 34
@@ -280,6 +282,7 @@ Rectangle {
                 Layout.topMargin: 12
                 Layout.leftMargin: Theme.windowMargin
                 Layout.rightMargin: Theme.windowMargin
+                Accessible.name: "Trim Clip Range"
 
                 ColumnLayout {
                     anchors.left: parent.left
@@ -305,6 +308,9 @@ Rectangle {
                             Layout.leftMargin: start.handleSize / 2
                             Layout.rightMargin: start.handleSize / 2
                             model: root.model
+                            ground: Theme.obsidian
+                            frame: Theme.coral
+                            groove: Theme.onCoral
                             enabled: root.model.canTrim
                             Accessible.role: Accessible.Graphic
                             Accessible.name: "Selection in the clip"
@@ -389,7 +395,7 @@ Rectangle {
                 IconButton {
                     text: "Reveal in Finder"
                     symbol: "folder"
-                    toolTip: "Show this clip in the file manager"
+                    toolTip: root.model.revealRemark
                     onClicked: root.model.reveal()
                 }
                 Item {

@@ -1,7 +1,5 @@
 #include "library/views/Filmstrip.h"
 
-#include "brand/BrandColors.h"
-
 #include <QCursor>
 #include <QHoverEvent>
 #include <QMouseEvent>
@@ -37,6 +35,7 @@ Filmstrip::Filmstrip(QQuickItem* parent) : QQuickPaintedItem(parent)
     setAntialiasing(true);
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptHoverEvents(true);
+    connect(this, &Filmstrip::colorsChanged, this, [this] { update(); });
 }
 
 void Filmstrip::setModel(ClipPreviewModel* model)
@@ -135,7 +134,7 @@ void Filmstrip::paint(QPainter* painter)
     QPainterPath outline;
     outline.addRoundedRect(strip, cornerRadius, cornerRadius);
     painter->setClipPath(outline);
-    painter->fillRect(strip, BrandColors::obsidian);
+    painter->fillRect(strip, ground_);
     if (!model_)
         return;
     const QSizeF cell{strip.width() / ClipPreviewModel::thumbnailCount, strip.height()};
@@ -146,7 +145,7 @@ void Filmstrip::paint(QPainter* painter)
     }
 
     const QRectF selected = selection();
-    QColor shade = BrandColors::obsidian;
+    QColor shade = ground_;
     shade.setAlphaF(static_cast<float>(dimming));
     QPainterPath shaded;
     shaded.addRect(strip);
@@ -158,11 +157,11 @@ void Filmstrip::paint(QPainter* painter)
     const double side = std::min(sideWidth, selected.width() / 2);
     QPainterPath window;
     window.addRoundedRect(selected.adjusted(side, frameWidth, -side, -frameWidth), 2, 2);
-    painter->fillPath(hole.subtracted(window), BrandColors::coral);
+    painter->fillPath(hole.subtracted(window), frame_);
     if (side < sideWidth)
         return;
     // Each side has a groove to take it by.
-    painter->setPen(QPen{BrandColors::studioWhite, grooveWidth, Qt::SolidLine, Qt::RoundCap});
+    painter->setPen(QPen{groove_, grooveWidth, Qt::SolidLine, Qt::RoundCap});
     for (const double middle : {selected.left() + side / 2, selected.right() - side / 2})
         painter->drawLine(QPointF{middle, height() * 0.36}, QPointF{middle, height() * 0.64});
 }

@@ -3,6 +3,7 @@
 
 #include "library/views/ClipPreviewModel.h"
 
+#include <QColor>
 #include <QPointer>
 #include <QQuickPaintedItem>
 
@@ -14,6 +15,9 @@ class Filmstrip : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(velmora::ClipPreviewModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)
+    Q_PROPERTY(QColor ground MEMBER ground_ NOTIFY colorsChanged)
+    Q_PROPERTY(QColor frame MEMBER frame_ NOTIFY colorsChanged)
+    Q_PROPERTY(QColor groove MEMBER groove_ NOTIFY colorsChanged)
 
 public:
     explicit Filmstrip(QQuickItem* parent = nullptr);
@@ -29,6 +33,7 @@ public:
 
 signals:
     void modelChanged();
+    void colorsChanged();
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
@@ -45,6 +50,9 @@ private:
     [[nodiscard]] Side sideAt(double x) const;
 
     QPointer<ClipPreviewModel> model_;
+    QColor ground_;
+    QColor frame_;
+    QColor groove_;  ///< on the frame
     Side dragged_ = Side::none;
     double taken_ = 0;  ///< how far right of its edge the side was taken
 };

@@ -48,6 +48,7 @@ public:
     void presentOnboarding() override { }
     void presentWindowPicker() override { }
     void presentClipPreview(const std::filesystem::path& clip) override { previews.push_back(clip); }
+    void presentPlayingClip(const std::filesystem::path&) override { ADD_FAILURE() << "nobody asked for that here"; }
     void presentSettings() override { }
 
     std::vector<std::filesystem::path> previews;
@@ -101,6 +102,17 @@ TEST_F(ClipSavedNotificationControllerTest, PostsANotificationAboutTheClip)
     expected.leastTimeOnScreen = ClipSavedNotificationController::notificationTime;
     EXPECT_EQ(centre->requests[0].content, expected);
     EXPECT_EQ(centre->requests[0].identifier.size(), 36U);
+}
+
+TEST_F(ClipSavedNotificationControllerTest, AClipThatWasRestoredIsAnnouncedWithTheSameActionsAndNoPanel)
+{
+    controller->showClipRestored("/clips/a.mp4");
+    executor->runAll();
+    ASSERT_EQ(centre->requests.size(), 1U);
+    EXPECT_EQ(centre->requests[0].content.title, "Clip Restored");
+    EXPECT_EQ(centre->requests[0].content.body, "a.mp4 is in your library again.");
+    EXPECT_EQ(centre->requests[0].content.categoryIdentifier, "CLIP_SAVED_CATEGORY");
+    EXPECT_THAT(panel.events, IsEmpty());
 }
 
 // The panel may be over it, and is raised whenever it is covered.
@@ -254,8 +266,8 @@ TEST_F(ClipSavedNotificationControllerTest, WithoutADelegateThePreviewStaysClose
 
 TEST_F(ClipSavedNotificationControllerTest, TheNotificationSaysTheWholeNameWhateverItIs)
 {
-    for (const auto& [kind, text] : test::oddTexts()) {
-        const auto name = text.left(80).remove(QChar{0}).replace(QLatin1Char('/'), QLatin1Char('-')).toStdString() + ".mp4";
+    for (const auto& [kind, text] : test::oddNames()) {
+        const auto name = text + ".mp4";
         save(1.0, true, ("/clips/" + name).c_str());
         EXPECT_EQ(centre->requests.back().content.body, name + " has been saved to your library.") << kind;
     }

@@ -5,9 +5,11 @@
 #include "tests/brand/QuickTestWindow.h"
 
 #include <QElapsedTimer>
+#include <QPointer>
 #include <QScreen>
 #include <QWindow>
 
+#include <cmath>
 #include <gmock/gmock.h>
 #include <set>
 
@@ -32,7 +34,8 @@ class HudPanelWindowTest : public testing::Test {
 protected:
     void open()
     {
-        panel = makeHudPanelWindow({.preview = {}, .share = {}, .reveal = {}}, {activation, floating});
+        panel = makeHudPanelWindow(
+            {.preview = {}, .share = {}, .reveal = {}, .preparePreview = [this] { ++preparations; }}, {activation, floating});
         for (auto* candidate : QGuiApplication::topLevelWindows()) {
             if (candidate->flags().testFlag(Qt::WindowDoesNotAcceptFocus))
                 window = candidate;
@@ -65,7 +68,22 @@ protected:
     std::shared_ptr<fake::FakeFloatingWindows> floating = std::make_shared<fake::FakeFloatingWindows>();
     std::unique_ptr<HudPanel> panel;
     QWindow* window = nullptr;
+    int preparations = 0;
 };
+
+TEST_F(HudPanelWindowTest, ThePointerOnItHasAPreviewPreparedAndNothingElseDoes)
+{
+    open();
+    show();
+    ASSERT_TRUE(waitUntil([&] { return window->opacity() == 1.0; }));
+    EXPECT_EQ(preparations, 0);
+    for (const QPointF at : {QPointF{150, 20}, QPointF{152, 22}}) {
+        QMouseEvent move{QEvent::MouseMove, at, window->mapToGlobal(at), Qt::NoButton, Qt::NoButton, Qt::NoModifier};
+        QCoreApplication::sendEvent(window, &move);
+    }
+    EXPECT_TRUE(waitUntil([&] { return preparations > 0; }));
+    EXPECT_EQ(preparations, 1);
+}
 
 TEST_F(HudPanelWindowTest, ItFadesInAndOut)
 {
@@ -150,6 +168,31 @@ TEST_F(HudPanelWindowTest, WithoutCompositingItsMaskCutsTheCornersAndThereIsNoSh
     EXPECT_THAT(floating->keptParts, ElementsAre(PixelRect{0, 0, 340, 110}));
 }
 
+TEST_F(HudPanelWindowTest, WithoutCompositingItsCornersAreAlikeAndNothingOfThemLiesOutsideItsEdge)
+{
+    setReducesMotion(true);
+    open();
+    show();
+    const auto mask = window->mask();
+    auto picture = qobject_cast<QQuickWindow*>(window)->grabWindow();
+    picture.setDevicePixelRatio(1);
+    int outside = 0;
+    for (int y = 0; y < 14; ++y) {
+        for (int x = 0; x < 14; ++x) {
+            const bool isIn = mask.contains(QPoint{x, y});
+            EXPECT_EQ(mask.contains(QPoint{339 - x, y}), isIn) << x << ", " << y;
+            EXPECT_EQ(mask.contains(QPoint{x, 109 - y}), isIn) << x << ", " << y;
+            EXPECT_EQ(mask.contains(QPoint{339 - x, 109 - y}), isIn) << x << ", " << y;
+            // What is in the mask, but not in the panel: it has the colour of the panel's edge and not that of its ground.
+            if (isIn && std::hypot(14 - (x + 0.5), 14 - (y + 0.5)) > 13.5) {
+                ++outside;
+                EXPECT_GT(picture.pixelColor(x, y).lightness(), 50) << x << ", " << y;
+            }
+        }
+    }
+    EXPECT_GT(outside, 4);
+}
+
 TEST_F(HudPanelWindowTest, WithCompositingTheWindowHasAMarginForTheShadowWhichLetsClicksThroughAndThePanelStaysWhereItIs)
 {
     floating->isComposited = true;
@@ -207,6 +250,25 @@ TEST_F(HudPanelWindowTest, ItIsKeptInFrontOnlyWhileItIsShown)
     EXPECT_EQ(floating->keptParts.size(), 1U);
     panel->fadeOutAndOrderOut(250ms);
     EXPECT_THAT(floating->keptParts, IsEmpty());
+}
+
+TEST_F(HudPanelWindowTest, AfterItsViewWasLetGoItShowsWhatItIsGiven)
+{
+    open();
+    show();
+    panel->fadeOutAndOrderOut(1ms);
+    EXPECT_TRUE(waitUntil([&] { return !window->isVisible(); }));
+    const QPointer<QWindow> before{window};
+    releaseQuickEngine();
+    EXPECT_FALSE(before);
+    panel->fadeOutAndOrderOut(1ms);
+    panel->setContent({.clip = "/a/clip.mp4", .title = "Another", .caption = {}, .onDismiss = [] {}});
+    show();
+    const auto windows = QGuiApplication::topLevelWindows();
+    const auto again = std::find_if(windows.begin(), windows.end(), [](const QWindow* one) { return one->isVisible(); });
+    ASSERT_NE(again, windows.end());
+    EXPECT_TRUE(waitUntil([&] { return (*again)->opacity() == 1.0; }));
+    EXPECT_EQ((*again)->findChildren<QObject*>().isEmpty(), false);
 }
 
 }  // namespace

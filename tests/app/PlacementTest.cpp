@@ -51,5 +51,15 @@ TEST(Placement, AScreenThatQtDoesNotKnowIsNotBelieved)
     EXPECT_EQ(workArea->area, QGuiApplication::primaryScreen()->availableGeometry());
 }
 
+TEST(RemainingTextScale, IsWhatTheScreensScaleDoesNotHaveAlready)
+{
+    EXPECT_DOUBLE_EQ(remainingTextScale(1.25, 1), 1.25);
+    EXPECT_DOUBLE_EQ(remainingTextScale(1.25, 1.25), 1) << "windows are larger as a whole";
+    EXPECT_DOUBLE_EQ(remainingTextScale(1.5, 2), 1);
+    EXPECT_DOUBLE_EQ(remainingTextScale(1.5, 1.25), 1.2);
+    EXPECT_DOUBLE_EQ(remainingTextScale(0.8, 1), 1);
+    EXPECT_DOUBLE_EQ(remainingTextScale(1, 0.5), 1);
+}
+
 }  // namespace
 }  // namespace velmora

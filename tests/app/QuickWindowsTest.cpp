@@ -1,9 +1,13 @@
 #include "app/views/QuickWindows.h"
 
+#include "app/views/QuickEngine.h"
+#include "brand/BrandColors.h"
 #include "platform/fake/FakeWindowing.h"
+#include "tests/brand/OddTexts.h"
 #include "tests/brand/QuickTestWindow.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <QPointer>
 #include <QQuickView>
 #include <QScreen>
 
@@ -26,11 +30,18 @@ protected:
         frame = {screen.x(), screen.y(), screen.width(), screen.height()};
     }
 
+    ~QuickWindowsTest() override
+    {
+        for (auto* shown : QGuiApplication::topLevelWindows())
+            shown->close();
+        application.processEvents();
+    }
+
     QQuickView* open(const WindowDescription& description)
     {
         QuickWindowFactory factory{activation, [this](const WindowDescription&) {
                                        return QuickContent{
-                                           .view = QUrl::fromLocalFile(QString::fromStdString((directory.path() / "View.qml").string())),
+                                           .view = viewFile(),
                                            .model = std::make_shared<QObject>(),
                                            .willAppear = [this] { calls.push_back("will appear"); },
                                            .didAppear = [this] { calls.push_back("did appear"); },
@@ -39,8 +50,15 @@ protected:
                                        };
                                    }};
         window = factory.makeWindow(description);
+        return viewTitled(description.title);
+    }
+
+    [[nodiscard]] QUrl viewFile() const { return QUrl::fromLocalFile(QString::fromStdString((directory.path() / "View.qml").string())); }
+
+    [[nodiscard]] static QQuickView* viewTitled(const std::string& title)
+    {
         for (auto* candidate : QGuiApplication::topLevelWindows()) {
-            if (candidate->title() == QString::fromStdString(description.title))
+            if (candidate->title() == QString::fromStdString(title))
                 return qobject_cast<QQuickView*>(candidate);
         }
         return nullptr;
@@ -75,6 +93,22 @@ TEST_F(QuickWindowsTest, AWindowThatFitsHasItsGivenSizeInTheMiddleOfWhatIsFree)
     EXPECT_EQ(view->maximumSize(), (QSize{640, 530}));
     ASSERT_TRUE(view->rootObject());
     EXPECT_EQ(view->rootObject()->objectName(), QStringLiteral("view")) << "nothing is between the window and its view";
+}
+
+TEST_F(QuickWindowsTest, AWindowsGroundIsThatOfThePaletteThatTheDesktopAsksForNowAndLater)
+{
+    auto* view = open({WindowContent::onboarding, 640, 530, true, false, "ordinary", {}});
+    const auto ordinary = view->color();
+    EXPECT_EQ(ordinary, BrandColors::obsidian);
+    QQuickView clear;
+    clear.setColor(Qt::transparent);
+    setIncreasesContrast(true);
+    EXPECT_EQ(view->color(), QColor{Qt::black});
+    EXPECT_EQ(clear.color(), QColor{Qt::transparent}) << "there is nothing beneath it to be changed";
+    const auto first = window;
+    EXPECT_EQ(open({WindowContent::onboarding, 640, 530, true, false, "later", {}})->color(), QColor{Qt::black});
+    setIncreasesContrast(false);
+    EXPECT_EQ(view->color(), ordinary);
 }
 
 TEST_F(QuickWindowsTest, AWindowThatDoesNotFitHasTheWorkAreasSizeAndItsViewWithIt)
@@ -123,6 +157,29 @@ TEST_F(QuickWindowsTest, TheButtonsOfTheTitleBarAreThoseOfTheKindOfWindow)
     }
 }
 
+TEST_F(QuickWindowsTest, EveryKindOfNameIsOneLineInTheTitleBarAndTurnsNothingAroundIt)
+{
+    for (const auto& [kind, name] : test::oddNames()) {
+        SCOPED_TRACE(kind);
+        QuickWindowFactory factory{activation, [this](const WindowDescription&) {
+                                       return QuickContent{viewFile(), std::make_shared<QObject>(), {}, {}, {}, {}};
+                                   }};
+        window = factory.makeWindow({WindowContent::clipPreview, 200, 100, true, false, "Preview & Trim — " + name + ".mp4", {}});
+        window->makeKeyAndOrderFront();
+        QString title;
+        for (auto* shown : QGuiApplication::topLevelWindows()) {
+            if (shown->isVisible())
+                title = shown->title();
+        }
+        EXPECT_TRUE(title.startsWith(QString::fromUtf8("Preview & Trim — "))) << title.toStdString();
+        EXPECT_TRUE(title.endsWith(QStringLiteral(".mp4"))) << title.toStdString();
+        EXPECT_TRUE(test::isOrderlyLine(title)) << title.toStdString();
+        for (auto* shown : QGuiApplication::topLevelWindows())
+            shown->close();
+        application.processEvents();
+    }
+}
+
 TEST_F(QuickWindowsTest, WhatWouldKeepTheFirstFrameFromTheScreenIsDoneAfterItEachTimeThatTheWindowOpens)
 {
     auto* view = open({WindowContent::clipPreview, 200, 100, true, false, "first frame", {}});
@@ -151,6 +208,59 @@ TEST_F(QuickWindowsTest, WhatIsClosedBeforeItsFirstFrameBeginsNothing)
     application.processEvents();
     EXPECT_THAT(calls, ElementsAre("will appear", "did disappear"));
     QObject::disconnect(closing);
+}
+
+TEST_F(QuickWindowsTest, WhatWindowsBroughtGoesAfterTheLastAndAWindowThatIsShownAgainIsWhereItWas)
+{
+    auto* view = open({WindowContent::settings, 200, 100, false, true, "released", {}});
+    ASSERT_TRUE(view);
+    window->makeKeyAndOrderFront();
+    awaitFrame(*view);
+    const QPointer<QQmlEngine> engine{&quickEngine()};
+    const QPointer<QQuickView> seen{view};
+    view->setGeometry(30, 40, 250, 140);
+    application.processEvents();
+
+    releaseQuickEngine();
+    EXPECT_TRUE(seen && engine) << "it is on the screen";
+    view->close();
+    application.processEvents();
+    releaseQuickEngine();
+    EXPECT_FALSE(seen);
+    EXPECT_FALSE(engine);
+    EXPECT_THAT(calls, ElementsAre("will appear", "did appear", "did disappear"));
+
+    window->makeKeyAndOrderFront();
+    auto* again = viewTitled("released");
+    ASSERT_TRUE(again);
+    awaitFrame(*again);
+    EXPECT_EQ(again->geometry(), QRect(30, 40, 250, 140));
+    EXPECT_TRUE(again->rootObject());
+    EXPECT_THAT(calls, ElementsAre("will appear", "did appear", "did disappear", "will appear", "did appear"));
+}
+
+TEST_F(QuickWindowsTest, WhatAnOpenMenuHasPreparedStaysWhileItIsOpen)
+{
+    prepareView(viewFile());
+    const QPointer<QQmlEngine> engine{&quickEngine()};
+    QWindow menu;
+    menu.setFlags(Qt::Popup);
+    menu.show();
+    releaseQuickEngine();
+    EXPECT_TRUE(engine);
+    menu.hide();
+    releaseQuickEngine();
+    EXPECT_FALSE(engine);
+}
+
+TEST_F(QuickWindowsTest, WhatNobodyOpensAfterAllGoesByItself)
+{
+    setQuickEngineStay(std::chrono::milliseconds{1});
+    prepareView(viewFile());
+    const QPointer<QQmlEngine> engine{&quickEngine()};
+    while (engine)
+        application.processEvents(QEventLoop::WaitForMoreEvents);
+    setQuickEngineStay(std::chrono::seconds{10});
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <QList>
 #include <QString>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -54,6 +55,48 @@ inline std::vector<OddText> oddTexts()
     texts.push_back({"markup", QStringLiteral("<img src='http://127.0.0.1/x'> <b>&amp;</b> _&_ %1 ${HOME}")});
     texts.push_back({"spaces", QString{40, QChar{0x3000}} + QChar{0xFEFF} + QChar{0x200B}});
     return texts;
+}
+
+/// Whether it stays in its line and turns nothing around it.
+inline bool isOrderlyLine(const QString& text)
+{
+    return std::none_of(text.begin(), text.end(), [](QChar character) {
+        const int code = character.unicode();
+        const auto category = character.category();
+        return category == QChar::Other_Control || category == QChar::Separator_Line || category == QChar::Separator_Paragraph
+            || (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+    });
+}
+
+struct OddBytes {
+    const char* kind;
+    std::string text;
+};
+
+/// The same in UTF-8, and bytes that are not UTF-8, as a name of a file or of a window may be.
+inline std::vector<OddBytes> oddBytes()
+{
+    std::vector<OddBytes> found;
+    for (const auto& [kind, text] : oddTexts())
+        found.push_back({kind, text.toStdString()});
+    found.push_back({"Latin-1", "Caf\xE9 du soir, \xE0 12 h"});
+    found.push_back({"bytes that no text has", "\xFF\xFE Evening \xC0\xAF\xF8\x88 News"});
+    found.push_back({"a character that is cut off", "Evening \xE2\x82"});
+    found.push_back({"both halves of a pair", "Evening \xED\xA0\xBD\xED\xB8\x80"});
+    return found;
+}
+
+/// What a file or folder can be called of them.
+inline std::vector<OddBytes> oddNames()
+{
+    constexpr std::size_t longestName = 200;
+    auto names = oddBytes();
+    for (auto& [kind, text] : names) {
+        std::erase(text, '\0');
+        std::replace(text.begin(), text.end(), '/', '-');
+        text.resize(std::min(text.size(), longestName));
+    }
+    return names;
 }
 
 }  // namespace velmora::test

@@ -1,5 +1,6 @@
 // Whether what is shown in the palette's colours can be read: contrasts as WCAG 2.1 computes them.
 
+#include "brand/BrandColors.h"
 #include "brand/CaptureStatus.h"
 #include "brand/Theme.h"
 #include "tests/brand/QuickTestWindow.h"
@@ -131,6 +132,93 @@ TEST_F(PaletteTest, WhiteOnCoralIsTheOneTextBelow)
 {
     EXPECT_NEAR(contrast(color("studioWhite"), color("coral")), 3.55, 0.01);
     EXPECT_GE(contrast(color("studioWhite"), Theme::hovered(color("coral"))), leastForEdges);
+}
+
+class IncreasedContrastTest : public PaletteTest {
+protected:
+    IncreasedContrastTest()
+    {
+        QObject::connect(&theme, &Theme::lookChanged, &theme, [this] { ++changes; });
+        theme.setIncreasesContrast(true);
+    }
+
+    static constexpr double moreForText = 7;
+    static constexpr double moreForEdges = 4.5;
+    int changes = 0;
+};
+
+TEST_F(IncreasedContrastTest, EveryTextHasSevenToOneOnEveryGround)
+{
+    for (const auto* name : {"text", "secondaryText", "tertiaryText", "granted", "tip"})
+        expectContrast(name, moreForText);
+    EXPECT_GE(contrast(color("text"), color("toolTip")), moreForText);
+}
+
+TEST_F(IncreasedContrastTest, EveryEdgeHasFourAndAHalfToOneAndAGrooveThree)
+{
+    for (const auto* name : {"borderSlate", "controlBorder", "focusRing", "coral"})
+        expectContrast(name, moreForEdges);
+    const QColor list = shown(Theme::withOpacity(color("cardSlate"), 0.45), color("obsidian"));
+    EXPECT_GE(contrast(shown(color("selectionBorder"), list), list), moreForEdges);
+    for (const auto* ground : {"obsidian", "cardSlate"})
+        EXPECT_GE(contrast(color("groove"), color(ground)), 3) << ground;
+    EXPECT_GE(contrast(color("coral"), color("groove")), 3) << "what is filled of a groove";
+}
+
+TEST_F(IncreasedContrastTest, WhatStandsOnCoralOnATintOrInASelectionHasSevenToOneToo)
+{
+    const QColor coral = color("coral");
+    for (const auto& surface : {coral, Theme::hovered(coral), Theme::pressed(coral)})
+        EXPECT_GE(contrast(color("onCoral"), surface), moreForText);
+    for (const auto& [where, ground] : grounds()) {
+        EXPECT_GE(contrast(color("onCoral"), shown(color("selectedText"), ground)), moreForText) << where;
+        for (const auto* name : {"granted", "tip", "secondaryText"})
+            EXPECT_GE(contrast(color(name), shown(Theme::withOpacity(color(name), 0.15), ground)), moreForText) << name << " on " << where;
+    }
+}
+
+TEST_F(IncreasedContrastTest, ItIsToldOnceAndGoesAgainWithoutATrace)
+{
+    EXPECT_EQ(changes, 1);
+    theme.setIncreasesContrast(true);
+    EXPECT_EQ(changes, 1);
+    theme.setIncreasesContrast(false);
+    EXPECT_EQ(changes, 2);
+    EXPECT_EQ(color("obsidian"), BrandColors::obsidian);
+    EXPECT_EQ(color("coral"), BrandColors::coral);
+    EXPECT_EQ(color("onCoral"), BrandColors::studioWhite);
+}
+
+TEST_F(IncreasedContrastTest, AWindowThatIsOpenFollowsAtOnce)
+{
+    test::QuickTestWindow window{QStringLiteral(
+        "Rectangle { anchors.fill: parent; color: Theme.obsidian\n TextButton { objectName: 'it'; x: 20; y: 20; text: 'Start'; "
+        "prominent: true } }")};
+    const auto at = [&](int x, int y) { return window.grab().pixelColor(x, y); };
+    EXPECT_EQ(at(5, 5), BrandColors::obsidian);
+    EXPECT_EQ(at(26, 38), BrandColors::coral);
+    setIncreasesContrast(window.engine(), true);
+    EXPECT_EQ(at(5, 5), QColor{Qt::black});
+    EXPECT_EQ(at(26, 38), color("coral"));
+    setIncreasesContrast(window.engine(), false);
+    EXPECT_EQ(at(5, 5), BrandColors::obsidian);
+}
+
+TEST_F(PaletteTest, TextIsLargerByTheDesktopsFactorAndControlsAreAsHighAsTheirText)
+{
+    test::QuickTestWindow window{QStringLiteral("TextButton { objectName: 'it'; text: 'Start' }")};
+    const double width = window.item("it")->width();
+    EXPECT_EQ(window.item("it")->height(), 36);
+    setTextScale(window.engine(), 1.25);
+    static_cast<void>(window.grab());
+    EXPECT_EQ(window.item("it")->height(), 45);
+    EXPECT_GT(window.item("it")->width(), width);
+    theme.setTextScale(1.25);
+    EXPECT_EQ(theme.bodyFont().pixelSize(), 16);
+    theme.setTextScale(3);
+    EXPECT_EQ(theme.bodyFont().pixelSize(), 20) << "more than half as much again has no room";
+    theme.setTextScale(0.5);
+    EXPECT_EQ(theme.bodyFont().pixelSize(), 13) << "never smaller than it is made for";
 }
 
 }  // namespace

@@ -97,12 +97,16 @@ TEST(Shortened, ACharacterOfSeveralPartsIsNotDivided)
     EXPECT_EQ(shortened(family.repeated(6), 4, 1), family.repeated(2) + QChar{0x2026} + family);
 }
 
-TEST(LeadingEmoji, IsTheSymbolThatAsksForItsPicture)
+TEST(LeadingSymbol, IsThePictogramThatATitleBeginsWith)
 {
-    EXPECT_EQ(leadingEmoji(utf8("⚠️ No Video Window Selected")), utf8("⚠️"));
-    EXPECT_EQ(leadingEmoji(utf8("🟢 Ready")), QString{}) << "it has no other look";
-    EXPECT_EQ(leadingEmoji(utf8("Film ⚠️")), QString{});
-    EXPECT_EQ(leadingEmoji({}), QString{});
+    EXPECT_EQ(leadingSymbol(utf8("⚠️ No Video Window Selected")), utf8("⚠️")) << "with the wish for its picture";
+    EXPECT_EQ(leadingSymbol(utf8("🟢 Ready")), utf8("🟢"));
+    EXPECT_EQ(leadingSymbol(utf8("✕ Quit Velmora")), utf8("✕"));
+    EXPECT_EQ(leadingSymbol(utf8("Film ⚠️")), QString{});
+    EXPECT_EQ(leadingSymbol(utf8("⚠️.mp4")), QString{}) << "part of a word";
+    EXPECT_EQ(leadingSymbol(utf8("⚠️")), QString{}) << "all that there is";
+    EXPECT_EQ(leadingSymbol(utf8("1 Film")), QString{});
+    EXPECT_EQ(leadingSymbol({}), QString{});
 }
 
 }  // namespace

@@ -32,6 +32,29 @@ public:
         return found;
     }
 
+    /// What an item shows as a picture: a symbol by its name, the mark as "mark" and the application's icon as "icon", with their sizes in
+    /// points; empty for any other item.
+    [[nodiscard]] static QString pictureName(const QQuickItem& item)
+    {
+        if (item.inherits("QQuickImage"))
+            return item.property("source").toString().section(QLatin1Char('/'), 3, 3);
+        if (!item.inherits("velmora::BrandPicture"))
+            return {};
+        const auto kind = item.inherits("velmora::BrandAppIconView") ? QStringLiteral("icon") : QStringLiteral("mark");
+        return kind + QLatin1Char(' ') + QString::number(item.property("size").toDouble());
+    }
+
+    /// The pictures that are visible, as they are written in the view.
+    [[nodiscard]] QString pictures() const
+    {
+        QStringList names;
+        forEachVisible([&](QQuickItem& item) {
+            if (const auto name = pictureName(item); !name.isEmpty())
+                names.append(name);
+        });
+        return names.join(QStringLiteral(", "));
+    }
+
     /// Whether there is such a button, and visible.
     [[nodiscard]] bool hasButton(const QString& text) const { return findButton(text) != nullptr; }
 

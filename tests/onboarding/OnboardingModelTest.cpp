@@ -198,6 +198,18 @@ TEST_F(OnboardingModelTest, TheCaptionsFollowTheTrayEachTimeThatItIsShown)
     EXPECT_EQ(model.captions(), WalkthroughCaptions(without));
 }
 
+TEST_F(OnboardingModelTest, ATrayThatAnswersOnceTheWalkthroughIsThereIsInItsCaptions)
+{
+    hasTray = false;
+    appear();
+    int changes = 0;
+    QObject::connect(&model, &OnboardingModel::captionsChanged, &model, [&] { ++changes; });
+    hasTray = true;
+    model.trayChanged();
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(model.captions(), WalkthroughCaptions(facts()));
+}
+
 TEST_F(OnboardingModelTest, TheCaptionsFollowTheWindowAndThePermissionAndSaySo)
 {
     appear();

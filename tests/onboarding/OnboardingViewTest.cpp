@@ -40,15 +40,15 @@ protected:
         window.expectNoTextsOverlap();
     }
 
-    /// What is shown, from top to bottom: symbols in brackets, and of the texts those that are asked for.
+    /// What is shown below the top bar, from top to bottom: pictures in brackets, and of the texts those that are asked for.
     [[nodiscard]] std::string order(const std::vector<const char*>& texts)
     {
         std::vector<std::pair<double, std::string>> found;
         window.forEachVisible([&](QQuickItem& item) {
             const auto text = item.property("text").toString().toStdString();
             const auto middle = item.mapToScene({0, item.height() / 2}).y();
-            if (item.inherits("QQuickImage"))
-                found.emplace_back(middle, "[" + item.property("source").toString().section(QLatin1Char('/'), 3, 3).toStdString() + "]");
+            if (const auto picture = ViewTestWindow::pictureName(item); !picture.isEmpty() && middle > topBar)
+                found.emplace_back(middle, "[" + picture.toStdString() + "]");
             else if (item.inherits("QQuickText") && std::find(texts.begin(), texts.end(), text) != texts.end())
                 found.emplace_back(item.mapToScene({0, 0}).y(), text);
         });
@@ -58,6 +58,8 @@ protected:
             joined += (joined.empty() ? "" : "|") + what;
         return joined;
     }
+
+    static constexpr double topBar = 52;
 
     ViewTestWindow window{view, model, size};
     int dismissals = 0;
@@ -121,7 +123,8 @@ TEST_F(OnboardingViewTest, TheThirdStepSaysTheCommandsWithTheMenusWordsEmphasise
                        "Recording Live Clip'. Click again to stop and save."));
     int emphasized = 0;
     window.forEachVisible([&](QQuickItem& item) {
-        if (!item.inherits("QQuickText") || item.property("text").toString() != OnboardingModel::menuMethodText().styled())
+        if (!item.inherits("QQuickText")
+            || item.property("text").toString() != OnboardingModel::menuMethodText().styled(BrandColors::snowSlate))
             return;
         ++emphasized;
         const auto image = window.grab(item);
@@ -148,7 +151,7 @@ TEST_F(OnboardingViewTest, TheFourthStepWithoutPermissionSaysHowToGiveIt)
     EXPECT_FALSE(window.shows(QString::fromUtf8("Permission is Granted! ✅")));
     QString privacy;
     for (const auto& line : OnboardingModel::privacyLines()) {
-        EXPECT_TRUE(window.shows(line.value<EmphasizedText>().styled()));
+        EXPECT_TRUE(window.shows(line.value<EmphasizedText>().styled(BrandColors::snowSlate)));
         privacy += QStringLiteral("• ") + line.value<EmphasizedText>().plain() + u'\n';
     }
     EXPECT_EQ(privacy,
@@ -237,7 +240,8 @@ TEST_F(OnboardingViewTest, NoStepHasACutOffTextOrNeedsScrolling)
 TEST_F(OnboardingViewTest, TheCardsOfTheFirstStepAreInOrderEachWithItsSymbol)
 {
     EXPECT_EQ(order({"Pick Your Video Window", "Start Recording When Ready", "Your Clip is Saved"}),
-        "Pick Your Video Window|[play.display]|Start Recording When Ready|[record.circle.fill]|Your Clip is Saved|[checkmark.circle.fill]");
+        "[icon 52]|Pick Your Video Window|[play.display]|Start Recording When Ready|[record.circle.fill]|Your Clip is "
+        "Saved|[checkmark.circle.fill]");
     QStringList numbers;
     for (const auto& text : window.texts()) {
         if (text.size() == 1)
@@ -251,7 +255,8 @@ TEST_F(OnboardingViewTest, TheBulletsOfTheSecondStepAreInOrderEachWithItsSymbol)
     show(1);
     EXPECT_EQ(order({"Where to Find Velmora", "Look for this Orbelle icon in your menu bar!", "Using a MacBook with a notch?",
                   "Always 1 click away", "Why no Dock icon?"}),
-        "Where to Find Velmora|Look for this Orbelle icon in your menu bar!|Using a MacBook with a notch?|[laptopcomputer]|Always 1 click "
+        "Where to Find Velmora|Look for this Orbelle icon in your menu bar!|[mark 28]|Using a MacBook with a "
+        "notch?|[laptopcomputer]|Always 1 click "
         "away|[cursorarrow.click]|Why no Dock icon?|[eye.slash]");
 }
 
@@ -275,7 +280,7 @@ TEST_F(OnboardingViewTest, TheFourthStepHasItsSymbolsAndItsLinesInOrder)
         "Permission Required by macOS|[lock.shield.fill]|Your Privacy is 100% Guaranteed|[shield.lefthalf.filled]");
     qsizetype before = -1;
     for (const auto& line : OnboardingModel::privacyLines()) {
-        const auto at = window.texts().indexOf(line.value<EmphasizedText>().styled());
+        const auto at = window.texts().indexOf(line.value<EmphasizedText>().styled(BrandColors::snowSlate));
         EXPECT_GT(at, before);
         before = at;
     }
@@ -285,6 +290,28 @@ TEST_F(OnboardingViewTest, TheFourthStepHasItsSymbolsAndItsLinesInOrder)
     EXPECT_EQ(order({}), "[shield.lefthalf.filled]") << "the lock goes with the request";
 }
 
+TEST_F(OnboardingViewTest, TheFifthStepHasTheMarkAboveItsHeading)
+{
+    show(4);
+    EXPECT_EQ(order({"Select your first video window to begin clipping.", "No video window selected yet."}),
+        "[mark 72]|Select your first video window to begin clipping.|No video window selected yet.");
+}
+
+TEST_F(OnboardingViewTest, TheTopBarHasTheMarkInCoralOnEveryStep)
+{
+    for (int step = 0; step < 5; ++step) {
+        show(step);
+        int marks = 0;
+        window.forEachVisible([&](QQuickItem& item) {
+            if (ViewTestWindow::pictureName(item) == QStringLiteral("mark 20") && item.mapToScene({0, item.height()}).y() < topBar) {
+                ++marks;
+                EXPECT_EQ(item.property("color").value<QColor>(), BrandColors::coral);
+            }
+        });
+        EXPECT_EQ(marks, 1) << step;
+    }
+}
+
 TEST_F(OnboardingViewTest, EveryKindOfWindowsNameTakesOneLine)
 {
     show(4);
@@ -292,10 +319,10 @@ TEST_F(OnboardingViewTest, EveryKindOfWindowsNameTakesOneLine)
     static_cast<void>(window.grab());
     const auto buttonsPlace = [this] { return window.button(QStringLiteral("Change Window...")).mapToScene({0, 0}).y(); };
     const double ordinary = buttonsPlace();
-    for (const auto& [kind, text] : test::oddTexts()) {
+    for (const auto& [kind, text] : test::oddBytes()) {
         SCOPED_TRACE(kind);
         content->content.windows.clear();
-        chooseWindow(text.toStdString().c_str());
+        chooseWindow(text.c_str());
         EXPECT_FALSE(window.grab().isNull());
         EXPECT_EQ(buttonsPlace(), ordinary);
         window.expectNoTextsOverlap();

@@ -1,10 +1,13 @@
 #include "platform/fake/FakeFileManager.h"
 #include "settings/FolderBrowserModel.h"
+#include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/settings/SettingsViews.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
+
+#include <cerrno>
 
 namespace velmora {
 namespace {
@@ -35,7 +38,8 @@ protected:
 
     const test::TemporaryDirectory directory;
     const std::filesystem::path top = directory.path();
-    FolderBrowserModel model{makeFolders(top), {"Choose Folder", "Choose Folder", top, 0}};
+    const std::shared_ptr<fake::FakeFileManager> fileManager = makeFolders(top);
+    FolderBrowserModel model{fileManager, {"Choose Folder", "Choose Folder", top, 0}};
     int finishes = 0;
     ViewTestWindow window{test::folderBrowserView, model, test::folderBrowserSize};
 };
@@ -46,6 +50,16 @@ TEST_F(FolderBrowserViewTest, ShowsTheFoldersByTheirNamesAsTheyAre)
         EXPECT_TRUE(window.shows(QLatin1String(name))) << name;
     for (const auto* text : {"New Folder", "Cancel", "Choose Folder"})
         EXPECT_TRUE(window.hasButton(QLatin1String(text))) << text;
+}
+
+TEST_F(FolderBrowserViewTest, TheLargestTextLeavesNoButtonOutsideTheWindow)
+{
+    setTextScale(window.engine(), 1.5);
+    static_cast<void>(window.grab());
+    for (const auto* text : {"New Folder", "Cancel", "Choose Folder", "Parent Folder"}) {
+        auto& button = window.button(QLatin1String(text));
+        EXPECT_LE(button.mapRectToScene({0, 0, button.width(), 1}).right(), test::folderBrowserSize.width() - 23) << text;
+    }
 }
 
 TEST_F(FolderBrowserViewTest, ArrowsSelectReturnOpensLeftGoesBack)
@@ -116,6 +130,55 @@ TEST_F(FolderBrowserViewTest, AMistypedPathSaysSo)
     model.goTo(QStringLiteral("nowhere"));
     EXPECT_TRUE(window.shows(model.errorMessage()));
     EXPECT_TRUE(window.hasAlert(model.errorMessage()));
+}
+
+TEST_F(FolderBrowserViewTest, EveryKindOfNameTakesOneLineInTheListInTheFieldAndInWhatIsPromised)
+{
+    const QRectF whole{QPointF{}, test::folderBrowserSize};
+    const auto odd = top / "odd";
+    for (const auto& [kind, name] : test::oddNames()) {
+        SCOPED_TRACE(kind);
+        std::filesystem::create_directories(odd / name / name);
+        model.goTo(QString::fromStdString(odd.string()));
+        model.open(0);
+        model.select(0);
+        EXPECT_FALSE(window.grab().isNull());
+        window.expectNoTextsOverlap();
+        int lines = 0;
+        window.forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText")) {
+                const auto place = item.mapRectToScene({0, 0, item.width(), item.height()});
+                EXPECT_TRUE(whole.contains(place)) << item.property("text").toString().toStdString();
+                EXPECT_EQ(item.property("textFormat").toInt(), Qt::PlainText);
+            }
+            if (item.inherits("QQuickTextInput")) {
+                ++lines;
+                EXPECT_LE(item.property("contentHeight").toDouble(), item.height());
+            }
+            if (item.inherits("QQuickItemDelegate")) {
+                EXPECT_LT(item.height(), 40);
+            }
+        });
+        EXPECT_EQ(lines, 1);
+        std::filesystem::remove_all(odd);
+    }
+}
+
+TEST_F(FolderBrowserViewTest, EveryKindOfErrorLeavesTheButtonsInTheWindow)
+{
+    const QRectF whole{QPointF{}, test::folderBrowserSize};
+    for (const auto& [kind, text] : test::oddBytes()) {
+        SCOPED_TRACE(kind);
+        fileManager->createError = Error{"POSIX", EACCES, text, nullptr};
+        model.beginNamingFolder();
+        model.createFolder(QStringLiteral("Another"));
+        EXPECT_FALSE(window.grab().isNull());
+        window.expectNoTextsOverlap();
+        for (const auto* button : {"Create", "Cancel", "Choose Folder"}) {
+            const auto& shown = window.button(QLatin1String(button));
+            EXPECT_TRUE(whole.contains(shown.mapRectToScene({0, 0, shown.width(), shown.height()}))) << button;
+        }
+    }
 }
 
 }  // namespace

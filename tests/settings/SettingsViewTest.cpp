@@ -80,16 +80,30 @@ TEST_F(SettingsViewTest, TheSectionsStandBelowEachOtherAndSoDoesWhatIsInThem)
     }
 }
 
+TEST_F(SettingsViewTest, EachStateHasItsSymbol)
+{
+    EXPECT_EQ(window.pictures().toStdString(), "icon 60, checkmark.circle.fill, checkmark.circle.fill") << "the shortcut, the permission";
+    refuseShortcut();
+    EXPECT_EQ(window.pictures().toStdString(), "icon 60, exclamationmark.triangle.fill, checkmark.circle.fill");
+    withdrawPermission("There is no display.");
+    EXPECT_EQ(window.pictures().toStdString(), "icon 60, exclamationmark.triangle.fill");
+}
+
 TEST_F(SettingsViewTest, EveryKindOfFolderAndErrorIsShown)
 {
-    for (const auto& [kind, text] : test::oddTexts()) {
+    for (const auto& [kind, name] : test::oddNames()) {
         SCOPED_TRACE(kind);
-        const auto name = text.left(60).remove(QChar{0}).replace(QLatin1Char('/'), QLatin1Char('-')).toStdString();
         fileManager->writeError = std::nullopt;
         library->setOutputDirectory(folder.path() / name);
         executor->runAll();
         EXPECT_FALSE(window.grab().isNull());
-        fileManager->writeError = posixError(EACCES, text.toStdString());
+    }
+    for (const auto& [kind, text] : test::oddBytes()) {
+        SCOPED_TRACE(kind);
+        library->setOutputDirectory(folder.path() / "clips");
+        executor->runAll();
+        EXPECT_FALSE(window.grab().isNull());
+        fileManager->writeError = posixError(EACCES, text);
         model.chooseDestinationFolder();
         folderChooser->answer(folder.path());
         executor->runAll();

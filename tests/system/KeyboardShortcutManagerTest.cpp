@@ -209,6 +209,10 @@ TEST_F(KeyboardShortcutManagerTest, ADesktopThatTakesItsTimeIsHeardWhenItHasDeci
     EXPECT_FALSE(manager().isRegistered());
     EXPECT_EQ(manager().registrationErrorMessage(), "The desktop is being asked.");
     EXPECT_EQ(log->count("Failed to register recording shortcut: -100"), 0U) << "it has not failed";
+    EXPECT_FALSE(manager().isRefused()) << "nor is it refused";
+    centre->registerStatus = -11;
+    centre->decided();
+    EXPECT_TRUE(manager().isRefused());
     centre->registerStatus = 0;
     centre->keys = "Ctrl+F9";
     centre->decided();

@@ -136,7 +136,7 @@ ColumnLayout {
         }
     }
 
-    RowLayout {
+    FittedRow {
         spacing: 8
 
         TextButton {

@@ -70,6 +70,8 @@ Rectangle {
         }
 
         Card {
+            id: card
+
             Layout.fillWidth: true
             Layout.fillHeight: true
             padding: 0
@@ -92,12 +94,15 @@ Rectangle {
 
             ColumnLayout {
                 anchors.centerIn: parent
-                width: Math.min(parent.width - 2 * Theme.windowMargin, 340)
+                width: Math.min(parent.width - 2 * Theme.windowMargin, 340 * Theme.textScale)
                 spacing: 8
                 visible: root.model.isEmpty
+                // Larger text has only the room that the window leaves it.
+                scale: Math.min(1, card.height / (implicitHeight + 8))
 
                 Symbol {
                     Layout.alignment: Qt.AlignHCenter
+                    visible: Theme.textScale < 1.3
                     name: "macwindow.on.rectangle"
                     color: Theme.tertiaryText
                     size: 40
@@ -270,7 +275,7 @@ Rectangle {
             horizontalAlignment: Text.AlignRight
         }
 
-        RowLayout {
+        FittedRow {
             spacing: 8
 
             TextButton {

@@ -21,6 +21,16 @@ TEST(FittingSize, IsTheGivenOneWhereItFitsAndElseWhatThereIsRoomFor)
     EXPECT_EQ(fittingSize({680, 600}, {1366, 740}, frame), QSize(680, 600));
 }
 
+TEST(PlaceInside, IsWhereItIsUnlessThatIsOutsideOfTheArea)
+{
+    const QRect area{100, 20, 900, 500};
+    EXPECT_EQ(placeInside({150, 40, 640, 300}, area), QPoint(150, 40));
+    EXPECT_EQ(placeInside({150, -14, 640, 500}, area), QPoint(150, 20)) << "its title bar can be reached";
+    EXPECT_EQ(placeInside({80, 40, 640, 300}, area), QPoint(100, 40));
+    EXPECT_EQ(placeInside({500, 400, 640, 300}, area), QPoint(360, 220));
+    EXPECT_EQ(placeInside({150, 100, 640, 600}, area), QPoint(150, 20)) << "the lower end gives way";
+}
+
 class FittedViewTest : public testing::Test {
 protected:
     void load(const char* qml)

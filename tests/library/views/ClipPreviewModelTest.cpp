@@ -674,6 +674,93 @@ TEST_F(ClipPreviewModelTest, ClosedItPausesAndLetsTheObserverAndThePlayerGo)
     EXPECT_FALSE(model->isPlaying());
 }
 
+TEST_F(ClipPreviewModelTest, ThePlayerIsMadeOnceItsPartsAreLoadedAndHasWhatWasChosenMeanwhile)
+{
+    players->isPrepared = false;
+    appear();
+    EXPECT_THAT(players->players, SizeIs(0));
+    EXPECT_TRUE(model->isLoading());
+    EXPECT_EQ(model->trimEndTime(), 10) << "the rest does not wait for it";
+    model->moveTrimEnd(5);
+    model->scrub(3);
+    model->setVolume(50);
+    players->finishPreparation();
+    EXPECT_FALSE(model->isLoading());
+    EXPECT_EQ(player().endTime, (MediaTime{5, 1}));
+    EXPECT_THAT(player().seeks, ElementsAre(MediaTime{3, 1}));
+    EXPECT_LT(player().volume, 1);
+}
+
+TEST_F(ClipPreviewModelTest, PlayWhileThePlayerIsBeingLoadedPlaysOnceItIsThereUnlessItIsPausedAgain)
+{
+    players->isPrepared = false;
+    appear();
+    model->togglePlaying();
+    EXPECT_FALSE(model->isPlaying()) << "nothing plays yet";
+    model->togglePlaying();
+    model->togglePlaying();
+    players->finishPreparation();
+    EXPECT_TRUE(model->isPlaying());
+    EXPECT_TRUE(player().isPlaying);
+    model = makeModel();
+    players->isPrepared = false;
+    appear();
+    model->togglePlaying();
+    model->togglePlaying();
+    players->finishPreparation();
+    EXPECT_FALSE(model->isPlaying());
+    EXPECT_FALSE(player().isPlaying);
+}
+
+TEST_F(ClipPreviewModelTest, ClosedBeforeThePlayersPartsAreLoadedItMakesNone)
+{
+    players->isPrepared = false;
+    appear();
+    model->togglePlaying();
+    model->tearDown();
+    players->finishPreparation();
+    EXPECT_THAT(players->players, SizeIs(0));
+    model->setupPlayer();
+    executor->runAll();
+    ASSERT_THAT(players->players, SizeIs(1));
+    EXPECT_FALSE(player().isPlaying) << "that was wanted of the window that was closed";
+}
+
+TEST_F(ClipPreviewModelTest, WhatIsToPlayAtOncePlaysWhenItsLengthIsKnownToo)
+{
+    assetReader->answersAtOnce = false;
+    model->playOnceLoaded();
+    model->setupPlayer();
+    EXPECT_FALSE(player().isPlaying) << "it would pause at once, at an end that is not known yet";
+    assetReader->answerAll();
+    executor->runAll();
+    EXPECT_TRUE(player().isPlaying);
+    EXPECT_TRUE(model->isPlaying());
+    player().passTime({1, 10});
+    EXPECT_TRUE(model->isPlaying());
+    EXPECT_EQ(model->playAction().toStdString(), "Pause");
+}
+
+TEST_F(ClipPreviewModelTest, WhatIsToPlayAtOnceStaysPausedWherePausingWasFaster)
+{
+    assetReader->answersAtOnce = false;
+    model->playOnceLoaded();
+    model->setupPlayer();
+    model->dragTrimStart(0);
+    assetReader->answerAll();
+    executor->runAll();
+    EXPECT_FALSE(model->isPlaying());
+}
+
+TEST_F(ClipPreviewModelTest, PartsThatAreLoadedForAModelThatIsGoneMakeNoPlayer)
+{
+    players->isPrepared = false;
+    model->setupPlayer();
+    model.reset();
+    players->finishPreparation();
+    EXPECT_THAT(players->players, SizeIs(0));
+}
+
 TEST_F(ClipPreviewModelTest, AnswersForAModelThatIsGoneAreDropped)
 {
     assetReader->answersAtOnce = false;
@@ -855,6 +942,13 @@ TEST_F(ClipPreviewModelTest, SharingRevealingAndClosingAreHandedOn)
     EXPECT_THAT(revealed, ElementsAre(clip));
     model->dismiss();
     EXPECT_EQ(*dismissals, 1);
+}
+
+TEST_F(ClipPreviewModelTest, WhatRevealsTheClipNamesTheFileBrowserThatIsInstalled)
+{
+    EXPECT_EQ(model->revealRemark(), QStringLiteral("Show this clip in the file manager"));
+    fileBrowser = "Thunar\nFile Manager";
+    EXPECT_EQ(model->revealRemark(), QStringLiteral("Show this clip in Thunar File Manager"));
 }
 
 }  // namespace

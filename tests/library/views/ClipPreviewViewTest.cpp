@@ -1,3 +1,5 @@
+#include "brand/BrandColors.h"
+#include "brand/Palette.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/library/views/PreviewFixture.h"
@@ -347,6 +349,18 @@ TEST_F(ClipPreviewViewTest, TheTintLiesOverWhatIsKeptInBothSlidersAsInTheFilmstr
     EXPECT_NEAR(end.second, kept.second - 8, 1);
 }
 
+TEST_F(ClipPreviewViewTest, TheFilmstripHasTheColoursOfMoreContrastWhereTheWindowHas)
+{
+    appear();
+    const auto top = [this] {
+        const auto middle = filmstrip().mapToScene({filmstrip().width() / 2, 1}).toPoint();
+        return window->grab().pixelColor(middle);
+    };
+    EXPECT_EQ(top(), BrandColors::coral);
+    setIncreasesContrast(window->engine(), true);
+    EXPECT_EQ(top(), Palette::of(true).coral);
+}
+
 TEST_F(ClipPreviewViewTest, ASideOfTheFilmstripIsDraggedFromWhereItWasTaken)
 {
     appear();
@@ -675,12 +689,12 @@ TEST_F(ClipPreviewViewTest, EveryKindOfMessageStaysInItsPlace)
 {
     appear();
     player().fail({"mpv", -17, "unrecognized file format", nullptr});
-    for (const auto& [kind, text] : test::oddTexts()) {
+    for (const auto& [kind, text] : test::oddBytes()) {
         SCOPED_TRACE(kind);
         model->saveTrimmedClip();
-        session().fail({"Velmora.MP4", 5, text.toStdString(), nullptr});
+        session().fail({"Velmora.MP4", 5, text, nullptr});
         executor->runAll();
-        player().fail({"mpv", -17, text.toStdString(), nullptr});
+        player().fail({"mpv", -17, text, nullptr});
         EXPECT_FALSE(window->grab().isNull());
         window->expectNoTextsOverlap();
         window->forEachVisible([&](QQuickItem& item) {
@@ -755,6 +769,18 @@ TEST_F(ClipPreviewViewTest, NothingIsCutOffOrOverlaps)
     static_cast<void>(window->grab());
     window->expectNothingIsCutOff({0, 0, 680, 600});
     window->expectNoTextsOverlap();
+}
+
+TEST_F(ClipPreviewViewTest, TheDiscOfThePlayButtonBeginsWhereTheCardBeneathDoes)
+{
+    appear();
+    const auto& play = window->button(QStringLiteral("Play"));
+    auto row = window->grab();
+    const int y = static_cast<int>(play.mapToScene({0, play.height() / 2}).y());
+    int first = 0;
+    while (first < 100 && row.pixelColor(first, y).lightness() < 128)
+        ++first;
+    EXPECT_NEAR(first, 24, 1);
 }
 
 }  // namespace

@@ -70,6 +70,7 @@ struct PreviewFixture {
                 .runningExports = runningExports,
                 .share = [this](const std::filesystem::path& file, const QPoint& position) { shared.emplace_back(file, position); },
                 .reveal = [this](const std::filesystem::path& file) { revealed.push_back(file); },
+                .fileBrowserName = [this] { return fileBrowser; },
                 .copy = [this](const std::filesystem::path& file) { copied.push_back(file); },
                 .play = [this](const std::filesystem::path& file) { played.push_back(file); },
             });
@@ -118,6 +119,7 @@ struct PreviewFixture {
     std::filesystem::path clip;
     std::vector<std::pair<std::filesystem::path, QPoint>> shared;
     std::vector<std::filesystem::path> revealed;
+    std::string fileBrowser;
     std::vector<std::filesystem::path> copied;
     std::vector<std::filesystem::path> played;
     std::unique_ptr<ClipPreviewModel> model;

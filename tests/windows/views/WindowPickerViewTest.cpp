@@ -56,21 +56,41 @@ protected:
         return found;
     }
 
-    /// All visible symbols, from top to bottom.
-    [[nodiscard]] QString symbols() const
-    {
-        QStringList names;
-        window->forEachVisible([&](QQuickItem& item) {
-            if (item.inherits("QQuickImage"))
-                names.append(item.property("source").toString().section(QLatin1Char('/'), 3, 3));
-        });
-        return names.join(QLatin1Char(' '));
-    }
-
     WindowPickerModel model{std::make_shared<WindowSelectionService>(content, executor), *coordinator};
     std::optional<ViewTestWindow> window;
     int dismissals = 0;
 };
+
+TEST_F(WindowPickerViewTest, TheLargestTextFindsRoomInAWindowOfTheGivenSize)
+{
+    appearWithThree();
+    setTextScale(window->engine(), 1.5);
+    static_cast<void>(window->grab());
+    for (const auto* text : {"Refresh List", "Cancel", "Start Clipping This Window"}) {
+        auto& button = window->button(QLatin1String(text));
+        const auto place = button.mapRectToScene({0, 0, button.width(), button.height()});
+        EXPECT_TRUE((QRectF{24, 0, 512.5, 480}.contains(place))) << text << " ends at " << place.right();
+    }
+    window->press(QStringLiteral("Cancel"));
+    EXPECT_EQ(dismissals, 1) << "what is pressed is where it is seen";
+    model.setSearchText(QStringLiteral("nothing of that name"));
+    static_cast<void>(window->grab());
+    const auto placeOf = [this](const char* beginning) {
+        QRectF place;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText") && item.property("text").toString().startsWith(QLatin1String(beginning)))
+                place = item.mapRectToScene({0, 0, item.width(), item.height()});
+        });
+        return place;
+    };
+    const auto purpose = placeOf("Any browser");
+    const auto headline = placeOf("No eligible");
+    const auto advice = placeOf("Make sure");
+    ASSERT_FALSE(headline.isEmpty() || advice.isEmpty());
+    EXPECT_GT(headline.top(), purpose.bottom() + 60) << "beneath the field for the search";
+    EXPECT_GE(advice.top(), headline.bottom());
+    EXPECT_LE(advice.bottom(), placeOf("Tip: ").top());
+}
 
 TEST_F(WindowPickerViewTest, SaysWhatItIsForFromTopToBottom)
 {
@@ -81,7 +101,7 @@ TEST_F(WindowPickerViewTest, SaysWhatItIsForFromTopToBottom)
         "pt|Gamma|1279 × 720 pt|Tip: Make sure the browser or video player "
         "window is open on your screen (not minimized into the Dock).|On this desktop the Dock is the task bar or launcher, and 1 "
         "pt is 1 pixel.|Refresh List|Cancel|Start Clipping This Window");
-    EXPECT_EQ(symbols().toStdString(), "magnifyingglass macwindow macwindow macwindow lightbulb.fill arrow.clockwise");
+    EXPECT_EQ(window->pictures().toStdString(), "magnifyingglass, macwindow, macwindow, macwindow, lightbulb.fill, arrow.clockwise");
     for (const auto* text : {"Refresh List", "Cancel", "Start Clipping This Window"})
         EXPECT_TRUE(window->hasButton(QLatin1String(text))) << text;
     window->expectNothingIsCutOff({24, 0, 512, 480});
@@ -104,7 +124,7 @@ TEST_F(WindowPickerViewTest, WithoutWindowsItSaysWhatToDoAndStartsNothing)
     appear({});
     EXPECT_TRUE(window->shows(QStringLiteral("No eligible video windows found.")));
     EXPECT_TRUE(window->shows(QStringLiteral("Make sure the browser or video player window is open and visible on screen.")));
-    EXPECT_EQ(symbols().toStdString(), "magnifyingglass macwindow.on.rectangle lightbulb.fill arrow.clockwise");
+    EXPECT_EQ(window->pictures().toStdString(), "magnifyingglass, macwindow.on.rectangle, lightbulb.fill, arrow.clockwise");
     EXPECT_FALSE(window->button(QStringLiteral("Start Clipping This Window")).isEnabled());
 }
 
@@ -411,7 +431,7 @@ TEST_F(WindowPickerViewTest, TheApplicationsOwnIconIsBesideTheSymbolAndMovesNoth
     executor->runAll();
     const auto picture = window->grab();
     EXPECT_EQ(placeOfName(), before);
-    EXPECT_EQ(symbols().toStdString(), "magnifyingglass macwindow lightbulb.fill arrow.clockwise") << "the symbol stays";
+    EXPECT_EQ(window->pictures().toStdString(), "magnifyingglass, macwindow, lightbulb.fill, arrow.clockwise") << "the symbol stays";
     QRect green;
     for (int y = 0; y < picture.height(); ++y) {
         for (int x = 0; x < picture.width(); ++x) {
@@ -472,13 +492,12 @@ TEST_F(WindowPickerViewTest, EveryKindOfTitleAndNameTakesOneLineOfItsRow)
     };
     appearWithThree();
     const double ordinary = rowHeight();
-    for (const auto& [kind, text] : test::oddTexts()) {
+    for (const auto& [kind, text] : test::oddBytes()) {
         SCOPED_TRACE(kind);
         content->content.windows.clear();
-        const auto utf8 = text.toStdString();
-        addLiveWindow(listed(7, utf8.c_str(), utf8.c_str()));
-        content->content.windows.back().title = utf8;
-        content->content.windows.back().owningApplication->applicationName = utf8;
+        addLiveWindow(listed(7, "", ""));
+        content->content.windows.back().title = text;
+        content->content.windows.back().owningApplication->applicationName = text;
         model.refreshWindows();
         executor->runAll();
         EXPECT_FALSE(window->grab().isNull());
@@ -489,6 +508,46 @@ TEST_F(WindowPickerViewTest, EveryKindOfTitleAndNameTakesOneLineOfItsRow)
                 EXPECT_LE(item.mapRectToScene({0, 0, item.width(), 1}).right(), 560);
             }
         });
+    }
+}
+
+TEST_F(WindowPickerViewTest, EveryKindOfApplicationAndOfWhatItPlaysTakesOneLineInTheSecondStep)
+{
+    content->windowsToRequest = {1};
+    appearWithThree();
+    double ordinary = 0;
+    const auto ask = [this](const std::string& text) {
+        model.start();
+        executor->runAll();
+        auto granted = content->content.windows.front();
+        granted.windowID = 7;
+        content->pendingRequest(std::optional{granted});
+        content->pendingSoundQuestion(platform::SoundChoices{{{{text, text, 12}, text, true}, {{text, text, 13}, text, false}}});
+        executor->runAll();
+        EXPECT_FALSE(window->grab().isNull());
+        ASSERT_TRUE(window->shows(QStringLiteral("Choose Its Sound")));
+    };
+    ask("Player");
+    ordinary = first("QQuickItemDelegate")->height();
+    model.cancel();
+    for (const auto& [kind, text] : test::oddBytes()) {
+        SCOPED_TRACE(kind);
+        ask(text);
+        EXPECT_EQ(first("QQuickItemDelegate")->height(), ordinary);
+        window->expectNoTextsOverlap();
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.inherits("QQuickText")) {
+                EXPECT_LE(item.mapRectToScene({0, 0, item.width(), 1}).right(), 560);
+                EXPECT_EQ(item.property("textFormat").toInt(), Qt::PlainText);
+            }
+            if (item.inherits("QQuickItemDelegate")) {
+                const auto name = item.property("text").toString();
+                EXPECT_LT(name.size(), 5000) << "what assistive technology reads";
+                EXPECT_FALSE(name.contains(QLatin1Char('\n')));
+            }
+        });
+        model.cancel();
+        executor->runAll();
     }
 }
 
