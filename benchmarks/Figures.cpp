@@ -47,6 +47,16 @@ void print(const std::string& what, const std::string& value)
     std::fflush(stdout);
 }
 
+double statusMegabytes(pid_t process, std::string_view field)
+{
+    std::ifstream status{"/proc/" + std::to_string(process) + "/status"};
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(field))
+            return std::atof(line.c_str() + field.size()) / 1024;
+    }
+    return 0;
+}
+
 }  // namespace
 
 double processorSeconds(pid_t process)
@@ -65,14 +75,26 @@ double processorSeconds(pid_t process)
     return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
 }
 
+double processorTime(pid_t process)
+{
+    double seconds = 0;
+    std::error_code ended;
+    for (const auto& thread : std::filesystem::directory_iterator{"/proc/" + std::to_string(process) + "/task", ended}) {
+        double nanoseconds = 0;
+        std::ifstream{thread.path() / "schedstat"} >> nanoseconds;
+        seconds += nanoseconds / 1e9;
+    }
+    return seconds;
+}
+
 double residentMegabytes(pid_t process)
 {
-    std::ifstream status{"/proc/" + std::to_string(process) + "/status"};
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("VmRSS:"))
-            return std::atof(line.c_str() + 6) / 1024;
-    }
-    return 0;
+    return statusMegabytes(process, "VmRSS:");
+}
+
+double anonymousMegabytes(pid_t process)
+{
+    return statusMegabytes(process, "RssAnon:");
 }
 
 std::string loadAverage()

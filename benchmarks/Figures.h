@@ -13,8 +13,14 @@ namespace velmora::benchmarks {
 /// Processor time of all threads of a process so far, user and system, seconds (proc(5), stat). 0 when there is no such process.
 [[nodiscard]] double processorSeconds(pid_t process);
 
+/// The same of the threads that it has now, to the microsecond instead of the hundredth (proc(5), schedstat).
+[[nodiscard]] double processorTime(pid_t process);
+
 /// Megabytes of 2^20 bytes (proc(5), VmRSS).
 [[nodiscard]] double residentMegabytes(pid_t process);
+
+/// Of these what is in no file, and so can be shared with no other process (proc(5), RssAnon).
+[[nodiscard]] double anonymousMegabytes(pid_t process);
 
 [[nodiscard]] std::string loadAverage();
 
