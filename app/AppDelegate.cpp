@@ -121,6 +121,11 @@ void AppDelegate::observeState()
         .didWake = {},
         .screenParametersDidChange = {},
         .accessibilityDisplayOptionsDidChange = {},
+        .fileBrowserDidChange =
+            [self = weak_from_this()] {
+                if (const auto delegate = self.lock())
+                    delegate->menuBarController_->captionsChanged();
+            },
     });
     updateRemarks();
 }
@@ -154,8 +159,9 @@ void AppDelegate::updateRemarks()
         .state = services_.coordinator.state(),
         .permissionExplanation = services_.permissionManager.screenRecordingExplanation(),
         .lostWindow = lostWindow_,
-        .isShortcutRegistered = shortcuts.isRegistered(),
+        .isShortcutRefused = shortcuts.isRefused(),
         .notice = notice(),
+        .isRecording = services_.coordinator.isRecording(),
     };
     // A file that is being finished is no longer being recorded.
     if (services_.recordingObserver && services_.coordinator.isRecording())
@@ -240,6 +246,13 @@ void AppDelegate::presentWindowPicker()
 void AppDelegate::presentClipPreview(const std::filesystem::path& clip)
 {
     present(previewWindow_, clipPreview(clip));
+}
+
+void AppDelegate::presentPlayingClip(const std::filesystem::path& clip)
+{
+    auto description = clipPreview(clip);
+    description.playsAtOnce = true;
+    present(previewWindow_, description);
 }
 
 void AppDelegate::presentSettings()

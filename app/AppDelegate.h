@@ -73,6 +73,7 @@ public:
     void presentOnboarding() override;
     void presentWindowPicker() override;
     void presentClipPreview(const std::filesystem::path& clip) override;
+    void presentPlayingClip(const std::filesystem::path& clip) override;
     void presentSettings() override;
 
     [[nodiscard]] MenuBarController* menuBarController() const { return menuBarController_.get(); }

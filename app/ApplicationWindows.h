@@ -21,6 +21,7 @@ struct WindowDescription {
     bool isResizable = false;
     std::string title;  ///< plain text
     std::filesystem::path clip;  ///< clipPreview: the file
+    bool playsAtOnce = false;  ///< clipPreview: without being told to
 
     friend bool operator==(const WindowDescription&, const WindowDescription&) = default;
 };

@@ -61,6 +61,11 @@ void ClipSavedNotificationController::showClipMoved(const std::filesystem::path&
         place);
 }
 
+void ClipSavedNotificationController::showClipRestored(const std::filesystem::path& clip)
+{
+    post("Clip Restored", clip.filename().string() + " is in your library again.", clip);
+}
+
 void ClipSavedNotificationController::post(std::string title, std::string body, const std::filesystem::path& clip)
 {
     services_.notificationCenter->add({QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString(),

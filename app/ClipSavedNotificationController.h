@@ -82,6 +82,9 @@ public:
     /// For a recording whose file was moved meanwhile: a notification of where the whole file is, with the same actions. Any thread.
     void showClipMoved(const std::filesystem::path& place);
 
+    /// For a discarded recording that is among the clips again, with the same actions. Any thread.
+    void showClipRestored(const std::filesystem::path& clip);
+
     void presentHUD(const std::filesystem::path& clip, const std::string& title);
     void dismissHUD();
 

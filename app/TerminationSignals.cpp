@@ -1,6 +1,7 @@
 #include "app/TerminationSignals.h"
 
 #include <csignal>
+#include <ctime>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -41,6 +42,14 @@ void TerminationSignals::blockHangUp()
         return;
     const auto set = hangUpSet();
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
+}
+
+bool TerminationSignals::await(std::chrono::milliseconds duration)
+{
+    const auto set = terminationSet();
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(duration);
+    const timespec time{seconds.count(), std::chrono::nanoseconds{duration - seconds}.count()};
+    return sigtimedwait(&set, nullptr, &time) > 0;
 }
 
 TerminationSignals::TerminationSignals()

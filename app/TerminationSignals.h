@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QSocketNotifier>
 
+#include <chrono>
 #include <memory>
 
 namespace velmora {
@@ -17,6 +18,9 @@ public:
 
     /// The same for the signal that the terminal is gone; does nothing where the program was started to outlive its terminal (nohup).
     static void blockHangUp();
+
+    /// Waits for one of those that are blocked, for so long at most; true when one has come. Beside no object of this class.
+    static bool await(std::chrono::milliseconds duration);
 
     TerminationSignals();
     ~TerminationSignals() override;

@@ -3,6 +3,7 @@
 #include "app/AppControl.h"
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
+#include "app/DiscardedRecordingOffers.h"
 #include "app/FolderWatch.h"
 #include "app/MainThreadClock.h"
 #include "app/MainThreadExecutor.h"
@@ -11,10 +12,13 @@
 #include "app/TerminationSignals.h"
 #include "app/control/ControlCommands.h"
 #include "app/control/InstanceBus.h"
+#include "app/menu/MenuLook.h"
 #include "app/menu/ShareMenu.h"
+#include "app/menu/TrayHost.h"
 #include "app/menu/TrayStatusItem.h"
 #include "app/views/AlertWindows.h"
 #include "app/views/HudPanelWindow.h"
+#include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
 #include "app/views/QuickWindows.h"
 #include "app/views/StatusWindow.h"
@@ -80,11 +84,13 @@ class VelmoraApp {
 public:
     explicit VelmoraApp(QApplication& application) : mainExecutor_(std::make_shared<MainThreadExecutor>()), services_(installServices())
     {
-        followTheDesktopsMotion(*services_.platform.workspace);
+        followTheDesktopsDisplayOptions(*services_.platform.workspace);
+        setMenusAreComposited([floating = services_.platform.floatingWindows] { return floating->areComposited(); });
         const auto alerts = makeAlertWindows(services_.platform.windowActivation);
         const auto windows = std::make_shared<QuickWindowFactory>(services_.platform.windowActivation,
-            [parts = WindowContentParts{services_, instances_, runningExports_, presentingWindows}](
+            [parts = WindowContentParts{services_, instances_, runningExports_, presentingWindows, trayHost_}](
                 const WindowDescription& description) { return makeWindowContent(description, parts); });
+        notificationController_ = makeNotificationController(services_, instances_.library);
         appDelegate_ = AppDelegate::create({
             .coordinator = instances_.coordinator,
             .permissionManager = instances_.permissionManager,
@@ -92,7 +98,7 @@ public:
             .userDefaults = services_.platform.userDefaults,
             .windows = windows,
             .alerts = alerts,
-            .notificationController = makeNotificationController(services_, instances_.library),
+            .notificationController = notificationController_,
             .workspace = services_.platform.workspace,
             .clock = services_.clock,
             .mainExecutor = mainExecutor_,
@@ -107,11 +113,14 @@ public:
                             .windows = std::move(presenting),
                             .terminate = [this] { terminate(); },
                         },
-                        makeTrayStatusItem(services_.platform.trayAppearance, prepareWindowContents));
+                        makeTrayStatusItem(services_.platform.trayAppearance, trayHost_, prepareWindowContents));
                 },
             .recordingObserver = recordingObserver_,
         });
-        QObject::connect(&application, &QCoreApplication::aboutToQuit, &application, [this] { appDelegate_->applicationWillTerminate(); });
+        QObject::connect(&application, &QCoreApplication::aboutToQuit, &application, [this] {
+            discardedRecordings_->stop();
+            appDelegate_->applicationWillTerminate();
+        });
         QObject::connect(&signals_, &TerminationSignals::received, &application, [this] { terminate(); });
         // A session that is ending asks first, and gives more time for the answer than for the end.
         QObject::connect(
@@ -143,8 +152,19 @@ public:
         interruptedRecordings_.emplace(services_.platform.fileManager, services_.platform.assetRepairer, mainExecutor_);
         interruptedRecordings_->follow(instances_.library);
         followTheClipsFolder();
-        if (!hasTray())
-            showMenu(*menuBar);
+        discardedRecordings_ = DiscardedRecordingOffers::create({
+            .notificationCenter = services_.platform.quietNotificationCenter,
+            .recordings = services_.platform.discardedRecordings,
+            .fileManager = services_.platform.fileManager,
+            .library = instances_.library,
+            .mainExecutor = mainExecutor_,
+            .wasRestored = [notifications = notificationController_](
+                               const std::filesystem::path& clip) { notifications->showClipRestored(clip); },
+        });
+        trayHost_.whenKnown([this, menuBar] {
+            if (!trayHost_.isThere())
+                statusWindow(*menuBar).appear();
+        });
     }
 
     /// Returns when nothing in this program is writing any more.
@@ -181,9 +201,17 @@ private:
             instances_.library.reloadClips();
     }
 
-    static void followTheDesktopsMotion(platform::Workspace& workspace)
+    static void followTheDesktopsDisplayOptions(platform::Workspace& workspace)
     {
-        const auto follow = [&workspace] { setReducesMotion(workspace.accessibilityDisplayShouldReduceMotion()); };
+        const auto follow = [&workspace] {
+            const auto options = workspace.accessibilityDisplayOptions();
+            setReducesMotion(options.reducesMotion);
+            setIncreasesContrast(options.increasesContrast);
+            setMenusIncreaseContrast(options.increasesContrast);
+            const double scale = remainingTextScale(options.textScale, qGuiApp->devicePixelRatio());
+            setTextScale(scale);
+            setMenuTextScale(scale);
+        };
         workspace.addObserver(
             {.willSleep = {}, .didWake = {}, .screenParametersDidChange = {}, .accessibilityDisplayOptionsDidChange = follow});
         follow();
@@ -201,7 +229,8 @@ private:
             .mainExecutor = services.mainExecutor,
             .windows = presentingWindows,
             .makePanel =
-                [workspace, sharing, activation = services.platform.windowActivation, floating = services.platform.floatingWindows] {
+                [workspace, sharing, players = services.platform.players, activation = services.platform.windowActivation,
+                    floating = services.platform.floatingWindows] {
                     return makeHudPanelWindow(
                         {
                             .preview =
@@ -212,6 +241,7 @@ private:
                             .share = [sharing](const std::filesystem::path& clip,
                                          const QPoint& position) { popUpShareMenu(sharing, clip, position); },
                             .reveal = [workspace](const std::filesystem::path& clip) { workspace->activateFileViewerSelecting({clip}); },
+                            .preparePreview = [players] { preparePreview(*players); },
                         },
                         {activation, floating});
                 },
@@ -240,11 +270,16 @@ private:
     // Without a tray the menu is open in a window of its own.
     void showMenu(MenuBarController& menuBar)
     {
-        if (hasTray())
+        if (trayHost_.isThere())
             return menuBar.statusItem().popUpMenu();
+        statusWindow(menuBar).makeKeyAndOrderFront();
+    }
+
+    StatusWindow& statusWindow(MenuBarController& menuBar)
+    {
         if (!statusWindow_)
-            statusWindow_ = makeStatusWindow(menuBar, instances_.coordinator, services_.platform.windowActivation);
-        statusWindow_->makeKeyAndOrderFront();
+            statusWindow_ = makeStatusWindow(menuBar, instances_.coordinator, services_.platform.windowActivation, trayHost_);
+        return *statusWindow_;
     }
 
     const std::shared_ptr<MainThreadExecutor> mainExecutor_;
@@ -252,12 +287,15 @@ private:
     const SharedServices& services_;
     const SharedInstances instances_{};
     const std::shared_ptr<RunningExports> runningExports_ = std::make_shared<RunningExports>();
+    TrayHost trayHost_;
     TerminationSignals signals_;
     FolderWatch folderWatch_{[this] { reloadClips(); }};
     std::optional<InterruptedRecordings> interruptedRecordings_;
+    std::shared_ptr<ClipSavedNotificationController> notificationController_;
+    std::shared_ptr<DiscardedRecordingOffers> discardedRecordings_;
     std::shared_ptr<AppDelegate> appDelegate_;
     std::unique_ptr<AppControl> control_;
-    std::shared_ptr<ApplicationWindow> statusWindow_;
+    std::shared_ptr<StatusWindow> statusWindow_;
 };
 
 }  // namespace

@@ -13,6 +13,7 @@ public:
     virtual void presentOnboarding() = 0;
     virtual void presentWindowPicker() = 0;
     virtual void presentClipPreview(const std::filesystem::path& clip) = 0;
+    virtual void presentPlayingClip(const std::filesystem::path& clip) = 0;  ///< the preview, which plays from the beginning at once
     virtual void presentSettings() = 0;
 };
 

@@ -1,14 +1,19 @@
 // The program.
 
 #include "app/CommandLine.h"
+#include "app/DoctorCommand.h"
 #include "app/MainThreadExecutor.h"
 #include "app/RecordCommand.h"
 #include "app/RepairCommand.h"
+#include "app/RestoreCommand.h"
 #include "app/TerminationSignals.h"
 #include "app/TrimCommand.h"
 #include "app/VelmoraApp.h"
 #include "app/WindowsCommand.h"
+#include "app/control/BusRequests.h"
 #include "app/control/ControlCommands.h"
+#include "app/control/EventsCommand.h"
+#include "library/PathUtilities.h"
 #include "platform/PlatformFactory.h"
 #include "system/Log.h"
 
@@ -34,6 +39,16 @@ bool isWritten()
     return false;
 }
 
+/// That of the running program, where its user may have chosen another for as long as it runs.
+std::filesystem::path clipsFolder(const platform::FileManager& fileManager)
+{
+    if (const auto status = runningInstanceStatus()) {
+        if (auto folder = bus_requests::file(status->value(QLatin1String("clipsFolder")).toString()))
+            return *folder;
+    }
+    return PathUtilities::defaultOutputDirectory(fileManager);
+}
+
 int run(const command_line::Command& command)
 {
     if (const auto* print = std::get_if<command_line::Print>(&command)) {
@@ -42,6 +57,13 @@ int run(const command_line::Command& command)
     }
     if (const auto* control = std::get_if<command_line::Control>(&command))
         return runControlCommand(*control);
+    if (const auto* events = std::get_if<command_line::Events>(&command))
+        return runEventsCommand(*events);
+    if (const auto* doctor = std::get_if<command_line::Doctor>(&command)) {
+        // Before the other services, some of which begin with a thread: the inspection forks.
+        const auto inspection = platform::makeDesktopInspection();
+        return runDoctorCommand(*doctor, *inspection, *platform::makeFileManager());
+    }
     if (std::holds_alternative<command_line::Record>(command))
         TerminationSignals::blockHangUp();
     const auto mainExecutor = std::make_shared<MainThreadExecutor>();
@@ -49,6 +71,8 @@ int run(const command_line::Command& command)
     Log::setSink(services.logSink);
     if (const auto* repair = std::get_if<command_line::Repair>(&command))
         return runRepairCommand(*repair, *services.assetRepairer);
+    if (const auto* restore = std::get_if<command_line::Restore>(&command))
+        return runRestoreCommand(*restore, *services.discardedRecordings, *services.fileManager, clipsFolder(*services.fileManager));
     if (const auto* trim = std::get_if<command_line::Trim>(&command))
         return runTrimCommand(*trim, {services.exportSessions, services.fileManager, mainExecutor});
 

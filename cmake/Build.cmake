@@ -25,7 +25,7 @@ target_compile_options(velmora_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align
     -Wundef -Wimplicit-fallthrough -Wdouble-promotion
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
-    $<$<BOOL:${CMAKE_UNITY_BUILD}>:-Wno-subobject-linkage>
+    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wno-subobject-linkage>
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wno-gnu-zero-variadic-macro-arguments>
     $<$<BOOL:${VELMORA_WERROR}>:-Werror>)
 if(VELMORA_SANITIZE)

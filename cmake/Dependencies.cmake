@@ -1,8 +1,12 @@
 # What comes from the distribution. Every package is named in scripts/packages too, which installs them.
 
 find_package(Threads REQUIRED)
-find_package(PkgConfig REQUIRED)
 find_package(tl-expected REQUIRED)
+if(VELMORA_PLATFORM STREQUAL "mac")
+    return()
+endif()
+
+find_package(PkgConfig REQUIRED)
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Qml Quick Svg Widgets)
 
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
