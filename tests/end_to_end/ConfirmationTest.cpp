@@ -113,6 +113,29 @@ TEST_F(CoveredPanelTest, ANotificationOfDunstLeavesThePanelInReachAndOutlivesIt)
     expectBothCanBeUsed("dunst");
 }
 
+/// With a compositing manager, so that the panel has a shadow.
+class CompositedPanelTest : public SavedClip {
+protected:
+    Program compositor{{"xcompmgr", "-n"}};
+    NumberedWindow below{{"--size", "500x400", "--position", "1350,60"}};
+};
+
+TEST_F(CompositedPanelTest, TheShadowLetsClicksThroughToWhatLiesBelowAndThePanelTakesItsOwn)
+{
+    click({200, 300});
+    ASSERT_TRUE(hasFocus(window.title()));
+    save();
+    ASSERT_TRUE(isShown(hud));
+    const auto place = visibleWindows(hud).at(0);
+    const int margin = (place.width() - 340) / 2;
+    ASSERT_GT(margin, 4) << "no shadow";
+    EXPECT_EQ(place.left() + margin, 1920 - 360);
+    click({place.left() + margin / 2, place.center().y()});
+    EXPECT_TRUE(hasFocus(below.title()));
+    ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Reveal"));
+    EXPECT_TRUE(waitUntil([&] { return openedFiles() == program->clipsFolder().string() + "\n"; })) << openedFiles();
+}
+
 TEST_F(ConfirmationTest, ThePanelStandsInTheCornerBelowTheTrayAndGoesByItself)
 {
     EXPECT_THAT(visibleWindows(hud), SizeIs(0));

@@ -94,8 +94,10 @@ TEST_F(PreviewTest, AClipIsPlayedCutDownByKeyboardAndSavedBesideIt)
     EXPECT_THAT(part.filename().string(), HasSubstr("Trimmed"));
     expectPartOf(decodeFile(clip()), {{1, 5}, {28, 5}}, decodeFile(part));
     EXPECT_TRUE(AssistiveTechnology::find("menu item", part.filename().string())) << "in the menu";
-    ASSERT_TRUE(program.run({"preview", part.string()}).status == 0) << "it is a clip like any other";
+    ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Play Trimmed Clip"));
     EXPECT_TRUE(isShown("Preview & Trim — " + part.filename().string()));
+    EXPECT_TRUE(waitUntil([] { return buttonCount("Pause") == 1; })) << "it plays without being told to";
+    EXPECT_TRUE(waitUntil([] { return labelCount("00:01") == 1; }));
 }
 
 TEST_F(PreviewTest, PlayingStopsAtTheEndOfTheSelectionByItself)

@@ -43,6 +43,43 @@ TEST(TrayProgramTest, TheShortcutStartsARecordingAndTheNextOneSavesIt)
     expectAClip(clip);
 }
 
+TEST(TrayProgramTest, ARecordingBeginsWithWhatTheWindowShowsWhenItIsStartedMovingOrStill)
+{
+    NumberedWindow window{{"--size", "640x480", "--position", "100,100"}};
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.hasState("capturing"));
+    for (int round = 0; round < 2; ++round) {
+        const bool isStill = round == 0;
+        const auto still = isStill ? std::stoul(window.command("still").substr(6)) : 0;
+        record(1s);
+        ASSERT_EQ(program.run({"toggle"}).status, 0);
+        const auto isKnown = monotonicNow();
+        if (isStill)
+            window.command("go");
+        record(700ms);
+        const auto saved = program.run({"toggle"});
+        ASSERT_EQ(saved.status, 0) << saved.messages;
+        const auto clip = readClip(saved.lastLine());
+        EXPECT_THAT(clip.complaints, IsEmpty());
+        ASSERT_TRUE(clip.video && !clip.video->pictures.empty());
+        const auto first = clip.video->pictures.front().reading.number();
+        const auto shown = window.shown();
+        ASSERT_TRUE(first && shown.contains(*first)) << "round " << round;
+        EXPECT_LE(shown.at(*first), isKnown) << "round " << round;
+        if (isStill) {
+            EXPECT_EQ(*first, still) << "round " << round;
+        }
+        // Nothing is lost from there on.
+        auto last = *first;
+        for (const auto& picture : clip.video->pictures) {
+            ASSERT_TRUE(picture.reading.isReadable()) << picture.time;
+            EXPECT_GE(*picture.reading.number(), last) << picture.time;
+            last = *picture.reading.number();
+        }
+    }
+}
+
 TEST(TrayProgramTest, AWindowThatIsResizedWhileNothingIsRecordedIsRecordedInItsNewSize)
 {
     NumberedWindow window{{"--size", "640x360", "--position", "50,50"}};
@@ -174,6 +211,20 @@ TEST(TrayProgramTest, EscapeClosesThePickerAndChoosesNothing)
     ASSERT_EQ(runProgram({"xdotool", "key", "Escape"}).status, 0);
     EXPECT_TRUE(isHidden("Select Video Window"));
     EXPECT_TRUE(program.hasState("waitingForWindowSelection"));
+}
+
+TEST(TrayProgramTest, TheCodecsAreLoadedWhileTheListOfWindowsIsOnTheScreen)
+{
+    const NumberedWindow window{{"--size", "320x240"}};
+    TrayProgram program;
+    const auto hasCodecs = [&] {
+        std::ifstream maps{"/proc/" + std::to_string(program.processID()) + "/maps"};
+        return std::string{std::istreambuf_iterator{maps}, {}}.find("velmora_codecs.so") != std::string::npos;
+    };
+    EXPECT_FALSE(hasCodecs()) << "nobody needs them yet";
+    ASSERT_EQ(program.run({}).status, 0);
+    ASSERT_TRUE(isShown("Select Video Window"));
+    EXPECT_TRUE(waitUntil(hasCodecs));
 }
 
 TEST(TrayProgramTest, AToggleThatEndsARecordingPrintsThePathOfASafeFile)

@@ -110,6 +110,15 @@ TEST_F(WalkthroughTest, TheMouseLeadsThroughItBackAgainAndToItsEnd)
     EXPECT_TRUE(isShown(picker));
 }
 
+TEST_F(WalkthroughTest, KeepsTheKeyboardWhenTheSmallWindowOfADesktopWithoutATrayAppearsBehindIt)
+{
+    const TrayProgram program{firstStart()};
+    ASSERT_TRUE(isShown("^Velmora$"));
+    ASSERT_TRUE(hasFocus(walkthrough));
+    pressKeys({"Return"});
+    EXPECT_TRUE(isAtStep(2));
+}
+
 TEST_F(WalkthroughTest, TheKeyboardReachesBackAndSkip)
 {
     const TrayProgram program{firstStart()};

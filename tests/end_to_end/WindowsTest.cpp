@@ -2,11 +2,19 @@
 
 #include "tests/support/desktop/Controls.h"
 #include "tests/support/desktop/Screen.h"
+#include "tests/support/desktop/SecondDisplay.h"
 #include "tests/support/desktop/TrayProgram.h"
 #include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Subjects.h"
 
+#include <QMargins>
+
 #include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <sstream>
 
 namespace velmora::test {
 namespace {
@@ -84,6 +92,102 @@ TEST_F(WindowsTest, SettingsReopenWhereTheyWere)
         EXPECT_TRUE(waitUntil([&] { return contentPlace(settings) == place; }))
             << time << ": " << contentPlace(settings).x() << "," << contentPlace(settings).y() << " for " << place.x() << "," << place.y();
     }
+}
+
+/// What the window manager puts around the window.
+QMargins frameOf(const std::string& title)
+{
+    const auto windows = runProgram({"xdotool", "search", "--onlyvisible", "--name", title}).output;
+    const auto text = runProgram({"xprop", "-id", windows.substr(0, windows.find('\n')), "_NET_FRAME_EXTENTS"}).output;
+    std::array<int, 4> sides{};  // left, right, top, bottom
+    std::istringstream numbers{text.substr(std::min(text.find('=') + 1, text.size()))};
+    char comma = ' ';
+    for (auto& side : sides)
+        numbers >> side >> comma;
+    return {sides[0], sides[2], sides[1], sides[3]};
+}
+
+/// A notebook's screen, enlarged: 910 x 512 points, of which one is one and a half pixels.
+class SmallScreenTest : public WindowsTest {
+protected:
+    static Environment environment()
+    {
+        auto all = AssistiveTechnology::environment();
+        all["QT_SCALE_FACTOR"] = "1.5";
+        return all;
+    }
+
+    /// With its frame it is as high as the screen, or, where that is less, as high as it is meant to be, in points.
+    static void expectItFits(const std::string& title, const QSize& size)
+    {
+        ASSERT_TRUE(isShown(title)) << title;
+        const auto frame = frameOf(title);
+        const auto meant = (QSizeF{size} * scale).toSize();
+        const int free = screen.height() - frame.top() - frame.bottom();
+        EXPECT_TRUE(waitUntil([&] { return std::abs(contentPlace(title).height() - std::min(meant.height(), free)) <= 2; }))
+            << title << ": " << contentPlace(title).height() << " of " << free;
+        EXPECT_EQ(contentPlace(title).width(), meant.width()) << title;
+        // A point may be one pixel or two.
+        const auto seen = screen.adjusted(-2, -2, 2, 2);
+        EXPECT_TRUE(waitUntil([&] { return seen.contains(contentPlace(title).marginsAdded(frame)); }))
+            << title << " is at " << contentPlace(title).x() << "," << contentPlace(title).y() << ", with a title bar of " << frame.top();
+    }
+
+    /// Goes with the Tab key to the control with that name and returns whether all of it is in the window then.
+    static bool reaches(const std::string& title, const std::string& name)
+    {
+        for (int presses = 0; presses < 40; ++presses) {
+            pressKeys({"Tab"});
+            for (const auto& control : AssistiveTechnology::controls()) {
+                if (control.has("focused") && control.name == name)
+                    return waitUntil([&] { return isInside(title, name); });
+            }
+        }
+        ADD_FAILURE() << "the Tab key does not lead to " << name;
+        return false;
+    }
+
+    static bool isInside(const std::string& title, const std::string& name)
+    {
+        // Assistive technology is told points.
+        const auto window = contentPlace(title);
+        const QRectF points{window.x() / scale, window.y() / scale, window.width() / scale, window.height() / scale};
+        for (const auto& control : AssistiveTechnology::controls()) {
+            if (control.has("focused") && control.name == name)
+                return points.adjusted(-1, -1, 1, 1).contains(QRectF{control.place});
+        }
+        return false;
+    }
+
+    static constexpr QRect screen{0, 0, 1366, 768};
+    static constexpr double scale = 1.5;
+    SecondDisplay display{{"-screen", "0", "1366x768x24"}};
+};
+
+TEST_F(SmallScreenTest, WindowsThatAreTooHighHaveTheScreensHeightAndTheirContentsScroll)
+{
+    TrayProgram program{{.hasSeenTheWalkthrough = false, .environment = environment(), .prepareHome = {}}};
+    expectItFits(walkthrough, {640, 530});
+    ASSERT_TRUE(hasFocus("Welcome to Velmora"));
+    EXPECT_TRUE(reaches(walkthrough, "Skip Walkthrough"));
+    pressKeys({"Escape"});
+    ASSERT_TRUE(isHidden(walkthrough));
+    expectItFits("^Velmora$", {400, 500});
+    bringUpTheMenu();
+    pressKeys({"super+comma"});
+    expectItFits(settings, {540, 500});
+    ASSERT_TRUE(hasFocus("Velmora Settings"));
+    EXPECT_TRUE(reaches(settings, "Open First-Time Walkthrough..."));
+    closeByTitleBar(settings);
+    const auto clip = program.home() / "clip.mp4";
+    makeClip(clip, "testsrc=size=64x64:rate=10", "sine", 1);
+    ASSERT_EQ(program.run({"preview", clip.string()}).status, 0);
+    expectItFits(preview, {680, 600});
+    ASSERT_TRUE(hasFocus("Preview & Trim"));
+    EXPECT_TRUE(reaches(preview, "Save Trimmed Clip"));
+    EXPECT_TRUE(reaches(preview, "Play"));
+    ASSERT_EQ(program.run({"choose"}).status, 0);
+    expectItFits(picker, {560, 480});
 }
 
 }  // namespace

@@ -90,15 +90,19 @@ bool AssistiveTechnology::isAbsent(const std::string& role, const std::string& n
 
 bool AssistiveTechnology::clickOn(const std::string& role, const std::string& name, const std::string& program)
 {
-    // A control that slides in is clicked where it comes to rest.
+    // A control that slides in is clicked where it is still to be found when the pointer has come to rest on it: two looks in a row may
+    // both fall between two frames of a slow machine.
     auto control = find(role, name, program);
     const bool rests = waitUntil([&] {
+        if (!control)
+            return true;
+        hover(control->place.center());
         const auto before = std::exchange(control, find(role, name, program));
-        return !control || (before && before->place == control->place);
+        return control && control->place == before->place;
     });
     if (!rests || !control)
         return false;
-    click(control->place.center());
+    click();
     return true;
 }
 

@@ -33,9 +33,20 @@ void typeText(const std::string& text)
     xdotool({"type", text});
 }
 
+void hover(const QPoint& position)
+{
+    xdotool({"mousemove", std::to_string(position.x()), std::to_string(position.y()), "sleep", settling});
+}
+
+void click(int button)
+{
+    xdotool({"click", std::to_string(button)});
+}
+
 void click(const QPoint& position, int button)
 {
-    xdotool({"mousemove", std::to_string(position.x()), std::to_string(position.y()), "sleep", settling, "click", std::to_string(button)});
+    hover(position);
+    click(button);
 }
 
 void movePointer(const QPoint& position)

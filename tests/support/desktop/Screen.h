@@ -17,7 +17,10 @@ namespace velmora::test {
 void pressKeys(const std::vector<std::string>& keys);
 void typeText(const std::string& text);
 
-/// Moves the pointer and, once what lies there has noticed, presses and releases the button (1 left, 3 right).
+/// Moves the pointer there and gives what lies there the time to notice.
+void hover(const QPoint& position);
+/// Presses and releases the button (1 left, 3 right) where the pointer is, or there.
+void click(int button = 1);
 void click(const QPoint& position, int button = 1);
 void movePointer(const QPoint& position);
 
