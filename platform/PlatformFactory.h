@@ -27,7 +27,7 @@ enum class WhenTheDisplayGoes {
 
 /// Chooses the back end for the desktop that this process runs on. Once, on the main thread, at program start; connects to nothing
 /// until a service is used. `mainExecutor` is the main thread.
-PlatformServices makePlatformServices(std::shared_ptr<Executor> mainExecutor, MakeApplicationIcon makeIcon,
+PlatformServices makePlatformServices(const std::shared_ptr<Executor>& mainExecutor, MakeApplicationIcon makeIcon,
     WhenTheDisplayGoes whenTheDisplayGoes = WhenTheDisplayGoes::theProgramEnds);
 
 }  // namespace velmora::platform

@@ -190,7 +190,7 @@ private:
         startSound();
         auto started = video_->start({
             .picture =
-                [delivery = delivery_](SampleBufferRef picture) {
+                [delivery = delivery_](const SampleBufferRef& picture) {
                     notePicture(*delivery, *picture);
                     deliver(delivery, picture, StreamOutputType::screen);
                 },
@@ -223,7 +223,7 @@ private:
         const AudioSourceFormat format{
             static_cast<std::int32_t>(configuration_.sampleRate), static_cast<std::int32_t>(configuration_.channelCount)};
         delivery_->expectsSound = true;
-        const auto heard = audio_->start(audioTarget_, format, [delivery = delivery_](SampleBufferRef block) {
+        const auto heard = audio_->start(audioTarget_, format, [delivery = delivery_](const SampleBufferRef& block) {
             noteSound(*delivery);
             deliver(delivery, block, StreamOutputType::audio);
         });

@@ -157,7 +157,7 @@ std::shared_ptr<FileManager> makeFileManager()
 }
 
 PlatformServices makePlatformServices(
-    std::shared_ptr<Executor> mainExecutor, MakeApplicationIcon makeIcon, WhenTheDisplayGoes whenTheDisplayGoes)
+    const std::shared_ptr<Executor>& mainExecutor, MakeApplicationIcon makeIcon, WhenTheDisplayGoes whenTheDisplayGoes)
 {
     using namespace linux_backend;
     PlatformServices services;
