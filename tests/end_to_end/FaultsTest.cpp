@@ -1,6 +1,7 @@
 // What is left of recordings and parts when the program, its disk or its display ends in the middle. A few faults of each kind; scripts/faults
 // raises the counts.
 
+#include "tests/support/FolderContents.h"
 #include "tests/support/desktop/Controls.h"
 #include "tests/support/desktop/SecondDisplay.h"
 #include "tests/support/desktop/TrayProgram.h"
@@ -229,13 +230,7 @@ protected:
             {"ASAN_OPTIONS", "verify_asan_link_order=0"}};
     }
 
-    [[nodiscard]] std::vector<std::string> names() const
-    {
-        std::vector<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator{folder_.path()})
-            found.push_back(entry.path().filename());
-        return found;
-    }
+    [[nodiscard]] std::vector<std::string> names() const { return namesIn(folder_.path()); }
 
     /// Whether a recorder whose disk failed gives the reason, and says that the clip is there exactly when it is.
     [[nodiscard]] static bool saysWhatIsLeft(const ProgramOutcome& outcome, const std::filesystem::path& file)

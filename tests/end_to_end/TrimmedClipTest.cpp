@@ -2,6 +2,7 @@
 
 #include "media/mp4/PosixFile.h"
 #include "media/mp4/RecordingLayout.h"
+#include "tests/support/FolderContents.h"
 #include "tests/support/media/EncodedClip.h"
 #include "tests/support/media/ForeignClip.h"
 #include "tests/support/media/WrittenClip.h"
@@ -92,13 +93,7 @@ protected:
         return numbers;
     }
 
-    [[nodiscard]] std::vector<std::string> names() const
-    {
-        std::vector<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator{directory_.path()})
-            found.push_back(entry.path().filename());
-        return found;
-    }
+    [[nodiscard]] std::vector<std::string> names() const { return namesIn(directory_.path()); }
 
     static inline std::unique_ptr<TemporaryDirectory> shared_;
     TemporaryDirectory directory_;

@@ -2,10 +2,10 @@
 
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/RecordingLayout.h"
+#include "tests/support/FolderContents.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/media/WrittenClip.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <future>
@@ -40,13 +40,7 @@ protected:
 
     [[nodiscard]] std::filesystem::path path(const std::string& name) const { return folder_.path() / name; }
 
-    [[nodiscard]] std::vector<std::string> names() const
-    {
-        std::vector<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator{folder_.path()})
-            found.push_back(entry.path().filename());
-        return found;
-    }
+    [[nodiscard]] std::vector<std::string> names() const { return namesIn(folder_.path()); }
 
     std::shared_ptr<platform::ExportSession> makeSession(const TimeRange& range = {{1, 1}, {2, 1}})
     {

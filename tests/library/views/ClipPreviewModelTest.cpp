@@ -2,9 +2,9 @@
 
 #include "library/PathUtilities.h"
 #include "tests/library/views/PreviewFixture.h"
+#include "tests/support/FolderContents.h"
 #include "tests/support/Samples.h"
 
-#include <algorithm>
 #include <cmath>
 #include <gmock/gmock.h>
 #include <limits>
@@ -31,14 +31,7 @@ protected:
     }
 
     /// The file names in the clip's folder.
-    [[nodiscard]] std::vector<std::string> files() const
-    {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator{clip.parent_path()})
-            names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
+    [[nodiscard]] std::vector<std::string> files() const { return test::namesIn(clip.parent_path()); }
 };
 
 TEST_F(ClipPreviewModelTest, BeforeItIsShownNothingIsLoaded)

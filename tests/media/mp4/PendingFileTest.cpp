@@ -1,6 +1,7 @@
 #include "media/mp4/PendingFile.h"
 
 #include "tests/media/mp4/RenameFault.h"
+#include "tests/support/FolderContents.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <cerrno>
@@ -17,6 +18,7 @@ namespace velmora::mp4 {
 namespace {
 
 using velmora::test::linkError;
+using velmora::test::namesIn;
 using velmora::test::renameError;
 using velmora::test::TemporaryDirectory;
 
@@ -37,13 +39,7 @@ protected:
         return std::move(*pending);
     }
 
-    [[nodiscard]] std::vector<std::string> names() const
-    {
-        std::vector<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator{folder.path()})
-            found.push_back(entry.path().filename());
-        return found;
-    }
+    [[nodiscard]] std::vector<std::string> names() const { return namesIn(folder.path()); }
 
     [[nodiscard]] std::string contentOf(const std::string& name) const
     {

@@ -6,9 +6,9 @@
 #include "media/mp4/PosixFile.h"
 #include "platform/linux/desktop/Trash.h"
 #include "tests/engine/files/AssetWriting.h"
+#include "tests/support/FolderContents.h"
 #include "tests/support/TemporaryDirectory.h"
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -28,16 +28,6 @@ using platform::DiscardedRecording;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 namespace fs = std::filesystem;
-
-std::vector<std::string> namesIn(const fs::path& folder)
-{
-    std::error_code ignored;
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator{folder, ignored})
-        names.push_back(entry.path().filename().native());
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 /// A folder for clips, a trash, and what becomes of a recording between the two.
 class DiscardedRecordingsTest : public ::testing::Test {

@@ -1,8 +1,8 @@
 #include "platform/linux/desktop/Trash.h"
 
+#include "tests/support/FolderContents.h"
 #include "tests/support/TemporaryDirectory.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -25,6 +25,7 @@ namespace velmora::linux_backend {
 namespace {
 
 namespace fs = std::filesystem;
+using test::namesIn;
 using test::TemporaryDirectory;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -39,16 +40,6 @@ std::string textOf(const fs::path& path)
 {
     std::ifstream file{path};
     return {std::istreambuf_iterator<char>{file}, {}};
-}
-
-std::vector<std::string> trashNames(const fs::path& folder)
-{
-    std::error_code ignored;
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator{folder, ignored})
-        names.push_back(entry.path().filename().native());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 unsigned permissionsOf(const fs::path& path)
@@ -150,16 +141,16 @@ TEST_F(TrashTest, WhatIsRemovedLeavesNothing)
     const auto trashed = put(makeFile("clip.mp4"));
     ASSERT_TRUE(trashed);
     trash().remove(*trashed);
-    EXPECT_THAT(trashNames(home() / "files"), IsEmpty());
-    EXPECT_THAT(trashNames(home() / "info"), IsEmpty());
+    EXPECT_THAT(namesIn(home() / "files"), IsEmpty());
+    EXPECT_THAT(namesIn(home() / "info"), IsEmpty());
 }
 
 TEST_F(TrashTest, NamesThatAreTakenGetACounter)
 {
     for (int i = 0; i < 3; ++i)
         ASSERT_TRUE(put(makeFile("clip.mp4")));
-    EXPECT_THAT(trashNames(home() / "files"), ElementsAre("clip.2.mp4", "clip.3.mp4", "clip.mp4"));
-    EXPECT_THAT(trashNames(home() / "info"), ElementsAre("clip.2.mp4.trashinfo", "clip.3.mp4.trashinfo", "clip.mp4.trashinfo"));
+    EXPECT_THAT(namesIn(home() / "files"), ElementsAre("clip.2.mp4", "clip.3.mp4", "clip.mp4"));
+    EXPECT_THAT(namesIn(home() / "info"), ElementsAre("clip.2.mp4.trashinfo", "clip.3.mp4.trashinfo", "clip.mp4.trashinfo"));
     EXPECT_EQ(textOf(home() / "files/clip.2.mp4"), "clip.mp4");
 
     // Another program may have left a file without information, or the information without its file.
@@ -180,7 +171,7 @@ TEST_F(TrashTest, WhereEveryNameIsTakenItSaysSo)
     const auto trashed = trash().put(file, [](const fs::path& to) -> Result<void> { return fail(posixError(EEXIST, to.native())); });
     ASSERT_FALSE(trashed);
     EXPECT_EQ(trashed.error().code, EEXIST);
-    EXPECT_THAT(trashNames(home() / "info"), IsEmpty());
+    EXPECT_THAT(namesIn(home() / "info"), IsEmpty());
 }
 
 TEST_F(TrashTest, ANameThatIsNoTextIsKeptByteForByte)
@@ -231,7 +222,7 @@ TEST_F(TrashTest, AFileInItsPlaceIsNoTrashAndTheFileStays)
     writeText(home() / "info", "a file");
     EXPECT_FALSE(put(file));
     EXPECT_EQ(textOf(file), "clip.mp4");
-    EXPECT_THAT(trashNames(home() / "files"), IsEmpty());
+    EXPECT_THAT(namesIn(home() / "files"), IsEmpty());
 }
 
 /// For this thread, which may not write to what is root's.
@@ -260,7 +251,7 @@ TEST_F(TrashTest, ThatIsReadOnlyTakesNothing)
     ASSERT_FALSE(trashed);
     EXPECT_EQ(trashed.error().code, EACCES);
     EXPECT_EQ(textOf(file), "clip.mp4");
-    EXPECT_THAT(trashNames(home() / "info"), IsEmpty());
+    EXPECT_THAT(namesIn(home() / "info"), IsEmpty());
 }
 
 TEST_F(TrashTest, WhereTheInformationCannotBeWrittenNothingIsLeftOfIt)
@@ -279,7 +270,7 @@ TEST_F(TrashTest, WhereTheInformationCannotBeWrittenNothingIsLeftOfIt)
         std::signal(SIGXFSZ, handler);
         EXPECT_FALSE(trashed) << size;
         EXPECT_EQ(textOf(file), "clip.mp4");
-        EXPECT_THAT(trashNames(home() / "info"), IsEmpty()) << size;
+        EXPECT_THAT(namesIn(home() / "info"), IsEmpty()) << size;
     }
 }
 
@@ -289,7 +280,7 @@ TEST_F(TrashTest, WhereTheFileCannotBeMovedItsInformationIsRemoved)
     const auto trashed = trash().put(file, [](const fs::path& to) -> Result<void> { return fail(posixError(EROFS, to.native())); });
     ASSERT_FALSE(trashed);
     EXPECT_EQ(trashed.error().code, EROFS);
-    EXPECT_THAT(trashNames(home() / "info"), IsEmpty());
+    EXPECT_THAT(namesIn(home() / "info"), IsEmpty());
 }
 
 TEST_F(TrashTest, OfAnotherFileSystemIsTheUsersAtItsTop)
@@ -305,7 +296,7 @@ TEST_F(TrashTest, OfAnotherFileSystemIsTheUsersAtItsTop)
     EXPECT_EQ(textOf(trashed->file), "clip");
     EXPECT_EQ(permissionsOf(folder), 0700U);
     EXPECT_THAT(textOf(trashed->info), HasSubstr("\nPath=films/new/a%20clip.mp4\n"));
-    EXPECT_THAT(trashNames(home() / "info"), IsEmpty());
+    EXPECT_THAT(namesIn(home() / "info"), IsEmpty());
     EXPECT_EQ(put(makeFile("reachable.mp4"))->file, home() / "files/reachable.mp4") << "the user's own comes first";
 }
 
@@ -355,7 +346,7 @@ TEST_F(TrashTest, OfAnotherFileSystemIsNoLinkAndNotSomebodyElses)
     ASSERT_FALSE(linked);
     EXPECT_EQ(linked.error().code, ENOTDIR);
     EXPECT_EQ(textOf(file), "clip.mp4");
-    EXPECT_THAT(trashNames(data_.path()), ElementsAre("Trash"));
+    EXPECT_THAT(namesIn(data_.path()), ElementsAre("Trash"));
 
     ++user_;
     fs::create_directory(top_ / (".Trash-" + std::to_string(user_)));
