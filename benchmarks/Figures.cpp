@@ -8,12 +8,14 @@
 #include <stdexcept>
 #include <string_view>
 #include <unistd.h>
+#include <utility>
 
 namespace velmora::benchmarks {
 
 namespace {
 
-constexpr int nameWidth = 76;
+constexpr std::size_t nameWidth = 76;
+constexpr int tries = 3;
 
 std::string number(double value, int decimals)
 {
@@ -41,9 +43,9 @@ std::string jsonNumber(double value)
     return std::isfinite(value) ? number(value, 6) : "null";
 }
 
-void print(const std::string& what, const std::string& value)
+void print(const std::string& line)
 {
-    std::printf("%-*s %s\n", nameWidth, what.c_str(), value.c_str());
+    std::printf("%s\n", line.c_str());
     std::fflush(stdout);
 }
 
@@ -105,7 +107,7 @@ std::string loadAverage()
     return one;
 }
 
-Figures::Figures(int argc, char** argv)
+Figures::Figures(int argc, char** argv, QuietMachine::Spin spin) : machine_(std::move(spin))
 {
     if (argc == 3 && std::string_view{argv[1]} == "--json") {
         file_ = argv[2];
@@ -115,16 +117,47 @@ Figures::Figures(int argc, char** argv)
     }
 }
 
+void Figures::row(const std::function<void()>& measure)
+{
+    isInRow_ = true;
+    for (int attempt = 1;; ++attempt) {
+        row_.clear();
+        const bool wasQuiet = machine_.isQuiet();
+        measure();
+        if (machine_.isQuiet() && wasQuiet)
+            break;
+        if (attempt == tries) {
+            text("   the machine was not quiet in any of so many tries", std::to_string(tries));
+            break;
+        }
+    }
+    isInRow_ = false;
+    for (auto& [line, object] : row_) {
+        print(line);
+        objects_.push_back(std::move(object));
+    }
+}
+
+void Figures::put(const std::string& what, const std::string& value, std::string object)
+{
+    Figure figure{what + std::string(nameWidth > what.size() ? nameWidth - what.size() : 0, ' ') + ' ' + value, std::move(object)};
+    if (isInRow_) {
+        row_.push_back(std::move(figure));
+        return;
+    }
+    print(figure.line);
+    objects_.push_back(std::move(figure.object));
+}
+
 void Figures::text(const std::string& what, const std::string& value)
 {
-    print(what, value);
-    objects_.push_back("{\"figure\": " + jsonText(what) + ", \"text\": " + jsonText(value) + "}");
+    put(what, value, "{\"figure\": " + jsonText(what) + ", \"text\": " + jsonText(value) + "}");
 }
 
 void Figures::add(const std::string& what, double value, int decimals, const std::string& unit)
 {
-    print(what, number(value, decimals) + " " + unit);
-    objects_.push_back("{\"figure\": " + jsonText(what) + ", \"unit\": " + jsonText(unit) + ", \"value\": " + jsonNumber(value) + "}");
+    put(what, number(value, decimals) + " " + unit,
+        "{\"figure\": " + jsonText(what) + ", \"unit\": " + jsonText(unit) + ", \"value\": " + jsonNumber(value) + "}");
 }
 
 void Figures::compare(
@@ -141,9 +174,9 @@ void Figures::compare(
         peers += (peers.empty() ? "" : ", ") + jsonText(peer->program) + ": " + jsonNumber(peer->value);
     }
     const double ratio = ours.value / best;
-    print(what, line + (unit.empty() ? "" : "  ") + unit + "  ratio " + number(ratio, 2));
-    objects_.push_back("{\"figure\": " + jsonText(what) + ", \"unit\": " + jsonText(unit) + ", \"value\": " + jsonNumber(ours.value)
-        + ", \"peers\": {" + peers + "}, \"ratio\": " + jsonNumber(ratio) + "}");
+    put(what, line + (unit.empty() ? "" : "  ") + unit + "  ratio " + number(ratio, 2),
+        "{\"figure\": " + jsonText(what) + ", \"unit\": " + jsonText(unit) + ", \"value\": " + jsonNumber(ours.value) + ", \"peers\": {"
+            + peers + "}, \"ratio\": " + jsonNumber(ratio) + "}");
 }
 
 void Figures::write() const

@@ -1,9 +1,10 @@
 // What the benchmarks share: processor time and memory of a program from outside, and figures as a table and as JSON.
 #pragma once
 
-#include <cstddef>
+#include "benchmarks/QuietMachine.h"
+
 #include <filesystem>
-#include <map>
+#include <functional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -24,11 +25,16 @@ namespace velmora::benchmarks {
 
 [[nodiscard]] std::string loadAverage();
 
-/// One benchmark's figures, printed as they come.
+/// One benchmark's figures, printed as they come; those of a row when it ends.
 class Figures {
 public:
     /// Takes "--json FILE" from the command line; exits with 2 when there is anything else.
-    Figures(int argc, char** argv);
+    Figures(int argc, char** argv, QuietMachine::Spin spin = QuietMachine::spinOnAllProcessors);
+
+    /// Has `measure` add the figures that are taken together. When the machine had something else to do just before or just after it, they
+    /// are taken anew, at most twice; only the last ones stay, with a line that says so when they were disturbed as well. Not within
+    /// another.
+    void row(const std::function<void()>& measure);
 
     void text(const std::string& what, const std::string& value);
     void add(const std::string& what, double value, int decimals, const std::string& unit);
@@ -45,7 +51,16 @@ public:
     void write() const;
 
 private:
+    struct Figure {
+        std::string line;
+        std::string object;
+    };
+    void put(const std::string& what, const std::string& value, std::string object);
+
     std::filesystem::path file_;
+    QuietMachine machine_;
+    bool isInRow_ = false;
+    std::vector<Figure> row_;
     std::vector<std::string> objects_;
 };
 

@@ -18,6 +18,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace {
 
@@ -69,46 +72,52 @@ int main(int argc, char** argv)
     for (int i = 1; i < clipCount; ++i)
         std::filesystem::copy_file(folder / "clip.mp4", folder / ("clip " + std::to_string(i) + ".mp4"));
 
-    {
+    std::optional<ClipLibrary> library;
+    bool isWhole = true;
+    figures.row([&] {
+        {
+            const Heart heart;
+            QTimer::singleShot(1000, &application, &QCoreApplication::quit);
+            QCoreApplication::exec();
+            figures.add("Longest stall of the main thread in a second of rest", heart.longestStall(), 0, "ms");
+        }
         const Heart heart;
-        QTimer::singleShot(1000, &application, &QCoreApplication::quit);
+        QElapsedTimer elapsed;
+        elapsed.start();
+        library.emplace(ClipLibrary::Services{{linux_backend::makeFileManager(), linux_backend::makeAssetReader(),
+                                                  std::make_shared<MainThreadClock>(), std::make_shared<MainThreadExecutor>()},
+            nullptr});
+        const auto listing = QObject::connect(&*library, &ClipLibrary::recentClipsChanged, &application, [&] {
+            figures.add("10,000 clips listed", milliseconds(elapsed), 0, "ms");
+            // The stall may be this very call.
+            QTimer::singleShot(2 * beat, &application, &QCoreApplication::quit);
+        });
         QCoreApplication::exec();
-        figures.add("Longest stall of the main thread in a second of rest", heart.longestStall(), 0, "ms");
-    }
-    const Heart heart;
-    QElapsedTimer elapsed;
-    elapsed.start();
-    ClipLibrary library{{{linux_backend::makeFileManager(), linux_backend::makeAssetReader(), std::make_shared<MainThreadClock>(),
-                             std::make_shared<MainThreadExecutor>()},
-        nullptr}};
-    const auto listing = QObject::connect(&library, &ClipLibrary::recentClipsChanged, &application, [&] {
-        figures.add("10,000 clips listed", milliseconds(elapsed), 0, "ms");
-        // The stall may be this very call.
-        QTimer::singleShot(2 * beat, &application, &QCoreApplication::quit);
+        figures.add("Longest stall of the main thread meanwhile", heart.longestStall(), 0, "ms");
+        const auto& clips = library->recentClips();
+        isWhole = isWhole && clips.size() == clipCount
+            && std::all_of(clips.begin(), clips.end(), [](const ClipItem& clip) { return clip.duration > 2; });
+        QObject::disconnect(listing);
     });
-    QCoreApplication::exec();
-    figures.add("Longest stall of the main thread meanwhile", heart.longestStall(), 0, "ms");
-    const bool isWhole = library.recentClips().size() == clipCount
-        && std::all_of(library.recentClips().begin(), library.recentClips().end(), [](const ClipItem& clip) { return clip.duration > 2; });
     if (!isWhole) {
         std::fprintf(stderr, "library_figures: the list is not whole\n");
         return 1;
     }
-    QObject::disconnect(listing);
-    {
+    figures.row([&] {
         const auto files = linux_backend::makeFileManager();
+        QElapsedTimer elapsed;
         elapsed.start();
         const auto listed = files->contentsOfDirectory(folder, true);
         figures.add("Their names alone, in one call of the main thread", milliseconds(elapsed), 1, "ms");
         double longest = 0;
         for (int i = 1; listed && i <= deletedCount; ++i) {
-            const auto clip = library.recentClips().front();
+            const auto clip = library->recentClips().front();
             elapsed.start();
-            library.deleteClip(clip);
+            library->deleteClip(clip);
             longest = std::max(longest, milliseconds(elapsed));
         }
         figures.add("One of them deleted, the longest of 100", longest, 1, "ms");
-    }
+    });
     figures.write();
     return 0;
 }

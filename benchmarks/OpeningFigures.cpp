@@ -211,10 +211,12 @@ int main(int argc, char** argv)
         OpeningRounds openings;
         Rows warming;
         openings.measure(warming);
-        Rows rows;
-        for (int round = 0; round < rounds; ++round)
-            openings.measure(rows);
-        print(figures, rows);
+        figures.row([&] {
+            Rows rows;
+            for (int round = 0; round < rounds; ++round)
+                openings.measure(rows);
+            print(figures, rows);
+        });
         figures.text("Load average after", loadAverage());
         figures.write();
     } catch (const std::exception& error) {

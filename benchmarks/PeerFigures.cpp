@@ -268,9 +268,9 @@ int main(int argc, char** argv)
         figures.text("Load average before", loadAverage());
         for (const auto& size : sizes) {
             for (const auto& load : loads)
-                printLoad(figures, programs, size, load);
+                figures.row([&] { printLoad(figures, programs, size, load); });
         }
-        printOffsets(figures, programs);
+        figures.row([&] { printOffsets(figures, programs); });
         figures.text("Load average after", loadAverage());
         figures.write();
     } catch (const std::exception& error) {

@@ -152,10 +152,10 @@ int main(int argc, char** argv)
         if (!waitUntil([] { return runProgram({"xdotool", "search", "--onlyvisible", "--name", "^panel$"}).status == 0; }))
             throw std::runtime_error("there is no tray");
         DesktopWatch windows;
-        printStarts(figures, windows, environment);
+        figures.row([&] { printStarts(figures, windows, environment); });
         for (int i = 0; i < clipCount; ++i)
             std::filesystem::copy_file(home.path() / "clip.mp4", folder / ("clip " + std::to_string(i) + ".mp4"));
-        printWindows(figures, windows, environment);
+        figures.row([&] { printWindows(figures, windows, environment); });
         figures.write();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "program_figures: %s\n", error.what());

@@ -72,12 +72,14 @@ Outcome measure(const std::vector<std::string>& windowOptions)
 
 void printRecording(Figures& figures, const std::string& name, const std::vector<std::string>& windowOptions, bool isMoving)
 {
-    const auto outcome = measure(windowOptions);
-    if (isMoving)
-        figures.add(name + ": frames of the window that are in the file", outcome.frameShare * 100, 1, "%");
-    figures.add(name + ": pictures a second in the file", outcome.framesPerSecond, 1, "");
-    figures.add(name + ": processor seconds a captured second", outcome.processorShare, 3, "s");
-    figures.add(name + ": video bit rate", outcome.bitRate / 1e6, 2, "Mbit/s");
+    figures.row([&] {
+        const auto outcome = measure(windowOptions);
+        if (isMoving)
+            figures.add(name + ": frames of the window that are in the file", outcome.frameShare * 100, 1, "%");
+        figures.add(name + ": pictures a second in the file", outcome.framesPerSecond, 1, "");
+        figures.add(name + ": processor seconds a captured second", outcome.processorShare, 3, "s");
+        figures.add(name + ": video bit rate", outcome.bitRate / 1e6, 2, "Mbit/s");
+    });
 }
 
 void printSoundAgainstPicture(Figures& figures)
@@ -107,7 +109,7 @@ int main(int argc, char** argv)
         printRecording(figures, "1280x720 at 60 Hz, a quarter noise", {"--size", "1280x720"}, true);
         printRecording(figures, "1280x720 at 60 Hz, all noise", {"--size", "1280x720", "--motion", "100"}, true);
         printRecording(figures, "1280x720, still", {"--size", "1280x720", "--still"}, false);
-        printSoundAgainstPicture(figures);
+        figures.row([&] { printSoundAgainstPicture(figures); });
         figures.text("Load average after", loadAverage());
         figures.write();
     } catch (const std::exception& error) {

@@ -116,7 +116,7 @@ int main(int argc, char** argv)
     Figures figures{argc, argv};
     try {
         figures.text("Load average before", loadAverage());
-        measure(figures);
+        figures.row([&] { measure(figures); });
         figures.text("Load average after", loadAverage());
         figures.write();
     } catch (const std::exception& error) {
