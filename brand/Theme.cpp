@@ -2,6 +2,8 @@
 
 #include "brand/ShownText.h"
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QFontDatabase>
 #include <QFontMetricsF>
 
@@ -14,10 +16,22 @@ namespace {
 
 const QString emojiFamily = QStringLiteral("Noto Color Emoji");
 
+/// An archive of the program brings what a package would depend on. A file is kept in memory as a whole: only if there is no other.
+void provideFont(const QString& family, const QString& files)
+{
+    if (QFontDatabase::hasFamily(family))
+        return;
+    const QDir folder{QCoreApplication::applicationDirPath() + QStringLiteral("/../share/velmora/fonts")};
+    for (const auto& file : folder.entryList({files}, QDir::Files))
+        QFontDatabase::addApplicationFont(folder.filePath(file));
+}
+
 const QStringList& families()
 {
     static const QStringList found = [] {
         const QString inter = QStringLiteral("Inter");
+        provideFont(inter, QStringLiteral("Inter-*"));
+        provideFont(emojiFamily, QStringLiteral("NotoColorEmoji*"));
         const QString system = QFontDatabase::systemFont(QFontDatabase::GeneralFont).family();
         // The emoji font has digits, so it comes after one for text, and before the system's, many of which have emoji in one colour.
         return QFontDatabase::hasFamily(inter) ? QStringList{inter, emojiFamily, system} : QStringList{system, emojiFamily};
