@@ -18,13 +18,15 @@ option(VELMORA_WERROR "Treat warnings as errors" ON)
 set(VELMORA_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize takes them")
 
 # g++ 12 takes the union inside tl::expected for uninitialised where it is not. Where several sources are compiled as one, it takes each
-# for a header, whose types should not contain those of an anonymous namespace.
+# for a header, whose types should not contain those of an anonymous namespace. Since 13 it takes every reference that a function of
+# references returns for one to its arguments.
 add_library(velmora_options INTERFACE)
 target_include_directories(velmora_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(velmora_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align
     -Wundef -Wimplicit-fallthrough -Wdouble-promotion
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
+    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_GREATER_EQUAL:$<CXX_COMPILER_VERSION>,13>>:-Wno-dangling-reference>
     $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wno-subobject-linkage>
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wno-gnu-zero-variadic-macro-arguments>
     $<$<BOOL:${VELMORA_WERROR}>:-Werror>)

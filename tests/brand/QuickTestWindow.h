@@ -7,6 +7,8 @@
 #ifdef QT_WIDGETS_LIB
 #include <QApplication>
 #endif
+#include <QCoreApplication>
+#include <QEvent>
 #include <QGuiApplication>
 #include <QImage>
 #include <QMouseEvent>
@@ -47,6 +49,15 @@ inline QGuiApplication& application()
     }();
     return one;
 }
+
+/// Deletes what was to be deleted later: there is no event loop, and Qt itself does it too late, at the process's end.
+class DeferredDeletion {
+public:
+    DeferredDeletion() = default;
+    ~DeferredDeletion() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+    DeferredDeletion(const DeferredDeletion&) = delete;
+    DeferredDeletion& operator=(const DeferredDeletion&) = delete;
+};
 
 /// `qml` is what is inside an Item of the window's size, given `properties`. QML warnings fail the test.
 class QuickTestWindow {
@@ -142,6 +153,8 @@ private:
     }
 
     QGuiApplication& application_ = application();
+    // Goes after the engine, which leaves the most to be deleted.
+    DeferredDeletion deferredDeletion_;
     QQmlEngine engine_;
     std::unique_ptr<QQuickView> view_;
     QQuickItem* root_ = nullptr;

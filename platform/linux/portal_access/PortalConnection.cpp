@@ -1,6 +1,7 @@
 #include "platform/linux/portal_access/PortalConnection.h"
 
 #include <QCoreApplication>
+#include <QDBusError>
 #include <QDBusPendingCallWatcher>
 #include <QVariantMap>
 
@@ -18,6 +19,26 @@ QDBusConnection busAt(const std::string& address)
         return QDBusConnection::sessionBus();
     const auto text = QString::fromStdString(address);
     return QDBusConnection::connectToBus(text, QStringLiteral("velmora-portal ") + text);
+}
+
+/// Whether the portal itself said this, be it a refusal. The bus says when there is none, or it was gone before it answered. Who sent a
+/// reply does not tell: Qt 6.8 keeps that to itself.
+bool isAnswerOfThePortal(const QDBusMessage& reply)
+{
+    if (reply.type() != QDBusMessage::ErrorMessage)
+        return reply.type() == QDBusMessage::ReplyMessage;
+    switch (QDBusError{reply}.type()) {
+    case QDBusError::ServiceUnknown:
+    case QDBusError::NoReply:
+    case QDBusError::TimedOut:
+    case QDBusError::Timeout:
+    case QDBusError::Disconnected:
+    case QDBusError::NoServer:
+        return false;
+    default:
+        return reply.errorName() != QLatin1String{"org.freedesktop.DBus.Error.NameHasNoOwner"}
+        && !reply.errorName().startsWith(QLatin1String{"org.freedesktop.DBus.Error.Spawn."});
+    }
 }
 
 }  // namespace
@@ -93,9 +114,7 @@ void PortalConnection::introduce(bool startsPortal)
         asked->deleteLater();
         if (number != introductions_)
             return;
-        // A refusal by the portal itself is an answer; the bus says when there is no portal.
-        const bool isHeard = asked->reply().service().startsWith(u':');
-        introduction_ = isHeard ? Introduction::made : Introduction::none;
+        introduction_ = isAnswerOfThePortal(asked->reply()) ? Introduction::made : Introduction::none;
     });
 }
 

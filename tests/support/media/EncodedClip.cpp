@@ -21,9 +21,12 @@ std::span<const std::byte> bytesOf(const AVPacket& packet)
     return {reinterpret_cast<const std::byte*>(packet.data), static_cast<std::size_t>(packet.size)};
 }
 
-// ISO 14496-15 5.3.3.1, from parameter sets with 4-byte length prefixes.
+// ISO 14496-15 5.3.3.1, from parameter sets with 4-byte length prefixes. Newer versions of the encoder's wrapper give the record itself, whose
+// first byte is 1, where a length begins with 0.
 std::vector<std::byte> decoderConfiguration(std::span<const std::byte> parameterSets)
 {
+    if (!parameterSets.empty() && parameterSets.front() == std::byte{1})
+        return {parameterSets.begin(), parameterSets.end()};
     std::vector<std::byte> sps;
     std::vector<std::byte> pps;
     while (parameterSets.size() > 4) {
