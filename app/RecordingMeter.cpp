@@ -136,8 +136,8 @@ public:
     std::shared_ptr<platform::AssetWriterInput> makeInput(
         MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override
     {
-        return std::make_shared<MeteredInput>(
-            inner()->makeInput(mediaType, settings, sourceFormatHint), mediaType, meter_, inner(), file_, sourceFormatHint, fileSize_, frames_);
+        return std::make_shared<MeteredInput>(inner()->makeInput(mediaType, settings, sourceFormatHint), mediaType, meter_, inner(), file_,
+            sourceFormatHint, fileSize_, frames_);
     }
 
     [[nodiscard]] bool canAdd(const platform::AssetWriterInput& input) const override

@@ -25,8 +25,8 @@ VideoEncoderSettings withEffort(VideoEncoderSettings settings, EncodingEffort ef
 
 }  // namespace
 
-EncodingPipeline::EncodingPipeline(std::int32_t width, std::int32_t height, OpenEncoder open, engine::KeyFrameRequests keyFrameRequests,
-    Environment environment)
+EncodingPipeline::EncodingPipeline(
+    std::int32_t width, std::int32_t height, OpenEncoder open, engine::KeyFrameRequests keyFrameRequests, Environment environment)
     : width_(width)
     , height_(height)
     , now_(std::move(environment.now))

@@ -43,8 +43,8 @@ public:
     {
     }
 
-    EncodingPipeline(std::int32_t width, std::int32_t height, OpenEncoder open, engine::KeyFrameRequests keyFrameRequests,
-        Environment environment);
+    EncodingPipeline(
+        std::int32_t width, std::int32_t height, OpenEncoder open, engine::KeyFrameRequests keyFrameRequests, Environment environment);
 
     /// Opens the encoder unless it is open; of the settings' effort the first time. 0 or an AVERROR.
     int prepare(const VideoEncoderSettings& settings);

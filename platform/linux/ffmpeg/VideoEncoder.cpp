@@ -141,8 +141,7 @@ private:
     }
 
     /// `earned`: the bits by which the rate control's buffer is filled.
-    int encode(
-        AVFrame& picture, std::int64_t presentationTime, bool asKeyFrame, std::int64_t earned, std::vector<Packet>& packets)
+    int encode(AVFrame& picture, std::int64_t presentationTime, bool asKeyFrame, std::int64_t earned, std::vector<Packet>& packets)
     {
         AVFrame* input = &picture;
         AvFrame uploaded;

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
+#include <set>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -21,10 +22,10 @@ namespace velmora::linux_backend {
 namespace {
 
 using namespace std::chrono_literals;
+using test::second;
 using ::testing::Each;
 using testing::isKeyFrame;
 using testing::softwareEncoder;
-using test::second;
 
 using enum EncodingEffort;
 
@@ -47,10 +48,33 @@ protected:
 
     [[nodiscard]] EncodingEffort used() const { return log_.used.back(); }
 
+    /// The same of a picture that stands still.
+    void loseStillOnes()
+    {
+        for (int i = 0; i < 4; ++i)
+            push({1, ++sequence_, {}}, second / 60);
+        for (int i = 0; i < 3; ++i)
+            encodeNext(canvas_);
+    }
+
+    /// Two numbers that take turns, whatever comes between key frames.
+    void expectNumbersOfKeyFramesToAlternate()
+    {
+        std::optional<int> before;
+        for (const auto& sample : samples_) {
+            const auto number = testing::numberOfKeyFrame(*sample);
+            if (number && before) {
+                EXPECT_NE(*number, *before) << "at " << sample->presentationTimeStamp.value;
+            }
+            before = number ? number : before;
+        }
+    }
+
     void expectASoundStream()
     {
         expectEachShowsItsPicture();
         expectNeighboursHaveOtherNumbers();
+        expectNumbersOfKeyFramesToAlternate();
         for (const auto& sample : samples_)
             EXPECT_EQ(sample->format, samples_.front()->format);
     }
@@ -154,12 +178,13 @@ TEST_P(EffortChangeAtAnyMoment, OfMotionAndStillnessKeyFramesThatFollowEachOther
 TEST_P(EffortChangeAtAnyMoment, AKeyFrameThatIsAskedForIsTheOneOfTheChange)
 {
     settle();
+    lose();
     for (int i = 0; i < GetParam(); ++i) {
         const auto request = requests_.ask();
         move();
         EXPECT_TRUE(isKeyFrame(*samples_.back()));
     }
-    lose();
+    EXPECT_EQ(used(), normal);
     opening_->runAll();
     const auto request = requests_.ask();
     move();
@@ -192,17 +217,34 @@ TEST_F(EffortChangeTest, AStillPictureIsRepeatedAfterAChangeFromKeyFramesOfTheNe
     expectFramesReferToWhatCameBefore();
 }
 
+TEST_F(EffortChangeTest, WhatTheFormerEncoderMadeOfAStillPictureIsNotRepeatedAfterTheChange)
+{
+    for (const int rests : {6, 7}) {
+        settle();
+        restTimes(rests);
+        loseStillOnes();
+        opening_->runAll();
+        const auto before = samples_.size();
+        rest(second / 60);
+        restTimes(8);
+        std::set<const std::byte*> former;
+        for (std::size_t index = 0; index < before; ++index)
+            former.insert(samples_[index]->data.bytes.data());
+        for (std::size_t index = before; index < samples_.size(); ++index)
+            EXPECT_FALSE(former.contains(samples_[index]->data.bytes.data())) << index;
+        opening_->runAll();
+    }
+    EXPECT_EQ(log_.opened, (std::vector{normal, low, least}));
+    moveTimes(3);
+    expectASoundStream();
+}
+
 TEST_F(EffortChangeTest, WhileAKnownPictureStandsStillNothingIsChangedAndNoSecondEncoderStays)
 {
     settle();
     restTimes(6);
     const int encoded = log_.encoded;
-    push({1, ++sequence_, {}}, second / 60);
-    push({1, ++sequence_, {}}, second / 60);
-    push({1, ++sequence_, {}}, second / 60);
-    push({1, ++sequence_, {}}, second / 60);
-    for (int i = 0; i < 3; ++i)
-        encodeNext(canvas_);
+    loseStillOnes();
     opening_->runAll();
     EXPECT_EQ(log_.open, 2);
     restTimes(4);
@@ -308,7 +350,8 @@ TEST_F(EffortChangeTest, AnEncoderThatBreaksWhileAnotherIsBeingOpenedIsReplacedW
     opening_->runAll();
     moveTimes(2);
     EXPECT_EQ(used(), low) << "what was lost before still counts";
-    expectASoundStream();
+    expectEachShowsItsPicture();
+    expectNeighboursHaveOtherNumbers();
 }
 
 TEST_F(EffortChangeTest, AnEncoderWhoseKeyFramesAreNumberedOtherwiseStaysAsItIs)
