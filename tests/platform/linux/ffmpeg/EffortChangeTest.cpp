@@ -221,6 +221,10 @@ TEST_F(EffortChangeTest, WhatTheFormerEncoderMadeOfAStillPictureIsNotRepeatedAft
 {
     for (const int rests : {6, 7}) {
         settle();
+        // Of one colour, so that key frames of either effort are alike.
+        canvas_.fill({90, 120, 150});
+        push({1, ++sequence_, {{0, 0, testing::pictureWidth, testing::pictureHeight}}}, second / 60);
+        encodeNext(canvas_);
         restTimes(rests);
         loseStillOnes();
         opening_->runAll();
