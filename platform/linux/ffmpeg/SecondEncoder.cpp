@@ -104,6 +104,8 @@ std::unique_ptr<VideoEncoder> SecondEncoder::take()
 
 void SecondEncoder::letGo()
 {
+    if (!effort_)
+        return;
     std::optional<Opened> opened;
     {
         MutexLock lock(shared_->mutex);
