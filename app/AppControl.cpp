@@ -236,6 +236,11 @@ QJsonObject AppControl::status() const
         status.insert(QStringLiteral("recordingSeconds"), std::chrono::duration<double>{progress->elapsed}.count());
         status.insert(QStringLiteral("recordingBytes"), static_cast<qint64>(progress->bytes));
     }
+    if (const auto loss = observer ? observer->lostPictures() : std::nullopt) {
+        status.insert(QStringLiteral("lostPictures"),
+            QJsonObject{{QStringLiteral("lost"), static_cast<qint64>(loss->lost)}, {QStringLiteral("of"), static_cast<qint64>(loss->ofAll)},
+                {QStringLiteral("text"), text(loss->text)}});
+    }
     if (const auto& clip = coordinator.lastSavedClipURL())
         status.insert(QStringLiteral("lastSavedClip"), bus_requests::text(*clip));
     if (const auto notice = services_.notice ? services_.notice() : std::string{}; !notice.empty())

@@ -239,6 +239,8 @@ private:
         clearProgress();
         if (earlyEnd_)
             std::fprintf(stderr, "The recording ended early: %s\n", earlyEnd_->c_str());
+        if (const auto loss = observer_->lostPictures())
+            std::fprintf(stderr, "%s\n", loss->text.c_str());
         std::printf("%s\n", url_.c_str());
         end(earlyEnd_ ? command_line::endedEarly : command_line::succeeded);
     }

@@ -26,7 +26,7 @@ class MeteredInput final : public platform::AssetWriterInput {
 public:
     MeteredInput(std::shared_ptr<platform::AssetWriterInput> inner, MediaType mediaType, std::shared_ptr<RecordingMeter> meter,
         std::weak_ptr<platform::AssetWriter> writer, std::uint64_t file, FormatDescriptionRef format,
-        std::shared_ptr<std::atomic<std::uint64_t>> fileSize)
+        std::shared_ptr<std::atomic<std::uint64_t>> fileSize, std::shared_ptr<FileFrames> frames)
         : inner_(std::move(inner))
         , mediaType_(mediaType)
         , meter_(std::move(meter))
@@ -34,6 +34,7 @@ public:
         , file_(file)
         , format_(std::move(format))
         , fileSize_(std::move(fileSize))
+        , frames_(std::move(frames))
     {
     }
 
@@ -42,8 +43,10 @@ public:
     [[nodiscard]] bool isReadyForMoreMediaData() const override
     {
         const bool ready = inner_->isReadyForMoreMediaData();
-        if (!ready && mediaType_ == MediaType::video)
+        if (!ready && mediaType_ == MediaType::video) {
             ++meter_->droppedFrames;
+            ++meter_->lateFrames;
+        }
         return ready;
     }
 
@@ -52,7 +55,8 @@ public:
         const bool appended = inner_->append(sample);
         if (!appended)
             reportRefusal(*sample);
-        hasSamples_ = hasSamples_ || appended;
+        if (appended && !std::exchange(hasSamples_, true))
+            lateBefore_ = meter_->lateFrames;
         if (const auto writer = writer_.lock())
             *fileSize_ = writer->fileSize();
         if (mediaType_ == MediaType::video)
@@ -63,6 +67,13 @@ public:
     }
 
     void markAsFinished() override { inner_->markAsFinished(); }
+
+    /// Up to now.
+    void countLost()
+    {
+        if (hasSamples_)
+            frames_->lost = meter_->lateFrames - lateBefore_;
+    }
 
     [[nodiscard]] const std::shared_ptr<platform::AssetWriterInput>& inner() const { return inner_; }
     [[nodiscard]] MediaType mediaType() const { return mediaType_; }
@@ -89,9 +100,12 @@ private:
 
     void countFrame(const SampleBuffer& sample, bool appended)
     {
-        if (!appended)
+        if (appended)
+            ++frames_->written;
+        else
             ++meter_->droppedFrames;
-        else if (++meter_->writtenFrames == 1 && meter_->onFirstSample)
+        countLost();
+        if (appended && ++meter_->writtenFrames == 1 && meter_->onFirstSample)
             meter_->onFirstSample(sample.presentationTimeStamp);
     }
 
@@ -102,6 +116,8 @@ private:
     const std::uint64_t file_;
     const FormatDescriptionRef format_;
     const std::shared_ptr<std::atomic<std::uint64_t>> fileSize_;
+    const std::shared_ptr<FileFrames> frames_;
+    std::uint64_t lateBefore_ = 0;
     bool hasSamples_ = false;
     bool isRefusalReported_ = false;
 };
@@ -114,14 +130,14 @@ public:
         , file_(file)
     {
         if (meter_->onReport)
-            meter_->onReport({.event = Event::fileBegins, .file = file_, .size = fileSize_});
+            meter_->onReport({.event = Event::fileBegins, .file = file_, .size = fileSize_, .frames = frames_});
     }
 
     std::shared_ptr<platform::AssetWriterInput> makeInput(
         MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override
     {
-        return std::make_shared<MeteredInput>(
-            inner()->makeInput(mediaType, settings, sourceFormatHint), mediaType, meter_, inner(), file_, sourceFormatHint, fileSize_);
+        return std::make_shared<MeteredInput>(inner()->makeInput(mediaType, settings, sourceFormatHint), mediaType, meter_, inner(), file_,
+            sourceFormatHint, fileSize_, frames_);
     }
 
     [[nodiscard]] bool canAdd(const platform::AssetWriterInput& input) const override
@@ -145,6 +161,8 @@ public:
 
     void finishWriting(UniqueFunction<void()> completion) override
     {
+        if (video_)
+            video_->countLost();
         meter_->report(video_ && video_->hasSamples() ? Event::fileEnds : Event::fileEndsEmpty, {}, file_);
         ForwardingAssetWriter::finishWriting([meter = meter_, file = file_, inner = inner(), completion = std::move(completion)]() mutable {
             if (const auto place = inner->placeOfMovedFile())
@@ -163,6 +181,7 @@ private:
     const std::shared_ptr<RecordingMeter> meter_;
     const std::uint64_t file_;
     const std::shared_ptr<std::atomic<std::uint64_t>> fileSize_ = std::make_shared<std::atomic<std::uint64_t>>(0);
+    const std::shared_ptr<FileFrames> frames_ = std::make_shared<FileFrames>();
     std::shared_ptr<MeteredInput> video_;
 };
 
@@ -204,8 +223,11 @@ public:
             output(status, std::move(sample));
         };
         auto counted = [meter = meter_, output = std::move(output)](platform::CompressionStatus status, SampleBufferRef sample) mutable {
-            if (!sample && meter->writtenFrames > 0)
+            if (!sample && meter->writtenFrames > 0) {
                 ++meter->droppedFrames;
+                if (status == 0)
+                    ++meter->lateFrames;
+            }
             if (sample && meter->onFirstPicture) {
                 std::exchange(meter->onFirstPicture, nullptr)();
                 sample = nullptr;

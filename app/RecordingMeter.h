@@ -16,6 +16,12 @@
 
 namespace velmora {
 
+/// What became of the pictures of one file from the first that is in it on. Read on any thread.
+struct FileFrames {
+    std::atomic<std::uint64_t> written = 0;
+    std::atomic<std::uint64_t> lost = 0;  ///< because encoder or disk had not done with others; 0 where a back end does not tell
+};
+
 /// What the wrapped services notice of a capture and its recordings. The features keep most of it to themselves.
 struct RecordingReport {
     enum class Event {
@@ -36,6 +42,7 @@ struct RecordingReport {
     std::uint64_t file = 0;  ///< which of the files: 1 is the first
     std::shared_ptr<const std::atomic<std::uint64_t>> size = nullptr;  ///< fileBegins: the file's bytes on the disk, as samples come
     MonotonicTime time = MonotonicClock::now();
+    std::shared_ptr<const FileFrames> frames = nullptr;  ///< fileBegins: of this file, as samples come
 };
 
 /// Counters that the wrapped services keep while a file is being written. Read on any thread.
@@ -43,6 +50,7 @@ class RecordingMeter {
 public:
     std::atomic<std::uint64_t> writtenFrames = 0;
     std::atomic<std::uint64_t> droppedFrames = 0;  ///< not encoded, or not accepted by the file
+    std::atomic<std::uint64_t> lateFrames = 0;  ///< of these, the ones for which encoder or disk were too slow: nothing failed
     std::atomic<bool> writesSound = false;  ///< the file has sound at all
     std::atomic<MonotonicTime> lastSound{};  ///< time stamp of the last block that was not silent; the clock's zero when none was
 

@@ -9,6 +9,10 @@ namespace velmora {
 
 namespace {
 
+/// Pictures of a hundred that may be lost without a word: hardly anybody sees that.
+constexpr std::uint64_t acceptedLoss = 2;
+constexpr std::uint64_t hundred = 100;
+
 std::string sentence(std::string text)
 {
     if (!text.empty() && text.back() != '.')
@@ -70,6 +74,7 @@ void RecordingObserver::handle(const RecordingReport& report)
         fileIsOpen_ = true;
         fileBegan_ = report.time;
         fileSize_ = report.size;
+        fileFrames_ = report.frames;
         earlyEnd_.clear();
         explanation_.clear();
         if (!encoderProblem_.empty())
@@ -119,6 +124,18 @@ std::optional<RecordingProgress> RecordingObserver::progress(MonotonicTime now) 
         return std::nullopt;
     return RecordingProgress{
         std::max<std::chrono::nanoseconds>(now - fileBegan_, std::chrono::nanoseconds{0}), fileSize_ ? fileSize_->load() : 0};
+}
+
+std::optional<LostPictures> RecordingObserver::lostPictures() const
+{
+    const std::uint64_t lost = fileFrames_ ? fileFrames_->lost.load() : 0;
+    const std::uint64_t ofAll = lost + (fileFrames_ ? fileFrames_->written.load() : 0);
+    if (lost * hundred <= ofAll * acceptedLoss)
+        return std::nullopt;
+    const auto count = std::to_string(lost) + " of " + std::to_string(ofAll) + " pictures";
+    return LostPictures{lost, ofAll,
+        fileIsOpen_ ? "The machine is not keeping up: the recording has lost " + count + " so far."
+                    : "The machine did not keep up: the recording lost " + count + "."};
 }
 
 std::string RecordingObserver::explained(const std::string& message) const

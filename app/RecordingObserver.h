@@ -24,6 +24,15 @@ struct RecordingProgress {
     friend bool operator==(const RecordingProgress&, const RecordingProgress&) = default;
 };
 
+/// What a recording lost, where that is worth saying.
+struct LostPictures {
+    std::uint64_t lost = 0;
+    std::uint64_t ofAll = 0;
+    std::string text;  ///< a sentence for people
+
+    friend bool operator==(const LostPictures&, const LostPictures&) = default;
+};
+
 /// Hears from the services that a capture uses what goes wrong in them, and knows when going on is of no use: where no encoder can be made, the
 /// running one fails or gives way to one whose pictures do not belong in the same file, or nothing more can be written. Needs neither a
 /// tray nor a coordinator. Main thread only, except where the wrapped services call.
@@ -60,6 +69,9 @@ public:
     /// file is being finished. Reads what was counted and waits for nothing.
     [[nodiscard]] std::optional<RecordingProgress> progress(MonotonicTime now = MonotonicClock::now()) const;
 
+    /// What the recording in progress has lost, or the last one if there is none: where it is more than two of a hundred pictures.
+    [[nodiscard]] std::optional<LostPictures> lostPictures() const;
+
     /// A message about a recording that could not be saved, followed by what is known of the reason, where it does not say so itself. Any
     /// other message as it is.
     [[nodiscard]] std::string explained(const std::string& message) const;
@@ -73,6 +85,7 @@ private:
     bool fileIsOpen_ = false;
     MonotonicTime fileBegan_{};
     std::shared_ptr<const std::atomic<std::uint64_t>> fileSize_;
+    std::shared_ptr<const FileFrames> fileFrames_;
     std::string encoderProblem_;
     std::string soundProblem_;
     std::string earlyEnd_;  ///< why the recording that began last ended before it was asked to

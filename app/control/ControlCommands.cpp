@@ -172,8 +172,9 @@ void printStatus(const QString& answer, bool json)
         return printLine(answer);
     const auto status = QJsonDocument::fromJson(answer.toUtf8()).object();
     printLine(status.value(QLatin1String("description")).toString());
-    for (const auto& warning : {status.value(QLatin1String("notice")), status.value(QLatin1String("shortcutError")),
-             status.value(QLatin1String("permissionExplanation"))}) {
+    const auto loss = status.value(QLatin1String("lostPictures")).toObject();
+    for (const auto& warning : {status.value(QLatin1String("notice")), loss.value(QLatin1String("text")),
+             status.value(QLatin1String("shortcutError")), status.value(QLatin1String("permissionExplanation"))}) {
         if (!warning.toString().isEmpty())
             printLine(warning.toString());
     }

@@ -76,7 +76,9 @@ The object that \fBvelmora status \-\-json\fR prints always has \fIstate\fR, \fI
 \fIshortcutIsRegistered\fR. While a recording runs it has \fIrecordingSeconds\fR, how long that is, and \fIrecordingBytes\fR, how large its file
 is on the disk. \fIclipsFolder\fR is where clips go. While instant replay is on it has \fIreplay\fR, with \fIseconds\fR and the \fIbytes\fR that
 it holds. Where there is something to say it has \fIwindow\fR (with \fIid\fR, \fItitle\fR and \fIapplication\fR), \fIlastSavedClip\fR,
-\fInotice\fR, \fIshortcutError\fR and \fIpermissionExplanation\fR.
+\fInotice\fR, \fIshortcutError\fR, \fIpermissionExplanation\fR and, where the recording in progress or else the last one lost more than
+two of a hundred pictures because the machine did not keep up, \fIlostPictures\fR, with how many were \fIlost\fR \fIof\fR how many, and
+\fItext\fR.
 .PP
 \fIstate\fR is one of \fInotConfigured\fR (no permission), \fIwaitingForWindowSelection\fR, \fIcapturing\fR, \fIrecordingClip\fR and
 \fIcaptureUnavailable\fR. A path that is no text is a file: URI, here and in all that follows.

@@ -18,6 +18,7 @@ void PictureQueue::push(PixelBufferRef picture, MediaTime presentationTimeStamp,
     PendingPicture& youngest = pictures_[(first_ + capacity - 1) % capacity];
     entry.changed.add(youngest.changed);
     entry.droppedBefore = youngest.droppedBefore + 1;
+    ++droppedInAll_;
     youngest = std::move(entry);
 }
 
@@ -28,6 +29,7 @@ std::optional<PendingPicture> PictureQueue::pop()
     PendingPicture entry = std::exchange(pictures_[first_], {});
     first_ = (first_ + 1) % capacity;
     --count_;
+    entry.droppedInAll = droppedInAll_;
     return entry;
 }
 

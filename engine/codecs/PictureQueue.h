@@ -18,6 +18,7 @@ struct PendingPicture {
     MediaTime duration;
     DirtyArea changed;  ///< against the picture that was taken out before
     std::uint64_t droppedBefore = 0;  ///< pictures that came between the one taken out before and this one
+    std::uint64_t droppedInAll = 0;  ///< since the queue was made or cleared, by the time this one is taken out
 };
 
 /// At most three pictures in the order they came. In a full queue a picture takes the place of the youngest: what a burst leaves
@@ -40,6 +41,7 @@ private:
     std::array<PendingPicture, capacity> pictures_;
     std::size_t first_ = 0;
     std::size_t count_ = 0;
+    std::uint64_t droppedInAll_ = 0;
     std::uint64_t lastStream_ = 0;
     std::uint64_t lastSequence_ = 0;
 };

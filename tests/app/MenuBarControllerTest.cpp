@@ -653,6 +653,27 @@ TEST_F(ShellCommandTest, TheStatusHasTheLengthAndSizeOfARecordingWhileOneRuns)
     finishSaving();
 }
 
+TEST_F(ShellCommandTest, TheStatusTellsOfLostPicturesWhileARecordingRunsAndAfterIt)
+{
+    const auto loss = [this] { return control.status().value(QLatin1String{"lostPictures"}).toObject(); };
+    EXPECT_TRUE(loss().isEmpty());
+    choose(MenuAction::toggleRecording);
+    const auto frames = std::make_shared<FileFrames>();
+    meter->onReport({.event = RecordingReport::Event::fileBegins, .file = 1, .frames = frames});
+    executor->runAll();
+    frames->written = 970;
+    frames->lost = 30;
+    EXPECT_EQ(loss().value(QLatin1String{"lost"}).toInteger(), 30);
+    EXPECT_EQ(loss().value(QLatin1String{"of"}).toInteger(), 1000);
+    EXPECT_EQ(loss().value(QLatin1String{"text"}).toString().toStdString(),
+        "The machine is not keeping up: the recording has lost 30 of 1000 pictures so far.");
+    choose(MenuAction::toggleRecording);
+    finishSaving();
+    EXPECT_EQ(loss().value(QLatin1String{"lost"}).toInteger(), 30);
+    frames->lost = 19;
+    EXPECT_TRUE(loss().isEmpty());
+}
+
 TEST_F(ShellCommandTest, AStartThatFailsForACommandThatTellsOpensNoAlertToo)
 {
     writers->createError = Error{"POSIX", 28, "No space left on device", nullptr};

@@ -180,6 +180,20 @@ TEST_F(RecordCommandTest, TheUsersInterruptEndsItWellAndPrintsThePath)
     EXPECT_EQ(writers->writers[0]->finishCount, 1);
 }
 
+TEST_F(RecordCommandTest, PicturesThatTheMachineWasTooSlowForAreSaidAtTheEnd)
+{
+    recordSomething();
+    when([] { return true; },
+        [this] {
+            for (int i = 0; i < 9; ++i)
+                encoders->newest()->emitOutput(0, nullptr);
+            interrupt();
+        });
+    EXPECT_EQ(run(), command_line::succeeded) << "what was recorded is a clip";
+    EXPECT_EQ(output, command.output->string() + "\n");
+    EXPECT_EQ(errors, "The machine did not keep up: the recording lost 9 of 10 pictures.\n");
+}
+
 TEST_F(RecordCommandTest, BeginsWhenTheEncoderIsReady)
 {
     encoders->encodesAtOnce = false;

@@ -137,6 +137,40 @@ TEST_F(RecordingMeterTest, CountsPicturesThatWereNotEncodedWhileAFileIsWritten)
     EXPECT_EQ(outputs, 3);
 }
 
+TEST_F(RecordingMeterTest, AFileCountsWhatTheMachineWasTooSlowForFromItsFirstPictureToItsEnd)
+{
+    std::vector<std::shared_ptr<const FileFrames>> begun;
+    meter->onReport = [&](const RecordingReport& report) {
+        if (report.event == RecordingReport::Event::fileBegins)
+            begun.push_back(report.frames);
+    };
+    const auto sessions = std::make_shared<fake::FakeCompressionSessions>();
+    const auto session = metered(sessions, meter)->makeSession(640, 480, FourCharacterCode{"avc1"}, [](auto, const auto&) {});
+    ASSERT_TRUE(session.has_value());
+    const auto lose = [&](int status) { sessions->sessions[0]->emitOutput(status, nullptr); };
+    const auto writers = metered(inner, meter);
+    for (const char* name : {"1.mp4", "2.mp4"}) {
+        const auto clip = writers->makeAssetWriter(folder.path() / name, platform::AssetFileType::mpeg4).value();
+        const auto pictures = clip->makeInput(MediaType::video, std::nullopt, test::videoSample(0, true)->format);
+        clip->add(pictures);
+        const auto& frames = *begun.back();
+        lose(0);
+        pictures->append(test::videoSample(100, true));
+        EXPECT_EQ(frames.lost, 0U) << "it had not begun";
+        lose(0);
+        lose(-5);
+        pictures->append(test::videoSample(200, false));
+        EXPECT_EQ(frames.lost, 1U) << "an encoder that fails is not slow";
+        EXPECT_EQ(frames.written, 2U);
+        inner->writers.back()->input(MediaType::video)->ready = false;
+        EXPECT_FALSE(pictures->isReadyForMoreMediaData());
+        lose(0);
+        clip->finishWriting([] {});
+        EXPECT_EQ(frames.lost, 3U);
+    }
+    EXPECT_EQ(begun.front()->lost, 3U) << "the next one has its own";
+}
+
 TEST_F(RecordingMeterTest, ASizeIsCheckedByTheEncodersThatAreMetered)
 {
     const auto sessions = metered(std::make_shared<fake::FakeCompressionSessions>(), meter);

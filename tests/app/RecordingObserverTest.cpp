@@ -108,6 +108,39 @@ TEST_F(RecordingObserverTest, SaysNothingOfARecordingThatGoesWell)
     EXPECT_EQ(observer->explained("Failed saving recording: x"), "Failed saving recording: x");
 }
 
+TEST_F(RecordingObserverTest, TellsHowManyPicturesWereLostWhereTheyAreMoreThanTwoOfAHundred)
+{
+    capture();
+    makeSession();
+    EXPECT_FALSE(observer->lostPictures());
+    beginFile();
+    for (int i = 1; i <= 98; ++i)
+        append(test::videoSample(100 * i, i == 1));
+    encode(2, 0, false);
+    append(test::videoSample(9'900, false));
+    EXPECT_FALSE(observer->lostPictures()) << "2 of 101";
+    encode(1, 0, false);
+    append(test::videoSample(10'000, false));
+    const LostPictures running{3, 103, "The machine is not keeping up: the recording has lost 3 of 103 pictures so far."};
+    EXPECT_EQ(observer->lostPictures(), running);
+    encode(1, 0, false);
+    finishFile();
+    const LostPictures ended{4, 104, "The machine did not keep up: the recording lost 4 of 104 pictures."};
+    EXPECT_EQ(observer->lostPictures(), ended) << "and it stays so";
+    EXPECT_EQ(observer->notice(), "");
+    beginFile();
+    EXPECT_FALSE(observer->lostPictures()) << "another recording has lost nothing";
+}
+
+TEST_F(RecordingObserverTest, ABackEndThatDoesNotTellOfLostPicturesHasNothingSaidOfThem)
+{
+    beginFile();
+    append(test::videoSample(100, true));
+    append(test::videoSample(9'000'000'000, true));
+    finishFile();
+    EXPECT_FALSE(observer->lostPictures());
+}
+
 TEST_F(RecordingObserverTest, AFullDiskEndsTheRecordingAndTheReasonStaysUntilTheNext)
 {
     beginFile();

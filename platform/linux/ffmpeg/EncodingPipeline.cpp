@@ -11,16 +11,27 @@ namespace {
 
 constexpr MediaTime longestWaitForKeyFrame{1, 2};
 
+/// Where one is so near, it may as well be the one with which the encoder changes; a few pictures before the encoder would make it.
+constexpr MediaTime keyFrameIsNear{9, 20};
+
 /// If the encoder fails on this many pictures in a row, it is more than a moment's trouble: a graphics card that was reset, say.
 constexpr int failuresOfABrokenEncoder = 10;
 
+VideoEncoderSettings withEffort(VideoEncoderSettings settings, EncodingEffort effort)
+{
+    settings.effort = effort;
+    return settings;
+}
+
 }  // namespace
 
-EncodingPipeline::EncodingPipeline(std::int32_t width, std::int32_t height, OpenEncoder open, engine::KeyFrameRequests keyFrameRequests)
+EncodingPipeline::EncodingPipeline(
+    std::int32_t width, std::int32_t height, OpenEncoder open, engine::KeyFrameRequests keyFrameRequests, Environment environment)
     : width_(width)
     , height_(height)
-    , open_(std::move(open))
+    , now_(std::move(environment.now))
     , keyFrameRequests_(std::move(keyFrameRequests))
+    , second_(std::move(open), std::move(environment.opening))
 {
 }
 
@@ -28,10 +39,14 @@ int EncodingPipeline::prepare(const VideoEncoderSettings& settings)
 {
     if (encoder_)
         return 0;
-    auto encoder = open_(settings);
+    if (!policy_)
+        policy_.emplace(settings.effort);
+    second_.letGo();
+    auto encoder = second_.openNow(withEffort(settings, policy_->effort()));
     if (!encoder)
         return encoder.error();
     encoder_ = std::move(*encoder);
+    nextNumber_ = false;
     converter_.emplace(width_, height_, encoder_->layout());
     stillKeyFrames_ = {};
     lastKeyFrameTime_ = MediaTime::invalid();
@@ -51,13 +66,22 @@ void EncodingPipeline::encode(engine::PendingPicture picture, const VideoEncoder
         stillKeyFrames_.pictureChanged();
     asked_ = keyFrameRequests_.last();
     int status = prepare(settings);
-    if (status == 0 && !repeatKeyFrame(picture, encoderTime))
+    const auto begin = now_();
+    if (policy_ && std::exchange(droppedInAll_, picture.droppedInAll) != picture.droppedInAll)
+        policy_->dropped(begin);
+    if (status == 0)
+        followEffort(settings);
+    if (status == 0 && !repeatKeyFrame(picture, encoderTime)) {
         status = encodeAnew(std::move(picture), encoderTime);
+        policy_->encoded(begin, now_());
+    }
     for (auto& packet : packets_) {
-        if (packet.isKeyFrame)
+        if (packet.isKeyFrame) {
+            nextNumber_ = !nextNumber_;
             stillKeyFrames_.encoded(packet.data);
-        else
+        } else {
             stillKeyFrames_.encodedOther();
+        }
         finish(std::move(packet));
     }
     packets_.clear();
@@ -100,7 +124,7 @@ int EncodingPipeline::encodeAnew(engine::PendingPicture picture, std::int64_t en
     picture.picture.reset();
     if (!frame)
         return AVERROR(ENOMEM);
-    if (stillKeyFrames_.isEncoderAside()) {
+    if (!changeEncoder(time, encoderTime - 1) && stillKeyFrames_.isEncoderAside()) {
         if (const int status = bringEncoderBack(encoderTime - 1))
             return status;
     }
@@ -130,10 +154,77 @@ int EncodingPipeline::bringEncoderBack(std::int64_t encoderTime)
         packets_.clear();
         if (status != 0)
             return status;
+        nextNumber_ = !nextNumber_;
     }
     stillKeyFrames_.encoderIsBack();
     lastKeyFrameTime_ = MediaTime::invalid();
     return 0;
+}
+
+/// Has an encoder opened that tries as hard as is wanted.
+void EncodingPipeline::followEffort(const VideoEncoderSettings& settings)
+{
+    secondIsThere_ = false;
+    if (!encoder_->alternatesKeyFrames())
+        return;
+    const auto wanted = policy_->wanted();
+    if (wanted == policy_->effort()) {
+        second_.letGo();
+        return;
+    }
+    if (second_.effort() != wanted) {
+        auto other = withEffort(settings, wanted);
+        other.takesOver = true;
+        second_.begin(other);
+    }
+    const auto now = now_();
+    const auto state = second_.look(now);
+    secondIsThere_ = state == SecondEncoder::State::isThere;
+    if (state == SecondEncoder::State::failed)
+        policy_->changeFailed(now);
+}
+
+/// Goes on with the second encoder if it is there: at once where pictures are being lost, else where a key frame is due anyway. False: nothing
+/// has changed.
+bool EncodingPipeline::changeEncoder(MediaTime presentationTimeStamp, std::int64_t encoderTime)
+{
+    const bool isUrgent = policy_->wanted() < policy_->effort();
+    const bool isKeyFrameDue = needsKeyFrame(presentationTimeStamp) || presentationTimeStamp - lastKeyFrameTime_ >= keyFrameIsNear;
+    if (!secondIsThere_ || (!isUrgent && !isKeyFrameDue))
+        return false;
+    auto next = second_.take();
+    if (!makeReady(*next, encoderTime)) {
+        second_.close(std::move(next));
+        policy_->changeFailed(now_());
+        return false;
+    }
+    policy_->changed();
+    second_.close(std::exchange(encoder_, std::move(next)));
+    // Those of the encoder before it may follow its key frames no more.
+    stillKeyFrames_ = {};
+    lastKeyFrameTime_ = MediaTime::invalid();
+    return true;
+}
+
+/// Brings an encoder so far that its first key frame may follow what was put out last, with the bits that are left. It has begun with key
+/// frames that nobody sees, black as in bringEncoderBack().
+bool EncodingPipeline::makeReady(VideoEncoder& next, std::int64_t encoderTime)
+{
+    const auto format = next.format();
+    if (!next.alternatesKeyFrames() || next.layout() != encoder_->layout() || !format || !format_ || *format != *format_)
+        return false;
+    const AvFrame black = makeBlackFrame(next.layout(), engine::paddedToEven(width_), engine::paddedToEven(height_));
+    if (!black)
+        return false;
+    // The numbers of all encoders begin alike, so that after one key frame the next has the second of them.
+    const bool isSecondTaken = stillKeyFrames_.isNumberTaken() ? nextNumber_ : !nextNumber_;
+    const std::int64_t bits = encoder_->unspentBits(encoderTime);
+    if (next.takeOver(*black, encoderTime - (isSecondTaken ? 1 : 0), bits) != 0)
+        return false;
+    if (isSecondTaken && next.takeOver(*black, encoderTime, bits) != 0)
+        return false;
+    nextNumber_ = !isSecondTaken;
+    return true;
 }
 
 void EncodingPipeline::drain()

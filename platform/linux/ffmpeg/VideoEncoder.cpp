@@ -1,10 +1,12 @@
 #include "platform/linux/ffmpeg/VideoEncoder.h"
 
 #include "engine/codecs/AvcFormat.h"
+#include "platform/linux/ffmpeg/BitBudget.h"
 #include "platform/linux/ffmpeg/LibavDifferences.h"
 #include "platform/linux/ffmpeg/Yuv420Frame.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <thread>
@@ -22,22 +24,35 @@ using Layout = engine::Yuv420View::Layout;
 
 // x264 can count real time (force-cfr=0), but then it holds every frame back until the next one shows how long it lasts: half a second
 // in a still window. So it counts frames at the planned rate, and its buffer is filled before each frame by what the time since the
-// frame before is worth (see budgetFor). Its average rate cannot be changed while it runs, its buffer can: the buffer is what keeps the
+// frame before is worth (BitBudget). Its average rate cannot be changed while it runs, its buffer can: the buffer is what keeps the
 // rate, and the constant quality is what pictures get that do not need all of it.
 // Above the standard's greatest quantizer x264 leaves parts of a frame out rather than overdraw the buffer: after a burst of frames the
 // bottom of a picture would show the frame before.
 constexpr const char* x264Quality = "14";
 // Its presets drop the faint differences that a camera's grain consists of, for the sake of less busy pictures: what a window plays is
 // kept. A second picture to refer to and milder loop filtering cost little and gain more (docs/performance.md has the figures).
-constexpr const char* x264Parameters = "cabac=1:8x8dct=1:bframes=0:annexb=0:qpmin=12:qpmax=51:ref=2:deblock=-1,-1:aq-mode=1"
-                                       ":aq-strength=0.6:no-dct-decimate=1:deadzone-inter=11:deadzone-intra=6";
+// All that the parameter sets tell is here, because they have to be the same with every effort.
+constexpr const char* x264Parameters = "cabac=1:8x8dct=1:weightp=0:bframes=0:annexb=0:qpmin=12:qpmax=51:ref=2:deblock=-1,-1"
+                                       ":no-dct-decimate=1:deadzone-inter=11:deadzone-intra=6";
 
-/// The rate that levels and rate control are planned for; frames may come slower and unevenly.
-constexpr int plannedFrameRate = 60;
+/// What pictures may take on average. Bits are what costs most beside the size, so the least effort spends fewer.
+std::int64_t spentRate(const VideoEncoderSettings& settings)
+{
+    return settings.effort == EncodingEffort::least ? settings.bitRate * 5 / 8 : settings.bitRate;
+}
 
-/// The time whose bits the rate control's buffer holds, as a part of a second: a key frame of a busy picture fits.
-constexpr std::int64_t bufferNumerator = 3;
-constexpr std::int64_t bufferDenominator = 4;
+const std::vector<VideoEncoderCandidate::Option>& effortOptions(const VideoEncoderCandidate& candidate, EncodingEffort effort)
+{
+    switch (effort) {
+    case EncodingEffort::least:
+        return candidate.leastEffort;
+    case EncodingEffort::low:
+        return candidate.lowEffort;
+    case EncodingEffort::normal:
+        break;
+    }
+    return candidate.normalEffort;
+}
 
 std::span<const std::byte> bytes(const std::uint8_t* data, int size)
 {
@@ -89,6 +104,45 @@ public:
 
     int encode(AVFrame& picture, std::int64_t presentationTime, bool asKeyFrame, std::vector<Packet>& packets) override
     {
+        return encode(picture, presentationTime, asKeyFrame, budget_.earnedBy(presentationTime), packets);
+    }
+
+    [[nodiscard]] std::int64_t unspentBits(std::int64_t presentationTime) const override
+    {
+        return isSoftware_ ? budget_.unspent(presentationTime) : 0;
+    }
+
+    int takeOver(AVFrame& picture, std::int64_t presentationTime, std::int64_t unspentBits) override
+    {
+        if (!isSoftware_)
+            return AVERROR(ENOSYS);
+        std::vector<Packet> unseen;
+        return encode(picture, presentationTime, true, budget_.missingTo(unspentBits), unseen);
+    }
+
+    int drain(std::vector<Packet>& packets) override
+    {
+        if (const int error = avcodec_send_frame(context_.get(), nullptr))
+            return error;
+        return receive(packets);
+    }
+
+    [[nodiscard]] FormatDescriptionRef format() const override { return format_; }
+
+private:
+    LibavVideoEncoder(const VideoEncoderSettings& settings, const VideoEncoderCandidate& candidate, AvCodecContext context)
+        : settings_(settings)
+        , layout_(candidate.layout)
+        , isSoftware_(candidate.isSoftware)
+        , budget_(settings.bitRate, spentRate(settings), settings.takesOver)
+        , context_(std::move(context))
+        , received_(av_packet_alloc())
+    {
+    }
+
+    /// `earned`: the bits by which the rate control's buffer is filled.
+    int encode(AVFrame& picture, std::int64_t presentationTime, bool asKeyFrame, std::int64_t earned, std::vector<Packet>& packets)
+    {
         AVFrame* input = &picture;
         AvFrame uploaded;
         if (hardwareFrames_) {
@@ -109,46 +163,24 @@ public:
         input->colorspace = context_->colorspace;
         input->chroma_location = context_->chroma_sample_location;
 
+        // What a frame of the planned duration gets at this rate.
         if (isSoftware_)
-            context_->rc_max_rate = budgetFor(presentationTime);
+            context_->rc_max_rate = earned * BitBudget::plannedFrameRate;
 
+        const std::size_t packetsBefore = packets.size();
         int error = avcodec_send_frame(context_.get(), input);
         if (error == AVERROR(EAGAIN)) {
             if (const int receiveError = receive(packets))
                 return receiveError;
             error = avcodec_send_frame(context_.get(), input);
         }
-        return error ? error : receive(packets);
-    }
-
-    int drain(std::vector<Packet>& packets) override
-    {
-        if (const int error = avcodec_send_frame(context_.get(), nullptr))
-            return error;
-        return receive(packets);
-    }
-
-    [[nodiscard]] FormatDescriptionRef format() const override { return format_; }
-
-private:
-    LibavVideoEncoder(const VideoEncoderSettings& settings, const VideoEncoderCandidate& candidate, AvCodecContext context)
-        : settings_(settings)
-        , layout_(candidate.layout)
-        , isSoftware_(candidate.isSoftware)
-        , context_(std::move(context))
-        , received_(av_packet_alloc())
-    {
-    }
-
-    /// The rate at which a frame of the planned duration gets the bits that the time since the last frame is worth.
-    std::int64_t budgetFor(std::int64_t presentationTime)
-    {
-        constexpr std::int64_t shortest = timescale / 1000;
-        constexpr std::int64_t longest = timescale / 2;
-        const std::int64_t elapsed =
-            lastTime_ ? std::clamp(presentationTime - *lastTime_, shortest, longest) : std::int64_t{timescale / plannedFrameRate};
-        lastTime_ = presentationTime;
-        return settings_.bitRate * elapsed / timescale * plannedFrameRate;
+        if (!error)
+            error = receive(packets);
+        std::size_t spent = 0;
+        for (std::size_t index = packetsBefore; index < packets.size(); ++index)
+            spent += 8 * packets[index].data.bytes.size();
+        budget_.encoded(presentationTime, earned, static_cast<std::int64_t>(spent));
+        return error;
     }
 
     void configure()
@@ -158,11 +190,13 @@ private:
         c.height = settings_.height;
         c.pix_fmt = pixelFormat(layout_);
         c.time_base = {1, timescale};
-        c.framerate = {plannedFrameRate, 1};
+        c.framerate = {BitBudget::plannedFrameRate, 1};
         c.sample_aspect_ratio = {1, 1};
         c.bit_rate = isSoftware_ ? 0 : settings_.bitRate;
         c.rc_max_rate = isSoftware_ ? settings_.bitRate : settings_.bitRate * 3 / 2;
-        c.rc_buffer_size = static_cast<int>(std::min<std::int64_t>(settings_.bitRate * bufferNumerator / bufferDenominator, INT32_MAX));
+        c.rc_buffer_size = static_cast<int>(std::min<std::int64_t>(BitBudget::capacity(settings_.bitRate), INT32_MAX));
+        if (settings_.takesOver)
+            c.rc_initial_buffer_occupancy = 1;
         c.gop_size = settings_.maxKeyFrameInterval;
         c.max_b_frames = 0;
         c.profile = profileH264High;
@@ -211,7 +245,7 @@ private:
         AvDictionary options;
         for (const auto& option : candidate.options)
             options.set(option.name, option.value);
-        for (const auto& option : settings_.effort == EncodingEffort::low ? candidate.lowEffort : candidate.normalEffort)
+        for (const auto& option : effortOptions(candidate, settings_.effort))
             options.set(option.name, option.value);
         if (const int error = avcodec_open2(context_.get(), &codec, options.get()))
             return error;
@@ -265,7 +299,7 @@ private:
     const VideoEncoderSettings settings_;
     const Layout layout_;
     const bool isSoftware_;
-    std::optional<std::int64_t> lastTime_;
+    BitBudget budget_;
     AvBuffer hardwareFrames_;
     AvCodecContext context_;
     AvPacket received_;
@@ -303,8 +337,9 @@ const std::vector<VideoEncoderCandidate>& videoEncoderCandidates()
             .layout = Layout::i420,
             .options = {{"tune", "zerolatency"}, {"profile", "high"}, {"crf", x264Quality}, {"forced-idr", "1"},
                 {"x264-params", x264Parameters}},
-            .normalEffort = {{"preset", "superfast"}},
-            .lowEffort = {{"preset", "ultrafast"}, {"partitions", "i8x8"}},
+            .normalEffort = {{"preset", "superfast"}, {"aq-mode", "variance"}, {"aq-strength", "0.6"}},
+            .lowEffort = {{"preset", "ultrafast"}, {"partitions", "i8x8"}, {"aq-mode", "variance"}, {"aq-strength", "0.6"}},
+            .leastEffort = {{"preset", "ultrafast"}, {"aq-mode", "none"}},
             .isSoftware = true,
             .headerOption = VideoEncoderCandidate::Option{"x264-params", x264HeaderParameters.c_str()}},
     };

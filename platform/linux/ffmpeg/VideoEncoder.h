@@ -6,6 +6,7 @@
 #include "media/SampleBuffer.h"
 #include "platform/linux/ffmpeg/AvHandles.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -18,8 +19,8 @@ namespace velmora::linux_backend {
 /// An AVERROR; never 0.
 using AvError = int;
 
-/// How hard a software encoder tries.
-enum class EncodingEffort { low, normal };
+/// How hard a software encoder tries, in order. The least is for what a machine cannot do otherwise: it spends five eighths of the bits too.
+enum class EncodingEffort { least, low, normal };
 
 struct VideoEncoderSettings {
     std::int32_t width = 0;  ///< even
@@ -27,6 +28,7 @@ struct VideoEncoderSettings {
     std::int64_t bitRate = 8'000'000;  ///< bits per second
     int maxKeyFrameInterval = 30;  ///< frames
     EncodingEffort effort = EncodingEffort::normal;
+    bool takesOver = false;  ///< has no bits to spend until takeOver() says how many
 };
 
 /// Takes pictures in 4:2:0 at uneven times, puts out access units with four-byte lengths. No frame is reordered. Used on one thread.
@@ -46,12 +48,24 @@ public:
     /// The layout in which pictures are wanted.
     [[nodiscard]] virtual engine::Yuv420View::Layout layout() const = 0;
 
-    /// Each packet comes out with its picture, and the idr_pic_id of the key frames (ITU-T H.264 7.4.3) alternates between two values.
+    /// Each packet comes out with its picture, and the idr_pic_id of the key frames (ITU-T H.264 7.4.3) alternates between two values, the
+    /// first of which is the same in all encoders. One of another effort makes the same stream, to the byte of its parameter sets.
     [[nodiscard]] virtual bool alternatesKeyFrames() const { return false; }
 
     /// `picture` is only referred to: the encoder may keep a reference of its own. Times increase strictly. Finished packets, of this
     /// picture or of earlier ones, are appended to `packets`. 0 or an AVERROR.
     virtual int encode(AVFrame& picture, std::int64_t presentationTime, bool asKeyFrame, std::vector<Packet>& packets) = 0;
+
+    /// How many bits a picture at this time could take at once, which is what its predecessors have left. 0 where that is not known.
+    [[nodiscard]] virtual std::int64_t unspentBits([[maybe_unused]] std::int64_t presentationTime) const { return 0; }
+
+    /// For an encoder that was opened to take over: encodes `picture`, whose key frame nobody is to see, and lets those that follow spend
+    /// what the encoder before it had left. 0 or an AVERROR.
+    virtual int takeOver(
+        [[maybe_unused]] AVFrame& picture, [[maybe_unused]] std::int64_t presentationTime, [[maybe_unused]] std::int64_t unspentBits)
+    {
+        return AVERROR(ENOSYS);
+    }
 
     /// Appends what is still inside. The encoder is used up afterwards.
     virtual int drain(std::vector<Packet>& packets) = 0;
@@ -74,6 +88,7 @@ struct VideoEncoderCandidate {
     std::vector<Option> options = {};
     std::vector<Option> normalEffort = {};  ///< in addition, with this effort
     std::vector<Option> lowEffort = {};
+    std::vector<Option> leastEffort = {};
     bool isSoftware = false;
     /// With this option as well, the encoder would encode the same, but describe it as wanted: the parameter sets are taken
     /// from an encoder that is opened with it and closed again.

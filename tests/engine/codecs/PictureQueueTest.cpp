@@ -58,6 +58,19 @@ TEST_F(PictureQueueTest, AFourthPictureTakesThePlaceOfTheThird)
     EXPECT_TRUE(queue_.isEmpty());
 }
 
+TEST_F(PictureQueueTest, EachPictureSaysHowManyHaveBeenDroppedInAllThoseBehindItToo)
+{
+    for (std::uint64_t sequence = 1; sequence <= 5; ++sequence)
+        push(sequence);
+    const auto first = queue_.pop();
+    EXPECT_EQ(first->droppedInAll, 2U);
+    EXPECT_EQ(first->droppedBefore, 0U);
+    push(6);
+    push(7);
+    EXPECT_EQ(queue_.pop()->droppedInAll, 3U);
+    EXPECT_EQ(queue_.pop()->droppedInAll, 3U);
+}
+
 TEST_F(PictureQueueTest, TheFirstPictureChangedAltogether)
 {
     push(7, {{0, 0, 1, 1}});

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstddef>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -30,6 +31,18 @@ std::vector<std::string> recordArguments(std::uint32_t window, const std::filesy
     auto arguments = velmora({"record", "--window", std::to_string(window), "--output", file.string()});
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
+}
+
+/// Takes the line that begins so out of `text`.
+std::string takeLine(std::string& text, const std::string& beginning)
+{
+    const auto begin = text.find(beginning);
+    if (begin == std::string::npos || (begin > 0 && text[begin - 1] != '\n'))
+        return {};
+    const auto end = std::min(text.find('\n', begin), text.size() - 1) + 1;
+    auto line = text.substr(begin, end - begin);
+    text.erase(begin, end - begin);
+    return line;
 }
 
 }  // namespace
@@ -56,6 +69,7 @@ ProgramOutcome Program::finish()
         process_.signal(SIGKILL);
     outcome.status = process_.wait();
     outcome.messages = contentOf(directory_.path() / "messages");
+    outcome.loss = takeLine(outcome.messages, "The machine did not keep up: ");
     return outcome;
 }
 

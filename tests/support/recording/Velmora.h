@@ -23,7 +23,8 @@ using Environment = std::map<std::string, std::string>;
 struct ProgramOutcome {
     std::optional<int> status;  ///< none when a signal ended it
     std::string output;
-    std::string messages;  ///< standard error
+    std::string messages;  ///< standard error, without what follows
+    std::string loss;  ///< the line there about pictures for which the machine was too slow, which it may be in any test; else empty
 
     [[nodiscard]] std::string lastLine() const;
 };

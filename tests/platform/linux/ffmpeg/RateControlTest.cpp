@@ -1,9 +1,12 @@
 // How many bits the software encoder spends, and when.
 
 #include "platform/linux/ffmpeg/LibavCompressionSession.h"
+#include "platform/linux/ffmpeg/PictureConverter.h"
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
+#include "platform/linux/ffmpeg/Yuv420Frame.h"
 #include "tests/platform/linux/ffmpeg/Decoding.h"
 #include "tests/platform/linux/ffmpeg/SessionOutput.h"
+#include "tests/platform/linux/ffmpeg/TrialEncoders.h"
 #include "tests/support/FrameNumber.h"
 #include "tests/support/media/TestPictures.h"
 
@@ -161,6 +164,46 @@ TEST(RateControl, LowEffortKeepsTheSameRate)
     recording.expectToDecode();
 }
 
+TEST(RateControl, TheLeastEffortSpendsFewerBits)
+{
+    Recording recording{EncodingEffort::least};
+    recording.addMotion(5 * second, 30);
+    EXPECT_NEAR(recording.bitsBetween(second, recording.now()) / 4, 5. / 8 * averageRate, 0.25 * averageRate);
+    EXPECT_LE(recording.mostBitsWithin(second), mostInOneSecond);
+    recording.expectToDecode();
+}
+
+TEST(RateControl, EncodersThatTakeOverFromEachOtherSpendWhatOneWould)
+{
+    auto settings = testing::settingsFor(noiseWidth, noiseHeight);
+    auto encoder = std::move(*openVideoEncoder(testing::softwareEncoder(), settings));
+    PictureConverter converter{noiseWidth, noiseHeight, encoder->layout()};
+    const auto black = makeBlackFrame(encoder->layout(), noiseWidth, noiseHeight);
+    ASSERT_TRUE(black);
+    std::vector<VideoEncoder::Packet> packets;
+    Canvas canvas{noiseWidth, noiseHeight};
+    constexpr std::int64_t pictures = 300;
+    for (std::int64_t number = 0; number < pictures; ++number) {
+        const auto time = number * VideoEncoder::timescale / 60;
+        // Ten times a second: with a buffer that is filled anew for each there would be some fifty million bits a second.
+        if (number > 0 && number % 6 == 0) {
+            settings.takesOver = true;
+            settings.effort = settings.effort == EncodingEffort::normal ? EncodingEffort::low : EncodingEffort::normal;
+            auto next = std::move(*openVideoEncoder(testing::softwareEncoder(), settings));
+            ASSERT_EQ(next->takeOver(*black, time - 1, encoder->unspentBits(time - 1)), 0);
+            encoder = std::move(next);
+        }
+        test::paintMovingScene(canvas, static_cast<int>(number), 96);
+        ASSERT_EQ(encoder->encode(*converter.convert(*canvas.picture(), engine::DirtyArea::whole()), time, number % 6 == 0, packets), 0);
+    }
+    ASSERT_EQ(packets.size(), static_cast<std::size_t>(pictures));
+    double bits = 0;
+    for (const auto& packet : packets)
+        bits += 8.0 * static_cast<double>(packet.data.bytes.size());
+    EXPECT_LE(bits, 1.05 * (5 * averageRate + 6e6));
+    EXPECT_GE(bits, 0.5 * 5 * averageRate);
+}
+
 TEST(RateControl, UnevenFrameTimesTakeTheAverageRate)
 {
     Recording recording;
@@ -198,7 +241,7 @@ TEST(RateControl, MotionAfterAnUnevenGapIsNoBurst)
 
 TEST(RateControl, FilesThatBeginOverAndOverInMotionTakeTheAverageRateAndEveryFrameIsWhole)
 {
-    for (const auto effort : {EncodingEffort::normal, EncodingEffort::low}) {
+    for (const auto effort : {EncodingEffort::normal, EncodingEffort::low, EncodingEffort::least}) {
         Recording recording{effort};
         for (int i = 0; i < 60; ++i) {
             recording.beginFile();
@@ -228,7 +271,7 @@ TEST(RateControl, AFileThatBeginsInAStillWindowIsNoBurst)
 
 TEST(RateControl, AFrameAfterABurstOfFramesShowsNothingOfTheFrameBefore)
 {
-    for (const auto effort : {EncodingEffort::normal, EncodingEffort::low}) {
+    for (const auto effort : {EncodingEffort::normal, EncodingEffort::low, EncodingEffort::least}) {
         Recording recording{effort};
         for (int i = 0; i < 8; ++i) {
             recording.addNumberedNoise(20, second / 60);
