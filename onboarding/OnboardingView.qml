@@ -113,7 +113,8 @@ Rectangle {
         RowLayout {
             Layout.leftMargin: Theme.windowMargin
             Layout.rightMargin: Theme.windowMargin
-            Layout.preferredHeight: 68
+            // Larger text takes more lines beside the last button.
+            Layout.preferredHeight: Math.max(68, remark.implicitHeight + 2 * Theme.gap)
             spacing: Theme.gap
 
             TextButton {
@@ -127,6 +128,8 @@ Rectangle {
                 }
             }
             Caption {
+                id: remark
+
                 Layout.fillWidth: true
                 Layout.leftMargin: Theme.gap
                 horizontalAlignment: Text.AlignRight

@@ -85,17 +85,29 @@ StepPage {
                     }
                 }
             }
-            RowLayout {
+            FittedRow {
+                id: buttons
+
                 visible: !page.isGranted
                 spacing: Theme.gap
+                buttons: [openButton, checkButton]
 
                 TextButton {
+                    id: openButton
+
                     text: "Open System Settings"
+                    fit: buttons.fit
                     onClicked: page.openSystemSettings(focusReason)
                 }
                 TextButton {
+                    id: checkButton
+
                     text: "I've Granted It — Check Status"
+                    fit: buttons.fit
                     onClicked: page.checkStatus(focusReason)
+                }
+                Item {
+                    Layout.fillWidth: true
                 }
             }
         }

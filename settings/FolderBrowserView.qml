@@ -153,10 +153,16 @@ Rectangle {
         }
 
         FittedRow {
+            id: buttons
+
             spacing: Theme.gap
+            buttons: [newFolderButton, cancelButton, chooseButton]
 
             TextButton {
+                id: newFolderButton
+
                 text: "New Folder"
+                fit: buttons.fit
                 symbol: "folder.badge.plus"
                 enabled: !root.model.isNamingFolder
                 onClicked: root.model.beginNamingFolder()
@@ -165,11 +171,17 @@ Rectangle {
                 Layout.fillWidth: true
             }
             TextButton {
+                id: cancelButton
+
                 text: "Cancel"
+                fit: buttons.fit
                 onClicked: root.model.cancel()
             }
             TextButton {
+                id: chooseButton
+
                 text: root.model.prompt
+                fit: buttons.fit
                 prominent: true
                 enabled: !root.model.isNamingFolder
                 onClicked: root.model.choose()

@@ -42,7 +42,7 @@ T.Button {
             anchors.centerIn: parent
             name: button.symbol
             color: button.symbolColor
-            size: button.symbolSize
+            size: button.bordered ? Math.round(button.symbolSize * Theme.textScale) : button.symbolSize
         }
     }
 

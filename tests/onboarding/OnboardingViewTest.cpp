@@ -237,6 +237,42 @@ TEST_F(OnboardingViewTest, NoStepHasACutOffTextOrNeedsScrolling)
     window.expectNothingIsCutOff({24, 0, 592, 530});
 }
 
+TEST_F(OnboardingViewTest, TheLargestTextLeavesNeitherItsCardNorItsBar)
+{
+    setTextScale(window.engine(), 1.5);
+    const auto placeOf = [](const QQuickItem& item) { return item.mapRectToScene({0, 0, item.width(), item.height()}); };
+    const auto expectAllInside = [&](const char* state) {
+        for (int step = 0; step < 5; ++step) {
+            SCOPED_TRACE(std::string{state} + ", step " + std::to_string(step + 1));
+            show(step);
+            show(step);
+            window.forEachVisible([&](QQuickItem& item) {
+                const bool isText = item.inherits("QQuickText") && !item.property("text").toString().isEmpty();
+                if (!isText && !item.inherits("QQuickAbstractButton"))
+                    return;
+                const auto text = item.property("text").toString().toStdString();
+                const auto place = placeOf(item);
+                EXPECT_GE(place.left(), 16) << text;
+                EXPECT_LE(place.right(), 640 - 16) << text;
+                const QQuickItem* card = &item;
+                while (card && !card->inherits("QQuickPane") && !card->inherits("QQuickFlickable"))
+                    card = card->parentItem();
+                if (!card) {
+                    EXPECT_LE(place.bottom(), 530 - 4) << text << " in the bar";
+                } else if (card->inherits("QQuickPane")) {
+                    EXPECT_TRUE(placeOf(*card).contains(place)) << text << " ends at " << place.right() << ", " << place.bottom();
+                }
+            });
+        }
+    };
+    expectAllInside("ordinary");
+    withdrawPermission("Windows of a Wayland session cannot be captured yet; log in to an X11 session.");
+    hasTray = false;
+    refuseShortcut();
+    model.viewWillAppear();
+    expectAllInside("nothing is granted");
+}
+
 TEST_F(OnboardingViewTest, TheCardsOfTheFirstStepAreInOrderEachWithItsSymbol)
 {
     EXPECT_EQ(order({"Pick Your Video Window", "Start Recording When Ready", "Your Clip is Saved"}),
