@@ -109,6 +109,11 @@ QFont Theme::fitted(const QFont& font, const QString& text, double width)
     return made;
 }
 
+QString Theme::availability(bool isEnabled)
+{
+    return isEnabled ? QString{} : QStringLiteral("Not available now");
+}
+
 QString Theme::oneLine(const QString& text)
 {
     return velmora::oneLine(text);

@@ -82,6 +82,9 @@ public:
     Q_INVOKABLE static QFont smaller(const QFont& font, double part);
     Q_INVOKABLE static QFont fitted(const QFont& font, const QString& text, double width);
 
+    /// What assistive technology says of a control that is or is not enabled. Qt Quick does not tell it that state.
+    Q_INVOKABLE static QString availability(bool isEnabled);
+
     /// Text from outside, as brand/ShownText.h has it.
     Q_INVOKABLE static QString oneLine(const QString& text);
     Q_INVOKABLE static QString paragraphs(const QString& text);

@@ -23,7 +23,7 @@ T.Button {
 
     Accessible.role: Accessible.Button
     Accessible.name: text
-    Accessible.description: toolTip
+    Accessible.description: enabled ? toolTip : Theme.availability(enabled)
     Accessible.onPressAction: button.enabled && button.clicked()
     Keys.onReturnPressed: event => event.isAutoRepeat || button.clicked()
     Keys.onEnterPressed: event => event.isAutoRepeat || button.clicked()

@@ -35,6 +35,7 @@ T.Button {
 
     Accessible.role: Accessible.Button
     Accessible.name: accessibleName
+    Accessible.description: Theme.availability(enabled)
     Accessible.onPressAction: button.enabled && button.clicked()
     Keys.onReturnPressed: event => event.isAutoRepeat || button.clicked()
     Keys.onEnterPressed: event => event.isAutoRepeat || button.clicked()

@@ -440,6 +440,7 @@ Rectangle {
                     elide: Text.ElideMiddle
                     Accessible.role: Accessible.StatusBar
                     Accessible.name: text
+                    Accessible.ignored: text === ""
                 }
                 SavedClipButton {
                     text: "Play"

@@ -189,6 +189,42 @@ TEST(Controls, TellAssistiveTechnologyTheirRoleAndName)
     }
 }
 
+TEST(Controls, TellAssistiveTechnologyInWordsThatTheyAreDisabledSinceTheirStateDoesNot)
+{
+    for (const auto* qml :
+        {"TextButton { objectName: 'it'; text: 'Start' }", "IconButton { objectName: 'it'; text: 'Share'; symbol: 'globe' }",
+            "Slider { objectName: 'it'; text: 'Position' }", "Switch { objectName: 'it'; text: 'Start at log-in' }"}) {
+        const QuickTestWindow window{QLatin1String(qml)};
+        auto* accessible = QAccessible::queryAccessibleInterface(window.item("it"));
+        const auto said = QStringLiteral("Not available now");
+        EXPECT_FALSE(accessible->text(QAccessible::Description).contains(said)) << qml;
+        window.item("it")->setEnabled(false);
+        EXPECT_TRUE(accessible->text(QAccessible::Description).contains(said)) << qml;
+        window.item("it")->setEnabled(true);
+        EXPECT_FALSE(accessible->text(QAccessible::Description).contains(said)) << qml;
+    }
+}
+
+TEST(Card, IsToldToAssistiveTechnologyOnlyWhereItHasAName)
+{
+    const auto namesIn = [](const QuickTestWindow& window) {
+        QStringList names;
+        const auto collect = [&names](const auto& self, QAccessibleInterface& node) -> void {
+            for (int index = 0; index < node.childCount(); ++index) {
+                auto& child = *node.child(index);
+                names.append(child.text(QAccessible::Name));
+                self(self, child);
+            }
+        };
+        collect(collect, *QAccessible::queryAccessibleInterface(const_cast<QQuickWindow*>(&window.window())));
+        return names.join(QLatin1Char('|')).toStdString();
+    };
+    const QuickTestWindow plain{QLatin1String("Card { Label { text: 'Inside' } }")};
+    EXPECT_EQ(namesIn(plain), "Inside");
+    const QuickTestWindow named{QLatin1String("Card { Accessible.name: 'Trim'; Label { text: 'Inside' } }")};
+    EXPECT_EQ(namesIn(named), "Trim|Inside");
+}
+
 TEST(TextButton, IsPressedOnceByAssistiveTechnology)
 {
     test::application();
