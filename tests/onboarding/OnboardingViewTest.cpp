@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <memory>
+#include <string>
 
 namespace velmora {
 namespace {
@@ -57,6 +59,13 @@ protected:
         for (const auto& [y, what] : found)
             joined += (joined.empty() ? "" : "|") + what;
         return joined;
+    }
+
+    /// How many of the steps there are in that view.
+    [[nodiscard]] static auto madeSteps(const QObject& root)
+    {
+        const auto items = root.findChildren<QQuickItem*>();
+        return std::count_if(items.begin(), items.end(), [](const QQuickItem* item) { return item->inherits("QQuickFlickable"); });
     }
 
     static constexpr double topBar = 52;
@@ -464,6 +473,19 @@ TEST_F(OnboardingViewTest, EscapeClosesAndRemembersNothing)
     EXPECT_FALSE(model.hasCompletedWalkthrough());
 }
 
+TEST_F(OnboardingViewTest, TheFirstFrameWaitsForTheStepThatItShowsOnlyAndTheOthersAreMadeBehindIt)
+{
+    model.setCurrentStep(2);
+    QQmlComponent component{&window.engine(), view};
+    const std::unique_ptr<QObject> notShown{
+        component.createWithInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model)}})};
+    ASSERT_TRUE(notShown);
+    EXPECT_EQ(madeSteps(*notShown), 1);
+    static_cast<void>(window.grab());
+    window.settle([&] { return madeSteps(*window.root()) == 5; });
+    EXPECT_TRUE(window.shows(QStringLiteral("Simple & Obvious Commands")));
+}
+
 TEST_F(OnboardingViewTest, TheDotsTellTheStep)
 {
     const auto coralWidth = [this] {
@@ -493,6 +515,7 @@ TEST_F(OnboardingViewTest, AStepFadesInUnlessTheDesktopAsksForLessMotion)
     EXPECT_FALSE(window.shows(QStringLiteral("Pick Your Video Window")));
 
     setReducesMotion(window.engine(), false);
+    window.settle([&] { return madeSteps(*window.root()) == 5; });
     model.next();
     window.settle(fading);
     window.settle([&] { return !fading() && !window.shows(QStringLiteral("Where to Find Velmora")); });
