@@ -91,6 +91,7 @@ StepPage {
                 visible: !page.isGranted
                 spacing: Theme.gap
                 buttons: [openButton, checkButton]
+                room: page.width - 2 * Theme.windowMargin - 2 * Theme.largeGap
 
                 TextButton {
                     id: openButton

@@ -157,6 +157,7 @@ Rectangle {
 
             spacing: Theme.gap
             buttons: [newFolderButton, cancelButton, chooseButton]
+            room: root.width - 2 * Theme.windowMargin
 
             TextButton {
                 id: newFolderButton

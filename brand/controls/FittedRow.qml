@@ -10,11 +10,14 @@ RowLayout {
     // Those in it, which take their `fit` from it.
     required property list<TextButton> buttons
 
+    // How wide it can be. Not the width that a layout gives it: buttons that became smaller while they are laid out would be too late.
+    required property real room
+
     readonly property real fit: {
         let usualWidth = 0;
         for (let i = 0; i < buttons.length; ++i)
             usualWidth += buttons[i].usualWidth;
-        return width > 0 ? Math.min(1, (width - buttons.length * spacing) / usualWidth) : 1;
+        return room > 0 ? Math.min(1, (room - buttons.length * spacing) / usualWidth) : 1;
     }
 
     Layout.minimumWidth: Theme.textScale > 1 ? 0 : -1

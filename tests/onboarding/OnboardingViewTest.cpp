@@ -248,14 +248,17 @@ TEST_F(OnboardingViewTest, NoStepHasACutOffTextOrNeedsScrolling)
 
 TEST_F(OnboardingViewTest, TheLargestTextLeavesNeitherItsCardNorItsBar)
 {
-    setTextScale(window.engine(), 1.5);
+    ViewTestWindow large{view, model, size, 1.5};
+    setReducesMotion(large.engine(), true);
     const auto placeOf = [](const QQuickItem& item) { return item.mapRectToScene({0, 0, item.width(), item.height()}); };
     const auto expectAllInside = [&](const char* state) {
         for (int step = 0; step < 5; ++step) {
             SCOPED_TRACE(std::string{state} + ", step " + std::to_string(step + 1));
-            show(step);
-            show(step);
-            window.forEachVisible([&](QQuickItem& item) {
+            model.setCurrentStep(step);
+            static_cast<void>(large.grab());
+            static_cast<void>(large.grab());
+            large.expectNoTextsOverlap();
+            large.forEachVisible([&](QQuickItem& item) {
                 const bool isText = item.inherits("QQuickText") && !item.property("text").toString().isEmpty();
                 if (!isText && !item.inherits("QQuickAbstractButton"))
                     return;

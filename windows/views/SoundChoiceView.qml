@@ -142,6 +142,7 @@ ColumnLayout {
 
         spacing: 8
         buttons: [refreshButton, backButton, startButton]
+        room: root.width
 
         TextButton {
             id: refreshButton

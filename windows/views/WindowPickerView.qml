@@ -14,27 +14,38 @@ Rectangle {
 
     // With larger text the window, which keeps its size, has room for rows only where what stands around them takes less.
     readonly property bool isTight: Theme.textScale > 1
-    readonly property font purposeFont: Theme.fitted(Theme.bodyFont, purpose.text, width - 2 * Theme.windowMargin)
+    readonly property real room: width - 2 * Theme.windowMargin
+    readonly property font purposeFont: Theme.fitted(Theme.bodyFont, purpose.text, room > 0 ? room : Infinity)
 
-    component Tip: RowLayout {
-        spacing: 8
+    component Tip: Item {
+        id: tip
+
+        // How wide it is, which its lines have to know before they are laid out.
+        required property real room
+
+        implicitWidth: room
+        implicitHeight: words.implicitHeight
 
         Symbol {
-            Layout.alignment: Qt.AlignTop
+            id: bulb
+
             name: "lightbulb.fill"
             color: Theme.tip
             size: Math.round(16 * Theme.textScale)
         }
-        ColumnLayout {
-            Layout.fillWidth: true
+        Column {
+            id: words
+
+            x: bulb.width + Theme.gap
+            width: tip.room - x
             spacing: 2
 
             Caption {
-                Layout.fillWidth: true
+                width: parent.width
                 text: "Tip: Make sure the browser or video player window is open on your screen (not minimized into the Dock)."
             }
             Caption {
-                Layout.fillWidth: true
+                width: parent.width
                 text: "On this desktop the Dock is the task bar or launcher, and 1 pt is 1 pixel."
             }
         }
@@ -161,6 +172,7 @@ Rectangle {
                     Tip {
                         Layout.topMargin: Theme.gap
                         visible: root.isTight
+                        room: root.room - 2 * Theme.largeGap
                     }
                 }
             }
@@ -195,19 +207,16 @@ Rectangle {
                 }
 
                 // Beneath the last row.
-                footer: Loader {
-                    active: root.isTight
-                    x: 20
-                    width: list.width - 2 * x
-                    sourceComponent: Item {
-                        implicitHeight: tip.implicitHeight + 16
+                footer: Item {
+                    height: root.isTight ? lastTip.implicitHeight + 2 * Theme.gap : 0
 
-                        Tip {
-                            id: tip
+                    Tip {
+                        id: lastTip
 
-                            y: 8
-                            width: parent.width
-                        }
+                        x: 20
+                        y: Theme.gap
+                        visible: root.isTight
+                        room: root.room - 40
                     }
                 }
 
@@ -310,6 +319,7 @@ Rectangle {
 
         Tip {
             visible: !root.isTight
+            room: root.room
         }
 
         LineLabel {
@@ -326,6 +336,7 @@ Rectangle {
 
             spacing: 8
             buttons: [refreshButton, cancelButton, startButton]
+            room: root.room
 
             TextButton {
                 id: refreshButton

@@ -19,13 +19,15 @@ CapturedWindowInfo listed(std::uint32_t id, const char* appName, const char* tit
     return {.id = id, .title = title, .appName = appName, .bundleID = appName, .frame = {0, 0, 1279.6, 720.9}, .isOnScreen = true};
 }
 
+const QUrl pickerView{QStringLiteral("qrc:/Velmora/Windows/WindowPickerView.qml")};
+
 class WindowPickerViewTest : public testing::Test, protected test::CoordinatorFixture {
 protected:
     WindowPickerViewTest()
     {
         static void (*volatile types)() = &qml_register_types_Velmora_Windows;
         [[maybe_unused]] const auto linked = types;
-        window.emplace(QUrl{QStringLiteral("qrc:/Velmora/Windows/WindowPickerView.qml")}, model, QSize{560, 480});
+        window.emplace(pickerView, model, QSize{560, 480});
         QObject::connect(&model, &WindowPickerModel::dismissed, &model, [this] { ++dismissals; });
     }
 
@@ -397,6 +399,30 @@ TEST_F(WindowPickerViewTest, WithTheLargestTextMoreThanTwoAndAHalfRowsAreInSight
     EXPECT_TRUE(window->shows(QStringLiteral("On this desktop the Dock is the task bar or launcher, and 1 pt is 1 pixel.")));
 }
 
+TEST_F(WindowPickerViewTest, OpenedWithLargerTextItHasRoomForEverythingFromTheBeginning)
+{
+    for (const double scale : {1.0, 1.25, 1.5}) {
+        SCOPED_TRACE(scale);
+        window.emplace(pickerView, model, QSize{560, 480}, scale);
+        content->content.windows.clear();
+        appear({listed(1, "Alpha", "a film"), listed(2, "Beta", "b film")});
+        static_cast<void>(window->grab());
+        window->expectNoTextsOverlap();
+        double right = 0;
+        for (const auto* text : {"Refresh List", "Cancel", "Start Clipping This Window"}) {
+            const auto& button = window->button(QLatin1String(text));
+            const auto place = button.mapRectToScene({0, 0, button.width(), button.height()});
+            EXPECT_GE(place.left(), right + 8 - 0.5) << text;
+            right = place.right();
+        }
+        EXPECT_NEAR(right, 560 - 24, 1) << "the last ends where the list does";
+        model.setSearchText(QStringLiteral("nothing of that name"));
+        static_cast<void>(window->grab());
+        window->expectNoTextsOverlap();
+        model.setSearchText({});
+    }
+}
+
 TEST_F(WindowPickerViewTest, WhatItIsForIsReadableToItsEndHoweverLargeTextIs)
 {
     appearWithThree();
@@ -514,7 +540,7 @@ TEST_F(WindowPickerViewTest, WithoutIconsThereIsNoPlaceForThem)
     appear({listed(1, "Alpha", "a film")});
     const double withPlace = leftOfName();
     content->hasIcons = false;
-    window.emplace(QUrl{QStringLiteral("qrc:/Velmora/Windows/WindowPickerView.qml")}, model, QSize{560, 480});
+    window.emplace(pickerView, model, QSize{560, 480});
     static_cast<void>(window->grab());
     EXPECT_EQ(leftOfName(), withPlace - 36);
 }
