@@ -25,11 +25,16 @@ struct Slice {
     int toLength;
 };
 
+std::vector<Slice> oneSlice(int length)
+{
+    return {{0, length, 0, length}};
+}
+
 // Between two corners all pixels are the same, so the picture has one of them.
 std::vector<Slice> slices(int length, int corner)
 {
     if (length <= 2 * corner + 1)
-        return {{0, length, 0, length}};
+        return oneSlice(length);
     return {{0, corner, 0, corner}, {corner, 1, corner, length - 2 * corner}, {corner + 1, corner, length - corner, corner}};
 }
 
@@ -87,7 +92,10 @@ void RoundedSurface::geometryChange(const QRectF& geometry, const QRectF& oldGeo
 
 QSGNode* RoundedRectangle::paintedNode()
 {
-    const double scale = window()->effectiveDevicePixelRatio();
+    // Inside something that is itself scaled, each slice would be rounded to pixels by itself.
+    const double enlargement = itemTransform(nullptr, nullptr).m11();
+    const bool isInSlices = qFuzzyCompare(enlargement, 1.0);
+    const double scale = window()->effectiveDevicePixelRatio() * (isInSlices ? 1 : enlargement);
     const int pixelWidth = qRound(width() * scale);
     const int pixelHeight = qRound(height() * scale);
     const bool hasBorder = borderWidth_ > 0 && borderColor_.alpha() > 0;
@@ -97,8 +105,8 @@ QSGNode* RoundedRectangle::paintedNode()
     const double radius = std::min(radius_ * scale, std::min(pixelWidth, pixelHeight) / 2.0);
     const double border = hasBorder ? std::max(1.0, std::floor(borderWidth_ * scale)) : 0;
     const int corner = static_cast<int>(std::ceil(std::max(radius, border)));
-    const auto columns = slices(pixelWidth, corner);
-    const auto rows = slices(pixelHeight, corner);
+    const auto columns = isInSlices ? slices(pixelWidth, corner) : oneSlice(pixelWidth);
+    const auto rows = isInSlices ? slices(pixelHeight, corner) : oneSlice(pixelHeight);
 
     QImage picture(pictureLength(columns), pictureLength(rows), QImage::Format_ARGB32_Premultiplied);
     picture.fill(Qt::transparent);

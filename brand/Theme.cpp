@@ -8,6 +8,7 @@
 #include <QFontMetricsF>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace velmora {
@@ -99,6 +100,32 @@ QUrl Theme::symbolSource(const QString& name, const QColor& color)
 double Theme::lineSpacing(const QFont& font)
 {
     return QFontMetricsF{font}.height();
+}
+
+double Theme::lineWidth(const QFont& font, const QString& text)
+{
+    return QFontMetricsF{font}.horizontalAdvance(text);
+}
+
+QFont Theme::smaller(const QFont& font, double part)
+{
+    QFont made = font;
+    made.setPixelSize(std::clamp(static_cast<int>(std::floor(font.pixelSize() * part)), 1, font.pixelSize()));
+    return made;
+}
+
+QFont Theme::fitted(const QFont& font, const QString& text, double width)
+{
+    QFont made = font;
+    // Letters are not drawn to scale in all sizes, so the width of a smaller font is not known from that of a larger one.
+    while (made.pixelSize() > 1 && lineWidth(made, text) > width)
+        made.setPixelSize(made.pixelSize() - 1);
+    return made;
+}
+
+QString Theme::availability(bool isEnabled)
+{
+    return isEnabled ? QString{} : QStringLiteral("Not available now");
 }
 
 QString Theme::oneLine(const QString& text)

@@ -75,6 +75,16 @@ public:
     /// From one line of that font to the next, in points.
     Q_INVOKABLE static double lineSpacing(const QFont& font);
 
+    /// How wide a line of text is, in points.
+    Q_INVOKABLE static double lineWidth(const QFont& font, const QString& text);
+
+    /// The font, as much smaller as `part` of it is, or as a line of text in it needs to be no wider than that.
+    Q_INVOKABLE static QFont smaller(const QFont& font, double part);
+    Q_INVOKABLE static QFont fitted(const QFont& font, const QString& text, double width);
+
+    /// What assistive technology says of a control that is or is not enabled. Qt Quick does not tell it that state.
+    Q_INVOKABLE static QString availability(bool isEnabled);
+
     /// Text from outside, as brand/ShownText.h has it.
     Q_INVOKABLE static QString oneLine(const QString& text);
     Q_INVOKABLE static QString paragraphs(const QString& text);

@@ -20,6 +20,32 @@ Rectangle {
 
     color: Theme.obsidian
 
+    // The steps that are not shown yet are made one by one behind the first frame, which waits only for the one that is.
+    property bool isOnScreen: false
+    property int madeSteps: 0
+
+    component Step: Loader {
+        required property int step
+
+        anchors.fill: parent
+        active: step === root.model.visibleStep || step < root.madeSteps
+    }
+
+    Connections {
+        target: root.Window.window
+        enabled: !root.isOnScreen
+
+        function onFrameSwapped() {
+            root.isOnScreen = true;
+        }
+    }
+    Timer {
+        interval: 20
+        repeat: true
+        running: root.isOnScreen && root.madeSteps < root.model.totalSteps
+        onTriggered: ++root.madeSteps
+    }
+
     ColumnLayout {
         anchors.fill: parent
         spacing: 0
@@ -66,42 +92,57 @@ Rectangle {
             Layout.fillHeight: true
             clip: true
 
-            WelcomeStep {
-                visibleStep: root.model.visibleStep
-                caption: root.model.captions.welcome
-            }
-            MenuBarStep {
-                visibleStep: root.model.visibleStep
-                placeCaption: root.model.captions.place
-                crowdedPlaceCaption: root.model.captions.crowdedPlace
-            }
-            CommandsStep {
-                visibleStep: root.model.visibleStep
-                keyboardCaption: root.model.captions.keyboardMethod
-                menuCaption: root.model.captions.menuMethod
-                menuMethodText: root.model.menuMethodText
-            }
-            PermissionStep {
-                visibleStep: root.model.visibleStep
-                isGranted: root.model.hasScreenRecordingPermission
-                explanation: root.model.permissionExplanation
-                privacyLines: root.model.privacyLines
-                onOpenSystemSettings: reason => {
-                    root.model.openSystemSettings();
-                    root.leavePermissionButtons(reason);
-                }
-                onCheckStatus: reason => {
-                    root.model.checkStatus();
-                    root.leavePermissionButtons(reason);
+            Step {
+                step: 0
+                sourceComponent: WelcomeStep {
+                    visibleStep: root.model.visibleStep
+                    caption: root.model.captions.welcome
                 }
             }
-            ReadyStep {
-                visibleStep: root.model.visibleStep
-                readyCaption: root.model.captions.ready
-                reopenCaption: root.model.captions.reopen
-                hasSelectedWindow: root.model.hasSelectedWindow
-                selectedWindowName: root.model.selectedWindowName
-                onChooseWindow: root.model.chooseWindow()
+            Step {
+                step: 1
+                sourceComponent: MenuBarStep {
+                    visibleStep: root.model.visibleStep
+                    placeCaption: root.model.captions.place
+                    crowdedPlaceCaption: root.model.captions.crowdedPlace
+                }
+            }
+            Step {
+                step: 2
+                sourceComponent: CommandsStep {
+                    visibleStep: root.model.visibleStep
+                    keyboardCaption: root.model.captions.keyboardMethod
+                    menuCaption: root.model.captions.menuMethod
+                    menuMethodText: root.model.menuMethodText
+                }
+            }
+            Step {
+                step: 3
+                sourceComponent: PermissionStep {
+                    visibleStep: root.model.visibleStep
+                    isGranted: root.model.hasScreenRecordingPermission
+                    explanation: root.model.permissionExplanation
+                    privacyLines: root.model.privacyLines
+                    onOpenSystemSettings: reason => {
+                        root.model.openSystemSettings();
+                        root.leavePermissionButtons(reason);
+                    }
+                    onCheckStatus: reason => {
+                        root.model.checkStatus();
+                        root.leavePermissionButtons(reason);
+                    }
+                }
+            }
+            Step {
+                step: 4
+                sourceComponent: ReadyStep {
+                    visibleStep: root.model.visibleStep
+                    readyCaption: root.model.captions.ready
+                    reopenCaption: root.model.captions.reopen
+                    hasSelectedWindow: root.model.hasSelectedWindow
+                    selectedWindowName: root.model.selectedWindowName
+                    onChooseWindow: root.model.chooseWindow()
+                }
             }
         }
 
@@ -113,7 +154,8 @@ Rectangle {
         RowLayout {
             Layout.leftMargin: Theme.windowMargin
             Layout.rightMargin: Theme.windowMargin
-            Layout.preferredHeight: 68
+            // Larger text takes more lines beside the last button.
+            Layout.preferredHeight: Math.max(68, remark.implicitHeight + 2 * Theme.gap)
             spacing: Theme.gap
 
             TextButton {
@@ -127,6 +169,8 @@ Rectangle {
                 }
             }
             Caption {
+                id: remark
+
                 Layout.fillWidth: true
                 Layout.leftMargin: Theme.gap
                 horizontalAlignment: Text.AlignRight

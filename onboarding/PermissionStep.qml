@@ -85,17 +85,30 @@ StepPage {
                     }
                 }
             }
-            RowLayout {
+            FittedRow {
+                id: buttons
+
                 visible: !page.isGranted
                 spacing: Theme.gap
+                buttons: [openButton, checkButton]
+                room: page.width - 2 * Theme.windowMargin - 2 * Theme.largeGap
 
                 TextButton {
+                    id: openButton
+
                     text: "Open System Settings"
+                    fit: buttons.fit
                     onClicked: page.openSystemSettings(focusReason)
                 }
                 TextButton {
+                    id: checkButton
+
                     text: "I've Granted It — Check Status"
+                    fit: buttons.fit
                     onClicked: page.checkStatus(focusReason)
+                }
+                Item {
+                    Layout.fillWidth: true
                 }
             }
         }

@@ -153,10 +153,17 @@ Rectangle {
         }
 
         FittedRow {
+            id: buttons
+
             spacing: Theme.gap
+            buttons: [newFolderButton, cancelButton, chooseButton]
+            room: root.width - 2 * Theme.windowMargin
 
             TextButton {
+                id: newFolderButton
+
                 text: "New Folder"
+                fit: buttons.fit
                 symbol: "folder.badge.plus"
                 enabled: !root.model.isNamingFolder
                 onClicked: root.model.beginNamingFolder()
@@ -165,11 +172,17 @@ Rectangle {
                 Layout.fillWidth: true
             }
             TextButton {
+                id: cancelButton
+
                 text: "Cancel"
+                fit: buttons.fit
                 onClicked: root.model.cancel()
             }
             TextButton {
+                id: chooseButton
+
                 text: root.model.prompt
+                fit: buttons.fit
                 prominent: true
                 enabled: !root.model.isNamingFolder
                 onClicked: root.model.choose()

@@ -106,14 +106,19 @@ Rectangle {
                     tint: Theme.tip
                     text: root.model.folderError
                 }
-                Caption {
+                Column {
                     Layout.fillWidth: true
-                    text: "Clips are saved locally in MP4 format with timestamps and will never overwrite existing files."
-                }
-                Caption {
-                    Layout.fillWidth: true
-                    text: "Another folder that you choose holds until Velmora ends."
-                    color: Theme.tertiaryText
+                    spacing: 4
+
+                    Caption {
+                        width: parent.width
+                        text: "Clips are saved locally in MP4 format with timestamps and will never overwrite existing files."
+                    }
+                    Caption {
+                        width: parent.width
+                        text: "Another folder that you choose holds until Velmora ends."
+                        color: Theme.tertiaryText
+                    }
                 }
             }
 

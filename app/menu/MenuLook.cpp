@@ -32,8 +32,8 @@ constexpr int panelMargin = 6;
 constexpr int itemMargin = 6;
 constexpr int leftMargin = 8;
 /// A column for the header's mark and the titles' symbols, and the gap between it and the words.
-constexpr int iconSize = 16;
-constexpr int iconGap = 9;
+constexpr int usualSymbolSize = 16;
+constexpr int usualSymbolGap = 9;
 constexpr int rightMargin = 24;
 constexpr int separatorHeight = 13;
 /// A longer title is cut in its middle: the keys and the arrow after it stay on the screen, and so does the end of the title.
@@ -59,6 +59,11 @@ MenuWishes& menuWishes()
 int widestTitle()
 {
     return qRound(usualWidestTitle * menuWishes().textScale);
+}
+
+int symbolGap()
+{
+    return qRound(usualSymbolGap * menuWishes().textScale);
 }
 
 const Palette& colors()
@@ -90,7 +95,7 @@ struct ItemText {
 int wordsColumn(const QWidget* menu)
 {
     const auto* styled = qobject_cast<const StyledMenu*>(menu);
-    return styled && !styled->hasSymbols() ? leftMargin : leftMargin + iconSize + iconGap;
+    return styled && !styled->hasSymbols() ? leftMargin : leftMargin + menuSymbolSize() + symbolGap();
 }
 
 double scaleOf(const QPainter& painter)
@@ -173,7 +178,8 @@ void drawArrow(QPainter& painter, const QRect& item, const QColor& color)
     const QPointF tip{item.right() + 1.0 - rightMargin, item.y() + item.height() / 2.0};
     painter.setPen(Qt::NoPen);
     painter.setBrush(color);
-    painter.drawPolygon(QPolygonF{tip, tip + QPointF{-4.5, -4}, tip + QPointF{-4.5, 4}});
+    const double scale = menuWishes().textScale;
+    painter.drawPolygon(QPolygonF{tip, tip + QPointF{-4.5, -4} * scale, tip + QPointF{-4.5, 4} * scale});
 }
 
 void drawItem(QPainter& painter, const QStyleOptionMenuItem& item, int wordsFrom)
@@ -190,7 +196,7 @@ void drawItem(QPainter& painter, const QStyleOptionMenuItem& item, int wordsFrom
         edge.setAlphaF(selectionEdge);
         drawPanelShape(painter, item.rect, itemRadius, tint, edge);
     }
-    item.icon.paint(&painter, {item.rect.x() + leftMargin, item.rect.y(), iconSize, item.rect.height()}, Qt::AlignCenter);
+    item.icon.paint(&painter, {item.rect.x() + leftMargin, item.rect.y(), menuSymbolSize(), item.rect.height()}, Qt::AlignCenter);
 
     // The header is not a command, but should be no less readable for that.
     const bool isHeader = item.font.bold();
@@ -215,7 +221,7 @@ void drawItem(QPainter& painter, const QStyleOptionMenuItem& item, int wordsFrom
         painter.drawText(keys, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text.keys);
     }
     if (!text.symbol.isEmpty())
-        drawSymbol(painter, {item.rect.x() + leftMargin, place.y(), iconSize, place.height()}, item.font, text.symbol);
+        drawSymbol(painter, {item.rect.x() + leftMargin, place.y(), menuSymbolSize(), place.height()}, item.font, text.symbol);
     place.setWidth(std::max(0, place.width() - item.reservedShortcutWidth));
     drawWords(painter, place, item.font, text.words);
     if (item.menuItemType == QStyleOptionMenuItem::SubMenu)
@@ -274,14 +280,14 @@ public:
         if (type != CT_MenuItem || !item)
             return QProxyStyle::sizeFromContents(type, option, contents, widget);
         if (item->menuItemType == QStyleOptionMenuItem::Separator)
-            return {leftMargin + iconSize, separatorHeight};
+            return {leftMargin + menuSymbolSize(), separatorHeight};
         // There is as much room between a title and its keys as after them.
         const int behind = item->text.contains(QLatin1Char('\t')) ? 2 * rightMargin : rightMargin;
         const ItemText text{item->text};
         const QFontMetrics metrics{item->font};
         // Rounded to the nearest, the widest title would often be a part of a point too wide for its own menu.
         int width = static_cast<int>(std::ceil(QFontMetricsF{item->font}.horizontalAdvance(text.words)));
-        int height = text.words.isEmpty() && !text.caption.isEmpty() ? 0 : std::max(metrics.height(), iconSize);
+        int height = text.words.isEmpty() && !text.caption.isEmpty() ? 0 : std::max(metrics.height(), menuSymbolSize());
         if (!text.caption.isEmpty()) {
             const auto caption = captionSize(text.caption, item->font);
             width = std::max(width, caption.width());
@@ -341,6 +347,11 @@ QFont menuFont(bool isBold)
     font.setPixelSize(qRound(titleFontSize * menuWishes().textScale));
     font.setBold(isBold);
     return font;
+}
+
+int menuSymbolSize()
+{
+    return qRound(usualSymbolSize * menuWishes().textScale);
 }
 
 StyledMenu::StyledMenu(QWidget* parent) : QMenu(parent)

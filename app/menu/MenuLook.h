@@ -16,8 +16,9 @@ void setMenusAreComposited(std::function<bool()> areComposited);
 void setMenusIncreaseContrast(bool increasesContrast);
 void setMenuTextScale(double scale);
 
-/// What menus are set in.
+/// What menus are set in, and the side of the symbols and of the mark beside it, in points.
 [[nodiscard]] QFont menuFont(bool isBold);
+[[nodiscard]] int menuSymbolSize();
 
 /// A menu in our colours, with round corners even where no compositing manager runs.
 class StyledMenu : public QMenu {

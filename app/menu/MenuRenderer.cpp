@@ -17,13 +17,11 @@ namespace velmora {
 
 namespace {
 
-constexpr int headerImageSize = 16;
-
 void render(QAction& action, const MenuItem& item)
 {
     QIcon icon;
     for (const int scale : {1, 2}) {
-        auto pixmap = QPixmap::fromImage(BrandAssets::symbolImage(headerImageSize, BrandColors::coral, true, scale));
+        auto pixmap = QPixmap::fromImage(BrandAssets::symbolImage(menuSymbolSize(), BrandColors::coral, true, scale));
         // The header is not a command, so it cannot be selected; its mark is not greyed for that.
         icon.addPixmap(pixmap, QIcon::Normal);
         icon.addPixmap(pixmap, QIcon::Disabled);

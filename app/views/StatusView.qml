@@ -17,8 +17,8 @@ Rectangle {
 
     // Two columns, from the left of a row: symbols stand in the middle of one, words begin the other, as the header's mark and name do.
     readonly property int symbolColumn: 18
-    readonly property int symbolWidth: 20
-    readonly property int wordsColumn: 48
+    readonly property int symbolWidth: Math.round(20 * Theme.textScale)
+    readonly property int wordsColumn: symbolColumn + Math.round(30 * Theme.textScale)
 
     component EntryTitle: Item {
         id: titleLine
@@ -102,7 +102,7 @@ Rectangle {
                     required property bool isActionable
 
                     Layout.fillWidth: true
-                    implicitHeight: isSeparator ? 13 : isHeader ? 44 : titleHeight + (remark.visible ? remark.implicitHeight + 2 : 0)
+                    implicitHeight: isSeparator ? 13 : isHeader ? Math.round(44 * Theme.textScale) : titleHeight + (remark.visible ? remark.implicitHeight + 2 : 0)
                     readonly property int titleHeight: isRemark ? 10 : Math.round((isProminent ? 40 : 32) * Theme.textScale)
 
                     focus: index === root.model.currentRow
@@ -124,7 +124,7 @@ Rectangle {
                     BrandHorizontalLockupView {
                         visible: entry.isHeader
                         x: root.symbolColumn + (root.symbolWidth - height) / 2
-                        height: 24
+                        height: Math.round(24 * Theme.textScale)
                         anchors.verticalCenter: parent.verticalCenter
                     }
                     MenuRow {

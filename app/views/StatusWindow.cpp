@@ -140,6 +140,12 @@ private:
     const SelfReference<QuickStatusWindow> self_{*this};
 };
 
+/// It leads to the list of windows as a command with keys does.
+bool isHint(const MenuItem& item)
+{
+    return item.action == MenuAction::selectWindow && !item.keyEquivalent;
+}
+
 }  // namespace
 
 StatusModel::StatusModel(MenuBarController& menuBar, const CaptureCoordinator& coordinator) : menuBar_(menuBar)
@@ -189,6 +195,10 @@ void StatusModel::setItems(std::vector<MenuItem> items)
 
 int StatusModel::rowLike(const std::optional<MenuItem>& wanted) const
 {
+    auto action = wanted ? wanted->action : MenuAction::none;
+    // What says that there is no window is gone once one is chosen, and the next thing to do is to record it.
+    if (wanted && isHint(*wanted) && std::ranges::none_of(items_, isHint))
+        action = MenuAction::toggleRecording;
     int same = -1;
     int nearest = -1;
     const auto isNearer = [this](int row, int than) { return than < 0 || std::abs(row - currentRow_) < std::abs(than - currentRow_); };
@@ -196,7 +206,7 @@ int StatusModel::rowLike(const std::optional<MenuItem>& wanted) const
         if (!isActionable(row))
             continue;
         const auto& item = items_[static_cast<std::size_t>(row)];
-        if (wanted && item.action == wanted->action && item.representedFile == wanted->representedFile && isNearer(row, same))
+        if (wanted && item.action == action && item.representedFile == wanted->representedFile && isNearer(row, same))
             same = row;
         if (isNearer(row, nearest))
             nearest = row;

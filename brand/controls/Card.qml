@@ -10,6 +10,8 @@ T.Pane {
     implicitWidth: Math.max(implicitBackgroundWidth, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: Math.max(implicitBackgroundHeight, implicitContentHeight + topPadding + bottomPadding)
     padding: Theme.largeGap
+    // Only one that is about something is more than a surface.
+    Accessible.ignored: Accessible.name === ""
     opacity: enabled ? 1 : Theme.disabledOpacity
 
     background: RoundedRectangle {

@@ -23,7 +23,7 @@ T.Button {
 
     Accessible.role: Accessible.Button
     Accessible.name: text
-    Accessible.description: toolTip
+    Accessible.description: enabled ? toolTip : Theme.availability(enabled)
     Accessible.onPressAction: button.enabled && button.clicked()
     Keys.onReturnPressed: event => event.isAutoRepeat || button.clicked()
     Keys.onEnterPressed: event => event.isAutoRepeat || button.clicked()
@@ -42,7 +42,7 @@ T.Button {
             anchors.centerIn: parent
             name: button.symbol
             color: button.symbolColor
-            size: button.symbolSize
+            size: button.bordered ? Math.round(button.symbolSize * Theme.textScale) : button.symbolSize
         }
     }
 

@@ -7,7 +7,7 @@ T.TextField {
 
     implicitWidth: 240
     implicitHeight: Theme.controlHeight
-    leftPadding: 38
+    leftPadding: 22 + Math.round(16 * Theme.textScale)
     rightPadding: 36
     verticalAlignment: TextInput.AlignVCenter
     opacity: enabled ? 1 : Theme.disabledOpacity
@@ -45,7 +45,7 @@ T.TextField {
         anchors.verticalCenter: parent.verticalCenter
         name: "magnifyingglass"
         color: Theme.secondaryText
-        size: 16
+        size: Math.round(16 * Theme.textScale)
     }
 
     Text {

@@ -36,6 +36,7 @@ T.Slider {
 
     Accessible.role: Accessible.Slider
     Accessible.name: text
+    Accessible.description: Theme.availability(enabled)
     Accessible.onIncreaseAction: slider.stepsByItself ? slider.increase() : slider.stepped(1)
     Accessible.onDecreaseAction: slider.stepsByItself ? slider.decrease() : slider.stepped(-1)
     Keys.enabled: !stepsByItself

@@ -20,7 +20,7 @@ RowLayout {
         Layout.alignment: Qt.AlignTop
         name: line.symbol
         color: line.tint
-        size: 16
+        size: Math.round(16 * Theme.textScale)
     }
     Label {
         Layout.fillWidth: true

@@ -15,6 +15,7 @@ T.Switch {
 
     Accessible.role: Accessible.CheckBox
     Accessible.name: text
+    Accessible.description: Theme.availability(enabled)
     Accessible.onPressAction: toggle.press()
     Accessible.onToggleAction: toggle.press()
     Keys.onReturnPressed: event => event.isAutoRepeat || toggle.press()

@@ -83,13 +83,19 @@ Rectangle {
 
     // A time in whole seconds, and as a caption beside it the same with its tenths.
     component Time: RowLayout {
+        id: timeParts
+
         property alias text: whole.text
         property alias tenths: caption.text
+        // Up to the tenths: as much as `text` needs, or more where they stand in a column.
+        readonly property real usualTextWidth: whole.implicitWidth
+        property real textWidth: usualTextWidth
 
         spacing: Theme.gap
 
         TimeLabel {
             id: whole
+            Layout.preferredWidth: timeParts.textWidth
             color: Theme.secondaryText
         }
         TimeLabel {
@@ -105,6 +111,8 @@ Rectangle {
 
         property alias text: time.text
         property alias tenths: time.tenths
+        property alias usualTextWidth: time.usualTextWidth
+        property alias textWidth: time.textWidth
         property alias backName: back.text
         property alias backToolTip: back.toolTip
         property alias forwardsName: forwards.text
@@ -322,6 +330,7 @@ Rectangle {
                             Layout.fillWidth: false
                             text: root.model.startText
                             tenths: root.model.startTenths
+                            textWidth: Math.max(startTime.usualTextWidth, endTime.usualTextWidth)
                             enabled: root.model.canTrim
                             backName: "Move Start Back"
                             backToolTip: "Start one picture earlier (Left in its slider)"
@@ -345,6 +354,7 @@ Rectangle {
                             Layout.fillWidth: false
                             text: root.model.endText
                             tenths: root.model.endTenths
+                            textWidth: startTime.textWidth
                             enabled: root.model.canTrim
                             backName: "Move End Back"
                             backToolTip: "End one picture earlier (Left in its slider)"
@@ -440,6 +450,7 @@ Rectangle {
                     elide: Text.ElideMiddle
                     Accessible.role: Accessible.StatusBar
                     Accessible.name: text
+                    Accessible.ignored: text === ""
                 }
                 SavedClipButton {
                     text: "Play"

@@ -119,6 +119,34 @@ TEST_F(MenuGeometryTest, SymbolsAreInOneColumnAndAllWordsBeginInAnotherWhichTheH
     }
 }
 
+TEST_F(MenuGeometryTest, WithLargerTextTheColumnOfTheSymbolsIsAsMuchWider)
+{
+    constexpr double scale = 1.5;
+    setMenuTextScale(scale);
+    fill(std::nullopt);
+    setMenuTextScale(1);
+    for (const auto* item : menu.actions()) {
+        if (item->isSeparator())
+            continue;
+        SCOPED_TRACE(item->text().toStdString());
+        setMenuTextScale(scale);
+        const auto shown = row(*item);
+        setMenuTextScale(1);
+        const int words = symbolsFrom + qRound((symbolsTo - symbolsFrom) * scale) + qRound((wordsFrom - symbolsTo) * scale);
+        const auto symbol = paintedColumns(shown, BrandColors::cardSlate, 0, words - 1);
+        ASSERT_FALSE(symbol.empty());
+        EXPECT_GE(symbol.front(), symbolsFrom);
+        EXPECT_LT(symbol.back(), symbolsFrom + (symbolsTo - symbolsFrom) * scale);
+        EXPECT_NEAR((symbol.front() + symbol.back()) / 2.0, symbolsFrom + (symbolsTo - symbolsFrom) * scale / 2 - 0.5, 1.5);
+        const auto wordColumns = paintedColumns(shown, BrandColors::cardSlate, words - 1, shown.width());
+        ASSERT_FALSE(wordColumns.empty());
+        EXPECT_LE(wordColumns.front(), words + 2);
+        if (item->font().bold()) {
+            EXPECT_GE(symbol.back() - symbol.front(), 17) << "the header's mark";
+        }
+    }
+}
+
 TEST_F(MenuGeometryTest, EverySymbolIsAColouredPictureExceptTheCrossWhichHasTheColourOfItsWords)
 {
     fill(film);

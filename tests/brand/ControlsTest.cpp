@@ -189,6 +189,42 @@ TEST(Controls, TellAssistiveTechnologyTheirRoleAndName)
     }
 }
 
+TEST(Controls, TellAssistiveTechnologyInWordsThatTheyAreDisabledSinceTheirStateDoesNot)
+{
+    for (const auto* qml :
+        {"TextButton { objectName: 'it'; text: 'Start' }", "IconButton { objectName: 'it'; text: 'Share'; symbol: 'globe' }",
+            "Slider { objectName: 'it'; text: 'Position' }", "Switch { objectName: 'it'; text: 'Start at log-in' }"}) {
+        const QuickTestWindow window{QLatin1String(qml)};
+        auto* accessible = QAccessible::queryAccessibleInterface(window.item("it"));
+        const auto said = QStringLiteral("Not available now");
+        EXPECT_FALSE(accessible->text(QAccessible::Description).contains(said)) << qml;
+        window.item("it")->setEnabled(false);
+        EXPECT_TRUE(accessible->text(QAccessible::Description).contains(said)) << qml;
+        window.item("it")->setEnabled(true);
+        EXPECT_FALSE(accessible->text(QAccessible::Description).contains(said)) << qml;
+    }
+}
+
+TEST(Card, IsToldToAssistiveTechnologyOnlyWhereItHasAName)
+{
+    const auto namesIn = [](const QuickTestWindow& window) {
+        QStringList names;
+        const auto collect = [&names](const auto& self, QAccessibleInterface& node) -> void {
+            for (int index = 0; index < node.childCount(); ++index) {
+                auto& child = *node.child(index);
+                names.append(child.text(QAccessible::Name));
+                self(self, child);
+            }
+        };
+        collect(collect, *QAccessible::queryAccessibleInterface(const_cast<QQuickWindow*>(&window.window())));
+        return names.join(QLatin1Char('|')).toStdString();
+    };
+    const QuickTestWindow plain{QLatin1String("Card { Label { text: 'Inside' } }")};
+    EXPECT_EQ(namesIn(plain), "Inside");
+    const QuickTestWindow named{QLatin1String("Card { Accessible.name: 'Trim'; Label { text: 'Inside' } }")};
+    EXPECT_EQ(namesIn(named), "Trim|Inside");
+}
+
 TEST(TextButton, IsPressedOnceByAssistiveTechnology)
 {
     test::application();
@@ -514,6 +550,52 @@ TEST(RoundedRectangle, FollowsItsSizeAndColour)
     expectNear(window.grab().pixelColor(60, 10), BrandColors::cardSlate);
     rectangle->setProperty("color", QColor{Qt::transparent});
     expectNear(window.grab().pixelColor(60, 10), BrandColors::obsidian);
+}
+
+TEST(RoundedRectangle, IsInOnePieceWhereWhatItIsInIsMadeSmaller)
+{
+    for (const double scale : {0.67, 0.74, 0.79, 0.83, 0.91}) {
+        for (const int width : {121, 150, 181}) {
+            const QuickTestWindow window{
+                QStringLiteral("Item { scale: %1; transformOrigin: Item.TopLeft; RoundedRectangle { objectName: 'it'; "
+                               "x: 13; y: 7; width: %2; height: 54; radius: 9; color: 'white'; opacity: 0.45 } }")
+                    .arg(scale)
+                    .arg(width)};
+            const auto image = window.grab(*window.item("it"));
+            const auto ground = image.pixelColor(image.width() / 2, image.height() / 2);
+            EXPECT_GT(ground.lightness(), 110);
+            // At its edges the pixels of the screen are only partly its own.
+            for (int x = 10; x < image.width() - 10; ++x) {
+                for (int y = 3; y < image.height() - 3; ++y)
+                    ASSERT_EQ(image.pixelColor(x, y), ground) << x << ", " << y << " of " << width << " at " << scale;
+            }
+        }
+    }
+}
+
+TEST(StatusLine, ItsSymbolStandsBesideTheFirstLineOfItsTextHoweverLargeThatIs)
+{
+    QuickTestWindow window{
+        QLatin1String("StatusLine { width: 300; symbol: 'checkmark.circle.fill'; tint: Theme.granted; text: 'Granted' }")};
+    for (const double scale : {1.0, 1.25, 1.5}) {
+        setTextScale(window.engine(), scale);
+        static_cast<void>(window.grab());
+        const auto image = window.grab();
+        QRect symbol;
+        QRect text;
+        for (int y = 0; y < 40; ++y) {
+            for (int x = 0; x < 300; ++x) {
+                const auto pixel = image.pixelColor(x, y);
+                if (pixel.green() > pixel.red() + 60)
+                    symbol = symbol.united({x, y, 1, 1});
+                // The first letter, which has no part beneath the line.
+                else if (pixel.lightness() > 150 && x > 16 * scale + 4 && x < 32 * scale + 4)
+                    text = text.united({x, y, 1, 1});
+            }
+        }
+        EXPECT_NEAR(symbol.center().y(), text.center().y(), 2) << scale;
+        EXPECT_NEAR(symbol.height(), 14 * scale, 2) << scale;
+    }
 }
 
 TEST(BrandLogoMark, ChoosesItsCutBySizeUnlessItIsGiven)

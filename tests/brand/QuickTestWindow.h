@@ -70,10 +70,12 @@ public:
         show(component, size, properties);
     }
 
-    /// A view of the program's, bound to `model`, which outlives the window.
-    QuickTestWindow(const QUrl& view, QObject& model, const QSize& size)
+    /// A view of the program's, bound to `model`, which outlives the window. What is laid out for larger text from the beginning is not laid
+    /// out in the same order as what becomes larger later.
+    QuickTestWindow(const QUrl& view, QObject& model, const QSize& size, double textScale = 1)
     {
         installBrandModule(engine_);
+        setTextScale(engine_, textScale);
         QQmlComponent component(&engine_, view);
         show(component, size, {{QStringLiteral("model"), QVariant::fromValue(&model)}});
     }

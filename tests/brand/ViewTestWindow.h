@@ -7,6 +7,7 @@
 #include <QThread>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <stdexcept>
 #include <utility>
@@ -114,6 +115,17 @@ public:
         });
     }
 
+    /// What of the item is not scrolled out of sight, in the window.
+    [[nodiscard]] static QRectF seenPart(const QQuickItem& item, const QRectF& part)
+    {
+        auto seen = item.mapRectToScene(part);
+        for (const auto* holder = item.parentItem(); holder; holder = holder->parentItem()) {
+            if (holder->clip())
+                seen &= holder->mapRectToScene(holder->clipRect());
+        }
+        return seen;
+    }
+
     /// No two visible texts overlap.
     void expectNoTextsOverlap() const
     {
@@ -122,7 +134,11 @@ public:
             const auto text = item.property("text").toString();
             if (!item.inherits("QQuickText") || text.isEmpty())
                 return;
-            const auto place = item.mapRectToScene({0, 0, item.width(), item.property("contentHeight").toDouble()}).adjusted(1, 1, -1, -1);
+            // What a label adds between its lines counts again after a reflow.
+            const double height = std::max(item.height(), item.property("contentHeight").toDouble() / 1.16);
+            const auto place = seenPart(item, {0, 0, item.width(), height}).adjusted(1, 1, -1, -1);
+            if (place.width() <= 0 || place.height() <= 0)
+                return;
             for (const auto& [other, otherPlace] : seen)
                 EXPECT_FALSE(place.intersects(otherPlace)) << text.toStdString() << " overlaps " << other.toStdString();
             seen.emplace_back(text, place);

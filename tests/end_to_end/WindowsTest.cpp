@@ -78,6 +78,38 @@ TEST_F(WindowsTest, EachHasItsSizeAndCanBeDoneWithWhatItsKindAllows)
     expectWindow(picker, {560, 480}, false, true);
 }
 
+TEST_F(WindowsTest, AScreenReaderFindsANameForEverythingAndAValueForEverySlider)
+{
+    TrayProgram program{{.hasSeenTheWalkthrough = false, .environment = AssistiveTechnology::environment(), .prepareHome = {}}};
+    const NumberedWindow window{{"--size", "320x240"}};
+    ASSERT_TRUE(isShown(walkthrough));
+    ASSERT_TRUE(openSettings());
+    const auto clip = program.home() / "clip.mp4";
+    makeClip(clip, "testsrc=size=64x64:rate=10", "sine", 1);
+    ASSERT_EQ(program.run({"preview", clip.string()}).status, 0);
+    ASSERT_TRUE(AssistiveTechnology::find("label", "End: 00:01"));
+    bringUpTheMenu();
+    ASSERT_TRUE(AssistiveTechnology::clickOn("menu item", "🎯 Choose Video Window"));
+    ASSERT_TRUE(AssistiveTechnology::find("list item", ""));
+    ASSERT_TRUE(AssistiveTechnology::find("label", "First-Time User Walkthrough"));
+    std::size_t buttons = 0;
+    std::size_t sliders = 0;
+    for (const auto& control : AssistiveTechnology::controls()) {
+        if (control.role == "separator")
+            continue;
+        EXPECT_FALSE(control.name.empty()) << control.role << " at " << control.place.x() << ", " << control.place.y() << ", "
+                                           << control.place.width() << " x " << control.place.height();
+        EXPECT_THAT(control.role, ::testing::Not(::testing::AnyOf("unknown", "invalid", "filler")));
+        buttons += control.role == "push button" ? 1U : 0U;
+        if (control.role == "slider") {
+            ++sliders;
+            EXPECT_FALSE(control.value.empty()) << control.name;
+        }
+    }
+    EXPECT_GE(buttons, 15U);
+    EXPECT_EQ(sliders, 4U);
+}
+
 TEST_F(WindowsTest, SettingsReopenWhereTheyWere)
 {
     TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = {}}};

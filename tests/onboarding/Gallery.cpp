@@ -1,27 +1,22 @@
 // Draws the walkthrough's steps in all their states, to be looked at:
 //
-//     [QT_SCALE_FACTOR=2] onboarding_gallery DIRECTORY
-#include "tests/brand/ViewTestWindow.h"
+//     [QT_SCALE_FACTOR=2] onboarding_gallery DIRECTORY [TEXT_SCALE]
+#include "tests/brand/Gallery.h"
 #include "tests/onboarding/OnboardingFixture.h"
 
-#include <QDir>
-
-#include <cstdio>
+#include <string>
 
 namespace velmora::test {
 namespace {
 
-void drawSteps(const QDir& directory)
+void drawSteps(const Gallery& gallery)
 {
     OnboardingFixture fixture;
     ViewTestWindow window{OnboardingFixture::view, fixture.model, OnboardingFixture::size};
     setReducesMotion(window.engine(), true);
     const auto draw = [&](int step, const char* name) {
         fixture.model.setCurrentStep(step);
-        const auto file = directory.filePath(QStringLiteral("walkthrough-%1.png").arg(QLatin1String(name)));
-        static_cast<void>(window.grab());
-        if (!window.grab().save(file))
-            std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
+        gallery.draw(("walkthrough-" + std::string{name}).c_str(), window);
     };
     fixture.appear();
     draw(0, "1");
@@ -49,11 +44,6 @@ void drawSteps(const QDir& directory)
 
 int main(int count, char* arguments[])
 {
-    if (count != 2) {
-        std::fprintf(stderr, "usage: onboarding_gallery DIRECTORY\n");
-        return 2;
-    }
-    static_cast<void>(velmora::test::application());
-    velmora::test::drawSteps(QDir{QString::fromLocal8Bit(arguments[1])});
+    velmora::test::drawSteps(velmora::test::Gallery{count, arguments});
     return 0;
 }

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <memory>
+#include <string>
 
 namespace velmora {
 namespace {
@@ -57,6 +59,13 @@ protected:
         for (const auto& [y, what] : found)
             joined += (joined.empty() ? "" : "|") + what;
         return joined;
+    }
+
+    /// How many of the steps there are in that view.
+    [[nodiscard]] static auto madeSteps(const QObject& root)
+    {
+        const auto items = root.findChildren<QQuickItem*>();
+        return std::count_if(items.begin(), items.end(), [](const QQuickItem* item) { return item->inherits("QQuickFlickable"); });
     }
 
     static constexpr double topBar = 52;
@@ -235,6 +244,45 @@ TEST_F(OnboardingViewTest, NoStepHasACutOffTextOrNeedsScrolling)
         expectAllIsSeen(step);
     show(4);
     window.expectNothingIsCutOff({24, 0, 592, 530});
+}
+
+TEST_F(OnboardingViewTest, TheLargestTextLeavesNeitherItsCardNorItsBar)
+{
+    ViewTestWindow large{view, model, size, 1.5};
+    setReducesMotion(large.engine(), true);
+    const auto placeOf = [](const QQuickItem& item) { return item.mapRectToScene({0, 0, item.width(), item.height()}); };
+    const auto expectAllInside = [&](const char* state) {
+        for (int step = 0; step < 5; ++step) {
+            SCOPED_TRACE(std::string{state} + ", step " + std::to_string(step + 1));
+            model.setCurrentStep(step);
+            static_cast<void>(large.grab());
+            static_cast<void>(large.grab());
+            large.expectNoTextsOverlap();
+            large.forEachVisible([&](QQuickItem& item) {
+                const bool isText = item.inherits("QQuickText") && !item.property("text").toString().isEmpty();
+                if (!isText && !item.inherits("QQuickAbstractButton"))
+                    return;
+                const auto text = item.property("text").toString().toStdString();
+                const auto place = placeOf(item);
+                EXPECT_GE(place.left(), 16) << text;
+                EXPECT_LE(place.right(), 640 - 16) << text;
+                const QQuickItem* card = &item;
+                while (card && !card->inherits("QQuickPane") && !card->inherits("QQuickFlickable"))
+                    card = card->parentItem();
+                if (!card) {
+                    EXPECT_LE(place.bottom(), 530 - 4) << text << " in the bar";
+                } else if (card->inherits("QQuickPane")) {
+                    EXPECT_TRUE(placeOf(*card).contains(place)) << text << " ends at " << place.right() << ", " << place.bottom();
+                }
+            });
+        }
+    };
+    expectAllInside("ordinary");
+    withdrawPermission("Windows of a Wayland session cannot be captured yet; log in to an X11 session.");
+    hasTray = false;
+    refuseShortcut();
+    model.viewWillAppear();
+    expectAllInside("nothing is granted");
 }
 
 TEST_F(OnboardingViewTest, TheCardsOfTheFirstStepAreInOrderEachWithItsSymbol)
@@ -428,6 +476,19 @@ TEST_F(OnboardingViewTest, EscapeClosesAndRemembersNothing)
     EXPECT_FALSE(model.hasCompletedWalkthrough());
 }
 
+TEST_F(OnboardingViewTest, TheFirstFrameWaitsForTheStepThatItShowsOnlyAndTheOthersAreMadeBehindIt)
+{
+    model.setCurrentStep(2);
+    QQmlComponent component{&window.engine(), view};
+    const std::unique_ptr<QObject> notShown{
+        component.createWithInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&model)}})};
+    ASSERT_TRUE(notShown);
+    EXPECT_EQ(madeSteps(*notShown), 1);
+    static_cast<void>(window.grab());
+    window.settle([&] { return madeSteps(*window.root()) == 5; });
+    EXPECT_TRUE(window.shows(QStringLiteral("Simple & Obvious Commands")));
+}
+
 TEST_F(OnboardingViewTest, TheDotsTellTheStep)
 {
     const auto coralWidth = [this] {
@@ -457,6 +518,7 @@ TEST_F(OnboardingViewTest, AStepFadesInUnlessTheDesktopAsksForLessMotion)
     EXPECT_FALSE(window.shows(QStringLiteral("Pick Your Video Window")));
 
     setReducesMotion(window.engine(), false);
+    window.settle([&] { return madeSteps(*window.root()) == 5; });
     model.next();
     window.settle(fading);
     window.settle([&] { return !fading() && !window.shows(QStringLiteral("Where to Find Velmora")); });

@@ -54,12 +54,19 @@ TEST_F(FolderBrowserViewTest, ShowsTheFoldersByTheirNamesAsTheyAre)
 
 TEST_F(FolderBrowserViewTest, TheLargestTextLeavesNoButtonOutsideTheWindow)
 {
+    const auto expectButtonsInside = [](const ViewTestWindow& view) {
+        for (const auto* text : {"New Folder", "Cancel", "Choose Folder", "Parent Folder"}) {
+            auto& button = view.button(QLatin1String(text));
+            EXPECT_LE(button.mapRectToScene({0, 0, button.width(), 1}).right(), test::folderBrowserSize.width() - 23) << text;
+        }
+    };
     setTextScale(window.engine(), 1.5);
     static_cast<void>(window.grab());
-    for (const auto* text : {"New Folder", "Cancel", "Choose Folder", "Parent Folder"}) {
-        auto& button = window.button(QLatin1String(text));
-        EXPECT_LE(button.mapRectToScene({0, 0, button.width(), 1}).right(), test::folderBrowserSize.width() - 23) << text;
-    }
+    expectButtonsInside(window);
+    ViewTestWindow large{test::folderBrowserView, model, test::folderBrowserSize, 1.5};
+    static_cast<void>(large.grab());
+    expectButtonsInside(large);
+    large.expectNoTextsOverlap();
 }
 
 TEST_F(FolderBrowserViewTest, ArrowsSelectReturnOpensLeftGoesBack)

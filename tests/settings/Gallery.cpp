@@ -1,26 +1,18 @@
 // Draws the settings and the folder dialog in all their states, to be looked at:
 //
-//     [QT_SCALE_FACTOR=2] settings_gallery DIRECTORY
+//     [QT_SCALE_FACTOR=2] settings_gallery DIRECTORY [TEXT_SCALE]
+#include "tests/brand/Gallery.h"
 #include "settings/FolderBrowserModel.h"
-#include "tests/brand/ViewTestWindow.h"
 #include "tests/settings/SettingsFixture.h"
 #include "tests/settings/SettingsViews.h"
 
-#include <QDir>
-
-#include <cstdio>
+#include <filesystem>
+#include <memory>
 
 namespace velmora::test {
 namespace {
 
-void draw(const QDir& directory, const char* name, const ViewTestWindow& window)
-{
-    const auto file = directory.filePath(QStringLiteral("%1.png").arg(QLatin1String(name)));
-    if (!window.grab().save(file))
-        std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
-}
-
-void drawSettings(const QDir& directory)
+void drawSettings(const Gallery& gallery)
 {
     SettingsFixture fixture;
     ViewTestWindow window{settingsView, fixture.model, settingsSize};
@@ -28,11 +20,11 @@ void drawSettings(const QDir& directory)
     fixture.loginItem->current.isOn = true;
     fixture.workspace->keys = platform::KeySettings{"Settings, Keyboard, View and Customize Shortcuts, Custom Shortcuts", true};
     fixture.appear();
-    draw(directory, "settings", window);
+    gallery.draw("settings", window);
     window.type(Qt::Key_Tab);
-    draw(directory, "settings-focus", window);
+    gallery.draw("settings-focus", window);
     window.type(Qt::Key_End);
-    draw(directory, "settings-end", window);
+    gallery.draw("settings-end", window);
 
     fixture.library->setOutputDirectory("/media/a disk with a long name/Films and more films/Recordings of this year/November/Velmora");
     fixture.refuseShortcut();
@@ -43,14 +35,14 @@ void drawSettings(const QDir& directory)
     fixture.fileManager->writeError = posixError(EROFS, "/media/cdrom/Velmora");
     fixture.choose(fixture.folder.path());
     window.type(Qt::Key_Home);
-    draw(directory, "settings-refused", window);
+    gallery.draw("settings-refused", window);
     window.type(Qt::Key_PageDown);
-    draw(directory, "settings-refused-middle", window);
+    gallery.draw("settings-refused-middle", window);
     window.type(Qt::Key_End);
-    draw(directory, "settings-refused-end", window);
+    gallery.draw("settings-refused-end", window);
 }
 
-void drawFolders(const QDir& directory)
+void drawFolders(const Gallery& gallery)
 {
     const TemporaryDirectory folder;
     for (const auto* name :
@@ -59,14 +51,14 @@ void drawFolders(const QDir& directory)
     FolderBrowserModel model{std::make_shared<fake::FakeFileManager>(), {"Choose Folder", "Choose Folder", folder.path(), 0}};
     ViewTestWindow window{folderBrowserView, model, folderBrowserSize};
     model.select(3);
-    draw(directory, "folders", window);
+    gallery.draw("folders", window);
     model.beginNamingFolder();
     model.createFolder(QStringLiteral("2026"));
-    draw(directory, "folders-new", window);
+    gallery.draw("folders-new", window);
     model.cancel();
     model.open(0);
     window.type(Qt::Key_Tab);
-    draw(directory, "folders-empty", window);
+    gallery.draw("folders-empty", window);
 }
 
 }  // namespace
@@ -74,15 +66,10 @@ void drawFolders(const QDir& directory)
 
 int main(int count, char* arguments[])
 {
-    if (count != 2) {
-        std::fprintf(stderr, "usage: settings_gallery DIRECTORY\n");
-        return 2;
-    }
     using namespace velmora::test;
-    static_cast<void>(application());
+    const Gallery gallery{count, arguments};
     linkSettingsViews();
-    const QDir directory{QString::fromLocal8Bit(arguments[1])};
-    drawSettings(directory);
-    drawFolders(directory);
+    drawSettings(gallery);
+    drawFolders(gallery);
     return 0;
 }

@@ -124,9 +124,10 @@ ColumnLayout {
         spacing: 8
 
         Symbol {
+            Layout.alignment: Qt.AlignTop
             name: "lightbulb.fill"
             color: Theme.tip
-            size: 16
+            size: Math.round(16 * Theme.textScale)
         }
         Label {
             Layout.fillWidth: true
@@ -137,23 +138,36 @@ ColumnLayout {
     }
 
     FittedRow {
+        id: buttons
+
         spacing: 8
+        buttons: [refreshButton, backButton, startButton]
+        room: root.width
 
         TextButton {
+            id: refreshButton
+
             text: "Refresh List"
             symbol: "arrow.clockwise"
+            fit: buttons.fit
             onClicked: root.sound.refresh()
         }
         Item {
             Layout.fillWidth: true
         }
         TextButton {
+            id: backButton
+
             text: "Back"
+            fit: buttons.fit
             onClicked: root.model.cancel()
         }
         TextButton {
+            id: startButton
+
             text: "Start Clipping This Window"
             prominent: true
+            fit: buttons.fit
             enabled: root.sound.canStart
             onClicked: root.model.start()
         }

@@ -12,6 +12,45 @@ Rectangle {
 
     color: Theme.obsidian
 
+    // With larger text the window, which keeps its size, has room for rows only where what stands around them takes less.
+    readonly property bool isTight: Theme.textScale > 1
+    readonly property real room: width - 2 * Theme.windowMargin
+    readonly property font purposeFont: Theme.fitted(Theme.bodyFont, purpose.text, room > 0 ? room : Infinity)
+
+    component Tip: Item {
+        id: tip
+
+        // How wide it is, which its lines have to know before they are laid out.
+        required property real room
+
+        implicitWidth: room
+        implicitHeight: words.implicitHeight
+
+        Symbol {
+            id: bulb
+
+            name: "lightbulb.fill"
+            color: Theme.tip
+            size: Math.round(16 * Theme.textScale)
+        }
+        Column {
+            id: words
+
+            x: bulb.width + Theme.gap
+            width: tip.room - x
+            spacing: 2
+
+            Caption {
+                width: parent.width
+                text: "Tip: Make sure the browser or video player window is open on your screen (not minimized into the Dock)."
+            }
+            Caption {
+                width: parent.width
+                text: "On this desktop the Dock is the task bar or launcher, and 1 pt is 1 pixel."
+            }
+        }
+    }
+
     SoundChoiceView {
         anchors.fill: parent
         anchors.margins: Theme.windowMargin
@@ -22,9 +61,9 @@ Rectangle {
     ColumnLayout {
         anchors.fill: parent
         anchors.margins: Theme.windowMargin
-        anchors.topMargin: 18
-        anchors.bottomMargin: 20
-        spacing: 12
+        anchors.topMargin: root.isTight ? 12 : 18
+        anchors.bottomMargin: root.isTight ? 14 : 20
+        spacing: root.isTight ? 9 : 12
         visible: !root.model.isChoosingSound
         onVisibleChanged: {
             if (visible)
@@ -41,9 +80,12 @@ Rectangle {
                 Accessible.name: text
             }
             Label {
+                id: purpose
+
                 Layout.fillWidth: true
                 text: "Select what you are watching (Safari, Chrome, YouTube, QuickTime, VLC, etc.)"
                 color: Theme.secondaryText
+                font: root.purposeFont
                 elide: Text.ElideRight
                 wrapMode: Text.NoWrap
             }
@@ -51,6 +93,7 @@ Rectangle {
                 Layout.fillWidth: true
                 text: "Any browser or player will do, such as Firefox, Chromium, VLC or mpv."
                 color: Theme.secondaryText
+                font: root.purposeFont
                 elide: Text.ElideRight
                 wrapMode: Text.NoWrap
             }
@@ -92,32 +135,45 @@ Rectangle {
                 }
             }
 
-            ColumnLayout {
-                anchors.centerIn: parent
-                width: Math.min(parent.width - 2 * Theme.windowMargin, 340 * Theme.textScale)
-                spacing: 8
+            ScrollArea {
+                anchors.fill: parent
                 visible: root.model.isEmpty
-                // Larger text has only the room that the window leaves it.
-                scale: Math.min(1, card.height / (implicitHeight + 8))
+                contentHeight: Math.max(height, nothing.implicitHeight + 2 * Theme.gap)
+                activeFocusOnTab: contentHeight > height
 
-                Symbol {
-                    Layout.alignment: Qt.AlignHCenter
-                    visible: Theme.textScale < 1.3
-                    name: "macwindow.on.rectangle"
-                    color: Theme.tertiaryText
-                    size: 40
-                }
-                Label {
-                    Layout.fillWidth: true
-                    text: "No eligible video windows found."
-                    font: Theme.headlineFont
-                    horizontalAlignment: Text.AlignHCenter
-                }
-                Label {
-                    Layout.fillWidth: true
-                    text: "Make sure the browser or video player window is open and visible on screen."
-                    color: Theme.secondaryText
-                    horizontalAlignment: Text.AlignHCenter
+                ColumnLayout {
+                    id: nothing
+
+                    anchors.centerIn: parent
+                    width: parent.width - 2 * Theme.largeGap
+                    spacing: 8
+
+                    Symbol {
+                        Layout.alignment: Qt.AlignHCenter
+                        visible: !root.isTight
+                        name: "macwindow.on.rectangle"
+                        color: Theme.tertiaryText
+                        size: 40
+                    }
+                    Label {
+                        Layout.fillWidth: true
+                        text: "No eligible video windows found."
+                        font: Theme.headlineFont
+                        horizontalAlignment: Text.AlignHCenter
+                    }
+                    Label {
+                        Layout.alignment: Qt.AlignHCenter
+                        Layout.fillWidth: true
+                        Layout.maximumWidth: 340 * Theme.textScale
+                        text: "Make sure the browser or video player window is open and visible on screen."
+                        color: Theme.secondaryText
+                        horizontalAlignment: Text.AlignHCenter
+                    }
+                    Tip {
+                        Layout.topMargin: Theme.gap
+                        visible: root.isTight
+                        room: root.room - 2 * Theme.largeGap
+                    }
                 }
             }
 
@@ -144,7 +200,25 @@ Rectangle {
                 Keys.onDownPressed: root.model.moveSelection(1)
                 Keys.onReturnPressed: event => event.isAutoRepeat || root.model.start()
                 Keys.onEnterPressed: event => event.isAutoRepeat || root.model.start()
-                onCurrentIndexChanged: positionViewAtIndex(currentIndex, ListView.Contain)
+                onCurrentIndexChanged: {
+                    if (currentIndex === count - 1)
+                        positionViewAtEnd();
+                    positionViewAtIndex(currentIndex, ListView.Contain);
+                }
+
+                // Beneath the last row.
+                footer: Item {
+                    height: root.isTight ? lastTip.implicitHeight + 2 * Theme.gap : 0
+
+                    Tip {
+                        id: lastTip
+
+                        x: 20
+                        y: Theme.gap
+                        visible: root.isTight
+                        room: root.room - 40
+                    }
+                }
 
                 Binding {
                     target: root.model
@@ -243,27 +317,9 @@ Rectangle {
             }
         }
 
-        RowLayout {
-            spacing: 8
-
-            Symbol {
-                name: "lightbulb.fill"
-                color: Theme.tip
-                size: 16
-            }
-            ColumnLayout {
-                Layout.fillWidth: true
-                spacing: 2
-
-                Caption {
-                    Layout.fillWidth: true
-                    text: "Tip: Make sure the browser or video player window is open on your screen (not minimized into the Dock)."
-                }
-                Caption {
-                    Layout.fillWidth: true
-                    text: "On this desktop the Dock is the task bar or launcher, and 1 pt is 1 pixel."
-                }
-            }
+        Tip {
+            visible: !root.isTight
+            room: root.room
         }
 
         LineLabel {
@@ -276,23 +332,36 @@ Rectangle {
         }
 
         FittedRow {
+            id: buttons
+
             spacing: 8
+            buttons: [refreshButton, cancelButton, startButton]
+            room: root.room
 
             TextButton {
+                id: refreshButton
+
                 text: "Refresh List"
                 symbol: "arrow.clockwise"
+                fit: buttons.fit
                 onClicked: root.model.refreshWindows()
             }
             Item {
                 Layout.fillWidth: true
             }
             TextButton {
+                id: cancelButton
+
                 text: "Cancel"
+                fit: buttons.fit
                 onClicked: root.model.cancel()
             }
             TextButton {
+                id: startButton
+
                 text: "Start Clipping This Window"
                 prominent: true
+                fit: buttons.fit
                 enabled: root.model.canStart
                 onClicked: root.model.start()
             }

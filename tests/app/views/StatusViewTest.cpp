@@ -441,6 +441,48 @@ TEST_F(StatusViewTest, ItIsAsMuchWiderAsTheTextIsLarger)
     EXPECT_EQ(window->root()->implicitWidth(), 600);
 }
 
+TEST_F(StatusViewTest, LargerTextHasLargerSymbolsAndALargerNameAndNothingTouches)
+{
+    window.emplace(test::appView("StatusView"), model, QSize{600, 800});
+    setTextScale(window->engine(), 1.5);
+    static_cast<void>(window->grab());
+    double words = 0;
+    window->forEachVisible([&](QQuickItem& item) {
+        if (item.inherits("QQuickText") && item.property("text").toString().startsWith(QStringLiteral("Settings")))
+            words = item.mapToScene({0, 0}).x();
+    });
+    int symbols = 0;
+    window->forEachVisible([&](QQuickItem& item) {
+        const auto text = item.property("text").toString();
+        if (!item.inherits("QQuickText"))
+            return;
+        if (text == QStringLiteral("VEL")) {
+            EXPECT_EQ(item.property("font").value<QFont>().pixelSize(), qRound(24 * 1.5 * 0.6));
+            EXPECT_NEAR(item.mapToScene({0, 0}).x(), words, 3);
+        }
+        if (text == QString::fromUtf8("⚙️") || text == QString::fromUtf8("📖")) {
+            ++symbols;
+            const double painted = item.property("contentWidth").toDouble();
+            const double middle = item.mapToScene({item.width() / 2, 0}).x();
+            EXPECT_LE(middle + painted / 2 + 6, words) << text.toStdString();
+            EXPECT_GE(middle - painted / 2, 16 + 6) << text.toStdString();
+        }
+    });
+    EXPECT_EQ(symbols, 2);
+}
+
+TEST_F(StatusViewTest, OnceAWindowIsChosenTheKeyboardIsWhereTheRecordingStarts)
+{
+    show();
+    ASSERT_EQ(focused(), QString::fromUtf8("👉 Click \"Choose Video Window...\" below to start"));
+    capture();
+    static_cast<void>(window->grab());
+    EXPECT_EQ(focused(), QString::fromUtf8("⏺️ Start Recording Live Clip"));
+    window->type(Qt::Key_Return);
+    executor->runAll();
+    EXPECT_TRUE(coordinator->isRecording());
+}
+
 TEST_F(StatusViewTest, WhereItDoesNotFitItScrollsToTheRowThatHasTheKeyboard)
 {
     window.emplace(test::appView("StatusView"), model, QSize{400, 240});

@@ -310,6 +310,16 @@ TEST_F(ClipPreviewViewTest, ACaptionBesideEachTimeHasItsTenths)
     for (const auto* caption : {"00:03.3", "01:16.0", "00:01.4", "01:00.0", "00:58.5"})
         EXPECT_TRUE(showsTime(caption)) << caption;
     static_cast<void>(window->grab());
+    const auto leftOf = [this](const char* caption) {
+        double left = -1;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.property("text").toString() == QLatin1String(caption))
+                left = item.mapToScene({0, 0}).x();
+        });
+        return left;
+    };
+    EXPECT_GT(leftOf("00:01.4"), 0);
+    EXPECT_EQ(leftOf("00:01.4"), leftOf("01:00.0")) << "those of the start and of the end stand in one column";
     window->expectNothingIsCutOff({0, 0, 680, 600});
     window->expectNoTextsOverlap();
 }

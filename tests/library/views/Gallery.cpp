@@ -1,14 +1,13 @@
 // Draws the preview of a clip in all its states, to be looked at:
 //
-//     [QT_SCALE_FACTOR=2] preview_gallery DIRECTORY
-#include "tests/brand/ViewTestWindow.h"
+//     [QT_SCALE_FACTOR=2] preview_gallery DIRECTORY [TEXT_SCALE]
+#include "tests/brand/Gallery.h"
 #include "tests/library/views/PreviewFixture.h"
 #include "tests/library/views/PreviewView.h"
 
-#include <QDir>
-
 #include <algorithm>
-#include <cstdio>
+#include <memory>
+#include <vector>
 
 namespace velmora::test {
 namespace {
@@ -33,60 +32,53 @@ PixelBufferRef thumbnail()
     return buffer;
 }
 
-void draw(const QDir& directory, const char* name, const ViewTestWindow& window)
-{
-    const auto file = directory.filePath(QStringLiteral("%1.png").arg(QLatin1String(name)));
-    if (!window.grab().save(file))
-        std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
-}
-
-void drawPreview(const QDir& directory)
+void drawPreview(const Gallery& gallery)
 {
     PreviewFixture fixture;
     fixture.assetReader->durations[fixture.clip] = MediaTime{754, 10};
     fixture.assetReader->image = thumbnail();
     ViewTestWindow window{clipPreviewView, *fixture.model, clipPreviewSize};
-    draw(directory, "preview-loading", window);
+    gallery.draw("preview-loading", window);
     fixture.appear();
-    draw(directory, "preview-black", window);
+    gallery.draw("preview-black", window);
     fixture.player().showPicture(std::byte{0x58});
-    draw(directory, "preview-loaded", window);
+    gallery.draw("preview-loaded", window);
     window.type(Qt::Key_Space);
     fixture.player().passTime({21, 1});
-    draw(directory, "preview-playing", window);
+    gallery.draw("preview-playing", window);
     window.type(Qt::Key_Space);
     fixture.model->moveTrimEnd(55);
     fixture.model->moveTrimStart(12);
     window.type(Qt::Key_Tab);
     window.type(Qt::Key_Tab);
     window.type(Qt::Key_Tab);
-    draw(directory, "preview-selection", window);
+    gallery.draw("preview-selection", window);
     window.press(QStringLiteral("Save Trimmed Clip"));
-    draw(directory, "preview-exporting", window);
+    gallery.draw("preview-exporting", window);
     fixture.completeExport();
-    draw(directory, "preview-saved", window);
+    gallery.draw("preview-saved", window);
     window.movePointer(window.button(QStringLiteral("Reveal in Finder")));
     window.settle([&] {
         const auto items = window.window().contentItem()->findChildren<QQuickItem*>();
         return std::ranges::any_of(items, [](const QQuickItem* item) { return item->inherits("QQuickPopupItem") && item->isVisible(); });
     });
-    draw(directory, "preview-tool-tip", window);
+    gallery.draw("preview-tool-tip", window);
     window.press(QStringLiteral("Save Trimmed Clip"));
     fixture.session().fail(posixError(ENOSPC,
         "/media/a disk with a long name/Films and more films/Recordings of this year/November/Velmora/Trimmed-2026-11-21_10-20-30.mp4"));
     fixture.executor->runAll();
-    draw(directory, "preview-error", window);
+    gallery.draw("preview-error", window);
     fixture.player().fail({"mpv", -17, "unrecognized file format", nullptr});
-    draw(directory, "preview-problem", window);
+    gallery.draw("preview-problem", window);
 }
 
-void drawUnreadable(const QDir& directory)
+void drawUnreadable(const Gallery& gallery)
 {
     PreviewFixture fixture;
     fixture.assetReader->durations.clear();
     ViewTestWindow window{clipPreviewView, *fixture.model, clipPreviewSize};
     fixture.appear();
-    draw(directory, "preview-unreadable", window);
+    gallery.draw("preview-unreadable", window);
 }
 
 }  // namespace
@@ -94,15 +86,10 @@ void drawUnreadable(const QDir& directory)
 
 int main(int count, char* arguments[])
 {
-    if (count != 2) {
-        std::fprintf(stderr, "usage: preview_gallery DIRECTORY\n");
-        return 2;
-    }
     using namespace velmora::test;
-    static_cast<void>(application());
+    const Gallery gallery{count, arguments};
     linkPreviewView();
-    const QDir directory{QString::fromLocal8Bit(arguments[1])};
-    drawPreview(directory);
-    drawUnreadable(directory);
+    drawPreview(gallery);
+    drawUnreadable(gallery);
     return 0;
 }

@@ -19,13 +19,15 @@ CapturedWindowInfo listed(std::uint32_t id, const char* appName, const char* tit
     return {.id = id, .title = title, .appName = appName, .bundleID = appName, .frame = {0, 0, 1279.6, 720.9}, .isOnScreen = true};
 }
 
+const QUrl pickerView{QStringLiteral("qrc:/Velmora/Windows/WindowPickerView.qml")};
+
 class WindowPickerViewTest : public testing::Test, protected test::CoordinatorFixture {
 protected:
     WindowPickerViewTest()
     {
         static void (*volatile types)() = &qml_register_types_Velmora_Windows;
         [[maybe_unused]] const auto linked = types;
-        window.emplace(QUrl{QStringLiteral("qrc:/Velmora/Windows/WindowPickerView.qml")}, model, QSize{560, 480});
+        window.emplace(pickerView, model, QSize{560, 480});
         QObject::connect(&model, &WindowPickerModel::dismissed, &model, [this] { ++dismissals; });
     }
 
@@ -54,6 +56,20 @@ protected:
                 found = &item;
         });
         return found;
+    }
+
+    /// How many rows of the list can be seen, parts of one included.
+    [[nodiscard]] double rowsInSight() const
+    {
+        const auto& list = *first("QQuickListView");
+        const QRectF area = list.mapRectToScene({0, 0, list.width(), list.height()});
+        double rows = 0;
+        window->forEachVisible([&](QQuickItem& item) {
+            // Without a height it shows nothing.
+            if (item.inherits("QQuickItemDelegate") && item.height() > 0)
+                rows += std::max(0.0, area.intersected(item.mapRectToScene({0, 0, item.width(), item.height()})).height()) / item.height();
+        });
+        return rows;
     }
 
     WindowPickerModel model{std::make_shared<WindowSelectionService>(content, executor), *coordinator};
@@ -90,6 +106,7 @@ TEST_F(WindowPickerViewTest, TheLargestTextFindsRoomInAWindowOfTheGivenSize)
     EXPECT_GT(headline.top(), purpose.bottom() + 60) << "beneath the field for the search";
     EXPECT_GE(advice.top(), headline.bottom());
     EXPECT_LE(advice.bottom(), placeOf("Tip: ").top());
+    EXPECT_LT(advice.bottom(), window->button(QStringLiteral("Cancel")).mapToScene({0, 0}).y()) << "in sight without scrolling";
 }
 
 TEST_F(WindowPickerViewTest, SaysWhatItIsForFromTopToBottom)
@@ -345,21 +362,87 @@ TEST_F(WindowPickerViewTest, ASelectionThatIsGoneIsNotPromised)
 TEST_F(WindowPickerViewTest, ThreeWholeRowsAreInSightAndMoreAreGuessed)
 {
     appear(fortyWindows());
-    const auto rowsInSight = [this] {
-        const auto& list = *first("QQuickListView");
-        const QRectF area = list.mapRectToScene({0, 0, list.width(), list.height()});
-        double rows = 0;
-        window->forEachVisible([&](QQuickItem& item) {
-            // Without a height it shows nothing.
-            if (item.inherits("QQuickItemDelegate") && item.height() > 0)
-                rows += std::max(0.0, area.intersected(item.mapRectToScene({0, 0, item.width(), item.height()})).height()) / item.height();
-        });
-        return rows;
-    };
     EXPECT_GT(rowsInSight(), 3.2);
     first("QQuickListView")->setProperty("contentY", 1000);
     static_cast<void>(window->grab());
     EXPECT_GT(rowsInSight(), 2.9) << "and with a selection that is named";
+}
+
+TEST_F(WindowPickerViewTest, WithTheLargestTextMoreThanTwoAndAHalfRowsAreInSightAndTheTipIsBeneathTheLast)
+{
+    appear(fortyWindows());
+    setTextScale(window->engine(), 1.5);
+    static_cast<void>(window->grab());
+    first("QQuickListView")->setProperty("contentY", 0);
+    static_cast<void>(window->grab());
+    EXPECT_GT(rowsInSight(), 2.5);
+    const auto isTipInSight = [this] {
+        const auto& list = *first("QQuickListView");
+        const QRectF area = list.mapRectToScene({0, 0, list.width(), list.height()});
+        bool found = false;
+        window->forEachVisible([&](QQuickItem& item) {
+            const auto text = item.property("text").toString();
+            if (item.inherits("QQuickText")
+                && (text.startsWith(QStringLiteral("Tip: ")) || text.startsWith(QStringLiteral("On this desktop"))))
+                found |= area.contains(item.mapRectToScene({0, 0, item.width(), item.height()}));
+        });
+        return found;
+    };
+    EXPECT_FALSE(isTipInSight());
+    for (int presses = 0; presses < 40; ++presses)
+        window->type(Qt::Key_Down);
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(isTipInSight());
+    EXPECT_FALSE(window->texts().join(QLatin1Char('|')).contains(QStringLiteral("Selected: "))) << "nor has it hidden the last row";
+    model.setSearchText(QStringLiteral("nothing of that name"));
+    static_cast<void>(window->grab());
+    EXPECT_TRUE(window->shows(QStringLiteral("On this desktop the Dock is the task bar or launcher, and 1 pt is 1 pixel.")));
+}
+
+TEST_F(WindowPickerViewTest, OpenedWithLargerTextItHasRoomForEverythingFromTheBeginning)
+{
+    for (const double scale : {1.0, 1.25, 1.5}) {
+        SCOPED_TRACE(scale);
+        window.emplace(pickerView, model, QSize{560, 480}, scale);
+        content->content.windows.clear();
+        appear({listed(1, "Alpha", "a film"), listed(2, "Beta", "b film")});
+        static_cast<void>(window->grab());
+        window->expectNoTextsOverlap();
+        double right = 0;
+        for (const auto* text : {"Refresh List", "Cancel", "Start Clipping This Window"}) {
+            const auto& button = window->button(QLatin1String(text));
+            const auto place = button.mapRectToScene({0, 0, button.width(), button.height()});
+            EXPECT_GE(place.left(), right + 8 - 0.5) << text;
+            right = place.right();
+        }
+        EXPECT_NEAR(right, 560 - 24, 1) << "the last ends where the list does";
+        model.setSearchText(QStringLiteral("nothing of that name"));
+        static_cast<void>(window->grab());
+        window->expectNoTextsOverlap();
+        model.setSearchText({});
+    }
+}
+
+TEST_F(WindowPickerViewTest, WhatItIsForIsReadableToItsEndHoweverLargeTextIs)
+{
+    appearWithThree();
+    for (const double scale : {1.0, 1.25, 1.5}) {
+        setTextScale(window->engine(), scale);
+        static_cast<void>(window->grab());
+        std::vector<int> sizes;
+        window->forEachVisible([&](QQuickItem& item) {
+            const auto text = item.property("text").toString();
+            if (!item.inherits("QQuickText")
+                || !(text.startsWith(QStringLiteral("Select what")) || text.startsWith(QStringLiteral("Any browser"))))
+                return;
+            EXPECT_FALSE(item.property("truncated").toBool()) << text.toStdString() << " at " << scale;
+            EXPECT_LE(item.property("contentWidth").toDouble(), 512) << text.toStdString() << " at " << scale;
+            sizes.push_back(item.property("font").value<QFont>().pixelSize());
+        });
+        ASSERT_EQ(sizes.size(), 2U);
+        EXPECT_EQ(sizes[0], sizes[1]) << "at " << scale;
+        EXPECT_GE(sizes[0], 13);
+    }
 }
 
 TEST_F(WindowPickerViewTest, TheCaretStandsBeforeThePlaceholder)
@@ -457,7 +540,7 @@ TEST_F(WindowPickerViewTest, WithoutIconsThereIsNoPlaceForThem)
     appear({listed(1, "Alpha", "a film")});
     const double withPlace = leftOfName();
     content->hasIcons = false;
-    window.emplace(QUrl{QStringLiteral("qrc:/Velmora/Windows/WindowPickerView.qml")}, model, QSize{560, 480});
+    window.emplace(pickerView, model, QSize{560, 480});
     static_cast<void>(window->grab());
     EXPECT_EQ(leftOfName(), withPlace - 36);
 }
