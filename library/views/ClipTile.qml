@@ -1,0 +1,139 @@
+// A clip in the clips window: its picture with its length, its name, when it was made and how large it is.
+import QtQuick
+import Velmora.Brand
+import Velmora.Library
+
+FocusScope {
+    id: tile
+
+    required property ClipsModel model
+    required property int number
+    // The list has the keyboard.
+    property bool showsFocus: false
+
+    implicitHeight: content.height + 20
+    visible: number >= 0
+    focus: clip.isCurrent
+
+    Accessible.role: Accessible.ListItem
+    Accessible.name: clip.spoken
+    Accessible.selectable: true
+    Accessible.selected: clip.isSelected
+    Accessible.focusable: true
+    Accessible.onPressAction: tile.model.click(tile.number, 0)
+
+    ClipEntry {
+        id: clip
+
+        model: tile.model
+        number: tile.number
+    }
+
+    RowSurface {
+        anchors.fill: parent
+        anchors.margins: 2
+        highlighted: clip.isSelected
+        hovered: pointer.containsMouse
+        down: pointer.pressed
+        showsFocus: tile.showsFocus && clip.isCurrent
+    }
+
+    MouseArea {
+        id: pointer
+
+        anchors.fill: parent
+        hoverEnabled: true
+        onClicked: mouse => tile.model.click(tile.number, mouse.modifiers)
+        onDoubleClicked: mouse => {
+            if (mouse.modifiers === Qt.NoModifier)
+                tile.model.openClip(tile.number);
+        }
+    }
+
+    Column {
+        id: content
+
+        x: 10
+        y: 10
+        width: tile.width - 20
+        spacing: 6
+
+        ClipPicture {
+            id: picture
+
+            width: parent.width
+            height: Math.round(width * 9 / 16)
+            picture: clip.picture
+            ground: Theme.cardSlate
+            radius: 6
+
+            RoundedRectangle {
+                anchors.right: parent.right
+                anchors.bottom: parent.bottom
+                anchors.margins: 5
+                visible: clip.length !== ""
+                width: length.implicitWidth + 10
+                height: length.implicitHeight + 4
+                radius: 4
+                color: Theme.withOpacity("black", 0.72)
+
+                Text {
+                    id: length
+
+                    anchors.centerIn: parent
+                    text: clip.length
+                    textFormat: Text.PlainText
+                    color: "white"
+                    font: Theme.captionFont
+                }
+            }
+        }
+
+        Item {
+            width: parent.width
+            height: name.implicitHeight
+
+            LineLabel {
+                id: name
+
+                width: parent.width
+                line: clip.name
+                font: Theme.emphasisFont
+                elide: Text.ElideMiddle
+                Accessible.ignored: true
+            }
+
+            Loader {
+                anchors.left: parent.left
+                anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
+                anchors.margins: -6
+                active: clip.isRenaming
+                focus: true
+                sourceComponent: TextField {
+                    height: Theme.compactHeight
+                    focus: true
+                    label: "New name of " + clip.name
+                    text: clip.editableName
+                    onAccepted: tile.model.finishRenaming(text)
+                    onActiveFocusChanged: {
+                        if (!activeFocus && tile.Window.active && clip.isRenaming)
+                            tile.model.leaveRenaming(text);
+                    }
+                    Component.onCompleted: {
+                        forceActiveFocus();
+                        selectAll();
+                    }
+                }
+            }
+        }
+
+        LineLabel {
+            width: parent.width
+            line: clip.details
+            font: Theme.captionFont
+            color: Theme.secondaryText
+            Accessible.ignored: true
+        }
+    }
+}
