@@ -24,6 +24,7 @@ class ClipEntry : public QObject {
     Q_PROPERTY(QString details READ details NOTIFY clipChanged)
     Q_PROPERTY(QString spoken READ spoken NOTIFY lengthChanged)
     Q_PROPERTY(QImage picture READ picture NOTIFY pictureChanged)
+    Q_PROPERTY(bool hasPicture READ hasPicture NOTIFY pictureChanged)
     Q_PROPERTY(bool isSelected READ isSelected NOTIFY selectionChanged)
     Q_PROPERTY(bool isCurrent READ isCurrent NOTIFY selectionChanged)
     Q_PROPERTY(bool isRenaming READ isRenaming NOTIFY renamingChanged)
@@ -50,6 +51,7 @@ public:
     /// All of it, for assistive technology.
     [[nodiscard]] QString spoken() const;
     [[nodiscard]] QImage picture() const;
+    [[nodiscard]] bool hasPicture() const { return !picture().isNull(); }
     [[nodiscard]] bool isSelected() const;
     [[nodiscard]] bool isCurrent() const;
     [[nodiscard]] bool isRenaming() const;

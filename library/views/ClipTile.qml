@@ -13,17 +13,17 @@ FocusScope {
 
     implicitHeight: content.height + 20
     visible: number >= 0
-    focus: clip.isCurrent
+    focus: entry.isCurrent
 
     Accessible.role: Accessible.ListItem
-    Accessible.name: clip.spoken
+    Accessible.name: entry.spoken
     Accessible.selectable: true
-    Accessible.selected: clip.isSelected
+    Accessible.selected: entry.isSelected
     Accessible.focusable: true
     Accessible.onPressAction: tile.model.click(tile.number, 0)
 
     ClipEntry {
-        id: clip
+        id: entry
 
         model: tile.model
         number: tile.number
@@ -32,10 +32,10 @@ FocusScope {
     RowSurface {
         anchors.fill: parent
         anchors.margins: 2
-        highlighted: clip.isSelected
+        highlighted: entry.isSelected
         hovered: pointer.containsMouse
         down: pointer.pressed
-        showsFocus: tile.showsFocus && clip.isCurrent
+        showsFocus: tile.showsFocus && entry.isCurrent
     }
 
     MouseArea {
@@ -63,15 +63,23 @@ FocusScope {
 
             width: parent.width
             height: Math.round(width * 9 / 16)
-            picture: clip.picture
+            picture: entry.picture
             ground: Theme.cardSlate
             radius: 6
 
+            Symbol {
+                anchors.centerIn: parent
+                visible: !entry.hasPicture
+                name: "play.rectangle.fill"
+                color: Theme.tertiaryText
+                size: 28
+                opacity: 0.5
+            }
             RoundedRectangle {
                 anchors.right: parent.right
                 anchors.bottom: parent.bottom
                 anchors.margins: 5
-                visible: clip.length !== ""
+                visible: entry.length !== ""
                 width: length.implicitWidth + 10
                 height: length.implicitHeight + 4
                 radius: 4
@@ -81,7 +89,7 @@ FocusScope {
                     id: length
 
                     anchors.centerIn: parent
-                    text: clip.length
+                    text: entry.length
                     textFormat: Text.PlainText
                     color: "white"
                     font: Theme.captionFont
@@ -97,27 +105,27 @@ FocusScope {
                 id: name
 
                 width: parent.width
-                line: clip.name
+                visible: !entry.isRenaming
+                line: entry.name
                 font: Theme.emphasisFont
                 elide: Text.ElideMiddle
                 Accessible.ignored: true
             }
 
+            // Over both lines: it is higher than one.
             Loader {
-                anchors.left: parent.left
-                anchors.right: parent.right
-                anchors.verticalCenter: parent.verticalCenter
-                anchors.margins: -6
-                active: clip.isRenaming
+                y: 2
+                width: parent.width
+                active: entry.isRenaming
                 focus: true
                 sourceComponent: TextField {
                     height: Theme.compactHeight
                     focus: true
-                    label: "New name of " + clip.name
-                    text: clip.editableName
+                    label: "New name of " + entry.name
+                    text: entry.editableName
                     onAccepted: tile.model.finishRenaming(text)
                     onActiveFocusChanged: {
-                        if (!activeFocus && tile.Window.active && clip.isRenaming)
+                        if (!activeFocus && tile.Window.active && entry.isRenaming)
                             tile.model.leaveRenaming(text);
                     }
                     Component.onCompleted: {
@@ -130,7 +138,8 @@ FocusScope {
 
         LineLabel {
             width: parent.width
-            line: clip.details
+            opacity: entry.isRenaming ? 0 : 1
+            line: entry.details
             font: Theme.captionFont
             color: Theme.secondaryText
             Accessible.ignored: true

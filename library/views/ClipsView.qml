@@ -49,6 +49,7 @@ Rectangle {
             Layout.fillWidth: true
             Layout.fillHeight: true
             padding: 0
+            focus: true
             color: Theme.withOpacity(Theme.cardSlate, 0.45)
 
             BusyIndicator {

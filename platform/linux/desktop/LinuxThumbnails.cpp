@@ -79,6 +79,9 @@ QImage keptImage(const std::filesystem::path& path, const FileFacts& facts)
     if (!isPlainFile(path))
         return {};
     QImageReader reader{QString::fromStdString(path.native()), "png"};
+    // Else the library complains on standard error.
+    if (!reader.canRead())
+        return {};
     const auto size = reader.size();
     if (size.isEmpty() || size.width() > longestSide || size.height() > longestSide)
         return {};

@@ -60,7 +60,7 @@ void fill(ClipsFixture& fixture)
         if (i == 3)
             name = "سباق الخيل";
         if (i == 4)
-            name = "caf\xE9 <b>bold</b> & more";
+            name = "caf\xE9 <b>bold & more";
         const auto file = fixture.add(name + ".mp4", ClipsFixture::moment(i / 5, 11 - i % 5, 7 * (i % 8)), 1'000'000U + 3'456'789U * static_cast<unsigned>(i));
         fixture.assetReader->durations[file] = MediaTime{3 + 37 * i, 1};
         if (i == 6)
