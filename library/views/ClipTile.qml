@@ -123,7 +123,9 @@ FocusScope {
                     focus: true
                     label: "New name of " + entry.name
                     text: entry.editableName
-                    onAccepted: tile.model.finishRenaming(text)
+                    // A key that is taken here does not open the clip besides.
+                    Keys.onReturnPressed: event => event.isAutoRepeat || tile.model.finishRenaming(text)
+                    Keys.onEnterPressed: event => event.isAutoRepeat || tile.model.finishRenaming(text)
                     onActiveFocusChanged: {
                         if (!activeFocus && tile.Window.active && entry.isRenaming)
                             tile.model.leaveRenaming(text);

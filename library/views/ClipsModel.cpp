@@ -242,6 +242,9 @@ bool ClipsModel::pressKey(int key, int modifiers, const QString& text, int lines
     const auto held = keyboardModifiers(modifiers);
     const bool withControl = held.testFlag(Qt::ControlModifier);
     const bool isPlain = !(held & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
+    // What a name has no use for is not for the list either.
+    if (renamed_)
+        return key != Qt::Key_Tab && key != Qt::Key_Backtab;
     if (const auto number = destination(key, linesOfPage)) {
         move(*number, modifiers);
         return true;

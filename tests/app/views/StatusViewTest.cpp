@@ -184,7 +184,7 @@ TEST_F(StatusViewTest, TabReachesEveryCommand)
         reached.append(focused());
         window->type(Qt::Key_Tab);
     }
-    EXPECT_EQ(reached.size(), 7);
+    EXPECT_EQ(reached.size(), 8);
     EXPECT_EQ(reached.removeDuplicates(), 0) << reached.join(QLatin1Char('|')).toStdString();
 }
 
@@ -241,7 +241,7 @@ TEST_F(StatusViewTest, RowsSayWhatTheyAre)
     EXPECT_EQ(commands.join(QLatin1Char('|')).toStdString(),
         "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to "
         "Clip...|Clip.mp4 "
-        "(12:34)|📁 Open "
+        "(12:34)|🎬 Show All Clips...|📁 Open "
         "Clips Folder in Finder|📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora");
     EXPECT_EQ(named(QAccessible::MenuItem).join(QLatin1Char('|')).toStdString(), commands.join(QLatin1Char('|')).toStdString());
     EXPECT_TRUE(named(QAccessible::ListItem).isEmpty());

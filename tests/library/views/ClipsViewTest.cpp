@@ -210,9 +210,15 @@ TEST_F(ClipsViewTest, AClipIsRenamedInItsTile)
     EXPECT_TRUE(window->shows(QStringLiteral("x")));
     EXPECT_EQ(focusedClip().substr(0, 2), "x,") << "the keyboard is at the clip again";
     type(Qt::Key_F2);
+    type(Qt::Key_Down);
+    type(Qt::Key_Enter);
+    EXPECT_THAT(named(QAccessible::EditableText), SizeIs(1));
+    EXPECT_EQ(focusedClip().substr(0, 2), "x,") << "arrows are for the name";
+    type(Qt::Key_F2);
     type(Qt::Key_Escape);
     EXPECT_THAT(named(QAccessible::EditableText), SizeIs(1));
     EXPECT_THAT(files(), SizeIs(3));
+    EXPECT_THAT(opened, IsEmpty()) << "the key that ends it opens nothing";
 }
 
 TEST_F(ClipsViewTest, LeavingTheNameTakesIt)
