@@ -82,24 +82,23 @@ void ClipFolder::read()
 {
     isReading_ = true;
     isStale_ = false;
-    services_.worker->async(
-        [weak = self_.weak(), folder = folder_, files = services_.fileManager, executor = services_.mainExecutor] {
-            Reading reading{.folder = folder, .clips = {}};
-            bool isDirectory = false;
-            if (!files->fileExists(folder, &isDirectory) || !isDirectory) {
-                reading.condition = Condition::gone;
-            } else if (const auto contents = files->contentsOfDirectory(folder, true)) {
-                reading.clips = clipsOf(*contents, *files);
-                reading.isWritable = files->checkWritable(folder).has_value();
-            } else {
-                reading.condition = Condition::unreadable;
-                reading.error = contents.error().localizedDescription;
-            }
-            executor->async([weak, reading = std::move(reading)]() mutable {
-                if (const auto self = weak.lock())
-                    self->take(std::move(reading));
-            });
+    services_.worker->async([weak = self_.weak(), folder = folder_, files = services_.fileManager, executor = services_.mainExecutor] {
+        Reading reading{.folder = folder, .clips = {}};
+        bool isDirectory = false;
+        if (!files->fileExists(folder, &isDirectory) || !isDirectory) {
+            reading.condition = Condition::gone;
+        } else if (const auto contents = files->contentsOfDirectory(folder, true)) {
+            reading.clips = clipsOf(*contents, *files);
+            reading.isWritable = files->checkWritable(folder).has_value();
+        } else {
+            reading.condition = Condition::unreadable;
+            reading.error = contents.error().localizedDescription;
+        }
+        executor->async([weak, reading = std::move(reading)]() mutable {
+            if (const auto self = weak.lock())
+                self->take(std::move(reading));
         });
+    });
 }
 
 void ClipFolder::take(Reading reading)
@@ -169,8 +168,7 @@ void ClipFolder::rename(const FolderClipRef& clip, const std::string& name, Uniq
     });
 }
 
-void ClipFolder::moveToTrash(
-    const std::vector<FolderClipRef>& clips, UniqueFunction<void(Outcome<platform::TrashedFile>)> completion)
+void ClipFolder::moveToTrash(const std::vector<FolderClipRef>& clips, UniqueFunction<void(Outcome<platform::TrashedFile>)> completion)
 {
     std::vector<std::filesystem::path> files;
     for (const auto& clip : clips)
@@ -198,8 +196,7 @@ void ClipFolder::moveToTrash(
     });
 }
 
-void ClipFolder::putBack(
-    std::vector<platform::TrashedFile> files, UniqueFunction<void(Outcome<std::filesystem::path>)> completion)
+void ClipFolder::putBack(std::vector<platform::TrashedFile> files, UniqueFunction<void(Outcome<std::filesystem::path>)> completion)
 {
     services_.worker->async([weak = self_.weak(), files = std::move(files), mover = services_.fileMover, executor = services_.mainExecutor,
                                 completion = std::move(completion)]() mutable {

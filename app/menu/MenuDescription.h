@@ -12,7 +12,18 @@
 
 namespace velmora {
 
-enum class MenuAction { none, toggleRecording, selectWindow, stopCapture, openRecentClip, openFolder, openGuide, openSettings, showClips, quit };
+enum class MenuAction {
+    none,
+    toggleRecording,
+    selectWindow,
+    stopCapture,
+    openRecentClip,
+    openFolder,
+    openGuide,
+    openSettings,
+    showClips,
+    quit
+};
 
 /// A key with the modifiers that are held with it.
 struct KeyEquivalent {

@@ -138,8 +138,7 @@ QuickContent makeClips(const WindowContentParts& parts)
     content.willAppear = [clips, watch] {
         *watch = std::make_unique<FolderWatch>([clips] { clips->reload(); });
         // One that is gone is found again where it was.
-        QObject::connect(
-            clips, &ClipsModel::clipsChanged, watch->get(), [clips, watch = watch->get()] { watch->watch(clips->folder()); });
+        QObject::connect(clips, &ClipsModel::clipsChanged, watch->get(), [clips, watch = watch->get()] { watch->watch(clips->folder()); });
         (*watch)->watch(clips->folder());
         clips->viewWillAppear();
     };

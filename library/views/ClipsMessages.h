@@ -24,7 +24,6 @@ namespace velmora::clips_messages {
 [[nodiscard]] QString trashed(const ClipFolder::Outcome<platform::TrashedFile>& outcome);
 
 /// `wanted`: those that were to be put back.
-[[nodiscard]] QString putBack(
-    const ClipFolder::Outcome<std::filesystem::path>& outcome, const std::vector<platform::TrashedFile>& wanted);
+[[nodiscard]] QString putBack(const ClipFolder::Outcome<std::filesystem::path>& outcome, const std::vector<platform::TrashedFile>& wanted);
 
 }  // namespace velmora::clips_messages

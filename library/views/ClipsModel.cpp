@@ -6,8 +6,6 @@
 #include "library/views/ClipDays.h"
 #include "library/views/ClipsMessages.h"
 
-#include <QStringList>
-
 #include <algorithm>
 #include <bit>
 #include <cerrno>
@@ -33,38 +31,6 @@ Qt::KeyboardModifiers keyboardModifiers(int flags)
 {
     return Qt::KeyboardModifiers{static_cast<Qt::KeyboardModifiers::Int>(flags)};
 }
-
-bool hasAllWords(const QString& text, const QStringList& words)
-{
-    return std::all_of(words.begin(), words.end(), [&](const QString& word) { return text.contains(word, Qt::CaseInsensitive); });
-}
-
-/// Asks what day a clip is from, and remembers how long that day is, because the clip after it is most likely from the same.
-class Days {
-public:
-    explicit Days(const QDate& today) : today_(today) { }
-
-    /// Whether it is another than that of the clip before.
-    bool advanceTo(ClipItem::Date date)
-    {
-        const auto seconds = std::chrono::floor<std::chrono::seconds>(date.time_since_epoch()).count();
-        if (!text_.isEmpty() && seconds >= begin_ && seconds < end_)
-            return false;
-        const auto day = localTime(date).date();
-        begin_ = day.startOfDay().toSecsSinceEpoch();
-        end_ = day.addDays(1).startOfDay().toSecsSinceEpoch();
-        text_ = dayText(day, today_);
-        return true;
-    }
-
-    [[nodiscard]] const QString& text() const { return text_; }
-
-private:
-    const QDate today_;
-    qint64 begin_ = 0;
-    qint64 end_ = 0;
-    QString text_;
-};
 
 }  // namespace
 
@@ -300,7 +266,7 @@ void ClipsModel::enterList()
 int ClipsModel::lineOf(std::size_t number) const
 {
     const auto next = std::upper_bound(
-        lines_.begin(), lines_.end(), static_cast<int>(number), [](int value, const Line& line) { return value < line.first; });
+        lines_.begin(), lines_.end(), static_cast<int>(number), [](int value, const ClipLine& line) { return value < line.first; });
     return static_cast<int>(next - lines_.begin()) - 1;
 }
 
@@ -308,7 +274,8 @@ int ClipsModel::lineOf(std::size_t number) const
 std::optional<std::size_t> ClipsModel::destination(int key, int linesOfPage) const
 {
     const auto isOne = [key](auto... keys) { return ((key == keys) || ...); };
-    if (shown_.empty() || !isOne(Qt::Key_Left, Qt::Key_Right, Qt::Key_Up, Qt::Key_Down, Qt::Key_Home, Qt::Key_End, Qt::Key_PageUp, Qt::Key_PageDown))
+    if (shown_.empty()
+        || !isOne(Qt::Key_Left, Qt::Key_Right, Qt::Key_Up, Qt::Key_Down, Qt::Key_Home, Qt::Key_End, Qt::Key_PageUp, Qt::Key_PageDown))
         return std::nullopt;
     const auto last = shown_.size() - 1;
     if (key == Qt::Key_Home || (!selection_.current() && key != Qt::Key_End))
@@ -516,31 +483,13 @@ void ClipsModel::takeBack(const ClipFolder::Outcome<std::filesystem::path>& outc
 
 // The list.
 
-std::vector<ClipsModel::Line> ClipsModel::linesOf(const std::vector<FolderClipRef>& clips, std::vector<FolderClipRef>& shown) const
-{
-    const auto words = searchText_.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    std::vector<Line> lines;
-    Days days{localTime(services_.clock->now()).date()};
-    bool beginsDay = false;
-    for (const auto& clip : clips) {
-        beginsDay = days.advanceTo(clip->createdAt) || beginsDay;
-        if (!words.isEmpty() && !hasAllWords(QString::fromStdString(clip->filename()) + QLatin1Char('\n') + days.text(), words))
-            continue;
-        if (beginsDay || lines.back().clips.size() == static_cast<std::size_t>(columns_))
-            lines.push_back({beginsDay ? days.text() : QString{}, static_cast<int>(shown.size()), {}});
-        beginsDay = false;
-        lines.back().clips.push_back(clip);
-        shown.push_back(clip);
-    }
-    return lines;
-}
-
 void ClipsModel::update(bool startsAnew)
 {
     emit clipsWillChange();
-    std::vector<FolderClipRef> shown;
-    auto lines = linesOf(folder_.clips(), shown);
-    shown_ = std::move(shown);
+    auto lines = clipLines(folder_.clips(), searchText_, columns_, localTime(services_.clock->now()).date());
+    shown_.clear();
+    for (const auto& line : lines)
+        shown_.insert(shown_.end(), line.clips.begin(), line.clips.end());
     if (startsAnew) {
         beginResetModel();
         lines_ = std::move(lines);
@@ -565,9 +514,9 @@ void ClipsModel::update(bool startsAnew)
 }
 
 /// Lines that stay are left alone, so that whoever looks at them, or has the keyboard there, stays there.
-void ClipsModel::apply(std::vector<Line> lines)
+void ClipsModel::apply(std::vector<ClipLine> lines)
 {
-    const auto areAlike = [](const Line& a, const Line& b) { return a.heading == b.heading && a.clips == b.clips; };
+    const auto areAlike = [](const ClipLine& a, const ClipLine& b) { return a.heading == b.heading && a.clips == b.clips; };
     const auto same = std::mismatch(lines_.begin(), lines_.end(), lines.begin(), lines.end(), areAlike).first - lines_.begin();
     const auto oldEnd = std::make_reverse_iterator(lines_.begin() + same);
     const auto newEnd = std::make_reverse_iterator(lines.begin() + same);

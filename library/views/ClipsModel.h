@@ -5,11 +5,11 @@
 #include "library/ClipFolder.h"
 #include "library/ClipLibrary.h"
 #include "library/ClipSelection.h"
+#include "library/views/ClipLines.h"
 #include "library/views/ShownClips.h"
 #include "platform/Clock.h"
 
 #include <QAbstractListModel>
-#include <QDate>
 #include <QPoint>
 #include <QString>
 #include <QtQmlIntegration>
@@ -165,16 +165,10 @@ signals:
     void dismissed();
 
 private:
-    struct Line {
-        QString heading;
-        int first = 0;
-        std::vector<FolderClipRef> clips;
-    };
     using Step = std::vector<platform::TrashedFile>;  ///< what one undoing puts back
 
     void update(bool startsAnew = false);
-    [[nodiscard]] std::vector<Line> linesOf(const std::vector<FolderClipRef>& clips, std::vector<FolderClipRef>& shown) const;
-    void apply(std::vector<Line> lines);
+    void apply(std::vector<ClipLine> lines);
     [[nodiscard]] QString countText() const;
     [[nodiscard]] int lineOf(std::size_t number) const;
     [[nodiscard]] std::optional<std::size_t> destination(int key, int linesOfPage) const;
@@ -191,7 +185,7 @@ private:
     ClipFolder folder_;
     ShownClips shownClips_;
     std::vector<FolderClipRef> shown_;
-    std::vector<Line> lines_;
+    std::vector<ClipLine> lines_;
     ClipSelection selection_;
     QString searchText_;
     int columns_ = 3;

@@ -40,8 +40,8 @@ protected:
     [[nodiscard]] static std::vector<Control> listed()
     {
         auto controls = AssistiveTechnology::controls();
-        controls.erase(std::remove_if(controls.begin(), controls.end(), [](const Control& one) { return one.role != "list item"; }),
-            controls.end());
+        controls.erase(
+            std::remove_if(controls.begin(), controls.end(), [](const Control& one) { return one.role != "list item"; }), controls.end());
         return controls;
     }
 

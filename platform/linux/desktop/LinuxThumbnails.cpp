@@ -119,17 +119,17 @@ void keep(QImage image, const FileFacts& facts, const std::filesystem::path& fol
 {
     if (!makeCacheFolders(folder))
         return;
-    for (const auto& [key, value] : {std::pair{"Thumb::URI", QString::fromStdString(facts.uri)}, {"Thumb::MTime", QString::number(facts.modified)},
-             {"Thumb::Size", QString::number(facts.size)}, {"Thumb::Mimetype", QStringLiteral("video/mp4")},
-             {"Software", QStringLiteral("Velmora")}})
+    for (const auto& [key, value] : {std::pair{"Thumb::URI", QString::fromStdString(facts.uri)},
+             {"Thumb::MTime", QString::number(facts.modified)}, {"Thumb::Size", QString::number(facts.size)},
+             {"Thumb::Mimetype", QStringLiteral("video/mp4")}, {"Software", QStringLiteral("Velmora")}})
         image.setText(QLatin1String{key}, value);
     auto temporary = (folder / ("velmora-" + facts.name + ".XXXXXX")).native();
     const int descriptor = ::mkstemp(temporary.data());  // 0600
     if (descriptor < 0)
         return;
     QFile file;
-    const bool isWritten = file.open(descriptor, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle) && QImageWriter{&file, "png"}.write(image)
-        && file.flush();
+    const bool isWritten = file.open(descriptor, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle)
+        && QImageWriter{&file, "png"}.write(image) && file.flush();
     file.close();
     if (!isWritten || ::rename(temporary.c_str(), (folder / facts.name).c_str()) != 0)
         ::unlink(temporary.c_str());
@@ -145,7 +145,8 @@ public:
 
     void find(const std::filesystem::path& file, int side, Completion completion) override
     {
-        files_.async([file, side, folder = folder_, completion = std::move(completion)]() mutable { completion(found(file, side, folder)); });
+        files_.async(
+            [file, side, folder = folder_, completion = std::move(completion)]() mutable { completion(found(file, side, folder)); });
     }
 
     void make(const std::filesystem::path& file, int side, Completion completion) override

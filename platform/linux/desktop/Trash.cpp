@@ -293,7 +293,8 @@ Result<engine::TrashedFile> Trash::putWithInfo(const std::filesystem::path& path
         return fail(trashError(error.value(), path));
 
     const auto atHome = makeFolders(places_.home);
-    auto result = atHome ? putInto({places_.home, infoText(absolute.lexically_normal().native(), isDiscardedRecording)}, path, move) : fail(atHome.error());
+    auto result = atHome ? putInto({places_.home, infoText(absolute.lexically_normal().native(), isDiscardedRecording)}, path, move)
+                         : fail(atHome.error());
     if (result)
         return result;
 

@@ -163,11 +163,9 @@ TEST_F(StatusViewTest, TheFirstCommandHasTheKeyboardAndArrowsGoFromOneToTheNext)
         window->type(Qt::Key_Down);
     }
     EXPECT_EQ(reached.join(QLatin1Char('|')).toStdString(),
-        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to Clip...|🎬 Show All Clips...|📁 "
-        "Open "
-        "Clips "
-        "Folder "
-        "in Finder|📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora|✕ Quit Velmora");
+        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|"
+        "🎯 Choose Video Window to Clip...|🎬 Show All Clips...|📁 Open Clips Folder in Finder|"
+        "📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora|✕ Quit Velmora");
     window->type(Qt::Key_Up);
     EXPECT_EQ(focused(), QString::fromUtf8("⚙️ Settings..."));
     window->type(Qt::Key_Return);

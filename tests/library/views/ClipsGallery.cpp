@@ -54,14 +54,16 @@ void draw(const QDir& directory, const char* name, const ViewTestWindow& window)
 void fill(ClipsFixture& fixture)
 {
     for (int i = 0; i < 24; ++i) {
-        auto name = "Velmora-Recording-2026-11-" + std::to_string(20 - i / 5) + "-1" + std::to_string(9 - i % 5) + "-20-3" + std::to_string(i % 10);
+        auto name =
+            "Velmora-Recording-2026-11-" + std::to_string(20 - i / 5) + "-1" + std::to_string(9 - i % 5) + "-20-3" + std::to_string(i % 10);
         if (i == 1)
             name = "Sunset over the harbour";
         if (i == 3)
             name = "سباق الخيل";
         if (i == 4)
             name = "caf\xE9 <b>bold & more";
-        const auto file = fixture.add(name + ".mp4", ClipsFixture::moment(i / 5, 11 - i % 5, 7 * (i % 8)), 1'000'000U + 3'456'789U * static_cast<unsigned>(i));
+        const auto file = fixture.add(
+            name + ".mp4", ClipsFixture::moment(i / 5, 11 - i % 5, 7 * (i % 8)), 1'000'000U + 3'456'789U * static_cast<unsigned>(i));
         fixture.assetReader->durations[file] = MediaTime{3 + 37 * i, 1};
         if (i == 6)
             continue;  // damaged

@@ -40,12 +40,10 @@ TEST_F(ClipsModelTest, ClipsAreInLinesNewestFirstAndADayBeginsALine)
     add("notes.txt", moment(0, 9, 0));
     add(".hidden.mp4", moment(0, 9, 0));
     appear();
-    EXPECT_THAT(lines(),
-        ElementsAre("Today: b.mp4 a.mp4", "Yesterday: c.mp4", "Monday, 16 November 2026: g.mp4 f.mp4 e.mp4", ": d.mp4"));
+    EXPECT_THAT(lines(), ElementsAre("Today: b.mp4 a.mp4", "Yesterday: c.mp4", "Monday, 16 November 2026: g.mp4 f.mp4 e.mp4", ": d.mp4"));
     EXPECT_EQ(status(), "7 clips");
     model->setColumns(2);
-    EXPECT_THAT(lines(),
-        ElementsAre("Today: b.mp4 a.mp4", "Yesterday: c.mp4", "Monday, 16 November 2026: g.mp4 f.mp4", ": e.mp4 d.mp4"));
+    EXPECT_THAT(lines(), ElementsAre("Today: b.mp4 a.mp4", "Yesterday: c.mp4", "Monday, 16 November 2026: g.mp4 f.mp4", ": e.mp4 d.mp4"));
 }
 
 TEST_F(ClipsModelTest, OfEqualDatesTheGreaterNameComesFirstHoweverTheFolderListsThem)

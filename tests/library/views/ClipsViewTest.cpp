@@ -1,6 +1,6 @@
+#include "tests/library/views/ClipsView.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/library/views/ClipsFixture.h"
-#include "tests/library/views/ClipsView.h"
 
 #include <gmock/gmock.h>
 
@@ -197,8 +197,7 @@ TEST_F(ClipsViewTest, AClipIsRenamedInItsTile)
     showWith(3);
     type(Qt::Key_Right);
     type(Qt::Key_F2);
-    EXPECT_THAT(named(QAccessible::EditableText),
-        ElementsAre("Search names and days...", "New name of clip 0"));
+    EXPECT_THAT(named(QAccessible::EditableText), ElementsAre("Search names and days...", "New name of clip 0"));
     type(Qt::Key_X, QStringLiteral("x"));
     EXPECT_EQ(model->searchText(), QString{}) << "what is typed is for the name";
     type(Qt::Key_Slash, QStringLiteral("/"));
