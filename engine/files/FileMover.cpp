@@ -3,6 +3,8 @@
 #include "engine/files/MovableFile.h"
 
 #include <cerrno>
+#include <filesystem>
+#include <functional>
 #include <system_error>
 #include <utility>
 

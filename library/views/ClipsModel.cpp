@@ -10,7 +10,6 @@
 #include <bit>
 #include <cerrno>
 #include <chrono>
-#include <cmath>
 #include <iterator>
 #include <utility>
 

@@ -13,6 +13,7 @@
 #include "tests/support/TemporaryDirectory.h"
 
 #include <QDate>
+#include <QDateTime>
 #include <QTime>
 
 #include <algorithm>

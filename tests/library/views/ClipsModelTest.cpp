@@ -6,6 +6,12 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace velmora {
 namespace {
