@@ -45,6 +45,7 @@ public:
     /// Goes on with the walkthrough until that has been completed; after that, opens the list of windows, or the menu where one is chosen.
     void activate() override;
     void chooseWindow() override { services_.windows->presentWindowPicker(); }
+    void presentClips() override { services_.windows->presentClips(); }
     void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) override;
     void selectWindow(std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion,
         CallerTells callerTells) override;

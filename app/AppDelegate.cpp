@@ -37,6 +37,11 @@ WindowDescription settings()
     return {WindowContent::settings, 540, 500, false, false, "Velmora Settings", {}};
 }
 
+WindowDescription clips()
+{
+    return {WindowContent::clips, 760, 600, true, true, "Clips — Velmora", {}};
+}
+
 }  // namespace
 
 std::shared_ptr<AppDelegate> AppDelegate::create(Services services)
@@ -258,6 +263,11 @@ void AppDelegate::presentPlayingClip(const std::filesystem::path& clip)
 void AppDelegate::presentSettings()
 {
     present(settingsWindow_, settings());
+}
+
+void AppDelegate::presentClips()
+{
+    present(clipsWindow_, clips());
 }
 
 }  // namespace velmora

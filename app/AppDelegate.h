@@ -75,6 +75,7 @@ public:
     void presentClipPreview(const std::filesystem::path& clip) override;
     void presentPlayingClip(const std::filesystem::path& clip) override;
     void presentSettings() override;
+    void presentClips() override;
 
     [[nodiscard]] MenuBarController* menuBarController() const { return menuBarController_.get(); }
 
@@ -97,6 +98,7 @@ private:
     std::shared_ptr<ApplicationWindow> windowPickerWindow_;
     std::shared_ptr<ApplicationWindow> previewWindow_;
     std::shared_ptr<ApplicationWindow> settingsWindow_;
+    std::shared_ptr<ApplicationWindow> clipsWindow_;
 };
 
 }  // namespace velmora

@@ -11,7 +11,7 @@
 
 namespace velmora {
 
-enum class WindowContent { onboarding, windowPicker, clipPreview, settings };
+enum class WindowContent { onboarding, windowPicker, clipPreview, settings, clips };
 
 struct WindowDescription {
     WindowContent content = WindowContent::onboarding;

@@ -87,6 +87,11 @@ CommandGroup forTheRunningProgram()
                     "begins anew with nothing. With save it saves SECONDS of them, or all, from a key frame on, and prints the clip's "
                     "path once it is safe. Meanwhile the pictures keep the window's size as in a recording."},
             {.name = "preview", .argument = clip, .options = {}, .summary = "Opens a clip.", .details = {}},
+            {.name = "clips",
+                .argument = {},
+                .options = {},
+                .summary = "Opens the window with all clips: to search, play, rename, share and remove them.",
+                .details = "If the program is installed and not yet running, it is started."},
             {.name = "quit",
                 .argument = {},
                 .options = {},

@@ -394,6 +394,7 @@ Parser parserOf(const QString& command)
         {QStringLiteral("trim"), parseTrim},
         {QStringLiteral("toggle"), parsePlainControl<Control::Action::toggle>},
         {QStringLiteral("choose"), parsePlainControl<Control::Action::choose>},
+        {QStringLiteral("clips"), parsePlainControl<Control::Action::clips>},
         {QStringLiteral("select"), parseSelect},
         {QStringLiteral("stop"), parsePlainControl<Control::Action::stop>},
         {QStringLiteral("status"), parseStatus},

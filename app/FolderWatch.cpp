@@ -5,7 +5,6 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
-#include <sys/inotify.h>
 #include <unistd.h>
 #include <utility>
 
@@ -17,6 +16,7 @@ namespace {
 constexpr std::chrono::milliseconds settling{250};
 
 constexpr std::uint32_t changes = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE;
+constexpr std::uint32_t ends = IN_DELETE_SELF | IN_MOVE_SELF;
 
 }  // namespace
 
@@ -43,11 +43,26 @@ void FolderWatch::watch(const std::filesystem::path& folder)
 {
     if (descriptor_ < 0)
         return;
+    auto path = folder.lexically_normal();
+    if (!path.has_filename())
+        path = path.parent_path();
     // The same folder gives the same number.
-    const int watched = ::inotify_add_watch(descriptor_, folder.c_str(), changes | IN_ONLYDIR);
+    int watched = ::inotify_add_watch(descriptor_, path.c_str(), changes | ends | IN_ONLYDIR);
+    awaited_.clear();
+    if (watched < 0) {
+        awaited_ = path.filename().native();
+        watched = ::inotify_add_watch(descriptor_, path.parent_path().c_str(), IN_CREATE | IN_MOVED_TO | IN_ONLYDIR);
+    }
     if (watched_ >= 0 && watched_ != watched)
         ::inotify_rm_watch(descriptor_, watched_);
     watched_ = watched;
+}
+
+bool FolderWatch::isChange(const inotify_event& event) const
+{
+    if (event.len == 0)
+        return (event.mask & ends) != 0;
+    return awaited_.empty() ? PathUtilities::isMovie(event.name) : event.name == awaited_;
 }
 
 void FolderWatch::readEvents()
@@ -58,8 +73,7 @@ void FolderWatch::readEvents()
         for (const char* next = buffer.data(); next < buffer.data() + size;) {
             const auto* event = reinterpret_cast<const inotify_event*>(next);
             // An overflow names no file.
-            hasChanged = hasChanged || (event->mask & IN_Q_OVERFLOW) != 0
-                || (event->wd == watched_ && event->len > 0 && PathUtilities::isMovie(event->name));
+            hasChanged = hasChanged || (event->mask & IN_Q_OVERFLOW) != 0 || (event->wd == watched_ && isChange(*event));
             next += sizeof(inotify_event) + event->len;
         }
     }

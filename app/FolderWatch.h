@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <string>
+#include <sys/inotify.h>
 
 namespace velmora {
 
@@ -22,15 +24,18 @@ public:
     FolderWatch(const FolderWatch&) = delete;
     FolderWatch& operator=(const FolderWatch&) = delete;
 
-    /// Watches this folder and no other. Nothing happens where there is none; one that has been made again can be watched again.
+    /// Watches this folder and no other; where there is none, tells once when there is one, if the folder above it is there. Call it again
+    /// after a change: the folder may be gone, or another may have its name.
     void watch(const std::filesystem::path& folder);
 
 private:
+    [[nodiscard]] bool isChange(const inotify_event& event) const;
     void readEvents();
 
     const std::function<void()> changed_;
     const int descriptor_;
     int watched_ = -1;
+    std::string awaited_;  ///< the name of the folder that is not there
     std::unique_ptr<QSocketNotifier> notifier_;
     QTimer delay_;
 };

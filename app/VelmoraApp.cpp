@@ -189,10 +189,11 @@ private:
     // Commands make clips there too, and people with a file browser.
     void followTheClipsFolder()
     {
-        const auto watch = [this] { folderWatch_.watch(instances_.library.effectiveOutputDirectory()); };
-        QObject::connect(&instances_.library, &ClipLibrary::recentClipsChanged, &folderWatch_, watch);
-        watch();
+        QObject::connect(&instances_.library, &ClipLibrary::recentClipsChanged, &folderWatch_, [this] { watchTheClipsFolder(); });
+        watchTheClipsFolder();
     }
+
+    void watchTheClipsFolder() { folderWatch_.watch(instances_.library.effectiveOutputDirectory()); }
 
     void reloadClips()
     {
@@ -289,7 +290,10 @@ private:
     const std::shared_ptr<RunningExports> runningExports_ = std::make_shared<RunningExports>();
     TrayHost trayHost_;
     TerminationSignals signals_;
-    FolderWatch folderWatch_{[this] { reloadClips(); }};
+    FolderWatch folderWatch_{[this] {
+        watchTheClipsFolder();
+        reloadClips();
+    }};
     std::optional<InterruptedRecordings> interruptedRecordings_;
     std::shared_ptr<ClipSavedNotificationController> notificationController_;
     std::shared_ptr<DiscardedRecordingOffers> discardedRecordings_;

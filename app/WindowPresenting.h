@@ -15,6 +15,7 @@ public:
     virtual void presentClipPreview(const std::filesystem::path& clip) = 0;
     virtual void presentPlayingClip(const std::filesystem::path& clip) = 0;  ///< the preview, which plays from the beginning at once
     virtual void presentSettings() = 0;
+    virtual void presentClips() = 0;
 };
 
 }  // namespace velmora

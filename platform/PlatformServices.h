@@ -9,6 +9,7 @@
 #include "platform/DiscardedRecordings.h"
 #include "platform/ExportSession.h"
 #include "platform/FileManager.h"
+#include "platform/FileMover.h"
 #include "platform/FloatingWindows.h"
 #include "platform/FolderChooser.h"
 #include "platform/HotKeyCenter.h"
@@ -19,6 +20,7 @@
 #include "platform/Screens.h"
 #include "platform/ShareableContent.h"
 #include "platform/SharingServices.h"
+#include "platform/Thumbnails.h"
 #include "platform/TrayAppearance.h"
 #include "platform/UserDefaults.h"
 #include "platform/UserNotificationCenter.h"
@@ -33,6 +35,7 @@ namespace velmora::platform {
 struct PlatformServices {
     std::shared_ptr<LogSink> logSink;
     std::shared_ptr<FileManager> fileManager;
+    std::shared_ptr<FileMover> fileMover;
     std::shared_ptr<Screens> screens;
     std::shared_ptr<ShareableContentProvider> shareableContent;
     std::shared_ptr<CaptureStreamFactory> captureStreams;
@@ -44,6 +47,7 @@ struct PlatformServices {
     std::shared_ptr<DiscardedRecordings> discardedRecordings;
     std::shared_ptr<AssetRepairer> assetRepairer;
     std::shared_ptr<AssetReader> assetReader;
+    std::shared_ptr<Thumbnails> thumbnails;
     std::shared_ptr<ExportSessionFactory> exportSessions;
     std::shared_ptr<PlayerFactory> players;
     std::shared_ptr<HotKeyCenter> hotKeyCenter;

@@ -41,8 +41,16 @@ QDBusMessage methodCall(const char* interface, const char* method, const QVarian
     auto call = QDBusMessage::createMethodCall(
         QLatin1String{serviceName}, QLatin1String{objectPath}, QLatin1String{interface}, QLatin1String{method});
     call.setArguments(arguments);
-    // Whoever stops or asks does not want a program that was not there before; whoever chooses a window does.
+    // Whoever stops or asks does not want a program that was not there before.
     call.setAutoStartService(false);
+    return call;
+}
+
+/// For whoever wants a window of the program's, and so the program.
+QDBusMessage actionCall(const char* action)
+{
+    auto call = methodCall(applicationInterface, "ActivateAction", {QLatin1String{action}, QVariantList{}, QVariantMap{}});
+    call.setAutoStartService(true);
     return call;
 }
 
@@ -92,11 +100,10 @@ QDBusMessage methodCall(const Control& command)
     switch (command.action) {
     case Control::Action::toggle:
         return methodCall(controlInterface, "Toggle", {});
-    case Control::Action::choose: {
-        auto call = methodCall(applicationInterface, "ActivateAction", {QLatin1String{chooseWindowAction}, QVariantList{}, QVariantMap{}});
-        call.setAutoStartService(true);
-        return call;
-    }
+    case Control::Action::choose:
+        return actionCall(chooseWindowAction);
+    case Control::Action::clips:
+        return actionCall(showClipsAction);
     case Control::Action::select:
         if (isDescribed(command))
             return methodCall(controlInterface, "SelectMatching", {options(command)});

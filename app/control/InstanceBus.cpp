@@ -102,6 +102,8 @@ public slots:
             control_.toggleRecording([](const auto&) {}, {});
         else if (name == QLatin1String{chooseWindowAction})
             control_.chooseWindow();
+        else if (name == QLatin1String{showClipsAction})
+            control_.presentClips();
     }
 
 private:

@@ -18,6 +18,7 @@ inline constexpr const char* applicationInterface = "org.freedesktop.Application
 // The actions that the desktop entry offers beside the program's name.
 inline constexpr const char* toggleAction = "toggle";
 inline constexpr const char* chooseWindowAction = "choose-window";
+inline constexpr const char* showClipsAction = "show-clips";
 inline constexpr const char* controlInterface = "com.velmora.Velmora.Control";
 inline constexpr const char* failedError = "com.velmora.Velmora.Error.Failed";
 inline constexpr const char* noSuchWindowError = "com.velmora.Velmora.Error.NoSuchWindow";

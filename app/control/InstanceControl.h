@@ -58,6 +58,9 @@ public:
     /// Opens the list of windows.
     virtual void chooseWindow() = 0;
 
+    /// Opens the window with all clips.
+    virtual void presentClips() = 0;
+
     /// Starts a recording, or ends the one in progress, and then completes when the file is safe.
     virtual void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) = 0;
 

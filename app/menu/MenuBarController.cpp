@@ -76,6 +76,8 @@ void MenuBarController::handle(const MenuItem& item)
         return handleOpenGuide();
     case MenuAction::openSettings:
         return handleOpenSettings();
+    case MenuAction::showClips:
+        return handleShowClips();
     case MenuAction::quit:
         return handleQuit();
     }
@@ -130,6 +132,12 @@ void MenuBarController::handleOpenSettings()
 {
     if (const auto windows = services_.windows.lock())
         windows->presentSettings();
+}
+
+void MenuBarController::handleShowClips()
+{
+    if (const auto windows = services_.windows.lock())
+        windows->presentClips();
 }
 
 void MenuBarController::handleQuit()

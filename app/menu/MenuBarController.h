@@ -64,6 +64,7 @@ private:
     void handleOpenFolder();
     void handleOpenGuide();
     void handleOpenSettings();
+    void handleShowClips();
     void handleQuit();
 
     const Services services_;

@@ -88,6 +88,11 @@ MenuItem recentClips(const std::vector<ClipItem>& clips)
 
 }  // namespace
 
+MenuItem showClipsItem()
+{
+    return command("🎬 Show All Clips...", MenuAction::showClips);
+}
+
 bool differOnlyInCaptions(const std::vector<MenuItem>& menu, const std::vector<MenuItem>& other)
 {
     return std::equal(menu.begin(), menu.end(), other.begin(), other.end(), [](MenuItem item, const MenuItem& counterpart) {

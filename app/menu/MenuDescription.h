@@ -12,7 +12,18 @@
 
 namespace velmora {
 
-enum class MenuAction { none, toggleRecording, selectWindow, stopCapture, openRecentClip, openFolder, openGuide, openSettings, quit };
+enum class MenuAction {
+    none,
+    toggleRecording,
+    selectWindow,
+    stopCapture,
+    openRecentClip,
+    openFolder,
+    openGuide,
+    openSettings,
+    showClips,
+    quit
+};
 
 /// A key with the modifiers that are held with it.
 struct KeyEquivalent {
@@ -53,6 +64,9 @@ struct MenuContent {
 
 /// How many clips the submenu lists at most.
 inline constexpr std::size_t recentClipCount = 5;
+
+/// The row that leads to the window with all clips, for a menu that has it.
+[[nodiscard]] MenuItem showClipsItem();
 
 /// Whether one menu can be made the other by changing captions.
 [[nodiscard]] bool differOnlyInCaptions(const std::vector<MenuItem>& menu, const std::vector<MenuItem>& other);

@@ -143,6 +143,9 @@ The one encoder to use, by its name in FFmpeg, in place of the first that proves
 .I $XDG_VIDEOS_DIR/Velmora
 The clips, unless another folder is chosen in the settings. Without a videos folder of its own: \fI~/Movies/Velmora\fR.
 .TP
+.I $XDG_CACHE_HOME/thumbnails
+The pictures that \fBvelmora clips\fR shows, which the desktop's file browser uses too, and makes others for. Made for clips that were on the screen.
+.TP
 .I $XDG_CONFIG_HOME/velmora/velmora.conf
 That the walkthrough of the first start has been completed.
 .TP

@@ -165,8 +165,12 @@ void StatusModel::update()
         if (!entries.empty())
             item.isEnabled = false;
         items.push_back(std::move(item));
+        const bool hasClips = !entries.empty();
         for (auto& entry : entries)
             items.push_back(std::move(entry));
+        // The menu of the tray has no such row; what is open as a window has room for it.
+        if (hasClips)
+            items.push_back(showClipsItem());
     }
     setItems(std::move(items));
 }

@@ -15,7 +15,8 @@
 
 namespace velmora {
 
-/// The menu as rows, kept up to date while the window is there. A submenu's entries follow its title.
+/// The menu as rows, kept up to date while the window is there. A submenu's entries follow its title, and the way to all clips those of the
+/// recent ones.
 class StatusModel final : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT

@@ -1,17 +1,23 @@
 #include "app/views/WindowContents.h"
 
 #include "app/FocusedFolderChooser.h"
+#include "app/FolderWatch.h"
 #include "app/menu/ShareMenu.h"
 #include "app/views/FolderChooserWindow.h"
 #include "app/views/QuickEngine.h"
+#include "base/SerialQueue.h"
 #include "capture/replay/ClipAudioSettings.h"
 #include "library/views/ClipPreviewModel.h"
+#include "library/views/ClipsModel.h"
 #include "onboarding/OnboardingModel.h"
 #include "settings/SettingsModel.h"
 #include "windows/views/WindowPickerModel.h"
 
 #include <QGuiApplication>
 #include <QWindow>
+
+#include <memory>
+#include <utility>
 
 namespace velmora {
 
@@ -98,6 +104,51 @@ QuickContent makePreview(const WindowDescription& description, const WindowConte
     };
 }
 
+QuickContent makeClips(const WindowContentParts& parts)
+{
+    const auto& platform = parts.services.platform;
+    auto model = std::make_shared<ClipsModel>(ClipsModel::Services{
+        .library = parts.instances.library,
+        .folder =
+            {
+                .fileManager = platform.fileManager,
+                .fileMover = platform.fileMover,
+                .assetReader = platform.assetReader,
+                .mainExecutor = parts.services.mainExecutor,
+                .worker = std::make_shared<SerialQueue>("com.velmora.clips", SerialQueue::QualityOfService::userInitiated),
+            },
+        .thumbnails = platform.thumbnails,
+        .clock = parts.services.clock,
+        .open =
+            [windows = parts.windows](const std::filesystem::path& file) {
+                if (const auto presenting = windows())
+                    presenting->presentClipPreview(file);
+            },
+        .share = [sharing = platform.sharingServices](
+                     const std::filesystem::path& file, const QPoint& position) { popUpShareMenu(sharing, file, position); },
+        .copy = [sharing = platform.sharingServices](
+                    const std::filesystem::path& file) { sharing->perform(platform::copyFileService, file); },
+        .reveal = [workspace = platform.workspace](
+                      const std::vector<std::filesystem::path>& files) { workspace->activateFileViewerSelecting(files); },
+        .fileBrowserName = [workspace = platform.workspace] { return workspace->fileBrowserName(); },
+    });
+    auto* clips = model.get();
+    auto content = contentOf("qrc:/Velmora/Library/ClipsView.qml", std::move(model));
+    const auto watch = std::make_shared<std::unique_ptr<FolderWatch>>();  // none while nobody looks
+    content.willAppear = [clips, watch] {
+        *watch = std::make_unique<FolderWatch>([clips] { clips->reload(); });
+        // One that is gone is found again where it was.
+        QObject::connect(clips, &ClipsModel::clipsChanged, watch->get(), [clips, watch = watch->get()] { watch->watch(clips->folder()); });
+        (*watch)->watch(clips->folder());
+        clips->viewWillAppear();
+    };
+    content.didDisappear = [clips, watch] {
+        watch->reset();
+        clips->viewDidDisappear();
+    };
+    return content;
+}
+
 QuickContent makeSettings(const WindowContentParts& parts)
 {
     const auto& platform = parts.services.platform;
@@ -161,6 +212,8 @@ QuickContent makeWindowContent(const WindowDescription& description, const Windo
         return makePreview(description, parts);
     case WindowContent::settings:
         return makeSettings(parts);
+    case WindowContent::clips:
+        return makeClips(parts);
     case WindowContent::onboarding:
         break;
     }

@@ -1,8 +1,8 @@
 #include "engine/files/DiscardedRecordings.h"
 
+#include "engine/files/MovableFile.h"
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/PendingFile.h"
-#include "media/mp4/PosixFile.h"
 #include "media/mp4/Repair.h"
 
 #include <algorithm>
@@ -40,22 +40,6 @@ TrashedFile trashedFile(const platform::DiscardedRecording& recording)
     return {recording.file, recording.record};
 }
 
-/// As other clips get them: NAME.mp4, NAME-1.mp4, NAME-2.mp4 and so on, until `put` no longer says that something has that name.
-Result<std::filesystem::path> underAFreeName(const std::filesystem::path& folder, const std::filesystem::path& name,
-    const std::function<Result<void>(const std::filesystem::path&)>& put)
-{
-    for (int counter = 0;; ++counter) {
-        auto path = folder / name;
-        if (counter > 0)
-            path = folder / (name.stem().native() + '-' + std::to_string(counter) + name.extension().native());
-        const auto done = put(path);
-        if (done)
-            return path;
-        if (done.error().code != EEXIST)
-            return fail(done.error());
-    }
-}
-
 Result<std::filesystem::path> copied(mp4::File& file, const std::filesystem::path& folder, const std::filesystem::path& name)
 {
     const auto size = file.size();
@@ -73,20 +57,6 @@ Result<std::filesystem::path> copied(mp4::File& file, const std::filesystem::pat
     if (auto synced = (*copy)->sync(); !synced)
         return fail(synced.error());
     return underAFreeName(folder, name, [&](const auto& path) { return (*copy)->publish(path); });
-}
-
-/// The file, with the lock that everybody takes who changes or moves it.
-Result<std::unique_ptr<mp4::File>> held(const std::filesystem::path& path)
-{
-    auto file = mp4::PosixFile::openForUpdating(path);
-    if (!file)
-        return fail(posixError(file.error().code, path.filename().native()));
-    // Without locks in the file system a rename still happens only once.
-    if (const auto locked = (*file)->tryLock(); locked && !*locked)
-        return fail(posixError(EBUSY, path.filename().native()));
-    if (!(*file)->isStillInFolder())
-        return fail(posixError(ENOENT, path.filename().native()));
-    return file;
 }
 
 }  // namespace
@@ -130,7 +100,7 @@ void DiscardedRecordings::noteOffered(const platform::DiscardedRecording& record
 Result<std::filesystem::path> DiscardedRecordings::restore(
     const platform::DiscardedRecording& recording, const std::filesystem::path& folder)
 {
-    auto file = held(recording.file);
+    auto file = openToMove(recording.file);
     if (!file)
         return fail(file.error());
     const auto name = recording.origin.filename();

@@ -37,6 +37,9 @@ public:
     /// was; the error is that of the last one tried.
     [[nodiscard]] virtual Result<TrashedFile> put(const std::filesystem::path& path, const Move& move) const = 0;
 
+    /// The same for a file that the user deletes: it lies there like what any program puts in, and is none of entries().
+    [[nodiscard]] virtual Result<TrashedFile> putDeleted(const std::filesystem::path& path, const Move& move) const = 0;
+
     /// Deletes what was put in, or what is left of it once the file has been moved out.
     virtual void remove(const TrashedFile& trashed) const = 0;
 

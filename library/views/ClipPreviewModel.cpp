@@ -2,6 +2,7 @@
 
 #include "brand/ShownText.h"
 #include "library/PathUtilities.h"
+#include "library/views/PictureImage.h"
 
 #include <algorithm>
 #include <cmath>
@@ -32,14 +33,6 @@ double secondsOfPicture(MediaTime begin)
     if (time < begin)
         time.value += 1;
     return time.seconds();
-}
-
-QImage image(const PixelBufferRef& picture)
-{
-    auto* owner = new PixelBufferRef{picture};
-    return {reinterpret_cast<const uchar*>(picture->baseAddress), picture->width, picture->height,
-        static_cast<qsizetype>(picture->bytesPerRow), QImage::Format_RGB32,
-        [](void* buffer) { delete static_cast<PixelBufferRef*>(buffer); }, owner};
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "engine/files/AssetRepairer.h"
 #include "engine/files/DiscardedRecordings.h"
 #include "engine/files/ExportSessions.h"
+#include "engine/files/FileMover.h"
 #include "platform/linux/CodecModuleServices.h"
 #include "platform/linux/JournalSink.h"
 #include "platform/linux/LinuxFileManager.h"
@@ -13,6 +14,7 @@
 #include "platform/linux/desktop/AutostartEntry.h"
 #include "platform/linux/desktop/IconTheme.h"
 #include "platform/linux/desktop/LinuxSharingServices.h"
+#include "platform/linux/desktop/LinuxThumbnails.h"
 #include "platform/linux/desktop/LinuxUserDefaults.h"
 #include "platform/linux/desktop/LinuxUserNotificationCenter.h"
 #include "platform/linux/desktop/LinuxWorkspace.h"
@@ -168,12 +170,14 @@ PlatformServices makePlatformServices(
     services.compressionSessions = makeCompressionSessions(keyFrameRequests);
     services.exportWriters = makeAssetWriters({});
     const auto trash = std::make_shared<Trash>(Trash::placesOfUser(services.fileManager->homeDirectory()));
+    services.fileMover = engine::makeFileMover(trash);
     const auto discarded = std::make_shared<engine::DiscardedRecordings>(trash);
     services.discardedRecordings = discarded;
     services.assetWriters =
         makeAssetWriters({.trash = trash, .kept = [discarded](const auto& trashed) { discarded->wasKept(trashed); }}, keyFrameRequests);
     services.assetRepairer = engine::makeAssetRepairer();
     services.assetReader = makeAssetReader();
+    services.thumbnails = makeThumbnails(services.assetReader, thumbnailsFolder(services.fileManager->homeDirectory()));
     services.exportSessions = engine::makeExportSessions();
     services.players = makePlayers(services.assetReader, mainExecutor);
     services.quietNotificationCenter = makeUserNotificationCenter({.makeIcon = makeIcon, .isQuiet = true});

@@ -50,6 +50,7 @@ public:
     void presentClipPreview(const std::filesystem::path& clip) override { previews.push_back(clip); }
     void presentPlayingClip(const std::filesystem::path&) override { ADD_FAILURE() << "nobody asked for that here"; }
     void presentSettings() override { }
+    void presentClips() override { }
 
     std::vector<std::filesystem::path> previews;
 };

@@ -193,6 +193,7 @@ TEST(CommandLine, SpeaksToTheProgramThatRuns)
     EXPECT_EQ(commandOf<Control>({"toggle"}).action, Action::toggle);
     EXPECT_EQ(commandOf<Control>({"stop"}).action, Action::stop);
     EXPECT_EQ(commandOf<Control>({"choose"}).action, Action::choose);
+    EXPECT_EQ(commandOf<Control>({"clips"}).action, Action::clips);
     EXPECT_EQ(commandOf<Control>({"quit"}).action, Action::quit);
     EXPECT_EQ(commandOf<Control>({"status"}).action, Action::status);
     EXPECT_FALSE(commandOf<Control>({"status"}).json);
@@ -211,6 +212,7 @@ TEST(CommandLine, TheDoctorTakesJsonAndNothingElse)
 TEST(CommandLine, RefusesTooLittleAndTooMuchForTheProgramThatRuns)
 {
     EXPECT_NE(complaint({"toggle", "now"}).find("'now'"), std::string::npos);
+    EXPECT_NE(complaint({"clips", "mine"}).find("'mine'"), std::string::npos);
     EXPECT_NE(complaint({"select"}).find("velmora windows"), std::string::npos);
     EXPECT_NE(complaint({"select", "film"}).find("'film'"), std::string::npos);
     EXPECT_NE(complaint({"preview"}).find("one file"), std::string::npos);
@@ -293,7 +295,7 @@ TEST(CommandLine, UnderstandsEveryCommandThatIsDescribedWithEveryOption)
             EXPECT_TRUE(understood.has_value()) << command.name << ": " << (understood ? "" : understood.error().toStdString());
         }
     }
-    EXPECT_EQ(count, 15);
+    EXPECT_EQ(count, 16);
 }
 
 TEST(CommandLine, ExplainsItselfInLinesOf80Columns)

@@ -83,5 +83,22 @@ TEST_F(FolderWatchTest, OnlyTheLastFolderIsWatchedAndOneThatWasMadeAnewCanBeWatc
     EXPECT_TRUE(awaitChanges(3));
 }
 
+TEST_F(FolderWatchTest, AFolderThatGoesOrComesBackIsAChange)
+{
+    const test::TemporaryDirectory other;
+    const auto clips = other.path() / "clips" / "";
+    std::filesystem::create_directory(clips);
+    watch.watch(clips);
+    std::filesystem::rename(other.path() / "clips", other.path() / "elsewhere");
+    ASSERT_TRUE(awaitChanges(1));
+    watch.watch(clips);
+    std::filesystem::create_directory(other.path() / "another");
+    std::filesystem::rename(other.path() / "elsewhere", other.path() / "clips");
+    ASSERT_TRUE(awaitChanges(2)) << "once, because the other folder is not the one";
+    watch.watch(clips);
+    std::filesystem::remove(other.path() / "clips");
+    ASSERT_TRUE(awaitChanges(3));
+}
+
 }  // namespace
 }  // namespace velmora

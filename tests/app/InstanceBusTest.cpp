@@ -30,6 +30,7 @@ class ScriptedControl final : public InstanceControl {
 public:
     void activate() override { calls.append(QStringLiteral("activate")); }
     void chooseWindow() override { calls.append(QStringLiteral("choose window")); }
+    void presentClips() override { calls.append(QStringLiteral("clips")); }
     void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells tells) override
     {
         wasToldByCaller = tells && tells();
@@ -298,6 +299,7 @@ TEST_F(InstanceBusTest, EveryCommandReachesTheProgramWithWhatItCarries)
     auto json = control(Control::Action::status);
     json.json = true;
     run(control(Control::Action::choose));
+    EXPECT_EQ(run(control(Control::Action::clips)).status, command_line::succeeded);
     run(select);
     run(preview);
     run(control(Control::Action::stop));
@@ -305,14 +307,14 @@ TEST_F(InstanceBusTest, EveryCommandReachesTheProgramWithWhatItCarries)
     EXPECT_EQ(run(control(Control::Action::status)).output, "Not configured\n");
     EXPECT_EQ(run(control(Control::Action::quit)).status, command_line::succeeded);
     EXPECT_EQ(control_.calls,
-        (QStringList{QStringLiteral("choose window"), QStringLiteral("select 4294967295"), QStringLiteral("preview /clips/naïve.mp4"),
-            QStringLiteral("stop"), QStringLiteral("quit")}));
+        (QStringList{QStringLiteral("choose window"), QStringLiteral("clips"), QStringLiteral("select 4294967295"),
+            QStringLiteral("preview /clips/naïve.mp4"), QStringLiteral("stop"), QStringLiteral("quit")}));
 }
 
 TEST_F(InstanceBusTest, TheActionsOfTheDesktopEntryReachTheProgram)
 {
     const auto instance = runningInstance();
-    for (const auto* action : {"toggle", "choose-window", "no such action"}) {
+    for (const auto* action : {"toggle", "choose-window", "show-clips", "no such action"}) {
         run([&](QDBusConnection& connection) {
             auto call = QDBusMessage::createMethodCall(QStringLiteral("com.velmora.Velmora"), QStringLiteral("/com/velmora/Velmora"),
                 QStringLiteral("org.freedesktop.Application"), QStringLiteral("ActivateAction"));
@@ -321,7 +323,7 @@ TEST_F(InstanceBusTest, TheActionsOfTheDesktopEntryReachTheProgram)
             return 0;
         });
     }
-    EXPECT_EQ(control_.calls, (QStringList{QStringLiteral("toggle"), QStringLiteral("choose window")}));
+    EXPECT_EQ(control_.calls, (QStringList{QStringLiteral("toggle"), QStringLiteral("choose window"), QStringLiteral("clips")}));
 }
 
 TEST_F(InstanceBusTest, ACallThatIsDroppedUnansweredIsAnsweredWithAnError)

@@ -173,6 +173,16 @@ TEST_F(ShellTest, SettingsOpenOnceAndPreviewsEachTime)
     EXPECT_EQ(windows->windows[0]->shown, 2);
 }
 
+TEST_F(ShellTest, TheClipsWindowOpensOnceAndNotBeforeItIsAskedFor)
+{
+    launchQuietly();
+    EXPECT_THAT(windows->descriptions, testing::IsEmpty());
+    delegate->presentClips();
+    delegate->presentClips();
+    EXPECT_THAT(windows->descriptions, ElementsAre(WindowDescription{WindowContent::clips, 760, 600, true, true, "Clips — Velmora", {}}));
+    EXPECT_EQ(windows->windows[0]->shown, 2);
+}
+
 TEST_F(ShellTest, AClipThatIsToPlayOpensInAPreviewThatPlaysAtOnce)
 {
     launchQuietly();

@@ -37,7 +37,7 @@ constexpr mode_t privateFolder = 0700;
 
 struct TrashFolder {
     std::filesystem::path path;
-    std::string origin;  ///< of the file, as this trash's information gives it
+    std::string info;  ///< of the file that is put into it
 };
 
 Error trashError(int errnoValue, const std::filesystem::path& path)
@@ -101,11 +101,12 @@ std::string localDate()
 }
 
 // RFC 2396, byte by byte, with the slashes as they are.
-std::string infoText(const std::string& origin)
+std::string infoText(const std::string& origin, bool isDiscardedRecording)
 {
     const auto encoded = QByteArray::fromStdString(origin).toPercentEncoding("/").toStdString();
     const auto line = [](std::string_view key, std::string_view value) { return std::string{key}.append(value) + '\n'; };
-    return line(infoHeading, {}) + line(pathKey, encoded) + line(dateKey, localDate()) + line(ownKey, notOffered);
+    return line(infoHeading, {}) + line(pathKey, encoded) + line(dateKey, localDate())
+        + (isDiscardedRecording ? line(ownKey, notOffered) : std::string{});
 }
 
 /// What an information file says.
@@ -248,11 +249,10 @@ Result<engine::TrashedFile> putInto(const TrashFolder& trash, const std::filesys
         if (auto made = makeFolder(trash.path / folder); !made)
             return fail(made.error());
     }
-    const auto text = infoText(trash.origin);
     for (int attempt = 1; attempt <= mostNames; ++attempt) {
         const auto name = nameInTrash(path, attempt);
         const engine::TrashedFile trashed{trash.path / "files" / name, trash.path / "info" / (name + std::string{infoSuffix})};
-        auto result = createInfo(trashed.info, text);
+        auto result = createInfo(trashed.info, trash.info);
         if (result) {
             result = move(trashed.file);
             if (result)
@@ -277,13 +277,24 @@ Trash::Places Trash::placesOfUser(const std::filesystem::path& home)
 
 Result<engine::TrashedFile> Trash::put(const std::filesystem::path& path, const Move& move) const
 {
+    return putWithInfo(path, move, true);
+}
+
+Result<engine::TrashedFile> Trash::putDeleted(const std::filesystem::path& path, const Move& move) const
+{
+    return putWithInfo(path, move, false);
+}
+
+Result<engine::TrashedFile> Trash::putWithInfo(const std::filesystem::path& path, const Move& move, bool isDiscardedRecording) const
+{
     std::error_code error;
     const auto absolute = std::filesystem::absolute(path, error);
     if (error)
         return fail(trashError(error.value(), path));
 
     const auto atHome = makeFolders(places_.home);
-    auto result = atHome ? putInto({places_.home, absolute.lexically_normal().native()}, path, move) : fail(atHome.error());
+    auto result = atHome ? putInto({places_.home, infoText(absolute.lexically_normal().native(), isDiscardedRecording)}, path, move)
+                         : fail(atHome.error());
     if (result)
         return result;
 
@@ -291,14 +302,14 @@ Result<engine::TrashedFile> Trash::put(const std::filesystem::path& path, const 
     const auto top = error || !places_.topDirectory ? std::filesystem::path{} : places_.topDirectory(folder);
     if (top.empty())
         return result;
-    const auto origin = (folder / absolute.filename()).lexically_relative(top).native();
+    const auto info = infoText((folder / absolute.filename()).lexically_relative(top).native(), isDiscardedRecording);
     const auto user = std::to_string(places_.user);
     std::vector<std::filesystem::path> candidates{top / (".Trash-" + user)};
     if (isSharedTrash(top / ".Trash"))
         candidates.insert(candidates.begin(), top / ".Trash" / user);
     for (const auto& candidate : candidates) {
         const auto made = makeOwnFolder(candidate, places_.user);
-        result = made ? putInto({candidate, origin}, path, move) : fail(made.error());
+        result = made ? putInto({candidate, info}, path, move) : fail(made.error());
         if (result)
             return result;
     }

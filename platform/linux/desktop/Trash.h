@@ -33,12 +33,15 @@ public:
     explicit Trash(Places places) : places_(std::move(places)) { }
 
     [[nodiscard]] Result<engine::TrashedFile> put(const std::filesystem::path& path, const Move& move) const override;
+    [[nodiscard]] Result<engine::TrashedFile> putDeleted(const std::filesystem::path& path, const Move& move) const override;
     void remove(const engine::TrashedFile& trashed) const override;
     [[nodiscard]] std::vector<engine::TrashEntry> entries() const override;
     [[nodiscard]] std::optional<engine::TrashEntry> entry(const engine::TrashedFile& trashed) const override;
     void noteOffered(const engine::TrashedFile& trashed) const override;
 
 private:
+    [[nodiscard]] Result<engine::TrashedFile> putWithInfo(
+        const std::filesystem::path& path, const Move& move, bool isDiscardedRecording) const;
     [[nodiscard]] std::vector<std::filesystem::path> folders() const;
 
     const Places places_;

@@ -34,6 +34,7 @@ struct LoggedPresenter final : WindowPresenting {
     void presentClipPreview(const std::filesystem::path& clip) override { log.push_back("preview " + clip.filename().string()); }
     void presentPlayingClip(const std::filesystem::path&) override { ADD_FAILURE() << "nobody asked for that here"; }
     void presentSettings() override { log.emplace_back("settings"); }
+    void presentClips() override { log.emplace_back("clips"); }
 
     std::vector<std::string> log;
 };
@@ -132,6 +133,16 @@ TEST_F(StatusViewTest, ItsKeysWorkWheneverItHasTheKeyboard)
     EXPECT_TRUE(isQuit);
 }
 
+TEST_F(StatusViewTest, ItLeadsToAllClipsWhichTheMenuOfTheTrayDoesNot)
+{
+    show();
+    goTo("🎬 Show All Clips...");
+    window->type(Qt::Key_Return);
+    EXPECT_THAT(presenter->log, ElementsAre("clips"));
+    for (const auto& item : menuBar.menuNeedsUpdate())
+        EXPECT_NE(item.action, MenuAction::showClips) << item.title;
+}
+
 TEST_F(StatusViewTest, AKeyWithoutItsModifierDoesNothing)
 {
     show();
@@ -147,16 +158,14 @@ TEST_F(StatusViewTest, TheFirstCommandHasTheKeyboardAndArrowsGoFromOneToTheNext)
     show();
     EXPECT_EQ(focused(), QString::fromUtf8("👉 Click \"Choose Video Window...\" below to start"));
     QStringList reached;
-    for (int presses = 0; presses < 8; ++presses) {
+    for (int presses = 0; presses < 9; ++presses) {
         reached.append(focused());
         window->type(Qt::Key_Down);
     }
     EXPECT_EQ(reached.join(QLatin1Char('|')).toStdString(),
-        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to Clip...|📁 "
-        "Open "
-        "Clips "
-        "Folder "
-        "in Finder|📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora|✕ Quit Velmora");
+        "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|"
+        "🎯 Choose Video Window to Clip...|🎬 Show All Clips...|📁 Open Clips Folder in Finder|"
+        "📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora|✕ Quit Velmora");
     window->type(Qt::Key_Up);
     EXPECT_EQ(focused(), QString::fromUtf8("⚙️ Settings..."));
     window->type(Qt::Key_Return);
@@ -169,11 +178,11 @@ TEST_F(StatusViewTest, TabReachesEveryCommand)
 {
     show();
     QStringList reached;
-    for (int presses = 0; presses < 7; ++presses) {
+    for (int presses = 0; presses < 8; ++presses) {
         reached.append(focused());
         window->type(Qt::Key_Tab);
     }
-    EXPECT_EQ(reached.size(), 7);
+    EXPECT_EQ(reached.size(), 8);
     EXPECT_EQ(reached.removeDuplicates(), 0) << reached.join(QLatin1Char('|')).toStdString();
 }
 
@@ -230,7 +239,7 @@ TEST_F(StatusViewTest, RowsSayWhatTheyAre)
     EXPECT_EQ(commands.join(QLatin1Char('|')).toStdString(),
         "👉 Click \"Choose Video Window...\" below to start|⏺️ Start Recording Live Clip|🎯 Choose Video Window to "
         "Clip...|Clip.mp4 "
-        "(12:34)|📁 Open "
+        "(12:34)|🎬 Show All Clips...|📁 Open "
         "Clips Folder in Finder|📖 How to Use & Walkthrough...|⚙️ Settings...|✕ Quit Velmora");
     EXPECT_EQ(named(QAccessible::MenuItem).join(QLatin1Char('|')).toStdString(), commands.join(QLatin1Char('|')).toStdString());
     EXPECT_TRUE(named(QAccessible::ListItem).isEmpty());
