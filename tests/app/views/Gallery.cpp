@@ -74,6 +74,7 @@ struct NoPresenter final : WindowPresenting {
     void presentClipPreview(const std::filesystem::path&) override { }
     void presentPlayingClip(const std::filesystem::path&) override { }
     void presentSettings() override { }
+    void presentClips() override { }
 };
 
 struct NoAlerts final : AlertPresenter {
