@@ -198,7 +198,11 @@ Rectangle {
         }
 
         FittedRow {
+            id: buttons
+
             spacing: 8
+            buttons: [renameButton, trashButton, closeButton, openButton]
+            room: root.width - 2 * Theme.windowMargin - 2 * (Theme.controlHeight + spacing)
 
             IconButton {
                 id: share
@@ -220,12 +224,18 @@ Rectangle {
                 onClicked: root.model.reveal()
             }
             TextButton {
+                id: renameButton
+
                 text: "Rename"
+                fit: buttons.fit
                 enabled: root.model.canRename
                 onClicked: root.model.beginRenaming()
             }
             TextButton {
+                id: trashButton
+
                 text: "Move to Trash"
+                fit: buttons.fit
                 enabled: root.model.canTrash
                 onClicked: root.model.moveToTrash()
             }
@@ -233,11 +243,17 @@ Rectangle {
                 Layout.fillWidth: true
             }
             TextButton {
+                id: closeButton
+
                 text: "Close"
+                fit: buttons.fit
                 onClicked: root.model.close()
             }
             TextButton {
+                id: openButton
+
                 text: "Open"
+                fit: buttons.fit
                 prominent: true
                 enabled: root.model.canOpen
                 onClicked: root.model.open()
