@@ -77,6 +77,7 @@ public:
         view_->setProperty(showsWithoutActivating, true);
         show();
         view_->setProperty(showsWithoutActivating, QVariant{});
+        raiseWhatHasTheKeyboard();
     }
 
     void releaseView() override { view_.reset(); }
@@ -100,6 +101,20 @@ private:
         const auto windows = QGuiApplication::topLevelWindows();
         return std::ranges::any_of(
             windows, [](const QWindow* window) { return window->isVisible() && qobject_cast<const QQuickWindow*>(window); });
+    }
+
+    /// A window manager puts a new window behind the one that has the keyboard, but on top while it does not know yet which one that is.
+    void raiseWhatHasTheKeyboard()
+    {
+        if (auto* window = QGuiApplication::focusWindow())
+            return window->raise();
+        QObject::connect(
+            qGuiApp, &QGuiApplication::focusWindowChanged, view_.get(),
+            [this](QWindow* window) {
+                if (window && window != view_.get())
+                    window->raise();
+            },
+            Qt::SingleShotConnection);
     }
 
     void show()

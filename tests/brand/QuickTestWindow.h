@@ -133,9 +133,9 @@ private:
         view_ = std::make_unique<QQuickView>(&engine_, nullptr);
         view_->setColor(QColor{15, 23, 42});
         view_->resize(size);
+        root_ = qobject_cast<QQuickItem*>(component.createWithInitialProperties(properties));
         for (const auto& error : component.errors())
             ADD_FAILURE() << error.toString().toStdString();
-        root_ = qobject_cast<QQuickItem*>(component.createWithInitialProperties(properties));
         if (!root_)
             return;
         root_->setSize(size);
