@@ -411,7 +411,7 @@ Parser parserOf(const QString& command)
 
 QString argumentText(std::string_view bytes)
 {
-    const auto whole = text(bytes);
+    auto whole = text(bytes);
     if (whole.toUtf8().toStdString() == bytes)
         return whole;
     QString result;

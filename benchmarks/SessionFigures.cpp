@@ -103,6 +103,7 @@ void measure(Figures& figures)
     figures.add("Resident with a preview open", residentMegabytes(program.processID()), 1, "MB");
 
     std::vector<double> starts;
+    starts.reserve(rounds);
     for (int round = 0; round < rounds; ++round)
         starts.push_back(startToFirstPicture(program, window, round));
     figures.add("Press to the clip's first picture, still window, median", median(starts) * 1e3, 0, "ms");

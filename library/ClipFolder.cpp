@@ -171,6 +171,7 @@ void ClipFolder::rename(const FolderClipRef& clip, const std::string& name, Uniq
 void ClipFolder::moveToTrash(const std::vector<FolderClipRef>& clips, UniqueFunction<void(Outcome<platform::TrashedFile>)> completion)
 {
     std::vector<std::filesystem::path> files;
+    files.reserve(clips.size());
     for (const auto& clip : clips)
         files.push_back(clip->file);
     services_.worker->async([weak = self_.weak(), files = std::move(files), mover = services_.fileMover, executor = services_.mainExecutor,

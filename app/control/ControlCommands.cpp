@@ -189,7 +189,7 @@ void printStatus(const QString& answer, bool json)
 
 }  // namespace
 
-int runControlCommand(const Control& command, QDBusConnection connection)
+int runControlCommand(const Control& command, const QDBusConnection& connection)
 {
     auto answer = send(connection, command);
     while (!answer && answer.error().isNoSuchWindow && command.wait) {
@@ -226,7 +226,7 @@ std::int32_t runningInstanceProcess(const QDBusConnection& connection)
     return process.isValid() ? static_cast<std::int32_t>(process.value()) : own;
 }
 
-int activateRunningInstance(QDBusConnection connection)
+int activateRunningInstance(const QDBusConnection& connection)
 {
     const auto answer = send(connection, methodCall(applicationInterface, "Activate", {QVariantMap{}}));
     return answer ? command_line::succeeded : fail(answer.error().message);

@@ -14,7 +14,7 @@ namespace velmora {
 
 /// Sends the command to the running instance, waits for its answer however long that takes, and prints it. Returns the exit status:
 /// failed, with a message on standard error, if no instance is running.
-int runControlCommand(const command_line::Control& command, QDBusConnection connection = QDBusConnection::sessionBus());
+int runControlCommand(const command_line::Control& command, const QDBusConnection& connection = QDBusConnection::sessionBus());
 
 /// What the running instance says of itself, or why it cannot.
 tl::expected<QJsonObject, QString> runningInstanceStatus(const QDBusConnection& connection = QDBusConnection::sessionBus());
@@ -23,6 +23,6 @@ tl::expected<QJsonObject, QString> runningInstanceStatus(const QDBusConnection& 
 std::int32_t runningInstanceProcess(const QDBusConnection& connection = QDBusConnection::sessionBus());
 
 /// Asks the running instance to show itself: what a second start does.
-int activateRunningInstance(QDBusConnection connection = QDBusConnection::sessionBus());
+int activateRunningInstance(const QDBusConnection& connection = QDBusConnection::sessionBus());
 
 }  // namespace velmora

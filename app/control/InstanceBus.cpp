@@ -30,7 +30,7 @@ public:
     {
         call_.setDelayedReply(true);
     }
-    PendingCall(PendingCall&& other) noexcept : connection_(other.connection_), call_(std::exchange(other.call_, {})) { }
+    PendingCall(PendingCall&& other) noexcept : connection_(std::move(other.connection_)), call_(std::exchange(other.call_, {})) { }
     PendingCall& operator=(PendingCall&&) = delete;
     ~PendingCall()
     {
