@@ -17,6 +17,7 @@
 #include "app/menu/TrayHost.h"
 #include "app/menu/TrayStatusItem.h"
 #include "app/views/AlertWindows.h"
+#include "app/views/ClipDrags.h"
 #include "app/views/HudPanelWindow.h"
 #include "app/views/Placement.h"
 #include "app/views/QuickEngine.h"
@@ -230,8 +231,8 @@ private:
             .mainExecutor = services.mainExecutor,
             .windows = presentingWindows,
             .makePanel =
-                [workspace, sharing, players = services.platform.players, activation = services.platform.windowActivation,
-                    floating = services.platform.floatingWindows] {
+                [workspace, sharing, drag = makeClipDrags(services), players = services.platform.players,
+                    activation = services.platform.windowActivation, floating = services.platform.floatingWindows] {
                     return makeHudPanelWindow(
                         {
                             .preview =
@@ -242,6 +243,7 @@ private:
                             .share = [sharing](const std::filesystem::path& clip,
                                          const QPoint& position) { popUpShareMenu(sharing, clip, position); },
                             .reveal = [workspace](const std::filesystem::path& clip) { workspace->activateFileViewerSelecting({clip}); },
+                            .drag = [drag](const std::filesystem::path& clip) { drag({clip}); },
                             .preparePreview = [players] { preparePreview(*players); },
                         },
                         {activation, floating});

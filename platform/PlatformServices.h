@@ -8,6 +8,7 @@
 #include "platform/CompressionSession.h"
 #include "platform/DiscardedRecordings.h"
 #include "platform/ExportSession.h"
+#include "platform/FileDrags.h"
 #include "platform/FileManager.h"
 #include "platform/FileMover.h"
 #include "platform/FloatingWindows.h"
@@ -59,6 +60,7 @@ struct PlatformServices {
     std::shared_ptr<Workspace> workspace;
     std::shared_ptr<UserDefaults> userDefaults;
     std::shared_ptr<SharingServices> sharingServices;
+    std::shared_ptr<FileDrags> fileDrags;
     std::shared_ptr<WindowActivation> windowActivation;
     std::shared_ptr<FloatingWindows> floatingWindows;
     std::shared_ptr<TrayAppearance> trayAppearance;

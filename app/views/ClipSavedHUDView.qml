@@ -49,6 +49,15 @@ Item {
             BrandAppIconView {
                 size: 38
                 showShadow: true
+
+                DragSource {
+                    anchors.fill: parent
+                    cursorShape: pressed ? Qt.ClosedHandCursor : Qt.OpenHandCursor
+                    onDragged: root.model.drag()
+                    Accessible.role: Accessible.Graphic
+                    Accessible.name: "Clip to Drag"
+                    Accessible.description: "Drag this clip into another program"
+                }
             }
             ColumnLayout {
                 Layout.fillWidth: true

@@ -29,6 +29,7 @@ public:
         std::function<void(const std::filesystem::path&)> preview;
         std::function<void(const std::filesystem::path&, const QPoint&)> share;
         std::function<void(const std::filesystem::path&)> reveal;
+        std::function<void(const std::filesystem::path&)> drag;  ///< out of the panel, while the pointer's button is held
         std::function<void()> preparePreview;  ///< one is likely to be asked for
     };
 
@@ -49,6 +50,7 @@ public:
     /// `x`, `y`: where the menu opens, on the screen.
     Q_INVOKABLE void share(double x, double y);
     Q_INVOKABLE void reveal() { actions_.reveal(content_.clip); }
+    Q_INVOKABLE void drag() { actions_.drag(content_.clip); }
     Q_INVOKABLE void dismiss() { content_.onDismiss(); }
 
 signals:

@@ -3,6 +3,7 @@
 #include "app/FocusedFolderChooser.h"
 #include "app/FolderWatch.h"
 #include "app/menu/ShareMenu.h"
+#include "app/views/ClipDrags.h"
 #include "app/views/FolderChooserWindow.h"
 #include "app/views/QuickEngine.h"
 #include "base/SerialQueue.h"
@@ -88,6 +89,7 @@ QuickContent makePreview(const WindowDescription& description, const WindowConte
                     if (const auto presenting = windows())
                         presenting->presentPlayingClip(file);
                 },
+            .drag = makeClipDrags(parts.services),
         });
     auto* preview = model.get();
     if (description.playsAtOnce)
@@ -130,6 +132,7 @@ QuickContent makeClips(const WindowContentParts& parts)
                     const std::filesystem::path& file) { sharing->perform(platform::copyFileService, file); },
         .reveal = [workspace = platform.workspace](
                       const std::vector<std::filesystem::path>& files) { workspace->activateFileViewerSelecting(files); },
+        .drag = makeClipDrags(parts.services),
         .fileBrowserName = [workspace = platform.workspace] { return workspace->fileBrowserName(); },
     });
     auto* clips = model.get();

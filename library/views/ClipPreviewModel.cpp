@@ -488,6 +488,12 @@ void ClipPreviewModel::copySavedClip()
         services_.copy(savedClip_);
 }
 
+void ClipPreviewModel::dragSavedClip()
+{
+    if (hasSavedClip())
+        services_.drag({savedClip_});
+}
+
 void ClipPreviewModel::setVolume(double volume)
 {
     setSound(std::clamp(volume, 0.0, fullVolume), false);

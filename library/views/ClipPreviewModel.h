@@ -76,6 +76,7 @@ public:
         std::function<std::string()> fileBrowserName = {};  ///< what people call it here; empty where that is not known
         std::function<void(const std::filesystem::path&)> copy;  ///< to the clipboard
         std::function<void(const std::filesystem::path&)> play;  ///< in a window of its own
+        std::function<void(std::vector<std::filesystem::path>)> drag;  ///< out of the window, while the pointer's button is held
     };
 
     /// Thumbnails in the filmstrip, once all are there.
@@ -123,7 +124,7 @@ public:
     [[nodiscard]] QString selectedTenths() const { return formatTenths(trimEndTime_ - trimStartTime_); }
     [[nodiscard]] bool isExportingTrim() const { return isExportingTrim_; }
     [[nodiscard]] const QString& trimStatusMessage() const { return trimStatusMessage_; }
-    /// Whether the message names a clip that was saved here: what the four calls at its side are for.
+    /// Whether the message names a clip that was saved here: what the calls at its side are for.
     [[nodiscard]] bool hasSavedClip() const { return !savedClip_.empty(); }
     /// In hundredths of what is in the file.
     [[nodiscard]] double volume() const { return volume_; }
@@ -170,10 +171,12 @@ public:
     /// What revealing does on this desktop.
     [[nodiscard]] QString revealRemark() const;
     Q_INVOKABLE void reveal() { services_.reveal(clipURL_); }
+    Q_INVOKABLE void drag() { services_.drag({clipURL_}); }
     Q_INVOKABLE void playSavedClip();
     Q_INVOKABLE void shareSavedClip(double x, double y);
     Q_INVOKABLE void revealSavedClip();
     Q_INVOKABLE void copySavedClip();
+    Q_INVOKABLE void dragSavedClip();
 
     /// Of this preview only, and for as long as it is open. A volume that is chosen is heard: it ends the muting.
     Q_INVOKABLE void setVolume(double volume);

@@ -302,11 +302,21 @@ Rectangle {
                         columnSpacing: Theme.largeGap
                         rowSpacing: 4
 
-                        Label {
-                            text: "Trim Clip Range"
-                            font: Theme.headlineFont
-                            Accessible.role: Accessible.Heading
-                            Accessible.name: text
+                        RowLayout {
+                            Layout.fillWidth: false
+                            spacing: 8
+
+                            Label {
+                                text: "Trim Clip Range"
+                                font: Theme.headlineFont
+                                Accessible.role: Accessible.Heading
+                                Accessible.name: text
+                            }
+                            DragGrip {
+                                text: "Clip to Drag"
+                                toolTip: "Drag this clip into another program"
+                                onDragged: root.model.drag()
+                            }
                         }
                         Filmstrip {
                             Layout.fillWidth: true
@@ -451,6 +461,12 @@ Rectangle {
                     Accessible.role: Accessible.StatusBar
                     Accessible.name: text
                     Accessible.ignored: text === ""
+                }
+                DragGrip {
+                    visible: root.model.hasSavedClip
+                    text: "Trimmed Clip to Drag"
+                    toolTip: "Drag the trimmed clip into another program"
+                    onDragged: root.model.dragSavedClip()
                 }
                 SavedClipButton {
                     text: "Play"

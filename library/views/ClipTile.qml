@@ -38,11 +38,12 @@ FocusScope {
         showsFocus: tile.showsFocus && entry.isCurrent
     }
 
-    MouseArea {
+    DragSource {
         id: pointer
 
         anchors.fill: parent
         hoverEnabled: true
+        onDragged: tile.model.drag(tile.number)
         onClicked: mouse => tile.model.click(tile.number, mouse.modifiers)
         onDoubleClicked: mouse => {
             if (mouse.modifiers === Qt.NoModifier)

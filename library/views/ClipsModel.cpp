@@ -202,6 +202,16 @@ void ClipsModel::openClip(int number)
         services_.open(clicked->file);
 }
 
+void ClipsModel::drag(int number)
+{
+    const auto taken = clip(number);
+    if (!taken)
+        return;
+    if (!isSelected(*taken))
+        click(number, Qt::NoModifier);
+    services_.drag(selectedFiles());
+}
+
 bool ClipsModel::pressKey(int key, int modifiers, const QString& text, int linesOfPage)
 {
     const auto held = keyboardModifiers(modifiers);
@@ -358,11 +368,16 @@ void ClipsModel::copy()
 
 void ClipsModel::reveal()
 {
+    if (canReveal())
+        services_.reveal(selectedFiles());
+}
+
+std::vector<std::filesystem::path> ClipsModel::selectedFiles() const
+{
     std::vector<std::filesystem::path> files;
     for (const auto& clip : selection_.in(shown_))
         files.push_back(clip->file);
-    if (!files.empty())
-        services_.reveal(files);
+    return files;
 }
 
 void ClipsModel::beginRenaming()

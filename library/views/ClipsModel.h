@@ -60,6 +60,7 @@ public:
         std::function<void(const std::filesystem::path&, const QPoint&)> share;  ///< opens the share menu there, in points of the screen
         std::function<void(const std::filesystem::path&)> copy;  ///< to the clipboard
         std::function<void(const std::vector<std::filesystem::path>&)> reveal;
+        std::function<void(std::vector<std::filesystem::path>)> drag;  ///< out of the window, while the pointer's button is held
         std::function<std::string()> fileBrowserName = {};  ///< what people call it here; empty where that is not known
     };
 
@@ -105,6 +106,9 @@ public:
     /// A press of the pointer on a clip, with Qt::KeyboardModifiers.
     Q_INVOKABLE void click(int number, int modifiers);
     Q_INVOKABLE void openClip(int number);
+
+    /// The pointer drags a clip: all that are selected if it is one of these, else it alone, which is selected then.
+    Q_INVOKABLE void drag(int number);
 
     /// A key of the list, with Qt::KeyboardModifiers and the character that it gives; false where it is not one of the list's.
     Q_INVOKABLE bool pressKey(int key, int modifiers, const QString& text, int linesOfPage);
@@ -174,6 +178,7 @@ private:
     [[nodiscard]] std::optional<std::size_t> destination(int key, int linesOfPage) const;
     void move(std::size_t number, int modifiers);
     void selectionHasChanged(bool moves);
+    [[nodiscard]] std::vector<std::filesystem::path> selectedFiles() const;
     void say(const QString& message);
     void rename(const QString& name, bool staysAtFailure);
     void endRenaming();

@@ -13,6 +13,7 @@
 #include "platform/linux/MemoryAllocation.h"
 #include "platform/linux/desktop/AutostartEntry.h"
 #include "platform/linux/desktop/IconTheme.h"
+#include "platform/linux/desktop/LinuxFileDrags.h"
 #include "platform/linux/desktop/LinuxSharingServices.h"
 #include "platform/linux/desktop/LinuxThumbnails.h"
 #include "platform/linux/desktop/LinuxUserDefaults.h"
@@ -184,6 +185,7 @@ PlatformServices makePlatformServices(
     services.userNotificationCenter = makeUserNotificationCenter({.makeIcon = std::move(makeIcon)});
     services.userDefaults = makeUserDefaults();
     services.sharingServices = makeSharingServices();
+    services.fileDrags = makeFileDrags();
     services.folderChooser = makePortalFolderChooser();
     services.loginItem = makeLoginItem(AutostartOptions::fromEnvironment(services.fileManager->homeDirectory()));
     // Xwayland would answer too, but shows only some of the windows, and those not whole.

@@ -35,7 +35,7 @@ protected:
     void open()
     {
         panel = makeHudPanelWindow(
-            {.preview = {}, .share = {}, .reveal = {}, .preparePreview = [this] { ++preparations; }}, {activation, floating});
+            {.preview = {}, .share = {}, .reveal = {}, .drag = {}, .preparePreview = [this] { ++preparations; }}, {activation, floating});
         for (auto* candidate : QGuiApplication::topLevelWindows()) {
             if (candidate->flags().testFlag(Qt::WindowDoesNotAcceptFocus))
                 window = candidate;

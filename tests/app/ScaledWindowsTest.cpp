@@ -77,7 +77,8 @@ TEST_F(ScaledWindowsTest, AWindowHasItsSizeInPointsOrWhatIsFreeInPoints)
 
 TEST_F(ScaledWindowsTest, ThePanelIsPlacedInPointsAndKeptUsableInPixels)
 {
-    const auto panel = makeHudPanelWindow({.preview = {}, .share = {}, .reveal = {}, .preparePreview = [] {}}, {activation, floating});
+    const auto panel =
+        makeHudPanelWindow({.preview = {}, .share = {}, .reveal = {}, .drag = {}, .preparePreview = [] {}}, {activation, floating});
     const auto show = [&](bool isComposited) {
         floating->isComposited = isComposited;
         panel->place();

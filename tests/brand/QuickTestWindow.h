@@ -113,6 +113,17 @@ public:
         release(item);
     }
 
+    /// Presses at `from`, moves a point at a time, and releases.
+    void drag(const QPointF& from, const QPointF& to)
+    {
+        const QLineF way{from, to};
+        movePointer(from);
+        mouse(QEvent::MouseButtonPress, from, Qt::LeftButton, Qt::LeftButton);
+        for (double moved = 1; moved <= way.length(); ++moved)
+            mouse(QEvent::MouseMove, way.pointAt(moved / way.length()), Qt::NoButton, Qt::LeftButton);
+        mouse(QEvent::MouseButtonRelease, to, Qt::LeftButton, Qt::NoButton);
+    }
+
     /// As the window system delivers it: what a shortcut takes reaches no control.
     void type(Qt::Key key, const QString& text = {}, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {

@@ -4,6 +4,9 @@
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 
+#include <QGuiApplication>
+#include <QStyleHints>
+
 #include <gmock/gmock.h>
 
 namespace velmora {
@@ -11,6 +14,8 @@ namespace {
 
 using test::ViewTestWindow;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 class ClipSavedHUDViewTest : public testing::Test {
 protected:
@@ -30,6 +35,7 @@ protected:
                 menuPlace = place;
             },
         .reveal = [this](const std::filesystem::path& clip) { calls.push_back("reveal " + clip.string()); },
+        .drag = [this](const std::filesystem::path& clip) { calls.push_back("drag " + clip.string()); },
         .preparePreview = [] {},
     }};
     ViewTestWindow window{test::appView("ClipSavedHUDView"), model, QSize{340, 110}};
@@ -71,6 +77,20 @@ TEST_F(ClipSavedHUDViewTest, EachButtonDoesWhatItSaysWithTheClipThatIsShown)
     const auto corner = share.mapToGlobal({0, share.height()}).toPoint();
     EXPECT_EQ(menuPlace.x(), corner.x());
     EXPECT_NEAR(menuPlace.y(), corner.y() + 4, 1) << "below its button";
+}
+
+TEST_F(ClipSavedHUDViewTest, TheClipIsDraggedFromTheIconAloneAndOnlyOnceTheMouseHasMovedFarEnough)
+{
+    say("Clip Saved (Full)", "");
+    const QPointF icon{35, 55};
+    const QPointF threshold{0, static_cast<double>(QGuiApplication::styleHints()->startDragDistance())};
+    window.drag(icon, icon + threshold - QPointF{0, 1});
+    EXPECT_THAT(calls, IsEmpty()) << "a click whose hand trembled";
+    window.drag(icon, icon + 3 * threshold);
+    EXPECT_THAT(calls, ElementsAre("drag /clips/a clip.mp4")) << "once, however far";
+    window.movePointer(icon);
+    window.movePointer(icon + 3 * threshold);
+    EXPECT_THAT(calls, SizeIs(1)) << "nothing is held";
 }
 
 TEST_F(ClipSavedHUDViewTest, NothingGoesBeyondThePanelWhateverItSaysAndHoweverLargeTheTextIs)

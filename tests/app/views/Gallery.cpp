@@ -27,8 +27,11 @@ namespace {
 
 void drawPanels(const Gallery& gallery)
 {
-    ClipSavedHUDModel model{
-        {.preview = [](const auto&) {}, .share = [](const auto&, const auto&) {}, .reveal = [](const auto&) {}, .preparePreview = [] {}}};
+    ClipSavedHUDModel model{{.preview = [](const auto&) {},
+        .share = [](const auto&, const auto&) {},
+        .reveal = [](const auto&) {},
+        .drag = [](const auto&) {},
+        .preparePreview = [] {}}};
     ViewTestWindow window{appView("ClipSavedHUDView"), model, {340, 110}};
     model.setContent(
         {.clip = "/clips/a.mp4", .title = "Clip Saved (Full)", .caption = "The whole recording: 0:12, 12.3 MB", .onDismiss = [] {}});

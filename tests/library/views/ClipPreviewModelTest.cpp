@@ -819,7 +819,7 @@ TEST_F(ClipPreviewModelTest, AThumbnailThatCannotBeMadeEndsTheStrip)
     EXPECT_THAT(model->thumbnails(), IsEmpty());
 }
 
-TEST_F(ClipPreviewModelTest, WhatWasSavedCanBePlayedSharedRevealedAndCopiedAndTheClipItselfStaysOutOfIt)
+TEST_F(ClipPreviewModelTest, WhatWasSavedCanBePlayedSharedRevealedCopiedAndDraggedAndTheClipItselfStaysOutOfIt)
 {
     appear();
     EXPECT_FALSE(model->hasSavedClip());
@@ -833,11 +833,13 @@ TEST_F(ClipPreviewModelTest, WhatWasSavedCanBePlayedSharedRevealedAndCopiedAndTh
     model->shareSavedClip(10.4, 20.6);
     model->revealSavedClip();
     model->copySavedClip();
+    model->dragSavedClip();
     EXPECT_THAT(played, ElementsAre(saved));
     EXPECT_FALSE(player().isPlaying) << "one clip is heard at a time";
     EXPECT_THAT(shared, ElementsAre(Pair(saved, QPoint{10, 21})));
     EXPECT_THAT(revealed, ElementsAre(saved));
     EXPECT_THAT(copied, ElementsAre(saved));
+    EXPECT_THAT(dragged, ElementsAre(ElementsAre(saved)));
 }
 
 TEST_F(ClipPreviewModelTest, OnlyAMessageThatNamesASavedClipHasOne)
@@ -854,6 +856,8 @@ TEST_F(ClipPreviewModelTest, OnlyAMessageThatNamesASavedClipHasOne)
     model->shareSavedClip(1, 2);
     model->revealSavedClip();
     model->copySavedClip();
+    model->dragSavedClip();
+    EXPECT_THAT(dragged, IsEmpty());
     EXPECT_THAT(played, IsEmpty());
     EXPECT_THAT(shared, IsEmpty());
     EXPECT_THAT(revealed, IsEmpty());
@@ -926,13 +930,15 @@ TEST_F(ClipPreviewModelTest, EachPreviewBeginsWithTheWholeSound)
     EXPECT_FALSE(player().isMuted);
 }
 
-TEST_F(ClipPreviewModelTest, SharingRevealingAndClosingAreHandedOn)
+TEST_F(ClipPreviewModelTest, SharingRevealingDraggingAndClosingAreHandedOn)
 {
     const auto dismissals = count(&ClipPreviewModel::dismissed);
     model->share(10.4, 20.6);
     EXPECT_THAT(shared, ElementsAre(Pair(clip, QPoint{10, 21})));
     model->reveal();
     EXPECT_THAT(revealed, ElementsAre(clip));
+    model->drag();
+    EXPECT_THAT(dragged, ElementsAre(ElementsAre(clip)));
     model->dismiss();
     EXPECT_EQ(*dismissals, 1);
 }

@@ -84,6 +84,7 @@ struct ClipsFixture {
                     for (const auto& file : files)
                         revealed.push_back(file.filename());
                 },
+            .drag = [this](const std::vector<std::filesystem::path>& files) { dragged.push_back(files); },
             .fileBrowserName = [this] { return fileBrowser; },
         });
         model->viewWillAppear();
@@ -157,6 +158,7 @@ struct ClipsFixture {
     std::vector<std::pair<std::string, QPoint>> shared;
     std::vector<std::string> copied;
     std::vector<std::string> revealed;
+    std::vector<std::vector<std::filesystem::path>> dragged;
     std::string fileBrowser;
     std::unique_ptr<ClipsModel> model;
 };

@@ -313,6 +313,26 @@ TEST_F(ClipsModelTest, TypingInTheListSearchesAndEscapeGoesBackStepByStep)
     EXPECT_EQ(dismissals, 1);
 }
 
+TEST_F(ClipsModelTest, AClipIsDraggedWithAllThatAreSelectedIfItIsOneOfThemElseAlone)
+{
+    std::vector<std::filesystem::path> files;
+    for (int i = 0; i < 40; ++i)
+        files.push_back(add(std::to_string(10 + i) + " é\xE9.mp4", moment(i, 10, 0)));
+    appear();
+    model->drag(40);
+    model->drag(-1);
+    EXPECT_THAT(dragged, SizeIs(0)) << "there is none";
+    model->click(7, Qt::NoModifier);
+    model->click(3, Qt::ShiftModifier);
+    model->click(39, Qt::ControlModifier);
+    model->drag(5);
+    const std::vector<std::filesystem::path> expected{files[3], files[4], files[5], files[6], files[7], files[39]};
+    EXPECT_THAT(dragged, ElementsAre(expected));
+    model->drag(20);
+    EXPECT_THAT(dragged.back(), ElementsAre(files[20]));
+    EXPECT_THAT(selected(), ElementsAre(files[20].filename().native())) << "and it is to be seen which";
+}
+
 TEST_F(ClipsModelTest, OneClipIsOpenedSharedAndCopiedAndAnyNumberRevealed)
 {
     appearWith({"a.mp4", "b.mp4"});

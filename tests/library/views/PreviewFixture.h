@@ -73,6 +73,7 @@ struct PreviewFixture {
                 .fileBrowserName = [this] { return fileBrowser; },
                 .copy = [this](const std::filesystem::path& file) { copied.push_back(file); },
                 .play = [this](const std::filesystem::path& file) { played.push_back(file); },
+                .drag = [this](const std::vector<std::filesystem::path>& files) { dragged.push_back(files); },
             });
     }
 
@@ -119,6 +120,7 @@ struct PreviewFixture {
     std::filesystem::path clip;
     std::vector<std::pair<std::filesystem::path, QPoint>> shared;
     std::vector<std::filesystem::path> revealed;
+    std::vector<std::vector<std::filesystem::path>> dragged;
     std::string fileBrowser;
     std::vector<std::filesystem::path> copied;
     std::vector<std::filesystem::path> played;

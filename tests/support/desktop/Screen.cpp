@@ -54,6 +54,20 @@ void movePointer(const QPoint& position)
     xdotool({"mousemove", std::to_string(position.x()), std::to_string(position.y())});
 }
 
+void dragTo(const QPoint& start, const QPoint& end)
+{
+    constexpr int steps = 12;
+    hover(start);
+    xdotool({"mousedown", "1"});
+    for (int step = 1; step <= steps; ++step)
+        movePointer(start + (end - start) * step / steps);
+}
+
+void drop()
+{
+    xdotool({"mouseup", "1"});
+}
+
 QImage screenPicture(const QRect& rectangle)
 {
     const auto crop = std::to_string(rectangle.width()) + "x" + std::to_string(rectangle.height()) + "+" + std::to_string(rectangle.x())

@@ -24,6 +24,10 @@ void click(int button = 1);
 void click(const QPoint& position, int button = 1);
 void movePointer(const QPoint& position);
 
+/// Presses the left button at `start` and moves the pointer from there to `end` in small steps; it is held until drop().
+void dragTo(const QPoint& start, const QPoint& end);
+void drop();
+
 /// What the screen shows there.
 [[nodiscard]] QImage screenPicture(const QRect& rectangle);
 

@@ -271,7 +271,8 @@ double ClipAudio::bitRate() const
 ClipAudio::Levels ClipAudio::levels(double tone, double other, int channel) const
 {
     const auto channels = static_cast<std::size_t>(channelCount);
-    const auto window = static_cast<std::size_t>(sampleRate) / 2;
+    // As short as a machine can be busy: a player that gets too little of it leaves gaps.
+    const auto window = static_cast<std::size_t>(sampleRate) / 8;
     Levels best;
     for (std::size_t begin = 0; begin + window <= frames(); begin += window / 2) {
         const std::span<const float> part{samples.data() + begin * channels, window * channels};

@@ -63,7 +63,7 @@ struct ClipAudio {
     [[nodiscard]] std::size_t frames() const { return channelCount == 0 ? 0 : samples.size() / static_cast<std::size_t>(channelCount); }
     [[nodiscard]] double secondsOf(std::size_t frame) const { return start + static_cast<double>(frame) / sampleRate; }
 
-    /// How loud `tone` is and how much louder or quieter `other`, in dB, in the half second in which `other` is quietest against
+    /// How loud `tone` is and how much louder or quieter `other`, in dB, in the eighth of a second in which `other` is quietest against
     /// it: if the player itself stumbles, a break in its tone is heard at every frequency.
     struct Levels {
         double tone = -200;
