@@ -75,6 +75,9 @@ void RecordingObserver::handle(const RecordingReport& report)
         fileBegan_ = report.time;
         fileSize_ = report.size;
         fileFrames_ = report.frames;
+        setFilePaused_ = report.setPaused;
+        pausedSince_.reset();
+        paused_ = {};
         earlyEnd_.clear();
         explanation_.clear();
         if (!encoderProblem_.empty())
@@ -123,7 +126,30 @@ std::optional<RecordingProgress> RecordingObserver::progress(MonotonicTime now) 
     if (!fileIsOpen_ || !earlyEnd_.empty())
         return std::nullopt;
     return RecordingProgress{
-        std::max<std::chrono::nanoseconds>(now - fileBegan_, std::chrono::nanoseconds{0}), fileSize_ ? fileSize_->load() : 0};
+        .elapsed = std::max<std::chrono::nanoseconds>(pausedSince_.value_or(now) - fileBegan_ - paused_, std::chrono::nanoseconds{0}),
+        .bytes = fileSize_ ? fileSize_->load() : 0,
+        .isPaused = pausedSince_.has_value(),
+    };
+}
+
+Result<RecordingObserver::PauseOutcome> RecordingObserver::setPaused(std::optional<bool> isPaused, MonotonicTime now)
+{
+    const auto before = progress(now);
+    if (!before || !setFilePaused_)
+        return fail("Velmora.RecordingObserver", 1, "Nothing is being recorded.");
+    const bool wanted = isPaused.value_or(!before->isPaused);
+    if (wanted == before->isPaused)
+        return wanted ? PauseOutcome::wasPaused : PauseOutcome::wasNotPaused;
+    setFilePaused_(wanted, now);
+    if (wanted)
+        pausedSince_ = now;
+    else
+        paused_ += now - *std::exchange(pausedSince_, std::nullopt);
+    if (onFileChange)
+        onFileChange();
+    if (onPauseChange)
+        onPauseChange(wanted);
+    return wanted ? PauseOutcome::paused : PauseOutcome::resumed;
 }
 
 std::optional<LostPictures> RecordingObserver::lostPictures() const

@@ -18,8 +18,9 @@ namespace velmora {
 
 /// Of the recording in progress.
 struct RecordingProgress {
-    std::chrono::nanoseconds elapsed{0};  ///< since its file was made
+    std::chrono::nanoseconds elapsed{0};  ///< since its file was made, without its pauses
     std::uint64_t bytes = 0;  ///< of it that are on the disk
+    bool isPaused = false;
 
     friend bool operator==(const RecordingProgress&, const RecordingProgress&) = default;
 };
@@ -59,8 +60,17 @@ public:
     /// The notice has changed.
     std::function<void()> onChange;
 
-    /// A file has begun or ended: there is progress, or none any more.
+    /// A file has begun or ended: there is progress, or none any more. Or it has been paused, or goes on.
     std::function<void()> onFileChange;
+
+    /// The recording in progress has been paused, or goes on. Not called at its end.
+    std::function<void(bool isPaused)> onPauseChange;
+
+    enum class PauseOutcome { paused, resumed, wasPaused, wasNotPaused };
+
+    /// Has the recording in progress leave out what comes from now on, or go on with what comes; none: the other of both. Fails where nothing is
+    /// being recorded.
+    Result<PauseOutcome> setPaused(std::optional<bool> isPaused, MonotonicTime now = MonotonicClock::now());
 
     /// What is wrong with the capture or was with its last recording, in whole sentences; empty when nothing is.
     [[nodiscard]] std::string notice() const;
@@ -86,6 +96,9 @@ private:
     MonotonicTime fileBegan_{};
     std::shared_ptr<const std::atomic<std::uint64_t>> fileSize_;
     std::shared_ptr<const FileFrames> fileFrames_;
+    std::function<void(bool isPaused, MonotonicTime moment)> setFilePaused_;
+    std::optional<MonotonicTime> pausedSince_;
+    std::chrono::nanoseconds paused_{0};  ///< in the pauses before
     std::string encoderProblem_;
     std::string soundProblem_;
     std::string earlyEnd_;  ///< why the recording that began last ended before it was asked to

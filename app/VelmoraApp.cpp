@@ -112,6 +112,7 @@ public:
                             .alerts = alerts,
                             .windows = std::move(presenting),
                             .terminate = [this] { terminate(); },
+                            .togglePause = [this] { static_cast<void>(recordingObserver_->setPaused(std::nullopt)); },
                         },
                         makeTrayStatusItem(services_.platform.trayAppearance, trayHost_, prepareWindowContents));
                 },

@@ -1,14 +1,19 @@
 #include "engine/files/AssetWriter.h"
 
 #include "base/Mutex.h"
+#include "engine/files/RecordingPauses.h"
+#include "engine/files/SoundSeam.h"
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/MovieSerializer.h"
 #include "media/mp4/RecordingLayout.h"
+#include "media/mp4/SequenceParameterSet.h"
 
 #include <algorithm>
 #include <cassert>
 #include <cstring>
+#include <deque>
 #include <limits>
+#include <utility>
 
 namespace velmora::engine {
 
@@ -21,6 +26,12 @@ constexpr std::uint64_t largestBacklog = std::uint64_t{64} << 20;
 constexpr MediaTime jitter{5, 1000};
 
 constexpr MediaTime longestGap{600, 1};
+
+// Sound that waits for the picture with which a paused recording goes on: longer than any picture takes.
+constexpr MediaTime longestHeldSound{2, 1};
+
+// A still window's next picture comes after half a second; what sound was there before a pause has come by then.
+constexpr MediaTime soundIsLate{1, 2};
 
 constexpr MediaTime shortestKept{1, 1};
 
@@ -41,10 +52,27 @@ struct AssetWriter::Session {
     MediaTime start;  ///< invalid before startSession
     bool isFinishing = false;
     bool failureWasReported = false;
+    RecordingPauses pauses;
+    bool isSoundBehind = false;  ///< there is sound, and the file does not have all of it up to the pause
 
     mutable Mutex mutex;
     Status status GUARDED_BY(mutex) = Status::unknown;
     std::optional<Error> error GUARDED_BY(mutex);
+    std::optional<KeyFrameRequests> keyFrameRequests GUARDED_BY(mutex);
+    KeyFrameRequests::Registration keyFrame GUARDED_BY(mutex);  ///< with which the file begins, or goes on after a pause
+
+    void askForKeyFrame()
+    {
+        MutexLock lock(mutex);
+        if (keyFrameRequests)
+            keyFrame = keyFrameRequests->ask();
+    }
+
+    void askForKeyFrameNoMore()
+    {
+        MutexLock lock(mutex);
+        keyFrame.end();
+    }
 
     Status currentStatus() const
     {
@@ -100,7 +128,7 @@ public:
 
     bool append(const SampleBufferRef& sample) override
     {
-        return wasAdded() && !isFinished_ && sample && sample->presentationTimeStamp.isValid() && session_->beginAppend() && write(*sample);
+        return wasAdded() && !isFinished_ && sample && sample->presentationTimeStamp.isValid() && session_->beginAppend() && write(sample);
     }
 
     [[nodiscard]] bool belongsTo(const Session* session) const { return session_.get() == session; }
@@ -113,7 +141,7 @@ public:
     [[nodiscard]] virtual mp4::RecordedTrack track() const = 0;
 
 protected:
-    virtual bool write(const SampleBuffer& sample) = 0;
+    virtual bool write(const SampleBufferRef& sample) = 0;
 
     [[nodiscard]] Session& session() const { return *session_; }
     [[nodiscard]] std::size_t trackIndex() const { return track_; }
@@ -138,24 +166,71 @@ public:
     [[nodiscard]] mp4::RecordedTrack track() const override { return {format_, mp4::videoTimescale, 0}; }
 
 private:
-    bool write(const SampleBuffer& sample) override
+    bool write(const SampleBufferRef& picture) override
     {
+        const auto& sample = *picture;
         // One description serves the whole track: a sample of another format could not be decoded with it.
         if (!sample.format || (sample.format != format_ && *sample.format != *format_) || sample.data.bytes.empty())
             return false;
-        const auto time = (sample.presentationTimeStamp - session().start).converted(mp4::videoTimescale).value;
+        if (!admits(sample))
+            return true;
+        const auto time = session().pauses.inFile(sample.presentationTimeStamp, stretch_).converted(mp4::videoTimescale).value;
         lastTime_ = std::max(time, lastTime_ + 1);
         std::uint32_t duration = 0;
         if (sample.duration > MediaTime::zero())
             duration = static_cast<std::uint32_t>(std::clamp<std::int64_t>(
                 sample.duration.converted(mp4::videoTimescale).value, 1, std::numeric_limits<std::int32_t>::max()));
         session().recording->append(trackIndex(), {sample.data, lastTime_, duration, sample.isSync()});
+        lastKeyFrame_ = sample.isSync() ? sample.data : DataBlock{};
         return true;
+    }
+
+    /// Whether the picture is not one of those that a pause leaves out.
+    bool admits(const SampleBuffer& sample)
+    {
+        auto& pauses = session().pauses;
+        pauses.update();
+        const auto& time = sample.presentationTimeStamp;
+        const bool isAdmitted = pauses.admits(time, pauses.isResuming() && sample.isSync() && mayFollow(sample));
+        if (isAdmitted && std::exchange(stretch_, pauses.stretchOfPictures()) != pauses.stretchOfPictures())
+            session().askForKeyFrameNoMore();
+        if (isAdmitted)
+            return true;
+        // It was made of a picture from before the resume, or cannot follow what is there.
+        if (pauses.isResuming() && sample.isSync())
+            session().askForKeyFrame();
+        handOn(time);
+        return false;
+    }
+
+    /// Key frames that follow each other have different numbers (idr_pic_id, ITU-T H.264 7.4.3); encoders alternate them, so that the next one
+    /// does where this one does not.
+    [[nodiscard]] bool mayFollow(const SampleBuffer& sample) const
+    {
+        if (lastKeyFrame_.bytes.empty() || !format_->video())
+            return true;
+        const auto& configuration = format_->video()->decoderConfiguration;
+        const auto number = mp4::keyFrameNumber(configuration, sample.data.bytes);
+        return !number || number != mp4::keyFrameNumber(configuration, lastKeyFrame_.bytes);
+    }
+
+    /// In a pause nothing follows that would send what was recorded before it to the disk: `time` is that of a picture that is left out.
+    void handOn(MediaTime time)
+    {
+        const auto& pauses = session().pauses;
+        const auto* pause = pauses.end(stretch_);
+        if (!pause || handedOn_ == pauses.stretchOfPictures() + 1 || (session().isSoundBehind && time - pause->from < soundIsLate))
+            return;
+        handedOn_ = pauses.stretchOfPictures() + 1;
+        session().recording->handOn(pauses.inFile(pause->from, pauses.stretchOfPictures()));
     }
 
     const bool passesThrough_;
     const FormatDescriptionRef format_;
     std::int64_t lastTime_ = -1;
+    std::size_t stretch_ = 0;
+    std::size_t handedOn_ = 0;  ///< stretches whose end is on its way to the disk
+    DataBlock lastKeyFrame_;  ///< where that was the last picture
 };
 
 class AssetWriter::AudioInput final : public Input {
@@ -168,6 +243,7 @@ public:
         if (auto encoder = this->session().encoders(settings_))
             encoder_ = std::move(*encoder);
         silence_.resize(static_cast<std::size_t>(1024 * std::max<std::int64_t>(1, settings_.channelCount)));
+        seam_ = SoundSeam{channels(), static_cast<std::size_t>(tolerance())};
     }
 
     [[nodiscard]] bool isUsable() const override
@@ -180,6 +256,7 @@ public:
     /// Writes what the encoder still holds.
     void flush()
     {
+        writeHeld();
         if (written_ > 0)
             forward(encoder_->flush(packets_));
     }
@@ -190,36 +267,102 @@ public:
 private:
     [[nodiscard]] std::int32_t sampleRate() const { return static_cast<std::int32_t>(settings_.sampleRate); }
 
-    bool write(const SampleBuffer& sample) override
+    bool write(const SampleBufferRef& sample) override
     {
-        const auto* format = sample.format ? sample.format->audio() : nullptr;
+        const auto* format = sample->format ? sample->format->audio() : nullptr;
         if (!format || format->codec != FourCharacterCode{"lpcm"} || format->sampleRate != settings_.sampleRate
             || format->channelCount != settings_.channelCount)
             return false;
-        const auto channels = static_cast<std::size_t>(settings_.channelCount);
-        const auto frames = sample.data.bytes.size() / (sizeof(float) * channels);
-        if (sample.sampleCount < 0 || static_cast<std::uint64_t>(sample.sampleCount) != frames)
+        const auto frames = sample->data.bytes.size() / (sizeof(float) * channels());
+        if (sample->sampleCount < 0 || static_cast<std::uint64_t>(sample->sampleCount) != frames)
             return false;
-        const auto position = (sample.presentationTimeStamp - session().start).converted(sampleRate()).value;
-        auto skip = std::int64_t{0};
+        session().pauses.update();
+        return writeHeld() && writeWhereItBelongs(sample);
+    }
+
+    /// What came before it was known where the recording goes on.
+    bool writeHeld()
+    {
+        const auto* pause = held_.empty() ? nullptr : session().pauses.end(stretch_);
+        if (!pause || !pause->to.isValid())
+            return true;
+        bool isWritten = true;
+        for (const auto& sample : std::exchange(held_, {}))
+            isWritten = isWritten && writeWhereItBelongs(sample);
+        return isWritten;
+    }
+
+    bool writeWhereItBelongs(const SampleBufferRef& sample)
+    {
+        for (;; ++stretch_) {
+            const auto* pause = session().pauses.end(stretch_);
+            if (!writeInStretch(*sample, pause))
+                return false;
+            session().isSoundBehind = hasStarted_ && (!pause || start_ + written_ + tolerance() < inFile(pause->from));
+            if (!pause || inFile(sample->presentationTimeStamp) + sample->sampleCount <= inFile(pause->from))
+                return true;
+            if (!pause->to.isValid()) {
+                hold(sample, *pause);
+                return true;
+            }
+            seam_.begin();
+        }
+    }
+
+    void hold(const SampleBufferRef& sample, const RecordingPauses::Pause& pause)
+    {
+        if (!pause.resumed.isValid())
+            return held_.clear();
+        held_.push_back(sample);
+        while (held_.back()->presentationTimeStamp - held_.front()->presentationTimeStamp > longestHeldSound)
+            held_.pop_front();
+    }
+
+    /// Frames from the beginning of the file to a moment of the stretch.
+    [[nodiscard]] std::int64_t inFile(MediaTime time) const
+    {
+        return session().pauses.inFile(time, stretch_).converted(sampleRate()).value;
+    }
+
+    /// What of the block belongs in the stretch that `pause`, if any, ends.
+    bool writeInStretch(const SampleBuffer& sample, const RecordingPauses::Pause* pause)
+    {
+        const auto position = inFile(sample.presentationTimeStamp);
+        const auto* before = stretch_ > 0 ? session().pauses.end(stretch_ - 1) : nullptr;
+        const auto begin = before ? inFile(before->to) : 0;
+        const auto end = pause ? inFile(pause->from) : std::numeric_limits<std::int64_t>::max();
+        auto skip = std::max<std::int64_t>(0, begin - position);
         if (!hasStarted_) {
-            skip = std::max<std::int64_t>(0, -position);
-            if (skip >= sample.sampleCount)
+            if (skip >= sample.sampleCount || position + skip >= end)
                 return true;
             start_ = position + skip;
             hasStarted_ = true;
         } else {
-            const auto gap = position - (start_ + written_);
+            const auto next = start_ + written_;
+            // Both sides of a pause meet to the frame.
+            const auto accepted = seam_.isOpen() ? 0 : tolerance();
+            const auto gap = std::min(position + skip, end) - next;
             if (gap > longestGap.converted(sampleRate()).value)
                 return false;
-            if (gap > tolerance() && !encodeSilence(gap))
-                return false;
-            if (gap < -tolerance())
-                skip = std::min(-gap, sample.sampleCount);
+            if (skip > 0 && skip >= sample.sampleCount)
+                return true;
+            if (gap > accepted) {
+                seam_.close();
+                if (!encodeSilence(gap))
+                    return false;
+            }
+            if (gap < -accepted)
+                skip = std::min(skip - gap, sample.sampleCount);
         }
-        return encode(interleaved(sample).subspan(static_cast<std::size_t>(skip) * channels));
+        const auto room = std::max<std::int64_t>(0, end - (start_ + written_));
+        const auto samples = interleaved(sample).subspan(static_cast<std::size_t>(skip) * channels());
+        const auto kept = samples.first(std::min(samples.size(), static_cast<std::size_t>(std::min(room, sample.sampleCount)) * channels()));
+        if (pause)
+            seam_.keep(samples.subspan(kept.size()), position + skip - (start_ + written_));
+        return encode(seam_.joined(kept));
     }
 
+    [[nodiscard]] std::size_t channels() const { return static_cast<std::size_t>(settings_.channelCount); }
     [[nodiscard]] std::int64_t tolerance() const { return jitter.converted(sampleRate()).value; }
 
     std::span<const float> interleaved(const SampleBuffer& sample)
@@ -277,6 +420,9 @@ private:
     std::int64_t written_ = 0;  ///< frames that were put in
     std::int64_t encoded_ = 0;  ///< frames in packets
     bool hasStarted_ = false;
+    std::size_t stretch_ = 0;  ///< of the next block, as far as is known
+    std::deque<SampleBufferRef> held_;  ///< came after a resume, before the picture with which the recording goes on
+    SoundSeam seam_;
 };
 
 Result<std::shared_ptr<AssetWriter>> AssetWriter::create(
@@ -300,14 +446,19 @@ AssetWriter::AssetWriter(std::shared_ptr<Session> session, std::filesystem::path
 
 AssetWriter::~AssetWriter()
 {
+    session_->askForKeyFrameNoMore();
     session_->recording.reset();
     if (trashed_.valid())
         trashed_.wait_for(cancelled_.patience);
 }
 
-void AssetWriter::askForKeyFrame(KeyFrameRequests& requests)
+void AssetWriter::askForKeyFrame(const KeyFrameRequests& requests)
 {
-    firstKeyFrame_ = requests.ask();
+    {
+        MutexLock lock(session_->mutex);
+        session_->keyFrameRequests = requests;
+    }
+    session_->askForKeyFrame();
 }
 
 std::shared_ptr<platform::AssetWriterInput> AssetWriter::makeInput(
@@ -362,7 +513,21 @@ void AssetWriter::startSession(MediaTime time)
 {
     assert(session_->currentStatus() == Status::writing && time.isValid() && !session_->start.isValid());
     session_->start = time;
-    firstKeyFrame_.end();
+    session_->pauses.begin(time, video_ != nullptr);
+    if (!session_->pauses.isResuming())
+        session_->askForKeyFrameNoMore();
+}
+
+void AssetWriter::pause(MediaTime time)
+{
+    session_->pauses.pause(time);
+}
+
+void AssetWriter::resume(MediaTime time)
+{
+    session_->pauses.resume(time);
+    // Asked for last: a key frame of a picture from before is of no use.
+    session_->askForKeyFrame();
 }
 
 void AssetWriter::finishWriting(UniqueFunction<void()> completion)
@@ -387,7 +552,7 @@ void AssetWriter::finishWriting(UniqueFunction<void()> completion)
 
 void AssetWriter::cancelWriting()
 {
-    firstKeyFrame_.end();
+    session_->askForKeyFrameNoMore();
     if (session_->isFinishing)
         return;
     if (!moveToTrash()) {
@@ -422,7 +587,7 @@ bool AssetWriter::moveToTrash()
 
 void AssetWriter::endRecording(mp4::RecordingWriter::Completion completion)
 {
-    firstKeyFrame_.end();
+    session_->askForKeyFrameNoMore();
     session_->update();
     if (audio_ && session_->currentStatus() == Status::writing)
         audio_->flush();

@@ -1,0 +1,262 @@
+// A recording that is paused and goes on, many times, of a real window with sound: what is in its clip, and whether both still fit.
+
+#include "tests/support/desktop/TrayProgram.h"
+#include "tests/support/recording/RecordedClip.h"
+#include "tests/support/recording/Subjects.h"
+#include "tests/support/sound/SoundServer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <gmock/gmock.h>
+#include <iterator>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace velmora::test {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+constexpr double nanosecond = 1e-9;
+constexpr double beat = 0.1;  ///< seconds from one click to the next
+
+struct Pause {
+    std::int64_t isKnown = 0;  ///< CLOCK_MONOTONIC nanoseconds by which the program had said that it is paused
+    std::int64_t isOver = 0;  ///< before it was told to go on
+};
+
+/// Pictures between two pauses, and how far their time in the file is from the moment at which they were shown.
+struct Stretch {
+    double from = 0;  ///< in the file
+    double to = 0;
+    std::vector<double> offsets;
+};
+
+class PauseTest : public ::testing::Test {
+protected:
+    [[nodiscard]] std::filesystem::path path(const std::string& name) const { return directory_.path() / name; }
+
+    static Pause pause(TrayProgram& program, std::chrono::milliseconds duration)
+    {
+        Pause pause;
+        EXPECT_EQ(program.run({"pause"}).output, "The recording is paused.\n");
+        pause.isKnown = monotonicNow();
+        record(duration);
+        pause.isOver = monotonicNow();
+        EXPECT_EQ(program.run({"resume"}).output, "The recording goes on.\n");
+        return pause;
+    }
+
+    /// Numbers that were painted after the first moment and replaced before the second.
+    static std::vector<std::uint32_t> paintedWithin(const std::map<std::uint32_t, std::int64_t>& shown, const Pause& pause)
+    {
+        std::vector<std::uint32_t> numbers;
+        for (auto frame = shown.begin(); frame != shown.end(); ++frame) {
+            const auto next = std::next(frame);
+            if (frame == shown.begin() || next == shown.end())
+                continue;
+            if (std::prev(frame)->second >= pause.isKnown && next->second <= pause.isOver)
+                numbers.push_back(frame->first);
+        }
+        return numbers;
+    }
+
+    TemporaryDirectory directory_;
+};
+
+/// Where clicks begin, in seconds of the clip.
+std::vector<double> clickTimes(const ClipAudio& audio)
+{
+    std::vector<double> times;
+    const auto channels = static_cast<std::size_t>(audio.channelCount);
+    const std::size_t quiet = static_cast<std::size_t>(audio.sampleRate) / 25;
+    std::size_t last = 0;
+    for (std::size_t frame = 0; frame < audio.frames(); ++frame) {
+        if (std::abs(audio.samples[frame * channels]) < 0.2F)
+            continue;
+        if (times.empty() || frame - last > quiet)
+            times.push_back(audio.secondsOf(frame));
+        last = frame;
+    }
+    return times;
+}
+
+TEST_F(PauseTest, FiftyPausesLeaveNoPictureInTheClipAndItsSoundWhereItWas)
+{
+    constexpr std::size_t count = 50;
+    // A click of a millisecond every tenth of a second, for longer than all of it takes.
+    ASSERT_EQ(runProgram({"ffmpeg", "-v", "error", "-f", "lavfi", "-i",
+                             "aevalsrc=0.8*sin(2*PI*2000*t)*lt(mod(t\\,0.1)\\,0.002):s=48000:d=300", "-ac", "2", path("clicks.wav").native()})
+                  .status,
+        0);
+    const NumberedWindow window{{"--size", "640x480", "--position", "100,100"}, path("clicks.wav")};
+    awaitPlayingStreams(1);
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.hasState("capturing"));
+    ASSERT_EQ(program.run({"toggle"}).status, 0);
+    std::vector<Pause> pauses;
+    for (std::size_t i = 0; i < count; ++i) {
+        record(std::chrono::milliseconds{330 + i * 7 % 90});
+        pauses.push_back(pause(program, std::chrono::milliseconds{150 + i * 13 % 110}));
+    }
+    record(700ms);
+    const auto saved = program.run({"toggle"});
+    ASSERT_EQ(saved.status, 0) << saved.messages;
+    const auto shown = window.shown();
+    const auto clip = readClip(saved.lastLine());
+    EXPECT_THAT(clip.complaints, IsEmpty());
+    ASSERT_TRUE(clip.video && clip.audio);
+
+    std::set<std::uint32_t> inClip;
+    std::vector<Stretch> stretches(1);
+    std::int64_t lastShown = 0;
+    double lastTime = -1;
+    for (const auto& picture : clip.video->pictures) {
+        ASSERT_TRUE(picture.reading.isReadable()) << picture.time;
+        const auto number = *picture.reading.number();
+        ASSERT_TRUE(shown.contains(number)) << picture.time;
+        EXPECT_GT(picture.time, lastTime);
+        const auto moment = shown.at(number);
+        EXPECT_GE(moment, lastShown) << "pictures keep their order";
+        while (stretches.size() <= pauses.size() && moment > pauses[stretches.size() - 1].isOver - 50'000'000
+            && static_cast<double>(moment - lastShown) * nanosecond > picture.time - lastTime + 0.1)
+            stretches.push_back({});
+        auto& stretch = stretches.back();
+        if (stretch.offsets.empty())
+            stretch.from = picture.time;
+        stretch.to = picture.time;
+        stretch.offsets.push_back(static_cast<double>(moment) * nanosecond - picture.time);
+        inClip.insert(number);
+        lastShown = moment;
+        lastTime = picture.time;
+    }
+    ASSERT_EQ(stretches.size(), pauses.size() + 1);
+    std::size_t leftOut = 0;
+    for (const auto& pause : pauses) {
+        for (const auto number : paintedWithin(shown, pause)) {
+            EXPECT_FALSE(inClip.contains(number)) << number;
+            ++leftOut;
+        }
+    }
+    EXPECT_GT(leftOut, std::size_t{count} * 5);
+
+    // The player goes on while it is paused, so that by the pictures' clock its clicks keep their beat across every pause.
+    const auto clicks = clickTimes(*clip.audio);
+    std::vector<double> phases;
+    for (const auto& stretch : stretches) {
+        std::vector<double> within;
+        for (const double click : clicks) {
+            if (click < stretch.from + 0.02 || click > stretch.to - 0.02)
+                continue;
+            const double phase = std::remainder(click + median(stretch.offsets), beat);
+            // Near the first one, wherever that is.
+            within.push_back(phases.empty() && within.empty() ? phase : [&] {
+                const double reference = phases.empty() ? within.front() : phases.front();
+                return reference + std::remainder(phase - reference, beat);
+            }());
+        }
+        ASSERT_FALSE(within.empty()) << stretch.from;
+        phases.push_back(median(within));
+    }
+    const double usual = median(phases);
+    for (auto& phase : phases)
+        phase -= usual;
+    const auto [least, most] = std::minmax_element(phases.begin(), phases.end());
+    std::printf("%zu pictures in %zu stretches, %zu painted meanwhile; sound against pictures: %+.1f to %+.1f ms, first %+.1f, last %+.1f ms\n",
+        clip.video->pictures.size(), stretches.size(), leftOut, *least * 1e3, *most * 1e3, phases.front() * 1e3, phases.back() * 1e3);
+    EXPECT_GT(*least, -0.01);
+    EXPECT_LT(*most, 0.01);
+}
+
+TEST_F(PauseTest, APauseOfAStillWindowEndsAtOnceAndItsPictureGoesOn)
+{
+    NumberedWindow window{{"--size", "640x480", "--position", "100,100"}};
+    const auto still = std::stoul(window.command("still").substr(6));
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.hasState("capturing"));
+    ASSERT_EQ(program.run({"toggle"}).status, 0);
+    record(1200ms);
+    ASSERT_EQ(program.run({"pause"}).status, 0);
+    record(1500ms);
+    ASSERT_EQ(program.run({"resume"}).status, 0);
+    const auto resumed = monotonicNow();
+    window.command("go");
+    record(1s);
+    const auto saved = program.run({"toggle"});
+    ASSERT_EQ(saved.status, 0) << saved.messages;
+    const auto shown = window.shown();
+    const auto clip = readClip(saved.lastLine());
+    ASSERT_TRUE(clip.video);
+    EXPECT_THAT(clip.complaints, IsEmpty());
+    // What the window shows from the resume on is there, the first that is new among it.
+    std::set<std::uint32_t> inClip;
+    for (const auto& picture : clip.video->pictures)
+        inClip.insert(picture.reading.number().value_or(0));
+    EXPECT_EQ(*inClip.begin(), still);
+    std::size_t missing = 0;
+    for (const auto& [number, moment] : shown) {
+        if (number != still && moment > resumed && number < *inClip.rbegin() && !inClip.contains(number))
+            ++missing;
+    }
+    EXPECT_LE(missing, 2U);
+    EXPECT_LT(clip.video->duration, 3.5) << "the pause is not in it";
+}
+
+TEST_F(PauseTest, ItIsSaidEverywhereAndEndsWithTheRecording)
+{
+    const NumberedWindow window{{"--size", "640x480", "--position", "100,100"}};
+    TrayProgram program;
+    const auto refused = program.run({"pause"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.messages, HasSubstr("Nothing is being recorded."));
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.hasState("capturing"));
+    ASSERT_EQ(program.run({"toggle"}).status, 0);
+    record(800ms);
+    EXPECT_EQ(program.run({"pause", "--toggle"}).output, "The recording is paused.\n");
+    const double paused = program.status().value(QLatin1String("recordingSeconds")).toDouble();
+    EXPECT_THAT(program.run({"status"}).output, HasSubstr("The recording is paused.\n"));
+    EXPECT_TRUE(program.status().value(QLatin1String("isPaused")).toBool());
+    EXPECT_EQ(program.status().value(QLatin1String("state")).toString(), QStringLiteral("recordingClip"));
+    record(1s);
+    EXPECT_EQ(program.status().value(QLatin1String("recordingSeconds")).toDouble(), paused);
+    const auto saved = program.run({"toggle"});
+    ASSERT_EQ(saved.status, 0) << saved.messages;
+    const auto clip = readClip(saved.lastLine());
+    EXPECT_THAT(clip.complaints, IsEmpty());
+    ASSERT_TRUE(clip.video);
+    EXPECT_LT(clip.duration, paused + 0.1);
+    EXPECT_GT(clip.video->pictures.size(), 5U);
+    EXPECT_FALSE(program.status().contains(QLatin1String("isPaused")));
+}
+
+TEST_F(PauseTest, WhatWasRecordedBeforeAPauseSurvivesACrashInIt)
+{
+    const NumberedWindow window{{"--size", "640x480", "--position", "100,100"}};
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.hasState("capturing"));
+    ASSERT_EQ(program.run({"toggle"}).status, 0);
+    record(400ms);
+    ASSERT_EQ(program.run({"pause"}).status, 0);
+    const double recorded = program.status().value(QLatin1String("recordingSeconds")).toDouble();
+    record(1s);
+    program.crash();
+    const auto clips = program.clips();
+    ASSERT_EQ(clips.size(), 1U);
+    const auto clip = readClip(clips.front());
+    ASSERT_TRUE(clip.opened && clip.video);
+    ASSERT_FALSE(clip.video->pictures.empty());
+    EXPECT_GT(clip.video->pictures.back().time, recorded - 0.25) << "of " << recorded;
+    program.startAgain();
+}
+
+}  // namespace
+}  // namespace velmora::test
