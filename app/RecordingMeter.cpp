@@ -4,6 +4,7 @@
 #include "media/LiveTime.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -347,10 +348,18 @@ public:
             std::shared_ptr<MeteredDelegate> delegate;
             std::shared_ptr<platform::CaptureStream> stream;
         };
-        meter_->report(Event::captureBegins);
         auto kept = std::make_shared<Kept>();
         kept->delegate = std::make_shared<MeteredDelegate>(std::move(delegate), meter_);
         kept->stream = inner_->makeStream(filter, configuration, kept->delegate);
+        if (meter_->onReport) {
+            meter_->onReport({.event = Event::captureBegins,
+                .explainSilence = [captured = std::weak_ptr{kept->stream}](platform::CaptureStream::UnheardCompletion completion) {
+                    if (const auto held = captured.lock())
+                        held->explainSilence(std::move(completion));
+                    else
+                        completion(std::nullopt);
+                }});
+        }
         auto* stream = kept->stream.get();
         return {std::move(kept), stream};
     }

@@ -46,6 +46,9 @@ struct RecordingReport {
 
     /// fileBegins: pauses the file at a moment, or goes on at one. Any thread, as long as anybody likes.
     std::function<void(bool isPaused, MonotonicTime moment)> setPaused = nullptr;
+
+    /// captureBegins: asks why nothing is heard of it (CaptureStream::explainSilence). Any thread, as long as anybody likes.
+    std::function<void(platform::CaptureStream::UnheardCompletion)> explainSilence = nullptr;
 };
 
 /// Counters that the wrapped services keep while a file is being written. Read on any thread.

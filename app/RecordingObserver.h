@@ -72,6 +72,19 @@ public:
     /// being recorded.
     Result<PauseOutcome> setPaused(std::optional<bool> isPaused, MonotonicTime now = MonotonicClock::now());
 
+    /// Since when there has been nothing but silence in the recording in progress. None while nothing is recorded, it is paused, or its file has
+    /// no sound at all.
+    [[nodiscard]] std::optional<MonotonicTime> silentSince() const;
+
+    /// There was more than silence in a recording of the capture that runs.
+    [[nodiscard]] bool wasHeard() const;
+
+    /// Which of the captures runs, or was the last: 1 is the first.
+    [[nodiscard]] std::uint64_t capture() const { return capture_; }
+
+    /// Why nothing is heard of what is captured, as CaptureStream::explainSilence says it. `completion` is called once, on the main thread.
+    void explainSilence(platform::CaptureStream::UnheardCompletion completion) const;
+
     /// What is wrong with the capture or was with its last recording, in whole sentences; empty when nothing is.
     [[nodiscard]] std::string notice() const;
 
@@ -90,7 +103,11 @@ private:
     void handle(const RecordingReport& report);
     void endEarly(const std::string& reason);
 
+    std::shared_ptr<Executor> mainExecutor_;
     std::shared_ptr<RecordingMeter> meter_;
+    std::uint64_t capture_ = 0;
+    MonotonicTime captureBegan_{};
+    std::function<void(platform::CaptureStream::UnheardCompletion)> explainSilence_;
     std::uint64_t file_ = 0;  ///< the one that began last
     bool fileIsOpen_ = false;
     MonotonicTime fileBegan_{};
@@ -99,6 +116,7 @@ private:
     std::function<void(bool isPaused, MonotonicTime moment)> setFilePaused_;
     std::optional<MonotonicTime> pausedSince_;
     std::chrono::nanoseconds paused_{0};  ///< in the pauses before
+    MonotonicTime resumed_{};
     std::string encoderProblem_;
     std::string soundProblem_;
     std::string earlyEnd_;  ///< why the recording that began last ended before it was asked to

@@ -20,6 +20,7 @@
 #include "platform/linux/desktop/LinuxWorkspace.h"
 #include "platform/linux/desktop/PortalFolderChooser.h"
 #include "platform/linux/desktop/Trash.h"
+#include "platform/linux/kernel/ProcessRecords.h"
 #include "platform/linux/mpv/LinuxPlayers.h"
 #include "platform/linux/portal/PortalHotKeyCenter.h"
 #include "platform/linux/portal/PortalScreenCaptureAccess.h"
@@ -86,6 +87,8 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
             },
         .makeAudioSource = makeApplicationAudioSource,
         .shareableContent = services.shareableContent,
+        .listSoundStreams = listEverySoundStream,
+        .processes = systemProcesses(),
         .keyFrameRequests = keyFrameRequests,
     });
     services.windowActivation = std::make_shared<X11WindowActivation>();
@@ -117,6 +120,8 @@ void usePortal(PlatformServices& services, const std::shared_ptr<Executor>& main
         .makeAudioSource = makeApplicationAudioSource,
         .audioTarget = [content](const ContentFilter& filter) { return content->audioTarget(filter.window().windowID); },
         .shareableContent = content,
+        .listSoundStreams = listEverySoundStream,
+        .processes = systemProcesses(),
         .keyFrameRequests = keyFrameRequests,
     });
     services.screenCaptureAccess = std::make_shared<PortalScreenCaptureAccess>();

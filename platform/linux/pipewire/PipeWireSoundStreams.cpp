@@ -4,12 +4,18 @@
 #include "platform/linux/pipewire/Dictionary.h"
 #include "platform/linux/pipewire/PipeWireHandles.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <cstring>
+#include <limits>
 #include <map>
 #include <memory>
+#include <spa/param/audio/raw.h>
+#include <spa/param/props.h>
+#include <spa/pod/iter.h>
 #include <string>
 #include <string_view>
 
@@ -18,6 +24,22 @@ namespace velmora::linux_backend {
 namespace {
 
 constexpr std::chrono::seconds patience{2};
+
+/// By the switch, or because every channel is turned all the way down.
+bool isMuted(const spa_pod& properties)
+{
+    const auto find = [&properties](std::uint32_t key) -> const spa_pod* {
+        const auto* found = spa_pod_find_prop(&properties, nullptr, key);
+        return found ? &found->value : nullptr;
+    };
+    bool isOff = false;
+    if (const auto* mute = find(SPA_PROP_mute); mute && spa_pod_get_bool(mute, &isOff) == 0 && isOff)
+        return true;
+    std::array<float, SPA_AUDIO_MAX_CHANNELS> volumes{};
+    const auto* volume = find(SPA_PROP_channelVolumes);
+    const auto count = volume ? spa_pod_copy_array(volume, SPA_TYPE_Float, volumes.data(), volumes.size()) : 0;
+    return count > 0 && std::all_of(volumes.begin(), volumes.begin() + count, [](float channel) { return channel == 0; });
+}
 
 /// One look at the server, in the loop of whoever asks.
 class Look {
@@ -34,11 +56,13 @@ private:
         std::uint32_t id;
         SoundGraph::Properties properties;
         bool isPlaying = false;
+        bool isMuted = false;
         ProxyHandle proxy;
         ListenerHook listener;
     };
 
     void onGlobal(std::uint32_t id, std::string_view kind, const spa_dict* properties);
+    static void listenToNode(Object& object);
     void onDone(int sequence);
     void ask() { question_ = pw_core_sync(core_.get(), PW_ID_CORE, question_); }
     void end(int error);
@@ -108,6 +132,10 @@ const pw_node_events Look::nodeEvents = [] {
         self.properties = toProperties(info->props);
         self.isPlaying = info->state == PW_NODE_STATE_RUNNING;
     };
+    table.param = [](void* data, int, std::uint32_t id, std::uint32_t, std::uint32_t, const spa_pod* parameter) {
+        if (id == SPA_PARAM_Props && parameter)
+            static_cast<Object*>(data)->isMuted = isMuted(*parameter);
+    };
     return table;
 }();
 
@@ -149,7 +177,7 @@ void Look::onGlobal(std::uint32_t id, std::string_view kind, const spa_dict* pro
     const bool isClient = kind == PW_TYPE_INTERFACE_Client;
     if (!isClient && !(kind == PW_TYPE_INTERFACE_Node && mediaClass && std::strcmp(mediaClass, "Stream/Output/Audio") == 0))
         return;
-    auto object = std::unique_ptr<Object>{new Object{*this, id, toProperties(properties), false, nullptr, {}}};
+    auto object = std::unique_ptr<Object>{new Object{*this, id, toProperties(properties), false, false, nullptr, {}}};
     object->proxy.reset(static_cast<pw_proxy*>(pw_registry_bind(
         registry, id, isClient ? PW_TYPE_INTERFACE_Client : PW_TYPE_INTERFACE_Node, isClient ? PW_VERSION_CLIENT : PW_VERSION_NODE, 0)));
     if (!object->proxy)
@@ -157,8 +185,15 @@ void Look::onGlobal(std::uint32_t id, std::string_view kind, const spa_dict* pro
     if (isClient)
         pw_client_add_listener(reinterpret_cast<pw_client*>(object->proxy.get()), object->listener.get(), &clientEvents, object.get());
     else
-        pw_node_add_listener(reinterpret_cast<pw_node*>(object->proxy.get()), object->listener.get(), &nodeEvents, object.get());
+        listenToNode(*object);
     (isClient ? clients_ : nodes_).insert_or_assign(id, std::move(object));
+}
+
+void Look::listenToNode(Object& object)
+{
+    auto* node = reinterpret_cast<pw_node*>(object.proxy.get());
+    pw_node_add_listener(node, object.listener.get(), &nodeEvents, &object);
+    pw_node_enum_params(node, 0, SPA_PARAM_Props, 0, std::numeric_limits<std::uint32_t>::max(), nullptr);
 }
 
 /// First all objects have been named, then what they are has been told.
@@ -191,7 +226,12 @@ std::vector<engine::SoundStream> Look::streams() const
         std::from_chars(clientID.data(), clientID.data() + clientID.size(), number);
         const auto client = clients_.find(number);
         if (client != clients_.end())
-            streams.push_back({streamIdentity(node->properties, client->second->properties), text(PW_KEY_MEDIA_NAME), node->isPlaying});
+            streams.push_back({
+                .identity = streamIdentity(node->properties, client->second->properties),
+                .mediaName = text(PW_KEY_MEDIA_NAME),
+                .isPlaying = node->isPlaying,
+                .isMuted = node->isMuted,
+            });
     }
     return streams;
 }

@@ -99,7 +99,13 @@ void Look::onSinkInput(const pa_sink_input_info* info, int eol)
 {
     if (eol != 0)
         return end(eol > 0 ? PA_OK : PA_ERR_UNKNOWN);
-    streams_.push_back({identityOf(*info), info->name ? info->name : "", info->corked == 0});
+    streams_.push_back({
+        .identity = identityOf(*info),
+        .mediaName = info->name ? info->name : "",
+        .isPlaying = info->corked == 0,
+        .isMuted = info->mute != 0 || (info->has_volume != 0 && pa_cvolume_is_muted(&info->volume) != 0),
+        .isPassedThrough = info->format && pa_format_info_is_pcm(info->format) == 0,
+    });
 }
 
 void Look::end(int error)
