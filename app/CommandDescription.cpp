@@ -49,9 +49,11 @@ CommandGroup forTheRunningProgram()
             {.name = "pause",
                 .argument = {},
                 .options = {{"toggle", {}, false, "Goes on with a recording that is paused: one key does for both."}},
-                .summary = "Pauses the recording in progress, and says so: what is shown and heard until 'velmora resume' is not in the clip.",
-                .details = "A recording that is ended while it is paused is saved up to the pause. What ends one unsaved does so while it is "
-                           "paused too. Instant replay knows no pause."},
+                .summary =
+                    "Pauses the recording in progress, and says so: what is shown and heard until 'velmora resume' is not in the clip.",
+                .details =
+                    "A recording that is ended while it is paused is saved up to the pause. What ends one unsaved does so while it is "
+                    "paused too. Instant replay knows no pause."},
             {.name = "resume",
                 .argument = {},
                 .options = {},

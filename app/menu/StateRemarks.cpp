@@ -72,8 +72,8 @@ StateRemarks remarks(const StateFacts& facts)
 std::string toolTip(const StateRemarks& remarks)
 {
     const auto shown = [](const std::string& reason) { return paragraphs(QString::fromStdString(reason)).toStdString(); };
-    return lines({givenToolTip, withState(remarks, "Recording: ", "Recording paused at "), shown(remarks.problem),
-        shown(remarks.notice), shown(remarks.shortcut), remarks.ending});
+    return lines({givenToolTip, withState(remarks, "Recording: ", "Recording paused at "), shown(remarks.problem), shown(remarks.notice),
+        shown(remarks.shortcut), remarks.ending});
 }
 
 std::string stateCaption(const StateRemarks& remarks)

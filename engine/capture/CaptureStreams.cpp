@@ -317,7 +317,8 @@ public:
     {
         if (!parts_.listSoundStreams)
             return;
-        explainSilence_ = [parts = parts_, queue = std::make_shared<SerialQueue>("com.velmora.capture.silence", SerialQueue::QualityOfService::utility)](
+        explainSilence_ = [parts = parts_,
+                              queue = std::make_shared<SerialQueue>("com.velmora.capture.silence", SerialQueue::QualityOfService::utility)](
                               const AudioTarget& target, CaptureStream::UnheardCompletion completion) {
             queue->async([parts, target, completion = std::move(completion)]() mutable { completion(whyNothingIsHeard(parts, target)); });
         };

@@ -249,8 +249,8 @@ TEST_F(InstanceBusTest, ASecondStartBringsUpTheFirst)
 TEST_F(InstanceBusTest, EachCommandSaysClearlyThatNothingRuns)
 {
     using Action = Control::Action;
-    for (const auto action : {Action::toggle, Action::pause, Action::resume, Action::togglePause, Action::choose, Action::select, Action::stop, Action::status, Action::replayOn,
-             Action::replayOff, Action::replaySave, Action::preview, Action::quit}) {
+    for (const auto action : {Action::toggle, Action::pause, Action::resume, Action::togglePause, Action::choose, Action::select,
+             Action::stop, Action::status, Action::replayOn, Action::replayOff, Action::replaySave, Action::preview, Action::quit}) {
         const auto answer = run(control(action));
         EXPECT_EQ(answer.status, command_line::failed);
         EXPECT_EQ(answer.errors, "Velmora is not running. Start it with 'velmora'.\n");
@@ -330,7 +330,8 @@ TEST_F(InstanceBusTest, TheActionsOfTheDesktopEntryReachTheProgram)
             return 0;
         });
     }
-    EXPECT_EQ(control_.calls, (QStringList{QStringLiteral("toggle"), QStringLiteral("toggle pause"), QStringLiteral("choose window"), QStringLiteral("clips")}));
+    EXPECT_EQ(control_.calls,
+        (QStringList{QStringLiteral("toggle"), QStringLiteral("toggle pause"), QStringLiteral("choose window"), QStringLiteral("clips")}));
 }
 
 TEST_F(InstanceBusTest, APauseAndAResumeSayWhatBecameOfThem)
@@ -485,7 +486,8 @@ TEST_F(InstanceBusTest, EventsArePrintedInTheirOrderUntilTheProgramEnds)
     control_.onStatus = happen;
     const auto forPeople = run([](const QDBusConnection& connection) { return runEventsCommand({}, connection); });
     EXPECT_EQ(forPeople.output,
-        "state capturing\nstate recordingClip\nrecordingStarted\nrecordingPaused\nrecordingResumed\nclipSaved file:///clips/%FF%20%22a%22.mp4\ncaptureFailed No\uFFFDroom\n");
+        "state capturing\nstate recordingClip\nrecordingStarted\nrecordingPaused\nrecordingResumed\nclipSaved "
+        "file:///clips/%FF%20%22a%22.mp4\ncaptureFailed No\uFFFDroom\n");
 }
 
 TEST_F(InstanceBusTest, WithoutAProgramThereAreNoEvents)

@@ -90,9 +90,10 @@ TEST_F(PauseTest, FiftyPausesLeaveNoPictureInTheClipAndItsSoundWhereItWas)
 {
     constexpr std::size_t count = 50;
     // A click of a millisecond every tenth of a second, for longer than all of it takes.
-    ASSERT_EQ(runProgram({"ffmpeg", "-v", "error", "-f", "lavfi", "-i",
-                             "aevalsrc=0.8*sin(2*PI*2000*t)*lt(mod(t\\,0.1)\\,0.002):s=48000:d=300", "-ac", "2", path("clicks.wav").native()})
-                  .status,
+    ASSERT_EQ(
+        runProgram({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "aevalsrc=0.8*sin(2*PI*2000*t)*lt(mod(t\\,0.1)\\,0.002):s=48000:d=300",
+                       "-ac", "2", path("clicks.wav").native()})
+            .status,
         0);
     const NumberedWindow window{{"--size", "640x480", "--position", "100,100"}, path("clicks.wav")};
     awaitPlayingStreams(1);
@@ -168,7 +169,8 @@ TEST_F(PauseTest, FiftyPausesLeaveNoPictureInTheClipAndItsSoundWhereItWas)
     for (auto& phase : phases)
         phase -= usual;
     const auto [least, most] = std::minmax_element(phases.begin(), phases.end());
-    std::printf("%zu pictures in %zu stretches, %zu painted meanwhile; sound against pictures: %+.1f to %+.1f ms, first %+.1f, last %+.1f ms\n",
+    std::printf(
+        "%zu pictures in %zu stretches, %zu painted meanwhile; sound against pictures: %+.1f to %+.1f ms, first %+.1f, last %+.1f ms\n",
         clip.video->pictures.size(), stretches.size(), leftOut, *least * 1e3, *most * 1e3, phases.front() * 1e3, phases.back() * 1e3);
     EXPECT_GT(*least, -0.01);
     EXPECT_LT(*most, 0.01);

@@ -82,7 +82,8 @@ struct NoAlerts final : AlertPresenter {
 };
 
 struct StatusFixture : CoordinatorFixture {
-    MenuBarController menuBar{{*coordinator, *library, workspace, std::make_shared<NoAlerts>(), std::make_shared<NoPresenter>(), [] {}, [] {}},
+    MenuBarController menuBar{
+        {*coordinator, *library, workspace, std::make_shared<NoAlerts>(), std::make_shared<NoPresenter>(), [] {}, [] {}},
         std::make_unique<NoStatusItem>()};
     StatusModel model{menuBar, *coordinator};
 };

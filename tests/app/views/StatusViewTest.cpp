@@ -109,8 +109,8 @@ protected:
     int pauses = 0;
     std::shared_ptr<LoggedPresenter> presenter = std::make_shared<LoggedPresenter>();
     std::shared_ptr<LoggedAlerts> alerts = std::make_shared<LoggedAlerts>();
-    MenuBarController menuBar{
-        {*coordinator, *library, workspace, alerts, presenter, [this] { isQuit = true; }, [this] { ++pauses; }}, std::make_unique<NoStatusItem>()};
+    MenuBarController menuBar{{*coordinator, *library, workspace, alerts, presenter, [this] { isQuit = true; }, [this] { ++pauses; }},
+        std::make_unique<NoStatusItem>()};
     StatusModel model{menuBar, *coordinator};
     std::optional<ViewTestWindow> window;
 };

@@ -57,7 +57,11 @@ std::optional<std::uint32_t> keyFrameNumber(const SampleBuffer& sample)
 /// What a capture delivers, in the order in which it comes: pictures and blocks of sound with clicks in them, each by its time.
 class Capture {
 public:
-    explicit Capture(EncodedClip pictures, std::vector<std::int64_t> clicks = {}) : pictures_(std::move(pictures)), clicks_(std::move(clicks)) { }
+    explicit Capture(EncodedClip pictures, std::vector<std::int64_t> clicks = {})
+        : pictures_(std::move(pictures))
+        , clicks_(std::move(clicks))
+    {
+    }
 
     double pictureLatency = 0.02;
     double soundLatency = 0.03;  ///< of a block's end; below zero: the device plays later
@@ -225,8 +229,8 @@ TEST_P(FiftyPauses, LeaveNoPictureAndAddUpToNoOffset)
     ASSERT_GT(heard.size(), 25U);
     std::int64_t largest = 0;
     for (const auto frame : heard) {
-        const auto nearest = *std::min_element(
-            peaks.begin(), peaks.end(), [frame](auto a, auto b) { return std::abs(a - frame) < std::abs(b - frame); });
+        const auto nearest =
+            *std::min_element(peaks.begin(), peaks.end(), [frame](auto a, auto b) { return std::abs(a - frame) < std::abs(b - frame); });
         largest = std::max(largest, std::abs(nearest - frame));
     }
     std::printf("%zu clicks, at most %lld frames away\n", heard.size(), static_cast<long long>(largest));
@@ -545,7 +549,8 @@ TEST_F(AssetWriterPauseTest, PausesMayComeFromAnotherThread)
     pausing.join();
     finish(*writing_.writer);
     const auto decoded = decodeClean(path());
-    EXPECT_TRUE(std::is_sorted(decoded.pictures.begin(), decoded.pictures.end(), [](const auto& a, const auto& b) { return a.number < b.number; }));
+    EXPECT_TRUE(
+        std::is_sorted(decoded.pictures.begin(), decoded.pictures.end(), [](const auto& a, const auto& b) { return a.number < b.number; }));
 }
 
 }  // namespace
