@@ -26,6 +26,7 @@
 #include "platform/linux/portal/PortalScreenCaptureAccess.h"
 #include "platform/linux/portal/PortalShareableContent.h"
 #include "platform/linux/sound/ApplicationAudio.h"
+#include "platform/linux/sound/PlayingProcesses.h"
 #include "platform/linux/x11/X11DisplayChanges.h"
 #include "platform/linux/x11/X11EventThread.h"
 #include "platform/linux/x11/X11FloatingWindows.h"
@@ -74,9 +75,11 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
     const auto events = std::make_shared<X11EventThread>();
     services.hotKeyCenter = std::make_shared<X11HotKeyCenter>(events, mainExecutor);
     services.screenCaptureAccess = std::make_shared<X11ScreenCaptureAccess>();
-    services.shareableContent = std::make_shared<X11ShareableContent>("", DesktopEntries::fromEnvironment(),
+    services.shareableContent = std::make_shared<X11ShareableContent>(
+        "", DesktopEntries::fromEnvironment(),
         [theme = IconTheme::fromEnvironment()](
-            const std::string& icon, const std::string& name, int side) mutable { return theme.draw(icon, name, side); });
+            const std::string& icon, const std::string& name, int side) mutable { return theme.draw(icon, name, side); },
+        makeSoundActivity());
     services.captureStreams = engine::makeCaptureStreams({
         .makeVideoSource =
             [whenTheDisplayGoes](const ContentFilter& filter, const StreamConfiguration& configuration) {

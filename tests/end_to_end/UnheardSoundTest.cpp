@@ -1,10 +1,12 @@
-// What a person is told when a recording stays silent: why, where the application plays, and nothing where it does not.
+// What a person is told of sound: why a recording stays silent though its application plays, and which windows sound.
 
+#include "tests/support/desktop/Controls.h"
 #include "tests/support/desktop/DesktopServices.h"
 #include "tests/support/desktop/TrayProgram.h"
 #include "tests/support/recording/Subjects.h"
 #include "tests/support/sound/SoundServer.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <optional>
@@ -63,6 +65,26 @@ TEST_F(UnheardSoundTest, OfSilenceThatIsPlayedNobodyIsTold)
     record(23s);
     EXPECT_EQ(notifier_.displayedCount(), 0) << notifier_.closeAndTell();
     EXPECT_EQ(program_.run({"toggle"}).status, 0);
+}
+
+TEST(SoundMarkTest, ThePickerMarksTheWindowWhoseApplicationPlays)
+{
+    const AssistiveTechnology assistiveTechnology;
+    const TemporaryDirectory folder;
+    writeTone(folder.path() / "tone.wav", 440, 120);
+    const NumberedWindow quiet{{"--size", "320x240"}};
+    const NumberedWindow playing{{"--size", "320x240"}, folder.path() / "tone.wav"};
+    awaitPlayingStreams(1);
+    TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = {}}};
+    ASSERT_EQ(program.run({"choose"}).status, 0);
+    const auto isMarked = [](const NumberedWindow& window) {
+        const auto controls = AssistiveTechnology::controls();
+        return std::any_of(controls.begin(), controls.end(), [&](const Control& control) {
+            return control.name.find(window.title() + ",") != std::string::npos && control.name.find("Plays sound") != std::string::npos;
+        });
+    };
+    EXPECT_TRUE(waitUntil([&] { return isMarked(playing); }));
+    EXPECT_FALSE(isMarked(quiet));
 }
 
 }  // namespace
