@@ -4,6 +4,8 @@
 #include "onboarding/CompletedWalkthrough.h"
 #include "windows/SoundDecision.h"
 
+#include <QPointer>
+
 #include <algorithm>
 #include <string_view>
 #include <utility>
@@ -12,7 +14,7 @@ namespace velmora {
 
 namespace {
 
-enum ErrorCode { captureFailed = 1, noSuchFile = 3, soundIsKnown = 4, overtaken = 5 };
+enum ErrorCode { captureFailed = 1, noSuchFile = 3, soundIsKnown = 4, overtaken = 5, nothingIsRecorded = 6 };
 
 tl::unexpected<Error> noWindow(std::string message)
 {
@@ -61,6 +63,12 @@ void AppControl::observeEvents()
         [this] { tell({.kind = Kind::clipSaved, .clip = *services_.coordinator.lastSavedClipURL()}); });
     QObject::connect(&coordinator, &CaptureCoordinator::captureFailed, &observing_,
         [this](const std::string& message) { tell({.kind = Kind::captureFailed, .text = message}); });
+    if (services_.recordingObserver) {
+        services_.recordingObserver->onPauseChange = [this, observing = QPointer{&observing_}](bool isPaused) {
+            if (observing)
+                tell({.kind = isPaused ? Kind::recordingPaused : Kind::recordingResumed});
+        };
+    }
 }
 
 void AppControl::tell(const InstanceEvent& event) const
@@ -100,6 +108,27 @@ void AppControl::toggleRecording(UniqueFunction<void(Result<SavedClip>)> complet
         completion(SavedClip{});
     else
         completion(fail(started.error()));
+}
+
+Result<std::string> AppControl::setPaused(std::optional<bool> isPaused)
+{
+    using Outcome = RecordingObserver::PauseOutcome;
+    // One whose end was asked for is no longer being recorded, though its file may not have heard of that yet.
+    if (!services_.recordingObserver || !services_.coordinator.isRecording())
+        return fail(errorDomain, nothingIsRecorded, "Nothing is being recorded.");
+    return services_.recordingObserver->setPaused(isPaused).map([](Outcome outcome) -> std::string {
+        switch (outcome) {
+        case Outcome::paused:
+            return "The recording is paused.";
+        case Outcome::wasPaused:
+            return "The recording is paused already.";
+        case Outcome::resumed:
+            return "The recording goes on.";
+        case Outcome::wasNotPaused:
+            break;
+        }
+        return "The recording is not paused.";
+    });
 }
 
 /// The answer of a command that saves a recording, out of the coordinator's.
@@ -235,6 +264,7 @@ QJsonObject AppControl::status() const
     if (const auto progress = observer && coordinator.isRecording() ? observer->progress() : std::nullopt) {
         status.insert(QStringLiteral("recordingSeconds"), std::chrono::duration<double>{progress->elapsed}.count());
         status.insert(QStringLiteral("recordingBytes"), static_cast<qint64>(progress->bytes));
+        status.insert(QStringLiteral("isPaused"), progress->isPaused);
     }
     if (const auto loss = observer ? observer->lostPictures() : std::nullopt) {
         status.insert(QStringLiteral("lostPictures"),

@@ -47,6 +47,7 @@ public:
     void chooseWindow() override { services_.windows->presentWindowPicker(); }
     void presentClips() override { services_.windows->presentClips(); }
     void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) override;
+    Result<std::string> setPaused(std::optional<bool> isPaused) override;
     void selectWindow(std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion,
         CallerTells callerTells) override;
     void stopCapture(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) override;

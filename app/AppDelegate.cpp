@@ -139,7 +139,9 @@ void AppDelegate::observeState()
 void AppDelegate::followRecording()
 {
     nextProgress_.reset();
-    if (services_.recordingObserver->progress()) {
+    if (const auto progress = services_.recordingObserver->progress(); progress && !progress->isPaused) {
+        if (services_.recordingGoesOn)
+            services_.recordingGoesOn();
         nextProgress_ = services_.clock->schedule(progressInterval, [self = weak_from_this()] {
             if (const auto delegate = self.lock())
                 delegate->followRecording();

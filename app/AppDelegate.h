@@ -42,6 +42,9 @@ public:
 
         /// That of the services that the coordinator captures with; none: nothing is observed.
         std::shared_ptr<RecordingObserver> recordingObserver = nullptr;
+
+        /// Called every second while a recording runs.
+        std::function<void()> recordingGoesOn = {};
     };
 
     /// Stores the new delegate as the shared one.

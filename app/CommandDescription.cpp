@@ -46,6 +46,19 @@ CommandGroup forTheRunningProgram()
                 .summary = "Starts a recording; ends the one in progress and prints the clip's path once it is safe.",
                 .details = "What goes wrong with it, with select or with stop is said on standard error. Where that is not a terminal, say "
                            "because a key is bound to the command, the program opens an alert too."},
+            {.name = "pause",
+                .argument = {},
+                .options = {{"toggle", {}, false, "Goes on with a recording that is paused: one key does for both."}},
+                .summary =
+                    "Pauses the recording in progress, and says so: what is shown and heard until 'velmora resume' is not in the clip.",
+                .details =
+                    "A recording that is ended while it is paused is saved up to the pause. What ends one unsaved does so while it is "
+                    "paused too. Instant replay knows no pause."},
+            {.name = "resume",
+                .argument = {},
+                .options = {},
+                .summary = "Goes on with a recording that is paused, with the next picture of the window.",
+                .details = {}},
             {.name = "choose",
                 .argument = {},
                 .options = {},

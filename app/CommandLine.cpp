@@ -373,6 +373,15 @@ Parsed parseStatus(const QStringList& arguments)
     return Control{.action = Control::Action::status, .windowID = 0, .json = given.isSet("json"), .file = {}};
 }
 
+Parsed parsePause(const QStringList& arguments)
+{
+    Arguments given{arguments};
+    if (auto instead = given.parse())
+        return std::move(*instead);
+    const auto action = given.isSet("toggle") ? Control::Action::togglePause : Control::Action::pause;
+    return Control{.action = action, .windowID = 0, .json = false, .file = {}};
+}
+
 template <Control::Action action>
 Parsed parsePlainControl(const QStringList& arguments)
 {
@@ -393,6 +402,8 @@ Parser parserOf(const QString& command)
         {QStringLiteral("repair"), parseRepair},
         {QStringLiteral("trim"), parseTrim},
         {QStringLiteral("toggle"), parsePlainControl<Control::Action::toggle>},
+        {QStringLiteral("pause"), parsePause},
+        {QStringLiteral("resume"), parsePlainControl<Control::Action::resume>},
         {QStringLiteral("choose"), parsePlainControl<Control::Action::choose>},
         {QStringLiteral("clips"), parsePlainControl<Control::Action::clips>},
         {QStringLiteral("select"), parseSelect},

@@ -60,7 +60,22 @@ struct Run { };
 
 /// Something for the program that is already running.
 struct Control {
-    enum class Action { toggle, choose, clips, select, stop, status, replayOn, replayOff, replaySave, preview, quit };
+    enum class Action {
+        toggle,
+        pause,
+        resume,
+        togglePause,
+        choose,
+        clips,
+        select,
+        stop,
+        status,
+        replayOn,
+        replayOff,
+        replaySave,
+        preview,
+        quit
+    };
 
     Action action = Action::status;
     std::uint32_t windowID = 0;  ///< select

@@ -27,7 +27,7 @@ public:
     static constexpr const char* recordingKey = "discardedRecording";
 
     struct Services {
-        std::shared_ptr<platform::UserNotificationCenter> notificationCenter;  ///< nobody else's
+        std::shared_ptr<platform::UserNotificationCenter> notificationCenter;  ///< whose delegate and categories are nobody else's
         std::shared_ptr<platform::DiscardedRecordings> recordings;
         std::shared_ptr<platform::FileManager> fileManager;
         ClipLibrary& library;

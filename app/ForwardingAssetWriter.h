@@ -24,6 +24,8 @@ public:
     void add(std::shared_ptr<platform::AssetWriterInput> input) override { inner_->add(std::move(input)); }
     bool startWriting() override { return inner_->startWriting(); }
     void startSession(MediaTime time) override { inner_->startSession(time); }
+    void pause(MediaTime time) override { inner_->pause(time); }
+    void resume(MediaTime time) override { inner_->resume(time); }
     void finishWriting(UniqueFunction<void()> completion) override { inner_->finishWriting(std::move(completion)); }
     void cancelWriting() override { inner_->cancelWriting(); }
     [[nodiscard]] Status status() const override { return inner_->status(); }

@@ -4,6 +4,7 @@
 #include "media/LiveTime.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -26,7 +27,8 @@ class MeteredInput final : public platform::AssetWriterInput {
 public:
     MeteredInput(std::shared_ptr<platform::AssetWriterInput> inner, MediaType mediaType, std::shared_ptr<RecordingMeter> meter,
         std::weak_ptr<platform::AssetWriter> writer, std::uint64_t file, FormatDescriptionRef format,
-        std::shared_ptr<std::atomic<std::uint64_t>> fileSize, std::shared_ptr<FileFrames> frames)
+        std::shared_ptr<std::atomic<std::uint64_t>> fileSize, std::shared_ptr<FileFrames> frames,
+        std::shared_ptr<const std::atomic<bool>> isPaused)
         : inner_(std::move(inner))
         , mediaType_(mediaType)
         , meter_(std::move(meter))
@@ -35,6 +37,7 @@ public:
         , format_(std::move(format))
         , fileSize_(std::move(fileSize))
         , frames_(std::move(frames))
+        , isPaused_(std::move(isPaused))
     {
     }
 
@@ -43,7 +46,7 @@ public:
     [[nodiscard]] bool isReadyForMoreMediaData() const override
     {
         const bool ready = inner_->isReadyForMoreMediaData();
-        if (!ready && mediaType_ == MediaType::video) {
+        if (!ready && !*isPaused_ && mediaType_ == MediaType::video) {
             ++meter_->droppedFrames;
             ++meter_->lateFrames;
         }
@@ -55,8 +58,17 @@ public:
         const bool appended = inner_->append(sample);
         if (!appended)
             reportRefusal(*sample);
-        if (appended && !std::exchange(hasSamples_, true))
-            lateBefore_ = meter_->lateFrames;
+        // What a pause leaves out is neither written nor lost.
+        if (*isPaused_) {
+            countLost();
+            isCounting_ = false;
+            return appended;
+        }
+        if (appended) {
+            hasSamples_ = true;
+            if (!std::exchange(isCounting_, true))
+                lateBefore_ = meter_->lateFrames - frames_->lost;
+        }
         if (const auto writer = writer_.lock())
             *fileSize_ = writer->fileSize();
         if (mediaType_ == MediaType::video)
@@ -71,7 +83,7 @@ public:
     /// Up to now.
     void countLost()
     {
-        if (hasSamples_)
+        if (isCounting_)
             frames_->lost = meter_->lateFrames - lateBefore_;
     }
 
@@ -117,8 +129,10 @@ private:
     const FormatDescriptionRef format_;
     const std::shared_ptr<std::atomic<std::uint64_t>> fileSize_;
     const std::shared_ptr<FileFrames> frames_;
+    const std::shared_ptr<const std::atomic<bool>> isPaused_;
     std::uint64_t lateBefore_ = 0;
     bool hasSamples_ = false;
+    bool isCounting_ = false;  ///< there are samples, and it is not paused
     bool isRefusalReported_ = false;
 };
 
@@ -129,15 +143,29 @@ public:
         , meter_(std::move(meter))
         , file_(file)
     {
-        if (meter_->onReport)
-            meter_->onReport({.event = Event::fileBegins, .file = file_, .size = fileSize_, .frames = frames_});
+        if (!meter_->onReport)
+            return;
+        meter_->onReport({.event = Event::fileBegins,
+            .file = file_,
+            .size = fileSize_,
+            .frames = frames_,
+            .setPaused = [writer = std::weak_ptr{this->inner()}, isPaused = isPaused_](bool paused, MonotonicTime moment) {
+                const auto held = writer.lock();
+                if (!held)
+                    return;
+                *isPaused = paused;
+                if (paused)
+                    held->pause(liveTime(moment));
+                else
+                    held->resume(liveTime(moment));
+            }});
     }
 
     std::shared_ptr<platform::AssetWriterInput> makeInput(
         MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override
     {
         return std::make_shared<MeteredInput>(inner()->makeInput(mediaType, settings, sourceFormatHint), mediaType, meter_, inner(), file_,
-            sourceFormatHint, fileSize_, frames_);
+            sourceFormatHint, fileSize_, frames_, isPaused_);
     }
 
     [[nodiscard]] bool canAdd(const platform::AssetWriterInput& input) const override
@@ -182,6 +210,7 @@ private:
     const std::uint64_t file_;
     const std::shared_ptr<std::atomic<std::uint64_t>> fileSize_ = std::make_shared<std::atomic<std::uint64_t>>(0);
     const std::shared_ptr<FileFrames> frames_ = std::make_shared<FileFrames>();
+    const std::shared_ptr<std::atomic<bool>> isPaused_ = std::make_shared<std::atomic<bool>>(false);
     std::shared_ptr<MeteredInput> video_;
 };
 
@@ -319,10 +348,18 @@ public:
             std::shared_ptr<MeteredDelegate> delegate;
             std::shared_ptr<platform::CaptureStream> stream;
         };
-        meter_->report(Event::captureBegins);
         auto kept = std::make_shared<Kept>();
         kept->delegate = std::make_shared<MeteredDelegate>(std::move(delegate), meter_);
         kept->stream = inner_->makeStream(filter, configuration, kept->delegate);
+        if (meter_->onReport) {
+            meter_->onReport({.event = Event::captureBegins,
+                .explainSilence = [captured = std::weak_ptr{kept->stream}](platform::CaptureStream::UnheardCompletion completion) {
+                    if (const auto held = captured.lock())
+                        held->explainSilence(std::move(completion));
+                    else
+                        completion(std::nullopt);
+                }});
+        }
         auto* stream = kept->stream.get();
         return {std::move(kept), stream};
     }

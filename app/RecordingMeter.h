@@ -43,6 +43,12 @@ struct RecordingReport {
     std::shared_ptr<const std::atomic<std::uint64_t>> size = nullptr;  ///< fileBegins: the file's bytes on the disk, as samples come
     MonotonicTime time = MonotonicClock::now();
     std::shared_ptr<const FileFrames> frames = nullptr;  ///< fileBegins: of this file, as samples come
+
+    /// fileBegins: pauses the file at a moment, or goes on at one. Any thread, as long as anybody likes.
+    std::function<void(bool isPaused, MonotonicTime moment)> setPaused = nullptr;
+
+    /// captureBegins: asks why nothing is heard of it (CaptureStream::explainSilence). Any thread, as long as anybody likes.
+    std::function<void(platform::CaptureStream::UnheardCompletion)> explainSilence = nullptr;
 };
 
 /// Counters that the wrapped services keep while a file is being written. Read on any thread.

@@ -25,6 +25,7 @@ std::string sentence(std::string text)
 std::shared_ptr<RecordingObserver> RecordingObserver::create(std::shared_ptr<Executor> mainExecutor, std::shared_ptr<RecordingMeter> meter)
 {
     auto observer = std::make_shared<RecordingObserver>(Private{});
+    observer->mainExecutor_ = mainExecutor;
     meter->onReport = [weak = std::weak_ptr(observer), mainExecutor = std::move(mainExecutor)](RecordingReport report) {
         mainExecutor->async([weak, report = std::move(report)] {
             if (const auto self = weak.lock())
@@ -50,6 +51,9 @@ void RecordingObserver::handle(const RecordingReport& report)
     const auto openFileBefore = fileIsOpen_ ? file_ : 0;
     switch (report.event) {
     case Event::captureBegins:
+        ++capture_;
+        captureBegan_ = report.time;
+        explainSilence_ = report.explainSilence;
         encoderProblem_.clear();
         soundProblem_.clear();
         earlyEnd_.clear();
@@ -75,6 +79,10 @@ void RecordingObserver::handle(const RecordingReport& report)
         fileBegan_ = report.time;
         fileSize_ = report.size;
         fileFrames_ = report.frames;
+        setFilePaused_ = report.setPaused;
+        pausedSince_.reset();
+        paused_ = {};
+        resumed_ = {};
         earlyEnd_.clear();
         explanation_.clear();
         if (!encoderProblem_.empty())
@@ -123,7 +131,53 @@ std::optional<RecordingProgress> RecordingObserver::progress(MonotonicTime now) 
     if (!fileIsOpen_ || !earlyEnd_.empty())
         return std::nullopt;
     return RecordingProgress{
-        std::max<std::chrono::nanoseconds>(now - fileBegan_, std::chrono::nanoseconds{0}), fileSize_ ? fileSize_->load() : 0};
+        .elapsed = std::max<std::chrono::nanoseconds>(pausedSince_.value_or(now) - fileBegan_ - paused_, std::chrono::nanoseconds{0}),
+        .bytes = fileSize_ ? fileSize_->load() : 0,
+        .isPaused = pausedSince_.has_value(),
+    };
+}
+
+Result<RecordingObserver::PauseOutcome> RecordingObserver::setPaused(std::optional<bool> isPaused, MonotonicTime now)
+{
+    const auto before = progress(now);
+    if (!before || !setFilePaused_)
+        return fail("Velmora.RecordingObserver", 1, "Nothing is being recorded.");
+    const bool wanted = isPaused.value_or(!before->isPaused);
+    if (wanted == before->isPaused)
+        return wanted ? PauseOutcome::wasPaused : PauseOutcome::wasNotPaused;
+    setFilePaused_(wanted, now);
+    if (wanted) {
+        pausedSince_ = now;
+    } else {
+        paused_ += now - *std::exchange(pausedSince_, std::nullopt);
+        resumed_ = now;
+    }
+    if (onFileChange)
+        onFileChange();
+    if (onPauseChange)
+        onPauseChange(wanted);
+    return wanted ? PauseOutcome::paused : PauseOutcome::resumed;
+}
+
+std::optional<MonotonicTime> RecordingObserver::silentSince() const
+{
+    if (!progress() || pausedSince_ || !meter_->writesSound)
+        return std::nullopt;
+    return std::max({fileBegan_, resumed_, meter_->lastSound.load()});
+}
+
+bool RecordingObserver::wasHeard() const
+{
+    return meter_->lastSound.load() > captureBegan_;
+}
+
+void RecordingObserver::explainSilence(platform::CaptureStream::UnheardCompletion completion) const
+{
+    if (!explainSilence_)
+        return completion(std::nullopt);
+    explainSilence_([executor = mainExecutor_, completion = std::move(completion)](std::optional<platform::UnheardReason> reason) mutable {
+        executor->async([reason, completion = std::move(completion)]() mutable { completion(reason); });
+    });
 }
 
 std::optional<LostPictures> RecordingObserver::lostPictures() const

@@ -18,8 +18,9 @@ namespace velmora {
 
 /// Of the recording in progress.
 struct RecordingProgress {
-    std::chrono::nanoseconds elapsed{0};  ///< since its file was made
+    std::chrono::nanoseconds elapsed{0};  ///< since its file was made, without its pauses
     std::uint64_t bytes = 0;  ///< of it that are on the disk
+    bool isPaused = false;
 
     friend bool operator==(const RecordingProgress&, const RecordingProgress&) = default;
 };
@@ -59,8 +60,30 @@ public:
     /// The notice has changed.
     std::function<void()> onChange;
 
-    /// A file has begun or ended: there is progress, or none any more.
+    /// A file has begun or ended: there is progress, or none any more. Or it has been paused, or goes on.
     std::function<void()> onFileChange;
+
+    /// The recording in progress has been paused, or goes on. Not called at its end.
+    std::function<void(bool isPaused)> onPauseChange;
+
+    enum class PauseOutcome { paused, resumed, wasPaused, wasNotPaused };
+
+    /// Has the recording in progress leave out what comes from now on, or go on with what comes; none: the other of both. Fails where nothing is
+    /// being recorded.
+    Result<PauseOutcome> setPaused(std::optional<bool> isPaused, MonotonicTime now = MonotonicClock::now());
+
+    /// Since when there has been nothing but silence in the recording in progress. None while nothing is recorded, it is paused, or its file has
+    /// no sound at all.
+    [[nodiscard]] std::optional<MonotonicTime> silentSince() const;
+
+    /// There was more than silence in a recording of the capture that runs.
+    [[nodiscard]] bool wasHeard() const;
+
+    /// Which of the captures runs, or was the last: 1 is the first.
+    [[nodiscard]] std::uint64_t capture() const { return capture_; }
+
+    /// Why nothing is heard of what is captured, as CaptureStream::explainSilence says it. `completion` is called once, on the main thread.
+    void explainSilence(platform::CaptureStream::UnheardCompletion completion) const;
 
     /// What is wrong with the capture or was with its last recording, in whole sentences; empty when nothing is.
     [[nodiscard]] std::string notice() const;
@@ -80,12 +103,20 @@ private:
     void handle(const RecordingReport& report);
     void endEarly(const std::string& reason);
 
+    std::shared_ptr<Executor> mainExecutor_;
     std::shared_ptr<RecordingMeter> meter_;
+    std::uint64_t capture_ = 0;
+    MonotonicTime captureBegan_{};
+    std::function<void(platform::CaptureStream::UnheardCompletion)> explainSilence_;
     std::uint64_t file_ = 0;  ///< the one that began last
     bool fileIsOpen_ = false;
     MonotonicTime fileBegan_{};
     std::shared_ptr<const std::atomic<std::uint64_t>> fileSize_;
     std::shared_ptr<const FileFrames> fileFrames_;
+    std::function<void(bool isPaused, MonotonicTime moment)> setFilePaused_;
+    std::optional<MonotonicTime> pausedSince_;
+    std::chrono::nanoseconds paused_{0};  ///< in the pauses before
+    MonotonicTime resumed_{};
     std::string encoderProblem_;
     std::string soundProblem_;
     std::string earlyEnd_;  ///< why the recording that began last ended before it was asked to

@@ -10,6 +10,7 @@
 #include "app/RecordingObserver.h"
 #include "app/SharedInstances.h"
 #include "app/TerminationSignals.h"
+#include "app/UnheardSoundNotice.h"
 #include "app/control/ControlCommands.h"
 #include "app/control/InstanceBus.h"
 #include "app/menu/MenuLook.h"
@@ -113,10 +114,12 @@ public:
                             .alerts = alerts,
                             .windows = std::move(presenting),
                             .terminate = [this] { terminate(); },
+                            .togglePause = [this] { static_cast<void>(recordingObserver_->setPaused(std::nullopt)); },
                         },
                         makeTrayStatusItem(services_.platform.trayAppearance, trayHost_, prepareWindowContents));
                 },
             .recordingObserver = recordingObserver_,
+            .recordingGoesOn = [this] { unheardSound_.look(); },
         });
         QObject::connect(&application, &QCoreApplication::aboutToQuit, &application, [this] {
             discardedRecordings_->stop();
@@ -299,6 +302,15 @@ private:
     std::optional<InterruptedRecordings> interruptedRecordings_;
     std::shared_ptr<ClipSavedNotificationController> notificationController_;
     std::shared_ptr<DiscardedRecordingOffers> discardedRecordings_;
+    UnheardSoundNotice unheardSound_{{
+        .observer = recordingObserver_,
+        .notificationCenter = services_.platform.quietNotificationCenter,
+        .applicationName =
+            [this] {
+                const auto& window = instances_.coordinator.selectedWindow();
+                return window ? window->appName : std::string{};
+            },
+    }};
     std::shared_ptr<AppDelegate> appDelegate_;
     std::unique_ptr<AppControl> control_;
     std::shared_ptr<StatusWindow> statusWindow_;

@@ -62,6 +62,14 @@ public:
     /// `time` on the samples' time line becomes the beginning of the file.
     virtual void startSession(MediaTime time) = 0;
 
+    /// Leaves out what is stamped `time` or later, until a resume; nothing while it is paused. Inputs go on taking what is left out. Any thread, at
+    /// any time; returns at once.
+    virtual void pause(MediaTime time) = 0;
+
+    /// Goes on with the first picture stamped `time` or later that can be decoded by itself, which is asked for; the file's time line closes up.
+    /// Nothing while it is not paused. Threads as for pause().
+    virtual void resume(MediaTime time) = 0;
+
     /// `completion` is called exactly once, on any thread, when the file is whole or has failed.
     virtual void finishWriting(UniqueFunction<void()> completion) = 0;
 

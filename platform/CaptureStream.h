@@ -10,12 +10,22 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace velmora::platform {
 
 class CaptureStream;
 
 enum class StreamOutputType { screen, audio, microphone };
+
+/// Why a capture hears nothing of an application that plays.
+enum class UnheardReason {
+    muted,  ///< its stream is
+    undecoded,  ///< it goes to its device as it is, to be decoded there
+    anotherServer,  ///< it plays on a sound server whose sound is not recorded
+    noStream,  ///< what plays is not known to belong to the window
+    noServer,  ///< no sound server answers; whether it plays is not known
+};
 
 class StreamOutput {
 public:
@@ -68,6 +78,11 @@ public:
     /// with an error when no picture of that size has been or will be delivered, so that all is as before, else when every picture that has yet
     /// to be handed to its queue has the new size and one of them has been.
     virtual void updateSize(std::int32_t width, std::int32_t height, Completion completion) = 0;
+
+    /// Asks the desktop why nothing is heard of what is captured, as things are now. None: it does not play as far as anybody can tell, or what
+    /// it plays is silent. `completion` is called exactly once, on any thread; that may take some seconds.
+    using UnheardCompletion = UniqueFunction<void(std::optional<UnheardReason>)>;
+    virtual void explainSilence(UnheardCompletion completion) { completion(std::nullopt); }
 
     /// `completion` is called exactly once, on any thread, after the last sample has been handed to its queue.
     virtual void stopCapture(Completion completion) = 0;

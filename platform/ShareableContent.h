@@ -59,6 +59,7 @@ struct ShareableContent {
     std::vector<RunningApplication> applications;
 };
 
+class SoundActivity;
 class WindowIcons;
 class WindowRequests;
 
@@ -74,6 +75,9 @@ public:
     /// Where the desktop lets windows be captured only once their user has granted them; as long as the provider. Null: all that are
     /// listed can be captured as they are.
     [[nodiscard]] virtual WindowRequests* requests() { return nullptr; }
+
+    /// Which processes play, where windows have processes; as long as the provider. Null where nobody can tell.
+    [[nodiscard]] virtual SoundActivity* soundActivity() { return nullptr; }
 
     /// The icons of what is listed; as long as the provider. Null where the desktop tells of none.
     [[nodiscard]] virtual WindowIcons* icons() { return nullptr; }

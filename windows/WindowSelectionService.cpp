@@ -2,10 +2,12 @@
 
 #include "platform/WindowIcons.h"
 #include "system/Log.h"
+#include "windows/SoundingWindows.h"
 
 #include <QCoreApplication>
 
 #include <cassert>
+#include <cstddef>
 #include <utility>
 
 namespace velmora {
@@ -80,6 +82,44 @@ void WindowSelectionService::stopFindingIcons()
     *areIconsWanted_ = false;
 }
 
+void WindowSelectionService::followSounds(std::function<void()> changed)
+{
+    stopFollowingSounds();
+    auto* activity = content_->soundActivity();
+    if (!activity)
+        return;
+    soundsChanged_ = std::move(changed);
+    // What is on its way from an observation that has ended is not believed.
+    const auto isWanted = std::make_shared<std::byte>();
+    followingSounds_ = isWanted;
+    soundObservation_ = activity->observe([weak = self_.weak(), wanted = std::weak_ptr{isWanted}, mainExecutor = mainExecutor_](
+                                              std::vector<platform::ProcessLineage> playing) {
+        mainExecutor->async([weak, wanted, playing = std::move(playing)]() mutable {
+            const auto self = weak.lock();
+            if (!self || wanted.expired())
+                return;
+            self->playing_ = std::move(playing);
+            self->updateSoundingWindows();
+        });
+    });
+}
+
+void WindowSelectionService::stopFollowingSounds()
+{
+    soundObservation_.reset();
+    followingSounds_.reset();
+    soundsChanged_ = nullptr;
+    playing_.clear();
+    soundingWindows_.clear();
+}
+
+void WindowSelectionService::updateSoundingWindows()
+{
+    auto sounding = soundingWindows(playing_, owners_);
+    if (std::exchange(soundingWindows_, std::move(sounding)) != soundingWindows_ && soundsChanged_)
+        soundsChanged_();
+}
+
 platform::WindowRequests& WindowSelectionService::requests() const
 {
     auto* requests = content_->requests();
@@ -131,8 +171,11 @@ void WindowSelectionService::giveBackWindow(std::uint32_t id)
 void WindowSelectionService::publish(Result<platform::ShareableContent> result)
 {
     absences_.clear();
+    owners_.clear();
     if (result) {
         for (const auto& window : result->windows) {
+            if (window.owningApplication && window.owningApplication->processID > 0)
+                owners_[window.windowID] = window.owningApplication->processID;
             if (window.isMinimised || window.otherWorkspace)
                 absences_[window.windowID] = {window.isMinimised, window.otherWorkspace};
         }
@@ -143,6 +186,7 @@ void WindowSelectionService::publish(Result<platform::ShareableContent> result)
         setLastError(description);
         setAvailableWindows({});
     }
+    updateSoundingWindows();
     setIsLoading(false);
 }
 

@@ -5,6 +5,7 @@
 #include "base/SerialQueue.h"
 #include "platform/ApplicationIcon.h"
 #include "platform/ShareableContent.h"
+#include "platform/SoundActivity.h"
 #include "platform/WindowRequests.h"
 #include "windows/CapturedWindowInfo.h"
 #include "windows/SoundSuggestion.h"
@@ -14,10 +15,13 @@
 #include <QString>
 
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace velmora {
@@ -69,6 +73,14 @@ public:
     /// None is found any more of those that were asked for.
     void stopFindingIcons();
 
+    /// Tells from now on which windows' applications play: `changed` is called on the main thread with every change, until it is stopped or the
+    /// service is gone. Nothing where the desktop cannot tell.
+    void followSounds(std::function<void()> changed);
+    void stopFollowingSounds();
+
+    /// Whether the application of that window plays, as far as is known; false while that is not followed.
+    [[nodiscard]] bool isSounding(std::uint32_t id) const { return soundingWindows_.contains(id); }
+
     /// True for an entry that the user has to grant in the desktop's own dialog: then requestWindow() comes before a capture.
     [[nodiscard]] bool needsRequest(std::uint32_t id) const;
 
@@ -102,6 +114,7 @@ signals:
 
 private:
     [[nodiscard]] platform::WindowRequests& requests() const;
+    void updateSoundingWindows();
     void publish(Result<platform::ShareableContent> result);
     void setAvailableWindows(std::vector<CapturedWindowInfo> windows);
     void setIsLoading(bool isLoading);
@@ -111,9 +124,16 @@ private:
     std::shared_ptr<Executor> mainExecutor_;
     std::vector<CapturedWindowInfo> availableWindows_;
     std::map<std::uint32_t, WindowAbsence> absences_;  ///< of windows that are kept from the screen
+    std::map<std::uint32_t, std::int32_t> owners_;  ///< the process of each window, where that is known
+    std::vector<platform::ProcessLineage> playing_;
+    std::set<std::uint32_t> soundingWindows_;
+    std::function<void()> soundsChanged_;
+    std::shared_ptr<std::byte> followingSounds_;  ///< as long as the last observation is wanted
     std::shared_ptr<std::atomic<bool>> areIconsWanted_ = std::make_shared<std::atomic<bool>>(false);  ///< by the last search for them
     bool isLoading_ = false;
     std::optional<std::string> lastError_;
+
+    std::unique_ptr<platform::SoundActivity::Observation> soundObservation_;
 
     // Gone with the service, so that a late result finds nobody.
     const SelfReference<WindowSelectionService> self_{*this};

@@ -100,6 +100,12 @@ QDBusMessage methodCall(const Control& command)
     switch (command.action) {
     case Control::Action::toggle:
         return methodCall(controlInterface, "Toggle", {});
+    case Control::Action::pause:
+        return methodCall(controlInterface, "Pause", {});
+    case Control::Action::resume:
+        return methodCall(controlInterface, "Resume", {});
+    case Control::Action::togglePause:
+        return methodCall(controlInterface, "TogglePause", {});
     case Control::Action::choose:
         return actionCall(chooseWindowAction);
     case Control::Action::clips:
@@ -179,6 +185,8 @@ void printStatus(const QString& answer, bool json)
         return printLine(answer);
     const auto status = QJsonDocument::fromJson(answer.toUtf8()).object();
     printLine(status.value(QLatin1String("description")).toString());
+    if (status.value(QLatin1String("isPaused")).toBool())
+        printLine(QStringLiteral("The recording is paused."));
     const auto loss = status.value(QLatin1String("lostPictures")).toObject();
     for (const auto& warning : {status.value(QLatin1String("notice")), loss.value(QLatin1String("text")),
              status.value(QLatin1String("shortcutError")), status.value(QLatin1String("permissionExplanation"))}) {

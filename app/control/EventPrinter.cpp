@@ -19,6 +19,8 @@ void EventPrinter::listen(QDBusConnection& connection)
     };
     connectSignal("StateChanged", SLOT(stateChanged(QString)));
     connectSignal("RecordingStarted", SLOT(recordingStarted()));
+    connectSignal("RecordingPaused", SLOT(recordingPaused()));
+    connectSignal("RecordingResumed", SLOT(recordingResumed()));
     connectSignal("ClipSaved", SLOT(clipSaved(QString)));
     connectSignal("CaptureFailed", SLOT(captureFailed(QString)));
 }
@@ -33,6 +35,16 @@ void EventPrinter::stateChanged(const QString& state)
 void EventPrinter::recordingStarted()
 {
     print("recordingStarted", nullptr, {});
+}
+
+void EventPrinter::recordingPaused()
+{
+    print("recordingPaused", nullptr, {});
+}
+
+void EventPrinter::recordingResumed()
+{
+    print("recordingResumed", nullptr, {});
 }
 
 void EventPrinter::clipSaved(const QString& path)

@@ -24,6 +24,8 @@ public:
 public slots:
     void stateChanged(const QString& state);
     void recordingStarted();
+    void recordingPaused();
+    void recordingResumed();
     void clipSaved(const QString& path);
     void captureFailed(const QString& message);
 

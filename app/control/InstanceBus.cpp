@@ -100,6 +100,8 @@ public slots:
         // The program itself shows what goes wrong.
         if (name == QLatin1String{toggleAction})
             control_.toggleRecording([](const auto&) {}, {});
+        else if (name == QLatin1String{pauseAction})
+            static_cast<void>(control_.setPaused(std::nullopt));
         else if (name == QLatin1String{chooseWindowAction})
             control_.chooseWindow();
         else if (name == QLatin1String{showClipsAction})
@@ -129,6 +131,8 @@ public:
 signals:
     void StateChanged(const QString& state);
     void RecordingStarted();
+    void RecordingPaused();
+    void RecordingResumed();
     void ClipSaved(const QString& path);
     void CaptureFailed(const QString& message);
 
@@ -147,6 +151,11 @@ public slots:
         toggle(bus_requests::options(options), call);
         return {};
     }
+
+    // What there is to say of it.
+    QString Pause(const QDBusMessage& call) { return setPaused(true, call); }
+    QString Resume(const QDBusMessage& call) { return setPaused(false, call); }
+    QString TogglePause(const QDBusMessage& call) { return setPaused(std::nullopt, call); }
 
     /// What the user has to know of it; empty when that is nothing.
     QString Select(uint windowID, const QDBusMessage& call)
@@ -177,7 +186,7 @@ public slots:
             return {};
         }
         control_.selectMatchingWindow({std::move(understood.application), std::move(understood.title)}, std::move(understood.sound),
-            selected(std::move(pending)), callerTells(connection_, call, understood.callerTells));
+            answered(std::move(pending)), callerTells(connection_, call, understood.callerTells));
         return {};
     }
 
@@ -243,11 +252,11 @@ private:
 
     void select(uint windowID, bus_requests::Options options, const QDBusMessage& call)
     {
-        control_.selectWindow(windowID, std::move(options.sound), selected(PendingCall{connection_, call}),
+        control_.selectWindow(windowID, std::move(options.sound), answered(PendingCall{connection_, call}),
             callerTells(connection_, call, options.callerTells));
     }
 
-    static UniqueFunction<void(Result<std::string>)> selected(PendingCall pending)
+    static UniqueFunction<void(Result<std::string>)> answered(PendingCall pending)
     {
         return [pending = std::move(pending)](const Result<std::string>& result) mutable {
             if (result)
@@ -255,6 +264,12 @@ private:
             else
                 pending.fail(result.error());
         };
+    }
+
+    QString setPaused(std::optional<bool> isPaused, const QDBusMessage& call)
+    {
+        answered(PendingCall{connection_, call})(control_.setPaused(isPaused));
+        return {};
     }
 
     void setReplayDuration(std::optional<double> seconds, const QDBusMessage& call)
@@ -282,6 +297,12 @@ private:
             break;
         case InstanceEvent::Kind::recordingStarted:
             emit RecordingStarted();
+            break;
+        case InstanceEvent::Kind::recordingPaused:
+            emit RecordingPaused();
+            break;
+        case InstanceEvent::Kind::recordingResumed:
+            emit RecordingResumed();
             break;
         case InstanceEvent::Kind::clipSaved:
             emit ClipSaved(bus_requests::text(event.clip));

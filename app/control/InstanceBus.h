@@ -17,6 +17,7 @@ inline constexpr const char* objectPath = "/com/velmora/Velmora";
 inline constexpr const char* applicationInterface = "org.freedesktop.Application";  // freedesktop.org, Desktop Entry, "D-Bus Activation"
 // The actions that the desktop entry offers beside the program's name.
 inline constexpr const char* toggleAction = "toggle";
+inline constexpr const char* pauseAction = "pause";
 inline constexpr const char* chooseWindowAction = "choose-window";
 inline constexpr const char* showClipsAction = "show-clips";
 inline constexpr const char* controlInterface = "com.velmora.Velmora.Control";

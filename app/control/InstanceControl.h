@@ -16,7 +16,7 @@ namespace velmora {
 
 /// Something that has happened in the program.
 struct InstanceEvent {
-    enum class Kind { stateChanged, recordingStarted, clipSaved, captureFailed };
+    enum class Kind { stateChanged, recordingStarted, recordingPaused, recordingResumed, clipSaved, captureFailed };
 
     Kind kind = Kind::stateChanged;
     std::string text = {};  ///< the state's name, the message for the user
@@ -63,6 +63,10 @@ public:
 
     /// Starts a recording, or ends the one in progress, and then completes when the file is safe.
     virtual void toggleRecording(UniqueFunction<void(Result<SavedClip>)> completion, CallerTells callerTells) = 0;
+
+    /// Has the recording in progress leave out what comes from now on, or go on; none: the other of both. What there is to say of it; fails where
+    /// nothing is being recorded.
+    virtual Result<std::string> setPaused(std::optional<bool> isPaused) = 0;
 
     /// Chooses the window with this identifier and captures it, with the sound of that application (see decideSound) where the desktop
     /// leaves it to be chosen. Completes with what the user has to know of it, if anything.

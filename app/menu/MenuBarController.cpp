@@ -42,6 +42,13 @@ std::vector<MenuItem> MenuBarController::menuNeedsUpdate() const
     });
 }
 
+std::optional<bool> MenuBarController::isRecordingPaused() const
+{
+    if (!services_.togglePause || remarks_.progress.empty())
+        return std::nullopt;
+    return remarks_.isPaused;
+}
+
 void MenuBarController::captionsChanged()
 {
     statusItem_->captionsChanged();
@@ -64,6 +71,8 @@ void MenuBarController::handle(const MenuItem& item)
         return;
     case MenuAction::toggleRecording:
         return handleToggleRecording();
+    case MenuAction::togglePause:
+        return services_.togglePause ? services_.togglePause() : void();
     case MenuAction::selectWindow:
         return handleSelectWindow();
     case MenuAction::stopCapture:

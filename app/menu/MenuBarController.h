@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace velmora {
@@ -30,6 +31,7 @@ public:
         std::shared_ptr<AlertPresenter> alerts;
         std::weak_ptr<WindowPresenting> windows;
         std::function<void()> terminate;
+        std::function<void()> togglePause = {};  ///< of the recording in progress
     };
 
     MenuBarController(Services services, std::unique_ptr<StatusItem> statusItem);
@@ -46,6 +48,9 @@ public:
 
     /// What the menu has in it now.
     [[nodiscard]] std::vector<MenuItem> menuNeedsUpdate() const;
+
+    /// Whether the recording in progress is paused; none where there is none, or it cannot be.
+    [[nodiscard]] std::optional<bool> isRecordingPaused() const;
 
     /// Carries out an item of the menu.
     void handle(const MenuItem& item);

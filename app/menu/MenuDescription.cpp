@@ -93,6 +93,11 @@ MenuItem showClipsItem()
     return command("🎬 Show All Clips...", MenuAction::showClips);
 }
 
+MenuItem pauseItem(bool isPaused)
+{
+    return command(isPaused ? "▶️ Resume Recording" : "⏸️ Pause Recording", MenuAction::togglePause);
+}
+
 bool differOnlyInCaptions(const std::vector<MenuItem>& menu, const std::vector<MenuItem>& other)
 {
     return std::equal(menu.begin(), menu.end(), other.begin(), other.end(), [](MenuItem item, const MenuItem& counterpart) {

@@ -15,6 +15,7 @@ namespace velmora {
 enum class MenuAction {
     none,
     toggleRecording,
+    togglePause,
     selectWindow,
     stopCapture,
     openRecentClip,
@@ -67,6 +68,9 @@ inline constexpr std::size_t recentClipCount = 5;
 
 /// The row that leads to the window with all clips, for a menu that has it.
 [[nodiscard]] MenuItem showClipsItem();
+
+/// The row that pauses the recording in progress, or goes on with one that is paused, for a menu that has it.
+[[nodiscard]] MenuItem pauseItem(bool isPaused);
 
 /// Whether one menu can be made the other by changing captions.
 [[nodiscard]] bool differOnlyInCaptions(const std::vector<MenuItem>& menu, const std::vector<MenuItem>& other);

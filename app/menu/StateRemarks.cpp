@@ -27,6 +27,12 @@ std::string progressText(const RecordingProgress& progress)
     return text;
 }
 
+/// `progress` after what is said of a recording that runs, or of one that is paused.
+std::string withState(const StateRemarks& remarks, const char* running, const char* paused)
+{
+    return remarks.progress.empty() ? std::string{} : (remarks.isPaused ? paused : running) + remarks.progress;
+}
+
 std::string problemText(const StateFacts& facts)
 {
     if (facts.state.is<CaptureState::CaptureUnavailable>())
@@ -53,6 +59,7 @@ StateRemarks remarks(const StateFacts& facts)
 {
     return {
         .progress = facts.progress ? progressText(*facts.progress) : std::string{},
+        .isPaused = facts.progress && facts.progress->isPaused,
         .problem = problemText(facts),
         .shortcut = !facts.isShortcutRefused ? std::string{}
             : facts.shortcutReason.empty()   ? bindAKey
@@ -65,13 +72,13 @@ StateRemarks remarks(const StateFacts& facts)
 std::string toolTip(const StateRemarks& remarks)
 {
     const auto shown = [](const std::string& reason) { return paragraphs(QString::fromStdString(reason)).toStdString(); };
-    return lines({givenToolTip, remarks.progress.empty() ? std::string{} : "Recording: " + remarks.progress, shown(remarks.problem),
-        shown(remarks.notice), shown(remarks.shortcut), remarks.ending});
+    return lines({givenToolTip, withState(remarks, "Recording: ", "Recording paused at "), shown(remarks.problem), shown(remarks.notice),
+        shown(remarks.shortcut), remarks.ending});
 }
 
 std::string stateCaption(const StateRemarks& remarks)
 {
-    return lines({remarks.progress, remarks.problem, remarks.shortcut});
+    return lines({withState(remarks, "", "Paused at "), remarks.problem, remarks.shortcut});
 }
 
 }  // namespace velmora

@@ -12,6 +12,7 @@ namespace velmora {
 /// In whole sentences, for people; what is empty is not said.
 struct StateRemarks {
     std::string progress = {};  ///< how long the recording runs and how large it is, as "1:05, 12.3 MB so far"
+    bool isPaused = false;  ///< the recording is
     std::string problem = {};  ///< why nothing is captured though it should be
     std::string shortcut = {};  ///< why no key starts a recording, and what to do about it
     std::string notice = {};  ///< what else is wrong or being waited for

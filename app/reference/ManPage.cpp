@@ -74,7 +74,7 @@ key of your own to \fBvelmora toggle\fR.
 .SH STATUS
 The object that \fBvelmora status \-\-json\fR prints always has \fIstate\fR, \fIdescription\fR, \fIisRecording\fR and
 \fIshortcutIsRegistered\fR. While a recording runs it has \fIrecordingSeconds\fR, how long that is, and \fIrecordingBytes\fR, how large its file
-is on the disk. \fIclipsFolder\fR is where clips go. While instant replay is on it has \fIreplay\fR, with \fIseconds\fR and the \fIbytes\fR that
+is on the disk, and \fIisPaused\fR; pauses do not count. \fIclipsFolder\fR is where clips go. While instant replay is on it has \fIreplay\fR, with \fIseconds\fR and the \fIbytes\fR that
 it holds. Where there is something to say it has \fIwindow\fR (with \fIid\fR, \fItitle\fR and \fIapplication\fR), \fIlastSavedClip\fR,
 \fInotice\fR, \fIshortcutError\fR, \fIpermissionExplanation\fR and, where the recording in progress or else the last one lost more than
 two of a hundred pictures because the machine did not keep up, \fIlostPictures\fR, with how many were \fIlost\fR \fIof\fR how many, and
@@ -92,15 +92,21 @@ There is another state, \fIstate\fR; the first object says which there is.
 .I recordingStarted
 A recording has begun.
 .TP
+.I recordingPaused
+The recording in progress has been paused.
+.TP
+.I recordingResumed
+It goes on. A recording that ends while it is paused does not.
+.TP
 .I clipSaved
 The clip \fIpath\fR is safe on the disk.
 .TP
 .I captureFailed
 \fImessage\fR is what the user is told: the window was closed, or something could not be begun or saved.
 .PP
-On the session bus they are the signals StateChanged(s), RecordingStarted(), ClipSaved(s) and CaptureFailed(s) of
+On the session bus they are the signals StateChanged(s), RecordingStarted(), RecordingPaused(), RecordingResumed(), ClipSaved(s) and CaptureFailed(s) of
 com.velmora.Velmora.Control at /com/velmora/Velmora, of the service com.velmora.Velmora. Its methods that scripts may rely on are Toggle() and
-Stop(), which return the saved clip's path or nothing, Select(u), SelectMatching(a{sv}) with \fIapplication\fR, \fItitle\fR and \fIsound\fR as
+Stop(), which return the saved clip's path or nothing, Pause(), Resume() and TogglePause(), which return a sentence, Select(u), SelectMatching(a{sv}) with \fIapplication\fR, \fItitle\fR and \fIsound\fR as
 strings, ReplayOn(d) and ReplaySave(d), whose argument is a number of seconds or 0 for the usual, ReplayOff(), and Status(), which
 returns the object above.
 .SH RESTORE

@@ -179,11 +179,14 @@ void StatusModel::update()
         auto entries = std::exchange(item.submenu, {});
         if (!entries.empty())
             item.isEnabled = false;
+        const auto paused = item.action == MenuAction::toggleRecording ? menuBar_.isRecordingPaused() : std::nullopt;
         items.push_back(std::move(item));
+        if (paused)
+            items.push_back(pauseItem(*paused));
         const bool hasClips = !entries.empty();
         for (auto& entry : entries)
             items.push_back(std::move(entry));
-        // The menu of the tray has no such row; what is open as a window has room for it.
+        // The menu of the tray has no such row, nor one for a pause; what is open as a window has room for them.
         if (hasClips)
             items.push_back(showClipsItem());
     }

@@ -15,8 +15,8 @@
 
 namespace velmora {
 
-/// The menu as rows, kept up to date while the window is there. A submenu's entries follow its title, and the way to all clips those of the
-/// recent ones.
+/// The menu as rows, kept up to date while the window is there. A submenu's entries follow its title, the way to all clips those of the
+/// recent ones, and a recording's pause the command that ends it.
 class StatusModel final : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT

@@ -1,6 +1,7 @@
 #include "engine/capture/CaptureStreams.h"
 
 #include "engine/pictures/PictureStream.h"
+#include "engine/sound/UnheardSound.h"
 #include "media/LiveTime.h"
 
 #include <algorithm>
@@ -136,15 +137,20 @@ void reportStop(const std::shared_ptr<Delivery>& delivery, const Error& error)
     });
 }
 
+using ExplainSilence = std::function<void(const AudioTarget& target, CaptureStream::UnheardCompletion completion)>;
+
 class CombinedStream final : public CaptureStream, public std::enable_shared_from_this<CombinedStream> {
 public:
     CombinedStream(std::unique_ptr<VideoSource> video, std::unique_ptr<AudioSource> audio, AudioTarget audioTarget,
-        const StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate, KeyFrameRequests keyFrameRequests)
+        const StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate, KeyFrameRequests keyFrameRequests,
+        ExplainSilence explainSilence)
         : keyFrameRequests_(std::move(keyFrameRequests))
         , video_(std::move(video))
         , audio_(std::move(audio))
         , audioTarget_(std::move(audioTarget))
         , configuration_(configuration)
+        , expectsSound_(audio_ != nullptr && configuration.capturesAudio)
+        , explainSilence_(std::move(explainSilence))
     {
         delivery_->delegate = std::move(delegate);
     }
@@ -172,6 +178,15 @@ public:
         delivery_->control->async([self = shared_from_this(), width, height, completion = std::move(completion)]() mutable {
             completion(self->updatePictures(width, height));
         });
+    }
+
+    void explainSilence(UnheardCompletion completion) override
+    {
+        // A stream that is to have no sound is as silent as it should be.
+        if (expectsSound_ && explainSilence_)
+            explainSilence_(audioTarget_, std::move(completion));
+        else
+            completion(std::nullopt);
     }
 
     void stopCapture(Completion completion) override
@@ -248,6 +263,8 @@ private:
     std::unique_ptr<AudioSource> audio_;
     const AudioTarget audioTarget_;
     const StreamConfiguration configuration_;
+    const bool expectsSound_;
+    const ExplainSilence explainSilence_;
     const std::shared_ptr<Delivery> delivery_ = std::make_shared<Delivery>();
 };
 
@@ -267,9 +284,45 @@ bool ownsWindowOfAnother(platform::ShareableContentProvider& content, const std:
     return owns.get();
 }
 
+/// Every process that owns a window. Waits for the answer of the window system; none if that gives none.
+std::optional<std::vector<std::int32_t>> windowOwners(platform::ShareableContentProvider& content)
+{
+    auto answer = std::make_shared<std::promise<std::optional<std::vector<std::int32_t>>>>();
+    auto owners = answer->get_future();
+    content.getShareableContent(false, false, [answer](const Result<platform::ShareableContent>& result) {
+        if (!result)
+            return answer->set_value(std::nullopt);
+        std::vector<std::int32_t> processes;
+        for (const auto& window : result->windows)
+            processes.push_back(window.owningApplication ? window.owningApplication->processID : 0);
+        answer->set_value(std::move(processes));
+    });
+    return owners.get();
+}
+
+std::optional<platform::UnheardReason> whyNothingIsHeard(const CaptureStreamParts& parts, const AudioTarget& target)
+{
+    const auto streams = parts.listSoundStreams();
+    if (!streams)
+        return platform::UnheardReason::noServer;
+    const auto owners = parts.shareableContent ? windowOwners(*parts.shareableContent) : std::nullopt;
+    // Where nobody says whose windows there are, every process may own one.
+    return whyUnheard(*streams, target, parts.processes,
+        [&](std::int32_t process) { return !owners || std::find(owners->begin(), owners->end(), process) != owners->end(); });
+}
+
 class CombinedStreams final : public platform::CaptureStreamFactory {
 public:
-    explicit CombinedStreams(CaptureStreamParts parts) : parts_(std::move(parts)) { }
+    explicit CombinedStreams(CaptureStreamParts parts) : parts_(std::move(parts))
+    {
+        if (!parts_.listSoundStreams)
+            return;
+        explainSilence_ = [parts = parts_,
+                              queue = std::make_shared<SerialQueue>("com.velmora.capture.silence", SerialQueue::QualityOfService::utility)](
+                              const AudioTarget& target, CaptureStream::UnheardCompletion completion) {
+            queue->async([parts, target, completion = std::move(completion)]() mutable { completion(whyNothingIsHeard(parts, target)); });
+        };
+    }
 
     std::shared_ptr<CaptureStream> makeStream(
         const ContentFilter& filter, const StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate) override
@@ -280,7 +333,7 @@ public:
         if (target)
             target->excludesCurrentProcess = configuration.excludesCurrentProcessAudio;
         return std::make_shared<CombinedStream>(std::move(video), std::move(audio), std::move(target).value_or(AudioTarget{}),
-            configuration, std::move(delegate), parts_.keyFrameRequests);
+            configuration, std::move(delegate), parts_.keyFrameRequests, explainSilence_);
     }
 
 private:
@@ -299,6 +352,7 @@ private:
     }
 
     CaptureStreamParts parts_;
+    ExplainSilence explainSilence_;
 };
 
 }  // namespace

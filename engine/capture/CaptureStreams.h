@@ -4,12 +4,14 @@
 #include "engine/codecs/KeyFrameRequests.h"
 #include "engine/pictures/VideoSource.h"
 #include "engine/sound/AudioSource.h"
+#include "engine/sound/SoundingApplications.h"
 #include "platform/CaptureStream.h"
 #include "platform/ShareableContent.h"
 
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace velmora::engine {
 
@@ -22,6 +24,9 @@ struct CaptureStreamParts {
     std::function<std::optional<AudioTarget>(const platform::ContentFilter&)> audioTarget = {};
     /// Asked for the processes that own other applications' windows.
     std::shared_ptr<platform::ShareableContentProvider> shareableContent;
+    /// What plays anywhere, for when nothing is heard; may wait for the sound server, and fails where there is none. Empty: nobody can tell why.
+    std::function<Result<std::vector<SoundStream>>()> listSoundStreams = {};
+    Processes processes = {};
     /// While a stream runs, whoever asks here is given a picture to make the key frame of.
     KeyFrameRequests keyFrameRequests = {};
 };

@@ -1,26 +1,15 @@
 #include "engine/files/AssetWriter.h"
 
-#include "base/Mutex.h"
+#include "engine/files/AssetWriterInputs.h"
 #include "media/mp4/MovieReader.h"
-#include "media/mp4/MovieSerializer.h"
 #include "media/mp4/RecordingLayout.h"
 
-#include <algorithm>
 #include <cassert>
-#include <cstring>
-#include <limits>
+#include <utility>
 
 namespace velmora::engine {
 
 namespace {
-
-// Encoded media that may wait for the disk: a minute at the usual rate.
-constexpr std::uint64_t largestBacklog = std::uint64_t{64} << 20;
-
-// Time stamps of sound jitter by less than this; anything beyond is missing or doubled sound.
-constexpr MediaTime jitter{5, 1000};
-
-constexpr MediaTime longestGap{600, 1};
 
 constexpr MediaTime shortestKept{1, 1};
 
@@ -33,251 +22,6 @@ bool holdsEnough(const std::filesystem::path& path)
 }
 
 }  // namespace
-
-// What the writer and its inputs share; an input may outlive its writer.
-struct AssetWriter::Session {
-    AudioEncoderFactory encoders;
-    std::unique_ptr<mp4::RecordingWriter> recording;  ///< null once the writer is gone
-    MediaTime start;  ///< invalid before startSession
-    bool isFinishing = false;
-    bool failureWasReported = false;
-
-    mutable Mutex mutex;
-    Status status GUARDED_BY(mutex) = Status::unknown;
-    std::optional<Error> error GUARDED_BY(mutex);
-
-    Status currentStatus() const
-    {
-        MutexLock lock(mutex);
-        return status;
-    }
-
-    void end(Status newStatus, std::optional<Error> newError)
-    {
-        MutexLock lock(mutex);
-        status = newStatus;
-        if (!error)
-            error = std::move(newError);
-    }
-
-    /// Learns of a failure that happened on the way to the disk.
-    void update()
-    {
-        if (currentStatus() != Status::writing || !recording)
-            return;
-        if (auto failure = recording->error())
-            end(Status::failed, std::move(failure));
-    }
-
-    bool isReady()
-    {
-        update();
-        if (!recording || isFinishing || !start.isValid())
-            return false;
-        if (currentStatus() == Status::failed)
-            return !failureWasReported;
-        return currentStatus() == Status::writing && recording->bytesInFlight() < largestBacklog;
-    }
-
-    /// False when nothing can be appended; that is also how a failure is reported.
-    bool beginAppend()
-    {
-        update();
-        if (currentStatus() == Status::failed)
-            failureWasReported = true;
-        return recording && !isFinishing && start.isValid() && currentStatus() == Status::writing;
-    }
-};
-
-class AssetWriter::Input : public platform::AssetWriterInput {
-public:
-    explicit Input(std::shared_ptr<Session> session) : session_(std::move(session)) { }
-
-    // Nothing here ever waits, so there is no other mode to choose.
-    void setExpectsMediaDataInRealTime(bool) override { }
-    [[nodiscard]] bool isReadyForMoreMediaData() const override { return wasAdded() && !isFinished_ && session_->isReady(); }
-    void markAsFinished() override { isFinished_ = true; }
-
-    bool append(const SampleBufferRef& sample) override
-    {
-        return wasAdded() && !isFinished_ && sample && sample->presentationTimeStamp.isValid() && session_->beginAppend() && write(*sample);
-    }
-
-    [[nodiscard]] bool belongsTo(const Session* session) const { return session_.get() == session; }
-    [[nodiscard]] bool wasAdded() const { return wasAdded_; }
-    void setAdded() { wasAdded_ = true; }
-    void setTrack(std::size_t track) { track_ = track; }
-
-    /// Whether the file can hold what this input writes.
-    [[nodiscard]] virtual bool isUsable() const = 0;
-    [[nodiscard]] virtual mp4::RecordedTrack track() const = 0;
-
-protected:
-    virtual bool write(const SampleBuffer& sample) = 0;
-
-    [[nodiscard]] Session& session() const { return *session_; }
-    [[nodiscard]] std::size_t trackIndex() const { return track_; }
-
-private:
-    const std::shared_ptr<Session> session_;
-    std::size_t track_ = 0;
-    bool wasAdded_ = false;
-    bool isFinished_ = false;
-};
-
-class AssetWriter::VideoInput final : public Input {
-public:
-    VideoInput(std::shared_ptr<Session> session, bool passesThrough, FormatDescriptionRef format)
-        : Input(std::move(session))
-        , passesThrough_(passesThrough)
-        , format_(std::move(format))
-    {
-    }
-
-    [[nodiscard]] bool isUsable() const override { return passesThrough_ && format_ && format_->video() && mp4::canDescribe(*format_); }
-    [[nodiscard]] mp4::RecordedTrack track() const override { return {format_, mp4::videoTimescale, 0}; }
-
-private:
-    bool write(const SampleBuffer& sample) override
-    {
-        // One description serves the whole track: a sample of another format could not be decoded with it.
-        if (!sample.format || (sample.format != format_ && *sample.format != *format_) || sample.data.bytes.empty())
-            return false;
-        const auto time = (sample.presentationTimeStamp - session().start).converted(mp4::videoTimescale).value;
-        lastTime_ = std::max(time, lastTime_ + 1);
-        std::uint32_t duration = 0;
-        if (sample.duration > MediaTime::zero())
-            duration = static_cast<std::uint32_t>(std::clamp<std::int64_t>(
-                sample.duration.converted(mp4::videoTimescale).value, 1, std::numeric_limits<std::int32_t>::max()));
-        session().recording->append(trackIndex(), {sample.data, lastTime_, duration, sample.isSync()});
-        return true;
-    }
-
-    const bool passesThrough_;
-    const FormatDescriptionRef format_;
-    std::int64_t lastTime_ = -1;
-};
-
-class AssetWriter::AudioInput final : public Input {
-public:
-    AudioInput(std::shared_ptr<Session> session, const std::optional<platform::AudioOutputSettings>& settings) : Input(std::move(session))
-    {
-        if (!settings || settings->format != FourCharacterCode{"aac "})
-            return;
-        settings_ = *settings;
-        if (auto encoder = this->session().encoders(settings_))
-            encoder_ = std::move(*encoder);
-        silence_.resize(static_cast<std::size_t>(1024 * std::max<std::int64_t>(1, settings_.channelCount)));
-    }
-
-    [[nodiscard]] bool isUsable() const override
-    {
-        return encoder_ && encoder_->format() && encoder_->format()->audio() && mp4::canDescribe(*encoder_->format());
-    }
-
-    [[nodiscard]] mp4::RecordedTrack track() const override { return {encoder_->format(), sampleRate(), encoder_->primingFrames()}; }
-
-    /// Writes what the encoder still holds.
-    void flush()
-    {
-        if (written_ > 0)
-            forward(encoder_->flush(packets_));
-    }
-
-    /// Frames of sound that were put in.
-    [[nodiscard]] mp4::TrackEnd end() const { return {written_}; }
-
-private:
-    [[nodiscard]] std::int32_t sampleRate() const { return static_cast<std::int32_t>(settings_.sampleRate); }
-
-    bool write(const SampleBuffer& sample) override
-    {
-        const auto* format = sample.format ? sample.format->audio() : nullptr;
-        if (!format || format->codec != FourCharacterCode{"lpcm"} || format->sampleRate != settings_.sampleRate
-            || format->channelCount != settings_.channelCount)
-            return false;
-        const auto channels = static_cast<std::size_t>(settings_.channelCount);
-        const auto frames = sample.data.bytes.size() / (sizeof(float) * channels);
-        if (sample.sampleCount < 0 || static_cast<std::uint64_t>(sample.sampleCount) != frames)
-            return false;
-        const auto position = (sample.presentationTimeStamp - session().start).converted(sampleRate()).value;
-        auto skip = std::int64_t{0};
-        if (!hasStarted_) {
-            skip = std::max<std::int64_t>(0, -position);
-            if (skip >= sample.sampleCount)
-                return true;
-            start_ = position + skip;
-            hasStarted_ = true;
-        } else {
-            const auto gap = position - (start_ + written_);
-            if (gap > longestGap.converted(sampleRate()).value)
-                return false;
-            if (gap > tolerance() && !encodeSilence(gap))
-                return false;
-            if (gap < -tolerance())
-                skip = std::min(-gap, sample.sampleCount);
-        }
-        return encode(interleaved(sample).subspan(static_cast<std::size_t>(skip) * channels));
-    }
-
-    [[nodiscard]] std::int64_t tolerance() const { return jitter.converted(sampleRate()).value; }
-
-    std::span<const float> interleaved(const SampleBuffer& sample)
-    {
-        const auto bytes = sample.data.bytes;
-        const auto count = bytes.size() / sizeof(float);
-        if (reinterpret_cast<std::uintptr_t>(bytes.data()) % alignof(float) == 0)
-            return {reinterpret_cast<const float*>(static_cast<const void*>(bytes.data())), count};
-        aligned_.resize(count);
-        std::memcpy(aligned_.data(), bytes.data(), count * sizeof(float));
-        return aligned_;
-    }
-
-    bool encodeSilence(std::int64_t frames)
-    {
-        const auto channels = settings_.channelCount;
-        const auto block = static_cast<std::int64_t>(silence_.size()) / channels;
-        for (; frames > 0; frames -= block) {
-            if (!encode(std::span<const float>{silence_}.first(static_cast<std::size_t>(std::min(frames, block) * channels))))
-                return false;
-        }
-        return true;
-    }
-
-    bool encode(std::span<const float> samples)
-    {
-        if (samples.empty())
-            return true;
-        const auto result = encoder_->encode(samples, packets_);
-        written_ += static_cast<std::int64_t>(samples.size()) / settings_.channelCount;
-        return forward(result);
-    }
-
-    bool forward(const Result<void>& result)
-    {
-        for (auto& packet : packets_) {
-            session().recording->append(
-                trackIndex(), {std::move(packet.data), start_ + encoded_, static_cast<std::uint32_t>(packet.frames), true});
-            encoded_ += packet.frames;
-        }
-        packets_.clear();
-        if (!result) {
-            session().end(Status::failed, result.error());
-            session().failureWasReported = true;
-        }
-        return result.has_value();
-    }
-
-    platform::AudioOutputSettings settings_;
-    std::unique_ptr<AudioEncoder> encoder_;
-    std::vector<AudioEncoder::Packet> packets_;
-    std::vector<float> silence_;
-    std::vector<float> aligned_;
-    std::int64_t start_ = 0;  ///< frames from the session's start to the first that was put in
-    std::int64_t written_ = 0;  ///< frames that were put in
-    std::int64_t encoded_ = 0;  ///< frames in packets
-    bool hasStarted_ = false;
-};
 
 Result<std::shared_ptr<AssetWriter>> AssetWriter::create(
     std::shared_ptr<mp4::File> file, AudioEncoderFactory encoders, std::filesystem::path path, CancelledRecordings cancelled)
@@ -300,14 +44,19 @@ AssetWriter::AssetWriter(std::shared_ptr<Session> session, std::filesystem::path
 
 AssetWriter::~AssetWriter()
 {
+    session_->askForKeyFrameNoMore();
     session_->recording.reset();
     if (trashed_.valid())
         trashed_.wait_for(cancelled_.patience);
 }
 
-void AssetWriter::askForKeyFrame(KeyFrameRequests& requests)
+void AssetWriter::askForKeyFrame(const KeyFrameRequests& requests)
 {
-    firstKeyFrame_ = requests.ask();
+    {
+        MutexLock lock(session_->mutex);
+        session_->keyFrameRequests = requests;
+    }
+    session_->askForKeyFrame();
 }
 
 std::shared_ptr<platform::AssetWriterInput> AssetWriter::makeInput(
@@ -362,7 +111,21 @@ void AssetWriter::startSession(MediaTime time)
 {
     assert(session_->currentStatus() == Status::writing && time.isValid() && !session_->start.isValid());
     session_->start = time;
-    firstKeyFrame_.end();
+    session_->pauses.begin(time, video_ != nullptr);
+    if (!session_->pauses.isResuming())
+        session_->askForKeyFrameNoMore();
+}
+
+void AssetWriter::pause(MediaTime time)
+{
+    session_->pauses.pause(time);
+}
+
+void AssetWriter::resume(MediaTime time)
+{
+    session_->pauses.resume(time);
+    // Asked for last: a key frame of a picture from before is of no use.
+    session_->askForKeyFrame();
 }
 
 void AssetWriter::finishWriting(UniqueFunction<void()> completion)
@@ -387,7 +150,7 @@ void AssetWriter::finishWriting(UniqueFunction<void()> completion)
 
 void AssetWriter::cancelWriting()
 {
-    firstKeyFrame_.end();
+    session_->askForKeyFrameNoMore();
     if (session_->isFinishing)
         return;
     if (!moveToTrash()) {
@@ -422,7 +185,7 @@ bool AssetWriter::moveToTrash()
 
 void AssetWriter::endRecording(mp4::RecordingWriter::Completion completion)
 {
-    firstKeyFrame_.end();
+    session_->askForKeyFrameNoMore();
     session_->update();
     if (audio_ && session_->currentStatus() == Status::writing)
         audio_->flush();

@@ -30,6 +30,9 @@ struct CancelledRecordings {
 /// more than 5 ms becomes silence, an overlap of more than 5 ms is dropped, what lies before the session's start is cut off to the
 /// frame. A gap of more than ten minutes is an error of the time stamps, and the block is refused.
 ///
+/// After a pause pictures and sound go on where they were left (RecordingPauses): sound is cut to the frame, and its two sides are blended over
+/// 5 ms (SoundSeam). What was recorded before is on its way to the disk as soon as a picture is left out.
+///
 /// A recording that is cancelled leaves its path for the trash in one step, and is finished there on the thread that writes the file. One
 /// of under a second, or one that cannot be moved, is deleted, but never one that somebody has moved: that is made whole where it is. The
 /// writer's end waits until that is done, but not for ever: a recording that the program leaves unfinished plays as it is.
@@ -47,8 +50,8 @@ public:
     AssetWriter(const AssetWriter&) = delete;
     AssetWriter& operator=(const AssetWriter&) = delete;
 
-    /// Asks for the key frame that the file begins with, until the session starts or the writer ends.
-    void askForKeyFrame(KeyFrameRequests& requests);
+    /// Asks for the key frame that the file begins with, until the session starts or the writer ends; and at each resume for one to go on with.
+    void askForKeyFrame(const KeyFrameRequests& requests);
 
     std::shared_ptr<platform::AssetWriterInput> makeInput(
         MediaType mediaType, std::optional<platform::AudioOutputSettings> settings, FormatDescriptionRef sourceFormatHint) override;
@@ -56,6 +59,8 @@ public:
     void add(std::shared_ptr<platform::AssetWriterInput> input) override;
     bool startWriting() override;
     void startSession(MediaTime time) override;
+    void pause(MediaTime time) override;
+    void resume(MediaTime time) override;
     void finishWriting(UniqueFunction<void()> completion) override;
     void cancelWriting() override;
     [[nodiscard]] Status status() const override;
@@ -78,7 +83,6 @@ private:
     const CancelledRecordings cancelled_;
     std::shared_ptr<Session> session_;
     std::future<void> trashed_;  ///< valid once the recording is on its way to the trash
-    KeyFrameRequests::Registration firstKeyFrame_;
     std::shared_ptr<VideoInput> video_;
     std::shared_ptr<AudioInput> audio_;
 };

@@ -16,6 +16,9 @@ struct SoundStream {
     StreamIdentity identity;
     std::string mediaName;  ///< what the program says it is playing; may be empty
     bool isPlaying = false;  ///< false: it is paused
+    bool isMuted = false;  ///< the stream itself; that of its device keeps nothing from being recorded
+    bool isPassedThrough = false;  ///< what it plays is decoded by the device
+    bool isOfAnotherServer = false;  ///< of one that serves sound too, but is not the one whose sound is recorded
 };
 
 struct SoundingApplication {

@@ -176,6 +176,15 @@ void RecordingWriter::flush(std::optional<MediaTime> now)
         handedOn_ = now;
 }
 
+void RecordingWriter::handOn(MediaTime end)
+{
+    for (auto& track : tracks_) {
+        if (!isSound(track) && !track.pending.empty())
+            track.pending.back().duration = clampedDuration(end.converted(track.configuration.timescale).value - track.lastDecodeTime);
+    }
+    flush(end);
+}
+
 void RecordingWriter::finish(std::vector<TrackEnd> ends, Completion completion)
 {
     flush(std::nullopt);

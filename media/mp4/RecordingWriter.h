@@ -35,6 +35,9 @@ public:
     /// where no sample follows. Decode times within a track rise.
     void append(std::size_t track, RecordedSample sample);
 
+    /// Sends what was appended to the disk before its fragment is complete: no picture follows before `end`, from the beginning of the recording.
+    void handOn(MediaTime end);
+
     /// Ends the recording; nothing may be called afterwards. `completion` runs exactly once, on the writer's thread, with the file
     /// closed. `ends` belongs to the tracks by index. Without start() the file is removed.
     void finish(std::vector<TrackEnd> ends, Completion completion);

@@ -29,26 +29,28 @@ void skipScalingList(BitReader& bits, int size)
     }
 }
 
-void skipSampleFormat(BitReader& bits)
+/// Whether the colours are coded as pictures of their own.
+bool skipSampleFormat(BitReader& bits)
 {
     const auto chroma = bits.readExponential();
-    if (chroma == 3)
-        bits.read(1);
+    const bool isSeparate = chroma == 3 && bits.read(1) != 0;
     bits.readExponential();  // depth of luma
     bits.readExponential();  // depth of chroma
     bits.read(1);
     if (bits.read(1) == 0)
-        return;
+        return isSeparate;
     const int lists = chroma == 3 ? 12 : 8;
     for (int i = 0; i < lists; ++i) {
         if (bits.read(1) != 0)
             skipScalingList(bits, i < 6 ? 16 : 64);
     }
+    return isSeparate;
 }
 
-void skipOrder(BitReader& bits)
+/// How many bits the number of a frame has.
+int skipOrder(BitReader& bits)
 {
-    bits.readExponential();  // frame numbers
+    const auto frameNumberBits = static_cast<int>(std::min<std::uint32_t>(bits.readExponential(), 12)) + 4;
     const auto type = bits.readExponential();
     if (type == 0) {
         bits.readExponential();
@@ -62,19 +64,23 @@ void skipOrder(BitReader& bits)
     }
     bits.readExponential();  // reference frames
     bits.read(1);
+    return frameNumberBits;
 }
 
-void skipSize(BitReader& bits)
+/// Whether pictures are whole frames, never single fields.
+bool skipSize(BitReader& bits)
 {
     bits.readExponential();
     bits.readExponential();
-    if (bits.read(1) == 0)  // fields too
+    const bool areFrames = bits.read(1) != 0;
+    if (!areFrames)
         bits.read(1);
     bits.read(1);
     if (bits.read(1) != 0) {  // cropped
         for (int i = 0; i < 4; ++i)
             bits.readExponential();
     }
+    return areFrames;
 }
 
 // Annex E.1.1.
@@ -96,18 +102,42 @@ void skipLook(BitReader& bits)
     }
 }
 
-std::optional<MediaTime> pictureDuration(std::span<const std::byte> unit)
+/// What a slice's header cannot be read without.
+struct SliceFields {
+    bool hasColourPlane = false;
+    int frameNumberBits = 0;
+    bool areFrames = true;
+};
+
+/// Up to what the stream says of how it is to be shown.
+SliceFields readUpToLook(BitReader& bits)
 {
-    const auto bytes = withoutEmulationPrevention(unit);
-    BitReader bits{bytes};
+    SliceFields fields;
     bits.read(8);
     const auto profile = bits.read(8);
     bits.read(16);
     bits.readExponential();
     if (std::find(richProfiles.begin(), richProfiles.end(), profile) != richProfiles.end())
-        skipSampleFormat(bits);
-    skipOrder(bits);
-    skipSize(bits);
+        fields.hasColourPlane = skipSampleFormat(bits);
+    fields.frameNumberBits = skipOrder(bits);
+    fields.areFrames = skipSize(bits);
+    return fields;
+}
+
+std::span<const std::byte> firstSequenceParameterSet(std::span<const std::byte> configuration)
+{
+    ByteReader reader{configuration};
+    reader.skip(5);
+    const auto count = reader.u8() & 0x1FU;
+    const auto unit = reader.take(reader.u16());
+    return reader.failed() || count == 0 ? std::span<const std::byte>{} : unit;
+}
+
+std::optional<MediaTime> pictureDuration(std::span<const std::byte> unit)
+{
+    const auto bytes = withoutEmulationPrevention(unit);
+    BitReader bits{bytes};
+    readUpToLook(bits);
     if (bits.read(1) == 0)
         return std::nullopt;
     skipLook(bits);
@@ -141,13 +171,38 @@ std::vector<std::byte> withoutEmulationPrevention(std::span<const std::byte> uni
 
 std::optional<MediaTime> declaredPictureDuration(std::span<const std::byte> configuration)
 {
-    ByteReader reader{configuration};
-    reader.skip(5);
-    const auto count = reader.u8() & 0x1FU;
-    const auto unit = reader.take(reader.u16());
-    if (reader.failed() || count == 0 || unit.empty())
-        return std::nullopt;
-    return pictureDuration(unit);
+    const auto unit = firstSequenceParameterSet(configuration);
+    return unit.empty() ? std::nullopt : pictureDuration(unit);
+}
+
+// ISO 14496-10 7.3.3.
+std::optional<std::uint32_t> keyFrameNumber(std::span<const std::byte> configuration, std::span<const std::byte> accessUnit)
+{
+    constexpr std::uint32_t unitTypes = 0x1F;
+    constexpr std::uint32_t keyFrameSlice = 5;
+    constexpr std::size_t longestHeader = 64;
+    const auto parameters = withoutEmulationPrevention(firstSequenceParameterSet(configuration));
+    ByteReader units{accessUnit};
+    while (!parameters.empty() && !units.failed() && units.remaining() > 0) {
+        const auto unit = units.take(units.u32());
+        if (unit.empty() || (static_cast<std::uint32_t>(unit.front()) & unitTypes) != keyFrameSlice)
+            continue;
+        BitReader parameterBits{parameters};
+        const auto fields = readUpToLook(parameterBits);
+        const auto header = withoutEmulationPrevention(unit.first(std::min(unit.size(), longestHeader)));
+        BitReader bits{header};
+        bits.read(8);
+        for (int i = 0; i < 3; ++i)
+            bits.readExponential();  // first macroblock, type of the slice, picture parameter set
+        if (fields.hasColourPlane)
+            bits.read(2);
+        bits.read(fields.frameNumberBits);
+        if (!fields.areFrames && bits.read(1) != 0)
+            bits.read(1);
+        const auto number = bits.readExponential();
+        return bits.isAtEnd() ? std::nullopt : std::optional{number};
+    }
+    return std::nullopt;
 }
 
 }  // namespace velmora::mp4

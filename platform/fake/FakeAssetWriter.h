@@ -76,6 +76,8 @@ public:
     }
 
     void startSession(MediaTime time) override { sessionTime = time; }
+    void pause(MediaTime time) override { pauses.push_back(time); }
+    void resume(MediaTime time) override { resumes.push_back(time); }
 
     void finishWriting(UniqueFunction<void()> completion) override
     {
@@ -149,6 +151,8 @@ public:
     std::optional<Error> currentError;
     std::optional<std::filesystem::path> movedTo;
     MediaTime sessionTime;
+    std::vector<MediaTime> pauses;
+    std::vector<MediaTime> resumes;
     std::uint64_t size = 0;
     int startCount = 0;
     int finishCount = 0;

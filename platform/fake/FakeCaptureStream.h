@@ -4,6 +4,7 @@
 #include "platform/CaptureStream.h"
 
 #include <algorithm>
+#include <deque>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -61,6 +62,8 @@ public:
             target->streamContentDidSettle(*this, width, height);
     }
 
+    void explainSilence(UnheardCompletion completion) override { silenceQuestions.push_back(std::move(completion)); }
+
     void stopCapture(Completion completion) override
     {
         ++stopCount;
@@ -110,6 +113,7 @@ public:
     bool started = false;
     int stopCount = 0;
     std::vector<std::pair<std::int32_t, std::int32_t>> sizesAsked;  ///< by updates
+    std::deque<UnheardCompletion> silenceQuestions;  ///< to be answered by the test
 
 private:
     [[nodiscard]] Result<void> startResult() const

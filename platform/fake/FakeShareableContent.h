@@ -2,9 +2,11 @@
 #pragma once
 
 #include "platform/ShareableContent.h"
+#include "platform/SoundActivity.h"
 #include "platform/WindowIcons.h"
 #include "platform/WindowRequests.h"
 
+#include <memory>
 #include <set>
 #include <utility>
 #include <vector>
@@ -14,7 +16,8 @@ namespace velmora::fake {
 /// Answers at once with `content` (or `error`), or keeps the queries until answerNext() when `holdsAnswers` is set.
 class FakeShareableContent final : public platform::ShareableContentProvider,
                                    public platform::WindowRequests,
-                                   public platform::WindowIcons {
+                                   public platform::WindowIcons,
+                                   public platform::SoundActivity {
 public:
     struct Query {
         bool excludingDesktopWindows;
@@ -35,6 +38,19 @@ public:
     [[nodiscard]] platform::WindowRequests* requests() override { return grantsWindows ? this : nullptr; }
 
     [[nodiscard]] platform::WindowIcons* icons() override { return hasIcons ? this : nullptr; }
+
+    [[nodiscard]] platform::SoundActivity* soundActivity() override { return tellsOfSounds ? this : nullptr; }
+
+    std::unique_ptr<Observation> observe(Changed changed) override
+    {
+        struct Counted final : Observation {
+            explicit Counted(int& n) : count(n) { ++count; }
+            ~Counted() override { --count; }
+            int& count;
+        };
+        soundsChanged = std::move(changed);
+        return std::make_unique<Counted>(soundObservations);
+    }
 
     /// Kept until a test answers.
     void findIcons(std::vector<std::uint32_t> windowIDs, int side, Found found) override
@@ -74,6 +90,10 @@ public:
         held_.pop_back();
         completion(answer(query));
     }
+
+    bool tellsOfSounds = false;
+    int soundObservations = 0;  ///< at the moment
+    Changed soundsChanged;  ///< of the last one, and kept when that has ended, as a call that is on its way
 
     struct IconQuestion {
         std::vector<std::uint32_t> windowIDs;

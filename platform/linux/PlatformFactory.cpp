@@ -21,11 +21,13 @@
 #include "platform/linux/desktop/LinuxWorkspace.h"
 #include "platform/linux/desktop/PortalFolderChooser.h"
 #include "platform/linux/desktop/Trash.h"
+#include "platform/linux/kernel/ProcessRecords.h"
 #include "platform/linux/mpv/LinuxPlayers.h"
 #include "platform/linux/portal/PortalHotKeyCenter.h"
 #include "platform/linux/portal/PortalScreenCaptureAccess.h"
 #include "platform/linux/portal/PortalShareableContent.h"
 #include "platform/linux/sound/ApplicationAudio.h"
+#include "platform/linux/sound/PlayingProcesses.h"
 #include "platform/linux/x11/X11DisplayChanges.h"
 #include "platform/linux/x11/X11EventThread.h"
 #include "platform/linux/x11/X11FloatingWindows.h"
@@ -74,9 +76,11 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
     const auto events = std::make_shared<X11EventThread>();
     services.hotKeyCenter = std::make_shared<X11HotKeyCenter>(events, mainExecutor);
     services.screenCaptureAccess = std::make_shared<X11ScreenCaptureAccess>();
-    services.shareableContent = std::make_shared<X11ShareableContent>("", DesktopEntries::fromEnvironment(),
+    services.shareableContent = std::make_shared<X11ShareableContent>(
+        "", DesktopEntries::fromEnvironment(),
         [theme = IconTheme::fromEnvironment()](
-            const std::string& icon, const std::string& name, int side) mutable { return theme.draw(icon, name, side); });
+            const std::string& icon, const std::string& name, int side) mutable { return theme.draw(icon, name, side); },
+        makeSoundActivity());
     services.captureStreams = engine::makeCaptureStreams({
         .makeVideoSource =
             [whenTheDisplayGoes](const ContentFilter& filter, const StreamConfiguration& configuration) {
@@ -87,6 +91,8 @@ void useX11(PlatformServices& services, const std::shared_ptr<Executor>& mainExe
             },
         .makeAudioSource = makeApplicationAudioSource,
         .shareableContent = services.shareableContent,
+        .listSoundStreams = listEverySoundStream,
+        .processes = systemProcesses(),
         .keyFrameRequests = keyFrameRequests,
     });
     services.windowActivation = std::make_shared<X11WindowActivation>();
@@ -118,6 +124,8 @@ void usePortal(PlatformServices& services, const std::shared_ptr<Executor>& main
         .makeAudioSource = makeApplicationAudioSource,
         .audioTarget = [content](const ContentFilter& filter) { return content->audioTarget(filter.window().windowID); },
         .shareableContent = content,
+        .listSoundStreams = listEverySoundStream,
+        .processes = systemProcesses(),
         .keyFrameRequests = keyFrameRequests,
     });
     services.screenCaptureAccess = std::make_shared<PortalScreenCaptureAccess>();

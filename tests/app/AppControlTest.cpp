@@ -215,6 +215,90 @@ TEST_F(AppControlSavesTest, TheStatusSaysWhereClipsGoAndWhatAReplayHolds)
     EXPECT_FALSE(control.status().contains(QLatin1String("replay")));
 }
 
+class AppControlPauseTest : public testing::Test {
+protected:
+    AppControlPauseTest()
+    {
+        fixture.addLiveWindow(window(1));
+        fixture.coordinator->selectWindowAndStartCapture(window(1));
+        fixture.executor->runAll();
+        control.setEventObserver([this](const InstanceEvent& event) { events.push_back(event.kind); });
+    }
+
+    static platform::PlatformServices servicesOf(RecordingObserver& observer, std::shared_ptr<platform::AssetWriterFactory> writers)
+    {
+        platform::PlatformServices services;
+        services.captureStreams = std::make_shared<fake::FakeCaptureStreams>();
+        services.compressionSessions = std::make_shared<fake::FakeCompressionSessions>();
+        services.assetWriters = std::move(writers);
+        return observer.observed(std::move(services));
+    }
+
+    void runAll()
+    {
+        executor->runAll();
+        fixture.executor->runAll();
+    }
+
+    std::string said(std::optional<bool> isPaused)
+    {
+        const auto answer = control.setPaused(isPaused);
+        return answer ? *answer : "refused: " + answer.error().localizedDescription;
+    }
+
+    const std::shared_ptr<fake::ManualExecutor> executor = std::make_shared<fake::ManualExecutor>();
+    const std::shared_ptr<RecordingObserver> observer = RecordingObserver::create(executor);
+    const std::shared_ptr<fake::FakeAssetWriters> writers = std::make_shared<fake::FakeAssetWriters>();
+    test::CoordinatorFixture fixture{test::CoordinatorFixture::Parts{.assetWriters = servicesOf(*observer, writers).assetWriters}};
+    AppControl control{AppControl::Services{
+        .coordinator = *fixture.coordinator,
+        .permissionManager = *fixture.permissionManager,
+        .shortcutManager = *fixture.shortcutManager,
+        .windowService = std::make_shared<WindowSelectionService>(fixture.content, fixture.executor),
+        .windows = nullptr,
+        .userDefaults = nullptr,
+        .showMenu = {},
+        .quit = {},
+        .recordingObserver = observer,
+    }};
+    std::vector<InstanceEvent::Kind> events;
+};
+
+TEST_F(AppControlPauseTest, APauseIsAnsweredInASentenceAndIsAnEventAndInTheStatusButNoStateOfItsOwn)
+{
+    using Kind = InstanceEvent::Kind;
+    EXPECT_EQ(said(true), "refused: Nothing is being recorded.");
+    EXPECT_EQ(said(false), "refused: Nothing is being recorded.");
+    ASSERT_TRUE(fixture.coordinator->startRecording());
+    runAll();
+    const auto state = fixture.coordinator->state();
+    events.clear();
+    EXPECT_FALSE(control.status().value(QLatin1String("isPaused")).toBool(true));
+    EXPECT_EQ(said(false), "The recording is not paused.");
+    EXPECT_EQ(said(true), "The recording is paused.");
+    EXPECT_EQ(said(true), "The recording is paused already.");
+    EXPECT_TRUE(control.status().value(QLatin1String("isPaused")).toBool());
+    EXPECT_TRUE(control.status().value(QLatin1String("isRecording")).toBool());
+    EXPECT_EQ(fixture.coordinator->state(), state);
+    EXPECT_EQ(said(std::nullopt), "The recording goes on.");
+    EXPECT_EQ(said(std::nullopt), "The recording is paused.");
+    EXPECT_THAT(events, ElementsAre(Kind::recordingPaused, Kind::recordingResumed, Kind::recordingPaused));
+    EXPECT_EQ(writers->writers.back()->pauses.size(), 2U);
+}
+
+TEST_F(AppControlPauseTest, ARecordingWhoseEndWasAskedForIsNoLongerPaused)
+{
+    writers->onCreate = [](auto& made) { made.holdsFinish = true; };
+    ASSERT_TRUE(fixture.coordinator->startRecording());
+    runAll();
+    ASSERT_EQ(said(true), "The recording is paused.");
+    fixture.coordinator->stopRecording();
+    fixture.executor->runAll();
+    EXPECT_EQ(said(false), "refused: Nothing is being recorded.");
+    EXPECT_FALSE(control.status().contains(QLatin1String("isPaused")));
+    writers->writers.back()->answerFinish();
+}
+
 TEST_F(AppControlSavesTest, EveryToggleIsAnsweredWithItsOwnClip)
 {
     SaveAnswer first;

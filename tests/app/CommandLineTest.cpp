@@ -238,6 +238,11 @@ TEST(CommandLine, ChoosesAWindowByItsApplicationOrItsTitleInPlaceOfItsNumber)
 TEST(CommandLine, KeepsSavesAndForgetsAReplay)
 {
     using Action = Control::Action;
+    EXPECT_EQ(commandOf<Control>({"pause"}).action, Action::pause);
+    EXPECT_EQ(commandOf<Control>({"pause", "--toggle"}).action, Action::togglePause);
+    EXPECT_EQ(commandOf<Control>({"resume"}).action, Action::resume);
+    EXPECT_EQ(complaint({"pause", "now"}), "Unexpected argument 'now'.");
+    EXPECT_NE(complaint({"resume", "--toggle"}), "");
     EXPECT_EQ(commandOf<Control>({"replay", "on"}).action, Action::replayOn);
     EXPECT_EQ(commandOf<Control>({"replay", "on"}).seconds, 0);
     EXPECT_EQ(commandOf<Control>({"replay", "on", "12.5"}).seconds, 12.5);
@@ -295,7 +300,7 @@ TEST(CommandLine, UnderstandsEveryCommandThatIsDescribedWithEveryOption)
             EXPECT_TRUE(understood.has_value()) << command.name << ": " << (understood ? "" : understood.error().toStdString());
         }
     }
-    EXPECT_EQ(count, 16);
+    EXPECT_EQ(count, 18);
 }
 
 TEST(CommandLine, ExplainsItselfInLinesOf80Columns)

@@ -41,6 +41,13 @@ public:
         else
             completion(clip);
     }
+    Result<std::string> setPaused(std::optional<bool> isPaused) override
+    {
+        calls.append(isPaused ? *isPaused ? QStringLiteral("pause") : QStringLiteral("resume") : QStringLiteral("toggle pause"));
+        if (!selected)
+            return tl::unexpected(selected.error());
+        return remark;
+    }
     void selectWindow(std::uint32_t windowID, std::optional<std::string> sound, UniqueFunction<void(Result<std::string>)> completion,
         CallerTells tells) override
     {
@@ -242,8 +249,8 @@ TEST_F(InstanceBusTest, ASecondStartBringsUpTheFirst)
 TEST_F(InstanceBusTest, EachCommandSaysClearlyThatNothingRuns)
 {
     using Action = Control::Action;
-    for (const auto action : {Action::toggle, Action::choose, Action::select, Action::stop, Action::status, Action::replayOn,
-             Action::replayOff, Action::replaySave, Action::preview, Action::quit}) {
+    for (const auto action : {Action::toggle, Action::pause, Action::resume, Action::togglePause, Action::choose, Action::select,
+             Action::stop, Action::status, Action::replayOn, Action::replayOff, Action::replaySave, Action::preview, Action::quit}) {
         const auto answer = run(control(action));
         EXPECT_EQ(answer.status, command_line::failed);
         EXPECT_EQ(answer.errors, "Velmora is not running. Start it with 'velmora'.\n");
@@ -314,7 +321,7 @@ TEST_F(InstanceBusTest, EveryCommandReachesTheProgramWithWhatItCarries)
 TEST_F(InstanceBusTest, TheActionsOfTheDesktopEntryReachTheProgram)
 {
     const auto instance = runningInstance();
-    for (const auto* action : {"toggle", "choose-window", "show-clips", "no such action"}) {
+    for (const auto* action : {"toggle", "pause", "choose-window", "show-clips", "no such action"}) {
         run([&](QDBusConnection& connection) {
             auto call = QDBusMessage::createMethodCall(QStringLiteral("com.velmora.Velmora"), QStringLiteral("/com/velmora/Velmora"),
                 QStringLiteral("org.freedesktop.Application"), QStringLiteral("ActivateAction"));
@@ -323,7 +330,34 @@ TEST_F(InstanceBusTest, TheActionsOfTheDesktopEntryReachTheProgram)
             return 0;
         });
     }
-    EXPECT_EQ(control_.calls, (QStringList{QStringLiteral("toggle"), QStringLiteral("choose window"), QStringLiteral("clips")}));
+    EXPECT_EQ(control_.calls,
+        (QStringList{QStringLiteral("toggle"), QStringLiteral("toggle pause"), QStringLiteral("choose window"), QStringLiteral("clips")}));
+}
+
+TEST_F(InstanceBusTest, APauseAndAResumeSayWhatBecameOfThem)
+{
+    const auto instance = runningInstance();
+    control_.remark = "The recording is paused.";
+    for (const auto action : {Control::Action::pause, Control::Action::resume, Control::Action::togglePause}) {
+        const auto answer = run(control(action));
+        EXPECT_EQ(answer.status, command_line::succeeded);
+        EXPECT_EQ(answer.output, "The recording is paused.\n");
+    }
+    EXPECT_EQ(control_.calls, (QStringList{QStringLiteral("pause"), QStringLiteral("resume"), QStringLiteral("toggle pause")}));
+    control_.selected = fail("Velmora.Test", 1, "Nothing is being recorded.");
+    const auto refused = run(control(Control::Action::pause));
+    EXPECT_EQ(refused.status, command_line::failed);
+    EXPECT_EQ(refused.errors, "Nothing is being recorded.\n");
+    EXPECT_EQ(refused.output, "");
+}
+
+TEST_F(InstanceBusTest, TheStatusOfAPausedRecordingSaysSo)
+{
+    const auto instance = runningInstance();
+    control_.statusObject = {{QStringLiteral("description"), QStringLiteral("Recording")}, {QStringLiteral("isPaused"), true}};
+    EXPECT_EQ(run(control(Control::Action::status)).output, "Recording\nThe recording is paused.\n");
+    control_.statusObject.insert(QStringLiteral("isPaused"), false);
+    EXPECT_EQ(run(control(Control::Action::status)).output, "Recording\n");
 }
 
 TEST_F(InstanceBusTest, ACallThatIsDroppedUnansweredIsAnsweredWithAnError)
@@ -429,6 +463,8 @@ TEST_F(InstanceBusTest, EventsArePrintedInTheirOrderUntilTheProgramEnds)
         QTimer::singleShot(0, &application_, [&] {
             control_.observer({.kind = Kind::stateChanged, .text = "recordingClip"});
             control_.observer({.kind = Kind::recordingStarted});
+            control_.observer({.kind = Kind::recordingPaused});
+            control_.observer({.kind = Kind::recordingResumed});
             control_.observer({.kind = Kind::clipSaved, .clip = "/clips/\xFF \"a\".mp4"});
             control_.observer({.kind = Kind::captureFailed, .text = "No\nroom"});
             // Signals leave through a queue of their own: once a question that comes later is answered, they have left.
@@ -441,7 +477,7 @@ TEST_F(InstanceBusTest, EventsArePrintedInTheirOrderUntilTheProgramEnds)
     EXPECT_EQ(forPrograms.status, command_line::succeeded) << forPrograms.errors;
     EXPECT_EQ(forPrograms.output,
         "{\"event\":\"state\",\"state\":\"capturing\"}\n{\"event\":\"state\",\"state\":\"recordingClip\"}\n{\"event\":\"recordingStarted\"}"
-        "\n"
+        "\n{\"event\":\"recordingPaused\"}\n{\"event\":\"recordingResumed\"}\n"
         "{\"event\":\"clipSaved\",\"path\":\"file:///clips/"
         "%FF%20%22a%22.mp4\"}\n{\"event\":\"captureFailed\",\"message\":\"No\\nroom\"}\n");
 
@@ -450,7 +486,8 @@ TEST_F(InstanceBusTest, EventsArePrintedInTheirOrderUntilTheProgramEnds)
     control_.onStatus = happen;
     const auto forPeople = run([](const QDBusConnection& connection) { return runEventsCommand({}, connection); });
     EXPECT_EQ(forPeople.output,
-        "state capturing\nstate recordingClip\nrecordingStarted\nclipSaved file:///clips/%FF%20%22a%22.mp4\ncaptureFailed No\uFFFDroom\n");
+        "state capturing\nstate recordingClip\nrecordingStarted\nrecordingPaused\nrecordingResumed\nclipSaved "
+        "file:///clips/%FF%20%22a%22.mp4\ncaptureFailed No\uFFFDroom\n");
 }
 
 TEST_F(InstanceBusTest, WithoutAProgramThereAreNoEvents)

@@ -1,5 +1,6 @@
 #include "app/RecordingObserver.h"
 
+#include "media/LiveTime.h"
 #include "platform/fake/FakeAssetWriter.h"
 #include "platform/fake/FakeCaptureStream.h"
 #include "platform/fake/FakeCompressionSession.h"
@@ -354,6 +355,106 @@ TEST_F(RecordingObserverTest, ARecordingThatBeginsWhileTheOneBeforeIsFinishedHas
     file->cancelWriting();
     executor->runAll();
     EXPECT_FALSE(observer->progress());
+}
+
+class PausedRecordingTest : public RecordingObserverTest {
+protected:
+    PausedRecordingTest()
+    {
+        observer->onPauseChange = [this](bool isPaused) { pauses.push_back(isPaused); };
+        observer->onFileChange = [this] { ++changes; };
+    }
+
+    Result<RecordingObserver::PauseOutcome> setPaused(std::optional<bool> isPaused, std::chrono::seconds after)
+    {
+        return observer->setPaused(isPaused, began + after);
+    }
+
+    void beginPausableFile()
+    {
+        began = MonotonicClock::now();
+        beginFile();
+    }
+
+    [[nodiscard]] double elapsed(std::chrono::seconds after) const
+    {
+        return std::chrono::duration<double>{observer->progress(began + after)->elapsed}.count();
+    }
+
+    using Outcome = RecordingObserver::PauseOutcome;
+    MonotonicTime began;
+    std::vector<bool> pauses;
+    int changes = 0;
+};
+
+TEST_F(PausedRecordingTest, WhereNothingIsRecordedNothingIsPaused)
+{
+    const auto refused = setPaused(true, std::chrono::seconds{0});
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().localizedDescription, "Nothing is being recorded.");
+    beginPausableFile();
+    finishFile();
+    EXPECT_FALSE(setPaused(false, std::chrono::seconds{1}));
+    EXPECT_FALSE(setPaused(std::nullopt, std::chrono::seconds{1}));
+    EXPECT_THAT(pauses, IsEmpty());
+}
+
+TEST_F(PausedRecordingTest, TheFileIsPausedAndGoesOnWhenThatIsAskedForAndTheLengthIsThatOfWhatIsRecorded)
+{
+    using namespace std::chrono_literals;
+    beginPausableFile();
+    EXPECT_EQ(setPaused(false, 5s), Outcome::wasNotPaused);
+    EXPECT_EQ(setPaused(true, 10s), Outcome::paused);
+    EXPECT_EQ(setPaused(true, 20s), Outcome::wasPaused);
+    EXPECT_TRUE(observer->progress(began + 25s)->isPaused);
+    EXPECT_NEAR(elapsed(25s), 10, 1);
+    EXPECT_EQ(setPaused(std::nullopt, 30s), Outcome::resumed);
+    EXPECT_FALSE(observer->progress(began + 31s)->isPaused);
+    EXPECT_NEAR(elapsed(35s), 15, 1);
+    EXPECT_EQ(setPaused(std::nullopt, 40s), Outcome::paused);
+    EXPECT_NEAR(elapsed(3600s), 20, 1);
+    const auto& writer = *writers->writers.back();
+    EXPECT_THAT(writer.pauses, ElementsAre(liveTime(began + 10s), liveTime(began + 40s)));
+    EXPECT_THAT(writer.resumes, ElementsAre(liveTime(began + 30s)));
+    EXPECT_THAT(pauses, ElementsAre(true, false, true));
+    EXPECT_EQ(changes, 4) << "the file's beginning is the first";
+}
+
+TEST_F(PausedRecordingTest, ARecordingThatFollowsOneThatWasPausedIsNot)
+{
+    using namespace std::chrono_literals;
+    beginPausableFile();
+    ASSERT_TRUE(setPaused(true, 10s));
+    finishFile();
+    EXPECT_FALSE(observer->progress());
+    beginPausableFile();
+    EXPECT_FALSE(observer->progress()->isPaused);
+    EXPECT_NEAR(elapsed(60s), 60, 1);
+    EXPECT_THAT(writers->writers.back()->pauses, IsEmpty());
+}
+
+TEST_F(PausedRecordingTest, WhatAPauseLeavesOutIsNeitherWrittenNorLost)
+{
+    capture();
+    makeSession();
+    beginPausableFile();
+    append(test::videoSample(100, true));
+    encode(3, 0, false);
+    append(test::videoSample(101, false));
+    ASSERT_TRUE(observer->lostPictures());
+    EXPECT_EQ(observer->lostPictures()->lost, 3U);
+    ASSERT_TRUE(setPaused(true, std::chrono::seconds{1}));
+    append(test::videoSample(102, false));
+    encode(100, 0, false);
+    append(test::videoSample(103, false));
+    EXPECT_EQ(observer->lostPictures()->lost, 3U);
+    EXPECT_EQ(observer->lostPictures()->ofAll, 5U);
+    ASSERT_TRUE(setPaused(false, std::chrono::seconds{2}));
+    append(test::videoSample(104, true));
+    encode(2, 0, false);
+    append(test::videoSample(105, false));
+    EXPECT_EQ(observer->lostPictures()->lost, 5U);
+    EXPECT_EQ(observer->lostPictures()->ofAll, 9U);
 }
 
 TEST_F(RecordingObserverTest, TheStreamIsTheOneThatWasMade)

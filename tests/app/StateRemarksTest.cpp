@@ -35,6 +35,14 @@ TEST(StateRemarks, ARecordingsLengthAndSizeAreTheTooltipsSecondLine)
     EXPECT_EQ(stateCaption(said), "1:05, 12.3 MB so far");
 }
 
+TEST(StateRemarks, APausedRecordingIsSaidToBe)
+{
+    const auto said = remarks({.state = recording, .progress = RecordingProgress{65s, 12'340'000, true}, .isRecording = true});
+    EXPECT_TRUE(said.isPaused);
+    EXPECT_THAT(toolTip(said), HasSubstr("\nRecording paused at 1:05, 12.3 MB so far\n"));
+    EXPECT_EQ(stateCaption(said), "Paused at 1:05, 12.3 MB so far");
+}
+
 TEST(StateRemarks, ALengthIsNotSaidBeforeItIsReachedNorASizeBeforeThereIsOne)
 {
     EXPECT_EQ(remarks({.state = recording, .progress = RecordingProgress{59'999ms, 0}}).progress, "0:59");

@@ -404,6 +404,50 @@ TEST_F(WindowSelectionServiceTest, OfManyWindowsTheFirst256HaveIcons)
     EXPECT_EQ(content->iconQuestions[0].windowIDs.back(), 256U);
 }
 
+TEST_F(WindowSelectionServiceTest, TellsWhichWindowsSoundWhileThatIsFollowed)
+{
+    content->tellsOfSounds = true;
+    int changes = 0;
+    service.followSounds([&] { ++changes; });
+    EXPECT_EQ(content->soundObservations, 1);
+    auto playing = makeWindow(1, "A", "a");
+    playing.owningApplication->processID = 100;
+    auto quiet = makeWindow(2, "B", "b");
+    quiet.owningApplication->processID = 200;
+    // It may be known what plays before it is known which windows there are.
+    content->soundsChanged({{110, 100}});
+    executor->runAll();
+    EXPECT_FALSE(service.isSounding(1));
+    refresh({playing, quiet});
+    EXPECT_TRUE(service.isSounding(1));
+    EXPECT_FALSE(service.isSounding(2));
+    EXPECT_EQ(changes, 1);
+    content->soundsChanged({{110, 100}, {111, 100}});
+    executor->runAll();
+    EXPECT_EQ(changes, 1) << "the same windows";
+    content->soundsChanged({{200}});
+    EXPECT_TRUE(service.isSounding(1)) << "not on another thread";
+    executor->runAll();
+    EXPECT_FALSE(service.isSounding(1));
+    EXPECT_TRUE(service.isSounding(2));
+    EXPECT_EQ(changes, 2);
+
+    service.stopFollowingSounds();
+    EXPECT_EQ(content->soundObservations, 0);
+    EXPECT_FALSE(service.isSounding(2));
+    content->soundsChanged({{100}});
+    executor->runAll();
+    EXPECT_FALSE(service.isSounding(1)) << "on its way when the observation ended";
+    EXPECT_EQ(changes, 2);
+}
+
+TEST_F(WindowSelectionServiceTest, WhereTheDesktopTellsOfNoSoundsNothingSounds)
+{
+    service.followSounds([] { ADD_FAILURE(); });
+    refresh({makeWindow(1, "A", "a")});
+    EXPECT_FALSE(service.isSounding(1));
+}
+
 TEST_F(WindowSelectionServiceTest, WhereTheDesktopTellsOfNoIconsNoneAreLookedFor)
 {
     EXPECT_TRUE(service.hasIcons());

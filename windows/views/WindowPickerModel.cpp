@@ -83,6 +83,10 @@ void WindowPickerModel::viewWillAppear()
     setSearchText({});
     setSelectedID(std::nullopt);
     emit appeared();
+    windowService_->followSounds([weak = self_.weak()] {
+        if (const auto self = weak.lock(); self && self->rowCount() > 0)
+            emit self->dataChanged(self->index(0), self->index(self->rowCount() - 1), {IsSounding});
+    });
     windowService_->refreshWindows([weak = self_.weak()] {
         const auto self = weak.lock();
         if (!self)
@@ -100,6 +104,7 @@ void WindowPickerModel::viewDidDisappear()
 {
     abandonRequest();
     windowService_->stopFindingIcons();
+    windowService_->stopFollowingSounds();
     icons_.clear();
 }
 
@@ -238,6 +243,8 @@ QVariant WindowPickerModel::data(const QModelIndex& index, int role) const
         if (window.isOnScreen || windowService_->needsRequest(window.id))
             return QString{};
         return absenceText(windowService_->absence(window.id), isActive(window));
+    case IsSounding:
+        return windowService_->isSounding(window.id);
     case Icon: {
         const auto icon = icons_.find(window.id);
         return icon == icons_.end() ? QImage{} : icon->second;
@@ -250,7 +257,7 @@ QVariant WindowPickerModel::data(const QModelIndex& index, int role) const
 QHash<int, QByteArray> WindowPickerModel::roleNames() const
 {
     return {{AppName, "appName"}, {Title, "title"}, {SizeText, "sizeText"}, {Symbol, "symbol"}, {IsActive, "isActive"},
-        {Absence, "absence"}, {Icon, "applicationIcon"}};
+        {Absence, "absence"}, {Icon, "applicationIcon"}, {IsSounding, "isSounding"}};
 }
 
 QString WindowPickerModel::symbolName(const QString& appName)

@@ -37,7 +37,7 @@ class WindowPickerModel final : public QAbstractListModel {
     Q_PROPERTY(velmora::SoundChoiceModel* sound READ sound CONSTANT)
 
 public:
-    enum Role { AppName = Qt::UserRole, Title, SizeText, Symbol, IsActive, Absence, Icon };
+    enum Role { AppName = Qt::UserRole, Title, SizeText, Symbol, IsActive, Absence, Icon, IsSounding };
 
     WindowPickerModel(std::shared_ptr<WindowSelectionService> windowService, CaptureCoordinator& coordinator, QObject* parent = nullptr);
 

@@ -241,6 +241,7 @@ Rectangle {
                     required property bool isActive
                     required property string absence
                     required property var applicationIcon
+                    required property bool isSounding
 
                     width: ListView.view.width
                     topPadding: 4
@@ -248,7 +249,7 @@ Rectangle {
                     gutter: scrollBar.visible ? scrollBar.width - 2 : 0
                     highlighted: ListView.isCurrentItem
                     showsFocus: highlighted && ListView.view.activeFocus
-                    text: [Theme.oneLine(appName), Theme.oneLine(title), sizeText, absence, isActive ? "Active" : ""].filter(part => part !== "").join(", ")
+                    text: [Theme.oneLine(appName), Theme.oneLine(title), sizeText, absence, isSounding ? "Plays sound" : "", isActive ? "Active" : ""].filter(part => part !== "").join(", ")
                     onClicked: root.model.select(index)
                     onDoubleClicked: root.model.start()
 
@@ -304,6 +305,31 @@ Rectangle {
                                     line: row.absence
                                     color: Theme.tip
                                     font: Theme.captionFont
+                                }
+                            }
+                        }
+                        Item {
+                            id: soundMark
+
+                            Layout.preferredWidth: 20
+                            Layout.preferredHeight: 20
+                            visible: row.isSounding
+
+                            Symbol {
+                                anchors.centerIn: parent
+                                name: "speaker.wave.2"
+                                color: Theme.secondaryText
+                                size: 16
+                            }
+                            HoverHandler {
+                                id: soundHover
+                            }
+                            Loader {
+                                active: soundHover.hovered
+                                sourceComponent: ToolTip {
+                                    parent: soundMark
+                                    text: "Plays sound"
+                                    visible: true
                                 }
                             }
                         }

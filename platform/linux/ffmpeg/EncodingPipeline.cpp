@@ -46,6 +46,8 @@ int EncodingPipeline::prepare(const VideoEncoderSettings& settings)
     if (!encoder)
         return encoder.error();
     encoder_ = std::move(*encoder);
+    // All encoders begin with the same number, which the key frame that was put out last may have.
+    isFirstNumberTaken_ = format_ && encoder_->alternatesKeyFrames() && (stillKeyFrames_.isNumberTaken() ? !nextNumber_ : nextNumber_);
     nextNumber_ = false;
     converter_.emplace(width_, height_, encoder_->layout());
     stillKeyFrames_ = {};
@@ -128,6 +130,11 @@ int EncodingPipeline::encodeAnew(engine::PendingPicture picture, std::int64_t en
         if (const int status = bringEncoderBack(encoderTime - 1))
             return status;
     }
+    if (isFirstNumberTaken_) {
+        if (const int status = makeUnseenKeyFrame(encoderTime - 1))
+            return status;
+        isFirstNumberTaken_ = false;
+    }
     const bool asKeyFrame = needsKeyFrame(time);
     const int status = encoder_->encode(*frame, encoderTime, asKeyFrame, packets_);
     if (status == 0 && asKeyFrame)
@@ -147,18 +154,24 @@ void EncodingPipeline::keyFrameWasMade(MediaTime presentationTimeStamp)
 int EncodingPipeline::bringEncoderBack(std::int64_t encoderTime)
 {
     if (stillKeyFrames_.isNumberTaken()) {
-        const AvFrame black = makeBlackFrame(encoder_->layout(), engine::paddedToEven(width_), engine::paddedToEven(height_));
-        if (!black)
-            return AVERROR(ENOMEM);
-        const int status = encoder_->encode(*black, encoderTime, true, packets_);
-        packets_.clear();
-        if (status != 0)
+        if (const int status = makeUnseenKeyFrame(encoderTime))
             return status;
-        nextNumber_ = !nextNumber_;
     }
     stillKeyFrames_.encoderIsBack();
     lastKeyFrameTime_ = MediaTime::invalid();
     return 0;
+}
+
+int EncodingPipeline::makeUnseenKeyFrame(std::int64_t encoderTime)
+{
+    const AvFrame black = makeBlackFrame(encoder_->layout(), engine::paddedToEven(width_), engine::paddedToEven(height_));
+    if (!black)
+        return AVERROR(ENOMEM);
+    const int status = encoder_->encode(*black, encoderTime, true, packets_);
+    packets_.clear();
+    if (status == 0)
+        nextNumber_ = !nextNumber_;
+    return status;
 }
 
 /// Has an encoder opened that tries as hard as is wanted.

@@ -63,6 +63,7 @@ private:
     bool repeatKeyFrame(const engine::PendingPicture& picture, std::int64_t encoderTime);
     int encodeAnew(engine::PendingPicture picture, std::int64_t encoderTime);
     int bringEncoderBack(std::int64_t encoderTime);
+    int makeUnseenKeyFrame(std::int64_t encoderTime);
     void followEffort(const VideoEncoderSettings& settings);
     bool changeEncoder(MediaTime presentationTimeStamp, std::int64_t encoderTime);
     bool makeReady(VideoEncoder& next, std::int64_t encoderTime);
@@ -80,6 +81,7 @@ private:
     std::uint64_t droppedInAll_ = 0;
     std::unique_ptr<VideoEncoder> encoder_;
     bool nextNumber_ = false;  ///< of the encoder's two for key frames
+    bool isFirstNumberTaken_ = false;  ///< the encoder is new, and its first key frame would have the number of the last one before it
     std::optional<PictureConverter> converter_;
     engine::StillKeyFrames stillKeyFrames_;
     engine::OutputOrder<Outcome> order_;

@@ -14,11 +14,11 @@ namespace {
 constexpr pa_usec_t patience = 2'000'000;
 constexpr const char* errorDomain = "Velmora.PulseSoundStreams";
 
-/// One look at the server. The callbacks run on the loop's thread, under its lock.
-class Look {
+/// One look at the server, or one after another as its streams change. The callbacks run on the loop's thread, under its lock.
+class Look final : public engine::SoundStreamWatch {
 public:
-    Look() = default;
-    ~Look()
+    explicit Look(Changed changed = {}) : changed_(std::move(changed)) { }
+    ~Look() override
     {
         if (loop_)
             pa_threaded_mainloop_stop(loop_.get());
@@ -36,8 +36,13 @@ private:
     void onState();
     void onServer(const pa_server_info* info);
     void onSinkInput(const pa_sink_input_info* info, int end);
+    void list();
+    void follow();
     void end(int error);
 
+    const Changed changed_;  ///< empty: one look is enough
+    bool isListing_ = false;
+    bool hasChanged_ = false;  ///< since the list was asked for
     std::vector<engine::SoundStream> streams_;
     bool isOver_ = false;
     int error_ = PA_OK;
@@ -77,8 +82,11 @@ Result<std::vector<engine::SoundStream>> Look::take()
 void Look::onState()
 {
     const auto state = pa_context_get_state(context_.get());
-    if (!PA_CONTEXT_IS_GOOD(state))
+    if (!PA_CONTEXT_IS_GOOD(state)) {
+        if (isOver_ && error_ == PA_OK && changed_)
+            changed_({});
         return end(PA_ERR_CONNECTIONREFUSED);
+    }
     if (state != PA_CONTEXT_READY)
         return;
     PulseOperationHandle{pa_context_get_server_info(
@@ -89,6 +97,30 @@ void Look::onServer(const pa_server_info* info)
 {
     if (!info || (info->server_name && std::string_view{info->server_name}.find("PipeWire") != std::string_view::npos))
         return end(info ? PA_ERR_NOTSUPPORTED : PA_ERR_UNKNOWN);
+    if (changed_)
+        follow();
+    list();
+}
+
+/// Before the list, so that no stream falls between the two.
+void Look::follow()
+{
+    pa_context_set_subscribe_callback(
+        context_.get(),
+        [](pa_context*, pa_subscription_event_type_t, std::uint32_t, void* data) {
+            auto& self = *static_cast<Look*>(data);
+            if (!std::exchange(self.hasChanged_, true) && !self.isListing_)
+                self.list();
+        },
+        this);
+    PulseOperationHandle{pa_context_subscribe(context_.get(), PA_SUBSCRIPTION_MASK_SINK_INPUT, nullptr, nullptr)};
+}
+
+void Look::list()
+{
+    isListing_ = true;
+    hasChanged_ = false;
+    streams_.clear();
     PulseOperationHandle{pa_context_get_sink_input_info_list(
         context_.get(),
         [](pa_context*, const pa_sink_input_info* input, int eol, void* self) { static_cast<Look*>(self)->onSinkInput(input, eol); },
@@ -97,9 +129,21 @@ void Look::onServer(const pa_server_info* info)
 
 void Look::onSinkInput(const pa_sink_input_info* info, int eol)
 {
-    if (eol != 0)
+    if (eol != 0) {
+        isListing_ = false;
+        if (eol > 0 && changed_)
+            changed_(streams_);
+        if (hasChanged_)
+            list();
         return end(eol > 0 ? PA_OK : PA_ERR_UNKNOWN);
-    streams_.push_back({identityOf(*info), info->name ? info->name : "", info->corked == 0});
+    }
+    streams_.push_back({
+        .identity = identityOf(*info),
+        .mediaName = info->name ? info->name : "",
+        .isPlaying = info->corked == 0,
+        .isMuted = info->mute != 0 || (info->has_volume != 0 && pa_cvolume_is_muted(&info->volume) != 0),
+        .isPassedThrough = info->format && pa_format_info_is_pcm(info->format) == 0,
+    });
 }
 
 void Look::end(int error)
@@ -116,6 +160,14 @@ void Look::end(int error)
 Result<std::vector<engine::SoundStream>> listPulseSoundStreams()
 {
     return Look{}.take();
+}
+
+Result<std::unique_ptr<engine::SoundStreamWatch>> watchPulseSoundStreams(engine::SoundStreamWatch::Changed changed)
+{
+    auto look = std::make_unique<Look>(std::move(changed));
+    if (auto first = look->take(); !first)
+        return fail(std::move(first.error()));
+    return look;
 }
 
 bool isOfPipeWire(const Error& error)

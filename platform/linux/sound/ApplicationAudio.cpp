@@ -176,6 +176,19 @@ Result<std::vector<engine::SoundStream>> listSoundStreams()
     return listPipeWireSoundStreams();
 }
 
+Result<std::vector<engine::SoundStream>> listEverySoundStream()
+{
+    auto streams = listPulseSoundStreams();
+    auto others = listPipeWireSoundStreams();
+    if (!streams)
+        return others;
+    for (auto& other : others.value_or(std::vector<engine::SoundStream>{})) {
+        other.isOfAnotherServer = true;
+        streams->push_back(std::move(other));
+    }
+    return streams;
+}
+
 Result<std::string> soundServerName()
 {
     if (listPulseSoundStreams())

@@ -20,6 +20,9 @@ namespace velmora::linux_backend {
 /// thread.
 [[nodiscard]] Result<std::vector<engine::SoundStream>> listSoundStreams();
 
+/// The same, and where PulseAudio is that server those of a PipeWire beside it too, marked as another's.
+[[nodiscard]] Result<std::vector<engine::SoundStream>> listEverySoundStream();
+
 /// The name of that server. The same otherwise.
 [[nodiscard]] Result<std::string> soundServerName();
 

@@ -489,8 +489,10 @@ struct X11ShareableContent::State {
     }
 };
 
-X11ShareableContent::X11ShareableContent(std::string displayName, DesktopEntries entries, ThemedIcon themedIcon)
-    : state_(std::make_shared<State>(std::move(displayName), std::move(entries), std::move(themedIcon)))
+X11ShareableContent::X11ShareableContent(
+    std::string displayName, DesktopEntries entries, ThemedIcon themedIcon, std::shared_ptr<platform::SoundActivity> soundActivity)
+    : soundActivity_(std::move(soundActivity))
+    , state_(std::make_shared<State>(std::move(displayName), std::move(entries), std::move(themedIcon)))
     , queue_("com.velmora.x11.windowList")
     , iconQueue_("com.velmora.x11.windowIcons", SerialQueue::QualityOfService::utility)
 {

@@ -3,6 +3,7 @@
 
 #include "base/SerialQueue.h"
 #include "platform/ShareableContent.h"
+#include "platform/SoundActivity.h"
 #include "platform/WindowIcons.h"
 #include "platform/linux/x11/DesktopEntries.h"
 
@@ -29,12 +30,13 @@ public:
     using ThemedIcon = std::function<std::optional<platform::ApplicationIcon>(const std::string& icon, const std::string& theme, int side)>;
 
     /// `displayName` as in DISPLAY; empty: that variable. Without `themedIcon` only the icons count that windows bring themselves.
-    explicit X11ShareableContent(
-        std::string displayName = "", DesktopEntries entries = DesktopEntries::fromEnvironment(), ThemedIcon themedIcon = {});
+    explicit X11ShareableContent(std::string displayName = "", DesktopEntries entries = DesktopEntries::fromEnvironment(),
+        ThemedIcon themedIcon = {}, std::shared_ptr<platform::SoundActivity> soundActivity = nullptr);
 
     void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly, Completion completion) override;
 
     [[nodiscard]] platform::WindowIcons* icons() override { return this; }
+    [[nodiscard]] platform::SoundActivity* soundActivity() override { return soundActivity_.get(); }
 
     /// The icon of the window's desktop entry, else its own. Where an icon cannot be read, that of the next window is.
     void findIcons(std::vector<std::uint32_t> windowIDs, int side, Found found) override;
@@ -42,6 +44,7 @@ public:
 private:
     struct State;
 
+    const std::shared_ptr<platform::SoundActivity> soundActivity_;
     std::shared_ptr<State> state_;  // kept by the queues' work
     SerialQueue queue_;
     SerialQueue iconQueue_;

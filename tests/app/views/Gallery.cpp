@@ -85,7 +85,8 @@ struct NoAlerts final : AlertPresenter {
 };
 
 struct StatusFixture : CoordinatorFixture {
-    MenuBarController menuBar{{*coordinator, *library, workspace, std::make_shared<NoAlerts>(), std::make_shared<NoPresenter>(), [] {}},
+    MenuBarController menuBar{
+        {*coordinator, *library, workspace, std::make_shared<NoAlerts>(), std::make_shared<NoPresenter>(), [] {}, [] {}},
         std::make_unique<NoStatusItem>()};
     StatusModel model{menuBar, *coordinator};
 };
@@ -120,6 +121,8 @@ void drawSmallWindow(const Gallery& gallery)
     fixture.coordinator->startRecording();
     fixture.menuBar.setRemarks({.progress = "0:32, 31.7 MB so far"});
     draw("small-window-recording");
+    fixture.menuBar.setRemarks({.progress = "0:32, 31.7 MB so far", .isPaused = true});
+    draw("small-window-paused");
 }
 
 void drawMenus(const Gallery& gallery)

@@ -19,6 +19,8 @@ namespace {
 using test::film;
 using test::ViewTestWindow;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 struct NoStatusItem final : StatusItem {
     void setToolTip(const std::string&) override { }
@@ -104,10 +106,11 @@ protected:
     }
 
     bool isQuit = false;
+    int pauses = 0;
     std::shared_ptr<LoggedPresenter> presenter = std::make_shared<LoggedPresenter>();
     std::shared_ptr<LoggedAlerts> alerts = std::make_shared<LoggedAlerts>();
-    MenuBarController menuBar{
-        {*coordinator, *library, workspace, alerts, presenter, [this] { isQuit = true; }}, std::make_unique<NoStatusItem>()};
+    MenuBarController menuBar{{*coordinator, *library, workspace, alerts, presenter, [this] { isQuit = true; }, [this] { ++pauses; }},
+        std::make_unique<NoStatusItem>()};
     StatusModel model{menuBar, *coordinator};
     std::optional<ViewTestWindow> window;
 };
@@ -141,6 +144,32 @@ TEST_F(StatusViewTest, ItLeadsToAllClipsWhichTheMenuOfTheTrayDoesNot)
     EXPECT_THAT(presenter->log, ElementsAre("clips"));
     for (const auto& item : menuBar.menuNeedsUpdate())
         EXPECT_NE(item.action, MenuAction::showClips) << item.title;
+}
+
+TEST_F(StatusViewTest, ARecordingCanBePausedThereAndNothingElse)
+{
+    const auto titles = [this] {
+        std::string all;
+        for (int row = 0; row < model.rowCount(); ++row)
+            all += model.data(model.index(row), StatusModel::Title).toString().toStdString() + '|';
+        return all;
+    };
+    show();
+    EXPECT_THAT(titles(), Not(HasSubstr("Pause")));
+    menuBar.setRemarks({.progress = "0:32"});
+    EXPECT_THAT(titles(), HasSubstr("⏺️ Start Recording Live Clip|⏸️ Pause Recording||"));
+    goTo("⏸️ Pause Recording");
+    window->type(Qt::Key_Return);
+    EXPECT_EQ(pauses, 1);
+    menuBar.setRemarks({.progress = "0:32", .isPaused = true});
+    EXPECT_THAT(titles(), HasSubstr("▶️ Resume Recording|"));
+    EXPECT_EQ(focused(), QString::fromUtf8("▶️ Resume Recording")) << "whoever was at the row stays there";
+    window->type(Qt::Key_Space, QStringLiteral(" "));
+    EXPECT_EQ(pauses, 2);
+    menuBar.setRemarks({});
+    EXPECT_THAT(titles(), Not(HasSubstr("Resume")));
+    for (const auto& item : menuBar.menuNeedsUpdate())
+        EXPECT_NE(item.action, MenuAction::togglePause) << item.title;
 }
 
 TEST_F(StatusViewTest, AKeyWithoutItsModifierDoesNothing)

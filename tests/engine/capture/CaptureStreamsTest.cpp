@@ -126,6 +126,14 @@ protected:
             {.makeVideoSource = [this](auto&, auto&) { return std::make_unique<ScriptedVideo>(video); },
                 .makeAudioSource = [this]() -> std::unique_ptr<AudioSource> { return std::make_unique<ScriptedAudio>(audio); },
                 .shareableContent = content,
+                .listSoundStreams = listSoundStreams,
+                .processes = {.record =
+                                  [](auto) {
+                                      return std::optional{ProcessRecord{1, 1}};
+                                  },
+                    .executable = {},
+                    .now = [] { return std::uint64_t{2}; },
+                    .own = 7},
                 .keyFrameRequests = requests})
                      ->makeStream(platform::ContentFilter::desktopIndependentWindow(window), configuration, receiver);
         ASSERT_TRUE(stream->addStreamOutput(receiver, StreamOutputType::screen, pictures));
@@ -153,7 +161,15 @@ protected:
         sounds->runAll();
     }
 
+    std::optional<platform::UnheardReason> whySilent()
+    {
+        std::promise<std::optional<platform::UnheardReason>> answer;
+        stream->explainSilence([&](auto reason) { answer.set_value(reason); });
+        return answer.get_future().get();
+    }
+
     KeyFrameRequests requests;
+    std::function<Result<std::vector<SoundStream>>()> listSoundStreams;
     bool capturesAudio = true;
     std::shared_ptr<SourceState> video = std::make_shared<SourceState>();
     std::shared_ptr<SourceState> audio = std::make_shared<SourceState>();
@@ -180,6 +196,48 @@ TEST_F(LinuxCaptureStreamTest, DeliversPicturesAndSoundOnTheirOwnQueues)
     sounds->runAll();
     ASSERT_EQ(receiver->received.size(), 2U);
     EXPECT_EQ(receiver->received[1].second, sound);
+    stop();
+}
+
+TEST_F(LinuxCaptureStreamTest, SaysWhyNothingIsHeardOfItsWindowsApplication)
+{
+    using platform::UnheardReason;
+    std::vector<SoundStream> streams{{.identity = {42, true, "Player", "player", {}}, .mediaName = {}, .isPlaying = true, .isMuted = true}};
+    bool isServed = true;
+    listSoundStreams = [&]() -> Result<std::vector<SoundStream>> {
+        return isServed ? Result<std::vector<SoundStream>>{streams} : fail("Test", 1, "No server.");
+    };
+    make();
+    ASSERT_TRUE(start());
+    EXPECT_EQ(whySilent(), UnheardReason::muted);
+    streams.front().isMuted = false;
+    EXPECT_EQ(whySilent(), std::nullopt);
+    // Of the same name, but not below the window's process; the only window there is belongs to another.
+    streams.front().identity.processID = 43;
+    EXPECT_EQ(whySilent(), UnheardReason::noStream);
+    content->content.windows.push_back(
+        {.windowID = 6, .title = {}, .frame = {}, .owningApplication = platform::RunningApplication{"player", "Player", 43}});
+    EXPECT_EQ(whySilent(), std::nullopt) << "it plays for its own window";
+    isServed = false;
+    EXPECT_EQ(whySilent(), UnheardReason::noServer);
+    stop();
+}
+
+TEST_F(LinuxCaptureStreamTest, NobodyIsAskedWhyAStreamWithoutSoundIsSilent)
+{
+    listSoundStreams = []() -> Result<std::vector<SoundStream>> { return fail("Test", 1, "No server."); };
+    capturesAudio = false;
+    make();
+    ASSERT_TRUE(start());
+    EXPECT_EQ(whySilent(), std::nullopt);
+    stop();
+}
+
+TEST_F(LinuxCaptureStreamTest, WhereNobodyKnowsTheStreamsOfSoundNothingIsSaid)
+{
+    make();
+    ASSERT_TRUE(start());
+    EXPECT_EQ(whySilent(), std::nullopt);
     stop();
 }
 

@@ -49,13 +49,13 @@ struct Writing {
     std::shared_ptr<platform::AssetWriterInput> audio;
 };
 
-inline Writing begin(std::shared_ptr<platform::AssetWriter> writer)
+inline Writing begin(std::shared_ptr<platform::AssetWriter> writer, const FormatDescriptionRef& format = clip().format)
 {
     Writing writing{std::move(writer), nullptr, nullptr};
     writing.audio = writing.writer->makeInput(MediaType::audio, platform::AudioOutputSettings{}, nullptr);
     if (writing.writer->canAdd(*writing.audio))
         writing.writer->add(writing.audio);
-    writing.video = writing.writer->makeInput(MediaType::video, std::nullopt, clip().format);
+    writing.video = writing.writer->makeInput(MediaType::video, std::nullopt, format);
     EXPECT_TRUE(writing.writer->canAdd(*writing.video));
     writing.writer->add(writing.video);
     EXPECT_TRUE(writing.writer->startWriting());

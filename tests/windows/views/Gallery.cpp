@@ -65,6 +65,17 @@ void drawWindows(const Gallery& gallery)
     fixture.content->content.windows.back().isMinimised = true;
     fixture.appear();
     gallery.draw("picker-three", window);
+    // The first two play, by their processes.
+    fixture.content->tellsOfSounds = true;
+    fixture.content->content.windows[2].owningApplication->processID = 1;
+    fixture.appear();
+    fixture.coordinator->selectWindowAndStartCapture(fixture.model.filteredWindows().front());
+    fixture.content->soundsChanged({{4242}});
+    fixture.executor->runAll();
+    gallery.draw("picker-sounding", window);
+    fixture.coordinator->stopCapture();
+    fixture.content->soundsChanged({});
+    fixture.executor->runAll();
     for (std::uint32_t id = 4; id < 12; ++id)
         fixture.add(id, ("Application " + std::to_string(id)).c_str(), "A film");
     fixture.coordinator->selectWindowAndStartCapture(fixture.model.filteredWindows().front());

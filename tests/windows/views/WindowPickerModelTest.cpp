@@ -60,6 +60,32 @@ TEST_F(WindowPickerModelTest, QueriesWhenItAppearsAndSelectsTheFirstWindow)
     EXPECT_EQ(model.selectedRow(), 0);
 }
 
+TEST_F(WindowPickerModelTest, MarksWhatSoundsWhileItIsShownAndAsksNobodyOtherwise)
+{
+    content->tellsOfSounds = true;
+    list({window(1, "Alpha", "a"), window(2, "Beta", "b")});
+    content->content.windows[0].owningApplication->processID = 100;
+    content->content.windows[1].owningApplication->processID = 200;
+    EXPECT_EQ(content->soundObservations, 0);
+    appear();
+    EXPECT_EQ(content->soundObservations, 1);
+    EXPECT_FALSE(cell(0, WindowPickerModel::IsSounding).toBool());
+    int changes = 0;
+    QObject::connect(&model, &WindowPickerModel::dataChanged, &model, [&](const QModelIndex&, const QModelIndex&, const QList<int>& roles) {
+        changes += roles.contains(WindowPickerModel::IsSounding) ? 1 : 0;
+    });
+    content->soundsChanged({{210, 200}});
+    executor->runAll();
+    EXPECT_EQ(changes, 1);
+    EXPECT_FALSE(cell(0, WindowPickerModel::IsSounding).toBool());
+    EXPECT_TRUE(cell(1, WindowPickerModel::IsSounding).toBool());
+    EXPECT_EQ(model.selectedRow(), 0) << "whoever is at a row stays there";
+    model.viewDidDisappear();
+    EXPECT_EQ(content->soundObservations, 0);
+    appear();
+    EXPECT_EQ(content->soundObservations, 1);
+}
+
 TEST_F(WindowPickerModelTest, WithNothingListedAndNothingSelectedItCannotStart)
 {
     appear();

@@ -145,6 +145,34 @@ TEST_F(WindowPickerViewTest, WithoutWindowsItSaysWhatToDoAndStartsNothing)
     EXPECT_FALSE(window->button(QStringLiteral("Start Clipping This Window")).isEnabled());
 }
 
+TEST_F(WindowPickerViewTest, AWindowWhoseApplicationPlaysHasAMarkWhichItsRowSaysToo)
+{
+    const auto saysSo = [this] {
+        int rows = 0;
+        window->forEachVisible([&](QQuickItem& item) {
+            auto* accessible = QAccessible::queryAccessibleInterface(&item);
+            rows += accessible && accessible->text(QAccessible::Name).contains(QStringLiteral(", Plays sound")) ? 1 : 0;
+        });
+        return rows;
+    };
+    content->tellsOfSounds = true;
+    appearWithThree();
+    static_cast<void>(window->grab());
+    EXPECT_FALSE(window->pictures().contains(QStringLiteral("speaker.wave.2")));
+    EXPECT_EQ(saysSo(), 0);
+    content->content.windows[1].owningApplication->processID = 77;
+    model.refreshWindows();
+    content->soundsChanged({{77}});
+    executor->runAll();
+    static_cast<void>(window->grab());
+    EXPECT_EQ(window->pictures().count(QStringLiteral("speaker.wave.2")), 1);
+    EXPECT_EQ(saysSo(), 1);
+    content->soundsChanged({});
+    executor->runAll();
+    static_cast<void>(window->grab());
+    EXPECT_FALSE(window->pictures().contains(QStringLiteral("speaker.wave.2")));
+}
+
 TEST_F(WindowPickerViewTest, TheWindowThatIsCapturedHasABadgeAndNoOther)
 {
     appearWithThree();

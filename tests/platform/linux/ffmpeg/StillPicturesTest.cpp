@@ -170,6 +170,29 @@ TEST_F(StillPicturesTest, AFailureAsThePictureMovesAgainIsMadeUpForByAKeyFrame)
     expectEachShowsItsPicture();
 }
 
+TEST_F(StillPicturesTest, AnEncoderThatTakesABrokenOnesPlaceBeginsWithAnotherNumberThanTheLastKeyFrames)
+{
+    // Whichever of the two numbers that was, and whether or not it was put out again.
+    for (int rests = 1; rests < 8; ++rests) {
+        move();
+        restTimes(rests);
+        ASSERT_TRUE(isKeyFrame(*samples_.back()));
+        const auto last = testing::numberOfKeyFrame(*samples_.back());
+        const auto opened = log_.opened.size();
+        for (int i = 0; i < 10; ++i) {
+            log_.failingCall = log_.encoded;
+            move();
+        }
+        log_.failingCall = -1;
+        move();
+        EXPECT_EQ(log_.opened.size(), opened + 1);
+        ASSERT_TRUE(isKeyFrame(*samples_.back()));
+        EXPECT_NE(testing::numberOfKeyFrame(*samples_.back()), last) << rests;
+    }
+    expectEachShowsItsPicture();
+    expectNeighboursHaveOtherNumbers();
+}
+
 TEST_F(StillPicturesTest, AnEncoderWhoseKeyFramesAreNumberedOtherwiseMakesEveryPicture)
 {
     log_.alternates = false;

@@ -82,10 +82,64 @@ TEST(SoundStreams, OfARealPulseAudioServerAreListed)
     EXPECT_EQ(playing->identity.binary, "pacat");
 }
 
+bool isMuted(const engine::SoundStream& stream)
+{
+    return stream.isPlaying && stream.isMuted;
+}
+
+bool isHeard(const engine::SoundStream& stream)
+{
+    return stream.isPlaying && !stream.isMuted;
+}
+
+/// `pactl` with the one stream that plays.
+void change(const std::string& command, const std::string& value)
+{
+    const auto listed = test::outputOf({"pactl", "list", "short", "sink-inputs"});
+    ASSERT_FALSE(listed.empty());
+    test::outputOf({"pactl", command, listed.substr(0, listed.find('\t')), value});
+}
+
+/// A stream that is muted, or turned all the way down, is told from one that plays, whichever the server.
+void expectMutesAreSeen(const test::PrivateSession& session)
+{
+    test::writeTone(session.directory() / "tone.wav", 440, 60);
+    const ChildProcess player{{"paplay", (session.directory() / "tone.wav").string()}};
+    const auto await = [&](const auto& condition) { return awaitStream(listEverySoundStream, player.processID(), condition).has_value(); };
+    ASSERT_TRUE(await(isHeard));
+    change("set-sink-input-mute", "1");
+    EXPECT_TRUE(await(isMuted));
+    change("set-sink-input-mute", "0");
+    EXPECT_TRUE(await(isHeard));
+    change("set-sink-input-volume", "0");
+    EXPECT_TRUE(await(isMuted));
+    change("set-sink-input-volume", "30%");
+    EXPECT_TRUE(await(isHeard));
+    // What the device does with it is not recorded.
+    test::outputOf({"pactl", "set-sink-mute", "@DEFAULT_SINK@", "1"});
+    change("set-sink-input-volume", "40%");
+    EXPECT_TRUE(await(isHeard));
+}
+
+TEST(SoundStreams, ThatAreMutedOnPipeWireAreSeenToBe)
+{
+    const test::PrivateSession session;
+    const test::PipeWireServer server{session};
+    expectMutesAreSeen(session);
+}
+
+TEST(SoundStreams, ThatAreMutedOnARealPulseAudioServerAreSeenToBe)
+{
+    const test::PrivateSession session;
+    const test::PulseServer server{session};
+    expectMutesAreSeen(session);
+}
+
 TEST(SoundStreams, WithoutAServerAreAnError)
 {
     const test::PrivateSession session;
     EXPECT_FALSE(listSoundStreams());
+    EXPECT_FALSE(listEverySoundStream());
 }
 
 }  // namespace

@@ -1,0 +1,295 @@
+// A recording that is paused and goes on, many times, of a real window with sound: what is in its clip, and whether both still fit.
+
+#include "tests/support/desktop/Controls.h"
+#include "tests/support/desktop/TrayProgram.h"
+#include "tests/support/recording/RecordedClip.h"
+#include "tests/support/recording/Subjects.h"
+#include "tests/support/sound/SoundServer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <gmock/gmock.h>
+#include <iterator>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace velmora::test {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+constexpr double nanosecond = 1e-9;
+constexpr double beat = 0.1;  ///< seconds from one click to the next
+
+struct Pause {
+    std::int64_t isKnown = 0;  ///< CLOCK_MONOTONIC nanoseconds by which the program had said that it is paused
+    std::int64_t isOver = 0;  ///< before it was told to go on
+};
+
+/// Pictures between two pauses, and how far their time in the file is from the moment at which they were shown.
+struct Stretch {
+    double from = 0;  ///< in the file
+    double to = 0;
+    std::vector<double> offsets;
+};
+
+class PauseTest : public ::testing::Test {
+protected:
+    [[nodiscard]] std::filesystem::path path(const std::string& name) const { return directory_.path() / name; }
+
+    TemporaryDirectory directory_;
+};
+
+Pause pause(TrayProgram& program, std::chrono::milliseconds duration)
+{
+    Pause pause;
+    EXPECT_EQ(program.run({"pause"}).output, "The recording is paused.\n");
+    pause.isKnown = monotonicNow();
+    record(duration);
+    pause.isOver = monotonicNow();
+    EXPECT_EQ(program.run({"resume"}).output, "The recording goes on.\n");
+    return pause;
+}
+
+/// Numbers that were painted after the first moment and replaced before the second.
+std::vector<std::uint32_t> paintedWithin(const std::map<std::uint32_t, std::int64_t>& shown, const Pause& pause)
+{
+    std::vector<std::uint32_t> numbers;
+    for (auto frame = shown.begin(); frame != shown.end(); ++frame) {
+        const auto next = std::next(frame);
+        if (frame == shown.begin() || next == shown.end())
+            continue;
+        if (std::prev(frame)->second >= pause.isKnown && next->second <= pause.isOver)
+            numbers.push_back(frame->first);
+    }
+    return numbers;
+}
+
+/// Where clicks begin, in seconds of the clip.
+std::vector<double> clickTimes(const ClipAudio& audio)
+{
+    std::vector<double> times;
+    const auto channels = static_cast<std::size_t>(audio.channelCount);
+    const std::size_t quiet = static_cast<std::size_t>(audio.sampleRate) / 25;
+    std::size_t last = 0;
+    for (std::size_t frame = 0; frame < audio.frames(); ++frame) {
+        if (std::abs(audio.samples[frame * channels]) < 0.2F)
+            continue;
+        if (times.empty() || frame - last > quiet)
+            times.push_back(audio.secondsOf(frame));
+        last = frame;
+    }
+    return times;
+}
+
+/// `furthest`: how far the sound of any stretch between fifty pauses is from where that of most is, against the pictures, in seconds.
+void recordWithFiftyPauses(const std::filesystem::path& clicksFile, double& furthest)
+{
+    constexpr std::size_t count = 50;
+    const NumberedWindow window{{"--size", "640x480", "--position", "100,100"}, clicksFile};
+    awaitPlayingStreams(1);
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.hasState("capturing"));
+    ASSERT_EQ(program.run({"toggle"}).status, 0);
+    std::vector<Pause> pauses;
+    for (std::size_t i = 0; i < count; ++i) {
+        record(std::chrono::milliseconds{330 + i * 7 % 90});
+        pauses.push_back(pause(program, std::chrono::milliseconds{150 + i * 13 % 110}));
+    }
+    record(700ms);
+    const auto saved = program.run({"toggle"});
+    ASSERT_EQ(saved.status, 0) << saved.messages;
+    const auto shown = window.shown();
+    const auto clip = readClip(saved.lastLine());
+    EXPECT_THAT(clip.complaints, IsEmpty());
+    ASSERT_TRUE(clip.video && clip.audio);
+
+    std::set<std::uint32_t> inClip;
+    std::vector<Stretch> stretches(1);
+    std::int64_t lastShown = 0;
+    double lastTime = -1;
+    for (const auto& picture : clip.video->pictures) {
+        ASSERT_TRUE(picture.reading.isReadable()) << picture.time;
+        const auto number = *picture.reading.number();
+        ASSERT_TRUE(shown.contains(number)) << picture.time;
+        EXPECT_GT(picture.time, lastTime);
+        const auto moment = shown.at(number);
+        EXPECT_GE(moment, lastShown) << "pictures keep their order";
+        while (stretches.size() <= pauses.size() && moment > pauses[stretches.size() - 1].isOver - 50'000'000
+            && static_cast<double>(moment - lastShown) * nanosecond > picture.time - lastTime + 0.1)
+            stretches.push_back({});
+        auto& stretch = stretches.back();
+        if (stretch.offsets.empty())
+            stretch.from = picture.time;
+        stretch.to = picture.time;
+        stretch.offsets.push_back(static_cast<double>(moment) * nanosecond - picture.time);
+        inClip.insert(number);
+        lastShown = moment;
+        lastTime = picture.time;
+    }
+    ASSERT_EQ(stretches.size(), pauses.size() + 1);
+    std::size_t leftOut = 0;
+    for (const auto& pause : pauses) {
+        for (const auto number : paintedWithin(shown, pause)) {
+            EXPECT_FALSE(inClip.contains(number)) << number;
+            ++leftOut;
+        }
+    }
+    EXPECT_GT(leftOut, std::size_t{count} * 5);
+
+    // The player goes on while it is paused, so that by the pictures' clock its clicks keep their beat across every pause.
+    const auto clicks = clickTimes(*clip.audio);
+    std::vector<double> phases;
+    for (const auto& stretch : stretches) {
+        std::vector<double> within;
+        for (const double click : clicks) {
+            if (click < stretch.from + 0.02 || click > stretch.to - 0.02)
+                continue;
+            const double phase = std::remainder(click + median(stretch.offsets), beat);
+            // Near the first one, wherever that is.
+            within.push_back(phases.empty() && within.empty() ? phase : [&] {
+                const double reference = phases.empty() ? within.front() : phases.front();
+                return reference + std::remainder(phase - reference, beat);
+            }());
+        }
+        ASSERT_FALSE(within.empty()) << stretch.from;
+        phases.push_back(median(within));
+    }
+    const double usual = median(phases);
+    for (auto& phase : phases)
+        phase -= usual;
+    const auto [least, most] = std::minmax_element(phases.begin(), phases.end());
+    std::printf(
+        "%zu pictures in %zu stretches, %zu painted meanwhile; sound against pictures: %+.1f to %+.1f ms, first %+.1f, last %+.1f ms\n",
+        clip.video->pictures.size(), stretches.size(), leftOut, *least * 1e3, *most * 1e3, phases.front() * 1e3, phases.back() * 1e3);
+    furthest = std::max(-*least, *most);
+}
+
+TEST_F(PauseTest, FiftyPausesLeaveNoPictureInTheClipAndItsSoundWhereItWas)
+{
+    // A click every tenth of a second, for longer than all of it takes.
+    ASSERT_EQ(
+        runProgram({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "aevalsrc=0.8*sin(2*PI*2000*t)*lt(mod(t\\,0.1)\\,0.002):s=48000:d=300",
+                       "-ac", "2", path("clicks.wav").native()})
+            .status,
+        0);
+    // On a busy machine the player itself now and then misses a period of the sound server, and is late from there on. What pauses did would be
+    // there each time.
+    double furthest = 1;
+    for (int attempt = 0; attempt < 3 && furthest >= 0.01; ++attempt) {
+        recordWithFiftyPauses(path("clicks.wav"), furthest);
+        if (HasFatalFailure())
+            return;
+    }
+    EXPECT_LT(furthest, 0.01);
+}
+
+TEST_F(PauseTest, APauseOfAStillWindowEndsAtOnceAndItsPictureGoesOn)
+{
+    NumberedWindow window{{"--size", "640x480", "--position", "100,100"}};
+    const auto still = std::stoul(window.command("still").substr(6));
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.hasState("capturing"));
+    ASSERT_EQ(program.run({"toggle"}).status, 0);
+    record(1200ms);
+    ASSERT_EQ(program.run({"pause"}).status, 0);
+    const double recorded = program.status().value(QLatin1String("recordingSeconds")).toDouble();
+    record(1500ms);
+    ASSERT_EQ(program.run({"resume"}).status, 0);
+    const auto resumed = monotonicNow();
+    record(400ms);
+    window.command("go");
+    record(1s);
+    const auto stopped = monotonicNow();
+    const auto saved = program.run({"toggle"});
+    ASSERT_EQ(saved.status, 0) << saved.messages;
+    const auto clip = readClip(saved.lastLine());
+    ASSERT_TRUE(clip.video && !clip.video->pictures.empty());
+    EXPECT_THAT(clip.complaints, IsEmpty());
+    EXPECT_EQ(clip.video->pictures.front().reading.number(), still);
+    const auto& pictures = clip.video->pictures;
+    const auto next =
+        std::find_if(pictures.begin(), pictures.end(), [&](const ClipPicture& picture) { return picture.time > recorded - 0.1; });
+    ASSERT_NE(next, pictures.end());
+    EXPECT_EQ(next->reading.number(), still) << "it goes on with what the window shows";
+    EXPECT_NE(pictures.back().reading.number(), still);
+    // What a key frame that nobody asks for would cost is half a second.
+    EXPECT_GT(clip.duration, recorded + static_cast<double>(stopped - resumed) * nanosecond - 0.3);
+    EXPECT_LT(clip.duration, recorded + static_cast<double>(stopped - resumed) * nanosecond + 0.5) << "the pause is not in it";
+}
+
+TEST_F(PauseTest, ItIsSaidEverywhereAndEndsWithTheRecording)
+{
+    const NumberedWindow window{{"--size", "640x480", "--position", "100,100"}};
+    TrayProgram program;
+    const auto refused = program.run({"pause"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.messages, HasSubstr("Nothing is being recorded."));
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.hasState("capturing"));
+    ASSERT_EQ(program.run({"toggle"}).status, 0);
+    record(800ms);
+    EXPECT_EQ(program.run({"pause", "--toggle"}).output, "The recording is paused.\n");
+    const double paused = program.status().value(QLatin1String("recordingSeconds")).toDouble();
+    EXPECT_THAT(program.run({"status"}).output, HasSubstr("The recording is paused.\n"));
+    EXPECT_TRUE(program.status().value(QLatin1String("isPaused")).toBool());
+    EXPECT_EQ(program.status().value(QLatin1String("state")).toString(), QStringLiteral("recordingClip"));
+    record(1s);
+    EXPECT_EQ(program.status().value(QLatin1String("recordingSeconds")).toDouble(), paused);
+    const auto saved = program.run({"toggle"});
+    ASSERT_EQ(saved.status, 0) << saved.messages;
+    const auto clip = readClip(saved.lastLine());
+    EXPECT_THAT(clip.complaints, IsEmpty());
+    ASSERT_TRUE(clip.video);
+    EXPECT_LT(clip.duration, paused + 0.1);
+    EXPECT_GT(clip.video->pictures.size(), 5U);
+    EXPECT_FALSE(program.status().contains(QLatin1String("isPaused")));
+}
+
+TEST_F(PauseTest, TheSmallWindowPausesWithAClick)
+{
+    const AssistiveTechnology assistiveTechnology;
+    const NumberedWindow window{{"--size", "320x240", "--position", "1,1"}};
+    TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = {}}};
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.hasState("capturing"));
+    EXPECT_TRUE(AssistiveTechnology::isAbsent("menu item", "⏸️ Pause Recording"));
+    ASSERT_EQ(program.run({"toggle"}).status, 0);
+    ASSERT_TRUE(AssistiveTechnology::clickOn("menu item", "⏸️ Pause Recording"));
+    ASSERT_TRUE(waitUntil([&] { return program.status().value(QLatin1String("isPaused")).toBool(); }));
+    ASSERT_TRUE(AssistiveTechnology::clickOn("menu item", "▶️ Resume Recording"));
+    EXPECT_TRUE(waitUntil([&] { return !program.status().value(QLatin1String("isPaused")).toBool(true); }));
+    EXPECT_EQ(program.run({"toggle"}).status, 0);
+    EXPECT_TRUE(AssistiveTechnology::isAbsent("menu item", "⏸️ Pause Recording"));
+}
+
+TEST_F(PauseTest, WhatWasRecordedBeforeAPauseSurvivesACrashInIt)
+{
+    const NumberedWindow window{{"--size", "640x480", "--position", "100,100"}};
+    TrayProgram program;
+    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
+    ASSERT_TRUE(program.hasState("capturing"));
+    ASSERT_EQ(program.run({"toggle"}).status, 0);
+    record(400ms);
+    ASSERT_EQ(program.run({"pause"}).status, 0);
+    const double recorded = program.status().value(QLatin1String("recordingSeconds")).toDouble();
+    record(1s);
+    program.crash();
+    const auto clips = program.clips();
+    ASSERT_EQ(clips.size(), 1U);
+    const auto clip = readClip(clips.front());
+    ASSERT_TRUE(clip.opened && clip.video);
+    ASSERT_FALSE(clip.video->pictures.empty());
+    EXPECT_GT(clip.video->pictures.back().time, recorded - 0.25) << "of " << recorded;
+    program.startAgain();
+}
+
+}  // namespace
+}  // namespace velmora::test
