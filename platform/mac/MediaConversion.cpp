@@ -2,7 +2,10 @@
 
 #include "engine/codecs/AvcFormat.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -136,6 +139,42 @@ CfHandle<CVPixelBufferRef> pixelBufferOf(const PixelBufferRef& picture)
         return nullptr;
     static_cast<void>(keeper.release());
     return CfHandle<CVPixelBufferRef>{around};
+}
+
+std::optional<CapturedSound> soundOf(CMSampleBufferRef sample)
+{
+    const CMFormatDescriptionRef description = CMSampleBufferGetFormatDescription(sample);
+    const auto* const format = description ? CMAudioFormatDescriptionGetStreamBasicDescription(description) : nullptr;
+    if (!format || format->mFormatID != kAudioFormatLinearPCM || (format->mFormatFlags & kAudioFormatFlagIsFloat) == 0
+        || format->mBitsPerChannel != 32 || format->mChannelsPerFrame == 0)
+        return std::nullopt;
+    const std::size_t channels = format->mChannelsPerFrame;
+    const bool isPlanar = (format->mFormatFlags & kAudioFormatFlagIsNonInterleaved) != 0;
+    const std::size_t bufferCount = isPlanar ? channels : 1;
+
+    const std::size_t listSize = sizeof(AudioBufferList) + (bufferCount - 1) * sizeof(AudioBuffer);
+    std::vector<std::max_align_t> storage(listSize / sizeof(std::max_align_t) + 1);
+    auto* const list = reinterpret_cast<AudioBufferList*>(storage.data());
+    CMBlockBufferRef block = nullptr;
+    if (CMSampleBufferGetAudioBufferListWithRetainedBlockBuffer(sample, nullptr, list, listSize, nullptr, nullptr, 0, &block) != noErr)
+        return std::nullopt;
+    const CfHandle<CMBlockBufferRef> memory{block};
+
+    const auto frames = static_cast<std::size_t>(std::max<CMItemCount>(0, CMSampleBufferGetNumSamples(sample)));
+    const std::size_t samplesPerBuffer = isPlanar ? frames : frames * channels;
+    CapturedSound sound{fromCMTime(CMSampleBufferGetPresentationTimeStamp(sample)), static_cast<std::int32_t>(format->mSampleRate),
+        static_cast<std::int32_t>(channels), std::vector<float>(frames * channels)};
+    if (list->mNumberBuffers != bufferCount)
+        return std::nullopt;
+    const std::span buffers{&list->mBuffers[0], bufferCount};
+    for (std::size_t index = 0; index < bufferCount; ++index) {
+        if (buffers[index].mDataByteSize < samplesPerBuffer * sizeof(float))
+            return std::nullopt;
+        const auto* const samples = static_cast<const float*>(buffers[index].mData);
+        for (std::size_t at = 0; at < samplesPerBuffer; ++at)
+            sound.samples[isPlanar ? at * channels + index : at] = samples[at];
+    }
+    return sound;
 }
 
 SampleBufferRef CompressedFrames::frameOf(CMSampleBufferRef sample)

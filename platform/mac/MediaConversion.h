@@ -5,6 +5,9 @@
 #include "platform/mac/CfHandle.h"
 
 #include <CoreMedia/CoreMedia.h>
+#include <cstdint>
+#include <optional>
+#include <vector>
 
 namespace velmora::mac_backend {
 
@@ -18,6 +21,17 @@ namespace velmora::mac_backend {
 /// The pixel buffer that a picture of pictureOf() came from, else one around the picture's own memory. The picture lives as long as that.
 /// Nothing is copied. None when the system makes none.
 [[nodiscard]] CfHandle<CVPixelBufferRef> pixelBufferOf(const PixelBufferRef& picture);
+
+/// Sound as the system captures it, interleaved.
+struct CapturedSound {
+    MediaTime time;
+    std::int32_t sampleRate = 0;
+    std::int32_t channelCount = 0;
+    std::vector<float> samples;
+};
+
+/// None for what is not 32-bit float. It may be in one buffer or in one for each channel.
+[[nodiscard]] std::optional<CapturedSound> soundOf(CMSampleBufferRef sample);
 
 /// Frames of one compression session, in its order. Not thread-safe.
 class CompressedFrames {

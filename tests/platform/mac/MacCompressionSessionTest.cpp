@@ -1,7 +1,6 @@
 // What the contract of compression sessions leaves to Video Toolbox's own ways.
 #include "platform/mac/MacCompressionSession.h"
 
-#include "engine/codecs/AvcFormat.h"
 #include "platform/mac/MediaConversion.h"
 #include "tests/platform/contracts/CompressionSessionContract.h"
 #include "tests/platform/mac/standins/CoreFoundationStandIn.h"
@@ -300,90 +299,6 @@ TEST_F(MacCompressionSessionTest, EverySessionThatIsMadeIsInvalidated)
     session_.reset();
     EXPECT_EQ(standin::videoToolboxRecord().created, 2);
     EXPECT_EQ(standin::videoToolboxRecord().invalidated, 2);
-}
-
-class MediaConversionTest : public testing::Test {
-protected:
-    ~MediaConversionTest() override { EXPECT_EQ(standin::ownedObjectCount(), objectsBefore_); }
-
-    static SampleBufferRef convert(const standin::FrameParts& parts)
-    {
-        const CfHandle<CMFormatDescriptionRef> format{standin::makeFormat(parts)};
-        const CfHandle<CMSampleBufferRef> sample{standin::makeFrame(parts, format.get())};
-        return CompressedFrames{}.frameOf(sample.get());
-    }
-
-    const std::size_t objectsBefore_ = standin::ownedObjectCount();
-};
-
-TEST_F(MediaConversionTest, TimesAreTheSameBothWays)
-{
-    EXPECT_EQ(fromCMTime(toCMTime(MediaTime{7, 60})), (MediaTime{7, 60}));
-    EXPECT_EQ(toCMTime(MediaTime{7, 60}).epoch, 0);
-    EXPECT_FALSE(fromCMTime(toCMTime(MediaTime::invalid())).isValid());
-}
-
-TEST_F(MediaConversionTest, ATimeThatIsInfiniteOrIndefiniteIsUnknownAndARoundedOneIsNot)
-{
-    for (const CMTimeFlags flag : {4U, 8U, 16U})
-        EXPECT_FALSE(fromCMTime(CMTime{7, 60, kCMTimeFlags_Valid | flag, 0}).isValid());
-    EXPECT_EQ(fromCMTime(CMTime{7, 60, kCMTimeFlags_Valid | kCMTimeFlags_HasBeenRounded, 0}), (MediaTime{7, 60}));
-}
-
-TEST_F(MediaConversionTest, TheDecoderConfigurationHasTheParameterSets)
-{
-    const auto frame = convert({});
-    ASSERT_TRUE(frame);
-    const auto& record = frame->format->video()->decoderConfiguration;
-    const std::vector<int> expected{1, 100, 0, 31, 0xFF, 0xE1, 0, 5, 0x67, 100, 0, 31, 0xAC, 1, 0, 2, 0x68, 0xEE, 0xFD, 0xF8, 0xF8, 0};
-    std::vector<int> bytes;
-    for (const std::byte each : record)
-        bytes.push_back(std::to_integer<int>(each));
-    EXPECT_EQ(bytes, expected);
-}
-
-TEST_F(MediaConversionTest, ColourIsWhatTheDescriptionSaysAndElseUnspecified)
-{
-    EXPECT_EQ(convert({})->format->video()->colour, ColourDescription::bt709());
-    EXPECT_EQ(convert({.saysBt709 = false})->format->video()->colour, ColourDescription{});
-}
-
-TEST_F(MediaConversionTest, AFrameIsAKeyFrameUnlessItsAttachmentsSayOtherwise)
-{
-    EXPECT_TRUE(convert({})->isSync());
-    EXPECT_TRUE(convert({.hasAttachments = false})->isSync());
-    EXPECT_FALSE(convert({.attachments = {kCMSampleAttachmentKey_NotSync}})->isSync());
-    EXPECT_FALSE(convert({.attachments = {kCMSampleAttachmentKey_DependsOnOthers}})->isSync());
-}
-
-TEST_F(MediaConversionTest, AFrameWithoutBytesOrParameterSetsIsNone)
-{
-    EXPECT_FALSE(convert({.pieces = {}}));
-    EXPECT_FALSE(convert({.pieces = {{}}}));
-    EXPECT_FALSE(convert({.parameterSets = {}}));
-    EXPECT_FALSE(convert({.parameterSets = {{0x67, 100, 0, 31}}}));
-}
-
-TEST_F(MediaConversionTest, FramesWithEqualDescriptionsShareOne)
-{
-    CompressedFrames frames;
-    const CfHandle<CMFormatDescriptionRef> format{standin::makeFormat({})};
-    const CfHandle<CMFormatDescriptionRef> equal{standin::makeFormat({})};
-    const CfHandle<CMFormatDescriptionRef> other{standin::makeFormat({.width = 32})};
-    std::vector<FormatDescriptionRef> all;
-    for (const auto* each : {format.get(), equal.get(), other.get()}) {
-        const CfHandle<CMSampleBufferRef> sample{standin::makeFrame({}, each)};
-        all.push_back(frames.frameOf(sample.get())->format);
-    }
-    EXPECT_EQ(all[0], all[1]);
-    EXPECT_NE(all[0], all[2]);
-}
-
-TEST_F(MediaConversionTest, APictureThatIsNotBgraIsNone)
-{
-    const CfHandle<CVPixelBufferRef> pixels{standin::makePixelBuffer(4, 4, 0x34323076)};
-    EXPECT_FALSE(pictureOf(pixels.get()));
-    EXPECT_FALSE(standin::isLocked(pixels.get()));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 // CMSampleBufferGetSampleAttachmentsArray and its keys (Apple's pages). Unconfirmed: the parameters of CMFormatDescriptionGetExtension.
 #pragma once
 
+#include <CoreAudioTypes/CoreAudioTypes.h>
 #include <CoreVideo/CoreVideo.h>
 
 #ifdef __cplusplus
@@ -36,6 +37,16 @@ typedef struct {
 } CMVideoDimensions;
 enum { kCMVideoCodecType_H264 = 0x61766331 /* 'avc1' */ };
 
+typedef CMFormatDescriptionRef CMAudioFormatDescriptionRef;
+typedef CFIndex CMItemCount;
+
+Boolean CMSampleBufferIsValid(CMSampleBufferRef);
+CMItemCount CMSampleBufferGetNumSamples(CMSampleBufferRef);
+CVImageBufferRef CMSampleBufferGetImageBuffer(CMSampleBufferRef);
+// https://docs.rs/apple-cf/0.8.1/apple_cf/raw/fn.CMSampleBufferGetAudioBufferListWithRetainedBlockBuffer.html
+OSStatus CMSampleBufferGetAudioBufferListWithRetainedBlockBuffer(
+    CMSampleBufferRef, size_t*, AudioBufferList*, size_t, CFAllocatorRef, CFAllocatorRef, uint32_t, CMBlockBufferRef*);
+const AudioStreamBasicDescription* CMAudioFormatDescriptionGetStreamBasicDescription(CMAudioFormatDescriptionRef);
 CMTime CMSampleBufferGetPresentationTimeStamp(CMSampleBufferRef);
 CMTime CMSampleBufferGetDuration(CMSampleBufferRef);
 CMBlockBufferRef CMSampleBufferGetDataBuffer(CMSampleBufferRef);

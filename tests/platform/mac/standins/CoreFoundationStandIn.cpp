@@ -143,7 +143,7 @@ std::size_t ownedObjectCount()
     MutexLock lock(made.mutex);
     std::size_t count = 0;
     for (const auto& object : made.all)
-        count += object->references > 0 ? 1 : 0;
+        count += object->references > 0 ? 1U : 0U;
     return count;
 }
 

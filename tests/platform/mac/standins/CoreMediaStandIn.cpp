@@ -52,7 +52,9 @@ struct BlockBuffer : Object {
 struct Format : Object {
     static constexpr Kind ownKind = Kind::formatDescription;
     explicit Format(FrameParts of) : Object(ownKind), parts(std::move(of)) { }
+    explicit Format(const AudioStreamBasicDescription& of) : Object(ownKind), sound(of) { }
     const FrameParts parts;
+    const AudioStreamBasicDescription sound{};
 };
 
 struct Sample : Object {
@@ -60,7 +62,7 @@ struct Sample : Object {
     Sample() : Object(ownKind) { }
     void end() override
     {
-        for (const auto* part : {CFTypeRef{data}, CFTypeRef{format}, CFTypeRef{attachments}}) {
+        for (const auto* part : {CFTypeRef{data}, CFTypeRef{format}, CFTypeRef{attachments}, CFTypeRef{image}}) {
             if (part)
                 CFRelease(part);
         }
@@ -70,6 +72,9 @@ struct Sample : Object {
     CMBlockBufferRef data = nullptr;
     CMFormatDescriptionRef format = nullptr;
     CFArrayRef attachments = nullptr;
+    CVImageBufferRef image = nullptr;
+    std::vector<std::vector<float>> buffers;  // of sound
+    CMItemCount count = 1;
 };
 
 CFArrayRef attachmentsOf(const FrameParts& parts)
@@ -118,6 +123,43 @@ CMSampleBufferRef makeFrame(const FrameParts& parts, CMFormatDescriptionRef form
     return referenceTo<CMSampleBufferRef>(sample);
 }
 
+CMSampleBufferRef makeSound(const SoundParts& parts)
+{
+    AudioStreamBasicDescription format{};
+    format.mSampleRate = parts.sampleRate;
+    format.mFormatID = kAudioFormatLinearPCM;
+    format.mFormatFlags =
+        static_cast<UInt32>((parts.isFloat ? kAudioFormatFlagIsFloat : 0) | (parts.isPlanar ? kAudioFormatFlagIsNonInterleaved : 0));
+    format.mChannelsPerFrame = static_cast<UInt32>(parts.channels.size());
+    format.mBitsPerChannel = 32;
+
+    auto& sample = make<Sample>();
+    sample.time = parts.time;
+    sample.count = static_cast<CMItemCount>(parts.channels.front().size());
+    sample.format = referenceTo<CMFormatDescriptionRef>(make<Format>(format));
+    sample.buffers = parts.channels;
+    if (!parts.isPlanar) {
+        std::vector<float> interleaved;
+        for (std::size_t frame = 0; frame < parts.channels.front().size(); ++frame) {
+            for (const auto& channel : parts.channels)
+                interleaved.push_back(channel[frame]);
+        }
+        sample.buffers = {interleaved};
+    }
+    return referenceTo<CMSampleBufferRef>(sample);
+}
+
+CMSampleBufferRef makePicture(CVPixelBufferRef pixels, CMTime time, CFArrayRef attachments)
+{
+    auto& sample = make<Sample>();
+    sample.time = time;
+    if (pixels)
+        sample.image = static_cast<CVImageBufferRef>(const_cast<void*>(CFRetain(pixels)));
+    if (attachments)
+        sample.attachments = static_cast<CFArrayRef>(CFRetain(attachments));
+    return referenceTo<CMSampleBufferRef>(sample);
+}
+
 }  // namespace velmora::standin
 
 using namespace velmora::standin;
@@ -129,6 +171,42 @@ const CMTime kCMTimeInvalid{};
 CMTime CMTimeMake(int64_t value, int32_t timescale)
 {
     return {value, timescale, kCMTimeFlags_Valid, 0};
+}
+
+Boolean CMSampleBufferIsValid(CMSampleBufferRef sample)
+{
+    as<Sample>(sample);
+    return true;
+}
+
+CMItemCount CMSampleBufferGetNumSamples(CMSampleBufferRef sample)
+{
+    return as<Sample>(sample).count;
+}
+
+CVImageBufferRef CMSampleBufferGetImageBuffer(CMSampleBufferRef sample)
+{
+    return as<Sample>(sample).image;
+}
+
+const AudioStreamBasicDescription* CMAudioFormatDescriptionGetStreamBasicDescription(CMAudioFormatDescriptionRef format)
+{
+    return &as<Format>(format).sound;
+}
+
+OSStatus CMSampleBufferGetAudioBufferListWithRetainedBlockBuffer(CMSampleBufferRef reference, size_t*, AudioBufferList* list, size_t size,
+    CFAllocatorRef, CFAllocatorRef, uint32_t, CMBlockBufferRef* block)
+{
+    auto& buffers = as<Sample>(reference).buffers;
+    // kCMSampleBufferError_ArrayTooSmall
+    if (size < sizeof(AudioBufferList) + (buffers.size() - 1) * sizeof(AudioBuffer))
+        return -12737;
+    list->mNumberBuffers = static_cast<UInt32>(buffers.size());
+    auto* each = &list->mBuffers[0];
+    for (auto& buffer : buffers)
+        *each++ = {1, static_cast<UInt32>(buffer.size() * sizeof(float)), buffer.data()};
+    *block = referenceTo<CMBlockBufferRef>(make<BlockBuffer>(std::vector<std::vector<std::uint8_t>>{}));
+    return noErr;
 }
 
 CMTime CMSampleBufferGetPresentationTimeStamp(CMSampleBufferRef sample)

@@ -31,4 +31,16 @@ struct FrameParts {
 /// `format` is one of makeFormat(), which frames may share.
 [[nodiscard]] CMSampleBufferRef makeFrame(const FrameParts& parts, CMFormatDescriptionRef format);
 
+struct SoundParts {
+    std::vector<std::vector<float>> channels{{0.F}, {0.F}};  ///< of the same length each
+    CMTime time = kCMTimeInvalid;
+    double sampleRate = 48000;
+    bool isPlanar = true;  ///< a buffer for each channel
+    bool isFloat = true;
+};
+[[nodiscard]] CMSampleBufferRef makeSound(const SoundParts& parts);
+
+/// A sample as a capture has it: none where there is no picture.
+[[nodiscard]] CMSampleBufferRef makePicture(CVPixelBufferRef pixels, CMTime time, CFArrayRef attachments);
+
 }  // namespace velmora::standin
