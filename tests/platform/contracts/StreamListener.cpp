@@ -40,6 +40,13 @@ void StreamListener::waitForEnd()
         changed_.wait(mutex_);
 }
 
+void StreamListener::forget()
+{
+    MutexLock lock(mutex_);
+    pictures_.clear();
+    sound_.clear();
+}
+
 std::vector<SampleBufferRef> StreamListener::pictures()
 {
     MutexLock lock(mutex_);

@@ -21,6 +21,9 @@ public:
     void waitForSound(std::size_t count);
     void waitForEnd();
 
+    /// Lets go of what has come.
+    void forget();
+
     [[nodiscard]] std::vector<SampleBufferRef> pictures();
     [[nodiscard]] std::vector<SampleBufferRef> sound();
     [[nodiscard]] std::vector<Error> errors();

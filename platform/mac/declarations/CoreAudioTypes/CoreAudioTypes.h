@@ -1,5 +1,5 @@
 // What sound is, one page for each name below https://developer.apple.com/documentation/coreaudiotypes/
-// Compared with pages: the members of the three structures (Apple's pages of each). Unconfirmed: their widths, and the numbers of format and flags.
+// Compared with pages: the members of the structures (Apple's pages of each). Unconfirmed: their widths, and the numbers of format and flags.
 #pragma once
 
 #include <MacTypes.h>
@@ -26,5 +26,11 @@ typedef struct AudioStreamBasicDescription {
     UInt32 mReserved;
 } AudioStreamBasicDescription;
 
-enum { kAudioFormatLinearPCM = 0x6C70636D /* 'lpcm' */ };
-enum { kAudioFormatFlagIsFloat = 1, kAudioFormatFlagIsNonInterleaved = 32 };
+typedef struct AudioStreamPacketDescription {
+    int64_t mStartOffset;
+    UInt32 mVariableFramesInPacket;
+    UInt32 mDataByteSize;
+} AudioStreamPacketDescription;
+
+enum { kAudioFormatLinearPCM = 0x6C70636D /* 'lpcm' */, kAudioFormatMPEG4AAC = 0x61616320 /* 'aac ' */ };
+enum { kAudioFormatFlagIsFloat = 1, kAudioFormatFlagIsPacked = 8, kAudioFormatFlagIsNonInterleaved = 32 };

@@ -48,6 +48,8 @@ CFTypeID CFBooleanGetTypeID(void);
 Boolean CFBooleanGetValue(CFBooleanRef);
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8*, CFIndex, CFStringEncoding, Boolean);
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType, const void*);
+CFTypeID CFNumberGetTypeID(void);
+Boolean CFNumberGetValue(CFNumberRef, CFNumberType, void*);
 CFTypeID CFArrayGetTypeID(void);
 CFIndex CFArrayGetCount(CFArrayRef);
 const void* CFArrayGetValueAtIndex(CFArrayRef, CFIndex);

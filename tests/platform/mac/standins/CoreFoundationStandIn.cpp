@@ -249,6 +249,19 @@ CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void* value)
     return referenceTo<CFNumberRef>(make<Number>(*static_cast<const std::int64_t*>(value)));
 }
 
+CFTypeID CFNumberGetTypeID()
+{
+    return static_cast<CFTypeID>(Kind::number);
+}
+
+Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value)
+{
+    if (type != kCFNumberSInt64Type)
+        refuse("a number was read as one of another type");
+    *static_cast<std::int64_t*>(value) = as<Number>(number).value;
+    return true;
+}
+
 CFTypeID CFArrayGetTypeID()
 {
     return static_cast<CFTypeID>(Kind::array);
