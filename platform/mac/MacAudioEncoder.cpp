@@ -65,7 +65,7 @@ public:
 
     Result<void> flush(std::vector<Packet>& packets) override
     {
-        if (std::exchange(hasEnded_, true) || !hasBegun_)
+        if (std::exchange(hasEnded_, true))
             return {};
         return convert(packets);
     }
@@ -77,6 +77,9 @@ private:
     Result<void> convert(std::vector<Packet>& packets)
     {
         hasBegun_ = hasBegun_ || !waiting_.empty();
+        // The converter may have its priming ready before it has been given anything.
+        if (!hasBegun_)
+            return {};
         for (;;) {
             std::vector<std::byte> bytes(greatestPacket_);
             AudioBufferList list{1, {{static_cast<UInt32>(channelCount()), static_cast<UInt32>(bytes.size()), bytes.data()}}};

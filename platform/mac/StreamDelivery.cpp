@@ -14,6 +14,7 @@ using platform::StreamOutputType;
 
 constexpr std::chrono::milliseconds soundInterval{100};  // at which silence is put out where no sound comes
 constexpr std::chrono::milliseconds soundTolerance{10};
+constexpr std::chrono::seconds greatestDelay{1};  // of sound behind its stamp
 constexpr MonotonicTime never = MonotonicTime::max();
 
 std::chrono::nanoseconds intervalOf(const platform::StreamConfiguration& configuration)
@@ -116,7 +117,12 @@ void StreamDelivery::deliver(const CapturedSound& sound)
     MutexLock lock(mutex_);
     if (!sound_ || hasEnded_)
         return;
-    sound_->mixer().write(soundInput_, momentOf(sound.time), samples, now);
+    // A stamp of another clock, of which only the distances would be right, is worth less than the moment of arrival.
+    auto moment = momentOf(sound.time);
+    const std::chrono::nanoseconds length{static_cast<std::int64_t>(samples.size() / 2) * 1'000'000'000 / sound.sampleRate};
+    if (std::chrono::abs(now - moment) > greatestDelay + length)
+        moment = now - length;
+    sound_->mixer().write(soundInput_, moment, samples, now);
     sound_->deliver(now);
 }
 

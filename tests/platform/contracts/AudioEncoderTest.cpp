@@ -43,7 +43,8 @@ protected:
 
 TEST_P(AudioEncoderContract, TheFormatIsAacWithItsRateAndChannels)
 {
-    const auto* const format = makeEncoder()->format()->audio();
+    const auto encoder = makeEncoder();
+    const auto* const format = encoder->format()->audio();
     ASSERT_NE(format, nullptr);
     EXPECT_EQ(format->codec, FourCharacterCode{"mp4a"});
     EXPECT_EQ(format->sampleRate, 48000);

@@ -127,6 +127,29 @@ TEST_P(CaptureStreamContract, AfterAStopNothingArrivesButItsCompletion)
     EXPECT_THAT(listener_->errors(), IsEmpty());
 }
 
+TEST_P(CaptureStreamContract, WhatWaitsInAQueueWhenAStopIsAskedForIsNotDelivered)
+{
+    makeStream();
+    ASSERT_TRUE(start());
+    desktop_->draw();
+    listener_->waitForPictures(1);
+    std::promise<void> held;
+    std::promise<void> released;
+    queue_->async([&] {
+        held.set_value();
+        released.get_future().get();
+    });
+    held.get_future().get();
+    const auto count = listener_->pictures().size();
+    desktop_->draw();
+    std::promise<void> stopped;
+    stream_->stopCapture([&](const Result<void>&) { stopped.set_value(); });
+    released.set_value();
+    stopped.get_future().get();
+    queue_->drain();
+    EXPECT_THAT(listener_->pictures(), SizeIs(count));
+}
+
 TEST_P(CaptureStreamContract, AStopThatIsAskedForAtOnceStillGivesBothCompletions)
 {
     makeStream();

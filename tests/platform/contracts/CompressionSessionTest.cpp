@@ -1,11 +1,7 @@
-// The contract of CompressionSession for the fake of the tests, for libavcodec, and for the adapter of a Mac on its stand-in, as kind and as
-// unkind as Video Toolbox's pages allow.
+// The contract of CompressionSession for the fake of the tests and for libavcodec.
 #include "platform/fake/FakeCompressionSession.h"
 #include "platform/linux/ffmpeg/LibavCompressionSession.h"
-#include "platform/mac/MacCompressionSession.h"
 #include "tests/platform/contracts/CompressionSessionContract.h"
-#include "tests/platform/mac/standins/CoreFoundationStandIn.h"
-#include "tests/platform/mac/standins/VideoToolboxStandIn.h"
 
 namespace velmora::test {
 namespace {
@@ -29,43 +25,9 @@ public:
     }
 };
 
-class MacEncoder final : public EncoderBackEnd {
-public:
-    explicit MacEncoder(const standin::VideoToolbox& switches)
-    {
-        objectsBefore_ = standin::ownedObjectCount();
-        standin::videoToolbox() = switches;
-    }
-    MacEncoder(const MacEncoder&) = delete;
-    MacEncoder& operator=(const MacEncoder&) = delete;
-    ~MacEncoder() override
-    {
-        if (standin::videoToolbox().callsBackAfterInvalidate)
-            standin::releaseFrames();
-        standin::resetVideoToolbox();
-        EXPECT_EQ(standin::ownedObjectCount(), objectsBefore_);
-    }
-    std::shared_ptr<CompressionSessionFactory> makeFactory(engine::KeyFrameRequests requests) override
-    {
-        return mac_backend::makeCompressionSessions(std::move(requests));
-    }
-
-private:
-    std::size_t objectsBefore_ = 0;
-};
-
-NamedEncoder mac(std::string name, standin::VideoToolbox switches)
-{
-    return {std::move(name), [switches] { return std::make_unique<MacEncoder>(switches); }};
-}
-
 INSTANTIATE_TEST_SUITE_P(BackEnds, CompressionSessionContract,
     testing::Values(NamedEncoder{"Fake", [] { return std::make_unique<FakeEncoder>(); }},
-        NamedEncoder{"Libav", [] { return std::make_unique<LibavEncoder>(); }}, mac("MacOnStandIns", {}),
-        mac("MacCalledBackWithinTheCall", {.callsBackWithinTheCall = true}),
-        mac("MacCalledBackOnManyThreads", {.callsBackOnManyThreads = true}),
-        mac("MacCalledBackDuringInvalidate", {.callsBackDuringInvalidate = true}),
-        mac("MacCalledBackAfterInvalidate", {.callsBackAfterInvalidate = true})),
+        NamedEncoder{"Libav", [] { return std::make_unique<LibavEncoder>(); }}),
     [](const auto& parameter) { return parameter.param.name; });
 
 }  // namespace

@@ -4,9 +4,11 @@
 #include "tests/platform/contracts/StreamListener.h"
 #include "tests/platform/mac/ScriptedSystemStream.h"
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 #include <gmock/gmock.h>
+#include <span>
 
 namespace velmora::mac_backend {
 namespace {
@@ -277,6 +279,23 @@ TEST_F(MacCaptureStreamTest, SoundOfOneOrOfManyChannelsBecomesStereo)
         EXPECT_FLOAT_EQ(samples[0], 1);
         EXPECT_FLOAT_EQ(samples[1], channels == 1 ? 1 : 2);
     }
+}
+
+TEST_F(MacCaptureStreamTest, SoundWithTheStampsOfAnotherClockIsTakenAsItComes)
+{
+    configuration_.capturesAudio = true;
+    makeStream();
+    EXPECT_TRUE(start().get());
+    script_->play({MediaTime{1'000'000, 48000}, 48000, 2, std::vector<float>(8192, 0.5F)});
+    listener_->waitForSound(2);
+    EXPECT_TRUE(stop().get());
+    queue_->drain();
+    bool hasPlayed = false;
+    for (const auto& block : listener_->sound()) {
+        const std::span samples{reinterpret_cast<const float*>(block->data.bytes.data()), block->data.bytes.size() / sizeof(float)};
+        hasPlayed = hasPlayed || std::any_of(samples.begin(), samples.end(), [](float value) { return value > 0.4F; });
+    }
+    EXPECT_TRUE(hasPlayed);
 }
 
 TEST_F(MacCaptureStreamTest, SoundOfAnotherRateOrWithoutATimeIsLeftOut)

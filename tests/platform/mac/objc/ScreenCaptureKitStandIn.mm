@@ -365,13 +365,14 @@ void send(CMSampleBufferRef sample, SCStreamOutputType type)
             CFRetain(sample);
             const auto done = std::make_shared<std::promise<void>>();
             told.push_back(done->get_future());
-            velmora::standin::runOn(each.queue, [held = std::shared_ptr<StreamParts>{parts}, receiver = each.receiver, sample, type, done]() mutable {
-                [(id<SCStreamOutput>)receiver stream:nil didOutputSampleBuffer:sample ofType:type];
-                CFRelease(sample);
-                // Before the test goes on, which counts what is left.
-                held.reset();
-                done->set_value();
-            });
+            velmora::standin::runOn(
+                each.queue, [held = std::shared_ptr<StreamParts>{parts}, receiver = each.receiver, sample, type, done]() mutable {
+                    [(id<SCStreamOutput>)receiver stream:nil didOutputSampleBuffer:sample ofType:type];
+                    CFRelease(sample);
+                    // Before the test goes on, which counts what is left.
+                    held.reset();
+                    done->set_value();
+                });
         }
     }
     for (auto& each : told)
