@@ -5,6 +5,8 @@
 #include "media/SampleBuffer.h"
 #include "platform/AssetWriter.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -12,6 +14,14 @@
 #include <vector>
 
 namespace velmora::engine {
+
+/// What an encoder may be given for `value`: silence for what is not finite, which would end the sound for good, and no more than is far above
+/// full scale and far below what encoders refuse.
+[[nodiscard]] inline float encodableSample(float value)
+{
+    constexpr float greatestAmplitude = 16.0F;
+    return std::isfinite(value) ? std::clamp(value, -greatestAmplitude, greatestAmplitude) : 0.0F;
+}
 
 /// Encodes interleaved 32-bit float sound to AAC. Used on one thread.
 class AudioEncoder {

@@ -28,6 +28,9 @@ public:
     /// A picture whose outcome is known before it reaches the encoder, or is still to come.
     void push(Entry entry) { entries_.push_back(std::move(entry)); }
 
+    /// The encoder has refused the last one that was pushed, which is still here: it has no outcome.
+    void withdrawNewest() { entries_.pop_back(); }
+
     /// The unfinished entry of `encoderTime`; null when there is none.
     Entry* find(std::int64_t encoderTime)
     {

@@ -57,6 +57,8 @@ public:
     platform::CompressionStatus encodeFrame(const PixelBufferRef& pixelBuffer, MediaTime presentationTimeStamp, MediaTime duration) override
     {
         MutexLock lock(mutex_);
+        if (record_->invalidated)
+            return -1;
         if (record_->encodeStatus != 0)
             return record_->encodeStatus;
         record_->frames.push_back({pixelBuffer, presentationTimeStamp, duration});
@@ -70,6 +72,8 @@ public:
         if (record_->onComplete)
             record_->onComplete();
         MutexLock lock(mutex_);
+        if (record_->invalidated)
+            return -1;
         record_->completed = true;
         while (delivered_ < record_->frames.size())
             deliverNext();

@@ -5,20 +5,11 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cmath>
 #include <utility>
 
 namespace velmora::linux_backend {
 
 namespace {
-
-/// Far above full scale and far below what the encoder refuses.
-constexpr float greatestAmplitude = 16.0F;
-
-float encodable(float value)
-{
-    return std::isfinite(value) ? std::clamp(value, -greatestAmplitude, greatestAmplitude) : 0.0F;
-}
 
 /// What the encoder remembers of sound is its last three blocks, and how well it kept its bit rate, which is at the end of its scale
 /// after a few packets of next to nothing.
@@ -94,7 +85,7 @@ Result<void> LibavAudioEncoder::encode(std::span<const float> frames, std::vecto
         for (std::size_t channel = 0; channel < channelCount; ++channel) {
             float* plane = reinterpret_cast<float*>(frame_->extended_data[channel]) + filled_;
             for (std::size_t i = 0; i < count; ++i)
-                plane[i] = encodable(frames[i * channelCount + channel]);
+                plane[i] = engine::encodableSample(frames[i * channelCount + channel]);
             isSilent_ = isSilent_ && std::all_of(plane, plane + count, [](float value) { return value == 0; });
         }
         filled_ += static_cast<int>(count);

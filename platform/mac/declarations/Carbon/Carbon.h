@@ -1,23 +1,16 @@
 // The Carbon Event Manager's hot keys, as the "Carbon Event Manager Reference" has them:
 // https://developer.apple.com/legacy/library/documentation/Carbon/Reference/Carbon_Event_Manager_Ref/Reference/reference.html
 // Compared with a page: that the functions are there, and the parameters of InstallEventHandler (that page) and of RegisterEventHotKey
-// (http://cocoatutorial.grapewave.com/2010/01/adding-a-hotkey-listener/). Unconfirmed: the other functions' parameters, the widths of the
-// first group, and all numbers.
+// (http://cocoatutorial.grapewave.com/2010/01/adding-a-hotkey-listener/). Unconfirmed: the other functions' parameters, and
+// all numbers.
 #pragma once
 
+#include <MacTypes.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
 extern "C" {
 #endif
-
-typedef int32_t OSStatus;
-typedef uint32_t UInt32;
-typedef uint32_t OSType;
-typedef uint32_t OptionBits;
-typedef unsigned long ItemCount;
-typedef unsigned long ByteCount;
-enum { noErr = 0 };
 
 typedef struct OpaqueEventRef* EventRef;
 typedef struct OpaqueEventHandlerRef* EventHandlerRef;

@@ -1,10 +1,12 @@
 // Core Foundation's objects and preferences, one page for each name below
 // https://developer.apple.com/documentation/corefoundation/ and "Preferences Utilities" there:
 // https://developer.apple.com/documentation/corefoundation/preferences-utilities
-// Compared with their pages: CFRelease, CFStringCreateWithBytes, CFPreferencesCopyAppValue, CFPreferencesSetAppValue, and that CFGetTypeID
-// tells a preference's type. Unconfirmed: the other parameters, the widths of the first group, and the number of the encoding.
+// Compared with their pages: CFRelease, CFStringCreateWithBytes, CFDictionaryCreate, CFPreferencesCopyAppValue, CFPreferencesSetAppValue, and
+// that CFGetTypeID tells a preference's type. With https://docs.rs/crate/core-foundation-sys/0.4.1/source/src/number.rs: the numbers of
+// CFNumberType, whose width pages differ on. Unconfirmed: the other parameters, the widths of the first group, and the number of the encoding.
 #pragma once
 
+#include <MacTypes.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -13,28 +15,48 @@ extern "C" {
 
 typedef signed long CFIndex;
 typedef unsigned long CFTypeID;
-typedef unsigned char Boolean;
-typedef uint8_t UInt8;
 typedef uint32_t CFStringEncoding;
 enum { kCFStringEncodingUTF8 = 0x08000100 };
+typedef CFIndex CFNumberType;
+enum { kCFNumberSInt64Type = 4 };
 
 typedef const void* CFTypeRef;
 typedef CFTypeRef CFPropertyListRef;
 typedef const struct __CFAllocator* CFAllocatorRef;
 typedef const struct __CFString* CFStringRef;
 typedef const struct __CFBoolean* CFBooleanRef;
+typedef const struct __CFNumber* CFNumberRef;
+typedef const struct __CFArray* CFArrayRef;
+typedef const struct __CFDictionary* CFDictionaryRef;
+// Their members are not needed: only the system's own are passed on.
+typedef struct CFDictionaryKeyCallBacks CFDictionaryKeyCallBacks;
+typedef struct CFDictionaryValueCallBacks CFDictionaryValueCallBacks;
 
 extern const CFAllocatorRef kCFAllocatorDefault;
 extern const CFBooleanRef kCFBooleanTrue;
 extern const CFBooleanRef kCFBooleanFalse;
 extern const CFStringRef kCFPreferencesCurrentApplication;
+extern const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
+extern const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
 
+CFTypeRef CFRetain(CFTypeRef);
 // Releasing NULL ends the program: https://developer.apple.com/documentation/corefoundation/cfrelease
 void CFRelease(CFTypeRef);
 CFTypeID CFGetTypeID(CFTypeRef);
+Boolean CFEqual(CFTypeRef, CFTypeRef);
 CFTypeID CFBooleanGetTypeID(void);
 Boolean CFBooleanGetValue(CFBooleanRef);
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8*, CFIndex, CFStringEncoding, Boolean);
+CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType, const void*);
+CFTypeID CFNumberGetTypeID(void);
+Boolean CFNumberGetValue(CFNumberRef, CFNumberType, void*);
+CFTypeID CFArrayGetTypeID(void);
+CFIndex CFArrayGetCount(CFArrayRef);
+const void* CFArrayGetValueAtIndex(CFArrayRef, CFIndex);
+CFTypeID CFDictionaryGetTypeID(void);
+CFDictionaryRef CFDictionaryCreate(
+    CFAllocatorRef, const void**, const void**, CFIndex, const CFDictionaryKeyCallBacks*, const CFDictionaryValueCallBacks*);
+const void* CFDictionaryGetValue(CFDictionaryRef, const void*);
 CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef, CFStringRef);
 void CFPreferencesSetAppValue(CFStringRef, CFPropertyListRef, CFStringRef);
 Boolean CFPreferencesAppSynchronize(CFStringRef);

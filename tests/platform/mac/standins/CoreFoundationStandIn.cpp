@@ -1,77 +1,86 @@
 #include "tests/platform/mac/standins/CoreFoundationStandIn.h"
 
+#include "base/Mutex.h"
+#include "tests/platform/mac/standins/StandInObject.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
-#include <memory>
 #include <string_view>
 #include <vector>
 
+namespace velmora::standin {
 namespace {
 
-enum class Kind : CFTypeID { string = 1, boolean, number };
-
-struct Object {
-    Kind kind;
-    bool isConstant = false;
-    std::string text;
-    bool flag = false;
-    int references = 1;
+struct Boolean_ : Object {
+    static constexpr Kind ownKind = Kind::boolean;
+    explicit Boolean_(bool is) : Object(ownKind, true), value(is) { }
+    const bool value;
 };
 
-[[noreturn]] void refuse(const char* what)
+struct Number : Object {
+    static constexpr Kind ownKind = Kind::number;
+    explicit Number(std::int64_t is) : Object(ownKind), value(is) { }
+    const std::int64_t value;
+};
+
+struct Array : Object {
+    static constexpr Kind ownKind = Kind::array;
+    Array() : Object(ownKind) { }
+    void end() override
+    {
+        for (const auto* each : std::exchange(elements, {}))
+            CFRelease(each);
+    }
+    std::vector<CFTypeRef> elements;
+};
+
+struct Dictionary : Object {
+    static constexpr Kind ownKind = Kind::dictionary;
+    Dictionary() : Object(ownKind) { }
+    void end() override
+    {
+        for (const auto& [key, value] : std::exchange(entries, {})) {
+            CFRelease(key);
+            CFRelease(value);
+        }
+    }
+    std::vector<std::pair<CFTypeRef, CFTypeRef>> entries;
+};
+
+Boolean_ yes{true};
+Boolean_ no{false};
+String application{"this application", true};
+
+/// All objects that were made, the released ones too.
+struct Objects {
+    Mutex mutex;
+    std::vector<std::unique_ptr<Object>> all GUARDED_BY(mutex);
+};
+Objects& objects()
 {
-    std::fprintf(stderr, "Core Foundation stand-in: %s\n", what);
-    std::abort();
+    static auto& made = *new Objects;
+    return made;
 }
 
-Object yes{Kind::boolean, true, {}, true};
-Object no{Kind::boolean, true, {}, false};
-Object application{Kind::string, true, "this application"};
-
-// Released ones stay, so that a use of them is known for what it is.
-std::vector<std::unique_ptr<Object>>& objects()
+// What a preference is, whoever wrote it.
+struct Preference {
+    Kind kind;
+    std::string text;
+    bool flag = false;
+};
+std::map<std::string, Preference>& preferences()
 {
-    static std::vector<std::unique_ptr<Object>> all;
+    static std::map<std::string, Preference> all;
     return all;
 }
-std::map<std::string, Object>& preferences()
+std::map<std::string, Preference>& stored()
 {
-    static std::map<std::string, Object> all;
-    return all;
-}
-std::map<std::string, Object>& stored()
-{
-    static std::map<std::string, Object> all;
+    static std::map<std::string, Preference> all;
     return all;
 }
 bool refusesStoring = false;
-
-Object& objectOf(CFTypeRef reference)
-{
-    if (!reference)
-        refuse("NULL was used");
-    auto& object = *static_cast<Object*>(const_cast<void*>(reference));
-    if (!object.isConstant && object.references <= 0)
-        refuse("an object was used after its release");
-    return object;
-}
-
-template <typename Ref>
-Ref make(Object object)
-{
-    objects().push_back(std::make_unique<Object>(std::move(object)));
-    return reinterpret_cast<Ref>(objects().back().get());
-}
-
-const std::string& textOf(CFStringRef reference)
-{
-    const auto& object = objectOf(reference);
-    if (object.kind != Kind::string)
-        refuse("something else was taken for a string");
-    return object.text;
-}
 
 // Enough for the keys of tests: what begins a sequence and what goes on with it.
 bool isUtf8(std::string_view text)
@@ -97,22 +106,68 @@ void checkApplication(CFStringRef reference)
 
 }  // namespace
 
-namespace velmora::standin {
+void refuse(const char* what)
+{
+    std::fprintf(stderr, "stand-in: %s\n", what);
+    std::abort();
+}
+
+void keep(std::unique_ptr<Object> object)
+{
+    auto& made = objects();
+    MutexLock lock(made.mutex);
+    made.all.push_back(std::move(object));
+}
+
+Object& objectOf(const void* reference)
+{
+    if (!reference)
+        refuse("NULL was used");
+    auto& object = *static_cast<Object*>(const_cast<void*>(reference));
+    if (!object.isConstant && object.references <= 0)
+        refuse("an object was used after its release");
+    return object;
+}
+
+Object& objectOf(const void* reference, Kind kind)
+{
+    auto& object = objectOf(reference);
+    if (object.kind != kind)
+        refuse("an object was taken for one of another kind");
+    return object;
+}
 
 std::size_t ownedObjectCount()
 {
-    return static_cast<std::size_t>(
-        std::count_if(objects().begin(), objects().end(), [](const auto& object) { return object->references > 0; }));
+    auto& made = objects();
+    MutexLock lock(made.mutex);
+    std::size_t count = 0;
+    for (const auto& object : made.all)
+        count += object->references > 0 ? 1U : 0U;
+    return count;
+}
+
+CFArrayRef makeArray(const std::vector<CFTypeRef>& elements)
+{
+    auto& array = make<Array>();
+    for (const auto* each : elements)
+        array.elements.push_back(CFRetain(each));
+    return referenceTo<CFArrayRef>(array);
+}
+
+std::int64_t numberOf(CFTypeRef number)
+{
+    return as<Number>(number).value;
 }
 
 void putPreferenceText(const std::string& key, const std::string& text)
 {
-    preferences().insert_or_assign(key, Object{Kind::string, false, text});
+    preferences().insert_or_assign(key, Preference{Kind::string, text});
 }
 
 void putPreferenceNumber(const std::string& key)
 {
-    preferences().insert_or_assign(key, Object{Kind::number, false, {}, true});
+    preferences().insert_or_assign(key, Preference{Kind::number, {}, true});
 }
 
 void clearPreferences()
@@ -135,23 +190,46 @@ void refuseStoring(bool refuses)
 
 }  // namespace velmora::standin
 
+using namespace velmora::standin;
+
 extern "C" {
 
+struct CFDictionaryKeyCallBacks {
+    int unused;
+};
+struct CFDictionaryValueCallBacks {
+    int unused;
+};
+
 const CFAllocatorRef kCFAllocatorDefault = nullptr;
-const CFBooleanRef kCFBooleanTrue = reinterpret_cast<CFBooleanRef>(&yes);
-const CFBooleanRef kCFBooleanFalse = reinterpret_cast<CFBooleanRef>(&no);
-const CFStringRef kCFPreferencesCurrentApplication = reinterpret_cast<CFStringRef>(&application);
+const CFBooleanRef kCFBooleanTrue = referenceTo<CFBooleanRef>(yes);
+const CFBooleanRef kCFBooleanFalse = referenceTo<CFBooleanRef>(no);
+const CFStringRef kCFPreferencesCurrentApplication = referenceTo<CFStringRef>(application);
+const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks{0};
+const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks{0};
+
+CFTypeRef CFRetain(CFTypeRef reference)
+{
+    ++objectOf(reference).references;
+    return reference;
+}
 
 void CFRelease(CFTypeRef reference)
 {
     auto& object = objectOf(reference);
-    if (!object.isConstant)
-        --object.references;
+    if (!object.isConstant && --object.references == 0)
+        object.end();
 }
 
 CFTypeID CFGetTypeID(CFTypeRef reference)
 {
     return static_cast<CFTypeID>(objectOf(reference).kind);
+}
+
+// Enough for texts of the frameworks, each of which is there once.
+Boolean CFEqual(CFTypeRef one, CFTypeRef other)
+{
+    return &objectOf(one) == &objectOf(other);
 }
 
 CFTypeID CFBooleanGetTypeID()
@@ -161,10 +239,70 @@ CFTypeID CFBooleanGetTypeID()
 
 Boolean CFBooleanGetValue(CFBooleanRef reference)
 {
-    const auto& object = objectOf(reference);
-    if (object.kind != Kind::boolean)
-        refuse("something else was taken for a boolean");
-    return object.flag;
+    return as<Boolean_>(reference).value;
+}
+
+CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void* value)
+{
+    if (type != kCFNumberSInt64Type)
+        refuse("a number of another type");
+    return referenceTo<CFNumberRef>(make<Number>(*static_cast<const std::int64_t*>(value)));
+}
+
+CFTypeID CFNumberGetTypeID()
+{
+    return static_cast<CFTypeID>(Kind::number);
+}
+
+Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value)
+{
+    if (type != kCFNumberSInt64Type)
+        refuse("a number was read as one of another type");
+    *static_cast<std::int64_t*>(value) = as<Number>(number).value;
+    return true;
+}
+
+CFTypeID CFArrayGetTypeID()
+{
+    return static_cast<CFTypeID>(Kind::array);
+}
+
+CFIndex CFArrayGetCount(CFArrayRef array)
+{
+    return static_cast<CFIndex>(as<Array>(array).elements.size());
+}
+
+const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index)
+{
+    const auto& elements = as<Array>(array).elements;
+    if (index < 0 || index >= static_cast<CFIndex>(elements.size()))
+        refuse("an array was asked for more than it has");
+    return elements[static_cast<std::size_t>(index)];
+}
+
+CFTypeID CFDictionaryGetTypeID()
+{
+    return static_cast<CFTypeID>(Kind::dictionary);
+}
+
+CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void** values, CFIndex count,
+    const CFDictionaryKeyCallBacks* keyCalls, const CFDictionaryValueCallBacks* valueCalls)
+{
+    if (keyCalls != &kCFTypeDictionaryKeyCallBacks || valueCalls != &kCFTypeDictionaryValueCallBacks)
+        refuse("a dictionary of something else than objects");
+    auto& dictionary = make<Dictionary>();
+    for (CFIndex index = 0; index < count; ++index)
+        dictionary.entries.emplace_back(CFRetain(keys[index]), CFRetain(values[index]));
+    return referenceTo<CFDictionaryRef>(dictionary);
+}
+
+const void* CFDictionaryGetValue(CFDictionaryRef reference, const void* key)
+{
+    for (const auto& [name, value] : as<Dictionary>(reference).entries) {
+        if (name == key)
+            return value;
+    }
+    return nullptr;
 }
 
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex count, CFStringEncoding encoding, Boolean hasMark)
@@ -172,23 +310,27 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex 
     const std::string text(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(count));
     if (encoding != kCFStringEncodingUTF8 || hasMark)
         refuse("another encoding than UTF-8");
-    return isUtf8(text) ? make<CFStringRef>({Kind::string, false, text}) : nullptr;
+    return isUtf8(text) ? referenceTo<CFStringRef>(make<String>(text)) : nullptr;
 }
 
 CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef key, CFStringRef of)
 {
     checkApplication(of);
-    const auto found = preferences().find(textOf(key));
-    return found == preferences().end() ? nullptr : make<CFPropertyListRef>(Object{found->second});
+    const auto found = preferences().find(as<String>(key).text);
+    if (found == preferences().end())
+        return nullptr;
+    const auto& preference = found->second;
+    if (preference.kind == Kind::boolean)
+        return preference.flag ? kCFBooleanTrue : kCFBooleanFalse;
+    if (preference.kind == Kind::number)
+        return referenceTo<CFPropertyListRef>(make<Number>(1));
+    return referenceTo<CFPropertyListRef>(make<String>(preference.text));
 }
 
 void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFStringRef of)
 {
     checkApplication(of);
-    auto kept = objectOf(value);
-    kept.isConstant = false;
-    kept.references = 1;
-    preferences().insert_or_assign(textOf(key), kept);
+    preferences().insert_or_assign(as<String>(key).text, Preference{Kind::boolean, {}, as<Boolean_>(value).value});
 }
 
 Boolean CFPreferencesAppSynchronize(CFStringRef of)

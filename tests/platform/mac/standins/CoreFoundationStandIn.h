@@ -1,15 +1,22 @@
 // How a test steers the stand-in for Core Foundation, and what it says of its use. It ends the test program where an object is used after it
-// was released for the last time, where NULL is released, and where a constant is taken for another kind of object.
+// was released for the last time, where NULL is used, and where an object is taken for one of another kind. Any thread, but for preferences.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <cstddef>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace velmora::standin {
 
 /// Objects that somebody still owns; constants, and what the preferences hold, do not count.
 [[nodiscard]] std::size_t ownedObjectCount();
+
+/// With one reference, which is the caller's; it holds its elements.
+[[nodiscard]] CFArrayRef makeArray(const std::vector<CFTypeRef>& elements);
+
+[[nodiscard]] std::int64_t numberOf(CFTypeRef number);
 
 /// The preferences of the current application, as if some other program had written them.
 void putPreferenceText(const std::string& key, const std::string& text);

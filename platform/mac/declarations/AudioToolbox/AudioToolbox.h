@@ -1,0 +1,38 @@
+// Audio converters, one page for each name below https://developer.apple.com/documentation/audiotoolbox/
+// Compared with pages: the parameters of the callback (https://developer.apple.com/documentation/audiotoolbox/audioconvertercomplexinputdataproc),
+// how it says that nothing more comes (https://developer.apple.com/library/archive/qa/qa1317/_index.html), AudioConverterPrimeInfo's members and
+// widths (https://docs.rs/objc2-audio-toolbox). Unconfirmed: the other functions' parameters, the numbers of the properties.
+#pragma once
+
+#include <CoreAudioTypes/CoreAudioTypes.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct OpaqueAudioConverter* AudioConverterRef;
+typedef UInt32 AudioConverterPropertyID;
+typedef struct AudioConverterPrimeInfo {
+    UInt32 leadingFrames;
+    UInt32 trailingFrames;
+} AudioConverterPrimeInfo;
+enum {
+    kAudioConverterEncodeBitRate = 0x62726174 /* 'brat' */,
+    kAudioConverterPrimeInfo = 0x7072696D /* 'prim' */,
+    kAudioConverterPropertyMaximumOutputPacketSize = 0x786F7073 /* 'xops' */
+};
+
+/// The converter, the number of packets, the buffers, the packets' descriptions, and what FillComplexBuffer was given.
+typedef OSStatus (*AudioConverterComplexInputDataProc)(AudioConverterRef, UInt32*, AudioBufferList*, AudioStreamPacketDescription**, void*);
+
+OSStatus AudioConverterNew(const AudioStreamBasicDescription*, const AudioStreamBasicDescription*, AudioConverterRef*);
+OSStatus AudioConverterDispose(AudioConverterRef);
+OSStatus AudioConverterSetProperty(AudioConverterRef, AudioConverterPropertyID, UInt32, const void*);
+OSStatus AudioConverterGetProperty(AudioConverterRef, AudioConverterPropertyID, UInt32*, void*);
+OSStatus AudioConverterFillComplexBuffer(
+    AudioConverterRef, AudioConverterComplexInputDataProc, void*, UInt32*, AudioBufferList*, AudioStreamPacketDescription*);
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,36 @@
+// What sound is, one page for each name below https://developer.apple.com/documentation/coreaudiotypes/
+// Compared with pages: the members of the structures (Apple's pages of each). Unconfirmed: their widths, and the numbers of format and flags.
+#pragma once
+
+#include <MacTypes.h>
+
+typedef double Float64;
+typedef struct AudioBuffer {
+    UInt32 mNumberChannels;
+    UInt32 mDataByteSize;
+    void* mData;
+} AudioBuffer;
+typedef struct AudioBufferList {
+    UInt32 mNumberBuffers;
+    AudioBuffer mBuffers[1];
+} AudioBufferList;
+typedef struct AudioStreamBasicDescription {
+    Float64 mSampleRate;
+    UInt32 mFormatID;
+    UInt32 mFormatFlags;
+    UInt32 mBytesPerPacket;
+    UInt32 mFramesPerPacket;
+    UInt32 mBytesPerFrame;
+    UInt32 mChannelsPerFrame;
+    UInt32 mBitsPerChannel;
+    UInt32 mReserved;
+} AudioStreamBasicDescription;
+
+typedef struct AudioStreamPacketDescription {
+    int64_t mStartOffset;
+    UInt32 mVariableFramesInPacket;
+    UInt32 mDataByteSize;
+} AudioStreamPacketDescription;
+
+enum { kAudioFormatLinearPCM = 0x6C70636D /* 'lpcm' */, kAudioFormatMPEG4AAC = 0x61616320 /* 'aac ' */ };
+enum { kAudioFormatFlagIsFloat = 1, kAudioFormatFlagIsPacked = 8, kAudioFormatFlagIsNonInterleaved = 32 };

@@ -1,0 +1,75 @@
+// Core Media's times and sample buffers, one page for each name below https://developer.apple.com/documentation/coremedia/
+// Compared with pages: CMTime's members, their widths, its alignment of four bytes and the flags
+// (https://docs.rs/objc2-core-media/latest/objc2_core_media/struct.CMTime.html, https://docs.rs/core-media-sys/0.1.2/src/core_media_sys/time.rs.html);
+// the parameters of the block buffers' functions and of the formats' (https://docs.rs/apple-cf);
+// CMSampleBufferGetSampleAttachmentsArray and its keys (Apple's pages). Unconfirmed: the parameters of CMFormatDescriptionGetExtension.
+#pragma once
+
+#include <CoreAudioTypes/CoreAudioTypes.h>
+#include <CoreVideo/CoreVideo.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef int64_t CMTimeValue;
+typedef int32_t CMTimeScale;
+typedef uint32_t CMTimeFlags;
+typedef int64_t CMTimeEpoch;
+enum { kCMTimeFlags_Valid = 1, kCMTimeFlags_HasBeenRounded = 2 };
+typedef struct __attribute__((packed, aligned(4))) {
+    CMTimeValue value;
+    CMTimeScale timescale;
+    CMTimeFlags flags;
+    CMTimeEpoch epoch;
+} CMTime;
+extern const CMTime kCMTimeInvalid;
+CMTime CMTimeMake(int64_t, int32_t);
+
+typedef struct opaqueCMSampleBuffer* CMSampleBufferRef;
+typedef struct OpaqueCMBlockBuffer* CMBlockBufferRef;
+typedef const struct opaqueCMFormatDescription* CMFormatDescriptionRef;
+typedef CMFormatDescriptionRef CMVideoFormatDescriptionRef;
+typedef FourCharCode CMVideoCodecType;
+typedef struct {
+    int32_t width;
+    int32_t height;
+} CMVideoDimensions;
+enum { kCMVideoCodecType_H264 = 0x61766331 /* 'avc1' */ };
+
+typedef CMFormatDescriptionRef CMAudioFormatDescriptionRef;
+typedef CFIndex CMItemCount;
+
+Boolean CMSampleBufferIsValid(CMSampleBufferRef);
+CMItemCount CMSampleBufferGetNumSamples(CMSampleBufferRef);
+CVImageBufferRef CMSampleBufferGetImageBuffer(CMSampleBufferRef);
+// https://docs.rs/apple-cf/0.8.1/apple_cf/raw/fn.CMSampleBufferGetAudioBufferListWithRetainedBlockBuffer.html
+OSStatus CMSampleBufferGetAudioBufferListWithRetainedBlockBuffer(
+    CMSampleBufferRef, size_t*, AudioBufferList*, size_t, CFAllocatorRef, CFAllocatorRef, uint32_t, CMBlockBufferRef*);
+const AudioStreamBasicDescription* CMAudioFormatDescriptionGetStreamBasicDescription(CMAudioFormatDescriptionRef);
+CMTime CMSampleBufferGetPresentationTimeStamp(CMSampleBufferRef);
+CMTime CMSampleBufferGetDuration(CMSampleBufferRef);
+CMBlockBufferRef CMSampleBufferGetDataBuffer(CMSampleBufferRef);
+CMFormatDescriptionRef CMSampleBufferGetFormatDescription(CMSampleBufferRef);
+CFArrayRef CMSampleBufferGetSampleAttachmentsArray(CMSampleBufferRef, Boolean);
+extern const CFStringRef kCMSampleAttachmentKey_NotSync;
+extern const CFStringRef kCMSampleAttachmentKey_DependsOnOthers;
+
+OSStatus CMBlockBufferGetDataPointer(CMBlockBufferRef, size_t, size_t*, size_t*, char**);
+OSStatus CMBlockBufferCopyDataBytes(CMBlockBufferRef, size_t, size_t, void*);
+
+CMVideoDimensions CMVideoFormatDescriptionGetDimensions(CMVideoFormatDescriptionRef);
+OSStatus CMVideoFormatDescriptionGetH264ParameterSetAtIndex(CMFormatDescriptionRef, size_t, const uint8_t**, size_t*, size_t*, int*);
+CFTypeRef CMFormatDescriptionGetExtension(CMFormatDescriptionRef, CFStringRef);
+// https://developer.apple.com/documentation/coremedia/ycbcrmatrix-extension-constants and its neighbours. Some of these may be other names of
+// Core Video's constants in the system's own headers.
+extern const CFStringRef kCMFormatDescriptionExtension_ColorPrimaries;
+extern const CFStringRef kCMFormatDescriptionExtension_TransferFunction;
+extern const CFStringRef kCMFormatDescriptionExtension_YCbCrMatrix;
+extern const CFStringRef kCMFormatDescriptionColorPrimaries_ITU_R_709_2;
+extern const CFStringRef kCMFormatDescriptionTransferFunction_ITU_R_709_2;
+extern const CFStringRef kCMFormatDescriptionYCbCrMatrix_ITU_R_709_2;
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,18 @@
+// The integers that the older frameworks name themselves: https://developer.apple.com/documentation/kernel/mactypes_h (names). The widths of
+// OSStatus, UInt32, UInt8 and OSType are those in the pages of docs.rs for core-foundation-sys ("base", "mac_types"); those of Boolean and of the
+// last three are unconfirmed.
+#pragma once
+
+#include <stdint.h>
+
+typedef unsigned char Boolean;
+typedef uint8_t UInt8;
+typedef uint32_t UInt32;
+typedef int32_t OSStatus;
+typedef uint32_t OSType;
+typedef OSType FourCharCode;
+enum { noErr = 0 };
+
+typedef uint32_t OptionBits;
+typedef unsigned long ItemCount;
+typedef unsigned long ByteCount;

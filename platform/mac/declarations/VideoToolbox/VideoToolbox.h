@@ -1,0 +1,49 @@
+// Video Toolbox's compression sessions, one page for each name below https://developer.apple.com/documentation/videotoolbox/
+// Compared with pages: the parameters of the functions and of the callback
+// (https://developer.apple.com/library/archive/releasenotes/General/APIDiffsMacOSX10_11/Objective-C/VideoToolbox.html, https://docs.rs/objc2-video-toolbox,
+// https://docs.rs/video-toolbox), the flags (https://learn.microsoft.com/en-us/dotnet/api/videotoolbox.vtencodeinfoflags), the numbers of the errors
+// (http://reibang.com/p/dce0a52e1bd6), and that the option for key frames may be refused. The names of the properties are Apple's pages'.
+#pragma once
+
+#include <CoreMedia/CoreMedia.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct OpaqueVTCompressionSession* VTCompressionSessionRef;
+typedef CFTypeRef VTSessionRef;
+typedef uint32_t VTEncodeInfoFlags;
+enum { kVTEncodeInfo_Asynchronous = 1, kVTEncodeInfo_FrameDropped = 2 };
+enum {
+    kVTPropertyNotSupportedErr = -12900,
+    kVTParameterErr = -12902,
+    kVTInvalidSessionErr = -12903,
+    kVTCouldNotFindVideoEncoderErr = -12908,
+    kVTVideoEncoderMalfunctionErr = -12912,
+    kVTVideoEncoderNotAvailableNowErr = -12915
+};
+
+/// The callback's value, the frame's value, the status, the flags, and the frame if it was encoded.
+typedef void (*VTCompressionOutputCallback)(void*, void*, OSStatus, VTEncodeInfoFlags, CMSampleBufferRef);
+
+OSStatus VTCompressionSessionCreate(CFAllocatorRef, int32_t, int32_t, CMVideoCodecType, CFDictionaryRef, CFDictionaryRef, CFAllocatorRef,
+    VTCompressionOutputCallback, void*, VTCompressionSessionRef*);
+void VTCompressionSessionInvalidate(VTCompressionSessionRef);
+OSStatus VTCompressionSessionPrepareToEncodeFrames(VTCompressionSessionRef);
+OSStatus VTCompressionSessionEncodeFrame(
+    VTCompressionSessionRef, CVImageBufferRef, CMTime, CMTime, CFDictionaryRef, void*, VTEncodeInfoFlags*);
+OSStatus VTCompressionSessionCompleteFrames(VTCompressionSessionRef, CMTime);
+OSStatus VTSessionSetProperty(VTSessionRef, CFStringRef, CFTypeRef);
+
+extern const CFStringRef kVTCompressionPropertyKey_RealTime;
+extern const CFStringRef kVTCompressionPropertyKey_ProfileLevel;
+extern const CFStringRef kVTCompressionPropertyKey_MaxKeyFrameInterval;
+extern const CFStringRef kVTCompressionPropertyKey_AverageBitRate;
+extern const CFStringRef kVTCompressionPropertyKey_AllowFrameReordering;
+extern const CFStringRef kVTProfileLevel_H264_High_AutoLevel;
+extern const CFStringRef kVTEncodeFrameOptionKey_ForceKeyFrame;
+
+#ifdef __cplusplus
+}
+#endif

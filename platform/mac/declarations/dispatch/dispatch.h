@@ -1,0 +1,29 @@
+// Serial queues of libdispatch: https://developer.apple.com/documentation/dispatch/dispatch_queue_create and
+// https://developer.apple.com/documentation/dispatch/dispatch_queue_attr_make_with_qos_class
+// In Objective-C a queue is an object that is counted like others. Unconfirmed: the number of the quality of service, the names of the types behind.
+#pragma once
+
+#include <stdint.h>
+
+#ifdef __OBJC__
+#import <Foundation/Foundation.h>
+
+@protocol OS_dispatch_queue <NSObject>
+@end
+typedef NSObject<OS_dispatch_queue>* dispatch_queue_t;
+typedef NSObject* dispatch_queue_attr_t;
+typedef unsigned int dispatch_qos_class_t;
+enum { QOS_CLASS_USER_INTERACTIVE = 0x21 };
+#define DISPATCH_QUEUE_SERIAL ((dispatch_queue_attr_t)nil)
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+dispatch_queue_attr_t dispatch_queue_attr_make_with_qos_class(dispatch_queue_attr_t, dispatch_qos_class_t, int);
+dispatch_queue_t dispatch_queue_create(const char*, dispatch_queue_attr_t) __attribute__((ns_returns_retained));
+
+#ifdef __cplusplus
+}
+#endif
+#endif

@@ -1,0 +1,192 @@
+#!/usr/bin/python3 -IS
+"""Puts defects into the adapters of a Mac, one at a time and in a copy, and says which of them the tests notice.
+
+    deliberate_defects.py FOLDER CMAKE-OPTION...    works in FOLDER, builds with these options; scripts/check-mac defects calls it
+
+A defect is noticed when what it is in does not compile or a test fails, hangs or is ended by a sanitizer. The exit status is 1 if one that was
+expected to be noticed is not, or one that was not is.
+"""
+
+import os
+import shutil
+import subprocess
+import sys
+
+ROOT = os.path.abspath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../.."))
+COPIED = ["base", "media", "engine", "platform", "tests/platform", "tests/support"]
+SESSION = "platform/mac/MacCompressionSession.cpp"
+MEDIA = "platform/mac/MediaConversion.cpp"
+DELIVERY = "platform/mac/StreamDelivery.cpp"
+STREAM = "platform/mac/MacCaptureStream.cpp"
+SCREEN = "platform/mac/ScreenCapture.mm"
+CONTENT = "platform/mac/MacShareableContent.mm"
+SOUND = "platform/mac/MacAudioEncoder.cpp"
+KEYS = "platform/mac/MacHotKeyCenter.cpp"
+DEFAULTS = "platform/mac/MacUserDefaults.cpp"
+ACCESS = "platform/mac/MacScreenCaptureAccess.cpp"
+
+# What it is, the file, what is there, what is put in its place.
+DEFECTS = [
+    ("a frame of which nothing is heard holds up all others", SESSION, "order_.finishUpTo(id, Outcome{})", "order_.find(id)"),
+    ("callbacks go on after the end", SESSION, "hasEnded_ = true;", ""),
+    ("the end does not wait for the running callback", SESSION, "if (!queue_.isCurrent())\n            queue_.drain();", ""),
+    ("a refused frame is called back", SESSION, "if (hasEnded_ || isSubmitting_)", "if (hasEnded_)"),
+    ("a frame that is dropped at once is never called back", SESSION, "} else if ((flags & kVTEncodeInfo_FrameDropped) != 0) {", "} else if (false) {"),
+    ("the key frame of a half second comes later", SESSION, "- lastKeyFrame_ >= longest", "- lastKeyFrame_ > longest"),
+    ("a key frame fulfils no request", SESSION, "requests_.fulfil(*asked_->request);", ""),
+    ("every picture is asked for as a key frame while one is awaited", SESSION, "request && (!asked_ || asked_->request != request)", "request.has_value()"),
+    ("a session is not invalidated", SESSION, "VTCompressionSessionInvalidate(session_.get());", "static_cast<void>(0);"),
+    ("a leaked dictionary for each key frame", SESSION, "frame->asKeyFrame ? keyFrameProperties_.get()", "frame->asKeyFrame ? keyFrameProperties().release()"),
+    ("a property under another's name", SESSION, "return kVTCompressionPropertyKey_MaxKeyFrameInterval;", "return kVTCompressionPropertyKey_AverageBitRate;"),
+    ("yes and no swapped", SESSION, "*boolean ? kCFBooleanTrue : kCFBooleanFalse", "*boolean ? kCFBooleanFalse : kCFBooleanTrue"),
+    ("the duration in place of the time", SESSION, "pixels.get(), toCMTime(presentationTimeStamp)", "pixels.get(), toCMTime(duration)"),
+    ("completing does not wait for the callbacks", SESSION, "frames_->drain();", ""),
+    ("a callback that completes its session waits for itself", SESSION, "if (frames_->isCallingBack())", "if (false)"),
+    ("pictures of another size are passed on", SESSION, "|| pixelBuffer->height != height_", ""),
+    ("another codec is passed on", SESSION, "codec.value != kCMVideoCodecType_H264 || ", ""),
+    ("a frame's status is lost", SESSION, "finish(*frame, {status, status == noErr", "finish(*frame, {noErr, status == noErr"),
+    ("a frame's bytes are not kept", MEDIA, "std::shared_ptr<const void>{retained(block)}", "std::shared_ptr<const void>{}"),
+    ("only the first piece of a frame", MEDIA, "if (contiguous == total)", "if (contiguous != 0)"),
+    ("lengths of another size are taken for ours", MEDIA, "\n            || lengthSize != 4", ""),
+    ("only the first parameter set", MEDIA, "index < count; ++index) {\n        const std::uint8_t* set", "index < 1; ++index) {\n        const std::uint8_t* set"),
+    ("frames that are no sync samples count as key frames", MEDIA, "hasAttachment(sample, kCMSampleAttachmentKey_NotSync) || ", ""),
+    ("frames that depend on others count as key frames", MEDIA, " || hasAttachment(sample, kCMSampleAttachmentKey_DependsOnOthers)", ""),
+    ("a picture is never unlocked", MEDIA, "CVPixelBufferUnlockBaseAddress(buffer, kCVPixelBufferLock_ReadOnly);", ""),
+    ("a picture is leaked", MEDIA, "        CFRelease(buffer);\n", ""),
+    ("the memory of a picture is given back at once", MEDIA, "static_cast<void>(keeper.release());", "keeper.release(); delete new PixelBufferRef(picture); CFRetain(around);"),
+    ("channels swapped", MEDIA, "at * channels + index", "at * channels + (channels - 1 - index)"),
+    ("planar sound is taken for interleaved", MEDIA, "const std::size_t bufferCount = isPlanar ? channels : 1;", "const std::size_t bufferCount = 1;"),
+    ("the memory of sound is leaked", MEDIA, "const CfHandle<CMBlockBufferRef> memory{block};", "static_cast<void>(block);"),
+    ("an infinite time is taken for its value", MEDIA, "(time.flags & ~CMTimeFlags{kCMTimeFlags_HasBeenRounded}) == kCMTimeFlags_Valid", "(time.flags & kCMTimeFlags_Valid) != 0"),
+    ("colour is always called BT.709", MEDIA, "return value && CFEqual(value, bt709) ? 1 : 2;", "static_cast<void>(value); static_cast<void>(bt709); return 1;"),
+    ("a still window is not repeated", DELIVERY, "if (now >= pictureDue) {", "if (false) {"),
+    ("a repeated picture keeps its time", DELIVERY, "    lastTime_ = now;\n    isPictureWanted_ = false;", "    isPictureWanted_ = false;"),
+    ("nobody repeats for whom waits for a key frame", DELIVERY, "        isPictureWanted_ = true;\n", ""),
+    ("what waits in a queue is delivered after a stop", DELIVERY, "&& !self->hasEnded_)", ")"),
+    ("pictures are handed on after a stop", DELIVERY, "if (!hasBegun_ || hasEnded_)\n        return;\n    // The system", "if (!hasBegun_)\n        return;\n    // The system"),
+    ("times ahead of the clock", DELIVERY, "moment > now || ", ""),
+    ("old times", DELIVERY, " || now - moment >= repeatInterval", ""),
+    ("times that stand still", DELIVERY, "std::max(moment, lastTime_ + std::chrono::nanoseconds{1})", "moment"),
+    ("another time base", DELIVERY, "time.isValid() ? momentOf(time) : now", "time.isValid() ? MonotonicTime{std::chrono::nanoseconds{time.value}} : now"),
+    ("the last picture is kept after a stop", DELIVERY, "        lastPicture_.reset();\n", ""),
+    ("mono in one ear", DELIVERY, "stereo.push_back(sound.samples[at + (channels > 1 ? 1 : 0)]);", "stereo.push_back(0);"),
+    ("sound of another rate is taken as it is", DELIVERY, "|| sound.sampleRate != soundFormat_->sampleRate ", ""),
+    ("silence is not put out", DELIVERY, "            sound_->deliver(now);\n        } else if", "        } else if"),
+    ("a stop goes to a stream that does not run yet", STREAM, "if (phase_ == Phase::starting && !stop_) {", "if (phase_ == Phase::starting && !stop_) { phase_ = Phase::running; } if (false) {"),
+    ("an end before the start's completion is lost", STREAM, "ownEnd_ = error;", "static_cast<void>(error);"),
+    ("an end is told twice", STREAM, "                return;\n            phase_ = Phase::ended;\n        }\n        reportEnd(error);", "                return;\n        }\n        reportEnd(error);"),
+    ("an end is told before the start's completion", STREAM, "            completion(std::move(result));\n            self->didStart(hasStarted);", "            self->didStart(hasStarted);\n            completion(std::move(result));"),
+    ("the completion of a stop during the start is lost", STREAM, "        if (stop)\n            stop({});\n        else if", "        if (stop)\n            stop.reset();\n        else if"),
+    ("the completion of a second stop is lost", STREAM, "        if (completion)\n            return completion({});", "        if (completion)\n            return;"),
+    ("a failed start is told as a success", STREAM, "            completion(std::move(result));\n", "            completion({});\n"),
+    ("a microphone is taken for an output", STREAM, "if (type == StreamOutputType::microphone)", "if (false)"),
+    ("the first picture after the start is lost", SCREEN, "(status == SCFrameStatusComplete || status == SCFrameStatusStarted)", "status == SCFrameStatusComplete"),
+    ("sound and pictures swapped", SCREEN, "isSound ? SCStreamOutputTypeAudio : SCStreamOutputTypeScreen", "isSound ? SCStreamOutputTypeScreen : SCStreamOutputTypeAudio"),
+    ("a reference cycle", SCREEN, "    _observer = std::move(observer);\n", "    _observer = observer;\n    static auto& kept = *new std::vector<std::shared_ptr<void>>;\n    kept.push_back(observer.lock());\n"),
+    ("a leaked object", SCREEN, "            isRunning_ = true;\n", "            isRunning_ = true;\n            static_cast<void>((__bridge_retained void*)stream_);\n"),
+    ("no autorelease pool on a thread of ours", SCREEN, "        @autoreleasepool {\n            const bool isSound", "        {\n            const bool isSound"),
+    ("a misspelt selector", SCREEN, "startCaptureWithCompletionHandler:^", "startCaptureWithCompletionHander:^"),
+    ("a method that nobody calls, being misspelt", SCREEN, "- (void)stream:(SCStream*)stream didStopWithError:", "- (void)stream:(SCStream*)stream didStopWithAnError:"),
+    ("width and height swapped", SCREEN, "result.width = static_cast<std::size_t>(configuration.width);", "result.width = static_cast<std::size_t>(configuration.height);"),
+    ("the part of the display is not set", SCREEN, "result.sourceRect = CGRect{{part->x, part->y}, {part->width, part->height}};", ""),
+    ("our own sound is not left out", SCREEN, "result.excludesCurrentProcessAudio = configuration.excludesCurrentProcessAudio;", ""),
+    ("shadows are not left out", SCREEN, "result.ignoreShadowsDisplay = configuration.ignoreShadowsDisplay;", ""),
+    ("the rate of pictures is not set", SCREEN, "result.minimumFrameInterval = toCMTime(configuration.minimumFrameInterval);", ""),
+    ("a completion is called as often as the system likes", SCREEN, "if (auto answered = std::exchange(*once, nullptr))\n                  answered(resultOf(error, \"The capture cannot be started.\"));",
+     "(*once)(resultOf(error, \"The capture cannot be started.\"));"),
+    ("a released stream runs on", SCREEN, "if (isRunning_.exchange(false))", "if (false)"),
+    ("a stream is stopped that never ran", SCREEN, "if (isRunning_.exchange(false))", "if (true)"),
+    ("excepted windows are forgotten", SCREEN, "            [excepted addObject:window];", "            static_cast<void>(window);"),
+    ("an application that has gone is left out in silence", SCREEN, "            return fail(domain, notThere, \"The application is no longer there.\");", "            continue;"),
+    ("windows in the system's order", CONTENT, "    sortFromTheFront(result.windows);\n", ""),
+    ("windows at the back first", CONTENT, "return place(a) < place(b);", "return place(a) > place(b);"),
+    ("an application is forgotten", CONTENT, "        result.owningApplication = applicationOf(application);", "        static_cast<void>(application);"),
+    ("hidden windows count as visible", CONTENT, "result.isOnScreen = window.onScreen;", "result.isOnScreen = true;"),
+    ("what is listed cannot be captured", CONTENT, "objects->keep(std::move(listed));", ""),
+    ("lists are answered as often as the system likes", CONTENT, "auto answered = std::exchange(*once, nullptr);", "auto& answered = *once;"),
+    ("a pause in the sound is taken for its end", SOUND, "samples == 0 && !self.hasEnded_ ? nothingForNow : noErr", "noErr"),
+    ("the priming is unknown", SOUND, "std::move(format), priming.leadingFrames", "std::move(format), 0"),
+    ("a converter is leaked", SOUND, "AudioConverterDispose(converter);", "static_cast<void>(converter);"),
+    ("the bit rate is not set", SOUND, "AudioConverterSetProperty(made, kAudioConverterEncodeBitRate, sizeof bitRate, &bitRate)", "OSStatus{noErr + 0 * static_cast<OSStatus>(bitRate)}"),
+    ("memory is touched that the converter still reads", SOUND, "            waiting_.push_back(engine::encodableSample(each));", "            waiting_.push_back(engine::encodableSample(each));\n        for (auto& each : given_)\n            each = 0;"),
+    ("values that are no sound", SOUND, "engine::encodableSample(each)", "each"),
+    ("a hot key is left with the system", KEYS, "            UnregisterEventHotKey(hotKey);\n", "            static_cast<void>(hotKey);\n"),
+    ("a handler is left with the system", KEYS, "            RemoveEventHandler(listener);", "            static_cast<void>(listener);"),
+    ("a hot key's numbers swapped", KEYS, "HotKeyID{pressed.signature, pressed.id}", "HotKeyID{pressed.id, pressed.signature}"),
+    ("a preference of another type is taken for a yes", DEFAULTS, "CFGetTypeID(value.get()) == CFBooleanGetTypeID() && ", ""),
+    ("a preference is not stored", DEFAULTS, "static_cast<void>(CFPreferencesAppSynchronize(kCFPreferencesCurrentApplication));", ""),
+    ("looking for access asks the user", ACCESS, "note(CGPreflightScreenCaptureAccess())", "note(CGRequestScreenCaptureAccess())"),
+]
+# The same, and why no test here can notice.
+UNNOTICED = [
+    ("both outputs on one queue", SCREEN, "isSound ? soundQueue_ : screenQueue_", "screenQueue_",
+     "the seam hands on to its own queues; no page forbids one queue for both"),
+    ("a number of the declarations is wrong", "platform/mac/declarations/ScreenCaptureKit/ScreenCaptureKit.h", "SCFrameStatusComplete = 0", "SCFrameStatusComplete = 6",
+     "the stand-in reads the same declaration: only SystemHeaders.mm on a Mac can tell"),
+    ("a structure has another layout", "platform/mac/declarations/CoreMedia/CoreMedia.h", "__attribute__((packed, aligned(4)))", "",
+     "the same: adapter and stand-in agree"),
+    ("a captured picture is wrapped once more", MEDIA, "if (std::get_deleter<UnlockAndRelease>(picture->owner))", "if (false)",
+     "the encoder gets the same memory; that it is not the system's own buffer costs a copy only on a Mac"),
+    ("the queues have no urgency", SCREEN, "dispatch_queue_attr_make_with_qos_class(DISPATCH_QUEUE_SERIAL, QOS_CLASS_USER_INTERACTIVE, 0)", "DISPATCH_QUEUE_SERIAL",
+     "urgency changes no result"),
+]
+
+
+def run(command, **more):
+    return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, **more)
+
+
+def notice(build):
+    """How the defect is noticed; none if it is not."""
+    built = run(["ninja", "-C", build])
+    if built.returncode:
+        return "does not compile"
+    try:
+        tested = run([os.path.join(build, "mac_objc_tests"), "--gtest_brief=1", "--gtest_fail_fast"], timeout=60)
+    except subprocess.TimeoutExpired:
+        return "hangs"
+    if tested.returncode == 0:
+        return None
+    failed = [line.split()[3].rstrip(",") for line in tested.stdout.splitlines() if line.startswith("[  FAILED  ]") and len(line.split()) > 3
+              and "." in line.split()[3]]
+    if failed:
+        return failed[0]
+    return "ended: " + next((line.strip() for line in tested.stdout.splitlines() if "stand-in" in line or "ERROR" in line or "error" in line), "abort")[:80]
+
+
+def main(folder, options):
+    copy, build = os.path.join(folder, "source"), os.path.join(folder, "build")
+    shutil.rmtree(copy, ignore_errors=True)
+    for each in COPIED:
+        shutil.copytree(os.path.join(ROOT, each), os.path.join(copy, each))
+    configured = run(["cmake", "-S", os.path.join(copy, "tests/platform/mac/objc"), "-B", build, "-G", "Ninja", "-DVELMORA_MAC_EVERYTHING=ON", *options])
+    if configured.returncode:
+        sys.exit(configured.stdout)
+    if notice(build):
+        sys.exit("the tests fail without any defect: " + str(notice(build)))
+    status = noticed = 0
+    for what, path, old, new, *why in DEFECTS + UNNOTICED:
+        file = os.path.join(copy, path)
+        with open(file, encoding="utf-8") as stream:
+            text = stream.read()
+        if text.count(old) != 1:
+            print(f"CANNOT BE MADE, its place is there {text.count(old)} times: {what}", flush=True)
+            status = 1
+            continue
+        with open(file, "w", encoding="utf-8") as stream:
+            stream.write(text.replace(old, new))
+        how = notice(build)
+        with open(file, "w", encoding="utf-8") as stream:
+            stream.write(text)
+        noticed += how is not None
+        if (how is None) != bool(why):
+            status = 1
+        print(f"{'noticed' if how else 'NOT NOTICED'}: {what}: {how or (why[0] if why else 'nothing')}", flush=True)
+    print(f"{noticed} of {len(DEFECTS) + len(UNNOTICED)} defects noticed")
+    sys.exit(status)
+
+
+if __name__ == "__main__":
+    if len(sys.argv) < 2:
+        sys.exit(__doc__)
+    main(os.path.abspath(sys.argv[1]), sys.argv[2:])
