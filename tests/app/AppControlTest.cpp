@@ -234,6 +234,14 @@ protected:
         return observer.observed(std::move(services));
     }
 
+    /// What waits in the queue of the fixture's main thread holds what the fixture is made of.
+    ~AppControlPauseTest() override
+    {
+        fixture.coordinator->stopCapture();
+        fixture.captureService->drain();
+        runAll();
+    }
+
     void runAll()
     {
         executor->runAll();
@@ -292,11 +300,13 @@ TEST_F(AppControlPauseTest, ARecordingWhoseEndWasAskedForIsNoLongerPaused)
     ASSERT_TRUE(fixture.coordinator->startRecording());
     runAll();
     ASSERT_EQ(said(true), "The recording is paused.");
-    fixture.coordinator->stopRecording();
+    bool isSaved = false;
+    fixture.coordinator->stopRecording([&](const auto&) { isSaved = true; });
     fixture.executor->runAll();
     EXPECT_EQ(said(false), "refused: Nothing is being recorded.");
     EXPECT_FALSE(control.status().contains(QLatin1String("isPaused")));
     writers->writers.back()->answerFinish();
+    fixture.executor->runUntil([&] { return isSaved; });
 }
 
 TEST_F(AppControlSavesTest, EveryToggleIsAnsweredWithItsOwnClip)

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <initializer_list>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -207,6 +209,63 @@ TEST(SequenceParameterSet, ThatIsNotThereOrCutOffTellsNothing)
     auto claimed = configurationOf(unit);
     claimed.pop_back();
     EXPECT_FALSE(declaredPictureDuration(claimed));
+}
+
+/// The header of a slice, as far as its number, with what follows it.
+Bits slice(std::uint32_t kind, const Bits& upToNumber, std::uint32_t number)
+{
+    return Bits{}.number(8, kind).exponential(0).exponential(7).exponential(0).append(upToNumber).exponential(number).number(24, 0xABCDEF);
+}
+
+void appendUnit(std::vector<std::byte>& stream, const std::vector<std::byte>& unit)
+{
+    for (int shift = 24; shift >= 0; shift -= 8)
+        stream.push_back(static_cast<std::byte>(unit.size() >> shift & 0xFF));
+    stream.insert(stream.end(), unit.begin(), unit.end());
+}
+
+std::optional<std::uint32_t> numberIn(const Bits& parameters, const Bits& header)
+{
+    std::vector<std::byte> stream;
+    appendUnit(stream, Bits{}.number(8, 0x06).number(16, 0x0500).unit());  // a message before the picture
+    appendUnit(stream, header.unit());
+    return keyFrameNumber(configurationOf(parameters.unit()), stream);
+}
+
+constexpr std::uint32_t keyFrame = 0x65;
+constexpr std::uint32_t otherFrame = 0x41;
+
+TEST(SequenceParameterSet, TheNumberOfAKeyFrameIsReadBehindWhatStandsBeforeIt)
+{
+    const auto fields = Bits{}.exponential(39).exponential(29).number(1, 0).number(1, 0).number(1, 1).number(1, 0);
+    const auto longNumbers = Bits{}.exponential(12).exponential(2).exponential(4).number(1, 0);
+    for (const std::uint32_t number : {0U, 1U, 2U, 65535U}) {
+        const auto frameNumber = Bits{}.number(4, 0);
+        EXPECT_EQ(numberIn(joined({head(66), order(), size(), plainLook()}), slice(keyFrame, frameNumber, number)), number);
+        EXPECT_EQ(numberIn(joined({head(66), longNumbers, size(), plainLook()}), slice(keyFrame, Bits{}.number(16, 0), number)), number);
+        EXPECT_EQ(
+            numberIn(joined({head(66), order(), fields, plainLook()}), slice(keyFrame, Bits{}.number(4, 0).number(1, 0), number)), number);
+        EXPECT_EQ(
+            numberIn(joined({head(66), order(), fields, plainLook()}), slice(keyFrame, Bits{}.number(4, 0).number(2, 3), number)), number);
+        const auto separate = Bits{}.exponential(3).number(1, 1).exponential(0).exponential(0).number(2, 0);
+        EXPECT_EQ(numberIn(joined({head(244), separate, order(), size(), plainLook()}),
+                      slice(keyFrame, Bits{}.number(2, 1).number(4, 0), number)),
+            number);
+    }
+}
+
+TEST(SequenceParameterSet, WhereThereIsNoKeyFrameItHasNoNumber)
+{
+    const auto parameters = joined({head(66), order(), size(), plainLook()});
+    EXPECT_FALSE(numberIn(parameters, slice(otherFrame, Bits{}.number(4, 0), 1)));
+    std::vector<std::byte> stream;
+    appendUnit(stream, slice(keyFrame, Bits{}.number(4, 0), 1).unit());
+    const auto configuration = configurationOf(parameters.unit());
+    ASSERT_TRUE(keyFrameNumber(configuration, stream));
+    EXPECT_FALSE(keyFrameNumber({}, stream));
+    EXPECT_FALSE(keyFrameNumber(configuration, {}));
+    for (std::size_t size = 0; size < stream.size(); ++size)
+        EXPECT_FALSE(keyFrameNumber(configuration, std::span{stream}.first(size))) << size;
 }
 
 }  // namespace
