@@ -143,7 +143,7 @@ public:
     ~ScreenCaptureStream() override
     {
         @autoreleasepool {
-            if (isRunning_.exchange(false))
+            if (isRunning_->exchange(false))
                 stopStream([](const Result<void>&) {});
             stream_ = nil;
             receiver_ = nil;
@@ -169,9 +169,12 @@ public:
     void start(Completion completion) override
     {
         @autoreleasepool {
-            isRunning_ = true;
+            *isRunning_ = true;
             const auto once = std::make_shared<Completion>(std::move(completion));
+            const auto isRunning = isRunning_;
             [stream_ startCaptureWithCompletionHandler:^(NSError* error) {
+                if (error)
+                    *isRunning = false;
                 if (auto answered = std::exchange(*once, nullptr))
                     answered(resultOf(error, "The capture cannot be started."));
             }];
@@ -181,7 +184,7 @@ public:
     void stop(Completion completion) override
     {
         @autoreleasepool {
-            isRunning_ = false;
+            *isRunning_ = false;
             stopStream(std::move(completion));
         }
     }
@@ -209,7 +212,8 @@ private:
     SCStream* stream_;
     const dispatch_queue_t screenQueue_;
     const dispatch_queue_t soundQueue_;
-    std::atomic<bool> isRunning_ = false;
+    // Shared with the start's completion: a start that failed leaves nothing to stop.
+    const std::shared_ptr<std::atomic<bool>> isRunning_ = std::make_shared<std::atomic<bool>>(false);
 };
 
 class MacCaptureStreams final : public platform::CaptureStreamFactory {

@@ -172,10 +172,13 @@ void StreamDelivery::repeatAt(MonotonicTime now)
     handOn(sampleOf(lastPicture_), StreamOutputType::screen);
 }
 
-SampleBufferRef StreamDelivery::sampleOf(const PixelBufferRef& picture) const
+SampleBufferRef StreamDelivery::sampleOf(const PixelBufferRef& picture)
 {
+    const auto* const known = format_ ? format_->video() : nullptr;
+    if (!known || known->codec != picture->format || known->width != picture->width || known->height != picture->height)
+        format_ = std::make_shared<const FormatDescription>(VideoFormat{picture->format, picture->width, picture->height, {}, {}});
     auto sample = std::make_shared<SampleBuffer>();
-    sample->format = std::make_shared<const FormatDescription>(VideoFormat{picture->format, picture->width, picture->height, {}, {}});
+    sample->format = format_;
     sample->presentationTimeStamp = liveTime(lastTime_);
     sample->duration = MediaTime::nanoseconds(interval_.count());
     sample->imageBuffer = picture;

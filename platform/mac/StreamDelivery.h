@@ -49,7 +49,7 @@ private:
     void run();
     void repeatAt(MonotonicTime now) REQUIRES(mutex_);
     void handOn(const SampleBufferRef& sample, platform::StreamOutputType type) REQUIRES(mutex_);
-    [[nodiscard]] SampleBufferRef sampleOf(const PixelBufferRef& picture) const REQUIRES(mutex_);
+    [[nodiscard]] SampleBufferRef sampleOf(const PixelBufferRef& picture) REQUIRES(mutex_);
 
     const std::chrono::nanoseconds interval_;
     const std::optional<engine::AudioSourceFormat> soundFormat_;
@@ -61,6 +61,7 @@ private:
     std::weak_ptr<const platform::CaptureStream> stream_ GUARDED_BY(mutex_);
     bool hasBegun_ GUARDED_BY(mutex_) = false;
     PixelBufferRef lastPicture_ GUARDED_BY(mutex_);
+    FormatDescriptionRef format_ GUARDED_BY(mutex_);  // of the last picture
     MonotonicTime lastTime_ GUARDED_BY(mutex_);
     bool isPictureWanted_ GUARDED_BY(mutex_) = false;
     std::optional<engine::BlockDelivery> sound_ GUARDED_BY(mutex_);

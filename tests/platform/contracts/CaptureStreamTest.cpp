@@ -1,11 +1,14 @@
 // The contract of CaptureStream for the engine's streams on a desktop that is a drawing, and for those of a Mac around a system that is played.
+#include "base/Mutex.h"
 #include "engine/capture/CaptureStreams.h"
 #include "platform/mac/MacCaptureStream.h"
 #include "tests/engine/capture/ToyBackEnd.h"
 #include "tests/platform/contracts/CaptureStreamContract.h"
 #include "tests/platform/mac/ScriptedSystemStream.h"
 
-#include <atomic>
+#include <functional>
+#include <optional>
+#include <utility>
 
 namespace velmora::test {
 namespace {
@@ -13,39 +16,62 @@ namespace {
 using platform::CaptureStream;
 using platform::StreamConfiguration;
 
+/// A desktop of the toys, which streams keep: one that is released may go on a thread of its own, later.
+struct Toys {
+    void close(const Error& error)
+    {
+        MutexLock lock(mutex);
+        if (stopped)
+            stopped(error);
+    }
+
+    engine::ToyWindow window{64, 48};
+    std::optional<Error> startError;
+    Mutex mutex;
+    std::function<void(const Error&)> stopped GUARDED_BY(mutex);
+};
+
 /// A source whose window can go.
 class MortalVideo final : public engine::VideoSource {
 public:
-    MortalVideo(std::unique_ptr<engine::VideoSource> source, std::function<void(const Error&)>& close, std::optional<Error> startError)
-        : source_(std::move(source))
-        , close_(close)
-        , startError_(std::move(startError))
+    MortalVideo(std::shared_ptr<Toys> toys, const StreamConfiguration& configuration)
+        : toys_(std::move(toys))
+        , source_(toys_->window, configuration, engine::PictureScalerFactory{})
     {
     }
     MortalVideo(const MortalVideo&) = delete;
     MortalVideo& operator=(const MortalVideo&) = delete;
-    ~MortalVideo() override
-    {
-        close_ = [](const Error&) {};
-    }
+    ~MortalVideo() override { forget(); }
 
     Result<void> start(Callbacks callbacks) override
     {
-        if (startError_)
-            return fail(*startError_);
+        if (toys_->startError)
+            return fail(*toys_->startError);
         const auto stopped = std::make_shared<decltype(callbacks.stopped)>(std::move(callbacks.stopped));
-        close_ = [stopped](const Error& error) { (*stopped)(error); };
         callbacks.stopped = [stopped](const Error& error) { (*stopped)(error); };
-        return source_->start(std::move(callbacks));
+        {
+            MutexLock lock(toys_->mutex);
+            toys_->stopped = [stopped](const Error& error) { (*stopped)(error); };
+        }
+        return source_.start(std::move(callbacks));
     }
-    Result<void> updateSize(std::int32_t width, std::int32_t height) override { return source_->updateSize(width, height); }
-    void wantPicture() override { source_->wantPicture(); }
-    void stop() override { source_->stop(); }
+    Result<void> updateSize(std::int32_t width, std::int32_t height) override { return source_.updateSize(width, height); }
+    void wantPicture() override { source_.wantPicture(); }
+    void stop() override
+    {
+        forget();
+        source_.stop();
+    }
 
 private:
-    std::unique_ptr<engine::VideoSource> source_;
-    std::function<void(const Error&)>& close_;
-    const std::optional<Error> startError_;
+    void forget()
+    {
+        MutexLock lock(toys_->mutex);
+        toys_->stopped = nullptr;
+    }
+
+    const std::shared_ptr<Toys> toys_;
+    engine::ToyVideoSource source_;
 };
 
 class ToyDesktop final : public CaptureDesktop {
@@ -54,29 +80,24 @@ public:
         const StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate) override
     {
         const auto streams = engine::makeCaptureStreams({
-            .makeVideoSource =
-                [this](const platform::ContentFilter&, const StreamConfiguration& wanted) {
-                    return std::make_unique<MortalVideo>(
-                        std::make_unique<engine::ToyVideoSource>(window_, wanted, engine::PictureScalerFactory{}), close_, startError_);
-                },
+            .makeVideoSource = [toys = toys_](const platform::ContentFilter&,
+                                   const StreamConfiguration& wanted) { return std::make_unique<MortalVideo>(toys, wanted); },
             .makeAudioSource = [] { return nullptr; },
             .shareableContent = nullptr,
         });
         return streams->makeStream(platform::ContentFilter::desktopIndependentWindow({}), configuration, std::move(delegate));
     }
-    void draw() override { window_.draw({{{0, 0, 8, 8}, ++colour_}}); }
-    void closeWindow() override { close_({"Toy", 1, "The window has gone.", nullptr}); }
+    void draw() override { toys_->window.draw({{{0, 0, 8, 8}, ++colour_}}); }
+    void closeWindow() override { toys_->close({"Toy", 1, "The window has gone.", nullptr}); }
     bool refuseStart(int code) override
     {
-        startError_ = Error{"Toy", code, "There is no window.", nullptr};
+        toys_->startError = Error{"Toy", code, "There is no window.", nullptr};
         return true;
     }
 
 private:
-    engine::ToyWindow window_{64, 48};
+    const std::shared_ptr<Toys> toys_ = std::make_shared<Toys>();
     std::uint32_t colour_ = 0;
-    std::function<void(const Error&)> close_ = [](const Error&) {};
-    std::optional<Error> startError_;
 };
 
 class MacDesktop final : public CaptureDesktop {

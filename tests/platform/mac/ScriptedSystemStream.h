@@ -57,8 +57,8 @@ struct SystemStreamScript {
             target->systemDidStop({"com.apple.ScreenCaptureKit.SCStreamErrorDomain", code, "The window has gone.", nullptr});
     }
 
-    /// A picture of 64 x 48, each time in other memory.
-    void show(MediaTime time = liveTime(MonotonicClock::now()))
+    /// A picture of 64 x 48, each time in other memory; it lives as long as somebody keeps it.
+    std::weak_ptr<const PixelBuffer> show(MediaTime time = liveTime(MonotonicClock::now()))
     {
         auto memory = std::make_shared<std::vector<std::byte>>(64 * 48 * 4);
         auto picture = std::make_shared<PixelBuffer>();
@@ -69,6 +69,7 @@ struct SystemStreamScript {
         picture->owner = std::move(memory);
         if (const auto target = listening())
             target->systemDidCapture(picture, time);
+        return picture;
     }
 
     void play(const CapturedSound& sound)

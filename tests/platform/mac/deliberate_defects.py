@@ -3,8 +3,10 @@
 
     deliberate_defects.py FOLDER CMAKE-OPTION...    works in FOLDER, builds with these options; scripts/check-mac defects calls it
 
-A defect is noticed when what it is in does not compile or a test fails, hangs or is ended by a sanitizer. The exit status is 1 if one that was
-expected to be noticed is not, or one that was not is.
+With the variable VELMORA_DEFECTS only those whose names or files have that text in them.
+
+A defect is noticed when a test fails, hangs or is ended by a sanitizer or a stand-in; what is misspelt, when it does not compile. The exit
+status is 1 if one that was expected to be noticed is not, or one that was not is.
 """
 
 import os
@@ -14,6 +16,7 @@ import sys
 
 ROOT = os.path.abspath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../.."))
 COPIED = ["base", "media", "engine", "platform", "tests/platform", "tests/support"]
+ONLY = os.environ.get("VELMORA_DEFECTS", "")
 SESSION = "platform/mac/MacCompressionSession.cpp"
 MEDIA = "platform/mac/MediaConversion.cpp"
 DELIVERY = "platform/mac/StreamDelivery.cpp"
@@ -42,8 +45,8 @@ DEFECTS = [
     ("the duration in place of the time", SESSION, "pixels.get(), toCMTime(presentationTimeStamp)", "pixels.get(), toCMTime(duration)"),
     ("completing does not wait for the callbacks", SESSION, "frames_->drain();", ""),
     ("a callback that completes its session waits for itself", SESSION, "if (frames_->isCallingBack())", "if (false)"),
-    ("pictures of another size are passed on", SESSION, "|| pixelBuffer->height != height_", ""),
-    ("another codec is passed on", SESSION, "codec.value != kCMVideoCodecType_H264 || ", ""),
+    ("pictures of another size are passed on", SESSION, "|| pixelBuffer->height != height_", "|| pixelBuffer->height < height_ / 2"),
+    ("another codec is passed on", SESSION, "codec.value != kCMVideoCodecType_H264", "codec.value == 0"),
     ("a frame's status is lost", SESSION, "finish(*frame, {status, status == noErr", "finish(*frame, {noErr, status == noErr"),
     ("a frame's bytes are not kept", MEDIA, "std::shared_ptr<const void>{retained(block)}", "std::shared_ptr<const void>{}"),
     ("only the first piece of a frame", MEDIA, "if (contiguous == total)", "if (contiguous != 0)"),
@@ -60,7 +63,7 @@ DEFECTS = [
     ("an infinite time is taken for its value", MEDIA, "(time.flags & ~CMTimeFlags{kCMTimeFlags_HasBeenRounded}) == kCMTimeFlags_Valid", "(time.flags & kCMTimeFlags_Valid) != 0"),
     ("colour is always called BT.709", MEDIA, "return value && CFEqual(value, bt709) ? 1 : 2;", "static_cast<void>(value); static_cast<void>(bt709); return 1;"),
     ("a still window is not repeated", DELIVERY, "if (now >= pictureDue) {", "if (false) {"),
-    ("a repeated picture keeps its time", DELIVERY, "    lastTime_ = now;\n    isPictureWanted_ = false;", "    isPictureWanted_ = false;"),
+    ("a repeated picture keeps its time", DELIVERY, "    lastTime_ = now;\n", "    lastTime_ = std::min(lastTime_, now);\n"),
     ("nobody repeats for whom waits for a key frame", DELIVERY, "        isPictureWanted_ = true;\n", ""),
     ("what waits in a queue is delivered after a stop", DELIVERY, "&& !self->hasEnded_)", ")"),
     ("pictures are handed on after a stop", DELIVERY, "if (!hasBegun_ || hasEnded_)\n        return;\n    // The system", "if (!hasBegun_)\n        return;\n    // The system"),
@@ -83,7 +86,7 @@ DEFECTS = [
     ("the first picture after the start is lost", SCREEN, "(status == SCFrameStatusComplete || status == SCFrameStatusStarted)", "status == SCFrameStatusComplete"),
     ("sound and pictures swapped", SCREEN, "isSound ? SCStreamOutputTypeAudio : SCStreamOutputTypeScreen", "isSound ? SCStreamOutputTypeScreen : SCStreamOutputTypeAudio"),
     ("a reference cycle", SCREEN, "    _observer = std::move(observer);\n", "    _observer = observer;\n    static auto& kept = *new std::vector<std::shared_ptr<void>>;\n    kept.push_back(observer.lock());\n"),
-    ("a leaked object", SCREEN, "            isRunning_ = true;\n", "            isRunning_ = true;\n            static_cast<void>((__bridge_retained void*)stream_);\n"),
+    ("a leaked object", SCREEN, "            *isRunning_ = true;\n", "            *isRunning_ = true;\n            static_cast<void>((__bridge_retained void*)stream_);\n"),
     ("no autorelease pool on a thread of ours", SCREEN, "        @autoreleasepool {\n            const bool isSound", "        {\n            const bool isSound"),
     ("a misspelt selector", SCREEN, "startCaptureWithCompletionHandler:^", "startCaptureWithCompletionHander:^"),
     ("a method that nobody calls, being misspelt", SCREEN, "- (void)stream:(SCStream*)stream didStopWithError:", "- (void)stream:(SCStream*)stream didStopWithAnError:"),
@@ -92,10 +95,10 @@ DEFECTS = [
     ("our own sound is not left out", SCREEN, "result.excludesCurrentProcessAudio = configuration.excludesCurrentProcessAudio;", ""),
     ("shadows are not left out", SCREEN, "result.ignoreShadowsDisplay = configuration.ignoreShadowsDisplay;", ""),
     ("the rate of pictures is not set", SCREEN, "result.minimumFrameInterval = toCMTime(configuration.minimumFrameInterval);", ""),
-    ("a completion is called as often as the system likes", SCREEN, "if (auto answered = std::exchange(*once, nullptr))\n                  answered(resultOf(error, \"The capture cannot be started.\"));",
+    ("a completion is called as often as the system likes", SCREEN, "if (auto answered = std::exchange(*once, nullptr))\n                    answered(resultOf(error, \"The capture cannot be started.\"));",
      "(*once)(resultOf(error, \"The capture cannot be started.\"));"),
-    ("a released stream runs on", SCREEN, "if (isRunning_.exchange(false))", "if (false)"),
-    ("a stream is stopped that never ran", SCREEN, "if (isRunning_.exchange(false))", "if (true)"),
+    ("a released stream runs on", SCREEN, "if (isRunning_->exchange(false))", "if (false)"),
+    ("a stream is stopped that never ran", SCREEN, "if (isRunning_->exchange(false))", "if (true)"),
     ("excepted windows are forgotten", SCREEN, "            [excepted addObject:window];", "            static_cast<void>(window);"),
     ("an application that has gone is left out in silence", SCREEN, "            return fail(domain, notThere, \"The application is no longer there.\");", "            continue;"),
     ("windows in the system's order", CONTENT, "    sortFromTheFront(result.windows);\n", ""),
@@ -142,7 +145,7 @@ def notice(build):
     if built.returncode:
         return "does not compile"
     try:
-        tested = run([os.path.join(build, "mac_objc_tests"), "--gtest_brief=1", "--gtest_fail_fast"], timeout=60)
+        tested = run([os.path.join(build, "mac_objc_tests"), "--gtest_brief=1", "--gtest_fail_fast"], timeout=30)
     except subprocess.TimeoutExpired:
         return "hangs"
     if tested.returncode == 0:
@@ -165,7 +168,8 @@ def main(folder, options):
     if notice(build):
         sys.exit("the tests fail without any defect: " + str(notice(build)))
     status = noticed = 0
-    for what, path, old, new, *why in DEFECTS + UNNOTICED:
+    chosen = [each for each in DEFECTS + UNNOTICED if ONLY in each[0] or ONLY in each[1]]
+    for what, path, old, new, *why in chosen:
         file = os.path.join(copy, path)
         with open(file, encoding="utf-8") as stream:
             text = stream.read()
@@ -179,10 +183,11 @@ def main(folder, options):
         with open(file, "w", encoding="utf-8") as stream:
             stream.write(text)
         noticed += how is not None
-        if (how is None) != bool(why):
+        if (how is None) != bool(why) or (how == "does not compile") != ("misspelt" in what):
             status = 1
+            print("NOT AS EXPECTED: ", end="")
         print(f"{'noticed' if how else 'NOT NOTICED'}: {what}: {how or (why[0] if why else 'nothing')}", flush=True)
-    print(f"{noticed} of {len(DEFECTS) + len(UNNOTICED)} defects noticed")
+    print(f"{noticed} of {len(chosen)} defects noticed")
     sys.exit(status)
 
 

@@ -397,6 +397,13 @@ TEST_F(ScreenCaptureTest, AReleasedStreamIsStoppedOnceAndNeverBeforeItRuns)
     stream_ = capture_.captureStreams->makeStream(window(7), {}, listener_);
     stream_.reset();
     EXPECT_EQ(standin::streamRecord().stops, 0);
+
+    standin::screenDesktop().startError = -3802;
+    EXPECT_FALSE(start(window(7)));
+    standin::settleScreenCapture();
+    stream_.reset();
+    standin::settleScreenCapture();
+    EXPECT_EQ(standin::streamRecord().stops, 0);
 }
 
 }  // namespace
