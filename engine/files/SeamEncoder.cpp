@@ -15,7 +15,8 @@ namespace {
 constexpr std::int64_t warmUpPackets = 4;
 /// Half a second: sound lies in the file beside its pictures.
 constexpr std::int64_t chunkPackets = 24;
-constexpr std::int64_t bitRateOfAChannel = 96'000;
+/// Above the recorder's, because this is the second time. With more still, libavcodec's encoder does no better.
+constexpr std::int64_t bitRateOfAChannel = 128'000;
 constexpr std::int64_t leeway = mp4::SoundSplice::borderLeeway;
 
 tl::unexpected<Error> notEncodedHere(const char* what)

@@ -185,11 +185,11 @@ Result<void> LibavPictureReencoder::receive()
         if (status < 0)
             return seamFailure(status);
         const std::span data{reinterpret_cast<const std::byte*>(packet->data), static_cast<std::size_t>(packet->size)};
-        // With lengths or with start codes, as the library was built to.
-        if (engine::framingOf(data) == engine::NalFraming::startCodes)
-            encoded_.pictures.push_back(DataBlock::owning(engine::withLengthPrefixes(data)));
-        else
+        // With lengths, unless the library was built to put out start codes alone. A length of 256 to 511 begins like one of these.
+        if (engine::nalUnits(data, engine::NalFraming::lengthPrefixed))
             encoded_.pictures.push_back({data, std::shared_ptr<const AVPacket>(std::move(packet))});
+        else
+            encoded_.pictures.push_back(DataBlock::owning(engine::withLengthPrefixes(data)));
     }
 }
 
