@@ -320,15 +320,19 @@ TEST(CommandLine, UnderstandsEveryCommandThatIsDescribedWithEveryOption)
             for (const auto& option : command.options) {
                 arguments.append(QStringLiteral("--%1").arg(QString::fromStdString(std::string{option.name})));
                 if (option.argument)
-                    arguments.append(option.name == "end" ? QStringLiteral("2") : QStringLiteral("1"));
+                    arguments.append(option.name == "end" ? QStringLiteral("2")
+                            : option.name == "cut"        ? QStringLiteral("3-4")
+                                                          : QStringLiteral("1"));
             }
             if (command.argument)
                 arguments.append(command.argument->kind == ArgumentDescription::Kind::word ? QStringLiteral("on") : QStringLiteral("1"));
+            if (command.argumentRepeats)
+                arguments.append(QStringLiteral("2"));
             const auto understood = parsed(arguments);
             EXPECT_TRUE(understood.has_value()) << command.name << ": " << (understood ? "" : understood.error().toStdString());
         }
     }
-    EXPECT_EQ(count, 16);
+    EXPECT_EQ(count, 17);
 }
 
 TEST(CommandLine, ExplainsItselfInLinesOf80Columns)
