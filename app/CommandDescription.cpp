@@ -149,8 +149,9 @@ CommandGroup withoutTheProgram()
                     {"end", time, false, "Where the part ends; needed where nothing is cut."},
                     {"cut", stretch, false, "Leaves this out: may be given several times.", true},
                     {"output", newFile, false, "The part's file."}},
-                .summary = "Writes a part of a clip, or what is left of it, to a file of its own, exact to the frame and the sample of sound, "
-                           "and prints the file's path.",
+                .summary =
+                    "Writes a part of a clip, or what is left of it, to a file of its own, exact to the frame and the sample of sound, "
+                    "and prints the file's path.",
                 .details = "TIME is seconds (83.5) or minutes and seconds (1:23.5), A-B two of them (12.5-1:03). Nothing is encoded but "
                            "what lies at a cut: its pictures up to the next key frame, and the sound of the shorter side. Without --output "
                            "the part goes beside the clip. The clip is not changed, and an existing file is never overwritten."},
@@ -159,9 +160,10 @@ CommandGroup withoutTheProgram()
                 .argumentRepeats = true,
                 .options = {{"output", newFile, false, "The new file."}},
                 .summary = "Writes clips one after the other to one file, and prints its path.",
-                .details = "Their pictures have to be of one size and made by one encoder with the same settings, and their sound of one kind. "
-                           "Of the pictures nothing is encoded; of the sound, what does not fall on the packets of the longest clip. Without "
-                           "--output the file goes beside the first clip. An existing file is never overwritten."},
+                .details =
+                    "Their pictures have to be of one size and made by one encoder with the same settings, and their sound of one kind. "
+                    "Of the pictures nothing is encoded; of the sound, what does not fall on the packets of the longest clip. Without "
+                    "--output the file goes beside the first clip. An existing file is never overwritten."},
         }};
 }
 

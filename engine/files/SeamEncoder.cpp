@@ -48,8 +48,8 @@ private:
 };
 
 /// False: cancelled.
-Result<bool> encodePictures(const std::vector<mp4::File*>& files, const mp4::OpenSplice& splice, const SeamCodecs& codecs, Work& work,
-    mp4::AnewMedia& anew)
+Result<bool> encodePictures(
+    const std::vector<mp4::File*>& files, const mp4::OpenSplice& splice, const SeamCodecs& codecs, Work& work, mp4::AnewMedia& anew)
 {
     std::vector<mp4::Sample> samples;
     std::size_t samplesOf = mp4::SampleOrigin::anew;
@@ -65,6 +65,9 @@ Result<bool> encodePictures(const std::vector<mp4::File*>& files, const mp4::Ope
         const auto reencoder = codecs.makePictureReencoder(format, *number);
         if (!reencoder)
             return fail(reencoder.error());
+        std::vector<bool> isEncoded(run.lastDecoded - run.firstDecoded + 1);
+        for (const auto index : run.encoded)
+            isEncoded[index - run.firstDecoded] = true;
         for (auto index = run.firstDecoded; index <= run.lastDecoded; ++index) {
             if (!work.advance())
                 return false;
@@ -74,8 +77,7 @@ Result<bool> encodePictures(const std::vector<mp4::File*>& files, const mp4::Ope
                 return fail(complete.error());
             if (!*complete)
                 return fail(mp4::makeError(mp4::ErrorCode::damaged, "The file became shorter while it was being read."));
-            const bool isEncoded = std::find(run.encoded.begin(), run.encoded.end(), index) != run.encoded.end();
-            if (const auto added = (*reencoder)->add(bytes, isEncoded); !added)
+            if (const auto added = (*reencoder)->add(bytes, isEncoded[index - run.firstDecoded]); !added)
                 return fail(added.error());
         }
         const auto encoded = (*reencoder)->finish();
@@ -97,7 +99,10 @@ struct Stretch {
     std::int64_t first = 0;
     std::vector<DataBlock> packets;
 
-    [[nodiscard]] std::span<const std::byte> at(std::int64_t number) const { return packets[static_cast<std::size_t>(number - first)].bytes; }
+    [[nodiscard]] std::span<const std::byte> at(std::int64_t number) const
+    {
+        return packets[static_cast<std::size_t>(number - first)].bytes;
+    }
 };
 
 class SoundEncoder {
@@ -165,9 +170,8 @@ private:
     {
         if (!codecs_.makeAudioEncoder || !codecs_.makeSoundDecoder)
             return notEncodedHere("The sound at a seam cannot be encoded here.");
-        auto encoder = codecs_.makeAudioEncoder({.channelCount = format_.channelCount,
-            .sampleRate = splice_.rate,
-            .bitRate = bitRateOfAChannel * format_.channelCount});
+        auto encoder = codecs_.makeAudioEncoder(
+            {.channelCount = format_.channelCount, .sampleRate = splice_.rate, .bitRate = bitRateOfAChannel * format_.channelCount});
         if (!encoder)
             return encoder;
         if ((*encoder)->primingFrames() != mp4::SoundSplice::packetFrames

@@ -10,9 +10,8 @@ MediaLayout::MediaLayout(const Movie& plan, Order order)
 {
     for (std::size_t track = 0; track < plan.tracks.size(); ++track)
         addChunks(track, plan.tracks[track]);
-    std::stable_sort(chunks_.begin(), chunks_.end(), [order](const Chunk& a, const Chunk& b) {
-        return order == Order::source ? a.from < b.from : a.time < b.time;
-    });
+    std::stable_sort(chunks_.begin(), chunks_.end(),
+        [order](const Chunk& a, const Chunk& b) { return order == Order::source ? a.from < b.from : a.time < b.time; });
     for (auto& chunk : chunks_) {
         chunk.to = size_;
         size_ += chunk.size;

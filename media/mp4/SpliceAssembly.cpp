@@ -245,8 +245,7 @@ std::optional<int> freeParameterSetNumber(std::span<const std::byte> decoderConf
     return std::nullopt;
 }
 
-std::optional<std::vector<std::byte>> withParameterSets(
-    std::span<const std::byte> decoderConfiguration, std::span<const std::byte> added)
+std::optional<std::vector<std::byte>> withParameterSets(std::span<const std::byte> decoderConfiguration, std::span<const std::byte> added)
 {
     auto record = parseRecord(decoderConfiguration);
     const auto more = parseRecord(added);

@@ -20,6 +20,9 @@ tl::unexpected<Error> spliceRefused(const std::string& why)
     return fail(makeError(ErrorCode::unsupported, why));
 }
 
+/// A day of sixty pictures a second. More is claimed by a damaged file sooner than it is recorded.
+constexpr std::size_t mostSamples = std::size_t{5} << 20;
+
 /// The error of one of several sources says which one it is of.
 Error named(Error error, const std::vector<SpliceSource>& sources, std::size_t source)
 {
@@ -47,6 +50,8 @@ Result<SourceTracks> tracksOf(const Movie& movie)
             continue;
         if (const auto result = checkTrack(track); !result)
             return fail(result.error());
+        if (track.samples.count() > mostSamples)
+            return tooLargeForAFile();
         const auto shown = shownMedia(movie, track);
         if (!shown)
             return fail(shown.error());
@@ -119,8 +124,8 @@ std::string differenceOf(const SourceTracks& first, const std::string& firstName
     const auto& heard = *first.sound->format->audio();
     const auto& there = *other.sound->format->audio();
     if (first.soundOnItsClock.timescale != other.soundOnItsClock.timescale)
-        return "the sound of " + name + " has " + std::to_string(other.soundOnItsClock.timescale) + " samples a second, and that of " + firstName
-            + " " + std::to_string(first.soundOnItsClock.timescale);
+        return "the sound of " + name + " has " + std::to_string(other.soundOnItsClock.timescale) + " samples a second, and that of "
+            + firstName + " " + std::to_string(first.soundOnItsClock.timescale);
     if (heard.channelCount != there.channelCount)
         return "the sound of " + name + " has " + std::to_string(there.channelCount) + " channels, and that of " + firstName + " "
             + std::to_string(heard.channelCount);
@@ -197,7 +202,10 @@ public:
     }
 
 private:
-    [[nodiscard]] std::int64_t scaled(std::int64_t ticks, std::int32_t scale) const { return MediaTime{ticks, scale}.converted(timescale_).value; }
+    [[nodiscard]] std::int64_t scaled(std::int64_t ticks, std::int32_t scale) const
+    {
+        return MediaTime{ticks, scale}.converted(timescale_).value;
+    }
 
     const SpliceSource& source_;
     const std::int32_t timescale_;
@@ -267,7 +275,8 @@ private:
         }
         if (first || shown.empty())
             shown.push_back(first.value_or(0));
-        std::stable_sort(shown.begin(), shown.end(), [&](std::size_t a, std::size_t b) { return source.presented(a) < source.presented(b); });
+        std::stable_sort(
+            shown.begin(), shown.end(), [&](std::size_t a, std::size_t b) { return source.presented(a) < source.presented(b); });
         return shown;
     }
 
@@ -302,9 +311,9 @@ private:
             if (*isRefresh)
                 lastRefresh_ = PictureRun{place.source, end - 1, end - 1, {end - 1}};
         }
-        const auto rest = end == *copied ? copied : std::upper_bound(copied, shown.end(), source.latestUpTo(end - 1), [&](auto time, auto index) {
-            return time < source.presented(index);
-        });
+        const auto rest = end == *copied ? copied
+                                         : std::upper_bound(copied, shown.end(), source.latestUpTo(end - 1),
+                                             [&](auto time, auto index) { return time < source.presented(index); });
         return encode(source, place, {rest, shown.end()});
     }
 

@@ -117,7 +117,7 @@ Result<OpenSplice> readAndPlanSplice(const std::vector<KeptFile>& files)
     std::vector<SpliceSource> sources;
     for (std::size_t i = 0; i < files.size(); ++i) {
         const auto* pictures = pictureTrack(splice.movies[i].movie);
-        const auto ask = [&file = *files[i].file, pictures](bool PictureContent::* answer) {
+        const auto ask = [&file = *files[i].file, pictures](bool PictureContent::*answer) {
             return [&file, pictures, answer](const Sample& sample) -> Result<bool> {
                 const auto content = readPictureContent(file, *pictures, sample);
                 if (!content)
@@ -125,7 +125,8 @@ Result<OpenSplice> readAndPlanSplice(const std::vector<KeptFile>& files)
                 return *content.*answer;
             };
         };
-        sources.push_back({&splice.movies[i].movie, files[i].name, ask(&PictureContent::startsAfresh), ask(&PictureContent::isInstantRefresh)});
+        sources.push_back(
+            {&splice.movies[i].movie, files[i].name, ask(&PictureContent::startsAfresh), ask(&PictureContent::isInstantRefresh)});
     }
     auto plan = planSplice(sources, spans);
     if (!plan)

@@ -88,8 +88,7 @@ protected:
             EXPECT_TRUE(summary);
             append(joined, decodeFile(own(seed)), {MediaTime::zero(), summary->duration});
         }
-        const auto outcome =
-            runVelmora({"join", own(0).string(), own(1).string(), own(0).string(), "--output", joined.file.string()});
+        const auto outcome = runVelmora({"join", own(0).string(), own(1).string(), own(0).string(), "--output", joined.file.string()});
         EXPECT_EQ(outcome.status, 0) << outcome.messages;
         all.push_back(std::move(joined));
         return all;

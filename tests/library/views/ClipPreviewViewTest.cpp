@@ -654,8 +654,9 @@ TEST_F(ClipPreviewViewTest, EveryControlCanBeReachedByTheKeyboard)
         }
     };
     tab(10);
-    EXPECT_THAT(order, ElementsAre("Play", "Position", "Start", "End", "Cut Out a Middle Part", "Save Trimmed Clip", "Share", "Reveal in Finder",
-                           "Mute", "Volume"));
+    EXPECT_THAT(order,
+        ElementsAre("Play", "Position", "Start", "End", "Cut Out a Middle Part", "Save Trimmed Clip", "Share", "Reveal in Finder", "Mute",
+            "Volume"));
     model->toggleCut();
     tab(8);
     EXPECT_THAT(order, ElementsAre("Play", "Position", "Start", "End", "Cut from", "Cut to", "Keep All", "Save Trimmed Clip"));

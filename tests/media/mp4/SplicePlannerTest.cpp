@@ -368,7 +368,8 @@ TEST(SplicePlanner, ClipsOfDifferentKindsAreRefusedByWhatDiffers)
     };
     EXPECT_EQ(refusal(usual, withPictures([](Track&, VideoFormat& format) { format.width = 640; })),
         "The clips do not go together: the pictures of b.mp4 are 640 x 240, and those of a.mp4 are 320 x 240.");
-    EXPECT_THAT(refusal(usual, withPictures([](Track& track, VideoFormat&) { track.shownWidth = 100 << 16; })), HasSubstr("are shown as 100 x"));
+    EXPECT_THAT(
+        refusal(usual, withPictures([](Track& track, VideoFormat&) { track.shownWidth = 100 << 16; })), HasSubstr("are shown as 100 x"));
     EXPECT_THAT(refusal(usual, withPictures([](Track& track, VideoFormat&) { track.matrix[1] = 0x10000; })), HasSubstr("turned"));
     EXPECT_THAT(refusal(usual, withPictures([](Track&, VideoFormat& format) { format.colour.fullRange = true; })), HasSubstr("colours"));
     EXPECT_THAT(refusal(usual, withPictures([](Track&, VideoFormat& format) { format.decoderConfiguration[12] ^= std::byte{1}; })),
@@ -435,10 +436,11 @@ TEST(SpliceAssembly, ASampleEntryGetsTheParameterSetsOfBothEncoders)
     const auto both = withParameterSets(record(), more);
     ASSERT_TRUE(both);
     EXPECT_EQ(*both,
-        bytes({1, 100, 0, 31, 0xFF, 0xE2, 0, 5, 0x67, 100, 0, 13, 0xAC, 0, 5, 0x67, 100, 0, 31, 0x2C, 2, 0, 3, 0x68, 0xEE, 0x3C, 0, 3,
-            0x68, 0x2E, 0x3C, 0xFD, 0xF8, 0xF8, 0}));
+        bytes({1, 100, 0, 31, 0xFF, 0xE2, 0, 5, 0x67, 100, 0, 13, 0xAC, 0, 5, 0x67, 100, 0, 31, 0x2C, 2, 0, 3, 0x68, 0xEE, 0x3C, 0, 3, 0x68,
+            0x2E, 0x3C, 0xFD, 0xF8, 0xF8, 0}));
     // 0 is 1 and 1 is 010 in these numbers: the next that is free is 2 where 0 and 1 are taken.
-    const auto taken = withParameterSets(record(), bytes({1, 100, 0, 13, 0xFF, 0xE1, 0, 5, 0x67, 100, 0, 13, 0x40, 1, 0, 3, 0x68, 0x40, 0x3C}));
+    const auto taken =
+        withParameterSets(record(), bytes({1, 100, 0, 13, 0xFF, 0xE1, 0, 5, 0x67, 100, 0, 13, 0x40, 1, 0, 3, 0x68, 0x40, 0x3C}));
     ASSERT_TRUE(taken);
     EXPECT_EQ(freeParameterSetNumber(*taken), 2);
 }

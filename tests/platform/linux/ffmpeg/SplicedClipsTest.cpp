@@ -161,7 +161,8 @@ protected:
     {
         const auto count = std::min(expected.size(), heard.size());
         // The sound may end before the pictures do.
-        EXPECT_TRUE(std::all_of(expected.begin() + static_cast<std::ptrdiff_t>(count), expected.end(), [](float value) { return value == 0; }));
+        EXPECT_TRUE(
+            std::all_of(expected.begin() + static_cast<std::ptrdiff_t>(count), expected.end(), [](float value) { return value == 0; }));
         constexpr std::size_t block = 1024;
         const auto energy = [&](std::size_t first, std::size_t shift) {
             double sum = 0;
@@ -334,8 +335,11 @@ TEST_F(SplicedClips, ForeignPicturesOutOfOrderAreCutExactly)
     for (const char* options : {"", "open-gop=1"}) {
         SCOPED_TRACE(options);
         const auto file = path("foreign" + std::string{options} + ".mp4");
-        writeForeignClip(file, {.encoderOptions = *options ? std::string{"x264-params="} + options : "", .pictureCount = 200,
-                                   .keyFrameInterval = 40, .bFrames = 3});
+        writeForeignClip(file,
+            {.encoderOptions = *options ? std::string{"x264-params="} + options : "",
+                .pictureCount = 200,
+                .keyFrameInterval = 40,
+                .bFrames = 3});
         const auto& clip = whole(file);
         // libavformat's clock for 30 pictures a second.
         constexpr double clock = 15360;
@@ -382,7 +386,8 @@ TEST_F(SplicedClips, ClipsOfDifferentKindsAreRefusedAndNothingIsLeft)
     const auto before = namesIn(folder_.path());
     EXPECT_EQ(refusalOf(*sessionOf({own(0), path("large.mp4")})),
         "The clips do not go together: the pictures of large.mp4 are 640 x 480, and those of own-0.mp4 are 320 x 240.");
-    EXPECT_EQ(refusalOf(*sessionOf({own(0), path("silent.mp4")})), "The clips do not go together: own-0.mp4 has sound, and silent.mp4 has none.");
+    EXPECT_EQ(
+        refusalOf(*sessionOf({own(0), path("silent.mp4")})), "The clips do not go together: own-0.mp4 has sound, and silent.mp4 has none.");
     writeForeignClip(path("other.mp4"), {.encoder = "mpeg4", .bFrames = 0});
     EXPECT_THAT(refusalOf(*sessionOf({own(0), path("other.mp4")})), HasSubstr("other.mp4: The file cannot be trimmed exactly"));
     std::filesystem::remove(path("other.mp4"));
