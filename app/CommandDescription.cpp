@@ -18,6 +18,7 @@ constexpr Argument title{"TEXT", Argument::Kind::text};
 constexpr Argument recording{"NAME", Argument::Kind::text};
 constexpr Argument replay{"on|off|save", Argument::Kind::word};
 constexpr Argument time{"TIME", Argument::Kind::text};
+constexpr Argument stretch{"A-B", Argument::Kind::text};
 
 OptionDescription soundOption()
 {
@@ -157,12 +158,25 @@ CommandGroup withoutTheProgram()
                 .details = "An existing file is never overwritten."},
             {.name = "trim",
                 .argument = clip,
-                .options = {{"start", time, true, "Where the part begins."}, {"end", time, true, "Where the part ends."},
+                .options = {{"start", time, false, "Where the part begins; needed where nothing is cut."},
+                    {"end", time, false, "Where the part ends; needed where nothing is cut."},
+                    {"cut", stretch, false, "Leaves this out: may be given several times.", true},
                     {"output", newFile, false, "The part's file."}},
-                .summary = "Writes that part of a clip to a file of its own, exact to the frame and the sample of sound, without encoding "
-                           "anything, and prints the file's path.",
-                .details = "TIME is seconds (83.5) or minutes and seconds (1:23.5). Without --output the part goes beside the clip. The "
-                           "clip is not changed, and an existing file is never overwritten."},
+                .summary =
+                    "Writes a part of a clip, or what is left of it, to a file of its own, exact to the frame and the sample of sound, "
+                    "and prints the file's path.",
+                .details = "TIME is seconds (83.5) or minutes and seconds (1:23.5), A-B two of them (12.5-1:03). Nothing is encoded but "
+                           "what lies at a cut: its pictures up to the next key frame, and the sound of the shorter side. Without --output "
+                           "the part goes beside the clip. The clip is not changed, and an existing file is never overwritten."},
+            {.name = "join",
+                .argument = clip,
+                .argumentRepeats = true,
+                .options = {{"output", newFile, false, "The new file."}},
+                .summary = "Writes clips one after the other to one file, and prints its path.",
+                .details =
+                    "Their pictures have to be of one size and made by one encoder with the same settings, and their sound of one kind. "
+                    "Of the pictures nothing is encoded; of the sound, what does not fall on the packets of the longest clip. Without "
+                    "--output the file goes beside the first clip. An existing file is never overwritten."},
         }};
 }
 
@@ -197,6 +211,8 @@ std::string CommandDescription::synopsis() const
         text += ' ' + std::string{name};
     if (argument)
         text += ' ' + std::string{argument->name};
+    if (argument && argumentRepeats)
+        text += ' ' + std::string{argument->name} + "...";
     if (optionalArgument)
         text += " [" + std::string{optionalArgument->name} + ']';
     for (const auto& option : options) {
@@ -204,6 +220,8 @@ std::string CommandDescription::synopsis() const
         if (option.argument)
             typed += ' ' + std::string{option.argument->name};
         text += option.isRequired ? ' ' + typed : " [" + typed + ']';
+        if (option.repeats)
+            text += "...";
     }
     return text;
 }

@@ -29,12 +29,14 @@ struct OptionDescription {
     std::optional<ArgumentDescription> argument;
     bool isRequired = false;
     std::string_view summary;  ///< a sentence
+    bool repeats = false;  ///< may be given several times
 };
 
 struct CommandDescription {
     std::string_view name;  ///< empty: the program's name alone
     std::optional<ArgumentDescription> argument;  ///< always required
     std::optional<ArgumentDescription> optionalArgument = std::nullopt;  ///< after it, if there is one
+    bool argumentRepeats = false;  ///< there are two of `argument` or more
     std::vector<OptionDescription> options;  ///< beside --help, which every command has
     std::string_view summary;  ///< a sentence
     std::string_view details;  ///< further sentences, if any

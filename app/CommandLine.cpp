@@ -55,11 +55,15 @@ public:
         const qsizetype most = least + (description_->optionalArgument ? 1 : 0);
         if (positional.size() >= least && positional.size() <= most)
             return std::nullopt;
+        if (description_->argumentRepeats && positional.size() > least)
+            return std::nullopt;
         return wrong(most > 0 ? usage : QStringLiteral("Unexpected argument '%1'.").arg(positional.constFirst()));
     }
 
     [[nodiscard]] bool isSet(const char* option) const { return parser_.isSet(QLatin1String{option}); }
     [[nodiscard]] QString value(const char* option) const { return parser_.value(QLatin1String{option}); }
+    [[nodiscard]] QStringList values(const char* option) const { return parser_.values(QLatin1String{option}); }
+    [[nodiscard]] QStringList positionals() const { return parser_.positionalArguments(); }
     [[nodiscard]] QString positional() const { return parser_.positionalArguments().constFirst(); }
 
     /// Null where it was left out.
@@ -243,13 +247,19 @@ std::optional<MediaTime> parseTime(const QString& text)
     return MediaTime::fromSeconds(sum, timescale);
 }
 
+tl::unexpected<QString> notATime(const QString& text)
+{
+    return wrong(QStringLiteral("'%1' is not a time in seconds, such as 83.5 or 1:23.5.").arg(text));
+}
+
 Parsed parseTrim(const QStringList& arguments)
 {
     Arguments given{arguments};
     if (auto instead = given.parse(QStringLiteral("'velmora trim' takes one file.")))
         return std::move(*instead);
-    if (!given.isSet("start") || !given.isSet("end"))
-        return wrong(QStringLiteral("Which part? Give it with --start TIME and --end TIME."));
+    const bool hasCuts = given.isSet("cut");
+    if (!hasCuts && (!given.isSet("start") || !given.isSet("end")))
+        return wrong(QStringLiteral("Which part? Give it with --start TIME and --end TIME, or what to leave out with --cut A-B."));
 
     auto file = absolutePath(given.positional());
     if (!file)
@@ -257,18 +267,54 @@ Parsed parseTrim(const QStringList& arguments)
     Trim trim;
     trim.file = std::move(*file);
     for (const auto& [option, time] : {std::pair{"start", &trim.range.start}, {"end", &trim.range.end}}) {
+        if (!given.isSet(option))
+            continue;
         const auto parsed = parseTime(given.value(option));
         if (!parsed)
-            return wrong(QStringLiteral("'%1' is not a time in seconds, such as 83.5 or 1:23.5.").arg(given.value(option)));
+            return notATime(given.value(option));
         *time = *parsed;
     }
     if (trim.range.end <= trim.range.start)
         return wrong(QStringLiteral("The end has to be after the start."));
+    for (const auto& text : given.values("cut")) {
+        const auto ends = text.split(QLatin1Char('-'));
+        if (ends.size() != 2)
+            return wrong(QStringLiteral("'%1' is not a stretch of time, such as 12.5-1:03.").arg(text));
+        const auto from = parseTime(ends[0]);
+        const auto to = parseTime(ends[1]);
+        if (!from || !to)
+            return notATime(ends[from ? 1 : 0]);
+        if (*to <= *from)
+            return wrong(QStringLiteral("The end of the cut '%1' has to be after its beginning.").arg(text));
+        trim.cuts.push_back({*from, *to});
+    }
     const auto chosen = parseOutput(given);
     if (!chosen)
         return wrong(chosen.error());
     trim.output = *chosen;
     return trim;
+}
+
+Parsed parseJoin(const QStringList& arguments)
+{
+    Arguments given{arguments};
+    const auto usage = QStringLiteral("'velmora join' takes two files or more.");
+    if (auto instead = given.parse(usage))
+        return std::move(*instead);
+    Join join;
+    for (const auto& text : given.positionals()) {
+        auto file = absolutePath(text);
+        if (!file)
+            return wrong(file.error());
+        join.files.push_back(std::move(*file));
+    }
+    if (join.files.size() < 2)
+        return wrong(usage);
+    const auto chosen = parseOutput(given);
+    if (!chosen)
+        return wrong(chosen.error());
+    join.output = *chosen;
+    return join;
 }
 
 Parsed parseSelect(const QStringList& arguments)
@@ -401,6 +447,7 @@ Parser parserOf(const QString& command)
         {QStringLiteral("record"), parseRecord},
         {QStringLiteral("repair"), parseRepair},
         {QStringLiteral("trim"), parseTrim},
+        {QStringLiteral("join"), parseJoin},
         {QStringLiteral("toggle"), parsePlainControl<Control::Action::toggle>},
         {QStringLiteral("pause"), parsePause},
         {QStringLiteral("resume"), parsePlainControl<Control::Action::resume>},

@@ -9,11 +9,13 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
 #include <variant>
+#include <vector>
 
 namespace velmora::command_line {
 
@@ -39,10 +41,19 @@ struct Repair {
     std::filesystem::path file;
 };
 
+/// From the beginning to whatever the end is.
+inline constexpr TimeRange wholeClip{MediaTime::zero(), {std::numeric_limits<std::int64_t>::max(), 1}};
+
 struct Trim {
     std::filesystem::path file;  ///< absolute
-    TimeRange range;
-    std::optional<std::filesystem::path> output;  ///< absolute; none: beside the file
+    TimeRange range = wholeClip;
+    std::vector<TimeRange> cuts = {};  ///< what is left out, as it was given
+    std::optional<std::filesystem::path> output = std::nullopt;  ///< absolute; none: beside the file
+};
+
+struct Join {
+    std::vector<std::filesystem::path> files;  ///< absolute; at least two
+    std::optional<std::filesystem::path> output = std::nullopt;  ///< absolute; none: beside the first file
 };
 
 struct Restore {
@@ -93,7 +104,7 @@ struct Print {
     QString text;
 };
 
-using Command = std::variant<Run, Control, Windows, Doctor, Record, Repair, Trim, Restore, Events, Print>;
+using Command = std::variant<Run, Control, Windows, Doctor, Record, Repair, Trim, Join, Restore, Events, Print>;
 
 /// An argument as the system gave it. Bytes that are not UTF-8 become lone surrogates, U+DC80 to U+DCFF, which no UTF-8 makes: parse()
 /// puts them back into the paths.

@@ -2,6 +2,7 @@
 
 #include "app/CommandLine.h"
 #include "app/DoctorCommand.h"
+#include "app/JoinCommand.h"
 #include "app/MainThreadExecutor.h"
 #include "app/RecordCommand.h"
 #include "app/RepairCommand.h"
@@ -75,6 +76,8 @@ int run(const command_line::Command& command)
         return runRestoreCommand(*restore, *services.discardedRecordings, *services.fileManager, clipsFolder(*services.fileManager));
     if (const auto* trim = std::get_if<command_line::Trim>(&command))
         return runTrimCommand(*trim, {services.exportSessions, services.fileManager, mainExecutor});
+    if (const auto* join = std::get_if<command_line::Join>(&command))
+        return runJoinCommand(*join, {services.exportSessions, services.fileManager, mainExecutor});
 
     if (const auto* windows = std::get_if<command_line::Windows>(&command))
         return runWindowsCommand(*windows, services, mainExecutor, runningInstanceProcess());

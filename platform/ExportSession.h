@@ -1,4 +1,4 @@
-// Seam: writing a part of a media file to a file of its own.
+// Seam: writing parts of media files to a file of their own.
 #pragma once
 
 #include "base/Result.h"
@@ -10,10 +10,11 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace velmora::platform {
 
-enum class ExportPreset { passthrough };  ///< nothing is encoded anew
+enum class ExportPreset { passthrough };  ///< nothing is encoded anew but what lies at a seam of two parts
 
 /// Exports once. The setters come before exportAsynchronously(); only setOutputURL() is required. cancelExport(), the getters: any thread.
 ///
@@ -38,6 +39,10 @@ public:
     /// range, and one that begins past the end, fail the export.
     virtual void setTimeRange(const TimeRange& range) = 0;
 
+    /// What of that range is left out, in any order and on the same time line; overlapping cuts are one, and what they have beyond the range
+    /// is nothing. What is left follows one upon the other. Cuts that leave nothing fail the export.
+    virtual void setCuts(std::vector<TimeRange> cuts) = 0;
+
     /// `completion` is called exactly once, on any thread, with the status final; also when the session is destroyed meanwhile.
     virtual void exportAsynchronously(UniqueFunction<void()> completion) = 0;
 
@@ -57,6 +62,11 @@ public:
 
     /// Opens the asset but reads nothing of it yet. Fails with the system's error where there is no such regular file.
     virtual Result<std::shared_ptr<ExportSession>> makeExportSession(const std::filesystem::path& asset, ExportPreset preset) = 0;
+
+    /// The same for all of several assets, one after the other; range and cuts are not for such a session. Assets whose pictures or sound are
+    /// not of one kind fail the export, in words that say what differs. Precondition: there is at least one.
+    virtual Result<std::shared_ptr<ExportSession>> makeJoinSession(
+        const std::vector<std::filesystem::path>& assets, ExportPreset preset) = 0;
 };
 
 }  // namespace velmora::platform

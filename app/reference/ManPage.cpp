@@ -40,10 +40,12 @@ std::string synopsis(const CommandDescription& command)
     if (command.argument)
         text += ' '
             + (command.argument->kind == ArgumentDescription::Kind::word ? bold(command.argument->name) : argumentText(*command.argument));
+    if (command.argument && command.argumentRepeats)
+        text += ' ' + argumentText(*command.argument) + "...";
     if (command.optionalArgument)
         text += " [" + argumentText(*command.optionalArgument) + ']';
     for (const auto& option : command.options)
-        text += ' ' + (option.isRequired ? optionText(option) : "[" + optionText(option) + "]");
+        text += ' ' + (option.isRequired ? optionText(option) : "[" + optionText(option) + "]") + (option.repeats ? "..." : "");
     return text;
 }
 
@@ -171,6 +173,14 @@ Cut the part from 1:23.5 to 1:41.25 out of a clip:
 .RS
 .nf
 velmora trim clip.mp4 \-\-start 1:23.5 \-\-end 1:41.25
+.fi
+.RE
+.PP
+Leave two parts of a clip out:
+.PP
+.RS
+.nf
+velmora trim clip.mp4 \-\-cut 12.5\-20 \-\-cut 1:03\-1:10.25
 .fi
 .RE
 )";

@@ -129,13 +129,13 @@ std::string zshCommand(const CommandDescription& command)
         "        " + std::string{command.name} + ")\n            _arguments '(- *)'{-h,--help}'[Prints how the program is used]'";
     for (const auto& option : command.options) {
         auto description = "[" + withoutFullStop(option.summary) + "]";
-        auto entry = "--" + std::string{option.name} + (option.argument ? "=" : "") + description;
+        auto entry = (option.repeats ? "*--" : "--") + std::string{option.name} + (option.argument ? "=" : "") + description;
         if (option.argument)
             entry += zshArgument(*option.argument);
         text += " \\\n                " + quoted(entry);
     }
     if (command.argument)
-        text += " \\\n                " + quoted("1" + zshArgument(*command.argument));
+        text += " \\\n                " + quoted((command.argumentRepeats ? "*" : "1") + zshArgument(*command.argument));
     if (command.optionalArgument)
         text += " \\\n                " + quoted((command.argument ? "2:" : "1:") + zshArgument(*command.optionalArgument));
     return text + "\n            ;;\n";

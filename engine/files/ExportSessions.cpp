@@ -2,16 +2,19 @@
 
 #include "base/Mutex.h"
 #include "base/SerialQueue.h"
+#include "engine/files/SeamEncoder.h"
 #include "media/mp4/PendingFile.h"
 #include "media/mp4/PosixFile.h"
-#include "media/mp4/Trimmer.h"
+#include "media/mp4/Splicer.h"
 
 #include <atomic>
 #include <cassert>
 #include <cerrno>
 #include <cstdint>
 #include <limits>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace velmora::engine {
 
@@ -22,11 +25,17 @@ class Export {
 public:
     using Status = platform::ExportSession::Status;
 
-    explicit Export(std::unique_ptr<mp4::File> source) : source_(std::move(source)) { }
+    struct Source {
+        std::unique_ptr<mp4::File> file;
+        std::string name;
+    };
+
+    Export(std::vector<Source> sources, SeamCodecs codecs) : sources_(std::move(sources)), codecs_(std::move(codecs)) { }
 
     // Before the work begins.
     platform::ExportSession::NextOutputURL nextOutputURL;
     TimeRange range{MediaTime::zero(), {std::numeric_limits<std::int64_t>::max(), 1}};
+    std::vector<TimeRange> cuts;
 
     void setOutputURL(const std::filesystem::path& url)
     {
@@ -89,7 +98,7 @@ private:
     void run()
     {
         auto result = write();
-        source_.reset();
+        sources_.clear();
         MutexLock lock(mutex_);
         if (result && *result == mp4::TrimOutcome::written) {
             status_ = Status::completed;
@@ -112,17 +121,33 @@ private:
                 return mp4::TrimOutcome::cancelled;
             status_ = Status::exporting;
         }
-        auto plan = mp4::readAndPlanTrim(*source_, range);
-        if (!plan)
-            return fail(plan.error());
+        std::vector<mp4::KeptFile> kept;
+        std::vector<mp4::File*> files;
+        for (const auto& source : sources_) {
+            kept.push_back({source.file.get(), source.name, range, cuts});
+            files.push_back(source.file.get());
+        }
+        auto splice = mp4::readAndPlanSplice(kept);
+        if (!splice)
+            return fail(splice.error());
+        // Before anything is in the folder: what cannot be encoded leaves nothing there for a moment.
+        const auto anew = encodeSeams(files, *splice, codecs_, [this](double done) {
+            progress_ = done * shareOfSeams;
+            return !isCancelled();
+        });
+        if (!anew)
+            return fail(anew.error());
+        if (!*anew)
+            return mp4::TrimOutcome::cancelled;
         const auto pending = createOutput();
         if (!pending)
             return fail(pending.error());
         if (!*pending)
             return mp4::TrimOutcome::cancelled;
-        auto outcome = mp4::writeTrim(*source_, std::move(*plan), (*pending)->file(), [this](double done) {
+        const double before = splice->plan.isTrim ? 0 : shareOfSeams;
+        auto outcome = mp4::writeSplice(files, splice->plan, **anew, (*pending)->file(), [this, before](double done) {
             // The last part is the disk's.
-            progress_ = done * 0.99;
+            progress_ = before + done * (0.99 - before);
             return !isCancelled();
         });
         if (!outcome || *outcome == mp4::TrimOutcome::cancelled)
@@ -168,7 +193,11 @@ private:
         }
     }
 
-    std::unique_ptr<mp4::File> source_;  // on the queue
+    /// Of the progress, where there are any.
+    static constexpr double shareOfSeams = 0.8;
+
+    std::vector<Source> sources_;  // on the queue
+    const SeamCodecs codecs_;
     std::atomic<double> progress_{0};
 
     mutable Mutex mutex_;
@@ -184,7 +213,10 @@ private:
 
 class Mp4ExportSession final : public platform::ExportSession {
 public:
-    explicit Mp4ExportSession(std::unique_ptr<mp4::File> source) : export_(std::make_shared<Export>(std::move(source))) { }
+    Mp4ExportSession(std::vector<Export::Source> sources, const SeamCodecs& codecs)
+        : export_(std::make_shared<Export>(std::move(sources), codecs))
+    {
+    }
     ~Mp4ExportSession() override { export_->cancel(); }
     Mp4ExportSession(const Mp4ExportSession&) = delete;
     Mp4ExportSession& operator=(const Mp4ExportSession&) = delete;
@@ -193,6 +225,7 @@ public:
     void setNextOutputURL(NextOutputURL next) override { export_->nextOutputURL = std::move(next); }
     void setOutputFileType(platform::AssetFileType fileType) override { fileType_ = fileType; }
     void setTimeRange(const TimeRange& range) override { export_->range = range; }
+    void setCuts(std::vector<TimeRange> cuts) override { export_->cuts = std::move(cuts); }
 
     void exportAsynchronously(UniqueFunction<void()> completion) override { Export::begin(export_, std::move(completion)); }
     void cancelExport() override { export_->cancel(); }
@@ -209,20 +242,36 @@ private:
 
 class Mp4ExportSessions final : public platform::ExportSessionFactory {
 public:
-    Result<std::shared_ptr<platform::ExportSession>> makeExportSession(const std::filesystem::path& asset, platform::ExportPreset) override
+    explicit Mp4ExportSessions(SeamCodecs codecs) : codecs_(std::move(codecs)) { }
+
+    Result<std::shared_ptr<platform::ExportSession>> makeExportSession(
+        const std::filesystem::path& asset, platform::ExportPreset preset) override
     {
-        auto source = mp4::PosixFile::openForReading(asset);
-        if (!source)
-            return fail(source.error());
-        return std::make_shared<Mp4ExportSession>(std::move(*source));
+        return makeJoinSession({asset}, preset);
     }
+
+    Result<std::shared_ptr<platform::ExportSession>> makeJoinSession(
+        const std::vector<std::filesystem::path>& assets, platform::ExportPreset) override
+    {
+        std::vector<Export::Source> sources;
+        for (const auto& asset : assets) {
+            auto file = mp4::PosixFile::openForReading(asset);
+            if (!file)
+                return fail(file.error());
+            sources.push_back({std::move(*file), asset.filename().native()});
+        }
+        return std::make_shared<Mp4ExportSession>(std::move(sources), codecs_);
+    }
+
+private:
+    const SeamCodecs codecs_;
 };
 
 }  // namespace
 
-std::shared_ptr<platform::ExportSessionFactory> makeExportSessions()
+std::shared_ptr<platform::ExportSessionFactory> makeExportSessions(SeamCodecs codecs)
 {
-    return std::make_shared<Mp4ExportSessions>();
+    return std::make_shared<Mp4ExportSessions>(std::move(codecs));
 }
 
 }  // namespace velmora::engine

@@ -1,6 +1,7 @@
 // Exports by this system's own MP4 code.
 #pragma once
 
+#include "engine/codecs/SeamCodecs.h"
 #include "platform/ExportSession.h"
 
 #include <memory>
@@ -8,7 +9,7 @@
 namespace velmora::engine {
 
 /// Each session works on a thread of its own and can be cancelled from one block of bytes to the next. The output is written under a
-/// hidden name in its folder.
-std::shared_ptr<platform::ExportSessionFactory> makeExportSessions();
+/// hidden name in its folder. Without `codecs` an export of several parts fails where something lies at a seam.
+std::shared_ptr<platform::ExportSessionFactory> makeExportSessions(SeamCodecs codecs = {});
 
 }  // namespace velmora::engine

@@ -3,6 +3,7 @@
 #include "brand/ShownText.h"
 #include "library/PathUtilities.h"
 #include "library/views/PictureImage.h"
+#include "library/views/PreviewTimes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +15,7 @@ namespace {
 
 /// A slider needs some length to be a slider.
 constexpr double shortestRange = 0.1;
-constexpr std::int32_t preferredTimescale = 600;
+constexpr auto preferredTimescale = preview_times::timescale;
 /// What a player's own clock may be off by.
 constexpr MediaTime clockTick{1, 1'000'000};
 constexpr MediaTime observationInterval{1, 10};
@@ -23,7 +24,7 @@ constexpr int thumbnailHeight = 108;
 
 MediaTime mediaTime(double seconds)
 {
-    return MediaTime::fromSeconds(seconds, preferredTimescale);
+    return preview_times::exported(seconds);
 }
 
 /// The first time of the preferred scale at which that picture is shown.
@@ -93,7 +94,7 @@ void ClipPreviewModel::makePlayer()
     timeObserverToken_ = player_->addPeriodicTimeObserver(observationInterval, [this](MediaTime time) { timePassed(time); });
     // What was chosen while it was being loaded.
     if (isLengthAnswered_)
-        player_->setForwardPlaybackEndTime(mediaTime(trimEndTime_));
+        player_->setForwardPlaybackEndTime(playbackEnd());
     if (shownTime_ != MediaTime::zero())
         player_->seek(shownTime_);
     emit playerChanged();
@@ -158,20 +159,12 @@ QString ClipPreviewModel::soundAction() const
 
 QString ClipPreviewModel::formatTime(double seconds)
 {
-    if (!std::isfinite(seconds))
-        return QStringLiteral("00:00");
-    const auto whole = static_cast<qint64>(std::llround(seconds));
-    return QStringLiteral("%1:%2").arg(whole / 60, 2, 10, QLatin1Char('0')).arg(whole % 60, 2, 10, QLatin1Char('0'));
+    return preview_times::whole(seconds);
 }
 
 QString ClipPreviewModel::formatTenths(double seconds)
 {
-    // Less than nothing is selected where the start has passed the end.
-    const auto tenths = std::isfinite(seconds) ? std::llround(std::max(0.0, seconds) * 10) : 0;
-    return QStringLiteral("%1:%2.%3")
-        .arg(tenths / 600, 2, 10, QLatin1Char('0'))
-        .arg(tenths / 10 % 60, 2, 10, QLatin1Char('0'))
-        .arg(tenths % 10);
+    return preview_times::withTenths(seconds);
 }
 
 bool ClipPreviewModel::drawPicture(const platform::PictureTarget& target) const
@@ -229,16 +222,31 @@ void ClipPreviewModel::timePassed(MediaTime time)
     currentTime_ = time.seconds();
     shownTime_ = time;
     emit currentTimeChanged();
-    if (isPlaying_ && isAtSelectionsEnd()) {
+    if (!isPlaying_)
+        return;
+    if (isAtSelectionsEnd()) {
         player_->pause();
         setPlaying(false);
+    } else if (cut_.holds(shownTime_)) {
+        // The player has paused there by itself, or was told to play from inside.
+        seek(cut_.end());
+        player_->play();
     }
 }
 
 bool ClipPreviewModel::isAtSelectionsEnd() const
 {
     // Both on the player's scale: a rounded end has to be reached too.
-    return trimEndTime_ <= currentTime_ || mediaTime(trimEndTime_) <= shownTime_;
+    if (trimEndTime_ <= currentTime_ || mediaTime(trimEndTime_) <= shownTime_)
+        return true;
+    return cut_.holds(shownTime_) && mediaTime(trimEndTime_) <= mediaTime(cut_.end());
+}
+
+MediaTime ClipPreviewModel::playbackEnd() const
+{
+    const auto end = mediaTime(trimEndTime_);
+    const auto cut = mediaTime(cut_.start());
+    return cut_.isThere() && shownTime_ < cut ? std::min(cut, end) : end;
 }
 
 void ClipPreviewModel::setPlaying(bool isPlaying)
@@ -261,7 +269,8 @@ void ClipPreviewModel::setTrim(double start, double end)
     trimStartTime_ = start;
     trimEndTime_ = end;
     if (player_)
-        player_->setForwardPlaybackEndTime(mediaTime(trimEndTime_));
+        player_->setForwardPlaybackEndTime(playbackEnd());
+    cut_.setSelection(start, end);
     emit boundsChanged();
     emit trimChanged();
 }
@@ -270,6 +279,8 @@ void ClipPreviewModel::seek(double seconds)
 {
     currentTime_ = seconds;
     shownTime_ = mediaTime(seconds);
+    if (player_ && cut_.isThere())
+        player_->setForwardPlaybackEndTime(playbackEnd());
     if (player_)
         player_->seek(shownTime_);
     emit currentTimeChanged();
@@ -364,6 +375,61 @@ void ClipPreviewModel::setTrimEndHere()
     setTrim(trimStartTime_, std::max(std::min(currentTime_, scrubMaximum()), trimStartTime_));
 }
 
+void ClipPreviewModel::toggleCut()
+{
+    if (cut_.isThere()) {
+        cut_.remove();
+        if (player_)
+            player_->setForwardPlaybackEndTime(playbackEnd());
+        return;
+    }
+    // The middle of what is selected: what is seen at once, and far from both ends.
+    const double third = std::max(0.0, trimEndTime_ - trimStartTime_) / 3;
+    setCut(trimStartTime_ + third, trimEndTime_ - third);
+    seek(cut_.start());
+}
+
+void ClipPreviewModel::setCut(double start, double end)
+{
+    cut_.set(start, end);
+    if (player_)
+        player_->setForwardPlaybackEndTime(playbackEnd());
+}
+
+void ClipPreviewModel::moveCutStart(double seconds)
+{
+    setCut(std::clamp(seconds, 0.0, cut_.end()), cut_.end());
+    seek(cut_.start());
+}
+
+void ClipPreviewModel::moveCutEnd(double seconds)
+{
+    setCut(cut_.start(), std::max(std::min(seconds, scrubMaximum()), cut_.start()));
+    seek(cut_.end());
+}
+
+void ClipPreviewModel::dragCutStart(double seconds)
+{
+    pause();
+    moveCutStart(seconds);
+}
+
+void ClipPreviewModel::dragCutEnd(double seconds)
+{
+    pause();
+    moveCutEnd(seconds);
+}
+
+void ClipPreviewModel::stepCutStart(int pictures)
+{
+    moveCutStart(steppedTime(mediaTime(cut_.start()), pictures));
+}
+
+void ClipPreviewModel::stepCutEnd(int pictures)
+{
+    moveCutEnd(steppedTime(mediaTime(cut_.end()), pictures));
+}
+
 void ClipPreviewModel::fail(const QString& problem)
 {
     problem_ = problem;
@@ -407,6 +473,7 @@ void ClipPreviewModel::exportTrimmed(bool replaceOriginal)
     session->setNextOutputURL(name);
     session->setOutputFileType(platform::AssetFileType::mpeg4);
     session->setTimeRange({mediaTime(trimStartTime_), exportEnd()});
+    session->setCuts(cut_.ranges());
 
     // The clip is added even if this window has been closed meanwhile.
     services_.runningExports->start(session, [weak = self_.weak(), session, services = services_, clip = clipURL_, replaceOriginal] {

@@ -3,6 +3,7 @@
 
 #include "base/SelfReference.h"
 #include "library/ClipLibrary.h"
+#include "library/views/PreviewCut.h"
 #include "library/views/RunningExports.h"
 #include "platform/Asset.h"
 #include "platform/FileManager.h"
@@ -52,6 +53,7 @@ class ClipPreviewModel final : public QObject {
     Q_PROPERTY(QString startTenths READ startTenths NOTIFY trimChanged)
     Q_PROPERTY(QString endTenths READ endTenths NOTIFY trimChanged)
     Q_PROPERTY(QString selectedTenths READ selectedTenths NOTIFY trimChanged)
+    Q_PROPERTY(velmora::PreviewCut* cut READ cut CONSTANT)
     Q_PROPERTY(bool isExportingTrim READ isExportingTrim NOTIFY exportChanged)
     Q_PROPERTY(QString trimStatusMessage READ trimStatusMessage NOTIFY exportChanged)
     Q_PROPERTY(bool hasSavedClip READ hasSavedClip NOTIFY exportChanged)
@@ -122,6 +124,7 @@ public:
     [[nodiscard]] QString startTenths() const { return formatTenths(trimStartTime_); }
     [[nodiscard]] QString endTenths() const { return formatTenths(trimEndTime_); }
     [[nodiscard]] QString selectedTenths() const { return formatTenths(trimEndTime_ - trimStartTime_); }
+    [[nodiscard]] PreviewCut* cut() { return &cut_; }
     [[nodiscard]] bool isExportingTrim() const { return isExportingTrim_; }
     [[nodiscard]] const QString& trimStatusMessage() const { return trimStatusMessage_; }
     /// Whether the message names a clip that was saved here: what the calls at its side are for.
@@ -162,6 +165,17 @@ public:
     /// The selection begins, or ends, with what is shown now, as far as the other end allows.
     Q_INVOKABLE void setTrimStartHere();
     Q_INVOKABLE void setTrimEndHere();
+
+    /// Cuts the middle third of the selection out, or keeps it again. Playing leaves out what is cut.
+    Q_INVOKABLE void toggleCut();
+    /// To there, as far as the other end and the clip's allow; the picture there is shown.
+    Q_INVOKABLE void moveCutStart(double seconds);
+    Q_INVOKABLE void moveCutEnd(double seconds);
+    Q_INVOKABLE void stepCutStart(int pictures);
+    Q_INVOKABLE void stepCutEnd(int pictures);
+    /// The same, and paused.
+    void dragCutStart(double seconds);
+    void dragCutEnd(double seconds);
 
     /// "Save Trimmed Clip".
     Q_INVOKABLE void saveTrimmedClip() { exportTrimmed(false); }
@@ -209,6 +223,7 @@ private:
     void setPlaying(bool isPlaying);
     void setDuration(double seconds);
     void setTrim(double start, double end);
+    void setCut(double start, double end);
     void seek(double seconds);
     void fail(const QString& problem);
     void loadThumbnail(int number);
@@ -218,6 +233,8 @@ private:
     void applySound();
     [[nodiscard]] bool isAtSelectionsEnd() const;
     [[nodiscard]] MediaTime exportEnd() const;
+    /// Where what plays from here on pauses: the selection's end, or a cut before it.
+    [[nodiscard]] MediaTime playbackEnd() const;
     [[nodiscard]] std::ptrdiff_t pictureAt(MediaTime time) const;
     [[nodiscard]] double steppedTime(MediaTime time, int pictures) const;
 
@@ -235,6 +252,7 @@ private:
     double totalDuration_ = 0;
     double trimStartTime_ = 0;
     double trimEndTime_ = 0;
+    PreviewCut cut_{this};
     bool isExportingTrim_ = false;
     QString trimStatusMessage_;
     std::filesystem::path savedClip_;

@@ -62,6 +62,11 @@ Rectangle {
         onActivated: root.model.toggleMuted()
     }
     Shortcut {
+        sequence: "X"
+        enabled: root.model.canTrim
+        onActivated: root.model.toggleCut()
+    }
+    Shortcut {
         sequence: "Home"
         enabled: root.model.canPlay
         onActivated: root.model.goToBeginning()
@@ -157,6 +162,18 @@ Rectangle {
         grooveTo: root.model.endMaximum
         tintFrom: root.model.trimStartTime
         tintTo: root.model.trimEndTime
+    }
+
+    // On the same scale, with the tint over what is cut.
+    component CutSlider: PictureSlider {
+        Layout.fillWidth: true
+        visible: root.model.cut.isThere
+        enabled: root.model.canTrim
+        tint: Theme.secondaryText
+        grooveFrom: 0
+        grooveTo: root.model.endMaximum
+        tintFrom: root.model.cut.start
+        tintTo: root.model.cut.end
     }
 
     component SavedClipButton: TextButton {
@@ -380,10 +397,84 @@ Rectangle {
                             onMoved: root.model.moveTrimEnd(value)
                             onStepped: direction => root.model.stepTrimEnd(direction)
                         }
+                        SteppedTime {
+                            Layout.preferredWidth: startTime.Layout.preferredWidth
+                            Layout.fillWidth: false
+                            visible: root.model.cut.isThere
+                            text: root.model.cut.startText
+                            tenths: root.model.cut.startTenths
+                            textWidth: startTime.textWidth
+                            enabled: root.model.canTrim
+                            backName: "Move Cut's Start Back"
+                            backToolTip: "Cut from one picture earlier (Left in its slider)"
+                            forwardsName: "Move Cut's Start Forwards"
+                            forwardsToolTip: "Cut from one picture later (Right in its slider)"
+                            onStepped: direction => root.model.stepCutStart(direction)
+                        }
+                        CutSlider {
+                            text: "Cut from"
+                            to: root.model.cut.startMaximum
+                            value: root.model.cut.start
+                            onMoved: root.model.moveCutStart(value)
+                            onStepped: direction => root.model.stepCutStart(direction)
+                        }
+                        SteppedTime {
+                            Layout.preferredWidth: startTime.Layout.preferredWidth
+                            Layout.fillWidth: false
+                            visible: root.model.cut.isThere
+                            text: root.model.cut.endText
+                            tenths: root.model.cut.endTenths
+                            textWidth: startTime.textWidth
+                            enabled: root.model.canTrim
+                            backName: "Move Cut's End Back"
+                            backToolTip: "Cut to one picture earlier (Left in its slider)"
+                            forwardsName: "Move Cut's End Forwards"
+                            forwardsToolTip: "Cut to one picture later (Right in its slider)"
+                            onStepped: direction => root.model.stepCutEnd(direction)
+                        }
+                        CutSlider {
+                            text: "Cut to"
+                            from: root.model.cut.endMinimum
+                            to: root.model.endMaximum
+                            value: root.model.cut.end
+                            onMoved: root.model.moveCutEnd(value)
+                            onStepped: direction => root.model.stepCutEnd(direction)
+                        }
                     }
-                    Time {
-                        text: root.model.selectedText
-                        tenths: root.model.selectedTenths
+                    RowLayout {
+                        Layout.fillWidth: true
+                        spacing: Theme.largeGap
+
+                        Time {
+                            text: root.model.selectedText
+                            tenths: root.model.selectedTenths
+                        }
+                        Time {
+                            visible: root.model.cut.isThere
+                            text: root.model.cut.keptText
+                            tenths: root.model.cut.keptTenths
+                        }
+                        Item {
+                            Layout.fillWidth: true
+                        }
+                        TextButton {
+                            id: cutButton
+
+                            compact: true
+                            plain: true
+                            text: root.model.cut.action
+                            enabled: root.model.canTrim
+                            onClicked: root.model.toggleCut()
+
+                            Loader {
+                                active: cutButton.hovered || cutButton.visualFocus
+                                sourceComponent: ToolTip {
+                                    parent: cutButton
+                                    text: cutButton.text + " (X)"
+                                    visible: true
+                                }
+                            }
+                        }
                     }
                 }
             }

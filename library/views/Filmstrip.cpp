@@ -44,10 +44,13 @@ void Filmstrip::setModel(ClipPreviewModel* model)
         return;
     if (model_)
         disconnect(model_, nullptr, this, nullptr);
+    if (model_)
+        disconnect(model_->cut(), nullptr, this, nullptr);
     model_ = model;
     if (model_) {
         for (const auto changed : {&ClipPreviewModel::thumbnailsChanged, &ClipPreviewModel::trimChanged, &ClipPreviewModel::boundsChanged})
             connect(model_, changed, this, [this] { update(); });
+        connect(model_->cut(), &PreviewCut::changed, this, [this] { update(); });
     }
     emit modelChanged();
     update();
@@ -67,10 +70,43 @@ QRectF Filmstrip::selection() const
     return {begin, 0, std::max(0.0, model_->trimEndTime() * scale - begin), height()};
 }
 
+QRectF Filmstrip::cut() const
+{
+    const double scale = pointsPerSecond();
+    if (scale <= 0 || !model_->cut()->isThere())
+        return {};
+    const double begin = model_->cut()->start() * scale;
+    return {begin, 0, std::max(0.0, model_->cut()->end() * scale - begin), height()};
+}
+
+double Filmstrip::edgeOf(Side side) const
+{
+    switch (side) {
+    case Side::start:
+        return selection().left();
+    case Side::end:
+        return selection().right();
+    case Side::cutStart:
+        return cut().left();
+    case Side::cutEnd:
+        return cut().right();
+    case Side::none:
+        break;
+    }
+    return 0;
+}
+
 Filmstrip::Side Filmstrip::sideAt(double x) const
 {
     if (pointsPerSecond() <= 0)
         return Side::none;
+    // The cut lies on the selection, so its sides are taken first; outside each other, where both can be.
+    if (model_->cut()->isThere()) {
+        const QRectF middle = cut();
+        const auto side = x < middle.center().x() ? Side::cutStart : Side::cutEnd;
+        if (std::abs(x - edgeOf(side)) <= reach)
+            return side;
+    }
     const QRectF selected = selection();
     // Of a selection so short that both can be taken, each half has its own.
     if (x < selected.center().x())
@@ -89,8 +125,7 @@ void Filmstrip::mousePressEvent(QMouseEvent* event)
     event->setAccepted(dragged_ != Side::none);
     if (dragged_ == Side::none)
         return;
-    const QRectF selected = selection();
-    taken_ = event->position().x() - (dragged_ == Side::start ? selected.left() : selected.right());
+    taken_ = event->position().x() - edgeOf(dragged_);
     // What scrolls a low window would take the drag over.
     setKeepMouseGrab(true);
 }
@@ -105,6 +140,10 @@ void Filmstrip::mouseMoveEvent(QMouseEvent* event)
         model_->dragTrimStart(seconds);
     else if (dragged_ == Side::end)
         model_->dragTrimEnd(seconds);
+    else if (dragged_ == Side::cutStart)
+        model_->dragCutStart(seconds);
+    else if (dragged_ == Side::cutEnd)
+        model_->dragCutEnd(seconds);
 }
 
 void Filmstrip::mouseReleaseEvent(QMouseEvent* /*event*/)
@@ -158,12 +197,30 @@ void Filmstrip::paint(QPainter* painter)
     QPainterPath window;
     window.addRoundedRect(selected.adjusted(side, frameWidth, -side, -frameWidth), 2, 2);
     painter->fillPath(hole.subtracted(window), frame_);
+    paintCut(*painter, shade);
     if (side < sideWidth)
         return;
     // Each side has a groove to take it by.
     painter->setPen(QPen{groove_, grooveWidth, Qt::SolidLine, Qt::RoundCap});
     for (const double middle : {selected.left() + side / 2, selected.right() - side / 2})
         painter->drawLine(QPointF{middle, height() * 0.36}, QPointF{middle, height() * 0.64});
+}
+
+void Filmstrip::paintCut(QPainter& painter, const QColor& shade) const
+{
+    const QRectF middle = cut();
+    if (!model_->cut()->isThere())
+        return;
+    painter.fillRect(middle, shade);
+    // Its sides stand on what is kept, as those of the selection do.
+    for (const bool isStart : {true, false}) {
+        const double edge = isStart ? middle.left() - sideWidth : middle.right();
+        QPainterPath side;
+        side.addRoundedRect(QRectF{edge, 0, sideWidth, height()}, 2, 2);
+        painter.fillPath(side, frame_);
+        painter.setPen(QPen{groove_, grooveWidth, Qt::SolidLine, Qt::RoundCap});
+        painter.drawLine(QPointF{edge + sideWidth / 2, height() * 0.36}, QPointF{edge + sideWidth / 2, height() * 0.64});
+    }
 }
 
 }  // namespace velmora

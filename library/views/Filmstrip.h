@@ -9,8 +9,8 @@
 
 namespace velmora {
 
-/// What lies outside the selection is dimmed; a frame surrounds the rest. The frame's sides can be dragged, and the player shows the
-/// picture under the side that is.
+/// What lies outside the selection is dimmed; a frame surrounds the rest. What is cut out of it is dimmed too, between two sides of its
+/// own. The frame's sides and those of the cut can be dragged, and the player shows the picture under the side that is.
 class Filmstrip : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
@@ -43,11 +43,14 @@ protected:
     void hoverMoveEvent(QHoverEvent* event) override;
 
 private:
-    enum class Side { none, start, end };
+    enum class Side { none, start, end, cutStart, cutEnd };
 
     [[nodiscard]] double pointsPerSecond() const;
     [[nodiscard]] QRectF selection() const;
+    [[nodiscard]] QRectF cut() const;
     [[nodiscard]] Side sideAt(double x) const;
+    [[nodiscard]] double edgeOf(Side side) const;
+    void paintCut(QPainter& painter, const QColor& shade) const;
 
     QPointer<ClipPreviewModel> model_;
     QColor ground_;

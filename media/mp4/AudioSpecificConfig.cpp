@@ -56,4 +56,17 @@ bool isPlainAacLc(std::span<const std::byte> configuration)
     return bits.read(11) != syncExtension || bits.read(5) != spectralBandReplication || bits.read(1) == 0;
 }
 
+bool describesSameStream(std::span<const std::byte> a, std::span<const std::byte> b)
+{
+    // Kind, index of the rate, channels; then the length of a packet.
+    BitReader first{a};
+    BitReader second{b};
+    for (const int bits : {5, 4, 4, 1}) {
+        const auto field = first.read(bits);
+        if (field != second.read(bits) || (bits == 4 && field == explicitFrequency))
+            return false;
+    }
+    return sampleRateOf(a) > 0;
+}
+
 }  // namespace velmora::mp4

@@ -17,4 +17,7 @@ namespace velmora::mp4 {
 /// How many frames are in a packet of AAC-LC: 1024, or 960. Only for a configuration that isPlainAacLc().
 [[nodiscard]] std::int32_t packetFramesOf(std::span<const std::byte> configuration);
 
+/// Whether a decoder that was set up with one of these decodes the other's packets of AAC-LC: kind, rate, channels and length of a packet.
+[[nodiscard]] bool describesSameStream(std::span<const std::byte> a, std::span<const std::byte> b);
+
 }  // namespace velmora::mp4

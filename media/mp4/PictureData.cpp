@@ -85,6 +85,7 @@ Result<PictureContent> readPictureContent(File& file, const Track& track, const 
         const auto type = static_cast<unsigned>(head.back()) & 0x1F;
         hasSequence = hasSequence || type == sequenceParameterSet;
         hasPicture = hasPicture || type == pictureParameterSet;
+        content.isInstantRefresh = content.isInstantRefresh || type == idrSlice;
         content.startsAfresh = content.startsAfresh || type == idrSlice;
         if (type == supplementalInformation && !content.startsAfresh) {
             std::vector<std::byte> unit(static_cast<std::size_t>(std::min(length - 1, longestInformation)));

@@ -10,6 +10,8 @@ namespace velmora::mp4 {
 struct PictureContent {
     /// Decoding can begin here: an IDR picture, or one whose recovery point is reached at once (ISO 14496-10 D.2.8).
     bool startsAfresh = false;
+    /// An IDR picture: nothing behind it needs anything from before it.
+    bool isInstantRefresh = false;
     bool hasParameterSets = false;  ///< both kinds
 };
 

@@ -1,14 +1,13 @@
 #include "media/mp4/TrimPlanner.h"
 
 #include "media/mp4/AudioSpecificConfig.h"
+#include "media/mp4/CuttableTrack.h"
 #include "media/mp4/RecordingLayout.h"
 #include "media/mp4/SequenceParameterSet.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 #include <optional>
-#include <string>
 #include <utility>
 
 namespace velmora::mp4 {
@@ -22,132 +21,6 @@ constexpr MediaTime longestLeadInGap{1, 1};
 /// Between the end of what is shown and pictures after it. More than any rounding.
 constexpr MediaTime leadOutGap{1, 1000};
 
-/// From this time scale on, a tick is too short to be seen.
-constexpr std::int32_t fineTimescale = 10000;
-
-tl::unexpected<Error> unsupported(const std::string& why)
-{
-    return fail(makeError(ErrorCode::unsupported, "The file cannot be trimmed exactly: " + why + "."));
-}
-
-tl::unexpected<Error> invalidRange(const char* why)
-{
-    return fail(makeError(ErrorCode::invalidRange, why));
-}
-
-tl::unexpected<Error> tooLarge()
-{
-    return fail(makeError(ErrorCode::tooLarge, "The clip is too long for one file."));
-}
-
-Result<void> checkTrack(const Track& track)
-{
-    if (track.sampleEntryCount != 1)
-        return unsupported("a track changes its format");
-    if (const auto* video = track.format->video()) {
-        if (video->codec != FourCharacterCode{"avc1"} && video->codec != FourCharacterCode{"avc3"})
-            return unsupported("its video is not H.264");
-        return {};
-    }
-    const auto& audio = *track.format->audio();
-    if (audio.codec != FourCharacterCode{"mp4a"} || audio.decoderConfiguration.empty())
-        return unsupported("its sound is not AAC");
-    // Twice the rate in the sample entry means spectral band replication, whether the configuration says so or not.
-    const auto rate = sampleRateOf(audio.decoderConfiguration);
-    if (!isPlainAacLc(audio.decoderConfiguration) || (rate > 0 && audio.sampleRate == 2 * rate))
-        return unsupported("its sound is a kind of AAC that cannot be cut at a packet");
-    if (track.samples.hasCompositionOffsets())
-        return unsupported("its sound is stored out of order");
-    return {};
-}
-
-/// Which part of a track's media is shown, and when that begins.
-struct ShownMedia {
-    MediaTime begin;  ///< on the movie's time line
-    std::int64_t mediaBegin = 0;  ///< on the track's scale, like the next one
-    std::int64_t mediaEnd = 0;
-};
-
-struct PresentedSpan {
-    std::int64_t begin = std::numeric_limits<std::int64_t>::max();
-    std::int64_t end = 0;
-};
-
-PresentedSpan presentedSpan(const SampleTable& samples)
-{
-    PresentedSpan span;
-    SampleTable::Cursor cursor{samples};
-    Sample sample;
-    while (cursor.next(sample)) {
-        const auto presented = sample.decodeTime + sample.compositionOffset;
-        span.begin = std::min(span.begin, presented);
-        span.end = std::max(span.end, presented + sample.duration);
-    }
-    return span;
-}
-
-Result<ShownMedia> shownMedia(const Movie& movie, const Track& track)
-{
-    const auto span = presentedSpan(track.samples);
-    ShownMedia shown{{0, movie.timescale}, 0, span.end};
-    bool found = false;
-    for (const auto& edit : track.edits) {
-        if (edit.mediaTime < 0) {
-            if (!found)
-                shown.begin.value += static_cast<std::int64_t>(edit.duration);
-            continue;
-        }
-        if (found)
-            return unsupported("it is put together from several parts");
-        if (!edit.isAtNormalSpeed)
-            return unsupported("it does not play at its original speed");
-        found = true;
-        shown.mediaBegin = edit.mediaTime;
-        if (edit.duration == 0)
-            continue;
-        const auto end = edit.mediaTime + static_cast<std::int64_t>(rescaled(edit.duration, movie.timescale, track.timescale));
-        // The movie's scale may be too coarse for the end of the media.
-        const MediaTime missing = MediaTime{span.end, track.timescale} - MediaTime{end, track.timescale};
-        if (missing >= MediaTime{1, movie.timescale})
-            shown.mediaEnd = end;
-    }
-    if (!track.edits.empty() && !found)
-        shown.mediaEnd = shown.mediaBegin;
-    if (span.begin > shown.mediaBegin) {
-        shown.begin = shown.begin + MediaTime{span.begin - shown.mediaBegin, track.timescale};
-        shown.mediaBegin = span.begin;
-    }
-    shown.mediaEnd = std::max(shown.mediaEnd, shown.mediaBegin);
-    return shown;
-}
-
-MediaTime endOf(const ShownMedia& shown, const Track& track)
-{
-    return shown.begin + MediaTime{shown.mediaEnd - shown.mediaBegin, track.timescale};
-}
-
-/// The part of the movie that is kept.
-struct Kept {
-    TimeRange range;
-    bool isWhole = false;  ///< the range is all there is
-};
-
-Result<Kept> keptRange(const TimeRange& range, MediaTime duration)
-{
-    if (!range.start.isValid() || !range.end.isValid())
-        return invalidRange("There is no such range.");
-    Kept kept{range, false};
-    kept.range.start = std::max(range.start, MediaTime::zero());
-    if (!(kept.range.start < range.end))
-        return invalidRange("The range ends before it begins.");
-    if (range.end >= duration.converted(range.end.timescale))
-        kept.range.end = duration;
-    if (!(kept.range.start < duration))
-        return invalidRange("The range begins after the end of the clip.");
-    kept.isWhole = kept.range.start == MediaTime::zero() && kept.range.end >= duration;
-    return kept;
-}
-
 /// A track's part, before it is known on what scale the movie gives its edits.
 struct PlannedTrack {
     Track track;
@@ -155,14 +28,6 @@ struct PlannedTrack {
     std::int64_t mediaTime = 0;  ///< where that lies in the new media
     std::int64_t shown = 0;  ///< for how long, on the track's scale
 };
-
-Track emptyCopy(const Track& source)
-{
-    Track track = source;
-    track.samples = SampleTable{};
-    track.edits.clear();
-    return track;
-}
 
 /// The pictures of a track on a scale that is fine enough to be cut on.
 class PicturePlanner {
@@ -190,7 +55,7 @@ public:
         if (const auto result = chooseSamples(); !result)
             return fail(result.error());
         if (!(kept_.isWhole ? placeWhole() : place()))
-            return tooLarge();
+            return tooLargeForAFile();
         return result();
     }
 
@@ -423,36 +288,6 @@ private:
     std::int64_t end_ = 0;
 };
 
-/// The track with a tick for each frame of sound, because players count what they leave out at an edit in ticks, as if these were frames.
-Result<Track> onItsOwnClock(const Track& source, std::int32_t rate, std::int32_t packetFrames)
-{
-    Track track = emptyCopy(source);
-    track.timescale = rate;
-    const auto frames = [&](std::int64_t ticks) { return MediaTime{ticks, source.timescale}.converted(rate).value; };
-    for (auto edit : source.edits) {
-        if (edit.mediaTime > 0)
-            edit.mediaTime = frames(edit.mediaTime);
-        track.edits.push_back(edit);
-    }
-    // Times that were rounded to the other scale are those of packets without a gap between them.
-    const auto leeway = rate / source.timescale + 2;
-    SampleTable::Cursor cursor{source.samples};
-    std::optional<std::int64_t> next;
-    std::int64_t time = 0;
-    for (Sample sample; cursor.next(sample);) {
-        time = frames(sample.decodeTime);
-        if (next && std::abs(time - *next) <= leeway)
-            time = *next;
-        if (!track.samples.append({sample.offset, sample.size, time, 0, sample.isSync}))
-            return tooLarge();
-        next = time + packetFrames;
-    }
-    const auto end = frames(source.samples.firstDecodeTime() + static_cast<std::int64_t>(source.samples.duration()));
-    track.samples.setLastDuration(
-        static_cast<std::uint32_t>(std::clamp<std::int64_t>(end - time, 0, std::numeric_limits<std::uint32_t>::max())));
-    return track;
-}
-
 /// None when nothing of it is heard in the range.
 Result<std::optional<PlannedTrack>> planSound(const Track& source, const ShownMedia& shown, const Kept& kept)
 {
@@ -493,7 +328,7 @@ Result<std::optional<PlannedTrack>> planSound(const Track& source, const ShownMe
     for (auto sample = first; sample <= last; ++sample) {
         const auto time = sample == first ? 0 : sample->decodeTime - first->decodeTime - gap;
         if (!planned.track.samples.append({sample->offset, sample->size, time, 0, sample->isSync}))
-            return tooLarge();
+            return tooLargeForAFile();
     }
     // Readers that take the media's duration for the track's get the right one too.
     planned.track.samples.setLastDuration(kept.isWhole ? last->duration
@@ -558,7 +393,7 @@ Result<Movie> planTrim(const Movie& source, const TimeRange& range, const Starts
     if (pictureTracks == 0)
         return fail(makeError(ErrorCode::nothingInside, "The file has no video."));
     if (pictureTracks > 1)
-        return unsupported("it has more than one video track");
+        return cannotBeCut("it has more than one video track");
     const auto kept = keptRange(range, duration);
     if (!kept)
         return fail(kept.error());

@@ -4,22 +4,9 @@
 #include "media/TimeRange.h"
 #include "media/mp4/File.h"
 #include "media/mp4/Movie.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <functional>
+#include "media/mp4/Splicer.h"
 
 namespace velmora::mp4 {
-
-struct TrimOptions {
-    std::uint64_t creationTime = currentFileTime();
-    std::size_t largestBlock = std::size_t{8} << 20;  ///< bytes copied from one call of the progress to the next
-};
-
-enum class TrimOutcome { written, cancelled };
-
-/// Called with values from 0 to 1; false cancels.
-using TrimProgress = std::function<bool(double)>;
 
 /// Writes the part of `source` that planTrim() plans for `range` into `target`, which is empty: an ordinary MP4 of this writer, its
 /// index in front and nothing in it that the part does not need. An unfinished recording of ours is trimmed as far as its whole fragments

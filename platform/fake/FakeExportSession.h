@@ -23,6 +23,7 @@ public:
     void setNextOutputURL(NextOutputURL next) override { nextOutputURL = std::move(next); }
     void setOutputFileType(platform::AssetFileType type) override { fileType = type; }
     void setTimeRange(const TimeRange& timeRange) override { range = timeRange; }
+    void setCuts(std::vector<TimeRange> timeRanges) override { cuts = std::move(timeRanges); }
 
     void exportAsynchronously(UniqueFunction<void()> completion) override
     {
@@ -84,6 +85,8 @@ public:
     NextOutputURL nextOutputURL;
     platform::AssetFileType fileType = platform::AssetFileType::mpeg4;
     std::optional<TimeRange> range;
+    std::vector<TimeRange> cuts;
+    std::vector<std::filesystem::path> joinedAssets;  ///< the first of them is `asset`; empty for an export of one
     bool cancelsAtOnce = true;
     int cancelCount = 0;
 
@@ -114,6 +117,15 @@ public:
         auto session = std::make_shared<FakeExportSession>(asset);
         sessions.push_back(session);
         return std::shared_ptr<platform::ExportSession>{session};
+    }
+
+    Result<std::shared_ptr<platform::ExportSession>> makeJoinSession(
+        const std::vector<std::filesystem::path>& assets, platform::ExportPreset preset) override
+    {
+        auto session = makeExportSession(assets.front(), preset);
+        if (session)
+            sessions.back()->joinedAssets = assets;
+        return session;
     }
 
     std::optional<Error> createError;

@@ -62,6 +62,22 @@ Result<std::unique_ptr<engine::PictureDecoder>> makePictureDecoder(const VideoFo
     return (*module)->makePictureDecoder(format, request);
 }
 
+Result<std::unique_ptr<engine::SoundDecoder>> makeSoundDecoder(const AudioFormat& format)
+{
+    const auto module = codecModule();
+    if (!module)
+        return fail(module.error());
+    return (*module)->makeSoundDecoder(format);
+}
+
+Result<std::unique_ptr<engine::PictureReencoder>> makePictureReencoder(const VideoFormat& format, int parameterSet)
+{
+    const auto module = codecModule();
+    if (!module)
+        return fail(module.error());
+    return (*module)->makePictureReencoder(format, parameterSet);
+}
+
 }  // namespace
 
 std::shared_ptr<platform::CompressionSessionFactory> makeCompressionSessions(engine::KeyFrameRequests keyFrameRequests)
@@ -78,6 +94,11 @@ std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters(
 std::shared_ptr<platform::AssetReader> makeAssetReader()
 {
     return std::make_shared<engine::AssetReader>(makePictureDecoder);
+}
+
+engine::SeamCodecs makeSeamCodecs()
+{
+    return {makeAudioEncoder, makeSoundDecoder, makePictureReencoder};
 }
 
 Result<std::unique_ptr<engine::PictureScaler>> makePictureScaler()

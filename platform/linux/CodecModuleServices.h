@@ -3,6 +3,7 @@
 
 #include "engine/codecs/KeyFrameRequests.h"
 #include "engine/codecs/PictureScaler.h"
+#include "engine/codecs/SeamCodecs.h"
 #include "engine/files/AssetWriter.h"
 #include "platform/Asset.h"
 #include "platform/AssetWriter.h"
@@ -22,6 +23,9 @@ std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters(
 
 /// A reader whose pictures are decoded by the module; where it cannot be loaded, there are no pictures.
 std::shared_ptr<platform::AssetReader> makeAssetReader();
+
+/// What encodes the seams of clips, from the module; where it cannot be loaded, each of them fails.
+engine::SeamCodecs makeSeamCodecs();
 
 /// A scaler from the module.
 Result<std::unique_ptr<engine::PictureScaler>> makePictureScaler();

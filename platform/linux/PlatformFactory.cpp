@@ -187,7 +187,7 @@ PlatformServices makePlatformServices(
     services.assetRepairer = engine::makeAssetRepairer();
     services.assetReader = makeAssetReader();
     services.thumbnails = makeThumbnails(services.assetReader, thumbnailsFolder(services.fileManager->homeDirectory()));
-    services.exportSessions = engine::makeExportSessions();
+    services.exportSessions = engine::makeExportSessions(makeSeamCodecs());
     services.players = makePlayers(services.assetReader, mainExecutor);
     services.quietNotificationCenter = makeUserNotificationCenter({.makeIcon = makeIcon, .isQuiet = true});
     services.userNotificationCenter = makeUserNotificationCenter({.makeIcon = std::move(makeIcon)});

@@ -138,6 +138,39 @@ TEST(CommandLine, RepairsOneFile)
     EXPECT_EQ(commandOf<Repair>({"repair", "/tmp/clip.mp4"}).file, "/tmp/clip.mp4");
 }
 
+TEST(CommandLine, CutsLeaveOutWhatTheySayOfAClipOrAPartOfIt)
+{
+    const auto cuts = commandOf<Trim>({"trim", "clip.mp4", "--cut", "1.5-2", "--cut", "1:05-1:06:07.25"});
+    EXPECT_EQ(cuts.range, wholeClip);
+    EXPECT_EQ(cuts.cuts, (std::vector<TimeRange>{{{3, 2}, {2, 1}}, {{65, 1}, {15869, 4}}}));
+    const auto both = commandOf<Trim>({"trim", "clip.mp4", "--cut", "5-6", "--start", "2"});
+    EXPECT_EQ(both.range, (TimeRange{{2, 1}, wholeClip.end}));
+    EXPECT_EQ(commandOf<Trim>({"trim", "clip.mp4", "--cut", "5-6", "--end", "9"}).range, (TimeRange{MediaTime::zero(), {9, 1}}));
+    EXPECT_TRUE(commandOf<Trim>({"trim", "clip.mp4", "--start", "1", "--end", "2"}).cuts.empty());
+}
+
+TEST(CommandLine, ACutThatMakesNoSenseIsExplained)
+{
+    EXPECT_EQ(complaint({"trim", "a", "--cut", "5"}), "'5' is not a stretch of time, such as 12.5-1:03.");
+    EXPECT_EQ(complaint({"trim", "a", "--cut", "1-2-3"}), "'1-2-3' is not a stretch of time, such as 12.5-1:03.");
+    EXPECT_EQ(complaint({"trim", "a", "--cut", "x-3"}), "'x' is not a time in seconds, such as 83.5 or 1:23.5.");
+    EXPECT_EQ(complaint({"trim", "a", "--cut", "3-"}), "'' is not a time in seconds, such as 83.5 or 1:23.5.");
+    EXPECT_EQ(complaint({"trim", "a", "--cut", "3-3"}), "The end of the cut '3-3' has to be after its beginning.");
+    EXPECT_EQ(complaint({"trim", "a", "--cut", "1-2", "--start", "4", "--end", "3"}), "The end has to be after the start.");
+}
+
+TEST(CommandLine, JoinsTwoFilesOrMore)
+{
+    const auto join = commandOf<Join>({"join", "a.mp4", "b.mp4", "a.mp4"});
+    const auto here = std::filesystem::current_path();
+    EXPECT_EQ(join.files, (std::vector{here / "a.mp4", here / "b.mp4", here / "a.mp4"}));
+    EXPECT_FALSE(join.output);
+    EXPECT_EQ(commandOf<Join>({"join", "a", "b", "--output", "c/all.mp4"}).output, here / "c/all.mp4");
+    EXPECT_EQ(complaint({"join", "a.mp4"}), "'velmora join' takes two files or more.");
+    EXPECT_EQ(complaint({"join"}), "'velmora join' takes two files or more.");
+    EXPECT_EQ(complaint({"join", "a", ""}), "A file's name cannot be empty.");
+}
+
 TEST(CommandLine, TrimsOneFileToTheRange)
 {
     const auto trim = commandOf<Trim>({"trim", "clip.mp4", "--start", "1.5", "--end", "83.25"});
@@ -292,15 +325,19 @@ TEST(CommandLine, UnderstandsEveryCommandThatIsDescribedWithEveryOption)
             for (const auto& option : command.options) {
                 arguments.append(QStringLiteral("--%1").arg(QString::fromStdString(std::string{option.name})));
                 if (option.argument)
-                    arguments.append(option.name == "end" ? QStringLiteral("2") : QStringLiteral("1"));
+                    arguments.append(option.name == "end" ? QStringLiteral("2")
+                            : option.name == "cut"        ? QStringLiteral("3-4")
+                                                          : QStringLiteral("1"));
             }
             if (command.argument)
                 arguments.append(command.argument->kind == ArgumentDescription::Kind::word ? QStringLiteral("on") : QStringLiteral("1"));
+            if (command.argumentRepeats)
+                arguments.append(QStringLiteral("2"));
             const auto understood = parsed(arguments);
             EXPECT_TRUE(understood.has_value()) << command.name << ": " << (understood ? "" : understood.error().toStdString());
         }
     }
-    EXPECT_EQ(count, 18);
+    EXPECT_EQ(count, 19);
 }
 
 TEST(CommandLine, ExplainsItselfInLinesOf80Columns)

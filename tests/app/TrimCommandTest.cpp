@@ -1,5 +1,6 @@
 #include "app/TrimCommand.h"
 
+#include "app/JoinCommand.h"
 #include "library/PathUtilities.h"
 #include "platform/fake/FakeExportSession.h"
 #include "platform/fake/FakeFileManager.h"
@@ -12,6 +13,7 @@
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
+#include <optional>
 
 namespace velmora {
 namespace {
@@ -42,8 +44,8 @@ protected:
     {
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        const int status =
-            runTrimCommand(command, {exports, std::make_shared<fake::FakeFileManager>(), std::make_shared<EventLoopExecutor>()});
+        const ExportServices services{exports, std::make_shared<fake::FakeFileManager>(), std::make_shared<EventLoopExecutor>()};
+        const int status = join ? runJoinCommand(*join, services) : runTrimCommand(command, services);
         output = testing::internal::GetCapturedStdout();
         errors = testing::internal::GetCapturedStderr();
         return status;
@@ -56,6 +58,7 @@ protected:
 
     const test::TemporaryDirectory folder;
     command_line::Trim command{folder.path() / "clip.mp4", {{1, 1}, {2, 1}}, {}};
+    std::optional<command_line::Join> join;  ///< in place of the trim
     const std::shared_ptr<fake::FakeExportSessionFactory> exports = std::make_shared<fake::FakeExportSessionFactory>();
     std::string output;
     std::string errors;
@@ -73,6 +76,14 @@ TEST_F(TrimCommandTest, PrintsThePathOfThePart)
     EXPECT_EQ(session.range, command.range);
     EXPECT_EQ(session.output, command.output);
     EXPECT_FALSE(session.nextOutputURL) << "the name is the user's choice";
+}
+
+TEST_F(TrimCommandTest, WhatIsCutGoesToTheExport)
+{
+    command.cuts = {{{3, 2}, {2, 1}}, {{5, 1}, {6, 1}}};
+    EXPECT_EQ(run([](auto& session) { session.complete(); }), command_line::succeeded);
+    EXPECT_EQ(exports->sessions[0]->cuts, command.cuts);
+    EXPECT_TRUE(exports->sessions[0]->joinedAssets.empty());
 }
 
 TEST_F(TrimCommandTest, ThePartLiesBesideTheClipUnderATrimmedName)
@@ -149,6 +160,25 @@ TEST_F(TrimCommandTest, ACancelledOneIsAFailureWithoutAPath)
     EXPECT_EQ(run([](auto& session) { session.cancelExport(); }), command_line::failed);
     EXPECT_EQ(output, "");
     EXPECT_EQ(errors, "Cancelled.\n");
+}
+
+TEST_F(TrimCommandTest, AJoinedFileLiesBesideTheFirstClipUnderANameOfItsOwn)
+{
+    join = command_line::Join{{folder.path() / "a.mp4", folder.path() / "sub/b.mp4", folder.path() / "a.mp4"}};
+    EXPECT_EQ(run([](auto& session) { session.complete(); }), command_line::succeeded);
+    const auto& session = *exports->sessions[0];
+    EXPECT_EQ(session.joinedAssets, join->files);
+    EXPECT_EQ(session.output.parent_path(), folder.path());
+    EXPECT_TRUE(session.output.filename().string().starts_with("Velmora-Joined-2"));
+    EXPECT_EQ(output, session.output.string() + "\n");
+}
+
+TEST_F(TrimCommandTest, ClipsThatDoNotGoTogetherAreRefusedInTheExportsWords)
+{
+    join = command_line::Join{{folder.path() / "a.mp4", folder.path() / "b.mp4"}, folder.path() / "all.mp4"};
+    EXPECT_EQ(run([](auto& session) { session.fail({"x", 1, "The clips do not go together: so it is.", nullptr}); }), command_line::failed);
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(errors, "Cannot join the clips: The clips do not go together: so it is.\n");
 }
 
 }  // namespace

@@ -112,6 +112,31 @@ TEST_F(PreviewTest, PlayingStopsAtTheEndOfTheSelectionByItself)
     ASSERT_TRUE(waitUntil([] { return labelCount("00:01") == 1 && buttonCount("Play") == 1; }));
 }
 
+TEST_F(PreviewTest, TheMiddleIsCutOutByAKeySkippedAndLeftOutOfWhatIsSaved)
+{
+    ASSERT_TRUE(open(clip()));
+    pressKeys({"x"});
+    ASSERT_TRUE(waitUntil([] { return labelCount("Cut: 00:02") == 1 && labelCount("To: 00:04") == 1 && labelCount("Kept: 00:04") == 1; }));
+    pressKeys(std::vector<std::string>(10, "Left"));
+    pressKeys({"space"});
+    bool wasInside = false;
+    ASSERT_TRUE(waitUntil([&] {
+        wasInside = wasInside || labelCount("00:03") > 0;
+        return labelCount("00:05") + labelCount("00:06") > 1;
+    }));
+    EXPECT_FALSE(wasInside);
+    ASSERT_TRUE(waitUntil([] { return buttonCount("Play") == 1; })) << "it plays to the selection's end";
+
+    ASSERT_TRUE(AssistiveTechnology::clickOn("push button", "Save Trimmed Clip"));
+    const auto told = AssistiveTechnology::find("status bar", "Trimmed clip saved as ");
+    ASSERT_TRUE(told);
+    const auto part = decodeFile(program.clipsFolder() / told->name.substr(std::string{"Trimmed clip saved as "}.size()));
+    ASSERT_THAT(part.pictures, SizeIs(4 * pictureRate));
+    for (int i = 0; i < 4 * pictureRate; ++i)
+        EXPECT_EQ(part.pictures[static_cast<std::size_t>(i)].number, i < 2 * pictureRate ? i : i + 2 * pictureRate);
+    EXPECT_NEAR(part.duration, 4, 0.001);
+}
+
 TEST_F(PreviewTest, TheSlidersTellTheirValuesInSeconds)
 {
     const auto tells = [](const char* slider, const char* value) {

@@ -2,6 +2,7 @@
 
 #include "media/mp4/PosixFile.h"
 #include "media/mp4/RecordingLayout.h"
+#include "tests/end_to_end/Players.h"
 #include "tests/support/FolderContents.h"
 #include "tests/support/media/EncodedClip.h"
 #include "tests/support/media/ForeignClip.h"
@@ -18,7 +19,6 @@
 #include <iterator>
 #include <memory>
 #include <random>
-#include <sstream>
 
 namespace velmora::test {
 namespace {
@@ -170,13 +170,9 @@ TEST_F(TrimmedClipTest, MpvBeginsWithTheFirstChosenPicture)
 {
     for (const auto& part : makeParts(10)) {
         SCOPED_TRACE(testing::Message() << part.file << " from " << part.range.start.seconds());
-        const auto folder = part.file.string() + ".pictures";
-        const auto outcome = runProgram({"mpv", "--no-config", "--start=0", "--hr-seek=yes", "--frames=1", "--vo=image",
-            "--vo-image-format=jpg", "--vo-image-outdir=" + folder, "--ao=null", "--hwdec=no", "--msg-level=all=warn", part.file.string()});
-        EXPECT_EQ(outcome.status, 0) << outcome.output << outcome.messages;
-        const auto shown = decodeFile(folder + "/00000001.jpg");
-        ASSERT_EQ(shown.pictures.size(), 1U);
-        EXPECT_EQ(shown.pictures[0].number, part.pictures[0].number);
+        const auto shown = shownByMpv(part.file, 1);
+        ASSERT_EQ(shown.size(), 1U);
+        EXPECT_EQ(shown[0], part.pictures[0].number);
     }
 }
 
@@ -184,51 +180,8 @@ TEST_F(TrimmedClipTest, GStreamerShowsTheChosenPicturesAndNoOthers)
 {
     for (const auto& part : makeParts(10)) {
         SCOPED_TRACE(testing::Message() << part.file << " from " << part.range.start.seconds());
-        const auto raw = part.file.string() + ".raw";
-        const auto outcome = runProgram({"gst-launch-1.0", "-q", "filesrc", "location=" + part.file.string(), "!", "qtdemux", "!",
-            "h264parse", "!", "avdec_h264", "!", "videoconvert", "!", "video/x-raw,format=GRAY8", "!", "filesink", "location=" + raw});
-        EXPECT_EQ(outcome.status, 0) << outcome.output << outcome.messages;
-        const auto content = contentOf(raw);
-        constexpr std::size_t pictureSize = std::size_t{width} * height;
-        ASSERT_EQ(content.size() % pictureSize, 0U);
-        std::vector<int> numbers;
-        for (std::size_t begin = 0; begin < content.size(); begin += pictureSize)
-            numbers.push_back(numberInPicture(reinterpret_cast<const std::uint8_t*>(content.data()) + begin, width, width, height));
-        EXPECT_EQ(numbers, numbersOf(part.pictures));
+        EXPECT_EQ(shownByGStreamer(part.file, width, height), numbersOf(part.pictures));
     }
-}
-
-/// In a page: shows the part at each of the times, and reports the numbers of the pictures.
-std::string pageFor(const std::string& file, const std::vector<double>& times)
-{
-    std::ostringstream page;
-    page << "<video id=v src=\"" << file << "\" muted></video><script>\nconst times = [";
-    for (const auto time : times)
-        page << time << ",";
-    page << R"(];
-const canvas = document.createElement('canvas').getContext('2d', {willReadFrequently: true});
-const numbers = [];
-const done = text => console.log('clip-report ' + text + ' end-of-report');
-const read = () => {
-    canvas.canvas.width = v.videoWidth; canvas.canvas.height = v.videoHeight;
-    canvas.drawImage(v, 0, 0);
-    let number = 0;
-    const bar = v.videoWidth / 16;
-    for (let bit = 0; bit < 12; ++bit)
-        if (canvas.getImageData(bit * bar + bar / 2, v.videoHeight / 4, 1, 1).data[1] > 125) number |= 1 << bit;
-    numbers.push(number);
-};
-const next = () => {
-    if (numbers.length < times.length) v.currentTime = times[numbers.length];
-    else done(numbers.join(' ') + ' ' + v.duration);
-};
-// On a loaded machine a seek is over some compositor frames before its picture can be drawn.
-const after = (frames, work) => frames == 0 ? work() : requestAnimationFrame(() => after(frames - 1, work));
-v.onerror = () => done('error ' + v.error.code + ' ' + v.error.message);
-v.onloadeddata = next;
-v.onseeked = () => after(6, () => { read(); next(); });
-</script>)";
-    return page.str();
 }
 
 TEST_F(TrimmedClipTest, ChromiumShowsTheChosenPicturesAtTheirTimes)
@@ -247,31 +200,9 @@ TEST_F(TrimmedClipTest, ChromiumShowsTheChosenPicturesAtTheirTimes)
             times.push_back((part.pictures[index].time + end) / 2);
             expected.push_back(part.pictures[index].number);
         }
-        const auto page = part.file.string() + ".html";
-        std::ofstream{page} << pageFor(part.file.filename().string(), times);
-        auto arguments = chromiumArguments(part.file.string() + ".profile");
-        arguments.insert(
-            arguments.end(), {"--headless=new", "--allow-file-access-from-files", "--enable-logging=stderr", "--v=0", "file://" + page});
-        ChildProcess browser{arguments, {}, "/dev/stdout"};
-        std::string report;
-        while (const auto line = browser.readLine(patience)) {
-            const auto begin = line->find("clip-report ");
-            const auto end = line->find(" end-of-report");
-            if (begin != std::string::npos && end != std::string::npos) {
-                report = line->substr(begin + 12, end - begin - 12);
-                break;
-            }
-        }
-        browser.terminate();
-        std::istringstream fields{report};
-        std::vector<int> numbers(expected.size());
-        double duration = 0;
-        for (auto& number : numbers)
-            fields >> number;
-        fields >> duration;
-        ASSERT_TRUE(fields) << report;
-        EXPECT_EQ(numbers, expected) << report;
-        EXPECT_NEAR(duration, length, 0.03);
+        const auto shown = shownByChromium(part.file, times);
+        EXPECT_EQ(shown.numbers, expected);
+        EXPECT_NEAR(shown.duration, length, 0.03);
     }
 }
 

@@ -1,10 +1,12 @@
-// A part of any movie is made of that movie's own samples and reads back as it was planned, or it is refused in words.
+// A part of any movie is made of that movie's own samples and reads back as it was planned, or it is refused in words. So is what is left
+// when that part is cut out, but for what is to be encoded anew.
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/Trimmer.h"
 #include "tests/fuzz/TrimInput.h"
 #include "tests/support/media/MemoryFile.h"
 
 #include <algorithm>
+#include <limits>
 
 using namespace velmora;
 
@@ -46,6 +48,51 @@ void checkWritten(test::MemoryFile& source, const mp4::Movie& plan, test::Memory
     }
 }
 
+void checkRuns(const mp4::SplicePlan& plan, std::size_t sampleCount)
+{
+    std::size_t encoded = 0;
+    for (const auto& run : plan.pictureRuns) {
+        fuzz::require(run.firstDecoded <= run.lastDecoded && run.lastDecoded < sampleCount && !run.encoded.empty(), "a run makes no sense");
+        for (const auto index : run.encoded)
+            fuzz::require(run.firstDecoded <= index && index <= run.lastDecoded, "a picture is encoded that is not decoded");
+        encoded += run.encoded.size();
+    }
+    for (std::size_t i = 0; i < plan.pictures.size(); ++i) {
+        const auto& picture = plan.pictures[i];
+        fuzz::require(picture.decode <= picture.presentation, "a picture is shown before it is decoded");
+        fuzz::require(i == 0 || plan.pictures[i - 1].decode < picture.decode, "pictures are decoded at one time");
+        encoded -= picture.origin.source == mp4::SampleOrigin::anew ? 1 : 0;
+    }
+    fuzz::require(encoded == 0, "other pictures are encoded than are shown");
+    if (!plan.sound)
+        return;
+    std::int64_t next = 0;
+    for (const auto& run : plan.sound->runs) {
+        fuzz::require(run.first == next && run.count > 0, "a packet of sound is there twice or missing");
+        fuzz::require(
+            !run.isCopied || run.firstInSource + static_cast<std::size_t>(run.count) <= plan.sound->sources[run.source].packets.size(),
+            "a packet of sound is copied that does not exist");
+        next += run.count;
+    }
+    fuzz::require(next == plan.sound->packetCount(), "the sound ends too soon or too late");
+}
+
+void checkCut(test::MemoryFile& source, const TimeRange& range)
+{
+    const TimeRange all{MediaTime::zero(), {std::numeric_limits<std::int32_t>::max(), 1}};
+    const auto splice = mp4::readAndPlanSplice({{&source, {}, all, {range}}});
+    if (!splice) {
+        fuzz::require(!splice.error().localizedDescription.empty(), "an error without words");
+        return;
+    }
+    if (splice->plan.isTrim)
+        return;
+    for (const auto& track : splice->movies[0].movie.tracks) {
+        if (track.isVideo() && !track.samples.isEmpty())
+            checkRuns(splice->plan, track.samples.count());
+    }
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -54,6 +101,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     if (!input)
         return 0;
     test::MemoryFile source{input->movie};
+    checkCut(source, input->range);
     const auto plan = mp4::readAndPlanTrim(source, input->range);
     if (!plan) {
         fuzz::require(!plan.error().localizedDescription.empty(), "an error without words");

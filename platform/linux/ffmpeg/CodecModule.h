@@ -7,6 +7,7 @@
 #include "engine/codecs/KeyFrameRequests.h"
 #include "engine/codecs/PictureDecoder.h"
 #include "engine/codecs/PictureScaler.h"
+#include "engine/codecs/SeamCodecs.h"
 #include "platform/CompressionSession.h"
 
 #include <cstdint>
@@ -47,6 +48,10 @@ public:
     /// sample entry ("avcC", "hvcC", "av1C"); its colour counts where the stream gives none.
     virtual Result<std::unique_ptr<engine::PictureDecoder>> makePictureDecoder(
         const VideoFormat& format, const engine::PictureRequest& request) = 0;
+
+    /// As engine::SeamCodecs has them.
+    virtual Result<std::unique_ptr<engine::SoundDecoder>> makeSoundDecoder(const AudioFormat& format) = 0;
+    virtual Result<std::unique_ptr<engine::PictureReencoder>> makePictureReencoder(const VideoFormat& format, int parameterSet) = 0;
 };
 
 }  // namespace velmora::linux_backend

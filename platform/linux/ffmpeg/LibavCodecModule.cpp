@@ -3,6 +3,8 @@
 #include "platform/linux/ffmpeg/LibavAudioEncoder.h"
 #include "platform/linux/ffmpeg/LibavCompressionSession.h"
 #include "platform/linux/ffmpeg/LibavPictureDecoder.h"
+#include "platform/linux/ffmpeg/LibavPictureReencoder.h"
+#include "platform/linux/ffmpeg/LibavSoundDecoder.h"
 #include "platform/linux/ffmpeg/LibswscalePictureScaler.h"
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
 
@@ -53,6 +55,16 @@ Result<std::unique_ptr<engine::PictureDecoder>> LibavCodecModule::makePictureDec
     const VideoFormat& format, const engine::PictureRequest& request)
 {
     return LibavPictureDecoder::create(format, request);
+}
+
+Result<std::unique_ptr<engine::SoundDecoder>> LibavCodecModule::makeSoundDecoder(const AudioFormat& format)
+{
+    return LibavSoundDecoder::create(format);
+}
+
+Result<std::unique_ptr<engine::PictureReencoder>> LibavCodecModule::makePictureReencoder(const VideoFormat& format, int parameterSet)
+{
+    return LibavPictureReencoder::create(format, parameterSet);
 }
 
 }  // namespace velmora::linux_backend

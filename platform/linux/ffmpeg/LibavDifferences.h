@@ -32,6 +32,16 @@ inline bool isKeyFrame(const AVFrame& frame)
 #endif
 }
 
+/// Whether a decoded picture is of two fields: a flag since 6.1, a member of its own until 8.
+inline bool isInterlaced(const AVFrame& frame)
+{
+#ifdef AV_FRAME_FLAG_INTERLACED
+    return (frame.flags & AV_FRAME_FLAG_INTERLACED) != 0;
+#else
+    return frame.interlaced_frame != 0;
+#endif
+}
+
 /// The layouts of pictures that a codec takes; empty where the codec does not say, because its driver decides. A question since 7.1, a
 /// member of the codec until 8.
 inline std::span<const AVPixelFormat> pixelFormats(const AVCodec& codec)

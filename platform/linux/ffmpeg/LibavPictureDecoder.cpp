@@ -1,15 +1,10 @@
 #include "platform/linux/ffmpeg/LibavPictureDecoder.h"
 
+#include "platform/linux/ffmpeg/LibavDecoding.h"
 #include "platform/linux/ffmpeg/LibavError.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
-#include <cstring>
-
-extern "C" {
-#include <libavutil/mem.h>
-}
 
 namespace velmora::linux_backend {
 
@@ -107,7 +102,7 @@ Result<std::unique_ptr<engine::PictureDecoder>> LibavPictureDecoder::create(
     const auto* codec = avcodec_find_decoder(codecOf(format.codec));
     if (!codec)
         return failure(AVERROR_DECODER_NOT_FOUND);
-    if (request.maximumWidth < 1 || request.maximumHeight < 1 || format.decoderConfiguration.size() > INT_MAX / 2)
+    if (request.maximumWidth < 1 || request.maximumHeight < 1)
         return failure(AVERROR(EINVAL));
     AvCodecContext context{avcodec_alloc_context3(codec)};
     if (!context)
@@ -117,13 +112,8 @@ Result<std::unique_ptr<engine::PictureDecoder>> LibavPictureDecoder::create(
     context->max_pixels = largestPixelCount;
     context->width = format.width;
     context->height = format.height;
-    if (const auto& configuration = format.decoderConfiguration; !configuration.empty()) {
-        context->extradata = static_cast<std::uint8_t*>(av_mallocz(configuration.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-        if (!context->extradata)
-            return failure(AVERROR(ENOMEM));
-        std::memcpy(context->extradata, configuration.data(), configuration.size());
-        context->extradata_size = static_cast<int>(configuration.size());
-    }
+    if (const int status = setExtradata(*context, format.decoderConfiguration); status < 0)
+        return failure(status);
     if (const int status = avcodec_open2(context.get(), codec, nullptr); status < 0)
         return failure(status);
     std::unique_ptr<LibavPictureDecoder> decoder{new LibavPictureDecoder(std::move(context), format, request)};
@@ -141,11 +131,8 @@ LibavPictureDecoder::LibavPictureDecoder(AvCodecContext context, const VideoForm
 
 Result<PixelBufferRef> LibavPictureDecoder::decode(std::span<const std::byte> sample, std::int64_t time)
 {
-    if (sample.empty() || sample.size() > INT_MAX - AV_INPUT_BUFFER_PADDING_SIZE)
-        return failure(AVERROR_INVALIDDATA);
-    if (const int status = av_new_packet(packet_.get(), static_cast<int>(sample.size())); status < 0)
+    if (const int status = setData(*packet_, sample); status < 0)
         return failure(status);
-    std::memcpy(packet_->data, sample.data(), sample.size());
     packet_->pts = time;
     auto picture = send(packet_.get());
     av_packet_unref(packet_.get());

@@ -207,6 +207,63 @@ TEST_F(ClipPreviewViewTest, ArrowsStepByOnePictureInTheHandleThatHasTheKeyboard)
     EXPECT_EQ(model->trimStartTime(), 0.02);
 }
 
+TEST_F(ClipPreviewViewTest, XCutsTheMiddleOutAndKeepsItAgain)
+{
+    appear();
+    EXPECT_THROW(static_cast<void>(slider("Cut from")), std::runtime_error);
+    window->type(Qt::Key_X, QStringLiteral("x"));
+    EXPECT_TRUE(model->cut()->isThere());
+    EXPECT_NEAR(value("Cut from"), 10.0 / 3, 1e-6);
+    EXPECT_NEAR(value("Cut to"), 20.0 / 3, 1e-6);
+    slider("Cut to").forceActiveFocus();
+    window->type(Qt::Key_Right);
+    EXPECT_NEAR(model->cut()->end(), 6.68, 0.002) << "the next of fifty pictures a second";
+    slider("Cut from").forceActiveFocus();
+    window->type(Qt::Key_Left);
+    EXPECT_NEAR(model->cut()->start(), 3.3, 0.002);
+    window->type(Qt::Key_X, QStringLiteral("x"));
+    EXPECT_FALSE(model->cut()->isThere());
+    EXPECT_THROW(static_cast<void>(slider("Cut to")), std::runtime_error);
+}
+
+TEST_F(ClipPreviewViewTest, TheCutsSidesAreDraggedOnTheFilmstripBeforeThoseOfTheSelection)
+{
+    appear();
+    window->press(QStringLiteral("Cut Out a Middle Part"));
+    static_cast<void>(window->grab());
+    const double begin = 10.0 / 3;
+    mouse(QEvent::MouseButtonPress, onStrip(begin, -3));
+    EXPECT_NEAR(model->cut()->start(), begin, 1e-9) << "taking it moves nothing";
+    mouse(QEvent::MouseMove, onStrip(2, -3));
+    mouse(QEvent::MouseButtonRelease, onStrip(2, -3));
+    EXPECT_NEAR(model->cut()->start(), 2, 1e-6);
+    mouse(QEvent::MouseButtonPress, onStrip(2 * begin, 3));
+    mouse(QEvent::MouseMove, onStrip(10, 3));
+    mouse(QEvent::MouseButtonRelease, onStrip(10, 3));
+    EXPECT_NEAR(model->cut()->end(), 10, 1e-6);
+    // Both ends are there: the cut's is taken.
+    mouse(QEvent::MouseButtonPress, onStrip(10));
+    mouse(QEvent::MouseMove, onStrip(7));
+    mouse(QEvent::MouseButtonRelease, onStrip(7));
+    EXPECT_NEAR(model->cut()->end(), 7, 1e-6);
+    EXPECT_EQ(model->trimEndTime(), 10);
+    EXPECT_EQ(model->trimStartTime(), 0);
+}
+
+TEST_F(ClipPreviewViewTest, WhatIsCutIsDimmedInTheFilmstripBetweenItsSides)
+{
+    appear();
+    model->toggleCut();
+    const auto image = window->grab();
+    const auto colour = [&](QPointF at) { return image.pixelColor(at.toPoint()); };
+    EXPECT_EQ(colour(onStrip(10.0 / 3, -1.5)), Palette::of(false).coral);
+    EXPECT_EQ(colour(onStrip(20.0 / 3, 1.5)), Palette::of(false).coral);
+    // The selection's frame runs along the top, where pictures would be dimmed too.
+    const QPointF top{0, 1.5 - filmstrip().height() / 2};
+    EXPECT_EQ(colour(onStrip(2) + top), Palette::of(false).coral);
+    EXPECT_LT(colour(onStrip(5) + top).red(), Palette::of(false).coral.red() / 2);
+}
+
 TEST_F(ClipPreviewViewTest, IAndOMarkTheSelectionAndEscapeCloses)
 {
     appear();
@@ -588,12 +645,21 @@ TEST_F(ClipPreviewViewTest, EveryControlCanBeReachedByTheKeyboard)
 {
     appear();
     std::vector<std::string> order;
-    for (int i = 0; i < 9; ++i) {
-        window->type(Qt::Key_Tab);
-        const auto* focused = window->window().activeFocusItem();
-        order.push_back(focused ? focused->property("text").toString().toStdString() : "");
-    }
-    EXPECT_THAT(order, ElementsAre("Play", "Position", "Start", "End", "Save Trimmed Clip", "Share", "Reveal in Finder", "Mute", "Volume"));
+    const auto tab = [&](int count) {
+        order.clear();
+        for (int i = 0; i < count; ++i) {
+            window->type(Qt::Key_Tab);
+            const auto* focused = window->window().activeFocusItem();
+            order.push_back(focused ? focused->property("text").toString().toStdString() : "");
+        }
+    };
+    tab(10);
+    EXPECT_THAT(order,
+        ElementsAre("Play", "Position", "Start", "End", "Cut Out a Middle Part", "Save Trimmed Clip", "Share", "Reveal in Finder", "Mute",
+            "Volume"));
+    model->toggleCut();
+    tab(8);
+    EXPECT_THAT(order, ElementsAre("Play", "Position", "Start", "End", "Cut from", "Cut to", "Keep All", "Save Trimmed Clip"));
 }
 
 TEST_F(ClipPreviewViewTest, WhileAnExportRunsSavingIsDisabledAndTheLineSaysSo)

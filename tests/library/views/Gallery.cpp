@@ -53,6 +53,9 @@ void drawPreview(const Gallery& gallery)
     window.type(Qt::Key_Tab);
     window.type(Qt::Key_Tab);
     gallery.draw("preview-selection", window);
+    window.press(QStringLiteral("Cut Out a Middle Part"));
+    gallery.draw("preview-cut", window);
+    window.press(QStringLiteral("Keep All"));
     window.press(QStringLiteral("Save Trimmed Clip"));
     gallery.draw("preview-exporting", window);
     fixture.completeExport();
