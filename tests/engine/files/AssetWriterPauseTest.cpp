@@ -380,6 +380,18 @@ TEST_F(AssetWriterPauseTest, WhatWasRecordedIsOnTheDiskWhileItIsPaused)
     EXPECT_EQ(numbers(finished()), counted(0, 9));
 }
 
+TEST_F(AssetWriterPauseTest, SoundThatComesLateIsOnTheDiskToo)
+{
+    Capture capture{clip()};
+    capture.soundLatency = 0.2;
+    capture.run(writing_, 0.3);
+    pauseAt(0.3);
+    capture.run(writing_, 0.57);
+    ASSERT_EQ(awaitPicturesOnTheDisk(path(), 9), 9U);
+    // All but what the encoder holds.
+    EXPECT_GT(static_cast<double>(decodeFile(folder_.path() / "copy.mp4").endFrame()) / rate, 0.2);
+}
+
 TEST_F(AssetWriterPauseTest, SoundThatStoppedDoesNotKeepItFromTheDisk)
 {
     Capture capture{clip()};
