@@ -153,6 +153,7 @@ TEST_P(CompressionSessionContract, AnEndedSessionDiscardsWhatIsPendingAndKeepsNo
     EXPECT_EQ(session->encodeFrame(pixels, MediaTime{0, 60}, {}), 0);
     pixels.reset();
     session.reset();
+    encoder_->settle();
     EXPECT_TRUE(watched.expired() || !encoder_->isReal());
     EXPECT_LE(output_->calls().size(), 1U);
 }

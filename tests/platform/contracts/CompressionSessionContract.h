@@ -94,6 +94,9 @@ public:
 
     /// Encodes what it is given: its frames can be decoded, and it chooses its key frames.
     [[nodiscard]] virtual bool isReal() const { return true; }
+
+    /// Returns when it is done with pictures that no session wants any more.
+    virtual void settle() { }
 };
 
 struct NamedEncoder {

@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <gmock/gmock.h>
+#include <limits>
 #include <numeric>
 
 namespace velmora::mac_backend {
@@ -52,6 +53,19 @@ TEST_F(MacAudioEncoderTest, EveryFrameComesOutOnceInItsPlaceHoweverMuchTheConver
         ASSERT_GE(all.size(), priming + sound.size());
         EXPECT_TRUE(std::equal(sound.begin(), sound.end(), all.begin() + static_cast<std::ptrdiff_t>(priming))) << wanted;
     }
+}
+
+TEST_F(MacAudioEncoderTest, TheConverterIsGivenNothingButSound)
+{
+    const auto encoder = makeAudioEncoder({});
+    ASSERT_TRUE(encoder);
+    std::vector<engine::AudioEncoder::Packet> packets;
+    ASSERT_TRUE((*encoder)->encode(
+        std::vector{std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(), 1e30F, 0.5F}, packets));
+    ASSERT_TRUE((*encoder)->flush(packets));
+    const auto all = framesOf(packets);
+    const auto first = all.begin() + 2 * (*encoder)->primingFrames();
+    EXPECT_THAT(std::vector(first, first + 4), testing::ElementsAre(0.F, 0.F, 16.F, 0.5F));
 }
 
 TEST_F(MacAudioEncoderTest, ThePrimingIsTheConverters)

@@ -20,8 +20,7 @@ public:
     MacEncoder& operator=(const MacEncoder&) = delete;
     ~MacEncoder() override
     {
-        if (standin::videoToolbox().callsBackAfterInvalidate)
-            standin::releaseFrames();
+        standin::releaseFrames();
         standin::resetVideoToolbox();
         EXPECT_EQ(standin::ownedObjectCount(), objectsBefore_);
     }
@@ -29,6 +28,7 @@ public:
     {
         return mac_backend::makeCompressionSessions(std::move(requests));
     }
+    void settle() override { standin::releaseFrames(); }
 
 private:
     std::size_t objectsBefore_ = 0;
