@@ -197,11 +197,11 @@ void setEdit(Track& track, std::int32_t movieTimescale, std::int64_t begin, std:
 
 }  // namespace
 
-std::vector<std::uint64_t> sourceOffsets(const std::vector<std::uint64_t>& fileSizes)
+std::vector<std::uint64_t> sourceOffsets(const std::vector<std::uint64_t>& reach)
 {
     std::vector<std::uint64_t> offsets{0};
-    for (const auto size : fileSizes)
-        offsets.push_back(offsets.back() + size + 1);
+    for (const auto end : reach)
+        offsets.push_back(offsets.back() + end + 1);
     return offsets;
 }
 

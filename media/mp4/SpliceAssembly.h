@@ -38,9 +38,9 @@ struct AnewMedia {
     }
 };
 
-/// Where each source, and then what was encoded anew, begins, when they are thought of as one file after the other. No sample of one touches
-/// a sample of another.
-[[nodiscard]] std::vector<std::uint64_t> sourceOffsets(const std::vector<std::uint64_t>& fileSizes);
+/// Where each source, and then what was encoded anew, begins, when they are thought of as one file after the other. `reach` is where the last
+/// sample of each ends, or further. No sample of one touches a sample of another.
+[[nodiscard]] std::vector<std::uint64_t> sourceOffsets(const std::vector<std::uint64_t>& reach);
 
 /// The movie of a plan with these samples; `offsets` are sourceOffsets(). Its picture track has the parameter sets of both encoders.
 /// Precondition: `anew` is what the plan asks for. Errors: tooLarge; unsupported, where the parameter sets cannot stand in one sample entry.

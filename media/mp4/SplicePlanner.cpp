@@ -439,8 +439,8 @@ std::vector<TimeRange> rangesWithout(const TimeRange& whole, std::vector<TimeRan
 Result<SplicePlan> planSplice(const std::vector<SpliceSource>& sources, const std::vector<KeptSpan>& spans)
 {
     SplicePlan plan;
-    if (spans.size() == 1) {
-        auto trim = planTrim(*sources[spans[0].source].movie, spans[0].range, sources[spans[0].source].startsAfresh);
+    if (spans.size() == 1 && spans[0].source == 0) {
+        auto trim = planTrim(*sources[0].movie, spans[0].range, sources[0].startsAfresh);
         if (!trim)
             return fail(trim.error());
         plan.movie = std::move(*trim);

@@ -95,6 +95,30 @@ std::vector<TimeRange> rangesOf(const KeptFile& file, const Movie& movie)
     return ranges;
 }
 
+/// How far the samples of a plan reach into each source. It may have become shorter since it was read.
+std::vector<std::uint64_t> reachOf(const SplicePlan& plan, std::size_t sourceCount)
+{
+    std::vector<std::uint64_t> reach(sourceCount);
+    const auto add = [&](std::size_t source, std::uint64_t end) { reach[source] = std::max(reach[source], end); };
+    if (plan.isTrim) {
+        for (const auto& track : plan.movie.tracks) {
+            SampleTable::Cursor cursor{track.samples};
+            for (Sample sample; cursor.next(sample);)
+                add(0, sample.offset + sample.size);
+        }
+        return reach;
+    }
+    for (const auto& picture : plan.pictures) {
+        if (picture.origin.source != SampleOrigin::anew)
+            add(picture.origin.source, picture.origin.offset + picture.origin.size);
+    }
+    for (std::size_t source = 0; plan.sound && source < sourceCount; ++source) {
+        for (const auto& packet : plan.sound->sources[source].packets)
+            add(source, packet.offset + packet.size);
+    }
+    return reach;
+}
+
 }  // namespace
 
 Result<OpenSplice> readAndPlanSplice(const std::vector<KeptFile>& files)
@@ -147,16 +171,14 @@ Result<OpenSplice> readAndPlanSplice(const std::vector<KeptFile>& files)
 Result<TrimOutcome> writeSplice(const std::vector<File*>& files, const SplicePlan& plan, const AnewMedia& anew, File& target,
     const TrimProgress& progress, const TrimOptions& options)
 {
-    std::vector<std::uint64_t> sizes;
     std::uint64_t whole = anew.bytes.size();
     for (auto* file : files) {
         const auto size = file->size();
         if (!size)
             return fail(size.error());
-        sizes.push_back(*size);
         whole += *size;
     }
-    const auto offsets = sourceOffsets(sizes);
+    const auto offsets = sourceOffsets(reachOf(plan, files.size()));
     auto movie = assembleSplice(plan, anew, offsets);
     if (!movie)
         return fail(movie.error());

@@ -4,6 +4,7 @@
 #include "engine/files/SeamEncoder.h"
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/PosixFile.h"
+#include "media/mp4/RecordingLayout.h"
 #include "media/mp4/Trimmer.h"
 #include "platform/linux/ffmpeg/LibavCodecModule.h"
 #include "tests/support/FolderContents.h"
@@ -424,6 +425,28 @@ TEST_F(SplicedClips, AFullDiskIsTheSystemsError)
         const auto outcome = mp4::writeSplice({source->get()}, splice->plan, **anew, target);
         ASSERT_FALSE(outcome);
         EXPECT_EQ(outcome.error().code, ENOSPC);
+    }
+}
+
+TEST_F(SplicedClips, AClipThatBecomesShorterMeanwhileIsAnError)
+{
+    for (const int shorter : {0, 1}) {
+        MemoryFile files[2];
+        std::vector<mp4::KeptFile> kept;
+        for (auto& file : files) {
+            const auto content = contentOf(own(0));
+            ASSERT_TRUE(file.writeAt(0, std::as_bytes(std::span{content.data(), content.size()})));
+            kept.push_back({&file, "clip", between(0, 100)});
+        }
+        auto splice = mp4::readAndPlanSplice(kept);
+        ASSERT_TRUE(splice);
+        const auto anew = engine::encodeSeams({files, files + 1}, *splice, codecs());
+        ASSERT_TRUE(anew && *anew);
+        ASSERT_TRUE(files[shorter].truncate(100'000));
+        MemoryFile target;
+        const auto outcome = mp4::writeSplice({files, files + 1}, splice->plan, **anew, target);
+        ASSERT_FALSE(outcome);
+        EXPECT_EQ(outcome.error().code, static_cast<int>(mp4::ErrorCode::damaged));
     }
 }
 
