@@ -2,6 +2,7 @@
 #pragma once
 
 #include "media/TimeRange.h"
+#include "platform/ClipTranscoder.h"
 
 #include <QString>
 #include <QStringList>
@@ -45,6 +46,13 @@ struct Trim {
     std::optional<std::filesystem::path> output;  ///< absolute; none: beside the file
 };
 
+struct Share {
+    std::filesystem::path file;  ///< absolute
+    platform::TranscodingSettings settings = {};
+    std::optional<std::filesystem::path> output = std::nullopt;  ///< absolute; none: the folder for what is shared
+    bool json = false;
+};
+
 struct Restore {
     std::optional<std::filesystem::path> name = std::nullopt;  ///< of the recording, or its path in the trash; none: the newest
     bool list = false;
@@ -78,7 +86,7 @@ struct Print {
     QString text;
 };
 
-using Command = std::variant<Run, Control, Windows, Doctor, Record, Repair, Trim, Restore, Events, Print>;
+using Command = std::variant<Run, Control, Windows, Doctor, Record, Repair, Trim, Share, Restore, Events, Print>;
 
 /// An argument as the system gave it. Bytes that are not UTF-8 become lone surrogates, U+DC80 to U+DCFF, which no UTF-8 makes: parse()
 /// puts them back into the paths.

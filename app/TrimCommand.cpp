@@ -1,24 +1,16 @@
 #include "app/TrimCommand.h"
 
+#include "app/ExportRun.h"
 #include "app/NewFile.h"
-#include "app/TerminationSignals.h"
 #include "library/PathUtilities.h"
-
-#include <QCoreApplication>
-#include <QTimer>
 
 #include <chrono>
 #include <cstdio>
-#include <unistd.h>
 #include <utility>
 
 namespace velmora {
 
 namespace {
-
-using namespace std::chrono_literals;
-
-constexpr auto trimProgressInterval = 100ms;
 
 class TrimCommand final {
 public:
@@ -38,16 +30,8 @@ public:
         session_->setTimeRange(command_.range);
         chooseOutput();
 
-        QObject::connect(&signals_, &TerminationSignals::received, &signals_, [this] { session_->cancelExport(); });
-        if (isatty(STDERR_FILENO)) {
-            QObject::connect(&progress_, &QTimer::timeout, &progress_, [this] { printProgress(); });
-            progress_.start(trimProgressInterval);
-        }
-        // Nothing here goes away before end() has run.
-        session_->exportAsynchronously([this, executor = services_.mainExecutor] { executor->async([this] { end(); }); });
-        const int status = QCoreApplication::exec();
-        session_.reset();
-        return status;
+        runExport(session_, services_.mainExecutor);
+        return end();
     }
 
 private:
@@ -75,50 +59,26 @@ private:
         session_->setNextOutputURL(nextName);
     }
 
-    void end()
+    [[nodiscard]] int end() const
     {
-        progress_.stop();
-        int status = command_line::failed;
-        if (session_->status() == platform::ExportSession::Status::completed) {
-            if (progressIsShown_)
-                printProgress();
-            clearProgress();
-            std::printf("%s\n", session_->outputURL().c_str());
-            std::fflush(stdout);
-            status = command_line::succeeded;
-        } else if (const auto error = session_->error()) {
-            fail(cannotTrim(*error));
-        } else {
-            fail("Cancelled.");
-        }
-        QCoreApplication::exit(status);
+        if (const auto error = session_->error())
+            return fail(cannotTrim(*error));
+        if (session_->status() != platform::ExportSession::Status::completed)
+            return command_line::failed;
+        std::printf("%s\n", session_->outputURL().c_str());
+        std::fflush(stdout);
+        return command_line::succeeded;
     }
 
-    int fail(const std::string& message)
+    static int fail(const std::string& message)
     {
-        clearProgress();
         std::fprintf(stderr, "%s\n", message.c_str());
         return command_line::failed;
-    }
-
-    void printProgress()
-    {
-        std::fprintf(stderr, "\r\033[K%3.0f %%", session_->progress() * 100);
-        progressIsShown_ = true;
-    }
-
-    void clearProgress()
-    {
-        if (std::exchange(progressIsShown_, false))
-            std::fputs("\n", stderr);
     }
 
     const command_line::Trim command_;
     const TrimServices services_;
     std::shared_ptr<platform::ExportSession> session_;
-    TerminationSignals signals_;
-    QTimer progress_;
-    bool progressIsShown_ = false;
 };
 
 }  // namespace

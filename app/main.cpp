@@ -6,6 +6,7 @@
 #include "app/RecordCommand.h"
 #include "app/RepairCommand.h"
 #include "app/RestoreCommand.h"
+#include "app/ShareCommand.h"
 #include "app/TerminationSignals.h"
 #include "app/TrimCommand.h"
 #include "app/VelmoraApp.h"
@@ -75,6 +76,9 @@ int run(const command_line::Command& command)
         return runRestoreCommand(*restore, *services.discardedRecordings, *services.fileManager, clipsFolder(*services.fileManager));
     if (const auto* trim = std::get_if<command_line::Trim>(&command))
         return runTrimCommand(*trim, {services.exportSessions, services.fileManager, mainExecutor});
+    if (const auto* share = std::get_if<command_line::Share>(&command))
+        return runShareCommand(*share,
+            {services.clipTranscoder, services.fileManager, mainExecutor, [&services] { return clipsFolder(*services.fileManager); }});
 
     if (const auto* windows = std::get_if<command_line::Windows>(&command))
         return runWindowsCommand(*windows, services, mainExecutor, runningInstanceProcess());

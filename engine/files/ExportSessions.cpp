@@ -1,7 +1,6 @@
 #include "engine/files/ExportSessions.h"
 
 #include "base/Mutex.h"
-#include "base/SerialQueue.h"
 #include "media/mp4/PendingFile.h"
 #include "media/mp4/PosixFile.h"
 #include "media/mp4/Trimmer.h"
@@ -9,8 +8,6 @@
 #include <atomic>
 #include <cassert>
 #include <cerrno>
-#include <cstdint>
-#include <limits>
 #include <utility>
 
 namespace velmora::engine {
@@ -22,11 +19,17 @@ class Export {
 public:
     using Status = platform::ExportSession::Status;
 
-    explicit Export(std::unique_ptr<mp4::File> source) : source_(std::move(source)) { }
+    Export(std::unique_ptr<mp4::File> source, std::unique_ptr<ExportWork> work, std::string label,
+        SerialQueue::QualityOfService qualityOfService)
+        : source_(std::move(source))
+        , work_(std::move(work))
+        , queue_(std::move(label), qualityOfService)
+    {
+    }
 
     // Before the work begins.
     platform::ExportSession::NextOutputURL nextOutputURL;
-    TimeRange range{MediaTime::zero(), {std::numeric_limits<std::int64_t>::max(), 1}};
+    TimeRange range = wholeClip;
 
     void setOutputURL(const std::filesystem::path& url)
     {
@@ -89,9 +92,10 @@ private:
     void run()
     {
         auto result = write();
+        work_.reset();
         source_.reset();
         MutexLock lock(mutex_);
-        if (result && *result == mp4::TrimOutcome::written) {
+        if (result && *result) {
             status_ = Status::completed;
             progress_ = 1;
         } else if (isCancelled_) {
@@ -104,34 +108,51 @@ private:
         }
     }
 
-    Result<mp4::TrimOutcome> write()
+    /// False: cancelled.
+    Result<bool> write()
     {
         {
             MutexLock lock(mutex_);
             if (isCancelled_)
-                return mp4::TrimOutcome::cancelled;
+                return false;
             status_ = Status::exporting;
         }
-        auto plan = mp4::readAndPlanTrim(*source_, range);
-        if (!plan)
-            return fail(plan.error());
-        const auto pending = createOutput();
-        if (!pending)
-            return fail(pending.error());
-        if (!*pending)
-            return mp4::TrimOutcome::cancelled;
-        auto outcome = mp4::writeTrim(*source_, std::move(*plan), (*pending)->file(), [this](double done) {
-            // The last part is the disk's.
-            progress_ = done * 0.99;
-            return !isCancelled();
-        });
-        if (!outcome || *outcome == mp4::TrimOutcome::cancelled)
-            return outcome;
-        if (const auto synced = (*pending)->sync(); !synced)
+        std::shared_ptr<mp4::PendingFile> pending;
+        ExportWork::Surroundings surroundings{.range = range,
+            .createOutput = [&]() -> Result<mp4::File*> {
+                auto created = createOutput();
+                if (!created)
+                    return fail(created.error());
+                pending = std::move(*created);
+                return pending ? &pending->file() : nullptr;
+            },
+            .createScratch = [this] { return mp4::createNamelessFile(folder()); },
+            .progress =
+                [this](double done) {
+                    // The last part is the disk's.
+                    progress_ = done * 0.99;
+                    return !isCancelled();
+                }};
+        const auto written = work_->write(*source_, surroundings);
+        if (!written || !*written)
+            return written;
+        assert(pending);
+        if (const auto synced = pending->sync(); !synced)
             return fail(synced.error());
-        if (const auto published = publish(**pending); !published)
+        if (const auto published = publish(*pending); !published)
             return fail(published.error());
-        return mp4::TrimOutcome::written;
+        return true;
+    }
+
+    [[nodiscard]] std::filesystem::path folder() const
+    {
+        MutexLock lock(mutex_);
+        return folderOfOutput();
+    }
+
+    [[nodiscard]] std::filesystem::path folderOfOutput() const REQUIRES(mutex_)
+    {
+        return outputURL_.has_parent_path() ? outputURL_.parent_path() : std::filesystem::path{"."};
     }
 
     /// None when the export is cancelled: after that nothing may appear in the folder.
@@ -140,7 +161,7 @@ private:
         MutexLock lock(mutex_);
         if (isCancelled_)
             return nullptr;
-        const auto folder = outputURL_.has_parent_path() ? outputURL_.parent_path() : std::filesystem::path{"."};
+        const auto folder = folderOfOutput();
         // This folder may not be the one that the program tidies up when it starts.
         mp4::removeAbandonedFiles(folder);
         auto created = mp4::PendingFile::create(folder);
@@ -169,6 +190,7 @@ private:
     }
 
     std::unique_ptr<mp4::File> source_;  // on the queue
+    std::unique_ptr<ExportWork> work_;  // on the queue
     std::atomic<double> progress_{0};
 
     mutable Mutex mutex_;
@@ -179,12 +201,12 @@ private:
     std::optional<Error> error_ GUARDED_BY(mutex_);
     std::weak_ptr<mp4::PendingFile> pending_ GUARDED_BY(mutex_);
 
-    SerialQueue queue_{"com.velmora.export", SerialQueue::QualityOfService::utility};
+    SerialQueue queue_;
 };
 
 class Mp4ExportSession final : public platform::ExportSession {
 public:
-    explicit Mp4ExportSession(std::unique_ptr<mp4::File> source) : export_(std::make_shared<Export>(std::move(source))) { }
+    explicit Mp4ExportSession(std::shared_ptr<Export> work) : export_(std::move(work)) { }
     ~Mp4ExportSession() override { export_->cancel(); }
     Mp4ExportSession(const Mp4ExportSession&) = delete;
     Mp4ExportSession& operator=(const Mp4ExportSession&) = delete;
@@ -207,6 +229,26 @@ private:
     platform::AssetFileType fileType_ = platform::AssetFileType::mpeg4;
 };
 
+/// A part of the clip, nothing of which is encoded.
+class Trim final : public ExportWork {
+public:
+    Result<bool> write(mp4::File& source, const Surroundings& surroundings) override
+    {
+        auto plan = mp4::readAndPlanTrim(source, surroundings.range);
+        if (!plan)
+            return fail(plan.error());
+        const auto output = surroundings.createOutput();
+        if (!output)
+            return fail(output.error());
+        if (!*output)
+            return false;
+        const auto outcome = mp4::writeTrim(source, std::move(*plan), **output, surroundings.progress);
+        if (!outcome)
+            return fail(outcome.error());
+        return *outcome == mp4::TrimOutcome::written;
+    }
+};
+
 class Mp4ExportSessions final : public platform::ExportSessionFactory {
 public:
     Result<std::shared_ptr<platform::ExportSession>> makeExportSession(const std::filesystem::path& asset, platform::ExportPreset) override
@@ -214,11 +256,19 @@ public:
         auto source = mp4::PosixFile::openForReading(asset);
         if (!source)
             return fail(source.error());
-        return std::make_shared<Mp4ExportSession>(std::move(*source));
+        return engine::makeExportSession(
+            std::move(*source), std::make_unique<Trim>(), "com.velmora.export", SerialQueue::QualityOfService::utility);
     }
 };
 
 }  // namespace
+
+std::shared_ptr<platform::ExportSession> makeExportSession(
+    std::unique_ptr<mp4::File> source, std::unique_ptr<ExportWork> work, std::string label, SerialQueue::QualityOfService qualityOfService)
+{
+    return std::make_shared<Mp4ExportSession>(
+        std::make_shared<Export>(std::move(source), std::move(work), std::move(label), qualityOfService));
+}
 
 std::shared_ptr<platform::ExportSessionFactory> makeExportSessions()
 {

@@ -4,6 +4,7 @@
 #include "base/SelfReference.h"
 #include "library/ClipLibrary.h"
 #include "library/views/RunningExports.h"
+#include "library/views/SmallFileStatus.h"
 #include "platform/Asset.h"
 #include "platform/FileManager.h"
 #include "platform/Player.h"
@@ -56,6 +57,7 @@ class ClipPreviewModel final : public QObject {
     Q_PROPERTY(QString trimStatusMessage READ trimStatusMessage NOTIFY exportChanged)
     Q_PROPERTY(bool hasSavedClip READ hasSavedClip NOTIFY exportChanged)
     Q_PROPERTY(QString revealRemark READ revealRemark CONSTANT)
+    Q_PROPERTY(velmora::SmallFileStatus* smallFile READ smallFile CONSTANT)
     Q_PROPERTY(double volume READ volume NOTIFY soundChanged)
     Q_PROPERTY(bool isMuted READ isMuted NOTIFY soundChanged)
     Q_PROPERTY(double heardVolume READ heardVolume NOTIFY soundChanged)
@@ -76,6 +78,7 @@ public:
         std::function<std::string()> fileBrowserName = {};  ///< what people call it here; empty where that is not known
         std::function<void(const std::filesystem::path&)> copy;  ///< to the clipboard
         std::function<void(const std::filesystem::path&)> play;  ///< in a window of its own
+        std::shared_ptr<SmallFiles> smallFiles = {};  ///< null: there are none
     };
 
     /// Thumbnails in the filmstrip, once all are there.
@@ -125,6 +128,8 @@ public:
     [[nodiscard]] const QString& trimStatusMessage() const { return trimStatusMessage_; }
     /// Whether the message names a clip that was saved here: what the four calls at its side are for.
     [[nodiscard]] bool hasSavedClip() const { return !savedClip_.empty(); }
+    /// Of the clip that was saved here, or of the whole one.
+    [[nodiscard]] SmallFileStatus* smallFile() { return &smallFile_; }
     /// In hundredths of what is in the file.
     [[nodiscard]] double volume() const { return volume_; }
     [[nodiscard]] bool isMuted() const { return isMuted_; }
@@ -235,6 +240,7 @@ private:
     bool isExportingTrim_ = false;
     QString trimStatusMessage_;
     std::filesystem::path savedClip_;
+    SmallFileStatus smallFile_;
     double volume_ = fullVolume;
     bool isMuted_ = false;
     std::vector<MediaTime> pictureTimes_;

@@ -452,6 +452,11 @@ Rectangle {
                     Accessible.name: text
                     Accessible.ignored: text === ""
                 }
+                SmallFileLine {
+                    Layout.fillWidth: true
+                    Layout.maximumWidth: implicitWidth
+                    status: root.model.smallFile
+                }
                 SavedClipButton {
                     text: "Play"
                     accessibleName: "Play Trimmed Clip"

@@ -1,6 +1,7 @@
 #include "platform/linux/CodecModuleServices.h"
 
 #include "engine/files/AssetReader.h"
+#include "engine/sharing/ClipTranscoder.h"
 #include "platform/linux/ffmpeg/CodecLoader.h"
 
 #include <string>
@@ -78,6 +79,16 @@ std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters(
 std::shared_ptr<platform::AssetReader> makeAssetReader()
 {
     return std::make_shared<engine::AssetReader>(makePictureDecoder);
+}
+
+std::shared_ptr<platform::ClipTranscoder> makeClipTranscoder()
+{
+    return engine::makeClipTranscoder([]() -> Result<std::unique_ptr<engine::ClipCodecs>> {
+        const auto module = codecModule();
+        if (!module)
+            return fail(module.error());
+        return (*module)->makeClipCodecs();
+    });
 }
 
 Result<std::unique_ptr<engine::PictureScaler>> makePictureScaler()

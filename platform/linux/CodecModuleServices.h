@@ -6,6 +6,7 @@
 #include "engine/files/AssetWriter.h"
 #include "platform/Asset.h"
 #include "platform/AssetWriter.h"
+#include "platform/ClipTranscoder.h"
 #include "platform/CompressionSession.h"
 
 #include <memory>
@@ -22,6 +23,9 @@ std::shared_ptr<platform::AssetWriterFactory> makeAssetWriters(
 
 /// A reader whose pictures are decoded by the module; where it cannot be loaded, there are no pictures.
 std::shared_ptr<platform::AssetReader> makeAssetReader();
+
+/// A transcoder by the module's codecs; where it cannot be loaded, its sessions fail.
+std::shared_ptr<platform::ClipTranscoder> makeClipTranscoder();
 
 /// A scaler from the module.
 Result<std::unique_ptr<engine::PictureScaler>> makePictureScaler();

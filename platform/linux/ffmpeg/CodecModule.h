@@ -4,6 +4,7 @@
 
 #include "base/Result.h"
 #include "engine/codecs/AudioEncoder.h"
+#include "engine/codecs/ClipCodecs.h"
 #include "engine/codecs/KeyFrameRequests.h"
 #include "engine/codecs/PictureDecoder.h"
 #include "engine/codecs/PictureScaler.h"
@@ -47,6 +48,9 @@ public:
     /// sample entry ("avcC", "hvcC", "av1C"); its colour counts where the stream gives none.
     virtual Result<std::unique_ptr<engine::PictureDecoder>> makePictureDecoder(
         const VideoFormat& format, const engine::PictureRequest& request) = 0;
+
+    /// What encodes clips anew.
+    virtual std::unique_ptr<engine::ClipCodecs> makeClipCodecs() = 0;
 };
 
 }  // namespace velmora::linux_backend

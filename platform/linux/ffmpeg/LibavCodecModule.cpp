@@ -3,6 +3,8 @@
 #include "platform/linux/ffmpeg/LibavAudioEncoder.h"
 #include "platform/linux/ffmpeg/LibavCompressionSession.h"
 #include "platform/linux/ffmpeg/LibavPictureDecoder.h"
+#include "platform/linux/ffmpeg/LibavPictureTranscoder.h"
+#include "platform/linux/ffmpeg/LibavSoundDecoder.h"
 #include "platform/linux/ffmpeg/LibswscalePictureScaler.h"
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
 
@@ -14,6 +16,26 @@ extern "C" {
 }
 
 namespace velmora::linux_backend {
+
+namespace {
+
+class LibavClipCodecs final : public engine::ClipCodecs {
+public:
+    Result<std::unique_ptr<engine::PictureTranscoder>> makePictureTranscoder(const VideoFormat& format) override
+    {
+        return LibavPictureTranscoder::create(format);
+    }
+    Result<std::unique_ptr<engine::SoundDecoder>> makeSoundDecoder(const AudioFormat& format, std::int32_t channelCount) override
+    {
+        return LibavSoundDecoder::create(format, channelCount);
+    }
+    Result<std::unique_ptr<engine::AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings) override
+    {
+        return LibavAudioEncoder::create(settings);
+    }
+};
+
+}  // namespace
 
 LibavCodecModule::LibavCodecModule()
 {
@@ -53,6 +75,11 @@ Result<std::unique_ptr<engine::PictureDecoder>> LibavCodecModule::makePictureDec
     const VideoFormat& format, const engine::PictureRequest& request)
 {
     return LibavPictureDecoder::create(format, request);
+}
+
+std::unique_ptr<engine::ClipCodecs> LibavCodecModule::makeClipCodecs()
+{
+    return std::make_unique<LibavClipCodecs>();
 }
 
 }  // namespace velmora::linux_backend

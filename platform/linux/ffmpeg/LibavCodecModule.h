@@ -16,6 +16,7 @@ public:
     std::unique_ptr<engine::PictureScaler> makePictureScaler() override;
     Result<std::unique_ptr<engine::PictureDecoder>> makePictureDecoder(
         const VideoFormat& format, const engine::PictureRequest& request) override;
+    std::unique_ptr<engine::ClipCodecs> makeClipCodecs() override;
 };
 
 }  // namespace velmora::linux_backend
