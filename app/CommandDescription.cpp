@@ -18,7 +18,7 @@ constexpr Argument title{"TEXT", Argument::Kind::text};
 constexpr Argument recording{"NAME", Argument::Kind::text};
 constexpr Argument replay{"on|off|save", Argument::Kind::word};
 constexpr Argument size{"SIZE", Argument::Kind::text};
-constexpr Argument format{"mp4|mp4-constant", Argument::Kind::word};
+constexpr Argument format{"FORMAT", Argument::Kind::text};
 constexpr Argument time{"TIME", Argument::Kind::text};
 
 OptionDescription soundOption()
@@ -155,11 +155,12 @@ CommandGroup withoutTheProgram()
             {.name = "share",
                 .argument = clip,
                 .options = {{"limit", size, false, "The most that the copy may take; 10MB unless told."},
-                    {"output", newFile, false, "The copy's file."}, {"format", format, false, "The copy's format; mp4 unless told."},
+                    {"output", newFile, false, "The copy's file."},
+                    {"format", format, false, "What the copy is: mp4, which it is unless told, or mp4-constant."},
                     {"json", {}, false, "Prints what the copy is as a JSON object, for programs."}},
                 .summary = "Writes a copy of a clip that fits where it is to be sent, and prints its path.",
                 .details =
-                    "SIZE is a number of MB, or has its own unit: 25MB, 800kB, 1.5GB, 8MiB. A megabyte is 1,000,000 bytes: of the two "
+                    "SIZE is a number of MB, or has its own unit: 25MB, 800KB, 1.5GB. A megabyte is 1,000,000 bytes: of the two "
                     "sizes that chats call so, the smaller. A clip that fits is copied as it is. Any other is encoded anew, sound "
                     "included, as good as fits: before pictures become coarse they become smaller, and fewer in a second; a copy that "
                     "is too large, or leaves more than a tenth of the limit unused, is encoded again. With mp4-constant there are as "

@@ -290,7 +290,7 @@ Parsed parseShare(const QStringList& arguments)
     if (given.isSet("limit")) {
         const auto limit = small_file::parseLimit(given.value("limit").toStdString());
         if (!limit)
-            return wrong(QStringLiteral("'%1' is not a size, such as 10MB, 8MiB or 800kB.").arg(given.value("limit")));
+            return wrong(QStringLiteral("'%1' is not a size, such as 10MB, 800KB or 1.5GB.").arg(given.value("limit")));
         share.settings.limit = *limit;
     } else if (!share.settings.hasConstantRate) {
         share.settings.limit = small_file::usualLimits[0];

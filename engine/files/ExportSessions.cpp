@@ -119,6 +119,7 @@ private:
         }
         std::shared_ptr<mp4::PendingFile> pending;
         ExportWork::Surroundings surroundings{.range = range,
+            .folder = folder(),
             .createOutput = [&]() -> Result<mp4::File*> {
                 auto created = createOutput();
                 if (!created)

@@ -21,6 +21,7 @@ class ExportWork {
 public:
     struct Surroundings {
         const TimeRange& range;
+        std::filesystem::path folder;  ///< of the output
         /// The file that becomes the output: made when it is asked for, once. Null: the session is cancelled.
         std::function<Result<mp4::File*>()> createOutput;
         /// An empty file on the output's volume that nobody sees; it goes with its object.

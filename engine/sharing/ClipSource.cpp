@@ -5,15 +5,15 @@
 #include "media/mp4/Repair.h"
 
 #include <algorithm>
-#include <limits>
+#include <cmath>
 #include <utility>
 
 namespace velmora::engine {
 
 namespace {
 
-/// Shapes that no display has are a mistake of whoever wrote the file.
-constexpr std::int32_t longestSide = 16384;
+/// The largest frame of H.264's highest level (ITU-T H.264 A.3.1, level 6.2).
+constexpr std::int64_t largestPixelCount = std::int64_t{139264} * 256;
 
 tl::unexpected<Error> refused(const char* why)
 {
@@ -34,6 +34,29 @@ std::int64_t endOfMedia(const mp4::Track& track)
     for (mp4::Sample sample; cursor.next(sample);)
         end = std::max(end, sample.decodeTime + sample.compositionOffset + sample.duration);
     return end;
+}
+
+struct Size {
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+};
+
+/// As large as the pictures are stored, but with square pixels: the track says of what shape theirs are by the size at which it is shown.
+Size shownSize(const mp4::Track& track)
+{
+    const auto& format = *track.format->video();
+    const Size stored{format.width, format.height};
+    if (stored.width < 1 || stored.height < 1 || track.shownWidth == 0 || track.shownHeight == 0)
+        return stored;
+    const double shape = static_cast<double>(track.shownWidth) / track.shownHeight * stored.height / stored.width;
+    // Others are a mistake of whoever wrote the file; and sizes are rounded.
+    constexpr double mostUnusual = 8;
+    constexpr double square = 0.01;
+    if (std::abs(shape - 1) < square || shape > mostUnusual || shape < 1 / mostUnusual)
+        return stored;
+    if (shape > 1)
+        return {static_cast<std::int32_t>(std::lround(stored.width * shape)), stored.height};
+    return {stored.width, static_cast<std::int32_t>(std::lround(stored.height / shape))};
 }
 
 class TrackSamples final : public CodedSamples {
@@ -146,16 +169,14 @@ Result<void> ClipSource::describe()
     auto& pictures = pictures_;
     pictures.format = decodablePictures(*pictureTrack_);
     pictures.matrix = pictureTrack_->matrix;
-    pictures.width = pictures.format.width;
-    pictures.height = pictures.format.height;
-    const auto shownWidth = static_cast<std::int32_t>(pictureTrack_->shownWidth >> 16);
-    const auto shownHeight = static_cast<std::int32_t>(pictureTrack_->shownHeight >> 16);
-    if (shownWidth > 0 && shownHeight > 0 && shownWidth <= longestSide && shownHeight <= longestSide) {
-        pictures.width = shownWidth;
-        pictures.height = shownHeight;
-    }
-    if (pictures.width < 2 || pictures.height < 2 || pictures.width > longestSide || pictures.height > longestSide)
+    const auto size = shownSize(*pictureTrack_);
+    if (size.width < 2 || size.height < 2 || std::int64_t{size.width} * size.height > largestPixelCount)
         return refused("The file's pictures have a size that cannot be encoded.");
+    pictures.width = size.width;
+    pictures.height = size.height;
+    constexpr double fixedPoint = 1 << 16;
+    pictures.matrixWidth = pictureTrack_->shownWidth > 0 ? pictureTrack_->shownWidth / fixedPoint : size.width;
+    pictures.matrixHeight = pictureTrack_->shownHeight > 0 ? pictureTrack_->shownHeight / fixedPoint : size.height;
 
     mp4::SampleTable::Cursor cursor{pictureTrack_->samples};
     for (mp4::Sample sample; cursor.next(sample);) {

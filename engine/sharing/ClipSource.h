@@ -20,7 +20,10 @@ public:
         /// As shown before `matrix` turns it, with square pixels.
         std::int32_t width = 0;
         std::int32_t height = 0;
+        /// Turns a picture of the size that the track states, which need not be that above.
         std::array<std::int32_t, 9> matrix{};
+        double matrixWidth = 0;
+        double matrixHeight = 0;
         /// When each is shown, ascending from 0 on, in ticks of pictureTimescale.
         std::vector<std::int64_t> times;
     };

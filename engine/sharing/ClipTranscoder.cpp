@@ -5,6 +5,7 @@
 #include "engine/sharing/SmallFile.h"
 #include "media/mp4/PosixFile.h"
 
+#include <cerrno>
 #include <utility>
 
 namespace velmora::engine {
@@ -13,6 +14,12 @@ namespace {
 
 using platform::TranscodingReport;
 using platform::TranscodingSettings;
+
+/// Then the hidden name of what was being written says nothing to anybody.
+bool isFullDisk(const Error& error)
+{
+    return error.domain == posixErrorDomain && (error.code == ENOSPC || error.code == EDQUOT || error.code == EFBIG);
+}
 
 /// What the work leaves for whoever holds the session.
 class KeptReport {
@@ -51,15 +58,13 @@ public:
         const auto codecs = makeCodecs_();
         if (!codecs)
             return fail(codecs.error());
-        const auto output = surroundings.createOutput();
-        if (!output)
-            return fail(output.error());
-        if (!*output)
-            return false;
-        const auto report = makeSmallFile(source, settings_, **output,
-            {.codecs = **codecs, .makeScratch = surroundings.createScratch, .progress = surroundings.progress});
+        const auto report = makeSmallFile(source, settings_,
+            {.codecs = **codecs,
+                .makeTarget = surroundings.createOutput,
+                .makeScratch = surroundings.createScratch,
+                .progress = surroundings.progress});
         if (!report)
-            return fail(report.error());
+            return fail(isFullDisk(report.error()) ? posixError(report.error().code, surroundings.folder.native()) : report.error());
         if (!*report)
             return false;
         report_->set(**report);

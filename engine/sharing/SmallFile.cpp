@@ -81,10 +81,9 @@ std::array<std::int32_t, 9> scaledMatrix(std::array<std::int32_t, 9> matrix, dou
 
 class SmallFile {
 public:
-    SmallFile(mp4::File& file, const platform::TranscodingSettings& settings, mp4::File& target, const SmallFileTools& tools)
+    SmallFile(mp4::File& file, const platform::TranscodingSettings& settings, const SmallFileTools& tools)
         : file_(file)
         , settings_(settings)
-        , target_(target)
         , tools_(tools)
         , limit_(static_cast<double>(settings.limit))
     {
@@ -141,13 +140,18 @@ private:
 
     Result<std::optional<TranscodingReport>> copy()
     {
+        const auto target = tools_.makeTarget();
+        if (!target)
+            return fail(target.error());
+        if (!*target)
+            return std::nullopt;
         const auto size = source_->fileSize();
         std::vector<std::byte> buffer(std::size_t{1} << 20);
         for (std::uint64_t done = 0; done < size;) {
             if (!report(static_cast<double>(done) / static_cast<double>(size)))
                 return std::nullopt;
             const auto block = std::min<std::uint64_t>(size - done, std::uint64_t{8} << 20);
-            const auto complete = target_.copyFrom(file_, done, done, block, buffer);
+            const auto complete = (*target)->copyFrom(file_, done, done, block, buffer);
             if (!complete)
                 return fail(complete.error());
             if (!*complete)
@@ -365,7 +369,9 @@ private:
             const bool isEnough = best_ && (settings_.limit == 0 || static_cast<double>(best_->size) >= enough * limit_ || hasNoMoreToShow);
             if (isEnough || (best_ && rounds_ == mostRounds))
                 return {};
-            if (rounds_ == mostRounds || (!fits && quality >= SmallFileSearch::coarsest && candidate_ + 1 == candidates_.size()))
+            if (!fits && quality >= SmallFileSearch::coarsest && candidate_ + 1 == candidates_.size())
+                return tooSmall(static_cast<double>(round.size) / aim);
+            if (rounds_ == mostRounds)
                 return failure(TranscodingErrorCode::missed, "The clip could not be made to fit into " + sizeText(limit_) + ".");
             const auto next = search.qualityFor(room);
             quality = fits ? std::min(next, quality - leastStep) : std::max(next, quality + leastStep);
@@ -423,8 +429,8 @@ private:
         const auto& pictures = source_->pictures();
         EncodedMovie::Ending ending;
         ending.format = *format;
-        ending.matrix = scaledMatrix(pictures.matrix, static_cast<double>(candidate.width) / pictures.width,
-            static_cast<double>(candidate.height) / pictures.height);
+        ending.matrix = scaledMatrix(pictures.matrix, static_cast<double>(candidate.width) / pictures.matrixWidth,
+            static_cast<double>(candidate.height) / pictures.matrixHeight);
         ending.length = source_->length();
         const auto size = round.movie->finish(ending);
         if (!size)
@@ -435,12 +441,17 @@ private:
 
     Result<std::optional<TranscodingReport>> write()
     {
-        const auto written = best_->movie->writeTo(target_, [this](double done) { return report(copyShare + (1 - copyShare) * done); });
+        const auto target = tools_.makeTarget();
+        if (!target)
+            return fail(target.error());
+        if (!*target)
+            return std::nullopt;
+        const auto written = best_->movie->writeTo(**target, [this](double done) { return report(copyShare + (1 - copyShare) * done); });
         if (!written)
             return fail(written.error());
         if (!*written)
             return std::nullopt;
-        const auto size = target_.size();
+        const auto size = (*target)->size();
         if (!size)
             return fail(size.error());
         if (settings_.limit > 0 && *size > settings_.limit)
@@ -459,7 +470,6 @@ private:
 
     mp4::File& file_;
     const platform::TranscodingSettings settings_;
-    mp4::File& target_;
     const SmallFileTools& tools_;
     const double limit_;
     std::optional<ClipSource> source_;
@@ -478,9 +488,9 @@ private:
 }  // namespace
 
 Result<std::optional<platform::TranscodingReport>> makeSmallFile(
-    mp4::File& source, const platform::TranscodingSettings& settings, mp4::File& target, const SmallFileTools& tools)
+    mp4::File& source, const platform::TranscodingSettings& settings, const SmallFileTools& tools)
 {
-    return SmallFile{source, settings, target, tools}.make();
+    return SmallFile{source, settings, tools}.make();
 }
 
 }  // namespace velmora::engine

@@ -17,6 +17,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace velmora::engine {
@@ -272,6 +273,23 @@ TEST_F(ClipTranscoderTest, ACancelledOneLeavesNothing)
     EXPECT_EQ(session->status(), Status::cancelled);
     EXPECT_FALSE(session->report());
     EXPECT_THAT(namesIn(folder.path()), ElementsAre("clip.mp4"));
+}
+
+TEST_F(ClipTranscoderTest, WhileItWorksNothingOfItIsInTheFolderThatAKilledOneCouldLeave)
+{
+    writeForeignClip(path("clip.mp4"), {.pictureCount = 300});
+    const auto session = makeSession({.limit = std::filesystem::file_size(path("clip.mp4")) / 2});
+    std::promise<void> done;
+    session->exportAsynchronously([&done] { done.set_value(); });
+    // Past the sound and the first impression, before the last step.
+    while (session->progress() < 0.2 && session->status() != Status::failed)
+        std::this_thread::yield();
+    const auto names = namesIn(folder.path());
+    if (session->progress() < 0.9) {
+        EXPECT_THAT(names, ElementsAre("clip.mp4"));
+    }
+    done.get_future().wait();
+    EXPECT_EQ(session->status(), Status::completed);
 }
 
 TEST_F(ClipTranscoderTest, OneThatIsLetGoOfLeavesNothingAndStillCompletesOnce)

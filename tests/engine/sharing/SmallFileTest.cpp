@@ -185,8 +185,9 @@ protected:
     {
         const auto source = mp4::PosixFile::openForReading(shared_->path() / "clip.mp4");
         FakeCodecs codecs{model};
-        return makeSmallFile(**source, {limit, hasConstantRate}, *target,
+        return makeSmallFile(**source, {limit, hasConstantRate},
             {.codecs = codecs,
+                .makeTarget = [this] { return Result<mp4::File*>{target.get()}; },
                 .makeScratch = [this]() -> Result<std::unique_ptr<mp4::File>> {
                     auto file = std::make_unique<MemoryFile>();
                     file->faults = scratchFaults;

@@ -85,6 +85,7 @@ struct ClipsFixture {
                         revealed.push_back(file.filename());
                 },
             .fileBrowserName = [this] { return fileBrowser; },
+            .smallFiles = smallFiles,
         });
         model->viewWillAppear();
         run();
@@ -157,6 +158,7 @@ struct ClipsFixture {
     std::vector<std::pair<std::string, QPoint>> shared;
     std::vector<std::string> copied;
     std::vector<std::string> revealed;
+    std::shared_ptr<SmallFiles> smallFiles;  ///< before appear()
     std::string fileBrowser;
     std::unique_ptr<ClipsModel> model;
 };

@@ -1,12 +1,7 @@
 #include "library/views/SmallFiles.h"
 
-#include "library/SmallFileName.h"
 #include "library/views/SmallFileStatus.h"
-#include "platform/fake/FakeClipTranscoder.h"
-#include "platform/fake/FakeClock.h"
-#include "platform/fake/FakeFileManager.h"
-#include "platform/fake/ManualExecutor.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/library/views/SmallFilesFixture.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>
@@ -18,43 +13,13 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class SmallFilesTest : public testing::Test {
+class SmallFilesTest : public testing::Test, protected test::SmallFilesFixture {
 protected:
-    [[nodiscard]] fake::FakeTranscodingSession& session(std::size_t number) { return *transcoder->sessions.at(number); }
-
-    /// The session's end is told on the main thread.
-    void complete(std::size_t number)
-    {
-        session(number).steps.complete();
-        executor->runAll();
-    }
-
     [[nodiscard]] std::unique_ptr<SmallFileStatus> statusOf(const std::filesystem::path& of)
     {
         return std::make_unique<SmallFileStatus>(files, [of] { return std::optional{of}; });
     }
 
-    [[nodiscard]] std::filesystem::path shared(const char* name) const { return folder.path() / "Shared" / name; }
-
-    const test::TemporaryDirectory folder;
-    const std::shared_ptr<fake::FakeClipTranscoder> transcoder = std::make_shared<fake::FakeClipTranscoder>();
-    const std::shared_ptr<fake::FakeFileManager> fileManager = std::make_shared<fake::FakeFileManager>();
-    const std::shared_ptr<fake::FakeClock> clock = std::make_shared<fake::FakeClock>();
-    const std::shared_ptr<fake::ManualExecutor> executor = std::make_shared<fake::ManualExecutor>();
-    const std::shared_ptr<RunningExports> exports = std::make_shared<RunningExports>();
-    std::vector<std::filesystem::path> copied;
-    std::vector<std::string> told;
-    std::shared_ptr<SmallFiles> files = std::make_shared<SmallFiles>(SmallFiles::Services{
-        .transcoder = transcoder,
-        .fileManager = fileManager,
-        .clock = clock,
-        .mainExecutor = executor,
-        .runningExports = exports,
-        .clipsFolder = [this] { return folder.path(); },
-        .copy = [this](const std::filesystem::path& file) { copied.push_back(file); },
-        .tell = [this](const std::string& title, const std::string& body,
-                    const std::filesystem::path&) { told.push_back(title + ": " + body); },
-    });
     const std::filesystem::path clip = folder.path() / "a.mp4";
     const std::filesystem::path other = folder.path() / "b.mp4";
 };
