@@ -94,7 +94,21 @@ void ClipSavedNotificationController::presentHUD(const std::filesystem::path& cl
         .onDismiss = dismiss});
     hudWindow_->place();
     hudWindow_->orderFrontAndFadeIn();
-    dismissTimer_ = services_.clock->schedule(timeOnScreen, dismiss);
+    dismissLater(clip, false);
+}
+
+void ClipSavedNotificationController::dismissLater(const std::filesystem::path& clip, bool wasBusy)
+{
+    dismissTimer_ = services_.clock->schedule(wasBusy ? busyTime : timeOnScreen, [self = weak_from_this(), clip, wasBusy] {
+        const auto controller = self.lock();
+        if (!controller)
+            return;
+        const bool isBusy = controller->services_.isBusyWith && controller->services_.isBusyWith(clip);
+        // What came of the work stays as long as a saved clip does.
+        if (isBusy || wasBusy)
+            return controller->dismissLater(clip, isBusy);
+        controller->dismissHUD();
+    });
 }
 
 void ClipSavedNotificationController::dismissHUD()

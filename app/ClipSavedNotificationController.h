@@ -56,6 +56,8 @@ public:
     static constexpr const char* clipURLKey = "clipURL";
     static constexpr std::chrono::milliseconds timeOnScreen{7000};
     static constexpr std::chrono::milliseconds fadeOut{250};
+    /// How often a panel that shows work looks whether that has ended.
+    static constexpr std::chrono::milliseconds busyTime{1000};
 
     /// What the notification asks for: on many desktops it appears where the panel stands, and it has to be readable and usable when the
     /// panel has gone.
@@ -69,6 +71,7 @@ public:
         std::function<std::shared_ptr<WindowPresenting>()> windows;  ///< none when there is no delegate
         std::function<std::unique_ptr<HudPanel>()> makePanel;  ///< called for the first panel only
         std::function<std::string(const std::filesystem::path&)> describeClip = {};  ///< gives a clip's caption; none: panels have none
+        std::function<bool(const std::filesystem::path&)> isBusyWith = {};  ///< whether the panel shows work on it; none: it never does
     };
 
     /// Becomes the centre's delegate and registers the one category.
@@ -85,6 +88,9 @@ public:
     /// For a discarded recording that is among the clips again, with the same actions. Any thread.
     void showClipRestored(const std::filesystem::path& clip);
 
+    /// Something else that has to do with a file, with the same actions. Any thread.
+    void show(const std::string& title, const std::string& body, const std::filesystem::path& file) { post(title, body, file); }
+
     void presentHUD(const std::filesystem::path& clip, const std::string& title);
     void dismissHUD();
 
@@ -93,6 +99,7 @@ public:
     void didReceive(const platform::NotificationResponse& response, UniqueFunction<void()> completion) override;
 
 private:
+    void dismissLater(const std::filesystem::path& clip, bool wasBusy);
     void post(std::string title, std::string body, const std::filesystem::path& clip);
 
     const Services services_;

@@ -17,6 +17,8 @@ constexpr Argument soundingApplication{"APP", Argument::Kind::text};
 constexpr Argument title{"TEXT", Argument::Kind::text};
 constexpr Argument recording{"NAME", Argument::Kind::text};
 constexpr Argument replay{"on|off|save", Argument::Kind::word};
+constexpr Argument size{"SIZE", Argument::Kind::text};
+constexpr Argument format{"FORMAT", Argument::Kind::text};
 constexpr Argument time{"TIME", Argument::Kind::text};
 constexpr Argument stretch{"A-B", Argument::Kind::text};
 
@@ -177,6 +179,21 @@ CommandGroup withoutTheProgram()
                     "Their pictures have to be of one size and made by one encoder with the same settings, and their sound of one kind. "
                     "Of the pictures nothing is encoded; of the sound, what does not fall on the packets of the longest clip. Without "
                     "--output the file goes beside the first clip. An existing file is never overwritten."},
+            {.name = "share",
+                .argument = clip,
+                .options = {{"limit", size, false, "The most that the copy may take; 10MB unless told."},
+                    {"output", newFile, false, "The copy's file."},
+                    {"format", format, false, "What the copy is: mp4, which it is unless told, or mp4-constant."},
+                    {"json", {}, false, "Prints what the copy is as a JSON object, for programs."}},
+                .summary = "Writes a copy of a clip that fits where it is to be sent, and prints its path.",
+                .details =
+                    "SIZE is a number of MB, or has its own unit: 25MB, 800KB, 1.5GB. A megabyte is 1,000,000 bytes: of the two "
+                    "sizes that chats call so, the smaller. A clip that fits is copied as it is. Any other is encoded anew, sound "
+                    "included, as good as fits: before pictures become coarse they become smaller, and fewer in a second; a copy that "
+                    "is too large, or leaves more than a tenth of the limit unused, is encoded again. With mp4-constant there are as "
+                    "many pictures in every second, for editors that need that, and no limit unless told. Without --output the copy "
+                    "goes to the folder Shared in the clips folder. The clip is not changed, and an existing file is never "
+                    "overwritten."},
         }};
 }
 

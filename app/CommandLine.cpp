@@ -1,6 +1,7 @@
 #include "app/CommandLine.h"
 
 #include "app/CommandDescription.h"
+#include "library/SmallFileName.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -317,6 +318,36 @@ Parsed parseJoin(const QStringList& arguments)
     return join;
 }
 
+Parsed parseShare(const QStringList& arguments)
+{
+    Arguments given{arguments};
+    if (auto instead = given.parse(QStringLiteral("'velmora share' takes one file.")))
+        return std::move(*instead);
+    auto file = absolutePath(given.positional());
+    if (!file)
+        return wrong(file.error());
+    Share share{.file = std::move(*file), .json = given.isSet("json")};
+    if (given.isSet("format")) {
+        const auto format = given.value("format");
+        if (format != QLatin1String("mp4") && format != QLatin1String("mp4-constant"))
+            return wrong(QStringLiteral("'%1' is not a format; there are mp4 and mp4-constant.").arg(format));
+        share.settings.hasConstantRate = format == QLatin1String("mp4-constant");
+    }
+    if (given.isSet("limit")) {
+        const auto limit = small_file::parseLimit(given.value("limit").toStdString());
+        if (!limit)
+            return wrong(QStringLiteral("'%1' is not a size, such as 10MB, 800KB or 1.5GB.").arg(given.value("limit")));
+        share.settings.limit = *limit;
+    } else if (!share.settings.hasConstantRate) {
+        share.settings.limit = small_file::usualLimits[0];
+    }
+    const auto chosen = parseOutput(given);
+    if (!chosen)
+        return wrong(chosen.error());
+    share.output = *chosen;
+    return share;
+}
+
 Parsed parseSelect(const QStringList& arguments)
 {
     const auto usage = QStringLiteral("'velmora select' takes one window's number; 'velmora windows' lists them.");
@@ -448,6 +479,7 @@ Parser parserOf(const QString& command)
         {QStringLiteral("repair"), parseRepair},
         {QStringLiteral("trim"), parseTrim},
         {QStringLiteral("join"), parseJoin},
+        {QStringLiteral("share"), parseShare},
         {QStringLiteral("toggle"), parsePlainControl<Control::Action::toggle>},
         {QStringLiteral("pause"), parsePause},
         {QStringLiteral("resume"), parsePlainControl<Control::Action::resume>},

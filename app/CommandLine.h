@@ -2,6 +2,7 @@
 #pragma once
 
 #include "media/TimeRange.h"
+#include "platform/ClipTranscoder.h"
 
 #include <QString>
 #include <QStringList>
@@ -9,7 +10,6 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
-#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -41,9 +41,6 @@ struct Repair {
     std::filesystem::path file;
 };
 
-/// From the beginning to whatever the end is.
-inline constexpr TimeRange wholeClip{MediaTime::zero(), {std::numeric_limits<std::int64_t>::max(), 1}};
-
 struct Trim {
     std::filesystem::path file;  ///< absolute
     TimeRange range = wholeClip;
@@ -54,6 +51,13 @@ struct Trim {
 struct Join {
     std::vector<std::filesystem::path> files;  ///< absolute; at least two
     std::optional<std::filesystem::path> output = std::nullopt;  ///< absolute; none: beside the first file
+};
+
+struct Share {
+    std::filesystem::path file;  ///< absolute
+    platform::TranscodingSettings settings = {};
+    std::optional<std::filesystem::path> output = std::nullopt;  ///< absolute; none: the folder for what is shared
+    bool json = false;
 };
 
 struct Restore {
@@ -104,7 +108,7 @@ struct Print {
     QString text;
 };
 
-using Command = std::variant<Run, Control, Windows, Doctor, Record, Repair, Trim, Join, Restore, Events, Print>;
+using Command = std::variant<Run, Control, Windows, Doctor, Record, Repair, Trim, Join, Share, Restore, Events, Print>;
 
 /// An argument as the system gave it. Bytes that are not UTF-8 become lone surrogates, U+DC80 to U+DCFF, which no UTF-8 makes: parse()
 /// puts them back into the paths.

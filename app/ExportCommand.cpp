@@ -1,25 +1,17 @@
 #include "app/ExportCommand.h"
 
 #include "app/CommandLine.h"
+#include "app/ExportRun.h"
 #include "app/NewFile.h"
-#include "app/TerminationSignals.h"
 #include "library/PathUtilities.h"
-
-#include <QCoreApplication>
-#include <QTimer>
 
 #include <chrono>
 #include <cstdio>
-#include <unistd.h>
 #include <utility>
 
 namespace velmora {
 
 namespace {
-
-using namespace std::chrono_literals;
-
-constexpr auto exportProgressInterval = 100ms;
 
 std::string failureText(const ExportedFile& file, const Error& error)
 {
@@ -28,94 +20,20 @@ std::string failureText(const ExportedFile& file, const Error& error)
     return file.failure + error.localizedDescription;
 }
 
-class ExportCommand final {
-public:
-    ExportCommand(const ExportedFile& file, const ExportServices& services, std::shared_ptr<platform::ExportSession> session)
-        : file_(file)
-        , services_(services)
-        , session_(std::move(session))
-    {
+void chooseOutput(platform::ExportSession& session, const ExportedFile& file, const ExportServices& services)
+{
+    if (file.output) {
+        PathUtilities::ensureDirectoryExists(file.output->parent_path(), *services.fileManager);
+        return session.setOutputURL(*file.output);
     }
-
-    int run()
-    {
-        session_->setOutputFileType(platform::AssetFileType::mpeg4);
-        chooseOutput();
-
-        QObject::connect(&signals_, &TerminationSignals::received, &signals_, [this] { session_->cancelExport(); });
-        if (isatty(STDERR_FILENO)) {
-            QObject::connect(&progress_, &QTimer::timeout, &progress_, [this] { printProgress(); });
-            progress_.start(exportProgressInterval);
-        }
-        // Nothing here goes away before end() has run.
-        session_->exportAsynchronously([this, executor = services_.mainExecutor] { executor->async([this] { end(); }); });
-        const int status = QCoreApplication::exec();
-        session_.reset();
-        return status;
-    }
-
-private:
-    void chooseOutput()
-    {
-        if (file_.output) {
-            PathUtilities::ensureDirectoryExists(file_.output->parent_path(), *services_.fileManager);
-            session_->setOutputURL(*file_.output);
-            return;
-        }
-        // All names tried for one export have the same time.
-        const auto nextName = [folder = file_.clip.parent_path(), prefix = file_.prefix, date = std::chrono::system_clock::now(),
-                                  files = services_.fileManager] {
-            return PathUtilities::generateUniqueFileURL(folder, prefix, *files, PathUtilities::defaultExtension, date);
-        };
-        session_->setOutputURL(nextName());
-        session_->setNextOutputURL(nextName);
-    }
-
-    void end()
-    {
-        progress_.stop();
-        int status = command_line::failed;
-        if (session_->status() == platform::ExportSession::Status::completed) {
-            if (progressIsShown_)
-                printProgress();
-            clearProgress();
-            std::printf("%s\n", session_->outputURL().c_str());
-            std::fflush(stdout);
-            status = command_line::succeeded;
-        } else if (const auto error = session_->error()) {
-            fail(failureText(file_, *error));
-        } else {
-            fail("Cancelled.");
-        }
-        QCoreApplication::exit(status);
-    }
-
-    int fail(const std::string& message)
-    {
-        clearProgress();
-        std::fprintf(stderr, "%s\n", message.c_str());
-        return command_line::failed;
-    }
-
-    void printProgress()
-    {
-        std::fprintf(stderr, "\r\033[K%3.0f %%", session_->progress() * 100);
-        progressIsShown_ = true;
-    }
-
-    void clearProgress()
-    {
-        if (std::exchange(progressIsShown_, false))
-            std::fputs("\n", stderr);
-    }
-
-    const ExportedFile file_;
-    const ExportServices services_;
-    std::shared_ptr<platform::ExportSession> session_;
-    TerminationSignals signals_;
-    QTimer progress_;
-    bool progressIsShown_ = false;
-};
+    // All names tried for one export have the same time.
+    const auto nextName = [folder = file.clip.parent_path(), prefix = file.prefix, date = std::chrono::system_clock::now(),
+                              files = services.fileManager] {
+        return PathUtilities::generateUniqueFileURL(folder, prefix, *files, PathUtilities::defaultExtension, date);
+    };
+    session.setOutputURL(nextName());
+    session.setNextOutputURL(nextName);
+}
 
 }  // namespace
 
@@ -125,17 +43,25 @@ bool checkOutput(const ExportedFile& file)
         return true;
     const auto isFree = new_file::checkIsFree(*file.output);
     if (!isFree)
-        std::fprintf(stderr, "%s\n", failureText(file, isFree.error()).c_str());
+        exportFailed(failureText(file, isFree.error()));
     return isFree.has_value();
 }
 
-int runExport(const ExportedFile& file, const ExportServices& services, Result<std::shared_ptr<platform::ExportSession>> session)
+int exportTo(const ExportedFile& file, const ExportServices& services, Result<std::shared_ptr<platform::ExportSession>> made)
 {
-    if (!session) {
-        std::fprintf(stderr, "%s\n", failureText(file, session.error()).c_str());
+    if (!made)
+        return exportFailed(failureText(file, made.error()));
+    const auto session = std::move(*made);
+    session->setOutputFileType(platform::AssetFileType::mpeg4);
+    chooseOutput(*session, file, services);
+    runExport(session, services.mainExecutor);
+    if (const auto error = session->error())
+        return exportFailed(failureText(file, *error));
+    if (session->status() != platform::ExportSession::Status::completed)
         return command_line::failed;
-    }
-    return ExportCommand{file, services, std::move(*session)}.run();
+    std::printf("%s\n", session->outputURL().c_str());
+    std::fflush(stdout);
+    return command_line::succeeded;
 }
 
 }  // namespace velmora

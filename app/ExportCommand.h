@@ -31,6 +31,6 @@ struct ExportedFile {
 
 /// Runs the event loop until the session, made but not begun, has written the file or failed, which SIGINT and SIGTERM cancel; returns
 /// the exit status. The file's path alone goes to standard output; messages, and the progress where that is a terminal, go to standard error.
-int runExport(const ExportedFile& file, const ExportServices& services, Result<std::shared_ptr<platform::ExportSession>> session);
+int exportTo(const ExportedFile& file, const ExportServices& services, Result<std::shared_ptr<platform::ExportSession>> session);
 
 }  // namespace velmora

@@ -9,7 +9,7 @@ int runJoinCommand(const command_line::Join& command, const ExportServices& serv
     const ExportedFile file{command.output, command.files.front(), "Velmora-Joined", "Cannot join the clips: "};
     if (!checkOutput(file))
         return command_line::failed;
-    return runExport(file, services, services.exportSessions->makeJoinSession(command.files, platform::ExportPreset::passthrough));
+    return exportTo(file, services, services.exportSessions->makeJoinSession(command.files, platform::ExportPreset::passthrough));
 }
 
 }  // namespace velmora

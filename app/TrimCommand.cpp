@@ -17,7 +17,7 @@ int runTrimCommand(const command_line::Trim& command, const ExportServices& serv
         (*session)->setTimeRange(command.range);
         (*session)->setCuts(command.cuts);
     }
-    return runExport(file, services, std::move(session));
+    return exportTo(file, services, std::move(session));
 }
 
 }  // namespace velmora

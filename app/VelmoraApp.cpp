@@ -90,9 +90,9 @@ public:
         setMenusAreComposited([floating = services_.platform.floatingWindows] { return floating->areComposited(); });
         const auto alerts = makeAlertWindows(services_.platform.windowActivation);
         const auto windows = std::make_shared<QuickWindowFactory>(services_.platform.windowActivation,
-            [parts = WindowContentParts{services_, instances_, runningExports_, presentingWindows, trayHost_}](
+            [parts = WindowContentParts{services_, instances_, runningExports_, presentingWindows, trayHost_, smallFiles_}](
                 const WindowDescription& description) { return makeWindowContent(description, parts); });
-        notificationController_ = makeNotificationController(services_, instances_.library);
+        notificationController_ = makeNotificationController(services_, instances_.library, smallFiles_);
         appDelegate_ = AppDelegate::create({
             .coordinator = instances_.coordinator,
             .permissionManager = instances_.permissionManager,
@@ -223,7 +223,7 @@ private:
     }
 
     static std::shared_ptr<ClipSavedNotificationController> makeNotificationController(
-        const SharedServices& services, const ClipLibrary& library)
+        const SharedServices& services, const ClipLibrary& library, const std::shared_ptr<SmallFiles>& smallFiles)
     {
         const auto workspace = services.platform.workspace;
         const auto sharing = services.platform.sharingServices;
@@ -234,7 +234,7 @@ private:
             .mainExecutor = services.mainExecutor,
             .windows = presentingWindows,
             .makePanel =
-                [workspace, sharing, drag = makeClipDrags(services), players = services.platform.players,
+                [workspace, sharing, smallFiles, drag = makeClipDrags(services), players = services.platform.players,
                     activation = services.platform.windowActivation, floating = services.platform.floatingWindows] {
                     return makeHudPanelWindow(
                         {
@@ -243,15 +243,34 @@ private:
                                     if (const auto windows = presentingWindows())
                                         windows->presentClipPreview(clip);
                                 },
-                            .share = [sharing](const std::filesystem::path& clip,
-                                         const QPoint& position) { popUpShareMenu(sharing, clip, position); },
+                            .share = [sharing, smallFiles](const std::filesystem::path& clip,
+                                         const QPoint& position) { popUpShareMenu(sharing, smallFiles, clip, position); },
                             .reveal = [workspace](const std::filesystem::path& clip) { workspace->activateFileViewerSelecting({clip}); },
                             .drag = [drag](const std::filesystem::path& clip) { drag({clip}); },
                             .preparePreview = [players] { preparePreview(*players); },
+                            .smallFiles = smallFiles,
                         },
                         {activation, floating});
                 },
             .describeClip = [&library](const std::filesystem::path& clip) { return savedClipCaption(library.recentClips(), clip); },
+            .isBusyWith = [smallFiles](const std::filesystem::path& clip) { return smallFiles->isBusyWith(clip); },
+        });
+    }
+
+    [[nodiscard]] std::shared_ptr<SmallFiles> makeSmallFiles() const
+    {
+        const auto& platform = services_.platform;
+        return std::make_shared<SmallFiles>(SmallFiles::Services{
+            .transcoder = platform.clipTranscoder,
+            .fileManager = platform.fileManager,
+            .clock = services_.clock,
+            .mainExecutor = mainExecutor_,
+            .runningExports = runningExports_,
+            .clipsFolder = [&library = instances_.library] { return library.effectiveOutputDirectory(); },
+            .copy = [sharing = platform.sharingServices](
+                        const std::filesystem::path& file) { sharing->perform(platform::copyFileService, file); },
+            .tell = [this](const std::string& title, const std::string& body,
+                        const std::filesystem::path& file) { notificationController_->show(title, body, file); },
         });
     }
 
@@ -293,6 +312,7 @@ private:
     const SharedServices& services_;
     const SharedInstances instances_{};
     const std::shared_ptr<RunningExports> runningExports_ = std::make_shared<RunningExports>();
+    const std::shared_ptr<SmallFiles> smallFiles_ = makeSmallFiles();
     TrayHost trayHost_;
     TerminationSignals signals_;
     FolderWatch folderWatch_{[this] {

@@ -7,6 +7,7 @@
 #include "app/RecordCommand.h"
 #include "app/RepairCommand.h"
 #include "app/RestoreCommand.h"
+#include "app/ShareCommand.h"
 #include "app/TerminationSignals.h"
 #include "app/TrimCommand.h"
 #include "app/VelmoraApp.h"
@@ -78,6 +79,9 @@ int run(const command_line::Command& command)
         return runTrimCommand(*trim, {services.exportSessions, services.fileManager, mainExecutor});
     if (const auto* join = std::get_if<command_line::Join>(&command))
         return runJoinCommand(*join, {services.exportSessions, services.fileManager, mainExecutor});
+    if (const auto* share = std::get_if<command_line::Share>(&command))
+        return runShareCommand(*share,
+            {services.clipTranscoder, services.fileManager, mainExecutor, [&services] { return clipsFolder(*services.fileManager); }});
 
     if (const auto* windows = std::get_if<command_line::Windows>(&command))
         return runWindowsCommand(*windows, services, mainExecutor, runningInstanceProcess());

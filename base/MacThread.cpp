@@ -16,6 +16,8 @@ qos_class_t classOf(SerialQueue::QualityOfService qualityOfService)
         return QOS_CLASS_USER_INITIATED;
     case SerialQueue::QualityOfService::utility:
         return QOS_CLASS_UTILITY;
+    case SerialQueue::QualityOfService::background:
+        return QOS_CLASS_BACKGROUND;
     }
     return QOS_CLASS_DEFAULT;
 }

@@ -15,7 +15,7 @@ pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon)
 pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
 pkg_check_modules(MPV REQUIRED IMPORTED_TARGET mpv)
 pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse)
-pkg_check_modules(LIBAV REQUIRED IMPORTED_TARGET libavcodec libavutil libswscale)
+pkg_check_modules(LIBAV REQUIRED IMPORTED_TARGET libavcodec libavutil libswresample libswscale)
 
 if(VELMORA_TESTS)
     find_package(GTest REQUIRED)

@@ -3,6 +3,9 @@
 
 #include "media/MediaTime.h"
 
+#include <cstdint>
+#include <limits>
+
 namespace velmora {
 
 /// From `start` up to, but without, `end`.
@@ -12,5 +15,8 @@ struct TimeRange {
 
     friend bool operator==(const TimeRange&, const TimeRange&) = default;
 };
+
+/// From the beginning of a clip to whatever its end is.
+inline constexpr TimeRange wholeClip{MediaTime::zero(), {std::numeric_limits<std::int64_t>::max(), 1}};
 
 }  // namespace velmora

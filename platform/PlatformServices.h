@@ -5,6 +5,7 @@
 #include "platform/AssetRepairer.h"
 #include "platform/AssetWriter.h"
 #include "platform/CaptureStream.h"
+#include "platform/ClipTranscoder.h"
 #include "platform/CompressionSession.h"
 #include "platform/DiscardedRecordings.h"
 #include "platform/ExportSession.h"
@@ -50,6 +51,7 @@ struct PlatformServices {
     std::shared_ptr<AssetReader> assetReader;
     std::shared_ptr<Thumbnails> thumbnails;
     std::shared_ptr<ExportSessionFactory> exportSessions;
+    std::shared_ptr<ClipTranscoder> clipTranscoder;
     std::shared_ptr<PlayerFactory> players;
     std::shared_ptr<HotKeyCenter> hotKeyCenter;
     std::shared_ptr<ScreenCaptureAccess> screenCaptureAccess;

@@ -3,6 +3,7 @@ import QtQuick
 import QtQuick.Layouts
 import Velmora.App
 import Velmora.Brand
+import Velmora.Library
 
 Item {
     id: root
@@ -74,11 +75,17 @@ Item {
                     }
                     LineLabel {
                         Layout.fillWidth: true
-                        visible: text !== ""
+                        visible: text !== "" && !smallFile.visible
                         line: root.model.caption
                         color: Theme.secondaryText
                         fontSizeMode: Text.HorizontalFit
                         minimumPixelSize: Math.min(11, font.pixelSize)
+                    }
+                    SmallFileLine {
+                        id: smallFile
+
+                        Layout.fillWidth: true
+                        status: root.model.smallFile
                     }
                 }
                 RowLayout {

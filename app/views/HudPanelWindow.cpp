@@ -161,12 +161,17 @@ private:
 
 }  // namespace
 
-ClipSavedHUDModel::ClipSavedHUDModel(Actions actions) : actions_(std::move(actions)) { }
+ClipSavedHUDModel::ClipSavedHUDModel(Actions actions)
+    : actions_(std::move(actions))
+    , smallFile_(actions_.smallFiles, [this] { return std::optional{content_.clip}; })
+{
+}
 
 void ClipSavedHUDModel::setContent(HudPanel::Content content)
 {
     content_ = std::move(content);
     emit contentChanged();
+    smallFile_.update();
 }
 
 void ClipSavedHUDModel::setShadowMargin(int margin)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/ClipSavedNotificationController.h"
+#include "library/views/SmallFileStatus.h"
 #include "platform/FloatingWindows.h"
 #include "platform/SharingServices.h"
 #include "platform/WindowActivation.h"
@@ -22,6 +23,7 @@ class ClipSavedHUDModel final : public QObject {
     QML_UNCREATABLE("made by the program")
     Q_PROPERTY(QString title READ title NOTIFY contentChanged)
     Q_PROPERTY(QString caption READ caption NOTIFY contentChanged)
+    Q_PROPERTY(velmora::SmallFileStatus* smallFile READ smallFile CONSTANT)
     Q_PROPERTY(int shadowMargin READ shadowMargin NOTIFY shadowMarginChanged)
 
 public:
@@ -31,12 +33,14 @@ public:
         std::function<void(const std::filesystem::path&)> reveal;
         std::function<void(const std::filesystem::path&)> drag;  ///< out of the panel, while the pointer's button is held
         std::function<void()> preparePreview;  ///< one is likely to be asked for
+        std::shared_ptr<SmallFiles> smallFiles = {};  ///< null: there are none
     };
 
     explicit ClipSavedHUDModel(Actions actions);
 
     [[nodiscard]] QString title() const { return QString::fromStdString(content_.title); }
     [[nodiscard]] QString caption() const { return QString::fromStdString(content_.caption); }
+    [[nodiscard]] SmallFileStatus* smallFile() { return &smallFile_; }
     void setContent(HudPanel::Content content);
 
     /// What the window has around the panel for its shadow, in points; 0: there is no shadow, and the window's mask cuts the corners.
@@ -60,6 +64,7 @@ signals:
 private:
     const Actions actions_;
     HudPanel::Content content_;
+    SmallFileStatus smallFile_;
     int shadowMargin_ = 0;
 };
 

@@ -65,6 +65,12 @@ QuickContent makePicker(const WindowContentParts& parts)
     return content;
 }
 
+std::function<void(const std::filesystem::path&, const QPoint&)> shareMenuOf(const WindowContentParts& parts)
+{
+    return [sharing = parts.services.platform.sharingServices, smallFiles = parts.smallFiles](
+               const std::filesystem::path& file, const QPoint& position) { popUpShareMenu(sharing, smallFiles, file, position); };
+}
+
 QuickContent makePreview(const WindowDescription& description, const WindowContentParts& parts)
 {
     const auto& platform = parts.services.platform;
@@ -77,8 +83,7 @@ QuickContent makePreview(const WindowDescription& description, const WindowConte
             .library = parts.instances.library,
             .mainExecutor = parts.services.mainExecutor,
             .runningExports = parts.runningExports,
-            .share = [sharing = platform.sharingServices](
-                         const std::filesystem::path& file, const QPoint& position) { popUpShareMenu(sharing, file, position); },
+            .share = shareMenuOf(parts),
             .reveal = [workspace = platform.workspace](
                           const std::filesystem::path& file) { workspace->activateFileViewerSelecting({file}); },
             .fileBrowserName = [workspace = platform.workspace] { return workspace->fileBrowserName(); },
@@ -90,6 +95,7 @@ QuickContent makePreview(const WindowDescription& description, const WindowConte
                         presenting->presentPlayingClip(file);
                 },
             .drag = makeClipDrags(parts.services),
+            .smallFiles = parts.smallFiles,
         });
     auto* preview = model.get();
     if (description.playsAtOnce)
@@ -126,14 +132,14 @@ QuickContent makeClips(const WindowContentParts& parts)
                 if (const auto presenting = windows())
                     presenting->presentClipPreview(file);
             },
-        .share = [sharing = platform.sharingServices](
-                     const std::filesystem::path& file, const QPoint& position) { popUpShareMenu(sharing, file, position); },
+        .share = shareMenuOf(parts),
         .copy = [sharing = platform.sharingServices](
                     const std::filesystem::path& file) { sharing->perform(platform::copyFileService, file); },
         .reveal = [workspace = platform.workspace](
                       const std::vector<std::filesystem::path>& files) { workspace->activateFileViewerSelecting(files); },
         .drag = makeClipDrags(parts.services),
         .fileBrowserName = [workspace = platform.workspace] { return workspace->fileBrowserName(); },
+        .smallFiles = parts.smallFiles,
     });
     auto* clips = model.get();
     auto content = contentOf("qrc:/Velmora/Library/ClipsView.qml", std::move(model));

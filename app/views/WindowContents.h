@@ -6,6 +6,7 @@
 #include "app/menu/TrayHost.h"
 #include "app/views/QuickWindows.h"
 #include "library/views/RunningExports.h"
+#include "library/views/SmallFiles.h"
 #include "platform/Player.h"
 #include "system/SharedServices.h"
 
@@ -21,6 +22,7 @@ struct WindowContentParts {
     std::shared_ptr<RunningExports> runningExports;  ///< keeps what previews export
     std::function<std::shared_ptr<WindowPresenting>()> windows;  ///< none before there is a delegate and after
     const TrayHost& trayHost;
+    std::shared_ptr<SmallFiles> smallFiles;
 };
 
 /// Has the views of the windows that a menu leads to, the picker and the preview, read in advance: for when a menu opens.

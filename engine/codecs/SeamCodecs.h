@@ -16,9 +16,9 @@
 namespace velmora::engine {
 
 /// Decodes packets of AAC-LC, each after the one before it. Used on one thread.
-class SoundDecoder {
+class PacketDecoder {
 public:
-    virtual ~SoundDecoder() = default;
+    virtual ~PacketDecoder() = default;
 
     /// The packet's frames, interleaved: of the first packet, its own half alone.
     virtual Result<std::vector<float>> decode(std::span<const std::byte> packet) = 0;
@@ -47,7 +47,7 @@ public:
 struct SeamCodecs {
     AudioEncoderFactory makeAudioEncoder;
     /// `format` is AAC-LC with its AudioSpecificConfig.
-    std::function<Result<std::unique_ptr<SoundDecoder>>(const AudioFormat& format)> makeSoundDecoder;
+    std::function<Result<std::unique_ptr<PacketDecoder>>(const AudioFormat& format)> makePacketDecoder;
     /// `format` is H.264 with its parameter sets; those of the new pictures have the number `parameterSet`.
     std::function<Result<std::unique_ptr<PictureReencoder>>(const VideoFormat& format, int parameterSet)> makePictureReencoder;
 };

@@ -1,6 +1,6 @@
 #include "engine/files/AssetReader.h"
 
-#include "media/mp4/BoxReader.h"
+#include "engine/files/CodecConfiguration.h"
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/PosixFile.h"
 #include "media/mp4/ShownSamples.h"
@@ -57,25 +57,6 @@ Result<std::vector<MediaTime>> readPictureTimes(const std::filesystem::path& pat
     if (!track)
         return fail(track.error());
     return mp4::pictureTimes(movie->movie, **track);
-}
-
-/// The format with its codec's configuration, which the model keeps for H.264 only.
-VideoFormat decodableFormat(const mp4::Track& track)
-{
-    auto format = *track.format->video();
-    if (!format.decoderConfiguration.empty())
-        return format;
-    // ISO 14496-12 12.1.3: boxes follow 78 bytes of a visual sample entry.
-    constexpr std::size_t fieldsSize = 78;
-    mp4::ByteReader entry{track.sampleEntry};
-    const auto box = mp4::nextBox(entry);
-    if (!box || box->payload.size() < fieldsSize)
-        return format;
-    for (const auto type : {FourCharacterCode{"hvcC"}, FourCharacterCode{"av1C"}}) {
-        if (const auto configuration = mp4::findBox(box->payload.subspan(fieldsSize), type))
-            format.decoderConfiguration.assign(configuration->payload.begin(), configuration->payload.end());
-    }
-    return format;
 }
 
 /// How a track's matrix (ISO 14496-12 8.3.2) turns and mirrors; anything else it does is ignored.
@@ -176,7 +157,7 @@ Result<PixelBufferRef> readPicture(const std::filesystem::path& path, MediaTime 
     const Orientation orientation{track->matrix};
     if (orientation.swapsAxes)
         std::swap(maximumWidth, maximumHeight);
-    const auto decoder = makeDecoder(decodableFormat(*track), {shown->presentationTime, maximumWidth, maximumHeight});
+    const auto decoder = makeDecoder(decodablePictures(*track), {shown->presentationTime, maximumWidth, maximumHeight});
     if (!decoder)
         return fail(decoder.error());
     auto picture = decode(**file, track->samples, *shown, **decoder);

@@ -16,7 +16,7 @@ namespace velmora::engine {
 /// Decodes the packets of one source, best one after the other.
 class SourceSound {
 public:
-    using DecoderFactory = decltype(SeamCodecs::makeSoundDecoder);
+    using DecoderFactory = decltype(SeamCodecs::makePacketDecoder);
 
     /// All have to live as long as this.
     SourceSound(mp4::File& file, const AudioFormat& format, const std::vector<mp4::Sample>& packets, const DecoderFactory& makeDecoder)
@@ -45,7 +45,7 @@ private:
     const AudioFormat& format_;
     const std::vector<mp4::Sample>& packets_;
     const DecoderFactory& makeDecoder_;
-    std::unique_ptr<SoundDecoder> decoder_;
+    std::unique_ptr<PacketDecoder> decoder_;
     std::size_t next_ = 0;
     std::deque<Decoded> latest_;
 };

@@ -1,7 +1,6 @@
 #include "engine/files/ExportSessions.h"
 
 #include "base/Mutex.h"
-#include "base/SerialQueue.h"
 #include "engine/files/SeamEncoder.h"
 #include "media/mp4/PendingFile.h"
 #include "media/mp4/PosixFile.h"
@@ -10,8 +9,6 @@
 #include <atomic>
 #include <cassert>
 #include <cerrno>
-#include <cstdint>
-#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,16 +22,15 @@ class Export {
 public:
     using Status = platform::ExportSession::Status;
 
-    struct Source {
-        std::unique_ptr<mp4::File> file;
-        std::string name;
-    };
-
-    Export(std::vector<Source> sources, SeamCodecs codecs) : sources_(std::move(sources)), codecs_(std::move(codecs)) { }
+    Export(std::unique_ptr<ExportWork> work, std::string label, SerialQueue::QualityOfService qualityOfService)
+        : work_(std::move(work))
+        , queue_(std::move(label), qualityOfService)
+    {
+    }
 
     // Before the work begins.
     platform::ExportSession::NextOutputURL nextOutputURL;
-    TimeRange range{MediaTime::zero(), {std::numeric_limits<std::int64_t>::max(), 1}};
+    TimeRange range = wholeClip;
     std::vector<TimeRange> cuts;
 
     void setOutputURL(const std::filesystem::path& url)
@@ -98,9 +94,9 @@ private:
     void run()
     {
         auto result = write();
-        sources_.clear();
+        work_.reset();
         MutexLock lock(mutex_);
-        if (result && *result == mp4::TrimOutcome::written) {
+        if (result && *result) {
             status_ = Status::completed;
             progress_ = 1;
         } else if (isCancelled_) {
@@ -113,50 +109,53 @@ private:
         }
     }
 
-    Result<mp4::TrimOutcome> write()
+    /// False: cancelled.
+    Result<bool> write()
     {
         {
             MutexLock lock(mutex_);
             if (isCancelled_)
-                return mp4::TrimOutcome::cancelled;
+                return false;
             status_ = Status::exporting;
         }
-        std::vector<mp4::KeptFile> kept;
-        std::vector<mp4::File*> files;
-        for (const auto& source : sources_) {
-            kept.push_back({source.file.get(), source.name, range, cuts});
-            files.push_back(source.file.get());
-        }
-        auto splice = mp4::readAndPlanSplice(kept);
-        if (!splice)
-            return fail(splice.error());
-        // Before anything is in the folder: what cannot be encoded leaves nothing there for a moment.
-        const auto anew = encodeSeams(files, *splice, codecs_, [this](double done) {
-            progress_ = done * shareOfSeams;
-            return !isCancelled();
-        });
-        if (!anew)
-            return fail(anew.error());
-        if (!*anew)
-            return mp4::TrimOutcome::cancelled;
-        const auto pending = createOutput();
-        if (!pending)
-            return fail(pending.error());
-        if (!*pending)
-            return mp4::TrimOutcome::cancelled;
-        const double before = splice->plan.isTrim ? 0 : shareOfSeams;
-        auto outcome = mp4::writeSplice(files, splice->plan, **anew, (*pending)->file(), [this, before](double done) {
-            // The last part is the disk's.
-            progress_ = before + done * (0.99 - before);
-            return !isCancelled();
-        });
-        if (!outcome || *outcome == mp4::TrimOutcome::cancelled)
-            return outcome;
-        if (const auto synced = (*pending)->sync(); !synced)
+        std::shared_ptr<mp4::PendingFile> pending;
+        ExportWork::Surroundings surroundings{.range = range,
+            .cuts = cuts,
+            .folder = folder(),
+            .createOutput = [&]() -> Result<mp4::File*> {
+                auto created = createOutput();
+                if (!created)
+                    return fail(created.error());
+                pending = std::move(*created);
+                return pending ? &pending->file() : nullptr;
+            },
+            .createScratch = [this] { return mp4::createNamelessFile(folder()); },
+            .progress =
+                [this](double done) {
+                    // The last part is the disk's.
+                    progress_ = done * 0.99;
+                    return !isCancelled();
+                }};
+        const auto written = work_->write(surroundings);
+        if (!written || !*written)
+            return written;
+        assert(pending);
+        if (const auto synced = pending->sync(); !synced)
             return fail(synced.error());
-        if (const auto published = publish(**pending); !published)
+        if (const auto published = publish(*pending); !published)
             return fail(published.error());
-        return mp4::TrimOutcome::written;
+        return true;
+    }
+
+    [[nodiscard]] std::filesystem::path folder() const
+    {
+        MutexLock lock(mutex_);
+        return folderOfOutput();
+    }
+
+    [[nodiscard]] std::filesystem::path folderOfOutput() const REQUIRES(mutex_)
+    {
+        return outputURL_.has_parent_path() ? outputURL_.parent_path() : std::filesystem::path{"."};
     }
 
     /// None when the export is cancelled: after that nothing may appear in the folder.
@@ -165,7 +164,7 @@ private:
         MutexLock lock(mutex_);
         if (isCancelled_)
             return nullptr;
-        const auto folder = outputURL_.has_parent_path() ? outputURL_.parent_path() : std::filesystem::path{"."};
+        const auto folder = folderOfOutput();
         // This folder may not be the one that the program tidies up when it starts.
         mp4::removeAbandonedFiles(folder);
         auto created = mp4::PendingFile::create(folder);
@@ -193,11 +192,7 @@ private:
         }
     }
 
-    /// Of the progress, where there are any.
-    static constexpr double shareOfSeams = 0.8;
-
-    std::vector<Source> sources_;  // on the queue
-    const SeamCodecs codecs_;
+    std::unique_ptr<ExportWork> work_;  // on the queue
     std::atomic<double> progress_{0};
 
     mutable Mutex mutex_;
@@ -208,15 +203,12 @@ private:
     std::optional<Error> error_ GUARDED_BY(mutex_);
     std::weak_ptr<mp4::PendingFile> pending_ GUARDED_BY(mutex_);
 
-    SerialQueue queue_{"com.velmora.export", SerialQueue::QualityOfService::utility};
+    SerialQueue queue_;
 };
 
 class Mp4ExportSession final : public platform::ExportSession {
 public:
-    Mp4ExportSession(std::vector<Export::Source> sources, const SeamCodecs& codecs)
-        : export_(std::make_shared<Export>(std::move(sources), codecs))
-    {
-    }
+    explicit Mp4ExportSession(std::shared_ptr<Export> work) : export_(std::move(work)) { }
     ~Mp4ExportSession() override { export_->cancel(); }
     Mp4ExportSession(const Mp4ExportSession&) = delete;
     Mp4ExportSession& operator=(const Mp4ExportSession&) = delete;
@@ -240,6 +232,51 @@ private:
     platform::AssetFileType fileType_ = platform::AssetFileType::mpeg4;
 };
 
+/// What is kept of clips, of which only what lies at seams is encoded.
+class Splice final : public ExportWork {
+public:
+    struct Source {
+        std::unique_ptr<mp4::File> file;
+        std::string name;
+    };
+
+    Splice(std::vector<Source> sources, SeamCodecs codecs) : sources_(std::move(sources)), codecs_(std::move(codecs)) { }
+
+    Result<bool> write(const Surroundings& surroundings) override
+    {
+        std::vector<mp4::KeptFile> kept;
+        std::vector<mp4::File*> files;
+        for (const auto& source : sources_) {
+            kept.push_back({source.file.get(), source.name, surroundings.range, surroundings.cuts});
+            files.push_back(source.file.get());
+        }
+        auto splice = mp4::readAndPlanSplice(kept);
+        if (!splice)
+            return fail(splice.error());
+        const double shareOfSeams = splice->plan.isTrim ? 0 : 0.8;
+        // Before anything is in the folder: what cannot be encoded leaves nothing there for a moment.
+        const auto anew = encodeSeams(files, *splice, codecs_, [&](double done) { return surroundings.progress(done * shareOfSeams); });
+        if (!anew)
+            return fail(anew.error());
+        if (!*anew)
+            return false;
+        const auto output = surroundings.createOutput();
+        if (!output)
+            return fail(output.error());
+        if (!*output)
+            return false;
+        const auto outcome = mp4::writeSplice(files, splice->plan, **anew, **output,
+            [&](double done) { return surroundings.progress(shareOfSeams + done * (1 - shareOfSeams)); });
+        if (!outcome)
+            return fail(outcome.error());
+        return *outcome == mp4::TrimOutcome::written;
+    }
+
+private:
+    const std::vector<Source> sources_;
+    const SeamCodecs codecs_;
+};
+
 class Mp4ExportSessions final : public platform::ExportSessionFactory {
 public:
     explicit Mp4ExportSessions(SeamCodecs codecs) : codecs_(std::move(codecs)) { }
@@ -253,14 +290,15 @@ public:
     Result<std::shared_ptr<platform::ExportSession>> makeJoinSession(
         const std::vector<std::filesystem::path>& assets, platform::ExportPreset) override
     {
-        std::vector<Export::Source> sources;
+        std::vector<Splice::Source> sources;
         for (const auto& asset : assets) {
             auto file = mp4::PosixFile::openForReading(asset);
             if (!file)
                 return fail(file.error());
             sources.push_back({std::move(*file), asset.filename().native()});
         }
-        return std::make_shared<Mp4ExportSession>(std::move(sources), codecs_);
+        return engine::makeExportSession(
+            std::make_unique<Splice>(std::move(sources), codecs_), "com.velmora.export", SerialQueue::QualityOfService::utility);
     }
 
 private:
@@ -268,6 +306,12 @@ private:
 };
 
 }  // namespace
+
+std::shared_ptr<platform::ExportSession> makeExportSession(
+    std::unique_ptr<ExportWork> work, std::string label, SerialQueue::QualityOfService qualityOfService)
+{
+    return std::make_shared<Mp4ExportSession>(std::make_shared<Export>(std::move(work), std::move(label), qualityOfService));
+}
 
 std::shared_ptr<platform::ExportSessionFactory> makeExportSessions(SeamCodecs codecs)
 {

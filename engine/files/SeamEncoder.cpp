@@ -114,7 +114,7 @@ public:
         , format_(*trackOf(splice.movies.front().movie, false)->format->audio())
     {
         for (std::size_t i = 0; i < files.size(); ++i)
-            sources_.emplace_back(*files[i], format_, splice_.sources[i].packets, codecs.makeSoundDecoder);
+            sources_.emplace_back(*files[i], format_, splice_.sources[i].packets, codecs.makePacketDecoder);
     }
 
     Result<bool> encode(mp4::AnewMedia& anew)
@@ -168,7 +168,7 @@ private:
 
     Result<std::unique_ptr<AudioEncoder>> makeEncoder() const
     {
-        if (!codecs_.makeAudioEncoder || !codecs_.makeSoundDecoder)
+        if (!codecs_.makeAudioEncoder || !codecs_.makePacketDecoder)
             return notEncodedHere("The sound at a seam cannot be encoded here.");
         auto encoder = codecs_.makeAudioEncoder(
             {.channelCount = format_.channelCount, .sampleRate = splice_.rate, .bitRate = bitRateOfAChannel * format_.channelCount});

@@ -42,6 +42,10 @@ ClipPreviewModel::ClipPreviewModel(std::filesystem::path clipURL, Services servi
     : QObject(parent)
     , clipURL_(std::move(clipURL))
     , services_(std::move(services))
+    , smallFile_(services_.smallFiles, [this] {
+        const bool isOfSavedClip = hasSavedClip() && services_.smallFiles->status(savedClip_);
+        return std::optional{isOfSavedClip ? savedClip_ : clipURL_};
+    })
 {
 }
 

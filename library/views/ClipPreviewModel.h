@@ -5,6 +5,7 @@
 #include "library/ClipLibrary.h"
 #include "library/views/PreviewCut.h"
 #include "library/views/RunningExports.h"
+#include "library/views/SmallFileStatus.h"
 #include "platform/Asset.h"
 #include "platform/FileManager.h"
 #include "platform/Player.h"
@@ -58,6 +59,7 @@ class ClipPreviewModel final : public QObject {
     Q_PROPERTY(QString trimStatusMessage READ trimStatusMessage NOTIFY exportChanged)
     Q_PROPERTY(bool hasSavedClip READ hasSavedClip NOTIFY exportChanged)
     Q_PROPERTY(QString revealRemark READ revealRemark CONSTANT)
+    Q_PROPERTY(velmora::SmallFileStatus* smallFile READ smallFile CONSTANT)
     Q_PROPERTY(double volume READ volume NOTIFY soundChanged)
     Q_PROPERTY(bool isMuted READ isMuted NOTIFY soundChanged)
     Q_PROPERTY(double heardVolume READ heardVolume NOTIFY soundChanged)
@@ -79,6 +81,7 @@ public:
         std::function<void(const std::filesystem::path&)> copy;  ///< to the clipboard
         std::function<void(const std::filesystem::path&)> play;  ///< in a window of its own
         std::function<void(std::vector<std::filesystem::path>)> drag;  ///< out of the window, while the pointer's button is held
+        std::shared_ptr<SmallFiles> smallFiles = {};  ///< null: there are none
     };
 
     /// Thumbnails in the filmstrip, once all are there.
@@ -129,6 +132,8 @@ public:
     [[nodiscard]] const QString& trimStatusMessage() const { return trimStatusMessage_; }
     /// Whether the message names a clip that was saved here: what the calls at its side are for.
     [[nodiscard]] bool hasSavedClip() const { return !savedClip_.empty(); }
+    /// Of the clip that was saved here, or of the whole one.
+    [[nodiscard]] SmallFileStatus* smallFile() { return &smallFile_; }
     /// In hundredths of what is in the file.
     [[nodiscard]] double volume() const { return volume_; }
     [[nodiscard]] bool isMuted() const { return isMuted_; }
@@ -256,6 +261,7 @@ private:
     bool isExportingTrim_ = false;
     QString trimStatusMessage_;
     std::filesystem::path savedClip_;
+    SmallFileStatus smallFile_;
     double volume_ = fullVolume;
     bool isMuted_ = false;
     std::vector<MediaTime> pictureTimes_;

@@ -553,6 +553,11 @@ Rectangle {
                     Accessible.name: text
                     Accessible.ignored: text === ""
                 }
+                SmallFileLine {
+                    Layout.fillWidth: true
+                    Layout.maximumWidth: implicitWidth
+                    status: root.model.smallFile
+                }
                 DragGrip {
                     visible: root.model.hasSavedClip
                     text: "Trimmed Clip to Drag"

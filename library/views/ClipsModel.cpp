@@ -38,6 +38,7 @@ ClipsModel::ClipsModel(Services services, QObject* parent)
     , services_(std::move(services))
     , folder_(services_.folder)
     , shownClips_(folder_, services_.thumbnails, services_.folder.mainExecutor)
+    , smallFile_(services_.smallFiles, [this] { return services_.smallFiles->newest(); })
 {
     connect(&folder_, &ClipFolder::changed, this, [this] { update(); });
     connect(&folder_, &ClipFolder::durationLoaded, this, &ClipsModel::lengthLoaded);

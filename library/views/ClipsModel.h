@@ -7,6 +7,7 @@
 #include "library/ClipSelection.h"
 #include "library/views/ClipLines.h"
 #include "library/views/ShownClips.h"
+#include "library/views/SmallFileStatus.h"
 #include "platform/Clock.h"
 
 #include <QAbstractListModel>
@@ -46,6 +47,7 @@ class ClipsModel final : public QAbstractListModel {
     Q_PROPERTY(bool canRename READ canRename NOTIFY statusChanged)
     Q_PROPERTY(bool canTrash READ canTrash NOTIFY statusChanged)
     Q_PROPERTY(QString revealRemark READ revealRemark CONSTANT)
+    Q_PROPERTY(velmora::SmallFileStatus* smallFile READ smallFile CONSTANT)
 
 public:
     /// A line's heading is the day that begins with it, else empty.
@@ -62,6 +64,7 @@ public:
         std::function<void(const std::vector<std::filesystem::path>&)> reveal;
         std::function<void(std::vector<std::filesystem::path>)> drag;  ///< out of the window, while the pointer's button is held
         std::function<std::string()> fileBrowserName = {};  ///< what people call it here; empty where that is not known
+        std::shared_ptr<SmallFiles> smallFiles = {};  ///< null: there are none
     };
 
     explicit ClipsModel(Services services, QObject* parent = nullptr);
@@ -102,6 +105,9 @@ public:
     [[nodiscard]] bool canRename() const { return canOpen() && folder_.isWritable() && !isMoving_; }
     [[nodiscard]] bool canTrash() const { return canReveal() && folder_.isWritable() && !isMoving_; }
     [[nodiscard]] QString revealRemark() const;
+
+    /// Of the clip that was asked for last.
+    [[nodiscard]] SmallFileStatus* smallFile() { return &smallFile_; }
 
     /// A press of the pointer on a clip, with Qt::KeyboardModifiers.
     Q_INVOKABLE void click(int number, int modifiers);
@@ -189,6 +195,7 @@ private:
     const Services services_;
     ClipFolder folder_;
     ShownClips shownClips_;
+    SmallFileStatus smallFile_;
     std::vector<FolderClipRef> shown_;
     std::vector<ClipLine> lines_;
     ClipSelection selection_;

@@ -189,6 +189,11 @@ Rectangle {
                 Accessible.role: Accessible.StatusBar
                 Accessible.name: text
             }
+            SmallFileLine {
+                Layout.fillWidth: true
+                Layout.maximumWidth: implicitWidth
+                status: root.model.smallFile
+            }
             TextButton {
                 text: "Undo"
                 compact: true

@@ -38,9 +38,8 @@ bool isHiddenName(std::string_view name)
     return digits.find_first_not_of("0123456789abcdef") == std::string_view::npos;
 }
 
-}  // namespace
-
-Result<std::unique_ptr<PendingFile>> PendingFile::create(const std::filesystem::path& folder)
+/// With its lock.
+Result<std::unique_ptr<File>> createHidden(const std::filesystem::path& folder)
 {
     std::random_device random;
     for (;;) {
@@ -50,13 +49,33 @@ Result<std::unique_ptr<PendingFile>> PendingFile::create(const std::filesystem::
             const auto locked = (*file)->tryLock();
             if (locked && (!*locked || !(*file)->isStillInFolder()))
                 continue;
-            return std::unique_ptr<PendingFile>{new PendingFile{std::move(*file)}};
+            return file;
         }
         if (file.error().code == EEXIST)
             continue;
         // The hidden name is nobody's concern.
         return fail(posixError(file.error().code, folder.native()));
     }
+}
+
+}  // namespace
+
+Result<std::unique_ptr<PendingFile>> PendingFile::create(const std::filesystem::path& folder)
+{
+    auto file = createHidden(folder);
+    if (!file)
+        return fail(file.error());
+    return std::unique_ptr<PendingFile>{new PendingFile{std::move(*file)}};
+}
+
+Result<std::unique_ptr<File>> createNamelessFile(const std::filesystem::path& folder)
+{
+    auto file = createHidden(folder);
+    if (!file)
+        return file;
+    if (const auto removed = (*file)->removeFromFolder(); !removed)
+        return fail(removed.error());
+    return file;
 }
 
 PendingFile::~PendingFile()

@@ -39,6 +39,10 @@ private:
     const std::unique_ptr<File> file_;
 };
 
+/// An empty file on the volume of `folder` that has no name and goes with its object, or with the process however that ends. Fails with the
+/// system's error if no file can be created in `folder`.
+Result<std::unique_ptr<File>> createNamelessFile(const std::filesystem::path& folder);
+
 /// Removes the files in `folder` that have such a hidden name and no owner: those of a process that was killed. A lock goes with its
 /// process, however that ends, so a file whose lock can be taken has no owner; without locks in the file system, nothing is removed.
 /// Returns how many were removed. Any thread.

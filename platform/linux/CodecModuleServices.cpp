@@ -1,6 +1,7 @@
 #include "platform/linux/CodecModuleServices.h"
 
 #include "engine/files/AssetReader.h"
+#include "engine/sharing/ClipTranscoder.h"
 #include "platform/linux/ffmpeg/CodecLoader.h"
 
 #include <string>
@@ -62,12 +63,12 @@ Result<std::unique_ptr<engine::PictureDecoder>> makePictureDecoder(const VideoFo
     return (*module)->makePictureDecoder(format, request);
 }
 
-Result<std::unique_ptr<engine::SoundDecoder>> makeSoundDecoder(const AudioFormat& format)
+Result<std::unique_ptr<engine::PacketDecoder>> makePacketDecoder(const AudioFormat& format)
 {
     const auto module = codecModule();
     if (!module)
         return fail(module.error());
-    return (*module)->makeSoundDecoder(format);
+    return (*module)->makePacketDecoder(format);
 }
 
 Result<std::unique_ptr<engine::PictureReencoder>> makePictureReencoder(const VideoFormat& format, int parameterSet)
@@ -98,7 +99,17 @@ std::shared_ptr<platform::AssetReader> makeAssetReader()
 
 engine::SeamCodecs makeSeamCodecs()
 {
-    return {makeAudioEncoder, makeSoundDecoder, makePictureReencoder};
+    return {makeAudioEncoder, makePacketDecoder, makePictureReencoder};
+}
+
+std::shared_ptr<platform::ClipTranscoder> makeClipTranscoder()
+{
+    return engine::makeClipTranscoder([]() -> Result<std::unique_ptr<engine::ClipCodecs>> {
+        const auto module = codecModule();
+        if (!module)
+            return fail(module.error());
+        return (*module)->makeClipCodecs();
+    });
 }
 
 Result<std::unique_ptr<engine::PictureScaler>> makePictureScaler()

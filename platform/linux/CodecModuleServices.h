@@ -7,6 +7,7 @@
 #include "engine/files/AssetWriter.h"
 #include "platform/Asset.h"
 #include "platform/AssetWriter.h"
+#include "platform/ClipTranscoder.h"
 #include "platform/CompressionSession.h"
 
 #include <memory>
@@ -26,6 +27,9 @@ std::shared_ptr<platform::AssetReader> makeAssetReader();
 
 /// What encodes the seams of clips, from the module; where it cannot be loaded, each of them fails.
 engine::SeamCodecs makeSeamCodecs();
+
+/// A transcoder by the module's codecs; where it cannot be loaded, its sessions fail.
+std::shared_ptr<platform::ClipTranscoder> makeClipTranscoder();
 
 /// A scaler from the module.
 Result<std::unique_ptr<engine::PictureScaler>> makePictureScaler();

@@ -188,6 +188,7 @@ PlatformServices makePlatformServices(
     services.assetReader = makeAssetReader();
     services.thumbnails = makeThumbnails(services.assetReader, thumbnailsFolder(services.fileManager->homeDirectory()));
     services.exportSessions = engine::makeExportSessions(makeSeamCodecs());
+    services.clipTranscoder = makeClipTranscoder();
     services.players = makePlayers(services.assetReader, mainExecutor);
     services.quietNotificationCenter = makeUserNotificationCenter({.makeIcon = makeIcon, .isQuiet = true});
     services.userNotificationCenter = makeUserNotificationCenter({.makeIcon = std::move(makeIcon)});

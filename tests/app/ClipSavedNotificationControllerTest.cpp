@@ -71,7 +71,9 @@ protected:
         .windows = [this] { return windows; },
         .makePanel = [this] { return std::make_unique<LoggedPanel>(panel); },
         .describeClip = [](const std::filesystem::path& clip) { return "about " + clip.filename().string(); },
+        .isBusyWith = [this](const std::filesystem::path& clip) { return clip == busyWith; },
     });
+    std::filesystem::path busyWith;
 
     void save(double duration = 0, bool isFullDuration = true, const char* file = "/clips/a.mp4")
     {
@@ -280,6 +282,29 @@ TEST_F(ClipSavedNotificationControllerTest, AControllerThatIsGoneShowsNothing)
     controller.reset();
     executor->runAll();
     EXPECT_EQ(panel.panels, 0);
+}
+
+TEST_F(ClipSavedNotificationControllerTest, ThePanelStaysWhileACopyOfItsClipIsMadeAndAsLongAsAlwaysAfterThat)
+{
+    save();
+    panel.events.clear();
+    busyWith = "/clips/a.mp4";
+    clock->advance(60s);
+    EXPECT_THAT(panel.events, IsEmpty());
+    busyWith.clear();
+    clock->advance(7s);
+    EXPECT_THAT(panel.events, IsEmpty());
+    clock->advance(1s);
+    EXPECT_THAT(panel.events, ElementsAre("fade out 250"));
+}
+
+TEST_F(ClipSavedNotificationControllerTest, WorkOnAnotherClipDoesNotKeepThePanel)
+{
+    save();
+    panel.events.clear();
+    busyWith = "/clips/b.mp4";
+    clock->advance(7s);
+    EXPECT_THAT(panel.events, ElementsAre("fade out 250"));
 }
 
 }  // namespace

@@ -195,6 +195,33 @@ TEST(CommandLine, TakesTimesAsSecondsOrWithColons)
     EXPECT_EQ(start("1:02:03.5"), (MediaTime{37'235, 10}));
 }
 
+TEST(CommandLine, SharesOneFileWithinALimit)
+{
+    const auto share = commandOf<Share>({"share", "clip.mp4"});
+    EXPECT_EQ(share.file, std::filesystem::current_path() / "clip.mp4");
+    EXPECT_EQ(share.settings.limit, 10'000'000U);
+    EXPECT_FALSE(share.settings.hasConstantRate);
+    EXPECT_FALSE(share.output);
+    EXPECT_FALSE(share.json);
+    EXPECT_EQ(commandOf<Share>({"share", "a.mp4", "--limit", "25MB"}).settings.limit, 25'000'000U);
+    EXPECT_EQ(commandOf<Share>({"share", "a.mp4", "--limit=8 MiB", "--output", "b.mp4", "--json"}).settings.limit, 8'388'608U);
+    EXPECT_EQ(commandOf<Share>({"share", "a.mp4", "--output", "b.mp4"}).output, std::filesystem::current_path() / "b.mp4");
+    EXPECT_NE(complaint({"share", "a.mp4", "--limit", "much"}).find("10MB"), std::string::npos);
+    EXPECT_NE(complaint({"share", "a.mp4", "--limit", "0"}).find("10MB"), std::string::npos);
+    EXPECT_NE(complaint({"share"}).find("one file"), std::string::npos);
+    EXPECT_NE(complaint({"share", "a.mp4", "b.mp4"}).find("one file"), std::string::npos);
+}
+
+TEST(CommandLine, AConstantRateHasNoLimitUnlessTold)
+{
+    const auto constant = commandOf<Share>({"share", "a.mp4", "--format", "mp4-constant"}).settings;
+    EXPECT_TRUE(constant.hasConstantRate);
+    EXPECT_EQ(constant.limit, 0U);
+    EXPECT_EQ(commandOf<Share>({"share", "a.mp4", "--format", "mp4-constant", "--limit", "5"}).settings.limit, 5'000'000U);
+    EXPECT_FALSE(commandOf<Share>({"share", "a.mp4", "--format", "mp4"}).settings.hasConstantRate);
+    EXPECT_NE(complaint({"share", "a.mp4", "--format", "avi"}).find("mp4-constant"), std::string::npos);
+}
+
 TEST(CommandLine, RefusesWhatIsNoTime)
 {
     for (const auto* text : {"", "-1", "+1", "soon", "inf", "nan", "1e3", "0x10", "1.", ".5", "1.2.3", "1:5", "1:60", "1:75.5", ":30",
@@ -327,6 +354,7 @@ TEST(CommandLine, UnderstandsEveryCommandThatIsDescribedWithEveryOption)
                 if (option.argument)
                     arguments.append(option.name == "end" ? QStringLiteral("2")
                             : option.name == "cut"        ? QStringLiteral("3-4")
+                            : option.name == "format"     ? QStringLiteral("mp4")
                                                           : QStringLiteral("1"));
             }
             if (command.argument)
@@ -337,7 +365,7 @@ TEST(CommandLine, UnderstandsEveryCommandThatIsDescribedWithEveryOption)
             EXPECT_TRUE(understood.has_value()) << command.name << ": " << (understood ? "" : understood.error().toStdString());
         }
     }
-    EXPECT_EQ(count, 19);
+    EXPECT_EQ(count, 20);
 }
 
 TEST(CommandLine, ExplainsItselfInLinesOf80Columns)
@@ -364,7 +392,8 @@ TEST(CommandLine, WhatACommandDoesStandsIndentedUnderIt)
 /// The words of `text` whose letters are not cased as in a sentence.
 std::vector<std::string> misspelt(const QString& text)
 {
-    static const QStringList names{QStringLiteral("Ctrl+C"), QStringLiteral("Velmora"), QStringLiteral("Wayland")};
+    static const QStringList names{
+        QStringLiteral("Ctrl+C"), QStringLiteral("Shared"), QStringLiteral("Velmora"), QStringLiteral("Wayland")};
     std::vector<std::string> wrong;
     bool beginsSentence = true;
     for (const auto& typed : text.split(QLatin1Char(' '))) {

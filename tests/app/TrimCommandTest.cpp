@@ -4,6 +4,7 @@
 #include "library/PathUtilities.h"
 #include "platform/fake/FakeExportSession.h"
 #include "platform/fake/FakeFileManager.h"
+#include "tests/app/EventLoopExecutor.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <QCoreApplication>
@@ -17,16 +18,6 @@
 
 namespace velmora {
 namespace {
-
-/// Runs work from the event loop of the command.
-class EventLoopExecutor final : public Executor {
-public:
-    void async(UniqueFunction<void()> work) override
-    {
-        QTimer::singleShot(
-            0, QCoreApplication::instance(), [shared = std::make_shared<UniqueFunction<void()>>(std::move(work))] { (*shared)(); });
-    }
-};
 
 class TrimCommandTest : public testing::Test {
 protected:

@@ -9,6 +9,7 @@ extern "C" {
 #include <libavutil/buffer.h>
 #include <libavutil/dict.h>
 #include <libavutil/frame.h>
+#include <libswresample/swresample.h>
 #include <libswscale/swscale.h>
 }
 
@@ -22,6 +23,7 @@ struct AvFree {
 using AvFrame = std::unique_ptr<AVFrame, AvFree<AVFrame, av_frame_free>>;
 using AvPacket = std::unique_ptr<AVPacket, AvFree<AVPacket, av_packet_free>>;
 using AvCodecContext = std::unique_ptr<AVCodecContext, AvFree<AVCodecContext, avcodec_free_context>>;
+using AvResampler = std::unique_ptr<SwrContext, AvFree<SwrContext, swr_free>>;
 using AvBuffer = std::unique_ptr<AVBufferRef, AvFree<AVBufferRef, av_buffer_unref>>;
 
 struct FreeSwsContext {

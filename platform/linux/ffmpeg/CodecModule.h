@@ -4,6 +4,7 @@
 
 #include "base/Result.h"
 #include "engine/codecs/AudioEncoder.h"
+#include "engine/codecs/ClipCodecs.h"
 #include "engine/codecs/KeyFrameRequests.h"
 #include "engine/codecs/PictureDecoder.h"
 #include "engine/codecs/PictureScaler.h"
@@ -50,8 +51,11 @@ public:
         const VideoFormat& format, const engine::PictureRequest& request) = 0;
 
     /// As engine::SeamCodecs has them.
-    virtual Result<std::unique_ptr<engine::SoundDecoder>> makeSoundDecoder(const AudioFormat& format) = 0;
+    virtual Result<std::unique_ptr<engine::PacketDecoder>> makePacketDecoder(const AudioFormat& format) = 0;
     virtual Result<std::unique_ptr<engine::PictureReencoder>> makePictureReencoder(const VideoFormat& format, int parameterSet) = 0;
+
+    /// What encodes clips anew.
+    virtual std::unique_ptr<engine::ClipCodecs> makeClipCodecs() = 0;
 };
 
 }  // namespace velmora::linux_backend

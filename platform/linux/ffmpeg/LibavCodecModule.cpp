@@ -2,8 +2,10 @@
 
 #include "platform/linux/ffmpeg/LibavAudioEncoder.h"
 #include "platform/linux/ffmpeg/LibavCompressionSession.h"
+#include "platform/linux/ffmpeg/LibavPacketDecoder.h"
 #include "platform/linux/ffmpeg/LibavPictureDecoder.h"
 #include "platform/linux/ffmpeg/LibavPictureReencoder.h"
+#include "platform/linux/ffmpeg/LibavPictureTranscoder.h"
 #include "platform/linux/ffmpeg/LibavSoundDecoder.h"
 #include "platform/linux/ffmpeg/LibswscalePictureScaler.h"
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
@@ -16,6 +18,26 @@ extern "C" {
 }
 
 namespace velmora::linux_backend {
+
+namespace {
+
+class LibavClipCodecs final : public engine::ClipCodecs {
+public:
+    Result<std::unique_ptr<engine::PictureTranscoder>> makePictureTranscoder(const VideoFormat& format) override
+    {
+        return LibavPictureTranscoder::create(format);
+    }
+    Result<std::unique_ptr<engine::SoundDecoder>> makeSoundDecoder(const AudioFormat& format, std::int32_t channelCount) override
+    {
+        return LibavSoundDecoder::create(format, channelCount);
+    }
+    Result<std::unique_ptr<engine::AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings& settings) override
+    {
+        return LibavAudioEncoder::create(settings);
+    }
+};
+
+}  // namespace
 
 LibavCodecModule::LibavCodecModule()
 {
@@ -57,14 +79,19 @@ Result<std::unique_ptr<engine::PictureDecoder>> LibavCodecModule::makePictureDec
     return LibavPictureDecoder::create(format, request);
 }
 
-Result<std::unique_ptr<engine::SoundDecoder>> LibavCodecModule::makeSoundDecoder(const AudioFormat& format)
+Result<std::unique_ptr<engine::PacketDecoder>> LibavCodecModule::makePacketDecoder(const AudioFormat& format)
 {
-    return LibavSoundDecoder::create(format);
+    return LibavPacketDecoder::create(format);
 }
 
 Result<std::unique_ptr<engine::PictureReencoder>> LibavCodecModule::makePictureReencoder(const VideoFormat& format, int parameterSet)
 {
     return LibavPictureReencoder::create(format, parameterSet);
+}
+
+std::unique_ptr<engine::ClipCodecs> LibavCodecModule::makeClipCodecs()
+{
+    return std::make_unique<LibavClipCodecs>();
 }
 
 }  // namespace velmora::linux_backend

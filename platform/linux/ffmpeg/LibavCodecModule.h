@@ -16,8 +16,9 @@ public:
     std::unique_ptr<engine::PictureScaler> makePictureScaler() override;
     Result<std::unique_ptr<engine::PictureDecoder>> makePictureDecoder(
         const VideoFormat& format, const engine::PictureRequest& request) override;
-    Result<std::unique_ptr<engine::SoundDecoder>> makeSoundDecoder(const AudioFormat& format) override;
+    Result<std::unique_ptr<engine::PacketDecoder>> makePacketDecoder(const AudioFormat& format) override;
     Result<std::unique_ptr<engine::PictureReencoder>> makePictureReencoder(const VideoFormat& format, int parameterSet) override;
+    std::unique_ptr<engine::ClipCodecs> makeClipCodecs() override;
 };
 
 }  // namespace velmora::linux_backend

@@ -1,6 +1,6 @@
 #include "platform/linux/ffmpeg/LibavPictureDecoder.h"
 
-#include "platform/linux/ffmpeg/LibavDecoding.h"
+#include "platform/linux/ffmpeg/Decoders.h"
 #include "platform/linux/ffmpeg/LibavError.h"
 
 #include <algorithm>
@@ -12,31 +12,8 @@ namespace {
 
 constexpr const char* notDecoded = "The picture could not be decoded";
 
-/// The largest frame of H.264's highest level (ITU-T H.264 A.3.1, level 6.2), 8192 x 4352.
-constexpr std::int64_t largestPixelCount = std::int64_t{139264} * 256;
-
 /// No picture is worth decoding more than two minutes of 1080p at 30 pictures a second.
 constexpr std::int64_t mostDecodedPixels = std::int64_t{1920} * 1080 * 30 * 120;
-
-AVCodecID codecOf(FourCharacterCode code)
-{
-    const struct {
-        FourCharacterCode code;
-        AVCodecID codec;
-    } known[] = {
-        {"avc1", AV_CODEC_ID_H264},
-        {"avc3", AV_CODEC_ID_H264},
-        {"hvc1", AV_CODEC_ID_HEVC},
-        {"hev1", AV_CODEC_ID_HEVC},
-        {"vp09", AV_CODEC_ID_VP9},
-        {"av01", AV_CODEC_ID_AV1},
-    };
-    for (const auto& entry : known) {
-        if (entry.code == code)
-            return entry.codec;
-    }
-    return AV_CODEC_ID_NONE;
-}
 
 tl::unexpected<Error> failure(int averror)
 {
@@ -99,24 +76,13 @@ PictureSize fittedSize(std::int64_t width, std::int64_t height, std::int32_t max
 Result<std::unique_ptr<engine::PictureDecoder>> LibavPictureDecoder::create(
     const VideoFormat& format, const engine::PictureRequest& request)
 {
-    const auto* codec = avcodec_find_decoder(codecOf(format.codec));
-    if (!codec)
-        return failure(AVERROR_DECODER_NOT_FOUND);
     if (request.maximumWidth < 1 || request.maximumHeight < 1)
         return failure(AVERROR(EINVAL));
-    AvCodecContext context{avcodec_alloc_context3(codec)};
-    if (!context)
-        return failure(AVERROR(ENOMEM));
     // One picture is not worth starting threads, and each would hold pictures of its own.
-    context->thread_count = 1;
-    context->max_pixels = largestPixelCount;
-    context->width = format.width;
-    context->height = format.height;
-    if (const int status = setExtradata(*context, format.decoderConfiguration); status < 0)
-        return failure(status);
-    if (const int status = avcodec_open2(context.get(), codec, nullptr); status < 0)
-        return failure(status);
-    std::unique_ptr<LibavPictureDecoder> decoder{new LibavPictureDecoder(std::move(context), format, request)};
+    auto context = openDecoder(format, 1);
+    if (!context)
+        return failure(context.error());
+    std::unique_ptr<LibavPictureDecoder> decoder{new LibavPictureDecoder(std::move(*context), format, request)};
     if (!decoder->packet_ || !decoder->frame_)
         return failure(AVERROR(ENOMEM));
     return decoder;

@@ -1,7 +1,7 @@
 #include "platform/linux/ffmpeg/LibavPictureReencoder.h"
 
 #include "engine/codecs/AvcFormat.h"
-#include "platform/linux/ffmpeg/LibavDecoding.h"
+#include "platform/linux/ffmpeg/Decoders.h"
 #include "platform/linux/ffmpeg/LibavDifferences.h"
 #include "platform/linux/ffmpeg/LibavError.h"
 
@@ -29,22 +29,12 @@ tl::unexpected<Error> seamFailure(int averror)
 
 Result<std::unique_ptr<engine::PictureReencoder>> LibavPictureReencoder::create(const VideoFormat& format, int parameterSet)
 {
-    const auto* codec = avcodec_find_decoder(AV_CODEC_ID_H264);
-    if (!codec)
-        return seamFailure(AVERROR_DECODER_NOT_FOUND);
     if (!avcodec_find_encoder_by_name("libx264"))
         return seamFailure(AVERROR_ENCODER_NOT_FOUND);
-    AvCodecContext decoder{avcodec_alloc_context3(codec)};
+    auto decoder = openDecoder(format, 1);
     if (!decoder)
-        return seamFailure(AVERROR(ENOMEM));
-    decoder->thread_type = FF_THREAD_SLICE;
-    decoder->width = format.width;
-    decoder->height = format.height;
-    if (const int status = setExtradata(*decoder, format.decoderConfiguration); status < 0)
-        return seamFailure(status);
-    if (const int status = avcodec_open2(decoder.get(), codec, nullptr); status < 0)
-        return seamFailure(status);
-    std::unique_ptr<LibavPictureReencoder> reencoder{new LibavPictureReencoder(format, parameterSet, std::move(decoder))};
+        return seamFailure(decoder.error());
+    std::unique_ptr<LibavPictureReencoder> reencoder{new LibavPictureReencoder(format, parameterSet, std::move(*decoder))};
     if (!reencoder->packet_ || !reencoder->frame_)
         return seamFailure(AVERROR(ENOMEM));
     return reencoder;

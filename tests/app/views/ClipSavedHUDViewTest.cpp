@@ -3,6 +3,7 @@
 #include "tests/app/views/AppViews.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
+#include "tests/library/views/SmallFilesFixture.h"
 
 #include <QGuiApplication>
 #include <QStyleHints>
@@ -25,6 +26,7 @@ protected:
         static_cast<void>(window.grab());
     }
 
+    test::SmallFilesFixture copies;
     std::vector<std::string> calls;
     QPoint menuPlace;
     ClipSavedHUDModel model{{
@@ -37,9 +39,31 @@ protected:
         .reveal = [this](const std::filesystem::path& clip) { calls.push_back("reveal " + clip.string()); },
         .drag = [this](const std::filesystem::path& clip) { calls.push_back("drag " + clip.string()); },
         .preparePreview = [] {},
+        .smallFiles = copies.files,
     }};
     ViewTestWindow window{test::appView("ClipSavedHUDView"), model, QSize{340, 110}};
 };
+
+TEST_F(ClipSavedHUDViewTest, ShowsHowFarACopyOfItsClipIsInPlaceOfTheCaptionAndCancelsIt)
+{
+    say("Clip Saved (Full)", "The whole recording: 0:12, 12.3 MB");
+    copies.files->start("/clips/another.mp4", 10'000'000);
+    EXPECT_EQ(window.texts().join(QLatin1Char('|')).toStdString(),
+        "Clip Saved (Full)|The whole recording: 0:12, 12.3 MB|Preview & Trim|Share|Reveal");
+    copies.complete(0);
+    copies.files->start("/clips/a clip.mp4", 10'000'000);
+    copies.session(1).steps.advance(0.25);
+    copies.clock->advance(std::chrono::seconds{1});
+    static_cast<void>(window.grab());
+    EXPECT_EQ(window.texts().join(QLatin1Char('|')).toStdString(), "Clip Saved (Full)|Small file: 25 %|Cancel|Preview & Trim|Share|Reveal");
+    window.expectNothingIsCutOff({0, 0, 340, 110});
+    window.expectNoTextsOverlap();
+    QMetaObject::invokeMethod(&window.button(QStringLiteral("Cancel")), "clicked");
+    EXPECT_EQ(copies.session(1).steps.cancelCount, 1);
+    static_cast<void>(window.grab());
+    EXPECT_EQ(window.texts().join(QLatin1Char('|')).toStdString(),
+        "Clip Saved (Full)|The whole recording: 0:12, 12.3 MB|Preview & Trim|Share|Reveal");
+}
 
 TEST_F(ClipSavedHUDViewTest, HasTheIconTheTitleAndThreeButtonsInARow)
 {

@@ -9,6 +9,7 @@
 #include "app/views/HudPanelWindow.h"
 #include "app/views/StatusWindow.h"
 #include "tests/app/views/AppViews.h"
+#include "tests/library/views/SmallFilesFixture.h"
 #include "tests/support/CoordinatorFixture.h"
 #include "tests/support/Windows.h"
 
@@ -27,17 +28,25 @@ namespace {
 
 void drawPanels(const Gallery& gallery)
 {
+    SmallFilesFixture copies;
     ClipSavedHUDModel model{{.preview = [](const auto&) {},
         .share = [](const auto&, const auto&) {},
         .reveal = [](const auto&) {},
         .drag = [](const auto&) {},
-        .preparePreview = [] {}}};
+        .preparePreview = [] {},
+        .smallFiles = copies.files}};
     ViewTestWindow window{appView("ClipSavedHUDView"), model, {340, 110}};
     model.setContent(
         {.clip = "/clips/a.mp4", .title = "Clip Saved (Full)", .caption = "The whole recording: 0:12, 12.3 MB", .onDismiss = [] {}});
     gallery.draw("panel", window);
     window.button(QStringLiteral("Share")).forceActiveFocus(Qt::TabFocusReason);
     gallery.draw("panel-focus", window);
+    copies.files->start("/clips/a.mp4", 10'000'000);
+    copies.session(0).steps.advance(0.43);
+    copies.clock->advance(std::chrono::seconds{1});
+    gallery.draw("panel-small-file", window);
+    copies.complete(0);
+    gallery.draw("panel-small-file-copied", window);
 }
 
 void drawAlerts(const Gallery& gallery)

@@ -86,6 +86,7 @@ struct ClipsFixture {
                 },
             .drag = [this](const std::vector<std::filesystem::path>& files) { dragged.push_back(files); },
             .fileBrowserName = [this] { return fileBrowser; },
+            .smallFiles = smallFiles,
         });
         model->viewWillAppear();
         run();
@@ -159,6 +160,7 @@ struct ClipsFixture {
     std::vector<std::string> copied;
     std::vector<std::string> revealed;
     std::vector<std::vector<std::filesystem::path>> dragged;
+    std::shared_ptr<SmallFiles> smallFiles;  ///< before appear()
     std::string fileBrowser;
     std::unique_ptr<ClipsModel> model;
 };

@@ -4,6 +4,7 @@
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/library/views/ClipsFixture.h"
 #include "tests/library/views/ClipsView.h"
+#include "tests/library/views/SmallFilesFixture.h"
 
 #include <QColor>
 #include <QDir>
@@ -130,6 +131,34 @@ void drawStates(const QDir& directory)
     look("clips-gone");
 }
 
+void drawSmallFiles(const QDir& directory)
+{
+    SmallFilesFixture copies;
+    ClipsFixture fixture;
+    fixture.smallFiles = copies.files;
+    fill(fixture);
+    fixture.appear();
+    ViewTestWindow window{clipsView, *fixture.model, clipsViewSize};
+    static_cast<void>(window.grab());
+    fixture.run();
+    window.type(Qt::Key_Home);
+    const auto clip = fixture.folder() / "Sunset over the harbour.mp4";
+    copies.files->start(clip, 10'000'000);
+    copies.session(0).steps.advance(0.43);
+    copies.clock->advance(std::chrono::seconds{1});
+    draw(directory, "clips-small-file", window);
+    setTextScale(window.engine(), 1.5);
+    draw(directory, "clips-small-file-large-text", window);
+    setTextScale(window.engine(), 1);
+    copies.complete(0);
+    draw(directory, "clips-small-file-copied", window);
+    copies.files->start(clip, 10'000'000);
+    copies.session(1).steps.fail(Error{"Velmora.Transcoding", 1,
+        "10 MB are too little for a clip of 83:20, even with the smallest pictures: it takes about 17 MB.", nullptr});
+    copies.executor->runAll();
+    draw(directory, "clips-small-file-failed", window);
+}
+
 }  // namespace
 }  // namespace velmora::test
 
@@ -143,5 +172,6 @@ int main(int count, char* arguments[])
     static_cast<void>(application());
     linkPreviewView();
     drawStates(QDir{QString::fromLocal8Bit(arguments[1])});
+    drawSmallFiles(QDir{QString::fromLocal8Bit(arguments[1])});
     return 0;
 }

@@ -42,7 +42,7 @@ engine::SeamCodecs codecs()
 {
     static auto& module = *new LibavCodecModule;
     return {[](const auto& settings) { return module.makeAudioEncoder(settings); },
-        [](const auto& format) { return module.makeSoundDecoder(format); },
+        [](const auto& format) { return module.makePacketDecoder(format); },
         [](const auto& format, int set) { return module.makePictureReencoder(format, set); }};
 }
 

@@ -1,0 +1,496 @@
+#include "engine/sharing/SmallFile.h"
+
+#include "engine/sharing/EncodedMovie.h"
+#include "engine/sharing/SmallFilePlan.h"
+#include "engine/sharing/SmallFileSearch.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <string>
+#include <utility>
+
+namespace velmora::engine {
+
+namespace {
+
+using platform::TranscodingErrorCode;
+using platform::TranscodingReport;
+
+/// Of the limit: what a round aims at, and what is enough.
+constexpr double aim = 0.965;
+constexpr double enough = 0.9;
+constexpr int mostRounds = 6;
+
+/// Without a limit.
+constexpr double goodQuality = 18;
+
+/// A first impression of a long clip, from parts of it.
+constexpr int probeParts = 6;
+constexpr double probeSeconds = 1.5;
+constexpr int mostProbes = 4;
+/// By how much a first impression may be wrong, and the least that another round changes; both in units of the quality.
+constexpr double toleratedGuess = 3;
+constexpr double leastStep = 0.2;
+
+/// How the size follows the number of pixels and of pictures, until it is measured.
+constexpr double pixelExponent = 0.75;
+constexpr double pictureExponent = 0.6;
+
+// What part of the work the steps are, for the progress.
+constexpr double soundShare = 0.04;
+constexpr double probesShare = 0.12;
+constexpr double roundShare = 0.62;
+constexpr double copyShare = 0.98;
+
+tl::unexpected<Error> failure(TranscodingErrorCode code, std::string description)
+{
+    return fail(std::string{platform::transcodingErrorDomain}, static_cast<int>(code), std::move(description));
+}
+
+/// Rounded up, so that what is said to suffice does.
+std::string sizeText(double bytes)
+{
+    const bool isSmall = bytes < 1e6;
+    char text[32];
+    std::snprintf(text, sizeof text, isSmall || bytes >= 10e6 ? "%.0f %s" : "%.1f %s",
+        isSmall ? std::ceil(bytes / 1e3) : std::ceil(bytes / 1e5) / 10, isSmall ? "KB" : "MB");
+    // The decimal point follows the locale.
+    std::replace(text, text + sizeof text, ',', '.');
+    return text;
+}
+
+std::string lengthText(double seconds)
+{
+    const auto whole = static_cast<long long>(std::llround(seconds));
+    char text[40];
+    std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
+    return text;
+}
+
+std::array<std::int32_t, 9> scaledMatrix(std::array<std::int32_t, 9> matrix, double x, double y)
+{
+    // What turns a picture moves it back to where it is seen, by its width or height (ISO 14496-12 6.2.2).
+    const bool swaps = matrix[0] == 0 && matrix[4] == 0;
+    matrix[6] = static_cast<std::int32_t>(std::lround(matrix[6] * (swaps ? y : x)));
+    matrix[7] = static_cast<std::int32_t>(std::lround(matrix[7] * (swaps ? x : y)));
+    return matrix;
+}
+
+class SmallFile {
+public:
+    SmallFile(mp4::File& file, const platform::TranscodingSettings& settings, const SmallFileTools& tools)
+        : file_(file)
+        , settings_(settings)
+        , tools_(tools)
+        , limit_(static_cast<double>(settings.limit))
+    {
+    }
+
+    /// None: cancelled.
+    Result<std::optional<TranscodingReport>> make()
+    {
+        auto source = ClipSource::open(file_);
+        if (!source)
+            return fail(source.error());
+        source_.emplace(std::move(*source));
+        if (source_->isWhole() && settings_.limit > 0 && source_->fileSize() <= settings_.limit && !settings_.hasConstantRate)
+            return copy();
+        chooseCandidates();
+        if (auto fits = checkLeast(); !fits)
+            return fail(fits.error());
+        auto pictures = tools_.codecs.makePictureTranscoder(source_->pictures().format);
+        if (!pictures)
+            return fail(pictures.error());
+        pictures_ = std::move(*pictures);
+        if (auto encoded = encodeTheSound(); !encoded)
+            return fail(encoded.error());
+        if (!isCancelled_ && settings_.limit > 0) {
+            if (auto chosen = chooseCandidate(); !chosen)
+                return fail(chosen.error());
+        }
+        if (!isCancelled_) {
+            if (auto encoded = encodeRounds(); !encoded)
+                return fail(encoded.error());
+        }
+        if (isCancelled_)
+            return std::nullopt;
+        return write();
+    }
+
+private:
+    struct Round {
+        std::unique_ptr<EncodedMovie> movie;
+        std::uint64_t size = 0;
+        double quality = 0;
+        double pictureBytes = 0;
+        std::size_t candidate = 0;
+        std::size_t pictureCount = 0;
+    };
+
+    bool report(double done)
+    {
+        done_ = std::max(done_, done);
+        if (!isCancelled_ && !tools_.progress(done_))
+            isCancelled_ = true;
+        return !isCancelled_;
+    }
+
+    Result<std::optional<TranscodingReport>> copy()
+    {
+        const auto target = tools_.makeTarget();
+        if (!target)
+            return fail(target.error());
+        if (!*target)
+            return std::nullopt;
+        const auto size = source_->fileSize();
+        std::vector<std::byte> buffer(std::size_t{1} << 20);
+        for (std::uint64_t done = 0; done < size;) {
+            if (!report(static_cast<double>(done) / static_cast<double>(size)))
+                return std::nullopt;
+            const auto block = std::min<std::uint64_t>(size - done, std::uint64_t{8} << 20);
+            const auto complete = (*target)->copyFrom(file_, done, done, block, buffer);
+            if (!complete)
+                return fail(complete.error());
+            if (!*complete)
+                return fail(mp4::makeError(mp4::ErrorCode::damaged, "The file became shorter while it was being copied."));
+            done += block;
+        }
+        TranscodingReport report;
+        report.isCopy = true;
+        report.size = size;
+        return report;
+    }
+
+    void chooseCandidates()
+    {
+        const auto& pictures = source_->pictures();
+        shape_ = {pictures.width, pictures.height, source_->length(), pictures.times};
+        candidates_ = pictureCandidates(shape_);
+        if (settings_.hasConstantRate) {
+            const auto rate = steadyRate(shape_);
+            std::erase_if(candidates_, [](const PictureCandidate& candidate) { return candidate.timing.largestRate > 0; });
+            for (auto& candidate : candidates_) {
+                candidate.timing.constantRate = rate;
+                candidate.pictureCount = static_cast<std::size_t>(source_->seconds() * rate) + 1;
+            }
+        }
+    }
+
+    /// Finds what no encoder could do before anything is encoded.
+    Result<void> checkLeast()
+    {
+        if (settings_.limit == 0)
+            return {};
+        const auto seconds = source_->seconds();
+        const auto& last = candidates_.back();
+        const auto packets = source_->sound() ? static_cast<std::size_t>(seconds * 48000 / 1024) : 0;
+        const auto sound = source_->sound() ? seconds * std::min(leastSoundBitRate / 8.0, source_->soundRate()) * 0.8 : 0;
+        // An encoded picture in which nothing moves has some twenty bytes.
+        const auto least =
+            sound + static_cast<double>(leastIndexSize(last.pictureCount, packets)) + 20.0 * static_cast<double>(last.pictureCount);
+        if (least > limit_)
+            return tooSmall(least);
+        return {};
+    }
+
+    [[nodiscard]] tl::unexpected<Error> tooSmall(double least) const
+    {
+        return failure(TranscodingErrorCode::limitTooSmall,
+            sizeText(limit_) + " are too little for a clip of " + lengthText(source_->seconds())
+                + ", even with the smallest pictures: it takes about " + sizeText(least) + ".");
+    }
+
+    Result<void> encodeTheSound()
+    {
+        if (!source_->sound())
+            return {};
+        constexpr double unlimited = 20000;
+        const auto rate = soundBitRate(
+            settings_.limit > 0 ? limit_ / source_->seconds() : unlimited, settings_.limit > 0 ? source_->soundRate() : unlimited);
+        auto scratch = tools_.makeScratch();
+        if (!scratch)
+            return fail(scratch.error());
+        auto encoded =
+            encodeSound(*source_, tools_.codecs, rate, std::move(*scratch), [this](double done) { return report(done * soundShare); });
+        if (!encoded)
+            return fail(encoded.error());
+        if (*encoded && (*encoded)->format)
+            sound_ = std::move(*encoded);
+        return {};
+    }
+
+    /// What is left for the bytes of pictures, as far as it can be known beforehand.
+    [[nodiscard]] double pictureBytes(const PictureCandidate& candidate, double ofTheLimit) const
+    {
+        const auto packets = sound_ ? sound_->packetSizes.size() : 0;
+        // Pictures at uneven times take some more.
+        const auto index =
+            static_cast<double>(leastIndexSize(candidate.pictureCount, packets)) + 8.0 * static_cast<double>(candidate.pictureCount);
+        return limit_ * ofTheLimit - index - (sound_ ? static_cast<double>(sound_->byteCount) : 0);
+    }
+
+    [[nodiscard]] PictureEncoding encodingOf(const PictureCandidate& candidate, double quality) const
+    {
+        PictureEncoding encoding;
+        encoding.width = candidate.width;
+        encoding.height = candidate.height;
+        encoding.timing = candidate.timing;
+        encoding.quality = quality;
+        encoding.end = source_->length();
+        // The user waits for it: a long clip in large pictures gets less work for each.
+        const auto pixels = static_cast<double>(candidate.pictureCount) * candidate.width * candidate.height;
+        constexpr double aLot = 4e9;
+        constexpr double some = 1e9;
+        encoding.effort = pixels > aLot ? ClipEffort::little : pixels > some ? ClipEffort::some : ClipEffort::much;
+        return encoding;
+    }
+
+    /// How many bytes the clip's pictures take with this quality, from parts of it; none when cancelled.
+    Result<std::optional<double>> probe(std::size_t index, double quality)
+    {
+        const auto& candidate = candidates_[index];
+        const auto length = source_->length();
+        const auto part = static_cast<std::int64_t>(probeSeconds * pictureTimescale);
+        const bool isWhole = length <= 2 * probeParts * part;
+        const int parts = isWhole ? 1 : probeParts;
+        double bytes = 0;
+        double keyFrames = 0;
+        double keyFrameBytes = 0;
+        for (int i = 0; i < parts; ++i) {
+            auto encoding = encodingOf(candidate, quality);
+            if (!isWhole) {
+                encoding.begin = (length - part) * (2 * i + 1) / (2 * parts);
+                encoding.end = encoding.begin + part;
+            }
+            const auto samples = source_->pictureSamples();
+            samples->seek(static_cast<double>(encoding.begin) / pictureTimescale);
+            const auto format = pictures_->transcode(
+                *samples, encoding, [this](std::int64_t) { return report(done_); },
+                [&](const EncodedPicture& picture) -> Result<bool> {
+                    bytes += static_cast<double>(picture.bytes.size());
+                    if (picture.time == 0) {
+                        ++keyFrames;
+                        keyFrameBytes += static_cast<double>(picture.bytes.size());
+                    }
+                    return true;
+                });
+            if (!format)
+                return fail(format.error());
+            if (isCancelled_)
+                return std::nullopt;
+            report(done_ + (soundShare + probesShare - done_) / (2 * parts));
+        }
+        if (isWhole)
+            return bytes;
+        // The parts begin with more key frames than the whole has.
+        constexpr double secondsBetweenKeyFrames = 8;
+        const auto others = (bytes - keyFrameBytes) * static_cast<double>(length) / static_cast<double>(part * parts);
+        return others + keyFrameBytes / std::max(1.0, keyFrames) * std::ceil(source_->seconds() / secondsBetweenKeyFrames);
+    }
+
+    /// What a candidate takes compared with another at the same quality, as a rule.
+    [[nodiscard]] double sizeRatio(const PictureCandidate& of, const PictureCandidate& to) const
+    {
+        const auto pixels = [](const PictureCandidate& candidate) { return static_cast<double>(candidate.width) * candidate.height; };
+        return std::pow(pixels(of) / pixels(to), pixelExponent)
+            * std::pow(static_cast<double>(of.pictureCount) / static_cast<double>(to.pictureCount), pictureExponent);
+    }
+
+    /// From here on `candidate_` is the best that is good enough, and `quality_` what it probably needs.
+    Result<void> chooseCandidate()
+    {
+        auto index = likelyCandidate();
+        double quality = SmallFileSearch{}.qualityFor(0);
+        for (int probes = 1;; ++probes) {
+            quality = std::clamp(quality, SmallFileSearch::finest, SmallFileSearch::coarsest);
+            const auto size = probe(index, quality);
+            if (!size)
+                return fail(size.error());
+            if (!*size)
+                return {};
+            // What each would need, if all are as this one says.
+            SmallFileSearch seen;
+            seen.add(quality, **size);
+            const auto neededBy = [&](std::size_t other) {
+                const auto room = pictureBytes(candidates_[other], aim);
+                return room > 0 ? seen.qualityFor(room / sizeRatio(candidates_[other], candidates_[index]))
+                                : std::numeric_limits<double>::max();
+            };
+            candidate_ = 0;
+            while (candidate_ + 1 < candidates_.size() && neededBy(candidate_) > SmallFileSearch::coarsestOfGood)
+                ++candidate_;
+            quality_ = neededBy(candidate_);
+            if (candidate_ != index && probes < mostProbes) {
+                index = candidate_;
+                quality = quality_;
+                continue;
+            }
+            if (quality_ <= SmallFileSearch::coarsest + toleratedGuess)
+                return {};
+            const auto others = limit_ * aim - pictureBytes(candidates_[candidate_], aim);
+            const auto coarse =
+                **size * sizeRatio(candidates_[candidate_], candidates_[index]) * std::exp2((quality - SmallFileSearch::coarsest) / 6);
+            return tooSmall((others + coarse) / aim);
+        }
+    }
+
+    /// The first whose pictures usually look good with the bits that there are.
+    [[nodiscard]] std::size_t likelyCandidate() const
+    {
+        constexpr double usualBitsForAPixel = 0.045;
+        const auto found = std::find_if(candidates_.begin(), candidates_.end() - 1, [this](const PictureCandidate& candidate) {
+            const auto pixels = static_cast<double>(candidate.pictureCount) * candidate.width * candidate.height;
+            return pictureBytes(candidate, aim) * 8 > usualBitsForAPixel * pixels;
+        });
+        return static_cast<std::size_t>(found - candidates_.begin());
+    }
+
+    Result<void> encodeRounds()
+    {
+        SmallFileSearch search;
+        double quality = settings_.limit > 0 ? quality_ : goodQuality;
+        for (rounds_ = 1;; ++rounds_) {
+            quality = std::clamp(quality, SmallFileSearch::finest, SmallFileSearch::coarsest);
+            auto encoded = encodeRound(quality);
+            if (!encoded)
+                return fail(encoded.error());
+            if (isCancelled_)
+                return {};
+            auto& round = *encoded;
+            const bool fits = settings_.limit == 0 || (round.movie && round.size <= settings_.limit);
+            search.add(quality, round.pictureBytes);
+            const auto room = limit_ * aim - (static_cast<double>(round.size) - round.pictureBytes);
+            const bool hasNoMoreToShow = fits && quality <= SmallFileSearch::finest;
+            if (fits && (!best_ || round.size > best_->size))
+                best_ = std::move(round);
+            const bool isEnough = best_ && (settings_.limit == 0 || static_cast<double>(best_->size) >= enough * limit_ || hasNoMoreToShow);
+            if (isEnough || (best_ && rounds_ == mostRounds))
+                return {};
+            if (!fits && quality >= SmallFileSearch::coarsest && candidate_ + 1 == candidates_.size())
+                return tooSmall(static_cast<double>(round.size) / aim);
+            if (rounds_ == mostRounds)
+                return failure(TranscodingErrorCode::missed, "The clip could not be made to fit into " + sizeText(limit_) + ".");
+            const auto next = search.qualityFor(room);
+            quality = fits ? std::min(next, quality - leastStep) : std::max(next, quality + leastStep);
+            if (!best_ && quality > SmallFileSearch::coarsestOfGood + toleratedGuess && candidate_ + 1 < candidates_.size()) {
+                const auto ratio = sizeRatio(candidates_[candidate_ + 1], candidates_[candidate_]);
+                quality += 6 * std::log2(ratio);
+                ++candidate_;
+                search = {};
+            }
+        }
+    }
+
+    /// Without a movie where it became too large on the way; then sizes are what it would have had.
+    Result<Round> encodeRound(double quality)
+    {
+        const auto& candidate = candidates_[candidate_];
+        auto scratch = tools_.makeScratch();
+        if (!scratch)
+            return fail(scratch.error());
+        Round round;
+        round.quality = quality;
+        round.candidate = candidate_;
+        round.movie = std::make_unique<EncodedMovie>(std::move(*scratch), sound_.get());
+        const auto soundBytes = round.movie->mediaSize();
+        const auto length = static_cast<double>(source_->length());
+        const auto before = std::max(done_, soundShare + probesShare);
+        const auto share = (copyShare - before) * roundShare;
+        double encodedPart = 0;
+        const auto samples = source_->pictureSamples();
+        const auto format = pictures_->transcode(
+            *samples, encodingOf(candidate, quality),
+            [&](std::int64_t time) { return report(before + share * std::clamp(static_cast<double>(time) / length, 0.0, 1.0)); },
+            [&](const EncodedPicture& picture) -> Result<bool> {
+                if (auto added = round.movie->add(picture); !added)
+                    return fail(added.error());
+                encodedPart = std::clamp(static_cast<double>(picture.time) / length, 0.0, 1.0);
+                return settings_.limit == 0 || round.movie->mediaSize() <= settings_.limit;
+            });
+        if (!format)
+            return fail(format.error());
+        round.pictureBytes = static_cast<double>(round.movie->mediaSize() - soundBytes);
+        round.pictureCount = round.movie->pictureCount();
+        if (isCancelled_)
+            return round;
+        if (!*format) {
+            // How far it came is too little to go by at the very beginning.
+            constexpr double leastPart = 0.02;
+            round.pictureBytes /= std::max(encodedPart, leastPart);
+            round.size = static_cast<std::uint64_t>(round.pictureBytes + limit_ * aim - pictureBytes(candidate, aim));
+            round.movie.reset();
+            return round;
+        }
+        if (round.pictureCount == 0)
+            return failure(TranscodingErrorCode::unsupported, "The clip's pictures could not be decoded.");
+        const auto& pictures = source_->pictures();
+        EncodedMovie::Ending ending;
+        ending.format = *format;
+        ending.matrix = scaledMatrix(pictures.matrix, static_cast<double>(candidate.width) / pictures.matrixWidth,
+            static_cast<double>(candidate.height) / pictures.matrixHeight);
+        ending.length = source_->length();
+        const auto size = round.movie->finish(ending);
+        if (!size)
+            return fail(size.error());
+        round.size = *size;
+        return round;
+    }
+
+    Result<std::optional<TranscodingReport>> write()
+    {
+        const auto target = tools_.makeTarget();
+        if (!target)
+            return fail(target.error());
+        if (!*target)
+            return std::nullopt;
+        const auto written = best_->movie->writeTo(**target, [this](double done) { return report(copyShare + (1 - copyShare) * done); });
+        if (!written)
+            return fail(written.error());
+        if (!*written)
+            return std::nullopt;
+        const auto size = (*target)->size();
+        if (!size)
+            return fail(size.error());
+        if (settings_.limit > 0 && *size > settings_.limit)
+            return failure(TranscodingErrorCode::missed, "The clip could not be made to fit into " + sizeText(limit_) + ".");
+        const auto& candidate = candidates_[best_->candidate];
+        TranscodingReport report;
+        report.size = *size;
+        report.width = candidate.width;
+        report.height = candidate.height;
+        report.pictureRate = static_cast<double>(best_->pictureCount) / source_->seconds();
+        report.soundBitRate = sound_ ? sound_->bitRate : 0;
+        report.quality = best_->quality;
+        report.rounds = rounds_;
+        return report;
+    }
+
+    mp4::File& file_;
+    const platform::TranscodingSettings settings_;
+    const SmallFileTools& tools_;
+    const double limit_;
+    std::optional<ClipSource> source_;
+    ClipShape shape_;
+    std::vector<PictureCandidate> candidates_;
+    std::unique_ptr<PictureTranscoder> pictures_;
+    std::unique_ptr<EncodedSound> sound_;
+    std::size_t candidate_ = 0;
+    double quality_ = goodQuality;
+    int rounds_ = 0;
+    std::optional<Round> best_;
+    double done_ = 0;
+    bool isCancelled_ = false;
+};
+
+}  // namespace
+
+Result<std::optional<platform::TranscodingReport>> makeSmallFile(
+    mp4::File& source, const platform::TranscodingSettings& settings, const SmallFileTools& tools)
+{
+    return SmallFile{source, settings, tools}.make();
+}
+
+}  // namespace velmora::engine

@@ -1,0 +1,369 @@
+// The transcoder with the real codecs: what comes out is decoded.
+#include "engine/sharing/ClipTranscoder.h"
+
+#include "engine/files/ExportSessions.h"
+#include "media/mp4/MovieReader.h"
+#include "media/mp4/PosixFile.h"
+#include "platform/linux/CodecModuleServices.h"
+#include "tests/support/FolderContents.h"
+#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/media/ForeignClip.h"
+#include "tests/support/media/WrittenClip.h"
+
+#include <cerrno>
+#include <cmath>
+#include <fstream>
+#include <future>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace velmora::engine {
+namespace {
+
+using namespace velmora::test;
+using Status = platform::ExportSession::Status;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/// Of the clips' 48,000: 10 ms.
+constexpr std::int64_t toleratedFrames = 480;
+
+class ClipTranscoderTest : public testing::Test {
+protected:
+    [[nodiscard]] std::filesystem::path path(const std::string& name) const { return folder.path() / name; }
+
+    std::shared_ptr<platform::TranscodingSession> makeSession(const platform::TranscodingSettings& settings, const char* clip = "clip.mp4")
+    {
+        auto made = transcoder->makeSession(path(clip), settings);
+        EXPECT_TRUE(made);
+        (*made)->setOutputURL(path("small.mp4"));
+        return std::move(*made);
+    }
+
+    static void finish(platform::ExportSession& session)
+    {
+        std::promise<void> done;
+        session.exportAsynchronously([&done] { done.set_value(); });
+        done.get_future().wait();
+    }
+
+    /// The copy, decoded.
+    DecodedFile transcode(const platform::TranscodingSettings& settings, const char* clip = "clip.mp4")
+    {
+        const auto session = makeSession(settings, clip);
+        finish(*session);
+        EXPECT_EQ(session->status(), Status::completed) << (session->error() ? session->error()->localizedDescription : "");
+        if (session->status() != Status::completed)
+            return {};
+        report = *session->report();
+        EXPECT_EQ(report.size, std::filesystem::file_size(path("small.mp4")));
+        if (settings.limit > 0) {
+            EXPECT_LE(report.size, settings.limit);
+        }
+        auto decoded = decodeFile(path("small.mp4"));
+        EXPECT_TRUE(decoded.opened);
+        EXPECT_THAT(decoded.complaints, IsEmpty());
+        return decoded;
+    }
+
+    const TemporaryDirectory folder;
+    const std::shared_ptr<platform::ClipTranscoder> transcoder = linux_backend::makeClipTranscoder();
+    platform::TranscodingReport report;
+};
+
+void expectTheSamePictures(const DecodedFile& original, const DecodedFile& copy)
+{
+    ASSERT_EQ(copy.pictures.size(), original.pictures.size());
+    for (std::size_t i = 0; i < copy.pictures.size(); ++i) {
+        EXPECT_EQ(copy.pictures[i].number, original.pictures[i].number) << i;
+        EXPECT_NEAR(copy.pictures[i].time, original.pictures[i].time, 2.0 / 90000) << i;
+    }
+}
+
+WrittenClip beginning(WrittenClip clip, std::size_t pictureCount, std::int64_t soundFrames)
+{
+    if (clip.pictures.size() > pictureCount)
+        clip.pictures.resize(pictureCount);
+    clip.soundFrames = soundFrames;
+    return clip;
+}
+
+/// By how many frames the copy's sound comes later, where it fits the original's best: at few bits a click is no longer one.
+std::int64_t delayOf(const DecodedFile& original, const DecodedFile& copy, std::int64_t from, std::int64_t count)
+{
+    const auto at = [](const DecodedFile& file, std::int64_t frame) {
+        const auto index = frame - file.firstFrame;
+        return index >= 0 && index < static_cast<std::int64_t>(file.sound.size())
+            ? static_cast<double>(file.sound[static_cast<std::size_t>(index)])
+            : 0;
+    };
+    std::int64_t best = 0;
+    double greatest = -1;
+    for (std::int64_t delay = -2 * toleratedFrames; delay <= 2 * toleratedFrames; ++delay) {
+        double sum = 0;
+        for (std::int64_t i = from; i < from + count; ++i)
+            sum += at(original, i) * at(copy, i + delay);
+        if (sum > greatest) {
+            greatest = sum;
+            best = delay;
+        }
+    }
+    return best;
+}
+
+void expectTheSameSound(const DecodedFile& original, const DecodedFile& copy)
+{
+    constexpr std::int64_t window = 6000;
+    ASSERT_GT(original.endFrame(), 4 * window);
+    int compared = 0;
+    for (auto from = 2 * window; from < original.endFrame() - window; from += 5 * window) {
+        // Where it is silent there is nothing to compare.
+        double energy = 0;
+        for (auto i = from - original.firstFrame; i < from - original.firstFrame + window; ++i)
+            energy += std::pow(original.sound[static_cast<std::size_t>(i)], 2);
+        if (energy < 0.01 * window)
+            continue;
+        ++compared;
+        EXPECT_LE(std::abs(delayOf(original, copy, from, window)), 3) << "at " << from << "; 10 ms are " << toleratedFrames;
+    }
+    EXPECT_GT(compared, 0);
+    // libavformat ends an edit with a whole packet.
+    EXPECT_NEAR(static_cast<double>(copy.endFrame()), static_cast<double>(original.endFrame()), 1024);
+}
+
+TEST_F(ClipTranscoderTest, EveryPictureAndSoundOfARecordingIsWhereItWas)
+{
+    const auto clip = beginning(unevenClip(5), 240, 200'000);
+    writeClip(path("clip.mp4"), clip);
+    const auto original = decodeFile(path("clip.mp4"));
+    const auto limit = std::filesystem::file_size(path("clip.mp4")) * 2 / 3;
+    const auto copy = transcode({.limit = limit});
+    EXPECT_FALSE(report.isCopy);
+    expectTheSamePictures(original, copy);
+    expectTheSameSound(original, copy);
+    EXPECT_NEAR(copy.duration, original.duration, 0.03);
+    EXPECT_EQ(copy.colour, original.colour);
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("clip.mp4", "small.mp4"));
+}
+
+TEST_F(ClipTranscoderTest, ATrimmedClipShowsAndPlaysWhatItsEditListLeaves)
+{
+    const auto clip = beginning(unevenClip(7), 300, 300'000);
+    writeClip(path("whole.mp4"), clip);
+    const auto trim = makeExportSessions()->makeExportSession(path("whole.mp4"), platform::ExportPreset::passthrough);
+    ASSERT_TRUE(trim);
+    (*trim)->setOutputURL(path("clip.mp4"));
+    // Between two key frames, and between two pictures.
+    const TimeRange range{{1234, 1000}, {3456, 1000}};
+    (*trim)->setTimeRange(range);
+    finish(**trim);
+    ASSERT_EQ((*trim)->status(), Status::completed);
+    const auto copy = transcode({.limit = std::filesystem::file_size(path("clip.mp4")) - 1});
+    EXPECT_FALSE(report.isCopy);
+    const auto expected = picturesIn(decodeFile(path("whole.mp4")), range);
+    ASSERT_EQ(copy.pictures.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(copy.pictures[i].number, expected[i].number) << i;
+        EXPECT_NEAR(copy.pictures[i].time, expected[i].time, 2.0 / 90000) << i;
+    }
+    const auto original = decodeFile(path("clip.mp4"));
+    expectTheSameSound(original, copy);
+    EXPECT_NEAR(copy.duration, 2.222, 0.03);
+}
+
+TEST_F(ClipTranscoderTest, AForeignClipWithReorderedPicturesAndNoSoundIsThereInFull)
+{
+    writeForeignClip(path("clip.mp4"), {.pictureCount = 90, .bFrames = 3});
+    const auto original = decodeFile(path("clip.mp4"));
+    const auto copy = transcode({.limit = std::filesystem::file_size(path("clip.mp4")) * 3 / 4});
+    EXPECT_FALSE(copy.hasAudio);
+    EXPECT_EQ(report.soundBitRate, 0);
+    expectTheSamePictures(original, copy);
+}
+
+TEST_F(ClipTranscoderTest, ATurnedClipStaysTurned)
+{
+    writeForeignClip(path("clip.mp4"), {.quarterTurns = 1});
+    transcode({.limit = std::filesystem::file_size(path("clip.mp4")) * 3 / 4});
+    const auto matrixOf = [](const std::filesystem::path& file) {
+        const auto opened = mp4::PosixFile::openForReading(file);
+        return mp4::readMovie(**opened)->movie.tracks.at(0).matrix;
+    };
+    EXPECT_EQ(matrixOf(path("small.mp4")), matrixOf(path("clip.mp4")));
+}
+
+TEST_F(ClipTranscoderTest, PixelsThatAreNotSquareBecomeSquare)
+{
+    writeForeignClip(path("clip.mp4"), {.pixelShape = 2});
+    const auto copy = transcode({.limit = std::filesystem::file_size(path("clip.mp4")) * 3 / 4});
+    EXPECT_EQ(copy.width, 2 * copy.height * 320 / 240);
+}
+
+TEST_F(ClipTranscoderTest, FullRangeBecomesLimitedAndTheRestOfTheColourStays)
+{
+    writeForeignClip(path("clip.mp4"), {.matrix = 6, .fullRange = true});
+    const auto copy = transcode({.limit = std::filesystem::file_size(path("clip.mp4")) * 3 / 4});
+    EXPECT_EQ(copy.colour.matrix, 6);
+    EXPECT_FALSE(copy.colour.fullRange);
+    EXPECT_EQ(copy.pictures.size(), 60U);
+}
+
+TEST_F(ClipTranscoderTest, ATightLimitMakesPicturesSmaller)
+{
+    WrittenClip clip;
+    for (int i = 0; i < 600; ++i)
+        clip.pictures.push_back({i, 60});
+    clip.soundFrames = 480'000;
+    writeClip(path("clip.mp4"), clip);
+    const auto original = decodeFile(path("clip.mp4"));
+    const auto copy = transcode({.limit = 60'000});
+    EXPECT_LT(copy.width * copy.height, 320 * 240);
+    EXPECT_LT(copy.pictures.size(), original.pictures.size());
+    EXPECT_NEAR(copy.videoDuration, 10, 0.05);
+    for (const auto& picture : copy.pictures) {
+        const auto same = std::min_element(original.pictures.begin(), original.pictures.end(),
+            [&](const auto& a, const auto& b) { return std::abs(a.time - picture.time) < std::abs(b.time - picture.time); });
+        EXPECT_NEAR(same->time, picture.time, 2.0 / 90000) << "a picture of the clip, at its own time";
+    }
+}
+
+TEST_F(ClipTranscoderTest, AConstantRateHasEachPictureAtItsTime)
+{
+    const auto clip = beginning(unevenClip(11), 200, 100'000);
+    writeClip(path("clip.mp4"), clip);
+    const auto original = decodeFile(path("clip.mp4"));
+    const auto copy = transcode({.limit = 0, .hasConstantRate = true});
+    ASSERT_GT(copy.pictures.size(), 100U);
+    const auto interval = copy.pictures[1].time - copy.pictures[0].time;
+    for (std::size_t i = 0; i < copy.pictures.size(); ++i) {
+        EXPECT_NEAR(copy.pictures[i].time, static_cast<double>(i) * interval, 2.0 / 90000);
+        // What the clip shows then.
+        int shown = original.pictures.front().number;
+        for (const auto& picture : original.pictures) {
+            if (picture.time <= copy.pictures[i].time + 2.0 / 90000)
+                shown = picture.number;
+        }
+        EXPECT_EQ(copy.pictures[i].number, shown) << copy.pictures[i].time;
+    }
+}
+
+TEST_F(ClipTranscoderTest, AClipThatFitsIsCopied)
+{
+    writeForeignClip(path("clip.mp4"));
+    transcode({.limit = 10'000'000});
+    EXPECT_TRUE(report.isCopy);
+    std::ifstream a{path("clip.mp4"), std::ios::binary};
+    std::ifstream b{path("small.mp4"), std::ios::binary};
+    EXPECT_TRUE(std::equal(std::istreambuf_iterator<char>{a}, {}, std::istreambuf_iterator<char>{b}));
+}
+
+TEST_F(ClipTranscoderTest, ACancelledOneLeavesNothing)
+{
+    writeForeignClip(path("clip.mp4"), {.pictureCount = 600});
+    const auto session = makeSession({.limit = std::filesystem::file_size(path("clip.mp4")) / 2});
+    std::promise<void> done;
+    session->exportAsynchronously([&done] { done.set_value(); });
+    while (session->progress() == 0 && session->status() != Status::failed)
+        std::this_thread::yield();
+    session->cancelExport();
+    done.get_future().wait();
+    EXPECT_EQ(session->status(), Status::cancelled);
+    EXPECT_FALSE(session->report());
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("clip.mp4"));
+}
+
+TEST_F(ClipTranscoderTest, WhileItWorksNothingOfItIsInTheFolderThatAKilledOneCouldLeave)
+{
+    writeForeignClip(path("clip.mp4"), {.pictureCount = 300});
+    const auto session = makeSession({.limit = std::filesystem::file_size(path("clip.mp4")) / 2});
+    std::promise<void> done;
+    session->exportAsynchronously([&done] { done.set_value(); });
+    // Past the sound and the first impression, before the last step.
+    while (session->progress() < 0.2 && session->status() != Status::failed)
+        std::this_thread::yield();
+    const auto names = namesIn(folder.path());
+    if (session->progress() < 0.9) {
+        EXPECT_THAT(names, ElementsAre("clip.mp4"));
+    }
+    done.get_future().wait();
+    EXPECT_EQ(session->status(), Status::completed);
+}
+
+TEST_F(ClipTranscoderTest, OneThatIsLetGoOfLeavesNothingAndStillCompletesOnce)
+{
+    writeForeignClip(path("clip.mp4"), {.pictureCount = 600});
+    auto session = makeSession({.limit = std::filesystem::file_size(path("clip.mp4")) / 2});
+    std::promise<void> done;
+    session->exportAsynchronously([&done] { done.set_value(); });
+    session.reset();
+    done.get_future().wait();
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("clip.mp4"));
+}
+
+TEST_F(ClipTranscoderTest, NothingIsOverwritten)
+{
+    writeForeignClip(path("clip.mp4"));
+    std::ofstream{path("small.mp4")} << "mine";
+    const auto session = makeSession({.limit = 10'000'000});
+    session->setNextOutputURL([this] { return std::optional{path("small-1.mp4")}; });
+    finish(*session);
+    EXPECT_EQ(session->status(), Status::completed);
+    EXPECT_EQ(session->outputURL(), path("small-1.mp4"));
+    EXPECT_EQ(std::filesystem::file_size(path("small.mp4")), 4U);
+}
+
+TEST_F(ClipTranscoderTest, WhatIsNoMovieIsCutShortOrHasNoPicturesIsRefused)
+{
+    std::ofstream{path("text.mp4")} << "this is not a movie";
+    writeForeignClip(path("clip.mp4"), {.muxerOptions = "movflags=+faststart"});
+    std::filesystem::resize_file(path("clip.mp4"), std::filesystem::file_size(path("clip.mp4")) / 2);
+    for (const char* name : {"text.mp4", "clip.mp4"}) {
+        const auto session = makeSession({.limit = 3000}, name);
+        finish(*session);
+        EXPECT_EQ(session->status(), Status::failed) << name;
+        ASSERT_TRUE(session->error()) << name;
+        EXPECT_FALSE(session->error()->localizedDescription.empty());
+    }
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("clip.mp4", "text.mp4"));
+    EXPECT_FALSE(transcoder->makeSession(path("none.mp4"), {}));
+}
+
+TEST_F(ClipTranscoderTest, AFolderThatMayNotBeWrittenIsNamed)
+{
+    if (geteuid() == 0)
+        GTEST_SKIP() << "everything may be written by root";
+    writeForeignClip(path("clip.mp4"));
+    std::filesystem::create_directory(path("locked"));
+    ASSERT_EQ(chmod(path("locked").c_str(), 0500), 0);
+    const auto session = makeSession({.limit = 10'000'000});
+    session->setOutputURL(path("locked") / "small.mp4");
+    finish(*session);
+    ASSERT_TRUE(session->error());
+    EXPECT_EQ(session->error()->code, EACCES);
+    EXPECT_NE(session->error()->localizedDescription.find("locked"), std::string::npos);
+}
+
+TEST_F(ClipTranscoderTest, AMissingFolderIsNamed)
+{
+    writeForeignClip(path("clip.mp4"));
+    const auto session = makeSession({.limit = 10'000'000});
+    session->setOutputURL(path("none") / "small.mp4");
+    finish(*session);
+    ASSERT_TRUE(session->error());
+    EXPECT_EQ(session->error()->code, ENOENT);
+}
+
+TEST_F(ClipTranscoderTest, PartsAreRefused)
+{
+    writeForeignClip(path("clip.mp4"));
+    const auto session = makeSession({.limit = 10'000'000});
+    session->setTimeRange({{0, 1}, {1, 1}});
+    finish(*session);
+    EXPECT_EQ(session->status(), Status::failed);
+}
+
+}  // namespace
+}  // namespace velmora::engine
