@@ -207,7 +207,8 @@ private:
     {
         if (!source_->sound())
             return {};
-        constexpr double unlimited = 20000;
+        // Bytes a second, far above what sound can use.
+        constexpr double unlimited = 1e6;
         const auto rate = soundBitRate(
             settings_.limit > 0 ? limit_ / source_->seconds() : unlimited, settings_.limit > 0 ? source_->soundRate() : unlimited);
         auto scratch = tools_.makeScratch();

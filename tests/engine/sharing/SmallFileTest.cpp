@@ -355,6 +355,7 @@ TEST_F(SmallFileTest, AConstantRateNeedsNoLimitAndIsNeverACopy)
     EXPECT_FALSE((*made)->isCopy);
     EXPECT_EQ((*made)->rounds, 1);
     EXPECT_NEAR((*made)->pictureRate, 60, 0.1);
+    EXPECT_EQ((*made)->soundBitRate, 160000);
     for (const auto& encoding : model.encodings)
         EXPECT_EQ(encoding.timing.constantRate, 60);
 }
