@@ -15,8 +15,8 @@
 
 namespace velmora::engine {
 
-/// What an encoder may be given for `value`: silence for what is not finite, which would end the sound for good, and no more than is far above
-/// full scale and far below what encoders refuse.
+/// What an encoder may be given for `value`: silence for what is not finite, which would end the sound for good, and no more than is far
+/// above full scale and far below what encoders refuse.
 [[nodiscard]] inline float encodableSample(float value)
 {
     constexpr float greatestAmplitude = 16.0F;

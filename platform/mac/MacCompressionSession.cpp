@@ -179,8 +179,8 @@ private:
     SerialQueue queue_{"com.velmora.mac.compression", SerialQueue::QualityOfService::userInteractive};
 };
 
-/// The sessions that may still be called back, by number. No page says that nothing is called after VTCompressionSessionInvalidate(), so the
-/// encoder is given numbers, which mean nothing once their session has gone, and no addresses.
+/// The sessions that may still be called back, by number. No page says that nothing is called after VTCompressionSessionInvalidate(), so
+/// the encoder is given numbers, which mean nothing once their session has gone, and no addresses.
 class Sessions {
 public:
     static Sessions& all()

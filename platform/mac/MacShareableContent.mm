@@ -52,7 +52,8 @@ std::map<std::uint32_t, CFIndex> placesFromTheFront()
     return places;
 }
 
-/// No page says in which order ScreenCaptureKit lists windows; that of the list of windows is from front to back. What is not on it stays behind.
+/// No page says in which order ScreenCaptureKit lists windows; that of the list of windows is from front to back. What is not on it stays
+/// behind.
 void sortFromTheFront(std::vector<ShareableWindow>& windows)
 {
     const auto places = placesFromTheFront();

@@ -16,8 +16,9 @@
 
 namespace velmora::mac_backend {
 
-/// Pictures are handed on as they come, and repeated by a thread of this object's own: when none has come for half a second, and sooner when
-/// somebody waits for a key frame. Sound becomes a track without gaps in blocks of 1024 frames, silence where the system has none. Any thread.
+/// Pictures are handed on as they come, and repeated by a thread of this object's own: when none has come for half a second, and sooner
+/// when somebody waits for a key frame. Sound becomes a track without gaps in blocks of 1024 frames, silence where the system has none. Any
+/// thread.
 class StreamDelivery : public std::enable_shared_from_this<StreamDelivery> {
 public:
     static constexpr std::chrono::milliseconds repeatInterval{500};

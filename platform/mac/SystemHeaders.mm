@@ -1,5 +1,5 @@
-// What this back end takes for granted of the system's headers. With our own declarations it says that they agree with themselves; on a Mac, with
-// the system's, the build ends here where one of them is wrong. It makes no code.
+// What this back end takes for granted of the system's headers. With our own declarations it says that they agree with themselves; on a
+// Mac, with the system's, the build ends here where one of them is wrong. It makes no code.
 #include <AudioToolbox/AudioToolbox.h>
 #include <Carbon/Carbon.h>
 #include <CoreFoundation/CoreFoundation.h>

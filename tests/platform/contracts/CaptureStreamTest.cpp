@@ -1,4 +1,5 @@
-// The contract of CaptureStream for the engine's streams on a desktop that is a drawing, and for those of a Mac around a system that is played.
+// The contract of CaptureStream for the engine's streams on a desktop that is a drawing, and for those of a Mac around a system that is
+// played.
 #include "base/Mutex.h"
 #include "engine/capture/CaptureStreams.h"
 #include "platform/mac/MacCaptureStream.h"

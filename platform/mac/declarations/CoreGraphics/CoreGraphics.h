@@ -1,6 +1,6 @@
 // Core Graphics' geometry, list of windows and access to the screen, one page for each name below
-// https://developer.apple.com/documentation/coregraphics/
-// Compared with pages: that CGFloat is double on 64-bit systems, the order of the list of windows, the names. Unconfirmed: the numbers of the options.
+// https://developer.apple.com/documentation/coregraphics/ ; compared with pages: that CGFloat is double on 64-bit systems, the order of the
+// list of windows, the names. Unconfirmed: the numbers of the options.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

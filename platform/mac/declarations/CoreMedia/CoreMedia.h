@@ -1,8 +1,9 @@
-// Core Media's times and sample buffers, one page for each name below https://developer.apple.com/documentation/coremedia/
-// Compared with pages: CMTime's members, their widths, its alignment of four bytes and the flags
-// (https://docs.rs/objc2-core-media/latest/objc2_core_media/struct.CMTime.html, https://docs.rs/core-media-sys/0.1.2/src/core_media_sys/time.rs.html);
-// the parameters of the block buffers' functions and of the formats' (https://docs.rs/apple-cf);
-// CMSampleBufferGetSampleAttachmentsArray and its keys (Apple's pages). Unconfirmed: the parameters of CMFormatDescriptionGetExtension.
+// Core Media's times and sample buffers, one page for each name below https://developer.apple.com/documentation/coremedia/ ; compared with
+// pages: CMTime's members, their widths, its alignment of four bytes and the flags
+// (https://docs.rs/objc2-core-media/latest/objc2_core_media/struct.CMTime.html,
+// https://docs.rs/core-media-sys/0.1.2/src/core_media_sys/time.rs.html); the parameters of the block buffers' functions and of the formats'
+// (https://docs.rs/apple-cf); CMSampleBufferGetSampleAttachmentsArray and its keys (Apple's pages). Unconfirmed: the parameters of
+// CMFormatDescriptionGetExtension.
 #pragma once
 
 #include <CoreAudioTypes/CoreAudioTypes.h>
@@ -61,8 +62,8 @@ OSStatus CMBlockBufferCopyDataBytes(CMBlockBufferRef, size_t, size_t, void*);
 CMVideoDimensions CMVideoFormatDescriptionGetDimensions(CMVideoFormatDescriptionRef);
 OSStatus CMVideoFormatDescriptionGetH264ParameterSetAtIndex(CMFormatDescriptionRef, size_t, const uint8_t**, size_t*, size_t*, int*);
 CFTypeRef CMFormatDescriptionGetExtension(CMFormatDescriptionRef, CFStringRef);
-// https://developer.apple.com/documentation/coremedia/ycbcrmatrix-extension-constants and its neighbours. Some of these may be other names of
-// Core Video's constants in the system's own headers.
+// https://developer.apple.com/documentation/coremedia/ycbcrmatrix-extension-constants and its neighbours. Some of these may be other names
+// of Core Video's constants in the system's own headers.
 extern const CFStringRef kCMFormatDescriptionExtension_ColorPrimaries;
 extern const CFStringRef kCMFormatDescriptionExtension_TransferFunction;
 extern const CFStringRef kCMFormatDescriptionExtension_YCbCrMatrix;

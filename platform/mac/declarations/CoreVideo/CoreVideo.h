@@ -1,8 +1,6 @@
-// Core Video's pixel buffers, one page for each name below https://developer.apple.com/documentation/corevideo/
-// Compared with pages: the parameters of the functions (https://docs.rs/apple-cf, https://docs.rs/core-video and Apple's own pages of each),
-// the flag's
-// number and width, that CVPixelBufferUnlockBaseAddress takes the flags of the lock. Unconfirmed: the number of
-// the format, and the width of CVReturn.
+// Core Video's pixel buffers, one page for each name below https://developer.apple.com/documentation/corevideo/ ; compared with pages: the
+// parameters of the functions (https://docs.rs/apple-cf, https://docs.rs/core-video and Apple's own pages of each), the flag's number and
+// width, that CVPixelBufferUnlockBaseAddress takes the flags of the lock. Unconfirmed: the number of the format, and the width of CVReturn.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

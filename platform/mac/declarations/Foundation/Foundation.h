@@ -1,6 +1,6 @@
-// What the back end uses of Foundation's classes, one page for each below https://developer.apple.com/documentation/foundation/ ; that of the
-// root class is https://developer.apple.com/documentation/objectivec/nsobject
-// Compared with pages: the names. Unconfirmed: the widths of the first group.
+// What the back end uses of Foundation's classes, one page for each below https://developer.apple.com/documentation/foundation/ ; that of
+// the root class is https://developer.apple.com/documentation/objectivec/nsobject Compared with pages: the names. Unconfirmed: the widths
+// of the first group.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

@@ -1,10 +1,10 @@
 // What the back end uses of ScreenCaptureKit, one page for each class and selector below
-// https://developer.apple.com/documentation/screencapturekit/ ("preciseIdentifier" there is the selector).
-// Compared with pages: the selectors of SCStream, SCStreamOutput, SCStreamDelegate, SCShareableContent and SCContentFilter; the properties of
-// SCWindow (the getter of onScreen is unconfirmed); SCFrameStatus (https://learn.microsoft.com/en-us/dotnet/api/screencapturekit.scframestatus);
+// https://developer.apple.com/documentation/screencapturekit/ ("preciseIdentifier" there is the selector). Compared with pages: the
+// selectors of SCStream, SCStreamOutput, SCStreamDelegate, SCShareableContent and SCContentFilter; the properties of SCWindow (the getter
+// of onScreen is unconfirmed); SCFrameStatus (https://learn.microsoft.com/en-us/dotnet/api/screencapturekit.scframestatus);
 // SCStreamErrorCode (https://learn.microsoft.com/en-us/dotnet/api/screencapturekit.scstreamerrorcode). Unconfirmed: the numbers of
-// SCStreamOutputType, the widths of SCStreamConfiguration's properties. Methods that pages call optional are required here, so that a misspelt
-// one is an error.
+// SCStreamOutputType, the widths of SCStreamConfiguration's properties. Methods that pages call optional are required here, so that a
+// misspelt one is an error.
 #pragma once
 
 #import <CoreMedia/CoreMedia.h>

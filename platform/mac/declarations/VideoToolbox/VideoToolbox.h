@@ -1,7 +1,8 @@
-// Video Toolbox's compression sessions, one page for each name below https://developer.apple.com/documentation/videotoolbox/
-// Compared with pages: the parameters of the functions and of the callback
-// (https://developer.apple.com/library/archive/releasenotes/General/APIDiffsMacOSX10_11/Objective-C/VideoToolbox.html, https://docs.rs/objc2-video-toolbox,
-// https://docs.rs/video-toolbox), the flags (https://learn.microsoft.com/en-us/dotnet/api/videotoolbox.vtencodeinfoflags), the numbers of the errors
+// Video Toolbox's compression sessions, one page for each name below https://developer.apple.com/documentation/videotoolbox/ ; compared with
+// pages: the parameters of the functions and of the callback
+// (https://developer.apple.com/library/archive/releasenotes/General/APIDiffsMacOSX10_11/Objective-C/VideoToolbox.html,
+// https://docs.rs/objc2-video-toolbox, https://docs.rs/video-toolbox), the flags
+// (https://learn.microsoft.com/en-us/dotnet/api/videotoolbox.vtencodeinfoflags), the numbers of the errors
 // (http://reibang.com/p/dce0a52e1bd6), and that the option for key frames may be refused. The names of the properties are Apple's pages'.
 #pragma once
 

@@ -1,6 +1,6 @@
 // Serial queues of libdispatch: https://developer.apple.com/documentation/dispatch/dispatch_queue_create and
-// https://developer.apple.com/documentation/dispatch/dispatch_queue_attr_make_with_qos_class
-// In Objective-C a queue is an object that is counted like others. Unconfirmed: the number of the quality of service, the names of the types behind.
+// https://developer.apple.com/documentation/dispatch/dispatch_queue_attr_make_with_qos_class In Objective-C a queue is an object that is
+// counted like others. Unconfirmed: the number of the quality of service, the names of the types behind.
 #pragma once
 
 #include <stdint.h>

@@ -1,5 +1,5 @@
-// The functions of https://clang.llvm.org/docs/AutomaticReferenceCounting.html#runtime-support and what clang/lib/CodeGen/CGObjCMac.cpp calls
-// besides; the tables are as that file writes them.
+// The functions of https://clang.llvm.org/docs/AutomaticReferenceCounting.html#runtime-support and what clang/lib/CodeGen/CGObjCMac.cpp
+// calls besides; the tables are as that file writes them.
 #include "tests/platform/mac/objc/Runtime.h"
 
 #include <Block.h>

@@ -1,5 +1,5 @@
-// How a test steers the stand-in for ScreenCaptureKit and for the list of windows, and what it says of the calls that it got. What their pages
-// leave open it does in the ways that they allow, one switch each.
+// How a test steers the stand-in for ScreenCaptureKit and for the list of windows, and what it says of the calls that it got. What their
+// pages leave open it does in the ways that they allow, one switch each.
 #pragma once
 
 #include "tests/platform/mac/standins/CoreMediaStandIn.h"

@@ -1,5 +1,5 @@
-// How a test steers the stand-in for audio converters, and what it says of the calls that it got. A packet of it has the frames themselves, so
-// that a test sees what was encoded. Main thread only.
+// How a test steers the stand-in for audio converters, and what it says of the calls that it got. A packet of it has the frames themselves,
+// so that a test sees what was encoded. Main thread only.
 #pragma once
 
 #include <AudioToolbox/AudioToolbox.h>

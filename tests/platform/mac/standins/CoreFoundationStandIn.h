@@ -1,5 +1,6 @@
-// How a test steers the stand-in for Core Foundation, and what it says of its use. It ends the test program where an object is used after it
-// was released for the last time, where NULL is used, and where an object is taken for one of another kind. Any thread, but for preferences.
+// How a test steers the stand-in for Core Foundation, and what it says of its use. It ends the test program where an object is used after
+// it was released for the last time, where NULL is used, and where an object is taken for one of another kind. Any thread, but for
+// preferences.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

@@ -1,5 +1,5 @@
-// Objects of Core Media and Core Video as their systems make them, and what the stand-ins say of their use. Each is made with one reference,
-// which is the caller's. Any thread.
+// Objects of Core Media and Core Video as their systems make them, and what the stand-ins say of their use. Each is made with one
+// reference, which is the caller's. Any thread.
 #pragma once
 
 #include <CoreMedia/CoreMedia.h>

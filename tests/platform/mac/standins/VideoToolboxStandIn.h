@@ -1,5 +1,5 @@
-// How a test steers the stand-in for Video Toolbox's compression sessions, and what it says of the calls that it got. What its pages leave open
-// it does in every way that they allow, one switch each.
+// How a test steers the stand-in for Video Toolbox's compression sessions, and what it says of the calls that it got. What its pages leave
+// open it does in every way that they allow, one switch each.
 #pragma once
 
 #include <VideoToolbox/VideoToolbox.h>
