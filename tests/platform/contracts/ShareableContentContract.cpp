@@ -61,7 +61,7 @@ TEST_P(ShareableContentContract, WindowsSayAllThatTheDesktopKnowsOfThem)
     one.title = "größe ✓";
     one.frame = {-1200.5, 33.25, 640.5, 480};
     one.windowLayer = 25;
-    const ShareableContent laidOut{{one}, {{3, {-1280, 0, 1280, 800}}}, {browser}};
+    const ShareableContent laidOut{{one, window(8, false)}, {{3, {-1280, 0, 1280, 800}}}, {browser}};
     desktop_->layOut(laidOut);
     const auto content = list();
     ASSERT_TRUE(content);

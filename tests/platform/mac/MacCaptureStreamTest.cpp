@@ -185,18 +185,19 @@ TEST_F(MacCaptureStreamTest, PicturesKeepTheirOwnTimesInWhateverScaleTheyCome)
 TEST_F(MacCaptureStreamTest, ATimeThatIsUnknownAheadOfTheClockOrOldIsTheClocks)
 {
     const auto before = MonotonicClock::now();
-    std::size_t count = 0;
     for (const auto time :
         {MediaTime::invalid(), liveTime(before + std::chrono::hours{1}), liveTime(before - std::chrono::seconds{1}), MediaTime{1, 600}}) {
         makeStream();
         EXPECT_TRUE(start().get());
         script_->show(time);
-        listener_->waitForPictures(++count);
-        const auto given = momentOf(listener_->pictures().back()->presentationTimeStamp);
-        EXPECT_GE(given, before) << count;
-        EXPECT_LE(given, MonotonicClock::now()) << count;
+        listener_->waitForPictures(1);
+        // The first: what follows is repeated.
+        const auto given = momentOf(listener_->pictures().front()->presentationTimeStamp);
+        EXPECT_GE(given, before) << time.value;
+        EXPECT_LE(given, MonotonicClock::now()) << time.value;
         EXPECT_TRUE(stop().get());
         queue_->drain();
+        listener_->forget();
     }
 }
 
@@ -272,13 +273,19 @@ TEST_F(MacCaptureStreamTest, SoundOfOneOrOfManyChannelsBecomesStereo)
                 sound.samples.push_back(static_cast<float>(channel + 1));
         }
         script_->play(sound);
-        const auto before = listener_->sound().size();
-        listener_->waitForSound(before + 2);
+        listener_->waitForSound(2);
         EXPECT_TRUE(stop().get());
         queue_->drain();
-        const auto* const samples = reinterpret_cast<const float*>(listener_->sound()[before + 1]->data.bytes.data());
-        EXPECT_FLOAT_EQ(samples[0], 1);
-        EXPECT_FLOAT_EQ(samples[1], channels == 1 ? 1 : 2);
+        bool hasPlayed = false;
+        for (const auto& block : listener_->sound()) {
+            const std::span samples{reinterpret_cast<const float*>(block->data.bytes.data()), block->data.bytes.size() / sizeof(float)};
+            for (std::size_t at = 0; at < samples.size(); at += 2) {
+                EXPECT_FLOAT_EQ(samples[at + 1], channels == 1 ? samples[at] : 2 * samples[at]);
+                hasPlayed = hasPlayed || samples[at] > 0.9F;
+            }
+        }
+        EXPECT_TRUE(hasPlayed);
+        listener_->forget();
     }
 }
 

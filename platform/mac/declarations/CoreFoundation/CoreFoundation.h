@@ -1,5 +1,5 @@
 // Core Foundation's objects and preferences, one page for each name below https://developer.apple.com/documentation/corefoundation/ and
-// "Preferences Utilities" there: https://developer.apple.com/documentation/corefoundation/preferences-utilities Compared with their pages:
+// "Preferences Utilities" there: https://developer.apple.com/documentation/corefoundation/preferences-utilities ; compared with their pages:
 // CFRelease, CFStringCreateWithBytes, CFDictionaryCreate, CFPreferencesCopyAppValue, CFPreferencesSetAppValue, and that CFGetTypeID tells a
 // preference's type. With https://docs.rs/crate/core-foundation-sys/0.4.1/source/src/number.rs: the numbers of CFNumberType, whose width
 // pages differ on. Unconfirmed: the other parameters, the widths of the first group, and the number of the encoding.

@@ -1,5 +1,5 @@
 // What the back end uses of Foundation's classes, one page for each below https://developer.apple.com/documentation/foundation/ ; that of
-// the root class is https://developer.apple.com/documentation/objectivec/nsobject Compared with pages: the names. Unconfirmed: the widths
+// the root class is https://developer.apple.com/documentation/objectivec/nsobject ; compared with pages: the names. Unconfirmed: the widths
 // of the first group.
 #pragma once
 
