@@ -27,7 +27,7 @@ constexpr std::array symbols{
     std::pair{"folder.badge.plus", "folder-plus"},
     std::pair{"folder.fill", "folder-fill"},
     std::pair{"globe", "globe"},
-    std::pair{"grip", "dots-six-vertical"},
+    std::pair{"grip", "dots-six-vertical-bold"},
     std::pair{"laptopcomputer", "laptop"},
     std::pair{"lightbulb.fill", "lightbulb-fill"},
     std::pair{"lock.shield.fill", "shield-lock-fill"},
