@@ -248,7 +248,8 @@ TEST_F(PauseTest, ItIsSaidEverywhereAndEndsWithTheRecording)
     const auto clip = readClip(saved.lastLine());
     EXPECT_THAT(clip.complaints, IsEmpty());
     ASSERT_TRUE(clip.video);
-    EXPECT_LT(clip.duration, paused + 0.1);
+    // A picture is stamped before it is encoded and counted.
+    EXPECT_LT(clip.duration, paused + 0.5) << "the pause is not in it";
     EXPECT_GT(clip.video->pictures.size(), 5U);
     EXPECT_FALSE(program.status().contains(QLatin1String("isPaused")));
 }

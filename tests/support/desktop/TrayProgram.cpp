@@ -129,8 +129,9 @@ std::vector<std::string> TrayProgram::storedFiles() const
 {
     std::vector<std::string> files;
     for (const auto& entry : std::filesystem::recursive_directory_iterator{home()}) {
-        if (!entry.is_directory() && entry.path().parent_path() != clipsFolder())
-            files.push_back(entry.path().lexically_relative(home()).string());
+        const auto name = entry.path().lexically_relative(home()).string();
+        if (!entry.is_directory() && entry.path().parent_path() != clipsFolder() && name != "config/pulse/cookie")
+            files.push_back(name);
     }
     std::sort(files.begin(), files.end());
     return files;

@@ -62,7 +62,8 @@ public:
     [[nodiscard]] std::filesystem::path clipsFolder() const { return home_.path() / "Movies" / "Velmora"; }
     [[nodiscard]] std::vector<std::filesystem::path> clips() const;
 
-    /// Every file and link in its home, which also holds the folders for configuration, data, state and caches; without the clips; sorted.
+    /// Every file and link in its home, which also holds the folders for configuration, data, state and caches; sorted. Without the clips, and
+    /// without the key for sound servers that libpulse makes for whoever uses it first.
     [[nodiscard]] std::vector<std::string> storedFiles() const;
 
     [[nodiscard]] pid_t processID() const { return program_->processID(); }
