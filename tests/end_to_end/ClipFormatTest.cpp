@@ -197,20 +197,7 @@ v.onseeked = () => {
     next();
 };
 </script>)";
-    auto arguments = chromiumArguments(directory_->path() / "profile");
-    arguments.insert(arguments.end(),
-        {"--headless=new", "--allow-file-access-from-files", "--enable-logging=stderr", "--v=0", "file://" + page.string()});
-    ChildProcess browser{arguments, {}, "/dev/stdout"};
-    std::string report;
-    while (const auto line = browser.readLine(patience)) {
-        const auto begin = line->find("clip-report ");
-        const auto end = line->find(" end-of-report");
-        if (begin != std::string::npos && end != std::string::npos) {
-            report = line->substr(begin + 12, end - begin - 12);
-            break;
-        }
-    }
-    browser.terminate();
+    const auto report = reportOfPage(page);
     int width = 0;
     int height = 0;
     int sought = 0;

@@ -98,20 +98,7 @@ ShownByChromium shownByChromium(const std::filesystem::path& file, const std::ve
 {
     const auto page = file.string() + ".html";
     std::ofstream{page} << pageFor(file.filename().string(), times);
-    auto arguments = chromiumArguments(file.string() + ".profile");
-    arguments.insert(
-        arguments.end(), {"--headless=new", "--allow-file-access-from-files", "--enable-logging=stderr", "--v=0", "file://" + page});
-    ChildProcess browser{arguments, {}, "/dev/stdout"};
-    std::string report;
-    while (const auto line = browser.readLine(patience)) {
-        const auto begin = line->find("clip-report ");
-        const auto end = line->find(" end-of-report");
-        if (begin != std::string::npos && end != std::string::npos) {
-            report = line->substr(begin + 12, end - begin - 12);
-            break;
-        }
-    }
-    browser.terminate();
+    const auto report = reportOfPage(page);
     std::istringstream fields{report};
     ShownByChromium shown{std::vector<int>(times.size()), 0};
     for (auto& number : shown.numbers)

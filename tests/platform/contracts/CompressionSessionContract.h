@@ -1,89 +1,17 @@
 // What every CompressionSession has to do, whichever encoder it is made for. A back end's test makes an Encoder and instantiates the suite.
 #pragma once
 
-#include "base/Mutex.h"
 #include "engine/codecs/KeyFrameRequests.h"
 #include "platform/CompressionSession.h"
+#include "tests/support/CompressionOutput.h"
 
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace velmora::test {
-
-/// What a session has called back. Any thread.
-class CompressionOutput {
-public:
-    struct Call {
-        platform::CompressionStatus status = 0;
-        SampleBufferRef sample;
-        std::thread::id thread;
-    };
-
-    /// The callback; keeps `output` alive. It waits while the output is held.
-    static platform::CompressionSession::OutputCallback callback(std::shared_ptr<CompressionOutput> output)
-    {
-        return [output = std::move(output)](
-                   platform::CompressionStatus status, SampleBufferRef sample) { output->take(status, std::move(sample)); };
-    }
-
-    void hold()
-    {
-        MutexLock lock(mutex_);
-        isHeld_ = true;
-    }
-    void release()
-    {
-        MutexLock lock(mutex_);
-        isHeld_ = false;
-        changed_.notifyAll();
-    }
-    void waitForCalls(std::size_t count)
-    {
-        MutexLock lock(mutex_);
-        while (calls_.size() < count)
-            changed_.wait(mutex_);
-    }
-    [[nodiscard]] std::vector<Call> calls()
-    {
-        MutexLock lock(mutex_);
-        return calls_;
-    }
-    [[nodiscard]] bool isRunning()
-    {
-        MutexLock lock(mutex_);
-        return isRunning_;
-    }
-    /// Two calls have run at once.
-    [[nodiscard]] bool hasOverlapped()
-    {
-        MutexLock lock(mutex_);
-        return hasOverlapped_;
-    }
-
-private:
-    void take(platform::CompressionStatus status, SampleBufferRef sample)
-    {
-        MutexLock lock(mutex_);
-        hasOverlapped_ = hasOverlapped_ || isRunning_;
-        isRunning_ = true;
-        calls_.push_back({status, std::move(sample), std::this_thread::get_id()});
-        changed_.notifyAll();
-        while (isHeld_)
-            changed_.wait(mutex_);
-        isRunning_ = false;
-    }
-
-    Mutex mutex_;
-    ConditionVariable changed_;
-    std::vector<Call> calls_ GUARDED_BY(mutex_);
-    bool isHeld_ GUARDED_BY(mutex_) = false;
-    bool isRunning_ GUARDED_BY(mutex_) = false;
-    bool hasOverlapped_ GUARDED_BY(mutex_) = false;
-};
 
 /// An encoder, and whatever a test has to know of it.
 class EncoderBackEnd {

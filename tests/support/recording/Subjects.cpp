@@ -80,6 +80,26 @@ std::vector<std::string> chromiumArguments(const std::filesystem::path& profile)
         "--user-data-dir=" + profile.string()};
 }
 
+std::string reportOfPage(const std::filesystem::path& page)
+{
+    auto arguments = chromiumArguments(page.string() + ".profile");
+    arguments.insert(arguments.end(),
+        {"--headless=new", "--allow-file-access-from-files", "--enable-logging=stderr", "--v=0", "file://" + page.string()});
+    ChildProcess browser{arguments, {}, "/dev/stdout"};
+    const std::string opening = "clip-report ";
+    std::string report;
+    while (const auto line = browser.readLine(patience)) {
+        const auto begin = line->find(opening);
+        const auto end = line->find(" end-of-report");
+        if (begin != std::string::npos && end != std::string::npos) {
+            report = line->substr(begin + opening.size(), end - begin - opening.size());
+            break;
+        }
+    }
+    browser.terminate();
+    return report;
+}
+
 void awaitPlayingStreams(int count)
 {
     const auto isThere = [count] {

@@ -51,6 +51,10 @@ private:
 /// Arguments that start Chromium with a profile of its own and without chatter. Options and the page come after them.
 std::vector<std::string> chromiumArguments(const std::filesystem::path& profile);
 
+/// What a page says, in a browser without a window, with console.log('clip-report ' + … + ' end-of-report'); empty if it never does. Its profile
+/// goes beside the page, which may read the files there.
+std::string reportOfPage(const std::filesystem::path& page);
+
 /// Waits until that many streams are playing on the sound server. Throws when they never do.
 void awaitPlayingStreams(int count);
 

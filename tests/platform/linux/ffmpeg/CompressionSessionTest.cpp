@@ -2,8 +2,8 @@
 #include "platform/linux/ffmpeg/LibavDifferences.h"
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
 #include "tests/platform/linux/ffmpeg/Decoding.h"
-#include "tests/platform/linux/ffmpeg/SessionOutput.h"
 #include "tests/platform/linux/ffmpeg/TrialEncoders.h"
+#include "tests/support/CompressionOutput.h"
 #include "tests/support/media/TestPictures.h"
 
 #include <atomic>
@@ -20,6 +20,7 @@ using platform::CompressionProperty;
 using platform::CompressionSession;
 using test::Canvas;
 using test::Colour;
+using test::CompressionOutput;
 using test::second;
 using ::testing::AllOf;
 using testing::decodeVideo;
@@ -27,7 +28,6 @@ using ::testing::ElementsAre;
 using ::testing::Gt;
 using testing::isKeyFrame;
 using ::testing::Le;
-using testing::SessionOutput;
 using testing::softwareEncoder;
 
 MediaTime at(std::int64_t nanoseconds)
@@ -101,7 +101,7 @@ protected:
     std::shared_ptr<CompressionSession> makeSession(std::int32_t width, std::int32_t height)
     {
         LibavCompressionSessionFactory factory;
-        auto session = factory.makeSession(width, height, FourCharacterCode{"avc1"}, SessionOutput::callback(output_));
+        auto session = factory.makeSession(width, height, FourCharacterCode{"avc1"}, CompressionOutput::callback(output_));
         if (!session) {
             ADD_FAILURE() << "no session: " << session.error();
             return nullptr;
@@ -120,7 +120,7 @@ protected:
         std::int32_t width, std::int32_t height, std::shared_ptr<FaultyEncoder::Faults> faults)
     {
         auto session = std::make_shared<LibavCompressionSession>(
-            width, height, EncodingEffort::normal, SessionOutput::callback(output_),
+            width, height, EncodingEffort::normal, CompressionOutput::callback(output_),
             [faults](const VideoEncoderSettings& settings) -> tl::expected<std::unique_ptr<VideoEncoder>, AvError> {
                 ++faults->openCount;
                 auto encoder = openVideoEncoder(softwareEncoder(), settings);
@@ -165,7 +165,7 @@ protected:
         return indices;
     }
 
-    std::shared_ptr<SessionOutput> output_ = std::make_shared<SessionOutput>();
+    std::shared_ptr<CompressionOutput> output_ = std::make_shared<CompressionOutput>();
     engine::KeyFrameRequests requests_;
 
 private:
@@ -466,7 +466,7 @@ TEST_F(CompressionSessionTest, OnlyChangedPartsAreConvertedAndTheResultIsThatOfT
     // The same pictures, once with their changes given and once without: the streams must be the same.
     std::vector<std::vector<std::byte>> streams[2];
     for (int run = 0; run < 2; ++run) {
-        output_ = std::make_shared<SessionOutput>();
+        output_ = std::make_shared<CompressionOutput>();
         const auto session = makeSessionOfNormalEffort(321, 181);
         Canvas canvas{321, 181};
         canvas.fill({90, 90, 90});
@@ -566,7 +566,7 @@ TEST_F(CompressionSessionTest, ASessionForAnotherCodecOrAnImpossibleSizeIsRefuse
 {
     LibavCompressionSessionFactory factory;
     const auto make = [&](std::int32_t width, std::int32_t height, const char(&codec)[5]) {
-        return factory.makeSession(width, height, FourCharacterCode{codec}, SessionOutput::callback(output_));
+        return factory.makeSession(width, height, FourCharacterCode{codec}, CompressionOutput::callback(output_));
     };
     EXPECT_FALSE(make(64, 64, "hvc1"));
     EXPECT_FALSE(make(0, 64, "avc1"));
@@ -643,7 +643,7 @@ TEST_F(CompressionSessionTest, AnEncoderThatFailsTenTimesInARowIsOpenedAnew)
 
 TEST_F(CompressionSessionTest, AnEncoderThatCannotBeOpenedFailsEveryFrameButNotTheSession)
 {
-    LibavCompressionSession session{64, 64, EncodingEffort::normal, SessionOutput::callback(output_),
+    LibavCompressionSession session{64, 64, EncodingEffort::normal, CompressionOutput::callback(output_),
         [count = 0](const VideoEncoderSettings& settings) mutable -> tl::expected<std::unique_ptr<VideoEncoder>, AvError> {
             if (count++ < 3)
                 return tl::unexpected(AVERROR(EBUSY));
@@ -820,12 +820,12 @@ TEST_F(CompressionSessionTest, NoCallbackRunsAfterInvalidateReturned)
 
 TEST_F(CompressionSessionTest, DestroyingASessionDiscardsWhatIsPendingAndReleasesItsCallback)
 {
-    std::weak_ptr<SessionOutput> watched;
+    std::weak_ptr<CompressionOutput> watched;
     {
-        auto output = std::make_shared<SessionOutput>();
+        auto output = std::make_shared<CompressionOutput>();
         watched = output;
         LibavCompressionSessionFactory factory;
-        const auto session = factory.makeSession(64, 64, FourCharacterCode{"avc1"}, SessionOutput::callback(std::move(output)));
+        const auto session = factory.makeSession(64, 64, FourCharacterCode{"avc1"}, CompressionOutput::callback(std::move(output)));
         ASSERT_TRUE(session);
         for (std::int64_t frame = 0; frame < 10; ++frame)
             (*session)->encodeFrame(Canvas{64, 64}.picture(), at(frame), at(1));

@@ -5,8 +5,8 @@
 #include "platform/linux/ffmpeg/VideoEncoderSelection.h"
 #include "platform/linux/ffmpeg/Yuv420Frame.h"
 #include "tests/platform/linux/ffmpeg/Decoding.h"
-#include "tests/platform/linux/ffmpeg/SessionOutput.h"
 #include "tests/platform/linux/ffmpeg/TrialEncoders.h"
+#include "tests/support/CompressionOutput.h"
 #include "tests/support/FrameNumber.h"
 #include "tests/support/media/TestPictures.h"
 
@@ -17,8 +17,8 @@ namespace velmora::linux_backend {
 namespace {
 
 using test::Canvas;
+using test::CompressionOutput;
 using test::second;
-using testing::SessionOutput;
 
 constexpr std::int32_t noiseWidth = 480;
 constexpr std::int32_t noiseHeight = 270;
@@ -49,7 +49,7 @@ class Recording {
 public:
     explicit Recording(EncodingEffort effort = EncodingEffort::normal)
         : session_(
-            noiseWidth, noiseHeight, effort, SessionOutput::callback(output_),
+            noiseWidth, noiseHeight, effort, CompressionOutput::callback(output_),
             [](const VideoEncoderSettings& settings) { return openVideoEncoder(videoEncoderCandidates().back(), settings); }, requests_)
     {
     }
@@ -133,7 +133,7 @@ private:
         ++frameCount_;
     }
 
-    std::shared_ptr<SessionOutput> output_ = std::make_shared<SessionOutput>();
+    std::shared_ptr<CompressionOutput> output_ = std::make_shared<CompressionOutput>();
     engine::KeyFrameRequests requests_;
     engine::KeyFrameRequests::Registration request_;
     LibavCompressionSession session_;

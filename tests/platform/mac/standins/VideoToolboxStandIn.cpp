@@ -203,12 +203,12 @@ using namespace velmora::standin;
 
 extern "C" {
 
-OSStatus VTCompressionSessionCreate(CFAllocatorRef, int32_t width, int32_t height, CMVideoCodecType codec, CFDictionaryRef specification,
+OSStatus VTCompressionSessionCreate(CFAllocatorRef, int32_t width, int32_t height, CMVideoCodecType codec, CFDictionaryRef encoder,
     CFDictionaryRef sourceAttributes, CFAllocatorRef, VTCompressionOutputCallback callback, void* value, VTCompressionSessionRef* created)
 {
     if (videoToolbox().createStatus != noErr)
         return videoToolbox().createStatus;
-    if (codec != kCMVideoCodecType_H264 || specification || sourceAttributes)
+    if (codec != kCMVideoCodecType_H264 || encoder || sourceAttributes)
         refuse("a session of another kind");
     auto& session = make<Session>();
     session.width = width;
