@@ -91,21 +91,23 @@ WrittenClip beginning(WrittenClip clip, std::size_t pictureCount, std::int64_t s
     return clip;
 }
 
+/// Silence where there is none.
+double soundAt(const DecodedFile& file, std::int64_t frame)
+{
+    const auto index = frame - file.firstFrame;
+    const bool isThere = index >= 0 && index < static_cast<std::int64_t>(file.sound.size());
+    return isThere ? static_cast<double>(file.sound[static_cast<std::size_t>(index)]) : 0;
+}
+
 /// By how many frames the copy's sound comes later, where it fits the original's best: at few bits a click is no longer one.
 std::int64_t delayOf(const DecodedFile& original, const DecodedFile& copy, std::int64_t from, std::int64_t count)
 {
-    const auto at = [](const DecodedFile& file, std::int64_t frame) {
-        const auto index = frame - file.firstFrame;
-        return index >= 0 && index < static_cast<std::int64_t>(file.sound.size())
-            ? static_cast<double>(file.sound[static_cast<std::size_t>(index)])
-            : 0;
-    };
     std::int64_t best = 0;
     double greatest = -1;
     for (std::int64_t delay = -2 * toleratedFrames; delay <= 2 * toleratedFrames; ++delay) {
         double sum = 0;
         for (std::int64_t i = from; i < from + count; ++i)
-            sum += at(original, i) * at(copy, i + delay);
+            sum += soundAt(original, i) * soundAt(copy, i + delay);
         if (sum > greatest) {
             greatest = sum;
             best = delay;
@@ -122,8 +124,8 @@ void expectTheSameSound(const DecodedFile& original, const DecodedFile& copy)
     for (auto from = 2 * window; from < original.endFrame() - window; from += 5 * window) {
         // Where it is silent there is nothing to compare.
         double energy = 0;
-        for (auto i = from - original.firstFrame; i < from - original.firstFrame + window; ++i)
-            energy += std::pow(original.sound[static_cast<std::size_t>(i)], 2);
+        for (auto i = from; i < from + window; ++i)
+            energy += std::pow(soundAt(original, i), 2);
         if (energy < 0.01 * window)
             continue;
         ++compared;

@@ -17,6 +17,20 @@
 namespace velmora::test {
 
 struct SmallFilesFixture {
+    SmallFilesFixture() = default;
+    ~SmallFilesFixture()
+    {
+        // What runs keeps itself alive until it ends, and then the next begins.
+        for (std::size_t number = 0; number < transcoder->sessions.size(); ++number) {
+            auto& steps = session(number).steps;
+            steps.cancelsAtOnce = true;
+            steps.cancelExport();
+            executor->runAll();
+        }
+    }
+    SmallFilesFixture(const SmallFilesFixture&) = delete;
+    SmallFilesFixture& operator=(const SmallFilesFixture&) = delete;
+
     [[nodiscard]] fake::FakeTranscodingSession& session(std::size_t number) { return *transcoder->sessions.at(number); }
 
     /// The session's end is told on the main thread.
