@@ -136,7 +136,7 @@ private:
                     progress_ = done * 0.99;
                     return !isCancelled();
                 }};
-        const auto written = work_->write(surroundings);
+        auto written = work_->write(surroundings);
         if (!written || !*written)
             return written;
         assert(pending);

@@ -45,7 +45,8 @@ public:
         joined_.assign(samples.begin(), samples.end());
         const auto frames = std::min(tail_.size(), samples.size()) / std::max<std::size_t>(1, channels_);
         for (std::size_t i = 0; i < frames * channels_; ++i) {
-            const float part = static_cast<float>(i / channels_ + 1) / static_cast<float>(frames + 1);
+            const auto frame = i / channels_;
+            const float part = static_cast<float>(frame + 1) / static_cast<float>(frames + 1);
             joined_[i] = tail_[i] + (joined_[i] - tail_[i]) * part;
         }
         close();

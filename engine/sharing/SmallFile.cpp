@@ -361,9 +361,10 @@ private:
             if (isCancelled_)
                 return {};
             auto& round = *encoded;
+            const auto size = static_cast<double>(round.size);
             const bool fits = settings_.limit == 0 || (round.movie && round.size <= settings_.limit);
             search.add(quality, round.pictureBytes);
-            const auto room = limit_ * aim - (static_cast<double>(round.size) - round.pictureBytes);
+            const auto room = limit_ * aim - (size - round.pictureBytes);
             const bool hasNoMoreToShow = fits && quality <= SmallFileSearch::finest;
             if (fits && (!best_ || round.size > best_->size))
                 best_ = std::move(round);
@@ -371,7 +372,7 @@ private:
             if (isEnough || (best_ && rounds_ == mostRounds))
                 return {};
             if (!fits && quality >= SmallFileSearch::coarsest && candidate_ + 1 == candidates_.size())
-                return tooSmall(static_cast<double>(round.size) / aim);
+                return tooSmall(size / aim);
             if (rounds_ == mostRounds)
                 return failure(TranscodingErrorCode::missed, "The clip could not be made to fit into " + sizeText(limit_) + ".");
             const auto next = search.qualityFor(room);

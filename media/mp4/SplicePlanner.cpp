@@ -238,7 +238,7 @@ public:
         const auto end = from < source.mediaEnd() ? std::min(source.mediaEnd(), from + ends - begins) : from + 1;
         const Place place{number, from, begins};
         const auto shown = shownPictures(source, from, std::min(end, source.mediaEnd()));
-        if (const auto result = addShown(source, place, shown); !result)
+        if (auto result = addShown(source, place, shown); !result)
             return result;
         plan_.picturesEnd = from < source.mediaEnd() ? begins + end - from : ends;
         return {};
@@ -291,7 +291,7 @@ private:
             if (*canBe)
                 break;
         }
-        if (const auto result = encode(source, place, {shown.begin(), copied}); !result || copied == shown.end())
+        if (auto result = encode(source, place, {shown.begin(), copied}); !result || copied == shown.end())
             return result;
         // As far as it goes without one that is not shown.
         const auto last = source.presented(shown.back());

@@ -108,7 +108,7 @@ Result<void> LibavPictureReencoder::encode(AVFrame& picture)
     if (isInterlaced(picture))
         return seamFailure(AVERROR_PATCHWELCOME);
     if (!encoder_) {
-        if (const auto result = open(picture); !result)
+        if (auto result = open(picture); !result)
             return result;
     }
     picture.pts = encodedCount_++;

@@ -317,7 +317,7 @@ private:
         const auto& timing = encoding_.timing;
         constexpr int usual = 60;
         const double rate = timing.constantRate > 0 ? timing.constantRate : timing.largestRate > 0 ? timing.largestRate : usual;
-        return std::max(1, static_cast<int>(rate + 0.5));
+        return std::max(1, static_cast<int>(std::lround(rate)));
     }
 
     Result<void> send(AVFrame* frame)
