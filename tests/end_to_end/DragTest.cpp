@@ -87,6 +87,15 @@ addEventListener('drop', async e => {
 
 class DragTest : public testing::Test {
 protected:
+    /// Whether the panel of a saved clip is shown then.
+    [[nodiscard]] bool saveClipOf(const NumberedWindow& window)
+    {
+        if (program.run({"select", std::to_string(window.id())}).status != 0 || !program.startByShortcut())
+            return false;
+        record(1200ms);
+        return program.saveByShortcut() && isShown(hud);
+    }
+
     [[nodiscard]] std::filesystem::path clip(const char* name) const { return program.clipsFolder() / name; }
 
     AssistiveTechnology assistiveTechnology;
@@ -97,11 +106,7 @@ protected:
 TEST_F(DragTest, TheClipOfThePanelArrivesEvenIfThePanelHasGoneMeanwhile)
 {
     const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
-    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
-    ASSERT_TRUE(program.startByShortcut());
-    record(1200ms);
-    ASSERT_TRUE(program.saveByShortcut());
-    ASSERT_TRUE(isShown(hud));
+    ASSERT_TRUE(saveClipOf(window));
     const auto icon = AssistiveTechnology::find("image", "Clip to Drag");
     ASSERT_TRUE(icon);
     const auto place = visibleWindows(hud).at(0);
@@ -120,11 +125,7 @@ TEST_F(DragTest, TheClipOfThePanelArrivesEvenIfThePanelHasGoneMeanwhile)
 TEST_F(DragTest, WhereThereIsNoIconThePanelIsMoved)
 {
     const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
-    ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
-    ASSERT_TRUE(program.startByShortcut());
-    record(1200ms);
-    ASSERT_TRUE(program.saveByShortcut());
-    ASSERT_TRUE(isShown(hud));
+    ASSERT_TRUE(saveClipOf(window));
     const auto place = visibleWindows(hud).at(0);
     const auto corner = place.bottomRight() - QPoint{20, 20};
     dragTo(corner, corner - QPoint{200, -60});

@@ -271,7 +271,7 @@ double ClipAudio::bitRate() const
 ClipAudio::Levels ClipAudio::levels(double tone, double other, int channel) const
 {
     const auto channels = static_cast<std::size_t>(channelCount);
-    // As short as a machine can be busy: a player that gets too little of it leaves gaps.
+    // Short enough to lie between the gaps that a player leaves on a machine with too much to do.
     const auto window = static_cast<std::size_t>(sampleRate) / 8;
     Levels best;
     for (std::size_t begin = 0; begin + window <= frames(); begin += window / 2) {
