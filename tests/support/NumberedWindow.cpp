@@ -119,6 +119,14 @@ std::optional<Options> parseOptions(int argc, char** argv)
     return options;
 }
 
+/// The server gives a client the identifiers of one that has just gone. A window manager that hears late of that one's end unmaps a window
+/// by its identifier, and that must not be ours. xcb counts from the other end.
+xcb_window_t identifierOfItsOwn(const xcb_setup_t& setup)
+{
+    const auto upperHalf = setup.resource_id_mask >> 1;
+    return setup.resource_id_base | (setup.resource_id_mask & ~upperHalf) | (static_cast<std::uint32_t>(getpid()) & upperHalf);
+}
+
 class NumberedWindow {
 public:
     explicit NumberedWindow(Options options) : options_(std::move(options)) { }
@@ -185,10 +193,10 @@ bool NumberedWindow::open()
     if (xcb_connection_has_error(connection_))
         return false;
     screen_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
+    window_ = identifierOfItsOwn(*xcb_get_setup(connection_));
     width_ = options_.width;
     height_ = options_.height;
     const auto [x, y] = options_.position.value_or(std::pair{0, 0});
-    window_ = xcb_generate_id(connection_);
     const std::uint32_t values[] = {options_.overridesRedirect, XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_EXPOSURE};
     xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, screen_->root, static_cast<std::int16_t>(x), static_cast<std::int16_t>(y),
         static_cast<std::uint16_t>(width_), static_cast<std::uint16_t>(height_), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,

@@ -113,6 +113,17 @@ TEST(X11VideoSource, AWindowCoveredByAnotherIsCapturedWhole)
     EXPECT_EQ(capture.recorder.complaints(), "");
 }
 
+TEST(NumberedWindowProgram, AWindowNeverHasTheIdentifierOfTheOneThatHasJustGone)
+{
+    // What a slow window manager still does to that one would happen to it.
+    xcb_window_t before = XCB_NONE;
+    for (int count = 0; count < 5; ++count) {
+        NumberedWindowProgram program{{"--still", "--override"}};
+        EXPECT_NE(program.window(), before);
+        before = program.window();
+    }
+}
+
 class BeyondTheScreen : public testing::TestWithParam<std::string> { };
 
 TEST_P(BeyondTheScreen, AWindowIsCapturedWhole)
