@@ -70,6 +70,28 @@ PooledPicture* PicturePool::leastOutdated()
     return best;
 }
 
+void PicturePool::use(PooledPicture& picture, MonotonicTime now)
+{
+    picture.usedAt = now;
+    const PooledPicture* spare = nullptr;
+    for (const auto& other : storage_->pictures) {
+        if (&other != &picture && other.usedAt && (!spare || *other.usedAt > *spare->usedAt))
+            spare = &other;
+    }
+    for (auto& other : storage_->pictures) {
+        const bool isIdle = other.usedAt && now - *other.usedAt >= idleTime && other.holders.load(std::memory_order_acquire) == 0;
+        if (!isIdle || &other == spare)
+            continue;
+        storage_->block->giveBack(other.offset, pictureBytes(width_, height_));
+        other.missed.clear();
+        other.missed.add({0, 0, width_, height_});
+        other.fitted = {};
+        other.usedAt.reset();
+        // One at a time: it takes the system a while.
+        return;
+    }
+}
+
 std::shared_ptr<const void> PicturePool::lease(PooledPicture& picture)
 {
     picture.holders.fetch_add(1, std::memory_order_relaxed);

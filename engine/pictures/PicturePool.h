@@ -2,14 +2,17 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "base/MonotonicClock.h"
 #include "engine/pictures/DamageRegion.h"
 #include "engine/pictures/MemoryBlock.h"
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace velmora::engine {
@@ -27,16 +30,18 @@ struct PooledPicture {
     DamageRegion missed;  ///< what has changed since this picture was current
     SavedPixels underCursor;  ///< put back before anything is fetched
     PixelRect fitted;  ///< where a scaled source lies; empty while the picture has the source's own size
+    std::optional<MonotonicTime> usedAt;  ///< none while it takes no memory
     std::atomic<int> holders{0};
 };
 
 /// A fixed number of BGRA pictures of one size in one block of memory. Everything but the release of a lease happens on
 /// the capture's thread. A picture is written to only while nobody holds a lease on it; when all are held there is none to be had,
 /// and the capture skips that moment: memory stays bounded however slow a consumer is. Memory that was never written to
-/// costs nothing, so a consumer that keeps up uses one or two of them.
+/// costs nothing, so a consumer that keeps up uses one or two of them; what a burst took beyond these is given back when it is over.
 class PicturePool {
 public:
     static constexpr std::size_t pictureCount = 6;
+    static constexpr std::chrono::seconds idleTime{10};
 
     /// How large the memory of a pool must be.
     [[nodiscard]] static std::size_t requiredBytes(std::int32_t width, std::int32_t height);
@@ -59,6 +64,10 @@ public:
 
     /// Keeps the picture, and the memory it lies in, until the last copy is released; on any thread, also after the pool's end.
     [[nodiscard]] std::shared_ptr<const void> lease(PooledPicture& picture);
+
+    /// The picture has been delivered at this time. One that nobody has held for the idle time, if there is one, gives its memory back; the
+    /// two that were used last keep theirs, because they alternate as long as the consumer keeps up.
+    void use(PooledPicture& picture, MonotonicTime now);
 
 private:
     struct Storage {

@@ -225,6 +225,7 @@ void PictureStream::deliver(PooledPicture& picture, MonotonicTime time, std::vec
     lastTime_ = time;
     isPictureWanted_ = false;
     deliver_(samples_.make(pool_, picture, time, std::move(dirty)));
+    pool_.use(picture, time);
 }
 
 }  // namespace velmora::engine

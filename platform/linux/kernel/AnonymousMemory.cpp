@@ -11,6 +11,8 @@ class AnonymousMemory final : public engine::MemoryBlock {
 public:
     AnonymousMemory(std::byte* data, std::size_t size) : engine::MemoryBlock(data, size) { }
     ~AnonymousMemory() override { munmap(data(), size()); }
+
+    void giveBack(std::size_t offset, std::size_t size) override { madvise(data() + offset, size, MADV_DONTNEED); }
 };
 
 }  // namespace

@@ -1,9 +1,9 @@
 #include "platform/linux/x11/ServerMemory.h"
 
+#include "platform/linux/kernel/AnonymousMemory.h"
 #include "platform/linux/kernel/FileDescriptor.h"
 
 #include <cassert>
-#include <cerrno>
 #include <cstring>
 #include <sys/ipc.h>
 #include <sys/mman.h>
@@ -15,25 +15,32 @@ namespace velmora::linux_backend {
 
 namespace {
 
-class MappedBlock final : public engine::MemoryBlock {
+/// What the X server has mapped too.
+class SharedBlock : public engine::MemoryBlock {
 public:
-    /// Maps the file, or anonymous memory when `descriptor` is negative. Null on failure.
-    static std::shared_ptr<engine::MemoryBlock> map(int descriptor, std::size_t size)
-    {
-        const int flags = descriptor < 0 ? MAP_PRIVATE | MAP_ANONYMOUS : MAP_SHARED;
-        void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, flags, descriptor, 0);
-        if (memory == MAP_FAILED)
-            return nullptr;
-        return std::make_shared<MappedBlock>(static_cast<std::byte*>(memory), size);
-    }
+    using engine::MemoryBlock::MemoryBlock;
 
-    MappedBlock(std::byte* memory, std::size_t size) : engine::MemoryBlock(memory, size) { }
-    ~MappedBlock() override { munmap(data(), size()); }
+    void giveBack(std::size_t offset, std::size_t size) override { madvise(data() + offset, size, MADV_REMOVE); }
 };
 
-class SystemVBlock final : public engine::MemoryBlock {
+class FileBlock final : public SharedBlock {
 public:
-    SystemVBlock(std::byte* memory, std::size_t size) : engine::MemoryBlock(memory, size) { }
+    /// Null on failure.
+    static std::shared_ptr<engine::MemoryBlock> map(int descriptor, std::size_t size)
+    {
+        void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
+        if (memory == MAP_FAILED)
+            return nullptr;
+        return std::make_shared<FileBlock>(static_cast<std::byte*>(memory), size);
+    }
+
+    FileBlock(std::byte* memory, std::size_t size) : SharedBlock(memory, size) { }
+    ~FileBlock() override { munmap(data(), size()); }
+};
+
+class SystemVBlock final : public SharedBlock {
+public:
+    SystemVBlock(std::byte* memory, std::size_t size) : SharedBlock(memory, size) { }
     ~SystemVBlock() override { shmdt(data()); }
 };
 
@@ -72,7 +79,7 @@ Result<std::unique_ptr<ServerMemory>> ServerMemory::allocate(const Connection& c
     if (shared && best == ImageTransport::fileDescriptor && passesDescriptors(connection)) {
         FileDescriptor file{memfd_create("velmora-pictures", MFD_CLOEXEC)};
         if (file && ftruncate(file.get(), static_cast<off_t>(size)) == 0) {
-            if (auto block = MappedBlock::map(file.get(), size)) {
+            if (auto block = FileBlock::map(file.get(), size)) {
                 const auto segment = connection.newId();
                 // xcb closes the descriptor once it is sent.
                 if (connection.succeeded(xcb_shm_attach_fd_checked(connection.xcb(), segment, file.release(), 0)))
@@ -90,9 +97,10 @@ Result<std::unique_ptr<ServerMemory>> ServerMemory::allocate(const Connection& c
                 return owned(std::move(block), ImageTransport::systemV, segment);
         }
     }
-    if (auto block = MappedBlock::map(-1, size))
-        return owned(std::move(block), ImageTransport::socket, XCB_NONE);
-    return fail(posixError(errno, "Memory for pictures"));
+    auto block = allocateAnonymousMemory(size);
+    if (!block)
+        return fail(std::move(block.error()));
+    return owned(std::move(*block), ImageTransport::socket, XCB_NONE);
 }
 
 ServerMemory::~ServerMemory()

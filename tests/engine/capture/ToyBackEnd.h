@@ -20,6 +20,7 @@ namespace velmora::engine {
 
 struct ToyMemory final : std::vector<std::byte>, MemoryBlock {
     explicit ToyMemory(std::size_t bytes) : std::vector<std::byte>(bytes), MemoryBlock(std::vector<std::byte>::data(), bytes) { }
+    void giveBack(std::size_t /*offset*/, std::size_t /*size*/) override { }
 };
 
 class ToyVideoSource final : public VideoSource, PictureContent {

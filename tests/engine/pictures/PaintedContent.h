@@ -23,16 +23,24 @@ public:
     /// A fetch takes time, on this clock.
     explicit PaintedContent(MonotonicTime& clock) : clock_(clock) { }
 
-    static std::shared_ptr<MemoryBlock> memory(std::size_t size)
-    {
-        struct Bytes {
-            std::vector<std::byte> bytes;
-        };
-        struct Block final : Bytes, MemoryBlock {
-            explicit Block(std::size_t size) : Bytes{std::vector<std::byte>(size)}, MemoryBlock(bytes.data(), size) { }
-        };
-        return std::make_shared<Block>(size);
-    }
+    struct Bytes {
+        std::vector<std::byte> bytes;
+    };
+
+    /// What is given back is overwritten.
+    struct Memory final : Bytes, MemoryBlock {
+        explicit Memory(std::size_t size) : Bytes{std::vector<std::byte>(size)}, MemoryBlock(bytes.data(), size) { }
+
+        void giveBack(std::size_t offset, std::size_t size) override
+        {
+            std::fill_n(data() + offset, size, std::byte{0x55});
+            givenBack.push_back(data() + offset);
+        }
+
+        std::vector<const std::byte*> givenBack;
+    };
+
+    static std::shared_ptr<Memory> memory(std::size_t size) { return std::make_shared<Memory>(size); }
 
     void resize(std::int32_t width, std::int32_t height, std::uint32_t colour)
     {

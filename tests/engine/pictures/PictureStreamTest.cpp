@@ -80,7 +80,8 @@ protected:
     Recorder recorder;
     int scalersMade = 0;
     bool hasScaler = true;
-    PictureStream stream{pictureSize(16, 12), PaintedContent::memory(PictureStream::requiredBytes(pictureSize(16, 12))), content,
+    std::shared_ptr<PaintedContent::Memory> pictureMemory = PaintedContent::memory(PictureStream::requiredBytes(pictureSize(16, 12)));
+    PictureStream stream{pictureSize(16, 12), pictureMemory, content,
         [this]() -> Result<std::unique_ptr<PictureScaler>> {
             ++scalersMade;
             if (!hasScaler)
@@ -353,6 +354,104 @@ TEST_F(HeldPictures, AConsumerThatHoldsEverythingGetsNoMoreMemoryAndGoesOnWhenIt
         work();
     }
     EXPECT_EQ(addressCount(), PicturePool::pictureCount);
+}
+
+/// A consumer that held all pictures for a moment keeps up again.
+class AfterABurst : public HeldPictures {
+protected:
+    AfterABurst()
+    {
+        recorder.hold(false);
+        runUntil(now + sixtieth);
+        burstEnd = now;
+    }
+
+    /// Thirty pictures a second, each of which has to be the content pixel by pixel.
+    void drawUntil(MonotonicTime end)
+    {
+        for (std::uint32_t colour = 1; now < end; ++colour) {
+            now += 33 * millisecond;
+            draw({static_cast<std::int32_t>(colour % 15), 3, 2, 2}, colour);
+            work();
+            ASSERT_EQ(recorder.lastColours(), content.colours());
+        }
+    }
+
+    MonotonicTime burstEnd;
+};
+
+TEST_F(AfterABurst, MemoryThatNobodyHasUsedForTenSecondsIsGivenBackButForTheTwoThatAlternate)
+{
+    drawUntil(burstEnd + 9900 * millisecond);
+    EXPECT_THAT(pictureMemory->givenBack, IsEmpty());
+    drawUntil(burstEnd + std::chrono::seconds{60});
+    const std::set<const std::byte*> distinct{pictureMemory->givenBack.begin(), pictureMemory->givenBack.end()};
+    EXPECT_THAT(distinct, SizeIs(PicturePool::pictureCount - 2));
+    EXPECT_THAT(pictureMemory->givenBack, SizeIs(distinct.size())) << "nothing is given back twice";
+}
+
+TEST_F(AfterABurst, NoMoreThanOnePicturesMemoryIsGivenBackAtATime)
+{
+    std::size_t before = 0;
+    for (const auto end = burstEnd + std::chrono::seconds{20}; now < end;) {
+        drawUntil(now + millisecond);
+        EXPECT_LE(pictureMemory->givenBack.size(), before + 1);
+        before = pictureMemory->givenBack.size();
+    }
+    EXPECT_EQ(before, PicturePool::pictureCount - 2);
+}
+
+TEST_F(AfterABurst, OfAWindowThatStandsStillTheMemoryIsGivenBackToo)
+{
+    runUntil(burstEnd + std::chrono::seconds{20});
+    EXPECT_THAT(pictureMemory->givenBack, SizeIs(PicturePool::pictureCount - 2));
+    EXPECT_EQ(recorder.lastColours(), content.colours());
+}
+
+TEST_F(AfterABurst, APictureThatIsHeldStaysAsItIsHoweverLong)
+{
+    const auto held = recorder.lastSample();
+    const auto colours = recorder.lastColours();
+    drawUntil(burstEnd + std::chrono::seconds{60});
+    const auto* pixels = reinterpret_cast<const std::uint32_t*>(held->imageBuffer->baseAddress);
+    EXPECT_EQ(std::vector<std::uint32_t>(pixels, pixels + 16 * 12), colours);
+    EXPECT_THAT(pictureMemory->givenBack, SizeIs(PicturePool::pictureCount - 3));
+}
+
+TEST_F(AfterABurst, TheNextBurstFindsWholePicturesWhereMemoryWasGivenBack)
+{
+    runUntil(burstEnd + std::chrono::seconds{20});
+    ASSERT_THAT(pictureMemory->givenBack, SizeIs(PicturePool::pictureCount - 2));
+    recorder.hold(true);
+    for (std::uint32_t frame = 1; frame < PicturePool::pictureCount; ++frame) {
+        now += 20 * millisecond;
+        draw({5, 5, 1, 1}, frame);
+        work();
+        EXPECT_EQ(recorder.lastColours(), content.colours()) << frame;
+    }
+}
+
+TEST_F(AfterABurst, AroundFittedContentThePicturesAreBlackAgain)
+{
+    const auto resize = [this](std::uint32_t colour) {
+        content.resize(8, 12, colour);
+        stream.contentReplaced(8, 12);
+        now += 20 * millisecond;
+        work();
+        EXPECT_EQ(seen(8, 6), colour);
+        EXPECT_EQ(seen(0, 0), black);
+        EXPECT_EQ(seen(15, 11), black);
+    };
+    const auto burst = [&] {
+        recorder.hold(true);
+        for (std::uint32_t frame = 1; frame < PicturePool::pictureCount; ++frame)
+            resize(frame);
+        recorder.hold(false);
+    };
+    burst();
+    runUntil(now + std::chrono::seconds{20});
+    ASSERT_THAT(pictureMemory->givenBack, SizeIs(PicturePool::pictureCount - 2));
+    burst();
 }
 
 TEST_F(HeldPictures, TheLastIsRepeatedAllTheSame)

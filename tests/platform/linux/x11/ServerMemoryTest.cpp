@@ -2,6 +2,7 @@
 
 #include "tests/platform/linux/x11/TestDesktop.h"
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -56,6 +57,27 @@ TEST_P(Transport, TheBlockOutlivesItsConnection)
     }
     block->data()[4095] = std::byte{7};
     EXPECT_EQ(block->data()[4095], std::byte{7});
+}
+
+TEST_P(Transport, WhatIsGivenBackIsTakenByTheSystemAndCanBeFetchedIntoAgain)
+{
+    TestDesktop desktop;
+    const auto pixmap = desktop.connection().newId();
+    xcb_create_pixmap(desktop.xcb(), desktop.connection().screen().root_depth, pixmap, desktop.root(), 8, 8);
+    desktop.fill(pixmap, {0, 0, 8, 8}, 0xa1b2c3);
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const auto memory = ServerMemory::allocate(desktop.connection(), 3 * page, GetParam());
+    ASSERT_TRUE(memory);
+    auto* const data = (*memory)->block()->data();
+    std::fill_n(data, 3 * page, std::byte{7});
+    (*memory)->block()->giveBack(page, page);
+    EXPECT_EQ(data[page - 1], std::byte{7});
+    EXPECT_EQ(data[2 * page], std::byte{7});
+    EXPECT_EQ(std::count(data + page, data + 2 * page, std::byte{0}), static_cast<std::ptrdiff_t>(page)) << "pages of zeros are new ones";
+    ASSERT_TRUE((*memory)->fetch(pixmap, {0, 0, 8, 8}, page));
+    std::uint32_t pixel = 0;
+    std::memcpy(&pixel, data + page + 63 * sizeof pixel, sizeof pixel);
+    EXPECT_EQ(pixel & 0xffffff, 0xa1b2c3U);
 }
 
 INSTANTIATE_TEST_SUITE_P(
