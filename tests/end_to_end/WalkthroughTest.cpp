@@ -7,6 +7,10 @@
 #include "tests/support/recording/Subjects.h"
 
 #include <gmock/gmock.h>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
 
 namespace velmora::test {
 namespace {
@@ -280,6 +284,27 @@ TEST(WalkthroughWithoutPermissionTest, ItSaysWhatIsMissingOpensNothingAtItsEndAn
     EXPECT_THAT(program.storedFiles(), ElementsAre(keptFile));
     program.restart();
     EXPECT_TRUE(isShown(walkthrough)) << "completed, but of no use yet";
+}
+
+/// The titles of the program's windows on a display without a window manager, topmost first.
+std::vector<std::string> stackedTitles()
+{
+    std::vector<std::string> titles;
+    std::istringstream lines{runProgram({"xwininfo", "-root", "-children"}).output};
+    const std::regex window{R"re("(.*)": \("velmora" "Velmora"\))re"};
+    for (std::string line; std::getline(lines, line);) {
+        if (std::smatch match; std::regex_search(line, match, window))
+            titles.push_back(match[1]);
+    }
+    return titles;
+}
+
+TEST(WalkthroughWithoutWindowManagerTest, ItStaysBeforeTheSmallWindowThatComesAfterIt)
+{
+    // A window manager that has yet to hear who has the keyboard puts the small window on top as well.
+    const SecondDisplay display{{}, SecondDisplay::WindowManager::none};
+    const TrayProgram program{firstStart()};
+    EXPECT_TRUE(waitUntil([] { return stackedTitles() == std::vector<std::string>{walkthrough, "Velmora"}; }));
 }
 
 TEST_F(WalkthroughTest, WithThePermissionTheFourthStepSaysThatItIsGranted)

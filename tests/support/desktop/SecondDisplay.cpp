@@ -24,7 +24,7 @@ std::vector<std::string> serverArguments(std::vector<std::string> options)
 
 }  // namespace
 
-SecondDisplay::SecondDisplay(std::vector<std::string> options)
+SecondDisplay::SecondDisplay(std::vector<std::string> options, WindowManager windowManager)
     : before_(environmentVariable("DISPLAY"))
     , server_(serverArguments(std::move(options)))
 {
@@ -32,6 +32,8 @@ SecondDisplay::SecondDisplay(std::vector<std::string> options)
     if (!number)
         throw std::runtime_error("the second X server did not start");
     ::setenv("DISPLAY", (":" + *number).c_str(), 1);
+    if (windowManager == WindowManager::none)
+        return;
     windowManager_.emplace(
         std::vector<std::string>{"openbox", "--sm-disable", "--config-file", environmentVariable("VELMORA_DESKTOP") + "/openbox.xml"});
     const auto managesWindows = [] {

@@ -9,11 +9,13 @@
 
 namespace velmora::test {
 
-/// While it lives it is the display of this process and of all programs that the process starts. With a window manager.
+/// While it lives it is the display of this process and of all programs that the process starts.
 class SecondDisplay {
 public:
+    enum class WindowManager { openbox, none };
+
     /// `options` are Xvfb's.
-    explicit SecondDisplay(std::vector<std::string> options);
+    explicit SecondDisplay(std::vector<std::string> options, WindowManager windowManager = WindowManager::openbox);
     ~SecondDisplay();
     SecondDisplay(const SecondDisplay&) = delete;
     SecondDisplay& operator=(const SecondDisplay&) = delete;
