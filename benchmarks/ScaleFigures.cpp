@@ -106,7 +106,7 @@ void measureClips(Figures& figures, QCoreApplication& application)
         const auto heapBefore = heapMegabytes();
         const auto begin = Clock::now();
         ClipLibrary library{ClipLibrary::Services{{linux_backend::makeFileManager(), linux_backend::makeAssetReader(),
-                                std::make_shared<MainThreadClock>(), std::make_shared<MainThreadExecutor>()},
+                                                      std::make_shared<MainThreadClock>(), std::make_shared<MainThreadExecutor>()},
             nullptr}};
         QObject::connect(&library, &ClipLibrary::recentClipsChanged, &application, &QCoreApplication::quit);
         QCoreApplication::exec();
