@@ -318,6 +318,20 @@ Parsed parseJoin(const QStringList& arguments)
     return join;
 }
 
+std::optional<platform::CopyFormat> copyFormat(const QString& name)
+{
+    using platform::CopyFormat;
+    static const QHash<QString, CopyFormat> formats{
+        {QStringLiteral("mp4"), CopyFormat::mp4},
+        {QStringLiteral("mp4-constant"), CopyFormat::mp4},
+        {QStringLiteral("gif"), CopyFormat::gif},
+        {QStringLiteral("webp"), CopyFormat::webp},
+        {QStringLiteral("webm"), CopyFormat::webm},
+    };
+    const auto found = formats.find(name);
+    return found == formats.end() ? std::nullopt : std::optional{*found};
+}
+
 Parsed parseShare(const QStringList& arguments)
 {
     Arguments given{arguments};
@@ -329,8 +343,10 @@ Parsed parseShare(const QStringList& arguments)
     Share share{.file = std::move(*file), .json = given.isSet("json")};
     if (given.isSet("format")) {
         const auto format = given.value("format");
-        if (format != QLatin1String("mp4") && format != QLatin1String("mp4-constant"))
-            return wrong(QStringLiteral("'%1' is not a format; there are mp4 and mp4-constant.").arg(format));
+        const auto known = copyFormat(format);
+        if (!known)
+            return wrong(QStringLiteral("'%1' is not a format; there are mp4, mp4-constant, gif, webp and webm.").arg(format));
+        share.settings.format = *known;
         share.settings.hasConstantRate = format == QLatin1String("mp4-constant");
     }
     if (given.isSet("limit")) {

@@ -31,6 +31,8 @@ QJsonObject asJson(const platform::TranscodingSession& session, const platform::
     object[QStringLiteral("picturesPerSecond")] = report.pictureRate;
     object[QStringLiteral("soundBitRate")] = static_cast<qint64>(report.soundBitRate);
     object[QStringLiteral("quality")] = report.quality;
+    if (report.colours > 0)
+        object[QStringLiteral("colours")] = report.colours;
     object[QStringLiteral("rounds")] = report.rounds;
     return object;
 }
@@ -44,7 +46,9 @@ std::string asText(const platform::TranscodingReport& report)
         .arg(report.width)
         .arg(report.height)
         .arg(report.pictureRate, 0, 'f', report.pictureRate < 10 ? 1 : 0)
-        .arg(report.soundBitRate > 0 ? QStringLiteral("sound at %1 kbit/s").arg(report.soundBitRate / 1000) : QStringLiteral("no sound"))
+        .arg(report.soundBitRate > 0      ? QStringLiteral("sound at %1 kbit/s").arg(report.soundBitRate / 1000)
+                : report.colours > 0 ? QStringLiteral("%1 colours, no sound").arg(report.colours)
+                                     : QStringLiteral("no sound"))
         .toStdString();
 }
 

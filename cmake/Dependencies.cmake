@@ -16,18 +16,21 @@ pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
 pkg_check_modules(MPV REQUIRED IMPORTED_TARGET mpv)
 pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse)
 pkg_check_modules(LIBAV REQUIRED IMPORTED_TARGET libavcodec libavutil libswresample libswscale)
+pkg_check_modules(LIBAVFORMAT REQUIRED IMPORTED_TARGET libavformat)
+pkg_check_modules(LIBAVFILTER REQUIRED IMPORTED_TARGET libavfilter)
 
 if(VELMORA_TESTS)
     find_package(GTest REQUIRED)
     pkg_check_modules(XCB_XTEST REQUIRED IMPORTED_TARGET xcb-xtest)
-    pkg_check_modules(LIBAVFORMAT REQUIRED IMPORTED_TARGET libavformat)
+    pkg_check_modules(WEBP REQUIRED IMPORTED_TARGET libwebpdemux libwebp)
 endif()
 if(VELMORA_BENCHMARKS)
     find_package(benchmark REQUIRED)
 endif()
 
 # The headers of these libraries need not meet our warnings.
-foreach(target PkgConfig::XCB PkgConfig::XCB_XTEST PkgConfig::XKBCOMMON PkgConfig::PIPEWIRE PkgConfig::MPV PkgConfig::PULSE PkgConfig::LIBAV PkgConfig::LIBAVFORMAT)
+foreach(target PkgConfig::XCB PkgConfig::XCB_XTEST PkgConfig::XKBCOMMON PkgConfig::PIPEWIRE PkgConfig::MPV PkgConfig::PULSE PkgConfig::LIBAV PkgConfig::LIBAVFORMAT
+        PkgConfig::LIBAVFILTER PkgConfig::WEBP)
     if(TARGET ${target})
         get_target_property(directories ${target} INTERFACE_INCLUDE_DIRECTORIES)
         if(directories)

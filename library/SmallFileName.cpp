@@ -55,6 +55,21 @@ std::string shortened(std::string name, std::size_t length)
     return name;
 }
 
+const char* extensionOf(platform::CopyFormat format)
+{
+    switch (format) {
+    case platform::CopyFormat::gif:
+        return ".gif";
+    case platform::CopyFormat::webp:
+        return ".webp";
+    case platform::CopyFormat::webm:
+        return ".webm";
+    case platform::CopyFormat::mp4:
+        break;
+    }
+    return ".mp4";
+}
+
 }  // namespace
 
 std::string limitText(std::uint64_t bytes)
@@ -96,11 +111,12 @@ platform::ExportSession::NextOutputURL namesFor(const std::filesystem::path& cli
     }
     if (settings.hasConstantRate)
         suffix += "-constant";
-    const auto name = shortened(clip.stem().native(), longestName - suffix.size() - std::string_view{".mp4"}.size()) + suffix;
-    return [folder, name, files = std::move(files), number = 0U]() mutable -> std::optional<std::filesystem::path> {
+    const std::string extension = extensionOf(settings.format);
+    const auto name = shortened(clip.stem().native(), longestName - suffix.size() - extension.size()) + suffix;
+    return [folder, name, extension, files = std::move(files), number = 0U]() mutable -> std::optional<std::filesystem::path> {
         constexpr unsigned most = 1'000'000;
         while (number < most) {
-            const auto path = folder / (name + (number > 0 ? "-" + std::to_string(number) : std::string{}) + ".mp4");
+            const auto path = folder / (name + (number > 0 ? "-" + std::to_string(number) : std::string{}) + extension);
             ++number;
             if (!files->fileExists(path))
                 return path;

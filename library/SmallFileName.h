@@ -29,8 +29,8 @@ inline constexpr std::uint64_t usualLimits[] = {10 * bytesOfMegabyte, 25 * bytes
 /// Below the clips' folder, so that no copy takes a clip's place among the recent ones.
 [[nodiscard]] std::filesystem::path folderFor(const std::filesystem::path& clipsFolder);
 
-/// Names for a copy of `clip` in `folder`, one after the other: "clip-10MB.mp4", "clip-10MB-1.mp4"… Each is free when it is given, and no
-/// longer than file systems take. Any thread, one at a time.
+/// Names for a copy of `clip` in `folder`, one after the other: "clip-10MB.mp4", "clip-10MB-1.mp4"…, or with the extension of another
+/// format. Each is free when it is given, and no longer than file systems take. Any thread, one at a time.
 [[nodiscard]] platform::ExportSession::NextOutputURL namesFor(const std::filesystem::path& clip, const std::filesystem::path& folder,
     const platform::TranscodingSettings& settings, std::shared_ptr<platform::FileManager> files);
 

@@ -2,6 +2,7 @@
 
 #include "base/Mutex.h"
 #include "engine/files/ExportSessions.h"
+#include "engine/sharing/MovieCopy.h"
 #include "engine/sharing/SmallFile.h"
 #include "media/mp4/PosixFile.h"
 
@@ -44,10 +45,11 @@ private:
 class Transcoding final : public ExportWork {
 public:
     Transcoding(std::unique_ptr<mp4::File> source, const TranscodingSettings& settings, MakeClipCodecs makeCodecs,
-        std::shared_ptr<KeptReport> report)
+        MakeMovieCodecs makeMovieCodecs, std::shared_ptr<KeptReport> report)
         : source_(std::move(source))
         , settings_(settings)
         , makeCodecs_(std::move(makeCodecs))
+        , makeMovieCodecs_(std::move(makeMovieCodecs))
         , report_(std::move(report))
     {
     }
@@ -57,14 +59,7 @@ public:
         if (surroundings.range != wholeClip || !surroundings.cuts.empty())
             return fail(std::string{platform::transcodingErrorDomain}, static_cast<int>(platform::TranscodingErrorCode::unsupported),
                 "Only whole clips can be encoded anew.");
-        const auto codecs = makeCodecs_();
-        if (!codecs)
-            return fail(codecs.error());
-        const auto report = makeSmallFile(*source_, settings_,
-            {.codecs = **codecs,
-                .makeTarget = surroundings.createOutput,
-                .makeScratch = surroundings.createScratch,
-                .progress = surroundings.progress});
+        const auto report = settings_.format == platform::CopyFormat::mp4 ? makeMp4(surroundings) : makeMovie(surroundings);
         if (!report)
             return fail(isFullDisk(report.error()) ? posixError(report.error().code, surroundings.folder.native()) : report.error());
         if (!*report)
@@ -74,9 +69,36 @@ public:
     }
 
 private:
+    using Made = Result<std::optional<TranscodingReport>>;
+
+    Made makeMp4(const Surroundings& surroundings)
+    {
+        const auto codecs = makeCodecs_();
+        if (!codecs)
+            return fail(codecs.error());
+        return makeSmallFile(*source_, settings_,
+            {.codecs = **codecs,
+                .makeTarget = surroundings.createOutput,
+                .makeScratch = surroundings.createScratch,
+                .progress = surroundings.progress});
+    }
+
+    Made makeMovie(const Surroundings& surroundings)
+    {
+        const auto codecs = makeMovieCodecs_();
+        if (!codecs)
+            return fail(codecs.error());
+        return makeMovieCopy(*source_, settings_,
+            {.codecs = **codecs,
+                .makeTarget = surroundings.createOutput,
+                .makeScratch = surroundings.createScratch,
+                .progress = surroundings.progress});
+    }
+
     const std::unique_ptr<mp4::File> source_;
     const TranscodingSettings settings_;
     const MakeClipCodecs makeCodecs_;
+    const MakeMovieCodecs makeMovieCodecs_;
     const std::shared_ptr<KeptReport> report_;
 };
 
@@ -111,7 +133,11 @@ private:
 
 class Transcoder final : public platform::ClipTranscoder {
 public:
-    explicit Transcoder(MakeClipCodecs makeCodecs) : makeCodecs_(std::move(makeCodecs)) { }
+    Transcoder(MakeClipCodecs makeCodecs, MakeMovieCodecs makeMovieCodecs)
+        : makeCodecs_(std::move(makeCodecs))
+        , makeMovieCodecs_(std::move(makeMovieCodecs))
+    {
+    }
 
     Result<std::shared_ptr<platform::TranscodingSession>> makeSession(
         const std::filesystem::path& asset, const TranscodingSettings& settings) override
@@ -120,20 +146,21 @@ public:
         if (!source)
             return fail(source.error());
         auto report = std::make_shared<KeptReport>();
-        auto session = makeExportSession(std::make_unique<Transcoding>(std::move(*source), settings, makeCodecs_, report),
+        auto session = makeExportSession(std::make_unique<Transcoding>(std::move(*source), settings, makeCodecs_, makeMovieCodecs_, report),
             "com.velmora.transcoding", SerialQueue::QualityOfService::background);
         return std::make_shared<Session>(std::move(session), std::move(report));
     }
 
 private:
     const MakeClipCodecs makeCodecs_;
+    const MakeMovieCodecs makeMovieCodecs_;
 };
 
 }  // namespace
 
-std::shared_ptr<platform::ClipTranscoder> makeClipTranscoder(MakeClipCodecs makeCodecs)
+std::shared_ptr<platform::ClipTranscoder> makeClipTranscoder(MakeClipCodecs makeCodecs, MakeMovieCodecs makeMovieCodecs)
 {
-    return std::make_shared<Transcoder>(std::move(makeCodecs));
+    return std::make_shared<Transcoder>(std::move(makeCodecs), std::move(makeMovieCodecs));
 }
 
 }  // namespace velmora::engine

@@ -69,7 +69,8 @@ public:
             return stored;
         sound.format = encoder_->format();
         sound.primingFrames = encoder_->primingFrames();
-        sound.presentedFrames = written_;
+        // Some encoders know one sample rate only.
+        sound.presentedFrames = written_ * sound.format->audio()->sampleRate / sampleRate_;
         sound.packetSizes = std::move(sizes_);
         sound.packetFrames = packetFrames_;
         sound.byteCount = byteCount_;

@@ -1,15 +1,14 @@
 #include "engine/sharing/SmallFile.h"
 
 #include "engine/sharing/EncodedMovie.h"
+#include "engine/sharing/SharedCopy.h"
 #include "engine/sharing/SmallFilePlan.h"
 #include "engine/sharing/SmallFileSearch.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
 #include <limits>
-#include <string>
 #include <utility>
 
 namespace velmora::engine {
@@ -19,17 +18,11 @@ namespace {
 using platform::TranscodingErrorCode;
 using platform::TranscodingReport;
 
-/// Of the limit: what a round aims at, and what is enough.
-constexpr double aim = 0.965;
-constexpr double enough = 0.9;
-constexpr int mostRounds = 6;
-
 /// Without a limit.
 constexpr double goodQuality = 18;
 
 /// A first impression of a long clip, from parts of it.
 constexpr int probeParts = 6;
-constexpr double probeSeconds = 1.5;
 constexpr int mostProbes = 4;
 /// By how much a first impression may be wrong, and the least that another round changes; both in units of the quality.
 constexpr double toleratedGuess = 3;
@@ -38,37 +31,6 @@ constexpr double leastStep = 0.2;
 /// How the size follows the number of pixels and of pictures, until it is measured.
 constexpr double pixelExponent = 0.75;
 constexpr double pictureExponent = 0.6;
-
-// What part of the work the steps are, for the progress.
-constexpr double soundShare = 0.04;
-constexpr double probesShare = 0.12;
-constexpr double roundShare = 0.62;
-constexpr double copyShare = 0.98;
-
-tl::unexpected<Error> failure(TranscodingErrorCode code, std::string description)
-{
-    return fail(std::string{platform::transcodingErrorDomain}, static_cast<int>(code), std::move(description));
-}
-
-/// Rounded up, so that what is said to suffice does.
-std::string sizeText(double bytes)
-{
-    const bool isSmall = bytes < 1e6;
-    char text[32];
-    std::snprintf(text, sizeof text, isSmall || bytes >= 10e6 ? "%.0f %s" : "%.1f %s",
-        isSmall ? std::ceil(bytes / 1e3) : std::ceil(bytes / 1e5) / 10, isSmall ? "KB" : "MB");
-    // The decimal point follows the locale.
-    std::replace(text, text + sizeof text, ',', '.');
-    return text;
-}
-
-std::string lengthText(double seconds)
-{
-    const auto whole = static_cast<long long>(std::llround(seconds));
-    char text[40];
-    std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
-    return text;
-}
 
 std::array<std::int32_t, 9> scaledMatrix(std::array<std::int32_t, 9> matrix, double x, double y)
 {
@@ -146,18 +108,11 @@ private:
         if (!*target)
             return std::nullopt;
         const auto size = source_->fileSize();
-        std::vector<std::byte> buffer(std::size_t{1} << 20);
-        for (std::uint64_t done = 0; done < size;) {
-            if (!report(static_cast<double>(done) / static_cast<double>(size)))
-                return std::nullopt;
-            const auto block = std::min<std::uint64_t>(size - done, std::uint64_t{8} << 20);
-            const auto complete = (*target)->copyFrom(file_, done, done, block, buffer);
-            if (!complete)
-                return fail(complete.error());
-            if (!*complete)
-                return fail(mp4::makeError(mp4::ErrorCode::damaged, "The file became shorter while it was being copied."));
-            done += block;
-        }
+        const auto copied = copyBytes(file_, size, **target, [this](double done) { return report(done); });
+        if (!copied)
+            return fail(copied.error());
+        if (!*copied)
+            return std::nullopt;
         TranscodingReport report;
         report.isCopy = true;
         report.size = size;
@@ -196,21 +151,13 @@ private:
         return {};
     }
 
-    [[nodiscard]] tl::unexpected<Error> tooSmall(double least) const
-    {
-        return failure(TranscodingErrorCode::limitTooSmall,
-            sizeText(limit_) + " are too little for a clip of " + lengthText(source_->seconds())
-                + ", even with the smallest pictures: it takes about " + sizeText(least) + ".");
-    }
+    [[nodiscard]] tl::unexpected<Error> tooSmall(double least) const { return limitTooSmall(limit_, source_->seconds(), least); }
 
     Result<void> encodeTheSound()
     {
         if (!source_->sound())
             return {};
-        // Bytes a second, far above what sound can use.
-        constexpr double unlimited = 1e6;
-        const auto rate = soundBitRate(
-            settings_.limit > 0 ? limit_ / source_->seconds() : unlimited, settings_.limit > 0 ? source_->soundRate() : unlimited);
+        const auto rate = soundBitRateFor(limit_, source_->seconds(), source_->soundRate());
         auto scratch = tools_.makeScratch();
         if (!scratch)
             return fail(scratch.error());
@@ -316,7 +263,7 @@ private:
             SmallFileSearch seen;
             seen.add(quality, **size);
             const auto neededBy = [&](std::size_t other) {
-                const auto room = pictureBytes(candidates_[other], aim);
+                const auto room = pictureBytes(candidates_[other], aimedPart);
                 return room > 0 ? seen.qualityFor(room / sizeRatio(candidates_[other], candidates_[index]))
                                 : std::numeric_limits<double>::max();
             };
@@ -331,10 +278,10 @@ private:
             }
             if (quality_ <= SmallFileSearch::coarsest + toleratedGuess)
                 return {};
-            const auto others = limit_ * aim - pictureBytes(candidates_[candidate_], aim);
+            const auto others = limit_ * aimedPart - pictureBytes(candidates_[candidate_], aimedPart);
             const auto coarse =
                 **size * sizeRatio(candidates_[candidate_], candidates_[index]) * std::exp2((quality - SmallFileSearch::coarsest) / 6);
-            return tooSmall((others + coarse) / aim);
+            return tooSmall((others + coarse) / aimedPart);
         }
     }
 
@@ -344,7 +291,7 @@ private:
         constexpr double usualBitsForAPixel = 0.045;
         const auto found = std::find_if(candidates_.begin(), candidates_.end() - 1, [this](const PictureCandidate& candidate) {
             const auto pixels = static_cast<double>(candidate.pictureCount) * candidate.width * candidate.height;
-            return pictureBytes(candidate, aim) * 8 > usualBitsForAPixel * pixels;
+            return pictureBytes(candidate, aimedPart) * 8 > usualBitsForAPixel * pixels;
         });
         return static_cast<std::size_t>(found - candidates_.begin());
     }
@@ -364,17 +311,17 @@ private:
             const auto size = static_cast<double>(round.size);
             const bool fits = settings_.limit == 0 || (round.movie && round.size <= settings_.limit);
             search.add(quality, round.pictureBytes);
-            const auto room = limit_ * aim - (size - round.pictureBytes);
+            const auto room = limit_ * aimedPart - (size - round.pictureBytes);
             const bool hasNoMoreToShow = fits && quality <= SmallFileSearch::finest;
             if (fits && (!best_ || round.size > best_->size))
                 best_ = std::move(round);
-            const bool isEnough = best_ && (settings_.limit == 0 || static_cast<double>(best_->size) >= enough * limit_ || hasNoMoreToShow);
+            const bool isEnough = best_ && (settings_.limit == 0 || static_cast<double>(best_->size) >= enoughPart * limit_ || hasNoMoreToShow);
             if (isEnough || (best_ && rounds_ == mostRounds))
                 return {};
             if (!fits && quality >= SmallFileSearch::coarsest && candidate_ + 1 == candidates_.size())
-                return tooSmall(size / aim);
+                return tooSmall(size / aimedPart);
             if (rounds_ == mostRounds)
-                return failure(TranscodingErrorCode::missed, "The clip could not be made to fit into " + sizeText(limit_) + ".");
+                return limitMissed(limit_);
             const auto next = search.qualityFor(room);
             quality = fits ? std::min(next, quality - leastStep) : std::max(next, quality + leastStep);
             if (!best_ && quality > SmallFileSearch::coarsestOfGood + toleratedGuess && candidate_ + 1 < candidates_.size()) {
@@ -422,12 +369,12 @@ private:
             // How far it came is too little to go by at the very beginning.
             constexpr double leastPart = 0.02;
             round.pictureBytes /= std::max(encodedPart, leastPart);
-            round.size = static_cast<std::uint64_t>(round.pictureBytes + limit_ * aim - pictureBytes(candidate, aim));
+            round.size = static_cast<std::uint64_t>(round.pictureBytes + limit_ * aimedPart - pictureBytes(candidate, aimedPart));
             round.movie.reset();
             return round;
         }
         if (round.pictureCount == 0)
-            return failure(TranscodingErrorCode::unsupported, "The clip's pictures could not be decoded.");
+            return sharingFailure(TranscodingErrorCode::unsupported, "The clip's pictures could not be decoded.");
         const auto& pictures = source_->pictures();
         EncodedMovie::Ending ending;
         ending.format = *format;
@@ -457,7 +404,7 @@ private:
         if (!size)
             return fail(size.error());
         if (settings_.limit > 0 && *size > settings_.limit)
-            return failure(TranscodingErrorCode::missed, "The clip could not be made to fit into " + sizeText(limit_) + ".");
+            return limitMissed(limit_);
         const auto& candidate = candidates_[best_->candidate];
         TranscodingReport report;
         report.size = *size;

@@ -18,11 +18,6 @@ constexpr std::int32_t hardlyVisible = 240;
 constexpr double halfRate = 30;
 constexpr double quarterRate = 15;
 
-std::int32_t even(double side)
-{
-    return std::max(2, static_cast<std::int32_t>(side / 2) * 2);
-}
-
 std::size_t countOf(const ClipShape& clip, const PictureTiming& timing)
 {
     PictureSchedule schedule{timing};
@@ -33,6 +28,11 @@ std::size_t countOf(const ClipShape& clip, const PictureTiming& timing)
 }
 
 }  // namespace
+
+std::int32_t evenSide(double side)
+{
+    return std::max(2, static_cast<std::int32_t>(side / 2) * 2);
+}
 
 double usualRate(const ClipShape& clip)
 {
@@ -66,8 +66,8 @@ std::vector<PictureCandidate> pictureCandidates(const ClipShape& clip)
     const auto add = [&](std::int32_t lines, double largestRate) {
         const double scale = static_cast<double>(lines) / shorter;
         PictureCandidate candidate;
-        candidate.width = even(clip.width * scale + 0.5);
-        candidate.height = even(clip.height * scale + 0.5);
+        candidate.width = evenSide(clip.width * scale + 0.5);
+        candidate.height = evenSide(clip.height * scale + 0.5);
         // A limit that leaves out next to nothing is none.
         if (largestRate > 0 && rate > largestRate * 1.25)
             candidate.timing.largestRate = largestRate;

@@ -29,6 +29,9 @@ struct ClipShape {
 /// again. At least one.
 [[nodiscard]] std::vector<PictureCandidate> pictureCandidates(const ClipShape& clip);
 
+/// At least two.
+[[nodiscard]] std::int32_t evenSide(double side);
+
 /// Pictures a second while they change: what half of them keep to or exceed. 1 at least.
 [[nodiscard]] double usualRate(const ClipShape& clip);
 

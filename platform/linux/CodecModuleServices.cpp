@@ -104,12 +104,19 @@ engine::SeamCodecs makeSeamCodecs()
 
 std::shared_ptr<platform::ClipTranscoder> makeClipTranscoder()
 {
-    return engine::makeClipTranscoder([]() -> Result<std::unique_ptr<engine::ClipCodecs>> {
-        const auto module = codecModule();
-        if (!module)
-            return fail(module.error());
-        return (*module)->makeClipCodecs();
-    });
+    return engine::makeClipTranscoder(
+        []() -> Result<std::unique_ptr<engine::ClipCodecs>> {
+            const auto module = codecModule();
+            if (!module)
+                return fail(module.error());
+            return (*module)->makeClipCodecs();
+        },
+        []() -> Result<std::unique_ptr<engine::MovieCodecs>> {
+            const auto module = movieModule();
+            if (!module)
+                return fail(module.error());
+            return (*module)->makeMovieCodecs();
+        });
 }
 
 Result<std::unique_ptr<engine::PictureScaler>> makePictureScaler()

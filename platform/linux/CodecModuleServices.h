@@ -28,7 +28,7 @@ std::shared_ptr<platform::AssetReader> makeAssetReader();
 /// What encodes the seams of clips, from the module; where it cannot be loaded, each of them fails.
 engine::SeamCodecs makeSeamCodecs();
 
-/// A transcoder by the module's codecs; where it cannot be loaded, its sessions fail.
+/// A transcoder by the module's codecs, or for other formats than MP4 those of the movie module; where it cannot be loaded, its sessions fail.
 std::shared_ptr<platform::ClipTranscoder> makeClipTranscoder();
 
 /// A scaler from the module.

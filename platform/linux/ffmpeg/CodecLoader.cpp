@@ -21,4 +21,15 @@ Result<std::shared_ptr<CodecModule>> codecModule()
     return module;
 }
 
+Result<std::shared_ptr<MovieModule>> movieModule()
+{
+    static const Result<std::shared_ptr<MovieModule>> module = []() -> Result<std::shared_ptr<MovieModule>> {
+        const auto directories = moduleDirectories();
+        if (!directories)
+            return fail(directories.error());
+        return loadModule<MovieModule>({movieModuleFileName, movieModuleEntryName}, *directories, VELMORA_VERSION);
+    }();
+    return module;
+}
+
 }  // namespace velmora::linux_backend

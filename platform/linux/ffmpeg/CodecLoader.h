@@ -1,7 +1,8 @@
-// Loading the codec module.
+// Loading the modules that are made of FFmpeg.
 #pragma once
 
 #include "platform/linux/ffmpeg/CodecModule.h"
+#include "platform/linux/ffmpeg/MovieModule.h"
 
 #include <filesystem>
 #include <span>
@@ -13,5 +14,8 @@ Result<std::shared_ptr<CodecModule>> codecModule();
 
 /// Loads the module from the first of `directories` that has it.
 Result<std::shared_ptr<CodecModule>> loadCodecModule(std::span<const std::filesystem::path> directories);
+
+/// As codecModule().
+Result<std::shared_ptr<MovieModule>> movieModule();
 
 }  // namespace velmora::linux_backend

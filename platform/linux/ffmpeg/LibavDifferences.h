@@ -74,4 +74,15 @@ std::uint8_t* newSideData(Stream& stream, AVPacketSideDataType type, std::size_t
 #endif
 }
 
+/// Says what colours the pictures of a filter's source have: asked for since 7.0, taken from each picture before. `Parameters` is
+/// AVBufferSrcParameters, which only what filters has a use for.
+template <typename Parameters>
+void setColourOfSource(Parameters& parameters, const AVFrame& picture)
+{
+    if constexpr (requires { parameters.color_space; }) {
+        parameters.color_space = picture.colorspace;
+        parameters.color_range = picture.color_range;
+    }
+}
+
 }  // namespace velmora::linux_backend

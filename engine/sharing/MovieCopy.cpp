@@ -1,0 +1,370 @@
+#include "engine/sharing/MovieCopy.h"
+
+#include "engine/sharing/EncodedSound.h"
+#include "engine/sharing/MovieLadder.h"
+#include "engine/sharing/SharedCopy.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
+
+namespace velmora::engine {
+
+namespace {
+
+using platform::CopyFormat;
+using platform::TranscodingErrorCode;
+using platform::TranscodingReport;
+
+/// A first impression of a long clip, from parts of it.
+constexpr int impressionParts = 3;
+constexpr int mostImpressions = 3;
+
+/// Half the bytes for each rung, until it is measured; and what no clip goes beyond.
+constexpr double usualFall = 1;
+constexpr double leastFall = 0.15;
+constexpr double mostFall = 4;
+/// Of a rung: less changes nothing.
+constexpr double leastMove = 0.05;
+/// How far it came is too little to go by at the very beginning.
+constexpr double leastWritten = 0.02;
+
+int quarterTurnsOf(const std::array<std::int32_t, 9>& matrix)
+{
+    if (matrix[1] > 0 && matrix[3] < 0)
+        return 1;
+    if (matrix[0] < 0 && matrix[4] < 0)
+        return 2;
+    return matrix[1] < 0 && matrix[3] > 0 ? 3 : 0;
+}
+
+/// Places of the ladder and the sizes that they had; finds the next to try.
+class PlaceSearch {
+public:
+    PlaceSearch(double wanted, double coarsest) : wanted_(std::log2(std::max(wanted, 1.0))), coarsest_(coarsest) { }
+
+    void add(double place, double bytes, bool fits)
+    {
+        const Point point{place, std::log2(std::max(bytes, 1.0))};
+        auto& nearest = fits ? fits_ : exceeds_;
+        if (!nearest || (fits ? place < nearest->place : place > nearest->place))
+            nearest = point;
+        if (last_ && std::abs(last_->place - place) >= leastMove)
+            fall_ = std::clamp((last_->logarithm - point.logarithm) / (place - last_->place), leastFall, mostFall);
+        last_ = point;
+    }
+
+    /// None where there is nothing between what fits and what does not. Precondition: add() was called.
+    [[nodiscard]] std::optional<double> next() const
+    {
+        if (fits_ && exceeds_) {
+            const auto room = fits_->place - exceeds_->place;
+            if (room < 2 * leastMove)
+                return std::nullopt;
+            const auto fall = std::max(leastFall * room, exceeds_->logarithm - fits_->logarithm);
+            const auto part = (exceeds_->logarithm - wanted_) / fall;
+            return exceeds_->place + std::clamp(part * room, leastMove, room - leastMove);
+        }
+        if (exceeds_)
+            return std::min(coarsest_, exceeds_->place + std::max(leastMove, (exceeds_->logarithm - wanted_) / fall_));
+        return std::max(0.0, fits_->place - std::max(leastMove, (wanted_ - fits_->logarithm) / fall_));
+    }
+
+private:
+    struct Point {
+        double place = 0;
+        double logarithm = 0;
+    };
+    const double wanted_;
+    const double coarsest_;
+    std::optional<Point> fits_;
+    std::optional<Point> exceeds_;
+    std::optional<Point> last_;
+    double fall_ = usualFall;
+};
+
+class Packets final : public MovieSound {
+public:
+    explicit Packets(const EncodedSound& sound) : sound_(sound) { }
+
+    [[nodiscard]] const AudioFormat& format() const override { return *sound_.format->audio(); }
+    [[nodiscard]] std::int64_t packetFrames() const override { return sound_.packetFrames; }
+    [[nodiscard]] std::int64_t primingFrames() const override { return sound_.primingFrames; }
+    [[nodiscard]] std::int64_t presentedFrames() const override { return sound_.presentedFrames; }
+
+    Result<std::optional<std::span<const std::byte>>> next() override
+    {
+        if (index_ == sound_.packetSizes.size())
+            return std::nullopt;
+        bytes_.resize(sound_.packetSizes[index_++]);
+        const auto complete = sound_.file->readAt(offset_, bytes_);
+        if (!complete)
+            return fail(complete.error());
+        offset_ += bytes_.size();
+        return std::span<const std::byte>{bytes_};
+    }
+
+private:
+    const EncodedSound& sound_;
+    std::size_t index_ = 0;
+    std::uint64_t offset_ = 0;
+    std::vector<std::byte> bytes_;
+};
+
+class MovieCopy {
+public:
+    MovieCopy(mp4::File& file, const platform::TranscodingSettings& settings, const MovieCopyTools& tools)
+        : file_(file)
+        , settings_(settings)
+        , tools_(tools)
+        , limit_(static_cast<double>(settings.limit))
+    {
+    }
+
+    /// None: cancelled.
+    Result<std::optional<TranscodingReport>> make()
+    {
+        auto source = ClipSource::open(file_);
+        if (!source)
+            return fail(source.error());
+        source_.emplace(std::move(*source));
+        const auto& pictures = source_->pictures();
+        shape_ = {pictures.width, pictures.height, source_->length(), pictures.times};
+        ladder_.emplace(settings_.format, shape_);
+        const bool hasSound = settings_.format == CopyFormat::webm && source_->sound();
+        auto transcoder = tools_.codecs.makeMovieTranscoder(settings_.format, pictures.format, hasSound);
+        if (!transcoder)
+            return fail(transcoder.error());
+        transcoder_ = std::move(*transcoder);
+        if (hasSound) {
+            if (auto encoded = encodeTheSound(); !encoded)
+                return fail(encoded.error());
+        }
+        if (!isCancelled_ && limit_ > 0) {
+            if (auto probed = probe(); !probed)
+                return fail(probed.error());
+        }
+        if (!isCancelled_) {
+            if (auto encoded = encodeRounds(); !encoded)
+                return fail(encoded.error());
+        }
+        if (isCancelled_)
+            return std::nullopt;
+        return write();
+    }
+
+private:
+    struct Round {
+        std::unique_ptr<mp4::File> file;  // none where it became too large on the way
+        std::uint64_t size = 0;
+        double place = 0;
+        std::size_t pictureCount = 0;
+    };
+
+    bool report(double done)
+    {
+        done_ = std::max(done_, done);
+        if (!isCancelled_ && !tools_.progress(done_))
+            isCancelled_ = true;
+        return !isCancelled_;
+    }
+
+    Result<void> encodeTheSound()
+    {
+        auto scratch = tools_.makeScratch();
+        if (!scratch)
+            return fail(scratch.error());
+        auto encoded = encodeSound(*source_, tools_.codecs, soundBitRateFor(limit_, source_->seconds(), source_->soundRate()),
+            std::move(*scratch), [this](double done) { return report(done * soundShare); });
+        if (!encoded)
+            return fail(encoded.error());
+        if (*encoded && (*encoded)->format)
+            sound_ = std::move(*encoded);
+        if (sound_ && limit_ > 0 && static_cast<double>(sound_->byteCount) > limit_)
+            return limitTooSmall(limit_, source_->seconds(), static_cast<double>(sound_->byteCount) * 2);
+        return {};
+    }
+
+    [[nodiscard]] double soundBytes() const { return sound_ ? static_cast<double>(sound_->byteCount) : 0; }
+
+    [[nodiscard]] MovieEncoding encodingAt(double place) const
+    {
+        auto encoding = ladder_->at(place);
+        encoding.quarterTurns = quarterTurnsOf(source_->pictures().matrix);
+        // The user waits for it: a long clip in large pictures gets less work for each.
+        const auto rate = encoding.timing.largestRate > 0 ? encoding.timing.largestRate : usualRate(shape_);
+        const auto pixels = source_->seconds() * rate * encoding.width * encoding.height;
+        constexpr double aLot = 5e8;
+        constexpr double some = 1e8;
+        encoding.effort = pixels > aLot ? ClipEffort::little : pixels > some ? ClipEffort::some : ClipEffort::much;
+        return encoding;
+    }
+
+    /// How large the whole of a long clip becomes, from parts of it, until a place seems to fit: from there on `place_`.
+    Result<void> probe()
+    {
+        const auto length = source_->length();
+        const auto part = static_cast<std::int64_t>(probeSeconds * pictureTimescale);
+        if (length <= 3 * impressionParts * part)
+            return {};
+        PlaceSearch search{limit_ * aimedPart, ladder_->coarsest()};
+        for (int probes = 1; probes <= mostImpressions; ++probes) {
+            std::uint64_t bytes = 0;
+            for (int i = 0; i < impressionParts; ++i) {
+                auto encoding = encodingAt(place_);
+                encoding.begin = (length - part) * (2 * i + 1) / (2 * impressionParts);
+                encoding.end = encoding.begin + part;
+                const auto samples = source_->pictureSamples();
+                samples->seek(static_cast<double>(encoding.begin) / pictureTimescale);
+                std::uint64_t size = 0;
+                const auto written = transcoder_->transcode(
+                    *samples, encoding, nullptr,
+                    [&](std::uint64_t offset, std::span<const std::byte> data) -> Result<void> {
+                        size = std::max(size, offset + data.size());
+                        return {};
+                    },
+                    [this](const MovieProgress&) { return report(done_); });
+                if (!written)
+                    return fail(written.error());
+                if (isCancelled_)
+                    return {};
+                bytes += size;
+                report(done_ + (soundShare + probesShare - done_) / (2 * impressionParts));
+            }
+            const auto whole =
+                static_cast<double>(bytes) * static_cast<double>(length) / static_cast<double>(part * impressionParts) + soundBytes();
+            const bool fits = whole <= limit_;
+            if (fits && (place_ == 0 || whole >= enoughPart * limit_))
+                return {};
+            search.add(place_, whole, fits);
+            const auto next = search.next();
+            if (!next)
+                return {};
+            place_ = *next;
+        }
+        return {};
+    }
+
+    Result<void> encodeRounds()
+    {
+        PlaceSearch search{limit_ * aimedPart, ladder_->coarsest()};
+        for (rounds_ = 1;; ++rounds_) {
+            auto encoded = encodeRound();
+            if (!encoded)
+                return fail(encoded.error());
+            if (isCancelled_)
+                return {};
+            auto& round = *encoded;
+            const auto size = static_cast<double>(round.size);
+            const bool fits = limit_ == 0 || (round.file && size <= limit_);
+            search.add(place_, size, fits);
+            if (fits && (!best_ || round.size > best_->size))
+                best_ = std::move(round);
+            if (best_ && (limit_ == 0 || best_->place == 0 || static_cast<double>(best_->size) >= enoughPart * limit_))
+                return {};
+            if (!fits && place_ >= ladder_->coarsest())
+                return limitTooSmall(limit_, source_->seconds(), size / aimedPart);
+            const auto next = search.next();
+            if (best_ && (rounds_ == mostRounds || !next))
+                return {};
+            if (!next || rounds_ == mostRounds)
+                return limitMissed(limit_);
+            // Better coarse than not at all.
+            place_ = !best_ && rounds_ + 1 == mostRounds ? ladder_->coarsest() : *next;
+        }
+    }
+
+    Result<Round> encodeRound()
+    {
+        auto scratch = tools_.makeScratch();
+        if (!scratch)
+            return fail(scratch.error());
+        Round round;
+        round.file = std::move(*scratch);
+        round.place = place_;
+        const auto before = std::max(done_, soundShare + probesShare);
+        const auto share = (copyShare - before) * roundShare;
+        std::optional<Packets> packets;
+        if (sound_)
+            packets.emplace(*sound_);
+        double written = 0;
+        bool isTooLarge = false;
+        const auto samples = source_->pictureSamples();
+        const auto made = transcoder_->transcode(
+            *samples, encodingAt(place_), packets ? &*packets : nullptr,
+            [&](std::uint64_t offset, std::span<const std::byte> data) -> Result<void> {
+                round.size = std::max(round.size, offset + data.size());
+                isTooLarge = limit_ > 0 && static_cast<double>(round.size) > limit_;
+                return isTooLarge ? Result<void>{} : round.file->writeAt(offset, data);
+            },
+            [&](const MovieProgress& progress) {
+                written = progress.written;
+                return report(before + share * progress.done) && !(isTooLarge && written > 0);
+            });
+        if (!made)
+            return fail(made.error());
+        if (isCancelled_)
+            return round;
+        if (isTooLarge)
+            round.file.reset();
+        if (!*made) {
+            round.size = static_cast<std::uint64_t>(static_cast<double>(round.size) / std::clamp(written, leastWritten, 1.0));
+            return round;
+        }
+        round.pictureCount = (*made)->count;
+        return round;
+    }
+
+    Result<std::optional<TranscodingReport>> write()
+    {
+        const auto target = tools_.makeTarget();
+        if (!target)
+            return fail(target.error());
+        if (!*target)
+            return std::nullopt;
+        const auto copied = copyBytes(
+            *best_->file, best_->size, **target, [this](double done) { return report(copyShare + (1 - copyShare) * done); });
+        if (!copied)
+            return fail(copied.error());
+        if (!*copied)
+            return std::nullopt;
+        const auto encoding = encodingAt(best_->place);
+        const bool isOnItsSide = encoding.quarterTurns % 2 == 1;
+        TranscodingReport report;
+        report.size = best_->size;
+        report.width = isOnItsSide ? encoding.height : encoding.width;
+        report.height = isOnItsSide ? encoding.width : encoding.height;
+        report.pictureRate = static_cast<double>(best_->pictureCount) / source_->seconds();
+        report.soundBitRate = sound_ ? sound_->bitRate : 0;
+        report.quality = encoding.quality;
+        report.colours = settings_.format == CopyFormat::gif ? encoding.colours : 0;
+        report.rounds = rounds_;
+        return report;
+    }
+
+    mp4::File& file_;
+    const platform::TranscodingSettings settings_;
+    const MovieCopyTools& tools_;
+    const double limit_;
+    std::optional<ClipSource> source_;
+    ClipShape shape_;
+    std::optional<MovieLadder> ladder_;
+    std::unique_ptr<MovieTranscoder> transcoder_;
+    std::unique_ptr<EncodedSound> sound_;
+    double place_ = 0;
+    int rounds_ = 0;
+    std::optional<Round> best_;
+    double done_ = 0;
+    bool isCancelled_ = false;
+};
+
+}  // namespace
+
+Result<std::optional<platform::TranscodingReport>> makeMovieCopy(
+    mp4::File& source, const platform::TranscodingSettings& settings, const MovieCopyTools& tools)
+{
+    return MovieCopy{source, settings, tools}.make();
+}
+
+}  // namespace velmora::engine
