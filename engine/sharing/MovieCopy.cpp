@@ -48,6 +48,8 @@ public:
     {
         const Point point{place, std::log2(std::max(bytes, 1.0))};
         auto& nearest = fits ? fits_ : exceeds_;
+        sameSide_ = last_ && fits == didLastFit_ ? sameSide_ + 1 : 0;
+        didLastFit_ = fits;
         if (!nearest || (fits ? place < nearest->place : place > nearest->place))
             nearest = point;
         if (last_ && std::abs(last_->place - place) >= leastMove)
@@ -63,11 +65,13 @@ public:
             if (room < 2 * leastMove)
                 return std::nullopt;
             const auto fall = std::max(leastFall * room, exceeds_->logarithm - fits_->logarithm);
-            const auto part = (exceeds_->logarithm - wanted_) / fall;
+            // One that stays on one side of what is sought comes closer too slowly.
+            const auto part = sameSide_ > 0 ? 0.5 : (exceeds_->logarithm - wanted_) / fall;
             return exceeds_->place + std::clamp(part * room, leastMove, room - leastMove);
         }
         if (exceeds_)
-            return std::min(coarsest_, exceeds_->place + std::max(leastMove, (exceeds_->logarithm - wanted_) / fall_));
+            // Rather too far than not far enough: what lies between is found faster.
+            return std::min(coarsest_, exceeds_->place + leastMove + (exceeds_->logarithm - wanted_) / std::min(fall_, usualFall));
         return std::max(0.0, fits_->place - std::max(leastMove, (wanted_ - fits_->logarithm) / fall_));
     }
 
@@ -82,6 +86,8 @@ private:
     std::optional<Point> exceeds_;
     std::optional<Point> last_;
     double fall_ = usualFall;
+    int sameSide_ = 0;
+    bool didLastFit_ = false;
 };
 
 class Packets final : public MovieSound {

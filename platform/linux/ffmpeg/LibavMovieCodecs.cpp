@@ -17,10 +17,10 @@ namespace {
 
 using platform::CopyFormat;
 
-// The first that there is. More programs play VP9 than AV1.
+// The first that there is. More programs play VP9 than AV1. SVT-AV1 would talk on standard error.
 constexpr std::array gifEncoders{"gif"};
 constexpr std::array webpEncoders{"libwebp_anim"};
-constexpr std::array webmEncoders{"libvpx-vp9", "libsvtav1", "libaom-av1"};
+constexpr std::array webmEncoders{"libvpx-vp9", "libaom-av1"};
 
 std::span<const char* const> encodersOf(CopyFormat format)
 {
@@ -53,7 +53,7 @@ const char* contentsOf(CopyFormat format)
     case CopyFormat::webm:
         break;
     }
-    return "VP9 (libvpx-vp9) or AV1 (libsvtav1, libaom-av1), of which WebM needs one";
+    return "VP9 (libvpx-vp9) or AV1 (libaom-av1), of which WebM needs one";
 }
 
 }  // namespace

@@ -38,8 +38,6 @@ std::unique_ptr<MovieMuxer> MovieMuxer::create(const char* format, const engine:
     }
     // What is written depends on the clip alone.
     muxer->context_->flags |= AVFMT_FLAG_BITEXACT;
-    // What is before the first sound that is played would make all pictures later.
-    muxer->context_->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
     return muxer;
 }
 

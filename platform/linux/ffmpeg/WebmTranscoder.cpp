@@ -42,10 +42,7 @@ void describe(AvDictionary& options, std::string_view codec, const engine::Movie
     set("crf", std::llround(std::clamp(encoding.quality, 0.0, 63.0)));
     const int effort = encoding.effort == engine::ClipEffort::much ? 0 : encoding.effort == engine::ClipEffort::some ? 1 : 2;
     constexpr std::array<int, 3> vp9{3, 4, 5};
-    constexpr std::array<int, 3> svt{8, 10, 12};
     constexpr std::array<int, 3> aom{6, 7, 8};
-    if (codec == "libsvtav1")
-        return set("preset", svt[static_cast<std::size_t>(effort)]);
     set("cpu-used", (codec == "libvpx-vp9" ? vp9 : aom)[static_cast<std::size_t>(effort)]);
     set("row-mt", 1);
 }
@@ -191,7 +188,8 @@ private:
                 return AVERROR(ENOMEM);
             if (const int error = setData(*packet, **data); error < 0)
                 return error;
-            packet->pts = packet->dts = soundFrames_ - sound_->primingFrames();
+            // As the file counts (CodecDelay): from the first packet, and not from the first frame that is played.
+            packet->pts = packet->dts = soundFrames_;
             packet->duration = sound_->packetFrames();
             packet->flags |= AV_PKT_FLAG_KEY;
             soundFrames_ += sound_->packetFrames();

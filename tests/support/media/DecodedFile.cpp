@@ -1,6 +1,7 @@
 #include "tests/support/media/DecodedFile.h"
 
 #include "platform/linux/ffmpeg/AvHandles.h"
+#include "tests/support/media/DecodedWebp.h"
 #include "tests/support/media/EncodedClip.h"
 
 extern "C" {
@@ -8,6 +9,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
@@ -36,10 +38,45 @@ struct Decoder {
     linux_backend::AvCodecContext context;
 };
 
+/// By the numbers of ITU-R BT.601 and BT.709, from every fourth pixel of every fourth line.
+std::array<double, 3> colourOf(const AVFrame& frame, bool isFullRange)
+{
+    const bool is601 = frame.colorspace == AVCOL_SPC_SMPTE170M || frame.colorspace == AVCOL_SPC_BT470BG;
+    const double red = is601 ? 0.299 : 0.2126;
+    const double blue = is601 ? 0.114 : 0.0722;
+    std::array<double, 3> sum{};
+    double count = 0;
+    for (int y = 0; y < frame.height; y += 4) {
+        for (int x = 0; x < frame.width; x += 4, ++count) {
+            const auto chroma = [&](int plane) { return frame.data[plane][y / 2 * frame.linesize[plane] + x / 2] - 128.0; };
+            const double luma = frame.data[0][y * frame.linesize[0] + x];
+            const double value = isFullRange ? luma : (luma - 16) * 255 / 219;
+            const double scale = isFullRange ? 1 : 255.0 / 224;
+            const double cb = chroma(1) * scale;
+            const double cr = chroma(2) * scale;
+            const std::array<double, 3> seen{value + 2 * (1 - red) * cr,
+                value - 2 * (1 - blue) * blue / (1 - red - blue) * cb - 2 * (1 - red) * red / (1 - red - blue) * cr,
+                value + 2 * (1 - blue) * cb};
+            for (std::size_t i = 0; i < 3; ++i)
+                sum[i] += std::clamp(seen[i], 0.0, 255.0);
+        }
+    }
+    for (auto& value : sum)
+        value /= count;
+    return sum;
+}
+
 void takePicture(const Decoder& decoder, const AVFrame& frame, DecodedFile& file)
 {
+    const auto time = static_cast<double>(frame.pts) * av_q2d(decoder.stream->time_base);
+    if (frame.format == AV_PIX_FMT_BGRA) {
+        file.pictures.push_back(pictureOfPixels({time, frame.data[0], frame.linesize[0], frame.width, frame.height, 2}));
+        return;
+    }
     const auto number = numberInPicture(frame.data[0], frame.linesize[0], frame.width, frame.height);
-    file.pictures.push_back({static_cast<double>(frame.pts) * av_q2d(decoder.stream->time_base), number});
+    const bool is420 = frame.format == AV_PIX_FMT_YUV420P || frame.format == AV_PIX_FMT_YUVJ420P;
+    const bool isFullRange = frame.color_range == AVCOL_RANGE_JPEG || frame.format == AV_PIX_FMT_YUVJ420P;
+    file.pictures.push_back({time, number, is420 ? colourOf(frame, isFullRange) : std::array<double, 3>{}});
 }
 
 void takeSound(const Decoder& decoder, const AVFrame& frame, DecodedFile& file)

@@ -3,6 +3,7 @@
 
 #include "media/FormatDescription.h"
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -13,6 +14,7 @@ namespace velmora::test {
 struct DecodedPicture {
     double time = 0;  ///< seconds
     int number = 0;  ///< painted into it by encodeClip
+    std::array<double, 3> colour{};  ///< red, green and blue as they are seen, on average, 0 to 255
 };
 
 struct DecodedFile {
