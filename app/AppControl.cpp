@@ -282,12 +282,31 @@ QJsonObject AppControl::status() const
     return status;
 }
 
-Result<void> AppControl::presentClipPreview(const std::filesystem::path& file)
+namespace {
+
+Result<void> checkIsFile(const std::filesystem::path& file)
 {
     std::error_code error;
     if (!std::filesystem::is_regular_file(file, error))
-        return fail(errorDomain, noSuchFile, file.string() + " is not a file.");
+        return fail(InstanceControl::errorDomain, noSuchFile, file.string() + " is not a file.");
+    return {};
+}
+
+}  // namespace
+
+Result<void> AppControl::presentClipPreview(const std::filesystem::path& file)
+{
+    if (auto checked = checkIsFile(file); !checked)
+        return checked;
     services_.windows->presentClipPreview(file);
+    return {};
+}
+
+Result<void> AppControl::copyFile(const std::filesystem::path& file)
+{
+    if (auto checked = checkIsFile(file); !checked)
+        return checked;
+    services_.copy(file);
     return {};
 }
 

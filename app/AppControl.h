@@ -38,6 +38,7 @@ public:
         /// What is wrong or being waited for; may be empty.
         std::function<std::string()> notice = {};
         std::shared_ptr<RecordingObserver> recordingObserver = nullptr;
+        std::function<void(const std::filesystem::path&)> copy = {};  ///< to the clipboard
     };
 
     explicit AppControl(Services services);
@@ -58,6 +59,7 @@ public:
     void setEventObserver(EventObserver observer) override { eventObserver_ = std::move(observer); }
     [[nodiscard]] QJsonObject status() const override;
     Result<void> presentClipPreview(const std::filesystem::path& file) override;
+    Result<void> copyFile(const std::filesystem::path& file) override;
     void quit() override { services_.quit(); }
 
 private:

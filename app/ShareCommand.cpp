@@ -17,12 +17,13 @@ namespace velmora {
 
 namespace {
 
-QJsonObject asJson(const platform::TranscodingSession& session, const platform::TranscodingReport& report)
+QJsonObject asJson(const platform::TranscodingSession& session, const platform::TranscodingReport& report, bool isOnClipboard)
 {
     QJsonObject object{
         {QStringLiteral("file"), QString::fromStdString(session.outputURL().native())},
         {QStringLiteral("size"), static_cast<qint64>(report.size)},
         {QStringLiteral("isCopy"), report.isCopy},
+        {QStringLiteral("isOnClipboard"), isOnClipboard},
     };
     if (report.isCopy)
         return object;
@@ -74,11 +75,12 @@ public:
         const auto report = session->report();
         if (!report)
             return command_line::failed;
+        const bool isOnClipboard = !command_.output && services_.copyToClipboard && services_.copyToClipboard(session->outputURL());
         if (command_.json) {
-            const auto text = QJsonDocument{asJson(*session, *report)}.toJson(QJsonDocument::Indented);
+            const auto text = QJsonDocument{asJson(*session, *report, isOnClipboard)}.toJson(QJsonDocument::Indented);
             std::fputs(text.constData(), stdout);
         } else {
-            std::fprintf(stderr, "%s\n", asText(*report).c_str());
+            std::fprintf(stderr, "%s%s\n", asText(*report).c_str(), isOnClipboard ? " It is on the clipboard." : "");
             std::printf("%s\n", session->outputURL().c_str());
         }
         std::fflush(stdout);

@@ -17,6 +17,8 @@ struct ShareServices {
     std::shared_ptr<platform::FileManager> fileManager;
     std::shared_ptr<Executor> mainExecutor;
     std::function<std::filesystem::path()> clipsFolder;  ///< asked where no output is chosen
+    /// Puts the copy onto the clipboard, where somebody is there to keep it: only where no output is chosen. False where nobody is.
+    std::function<bool(const std::filesystem::path&)> copyToClipboard = {};
 };
 
 /// Runs the event loop until the copy is written or has failed, which SIGINT and SIGTERM cancel; returns the exit status. The copy's path, or

@@ -151,6 +151,7 @@ public:
                 },
             .notice = [this] { return appDelegate_->notice(); },
             .recordingObserver = recordingObserver_,
+            .copy = copyFile(),
         });
         bus.serve(*control_);
         interruptedRecordings_.emplace(services_.platform.fileManager, services_.platform.assetRepairer, mainExecutor_);
@@ -257,6 +258,14 @@ private:
         });
     }
 
+    /// Onto the clipboard.
+    [[nodiscard]] std::function<void(const std::filesystem::path&)> copyFile() const
+    {
+        return [sharing = services_.platform.sharingServices](const std::filesystem::path& file) {
+            sharing->perform(platform::copyFileService, file);
+        };
+    }
+
     [[nodiscard]] std::shared_ptr<SmallFiles> makeSmallFiles() const
     {
         const auto& platform = services_.platform;
@@ -267,8 +276,7 @@ private:
             .mainExecutor = mainExecutor_,
             .runningExports = runningExports_,
             .clipsFolder = [&library = instances_.library] { return library.effectiveOutputDirectory(); },
-            .copy = [sharing = platform.sharingServices](
-                        const std::filesystem::path& file) { sharing->perform(platform::copyFileService, file); },
+            .copy = copyFile(),
             .tell = [this](const std::string& title, const std::string& body,
                         const std::filesystem::path& file) { notificationController_->show(title, body, file); },
         });

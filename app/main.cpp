@@ -15,6 +15,7 @@
 #include "app/control/BusRequests.h"
 #include "app/control/ControlCommands.h"
 #include "app/control/EventsCommand.h"
+#include "base/LeftBehindWork.h"
 #include "library/PathUtilities.h"
 #include "platform/PlatformFactory.h"
 #include "system/Log.h"
@@ -24,6 +25,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <unistd.h>
 #include <variant>
 
 namespace {
@@ -81,11 +83,23 @@ int run(const command_line::Command& command)
         return runJoinCommand(*join, {services.exportSessions, services.fileManager, mainExecutor});
     if (const auto* share = std::get_if<command_line::Share>(&command))
         return runShareCommand(*share,
-            {services.clipTranscoder, services.fileManager, mainExecutor, [&services] { return clipsFolder(*services.fileManager); }});
+            {services.clipTranscoder, services.fileManager, mainExecutor, [&services] { return clipsFolder(*services.fileManager); },
+                // A clipboard keeps nothing of a program that has ended.
+                [](const std::filesystem::path& file) { return copyByRunningInstance(file).has_value(); }});
 
     if (const auto* windows = std::get_if<command_line::Windows>(&command))
         return runWindowsCommand(*windows, services, mainExecutor, runningInstanceProcess());
     return runRecordCommand(std::get<command_line::Record>(command), services, mainExecutor);
+}
+
+/// Where work is left behind, statics stay as they are: some of them may be its.
+int ended(int status)
+{
+    if (LeftBehindWork::isAny()) {
+        std::fflush(nullptr);
+        _exit(status);
+    }
+    return status;
 }
 
 }  // namespace
@@ -95,7 +109,7 @@ int main(int argc, char** argv)
     platform::prepareProcess();
     TerminationSignals::block();
     if (argc < 2)
-        return runVelmoraApp(argc, argv);
+        return ended(runVelmoraApp(argc, argv));
     QCoreApplication application{argc, argv};
     QCoreApplication::setApplicationName(QStringLiteral("Velmora"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELMORA_VERSION));
@@ -109,5 +123,5 @@ int main(int argc, char** argv)
         return command_line::wrongUse;
     }
     const int status = run(*command);
-    return isWritten() || status == command_line::failed ? status : command_line::failed;
+    return ended(isWritten() || status == command_line::failed ? status : command_line::failed);
 }

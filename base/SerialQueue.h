@@ -25,7 +25,8 @@ public:
 /// work sees everything that earlier pieces did.
 class SerialQueue final : public Executor {
 public:
-    /// `background` gets only what the others leave of the processors, as do the threads that its work starts.
+    /// `background` gets what the others leave of the processors, and next to nothing where they leave nothing, as do the threads that its
+    /// work starts.
     enum class QualityOfService { userInteractive, userInitiated, utility, background };
 
     /// `label` names the queue in diagnostics; the thread is named after its last component.

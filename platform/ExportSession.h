@@ -46,7 +46,8 @@ public:
     /// `completion` is called exactly once, on any thread, with the status final; also when the session is destroyed meanwhile.
     virtual void exportAsynchronously(UniqueFunction<void()> completion) = 0;
 
-    /// The completion follows soon; an export that has already finished is not undone.
+    /// The completion is called before this returns, or soon where the export is just getting its name: one that has finished is not
+    /// undone. Nothing waits for what is being encoded or written.
     virtual void cancelExport() = 0;
 
     /// The name that the output has, once completed.

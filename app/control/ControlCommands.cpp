@@ -60,11 +60,12 @@ struct Refusal {
     bool isNoSuchWindow = false;
 };
 
-tl::expected<QVariantList, Refusal> send(const QDBusConnection& connection, const QDBusMessage& call)
+tl::expected<QVariantList, Refusal> send(
+    const QDBusConnection& connection, const QDBusMessage& call, int milliseconds = std::numeric_limits<int>::max())
 {
     if (!connection.isConnected())
         return tl::unexpected(Refusal{QStringLiteral("Velmora cannot be reached: there is no session bus.")});
-    const auto reply = connection.call(call, QDBus::Block, std::numeric_limits<int>::max());
+    const auto reply = connection.call(call, QDBus::Block, milliseconds);
     if (reply.type() == QDBusMessage::ReplyMessage)
         return reply.arguments();
     const QDBusError error{reply};
@@ -215,6 +216,16 @@ int runControlCommand(const Control& command, const QDBusConnection& connection)
     else if (!first.isEmpty())
         printLine(first);
     return command_line::succeeded;
+}
+
+tl::expected<void, QString> copyByRunningInstance(const std::filesystem::path& file, const QDBusConnection& connection)
+{
+    // The file is there; nobody waits for a program that hangs.
+    constexpr int patience = 5000;
+    const auto answer = send(connection, methodCall(controlInterface, "Copy", {bus_requests::text(file)}), patience);
+    if (!answer)
+        return tl::unexpected(answer.error().message);
+    return {};
 }
 
 tl::expected<QJsonObject, QString> runningInstanceStatus(const QDBusConnection& connection)

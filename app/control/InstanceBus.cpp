@@ -224,17 +224,10 @@ public slots:
     /// A JSON object.
     QString Status() { return QString::fromUtf8(QJsonDocument{control_.status()}.toJson(QJsonDocument::Compact)); }
 
-    void Preview(const QString& path, const QDBusMessage& call)
-    {
-        PendingCall pending{connection_, call};
-        const auto file = bus_requests::file(path);
-        if (!file)
-            return pending.fail(path + QStringLiteral(" is not an absolute path."));
-        if (const auto shown = control_.presentClipPreview(*file))
-            pending.succeed();
-        else
-            pending.fail(shown.error());
-    }
+    void Preview(const QString& path, const QDBusMessage& call) { withFile(path, call, &InstanceControl::presentClipPreview); }
+
+    /// Puts the file onto the clipboard.
+    void Copy(const QString& path, const QDBusMessage& call) { withFile(path, call, &InstanceControl::copyFile); }
 
     void Quit(const QDBusMessage& call)
     {
@@ -244,6 +237,18 @@ public slots:
     }
 
 private:
+    void withFile(const QString& path, const QDBusMessage& call, Result<void> (InstanceControl::*use)(const std::filesystem::path&))
+    {
+        PendingCall pending{connection_, call};
+        const auto file = bus_requests::file(path);
+        if (!file)
+            return pending.fail(path + QStringLiteral(" is not an absolute path."));
+        if (const auto used = (control_.*use)(*file))
+            pending.succeed();
+        else
+            pending.fail(used.error());
+    }
+
     void toggle(const bus_requests::Options& options, const QDBusMessage& call)
     {
         control_.toggleRecording([pending = PendingCall{connection_, call}](const auto& result) mutable { pending.finish(result); },

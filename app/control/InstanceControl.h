@@ -93,6 +93,9 @@ public:
 
     virtual Result<void> presentClipPreview(const std::filesystem::path& file) = 0;
 
+    /// Puts the file onto the clipboard, as Copy File does. Fails where there is no such file.
+    virtual Result<void> copyFile(const std::filesystem::path& file) = 0;
+
     /// As the menu's Quit.
     virtual void quit() = 0;
 };

@@ -1,5 +1,6 @@
 #include "engine/files/ExportSessions.h"
 
+#include "base/LeftBehindWork.h"
 #include "base/Mutex.h"
 #include "engine/files/SeamEncoder.h"
 #include "media/mp4/PendingFile.h"
@@ -66,22 +67,31 @@ public:
             assert(!self->isBegun_ && !self->outputURL_.empty());
             self->isBegun_ = true;
             self->status_ = Status::waiting;
+            self->completion_ = std::move(completion);
         }
-        self->queue_.async([self, completion = std::move(completion)]() mutable {
-            self->run();
-            completion();
-        });
+        self->queue_.async([self] { self->run(); });
     }
 
-    /// What has been written so far is gone when this returns.
+    /// What has been written so far is gone when this returns, and nothing comes after it. So nobody has to wait for the work to notice, which
+    /// may take it long where it gets little of the processors, or waits for a disk.
     void cancel()
     {
-        MutexLock lock(mutex_);
-        isCancelled_ = true;
-        if (!isBegun_)
-            status_ = Status::cancelled;
-        if (const auto pending = pending_.lock())
-            pending->discard();
+        UniqueFunction<void()> completion;
+        {
+            MutexLock lock(mutex_);
+            isCancelled_ = true;
+            if (!isBegun_)
+                status_ = Status::cancelled;
+            if (const auto pending = pending_.lock())
+                pending->discard();
+            if (completion_ && !isPublishing_) {
+                status_ = Status::cancelled;
+                leftBehind_.emplace();
+                completion = std::exchange(completion_, {});
+            }
+        }
+        if (completion)
+            completion();
     }
 
 private:
@@ -95,18 +105,26 @@ private:
     {
         auto result = write();
         work_.reset();
-        MutexLock lock(mutex_);
-        if (result && *result) {
-            status_ = Status::completed;
-            progress_ = 1;
-        } else if (isCancelled_) {
-            // Whatever went wrong went wrong because of that, or no longer matters.
-            status_ = Status::cancelled;
-        } else {
-            assert(!result);
-            status_ = Status::failed;
-            error_ = std::move(result.error());
+        UniqueFunction<void()> completion;
+        {
+            MutexLock lock(mutex_);
+            leftBehind_.reset();
+            if (!completion_)
+                return;
+            completion = std::exchange(completion_, {});
+            if (result && *result) {
+                status_ = Status::completed;
+                progress_ = 1;
+            } else if (isCancelled_) {
+                // Whatever went wrong went wrong because of that, or no longer matters.
+                status_ = Status::cancelled;
+            } else {
+                assert(!result);
+                status_ = Status::failed;
+                error_ = std::move(result.error());
+            }
         }
+        completion();
     }
 
     /// False: cancelled.
@@ -142,6 +160,12 @@ private:
         assert(pending);
         if (const auto synced = pending->sync(); !synced)
             return fail(synced.error());
+        {
+            MutexLock lock(mutex_);
+            if (isCancelled_)
+                return false;
+            isPublishing_ = true;
+        }
         if (const auto published = publish(*pending); !published)
             return fail(published.error());
         return true;
@@ -199,6 +223,9 @@ private:
     std::filesystem::path outputURL_ GUARDED_BY(mutex_);
     bool isBegun_ GUARDED_BY(mutex_) = false;
     bool isCancelled_ GUARDED_BY(mutex_) = false;
+    bool isPublishing_ GUARDED_BY(mutex_) = false;  // from here on it is finished rather than cancelled
+    UniqueFunction<void()> completion_ GUARDED_BY(mutex_);
+    std::optional<LeftBehindWork> leftBehind_ GUARDED_BY(mutex_);
     Status status_ GUARDED_BY(mutex_) = Status::unknown;
     std::optional<Error> error_ GUARDED_BY(mutex_);
     std::weak_ptr<mp4::PendingFile> pending_ GUARDED_BY(mutex_);

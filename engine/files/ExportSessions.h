@@ -35,8 +35,8 @@ public:
     virtual Result<bool> write(const Surroundings& surroundings) = 0;
 };
 
-/// A session that does this work on a thread of its own, called after `label`. Cancelling removes the output at once, and the work hears of it
-/// by its progress.
+/// A session that does this work on a thread of its own, called after `label`. Cancelling removes the output and
+/// completes the session at once; the work hears of it by its progress, and until then it is left behind (base/LeftBehindWork.h).
 std::shared_ptr<platform::ExportSession> makeExportSession(
     std::unique_ptr<ExportWork> work, std::string label, SerialQueue::QualityOfService qualityOfService);
 

@@ -219,6 +219,12 @@ TEST(CommandLine, AConstantRateHasNoLimitUnlessTold)
     EXPECT_EQ(constant.limit, 0U);
     EXPECT_EQ(commandOf<Share>({"share", "a.mp4", "--format", "mp4-constant", "--limit", "5"}).settings.limit, 5'000'000U);
     EXPECT_FALSE(commandOf<Share>({"share", "a.mp4", "--format", "mp4"}).settings.hasConstantRate);
+    for (const auto& [name, format] : {std::pair{"mp4", platform::CopyFormat::mp4}, {"gif", platform::CopyFormat::gif},
+             {"webp", platform::CopyFormat::webp}, {"webm", platform::CopyFormat::webm}}) {
+        const auto settings = commandOf<Share>({"share", "a.mp4", "--format", name}).settings;
+        EXPECT_EQ(settings.format, format) << name;
+        EXPECT_EQ(settings.limit, 10'000'000U) << name;
+    }
     EXPECT_NE(complaint({"share", "a.mp4", "--format", "avi"}).find("mp4-constant"), std::string::npos);
 }
 

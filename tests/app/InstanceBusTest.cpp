@@ -99,6 +99,11 @@ public:
         calls.append(QStringLiteral("preview ") + QString::fromStdString(file.string()));
         return selected;
     }
+    Result<void> copyFile(const std::filesystem::path& file) override
+    {
+        calls.append(QStringLiteral("copy ") + QString::fromLatin1(QByteArray::fromStdString(file.native()).toPercentEncoding("/")));
+        return selected;
+    }
     void quit() override { calls.append(QStringLiteral("quit")); }
 
     QJsonObject statusObject{{QStringLiteral("description"), QStringLiteral("Not configured")}};
@@ -358,6 +363,24 @@ TEST_F(InstanceBusTest, TheStatusOfAPausedRecordingSaysSo)
     EXPECT_EQ(run(control(Control::Action::status)).output, "Recording\nThe recording is paused.\n");
     control_.statusObject.insert(QStringLiteral("isPaused"), false);
     EXPECT_EQ(run(control(Control::Action::status)).output, "Recording\n");
+}
+
+TEST_F(InstanceBusTest, AFileIsCopiedByTheProgramWhateverItsNameAndByNobodyWhereNoneRuns)
+{
+    QString reason;
+    const auto copy = [&](const QDBusConnection& connection) {
+        const auto copied = copyByRunningInstance("/clips/a\xFF b.mp4", connection);
+        reason = copied ? QString{} : copied.error();
+        return copied ? 0 : 1;
+    };
+    EXPECT_EQ(run(copy).status, 1);
+    EXPECT_NE(reason.indexOf(QStringLiteral("not running")), -1) << qPrintable(reason);
+    const auto instance = runningInstance();
+    EXPECT_EQ(run(copy).status, 0);
+    EXPECT_EQ(control_.calls, QStringList{QStringLiteral("copy /clips/a%FF%20b.mp4")});
+    control_.selected = fail("Test", 1, "There is no such file.");
+    EXPECT_EQ(run(copy).status, 1);
+    EXPECT_EQ(reason, QStringLiteral("There is no such file."));
 }
 
 TEST_F(InstanceBusTest, ACallThatIsDroppedUnansweredIsAnsweredWithAnError)

@@ -21,10 +21,10 @@ namespace {
 class ShareCommandTest : public testing::Test {
 protected:
     /// `step` is carried out on the session once the command waits for it.
-    int run(const std::function<void(fake::FakeTranscodingSession&)>& step)
+    int run(const std::function<void(fake::FakeTranscodingSession&)>& step, std::size_t sessionCount = 1)
     {
         QTimer::singleShot(0, &application, [&] {
-            ASSERT_EQ(transcoder->sessions.size(), 1U);
+            ASSERT_EQ(transcoder->sessions.size(), sessionCount);
             step(*transcoder->sessions[0]);
         });
         return run();
@@ -36,7 +36,11 @@ protected:
         testing::internal::CaptureStderr();
         const int status = runShareCommand(command,
             {transcoder, std::make_shared<fake::FakeFileManager>(), std::make_shared<EventLoopExecutor>(),
-                [this] { return folder.path(); }});
+                [this] { return folder.path(); },
+                [this](const std::filesystem::path& file) {
+                    copied.push_back(file);
+                    return hasClipboard;
+                }});
         output = testing::internal::GetCapturedStdout();
         errors = testing::internal::GetCapturedStderr();
         return status;
@@ -52,7 +56,42 @@ protected:
     const std::shared_ptr<fake::FakeClipTranscoder> transcoder = std::make_shared<fake::FakeClipTranscoder>();
     std::string output;
     std::string errors;
+    std::vector<std::filesystem::path> copied;
+    bool hasClipboard = false;
 };
+
+TEST_F(ShareCommandTest, PutsTheCopyOntoTheClipboardOfTheRunningProgramAndSaysSo)
+{
+    hasClipboard = true;
+    EXPECT_EQ(run([](auto& session) { session.steps.complete(); }), command_line::succeeded);
+    ASSERT_EQ(copied.size(), 1U);
+    EXPECT_EQ(copied[0], folder.path() / "Shared" / "clip-10MB.mp4");
+    EXPECT_EQ(errors, "9.6 MB, 1280 × 720, 30 pictures a second, sound at 96 kbit/s. It is on the clipboard.\n");
+    command.json = true;
+    run([this](auto&) { transcoder->sessions[1]->steps.complete(); }, 2);
+    EXPECT_TRUE(QJsonDocument::fromJson(QByteArray::fromStdString(output)).object()["isOnClipboard"].toBool());
+}
+
+TEST_F(ShareCommandTest, ACopyWithANameOfItsOwnOrThatFailedIsNotForTheClipboard)
+{
+    hasClipboard = true;
+    EXPECT_EQ(run([](auto& session) { session.steps.fail({"Velmora.Transcoding", 1, "10 MB are too little.", nullptr}); }), command_line::failed);
+    command.output = folder.path() / "mine.mp4";
+    run([this](auto&) { transcoder->sessions[1]->steps.complete(); }, 2);
+    EXPECT_TRUE(copied.empty());
+}
+
+TEST_F(ShareCommandTest, AGifHasItsExtensionAndSaysItsColours)
+{
+    command.settings.format = platform::CopyFormat::gif;
+    EXPECT_EQ(run([](auto& session) {
+        session.result = {.size = 2'000'000, .width = 640, .height = 360, .pictureRate = 15, .colours = 256, .rounds = 1};
+        session.steps.complete();
+    }),
+        command_line::succeeded);
+    EXPECT_EQ(output, (folder.path() / "Shared" / "clip-10MB.gif").native() + "\n");
+    EXPECT_EQ(errors, "2 MB, 640 × 360, 15 pictures a second, 256 colours, no sound.\n");
+}
 
 TEST_F(ShareCommandTest, PrintsThePathOfTheCopyBelowTheClipsAndSaysWhatItIs)
 {

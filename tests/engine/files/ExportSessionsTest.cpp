@@ -1,5 +1,7 @@
 #include "engine/files/ExportSessions.h"
 
+#include "base/LeftBehindWork.h"
+#include "library/views/RunningExports.h"
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/RecordingLayout.h"
 #include "tests/support/FolderContents.h"
@@ -282,6 +284,79 @@ TEST_F(LinuxExportSessionTest, DestroyedWhileItRunsItLeavesNothingAndStillComple
     isDestroyed.set_value();
     done.get_future().wait();
     EXPECT_THAT(names(), UnorderedElementsAre("clip.mp4", "part.mp4"));
+}
+
+/// Hears of nothing until it is told to go on: a codec on a machine that has no time for it.
+class SlowWork final : public ExportWork {
+public:
+    struct Steps {
+        std::promise<void> isWriting;
+        std::promise<void> mayGoOn;
+        std::promise<bool> hasEnded;  ///< whether it was still wanted
+    };
+
+    explicit SlowWork(Steps& steps) : steps_(steps) { }
+
+    Result<bool> write(const Surroundings& surroundings) override
+    {
+        const auto output = surroundings.createOutput();
+        if (!output)
+            return fail(output.error());
+        const std::vector<std::byte> bytes(1000);
+        static_cast<void>((*output)->writeAt(0, bytes));
+        steps_.isWriting.set_value();
+        steps_.mayGoOn.get_future().wait();
+        steps_.hasEnded.set_value(surroundings.progress(0.5));
+        return true;
+    }
+
+private:
+    Steps& steps_;
+};
+
+TEST_F(LinuxExportSessionTest, CancellingWaitsForNoWorkThatHasYetToNotice)
+{
+    SlowWork::Steps steps;
+    std::promise<void> done;
+    const auto session =
+        makeExportSession(std::make_unique<SlowWork>(steps), "com.velmora.test.slow", SerialQueue::QualityOfService::background);
+    session->setOutputURL(path("part.mp4"));
+    session->exportAsynchronously([&done] { done.set_value(); });
+    steps.isWriting.get_future().wait();
+    EXPECT_FALSE(LeftBehindWork::isAny());
+    // The work goes on only after all of this: whoever waited for it would wait for ever.
+    session->cancelExport();
+    done.get_future().wait();
+    EXPECT_EQ(session->status(), ExportStatus::cancelled);
+    EXPECT_THAT(names(), UnorderedElementsAre("clip.mp4"));
+    EXPECT_TRUE(LeftBehindWork::isAny());
+    session->cancelExport();
+
+    steps.mayGoOn.set_value();
+    EXPECT_FALSE(steps.hasEnded.get_future().get());
+    while (LeftBehindWork::isAny())
+        std::this_thread::yield();
+    EXPECT_EQ(session->status(), ExportStatus::cancelled);
+    EXPECT_THAT(names(), UnorderedElementsAre("clip.mp4"));
+}
+
+TEST_F(LinuxExportSessionTest, AtItsEndTheProgramWaitsForNoWorkThatHasYetToNotice)
+{
+    SlowWork::Steps steps;
+    std::promise<void> done;
+    auto session = makeExportSession(std::make_unique<SlowWork>(steps), "com.velmora.test.slow", SerialQueue::QualityOfService::background);
+    session->setOutputURL(path("part.mp4"));
+    RunningExports running;
+    running.start(std::move(session), [&done] { done.set_value(); });
+    steps.isWriting.get_future().wait();
+    running.cancelAll();
+    done.get_future().wait();
+    EXPECT_THAT(names(), UnorderedElementsAre("clip.mp4"));
+    EXPECT_TRUE(LeftBehindWork::isAny());
+    steps.mayGoOn.set_value();
+    steps.hasEnded.get_future().wait();
+    while (LeftBehindWork::isAny())
+        std::this_thread::yield();
 }
 
 TEST_F(LinuxExportSessionTest, MayBeDestroyedByItsOwnCompletion)

@@ -139,11 +139,11 @@ TEST_F(MovieFormatsTest, ALimitIsKeptAndUsedByEachFormat)
         clip.pictures.push_back({i, 60});
     clip.soundFrames = 480'000;
     writeClip(path("clip.mp4"), clip);
-    for (const auto& [format, limit] : {std::pair{CopyFormat::gif, 150'000U}, {CopyFormat::webp, 60'000U}, {CopyFormat::webm, 200'000U}}) {
+    for (const auto& [format, limit] : {std::pair{CopyFormat::gif, 150'000U}, {CopyFormat::webp, 60'000U}, {CopyFormat::webm, 110'000U}}) {
         const auto copy = transcode({.limit = limit, .format = format});
         EXPECT_GE(report.size, limit * 8 / 10) << static_cast<int>(format);
         EXPECT_NEAR(copy.duration, 10, 0.05) << static_cast<int>(format);
-        EXPECT_LT(copy.width, 320) << static_cast<int>(format);
+        EXPECT_TRUE(copy.width < 320 || copy.pictures.size() < 600) << static_cast<int>(format);
         EXPECT_EQ(copy.hasAudio, format == CopyFormat::webm);
     }
 }
