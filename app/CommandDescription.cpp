@@ -191,13 +191,13 @@ CommandGroup withoutTheProgram()
                     "sizes that chats call so, the smaller. A clip that fits is copied as it is. Any other is encoded anew, sound "
                     "included, as good as fits: before pictures become coarse they become smaller, and fewer in a second; a copy that "
                     "is too large, or leaves more than a tenth of the limit unused, is encoded again. With mp4-constant there are as "
-                    "many pictures in every second, for editors that need that, and no limit unless told. gif, webp and webm are for chats "
-                    "and wikis that do not show MP4: GIF at most 640 pixels wide or high, with 15 pictures a second, 256 colours and "
-                    "no sound; WebP, moving, as large, with 20 and no sound; WebM with all of the pictures, VP9 or AV1, and Opus. To "
-                    "keep to the limit there are first fewer pictures a second, then smaller ones, then fewer colours or coarser "
-                    "pictures, and again; what fits as it begins uses no more. Without --output the copy "
-                    "goes to the folder Shared in the clips folder, and, where Velmora is running, onto the clipboard. The clip is "
-                    "not changed, and an existing file is never overwritten."},
+                    "many pictures in every second, for editors that need that, and no limit unless told. For chats and wikis that do "
+                    "not show MP4 there are gif, at most 640 pixels wide or high, with 15 pictures a second, 256 colours and no sound; "
+                    "webp, as large, with 20 pictures a second and no sound; and webm with all that the clip has, by VP9 or AV1 and "
+                    "Opus. To keep to their limit there are first fewer pictures a second, then smaller ones, then coarser ones with "
+                    "fewer colours, and again; what fits as it begins leaves the rest unused. Without --output the copy goes to the "
+                    "folder Shared in the clips folder and onto the clipboard; the latter needs the running program, because a clipboard "
+                    "keeps nothing of one that has ended. The clip is not changed, and an existing file is never overwritten."},
         }};
 }
 

@@ -47,7 +47,7 @@ std::string asText(const platform::TranscodingReport& report)
         .arg(report.width)
         .arg(report.height)
         .arg(report.pictureRate, 0, 'f', report.pictureRate < 10 ? 1 : 0)
-        .arg(report.soundBitRate > 0      ? QStringLiteral("sound at %1 kbit/s").arg(report.soundBitRate / 1000)
+        .arg(report.soundBitRate > 0 ? QStringLiteral("sound at %1 kbit/s").arg(report.soundBitRate / 1000)
                 : report.colours > 0 ? QStringLiteral("%1 colours, no sound").arg(report.colours)
                                      : QStringLiteral("no sound"))
         .toStdString();

@@ -261,9 +261,8 @@ private:
     /// Onto the clipboard.
     [[nodiscard]] std::function<void(const std::filesystem::path&)> copyFile() const
     {
-        return [sharing = services_.platform.sharingServices](const std::filesystem::path& file) {
-            sharing->perform(platform::copyFileService, file);
-        };
+        return [sharing = services_.platform.sharingServices](
+                   const std::filesystem::path& file) { sharing->perform(platform::copyFileService, file); };
     }
 
     [[nodiscard]] std::shared_ptr<SmallFiles> makeSmallFiles() const

@@ -329,8 +329,8 @@ private:
             return fail(target.error());
         if (!*target)
             return std::nullopt;
-        const auto copied = copyBytes(
-            *best_->file, best_->size, **target, [this](double done) { return report(copyShare + (1 - copyShare) * done); });
+        const auto copied =
+            copyBytes(*best_->file, best_->size, **target, [this](double done) { return report(copyShare + (1 - copyShare) * done); });
         if (!copied)
             return fail(copied.error());
         if (!*copied)

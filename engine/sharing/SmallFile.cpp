@@ -315,7 +315,8 @@ private:
             const bool hasNoMoreToShow = fits && quality <= SmallFileSearch::finest;
             if (fits && (!best_ || round.size > best_->size))
                 best_ = std::move(round);
-            const bool isEnough = best_ && (settings_.limit == 0 || static_cast<double>(best_->size) >= enoughPart * limit_ || hasNoMoreToShow);
+            const bool isEnough =
+                best_ && (settings_.limit == 0 || static_cast<double>(best_->size) >= enoughPart * limit_ || hasNoMoreToShow);
             if (isEnough || (best_ && rounds_ == mostRounds))
                 return {};
             if (!fits && quality >= SmallFileSearch::coarsest && candidate_ + 1 == candidates_.size())

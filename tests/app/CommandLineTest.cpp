@@ -399,7 +399,7 @@ TEST(CommandLine, WhatACommandDoesStandsIndentedUnderIt)
 std::vector<std::string> misspelt(const QString& text)
 {
     static const QStringList names{
-        QStringLiteral("Ctrl+C"), QStringLiteral("Shared"), QStringLiteral("Velmora"), QStringLiteral("Wayland")};
+        QStringLiteral("Ctrl+C"), QStringLiteral("Opus"), QStringLiteral("Shared"), QStringLiteral("Velmora"), QStringLiteral("Wayland")};
     std::vector<std::string> wrong;
     bool beginsSentence = true;
     for (const auto& typed : text.split(QLatin1Char(' '))) {

@@ -35,8 +35,7 @@ protected:
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
         const int status = runShareCommand(command,
-            {transcoder, std::make_shared<fake::FakeFileManager>(), std::make_shared<EventLoopExecutor>(),
-                [this] { return folder.path(); },
+            {transcoder, std::make_shared<fake::FakeFileManager>(), std::make_shared<EventLoopExecutor>(), [this] { return folder.path(); },
                 [this](const std::filesystem::path& file) {
                     copied.push_back(file);
                     return hasClipboard;
@@ -75,7 +74,10 @@ TEST_F(ShareCommandTest, PutsTheCopyOntoTheClipboardOfTheRunningProgramAndSaysSo
 TEST_F(ShareCommandTest, ACopyWithANameOfItsOwnOrThatFailedIsNotForTheClipboard)
 {
     hasClipboard = true;
-    EXPECT_EQ(run([](auto& session) { session.steps.fail({"Velmora.Transcoding", 1, "10 MB are too little.", nullptr}); }), command_line::failed);
+    EXPECT_EQ(run([](auto& session) {
+        session.steps.fail({"Velmora.Transcoding", 1, "10 MB are too little.", nullptr});
+    }),
+        command_line::failed);
     command.output = folder.path() / "mine.mp4";
     run([this](auto&) { transcoder->sessions[1]->steps.complete(); }, 2);
     EXPECT_TRUE(copied.empty());

@@ -56,8 +56,12 @@ public:
         if (!muxer)
             return movieFailure(AVERROR_MUXER_NOT_FOUND);
         Writing writing{*muxer, codec_, encoding};
-        const auto filtered = filterPictures(source, {format_, encoding, colourFilter, palette_.get()},
-            [&](double done) { return progress({begin + (1 - begin) * done, done}); }, [&](AVFrame& picture) { return writing.add(picture); });
+        const auto filtered = filterPictures(
+            source, {format_, encoding, colourFilter, palette_.get()},
+            [&](double done) {
+                return progress({begin + (1 - begin) * done, done});
+            },
+            [&](AVFrame& picture) { return writing.add(picture); });
         if (muxer->failure())
             return fail(*muxer->failure());
         if (!filtered)
@@ -140,8 +144,8 @@ private:
         engine::CodedSamples& source, const engine::MovieEncoding& encoding, const std::function<bool(double)>& progress)
     {
         palette_.reset();
-        const auto filtered = filterPictures(source, {format_, encoding, paletteFilter + std::to_string(encoding.colours) + "[out]"}, progress,
-            [&](AVFrame& picture) {
+        const auto filtered = filterPictures(
+            source, {format_, encoding, paletteFilter + std::to_string(encoding.colours) + "[out]"}, progress, [&](AVFrame& picture) {
                 palette_.reset(av_frame_clone(&picture));
                 return palette_ ? 0 : AVERROR(ENOMEM);
             });

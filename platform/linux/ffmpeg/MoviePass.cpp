@@ -92,8 +92,8 @@ tl::unexpected<Error> movieFailure(int averror)
     return fail(libavError(averror, "The clip's pictures could not be encoded"));
 }
 
-Result<bool> filterPictures(engine::CodedSamples& source, const FilteredPictures& pictures, const std::function<bool(double)>& progress,
-    const TakeFiltered& take)
+Result<bool> filterPictures(
+    engine::CodedSamples& source, const FilteredPictures& pictures, const std::function<bool(double)>& progress, const TakeFiltered& take)
 {
     auto decoder = openDecoder(pictures.format, clipThreads());
     if (!decoder)

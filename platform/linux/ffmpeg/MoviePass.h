@@ -31,8 +31,8 @@ struct FilteredPictures {
 
 /// Scales the pictures of the part, turns them upright and filters them. `progress` is told a part of the work, 0 to 1. False: it returned
 /// false, or no more was wanted.
-Result<bool> filterPictures(engine::CodedSamples& source, const FilteredPictures& pictures, const std::function<bool(double)>& progress,
-    const TakeFiltered& take);
+Result<bool> filterPictures(
+    engine::CodedSamples& source, const FilteredPictures& pictures, const std::function<bool(double)>& progress, const TakeFiltered& take);
 
 /// An encoder for pictures like `first`, with times in `timeBase`; not opened yet. Null: out of memory.
 [[nodiscard]] AvCodecContext makePictureEncoder(

@@ -241,7 +241,11 @@ public:
                 return tl::unexpected(*muxer->failure());
             return writing.soundFailure() ? tl::unexpected(*writing.soundFailure()) : movieFailure(error);
         };
-        const auto filtered = filterPictures(source, {format_, encoding, "null[out]"}, [&](double done) { return progress({done, done}); },
+        const auto filtered = filterPictures(
+            source, {format_, encoding, "null[out]"},
+            [&](double done) {
+                return progress({done, done});
+            },
             [&](AVFrame& picture) { return writing.add(picture); });
         if (!filtered)
             return muxer->failure() || writing.soundFailure() ? failure(0) : tl::unexpected(filtered.error());

@@ -66,8 +66,11 @@ public:
         std::size_t count = 0;
         const auto noPacket = [](AVPacket&) { return 0; };
         // Colours as they are seen: the format's own, which the encoder converts to, are not those of videos.
-        const auto filtered = filterPictures(source, {format_, encoding, "format=bgra[out]"},
-            [&](double done) { return progress({done, 0}); },
+        const auto filtered = filterPictures(
+            source, {format_, encoding, "format=bgra[out]"},
+            [&](double done) {
+                return progress({done, 0});
+            },
             [&](AVFrame& picture) {
                 const auto time = av_rescale(picture.pts, milliseconds.den, pictureTimescale);
                 if (time <= lastTime)
@@ -85,12 +88,14 @@ public:
         if (!*filtered)
             return std::nullopt;
         Result<void> written;
-        const int error = encoder ? encodePicture(*encoder, nullptr, [&](AVPacket& packet) {
-            setWholeDuration({packet.data, static_cast<std::size_t>(packet.size)},
-                av_rescale(encoding.end - encoding.begin, milliseconds.den, pictureTimescale));
-            written = write(0, std::as_bytes(std::span{packet.data, static_cast<std::size_t>(packet.size)}));
-            return 0;
-        }) : AVERROR_INVALIDDATA;
+        const int error = encoder ? encodePicture(*encoder, nullptr,
+                              [&](AVPacket& packet) {
+                                  setWholeDuration({packet.data, static_cast<std::size_t>(packet.size)},
+                                      av_rescale(encoding.end - encoding.begin, milliseconds.den, pictureTimescale));
+                                  written = write(0, std::as_bytes(std::span{packet.data, static_cast<std::size_t>(packet.size)}));
+                                  return 0;
+                              })
+                                  : AVERROR_INVALIDDATA;
         if (error < 0)
             return movieFailure(error);
         if (!written)

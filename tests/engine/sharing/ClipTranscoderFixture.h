@@ -48,9 +48,10 @@ protected:
 
     static std::string extensionOf(platform::CopyFormat format)
     {
-        return format == platform::CopyFormat::gif ? ".gif" : format == platform::CopyFormat::webp ? ".webp"
-            : format == platform::CopyFormat::webm                                                 ? ".webm"
-                                                                                                   : ".mp4";
+        return format == platform::CopyFormat::gif ? ".gif"
+            : format == platform::CopyFormat::webp ? ".webp"
+            : format == platform::CopyFormat::webm ? ".webm"
+                                                   : ".mp4";
     }
 
     static void finish(platform::ExportSession& session)

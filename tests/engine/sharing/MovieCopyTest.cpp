@@ -87,7 +87,10 @@ public:
     }
     Result<std::unique_ptr<PictureTranscoder>> makePictureTranscoder(const VideoFormat&) override { return fail("none", 0, "none"); }
     Result<std::unique_ptr<SoundDecoder>> makeSoundDecoder(const AudioFormat&, std::int32_t) override { return fail("none", 0, "none"); }
-    Result<std::unique_ptr<AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings&) override { return fail("none", 0, "none"); }
+    Result<std::unique_ptr<AudioEncoder>> makeAudioEncoder(const platform::AudioOutputSettings&) override
+    {
+        return fail("none", 0, "none");
+    }
 
 private:
     const SizeOfMovie& model_;

@@ -36,7 +36,8 @@ DecodedFile decodeWebp(const std::filesystem::path& path)
     const std::vector<char> bytes{std::istreambuf_iterator<char>{stream}, {}};
     const WebPData data{reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
     DecodedFile file;
-    const std::unique_ptr<WebPAnimDecoder, decltype(&WebPAnimDecoderDelete)> decoder{WebPAnimDecoderNew(&data, nullptr), WebPAnimDecoderDelete};
+    const std::unique_ptr<WebPAnimDecoder, decltype(&WebPAnimDecoderDelete)> decoder{
+        WebPAnimDecoderNew(&data, nullptr), WebPAnimDecoderDelete};
     WebPAnimInfo info;
     file.opened = decoder && WebPAnimDecoderGetInfo(decoder.get(), &info) != 0;
     if (!file.opened)
