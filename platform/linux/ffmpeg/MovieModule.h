@@ -1,4 +1,4 @@
-// What the movie module gives: copies in other formats than MP4. libavformat and libavfilter bring a hundred libraries that no other part of
+// What the movie module gives: copies in other formats than MP4. libavformat and libavfilter bring some seventy libraries that no other part of
 // the program needs, so it is loaded when the first such copy is made.
 #pragma once
 
