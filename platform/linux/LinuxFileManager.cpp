@@ -1,6 +1,6 @@
 #include "platform/linux/LinuxFileManager.h"
 
-#include "media/mp4/PosixFile.h"
+#include "engine/files/PosixFileManager.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,7 +12,6 @@
 #include <optional>
 #include <pwd.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 #include <vector>
 
@@ -46,18 +45,13 @@ std::filesystem::path configurationDirectory(const std::filesystem::path& home)
     return !chosen.empty() && chosen.front() == '/' ? std::filesystem::path{chosen} : home / ".config";
 }
 
-Error fileError(const std::error_code& error, const std::filesystem::path& path)
-{
-    return posixError(error.value(), path.native());
-}
-
 std::chrono::system_clock::time_point timePoint(const struct statx_timestamp& time)
 {
     const auto sinceEpoch = std::chrono::seconds{time.tv_sec} + std::chrono::nanoseconds{time.tv_nsec};
     return std::chrono::system_clock::time_point{std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch)};
 }
 
-class LinuxFileManager final : public platform::FileManager {
+class LinuxFileManager final : public engine::PosixFileManager {
 public:
     [[nodiscard]] std::vector<std::filesystem::path> moviesDirectories() const override
     {
@@ -77,30 +71,6 @@ public:
         return accountsHome().value_or("/");
     }
 
-    [[nodiscard]] bool fileExists(const std::filesystem::path& path, bool* isDirectory) const override
-    {
-        std::error_code ignored;
-        const auto status = std::filesystem::status(path, ignored);
-        if (isDirectory)
-            *isDirectory = std::filesystem::is_directory(status);
-        return std::filesystem::exists(status);
-    }
-
-    [[nodiscard]] Result<std::vector<std::filesystem::path>> contentsOfDirectory(
-        const std::filesystem::path& directory, bool skipsHiddenFiles) const override
-    {
-        std::error_code error;
-        std::vector<std::filesystem::path> contents;
-        for (auto entry = std::filesystem::directory_iterator{directory, error}; !error && entry != std::filesystem::directory_iterator{};
-             entry.increment(error)) {
-            if (!skipsHiddenFiles || !entry->path().filename().native().starts_with('.'))
-                contents.push_back(entry->path());
-        }
-        if (error)
-            return fail(fileError(error, directory));
-        return contents;
-    }
-
     [[nodiscard]] Result<platform::FileAttributes> attributesOfItem(const std::filesystem::path& path) const override
     {
         struct statx found { };
@@ -114,42 +84,6 @@ public:
         else if ((found.stx_mask & STATX_MTIME) != 0)
             attributes.creationDate = timePoint(found.stx_mtime);
         return attributes;
-    }
-
-    [[nodiscard]] Result<void> checkWritable(const std::filesystem::path& directory) const override
-    {
-        // With the dot, a file is an error too.
-        if (::faccessat(AT_FDCWD, (directory / ".").c_str(), W_OK | X_OK, AT_EACCESS) != 0)
-            return fail(posixError(errno, directory.native()));
-        return {};
-    }
-
-    Result<void> createDirectory(const std::filesystem::path& path) override
-    {
-        std::error_code error;
-        std::filesystem::create_directories(path, error);
-        if (error)
-            return fail(fileError(error, path));
-        return {};
-    }
-
-    Result<void> removeFile(const std::filesystem::path& path) override
-    {
-        // A recorder's lock is on its file; while we hold it ourselves, nobody who wants the name can slip in between.
-        const auto file = mp4::PosixFile::openForUpdating(path);
-        if (file) {
-            const auto locked = (*file)->tryLock();
-            if (locked && !*locked)
-                return fail(posixError(EBUSY, path.native()));
-            return (*file)->removeFromFolder();
-        }
-        if (const int code = file.error().code; code != ELOOP && code != EINVAL && code != EACCES) {
-            return fail(posixError(code, path.native()));
-        }
-        // unlink, because std::filesystem::remove would take an empty folder too.
-        if (::unlink(path.c_str()) != 0)
-            return fail(posixError(errno, path.native()));
-        return {};
     }
 };
 

@@ -83,7 +83,7 @@ def frameworks():
 
     def add(name):
         if name in includes and name not in ordered:
-            for below in includes[name]:
+            for below in [each for each in includes[name] if each != name]:
                 add(below)
             ordered.append(name)
     for name in includes:

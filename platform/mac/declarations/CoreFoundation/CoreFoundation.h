@@ -32,6 +32,7 @@ typedef struct CFDictionaryKeyCallBacks CFDictionaryKeyCallBacks;
 typedef struct CFDictionaryValueCallBacks CFDictionaryValueCallBacks;
 
 extern const CFAllocatorRef kCFAllocatorDefault;
+extern const CFAllocatorRef kCFAllocatorNull;
 extern const CFBooleanRef kCFBooleanTrue;
 extern const CFBooleanRef kCFBooleanFalse;
 extern const CFStringRef kCFPreferencesCurrentApplication;
@@ -59,6 +60,19 @@ const void* CFDictionaryGetValue(CFDictionaryRef, const void*);
 CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef, CFStringRef);
 void CFPreferencesSetAppValue(CFStringRef, CFPropertyListRef, CFStringRef);
 Boolean CFPreferencesAppSynchronize(CFStringRef);
+
+// The main thread's loop: https://developer.apple.com/documentation/corefoundation/cfrunloopaddsource(_:_:_:)
+typedef struct __CFRunLoop* CFRunLoopRef;
+typedef struct __CFRunLoopSource* CFRunLoopSourceRef;
+typedef CFStringRef CFRunLoopMode;
+extern const CFRunLoopMode kCFRunLoopCommonModes;
+CFRunLoopRef CFRunLoopGetMain(void);
+void CFRunLoopAddSource(CFRunLoopRef, CFRunLoopSourceRef, CFRunLoopMode);
+void CFRunLoopRemoveSource(CFRunLoopRef, CFRunLoopSourceRef, CFRunLoopMode);
+
+// https://developer.apple.com/documentation/corefoundation/cfdatacreate(_:_:_:)
+typedef const struct __CFData* CFDataRef;
+CFDataRef CFDataCreate(CFAllocatorRef, const UInt8*, CFIndex);
 
 #ifdef __cplusplus
 }

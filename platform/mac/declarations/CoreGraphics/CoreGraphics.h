@@ -5,6 +5,7 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <stdbool.h>
+#include <stddef.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -34,6 +35,21 @@ extern const CFStringRef kCGWindowNumber;
 /// "Windows are returned in order from front to back":
 /// https://developer.apple.com/documentation/coregraphics/cgwindowlistoption/optiononscreenonly
 CFArrayRef CGWindowListCopyWindowInfo(CGWindowListOption, CGWindowID);
+
+// Pictures: https://developer.apple.com/documentation/coregraphics/cgimage/1455149-init and
+// https://developer.apple.com/documentation/coregraphics/cgdataproviderreleasedatacallback . Unconfirmed: the numbers of the bitmap's format.
+typedef struct CGColorSpace* CGColorSpaceRef;
+typedef struct CGDataProvider* CGDataProviderRef;
+typedef struct CGImage* CGImageRef;
+typedef uint32_t CGBitmapInfo;
+typedef int32_t CGColorRenderingIntent;
+enum { kCGRenderingIntentDefault = 0 };
+enum { kCGImageAlphaNoneSkipFirst = 6, kCGBitmapByteOrder32Little = 2 << 12 };
+typedef void (*CGDataProviderReleaseDataCallback)(void*, const void*, size_t);
+CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void);
+CGDataProviderRef CGDataProviderCreateWithData(void*, const void*, size_t, CGDataProviderReleaseDataCallback);
+CGImageRef CGImageCreate(size_t, size_t, size_t, size_t, size_t, CGColorSpaceRef, CGBitmapInfo, CGDataProviderRef, const CGFloat*, bool,
+    CGColorRenderingIntent);
 
 // https://developer.apple.com/documentation/coregraphics/cgpreflightscreencaptureaccess()
 bool CGPreflightScreenCaptureAccess(void);

@@ -25,7 +25,9 @@ typedef struct __attribute__((packed, aligned(4))) {
     CMTimeEpoch epoch;
 } CMTime;
 extern const CMTime kCMTimeInvalid;
+extern const CMTime kCMTimeZero;
 CMTime CMTimeMake(int64_t, int32_t);
+int32_t CMTimeCompare(CMTime, CMTime);
 
 typedef struct opaqueCMSampleBuffer* CMSampleBufferRef;
 typedef struct OpaqueCMBlockBuffer* CMBlockBufferRef;
@@ -55,6 +57,23 @@ CMFormatDescriptionRef CMSampleBufferGetFormatDescription(CMSampleBufferRef);
 CFArrayRef CMSampleBufferGetSampleAttachmentsArray(CMSampleBufferRef, Boolean);
 extern const CFStringRef kCMSampleAttachmentKey_NotSync;
 extern const CFStringRef kCMSampleAttachmentKey_DependsOnOthers;
+
+// Making samples: https://developer.apple.com/documentation/coremedia/cmblockbuffercreatewithmemoryblock(allocator:memoryblock:blocklength:blockallocator:customblocksource:offsettodata:datalength:flags:blockbufferout:)
+// https://developer.apple.com/documentation/coremedia/cmsamplebuffercreateready(allocator:databuffer:formatdescription:samplecount:sampletimingentrycount:sampletimingarray:samplesizeentrycount:samplesizearray:samplebufferout:)
+// and https://docs.rs/objc2-core-media (the parameters of these and of the format's). The block's memory is not copied: with
+// kCFAllocatorNull it is not freed either.
+typedef struct {
+    CMTime duration;
+    CMTime presentationTimeStamp;
+    CMTime decodeTimeStamp;
+} CMSampleTimingInfo;
+typedef struct CMBlockBufferCustomBlockSource CMBlockBufferCustomBlockSource;
+OSStatus CMBlockBufferCreateWithMemoryBlock(CFAllocatorRef, void*, size_t, CFAllocatorRef, const CMBlockBufferCustomBlockSource*, size_t,
+    size_t, uint32_t, CMBlockBufferRef*);
+OSStatus CMSampleBufferCreateReady(CFAllocatorRef, CMBlockBufferRef, CMFormatDescriptionRef, CMItemCount, CMItemCount,
+    const CMSampleTimingInfo*, CMItemCount, const size_t*, CMSampleBufferRef*);
+OSStatus CMVideoFormatDescriptionCreate(CFAllocatorRef, CMVideoCodecType, int32_t, int32_t, CFDictionaryRef, CMVideoFormatDescriptionRef*);
+extern const CFStringRef kCMFormatDescriptionExtension_SampleDescriptionExtensionAtoms;
 
 OSStatus CMBlockBufferGetDataPointer(CMBlockBufferRef, size_t, size_t*, size_t*, char**);
 OSStatus CMBlockBufferCopyDataBytes(CMBlockBufferRef, size_t, size_t, void*);

@@ -24,6 +24,9 @@ typedef void (*CVPixelBufferReleaseBytesCallback)(void*, const void*);
 
 CVReturn CVPixelBufferCreateWithBytes(
     CFAllocatorRef, size_t, size_t, OSType, void*, size_t, CVPixelBufferReleaseBytesCallback, void*, CFDictionaryRef, CVPixelBufferRef*);
+extern const CFStringRef kCVPixelBufferPixelFormatTypeKey;
+extern const CFStringRef kCVPixelBufferWidthKey;
+extern const CFStringRef kCVPixelBufferHeightKey;
 CVReturn CVPixelBufferLockBaseAddress(CVPixelBufferRef, CVPixelBufferLockFlags);
 CVReturn CVPixelBufferUnlockBaseAddress(CVPixelBufferRef, CVPixelBufferLockFlags);
 void* CVPixelBufferGetBaseAddress(CVPixelBufferRef);

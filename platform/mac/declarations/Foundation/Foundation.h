@@ -1,6 +1,6 @@
 // What the back end uses of Foundation's classes, one page for each below https://developer.apple.com/documentation/foundation/ ; that of
 // the root class is https://developer.apple.com/documentation/objectivec/nsobject ; compared with pages: the names. Unconfirmed: the widths
-// of the first group.
+// of the first group, the numbers of NSSearchPathDirectory and of the encoding.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -21,10 +21,21 @@ typedef signed char BOOL;
 #define NO ((BOOL)0)
 #define nil nullptr
 
+@class NSArray<ObjectType>;
+@class NSDate;
+@class NSDictionary<KeyType, ObjectType>;
+@class NSError;
 @class NSString;
+@class NSURL;
+typedef double NSTimeInterval;
+typedef NSUInteger NSStringEncoding;
+enum { NSUTF8StringEncoding = 4 };
 
 @protocol NSObject
 - (BOOL)isEqual:(id)object;
+@end
+
+@protocol NSCopying
 @end
 
 __attribute__((objc_root_class))
@@ -37,7 +48,9 @@ __attribute__((objc_root_class))
 - (void)dealloc;
 @end
 
-@interface NSString : NSObject
+@interface NSString : NSObject <NSCopying>
+/// nil for bytes that are not of the encoding.
+- (instancetype)initWithBytes:(const void*)bytes length:(NSUInteger)length encoding:(NSStringEncoding)encoding;
 @property (readonly) const char* UTF8String __attribute__((objc_returns_inner_pointer));
 @end
 
@@ -54,6 +67,92 @@ __attribute__((objc_root_class))
 
 @interface NSMutableArray<ObjectType> : NSArray <ObjectType>
 - (void)addObject:(ObjectType)object;
+@end
+
+@interface NSSet<ObjectType> : NSObject
++ (instancetype)setWithArray:(NSArray<ObjectType>*)array;
+@end
+
+@interface NSDictionary<KeyType, ObjectType> : NSObject
+- (ObjectType)objectForKey:(KeyType)key;
+@property (readonly, copy) NSArray<KeyType>* allKeys;
+@end
+
+@interface NSMutableDictionary<KeyType, ObjectType> : NSDictionary <KeyType, ObjectType>
+- (void)setObject:(ObjectType)object forKey:(KeyType<NSCopying>)key;
+@end
+
+@interface NSNumber : NSObject
++ (NSNumber*)numberWithUnsignedInt:(unsigned int)value;
+@end
+
+@interface NSDate : NSObject
+@property (readonly) NSTimeInterval timeIntervalSince1970;
+@end
+
+typedef NSString* NSURLResourceKey;
+extern "C" {
+extern NSURLResourceKey const NSURLCreationDateKey;
+NSString* NSHomeDirectory(void);
+}
+
+@interface NSURL : NSObject
+/// Of a path as the file system has it, of any bytes.
++ (NSURL*)fileURLWithFileSystemRepresentation:(const char*)path isDirectory:(BOOL)isDirectory relativeToURL:(NSURL*)baseURL;
+/// nil for what is no URL.
++ (instancetype)URLWithString:(NSString*)string;
+@property (readonly) const char* fileSystemRepresentation __attribute__((objc_returns_inner_pointer));
+@property (readonly, getter=isFileURL) BOOL fileURL;
+- (BOOL)getResourceValue:(id __autoreleasing*)value forKey:(NSURLResourceKey)key error:(NSError* __autoreleasing*)error;
+@end
+
+typedef NSUInteger NSSearchPathDirectory;
+enum : NSSearchPathDirectory { NSMoviesDirectory = 17, NSApplicationSupportDirectory = 14, NSTrashDirectory = 102 };
+typedef NSUInteger NSSearchPathDomainMask;
+enum : NSSearchPathDomainMask { NSUserDomainMask = 1 };
+
+@interface NSFileManager : NSObject
+@property (class, readonly) NSFileManager* defaultManager;
+- (NSArray<NSURL*>*)URLsForDirectory:(NSSearchPathDirectory)directory inDomains:(NSSearchPathDomainMask)domainMask;
+- (NSURL*)URLForDirectory:(NSSearchPathDirectory)directory
+                 inDomain:(NSSearchPathDomainMask)domain
+        appropriateForURL:(NSURL*)url
+                   create:(BOOL)shouldCreate
+                    error:(NSError* __autoreleasing*)error;
+@end
+
+@interface NSBundle : NSObject
+@property (class, readonly) NSBundle* mainBundle;
+@property (readonly) NSString* bundleIdentifier;
+@end
+
+@interface NSOperationQueue : NSObject
+@property (class, readonly) NSOperationQueue* mainQueue;
+@end
+
+typedef NSString* NSNotificationName;
+
+@interface NSNotification : NSObject
+@end
+
+@interface NSNotificationCenter : NSObject
+@property (class, readonly) NSNotificationCenter* defaultCenter;
+/// What it returns has to be given to removeObserver: the centre holds it until then.
+- (id<NSObject>)addObserverForName:(NSNotificationName)name
+                            object:(id)object
+                             queue:(NSOperationQueue*)queue
+                        usingBlock:(void (^)(NSNotification* notification))block;
+- (void)removeObserver:(id)observer;
+@end
+
+typedef NSUInteger NSKeyValueObservingOptions;
+@interface NSObject (NSKeyValueObserving)
+- (void)observeValueForKeyPath:(NSString*)keyPath
+                      ofObject:(id)object
+                        change:(NSDictionary<NSString*, id>*)change
+                       context:(void*)context;
+- (void)addObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath options:(NSKeyValueObservingOptions)options context:(void*)context;
+- (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath context:(void*)context;
 @end
 
 #endif

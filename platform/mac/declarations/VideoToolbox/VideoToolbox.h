@@ -1,4 +1,4 @@
-// Video Toolbox's compression sessions, one page for each name below https://developer.apple.com/documentation/videotoolbox/ ; compared with
+// Video Toolbox's compression and decompression sessions, one page for each name below https://developer.apple.com/documentation/videotoolbox/ ; compared with
 // pages: the parameters of the functions and of the callback
 // (https://developer.apple.com/library/archive/releasenotes/General/APIDiffsMacOSX10_11/Objective-C/VideoToolbox.html,
 // https://docs.rs/objc2-video-toolbox, https://docs.rs/video-toolbox), the flags
@@ -36,6 +36,24 @@ OSStatus VTCompressionSessionEncodeFrame(
     VTCompressionSessionRef, CVImageBufferRef, CMTime, CMTime, CFDictionaryRef, void*, VTEncodeInfoFlags*);
 OSStatus VTCompressionSessionCompleteFrames(VTCompressionSessionRef, CMTime);
 OSStatus VTSessionSetProperty(VTSessionRef, CFStringRef, CFTypeRef);
+
+// Decoding: the parameters are those of https://docs.rs/objc2-video-toolbox/0.3.0/objc2_video_toolbox/fn.VTDecompressionSessionCreate.html
+// and its neighbours, and of https://developer.apple.com/documentation/videotoolbox/vtdecompressionoutputcallbackrecord . Unconfirmed: the
+// flag's number.
+typedef struct OpaqueVTDecompressionSession* VTDecompressionSessionRef;
+typedef uint32_t VTDecodeFrameFlags;
+typedef uint32_t VTDecodeInfoFlags;
+enum { kVTDecodeFrame_DoNotOutputFrame = 2 };
+typedef void (*VTDecompressionOutputCallback)(void*, void*, OSStatus, VTDecodeInfoFlags, CVImageBufferRef, CMTime, CMTime);
+typedef struct VTDecompressionOutputCallbackRecord {
+    VTDecompressionOutputCallback decompressionOutputCallback;
+    void* decompressionOutputRefCon;
+} VTDecompressionOutputCallbackRecord;
+OSStatus VTDecompressionSessionCreate(CFAllocatorRef, CMVideoFormatDescriptionRef, CFDictionaryRef, CFDictionaryRef,
+    const VTDecompressionOutputCallbackRecord*, VTDecompressionSessionRef*);
+// Without a flag for it nothing is asynchronous: the callback comes before it returns.
+OSStatus VTDecompressionSessionDecodeFrame(VTDecompressionSessionRef, CMSampleBufferRef, VTDecodeFrameFlags, void*, VTDecodeInfoFlags*);
+void VTDecompressionSessionInvalidate(VTDecompressionSessionRef);
 
 extern const CFStringRef kVTCompressionPropertyKey_RealTime;
 extern const CFStringRef kVTCompressionPropertyKey_ProfileLevel;

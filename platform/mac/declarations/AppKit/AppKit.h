@@ -1,0 +1,139 @@
+// What the back end uses of AppKit, one page for each class below https://developer.apple.com/documentation/appkit/ ; compared with pages: the
+// selectors of NSWorkspace (https://developer.apple.com/documentation/appkit/nsworkspace/activatefileviewerselecting(_:) ,
+// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/struct.NSWorkspace.html), of NSSharingService
+// (https://developer.apple.com/documentation/appkit/nssharingservice/perform(withitems:) ,
+// https://developer.apple.com/documentation/appkit/nssharingservice/init(named:)). Unconfirmed: all numbers, and that the selectors of
+// NSOpenPanel, NSScreen, NSWindow, NSPasteboard and of dragging are as their pages' names in Swift suggest.
+#pragma once
+
+#import <CoreGraphics/CoreGraphics.h>
+#import <Foundation/Foundation.h>
+
+typedef CGRect NSRect;
+typedef CGSize NSSize;
+typedef NSInteger NSModalResponse;
+enum : NSModalResponse { NSModalResponseCancel = 0, NSModalResponseOK = 1 };
+typedef NSInteger NSWindowLevel;
+enum : NSWindowLevel { NSFloatingWindowLevel = 3 };
+typedef NSUInteger NSWindowCollectionBehavior;
+enum : NSWindowCollectionBehavior {
+    NSWindowCollectionBehaviorCanJoinAllSpaces = 1 << 0,
+    NSWindowCollectionBehaviorMoveToActiveSpace = 1 << 1,
+    NSWindowCollectionBehaviorFullScreenAuxiliary = 1 << 8
+};
+typedef NSUInteger NSDragOperation;
+enum : NSDragOperation { NSDragOperationCopy = 1 };
+typedef NSInteger NSDraggingContext;
+typedef NSString* NSSharingServiceName;
+typedef NSString* NSPasteboardType;
+
+extern "C" {
+extern NSNotificationName const NSApplicationDidChangeScreenParametersNotification;
+extern NSNotificationName const NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification;
+extern NSSharingServiceName const NSSharingServiceNameComposeEmail;
+extern NSSharingServiceName const NSSharingServiceNameComposeMessage;
+extern NSSharingServiceName const NSSharingServiceNameSendViaAirDrop;
+extern NSPasteboardType const NSPasteboardTypeString;
+}
+
+@interface NSImage : NSObject
+- (instancetype)initWithCGImage:(CGImageRef)image size:(NSSize)size;
+@property NSSize size;
+@end
+
+@interface NSScreen : NSObject
+@property (class, readonly) NSScreen* mainScreen;
+@property (class, readonly, copy) NSArray<NSScreen*>* screens;
+@property (readonly) CGFloat backingScaleFactor;
+@property (readonly) NSRect frame;
+@property (readonly) NSRect visibleFrame;
+@end
+
+@class NSDraggingItem;
+@class NSDraggingSession;
+@class NSEvent;
+@class NSWindow;
+
+@protocol NSPasteboardWriting <NSObject>
+@end
+@interface NSURL (NSPasteboardSupport) <NSPasteboardWriting>
+@end
+
+@protocol NSDraggingSource <NSObject>
+- (NSDragOperation)draggingSession:(NSDraggingSession*)session sourceOperationMaskForDraggingContext:(NSDraggingContext)context;
+@end
+
+@interface NSView : NSObject
+@property (readonly) NSWindow* window;
+- (NSDraggingSession*)beginDraggingSessionWithItems:(NSArray<NSDraggingItem*>*)items
+                                              event:(NSEvent*)event
+                                             source:(id<NSDraggingSource>)source;
+@end
+
+@interface NSWindow : NSObject
+@property NSWindowLevel level;
+@property NSWindowCollectionBehavior collectionBehavior;
+@property BOOL ignoresMouseEvents;
+@property NSView* contentView;
+- (void)makeKeyAndOrderFront:(id)sender;
+- (void)orderFrontRegardless;
+@end
+
+@interface NSEvent : NSObject
+@property (class, readonly) NSUInteger pressedMouseButtons;
+@property (readonly) NSWindow* window;
+@property (readonly) CGPoint locationInWindow;
+@end
+
+@interface NSDraggingItem : NSObject
+- (instancetype)initWithPasteboardWriter:(id<NSPasteboardWriting>)writer;
+- (void)setDraggingFrame:(NSRect)frame contents:(id)contents;
+@end
+
+@interface NSDraggingSession : NSObject
+@end
+
+@interface NSApplication : NSObject
+@property (class, readonly) NSApplication* sharedApplication;
+@property (readonly) NSEvent* currentEvent;
+- (void)activate;
+@end
+
+@interface NSWorkspace : NSObject
+@property (class, readonly) NSWorkspace* sharedWorkspace;
+@property (readonly) NSNotificationCenter* notificationCenter;
+@property (readonly) BOOL accessibilityDisplayShouldReduceMotion;
+@property (readonly) BOOL accessibilityDisplayShouldIncreaseContrast;
+- (BOOL)openURL:(NSURL*)url;
+- (void)activateFileViewerSelectingURLs:(NSArray<NSURL*>*)fileURLs;
+- (NSImage*)iconForFile:(NSString*)fullPath;
+@end
+
+@interface NSPasteboard : NSObject
+@property (class, readonly) NSPasteboard* generalPasteboard;
+- (NSInteger)clearContents;
+- (BOOL)writeObjects:(NSArray<id<NSPasteboardWriting>>*)objects;
+- (BOOL)setString:(NSString*)string forType:(NSPasteboardType)dataType;
+@end
+
+@interface NSSharingService : NSObject
+/// nil where the system has no such service.
++ (NSSharingService*)sharingServiceNamed:(NSSharingServiceName)serviceName;
+@property (copy) NSString* menuItemTitle;
+- (BOOL)canPerformWithItems:(NSArray*)items;
+- (void)performWithItems:(NSArray*)items;
+@end
+
+@interface NSOpenPanel : NSObject
++ (NSOpenPanel*)openPanel;
+@property (copy) NSString* message;
+@property (copy) NSString* prompt;
+@property (copy) NSURL* directoryURL;
+@property BOOL canChooseFiles;
+@property BOOL canChooseDirectories;
+@property BOOL canCreateDirectories;
+@property BOOL allowsMultipleSelection;
+@property (readonly, copy) NSURL* URL;
+- (void)beginWithCompletionHandler:(void (^)(NSModalResponse result))handler;
+- (void)cancel:(id)sender;
+@end

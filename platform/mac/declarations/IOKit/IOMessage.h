@@ -1,0 +1,7 @@
+// The messages of sleep and wake. The page of each is https://developer.apple.com/documentation/iokit/ ; what is compared and what is not
+// says IOKit/pwr_mgt/IOPMLib.h.
+#pragma once
+
+#define kIOMessageCanSystemSleep 0xE0000270U
+#define kIOMessageSystemWillSleep 0xE0000280U
+#define kIOMessageSystemHasPoweredOn 0xE0000300U

@@ -1,0 +1,31 @@
+// Sleep and wake: https://developer.apple.com/documentation/iokit/1557114-ioregisterforsystempower and its neighbours; compared with pages: the
+// parameters of the functions and which messages have to be answered
+// (https://docs.rs/objc2-io-kit/0.3.2/objc2_io_kit/fn.IORegisterForSystemPower.html), the number of kIOMessageCanSystemSleep
+// (https://docs.rs/objc2-io-kit/0.3.1/objc2_io_kit/constant.kIOMessageCanSystemSleep.html). Unconfirmed: the numbers of the other two, which
+// follow the same scheme, and the widths of the types.
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef uint32_t io_object_t;
+typedef io_object_t io_connect_t;
+typedef io_object_t io_service_t;
+typedef int IOReturn;
+typedef struct IONotificationPort* IONotificationPortRef;
+typedef void (*IOServiceInterestCallback)(void*, io_service_t, uint32_t, void*);
+
+io_connect_t IORegisterForSystemPower(void*, IONotificationPortRef*, IOServiceInterestCallback, io_object_t*);
+IOReturn IODeregisterForSystemPower(io_object_t*);
+IOReturn IOAllowPowerChange(io_connect_t, intptr_t);
+IOReturn IOServiceClose(io_connect_t);
+CFRunLoopSourceRef IONotificationPortGetRunLoopSource(IONotificationPortRef);
+void IONotificationPortDestroy(IONotificationPortRef);
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,20 @@
+// Login items: https://developer.apple.com/documentation/servicemanagement/smappservice ; compared with its pages: the selectors and what the
+// states mean. Unconfirmed: their numbers.
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+typedef NSInteger SMAppServiceStatus;
+enum : SMAppServiceStatus {
+    SMAppServiceStatusNotRegistered = 0,
+    SMAppServiceStatusEnabled = 1,
+    SMAppServiceStatusRequiresApproval = 2,
+    SMAppServiceStatusNotFound = 3
+};
+
+@interface SMAppService : NSObject
+@property (class, readonly) SMAppService* mainAppService;
+@property (readonly) SMAppServiceStatus status;
+- (BOOL)registerAndReturnError:(NSError* __autoreleasing*)error;
+- (BOOL)unregisterAndReturnError:(NSError* __autoreleasing*)error;
+@end

@@ -1,0 +1,107 @@
+// What the back end uses of notifications, one page for each class below https://developer.apple.com/documentation/usernotifications/ ;
+// compared with pages: the selectors of the delegate (https://docs.rs/objc2-user-notifications/0.3.0), of the category
+// (https://developer.apple.com/documentation/usernotifications/unnotificationcategory/init(identifier:actions:intentidentifiers:options:)) and
+// of the action (https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationaction.fromidentifier). Unconfirmed: the numbers
+// of all options. Methods that pages call optional are required here, so that a misspelt one is an error.
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+@class UNUserNotificationCenter;
+
+typedef NSInteger UNAuthorizationStatus;
+enum : UNAuthorizationStatus {
+    UNAuthorizationStatusNotDetermined = 0,
+    UNAuthorizationStatusDenied = 1,
+    UNAuthorizationStatusAuthorized = 2,
+    UNAuthorizationStatusProvisional = 3,
+    UNAuthorizationStatusEphemeral = 4
+};
+typedef NSUInteger UNAuthorizationOptions;
+enum : UNAuthorizationOptions { UNAuthorizationOptionBadge = 1, UNAuthorizationOptionSound = 2, UNAuthorizationOptionAlert = 4 };
+typedef NSUInteger UNNotificationPresentationOptions;
+enum : UNNotificationPresentationOptions { UNNotificationPresentationOptionSound = 2, UNNotificationPresentationOptionBanner = 16 };
+typedef NSUInteger UNNotificationActionOptions;
+enum : UNNotificationActionOptions { UNNotificationActionOptionNone = 0, UNNotificationActionOptionForeground = 4 };
+typedef NSUInteger UNNotificationCategoryOptions;
+enum : UNNotificationCategoryOptions { UNNotificationCategoryOptionCustomDismissAction = 1 };
+typedef NSUInteger UNNotificationInterruptionLevel;
+enum : UNNotificationInterruptionLevel { UNNotificationInterruptionLevelPassive = 0, UNNotificationInterruptionLevelActive = 1 };
+
+extern "C" {
+extern NSString* const UNNotificationDefaultActionIdentifier;
+extern NSString* const UNNotificationDismissActionIdentifier;
+}
+
+@interface UNNotificationSettings : NSObject
+@property (readonly) UNAuthorizationStatus authorizationStatus;
+@end
+
+@interface UNNotificationSound : NSObject
+@property (class, readonly) UNNotificationSound* defaultSound;
+@end
+
+@interface UNNotificationAction : NSObject
++ (instancetype)actionWithIdentifier:(NSString*)identifier title:(NSString*)title options:(UNNotificationActionOptions)options;
+@end
+
+@interface UNNotificationCategory : NSObject
++ (instancetype)categoryWithIdentifier:(NSString*)identifier
+                               actions:(NSArray<UNNotificationAction*>*)actions
+                     intentIdentifiers:(NSArray<NSString*>*)intentIdentifiers
+                               options:(UNNotificationCategoryOptions)options;
+@end
+
+@interface UNNotificationContent : NSObject
+@property (readonly, copy) NSString* title;
+@property (readonly, copy) NSString* body;
+@property (readonly, copy) NSString* categoryIdentifier;
+@property (readonly, copy) NSDictionary* userInfo;
+@property (readonly, copy) UNNotificationSound* sound;
+@end
+
+@interface UNMutableNotificationContent : UNNotificationContent
+@property (readwrite, copy) NSString* title;
+@property (readwrite, copy) NSString* body;
+@property (readwrite, copy) NSString* categoryIdentifier;
+@property (readwrite, copy) NSDictionary* userInfo;
+@property (readwrite, copy) UNNotificationSound* sound;
+@property (readwrite) UNNotificationInterruptionLevel interruptionLevel;
+@end
+
+@interface UNNotificationTrigger : NSObject
+@end
+
+@interface UNNotificationRequest : NSObject
++ (instancetype)requestWithIdentifier:(NSString*)identifier content:(UNNotificationContent*)content trigger:(UNNotificationTrigger*)trigger;
+@property (readonly, copy) UNNotificationContent* content;
+@end
+
+@interface UNNotification : NSObject
+@property (readonly, copy) UNNotificationRequest* request;
+@end
+
+@interface UNNotificationResponse : NSObject
+@property (readonly, copy) UNNotification* notification;
+@property (readonly, copy) NSString* actionIdentifier;
+@end
+
+@protocol UNUserNotificationCenterDelegate <NSObject>
+- (void)userNotificationCenter:(UNUserNotificationCenter*)center
+       willPresentNotification:(UNNotification*)notification
+         withCompletionHandler:(void (^)(UNNotificationPresentationOptions options))completionHandler;
+- (void)userNotificationCenter:(UNUserNotificationCenter*)center
+    didReceiveNotificationResponse:(UNNotificationResponse*)response
+             withCompletionHandler:(void (^)(void))completionHandler;
+@end
+
+@interface UNUserNotificationCenter : NSObject
++ (UNUserNotificationCenter*)currentNotificationCenter;
+// Weak in the system's headers.
+@property (assign) id<UNUserNotificationCenterDelegate> delegate;
+- (void)setNotificationCategories:(NSSet<UNNotificationCategory*>*)categories;
+- (void)getNotificationSettingsWithCompletionHandler:(void (^)(UNNotificationSettings* settings))completionHandler;
+- (void)requestAuthorizationWithOptions:(UNAuthorizationOptions)options
+                      completionHandler:(void (^)(BOOL granted, NSError* error))completionHandler;
+- (void)addNotificationRequest:(UNNotificationRequest*)request withCompletionHandler:(void (^)(NSError* error))completionHandler;
+@end
