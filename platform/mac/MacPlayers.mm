@@ -63,22 +63,22 @@ public:
         , observer_([[VelmoraItemObserver alloc] init])
     {
         [item_ addOutput:output_];
-        const std::weak_ptr<MacPlayer*> self = self_;
+        const auto self = self_;
         [observer_ setChanged:[self, executor = mainExecutor_] { later(executor, self, &MacPlayer::statusDidChange); }];
         [item_ addObserver:observer_ forKeyPath:statusKey() options:0 context:nullptr];
         end_ = [NSNotificationCenter.defaultCenter addObserverForName:AVPlayerItemDidPlayToEndTimeNotification
                                                                object:item_
                                                                 queue:NSOperationQueue.mainQueue
                                                            usingBlock:^(NSNotification*) {
-                                                               if (const auto player = self.lock())
-                                                                   (*player)->didStop();
+                                                               if (*self)
+                                                                   (*self)->didStop();
                                                            }];
         player_ = [AVPlayer playerWithPlayerItem:item_];
         pictures_ = [player_ addPeriodicTimeObserverForInterval:CMTimeMake(1, picturesPerSecond)
                                                           queue:nil
                                                      usingBlock:^(CMTime) {
-                                                         if (const auto player = self.lock())
-                                                             (*player)->lookForPicture();
+                                                         if (*self)
+                                                             (*self)->lookForPicture();
                                                      }];
     }
     MacPlayer(const MacPlayer&) = delete;
@@ -86,7 +86,7 @@ public:
     ~MacPlayer() override
     {
         @autoreleasepool {
-            self_.reset();
+            *self_ = nullptr;
             [player_ pause];
             for (const auto& [token, each] : observers_)
                 [player_ removeTimeObserver:each.system];
@@ -125,7 +125,7 @@ public:
     void seek(MediaTime time) override
     {
         @autoreleasepool {
-            const std::weak_ptr<MacPlayer*> self = self_;
+            const auto self = self_;
             const auto executor = mainExecutor_;
             // One that is overtaken by another is answered as not finished; the other one's answer is still to come.
             [player_ seekToTime:toCMTime(time)
@@ -164,14 +164,13 @@ public:
     {
         @autoreleasepool {
             const auto token = ++lastToken_;
-            const std::weak_ptr<MacPlayer*> self = self_;
+            const auto self = self_;
             const id system = [player_ addPeriodicTimeObserverForInterval:toCMTime(interval)
                                                                     queue:nil
                                                                usingBlock:^(CMTime time) {
                                                                    // It is told of jumps as well.
-                                                                   const auto player = self.lock();
-                                                                   if (player && (*player)->isPlaying_)
-                                                                       (*player)->tell(token, fromCMTime(time));
+                                                                   if (*self && (*self)->isPlaying_)
+                                                                       (*self)->tell(token, fromCMTime(time));
                                                                }];
             observers_.emplace(token, Observer{system, std::move(observer)});
             return token;
@@ -216,11 +215,11 @@ private:
     };
 
     /// On the main thread, after what is running there, unless the player has gone by then.
-    static void later(const std::shared_ptr<Executor>& executor, const std::weak_ptr<MacPlayer*>& self, void (MacPlayer::*what)())
+    static void later(const std::shared_ptr<Executor>& executor, const std::shared_ptr<MacPlayer*>& self, void (MacPlayer::*what)())
     {
         executor->async([self, what] {
-            if (const auto player = self.lock())
-                ((*player)->*what)();
+            if (*self)
+                ((*self)->*what)();
         });
     }
 
@@ -244,10 +243,10 @@ private:
             std::vector<TimeObserverToken> tokens;
             for (const auto& [token, each] : observers_)
                 tokens.push_back(token);
-            const std::weak_ptr<MacPlayer*> self = self_;
+            const auto self = self_;
             for (const auto token : tokens) {
                 tell(token, time);
-                if (self.expired())
+                if (!*self)
                     return;
             }
         }
@@ -290,7 +289,7 @@ private:
     }
 
     const std::shared_ptr<Executor> mainExecutor_;
-    std::shared_ptr<MacPlayer*> self_ = std::make_shared<MacPlayer*>(this);
+    const std::shared_ptr<MacPlayer*> self_ = std::make_shared<MacPlayer*>(this);  // null when it has gone; on the main thread only
     AVPlayerItem* item_;
     AVPlayerItemVideoOutput* output_;
     VelmoraItemObserver* observer_;

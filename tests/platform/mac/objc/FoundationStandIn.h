@@ -6,6 +6,7 @@
 #import <Foundation/Foundation.h>
 #import <dispatch/dispatch.h>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,6 +20,28 @@ void objc_autoreleasePoolPop(void* mark);
 }
 
 namespace velmora::standin {
+
+/// What a test says of the user's folders and files. Main thread only.
+struct Foundation {
+    std::string home = "/Users/someone";
+    std::map<NSUInteger, std::string> folders;  ///< by NSSearchPathDirectory; others are not there
+    std::map<std::string, double> creationDates;  ///< by path, in seconds since 1970; others have none
+    std::optional<std::string> bundleIdentifier = "com.velmora.tests";
+};
+Foundation& foundation();
+
+/// Of a text, without holding it.
+std::string textOfObject(id object);
+std::string urlText(NSURL* url);
+NSURL* makeUrl(const std::string& text, bool isFile);
+NSArray* objectsOf(NSSet* set);
+std::map<std::string, std::string> textsOf(NSDictionary* dictionary);
+
+/// Tells the observers of that name, of any object or of this one.
+void postNotification(NSString* name, id object);
+
+/// Tells those who observe this value of the object.
+void valueDidChange(NSObject* object, const std::string& key);
 
 /// nil for none.
 NSString* makeText(const std::optional<std::string>& text);

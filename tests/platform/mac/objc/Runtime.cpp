@@ -386,4 +386,9 @@ void holdLikeAnObject(const void* address)
     census().heldLikeObjects.insert(address);
 }
 
+bool isHeldLikeAnObject(const void* address)
+{
+    return isForeign(address);
+}
+
 }  // namespace velmora::standin

@@ -15,5 +15,6 @@ namespace velmora::standin {
 
 /// What is at this address is no object of Objective-C but may be held like one: a constant of another stand-in.
 void holdLikeAnObject(const void* address);
+[[nodiscard]] bool isHeldLikeAnObject(const void* address);
 
 }  // namespace velmora::standin

@@ -5,7 +5,7 @@
 #include "platform/mac/MediaConversion.h"
 #include "tests/platform/contracts/CaptureStreamContract.h"
 #include "tests/platform/contracts/ShareableContentContract.h"
-#include "tests/platform/mac/objc/Runtime.h"
+#include "tests/platform/mac/objc/ObjectCount.h"
 #include "tests/platform/mac/objc/ScreenCaptureKitStandIn.h"
 #include "tests/platform/mac/standins/CoreFoundationStandIn.h"
 
@@ -27,24 +27,6 @@ using platform::StreamOutputType;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-/// Ends a test in which an object was left: made before everything that uses objects, gone after it.
-class ObjectCount {
-public:
-    ObjectCount() = default;
-    ObjectCount(const ObjectCount&) = delete;
-    ObjectCount& operator=(const ObjectCount&) = delete;
-    ~ObjectCount()
-    {
-        standin::resetScreenCapture();
-        EXPECT_EQ(standin::liveObjects(), before_);
-        EXPECT_EQ(standin::ownedObjectCount(), ownedBefore_);
-    }
-
-private:
-    const std::string before_ = standin::liveObjects();
-    const std::size_t ownedBefore_ = standin::ownedObjectCount();
-};
 
 CGRect rectOf(const Rect& rect)
 {
@@ -83,7 +65,7 @@ public:
     void refuse(int code) override { standin::screenDesktop().listError = code; }
 
 private:
-    const ObjectCount count_;
+    const ObjectCount count_{standin::resetScreenCapture};
 };
 
 NamedListedDesktop listed(std::string name, standin::ScreenDesktop switches)
@@ -158,7 +140,7 @@ private:
         return CMTimeMake(time.value, time.timescale);
     }
 
-    const ObjectCount count_;
+    const ObjectCount count_{standin::resetScreenCapture};
     std::int64_t played_ = 0;
     bool isPlanar_ = true;
 };
@@ -214,7 +196,7 @@ protected:
         return ContentFilter::desktopIndependentWindow(one);
     }
 
-    const ObjectCount count_;
+    const ObjectCount count_{standin::resetScreenCapture};
     const std::shared_ptr<StreamListener> listener_ = std::make_shared<StreamListener>();
     const std::shared_ptr<SerialQueue> queue_ = std::make_shared<SerialQueue>("com.velmora.tests.stream");
     const mac_backend::ScreenCapture capture_ = mac_backend::makeScreenCapture();

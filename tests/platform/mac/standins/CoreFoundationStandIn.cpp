@@ -82,7 +82,27 @@ std::map<std::string, Preference>& stored()
 }
 bool refusesStoring = false;
 
-// Enough for the keys of tests: what begins a sequence and what goes on with it.
+void checkApplication(CFStringRef reference)
+{
+    if (&objectOf(reference) != &application)
+        refuse("preferences of another application");
+}
+
+struct Data : Object {
+    static constexpr Kind ownKind = Kind::data;
+    explicit Data(std::vector<UInt8> of) : Object(ownKind), bytes(std::move(of)) { }
+    const std::vector<UInt8> bytes;
+};
+
+String commonModes{"kCFRunLoopCommonModes", true};
+std::vector<CFRunLoopSourceRef>& runLoop()
+{
+    static std::vector<CFRunLoopSourceRef> sources;
+    return sources;
+}
+
+}  // namespace
+
 bool isUtf8(std::string_view text)
 {
     for (std::size_t at = 0; at < text.size();) {
@@ -98,13 +118,15 @@ bool isUtf8(std::string_view text)
     return true;
 }
 
-void checkApplication(CFStringRef reference)
+std::size_t runLoopSourceCount()
 {
-    if (&objectOf(reference) != &application)
-        refuse("preferences of another application");
+    return runLoop().size();
 }
 
-}  // namespace
+std::vector<UInt8> bytesOf(CFTypeRef data)
+{
+    return as<Data>(data).bytes;
+}
 
 void refuse(const char* what)
 {
@@ -202,6 +224,31 @@ struct CFDictionaryValueCallBacks {
 };
 
 const CFAllocatorRef kCFAllocatorDefault = nullptr;
+const CFAllocatorRef kCFAllocatorNull = reinterpret_cast<CFAllocatorRef>(&commonModes);
+const CFRunLoopMode kCFRunLoopCommonModes = referenceTo<CFRunLoopMode>(commonModes);
+
+CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length)
+{
+    return referenceTo<CFDataRef>(make<Data>(std::vector<UInt8>(bytes, bytes + length)));
+}
+
+CFRunLoopRef CFRunLoopGetMain()
+{
+    return reinterpret_cast<CFRunLoopRef>(&runLoop());
+}
+
+void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode)
+{
+    if (loop != CFRunLoopGetMain() || mode != kCFRunLoopCommonModes || !source)
+        refuse("a source of another loop");
+    runLoop().push_back(source);
+}
+
+void CFRunLoopRemoveSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode)
+{
+    if (loop != CFRunLoopGetMain() || mode != kCFRunLoopCommonModes || std::erase(runLoop(), source) != 1)
+        refuse("a source that the loop does not have");
+}
 const CFBooleanRef kCFBooleanTrue = referenceTo<CFBooleanRef>(yes);
 const CFBooleanRef kCFBooleanFalse = referenceTo<CFBooleanRef>(no);
 const CFStringRef kCFPreferencesCurrentApplication = referenceTo<CFStringRef>(application);
@@ -229,7 +276,11 @@ CFTypeID CFGetTypeID(CFTypeRef reference)
 // Enough for texts of the frameworks, each of which is there once.
 Boolean CFEqual(CFTypeRef one, CFTypeRef other)
 {
-    return &objectOf(one) == &objectOf(other);
+    const auto& first = objectOf(one);
+    const auto& second = objectOf(other);
+    if (first.kind == Kind::string && second.kind == Kind::string)
+        return static_cast<const String&>(first).text == static_cast<const String&>(second).text;
+    return &first == &second;
 }
 
 CFTypeID CFBooleanGetTypeID()
@@ -299,7 +350,7 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void
 const void* CFDictionaryGetValue(CFDictionaryRef reference, const void* key)
 {
     for (const auto& [name, value] : as<Dictionary>(reference).entries) {
-        if (name == key)
+        if (CFEqual(name, key))
             return value;
     }
     return nullptr;

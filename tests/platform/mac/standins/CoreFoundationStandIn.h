@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace velmora::standin {
@@ -14,10 +15,17 @@ namespace velmora::standin {
 /// Objects that somebody still owns; constants, and what the preferences hold, do not count.
 [[nodiscard]] std::size_t ownedObjectCount();
 
+/// Enough for tests: what begins a sequence and what goes on with it.
+[[nodiscard]] bool isUtf8(std::string_view text);
+
 /// With one reference, which is the caller's; it holds its elements.
 [[nodiscard]] CFArrayRef makeArray(const std::vector<CFTypeRef>& elements);
 
 [[nodiscard]] std::int64_t numberOf(CFTypeRef number);
+[[nodiscard]] std::vector<UInt8> bytesOf(CFTypeRef data);
+
+/// Of the main thread's loop.
+[[nodiscard]] std::size_t runLoopSourceCount();
 
 /// The preferences of the current application, as if some other program had written them.
 void putPreferenceText(const std::string& key, const std::string& text);

@@ -5,9 +5,14 @@
 
 #include <algorithm>
 #include <numeric>
+#include <span>
 
 CONSTANT_STRING(kCMSampleAttachmentKey_NotSync);
 CONSTANT_STRING(kCMSampleAttachmentKey_DependsOnOthers);
+CONSTANT_STRING(kCMFormatDescriptionExtension_SampleDescriptionExtensionAtoms);
+CONSTANT_STRING(kCVPixelBufferPixelFormatTypeKey);
+CONSTANT_STRING(kCVPixelBufferWidthKey);
+CONSTANT_STRING(kCVPixelBufferHeightKey);
 CONSTANT_STRING(kCMFormatDescriptionExtension_ColorPrimaries);
 CONSTANT_STRING(kCMFormatDescriptionExtension_TransferFunction);
 CONSTANT_STRING(kCMFormatDescriptionExtension_YCbCrMatrix);
@@ -47,14 +52,22 @@ struct BlockBuffer : Object {
     explicit BlockBuffer(std::vector<std::vector<std::uint8_t>> parts) : Object(ownKind), pieces(std::move(parts)) { }
     void end() override { pieces = {}; }
     std::vector<std::vector<std::uint8_t>> pieces;
+    std::span<const std::uint8_t> foreign;  // memory that was not copied
 };
 
 struct Format : Object {
     static constexpr Kind ownKind = Kind::formatDescription;
     explicit Format(FrameParts of) : Object(ownKind), parts(std::move(of)) { }
     explicit Format(const AudioStreamBasicDescription& of) : Object(ownKind), sound(of) { }
+    Format(CMVideoCodecType ofCodec, std::int32_t width, std::int32_t height, std::string ofBox, std::vector<std::uint8_t> ofConfiguration)
+        : Object(ownKind), parts{.width = width, .height = height}, codec(ofCodec), box(std::move(ofBox)), configuration(std::move(ofConfiguration))
+    {
+    }
     const FrameParts parts;
     const AudioStreamBasicDescription sound{};
+    const CMVideoCodecType codec = kCMVideoCodecType_H264;
+    const std::string box;
+    const std::vector<std::uint8_t> configuration;
 };
 
 struct Sample : Object {
@@ -160,6 +173,18 @@ CMSampleBufferRef makePicture(CVPixelBufferRef pixels, CMTime time, CFArrayRef a
     return referenceTo<CMSampleBufferRef>(sample);
 }
 
+DescribedFormat describedFormat(CMFormatDescriptionRef format)
+{
+    const auto& of = as<Format>(format);
+    return {of.codec, of.parts.width, of.parts.height, of.box, of.configuration};
+}
+
+std::vector<std::uint8_t> sampleBytes(CMSampleBufferRef sample)
+{
+    const auto& block = as<BlockBuffer>(as<Sample>(sample).data);
+    return {block.foreign.begin(), block.foreign.end()};
+}
+
 }  // namespace velmora::standin
 
 using namespace velmora::standin;
@@ -167,6 +192,59 @@ using namespace velmora::standin;
 extern "C" {
 
 const CMTime kCMTimeInvalid{};
+const CMTime kCMTimeZero{0, 1, kCMTimeFlags_Valid, 0};
+
+int32_t CMTimeCompare(CMTime one, CMTime other)
+{
+    const auto left = static_cast<long double>(one.value) * other.timescale;
+    const auto right = static_cast<long double>(other.value) * one.timescale;
+    return left < right ? -1 : left > right ? 1 : 0;
+}
+
+OSStatus CMBlockBufferCreateWithMemoryBlock(CFAllocatorRef, void* memory, size_t length, CFAllocatorRef freedBy,
+    const CMBlockBufferCustomBlockSource* source, size_t offset, size_t used, uint32_t, CMBlockBufferRef* created)
+{
+    // Any other allocator would free the memory.
+    if (freedBy != kCFAllocatorNull || source || offset != 0 || used != length)
+        refuse("memory of the caller's that would be freed");
+    auto& block = make<BlockBuffer>(std::vector<std::vector<std::uint8_t>>{});
+    block.foreign = {static_cast<const std::uint8_t*>(memory), length};
+    *created = referenceTo<CMBlockBufferRef>(block);
+    return noErr;
+}
+
+OSStatus CMSampleBufferCreateReady(CFAllocatorRef, CMBlockBufferRef block, CMFormatDescriptionRef format, CMItemCount samples, CMItemCount timings,
+    const CMSampleTimingInfo* timing, CMItemCount sizes, const size_t* size, CMSampleBufferRef* created)
+{
+    if (samples != 1 || timings != 1 || sizes != 1 || *size != as<BlockBuffer>(block).foreign.size())
+        return -12731;
+    auto& sample = make<Sample>();
+    sample.time = timing->presentationTimeStamp;
+    sample.duration = timing->duration;
+    sample.data = reinterpret_cast<CMBlockBufferRef>(const_cast<void*>(CFRetain(block)));
+    sample.format = static_cast<CMFormatDescriptionRef>(CFRetain(format));
+    *created = referenceTo<CMSampleBufferRef>(sample);
+    return noErr;
+}
+
+OSStatus CMVideoFormatDescriptionCreate(
+    CFAllocatorRef, CMVideoCodecType codec, int32_t width, int32_t height, CFDictionaryRef extensions, CMVideoFormatDescriptionRef* created)
+{
+    const auto* const atoms = CFDictionaryGetValue(extensions, kCMFormatDescriptionExtension_SampleDescriptionExtensionAtoms);
+    if (!atoms)
+        return -12718;
+    for (const char* box : {"avcC", "hvcC", "av1C"}) {
+        const auto* const name =
+            CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(box), 4, kCFStringEncodingUTF8, false);
+        const auto* const value = CFDictionaryGetValue(static_cast<CFDictionaryRef>(atoms), name);
+        CFRelease(name);
+        if (value) {
+            *created = referenceTo<CMVideoFormatDescriptionRef>(make<Format>(codec, width, height, std::string{box}, bytesOf(value)));
+            return noErr;
+        }
+    }
+    return -12718;
+}
 
 CMTime CMTimeMake(int64_t value, int32_t timescale)
 {

@@ -4,6 +4,7 @@
 
 #include <CoreMedia/CoreMedia.h>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace velmora::standin {
@@ -42,5 +43,18 @@ struct SoundParts {
 
 /// A sample as a capture has it: none where there is no picture.
 [[nodiscard]] CMSampleBufferRef makePicture(CVPixelBufferRef pixels, CMTime time, CFArrayRef attachments);
+
+/// A format as a program has described it.
+struct DescribedFormat {
+    CMVideoCodecType codec = 0;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    std::string box;  ///< in which the configuration is
+    std::vector<std::uint8_t> configuration;
+};
+[[nodiscard]] DescribedFormat describedFormat(CMFormatDescriptionRef format);
+
+/// Of a sample that a program has made of its own memory.
+[[nodiscard]] std::vector<std::uint8_t> sampleBytes(CMSampleBufferRef sample);
 
 }  // namespace velmora::standin

@@ -21,6 +21,9 @@ enum class Kind : CFTypeID {
     formatDescription,
     sampleBuffer,
     compressionSession,
+    decompressionSession,
+    data,
+    image,
 };
 
 /// The address of the base is what a program holds.

@@ -1,0 +1,144 @@
+// How a test steers the stand-ins for AppKit, ServiceManagement and the user's notifications, and what they say of their use. What their pages
+// leave open they do in every way that these allow. Main thread only, except where stated. Without ARC only.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace velmora::standin {
+
+struct ScreenRect {
+    double x = 0;
+    double y = 0;  ///< of the lower edge, from the lower edge of the first screen
+    double width = 0;
+    double height = 0;
+};
+struct Screen {
+    ScreenRect frame;
+    ScreenRect visibleFrame;
+    double scale = 1;
+};
+
+struct Drag {
+    std::vector<std::string> files;
+    std::vector<ScreenRect> frames;
+    unsigned long operations = 0;  ///< what its source allows
+};
+
+/// A dialog that was opened and not ended.
+struct FolderDialog {
+    std::string message;
+    std::string prompt;
+    std::string directory;
+    bool choosesFolderAlone = false;
+    bool makesFolders = false;
+};
+
+struct AppKit {
+    std::vector<Screen> screens;
+    std::size_t mainScreen = 0;  ///< of these; there is none beyond them
+    bool reducesMotion = false;
+    bool increasesContrast = false;
+    std::set<std::string> missingServices;  ///< of sharing, by the system's names
+    bool refusesItems = false;
+    bool hasEvent = true;  ///< that is being handled, in the window of makeView()
+    unsigned long pressedButtons = 1;
+    bool makesNoImages = false;
+
+    std::vector<std::string> opened;
+    std::vector<std::vector<std::string>> revealed;
+    std::vector<std::string> pasteboardFiles;
+    std::string pasteboardText;
+    int pasteboardClears = 0;
+    std::vector<std::pair<std::string, std::string>> shared;  ///< service and file
+    std::vector<Drag> drags;
+    int activations = 0;
+};
+AppKit& appKit();
+
+/// A view in a window of its own, by its address. Gone with freeViews().
+std::uint64_t makeView();
+std::uint64_t makeViewWithoutWindow();
+void freeViews();
+
+struct WindowState {
+    long level = 0;
+    unsigned long behavior = 0;
+    bool ignoresMouse = false;
+    int madeKey = 0;
+    int orderedFront = 0;
+};
+WindowState windowState(std::uint64_t view);
+void setWindowBehavior(std::uint64_t view, unsigned long behavior);
+
+std::vector<FolderDialog> folderDialogs();
+/// Of the oldest dialog; as a file or as a URL of another kind.
+void chooseInDialog(const std::string& url, bool isFile = true);
+void cancelDialog();
+
+void changeScreens();
+void changeAccessibilityOptions();
+
+/// ServiceManagement.
+struct LoginItems {
+    long status = 3;  ///< as SMAppServiceStatus has it
+    long statusOnceRegistered = 1;
+    bool registeringFailsThen = false;  ///< the call fails though the status has changed
+    bool refuses = false;
+    int calls = 0;
+};
+LoginItems& loginItems();
+
+/// UserNotifications.
+struct PostedCategory {
+    std::string identifier;
+    std::vector<std::vector<std::string>> actions;  ///< identifier, title, options
+    unsigned long options = 0;
+};
+struct PostedNotification {
+    std::string identifier;
+    std::string title;
+    std::string body;
+    std::string category;
+    bool hasSound = false;
+    unsigned long level = 1;
+    std::map<std::string, std::string> userInfo;
+};
+struct Notifications {
+    long status = 0;
+    bool isGranted = true;
+    bool failsToAsk = false;
+    bool failsToAdd = false;
+    bool answersTwice = false;
+    bool answersAtOnce = false;
+
+    int centresAskedFor = 0;
+    unsigned long askedOptions = 0;
+    std::vector<PostedCategory> categories;
+    std::vector<PostedNotification> posted;
+};
+Notifications& notifications();
+
+/// Waits for what is being answered on another thread.
+void finishAnswers();
+
+/// What the delegate answers to a notification that is posted to an active program; none where it does not answer. On another thread.
+std::optional<unsigned long> presentNotification(const PostedNotification& notification);
+
+/// Whether the delegate answered to what the user did. On another thread.
+bool respondToNotification(const PostedNotification& notification, const std::string& action);
+bool clickNotification(const PostedNotification& notification);
+bool closeNotification(const PostedNotification& notification);
+bool hasNotificationDelegate();
+
+/// Back to how a program finds it. Ends the test program if a dialog was left open.
+void resetAppKit();
+
+}  // namespace velmora::standin
