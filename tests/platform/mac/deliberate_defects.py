@@ -27,6 +27,22 @@ SOUND = "platform/mac/MacAudioEncoder.cpp"
 KEYS = "platform/mac/MacHotKeyCenter.cpp"
 DEFAULTS = "platform/mac/MacUserDefaults.cpp"
 ACCESS = "platform/mac/MacScreenCaptureAccess.cpp"
+NOTES = "platform/mac/MacUserNotificationCenter.mm"
+PLAYER = "platform/mac/MacPlayers.mm"
+SCALING = "platform/mac/PictureScaling.cpp"
+DECODER = "platform/mac/MacPictureDecoder.cpp"
+SLEEP = "platform/mac/SleepWatch.cpp"
+WORKSPACE = "platform/mac/MacWorkspace.mm"
+CHOOSER = "platform/mac/MacFolderChooser.mm"
+FLOATING = "platform/mac/MacFloatingWindows.mm"
+ACTIVATION = "platform/mac/MacWindowActivation.mm"
+SHARING = "platform/mac/MacSharingServices.mm"
+DRAGS = "platform/mac/MacFileDrags.mm"
+LOGIN = "platform/mac/MacLoginItem.mm"
+FILES = "platform/mac/MacFileManager.mm"
+TRASH = "platform/mac/MacTrash.cpp"
+LOG = "platform/mac/MacLogSink.cpp"
+TEXT = "platform/mac/ObjectiveC.h"
 
 # What it is, the file, what is there, what is put in its place.
 DEFECTS = [
@@ -118,6 +134,74 @@ DEFECTS = [
     ("a hot key's numbers swapped", KEYS, "HotKeyID{pressed.signature, pressed.id}", "HotKeyID{pressed.id, pressed.signature}"),
     ("a preference of another type is taken for a yes", DEFAULTS, "CFGetTypeID(value.get()) == CFBooleanGetTypeID() && ", ""),
     ("a preference is not stored", DEFAULTS, "static_cast<void>(CFPreferencesAppSynchronize(kCFPreferencesCurrentApplication));", ""),
+    ("a notification comes to the wrong centre", NOTES, "== centreNames[1] ? 1 : 0;", "== centreNames[1] ? 0 : 1;"),
+    ("a centre takes the other's categories away", NOTES, "        for (const auto& ofOne : categories_) {\n            for (const auto& each : ofOne)", "        {\n            for (const auto& each : categories_[centre])"),
+    ("closing a notification is not told", NOTES, "options:UNNotificationCategoryOptionCustomDismissAction]", "options:0]"),
+    ("an action does not bring the program to the front", NOTES, "each.bringsToForeground ? UNNotificationActionOptionForeground\n                                                                                              : UNNotificationActionOptionNone", "UNNotificationActionOptionNone"),
+    ("the system is not answered without a delegate", NOTES, "        return completionHandler();\n", "        return;\n"),
+    ("an answer to a notification is leaked", NOTES, "    delegate->didReceive({", "    static_cast<void>((__bridge_retained void*)response);\n    delegate->didReceive({"),
+    ("a delegate is left with the system", NOTES, "                center_.delegate = nil;\n", ""),
+    ("a process without a bundle asks the system", NOTES, "if (!center_ && NSBundle.mainBundle.bundleIdentifier) {", "if (!center_) {"),
+    ("a quiet notification is a loud one", NOTES, "centre == 1 ? UNNotificationInterruptionLevelPassive : UNNotificationInterruptionLevelActive", "UNNotificationInterruptionLevelActive"),
+    ("what a centre adds is shown to its user", NOTES, "    result.userInfo.erase(std::string{centreKey});\n", ""),
+    ("leave is answered as often as the system likes", NOTES, "                                      auto answered = std::exchange(*once, nullptr);\n", "                                      auto& answered = *once;\n"),
+    ("a misspelt selector of the delegate's", NOTES, "    didReceiveNotificationResponse:(UNNotificationResponse*)response", "    didReceiveNotificationRespons:(UNNotificationResponse*)response"),
+    ("a player calls after its end", PLAYER, "            *self_ = nullptr;\n", ""),
+    ("an observer of time is left with the player", PLAYER, "            [player_ removeTimeObserver:pictures_];\n", ""),
+    ("an observer of the end is left with its centre", PLAYER, "            [NSNotificationCenter.defaultCenter removeObserver:end_];\n", ""),
+    ("a seek shows some picture nearby", PLAYER, "toleranceBefore:kCMTimeZero", "toleranceBefore:kCMTimeInvalid"),
+    ("a seek that was overtaken shows a picture", PLAYER, "                    if (finished)\n", ""),
+    ("a jump is told as a time that plays", PLAYER, "if (*self && (*self)->isPlaying_)", "if (*self)"),
+    ("playing goes on beyond its end", PLAYER, "if (endTime_ && CMTimeCompare(", "if (false && CMTimeCompare("),
+    ("a failure is told within the call", PLAYER, "        later(mainExecutor_, self_, &MacPlayer::statusDidChange);\n    }\n\nprivate:", "        statusDidChange();\n    }\n\nprivate:"),
+    ("a status is told on whatever thread", PLAYER, "[self, executor = mainExecutor_] { later(executor, self, &MacPlayer::statusDidChange); }", "[self] { (*self)->statusDidChange(); }"),
+    ("a picture of the player's is leaked", PLAYER, "pixels{[output_ copyPixelBufferForItemTime:now itemTimeForDisplay:nullptr]};", "pixels{static_cast<CVPixelBufferRef>(const_cast<void*>(CFRetain([output_ copyPixelBufferForItemTime:now itemTimeForDisplay:nullptr])))};"),
+    ("a drawn picture is mixed with the wrong line", SCALING, "lines.second * picture.bytesPerRow", "lines.first * picture.bytesPerRow"),
+    ("what is around a drawn picture stays", SCALING, "        for (std::int32_t x = 0; x < target.width; ++x)\n            std::memcpy", "        for (std::int32_t x = 0; x < 0; ++x)\n            std::memcpy"),
+    ("a decoded picture is put out for each sample", DECODER, "time == time_ ? 0 : VTDecodeFrameFlags{kVTDecodeFrame_DoNotOutputFrame}", "0"),
+    ("a damaged picture is taken for a good one", DECODER, "        if (status_ != noErr)\n            return failure(status_);\n", ""),
+    ("a decoder frees memory that is not its own", DECODER, "sample.size(), kCFAllocatorNull,", "sample.size(), kCFAllocatorDefault,"),
+    ("a decoder is not invalidated", DECODER, "        VTDecompressionSessionInvalidate(session);\n", ""),
+    ("pictures are made larger", DECODER, "if (format.width <= request.maximumWidth && format.height <= request.maximumHeight)", "if (false)"),
+    ("sleep waits for one alone", SLEEP, "const auto permission = std::make_shared<Permission>(connection_, change);\n        observer_.willSleep([&permission]() -> UniqueFunction<void()> {\n            return [held = permission]() mutable { held.reset(); };", "auto permission = std::make_shared<Permission>(connection_, change);\n        observer_.willSleep([&permission]() -> UniqueFunction<void()> {\n            return [held = std::exchange(permission, nullptr)]() mutable { held.reset(); };"),
+    ("sleep is never answered", SLEEP, "~Permission() { connection_->allow(change_); }", "~Permission() = default;"),
+    ("whether it may sleep is never answered", SLEEP, "            self.connection_->allow(reinterpret_cast<std::intptr_t>(argument));\n", "            static_cast<void>(argument);\n"),
+    ("waking is answered", SLEEP, "            self.observer_.didWake();", "            self.connection_->allow(0);"),
+    ("a registration for sleep is left with the system", SLEEP, "        IODeregisterForSystemPower(&notifier_);\n", ""),
+    ("observers are told of another thing", WORKSPACE, "tell(&platform::WorkspaceObserver::screenParametersDidChange); });", "tell(&platform::WorkspaceObserver::didWake); });"),
+    ("an observer is left with its centre", WORKSPACE, "            [center_ removeObserver:token_];\n", ""),
+    ("an observer that adds one ends the program", WORKSPACE, "            if (const auto told = observers_[index].*what)\n                told();", "            if (const auto& told = observers_[index].*what)\n                told();"),
+    ("nil in an array", WORKSPACE, "                if (NSURL* const url = urlOf(each))\n                    [urls addObject:url];", "                [urls addObject:urlOf(each)];"),
+    ("a dialog that is answered keeps itself", CHOOSER, "NSOpenPanel* const answered = std::exchange(dialog->panel, nil);", "NSOpenPanel* const answered = dialog->panel;"),
+    ("a dialog outlives its chooser", CHOOSER, "                [panel cancel:nil];\n", "                static_cast<void>(panel);\n"),
+    ("a chooser that has gone answers", CHOOSER, "NSOpenPanel* const panel = std::exchange(each->panel, nil);", "NSOpenPanel* const panel = each->panel;"),
+    ("files can be chosen", CHOOSER, "            made.canChooseFiles = NO;\n", ""),
+    ("a link is taken for a folder", TEXT, "return url.fileURL ? std", "return url ? std"),
+    ("a text of other bytes is nil", TEXT, "            each = '?';", "            static_cast<void>(each);"),
+    ("a panel takes the focus", FLOATING, "[window_ orderFrontRegardless];", "[window_ makeKeyAndOrderFront:nil];"),
+    ("a panel stays on one space", FLOATING, "            | NSWindowCollectionBehaviorCanJoinAllSpaces | ", "            | "),
+    ("a panel is told two things that exclude each other", FLOATING, "(behavior_ & ~NSWindowCollectionBehavior{NSWindowCollectionBehaviorMoveToActiveSpace})", "behavior_"),
+    ("a panel keeps its level", FLOATING, "            window_.level = level_;\n", "            window_.level = level_ + NSFloatingWindowLevel;\n"),
+    ("a window is leaked", FLOATING, "        [window_ orderFrontRegardless];", "        [window_ orderFrontRegardless];\n        static_cast<void>((__bridge_retained void*)window_);"),
+    ("clicks are swallowed", FLOATING, "!area.has_value()", "area.has_value()"),
+    ("screens upside down", ACTIVATION, "whole(heightOfTheFirst - rect.origin.y - rect.size.height)", "whole(rect.origin.y)"),
+    ("a screen without a free part", ACTIVATION, "visible.isEmpty() ? frame : visible", "visible"),
+    ("copying leaves what was there", SHARING, "                [board clearContents];\n                [board setString", "                [board setString"),
+    ("a service gets what it does not take", SHARING, "if (![service canPerformWithItems:items])", "if (!service)"),
+    ("a menu has a service that is not there", SHARING, "!title.empty())", "true)"),
+    ("a drag moves the files", DRAGS, "return NSDragOperationCopy;", "return 16;"),
+    ("red and blue swapped in a dragged picture", DRAGS, " | static_cast<CGBitmapInfo>(kCGBitmapByteOrder32Little)", ""),
+    ("a dragged picture is leaked", DRAGS, "    delete static_cast<PixelBufferRef*>(picture);\n", "    static_cast<void>(picture);\n"),
+    ("a drag without a press", DRAGS, "if (!view || (NSEvent.pressedMouseButtons & 1) == 0)", "if (!view)"),
+    ("a login item to be allowed counts as on", LOGIN, "return {.isOn = false, .remark", "return {.isOn = true, .remark"),
+    ("what is so already is asked for", LOGIN, "                return {};\n            NSError", "                {}\n            NSError"),
+    ("a link's date is its own", FILES, "std::filesystem::canonical(path, error);", "path;"),
+    ("a recording is discarded without a record", TRASH, "        auto trashed = putDeleted(path, move);\n        if (!trashed)\n            return trashed;\n        const auto number = numberOf(trashed->file);", "        auto trashed = putDeleted(path, move);\n        if (!trashed)\n            return trashed;\n        const auto number = numberOf(path);"),
+    ("another file is offered as the recording", TRASH, "if (number != record.number) {", "if (!number) {"),
+    ("that it was offered is forgotten", TRASH, "    record.wasOffered = wasOffered != 0;\n", ""),
+    ("a log's message is cut at the wrong end", LOG, "const std::string message{record.message};", "const std::string message{record.message.data()};"),
+    ("errors in the log as news", LOG, "case platform::LogLevel::error: return OS_LOG_TYPE_ERROR;", "case platform::LogLevel::error: return OS_LOG_TYPE_INFO;"),
+    ("the log's text is hidden", LOG, '"%{public}s"', '"%s"'),
     ("looking for access asks the user", ACCESS, "note(CGPreflightScreenCaptureAccess())", "note(CGRequestScreenCaptureAccess())"),
 ]
 # The same, and why no test here can notice.

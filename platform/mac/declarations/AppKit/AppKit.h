@@ -93,7 +93,11 @@ extern NSPasteboardType const NSPasteboardTypeString;
 @interface NSDraggingSession : NSObject
 @end
 
+typedef NSInteger NSApplicationActivationPolicy;
+enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 1 };
+
 @interface NSApplication : NSObject
+- (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)activationPolicy;
 @property (class, readonly) NSApplication* sharedApplication;
 @property (readonly) NSEvent* currentEvent;
 - (void)activate;

@@ -67,6 +67,13 @@ typedef struct __CFRunLoopSource* CFRunLoopSourceRef;
 typedef CFStringRef CFRunLoopMode;
 extern const CFRunLoopMode kCFRunLoopCommonModes;
 CFRunLoopRef CFRunLoopGetMain(void);
+// https://developer.apple.com/documentation/corefoundation/cfrunloopperformblock(_:_:_:) and its neighbours.
+#ifdef __BLOCKS__
+void CFRunLoopPerformBlock(CFRunLoopRef, CFTypeRef, void (^)(void));
+#endif
+void CFRunLoopWakeUp(CFRunLoopRef);
+void CFRunLoopRun(void);
+void CFRunLoopStop(CFRunLoopRef);
 void CFRunLoopAddSource(CFRunLoopRef, CFRunLoopSourceRef, CFRunLoopMode);
 void CFRunLoopRemoveSource(CFRunLoopRef, CFRunLoopSourceRef, CFRunLoopMode);
 

@@ -1,0 +1,54 @@
+// What a person with a Mac tries first: whether the screen may be captured, what there is to capture, and one recording. It needs no user
+// interface. Compiled and tested against stand-ins; never run on a Mac.
+#pragma once
+
+#include "platform/PlatformServices.h"
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmora {
+
+namespace trial {
+
+struct Request {
+    enum class Kind { permission, windows, record };
+
+    Kind kind = Kind::permission;
+    std::uint32_t windowID = 0;  ///< these three to record
+    std::chrono::seconds duration{0};
+    std::filesystem::path output;
+};
+
+inline constexpr const char* usage = "usage: velmora-trial permission\n"
+                                     "       velmora-trial windows\n"
+                                     "       velmora-trial record WINDOW SECONDS FILE\n";
+
+/// None for what is none of these.
+[[nodiscard]] std::optional<Request> parse(const std::vector<std::string>& arguments);
+
+/// What a trial says, and calls when it is over.
+struct Surroundings {
+    std::shared_ptr<Executor> mainExecutor;
+    std::function<void(std::chrono::milliseconds, UniqueFunction<void()>)> later;  ///< on the main thread
+    std::function<void(const std::string& line)> print;
+    std::function<void(int status)> end;  ///< once; 0 is success
+};
+
+}  // namespace trial
+
+/// One trial. Main thread only; has to live until it has ended.
+class TrialCommand {
+public:
+    virtual ~TrialCommand() = default;
+};
+
+[[nodiscard]] std::unique_ptr<TrialCommand> startTrial(
+    const trial::Request& request, const platform::PlatformServices& services, trial::Surroundings surroundings);
+
+}  // namespace velmora

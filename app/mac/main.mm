@@ -1,0 +1,69 @@
+// A program for a person with a Mac to try first. Compiled against our own declarations; never run on a Mac.
+#include "app/mac/TrialCommand.h"
+#include "platform/PlatformFactory.h"
+
+#import <AppKit/AppKit.h>
+#include <CoreFoundation/CoreFoundation.h>
+#include <cstdio>
+#include <thread>
+#include <utility>
+
+namespace {
+
+/// The main thread, by its loop.
+class MainLoopExecutor final : public velmora::Executor {
+public:
+    void async(velmora::UniqueFunction<void()> work) override
+    {
+        // A block copies what it captures.
+        const auto shared = std::make_shared<velmora::UniqueFunction<void()>>(std::move(work));
+        CFRunLoopPerformBlock(CFRunLoopGetMain(), kCFRunLoopCommonModes, ^{
+            @autoreleasepool {
+                (*shared)();
+            }
+        });
+        CFRunLoopWakeUp(CFRunLoopGetMain());
+    }
+};
+
+}  // namespace
+
+int main(int count, char* arguments[])
+{
+    @autoreleasepool {
+        velmora::platform::prepareProcess();
+        const auto request = velmora::trial::parse({arguments + 1, arguments + count});
+        if (!request) {
+            std::fputs(velmora::trial::usage, stderr);
+            return 2;
+        }
+        NSApplication* const application = NSApplication.sharedApplication;
+        // In the menu bar only: no icon in the Dock, no menu of its own.
+        [application setActivationPolicy:NSApplicationActivationPolicyAccessory];
+        const auto executor = std::make_shared<MainLoopExecutor>();
+        int status = 1;
+        const auto services = velmora::platform::makePlatformServices(executor, {});
+        auto trial = velmora::startTrial(*request, services,
+            {.mainExecutor = executor,
+                .later =
+                    [executor](std::chrono::milliseconds delay, velmora::UniqueFunction<void()> work) {
+                        std::thread{[executor, delay, work = std::move(work)]() mutable {
+                            std::this_thread::sleep_for(delay);
+                            executor->async(std::move(work));
+                        }}.detach();
+                    },
+                .print =
+                    [](const std::string& line) {
+                        std::printf("%s\n", line.c_str());
+                        std::fflush(stdout);
+                    },
+                .end =
+                    [&status](int ended) {
+                        status = ended;
+                        CFRunLoopStop(CFRunLoopGetMain());
+                    }});
+        CFRunLoopRun();
+        trial.reset();
+        return status;
+    }
+}
