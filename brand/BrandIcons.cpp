@@ -130,6 +130,18 @@ std::vector<BrandIcons::File> BrandIcons::files()
     return files;
 }
 
+std::vector<BrandIcons::File> BrandIcons::macIconSet()
+{
+    std::vector<File> files;
+    for (const int points : {16, 32, 128, 256, 512}) {
+        for (const int scale : {1, 2}) {
+            const auto name = QStringLiteral("icon_%1x%1%2.png").arg(points).arg(scale == 2 ? QStringLiteral("@2x") : QString{});
+            files.push_back({name, encodedPng(appIconImage(points * scale, 0, false, 1))});
+        }
+    }
+    return files;
+}
+
 QString BrandIcons::menuBarIconName(const MenuBarImage& image)
 {
     if (!image.isTemplate)

@@ -28,6 +28,9 @@ public:
     /// and, named after it, "-symbolic", "-capturing-symbolic" and "-recording" for the program's item.
     [[nodiscard]] static std::vector<File> files();
 
+    /// The application icon as a Mac wants its sizes in an ".iconset" folder, whose files' names say points and scale (iconutil(1)).
+    [[nodiscard]] static std::vector<File> macIconSet();
+
     /// The name of the one that shows this.
     [[nodiscard]] static QString menuBarIconName(const MenuBarImage& image);
 };

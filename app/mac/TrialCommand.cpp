@@ -36,7 +36,9 @@ std::string line(const platform::ShareableWindow& window)
 class Trial final : public TrialCommand, public ScreenCaptureKitServiceDelegate {
 public:
     Trial(trial::Request request, const platform::PlatformServices& services, trial::Surroundings surroundings)
-        : request_(std::move(request)), surroundings_(std::move(surroundings)), services_(services)
+        : request_(std::move(request))
+        , surroundings_(std::move(surroundings))
+        , services_(services)
     {
     }
     Trial(const Trial&) = delete;
@@ -65,9 +67,12 @@ private:
     void start()
     {
         switch (request_.kind) {
-        case trial::Request::Kind::permission: return askForPermission();
-        case trial::Request::Kind::windows: return listWindows();
-        case trial::Request::Kind::record: return record();
+        case trial::Request::Kind::permission:
+            return askForPermission();
+        case trial::Request::Kind::windows:
+            return listWindows();
+        case trial::Request::Kind::record:
+            return record();
         }
     }
 
@@ -197,8 +202,7 @@ std::optional<trial::Request> trial::parse(const std::vector<std::string>& argum
     const auto seconds = number<int>(arguments[2]);
     if (!window || !seconds || *seconds < 1)
         return std::nullopt;
-    return Request{
-        .kind = Request::Kind::record, .windowID = *window, .duration = std::chrono::seconds{*seconds}, .output = arguments[3]};
+    return Request{.kind = Request::Kind::record, .windowID = *window, .duration = std::chrono::seconds{*seconds}, .output = arguments[3]};
 }
 
 std::unique_ptr<TrialCommand> startTrial(

@@ -1,6 +1,6 @@
 #include "platform/linux/LinuxFileManager.h"
 
-#include "engine/files/PosixFileManager.h"
+#include "platform/posix/PosixFileManager.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -51,7 +51,7 @@ std::chrono::system_clock::time_point timePoint(const struct statx_timestamp& ti
     return std::chrono::system_clock::time_point{std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch)};
 }
 
-class LinuxFileManager final : public engine::PosixFileManager {
+class LinuxFileManager final : public posix_backend::PosixFileManager {
 public:
     [[nodiscard]] std::vector<std::filesystem::path> moviesDirectories() const override
     {

@@ -1,7 +1,7 @@
 #include "platform/mac/MacFileManager.h"
 
-#include "engine/files/PosixFileManager.h"
 #include "platform/mac/ObjectiveC.h"
+#include "platform/posix/PosixFileManager.h"
 
 #include <cerrno>
 #include <sys/stat.h>
@@ -15,7 +15,7 @@ std::chrono::system_clock::time_point timePoint(std::chrono::duration<double> si
     return std::chrono::system_clock::time_point{std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch)};
 }
 
-class MacFileManager final : public engine::PosixFileManager {
+class MacFileManager final : public posix_backend::PosixFileManager {
 public:
     [[nodiscard]] std::vector<std::filesystem::path> moviesDirectories() const override
     {

@@ -14,9 +14,12 @@ namespace {
 os_log_type_t typeOf(platform::LogLevel level)
 {
     switch (level) {
-    case platform::LogLevel::info: return OS_LOG_TYPE_INFO;
-    case platform::LogLevel::standard: return OS_LOG_TYPE_DEFAULT;
-    case platform::LogLevel::error: return OS_LOG_TYPE_ERROR;
+    case platform::LogLevel::info:
+        return OS_LOG_TYPE_INFO;
+    case platform::LogLevel::standard:
+        return OS_LOG_TYPE_DEFAULT;
+    case platform::LogLevel::error:
+        return OS_LOG_TYPE_ERROR;
     }
     return OS_LOG_TYPE_DEFAULT;
 }

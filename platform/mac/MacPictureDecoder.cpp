@@ -34,8 +34,8 @@ using Session = std::unique_ptr<std::remove_pointer_t<VTDecompressionSessionRef>
 
 CfHandle<CFStringRef> textFor(std::string_view text)
 {
-    return CfHandle<CFStringRef>{CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
-        static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false)};
+    return CfHandle<CFStringRef>{CFStringCreateWithBytes(
+        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()), static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false)};
 }
 
 CfHandle<CFDictionaryRef> dictionaryOf(std::initializer_list<std::pair<CFStringRef, CFTypeRef>> pairs)
@@ -78,8 +78,7 @@ CfHandle<CMFormatDescriptionRef> descriptionOf(const VideoFormat& format, std::s
     const auto extensions = dictionaryOf({{kCMFormatDescriptionExtension_SampleDescriptionExtensionAtoms, atoms.get()}});
     CMVideoFormatDescriptionRef made = nullptr;
     if (!extensions
-        || CMVideoFormatDescriptionCreate(
-               kCFAllocatorDefault, format.codec.value, format.width, format.height, extensions.get(), &made)
+        || CMVideoFormatDescriptionCreate(kCFAllocatorDefault, format.codec.value, format.width, format.height, extensions.get(), &made)
             != noErr)
         return nullptr;
     return CfHandle<CMFormatDescriptionRef>{made};
@@ -96,7 +95,9 @@ PixelRect fittedSize(const VideoFormat& format, const engine::PictureRequest& re
 class MacPictureDecoder final : public engine::PictureDecoder {
 public:
     MacPictureDecoder(CfHandle<CMFormatDescriptionRef> description, const VideoFormat& format, const engine::PictureRequest& request)
-        : description_(std::move(description)), pixels_(std::int64_t{format.width} * format.height), time_(request.time)
+        : description_(std::move(description))
+        , pixels_(std::int64_t{format.width} * format.height)
+        , time_(request.time)
     {
     }
     MacPictureDecoder(const MacPictureDecoder&) = delete;

@@ -159,8 +159,8 @@ public:
     {
         std::vector<engine::TrashEntry> all;
         std::error_code error;
-        for (auto each = std::filesystem::directory_iterator{places_.records, error}; !error && each != std::filesystem::directory_iterator{};
-             each.increment(error)) {
+        for (auto each = std::filesystem::directory_iterator{places_.records, error};
+             !error && each != std::filesystem::directory_iterator{}; each.increment(error)) {
             if (each->path().extension() != suffix)
                 continue;
             const auto record = readRecord(each->path());

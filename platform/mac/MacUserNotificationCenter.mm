@@ -248,11 +248,16 @@ private:
     static platform::AuthorizationStatus statusOf(UNAuthorizationStatus status)
     {
         switch (status) {
-        case UNAuthorizationStatusDenied: return platform::AuthorizationStatus::denied;
-        case UNAuthorizationStatusAuthorized: return platform::AuthorizationStatus::authorized;
-        case UNAuthorizationStatusProvisional: return platform::AuthorizationStatus::provisional;
-        case UNAuthorizationStatusEphemeral: return platform::AuthorizationStatus::ephemeral;
-        default: return platform::AuthorizationStatus::notDetermined;
+        case UNAuthorizationStatusDenied:
+            return platform::AuthorizationStatus::denied;
+        case UNAuthorizationStatusAuthorized:
+            return platform::AuthorizationStatus::authorized;
+        case UNAuthorizationStatusProvisional:
+            return platform::AuthorizationStatus::provisional;
+        case UNAuthorizationStatusEphemeral:
+            return platform::AuthorizationStatus::ephemeral;
+        default:
+            return platform::AuthorizationStatus::notDetermined;
         }
     }
 

@@ -12,8 +12,8 @@ namespace {
 PixelRect fromTheTop(NSRect rect, CGFloat heightOfTheFirst)
 {
     const auto whole = [](CGFloat value) { return static_cast<std::int32_t>(std::lround(value)); };
-    return {whole(rect.origin.x), whole(heightOfTheFirst - rect.origin.y - rect.size.height), whole(rect.size.width),
-        whole(rect.size.height)};
+    return {
+        whole(rect.origin.x), whole(heightOfTheFirst - rect.origin.y - rect.size.height), whole(rect.size.width), whole(rect.size.height)};
 }
 
 class MacWindowActivation final : public platform::WindowActivation {

@@ -93,8 +93,8 @@ public:
 private:
     void observe()
     {
-        screens_ = std::make_unique<Observation>(NSNotificationCenter.defaultCenter,
-            NSApplicationDidChangeScreenParametersNotification, ^(NSNotification*) { tell(&platform::WorkspaceObserver::screenParametersDidChange); });
+        screens_ = std::make_unique<Observation>(NSNotificationCenter.defaultCenter, NSApplicationDidChangeScreenParametersNotification,
+            ^(NSNotification*) { tell(&platform::WorkspaceObserver::screenParametersDidChange); });
         options_ = std::make_unique<Observation>(NSWorkspace.sharedWorkspace.notificationCenter,
             NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification,
             ^(NSNotification*) { tell(&platform::WorkspaceObserver::accessibilityDisplayOptionsDidChange); });

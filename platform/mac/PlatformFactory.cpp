@@ -86,7 +86,8 @@ PlatformServices makePlatformServices(const std::shared_ptr<Executor>& mainExecu
     services.assetReader = std::make_shared<engine::AssetReader>(makePictureDecoder);
     services.thumbnails = makeThumbnails(services.assetReader);
     // Without a decoder of sound and an encoder of single pictures a cut begins at the picture that can be decoded by itself.
-    services.exportSessions = engine::makeExportSessions({.makeAudioEncoder = makeAudioEncoder, .makePacketDecoder = {}, .makePictureReencoder = {}});
+    services.exportSessions =
+        engine::makeExportSessions({.makeAudioEncoder = makeAudioEncoder, .makePacketDecoder = {}, .makePictureReencoder = {}});
     services.clipTranscoder = engine::makeClipTranscoder([]() -> Result<std::unique_ptr<engine::ClipCodecs>> {
         return fail(std::string{transcodingErrorDomain}, static_cast<int>(TranscodingErrorCode::unsupported),
             "Clips cannot be made smaller on a Mac yet.");

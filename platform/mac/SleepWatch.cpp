@@ -52,7 +52,9 @@ private:
 /// The answer to one message, given when the last who holds it lets go.
 class Permission {
 public:
-    Permission(std::shared_ptr<const PowerConnection> connection, std::intptr_t change) : connection_(std::move(connection)), change_(change)
+    Permission(std::shared_ptr<const PowerConnection> connection, std::intptr_t change)
+        : connection_(std::move(connection))
+        , change_(change)
     {
     }
     Permission(const Permission&) = delete;
@@ -67,7 +69,8 @@ private:
 class MacSleepWatch final : public SleepWatch {
 public:
     explicit MacSleepWatch(SleepObserver observer)
-        : observer_(std::move(observer)), connection_(std::make_shared<PowerConnection>(hasMessage, this))
+        : observer_(std::move(observer))
+        , connection_(std::make_shared<PowerConnection>(hasMessage, this))
     {
     }
     MacSleepWatch(const MacSleepWatch&) = delete;
@@ -96,9 +99,7 @@ private:
     void willSleep(std::intptr_t change)
     {
         const auto permission = std::make_shared<Permission>(connection_, change);
-        observer_.willSleep([&permission]() -> UniqueFunction<void()> {
-            return [held = permission]() mutable { held.reset(); };
-        });
+        observer_.willSleep([&permission]() -> UniqueFunction<void()> { return [held = permission]() mutable { held.reset(); }; });
     }
 
     const SleepObserver observer_;

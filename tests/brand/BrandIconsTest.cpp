@@ -52,6 +52,22 @@ TEST(BrandIcons, TheSvgOfTheApplicationIconIsWhatIsPainted)
         expectSamePixels(renderedSvg(BrandIcons::appIconSvg(), side), icon(side), 10);
 }
 
+TEST(BrandIcons, AMacsIconSetHasEverySizeAtBothScalesAsItIsPainted)
+{
+    std::vector<std::pair<QString, int>> sides;
+    for (const auto& file : BrandIcons::macIconSet()) {
+        const auto image = QImage::fromData(file.content, "PNG").convertToFormat(QImage::Format_ARGB32_Premultiplied);
+        ASSERT_FALSE(image.isNull()) << file.path.toStdString();
+        ASSERT_EQ(image.width(), image.height());
+        sides.emplace_back(file.path, image.width());
+        expectSamePixels(image, icon(image.width()), 2);
+    }
+    EXPECT_EQ(sides,
+        (std::vector<std::pair<QString, int>>{{"icon_16x16.png", 16}, {"icon_16x16@2x.png", 32}, {"icon_32x32.png", 32},
+            {"icon_32x32@2x.png", 64}, {"icon_128x128.png", 128}, {"icon_128x128@2x.png", 256}, {"icon_256x256.png", 256},
+            {"icon_256x256@2x.png", 512}, {"icon_512x512.png", 512}, {"icon_512x512@2x.png", 1024}}));
+}
+
 TEST(BrandIcons, TheSvgsOfTheItemAreWhatIsPainted)
 {
     for (const auto& state : {CaptureState{CaptureState::Capturing{}}, CaptureState{CaptureState::RecordingClip{}},

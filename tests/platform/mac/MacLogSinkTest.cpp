@@ -26,7 +26,8 @@ TEST(MacLogSink, WritesEachRecordToTheLogOfItsSubsystemAndCategory)
     sink->write({"com.velmora", "capture", LogLevel::error, "three"});
     EXPECT_THAT(standin::takeLogLines(),
         ElementsAre(standin::LogLine{"com.velmora", "capture", infoType, "one"},
-            standin::LogLine{"com.velmora", "writer", standardType, "two"}, standin::LogLine{"com.velmora", "capture", errorType, "three"}));
+            standin::LogLine{"com.velmora", "writer", standardType, "two"},
+            standin::LogLine{"com.velmora", "capture", errorType, "three"}));
 }
 
 TEST(MacLogSink, AMessageIsNoFormatAndNeedsNoNulBehindIt)

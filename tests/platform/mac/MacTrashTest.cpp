@@ -45,10 +45,10 @@ protected:
     [[nodiscard]] std::shared_ptr<engine::Trash> makeTrash() const
     {
         return mac_backend::makeTrash({.trashFor = [this](const auto&) -> Result<std::filesystem::path> {
-            if (hasNoTrash_)
-                return fail("NSCocoaErrorDomain", 3328, "none");
-            return trashFolder_;
-        },
+                                           if (hasNoTrash_)
+                                               return fail("NSCocoaErrorDomain", 3328, "none");
+                                           return trashFolder_;
+                                       },
             .records = records_});
     }
 

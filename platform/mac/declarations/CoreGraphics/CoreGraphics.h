@@ -48,8 +48,8 @@ enum { kCGImageAlphaNoneSkipFirst = 6, kCGBitmapByteOrder32Little = 2 << 12 };
 typedef void (*CGDataProviderReleaseDataCallback)(void*, const void*, size_t);
 CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void);
 CGDataProviderRef CGDataProviderCreateWithData(void*, const void*, size_t, CGDataProviderReleaseDataCallback);
-CGImageRef CGImageCreate(size_t, size_t, size_t, size_t, size_t, CGColorSpaceRef, CGBitmapInfo, CGDataProviderRef, const CGFloat*, bool,
-    CGColorRenderingIntent);
+CGImageRef CGImageCreate(
+    size_t, size_t, size_t, size_t, size_t, CGColorSpaceRef, CGBitmapInfo, CGDataProviderRef, const CGFloat*, bool, CGColorRenderingIntent);
 
 // https://developer.apple.com/documentation/coregraphics/cgpreflightscreencaptureaccess()
 bool CGPreflightScreenCaptureAccess(void);

@@ -68,8 +68,8 @@ typedef struct {
     CMTime decodeTimeStamp;
 } CMSampleTimingInfo;
 typedef struct CMBlockBufferCustomBlockSource CMBlockBufferCustomBlockSource;
-OSStatus CMBlockBufferCreateWithMemoryBlock(CFAllocatorRef, void*, size_t, CFAllocatorRef, const CMBlockBufferCustomBlockSource*, size_t,
-    size_t, uint32_t, CMBlockBufferRef*);
+OSStatus CMBlockBufferCreateWithMemoryBlock(
+    CFAllocatorRef, void*, size_t, CFAllocatorRef, const CMBlockBufferCustomBlockSource*, size_t, size_t, uint32_t, CMBlockBufferRef*);
 OSStatus CMSampleBufferCreateReady(CFAllocatorRef, CMBlockBufferRef, CMFormatDescriptionRef, CMItemCount, CMItemCount,
     const CMSampleTimingInfo*, CMItemCount, const size_t*, CMSampleBufferRef*);
 OSStatus CMVideoFormatDescriptionCreate(CFAllocatorRef, CMVideoCodecType, int32_t, int32_t, CFDictionaryRef, CMVideoFormatDescriptionRef*);

@@ -147,10 +147,7 @@ typedef NSString* NSNotificationName;
 
 typedef NSUInteger NSKeyValueObservingOptions;
 @interface NSObject (NSKeyValueObserving)
-- (void)observeValueForKeyPath:(NSString*)keyPath
-                      ofObject:(id)object
-                        change:(NSDictionary<NSString*, id>*)change
-                       context:(void*)context;
+- (void)observeValueForKeyPath:(NSString*)keyPath ofObject:(id)object change:(NSDictionary<NSString*, id>*)change context:(void*)context;
 - (void)addObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath options:(NSKeyValueObservingOptions)options context:(void*)context;
 - (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath context:(void*)context;
 @end

@@ -34,7 +34,8 @@ NSString* constant(const char* text)
 }  // namespace
 
 extern "C" {
-NSNotificationName const NSApplicationDidChangeScreenParametersNotification = constant("NSApplicationDidChangeScreenParametersNotification");
+NSNotificationName const NSApplicationDidChangeScreenParametersNotification =
+    constant("NSApplicationDidChangeScreenParametersNotification");
 NSNotificationName const NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification =
     constant("NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification");
 NSSharingServiceName const NSSharingServiceNameComposeEmail = constant("mail");

@@ -137,12 +137,12 @@ TEST_F(MacDesktopTest, TheDialogAsksForOneFolderInItsWords)
 {
     const auto chooser = mac_backend::makeFolderChooser();
     std::vector<Choice> answers;
-    chooser->chooseFolder({"Größe \xFF", "Choose", "/Users/someone/Movies"}, [&](Choice choice) { answers.push_back(std::move(choice)); });
+    chooser->chooseFolder({"Größe \xFF", "Choose", "/users/someone/Movies"}, [&](Choice choice) { answers.push_back(std::move(choice)); });
     ASSERT_THAT(standin::folderDialogs(), SizeIs(1));
     const auto dialog = standin::folderDialogs().front();
     EXPECT_EQ(dialog.message, "Gr???\?e ?");
     EXPECT_EQ(dialog.prompt, "Choose");
-    EXPECT_EQ(dialog.directory, "/Users/someone/Movies");
+    EXPECT_EQ(dialog.directory, "/users/someone/Movies");
     EXPECT_TRUE(dialog.choosesFolderAlone);
     EXPECT_TRUE(dialog.makesFolders);
     EXPECT_THAT(answers, IsEmpty());
@@ -341,9 +341,9 @@ protected:
 TEST_F(MacFilesTest, TheUsersFoldersAreTheSystems)
 {
     EXPECT_THAT(files_->moviesDirectories(), IsEmpty());
-    standin::putFolder(standin::UserFolder::movies, "/Users/someone/Movies");
-    EXPECT_THAT(files_->moviesDirectories(), ElementsAre("/Users/someone/Movies"));
-    EXPECT_EQ(files_->homeDirectory(), "/Users/someone");
+    standin::putFolder(standin::UserFolder::movies, "/users/someone/Movies");
+    EXPECT_THAT(files_->moviesDirectories(), ElementsAre("/users/someone/Movies"));
+    EXPECT_EQ(files_->homeDirectory(), "/users/someone");
 }
 
 TEST_F(MacFilesTest, ALinksDateIsThatOfWhatItPointsTo)
@@ -361,7 +361,8 @@ TEST_F(MacFilesTest, WhereNoDateIsKeptItIsThatOfTheLastChange)
 {
     const auto file = folder_.path() / "a.mp4";
     std::ofstream{file} << "x";
-    std::filesystem::last_write_time(file, std::filesystem::file_time_type::clock::from_sys(std::chrono::sys_seconds{std::chrono::seconds{5000}}));
+    std::filesystem::last_write_time(
+        file, std::filesystem::file_time_type::clock::from_sys(std::chrono::sys_seconds{std::chrono::seconds{5000}}));
     EXPECT_EQ(files_->attributesOfItem(file)->creationDate, std::chrono::system_clock::time_point{std::chrono::seconds{5000}});
     EXPECT_FALSE(files_->attributesOfItem(folder_.path() / "none"));
 }
@@ -370,10 +371,10 @@ TEST_F(MacFilesTest, TheTrashAndThePlaceForRecordsAreTheSystems)
 {
     EXPECT_EQ(mac_backend::trashFolderFor("/a.mp4").error().code, 3328);
     EXPECT_FALSE(mac_backend::supportFolder());
-    standin::putFolder(standin::UserFolder::trash, "/Users/someone/.Trash");
-    standin::putFolder(standin::UserFolder::support, "/Users/someone/Library/Application Support");
-    EXPECT_EQ(mac_backend::trashFolderFor("/a.mp4").value(), std::filesystem::path{"/Users/someone/.Trash"});
-    EXPECT_EQ(mac_backend::supportFolder().value(), std::filesystem::path{"/Users/someone/Library/Application Support/Velmora"});
+    standin::putFolder(standin::UserFolder::trash, "/users/someone/.Trash");
+    standin::putFolder(standin::UserFolder::support, "/users/someone/Library/Application Support");
+    EXPECT_EQ(mac_backend::trashFolderFor("/a.mp4").value(), std::filesystem::path{"/users/someone/.Trash"});
+    EXPECT_EQ(mac_backend::supportFolder().value(), std::filesystem::path{"/users/someone/Library/Application Support/Velmora"});
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ namespace velmora::standin {
 
 /// What a test says of the user's folders and files. Main thread only.
 struct Foundation {
-    std::string home = "/Users/someone";
+    std::string home = "/users/someone";
     std::map<NSUInteger, std::string> folders;  ///< by NSSearchPathDirectory; others are not there
     std::map<std::string, double> creationDates;  ///< by path, in seconds since 1970; others have none
     std::optional<std::string> bundleIdentifier = "com.velmora.tests";

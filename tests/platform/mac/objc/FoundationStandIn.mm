@@ -65,8 +65,9 @@ std::vector<KeyObserver>& keyObservers()
 - (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath context:(void*)context
 {
     const std::string key = keyPath.UTF8String;
-    const auto removed = std::erase_if(keyObservers(),
-        [&](const KeyObserver& each) { return each.object == self && each.observer == observer && each.key == key && each.context == context; });
+    const auto removed = std::erase_if(keyObservers(), [&](const KeyObserver& each) {
+        return each.object == self && each.observer == observer && each.key == key && each.context == context;
+    });
     // The system's throws for one that is not registered.
     if (removed != 1)
         std::abort();
@@ -381,7 +382,10 @@ std::vector<VelmoraObservation*>& observations()
 {
     return objc_autorelease([NSNotificationCenter new]);
 }
-- (id<NSObject>)addObserverForName:(NSNotificationName)name object:(id)object queue:(NSOperationQueue*)queue usingBlock:(void (^)(NSNotification*))block
+- (id<NSObject>)addObserverForName:(NSNotificationName)name
+                            object:(id)object
+                             queue:(NSOperationQueue*)queue
+                        usingBlock:(void (^)(NSNotification*))block
 {
     if (!queue)
         std::abort();

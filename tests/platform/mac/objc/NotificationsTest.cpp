@@ -91,9 +91,9 @@ NotificationContent content()
 
 TEST_P(MacNotificationsTest, EveryStatusIsTheSystems)
 {
-    for (const auto& [number, status] : {std::pair{0L, AuthorizationStatus::notDetermined}, {1L, AuthorizationStatus::denied},
-             {2L, AuthorizationStatus::authorized}, {3L, AuthorizationStatus::provisional}, {4L, AuthorizationStatus::ephemeral},
-             {77L, AuthorizationStatus::notDetermined}}) {
+    for (const auto& [number, status] :
+        {std::pair{0L, AuthorizationStatus::notDetermined}, {1L, AuthorizationStatus::denied}, {2L, AuthorizationStatus::authorized},
+            {3L, AuthorizationStatus::provisional}, {4L, AuthorizationStatus::ephemeral}, {77L, AuthorizationStatus::notDetermined}}) {
         standin::notifications().status = number;
         Answers<AuthorizationStatus> answers;
         centres_.ordinary->getAuthorizationStatus(answers.take());
@@ -166,8 +166,8 @@ TEST_P(MacNotificationsTest, TheCategoriesOfBothCentresAreThereWithTheirActions)
     const auto& categories = standin::notifications().categories;
     ASSERT_THAT(categories, SizeIs(2));
     EXPECT_EQ(categories[0].identifier, "CLIP_SAVED");
-    EXPECT_THAT(categories[0].actions,
-        ElementsAre(ElementsAre("PREVIEW", "Preview & Trim", "4"), ElementsAre("REVEAL", "Reveal in Finder", "0")));
+    EXPECT_THAT(
+        categories[0].actions, ElementsAre(ElementsAre("PREVIEW", "Preview & Trim", "4"), ElementsAre("REVEAL", "Reveal in Finder", "0")));
     EXPECT_EQ(categories[0].options, 1UL);
     EXPECT_EQ(categories[1].identifier, "QUIET");
     centres_.ordinary->setNotificationCategories({});

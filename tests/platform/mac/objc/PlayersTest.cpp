@@ -1,6 +1,6 @@
 // The adapter of the system's player on its stand-in.
-#include "platform/mac/MacPlayers.h"
 #include "platform/fake/ManualExecutor.h"
+#include "platform/mac/MacPlayers.h"
 #include "tests/platform/mac/objc/AVFoundationStandIn.h"
 #include "tests/platform/mac/objc/AppKitStandIn.h"
 #include "tests/platform/mac/objc/FolderStandIn.h"

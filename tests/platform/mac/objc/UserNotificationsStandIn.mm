@@ -286,8 +286,9 @@ id<UNUserNotificationCenterDelegate> centreDelegate = nil;
     notifications().askedOptions = options;
     const auto block = std::make_shared<Kept>(completionHandler);
     answer([block, fails = notifications().failsToAsk, isGranted = notifications().isGranted] {
-        NSError* const error =
-            fails ? objc_autorelease(velmora::standin::makeError("UNErrorDomain", 1, "Notifications are not allowed for this application")) : nil;
+        NSError* const error = fails
+            ? objc_autorelease(velmora::standin::makeError("UNErrorDomain", 1, "Notifications are not allowed for this application"))
+            : nil;
         ((void (^)(BOOL, NSError*))block->copy)(isGranted && !fails, error);
     });
 }
@@ -296,8 +297,9 @@ id<UNUserNotificationCenterDelegate> centreDelegate = nil;
     notifications().posted.push_back(request->_content->_notification);
     const auto block = std::make_shared<Kept>(completionHandler);
     answer([block, fails = notifications().failsToAdd] {
-        NSError* const error =
-            fails ? objc_autorelease(velmora::standin::makeError("UNErrorDomain", 1, "Notifications are not allowed for this application")) : nil;
+        NSError* const error = fails
+            ? objc_autorelease(velmora::standin::makeError("UNErrorDomain", 1, "Notifications are not allowed for this application"))
+            : nil;
         ((void (^)(NSError*))block->copy)(error);
     });
 }
@@ -332,7 +334,9 @@ bool respond(const PostedNotification& notification, NSString* action)
         response->_notification = notificationOf(notification);
         response->_action = objc_retain(action);
         UNUserNotificationCenter* const center = objc_autorelease([UNUserNotificationCenter new]);
-        [centreDelegate userNotificationCenter:center didReceiveNotificationResponse:response withCompletionHandler:^{ *isAnswered = true; }];
+        [centreDelegate userNotificationCenter:center
+                didReceiveNotificationResponse:response
+                         withCompletionHandler:^{ *isAnswered = true; }];
     });
     return *isAnswered;
 }

@@ -134,10 +134,8 @@ TEST_F(MacWorkspaceTest, WithoutNewsOfSleepTheRestIsObserved)
 {
     standin::power().isThere = false;
     int told = 0;
-    workspace_->addObserver({.willSleep = {},
-        .didWake = {},
-        .screenParametersDidChange = [&] { ++told; },
-        .accessibilityDisplayOptionsDidChange = {}});
+    workspace_->addObserver(
+        {.willSleep = {}, .didWake = {}, .screenParametersDidChange = [&] { ++told; }, .accessibilityDisplayOptionsDidChange = {}});
     standin::changeScreens();
     EXPECT_EQ(told, 1);
 }

@@ -66,8 +66,8 @@ CGDataProviderRef CGDataProviderCreateWithData(void* value, const void* bytes, s
     return referenceTo<CGDataProviderRef>(made);
 }
 
-CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerChannel, size_t bitsPerPixel, size_t bytesPerRow, CGColorSpaceRef colours,
-    CGBitmapInfo format, CGDataProviderRef provider, const CGFloat*, bool, CGColorRenderingIntent)
+CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerChannel, size_t bitsPerPixel, size_t bytesPerRow,
+    CGColorSpaceRef colours, CGBitmapInfo format, CGDataProviderRef provider, const CGFloat*, bool, CGColorRenderingIntent)
 {
     auto& data = as<Picture>(provider);
     as<Picture>(colours);

@@ -60,7 +60,11 @@ struct Format : Object {
     explicit Format(FrameParts of) : Object(ownKind), parts(std::move(of)) { }
     explicit Format(const AudioStreamBasicDescription& of) : Object(ownKind), sound(of) { }
     Format(CMVideoCodecType ofCodec, std::int32_t width, std::int32_t height, std::string ofBox, std::vector<std::uint8_t> ofConfiguration)
-        : Object(ownKind), parts{.width = width, .height = height}, codec(ofCodec), box(std::move(ofBox)), configuration(std::move(ofConfiguration))
+        : Object(ownKind)
+        , parts{.width = width, .height = height}
+        , codec(ofCodec)
+        , box(std::move(ofBox))
+        , configuration(std::move(ofConfiguration))
     {
     }
     const FrameParts parts;
@@ -213,8 +217,8 @@ OSStatus CMBlockBufferCreateWithMemoryBlock(CFAllocatorRef, void* memory, size_t
     return noErr;
 }
 
-OSStatus CMSampleBufferCreateReady(CFAllocatorRef, CMBlockBufferRef block, CMFormatDescriptionRef format, CMItemCount samples, CMItemCount timings,
-    const CMSampleTimingInfo* timing, CMItemCount sizes, const size_t* size, CMSampleBufferRef* created)
+OSStatus CMSampleBufferCreateReady(CFAllocatorRef, CMBlockBufferRef block, CMFormatDescriptionRef format, CMItemCount samples,
+    CMItemCount timings, const CMSampleTimingInfo* timing, CMItemCount sizes, const size_t* size, CMSampleBufferRef* created)
 {
     if (samples != 1 || timings != 1 || sizes != 1 || *size != as<BlockBuffer>(block).foreign.size())
         return -12731;
@@ -234,8 +238,7 @@ OSStatus CMVideoFormatDescriptionCreate(
     if (!atoms)
         return -12718;
     for (const char* box : {"avcC", "hvcC", "av1C"}) {
-        const auto* const name =
-            CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(box), 4, kCFStringEncodingUTF8, false);
+        const auto* const name = CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(box), 4, kCFStringEncodingUTF8, false);
         const auto* const value = CFDictionaryGetValue(static_cast<CFDictionaryRef>(atoms), name);
         CFRelease(name);
         if (value) {

@@ -69,8 +69,8 @@ OSStatus VTDecompressionSessionDecodeFrame(
     const bool hasPicture = isPutOut && record.outputStatus == noErr && !record.losesPictures;
     CVPixelBufferRef picture = nullptr;
     if (hasPicture)
-        picture = makePixelBuffer(static_cast<std::size_t>(record.width), static_cast<std::size_t>(record.height),
-            static_cast<OSType>(record.pixelFormat));
+        picture = makePixelBuffer(
+            static_cast<std::size_t>(record.width), static_cast<std::size_t>(record.height), static_cast<OSType>(record.pixelFormat));
     session.callback.decompressionOutputCallback(
         session.callback.decompressionOutputRefCon, frame, record.outputStatus, 0, picture, time, kCMTimeInvalid);
     if (picture)

@@ -65,7 +65,8 @@ using namespace velmora::standin;
 
 extern "C" {
 
-io_connect_t IORegisterForSystemPower(void* value, IONotificationPortRef* madePort, IOServiceInterestCallback callback, io_object_t* notifier)
+io_connect_t IORegisterForSystemPower(
+    void* value, IONotificationPortRef* madePort, IOServiceInterestCallback callback, io_object_t* notifier)
 {
     if (!power().isThere)
         return 0;

@@ -3,7 +3,7 @@
 
 #include "platform/FileManager.h"
 
-namespace velmora::engine {
+namespace velmora::posix_backend {
 
 /// A back end adds where the user's files are, and what is known of a file.
 class PosixFileManager : public platform::FileManager {
@@ -16,4 +16,4 @@ public:
     Result<void> removeFile(const std::filesystem::path& path) final;
 };
 
-}  // namespace velmora::engine
+}  // namespace velmora::posix_backend

@@ -1,4 +1,4 @@
-#include "engine/files/PosixFileManager.h"
+#include "platform/posix/PosixFileManager.h"
 
 #include "media/mp4/PosixFile.h"
 
@@ -7,7 +7,7 @@
 #include <system_error>
 #include <unistd.h>
 
-namespace velmora::engine {
+namespace velmora::posix_backend {
 
 namespace {
 
@@ -78,4 +78,4 @@ Result<void> PosixFileManager::removeFile(const std::filesystem::path& path)
     return {};
 }
 
-}  // namespace velmora::engine
+}  // namespace velmora::posix_backend

@@ -1,0 +1,170 @@
+#include "app/mac/TrialCommand.h"
+
+#include "platform/fake/FakeAssetWriter.h"
+#include "platform/fake/FakeCaptureStream.h"
+#include "platform/fake/FakeCompressionSession.h"
+#include "platform/fake/FakeDesktop.h"
+#include "platform/fake/FakeFileManager.h"
+#include "platform/fake/FakeScreens.h"
+#include "platform/fake/FakeShareableContent.h"
+#include "platform/fake/ManualExecutor.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gmock/gmock.h>
+#include <utility>
+
+namespace velmora::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+TEST(TrialRequest, IsOneOfThree)
+{
+    EXPECT_EQ(trial::parse({"permission"})->kind, trial::Request::Kind::permission);
+    EXPECT_EQ(trial::parse({"windows"})->kind, trial::Request::Kind::windows);
+    const auto record = trial::parse({"record", "7", "60", "/tmp/größe \xFF.mp4"});
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->kind, trial::Request::Kind::record);
+    EXPECT_EQ(record->windowID, 7U);
+    EXPECT_EQ(record->duration, std::chrono::seconds{60});
+    EXPECT_EQ(record->output, "/tmp/größe \xFF.mp4");
+}
+
+TEST(TrialRequest, IsNoneForAnythingElse)
+{
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{}, {"other"}, {"windows", "x"}, {"record"},
+             {"record", "7", "60"}, {"record", "7", "60", ""}, {"record", "x", "60", "f"}, {"record", "7", "0", "f"},
+             {"record", "7", "-1", "f"}, {"record", "7", "6x", "f"}, {"record", "99999999999", "6", "f"}})
+        EXPECT_FALSE(trial::parse(arguments)) << testing::PrintToString(arguments);
+}
+
+class TrialCommandTest : public testing::Test {
+protected:
+    TrialCommandTest()
+    {
+        services_.screenCaptureAccess = access_;
+        services_.shareableContent = content_;
+        services_.captureStreams = std::make_shared<fake::FakeCaptureStreams>();
+        services_.compressionSessions = std::make_shared<fake::FakeCompressionSessions>();
+        services_.assetWriters = std::make_shared<fake::FakeAssetWriters>();
+        services_.fileManager = std::make_shared<fake::FakeFileManager>();
+        services_.screens = std::make_shared<fake::FakeScreens>();
+        content_->content.displays = {{1, {0, 0, 1920, 1080}}};
+        content_->content.windows = {{.windowID = 7,
+                                         .title = "Größe",
+                                         .frame = {0, 0, 640, 480},
+                                         .windowLayer = 0,
+                                         .isOnScreen = true,
+                                         .owningApplication = platform::RunningApplication{"org.example.browser", "Browser", 501}},
+            {.windowID = 8, .title = std::nullopt, .frame = {0, 0, 20, 10}, .windowLayer = 0, .isOnScreen = true, .owningApplication = {}},
+            {.windowID = 9, .title = "Menu", .frame = {0, 0, 20, 10}, .windowLayer = 25, .isOnScreen = true, .owningApplication = {}}};
+    }
+
+    void start(const trial::Request& request)
+    {
+        trial_ = startTrial(request, services_,
+            {.mainExecutor = executor_,
+                .later =
+                    [this](std::chrono::milliseconds delay, UniqueFunction<void()> work) {
+                        delays_.push_back(delay);
+                        later_.push_back(std::move(work));
+                    },
+                .print = [this](const std::string& line) { lines_.push_back(line); },
+                .end = [this](int status) { ends_.push_back(status); }});
+    }
+
+    void runMain() const
+    {
+        while (executor_->runOne()) { }
+    }
+
+    /// The time has come for what was asked for last.
+    void passTime()
+    {
+        auto due = std::exchange(later_, {});
+        for (auto& each : due)
+            each();
+        runMain();
+    }
+
+    const std::shared_ptr<fake::ManualExecutor> executor_ = std::make_shared<fake::ManualExecutor>();
+    const std::shared_ptr<fake::FakeScreenCaptureAccess> access_ = std::make_shared<fake::FakeScreenCaptureAccess>();
+    const std::shared_ptr<fake::FakeShareableContent> content_ = std::make_shared<fake::FakeShareableContent>();
+    platform::PlatformServices services_;
+    std::vector<std::chrono::milliseconds> delays_;
+    std::vector<UniqueFunction<void()>> later_;
+    std::vector<std::string> lines_;
+    std::vector<int> ends_;
+    std::unique_ptr<TrialCommand> trial_;
+};
+
+TEST_F(TrialCommandTest, NothingHappensBeforeTheMainLoopRuns)
+{
+    start({});
+    EXPECT_THAT(lines_, IsEmpty());
+    EXPECT_THAT(ends_, IsEmpty());
+}
+
+TEST_F(TrialCommandTest, PermissionIsAskedForOnlyWhereThereIsNone)
+{
+    start({});
+    runMain();
+    EXPECT_THAT(ends_, ElementsAre(0));
+    EXPECT_EQ(access_->requestCount, 0);
+
+    ends_.clear();
+    access_->isGranted = false;
+    access_->answer = false;
+    access_->reason = "It has to be started again.";
+    start({});
+    runMain();
+    EXPECT_THAT(ends_, ElementsAre(1));
+    EXPECT_EQ(access_->requestCount, 1);
+    EXPECT_EQ(lines_.back(), "It has to be started again.");
+}
+
+TEST_F(TrialCommandTest, ListsOrdinaryWindows)
+{
+    start({.kind = trial::Request::Kind::windows, .output = {}});
+    runMain();
+    EXPECT_THAT(lines_, ElementsAre("7  640 x 480  Browser: Größe", "8  20 x 10  "));
+    EXPECT_THAT(ends_, ElementsAre(0));
+}
+
+TEST_F(TrialCommandTest, AWindowThatIsNotThereIsAFailureInWords)
+{
+    start({.kind = trial::Request::Kind::record, .windowID = 77, .duration = std::chrono::seconds{3}, .output = "/tmp/a.mp4"});
+    runMain();
+    ASSERT_FALSE(lines_.empty());
+    EXPECT_THAT(lines_.back(), StartsWith("Failed: "));
+    EXPECT_THAT(ends_, ElementsAre(1));
+}
+
+TEST_F(TrialCommandTest, ARecordingThatGetsNoPictureFailsOnceItsTimeIsOver)
+{
+    const TemporaryDirectory folder;
+    start({.kind = trial::Request::Kind::record, .windowID = 7, .duration = std::chrono::seconds{3}, .output = folder.path() / "a.mp4"});
+    runMain();
+    EXPECT_THAT(lines_, ElementsAre("Capturing."));
+    passTime();
+    EXPECT_THAT(lines_, ElementsAre("Capturing.", "Recording."));
+    EXPECT_THAT(delays_, ElementsAre(std::chrono::milliseconds{500}, std::chrono::milliseconds{3000}));
+    EXPECT_THAT(ends_, IsEmpty());
+    passTime();
+    executor_->runUntil([this] { return !ends_.empty(); });
+    EXPECT_THAT(ends_, ElementsAre(1));
+}
+
+TEST_F(TrialCommandTest, WhatComesAfterItsEndIsNotHeard)
+{
+    start({.kind = trial::Request::Kind::windows, .output = {}});
+    trial_.reset();
+    runMain();
+    EXPECT_THAT(lines_, IsEmpty());
+    EXPECT_THAT(ends_, IsEmpty());
+}
+
+}  // namespace
+}  // namespace velmora::test
