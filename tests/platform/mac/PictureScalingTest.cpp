@@ -13,7 +13,7 @@ using testing::ElementsAre;
 /// A picture of one channel's values: blue.
 class Picture {
 public:
-    Picture(std::int32_t width, std::int32_t height, const std::vector<int>& values) : width_(width)
+    Picture(std::int32_t width, std::int32_t height, const std::vector<int>& values)
     {
         for (const int each : values)
             bytes_.insert(bytes_.end(), {static_cast<std::byte>(each), std::byte{0}, std::byte{0}, std::byte{0}});
@@ -43,7 +43,6 @@ public:
     }
 
 private:
-    std::int32_t width_;
     std::vector<std::byte> bytes_;
     PixelBuffer buffer_;
 };

@@ -163,7 +163,7 @@ DEFECTS = [
     ("a decoder frees memory that is not its own", DECODER, "sample.size(), kCFAllocatorNull,", "sample.size(), kCFAllocatorDefault,"),
     ("a decoder is not invalidated", DECODER, "        VTDecompressionSessionInvalidate(session);\n", ""),
     ("pictures are made larger", DECODER, "if (format.width <= request.maximumWidth && format.height <= request.maximumHeight)", "if (false)"),
-    ("sleep waits for one alone", SLEEP, "const auto permission = std::make_shared<Permission>(connection_, change);\n        observer_.willSleep([&permission]() -> UniqueFunction<void()> {\n            return [held = permission]() mutable { held.reset(); };", "auto permission = std::make_shared<Permission>(connection_, change);\n        observer_.willSleep([&permission]() -> UniqueFunction<void()> {\n            return [held = std::exchange(permission, nullptr)]() mutable { held.reset(); };"),
+    ("sleep waits for one alone", SLEEP, "const auto permission = std::make_shared<Permission>(connection_, change);\n        observer_.willSleep([&permission]() -> UniqueFunction<void()> { return [held = permission]()", "auto permission = std::make_shared<Permission>(connection_, change);\n        observer_.willSleep([&permission]() -> UniqueFunction<void()> { return [held = std::exchange(permission, nullptr)]()"),
     ("sleep is never answered", SLEEP, "~Permission() { connection_->allow(change_); }", "~Permission() = default;"),
     ("whether it may sleep is never answered", SLEEP, "            self.connection_->allow(reinterpret_cast<std::intptr_t>(argument));\n", "            static_cast<void>(argument);\n"),
     ("waking is answered", SLEEP, "            self.observer_.didWake();", "            self.connection_->allow(0);"),
@@ -200,7 +200,7 @@ DEFECTS = [
     ("another file is offered as the recording", TRASH, "if (number != record.number) {", "if (!number) {"),
     ("that it was offered is forgotten", TRASH, "    record.wasOffered = wasOffered != 0;\n", ""),
     ("a log's message is cut at the wrong end", LOG, "const std::string message{record.message};", "const std::string message{record.message.data()};"),
-    ("errors in the log as news", LOG, "case platform::LogLevel::error: return OS_LOG_TYPE_ERROR;", "case platform::LogLevel::error: return OS_LOG_TYPE_INFO;"),
+    ("errors in the log as news", LOG, "return OS_LOG_TYPE_ERROR;", "return OS_LOG_TYPE_INFO;"),
     ("the log's text is hidden", LOG, '"%{public}s"', '"%s"'),
     ("looking for access asks the user", ACCESS, "note(CGPreflightScreenCaptureAccess())", "note(CGRequestScreenCaptureAccess())"),
 ]
