@@ -252,6 +252,10 @@ NSView* viewAt(std::uint64_t address)
 {
     return objc_autorelease([NSApplication new]);
 }
+- (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)activationPolicy
+{
+    return activationPolicy == NSApplicationActivationPolicyAccessory;
+}
 - (NSEvent*)currentEvent
 {
     if (!appKit().hasEvent)
