@@ -142,7 +142,7 @@ TEST_F(TrialCommandTest, AWindowThatIsNotThereIsAFailureInWords)
     EXPECT_THAT(ends_, ElementsAre(1));
 }
 
-TEST_F(TrialCommandTest, ARecordingThatGetsNoPictureFailsOnceItsTimeIsOver)
+TEST_F(TrialCommandTest, ARecordingBeginsWhenTheEncoderHasBegunAndIsSavedOnceItsTimeIsOver)
 {
     const TemporaryDirectory folder;
     start({.kind = trial::Request::Kind::record, .windowID = 7, .duration = std::chrono::seconds{3}, .output = folder.path() / "a.mp4"});
@@ -154,7 +154,8 @@ TEST_F(TrialCommandTest, ARecordingThatGetsNoPictureFailsOnceItsTimeIsOver)
     EXPECT_THAT(ends_, IsEmpty());
     passTime();
     executor_->runUntil([this] { return !ends_.empty(); });
-    EXPECT_THAT(ends_, ElementsAre(1));
+    EXPECT_THAT(ends_, ElementsAre(0));
+    EXPECT_EQ(lines_.back(), "Saved " + (folder.path() / "a.mp4").native());
 }
 
 TEST_F(TrialCommandTest, WhatComesAfterItsEndIsNotHeard)
