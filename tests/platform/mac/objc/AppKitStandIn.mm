@@ -462,6 +462,8 @@ NSView* viewAt(std::uint64_t address)
 }
 - (void)dealloc
 {
+    if (_handler)
+        _Block_release(_handler);
     objc_release(_chosen);
     [super dealloc];
 }
@@ -473,17 +475,12 @@ std::vector<NSOpenPanel*>& openPanels()
     return all;
 }
 
-/// Its handler is called once and given back, as the panel is.
+/// Its handler is called once. No page says when the panel lets go of it: it does when it goes itself.
 void endPanel(NSOpenPanel* panel, NSModalResponse response)
 {
     if (std::erase(openPanels(), panel) != 1)
         return;
-    velmora::standin::runInPool([&] {
-        void (^const handler)(NSModalResponse) = panel->_handler;
-        panel->_handler = nullptr;
-        handler(response);
-        _Block_release(handler);
-    });
+    velmora::standin::runInPool([&] { panel->_handler(response); });
     objc_release(panel);
 }
 
