@@ -245,6 +245,7 @@ public:
     }
 
 private:
+    /// A Mac has none that ends by itself.
     static platform::AuthorizationStatus statusOf(UNAuthorizationStatus status)
     {
         switch (status) {
@@ -254,8 +255,6 @@ private:
             return platform::AuthorizationStatus::authorized;
         case UNAuthorizationStatusProvisional:
             return platform::AuthorizationStatus::provisional;
-        case UNAuthorizationStatusEphemeral:
-            return platform::AuthorizationStatus::ephemeral;
         default:
             return platform::AuthorizationStatus::notDetermined;
         }

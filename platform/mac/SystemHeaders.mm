@@ -1,13 +1,20 @@
 // What this back end takes for granted of the system's headers. With our own declarations it says that they agree with themselves; on a
 // Mac, with the system's, the build ends here where one of them is wrong. It makes no code.
+#import <AVFoundation/AVFoundation.h>
+#import <AppKit/AppKit.h>
 #include <AudioToolbox/AudioToolbox.h>
 #include <Carbon/Carbon.h>
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreGraphics/CoreGraphics.h>
+#include <IOKit/IOMessage.h>
+#include <IOKit/pwr_mgt/IOPMLib.h>
 #import <ScreenCaptureKit/ScreenCaptureKit.h>
+#import <ServiceManagement/ServiceManagement.h>
+#import <UserNotifications/UserNotifications.h>
 #include <VideoToolbox/VideoToolbox.h>
 #include <cstddef>
 #include <cstdint>
+#include <os/log.h>
 #include <type_traits>
 
 namespace {
@@ -72,9 +79,38 @@ static_assert(isSame<decltype(&VTCompressionSessionCreate),
 static_assert(isSame<decltype(&VTCompressionSessionEncodeFrame),
     OSStatus (*)(VTCompressionSessionRef, CVImageBufferRef, CMTime, CMTime, CFDictionaryRef, void*, VTEncodeInfoFlags*)>);
 
+static_assert(kVTDecodeFrame_DoNotOutputFrame == 2 && sizeof(CMSampleTimingInfo) == 72);
+static_assert(isSame<VTDecompressionOutputCallback, void (*)(void*, void*, OSStatus, VTDecodeInfoFlags, CVImageBufferRef, CMTime, CMTime)>);
+
+// Sleep, and the log.
+static_assert(static_cast<uint32_t>(kIOMessageCanSystemSleep) == 0xE0000270
+    && static_cast<uint32_t>(kIOMessageSystemWillSleep) == 0xE0000280 && static_cast<uint32_t>(kIOMessageSystemHasPoweredOn) == 0xE0000300);
+static_assert(isSame<IOServiceInterestCallback, void (*)(void*, io_service_t, uint32_t, void*)> && sizeof(io_connect_t) == 4);
+static_assert(OS_LOG_TYPE_DEFAULT == 0 && OS_LOG_TYPE_INFO == 1 && OS_LOG_TYPE_ERROR == 16);
+
+// Foundation and AppKit.
+static_assert(NSUTF8StringEncoding == 4 && NSMoviesDirectory == 17 && NSApplicationSupportDirectory == 14 && NSTrashDirectory == 102
+    && NSUserDomainMask == 1);
+static_assert(
+    NSModalResponseOK == 1 && NSFloatingWindowLevel == 3 && NSApplicationActivationPolicyAccessory == 1 && NSDragOperationCopy == 1);
+static_assert(NSWindowCollectionBehaviorCanJoinAllSpaces == 1 && NSWindowCollectionBehaviorMoveToActiveSpace == 2
+    && NSWindowCollectionBehaviorFullScreenAuxiliary == 256);
+
+// Notifications, login items, playing.
+static_assert(UNAuthorizationStatusNotDetermined == 0 && UNAuthorizationStatusDenied == 1 && UNAuthorizationStatusAuthorized == 2
+    && UNAuthorizationStatusProvisional == 3);
+static_assert(UNAuthorizationOptionBadge == 1 && UNAuthorizationOptionSound == 2 && UNAuthorizationOptionAlert == 4);
+static_assert(UNNotificationPresentationOptionSound == 2 && UNNotificationPresentationOptionBanner == 16);
+static_assert(UNNotificationActionOptionForeground == 4 && UNNotificationCategoryOptionCustomDismissAction == 1);
+static_assert(UNNotificationInterruptionLevelPassive == 0 && UNNotificationInterruptionLevelActive == 1);
+static_assert(SMAppServiceStatusNotRegistered == 0 && SMAppServiceStatusEnabled == 1 && SMAppServiceStatusRequiresApproval == 2
+    && SMAppServiceStatusNotFound == 3);
+static_assert(AVPlayerItemStatusReadyToPlay == 1 && AVPlayerItemStatusFailed == 2);
+
 // Core Graphics.
 static_assert(sizeof(CGFloat) == 8 && sizeof(CGRect) == 32 && sizeof(CGWindowID) == 4 && sizeof(CGDirectDisplayID) == 4);
 static_assert(kCGWindowListOptionOnScreenOnly == 1 && kCGNullWindowID == 0);
+static_assert(kCGImageAlphaNoneSkipFirst == 6 && kCGBitmapByteOrder32Little == 8192);
 static_assert(isSame<decltype(&CGPreflightScreenCaptureAccess), bool (*)()>);
 
 // ScreenCaptureKit.

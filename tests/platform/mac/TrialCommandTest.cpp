@@ -24,12 +24,12 @@ TEST(TrialRequest, IsOneOfThree)
 {
     EXPECT_EQ(trial::parse({"permission"})->kind, trial::Request::Kind::permission);
     EXPECT_EQ(trial::parse({"windows"})->kind, trial::Request::Kind::windows);
-    const auto record = trial::parse({"record", "7", "60", "/tmp/größe \xFF.mp4"});
+    const auto record = trial::parse({"record", "7", "60", "/clips/größe \xFF.mp4"});
     ASSERT_TRUE(record);
     EXPECT_EQ(record->kind, trial::Request::Kind::record);
     EXPECT_EQ(record->windowID, 7U);
     EXPECT_EQ(record->duration, std::chrono::seconds{60});
-    EXPECT_EQ(record->output, "/tmp/größe \xFF.mp4");
+    EXPECT_EQ(record->output, "/clips/größe \xFF.mp4");
 }
 
 TEST(TrialRequest, IsNoneForAnythingElse)
@@ -135,7 +135,7 @@ TEST_F(TrialCommandTest, ListsOrdinaryWindows)
 
 TEST_F(TrialCommandTest, AWindowThatIsNotThereIsAFailureInWords)
 {
-    start({.kind = trial::Request::Kind::record, .windowID = 77, .duration = std::chrono::seconds{3}, .output = "/tmp/a.mp4"});
+    start({.kind = trial::Request::Kind::record, .windowID = 77, .duration = std::chrono::seconds{3}, .output = "/clips/a.mp4"});
     runMain();
     ASSERT_FALSE(lines_.empty());
     EXPECT_THAT(lines_.back(), StartsWith("Failed: "));

@@ -14,8 +14,7 @@ enum : UNAuthorizationStatus {
     UNAuthorizationStatusNotDetermined = 0,
     UNAuthorizationStatusDenied = 1,
     UNAuthorizationStatusAuthorized = 2,
-    UNAuthorizationStatusProvisional = 3,
-    UNAuthorizationStatusEphemeral = 4
+    UNAuthorizationStatusProvisional = 3
 };
 typedef NSUInteger UNAuthorizationOptions;
 enum : UNAuthorizationOptions { UNAuthorizationOptionBadge = 1, UNAuthorizationOptionSound = 2, UNAuthorizationOptionAlert = 4 };

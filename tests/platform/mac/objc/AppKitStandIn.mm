@@ -5,12 +5,10 @@
 
 #import <AppKit/AppKit.h>
 #include <Block.h>
-#import <ServiceManagement/ServiceManagement.h>
 #include <cstdlib>
 #include <utility>
 
 using velmora::standin::appKit;
-using velmora::standin::loginItems;
 using velmora::standin::makeText;
 using velmora::standin::textOfObject;
 
@@ -484,48 +482,11 @@ void endPanel(NSOpenPanel* panel, NSModalResponse response)
     objc_release(panel);
 }
 
-@implementation SMAppService
-+ (SMAppService*)mainAppService
-{
-    return objc_autorelease([SMAppService new]);
-}
-- (SMAppServiceStatus)status
-{
-    return loginItems().status;
-}
-- (BOOL)registerAndReturnError:(NSError* __autoreleasing*)error
-{
-    ++loginItems().calls;
-    if (!loginItems().refuses)
-        loginItems().status = loginItems().statusOnceRegistered;
-    if (!loginItems().refuses && !loginItems().registeringFailsThen)
-        return YES;
-    *error = objc_autorelease(velmora::standin::makeError("SMAppServiceErrorDomain", 1, "Operation not permitted"));
-    return NO;
-}
-- (BOOL)unregisterAndReturnError:(NSError* __autoreleasing*)error
-{
-    ++loginItems().calls;
-    if (loginItems().refuses || loginItems().status == SMAppServiceStatusNotRegistered) {
-        *error = objc_autorelease(velmora::standin::makeError("SMAppServiceErrorDomain", 6, "Job not found"));
-        return NO;
-    }
-    loginItems().status = SMAppServiceStatusNotRegistered;
-    return YES;
-}
-@end
-
 namespace velmora::standin {
 
 AppKit& appKit()
 {
     static AppKit all;
-    return all;
-}
-
-LoginItems& loginItems()
-{
-    static LoginItems all;
     return all;
 }
 

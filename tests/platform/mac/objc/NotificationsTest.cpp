@@ -93,7 +93,7 @@ TEST_P(MacNotificationsTest, EveryStatusIsTheSystems)
 {
     for (const auto& [number, status] :
         {std::pair{0L, AuthorizationStatus::notDetermined}, {1L, AuthorizationStatus::denied}, {2L, AuthorizationStatus::authorized},
-            {3L, AuthorizationStatus::provisional}, {4L, AuthorizationStatus::ephemeral}, {77L, AuthorizationStatus::notDetermined}}) {
+            {3L, AuthorizationStatus::provisional}, {4L, AuthorizationStatus::notDetermined}, {77L, AuthorizationStatus::notDetermined}}) {
         standin::notifications().status = number;
         Answers<AuthorizationStatus> answers;
         centres_.ordinary->getAuthorizationStatus(answers.take());
