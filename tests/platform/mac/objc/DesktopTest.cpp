@@ -149,6 +149,8 @@ TEST_F(MacDesktopTest, TheDialogAsksForOneFolderInItsWords)
     standin::chooseInDialog("/Volumes/big \xFF");
     ASSERT_THAT(answers, SizeIs(1));
     EXPECT_EQ(answers[0].value(), (std::optional<std::filesystem::path>{"/Volumes/big \xFF"}));
+    // The chooser stays, and the dialog does not.
+    EXPECT_THAT(standin::liveObjects(), testing::Not(testing::HasSubstr("NSOpenPanel")));
 }
 
 TEST_F(MacDesktopTest, CancellingADialogIsNoFolder)
