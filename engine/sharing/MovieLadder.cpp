@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <span>
 
@@ -28,7 +29,7 @@ constexpr double leastSide = 96;
 
 // GIF has no delays but hundredths of a second, and most that show it take less than two of them for ten.
 constexpr std::array<Rung, 8> gifRungs{{{1, 15, 0, 256}, {1, 10, 0, 256}, {0.75, 10, 0, 256}, {0.62, 10, 0, 128}, {0.5, 8, 0, 64},
-    {0.37, 6, 0, 48}, {0.25, 4, 0, 32}, {0.15, 2, 0, 16}}};
+    {0.37, 6, 0, 64}, {0.25, 4, 0, 32}, {0.15, 2, 0, 16}}};
 constexpr std::array<Rung, 8> webpRungs{{{1, 20, 75, 0}, {1, 12, 65, 0}, {0.75, 10, 55, 0}, {0.62, 10, 40, 0}, {0.5, 8, 30, 0},
     {0.37, 6, 25, 0}, {0.25, 4, 20, 0}, {0.15, 2, 10, 0}}};
 constexpr std::array<Rung, 7> webmRungs{
@@ -88,8 +89,9 @@ MovieEncoding MovieLadder::at(double place) const
     if (usualRate_ > rate * 1.1)
         encoding.timing.largestRate = rate;
     encoding.quality = between(a.quality, b.quality, part);
+    // In large steps: a palette is found in a reading of its own, and serves for all pictures with so many colours.
     if (format_ == CopyFormat::gif)
-        encoding.colours = static_cast<int>(std::lround(between(a.colours, b.colours, part)));
+        encoding.colours = static_cast<int>(std::bit_floor(static_cast<unsigned>(between(a.colours, b.colours, part))));
     encoding.end = clip_.length;
     return encoding;
 }
