@@ -42,7 +42,18 @@ public:
         imageTime = time;
         imageWidth = maximumWidth;
         imageHeight = maximumHeight;
-        completion(image);
+        if (holdsImages)
+            heldImages_.push_back(std::move(completion));
+        else
+            completion(image);
+    }
+
+    /// Hands out the pictures that were asked for while they were held.
+    void handOutImages()
+    {
+        holdsImages = false;
+        for (auto& completion : std::exchange(heldImages_, {}))
+            completion(image);
     }
 
     /// Answers what has been asked so far, in that order; false if nothing has.
@@ -70,6 +81,7 @@ public:
     MediaTime imageTime;
     std::int32_t imageWidth = 0;
     std::int32_t imageHeight = 0;
+    bool holdsImages = false;
 
 private:
     struct Question {
@@ -90,6 +102,7 @@ private:
     }
 
     std::vector<Question> pending_;
+    std::vector<UniqueFunction<void(Result<PixelBufferRef>)>> heldImages_;
 };
 
 }  // namespace velmora::fake

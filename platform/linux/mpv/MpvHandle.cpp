@@ -11,7 +11,7 @@ namespace velmora::linux_backend {
 
 namespace {
 
-constexpr std::array<std::pair<const char*, const char*>, 28> options{{
+constexpr std::array<std::pair<const char*, const char*>, 29> options{{
     // Nothing of the user's, nothing from elsewhere, nothing kept.
     {"config", "no"},
     {"load-scripts", "no"},
@@ -40,12 +40,19 @@ constexpr std::array<std::pair<const char*, const char*>, 28> options{{
     // Times are those in the file.
     {"rebase-start-time", "no"},
     {"hwdec", "no"},
+    // What draws in memory cannot turn pictures: a clip that has to be turned would end the program.
+    {"video-rotate", "no"},
     {"vo", "libmpv"},
     {"cache", "no"},
     // Without a sound server the pictures play all the same.
     {"audio-fallback-to-null", "yes"},
     {"audio-client-name", "Velmora"},
 }};
+
+/// Scripts of its own, each on a thread with an interpreter, for keys and profiles that there are none of here. Not every version has them
+/// all under these names.
+constexpr std::array<const char*, 5> ownScripts{
+    "load-stats-overlay", "load-osd-console", "load-console", "load-select", "load-auto-profiles"};
 
 }  // namespace
 
@@ -75,6 +82,10 @@ Result<void> MpvHandle::initialize()
         return fail(mpvError(MPV_ERROR_NOMEM));
     for (const auto& [name, value] : options) {
         if (const int status = mpv_set_option_string(core_, name, value); status < 0)
+            return fail(mpvError(status));
+    }
+    for (const auto* name : ownScripts) {
+        if (const int status = mpv_set_option_string(core_, name, "no"); status < 0 && status != MPV_ERROR_OPTION_NOT_FOUND)
             return fail(mpvError(status));
     }
     if (const int status = mpv_initialize(core_); status < 0)
@@ -143,6 +154,13 @@ std::optional<double> MpvHandle::number(const char* property) const
     if (mpv_get_property(core_, property, MPV_FORMAT_DOUBLE, &value) < 0)
         return std::nullopt;
     return value;
+}
+
+bool MpvHandle::hasNextPicture() const
+{
+    mpv_render_frame_info picture{};
+    return mpv_render_context_get_info(renderer_, {MPV_RENDER_PARAM_NEXT_FRAME_INFO, &picture}) >= 0
+        && (picture.flags & MPV_RENDER_FRAME_INFO_PRESENT) != 0;
 }
 
 }  // namespace velmora::linux_backend

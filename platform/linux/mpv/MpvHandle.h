@@ -34,6 +34,7 @@ public:
     void setNumber(const char* property, double value);
     [[nodiscard]] bool flag(const char* property) const;  ///< false if there is none
     [[nodiscard]] std::optional<double> number(const char* property) const;
+    [[nodiscard]] bool hasNextPicture() const;  ///< one that has not been drawn
 
 private:
     MpvHandle(std::function<void()> wakeUp, std::function<void()> pictureChanged);

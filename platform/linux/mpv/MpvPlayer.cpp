@@ -6,9 +6,11 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace velmora::linux_backend {
 
@@ -35,6 +37,8 @@ constexpr MediaTime seekTolerance{49, 10'000};
 constexpr double fullVolume = 100;
 
 constexpr std::uint64_t seekNumber = 1;
+
+constexpr std::size_t bytesPerPixel = 4;
 
 MediaTime fromSeconds(double seconds)
 {
@@ -125,6 +129,31 @@ public:
     {
         if (!hasPicture_)
             return false;
+        if (quarterTurns_ == 0)
+            return draw(target);
+        const bool isOnItsSide = quarterTurns_ % 2 != 0;
+        const std::int32_t width = isOnItsSide ? target.height : target.width;
+        const std::int32_t height = isOnItsSide ? target.width : target.height;
+        std::vector<std::byte> pixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * bytesPerPixel);
+        const PictureTarget unturned{pixels.data(), width, height, static_cast<std::size_t>(width) * bytesPerPixel};
+        if (!draw(unturned))
+            return false;
+        turn(unturned, target, quarterTurns_);
+        return true;
+    }
+
+private:
+    /// How far libmpv has come with the seek that it was asked for.
+    enum class Seek { none, asked, accepted, begun };
+
+    struct Observer {
+        MediaTime interval;
+        MediaTime told;
+        TimeObserver observer;
+    };
+
+    bool draw(const PictureTarget& target)
+    {
         int size[] = {target.width, target.height};
         std::size_t stride = target.bytesPerRow;
         int doesNotWait = 0;
@@ -142,15 +171,23 @@ public:
         return true;
     }
 
-private:
-    /// How far libmpv has come with the seek that it was asked for.
-    enum class Seek { none, asked, accepted, begun };
+    /// By quarters of a turn, clockwise: 1 to 3.
+    static void turn(const PictureTarget& from, const PictureTarget& to, int quarterTurns)
+    {
+        for (std::int32_t y = 0; y < to.height; ++y) {
+            for (std::int32_t x = 0; x < to.width; ++x) {
+                const auto [column, row] = quarterTurns == 1 ? std::pair{y, from.height - 1 - x}
+                    : quarterTurns == 2                      ? std::pair{from.width - 1 - x, from.height - 1 - y}
+                                                             : std::pair{from.width - 1 - y, x};
+                std::memcpy(pixelOf(to, x, y), pixelOf(from, column, row), bytesPerPixel);
+            }
+        }
+    }
 
-    struct Observer {
-        MediaTime interval;
-        MediaTime told;
-        TimeObserver observer;
-    };
+    static std::byte* pixelOf(const PictureTarget& target, std::int32_t x, std::int32_t y)
+    {
+        return target.pixels + static_cast<std::size_t>(y) * target.bytesPerRow + static_cast<std::size_t>(x) * bytesPerPixel;
+    }
 
     /// libmpv leaves the fourth byte as it likes.
     static void makeOpaque(const PictureTarget& target)
@@ -184,8 +221,20 @@ private:
     void takePicture()
     {
         pictureIsDue_ = false;
-        if ((mpv_render_context_update(mpv_->renderer()) & MPV_RENDER_UPDATE_FRAME) != 0 && hasPicture_)
+        if ((mpv_render_context_update(mpv_->renderer()) & MPV_RENDER_UPDATE_FRAME) == 0)
+            return;
+        // libmpv waits up to a fifth of a second for its first picture to be drawn before it says that it has begun.
+        hasPicture_ = hasPicture_ || mpv_->hasNextPicture();
+        if (hasPicture_)
             tellOfPicture();
+    }
+
+    void loaded()
+    {
+        isLoaded_ = true;
+        constexpr double quarter = 90;
+        quarterTurns_ = static_cast<int>(mpv_->number("current-tracks/video/demux-rotation").value_or(0) / quarter) % 4;
+        seekWhenPossible();
     }
 
     void takeEvents()
@@ -199,8 +248,7 @@ private:
             case MPV_EVENT_NONE:
                 return;
             case MPV_EVENT_FILE_LOADED:
-                isLoaded_ = true;
-                seekWhenPossible();
+                loaded();
                 break;
             case MPV_EVENT_COMMAND_REPLY:
                 replied(*event);
@@ -389,6 +437,7 @@ private:
     bool isLoaded_ = false;
     Seek seek_ = Seek::none;
     bool hasPicture_ = false;
+    int quarterTurns_ = 0;  // clockwise, to stand upright
 
     // Destroyed first: its callbacks use the rest.
     std::unique_ptr<MpvHandle> mpv_;

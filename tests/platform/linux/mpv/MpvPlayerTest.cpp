@@ -234,6 +234,34 @@ TEST_F(MpvPlayerTest, BeginsPausedAtTheFirstPicture)
     EXPECT_THAT(viewer.errors, IsEmpty());
 }
 
+/// Without being drawn, libmpv waits a fifth of a second before it says that it has begun.
+TEST_F(MpvPlayerTest, ItsFirstPictureIsToldOfBeforeLibmpvWaitsForItsDrawing)
+{
+    auto viewer = view(unevenFile());
+    int told = 0;
+    std::vector<bool> couldBeDrawn;
+    viewer->setPictureObserver([&] {
+        if (++told == 2)
+            couldBeDrawn.push_back(viewer.drawing().has_value());
+    });
+    ASSERT_TRUE(mainThread_->runUntil([&] { return told == 2; })) << "of the picture, and of the beginning";
+    EXPECT_THAT(couldBeDrawn, ElementsAre(true));
+}
+
+TEST_F(MpvPlayerTest, NoneOfItsOwnScriptsIsRun)
+{
+    auto viewer = view(unevenFile());
+    ASSERT_TRUE(viewer.waitForFirstPicture());
+    std::vector<std::string> threads;
+    for (const auto& task : std::filesystem::directory_iterator{"/proc/self/task"}) {
+        std::string name;
+        std::getline(std::ifstream{task.path() / "comm"}, name);
+        threads.push_back(name);
+    }
+    EXPECT_THAT(threads, testing::Contains(testing::HasSubstr("mpv"))) << "looked at the wrong place";
+    EXPECT_THAT(threads, Each(Not(testing::HasSubstr("script"))));
+}
+
 TEST_F(MpvPlayerTest, ASeekShowsThePictureOfThatTimeAlsoInAStillStretchAndAtUnevenTimes)
 {
     expectSeeksShowTheirPictures(unevenFile(), 11);
