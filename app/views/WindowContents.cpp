@@ -103,8 +103,8 @@ QuickContent makePreview(const WindowDescription& description, const WindowConte
     return {
         .view = QUrl{QLatin1String{previewView}},
         .model = std::move(model),
-        // Its libraries are loaded beside the first frame. While that view is being made they would keep the linker from it.
-        .willAppear = [players = platform.players] { players->prepare([] {}); },
+        .willAppear = {},
+        // What its picture needs is loaded behind the first frame: beside it, that waits for the same memory map and processors.
         .didAppear = [preview] { preview->setupPlayer(); },
         .didDisappear = [preview] { preview->tearDown(); },
         .onDismiss =

@@ -59,10 +59,7 @@ void ClipPreviewModel::setupPlayer()
     if (std::exchange(isShown_, true))
         return;
     problem_.clear();
-    services_.players->prepare([later = self_.weak()] {
-        if (const auto self = later.lock())
-            self->makePlayer();
-    });
+    loadFirstPicture();
     services_.assetReader->loadDuration(clipURL_, [later = self_.weak(), executor = services_.mainExecutor](Result<MediaTime> duration) {
         executor->async([later, duration = std::move(duration)] {
             const auto self = later.lock();
@@ -83,6 +80,40 @@ void ClipPreviewModel::setupPlayer()
         });
 }
 
+void ClipPreviewModel::loadFirstPicture()
+{
+    if (pictureSize_.isEmpty())
+        return preparePlayer();
+    // The linker loads one library at a time, and the player's are four times what this picture needs.
+    services_.assetReader->generateImage(clipURL_, MediaTime::zero(), pictureSize_.width(), pictureSize_.height(),
+        [later = self_.weak(), executor = services_.mainExecutor](Result<PixelBufferRef> picture) {
+            executor->async([later, picture = std::move(picture)] {
+                const auto self = later.lock();
+                if (!self || !self->isShown_)
+                    return;
+                if (picture && self->awaitsFirstPicture()) {
+                    self->firstPicture_ = image(*picture);
+                    emit self->pictureChanged();
+                }
+                self->preparePlayer();
+            });
+        });
+}
+
+/// Not once the user has gone elsewhere in the clip.
+bool ClipPreviewModel::awaitsFirstPicture() const
+{
+    return !hasPlayersPicture_ && shownTime_ == MediaTime::zero();
+}
+
+void ClipPreviewModel::preparePlayer()
+{
+    services_.players->prepare([later = self_.weak()] {
+        if (const auto self = later.lock())
+            self->makePlayer();
+    });
+}
+
 void ClipPreviewModel::makePlayer()
 {
     if (!isShown_ || player_)
@@ -92,7 +123,11 @@ void ClipPreviewModel::makePlayer()
     if (!player)
         return fail(QString::fromStdString(player.error().localizedDescription));
     player_ = std::move(*player);
-    player_->setPictureObserver([this] { emit pictureChanged(); });
+    player_->setPictureObserver([this] {
+        hasPlayersPicture_ = true;
+        firstPicture_ = {};
+        emit pictureChanged();
+    });
     player_->setFailureObserver([this](const Error& error) { fail(QString::fromStdString(error.localizedDescription)); });
     applySound();
     timeObserverToken_ = player_->addPeriodicTimeObserver(observationInterval, [this](MediaTime time) { timePassed(time); });
@@ -121,12 +156,14 @@ void ClipPreviewModel::tearDown()
 {
     isShown_ = false;
     isPlayingWanted_ = false;
+    firstPicture_ = {};
     if (!player_)
         return;
     player_->pause();
     if (timeObserverToken_)
         player_->removeTimeObserver(*std::exchange(timeObserverToken_, {}));
     player_.reset();
+    hasPlayersPicture_ = false;
     setPlaying(false);
     emit playerChanged();
 }
@@ -173,7 +210,12 @@ QString ClipPreviewModel::formatTenths(double seconds)
 
 bool ClipPreviewModel::drawPicture(const platform::PictureTarget& target) const
 {
-    return player_ && player_->drawPicture(target);
+    if (player_ && player_->drawPicture(target))
+        return true;
+    if (firstPicture_.isNull())
+        return false;
+    drawFitted(firstPicture_, target);
+    return true;
 }
 
 void ClipPreviewModel::togglePlaying()
@@ -283,6 +325,8 @@ void ClipPreviewModel::seek(double seconds)
 {
     currentTime_ = seconds;
     shownTime_ = mediaTime(seconds);
+    if (!std::exchange(firstPicture_, {}).isNull())
+        emit pictureChanged();
     if (player_ && cut_.isThere())
         player_->setForwardPlaybackEndTime(playbackEnd());
     if (player_)

@@ -13,6 +13,7 @@
 #include <QImage>
 #include <QObject>
 #include <QPoint>
+#include <QSize>
 #include <QString>
 #include <QtQmlIntegration>
 
@@ -91,7 +92,11 @@ public:
     ClipPreviewModel(std::filesystem::path clipURL, Services services, QObject* parent = nullptr);
     ~ClipPreviewModel() override;
 
-    /// The view is shown: makes the player, once what it needs is loaded, and loads what the file says about itself.
+    /// How large the view draws the picture, in pixels. For the first one of the clip, which is drawn until the player has its own.
+    void setPictureSize(const QSize& pixels) { pictureSize_ = pixels; }
+
+    /// The view is shown: loads the first picture, makes the player, once what it needs is loaded, and loads what the file says about
+    /// itself.
     void setupPlayer();
 
     /// Plays as soon as the player and the clip's length are there, unless it is paused before that.
@@ -142,7 +147,7 @@ public:
     [[nodiscard]] QString soundAction() const;
     [[nodiscard]] const std::vector<QImage>& thumbnails() const { return thumbnails_; }
 
-    /// Draws what the player shows now; false when there is nothing yet.
+    /// Draws what the player shows now, or will show first; false when there is nothing yet.
     [[nodiscard]] bool drawPicture(const platform::PictureTarget& target) const;
 
     Q_INVOKABLE void togglePlaying();
@@ -222,7 +227,10 @@ signals:
     void dismissed();
 
 private:
+    void loadFirstPicture();
+    void preparePlayer();
     void makePlayer();
+    [[nodiscard]] bool awaitsFirstPicture() const;
     void playIfWanted();
     void timePassed(MediaTime time);
     void setPlaying(bool isPlaying);
@@ -248,6 +256,9 @@ private:
     bool isShown_ = false;
     bool isLengthAnswered_ = false;
     bool isPlayingWanted_ = false;  // before it can play
+    QSize pictureSize_;
+    QImage firstPicture_;  ///< the clip's, until the player has one
+    bool hasPlayersPicture_ = false;
     std::unique_ptr<platform::Player> player_;
     std::optional<platform::Player::TimeObserverToken> timeObserverToken_;
     QString problem_;

@@ -201,18 +201,6 @@ Rectangle {
                 Layout.minimumHeight: 160
                 color: "black"
 
-                PlayerPicture {
-                    anchors.fill: parent
-                    model: root.model
-                    visible: !root.model.isLoading && root.model.problem === ""
-                    Accessible.role: Accessible.Graphic
-                    Accessible.name: "Clip"
-                }
-
-                TapHandler {
-                    onTapped: root.model.togglePlaying()
-                }
-
                 ColumnLayout {
                     anchors.centerIn: parent
                     spacing: Theme.largeGap
@@ -226,6 +214,19 @@ Rectangle {
                         text: "Loading clip..."
                         color: Theme.secondaryText
                     }
+                }
+
+                // Over the sign that it loads: the first picture is there before the player.
+                PlayerPicture {
+                    anchors.fill: parent
+                    model: root.model
+                    visible: root.model.problem === ""
+                    Accessible.role: Accessible.Graphic
+                    Accessible.name: "Clip"
+                }
+
+                TapHandler {
+                    onTapped: root.model.togglePlaying()
                 }
 
                 ColumnLayout {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "media/PixelBuffer.h"
+#include "platform/Player.h"
 
 #include <QImage>
 
@@ -15,5 +16,8 @@ inline QImage image(const PixelBufferRef& picture)
         static_cast<qsizetype>(picture->bytesPerRow), QImage::Format_RGB32,
         [](void* buffer) { delete static_cast<PixelBufferRef*>(buffer); }, owner};
 }
+
+/// As large as the target has room for and in its middle, its shape kept, black around it: as a player draws its pictures.
+void drawFitted(const QImage& picture, const platform::PictureTarget& target);
 
 }  // namespace velmora

@@ -90,21 +90,42 @@ void PlayerPicture::setModel(ClipPreviewModel* model)
         connect(model_, &ClipPreviewModel::pictureChanged, this, &QQuickItem::update);
         connect(model_, &ClipPreviewModel::playerChanged, this, &QQuickItem::update);
     }
+    tellSize();
     emit modelChanged();
     update();
+}
+
+QSize PlayerPicture::pixels() const
+{
+    return window() ? (size() * window()->effectiveDevicePixelRatio()).toSize() : QSize{};
+}
+
+void PlayerPicture::tellSize() const
+{
+    if (model_)
+        model_->setPictureSize(pixels());
+}
+
+void PlayerPicture::itemChange(ItemChange change, const ItemChangeData& data)
+{
+    QQuickItem::itemChange(change, data);
+    if (change == ItemSceneChange || change == ItemDevicePixelRatioHasChanged)
+        tellSize();
 }
 
 void PlayerPicture::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry)
 {
     QQuickItem::geometryChange(newGeometry, oldGeometry);
-    if (newGeometry.size() != oldGeometry.size())
-        update();
+    if (newGeometry.size() == oldGeometry.size())
+        return;
+    tellSize();
+    update();
 }
 
 QSGNode* PlayerPicture::updatePaintNode(QSGNode* node, UpdatePaintNodeData*)
 {
-    const QSize pixels = (size() * window()->effectiveDevicePixelRatio()).toSize();
-    auto picture = pixels.isEmpty() ? QImage{} : Memory::picture(memory_, pixels);
+    const QSize size = pixels();
+    auto picture = size.isEmpty() ? QImage{} : Memory::picture(memory_, size);
     const bool isDrawn = !picture.isNull() && model_
         && model_->drawPicture({reinterpret_cast<std::byte*>(picture.bits()), picture.width(), picture.height(),
             static_cast<std::size_t>(picture.bytesPerLine())});

@@ -30,9 +30,13 @@ signals:
 protected:
     QSGNode* updatePaintNode(QSGNode* node, UpdatePaintNodeData* data) override;
     void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
+    void itemChange(ItemChange change, const ItemChangeData& data) override;
 
 private:
     class Memory;
+
+    [[nodiscard]] QSize pixels() const;
+    void tellSize() const;
 
     const std::shared_ptr<Memory> memory_;
     QPointer<ClipPreviewModel> model_;

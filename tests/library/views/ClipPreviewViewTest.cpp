@@ -116,6 +116,36 @@ TEST_F(ClipPreviewViewTest, UntilThereIsAPlayerItSaysThatItLoads)
     EXPECT_FALSE(window->shows(QStringLiteral("This clip cannot be played.")));
 }
 
+TEST_F(ClipPreviewViewTest, TheClipsFirstPictureIsAskedForAsLargeAsItIsDrawnAndCoversTheSignThatItLoads)
+{
+    constexpr QRgb colour = 0xff204060;
+    auto pixels = std::make_shared<QImage>(2000, 800, QImage::Format_RGB32);
+    pixels->fill(colour);
+    assetReader->image = std::make_shared<PixelBuffer>(PixelBuffer{.width = 2000,
+        .height = 800,
+        .bytesPerRow = static_cast<std::size_t>(pixels->bytesPerLine()),
+        .baseAddress = reinterpret_cast<const std::byte*>(pixels->bits()),
+        .change = {},
+        .owner = pixels});
+    assetReader->durations.clear();
+    players->isPrepared = false;
+    static_cast<void>(window->grab());
+    appear();
+    const auto shown = window->grab();
+    const auto scale = shown.devicePixelRatio();
+    EXPECT_EQ(assetReader->imageWidth, qRound(test::clipPreviewSize.width() * scale));
+    const QImage picture = shown.copy(0, 0, assetReader->imageWidth, assetReader->imageHeight).convertToFormat(QImage::Format_RGB32);
+    // Two fifths of the width high, in the middle.
+    const int height = assetReader->imageWidth * 2 / 5;
+    const QRect middle{0, (assetReader->imageHeight - height) / 2, assetReader->imageWidth, height};
+    int others = 0;
+    for (int y = middle.top(); y <= middle.bottom(); ++y) {
+        for (int x = middle.left(); x <= middle.right(); ++x)
+            others += picture.pixel(x, y) != colour;
+    }
+    EXPECT_EQ(others, 0) << "the sign that it loads lies beneath";
+}
+
 TEST_F(ClipPreviewViewTest, TheSlidersTakeTheDurationWhenItArrives)
 {
     for (const auto* name : {"Position", "Start", "End"}) {
