@@ -535,16 +535,25 @@ Rectangle {
                 }
             }
 
-            RowLayout {
+            // What was saved in one line with what it is for; with its own line above that where both do not fit beside each other.
+            GridLayout {
+                id: saved
+
+                readonly property bool isOneLine: message.implicitWidth + columnSpacing + forSaved.implicitWidth <= width
+
                 Layout.fillWidth: true
-                Layout.preferredHeight: Theme.compactHeight
+                Layout.minimumHeight: Theme.compactHeight
                 Layout.topMargin: 6
                 Layout.bottomMargin: 8
                 Layout.leftMargin: Theme.windowMargin
                 Layout.rightMargin: Theme.windowMargin
-                spacing: 6
+                columns: isOneLine ? 2 : 1
+                columnSpacing: 6
+                rowSpacing: 4
 
                 LineLabel {
+                    id: message
+
                     Layout.fillWidth: true
                     line: root.model.trimStatusMessage
                     font: Theme.captionFont
@@ -554,41 +563,50 @@ Rectangle {
                     Accessible.name: text
                     Accessible.ignored: text === ""
                 }
-                SmallFileLine {
-                    Layout.fillWidth: true
-                    Layout.maximumWidth: implicitWidth
-                    status: root.model.smallFile
-                }
-                DragGrip {
-                    visible: root.model.hasSavedClip
-                    text: "Trimmed Clip to Drag"
-                    toolTip: "Drag the trimmed clip into another program"
-                    onDragged: root.model.dragSavedClip()
-                }
-                SavedClipButton {
-                    text: "Play"
-                    accessibleName: "Play Trimmed Clip"
-                    onClicked: root.model.playSavedClip()
-                }
-                SavedClipButton {
-                    id: shareSaved
+                RowLayout {
+                    id: forSaved
 
-                    text: "Share"
-                    accessibleName: "Share Trimmed Clip"
-                    onClicked: {
-                        const corner = shareSaved.mapToGlobal(0, shareSaved.height + 4);
-                        root.model.shareSavedClip(corner.x, corner.y);
+                    visible: root.model.hasSavedClip || root.model.smallFile.isShown
+                    Layout.fillWidth: !saved.isOneLine
+                    Layout.minimumHeight: Theme.compactHeight
+                    spacing: 6
+
+                    SmallFileLine {
+                        Layout.fillWidth: true
+                        Layout.maximumWidth: implicitWidth
+                        status: root.model.smallFile
                     }
-                }
-                SavedClipButton {
-                    text: "Reveal"
-                    accessibleName: "Reveal Trimmed Clip"
-                    onClicked: root.model.revealSavedClip()
-                }
-                SavedClipButton {
-                    text: "Copy"
-                    accessibleName: "Copy Trimmed Clip"
-                    onClicked: root.model.copySavedClip()
+                    DragGrip {
+                        visible: root.model.hasSavedClip
+                        text: "Trimmed Clip to Drag"
+                        toolTip: "Drag the trimmed clip into another program"
+                        onDragged: root.model.dragSavedClip()
+                    }
+                    SavedClipButton {
+                        text: "Play"
+                        accessibleName: "Play Trimmed Clip"
+                        onClicked: root.model.playSavedClip()
+                    }
+                    SavedClipButton {
+                        id: shareSaved
+
+                        text: "Share"
+                        accessibleName: "Share Trimmed Clip"
+                        onClicked: {
+                            const corner = shareSaved.mapToGlobal(0, shareSaved.height + 4);
+                            root.model.shareSavedClip(corner.x, corner.y);
+                        }
+                    }
+                    SavedClipButton {
+                        text: "Reveal"
+                        accessibleName: "Reveal Trimmed Clip"
+                        onClicked: root.model.revealSavedClip()
+                    }
+                    SavedClipButton {
+                        text: "Copy"
+                        accessibleName: "Copy Trimmed Clip"
+                        onClicked: root.model.copySavedClip()
+                    }
                 }
             }
         }

@@ -132,8 +132,7 @@ TEST_F(ClipPreviewViewTest, TheClipsFirstPictureIsAskedForAsLargeAsItIsDrawnAndC
     static_cast<void>(window->grab());
     appear();
     const auto shown = window->grab();
-    const auto scale = shown.devicePixelRatio();
-    EXPECT_EQ(assetReader->imageWidth, qRound(test::clipPreviewSize.width() * scale));
+    EXPECT_EQ(assetReader->imageWidth, shown.width());
     const QImage picture = shown.copy(0, 0, assetReader->imageWidth, assetReader->imageHeight).convertToFormat(QImage::Format_RGB32);
     // Two fifths of the width high, in the middle.
     const int height = assetReader->imageWidth * 2 / 5;
@@ -144,6 +143,32 @@ TEST_F(ClipPreviewViewTest, TheClipsFirstPictureIsAskedForAsLargeAsItIsDrawnAndC
             others += picture.pixel(x, y) != colour;
     }
     EXPECT_EQ(others, 0) << "the sign that it loads lies beneath";
+}
+
+/// The message is what a person looks for after saving, and a name that is cut in its middle names nothing.
+TEST_F(ClipPreviewViewTest, WhatWasSavedIsNamedWholeBesideItsButtonsOrAboveThemWhereTextIsLarge)
+{
+    appear();
+    model->saveTrimmedClip();
+    completeExport();
+    for (const double scale : {1.0, 1.5}) {
+        setTextScale(window->engine(), scale);
+        static_cast<void>(window->grab());
+        QQuickItem* message = nullptr;
+        QQuickItem* play = nullptr;
+        window->forEachVisible([&](QQuickItem& item) {
+            if (item.property("text").toString() == model->trimStatusMessage())
+                message = &item;
+            if (item.property("accessibleName").toString() == QStringLiteral("Play Trimmed Clip"))
+                play = &item;
+        });
+        ASSERT_TRUE(message && play);
+        EXPECT_FALSE(message->property("truncated").toBool()) << scale;
+        const auto place = [](const QQuickItem& item) { return QRectF{item.mapToScene({}), item.size()}; };
+        EXPECT_FALSE(place(*message).intersects(place(*play))) << scale;
+        EXPECT_EQ(place(*message).bottom() <= place(*play).top(), scale > 1) << scale;
+        EXPECT_LE(place(*play).bottom(), test::clipPreviewSize.height()) << scale;
+    }
 }
 
 TEST_F(ClipPreviewViewTest, TheSlidersTakeTheDurationWhenItArrives)
