@@ -13,6 +13,9 @@ namespace {
 /// What Qt takes for no limit.
 constexpr int unlimited = (1 << 24) - 1;
 
+/// Until the window manager has put one round it: KWin makes no window smaller that was as high as the work area when it came.
+constexpr QMargins usualFrame{1, 32, 1, 5};
+
 QSize sizeOf(const QQuickItem& contents)
 {
     return QSizeF{contents.implicitWidth(), contents.implicitHeight()}.toSize();
@@ -87,7 +90,8 @@ void FittedView::fit()
 {
     if (given_.isEmpty() || !screen())
         return;
-    const auto size = fittingSize(given_, workArea_.isEmpty() ? workAreaSize(*screen()) : workArea_.size(), frameMargins());
+    const auto frame = frameMargins().isNull() ? usualFrame : frameMargins();
+    const auto size = fittingSize(given_, workArea_.isEmpty() ? workAreaSize(*screen()) : workArea_.size(), frame);
     if (size == fitted_)
         return;
     fitted_ = size;

@@ -82,6 +82,18 @@ TEST_F(FittedViewTest, OnAScreenThatIsTooSmallItHasTheWorkAreasSize)
     }
 }
 
+TEST_F(FittedViewTest, ItLeavesRoomForAFrameBeforeItHasOneAndTakesWhatThatLeavesThen)
+{
+    view.setWorkArea({0, 0, 700, 500});
+    view.setGivenSize({680, 600}, true);
+    EXPECT_EQ(view.size(), QSize(680, 463));
+    view.show();
+    QCoreApplication::processEvents();
+    ASSERT_FALSE(view.frameMargins().isNull());
+    EXPECT_EQ(view.size(), QSize(680, 500 - view.frameMargins().top() - view.frameMargins().bottom()));
+    EXPECT_TRUE(QRect(0, 0, 700, 500).contains(view.frameGeometry()));
+}
+
 TEST_F(FittedViewTest, AFixedWindowFollowsTheSizeOfItsContents)
 {
     load("Rectangle { implicitWidth: 300; implicitHeight: 200 }");
