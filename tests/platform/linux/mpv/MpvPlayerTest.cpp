@@ -234,16 +234,6 @@ TEST_F(MpvPlayerTest, BeginsPausedAtTheFirstPicture)
     EXPECT_THAT(viewer.errors, IsEmpty());
 }
 
-/// Without being drawn, libmpv waits a fifth of a second before it says that it has begun, and then asks for the drawing again.
-TEST_F(MpvPlayerTest, ItsFirstPictureIsToldOfBeforeLibmpvWaitsForItsDrawing)
-{
-    auto viewer = view(unevenFile());
-    int told = 0;
-    viewer->setPictureObserver([&] { ++told; });
-    EXPECT_TRUE(mainThread_->runUntil([&] { return told == 3; })) << "of the picture, of the beginning, and once more of the picture";
-    EXPECT_TRUE(viewer.drawing());
-}
-
 TEST_F(MpvPlayerTest, NoneOfItsOwnScriptsIsRun)
 {
     auto viewer = view(unevenFile());
