@@ -184,7 +184,7 @@ public:
 
     void overwrite(std::size_t position, std::string_view text) const
     {
-        static_cast<void>(::pwrite(descriptor_, text.data(), text.size(), static_cast<off_t>(position)));
+        [[maybe_unused]] const auto written = ::pwrite(descriptor_, text.data(), text.size(), static_cast<off_t>(position));
     }
 
 private:
@@ -411,6 +411,9 @@ std::vector<std::filesystem::path> mountPoints()
             points.emplace_back(entry.mnt_dir);
     }
     ::endmntent(table);
+    // A root by chroot has no entry of its own, but what is in no other file system is in its.
+    if (std::ranges::find(points, "/") == points.end())
+        points.emplace_back("/");
     return points;
 }
 

@@ -50,7 +50,7 @@ private:
 /// The outermost folder above `folder`, or `folder` itself, that is on the same file system; empty where `folder` cannot be examined.
 [[nodiscard]] std::filesystem::path mountPoint(const std::filesystem::path& folder);
 
-/// Where file systems are mounted, without those that are mounted by looking at them.
+/// Where file systems are mounted, "/" always among them, without those that are mounted by looking at them.
 [[nodiscard]] std::vector<std::filesystem::path> mountPoints();
 
 }  // namespace velmora::linux_backend
