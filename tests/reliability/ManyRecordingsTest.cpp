@@ -4,9 +4,11 @@
 #include "tests/support/media/DecodedFile.h"
 #include "tests/support/media/RecordingEngine.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <gmock/gmock.h>
+#include <limits>
 #include <thread>
 
 namespace velmora::test {
@@ -78,9 +80,16 @@ TEST(ManyRecordings, CapturingWithoutRecordingKeepsNothing)
 {
     RecordingEngine engine;
     engine.play(1000);
-    const auto before = heapInUse();
-    engine.play(isSanitized ? 2000 : 20'000);
-    EXPECT_LT(heapInUse(), before + allowedGrowth);
+    // A thread that is late for once fills the allocator's reserve for it, once; what is kept shows in every stretch.
+    auto leastGrowth = std::numeric_limits<std::size_t>::max();
+    for (int stretch = 0; stretch < 4; ++stretch) {
+        const auto before = heapInUse();
+        engine.play(isSanitized ? 2000 : 20'000);
+        const auto after = heapInUse();
+        std::printf("heap before: %zu KiB, after: %zu KiB\n", before / 1024, after / 1024);
+        leastGrowth = std::min(leastGrowth, after > before ? after - before : 0);
+    }
+    EXPECT_LT(leastGrowth, allowedGrowth);
 }
 
 }  // namespace

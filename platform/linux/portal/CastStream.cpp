@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <map>
 #include <optional>
 #include <string>
@@ -29,8 +30,12 @@ constexpr auto reconnectAfter = 400ms;
 // For a first picture, the first time; then twice as long each time, for machines that are slow to draw one.
 constexpr std::chrono::seconds firstPicturePatience{1};
 
-/// KWin names the stream of a window like this, followed by the name of the application's desktop entry.
-std::string applicationOf(const spa_dict* properties)
+// A window that has not changed for so long stands still, and is looked at once more; no more often than this, however it goes on.
+constexpr auto lookAfter = 300ms;
+constexpr auto lookInterval = 2s;
+
+/// KWin names the stream of a window like this, followed by the name of the application's desktop entry. None from any other desktop.
+std::optional<std::string> applicationOf(const spa_dict* properties)
 {
     constexpr std::string_view prefix = "kwin-screencast-";
     for (const char* key : {PW_KEY_MEDIA_NAME, PW_KEY_NODE_NAME}) {
@@ -38,7 +43,22 @@ std::string applicationOf(const spa_dict* properties)
         if (name && std::string_view{name}.starts_with(prefix))
             return name + prefix.size();
     }
-    return {};
+    return std::nullopt;
+}
+
+bool haveSamePixels(const CastPicture& one, const CastPicture& other)
+{
+    if (one.content != other.content)
+        return false;
+    const auto rowOf = [](const CastPicture& picture, std::int32_t y) {
+        return picture.pixels + static_cast<std::size_t>(y) * picture.bytesPerRow + static_cast<std::size_t>(picture.content.x) * bytesPerPixel;
+    };
+    const auto bytes = static_cast<std::size_t>(one.content.width) * bytesPerPixel;
+    for (auto y = one.content.y; y < one.content.y + one.content.height; ++y) {
+        if (std::memcmp(rowOf(one, y), rowOf(other, y), bytes) != 0)
+            return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -63,18 +83,21 @@ private:
     Result<void> connectStream();
     void disconnectStream();
     void reconnect();
+    void look();
     void watchNode(const char* type);
     void armWatchdog(std::chrono::nanoseconds patience)
     {
         auto once = toTimespec(patience);
         pw_loop_update_timer(loop(), watchdog_.get(), &once, nullptr, false);
     }
+    void onWatchdog() { isSeen_ ? look() : reconnect(); }
     void onState(pw_stream_state state, const char* error);
     void onFormat(const spa_pod* parameter);
     void onAddBuffer(pw_buffer* buffer);
     void onRemoveBuffer(pw_buffer* buffer);
     void onProcess();
     void examine(pw_buffer* buffer);
+    [[nodiscard]] bool isAsNewest(const CastPicture& picture, const CastBuffer& buffer) const;
     [[nodiscard]] PixelRect windowIn(const CastPicture& picture, const CastBuffer& buffer);
     template <typename Use>
     Result<void> useNewest(Use use);
@@ -107,6 +130,11 @@ private:
     PixelRect window_;
     bool missedSome_ = false;  // a buffer was skipped, and nothing says what its damage was
     bool isReconnecting_ = false;
+    bool isSeen_ = false;  // a picture has come in this format
+    bool sharesEveryChange_ = false;  // the desktop does, also the last ones
+    bool isPausing_ = false;  // for a look
+    bool isLooking_ = false;  // it goes on, and no buffer has come yet
+    MonotonicTime nextLook_;
 
     std::unique_ptr<CastPictures> pictures_;
     Attachment attachment_ = 0;
@@ -158,9 +186,11 @@ const pw_node_events CastStream::Session::nodeEvents = [] {
     pw_node_events table{};
     table.version = PW_VERSION_NODE_EVENTS;
     table.info = [](void* data, const pw_node_info* info) {
-        auto& known = static_cast<Session*>(data)->application_;
-        if (auto told = applicationOf(info->props); !told.empty())
-            known = std::move(told);
+        auto* self = static_cast<Session*>(data);
+        auto told = applicationOf(info->props);
+        self->sharesEveryChange_ = self->sharesEveryChange_ || told.has_value();
+        if (told && !told->empty())
+            self->application_ = std::move(*told);
     };
     return table;
 }();
@@ -211,7 +241,7 @@ Result<void> CastStream::Session::start(FileDescriptor remote)
             loop(), [](void* self, std::uint64_t) { static_cast<Session*>(self)->work(); }, this)};
     watchdog_ = LoopSource{loop(),
         pw_loop_add_timer(
-            loop(), [](void* self, std::uint64_t) { static_cast<Session*>(self)->reconnect(); }, this)};
+            loop(), [](void* self, std::uint64_t) { static_cast<Session*>(self)->onWatchdog(); }, this)};
     wish_ = LoopSource{loop(),
         pw_loop_add_event(
             loop(), [](void* self, std::uint64_t) { static_cast<Session*>(self)->deliverWanted(); }, this)};
@@ -264,6 +294,8 @@ void CastStream::Session::disconnectStream()
     format_.reset();
     crop_.reset();
     lastTime_.reset();
+    isPausing_ = false;
+    isLooking_ = false;
 }
 
 void CastStream::Session::reconnect()
@@ -272,6 +304,15 @@ void CastStream::Session::reconnect()
     isReconnecting_ = true;
     if (auto connected = connectStream(); !connected)
         stop(connected.error());
+}
+
+/// The desktop sends a picture to a stream that starts, and so to one that goes on after a pause; format and buffers stay.
+void CastStream::Session::look()
+{
+    if (sharesEveryChange_ || pw_stream_set_active(stream_.get(), false) < 0)
+        return;
+    nextLook_ = MonotonicClock::now() + lookInterval;
+    isPausing_ = true;
 }
 
 void CastStream::Session::watchNode(const char* type)
@@ -290,6 +331,8 @@ void CastStream::Session::onState(pw_stream_state state, const char* error)
 {
     if (state == PW_STREAM_STATE_ERROR)
         stop(PortalErrorCode::windowUnavailable, std::string{"The desktop no longer shares the window: "} + (error ? error : "no reason."));
+    else if (state == PW_STREAM_STATE_PAUSED && std::exchange(isPausing_, false))
+        isLooking_ = pw_stream_set_active(stream_.get(), true) >= 0;
     else if (state == PW_STREAM_STATE_UNCONNECTED)
         stop(PortalErrorCode::windowUnavailable, "The desktop no longer shares the window.");
 }
@@ -303,6 +346,7 @@ void CastStream::Session::onFormat(const spa_pod* parameter)
         return stop(PortalErrorCode::unsupportedPixels, "The desktop shares the window in a format that cannot be read.");
     const bool isConnectedAnew = std::exchange(isReconnecting_, false);
     format_ = format;
+    isSeen_ = false;
     lastTime_.reset();
     CastParameters parameters;
     auto buffers = parameters.buffers(*format_);
@@ -340,6 +384,7 @@ void CastStream::Session::examine(pw_buffer* buffer)
 {
     const auto found = buffers_.find(buffer);
     const auto news = found == buffers_.end() ? CastNews{} : found->second->news();
+    const bool wasLook = std::exchange(isLooking_, false);
     const bool isRepeat = newest_ && news.time && news.time == lastTime_ && news.damage.empty();
     auto picture = format_ && found != buffers_.end() ? found->second->picture(*format_) : std::nullopt;
     if (isRepeat || !picture) {
@@ -347,17 +392,25 @@ void CastStream::Session::examine(pw_buffer* buffer)
         pw_stream_queue_buffer(stream_.get(), buffer);
         return;
     }
+    picture->content = windowIn(*picture, *found->second);
+    if (wasLook && newest_ && isAsNewest(*picture, *found->second)) {
+        pw_stream_queue_buffer(stream_.get(), buffer);
+        return;
+    }
     if (auto* older = std::exchange(newest_, buffer))
         pw_stream_queue_buffer(stream_.get(), older);
-    picture->content = windowIn(*picture, *found->second);
     newestPicture_ = *picture;
+    isSeen_ = true;
     newestTime_ = news.time == lastTime_ ? std::nullopt : news.time;
     lastTime_ = news.time;
-    pw_loop_update_timer(loop(), watchdog_.get(), nullptr, nullptr, false);
+    if (sharesEveryChange_)
+        pw_loop_update_timer(loop(), watchdog_.get(), nullptr, nullptr, false);
+    else
+        armWatchdog(std::max<std::chrono::nanoseconds>(lookAfter, nextLook_ - MonotonicClock::now()));
 
     if (pictures_) {
         std::optional<std::vector<PixelRect>> damage;
-        if (!missedSome_ && !news.damage.empty()) {
+        if (!missedSome_ && !wasLook && !news.damage.empty()) {
             damage.emplace();
             for (const auto& rectangle : news.damage) {
                 const auto seen = rectangle.intersected(picture->content);
@@ -369,6 +422,17 @@ void CastStream::Session::examine(pw_buffer* buffer)
     missedSome_ = false;
     if (!std::exchange(hadPicture_, true))
         callbacks_.firstPicture(picture->content.width, picture->content.height, application_);
+}
+
+bool CastStream::Session::isAsNewest(const CastPicture& picture, const CastBuffer& buffer) const
+{
+    const auto& newest = *buffers_.at(newest_);
+    newest.beginReading();
+    buffer.beginReading();
+    const bool isSame = haveSamePixels(picture, newestPicture_);
+    buffer.endReading();
+    newest.endReading();
+    return isSame;
 }
 
 /// Looked for once per crop, so that it does not move with what the window shows.

@@ -402,6 +402,43 @@ TEST_F(CastStreamTest, AfterALostFirstPictureANewFormatWithoutPicturesConnectsAn
     EXPECT_TRUE(recorder.stops().empty());
 }
 
+TEST_F(CastStreamTest, WhatChangedLastIsFetchedOnceTheWindowStandsStill)
+{
+    open();
+    cast->showAndChange(1, 2);
+    watcher.waitForSize();
+    attach();
+    waitForNumber(2);
+    expectNumbersAndNoOthers({1, 2});
+    EXPECT_TRUE(recorder.stops().empty());
+    cast->showAndChange(3, 4);
+    waitForNumber(4);
+    expectNumbersAndNoOthers({1, 2, 3, 4});
+}
+
+TEST_F(CastStreamTest, AWindowThatShowedEverythingIsLookedAtOnceAndGivesNoNewPicture)
+{
+    openAndAttach();
+    cast->waitForConnections(2);
+    const auto first = recorder.pictures().back();
+    // One every half second: looks could be due several times over.
+    recorder.waitForPictures(recorder.pictures().size() + 6);
+    EXPECT_EQ(cast->connections(), 2) << "the first, and the stream going on after a pause";
+    const auto pictures = recorder.pictures();
+    EXPECT_EQ(pictures.back().address, first.address);
+    EXPECT_TRUE(pictures.back().change.dirty.empty());
+    expectNumbersAndNoOthers({1});
+}
+
+TEST_F(CastStreamTest, ADesktopThatSharesEveryChangeIsNotAskedForMore)
+{
+    cast = std::make_unique<TestCast>(TestCast::Options{.name = "kwin-screencast-org.example.player"});
+    openAndAttach();
+    const auto before = cast->connections();
+    recorder.waitForPictures(recorder.pictures().size() + 4);
+    EXPECT_EQ(cast->connections(), before);
+}
+
 TEST_F(CastStreamTest, TheApplicationIsToldWhereTheNodesNameTellsIt)
 {
     cast = std::make_unique<TestCast>(TestCast::Options{.name = "kwin-screencast-org.example.Player"});

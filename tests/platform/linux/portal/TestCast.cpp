@@ -50,9 +50,11 @@ struct TestCast::Implementation {
     std::vector<std::uint32_t> picture;  // as it was shown last
     bool isStreaming = false;
     int connections = 0;
+    int connectionsBefore = 0;  // when the window last changed without telling
     std::vector<pw_buffer*> buffers;
     std::vector<pw_buffer*> free;  // taken out of the stream
     std::optional<Frame> last;
+    std::optional<Frame> untold;  // for whoever begins
 
     ThreadLoopHandle loop;
     LoopSource timer;
@@ -191,6 +193,8 @@ struct TestCast::Implementation {
     void repeat()
     {
         collect();
+        if (untold && connections > connectionsBefore && isStreaming && !free.empty())
+            return show(*std::exchange(untold, std::nullopt));
         if (last && !free.empty())
             handOver(*last);
     }
@@ -295,6 +299,15 @@ void TestCast::showIfWanted(std::uint32_t number)
     ThreadLoopLock lock{implementation_->loop.get()};
     implementation_->collect();
     implementation_->show({.number = number, .crop = {}, .damage = {}, .time = {}});
+}
+
+void TestCast::showAndChange(std::uint32_t shown, std::uint32_t untold)
+{
+    ThreadLoopLock lock{implementation_->loop.get()};
+    implementation_->waitForBuffer();
+    implementation_->connectionsBefore = implementation_->connections;
+    implementation_->untold = Frame{.number = untold, .crop = {}, .damage = {}, .time = {}};
+    implementation_->show({.number = shown, .crop = {}, .damage = {}, .time = {}});
 }
 
 void TestCast::showInVain(const Frame& frame)

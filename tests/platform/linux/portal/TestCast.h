@@ -50,6 +50,10 @@ public:
     /// Only if somebody takes pictures just now.
     void showIfWanted(std::uint32_t number);
 
+    /// Shows the one, and by the time that it is shown the window has changed to the other, of which only those are told who begin to take
+    /// pictures after that.
+    void showAndChange(std::uint32_t shown, std::uint32_t untold);
+
     /// Hands over a picture that is not kept, and waits until its buffer comes back.
     void showInVain(const Frame& frame);
     void show(std::uint32_t number) { show({.number = number, .crop = {}, .damage = {}, .time = {}}); }
