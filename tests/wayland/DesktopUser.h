@@ -45,9 +45,6 @@ public:
     /// Whether programs may ask for keys here.
     [[nodiscard]] virtual bool desktopHasShortcuts() const = 0;
 
-    /// Whether the desktop is known not to share everything that a window last showed before it stood still.
-    [[nodiscard]] virtual bool mayMissLastFrames() const = 0;
-
     /// Chooses the first window in the desktop's dialog, which is open, and lets the program remember it.
     virtual void chooseFirstWindow() = 0;
 

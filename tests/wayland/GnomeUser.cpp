@@ -96,8 +96,6 @@ public:
     }
 
     [[nodiscard]] bool desktopHasShortcuts() const override { return false; }
-    [[nodiscard]] bool mayMissLastFrames() const override { return true; }
-
     void awaitChooser() override
     {
         if (!AssistiveTechnology::find("frame", "Screen Share", "xdg-desktop-portal-gnome"))

@@ -86,8 +86,6 @@ public:
     }
 
     [[nodiscard]] bool desktopHasShortcuts() const override { return true; }
-    [[nodiscard]] bool mayMissLastFrames() const override { return false; }
-
     /// Its controls are known before it is on the screen.
     void awaitChooser() override
     {
