@@ -9,6 +9,7 @@
 #include <QMargins>
 #include <QQuickView>
 #include <QRegion>
+#include <QScreen>
 #include <QVariantAnimation>
 
 #include <cmath>
@@ -54,15 +55,19 @@ public:
 
     void place() override
     {
-        if (!view_)
-            makeView();
-        setHasShadow(services_.floatingWindows->areComposited());
         const auto workArea = mainWorkArea(*services_.windowActivation);
+        // A window keeps its pixels when it goes to a monitor on which a point has another number of them.
+        if (!view_ || (workArea && workArea->screen->devicePixelRatio() != view_->devicePixelRatio())) {
+            inFront_.reset();
+            makeView();
+        }
+        if (workArea)
+            view_->setScreen(workArea->screen);
+        setHasShadow(services_.floatingWindows->areComposited());
         if (!workArea)
             return;
         const auto& free = workArea->area;
         const int margin = model_.shadowMargin();
-        view_->setScreen(workArea->screen);
         view_->setPosition(free.x() + free.width() - fromRightEdge - margin, free.y() + fromTopEdge - margin);
     }
 
