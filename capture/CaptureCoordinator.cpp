@@ -137,7 +137,8 @@ void CaptureCoordinator::toggleRecording()
     if (isRecording())
         stopRecording();
     else
-        startRecording();
+        // What stands in its way is told by captureFailed().
+        static_cast<void>(startRecording());
 }
 
 Result<void> CaptureCoordinator::startRecording(const CallerTells& callerTells)

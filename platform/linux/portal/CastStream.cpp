@@ -51,7 +51,8 @@ bool haveSamePixels(const CastPicture& one, const CastPicture& other)
     if (one.content != other.content)
         return false;
     const auto rowOf = [](const CastPicture& picture, std::int32_t y) {
-        return picture.pixels + static_cast<std::size_t>(y) * picture.bytesPerRow + static_cast<std::size_t>(picture.content.x) * bytesPerPixel;
+        return picture.pixels + static_cast<std::size_t>(y) * picture.bytesPerRow
+            + static_cast<std::size_t>(picture.content.x) * bytesPerPixel;
     };
     const auto bytes = static_cast<std::size_t>(one.content.width) * bytesPerPixel;
     for (auto y = one.content.y; y < one.content.y + one.content.height; ++y) {
