@@ -85,7 +85,7 @@ Result<void> PipeWireAudioSource::Session::start()
     loop_ = std::move(*made);
     auto* loop = pw_thread_loop_get_loop(loop_.get());
     // The configuration for clients that process in real time: it raises the priority of the thread that copies.
-    context_.reset(pw_context_new(loop, pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0));
+    context_.reset(pw_context_new(loop, pw_properties_new(PW_KEY_CONFIG_NAME, realTimeConfiguration(), nullptr), 0));
     if (!context_)
         return fail(posixError(errno, "PipeWire gave no context"));
     arrived_ = LoopSource{loop,

@@ -4,6 +4,7 @@
 #include "base/Result.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <memory>
 #include <pipewire/pipewire.h>
 #include <utility>
@@ -35,6 +36,16 @@ inline void startPipeWire()
         return true;
     }();
     static_cast<void>(isStarted);
+}
+
+/// The configuration whose clients' data threads are real-time ones. 1.4 has one for all clients, and complains of the other's name. Asks the
+/// library that runs, which need not be the one that was compiled with.
+[[nodiscard]] inline const char* realTimeConfiguration()
+{
+    int major = 0;
+    int minor = 0;
+    const bool isKnown = std::sscanf(pw_get_library_version(), "%d.%d", &major, &minor) == 2;
+    return isKnown && (major > 1 || (major == 1 && minor >= 4)) ? "client.conf" : "client-rt.conf";
 }
 
 /// A loop with a thread of its own, of that name.
