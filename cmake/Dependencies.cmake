@@ -29,8 +29,8 @@ if(VELMORA_BENCHMARKS)
 endif()
 
 # The headers of these libraries need not meet our warnings.
-foreach(target PkgConfig::XCB PkgConfig::XCB_XTEST PkgConfig::XKBCOMMON PkgConfig::PIPEWIRE PkgConfig::MPV PkgConfig::PULSE PkgConfig::LIBAV PkgConfig::LIBAVFORMAT
-        PkgConfig::LIBAVFILTER PkgConfig::WEBP)
+foreach(target PkgConfig::XCB PkgConfig::XCB_XTEST PkgConfig::XKBCOMMON PkgConfig::PIPEWIRE PkgConfig::MPV PkgConfig::PULSE PkgConfig::LIBAV
+               PkgConfig::LIBAVFORMAT PkgConfig::LIBAVFILTER PkgConfig::WEBP)
     if(TARGET ${target})
         get_target_property(directories ${target} INTERFACE_INCLUDE_DIRECTORIES)
         if(directories)
