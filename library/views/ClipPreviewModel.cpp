@@ -42,6 +42,7 @@ ClipPreviewModel::ClipPreviewModel(std::filesystem::path clipURL, Services servi
     : QObject(parent)
     , clipURL_(std::move(clipURL))
     , services_(std::move(services))
+    , firstPicture_(clipURL_, services_.assetReader, services_.mainExecutor)
     , smallFile_(services_.smallFiles, [this] {
         const bool isOfSavedClip = hasSavedClip() && services_.smallFiles->status(savedClip_);
         return std::optional{isOfSavedClip ? savedClip_ : clipURL_};
@@ -59,7 +60,17 @@ void ClipPreviewModel::setupPlayer()
     if (std::exchange(isShown_, true))
         return;
     problem_.clear();
-    loadFirstPicture();
+    // The linker loads one library at a time: the player's come after what this picture needs.
+    firstPicture_.load([this](bool isThere) {
+        if (!isShown_)
+            return;
+        if (isThere)
+            emit pictureChanged();
+        services_.players->prepare([later = self_.weak()] {
+            if (const auto self = later.lock())
+                self->makePlayer();
+        });
+    });
     services_.assetReader->loadDuration(clipURL_, [later = self_.weak(), executor = services_.mainExecutor](Result<MediaTime> duration) {
         executor->async([later, duration = std::move(duration)] {
             const auto self = later.lock();
@@ -80,40 +91,6 @@ void ClipPreviewModel::setupPlayer()
         });
 }
 
-void ClipPreviewModel::loadFirstPicture()
-{
-    if (pictureSize_.isEmpty())
-        return preparePlayer();
-    // The linker loads one library at a time, and the player's are four times what this picture needs.
-    services_.assetReader->generateImage(clipURL_, MediaTime::zero(), pictureSize_.width(), pictureSize_.height(),
-        [later = self_.weak(), executor = services_.mainExecutor](Result<PixelBufferRef> picture) {
-            executor->async([later, picture = std::move(picture)] {
-                const auto self = later.lock();
-                if (!self || !self->isShown_)
-                    return;
-                if (picture && self->awaitsFirstPicture()) {
-                    self->firstPicture_ = image(*picture);
-                    emit self->pictureChanged();
-                }
-                self->preparePlayer();
-            });
-        });
-}
-
-/// Not once the user has gone elsewhere in the clip.
-bool ClipPreviewModel::awaitsFirstPicture() const
-{
-    return !hasPlayersPicture_ && shownTime_ == MediaTime::zero();
-}
-
-void ClipPreviewModel::preparePlayer()
-{
-    services_.players->prepare([later = self_.weak()] {
-        if (const auto self = later.lock())
-            self->makePlayer();
-    });
-}
-
 void ClipPreviewModel::makePlayer()
 {
     if (!isShown_ || player_)
@@ -124,8 +101,7 @@ void ClipPreviewModel::makePlayer()
         return fail(QString::fromStdString(player.error().localizedDescription));
     player_ = std::move(*player);
     player_->setPictureObserver([this] {
-        hasPlayersPicture_ = true;
-        firstPicture_ = {};
+        firstPicture_.drop();
         emit pictureChanged();
     });
     player_->setFailureObserver([this](const Error& error) { fail(QString::fromStdString(error.localizedDescription)); });
@@ -156,14 +132,13 @@ void ClipPreviewModel::tearDown()
 {
     isShown_ = false;
     isPlayingWanted_ = false;
-    firstPicture_ = {};
+    firstPicture_.drop();
     if (!player_)
         return;
     player_->pause();
     if (timeObserverToken_)
         player_->removeTimeObserver(*std::exchange(timeObserverToken_, {}));
     player_.reset();
-    hasPlayersPicture_ = false;
     setPlaying(false);
     emit playerChanged();
 }
@@ -210,12 +185,7 @@ QString ClipPreviewModel::formatTenths(double seconds)
 
 bool ClipPreviewModel::drawPicture(const platform::PictureTarget& target) const
 {
-    if (player_ && player_->drawPicture(target))
-        return true;
-    if (firstPicture_.isNull())
-        return false;
-    drawFitted(firstPicture_, target);
-    return true;
+    return (player_ && player_->drawPicture(target)) || firstPicture_.draw(target);
 }
 
 void ClipPreviewModel::togglePlaying()
@@ -325,7 +295,7 @@ void ClipPreviewModel::seek(double seconds)
 {
     currentTime_ = seconds;
     shownTime_ = mediaTime(seconds);
-    if (!std::exchange(firstPicture_, {}).isNull())
+    if (firstPicture_.drop())
         emit pictureChanged();
     if (player_ && cut_.isThere())
         player_->setForwardPlaybackEndTime(playbackEnd());

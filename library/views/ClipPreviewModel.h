@@ -3,6 +3,7 @@
 
 #include "base/SelfReference.h"
 #include "library/ClipLibrary.h"
+#include "library/views/FirstPicture.h"
 #include "library/views/PreviewCut.h"
 #include "library/views/RunningExports.h"
 #include "library/views/SmallFileStatus.h"
@@ -93,7 +94,7 @@ public:
     ~ClipPreviewModel() override;
 
     /// How large the view draws the picture, in pixels. For the first one of the clip, which is drawn until the player has its own.
-    void setPictureSize(const QSize& pixels) { pictureSize_ = pixels; }
+    void setPictureSize(const QSize& pixels) { firstPicture_.setSize(pixels); }
 
     /// The view is shown: loads the first picture, makes the player, once what it needs is loaded, and loads what the file says about
     /// itself.
@@ -227,10 +228,7 @@ signals:
     void dismissed();
 
 private:
-    void loadFirstPicture();
-    void preparePlayer();
     void makePlayer();
-    [[nodiscard]] bool awaitsFirstPicture() const;
     void playIfWanted();
     void timePassed(MediaTime time);
     void setPlaying(bool isPlaying);
@@ -256,9 +254,7 @@ private:
     bool isShown_ = false;
     bool isLengthAnswered_ = false;
     bool isPlayingWanted_ = false;  // before it can play
-    QSize pictureSize_;
-    QImage firstPicture_;  ///< the clip's, until the player has one
-    bool hasPlayersPicture_ = false;
+    FirstPicture firstPicture_;  // until the player has one, and while it would be the right one
     std::unique_ptr<platform::Player> player_;
     std::optional<platform::Player::TimeObserverToken> timeObserverToken_;
     QString problem_;
