@@ -90,7 +90,7 @@ void FittedView::fit()
 {
     if (given_.isEmpty() || !screen())
         return;
-    const auto frame = frameMargins().isNull() ? usualFrame : frameMargins();
+    const auto frame = frameMargins().isNull() && !isExposed() ? usualFrame : frameMargins();
     const auto size = fittingSize(given_, workArea_.isEmpty() ? workAreaSize(*screen()) : workArea_.size(), frame);
     if (size == fitted_)
         return;

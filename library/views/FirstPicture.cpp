@@ -6,7 +6,8 @@
 
 namespace velmora {
 
-FirstPicture::FirstPicture(std::filesystem::path clip, std::shared_ptr<platform::AssetReader> reader, std::shared_ptr<Executor> mainExecutor)
+FirstPicture::FirstPicture(
+    std::filesystem::path clip, std::shared_ptr<platform::AssetReader> reader, std::shared_ptr<Executor> mainExecutor)
     : clip_(std::move(clip))
     , reader_(std::move(reader))
     , mainExecutor_(std::move(mainExecutor))

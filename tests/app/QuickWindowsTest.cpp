@@ -85,10 +85,10 @@ protected:
 
 TEST_F(QuickWindowsTest, AWindowThatFitsHasItsGivenSizeInTheMiddleOfWhatIsFree)
 {
-    activation->screen = {frame, {10, 20, 700, 566}};
+    activation->screen = {frame, {10, 20, 700, 600}};
     auto* view = open({WindowContent::onboarding, 640, 530, true, false, "fits", {}});
     ASSERT_TRUE(view);
-    EXPECT_EQ(view->geometry(), (QRect{40, 38, 640, 530}));
+    EXPECT_EQ(view->geometry(), (QRect{40, 55, 640, 530}));
     EXPECT_EQ(view->minimumSize(), (QSize{640, 530}));
     EXPECT_EQ(view->maximumSize(), (QSize{640, 530}));
     ASSERT_TRUE(view->rootObject());
@@ -116,7 +116,7 @@ TEST_F(QuickWindowsTest, AWindowThatDoesNotFitHasTheWorkAreasSizeAndItsViewWithI
     activation->screen = {frame, {0, 0, 700, 436}};
     auto* view = open({WindowContent::onboarding, 640, 530, true, false, "too high", {}});
     ASSERT_TRUE(view);
-    EXPECT_EQ(view->size(), (QSize{640, 436}));
+    EXPECT_EQ(view->size(), (QSize{640, 399})) << "with room for a frame";
     EXPECT_EQ(view->minimumSize(), view->size());
     EXPECT_EQ(view->maximumSize(), view->size());
     view->show();
@@ -131,7 +131,7 @@ TEST_F(QuickWindowsTest, AWindowThatCanBeResizedStaysUsableWhenItIsMadeLarger)
     activation->screen = {frame, {0, 0, 500, 436}};
     auto* view = open({WindowContent::clipPreview, 680, 600, true, true, "too large", {}});
     ASSERT_TRUE(view);
-    EXPECT_EQ(view->size(), (QSize{500, 436}));
+    EXPECT_EQ(view->size(), (QSize{498, 399})) << "with room for a frame";
     EXPECT_GT(view->maximumSize().width(), 1000);
     view->show();
     application.processEvents();

@@ -94,6 +94,17 @@ TEST_F(FittedViewTest, ItLeavesRoomForAFrameBeforeItHasOneAndTakesWhatThatLeaves
     EXPECT_TRUE(QRect(0, 0, 700, 500).contains(view.frameGeometry()));
 }
 
+TEST_F(FittedViewTest, WhereNothingIsPutRoundItItTakesAllOfTheWorkArea)
+{
+    view.setFlags(Qt::FramelessWindowHint);
+    view.setWorkArea({0, 0, 700, 500});
+    view.setGivenSize({680, 600}, true);
+    view.show();
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(view.frameMargins().isNull());
+    EXPECT_EQ(view.size(), QSize(680, 500));
+}
+
 TEST_F(FittedViewTest, AFixedWindowFollowsTheSizeOfItsContents)
 {
     load("Rectangle { implicitWidth: 300; implicitHeight: 200 }");
