@@ -43,6 +43,11 @@ std::unique_ptr<MovieMuxer> MovieMuxer::create(const char* format, const engine:
 
 MovieMuxer::~MovieMuxer()
 {
+    // Some formats let go of what they hold back only at the file's end.
+    if (isRunning_) {
+        isGivenUp_ = true;
+        av_write_trailer(context_);
+    }
     if (context_ && context_->pb) {
         av_freep(&context_->pb->buffer);
         avio_context_free(&context_->pb);
@@ -67,7 +72,9 @@ AVStream* MovieMuxer::addStream()
 
 int MovieMuxer::begin()
 {
-    return std::min(0, avformat_write_header(context_, nullptr));
+    const int error = avformat_write_header(context_, nullptr);
+    isRunning_ = error >= 0;
+    return std::min(0, error);
 }
 
 int MovieMuxer::setOption(const char* name, std::int64_t value)
@@ -84,6 +91,7 @@ int MovieMuxer::add(AVPacket& packet, const AVStream& stream, AVRational timeBas
 
 int MovieMuxer::end()
 {
+    isRunning_ = false;
     const int error = av_write_trailer(context_);
     avio_flush(context_->pb);
     return failure_ ? AVERROR(EIO) : error;
@@ -91,6 +99,8 @@ int MovieMuxer::end()
 
 int MovieMuxer::write(std::span<const std::byte> bytes)
 {
+    if (isGivenUp_)
+        return static_cast<int>(bytes.size());
     const auto written = write_(static_cast<std::uint64_t>(position_), bytes);
     if (!written) {
         failure_ = written.error();

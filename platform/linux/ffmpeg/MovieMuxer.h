@@ -48,6 +48,8 @@ private:
     std::int64_t position_ = 0;
     std::int64_t size_ = 0;
     std::optional<Error> failure_;
+    bool isRunning_ = false;  ///< begun, and not ended
+    bool isGivenUp_ = false;  ///< nobody takes its bytes any more
 };
 
 }  // namespace velmora::linux_backend
