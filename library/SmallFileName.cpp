@@ -116,8 +116,12 @@ platform::ExportSession::NextOutputURL namesFor(const std::filesystem::path& cli
     return [folder, name, extension, files = std::move(files), number = 0U]() mutable -> std::optional<std::filesystem::path> {
         constexpr unsigned most = 1'000'000;
         while (number < most) {
-            const auto path = folder / (name + (number > 0 ? "-" + std::to_string(number) : std::string{}) + extension);
+            auto fileName = name;
+            if (number > 0)
+                fileName += '-' + std::to_string(number);
+            fileName += extension;
             ++number;
+            const auto path = folder / fileName;
             if (!files->fileExists(path))
                 return path;
         }

@@ -14,7 +14,6 @@ namespace velmora::engine {
 namespace {
 
 using platform::CopyFormat;
-using platform::TranscodingErrorCode;
 using platform::TranscodingReport;
 
 /// A first impression of a long clip, from parts of it.

@@ -144,7 +144,7 @@ private:
         engine::CodedSamples& source, const engine::MovieEncoding& encoding, const std::function<bool(double)>& progress)
     {
         palette_.reset();
-        const auto filtered = filterPictures(
+        auto filtered = filterPictures(
             source, {format_, encoding, paletteFilter + std::to_string(encoding.colours) + "[out]"}, progress, [&](AVFrame& picture) {
                 palette_.reset(av_frame_clone(&picture));
                 return palette_ ? 0 : AVERROR(ENOMEM);

@@ -101,7 +101,7 @@ Result<bool> filterPictures(
     const auto& encoding = pictures.encoding;
     Filtering filtering{pictures, take};
     const auto length = static_cast<double>(std::max<std::int64_t>(1, encoding.end - encoding.begin));
-    const auto shown = showPictures(
+    auto shown = showPictures(
         std::move(*decoder), source, {encoding.begin, encoding.end, encoding.timing},
         [&](std::int64_t time) { return progress(static_cast<double>(time - encoding.begin) / length); },
         [&](AVFrame& frame, const std::vector<std::int64_t>& times) -> Result<bool> {
