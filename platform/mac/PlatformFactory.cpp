@@ -88,10 +88,11 @@ PlatformServices makePlatformServices(const std::shared_ptr<Executor>& mainExecu
     // Without a decoder of sound and an encoder of single pictures a cut begins at the picture that can be decoded by itself.
     services.exportSessions =
         engine::makeExportSessions({.makeAudioEncoder = makeAudioEncoder, .makePacketDecoder = {}, .makePictureReencoder = {}});
-    services.clipTranscoder = engine::makeClipTranscoder([]() -> Result<std::unique_ptr<engine::ClipCodecs>> {
+    const auto notYet = [] {
         return fail(std::string{transcodingErrorDomain}, static_cast<int>(TranscodingErrorCode::unsupported),
             "Clips cannot be made smaller on a Mac yet.");
-    });
+    };
+    services.clipTranscoder = engine::makeClipTranscoder(notYet, notYet);
     services.players = makePlayers(mainExecutor);
     services.hotKeyCenter = makeHotKeyCenter();
     auto notifications = makeUserNotificationCenters();
