@@ -128,8 +128,12 @@ void PipeWireServer::startPrograms()
             pulse_ = std::make_unique<ChildProcess>(std::vector<std::string>{"pipewire-pulse"});
         return outputOf({"pactl", "get-default-sink"}) == std::string{sinkName} + "\n";
     };
+    // A sink that is being set up is there, and refuses its first stream now and then, after which a player has ended.
+    const std::string rehearsal = "head -c 1920 /dev/zero | pacat --raw --latency-msec=20 --rate=48000 --channels=2";
     try {
         waitUntil(isReady, "the sink");
+        waitUntil([&] { return ChildProcess{{"sh", "-c", rehearsal}}.wait() == 0; }, "a stream");
+        waitUntil([] { return outputOf({"pactl", "list", "short", "sink-inputs"}).empty(); }, "the end of the stream");
     } catch (const std::runtime_error& error) {
         // Hundreds of questions asked in vain would hide in the report what the servers said.
         throw std::runtime_error(

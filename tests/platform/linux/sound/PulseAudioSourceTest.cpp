@@ -5,11 +5,9 @@
 #include "tests/support/sound/Recorder.h"
 #include "tests/support/sound/SoundServer.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 #include <memory>
 #include <sstream>
-#include <thread>
 #include <unistd.h>
 
 namespace velmora::linux_backend {
@@ -143,8 +141,7 @@ TEST_F(PulseAudioSourceTest, AServerThatIsPipeWiresAfterARestartIsNotRecorded)
     std::filesystem::remove(session_.directory() / "run" / "pulse" / "native");
     const test::PipeWireServer other{session_};
     const ChildProcess target{{"paplay", tone440_.string()}};
-    while (onlySinkInput().empty())
-        std::this_thread::sleep_for(std::chrono::milliseconds{50});
+    ASSERT_TRUE(recorder_.waitUntil([] { return !onlySinkInput().empty(); }));
     const auto begin = recorder_.position();
     ASSERT_TRUE(recorder_.waitFor(begin, 96000));
     for (const float sample : recorder_.samples(begin, 96000))

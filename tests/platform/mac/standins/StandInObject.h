@@ -81,7 +81,8 @@ struct String : Object {
 
 }  // namespace velmora::standin
 
-/// Defines a text that a framework exports under this name.
+/// Defines a text that a framework exports under this name. The reference is there before any constructor runs, as an export of a framework
+/// is: the order in which sources are linked says nothing.
 #define CONSTANT_STRING(name)                                                                                                              \
     static velmora::standin::String name##Text{#name, true};                                                                               \
-    extern "C" const CFStringRef name = velmora::standin::referenceTo<CFStringRef>(name##Text)
+    extern "C" const CFStringRef name = (CFStringRef)(&static_cast<velmora::standin::Object&>(name##Text))
