@@ -24,7 +24,7 @@ void measure(Figures& figures)
 {
     const TemporaryDirectory directory;
     writeNoise(directory.path() / "noise.wav", 60 * (minutes + 1));
-    const NumberedWindow window{{"--size", "1280x720", "--scene", "--motion", "25"}, directory.path() / "noise.wav"};
+    const NumberedWindow window{{"--size", "1280x720", "--scene", "grain", "--motion", "25"}, directory.path() / "noise.wav"};
     awaitPlayingStreams(1);
     RecordingProcess recording{window.id(), directory.path() / "clip.mp4"};
     if (!recording.hasFragment())

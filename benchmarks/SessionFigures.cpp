@@ -74,7 +74,7 @@ void measure(Figures& figures)
     TrayProgram program;
     record(3s);
     figures.add("Resident with the small window of a desktop without a tray", residentMegabytes(program.processID()), 1, "MB");
-    NumberedWindow window{{"--size", "1280x720", "--scene", "--motion", "25", "--still"}};
+    NumberedWindow window{{"--size", "1280x720", "--scene", "grain", "--motion", "25", "--still"}};
     const auto listed = awaitWindow(window.title());
     require(program.run({"select", std::to_string(listed.id)}).status == 0 && program.hasState("capturing"), "no capture");
     record(2s);

@@ -8,6 +8,14 @@
 
 namespace velmora::test {
 
+/// The window's place in a picture; the whole picture unless the window was fitted into one of another shape.
+struct PicturePart {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+};
+
 /// The strips cover the full width at the very top and at the very bottom of a window, so that a picture put together from two frames
 /// shows two numbers. Each has 20 blocks: white and black (so that a flat picture reads as nothing), 16 bits of the number modulo
 /// 65536, highest first (white is 1), the parity of the even bits and that of the odd bits. A window of at least 320 x 240 has
@@ -31,6 +39,14 @@ struct FrameNumberStrip {
         return parity(number, index - 2 - bitCount);
     }
 
+    /// What moves in a numbered window: that much of its height, between the strips.
+    static constexpr PicturePart movingPart(int pictureWidth, int pictureHeight, int percent)
+    {
+        const int between = pictureHeight - 2 * height(pictureHeight);
+        const int moving = std::min(between, pictureHeight * percent / 100);
+        return {0, height(pictureHeight) + (between - moving) / 2, pictureWidth, moving};
+    }
+
     static constexpr bool parity(std::uint32_t number, int phase)
     {
         bool odd = false;
@@ -47,14 +63,6 @@ struct PictureView {
     int width = 0;
     int height = 0;
     int bytesPerPixel = 4;
-};
-
-/// The window's place in a picture; the whole picture unless the window was fitted into one of another shape.
-struct PicturePart {
-    int x = 0;
-    int y = 0;
-    int width = 0;
-    int height = 0;
 };
 
 struct FrameNumberReading {

@@ -1,9 +1,9 @@
 // A window that draws numbered frames at a steady rate, for tests of everything that captures it.
 //
 //   numbered_window [--title TEXT] [--class NAME] [--pid-less] [--size WxH] [--position X,Y] [--override] [--fps N] [--frames N]
-//                   [--motion PERCENT] [--scene] [--still] [--log FILE]
+//                   [--motion PERCENT] [--scene NAME] [--still] [--log FILE]
 //
-// Noise moves in a part of the window, by default a quarter; the scene in all of it by default.
+// Noise moves in a part of the window, by default a quarter; a scene (Scene.h) in all of it by default.
 // Prints "ready WINDOWID" (decimal) when the window is mapped and shows its first frame. Each frame is composed in a pixmap, and what
 // changed is shown by one CopyArea. The log gets a line "NUMBER NANOSECONDS" a frame: the CLOCK_MONOTONIC time by which it was shown.
 // Commands on standard input, one a line: "resize WxH", "move X,Y", "title TEXT", "still", "go", "quit". Each is answered with "ok"
@@ -53,7 +53,7 @@ struct Options {
     double framesPerSecond = 60;
     std::int64_t frames = -1;  // shown before the last one stays; negative: no end
     std::optional<int> motionPercent;
-    bool showsScene = false;
+    const Scene* scene = nullptr;
     bool isStill = false;
     std::string log;
 };
@@ -81,10 +81,6 @@ std::optional<Options> parseOptions(int argc, char** argv)
             options.isStill = true;
             continue;
         }
-        if (name == "--scene") {
-            options.showsScene = true;
-            continue;
-        }
         if (index + 1 == argc)
             return std::nullopt;
         const char* value = argv[++index];
@@ -107,6 +103,10 @@ std::optional<Options> parseOptions(int argc, char** argv)
             options.frames = std::atoll(value);
         } else if (name == "--motion") {
             options.motionPercent = std::clamp(std::atoi(value), 0, 100);
+        } else if (name == "--scene") {
+            options.scene = Scene::named(value);
+            if (!options.scene)
+                return std::nullopt;
         } else if (name == "--log") {
             options.log = value;
         } else {
@@ -223,7 +223,7 @@ bool NumberedWindow::open()
     xcb_create_gc(connection_, changes_, window_, XCB_GC_GRAPHICS_EXPOSURES, &noExposures);
     makeNoise();
     makeBackground();
-    if (options_.showsScene)
+    if (options_.scene)
         makeScene();
     if (!options_.log.empty())
         log_.open(options_.log);
@@ -249,8 +249,8 @@ void NumberedWindow::makeNoise()
 /// All of it on the server, so that showing a frame costs this program next to nothing.
 void NumberedWindow::makeScene()
 {
-    for (std::uint32_t index = 0; index < Scene::count; ++index) {
-        const auto greys = Scene::picture(index, width_, height_);
+    for (std::uint32_t index = 0; index < options_.scene->count; ++index) {
+        const auto greys = options_.scene->picture(index, width_, height_);
         scene_.push_back(xcb_generate_id(connection_));
         xcb_create_pixmap(connection_, screen_->root_depth, scene_.back(), window_, static_cast<std::uint16_t>(width_),
             static_cast<std::uint16_t>(height_));
@@ -307,21 +307,21 @@ void NumberedWindow::drawFrame()
         xcb_poly_fill_rectangle(connection_, backing_, gc_, static_cast<std::uint32_t>(blocks[isWhite].size()), blocks[isWhite].data());
     }
 
-    const int middle = height_ - 2 * strip;
-    const int moving = std::min(middle, height_ * options_.motionPercent.value_or(options_.showsScene ? 100 : 25) / 100);
+    const auto moving = FrameNumberStrip::movingPart(width_, height_, options_.motionPercent.value_or(options_.scene ? 100 : 25));
     const auto width = static_cast<std::uint16_t>(width_);
     const xcb_rectangle_t areas[] = {{0, 0, width, static_cast<std::uint16_t>(strip)},
         {0, static_cast<std::int16_t>(height_ - strip), width, static_cast<std::uint16_t>(strip)},
-        {0, static_cast<std::int16_t>(strip + (middle - moving) / 2), width, static_cast<std::uint16_t>(moving)}};
-    if (moving > 0)
+        {0, static_cast<std::int16_t>(moving.y), width, static_cast<std::uint16_t>(moving.height)}};
+    if (moving.height > 0)
         drawMotion(areas[2]);
-    xcb_set_clip_rectangles(connection_, XCB_CLIP_ORDERING_UNSORTED, changes_, 0, 0, moving > 0 ? 3 : 2, areas);
+    xcb_set_clip_rectangles(connection_, XCB_CLIP_ORDERING_UNSORTED, changes_, 0, 0, moving.height > 0 ? 3 : 2, areas);
 }
 
 void NumberedWindow::drawMotion(xcb_rectangle_t area)
 {
     if (!scene_.empty()) {
-        xcb_copy_area(connection_, scene_[Scene::indexOf(number_)], backing_, gc_, area.x, area.y, area.x, area.y, area.width, area.height);
+        xcb_copy_area(
+            connection_, scene_[options_.scene->indexOf(number_)], backing_, gc_, area.x, area.y, area.x, area.y, area.width, area.height);
         return;
     }
     // Noise that moves, as a tiled fill.
