@@ -34,10 +34,8 @@ int main(int argc, char** argv)
         for (const auto& subject : subjects) {
             for (const int rate : {30, 60}) {
                 const auto name = std::string{subject.name} + " at " + std::to_string(rate);
-                const Load load{.name = name,
-                    .scene = Scene::named(subject.scene),
-                    .motionPercent = subject.motionPercent,
-                    .framesPerSecond = rate};
+                const Load load{
+                    .name = name, .scene = Scene::named(subject.scene), .motionPercent = subject.motionPercent, .framesPerSecond = rate};
                 figures.row([&] { compareRecorders(figures, programs, load); });
             }
         }

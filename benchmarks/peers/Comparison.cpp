@@ -54,10 +54,7 @@ double serverShareAtRest(pid_t server)
 /// What the moving part of the window looked like. The load has a scene.
 class Reference {
 public:
-    explicit Reference(const Load& load)
-        : load_(load), part_(FrameNumberStrip::movingPart(load.width, load.height, load.motionPercent))
-    {
-    }
+    explicit Reference(const Load& load) : load_(load), part_(FrameNumberStrip::movingPart(load.width, load.height, load.motionPercent)) { }
 
     void look(const PictureView& luma, const ClipPicture& picture)
     {
@@ -68,8 +65,7 @@ public:
         const auto skipped = static_cast<std::size_t>(part_.y);
         const auto width = static_cast<std::size_t>(part_.width);
         sum_ += structuralSimilarity({original.data() + skipped * width, width, part_.width, part_.height},
-            {reinterpret_cast<const std::uint8_t*>(luma.pixels) + skipped * luma.bytesPerRow, luma.bytesPerRow, part_.width,
-                part_.height});
+            {reinterpret_cast<const std::uint8_t*>(luma.pixels) + skipped * luma.bytesPerRow, luma.bytesPerRow, part_.width, part_.height});
         ++compared_;
     }
 
@@ -168,8 +164,8 @@ void compareRecorders(Figures& figures, const std::vector<Recorder>& recorders, 
     const TemporaryDirectory directory;
     const auto sound = directory.path() / "noise.wav";
     writeNoise(sound, 60 + 30 * static_cast<int>(recorders.size()));
-    std::vector<std::string> options{"--size", std::to_string(load.width) + "x" + std::to_string(load.height), "--fps",
-        std::to_string(load.framesPerSecond)};
+    std::vector<std::string> options{
+        "--size", std::to_string(load.width) + "x" + std::to_string(load.height), "--fps", std::to_string(load.framesPerSecond)};
     if (load.scene)
         options.insert(options.end(), {"--scene", std::string{load.scene->name}, "--motion", std::to_string(load.motionPercent)});
     else

@@ -10,8 +10,7 @@ namespace {
 
 constexpr std::uint32_t hash(int x, int y, std::uint32_t layer)
 {
-    std::uint32_t value =
-        static_cast<std::uint32_t>(x) * 0x9e3779b1U ^ static_cast<std::uint32_t>(y) * 0x85ebca6bU ^ layer * 0xc2b2ae35U;
+    std::uint32_t value = static_cast<std::uint32_t>(x) * 0x9e3779b1U ^ static_cast<std::uint32_t>(y) * 0x85ebca6bU ^ layer * 0xc2b2ae35U;
     value ^= value >> 15U;
     value *= 0x2c1b3c6dU;
     value ^= value >> 12U;
@@ -109,7 +108,7 @@ constexpr bool hasInk(int x, int y, int lineHeight, std::uint32_t layer)
     const bool isLeft = right < 2;
     const bool isRight = right > 4;
     const bool isUpper = down < 6;
-    const bool stroke[] = {down < 2, down == 5, down > 8, isLeft && isUpper, isLeft && !isUpper, isRight && isUpper, isRight && !isUpper};
+    const bool stroke[] = {down<2, down == 5, down> 8, isLeft && isUpper, isLeft && !isUpper, isRight && isUpper, isRight && !isUpper};
     for (std::uint32_t which = 0; which < std::size(stroke); ++which) {
         if (stroke[which] && (strokes >> (8 + which) & 1U) != 0)
             return true;
