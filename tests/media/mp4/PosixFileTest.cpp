@@ -142,6 +142,14 @@ TEST(PosixFile, DoesNotUpdateThroughALink)
     EXPECT_TRUE(PosixFile::openForReading(folder.path() / "link"));
 }
 
+TEST(PosixFile, SaysWhatIsNoFile)
+{
+    const TemporaryDirectory folder;
+    std::filesystem::create_directory(folder.path() / "clips.mp4");
+    EXPECT_EQ(PosixFile::openForReading(folder.path() / "clips.mp4").error().localizedDescription, "clips.mp4: This is a folder");
+    EXPECT_EQ(PosixFile::openForUpdating("/dev/full").error().localizedDescription, "full: This is not an ordinary file");
+}
+
 TEST(PosixFile, DoesNotOpenADevice)
 {
     EXPECT_EQ(PosixFile::openForUpdating("/dev/full").error().code, EINVAL);
