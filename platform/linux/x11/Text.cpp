@@ -1,7 +1,8 @@
 #include "platform/linux/x11/Text.h"
 
+#include "base/Utf8.h"
+
 #include <cstddef>
-#include <cstdint>
 
 namespace velmora::linux_backend {
 
@@ -19,28 +20,6 @@ bool isContinuation(unsigned char byte)
     return (byte & 0xc0) == 0x80;
 }
 
-/// Length of the valid sequence at the start of `text` (RFC 3629: shortest form, no surrogates); 0 when there is none.
-std::size_t sequenceLength(std::string_view text)
-{
-    const auto at = [text](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    const unsigned char first = at(0);
-    if (first < 0x80)
-        return 1;
-    const std::size_t length = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
-    if (first < 0xc2 || first > 0xf4 || text.size() < length)
-        return 0;
-    const unsigned char second = at(1);
-    const unsigned char low = first == 0xe0 ? 0xa0 : first == 0xf0 ? 0x90 : 0x80;
-    const unsigned char high = first == 0xed ? 0x9f : first == 0xf4 ? 0x8f : 0xbf;
-    if (second < low || second > high)
-        return 0;
-    for (std::size_t index = 2; index < length; ++index) {
-        if (!isContinuation(at(index)))
-            return 0;
-    }
-    return length;
-}
-
 }  // namespace
 
 std::string validUtf8(std::string_view bytes)
@@ -49,7 +28,7 @@ std::string validUtf8(std::string_view bytes)
     std::string result;
     result.reserve(bytes.size());
     while (!bytes.empty()) {
-        const auto length = sequenceLength(bytes);
+        const auto length = lengthOfUtf8Character(bytes);
         if (length > 0) {
             result += bytes.substr(0, length);
             bytes.remove_prefix(length);
