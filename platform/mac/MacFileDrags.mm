@@ -2,6 +2,7 @@
 
 #include "platform/mac/CfHandle.h"
 #include "platform/mac/ObjectiveC.h"
+#include "platform/mac/SystemExceptions.h"
 
 #import <AppKit/AppKit.h>
 
@@ -75,7 +76,7 @@ public:
             // A session without items is an exception.
             if (items.count == 0)
                 return;
-            [view beginDraggingSessionWithItems:items event:event source:[[VelmoraDraggingSource alloc] init]];
+            thrownBy([&] { [view beginDraggingSessionWithItems:items event:event source:[[VelmoraDraggingSource alloc] init]]; });
         }
     }
 };

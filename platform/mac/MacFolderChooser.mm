@@ -1,6 +1,7 @@
 #include "platform/mac/MacFolderChooser.h"
 
 #include "platform/mac/ObjectiveC.h"
+#include "platform/mac/SystemExceptions.h"
 
 #import <AppKit/AppKit.h>
 #include <utility>
@@ -59,12 +60,15 @@ public:
             dialogs_.push_back(dialog);
             const auto answer = std::make_shared<Completion>(std::move(completion));
             [NSApplication.sharedApplication activate];
-            [made beginWithCompletionHandler:^(NSModalResponse response) {
+            const auto ended = ^(NSModalResponse response) {
                 // The panel holds this block, which holds the panel until here.
                 NSOpenPanel* const answered = std::exchange(dialog->panel, nil);
                 if (answered)
                     std::exchange(*answer, nullptr)(choiceOf(answered, response));
-            }];
+            };
+            auto thrown = thrownBy([&] { [made beginWithCompletionHandler:ended]; });
+            if (thrown && std::exchange(dialog->panel, nil))
+                std::exchange(*answer, nullptr)(fail(std::move(*thrown)));
         }
     }
 

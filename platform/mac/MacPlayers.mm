@@ -3,6 +3,7 @@
 #include "platform/mac/MediaConversion.h"
 #include "platform/mac/ObjectiveC.h"
 #include "platform/mac/PictureScaling.h"
+#include "platform/mac/SystemExceptions.h"
 
 #import <AVFoundation/AVFoundation.h>
 #include <map>
@@ -312,7 +313,10 @@ public:
     Result<std::unique_ptr<Player>> makePlayer(const std::filesystem::path& file) override
     {
         @autoreleasepool {
-            return std::make_unique<MacPlayer>(file, mainExecutor_);
+            Result<std::unique_ptr<Player>> made = fail("Velmora.Player", 1, "The clip cannot be played.");
+            if (auto thrown = thrownBy([&] { made = std::make_unique<MacPlayer>(file, mainExecutor_); }))
+                return fail(std::move(*thrown));
+            return made;
         }
     }
 

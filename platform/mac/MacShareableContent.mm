@@ -2,6 +2,7 @@
 
 #include "platform/mac/CfHandle.h"
 #include "platform/mac/ObjectiveC.h"
+#include "platform/mac/SystemExceptions.h"
 
 #include <algorithm>
 #include <map>
@@ -98,19 +99,22 @@ public:
         @autoreleasepool {
             const auto once = std::make_shared<Completion>(std::move(completion));
             const auto objects = objects_;
-            [SCShareableContent getShareableContentExcludingDesktopWindows:excludingDesktopWindows
-                                                       onScreenWindowsOnly:onScreenWindowsOnly
-                                                         completionHandler:^(SCShareableContent* content, NSError* error) {
-                                                             auto answered = std::exchange(*once, nullptr);
-                                                             if (!answered)
-                                                                 return;
-                                                             if (!content)
-                                                                 return answered(fail(errorOf(error, "The windows cannot be listed.")));
-                                                             ListedObjects listed;
-                                                             auto result = contentOf(content, listed);
-                                                             objects->keep(std::move(listed));
-                                                             answered(std::move(result));
-                                                         }];
+            const auto listed = ^(SCShareableContent* content, NSError* error) {
+                auto answered = std::exchange(*once, nullptr);
+                if (!answered)
+                    return;
+                if (!content)
+                    return answered(fail(errorOf(error, "The windows cannot be listed.")));
+                ListedObjects found;
+                auto result = contentOf(content, found);
+                objects->keep(std::move(found));
+                answered(std::move(result));
+            };
+            answeringWhatIsThrown(once, [&] {
+                [SCShareableContent getShareableContentExcludingDesktopWindows:excludingDesktopWindows
+                                                           onScreenWindowsOnly:onScreenWindowsOnly
+                                                             completionHandler:listed];
+            });
         }
     }
 

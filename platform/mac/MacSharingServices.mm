@@ -1,6 +1,7 @@
 #include "platform/mac/MacSharingServices.h"
 
 #include "platform/mac/ObjectiveC.h"
+#include "platform/mac/SystemExceptions.h"
 
 #import <AppKit/AppKit.h>
 #include <array>
@@ -55,33 +56,36 @@ public:
     void perform(const std::string& identifier, const std::filesystem::path& file) override
     {
         @autoreleasepool {
-            NSURL* const url = urlOf(file);
-            if (!url)
-                return;
-            if (identifier == copyPath) {
-                NSPasteboard* const board = NSPasteboard.generalPasteboard;
-                [board clearContents];
-                [board setString:textFrom(file.native()) forType:NSPasteboardTypeString];
-                return;
-            }
-            NSMutableArray* const items = [[NSMutableArray alloc] init];
-            [items addObject:url];
-            if (identifier == platform::copyFileService) {
-                NSPasteboard* const board = NSPasteboard.generalPasteboard;
-                [board clearContents];
-                [board writeObjects:items];
-                return;
-            }
-            NSSharingService* const service = serviceOf(identifier);
-            if (![service canPerformWithItems:items])
-                return;
-            // Its window is open when this has returned.
-            last_ = service;
-            [service performWithItems:items];
+            if (NSURL* const url = urlOf(file))
+                thrownBy([&] { hand(url, file, identifier); });
         }
     }
 
 private:
+    void hand(NSURL* url, const std::filesystem::path& file, const std::string& identifier)
+    {
+        if (identifier == copyPath) {
+            NSPasteboard* const board = NSPasteboard.generalPasteboard;
+            [board clearContents];
+            [board setString:textFrom(file.native()) forType:NSPasteboardTypeString];
+            return;
+        }
+        NSMutableArray* const items = [[NSMutableArray alloc] init];
+        [items addObject:url];
+        if (identifier == platform::copyFileService) {
+            NSPasteboard* const board = NSPasteboard.generalPasteboard;
+            [board clearContents];
+            [board writeObjects:items];
+            return;
+        }
+        NSSharingService* const service = serviceOf(identifier);
+        if (![service canPerformWithItems:items])
+            return;
+        // Its window is open when this has returned.
+        last_ = service;
+        [service performWithItems:items];
+    }
+
     NSSharingService* last_ = nil;
 };
 

@@ -2,6 +2,7 @@
 
 #include "base/Mutex.h"
 #include "platform/mac/ObjectiveC.h"
+#include "platform/mac/SystemExceptions.h"
 
 #import <UserNotifications/UserNotifications.h>
 #include <array>
@@ -124,7 +125,9 @@ public:
     UNUserNotificationCenter* center()
     {
         if (!center_ && NSBundle.mainBundle.bundleIdentifier) {
-            center_ = [UNUserNotificationCenter currentNotificationCenter];
+            // One whose signature the system does not like has a bundle and may be refused all the same.
+            if (thrownBy([&] { center_ = [UNUserNotificationCenter currentNotificationCenter]; }))
+                return nil;
             receiver_ = [[VelmoraNotificationReceiver alloc] init];
             [receiver_ setHub:weak_from_this()];
             center_.delegate = receiver_;
@@ -231,16 +234,17 @@ public:
             if (!center)
                 return completion(fail(noBundle()));
             const auto once = std::make_shared<UniqueFunction<void(Result<void>)>>(std::move(completion));
-            [center addNotificationRequest:requestOf(request, centre_)
-                     withCompletionHandler:^(NSError* error) {
-                         auto answered = std::exchange(*once, nullptr);
-                         if (!answered)
-                             return;
-                         if (error)
-                             answered(fail(errorOf(error, "The notification cannot be shown.")));
-                         else
-                             answered({});
-                     }];
+            const auto added = ^(NSError* error) {
+                auto answered = std::exchange(*once, nullptr);
+                if (!answered)
+                    return;
+                if (error)
+                    answered(fail(errorOf(error, "The notification cannot be shown.")));
+                else
+                    answered({});
+            };
+            answeringWhatIsThrown(
+                once, [&] { [center addNotificationRequest:requestOf(request, centre_) withCompletionHandler:added]; });
         }
     }
 

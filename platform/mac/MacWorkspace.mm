@@ -2,6 +2,7 @@
 
 #include "platform/mac/ObjectiveC.h"
 #include "platform/mac/SleepWatch.h"
+#include "platform/mac/SystemExceptions.h"
 
 #import <AppKit/AppKit.h>
 #include <utility>
@@ -60,16 +61,14 @@ public:
     void open(const std::filesystem::path& path) override
     {
         @autoreleasepool {
-            if (NSURL* const url = urlOf(path))
-                [NSWorkspace.sharedWorkspace openURL:url];
+            open(urlOf(path));
         }
     }
 
     void openURL(std::string_view text) override
     {
         @autoreleasepool {
-            if (NSURL* const url = [NSURL URLWithString:textFrom(text)])
-                [NSWorkspace.sharedWorkspace openURL:url];
+            open([NSURL URLWithString:textFrom(text)]);
         }
     }
 
@@ -86,11 +85,17 @@ public:
                     [urls addObject:url];
             }
             if (urls.count > 0)
-                [NSWorkspace.sharedWorkspace activateFileViewerSelectingURLs:urls];
+                thrownBy([&] { [NSWorkspace.sharedWorkspace activateFileViewerSelectingURLs:urls]; });
         }
     }
 
 private:
+    static void open(NSURL* url)
+    {
+        if (url)
+            thrownBy([&] { [NSWorkspace.sharedWorkspace openURL:url]; });
+    }
+
     void observe()
     {
         screens_ = std::make_unique<Observation>(NSNotificationCenter.defaultCenter, NSApplicationDidChangeScreenParametersNotification,

@@ -3,6 +3,7 @@
 #include "platform/mac/MacCaptureStream.h"
 #include "platform/mac/MacShareableContent.h"
 #include "platform/mac/ObjectiveC.h"
+#include "platform/mac/SystemExceptions.h"
 
 #include <atomic>
 #include <utility>
@@ -155,12 +156,12 @@ public:
     Result<void> addOutput(StreamOutputType type) override
     {
         @autoreleasepool {
-            const bool isSound = type == StreamOutputType::audio;
             NSError* error = nil;
-            if (![stream_ addStreamOutput:receiver_
-                                     type:isSound ? SCStreamOutputTypeAudio : SCStreamOutputTypeScreen
-                       sampleHandlerQueue:isSound ? soundQueue_ : screenQueue_
-                                    error:&error])
+            BOOL isAdded = NO;
+            auto thrown = thrownBy([&] { isAdded = add(type, &error); });
+            if (thrown)
+                return fail(std::move(*thrown));
+            if (!isAdded)
                 return fail(errorOf(error, "The stream takes no such output."));
             return {};
         }
@@ -172,12 +173,18 @@ public:
             *isRunning_ = true;
             const auto once = std::make_shared<Completion>(std::move(completion));
             const auto isRunning = isRunning_;
-            [stream_ startCaptureWithCompletionHandler:^(NSError* error) {
+            const auto started = ^(NSError* error) {
                 if (error)
                     *isRunning = false;
                 if (auto answered = std::exchange(*once, nullptr))
                     answered(resultOf(error, "The capture cannot be started."));
-            }];
+            };
+            auto thrown = thrownBy([&] { [stream_ startCaptureWithCompletionHandler:started]; });
+            if (!thrown)
+                return;
+            *isRunning_ = false;
+            if (auto answered = std::exchange(*once, nullptr))
+                answered(fail(std::move(*thrown)));
         }
     }
 
@@ -190,6 +197,15 @@ public:
     }
 
 private:
+    BOOL add(StreamOutputType type, NSError* __autoreleasing* error)
+    {
+        const bool isSound = type == StreamOutputType::audio;
+        return [stream_ addStreamOutput:receiver_
+                                   type:isSound ? SCStreamOutputTypeAudio : SCStreamOutputTypeScreen
+                     sampleHandlerQueue:isSound ? soundQueue_ : screenQueue_
+                                  error:error];
+    }
+
     static Result<void> resultOf(NSError* error, const char* otherwise)
     {
         if (error)
@@ -201,11 +217,12 @@ private:
     {
         const auto once = std::make_shared<Completion>(std::move(completion));
         SCStream* const stream = stream_;  // lives until it has stopped
-        [stream stopCaptureWithCompletionHandler:^(NSError* error) {
+        const auto stopped = ^(NSError* error) {
             static_cast<void>(stream);
             if (auto answered = std::exchange(*once, nullptr))
                 answered(resultOf(error, "The capture cannot be stopped."));
-        }];
+        };
+        answeringWhatIsThrown(once, [&] { [stream stopCaptureWithCompletionHandler:stopped]; });
     }
 
     VelmoraStreamReceiver* receiver_;
@@ -228,14 +245,21 @@ public:
         const ContentFilter& filter, const StreamConfiguration& configuration, std::weak_ptr<platform::StreamDelegate> delegate) override
     {
         @autoreleasepool {
-            auto system = filterOf(filter, *objects_).map([&](SCContentFilter* made) -> std::unique_ptr<SystemStream> {
-                return std::make_unique<ScreenCaptureStream>(made, configurationOf(configuration));
-            });
+            Result<std::unique_ptr<SystemStream>> system;
+            if (auto thrown = thrownBy([&] { system = systemStream(filter, configuration); }))
+                system = fail(std::move(*thrown));
             return makeCaptureStream(std::move(system), configuration, std::move(delegate), keyFrameRequests_);
         }
     }
 
 private:
+    Result<std::unique_ptr<SystemStream>> systemStream(const ContentFilter& filter, const StreamConfiguration& configuration)
+    {
+        return filterOf(filter, *objects_).map([&](SCContentFilter* made) -> std::unique_ptr<SystemStream> {
+            return std::make_unique<ScreenCaptureStream>(made, configurationOf(configuration));
+        });
+    }
+
     const std::shared_ptr<ShareableObjects> objects_;
     const engine::KeyFrameRequests keyFrameRequests_;
 };

@@ -60,6 +60,15 @@ __attribute__((objc_root_class))
 @property (readonly, copy) NSString* localizedDescription;
 @end
 
+/// https://developer.apple.com/library/mac/documentation/cocoa/conceptual/Exceptions/Articles/ExceptionsAndCocoaFrameworks.html : what
+/// the system throws is one of these, with a name and a reason.
+@interface NSException : NSObject
+/// https://developer.apple.com/documentation/foundation/nsexception/name
+@property (readonly, copy) NSString* name;
+/// https://developer.apple.com/documentation/foundation/nsexception/reason
+@property (readonly, copy) NSString* reason;
+@end
+
 @interface NSArray<ObjectType> : NSObject
 @property (readonly) NSUInteger count;
 - (ObjectType)objectAtIndex:(NSUInteger)index;

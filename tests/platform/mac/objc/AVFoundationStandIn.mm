@@ -1,5 +1,6 @@
 #include "tests/platform/mac/objc/AVFoundationStandIn.h"
 
+#include "tests/platform/mac/objc/ExceptionStandIn.h"
 #include "tests/platform/mac/objc/FoundationStandIn.h"
 #include "tests/platform/mac/objc/Runtime.h"
 #include "tests/platform/mac/standins/CoreMediaStandIn.h"
@@ -88,6 +89,9 @@ double secondsOf(CMTime time)
 }
 + (instancetype)playerItemWithURL:(NSURL*)url
 {
+    velmora::standin::throwIfAsked("playerItemWithURL:");
+    if (!url)
+        velmora::standin::raise(velmora::standin::invalidArgument, "an item of nil");
     AVPlayerItem* const made = [AVPlayerItem new];
     made->_url = velmora::standin::urlText(url);
     made->_end = kCMTimeInvalid;
@@ -198,9 +202,9 @@ AVPlayer* last = nil;
 }
 - (void)removeTimeObserver:(id)observer
 {
-    // The system's throws for what another player made.
+    // https://developer.apple.com/documentation/avfoundation/avplayer/removetimeobserver(_:)
     if (std::erase(_observers, (VelmoraTimeObserver*)observer) != 1)
-        std::abort();
+        velmora::standin::raise(velmora::standin::invalidArgument, "an observer of time was removed that is another player's");
 }
 - (void)dealloc
 {

@@ -1,5 +1,6 @@
 #include "tests/platform/mac/objc/AppKitStandIn.h"
 
+#include "tests/platform/mac/objc/ExceptionStandIn.h"
 #include "tests/platform/mac/objc/FoundationStandIn.h"
 #include "tests/platform/mac/standins/StandInObject.h"
 
@@ -11,6 +12,7 @@
 using velmora::standin::appKit;
 using velmora::standin::makeText;
 using velmora::standin::textOfObject;
+using velmora::standin::throwIfAsked;
 
 namespace {
 
@@ -123,10 +125,9 @@ NSPasteboardType const NSPasteboardTypeString = constant("text");
 }
 - (void)setCollectionBehavior:(NSWindowCollectionBehavior)behavior
 {
-    // The system's throws for what excludes each other:
     // https://developer.apple.com/documentation/appkit/nswindow/collectionbehavior-swift.property
     if ((behavior & 3) == 3)
-        velmora::standin::refuse("a window that is on all spaces and moves to the active one");
+        velmora::standin::raise(velmora::standin::inconsistency, "a window that is on all spaces and moves to the active one");
     _state.behavior = behavior;
 }
 - (BOOL)ignoresMouseEvents
@@ -193,9 +194,9 @@ NSPasteboardType const NSPasteboardTypeString = constant("text");
 }
 - (NSDraggingSession*)beginDraggingSessionWithItems:(NSArray*)items event:(NSEvent*)event source:(id<NSDraggingSource>)source
 {
-    // The system's throws without items.
+    throwIfAsked("beginDraggingSessionWithItems:");
     if (items.count == 0 || !event || !source)
-        std::abort();
+        velmora::standin::raise(velmora::standin::invalidArgument, "a drag of nothing");
     NSDraggingSession* const session = objc_autorelease([NSDraggingSession new]);
     velmora::standin::Drag drag;
     for (NSUInteger index = 0; index < items.count; ++index) {
@@ -287,13 +288,15 @@ NSView* viewAt(std::uint64_t address)
 }
 - (BOOL)openURL:(NSURL*)url
 {
+    throwIfAsked("openURL:");
     if (!url)
-        std::abort();
+        velmora::standin::raise(velmora::standin::invalidArgument, "nil was opened");
     appKit().opened.push_back(velmora::standin::urlText(url));
     return YES;
 }
 - (void)activateFileViewerSelectingURLs:(NSArray*)fileURLs
 {
+    throwIfAsked("activateFileViewerSelectingURLs:");
     std::vector<std::string> files;
     for (NSUInteger index = 0; index < fileURLs.count; ++index)
         files.push_back(velmora::standin::urlText([fileURLs objectAtIndex:index]));
@@ -302,7 +305,7 @@ NSView* viewAt(std::uint64_t address)
 - (NSImage*)iconForFile:(NSString*)fullPath
 {
     if (!fullPath)
-        std::abort();
+        velmora::standin::raise(velmora::standin::invalidArgument, "an icon for nil");
     NSImage* const image = [NSImage new];
     image.size = {32, 32};
     return objc_autorelease(image);
@@ -322,6 +325,7 @@ NSView* viewAt(std::uint64_t address)
 }
 - (BOOL)writeObjects:(NSArray*)objects
 {
+    throwIfAsked("writeObjects:");
     for (NSUInteger index = 0; index < objects.count; ++index)
         appKit().pasteboardFiles.push_back(velmora::standin::urlText([objects objectAtIndex:index]));
     return YES;
@@ -362,6 +366,7 @@ NSView* viewAt(std::uint64_t address)
 }
 - (void)performWithItems:(NSArray*)items
 {
+    throwIfAsked("performWithItems:");
     if (appKit().refusesItems)
         velmora::standin::refuse("a service was given what it does not take");
     for (NSUInteger index = 0; index < items.count; ++index)
@@ -447,6 +452,7 @@ NSView* viewAt(std::uint64_t address)
 }
 - (void)beginWithCompletionHandler:(void (^)(NSModalResponse result))handler
 {
+    throwIfAsked("beginWithCompletionHandler:");
     _dialog.choosesFolderAlone = _folders && !_files && !_many;
     _handler = (void (^)(NSModalResponse))_Block_copy(handler);
     extern std::vector<NSOpenPanel*>& openPanels();
@@ -562,6 +568,7 @@ void resetAppKit()
     appKit() = {};
     loginItems() = {};
     foundation() = {};
+    throwFromNothing();
 }
 
 }  // namespace velmora::standin

@@ -1,5 +1,6 @@
 #include "tests/platform/mac/objc/FoundationStandIn.h"
 
+#include "tests/platform/mac/objc/ExceptionStandIn.h"
 #include "tests/platform/mac/objc/FolderStandIn.h"
 #include "tests/platform/mac/objc/Runtime.h"
 #include "tests/platform/mac/standins/CoreFoundationStandIn.h"
@@ -54,8 +55,7 @@ std::vector<KeyObserver>& keyObservers()
 - (void)observeValueForKeyPath:(NSString*)keyPath ofObject:(id)object change:(NSDictionary*)change context:(void*)context
 {
     static_cast<void>(keyPath), static_cast<void>(object), static_cast<void>(change), static_cast<void>(context);
-    // The system's throws.
-    std::abort();
+    velmora::standin::raise(velmora::standin::inconsistency, "a value was told to an object that does not observe it");
 }
 - (void)addObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath options:(NSKeyValueObservingOptions)options context:(void*)context
 {
@@ -68,9 +68,8 @@ std::vector<KeyObserver>& keyObservers()
     const auto removed = std::erase_if(keyObservers(), [&](const KeyObserver& each) {
         return each.object == self && each.observer == observer && each.key == key && each.context == context;
     });
-    // The system's throws for one that is not registered.
     if (removed != 1)
-        std::abort();
+        velmora::standin::raise(velmora::standin::outOfRange, "an observer was removed that is not registered");
 }
 @end
 
@@ -146,7 +145,7 @@ std::vector<KeyObserver>& keyObservers()
 - (id)objectAtIndex:(NSUInteger)index
 {
     static_cast<void>(index);
-    return nil;
+    velmora::standin::raise(velmora::standin::outOfRange, "an index beyond the end of an array");
 }
 @end
 
@@ -159,14 +158,16 @@ std::vector<KeyObserver>& keyObservers()
 }
 - (id)objectAtIndex:(NSUInteger)index
 {
-    // The system's throws: https://developer.apple.com/documentation/foundation/nsarray/object(at:)
-    return _objects.at(index);
+    // https://developer.apple.com/documentation/foundation/nsarray/object(at:)
+    if (index >= _objects.size())
+        velmora::standin::raise(velmora::standin::outOfRange, "an index beyond the end of an array");
+    return _objects[index];
 }
 - (void)addObject:(id)object
 {
-    // Of nil the system's throws: https://developer.apple.com/documentation/foundation/nsmutablearray/add(_:)
+    // https://developer.apple.com/documentation/foundation/nsmutablearray/add(_:)
     if (!object)
-        std::abort();
+        velmora::standin::raise(velmora::standin::invalidArgument, "nil in an array");
     _objects.push_back(objc_retain(object));
 }
 - (void)dealloc
@@ -226,9 +227,9 @@ std::vector<KeyObserver>& keyObservers()
 @implementation NSMutableDictionary
 - (void)setObject:(id)object forKey:(id)key
 {
-    // Of nil the system's throws: https://developer.apple.com/documentation/foundation/nsmutabledictionary/setobject(_:forkey:)
+    // https://developer.apple.com/documentation/foundation/nsmutabledictionary/setobject(_:forkey:)
     if (!object || !key)
-        std::abort();
+        velmora::standin::raise(velmora::standin::invalidArgument, "nil in a dictionary");
     _entries.emplace_back(objc_retain(key), objc_retain(object));
 }
 @end

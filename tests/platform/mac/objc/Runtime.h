@@ -1,5 +1,5 @@
 // A small Objective-C runtime for Linux, for tests: the tables that clang writes with -fobjc-runtime=macosx, read from ELF sections.
-// Classes with methods and C++ members; no categories, no weak references, no forwarding, no exceptions. On x86-64 only.
+// Classes with methods and C++ members, exceptions; no categories, no weak references, no forwarding. On x86-64 only.
 #pragma once
 
 #include <cstddef>

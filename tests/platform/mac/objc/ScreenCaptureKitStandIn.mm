@@ -1,6 +1,7 @@
 #include "tests/platform/mac/objc/ScreenCaptureKitStandIn.h"
 
 #include "base/Mutex.h"
+#include "tests/platform/mac/objc/ExceptionStandIn.h"
 #include "tests/platform/mac/objc/FoundationStandIn.h"
 #include "tests/platform/mac/objc/Runtime.h"
 #include "tests/platform/mac/standins/CoreFoundationStandIn.h"
@@ -140,6 +141,7 @@ NSError* makeStreamError(std::int64_t code)
                                onScreenWindowsOnly:(BOOL)onScreenWindowsOnly
                                  completionHandler:(void (^)(SCShareableContent*, NSError*))completionHandler
 {
+    velmora::standin::throwIfAsked("getShareableContentExcludingDesktopWindows:");
     static_cast<void>(excludesDesktopWindows);
     const auto& desktop = screenDesktop();
     if (desktop.listError != 0) {
@@ -293,6 +295,7 @@ std::weak_ptr<StreamParts> currentParts GUARDED_BY(partsMutex);
      sampleHandlerQueue:(dispatch_queue_t)queue
                   error:(NSError**)error
 {
+    velmora::standin::throwIfAsked("addStreamOutput:");
     if (screenDesktop().addError != 0) {
         if (error)
             *error = objc_autorelease(makeStreamError(screenDesktop().addError));
@@ -306,6 +309,7 @@ std::weak_ptr<StreamParts> currentParts GUARDED_BY(partsMutex);
 }
 - (void)startCaptureWithCompletionHandler:(void (^)(NSError*))completionHandler
 {
+    velmora::standin::throwIfAsked("startCaptureWithCompletionHandler:");
     ++streamRecord().starts;
     const auto code = screenDesktop().startError;
     NSError* const error = code != 0 ? makeStreamError(code) : nil;
@@ -334,6 +338,7 @@ std::weak_ptr<StreamParts> currentParts GUARDED_BY(partsMutex);
 }
 - (void)stopCaptureWithCompletionHandler:(void (^)(NSError*))completionHandler
 {
+    velmora::standin::throwIfAsked("stopCaptureWithCompletionHandler:");
     ++streamRecord().stops;
     const bool wasRunning = _parts->isRunning.exchange(false);
     // "An error message that indicates the stream is not running": SCStreamErrorAttemptToStopStreamState

@@ -1,5 +1,6 @@
 #include "base/SerialQueue.h"
 #include "tests/platform/mac/objc/AppKitStandIn.h"
+#include "tests/platform/mac/objc/ExceptionStandIn.h"
 #include "tests/platform/mac/objc/FoundationStandIn.h"
 #include "tests/platform/mac/standins/StandInObject.h"
 
@@ -54,9 +55,8 @@ struct Kept {
 
 NSString* checkedText(NSString* text)
 {
-    // The system's throws for nil.
     if (!text)
-        std::abort();
+        velmora::standin::raise(velmora::standin::invalidArgument, "nil as a text of a notification");
     return text;
 }
 
@@ -106,7 +106,7 @@ NSString* checkedText(NSString* text)
 {
     // "You may specify an empty array": nil is no array.
     if (!actions || !intentIdentifiers)
-        std::abort();
+        velmora::standin::raise(velmora::standin::invalidArgument, "nil as an array of a category");
     UNNotificationCategory* const made = [UNNotificationCategory new];
     made->_category.identifier = checkedText(identifier).UTF8String;
     made->_category.options = options;
@@ -251,9 +251,9 @@ id<UNUserNotificationCenterDelegate> centreDelegate = nil;
 + (UNUserNotificationCenter*)currentNotificationCenter
 {
     ++notifications().centresAskedFor;
-    // The system's throws in a process without a bundle.
+    velmora::standin::throwIfAsked("currentNotificationCenter");
     if (!velmora::standin::foundation().bundleIdentifier)
-        velmora::standin::refuse("a process without a bundle has no notifications");
+        velmora::standin::raise(velmora::standin::inconsistency, "a process without a bundle has no notifications");
     return objc_autorelease([UNUserNotificationCenter new]);
 }
 - (id<UNUserNotificationCenterDelegate>)delegate
@@ -294,6 +294,7 @@ id<UNUserNotificationCenterDelegate> centreDelegate = nil;
 }
 - (void)addNotificationRequest:(UNNotificationRequest*)request withCompletionHandler:(void (^)(NSError* error))completionHandler
 {
+    velmora::standin::throwIfAsked("addNotificationRequest:");
     notifications().posted.push_back(request->_content->_notification);
     const auto block = std::make_shared<Kept>(completionHandler);
     answer([block, fails = notifications().failsToAdd] {
