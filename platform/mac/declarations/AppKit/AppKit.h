@@ -34,11 +34,49 @@ extern NSSharingServiceName const NSSharingServiceNameComposeEmail;
 extern NSSharingServiceName const NSSharingServiceNameComposeMessage;
 extern NSSharingServiceName const NSSharingServiceNameSendViaAirDrop;
 extern NSPasteboardType const NSPasteboardTypeString;
+/// https://developer.apple.com/documentation/foundation/nsattributedstring/key/font
+extern NSAttributedStringKey const NSFontAttributeName;
+/// https://developer.apple.com/documentation/foundation/nsattributedstring/key/foregroundcolor
+extern NSAttributedStringKey const NSForegroundColorAttributeName;
 }
+
+/// https://developer.apple.com/documentation/appkit/nsimagerep
+@interface NSImageRep : NSObject
+/// https://developer.apple.com/documentation/appkit/nsimagerep/size : in points
+@property NSSize size;
+@end
+
+/// https://developer.apple.com/documentation/appkit/nsbitmapimagerep
+@interface NSBitmapImageRep : NSImageRep
+/// https://developer.apple.com/documentation/appkit/nsbitmapimagerep/init(cgimage:)
+- (instancetype)initWithCGImage:(CGImageRef)cgImage;
+@end
+
+/// https://developer.apple.com/documentation/appkit/nscolor
+@interface NSColor : NSObject
+/// https://developer.apple.com/documentation/appkit/nscolor/clear
+@property (class, readonly) NSColor* clearColor;
+/// https://developer.apple.com/documentation/appkit/nscolor/labelcolor
+@property (class, readonly) NSColor* labelColor;
+@end
+
+/// https://developer.apple.com/documentation/appkit/nsfont
+@interface NSFont : NSObject
+/// https://developer.apple.com/documentation/appkit/nsfont/boldsystemfont(ofsize:)
++ (NSFont*)boldSystemFontOfSize:(CGFloat)fontSize;
+@end
 
 @interface NSImage : NSObject
 - (instancetype)initWithCGImage:(CGImageRef)image size:(NSSize)size;
+/// https://developer.apple.com/documentation/appkit/nsimage/init(size:)
+- (instancetype)initWithSize:(NSSize)size;
+/// https://developer.apple.com/documentation/appkit/nsimage/addrepresentation(_:)
+- (void)addRepresentation:(NSImageRep*)imageRep;
 @property NSSize size;
+/// https://developer.apple.com/documentation/appkit/nsimage/istemplate : its name as a property is a word of C++
+- (void)setTemplate:(BOOL)isTemplate;
+/// https://developer.apple.com/documentation/appkit/nsimage/accessibilitydescription
+@property (copy) NSString* accessibilityDescription;
 @end
 
 @interface NSScreen : NSObject
@@ -65,12 +103,54 @@ extern NSPasteboardType const NSPasteboardTypeString;
 
 @interface NSView : NSObject
 @property (readonly) NSWindow* window;
+/// https://developer.apple.com/documentation/appkit/nsview/tooltip
+@property (copy) NSString* toolTip;
 - (NSDraggingSession*)beginDraggingSessionWithItems:(NSArray<NSDraggingItem*>*)items
                                               event:(NSEvent*)event
                                              source:(id<NSDraggingSource>)source;
 @end
 
+/// https://developer.apple.com/documentation/appkit/nswindow/titlevisibility-swift.enum ; the numbers are in
+/// https://learn.microsoft.com/en-us/dotnet/api/appkit.nswindowtitlevisibility
+typedef NSInteger NSWindowTitleVisibility;
+enum : NSWindowTitleVisibility { NSWindowTitleHidden = 1 };
+/// https://developer.apple.com/documentation/appkit/nswindow/backingstoretype ; the numbers are in
+/// https://learn.microsoft.com/en-us/dotnet/api/appkit.nsbackingstore
+typedef NSUInteger NSBackingStoreType;
+enum : NSBackingStoreType { NSBackingStoreBuffered = 2 };
+
 @interface NSWindow : NSObject
+/// https://developer.apple.com/documentation/appkit/nswindow/init(contentrect:stylemask:backing:defer:)
+- (instancetype)initWithContentRect:(NSRect)contentRect
+                          styleMask:(NSUInteger)style
+                            backing:(NSBackingStoreType)backingStoreType
+                              defer:(BOOL)flag;
+/// https://developer.apple.com/documentation/appkit/nswindow/titlevisibility-swift.property
+@property NSWindowTitleVisibility titleVisibility;
+/// https://developer.apple.com/documentation/appkit/nswindow/titlebarappearstransparent
+@property BOOL titlebarAppearsTransparent;
+/// https://developer.apple.com/documentation/appkit/nswindow/ismovablebywindowbackground
+@property (getter=isMovableByWindowBackground) BOOL movableByWindowBackground;
+/// https://developer.apple.com/documentation/appkit/nswindow/backgroundcolor
+@property (copy) NSColor* backgroundColor;
+/// https://developer.apple.com/documentation/appkit/nswindow/isopaque
+@property (getter=isOpaque) BOOL opaque;
+/// https://developer.apple.com/documentation/appkit/nswindow/hasshadow
+@property BOOL hasShadow;
+/// https://developer.apple.com/documentation/appkit/nswindow/hidesondeactivate : of panels YES
+@property BOOL hidesOnDeactivate;
+/// https://developer.apple.com/documentation/appkit/nswindow/isreleasedwhenclosed
+@property (getter=isReleasedWhenClosed) BOOL releasedWhenClosed;
+/// https://developer.apple.com/documentation/appkit/nswindow/alphavalue
+@property CGFloat alphaValue;
+/// https://developer.apple.com/documentation/appkit/nswindow/canbecomekey
+@property (readonly) BOOL canBecomeKeyWindow;
+/// https://developer.apple.com/documentation/appkit/nswindow/setframeorigin(_:) : of the lower left corner
+- (void)setFrameOrigin:(CGPoint)point;
+/// https://developer.apple.com/documentation/appkit/nswindow/orderout(_:)
+- (void)orderOut:(id)sender;
+/// https://developer.apple.com/documentation/appkit/nsanimatablepropertycontainer/animator() : what is set on it changes over time
+- (instancetype)animator;
 @property NSWindowLevel level;
 @property NSWindowCollectionBehavior collectionBehavior;
 @property BOOL ignoresMouseEvents;
@@ -141,3 +221,6 @@ enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 
 - (void)beginWithCompletionHandler:(void (^)(NSModalResponse result))handler;
 - (void)cancel:(id)sender;
 @end
+
+#import <AppKit/MenuBar.h>
+#import <AppKit/Panel.h>

@@ -44,6 +44,9 @@ typedef struct CGImage* CGImageRef;
 typedef uint32_t CGBitmapInfo;
 typedef int32_t CGColorRenderingIntent;
 enum { kCGRenderingIntentDefault = 0 };
+// https://developer.apple.com/documentation/coregraphics/cgimagealphainfo/last : alpha is the last part of a pixel, and the others do not
+// contain it
+enum { kCGImageAlphaLast = 3 };
 enum { kCGImageAlphaNoneSkipFirst = 6, kCGBitmapByteOrder32Little = 2 << 12 };
 typedef void (*CGDataProviderReleaseDataCallback)(void*, const void*, size_t);
 CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void);

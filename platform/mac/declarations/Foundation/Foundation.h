@@ -91,6 +91,15 @@ __attribute__((objc_root_class))
 - (void)setObject:(ObjectType)object forKey:(KeyType<NSCopying>)key;
 @end
 
+/// https://developer.apple.com/documentation/foundation/nsattributedstring/key
+typedef NSString* NSAttributedStringKey;
+
+/// https://developer.apple.com/documentation/foundation/nsattributedstring
+@interface NSAttributedString : NSObject
+/// https://developer.apple.com/documentation/foundation/nsattributedstring/init(string:attributes:)
+- (instancetype)initWithString:(NSString*)str attributes:(NSDictionary<NSAttributedStringKey, id>*)attrs;
+@end
+
 @interface NSNumber : NSObject
 + (NSNumber*)numberWithUnsignedInt:(unsigned int)value;
 @end

@@ -60,6 +60,10 @@ struct AppKit {
     std::vector<std::pair<std::string, std::string>> shared;  ///< service and file
     std::vector<Drag> drags;
     int activations = 0;
+    long activationPolicy = 0;
+    bool refusesPolicies = false;
+    std::string toolTip;  ///< the last that was set
+    std::vector<std::uint64_t> windows;  ///< that were made by themselves, not with makeView()
 };
 AppKit& appKit();
 
@@ -74,7 +78,33 @@ struct WindowState {
     bool ignoresMouse = false;
     int madeKey = 0;
     int orderedFront = 0;
+
+    ScreenRect frame;
+    unsigned long style = 0;
+    bool isBuffered = false;  ///< at once
+    bool isTitleHidden = false;
+    bool isTitlebarTransparent = false;
+    bool isMovableByBackground = false;
+    bool isOpaque = true;
+    bool hasShadow = false;
+    bool hidesOnDeactivate = false;
+    bool isReleasedWhenClosed = false;
+    bool isFloatingPanel = false;
+    std::string background;
+    double alpha = 1;
+    double alphaWhenOrderedIn = 1;
+    std::optional<double> animatedAlpha;  ///< on its way there
+    std::optional<double> animationSeconds;  ///< none: as long as the system likes
+    bool isAnimatorAsked = false;
+    bool isOrderedIn = false;
+    bool isVisible = false;
+    bool canBecomeKey = true;
+    std::uint64_t content = 0;
 };
+/// Of the last window that was made by itself.
+WindowState lastWindow();
+/// All animations arrive.
+void moveAlpha();
 WindowState windowState(std::uint64_t view);
 void setWindowBehavior(std::uint64_t view, unsigned long behavior);
 

@@ -2,6 +2,7 @@
 
 #include "tests/platform/mac/objc/ExceptionStandIn.h"
 #include "tests/platform/mac/objc/FoundationStandIn.h"
+#include "tests/platform/mac/objc/ShellStandIn.h"
 #include "tests/platform/mac/standins/StandInObject.h"
 
 #import <AppKit/AppKit.h>
@@ -44,32 +45,6 @@ NSSharingServiceName const NSSharingServiceNameSendViaAirDrop = constant("airdro
 NSPasteboardType const NSPasteboardTypeString = constant("text");
 }
 
-@implementation NSImage {
-    NSSize _size;
-    CGImageRef _image;
-}
-- (instancetype)initWithCGImage:(CGImageRef)image size:(NSSize)size
-{
-    _image = reinterpret_cast<CGImageRef>(const_cast<void*>(CFRetain(image)));
-    _size = size;
-    return self;
-}
-- (NSSize)size
-{
-    return _size;
-}
-- (void)setSize:(NSSize)size
-{
-    _size = size;
-}
-- (void)dealloc
-{
-    if (_image)
-        CFRelease(_image);
-    [super dealloc];
-}
-@end
-
 @implementation NSScreen {
 @public
     velmora::standin::Screen _screen;
@@ -110,7 +85,11 @@ NSPasteboardType const NSPasteboardTypeString = constant("text");
 @public
     velmora::standin::WindowState _state;
     NSView* _content;
+    NSView* _heldContent;  ///< by what was set, but not by what a test has made
 }
+// Nobody asks for them.
+@dynamic titleVisibility, titlebarAppearsTransparent, movableByWindowBackground, backgroundColor, opaque, hasShadow, hidesOnDeactivate,
+    releasedWhenClosed;
 - (NSWindowLevel)level
 {
     return _state.level;
@@ -144,6 +123,9 @@ NSPasteboardType const NSPasteboardTypeString = constant("text");
 }
 - (void)setContentView:(NSView*)view
 {
+    NSView* const before = _heldContent;
+    _heldContent = objc_retain(view);
+    objc_release(before);
     _content = view;
 }
 - (void)makeKeyAndOrderFront:(id)sender
@@ -154,6 +136,101 @@ NSPasteboardType const NSPasteboardTypeString = constant("text");
 - (void)orderFrontRegardless
 {
     ++_state.orderedFront;
+    _state.isOrderedIn = true;
+    _state.alphaWhenOrderedIn = _state.alpha;
+}
+- (void)orderOut:(id)sender
+{
+    static_cast<void>(sender);
+    _state.isOrderedIn = false;
+}
+- (instancetype)initWithContentRect:(NSRect)contentRect
+                          styleMask:(NSUInteger)style
+                            backing:(NSBackingStoreType)backingStoreType
+                              defer:(BOOL)flag
+{
+    // The mask for panels is for those alone: https://developer.apple.com/documentation/appkit/nswindow/stylemask-swift.struct/nonactivatingpanel
+    if ((style & NSWindowStyleMaskNonactivatingPanel) != 0 && !self.isPanel)
+        velmora::standin::raise(velmora::standin::inconsistency, "a style of panels on a window");
+    _state.frame = rectFrom(contentRect);
+    _state.style = style;
+    _state.isBuffered = backingStoreType == NSBackingStoreBuffered && !flag;
+    _state.hidesOnDeactivate = self.isPanel;
+    _state.isReleasedWhenClosed = !self.isPanel;
+    _state.alpha = 1;
+    appKit().windows.push_back(reinterpret_cast<std::uintptr_t>(self));
+    return self;
+}
+- (BOOL)isPanel
+{
+    return NO;
+}
+- (void)setTitleVisibility:(NSWindowTitleVisibility)visibility
+{
+    _state.isTitleHidden = visibility == NSWindowTitleHidden;
+}
+- (void)setTitlebarAppearsTransparent:(BOOL)isTransparent
+{
+    _state.isTitlebarTransparent = isTransparent;
+}
+- (void)setMovableByWindowBackground:(BOOL)isMovable
+{
+    _state.isMovableByBackground = isMovable;
+}
+- (void)setBackgroundColor:(NSColor*)color
+{
+    _state.background = velmora::standin::colorName(color);
+}
+- (void)setOpaque:(BOOL)isOpaque
+{
+    _state.isOpaque = isOpaque;
+}
+- (void)setHasShadow:(BOOL)hasShadow
+{
+    _state.hasShadow = hasShadow;
+}
+- (void)setHidesOnDeactivate:(BOOL)hides
+{
+    _state.hidesOnDeactivate = hides;
+}
+- (void)setReleasedWhenClosed:(BOOL)isReleased
+{
+    _state.isReleasedWhenClosed = isReleased;
+}
+- (CGFloat)alphaValue
+{
+    return _state.alpha;
+}
+- (void)setAlphaValue:(CGFloat)alpha
+{
+    // What an animator was asked for begins here and arrives with its end.
+    if (std::exchange(_state.isAnimatorAsked, false))
+        _state.animatedAlpha = alpha;
+    else {
+        _state.alpha = alpha;
+        _state.animatedAlpha = std::nullopt;
+    }
+}
+- (instancetype)animator
+{
+    _state.isAnimatorAsked = true;
+    _state.animationSeconds = velmora::standin::animationSeconds();
+    return self;
+}
+- (BOOL)canBecomeKeyWindow
+{
+    return YES;
+}
+- (void)setFrameOrigin:(CGPoint)point
+{
+    _state.frame.x = point.x;
+    _state.frame.y = point.y;
+}
+- (void)dealloc
+{
+    std::erase(appKit().windows, reinterpret_cast<std::uintptr_t>(self));
+    objc_release(_heldContent);
+    [super dealloc];
 }
 @end
 
@@ -187,6 +264,16 @@ NSPasteboardType const NSPasteboardTypeString = constant("text");
 @implementation NSView {
 @public
     NSWindow* _window;
+    std::string _toolTip;
+}
+- (void)setToolTip:(NSString*)text
+{
+    _toolTip = text.UTF8String;
+    appKit().toolTip = _toolTip;
+}
+- (NSString*)toolTip
+{
+    return objc_autorelease(makeText(_toolTip));
 }
 - (NSWindow*)window
 {
@@ -253,7 +340,8 @@ NSView* viewAt(std::uint64_t address)
 }
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)activationPolicy
 {
-    return activationPolicy == NSApplicationActivationPolicyAccessory;
+    appKit().activationPolicy = activationPolicy;
+    return !appKit().refusesPolicies;
 }
 - (NSEvent*)currentEvent
 {
@@ -520,6 +608,26 @@ void freeViews()
     }
 }
 
+WindowState lastWindow()
+{
+    auto* const window = (NSWindow*)reinterpret_cast<void*>(appKit().windows.back());
+    auto state = window->_state;
+    state.content = reinterpret_cast<std::uintptr_t>(window->_content);
+    state.canBecomeKey = window.canBecomeKeyWindow;
+    // A program in the menu bar is not the active one.
+    state.isVisible = state.isOrderedIn && !state.hidesOnDeactivate;
+    return state;
+}
+
+void moveAlpha()
+{
+    for (const auto each : appKit().windows) {
+        auto& state = ((NSWindow*)reinterpret_cast<void*>(each))->_state;
+        if (state.animatedAlpha)
+            state.alpha = *std::exchange(state.animatedAlpha, std::nullopt);
+    }
+}
+
 WindowState windowState(std::uint64_t view)
 {
     return viewAt(view)->_window->_state;
@@ -569,6 +677,7 @@ void resetAppKit()
     loginItems() = {};
     foundation() = {};
     throwFromNothing();
+    resetShell();
 }
 
 }  // namespace velmora::standin

@@ -31,6 +31,18 @@ struct MethodList {
     std::uint32_t count;
     Method first;
 };
+struct Ivar {
+    unsigned long* offset;  ///< in a variable, because it begins where those of the class above end
+    const char* name;
+    const char* types;
+    std::uint32_t alignment;
+    std::uint32_t size;
+};
+struct IvarList {
+    std::uint32_t entrySize;
+    std::uint32_t count;
+    Ivar first;
+};
 struct ClassData {
     std::uint32_t flags;
     std::uint32_t instanceStart;
@@ -39,6 +51,8 @@ struct ClassData {
     const std::uint8_t* layout;
     const char* name;
     const MethodList* methods;
+    const void* protocols;
+    IvarList* ivars;
 };
 struct Class_ {
     Class_* isa;
@@ -72,9 +86,9 @@ struct alignas(std::max_align_t) Header {
     std::abort();
 }
 
-const ClassData& dataOf(const Class_* of)
+ClassData& dataOf(const Class_* of)
 {
-    return *reinterpret_cast<const ClassData*>(of->data & ~std::uintptr_t{7});
+    return *reinterpret_cast<ClassData*>(of->data & ~std::uintptr_t{7});
 }
 
 const char* intern(const char* name)
@@ -105,8 +119,28 @@ void load(const Class_* one)
     }
 }
 
+/// The compiler knows the members of a class above only where it sees its implementation.
+void makeRoomForThoseAbove(const Class_* one)
+{
+    if (!one->superclass)
+        return;
+    makeRoomForThoseAbove(one->superclass);
+    auto& data = dataOf(one);
+    const auto end = dataOf(one->superclass).instanceSize;
+    if (data.instanceStart >= end)
+        return;
+    constexpr std::uint32_t alignment = alignof(std::max_align_t);
+    const auto missing = (end - data.instanceStart + alignment - 1) / alignment * alignment;
+    for (std::uint32_t index = 0; data.ivars && index < data.ivars->count; ++index)
+        *(&data.ivars->first)[index].offset += missing;
+    data.instanceStart += missing;
+    data.instanceSize += missing;
+}
+
 __attribute__((constructor(101))) void loadAll()
 {
+    for (auto** each = __start_objc_classlist; each != __stop_objc_classlist; ++each)
+        makeRoomForThoseAbove(*each);
     for (auto** each = __start_objc_classlist; each != __stop_objc_classlist; ++each) {
         load(*each);
         load((*each)->isa);

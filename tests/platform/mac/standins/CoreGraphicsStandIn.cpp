@@ -4,6 +4,7 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <utility>
 
@@ -34,6 +35,7 @@ struct Picture : Object {
     const void* bytes = nullptr;
     std::size_t size = 0;
     const void* holds = nullptr;
+    ImageFacts facts;
 };
 
 }  // namespace
@@ -41,6 +43,11 @@ struct Picture : Object {
 std::optional<std::uint8_t> takeFirstBlueOfImage()
 {
     return std::exchange(blue, std::nullopt);
+}
+
+ImageFacts imageFacts(const void* image)
+{
+    return as<Picture>(image).facts;
 }
 
 }  // namespace velmora::standin
@@ -78,6 +85,10 @@ CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerChannel, siz
         blue = *static_cast<const std::uint8_t*>(data.bytes);
     auto& made = make<Picture>();
     made.holds = CFRetain(provider);
+    made.facts.width = width;
+    made.facts.height = height;
+    std::memcpy(made.facts.firstPixel.data(), data.bytes, made.facts.firstPixel.size());
+    made.facts.hasAlphaLast = format == kCGImageAlphaLast;
     return referenceTo<CGImageRef>(made);
 }
 
