@@ -1,5 +1,6 @@
 #include "app/mac/TrialCommand.h"
 
+#include "app/mac/TrialExamination.h"
 #include "capture/ScreenCaptureKitService.h"
 
 #include <charconv>
@@ -14,6 +15,9 @@ using namespace std::chrono_literals;
 
 /// While the encoder is being made pictures are dropped, and a file that begins with the first of these has a hole.
 constexpr auto timeToBegin = 500ms;
+
+constexpr int itemSide = 18;
+constexpr int headerMarkSide = 16;
 
 template <typename Number>
 std::optional<Number> number(std::string_view text)
@@ -73,6 +77,90 @@ private:
             return listWindows();
         case trial::Request::Kind::record:
             return record();
+        case trial::Request::Kind::doctor:
+            return examine();
+        case trial::Request::Kind::shell:
+            return showShell();
+        }
+    }
+
+    void examine()
+    {
+        examineForTrial(services_, guarded<std::vector<TrialFinding>>([this](const auto& findings) {
+            bool canRecord = true;
+            for (const auto& each : findings) {
+                surroundings_.print(each.line());
+                canRecord = canRecord && each.severity != TrialFinding::Severity::fault;
+            }
+            surroundings_.print(canRecord ? "Nothing stands in the way of a recording."
+                                          : "Nothing can be recorded until the faults above are mended.");
+            end(canRecord ? 0 : 1);
+        }));
+    }
+
+    void showShell()
+    {
+        item_ = surroundings_.makeStatusBarItem(dot(headerMarkSide, false));
+        panel_ = surroundings_.makePanel();
+        item_->setToolTip("Velmora — Instant Video Clipping (Click to open menu)");
+        item_->setMenuDelegate({.menuNeedsUpdate = [this] { return menu(); }, .menuItemTriggered = [this](const MenuItem& chosen) { choose(chosen); }});
+        item_->setPicture(dot(itemSide, true));
+        surroundings_.print("The item is in the menu bar. Quit ends this.");
+    }
+
+    /// A disc, in place of the mark, which is drawn elsewhere.
+    static BarPicture dot(int side, bool isTemplate)
+    {
+        BarPicture picture{.side = static_cast<double>(side), .representations = {}, .isTemplate = isTemplate, .accessibleDescription = "Velmora"};
+        for (const int scale : {1, 2}) {
+            platform::ApplicationIcon icon{side * scale, {}};
+            const int radius = icon.side / 3;
+            for (int y = 0; y < icon.side; ++y) {
+                for (int x = 0; x < icon.side; ++x) {
+                    const int right = 2 * x + 1 - icon.side;
+                    const int down = 2 * y + 1 - icon.side;
+                    const bool isInside = right * right + down * down <= 4 * radius * radius;
+                    icon.rgba.insert(icon.rgba.end(), {0, 0, 0, static_cast<std::uint8_t>(isInside ? 255 : 0)});
+                }
+            }
+            picture.representations.push_back(std::move(icon));
+        }
+        return picture;
+    }
+
+    /// Rows of each kind, with the keys that the program's own menu has.
+    [[nodiscard]] std::vector<MenuItem> menu() const
+    {
+        MenuItem header;
+        header.kind = MenuItem::Kind::header;
+        header.title = " Velmora";
+        MenuItem separator;
+        separator.kind = MenuItem::Kind::separator;
+        MenuItem state;
+        state.title = isPanelShown_ ? "The panel is shown" : "No panel";
+        state.isEnabled = false;
+        MenuItem toggle;
+        toggle.title = isPanelShown_ ? "Hide the Panel" : "Show the Panel";
+        toggle.action = MenuAction::toggleRecording;
+        toggle.keyEquivalent = KeyEquivalent{'c', true, true};
+        MenuItem quit;
+        quit.title = "✕ Quit Velmora";
+        quit.action = MenuAction::quit;
+        quit.keyEquivalent = KeyEquivalent{'q', true, false};
+        return {header, state, separator, toggle, separator, quit};
+    }
+
+    void choose(const MenuItem& chosen)
+    {
+        surroundings_.print("Chosen: " + chosen.title);
+        if (chosen.action == MenuAction::quit)
+            return end(0);
+        isPanelShown_ = !isPanelShown_;
+        if (isPanelShown_) {
+            panel_->place();
+            panel_->orderFrontAndFadeIn();
+        } else {
+            panel_->fadeOutAndOrderOut(250ms);
         }
     }
 
@@ -185,6 +273,9 @@ private:
     const platform::PlatformServices services_;
     const std::shared_ptr<bool> isThere_ = std::make_shared<bool>(true);
     std::shared_ptr<ScreenCaptureKitService> service_;
+    std::unique_ptr<StatusBarItem> item_;
+    std::unique_ptr<FloatingPanel> panel_;
+    bool isPanelShown_ = false;
     bool hasEnded_ = false;
 };
 
@@ -194,8 +285,12 @@ std::optional<trial::Request> trial::parse(const std::vector<std::string>& argum
 {
     if (arguments.size() == 1 && arguments[0] == "permission")
         return Request{};
-    if (arguments.size() == 1 && arguments[0] == "windows")
-        return Request{.kind = Request::Kind::windows, .output = {}};
+    constexpr std::pair<std::string_view, Request::Kind> withoutArguments[] = {
+        {"windows", Request::Kind::windows}, {"doctor", Request::Kind::doctor}, {"shell", Request::Kind::shell}};
+    for (const auto& [name, kind] : withoutArguments) {
+        if (arguments.size() == 1 && arguments[0] == name)
+            return Request{.kind = kind, .output = {}};
+    }
     if (arguments.size() != 4 || arguments[0] != "record" || arguments[3].empty())
         return std::nullopt;
     const auto window = number<std::uint32_t>(arguments[1]);

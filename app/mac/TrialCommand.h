@@ -1,7 +1,9 @@
-// What a person with a Mac tries first: whether the screen may be captured, what there is to capture, and one recording. It needs no user
-// interface. Compiled and tested against stand-ins; never run on a Mac.
+// What a person with a Mac tries first: whether the screen may be captured, what there is to capture, one recording, what a recording needs, and
+// what the system shows of the program: an item in the menu bar and the panel. Compiled and tested against stand-ins; never run on a Mac.
 #pragma once
 
+#include "app/native/FloatingPanel.h"
+#include "app/native/StatusBarItem.h"
 #include "platform/PlatformServices.h"
 
 #include <chrono>
@@ -17,7 +19,7 @@ namespace velmora {
 namespace trial {
 
 struct Request {
-    enum class Kind { permission, windows, record };
+    enum class Kind { permission, windows, record, doctor, shell };
 
     Kind kind = Kind::permission;
     std::uint32_t windowID = 0;  ///< these three to record
@@ -27,7 +29,9 @@ struct Request {
 
 inline constexpr const char* usage = "usage: velmora-trial permission\n"
                                      "       velmora-trial windows\n"
-                                     "       velmora-trial record WINDOW SECONDS FILE\n";
+                                     "       velmora-trial record WINDOW SECONDS FILE\n"
+                                     "       velmora-trial doctor\n"
+                                     "       velmora-trial shell\n";
 
 /// None for what is none of these.
 [[nodiscard]] std::optional<Request> parse(const std::vector<std::string>& arguments);
@@ -38,6 +42,9 @@ struct Surroundings {
     std::function<void(std::chrono::milliseconds, UniqueFunction<void()>)> later;  ///< on the main thread
     std::function<void(const std::string& line)> print;
     std::function<void(int status)> end;  ///< once; 0 is success
+    /// What the system shows of the program; asked for by a shell alone.
+    std::function<std::unique_ptr<StatusBarItem>(const BarPicture& mark)> makeStatusBarItem = {};
+    std::function<std::unique_ptr<FloatingPanel>()> makePanel = {};
 };
 
 }  // namespace trial

@@ -5,6 +5,7 @@
 #import <AppKit/AppKit.h>
 #include <CoreFoundation/CoreFoundation.h>
 #include <cstdio>
+#include <cstdlib>
 #include <thread>
 #include <utility>
 
@@ -37,13 +38,12 @@ int main(int count, char* arguments[])
             std::fputs(velmora::trial::usage, stderr);
             return 2;
         }
-        NSApplication* const application = NSApplication.sharedApplication;
-        // In the menu bar only: no icon in the Dock, no menu of its own.
-        [application setActivationPolicy:NSApplicationActivationPolicyAccessory];
+        if (!velmora::becomeMenuBarProgram())
+            std::fputs("The system refuses a program that is in the menu bar alone.\n", stderr);
         const auto executor = std::make_shared<MainLoopExecutor>();
-        int status = 1;
         const auto services = velmora::platform::makePlatformServices(executor, {});
-        auto trial = velmora::startTrial(*request, services,
+        std::unique_ptr<velmora::TrialCommand> trial;
+        trial = velmora::startTrial(*request, services,
             {.mainExecutor = executor,
                 .later =
                     [executor](std::chrono::milliseconds delay, velmora::UniqueFunction<void()> work) {
@@ -58,12 +58,17 @@ int main(int count, char* arguments[])
                         std::fflush(stdout);
                     },
                 .end =
-                    [&status](int ended) {
-                        status = ended;
-                        CFRunLoopStop(CFRunLoopGetMain());
-                    }});
-        CFRunLoopRun();
-        trial.reset();
-        return status;
+                    [executor, &trial](int status) {
+                        // The application's loop has no end of its own; what runs in it now is the trial's.
+                        executor->async([&trial, status] {
+                            trial.reset();
+                            std::exit(status);
+                        });
+                    },
+                .makeStatusBarItem = velmora::makeStatusBarItem,
+                .makePanel = velmora::makeFloatingPanel});
+        // A menu needs the application's events, not the loop alone.
+        [NSApplication.sharedApplication run];
+        return 1;
     }
 }

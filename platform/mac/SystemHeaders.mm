@@ -93,6 +93,9 @@ static_assert(NSUTF8StringEncoding == 4 && NSMoviesDirectory == 17 && NSApplicat
     && NSUserDomainMask == 1);
 static_assert(
     NSModalResponseOK == 1 && NSFloatingWindowLevel == 3 && NSApplicationActivationPolicyAccessory == 1 && NSDragOperationCopy == 1);
+static_assert(NSWindowStyleMaskTitled == 1 && NSWindowStyleMaskNonactivatingPanel == 0x80 && NSWindowStyleMaskFullSizeContentView == 0x8000
+    && NSBackingStoreBuffered == 2 && NSWindowTitleHidden == 1);
+static_assert(NSEventModifierFlagOption == 0x80000 && NSEventModifierFlagCommand == 0x100000);
 static_assert(NSWindowCollectionBehaviorCanJoinAllSpaces == 1 && NSWindowCollectionBehaviorMoveToActiveSpace == 2
     && NSWindowCollectionBehaviorFullScreenAuxiliary == 256);
 
@@ -110,7 +113,7 @@ static_assert(AVPlayerItemStatusReadyToPlay == 1 && AVPlayerItemStatusFailed == 
 // Core Graphics.
 static_assert(sizeof(CGFloat) == 8 && sizeof(CGRect) == 32 && sizeof(CGWindowID) == 4 && sizeof(CGDirectDisplayID) == 4);
 static_assert(kCGWindowListOptionOnScreenOnly == 1 && kCGNullWindowID == 0);
-static_assert(kCGImageAlphaNoneSkipFirst == 6 && kCGBitmapByteOrder32Little == 8192);
+static_assert(kCGImageAlphaLast == 3 && kCGImageAlphaNoneSkipFirst == 6 && kCGBitmapByteOrder32Little == 8192);
 static_assert(isSame<decltype(&CGPreflightScreenCaptureAccess), bool (*)()>);
 
 // ScreenCaptureKit.

@@ -7,6 +7,7 @@
 #include "platform/fake/FakeFileManager.h"
 #include "platform/fake/FakeScreens.h"
 #include "platform/fake/FakeShareableContent.h"
+#include "platform/fake/FakeUserNotificationCenter.h"
 #include "platform/fake/ManualExecutor.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -20,8 +21,10 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-TEST(TrialRequest, IsOneOfThree)
+TEST(TrialRequest, IsOneOfFive)
 {
+    EXPECT_EQ(trial::parse({"doctor"})->kind, trial::Request::Kind::doctor);
+    EXPECT_EQ(trial::parse({"shell"})->kind, trial::Request::Kind::shell);
     EXPECT_EQ(trial::parse({"permission"})->kind, trial::Request::Kind::permission);
     EXPECT_EQ(trial::parse({"windows"})->kind, trial::Request::Kind::windows);
     const auto record = trial::parse({"record", "7", "60", "/clips/größe \xFF.mp4"});
@@ -34,7 +37,7 @@ TEST(TrialRequest, IsOneOfThree)
 
 TEST(TrialRequest, IsNoneForAnythingElse)
 {
-    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{}, {"other"}, {"windows", "x"}, {"record"},
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{}, {"other"}, {"windows", "x"}, {"doctor", "x"}, {"shell", ""}, {"record"},
              {"record", "7", "60"}, {"record", "7", "60", ""}, {"record", "x", "60", "f"}, {"record", "7", "0", "f"},
              {"record", "7", "-1", "f"}, {"record", "7", "6x", "f"}, {"record", "99999999999", "6", "f"}})
         EXPECT_FALSE(trial::parse(arguments)) << testing::PrintToString(arguments);
@@ -72,7 +75,42 @@ protected:
                         later_.push_back(std::move(work));
                     },
                 .print = [this](const std::string& line) { lines_.push_back(line); },
-                .end = [this](int status) { ends_.push_back(status); }});
+                .end = [this](int status) { ends_.push_back(status); },
+                .makeStatusBarItem = [this](const BarPicture&) { return std::make_unique<Item>(*this); },
+                .makePanel = [this] { return std::make_unique<Panel>(panelSteps_); }});
+    }
+
+    /// What the system would show.
+    class Item final : public StatusBarItem {
+    public:
+        explicit Item(TrialCommandTest& test) : test_(test) { }
+        void setToolTip(const std::string&) override { }
+        void setMenuDelegate(MenuDelegate delegate) override { test_.menu_ = std::move(delegate); }
+        void setPicture(const BarPicture& picture) override { test_.picture_ = picture; }
+        void popUpMenu() override { }
+
+    private:
+        TrialCommandTest& test_;
+    };
+    class Panel final : public FloatingPanel {
+    public:
+        explicit Panel(std::vector<std::string>& steps) : steps_(steps) { }
+        void setContentView(std::uint64_t) override { }
+        void place() override { steps_.emplace_back("place"); }
+        void orderFrontAndFadeIn() override { steps_.emplace_back("in"); }
+        void fadeOutAndOrderOut(std::chrono::milliseconds) override { steps_.emplace_back("out"); }
+
+    private:
+        std::vector<std::string>& steps_;
+    };
+
+    void choose(MenuAction action)
+    {
+        for (const auto& each : menu_.menuNeedsUpdate()) {
+            if (each.action == action)
+                return menu_.menuItemTriggered(each);
+        }
+        ADD_FAILURE() << "no such row";
     }
 
     void runMain() const
@@ -97,6 +135,9 @@ protected:
     std::vector<UniqueFunction<void()>> later_;
     std::vector<std::string> lines_;
     std::vector<int> ends_;
+    StatusBarItem::MenuDelegate menu_;
+    BarPicture picture_;
+    std::vector<std::string> panelSteps_;
     std::unique_ptr<TrialCommand> trial_;
 };
 
@@ -156,6 +197,45 @@ TEST_F(TrialCommandTest, ARecordingBeginsWhenTheEncoderHasBegunAndIsSavedOnceIts
     executor_->runUntil([this] { return !ends_.empty(); });
     EXPECT_THAT(ends_, ElementsAre(0));
     EXPECT_EQ(lines_.back(), "Saved " + (folder.path() / "a.mp4").native());
+}
+
+TEST_F(TrialCommandTest, TheDoctorSaysWhatARecordingNeedsAndWhetherItHasThat)
+{
+    const auto notifications = std::make_shared<fake::FakeUserNotificationCenter>();
+    services_.userNotificationCenter = notifications;
+    start({.kind = trial::Request::Kind::doctor, .output = {}});
+    runMain();
+    EXPECT_THAT(ends_, IsEmpty());
+    notifications->answerSettings();
+    runMain();
+    EXPECT_EQ(lines_.size(), 5U);
+    EXPECT_EQ(lines_.back(), "Nothing stands in the way of a recording.");
+    EXPECT_THAT(ends_, ElementsAre(0));
+
+    access_->isGranted = false;
+    ends_.clear();
+    start({.kind = trial::Request::Kind::doctor, .output = {}});
+    runMain();
+    notifications->answerSettings();
+    runMain();
+    EXPECT_EQ(lines_.back(), "Nothing can be recorded until the faults above are mended.");
+    EXPECT_THAT(ends_, ElementsAre(1));
+}
+
+TEST_F(TrialCommandTest, TheShellHasAnItemWithAMenuThatShowsThePanelAndQuits)
+{
+    start({.kind = trial::Request::Kind::shell, .output = {}});
+    runMain();
+    EXPECT_TRUE(picture_.isTemplate);
+    ASSERT_EQ(picture_.representations.size(), 2U);
+    EXPECT_EQ(picture_.representations[1].side, 36);
+    EXPECT_EQ(picture_.representations[1].rgba.size(), 36U * 36 * 4);
+    choose(MenuAction::toggleRecording);
+    choose(MenuAction::toggleRecording);
+    EXPECT_THAT(panelSteps_, ElementsAre("place", "in", "out"));
+    EXPECT_THAT(ends_, IsEmpty());
+    choose(MenuAction::quit);
+    EXPECT_THAT(ends_, ElementsAre(0));
 }
 
 TEST_F(TrialCommandTest, WhatComesAfterItsEndIsNotHeard)

@@ -15,7 +15,7 @@ import subprocess
 import sys
 
 ROOT = os.path.abspath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../.."))
-COPIED = ["base", "media", "engine", "platform", "tests/platform", "tests/support"]
+COPIED = ["app/native", "base", "media", "engine", "platform", "tests/platform", "tests/support"]
 ONLY = os.environ.get("VELMORA_DEFECTS", "").split("|")
 SESSION = "platform/mac/MacCompressionSession.cpp"
 MEDIA = "platform/mac/MediaConversion.cpp"
@@ -43,6 +43,13 @@ FILES = "platform/mac/MacFileManager.mm"
 TRASH = "platform/mac/MacTrash.cpp"
 LOG = "platform/mac/MacLogSink.cpp"
 TEXT = "platform/mac/ObjectiveC.h"
+THROWN = "platform/mac/SystemExceptions.h"
+LOGGED = "platform/mac/SystemExceptions.mm"
+IMAGES = "platform/mac/Images.mm"
+BAR = "app/native/mac/MacStatusBarItem.mm"
+PANEL = "app/native/mac/MacFloatingPanel.mm"
+WORDS = "app/native/MenuText.cpp"
+RUNTIME = "tests/platform/mac/objc/Exceptions.cpp"
 
 # What it is, the file, what is there, what is put in its place.
 DEFECTS = [
@@ -202,6 +209,64 @@ DEFECTS = [
     ("a log's message is cut at the wrong end", LOG, "const std::string message{record.message};", "const std::string message{record.message.data()};"),
     ("errors in the log as news", LOG, "return OS_LOG_TYPE_ERROR;", "return OS_LOG_TYPE_INFO;"),
     ("the log's text is hidden", LOG, '"%{public}s"', '"%s"'),
+    ("what the system throws goes through", THROWN, "    } @catch (NSException* exception) {\n        return errorOf(exception);\n    }", "    } @finally {\n    }"),
+    ("an exception is swallowed without an answer", THROWN, "    if (auto error = thrownBy(work)) {\n", "    if (auto error = thrownBy(work); error && error->code != 0) {\n"),
+    ("an exception is not in the log", LOGGED, "makeLogSink()->write({", "if (name.empty())\n            makeLogSink()->write({"),
+    ("an exception's reason is in the log", LOGGED, ": name);\n", ": name + reason);\n"),
+    ("an exception is leaked", THROWN, "        return errorOf(exception);", "        static_cast<void>((__bridge_retained void*)exception);\n        return errorOf(exception);"),
+    ("a start that threw counts as running", SCREEN, "            *isRunning_ = false;\n            if (auto answered", "            if (auto answered"),
+    ("a start that threw is not answered", SCREEN, "                answered(fail(std::move(*thrown)));\n", "                static_cast<void>(answered);\n"),
+    ("a stop that throws goes through", SCREEN, "answeringWhatIsThrown(once, [&] { [stream stopCaptureWithCompletionHandler:stopped]; });", "[stream stopCaptureWithCompletionHandler:stopped];"),
+    ("an output that throws counts as added", SCREEN, "            if (thrown)\n                return fail(std::move(*thrown));\n            if (!isAdded)", "            if (!thrown && !isAdded)"),
+    ("a dialog that throws is answered twice", CHOOSER, "if (thrown && std::exchange(dialog->panel, nil))\n", "if (thrown)\n                (*answer)(fail(*thrown));\n            if (thrown && std::exchange(dialog->panel, nil))\n"),
+    ("a centre that throws ends the program", NOTES, "if (thrownBy([&] { center_ = [UNUserNotificationCenter currentNotificationCenter]; }))\n                return nil;", "center_ = [UNUserNotificationCenter currentNotificationCenter];"),
+    ("a clip that throws is no error", PLAYER, "                return fail(std::move(*thrown));\n            return made;", "                static_cast<void>(thrown);\n            return std::unique_ptr<Player>{};"),
+    ("the tests' runtime catches what is of another class", RUNTIME, "if (class_ && !velmoraIsKindOf(object, class_))", "if (class_ && !velmoraIsKindOf(object, object ? class_ : nullptr) && false)"),
+    ("the tests' runtime leaks what was thrown", RUNTIME, "objc_release(static_cast<Thrown*>(exception)->object);", "static_cast<void>(exception);"),
+    ("the tests' runtime takes an exception of C++ for an object", RUNTIME, "        return false;\n    auto* const object", "        static_cast<void>(0);\n    auto* const object"),
+    ("the system enables rows by itself", BAR, "    menu.autoenablesItems = NO;\n", ""),
+    ("every row has Command", BAR, "            row.keyEquivalentModifierMask = modifiersOf(*each.keyEquivalent);", "            static_cast<void>(modifiersOf(*each.keyEquivalent));"),
+    ("Option and Command swapped", BAR, "(keyEquivalent.withOption ? NSEventModifierFlags{NSEventModifierFlagOption}", "(keyEquivalent.withCommand ? NSEventModifierFlags{NSEventModifierFlagOption}"),
+    ("a row without keys has some", BAR, ": std::string{};\n        NSMenuItem", ": std::string{\"x\"};\n        NSMenuItem"),
+    ("rows pile up with each opening", BAR, "        [menu removeAllItems];\n        state->items.clear();", "        state->items.clear();"),
+    ("another row is chosen than was clicked", BAR, "            row.tag = static_cast<NSInteger>(state.items.size());\n            state.items.push_back(each);", "            state.items.push_back(each);\n            row.tag = static_cast<NSInteger>(state.items.size()) - 1 - (state.items.size() > 1);"),
+    ("rows have no target", BAR, "            row.target = target;\n", ""),
+    ("a misspelt selector of the menu's", BAR, "- (void)menuNeedsUpdate:(NSMenu*)menu\n", "- (void)menuNeedUpdate:(NSMenu*)menu\n"),
+    ("a row that is off can be chosen", BAR, "        row.enabled = each.isEnabled;\n", ""),
+    ("the header is plain", BAR, "            row.attributedTitle = headerText(menuText(each));\n", ""),
+    ("a submenu's rows are lost", BAR, "            row.submenu = submenu;\n", ""),
+    ("an item is left in the bar", BAR, "            [NSStatusBar.systemStatusBar removeStatusItem:item_];\n            item_ = nil;", "            static_cast<void>((__bridge_retained void*)item_);\n            item_ = nil;"),
+    ("an item is not held", BAR, "            item_.menu = menu_;\n        }\n    }", "            item_.menu = menu_;\n            item_ = nil;\n        }\n    }"),
+    ("a menu that is open calls what has gone", BAR, "            state_->delegate = {};\n            [controller_ setStatusMenu:nullptr];\n            [menu_ removeAllItems];\n            menu_.delegate = nil;\n", ""),
+    ("a choice that ends the item uses it afterwards", BAR, "        const auto state = _menu;\n        const auto index", "        auto& state = _menu;\n        const auto index"),
+    ("a picture in the menu bar keeps its black", BAR, "[image setTemplate:picture.isTemplate];", "[image setTemplate:NO];"),
+    ("a coloured picture loses its colours", BAR, "[image setTemplate:picture.isTemplate];", "[image setTemplate:YES];"),
+    ("a picture has no name for those who cannot see it", BAR, "            image.accessibilityDescription = textFrom(picture.accessibleDescription);\n", ""),
+    ("an item of fixed width", BAR, "statusItemWithLength:NSVariableStatusItemLength", "statusItemWithLength:24"),
+    ("a program with an icon in the Dock", BAR, "setActivationPolicy:NSApplicationActivationPolicyAccessory] != NO", "setActivationPolicy:0] != NO"),
+    ("a picture is as many points as pixels", IMAGES, "        representation.size = NSSize{side, side};\n", ""),
+    ("a picture's memory goes too early", IMAGES, "{CGDataProviderCreateWithData(kept, kept->data(), kept->size(), giveBack)};", "{CGDataProviderCreateWithData(kept, picture.rgba.data(), kept->size(), giveBack)};"),
+    ("a picture's memory is leaked", IMAGES, "    delete static_cast<Bytes*>(bytes);\n", "    static_cast<void>(bytes);\n"),
+    ("a picture without its alpha", IMAGES, "static_cast<CGBitmapInfo>(kCGImageAlphaLast)", "static_cast<CGBitmapInfo>(kCGImageAlphaNoneSkipFirst)"),
+    ("a picture of too few bytes is read beyond its end", IMAGES, "picture.rgba.size() != side * side * bytesPerPixel", "picture.rgba.empty()"),
+    ("a panel goes with its program's activity", PANEL, "    panel.hidesOnDeactivate = NO;\n", ""),
+    ("a panel can get the keys", PANEL, "- (BOOL)canBecomeKeyWindow\n{\n    return NO;", "- (BOOL)canBecomeKeyWindow\n{\n    return YES;"),
+    ("a panel activates its program", PANEL, "\n                                                          | NSWindowStyleMaskNonactivatingPanel", ""),
+    ("a panel on one space", PANEL, "NSWindowCollectionBehaviorCanJoinAllSpaces | ", ""),
+    ("a panel under other windows", PANEL, "    panel.floatingPanel = YES;\n    panel.level = NSFloatingWindowLevel;\n", ""),
+    ("a panel whose floating ends its level", PANEL, "    panel.floatingPanel = YES;\n    panel.level = NSFloatingWindowLevel;\n", "    panel.level = NSFloatingWindowLevel;\n    panel.floatingPanel = NO;\n"),
+    ("a panel with a grey ground", PANEL, "    panel.opaque = NO;\n", ""),
+    ("a panel in the wrong corner", PANEL, "area.origin.y + area.size.height - fromTopEdge", "area.origin.y + fromTopEdge"),
+    ("a panel under the menu bar", PANEL, "screen.visibleFrame", "screen.frame"),
+    ("a panel is seen before it fades in", PANEL, "            shown.alphaValue = 0;\n            [shown orderFrontRegardless];", "            [shown orderFrontRegardless];\n            shown.alphaValue = 0;"),
+    ("a panel takes the focus when it comes", PANEL, "[shown orderFrontRegardless];", "[shown makeKeyAndOrderFront:nil];"),
+    ("a panel that is shown again goes with its old fade", PANEL, "if (*turn == current)", "if (*turn != 0)"),
+    ("a panel moves for who wants no motion", PANEL, "accessibilityDisplayShouldReduceMotion != NO;", "accessibilityDisplayShouldReduceMotion == 2;"),
+    ("a panel fades at another pace", PANEL, "                    context.duration = seconds;\n", ""),
+    ("a panel is leaked by its fade", PANEL, "            const auto turn = turn_;\n", "            const auto turn = turn_;\n            static_cast<void>((__bridge_retained void*)fading);\n"),
+    ("a panel is made anew each time", PANEL, "        if (!panel_)\n            panel_ = makePanel();", "        panel_ = makePanel();"),
+    ("a title breaks its row", WORDS, 'isControl ? " " : ', ""),
+    ("a title of other bytes is shown as they are", WORDS, 'length == 0 ? "\\uFFFD" : ', 'length == 0 ? text.substr(0, 1) : '),
     ("looking for access asks the user", ACCESS, "note(CGPreflightScreenCaptureAccess())", "note(CGRequestScreenCaptureAccess())"),
 ]
 # The same, and why no test here can notice.

@@ -178,6 +178,8 @@ enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 
 
 @interface NSApplication : NSObject
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)activationPolicy;
+/// https://developer.apple.com/documentation/appkit/nsapplication/run() : the main loop with its events
+- (void)run;
 @property (class, readonly) NSApplication* sharedApplication;
 @property (readonly) NSEvent* currentEvent;
 - (void)activate;

@@ -343,6 +343,10 @@ NSView* viewAt(std::uint64_t address)
     appKit().activationPolicy = activationPolicy;
     return !appKit().refusesPolicies;
 }
+- (void)run
+{
+    velmora::standin::refuse("a loop without an end");
+}
 - (NSEvent*)currentEvent
 {
     if (!appKit().hasEvent)
