@@ -92,8 +92,8 @@ private:
                 surroundings_.print(each.line());
                 canRecord = canRecord && each.severity != TrialFinding::Severity::fault;
             }
-            surroundings_.print(canRecord ? "Nothing stands in the way of a recording."
-                                          : "Nothing can be recorded until the faults above are mended.");
+            surroundings_.print(
+                canRecord ? "Nothing stands in the way of a recording." : "Nothing can be recorded until the faults above are mended.");
             end(canRecord ? 0 : 1);
         }));
     }
@@ -103,7 +103,8 @@ private:
         item_ = surroundings_.makeStatusBarItem(dot(headerMarkSide, false));
         panel_ = surroundings_.makePanel();
         item_->setToolTip("Velmora — Instant Video Clipping (Click to open menu)");
-        item_->setMenuDelegate({.menuNeedsUpdate = [this] { return menu(); }, .menuItemTriggered = [this](const MenuItem& chosen) { choose(chosen); }});
+        item_->setMenuDelegate(
+            {.menuNeedsUpdate = [this] { return menu(); }, .menuItemTriggered = [this](const MenuItem& chosen) { choose(chosen); }});
         item_->setPicture(dot(itemSide, true));
         surroundings_.print("The item is in the menu bar. Quit ends this.");
     }
@@ -111,7 +112,8 @@ private:
     /// A disc, in place of the mark, which is drawn elsewhere.
     static BarPicture dot(int side, bool isTemplate)
     {
-        BarPicture picture{.side = static_cast<double>(side), .representations = {}, .isTemplate = isTemplate, .accessibleDescription = "Velmora"};
+        BarPicture picture{
+            .side = static_cast<double>(side), .representations = {}, .isTemplate = isTemplate, .accessibleDescription = "Velmora"};
         for (const int scale : {1, 2}) {
             platform::ApplicationIcon icon{side * scale, {}};
             const int radius = icon.side / 3;

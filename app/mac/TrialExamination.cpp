@@ -58,15 +58,16 @@ std::string statusText(const platform::CompressionSessionFactory& sessions, plat
 TrialFinding examineEncoder(platform::CompressionSessionFactory& sessions)
 {
     const auto output = std::make_shared<Output>();
-    const auto session = sessions.makeSession(width, height, FourCharacterCode{"avc1"}, [output](auto status, const SampleBufferRef& sample) {
-        MutexLock lock(output->mutex);
-        if (status != 0 || !sample) {
-            output->failure = status;
-            return;
-        }
-        if (output->pictures++ == 0)
-            output->beginsWithKeyFrame = VideoHardwareEncoder::isKeyFrame(*sample);
-    });
+    const auto session =
+        sessions.makeSession(width, height, FourCharacterCode{"avc1"}, [output](auto status, const SampleBufferRef& sample) {
+            MutexLock lock(output->mutex);
+            if (status != 0 || !sample) {
+                output->failure = status;
+                return;
+            }
+            if (output->pictures++ == 0)
+                output->beginsWithKeyFrame = VideoHardwareEncoder::isKeyFrame(*sample);
+        });
     if (!session)
         return {"encoder", Severity::fault, "There is no encoder: " + statusText(sessions, session.error())};
     using platform::CompressionProperty;
@@ -87,7 +88,8 @@ TrialFinding examineEncoder(platform::CompressionSessionFactory& sessions)
                 + " pictures were encoded: " + statusText(sessions, refused != 0 ? refused : output->failure)};
     if (!output->beginsWithKeyFrame)
         return {"encoder", Severity::fault, "The first picture is no key frame, so no file could begin with it"};
-    return {"encoder", Severity::good, "All of " + std::to_string(pictureCount) + " pictures were encoded, the first as a key frame; none was looked at"};
+    return {"encoder", Severity::good,
+        "All of " + std::to_string(pictureCount) + " pictures were encoded, the first as a key frame; none was looked at"};
 }
 
 TrialFinding examinePermission(platform::ScreenCaptureAccess& access)
@@ -113,7 +115,10 @@ TrialFinding examineDisk(const platform::FileManager& files)
     if (error)
         return {"disk", Severity::note, shown + ": how much is free is not known"};
     const auto minutes = space.available / bytesPerSecond / 60;
-    return {"disk", minutes == 0 ? Severity::fault : minutes < fewMinutes ? Severity::warning : Severity::good,
+    return {"disk",
+        minutes == 0               ? Severity::fault
+            : minutes < fewMinutes ? Severity::warning
+                                   : Severity::good,
         shown + ": room for " + std::to_string(minutes) + (minutes == 1 ? " minute" : " minutes") + " of recording"};
 }
 
@@ -148,8 +153,8 @@ std::string TrialFinding::line() const
 
 void examineForTrial(const platform::PlatformServices& services, UniqueFunction<void(std::vector<TrialFinding>)> completion)
 {
-    std::vector<TrialFinding> findings{
-        examinePermission(*services.screenCaptureAccess), examineEncoder(*services.compressionSessions), examineDisk(*services.fileManager)};
+    std::vector<TrialFinding> findings{examinePermission(*services.screenCaptureAccess), examineEncoder(*services.compressionSessions),
+        examineDisk(*services.fileManager)};
     services.userNotificationCenter->getAuthorizationStatus(
         [findings = std::move(findings), completion = std::move(completion)](AuthorizationStatus status) mutable {
             findings.insert(findings.end() - 1, notificationsFinding(status));

@@ -17,8 +17,8 @@ public:
 
     void setMenuDelegate(MenuDelegate delegate) override
     {
-        item_->setMenuDelegate({.menuNeedsUpdate = std::move(delegate.menuNeedsUpdate),
-            .menuItemTriggered = std::move(delegate.menuItemTriggered)});
+        item_->setMenuDelegate(
+            {.menuNeedsUpdate = std::move(delegate.menuNeedsUpdate), .menuItemTriggered = std::move(delegate.menuItemTriggered)});
     }
 
 private:

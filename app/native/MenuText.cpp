@@ -14,9 +14,11 @@ constexpr std::size_t longestTitle = 80;
 std::size_t lengthOfCharacter(std::string_view text)
 {
     const auto byte = [text](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    const std::size_t length = byte(0) < 0x80 ? 1 : byte(0) >= 0xC2 && byte(0) < 0xE0 ? 2 : byte(0) >= 0xE0 && byte(0) < 0xF0 ? 3
-        : byte(0) >= 0xF0 && byte(0) < 0xF5                                           ? 4
-                                                                                      : 0;
+    const std::size_t length = byte(0) < 0x80 ? 1
+        : byte(0) >= 0xC2 && byte(0) < 0xE0   ? 2
+        : byte(0) >= 0xE0 && byte(0) < 0xF0   ? 3
+        : byte(0) >= 0xF0 && byte(0) < 0xF5   ? 4
+                                              : 0;
     if (length == 0 || length > text.size())
         return 0;
     for (std::size_t index = 1; index < length; ++index) {

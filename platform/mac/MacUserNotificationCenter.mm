@@ -243,8 +243,7 @@ public:
                 else
                     answered({});
             };
-            answeringWhatIsThrown(
-                once, [&] { [center addNotificationRequest:requestOf(request, centre_) withCompletionHandler:added]; });
+            answeringWhatIsThrown(once, [&] { [center addNotificationRequest:requestOf(request, centre_) withCompletionHandler:added]; });
         }
     }
 

@@ -14,7 +14,8 @@ Error errorOf(NSException* exception)
         const auto reason = textOf(exception.reason);
         // Not the reason, which may name files.
         const auto message = "The system has thrown " + (name.empty() ? std::string{"an exception without a name"} : name);
-        makeLogSink()->write({.subsystem = "com.velmora.Velmora", .category = "app", .level = platform::LogLevel::error, .message = message});
+        makeLogSink()->write(
+            {.subsystem = "com.velmora.Velmora", .category = "app", .level = platform::LogLevel::error, .message = message});
         return {std::move(name), 0, reason.empty() ? message + '.' : reason, nullptr};
     }
 }

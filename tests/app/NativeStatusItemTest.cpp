@@ -72,8 +72,8 @@ TEST_F(NativeStatusItemTest, TheMenuIsTheOneThatEveryTrayHas)
     std::vector<MenuItem> chosen;
     MenuItem row;
     row.title = "Row";
-    item_->setMenuDelegate(
-        {.menuNeedsUpdate = [row] { return std::vector{row}; }, .menuItemTriggered = [&chosen](const MenuItem& item) { chosen.push_back(item); }});
+    item_->setMenuDelegate({.menuNeedsUpdate = [row] { return std::vector{row}; },
+        .menuItemTriggered = [&chosen](const MenuItem& item) { chosen.push_back(item); }});
     ASSERT_THAT(told_.delegate.menuNeedsUpdate(), ElementsAre(row));
     told_.delegate.menuItemTriggered(row);
     EXPECT_THAT(chosen, ElementsAre(row));

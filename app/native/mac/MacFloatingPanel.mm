@@ -26,12 +26,11 @@ constexpr CGFloat fromTopEdge = 120;
 
 VelmoraFloatingPanel* makePanel()
 {
-    VelmoraFloatingPanel* const panel =
-        [[VelmoraFloatingPanel alloc] initWithContentRect:NSRect{{0, 0}, panelSize}
-                                                styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskFullSizeContentView
-                                                          | NSWindowStyleMaskNonactivatingPanel
-                                                  backing:NSBackingStoreBuffered
-                                                    defer:NO];
+    VelmoraFloatingPanel* const panel = [[VelmoraFloatingPanel alloc]
+        initWithContentRect:NSRect{{0, 0}, panelSize}
+                  styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskFullSizeContentView | NSWindowStyleMaskNonactivatingPanel
+                    backing:NSBackingStoreBuffered
+                      defer:NO];
     panel.releasedWhenClosed = NO;
     panel.floatingPanel = YES;
     panel.level = NSFloatingWindowLevel;
@@ -81,7 +80,8 @@ public:
             if (!screen)
                 return;
             const NSRect area = screen.visibleFrame;
-            [panel() setFrameOrigin:CGPoint{area.origin.x + area.size.width - fromRightEdge, area.origin.y + area.size.height - fromTopEdge}];
+            [panel()
+                setFrameOrigin:CGPoint{area.origin.x + area.size.width - fromRightEdge, area.origin.y + area.size.height - fromTopEdge}];
         }
     }
 

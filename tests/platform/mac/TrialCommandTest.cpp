@@ -37,9 +37,9 @@ TEST(TrialRequest, IsOneOfFive)
 
 TEST(TrialRequest, IsNoneForAnythingElse)
 {
-    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{}, {"other"}, {"windows", "x"}, {"doctor", "x"}, {"shell", ""}, {"record"},
-             {"record", "7", "60"}, {"record", "7", "60", ""}, {"record", "x", "60", "f"}, {"record", "7", "0", "f"},
-             {"record", "7", "-1", "f"}, {"record", "7", "6x", "f"}, {"record", "99999999999", "6", "f"}})
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{}, {"other"}, {"windows", "x"}, {"doctor", "x"},
+             {"shell", ""}, {"record"}, {"record", "7", "60"}, {"record", "7", "60", ""}, {"record", "x", "60", "f"},
+             {"record", "7", "0", "f"}, {"record", "7", "-1", "f"}, {"record", "7", "6x", "f"}, {"record", "99999999999", "6", "f"}})
         EXPECT_FALSE(trial::parse(arguments)) << testing::PrintToString(arguments);
 }
 

@@ -77,7 +77,8 @@ struct WrittenType {
 __asm__(".globl objc_ehtype_vtable\n.set objc_ehtype_vtable, _ZTVN7velmora7standin10CaughtTypeE\n");
 
 // Tables of frames name it; it does what that of C++ does, because types know by themselves what they catch.
-__asm__(".text\n.globl __objc_personality_v0\n.type __objc_personality_v0,@function\n__objc_personality_v0:\njmp __gxx_personality_v0@PLT\n");
+__asm__(
+    ".text\n.globl __objc_personality_v0\n.type __objc_personality_v0,@function\n__objc_personality_v0:\njmp __gxx_personality_v0@PLT\n");
 
 extern "C" {
 

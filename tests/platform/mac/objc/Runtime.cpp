@@ -253,18 +253,17 @@ void* velmoraMethodAbove(Super* super, const char* selector)
 
 // Each finds the method with all registers kept that may hold arguments, and goes on in it. A message to nil answers nothing.
 #define VELMORA_TRAMPOLINE(NAME, RECEIVER, SELECTOR, FIRST, FIND, LAST)                                                                    \
-    __asm__(                                                                                                                               \
-        ".text\n.globl " NAME "\n.type " NAME ",@function\n" NAME ":\n.cfi_startproc\n" FIRST                                               \
-        "push %rbp\n.cfi_def_cfa_offset 16\n.cfi_offset %rbp,-16\nmov %rsp,%rbp\n.cfi_def_cfa_register %rbp\n"                              \
-        "sub $0xd0,%rsp\nand $-16,%rsp\n"                                                                                                  \
-        "mov %rdi,0(%rsp)\nmov %rsi,8(%rsp)\nmov %rdx,16(%rsp)\nmov %rcx,24(%rsp)\nmov %r8,32(%rsp)\nmov %r9,40(%rsp)\n"                   \
-        "mov %rax,48(%rsp)\nmovaps %xmm0,64(%rsp)\nmovaps %xmm1,80(%rsp)\nmovaps %xmm2,96(%rsp)\nmovaps %xmm3,112(%rsp)\n"                 \
-        "movaps %xmm4,128(%rsp)\nmovaps %xmm5,144(%rsp)\nmovaps %xmm6,160(%rsp)\nmovaps %xmm7,176(%rsp)\n"                                 \
-        "mov " RECEIVER ",%r10\nmov " SELECTOR ",%rsi\nmov %r10,%rdi\ncall " FIND "@PLT\nmov %rax,%r11\n"                                  \
-        "mov 0(%rsp),%rdi\nmov 8(%rsp),%rsi\nmov 16(%rsp),%rdx\nmov 24(%rsp),%rcx\nmov 32(%rsp),%r8\nmov 40(%rsp),%r9\n"                   \
-        "mov 48(%rsp),%rax\nmovaps 64(%rsp),%xmm0\nmovaps 80(%rsp),%xmm1\nmovaps 96(%rsp),%xmm2\nmovaps 112(%rsp),%xmm3\n"                 \
-        "movaps 128(%rsp),%xmm4\nmovaps 144(%rsp),%xmm5\nmovaps 160(%rsp),%xmm6\nmovaps 176(%rsp),%xmm7\nleave\n"                     \
-        ".cfi_def_cfa %rsp,8\n" LAST ".cfi_endproc\n")
+    __asm__(".text\n.globl " NAME "\n.type " NAME ",@function\n" NAME ":\n.cfi_startproc\n" FIRST                                          \
+            "push %rbp\n.cfi_def_cfa_offset 16\n.cfi_offset %rbp,-16\nmov %rsp,%rbp\n.cfi_def_cfa_register %rbp\n"                         \
+            "sub $0xd0,%rsp\nand $-16,%rsp\n"                                                                                              \
+            "mov %rdi,0(%rsp)\nmov %rsi,8(%rsp)\nmov %rdx,16(%rsp)\nmov %rcx,24(%rsp)\nmov %r8,32(%rsp)\nmov %r9,40(%rsp)\n"               \
+            "mov %rax,48(%rsp)\nmovaps %xmm0,64(%rsp)\nmovaps %xmm1,80(%rsp)\nmovaps %xmm2,96(%rsp)\nmovaps %xmm3,112(%rsp)\n"             \
+            "movaps %xmm4,128(%rsp)\nmovaps %xmm5,144(%rsp)\nmovaps %xmm6,160(%rsp)\nmovaps %xmm7,176(%rsp)\n"                             \
+            "mov " RECEIVER ",%r10\nmov " SELECTOR ",%rsi\nmov %r10,%rdi\ncall " FIND "@PLT\nmov %rax,%r11\n"                              \
+            "mov 0(%rsp),%rdi\nmov 8(%rsp),%rsi\nmov 16(%rsp),%rdx\nmov 24(%rsp),%rcx\nmov 32(%rsp),%r8\nmov 40(%rsp),%r9\n"               \
+            "mov 48(%rsp),%rax\nmovaps 64(%rsp),%xmm0\nmovaps 80(%rsp),%xmm1\nmovaps 96(%rsp),%xmm2\nmovaps 112(%rsp),%xmm3\n"             \
+            "movaps 128(%rsp),%xmm4\nmovaps 144(%rsp),%xmm5\nmovaps 160(%rsp),%xmm6\nmovaps 176(%rsp),%xmm7\nleave\n"                      \
+            ".cfi_def_cfa %rsp,8\n" LAST ".cfi_endproc\n")
 VELMORA_TRAMPOLINE("objc_msgSend", "%rdi", "%rsi", "test %rdi,%rdi\nje 1f\n", "velmoraMethod",
     "jmp *%r11\n1: xor %eax,%eax\nxor %edx,%edx\nxorps %xmm0,%xmm0\nret\n");
 VELMORA_TRAMPOLINE("objc_msgSend_stret", "%rsi", "%rdx", "", "velmoraMethod", "jmp *%r11\n");

@@ -85,8 +85,8 @@ TEST_F(RuntimeExceptionsTest, AClassCatchesItsOwnAndNoOther)
             }
         } @catch (NSObject* object) {
             steps_.emplace_back("as an object");
-        }
-        @try {
+        } @
+        try {
             @throw [[VelmoraThrower alloc] init];
         } @catch (id object) {
             steps_.emplace_back("as anything");
@@ -111,15 +111,14 @@ TEST_F(RuntimeExceptionsTest, WhatIsCaughtCanBeThrownOnAndFinallyIsDoneEachTime)
             steps_.emplace_back(mac_backend::textOf(exception.name));
         } @finally {
             steps_.emplace_back("finally at the end");
-        }
-        @try {
+        } @
+        try {
             steps_.emplace_back("nothing thrown");
         } @finally {
             steps_.emplace_back("finally all the same");
         }
     }
-    EXPECT_THAT(steps_,
-        ElementsAre("first", "finally after one", "One", "finally at the end", "nothing thrown", "finally all the same"));
+    EXPECT_THAT(steps_, ElementsAre("first", "finally after one", "One", "finally at the end", "nothing thrown", "finally all the same"));
 }
 
 TEST_F(RuntimeExceptionsTest, AnotherCanBeThrownWhereOneWasCaught)
@@ -215,9 +214,7 @@ TEST_F(RuntimeExceptionsTest, StandInsThrowWhereTheRealClassesDo)
     };
     EXPECT_EQ(nameOf(^{ [[[NSMutableArray alloc] init] addObject:static_cast<id>(nil)]; }), standin::invalidArgument);
     EXPECT_EQ(nameOf(^{ static_cast<void>([[[NSMutableArray alloc] init] objectAtIndex:0]); }), standin::outOfRange);
-    EXPECT_EQ(nameOf(^{
-        [[[NSMutableDictionary alloc] init] setObject:static_cast<id>(nil) forKey:mac_backend::textFrom("key")];
-    }),
+    EXPECT_EQ(nameOf(^{ [[[NSMutableDictionary alloc] init] setObject:static_cast<id>(nil) forKey:mac_backend::textFrom("key")]; }),
         standin::invalidArgument);
     EXPECT_EQ(nameOf(^{
         [[[NSObject alloc] init] removeObserver:[[NSObject alloc] init] forKeyPath:mac_backend::textFrom("status") context:nullptr];
