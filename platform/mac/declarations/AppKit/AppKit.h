@@ -48,7 +48,7 @@ extern NSAttributedStringKey const NSForegroundColorAttributeName;
 
 /// https://developer.apple.com/documentation/appkit/nsbitmapimagerep
 @interface NSBitmapImageRep : NSImageRep
-/// https://developer.apple.com/documentation/appkit/nsbitmapimagerep/init(cgimage:)
+/// https://developer.apple.com/documentation/appkit/nsbitmapimagerep/init(cgimage:)-7o5tz
 - (instancetype)initWithCGImage:(CGImageRef)cgImage;
 @end
 
