@@ -198,15 +198,16 @@ TEST_F(MacStatusBarItemTest, ItsKeysWorkWithTheMenuClosed)
 
 TEST_F(MacStatusBarItemTest, WhatIsChosenMayEndTheItem)
 {
+    const auto chosen = std::make_shared<std::vector<std::string>>();
     item_->setMenuDelegate({.menuNeedsUpdate = [] { return menu(); },
         .menuItemTriggered =
-            [this](const MenuItem& chosen) {
+            [this, chosen, name = std::string{"chosen: "}](const MenuItem& item) {
                 item_.reset();
-                chosen_.push_back(chosen);
+                chosen->push_back(name + item.title);
             }});
     standin::openMenu();
     standin::choose({3});
-    EXPECT_THAT(chosen_, SizeIs(1));
+    EXPECT_THAT(*chosen, ElementsAre("chosen: ⏹️ Stop Recording Clip"));
     EXPECT_THAT(standin::barItems(), IsEmpty());
 }
 
