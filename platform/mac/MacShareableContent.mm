@@ -99,22 +99,23 @@ public:
         @autoreleasepool {
             const auto once = std::make_shared<Completion>(std::move(completion));
             const auto objects = objects_;
-            const auto listed = ^(SCShareableContent* content, NSError* error) {
-                auto answered = std::exchange(*once, nullptr);
-                if (!answered)
-                    return;
-                if (!content)
-                    return answered(fail(errorOf(error, "The windows cannot be listed.")));
-                ListedObjects found;
-                auto result = contentOf(content, found);
-                objects->keep(std::move(found));
-                answered(std::move(result));
-            };
-            answeringWhatIsThrown(once, [&] {
+            @try {
                 [SCShareableContent getShareableContentExcludingDesktopWindows:excludingDesktopWindows
                                                            onScreenWindowsOnly:onScreenWindowsOnly
-                                                             completionHandler:listed];
-            });
+                                                             completionHandler:^(SCShareableContent* content, NSError* error) {
+                                                                 auto answered = std::exchange(*once, nullptr);
+                                                                 if (!answered)
+                                                                     return;
+                                                                 if (!content)
+                                                                     return answered(fail(errorOf(error, "The windows cannot be listed.")));
+                                                                 ListedObjects found;
+                                                                 auto result = contentOf(content, found);
+                                                                 objects->keep(std::move(found));
+                                                                 answered(std::move(result));
+                                                             }];
+            } @catch (NSException* exception) {
+                answerThrown(once, exception);
+            }
         }
     }
 

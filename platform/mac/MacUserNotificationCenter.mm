@@ -125,7 +125,7 @@ public:
     UNUserNotificationCenter* center()
     {
         if (!center_ && NSBundle.mainBundle.bundleIdentifier) {
-            // One whose signature the system does not like has a bundle and may be refused all the same.
+            // That there is a bundle may not be enough.
             if (thrownBy([&] { center_ = [UNUserNotificationCenter currentNotificationCenter]; }))
                 return nil;
             receiver_ = [[VelmoraNotificationReceiver alloc] init];
@@ -234,16 +234,20 @@ public:
             if (!center)
                 return completion(fail(noBundle()));
             const auto once = std::make_shared<UniqueFunction<void(Result<void>)>>(std::move(completion));
-            const auto added = ^(NSError* error) {
-                auto answered = std::exchange(*once, nullptr);
-                if (!answered)
-                    return;
-                if (error)
-                    answered(fail(errorOf(error, "The notification cannot be shown.")));
-                else
-                    answered({});
-            };
-            answeringWhatIsThrown(once, [&] { [center addNotificationRequest:requestOf(request, centre_) withCompletionHandler:added]; });
+            @try {
+                [center addNotificationRequest:requestOf(request, centre_)
+                         withCompletionHandler:^(NSError* error) {
+                             auto answered = std::exchange(*once, nullptr);
+                             if (!answered)
+                                 return;
+                             if (error)
+                                 answered(fail(errorOf(error, "The notification cannot be shown.")));
+                             else
+                                 answered({});
+                         }];
+            } @catch (NSException* exception) {
+                answerThrown(once, exception);
+            }
         }
     }
 

@@ -173,18 +173,17 @@ public:
             *isRunning_ = true;
             const auto once = std::make_shared<Completion>(std::move(completion));
             const auto isRunning = isRunning_;
-            const auto started = ^(NSError* error) {
-                if (error)
-                    *isRunning = false;
-                if (auto answered = std::exchange(*once, nullptr))
-                    answered(resultOf(error, "The capture cannot be started."));
-            };
-            auto thrown = thrownBy([&] { [stream_ startCaptureWithCompletionHandler:started]; });
-            if (!thrown)
-                return;
-            *isRunning_ = false;
-            if (auto answered = std::exchange(*once, nullptr))
-                answered(fail(std::move(*thrown)));
+            @try {
+                [stream_ startCaptureWithCompletionHandler:^(NSError* error) {
+                    if (error)
+                        *isRunning = false;
+                    if (auto answered = std::exchange(*once, nullptr))
+                        answered(resultOf(error, "The capture cannot be started."));
+                }];
+            } @catch (NSException* exception) {
+                *isRunning_ = false;
+                answerThrown(once, exception);
+            }
         }
     }
 
@@ -217,12 +216,15 @@ private:
     {
         const auto once = std::make_shared<Completion>(std::move(completion));
         SCStream* const stream = stream_;  // lives until it has stopped
-        const auto stopped = ^(NSError* error) {
-            static_cast<void>(stream);
-            if (auto answered = std::exchange(*once, nullptr))
-                answered(resultOf(error, "The capture cannot be stopped."));
-        };
-        answeringWhatIsThrown(once, [&] { [stream stopCaptureWithCompletionHandler:stopped]; });
+        @try {
+            [stream stopCaptureWithCompletionHandler:^(NSError* error) {
+                static_cast<void>(stream);
+                if (auto answered = std::exchange(*once, nullptr))
+                    answered(resultOf(error, "The capture cannot be stopped."));
+            }];
+        } @catch (NSException* exception) {
+            answerThrown(once, exception);
+        }
     }
 
     VelmoraStreamReceiver* receiver_;

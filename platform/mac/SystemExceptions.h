@@ -28,14 +28,13 @@ std::optional<Error> thrownBy(const Work& work)
     return std::nullopt;
 }
 
-/// Does the work, which hands `completion` over; where the system throws in it, and has not called it, `completion` gets the error.
-template <typename Completion, typename Work>
-void answeringWhatIsThrown(const std::shared_ptr<Completion>& completion, const Work& work)
+/// Gives `completion`, unless it has been called, what was thrown as its error.
+template <typename Completion>
+void answerThrown(const std::shared_ptr<Completion>& completion, NSException* exception)
 {
-    if (auto error = thrownBy(work)) {
-        if (auto answered = std::exchange(*completion, nullptr))
-            answered(fail(std::move(*error)));
-    }
+    auto error = errorOf(exception);
+    if (auto answered = std::exchange(*completion, nullptr))
+        answered(fail(std::move(error)));
 }
 
 }  // namespace velmora::mac_backend

@@ -148,6 +148,8 @@ protected:
     }
     ~MacCaptureExceptionsTest() override
     {
+        // Its threads read what the next test sets.
+        standin::settleScreenCapture();
         standin::throwFromNothing();
         standin::takeLogLines();
     }
