@@ -5,6 +5,11 @@ import Velmora.Brand
 T.ScrollBar {
     id: bar
 
+    // How far it is scrolled, as assistive technology asks for it by these names.
+    readonly property real minimumValue: 0
+    readonly property real maximumValue: 1
+    readonly property real value: size < 1 ? Math.max(0, Math.min(1, position / (1 - size))) : 0
+
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
     padding: 2

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace velmora {
 namespace {
@@ -440,6 +441,24 @@ TEST(ThinScrollBar, IsThereOnlyWhenNotAllFits)
     EXPECT_FALSE(bar->isVisible());
     bar->setProperty("size", 0.5);
     EXPECT_TRUE(bar->isVisible());
+}
+
+TEST(ThinScrollBar, TellsAssistiveTechnologyHowFarItIsScrolled)
+{
+    const QuickTestWindow window{QLatin1String("ThinScrollBar { objectName: 'it'; height: 100; orientation: Qt.Vertical; size: 0.6 }")};
+    auto* bar = window.item("it");
+    auto* values = QAccessible::queryAccessibleInterface(bar)->valueInterface();
+    ASSERT_NE(values, nullptr);
+    EXPECT_EQ(values->minimumValue().toDouble(), 0);
+    EXPECT_EQ(values->maximumValue().toDouble(), 1);
+    for (const auto& [position, value] : {std::pair{0.0, 0.0}, {0.1, 0.25}, {0.4, 1.0}, {-0.1, 0.0}, {0.5, 1.0}}) {
+        bar->setProperty("position", position);
+        ASSERT_TRUE(values->currentValue().canConvert<double>());
+        EXPECT_DOUBLE_EQ(values->currentValue().toDouble(), value) << position;
+    }
+    // Where all fits there is nowhere to scroll to.
+    bar->setProperty("size", 1);
+    EXPECT_EQ(values->currentValue().toDouble(), 0);
 }
 
 constexpr auto scrollQml = R"(
