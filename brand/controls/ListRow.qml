@@ -21,6 +21,9 @@ T.ItemDelegate {
     bottomPadding: 10
     opacity: enabled ? 1 : Theme.disabledOpacity
     hoverEnabled: true
+    // The current row has the keyboard within its list. On some desktops (GNOME's) Return presses a button, which would be this one: keys are
+    // the list's first.
+    Keys.forwardTo: ListView.view ? [ListView.view] : []
 
     Accessible.role: Accessible.ListItem
     Accessible.name: text

@@ -182,6 +182,28 @@ TEST(TrayProgramTest, ThePickerIsUsableByKeyboardAlone)
     EXPECT_TRUE(isHidden("Select Video Window"));
 }
 
+TEST(TrayProgramTest, ReturnInTheListOfWindowsStartsWhereTheDesktopsButtonsTakeItToo)
+{
+    const NumberedWindow window{{"--size", "320x240", "--class", "Omega"}};
+    const AssistiveTechnology assistiveTechnology;
+    auto environment = AssistiveTechnology::environment();
+    // Qt's buttons, and rows of a list are such, take Return on GNOME and its kin.
+    environment["XDG_CURRENT_DESKTOP"] = "GNOME";
+    TrayProgram program{{.environment = environment, .prepareHome = {}}};
+    ASSERT_EQ(program.run({"choose"}).status, 0);
+    ASSERT_TRUE(hasFocus("Select Video Window"));
+    ASSERT_TRUE(AssistiveTechnology::find("list item", "Omega"));
+    pressKeys({"Down"});
+    pressKeys({"Tab"});
+    ASSERT_TRUE(waitUntil([] {
+        const auto row = AssistiveTechnology::find("list item", "Omega");
+        return row && row->has("focused");
+    }));
+    pressKeys({"Return"});
+    ASSERT_TRUE(program.hasState("capturing"));
+    EXPECT_TRUE(isHidden("Select Video Window"));
+}
+
 TEST(TrayProgramTest, ThePickerIsUsableByMouseAlone)
 {
     const std::string markup = R"(<img src="http://127.0.0.1/pixel.png"> &amp; <b>_A&B</b>)";
