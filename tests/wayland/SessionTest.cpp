@@ -54,9 +54,18 @@ TrayProgram::Options quietOptions()
     return options;
 }
 
-class WaylandDesktopTest : public ::testing::Test {
+std::vector<std::string> optionsOf(WindowKind kind)
+{
+    if (kind == WindowKind::x11)
+        return {"--title", "A numbered window", "--size", "640x480", "--position", "200,150", "--fps", "20", "--motion", "0"};
+    return {"--title", "A numbered window", "--size", "640x480", "--shadow", "32"};
+}
+
+/// `kind` is that of the window that is shared.
+template <WindowKind kind>
+class SessionTest : public ::testing::Test {
 protected:
-    ~WaylandDesktopTest() override
+    ~SessionTest() override
     {
         if (HasFailure())
             keepLook("failed");
@@ -139,10 +148,11 @@ protected:
         return kept;
     }
 
-    /// A clip of the window alone: every picture holds a whole frame from edge to edge, and none is older than the one before.
-    static RecordedClip expectTheWindow(const std::filesystem::path& file)
+    /// A clip of the window alone: every picture holds a whole frame from edge to edge, and none is older than the one before. Above it may
+    /// be the title bar that the desktop draws around an X11 program's window.
+    static RecordedClip expectTheWindow(const std::filesystem::path& file, int titleBar = 0)
     {
-        auto clip = readClip(file);
+        auto clip = readClip(file, {{0, titleBar, width, height}});
         EXPECT_THAT(clip.complaints, IsEmpty());
         if (!clip.opened || !clip.video) {
             ADD_FAILURE() << "no video in " << file;
@@ -151,7 +161,7 @@ protected:
         const auto& pictures = clip.video->pictures;
         EXPECT_EQ(clip.video->codec, "h264");
         EXPECT_EQ(clip.video->width, width);
-        EXPECT_EQ(clip.video->height, height);
+        EXPECT_EQ(clip.video->height, height + titleBar);
         EXPECT_FALSE(pictures.empty());
         std::vector<double> unreadable;
         std::vector<double> outOfOrder;
@@ -194,9 +204,13 @@ protected:
     }
 
     std::unique_ptr<DesktopUser> user = DesktopUser::create();
-    SharedWindow window{{"--title", "A numbered window", "--size", "640x480", "--shadow", "32"}};
+    SharedWindow window{kind, optionsOf(kind)};
     TrayProgram program{quietOptions()};
 };
+
+using WaylandDesktopTest = SessionTest<WindowKind::wayland>;
+/// A window of an X11 program's, through Xwayland.
+using XwaylandTest = SessionTest<WindowKind::x11>;
 
 TEST_F(WaylandDesktopTest, AWindowThatIsChosenInTheDesktopsDialogIsRecordedAndNextTimeWithoutTheDialog)
 {
@@ -331,6 +345,26 @@ TEST_F(WaylandDesktopTest, AWindowThatIsResizedGoesOnInTheSizeOfTheClip)
         }
         EXPECT_GT(numbers.size(), 2U) << "in the second after " << begin << " s";
     }
+}
+
+TEST_F(XwaylandTest, AWindowOfAnX11ProgramIsRecorded)
+{
+    choose();
+    start();
+    record(3s);
+    keepLook("recording");
+    const auto file = save();
+    const auto all = readClip(file);
+    ASSERT_TRUE(all.video) << file;
+    // GNOME shares its own title bar with the window, KDE does not.
+    const auto clip = expectTheWindow(file, all.video->height - height);
+    EXPECT_GT(framesSeen(clip), 5U);
+    record(1s);
+    keepLook("saved");
+    ASSERT_EQ(program.run({"choose"}).status, 0);
+    ASSERT_TRUE(AssistiveTechnology::find("frame", "Select Video Window"));
+    record(1s);
+    keepLook("picker");
 }
 
 TEST_F(WaylandDesktopTest, AMinimisedWindowLeavesAClipThatPlays)

@@ -6,18 +6,18 @@ namespace velmora::test {
 
 namespace {
 
-std::vector<std::string> commandLine(const std::vector<std::string>& options)
+std::vector<std::string> commandLine(WindowKind kind, const std::vector<std::string>& options)
 {
-    std::vector<std::string> arguments{VELMORA_WAYLAND_WINDOW};
+    std::vector<std::string> arguments{kind == WindowKind::x11 ? VELMORA_NUMBERED_WINDOW : VELMORA_WAYLAND_WINDOW};
     arguments.insert(arguments.end(), options.begin(), options.end());
     return arguments;
 }
 
 }  // namespace
 
-SharedWindow::SharedWindow(const std::vector<std::string>& options) : process_(commandLine(options))
+SharedWindow::SharedWindow(WindowKind kind, const std::vector<std::string>& options) : process_(commandLine(kind, options))
 {
-    if (process_.readLine(patience) != "ready")
+    if (!process_.readLine(patience).value_or("").starts_with("ready"))
         throw std::runtime_error("no window to share");
 }
 

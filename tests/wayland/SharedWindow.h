@@ -1,4 +1,4 @@
-// A window to share: wayland_window, running, its first frame with the compositor.
+// A window to share, running, its first frame with the compositor: wayland_window, or numbered_window through Xwayland.
 #pragma once
 
 #include "tests/support/recording/Velmora.h"
@@ -8,9 +8,11 @@
 
 namespace velmora::test {
 
+enum class WindowKind { wayland, x11 };
+
 class SharedWindow {
 public:
-    explicit SharedWindow(const std::vector<std::string>& options = {});
+    explicit SharedWindow(WindowKind kind, const std::vector<std::string>& options = {});
 
     /// Has a command carried out; its answer.
     std::string command(const std::string& line);
