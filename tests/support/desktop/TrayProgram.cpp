@@ -10,12 +10,30 @@
 #include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
 namespace velmora::test {
 
 using namespace std::chrono_literals;
+
+namespace {
+
+/// All but what Qt says when assistive technology asks for a control that has gone since it was told of it, as a menu's row does when the menu
+/// changes. No reader can know, and no program can help it.
+std::string complaintsOf(const std::string& messages)
+{
+    std::istringstream lines{messages};
+    std::string complaints;
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.starts_with("qt.accessibility.atspi: Could not find accessible on path: "))
+            complaints += line + '\n';
+    }
+    return complaints;
+}
+
+}  // namespace
 
 TrayProgram::TrayProgram(const Options& options) : environment_(options.environment), launcher_(options.launcher)
 {
@@ -73,7 +91,7 @@ void TrayProgram::quit()
         run({"quit"});
     const auto outcome = program_->finish();
     EXPECT_EQ(outcome.status, 0) << outcome.messages;
-    EXPECT_EQ(outcome.messages, "");
+    EXPECT_EQ(complaintsOf(outcome.messages), "");
 }
 
 QJsonObject TrayProgram::status()
