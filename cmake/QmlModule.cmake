@@ -23,6 +23,11 @@ function(velmora_qml_module target)
     file(CONFIGURE OUTPUT "${all_qml}" CONTENT "${includes}" @ONLY)
     set_source_files_properties("${all_qml}" PROPERTIES OBJECT_DEPENDS "${compiled_qml}" SKIP_AUTOGEN ON)
     target_sources(${target} PRIVATE "${all_qml}")
+    # What finds that code is referred to by nothing. Newer versions of Qt have it compiled apart from our sources, and then it would not be
+    # linked, and the QML be compiled again at run time. This is its function's name to the linker.
+    set(finder qInitResources_qmlcache_${target})
+    string(LENGTH ${finder} length)
+    target_link_options(${target} INTERFACE "LINKER:--undefined=_Z${length}${finder}v")
     # Generated code need not meet our warnings.
     set(generated ${sources} "${all_qml}")
     list(FILTER generated INCLUDE REGEX "/\\.rcc/|_qmltyperegistrations\\.cpp$|_qml\\.cpp$")
