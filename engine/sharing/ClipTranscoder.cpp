@@ -59,7 +59,7 @@ public:
         if (surroundings.range != wholeClip || !surroundings.cuts.empty())
             return fail(std::string{platform::transcodingErrorDomain}, static_cast<int>(platform::TranscodingErrorCode::unsupported),
                 "Only whole clips can be encoded anew.");
-        const auto report = settings_.format == platform::CopyFormat::mp4 ? makeMp4(surroundings) : makeMovie(surroundings);
+        const auto report = make({surroundings.createOutput, surroundings.createScratch, surroundings.progress});
         if (!report)
             return fail(isFullDisk(report.error()) ? posixError(report.error().code, surroundings.folder.native()) : report.error());
         if (!*report)
@@ -69,30 +69,14 @@ public:
     }
 
 private:
-    using Made = Result<std::optional<TranscodingReport>>;
-
-    Made makeMp4(const Surroundings& surroundings)
+    Result<std::optional<TranscodingReport>> make(const CopyTools& tools)
     {
-        const auto codecs = makeCodecs_();
-        if (!codecs)
-            return fail(codecs.error());
-        return makeSmallFile(*source_, settings_,
-            {.codecs = **codecs,
-                .makeTarget = surroundings.createOutput,
-                .makeScratch = surroundings.createScratch,
-                .progress = surroundings.progress});
-    }
-
-    Made makeMovie(const Surroundings& surroundings)
-    {
+        if (settings_.format == platform::CopyFormat::mp4) {
+            const auto codecs = makeCodecs_();
+            return codecs ? makeSmallFile(*source_, settings_, **codecs, tools) : fail(codecs.error());
+        }
         const auto codecs = makeMovieCodecs_();
-        if (!codecs)
-            return fail(codecs.error());
-        return makeMovieCopy(*source_, settings_,
-            {.codecs = **codecs,
-                .makeTarget = surroundings.createOutput,
-                .makeScratch = surroundings.createScratch,
-                .progress = surroundings.progress});
+        return codecs ? makeMovieCopy(*source_, settings_, **codecs, tools) : fail(codecs.error());
     }
 
     const std::unique_ptr<mp4::File> source_;

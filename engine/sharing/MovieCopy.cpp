@@ -1,6 +1,5 @@
 #include "engine/sharing/MovieCopy.h"
 
-#include "engine/sharing/EncodedSound.h"
 #include "engine/sharing/MovieLadder.h"
 #include "engine/sharing/SharedCopy.h"
 
@@ -117,46 +116,12 @@ private:
     std::vector<std::byte> bytes_;
 };
 
-class MovieCopy {
+class MovieCopy final : public CopyWork {
 public:
-    MovieCopy(mp4::File& file, const platform::TranscodingSettings& settings, const MovieCopyTools& tools)
-        : file_(file)
-        , settings_(settings)
-        , tools_(tools)
-        , limit_(static_cast<double>(settings.limit))
+    MovieCopy(mp4::File& file, const platform::TranscodingSettings& settings, MovieCodecs& codecs, const CopyTools& tools)
+        : CopyWork(file, settings, codecs, tools)
+        , codecs_(codecs)
     {
-    }
-
-    /// None: cancelled.
-    Result<std::optional<TranscodingReport>> make()
-    {
-        auto source = ClipSource::open(file_);
-        if (!source)
-            return fail(source.error());
-        source_.emplace(std::move(*source));
-        const auto& pictures = source_->pictures();
-        shape_ = {pictures.width, pictures.height, source_->length(), pictures.times};
-        ladder_.emplace(settings_.format, shape_);
-        const bool hasSound = settings_.format == CopyFormat::webm && source_->sound();
-        auto transcoder = tools_.codecs.makeMovieTranscoder(settings_.format, pictures.format, hasSound);
-        if (!transcoder)
-            return fail(transcoder.error());
-        transcoder_ = std::move(*transcoder);
-        if (hasSound) {
-            if (auto encoded = encodeTheSound(); !encoded)
-                return fail(encoded.error());
-        }
-        if (!isCancelled_ && limit_ > 0) {
-            if (auto probed = probe(); !probed)
-                return fail(probed.error());
-        }
-        if (!isCancelled_) {
-            if (auto encoded = encodeRounds(); !encoded)
-                return fail(encoded.error());
-        }
-        if (isCancelled_)
-            return std::nullopt;
-        return write();
     }
 
 private:
@@ -167,80 +132,63 @@ private:
         std::size_t pictureCount = 0;
     };
 
-    bool report(double done)
+    Result<bool> prepare() override
     {
-        done_ = std::max(done_, done);
-        if (!isCancelled_ && !tools_.progress(done_))
-            isCancelled_ = true;
-        return !isCancelled_;
+        const auto& pictures = source().pictures();
+        shape_ = {pictures.width, pictures.height, source().length(), pictures.times};
+        ladder_.emplace(settings().format, shape_);
+        auto transcoder = codecs_.makeMovieTranscoder(settings().format, pictures.format, wantsSound());
+        if (!transcoder)
+            return fail(transcoder.error());
+        transcoder_ = std::move(*transcoder);
+        return false;
     }
 
-    Result<void> encodeTheSound()
-    {
-        auto scratch = tools_.makeScratch();
-        if (!scratch)
-            return fail(scratch.error());
-        auto encoded = encodeSound(*source_, tools_.codecs, soundBitRateFor(limit_, source_->seconds(), source_->soundRate()),
-            std::move(*scratch), [this](double done) { return report(done * soundShare); });
-        if (!encoded)
-            return fail(encoded.error());
-        if (*encoded && (*encoded)->format)
-            sound_ = std::move(*encoded);
-        if (sound_ && limit_ > 0 && static_cast<double>(sound_->byteCount) > limit_)
-            return limitTooSmall(limit_, source_->seconds(), static_cast<double>(sound_->byteCount) * 2);
-        return {};
-    }
-
-    [[nodiscard]] double soundBytes() const { return sound_ ? static_cast<double>(sound_->byteCount) : 0; }
+    [[nodiscard]] bool wantsSound() const override { return settings().format == CopyFormat::webm && source().sound(); }
 
     [[nodiscard]] MovieEncoding encodingAt(double place) const
     {
         auto encoding = ladder_->at(place);
-        encoding.quarterTurns = quarterTurnsOf(source_->pictures().matrix);
-        // The user waits for it: a long clip in large pictures gets less work for each.
+        encoding.quarterTurns = quarterTurnsOf(source().pictures().matrix);
         const auto rate = encoding.timing.largestRate > 0 ? encoding.timing.largestRate : usualRate(shape_);
-        const auto pixels = source_->seconds() * rate * encoding.width * encoding.height;
-        constexpr double aLot = 5e8;
-        constexpr double some = 1e8;
-        encoding.effort = pixels > aLot ? ClipEffort::little : pixels > some ? ClipEffort::some : ClipEffort::much;
+        encoding.effort = effortFor(source().seconds() * rate * encoding.width * encoding.height, 1e8, 5e8);
         return encoding;
     }
 
     /// How large the whole of a long clip becomes, from parts of it, until a place seems to fit: from there on `place_`.
-    Result<void> probe()
+    Result<void> estimate() override
     {
-        const auto length = source_->length();
+        if (soundBytes() > limit())
+            return limitTooSmall(limit(), source().seconds(), soundBytes() * 2);
+        const auto length = source().length();
         const auto part = static_cast<std::int64_t>(probeSeconds * pictureTimescale);
         if (length <= 3 * impressionParts * part)
             return {};
-        PlaceSearch search{limit_ * aimedPart, ladder_->coarsest()};
+        PlaceSearch search{limit() * aimedPart, ladder_->coarsest()};
         for (int probes = 1; probes <= mostImpressions; ++probes) {
             std::uint64_t bytes = 0;
-            for (int i = 0; i < impressionParts; ++i) {
-                auto encoding = encodingAt(place_);
-                encoding.begin = (length - part) * (2 * i + 1) / (2 * impressionParts);
-                encoding.end = encoding.begin + part;
-                const auto samples = source_->pictureSamples();
-                samples->seek(static_cast<double>(encoding.begin) / pictureTimescale);
-                std::uint64_t size = 0;
-                const auto written = transcoder_->transcode(
-                    *samples, encoding, nullptr,
-                    [&](std::uint64_t offset, std::span<const std::byte> data) -> Result<void> {
-                        size = std::max(size, offset + data.size());
-                        return {};
-                    },
-                    [this](const MovieProgress&) { return report(done_); });
-                if (!written)
-                    return fail(written.error());
-                if (isCancelled_)
-                    return {};
-                bytes += size;
-                report(done_ + (soundShare + probesShare - done_) / (2 * impressionParts));
-            }
+            const auto encoded =
+                encodeParts(impressionParts, part, [&](CodedSamples& samples, std::int64_t begin, std::int64_t end) -> Result<void> {
+                    auto encoding = encodingAt(place_);
+                    encoding.begin = begin;
+                    encoding.end = end;
+                    std::uint64_t size = 0;
+                    const auto written = transcoder_->transcode(
+                        samples, encoding, nullptr,
+                        [&](std::uint64_t offset, std::span<const std::byte> data) -> Result<void> {
+                            size = std::max(size, offset + data.size());
+                            return {};
+                        },
+                        [this](const MovieProgress&) { return goesOn(); });
+                    bytes += size;
+                    return written ? Result<void>{} : fail(written.error());
+                });
+            if (!encoded || isCancelled())
+                return encoded;
             const auto whole =
                 static_cast<double>(bytes) * static_cast<double>(length) / static_cast<double>(part * impressionParts) + soundBytes();
-            const bool fits = whole <= limit_;
-            if (fits && (place_ == 0 || whole >= enoughPart * limit_))
+            const bool fits = whole <= limit();
+            if (fits && (place_ == 0 || whole >= enoughPart * limit()))
                 return {};
             search.add(place_, whole, fits);
             const auto next = search.next();
@@ -251,30 +199,30 @@ private:
         return {};
     }
 
-    Result<void> encodeRounds()
+    Result<void> encodeRounds() override
     {
-        PlaceSearch search{limit_ * aimedPart, ladder_->coarsest()};
+        PlaceSearch search{limit() * aimedPart, ladder_->coarsest()};
         for (rounds_ = 1;; ++rounds_) {
             auto encoded = encodeRound();
             if (!encoded)
                 return fail(encoded.error());
-            if (isCancelled_)
+            if (isCancelled())
                 return {};
             auto& round = *encoded;
             const auto size = static_cast<double>(round.size);
-            const bool fits = limit_ == 0 || (round.file && size <= limit_);
+            const bool fits = !isLimited() || (round.file && size <= limit());
             search.add(place_, size, fits);
             if (fits && (!best_ || round.size > best_->size))
                 best_ = std::move(round);
-            if (best_ && (limit_ == 0 || best_->place == 0 || static_cast<double>(best_->size) >= enoughPart * limit_))
+            if (best_ && (!isLimited() || best_->place == 0 || static_cast<double>(best_->size) >= enoughPart * limit()))
                 return {};
             if (!fits && place_ >= ladder_->coarsest())
-                return limitTooSmall(limit_, source_->seconds(), size / aimedPart);
+                return limitTooSmall(limit(), source().seconds(), size / aimedPart);
             const auto next = search.next();
             if (best_ && (rounds_ == mostRounds || !next))
                 return {};
             if (!next || rounds_ == mostRounds)
-                return limitMissed(limit_);
+                return limitMissed(limit());
             // Better coarse than not at all.
             place_ = !best_ && rounds_ + 1 == mostRounds ? ladder_->coarsest() : *next;
         }
@@ -282,34 +230,33 @@ private:
 
     Result<Round> encodeRound()
     {
-        auto scratch = tools_.makeScratch();
+        auto scratch = makeScratch();
         if (!scratch)
             return fail(scratch.error());
         Round round;
         round.file = std::move(*scratch);
         round.place = place_;
-        const auto before = std::max(done_, soundShare + probesShare);
-        const auto share = (copyShare - before) * roundShare;
+        const auto progress = roundProgress();
         std::optional<Packets> packets;
-        if (sound_)
-            packets.emplace(*sound_);
+        if (sound())
+            packets.emplace(*sound());
         double written = 0;
         bool isTooLarge = false;
-        const auto samples = source_->pictureSamples();
+        const auto samples = source().pictureSamples();
         const auto made = transcoder_->transcode(
             *samples, encodingAt(place_), packets ? &*packets : nullptr,
             [&](std::uint64_t offset, std::span<const std::byte> data) -> Result<void> {
                 round.size = std::max(round.size, offset + data.size());
-                isTooLarge = limit_ > 0 && static_cast<double>(round.size) > limit_;
+                isTooLarge = isLimited() && static_cast<double>(round.size) > limit();
                 return isTooLarge ? Result<void>{} : round.file->writeAt(offset, data);
             },
-            [&](const MovieProgress& progress) {
-                written = progress.written;
-                return report(before + share * progress.done) && !(isTooLarge && written > 0);
+            [&](const MovieProgress& reached) {
+                written = reached.written;
+                return progress(reached.done) && !(isTooLarge && written > 0);
             });
         if (!made)
             return fail(made.error());
-        if (isCancelled_)
+        if (isCancelled())
             return round;
         if (isTooLarge)
             round.file.reset();
@@ -321,55 +268,38 @@ private:
         return round;
     }
 
-    Result<std::optional<TranscodingReport>> write()
+    Result<bool> writeBest(mp4::File& target, const std::function<bool(double)>& progress) override
     {
-        const auto target = tools_.makeTarget();
-        if (!target)
-            return fail(target.error());
-        if (!*target)
-            return std::nullopt;
-        const auto copied =
-            copyBytes(*best_->file, best_->size, **target, [this](double done) { return report(copyShare + (1 - copyShare) * done); });
-        if (!copied)
-            return fail(copied.error());
-        if (!*copied)
-            return std::nullopt;
-        const auto encoding = encodingAt(best_->place);
-        const bool isOnItsSide = encoding.quarterTurns % 2 == 1;
-        TranscodingReport report;
-        report.size = best_->size;
-        report.width = isOnItsSide ? encoding.height : encoding.width;
-        report.height = isOnItsSide ? encoding.width : encoding.height;
-        report.pictureRate = static_cast<double>(best_->pictureCount) / source_->seconds();
-        report.soundBitRate = sound_ ? sound_->bitRate : 0;
-        report.quality = encoding.quality;
-        report.colours = settings_.format == CopyFormat::gif ? encoding.colours : 0;
-        report.rounds = rounds_;
-        return report;
+        return copyBytes(*best_->file, best_->size, target, progress);
     }
 
-    mp4::File& file_;
-    const platform::TranscodingSettings settings_;
-    const MovieCopyTools& tools_;
-    const double limit_;
-    std::optional<ClipSource> source_;
+    void describeBest(TranscodingReport& report) const override
+    {
+        const auto encoding = encodingAt(best_->place);
+        const bool isOnItsSide = encoding.quarterTurns % 2 == 1;
+        report.width = isOnItsSide ? encoding.height : encoding.width;
+        report.height = isOnItsSide ? encoding.width : encoding.height;
+        report.pictureRate = static_cast<double>(best_->pictureCount) / source().seconds();
+        report.quality = encoding.quality;
+        report.colours = settings().format == CopyFormat::gif ? encoding.colours : 0;
+        report.rounds = rounds_;
+    }
+
+    MovieCodecs& codecs_;
     ClipShape shape_;
     std::optional<MovieLadder> ladder_;
     std::unique_ptr<MovieTranscoder> transcoder_;
-    std::unique_ptr<EncodedSound> sound_;
     double place_ = 0;
     int rounds_ = 0;
     std::optional<Round> best_;
-    double done_ = 0;
-    bool isCancelled_ = false;
 };
 
 }  // namespace
 
 Result<std::optional<platform::TranscodingReport>> makeMovieCopy(
-    mp4::File& source, const platform::TranscodingSettings& settings, const MovieCopyTools& tools)
+    mp4::File& source, const platform::TranscodingSettings& settings, MovieCodecs& codecs, const CopyTools& tools)
 {
-    return MovieCopy{source, settings, tools}.make();
+    return MovieCopy{source, settings, codecs, tools}.make();
 }
 
 }  // namespace velmora::engine

@@ -2,27 +2,15 @@
 #pragma once
 
 #include "engine/codecs/MovieCodecs.h"
-#include "media/mp4/File.h"
-
-#include <functional>
-#include <memory>
-#include <optional>
+#include "engine/sharing/CopyWork.h"
 
 namespace velmora::engine {
-
-/// As makeSmallFile() has them.
-struct MovieCopyTools {
-    MovieCodecs& codecs;
-    std::function<Result<mp4::File*>()> makeTarget;
-    std::function<Result<std::unique_ptr<mp4::File>>()> makeScratch;
-    std::function<bool(double)> progress;
-};
 
 /// Writes the clip in `source` as `settings.format`, with at most `settings.limit` bytes where that is not 0: as fine as its ladder begins
 /// where that fits, else so much coarser that it fits, and uses nine tenths of the limit if six rounds find how. None: cancelled. After any
 /// failure or a cancel the target is useless. Errors: those of ClipSource::open(), the codecs', the system's;
 /// platform::TranscodingErrorCode.
 Result<std::optional<platform::TranscodingReport>> makeMovieCopy(
-    mp4::File& source, const platform::TranscodingSettings& settings, const MovieCopyTools& tools);
+    mp4::File& source, const platform::TranscodingSettings& settings, MovieCodecs& codecs, const CopyTools& tools);
 
 }  // namespace velmora::engine

@@ -41,45 +41,11 @@ std::array<std::int32_t, 9> scaledMatrix(std::array<std::int32_t, 9> matrix, dou
     return matrix;
 }
 
-class SmallFile {
+class SmallFile final : public CopyWork {
 public:
-    SmallFile(mp4::File& file, const platform::TranscodingSettings& settings, const SmallFileTools& tools)
-        : file_(file)
-        , settings_(settings)
-        , tools_(tools)
-        , limit_(static_cast<double>(settings.limit))
+    SmallFile(mp4::File& file, const platform::TranscodingSettings& settings, ClipCodecs& codecs, const CopyTools& tools)
+        : CopyWork(file, settings, codecs, tools)
     {
-    }
-
-    /// None: cancelled.
-    Result<std::optional<TranscodingReport>> make()
-    {
-        auto source = ClipSource::open(file_);
-        if (!source)
-            return fail(source.error());
-        source_.emplace(std::move(*source));
-        if (source_->isWhole() && settings_.limit > 0 && source_->fileSize() <= settings_.limit && !settings_.hasConstantRate)
-            return copy();
-        chooseCandidates();
-        if (auto fits = checkLeast(); !fits)
-            return fail(fits.error());
-        auto pictures = tools_.codecs.makePictureTranscoder(source_->pictures().format);
-        if (!pictures)
-            return fail(pictures.error());
-        pictures_ = std::move(*pictures);
-        if (auto encoded = encodeTheSound(); !encoded)
-            return fail(encoded.error());
-        if (!isCancelled_ && settings_.limit > 0) {
-            if (auto chosen = chooseCandidate(); !chosen)
-                return fail(chosen.error());
-        }
-        if (!isCancelled_) {
-            if (auto encoded = encodeRounds(); !encoded)
-                return fail(encoded.error());
-        }
-        if (isCancelled_)
-            return std::nullopt;
-        return write();
     }
 
 private:
@@ -92,44 +58,33 @@ private:
         std::size_t pictureCount = 0;
     };
 
-    bool report(double done)
+    Result<bool> prepare() override
     {
-        done_ = std::max(done_, done);
-        if (!isCancelled_ && !tools_.progress(done_))
-            isCancelled_ = true;
-        return !isCancelled_;
+        if (source().isWhole() && isLimited() && source().fileSize() <= settings().limit && !settings().hasConstantRate)
+            return true;
+        chooseCandidates();
+        if (auto fits = checkLeast(); !fits)
+            return fail(fits.error());
+        auto pictures = codecs().makePictureTranscoder(source().pictures().format);
+        if (!pictures)
+            return fail(pictures.error());
+        pictures_ = std::move(*pictures);
+        return false;
     }
 
-    Result<std::optional<TranscodingReport>> copy()
-    {
-        const auto target = tools_.makeTarget();
-        if (!target)
-            return fail(target.error());
-        if (!*target)
-            return std::nullopt;
-        const auto size = source_->fileSize();
-        const auto copied = copyBytes(file_, size, **target, [this](double done) { return report(done); });
-        if (!copied)
-            return fail(copied.error());
-        if (!*copied)
-            return std::nullopt;
-        TranscodingReport report;
-        report.isCopy = true;
-        report.size = size;
-        return report;
-    }
+    [[nodiscard]] bool wantsSound() const override { return source().sound() != nullptr; }
 
     void chooseCandidates()
     {
-        const auto& pictures = source_->pictures();
-        shape_ = {pictures.width, pictures.height, source_->length(), pictures.times};
+        const auto& pictures = source().pictures();
+        shape_ = {pictures.width, pictures.height, source().length(), pictures.times};
         candidates_ = pictureCandidates(shape_);
-        if (settings_.hasConstantRate) {
+        if (settings().hasConstantRate) {
             const auto rate = steadyRate(shape_);
             std::erase_if(candidates_, [](const PictureCandidate& candidate) { return candidate.timing.largestRate > 0; });
             for (auto& candidate : candidates_) {
                 candidate.timing.constantRate = rate;
-                candidate.pictureCount = static_cast<std::size_t>(source_->seconds() * rate) + 1;
+                candidate.pictureCount = static_cast<std::size_t>(source().seconds() * rate) + 1;
             }
         }
     }
@@ -137,47 +92,30 @@ private:
     /// Finds what no encoder could do before anything is encoded.
     Result<void> checkLeast()
     {
-        if (settings_.limit == 0)
+        if (!isLimited())
             return {};
-        const auto seconds = source_->seconds();
+        const auto seconds = source().seconds();
         const auto& last = candidates_.back();
-        const auto packets = source_->sound() ? static_cast<std::size_t>(seconds * 48000 / 1024) : 0;
-        const auto sound = source_->sound() ? seconds * std::min(leastSoundBitRate / 8.0, source_->soundRate()) * 0.8 : 0;
+        const auto packets = source().sound() ? static_cast<std::size_t>(seconds * 48000 / 1024) : 0;
+        const auto sound = source().sound() ? seconds * std::min(leastSoundBitRate / 8.0, source().soundRate()) * 0.8 : 0;
         // An encoded picture in which nothing moves has some twenty bytes.
         const auto least =
             sound + static_cast<double>(leastIndexSize(last.pictureCount, packets)) + 20.0 * static_cast<double>(last.pictureCount);
-        if (least > limit_)
+        if (least > limit())
             return tooSmall(least);
         return {};
     }
 
-    [[nodiscard]] tl::unexpected<Error> tooSmall(double least) const { return limitTooSmall(limit_, source_->seconds(), least); }
-
-    Result<void> encodeTheSound()
-    {
-        if (!source_->sound())
-            return {};
-        const auto rate = soundBitRateFor(limit_, source_->seconds(), source_->soundRate());
-        auto scratch = tools_.makeScratch();
-        if (!scratch)
-            return fail(scratch.error());
-        auto encoded =
-            encodeSound(*source_, tools_.codecs, rate, std::move(*scratch), [this](double done) { return report(done * soundShare); });
-        if (!encoded)
-            return fail(encoded.error());
-        if (*encoded && (*encoded)->format)
-            sound_ = std::move(*encoded);
-        return {};
-    }
+    [[nodiscard]] tl::unexpected<Error> tooSmall(double least) const { return limitTooSmall(limit(), source().seconds(), least); }
 
     /// What is left for the bytes of pictures, as far as it can be known beforehand.
     [[nodiscard]] double pictureBytes(const PictureCandidate& candidate, double ofTheLimit) const
     {
-        const auto packets = sound_ ? sound_->packetSizes.size() : 0;
+        const auto packets = sound() ? sound()->packetSizes.size() : 0;
         // Pictures at uneven times take some more.
         const auto index =
             static_cast<double>(leastIndexSize(candidate.pictureCount, packets)) + 8.0 * static_cast<double>(candidate.pictureCount);
-        return limit_ * ofTheLimit - index - (sound_ ? static_cast<double>(sound_->byteCount) : 0);
+        return limit() * ofTheLimit - index - soundBytes();
     }
 
     [[nodiscard]] PictureEncoding encodingOf(const PictureCandidate& candidate, double quality) const
@@ -187,56 +125,47 @@ private:
         encoding.height = candidate.height;
         encoding.timing = candidate.timing;
         encoding.quality = quality;
-        encoding.end = source_->length();
-        // The user waits for it: a long clip in large pictures gets less work for each.
-        const auto pixels = static_cast<double>(candidate.pictureCount) * candidate.width * candidate.height;
-        constexpr double aLot = 4e9;
-        constexpr double some = 1e9;
-        encoding.effort = pixels > aLot ? ClipEffort::little : pixels > some ? ClipEffort::some : ClipEffort::much;
+        encoding.end = source().length();
+        encoding.effort = effortFor(static_cast<double>(candidate.pictureCount) * candidate.width * candidate.height, 1e9, 4e9);
         return encoding;
     }
 
     /// How many bytes the clip's pictures take with this quality, from parts of it; none when cancelled.
     Result<std::optional<double>> probe(std::size_t index, double quality)
     {
-        const auto& candidate = candidates_[index];
-        const auto length = source_->length();
+        const auto length = source().length();
         const auto part = static_cast<std::int64_t>(probeSeconds * pictureTimescale);
         const bool isWhole = length <= 2 * probeParts * part;
-        const int parts = isWhole ? 1 : probeParts;
         double bytes = 0;
         double keyFrames = 0;
         double keyFrameBytes = 0;
-        for (int i = 0; i < parts; ++i) {
-            auto encoding = encodingOf(candidate, quality);
-            if (!isWhole) {
-                encoding.begin = (length - part) * (2 * i + 1) / (2 * parts);
-                encoding.end = encoding.begin + part;
-            }
-            const auto samples = source_->pictureSamples();
-            samples->seek(static_cast<double>(encoding.begin) / pictureTimescale);
-            const auto format = pictures_->transcode(
-                *samples, encoding, [this](std::int64_t) { return report(done_); },
-                [&](const EncodedPicture& picture) -> Result<bool> {
-                    bytes += static_cast<double>(picture.bytes.size());
-                    if (picture.time == 0) {
-                        ++keyFrames;
-                        keyFrameBytes += static_cast<double>(picture.bytes.size());
-                    }
-                    return true;
-                });
-            if (!format)
-                return fail(format.error());
-            if (isCancelled_)
-                return std::nullopt;
-            report(done_ + (soundShare + probesShare - done_) / (2 * parts));
-        }
+        const auto encoded = encodeParts(isWhole ? 1 : probeParts, isWhole ? length : part,
+            [&](CodedSamples& samples, std::int64_t begin, std::int64_t end) -> Result<void> {
+                auto encoding = encodingOf(candidates_[index], quality);
+                encoding.begin = begin;
+                encoding.end = end;
+                const auto format = pictures_->transcode(
+                    samples, encoding, [this](std::int64_t) { return goesOn(); },
+                    [&](const EncodedPicture& picture) -> Result<bool> {
+                        bytes += static_cast<double>(picture.bytes.size());
+                        if (picture.time == 0) {
+                            ++keyFrames;
+                            keyFrameBytes += static_cast<double>(picture.bytes.size());
+                        }
+                        return true;
+                    });
+                return format ? Result<void>{} : fail(format.error());
+            });
+        if (!encoded)
+            return fail(encoded.error());
+        if (isCancelled())
+            return std::nullopt;
         if (isWhole)
             return bytes;
         // The parts begin with more key frames than the whole has.
         constexpr double secondsBetweenKeyFrames = 8;
-        const auto others = (bytes - keyFrameBytes) * static_cast<double>(length) / static_cast<double>(part * parts);
-        return others + keyFrameBytes / std::max(1.0, keyFrames) * std::ceil(source_->seconds() / secondsBetweenKeyFrames);
+        const auto others = (bytes - keyFrameBytes) * static_cast<double>(length) / static_cast<double>(part * probeParts);
+        return others + keyFrameBytes / std::max(1.0, keyFrames) * std::ceil(source().seconds() / secondsBetweenKeyFrames);
     }
 
     /// What a candidate takes compared with another at the same quality, as a rule.
@@ -248,7 +177,7 @@ private:
     }
 
     /// From here on `candidate_` is the best that is good enough, and `quality_` what it probably needs.
-    Result<void> chooseCandidate()
+    Result<void> estimate() override
     {
         auto index = likelyCandidate();
         double quality = SmallFileSearch{}.qualityFor(0);
@@ -278,7 +207,7 @@ private:
             }
             if (quality_ <= SmallFileSearch::coarsest + toleratedGuess)
                 return {};
-            const auto others = limit_ * aimedPart - pictureBytes(candidates_[candidate_], aimedPart);
+            const auto others = limit() * aimedPart - pictureBytes(candidates_[candidate_], aimedPart);
             const auto coarse =
                 **size * sizeRatio(candidates_[candidate_], candidates_[index]) * std::exp2((quality - SmallFileSearch::coarsest) / 6);
             return tooSmall((others + coarse) / aimedPart);
@@ -296,33 +225,32 @@ private:
         return static_cast<std::size_t>(found - candidates_.begin());
     }
 
-    Result<void> encodeRounds()
+    Result<void> encodeRounds() override
     {
         SmallFileSearch search;
-        double quality = settings_.limit > 0 ? quality_ : goodQuality;
+        double quality = isLimited() ? quality_ : goodQuality;
         for (rounds_ = 1;; ++rounds_) {
             quality = std::clamp(quality, SmallFileSearch::finest, SmallFileSearch::coarsest);
             auto encoded = encodeRound(quality);
             if (!encoded)
                 return fail(encoded.error());
-            if (isCancelled_)
+            if (isCancelled())
                 return {};
             auto& round = *encoded;
             const auto size = static_cast<double>(round.size);
-            const bool fits = settings_.limit == 0 || (round.movie && round.size <= settings_.limit);
+            const bool fits = !isLimited() || (round.movie && round.size <= settings().limit);
             search.add(quality, round.pictureBytes);
-            const auto room = limit_ * aimedPart - (size - round.pictureBytes);
+            const auto room = limit() * aimedPart - (size - round.pictureBytes);
             const bool hasNoMoreToShow = fits && quality <= SmallFileSearch::finest;
             if (fits && (!best_ || round.size > best_->size))
                 best_ = std::move(round);
-            const bool isEnough =
-                best_ && (settings_.limit == 0 || static_cast<double>(best_->size) >= enoughPart * limit_ || hasNoMoreToShow);
+            const bool isEnough = best_ && (!isLimited() || static_cast<double>(best_->size) >= enoughPart * limit() || hasNoMoreToShow);
             if (isEnough || (best_ && rounds_ == mostRounds))
                 return {};
             if (!fits && quality >= SmallFileSearch::coarsest && candidate_ + 1 == candidates_.size())
                 return tooSmall(size / aimedPart);
             if (rounds_ == mostRounds)
-                return limitMissed(limit_);
+                return limitMissed(limit());
             const auto next = search.qualityFor(room);
             quality = fits ? std::min(next, quality - leastStep) : std::max(next, quality + leastStep);
             if (!best_ && quality > SmallFileSearch::coarsestOfGood + toleratedGuess && candidate_ + 1 < candidates_.size()) {
@@ -338,50 +266,48 @@ private:
     Result<Round> encodeRound(double quality)
     {
         const auto& candidate = candidates_[candidate_];
-        auto scratch = tools_.makeScratch();
+        auto scratch = makeScratch();
         if (!scratch)
             return fail(scratch.error());
         Round round;
         round.quality = quality;
         round.candidate = candidate_;
-        round.movie = std::make_unique<EncodedMovie>(std::move(*scratch), sound_.get());
-        const auto soundBytes = round.movie->mediaSize();
-        const auto length = static_cast<double>(source_->length());
-        const auto before = std::max(done_, soundShare + probesShare);
-        const auto share = (copyShare - before) * roundShare;
+        round.movie = std::make_unique<EncodedMovie>(std::move(*scratch), sound());
+        const auto withoutPictures = round.movie->mediaSize();
+        const auto length = static_cast<double>(source().length());
+        const auto progress = roundProgress();
         double encodedPart = 0;
-        const auto samples = source_->pictureSamples();
+        const auto samples = source().pictureSamples();
         const auto format = pictures_->transcode(
-            *samples, encodingOf(candidate, quality),
-            [&](std::int64_t time) { return report(before + share * std::clamp(static_cast<double>(time) / length, 0.0, 1.0)); },
+            *samples, encodingOf(candidate, quality), [&](std::int64_t time) { return progress(static_cast<double>(time) / length); },
             [&](const EncodedPicture& picture) -> Result<bool> {
                 if (auto added = round.movie->add(picture); !added)
                     return fail(added.error());
                 encodedPart = std::clamp(static_cast<double>(picture.time) / length, 0.0, 1.0);
-                return settings_.limit == 0 || round.movie->mediaSize() <= settings_.limit;
+                return !isLimited() || round.movie->mediaSize() <= settings().limit;
             });
         if (!format)
             return fail(format.error());
-        round.pictureBytes = static_cast<double>(round.movie->mediaSize() - soundBytes);
+        round.pictureBytes = static_cast<double>(round.movie->mediaSize() - withoutPictures);
         round.pictureCount = round.movie->pictureCount();
-        if (isCancelled_)
+        if (isCancelled())
             return round;
         if (!*format) {
             // How far it came is too little to go by at the very beginning.
             constexpr double leastPart = 0.02;
             round.pictureBytes /= std::max(encodedPart, leastPart);
-            round.size = static_cast<std::uint64_t>(round.pictureBytes + limit_ * aimedPart - pictureBytes(candidate, aimedPart));
+            round.size = static_cast<std::uint64_t>(round.pictureBytes + limit() * aimedPart - pictureBytes(candidate, aimedPart));
             round.movie.reset();
             return round;
         }
         if (round.pictureCount == 0)
             return sharingFailure(TranscodingErrorCode::unsupported, "The clip's pictures could not be decoded.");
-        const auto& pictures = source_->pictures();
+        const auto& pictures = source().pictures();
         EncodedMovie::Ending ending;
         ending.format = *format;
         ending.matrix = scaledMatrix(pictures.matrix, static_cast<double>(candidate.width) / pictures.matrixWidth,
             static_cast<double>(candidate.height) / pictures.matrixHeight);
-        ending.length = source_->length();
+        ending.length = source().length();
         const auto size = round.movie->finish(ending);
         if (!size)
             return fail(size.error());
@@ -389,58 +315,36 @@ private:
         return round;
     }
 
-    Result<std::optional<TranscodingReport>> write()
+    Result<bool> writeBest(mp4::File& target, const std::function<bool(double)>& progress) override
     {
-        const auto target = tools_.makeTarget();
-        if (!target)
-            return fail(target.error());
-        if (!*target)
-            return std::nullopt;
-        const auto written = best_->movie->writeTo(**target, [this](double done) { return report(copyShare + (1 - copyShare) * done); });
-        if (!written)
-            return fail(written.error());
-        if (!*written)
-            return std::nullopt;
-        const auto size = (*target)->size();
-        if (!size)
-            return fail(size.error());
-        if (settings_.limit > 0 && *size > settings_.limit)
-            return limitMissed(limit_);
-        const auto& candidate = candidates_[best_->candidate];
-        TranscodingReport report;
-        report.size = *size;
-        report.width = candidate.width;
-        report.height = candidate.height;
-        report.pictureRate = static_cast<double>(best_->pictureCount) / source_->seconds();
-        report.soundBitRate = sound_ ? sound_->bitRate : 0;
-        report.quality = best_->quality;
-        report.rounds = rounds_;
-        return report;
+        return best_->movie->writeTo(target, progress);
     }
 
-    mp4::File& file_;
-    const platform::TranscodingSettings settings_;
-    const SmallFileTools& tools_;
-    const double limit_;
-    std::optional<ClipSource> source_;
+    void describeBest(TranscodingReport& report) const override
+    {
+        const auto& candidate = candidates_[best_->candidate];
+        report.width = candidate.width;
+        report.height = candidate.height;
+        report.pictureRate = static_cast<double>(best_->pictureCount) / source().seconds();
+        report.quality = best_->quality;
+        report.rounds = rounds_;
+    }
+
     ClipShape shape_;
     std::vector<PictureCandidate> candidates_;
     std::unique_ptr<PictureTranscoder> pictures_;
-    std::unique_ptr<EncodedSound> sound_;
     std::size_t candidate_ = 0;
     double quality_ = goodQuality;
     int rounds_ = 0;
     std::optional<Round> best_;
-    double done_ = 0;
-    bool isCancelled_ = false;
 };
 
 }  // namespace
 
 Result<std::optional<platform::TranscodingReport>> makeSmallFile(
-    mp4::File& source, const platform::TranscodingSettings& settings, const SmallFileTools& tools)
+    mp4::File& source, const platform::TranscodingSettings& settings, ClipCodecs& codecs, const CopyTools& tools)
 {
-    return SmallFile{source, settings, tools}.make();
+    return SmallFile{source, settings, codecs, tools}.make();
 }
 
 }  // namespace velmora::engine

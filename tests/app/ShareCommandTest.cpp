@@ -3,8 +3,7 @@
 #include "app/TerminationSignals.h"
 #include "platform/fake/FakeClipTranscoder.h"
 #include "platform/fake/FakeFileManager.h"
-#include "tests/app/EventLoopExecutor.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/app/CommandFixture.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -18,7 +17,7 @@
 namespace velmora {
 namespace {
 
-class ShareCommandTest : public testing::Test {
+class ShareCommandTest : public CommandFixture {
 protected:
     /// `step` is carried out on the session once the command waits for it.
     int run(const std::function<void(fake::FakeTranscodingSession&)>& step, std::size_t sessionCount = 1)
@@ -32,29 +31,19 @@ protected:
 
     int run()
     {
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        const int status = runShareCommand(command,
-            {transcoder, std::make_shared<fake::FakeFileManager>(), std::make_shared<EventLoopExecutor>(), [this] { return folder.path(); },
-                [this](const std::filesystem::path& file) {
-                    copied.push_back(file);
-                    return hasClipboard;
-                }});
-        output = testing::internal::GetCapturedStdout();
-        errors = testing::internal::GetCapturedStderr();
-        return status;
+        return runCaptured([this] {
+            return runShareCommand(command,
+                {transcoder, std::make_shared<fake::FakeFileManager>(), std::make_shared<EventLoopExecutor>(),
+                    [this] { return folder.path(); },
+                    [this](const std::filesystem::path& file) {
+                        copied.push_back(file);
+                        return hasClipboard;
+                    }});
+        });
     }
 
-    int argumentCount = 1;
-    char name[8] = "velmora";
-    char* arguments[2] = {name, nullptr};
-    QCoreApplication application{argumentCount, arguments};
-
-    const test::TemporaryDirectory folder;
     command_line::Share command{.file = folder.path() / "clip.mp4", .settings = {.limit = 10'000'000}};
     const std::shared_ptr<fake::FakeClipTranscoder> transcoder = std::make_shared<fake::FakeClipTranscoder>();
-    std::string output;
-    std::string errors;
     std::vector<std::filesystem::path> copied;
     bool hasClipboard = false;
 };

@@ -4,10 +4,8 @@
 #include "library/PathUtilities.h"
 #include "platform/fake/FakeExportSession.h"
 #include "platform/fake/FakeFileManager.h"
-#include "tests/app/EventLoopExecutor.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/app/CommandFixture.h"
 
-#include <QCoreApplication>
 #include <QTimer>
 
 #include <cerrno>
@@ -19,7 +17,7 @@
 namespace velmora {
 namespace {
 
-class TrimCommandTest : public testing::Test {
+class TrimCommandTest : public CommandFixture {
 protected:
     /// `step` is carried out on the session once the command waits for it.
     int run(const std::function<void(fake::FakeExportSession&)>& step)
@@ -33,26 +31,13 @@ protected:
 
     int run()
     {
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
         const ExportServices services{exports, std::make_shared<fake::FakeFileManager>(), std::make_shared<EventLoopExecutor>()};
-        const int status = join ? runJoinCommand(*join, services) : runTrimCommand(command, services);
-        output = testing::internal::GetCapturedStdout();
-        errors = testing::internal::GetCapturedStderr();
-        return status;
+        return runCaptured([&] { return join ? runJoinCommand(*join, services) : runTrimCommand(command, services); });
     }
 
-    int argumentCount = 1;
-    char name[8] = "velmora";
-    char* arguments[2] = {name, nullptr};
-    QCoreApplication application{argumentCount, arguments};
-
-    const test::TemporaryDirectory folder;
     command_line::Trim command{folder.path() / "clip.mp4", {{1, 1}, {2, 1}}, {}};
     std::optional<command_line::Join> join;  ///< in place of the trim
     const std::shared_ptr<fake::FakeExportSessionFactory> exports = std::make_shared<fake::FakeExportSessionFactory>();
-    std::string output;
-    std::string errors;
 };
 
 TEST_F(TrimCommandTest, PrintsThePathOfThePart)

@@ -9,10 +9,6 @@
 #include <tuple>
 #include <utility>
 
-extern "C" {
-#include <libavutil/mathematics.h>
-}
-
 namespace velmora::linux_backend {
 
 namespace {
@@ -85,18 +81,12 @@ private:
 
         int add(AVFrame& picture)
         {
-            const auto time = av_rescale(picture.pts, hundredths.den, pictureTimescale);
-            // Two pictures in one hundredth: the delay between them would be none, which means another thing.
-            if (count_ > 0 && time <= lastTime_)
+            if (!ticks_.take(picture))
                 return 0;
             if (!encoder_) {
                 if (const int error = open(picture); error < 0)
                     return error;
             }
-            picture.pts = time;
-            picture.pict_type = AV_PICTURE_TYPE_NONE;
-            lastTime_ = time;
-            ++count_;
             return encode(&picture);
         }
 
@@ -106,13 +96,13 @@ private:
                 return AVERROR_INVALIDDATA;
             if (const int error = encode(nullptr); error < 0)
                 return error;
-            const auto end = av_rescale(encoding_.end - encoding_.begin, hundredths.den, pictureTimescale);
-            if (const int error = muxer_.setOption("final_delay", std::clamp<std::int64_t>(end - lastTime_, 1, longestDelay)); error < 0)
+            const auto delay = ticks_.countIn(encoding_.end - encoding_.begin) - ticks_.last();
+            if (const int error = muxer_.setOption("final_delay", std::clamp<std::int64_t>(delay, 1, longestDelay)); error < 0)
                 return error;
             return muxer_.end();
         }
 
-        [[nodiscard]] std::size_t count() const { return count_; }
+        [[nodiscard]] std::size_t count() const { return ticks_.count(); }
 
     private:
         int open(const AVFrame& first)
@@ -136,8 +126,7 @@ private:
         const engine::MovieEncoding& encoding_;
         AvCodecContext encoder_;
         AVStream* stream_ = nullptr;  // the muxer's
-        std::int64_t lastTime_ = 0;
-        std::size_t count_ = 0;
+        PictureTicks ticks_{hundredths};
     };
 
     Result<bool> findPalette(

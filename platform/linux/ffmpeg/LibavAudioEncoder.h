@@ -1,8 +1,12 @@
 // AAC with libavcodec's own encoder.
 #pragma once
 
-#include "platform/linux/ffmpeg/AvHandles.h"
-#include "platform/linux/ffmpeg/CodecModule.h"
+#include "platform/linux/ffmpeg/LibavSoundEncoder.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
 
 namespace velmora::linux_backend {
 
@@ -10,26 +14,22 @@ namespace velmora::linux_backend {
 ///
 /// Of digital silence only the first blocks are encoded: once the encoder remembers nothing else it makes the same packet over and over, and
 /// that is put out again instead. It goes on with the first block that is not silent as if it had encoded all those before.
-class LibavAudioEncoder final : public engine::AudioEncoder {
+class LibavAudioEncoder final : public LibavSoundEncoder {
 public:
     /// Fails for anything but "aac " and for rates, channel counts and bit rates that the encoder does not know.
     static Result<std::unique_ptr<engine::AudioEncoder>> create(const platform::AudioOutputSettings& settings);
 
-    [[nodiscard]] FormatDescriptionRef format() const override { return format_; }
-    [[nodiscard]] std::int64_t primingFrames() const override { return context_->initial_padding; }
     Result<void> encode(std::span<const float> frames, std::vector<Packet>& packets) override;
     Result<void> flush(std::vector<Packet>& packets) override;
 
 private:
-    LibavAudioEncoder(AvCodecContext context, AvFrame frame, FormatDescriptionRef format);
+    LibavAudioEncoder(AvCodecContext context, AvFrame frame);
 
     Result<void> encodeBlock(std::vector<Packet>& packets);
     [[nodiscard]] bool isPacketKnown() const;
-    Result<void> receive(std::vector<Packet>& packets);
+    Result<void> sendBlock(const AVFrame* frame, std::vector<Packet>& packets);
 
-    AvCodecContext context_;
     AvFrame frame_;  ///< the block that is being filled
-    FormatDescriptionRef format_;
     int filled_ = 0;  ///< frames in it
     bool isSilent_ = true;  ///< they are
     std::int64_t silentBlocks_ = 0;  ///< sent one after another, up to now

@@ -9,6 +9,10 @@
 #include <utility>
 #include <vector>
 
+extern "C" {
+#include <libavutil/mathematics.h>
+}
+
 namespace velmora::linux_backend {
 
 namespace {
@@ -116,6 +120,22 @@ Result<bool> filterPictures(
     if (error < 0 && error != AVERROR_EXIT)
         return movieFailure(error);
     return error >= 0;
+}
+
+bool PictureTicks::take(AVFrame& picture)
+{
+    const auto time = countIn(picture.pts);
+    if (count_ > 0 && time <= last_)
+        return false;
+    picture.pts = last_ = time;
+    picture.pict_type = AV_PICTURE_TYPE_NONE;
+    ++count_;
+    return true;
+}
+
+std::int64_t PictureTicks::countIn(std::int64_t duration) const
+{
+    return av_rescale(duration, tick_.den, engine::pictureTimescale * tick_.num);
 }
 
 AvCodecContext makePictureEncoder(const AVCodec& codec, const AVFrame& first, const engine::MovieEncoding& encoding, AVRational timeBase)

@@ -5,6 +5,7 @@
 #include "platform/linux/ffmpeg/AvHandles.h"
 #include "platform/linux/ffmpeg/PictureFilter.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -33,6 +34,27 @@ struct FilteredPictures {
 /// false, or no more was wanted.
 Result<bool> filterPictures(
     engine::CodedSamples& source, const FilteredPictures& pictures, const std::function<bool(double)>& progress, const TakeFiltered& take);
+
+/// Pictures on a format's own time line. One that falls onto the tick of the one before it is left out: what is shown for no time means
+/// another thing, or nothing.
+class PictureTicks {
+public:
+    explicit PictureTicks(AVRational tick) : tick_(tick) { }
+
+    /// Puts a filtered picture onto the line; false: it is left out.
+    [[nodiscard]] bool take(AVFrame& picture);
+
+    /// How many ticks so much of the clip takes, in ticks of engine::pictureTimescale.
+    [[nodiscard]] std::int64_t countIn(std::int64_t duration) const;
+
+    [[nodiscard]] std::int64_t last() const { return last_; }
+    [[nodiscard]] std::size_t count() const { return count_; }
+
+private:
+    const AVRational tick_;
+    std::int64_t last_ = 0;
+    std::size_t count_ = 0;
+};
 
 /// An encoder for pictures like `first`, with times in `timeBase`; not opened yet. Null: out of memory.
 [[nodiscard]] AvCodecContext makePictureEncoder(

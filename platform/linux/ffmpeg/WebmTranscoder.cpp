@@ -24,8 +24,6 @@ namespace velmora::linux_backend {
 
 namespace {
 
-using engine::pictureTimescale;
-
 /// Where somebody who looks through the clip can go to.
 constexpr std::int64_t keyFrameInterval = 8000;
 
@@ -61,20 +59,16 @@ public:
 
     int add(AVFrame& picture)
     {
-        const auto time = av_rescale(picture.pts, milliseconds.den, pictureTimescale);
-        if (count_ > 0 && time <= lastTime_)
+        if (!ticks_.take(picture))
             return 0;
         if (!encoder_) {
             if (const int error = open(picture); error < 0)
                 return error;
         }
-        picture.pict_type = AV_PICTURE_TYPE_NONE;
-        if (time - lastKeyFrame_ >= keyFrameInterval) {
+        if (picture.pts - lastKeyFrame_ >= keyFrameInterval) {
             picture.pict_type = AV_PICTURE_TYPE_I;
-            lastKeyFrame_ = time;
+            lastKeyFrame_ = picture.pts;
         }
-        picture.pts = lastTime_ = time;
-        ++count_;
         return encode(&picture);
     }
 
@@ -84,15 +78,14 @@ public:
             return AVERROR_INVALIDDATA;
         if (const int error = encode(nullptr); error < 0)
             return error;
-        const auto end = av_rescale(encoding_.end - encoding_.begin, milliseconds.den, pictureTimescale);
-        if (const int error = addHeld(end); error < 0)
+        if (const int error = addHeld(ticks_.countIn(encoding_.end - encoding_.begin)); error < 0)
             return error;
         if (const int error = addSound(INT64_MAX); error < 0)
             return error;
         return muxer_.end();
     }
 
-    [[nodiscard]] std::size_t count() const { return count_; }
+    [[nodiscard]] std::size_t count() const { return ticks_.count(); }
     [[nodiscard]] const std::optional<Error>& soundFailure() const { return soundFailure_; }
 
 private:
@@ -218,9 +211,8 @@ private:
     bool hasHeld_ = false;
     bool isSoundEnded_ = false;
     std::int64_t soundFrames_ = 0;  // with what is before the first that is played
-    std::int64_t lastTime_ = 0;
+    PictureTicks ticks_{milliseconds};
     std::int64_t lastKeyFrame_ = 0;
-    std::size_t count_ = 0;
     std::optional<Error> soundFailure_;
 };
 

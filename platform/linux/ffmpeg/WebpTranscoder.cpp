@@ -11,15 +11,9 @@
 #include <span>
 #include <utility>
 
-extern "C" {
-#include <libavutil/mathematics.h>
-}
-
 namespace velmora::linux_backend {
 
 namespace {
-
-using engine::pictureTimescale;
 
 /// The encoder does not learn how long the last picture lasts and takes an average. It is what is missing to the whole: the duration of each
 /// picture is at the twelfth of the bytes that follow its chunk's name and size, in three bytes (the format's "ANMF").
@@ -62,8 +56,7 @@ public:
         engine::MovieSound*, const engine::WriteMovie& write, const std::function<bool(const engine::MovieProgress&)>& progress) override
     {
         AvCodecContext encoder;
-        std::int64_t lastTime = -1;
-        std::size_t count = 0;
+        PictureTicks ticks{milliseconds};
         const auto noPacket = [](AVPacket&) { return 0; };
         // Colours as they are seen: the format's own, which the encoder converts to, are not those of videos.
         const auto filtered = filterPictures(
@@ -72,15 +65,12 @@ public:
                 return progress({done, 0});
             },
             [&](AVFrame& picture) {
-                const auto time = av_rescale(picture.pts, milliseconds.den, pictureTimescale);
-                if (time <= lastTime)
+                if (!ticks.take(picture))
                     return 0;
                 if (!encoder) {
                     if (const int error = open(encoder, picture, encoding); error < 0)
                         return error;
                 }
-                picture.pts = lastTime = time;
-                ++count;
                 return encodePicture(*encoder, &picture, noPacket);
             });
         if (!filtered)
@@ -88,19 +78,19 @@ public:
         if (!*filtered)
             return std::nullopt;
         Result<void> written;
-        const int error = encoder ? encodePicture(*encoder, nullptr,
-                              [&](AVPacket& packet) {
-                                  setWholeDuration({packet.data, static_cast<std::size_t>(packet.size)},
-                                      av_rescale(encoding.end - encoding.begin, milliseconds.den, pictureTimescale));
-                                  written = write(0, std::as_bytes(std::span{packet.data, static_cast<std::size_t>(packet.size)}));
-                                  return 0;
-                              })
-                                  : AVERROR_INVALIDDATA;
+        const int error = encoder
+            ? encodePicture(*encoder, nullptr,
+                [&](AVPacket& packet) {
+                    setWholeDuration({packet.data, static_cast<std::size_t>(packet.size)}, ticks.countIn(encoding.end - encoding.begin));
+                    written = write(0, std::as_bytes(std::span{packet.data, static_cast<std::size_t>(packet.size)}));
+                    return 0;
+                })
+            : AVERROR_INVALIDDATA;
         if (error < 0)
             return movieFailure(error);
         if (!written)
             return fail(written.error());
-        return engine::MoviePictures{count};
+        return engine::MoviePictures{ticks.count()};
     }
 
 private:

@@ -3,8 +3,8 @@
 
 #include "engine/sharing/MovieLadder.h"
 #include "media/mp4/PosixFile.h"
+#include "tests/engine/sharing/CopyToolsFixture.h"
 #include "tests/support/TemporaryDirectory.h"
-#include "tests/support/media/MemoryFile.h"
 #include "tests/support/media/WrittenClip.h"
 
 #include <cerrno>
@@ -98,7 +98,7 @@ private:
     const bool tellsEarly_;
 };
 
-class MovieCopyTest : public testing::Test {
+class MovieCopyTest : public CopyToolsFixture {
 protected:
     static void SetUpTestSuite()
     {
@@ -117,32 +117,13 @@ protected:
         target = std::make_unique<MemoryFile>();
         const auto source = mp4::PosixFile::openForReading(shared_->path() / "clip.mp4");
         FakeMovieCodecs codecs{model, encodings, tellsEarly};
-        return makeMovieCopy(**source, {.limit = limit, .format = format},
-            {.codecs = codecs,
-                .makeTarget = [this] { return Result<mp4::File*>{target.get()}; },
-                .makeScratch = [this]() -> Result<std::unique_ptr<mp4::File>> {
-                    auto file = std::make_unique<MemoryFile>();
-                    file->faults = scratchFaults;
-                    return file;
-                },
-                .progress =
-                    [this](double done) {
-                        EXPECT_GE(done, lastProgress);
-                        EXPECT_LE(done, 1);
-                        lastProgress = done;
-                        return ++progressCalls <= cancelAt;
-                    }});
+        return makeMovieCopy(**source, {.limit = limit, .format = format}, codecs, tools());
     }
 
     static inline std::unique_ptr<TemporaryDirectory> shared_;
     SizeOfMovie model = usual;
     bool tellsEarly = true;
     std::vector<MovieEncoding> encodings;
-    std::unique_ptr<MemoryFile> target;
-    MemoryFile::Faults scratchFaults;
-    double lastProgress = 0;
-    int progressCalls = 0;
-    int cancelAt = std::numeric_limits<int>::max();
 };
 
 TEST_F(MovieCopyTest, StaysBelowTheLimitAndUsesNineTenthsOfItHoweverTheEncoderBehaves)

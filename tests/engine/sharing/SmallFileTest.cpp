@@ -2,9 +2,9 @@
 
 #include "media/mp4/MovieReader.h"
 #include "media/mp4/PosixFile.h"
+#include "tests/engine/sharing/CopyToolsFixture.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/media/EncodedClip.h"
-#include "tests/support/media/MemoryFile.h"
 #include "tests/support/media/WrittenClip.h"
 
 #include <algorithm>
@@ -161,7 +161,7 @@ private:
     Model& model_;
 };
 
-class SmallFileTest : public testing::Test {
+class SmallFileTest : public CopyToolsFixture {
 protected:
     static constexpr int seconds = 30;
 
@@ -185,30 +185,11 @@ protected:
     {
         const auto source = mp4::PosixFile::openForReading(shared_->path() / "clip.mp4");
         FakeCodecs codecs{model};
-        return makeSmallFile(**source, {limit, hasConstantRate},
-            {.codecs = codecs,
-                .makeTarget = [this] { return Result<mp4::File*>{target.get()}; },
-                .makeScratch = [this]() -> Result<std::unique_ptr<mp4::File>> {
-                    auto file = std::make_unique<MemoryFile>();
-                    file->faults = scratchFaults;
-                    return file;
-                },
-                .progress =
-                    [this](double done) {
-                        EXPECT_GE(done, lastProgress);
-                        EXPECT_LE(done, 1);
-                        lastProgress = done;
-                        return ++progressCalls <= cancelAt;
-                    }});
+        return makeSmallFile(**source, {limit, hasConstantRate}, codecs, tools());
     }
 
     static inline std::unique_ptr<TemporaryDirectory> shared_;
     Model model;
-    std::unique_ptr<MemoryFile> target = std::make_unique<MemoryFile>();
-    MemoryFile::Faults scratchFaults;
-    double lastProgress = 0;
-    int progressCalls = 0;
-    int cancelAt = std::numeric_limits<int>::max();
 };
 
 TEST_F(SmallFileTest, StaysBelowTheLimitAndUsesNineTenthsOfItHoweverTheEncoderBehaves)
