@@ -27,6 +27,13 @@ constexpr int mostProbes = 4;
 /// By how much a first impression may be wrong, and the least that another round changes; both in units of the quality.
 constexpr double toleratedGuess = 3;
 constexpr double leastStep = 0.2;
+/// Beyond this a first impression says too little of what another quality takes.
+constexpr double farOff = 3;
+/// And this is as far as one leads: how steep sizes are differs too much between clips.
+constexpr double farthest = 10;
+
+/// As the encoder does it.
+constexpr double secondsBetweenKeyFrames = 8;
 
 /// How the size follows the number of pixels and of pictures, until it is measured.
 constexpr double pixelExponent = 0.75;
@@ -130,16 +137,20 @@ private:
         return encoding;
     }
 
+    static constexpr auto partLength = static_cast<std::int64_t>(probeSeconds * pictureTimescale);
+
+    /// Then they say exactly how many bytes a round has.
+    [[nodiscard]] bool areProbesWhole() const { return source().length() <= 2 * probeParts * partLength; }
+
     /// How many bytes the clip's pictures take with this quality, from parts of it; none when cancelled.
     Result<std::optional<double>> probe(std::size_t index, double quality)
     {
         const auto length = source().length();
-        const auto part = static_cast<std::int64_t>(probeSeconds * pictureTimescale);
-        const bool isWhole = length <= 2 * probeParts * part;
+        const bool isWhole = areProbesWhole();
         double bytes = 0;
         double keyFrames = 0;
         double keyFrameBytes = 0;
-        const auto encoded = encodeParts(isWhole ? 1 : probeParts, isWhole ? length : part,
+        const auto encoded = encodeParts(isWhole ? 1 : probeParts, isWhole ? length : partLength,
             [&](CodedSamples& samples, std::int64_t begin, std::int64_t end) -> Result<void> {
                 auto encoding = encodingOf(candidates_[index], quality);
                 encoding.begin = begin;
@@ -163,8 +174,7 @@ private:
         if (isWhole)
             return bytes;
         // The parts begin with more key frames than the whole has.
-        constexpr double secondsBetweenKeyFrames = 8;
-        const auto others = (bytes - keyFrameBytes) * static_cast<double>(length) / static_cast<double>(part * probeParts);
+        const auto others = (bytes - keyFrameBytes) * static_cast<double>(length) / static_cast<double>(partLength * probeParts);
         return others + keyFrameBytes / std::max(1.0, keyFrames) * std::ceil(source().seconds() / secondsBetweenKeyFrames);
     }
 
@@ -181,6 +191,11 @@ private:
     {
         auto index = likelyCandidate();
         double quality = SmallFileSearch{}.qualityFor(0);
+        const auto last = candidates_.size() - 1;
+        // Those before it are not good enough; and the first that is known to be.
+        std::size_t first = 0;
+        std::optional<std::size_t> good;
+        SmallFileSearch seen;
         for (int probes = 1;; ++probes) {
             quality = std::clamp(quality, SmallFileSearch::finest, SmallFileSearch::coarsest);
             const auto size = probe(index, quality);
@@ -188,22 +203,43 @@ private:
                 return fail(size.error());
             if (!*size)
                 return {};
-            // What each would need, if all are as this one says.
-            SmallFileSearch seen;
             seen.add(quality, **size);
+            // What each would need, if all are as this one says.
             const auto neededBy = [&](std::size_t other) {
                 const auto room = pictureBytes(candidates_[other], aimedPart);
                 return room > 0 ? seen.qualityFor(room / sizeRatio(candidates_[other], candidates_[index]))
                                 : std::numeric_limits<double>::max();
             };
-            candidate_ = 0;
-            while (candidate_ + 1 < candidates_.size() && neededBy(candidate_) > SmallFileSearch::coarsestOfGood)
-                ++candidate_;
-            quality_ = neededBy(candidate_);
-            if (candidate_ != index && probes < mostProbes) {
-                index = candidate_;
+            const auto needed = neededBy(index);
+            const bool isFarOff = std::abs(std::clamp(needed, SmallFileSearch::finest, SmallFileSearch::coarsest) - quality) > farOff;
+            const bool isGood = needed <= SmallFileSearch::coarsestOfGood || index == last;
+            if (isGood) {
+                good = index;
+                candidate_ = index;
+                quality_ = std::clamp(needed, quality - farthest, quality + farthest);
+                // A round over all of a short clip takes no longer than another look at it.
+                search_ = areProbesWhole() ? seen : SmallFileSearch::withSlopeOf(seen);
+            } else {
+                first = index + 1;
+            }
+            auto next = first;
+            while (next < good.value_or(last) && neededBy(next) > SmallFileSearch::coarsestOfGood)
+                ++next;
+            if (probes < mostProbes && next != good) {
+                index = next;
+                // Just where it is decided whether it will do: no guess is needed then.
+                quality = SmallFileSearch::coarsestOfGood;
+                seen = SmallFileSearch::withSlopeOf(seen);
+                continue;
+            }
+            if (probes < mostProbes && isGood && isFarOff && !areProbesWhole()) {
                 quality = quality_;
                 continue;
+            }
+            if (!good) {
+                candidate_ = next;
+                quality_ = neededBy(next);
+                search_ = SmallFileSearch::withSlopeOf(seen);
             }
             if (quality_ <= SmallFileSearch::coarsest + toleratedGuess)
                 return {};
@@ -227,7 +263,6 @@ private:
 
     Result<void> encodeRounds() override
     {
-        SmallFileSearch search;
         double quality = isLimited() ? quality_ : goodQuality;
         for (rounds_ = 1;; ++rounds_) {
             quality = std::clamp(quality, SmallFileSearch::finest, SmallFileSearch::coarsest);
@@ -239,7 +274,7 @@ private:
             auto& round = *encoded;
             const auto size = static_cast<double>(round.size);
             const bool fits = !isLimited() || (round.movie && round.size <= settings().limit);
-            search.add(quality, round.pictureBytes);
+            search_.add(quality, round.pictureBytes);
             const auto room = limit() * aimedPart - (size - round.pictureBytes);
             const bool hasNoMoreToShow = fits && quality <= SmallFileSearch::finest;
             if (fits && (!best_ || round.size > best_->size))
@@ -251,13 +286,13 @@ private:
                 return tooSmall(size / aimedPart);
             if (rounds_ == mostRounds)
                 return limitMissed(limit());
-            const auto next = search.qualityFor(room);
+            const auto next = search_.qualityFor(room);
             quality = fits ? std::min(next, quality - leastStep) : std::max(next, quality + leastStep);
             if (!best_ && quality > SmallFileSearch::coarsestOfGood + toleratedGuess && candidate_ + 1 < candidates_.size()) {
                 const auto ratio = sizeRatio(candidates_[candidate_ + 1], candidates_[candidate_]);
                 quality += 6 * std::log2(ratio);
                 ++candidate_;
-                search = {};
+                search_ = SmallFileSearch::withSlopeOf(search_);
             }
         }
     }
@@ -276,14 +311,18 @@ private:
         const auto withoutPictures = round.movie->mediaSize();
         const auto length = static_cast<double>(source().length());
         const auto progress = roundProgress();
-        double encodedPart = 0;
+        double keyFrames = 0;
+        double keyFrameBytes = 0;
         const auto samples = source().pictureSamples();
         const auto format = pictures_->transcode(
             *samples, encodingOf(candidate, quality), [&](std::int64_t time) { return progress(static_cast<double>(time) / length); },
             [&](const EncodedPicture& picture) -> Result<bool> {
                 if (auto added = round.movie->add(picture); !added)
                     return fail(added.error());
-                encodedPart = std::clamp(static_cast<double>(picture.time) / length, 0.0, 1.0);
+                if (picture.isSync) {
+                    ++keyFrames;
+                    keyFrameBytes += static_cast<double>(picture.bytes.size());
+                }
                 return !isLimited() || round.movie->mediaSize() <= settings().limit;
             });
         if (!format)
@@ -293,9 +332,12 @@ private:
         if (isCancelled())
             return round;
         if (!*format) {
-            // How far it came is too little to go by at the very beginning.
+            // How far it came is too little to go by at the very beginning, where most bytes are the first key frame's.
             constexpr double leastPart = 0.02;
-            round.pictureBytes /= std::max(encodedPart, leastPart);
+            const auto part =
+                std::clamp(static_cast<double>(round.pictureCount) / static_cast<double>(candidate.pictureCount), leastPart, 1.0);
+            const auto allKeyFrames = std::max(std::ceil(source().seconds() / secondsBetweenKeyFrames), 1 + (keyFrames - 1) / part);
+            round.pictureBytes = (round.pictureBytes - keyFrameBytes) / part + keyFrameBytes / std::max(1.0, keyFrames) * allKeyFrames;
             round.size = static_cast<std::uint64_t>(round.pictureBytes + limit() * aimedPart - pictureBytes(candidate, aimedPart));
             round.movie.reset();
             return round;
@@ -335,6 +377,7 @@ private:
     std::unique_ptr<PictureTranscoder> pictures_;
     std::size_t candidate_ = 0;
     double quality_ = goodQuality;
+    SmallFileSearch search_;
     int rounds_ = 0;
     std::optional<Round> best_;
 };

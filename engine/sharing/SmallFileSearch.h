@@ -14,6 +14,11 @@ public:
     static constexpr double coarsest = 48;
     static constexpr double coarsestOfGood = 30;
 
+    /// Half the bytes for 6 more, until it is measured.
+    SmallFileSearch() = default;
+    /// As steep as another has found, of whose points none are taken over.
+    [[nodiscard]] static SmallFileSearch withSlopeOf(const SmallFileSearch& other);
+
     /// So many bytes were the result. Above 0.
     void add(double quality, double bytes);
 
@@ -25,7 +30,11 @@ private:
         double quality = 0;
         double logarithm = 0;
     };
+    [[nodiscard]] std::vector<Point> nearestTo(double logarithm) const;
+    [[nodiscard]] double slopeOf(const std::vector<Point>& nearest) const;
+
     std::vector<Point> points_;
+    double slope_ = -1.0 / 6;
 };
 
 }  // namespace velmora::engine

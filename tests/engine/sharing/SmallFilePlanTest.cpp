@@ -143,6 +143,20 @@ TEST(SmallFileSearch, HalvesTheBytesForSixUntilItKnowsBetter)
     EXPECT_NEAR(search.qualityFor(250), 34, 0.01);
 }
 
+TEST(SmallFileSearch, AnotherIsAsSteepAsTheFirstHasFound)
+{
+    SmallFileSearch first;
+    first.add(26, 1000);
+    EXPECT_NEAR(SmallFileSearch::withSlopeOf(first).qualityFor(500), SmallFileSearch{}.qualityFor(500), 0.01) << "nothing is known";
+    first.add(29, 500);
+    auto second = SmallFileSearch::withSlopeOf(first);
+    second.add(20, 4000);
+    EXPECT_NEAR(second.qualityFor(2000), 23, 0.01);
+    auto third = SmallFileSearch::withSlopeOf(SmallFileSearch::withSlopeOf(first));
+    third.add(20, 4000);
+    EXPECT_NEAR(third.qualityFor(2000), 23, 0.01);
+}
+
 TEST(SmallFileSearch, AnEncoderThatPaysNoHeedLeadsNowhereFar)
 {
     SmallFileSearch search;

@@ -201,6 +201,8 @@ TEST_F(SmallFileTest, StaysBelowTheLimitAndUsesNineTenthsOfItHoweverTheEncoderBe
     const Case cases[] = {
         {"steep", [](double pixels, double quality, int) { return 0.05 * pixels * std::exp2((26 - quality) / 3); }},
         {"flat", [](double pixels, double quality, int) { return 0.05 * pixels * std::exp2((26 - quality) / 12); }},
+        {"sizes that fall faster than pixels and qualities usually make them",
+            [](double pixels, double quality, int) { return 2e-6 * std::pow(pixels, 2) * std::exp2((26 - quality) / 2.5); }},
         {"another size in every pass",
             [](double pixels, double quality, int pass) { return (0.05 + 0.002 * (pass % 3)) * pixels * std::exp2((26 - quality) / 6); }},
         {"parts say less than the whole",
