@@ -48,7 +48,7 @@ public:
     std::optional<Parsed> parse(const QString& usage = {})
     {
         if (!parser_.parse(arguments_))
-            return wrong(parser_.errorText());
+            return wrong(parser_.unknownOptionNames().isEmpty() ? parser_.errorText() : unknownOption());
         if (parser_.isSet(helpOption))
             return Print{helpText()};
         const auto& positional = parser_.positionalArguments();
@@ -71,6 +71,19 @@ public:
     [[nodiscard]] QString optionalPositional() const { return parser_.positionalArguments().value(description_->argument ? 1 : 0); }
 
 private:
+    /// The parser takes "-name" for options of one letter each, and would list them.
+    [[nodiscard]] QString unknownOption() const
+    {
+        const auto whole = std::find_if(arguments_.begin() + 1, arguments_.end(), [](const QString& argument) {
+            return argument.size() > 2 && argument.startsWith(QLatin1Char('-')) && argument[1] != QLatin1Char('-');
+        });
+        const auto names = parser_.unknownOptionNames();
+        const bool areLetters = std::all_of(names.begin(), names.end(), [](const QString& name) { return name.size() == 1; });
+        if (!areLetters || whole == arguments_.end())
+            return parser_.errorText();
+        return QStringLiteral("Unknown option '%1'. A file of that name is written './%1'.").arg(*whole);
+    }
+
     static constexpr QLatin1String helpOption{"help"};
 
     const QStringList arguments_;

@@ -18,6 +18,12 @@ namespace velmora::engine {
 
 namespace {
 
+/// Then the hidden name of what was being written says nothing to anybody.
+bool isFullDisk(const Error& error)
+{
+    return error.domain == posixErrorDomain && (error.code == ENOSPC || error.code == EDQUOT || error.code == EFBIG);
+}
+
 /// Shared with the work on the queue, which keeps it alive: whoever lets go of a session does not wait for the disk.
 class Export {
 public:
@@ -155,8 +161,10 @@ private:
                     return !isCancelled();
                 }};
         auto written = work_->write(surroundings);
-        if (!written || !*written)
-            return written;
+        if (!written)
+            return fail(isFullDisk(written.error()) ? posixError(written.error().code, surroundings.folder.native()) : written.error());
+        if (!*written)
+            return false;
         assert(pending);
         if (const auto synced = pending->sync(); !synced)
             return fail(synced.error());

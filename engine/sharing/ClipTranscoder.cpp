@@ -6,7 +6,6 @@
 #include "engine/sharing/SmallFile.h"
 #include "media/mp4/PosixFile.h"
 
-#include <cerrno>
 #include <utility>
 
 namespace velmora::engine {
@@ -15,12 +14,6 @@ namespace {
 
 using platform::TranscodingReport;
 using platform::TranscodingSettings;
-
-/// Then the hidden name of what was being written says nothing to anybody.
-bool isFullDisk(const Error& error)
-{
-    return error.domain == posixErrorDomain && (error.code == ENOSPC || error.code == EDQUOT || error.code == EFBIG);
-}
 
 /// What the work leaves for whoever holds the session.
 class KeptReport {
@@ -61,7 +54,7 @@ public:
                 "Only whole clips can be encoded anew.");
         const auto report = make({surroundings.createOutput, surroundings.createScratch, surroundings.progress});
         if (!report)
-            return fail(isFullDisk(report.error()) ? posixError(report.error().code, surroundings.folder.native()) : report.error());
+            return fail(report.error());
         if (!*report)
             return false;
         report_->set(**report);

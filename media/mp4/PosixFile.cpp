@@ -38,12 +38,14 @@ Error pathError(int errnoValue, const std::filesystem::path& path)
     return posixError(errnoValue, path.filename().string());
 }
 
-// The system's own text for the number would say nothing of the file.
-Error otherKindError(mode_t mode, const std::filesystem::path& path)
+// The code says no more than that it cannot be used; the words have to.
+Error noFile(mode_t mode, const std::filesystem::path& path)
 {
-    auto error = pathError(EINVAL, path);
-    error.localizedDescription = path.filename().string() + (S_ISDIR(mode) ? ": This is a folder" : ": This is not an ordinary file");
-    return error;
+    auto name = path.filename();
+    if (name.empty() || name == ".")
+        name = path;
+    return {
+        std::string{posixErrorDomain}, EINVAL, name.string() + (S_ISDIR(mode) ? " is a folder." : " is not an ordinary file."), nullptr};
 }
 
 // Replaces a name that nothing had and that only this call can have given; for file systems that have no better way.
@@ -96,7 +98,7 @@ Result<std::unique_ptr<File>> PosixFile::open(const std::filesystem::path& path,
     if (S_ISLNK(status.st_mode))
         return fail(pathError(ELOOP, path));
     if (!S_ISREG(status.st_mode))
-        return fail(otherKindError(status.st_mode, path));
+        return fail(noFile(status.st_mode, path));
     const int descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0)
         return fail(pathError(errno, path));
@@ -104,7 +106,7 @@ Result<std::unique_ptr<File>> PosixFile::open(const std::filesystem::path& path,
     if (::fstat(descriptor, &status) != 0)
         return fail(pathError(errno, path));
     if (!S_ISREG(status.st_mode))
-        return fail(otherKindError(status.st_mode, path));
+        return fail(noFile(status.st_mode, path));
     return file;
 }
 

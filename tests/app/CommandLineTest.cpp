@@ -126,6 +126,16 @@ TEST(CommandLine, WithoutAWorkingFolderARelativePathIsAnError)
     EXPECT_TRUE(absolute.has_value());
 }
 
+TEST(CommandLine, AFileWhoseNameBeginsLikeAnOptionIsWrittenWithItsFolder)
+{
+    EXPECT_EQ(complaint({"share", "-holiday.mp4", "--limit", "10MB"}),
+        "Unknown option '-holiday.mp4'. A file of that name is written './-holiday.mp4'.");
+    EXPECT_EQ(commandOf<Share>({"share", "./-holiday.mp4", "--limit", "10MB"}).file, std::filesystem::current_path() / "-holiday.mp4");
+    EXPECT_EQ(commandOf<Share>({"share", "--limit", "10MB", "--", "-holiday.mp4"}).file, std::filesystem::current_path() / "-holiday.mp4");
+    EXPECT_EQ(complaint({"share", "clip.mp4", "-x"}), "Unknown option 'x'.");
+    EXPECT_EQ(complaint({"share", "clip.mp4", "--foo"}), "Unknown option 'foo'.");
+}
+
 TEST(CommandLine, AFileWithoutANameIsNone)
 {
     EXPECT_EQ(complaint({"repair", ""}), "A file's name cannot be empty.");

@@ -79,7 +79,7 @@ TEST(FullVolume, TakesNoPartOfAClipAndIsEmptyAfterwards)
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "");
     EXPECT_THAT(outcome.messages, ::testing::StartsWith("Cannot trim "));
-    EXPECT_THAT(outcome.messages, ::testing::HasSubstr("No space left on device"));
+    EXPECT_THAT(outcome.messages, ::testing::HasSubstr(volume.path().string() + ": No space left on device"));
     EXPECT_TRUE(std::filesystem::is_empty(volume.path()));
 }
 
