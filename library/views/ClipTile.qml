@@ -43,11 +43,12 @@ FocusScope {
 
         anchors.fill: parent
         hoverEnabled: true
+        onPressed: tile.model.press(tile.number)
         onDragged: tile.model.drag(tile.number)
         onClicked: mouse => tile.model.click(tile.number, mouse.modifiers)
         onDoubleClicked: mouse => {
             if (mouse.modifiers === Qt.NoModifier)
-                tile.model.openClip(tile.number);
+                tile.model.doubleClick();
         }
     }
 
@@ -118,7 +119,7 @@ FocusScope {
                 y: 2
                 width: parent.width
                 active: entry.isRenaming
-                focus: true
+                focus: entry.isRenaming
                 sourceComponent: TextField {
                     height: Theme.compactHeight
                     focus: true

@@ -197,10 +197,17 @@ void ClipsModel::click(int number, int modifiers)
     selectionHasChanged(true);
 }
 
-void ClipsModel::openClip(int number)
+void ClipsModel::press(int number)
 {
-    if (const auto clicked = clip(number))
-        services_.open(clicked->file);
+    const auto pressed = clip(number);
+    clicks_.press(pressed ? std::optional{pressed->file} : std::nullopt);
+}
+
+void ClipsModel::doubleClick()
+{
+    const auto& file = clicks_.doubleClicked();
+    if (file && std::any_of(shown_.begin(), shown_.end(), [&file](const auto& each) { return each->file == *file; }))
+        services_.open(*file);
 }
 
 void ClipsModel::drag(int number)

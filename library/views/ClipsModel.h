@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/SelfReference.h"
+#include "brand/RowClicks.h"
 #include "library/ClipFolder.h"
 #include "library/ClipLibrary.h"
 #include "library/ClipSelection.h"
@@ -111,7 +112,12 @@ public:
 
     /// A press of the pointer on a clip, with Qt::KeyboardModifiers.
     Q_INVOKABLE void click(int number, int modifiers);
-    Q_INVOKABLE void openClip(int number);
+
+    /// The pointer went down on a clip.
+    Q_INVOKABLE void press(int number);
+
+    /// It went down for the second time in one place. Opens the clip that was under it at the first, whatever is there now.
+    Q_INVOKABLE void doubleClick();
 
     /// The pointer drags a clip: all that are selected if it is one of these, else it alone, which is selected then.
     Q_INVOKABLE void drag(int number);
@@ -199,6 +205,7 @@ private:
     std::vector<FolderClipRef> shown_;
     std::vector<ClipLine> lines_;
     ClipSelection selection_;
+    RowClicks<std::filesystem::path> clicks_;
     QString searchText_;
     int columns_ = 3;
     double pictureSide_ = 0;

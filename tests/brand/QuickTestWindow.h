@@ -28,6 +28,8 @@ QT_BEGIN_NAMESPACE
 // As QtTest declares it.
 Q_GUI_EXPORT void qt_handleKeyEvent(QWindow* window, QEvent::Type kind, int key, Qt::KeyboardModifiers modifiers,
     const QString& text = QString(), bool isAutoRepeat = false, ushort count = 1);
+Q_GUI_EXPORT void qt_handleMouseEvent(QWindow* window, const QPointF& local, const QPointF& global, Qt::MouseButtons buttons,
+    Qt::MouseButton button, QEvent::Type kind, Qt::KeyboardModifiers modifiers, int timestamp);
 QT_END_NAMESPACE
 
 namespace velmora::test {
@@ -113,6 +115,11 @@ public:
         release(item);
     }
 
+    /// At a moment of the window system's, in milliseconds, as it delivers it: what is a double click depends on these.
+    void pressAt(const QPointF& at, int moment) { deliver(QEvent::MouseButtonPress, at, Qt::LeftButton, Qt::LeftButton, moment); }
+    void moveAt(const QPointF& at, int moment) { deliver(QEvent::MouseMove, at, Qt::NoButton, Qt::LeftButton, moment); }
+    void releaseAt(const QPointF& at, int moment) { deliver(QEvent::MouseButtonRelease, at, Qt::LeftButton, Qt::NoButton, moment); }
+
     /// Presses at `from`, moves a point at a time, and releases.
     void drag(const QPointF& from, const QPointF& to)
     {
@@ -157,6 +164,12 @@ private:
     }
 
     static QPointF middle(const QQuickItem& item) { return item.mapToScene({item.width() / 2, item.height() / 2}); }
+
+    void deliver(QEvent::Type kind, const QPointF& at, Qt::MouseButton button, Qt::MouseButtons buttons, int moment)
+    {
+        qt_handleMouseEvent(view_.get(), at, view_->mapToGlobal(at), buttons, button, kind, Qt::NoModifier, moment);
+        application_.processEvents();
+    }
 
     void mouse(QEvent::Type kind, const QPointF& at, Qt::MouseButton button, Qt::MouseButtons buttons)
     {

@@ -15,6 +15,7 @@ void SoundChoiceModel::show(std::uint32_t windowID, SoundSuggestion suggestion)
 {
     windowID_ = windowID;
     selected_ = suggestion.choice;
+    clicks_ = {};
     list(std::move(suggestion));
 }
 
@@ -55,6 +56,23 @@ void SoundChoiceModel::select(int row)
         return;
     selected_ = choiceAt(row);
     emit selectionChanged();
+}
+
+void SoundChoiceModel::press(int row)
+{
+    clicks_.press(row >= 0 && row < rowCount() ? std::optional{choiceAt(row)} : std::nullopt);
+}
+
+void SoundChoiceModel::doubleClick()
+{
+    const auto& first = clicks_.doubleClicked();
+    const auto& choice = first ? first : clicks_.pressed();
+    for (int row = 0; choice && row < rowCount(); ++row) {
+        if (choiceAt(row) == *choice)
+            select(row);
+    }
+    if (first && selected_ == first)
+        emit doubleClicked();
 }
 
 void SoundChoiceModel::moveSelection(int step)

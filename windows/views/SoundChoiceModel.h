@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/SelfReference.h"
+#include "brand/RowClicks.h"
 #include "windows/WindowSelectionService.h"
 
 #include <QAbstractListModel>
@@ -40,6 +41,10 @@ public:
 
     Q_INVOKABLE void select(int row);
 
+    /// As in the list of windows.
+    Q_INVOKABLE void press(int row);
+    Q_INVOKABLE void doubleClick();
+
     /// Selects the next row above (-1) or below (1); the nearest end when nothing is selected.
     Q_INVOKABLE void moveSelection(int step);
 
@@ -49,6 +54,9 @@ public:
 
 signals:
     void selectionChanged();
+
+    /// On what is selected.
+    void doubleClicked();
 
 private:
     void list(SoundSuggestion suggestion);
@@ -60,6 +68,7 @@ private:
     std::uint32_t windowID_ = 0;
     SoundSuggestion suggestion_;
     std::optional<platform::SoundChoice> selected_;
+    RowClicks<platform::SoundChoice> clicks_;
     const SelfReference<SoundChoiceModel> self_{*this};
 };
 

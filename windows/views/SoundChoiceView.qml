@@ -79,7 +79,7 @@ ColumnLayout {
                 showsFocus: highlighted && ListView.view.activeFocus
                 text: [Theme.oneLine(appName), Theme.oneLine(detail), isAsBefore ? "As before" : ""].filter(part => part !== "").join(", ")
                 onClicked: root.sound.select(index)
-                onDoubleClicked: root.model.start()
+                onDoubleClicked: root.sound.doubleClick()
 
                 contentItem: RowLayout {
                     spacing: 12
@@ -117,6 +117,14 @@ ColumnLayout {
                     }
                 }
             }
+        }
+        FocusRing {
+            targetRadius: Theme.cardRadius
+            visible: list.activeFocus && list.currentItem === null
+        }
+        RowPresses {
+            list: list
+            onRowPressed: row => root.sound.press(row)
         }
     }
 

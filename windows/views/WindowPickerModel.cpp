@@ -38,6 +38,7 @@ WindowPickerModel::WindowPickerModel(
         if (!filteredWindows_.empty())
             emit dataChanged(index(0), index(rowCount() - 1), {IsActive, Absence});
     });
+    connect(&sound_, &SoundChoiceModel::doubleClicked, this, &WindowPickerModel::start);
     filter();
 }
 
@@ -82,6 +83,7 @@ void WindowPickerModel::viewWillAppear()
     abandonRequest();
     setSearchText({});
     setSelectedID(std::nullopt);
+    clicks_ = {};
     emit appeared();
     windowService_->followSounds([weak = self_.weak()] {
         if (const auto self = weak.lock(); self && self->rowCount() > 0)
@@ -117,6 +119,21 @@ void WindowPickerModel::select(int row)
 {
     if (row >= 0 && row < rowCount())
         setSelectedID(filteredWindows_[static_cast<std::size_t>(row)].id);
+}
+
+void WindowPickerModel::press(int row)
+{
+    const bool isOnRow = row >= 0 && row < rowCount();
+    clicks_.press(isOnRow ? std::optional{filteredWindows_[static_cast<std::size_t>(row)].id} : std::nullopt);
+}
+
+void WindowPickerModel::doubleClick()
+{
+    const auto& id = clicks_.doubleClicked();
+    if (id || clicks_.pressed())
+        setSelectedID(id ? id : clicks_.pressed());
+    if (id)
+        start();
 }
 
 void WindowPickerModel::moveSelection(int step)

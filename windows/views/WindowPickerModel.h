@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/SelfReference.h"
+#include "brand/RowClicks.h"
 #include "capture/CaptureCoordinator.h"
 #include "windows/WindowSelectionService.h"
 #include "windows/views/SoundChoiceModel.h"
@@ -83,6 +84,13 @@ public:
 
     Q_INVOKABLE void select(int row);
 
+    /// The pointer went down on a row, or on none (-1).
+    Q_INVOKABLE void press(int row);
+
+    /// It went down for the second time in one place. Starts the window that was under it at the first, whatever is listed there now. Where
+    /// the first was before the picker had appeared, this is a click like others.
+    Q_INVOKABLE void doubleClick();
+
     /// Selects the next row above (-1) or below (1); the nearest end when nothing visible is selected.
     Q_INVOKABLE void moveSelection(int step);
 
@@ -134,6 +142,7 @@ private:
     CaptureCoordinator& coordinator_;
     QString searchText_;
     std::optional<std::uint32_t> selectedID_;
+    RowClicks<std::uint32_t> clicks_;
     bool isSelectionInSight_ = true;
     std::map<std::uint32_t, QImage> icons_;  ///< of the windows that are listed, while the picker is shown
     std::vector<CapturedWindowInfo> filteredWindows_;

@@ -251,7 +251,7 @@ Rectangle {
                     showsFocus: highlighted && ListView.view.activeFocus
                     text: [Theme.oneLine(appName), Theme.oneLine(title), sizeText, absence, isSounding ? "Plays sound" : "", isActive ? "Active" : ""].filter(part => part !== "").join(", ")
                     onClicked: root.model.select(index)
-                    onDoubleClicked: root.model.start()
+                    onDoubleClicked: root.model.doubleClick()
 
                     contentItem: RowLayout {
                         spacing: 12
@@ -340,6 +340,16 @@ Rectangle {
                         }
                     }
                 }
+            }
+            FocusRing {
+                targetRadius: Theme.cardRadius
+                visible: list.activeFocus && list.currentItem === null
+            }
+            RowPresses {
+                list: list
+                isListRead: !root.model.isLoading
+                onRowPressed: row => root.model.press(row)
+                onDoubleClicked: root.model.doubleClick()
             }
         }
 

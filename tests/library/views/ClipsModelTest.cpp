@@ -340,7 +340,9 @@ TEST_F(ClipsModelTest, OneClipIsOpenedSharedAndCopiedAndAnyNumberRevealed)
     EXPECT_THAT(opened, IsEmpty());
     press(Qt::Key_End);
     press(Qt::Key_Return);
-    model->openClip(0);
+    model->press(0);
+    model->press(0);
+    model->doubleClick();
     model->share(10.4, 20.6);
     press(Qt::Key_C, Qt::ControlModifier);
     EXPECT_THAT(opened, ElementsAre("b.mp4", "a.mp4"));
