@@ -118,6 +118,10 @@ Rectangle {
                     }
                 }
             }
+            FocusRing {
+                targetRadius: Theme.cardRadius
+                visible: list.activeFocus && list.currentItem === null
+            }
         }
 
         RowLayout {

@@ -18,6 +18,10 @@ T.Slider {
 
     readonly property real handleSize: 16
 
+    // Under the names by which Qt tells assistive technology of them.
+    readonly property real minimumValue: from
+    readonly property real maximumValue: to
+
     signal stepped(int direction)
 
     // From the groove's beginning to that value, where the middle of the handle has it.

@@ -1,4 +1,5 @@
 #include "brand/BrandColors.h"
+#include "tests/brand/KeyboardWalk.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/onboarding/OnboardingFixture.h"
@@ -459,6 +460,17 @@ TEST_F(OnboardingViewTest, TabReachesEveryButtonOfAStepAndNoneOfAnother)
         reached.append(window.focusedButton());
     }
     EXPECT_EQ(reached.join(u'|').toStdString(), "Open System Settings|I've Granted It — Check Status|← Back|Skip Walkthrough|Next →");
+}
+
+TEST_F(OnboardingViewTest, TheKeyboardGoesRoundEachStepAndAllOfItHasAName)
+{
+    withdrawPermission();
+    for (int step = 0; step < OnboardingModel::totalSteps(); ++step) {
+        SCOPED_TRACE(step + 1);
+        show(step);
+        test::walkWithTab(window);
+        test::expectAllIsSaid(window);
+    }
 }
 
 TEST_F(OnboardingViewTest, TheStepIsPartOfWhatAssistiveTechnologySaysOfTheButtonInUse)

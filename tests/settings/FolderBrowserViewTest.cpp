@@ -1,5 +1,6 @@
 #include "platform/fake/FakeFileManager.h"
 #include "settings/FolderBrowserModel.h"
+#include "tests/brand/KeyboardWalk.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/settings/SettingsViews.h"
@@ -106,6 +107,16 @@ TEST_F(FolderBrowserViewTest, EveryControlIsReachedWithTheTabKey)
         names.push_back(QAccessible::queryAccessibleInterface(focused)->text(QAccessible::Name).toStdString());
     }
     EXPECT_THAT(names, ::testing::ElementsAre("New Folder", "Cancel", "Choose Folder", "Folder", "Parent Folder", "Folders"));
+}
+
+TEST_F(FolderBrowserViewTest, TheKeyboardGoesRoundItWithFoldersAndWithout)
+{
+    test::walkWithTab(window);
+    test::expectAllIsSaid(window);
+    model.goTo(QString::fromStdString((top / "Alpha").native()));
+    static_cast<void>(window.grab());
+    test::walkWithTab(window);
+    test::expectAllIsSaid(window);
 }
 
 TEST_F(FolderBrowserViewTest, ANewFolderIsNamedAndMadeWithTheKeyboardAlone)

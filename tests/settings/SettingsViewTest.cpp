@@ -1,5 +1,6 @@
 #include "brand/BrandColors.h"
 #include "brand/Theme.h"
+#include "tests/brand/KeyboardWalk.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/settings/SettingsFixture.h"
@@ -219,6 +220,14 @@ TEST_F(SettingsViewTest, TabReachesEveryButtonAndScrollsToIt)
     EXPECT_EQ(workspace->openedURLs.size(), 1U);
     window.type(Qt::Key_Return);
     EXPECT_EQ(workspace->openedURLs.size(), 2U);
+}
+
+TEST_F(SettingsViewTest, TheKeyboardGoesRoundEverythingAndAllOfItHasAName)
+{
+    withdrawPermission();
+    appear();
+    EXPECT_THAT(test::walkWithTab(window), ::testing::IsSupersetOf({"Change...", "Open", "Grant Access", "Start at log-in"}));
+    test::expectAllIsSaid(window);
 }
 
 TEST_F(SettingsViewTest, ReturnPressesNothingBeforeAControlHasTheKeyboard)

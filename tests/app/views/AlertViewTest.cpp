@@ -2,6 +2,7 @@
 
 #include "brand/BrandColors.h"
 #include "tests/app/views/AppViews.h"
+#include "tests/brand/KeyboardWalk.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 
@@ -97,6 +98,13 @@ TEST_F(AlertViewTest, ReturnPressesTheButtonThatHasTheKeyboard)
         window->type(key);
         EXPECT_THAT(pressed, ElementsAre(1));
     }
+}
+
+TEST_F(AlertViewTest, TheKeyboardGoesRoundItsButtons)
+{
+    show({Alert::Style::informational, "No Video Window Selected", "Choose one.", {"Choose Window Now", "Cancel"}});
+    EXPECT_THAT(test::walkWithTab(*window), ::testing::UnorderedElementsAre("Choose Window Now", "Cancel"));
+    test::expectAllIsSaid(*window);
 }
 
 TEST_F(AlertViewTest, EscapePressesTheLastButton)

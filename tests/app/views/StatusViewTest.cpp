@@ -1,6 +1,7 @@
 #include "app/views/StatusWindow.h"
 
 #include "tests/app/views/AppViews.h"
+#include "tests/brand/KeyboardWalk.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/support/CoordinatorFixture.h"
@@ -213,6 +214,16 @@ TEST_F(StatusViewTest, TabReachesEveryCommand)
     }
     EXPECT_EQ(reached.size(), 8);
     EXPECT_EQ(reached.removeDuplicates(), 0) << reached.join(QLatin1Char('|')).toStdString();
+}
+
+TEST_F(StatusViewTest, TheKeyboardGoesRoundItsRowsAndEachSaysThatItHasIt)
+{
+    addClip("Velmora-Recording-2026-11-21-10-20-30.mp4");
+    capture();
+    coordinator->startRecording();
+    show();
+    EXPECT_THAT(test::walkWithTab(*window), ::testing::Contains(HasSubstr("Stop Recording Clip")));
+    test::expectAllIsSaid(*window);
 }
 
 TEST_F(StatusViewTest, TheKeyboardStaysOnItsCommandWhenTheStateChanges)

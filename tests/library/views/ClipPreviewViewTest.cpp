@@ -1,5 +1,6 @@
 #include "brand/BrandColors.h"
 #include "brand/Palette.h"
+#include "tests/brand/KeyboardWalk.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/library/views/PreviewFixture.h"
@@ -715,6 +716,23 @@ TEST_F(ClipPreviewViewTest, EveryControlCanBeReachedByTheKeyboard)
     model->toggleCut();
     tab(8);
     EXPECT_THAT(order, ElementsAre("Play", "Position", "Start", "End", "Cut from", "Cut to", "Keep All", "Save Trimmed Clip"));
+}
+
+TEST_F(ClipPreviewViewTest, TheKeyboardGoesRoundWhatASavedPartBringsTooAndAllOfItHasAName)
+{
+    appear();
+    test::walkWithTab(*window);
+    test::expectAllIsSaid(*window);
+    model->toggleCut();
+    test::walkWithTab(*window);
+    test::expectAllIsSaid(*window);
+    model->toggleCut();
+    window->press(QStringLiteral("Save Trimmed Clip"));
+    completeExport();
+    static_cast<void>(window->grab());
+    EXPECT_THAT(test::walkWithTab(*window),
+        ::testing::IsSupersetOf({"Play Trimmed Clip", "Share Trimmed Clip", "Reveal Trimmed Clip", "Copy Trimmed Clip"}));
+    test::expectAllIsSaid(*window);
 }
 
 TEST_F(ClipPreviewViewTest, WhileAnExportRunsSavingIsDisabledAndTheLineSaysSo)

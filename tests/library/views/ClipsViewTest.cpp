@@ -1,4 +1,5 @@
 #include "tests/library/views/ClipsView.h"
+#include "tests/brand/KeyboardWalk.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/library/views/ClipsFixture.h"
 
@@ -127,6 +128,20 @@ TEST_F(ClipsViewTest, ScreenReadersAreToldOfEachClipAndOfTheKeyboardsWay)
     EXPECT_FALSE(QAccessible::queryAccessibleInterface(&tile(QStringLiteral("clip 5")))->state().selected);
 }
 
+TEST_F(ClipsViewTest, TheKeyboardGoesRoundItWithClipsAndWithout)
+{
+    showWith(7);
+    type(Qt::Key_Down);
+    test::walkWithTab(*window);
+    test::expectAllIsSaid(*window);
+    for (const auto& file : files())
+        std::filesystem::remove(folder() / file);
+    model->reload();
+    settle();
+    test::walkWithTab(*window);
+    test::expectAllIsSaid(*window);
+}
+
 TEST_F(ClipsViewTest, TheKeyboardsClipIsAlwaysInSightWithTheHeadingOfItsDay)
 {
     showWith(60);
@@ -169,6 +184,25 @@ TEST_F(ClipsViewTest, ThePointerSelectsWithItsKeysAndOpensByADoubleClick)
     }
     EXPECT_THAT(selected(), ElementsAre("clip 1.mp4", "clip 2.mp4"));
     EXPECT_THAT(opened, IsEmpty());
+}
+
+TEST_F(ClipsViewTest, ADoubleClickOpensWhatItsFirstClickWasOnThoughANewClipHasTakenItsPlace)
+{
+    showWith(3);
+    const auto& clip = tile(QStringLiteral("clip 1"));
+    const auto place = clip.mapToScene({clip.width() / 2, 40});
+    window->pressAt(place, 1000);
+    window->releaseAt(place, 1020);
+    // One clip newer: each is in the place of the one before it.
+    clock->time = moment(-1, 12, 0);
+    add("clip 00.mp4", moment(0, 11, 59));
+    model->reload();
+    settle();
+    const auto& other = tile(QStringLiteral("clip 0"));
+    ASSERT_TRUE(QRectF(other.mapToScene({0, 0}), other.size()).contains(place)) << "another clip is there";
+    window->pressAt(place, 1100);
+    window->releaseAt(place, 1120);
+    EXPECT_THAT(opened, ElementsAre("clip 1.mp4"));
 }
 
 TEST_F(ClipsViewTest, WhatIsTypedSearches)

@@ -1,4 +1,5 @@
 #include "brand/BrandColors.h"
+#include "tests/brand/KeyboardWalk.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/support/CoordinatorFixture.h"
@@ -12,7 +13,9 @@ extern void qml_register_types_Velmora_Windows();
 namespace velmora {
 namespace {
 
+using test::expectAllIsSaid;
 using test::ViewTestWindow;
+using test::walkWithTab;
 
 CapturedWindowInfo listed(std::uint32_t id, const char* appName, const char* title)
 {
@@ -203,6 +206,175 @@ TEST_F(WindowPickerViewTest, TheSearchNarrowsTheListAndItsButtonClearsIt)
     EXPECT_FALSE(window->hasButton(QStringLiteral("Clear search")));
 }
 
+// Where the second of three rows is, after the list was read again and without it too.
+class WindowPickerClickTest : public WindowPickerViewTest {
+protected:
+    WindowPickerClickTest()
+    {
+        appearWithThree();
+        window->forEachVisible([this](QQuickItem& item) {
+            if (item.inherits("QQuickItemDelegate") && item.property("text").toString().startsWith(QStringLiteral("Beta")))
+                place = item.mapToScene({item.width() / 2, item.height() / 2});
+        });
+        EXPECT_FALSE(place.isNull());
+        now += 5000;
+    }
+
+    void press() { window->pressAt(place, now); }
+    void release() { window->releaseAt(place, now += 20); }
+    void click()
+    {
+        press();
+        release();
+        now += 60;
+    }
+
+    /// The list as it is, but with a window in front of the others: Alpha is where Beta was.
+    void readListAgain()
+    {
+        addLiveWindow(listed(4, "Aardvark", "a film"));
+        model.refreshWindows();
+        executor->runAll();
+        static_cast<void>(window->grab());
+        ASSERT_EQ(model.rowCount(), 4);
+    }
+
+    QPointF place;
+    // Goes on from one test to the next: a press soon after one in another window would make a double click of both.
+    inline static int now = 100'000;
+};
+
+TEST_F(WindowPickerClickTest, ADoubleClickStartsTheWindowOfItsRow)
+{
+    click();
+    EXPECT_EQ(model.selectedID(), 2U);
+    click();
+    EXPECT_EQ(startedWindow(), 2U);
+    EXPECT_EQ(dismissals, 1);
+}
+
+TEST_F(WindowPickerClickTest, TwoClicksWithTimeBetweenThemSelectOnly)
+{
+    click();
+    now += 5000;
+    click();
+    EXPECT_EQ(model.selectedID(), 2U);
+    EXPECT_EQ(startedWindow(), 0U);
+}
+
+TEST_F(WindowPickerClickTest, AClickThatIsHeldSelectsAllTheSame)
+{
+    press();
+    now += 3000;
+    release();
+    EXPECT_EQ(model.selectedID(), 2U);
+}
+
+TEST_F(WindowPickerClickTest, ADoubleClickStartsWhatItsFirstClickWasOnThoughTheListHasOtherRowsThereSince)
+{
+    click();
+    readListAgain();
+    click();
+    EXPECT_EQ(startedWindow(), 2U);
+    EXPECT_EQ(dismissals, 1);
+}
+
+TEST_F(WindowPickerClickTest, ADoubleClickStartsWhatItWasOnThoughTheListChangesWhileTheButtonIsDown)
+{
+    press();
+    readListAgain();
+    release();
+    now += 60;
+    click();
+    EXPECT_EQ(startedWindow(), 2U);
+}
+
+TEST_F(WindowPickerClickTest, ADoubleClickStartsWhatItWasOnThoughTheListChangesUnderItsSecondClick)
+{
+    click();
+    press();
+    readListAgain();
+    release();
+    EXPECT_EQ(startedWindow(), 2U);
+}
+
+TEST_F(WindowPickerClickTest, ADoubleClickStartsWhatItWasOnThoughTheListIsBeingReadAtTheSecond)
+{
+    click();
+    model.refreshWindows();
+    static_cast<void>(window->grab());
+    ASSERT_TRUE(model.isLoading());
+    click();
+    EXPECT_EQ(startedWindow(), 2U);
+}
+
+TEST_F(WindowPickerClickTest, ADoubleClickOnAWindowThatGoesInBetweenStartsNoOther)
+{
+    click();
+    content->content.windows.erase(content->content.windows.begin() + 1);
+    model.refreshWindows();
+    executor->runAll();
+    static_cast<void>(window->grab());
+    click();
+    EXPECT_EQ(startedWindow(), 0U);
+    EXPECT_TRUE(window->shows(QStringLiteral("The selected window is gone: choose another one.")));
+}
+
+TEST_F(WindowPickerClickTest, ADoubleClickThatBeganOnNoRowStartsNothing)
+{
+    model.refreshWindows();
+    static_cast<void>(window->grab());
+    click();
+    executor->runAll();
+    static_cast<void>(window->grab());
+    click();
+    EXPECT_EQ(startedWindow(), 0U);
+}
+
+TEST_F(WindowPickerClickTest, AClickSoonAfterOneBeforeThePickerOpenedIsNoDoubleClick)
+{
+    click();
+    model.viewWillAppear();
+    executor->runAll();
+    static_cast<void>(window->grab());
+    click();
+    EXPECT_EQ(startedWindow(), 0U);
+    EXPECT_EQ(model.selectedID(), 2U);
+}
+
+TEST_F(WindowPickerClickTest, TwoQuickClicksOnTwoRowsSelectTheSecondAndStartNothing)
+{
+    click();
+    place.ry() += 70;
+    click();
+    EXPECT_EQ(model.selectedID(), 3U);
+    EXPECT_EQ(startedWindow(), 0U);
+}
+
+TEST_F(WindowPickerClickTest, AScrollBarIsNoRow)
+{
+    std::vector<CapturedWindowInfo> many;
+    for (std::uint32_t id = 10; id < 50; ++id)
+        many.push_back(listed(id, ("Application " + std::to_string(id)).c_str(), "film"));
+    appear(many);
+    const auto selected = model.selectedID();
+    const auto& list = *first("QQuickListView");
+    place = list.mapToScene({list.width() - 4, list.height() / 4});
+    click();
+    click();
+    EXPECT_EQ(model.selectedID(), selected);
+    EXPECT_EQ(startedWindow(), 0U);
+}
+
+TEST_F(WindowPickerClickTest, ADragThatScrollsTheListSelectsNothing)
+{
+    press();
+    for (int moved = 1; moved <= 40; ++moved)
+        window->moveAt(place - QPointF{0, static_cast<double>(moved)}, now += 5);
+    window->releaseAt(place - QPointF{0, 40}, now += 5);
+    EXPECT_EQ(model.selectedID(), 1U);
+}
+
 TEST_F(WindowPickerViewTest, ReturnInTheSearchFieldStarts)
 {
     appearWithThree();
@@ -275,6 +447,55 @@ TEST_F(WindowPickerViewTest, InTheSecondStepReturnPressesTheFocusedButtonAndStar
     grant();
     window->type(Qt::Key_Return);
     EXPECT_EQ(startedWindow(), 7U);
+}
+
+TEST_F(WindowPickerViewTest, TheKeyboardGoesRoundEverythingThatThereIsInEachState)
+{
+    using ::testing::ElementsAre;
+    appearWithThree();
+    EXPECT_THAT(walkWithTab(*window),
+        ElementsAre("Alpha, a film, 1279 × 720 pt", "Refresh List", "Cancel", "Start Clipping This Window",
+            "Search by app name or window title..."));
+    expectAllIsSaid(*window);
+    first("QQuickTextInput")->forceActiveFocus(Qt::TabFocusReason);
+    window->type(Qt::Key_X, QStringLiteral("x"));
+    EXPECT_THAT(walkWithTab(*window),
+        ElementsAre("Clear search", "Refresh List", "Cancel", "Start Clipping This Window", "Search by app name or window title..."))
+        << "a list without rows is passed over";
+    expectAllIsSaid(*window);
+}
+
+TEST_F(WindowPickerViewTest, TheKeyboardStaysSomewhereWhenTheListThatHasItGoesAndComes)
+{
+    appearWithThree();
+    first("QQuickListView")->forceActiveFocus(Qt::TabFocusReason);
+    content->content.windows.clear();
+    model.refreshWindows();
+    static_cast<void>(window->grab());
+    window->type(Qt::Key_Escape);
+    EXPECT_EQ(dismissals, 1) << "while it is read";
+    executor->runAll();
+    static_cast<void>(window->grab());
+    EXPECT_THAT(walkWithTab(*window), ::testing::Contains("Cancel"));
+}
+
+TEST_F(WindowPickerViewTest, AListWithoutASelectionShowsThatItHasTheKeyboardToo)
+{
+    content->windowsToRequest = {1};
+    appearWithThree();
+    window->type(Qt::Key_Return);
+    executor->runAll();
+    auto granted = content->content.windows.front();
+    granted.windowID = 7;
+    content->content.windows.push_back(granted);
+    content->pendingRequest(std::optional{granted});
+    content->pendingSoundQuestion(
+        platform::SoundChoices{{{{"player-bin", "Player", 12}, "Film", true}, {{"other-bin", "Other", 13}, "", true}}});
+    executor->runAll();
+    static_cast<void>(window->grab());
+    ASSERT_EQ(model.sound()->selectedRow(), -1);
+    EXPECT_THAT(walkWithTab(*window), ::testing::ElementsAre("Refresh List", "Back", "Sounds"));
+    expectAllIsSaid(*window);
 }
 
 TEST_F(WindowPickerViewTest, EscapeCancels)
