@@ -234,6 +234,17 @@ TEST_F(MpvPlayerTest, BeginsPausedAtTheFirstPicture)
     EXPECT_THAT(viewer.errors, IsEmpty());
 }
 
+TEST_F(MpvPlayerTest, TheFirstPictureIsToldOfBeforePlayingHasBegun)
+{
+    auto viewer = view(unevenFile());
+    int told = 0;
+    viewer->setPictureObserver([&] { ++told; });
+    // As nobody draws it, libmpv begins some time later all the same, which is told too.
+    ASSERT_TRUE(mainThread_->runUntil([&] { return told == 2; })) << "told " << told << " times";
+    EXPECT_TRUE(viewer.drawing());
+    EXPECT_THAT(viewer.errors, IsEmpty());
+}
+
 TEST_F(MpvPlayerTest, NoneOfItsOwnScriptsIsRun)
 {
     auto viewer = view(unevenFile());
