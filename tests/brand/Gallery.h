@@ -13,28 +13,32 @@
 
 namespace velmora::test {
 
-/// Where the pictures go, and how large the text in them is: what such a program's command line says, which is DIRECTORY [TEXT_SCALE].
+/// Where the pictures go, how large the text in them is, and whether there is more contrast: what such a program's command line says, which
+/// is DIRECTORY [TEXT_SCALE [contrast]].
 class Gallery {
 public:
     /// Ends the program where its command line is another.
     Gallery(int count, char* arguments[])
     {
-        if (count < 2 || count > 3) {
-            std::fprintf(stderr, "usage: %s DIRECTORY [TEXT_SCALE]\n", arguments[0]);
+        increasesContrast_ = count == 4 && QLatin1String{arguments[3]} == QLatin1String{"contrast"};
+        if (count < 2 || count > (increasesContrast_ ? 4 : 3)) {
+            std::fprintf(stderr, "usage: %s DIRECTORY [TEXT_SCALE [contrast]]\n", arguments[0]);
             std::exit(2);
         }
         static_cast<void>(application());
         directory_ = QDir{QString::fromLocal8Bit(arguments[1])};
-        if (count == 3)
+        if (count > 2)
             textScale_ = QByteArray{arguments[2]}.toDouble();
     }
 
     [[nodiscard]] double textScale() const { return textScale_; }
+    [[nodiscard]] bool increasesContrast() const { return increasesContrast_; }
 
     /// The window as it is now, as NAME.png.
     void draw(const char* name, ViewTestWindow& window) const
     {
         setTextScale(window.engine(), textScale_);
+        setIncreasesContrast(window.engine(), increasesContrast_);
         // The first lays out what has changed.
         static_cast<void>(window.grab());
         save(name, window.grab());
@@ -50,6 +54,7 @@ public:
 private:
     QDir directory_;
     double textScale_ = 1;
+    bool increasesContrast_ = false;
 };
 
 }  // namespace velmora::test

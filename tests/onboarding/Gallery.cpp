@@ -1,6 +1,6 @@
 // Draws the walkthrough's steps in all their states, to be looked at:
 //
-//     [QT_SCALE_FACTOR=2] onboarding_gallery DIRECTORY [TEXT_SCALE]
+//     [QT_SCALE_FACTOR=2] onboarding_gallery DIRECTORY [TEXT_SCALE [contrast]]
 #include "tests/brand/Gallery.h"
 #include "tests/onboarding/OnboardingFixture.h"
 

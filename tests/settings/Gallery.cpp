@@ -1,6 +1,6 @@
 // Draws the settings and the folder dialog in all their states, to be looked at:
 //
-//     [QT_SCALE_FACTOR=2] settings_gallery DIRECTORY [TEXT_SCALE]
+//     [QT_SCALE_FACTOR=2] settings_gallery DIRECTORY [TEXT_SCALE [contrast]]
 #include "tests/brand/Gallery.h"
 #include "settings/FolderBrowserModel.h"
 #include "tests/settings/SettingsFixture.h"

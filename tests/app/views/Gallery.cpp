@@ -1,6 +1,6 @@
 // Draws the small window, the panel of a saved clip, alerts and menus in all their states, to be looked at:
 //
-//     [QT_SCALE_FACTOR=2] app_gallery DIRECTORY [TEXT_SCALE]
+//     [QT_SCALE_FACTOR=2] app_gallery DIRECTORY [TEXT_SCALE [contrast]]
 #include "tests/brand/Gallery.h"
 #include "app/menu/MenuDescription.h"
 #include "app/menu/MenuLook.h"
@@ -137,6 +137,7 @@ void drawSmallWindow(const Gallery& gallery)
 void drawMenus(const Gallery& gallery)
 {
     setMenuTextScale(gallery.textScale());
+    setMenusIncreaseContrast(gallery.increasesContrast());
     ClipItem clip;
     clip.url = "/clips/Velmora-Recording-2026-11-21-10-20-30.mp4";
     clip.duration = 75;

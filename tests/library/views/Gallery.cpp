@@ -1,6 +1,6 @@
 // Draws the preview of a clip in all its states, to be looked at:
 //
-//     [QT_SCALE_FACTOR=2] preview_gallery DIRECTORY [TEXT_SCALE]
+//     [QT_SCALE_FACTOR=2] preview_gallery DIRECTORY [TEXT_SCALE [contrast]]
 #include "tests/brand/Gallery.h"
 #include "tests/library/views/PreviewFixture.h"
 #include "tests/library/views/PreviewView.h"

@@ -1,6 +1,6 @@
 // Draws the list of windows and the choice of sound in all their states, to be looked at:
 //
-//     [QT_SCALE_FACTOR=2] picker_gallery DIRECTORY [TEXT_SCALE]
+//     [QT_SCALE_FACTOR=2] picker_gallery DIRECTORY [TEXT_SCALE [contrast]]
 #include "tests/brand/Gallery.h"
 #include "tests/support/CoordinatorFixture.h"
 #include "windows/views/WindowPickerModel.h"
