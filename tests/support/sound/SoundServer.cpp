@@ -22,9 +22,9 @@ namespace {
 
 constexpr const char* sinkName = "velmora-test-sink";
 
-void waitUntil(const std::function<bool()>& condition, const char* what)
+void waitUntil(const std::function<bool()>& condition, const char* what, std::chrono::seconds patience = std::chrono::seconds{20})
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{20};
+    const auto deadline = std::chrono::steady_clock::now() + patience;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
             throw std::runtime_error(std::string{"not ready: "} + what);
@@ -128,11 +128,14 @@ void PipeWireServer::startPrograms()
             pulse_ = std::make_unique<ChildProcess>(std::vector<std::string>{"pipewire-pulse"});
         return outputOf({"pactl", "get-default-sink"}) == std::string{sinkName} + "\n";
     };
-    // A sink that is being set up is there, and refuses its first stream now and then, after which a player has ended.
-    const std::string rehearsal = "head -c 1920 /dev/zero | pacat --raw --latency-msec=20 --rate=48000 --channels=2";
+    // A sink that is being set up is there, and now and then refuses its first stream, or keeps it waiting for half a minute.
+    const auto playsSilence = [] {
+        ChildProcess player{{"sh", "-c", "head -c 1920 /dev/zero | pacat --raw --latency-msec=20 --rate=48000 --channels=2"}};
+        return player.endsWithin(std::chrono::seconds{5}) && player.wait() == 0;
+    };
     try {
         waitUntil(isReady, "the sink");
-        waitUntil([&] { return ChildProcess{{"sh", "-c", rehearsal}}.wait() == 0; }, "a stream");
+        waitUntil(playsSilence, "a stream", std::chrono::seconds{60});
         waitUntil([] { return outputOf({"pactl", "list", "short", "sink-inputs"}).empty(); }, "the end of the stream");
     } catch (const std::runtime_error& error) {
         // Hundreds of questions asked in vain would hide in the report what the servers said.

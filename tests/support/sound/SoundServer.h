@@ -28,7 +28,7 @@ private:
 /// PipeWire with WirePlumber and the PulseAudio service, and a message bus, which WirePlumber needs.
 class PipeWireServer {
 public:
-    /// Throws when the server is not ready within 20 s.
+    /// Throws when the server does not become ready.
     explicit PipeWireServer(const PrivateSession& session);
 
     /// Ends the servers at once, as a crash would.
