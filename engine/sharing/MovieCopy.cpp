@@ -167,7 +167,7 @@ private:
         PlaceSearch search{limit() * aimedPart, ladder_->coarsest()};
         for (int probes = 1; probes <= mostImpressions; ++probes) {
             std::uint64_t bytes = 0;
-            const auto encoded =
+            auto encoded =
                 encodeParts(impressionParts, part, [&](CodedSamples& samples, std::int64_t begin, std::int64_t end) -> Result<void> {
                     auto encoding = encodingAt(place_);
                     encoding.begin = begin;
