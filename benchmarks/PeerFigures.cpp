@@ -10,6 +10,7 @@
 #include <exception>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace {

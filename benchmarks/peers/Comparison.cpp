@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <exception>
 #include <map>
+#include <memory>
 #include <set>
 #include <stdexcept>
 #include <sys/socket.h>
