@@ -9,6 +9,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QList>
+#include <QPointer>
 #include <QStringList>
 #include <QTimer>
 
@@ -205,6 +206,16 @@ private:
             return QTimer::singleShot(0, conversation, [this] { lack(); });
         }
         listen(&QDBusConnection::connect);
+        // A portal may die of a session that has the name of one that it has yet to let go of (xdg-desktop-portal 1.16 does).
+        if (closing_ && !closing_->isFinished())
+            connect(closing_, &QDBusPendingCallWatcher::finished, conversation, [this] { askWhatThereIs(); });
+        else
+            askWhatThereIs();
+    }
+
+    void askWhatThereIs()
+    {
+        const auto* conversation = conversation_.get();
         auto* asked = new QDBusPendingCallWatcher{portal_->call(portal::propertiesCall(globalShortcuts), patience), conversation_.get()};
         connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked, conversation] {
             if (conversation != conversation_.get())
@@ -310,8 +321,10 @@ private:
             return;
         portal_->bus().disconnect(
             QLatin1String{portal::service}, handle_, QLatin1String{portal::session}, QStringLiteral("Closed"), this, SLOT(wasClosed()));
-        portal_->bus().send(QDBusMessage::createMethodCall(
-            QLatin1String{portal::service}, std::exchange(handle_, {}), QLatin1String{portal::session}, QStringLiteral("Close")));
+        const auto goodbye = QDBusMessage::createMethodCall(
+            QLatin1String{portal::service}, std::exchange(handle_, {}), QLatin1String{portal::session}, QStringLiteral("Close"));
+        closing_ = new QDBusPendingCallWatcher{portal_->bus().asyncCall(goodbye, patience), this};
+        connect(closing_, &QDBusPendingCallWatcher::finished, closing_, &QObject::deleteLater);
     }
 
     void close()
@@ -333,6 +346,7 @@ private:
     QString handle_;  // of the portal's session
     std::optional<HotKeyReference> current_;
     std::unique_ptr<QObject> conversation_;  // the owner of what waits for answers
+    QPointer<QDBusPendingCallWatcher> closing_;  // waits for the end of the session before
 };
 
 PortalHotKeyCenter::PortalHotKeyCenter(PortalHotKeyCenterOptions options) : implementation_(std::make_unique<Implementation>(options)) { }

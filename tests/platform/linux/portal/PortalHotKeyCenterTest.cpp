@@ -1,8 +1,11 @@
 // Shortcuts through the real portal: the desktop behind it is the test's.
 #include "platform/linux/portal/PortalHotKeyCenter.h"
 
+#include "platform/linux/portal_access/PortalConnection.h"
 #include "tests/platform/linux/portal/TestPortal.h"
 #include "tests/platform/linux/portal/TestShortcuts.h"
+
+#include <QDBusPendingCall>
 
 #include <gmock/gmock.h>
 
@@ -47,6 +50,18 @@ protected:
         EXPECT_EQ(registerAgain(), HotKeyCenter::pending);
         EXPECT_TRUE(PrivateBus::runUntil([&] { return decisions > before; }));
         return registerAgain();
+    }
+
+    /// Which the portal does while it waits for a desktop that is slow.
+    void answerQuestionsOfAnother(int count) const
+    {
+        const auto other = bus.connect("another");
+        for (int question = 0; question < count; ++question) {
+            const QDBusPendingCall call = other.asyncCall(portal::propertiesCall("org.freedesktop.portal.GlobalShortcuts"));
+            EXPECT_TRUE(PrivateBus::runUntil([&] { return call.isFinished(); }));
+            EXPECT_FALSE(call.isError());
+        }
+        QDBusConnection::disconnectFromBus(QStringLiteral("another"));
     }
 
     const platform::HotKeyID id{0x434C4950, 2};
@@ -146,6 +161,26 @@ TEST_F(PortalHotKeyCenterTest, UnregisteringGivesTheKeysBack)
     center->unregisterEventHotKey(reference);
     EXPECT_TRUE(PrivateBus::runUntil([&] { return shortcuts.sessionsClosed == 1; }));
     EXPECT_EQ(ask(), 0);
+    EXPECT_EQ(shortcuts.questions, 2);
+    shortcuts.press();
+    EXPECT_TRUE(PrivateBus::runUntil([&] { return presses == 1; }));
+}
+
+TEST_F(PortalHotKeyCenterTest, KeysAreAskedForAgainOnceTheDesktopHasLetGoOfThem)
+{
+    shortcuts.takesItsTimeToLetGo = true;
+    startPortal();
+    ASSERT_EQ(ask(), 0);
+    center->unregisterEventHotKey(reference);
+    ASSERT_TRUE(PrivateBus::runUntil([&] { return shortcuts.sessionsClosed == 1; }));
+    const auto before = decisions;
+    EXPECT_EQ(registerAgain(), HotKeyCenter::pending);
+    // A program that does not wait has asked for its new session by then.
+    answerQuestionsOfAnother(3);
+    EXPECT_EQ(shortcuts.questions, 1);
+    shortcuts.letGo();
+    ASSERT_TRUE(PrivateBus::runUntil([&] { return decisions > before; }));
+    EXPECT_EQ(registerAgain(), 0);
     EXPECT_EQ(shortcuts.questions, 2);
     shortcuts.press();
     EXPECT_TRUE(PrivateBus::runUntil([&] { return presses == 1; }));

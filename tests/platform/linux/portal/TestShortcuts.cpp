@@ -1,5 +1,6 @@
 #include "tests/platform/linux/portal/TestShortcuts.h"
 
+#include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 
@@ -24,21 +25,30 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, TestShortcut& sho
     return argument;
 }
 
-class ShortcutsSession final : public QObject {
+class ShortcutsSession final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.impl.portal.Session")
 
 public:
-    explicit ShortcutsSession(int& closed) : closed_(closed) { }
+    /// What it is closed with goes to `unanswered`, where that is to be answered later.
+    ShortcutsSession(int& closed, QDBusMessage* unanswered) : closed_(closed), unanswered_(unanswered) { }
 
 public slots:
-    void Close() { ++closed_; }
+    void Close()
+    {
+        if (unanswered_) {
+            setDelayedReply(true);
+            *unanswered_ = message();
+        }
+        ++closed_;
+    }
 
 signals:
     void Closed();
 
 private:
     int& closed_;
+    QDBusMessage* const unanswered_;
 };
 
 class ShortcutsAdaptor final : public QDBusAbstractAdaptor {
@@ -55,7 +65,8 @@ public slots:
     uint CreateSession(const QDBusObjectPath&, const QDBusObjectPath& session, const QString&, const QVariantMap&, QVariantMap& results)
     {
         shortcuts_.session_ = session.path();
-        shortcuts_.sessionObject_ = std::make_unique<ShortcutsSession>(shortcuts_.sessionsClosed);
+        shortcuts_.sessionObject_ = std::make_unique<ShortcutsSession>(
+            shortcuts_.sessionsClosed, shortcuts_.takesItsTimeToLetGo ? &shortcuts_.unanswered_ : nullptr);
         shortcuts_.connection_->registerObject(session.path(), shortcuts_.sessionObject_.get(), QDBusConnection::ExportAllContents);
         results = {};
         return 0;
@@ -124,6 +135,11 @@ void TestShortcuts::closeSession()
 {
     connection_->send(
         QDBusMessage::createSignal(session_, QStringLiteral("org.freedesktop.impl.portal.Session"), QStringLiteral("Closed")));
+}
+
+void TestShortcuts::letGo()
+{
+    connection_->send(unanswered_.createReply());
 }
 
 }  // namespace velmora::linux_backend

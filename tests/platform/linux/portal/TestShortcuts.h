@@ -4,6 +4,7 @@
 #include <QDBusAbstractAdaptor>
 #include <QDBusArgument>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QList>
 #include <QObject>
@@ -33,6 +34,7 @@ public:
     /// The user's answer to the next question: the keys' name; empty: no keys.
     QString keys = QStringLiteral("Alt+Super+K");
     bool isAllowed = true;
+    bool takesItsTimeToLetGo = false;  ///< of sessions that are made from now on
 
     /// The user presses the keys.
     void press();
@@ -40,6 +42,8 @@ public:
     void change(const QString& newKeys);
     /// The desktop ends the shortcuts.
     void closeSession();
+    /// The desktop has let go of the session that the program closed, where it takes its time.
+    void letGo();
 
     int questions = 0;
     int sessionsClosed = 0;  ///< by the program
@@ -52,6 +56,7 @@ private:
 
     std::unique_ptr<QDBusConnection> connection_;
     QString session_;
+    QDBusMessage unanswered_;
     std::unique_ptr<QObject> sessionObject_;
 };
 
