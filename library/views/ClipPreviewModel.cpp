@@ -1,7 +1,6 @@
 #include "library/views/ClipPreviewModel.h"
 
 #include "brand/ShownText.h"
-#include "library/PathUtilities.h"
 #include "library/views/PictureImage.h"
 #include "library/views/PreviewTimes.h"
 
@@ -16,8 +15,6 @@ namespace {
 /// A slider needs some length to be a slider.
 constexpr double shortestRange = 0.1;
 constexpr auto preferredTimescale = preview_times::timescale;
-/// What a player's own clock may be off by.
-constexpr MediaTime clockTick{1, 1'000'000};
 constexpr MediaTime observationInterval{1, 10};
 constexpr int thumbnailWidth = 192;
 constexpr int thumbnailHeight = 108;
@@ -27,15 +24,6 @@ MediaTime mediaTime(double seconds)
     return preview_times::exported(seconds);
 }
 
-/// The first time of the preferred scale at which that picture is shown.
-double secondsOfPicture(MediaTime begin)
-{
-    auto time = begin.converted(preferredTimescale);
-    if (time < begin)
-        time.value += 1;
-    return time.seconds();
-}
-
 }  // namespace
 
 ClipPreviewModel::ClipPreviewModel(std::filesystem::path clipURL, Services services, QObject* parent)
@@ -43,9 +31,12 @@ ClipPreviewModel::ClipPreviewModel(std::filesystem::path clipURL, Services servi
     , clipURL_(std::move(clipURL))
     , services_(std::move(services))
     , firstPicture_(clipURL_, services_.assetReader, services_.mainExecutor)
+    , trimExport_(clipURL_,
+          {services_.exportSessions, services_.fileManager, services_.library, services_.mainExecutor, services_.runningExports},
+          [this] { emit exportChanged(); })
     , smallFile_(services_.smallFiles, [this] {
-        const bool isOfSavedClip = hasSavedClip() && services_.smallFiles->status(savedClip_);
-        return std::optional{isOfSavedClip ? savedClip_ : clipURL_};
+        const bool isOfSavedClip = hasSavedClip() && services_.smallFiles->status(trimExport_.savedClip());
+        return std::optional{isOfSavedClip ? trimExport_.savedClip() : clipURL_};
     })
 {
 }
@@ -86,7 +77,7 @@ void ClipPreviewModel::setupPlayer()
         clipURL_, [later = self_.weak(), executor = services_.mainExecutor](Result<std::vector<MediaTime>> times) {
             executor->async([later, times = std::move(times)]() mutable {
                 if (const auto self = later.lock(); self && times)
-                    self->pictureTimes_ = std::move(*times);
+                    self->pictureSteps_.setTimes(std::move(*times));
             });
         });
 }
@@ -334,24 +325,9 @@ void ClipPreviewModel::dragTrimEnd(double seconds)
     moveTrimEnd(std::max(std::min(seconds, scrubMaximum()), endMinimum()));
 }
 
-std::ptrdiff_t ClipPreviewModel::pictureAt(MediaTime time) const
-{
-    const auto next = std::upper_bound(
-        pictureTimes_.begin(), pictureTimes_.end(), time + clockTick, [](MediaTime value, MediaTime begin) { return value < begin; });
-    return std::max<std::ptrdiff_t>(0, next - pictureTimes_.begin() - 1);
-}
-
 double ClipPreviewModel::steppedTime(MediaTime time, int pictures) const
 {
-    if (pictureTimes_.empty())
-        return time.seconds();
-    const auto shown = pictureAt(time);
-    const auto last = static_cast<std::ptrdiff_t>(pictureTimes_.size()) - 1;
-    const auto wanted = shown + pictures;
-    // After the last picture comes the clip's end.
-    if (wanted > last)
-        return std::max(totalDuration_, time.seconds());
-    return secondsOfPicture(pictureTimes_[static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, wanted))]);
+    return pictureSteps_.stepped(time, pictures, totalDuration_);
 }
 
 void ClipPreviewModel::stepCurrentTime(int pictures)
@@ -374,17 +350,15 @@ void ClipPreviewModel::stepTrimEnd(int pictures)
 {
     auto time = steppedTime(mediaTime(trimEndTime_), pictures);
     // The clip's end is one step after the beginning of the last picture, which it shows.
-    if (pictures < 0 && !pictureTimes_.empty() && trimEndTime_ >= totalDuration_)
+    if (pictures < 0 && pictureSteps_.areKnown() && trimEndTime_ >= totalDuration_)
         time = steppedTime(mediaTime(trimEndTime_), pictures + 1);
     moveTrimEnd(std::clamp(time, endMinimum(), scrubMaximum()));
 }
 
 void ClipPreviewModel::setTrimStartHere()
 {
-    auto here = currentTime_;
     // The nearest time at which a selection can begin may lie before the picture.
-    if (!pictureTimes_.empty())
-        here = std::max(here, secondsOfPicture(pictureTimes_[static_cast<std::size_t>(pictureAt(shownTime_))]));
+    const auto here = std::max(currentTime_, pictureSteps_.beginOfPictureAt(shownTime_).value_or(0));
     setTrim(std::min(here, trimEndTime_), trimEndTime_);
 }
 
@@ -476,38 +450,7 @@ void ClipPreviewModel::loadThumbnail(int number)
 
 void ClipPreviewModel::exportTrimmed(bool replaceOriginal)
 {
-    if (isExportingTrim_)
-        return;
-    setExport(true, QStringLiteral("Exporting trimmed clip..."));
-    auto made = services_.exportSessions->makeExportSession(clipURL_, platform::ExportPreset::passthrough);
-    if (!made)
-        return setExport(false, QStringLiteral("Failed creating export session"));
-    const auto session = std::move(*made);
-    const auto name = [folder = clipURL_.parent_path(), fileManager = services_.fileManager, date = std::chrono::system_clock::now()] {
-        return PathUtilities::generateUniqueFileURL(
-            folder, PathUtilities::prefixTrimmed, *fileManager, PathUtilities::defaultExtension, date);
-    };
-    session->setOutputURL(name());
-    session->setNextOutputURL(name);
-    session->setOutputFileType(platform::AssetFileType::mpeg4);
-    session->setTimeRange({mediaTime(trimStartTime_), exportEnd()});
-    session->setCuts(cut_.ranges());
-
-    // The clip is added even if this window has been closed meanwhile.
-    services_.runningExports->start(session, [weak = self_.weak(), session, services = services_, clip = clipURL_, replaceOriginal] {
-        services.mainExecutor->async([weak, session, services, clip, replaceOriginal] {
-            if (session->status() == platform::ExportSession::Status::completed) {
-                if (replaceOriginal) {
-                    static_cast<void>(services.fileManager->removeFile(clip));
-                    services.library.reloadClips();
-                } else {
-                    services.library.addClip(session->outputURL(), [] {});
-                }
-            }
-            if (const auto self = weak.lock())
-                self->finishExport(*session);
-        });
-    });
+    trimExport_.start({mediaTime(trimStartTime_), exportEnd()}, cut_.ranges(), replaceOriginal);
 }
 
 MediaTime ClipPreviewModel::exportEnd() const
@@ -519,24 +462,6 @@ MediaTime ClipPreviewModel::exportEnd() const
     return end;
 }
 
-void ClipPreviewModel::finishExport(const platform::ExportSession& session)
-{
-    if (session.status() == platform::ExportSession::Status::completed)
-        return setExport(false, QStringLiteral("Trimmed clip saved as ") + QString::fromStdString(session.outputURL().filename().string()),
-            session.outputURL());
-    const auto error = session.error();
-    setExport(
-        false, QStringLiteral("Trim error: ") + (error ? QString::fromStdString(error->localizedDescription) : QStringLiteral("unknown")));
-}
-
-void ClipPreviewModel::setExport(bool isRunning, const QString& message, std::filesystem::path savedClip)
-{
-    isExportingTrim_ = isRunning;
-    trimStatusMessage_ = message;
-    savedClip_ = std::move(savedClip);
-    emit exportChanged();
-}
-
 void ClipPreviewModel::share(double x, double y)
 {
     services_.share(clipURL_, QPoint{qRound(x), qRound(y)});
@@ -546,13 +471,13 @@ void ClipPreviewModel::playSavedClip()
 {
     pause();
     if (hasSavedClip())
-        services_.play(savedClip_);
+        services_.play(trimExport_.savedClip());
 }
 
 void ClipPreviewModel::shareSavedClip(double x, double y)
 {
     if (hasSavedClip())
-        services_.share(savedClip_, QPoint{qRound(x), qRound(y)});
+        services_.share(trimExport_.savedClip(), QPoint{qRound(x), qRound(y)});
 }
 
 QString ClipPreviewModel::revealRemark() const
@@ -564,19 +489,19 @@ QString ClipPreviewModel::revealRemark() const
 void ClipPreviewModel::revealSavedClip()
 {
     if (hasSavedClip())
-        services_.reveal(savedClip_);
+        services_.reveal(trimExport_.savedClip());
 }
 
 void ClipPreviewModel::copySavedClip()
 {
     if (hasSavedClip())
-        services_.copy(savedClip_);
+        services_.copy(trimExport_.savedClip());
 }
 
 void ClipPreviewModel::dragSavedClip()
 {
     if (hasSavedClip())
-        services_.drag({savedClip_});
+        services_.drag({trimExport_.savedClip()});
 }
 
 void ClipPreviewModel::setVolume(double volume)

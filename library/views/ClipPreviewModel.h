@@ -4,9 +4,11 @@
 #include "base/SelfReference.h"
 #include "library/ClipLibrary.h"
 #include "library/views/FirstPicture.h"
+#include "library/views/PictureSteps.h"
 #include "library/views/PreviewCut.h"
 #include "library/views/RunningExports.h"
 #include "library/views/SmallFileStatus.h"
+#include "library/views/TrimExport.h"
 #include "platform/Asset.h"
 #include "platform/FileManager.h"
 #include "platform/Player.h"
@@ -134,10 +136,10 @@ public:
     [[nodiscard]] QString endTenths() const { return formatTenths(trimEndTime_); }
     [[nodiscard]] QString selectedTenths() const { return formatTenths(trimEndTime_ - trimStartTime_); }
     [[nodiscard]] PreviewCut* cut() { return &cut_; }
-    [[nodiscard]] bool isExportingTrim() const { return isExportingTrim_; }
-    [[nodiscard]] const QString& trimStatusMessage() const { return trimStatusMessage_; }
+    [[nodiscard]] bool isExportingTrim() const { return trimExport_.isRunning(); }
+    [[nodiscard]] const QString& trimStatusMessage() const { return trimExport_.message(); }
     /// Whether the message names a clip that was saved here: what the calls at its side are for.
-    [[nodiscard]] bool hasSavedClip() const { return !savedClip_.empty(); }
+    [[nodiscard]] bool hasSavedClip() const { return !trimExport_.savedClip().empty(); }
     /// Of the clip that was saved here, or of the whole one.
     [[nodiscard]] SmallFileStatus* smallFile() { return &smallFile_; }
     /// In hundredths of what is in the file.
@@ -238,15 +240,12 @@ private:
     void seek(double seconds);
     void fail(const QString& problem);
     void loadThumbnail(int number);
-    void finishExport(const platform::ExportSession& session);
-    void setExport(bool isRunning, const QString& message, std::filesystem::path savedClip = {});
     void setSound(double volume, bool isMuted);
     void applySound();
     [[nodiscard]] bool isAtSelectionsEnd() const;
     [[nodiscard]] MediaTime exportEnd() const;
     /// Where what plays from here on pauses: the selection's end, or a cut before it.
     [[nodiscard]] MediaTime playbackEnd() const;
-    [[nodiscard]] std::ptrdiff_t pictureAt(MediaTime time) const;
     [[nodiscard]] double steppedTime(MediaTime time, int pictures) const;
 
     const std::filesystem::path clipURL_;
@@ -265,13 +264,11 @@ private:
     double trimStartTime_ = 0;
     double trimEndTime_ = 0;
     PreviewCut cut_{this};
-    bool isExportingTrim_ = false;
-    QString trimStatusMessage_;
-    std::filesystem::path savedClip_;
+    TrimExport trimExport_;
     SmallFileStatus smallFile_;
     double volume_ = fullVolume;
     bool isMuted_ = false;
-    std::vector<MediaTime> pictureTimes_;
+    PictureSteps pictureSteps_;
     std::vector<QImage> thumbnails_;
 
     // Gone with the model, so that a late result finds nobody.
