@@ -4,16 +4,22 @@
 #include "tests/support/desktop/TrayProgram.h"
 #include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Subjects.h"
+#include "tests/support/sound/ChildProcess.h"
 #include "tests/support/sound/SoundServer.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <iterator>
 #include <map>
 #include <set>
 #include <string>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 namespace velmora::test {
@@ -24,7 +30,6 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 constexpr double nanosecond = 1e-9;
-constexpr double beat = 0.1;  ///< seconds from one click to the next
 
 struct Pause {
     std::int64_t isKnown = 0;  ///< CLOCK_MONOTONIC nanoseconds by which the program had said that it is paused
@@ -70,29 +75,95 @@ std::vector<std::uint32_t> paintedWithin(const std::map<std::uint32_t, std::int6
     return numbers;
 }
 
+/// The frames at which clicks begin.
+std::vector<std::size_t> clickFrames(const std::vector<float>& samples, std::size_t channels, std::size_t sampleRate)
+{
+    std::vector<std::size_t> clicks;
+    const std::size_t quiet = sampleRate / 25;
+    std::size_t last = 0;
+    for (std::size_t frame = 0; frame < samples.size() / channels; ++frame) {
+        if (std::abs(samples[frame * channels]) < 0.2F)
+            continue;
+        if (clicks.empty() || frame - last > quiet)
+            clicks.push_back(frame);
+        last = frame;
+    }
+    return clicks;
+}
+
 /// Where clicks begin, in seconds of the clip.
 std::vector<double> clickTimes(const ClipAudio& audio)
 {
     std::vector<double> times;
-    const auto channels = static_cast<std::size_t>(audio.channelCount);
-    const std::size_t quiet = static_cast<std::size_t>(audio.sampleRate) / 25;
-    std::size_t last = 0;
-    for (std::size_t frame = 0; frame < audio.frames(); ++frame) {
-        if (std::abs(audio.samples[frame * channels]) < 0.2F)
-            continue;
-        if (times.empty() || frame - last > quiet)
-            times.push_back(audio.secondsOf(frame));
-        last = frame;
-    }
+    for (const auto frame :
+        clickFrames(audio.samples, static_cast<std::size_t>(audio.channelCount), static_cast<std::size_t>(audio.sampleRate)))
+        times.push_back(audio.secondsOf(frame));
     return times;
 }
 
-/// `furthest`: how far the sound of any stretch between fifty pauses is from where that of most is, against the pictures, in seconds.
-void recordWithFiftyPauses(const std::filesystem::path& clicksFile, double& furthest)
+/// Hears all that is played from when it is made, without a pause: on a busy machine the player now and then misses a period of the sound
+/// server and is late from there on, which is not the program's doing.
+class Witness {
+public:
+    explicit Witness(std::filesystem::path file) : file_(std::move(file))
+    {
+        const auto size = [&] {
+            std::error_code none;
+            const auto bytes = std::filesystem::file_size(file_, none);
+            return none ? 0 : bytes;
+        };
+        EXPECT_TRUE(waitUntil([&] { return size() > 0; })) << "the sound server's monitor says nothing";
+        begin_ = static_cast<double>(monotonicNow()) * nanosecond - static_cast<double>(size() / sizeof(float)) / sampleRate;
+    }
+
+    /// When clicks began, in seconds of CLOCK_MONOTONIC; how far from that they are is the same for all of them.
+    [[nodiscard]] std::vector<double> clickTimes()
+    {
+        recorder_.terminate();
+        std::ifstream file{file_, std::ios::binary};
+        const std::string bytes{std::istreambuf_iterator<char>{file}, {}};
+        std::vector<float> samples(bytes.size() / sizeof(float));
+        std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(float));
+        std::vector<double> times;
+        for (const auto frame : clickFrames(samples, 1, sampleRate))
+            times.push_back(begin_ + static_cast<double>(frame) / sampleRate);
+        return times;
+    }
+
+private:
+    static constexpr int sampleRate = 48000;
+
+    const std::filesystem::path file_;
+    ChildProcess recorder_{{"parec", "--raw", "--format=float32le", "--rate=48000", "--channels=1", "--latency-msec=20",
+        "--device=@DEFAULT_MONITOR@", file_.native()}};
+    double begin_ = 0;
+};
+
+/// How long after the nearest of them; less than nothing: before it.
+double afterNearest(const std::vector<double>& times, double time)
+{
+    const auto next = std::lower_bound(times.begin(), times.end(), time);
+    if (next == times.begin())
+        return time - times.front();
+    if (next == times.end() || time - *std::prev(next) < *next - time)
+        return time - *std::prev(next);
+    return time - *next;
+}
+
+TEST_F(PauseTest, FiftyPausesLeaveNoPictureInTheClipAndItsSoundWhereItWas)
 {
     constexpr std::size_t count = 50;
-    const NumberedWindow window{{"--size", "640x480", "--position", "100,100"}, clicksFile};
+    // A click every tenth of a second, for longer than all of it takes.
+    ASSERT_EQ(
+        runProgram({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "aevalsrc=0.8*sin(2*PI*2000*t)*lt(mod(t\\,0.1)\\,0.002):s=48000:d=300",
+                       "-ac", "2", path("clicks.wav").native()})
+            .status,
+        0);
+    // Half as often as pictures may be taken. Once a picture was late, those of a window that paints as often as that wait for their turn: by up
+    // to three quarters of an interval, for as long as both keep their rate.
+    const NumberedWindow window{{"--size", "640x480", "--position", "100,100", "--fps", "30"}, path("clicks.wav")};
     awaitPlayingStreams(1);
+    Witness witness{path("witness.raw")};
     TrayProgram program;
     ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
     ASSERT_TRUE(program.hasState("capturing"));
@@ -141,22 +212,20 @@ void recordWithFiftyPauses(const std::filesystem::path& clicksFile, double& furt
             ++leftOut;
         }
     }
-    EXPECT_GT(leftOut, std::size_t{count} * 5);
+    EXPECT_GT(leftOut, std::size_t{count} * 2);
 
-    // The player goes on while it is paused, so that by the pictures' clock its clicks keep their beat across every pause.
+    // The player goes on while it is paused: by the pictures' clock every click is where the witness heard it, across every pause.
     const auto clicks = clickTimes(*clip.audio);
+    const auto heard = witness.clickTimes();
+    ASSERT_FALSE(heard.empty());
     std::vector<double> phases;
     for (const auto& stretch : stretches) {
         std::vector<double> within;
         for (const double click : clicks) {
             if (click < stretch.from + 0.02 || click > stretch.to - 0.02)
                 continue;
-            const double phase = std::remainder(click + median(stretch.offsets), beat);
-            // Near the first one, wherever that is.
-            within.push_back(phases.empty() && within.empty() ? phase : [&] {
-                const double reference = phases.empty() ? within.front() : phases.front();
-                return reference + std::remainder(phase - reference, beat);
-            }());
+            const double reference = !phases.empty() ? phases.front() : !within.empty() ? within.front() : 0;
+            within.push_back(reference + afterNearest(heard, click + median(stretch.offsets) - reference));
         }
         ASSERT_FALSE(within.empty()) << stretch.from;
         phases.push_back(median(within));
@@ -168,26 +237,7 @@ void recordWithFiftyPauses(const std::filesystem::path& clicksFile, double& furt
     std::printf(
         "%zu pictures in %zu stretches, %zu painted meanwhile; sound against pictures: %+.1f to %+.1f ms, first %+.1f, last %+.1f ms\n",
         clip.video->pictures.size(), stretches.size(), leftOut, *least * 1e3, *most * 1e3, phases.front() * 1e3, phases.back() * 1e3);
-    furthest = std::max(-*least, *most);
-}
-
-TEST_F(PauseTest, FiftyPausesLeaveNoPictureInTheClipAndItsSoundWhereItWas)
-{
-    // A click every tenth of a second, for longer than all of it takes.
-    ASSERT_EQ(
-        runProgram({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "aevalsrc=0.8*sin(2*PI*2000*t)*lt(mod(t\\,0.1)\\,0.002):s=48000:d=300",
-                       "-ac", "2", path("clicks.wav").native()})
-            .status,
-        0);
-    // On a busy machine the player itself now and then misses a period of the sound server, and is late from there on. What pauses did would be
-    // there each time.
-    double furthest = 1;
-    for (int attempt = 0; attempt < 6 && furthest >= 0.01; ++attempt) {
-        recordWithFiftyPauses(path("clicks.wav"), furthest);
-        if (HasFatalFailure())
-            return;
-    }
-    EXPECT_LT(furthest, 0.01);
+    EXPECT_LT(std::max(-*least, *most), 0.01);
 }
 
 TEST_F(PauseTest, APauseOfAStillWindowEndsAtOnceAndItsPictureGoesOn)
