@@ -1,14 +1,14 @@
 // An hour of capture at 60 pictures a second, played as fast as this machine can: what grows. First without a recording, then with one that
 // lasts the whole hour. The picture encoder takes no time; the sound encoder and the writer are the real ones.
 
-#include "benchmarks/Figures.h"
+#include "benchmarks/Benchmark.h"
+#include "benchmarks/ProcessUse.h"
 #include "tests/support/ProcessFigures.h"
 #include "tests/support/media/RecordingEngine.h"
 
 #include <atomic>
 #include <chrono>
-#include <cstdio>
-#include <exception>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -16,6 +16,9 @@ namespace {
 
 using namespace velmora::test;
 using velmora::benchmarks::Figures;
+using velmora::benchmarks::Stopwatch;
+
+constexpr std::chrono::minutes budget{15};
 
 /// Encodes, and says how far it is: it is the last in the chain that a recording waits for.
 class MeasuredEncoder final : public velmora::engine::AudioEncoder {
@@ -45,7 +48,7 @@ void addMemory(Figures& figures, const std::string& when)
 
 void playAnHour(Figures& figures, RecordingEngine& engine, const std::string& what, bool isRecording)
 {
-    const auto begin = std::chrono::steady_clock::now();
+    const Stopwatch stopwatch;
     for (int minute = 1; minute <= 60; ++minute) {
         // In real time nothing waits for longer than this.
         for (int second = 1; second <= 60; ++second) {
@@ -57,34 +60,29 @@ void playAnHour(Figures& figures, RecordingEngine& engine, const std::string& wh
         if (minute == 1 || minute == 60)
             addMemory(figures, what + ", after minute " + std::to_string(minute));
     }
-    figures.add(what + ", what the hour took", std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count(), 0, "s");
+    figures.add(what + ", what the hour took", stopwatch.seconds(), 0, "s");
+}
+
+void measure(Figures& figures)
+{
+    RecordingEngine engine{30, {},
+        [](const auto&) -> velmora::Result<std::unique_ptr<velmora::engine::AudioEncoder>> { return std::make_unique<MeasuredEncoder>(); }};
+    playAnHour(figures, engine, "An hour of capture", false);
+    engine.start();
+    playAnHour(figures, engine, "An hour in one recording", true);
+    const Stopwatch saving;
+    const auto clip = engine.save();
+    const auto saved = saving.milliseconds();
+    if (!clip)
+        throw std::runtime_error(engine.errors.empty() ? "no clip" : engine.errors.back());
+    addMemory(figures, "Saved");
+    figures.add("Stop to the finished file of an hour", saved, 0, "ms");
+    figures.add("The file", static_cast<double>(std::filesystem::file_size(*clip)) / 1e6, 1, "MB");
 }
 
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    Figures figures{argc, argv};
-    RecordingEngine engine{30, {},
-        [](const auto&) -> velmora::Result<std::unique_ptr<velmora::engine::AudioEncoder>> { return std::make_unique<MeasuredEncoder>(); }};
-    playAnHour(figures, engine, "An hour of capture", false);
-    engine.start();
-    playAnHour(figures, engine, "An hour in one recording", true);
-    const auto begin = std::chrono::steady_clock::now();
-    const auto clip = engine.save();
-    const std::chrono::duration<double, std::milli> saving = std::chrono::steady_clock::now() - begin;
-    if (!clip) {
-        std::fprintf(stderr, "capture_hour_figures: %s\n", engine.errors.empty() ? "no clip" : engine.errors.back().c_str());
-        return 1;
-    }
-    addMemory(figures, "Saved");
-    figures.add("Stop to the finished file of an hour", saving.count(), 0, "ms");
-    figures.add("The file", static_cast<double>(std::filesystem::file_size(*clip)) / 1e6, 1, "MB");
-    try {
-        figures.write();
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "capture_hour_figures: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+    return velmora::benchmarks::runBenchmark(argc, argv, budget, measure);
 }

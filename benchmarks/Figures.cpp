@@ -1,13 +1,12 @@
 #include "benchmarks/Figures.h"
 
+#include "benchmarks/ProcessUse.h"
+
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <string_view>
-#include <unistd.h>
 #include <utility>
 
 namespace velmora::benchmarks {
@@ -49,88 +48,40 @@ void print(const std::string& line)
     std::fflush(stdout);
 }
 
-double statusMegabytes(pid_t process, std::string_view field)
-{
-    std::ifstream status{"/proc/" + std::to_string(process) + "/status"};
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with(field))
-            return std::atof(line.c_str() + field.size()) / 1024;
-    }
-    return 0;
-}
-
 }  // namespace
 
-double processorSeconds(pid_t process)
+Figures::Figures(std::filesystem::path file, std::chrono::duration<double> budget, QuietMachine::Spin spin)
+    : file_(std::move(file))
+    , end_(std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::steady_clock::duration>(budget))
+    , machine_(std::move(spin))
 {
-    std::ifstream file{"/proc/" + std::to_string(process) + "/stat"};
-    std::string text;
-    if (!std::getline(file, text))
-        return 0;
-    std::istringstream fields{text.substr(text.rfind(')') + 2)};
-    std::string skipped;
-    for (int field = 3; field < 14; ++field)
-        fields >> skipped;
-    double user = 0;
-    double system = 0;
-    fields >> user >> system;
-    return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
 }
 
-double processorTime(pid_t process)
+bool Figures::undisturbed(const std::function<void()>& take)
 {
-    double seconds = 0;
-    std::error_code ended;
-    for (const auto& thread : std::filesystem::directory_iterator{"/proc/" + std::to_string(process) + "/task", ended}) {
-        double nanoseconds = 0;
-        std::ifstream{thread.path() / "schedstat"} >> nanoseconds;
-        seconds += nanoseconds / 1e9;
-    }
-    return seconds;
-}
-
-double residentMegabytes(pid_t process)
-{
-    return statusMegabytes(process, "VmRSS:");
-}
-
-double anonymousMegabytes(pid_t process)
-{
-    return statusMegabytes(process, "RssAnon:");
-}
-
-std::string loadAverage()
-{
-    std::ifstream file{"/proc/loadavg"};
-    std::string one;
-    file >> one;
-    return one;
-}
-
-Figures::Figures(int argc, char** argv, QuietMachine::Spin spin) : machine_(std::move(spin))
-{
-    if (argc == 3 && std::string_view{argv[1]} == "--json") {
-        file_ = argv[2];
-    } else if (argc != 1) {
-        std::fprintf(stderr, "usage: %s [--json FILE]\n", argv[0]);
-        std::exit(2);
+    for (int attempt = 1;; ++attempt) {
+        const auto begin = std::chrono::steady_clock::now();
+        const bool wasQuiet = machine_.isQuiet();
+        take();
+        if (machine_.isQuiet() && wasQuiet)
+            return true;
+        const auto now = std::chrono::steady_clock::now();
+        if (attempt == tries || now + (now - begin) > end_)
+            return false;
     }
 }
 
 void Figures::row(const std::function<void()>& measure)
 {
     isInRow_ = true;
-    for (int attempt = 1;; ++attempt) {
+    int attempts = 0;
+    const bool wasQuiet = undisturbed([&] {
         row_.clear();
-        const bool wasQuiet = machine_.isQuiet();
+        ++attempts;
         measure();
-        if (machine_.isQuiet() && wasQuiet)
-            break;
-        if (attempt == tries) {
-            text("   the machine was not quiet in any of so many tries", std::to_string(tries));
-            break;
-        }
-    }
+    });
+    if (!wasQuiet)
+        text("   the machine was not quiet in any of so many tries", std::to_string(attempts));
     isInRow_ = false;
     for (auto& [line, object] : row_) {
         print(line);
@@ -158,6 +109,12 @@ void Figures::add(const std::string& what, double value, int decimals, const std
 {
     put(what, number(value, decimals) + " " + unit,
         "{\"figure\": " + jsonText(what) + ", \"unit\": " + jsonText(unit) + ", \"value\": " + jsonNumber(value) + "}");
+}
+
+void Figures::addMemory(const std::string& what, pid_t process)
+{
+    add(what, residentMegabytes(process), 1, "MB");
+    add("   of which in no file", anonymousMegabytes(process), 1, "MB");
 }
 
 void Figures::compare(

@@ -1,8 +1,9 @@
-// What the benchmarks share: processor time and memory of a program from outside, and figures as a table and as JSON.
+// Figures as a table and as JSON, taken again where the machine had something else to do.
 #pragma once
 
 #include "benchmarks/QuietMachine.h"
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -11,33 +12,26 @@
 
 namespace velmora::benchmarks {
 
-/// Processor time of all threads of a process so far, user and system, seconds (proc(5), stat). 0 when there is no such process.
-[[nodiscard]] double processorSeconds(pid_t process);
-
-/// The same of the threads that it has now, to the microsecond instead of the hundredth (proc(5), schedstat).
-[[nodiscard]] double processorTime(pid_t process);
-
-/// Megabytes of 2^20 bytes (proc(5), VmRSS).
-[[nodiscard]] double residentMegabytes(pid_t process);
-
-/// Of these what is in no file, and so can be shared with no other process (proc(5), RssAnon).
-[[nodiscard]] double anonymousMegabytes(pid_t process);
-
-[[nodiscard]] std::string loadAverage();
-
 /// One benchmark's figures, printed as they come; those of a row when it ends.
 class Figures {
 public:
-    /// Takes "--json FILE" from the command line; exits with 2 when there is anything else.
-    Figures(int argc, char** argv, QuietMachine::Spin spin = QuietMachine::spinOnAllProcessors);
+    /// They go to `file` as well, unless that is empty. What was disturbed is not taken again where that would last beyond the budget, which
+    /// begins now.
+    Figures(std::filesystem::path file, std::chrono::duration<double> budget, QuietMachine::Spin spin = QuietMachine::spinOnAllProcessors);
 
-    /// Has `measure` add the figures that are taken together. When the machine had something else to do just before or just after it, they
-    /// are taken anew, at most twice; only the last ones stay, with a line that says so when they were disturbed as well. Not within
-    /// another.
+    /// Has `take` measure something, and anew, at most twice, when the machine had something else to do just before or just after it. False
+    /// when it was disturbed the last time as well.
+    [[nodiscard]] bool undisturbed(const std::function<void()>& take);
+
+    /// Has `measure` add the figures that are taken together, undisturbed: only the last ones stay, with a line that says so when they were
+    /// disturbed as well. Not within another.
     void row(const std::function<void()>& measure);
 
     void text(const std::string& what, const std::string& value);
     void add(const std::string& what, double value, int decimals, const std::string& unit);
+
+    /// What a process has resident now, and what of it is in no file.
+    void addMemory(const std::string& what, pid_t process);
 
     /// The same thing for several programs, the first of them ours. With the ratio of ours to the best peer, which is the lowest when
     /// `isLessBetter`. NaN is what a program could not do.
@@ -57,7 +51,8 @@ private:
     };
     void put(const std::string& what, const std::string& value, std::string object);
 
-    std::filesystem::path file_;
+    const std::filesystem::path file_;
+    const std::chrono::steady_clock::time_point end_;  ///< of the budget
     QuietMachine machine_;
     bool isInRow_ = false;
     std::vector<Figure> row_;

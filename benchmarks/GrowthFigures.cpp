@@ -1,12 +1,10 @@
 // Ten real minutes of `velmora record`: what grows, and how soon after them the file is finished. Runs in a private desktop.
 
-#include "benchmarks/Figures.h"
+#include "benchmarks/Benchmark.h"
+#include "benchmarks/ProcessUse.h"
 #include "tests/support/recording/Subjects.h"
-#include "tests/support/recording/Velmora.h"
 
 #include <csignal>
-#include <cstdio>
-#include <exception>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -14,10 +12,9 @@
 namespace {
 
 using namespace velmora::test;
-using velmora::benchmarks::Figures;
-using velmora::benchmarks::processorSeconds;
-using velmora::benchmarks::residentMegabytes;
+using namespace velmora::benchmarks;
 
+constexpr std::chrono::minutes budget{12};
 constexpr int minutes = 10;
 
 void measure(Figures& figures)
@@ -30,17 +27,17 @@ void measure(Figures& figures)
     if (!recording.hasFragment())
         throw std::runtime_error("no recording: " + recording.finish().messages);
     for (int minute = 1; minute <= minutes; ++minute) {
-        const double before = processorSeconds(recording.processID());
+        const ProcessorShare share{recording.processID()};
         std::this_thread::sleep_for(std::chrono::minutes{1});
         const auto name = "Minute " + std::to_string(minute) + ": ";
         figures.add(name + "resident", residentMegabytes(recording.processID()), 1, "MB");
-        figures.add(name + "processor", (processorSeconds(recording.processID()) - before) / 60, 3, "s/s");
+        figures.add(name + "processor", share.soFar(), 3, "s/s");
     }
-    const auto begin = monotonicNow();
+    const Stopwatch stopwatch;
     recording.signal(SIGINT);
     if (const auto outcome = recording.finish(); outcome.status != 0)
         throw std::runtime_error("the recording ended badly: " + outcome.messages);
-    figures.add("Stop to the finished file and the program's end", static_cast<double>(monotonicNow() - begin) / 1e6, 0, "ms");
+    figures.add("Stop to the finished file and the program's end", stopwatch.milliseconds(), 0, "ms");
     figures.add("The file", static_cast<double>(std::filesystem::file_size(recording.file())) / 1e6, 0, "MB");
 }
 
@@ -48,13 +45,5 @@ void measure(Figures& figures)
 
 int main(int argc, char** argv)
 {
-    Figures figures{argc, argv};
-    try {
-        measure(figures);
-        figures.write();
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "growth_figures: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+    return runBenchmark(argc, argv, budget, measure);
 }

@@ -2,38 +2,33 @@
 
 #include "app/MainThreadClock.h"
 #include "app/MainThreadExecutor.h"
-#include "benchmarks/Figures.h"
+#include "benchmarks/Benchmark.h"
+#include "benchmarks/ProcessUse.h"
+#include "benchmarks/TrayDesktop.h"
 #include "library/ClipLibrary.h"
 #include "library/PathUtilities.h"
 #include "platform/linux/CodecModuleServices.h"
 #include "platform/linux/LinuxFileManager.h"
-#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/recording/Subjects.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QTimer>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <optional>
-#include <string>
+#include <stdexcept>
 
 namespace {
 
 using namespace velmora;
+using benchmarks::Figures;
+using benchmarks::Stopwatch;
 
+constexpr std::chrono::seconds budget{30};
 constexpr int clipCount = 10'000;
 constexpr int deletedCount = 100;
 constexpr int beat = 10;  // milliseconds
-
-double milliseconds(const QElapsedTimer& since)
-{
-    return static_cast<double>(since.nsecsElapsed()) / 1e6;
-}
 
 /// Beats in the event loop, and knows the longest that it was late.
 class Heart {
@@ -42,35 +37,27 @@ public:
     {
         timer_.setTimerType(Qt::PreciseTimer);
         QObject::connect(&timer_, &QTimer::timeout, &timer_, [this] {
-            worst_ = std::max(worst_, milliseconds(last_) - beat);
-            last_.start();
+            worst_ = longestStall();
+            last_ = {};
         });
-        last_.start();
         timer_.start(beat);
     }
 
-    [[nodiscard]] double longestStall() const { return std::max(worst_, milliseconds(last_) - beat); }
+    [[nodiscard]] double longestStall() const { return std::max(worst_, last_.milliseconds() - beat); }
 
 private:
     QTimer timer_;
-    QElapsedTimer last_;
+    Stopwatch last_;
     double worst_ = 0;
 };
 
-}  // namespace
-
-int main(int argc, char** argv)
+void measure(Figures& figures)
 {
-    benchmarks::Figures figures{argc, argv};
-    QCoreApplication application{argc, argv};
-    const test::TemporaryDirectory home;
-    ::setenv("HOME", home.path().c_str(), 1);
-    ::setenv("XDG_CONFIG_HOME", (home.path() / "config").c_str(), 1);
-    const auto folder = home.path() / "Movies" / "Velmora";
-    std::filesystem::create_directories(folder);
-    test::makeClip(folder / "clip.mp4", "testsrc=size=320x240:rate=30", "sine", 3);
-    for (int i = 1; i < clipCount; ++i)
-        std::filesystem::copy_file(folder / "clip.mp4", folder / ("clip " + std::to_string(i) + ".mp4"));
+    benchmarks::Home home;
+    home.enter();
+    test::makeClip(home.path() / "clip.mp4", "testsrc=size=320x240:rate=30", "sine", 3);
+    home.fillWithClips(home.path() / "clip.mp4", clipCount);
+    auto& application = *QCoreApplication::instance();
 
     std::optional<ClipLibrary> library;
     bool isWhole = true;
@@ -82,13 +69,12 @@ int main(int argc, char** argv)
             figures.add("Longest stall of the main thread in a second of rest", heart.longestStall(), 0, "ms");
         }
         const Heart heart;
-        QElapsedTimer elapsed;
-        elapsed.start();
+        Stopwatch elapsed;
         library.emplace(ClipLibrary::Services{{linux_backend::makeFileManager(), linux_backend::makeAssetReader(),
                                                   std::make_shared<MainThreadClock>(), std::make_shared<MainThreadExecutor>()},
             nullptr});
         const auto listing = QObject::connect(&*library, &ClipLibrary::recentClipsChanged, &application, [&] {
-            figures.add("10,000 clips listed", milliseconds(elapsed), 0, "ms");
+            figures.add("10,000 clips listed", elapsed.milliseconds(), 0, "ms");
             // The stall may be this very call.
             QTimer::singleShot(2 * beat, &application, &QCoreApplication::quit);
         });
@@ -99,25 +85,27 @@ int main(int argc, char** argv)
             && std::all_of(clips.begin(), clips.end(), [](const ClipItem& clip) { return clip.duration > 2; });
         QObject::disconnect(listing);
     });
-    if (!isWhole) {
-        std::fprintf(stderr, "library_figures: the list is not whole\n");
-        return 1;
-    }
+    if (!isWhole)
+        throw std::runtime_error("the list is not whole");
     figures.row([&] {
         const auto files = linux_backend::makeFileManager();
-        QElapsedTimer elapsed;
-        elapsed.start();
-        const auto listed = files->contentsOfDirectory(folder, true);
-        figures.add("Their names alone, in one call of the main thread", milliseconds(elapsed), 1, "ms");
+        Stopwatch elapsed;
+        const auto listed = files->contentsOfDirectory(home.clips(), true);
+        figures.add("Their names alone, in one call of the main thread", elapsed.milliseconds(), 1, "ms");
         double longest = 0;
         for (int i = 1; listed && i <= deletedCount; ++i) {
             const auto clip = library->recentClips().front();
-            elapsed.start();
+            elapsed = {};
             library->deleteClip(clip);
-            longest = std::max(longest, milliseconds(elapsed));
+            longest = std::max(longest, elapsed.milliseconds());
         }
         figures.add("One of them deleted, the longest of 100", longest, 1, "ms");
     });
-    figures.write();
-    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    return benchmarks::runBenchmark(argc, argv, budget, measure);
 }

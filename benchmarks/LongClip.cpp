@@ -1,12 +1,12 @@
 #include "benchmarks/LongClip.h"
 
+#include "benchmarks/ProcessUse.h"
 #include "media/mp4/PendingFile.h"
 #include "media/mp4/PosixFile.h"
 #include "media/mp4/RecordingFile.h"
 #include "media/mp4/Trimmer.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstddef>
 #include <random>
 #include <vector>
@@ -15,24 +15,13 @@ namespace velmora::benchmarks {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::int64_t rate = 60;
 
 void check(const Result<void>& result)
 {
-    if (!result) {
-        std::fprintf(stderr, "%s\n", result.error().localizedDescription.c_str());
-        std::exit(1);
-    }
+    if (!result)
+        throw std::runtime_error(result.error().localizedDescription);
 }
-
-double secondsSince(Clock::time_point begin)
-{
-    return std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
-}  // namespace
 
 void writeLongClip(const std::filesystem::path& path, std::int64_t seconds)
 {
@@ -65,25 +54,36 @@ void writeLongClip(const std::filesystem::path& path, std::int64_t seconds)
     valueOf(recording->finish({}));
 }
 
+}  // namespace
+
+std::shared_ptr<mp4::File> openLongClip(const std::filesystem::path& folder, std::int64_t seconds)
+{
+    const auto path = folder / "velmora-long-clip.mp4";
+    writeLongClip(path, seconds);
+    auto source = valueOf(mp4::PosixFile::openForReading(path));
+    std::filesystem::remove(path);
+    return source;
+}
+
 double copySeconds(mp4::File& source, const std::filesystem::path& folder)
 {
     const auto size = valueOf(source.size());
-    const auto begin = Clock::now();
+    const Stopwatch stopwatch;
     const auto target = valueOf(mp4::PendingFile::create(folder));
     std::vector<std::byte> buffer(1 << 20);
     if (!valueOf(target->file().copyFrom(source, 0, 0, size, buffer)))
-        std::exit(1);
+        throw std::runtime_error("the clip is shorter than it was");
     check(target->sync());
-    return secondsSince(begin);
+    return stopwatch.seconds();
 }
 
 double trimSeconds(mp4::File& source, const std::filesystem::path& folder, const TimeRange& range)
 {
-    const auto begin = Clock::now();
+    const Stopwatch stopwatch;
     const auto target = valueOf(mp4::PendingFile::create(folder));
     valueOf(mp4::trim(source, range, target->file()));
     check(target->sync());
-    return secondsSince(begin);
+    return stopwatch.seconds();
 }
 
 }  // namespace velmora::benchmarks

@@ -2,21 +2,13 @@
 // double click in the list of windows takes until that window is captured. Runs in a private desktop.
 
 #include "app/control/InstanceBus.h"
-#include "benchmarks/DesktopWatch.h"
-#include "benchmarks/Figures.h"
+#include "benchmarks/Benchmark.h"
+#include "benchmarks/ProcessUse.h"
+#include "benchmarks/TrayDesktop.h"
 #include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Subjects.h"
-#include "tests/support/recording/Velmora.h"
-
-#include <QCoreApplication>
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QString>
 
 #include <csignal>
-#include <cstdio>
-#include <exception>
-#include <fstream>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -25,20 +17,16 @@
 
 namespace {
 
+using namespace std::chrono_literals;
+using namespace velmora::benchmarks;
 using namespace velmora::test;
-using velmora::benchmarks::Area;
-using velmora::benchmarks::DesktopWatch;
-using velmora::benchmarks::Figures;
-using velmora::benchmarks::loadAverage;
-using velmora::benchmarks::processorTime;
-using velmora::benchmarks::superKey;
-using velmora::benchmarks::wKey;
 
+constexpr auto budget = 80s;
 constexpr int rounds = 7;
 
 // How long a person takes from an open menu to its row, and the least time between a start and what is done with it.
-constexpr std::chrono::milliseconds inTheMenu{300};
-constexpr std::chrono::seconds afterTheStart{2};
+constexpr auto inTheMenu = 300ms;
+constexpr auto afterTheStart = 2s;
 
 // Where letters and pictures are.
 constexpr const char* bareTitle = "Bare Qt window";
@@ -62,21 +50,23 @@ using Rows = std::map<std::string, Times>;
 /// From its construction on.
 class Measurement {
 public:
-    explicit Measurement(pid_t process) : process_(process), processorBefore_(process ? processorTime(process) : 0) { }
+    /// Of a program that is to be started.
+    Measurement() = default;
+    explicit Measurement(pid_t process) : process_(process), processorBefore_(processorSeconds(process)) { }
 
     void end(Times& times) const { end(times, process_); }
 
     /// Of a program that was started since.
     void end(Times& times, pid_t process) const
     {
-        times.elapsed.push_back(static_cast<double>(monotonicNow() - begin_) / 1e6);
-        times.processor.push_back((processorTime(process) - processorBefore_) * 1e3);
+        times.elapsed.push_back(stopwatch_.milliseconds());
+        times.processor.push_back((processorSeconds(process) - processorBefore_) * 1e3);
     }
 
 private:
-    const pid_t process_;
-    const double processorBefore_;
-    const std::int64_t begin_ = monotonicNow();
+    const pid_t process_ = 0;
+    const double processorBefore_ = 0;
+    const Stopwatch stopwatch_;
 };
 
 void end(Program& program)
@@ -87,17 +77,12 @@ void end(Program& program)
 
 class OpeningRounds {
 public:
-    OpeningRounds()
-    {
-        std::filesystem::create_directories(used_.path() / "config" / "velmora");
-        std::ofstream{used_.path() / "config" / "velmora" / "velmora.conf"} << "[General]\nhasCompletedWalkthrough=true\n";
-        makeClip(clip_, "color=white:size=640x360:rate=30", "sine", 5);
-    }
+    OpeningRounds() { makeClip(clip_, "color=white:size=640x360:rate=30", "sine", 5); }
 
     void measure(Rows& rows)
     {
         {
-            const Measurement start{0};
+            const Measurement start;
             Program program{{VELMORA_BARE_WINDOW}};
             watch_.awaitText(bareTitle, bareText);
             start.end(rows["bare"], program.processID());
@@ -105,8 +90,8 @@ public:
         }
         {
             const TemporaryDirectory home;
-            const Measurement start{0};
-            Program program{::velmora::test::velmora({}), environmentIn(home.path())};
+            const Measurement start;
+            Program program{::velmora::test::velmora({}), {{"HOME", home.path().string()}, {"XDG_CONFIG_HOME", (home.path() / "config").string()}}};
             watch_.awaitText(walkthroughTitle, walkthroughHeading);
             start.end(rows["walkthrough"], program.processID());
             end(program);
@@ -116,21 +101,14 @@ public:
     }
 
 private:
-    static Environment environmentIn(const std::filesystem::path& home)
-    {
-        return {{"HOME", home.string()}, {"XDG_CONFIG_HOME", (home / "config").string()}};
-    }
-
     void measurePicker(Rows& rows)
     {
-        watch_.forget();
-        Program program{::velmora::test::velmora({}), environmentIn(used_.path())};
-        const auto icon = watch_.awaitDocking();
+        const TrayItem item{watch_, used_.environment()};
         std::this_thread::sleep_for(afterTheStart);
-        watch_.click(icon);
+        watch_.click(item.icon());
         watch_.awaitMenu();
         std::this_thread::sleep_for(inTheMenu);
-        const Measurement opening{program.processID()};
+        const Measurement opening{item.processID()};
         watch_.press({superKey, wKey});
         const auto picker = watch_.awaitText(pickerTitle, pickerHeading);
         opening.end(rows["picker"]);
@@ -138,37 +116,27 @@ private:
         opening.end(rows["picker's list"]);
 
         std::this_thread::sleep_for(inTheMenu);
-        const Measurement choosing{program.processID()};
+        const Measurement choosing{item.processID()};
         watch_.doubleClick(picker, pickerRow.x, pickerRow.y);
         watch_.awaitUnmapping(picker);
         choosing.end(rows["capturing"]);
-        if (runVelmora({"status", "--json"}, environmentIn(used_.path())).output.find("\"capturing\"") == std::string::npos)
+        if (runVelmora({"status", "--json"}, used_.environment()).output.find("\"capturing\"") == std::string::npos)
             throw std::runtime_error("the window is not captured");
-        end(program);
     }
 
     void measurePreview(Rows& rows)
     {
-        watch_.forget();
-        Program program{::velmora::test::velmora({}), environmentIn(used_.path())};
-        watch_.awaitDocking();
+        const TrayItem item{watch_, used_.environment()};
         std::this_thread::sleep_for(afterTheStart);
-        namespace bus = velmora::instance_bus;
-        auto call = QDBusMessage::createMethodCall(QLatin1String{bus::serviceName}, QLatin1String{bus::objectPath},
-            QLatin1String{bus::controlInterface}, QStringLiteral("Preview"));
-        call.setArguments({QString::fromStdString(clip_.string())});
-        auto connection = QDBusConnection::sessionBus();
-        const Measurement opening{program.processID()};
-        if (!connection.send(call))
-            throw std::runtime_error("there is no session bus");
+        const Measurement opening{item.processID()};
+        callProgram(velmora::instance_bus::controlInterface, QStringLiteral("Preview"), {QString::fromStdString(clip_.string())});
         const auto preview = watch_.awaitText(previewTitle, previewHeading);
         opening.end(rows["preview"]);
         watch_.awaitPicture(preview, previewPicture);
         opening.end(rows["preview's picture"]);
-        end(program);
     }
 
-    const TemporaryDirectory used_;
+    const Home used_;
     const std::filesystem::path clip_ = used_.path() / "clip.mp4";
     DesktopWatch watch_;
 };
@@ -196,32 +164,24 @@ void print(Figures& figures, Rows& rows)
     }
 }
 
+void measure(Figures& figures)
+{
+    const Tray tray;
+    const NumberedWindow window{{"--size", "1280x720", "--still"}};
+    OpeningRounds openings;
+    Rows warming;
+    openings.measure(warming);
+    figures.row([&] {
+        Rows rows;
+        for (int round = 0; round < rounds; ++round)
+            openings.measure(rows);
+        print(figures, rows);
+    });
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    const QCoreApplication application{argc, argv};
-    Figures figures{argc, argv};
-    try {
-        const Program tray{{"trayer"}};
-        if (!waitUntil([] { return runProgram({"xdotool", "search", "--onlyvisible", "--name", "^panel$"}).status == 0; }))
-            throw std::runtime_error("there is no tray");
-        const NumberedWindow window{{"--size", "1280x720", "--still"}};
-        figures.text("Load average before", loadAverage());
-        OpeningRounds openings;
-        Rows warming;
-        openings.measure(warming);
-        figures.row([&] {
-            Rows rows;
-            for (int round = 0; round < rounds; ++round)
-                openings.measure(rows);
-            print(figures, rows);
-        });
-        figures.text("Load average after", loadAverage());
-        figures.write();
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "opening_figures: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+    return runBenchmark(argc, argv, budget, measure);
 }

@@ -1,6 +1,7 @@
 // Velmora beside what a person would use instead, in turn on the same window of the same desktop: processor time, frames that reach the
 // file, likeness of the pictures, sound against picture. Runs in a private desktop whose screen has room for a whole window of 1920x1080.
 
+#include "benchmarks/Benchmark.h"
 #include "benchmarks/peers/Comparison.h"
 #include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Subjects.h"
@@ -18,7 +19,8 @@ namespace {
 using namespace velmora::benchmarks;
 using namespace velmora::test;
 
-constexpr int offsetSeconds = 15;
+constexpr std::chrono::seconds budget{330};
+constexpr int offsetSeconds = 10;
 
 std::vector<Load> loads()
 {
@@ -58,23 +60,17 @@ void printOffsets(Figures& figures, const std::vector<Recorder>& recorders)
     figures.compare("Flash and beep in mpv: sound from picture, median", offsets, 1, "ms", true);
 }
 
+void measure(Figures& figures)
+{
+    RecorderComparison comparison;
+    for (const auto& load : loads())
+        comparison.compare(figures, load);
+    figures.row([&] { printOffsets(figures, comparison.recorders()); });
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    Figures figures{argc, argv};
-    try {
-        const auto programs = recorders();
-        figures.add("Processors", std::thread::hardware_concurrency(), 0, "");
-        figures.text("Load average before", loadAverage());
-        for (const auto& load : loads())
-            figures.row([&] { compareRecorders(figures, programs, load); });
-        figures.row([&] { printOffsets(figures, programs); });
-        figures.text("Load average after", loadAverage());
-        figures.write();
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "peer_figures: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+    return runBenchmark(argc, argv, budget, measure);
 }

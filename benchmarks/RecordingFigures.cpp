@@ -1,31 +1,27 @@
 // How well `velmora record` keeps up on this machine, as a table: frames that reach the file, sound against picture, processor time.
 // Runs in a private desktop.
 
-#include "benchmarks/Figures.h"
+#include "benchmarks/Benchmark.h"
+#include "benchmarks/ProcessUse.h"
 #include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Subjects.h"
-#include "tests/support/recording/Velmora.h"
 
 #include <csignal>
-#include <cstdio>
-#include <exception>
-#include <fstream>
 #include <set>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
+using namespace std::chrono_literals;
+using namespace velmora::benchmarks;
 using namespace velmora::test;
-using velmora::benchmarks::Figures;
-using velmora::benchmarks::loadAverage;
-using velmora::benchmarks::processorSeconds;
 
-constexpr int measuredSeconds = 10;
+constexpr auto budget = 80s;
+constexpr auto measured = 6s;
+constexpr int flashSeconds = 10;
 
 struct Outcome {
     double processorShare = 0;  ///< seconds of processor time per second
@@ -43,9 +39,9 @@ Outcome measure(const std::vector<std::string>& windowOptions)
     if (!recording.hasFragment())
         throw std::runtime_error("no recording: " + recording.finish().messages);
     const auto begin = monotonicNow();
-    const double processorBegin = processorSeconds(recording.processID());
-    std::this_thread::sleep_for(std::chrono::seconds{measuredSeconds});
-    const double processorEnd = processorSeconds(recording.processID());
+    const ProcessorShare share{recording.processID()};
+    std::this_thread::sleep_for(measured);
+    const double processorShare = share.soFar();
     const auto end = monotonicNow();
     recording.signal(SIGINT);
     if (const auto outcome = recording.finish(); outcome.status != 0)
@@ -65,8 +61,7 @@ Outcome measure(const std::vector<std::string>& windowOptions)
         ++shownMeanwhile;
         recordedOfThem += recorded.contains(frame) ? 1 : 0;
     }
-    const double seconds = static_cast<double>(end - begin) / 1e9;
-    return {(processorEnd - processorBegin) / seconds, shownMeanwhile > 0 ? recordedOfThem / shownMeanwhile : 0,
+    return {processorShare, shownMeanwhile > 0 ? recordedOfThem / shownMeanwhile : 0,
         static_cast<double>(clip.video->pictures.size()) / clip.video->duration, clip.video->bitRate()};
 }
 
@@ -85,11 +80,11 @@ void printRecording(Figures& figures, const std::string& name, const std::vector
 void printSoundAgainstPicture(Figures& figures)
 {
     const TemporaryDirectory directory;
-    makeFlashAndBeepClip(directory.path() / "source.mp4", measuredSeconds * 3);
+    makeFlashAndBeepClip(directory.path() / "source.mp4", flashSeconds * 3);
     const VideoPlayer player{"Flash and beep", directory.path() / "source.mp4"};
     awaitPlayingStreams(1);
     const auto file = directory.path() / "clip.mp4";
-    if (const auto outcome = record(player.window().id, file, measuredSeconds); outcome.status != 0)
+    if (const auto outcome = record(player.window().id, file, flashSeconds); outcome.status != 0)
         throw std::runtime_error("no recording: " + outcome.messages);
     const auto clip = readClip(file);
     const auto offsets = beepsAgainstFlashes(clip);
@@ -98,23 +93,17 @@ void printSoundAgainstPicture(Figures& figures)
         figures.add("Flash and beep in mpv: the sound begins after the picture", clip.audio->start * 1e3, 0, "ms");
 }
 
+void measureAll(Figures& figures)
+{
+    printRecording(figures, "1280x720 at 60 Hz, a quarter noise", {"--size", "1280x720"}, true);
+    printRecording(figures, "1280x720 at 60 Hz, all noise", {"--size", "1280x720", "--motion", "100"}, true);
+    printRecording(figures, "1280x720, still", {"--size", "1280x720", "--still"}, false);
+    figures.row([&] { printSoundAgainstPicture(figures); });
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    Figures figures{argc, argv};
-    try {
-        figures.add("Processors", std::thread::hardware_concurrency(), 0, "");
-        figures.text("Load average before", loadAverage());
-        printRecording(figures, "1280x720 at 60 Hz, a quarter noise", {"--size", "1280x720"}, true);
-        printRecording(figures, "1280x720 at 60 Hz, all noise", {"--size", "1280x720", "--motion", "100"}, true);
-        printRecording(figures, "1280x720, still", {"--size", "1280x720", "--still"}, false);
-        figures.row([&] { printSoundAgainstPicture(figures); });
-        figures.text("Load average after", loadAverage());
-        figures.write();
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "recording_figures: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+    return runBenchmark(argc, argv, budget, measureAll);
 }

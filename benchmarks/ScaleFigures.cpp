@@ -4,10 +4,11 @@
 
 #include "app/MainThreadClock.h"
 #include "app/MainThreadExecutor.h"
-#include "benchmarks/Figures.h"
+#include "benchmarks/Benchmark.h"
 #include "benchmarks/LongClip.h"
+#include "benchmarks/ProcessUse.h"
+#include "benchmarks/TrayDesktop.h"
 #include "library/ClipLibrary.h"
-#include "media/mp4/PosixFile.h"
 #include "media/mp4/Trimmer.h"
 #include "platform/linux/CodecModuleServices.h"
 #include "platform/linux/LinuxFileManager.h"
@@ -19,12 +20,8 @@
 #include <QCoreApplication>
 
 #include <array>
-#include <chrono>
 #include <cmath>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <filesystem>
 #include <malloc.h>
 #include <memory>
@@ -39,12 +36,10 @@ namespace {
 
 using namespace velmora;
 using benchmarks::Figures;
-using Clock = std::chrono::steady_clock;
+using benchmarks::ProcessorShare;
+using benchmarks::Stopwatch;
 
-double secondsSince(Clock::time_point begin)
-{
-    return std::chrono::duration<double>(Clock::now() - begin).count();
-}
+constexpr std::chrono::minutes budget{8};
 
 /// Sizes, and what was measured at each.
 class Line {
@@ -84,33 +79,23 @@ double heapMegabytes()
 
 // Clips
 
-/// The same clip many times, as files of their own.
-void fill(const std::filesystem::path& folder, const std::filesystem::path& clip, int from, int count)
+void measureClips(Figures& figures)
 {
-    for (int i = from; i < count; ++i)
-        std::filesystem::copy_file(clip, folder / ("clip " + std::to_string(i) + ".mp4"));
-}
-
-void measureClips(Figures& figures, QCoreApplication& application)
-{
-    const test::TemporaryDirectory home;
-    ::setenv("HOME", home.path().c_str(), 1);
-    ::setenv("XDG_CONFIG_HOME", (home.path() / "config").c_str(), 1);
-    const auto folder = home.path() / "Movies" / "Velmora";
-    std::filesystem::create_directories(folder);
+    benchmarks::Home home;
+    home.enter();
     test::makeClip(home.path() / "clip.mp4", "testsrc=size=320x240:rate=30", "sine", 1);
     Line times;
     Line memory;
-    for (int there = 0; const int count : {1'000, 10'000, 100'000}) {
-        fill(folder, home.path() / "clip.mp4", std::exchange(there, count), count);
+    for (const int count : {1'000, 10'000, 100'000}) {
+        home.fillWithClips(home.path() / "clip.mp4", count);
         const auto heapBefore = heapMegabytes();
-        const auto begin = Clock::now();
+        const Stopwatch stopwatch;
         ClipLibrary library{ClipLibrary::Services{{linux_backend::makeFileManager(), linux_backend::makeAssetReader(),
                                                       std::make_shared<MainThreadClock>(), std::make_shared<MainThreadExecutor>()},
             nullptr}};
-        QObject::connect(&library, &ClipLibrary::recentClipsChanged, &application, &QCoreApplication::quit);
+        QObject::connect(&library, &ClipLibrary::recentClipsChanged, QCoreApplication::instance(), &QCoreApplication::quit);
         QCoreApplication::exec();
-        const auto seconds = secondsSince(begin);
+        const auto seconds = stopwatch.seconds();
         if (static_cast<int>(library.recentClips().size()) != count)
             throw std::runtime_error("the list is not whole");
         const auto megabytes = heapMegabytes() - heapBefore;
@@ -169,9 +154,9 @@ void measureWindows(Figures& figures)
         figures.row([&] {
             std::vector<double> all;
             for (int round = 0; round < 5; ++round) {
-                const auto begin = Clock::now();
+                const Stopwatch stopwatch;
                 test::runVelmora({"windows"});
-                all.push_back(secondsSince(begin));
+                all.push_back(stopwatch.seconds());
             }
             seconds = test::median(all);
             figures.add("`velmora windows` with " + grouped(count) + ", median of five", seconds * 1000, 0, "ms");
@@ -200,9 +185,9 @@ void measurePixels(Figures& figures)
         test::RecordingProcess recording{window.id(), directory.path() / "clip.mp4"};
         if (!recording.hasFragment())
             throw std::runtime_error("no recording of " + name + ": " + recording.finish().messages);
-        const auto before = benchmarks::processorSeconds(recording.processID());
+        const ProcessorShare processorShare{recording.processID()};
         std::this_thread::sleep_for(std::chrono::seconds{measuredSeconds});
-        const auto share = (benchmarks::processorSeconds(recording.processID()) - before) / measuredSeconds;
+        const auto share = processorShare.soFar();
         const auto megabytes = benchmarks::residentMegabytes(recording.processID());
         recording.signal(SIGINT);
         if (const auto outcome = recording.finish(); outcome.status != 0)
@@ -237,17 +222,13 @@ void measureBytes(Figures& figures)
             figures.text("A clip of " + name + ", trimmed", "left out: " + std::to_string(room / 1'000'000'000) + " GB are free");
             continue;
         }
-        const auto path = folder / "velmora-scale-figures.mp4";
         const auto length = gigabytes * secondsAGigabyte;
-        benchmarks::writeLongClip(path, length);
-        const auto source = benchmarks::valueOf(mp4::PosixFile::openForReading(path));
-        // From here on nothing is left behind, however this ends.
-        std::filesystem::remove(path);
+        const auto source = benchmarks::openLongClip(folder, length);
         const TimeRange range{{1234, 1000}, {length * 1000 - 1234, 1000}};
         const auto heapBefore = heapMegabytes();
-        const auto begin = Clock::now();
+        const Stopwatch stopwatch;
         auto plan = std::make_unique<mp4::Movie>(benchmarks::valueOf(mp4::readAndPlanTrim(*source, range)));
-        const auto planning = secondsSince(begin);
+        const auto planning = stopwatch.seconds();
         const auto megabytes = heapMegabytes() - heapBefore;
         plan.reset();
         const auto copied = benchmarks::copySeconds(*source, folder);
@@ -264,23 +245,17 @@ void measureBytes(Figures& figures)
     figures.add("  steepness of the memory", memory.steepness(), 2, "");
 }
 
+void measure(Figures& figures)
+{
+    measureWindows(figures);
+    measurePixels(figures);
+    measureClips(figures);
+    measureBytes(figures);
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    Figures figures{argc, argv};
-    QCoreApplication application{argc, argv};
-    try {
-        figures.text("Load average before", benchmarks::loadAverage());
-        measureWindows(figures);
-        measurePixels(figures);
-        measureClips(figures, application);
-        measureBytes(figures);
-        figures.text("Load average after", benchmarks::loadAverage());
-        figures.write();
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "scale_figures: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+    return benchmarks::runBenchmark(argc, argv, budget, measure);
 }

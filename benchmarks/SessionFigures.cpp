@@ -1,28 +1,25 @@
 // What a person who records with the shortcut waits for, and what the program takes meanwhile, as a table. Runs in a private desktop.
 
-#include "benchmarks/Figures.h"
+#include "benchmarks/Benchmark.h"
+#include "benchmarks/ProcessUse.h"
 #include "tests/support/desktop/Screen.h"
 #include "tests/support/desktop/TrayProgram.h"
 #include "tests/support/recording/RecordedClip.h"
 #include "tests/support/recording/Subjects.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <exception>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
 
 using namespace velmora::test;
 using namespace std::chrono_literals;
-using velmora::benchmarks::Figures;
-using velmora::benchmarks::loadAverage;
-using velmora::benchmarks::processorSeconds;
-using velmora::benchmarks::residentMegabytes;
+using namespace velmora::benchmarks;
 
+constexpr auto budget = 100s;
+constexpr auto measured = 5s;
 constexpr int rounds = 9;
 
 void require(bool happened, const char* what)
@@ -48,10 +45,9 @@ std::int64_t beginOf(const std::filesystem::path& file, const NumberedWindow& wi
 
 double processorShare(const TrayProgram& program)
 {
-    const auto begin = monotonicNow();
-    const double before = processorSeconds(program.processID());
-    record(8s);
-    return (processorSeconds(program.processID()) - before) / (static_cast<double>(monotonicNow() - begin) / 1e9);
+    const ProcessorShare share{program.processID()};
+    record(measured);
+    return share.soFar();
 }
 
 /// One recording whose start is pressed at another moment of the half second between two pictures each time. Seconds.
@@ -92,10 +88,9 @@ void measure(Figures& figures)
     require(program.startByShortcut(), "no recording by the shortcut");
     figures.add("Recording a quarter in motion: processor", processorShare(program), 3, "s/s");
     figures.add("resident", residentMegabytes(program.processID()), 1, "MB");
-    const auto press = monotonicNow();
+    const Stopwatch press;
     require(program.saveByShortcut(), "the recording was not saved");
-    figures.add(
-        "Press to the finished file of 10 s, looked for by the command line", static_cast<double>(monotonicNow() - press) / 1e6, 0, "ms");
+    figures.add("Press to the finished file of some seconds, looked for by the command line", press.milliseconds(), 0, "ms");
     record(3s);
     figures.add("Resident with the notice of the clip", residentMegabytes(program.processID()), 1, "MB");
     require(program.run({"preview", program.lastSavedClip()}).status == 0, "no preview");
@@ -114,15 +109,5 @@ void measure(Figures& figures)
 
 int main(int argc, char** argv)
 {
-    Figures figures{argc, argv};
-    try {
-        figures.text("Load average before", loadAverage());
-        figures.row([&] { measure(figures); });
-        figures.text("Load average after", loadAverage());
-        figures.write();
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "session_figures: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+    return runBenchmark(argc, argv, budget, [](Figures& figures) { figures.row([&] { measure(figures); }); });
 }

@@ -117,7 +117,7 @@ bool isInstalled(const std::string& program)
 
 }  // namespace
 
-std::vector<Recorder> recorders()
+std::vector<Recorder> installedRecorders()
 {
     std::vector<Recorder> result{{"velmora", startVelmora}};
     if (isInstalled("ffmpeg"))

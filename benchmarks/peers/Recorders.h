@@ -29,6 +29,6 @@ struct Recorder {
 };
 
 /// Velmora first, then those peers that are installed.
-std::vector<Recorder> recorders();
+std::vector<Recorder> installedRecorders();
 
 }  // namespace velmora::benchmarks

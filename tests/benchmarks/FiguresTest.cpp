@@ -1,4 +1,5 @@
 #include "benchmarks/Figures.h"
+#include "benchmarks/ProcessUse.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <chrono>
@@ -8,6 +9,8 @@
 #include <gmock/gmock.h>
 #include <iterator>
 #include <string>
+#include <thread>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -21,10 +24,10 @@ using ::testing::Not;
 /// How long the work takes is up to the test: the first five find out what is quick, the others are before and after the rows.
 class FiguresTest : public ::testing::Test {
 protected:
-    Figures makeFigures(std::deque<double> spins)
+    Figures makeFigures(std::deque<double> spins, std::chrono::seconds budget = std::chrono::hours{1})
     {
         spins_ = std::move(spins);
-        return Figures{static_cast<int>(arguments_.size()) - 1, arguments_.data(), [this] {
+        return Figures{file_, budget, [this] {
                            const std::chrono::duration<double> took{spins_.empty() ? 1 : spins_.front()};
                            if (!spins_.empty())
                                spins_.pop_front();
@@ -46,10 +49,7 @@ protected:
     }
 
     const test::TemporaryDirectory directory_;
-    std::string file_ = (directory_.path() / "figures.json").string();
-    std::string program_ = "figures";
-    std::string option_ = "--json";
-    std::vector<char*> arguments_{program_.data(), option_.data(), file_.data(), nullptr};
+    const std::filesystem::path file_ = directory_.path() / "figures.json";
     std::deque<double> spins_;
     int tries_ = 0;
 };
@@ -86,6 +86,48 @@ TEST_F(FiguresTest, AfterThreeTriesARowSaysThatTheMachineWasNotQuiet)
 
     addRow(figures);
     EXPECT_EQ(tries_, 4) << "the next row begins anew";
+}
+
+TEST_F(FiguresTest, BeyondTheBudgetADisturbedRowIsNotTakenAnewAndSaysSo)
+{
+    auto figures = makeFigures({1, 1, 1, 1, 1, 2, 2}, std::chrono::seconds{0});
+    addRow(figures);
+    EXPECT_EQ(tries_, 1);
+    EXPECT_THAT(written(figures), HasSubstr("not quiet"));
+    EXPECT_THAT(written(figures), HasSubstr("\"text\": \"1\""));
+
+    addRow(figures);
+    EXPECT_EQ(tries_, 2) << "what nothing disturbed is taken all the same";
+}
+
+TEST_F(FiguresTest, OfSeveralMeasurementsOnlyThoseThatWereDisturbedAreTakenAnew)
+{
+    auto figures = makeFigures({1, 1, 1, 1, 1, /* first */ 1, 1, /* second */ 1, 2, 2, 1, 2, 2, /* third */ 1, 1});
+    std::string taken;
+    EXPECT_TRUE(figures.undisturbed([&] { taken += 'a'; }));
+    EXPECT_FALSE(figures.undisturbed([&] { taken += 'b'; }));
+    EXPECT_TRUE(figures.undisturbed([&] { taken += 'c'; }));
+    EXPECT_EQ(taken, "abbbc");
+}
+
+TEST_F(FiguresTest, TheMemoryOfAProcessIsThatOfThisOne)
+{
+    auto figures = makeFigures({});
+    figures.addMemory("this", ::getpid());
+    EXPECT_THAT(written(figures), HasSubstr("\"figure\": \"this\", \"unit\": \"MB\", \"value\": "));
+    EXPECT_GT(residentMegabytes(::getpid()), anonymousMegabytes(::getpid()));
+    EXPECT_GT(anonymousMegabytes(::getpid()), 0);
+}
+
+TEST(ProcessUse, ProcessorTimeIsThatOfAllThreadsAlsoOfThoseThatHaveEnded)
+{
+    const auto before = processorSeconds(::getpid());
+    std::thread{[] { EXPECT_GT(QuietMachine::spinOnAllProcessors().count(), 0); }}.join();
+    const auto after = processorSeconds(::getpid());
+    EXPECT_GT(after, before);
+    // That of one thread's work at least, wherever it was done.
+    EXPECT_GT(after - before, 0.001);
+    EXPECT_EQ(processorSeconds(-1), 0);
 }
 
 TEST_F(FiguresTest, AMachineThatWasBusyAtFirstIsMeasuredByItsQuickestMoment)
