@@ -26,7 +26,7 @@ std::string loadAverage()
 
 }  // namespace
 
-int runBenchmark(int argc, char** argv, std::chrono::seconds budget, const std::function<void(Figures&)>& measure)
+int runBenchmark(int argc, char** argv, const Budget& budget, const std::function<void(Figures&)>& measure)
 {
     const bool wantsFile = argc == 3 && std::string_view{argv[1]} == "--json";
     if (argc != 1 && !wantsFile) {
@@ -36,12 +36,13 @@ int runBenchmark(int argc, char** argv, std::chrono::seconds budget, const std::
     const QCoreApplication application{argc, argv};
     try {
         const Stopwatch stopwatch;
-        Figures figures{wantsFile ? argv[2] : "", budget};
+        Figures figures{wantsFile ? argv[2] : "", budget.again};
         figures.add("Processors", std::thread::hardware_concurrency(), 0, "");
         figures.text("Load average before", loadAverage());
         measure(figures);
         figures.text("Load average after", loadAverage());
-        figures.add("Took, of " + std::to_string(budget.count()) + " s", stopwatch.seconds(), 0, "s");
+        figures.add("Took, of " + std::to_string(budget.once.count()) + " s and " + std::to_string(budget.again.count()) + " for repetitions",
+            stopwatch.seconds(), 0, "s");
         figures.write();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s: %s\n", std::filesystem::path{argv[0]}.filename().c_str(), error.what());

@@ -18,7 +18,7 @@ using namespace velmora::test;
 using velmora::benchmarks::Figures;
 using velmora::benchmarks::Stopwatch;
 
-constexpr std::chrono::minutes budget{15};
+constexpr velmora::benchmarks::Budget budget{.once = std::chrono::seconds{900}, .again = std::chrono::seconds{0}};
 
 /// Encodes, and says how far it is: it is the last in the chain that a recording waits for.
 class MeasuredEncoder final : public velmora::engine::AudioEncoder {

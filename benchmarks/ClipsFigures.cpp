@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 using namespace velmora::benchmarks;
 using namespace velmora::test;
 
-constexpr auto budget = 120s;
+constexpr Budget budget{.once = 60s, .again = 0s};
 constexpr int clipCount = 10'000;
 constexpr int rounds = 5;
 constexpr int pages = 60;

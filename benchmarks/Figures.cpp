@@ -50,9 +50,9 @@ void print(const std::string& line)
 
 }  // namespace
 
-Figures::Figures(std::filesystem::path file, std::chrono::duration<double> budget, QuietMachine::Spin spin)
+Figures::Figures(std::filesystem::path file, std::chrono::duration<double> forRepetitions, QuietMachine::Spin spin)
     : file_(std::move(file))
-    , end_(std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::steady_clock::duration>(budget))
+    , forRepetitions_(forRepetitions)
     , machine_(std::move(spin))
 {
 }
@@ -60,14 +60,15 @@ Figures::Figures(std::filesystem::path file, std::chrono::duration<double> budge
 bool Figures::undisturbed(const std::function<void()>& take)
 {
     for (int attempt = 1;; ++attempt) {
-        const auto begin = std::chrono::steady_clock::now();
+        const Stopwatch stopwatch;
         const bool wasQuiet = machine_.isQuiet();
         take();
         if (machine_.isQuiet() && wasQuiet)
             return true;
-        const auto now = std::chrono::steady_clock::now();
-        if (attempt == tries || now + (now - begin) > end_)
+        const std::chrono::duration<double> took{stopwatch.seconds()};
+        if (attempt == tries || took > forRepetitions_)
             return false;
+        forRepetitions_ -= took;
     }
 }
 

@@ -15,9 +15,10 @@ namespace velmora::benchmarks {
 /// One benchmark's figures, printed as they come; those of a row when it ends.
 class Figures {
 public:
-    /// They go to `file` as well, unless that is empty. What was disturbed is not taken again where that would last beyond the budget, which
-    /// begins now.
-    Figures(std::filesystem::path file, std::chrono::duration<double> budget, QuietMachine::Spin spin = QuietMachine::spinOnAllProcessors);
+    /// They go to `file` as well, unless that is empty. What was disturbed is taken again as long as there is time left for it: so much in
+    /// all, of which each measurement that is taken again uses what it took the time before.
+    Figures(std::filesystem::path file, std::chrono::duration<double> forRepetitions,
+        QuietMachine::Spin spin = QuietMachine::spinOnAllProcessors);
 
     /// Has `take` measure something, and anew, at most twice, when the machine had something else to do just before or just after it. False
     /// when it was disturbed the last time as well.
@@ -52,7 +53,7 @@ private:
     void put(const std::string& what, const std::string& value, std::string object);
 
     const std::filesystem::path file_;
-    const std::chrono::steady_clock::time_point end_;  ///< of the budget
+    std::chrono::duration<double> forRepetitions_;  ///< what is left
     QuietMachine machine_;
     bool isInRow_ = false;
     std::vector<Figure> row_;

@@ -25,7 +25,7 @@ using namespace velmora;
 using benchmarks::Figures;
 using benchmarks::Stopwatch;
 
-constexpr std::chrono::seconds budget{30};
+constexpr benchmarks::Budget budget{.once = std::chrono::seconds{15}, .again = std::chrono::seconds{10}};
 constexpr int clipCount = 10'000;
 constexpr int deletedCount = 100;
 constexpr int beat = 10;  // milliseconds

@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 using namespace velmora::benchmarks;
 using namespace velmora::test;
 
-constexpr auto budget = 80s;
+constexpr Budget budget{.once = 45s, .again = 40s};
 constexpr int rounds = 7;
 
 // How long a person takes from an open menu to its row, and the least time between a start and what is done with it.

@@ -19,7 +19,7 @@ namespace {
 using namespace velmora::benchmarks;
 using namespace velmora::test;
 
-constexpr std::chrono::seconds budget{330};
+constexpr Budget budget{.once = std::chrono::seconds{270}, .again = std::chrono::seconds{30}};
 constexpr int offsetSeconds = 10;
 
 std::vector<Load> loads()

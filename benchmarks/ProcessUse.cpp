@@ -47,6 +47,11 @@ double anonymousMegabytes(pid_t process)
     return statusMegabytes(process, "RssAnon:");
 }
 
+double sharedMegabytes(pid_t process)
+{
+    return statusMegabytes(process, "RssShmem:");
+}
+
 void awaitRest(pid_t process)
 {
     for (int second = 0; second < longestRest; ++second) {

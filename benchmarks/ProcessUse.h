@@ -39,6 +39,9 @@ private:
 /// Of these what is in no file, and so can be shared with no other process (proc(5), RssAnon).
 [[nodiscard]] double anonymousMegabytes(pid_t process);
 
+/// And what is in shared memory: the pictures that go round between a window and the encoder, for one (proc(5), RssShmem).
+[[nodiscard]] double sharedMegabytes(pid_t process);
+
 /// Waits until a process has used less than a hundredth of a processor for a second: all that a start or a window brings is done then.
 /// Goes on after half a minute in any case.
 void awaitRest(pid_t process);

@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 using namespace velmora::benchmarks;
 using namespace velmora::test;
 
-constexpr auto budget = 100s;
+constexpr Budget budget{.once = 55s, .again = 15s};
 constexpr int rounds = 6;
 constexpr int clipCount = 500;
 

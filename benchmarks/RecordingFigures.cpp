@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 using namespace velmora::benchmarks;
 using namespace velmora::test;
 
-constexpr auto budget = 80s;
+constexpr Budget budget{.once = 55s, .again = 20s};
 constexpr auto measured = 6s;
 constexpr int flashSeconds = 10;
 

@@ -18,7 +18,7 @@ using namespace velmora::test;
 using namespace std::chrono_literals;
 using namespace velmora::benchmarks;
 
-constexpr auto budget = 100s;
+constexpr Budget budget{.once = 80s, .again = 0s};
 constexpr auto measured = 5s;
 constexpr int rounds = 9;
 
@@ -50,6 +50,12 @@ double processorShare(const TrayProgram& program)
     return share.soFar();
 }
 
+/// What pictures there are depends on what else the machine has to do: a burst brings two more for ten seconds.
+double residentWithoutPictures(const TrayProgram& program)
+{
+    return residentMegabytes(program.processID()) - sharedMegabytes(program.processID());
+}
+
 /// One recording whose start is pressed at another moment of the half second between two pictures each time. Seconds.
 double startToFirstPicture(TrayProgram& program, NumberedWindow& window, int round)
 {
@@ -69,33 +75,38 @@ void measure(Figures& figures)
 {
     TrayProgram program;
     record(3s);
-    figures.add("Resident with the small window of a desktop without a tray", residentMegabytes(program.processID()), 1, "MB");
+    const auto addMemory = [&](const std::string& what) {
+        figures.addMemory(what, program.processID());
+        figures.add("   of which pictures", sharedMegabytes(program.processID()), 1, "MB");
+    };
+    addMemory("Resident with the small window of a desktop without a tray");
     NumberedWindow window{{"--size", "1280x720", "--scene", "grain", "--motion", "25", "--still"}};
     const auto listed = awaitWindow(window.title());
     require(program.run({"select", std::to_string(listed.id)}).status == 0 && program.hasState("capturing"), "no capture");
     record(2s);
     figures.add("Capturing a still window of 1280x720: processor", processorShare(program), 3, "s/s");
-    figures.add("resident", residentMegabytes(program.processID()), 1, "MB");
+    addMemory("resident");
     window.command("go");
     figures.add("Capturing a quarter in motion: processor", processorShare(program), 3, "s/s");
-    figures.add("resident", residentMegabytes(program.processID()), 1, "MB");
+    const auto captured = residentWithoutPictures(program);
+    addMemory("resident");
 
+    // In one recording: the notice of an earlier one would be part of what is resident.
     window.command("still");
     require(program.startByShortcut(), "no recording by the shortcut");
     figures.add("Recording it still again, without sound: processor", processorShare(program), 3, "s/s");
-    require(program.saveByShortcut(), "the recording was not saved");
     window.command("go");
-    require(program.startByShortcut(), "no recording by the shortcut");
     figures.add("Recording a quarter in motion: processor", processorShare(program), 3, "s/s");
-    figures.add("resident", residentMegabytes(program.processID()), 1, "MB");
+    addMemory("resident");
+    figures.add("what recording adds to it, but for pictures", residentWithoutPictures(program) - captured, 1, "MB");
     const Stopwatch press;
     require(program.saveByShortcut(), "the recording was not saved");
     figures.add("Press to the finished file of some seconds, looked for by the command line", press.milliseconds(), 0, "ms");
     record(3s);
-    figures.add("Resident with the notice of the clip", residentMegabytes(program.processID()), 1, "MB");
+    addMemory("Resident with the notice of the clip");
     require(program.run({"preview", program.lastSavedClip()}).status == 0, "no preview");
     record(3s);
-    figures.add("Resident with a preview open", residentMegabytes(program.processID()), 1, "MB");
+    addMemory("Resident with a preview open");
 
     std::vector<double> starts;
     starts.reserve(rounds);

@@ -24,10 +24,10 @@ using ::testing::Not;
 /// How long the work takes is up to the test: the first five find out what is quick, the others are before and after the rows.
 class FiguresTest : public ::testing::Test {
 protected:
-    Figures makeFigures(std::deque<double> spins, std::chrono::seconds budget = std::chrono::hours{1})
+    Figures makeFigures(std::deque<double> spins, std::chrono::seconds forRepetitions = std::chrono::hours{1})
     {
         spins_ = std::move(spins);
-        return Figures{file_, budget, [this] {
+        return Figures{file_, forRepetitions, [this] {
                            const std::chrono::duration<double> took{spins_.empty() ? 1 : spins_.front()};
                            if (!spins_.empty())
                                spins_.pop_front();
@@ -88,7 +88,7 @@ TEST_F(FiguresTest, AfterThreeTriesARowSaysThatTheMachineWasNotQuiet)
     EXPECT_EQ(tries_, 4) << "the next row begins anew";
 }
 
-TEST_F(FiguresTest, BeyondTheBudgetADisturbedRowIsNotTakenAnewAndSaysSo)
+TEST_F(FiguresTest, ADisturbedRowForWhichThereIsNoTimeIsNotTakenAnewAndSaysSo)
 {
     auto figures = makeFigures({1, 1, 1, 1, 1, 2, 2}, std::chrono::seconds{0});
     addRow(figures);
