@@ -41,7 +41,8 @@ int runBenchmark(int argc, char** argv, const Budget& budget, const std::functio
         figures.text("Load average before", loadAverage());
         measure(figures);
         figures.text("Load average after", loadAverage());
-        figures.add("Took, of " + std::to_string(budget.once.count()) + " s and " + std::to_string(budget.again.count()) + " for repetitions",
+        figures.add(
+            "Took, of " + std::to_string(budget.once.count()) + " s and " + std::to_string(budget.again.count()) + " for repetitions",
             stopwatch.seconds(), 0, "s");
         figures.write();
     } catch (const std::exception& error) {

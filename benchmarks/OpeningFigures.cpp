@@ -89,9 +89,9 @@ public:
             end(program);
         }
         {
-            const TemporaryDirectory home;
+            const Home home{Home::Walkthrough::ahead};
             const Measurement start;
-            Program program{::velmora::test::velmora({}), {{"HOME", home.path().string()}, {"XDG_CONFIG_HOME", (home.path() / "config").string()}}};
+            Program program{::velmora::test::velmora({}), home.environment()};
             watch_.awaitText(walkthroughTitle, walkthroughHeading);
             start.end(rows["walkthrough"], program.processID());
             end(program);

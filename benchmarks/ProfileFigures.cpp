@@ -81,7 +81,7 @@ std::pair<std::string, double> functionIn(const std::string& line)
     if (function.starts_with("0x") || (library.starts_with("libx264") && function == "x264_8_trellis_coefn"))
         return {library + " without names", std::stod(share)};
     remove(function, "(anonymous namespace)::");
-    function.erase(std::min(function.find('('), function.size()));
+    function.erase(std::min(function.find_first_of("(<"), function.size()));
     return {library + ": " + function, std::stod(share)};
 }
 

@@ -50,7 +50,7 @@ double processorShare(const TrayProgram& program)
     return share.soFar();
 }
 
-/// What pictures there are depends on what else the machine has to do: a burst brings two more for ten seconds.
+/// What pictures there are depends on what else the machine has to do: a burst brings more for two seconds.
 double residentWithoutPictures(const TrayProgram& program)
 {
     return residentMegabytes(program.processID()) - sharedMegabytes(program.processID());

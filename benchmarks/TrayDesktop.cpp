@@ -12,8 +12,10 @@
 
 namespace velmora::benchmarks {
 
-Home::Home()
+Home::Home(Walkthrough walkthrough)
 {
+    if (walkthrough == Walkthrough::ahead)
+        return;
     const auto settings = path() / "config" / "velmora";
     std::filesystem::create_directories(settings);
     std::ofstream{settings / "velmora.conf"} << "[General]\nhasCompletedWalkthrough=true\n";
@@ -60,9 +62,7 @@ TrayItem::TrayItem(DesktopWatch& watch, const std::vector<std::string>& command,
 {
 }
 
-TrayItem::TrayItem(DesktopWatch& watch, const test::Environment& environment) : TrayItem(watch, test::velmora({}), environment)
-{
-}
+TrayItem::TrayItem(DesktopWatch& watch, const test::Environment& environment) : TrayItem(watch, test::velmora({}), environment) { }
 
 TrayItem::~TrayItem()
 {

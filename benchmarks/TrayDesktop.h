@@ -14,10 +14,12 @@
 
 namespace velmora::benchmarks {
 
-/// A home directory of its own, in which the walkthrough was seen.
+/// A home directory of its own.
 class Home {
 public:
-    Home();
+    enum class Walkthrough { seen, ahead };
+
+    explicit Home(Walkthrough walkthrough = Walkthrough::seen);
 
     [[nodiscard]] std::filesystem::path path() const { return directory_.path(); }
     [[nodiscard]] std::filesystem::path clips() const { return path() / "Movies" / "Velmora"; }

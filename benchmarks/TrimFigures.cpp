@@ -17,7 +17,7 @@ using namespace velmora;
 using namespace velmora::benchmarks;
 using test::median;
 
-constexpr Budget budget{.once = std::chrono::seconds{70}, .again = std::chrono::seconds{0}};
+constexpr Budget budget{.once = std::chrono::seconds{85}, .again = std::chrono::seconds{0}};
 constexpr std::int64_t clipSeconds = 3600;
 constexpr int rounds = 3;
 

@@ -41,7 +41,8 @@ struct PooledPicture {
 class PicturePool {
 public:
     static constexpr std::size_t pictureCount = 6;
-    static constexpr std::chrono::seconds idleTime{10};
+    /// Long against the work of having the memory again, which is that of one whole picture.
+    static constexpr std::chrono::seconds idleTime{2};
 
     /// How large the memory of a pool must be.
     [[nodiscard]] static std::size_t requiredBytes(std::int32_t width, std::int32_t height);
