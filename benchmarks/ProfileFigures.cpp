@@ -1,5 +1,5 @@
-// Where the processor time of a recording goes, on each of the scenes: the most expensive functions of the recorder and of the display server,
-// by perf. Runs in a private desktop whose screen has room for a whole window of 1920x1080.
+// Where the processor time of a recording goes, on each of the scenes: the most expensive functions of the recorder and of the display
+// server, by perf. Runs in a private desktop whose screen has room for a whole window of 1920x1080.
 
 #include "benchmarks/Benchmark.h"
 #include "benchmarks/ProcessUse.h"

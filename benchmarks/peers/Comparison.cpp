@@ -224,6 +224,8 @@ void RecorderComparison::compare(Figures& figures, const Load& load)
             outcome = examine(file, taken, window, load, load.scene ? &referenceFor(load) : nullptr);
         } catch (const std::exception& error) {
             std::fprintf(stderr, "%s, %s: %s\n", recorder.name.c_str(), load.name.c_str(), error.what());
+            if (load.scene)
+                window.command("still");
         }
         processor.push_back({recorder.name, outcome.processorShare - atRest});
         frames.push_back({recorder.name, outcome.frameShare});

@@ -40,8 +40,8 @@ public:
     [[nodiscard]] const std::vector<Recorder>& recorders() const { return recorders_; }
 
     /// Adds rows that begin with the load's name: processor time of recorder and display server above what showing the window costs the
-    /// server, the share of the window's frames that is in the file, the structural similarity of what moves, the bit rate. White noise sounds
-    /// meanwhile. Each recording by itself is taken again when it was disturbed, and a line names those that were to the last. A recorder
+    /// server, the share of the window's frames that is in the file, the structural similarity of what moves, the bit rate. White noise
+    /// sounds meanwhile. Each recording by itself is taken again when it was disturbed, and a line names those that were to the last. A recorder
     /// that fails is said on standard error and has no figures.
     void compare(Figures& figures, const Load& load);
 
