@@ -1,4 +1,5 @@
-// Clips that a person drags out of the program's windows, into a page of a real browser that says what it was given.
+// Clips that a person drags out of the program's windows: into a page of a real browser that says what it was given, and into a folder that a
+// real file manager shows.
 
 #include "tests/support/desktop/Controls.h"
 #include "tests/support/desktop/Screen.h"
@@ -11,8 +12,10 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace velmora::test {
 namespace {
@@ -27,6 +30,12 @@ void makeClips(const std::filesystem::path& home)
     std::filesystem::create_directories(folder);
     writeClip(folder / "harbour & sea.mp4", {.pictures = steadyTimes(50, 25), .soundFrames = 2 * 48'000});
     writeClip(folder / "käse.mp4", {.pictures = steadyTimes(75, 25), .soundFrames = 3 * 48'000});
+}
+
+std::string bytesOf(const std::filesystem::path& file)
+{
+    std::ifstream stream{file, std::ios::binary};
+    return {std::istreambuf_iterator<char>{stream}, {}};
 }
 
 /// A browser in the lower right corner of the screen. Its page's title says what is held above it, and then the name, the size and the first
@@ -85,7 +94,59 @@ addEventListener('drop', async e => {
     ChildProcess browser_;
 };
 
-class DragTest : public testing::Test {
+/// A file manager that shows an empty folder in the lower right corner of the screen.
+class ShownFolder {
+public:
+    explicit ShownFolder(const std::filesystem::path& home) : path_(home / "Inbox"), browser_(start()) { }
+
+    /// Whether it lies where it is looked for; waits for it.
+    [[nodiscard]] bool isReady() const
+    {
+        return isShown(title) && waitUntil([] {
+            // A window manager may place it after it has been moved.
+            runProgram({"xdotool", "search", "--onlyvisible", "--name", title, "windowsize", "600", "400", "windowmove", "1250", "620"});
+            const auto place = contentPlace(title);
+            return place.width() == 600 && place.contains(middle());
+        });
+    }
+
+    [[nodiscard]] static QPoint middle() { return {1600, 860}; }
+
+    /// Whether what is held above it may be dropped, by a hand that is never quite still: GTK frames what takes it in green. The picture beside
+    /// the pointer does not reach the right edge.
+    [[nodiscard]] static bool isWilling()
+    {
+        const auto place = contentPlace(title);
+        const QRect rightEdge{place.right() - 8, middle().y() - 20, 16, 40};
+        return waitUntil([&, step = 0]() mutable {
+            movePointer(middle() + QPoint{++step % 3, 0});
+            return countPixels(screenPicture(rightEdge), 0x4e9a06) >= rightEdge.height();
+        });
+    }
+
+    /// Whether that file arrives as a whole.
+    [[nodiscard]] bool receives(const std::filesystem::path& clip) const
+    {
+        return waitUntil([&] { return bytesOf(path_ / clip.filename()) == bytesOf(clip); });
+    }
+
+    /// What is in it, as text.
+    [[nodiscard]] std::string list() const { return runProgram({"ls", "-la", path_.string()}).output; }
+
+private:
+    static constexpr const char* title = "^Inbox - Thunar$";
+
+    [[nodiscard]] ChildProcess start() const
+    {
+        std::filesystem::create_directories(path_);
+        return ChildProcess{{"thunar", path_.string()}};
+    }
+
+    const std::filesystem::path path_;
+    ChildProcess browser_;
+};
+
+class DragFixture : public testing::Test {
 protected:
     /// Whether the panel of a saved clip is shown then.
     [[nodiscard]] bool saveClipOf(const NumberedWindow& window)
@@ -100,7 +161,30 @@ protected:
 
     AssistiveTechnology assistiveTechnology;
     TrayProgram program{{.environment = AssistiveTechnology::environment(), .prepareHome = makeClips}};
+};
+
+class DragTest : public DragFixture {
     DropTarget target;
+};
+
+class DragToFolderTest : public DragFixture {
+protected:
+    /// Before anything of the program is shown: a new window takes the keyboard.
+    void SetUp() override { ASSERT_TRUE(folder.isReady()); }
+
+    /// Drags what is there into the folder, whose file manager has to copy it.
+    void expectToArrive(const QPoint& start, const std::vector<std::filesystem::path>& clips)
+    {
+        dragTo(start, ShownFolder::middle());
+        ASSERT_TRUE(folder.isWilling()) << "the file manager does not take it";
+        drop();
+        for (const auto& clip : clips) {
+            EXPECT_TRUE(folder.receives(clip)) << clip << "\n" << folder.list();
+            EXPECT_TRUE(std::filesystem::exists(clip)) << "it was moved";
+        }
+    }
+
+    ShownFolder folder{program.home()};
 };
 
 TEST_F(DragTest, TheClipOfThePanelArrivesEvenIfThePanelHasGoneMeanwhile)
@@ -177,6 +261,37 @@ TEST_F(DragTest, TheClipOfAPreviewArrivesFromItsGrip)
     ASSERT_TRUE(DropTarget::isOffered(1));
     drop();
     EXPECT_EQ(DropTarget::dropped(), "Dropped " + DropTarget::told(clip("käse.mp4")) + "\n");
+}
+
+TEST_F(DragToFolderTest, TheClipOfThePanelIsCopied)
+{
+    const NumberedWindow window{{"--size", "320x240", "--position", "100,200"}};
+    ASSERT_TRUE(saveClipOf(window));
+    const auto icon = AssistiveTechnology::find("image", "Clip to Drag");
+    ASSERT_TRUE(icon);
+    expectToArrive(icon->place.center(), {program.lastSavedClip()});
+}
+
+TEST_F(DragToFolderTest, TheClipOfAPreviewIsCopied)
+{
+    ASSERT_EQ(program.run({"preview", clip("käse.mp4").string()}).status, 0);
+    ASSERT_TRUE(isShown("^Preview & Trim — käse.mp4$"));
+    const auto grip = AssistiveTechnology::find("image", "Clip to Drag");
+    ASSERT_TRUE(grip);
+    expectToArrive(grip->place.center(), {clip("käse.mp4")});
+}
+
+TEST_F(DragToFolderTest, SelectedClipsAreCopiedTogether)
+{
+    ASSERT_EQ(program.run({"clips"}).status, 0);
+    ASSERT_TRUE(hasFocus("Clips — Velmora"));
+    ASSERT_TRUE(AssistiveTechnology::find("list item", "harbour & sea"));
+    pressKeys({"ctrl+a"});
+    const auto listed = AssistiveTechnology::find("list item", "käse");
+    ASSERT_TRUE(listed);
+    ASSERT_TRUE(AssistiveTechnology::find("status bar", "2 clips selected"));
+    expectToArrive(listed->place.center(), {clip("harbour & sea.mp4"), clip("käse.mp4")});
+    EXPECT_EQ(program.clips().size(), 2U);
 }
 
 }  // namespace
