@@ -27,6 +27,8 @@ constexpr double mostFall = 4;
 constexpr double leastMove = 0.05;
 /// How far it came is too little to go by at the very beginning.
 constexpr double leastWritten = 0.02;
+/// In powers of two: as close as that to what is sought, a copy tells how many colours it will have.
+constexpr double closeBy = 0.6;
 
 int quarterTurnsOf(const std::array<std::int32_t, 9>& matrix)
 {
@@ -129,7 +131,15 @@ private:
         std::unique_ptr<mp4::File> file;  // none where it became too large on the way
         std::uint64_t size = 0;
         double place = 0;
+        MovieEncoding encoding;
         std::size_t pictureCount = 0;
+    };
+
+    struct Attempt {
+        double place = 0;
+        double size = 0;
+        bool fits = false;
+        int colours = 0;
     };
 
     Result<bool> prepare() override
@@ -148,7 +158,7 @@ private:
 
     [[nodiscard]] MovieEncoding encodingAt(double place) const
     {
-        auto encoding = ladder_->at(place);
+        auto encoding = ladder_->at(place, colours_);
         encoding.quarterTurns = quarterTurnsOf(source().pictures().matrix);
         const auto rate = encoding.timing.largestRate > 0 ? encoding.timing.largestRate : usualRate(shape_);
         encoding.effort = effortFor(source().seconds() * rate * encoding.width * encoding.height, 1e8, 5e8);
@@ -201,7 +211,7 @@ private:
 
     Result<void> encodeRounds() override
     {
-        PlaceSearch search{limit() * aimedPart, ladder_->coarsest()};
+        std::vector<Attempt> attempts;
         for (rounds_ = 1;; ++rounds_) {
             auto encoded = encodeRound();
             if (!encoded)
@@ -211,21 +221,36 @@ private:
             auto& round = *encoded;
             const auto size = static_cast<double>(round.size);
             const bool fits = !isLimited() || (round.file && size <= limit());
-            search.add(place_, size, fits);
+            attempts.push_back({place_, size, fits, round.encoding.colours});
             if (fits && (!best_ || round.size > best_->size))
                 best_ = std::move(round);
             if (best_ && (!isLimited() || best_->place == 0 || static_cast<double>(best_->size) >= enoughPart * limit()))
                 return {};
             if (!fits && place_ >= ladder_->coarsest())
                 return limitTooSmall(limit(), source().seconds(), size / aimedPart);
-            const auto next = search.next();
-            if (best_ && (rounds_ == mostRounds || !next))
+            const auto next = nextPlace(attempts);
+            if (best_ && (rounds_ == mostRounds || !next || *next == best_->place))
                 return {};
             if (!next || rounds_ == mostRounds)
                 return limitMissed(limit());
             // Better coarse than not at all.
             place_ = !best_ && rounds_ + 1 == mostRounds ? ladder_->coarsest() : *next;
         }
+    }
+
+    /// Close to what is sought the number of colours stays what it is: a step of it may be larger than what is left to find, and each needs a
+    /// palette of its own.
+    [[nodiscard]] std::optional<double> nextPlace(const std::vector<Attempt>& attempts)
+    {
+        const auto wanted = limit() * aimedPart;
+        if (const auto& last = attempts.back(); !colours_ && std::abs(std::log2(std::max(last.size, 1.0) / wanted)) < closeBy)
+            colours_ = last.colours;
+        PlaceSearch search{wanted, ladder_->coarsest()};
+        for (const auto& attempt : attempts) {
+            if (!colours_ || attempt.colours == *colours_)
+                search.add(attempt.place, attempt.size, attempt.fits);
+        }
+        return search.next();
     }
 
     Result<Round> encodeRound()
@@ -236,6 +261,7 @@ private:
         Round round;
         round.file = std::move(*scratch);
         round.place = place_;
+        round.encoding = encodingAt(place_);
         const auto progress = roundProgress();
         std::optional<Packets> packets;
         if (sound())
@@ -244,7 +270,7 @@ private:
         bool isTooLarge = false;
         const auto samples = source().pictureSamples();
         const auto made = transcoder_->transcode(
-            *samples, encodingAt(place_), packets ? &*packets : nullptr,
+            *samples, round.encoding, packets ? &*packets : nullptr,
             [&](std::uint64_t offset, std::span<const std::byte> data) -> Result<void> {
                 round.size = std::max(round.size, offset + data.size());
                 isTooLarge = isLimited() && static_cast<double>(round.size) > limit();
@@ -275,7 +301,7 @@ private:
 
     void describeBest(TranscodingReport& report) const override
     {
-        const auto encoding = encodingAt(best_->place);
+        const auto& encoding = best_->encoding;
         const bool isOnItsSide = encoding.quarterTurns % 2 == 1;
         report.width = isOnItsSide ? encoding.height : encoding.width;
         report.height = isOnItsSide ? encoding.width : encoding.height;
@@ -290,6 +316,7 @@ private:
     std::optional<MovieLadder> ladder_;
     std::unique_ptr<MovieTranscoder> transcoder_;
     double place_ = 0;
+    std::optional<int> colours_;  // once they are settled
     int rounds_ = 0;
     std::optional<Round> best_;
 };

@@ -63,7 +63,7 @@ double MovieLadder::coarsest() const
     return static_cast<double>(ladderOf(format_).rungs.size() - 1);
 }
 
-MovieEncoding MovieLadder::at(double place) const
+MovieEncoding MovieLadder::at(double place, std::optional<int> colours) const
 {
     const auto [largest, rungs] = ladderOf(format_);
     place = std::clamp(place, 0.0, coarsest());
@@ -90,7 +90,9 @@ MovieEncoding MovieLadder::at(double place) const
         encoding.timing.largestRate = rate;
     encoding.quality = between(a.quality, b.quality, part);
     // In large steps: a palette is found in a reading of its own, and serves for all pictures with so many colours.
-    if (format_ == CopyFormat::gif)
+    if (format_ == CopyFormat::gif && colours && place < coarsest())
+        encoding.colours = *colours;
+    else if (format_ == CopyFormat::gif)
         encoding.colours = static_cast<int>(std::bit_floor(static_cast<unsigned>(between(a.colours, b.colours, part))));
     encoding.end = clip_.length;
     return encoding;

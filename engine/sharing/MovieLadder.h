@@ -4,10 +4,12 @@
 #include "engine/codecs/MovieCodecs.h"
 #include "engine/sharing/SmallFilePlan.h"
 
+#include <optional>
+
 namespace velmora::engine {
 
 /// A line from fine to coarse, on which sizes fall: first there are fewer pictures a second, then smaller ones, then coarser ones with fewer
-/// colours, and again. GIF and WebP begin where chats and wikis show them well, WebM with all that the clip has.
+/// colours, and again. The number of colours falls in large steps, and sizes with it: where nothing else may change at a step, it is told. GIF and WebP begin where chats and wikis show them well, WebM with all that the clip has.
 class MovieLadder {
 public:
     MovieLadder(platform::CopyFormat format, const ClipShape& clip);
@@ -15,8 +17,8 @@ public:
     /// Where the line ends; it begins at 0.
     [[nodiscard]] double coarsest() const;
 
-    /// The encoding of the whole clip at this place of the line.
-    [[nodiscard]] MovieEncoding at(double place) const;
+    /// The encoding of the whole clip at this place of the line; with so many colours, where that is given and the line does not end there.
+    [[nodiscard]] MovieEncoding at(double place, std::optional<int> colours = std::nullopt) const;
 
 private:
     const platform::CopyFormat format_;

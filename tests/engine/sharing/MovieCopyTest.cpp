@@ -151,6 +151,22 @@ TEST_F(MovieCopyTest, StaysBelowTheLimitAndUsesNineTenthsOfItHoweverTheEncoderBe
     }
 }
 
+TEST_F(MovieCopyTest, UsesNineTenthsAlsoWhereEachStepOfColoursIsALargeOne)
+{
+    for (const double power : {0.3, 0.5, 0.8}) {
+        model = [power](const auto& encoding, int) {
+            return 0.4 * encoding.width * encoding.height * rateOf(encoding) * std::pow(encoding.colours / 256.0, power);
+        };
+        for (std::uint64_t limit = 20'000; limit < 500'000; limit += limit / 5) {
+            const auto made = make(limit);
+            ASSERT_TRUE(made && *made) << power << ", " << limit << ": " << (made ? "" : made.error().localizedDescription);
+            EXPECT_LE((*made)->size, limit);
+            EXPECT_GE(static_cast<double>((*made)->size), 0.9 * static_cast<double>(limit)) << power << ", " << limit;
+            EXPECT_EQ((*made)->colours, encodings.back().colours);
+        }
+    }
+}
+
 TEST_F(MovieCopyTest, WhatFitsAsItBeginsTakesOneRoundAndNoMore)
 {
     const auto made = make(50'000'000);
