@@ -73,6 +73,9 @@ tl::expected<QVariantList, Refusal> send(
         return tl::unexpected(Refusal{QStringLiteral("Velmora is not running. Start it with 'velmora'.")});
     if (error.type() == QDBusError::NoReply || error.type() == QDBusError::Disconnected)
         return tl::unexpected(Refusal{QStringLiteral("Velmora ended before it answered.")});
+    // The name is taken before there is anybody to answer, and given up after that.
+    if (error.type() == QDBusError::UnknownObject)
+        return tl::unexpected(Refusal{QStringLiteral("Velmora is just starting or ending. Try again in a moment.")});
     return tl::unexpected(
         Refusal{reply.errorMessage(), error.type() == QDBusError::UnknownMethod, error.name() == QLatin1String{noSuchWindowError}});
 }

@@ -648,5 +648,20 @@ TEST_F(InstanceBusTest, AnInstanceThatKnowsNoOptionsIsAskedWithoutThem)
         (QStringList{QStringLiteral("Toggle"), QStringLiteral("Stop"), QStringLiteral("Select"), QStringLiteral("SelectWithSound")}));
 }
 
+TEST_F(InstanceBusTest, WhatIsAskedOfOneThatIsJustStartingOrEndingIsToldSo)
+{
+    InstanceBus instance{connect("instance")};
+    ASSERT_EQ(instance.claim(), Role::first);
+    auto waiting = control(Control::Action::select);
+    waiting.title = "never";
+    waiting.wait = true;
+    for (const auto& command : {waiting, control(Control::Action::toggle), control(Control::Action::status)}) {
+        const auto answer = run(command);
+        EXPECT_EQ(answer.status, command_line::failed);
+        EXPECT_EQ(answer.errors, "Velmora is just starting or ending. Try again in a moment.\n");
+        EXPECT_EQ(answer.output, "");
+    }
+}
+
 }  // namespace
 }  // namespace velmora
