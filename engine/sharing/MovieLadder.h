@@ -9,7 +9,8 @@
 namespace velmora::engine {
 
 /// A line from fine to coarse, on which sizes fall: first there are fewer pictures a second, then smaller ones, then coarser ones with fewer
-/// colours, and again. The number of colours falls in large steps, and sizes with it: where nothing else may change at a step, it is told. GIF and WebP begin where chats and wikis show them well, WebM with all that the clip has.
+/// colours, and again. GIF and WebP begin where chats and wikis show them well, WebM with all that the clip has. Colours fall in steps, and
+/// sizes with them; whoever seeks a size between two of these keeps the colours.
 class MovieLadder {
 public:
     MovieLadder(platform::CopyFormat format, const ClipShape& clip);
