@@ -25,13 +25,14 @@ struct Palette {
     QColor tip = BrandColors::amber;
     double selectedTextTint = 0.5;  ///< of coral, behind what is selected in a text
     double disabledOpacity = 0.45;
+    double passedTint = 0.5;  ///< of coral, where a step was before
 
     [[nodiscard]] static const Palette& of(bool increasesContrast)
     {
         static const Palette ordinary;
         static const Palette contrasting{{0xFF, 0xA6, 0x9E}, Qt::black, Qt::black, {0x0B, 0x11, 0x1C}, {0x94, 0xA3, 0xB8},
             {0x56, 0x65, 0x79}, {0x0B, 0x11, 0x1C}, Qt::white, {0xE2, 0xE8, 0xF0}, {0xCB, 0xD5, 0xE1}, {0xCB, 0xD5, 0xE1},
-            {0xBB, 0xF7, 0xD0}, {0xFD, 0xE6, 0x8A}, 1, 0.7};
+            {0xBB, 0xF7, 0xD0}, {0xFD, 0xE6, 0x8A}, 1, 0.7, 0.75};
         return increasesContrast ? contrasting : ordinary;
     }
 };

@@ -67,6 +67,11 @@ void RoundedSurface::repaint()
     update();
 }
 
+double RoundedSurface::borderPixels(double points, double scale)
+{
+    return std::max(1.0, std::floor(points * scale));
+}
+
 QSGNode* RoundedSurface::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*data*/)
 {
     if (old && !isStale_)
@@ -103,7 +108,7 @@ QSGNode* RoundedRectangle::paintedNode()
         return nullptr;
 
     const double radius = std::min(radius_ * scale, std::min(pixelWidth, pixelHeight) / 2.0);
-    const double border = hasBorder ? std::max(1.0, std::floor(borderWidth_ * scale)) : 0;
+    const double border = hasBorder ? borderPixels(borderWidth_, scale) : 0;
     const int corner = static_cast<int>(std::ceil(std::max(radius, border)));
     const auto columns = isInSlices ? slices(pixelWidth, corner) : oneSlice(pixelWidth);
     const auto rows = isInSlices ? slices(pixelHeight, corner) : oneSlice(pixelHeight);

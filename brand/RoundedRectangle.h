@@ -21,6 +21,9 @@ protected:
     /// None where there is nothing to be seen. As updatePaintNode().
     [[nodiscard]] virtual QSGNode* paintedNode() = 0;
 
+    /// How many of the screen's pixels a border or a line of that many points has: whole ones, and at least one.
+    [[nodiscard]] static double borderPixels(double points, double scale);
+
     QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) final;
     void itemChange(ItemChange change, const ItemChangeData& data) final;
     void geometryChange(const QRectF& geometry, const QRectF& oldGeometry) final;

@@ -32,6 +32,7 @@ class Theme final : public QObject {
     Q_PROPERTY(QColor selection READ selection NOTIFY lookChanged)
     Q_PROPERTY(QColor selectionBorder READ selectionBorder NOTIFY lookChanged)
     Q_PROPERTY(QColor onCoral READ onCoral NOTIFY lookChanged)
+    Q_PROPERTY(QColor passed READ passed NOTIFY lookChanged)
     Q_PROPERTY(QColor groove READ groove NOTIFY lookChanged)
     Q_PROPERTY(QColor toolTip READ toolTip NOTIFY lookChanged)
     Q_PROPERTY(QColor selectedText READ selectedText NOTIFY lookChanged)
@@ -107,6 +108,8 @@ public:
     [[nodiscard]] QColor toolTip() const { return palette_->toolTip; }
     [[nodiscard]] QColor selection() const { return withOpacity(palette_->coral, 0.14); }
     [[nodiscard]] QColor selectionBorder() const { return withOpacity(palette_->coral, 0.85); }
+    /// Of several steps, those that were before the one in coral.
+    [[nodiscard]] QColor passed() const { return withOpacity(palette_->coral, palette_->passedTint); }
     /// Behind what is selected in a text, in which it is onCoral.
     [[nodiscard]] QColor selectedText() const { return withOpacity(palette_->coral, palette_->selectedTextTint); }
     [[nodiscard]] QColor focusRing() const { return palette_->coral; }

@@ -77,14 +77,12 @@ Rectangle {
                     implicitWidth: index === root.model.visibleStep ? 22 : 7
                     implicitHeight: 7
                     radius: 3.5
-                    color: index > root.model.visibleStep ? Theme.borderSlate : Theme.withOpacity(Theme.coral, index < root.model.visibleStep ? 0.5 : 1)
+                    color: index > root.model.visibleStep ? Theme.borderSlate : index < root.model.visibleStep ? Theme.passed : Theme.coral
                 }
             }
         }
-        Rectangle {
+        Separator {
             Layout.fillWidth: true
-            implicitHeight: 1
-            color: Theme.cardSlate
         }
 
         Item {
@@ -146,10 +144,8 @@ Rectangle {
             }
         }
 
-        Rectangle {
+        Separator {
             Layout.fillWidth: true
-            implicitHeight: 1
-            color: Theme.cardSlate
         }
         RowLayout {
             Layout.leftMargin: Theme.windowMargin

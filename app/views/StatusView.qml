@@ -113,13 +113,10 @@ Rectangle {
                     Keys.onUpPressed: root.model.moveCurrentRow(-1)
                     Keys.onDownPressed: root.model.moveCurrentRow(1)
 
-                    Rectangle {
+                    Separator {
                         visible: entry.isSeparator
                         anchors.verticalCenter: parent.verticalCenter
                         width: parent.width
-                        height: 1
-                        color: Theme.borderSlate
-                        Accessible.role: Accessible.Separator
                     }
                     BrandHorizontalLockupView {
                         visible: entry.isHeader

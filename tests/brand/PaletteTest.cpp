@@ -160,6 +160,9 @@ TEST_F(IncreasedContrastTest, EveryEdgeHasFourAndAHalfToOneAndAGrooveThree)
         expectContrast(name, moreForEdges);
     const QColor list = shown(Theme::withOpacity(color("cardSlate"), 0.45), color("obsidian"));
     EXPECT_GE(contrast(shown(color("selectionBorder"), list), list), moreForEdges);
+    for (const auto* name : {"passed", "borderSlate"})
+        EXPECT_GE(contrast(shown(color(name), color("obsidian")), color("obsidian")), moreForEdges)
+            << name << " of the walkthrough's steps";
     for (const auto* ground : {"obsidian", "cardSlate"})
         EXPECT_GE(contrast(color("groove"), color(ground)), 3) << ground;
     EXPECT_GE(contrast(color("coral"), color("groove")), 3) << "what is filled of a groove";
@@ -187,6 +190,17 @@ TEST_F(IncreasedContrastTest, ItIsToldOnceAndGoesAgainWithoutATrace)
     EXPECT_EQ(color("obsidian"), BrandColors::obsidian);
     EXPECT_EQ(color("coral"), BrandColors::coral);
     EXPECT_EQ(color("onCoral"), BrandColors::studioWhite);
+}
+
+TEST_F(IncreasedContrastTest, ASeparatorHasFourAndAHalfToOneWhereItIsSeen)
+{
+    test::QuickTestWindow window{
+        QStringLiteral("Rectangle { anchors.fill: parent; color: Theme.obsidian\n Separator { y: 20; width: 200 }\n"
+                       "Card { y: 40; width: 200; height: 60\n Separator { width: parent.width } } }")};
+    setIncreasesContrast(window.engine(), true);
+    const auto picture = window.grab();
+    EXPECT_GE(contrast(picture.pixelColor(100, 20), picture.pixelColor(100, 18)), moreForEdges);
+    EXPECT_GE(contrast(picture.pixelColor(100, 56), picture.pixelColor(100, 54)), moreForEdges) << "on a card";
 }
 
 TEST_F(IncreasedContrastTest, AWindowThatIsOpenFollowsAtOnce)

@@ -9,6 +9,7 @@
 #include "app/views/HudPanelWindow.h"
 #include "app/views/StatusWindow.h"
 #include "tests/app/views/AppViews.h"
+#include "tests/app/views/StatusFixture.h"
 #include "tests/library/views/SmallFilesFixture.h"
 #include "tests/support/CoordinatorFixture.h"
 #include "tests/support/Windows.h"
@@ -71,34 +72,6 @@ void drawAlerts(const Gallery& gallery)
             "year/November/Velmora takes no files: Read-only file system",
             {"OK"}});
 }
-
-struct NoStatusItem final : StatusItem {
-    void setToolTip(const std::string&) override { }
-    void setMenuDelegate(MenuDelegate) override { }
-    void setImage(const MenuBarImage&) override { }
-    void captionsChanged() override { }
-    void popUpMenu() override { }
-};
-
-struct NoPresenter final : WindowPresenting {
-    void presentOnboarding() override { }
-    void presentWindowPicker() override { }
-    void presentClipPreview(const std::filesystem::path&) override { }
-    void presentPlayingClip(const std::filesystem::path&) override { }
-    void presentSettings() override { }
-    void presentClips() override { }
-};
-
-struct NoAlerts final : AlertPresenter {
-    void present(Alert, UniqueFunction<void(std::size_t)>) override { }
-};
-
-struct StatusFixture : CoordinatorFixture {
-    MenuBarController menuBar{
-        {*coordinator, *library, workspace, std::make_shared<NoAlerts>(), std::make_shared<NoPresenter>(), [] {}, [] {}},
-        std::make_unique<NoStatusItem>()};
-    StatusModel model{menuBar, *coordinator};
-};
 
 void drawSmallWindow(const Gallery& gallery)
 {
