@@ -216,8 +216,8 @@ TEST_F(WaylandDesktopTest, AWindowThatIsChosenInTheDesktopsDialogIsRecordedAndNe
 {
     choose();
     start();
-    keepLook("recording");
     record(3s);
+    keepLook("recording");
     const auto file = save();
     EXPECT_TRUE(waitUntil([this] { return panelIsInItsCorner(); }));
     keepLook("saved");
