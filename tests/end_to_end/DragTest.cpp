@@ -46,13 +46,17 @@ public:
 
     [[nodiscard]] static QPoint middle() { return {1600, 800}; }
 
-    /// Whether so many files are held above the page, by a hand that is never quite still.
-    [[nodiscard]] static bool isOffered(int count)
+    /// Whether so many files are held above the page, by a hand that is never quite still until then. The page has heard of the last place when
+    /// this returns: a browser that is still asking about it misses what is dropped there.
+    [[nodiscard]] static bool isOffered(int count, const QPoint& place = middle())
     {
+        const auto offered = "^Offered " + std::to_string(count) + " at ";
+        QPoint held;
         return waitUntil([&, step = 0]() mutable {
-            movePointer(middle() + QPoint{++step % 3, 0});
-            return !visibleWindows("^Offered " + std::to_string(count) + "$").empty();
-        });
+            held = place + QPoint{++step % 3, 0};
+            movePointer(held);
+            return !visibleWindows(offered).empty();
+        }) && isShown(offered + std::to_string(held.x()) + " " + std::to_string(held.y()) + "$");
     }
 
     /// What was dropped, as text; waits for it.
@@ -75,7 +79,8 @@ private:
         std::ofstream{page} << R"(<meta charset=utf-8><title>Drop here</title><body style="height:100vh;margin:0"><script>
 addEventListener('dragover', e => {
     e.preventDefault();
-    document.title = 'Offered ' + [...e.dataTransfer.items].filter(item => item.kind === 'file').length;
+    const files = [...e.dataTransfer.items].filter(item => item.kind === 'file').length;
+    document.title = 'Offered ' + files + ' at ' + e.screenX + ' ' + e.screenY;
 });
 addEventListener('dragleave', () => document.title = 'Drop here');
 addEventListener('drop', async e => {
@@ -201,7 +206,7 @@ TEST_F(DragTest, TheClipOfThePanelArrivesEvenIfThePanelHasGoneMeanwhile)
         const auto windows = visibleWindows(hud);
         return std::none_of(windows.begin(), windows.end(), [&](const QRect& shown) { return shown.size() == place.size(); });
     }));
-    movePointer(DropTarget::middle() + QPoint{10, 10});
+    ASSERT_TRUE(DropTarget::isOffered(1, DropTarget::middle() + QPoint{10, 10}));
     drop();
     EXPECT_EQ(DropTarget::dropped(), "Dropped " + DropTarget::told(program.lastSavedClip()) + "\n");
 }
