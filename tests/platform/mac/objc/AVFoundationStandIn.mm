@@ -84,7 +84,7 @@ double secondsOf(CMTime time)
     std::string _url;
     AVPlayerItemStatus _status;
     NSError* _error;
-    CMTime _end;
+    CMTime _forwardPlaybackEndTime;
     AVPlayerItemVideoOutput* _output;
 }
 + (instancetype)playerItemWithURL:(NSURL*)url
@@ -94,24 +94,8 @@ double secondsOf(CMTime time)
         velmora::standin::raise(velmora::standin::invalidArgument, "an item of nil");
     AVPlayerItem* const made = [AVPlayerItem new];
     made->_url = velmora::standin::urlText(url);
-    made->_end = kCMTimeInvalid;
+    made->_forwardPlaybackEndTime = kCMTimeInvalid;
     return objc_autorelease(made);
-}
-- (AVPlayerItemStatus)status
-{
-    return _status;
-}
-- (NSError*)error
-{
-    return _error;
-}
-- (CMTime)forwardPlaybackEndTime
-{
-    return _end;
-}
-- (void)setForwardPlaybackEndTime:(CMTime)time
-{
-    _end = time;
 }
 - (void)addOutput:(AVPlayerItemVideoOutput*)output
 {
@@ -255,8 +239,8 @@ PlayerState playerState()
     auto state = last->_state;
     state.url = last->_item->_url;
     state.observers = static_cast<int>(last->_observers.size());
-    if (last->_item->_end.flags == kCMTimeFlags_Valid)
-        state.endTime = secondsOf(last->_item->_end);
+    if (last->_item->_forwardPlaybackEndTime.flags == kCMTimeFlags_Valid)
+        state.endTime = secondsOf(last->_item->_forwardPlaybackEndTime);
     return state;
 }
 

@@ -1,12 +1,8 @@
-// How a test steers the stand-ins for AppKit, ServiceManagement and the user's notifications, and what they say of their use. What their pages
+// How a test steers the stand-ins for AppKit, and what they say of their use. What their pages
 // leave open they do in every way that these allow. Main thread only, except where stated. Without ARC only.
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
-#include <functional>
-#include <map>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -115,58 +111,6 @@ void cancelDialog();
 
 void changeScreens();
 void changeAccessibilityOptions();
-
-/// ServiceManagement.
-struct LoginItems {
-    long status = 3;  ///< as SMAppServiceStatus has it
-    long statusOnceRegistered = 1;
-    bool registeringFailsThen = false;  ///< the call fails though the status has changed
-    bool refuses = false;
-    int calls = 0;
-};
-LoginItems& loginItems();
-
-/// UserNotifications.
-struct PostedCategory {
-    std::string identifier;
-    std::vector<std::vector<std::string>> actions;  ///< identifier, title, options
-    unsigned long options = 0;
-};
-struct PostedNotification {
-    std::string identifier;
-    std::string title;
-    std::string body;
-    std::string category;
-    bool hasSound = false;
-    unsigned long level = 1;
-    std::map<std::string, std::string> userInfo;
-};
-struct Notifications {
-    long status = 0;
-    bool isGranted = true;
-    bool failsToAsk = false;
-    bool failsToAdd = false;
-    bool answersTwice = false;
-    bool answersAtOnce = false;
-
-    int centresAskedFor = 0;
-    unsigned long askedOptions = 0;
-    std::vector<PostedCategory> categories;
-    std::vector<PostedNotification> posted;
-};
-Notifications& notifications();
-
-/// Waits for what is being answered on another thread.
-void finishAnswers();
-
-/// What the delegate answers to a notification that is posted to an active program; none where it does not answer. On another thread.
-std::optional<unsigned long> presentNotification(const PostedNotification& notification);
-
-/// Whether the delegate answered to what the user did. On another thread.
-bool respondToNotification(const PostedNotification& notification, const std::string& action);
-bool clickNotification(const PostedNotification& notification);
-bool closeNotification(const PostedNotification& notification);
-bool hasNotificationDelegate();
 
 /// Back to how a program finds it. Ends the test program if a dialog was left open.
 void resetAppKit();

@@ -14,6 +14,7 @@
 #include "tests/platform/mac/objc/AppKitStandIn.h"
 #include "tests/platform/mac/objc/FolderStandIn.h"
 #include "tests/platform/mac/objc/ObjectCount.h"
+#include "tests/platform/mac/objc/ServiceManagementStandIn.h"
 #include "tests/platform/mac/standins/CoreGraphicsStandIn.h"
 
 #include <fstream>

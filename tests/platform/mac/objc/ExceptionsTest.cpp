@@ -11,6 +11,7 @@
 #include "tests/platform/mac/objc/ExceptionStandIn.h"
 #include "tests/platform/mac/objc/ObjectCount.h"
 #include "tests/platform/mac/objc/ScreenCaptureKitStandIn.h"
+#include "tests/platform/mac/objc/UserNotificationsStandIn.h"
 #include "tests/platform/mac/standins/LogStandIn.h"
 
 #include <future>

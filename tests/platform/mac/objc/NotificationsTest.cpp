@@ -3,6 +3,7 @@
 #include "tests/platform/mac/objc/AppKitStandIn.h"
 #include "tests/platform/mac/objc/FolderStandIn.h"
 #include "tests/platform/mac/objc/ObjectCount.h"
+#include "tests/platform/mac/objc/UserNotificationsStandIn.h"
 
 #include "base/Mutex.h"
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <new>
@@ -376,6 +377,28 @@ void objc_storeStrong(Object_** place, Object_* object)
     auto* const before = *place;
     *place = objc_retain(object);
     objc_release(before);
+}
+
+// What is called for properties whose methods the compiler makes itself. Objects that are copied are those that do not change: one more
+// reference is a copy. Of structures all are used on one thread.
+Object_* objc_getProperty(Object_* object, const char*, std::ptrdiff_t offset, bool)
+{
+    return objc_retainAutorelease(*reinterpret_cast<Object_**>(reinterpret_cast<char*>(object) + offset));
+}
+
+void objc_setProperty_atomic(Object_* object, const char*, Object_* value, std::ptrdiff_t offset)
+{
+    objc_storeStrong(reinterpret_cast<Object_**>(reinterpret_cast<char*>(object) + offset), value);
+}
+
+void objc_setProperty_atomic_copy(Object_* object, const char* selector, Object_* value, std::ptrdiff_t offset)
+{
+    objc_setProperty_atomic(object, selector, value, offset);
+}
+
+void objc_copyStruct(void* to, const void* from, std::ptrdiff_t size, bool, bool)
+{
+    std::memcpy(to, from, static_cast<std::size_t>(size));
 }
 
 Object_* objc_retainBlock(Object_* block)

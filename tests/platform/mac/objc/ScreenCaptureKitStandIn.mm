@@ -46,7 +46,7 @@ const CFStringRef kCGWindowNumber = velmora::standin::referenceTo<CFStringRef>(w
 @implementation SCWindow {
 @public
     velmora::standin::ListedWindow _listed;
-    SCRunningApplication* _application;
+    SCRunningApplication* _owningApplication;
 }
 - (CGWindowID)windowID
 {
@@ -64,17 +64,13 @@ const CFStringRef kCGWindowNumber = velmora::standin::referenceTo<CFStringRef>(w
 {
     return _listed.layer;
 }
-- (SCRunningApplication*)owningApplication
-{
-    return _application;
-}
 - (BOOL)isOnScreen
 {
     return _listed.isOnScreen;
 }
 - (void)dealloc
 {
-    objc_release(_application);
+    objc_release(_owningApplication);
     [super dealloc];
 }
 @end
@@ -168,7 +164,7 @@ NSError* makeStreamError(std::int64_t code)
         for (NSUInteger index = 0; index < content->_applications.count; ++index) {
             SCRunningApplication* const application = [content->_applications objectAtIndex:index];
             if (each.processID && application->_listed.processID == *each.processID)
-                window->_application = objc_retain(application);
+                window->_owningApplication = objc_retain(application);
         }
         [content->_windows addObject:window];
         objc_release(window);
@@ -181,18 +177,6 @@ NSError* makeStreamError(std::int64_t code)
     }
     answer(completionHandler, content, (NSError*)nil);
     objc_release(content);
-}
-- (NSArray*)windows
-{
-    return _windows;
-}
-- (NSArray*)displays
-{
-    return _displays;
-}
-- (NSArray*)applications
-{
-    return _applications;
 }
 - (void)dealloc
 {

@@ -1,4 +1,5 @@
-#include "tests/platform/mac/objc/AppKitStandIn.h"
+#include "tests/platform/mac/objc/ServiceManagementStandIn.h"
+
 #include "tests/platform/mac/objc/FoundationStandIn.h"
 
 #import <ServiceManagement/ServiceManagement.h>

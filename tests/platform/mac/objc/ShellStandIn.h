@@ -58,15 +58,3 @@ std::size_t finishAnimations();
 void resetShell();
 
 }  // namespace velmora::standin
-
-#ifdef __OBJC__
-#import <AppKit/AppKit.h>
-namespace velmora::standin {
-std::string colorName(NSColor* color);
-std::optional<double> animationSeconds();
-}  // namespace velmora::standin
-
-@interface NSWindow ()
-- (BOOL)isPanel;
-@end
-#endif

@@ -1,5 +1,6 @@
+#include "tests/platform/mac/objc/UserNotificationsStandIn.h"
+
 #include "base/SerialQueue.h"
-#include "tests/platform/mac/objc/AppKitStandIn.h"
 #include "tests/platform/mac/objc/ExceptionStandIn.h"
 #include "tests/platform/mac/objc/FoundationStandIn.h"
 #include "tests/platform/mac/standins/StandInObject.h"
@@ -64,11 +65,7 @@ NSString* checkedText(NSString* text)
 
 @implementation UNNotificationSettings {
 @public
-    UNAuthorizationStatus _status;
-}
-- (UNAuthorizationStatus)authorizationStatus
-{
-    return _status;
+    UNAuthorizationStatus _authorizationStatus;
 }
 @end
 
@@ -195,10 +192,6 @@ NSString* checkedText(NSString* text)
     made->_content->_notification.identifier = checkedText(identifier).UTF8String;
     return objc_autorelease(made);
 }
-- (UNNotificationContent*)content
-{
-    return _content;
-}
 - (void)dealloc
 {
     objc_release(_content);
@@ -210,10 +203,6 @@ NSString* checkedText(NSString* text)
 @public
     UNNotificationRequest* _request;
 }
-- (UNNotificationRequest*)request
-{
-    return _request;
-}
 - (void)dealloc
 {
     objc_release(_request);
@@ -224,20 +213,12 @@ NSString* checkedText(NSString* text)
 @implementation UNNotificationResponse {
 @public
     UNNotification* _notification;
-    NSString* _action;
-}
-- (UNNotification*)notification
-{
-    return _notification;
-}
-- (NSString*)actionIdentifier
-{
-    return _action;
+    NSString* _actionIdentifier;
 }
 - (void)dealloc
 {
     objc_release(_notification);
-    objc_release(_action);
+    objc_release(_actionIdentifier);
     [super dealloc];
 }
 @end
@@ -276,7 +257,7 @@ id<UNUserNotificationCenterDelegate> centreDelegate = nil;
     const auto block = std::make_shared<Kept>(completionHandler);
     answer([block, status = notifications().status] {
         UNNotificationSettings* const settings = objc_autorelease([UNNotificationSettings new]);
-        settings->_status = status;
+        settings->_authorizationStatus = status;
         ((void (^)(UNNotificationSettings*))block->copy)(settings);
     });
 }
@@ -333,7 +314,7 @@ bool respond(const PostedNotification& notification, NSString* action)
     onAnotherThread([&] {
         UNNotificationResponse* const response = objc_autorelease([UNNotificationResponse new]);
         response->_notification = notificationOf(notification);
-        response->_action = objc_retain(action);
+        response->_actionIdentifier = objc_retain(action);
         UNUserNotificationCenter* const center = objc_autorelease([UNUserNotificationCenter new]);
         [centreDelegate userNotificationCenter:center
                 didReceiveNotificationResponse:response
