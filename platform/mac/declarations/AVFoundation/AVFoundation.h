@@ -2,13 +2,14 @@
 // AVPlayer (https://developer.apple.com/documentation/avfoundation/avplayer/addperiodictimeobserver(forinterval:queue:using:) ,
 // https://developer.apple.com/documentation/avfoundation/avplayer/seek(to:tolerancebefore:toleranceafter:completionhandler:)) and of the video
 // output (https://developer.apple.com/documentation/avfoundation/avplayeritemvideooutput/copypixelbuffer(foritemtime:itemtimefordisplay:)).
-// Unconfirmed: the numbers of the states.
 #pragma once
 
 #import <CoreMedia/CoreMedia.h>
 #import <Foundation/Foundation.h>
 #import <dispatch/dispatch.h>
 
+/// https://developer.apple.com/documentation/avfoundation/avplayeritem/status-swift.enum ; the numbers are in
+/// https://learn.microsoft.com/en-us/dotnet/api/avfoundation.avplayeritemstatus
 typedef NSInteger AVPlayerItemStatus;
 enum : AVPlayerItemStatus { AVPlayerItemStatusUnknown = 0, AVPlayerItemStatusReadyToPlay = 1, AVPlayerItemStatusFailed = 2 };
 
@@ -19,30 +20,40 @@ extern NSNotificationName const AVPlayerItemDidPlayToEndTimeNotification;
 @interface AVPlayerItemVideoOutput : NSObject
 - (instancetype)initWithPixelBufferAttributes:(NSDictionary<NSString*, id>*)attributes;
 - (BOOL)hasNewPixelBufferForItemTime:(CMTime)itemTime;
-/// The caller releases it; NULL where there is none.
+/// https://developer.apple.com/documentation/avfoundation/avplayeritemvideooutput/copypixelbuffer(foritemtime:itemtimefordisplay:) :
+/// the caller releases it; NULL where there is none
 - (CVPixelBufferRef)copyPixelBufferForItemTime:(CMTime)itemTime itemTimeForDisplay:(CMTime*)itemTimeForDisplay;
 @end
 
 @interface AVPlayerItem : NSObject
+/// https://docs.rs/crate/cidre/0.11.10/source/src/av/player/item.rs
 + (instancetype)playerItemWithURL:(NSURL*)url;
+/// https://developer.apple.com/documentation/avfoundation/avplayeritem/status-swift.property
 @property (readonly) AVPlayerItemStatus status;
+/// https://developer.apple.com/documentation/avfoundation/avplayeritem/error : nil unless it has failed
 @property (readonly) NSError* error;
 @property CMTime forwardPlaybackEndTime;
 - (void)addOutput:(AVPlayerItemVideoOutput*)output;
 @end
 
+/// https://developer.apple.com/documentation/avfoundation/avplayer
 @interface AVPlayer : NSObject
 + (instancetype)playerWithPlayerItem:(AVPlayerItem*)item;
+/// https://developer.apple.com/documentation/avfoundation/avplayer/volume
 @property float volume;
+/// https://developer.apple.com/documentation/avfoundation/avplayer/ismuted
+/// https://learn.microsoft.com/en-us/dotnet/api/avfoundation.avplayer.muted
 @property (getter=isMuted) BOOL muted;
 - (void)play;
 - (void)pause;
 - (CMTime)currentTime;
+/// https://developer.apple.com/documentation/avfoundation/avplayer/seek(to:tolerancebefore:toleranceafter:completionhandler:)
 - (void)seekToTime:(CMTime)time
       toleranceBefore:(CMTime)toleranceBefore
        toleranceAfter:(CMTime)toleranceAfter
     completionHandler:(void (^)(BOOL finished))completionHandler;
-/// What it returns has to be given to removeTimeObserver, and is held until then by the caller alone. Without a queue: the main one.
+/// https://developer.apple.com/documentation/avfoundation/avplayer/addperiodictimeobserver(forinterval:queue:using:) :
+/// what it returns has to be given to removeTimeObserver, and is held until then by the caller alone. Without a queue: the main one.
 - (id)addPeriodicTimeObserverForInterval:(CMTime)interval queue:(dispatch_queue_t)queue usingBlock:(void (^)(CMTime time))block;
 - (void)removeTimeObserver:(id)observer;
 @end

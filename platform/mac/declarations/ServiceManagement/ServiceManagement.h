@@ -14,6 +14,7 @@ enum : SMAppServiceStatus {
 
 @interface SMAppService : NSObject
 @property (class, readonly) SMAppService* mainAppService;
+/// https://developer.apple.com/documentation/servicemanagement/smappservice/status-swift.property
 @property (readonly) SMAppServiceStatus status;
 - (BOOL)registerAndReturnError:(NSError* __autoreleasing*)error;
 - (BOOL)unregisterAndReturnError:(NSError* __autoreleasing*)error;

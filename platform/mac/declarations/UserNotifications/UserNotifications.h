@@ -1,14 +1,16 @@
 // What the back end uses of notifications, one page for each class below https://developer.apple.com/documentation/usernotifications/ ;
 // compared with pages: the selectors of the delegate (https://docs.rs/objc2-user-notifications/0.3.0), of the category
 // (https://developer.apple.com/documentation/usernotifications/unnotificationcategory/init(identifier:actions:intentidentifiers:options:)) and
-// of the action (https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationaction.fromidentifier). Unconfirmed: the numbers
-// of all options. Methods that pages call optional are required here, so that a misspelt one is an error.
+// of the action (https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationaction.fromidentifier). Unconfirmed: the
+// numbers of an action's options. Methods that pages call optional are required here, so that a misspelt one is an error.
 #pragma once
 
 #import <Foundation/Foundation.h>
 
 @class UNUserNotificationCenter;
 
+/// https://developer.apple.com/documentation/usernotifications/unauthorizationstatus ; the numbers are in
+/// https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unauthorizationstatus
 typedef NSInteger UNAuthorizationStatus;
 enum : UNAuthorizationStatus {
     UNAuthorizationStatusNotDetermined = 0,
@@ -16,19 +18,30 @@ enum : UNAuthorizationStatus {
     UNAuthorizationStatusAuthorized = 2,
     UNAuthorizationStatusProvisional = 3
 };
+/// https://developer.apple.com/documentation/usernotifications/unauthorizationoptions ; the numbers are in
+/// https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unauthorizationoptions
 typedef NSUInteger UNAuthorizationOptions;
 enum : UNAuthorizationOptions { UNAuthorizationOptionBadge = 1, UNAuthorizationOptionSound = 2, UNAuthorizationOptionAlert = 4 };
+/// https://developer.apple.com/documentation/usernotifications/unnotificationpresentationoptions ; the numbers are in
+/// https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationpresentationoptions
 typedef NSUInteger UNNotificationPresentationOptions;
 enum : UNNotificationPresentationOptions { UNNotificationPresentationOptionSound = 2, UNNotificationPresentationOptionBanner = 16 };
+
 typedef NSUInteger UNNotificationActionOptions;
 enum : UNNotificationActionOptions { UNNotificationActionOptionNone = 0, UNNotificationActionOptionForeground = 4 };
+
+/// https://developer.apple.com/documentation/usernotifications/unnotificationcategoryoptions ; the number is in
+/// https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationcategoryoptions
 typedef NSUInteger UNNotificationCategoryOptions;
 enum : UNNotificationCategoryOptions { UNNotificationCategoryOptionCustomDismissAction = 1 };
+/// https://developer.apple.com/documentation/usernotifications/unnotificationinterruptionlevel ; the numbers are in
+/// https://docs.rs/objc2-user-notifications/0.3.2/src/objc2_user_notifications/generated/UNNotificationContent.rs.html
 typedef NSUInteger UNNotificationInterruptionLevel;
 enum : UNNotificationInterruptionLevel { UNNotificationInterruptionLevelPassive = 0, UNNotificationInterruptionLevelActive = 1 };
 
 extern "C" {
 extern NSString* const UNNotificationDefaultActionIdentifier;
+/// https://developer.apple.com/documentation/usernotifications/unnotificationdismissactionidentifier
 extern NSString* const UNNotificationDismissActionIdentifier;
 }
 
@@ -41,29 +54,39 @@ extern NSString* const UNNotificationDismissActionIdentifier;
 @end
 
 @interface UNNotificationAction : NSObject
+/// https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationaction.fromidentifier
 + (instancetype)actionWithIdentifier:(NSString*)identifier title:(NSString*)title options:(UNNotificationActionOptions)options;
 @end
 
 @interface UNNotificationCategory : NSObject
+/// https://developer.apple.com/documentation/usernotifications/unnotificationcategory/init(identifier:actions:intentidentifiers:options:)
 + (instancetype)categoryWithIdentifier:(NSString*)identifier
                                actions:(NSArray<UNNotificationAction*>*)actions
                      intentIdentifiers:(NSArray<NSString*>*)intentIdentifiers
                                options:(UNNotificationCategoryOptions)options;
 @end
 
+/// https://developer.apple.com/documentation/usernotifications/unnotificationcontent
 @interface UNNotificationContent : NSObject
 @property (readonly, copy) NSString* title;
 @property (readonly, copy) NSString* body;
 @property (readonly, copy) NSString* categoryIdentifier;
+/// https://developer.apple.com/documentation/usernotifications/unnotificationcontent
 @property (readonly, copy) NSDictionary* userInfo;
 @property (readonly, copy) UNNotificationSound* sound;
 @end
 
+/// https://developer.apple.com/documentation/usernotifications/unmutablenotificationcontent
 @interface UNMutableNotificationContent : UNNotificationContent
+/// https://docs.rs/rust-macios/latest/rust_macios/user_notifications/struct.UNMutableNotificationContent.html (setTitle:)
 @property (readwrite, copy) NSString* title;
+/// https://docs.rs/objc2-user-notifications/0.3.2/objc2_user_notifications/struct.UNMutableNotificationContent.html
 @property (readwrite, copy) NSString* body;
+/// https://docs.rs/objc2-user-notifications/0.3.2/objc2_user_notifications/struct.UNMutableNotificationContent.html
 @property (readwrite, copy) NSString* categoryIdentifier;
+/// https://docs.rs/rust-macios/latest/rust_macios/user_notifications/struct.UNMutableNotificationContent.html (setUserInfo:)
 @property (readwrite, copy) NSDictionary* userInfo;
+/// https://docs.rs/objc2-user-notifications/0.3.2/objc2_user_notifications/struct.UNMutableNotificationContent.html
 @property (readwrite, copy) UNNotificationSound* sound;
 @property (readwrite) UNNotificationInterruptionLevel interruptionLevel;
 @end

@@ -14,8 +14,11 @@ extern "C" {
 
 typedef struct OpaqueVTCompressionSession* VTCompressionSessionRef;
 typedef CFTypeRef VTSessionRef;
+/// https://developer.apple.com/documentation/videotoolbox/vtencodeinfoflags ; the numbers are in
+/// https://learn.microsoft.com/en-us/dotnet/api/videotoolbox.vtencodeinfoflags
 typedef uint32_t VTEncodeInfoFlags;
 enum { kVTEncodeInfo_Asynchronous = 1, kVTEncodeInfo_FrameDropped = 2 };
+/// https://docs.rs/video-toolbox/latest/src/video_toolbox/errors.rs.html
 enum {
     kVTPropertyNotSupportedErr = -12900,
     kVTParameterErr = -12902,
