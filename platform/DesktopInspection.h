@@ -14,7 +14,7 @@ namespace velmora::platform {
 /// What was found. Texts come from servers and services, and may hold anything. Each `failure` is empty, or says why its question found
 /// no answer; nothing else beside it counts then.
 struct DesktopFacts {
-    enum class DisplayKind { none, x11, wayland };
+    enum class DisplayKind { none, x11, wayland, mac };
 
     struct Encoder {
         enum class Outcome {

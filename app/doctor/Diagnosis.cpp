@@ -77,6 +77,10 @@ void judgeDisplay(const DesktopFacts::Display& display, Findings& findings)
     constexpr const char* remedy = "Run Velmora inside a desktop session; DISPLAY or WAYLAND_DISPLAY has to name its display.";
     if (display.kind == DesktopFacts::DisplayKind::none)
         return findings.add("display", Severity::fault, "There is no display: neither DISPLAY nor WAYLAND_DISPLAY is set", remedy);
+    if (display.kind == DesktopFacts::DisplayKind::mac)
+        return display.failure.empty() ? findings.add("display", Severity::good, "The screen may be captured")
+                                       : findings.add("display", Severity::fault, "On this Mac " + display.failure,
+                                           "Allow Velmora to record the screen in System Settings, and start it again.");
     const std::string kind = display.kind == DesktopFacts::DisplayKind::x11 ? "X11" : "Wayland";
     if (!display.failure.empty())
         return findings.add("display", Severity::fault, kind + " display " + display.name + ": " + display.failure, remedy);

@@ -86,16 +86,14 @@ private:
 
     void examine()
     {
-        examineForTrial(services_, guarded<std::vector<TrialFinding>>([this](const auto& findings) {
-            bool canRecord = true;
-            for (const auto& each : findings) {
-                surroundings_.print(each.line());
-                canRecord = canRecord && each.severity != TrialFinding::Severity::fault;
-            }
-            surroundings_.print(
-                canRecord ? "Nothing stands in the way of a recording." : "Nothing can be recorded until the faults above are mended.");
-            end(canRecord ? 0 : 1);
-        }));
+        bool canRecord = true;
+        for (const auto& each : trialFindings(surroundings_.inspect())) {
+            surroundings_.print(each.line());
+            canRecord = canRecord && each.severity != TrialFinding::Severity::fault;
+        }
+        surroundings_.print(
+            canRecord ? "Nothing stands in the way of a recording." : "Nothing can be recorded until the faults above are mended.");
+        end(canRecord ? 0 : 1);
     }
 
     void showShell()

@@ -4,6 +4,7 @@
 
 #include "app/native/FloatingPanel.h"
 #include "app/native/StatusBarItem.h"
+#include "platform/DesktopInspection.h"
 #include "platform/PlatformServices.h"
 
 #include <chrono>
@@ -42,6 +43,8 @@ struct Surroundings {
     std::function<void(std::chrono::milliseconds, UniqueFunction<void()>)> later;  ///< on the main thread
     std::function<void(const std::string& line)> print;
     std::function<void(int status)> end;  ///< once; 0 is success
+    /// What the machine has of what a recording needs; asked for by a doctor alone.
+    std::function<platform::DesktopFacts()> inspect = {};
     /// What the system shows of the program; asked for by a shell alone.
     std::function<std::unique_ptr<StatusBarItem>(const BarPicture& mark)> makeStatusBarItem = {};
     std::function<std::unique_ptr<FloatingPanel>()> makePanel = {};

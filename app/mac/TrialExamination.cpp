@@ -1,10 +1,5 @@
 #include "app/mac/TrialExamination.h"
 
-#include "base/Mutex.h"
-#include "capture/VideoHardwareEncoder.h"
-
-#include <cstring>
-#include <system_error>
 #include <utility>
 
 namespace velmora {
@@ -12,129 +7,69 @@ namespace velmora {
 namespace {
 
 using Severity = TrialFinding::Severity;
-using platform::AuthorizationStatus;
-
-// What the encoder is tried with: moving pictures of a common size.
-constexpr std::int32_t width = 1280;
-constexpr std::int32_t height = 720;
-constexpr int pictureCount = 4;
-constexpr std::int64_t bitRate = 8'000'000;
-constexpr std::int32_t timescale = 60;
+using platform::DesktopFacts;
 
 /// What a recording with much motion takes: pictures and sound (bytes a second).
 constexpr std::uint64_t bytesPerSecond = (8'000'000 + 192'000) / 8;
 constexpr std::uint64_t fewMinutes = 10;
 
-PixelBufferRef picture(int number)
+TrialFinding permissionFinding(const DesktopFacts::Display& display)
 {
-    const auto rowBytes = static_cast<std::size_t>(width) * 4;
-    const auto pixels = std::make_shared<std::vector<std::byte>>(rowBytes * static_cast<std::size_t>(height));
-    // Bars that move.
-    for (std::size_t index = 0; index < pixels->size(); ++index)
-        (*pixels)[index] = static_cast<std::byte>((index / 64 + static_cast<std::size_t>(number) * 40) & 0xFF);
-    auto made = std::make_shared<PixelBuffer>();
-    made->width = width;
-    made->height = height;
-    made->bytesPerRow = rowBytes;
-    made->baseAddress = pixels->data();
-    made->owner = pixels;
-    return made;
+    return display.failure.empty() ? TrialFinding{"permission", Severity::good, "The screen may be captured"}
+                                   : TrialFinding{"permission", Severity::fault, "As things are, " + display.failure};
 }
 
-/// What comes out of the encoder, on a thread of its own.
-struct Output {
-    Mutex mutex;
-    int pictures GUARDED_BY(mutex) = 0;
-    bool beginsWithKeyFrame GUARDED_BY(mutex) = false;
-    platform::CompressionStatus failure GUARDED_BY(mutex) = 0;
-};
-
-std::string statusText(const platform::CompressionSessionFactory& sessions, platform::CompressionStatus status)
+TrialFinding encoderFinding(const DesktopFacts::Encoders& encoders)
 {
-    const auto words = sessions.description(status);
-    return (words.empty() ? std::string{"status"} : words) + ' ' + std::to_string(status);
+    if (!encoders.failure.empty() || encoders.tried.empty())
+        return {"encoder", Severity::fault, "The encoder cannot be tried out: " + encoders.failure};
+    const auto& encoder = encoders.tried.front();
+    if (encoder.outcome != DesktopFacts::Encoder::Outcome::works)
+        return {"encoder", Severity::fault, encoder.name + " does not work: " + encoder.reason};
+    return {"encoder", Severity::good, encoder.name + " encoded its trial pictures, the first as a key frame; none was looked at"};
 }
 
-TrialFinding examineEncoder(platform::CompressionSessionFactory& sessions)
+TrialFinding shortcutFinding(DesktopFacts::Shortcut::State state)
 {
-    const auto output = std::make_shared<Output>();
-    const auto session =
-        sessions.makeSession(width, height, FourCharacterCode{"avc1"}, [output](auto status, const SampleBufferRef& sample) {
-            MutexLock lock(output->mutex);
-            if (status != 0 || !sample) {
-                output->failure = status;
-                return;
-            }
-            if (output->pictures++ == 0)
-                output->beginsWithKeyFrame = VideoHardwareEncoder::isKeyFrame(*sample);
-        });
-    if (!session)
-        return {"encoder", Severity::fault, "There is no encoder: " + statusText(sessions, session.error())};
-    using platform::CompressionProperty;
-    (*session)->setProperty(CompressionProperty::realTime, true);
-    (*session)->setProperty(CompressionProperty::profileLevel, platform::ProfileLevel::h264HighAutoLevel);
-    (*session)->setProperty(CompressionProperty::averageBitRate, bitRate);
-    (*session)->setProperty(CompressionProperty::allowFrameReordering, false);
-    (*session)->prepareToEncodeFrames();
-    platform::CompressionStatus refused = 0;
-    for (int number = 0; number < pictureCount && refused == 0; ++number)
-        refused = (*session)->encodeFrame(picture(number), MediaTime{number, timescale}, MediaTime{1, timescale});
-    (*session)->completeFrames();
-    (*session)->invalidate();
-    MutexLock lock(output->mutex);
-    if (refused != 0 || output->pictures < pictureCount)
-        return {"encoder", Severity::fault,
-            std::to_string(output->pictures) + " of " + std::to_string(pictureCount)
-                + " pictures were encoded: " + statusText(sessions, refused != 0 ? refused : output->failure)};
-    if (!output->beginsWithKeyFrame)
-        return {"encoder", Severity::fault, "The first picture is no key frame, so no file could begin with it"};
-    return {"encoder", Severity::good,
-        "All of " + std::to_string(pictureCount) + " pictures were encoded, the first as a key frame; none was looked at"};
+    using State = DesktopFacts::Shortcut::State;
+    switch (state) {
+    case State::free:
+        return {"shortcut", Severity::good, "It is free for the program"};
+    case State::taken:
+        return {"shortcut", Severity::warning, "It belongs to another program"};
+    case State::impossible:
+    case State::unknown:
+        break;
+    }
+    return {"shortcut", Severity::note, "Whether it can be had is not known"};
 }
 
-TrialFinding examinePermission(platform::ScreenCaptureAccess& access)
+TrialFinding notificationsFinding(const DesktopFacts::Notifications& notifications)
 {
-    if (access.preflightScreenCaptureAccess())
-        return {"permission", Severity::good, "The screen may be captured"};
-    const auto explanation = access.explanation();
-    return {"permission", Severity::fault, "The screen may not be captured" + (explanation.empty() ? "" : ": " + explanation)};
+    if (!notifications.failure.empty())
+        return {"notifications", Severity::warning, "The system does not say whether it shows them: " + notifications.failure};
+    if (!notifications.service.empty())
+        return {"notifications", Severity::good, notifications.service + " shows them"};
+    if (notifications.canBeStarted)
+        return {"notifications", Severity::note, "The user has not been asked yet"};
+    return {"notifications", Severity::warning, "The system shows none; the panel alone says that a clip is saved"};
 }
 
-TrialFinding examineDisk(const platform::FileManager& files)
+TrialFinding diskFinding(const DesktopFacts::Disk& disk)
 {
-    const auto movies = files.moviesDirectories();
-    auto folder = (movies.empty() ? files.homeDirectory() / "Movies" : movies.front()) / "Velmora";
-    const auto shown = folder.native();
-    // The nearest folder that is there is where it would be made.
-    while (!files.fileExists(folder) && folder.has_relative_path())
-        folder = folder.parent_path();
-    if (const auto writable = files.checkWritable(folder); !writable)
-        return {"disk", Severity::fault, "No clip can be created in " + shown + ": " + writable.error().localizedDescription};
-    std::error_code error;
-    const auto space = std::filesystem::space(folder, error);
-    if (error)
-        return {"disk", Severity::note, shown + ": how much is free is not known"};
-    const auto minutes = space.available / bytesPerSecond / 60;
+    const auto folder = disk.folder.native();
+    if (!disk.failure.empty())
+        return {"disk", Severity::fault, folder + " cannot be looked at: " + disk.failure};
+    if (!disk.refusal.empty())
+        return {"disk", Severity::fault, "No clip can be created in " + folder + ": " + disk.refusal};
+    if (!disk.freeBytes)
+        return {"disk", Severity::note, folder + ": how much is free is not known"};
+    const auto minutes = *disk.freeBytes / bytesPerSecond / 60;
     return {"disk",
         minutes == 0               ? Severity::fault
             : minutes < fewMinutes ? Severity::warning
                                    : Severity::good,
-        shown + ": room for " + std::to_string(minutes) + (minutes == 1 ? " minute" : " minutes") + " of recording"};
-}
-
-TrialFinding notificationsFinding(AuthorizationStatus status)
-{
-    switch (status) {
-    case AuthorizationStatus::authorized:
-    case AuthorizationStatus::provisional:
-    case AuthorizationStatus::ephemeral:
-        return {"notifications", Severity::good, "The system shows them"};
-    case AuthorizationStatus::notDetermined:
-        return {"notifications", Severity::note, "The user has not been asked yet"};
-    case AuthorizationStatus::denied:
-        break;
-    }
-    return {"notifications", Severity::warning, "The system shows none; the panel alone says that a clip is saved"};
+        folder + ": room for " + std::to_string(minutes) + (minutes == 1 ? " minute" : " minutes") + " of recording"};
 }
 
 }  // namespace
@@ -151,15 +86,10 @@ std::string TrialFinding::line() const
     return text_ + text;
 }
 
-void examineForTrial(const platform::PlatformServices& services, UniqueFunction<void(std::vector<TrialFinding>)> completion)
+std::vector<TrialFinding> trialFindings(const DesktopFacts& facts)
 {
-    std::vector<TrialFinding> findings{examinePermission(*services.screenCaptureAccess), examineEncoder(*services.compressionSessions),
-        examineDisk(*services.fileManager)};
-    services.userNotificationCenter->getAuthorizationStatus(
-        [findings = std::move(findings), completion = std::move(completion)](AuthorizationStatus status) mutable {
-            findings.insert(findings.end() - 1, notificationsFinding(status));
-            completion(std::move(findings));
-        });
+    return {permissionFinding(facts.display), encoderFinding(facts.encoders), shortcutFinding(facts.shortcut.state),
+        notificationsFinding(facts.notifications), diskFinding(facts.disk)};
 }
 
 }  // namespace velmora

@@ -1,7 +1,7 @@
-// What a recording needs, tried out on a Mac without recording anything.
+// What the facts of a Mac mean for a recording, in a line each.
 #pragma once
 
-#include "platform/PlatformServices.h"
+#include "platform/DesktopInspection.h"
 
 #include <string>
 #include <vector>
@@ -11,7 +11,7 @@ namespace velmora {
 struct TrialFinding {
     enum class Severity { good, note, warning, fault };
 
-    std::string topic;  ///< one word: "permission", "encoder", "notifications", "disk"
+    std::string topic;  ///< one word: "permission", "encoder", "shortcut", "notifications", "disk"
     Severity severity = Severity::good;
     std::string text;
 
@@ -21,8 +21,7 @@ struct TrialFinding {
     friend bool operator==(const TrialFinding&, const TrialFinding&) = default;
 };
 
-/// A line for each topic. Asks the user nothing and leaves nothing behind. Waits for the encoder; `completion` is called once, on any thread,
-/// when the system has said whether it shows notifications.
-void examineForTrial(const platform::PlatformServices& services, UniqueFunction<void(std::vector<TrialFinding>)> completion);
+/// A line for each topic, in the order above.
+[[nodiscard]] std::vector<TrialFinding> trialFindings(const platform::DesktopFacts& facts);
 
 }  // namespace velmora

@@ -1,5 +1,6 @@
 // A program for a person with a Mac to try first. Compiled against our own declarations; never run on a Mac.
 #include "app/mac/TrialCommand.h"
+#include "platform/DesktopInspection.h"
 #include "platform/PlatformFactory.h"
 
 #import <AppKit/AppKit.h>
@@ -26,6 +27,19 @@ public:
         CFRunLoopWakeUp(CFRunLoopGetMain());
     }
 };
+
+/// What can be said of this Mac within a time that a person waits.
+velmora::platform::DesktopFacts inspect(const velmora::platform::FileManager& files)
+{
+    const auto movies = files.moviesDirectories();
+    velmora::platform::DesktopInspection::Questions questions;
+    using velmora::platform::HotKeyCenter;
+    constexpr std::uint32_t keyOfC = 8;
+    questions.keyCode = keyOfC;
+    questions.modifiers = HotKeyCenter::optionModifier | HotKeyCenter::commandModifier;
+    questions.clipsFolder = (movies.empty() ? files.homeDirectory() / "Movies" : movies.front()) / "Velmora";
+    return velmora::platform::makeDesktopInspection()->inspect(questions, std::chrono::seconds{15});
+}
 
 }  // namespace
 
@@ -65,6 +79,7 @@ int main(int count, char* arguments[])
                             std::exit(status);
                         });
                     },
+                .inspect = [files = services.fileManager] { return inspect(*files); },
                 .makeStatusBarItem = velmora::makeStatusBarItem,
                 .makePanel = velmora::makeFloatingPanel});
         // A menu needs the application's events, not the loop alone.

@@ -1,6 +1,8 @@
 #include "platform/mac/MacShareableContent.h"
 
 #include "platform/mac/CfHandle.h"
+#include "platform/mac/MacSoundActivity.h"
+#include "platform/mac/MacWindowIcons.h"
 #include "platform/mac/ObjectiveC.h"
 #include "platform/mac/SystemExceptions.h"
 
@@ -92,7 +94,11 @@ ShareableContent contentOf(SCShareableContent* content, ListedObjects& listed)
 
 class MacShareableContent final : public platform::ShareableContentProvider {
 public:
-    explicit MacShareableContent(std::shared_ptr<ShareableObjects> objects) : objects_(std::move(objects)) { }
+    explicit MacShareableContent(std::shared_ptr<ShareableObjects> objects)
+        : objects_(std::move(objects))
+        , icons_(makeWindowIcons(objects_))
+    {
+    }
 
     void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly, Completion completion) override
     {
@@ -119,8 +125,13 @@ public:
         }
     }
 
+    [[nodiscard]] platform::SoundActivity* soundActivity() override { return soundActivity_.get(); }
+    [[nodiscard]] platform::WindowIcons* icons() override { return icons_.get(); }
+
 private:
     const std::shared_ptr<ShareableObjects> objects_;
+    const std::shared_ptr<platform::SoundActivity> soundActivity_ = makeSoundActivity();
+    const std::shared_ptr<platform::WindowIcons> icons_;
 };
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "engine/sharing/ClipTranscoder.h"
 #include "platform/mac/MacAudioEncoder.h"
 #include "platform/mac/MacCompressionSession.h"
+#include "platform/mac/MacDesktopInspection.h"
 #include "platform/mac/MacFileDrags.h"
 #include "platform/mac/MacFileManager.h"
 #include "platform/mac/MacFloatingWindows.h"
@@ -30,6 +31,7 @@
 #include "platform/mac/MacWindowActivation.h"
 #include "platform/mac/MacWorkspace.h"
 #include "platform/mac/ScreenCapture.h"
+#include "platform/mac/SystemVersion.h"
 #include "platform/mac/TrashFolder.h"
 
 #include <csignal>
@@ -55,6 +57,17 @@ void prepareProcess()
 }
 
 void giveBackUnusedMemory() { }
+
+std::unique_ptr<DesktopInspection> makeDesktopInspection()
+{
+    using namespace mac_backend;
+    return mac_backend::makeDesktopInspection({.system = "macOS " + systemVersion(),
+        .screenCaptureAccess = makeScreenCaptureAccess(),
+        .compressionSessions = makeCompressionSessions(engine::KeyFrameRequests{}),
+        .hotKeyCenter = makeHotKeyCenter(),
+        .userNotificationCenter = makeUserNotificationCenters().ordinary,
+        .fileManager = mac_backend::makeFileManager()});
+}
 
 std::shared_ptr<FileManager> makeFileManager()
 {

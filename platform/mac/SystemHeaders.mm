@@ -4,6 +4,7 @@
 #import <AppKit/AppKit.h>
 #include <AudioToolbox/AudioToolbox.h>
 #include <Carbon/Carbon.h>
+#include <CoreAudio/CoreAudio.h>
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreGraphics/CoreGraphics.h>
 #include <IOKit/IOMessage.h>
@@ -37,6 +38,15 @@ static_assert(kEventParamDirectObject == 0x2D2D2D2D && typeEventHotKeyID == 0x68
 static_assert(eventNotHandledErr == -9874 && eventHotKeyExistsErr == -9878);
 static_assert(cmdKey == 0x100 && shiftKey == 0x200 && optionKey == 0x800 && controlKey == 0x1000);
 static_assert(sizeof(EventTypeSpec) == 8 && sizeof(EventHotKeyID) == 8);
+
+// Core Audio's processes.
+static_assert(sizeof(AudioObjectID) == 4 && sizeof(AudioObjectPropertyAddress) == 12 && kAudioObjectSystemObject == 1);
+static_assert(kAudioObjectPropertyScopeGlobal == 0x676C6F62 && kAudioObjectPropertyElementMain == 0);
+static_assert(kAudioHardwarePropertyProcessObjectList == 0x70727323);
+static_assert(kAudioProcessPropertyPID == 0x70706964 && kAudioProcessPropertyIsRunningOutput == 0x7069726F);
+static_assert(isSame<AudioObjectPropertyListenerProc, OSStatus (*)(AudioObjectID, UInt32, const AudioObjectPropertyAddress*, void*)>);
+static_assert(isSame<decltype(&AudioObjectRemovePropertyListener),
+    OSStatus (*)(AudioObjectID, const AudioObjectPropertyAddress*, AudioObjectPropertyListenerProc, void*)>);
 
 // Core Video.
 static_assert(sizeof(CVReturn) == 4 && sizeof(CVPixelBufferLockFlags) == 8);
@@ -113,7 +123,8 @@ static_assert(AVPlayerItemStatusReadyToPlay == 1 && AVPlayerItemStatusFailed == 
 // Core Graphics.
 static_assert(sizeof(CGFloat) == 8 && sizeof(CGRect) == 32 && sizeof(CGWindowID) == 4 && sizeof(CGDirectDisplayID) == 4);
 static_assert(kCGWindowListOptionOnScreenOnly == 1 && kCGNullWindowID == 0);
-static_assert(kCGImageAlphaLast == 3 && kCGImageAlphaNoneSkipFirst == 6 && kCGBitmapByteOrder32Little == 8192);
+static_assert(kCGImageAlphaPremultipliedLast == 1 && kCGImageAlphaLast == 3 && kCGImageAlphaNoneSkipFirst == 6);
+static_assert(kCGBitmapByteOrder32Little == 8192);
 static_assert(isSame<decltype(&CGPreflightScreenCaptureAccess), bool (*)()>);
 
 // ScreenCaptureKit.

@@ -82,6 +82,18 @@ TEST(Diagnosis, ADesktopThatLacksNothingHasNoWarningAndCanRecord)
     EXPECT_FALSE(of(diagnose(soundWaylandDesktop()), "portal").empty());
 }
 
+TEST(Diagnosis, AMacIsAskedWhetherItsScreenMayBeCaptured)
+{
+    auto sound = soundDesktop();
+    sound.display = {DesktopFacts::DisplayKind::mac, {}, {}, {}, {}};
+    EXPECT_EQ(of(diagnose(sound), "display"), (std::vector<Finding>{{"display", Severity::good, "The screen may be captured", {}}}));
+    auto facts = sound;
+    facts.display.failure = "the screen may not be captured";
+    const auto fault = theOnlyFault(facts, sound, "display");
+    EXPECT_EQ(fault.text, "On this Mac the screen may not be captured");
+    EXPECT_THAT(fault.remedy, HasSubstr("System Settings"));
+}
+
 TEST(Diagnosis, EveryEncoderHasALineAndTheFirstThatWorksIsTheOneInUse)
 {
     auto facts = soundDesktop();

@@ -7,7 +7,6 @@
 #include "platform/fake/FakeFileManager.h"
 #include "platform/fake/FakeScreens.h"
 #include "platform/fake/FakeShareableContent.h"
-#include "platform/fake/FakeUserNotificationCenter.h"
 #include "platform/fake/ManualExecutor.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -76,6 +75,7 @@ protected:
                     },
                 .print = [this](const std::string& line) { lines_.push_back(line); },
                 .end = [this](int status) { ends_.push_back(status); },
+                .inspect = [this] { return facts_; },
                 .makeStatusBarItem = [this](const BarPicture&) { return std::make_unique<Item>(*this); },
                 .makePanel = [this] { return std::make_unique<Panel>(panelSteps_); }});
     }
@@ -130,6 +130,7 @@ protected:
     const std::shared_ptr<fake::ManualExecutor> executor_ = std::make_shared<fake::ManualExecutor>();
     const std::shared_ptr<fake::FakeScreenCaptureAccess> access_ = std::make_shared<fake::FakeScreenCaptureAccess>();
     const std::shared_ptr<fake::FakeShareableContent> content_ = std::make_shared<fake::FakeShareableContent>();
+    platform::DesktopFacts facts_;
     platform::PlatformServices services_;
     std::vector<std::chrono::milliseconds> delays_;
     std::vector<UniqueFunction<void()>> later_;
@@ -199,24 +200,19 @@ TEST_F(TrialCommandTest, ARecordingBeginsWhenTheEncoderHasBegunAndIsSavedOnceIts
     EXPECT_EQ(lines_.back(), "Saved " + (folder.path() / "a.mp4").native());
 }
 
-TEST_F(TrialCommandTest, TheDoctorSaysWhatARecordingNeedsAndWhetherItHasThat)
+TEST_F(TrialCommandTest, TheDoctorSaysWhatStandsInTheWay)
 {
-    const auto notifications = std::make_shared<fake::FakeUserNotificationCenter>();
-    services_.userNotificationCenter = notifications;
+    facts_.encoders.tried = {{"VideoToolbox", platform::DesktopFacts::Encoder::Outcome::works, {}, false}};
+    facts_.disk.freeBytes = 100'000'000'000;
     start({.kind = trial::Request::Kind::doctor, .output = {}});
     runMain();
-    EXPECT_THAT(ends_, IsEmpty());
-    notifications->answerSettings();
-    runMain();
-    EXPECT_EQ(lines_.size(), 5U);
+    EXPECT_EQ(lines_.size(), 6U);
     EXPECT_EQ(lines_.back(), "Nothing stands in the way of a recording.");
     EXPECT_THAT(ends_, ElementsAre(0));
 
-    access_->isGranted = false;
+    facts_.display.failure = "the screen may not be captured";
     ends_.clear();
     start({.kind = trial::Request::Kind::doctor, .output = {}});
-    runMain();
-    notifications->answerSettings();
     runMain();
     EXPECT_EQ(lines_.back(), "Nothing can be recorded until the faults above are mended.");
     EXPECT_THAT(ends_, ElementsAre(1));

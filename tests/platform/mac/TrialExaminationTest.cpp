@@ -1,113 +1,105 @@
 #include "app/mac/TrialExamination.h"
 
-#include "platform/fake/FakeCompressionSession.h"
-#include "platform/fake/FakeDesktop.h"
-#include "platform/fake/FakeFileManager.h"
-#include "platform/fake/FakeUserNotificationCenter.h"
-#include "tests/support/TemporaryDirectory.h"
-
 #include <gmock/gmock.h>
 
 namespace velmora::test {
 namespace {
 
-using testing::EndsWith;
+using platform::DesktopFacts;
+using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
-using testing::StartsWith;
 using Severity = TrialFinding::Severity;
 
-class TrialExaminationTest : public testing::Test {
-protected:
-    TrialExaminationTest()
-    {
-        services_.screenCaptureAccess = access_;
-        services_.compressionSessions = sessions_;
-        services_.fileManager = files_;
-        services_.userNotificationCenter = notifications_;
-        files_->movies = {folder_.path()};
-        notifications_->status = platform::AuthorizationStatus::authorized;
+/// Of a Mac that has everything.
+DesktopFacts facts()
+{
+    DesktopFacts all;
+    all.display.kind = DesktopFacts::DisplayKind::mac;
+    all.encoders.tried = {{"VideoToolbox", DesktopFacts::Encoder::Outcome::works, {}, false}};
+    all.shortcut.state = DesktopFacts::Shortcut::State::free;
+    all.notifications.service = "The system";
+    all.disk.folder = "/movies/Velmora";
+    all.disk.freeBytes = 100'000'000'000;
+    return all;
+}
+
+TrialFinding finding(const DesktopFacts& all, const std::string& topic)
+{
+    for (const auto& each : trialFindings(all)) {
+        if (each.topic == topic)
+            return each;
     }
+    ADD_FAILURE() << "nothing is said of " << topic;
+    return {};
+}
 
-    TrialFinding finding(const std::string& topic)
-    {
-        std::vector<TrialFinding> found;
-        examineForTrial(services_, [&found](std::vector<TrialFinding> findings) { found = std::move(findings); });
-        notifications_->answerSettings();
-        EXPECT_THAT(found, SizeIs(4));
-        for (const auto& each : found) {
-            if (each.topic == topic)
-                return each;
-        }
-        ADD_FAILURE() << "nothing is said of " << topic;
-        return {};
+TEST(TrialExamination, OfAMacThatHasEverythingAllIsGood)
+{
+    std::vector<std::string> topics;
+    for (const auto& each : trialFindings(facts())) {
+        topics.push_back(each.topic);
+        EXPECT_EQ(each.severity, Severity::good) << each.text;
     }
+    EXPECT_THAT(topics, ElementsAre("permission", "encoder", "shortcut", "notifications", "disk"));
+}
 
-    const TemporaryDirectory folder_;
-    const std::shared_ptr<fake::FakeScreenCaptureAccess> access_ = std::make_shared<fake::FakeScreenCaptureAccess>();
-    const std::shared_ptr<fake::FakeCompressionSessions> sessions_ = std::make_shared<fake::FakeCompressionSessions>();
-    const std::shared_ptr<fake::FakeFileManager> files_ = std::make_shared<fake::FakeFileManager>();
-    const std::shared_ptr<fake::FakeUserNotificationCenter> notifications_ = std::make_shared<fake::FakeUserNotificationCenter>();
-    platform::PlatformServices services_;
-};
-
-TEST_F(TrialExaminationTest, PermissionIsLookedAtAndNotAskedFor)
+TEST(TrialExamination, WithoutPermissionNothingCanBeRecorded)
 {
-    EXPECT_EQ(finding("permission").severity, Severity::good);
-    access_->isGranted = false;
-    access_->reason = "It has to be started again.";
-    const auto refused = finding("permission");
+    auto all = facts();
+    all.display.failure = "the screen may not be captured: It has to be started again.";
+    const auto refused = finding(all, "permission");
     EXPECT_EQ(refused.severity, Severity::fault);
-    EXPECT_THAT(refused.text, EndsWith(": It has to be started again."));
-    EXPECT_EQ(access_->requestCount, 0);
+    EXPECT_THAT(refused.text, HasSubstr(all.display.failure));
 }
 
-TEST_F(TrialExaminationTest, TheEncoderIsTriedOnMovingPictures)
+TEST(TrialExamination, WithoutAnEncoderNothingCanBeRecorded)
 {
-    EXPECT_EQ(finding("encoder").severity, Severity::good);
-    ASSERT_THAT(sessions_->records, SizeIs(1));
-    const auto& record = *sessions_->records[0];
-    ASSERT_THAT(record.frames, SizeIs(4));
-    EXPECT_EQ(record.width, 1280);
-    EXPECT_EQ(record.height, 720);
-    EXPECT_NE(*record.frames[0].pixelBuffer->baseAddress, *record.frames[1].pixelBuffer->baseAddress);
-    EXPECT_TRUE(record.completed);
-    EXPECT_TRUE(record.invalidated);
+    auto all = facts();
+    all.encoders.tried[0].outcome = DesktopFacts::Encoder::Outcome::fails;
+    all.encoders.tried[0].reason = "status -12908";
+    EXPECT_EQ(finding(all, "encoder").severity, Severity::fault);
+    EXPECT_THAT(finding(all, "encoder").text, HasSubstr("-12908"));
+    all.encoders = {.failure = "no answer within 15 seconds", .library = {}, .onlyEncoder = {}, .tried = {}};
+    EXPECT_EQ(finding(all, "encoder").severity, Severity::fault);
+    EXPECT_THAT(finding(all, "encoder").text, HasSubstr("15 seconds"));
 }
 
-TEST_F(TrialExaminationTest, AnEncoderThatIsSlowIsWaitedFor)
+TEST(TrialExamination, AShortcutThatCannotBeHadKeepsNobodyFromRecording)
 {
-    sessions_->encodesAtOnce = false;
-    EXPECT_EQ(finding("encoder").severity, Severity::good);
+    auto all = facts();
+    all.shortcut.state = DesktopFacts::Shortcut::State::taken;
+    EXPECT_EQ(finding(all, "shortcut").severity, Severity::warning);
+    all.shortcut.state = DesktopFacts::Shortcut::State::unknown;
+    EXPECT_EQ(finding(all, "shortcut").severity, Severity::note);
 }
 
-TEST_F(TrialExaminationTest, WithoutAnEncoderNothingCanBeRecorded)
+TEST(TrialExamination, NotificationsThatAreNotShownKeepNobodyFromRecording)
 {
-    sessions_->createStatus = -12908;
-    const auto missing = finding("encoder");
-    EXPECT_EQ(missing.severity, Severity::fault);
-    EXPECT_THAT(missing.text, HasSubstr("-12908"));
+    auto all = facts();
+    all.notifications = {.failure = {}, .service = {}, .canBeStarted = true};
+    EXPECT_EQ(finding(all, "notifications").severity, Severity::note);
+    all.notifications.canBeStarted = false;
+    EXPECT_EQ(finding(all, "notifications").severity, Severity::warning);
+    all.notifications.failure = "no answer";
+    EXPECT_EQ(finding(all, "notifications").severity, Severity::warning);
 }
 
-TEST_F(TrialExaminationTest, TheDiskIsThatOfTheMoviesAndItsRoomIsInMinutes)
+TEST(TrialExamination, TheDisksRoomIsInMinutes)
 {
-    const auto disk = finding("disk");
-    EXPECT_THAT(disk.text, StartsWith((folder_.path() / "Velmora").native() + ": room for "));
-    EXPECT_FALSE(std::filesystem::exists(folder_.path() / "Velmora"));
-    files_->writeError = Error{"POSIX", 13, "Permission denied", nullptr};
-    const auto refused = finding("disk");
-    EXPECT_EQ(refused.severity, Severity::fault);
-    EXPECT_THAT(refused.text, EndsWith("Permission denied"));
-}
-
-TEST_F(TrialExaminationTest, NotificationsThatAreNotShownKeepNobodyFromRecording)
-{
-    EXPECT_EQ(finding("notifications").severity, Severity::good);
-    notifications_->status = platform::AuthorizationStatus::denied;
-    EXPECT_EQ(finding("notifications").severity, Severity::warning);
-    notifications_->status = platform::AuthorizationStatus::notDetermined;
-    EXPECT_EQ(finding("notifications").severity, Severity::note);
+    auto all = facts();
+    EXPECT_EQ(finding(all, "disk").text, "/movies/Velmora: room for 1627 minutes of recording");
+    all.disk.freeBytes = 1'024'000 * 60;
+    EXPECT_EQ(finding(all, "disk").text, "/movies/Velmora: room for 1 minute of recording");
+    EXPECT_EQ(finding(all, "disk").severity, Severity::warning);
+    all.disk.freeBytes = 1'024'000 * 60 - 1;
+    EXPECT_EQ(finding(all, "disk").severity, Severity::fault);
+    all.disk.freeBytes.reset();
+    EXPECT_EQ(finding(all, "disk").severity, Severity::note);
+    all.disk.refusal = "Permission denied";
+    EXPECT_EQ(finding(all, "disk").severity, Severity::fault);
+    EXPECT_THAT(finding(all, "disk").text, HasSubstr("Permission denied"));
+    all.disk.failure = "no answer";
+    EXPECT_EQ(finding(all, "disk").severity, Severity::fault);
 }
 
 TEST(TrialFinding, IsALineInColumns)

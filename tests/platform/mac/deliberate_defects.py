@@ -49,6 +49,8 @@ IMAGES = "platform/mac/Images.mm"
 BAR = "app/native/mac/MacStatusBarItem.mm"
 PANEL = "app/native/mac/MacFloatingPanel.mm"
 WORDS = "app/native/MenuText.cpp"
+ACTIVITY = "platform/mac/MacSoundActivity.cpp"
+ICONS = "platform/mac/MacWindowIcons.mm"
 RUNTIME = "tests/platform/mac/objc/Exceptions.cpp"
 
 # What it is, the file, what is there, what is put in its place.
@@ -268,6 +270,20 @@ DEFECTS = [
     ("a title breaks its row", WORDS, 'isControl ? " " : ', 'isControl ? "\\n" : '),
     ("a title of other bytes is shown as they are", WORDS, 'length == 0 ? "\\uFFFD" : ', 'length == 0 ? text.substr(0, 1) : '),
     ("looking for access asks the user", ACCESS, "note(CGPreflightScreenCaptureAccess())", "note(CGRequestScreenCaptureAccess())"),
+    ("a silent process plays", ACTIVITY, "valueOf<UInt32>(object, isRunningOutput) != 0", "valueOf<UInt32>(object, isRunningOutput) == 0"),
+    ("our own process plays", ACTIVITY, " && process != ::getpid()", ""),
+    ("a process without a number plays", ACTIVITY, "process > 0 && ", ""),
+    ("listeners are left after the end", ACTIVITY, "{ self->removeListeners(); }", "{ }"),
+    ("what plays is told without a change", ACTIVITY, " || told_ == lineages", ""),
+    ("a process is listened to twice", ACTIVITY, "                listenedTo_.insert(object);\n", "                static_cast<void>(object);\n"),
+    ("new processes are not heard of", ACTIVITY, "AudioObjectAddPropertyListener(kAudioObjectSystemObject, &processList, hasChanged, self->name()) == noErr;", "false;"),
+    ("processes that cannot be listed play nothing", ACTIVITY, "if (self->hasEnded() || !AudioObjectHasProperty(kAudioObjectSystemObject, &processList))", "static_cast<void>(AudioObjectHasProperty(kAudioObjectSystemObject, &processList)); if (self->hasEnded())"),
+    ("a list of processes that cannot be read is empty", ACTIVITY, "        if (!objects)\n            return;\n        std::erase_if", "        if (!objects)\n            return tell({});\n        std::erase_if"),
+    ("one icon for all applications", ICONS, "icons.try_emplace(application.processID)", "icons.try_emplace(501)"),
+    ("icons go on though nobody wants more", ICONS, "if (known->second && !found(windowID, *known->second))\n                return;", "if (known->second)\n                static_cast<void>(found(windowID, *known->second));"),
+    ("an exception over one icon ends the program", ICONS, "    const auto thrown =\n        thrownBy([&] { icon = pictureOf([NSRunningApplication runningApplicationWithProcessIdentifier:process].icon, side); });\n    return thrown ? std::nullopt : icon;", "    icon = pictureOf([NSRunningApplication runningApplicationWithProcessIdentifier:process].icon, side);\n    return icon;"),
+    ("an icon's colours stay multiplied by their alpha", IMAGES, "    divideByAlpha(icon.rgba);\n", ""),
+    ("an icon is drawn into a part of its place", IMAGES, "CGContextDrawImage(context.get(), whole, drawn);", "CGContextDrawImage(context.get(), proposed, drawn);"),
 ]
 # The same, and why no test here can notice.
 UNNOTICED = [

@@ -2,12 +2,14 @@
 // selectors of NSWorkspace (https://developer.apple.com/documentation/appkit/nsworkspace/activatefileviewerselecting(_:) ,
 // https://docs.rs/objc2-app-kit/latest/objc2_app_kit/struct.NSWorkspace.html), of NSSharingService
 // (https://developer.apple.com/documentation/appkit/nssharingservice/perform(withitems:) ,
-// https://developer.apple.com/documentation/appkit/nssharingservice/init(named:)). Unconfirmed: all numbers, and that the selectors of
-// NSOpenPanel, NSScreen, NSWindow, NSPasteboard and of dragging are as their pages' names in Swift suggest.
+// https://developer.apple.com/documentation/appkit/nssharingservice/init(named:)). Unconfirmed: the numbers without a page of their own,
+// and
+// that the selectors of NSOpenPanel, NSWindow and of dragging that have none are as their pages' names in Swift suggest.
 #pragma once
 
 #import <CoreGraphics/CoreGraphics.h>
 #import <Foundation/Foundation.h>
+#include <sys/types.h>
 
 typedef CGRect NSRect;
 typedef CGSize NSSize;
@@ -15,12 +17,16 @@ typedef NSInteger NSModalResponse;
 enum : NSModalResponse { NSModalResponseCancel = 0, NSModalResponseOK = 1 };
 typedef NSInteger NSWindowLevel;
 enum : NSWindowLevel { NSFloatingWindowLevel = 3 };
+
+/// https://developer.apple.com/documentation/appkit/nswindow/collectionbehavior-swift.struct ; the numbers are in
+/// https://docs.rs/rust-macios/latest/rust_macios/appkit/enum.NSWindowCollectionBehavior.html
 typedef NSUInteger NSWindowCollectionBehavior;
 enum : NSWindowCollectionBehavior {
     NSWindowCollectionBehaviorCanJoinAllSpaces = 1 << 0,
     NSWindowCollectionBehaviorMoveToActiveSpace = 1 << 1,
     NSWindowCollectionBehaviorFullScreenAuxiliary = 1 << 8
 };
+
 typedef NSUInteger NSDragOperation;
 enum : NSDragOperation { NSDragOperationCopy = 1 };
 typedef NSInteger NSDraggingContext;
@@ -29,10 +35,13 @@ typedef NSString* NSPasteboardType;
 
 extern "C" {
 extern NSNotificationName const NSApplicationDidChangeScreenParametersNotification;
+/// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/static.NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification.html
 extern NSNotificationName const NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification;
+
 extern NSSharingServiceName const NSSharingServiceNameComposeEmail;
 extern NSSharingServiceName const NSSharingServiceNameComposeMessage;
 extern NSSharingServiceName const NSSharingServiceNameSendViaAirDrop;
+/// https://docs.rs/objc2-app-kit/0.2.2/objc2_app_kit/static.NSPasteboardTypeString.html
 extern NSPasteboardType const NSPasteboardTypeString;
 /// https://developer.apple.com/documentation/foundation/nsattributedstring/key/font
 extern NSAttributedStringKey const NSFontAttributeName;
@@ -66,7 +75,10 @@ extern NSAttributedStringKey const NSForegroundColorAttributeName;
 + (NSFont*)boldSystemFontOfSize:(CGFloat)fontSize;
 @end
 
+@class NSGraphicsContext;
+
 @interface NSImage : NSObject
+/// https://developer.apple.com/documentation/appkit/nsimage/init(cgimage:size:)-15zeh
 - (instancetype)initWithCGImage:(CGImageRef)image size:(NSSize)size;
 /// https://developer.apple.com/documentation/appkit/nsimage/init(size:)
 - (instancetype)initWithSize:(NSSize)size;
@@ -77,13 +89,34 @@ extern NSAttributedStringKey const NSForegroundColorAttributeName;
 - (void)setTemplate:(BOOL)isTemplate;
 /// https://developer.apple.com/documentation/appkit/nsimage/accessibilitydescription
 @property (copy) NSString* accessibilityDescription;
+/// https://developer.apple.com/documentation/appkit/nsimage/cgimage(forproposedrect:context:hints:) : the rectangle may be changed. That the
+/// image is not the caller's to release is unconfirmed, and as its name has it.
+- (CGImageRef)CGImageForProposedRect:(NSRect*)proposedDestRect
+                             context:(NSGraphicsContext*)referenceContext
+                               hints:(NSDictionary<NSString*, id>*)hints;
 @end
 
+/// https://developer.apple.com/documentation/appkit/nsrunningapplication : may be used on any thread
+@interface NSRunningApplication : NSObject
+/// https://developer.apple.com/documentation/appkit/nsrunningapplication/init(processidentifier:) : nil where there is no such application
++ (NSRunningApplication*)runningApplicationWithProcessIdentifier:(pid_t)pid;
+/// https://developer.apple.com/documentation/appkit/nsrunningapplication/icon : may be nil
+@property (readonly, strong) NSImage* icon;
+@end
+
+/// https://developer.apple.com/documentation/appkit/nsscreen ; its selectors are in
+/// https://docs.rs/objc2-app-kit/latest/i686-unknown-linux-gnu/struct.NSScreen.html
 @interface NSScreen : NSObject
+/// https://docs.rs/objc2-app-kit/latest/i686-unknown-linux-gnu/struct.NSScreen.html : may be nil
 @property (class, readonly) NSScreen* mainScreen;
+/// https://docs.rs/objc2-app-kit/latest/i686-unknown-linux-gnu/struct.NSScreen.html
 @property (class, readonly, copy) NSArray<NSScreen*>* screens;
+/// https://developer.apple.com/documentation/appkit/nsscreen/backingscalefactor
 @property (readonly) CGFloat backingScaleFactor;
+/// https://developer.apple.com/documentation/appkit/nsscreen/frame
 @property (readonly) NSRect frame;
+/// https://developer.apple.com/documentation/appkit/nsscreen/frame names it;
+/// https://docs.rs/objc2-app-kit/latest/i686-unknown-linux-gnu/struct.NSScreen.html
 @property (readonly) NSRect visibleFrame;
 @end
 
@@ -151,11 +184,15 @@ enum : NSBackingStoreType { NSBackingStoreBuffered = 2 };
 - (void)orderOut:(id)sender;
 /// https://developer.apple.com/documentation/appkit/nsanimatablepropertycontainer/animator() : what is set on it changes over time
 - (instancetype)animator;
+/// https://developer.apple.com/documentation/appkit/nswindow/makekeyandorderfront(_:) names it
 @property NSWindowLevel level;
+/// https://developer.apple.com/library/archive/documentation/Cocoa/Conceptual/WinPanel/Articles/SettingWindowCollectionBehavior.html
 @property NSWindowCollectionBehavior collectionBehavior;
 @property BOOL ignoresMouseEvents;
 @property NSView* contentView;
+/// https://developer.apple.com/documentation/appkit/nswindow/makekeyandorderfront(_:)
 - (void)makeKeyAndOrderFront:(id)sender;
+/// https://developer.apple.com/documentation/appkit/nswindow/orderfrontregardless()
 - (void)orderFrontRegardless;
 @end
 
@@ -185,28 +222,39 @@ enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 
 - (void)activate;
 @end
 
+/// https://developer.apple.com/documentation/appkit/nsworkspace
 @interface NSWorkspace : NSObject
+/// https://developer.apple.com/documentation/appkit/nsworkspace
 @property (class, readonly) NSWorkspace* sharedWorkspace;
+/// https://developer.apple.com/documentation/appkit/nsworkspace/notificationcenter
 @property (readonly) NSNotificationCenter* notificationCenter;
+/// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/struct.NSWorkspace.html
 @property (readonly) BOOL accessibilityDisplayShouldReduceMotion;
+/// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/struct.NSWorkspace.html
 @property (readonly) BOOL accessibilityDisplayShouldIncreaseContrast;
 - (BOOL)openURL:(NSURL*)url;
+/// https://developer.apple.com/documentation/appkit/nsworkspace/activatefileviewerselecting(_:)
 - (void)activateFileViewerSelectingURLs:(NSArray<NSURL*>*)fileURLs;
 - (NSImage*)iconForFile:(NSString*)fullPath;
 @end
 
+/// https://docs.rs/objc2-app-kit/0.2.2/objc2_app_kit/struct.NSPasteboard.html
 @interface NSPasteboard : NSObject
+/// https://docs.rs/objc2-app-kit/0.2.2/objc2_app_kit/struct.NSPasteboard.html
 @property (class, readonly) NSPasteboard* generalPasteboard;
+/// https://docs.rs/objc2-app-kit/0.2.2/objc2_app_kit/struct.NSPasteboard.html
 - (NSInteger)clearContents;
+/// https://docs.rs/objc2-app-kit/0.3.0/src/nspasteboard/nspasteboard.rs.html
 - (BOOL)writeObjects:(NSArray<id<NSPasteboardWriting>>*)objects;
 - (BOOL)setString:(NSString*)string forType:(NSPasteboardType)dataType;
 @end
 
 @interface NSSharingService : NSObject
-/// nil where the system has no such service.
+/// https://developer.apple.com/documentation/appkit/nssharingservice/init(named:) : nil where the system has no such service
 + (NSSharingService*)sharingServiceNamed:(NSSharingServiceName)serviceName;
 @property (copy) NSString* menuItemTitle;
 - (BOOL)canPerformWithItems:(NSArray*)items;
+/// https://developer.apple.com/documentation/appkit/nssharingservice/perform(withitems:)
 - (void)performWithItems:(NSArray*)items;
 @end
 
@@ -216,8 +264,11 @@ enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 
 @property (copy) NSString* prompt;
 @property (copy) NSURL* directoryURL;
 @property BOOL canChooseFiles;
+/// https://developer.apple.com/documentation/appkit/nsopenpanel/canchoosedirectories
 @property BOOL canChooseDirectories;
+/// https://developer.apple.com/documentation/appkit/nssavepanel/cancreatedirectories , which it has from NSSavePanel
 @property BOOL canCreateDirectories;
+/// https://developer.apple.com/documentation/appkit/nsopenpanel/allowsmultipleselection
 @property BOOL allowsMultipleSelection;
 @property (readonly, copy) NSURL* URL;
 - (void)beginWithCompletionHandler:(void (^)(NSModalResponse result))handler;

@@ -47,12 +47,22 @@ enum { kCGRenderingIntentDefault = 0 };
 // https://developer.apple.com/documentation/coregraphics/cgimagealphainfo/last : alpha is the last part of a pixel, and the others do not
 // contain it
 enum { kCGImageAlphaLast = 3 };
-enum { kCGImageAlphaNoneSkipFirst = 6, kCGBitmapByteOrder32Little = 2 << 12 };
+// https://learn.microsoft.com/en-us/dotnet/api/coregraphics.cgimagealphainfo (the numbers of all three)
+enum { kCGImageAlphaPremultipliedLast = 1, kCGImageAlphaNoneSkipFirst = 6 };
+
+enum { kCGBitmapByteOrder32Little = 2 << 12 };
 typedef void (*CGDataProviderReleaseDataCallback)(void*, const void*, size_t);
 CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void);
 CGDataProviderRef CGDataProviderCreateWithData(void*, const void*, size_t, CGDataProviderReleaseDataCallback);
 CGImageRef CGImageCreate(
     size_t, size_t, size_t, size_t, size_t, CGColorSpaceRef, CGBitmapInfo, CGDataProviderRef, const CGFloat*, bool, CGColorRenderingIntent);
+
+// https://docs.rs/core-graphics2/latest/core_graphics2/bitmap_context/fn.CGBitmapContextCreate.html : the memory, its width, its height,
+// bits of a component, bytes of a row. That the rows lie from the top is unconfirmed.
+typedef struct CGContext* CGContextRef;
+CGContextRef CGBitmapContextCreate(void*, size_t, size_t, size_t, size_t, CGColorSpaceRef, uint32_t);
+// https://developer.apple.com/documentation/coregraphics/cgcontextdrawimage : scaled to fit
+void CGContextDrawImage(CGContextRef, CGRect, CGImageRef);
 
 // https://developer.apple.com/documentation/coregraphics/cgpreflightscreencaptureaccess()
 bool CGPreflightScreenCaptureAccess(void);

@@ -125,7 +125,9 @@ NSString* NSHomeDirectory(void);
 @end
 
 typedef NSUInteger NSSearchPathDirectory;
+/// https://pub.dev/documentation/uikit_bindings/latest/uikit_bindings.g/NSSearchPathDirectory.html (NSTrashDirectory is not)
 enum : NSSearchPathDirectory { NSMoviesDirectory = 17, NSApplicationSupportDirectory = 14, NSTrashDirectory = 102 };
+
 typedef NSUInteger NSSearchPathDomainMask;
 enum : NSSearchPathDomainMask { NSUserDomainMask = 1 };
 
@@ -168,6 +170,14 @@ typedef NSUInteger NSKeyValueObservingOptions;
 - (void)observeValueForKeyPath:(NSString*)keyPath ofObject:(id)object change:(NSDictionary<NSString*, id>*)change context:(void*)context;
 - (void)addObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath options:(NSKeyValueObservingOptions)options context:(void*)context;
 - (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath context:(void*)context;
+@end
+
+/// https://developer.apple.com/documentation/foundation/processinfo/operatingsystemversionstring
+@interface NSProcessInfo : NSObject
+/// https://www.oreilly.com/library/view/cocoa-in-a/0596004621/re315.html (as a method, which is called in the same way)
+@property (class, readonly, strong) NSProcessInfo* processInfo;
+/// https://developer.apple.com/documentation/foundation/processinfo/operatingsystemversionstring
+@property (readonly, copy) NSString* operatingSystemVersionString;
 @end
 
 #endif

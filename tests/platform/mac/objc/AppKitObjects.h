@@ -1,11 +1,13 @@
-// What the stand-ins for AppKit's classes share among themselves. Objects that are made have one reference, which is the caller's. Without ARC
-// only.
+// What the stand-ins for AppKit's classes share among themselves. Objects that are made have one reference, which is the caller's. Without
+// ARC only.
 #pragma once
 
 #include "tests/platform/mac/objc/AppKitStandIn.h"
 #include "tests/platform/mac/objc/ShellStandIn.h"
 
 #import <AppKit/AppKit.h>
+#include <array>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -22,6 +24,8 @@ NSWindow* windowOf(std::uint64_t view);
 void resetAnimations();
 
 ShownPicture pictureOf(NSImage* image);
+/// Of one colour: red, green, blue and alpha, not premultiplied.
+NSImage* makeImage(const std::array<std::uint8_t, 4>& pixel);
 std::string colorName(NSColor* color);
 /// "13 bold, label", after the text.
 std::string lookOf(NSAttributedString* text);

@@ -2,7 +2,9 @@
 // leave open they do in every way that these allow. Main thread only, except where stated. Without ARC only.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -108,6 +110,14 @@ std::vector<FolderDialog> folderDialogs();
 /// Of the oldest dialog; as a file or as a URL of another kind.
 void chooseInDialog(const std::string& url, bool isFile = true);
 void cancelDialog();
+
+/// An application that is running, for those who ask by its process. Set before anybody asks; read on any thread.
+struct RunningProgram {
+    std::optional<std::array<std::uint8_t, 4>> icon;  ///< of one colour: red, green, blue and alpha, not premultiplied
+    bool isIconEmpty = false;  ///< an image that nothing can be drawn of
+    bool throws = false;  ///< when it is asked for its icon
+};
+std::map<std::int32_t, RunningProgram>& runningPrograms();
 
 void changeScreens();
 void changeAccessibilityOptions();

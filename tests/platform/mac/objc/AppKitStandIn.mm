@@ -158,6 +158,7 @@ void resetAppKit()
         refuse("a dialog was left open");
     freeViews();
     appKit() = {};
+    runningPrograms().clear();
     loginItems() = {};
     foundation() = {};
     throwFromNothing();

@@ -26,6 +26,7 @@ struct Foundation {
     std::string home = "/users/someone";
     std::map<NSUInteger, std::string> folders;  ///< by NSSearchPathDirectory; others are not there
     std::map<std::string, double> creationDates;  ///< by path, in seconds since 1970; others have none
+    std::string systemVersion = "Version 14.4.1 (Build 23E224)";
     std::optional<std::string> bundleIdentifier = "com.velmora.tests";
 };
 Foundation& foundation();

@@ -31,6 +31,17 @@ std::vector<KeyObserver>& keyObservers()
 
 }  // namespace
 
+@implementation NSProcessInfo
++ (NSProcessInfo*)processInfo
+{
+    return objc_autorelease([NSProcessInfo new]);
+}
+- (NSString*)operatingSystemVersionString
+{
+    return objc_autorelease(velmora::standin::makeText(velmora::standin::foundation().systemVersion));
+}
+@end
+
 @implementation NSObject
 + (instancetype)alloc
 {

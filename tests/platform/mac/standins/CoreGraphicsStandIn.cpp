@@ -92,6 +92,34 @@ CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerChannel, siz
     return referenceTo<CGImageRef>(made);
 }
 
+CGContextRef CGBitmapContextCreate(
+    void* memory, size_t width, size_t height, size_t bitsPerChannel, size_t bytesPerRow, CGColorSpaceRef colours, uint32_t format)
+{
+    as<Picture>(colours);
+    // Of the formats that it takes, the one that has an alpha at the end.
+    if (!memory || bitsPerChannel != 8 || bytesPerRow < width * 4 || format != kCGImageAlphaPremultipliedLast)
+        return nullptr;
+    auto& made = make<Picture>();
+    made.value = memory;
+    made.size = bytesPerRow * height;
+    made.facts.width = width;
+    made.facts.height = height;
+    return referenceTo<CGContextRef>(made);
+}
+
+void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image)
+{
+    auto& target = as<Picture>(context);
+    const auto& drawn = as<Picture>(image).facts;
+    if (rect.origin.x != 0 || rect.origin.y != 0 || rect.size.width != static_cast<CGFloat>(target.facts.width)
+        || rect.size.height != static_cast<CGFloat>(target.facts.height))
+        refuse("an image was drawn into a part of a bitmap");
+    auto* const bytes = static_cast<std::uint8_t*>(target.value);
+    const unsigned alpha = drawn.hasAlphaLast ? drawn.firstPixel[3] : 255;
+    for (std::size_t index = 0; index < target.size; ++index)
+        bytes[index] = static_cast<std::uint8_t>(index % 4 == 3 ? alpha : (drawn.firstPixel[index % 4] * alpha + 127) / 255);
+}
+
 bool CGPreflightScreenCaptureAccess()
 {
     return screenAccess().isAllowed;
