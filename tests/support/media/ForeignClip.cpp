@@ -93,6 +93,8 @@ void writeForeignClip(const std::filesystem::path& path, const ForeignClip& clip
     const std::unique_ptr<AVPacket, Release<AVPacket, av_packet_free>> packet{av_packet_alloc()};
     const auto write = [&] {
         while (avcodec_receive_packet(context.get(), packet.get()) == 0) {
+            // Not every version of an encoder says it, and the last picture of a file has its duration from nowhere else.
+            packet->duration = 1;
             av_packet_rescale_ts(packet.get(), context->time_base, stream->time_base);
             packet->stream_index = stream->index;
             require(av_interleaved_write_frame(file.get(), packet.get()) == 0, "a packet is not written");
