@@ -98,7 +98,14 @@ public:
     [[nodiscard]] bool desktopHasShortcuts() const override { return false; }
     void awaitChooser() override
     {
-        if (!AssistiveTechnology::find("frame", "Screen Share", "xdg-desktop-portal-gnome"))
+        const auto isThere = [] {
+            const auto controls = AssistiveTechnology::controls("xdg-desktop-portal-gnome");
+            // The latter is GNOME 48's.
+            return std::any_of(controls.begin(), controls.end(), [](const Control& control) {
+                return control.role == "frame" && (control.name == "Screen Share" || control.name == "Share Screen");
+            });
+        };
+        if (!waitUntil(isThere))
             throw std::runtime_error("the desktop shows no dialog");
     }
 
