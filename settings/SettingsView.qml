@@ -317,6 +317,9 @@ Rectangle {
     }
 
     Shortcut {
+        // Newer versions of Qt ask here too while a dialog of this window has the keys, and of two that want Escape neither has it. The window
+        // counts as active then, but nothing in it has the focus.
+        enabled: root.Window.activeFocusItem !== null
         sequence: "Escape"
         onActivated: root.model.close()
     }
