@@ -10,6 +10,7 @@
 #include <QDBusPendingReply>
 #include <QList>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QStringList>
 #include <QTimer>
 
@@ -55,6 +56,7 @@ constexpr int patience = 10'000;  // milliseconds, for answers that no user has 
 // Some desktops keep what was bound under this name, so it never changes. Nor does the session's, for the same reason.
 constexpr const char* shortcutName = "toggle-recording";
 constexpr const char* sessionToken = "velmora_shortcuts";
+constexpr const char* boundShortcuts = "shortcuts";
 
 /// The names that keys have in triggers (XDG shortcuts: those of xkbcommon), by their place on the ANSI layout.
 constexpr std::pair<std::uint32_t, const char*> keyNames[] = {{0, "a"}, {1, "s"}, {2, "d"}, {3, "f"}, {4, "h"}, {5, "g"}, {6, "z"},
@@ -86,6 +88,20 @@ QString triggerOf(const Wish& wish)
     if ((wish.modifiers & HotKeyCenter::commandModifier) != 0)
         parts << QStringLiteral("LOGO");
     parts << QLatin1String{key->second};
+    return parts.join(u'+');
+}
+
+/// The keys that a desktop's description names, as people write them: GNOME 48 says "Press <Alt><Super>c", others "Alt+Super+C".
+QString keysIn(const QString& description)
+{
+    static const QRegularExpression accelerator{QStringLiteral("((?:<\\w+>)+)(\\w+)")};
+    const auto match = accelerator.match(description);
+    if (!match.hasMatch())
+        return description;
+    auto parts = match.captured(1).mid(1).chopped(1).split(QStringLiteral("><"));
+    parts.replaceInStrings(QRegularExpression{QStringLiteral("^(Control|Primary)$")}, QStringLiteral("Ctrl"));
+    const auto key = match.captured(2);
+    parts << key.left(1).toUpper() + key.mid(1);
     return parts.join(u'+');
 }
 
@@ -254,7 +270,7 @@ private:
             portal_->bus().connect(
                 QLatin1String{portal::service}, handle_, QLatin1String{portal::session}, QStringLiteral("Closed"), this, SLOT(wasClosed()));
             const QVariantList arguments{QVariant::fromValue(QDBusObjectPath{handle_}), QVariant::fromValue(wanted()), QString{}};
-            request("BindShortcuts", arguments, {}, [this](const QVariantMap& bound) { learn(bound.value(QStringLiteral("shortcuts"))); });
+            request("BindShortcuts", arguments, {}, [this](const QVariantMap& bound) { learn(bound.value(QLatin1String{boundShortcuts})); });
         });
     }
 
@@ -274,6 +290,9 @@ private:
             [this, conversation = conversation_.get(), next = std::move(next)](Result<PortalResponse> response) mutable {
                 if (conversation != conversation_.get())
                     return;
+                // GNOME 48's desktop calls it an end of another kind when it has bound the keys, and says which.
+                if (response && response->code > PortalResponse::cancelled && response->results.contains(QLatin1String{boundShortcuts}))
+                    return next(response->results);
                 const auto answer = answerOf(std::move(response));
                 if (!answer)
                     decide(hot_key_status::portalRefused, answer.error().localizedDescription + " " + advice_);
@@ -290,7 +309,7 @@ private:
         const auto bound = qdbus_cast<QList<PortalShortcut>>(shortcuts);
         const auto ours =
             std::find_if(bound.begin(), bound.end(), [](const auto& shortcut) { return shortcut.id == QLatin1String{shortcutName}; });
-        keys_ = ours == bound.end() ? QString{} : ours->properties.value(QStringLiteral("trigger_description")).toString();
+        keys_ = ours == bound.end() ? QString{} : keysIn(ours->properties.value(QStringLiteral("trigger_description")).toString());
         if (keys_.isEmpty())
             decide(hot_key_status::unbound, "The desktop has bound no keys to the shortcut. " + advice_);
         else

@@ -93,8 +93,8 @@ TEST_F(MacSoundActivityTest, WhereProcessesAreNotListedNothingIsTold)
     standin::coreAudio().listsProcesses = false;
     standin::addAudioProcess(501, true);
     observe();
-    // When the second one is asked for, all has been done for the first.
-    const auto second = activity_->observe(told_.take());
+    // When another one is asked for, all has been done for the first.
+    const auto another = activity_->observe(told_.take());
     EXPECT_TRUE(standin::awaitProcessListQuestions(2));
     EXPECT_EQ(told_.count(), 0);
 }

@@ -124,6 +124,33 @@ TEST_F(PortalHotKeyCenterTest, AUserWhoRefusesIsAskedAgainOnlyWhenItIsRegistered
     EXPECT_EQ(shortcuts.questions, 2);
 }
 
+TEST_F(PortalHotKeyCenterTest, KeysThatAreBoundAreThereWhateverElseTheDesktopSaysOfTheQuestion)
+{
+    startPortal();
+    shortcuts.answer = 2;
+    shortcuts.keys = QStringLiteral("Press <Alt><Super>c");
+    EXPECT_EQ(ask(), 0);
+    EXPECT_EQ(center->boundKeys(reference), "Alt+Super+C");
+    shortcuts.press();
+    EXPECT_TRUE(PrivateBus::runUntil([&] { return presses == 1; }));
+    EXPECT_EQ(center->explanation(), "");
+}
+
+TEST_F(PortalHotKeyCenterTest, KeysAreNamedAsPeopleWriteThem)
+{
+    startPortal();
+    ASSERT_EQ(ask(), 0);
+    const std::pair<const char*, const char*> descriptions[] = {{"<Control><Shift>F9 drücken", "Ctrl+Shift+F9"},
+        {"Press <Super>Print", "Super+Print"}, {"Meta+Alt+C", "Meta+Alt+C"}, {"Press c", "Press c"}, {"a < b > c", "a < b > c"}};
+    int before = decisions;
+    for (const auto& [description, keys] : descriptions) {
+        shortcuts.change(QString::fromUtf8(description));
+        EXPECT_TRUE(PrivateBus::runUntil([&] { return decisions == before + 1; }));
+        before = decisions;
+        EXPECT_EQ(center->boundKeys(reference), keys);
+    }
+}
+
 TEST_F(PortalHotKeyCenterTest, AShortcutWithoutKeysIsRegisteredWhenTheUserBindsSome)
 {
     startPortal();

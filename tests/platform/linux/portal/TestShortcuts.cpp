@@ -80,7 +80,7 @@ public slots:
         if (!shortcuts_.isAllowed)
             return 1;
         results = shortcuts_.bound();
-        return 0;
+        return shortcuts_.answer;
     }
 
 private:

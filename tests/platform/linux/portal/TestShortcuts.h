@@ -34,6 +34,7 @@ public:
     /// The user's answer to the next question: the keys' name; empty: no keys.
     QString keys = QStringLiteral("Alt+Super+K");
     bool isAllowed = true;
+    uint answer = 0;  ///< to the question of a user who allows it
     bool takesItsTimeToLetGo = false;  ///< of sessions that are made from now on
 
     /// The user presses the keys.
