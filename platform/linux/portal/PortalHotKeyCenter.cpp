@@ -270,7 +270,8 @@ private:
             portal_->bus().connect(
                 QLatin1String{portal::service}, handle_, QLatin1String{portal::session}, QStringLiteral("Closed"), this, SLOT(wasClosed()));
             const QVariantList arguments{QVariant::fromValue(QDBusObjectPath{handle_}), QVariant::fromValue(wanted()), QString{}};
-            request("BindShortcuts", arguments, {}, [this](const QVariantMap& bound) { learn(bound.value(QLatin1String{boundShortcuts})); });
+            request(
+                "BindShortcuts", arguments, {}, [this](const QVariantMap& bound) { learn(bound.value(QLatin1String{boundShortcuts})); });
         });
     }
 
