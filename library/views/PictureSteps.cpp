@@ -15,8 +15,8 @@ constexpr MediaTime clockTick{1, 1'000'000};
 
 std::ptrdiff_t PictureSteps::pictureAt(MediaTime time) const
 {
-    const auto next = std::upper_bound(
-        times_.begin(), times_.end(), time + clockTick, [](MediaTime value, MediaTime begin) { return value < begin; });
+    const auto next =
+        std::upper_bound(times_.begin(), times_.end(), time + clockTick, [](MediaTime value, MediaTime begin) { return value < begin; });
     return std::max<std::ptrdiff_t>(0, next - times_.begin() - 1);
 }
 

@@ -8,7 +8,9 @@
 namespace velmora {
 
 TrimExport::TrimExport(std::filesystem::path clip, Services services, std::function<void()> changed)
-    : clip_(std::move(clip)), services_(std::move(services)), changed_(std::move(changed))
+    : clip_(std::move(clip))
+    , services_(std::move(services))
+    , changed_(std::move(changed))
 {
 }
 
