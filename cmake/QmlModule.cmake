@@ -4,6 +4,10 @@ function(velmora_qml_module target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "URI" "DEPENDENCIES;QML_FILES;SOURCES")
     string(REPLACE "." "/" path ${arg_URI})
     set_target_properties(${target} PROPERTIES AUTOMOC ON)
+    # From Qt 6.8 on it would rather make a qmldir for each folder with QML files; each of ours is one module all the same.
+    if(QT_KNOWN_POLICY_QTP0004)
+        qt_policy(SET QTP0004 OLD)
+    endif()
     qt_add_qml_module(${target}
         URI ${arg_URI} VERSION 1.0 RESOURCE_PREFIX / NO_PLUGIN
         OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/qml/${path} IMPORT_PATH ${CMAKE_BINARY_DIR}/qml
