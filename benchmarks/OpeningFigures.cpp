@@ -66,7 +66,7 @@ public:
 private:
     const pid_t process_ = 0;
     const double processorBefore_ = 0;
-    const Stopwatch stopwatch_;
+    const Stopwatch stopwatch_{};
 };
 
 void end(Program& program)

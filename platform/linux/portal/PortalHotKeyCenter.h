@@ -25,7 +25,7 @@ struct PortalHotKeyCenterOptions {
 /// failed is asked for again when it is made again.
 class PortalHotKeyCenter final : public platform::HotKeyCenter, public platform::HotKeyDecisions {
 public:
-    explicit PortalHotKeyCenter(PortalHotKeyCenterOptions options = {});
+    explicit PortalHotKeyCenter(const PortalHotKeyCenterOptions& options = {});
     ~PortalHotKeyCenter() override;
     PortalHotKeyCenter(const PortalHotKeyCenter&) = delete;
     PortalHotKeyCenter& operator=(const PortalHotKeyCenter&) = delete;
