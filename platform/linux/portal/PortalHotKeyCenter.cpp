@@ -369,7 +369,10 @@ private:
     QPointer<QDBusPendingCallWatcher> closing_;  // waits for the end of the session before
 };
 
-PortalHotKeyCenter::PortalHotKeyCenter(const PortalHotKeyCenterOptions& options) : implementation_(std::make_unique<Implementation>(options)) { }
+PortalHotKeyCenter::PortalHotKeyCenter(const PortalHotKeyCenterOptions& options)
+    : implementation_(std::make_unique<Implementation>(options))
+{
+}
 
 PortalHotKeyCenter::~PortalHotKeyCenter() = default;
 
