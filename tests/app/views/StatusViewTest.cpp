@@ -1,6 +1,7 @@
 #include "app/views/StatusWindow.h"
 
 #include "tests/app/views/AppViews.h"
+#include "tests/app/views/StatusFixture.h"
 #include "tests/brand/KeyboardWalk.h"
 #include "tests/brand/OddTexts.h"
 #include "tests/brand/ViewTestWindow.h"
@@ -18,18 +19,11 @@ namespace velmora {
 namespace {
 
 using test::film;
+using test::NoStatusItem;
 using test::ViewTestWindow;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
-
-struct NoStatusItem final : StatusItem {
-    void setToolTip(const std::string&) override { }
-    void setMenuDelegate(MenuDelegate) override { }
-    void setImage(const MenuBarImage&) override { }
-    void captionsChanged() override { }
-    void popUpMenu() override { }
-};
 
 struct LoggedPresenter final : WindowPresenting {
     void presentOnboarding() override { log.emplace_back("walkthrough"); }
