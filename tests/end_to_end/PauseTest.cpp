@@ -113,7 +113,8 @@ public:
             return none ? 0 : bytes;
         };
         EXPECT_TRUE(waitUntil([&] { return size() > 0; })) << "the sound server's monitor says nothing";
-        begin_ = static_cast<double>(monotonicNow()) * nanosecond - static_cast<double>(size() / sizeof(float)) / sampleRate;
+        const auto heard = size() / sizeof(float);
+        begin_ = static_cast<double>(monotonicNow()) * nanosecond - static_cast<double>(heard) / sampleRate;
     }
 
     /// When clicks began, in seconds of CLOCK_MONOTONIC; how far from that they are is the same for all of them.
