@@ -54,6 +54,13 @@ private:
 
 class MacDesktopInspectionTest : public testing::Test {
 protected:
+    /// Once a trial that nobody waits for any more has ended too.
+    ~MacDesktopInspectionTest() override
+    {
+        sessions_.reset();
+        EXPECT_EQ(gone_.get_future().wait_for(std::chrono::seconds{60}), std::future_status::ready);
+    }
+
     DesktopFacts inspect(std::chrono::milliseconds time = patience)
     {
         platform::DesktopInspection::Questions questions;
@@ -71,7 +78,12 @@ protected:
 
     const TemporaryDirectory folder_;
     const std::shared_ptr<fake::FakeScreenCaptureAccess> access_ = std::make_shared<fake::FakeScreenCaptureAccess>();
-    std::shared_ptr<fake::FakeCompressionSessions> sessions_ = std::make_shared<fake::FakeCompressionSessions>();
+    std::promise<void> gone_;
+    std::shared_ptr<fake::FakeCompressionSessions> sessions_{
+        new fake::FakeCompressionSessions, [this](fake::FakeCompressionSessions* sessions) {
+            delete sessions;
+            gone_.set_value();
+        }};
     const std::shared_ptr<fake::FakeHotKeyCenter> keys_ = std::make_shared<fake::FakeHotKeyCenter>();
     const std::shared_ptr<Notifications> notifications_ = std::make_shared<Notifications>();
     const std::shared_ptr<fake::FakeFileManager> files_ = std::make_shared<fake::FakeFileManager>();
