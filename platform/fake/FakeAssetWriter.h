@@ -5,6 +5,7 @@
 #include "platform/AssetWriter.h"
 
 #include <algorithm>
+#include <atomic>
 #include <fstream>
 #include <functional>
 #include <optional>
@@ -156,7 +157,7 @@ public:
     std::uint64_t size = 0;
     int startCount = 0;
     int finishCount = 0;
-    int cancelCount = 0;
+    std::atomic<int> cancelCount = 0;
 
 private:
     void finish(UniqueFunction<void()> completion)
