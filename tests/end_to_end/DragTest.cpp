@@ -47,7 +47,7 @@ public:
     [[nodiscard]] static QPoint middle() { return {1600, 800}; }
 
     /// Whether so many files are held above the page, by a hand that is never quite still until then. The page has heard of the last place when
-    /// this returns: a browser that is still asking about it misses what is dropped there.
+    /// this returns: a browser that is still asking about it may miss what is dropped there.
     [[nodiscard]] static bool isOffered(int count, const QPoint& place = middle())
     {
         const auto offered = "^Offered " + std::to_string(count) + " at ";
