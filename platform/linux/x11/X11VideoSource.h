@@ -18,10 +18,9 @@ namespace velmora::linux_backend {
 /// What was covered or off the screen at the start is there once the program has drawn it again, which the server asks it to do.
 ///
 /// A picture is taken when something is drawn or the pointer moves over the window, at most one per minimum frame interval on
-/// average (one that is late may be followed by one up to a quarter of the interval early), and its time stamp is the moment it
-/// was taken. The last picture comes again, same memory and nothing dirty, when 0.5 s pass without a new one. Each picture is one
-/// moment of the window: it is fetched in one request, and only the bounds of what changed. While consumers hold all of a small pool of
-/// pictures, none is taken.
+/// average (one that is late may be followed by one half an interval later), and its time stamp is the moment it was taken. The last
+/// picture comes again, same memory and nothing dirty, when 0.5 s pass without a new one. Each picture is one moment of the window: it is
+/// fetched in one request, and only the bounds of what changed. While consumers hold all of a small pool of pictures, none is taken.
 ///
 /// A window whose size is not that of the pictures, from the start or after a resize, is fitted in: aspect kept, centred, black
 /// around it. One that is minimised or on another workspace is a still picture until it comes back. One that is destroyed or withdrawn
