@@ -8,6 +8,7 @@
 #include "tests/support/sound/SoundServer.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -16,6 +17,7 @@
 #include <gmock/gmock.h>
 #include <iterator>
 #include <map>
+#include <numeric>
 #include <set>
 #include <string>
 #include <system_error>
@@ -102,7 +104,8 @@ std::vector<double> clickTimes(const ClipAudio& audio)
 }
 
 /// Hears all that is played from when it is made, without a pause: on a busy machine the player now and then misses a period of the sound
-/// server and is late from there on, which is not the program's doing.
+/// server and is late from there on, which is not the program's doing. So does a witness, whose clicks are early from there on: by whole
+/// periods, and two of them not at the same time.
 class Witness {
 public:
     explicit Witness(std::filesystem::path file) : file_(std::move(file))
@@ -151,6 +154,34 @@ double afterNearest(const std::vector<double>& times, double time)
     return time - *next;
 }
 
+/// For each stretch how much later its clicks are than a witness heard them, by the pictures' clock; relative to the first one's. Fewer than
+/// there are stretches where one has no click, or the witness heard none.
+std::vector<double> phasesOf(const std::vector<Stretch>& stretches, const std::vector<double>& clicks, const std::vector<double>& heard)
+{
+    std::vector<double> phases;
+    for (const auto& stretch : stretches) {
+        std::vector<double> within;
+        for (const double click : clicks) {
+            if (heard.empty() || click < stretch.from + 0.02 || click > stretch.to - 0.02)
+                continue;
+            const double reference = !phases.empty() ? phases.back() : !within.empty() ? within.front() : 0;
+            within.push_back(reference + afterNearest(heard, click + median(stretch.offsets) - reference));
+        }
+        if (within.empty())
+            break;
+        phases.push_back(median(within));
+    }
+    return phases;
+}
+
+double largest(const std::vector<double>& steps)
+{
+    double largest = 0;
+    for (auto step = std::next(steps.begin()); step != steps.end(); ++step)
+        largest = std::max(largest, std::abs(*step));
+    return largest;
+}
+
 TEST_F(PauseTest, FiftyPausesLeaveNoPictureInTheClipAndItsSoundWhereItWas)
 {
     constexpr std::size_t count = 50;
@@ -160,17 +191,14 @@ TEST_F(PauseTest, FiftyPausesLeaveNoPictureInTheClipAndItsSoundWhereItWas)
                        "-ac", "2", path("clicks.wav").native()})
             .status,
         0);
-    // Half as often as pictures may be taken. Once a picture was late, those of a window that paints as often as that wait for their turn: by up
-    // to three quarters of an interval, for as long as both keep their rate.
+    // Half as often as pictures may be taken: one that is late on a busy machine keeps none after it waiting.
     const NumberedWindow window{{"--size", "640x480", "--position", "100,100", "--fps", "30"}, path("clicks.wav")};
     awaitPlayingStreams(1);
-    Witness witness{path("witness.raw")};
+    std::array<Witness, 2> witnesses{Witness{path("first witness")}, Witness{path("second witness")}};
     TrayProgram program;
     ASSERT_EQ(program.run({"select", std::to_string(window.id())}).status, 0);
     ASSERT_TRUE(program.hasState("capturing"));
     ASSERT_EQ(program.run({"toggle"}).status, 0);
-    // Sound of the first second or so of a capture is left out of account: it was up to 32 ms off now and then, which is not explained.
-    record(3s);
     std::vector<Pause> pauses;
     for (std::size_t i = 0; i < count; ++i) {
         record(std::chrono::milliseconds{330 + i * 7 % 90});
@@ -217,29 +245,30 @@ TEST_F(PauseTest, FiftyPausesLeaveNoPictureInTheClipAndItsSoundWhereItWas)
     }
     EXPECT_GT(leftOut, std::size_t{count} * 2);
 
-    // The player goes on while it is paused: by the pictures' clock every click is where the witness heard it, across every pause.
+    // The player goes on while it is paused: by the pictures' clock every click is where a witness heard it, across every pause.
     const auto clicks = clickTimes(*clip.audio);
-    const auto heard = witness.clickTimes();
-    ASSERT_FALSE(heard.empty());
-    std::vector<double> phases;
-    for (const auto& stretch : stretches) {
-        std::vector<double> within;
-        for (const double click : clicks) {
-            if (click < stretch.from + 0.02 || click > stretch.to - 0.02)
-                continue;
-            const double reference = !phases.empty() ? phases.front() : !within.empty() ? within.front() : 0;
-            within.push_back(reference + afterNearest(heard, click + median(stretch.offsets) - reference));
-        }
-        ASSERT_FALSE(within.empty()) << stretch.from;
-        phases.push_back(median(within));
+    std::vector<std::vector<double>> steps;
+    for (auto& witness : witnesses) {
+        const auto phases = phasesOf(stretches, clicks, witness.clickTimes());
+        ASSERT_EQ(phases.size(), stretches.size());
+        steps.emplace_back(phases.size());
+        std::adjacent_difference(phases.begin(), phases.end(), steps.back().begin());
+    }
+    std::vector<double> phases(stretches.size());
+    for (std::size_t i = 1; i < phases.size(); ++i) {
+        const double first = steps.front()[i];
+        const double second = steps.back()[i];
+        phases[i] = phases[i - 1] + (std::abs(first) < std::abs(second) ? first : second);
     }
     const double usual = median(phases);
     for (auto& phase : phases)
         phase -= usual;
-    const auto [least, most] = std::minmax_element(std::next(phases.begin()), phases.end());
+    const auto [least, most] = std::minmax_element(phases.begin(), phases.end());
     std::printf(
-        "%zu pictures in %zu stretches, %zu painted meanwhile; sound against pictures: %+.1f to %+.1f ms, first %+.1f, last %+.1f ms\n",
-        clip.video->pictures.size(), stretches.size(), leftOut, *least * 1e3, *most * 1e3, phases.front() * 1e3, phases.back() * 1e3);
+        "%zu pictures in %zu stretches, %zu painted meanwhile; sound against pictures: %+.1f to %+.1f ms, first %+.1f, last %+.1f ms; most that "
+        "one witness heard: %.1f and %.1f ms\n",
+        clip.video->pictures.size(), stretches.size(), leftOut, *least * 1e3, *most * 1e3, phases.front() * 1e3, phases.back() * 1e3,
+        largest(steps.front()) * 1e3, largest(steps.back()) * 1e3);
     EXPECT_LT(std::max(-*least, *most), 0.01);
 }
 
