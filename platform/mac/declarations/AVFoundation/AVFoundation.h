@@ -14,17 +14,23 @@ typedef NSInteger AVPlayerItemStatus;
 enum : AVPlayerItemStatus { AVPlayerItemStatusUnknown = 0, AVPlayerItemStatusReadyToPlay = 1, AVPlayerItemStatusFailed = 2 };
 
 extern "C" {
+/// https://developer.apple.com/documentation/avfoundation/avplayeritem/didplaytoendtimenotification : posted on any thread, its object is
+/// the item
 extern NSNotificationName const AVPlayerItemDidPlayToEndTimeNotification;
 }
 
+/// https://developer.apple.com/documentation/avfoundation/avplayeritemvideooutput
 @interface AVPlayerItemVideoOutput : NSObject
+/// https://developer.apple.com/documentation/avfoundation/avplayeritemvideooutput/init(pixelbufferattributes:)-7n7v8
 - (instancetype)initWithPixelBufferAttributes:(NSDictionary<NSString*, id>*)attributes;
+/// https://developer.apple.com/documentation/avfoundation/avplayeritemvideooutput/hasnewpixelbuffer(foritemtime:)
 - (BOOL)hasNewPixelBufferForItemTime:(CMTime)itemTime;
 /// https://developer.apple.com/documentation/avfoundation/avplayeritemvideooutput/copypixelbuffer(foritemtime:itemtimefordisplay:) :
 /// the caller releases it; NULL where there is none
 - (CVPixelBufferRef)copyPixelBufferForItemTime:(CMTime)itemTime itemTimeForDisplay:(CMTime*)itemTimeForDisplay;
 @end
 
+/// https://learn.microsoft.com/en-us/dotnet/api/avfoundation.avplayeritem
 @interface AVPlayerItem : NSObject
 /// https://docs.rs/crate/cidre/0.11.10/source/src/av/player/item.rs
 + (instancetype)playerItemWithURL:(NSURL*)url;
@@ -32,6 +38,7 @@ extern NSNotificationName const AVPlayerItemDidPlayToEndTimeNotification;
 @property (readonly) AVPlayerItemStatus status;
 /// https://developer.apple.com/documentation/avfoundation/avplayeritem/error : nil unless it has failed
 @property (readonly) NSError* error;
+/// https://developer.apple.com/documentation/avfoundation/avplayeritem/forwardplaybackendtime : invalid for the item's own end
 @property CMTime forwardPlaybackEndTime;
 - (void)addOutput:(AVPlayerItemVideoOutput*)output;
 @end
@@ -46,6 +53,7 @@ extern NSNotificationName const AVPlayerItemDidPlayToEndTimeNotification;
 @property (getter=isMuted) BOOL muted;
 - (void)play;
 - (void)pause;
+/// https://developer.apple.com/documentation/avfoundation/avplayer/currenttime()
 - (CMTime)currentTime;
 /// https://developer.apple.com/documentation/avfoundation/avplayer/seek(to:tolerancebefore:toleranceafter:completionhandler:)
 - (void)seekToTime:(CMTime)time
@@ -55,5 +63,6 @@ extern NSNotificationName const AVPlayerItemDidPlayToEndTimeNotification;
 /// https://developer.apple.com/documentation/avfoundation/avplayer/addperiodictimeobserver(forinterval:queue:using:) :
 /// what it returns has to be given to removeTimeObserver, and is held until then by the caller alone. Without a queue: the main one.
 - (id)addPeriodicTimeObserverForInterval:(CMTime)interval queue:(dispatch_queue_t)queue usingBlock:(void (^)(CMTime time))block;
+/// https://learn.microsoft.com/en-us/dotnet/api/avfoundation.avplayer.removetimeobserver
 - (void)removeTimeObserver:(id)observer;
 @end

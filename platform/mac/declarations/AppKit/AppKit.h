@@ -130,7 +130,9 @@ extern NSAttributedStringKey const NSForegroundColorAttributeName;
 @interface NSURL (NSPasteboardSupport) <NSPasteboardWriting>
 @end
 
+/// https://developer.apple.com/documentation/appkit/nsdraggingsource
 @protocol NSDraggingSource <NSObject>
+/// https://developer.apple.com/documentation/appkit/nsdraggingsource/draggingsession(_:sourceoperationmaskfor:)
 - (NSDragOperation)draggingSession:(NSDraggingSession*)session sourceOperationMaskForDraggingContext:(NSDraggingContext)context;
 @end
 
@@ -138,6 +140,8 @@ extern NSAttributedStringKey const NSForegroundColorAttributeName;
 @property (readonly) NSWindow* window;
 /// https://developer.apple.com/documentation/appkit/nsview/tooltip
 @property (copy) NSString* toolTip;
+/// https://developer.apple.com/documentation/appkit/nsview/begindraggingsession(with:event:source:) : the event is that of the press, and
+/// it may be nil that comes back
 - (NSDraggingSession*)beginDraggingSessionWithItems:(NSArray<NSDraggingItem*>*)items
                                               event:(NSEvent*)event
                                              source:(id<NSDraggingSource>)source;
@@ -197,23 +201,33 @@ enum : NSBackingStoreType { NSBackingStoreBuffered = 2 };
 @end
 
 @interface NSEvent : NSObject
+/// https://developer.apple.com/documentation/appkit/nsevent/pressedmousebuttons ,
+/// https://learn.microsoft.com/en-us/dotnet/api/appkit.nsevent.currentpressedmousebuttons (unsigned)
 @property (class, readonly) NSUInteger pressedMouseButtons;
+/// https://docs.rs/objc2-app-kit/0.3.1/objc2_app_kit/struct.NSEvent.html : may be nil
 @property (readonly) NSWindow* window;
+/// https://developer.apple.com/documentation/appkit/nsevent/locationinwindow
 @property (readonly) CGPoint locationInWindow;
 @end
 
+/// https://developer.apple.com/documentation/appkit/nsdraggingitem
 @interface NSDraggingItem : NSObject
+/// https://developer.apple.com/documentation/appkit/nsdraggingitem/init(pasteboardwriter:)
 - (instancetype)initWithPasteboardWriter:(id<NSPasteboardWriting>)writer;
+/// https://developer.apple.com/documentation/appkit/nsdraggingitem/setdraggingframe(_:contents:)
 - (void)setDraggingFrame:(NSRect)frame contents:(id)contents;
 @end
 
 @interface NSDraggingSession : NSObject
 @end
 
+/// https://learn.microsoft.com/en-us/dotnet/api/appkit.nsapplicationactivationpolicy
 typedef NSInteger NSApplicationActivationPolicy;
+
 enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 1 };
 
 @interface NSApplication : NSObject
+/// https://developer.apple.com/documentation/appkit/nsapplication/setactivationpolicy(_:)
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)activationPolicy;
 /// https://developer.apple.com/documentation/appkit/nsapplication/run() : the main loop with its events
 - (void)run;
@@ -259,10 +273,15 @@ enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 
 @end
 
 @interface NSOpenPanel : NSObject
+/// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/struct.NSOpenPanel.html
 + (NSOpenPanel*)openPanel;
+/// https://developer.apple.com/documentation/appkit/nssavepanel/message , which it has from NSSavePanel
 @property (copy) NSString* message;
+/// https://www.oreilly.com/library/view/cocoa-in-a/0596004621/re445.html , which it has from NSSavePanel
 @property (copy) NSString* prompt;
+/// https://developer.apple.com/documentation/appkit/nssavepanel/directoryurl , which it has from NSSavePanel
 @property (copy) NSURL* directoryURL;
+/// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/struct.NSOpenPanel.html
 @property BOOL canChooseFiles;
 /// https://developer.apple.com/documentation/appkit/nsopenpanel/canchoosedirectories
 @property BOOL canChooseDirectories;
@@ -270,8 +289,11 @@ enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 
 @property BOOL canCreateDirectories;
 /// https://developer.apple.com/documentation/appkit/nsopenpanel/allowsmultipleselection
 @property BOOL allowsMultipleSelection;
+/// https://docs.rs/objc2-app-kit/0.3.1/i686-unknown-linux-gnu/struct.NSSavePanel.html : the chosen one
 @property (readonly, copy) NSURL* URL;
+/// https://developer.apple.com/documentation/appkit/nssavepanel/begin(completionhandler:)
 - (void)beginWithCompletionHandler:(void (^)(NSModalResponse result))handler;
+/// https://www.oreilly.com/library/view/cocoa-in-a/0596004621/re445.html , which it has from NSSavePanel
 - (void)cancel:(id)sender;
 @end
 

@@ -42,8 +42,11 @@ __attribute__((objc_root_class))
 @interface NSObject<NSObject> {
     Class isa;
 }
+/// https://www.oreilly.com/library/view/cocoa-in-a/0596004621/re308.html
 + (instancetype)alloc;
+/// https://developer.apple.com/documentation/objectivec/nsobject-swift.class/new
 + (instancetype)new;
+/// https://www.oreilly.com/library/view/cocoa-in-a/0596004621/re308.html
 - (instancetype)init;
 - (void)dealloc;
 @end
@@ -105,6 +108,7 @@ typedef NSString* NSAttributedStringKey;
 @end
 
 @interface NSDate : NSObject
+/// https://developer.apple.com/documentation/foundation/nsdate/timeintervalsince1970
 @property (readonly) NSTimeInterval timeIntervalSince1970;
 @end
 
@@ -116,9 +120,11 @@ NSString* NSHomeDirectory(void);
 
 @interface NSURL : NSObject
 /// Of a path as the file system has it, of any bytes.
+/// https://developer.apple.com/documentation/foundation/nsurl/fileurl(withfilesystemrepresentation:isdirectory:relativeto:)
 + (NSURL*)fileURLWithFileSystemRepresentation:(const char*)path isDirectory:(BOOL)isDirectory relativeToURL:(NSURL*)baseURL;
 /// nil for what is no URL.
 + (instancetype)URLWithString:(NSString*)string;
+/// https://developer.apple.com/documentation/foundation/nsurl/filesystemrepresentation : as long as an object that was returned
 @property (readonly) const char* fileSystemRepresentation __attribute__((objc_returns_inner_pointer));
 @property (readonly, getter=isFileURL) BOOL fileURL;
 - (BOOL)getResourceValue:(id __autoreleasing*)value forKey:(NSURLResourceKey)key error:(NSError* __autoreleasing*)error;
@@ -133,7 +139,9 @@ enum : NSSearchPathDomainMask { NSUserDomainMask = 1 };
 
 @interface NSFileManager : NSObject
 @property (class, readonly) NSFileManager* defaultManager;
+/// https://developer.apple.com/documentation/foundation/filemanager/urls(for:in:)
 - (NSArray<NSURL*>*)URLsForDirectory:(NSSearchPathDirectory)directory inDomains:(NSSearchPathDomainMask)domainMask;
+/// https://developer.apple.com/documentation/foundation/filemanager/url(for:in:appropriatefor:create:)
 - (NSURL*)URLForDirectory:(NSSearchPathDirectory)directory
                  inDomain:(NSSearchPathDomainMask)domain
         appropriateForURL:(NSURL*)url
@@ -162,12 +170,15 @@ typedef NSString* NSNotificationName;
                             object:(id)object
                              queue:(NSOperationQueue*)queue
                         usingBlock:(void (^)(NSNotification* notification))block;
+/// https://developer.apple.com/documentation/foundation/notificationcenter/removeobserver(_:)-2yciv
 - (void)removeObserver:(id)observer;
 @end
 
 typedef NSUInteger NSKeyValueObservingOptions;
 @interface NSObject (NSKeyValueObserving)
+/// https://developer.apple.com/documentation/objectivec/nsobject-swift.class/observevalue(forkeypath:of:change:context:)
 - (void)observeValueForKeyPath:(NSString*)keyPath ofObject:(id)object change:(NSDictionary<NSString*, id>*)change context:(void*)context;
+/// https://developer.apple.com/documentation/objectivec/nsobject-swift.class/addobserver(_:forkeypath:options:context:)
 - (void)addObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath options:(NSKeyValueObservingOptions)options context:(void*)context;
 - (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath context:(void*)context;
 @end

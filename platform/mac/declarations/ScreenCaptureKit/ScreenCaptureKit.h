@@ -30,9 +30,14 @@ extern "C" {
 extern NSString* const SCStreamFrameInfoStatus;
 }
 
+/// https://developer.apple.com/documentation/screencapturekit/scrunningapplication
 @interface SCRunningApplication : NSObject
+/// https://developer.apple.com/documentation/screencapturekit/scrunningapplication ,
+/// https://learn.microsoft.com/en-us/dotnet/api/screencapturekit.scrunningapplication (their name)
 @property (readonly) NSString* bundleIdentifier;
+/// https://developer.apple.com/documentation/screencapturekit/scrunningapplication
 @property (readonly) NSString* applicationName;
+/// https://developer.apple.com/documentation/screencapturekit/scrunningapplication/processid
 @property (readonly) pid_t processID;
 @end
 
@@ -51,22 +56,30 @@ extern NSString* const SCStreamFrameInfoStatus;
 @property (readonly, getter=isOnScreen) BOOL onScreen;
 @end
 
+/// https://developer.apple.com/documentation/screencapturekit/scdisplay
 @interface SCDisplay : NSObject
+/// https://developer.apple.com/documentation/screencapturekit/scdisplay/displayid
 @property (readonly) CGDirectDisplayID displayID;
+/// https://developer.apple.com/documentation/screencapturekit/scdisplay/frame
 @property (readonly) CGRect frame;
 @end
 
 @interface SCShareableContent : NSObject
+/// https://developer.apple.com/documentation/screencapturekit/scshareablecontent/getexcludingdesktopwindows(_:onscreenwindowsonly:completionhandler:)
 + (void)getShareableContentExcludingDesktopWindows:(BOOL)excludesDesktopWindows
                                onScreenWindowsOnly:(BOOL)onScreenWindowsOnly
                                  completionHandler:(void (^)(SCShareableContent* content, NSError* error))completionHandler;
 @property (readonly) NSArray<SCWindow*>* windows;
 @property (readonly) NSArray<SCDisplay*>* displays;
+/// https://developer.apple.com/documentation/screencapturekit/scshareablecontent/applications
 @property (readonly) NSArray<SCRunningApplication*>* applications;
 @end
 
+/// https://developer.apple.com/documentation/screencapturekit/sccontentfilter
 @interface SCContentFilter : NSObject
+/// https://developer.apple.com/documentation/screencapturekit/sccontentfilter/init(desktopindependentwindow:)
 - (instancetype)initWithDesktopIndependentWindow:(SCWindow*)window;
+/// https://developer.apple.com/documentation/screencapturekit/sccontentfilter/init(display:including:exceptingwindows:)
 - (instancetype)initWithDisplay:(SCDisplay*)display
           includingApplications:(NSArray<SCRunningApplication*>*)applications
                exceptingWindows:(NSArray<SCWindow*>*)exceptingWindows;
@@ -84,24 +97,30 @@ extern NSString* const SCStreamFrameInfoStatus;
 @property (nonatomic, assign) CMTime minimumFrameInterval;
 /// https://developer.apple.com/documentation/screencapturekit/scstreamconfiguration
 @property (nonatomic, assign) CGRect sourceRect;
+/// https://developer.apple.com/documentation/screencapturekit/scstreamconfiguration/showscursor
 @property (nonatomic, assign) BOOL showsCursor;
 /// https://learn.microsoft.com/en-us/dotnet/api/screencapturekit.scstreamconfiguration (its name)
 @property (nonatomic, assign) BOOL capturesAudio;
+/// https://developer.apple.com/documentation/screencapturekit/scstreamconfiguration/samplerate : 8000, 16000, 24000 or 48000
 @property (nonatomic, assign) NSInteger sampleRate;
 /// https://learn.microsoft.com/en-us/dotnet/api/screencapturekit.scstreamconfiguration (its name)
 @property (nonatomic, assign) NSInteger channelCount;
 /// https://learn.microsoft.com/en-us/dotnet/api/screencapturekit.scstreamconfiguration (its name)
 @property (nonatomic, assign) BOOL excludesCurrentProcessAudio;
+/// https://learn.microsoft.com/en-us/dotnet/api/screencapturekit.scstreamconfiguration.ignoreshadowssinglewindow
 @property (nonatomic, assign) BOOL ignoreShadowsSingleWindow;
 @property (nonatomic, assign) BOOL ignoreShadowsDisplay;
 @end
 
 /// https://developer.apple.com/documentation/screencapturekit/scstreamoutput
 @protocol SCStreamOutput <NSObject>
+/// https://developer.apple.com/documentation/screencapturekit/scstreamoutput/stream(_:didoutputsamplebuffer:of:)
 - (void)stream:(SCStream*)stream didOutputSampleBuffer:(CMSampleBufferRef)sampleBuffer ofType:(SCStreamOutputType)type;
 @end
 
+/// https://developer.apple.com/documentation/screencapturekit/scstreamdelegate
 @protocol SCStreamDelegate <NSObject>
+/// https://developer.apple.com/documentation/screencapturekit/scstreamdelegate/stream(_:didstopwitherror:)
 - (void)stream:(SCStream*)stream didStopWithError:(NSError*)error;
 @end
 
@@ -118,5 +137,6 @@ extern NSString* const SCStreamFrameInfoStatus;
                   error:(NSError* __autoreleasing*)error;
 /// https://learn.microsoft.com/en-us/dotnet/api/screencapturekit.scstream.startcapture
 - (void)startCaptureWithCompletionHandler:(void (^)(NSError* error))completionHandler;
+/// https://developer.apple.com/documentation/screencapturekit/scstream/stopcapture(completionhandler:)
 - (void)stopCaptureWithCompletionHandler:(void (^)(NSError* error))completionHandler;
 @end

@@ -27,7 +27,10 @@ enum : UNAuthorizationOptions { UNAuthorizationOptionBadge = 1, UNAuthorizationO
 typedef NSUInteger UNNotificationPresentationOptions;
 enum : UNNotificationPresentationOptions { UNNotificationPresentationOptionSound = 2, UNNotificationPresentationOptionBanner = 16 };
 
+/// https://developer.apple.com/documentation/usernotifications/unnotificationactionoptions ; the numbers are in
+/// https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationactionoptions
 typedef NSUInteger UNNotificationActionOptions;
+
 enum : UNNotificationActionOptions { UNNotificationActionOptionNone = 0, UNNotificationActionOptionForeground = 4 };
 
 /// https://developer.apple.com/documentation/usernotifications/unnotificationcategoryoptions ; the number is in
@@ -40,19 +43,24 @@ typedef NSUInteger UNNotificationInterruptionLevel;
 enum : UNNotificationInterruptionLevel { UNNotificationInterruptionLevelPassive = 0, UNNotificationInterruptionLevelActive = 1 };
 
 extern "C" {
+/// https://docs.rs/objc2-user-notifications/0.3.2/objc2_user_notifications/static.UNNotificationDefaultActionIdentifier.html
 extern NSString* const UNNotificationDefaultActionIdentifier;
 /// https://developer.apple.com/documentation/usernotifications/unnotificationdismissactionidentifier
 extern NSString* const UNNotificationDismissActionIdentifier;
 }
 
+/// https://developer.apple.com/documentation/usernotifications/unnotificationsettings
 @interface UNNotificationSettings : NSObject
+/// https://developer.apple.com/documentation/usernotifications/unnotificationsettings/authorizationstatus
 @property (readonly) UNAuthorizationStatus authorizationStatus;
 @end
 
 @interface UNNotificationSound : NSObject
+/// https://developer.apple.com/documentation/usernotifications/unnotificationsound/default
 @property (class, readonly) UNNotificationSound* defaultSound;
 @end
 
+/// https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationaction
 @interface UNNotificationAction : NSObject
 /// https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationaction.fromidentifier
 + (instancetype)actionWithIdentifier:(NSString*)identifier title:(NSString*)title options:(UNNotificationActionOptions)options;
@@ -70,6 +78,7 @@ extern NSString* const UNNotificationDismissActionIdentifier;
 @interface UNNotificationContent : NSObject
 @property (readonly, copy) NSString* title;
 @property (readonly, copy) NSString* body;
+/// https://developer.apple.com/documentation/usernotifications/unnotificationcontent/categoryidentifier
 @property (readonly, copy) NSString* categoryIdentifier;
 /// https://developer.apple.com/documentation/usernotifications/unnotificationcontent
 @property (readonly, copy) NSDictionary* userInfo;
@@ -88,14 +97,19 @@ extern NSString* const UNNotificationDismissActionIdentifier;
 @property (readwrite, copy) NSDictionary* userInfo;
 /// https://docs.rs/objc2-user-notifications/0.3.2/objc2_user_notifications/struct.UNMutableNotificationContent.html
 @property (readwrite, copy) UNNotificationSound* sound;
+/// https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unmutablenotificationcontent.interruptionlevel
 @property (readwrite) UNNotificationInterruptionLevel interruptionLevel;
 @end
 
 @interface UNNotificationTrigger : NSObject
 @end
 
+/// https://developer.apple.com/documentation/usernotifications/unnotificationrequest
 @interface UNNotificationRequest : NSObject
+/// https://developer.apple.com/documentation/usernotifications/unnotificationrequest/init(identifier:content:trigger:) : without a trigger
+/// at once
 + (instancetype)requestWithIdentifier:(NSString*)identifier content:(UNNotificationContent*)content trigger:(UNNotificationTrigger*)trigger;
+/// https://onestack.dev/ios-reference/UserNotifications/UNNotificationRequest
 @property (readonly, copy) UNNotificationContent* content;
 @end
 
@@ -103,27 +117,40 @@ extern NSString* const UNNotificationDismissActionIdentifier;
 @property (readonly, copy) UNNotificationRequest* request;
 @end
 
+/// https://developer.apple.com/documentation/usernotifications/unnotificationresponse
 @interface UNNotificationResponse : NSObject
+/// https://developer.apple.com/documentation/usernotifications/unnotificationresponse/notification
 @property (readonly, copy) UNNotification* notification;
+/// https://developer.apple.com/documentation/usernotifications/unnotificationresponse/actionidentifier
 @property (readonly, copy) NSString* actionIdentifier;
 @end
 
+/// https://developer.apple.com/documentation/usernotifications/unusernotificationcenterdelegate
 @protocol UNUserNotificationCenterDelegate <NSObject>
+/// https://developer.apple.com/documentation/usernotifications/unusernotificationcenterdelegate/usernotificationcenter(_:willpresent:withcompletionhandler:)
 - (void)userNotificationCenter:(UNUserNotificationCenter*)center
        willPresentNotification:(UNNotification*)notification
          withCompletionHandler:(void (^)(UNNotificationPresentationOptions options))completionHandler;
+/// https://docs.rs/objc2-user-notifications/0.3.0/objc2_user_notifications/trait.UNUserNotificationCenterDelegate.html
 - (void)userNotificationCenter:(UNUserNotificationCenter*)center
     didReceiveNotificationResponse:(UNNotificationResponse*)response
              withCompletionHandler:(void (^)(void))completionHandler;
 @end
 
+/// https://developer.apple.com/documentation/usernotifications/unusernotificationcenter
 @interface UNUserNotificationCenter : NSObject
+/// https://docs.rs/objc2-user-notifications/0.2.0/objc2_user_notifications/struct.UNUserNotificationCenter.html
 + (UNUserNotificationCenter*)currentNotificationCenter;
 // Weak in the system's headers.
 @property (assign) id<UNUserNotificationCenterDelegate> delegate;
+/// https://docs.rs/objc2-user-notifications/0.2.0/objc2_user_notifications/struct.UNUserNotificationCenter.html
 - (void)setNotificationCategories:(NSSet<UNNotificationCategory*>*)categories;
+/// https://docs.rs/objc2-user-notifications/0.2.0/objc2_user_notifications/struct.UNUserNotificationCenter.html
 - (void)getNotificationSettingsWithCompletionHandler:(void (^)(UNNotificationSettings* settings))completionHandler;
+/// https://docs.rs/objc2-user-notifications/0.2.0/objc2_user_notifications/struct.UNUserNotificationCenter.html
 - (void)requestAuthorizationWithOptions:(UNAuthorizationOptions)options
                       completionHandler:(void (^)(BOOL granted, NSError* error))completionHandler;
+/// https://developer.apple.com/library/content/releasenotes/General/watchOS31APIDiffs/Swift/UserNotifications.html ,
+/// https://docs.rs/objc2-user-notifications/0.2.0/objc2_user_notifications/struct.UNUserNotificationCenter.html
 - (void)addNotificationRequest:(UNNotificationRequest*)request withCompletionHandler:(void (^)(NSError* error))completionHandler;
 @end

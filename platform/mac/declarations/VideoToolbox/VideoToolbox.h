@@ -29,14 +29,20 @@ enum {
 };
 
 /// The callback's value, the frame's value, the status, the flags, and the frame if it was encoded.
+/// https://docs.rs/objc2-video-toolbox/latest/objc2_video_toolbox/type.VTCompressionOutputCallback.html
 typedef void (*VTCompressionOutputCallback)(void*, void*, OSStatus, VTEncodeInfoFlags, CMSampleBufferRef);
 
+/// https://docs.rs/objc2-video-toolbox/latest/objc2_video_toolbox/struct.VTCompressionSession.html
 OSStatus VTCompressionSessionCreate(CFAllocatorRef, int32_t, int32_t, CMVideoCodecType, CFDictionaryRef, CFDictionaryRef, CFAllocatorRef,
     VTCompressionOutputCallback, void*, VTCompressionSessionRef*);
+/// https://developer.apple.com/documentation/videotoolbox/vtcompressionsessioninvalidate(_:)
 void VTCompressionSessionInvalidate(VTCompressionSessionRef);
+/// https://docs.rs/video-toolbox/0.2.0/video_toolbox/compression_session/fn.VTCompressionSessionPrepareToEncodeFrames.html
 OSStatus VTCompressionSessionPrepareToEncodeFrames(VTCompressionSessionRef);
+/// https://developer.apple.com/documentation/videotoolbox/vtcompressionsessionencodeframe(_:imagebuffer:presentationtimestamp:duration:frameproperties:sourceframerefcon:infoflagsout:)
 OSStatus VTCompressionSessionEncodeFrame(
     VTCompressionSessionRef, CVImageBufferRef, CMTime, CMTime, CFDictionaryRef, void*, VTEncodeInfoFlags*);
+
 OSStatus VTCompressionSessionCompleteFrames(VTCompressionSessionRef, CMTime);
 OSStatus VTSessionSetProperty(VTSessionRef, CFStringRef, CFTypeRef);
 
@@ -60,10 +66,15 @@ void VTDecompressionSessionInvalidate(VTDecompressionSessionRef);
 
 extern const CFStringRef kVTCompressionPropertyKey_RealTime;
 extern const CFStringRef kVTCompressionPropertyKey_ProfileLevel;
+/// https://docs.rs/objc2-video-toolbox/latest/objc2_video_toolbox/static.kVTCompressionPropertyKey_MaxKeyFrameInterval.html
 extern const CFStringRef kVTCompressionPropertyKey_MaxKeyFrameInterval;
+
 extern const CFStringRef kVTCompressionPropertyKey_AverageBitRate;
+/// https://docs.rs/objc2-video-toolbox/latest/objc2_video_toolbox/static.kVTCompressionPropertyKey_AllowFrameReordering.html
 extern const CFStringRef kVTCompressionPropertyKey_AllowFrameReordering;
+
 extern const CFStringRef kVTProfileLevel_H264_High_AutoLevel;
+/// https://developer.apple.com/documentation/videotoolbox/kvtencodeframeoptionkey_forcekeyframe
 extern const CFStringRef kVTEncodeFrameOptionKey_ForceKeyFrame;
 
 #ifdef __cplusplus
