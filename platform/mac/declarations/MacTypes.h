@@ -5,10 +5,14 @@
 
 #include <stdint.h>
 
+/// https://docs.rs/crate/MacTypes-sys/2.1.0/target-redirect/x86_64-pc-windows-msvc/MacTypes_sys/type.Boolean.html
 typedef unsigned char Boolean;
+
 typedef uint8_t UInt8;
 typedef uint32_t UInt32;
+/// https://docs.rs/crate/core-foundation-sys/0.4.2/target-redirect/core_foundation_sys/base/type.OSStatus.html
 typedef int32_t OSStatus;
+
 typedef uint32_t OSType;
 typedef OSType FourCharCode;
 enum { noErr = 0 };

@@ -13,6 +13,7 @@
 
 typedef CGRect NSRect;
 typedef CGSize NSSize;
+/// https://learn.microsoft.com/en-us/dotnet/api/appkit.nsmodalresponse
 typedef NSInteger NSModalResponse;
 enum : NSModalResponse { NSModalResponseCancel = 0, NSModalResponseOK = 1 };
 typedef NSInteger NSWindowLevel;
@@ -27,19 +28,26 @@ enum : NSWindowCollectionBehavior {
     NSWindowCollectionBehaviorFullScreenAuxiliary = 1 << 8
 };
 
+/// https://developer.apple.com/documentation/appkit/nsdragoperation (not its numbers)
 typedef NSUInteger NSDragOperation;
+
 enum : NSDragOperation { NSDragOperationCopy = 1 };
+/// https://developer.apple.com/documentation/appkit/nsdraggingcontext
 typedef NSInteger NSDraggingContext;
+/// https://developer.apple.com/documentation/appkit/nssharingservice/name
 typedef NSString* NSSharingServiceName;
+
 typedef NSString* NSPasteboardType;
 
 extern "C" {
+/// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/static.NSApplicationDidChangeScreenParametersNotification.html
 extern NSNotificationName const NSApplicationDidChangeScreenParametersNotification;
 /// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/static.NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification.html
 extern NSNotificationName const NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification;
 
 extern NSSharingServiceName const NSSharingServiceNameComposeEmail;
 extern NSSharingServiceName const NSSharingServiceNameComposeMessage;
+/// https://developer.apple.com/documentation/appkit/nssharingservice/name/sendviaairdrop
 extern NSSharingServiceName const NSSharingServiceNameSendViaAirDrop;
 /// https://docs.rs/objc2-app-kit/0.2.2/objc2_app_kit/static.NSPasteboardTypeString.html
 extern NSPasteboardType const NSPasteboardTypeString;
@@ -156,6 +164,7 @@ enum : NSWindowTitleVisibility { NSWindowTitleHidden = 1 };
 typedef NSUInteger NSBackingStoreType;
 enum : NSBackingStoreType { NSBackingStoreBuffered = 2 };
 
+/// https://jnaerator.sourceforge.net/sites/rococoa-auto/apidocs/org/rococoa/cocoa/appkit/NSWindow.html
 @interface NSWindow : NSObject
 /// https://developer.apple.com/documentation/appkit/nswindow/init(contentrect:stylemask:backing:defer:)
 - (instancetype)initWithContentRect:(NSRect)contentRect
@@ -192,6 +201,7 @@ enum : NSBackingStoreType { NSBackingStoreBuffered = 2 };
 @property NSWindowLevel level;
 /// https://developer.apple.com/library/archive/documentation/Cocoa/Conceptual/WinPanel/Articles/SettingWindowCollectionBehavior.html
 @property NSWindowCollectionBehavior collectionBehavior;
+/// https://pub.dev/documentation/cocoa/latest/native_binding_bindings_generated/NSEvent$1/ignoresMouseEvents.html
 @property BOOL ignoresMouseEvents;
 @property NSView* contentView;
 /// https://developer.apple.com/documentation/appkit/nswindow/makekeyandorderfront(_:)
@@ -200,6 +210,7 @@ enum : NSBackingStoreType { NSBackingStoreBuffered = 2 };
 - (void)orderFrontRegardless;
 @end
 
+/// https://docs.rs/objc2-app-kit/0.3.1/objc2_app_kit/struct.NSEvent.html
 @interface NSEvent : NSObject
 /// https://developer.apple.com/documentation/appkit/nsevent/pressedmousebuttons ,
 /// https://learn.microsoft.com/en-us/dotnet/api/appkit.nsevent.currentpressedmousebuttons (unsigned)
@@ -223,15 +234,17 @@ enum : NSBackingStoreType { NSBackingStoreBuffered = 2 };
 
 /// https://learn.microsoft.com/en-us/dotnet/api/appkit.nsapplicationactivationpolicy
 typedef NSInteger NSApplicationActivationPolicy;
-
 enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 1 };
 
+/// https://developer.apple.com/documentation/appkit/nsapplication
 @interface NSApplication : NSObject
 /// https://developer.apple.com/documentation/appkit/nsapplication/setactivationpolicy(_:)
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)activationPolicy;
 /// https://developer.apple.com/documentation/appkit/nsapplication/run() : the main loop with its events
 - (void)run;
+/// https://www.oreilly.com/library/view/cocoa-programming/0672322307/0672322307_ch08lev1sec3.html
 @property (class, readonly) NSApplication* sharedApplication;
+/// https://developer.apple.com/documentation/appkit/nsapplication/currentevent : the last one, which may be nil
 @property (readonly) NSEvent* currentEvent;
 - (void)activate;
 @end
@@ -263,15 +276,18 @@ enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 
 - (BOOL)setString:(NSString*)string forType:(NSPasteboardType)dataType;
 @end
 
+/// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/struct.NSSharingService.html
 @interface NSSharingService : NSObject
 /// https://developer.apple.com/documentation/appkit/nssharingservice/init(named:) : nil where the system has no such service
 + (NSSharingService*)sharingServiceNamed:(NSSharingServiceName)serviceName;
+/// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/struct.NSSharingService.html
 @property (copy) NSString* menuItemTitle;
 - (BOOL)canPerformWithItems:(NSArray*)items;
 /// https://developer.apple.com/documentation/appkit/nssharingservice/perform(withitems:)
 - (void)performWithItems:(NSArray*)items;
 @end
 
+/// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/struct.NSOpenPanel.html
 @interface NSOpenPanel : NSObject
 /// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/struct.NSOpenPanel.html
 + (NSOpenPanel*)openPanel;

@@ -17,6 +17,10 @@ typedef struct AudioConverterPrimeInfo {
     UInt32 leadingFrames;
     UInt32 trailingFrames;
 } AudioConverterPrimeInfo;
+/// https://developer.apple.com/documentation/audiotoolbox/1559928-audio-converter-properties has the names; the numbers are in
+/// https://docs.rs/objc2-audio-toolbox/latest/objc2_audio_toolbox/constant.kAudioConverterEncodeBitRate.html and
+/// https://docs.rs/objc2-audio-toolbox/0.3.2/objc2_audio_toolbox/constant.kAudioConverterPropertyMaximumOutputPacketSize.html (not that of
+/// PrimeInfo)
 enum {
     kAudioConverterEncodeBitRate = 0x62726174 /* 'brat' */,
     kAudioConverterPrimeInfo = 0x7072696D /* 'prim' */,
@@ -24,10 +28,13 @@ enum {
 };
 
 /// The converter, the number of packets, the buffers, the packets' descriptions, and what FillComplexBuffer was given.
+/// https://developer.apple.com/documentation/audiotoolbox/audioconvertercomplexinputdataproc
 typedef OSStatus (*AudioConverterComplexInputDataProc)(AudioConverterRef, UInt32*, AudioBufferList*, AudioStreamPacketDescription**, void*);
 
 OSStatus AudioConverterNew(const AudioStreamBasicDescription*, const AudioStreamBasicDescription*, AudioConverterRef*);
+/// https://developer.apple.com/library/archive/releasenotes/General/APIDiffsMacOSX10_11/Objective-C/AudioToolbox.html
 OSStatus AudioConverterDispose(AudioConverterRef);
+
 OSStatus AudioConverterSetProperty(AudioConverterRef, AudioConverterPropertyID, UInt32, const void*);
 OSStatus AudioConverterGetProperty(AudioConverterRef, AudioConverterPropertyID, UInt32*, void*);
 OSStatus AudioConverterFillComplexBuffer(

@@ -10,10 +10,13 @@ typedef struct AudioBuffer {
     UInt32 mDataByteSize;
     void* mData;
 } AudioBuffer;
+/// https://developer.apple.com/documentation/coreaudiotypes/audiobufferlist ,
+/// https://onestack.dev/ios-reference/CoreAudioTypes/AudioBufferList (the widths)
 typedef struct AudioBufferList {
     UInt32 mNumberBuffers;
     AudioBuffer mBuffers[1];
 } AudioBufferList;
+/// https://developer.apple.com/documentation/coreaudiotypes/audiostreambasicdescription
 typedef struct AudioStreamBasicDescription {
     Float64 mSampleRate;
     UInt32 mFormatID;

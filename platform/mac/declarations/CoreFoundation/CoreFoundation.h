@@ -16,10 +16,13 @@ typedef signed long CFIndex;
 typedef unsigned long CFTypeID;
 typedef uint32_t CFStringEncoding;
 enum { kCFStringEncodingUTF8 = 0x08000100 };
+/// https://docs.rs/CoreFoundation-sys/latest/src/CoreFoundation_sys/number.rs.html
 typedef CFIndex CFNumberType;
 enum { kCFNumberSInt64Type = 4 };
 
+/// https://developer.apple.com/documentation/corefoundation/cftyperef
 typedef const void* CFTypeRef;
+
 typedef CFTypeRef CFPropertyListRef;
 typedef const struct __CFAllocator* CFAllocatorRef;
 typedef const struct __CFString* CFStringRef;
@@ -39,26 +42,42 @@ extern const CFStringRef kCFPreferencesCurrentApplication;
 extern const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
 extern const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
 
+/// https://docs.rs/apple-objc-sys/latest/aarch64-unknown-linux-gnu/fn.CFRetain.html
 CFTypeRef CFRetain(CFTypeRef);
-// Releasing NULL ends the program: https://developer.apple.com/documentation/corefoundation/cfrelease
+/// https://developer.apple.com/documentation/corefoundation/cfrelease : releasing NULL ends the program
 void CFRelease(CFTypeRef);
+/// https://developer.apple.com/documentation/corefoundation/cfgettypeid(_:)
 CFTypeID CFGetTypeID(CFTypeRef);
+/// https://developer.apple.com/documentation/corefoundation/cfequal(_:_:)
 Boolean CFEqual(CFTypeRef, CFTypeRef);
+/// https://developer.apple.com/documentation/corefoundation/cfbooleangettypeid()
 CFTypeID CFBooleanGetTypeID(void);
+/// https://docs.rs/CoreFoundation-sys/latest/src/CoreFoundation_sys/number.rs.html
 Boolean CFBooleanGetValue(CFBooleanRef);
+/// https://docs.rs/CoreFoundation-sys/latest/CoreFoundation_sys/string/fn.CFStringCreateWithBytes.html
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8*, CFIndex, CFStringEncoding, Boolean);
+/// https://docs.rs/crate/CoreFoundation-sys/0.1.2/source/src/number.rs
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType, const void*);
+/// https://docs.rs/crate/CoreFoundation-sys/0.1.2/source/src/number.rs
 CFTypeID CFNumberGetTypeID(void);
+
 Boolean CFNumberGetValue(CFNumberRef, CFNumberType, void*);
+/// https://developer.apple.com/documentation/corefoundation/cfarraygettypeid()
 CFTypeID CFArrayGetTypeID(void);
+/// https://docs.rs/apple-cf/0.9.3/apple_cf/raw/fn.CFArrayGetCount.html
 CFIndex CFArrayGetCount(CFArrayRef);
+
 const void* CFArrayGetValueAtIndex(CFArrayRef, CFIndex);
+/// https://developer.apple.com/documentation/corefoundation/cfdictionarygettypeid()
 CFTypeID CFDictionaryGetTypeID(void);
+
 CFDictionaryRef CFDictionaryCreate(
     CFAllocatorRef, const void**, const void**, CFIndex, const CFDictionaryKeyCallBacks*, const CFDictionaryValueCallBacks*);
 const void* CFDictionaryGetValue(CFDictionaryRef, const void*);
 CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef, CFStringRef);
+/// https://developer.apple.com/documentation/corefoundation/cfpreferencessetappvalue(_:_:_:) : NULL removes
 void CFPreferencesSetAppValue(CFStringRef, CFPropertyListRef, CFStringRef);
+/// https://developer.apple.com/documentation/corefoundation/cfpreferencesappsynchronize(_:)
 Boolean CFPreferencesAppSynchronize(CFStringRef);
 
 // The main thread's loop: https://developer.apple.com/documentation/corefoundation/cfrunloopaddsource(_:_:_:)

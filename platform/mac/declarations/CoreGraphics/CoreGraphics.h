@@ -11,6 +11,7 @@
 extern "C" {
 #endif
 
+/// https://cnblogs.com/huluo666/p/3527111.html has the members and the width
 typedef double CGFloat;
 typedef struct CGPoint {
     CGFloat x;
@@ -24,6 +25,7 @@ typedef struct CGRect {
     CGPoint origin;
     CGSize size;
 } CGRect;
+
 typedef uint32_t CGDirectDisplayID;
 typedef uint32_t CGWindowID;
 
@@ -53,7 +55,9 @@ enum { kCGImageAlphaPremultipliedLast = 1, kCGImageAlphaNoneSkipFirst = 6 };
 enum { kCGBitmapByteOrder32Little = 2 << 12 };
 typedef void (*CGDataProviderReleaseDataCallback)(void*, const void*, size_t);
 CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void);
+/// https://docs.rs/core-graphics2/latest/core_graphics2/data_provider/fn.CGDataProviderCreateWithData.html
 CGDataProviderRef CGDataProviderCreateWithData(void*, const void*, size_t, CGDataProviderReleaseDataCallback);
+/// https://docs.rs/core-graphics2/latest/core_graphics2/image/fn.CGImageCreate.html
 CGImageRef CGImageCreate(
     size_t, size_t, size_t, size_t, size_t, CGColorSpaceRef, CGBitmapInfo, CGDataProviderRef, const CGFloat*, bool, CGColorRenderingIntent);
 

@@ -13,20 +13,24 @@
 extern "C" {
 #endif
 
+/// https://docs.rs/core-media/latest/src/core_media/time.rs.html has the widths and the flags
 typedef int64_t CMTimeValue;
 typedef int32_t CMTimeScale;
 typedef uint32_t CMTimeFlags;
 typedef int64_t CMTimeEpoch;
 enum { kCMTimeFlags_Valid = 1, kCMTimeFlags_HasBeenRounded = 2 };
+/// https://docs.rs/objc2-core-media/latest/objc2_core_media/struct.CMTime.html
 typedef struct __attribute__((packed, aligned(4))) {
     CMTimeValue value;
     CMTimeScale timescale;
     CMTimeFlags flags;
     CMTimeEpoch epoch;
 } CMTime;
+/// https://docs.rs/core-media/latest/src/core_media/time.rs.html
 extern const CMTime kCMTimeInvalid;
 extern const CMTime kCMTimeZero;
 CMTime CMTimeMake(int64_t, int32_t);
+
 int32_t CMTimeCompare(CMTime, CMTime);
 
 typedef struct opaqueCMSampleBuffer* CMSampleBufferRef;
@@ -43,16 +47,22 @@ enum { kCMVideoCodecType_H264 = 0x61766331 /* 'avc1' */ };
 typedef CMFormatDescriptionRef CMAudioFormatDescriptionRef;
 typedef CFIndex CMItemCount;
 
+/// https://developer.apple.com/documentation/coremedia/cmsamplebufferisvalid(_:)
 Boolean CMSampleBufferIsValid(CMSampleBufferRef);
+/// https://developer.apple.com/documentation/coremedia/cmsamplebuffergetnumsamples(_:) : 0 where there is an error
 CMItemCount CMSampleBufferGetNumSamples(CMSampleBufferRef);
+/// https://developer.apple.com/documentation/coremedia/cmsamplebuffergetimagebuffer(_:) : not the caller's; NULL where there is none
 CVImageBufferRef CMSampleBufferGetImageBuffer(CMSampleBufferRef);
 // https://docs.rs/apple-cf/0.8.1/apple_cf/raw/fn.CMSampleBufferGetAudioBufferListWithRetainedBlockBuffer.html
 OSStatus CMSampleBufferGetAudioBufferListWithRetainedBlockBuffer(
     CMSampleBufferRef, size_t*, AudioBufferList*, size_t, CFAllocatorRef, CFAllocatorRef, uint32_t, CMBlockBufferRef*);
+
 const AudioStreamBasicDescription* CMAudioFormatDescriptionGetStreamBasicDescription(CMAudioFormatDescriptionRef);
 CMTime CMSampleBufferGetPresentationTimeStamp(CMSampleBufferRef);
 CMTime CMSampleBufferGetDuration(CMSampleBufferRef);
+/// https://developer.apple.com/documentation/coremedia/cmsamplebuffergetdatabuffer(_:) : not the caller's; NULL where there is none
 CMBlockBufferRef CMSampleBufferGetDataBuffer(CMSampleBufferRef);
+
 CMFormatDescriptionRef CMSampleBufferGetFormatDescription(CMSampleBufferRef);
 CFArrayRef CMSampleBufferGetSampleAttachmentsArray(CMSampleBufferRef, Boolean);
 extern const CFStringRef kCMSampleAttachmentKey_NotSync;
@@ -75,11 +85,15 @@ OSStatus CMSampleBufferCreateReady(CFAllocatorRef, CMBlockBufferRef, CMFormatDes
 OSStatus CMVideoFormatDescriptionCreate(CFAllocatorRef, CMVideoCodecType, int32_t, int32_t, CFDictionaryRef, CMVideoFormatDescriptionRef*);
 extern const CFStringRef kCMFormatDescriptionExtension_SampleDescriptionExtensionAtoms;
 
+/// https://developer.apple.com/documentation/coremedia/cmblockbuffergetdatapointer(_:atoffset:lengthatoffsetout:totallengthout:datapointerout:)
 OSStatus CMBlockBufferGetDataPointer(CMBlockBufferRef, size_t, size_t*, size_t*, char**);
+/// https://docs.rs/apple-cf/0.8.1/apple_cf/raw/fn.CMBlockBufferCopyDataBytes.html
 OSStatus CMBlockBufferCopyDataBytes(CMBlockBufferRef, size_t, size_t, void*);
 
 CMVideoDimensions CMVideoFormatDescriptionGetDimensions(CMVideoFormatDescriptionRef);
+/// https://developer.apple.com/documentation/coremedia/cmvideoformatdescriptiongeth264parametersetatindex(_:parametersetindex:parametersetpointerout:parametersetsizeout:parametersetcountout:nalunitheaderlengthout:)
 OSStatus CMVideoFormatDescriptionGetH264ParameterSetAtIndex(CMFormatDescriptionRef, size_t, const uint8_t**, size_t*, size_t*, int*);
+
 CFTypeRef CMFormatDescriptionGetExtension(CMFormatDescriptionRef, CFStringRef);
 // https://developer.apple.com/documentation/coremedia/ycbcrmatrix-extension-constants and its neighbours. Some of these may be other names
 // of Core Video's constants in the system's own headers.

@@ -51,8 +51,10 @@ __attribute__((objc_root_class))
 - (void)dealloc;
 @end
 
+/// https://docs.rs/rust-macios/latest/rust_macios/foundation/struct.NSString.html
 @interface NSString : NSObject <NSCopying>
 /// nil for bytes that are not of the encoding.
+/// https://developer.apple.com/documentation/foundation/nsstring/init(bytes:length:encoding:)
 - (instancetype)initWithBytes:(const void*)bytes length:(NSUInteger)length encoding:(NSStringEncoding)encoding;
 @property (readonly) const char* UTF8String __attribute__((objc_returns_inner_pointer));
 @end
@@ -130,6 +132,7 @@ NSString* NSHomeDirectory(void);
 - (BOOL)getResourceValue:(id __autoreleasing*)value forKey:(NSURLResourceKey)key error:(NSError* __autoreleasing*)error;
 @end
 
+/// https://developer.apple.com/documentation/foundation/filemanager/searchpathdirectory
 typedef NSUInteger NSSearchPathDirectory;
 /// https://pub.dev/documentation/uikit_bindings/latest/uikit_bindings.g/NSSearchPathDirectory.html (NSTrashDirectory is not)
 enum : NSSearchPathDirectory { NSMoviesDirectory = 17, NSApplicationSupportDirectory = 14, NSTrashDirectory = 102 };
@@ -166,6 +169,7 @@ typedef NSString* NSNotificationName;
 @interface NSNotificationCenter : NSObject
 @property (class, readonly) NSNotificationCenter* defaultCenter;
 /// What it returns has to be given to removeObserver: the centre holds it until then.
+/// https://developer.apple.com/documentation/foundation/notificationcenter/addobserver(forname:object:queue:using:)
 - (id<NSObject>)addObserverForName:(NSNotificationName)name
                             object:(id)object
                              queue:(NSOperationQueue*)queue

@@ -4,7 +4,9 @@
 
 #import <Foundation/Foundation.h>
 
+/// https://docs.rs/objc2-service-management/latest/objc2_service_management/struct.SMAppServiceStatus.html (not its numbers)
 typedef NSInteger SMAppServiceStatus;
+
 enum : SMAppServiceStatus {
     SMAppServiceStatusNotRegistered = 0,
     SMAppServiceStatusEnabled = 1,

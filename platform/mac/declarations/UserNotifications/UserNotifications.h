@@ -1,8 +1,8 @@
 // What the back end uses of notifications, one page for each class below https://developer.apple.com/documentation/usernotifications/ ;
 // compared with pages: the selectors of the delegate (https://docs.rs/objc2-user-notifications/0.3.0), of the category
 // (https://developer.apple.com/documentation/usernotifications/unnotificationcategory/init(identifier:actions:intentidentifiers:options:)) and
-// of the action (https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationaction.fromidentifier). Unconfirmed: the
-// numbers of an action's options. Methods that pages call optional are required here, so that a misspelt one is an error.
+// of the action (https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationaction.fromidentifier). Methods
+// that pages call optional are required here, so that a misspelt one is an error.
 #pragma once
 
 #import <Foundation/Foundation.h>
@@ -30,7 +30,6 @@ enum : UNNotificationPresentationOptions { UNNotificationPresentationOptionSound
 /// https://developer.apple.com/documentation/usernotifications/unnotificationactionoptions ; the numbers are in
 /// https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationactionoptions
 typedef NSUInteger UNNotificationActionOptions;
-
 enum : UNNotificationActionOptions { UNNotificationActionOptionNone = 0, UNNotificationActionOptionForeground = 4 };
 
 /// https://developer.apple.com/documentation/usernotifications/unnotificationcategoryoptions ; the number is in
@@ -141,7 +140,8 @@ extern NSString* const UNNotificationDismissActionIdentifier;
 @interface UNUserNotificationCenter : NSObject
 /// https://docs.rs/objc2-user-notifications/0.2.0/objc2_user_notifications/struct.UNUserNotificationCenter.html
 + (UNUserNotificationCenter*)currentNotificationCenter;
-// Weak in the system's headers.
+/// https://developer.apple.com/library/content/releasenotes/General/watchOS31APIDiffs/Swift/UserNotifications.html : weak in the system's
+/// headers
 @property (assign) id<UNUserNotificationCenterDelegate> delegate;
 /// https://docs.rs/objc2-user-notifications/0.2.0/objc2_user_notifications/struct.UNUserNotificationCenter.html
 - (void)setNotificationCategories:(NSSet<UNNotificationCategory*>*)categories;

@@ -61,7 +61,9 @@ typedef struct VTDecompressionOutputCallbackRecord {
 OSStatus VTDecompressionSessionCreate(CFAllocatorRef, CMVideoFormatDescriptionRef, CFDictionaryRef, CFDictionaryRef,
     const VTDecompressionOutputCallbackRecord*, VTDecompressionSessionRef*);
 // Without a flag for it nothing is asynchronous: the callback comes before it returns.
+/// https://docs.rs/objc2-video-toolbox/0.3.1/objc2_video_toolbox/fn.VTDecompressionSessionDecodeFrame.html
 OSStatus VTDecompressionSessionDecodeFrame(VTDecompressionSessionRef, CMSampleBufferRef, VTDecodeFrameFlags, void*, VTDecodeInfoFlags*);
+
 void VTDecompressionSessionInvalidate(VTDecompressionSessionRef);
 
 extern const CFStringRef kVTCompressionPropertyKey_RealTime;

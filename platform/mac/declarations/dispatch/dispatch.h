@@ -20,7 +20,9 @@ enum { QOS_CLASS_USER_INTERACTIVE = 0x21 };
 extern "C" {
 #endif
 
+/// https://developer.apple.com/documentation/dispatch/dispatch_queue_attr_make_with_qos_class
 dispatch_queue_attr_t dispatch_queue_attr_make_with_qos_class(dispatch_queue_attr_t, dispatch_qos_class_t, int);
+/// https://docs.rs/apple-cf/0.9.2/apple_cf/raw/fn.dispatch_queue_create.html
 dispatch_queue_t dispatch_queue_create(const char*, dispatch_queue_attr_t) __attribute__((ns_returns_retained));
 
 #ifdef __cplusplus

@@ -19,9 +19,13 @@ typedef int IOReturn;
 typedef struct IONotificationPort* IONotificationPortRef;
 typedef void (*IOServiceInterestCallback)(void*, io_service_t, uint32_t, void*);
 
+/// https://docs.rs/objc2-io-kit/0.3.2/objc2_io_kit/fn.IORegisterForSystemPower.html
 io_connect_t IORegisterForSystemPower(void*, IONotificationPortRef*, IOServiceInterestCallback, io_object_t*);
+/// https://docs.rs/objc2-io-kit/latest/objc2_io_kit/fn.IODeregisterForSystemPower.html
 IOReturn IODeregisterForSystemPower(io_object_t*);
+/// https://docs.rs/objc2-io-kit/0.3.2/objc2_io_kit/fn.IOAllowPowerChange.html
 IOReturn IOAllowPowerChange(io_connect_t, intptr_t);
+
 IOReturn IOServiceClose(io_connect_t);
 CFRunLoopSourceRef IONotificationPortGetRunLoopSource(IONotificationPortRef);
 void IONotificationPortDestroy(IONotificationPortRef);
