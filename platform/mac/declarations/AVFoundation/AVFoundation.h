@@ -40,6 +40,7 @@ extern NSNotificationName const AVPlayerItemDidPlayToEndTimeNotification;
 @property (readonly) NSError* error;
 /// https://developer.apple.com/documentation/avfoundation/avplayeritem/forwardplaybackendtime : invalid for the item's own end
 @property CMTime forwardPlaybackEndTime;
+/// https://developer.apple.com/documentation/avfoundation/avplayeritem/add(_:)-16ctk
 - (void)addOutput:(AVPlayerItemVideoOutput*)output;
 @end
 
@@ -52,6 +53,7 @@ extern NSNotificationName const AVPlayerItemDidPlayToEndTimeNotification;
 /// https://learn.microsoft.com/en-us/dotnet/api/avfoundation.avplayer.muted
 @property (getter=isMuted) BOOL muted;
 - (void)play;
+/// https://developer.apple.com/documentation/avfoundation/avplayer/pause()
 - (void)pause;
 /// https://developer.apple.com/documentation/avfoundation/avplayer/currenttime()
 - (CMTime)currentTime;

@@ -31,12 +31,14 @@ enum {
 /// https://developer.apple.com/documentation/audiotoolbox/audioconvertercomplexinputdataproc
 typedef OSStatus (*AudioConverterComplexInputDataProc)(AudioConverterRef, UInt32*, AudioBufferList*, AudioStreamPacketDescription**, void*);
 
+/// https://docs.rs/crate/audio-toolbox/0.1.1/source/src/audio_converter.rs
 OSStatus AudioConverterNew(const AudioStreamBasicDescription*, const AudioStreamBasicDescription*, AudioConverterRef*);
 /// https://developer.apple.com/library/archive/releasenotes/General/APIDiffsMacOSX10_11/Objective-C/AudioToolbox.html
 OSStatus AudioConverterDispose(AudioConverterRef);
 
 OSStatus AudioConverterSetProperty(AudioConverterRef, AudioConverterPropertyID, UInt32, const void*);
 OSStatus AudioConverterGetProperty(AudioConverterRef, AudioConverterPropertyID, UInt32*, void*);
+/// https://developer.apple.com/documentation/audiotoolbox/audioconverterfillcomplexbuffer(_:_:_:_:_:_:)
 OSStatus AudioConverterFillComplexBuffer(
     AudioConverterRef, AudioConverterComplexInputDataProc, void*, UInt32*, AudioBufferList*, AudioStreamPacketDescription*);
 

@@ -31,6 +31,7 @@ typedef double NSTimeInterval;
 typedef NSUInteger NSStringEncoding;
 enum { NSUTF8StringEncoding = 4 };
 
+/// https://cnblogs.com/iprogrammer/p/3252332.html
 @protocol NSObject
 - (BOOL)isEqual:(id)object;
 @end
@@ -59,9 +60,13 @@ __attribute__((objc_root_class))
 @property (readonly) const char* UTF8String __attribute__((objc_returns_inner_pointer));
 @end
 
+/// https://developer.apple.com/documentation/foundation/nserror
 @interface NSError : NSObject
+/// https://developer.apple.com/documentation/foundation/nserror/domain
 @property (readonly, copy) NSString* domain;
+/// https://developer.apple.com/documentation/foundation/nserror/code
 @property (readonly) NSInteger code;
+/// https://developer.apple.com/documentation/foundation/nserror/localizeddescription
 @property (readonly, copy) NSString* localizedDescription;
 @end
 
@@ -74,12 +79,17 @@ __attribute__((objc_root_class))
 @property (readonly, copy) NSString* reason;
 @end
 
+/// https://docs.rs/cocoa-foundation/0.1.1/cocoa_foundation/foundation/trait.NSArray.html
 @interface NSArray<ObjectType> : NSObject
+/// https://docs.rs/cocoa-foundation/0.1.1/cocoa_foundation/foundation/trait.NSArray.html
 @property (readonly) NSUInteger count;
+/// https://docs.rs/cocoa-foundation/0.1.1/cocoa_foundation/foundation/trait.NSArray.html
 - (ObjectType)objectAtIndex:(NSUInteger)index;
 @end
 
+/// https://www.oreilly.com/library/view/cocoa-in-a/0596004621/re292.html
 @interface NSMutableArray<ObjectType> : NSArray <ObjectType>
+/// https://developer.apple.com/documentation/foundation/nsmutablearray/add(_:) : raises NSInvalidArgumentException for nil
 - (void)addObject:(ObjectType)object;
 @end
 
@@ -87,8 +97,10 @@ __attribute__((objc_root_class))
 + (instancetype)setWithArray:(NSArray<ObjectType>*)array;
 @end
 
+/// https://learn.microsoft.com/en-us/dotnet/api/foundation.nsdictionary
 @interface NSDictionary<KeyType, ObjectType> : NSObject
 - (ObjectType)objectForKey:(KeyType)key;
+/// https://developer.apple.com/documentation/foundation/nsdictionary/allkeys
 @property (readonly, copy) NSArray<KeyType>* allKeys;
 @end
 
@@ -109,6 +121,7 @@ typedef NSString* NSAttributedStringKey;
 + (NSNumber*)numberWithUnsignedInt:(unsigned int)value;
 @end
 
+/// https://learn.microsoft.com/en-us/dotnet/api/foundation.nsdate
 @interface NSDate : NSObject
 /// https://developer.apple.com/documentation/foundation/nsdate/timeintervalsince1970
 @property (readonly) NSTimeInterval timeIntervalSince1970;
@@ -116,10 +129,13 @@ typedef NSString* NSAttributedStringKey;
 
 typedef NSString* NSURLResourceKey;
 extern "C" {
+/// https://docs.rs/objc2-foundation/latest/aarch64-apple-darwin/objc2_foundation/static.NSURLCreationDateKey.html
 extern NSURLResourceKey const NSURLCreationDateKey;
+
 NSString* NSHomeDirectory(void);
 }
 
+/// https://docs.rs/objc2-foundation/latest/objc2_foundation/struct.NSURL.html
 @interface NSURL : NSObject
 /// Of a path as the file system has it, of any bytes.
 /// https://developer.apple.com/documentation/foundation/nsurl/fileurl(withfilesystemrepresentation:isdirectory:relativeto:)
@@ -141,6 +157,7 @@ typedef NSUInteger NSSearchPathDomainMask;
 enum : NSSearchPathDomainMask { NSUserDomainMask = 1 };
 
 @interface NSFileManager : NSObject
+/// https://learn.microsoft.com/en-us/dotnet/api/foundation.nsfilemanager.defaultmanager
 @property (class, readonly) NSFileManager* defaultManager;
 /// https://developer.apple.com/documentation/foundation/filemanager/urls(for:in:)
 - (NSArray<NSURL*>*)URLsForDirectory:(NSSearchPathDirectory)directory inDomains:(NSSearchPathDomainMask)domainMask;
@@ -152,8 +169,11 @@ enum : NSSearchPathDomainMask { NSUserDomainMask = 1 };
                     error:(NSError* __autoreleasing*)error;
 @end
 
+/// https://developer.apple.com/documentation/foundation/bundle
 @interface NSBundle : NSObject
+/// https://developer.apple.com/documentation/foundation/bundle/main : may be nil
 @property (class, readonly) NSBundle* mainBundle;
+/// https://developer.apple.com/documentation/foundation/bundle/bundleidentifier : may be nil
 @property (readonly) NSString* bundleIdentifier;
 @end
 
@@ -166,7 +186,9 @@ typedef NSString* NSNotificationName;
 @interface NSNotification : NSObject
 @end
 
+/// https://www.oreilly.com/library/view/cocoa-in-a/0596004621/re303.html
 @interface NSNotificationCenter : NSObject
+/// https://www.oreilly.com/library/view/cocoa-in-a/0596004621/re303.html (as a method, which is called in the same way)
 @property (class, readonly) NSNotificationCenter* defaultCenter;
 /// What it returns has to be given to removeObserver: the centre holds it until then.
 /// https://developer.apple.com/documentation/foundation/notificationcenter/addobserver(forname:object:queue:using:)

@@ -27,6 +27,7 @@ enum : SCFrameStatus {
     SCFrameStatusStopped = 5
 };
 extern "C" {
+/// https://learn.microsoft.com/en-us/dotnet/api/screencapturekit.scstreamframeinfokeys.status
 extern NSString* const SCStreamFrameInfoStatus;
 }
 
@@ -45,6 +46,7 @@ extern NSString* const SCStreamFrameInfoStatus;
 @interface SCWindow : NSObject
 /// https://developer.apple.com/documentation/screencapturekit/scwindow : "The Core Graphics window identifier"
 @property (readonly) CGWindowID windowID;
+/// https://developer.apple.com/documentation/screencapturekit/scwindow
 @property (readonly) CGRect frame;
 /// https://developer.apple.com/documentation/screencapturekit/scwindow
 @property (readonly) NSString* title;
@@ -64,6 +66,7 @@ extern NSString* const SCStreamFrameInfoStatus;
 @property (readonly) CGRect frame;
 @end
 
+/// https://docs.rs/objc2-screen-capture-kit/latest/objc2_screen_capture_kit/struct.SCShareableContent.html
 @interface SCShareableContent : NSObject
 /// https://developer.apple.com/documentation/screencapturekit/scshareablecontent/getexcludingdesktopwindows(_:onscreenwindowsonly:completionhandler:)
 + (void)getShareableContentExcludingDesktopWindows:(BOOL)excludesDesktopWindows

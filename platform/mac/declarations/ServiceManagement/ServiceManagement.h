@@ -19,5 +19,6 @@ enum : SMAppServiceStatus {
 /// https://developer.apple.com/documentation/servicemanagement/smappservice/status-swift.property
 @property (readonly) SMAppServiceStatus status;
 - (BOOL)registerAndReturnError:(NSError* __autoreleasing*)error;
+/// https://developer.apple.com/documentation/servicemanagement/smappservice/unregister()
 - (BOOL)unregisterAndReturnError:(NSError* __autoreleasing*)error;
 @end

@@ -43,7 +43,10 @@ OSStatus VTCompressionSessionPrepareToEncodeFrames(VTCompressionSessionRef);
 OSStatus VTCompressionSessionEncodeFrame(
     VTCompressionSessionRef, CVImageBufferRef, CMTime, CMTime, CFDictionaryRef, void*, VTEncodeInfoFlags*);
 
+/// https://developer.apple.com/documentation/videotoolbox/vtcompressionsessioncompleteframes(_:untilpresentationtimestamp:) : all of them
+/// where the time is not numeric
 OSStatus VTCompressionSessionCompleteFrames(VTCompressionSessionRef, CMTime);
+/// https://developer.apple.com/documentation/videotoolbox/vtsessionsetproperty(_:key:value:)
 OSStatus VTSessionSetProperty(VTSessionRef, CFStringRef, CFTypeRef);
 
 // Decoding: the parameters are those of https://docs.rs/objc2-video-toolbox/0.3.0/objc2_video_toolbox/fn.VTDecompressionSessionCreate.html
@@ -64,13 +67,16 @@ OSStatus VTDecompressionSessionCreate(CFAllocatorRef, CMVideoFormatDescriptionRe
 /// https://docs.rs/objc2-video-toolbox/0.3.1/objc2_video_toolbox/fn.VTDecompressionSessionDecodeFrame.html
 OSStatus VTDecompressionSessionDecodeFrame(VTDecompressionSessionRef, CMSampleBufferRef, VTDecodeFrameFlags, void*, VTDecodeInfoFlags*);
 
+/// https://developer.apple.com/documentation/videotoolbox/vtdecompressionsessioninvalidate(_:)
 void VTDecompressionSessionInvalidate(VTDecompressionSessionRef);
 
 extern const CFStringRef kVTCompressionPropertyKey_RealTime;
+/// https://docs.rs/video-toolbox/0.2.0/src/video_toolbox/compression_properties.rs.html
 extern const CFStringRef kVTCompressionPropertyKey_ProfileLevel;
 /// https://docs.rs/objc2-video-toolbox/latest/objc2_video_toolbox/static.kVTCompressionPropertyKey_MaxKeyFrameInterval.html
 extern const CFStringRef kVTCompressionPropertyKey_MaxKeyFrameInterval;
 
+/// https://docs.rs/video-toolbox/0.2.0/src/video_toolbox/compression_properties.rs.html
 extern const CFStringRef kVTCompressionPropertyKey_AverageBitRate;
 /// https://docs.rs/objc2-video-toolbox/latest/objc2_video_toolbox/static.kVTCompressionPropertyKey_AllowFrameReordering.html
 extern const CFStringRef kVTCompressionPropertyKey_AllowFrameReordering;
