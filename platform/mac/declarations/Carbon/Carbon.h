@@ -2,7 +2,7 @@
 // https://developer.apple.com/legacy/library/documentation/Carbon/Reference/Carbon_Event_Manager_Ref/Reference/reference.html
 // Compared with a page: that the functions are there, and the parameters of InstallEventHandler (that page) and of RegisterEventHotKey
 // (http://cocoatutorial.grapewave.com/2010/01/adding-a-hotkey-listener/). Unconfirmed: the other functions' parameters, and
-// all numbers.
+// the numbers without a page of their own.
 #pragma once
 
 #include <MacTypes.h>

@@ -1,5 +1,6 @@
 // What sound is, one page for each name below https://developer.apple.com/documentation/coreaudiotypes/ ; compared with pages: the members of
-// the structures (Apple's pages of each). Unconfirmed: their widths, and the numbers of format and flags.
+// the structures (Apple's pages of each). Unconfirmed: the widths of what has no page of its own, and the numbers of format
+// and flags.
 #pragma once
 
 #include <MacTypes.h>

@@ -2,7 +2,8 @@
 // "Preferences Utilities" there: https://developer.apple.com/documentation/corefoundation/preferences-utilities ; compared with their pages:
 // CFRelease, CFStringCreateWithBytes, CFDictionaryCreate, CFPreferencesCopyAppValue, CFPreferencesSetAppValue, and that CFGetTypeID tells a
 // preference's type. With https://docs.rs/crate/core-foundation-sys/0.4.1/source/src/number.rs: the numbers of CFNumberType, whose width
-// pages differ on. Unconfirmed: the other parameters, the widths of the first group, and the number of the encoding.
+// pages differ on. Unconfirmed: the parameters of functions without a page of their own, the widths of the first group, and the number
+// of the encoding.
 #pragma once
 
 #include <MacTypes.h>

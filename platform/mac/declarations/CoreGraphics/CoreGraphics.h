@@ -1,6 +1,8 @@
 // Core Graphics' geometry, list of windows and access to the screen, one page for each name below
 // https://developer.apple.com/documentation/coregraphics/ ; compared with pages: that CGFloat is double on 64-bit systems, the order of the
-// list of windows, the names. Unconfirmed: the numbers of the options.
+// list of windows, the names. Unconfirmed: the numbers of the options; of kCGWindowListOptionOnScreenOnly pages differ
+// (1 in https://docs.rs/core-graphics/0.22.2/core_graphics/display/constant.kCGWindowListOptionOnScreenOnly.html , 2 in
+// https://docs.rs/core-graphics/0.22.2/core_graphics/window/constant.kCGWindowListOptionOnScreenOnly.html).
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
