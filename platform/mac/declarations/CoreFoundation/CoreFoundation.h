@@ -74,7 +74,9 @@ CFTypeID CFDictionaryGetTypeID(void);
 
 CFDictionaryRef CFDictionaryCreate(
     CFAllocatorRef, const void**, const void**, CFIndex, const CFDictionaryKeyCallBacks*, const CFDictionaryValueCallBacks*);
+/// https://docs.rs/apple-cf/latest/apple_cf/raw/fn.CFDictionaryGetValue.html
 const void* CFDictionaryGetValue(CFDictionaryRef, const void*);
+/// https://docs.rs/apple-cf/latest/apple_cf/raw/fn.CFPreferencesCopyAppValue.html
 CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef, CFStringRef);
 /// https://developer.apple.com/documentation/corefoundation/cfpreferencessetappvalue(_:_:_:) : NULL removes
 void CFPreferencesSetAppValue(CFStringRef, CFPropertyListRef, CFStringRef);

@@ -58,13 +58,20 @@ OSStatus CMSampleBufferGetAudioBufferListWithRetainedBlockBuffer(
     CMSampleBufferRef, size_t*, AudioBufferList*, size_t, CFAllocatorRef, CFAllocatorRef, uint32_t, CMBlockBufferRef*);
 
 const AudioStreamBasicDescription* CMAudioFormatDescriptionGetStreamBasicDescription(CMAudioFormatDescriptionRef);
+/// https://docs.rs/core-media/0.6.0/core_media/sample_buffer/fn.CMSampleBufferGetPresentationTimeStamp.html
 CMTime CMSampleBufferGetPresentationTimeStamp(CMSampleBufferRef);
+
 CMTime CMSampleBufferGetDuration(CMSampleBufferRef);
 /// https://developer.apple.com/documentation/coremedia/cmsamplebuffergetdatabuffer(_:) : not the caller's; NULL where there is none
 CMBlockBufferRef CMSampleBufferGetDataBuffer(CMSampleBufferRef);
 
+/// https://developer.apple.com/documentation/coremedia/cmsamplebuffergetformatdescription(_:) : not the caller's; NULL where there is an
+/// error
 CMFormatDescriptionRef CMSampleBufferGetFormatDescription(CMSampleBufferRef);
+/// https://developer.apple.com/documentation/coremedia/cmsamplebuffergetsampleattachmentsarray(_:createifnecessary:) : not the caller's;
+/// NULL where there is an error
 CFArrayRef CMSampleBufferGetSampleAttachmentsArray(CMSampleBufferRef, Boolean);
+
 extern const CFStringRef kCMSampleAttachmentKey_NotSync;
 extern const CFStringRef kCMSampleAttachmentKey_DependsOnOthers;
 
