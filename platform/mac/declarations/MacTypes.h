@@ -5,7 +5,7 @@
 
 #include <stdint.h>
 
-/// https://docs.rs/crate/MacTypes-sys/2.1.0/target-redirect/x86_64-pc-windows-msvc/MacTypes_sys/type.Boolean.html
+/// https://docs.rs/core-foundation/latest/core_foundation/base/fn.CFEqual.html (what it returns)
 typedef unsigned char Boolean;
 
 typedef uint8_t UInt8;

@@ -16,6 +16,7 @@ typedef CGSize NSSize;
 /// https://learn.microsoft.com/en-us/dotnet/api/appkit.nsmodalresponse
 typedef NSInteger NSModalResponse;
 enum : NSModalResponse { NSModalResponseCancel = 0, NSModalResponseOK = 1 };
+
 typedef NSInteger NSWindowLevel;
 enum : NSWindowLevel { NSFloatingWindowLevel = 3 };
 
@@ -164,7 +165,6 @@ enum : NSWindowTitleVisibility { NSWindowTitleHidden = 1 };
 typedef NSUInteger NSBackingStoreType;
 enum : NSBackingStoreType { NSBackingStoreBuffered = 2 };
 
-/// https://jnaerator.sourceforge.net/sites/rococoa-auto/apidocs/org/rococoa/cocoa/appkit/NSWindow.html
 @interface NSWindow : NSObject
 /// https://developer.apple.com/documentation/appkit/nswindow/init(contentrect:stylemask:backing:defer:)
 - (instancetype)initWithContentRect:(NSRect)contentRect

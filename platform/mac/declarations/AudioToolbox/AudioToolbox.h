@@ -1,8 +1,7 @@
 // Audio converters, one page for each name below https://developer.apple.com/documentation/audiotoolbox/ ; compared with pages: the
 // parameters of the callback (https://developer.apple.com/documentation/audiotoolbox/audioconvertercomplexinputdataproc), how it says that
 // nothing more comes (https://developer.apple.com/library/archive/qa/qa1317/_index.html), AudioConverterPrimeInfo's members and widths
-// (https://docs.rs/objc2-audio-toolbox). Unconfirmed: what has no page of its
-// own, and the number of kAudioConverterPrimeInfo.
+// (https://docs.rs/objc2-audio-toolbox). Unconfirmed: what has no page of its own, and the number of kAudioConverterPrimeInfo.
 #pragma once
 
 #include <CoreAudioTypes/CoreAudioTypes.h>

@@ -13,7 +13,8 @@
 extern "C" {
 #endif
 
-/// https://cnblogs.com/huluo666/p/3527111.html has the members and the width
+/// https://developer.apple.com/documentation/corefoundation/core-foundation-structures has the names, and
+/// https://blog.csdn.net/weixin_43270122/article/details/106478796 the members
 typedef double CGFloat;
 typedef struct CGPoint {
     CGFloat x;

@@ -31,7 +31,6 @@ typedef double NSTimeInterval;
 typedef NSUInteger NSStringEncoding;
 enum { NSUTF8StringEncoding = 4 };
 
-/// https://cnblogs.com/iprogrammer/p/3252332.html
 @protocol NSObject
 - (BOOL)isEqual:(id)object;
 @end

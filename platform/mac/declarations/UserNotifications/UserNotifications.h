@@ -1,8 +1,8 @@
 // What the back end uses of notifications, one page for each class below https://developer.apple.com/documentation/usernotifications/ ;
 // compared with pages: the selectors of the delegate (https://docs.rs/objc2-user-notifications/0.3.0), of the category
 // (https://developer.apple.com/documentation/usernotifications/unnotificationcategory/init(identifier:actions:intentidentifiers:options:)) and
-// of the action (https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationaction.fromidentifier). Methods
-// that pages call optional are required here, so that a misspelt one is an error.
+// of the action (https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationaction.fromidentifier). Methods that pages
+// call optional are required here, so that a misspelt one is an error.
 #pragma once
 
 #import <Foundation/Foundation.h>
