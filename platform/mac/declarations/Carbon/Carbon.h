@@ -43,9 +43,7 @@ enum { cmdKey = 0x100, shiftKey = 0x200, optionKey = 0x800, controlKey = 0x1000 
 EventTargetRef GetEventDispatcherTarget(void);
 OSStatus InstallEventHandler(EventTargetRef, EventHandlerUPP, ItemCount, const EventTypeSpec*, void*, EventHandlerRef*);
 OSStatus RemoveEventHandler(EventHandlerRef);
-/// https://pastebin.com/mE5MgzhP
 OSStatus RegisterEventHotKey(UInt32, UInt32, EventHotKeyID, EventTargetRef, OptionBits, EventHotKeyRef*);
-
 OSStatus UnregisterEventHotKey(EventHotKeyRef);
 OSStatus GetEventParameter(EventRef, EventParamName, EventParamType, EventParamType*, ByteCount, ByteCount*, void*);
 
