@@ -4,6 +4,7 @@
 #include <QImage>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -45,7 +46,11 @@ public:
     /// Whether programs may ask for keys here.
     [[nodiscard]] virtual bool desktopHasShortcuts() const = 0;
 
-    /// Chooses the first window in the desktop's dialog, which is open, and lets the program remember it.
+    /// Where they may: lets the program have the keys that it asks for, if the desktop asks its user, and waits until `hasThem`; throws when
+    /// it never does, or when the desktop proposes others than Alt+Super+C.
+    virtual void allowShortcut(const std::function<bool()>& hasThem) = 0;
+
+    /// Chooses the first window in the desktop's dialog, which is open, that is not the program's own; lets the program remember it.
     virtual void chooseFirstWindow() = 0;
 
 protected:

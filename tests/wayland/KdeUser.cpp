@@ -86,6 +86,12 @@ public:
     }
 
     [[nodiscard]] bool desktopHasShortcuts() const override { return true; }
+    /// The desktop does not ask.
+    void allowShortcut(const std::function<bool()>& hasThem) override
+    {
+        if (!waitUntil(hasThem))
+            throw std::runtime_error("the program has no shortcut");
+    }
     /// Its controls are known before it is on the screen.
     void awaitChooser() override
     {
