@@ -154,12 +154,12 @@ public:
     /// From the box "Remember this selection", which is checked, down to the list and back to "Share".
     void chooseFirstWindow() override
     {
-        // GNOME 48 lists the program's own small window too, which may come first; GNOME 43 gives its list no names.
+        // GNOME 48 lists the program's own windows too, which may come first; GNOME 43 gives its list no names.
         int rows = 1;
         for (const auto& control : AssistiveTechnology::controls(portal)) {
             if (control.role != "list item")
                 continue;
-            if (control.name != "Velmora")
+            if (control.name != "Velmora" && control.name != "Select Video Window")
                 break;
             ++rows;
         }
