@@ -1,19 +1,17 @@
 // Draws the clips window in all its states, to be looked at:
 //
-//     [QT_SCALE_FACTOR=2] clips_gallery DIRECTORY
-#include "tests/brand/ViewTestWindow.h"
+//     [QT_SCALE_FACTOR=2] clips_gallery DIRECTORY [TEXT_SCALE [contrast]]
+#include "tests/brand/Gallery.h"
 #include "tests/library/views/ClipsFixture.h"
 #include "tests/library/views/ClipsView.h"
 #include "tests/library/views/SmallFilesFixture.h"
 
 #include <QColor>
-#include <QDir>
 #include <QImage>
 #include <QLinearGradient>
 #include <QPainter>
 
 #include <cerrno>
-#include <cstdio>
 #include <memory>
 #include <string>
 
@@ -45,13 +43,6 @@ PixelBufferRef landscape(int number, int width, int height)
     return picture;
 }
 
-void draw(const QDir& directory, const char* name, const ViewTestWindow& window)
-{
-    const auto file = directory.filePath(QStringLiteral("%1.png").arg(QLatin1String(name)));
-    if (!window.grab().save(file))
-        std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
-}
-
 void fill(ClipsFixture& fixture)
 {
     for (int i = 0; i < 24; ++i) {
@@ -75,7 +66,7 @@ void fill(ClipsFixture& fixture)
     fixture.fileMover->refusals[fixture.folder() / "Sunset over the harbour.mp4"] = EBUSY;
 }
 
-void drawStates(const QDir& directory)
+void drawStates(const Gallery& gallery)
 {
     ClipsFixture fixture;
     fixture.appear();
@@ -83,7 +74,7 @@ void drawStates(const QDir& directory)
     const auto look = [&](const char* name) {
         static_cast<void>(window.grab());
         fixture.run();
-        draw(directory, name, window);
+        gallery.draw(name, window);
     };
     look("clips-empty");
     fixture.add("Velmora-Recording-2026-11-20-11-20-31.mp4", ClipsFixture::moment(0, 11, 20));
@@ -97,12 +88,6 @@ void drawStates(const QDir& directory)
     fixture.model->click(2, Qt::ControlModifier);
     fixture.model->click(4, Qt::ControlModifier);
     look("clips-several");
-    setTextScale(window.engine(), 1.5);
-    look("clips-large-text");
-    setTextScale(window.engine(), 1);
-    setIncreasesContrast(window.engine(), true);
-    look("clips-contrast");
-    setIncreasesContrast(window.engine(), false);
     fixture.model->click(2, Qt::NoModifier);
     fixture.press(Qt::Key_Delete);
     look("clips-trashed");
@@ -113,9 +98,6 @@ void drawStates(const QDir& directory)
     look("clips-renaming");
     fixture.model->finishRenaming(QStringLiteral("a/b"));
     look("clips-bad-name");
-    setTextScale(window.engine(), 1.5);
-    look("clips-renaming-large-text");
-    setTextScale(window.engine(), 1);
     fixture.model->cancelRenaming();
     window.type(Qt::Key_S, QStringLiteral("s"));
     window.type(Qt::Key_U, QStringLiteral("u"));
@@ -131,7 +113,7 @@ void drawStates(const QDir& directory)
     look("clips-gone");
 }
 
-void drawSmallFiles(const QDir& directory)
+void drawSmallFiles(const Gallery& gallery)
 {
     SmallFilesFixture copies;
     ClipsFixture fixture;
@@ -146,17 +128,14 @@ void drawSmallFiles(const QDir& directory)
     copies.files->start(clip, 10'000'000);
     copies.session(0).steps.advance(0.43);
     copies.clock->advance(std::chrono::seconds{1});
-    draw(directory, "clips-small-file", window);
-    setTextScale(window.engine(), 1.5);
-    draw(directory, "clips-small-file-large-text", window);
-    setTextScale(window.engine(), 1);
+    gallery.draw("clips-small-file", window);
     copies.complete(0);
-    draw(directory, "clips-small-file-copied", window);
+    gallery.draw("clips-small-file-copied", window);
     copies.files->start(clip, 10'000'000);
     copies.session(1).steps.fail(Error{"Velmora.Transcoding", 1,
         "10 MB are too little for a clip of 83:20, even with the smallest pictures: it takes about 17 MB.", nullptr});
     copies.executor->runAll();
-    draw(directory, "clips-small-file-failed", window);
+    gallery.draw("clips-small-file-failed", window);
 }
 
 }  // namespace
@@ -164,14 +143,10 @@ void drawSmallFiles(const QDir& directory)
 
 int main(int count, char* arguments[])
 {
-    if (count != 2) {
-        std::fprintf(stderr, "usage: clips_gallery DIRECTORY\n");
-        return 2;
-    }
     using namespace velmora::test;
-    static_cast<void>(application());
+    const Gallery gallery{count, arguments};
     linkPreviewView();
-    drawStates(QDir{QString::fromLocal8Bit(arguments[1])});
-    drawSmallFiles(QDir{QString::fromLocal8Bit(arguments[1])});
+    drawStates(gallery);
+    drawSmallFiles(gallery);
     return 0;
 }
