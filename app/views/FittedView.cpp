@@ -94,10 +94,26 @@ void FittedView::fit()
     const auto size = fittingSize(given_, workArea_.isEmpty() ? workAreaSize(*screen()) : workArea_.size(), frame);
     if (size == fitted_)
         return;
+    const auto before = QRect{position(), this->size()}.marginsAdded(frameMargins());
     fitted_ = size;
     setMinimumSize(size);
     setMaximumSize(isResizable_ ? QSize{unlimited, unlimited} : size);
     resize(size);
+    if (isPlaced_ && isExposed())
+        stayInside(before);
+}
+
+void FittedView::stayInside(const QRect& before)
+{
+    // Whoever has put it across an edge wants it there. The other area is for a window that was moved to another monitor.
+    for (const auto& area : {workArea_, screen()->availableGeometry()}) {
+        if (!area.contains(before))
+            continue;
+        const QRect grown{before.topLeft(), size().grownBy(frameMargins())};
+        if (const auto inside = placeInside(grown, area); inside != grown.topLeft())
+            setPosition(position() + inside - grown.topLeft());
+        return;
+    }
 }
 
 }  // namespace velmora

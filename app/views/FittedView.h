@@ -26,7 +26,8 @@ public:
     /// For a desktop that knows more about it than Qt does. In points. Once it has its frame, the window is brought into the area.
     void setWorkArea(const QRect& area);
 
-    /// The same with a fixed size: that of the view that it shows, even when that changes.
+    /// The same with a fixed size: that of the view that it shows, even when that changes. A window that was all inside of the area, or of
+    /// what is free of its screen, is moved as far as it takes to be so when it has grown.
     void takeSizeOfContents();
 
 protected:
@@ -35,6 +36,7 @@ protected:
 private:
     void fit();
     void bringInside();
+    void stayInside(const QRect& before);
 
     QRect workArea_;
     QSize given_;

@@ -3,6 +3,7 @@
 #include "tests/brand/QuickTestWindow.h"
 
 #include <QQmlComponent>
+#include <QScreen>
 
 #include <gtest/gtest.h>
 
@@ -115,6 +116,58 @@ TEST_F(FittedViewTest, AFixedWindowFollowsTheSizeOfItsContents)
     EXPECT_EQ(view.size(), QSize(300, 260));
     EXPECT_EQ(view.minimumSize(), QSize(300, 260));
     EXPECT_EQ(view.maximumSize(), QSize(300, 260));
+}
+
+class GrowingWindowTest : public FittedViewTest {
+protected:
+    void showAt(const QPoint& frame)
+    {
+        load("Rectangle { implicitWidth: 300; implicitHeight: 200 }");
+        view.takeSizeOfContents();
+        view.setWorkArea(area);
+        view.show();
+        QCoreApplication::processEvents();
+        ASSERT_FALSE(view.frameMargins().isNull());
+        view.setFramePosition(frame);
+        QCoreApplication::processEvents();
+        ASSERT_EQ(view.frameGeometry().topLeft(), frame);
+    }
+
+    QRect frameAfterGrowingTo(double height)
+    {
+        root->setImplicitHeight(height);
+        QCoreApplication::processEvents();
+        EXPECT_EQ(view.size().height(), height);
+        return view.frameGeometry();
+    }
+
+    const QRect area{0, 0, 700, 500};
+};
+
+TEST_F(GrowingWindowTest, AWindowThatGrowsBeyondTheWorkAreaMovesUpAsFarAsItHasTo)
+{
+    showAt({150, 200});
+    EXPECT_EQ(frameAfterGrowingTo(220).topLeft(), QPoint(150, 200)) << "there is room for that";
+    const auto frame = frameAfterGrowingTo(400);
+    EXPECT_EQ(frame.left(), 150);
+    EXPECT_EQ(frame.bottom(), area.bottom());
+    EXPECT_EQ(frameAfterGrowingTo(200).top(), frame.top()) << "it does not jump about when it shrinks";
+}
+
+TEST_F(GrowingWindowTest, AWindowThatWasPutAcrossTheEdgeOfTheScreenStaysThere)
+{
+    const auto screen = view.screen()->availableGeometry();
+    const QPoint across{screen.right() - 100, screen.bottom() - 150};
+    showAt(across);
+    EXPECT_EQ(frameAfterGrowingTo(300).topLeft(), across);
+}
+
+TEST_F(GrowingWindowTest, AWindowThatWasMovedElsewhereOnItsScreenStaysInsideOfThat)
+{
+    const auto screen = view.screen()->availableGeometry();
+    ASSERT_GT(screen.height(), area.height() + 100);
+    showAt({150, screen.bottom() - 280});
+    EXPECT_EQ(frameAfterGrowingTo(400).bottom(), screen.bottom());
 }
 
 }  // namespace
