@@ -69,6 +69,13 @@ FocusScope {
             ground: Theme.cardSlate
             radius: 6
 
+            // How far it reaches where it is as dark as the card.
+            RoundedRectangle {
+                anchors.fill: parent
+                radius: picture.radius
+                borderWidth: 1
+                borderColor: Theme.borderSlate
+            }
             Symbol {
                 anchors.centerIn: parent
                 visible: !entry.hasPicture

@@ -1,4 +1,6 @@
 #include "tests/library/views/ClipsView.h"
+#include "brand/BrandModule.h"
+#include "brand/Palette.h"
 #include "tests/brand/KeyboardWalk.h"
 #include "tests/brand/ViewTestWindow.h"
 #include "tests/library/views/ClipsFixture.h"
@@ -334,6 +336,28 @@ TEST_F(ClipsViewTest, TheLargestTextFindsRoom)
         EXPECT_TRUE((QRectF{24, 0, 712.5, 600}.contains(place))) << text << " ends at " << place.right();
     }
     window->expectNoTextsOverlap();
+}
+
+TEST_F(ClipsViewTest, HowFarAClipsPictureReachesIsSeenWithMoreContrast)
+{
+    showWith(1);
+    setIncreasesContrast(window->engine(), true);
+    settle();
+    std::optional<QRect> picture;
+    window->forEachVisible([&](QQuickItem& item) {
+        if (item.inherits("velmora::ClipPicture"))
+            picture = item.mapRectToScene(item.boundingRect()).toRect();
+    });
+    ASSERT_TRUE(picture);
+    const auto shown = window->grab();
+    const double scale = static_cast<double>(shown.width()) / test::clipsViewSize.width();
+    const auto at = [&](int x, int y) { return QColor{shown.pixel(qRound(x * scale), qRound(y * scale))}; };
+    const auto& palette = Palette::of(true);
+    const auto middle = picture->center();
+    for (const auto& edge : {QPoint{picture->left(), middle.y()}, QPoint{picture->right(), middle.y()}, QPoint{middle.x(), picture->top()},
+             QPoint{middle.x(), picture->bottom()}})
+        EXPECT_EQ(at(edge.x(), edge.y()), palette.border) << edge.x() << "," << edge.y();
+    EXPECT_EQ(at(picture->left() + 4, middle.y()), palette.card) << "the picture itself is to be seen within";
 }
 
 TEST_F(ClipsViewTest, AWiderWindowHasMoreClipsBesideEachOther)
