@@ -264,9 +264,9 @@ TEST_F(PauseTest, FiftyPausesLeaveNoPictureInTheClipAndItsSoundWhereItWas)
     for (auto& phase : phases)
         phase -= usual;
     const auto [least, most] = std::minmax_element(phases.begin(), phases.end());
-    std::printf(
-        "%zu pictures in %zu stretches, %zu painted meanwhile; sound against pictures: %+.1f to %+.1f ms, first %+.1f, last %+.1f ms; most that "
-        "one witness heard: %.1f and %.1f ms\n",
+    std::printf("%zu pictures in %zu stretches, %zu painted meanwhile; sound against pictures: %+.1f to %+.1f ms, first %+.1f, last %+.1f "
+                "ms; most that "
+                "one witness heard: %.1f and %.1f ms\n",
         clip.video->pictures.size(), stretches.size(), leftOut, *least * 1e3, *most * 1e3, phases.front() * 1e3, phases.back() * 1e3,
         largest(steps.front()) * 1e3, largest(steps.back()) * 1e3);
     EXPECT_LT(std::max(-*least, *most), 0.01);
