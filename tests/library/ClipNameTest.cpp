@@ -35,7 +35,7 @@ TEST(ClipNameTest, NamesThatNoFileCanHaveOrNobodyFindsAgainAreRefused)
     for (const char16_t character : {u'\n', u'\0', u'\x7F', u'\x2028', u'\xD800'})
         EXPECT_EQ(renamed("a.mp4", QStringLiteral("b") + QChar{character} + QStringLiteral("c")),
             "refused: A name cannot contain line breaks or other control characters.");
-    EXPECT_EQ(renamed("a.mp4", QString{251, QLatin1Char('x')}), std::string(251, 'x') + ".mp4");
+    EXPECT_EQ(renamed("a.mp4", QString{251, QLatin1Char('x')}), std::string(251, 'x').append(".mp4"));
     EXPECT_EQ(renamed("a.mp4", QString{252, QLatin1Char('x')}), "refused: That name is too long.");
     EXPECT_EQ(renamed("a.mp4", QString{126, QChar{0xE9}}), "refused: That name is too long.") << "in bytes";
 }
