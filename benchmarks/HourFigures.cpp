@@ -1,4 +1,4 @@
-// A real hour of `velmora record` of a large window: what grows, and whether every picture is in the file. Runs in a private desktop.
+// A real hour of `velmora record` of a large window: what grows, and how many pictures are in the file. Runs in a private desktop.
 
 #include "benchmarks/Benchmark.h"
 #include "benchmarks/LongRecording.h"

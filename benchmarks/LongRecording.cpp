@@ -7,7 +7,10 @@
 #include "tests/support/recording/Subjects.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <cstdint>
+#include <filesystem>
 #include <stdexcept>
 #include <thread>
 

@@ -1,4 +1,4 @@
-// A real recording of many minutes by `velmora record`: what grows, whether every picture is there, how soon after it the file is finished.
+// A real recording of many minutes by `velmora record`: what grows, how soon after it the file is finished, and what is in it.
 #pragma once
 
 #include "benchmarks/Figures.h"
