@@ -40,6 +40,15 @@ protected:
 
     void SetUp() override { std::filesystem::copy_file(shared_->path() / "clip.mp4", path("clip.mp4")); }
 
+    /// What a test leaves behind counts for the whole process, the next test too.
+    void TearDown() override { awaitLeftBehindWork(); }
+
+    static void awaitLeftBehindWork()
+    {
+        while (LeftBehindWork::isAny())
+            std::this_thread::yield();
+    }
+
     [[nodiscard]] std::filesystem::path path(const std::string& name) const { return folder_.path() / name; }
 
     [[nodiscard]] std::vector<std::string> names() const { return namesIn(folder_.path()); }
@@ -334,8 +343,7 @@ TEST_F(LinuxExportSessionTest, CancellingWaitsForNoWorkThatHasYetToNotice)
 
     steps.mayGoOn.set_value();
     EXPECT_FALSE(steps.hasEnded.get_future().get());
-    while (LeftBehindWork::isAny())
-        std::this_thread::yield();
+    awaitLeftBehindWork();
     EXPECT_EQ(session->status(), ExportStatus::cancelled);
     EXPECT_THAT(names(), UnorderedElementsAre("clip.mp4"));
 }
@@ -355,8 +363,6 @@ TEST_F(LinuxExportSessionTest, AtItsEndTheProgramWaitsForNoWorkThatHasYetToNotic
     EXPECT_TRUE(LeftBehindWork::isAny());
     steps.mayGoOn.set_value();
     steps.hasEnded.get_future().wait();
-    while (LeftBehindWork::isAny())
-        std::this_thread::yield();
 }
 
 TEST_F(LinuxExportSessionTest, MayBeDestroyedByItsOwnCompletion)
