@@ -1,5 +1,6 @@
 #include "engine/sharing/SmallFile.h"
 
+#include "engine/codecs/CopyKeyFrames.h"
 #include "engine/sharing/EncodedMovie.h"
 #include "engine/sharing/SharedCopy.h"
 #include "engine/sharing/SmallFilePlan.h"
@@ -31,9 +32,6 @@ constexpr double leastStep = 0.2;
 constexpr double farOff = 3;
 /// And this is as far as one leads: how steep sizes are differs too much between clips.
 constexpr double farthest = 10;
-
-/// As the encoder does it.
-constexpr double secondsBetweenKeyFrames = 8;
 
 /// How the size follows the number of pixels and of pictures, until it is measured.
 constexpr double pixelExponent = 0.75;
@@ -175,7 +173,12 @@ private:
             return bytes;
         // The parts begin with more key frames than the whole has.
         const auto others = (bytes - keyFrameBytes) * static_cast<double>(length) / static_cast<double>(partLength * probeParts);
-        return others + keyFrameBytes / std::max(1.0, keyFrames) * std::ceil(source().seconds() / secondsBetweenKeyFrames);
+        return others + keyFrameBytes / std::max(1.0, keyFrames) * expectedKeyFrames(candidates_[index]);
+    }
+
+    [[nodiscard]] double expectedKeyFrames(const PictureCandidate& candidate) const
+    {
+        return CopyKeyFrames::expectedCount(source().seconds(), static_cast<double>(candidate.pictureCount));
     }
 
     /// What a candidate takes compared with another at the same quality, as a rule.
@@ -336,7 +339,7 @@ private:
             constexpr double leastPart = 0.02;
             const auto part =
                 std::clamp(static_cast<double>(round.pictureCount) / static_cast<double>(candidate.pictureCount), leastPart, 1.0);
-            const auto allKeyFrames = std::max(std::ceil(source().seconds() / secondsBetweenKeyFrames), 1 + (keyFrames - 1) / part);
+            const auto allKeyFrames = std::max(expectedKeyFrames(candidate), 1 + (keyFrames - 1) / part);
             round.pictureBytes = (round.pictureBytes - keyFrameBytes) / part + keyFrameBytes / std::max(1.0, keyFrames) * allKeyFrames;
             round.size = static_cast<std::uint64_t>(round.pictureBytes + limit() * aimedPart - pictureBytes(candidate, aimedPart));
             round.movie.reset();

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 
 namespace velmora::small_file {
 namespace {
@@ -59,6 +60,14 @@ TEST_F(SmallFileNames, SayWhatTheCopyIsFor)
 {
     EXPECT_EQ(names("/clips/a.MP4", {.limit = 0, .hasConstantRate = true})(), "/clips/Shared/a-constant.mp4");
     EXPECT_EQ(names("/clips/a.mp4", {.limit = 12'500'000, .hasConstantRate = true})(), "/clips/Shared/a-12.5MB-constant.mp4");
+}
+
+TEST_F(SmallFileNames, EndAsTheirKindOfFileDoes)
+{
+    using platform::CopyFormat;
+    for (const auto& [format, extension] :
+        {std::pair{CopyFormat::mp4, ".mp4"}, {CopyFormat::gif, ".gif"}, {CopyFormat::webp, ".webp"}, {CopyFormat::webm, ".webm"}})
+        EXPECT_EQ(names("/clips/a.mp4", {.limit = 10'000'000, .format = format})(), std::string{"/clips/Shared/a-10MB"} + extension);
 }
 
 TEST_F(SmallFileNames, KeepBytesThatAreNotText)

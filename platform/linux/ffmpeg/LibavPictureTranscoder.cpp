@@ -1,6 +1,7 @@
 #include "platform/linux/ffmpeg/LibavPictureTranscoder.h"
 
 #include "engine/codecs/AvcFormat.h"
+#include "engine/codecs/CopyKeyFrames.h"
 #include "platform/linux/ffmpeg/ClipPictures.h"
 #include "platform/linux/ffmpeg/Decoders.h"
 #include "platform/linux/ffmpeg/LibavDifferences.h"
@@ -23,9 +24,6 @@ using engine::pictureTimescale;
 
 constexpr const char* picturesNotEncoded = "The clip's pictures could not be encoded";
 constexpr const char* encoderName = "libx264";
-
-/// Where somebody who looks through the clip can go to; scenes begin with others of their own.
-constexpr std::int64_t keyFrameInterval = std::int64_t{8} * pictureTimescale;
 
 const char* presetOf(engine::ClipEffort effort)
 {
@@ -87,11 +85,7 @@ private:
             return encodingFailure(AVERROR(ENOMEM));
         for (const auto time : times) {
             scaled->pts = time;
-            scaled->pict_type = AV_PICTURE_TYPE_NONE;
-            if (time - lastKeyFrame_ >= keyFrameInterval) {
-                scaled->pict_type = AV_PICTURE_TYPE_I;
-                lastKeyFrame_ = time;
-            }
+            scaled->pict_type = keyFrames_.take(time) ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
             scaled->color_range = encoder_->color_range;
             scaled->color_primaries = encoder_->color_primaries;
             scaled->color_trc = encoder_->color_trc;
@@ -120,7 +114,7 @@ private:
         c.time_base = {1, pictureTimescale};
         c.framerate = {plannedRate(encoding_.timing), 1};
         c.sample_aspect_ratio = {1, 1};
-        // By time, not by number: a still picture comes twice a second.
+        // CopyKeyFrames says which.
         c.gop_size = INT_MAX / 2;
         c.profile = profileH264High;
         c.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
@@ -139,7 +133,6 @@ private:
         options.set("x264-params", encoding_.timing.constantRate > 0 ? "annexb=0:keyint=infinite" : "annexb=0:keyint=infinite:force-cfr=0");
         if (const int error = avcodec_open2(&c, codec, options.get()))
             return encodingFailure(error);
-        lastKeyFrame_ = 0;
         return {};
     }
 
@@ -203,7 +196,7 @@ private:
     FrameScaler scaler_;
     AvCodecContext encoder_;
     AvPacket received_;
-    std::int64_t lastKeyFrame_ = 0;
+    engine::CopyKeyFrames keyFrames_{pictureTimescale};
     bool isWanted_ = true;
 };
 

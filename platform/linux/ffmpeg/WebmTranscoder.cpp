@@ -1,3 +1,4 @@
+#include "engine/codecs/CopyKeyFrames.h"
 #include "platform/linux/ffmpeg/Decoders.h"
 #include "platform/linux/ffmpeg/LibavMovieCodecs.h"
 #include "platform/linux/ffmpeg/MovieMuxer.h"
@@ -23,9 +24,6 @@ extern "C" {
 namespace velmora::linux_backend {
 
 namespace {
-
-/// Where somebody who looks through the clip can go to.
-constexpr std::int64_t keyFrameInterval = 8000;
 
 /// What a decoder of Opus has to have heard before what it puts out is right (RFC 7845 4.6).
 constexpr int seekPreroll = 3840;
@@ -65,10 +63,8 @@ public:
             if (const int error = open(picture); error < 0)
                 return error;
         }
-        if (picture.pts - lastKeyFrame_ >= keyFrameInterval) {
+        if (keyFrames_.take(picture.pts))
             picture.pict_type = AV_PICTURE_TYPE_I;
-            lastKeyFrame_ = picture.pts;
-        }
         return encode(&picture);
     }
 
@@ -95,7 +91,7 @@ private:
         if (!encoder_ || !held_)
             return AVERROR(ENOMEM);
         encoder_->bit_rate = 0;
-        // By time, not by number.
+        // CopyKeyFrames says which.
         encoder_->gop_size = INT_MAX / 2;
         encoder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
         AvDictionary options;
@@ -212,7 +208,7 @@ private:
     bool isSoundEnded_ = false;
     std::int64_t soundFrames_ = 0;  // with what is before the first that is played
     PictureTicks ticks_{milliseconds};
-    std::int64_t lastKeyFrame_ = 0;
+    engine::CopyKeyFrames keyFrames_{milliseconds.den};
     std::optional<Error> soundFailure_;
 };
 

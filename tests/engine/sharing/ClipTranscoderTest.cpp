@@ -105,6 +105,24 @@ TEST_F(ClipTranscoderTest, ATightLimitMakesPicturesSmaller)
     }
 }
 
+TEST_F(ClipTranscoderTest, AWindowThatStoodStillGetsAKeyFrameOnceAMinute)
+{
+    WrittenClip clip;
+    for (int i = 0; i < 140; ++i)
+        clip.pictures.push_back({i, 2});
+    clip.soundFrames = 0;
+    writeClip(path("clip.mp4"), clip);
+    transcode({.limit = std::filesystem::file_size(path("clip.mp4")) * 9 / 10});
+    EXPECT_FALSE(report.isCopy);
+    const auto opened = mp4::PosixFile::openForReading(path("small.mp4"));
+    const auto movie = mp4::readMovie(**opened);
+    ASSERT_TRUE(movie);
+    // Each of its pictures is another number: the encoder may see a scene in one.
+    const auto& keyFrames = movie->movie.tracks.at(0).samples.syncSamples();
+    EXPECT_THAT(keyFrames, testing::Contains(120U));
+    EXPECT_LT(keyFrames.size(), 5U);
+}
+
 TEST_F(ClipTranscoderTest, AConstantRateHasEachPictureAtItsTime)
 {
     const auto clip = beginning(unevenClip(11), 200, 100'000);
