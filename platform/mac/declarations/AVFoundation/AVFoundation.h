@@ -46,12 +46,14 @@ extern NSNotificationName const AVPlayerItemDidPlayToEndTimeNotification;
 
 /// https://developer.apple.com/documentation/avfoundation/avplayer
 @interface AVPlayer : NSObject
+/// https://learn.microsoft.com/en-us/dotnet/api/avfoundation.avplayer.fromplayeritem?view=net-ios-26.4-10.0
 + (instancetype)playerWithPlayerItem:(AVPlayerItem*)item;
 /// https://developer.apple.com/documentation/avfoundation/avplayer/volume
 @property float volume;
 /// https://developer.apple.com/documentation/avfoundation/avplayer/ismuted
 /// https://learn.microsoft.com/en-us/dotnet/api/avfoundation.avplayer.muted
 @property (getter=isMuted) BOOL muted;
+/// https://developer.apple.com/documentation/avfoundation/avplayer/play()
 - (void)play;
 /// https://developer.apple.com/documentation/avfoundation/avplayer/pause()
 - (void)pause;

@@ -11,12 +11,16 @@
 #import <Foundation/Foundation.h>
 #include <sys/types.h>
 
+/// https://docs.rs/objc2-foundation/0.3.0/i686-unknown-linux-gnu/type.NSRect.html
 typedef CGRect NSRect;
+/// https://docs.rs/objc2/0.3.0-beta.3/aarch64-apple-ios/objc2/foundation/type.NSSize.html
 typedef CGSize NSSize;
 /// https://learn.microsoft.com/en-us/dotnet/api/appkit.nsmodalresponse
 typedef NSInteger NSModalResponse;
 enum : NSModalResponse { NSModalResponseCancel = 0, NSModalResponseOK = 1 };
 
+/// https://developer.apple.com/documentation/appkit/nswindow/level-swift.struct (not its width); the number is in
+/// https://learn.microsoft.com/en-us/dotnet/api/appkit.nswindowlevel?view=net-macos-26.4-10.0
 typedef NSInteger NSWindowLevel;
 enum : NSWindowLevel { NSFloatingWindowLevel = 3 };
 
@@ -32,12 +36,15 @@ enum : NSWindowCollectionBehavior {
 /// https://developer.apple.com/documentation/appkit/nsdragoperation (not its numbers)
 typedef NSUInteger NSDragOperation;
 
+/// https://developer.apple.com/documentation/appkit/nsdragoperation/copy ; the number is in
+/// https://learn.microsoft.com/en-us/dotnet/api/appkit.nsdragoperation?view=net-macos-26.4-10.0
 enum : NSDragOperation { NSDragOperationCopy = 1 };
 /// https://developer.apple.com/documentation/appkit/nsdraggingcontext
 typedef NSInteger NSDraggingContext;
 /// https://developer.apple.com/documentation/appkit/nssharingservice/name
 typedef NSString* NSSharingServiceName;
 
+/// https://docs.rs/objc2-app-kit/0.3.0/i686-unknown-linux-gnu/type.NSPasteboardType.html
 typedef NSString* NSPasteboardType;
 
 extern "C" {
@@ -46,7 +53,9 @@ extern NSNotificationName const NSApplicationDidChangeScreenParametersNotificati
 /// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/static.NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification.html
 extern NSNotificationName const NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification;
 
+/// https://developer.apple.com/documentation/appkit/nssharingservice/name/composeemail
 extern NSSharingServiceName const NSSharingServiceNameComposeEmail;
+/// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/static.NSSharingServiceNameComposeMessage.html
 extern NSSharingServiceName const NSSharingServiceNameComposeMessage;
 /// https://developer.apple.com/documentation/appkit/nssharingservice/name/sendviaairdrop
 extern NSSharingServiceName const NSSharingServiceNameSendViaAirDrop;
@@ -86,6 +95,7 @@ extern NSAttributedStringKey const NSForegroundColorAttributeName;
 
 @class NSGraphicsContext;
 
+/// https://www.oreilly.com/library/view/cocoa-in-a/0596004621/re405.html
 @interface NSImage : NSObject
 /// https://developer.apple.com/documentation/appkit/nsimage/init(cgimage:size:)-15zeh
 - (instancetype)initWithCGImage:(CGImageRef)image size:(NSSize)size;
@@ -93,6 +103,7 @@ extern NSAttributedStringKey const NSForegroundColorAttributeName;
 - (instancetype)initWithSize:(NSSize)size;
 /// https://developer.apple.com/documentation/appkit/nsimage/addrepresentation(_:)
 - (void)addRepresentation:(NSImageRep*)imageRep;
+/// https://developer.apple.com/documentation/appkit/nsimage/size
 @property NSSize size;
 /// https://developer.apple.com/documentation/appkit/nsimage/istemplate : its name as a property is a word of C++
 - (void)setTemplate:(BOOL)isTemplate;
@@ -134,8 +145,10 @@ extern NSAttributedStringKey const NSForegroundColorAttributeName;
 @class NSEvent;
 @class NSWindow;
 
+/// https://developer.apple.com/documentation/appkit/nspasteboardwriting
 @protocol NSPasteboardWriting <NSObject>
 @end
+/// https://developer.apple.com/documentation/appkit/nspasteboardwriting
 @interface NSURL (NSPasteboardSupport) <NSPasteboardWriting>
 @end
 
@@ -145,7 +158,9 @@ extern NSAttributedStringKey const NSForegroundColorAttributeName;
 - (NSDragOperation)draggingSession:(NSDraggingSession*)session sourceOperationMaskForDraggingContext:(NSDraggingContext)context;
 @end
 
+/// https://developer.apple.com/documentation/appkit/nsview
 @interface NSView : NSObject
+/// https://developer.apple.com/documentation/appkit/nsview/window : nil where it is in no window
 @property (readonly) NSWindow* window;
 /// https://developer.apple.com/documentation/appkit/nsview/tooltip
 @property (copy) NSString* toolTip;
@@ -165,6 +180,7 @@ enum : NSWindowTitleVisibility { NSWindowTitleHidden = 1 };
 typedef NSUInteger NSBackingStoreType;
 enum : NSBackingStoreType { NSBackingStoreBuffered = 2 };
 
+/// https://developer.apple.com/documentation/appkit/nswindow
 @interface NSWindow : NSObject
 /// https://developer.apple.com/documentation/appkit/nswindow/init(contentrect:stylemask:backing:defer:)
 - (instancetype)initWithContentRect:(NSRect)contentRect
@@ -203,6 +219,7 @@ enum : NSBackingStoreType { NSBackingStoreBuffered = 2 };
 @property NSWindowCollectionBehavior collectionBehavior;
 /// https://pub.dev/documentation/cocoa/latest/native_binding_bindings_generated/NSEvent$1/ignoresMouseEvents.html
 @property BOOL ignoresMouseEvents;
+/// https://developer.apple.com/documentation/appkit/nswindow/contentview
 @property NSView* contentView;
 /// https://developer.apple.com/documentation/appkit/nswindow/makekeyandorderfront(_:)
 - (void)makeKeyAndOrderFront:(id)sender;
@@ -229,6 +246,7 @@ enum : NSBackingStoreType { NSBackingStoreBuffered = 2 };
 - (void)setDraggingFrame:(NSRect)frame contents:(id)contents;
 @end
 
+/// https://developer.apple.com/documentation/appkit/nsdraggingsession
 @interface NSDraggingSession : NSObject
 @end
 
@@ -246,6 +264,7 @@ enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 
 @property (class, readonly) NSApplication* sharedApplication;
 /// https://developer.apple.com/documentation/appkit/nsapplication/currentevent : the last one, which may be nil
 @property (readonly) NSEvent* currentEvent;
+/// https://developer.apple.com/documentation/appkit/nsapplication/activate() : since macOS 14; a request, which may not be granted
 - (void)activate;
 @end
 
@@ -259,9 +278,11 @@ enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 
 @property (readonly) BOOL accessibilityDisplayShouldReduceMotion;
 /// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/struct.NSWorkspace.html
 @property (readonly) BOOL accessibilityDisplayShouldIncreaseContrast;
+/// https://developer.apple.com/documentation/appkit/nsworkspace/open(_:) : on any thread
 - (BOOL)openURL:(NSURL*)url;
 /// https://developer.apple.com/documentation/appkit/nsworkspace/activatefileviewerselecting(_:)
 - (void)activateFileViewerSelectingURLs:(NSArray<NSURL*>*)fileURLs;
+/// https://developer.apple.com/documentation/appkit/nsworkspace/icon(forfile:) : on any thread
 - (NSImage*)iconForFile:(NSString*)fullPath;
 @end
 
@@ -273,6 +294,7 @@ enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 
 - (NSInteger)clearContents;
 /// https://docs.rs/objc2-app-kit/0.3.0/src/nspasteboard/nspasteboard.rs.html
 - (BOOL)writeObjects:(NSArray<id<NSPasteboardWriting>>*)objects;
+/// https://developer.apple.com/documentation/appkit/nspasteboard/setstring(_:fortype:)
 - (BOOL)setString:(NSString*)string forType:(NSPasteboardType)dataType;
 @end
 
@@ -282,6 +304,7 @@ enum : NSApplicationActivationPolicy { NSApplicationActivationPolicyAccessory = 
 + (NSSharingService*)sharingServiceNamed:(NSSharingServiceName)serviceName;
 /// https://docs.rs/objc2-app-kit/latest/objc2_app_kit/struct.NSSharingService.html
 @property (copy) NSString* menuItemTitle;
+/// https://developer.apple.com/documentation/appkit/nssharingservice/canperform(withitems:)
 - (BOOL)canPerformWithItems:(NSArray*)items;
 /// https://developer.apple.com/documentation/appkit/nssharingservice/perform(withitems:)
 - (void)performWithItems:(NSArray*)items;

@@ -11,8 +11,12 @@
 extern "C" {
 #endif
 
+/// https://docs.rs/objc2-audio-toolbox/0.3.2/src/objc2_audio_toolbox/generated/AudioConverter.rs.html
 typedef struct OpaqueAudioConverter* AudioConverterRef;
+/// https://docs.rs/audio-toolbox/latest/audio_toolbox/type.AudioConverterPropertyID.html
 typedef UInt32 AudioConverterPropertyID;
+/// https://developer.apple.com/documentation/audiotoolbox/audioconverterprimeinfo ,
+/// https://docs.rs/objc2-audio-toolbox/latest/objc2_audio_toolbox/struct.AudioConverterPrimeInfo.html
 typedef struct AudioConverterPrimeInfo {
     UInt32 leadingFrames;
     UInt32 trailingFrames;
@@ -36,7 +40,9 @@ OSStatus AudioConverterNew(const AudioStreamBasicDescription*, const AudioStream
 /// https://developer.apple.com/library/archive/releasenotes/General/APIDiffsMacOSX10_11/Objective-C/AudioToolbox.html
 OSStatus AudioConverterDispose(AudioConverterRef);
 
+/// https://developer.apple.com/documentation/audiotoolbox/audioconvertersetproperty(_:_:_:_:)
 OSStatus AudioConverterSetProperty(AudioConverterRef, AudioConverterPropertyID, UInt32, const void*);
+/// https://developer.apple.com/documentation/audiotoolbox/audioconvertergetproperty(_:_:_:_:)
 OSStatus AudioConverterGetProperty(AudioConverterRef, AudioConverterPropertyID, UInt32*, void*);
 /// https://developer.apple.com/documentation/audiotoolbox/audioconverterfillcomplexbuffer(_:_:_:_:_:_:)
 OSStatus AudioConverterFillComplexBuffer(

@@ -52,6 +52,8 @@ OSStatus AudioObjectAddPropertyListener(AudioObjectID, const AudioObjectProperty
 
 OSStatus AudioObjectRemovePropertyListener(AudioObjectID, const AudioObjectPropertyAddress*, AudioObjectPropertyListenerProc, void*);
 
+/// https://developer.apple.com/documentation/coreaudio/kaudioobjectsystemobject ; the number is in
+/// https://www.rubydoc.info/gems/audio/CoreAudio/AudioObject
 enum { kAudioObjectSystemObject = 1 };
 
 #ifdef __cplusplus

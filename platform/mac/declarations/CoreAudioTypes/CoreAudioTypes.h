@@ -5,7 +5,10 @@
 
 #include <MacTypes.h>
 
+/// https://developer.apple.com/documentation/corefoundation/cfnumbertype/float64type : a real number of 64 bits
 typedef double Float64;
+/// https://developer.apple.com/documentation/coreaudiotypes/audiobuffer , https://onestack.dev/ios-reference/CoreAudioTypes/AudioBuffer
+/// (the widths)
 typedef struct AudioBuffer {
     UInt32 mNumberChannels;
     UInt32 mDataByteSize;
@@ -30,11 +33,17 @@ typedef struct AudioStreamBasicDescription {
     UInt32 mReserved;
 } AudioStreamBasicDescription;
 
+/// https://developer.apple.com/documentation/coreaudiotypes/audiostreampacketdescription ,
+/// https://onestack.dev/ios-reference/CoreAudioTypes/AudioStreamPacketDescription (the widths)
 typedef struct AudioStreamPacketDescription {
     int64_t mStartOffset;
     UInt32 mVariableFramesInPacket;
     UInt32 mDataByteSize;
 } AudioStreamPacketDescription;
 
+/// https://developer.apple.com/documentation/coreaudiotypes/kaudioformatlinearpcm ; the numbers of both are in
+/// https://blog.csdn.net/mandagod/article/details/81182611
 enum { kAudioFormatLinearPCM = 0x6C70636D /* 'lpcm' */, kAudioFormatMPEG4AAC = 0x61616320 /* 'aac ' */ };
+/// https://developer.apple.com/documentation/coreaudiotypes/kaudioformatflagisnoninterleaved ; the numbers of all three are in
+/// https://www.mail-archive.com/cocoa-dev@lists.apple.com/msg19063.html
 enum { kAudioFormatFlagIsFloat = 1, kAudioFormatFlagIsPacked = 8, kAudioFormatFlagIsNonInterleaved = 32 };

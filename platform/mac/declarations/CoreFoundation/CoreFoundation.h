@@ -13,9 +13,14 @@
 extern "C" {
 #endif
 
+/// https://docs.rs/CoreFoundation-sys/latest/CoreFoundation_sys/base/type.CFIndex.html
 typedef signed long CFIndex;
+/// https://docs.rs/core-foundation-sys/0.8.2/x86_64-apple-darwin/core_foundation_sys/base/type.CFTypeID.html
 typedef unsigned long CFTypeID;
+/// https://docs.rs/core-foundation-sys/0.5.1/core_foundation_sys/string/type.CFStringEncoding.html
 typedef uint32_t CFStringEncoding;
+/// https://developer.apple.com/documentation/corefoundation/cfstringbuiltinencodings/utf8 ; the number is in
+/// https://docs.rs/security-rs/latest/security/ffi/constant.kCFStringEncodingUTF8.html
 enum { kCFStringEncodingUTF8 = 0x08000100 };
 /// https://docs.rs/CoreFoundation-sys/latest/src/CoreFoundation_sys/number.rs.html
 typedef CFIndex CFNumberType;
@@ -25,7 +30,10 @@ enum { kCFNumberSInt64Type = 4 };
 typedef const void* CFTypeRef;
 
 typedef CFTypeRef CFPropertyListRef;
+/// https://developer.apple.com/documentation/corefoundation/cfallocator ,
+/// https://docs.rs/security-rs/0.4.4/security/ffi/type.CFAllocatorRef.html
 typedef const struct __CFAllocator* CFAllocatorRef;
+
 typedef const struct __CFString* CFStringRef;
 typedef const struct __CFBoolean* CFBooleanRef;
 typedef const struct __CFNumber* CFNumberRef;

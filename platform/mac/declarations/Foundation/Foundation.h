@@ -29,6 +29,7 @@ typedef signed char BOOL;
 @class NSURL;
 typedef double NSTimeInterval;
 typedef NSUInteger NSStringEncoding;
+/// https://docs.rs/objc2-foundation/0.2.0/objc2_foundation/constant.NSUTF8StringEncoding.html
 enum { NSUTF8StringEncoding = 4 };
 
 @protocol NSObject

@@ -54,6 +54,7 @@ extern NSString* const UNNotificationDismissActionIdentifier;
 @property (readonly) UNAuthorizationStatus authorizationStatus;
 @end
 
+/// https://developer.apple.com/documentation/usernotifications/unnotificationsound
 @interface UNNotificationSound : NSObject
 /// https://developer.apple.com/documentation/usernotifications/unnotificationsound/default
 @property (class, readonly) UNNotificationSound* defaultSound;
@@ -65,6 +66,7 @@ extern NSString* const UNNotificationDismissActionIdentifier;
 + (instancetype)actionWithIdentifier:(NSString*)identifier title:(NSString*)title options:(UNNotificationActionOptions)options;
 @end
 
+/// https://developer.apple.com/documentation/usernotifications/unnotificationcategory
 @interface UNNotificationCategory : NSObject
 /// https://developer.apple.com/documentation/usernotifications/unnotificationcategory/init(identifier:actions:intentidentifiers:options:)
 + (instancetype)categoryWithIdentifier:(NSString*)identifier
@@ -75,12 +77,15 @@ extern NSString* const UNNotificationDismissActionIdentifier;
 
 /// https://developer.apple.com/documentation/usernotifications/unnotificationcontent
 @interface UNNotificationContent : NSObject
+/// https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationcontent.title?view=net-ios-26.1-10.0
 @property (readonly, copy) NSString* title;
+/// https://onestack.dev/ios-reference/UserNotifications/UNNotificationContent
 @property (readonly, copy) NSString* body;
 /// https://developer.apple.com/documentation/usernotifications/unnotificationcontent/categoryidentifier
 @property (readonly, copy) NSString* categoryIdentifier;
 /// https://developer.apple.com/documentation/usernotifications/unnotificationcontent
 @property (readonly, copy) NSDictionary* userInfo;
+/// https://developer.apple.com/documentation/usernotifications/unnotificationcontent/sound : may be nil
 @property (readonly, copy) UNNotificationSound* sound;
 @end
 
@@ -100,6 +105,7 @@ extern NSString* const UNNotificationDismissActionIdentifier;
 @property (readwrite) UNNotificationInterruptionLevel interruptionLevel;
 @end
 
+/// https://developer.apple.com/documentation/usernotifications/unnotificationtrigger
 @interface UNNotificationTrigger : NSObject
 @end
 
@@ -112,7 +118,9 @@ extern NSString* const UNNotificationDismissActionIdentifier;
 @property (readonly, copy) UNNotificationContent* content;
 @end
 
+/// https://developer.apple.com/documentation/usernotifications/unnotification
 @interface UNNotification : NSObject
+/// https://developer.apple.com/documentation/usernotifications/unnotification/request
 @property (readonly, copy) UNNotificationRequest* request;
 @end
 
