@@ -1,6 +1,6 @@
 // What the back end uses of Foundation's classes, one page for each below https://developer.apple.com/documentation/foundation/ ; that of
-// the root class is https://developer.apple.com/documentation/objectivec/nsobject ; compared with pages: the names. Unconfirmed: the widths
-// of the first group, the numbers of NSSearchPathDirectory and of the encoding.
+// the root class is https://developer.apple.com/documentation/objectivec/nsobject ; compared with pages: the names. Unconfirmed: the number
+// of NSTrashDirectory.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -9,12 +9,15 @@
 
 #ifdef __OBJC__
 
+/// https://developer.apple.com/documentation/objectivec/nsinteger : of 64 bits in programs of 64 bits
 typedef long NSInteger;
+/// https://developer.apple.com/documentation/objectivec/nsuinteger
 typedef unsigned long NSUInteger;
-// https://developer.apple.com/documentation/objectivec/bool : "bool" on Apple silicon, "signed char" on Intel's.
 #if defined(__APPLE__) && defined(__aarch64__)
+/// https://developer.apple.com/documentation/objectivec/bool : "bool" on Apple silicon, "signed char" on Intel's.
 typedef bool BOOL;
 #else
+/// https://developer.apple.com/documentation/objectivec/bool
 typedef signed char BOOL;
 #endif
 #define YES ((BOOL)1)
@@ -27,19 +30,27 @@ typedef signed char BOOL;
 @class NSError;
 @class NSString;
 @class NSURL;
+/// https://developer.apple.com/documentation/foundation/timeinterval
 typedef double NSTimeInterval;
+
+/// https://developer.apple.com/documentation/foundation/nsutf8stringencoding (its width)
 typedef NSUInteger NSStringEncoding;
 /// https://docs.rs/objc2-foundation/0.2.0/objc2_foundation/constant.NSUTF8StringEncoding.html
 enum { NSUTF8StringEncoding = 4 };
 
+/// https://learn.microsoft.com/en-us/dotnet/api/foundation.insobjectprotocol?view=net-ios-26.1-10.0
 @protocol NSObject
+/// https://developer.apple.com/documentation/objectivec/nsobjectprotocol/isequal(_:)
 - (BOOL)isEqual:(id)object;
 @end
 
+/// https://developer.apple.com/documentation/foundation/nscopying
 @protocol NSCopying
 @end
 
+/// https://developer.apple.com/documentation/objectivec/nsobject : the root class
 __attribute__((objc_root_class))
+/// https://developer.apple.com/documentation/objectivec/nsobject
 @interface NSObject<NSObject> {
     Class isa;
 }
@@ -49,6 +60,7 @@ __attribute__((objc_root_class))
 + (instancetype)new;
 /// https://www.oreilly.com/library/view/cocoa-in-a/0596004621/re308.html
 - (instancetype)init;
+/// https://developer.apple.com/documentation/objectivec/nsobject-swift.class/dealloc
 - (void)dealloc;
 @end
 
@@ -57,6 +69,7 @@ __attribute__((objc_root_class))
 /// nil for bytes that are not of the encoding.
 /// https://developer.apple.com/documentation/foundation/nsstring/init(bytes:length:encoding:)
 - (instancetype)initWithBytes:(const void*)bytes length:(NSUInteger)length encoding:(NSStringEncoding)encoding;
+/// https://developer.apple.com/documentation/foundation/nsstring/utf8string : not longer than the string
 @property (readonly) const char* UTF8String __attribute__((objc_returns_inner_pointer));
 @end
 
@@ -93,18 +106,24 @@ __attribute__((objc_root_class))
 - (void)addObject:(ObjectType)object;
 @end
 
+/// https://developer.apple.com/documentation/foundation/nsset
 @interface NSSet<ObjectType> : NSObject
+/// https://pub.dev/documentation/cocoa/latest/native_binding_bindings_generated/NSSetCreation/setWithArray.html
 + (instancetype)setWithArray:(NSArray<ObjectType>*)array;
 @end
 
 /// https://learn.microsoft.com/en-us/dotnet/api/foundation.nsdictionary
 @interface NSDictionary<KeyType, ObjectType> : NSObject
+/// https://developer.apple.com/documentation/foundation/nsdictionary/object(forkey:) : nil where there is none
 - (ObjectType)objectForKey:(KeyType)key;
 /// https://developer.apple.com/documentation/foundation/nsdictionary/allkeys
 @property (readonly, copy) NSArray<KeyType>* allKeys;
 @end
 
+/// https://developer.apple.com/documentation/foundation/nsmutabledictionary/setobject(_:forkey:)
 @interface NSMutableDictionary<KeyType, ObjectType> : NSDictionary <KeyType, ObjectType>
+/// https://developer.apple.com/documentation/foundation/nsmutabledictionary/setobject(_:forkey:) : raises NSInvalidArgumentException for
+/// nil
 - (void)setObject:(ObjectType)object forKey:(KeyType<NSCopying>)key;
 @end
 
@@ -117,7 +136,9 @@ typedef NSString* NSAttributedStringKey;
 - (instancetype)initWithString:(NSString*)str attributes:(NSDictionary<NSAttributedStringKey, id>*)attrs;
 @end
 
+/// https://developer.apple.com/documentation/foundation/nsnumber/init(value:)-47coa
 @interface NSNumber : NSObject
+/// https://pub.dev/documentation/maplibre_ios/latest/objective_c/NSNumberCreation/numberWithUnsignedInt.html
 + (NSNumber*)numberWithUnsignedInt:(unsigned int)value;
 @end
 
@@ -127,11 +148,14 @@ typedef NSString* NSAttributedStringKey;
 @property (readonly) NSTimeInterval timeIntervalSince1970;
 @end
 
+/// https://developer.apple.com/documentation/foundation/urlresourcekey ,
+/// https://searchfox.org/firefox-main/source/third_party/rust/objc2-foundation/src/generated/NSURL.rs (a string)
 typedef NSString* NSURLResourceKey;
 extern "C" {
 /// https://docs.rs/objc2-foundation/latest/aarch64-apple-darwin/objc2_foundation/static.NSURLCreationDateKey.html
 extern NSURLResourceKey const NSURLCreationDateKey;
 
+/// https://developer.apple.com/documentation/foundation/nshomedirectory()
 NSString* NSHomeDirectory(void);
 }
 
@@ -145,6 +169,7 @@ NSString* NSHomeDirectory(void);
 /// https://developer.apple.com/documentation/foundation/nsurl/filesystemrepresentation : as long as an object that was returned
 @property (readonly) const char* fileSystemRepresentation __attribute__((objc_returns_inner_pointer));
 @property (readonly, getter=isFileURL) BOOL fileURL;
+/// https://developer.apple.com/documentation/foundation/nsurl/getresourcevalue(_:forkey:)
 - (BOOL)getResourceValue:(id __autoreleasing*)value forKey:(NSURLResourceKey)key error:(NSError* __autoreleasing*)error;
 @end
 
@@ -153,6 +178,8 @@ typedef NSUInteger NSSearchPathDirectory;
 /// https://pub.dev/documentation/uikit_bindings/latest/uikit_bindings.g/NSSearchPathDirectory.html (NSTrashDirectory is not)
 enum : NSSearchPathDirectory { NSMoviesDirectory = 17, NSApplicationSupportDirectory = 14, NSTrashDirectory = 102 };
 
+/// https://developer.apple.com/documentation/foundation/filemanager/searchpathdomainmask/init(rawvalue:) has the width,
+/// https://www.oreilly.com/library/view/cocoa-in-a/0596004621/re32.html the number
 typedef NSUInteger NSSearchPathDomainMask;
 enum : NSSearchPathDomainMask { NSUserDomainMask = 1 };
 
@@ -177,12 +204,16 @@ enum : NSSearchPathDomainMask { NSUserDomainMask = 1 };
 @property (readonly) NSString* bundleIdentifier;
 @end
 
+/// https://developer.apple.com/documentation/foundation/operationqueue
 @interface NSOperationQueue : NSObject
+/// https://developer.apple.com/documentation/foundation/operationqueue/main
 @property (class, readonly) NSOperationQueue* mainQueue;
 @end
 
+/// https://docs.rs/objc2-foundation/latest/objc2_foundation/type.NSNotificationName.html
 typedef NSString* NSNotificationName;
 
+/// https://developer.apple.com/documentation/foundation/nsnotification
 @interface NSNotification : NSObject
 @end
 
@@ -201,11 +232,14 @@ typedef NSString* NSNotificationName;
 @end
 
 typedef NSUInteger NSKeyValueObservingOptions;
+/// https://developer.apple.com/documentation/objectivec/nsobject-swift.class/removeobserver(_:forkeypath:context:) (the methods are the
+/// root class's)
 @interface NSObject (NSKeyValueObserving)
 /// https://developer.apple.com/documentation/objectivec/nsobject-swift.class/observevalue(forkeypath:of:change:context:)
 - (void)observeValueForKeyPath:(NSString*)keyPath ofObject:(id)object change:(NSDictionary<NSString*, id>*)change context:(void*)context;
 /// https://developer.apple.com/documentation/objectivec/nsobject-swift.class/addobserver(_:forkeypath:options:context:)
 - (void)addObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath options:(NSKeyValueObservingOptions)options context:(void*)context;
+/// https://developer.apple.com/documentation/objectivec/nsobject-swift.class/removeobserver(_:forkeypath:context:)
 - (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath context:(void*)context;
 @end
 
