@@ -14,7 +14,9 @@ typedef uint32_t UInt32;
 typedef int32_t OSStatus;
 
 typedef uint32_t OSType;
+/// https://docs.rs/core-media/latest/src/core_media/format_description.rs.html (32 bits, unsigned)
 typedef OSType FourCharCode;
+
 enum { noErr = 0 };
 
 typedef uint32_t OptionBits;

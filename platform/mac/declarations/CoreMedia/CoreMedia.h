@@ -2,8 +2,8 @@
 // pages: CMTime's members, their widths, its alignment of four bytes and the flags
 // (https://docs.rs/objc2-core-media/latest/objc2_core_media/struct.CMTime.html,
 // https://docs.rs/core-media-sys/0.1.2/src/core_media_sys/time.rs.html); the parameters of the block buffers' functions and of the formats'
-// (https://docs.rs/apple-cf); CMSampleBufferGetSampleAttachmentsArray and its keys (Apple's pages). Unconfirmed: the parameters of
-// CMFormatDescriptionGetExtension.
+// (https://docs.rs/apple-cf); CMSampleBufferGetSampleAttachmentsArray and its keys (Apple's pages). Unconfirmed: the widths of
+// CMVideoCodecType and CMItemCount.
 #pragma once
 
 #include <CoreAudioTypes/CoreAudioTypes.h>
@@ -31,17 +31,26 @@ extern const CMTime kCMTimeInvalid;
 extern const CMTime kCMTimeZero;
 CMTime CMTimeMake(int64_t, int32_t);
 
+/// https://developer.apple.com/documentation/coremedia/cmtimecompare(_:_:) : -1, 0 or 1; what is invalid is the greatest
 int32_t CMTimeCompare(CMTime, CMTime);
 
+/// https://docs.rs/apple-cf/0.10.0/apple_cf/cm/sample_buffer/struct.CMSampleBuffer.html (not the name of what it points to)
 typedef struct opaqueCMSampleBuffer* CMSampleBufferRef;
+/// https://docs.rs/coremedia-sys/0.1.0/x86_64-apple-darwin/coremedia_sys/type.CMBlockBufferRef.html
 typedef struct OpaqueCMBlockBuffer* CMBlockBufferRef;
+/// https://developer.apple.com/documentation/coremedia/cmformatdescription (not the name of what it points to)
 typedef const struct opaqueCMFormatDescription* CMFormatDescriptionRef;
+/// https://docs.rs/apple-cf/0.9.1/apple_cf/raw/type.CMVideoFormatDescriptionRef.html
 typedef CMFormatDescriptionRef CMVideoFormatDescriptionRef;
+
 typedef FourCharCode CMVideoCodecType;
+/// https://developer.apple.com/documentation/coremedia/cmvideodimensions ,
+/// https://learn.microsoft.com/en-us/dotnet/api/coremedia.cmvideodimensions?view=net-ios-26.1-10.0 (the widths)
 typedef struct {
     int32_t width;
     int32_t height;
 } CMVideoDimensions;
+/// https://docs.rs/apple-cf/latest/apple_cf/raw/constant.kCMVideoCodecType_H264.html
 enum { kCMVideoCodecType_H264 = 0x61766331 /* 'avc1' */ };
 
 typedef CMFormatDescriptionRef CMAudioFormatDescriptionRef;
@@ -57,10 +66,12 @@ CVImageBufferRef CMSampleBufferGetImageBuffer(CMSampleBufferRef);
 OSStatus CMSampleBufferGetAudioBufferListWithRetainedBlockBuffer(
     CMSampleBufferRef, size_t*, AudioBufferList*, size_t, CFAllocatorRef, CFAllocatorRef, uint32_t, CMBlockBufferRef*);
 
+/// https://developer.apple.com/documentation/coremedia/cmaudioformatdescriptiongetstreambasicdescription(_:) : NULL for what is no audio
 const AudioStreamBasicDescription* CMAudioFormatDescriptionGetStreamBasicDescription(CMAudioFormatDescriptionRef);
 /// https://docs.rs/core-media/0.6.0/core_media/sample_buffer/fn.CMSampleBufferGetPresentationTimeStamp.html
 CMTime CMSampleBufferGetPresentationTimeStamp(CMSampleBufferRef);
 
+/// https://developer.apple.com/documentation/coremedia/cmsamplebuffergetduration(_:) : invalid where there is an error
 CMTime CMSampleBufferGetDuration(CMSampleBufferRef);
 /// https://developer.apple.com/documentation/coremedia/cmsamplebuffergetdatabuffer(_:) : not the caller's; NULL where there is none
 CMBlockBufferRef CMSampleBufferGetDataBuffer(CMSampleBufferRef);
@@ -72,7 +83,9 @@ CMFormatDescriptionRef CMSampleBufferGetFormatDescription(CMSampleBufferRef);
 /// NULL where there is an error
 CFArrayRef CMSampleBufferGetSampleAttachmentsArray(CMSampleBufferRef, Boolean);
 
+/// https://developer.apple.com/documentation/coremedia/kcmsampleattachmentkey_notsync : a boolean, false where there is none
 extern const CFStringRef kCMSampleAttachmentKey_NotSync;
+/// https://developer.apple.com/documentation/coremedia/kcmsampleattachmentkey_dependsonothers : a boolean, unknown where there is none
 extern const CFStringRef kCMSampleAttachmentKey_DependsOnOthers;
 
 // Making samples: https://developer.apple.com/documentation/coremedia/cmblockbuffercreatewithmemoryblock(allocator:memoryblock:blocklength:blockallocator:customblocksource:offsettodata:datalength:flags:blockbufferout:)
@@ -97,11 +110,14 @@ OSStatus CMBlockBufferGetDataPointer(CMBlockBufferRef, size_t, size_t*, size_t*,
 /// https://docs.rs/apple-cf/0.8.1/apple_cf/raw/fn.CMBlockBufferCopyDataBytes.html
 OSStatus CMBlockBufferCopyDataBytes(CMBlockBufferRef, size_t, size_t, void*);
 
+/// https://developer.apple.com/documentation/coremedia/cmvideoformatdescriptiongetdimensions(_:)
 CMVideoDimensions CMVideoFormatDescriptionGetDimensions(CMVideoFormatDescriptionRef);
 /// https://developer.apple.com/documentation/coremedia/cmvideoformatdescriptiongeth264parametersetatindex(_:parametersetindex:parametersetpointerout:parametersetsizeout:parametersetcountout:nalunitheaderlengthout:)
 OSStatus CMVideoFormatDescriptionGetH264ParameterSetAtIndex(CMFormatDescriptionRef, size_t, const uint8_t**, size_t*, size_t*, int*);
 
-CFTypeRef CMFormatDescriptionGetExtension(CMFormatDescriptionRef, CFStringRef);
+/// https://developer.apple.com/documentation/coremedia/cmformatdescriptiongetextension(_:extensionkey:) : not the caller's; NULL where
+/// there is none
+CFPropertyListRef CMFormatDescriptionGetExtension(CMFormatDescriptionRef, CFStringRef);
 // https://developer.apple.com/documentation/coremedia/ycbcrmatrix-extension-constants and its neighbours. Some of these may be other names
 // of Core Video's constants in the system's own headers.
 extern const CFStringRef kCMFormatDescriptionExtension_ColorPrimaries;

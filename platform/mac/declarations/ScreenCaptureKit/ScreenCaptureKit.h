@@ -72,7 +72,9 @@ extern NSString* const SCStreamFrameInfoStatus;
 + (void)getShareableContentExcludingDesktopWindows:(BOOL)excludesDesktopWindows
                                onScreenWindowsOnly:(BOOL)onScreenWindowsOnly
                                  completionHandler:(void (^)(SCShareableContent* content, NSError* error))completionHandler;
+/// https://developer.apple.com/documentation/screencapturekit/scshareablecontent
 @property (readonly) NSArray<SCWindow*>* windows;
+/// https://developer.apple.com/documentation/screencapturekit/scshareablecontent
 @property (readonly) NSArray<SCDisplay*>* displays;
 /// https://developer.apple.com/documentation/screencapturekit/scshareablecontent/applications
 @property (readonly) NSArray<SCRunningApplication*>* applications;

@@ -12,7 +12,9 @@
 extern "C" {
 #endif
 
+/// https://developer.apple.com/documentation/videotoolbox/vtcompressionsession (not the name of what it points to)
 typedef struct OpaqueVTCompressionSession* VTCompressionSessionRef;
+/// https://developer.apple.com/documentation/videotoolbox/vtsession
 typedef CFTypeRef VTSessionRef;
 /// https://developer.apple.com/documentation/videotoolbox/vtencodeinfoflags ; the numbers are in
 /// https://learn.microsoft.com/en-us/dotnet/api/videotoolbox.vtencodeinfoflags
@@ -70,6 +72,7 @@ OSStatus VTDecompressionSessionDecodeFrame(VTDecompressionSessionRef, CMSampleBu
 /// https://developer.apple.com/documentation/videotoolbox/vtdecompressionsessioninvalidate(_:)
 void VTDecompressionSessionInvalidate(VTDecompressionSessionRef);
 
+/// https://docs.rs/objc2-video-toolbox/latest/objc2_video_toolbox/static.kVTCompressionPropertyKey_RealTime.html
 extern const CFStringRef kVTCompressionPropertyKey_RealTime;
 /// https://docs.rs/video-toolbox/0.2.0/src/video_toolbox/compression_properties.rs.html
 extern const CFStringRef kVTCompressionPropertyKey_ProfileLevel;
@@ -81,6 +84,7 @@ extern const CFStringRef kVTCompressionPropertyKey_AverageBitRate;
 /// https://docs.rs/objc2-video-toolbox/latest/objc2_video_toolbox/static.kVTCompressionPropertyKey_AllowFrameReordering.html
 extern const CFStringRef kVTCompressionPropertyKey_AllowFrameReordering;
 
+/// https://docs.rs/objc2-video-toolbox/0.3.0/objc2_video_toolbox/static.kVTProfileLevel_H264_High_AutoLevel.html
 extern const CFStringRef kVTProfileLevel_H264_High_AutoLevel;
 /// https://developer.apple.com/documentation/videotoolbox/kvtencodeframeoptionkey_forcekeyframe
 extern const CFStringRef kVTEncodeFrameOptionKey_ForceKeyFrame;
