@@ -13,12 +13,15 @@ typedef uint32_t UInt32;
 /// https://docs.rs/crate/core-foundation-sys/0.4.2/target-redirect/core_foundation_sys/base/type.OSStatus.html
 typedef int32_t OSStatus;
 
+/// https://docs.rs/crate/nativeshell/0.1.16/source/src/shell/platform/macos/hot_key_sys.rs
 typedef uint32_t OSType;
 /// https://docs.rs/core-media/latest/src/core_media/format_description.rs.html (32 bits, unsigned)
 typedef OSType FourCharCode;
 
 enum { noErr = 0 };
 
+/// https://pastebin.com/mE5MgzhP (a UInt32)
 typedef uint32_t OptionBits;
+/// https://docs.rs/crate/nativeshell/0.1.16/source/src/shell/platform/macos/hot_key_sys.rs
 typedef unsigned long ItemCount;
 typedef unsigned long ByteCount;

@@ -29,12 +29,17 @@ typedef struct CGRect {
     CGSize size;
 } CGRect;
 
+/// https://developer.apple.com/documentation/coregraphics/cgdirectdisplayid
 typedef uint32_t CGDirectDisplayID;
+/// https://developer.apple.com/documentation/coregraphics/cgwindowid
 typedef uint32_t CGWindowID;
 
 typedef uint32_t CGWindowListOption;
 enum { kCGWindowListOptionOnScreenOnly = 1 };
+/// https://developer.apple.com/documentation/coregraphics/kcgnullwindowid ; the number is in
+/// https://docs.rs/objc2-core-graphics/0.3.2/objc2_core_graphics/constant.kCGNullWindowID.html
 enum { kCGNullWindowID = 0 };
+/// https://developer.apple.com/documentation/coregraphics/kcgwindownumber
 extern const CFStringRef kCGWindowNumber;
 
 /// "Windows are returned in order from front to back":
@@ -42,7 +47,7 @@ extern const CFStringRef kCGWindowNumber;
 CFArrayRef CGWindowListCopyWindowInfo(CGWindowListOption, CGWindowID);
 
 // Pictures: https://developer.apple.com/documentation/coregraphics/cgimage/1455149-init and
-// https://developer.apple.com/documentation/coregraphics/cgdataproviderreleasedatacallback . Unconfirmed: the numbers of the bitmap's format.
+// https://developer.apple.com/documentation/coregraphics/cgdataproviderreleasedatacallback .
 typedef struct CGColorSpace* CGColorSpaceRef;
 typedef struct CGDataProvider* CGDataProviderRef;
 typedef struct CGImage* CGImageRef;
@@ -55,8 +60,11 @@ enum { kCGImageAlphaLast = 3 };
 // https://learn.microsoft.com/en-us/dotnet/api/coregraphics.cgimagealphainfo (the numbers of all three)
 enum { kCGImageAlphaPremultipliedLast = 1, kCGImageAlphaNoneSkipFirst = 6 };
 
+/// https://docs.rs/crate/core-graphics/0.17.1/target-redirect/i686-unknown-linux-gnu/core_graphics/base/constant.kCGBitmapByteOrder32Little.html
 enum { kCGBitmapByteOrder32Little = 2 << 12 };
+/// https://developer.apple.com/documentation/coregraphics/cgdataproviderreleasedatacallback
 typedef void (*CGDataProviderReleaseDataCallback)(void*, const void*, size_t);
+/// https://developer.apple.com/documentation/coregraphics/cgcolorspacecreatedevicergb() : the caller's; NULL where it failed
 CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void);
 /// https://docs.rs/core-graphics2/latest/core_graphics2/data_provider/fn.CGDataProviderCreateWithData.html
 CGDataProviderRef CGDataProviderCreateWithData(void*, const void*, size_t, CGDataProviderReleaseDataCallback);

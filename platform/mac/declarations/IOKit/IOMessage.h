@@ -2,6 +2,8 @@
 // says IOKit/pwr_mgt/IOPMLib.h.
 #pragma once
 
+/// https://docs.rs/objc2-io-kit/0.3.1/objc2_io_kit/constant.kIOMessageCanSystemSleep.html
 #define kIOMessageCanSystemSleep 0xE0000270U
+
 #define kIOMessageSystemWillSleep 0xE0000280U
 #define kIOMessageSystemHasPoweredOn 0xE0000300U

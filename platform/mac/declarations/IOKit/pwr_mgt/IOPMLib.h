@@ -14,9 +14,13 @@ extern "C" {
 
 typedef uint32_t io_object_t;
 typedef io_object_t io_connect_t;
+/// https://docs.rs/objc2-io-kit/0.3.1/objc2_io_kit/type.IOServiceInterestCallback.html (32 bits, unsigned)
 typedef io_object_t io_service_t;
+
 typedef int IOReturn;
+/// https://docs.rs/objc2-io-kit/0.3.1/objc2_io_kit/type.IONotificationPortRef.html
 typedef struct IONotificationPort* IONotificationPortRef;
+/// https://docs.rs/objc2-io-kit/0.3.1/objc2_io_kit/type.IOServiceInterestCallback.html
 typedef void (*IOServiceInterestCallback)(void*, io_service_t, uint32_t, void*);
 
 /// https://docs.rs/objc2-io-kit/0.3.2/objc2_io_kit/fn.IORegisterForSystemPower.html
@@ -27,7 +31,9 @@ IOReturn IODeregisterForSystemPower(io_object_t*);
 IOReturn IOAllowPowerChange(io_connect_t, intptr_t);
 
 IOReturn IOServiceClose(io_connect_t);
+/// https://docs.rs/io-kit-sys/0.1.0/io_kit_sys/fn.IONotificationPortGetRunLoopSource.html
 CFRunLoopSourceRef IONotificationPortGetRunLoopSource(IONotificationPortRef);
+/// https://docs.rs/io-kit-sys/0.1.0/io_kit_sys/fn.IONotificationPortDestroy.html
 void IONotificationPortDestroy(IONotificationPortRef);
 
 #ifdef __cplusplus
