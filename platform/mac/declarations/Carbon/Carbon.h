@@ -1,8 +1,8 @@
 // The Carbon Event Manager's hot keys, as the "Carbon Event Manager Reference" has them:
 // https://developer.apple.com/legacy/library/documentation/Carbon/Reference/Carbon_Event_Manager_Ref/Reference/reference.html
 // Compared with a page: that the functions are there, and the parameters of InstallEventHandler (that page) and of RegisterEventHotKey
-// (http://cocoatutorial.grapewave.com/2010/01/adding-a-hotkey-listener/). Unconfirmed: the parameters of functions of which only the name or
-// how they are called is on a page, and the numbers without a page of their own.
+// (http://cocoatutorial.grapewave.com/2010/01/adding-a-hotkey-listener/). Unconfirmed: the parameters of functions of which only the name
+// or how they are called is on a page, and the numbers without a page of their own.
 #pragma once
 
 #include <MacTypes.h>

@@ -34,7 +34,11 @@ typedef uint32_t CGDirectDisplayID;
 /// https://developer.apple.com/documentation/coregraphics/cgwindowid
 typedef uint32_t CGWindowID;
 
+/// https://developer.apple.com/documentation/coregraphics/cgwindowlistoption ; the width is in
+/// https://docs.rs/core-graphics/latest/core_graphics/display/constant.kCGWindowListOptionOnScreenOnly.html
 typedef uint32_t CGWindowListOption;
+/// https://developer.apple.com/documentation/coregraphics/cgwindowlistoption/optiononscreenonly ; pages differ on the number, as is said
+/// above
 enum { kCGWindowListOptionOnScreenOnly = 1 };
 /// https://developer.apple.com/documentation/coregraphics/kcgnullwindowid ; the number is in
 /// https://docs.rs/objc2-core-graphics/0.3.2/objc2_core_graphics/constant.kCGNullWindowID.html
@@ -60,7 +64,7 @@ enum { kCGImageAlphaLast = 3 };
 // https://learn.microsoft.com/en-us/dotnet/api/coregraphics.cgimagealphainfo (the numbers of all three)
 enum { kCGImageAlphaPremultipliedLast = 1, kCGImageAlphaNoneSkipFirst = 6 };
 
-/// https://docs.rs/crate/core-graphics/0.17.1/target-redirect/i686-unknown-linux-gnu/core_graphics/base/constant.kCGBitmapByteOrder32Little.html
+/// https://docs.rs/core-graphics/0.17.3/x86_64-unknown-linux-gnu/core_graphics/base/constant.kCGBitmapByteOrder32Host.html (8192)
 enum { kCGBitmapByteOrder32Little = 2 << 12 };
 /// https://developer.apple.com/documentation/coregraphics/cgdataproviderreleasedatacallback
 typedef void (*CGDataProviderReleaseDataCallback)(void*, const void*, size_t);

@@ -2,8 +2,8 @@
 // pages: CMTime's members, their widths, its alignment of four bytes and the flags
 // (https://docs.rs/objc2-core-media/latest/objc2_core_media/struct.CMTime.html,
 // https://docs.rs/core-media-sys/0.1.2/src/core_media_sys/time.rs.html); the parameters of the block buffers' functions and of the formats'
-// (https://docs.rs/apple-cf); CMSampleBufferGetSampleAttachmentsArray and its keys (Apple's pages). Unconfirmed: the widths of
-// CMVideoCodecType and CMItemCount.
+// (https://docs.rs/apple-cf); CMSampleBufferGetSampleAttachmentsArray and its keys (Apple's pages). Unconfirmed: the width of
+// CMItemCount.
 #pragma once
 
 #include <CoreAudioTypes/CoreAudioTypes.h>
@@ -38,11 +38,13 @@ int32_t CMTimeCompare(CMTime, CMTime);
 typedef struct opaqueCMSampleBuffer* CMSampleBufferRef;
 /// https://docs.rs/coremedia-sys/0.1.0/x86_64-apple-darwin/coremedia_sys/type.CMBlockBufferRef.html
 typedef struct OpaqueCMBlockBuffer* CMBlockBufferRef;
-/// https://developer.apple.com/documentation/coremedia/cmformatdescription (not the name of what it points to)
+/// https://developer.apple.com/documentation/coremedia/cmformatdescription ,
+/// https://docs.rs/apple-cf/0.8.0/apple_cf/raw/type.CMFormatDescriptionRef.html
 typedef const struct opaqueCMFormatDescription* CMFormatDescriptionRef;
 /// https://docs.rs/apple-cf/0.9.1/apple_cf/raw/type.CMVideoFormatDescriptionRef.html
 typedef CMFormatDescriptionRef CMVideoFormatDescriptionRef;
 
+/// https://docs.rs/core-media-sys/0.1.2/src/core_media_sys/format_description.rs.html
 typedef FourCharCode CMVideoCodecType;
 /// https://developer.apple.com/documentation/coremedia/cmvideodimensions ,
 /// https://learn.microsoft.com/en-us/dotnet/api/coremedia.cmvideodimensions?view=net-ios-26.1-10.0 (the widths)
@@ -53,7 +55,9 @@ typedef struct {
 /// https://docs.rs/apple-cf/latest/apple_cf/raw/constant.kCMVideoCodecType_H264.html
 enum { kCMVideoCodecType_H264 = 0x61766331 /* 'avc1' */ };
 
+/// https://docs.rs/apple-cf/latest/apple_cf/raw/type.CMAudioFormatDescriptionRef.html
 typedef CMFormatDescriptionRef CMAudioFormatDescriptionRef;
+
 typedef CFIndex CMItemCount;
 
 /// https://developer.apple.com/documentation/coremedia/cmsamplebufferisvalid(_:)

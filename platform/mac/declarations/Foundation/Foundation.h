@@ -165,9 +165,11 @@ NSString* NSHomeDirectory(void);
 /// https://developer.apple.com/documentation/foundation/nsurl/fileurl(withfilesystemrepresentation:isdirectory:relativeto:)
 + (NSURL*)fileURLWithFileSystemRepresentation:(const char*)path isDirectory:(BOOL)isDirectory relativeToURL:(NSURL*)baseURL;
 /// nil for what is no URL.
+/// https://www.oreilly.com/library/view/cocoa-in-a/0596004621/re350.html
 + (instancetype)URLWithString:(NSString*)string;
 /// https://developer.apple.com/documentation/foundation/nsurl/filesystemrepresentation : as long as an object that was returned
 @property (readonly) const char* fileSystemRepresentation __attribute__((objc_returns_inner_pointer));
+/// https://developer.apple.com/documentation/foundation/nsurl/isfileurl
 @property (readonly, getter=isFileURL) BOOL fileURL;
 /// https://developer.apple.com/documentation/foundation/nsurl/getresourcevalue(_:forkey:)
 - (BOOL)getResourceValue:(id __autoreleasing*)value forKey:(NSURLResourceKey)key error:(NSError* __autoreleasing*)error;
@@ -183,6 +185,7 @@ enum : NSSearchPathDirectory { NSMoviesDirectory = 17, NSApplicationSupportDirec
 typedef NSUInteger NSSearchPathDomainMask;
 enum : NSSearchPathDomainMask { NSUserDomainMask = 1 };
 
+/// https://developer.apple.com/documentation/foundation/filemanager
 @interface NSFileManager : NSObject
 /// https://learn.microsoft.com/en-us/dotnet/api/foundation.nsfilemanager.defaultmanager
 @property (class, readonly) NSFileManager* defaultManager;
@@ -231,6 +234,8 @@ typedef NSString* NSNotificationName;
 - (void)removeObserver:(id)observer;
 @end
 
+/// https://developer.apple.com/documentation/foundation/nskeyvalueobservingoptions : 0 for none; the width is in
+/// https://onestack.dev/ios-reference/Foundation/NSKeyValueObservingOptions
 typedef NSUInteger NSKeyValueObservingOptions;
 /// https://developer.apple.com/documentation/objectivec/nsobject-swift.class/removeobserver(_:forkeypath:context:) (the methods are the
 /// root class's)

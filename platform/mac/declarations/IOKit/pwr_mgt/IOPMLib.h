@@ -17,6 +17,7 @@ typedef io_object_t io_connect_t;
 /// https://docs.rs/objc2-io-kit/0.3.1/objc2_io_kit/type.IOServiceInterestCallback.html (32 bits, unsigned)
 typedef io_object_t io_service_t;
 
+/// https://developer.apple.com/documentation/driverkit/ioreturn (a kern_return_t; not its width)
 typedef int IOReturn;
 /// https://docs.rs/objc2-io-kit/0.3.1/objc2_io_kit/type.IONotificationPortRef.html
 typedef struct IONotificationPort* IONotificationPortRef;
@@ -30,6 +31,7 @@ IOReturn IODeregisterForSystemPower(io_object_t*);
 /// https://docs.rs/objc2-io-kit/0.3.2/objc2_io_kit/fn.IOAllowPowerChange.html
 IOReturn IOAllowPowerChange(io_connect_t, intptr_t);
 
+/// https://docs.rs/objc2-io-kit/0.3.1/objc2_io_kit/fn.IOServiceClose.html (a kern_return_t, which IOReturn is another name of)
 IOReturn IOServiceClose(io_connect_t);
 /// https://docs.rs/io-kit-sys/0.1.0/io_kit_sys/fn.IONotificationPortGetRunLoopSource.html
 CFRunLoopSourceRef IONotificationPortGetRunLoopSource(IONotificationPortRef);
