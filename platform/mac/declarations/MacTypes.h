@@ -20,7 +20,6 @@ typedef OSType FourCharCode;
 
 enum { noErr = 0 };
 
-/// https://pastebin.com/mE5MgzhP (a UInt32)
 typedef uint32_t OptionBits;
 /// https://docs.rs/crate/nativeshell/0.1.16/source/src/shell/platform/macos/hot_key_sys.rs
 typedef unsigned long ItemCount;

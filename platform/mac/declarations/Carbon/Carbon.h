@@ -17,7 +17,6 @@ typedef struct OpaqueEventRef* EventRef;
 typedef struct OpaqueEventHandlerRef* EventHandlerRef;
 typedef struct OpaqueEventHandlerCallRef* EventHandlerCallRef;
 typedef struct OpaqueEventTargetRef* EventTargetRef;
-/// https://pastebin.com/mE5MgzhP (a pointer, not the name of what it points to)
 typedef struct EventHotKeyRefStructure* EventHotKeyRef;
 /// https://docs.rs/crate/nativeshell/0.1.16/source/src/shell/platform/macos/hot_key_sys.rs
 typedef OSType EventParamName;
@@ -52,7 +51,6 @@ EventTargetRef GetEventDispatcherTarget(void);
 OSStatus InstallEventHandler(EventTargetRef, EventHandlerUPP, ItemCount, const EventTypeSpec*, void*, EventHandlerRef*);
 /// https://docs.rs/crate/nativeshell/0.1.16/source/src/shell/platform/macos/hot_key_sys.rs
 OSStatus RemoveEventHandler(EventHandlerRef);
-/// https://pastebin.com/mE5MgzhP
 OSStatus RegisterEventHotKey(UInt32, UInt32, EventHotKeyID, EventTargetRef, OptionBits, EventHotKeyRef*);
 /// https://developer.apple.com/legacy/library/documentation/Carbon/Reference/Carbon_Event_Manager_Ref/Reference/reference.html (its name)
 OSStatus UnregisterEventHotKey(EventHotKeyRef);

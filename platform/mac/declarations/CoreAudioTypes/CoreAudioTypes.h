@@ -7,7 +7,6 @@
 
 /// https://developer.apple.com/documentation/corefoundation/cfnumbertype/float64type : a real number of 64 bits
 typedef double Float64;
-/// https://developer.apple.com/documentation/coreaudiotypes/audiobuffer , https://onestack.dev/ios-reference/CoreAudioTypes/AudioBuffer
 /// (the widths)
 typedef struct AudioBuffer {
     UInt32 mNumberChannels;
@@ -15,7 +14,6 @@ typedef struct AudioBuffer {
     void* mData;
 } AudioBuffer;
 /// https://developer.apple.com/documentation/coreaudiotypes/audiobufferlist ,
-/// https://onestack.dev/ios-reference/CoreAudioTypes/AudioBufferList (the widths)
 typedef struct AudioBufferList {
     UInt32 mNumberBuffers;
     AudioBuffer mBuffers[1];
@@ -34,7 +32,6 @@ typedef struct AudioStreamBasicDescription {
 } AudioStreamBasicDescription;
 
 /// https://developer.apple.com/documentation/coreaudiotypes/audiostreampacketdescription ,
-/// https://onestack.dev/ios-reference/CoreAudioTypes/AudioStreamPacketDescription (the widths)
 typedef struct AudioStreamPacketDescription {
     int64_t mStartOffset;
     UInt32 mVariableFramesInPacket;

@@ -121,7 +121,7 @@ OSStatus CMVideoFormatDescriptionGetH264ParameterSetAtIndex(CMFormatDescriptionR
 
 /// https://developer.apple.com/documentation/coremedia/cmformatdescriptiongetextension(_:extensionkey:) : not the caller's; NULL where
 /// there is none
-CFPropertyListRef CMFormatDescriptionGetExtension(CMFormatDescriptionRef, CFStringRef);
+CFTypeRef CMFormatDescriptionGetExtension(CMFormatDescriptionRef, CFStringRef);
 // https://developer.apple.com/documentation/coremedia/ycbcrmatrix-extension-constants and its neighbours. Some of these may be other names
 // of Core Video's constants in the system's own headers.
 extern const CFStringRef kCMFormatDescriptionExtension_ColorPrimaries;

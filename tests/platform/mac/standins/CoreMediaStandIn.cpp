@@ -359,7 +359,7 @@ OSStatus CMVideoFormatDescriptionGetH264ParameterSetAtIndex(
     return noErr;
 }
 
-CFPropertyListRef CMFormatDescriptionGetExtension(CMFormatDescriptionRef format, CFStringRef key)
+CFTypeRef CMFormatDescriptionGetExtension(CMFormatDescriptionRef format, CFStringRef key)
 {
     if (!as<Format>(format).parts.saysBt709)
         return nullptr;
