@@ -7,8 +7,8 @@
 
 namespace velmora::engine {
 
-/// Where somebody who looks through the copy can go to. Of a window that stood still there are two pictures a second, whose key frames
-/// would take nearly all of a small file: there they are further apart, up to a minute. Not thread-safe.
+/// Where somebody who looks through the copy can go to: after eight seconds, but of few pictures, as a window has that stood still, only
+/// once there are 240 of them or a minute has passed. There key frames would take nearly all of a small file. Not thread-safe.
 class CopyKeyFrames {
 public:
     static constexpr double leastSeconds = 8;

@@ -114,7 +114,7 @@ private:
         c.time_base = {1, pictureTimescale};
         c.framerate = {plannedRate(encoding_.timing), 1};
         c.sample_aspect_ratio = {1, 1};
-        // CopyKeyFrames says which.
+        // None of its own by number: CopyKeyFrames says where.
         c.gop_size = INT_MAX / 2;
         c.profile = profileH264High;
         c.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;

@@ -91,7 +91,7 @@ private:
         if (!encoder_ || !held_)
             return AVERROR(ENOMEM);
         encoder_->bit_rate = 0;
-        // CopyKeyFrames says which.
+        // None of its own by number: CopyKeyFrames says where.
         encoder_->gop_size = INT_MAX / 2;
         encoder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
         AvDictionary options;

@@ -1,6 +1,6 @@
 // The integers that the older frameworks name themselves: https://developer.apple.com/documentation/kernel/mactypes_h (names). The widths
-// of OSStatus, UInt32, UInt8 and OSType are those in the pages of docs.rs for core-foundation-sys ("base", "mac_types"); those
-// of the last three are unconfirmed.
+// of OSStatus, UInt32, UInt8 and OSType are those in the pages of docs.rs for core-foundation-sys ("base", "mac_types"). Unconfirmed: that of
+// OptionBits, and the number of noErr.
 #pragma once
 
 #include <stdint.h>

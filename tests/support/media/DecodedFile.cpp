@@ -171,6 +171,8 @@ DecodedFile decodeFile(const std::filesystem::path& path)
     const linux_backend::AvPacket packet{av_packet_alloc()};
     while (av_read_frame(input.get(), packet.get()) == 0) {
         const auto& decoder = decoders.at(static_cast<std::size_t>(packet->stream_index));
+        if (decoder.context->codec_type == AVMEDIA_TYPE_VIDEO && (packet->flags & AV_PKT_FLAG_KEY) != 0)
+            file.keyFrames.push_back(static_cast<double>(packet->pts) * av_q2d(decoder.stream->time_base));
         if (avcodec_send_packet(decoder.context.get(), packet.get()) != 0)
             file.complaints.emplace_back("a packet is not decodable");
         receive(decoder, *frame, file);

@@ -24,6 +24,7 @@ struct DecodedFile {
 
     bool hasVideo = false;
     std::vector<DecodedPicture> pictures;
+    std::vector<double> keyFrames;  ///< seconds, as the container says
     double videoDuration = 0;
     std::int32_t width = 0;
     std::int32_t height = 0;

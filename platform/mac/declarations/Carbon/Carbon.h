@@ -12,12 +12,15 @@
 extern "C" {
 #endif
 
-/// https://docs.rs/crate/nativeshell/0.1.16/source/src/shell/platform/macos/hot_key_sys.rs (pointers, not the names of what they point to)
+/// https://docs.rs/crate/nativeshell/0.1.16/source/src/shell/platform/macos/hot_key_sys.rs (pointers, not the
+/// names of what they point to)
 typedef struct OpaqueEventRef* EventRef;
 typedef struct OpaqueEventHandlerRef* EventHandlerRef;
 typedef struct OpaqueEventHandlerCallRef* EventHandlerCallRef;
 typedef struct OpaqueEventTargetRef* EventTargetRef;
+
 typedef struct EventHotKeyRefStructure* EventHotKeyRef;
+
 /// https://docs.rs/crate/nativeshell/0.1.16/source/src/shell/platform/macos/hot_key_sys.rs
 typedef OSType EventParamName;
 typedef OSType EventParamType;
@@ -51,7 +54,9 @@ EventTargetRef GetEventDispatcherTarget(void);
 OSStatus InstallEventHandler(EventTargetRef, EventHandlerUPP, ItemCount, const EventTypeSpec*, void*, EventHandlerRef*);
 /// https://docs.rs/crate/nativeshell/0.1.16/source/src/shell/platform/macos/hot_key_sys.rs
 OSStatus RemoveEventHandler(EventHandlerRef);
+
 OSStatus RegisterEventHotKey(UInt32, UInt32, EventHotKeyID, EventTargetRef, OptionBits, EventHotKeyRef*);
+
 /// https://developer.apple.com/legacy/library/documentation/Carbon/Reference/Carbon_Event_Manager_Ref/Reference/reference.html (its name)
 OSStatus UnregisterEventHotKey(EventHotKeyRef);
 /// https://docs.rs/crate/tao/0.16.11/source/src/platform_impl/macos/carbon_hotkey/carbon_hotkey_binding.c (how it is called)

@@ -1,6 +1,6 @@
 // Core Audio's objects and the processes among them, each declaration with the page that it was compared with. Unconfirmed: the function
-// that removes a listener, which has the parameters of its opposite; the numbers of kAudioObjectSystemObject and of
-// kAudioProcessPropertyPID; that kAudioProcessPropertyIsRunningOutput is a UInt32 (its page in Swift calls it a Bool). No page says on
+// that removes a listener, which has the parameters of its opposite; the number of kAudioProcessPropertyPID;
+// that kAudioProcessPropertyIsRunningOutput is a UInt32 (its page in Swift calls it a Bool). No page says on
 // which thread a listener is called, or that none is called once it has been removed.
 #pragma once
 

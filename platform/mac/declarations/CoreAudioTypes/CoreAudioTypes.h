@@ -1,12 +1,12 @@
 // What sound is, one page for each name below https://developer.apple.com/documentation/coreaudiotypes/ ; compared with pages: the members of
-// the structures (Apple's pages of each). Unconfirmed: the widths of what has no page of its own, and the numbers of format
-// and flags.
+// the structures (Apple's pages of each). The numbers of formats and flags are from pages that are not Apple's.
 #pragma once
 
 #include <MacTypes.h>
 
 /// https://developer.apple.com/documentation/corefoundation/cfnumbertype/float64type : a real number of 64 bits
 typedef double Float64;
+/// https://developer.apple.com/documentation/coreaudiotypes/audiobuffer , https://onestack.dev/ios-reference/CoreAudioTypes/AudioBuffer
 /// (the widths)
 typedef struct AudioBuffer {
     UInt32 mNumberChannels;
@@ -14,6 +14,7 @@ typedef struct AudioBuffer {
     void* mData;
 } AudioBuffer;
 /// https://developer.apple.com/documentation/coreaudiotypes/audiobufferlist ,
+/// https://onestack.dev/ios-reference/CoreAudioTypes/AudioBufferList (the widths)
 typedef struct AudioBufferList {
     UInt32 mNumberBuffers;
     AudioBuffer mBuffers[1];
@@ -32,6 +33,7 @@ typedef struct AudioStreamBasicDescription {
 } AudioStreamBasicDescription;
 
 /// https://developer.apple.com/documentation/coreaudiotypes/audiostreampacketdescription ,
+/// https://onestack.dev/ios-reference/CoreAudioTypes/AudioStreamPacketDescription (the widths)
 typedef struct AudioStreamPacketDescription {
     int64_t mStartOffset;
     UInt32 mVariableFramesInPacket;

@@ -235,6 +235,7 @@ typedef NSString* NSNotificationName;
 @end
 
 /// https://developer.apple.com/documentation/foundation/nskeyvalueobservingoptions : 0 for none; the width is in
+/// https://onestack.dev/ios-reference/Foundation/NSKeyValueObservingOptions
 typedef NSUInteger NSKeyValueObservingOptions;
 /// https://developer.apple.com/documentation/objectivec/nsobject-swift.class/removeobserver(_:forkeypath:context:) (the methods are the
 /// root class's)

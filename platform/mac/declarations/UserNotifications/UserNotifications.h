@@ -79,6 +79,7 @@ extern NSString* const UNNotificationDismissActionIdentifier;
 @interface UNNotificationContent : NSObject
 /// https://learn.microsoft.com/en-us/dotnet/api/usernotifications.unnotificationcontent.title?view=net-ios-26.1-10.0
 @property (readonly, copy) NSString* title;
+/// https://onestack.dev/ios-reference/UserNotifications/UNNotificationContent
 @property (readonly, copy) NSString* body;
 /// https://developer.apple.com/documentation/usernotifications/unnotificationcontent/categoryidentifier
 @property (readonly, copy) NSString* categoryIdentifier;
@@ -113,6 +114,7 @@ extern NSString* const UNNotificationDismissActionIdentifier;
 /// https://developer.apple.com/documentation/usernotifications/unnotificationrequest/init(identifier:content:trigger:) : without a trigger
 /// at once
 + (instancetype)requestWithIdentifier:(NSString*)identifier content:(UNNotificationContent*)content trigger:(UNNotificationTrigger*)trigger;
+/// https://onestack.dev/ios-reference/UserNotifications/UNNotificationRequest
 @property (readonly, copy) UNNotificationContent* content;
 @end
 

@@ -2,7 +2,7 @@
 // parameters of the functions and which messages have to be answered
 // (https://docs.rs/objc2-io-kit/0.3.2/objc2_io_kit/fn.IORegisterForSystemPower.html), the number of kIOMessageCanSystemSleep
 // (https://docs.rs/objc2-io-kit/0.3.1/objc2_io_kit/constant.kIOMessageCanSystemSleep.html). Unconfirmed: the numbers of the other two, which
-// follow the same scheme, and the widths of the types.
+// follow the same scheme, and the widths of io_object_t and IOReturn.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
