@@ -48,7 +48,8 @@ std::array<double, 3> colourOf(const AVFrame& frame, bool isFullRange)
     double count = 0;
     for (int y = 0; y < frame.height; y += 4) {
         for (int x = 0; x < frame.width; x += 4, ++count) {
-            const auto chroma = [&](int plane) { return frame.data[plane][y / 2 * frame.linesize[plane] + x / 2] - 128.0; };
+            const auto chroma = [&, row = y / 2, column = x / 2](
+                                    int plane) { return frame.data[plane][row * frame.linesize[plane] + column] - 128.0; };
             const double luma = frame.data[0][y * frame.linesize[0] + x];
             const double value = isFullRange ? luma : (luma - 16) * 255 / 219;
             const double scale = isFullRange ? 1 : 255.0 / 224;
