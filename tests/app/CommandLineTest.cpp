@@ -94,7 +94,7 @@ TEST(CommandLine, RefusesWhatItDoesNotKnow)
     EXPECT_NE(complaint({"windows", "--xml"}).find("xml"), std::string::npos);
     EXPECT_NE(complaint({"windows", "now"}).find("'now'"), std::string::npos);
     EXPECT_NE(complaint({"record", "--window", "7", "clip.mp4"}).find("'clip.mp4'"), std::string::npos);
-    EXPECT_NE(complaint({"record", "--window", "7", "--output", ""}).find("--output"), std::string::npos);
+    EXPECT_NE(complaint({"record", "--window", "7", "--output", ""}).find("--output needs a file's name."), std::string::npos);
     EXPECT_NE(complaint({"repair"}).find("one file"), std::string::npos);
     EXPECT_NE(complaint({"repair", "a", "b"}).find("one file"), std::string::npos);
 }

@@ -467,5 +467,11 @@ TEST_F(RecordCommandTest, AnOutputThatCannotBeExaminedIsAClearError)
     EXPECT_TRUE(streams->streams.empty()) << "nothing is captured for nothing";
 }
 
+TEST_F(RecordCommandTest, TheSoundOfAWindowThatNeedsNoRequestIsNotForTheCommandToChoose)
+{
+    command.sound = "Player";
+    expectFailure("The sound of this window is its application's own: --sound is for windows that a Wayland desktop shares.");
+}
+
 }  // namespace
 }  // namespace velmora
