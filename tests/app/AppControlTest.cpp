@@ -2,6 +2,7 @@
 
 #include "tests/support/CoordinatorFixture.h"
 
+#include <fstream>
 #include <gmock/gmock.h>
 
 namespace velmora {
@@ -59,7 +60,9 @@ protected:
         .userDefaults = nullptr,
         .showMenu = {},
         .quit = {},
+        .copy = [this](const auto& file) { copied.push_back(file); },
     }};
+    std::vector<std::filesystem::path> copied;
     int answers = 0;
     std::optional<Result<std::string>> answer;
 };
@@ -80,6 +83,17 @@ TEST_F(AppControlTest, TheSoundOfSuchAWindowIsNotForTheCommandToChoose)
     select(1, "Player");
     EXPECT_THAT(complaint(), HasSubstr("--sound"));
     EXPECT_FALSE(coordinator->selectedWindow());
+}
+
+TEST_F(AppControlTest, OnlyAFileIsCopied)
+{
+    const auto clip = folder.path() / "film.mp4";
+    EXPECT_FALSE(control.copyFile(clip));
+    EXPECT_FALSE(control.copyFile(folder.path()));
+    EXPECT_THAT(copied, IsEmpty());
+    std::ofstream{clip} << "film";
+    EXPECT_TRUE(control.copyFile(clip));
+    EXPECT_THAT(copied, ElementsAre(clip));
 }
 
 TEST_F(AppControlTest, AWindowThatIsNotListedIsAnError)
