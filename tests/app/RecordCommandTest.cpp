@@ -28,7 +28,6 @@ namespace velmora {
 namespace {
 
 using ::testing::EndsWith;
-using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 constexpr std::chrono::seconds patience{60};
@@ -247,13 +246,19 @@ TEST_F(RecordCommandTest, AnInterruptWhileTheClipOfAClosedWindowIsBeingSavedChan
 
 TEST_F(RecordCommandTest, AWindowThatClosesWhileTheClipIsBeingSavedChangesNothing)
 {
+    MainThreadExecutor mainThread;
+    bool isClosed = false;
     recordSomething();
     when([] { return true; },
-        [this] {
+        [&] {
             interrupt();
-            QTimer::singleShot(0, [this] { streams->streams[0]->stopWithError({"X11", 1, "The window was closed.", nullptr}); });
+            mainThread.async([&] {
+                isClosed = true;
+                streams->streams[0]->stopWithError({"X11", 1, "The window was closed.", nullptr});
+            });
         });
     EXPECT_EQ(run(), command_line::succeeded);
+    EXPECT_TRUE(isClosed);
     EXPECT_EQ(output, command.output->string() + "\n");
     EXPECT_EQ(errors, "");
 }
